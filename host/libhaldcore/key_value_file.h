@@ -1,0 +1,43 @@
+// A key-value file in memory: `key=value` or `key="value"` lines; comments, section lines and
+// unknown lines are kept byte for byte.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class KeyValueFile
+{
+public:
+    /// Reads `path`. Nothing, with errno set, when it cannot be read (ENOENT when it is missing).
+    static std::optional<KeyValueFile> Read(const std::string& path);
+
+    /// Takes a text instead of a file.
+    static KeyValueFile Parse(const std::string& text);
+
+    /// The value of the first line with this key, blanks trimmed and one pair of double quotes
+    /// stripped.
+    std::optional<std::string> Get(const std::string& key) const;
+
+    /// Sets the first line with this key, or adds one, as `key="value"`. False when key or value
+    /// holds a line feed, carriage return or NUL, or the key is no key; nothing is changed then.
+    bool Set(const std::string& key, const std::string& value);
+
+    /// Removes every line with this key.
+    void Remove(const std::string& key);
+
+    /// The whole text.
+    std::string Text() const;
+
+    /// Replaces the file at `path` by this text; false, with errno set, on failure.
+    bool Write(const std::string& path, mode_t mode) const;
+
+private:
+    std::vector<std::string> lines_;
+};
+
+}  // namespace host

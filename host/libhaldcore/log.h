@@ -1,0 +1,12 @@
+// The system log as the host libraries use it.
+#pragma once
+
+#include <syslog.h>
+
+namespace host {
+
+/// Writes one line to syslog, preceded by the name of the package. Line breaks and control
+/// characters in the result are replaced, so that no text from outside forges a line.
+void Log(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+}  // namespace host

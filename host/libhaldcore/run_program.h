@@ -1,0 +1,33 @@
+// Starting programs: argument vectors, a fixed PATH, a clean environment, no shell.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct ProgramResult {
+    int status = -1;     ///< exit status; -1 when it could not run, was killed or ran too long
+    std::string output;  ///< standard output, only when `capture` was asked for
+    std::string errors;  ///< standard error, only when `capture` was asked for
+
+    bool Succeeded() const { return status == 0; }
+};
+
+struct ProgramOptions {
+    std::chrono::milliseconds limit{120000};  ///< zero for none; the program is killed after it
+    bool capture = false;       ///< keep the output (1 MiB each at most) instead of logging it
+    std::string input;          ///< written to its standard input
+};
+
+/// Runs `arguments[0]` (an absolute path) and waits. A program under the package's `bin` inherits
+/// the request lock. Failure is logged with name and status, never with the arguments.
+ProgramResult RunProgram(const std::vector<std::string>& arguments,
+                         const ProgramOptions& options = {});
+
+/// Runs several programs at the same time and waits for all; results in the order given.
+std::vector<ProgramResult> RunPrograms(const std::vector<std::vector<std::string>>& programs,
+                                       const ProgramOptions& options = {});
+
+}  // namespace host

@@ -1,0 +1,62 @@
+// Settings of the daily report. Provided by libmailvane.so.
+#pragma once
+
+#include <string>
+
+/// Every operation tells a failure by an exception derived from `std::exception`; the int results
+/// are 0.
+class Reporter {
+public:
+    struct Sender {
+        Sender();
+        Sender(const std::string& name, const std::string& mail);
+
+        std::string name;
+        std::string mail;
+    };
+
+    struct Time {
+        Time();
+        Time(unsigned int hours, unsigned int mins);
+
+        unsigned int hours = 0;
+        unsigned int mins = 0;
+    };
+
+    struct SMTP {
+        std::string provider;
+        std::string server;
+        int port = 0;
+        bool auth = false;
+        std::string account;
+        std::string password;
+        bool secure = false;
+    };
+
+    /// The stored settings.
+    static Reporter LoadSetting();
+
+    Reporter(const Reporter& other);
+    Reporter& operator=(const Reporter& other);
+    ~Reporter();
+
+    /// Stores the settings.
+    int SaveSetting();
+
+    bool IsEnabled() const;
+    std::string GetRcpt() const;
+    Sender GetSender() const;
+    Time GetReportTime() const;
+    SMTP GetSMTP() const;
+
+    int SetEnable(bool enabled);
+    int SetRcpt(const std::string& recipient);
+    int SetSender(const Sender& sender);
+    int SetTime(const Time& time);
+    int SetSMTP(const SMTP& account);
+
+private:
+    Reporter();
+    struct State;
+    State* state_;  ///< owned
+};

@@ -1,0 +1,21 @@
+// Which accounts the mail server serves. Provided by libmailvane.so.
+#pragma once
+
+#include <string>
+
+class SMTP {
+public:
+    SMTP();
+    ~SMTP();
+    SMTP(const SMTP&) = delete;
+    SMTP& operator=(const SMTP&) = delete;
+
+    /// Reads the settings; negative on failure.
+    int load();
+    /// "local", "ldap" or "win"; empty before a successful `load`.
+    std::string getAccountType() const;
+
+private:
+    struct State;
+    State* state_;  ///< owned
+};
