@@ -1,0 +1,79 @@
+// The two action tables: what a request can ask for. A request without a JSON body is looked up in
+// the read table, one with a body in the write table.
+//
+// To add an action:
+// 1. write the worker and the member function in its page's source (services/, addresses/, ...);
+// 2. declare the member in mailvane_handler.h under the name of that folder;
+// 3. add its row below, in the order of the full list in tests/actions/;
+// 4. write its tests in tests/actions/.
+#include <iterator>
+#include <stdexcept>
+#include <string_view>
+
+#include "frame/mailvane_handler.h"
+
+constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"load_smtp", &MailvaneHandler::LoadSmtp},
+};
+
+constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::kWriteTable[] = {
+    {"save_smtp", &MailvaneHandler::SaveSmtp},
+};
+
+namespace {
+
+constexpr std::size_t kMostRows = 38;
+
+template <typename Row, std::size_t n>
+constexpr bool NamesAreDistinct(const Row (&table)[n])
+{
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t j = i + 1; j < n; ++j) {
+            if (std::string_view(table[i].action) == table[j].action) return false;
+        }
+    }
+    return true;
+}
+
+template <typename Row, std::size_t n>
+const Row& FindRow(const Row (&table)[n], const std::string& action)
+{
+    for (const Row& row : table) {
+        if (action == row.action) return row;
+    }
+    throw std::invalid_argument("invalid action: " + action);
+}
+
+template <typename Row, std::size_t n>
+std::vector<std::string> Names(const Row (&table)[n])
+{
+    std::vector<std::string> names;
+    for (const Row& row : table) names.emplace_back(row.action);
+    return names;
+}
+
+}  // namespace
+
+void MailvaneHandler::ReadDispatch()
+{
+    (this->*FindRow(kReadTable, web_.In("action", "load")).handler)();
+}
+
+void MailvaneHandler::WriteDispatch(Json::Value& in)
+{
+    // Read through a const reference, so that a missing member is not added to the body.
+    const Json::Value& body = in;
+    (this->*FindRow(kWriteTable, body["action"].asString()).handler)(in);
+}
+
+std::vector<std::string> MailvaneHandler::ReadActions()
+{
+    static_assert(std::size(kReadTable) <= kMostRows && NamesAreDistinct(kReadTable));
+    return Names(kReadTable);
+}
+
+std::vector<std::string> MailvaneHandler::WriteActions()
+{
+    static_assert(std::size(kWriteTable) <= kMostRows && NamesAreDistinct(kWriteTable));
+    return Names(kWriteTable);
+}

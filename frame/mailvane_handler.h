@@ -1,0 +1,68 @@
+// The request handler: authorization, choice of the action, answers.
+#pragma once
+
+#include <json/value.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "frame/outcome.h"
+#include "platform/web/server_form_handler.h"
+
+class MailvaneHandler : public ServerFormHandler {
+public:
+    MailvaneHandler();
+
+    /// Answers the request: refuses strangers, then uploads, then the action by its name. Throws
+    /// `std::invalid_argument` for an unknown action.
+    void Run() override;
+    void PreHook() override;
+    void PostHook() override;
+    ~MailvaneHandler() noexcept(false) override;
+
+    /// Whether the caller may administer the mail server.
+    virtual bool IsAuthorizedAdmin();
+
+    /// Names of the rows of both action tables, in order.
+    static std::vector<std::string> ReadActions();
+    static std::vector<std::string> WriteActions();
+
+    /// Sets the success flag.
+    void SetSuccess(Json::Value& response, bool success);
+    /// Sets the message of a failure.
+    void SetError(Json::Value& response, const char* section, const char* key);
+    /// Sets the message of a failure and the source line that detected it.
+    void SetErrorLine(Json::Value& response, const char* section, const char* key, int line);
+    /// Writes the answer with the default header of a JSON answer.
+    void SendResponse(Json::Value response);
+    /// Writes the answer with a content type of its own.
+    void SendResponseAs(Json::Value response, const char* contentType);
+    /// Answers any request of a demonstration system.
+    void SendDemoRefusal();
+
+private:
+    using ReadHandler = void (MailvaneHandler::*)();
+    using WriteHandler = void (MailvaneHandler::*)(Json::Value&);
+
+    template <typename Handler>
+    struct Row {
+        const char* action;
+        Handler handler;
+    };
+
+    // Both tables stand in action_tables.cpp.
+    static const Row<ReadHandler> kReadTable[];
+    static const Row<WriteHandler> kWriteTable[];
+
+    void ReadDispatch();
+    void WriteDispatch(Json::Value& in);
+    void HandleUpload();
+
+    /// Writes the one answer of an action: its members, its message, its success flag.
+    void Answer(Json::Value& response, const Outcome& outcome);
+
+    // services/
+    void LoadSmtp();
+    void SaveSmtp(Json::Value& in);
+};

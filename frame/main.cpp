@@ -1,0 +1,7 @@
+// Process entry: one HTTP request, one process.
+#include "frame/entry.h"
+
+int main()
+{
+    return RunRequest();
+}

@@ -1,0 +1,48 @@
+// What became of an action: success, or the message that the client shall show.
+#pragma once
+
+#include <optional>
+
+class [[nodiscard]] Outcome {
+public:
+    /// The action did what it was asked.
+    static Outcome Success() { return Outcome(true); }
+
+    /// Failed, without a message: the client sees the flag alone.
+    static Outcome Fail() { return Outcome(false); }
+
+    /// Failed; `section` and `key` name a message of the interface's catalogue. Both texts must be
+    /// literals or outlive the outcome.
+    static Outcome Fail(const char* section, const char* key)
+    {
+        Outcome outcome(false);
+        outcome.section_ = section;
+        outcome.key_ = key;
+        return outcome;
+    }
+
+    /// As above, with the source line that support asks for.
+    static Outcome FailAt(int line, const char* section, const char* key)
+    {
+        Outcome outcome = Fail(section, key);
+        outcome.line_ = line;
+        return outcome;
+    }
+
+    /// A call of the service library or the platform failed.
+    static Outcome SystemError() { return Fail("common", "error_system"); }
+
+    bool ok() const { return ok_; }
+    /// Null when there is no message.
+    const char* section() const { return section_; }
+    const char* key() const { return key_; }
+    std::optional<int> line() const { return line_; }
+
+private:
+    explicit Outcome(bool ok) : ok_(ok) {}
+
+    bool ok_;
+    const char* section_ = nullptr;
+    const char* key_ = nullptr;
+    std::optional<int> line_;
+};

@@ -1,0 +1,26 @@
+// The system log. Writes to syslog under the program's own identity.
+#include "host/libhaldcore/log.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+void host::Log(int priority, const char* format, ...)
+{
+    const int saved = errno;
+    std::array<char, 1024> line;
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(line.data(), line.size(), format, arguments);
+    va_end(arguments);
+
+    if (length >= 0) {
+        for (char* at = line.data(); *at != '\0'; ++at) {
+            const auto byte = static_cast<unsigned char>(*at);
+            if (byte < 0x20 || byte == 0x7f) *at = '?';
+        }
+        syslog(priority, "mailvane: %s", line.data());
+    }
+    errno = saved;
+}

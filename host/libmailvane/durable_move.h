@@ -1,0 +1,23 @@
+// Moving files so that a kill or a power failure loses none of them.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// Whether anything, a dangling link included, has this name.
+bool NameExists(const std::string& path);
+
+/// Moves a file to a name that is free, on another file system too (then by copying), and waits
+/// until the disk has it. A kill leaves the file under the old name, the new name or both, whole in
+/// each case. False, logged, when it failed or the new name is taken.
+bool MoveDurably(const std::string& from, const std::string& to);
+
+/// Moves a SQLite database and its journal to a name of its own beside it, made of the name and the
+/// time, and logs that with `reason`. False, logged, when it failed.
+bool KeepAside(const std::string& path, const char* reason);
+
+/// Removes a file and waits until the disk knows; true when it is gone or never was.
+bool RemoveDurably(const std::string& path);
+
+}  // namespace host
