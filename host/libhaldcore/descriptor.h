@@ -9,8 +9,7 @@
 namespace host {
 
 /// Owns a descriptor, or none (-1). Closing it leaves errno as it was.
-class Descriptor
-{
+class Descriptor {
 public:
     Descriptor() = default;
     explicit Descriptor(int number) : number_(number) {}

@@ -17,6 +17,12 @@ int host::Fail(int code)
     return -1;
 }
 
-int host::FailWithErrno() { return Fail(errno); }
+int host::FailWithErrno()
+{
+    return Fail(errno);
+}
 
-int HLIBCErrGet() { return lastError; }
+int HLIBCErrGet()
+{
+    return lastError;
+}

@@ -57,8 +57,8 @@ std::optional<Place> OpenPlace(const std::string& path, int access)
 std::optional<std::string> ReadLink(const Place& place)
 {
     std::string target(4096, '\0');
-    const ssize_t length = readlinkat(place.directory.get(), place.name.c_str(), target.data(),
-                                      target.size());
+    const ssize_t length =
+        readlinkat(place.directory.get(), place.name.c_str(), target.data(), target.size());
     if (length < 0) return std::nullopt;
 
     target.resize(static_cast<std::size_t>(length));
@@ -191,7 +191,8 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode)
         return false;
     }
 
-    // The new file is in place; a file system that cannot sync a directory changes nothing about it.
+    // The new file is in place; a file system that cannot sync a directory changes nothing about
+    // it.
     (void)fsync(directory);
     return true;
 }

@@ -95,9 +95,8 @@ bool KeyValueFile::Set(const std::string& key, const std::string& value)
 
     // Always quoted: the pair of quotes keeps blanks and quotes of the value itself as they are.
     std::string wanted = key + "=\"" + value + "\"\n";
-    const auto found = std::find_if(lines_.begin(), lines_.end(), [&](const std::string& line) {
-        return HoldsKey(line, key);
-    });
+    const auto found = std::find_if(lines_.begin(), lines_.end(),
+                                    [&](const std::string& line) { return HoldsKey(line, key); });
     if (found != lines_.end()) {
         *found = std::move(wanted);
         return true;

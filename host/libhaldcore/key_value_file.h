@@ -10,8 +10,7 @@
 
 namespace host {
 
-class KeyValueFile
-{
+class KeyValueFile {
 public:
     /// Reads `path`. Nothing, with errno set, when it cannot be read (ENOENT when it is missing).
     static std::optional<KeyValueFile> Read(const std::string& path);

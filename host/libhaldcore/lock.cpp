@@ -25,12 +25,15 @@ constexpr off_t kLockByte = 0;
 constexpr off_t kFirstPlace = 1;
 constexpr timespec kPoll{0, 5'000'000};
 
-int lockFile = -1;        // held exactly while this is a descriptor
-int depth = 0;            // how often the lock was taken here
-bool inherited = false;   // held by the process that started this tool
+int lockFile = -1;         // held exactly while this is a descriptor
+int depth = 0;             // how often the lock was taken here
+bool inherited = false;    // held by the process that started this tool
 bool askedCaller = false;  // whether the caller's lock was looked for
 
-std::string LockPath() { return PackagePath("etc/lock"); }
+std::string LockPath()
+{
+    return PackagePath("etc/lock");
+}
 
 /// Locks or unlocks one byte without waiting; false with EAGAIN or EACCES when another has it.
 bool SetByte(int file, off_t byte, short type)
@@ -43,9 +46,15 @@ bool SetByte(int file, off_t byte, short type)
     return fcntl(file, F_OFD_SETLK, &range) == 0;
 }
 
-bool TryByte(int file, off_t byte) { return SetByte(file, byte, F_WRLCK); }
+bool TryByte(int file, off_t byte)
+{
+    return SetByte(file, byte, F_WRLCK);
+}
 
-bool HeldByAnother() { return errno == EAGAIN || errno == EACCES; }
+bool HeldByAnother()
+{
+    return errno == EAGAIN || errno == EACCES;
+}
 
 /// Whether the descriptor is the lock file itself, not another file under the same number.
 bool IsLockFile(int descriptor)
@@ -141,6 +150,12 @@ bool LockIsHeld()
     return lockFile >= 0;
 }
 
+bool LockIsInherited()
+{
+    AdoptCallersLock();
+    return inherited;
+}
+
 void ForgetLock()
 {
     if (lockFile >= 0) (void)close(lockFile);
@@ -150,6 +165,10 @@ void ForgetLock()
     askedCaller = true;
 }
 
-int LockDescriptor() { return lockFile; }
+int LockDescriptor()
+{
+    AdoptCallersLock();
+    return lockFile;
+}
 
 }  // namespace host

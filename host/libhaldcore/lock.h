@@ -6,9 +6,9 @@
 namespace host {
 
 enum class LockResult {
-    kHeld,  ///< this process holds the lock
-    kBusy,  ///< not had in time, or too many wait already
-    kFailed ///< the lock file cannot be used
+    kHeld,   ///< this process holds the lock
+    kBusy,   ///< not had in time, or too many wait already
+    kFailed  ///< the lock file cannot be used
 };
 
 /// Takes the lock exclusively, waiting at most `patience`, and holds it until `ReleaseLock` has
@@ -23,6 +23,9 @@ constexpr std::chrono::milliseconds kLockPatience{30000};
 /// Whether this process, or the one that started this tool, holds the lock.
 bool LockIsHeld();
 
+/// Whether the lock is the one of the process that started this tool.
+bool LockIsInherited();
+
 /// In a forked child: forgets the lock without releasing the parent's.
 void ForgetLock();
 
@@ -32,8 +35,7 @@ int LockDescriptor();
 constexpr char kLockVariable[] = "MAILVANE_LOCK_FD";
 
 /// Holds the lock for a scope.
-class ScopedLock
-{
+class ScopedLock {
 public:
     explicit ScopedLock(std::chrono::milliseconds patience = kLockPatience)
         : held_(TakeLock(patience) == LockResult::kHeld)

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 void host::Log(int priority, const char* format, ...)
 {
@@ -23,4 +24,10 @@ void host::Log(int priority, const char* format, ...)
         syslog(priority, "mailvane: %s", line.data());
     }
     errno = saved;
+}
+
+const char* host::ErrnoText()
+{
+    const char* text = strerrordesc_np(errno);
+    return text == nullptr ? "unknown error" : text;
 }

@@ -9,4 +9,7 @@ namespace host {
 /// characters in the result are replaced, so that no text from outside forges a line.
 void Log(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+/// Why the last system call failed, in words.
+const char* ErrnoText();
+
 }  // namespace host

@@ -24,7 +24,10 @@ std::string Path(const std::string& path)
     return LiesUnder(path, *testRoot) ? path : *testRoot + path;
 }
 
-std::string PackagePath(const std::string& relative) { return Path(kPackage + relative); }
+std::string PackagePath(const std::string& relative)
+{
+    return Path(kPackage + relative);
+}
 
 void SetRoot(const std::string& directory)
 {

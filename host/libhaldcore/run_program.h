@@ -17,12 +17,13 @@ struct ProgramResult {
 
 struct ProgramOptions {
     std::chrono::milliseconds limit{120000};  ///< zero for none; the program is killed after it
-    bool capture = false;       ///< keep the output (1 MiB each at most) instead of logging it
-    std::string input;          ///< written to its standard input
+    bool capture = false;  ///< keep the output (1 MiB each at most) instead of logging it
+    std::string input;     ///< written to its standard input
 };
 
 /// Runs `arguments[0]` (an absolute path) and waits. A program under the package's `bin` inherits
-/// the request lock. Failure is logged with name and status, never with the arguments.
+/// the request lock. Failure is logged with name and status, never with the arguments; the exit
+/// status of a program whose output is captured is the caller's to judge and is not logged.
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
                          const ProgramOptions& options = {});
 

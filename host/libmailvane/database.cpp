@@ -30,7 +30,10 @@ void CreateIfMissing(const std::string& path)
 void Migrate(SQLite::Database& database, const Schema& schema)
 {
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    for (int version = StoredVersion(database); version < schema.version; ++version) {
+    const int found = StoredVersion(database);
+    if (found >= schema.version) return;
+
+    for (int version = found; version < schema.version; ++version) {
         database.exec(schema.scripts[version]);
     }
     database.exec("PRAGMA user_version = " + std::to_string(schema.version));

@@ -11,35 +11,18 @@
 #include <cstring>
 #include <ctime>
 
+#include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/log.h"
 
 namespace host {
 namespace {
 
-/// A file descriptor that closes itself.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor()
-    {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    bool IsOpen() const { return number_ >= 0; }
-    int number() const { return number_; }
-
-private:
-    int number_;
-};
-
 bool SyncFolderOf(const std::string& path)
 {
     const std::string folder = path.substr(0, path.rfind('/') + 1);
     const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return descriptor.IsOpen() && ::fsync(descriptor.number()) == 0;
+    // Some file systems cannot sync a directory and say so by EINVAL.
+    return descriptor && (::fsync(descriptor.get()) == 0 || errno == EINVAL);
 }
 
 bool WriteAll(int descriptor, const char* bytes, size_t size)
@@ -69,16 +52,16 @@ bool CopyBytes(int from, int to)
 bool CopyFile(const std::string& from, const std::string& to)
 {
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (!source.IsOpen()) return false;
+    if (!source) return false;
     const Descriptor target(
         ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!target.IsOpen()) return false;
+    if (!target) return false;
 
     struct stat status {};
-    return ::fstat(source.number(), &status) == 0 &&
-           ::fchown(target.number(), status.st_uid, status.st_gid) == 0 &&
-           ::fchmod(target.number(), status.st_mode & 07777) == 0 &&
-           CopyBytes(source.number(), target.number()) && ::fsync(target.number()) == 0;
+    return ::fstat(source.get(), &status) == 0 &&
+           ::fchown(target.get(), status.st_uid, status.st_gid) == 0 &&
+           ::fchmod(target.get(), status.st_mode & 07777) == 0 &&
+           CopyBytes(source.get(), target.get()) && ::fsync(target.get()) == 0;
 }
 
 /// A move between file systems: the copy gets its name only when it is whole.

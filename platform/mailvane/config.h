@@ -32,6 +32,8 @@ private:
 /// The settings of one service in memory. The classes derived from it load and save them.
 class Config {
 public:
+    struct State;  ///< what the implementation keeps
+
     Config();
     Config(const Config&) = delete;
     Config& operator=(const Config&) = delete;
@@ -53,6 +55,5 @@ public:
     static std::string GetKeyName(const boost::any& key);
 
 protected:
-    struct State;
     State* state_;  ///< owned
 };

@@ -1,0 +1,203 @@
+// Runs programs and waits for them, several at a time. Nobody waits for the end of their output:
+// daemons that a program leaves behind keep it open.
+#include "host/libhaldcore/run_program.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <deque>
+#include <optional>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/program_output.h"
+#include "host/libhaldcore/start_program.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kGrace{2};  // between the request to end and the kill
+
+std::string BaseName(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// A descriptor that reads as `text`; none, with errno set, on failure.
+Descriptor InputOf(const std::string& text)
+{
+    if (text.empty()) return Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
+
+    Descriptor file(memfd_create("input", MFD_CLOEXEC));
+    for (std::size_t done = 0; file && done < text.size();) {
+        const ssize_t put = write(file.get(), text.data() + done, text.size() - done);
+        if (put < 0 && errno != EINTR) return Descriptor();
+        if (put > 0) done += static_cast<std::size_t>(put);
+    }
+    if (file && lseek(file.get(), 0, SEEK_SET) < 0) return Descriptor();
+    return file;
+}
+
+/// One program from its start to its end.
+class Run {
+public:
+    Run(const std::vector<std::string>& arguments, const ProgramOptions& options)
+        : path_(arguments.empty() ? std::string() : arguments[0])
+    {
+        if (path_.empty() || path_[0] != '/') {
+            errno = EINVAL;
+        } else if (Start(arguments, options)) {
+            if (options.limit > options.limit.zero()) deadline_ = Clock::now() + options.limit;
+            return;
+        }
+        Log(LOG_ERR, "%s could not be started: %s", path_.c_str(), ErrnoText());
+    }
+
+    bool running() const { return program_.pid > 0; }
+    ProgramResult& result() { return result_; }
+
+    /// When something is due though nothing happens.
+    std::optional<Clock::time_point> deadline() const { return deadline_; }
+
+    void AddTo(std::vector<pollfd>& waits) const
+    {
+        for (const int descriptor :
+             {program_.process.get(), output_.descriptor(), errors_.descriptor()}) {
+            if (descriptor >= 0) waits.push_back({descriptor, POLLIN, 0});
+        }
+    }
+
+    /// Does what is to be done by now: reads output, notices the end, ends a program that takes
+    /// too long.
+    void Advance()
+    {
+        int status = 0;
+        const pid_t ended = waitpid(program_.pid, &status, WNOHANG);
+        if (ended == program_.pid || (ended < 0 && errno == ECHILD)) {
+            End(ended < 0 ? -1 : status);
+            return;
+        }
+        output_.Read();
+        errors_.Read();
+        if (deadline_ && Clock::now() >= *deadline_) Stop();
+    }
+
+private:
+    bool Start(const std::vector<std::string>& arguments, const ProgramOptions& options);
+    void Stop();
+    void End(int status);
+
+    std::string path_;
+    StartedProgram program_;
+    ProgramOutput output_;  // both streams when they are logged
+    ProgramOutput errors_;
+    std::optional<Clock::time_point> deadline_;
+    bool tookTooLong_ = false;
+    bool captures_ = false;
+    ProgramResult result_;
+};
+
+bool Run::Start(const std::vector<std::string>& arguments, const ProgramOptions& options)
+{
+    const Descriptor input = InputOf(options.input);
+    const Descriptor output = output_.Open();
+    const Descriptor errors = options.capture ? errors_.Open() : Descriptor();
+    if (!input || !output || (options.capture && !errors)) return false;
+
+    captures_ = options.capture;
+    if (!captures_) output_.LogAs(BaseName(path_));
+    const int errorStream = options.capture ? errors.get() : output.get();
+    return StartProgram(arguments, {input.get(), output.get(), errorStream}, program_);
+}
+
+/// Asks the program and all it has started to end, the second time without asking.
+void Run::Stop()
+{
+    (void)kill(-program_.pid, tookTooLong_ ? SIGKILL : SIGTERM);
+    deadline_.reset();
+    if (!tookTooLong_) deadline_ = Clock::now() + kGrace;
+    tookTooLong_ = true;
+}
+
+void Run::End(int status)
+{
+    if (tookTooLong_) (void)kill(-program_.pid, SIGKILL);  // what it has left behind
+    output_.Finish();
+    errors_.Finish();
+    program_ = StartedProgram();
+    deadline_.reset();
+
+    result_.output = std::move(output_.text());
+    result_.errors = std::move(errors_.text());
+    if (tookTooLong_) {
+        Log(LOG_ERR, "%s took too long and was stopped", path_.c_str());
+    } else if (WIFSIGNALED(status)) {
+        Log(LOG_ERR, "%s was killed by signal %d", path_.c_str(), WTERMSIG(status));
+    } else {
+        result_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        if (result_.status != 0 && !captures_) {
+            Log(LOG_ERR, "%s ended with status %d", path_.c_str(), result_.status);
+        }
+    }
+}
+
+/// Milliseconds to wait for `deadline` as poll wants them, rounded up.
+int WaitUntil(std::optional<Clock::time_point> deadline)
+{
+    if (!deadline) return -1;
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(*deadline - Clock::now());
+    return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 3'600'000));
+}
+
+/// Waits until one of the running programs needs attention; false when none is left.
+bool WaitForAny(const std::deque<Run>& runs)
+{
+    std::vector<pollfd> waits;
+    std::optional<Clock::time_point> next;
+    for (const Run& run : runs) {
+        if (!run.running()) continue;
+        run.AddTo(waits);
+        if (run.deadline() && (!next || *run.deadline() < *next)) next = run.deadline();
+    }
+    if (waits.empty()) return false;
+
+    (void)poll(waits.data(), static_cast<nfds_t>(waits.size()), WaitUntil(next));
+    return true;
+}
+
+}  // namespace
+
+ProgramResult RunProgram(const std::vector<std::string>& arguments, const ProgramOptions& options)
+{
+    return RunPrograms({arguments}, options).front();
+}
+
+std::vector<ProgramResult> RunPrograms(const std::vector<std::vector<std::string>>& programs,
+                                       const ProgramOptions& options)
+{
+    std::deque<Run> runs;
+    for (const auto& arguments : programs) runs.emplace_back(arguments, options);
+
+    while (WaitForAny(runs)) {
+        for (Run& run : runs) {
+            if (run.running()) run.Advance();
+        }
+    }
+
+    std::vector<ProgramResult> results;
+    results.reserve(runs.size());
+    for (Run& run : runs) results.push_back(std::move(run.result()));
+    return results;
+}
+
+}  // namespace host

@@ -1,0 +1,159 @@
+// Starts programs. The child borrows this process's memory until its exec (a copy would cost more
+// than the rest), so it makes plain system calls only and runs on a stack of its own.
+#include "host/libhaldcore/start_program.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+#include "host/libhaldcore/child_limits.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/paths.h"
+
+namespace host {
+
+namespace {
+
+constexpr int kHandedLock = 3;  // the number of the lock's descriptor in a package tool
+constexpr std::size_t kStackSize = 65536;
+
+/// What the child needs, made ready before it starts.
+struct Plan {
+    std::vector<char*> arguments;
+    std::vector<char*> environment;
+    ProgramStreams streams;
+    int lock = -1;
+    int failure = 0;  // set by the child when it could not become the program
+};
+
+bool IsPackageTool(const std::string& path)
+{
+    return path.rfind(PackagePath("target/bin/"), 0) == 0;
+}
+
+std::vector<std::string> Environment(bool handsLockOver)
+{
+    std::vector<std::string> environment{
+        "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
+        "LANG=C.UTF-8",
+        geteuid() == 0 ? "HOME=/root" : "HOME=/",
+    };
+    if (handsLockOver) {
+        environment.push_back(std::string(kLockVariable) + '=' + std::to_string(kHandedLock));
+    }
+    return environment;
+}
+
+/// The texts as exec wants them; they are not changed.
+std::vector<char*> Pointers(const std::vector<std::string>& texts)
+{
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+/// In the child: no handler of the parent may run in the memory they share.
+void DefaultSignals()
+{
+    struct sigaction standard = {};
+    standard.sa_handler = SIG_DFL;
+    for (int number = 1; number < NSIG; ++number) (void)sigaction(number, &standard, nullptr);
+}
+
+/// In the child: a number above those that are about to be overwritten.
+int Lifted(int descriptor)
+{
+    return descriptor > kHandedLock ? descriptor : fcntl(descriptor, F_DUPFD, kHandedLock + 1);
+}
+
+/// In the child: puts the streams and the lock in their places and closes everything else.
+bool PlaceDescriptors(const Plan& plan)
+{
+    const int input = Lifted(plan.streams.input);
+    const int output = Lifted(plan.streams.output);
+    const int errors = Lifted(plan.streams.errors);
+    const int lock = plan.lock >= 0 ? Lifted(plan.lock) : -1;
+    if (dup2(input, STDIN_FILENO) < 0 || dup2(output, STDOUT_FILENO) < 0 ||
+        dup2(errors, STDERR_FILENO) < 0 || (lock >= 0 && dup2(lock, kHandedLock) < 0)) {
+        return false;
+    }
+    closefrom(lock >= 0 ? kHandedLock + 1 : kHandedLock);
+    return true;
+}
+
+/// In the child: becomes the program.
+int Become(void* data)
+{
+    Plan& plan = *static_cast<Plan*>(data);
+    DefaultSignals();
+    (void)setpgid(0, 0);
+    if (chdir("/") == 0 && PlaceDescriptors(plan)) {
+        RestoreLimits();
+        (void)umask(S_IWGRP | S_IWOTH);
+        sigset_t none;
+        sigemptyset(&none);
+        (void)sigprocmask(SIG_SETMASK, &none, nullptr);
+        (void)execve(plan.arguments[0], plan.arguments.data(), plan.environment.data());
+    }
+    plan.failure = errno;
+    _exit(127);
+}
+
+/// The exit status of a child is lost while SIGCHLD is ignored, as some web servers leave it.
+void ExpectChildren()
+{
+    struct sigaction action;
+    if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+        action.sa_handler = SIG_DFL;
+        (void)sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
+/// Runs `Become` in a new process; returns once that is the program or has failed.
+pid_t Clone(Plan& plan, int& process)
+{
+    alignas(16) std::array<char, kStackSize> stack;
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    (void)sigprocmask(SIG_SETMASK, &all, &before);
+    const pid_t pid = clone(Become, stack.data() + stack.size(),
+                            CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD, &plan, &process);
+    (void)sigprocmask(SIG_SETMASK, &before, nullptr);
+    return pid;
+}
+
+}  // namespace
+
+bool StartProgram(const std::vector<std::string>& arguments, const ProgramStreams& streams,
+                  StartedProgram& started)
+{
+    Plan plan;
+    plan.streams = streams;
+    plan.lock = IsPackageTool(arguments[0]) ? LockDescriptor() : -1;
+    const std::vector<std::string> environment = Environment(plan.lock >= 0);
+    plan.arguments = Pointers(arguments);
+    plan.environment = Pointers(environment);
+
+    ExpectChildren();
+    int process = -1;
+    started.pid = Clone(plan, process);
+    if (started.pid < 0) return false;
+
+    started.process = Descriptor(process);
+    if (plan.failure == 0) return true;
+    (void)waitpid(started.pid, nullptr, 0);
+    started = StartedProgram();
+    errno = plan.failure;
+    return false;
+}
+
+}  // namespace host

@@ -1,0 +1,83 @@
+// Derives the packet filter's rules from the stored settings.
+#include "host/libhaldfirewall/firewall_rules.h"
+
+#include <cstdlib>
+#include <set>
+
+namespace host {
+
+namespace {
+
+struct Service {
+    const char* enabledKey;
+    const char* portKey;
+    bool enabled;  // where the settings do not say
+    int port;
+    bool isSmtp;  // off while the mail server as a whole is
+};
+
+constexpr Service kServices[] = {
+    {"smtp_enabled", "smtp_port", true, 25, true},
+    {"smtp_ssl_enabled", "smtps_port", false, 465, true},
+    {"smtp_tls_enabled", "smtp_tls_port", true, 587, true},
+    {"imap_enabled", "imap_port", true, 143, false},
+    {"imaps_enabled", "imaps_port", true, 993, false},
+    {"pop3_enabled", "pop3_port", false, 110, false},
+    {"pop3s_enabled", "pop3s_port", false, 995, false},
+};
+
+bool Switch(const KeyValueFile& settings, const char* key, bool fallback)
+{
+    const std::string value = settings.Get(key).value_or("");
+    if (value != "yes" && value != "no") return fallback;
+    return value == "yes";
+}
+
+int Port(const KeyValueFile& settings, const Service& service)
+{
+    const std::string value = settings.Get(service.portKey).value_or("");
+    char* end = nullptr;
+    const long port = strtol(value.c_str(), &end, 10);
+    return *end == '\0' && port >= 1 && port <= 65535 ? static_cast<int>(port) : service.port;
+}
+
+/// The head of a rule for these ports.
+std::string ToPorts(const std::set<int>& ports)
+{
+    std::string text;
+    for (const int port : ports) {
+        text += (text.empty() ? "" : ", ") + std::to_string(port);
+    }
+    return "tcp dport { " + text + " }";
+}
+
+}  // namespace
+
+std::string FirewallRules(const KeyValueFile& settings)
+{
+    const bool mailServer = Switch(settings, "smtp_enabled", true);
+    std::set<int> open;
+    std::set<int> closed;
+    for (const Service& service : kServices) {
+        const bool on = Switch(settings, service.enabledKey, service.enabled) &&
+                        (mailServer || !service.isSmtp);
+        (on ? open : closed).insert(Port(settings, service));
+    }
+    for (const int port : open) closed.erase(port);  // another service may have the port by now
+
+    std::string rules =
+        "# Made from the mail settings; changes are lost with the next one.\n"
+        "table inet mailvane\n"  // so that there is one to delete
+        "delete table inet mailvane\n"
+        "table inet mailvane {\n"
+        "    chain input {\n"
+        "        type filter hook input priority filter; policy accept;\n"
+        "        iifname \"lo\" accept\n"
+        // Only what opens a connection is judged: those that exist go on, and nothing is tracked.
+        "        tcp flags & (fin | syn | rst | ack) != syn accept\n";
+    if (!open.empty()) rules += "        " + ToPorts(open) + " accept\n";
+    if (!closed.empty()) rules += "        " + ToPorts(closed) + " reject with tcp reset\n";
+    return rules + "    }\n}\n";
+}
+
+}  // namespace host

@@ -1,0 +1,89 @@
+// Chooses engines by /etc/nsswitch.conf.
+#include "host/libhaldsdk/account_engine.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "platform/hlib/accounts.h"
+
+namespace host {
+
+namespace {
+
+constexpr char kDomainService[] = "winbind";
+constexpr const char* kLdapServices[] = {"sss", "ldap"};
+constexpr char kDatabase[] = "passwd:";
+
+/// What follows "passwd:" in nsswitch.conf.
+std::string PasswdLine()
+{
+    std::string text;
+    if (!ReadFile(Path("/etc/nsswitch.conf"), text)) return "";
+
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        const std::size_t first = text.find_first_not_of(" \t", start);
+        if (first != std::string::npos && text.compare(first, strlen(kDatabase), kDatabase) == 0) {
+            const std::size_t value = first + strlen(kDatabase);
+            return text.substr(value, std::min(text.find('#', value), end) - value);
+        }
+        start = end + 1;
+    }
+    return "";
+}
+
+/// The services of the passwd line, without the reactions in brackets between them.
+std::vector<std::string> ConfiguredServices()
+{
+    std::vector<std::string> services;
+    std::string word;
+    bool inBrackets = false;
+    for (const char byte : PasswdLine() + ' ') {
+        if (byte == '[' || byte == ']') inBrackets = byte == '[';
+        if (!inBrackets && strchr(" \t]", byte) == nullptr) {
+            word += byte;
+        } else if (!word.empty()) {
+            services.push_back(std::move(word));
+            word.clear();
+        }
+    }
+    return services;
+}
+
+bool IsRemote(const std::string& service)
+{
+    return service == kDomainService ||
+           std::find(std::begin(kLdapServices), std::end(kLdapServices), service) !=
+               std::end(kLdapServices);
+}
+
+}  // namespace
+
+std::unique_ptr<AccountEngine> EngineOf(int source)
+{
+    if (source == HLIB_ACCOUNT_LOCAL) return LocalAccounts();
+
+    for (const std::string& service : ConfiguredServices()) {
+        if (!IsRemote(service)) continue;
+        const int kind = service == kDomainService ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LDAP;
+        if (kind == source) return NameServiceModule(service);
+    }
+    Log(LOG_ERR, "account source %d: /etc/nsswitch.conf names no service for it", source);
+    errno = ENOENT;
+    return nullptr;
+}
+
+std::vector<std::unique_ptr<AccountEngine>> RemoteEngines()
+{
+    std::vector<std::unique_ptr<AccountEngine>> engines;
+    for (const std::string& service : ConfiguredServices()) {
+        if (IsRemote(service)) engines.push_back(NameServiceModule(service));
+    }
+    return engines;
+}
+
+}  // namespace host

@@ -1,0 +1,23 @@
+// Copies of the C library's account records.
+#include "host/libhaldsdk/account_records.h"
+
+#include <algorithm>
+
+namespace host {
+
+User ToUser(const passwd& record)
+{
+    const std::string comment = record.pw_gecos != nullptr ? record.pw_gecos : "";
+    return {record.pw_name, comment.substr(0, comment.find(',')), record.pw_uid, record.pw_gid};
+}
+
+Group ToGroup(const group& record)
+{
+    Group copy{record.gr_name, record.gr_gid, {}};
+    for (char** member = record.gr_mem; member != nullptr && *member != nullptr; ++member) {
+        copy.members.emplace_back(*member);
+    }
+    return copy;
+}
+
+}  // namespace host

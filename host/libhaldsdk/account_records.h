@@ -1,0 +1,60 @@
+// Records of the C library's account functions, and calls that want a buffer for their texts.
+#pragma once
+
+#include <grp.h>
+#include <nss.h>
+#include <pwd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "host/libhaldsdk/account_engine.h"
+
+namespace host {
+
+using RecordBuffer = std::vector<char>;
+constexpr std::size_t kFirstRecordBuffer = 4096;
+constexpr std::size_t kLargestRecordBuffer = std::size_t{64} << 20;  // a group of a million
+
+/// Repeats `call(bytes, size, &code)` with more room for as long as it asks for it. On failure
+/// errno is set.
+template <typename Call>
+nss_status CallWithBuffer(RecordBuffer& buffer, const Call& call)
+{
+    if (buffer.empty()) buffer.resize(kFirstRecordBuffer);
+    for (;;) {
+        int code = 0;
+        const nss_status status = call(buffer.data(), buffer.size(), &code);
+        if (status == NSS_STATUS_SUCCESS || status == NSS_STATUS_NOTFOUND) return status;
+
+        errno = code != 0 ? code : EAGAIN;
+        const bool wantsRoom = status == NSS_STATUS_TRYAGAIN && code == ERANGE;
+        if (!wantsRoom || buffer.size() >= kLargestRecordBuffer) return status;
+        buffer.resize(buffer.size() * 2);
+    }
+}
+
+/// Visits the records that `next(record, bytes, size, &code)` yields one after the other. False,
+/// with errno set, when it fails.
+template <typename Record, typename Next, typename Visit>
+bool EachRecord(const Next& next, const Visit& visit)
+{
+    RecordBuffer buffer;
+    for (;;) {
+        Record record;
+        const nss_status status =
+            CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
+                return next(&record, bytes, size, code);
+            });
+        if (status != NSS_STATUS_SUCCESS) return status == NSS_STATUS_NOTFOUND;
+        visit(record);
+    }
+}
+
+/// Copies of the C library's records. The real name is the first field of the comment.
+User ToUser(const passwd& record);
+Group ToGroup(const group& record);
+
+}  // namespace host

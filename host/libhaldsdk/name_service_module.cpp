@@ -1,0 +1,116 @@
+// Modules of the C library's name service (libnss_winbind, libnss_sss, libnss_ldap), called through
+// the interface that the C library itself uses.
+#include <dlfcn.h>
+
+#include <cerrno>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldsdk/account_engine.h"
+#include "host/libhaldsdk/account_records.h"
+
+namespace host {
+
+namespace {
+
+template <typename Record>
+struct Enumeration {
+    nss_status (*begin)(int) = nullptr;
+    nss_status (*next)(Record*, char*, std::size_t, int*) = nullptr;
+    nss_status (*end)() = nullptr;
+
+    bool complete() const { return begin != nullptr && next != nullptr && end != nullptr; }
+};
+
+using FindUserCall = nss_status (*)(const char*, passwd*, char*, std::size_t, int*);
+
+template <typename Record, typename Visit>
+bool Enumerate(const Enumeration<Record>& calls, const Visit& visit)
+{
+    errno = 0;
+    const nss_status begun = calls.begin(0);
+    if (begun != NSS_STATUS_SUCCESS && begun != NSS_STATUS_NOTFOUND) {
+        if (errno == 0) errno = EAGAIN;
+        return false;
+    }
+
+    const bool answered = EachRecord<Record>(calls.next, visit);
+    const int saved = errno;
+    (void)calls.end();
+    errno = saved;
+    return answered;
+}
+
+class ModuleEngine : public AccountEngine {
+public:
+    /// `library` stays loaded: the C library may be using it as well.
+    ModuleEngine(void* library, const std::string& service) : library_(library), service_(service)
+    {
+        Resolve("setpwent", users_.begin);
+        Resolve("getpwent_r", users_.next);
+        Resolve("endpwent", users_.end);
+        Resolve("setgrent", groups_.begin);
+        Resolve("getgrent_r", groups_.next);
+        Resolve("endgrent", groups_.end);
+        Resolve("getpwnam_r", findUser_);
+    }
+
+    bool complete() const
+    {
+        return users_.complete() && groups_.complete() && findUser_ != nullptr;
+    }
+
+    bool EachUser(const UserVisitor& visit) override
+    {
+        return Enumerate(users_, [&](const passwd& record) { visit(ToUser(record)); });
+    }
+
+    bool EachGroup(const GroupVisitor& visit) override
+    {
+        return Enumerate(groups_, [&](const group& record) { visit(ToGroup(record)); });
+    }
+
+    Lookup FindUser(const std::string& name, User& user) override
+    {
+        RecordBuffer buffer;
+        passwd record;
+        const nss_status status =
+            CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
+                return findUser_(name.c_str(), &record, bytes, size, code);
+            });
+        if (status == NSS_STATUS_NOTFOUND) return Lookup::kAbsent;
+        if (status != NSS_STATUS_SUCCESS) return Lookup::kFailed;
+        user = ToUser(record);
+        return Lookup::kFound;
+    }
+
+private:
+    template <typename Function>
+    void Resolve(const char* name, Function& function)
+    {
+        function =
+            reinterpret_cast<Function>(dlsym(library_, ("_nss_" + service_ + "_" + name).c_str()));
+    }
+
+    void* library_;
+    std::string service_;
+    Enumeration<passwd> users_;
+    Enumeration<group> groups_;
+    FindUserCall findUser_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<AccountEngine> NameServiceModule(const std::string& service)
+{
+    const std::string file = "libnss_" + service + ".so.2";
+    void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library != nullptr) {
+        auto engine = std::make_unique<ModuleEngine>(library, service);
+        if (engine->complete()) return engine;
+    }
+    Log(LOG_ERR, "the name service module %s cannot be used", file.c_str());
+    errno = ELIBACC;
+    return nullptr;
+}
+
+}  // namespace host

@@ -1,0 +1,61 @@
+// What the headers of a request decide.
+#include "host/libkos/admission.h"
+
+#include "host/libkos/caller_check.h"
+
+namespace kos {
+
+namespace {
+
+std::optional<Refusal> JudgeUser(const std::string& user)
+{
+    switch (CheckCaller(user)) {
+        case Caller::kAdministrator:
+            return std::nullopt;
+        case Caller::kNobody:
+            return Refusal{401, "unauthorized", "no caller"};
+        case Caller::kBadName:
+            return Refusal{403, "forbidden", "no possible name"};
+        case Caller::kNoAccount:
+            return Refusal{403, "forbidden", "no such account"};
+        case Caller::kExpired:
+            return Refusal{403, "forbidden", "the account has expired"};
+        case Caller::kNoMember:
+            return Refusal{403, "forbidden", "not an administrator"};
+        case Caller::kUnknown:
+            break;
+    }
+    return Refusal{503, "unavailable", "accounts or groups cannot be read"};
+}
+
+std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
+{
+    // A foreign form can send these two kinds of body; it cannot send JSON.
+    const BodyKind kind = request.body.kind;
+    const bool form = kind == BodyKind::kForm || kind == BodyKind::kUpload;
+    const bool needsProof = form || (changes && kind != BodyKind::kJson);
+    switch (JudgeSite(request.site, needsProof)) {
+        case SiteVerdict::kPass:
+            return std::nullopt;
+        case SiteVerdict::kForeign:
+            return Refusal{403, "cross_site", "sent by another site"};
+        case SiteVerdict::kUnproven:
+            break;
+    }
+    return Refusal{403, "cross_site", "a change without proof of where it came from"};
+}
+
+}  // namespace
+
+std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool changes, bool goodQuery)
+{
+    if (std::optional<Refusal> refusal = JudgeUser(request.user)) return refusal;
+    if (request.method != "GET" && request.method != "POST") {
+        return Refusal{405, "method_not_allowed", "a method that is not taken"};
+    }
+    if (std::optional<Refusal> refusal = JudgePage(request, changes)) return refusal;
+    if (!goodQuery) return Refusal{400, "bad_request", "query parameters that are not taken"};
+    return JudgeBody(request.body);
+}
+
+}  // namespace kos

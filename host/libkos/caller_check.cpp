@@ -1,0 +1,76 @@
+// Who may administer the mail server. Reads /etc/haldinfo.conf.
+#include "host/libkos/caller_check.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libkos/account_sources.h"
+
+namespace kos {
+
+namespace {
+
+constexpr char kDefaultGroup[] = "administrators";
+constexpr std::time_t kDay = 86400;
+
+bool HoldsControlCharacter(const std::string& text)
+{
+    return std::any_of(text.begin(), text.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < 0x20 || byte == 0x7f;
+    });
+}
+
+struct AdminSettings {
+    std::string group = kDefaultGroup;
+    bool nss = false;
+};
+
+AdminSettings ReadAdminSettings()
+{
+    AdminSettings settings;
+    const auto file = host::KeyValueFile::Read(host::Path("/etc/haldinfo.conf"));
+    if (!file) return settings;
+
+    const std::string group = file->Get("admin_group").value_or("");
+    if (!group.empty()) settings.group = group;
+    settings.nss = file->Get("admin_source") == "nss";
+    return settings;
+}
+
+}  // namespace
+
+Caller JudgeCaller(const CallerAccount& account, const CallerGroup& administrators, long today)
+{
+    const auto& members = administrators.members;
+    const bool member = account.group == administrators.id ||
+                        std::find(members.begin(), members.end(), account.name) != members.end();
+    if (!member) return Caller::kNoMember;
+
+    const bool expired = account.expires && today >= *account.expires;
+    return expired ? Caller::kExpired : Caller::kAdministrator;
+}
+
+Caller CheckCaller(const std::string& user)
+{
+    if (user.empty()) return Caller::kNobody;
+    if (HoldsControlCharacter(user)) return Caller::kBadName;
+
+    const AdminSettings settings = ReadAdminSettings();
+    CallerAccount account;
+    const Lookup found =
+        settings.nss ? FindNssAccount(user, account) : FindLocalAccount(user, account);
+    if (found == Lookup::kFailed) return Caller::kUnknown;
+    if (found == Lookup::kAbsent) return Caller::kNoAccount;
+
+    CallerGroup group;
+    const Lookup hasGroup =
+        settings.nss ? FindNssGroup(settings.group, group) : FindLocalGroup(settings.group, group);
+    if (hasGroup == Lookup::kFailed) return Caller::kUnknown;
+    if (hasGroup == Lookup::kAbsent) return Caller::kNoMember;
+    return JudgeCaller(account, group, static_cast<long>(std::time(nullptr) / kDay));
+}
+
+}  // namespace kos

@@ -1,0 +1,57 @@
+// A JSON body from a client that may send anything.
+#include "host/libkos/json_body.h"
+
+#include <json/reader.h>
+
+#include <string_view>
+
+namespace kos {
+
+namespace {
+
+constexpr int kMaxDepth = 100;
+
+/// Whether the text holds a NUL byte or the escape that stands for one. The program hands texts to
+/// operations that end at a NUL: what was checked would not be what is used.
+bool HoldsNul(std::string_view text)
+{
+    if (text.find('\0') != std::string_view::npos) return true;
+
+    for (std::size_t at = text.find('\\'); at < text.size(); at = text.find('\\', at + 2)) {
+        if (text.substr(at + 1, 5) == "u0000") return true;
+    }
+    return false;
+}
+
+bool Parse(const std::string& text, Json::Value& root)
+{
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    builder.settings_["stackLimit"] = kMaxDepth;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    try {
+        return reader->parse(text.data(), text.data() + text.size(), &root, nullptr);
+    } catch (const Json::Exception&) {
+        return false;  // nested too deep
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*& reason)
+{
+    auto root = std::make_unique<Json::Value>();
+    reason = nullptr;
+    if (text.empty()) {
+        reason = "an empty JSON body";
+    } else if (HoldsNul(text)) {
+        reason = "a NUL in the JSON body";
+    } else if (!Parse(text, *root)) {
+        reason = "a body that is not JSON";
+    } else if (!root->isObject()) {
+        reason = "a JSON body that is no object";
+    }
+    return reason == nullptr ? std::move(root) : nullptr;
+}
+
+}  // namespace kos

@@ -1,0 +1,33 @@
+// Small cuts of header texts.
+#include "host/libkos/text.h"
+
+#include <algorithm>
+
+namespace kos {
+
+std::string_view Trim(std::string_view text)
+{
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string Lower(std::string_view text)
+{
+    std::string lower(text);
+    for (char& letter : lower) {
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    }
+    return lower;
+}
+
+std::string_view CutAt(std::string_view& rest, char separator)
+{
+    const std::size_t end = std::min(rest.find(separator), rest.size());
+    const std::string_view front = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    return front;
+}
+
+}  // namespace kos

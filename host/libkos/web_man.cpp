@@ -1,0 +1,235 @@
+// The request object: one CGI request. Reads the environment and standard input, writes standard
+// output; takes the request lock for what changes something.
+#include "platform/web/web_man.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
+#include "host/libkos/admission.h"
+#include "host/libkos/answer.h"
+#include "host/libkos/body_reader.h"
+#include "host/libkos/changing_actions.h"
+#include "host/libkos/form_parser.h"
+#include "host/libkos/import_staging.h"
+#include "host/libkos/json_body.h"
+#include "host/libkos/languages.h"
+#include "host/libkos/process_hygiene.h"
+#include "host/libkos/upload.h"
+
+using kos::BodyKind;
+using kos::LengthKind;
+using kos::Refusal;
+
+namespace {
+
+constexpr char kUploadPath[] = "upload_file_tmp";
+
+/// How much a body may hold that has to be read off; one of unknown length ends with the stream.
+std::uint64_t BytesToRead(const kos::BodyHead& body)
+{
+    return body.lengthKind == LengthKind::kKnown ? body.length : kos::kMaxUploadBytes;
+}
+
+}  // namespace
+
+struct WebMan::State {
+    const kos::CgiRequest request = kos::ReadCgiRequest();
+    const kos::ChangingActions changingActions = kos::ChangingActions::Read();
+    kos::Parameters parameters;
+    const bool goodQuery = kos::ParseForm(request.query, parameters);
+    kos::BodyReader body{STDIN_FILENO, BytesToRead(request.body)};
+    std::optional<kos::Upload> upload;
+    std::unique_ptr<Json::Value> json;
+    std::string language;
+    bool loaded = false;
+
+    bool Changes() const;
+    void Refuse(const Refusal& refusal);
+    [[noreturn]] void RefuseAndThrow(const Refusal& refusal);
+    void LoadJson();
+    void LoadForm();
+    bool LoadUpload(const char* directory);
+    void Begin();
+};
+
+/// Whether the request changes something, as far as it has been read.
+bool WebMan::State::Changes() const
+{
+    const BodyKind kind = request.body.kind;
+    if (kind == BodyKind::kJson || kind == BodyKind::kUpload) return true;
+
+    const std::string* const action = parameters.Find("action");
+    return action != nullptr && changingActions.Contains(*action);
+}
+
+/// Answers with the refusal, after the rest of the body: a web server may cut an answer that comes
+/// before the client has sent everything.
+void WebMan::State::Refuse(const Refusal& refusal)
+{
+    body.Drain();
+    kos::WriteRefusal(refusal, request.user, request.address);
+}
+
+void WebMan::State::RefuseAndThrow(const Refusal& refusal)
+{
+    Refuse(refusal);
+    throw std::runtime_error("request refused: " + refusal.reason);
+}
+
+void WebMan::State::LoadJson()
+{
+    std::string text;
+    if (!body.ReadAll(text)) RefuseAndThrow({400, "bad_request", "a body that was cut short"});
+
+    const char* reason = nullptr;
+    json = kos::ParseJsonBody(text, reason);
+    if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
+}
+
+void WebMan::State::LoadForm()
+{
+    std::string text;
+    if (!body.ReadAll(text)) RefuseAndThrow({400, "bad_request", "a body that was cut short"});
+    if (!kos::ParseForm(text, parameters)) {
+        RefuseAndThrow({400, "bad_request", "form parameters that are not taken"});
+    }
+}
+
+bool WebMan::State::LoadUpload(const char* directory)
+{
+    using Result = kos::Upload::Result;
+    if (!upload) upload.emplace(request.body.boundary, parameters);
+    switch (upload->Load(body, directory)) {
+        case Result::kDone:
+            return true;
+        case Result::kLarge:
+            return false;
+        case Result::kMalformed:
+            RefuseAndThrow({400, "bad_request", "a malformed upload"});
+        case Result::kCutShort:
+            RefuseAndThrow({400, "bad_request", "an upload that was cut short"});
+        case Result::kNoSpace:
+            break;
+    }
+    host::Log(LOG_ERR, "the upload cannot be stored: %s", strerror(errno));
+    return false;
+}
+
+/// Lets what was loaded act: a change gets the lock, until the process ends, and is not
+/// interrupted.
+void WebMan::State::Begin()
+{
+    loaded = true;
+    if (!Changes()) {
+        kos::AllowSignals();
+        return;
+    }
+
+    kos::DeferSignals();
+    switch (host::TakeLock(host::kLockPatience)) {
+        case host::LockResult::kHeld:
+            return;
+        case host::LockResult::kBusy:
+            RefuseAndThrow({503, "busy", "another change is under way"});
+        case host::LockResult::kFailed:
+            break;
+    }
+    RefuseAndThrow({503, "unavailable", "the lock cannot be used"});
+}
+
+WebMan::WebMan()
+{
+    kos::PrepareProcess();
+    state_ = std::make_unique<State>();
+}
+
+WebMan::~WebMan() = default;
+
+// There is one privilege, to administer, and one caller, so the arguments select nothing.
+bool WebMan::IsAuthorized(const char* /*user*/, int /*privilege*/, int /*position*/)
+{
+    const std::optional<Refusal> refusal =
+        kos::JudgeRequest(state_->request, state_->Changes(), state_->goodQuery);
+    if (refusal) {
+        state_->Refuse(*refusal);
+        return false;
+    }
+    if (IsUploadRequest()) kos::RemoveStaleStaging();
+    return true;
+}
+
+bool WebMan::IsUploadRequest()
+{
+    return state_->request.body.kind == BodyKind::kUpload;
+}
+
+bool WebMan::LoadIn()
+{
+    if (IsUploadRequest()) return LoadIn(nullptr);
+    if (state_->loaded) return true;
+
+    if (state_->request.body.kind == BodyKind::kJson) state_->LoadJson();
+    if (state_->request.body.kind == BodyKind::kForm) state_->LoadForm();
+    state_->Begin();
+    return true;
+}
+
+bool WebMan::LoadIn(const char* directory)
+{
+    if (!IsUploadRequest()) return LoadIn();
+    if (state_->loaded) return true;
+
+    if (!state_->LoadUpload(directory)) return false;
+    state_->Begin();
+    return true;
+}
+
+Json::Value* WebMan::In()
+{
+    return state_->json.get();
+}
+
+const char* WebMan::In(const char* name, const char* fallback)
+{
+    // Never what the client sends under this name: the program opens and moves the file.
+    if (std::string_view(name) == kUploadPath) {
+        const bool stored = state_->upload && !state_->upload->path().empty();
+        return stored ? state_->upload->path().c_str() : fallback;
+    }
+    const std::string* const value = state_->parameters.Find(name);
+    return value != nullptr ? value->c_str() : fallback;
+}
+
+void WebMan::WriteHeader(const char* contentType)
+{
+    state_->body.Drain();  // an upload that the program gave up halfway
+    const bool standard = contentType == nullptr || *contentType == '\0';
+    kos::WriteHead(standard ? kos::kJsonType : contentType);
+}
+
+void WebMan::WriteBody(const Json::Value& body)
+{
+    kos::WriteJson(body);
+}
+
+const char* WebMan::GetLoginUserName()
+{
+    return state_->request.user.empty() ? nullptr : state_->request.user.c_str();
+}
+
+const char* WebMan::GetUILanguage()
+{
+    if (state_->language.empty()) {
+        state_->language =
+            kos::ChooseLanguage(state_->parameters.Find("lang"), state_->request.cookies,
+                                state_->request.acceptLanguage);
+    }
+    return state_->language.c_str();
+}

@@ -1,0 +1,42 @@
+// The two databases that the mail server keeps per account combination: etc/alias.db and
+// etc/mailvane.db.
+#include "host/libmailvane/account_databases.h"
+
+#include <stdexcept>
+
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/account_record.h"
+#include "host/libmailvane/durable_move.h"
+
+namespace host {
+namespace {
+
+// Features add their tables as further scripts.
+constexpr const char* kAliasScripts[] = {kAccountTable};
+constexpr const char* kMailvaneScripts[] = {kAccountTable};
+
+constexpr AccountStore kAlias = {"etc/alias.db", "", Schema(kAliasScripts)};
+constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane", Schema(kMailvaneScripts)};
+
+}  // namespace
+
+const AccountStore& StoreOf(AccountDatabase which)
+{
+    return which == AccountDatabase::kAlias ? kAlias : kMailvane;
+}
+
+std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
+{
+    const AccountStore& store = StoreOf(which);
+    return OpenForReading(PackagePath(store.live), store.schema);
+}
+
+SQLite::Database ChangeAccountDatabase(AccountDatabase which)
+{
+    const AccountStore& store = StoreOf(which);
+    const std::string path = PackagePath(store.live);
+    if (!NameExists(path)) throw std::runtime_error(path + " is missing");
+    return OpenForChange(path, store.schema);
+}
+
+}  // namespace host

@@ -1,0 +1,30 @@
+// Keeping the account data what the stored settings say, and what is generated from it.
+#include "host/libmailvane/account_switch.h"
+
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/account_data.h"
+#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/stored_settings.h"
+
+namespace host {
+
+int HealAccounts()
+{
+    const auto settings = StoredSettings::Read();
+    if (!settings) return -1;
+    if (AccountDataIsSound(settings->Account())) return 0;
+
+    const ScopedLock lock(std::chrono::milliseconds(0));
+    if (!lock.held()) return 0;
+
+    // Another process may have healed it in between, or changed the settings.
+    const auto current = StoredSettings::Read();
+    if (!current) return -1;
+
+    bool exchanged = false;
+    if (HealAccountData(current->Account(), exchanged) < 0) return -1;
+
+    return exchanged ? RebuildLists(AccountLists()) : 0;
+}
+
+}  // namespace host

@@ -1,0 +1,11 @@
+// Keeping the account data what the stored settings say, and what is generated from it.
+#pragma once
+
+namespace host {
+
+/// Makes the account data that of the stored account combination when it is not, and rebuilds the
+/// lists that were generated from it. A reader that finds the request lock taken leaves that to the
+/// writer. 0; negative when it could not be completed.
+int HealAccounts();
+
+}  // namespace host

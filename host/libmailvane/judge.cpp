@@ -1,0 +1,143 @@
+// Judging a generation before it is put in force: Postfix's own check passes a missing map, a
+// service that stands twice and a port out of range, so more is asked than that.
+#include "host/libmailvane/judge.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/listening_ports.h"
+#include "host/libmailvane/mail_ports.h"
+
+namespace host {
+
+namespace {
+
+const char kPostconf[] = "/usr/sbin/postconf";
+const char kPostfix[] = "/usr/sbin/postfix";
+const char kPostmap[] = "/usr/sbin/postmap";
+const char kDoveconf[] = "/usr/bin/doveconf";
+
+/// Map types whose tables are files; others are answered by daemons or need no table.
+const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
+                                  "regexp", "pcre",  "cidr", "sqlite", "ldap"};
+
+bool PortsAreFree(const StoredSettings& wanted)
+{
+    std::set<int> ports;
+    for (const int port : EnabledPorts(wanted)) {
+        if (ports.insert(port).second) continue;
+
+        Log(LOG_ERR, "refused: port %d is given to two services", port);
+        return false;
+    }
+
+    const std::set<int> taken = PortsHeldByOthers(ports);
+    if (!taken.empty()) Log(LOG_ERR, "refused: port %d is in use", *taken.begin());
+    return taken.empty();
+}
+
+/// What a check of a daemon's files must not do: end with a failure, or complain.
+bool Passed(const ProgramResult& result, const char* check)
+{
+    if (result.Succeeded() && result.errors.empty()) return true;
+
+    Log(LOG_ERR, "refused by %s: %s", check, result.errors.c_str());
+    return false;
+}
+
+/// The tables that a dump of Postfix parameters names, as `type:path`.
+std::set<std::string> TablesIn(const std::string& parameters)
+{
+    std::set<std::string> tables;
+    for (const char* type : kFileTypes) {
+        const std::string start = std::string(type) + ":/";
+        for (auto at = parameters.find(start); at != std::string::npos;
+             at = parameters.find(start, at + 1)) {
+            const bool isWord =
+                at == 0 || std::isalnum(static_cast<unsigned char>(parameters[at - 1])) == 0;
+            const auto end = parameters.find_first_of(" ,;\n\t}{", at);
+            if (isWord) tables.insert(parameters.substr(at, end - at));
+        }
+    }
+    return tables;
+}
+
+bool TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
+{
+    std::vector<std::vector<std::string>> queries;
+    for (const std::string& table : tables) {
+        queries.push_back({kPostmap, "-c", configuration, "-q", "probe", table});
+    }
+    ProgramOptions options;
+    options.capture = true;
+    const std::vector<ProgramResult> results = RunPrograms(queries, options);
+    auto table = tables.begin();
+    for (const ProgramResult& result : results) {
+        // Status 1 with nothing to say: the table has no such entry.
+        if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
+            Log(LOG_ERR, "refused: the table %s cannot be queried", table->c_str());
+            return false;
+        }
+        ++table;
+    }
+    return true;
+}
+
+/// The parameters of both Postfix files, expanded.
+std::vector<ProgramResult> DumpParameters(const std::string& configuration)
+{
+    ProgramOptions options;
+    options.capture = true;
+    return RunPrograms({{kPostconf, "-c", configuration, "-x", "-n"},
+                        {kPostconf, "-c", configuration, "-x", "-P"}},
+                       options);
+}
+
+bool ParametersAndTablesAreGood(const std::string& configuration)
+{
+    const std::vector<ProgramResult> dumps = DumpParameters(configuration);
+    std::string parameters;
+    for (const ProgramResult& dump : dumps) {
+        if (!Passed(dump, "postconf")) return false;
+        parameters += dump.output;
+    }
+    return TablesAnswer(configuration, TablesIn(parameters));
+}
+
+bool OwnChecksPass(const NextGeneration& next)
+{
+    std::vector<std::vector<std::string>> checks;
+    if (next.Changed("postfix/")) {
+        checks.push_back({kPostfix, "-c", next.directory() + "/postfix", "check"});
+    }
+    if (next.Changed("dovecot/") || next.Changed("tls/")) {
+        checks.push_back({kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"});
+    }
+    ProgramOptions options;
+    options.capture = true;
+    const std::vector<ProgramResult> results = RunPrograms(checks, options);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (results[i].Succeeded()) continue;
+
+        Log(LOG_ERR, "refused by %s: %s", checks[i].front().c_str(), results[i].errors.c_str());
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool MapsAnswer(const NextGeneration& next)
+{
+    return ParametersAndTablesAreGood(next.directory() + "/postfix");
+}
+
+bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
+{
+    return PortsAreFree(wanted) && MapsAnswer(next) && OwnChecksPass(next);
+}
+
+}  // namespace host

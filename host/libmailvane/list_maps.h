@@ -1,0 +1,35 @@
+// Maps and files that the lists of the package fill: made from the stores, put in force as a
+// generation of their own.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// One file of the next generation that a list fills.
+struct ListFile {
+    std::string name;  ///< of a map in postfix/maps, or a path in the generation
+    std::string text;
+    bool isMap = true;  ///< compiled for lookups
+};
+
+/// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot
+/// be read.
+std::vector<ListFile> AliasFiles();
+std::vector<ListFile> LoginFiles();
+std::vector<ListFile> BlindCopyFiles();
+std::vector<ListFile> AccessFiles();
+std::vector<ListFile> QuotaFiles();
+std::vector<ListFile> BlackWhiteFiles();
+
+/// Makes the files of one or more lists and puts them in force together; Postfix takes them at
+/// once, or with the save that is under way. `makers` are the functions above. 0; negative on
+/// failure, what was in force then still is.
+using ListFileMaker = std::vector<ListFile> (*)();
+int RebuildLists(const std::vector<ListFileMaker>& makers);
+
+/// All lists whose entries belong to one account combination.
+std::vector<ListFileMaker> AccountLists();
+
+}  // namespace host

@@ -1,0 +1,17 @@
+// The ports that the stored settings give to the mail services.
+#pragma once
+
+#include <vector>
+
+#include "host/libmailvane/stored_settings.h"
+
+namespace host {
+
+/// Whether the IMAP and POP3 server runs: for its mailbox services, or for SMTP, which needs it for
+/// logins and delivery.
+bool MailboxServerRuns(const StoredSettings& settings);
+
+/// The ports of all services that are on; one given to two services stands there twice.
+std::vector<int> EnabledPorts(const StoredSettings& settings);
+
+}  // namespace host

@@ -1,0 +1,20 @@
+// The mark of a save that is under way: etc/generated/pending.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace host {
+
+struct PendingSave {
+    std::string before;  ///< the generation that was in force when the save began; may be empty
+};
+
+/// The save under way, or left behind by a killed process.
+std::optional<PendingSave> ReadPendingSave();
+
+/// Sets and removes the mark; false, logged, on failure.
+bool MarkPendingSave(const PendingSave& save);
+bool ClearPendingSave();
+
+}  // namespace host

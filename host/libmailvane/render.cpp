@@ -1,0 +1,80 @@
+// Puts the files that follow from the settings into the next generation.
+#include "host/libmailvane/render.h"
+
+#include <unistd.h>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/certificate.h"
+#include "platform/hald/account.h"
+#include "platform/hlib/string_list.h"
+
+namespace host {
+
+namespace {
+
+const char kAdministrators[] = "administrators";
+
+/// Maps that other lists fill; empty until they do.
+const char* const kListMaps[] = {"aliases",       "login_aliases", "sender_bcc",
+                                 "recipient_bcc", "sender_access", "recipient_access",
+                                 "client_access", "black_senders"};
+
+std::string ReadFragment(const char* name)
+{
+    std::string text;
+    if (!ReadFile(PackagePath(std::string("etc/local.d/") + name), text)) return "";
+
+    if (!text.empty() && text.back() != '\n') text += '\n';
+    return text;
+}
+
+/// The first member of the administrators' group.
+std::string FirstAdministrator()
+{
+    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
+    const std::string group =
+        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
+    HLIBCSzList* members = HLIBCSzListAlloc(1);
+    std::string name;
+    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
+        members->count > 0) {
+        name = HLIBCSzListGet(members, 0);
+    }
+    HLIBCSzListFree(members);
+    return name;
+}
+
+Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
+{
+    const CertificateFiles tls = ChooseCertificate(next, settings.Text("smtp_hostname"));
+    Surroundings around;
+    around.hasIpv6 = access("/proc/net/if_inet6", R_OK) == 0;
+    around.administrator = FirstAdministrator();
+    around.certificate = tls.certificate;
+    around.privateKey = tls.privateKey;
+    around.mainFragment = ReadFragment("main.cf");
+    around.masterFragment = ReadFragment("master.cf");
+    return around;
+}
+
+}  // namespace
+
+void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
+{
+    const Surroundings around = LookAround(next, settings);
+    next.Put("mailvane.conf", settings.SettingsText(), 0600);
+    next.Put("domains", settings.DomainsText(), 0644);
+    next.Put("dnsbl", settings.BlocklistsText(), 0644);
+    next.Put("postfix/main.cf", RenderPostfixMain(settings, around), 0644);
+    next.Put("postfix/master.cf", RenderPostfixMaster(settings, around), 0644);
+    next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
+    next.PutMap("roles", RenderRoles(around));
+    next.Put("dovecot/dovecot.conf", RenderDovecot(settings, around), 0644);
+    for (const char* map : kListMaps) {
+        if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,41 @@
+// From the stored settings to the daemons' files.
+#pragma once
+
+#include <string>
+
+#include "host/libmailvane/generation.h"
+#include "host/libmailvane/stored_settings.h"
+
+namespace host {
+
+/// What the texts below depend on besides the settings.
+struct Surroundings {
+    bool hasIpv6 = false;
+    std::string administrator;   ///< gets the mail of the machine's roles; empty for none
+    std::string certificate;     ///< path of the server's certificate chain (PEM)
+    std::string privateKey;      ///< path of its key (PEM)
+    std::string mainFragment;    ///< the administrator's own etc/local.d/main.cf
+    std::string masterFragment;  ///< the administrator's own etc/local.d/master.cf
+};
+
+/// Text of Postfix's main.cf. Parameters that the administrator's fragment sets are left out, so
+/// that none stands twice.
+std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings& around);
+
+/// Text of Postfix's master.cf.
+std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundings& around);
+
+/// Text of Dovecot's configuration.
+std::string RenderDovecot(const StoredSettings& settings, const Surroundings& around);
+
+/// Text of the rule by which a login owns the addresses made of its name and a mail domain.
+std::string RenderLoginRule(const StoredSettings& settings);
+
+/// Text of the map that brings mail for postmaster, abuse and root to the administrator.
+std::string RenderRoles(const Surroundings& around);
+
+/// Puts all files that follow from the settings into the next generation, and empty maps where the
+/// generation in force has none yet.
+void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings);
+
+}  // namespace host

@@ -1,0 +1,79 @@
+// Text of Dovecot's configuration: mailbox services, logins for SMTP, local delivery.
+#include "host/libmailvane/render.h"
+
+namespace host {
+
+namespace {
+
+const char* YesNo(bool flag)
+{
+    return flag ? "yes" : "no";
+}
+
+/// The listener of one mailbox service; port 0 switches it off.
+std::string Listener(const char* name, const StoredSettings& settings, bool tls)
+{
+    const std::string prefix = name;
+    const bool enabled = settings.Bool((prefix + "_enabled").c_str());
+    const int port = enabled ? settings.Int((prefix + "_port").c_str()) : 0;
+    return "  inet_listener " + prefix + " {\n    port = " + std::to_string(port) +
+           (tls ? "\n    ssl = yes" : "") + "\n  }\n";
+}
+
+std::string MailboxServices(const StoredSettings& settings)
+{
+    return "service imap-login {\n" + Listener("imap", settings, false) +
+           Listener("imaps", settings, true) + "}\nservice pop3-login {\n" +
+           Listener("pop3", settings, false) + Listener("pop3s", settings, true) + "}\n";
+}
+
+/// How Postfix reaches logins and delivery; the sockets belong to it alone.
+const char kPostfixSockets[] =
+    "service auth {\n"
+    "  unix_listener /var/spool/postfix/private/auth {\n"
+    "    mode = 0660\n    user = postfix\n    group = postfix\n  }\n}\n"
+    "service lmtp {\n"
+    "  unix_listener /var/spool/postfix/private/dovecot-lmtp {\n"
+    "    mode = 0600\n    user = postfix\n    group = postfix\n  }\n}\n";
+
+const char kAccounts[] =
+    "auth_mechanisms = plain login\n"
+    "auth_username_format = %Ln\n"
+    "passdb {\n  driver = pam\n}\n"
+    "userdb {\n  driver = passwd\n}\n"
+    "first_valid_uid = 1000\n"
+    "last_valid_uid = 65533\n"
+    "mail_location = maildir:~/Maildir\n"
+    "recipient_delimiter = +\n"
+    "namespace inbox {\n  inbox = yes\n}\n";
+
+}  // namespace
+
+std::string RenderDovecot(const StoredSettings& settings, const Surroundings& around)
+{
+    return "# Made by mailvane from its stored settings. Put what is your own into\n"
+           "# /var/packages/Mailvane/etc/local.d/*.dovecot.conf.\n"
+           "protocols = imap pop3 lmtp\n"
+           "listen = *" +
+           std::string(around.hasIpv6 ? ", ::" : "") +
+           "\n"
+           "log_path = /var/log/mailvane/dovecot.log\n"
+           "ssl = yes\n"
+           "ssl_cert = <" +
+           around.certificate + "\nssl_key = <" + around.privateKey +
+           "\n"
+           "ssl_min_protocol = TLSv1.2\n"
+           "disable_plaintext_auth = " +
+           YesNo(!settings.Bool("plaintext_auth")) + "\nmail_max_userip_connections = " +
+           std::to_string(settings.Int("max_user_connections")) + "\n" + kAccounts +
+           MailboxServices(settings) + kPostfixSockets +
+           "protocol lmtp {\n"
+           "  mail_plugins = $mail_plugins sieve\n"
+           "  postmaster_address = postmaster@" +
+           settings.MailDomain() +
+           "\n}\n"
+           "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n}\n"
+           "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";
+}
+
+}  // namespace host

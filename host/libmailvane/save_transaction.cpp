@@ -1,0 +1,219 @@
+// Saving settings as one transaction.
+#include "host/libmailvane/save_transaction.h"
+
+#include <algorithm>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/account_data.h"
+#include "host/libmailvane/account_switch.h"
+#include "host/libmailvane/durable_move.h"
+#include "host/libmailvane/judge.h"
+#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/mail_ports.h"
+#include "host/libmailvane/pending_save.h"
+#include "host/libmailvane/render.h"
+#include "host/libmailvane/write_scope.h"
+#include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/postfix.h"
+
+namespace host {
+
+namespace {
+
+using Step = int (*)(const std::string&);
+
+bool IsServiceStep(const Callback& step)
+{
+    return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
+}
+
+int RunStep(const Callback& step)
+{
+    const int result = step.func(step.arg);
+    Log(result < 0 ? LOG_ERR : LOG_INFO, "step %s %s: %s", step.name.c_str(), step.arg.c_str(),
+        result < 0 ? "failed" : "done");
+    return result;
+}
+
+/// Runs steps in order up to the first that fails; `begun` gets those that were begun.
+int RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
+{
+    for (const Callback& step : steps) {
+        begun.push_back(step);
+        if (RunStep(step) < 0) return -1;
+    }
+    return 0;
+}
+
+bool Calls(const std::list<Callback>& steps, Step service)
+{
+    return std::any_of(steps.begin(), steps.end(),
+                       [service](const Callback& step) { return step.func == service; });
+}
+
+/// The plan, and a restart of each daemon that it leaves out although the files changed.
+std::list<Callback> WholePlan(const std::list<Callback>& steps, bool postfixChanged,
+                              bool dovecotChanged)
+{
+    std::list<Callback> plan = steps;
+    if (dovecotChanged && !Calls(plan, &ImapPop3::Service)) {
+        plan.push_back({"dovecot service", &ImapPop3::Service, "restart"});
+    }
+    if (postfixChanged && !Calls(plan, &Postfix::Service)) {
+        plan.push_back({"postfix service", &Postfix::Service, "restart"});
+    }
+    return plan;
+}
+
+/// Puts the generation before the save in force again, with the account data that belongs to it,
+/// and brings the services that the save had touched back to it. What fails here is only logged.
+void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
+{
+    Log(LOG_ERR, "the save is taken back");
+    const std::string abandoned = CurrentGeneration();
+    if (!PutInForce(save.before)) return;
+
+    (void)HealAccounts();
+    // Even a daemon that no step had reached may have read the files meanwhile.
+    for (const Callback& step : WholePlan(begun, true, true)) {
+        if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
+    }
+    (void)ClearPendingSave();
+    RemoveGeneration(abandoned);
+}
+
+bool MailboxServerSwitches(const StoredSettings& wanted)
+{
+    const auto stored = StoredSettings::Read();
+    return stored && MailboxServerRuns(*stored) != MailboxServerRuns(wanted);
+}
+
+/// Steps, and what follows when they are all done.
+int Apply(const PendingSave& save, const StoredSettings& wanted, const std::list<Callback>& plan)
+{
+    std::list<Callback> begun;
+    if (RunSteps(plan, begun) < 0) {
+        TakeBack(save, begun);
+        return -1;
+    }
+
+    (void)ForgetParkedAlwaysBcc(wanted.Account());
+    (void)ClearPendingSave();
+    PruneGenerations(save.before);
+    return 0;
+}
+
+/// The links by which the stored settings are found under their plain names.
+bool LinkStoredFiles()
+{
+    for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
+        const std::string path = PackagePath(std::string("etc/") + name);
+        if (!ReplaceByLink(path, std::string("generated/current/") + name)) {
+            Log(LOG_ERR, "cannot link %s: %s", path.c_str(), ErrnoText());
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The first generation's files are read through the link, which must therefore be there before
+/// anything can be judged.
+int PutFirstInForce(NextGeneration& next, const StoredSettings& settings)
+{
+    return next.Commit() && LinkStoredFiles() && JudgeGeneration(next, settings) ? 0 : -1;
+}
+
+/// Whether the accounts that a killed save was to serve are others than before it.
+bool AccountChangedSince(const std::string& before)
+{
+    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
+    const auto now = StoredSettings::Read();
+    if (!old || !now) return true;
+
+    return !(AccountCombination{old->Get("account_type").value_or("local"),
+                                old->Get("acc_domain_name").value_or("")} == now->Account());
+}
+
+/// Brings maps and services in line with a generation that a killed save had put in force.
+int CompleteSave(const PendingSave& save)
+{
+    Log(LOG_NOTICE, "finishing a save that was interrupted");
+    const auto settings = StoredSettings::Read();
+    if (!settings || ForgetParkedAlwaysBcc(settings->Account()) < 0 || HealAccounts() < 0)
+        return -1;
+    if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
+    if (ImapPop3::Service("restart") < 0 || Postfix::Service("restart") < 0) return -1;
+
+    return 0;
+}
+
+}  // namespace
+
+WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
+
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps)
+{
+    NextGeneration next;
+    PutSettingsFiles(next, wanted);
+    if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
+
+    const bool mailboxServer =
+        next.Changed("dovecot/") || next.Changed("tls/") || MailboxServerSwitches(wanted);
+    const bool mailServer = next.Changed("postfix/") || next.Changed("tls/");
+    const PendingSave save{CurrentGeneration()};
+    if (!MarkPendingSave(save)) return -1;
+    // A save that changes nothing makes no generation, but its steps run.
+    if (next.Changed("") && !next.Commit()) {
+        (void)ClearPendingSave();
+        return -1;
+    }
+
+    return Apply(save, wanted, WholePlan(steps, mailServer, mailboxServer));
+}
+
+int FinishInterruptedSave()
+{
+    // Inside a save the mark is this process's own, or its parent's.
+    static bool finished = false;
+    if (finished || !LockIsHeld() || LockIsInherited()) return 0;
+
+    finished = true;
+    const auto save = ReadPendingSave();
+    if (!save) return 0;
+
+    if (CurrentGeneration() == save->before) {
+        RemoveGenerationsAfter(save->before);
+    } else if (CompleteSave(*save) < 0) {
+        return -1;
+    }
+    (void)ClearPendingSave();
+    PruneGenerations(save->before);
+    return 0;
+}
+
+int RenderAll()
+{
+    const WriteScope scope;
+    if (!scope.ok()) return -1;
+
+    const bool hasSettings = NameExists(PackagePath("etc/mailvane.conf"));
+    const auto settings = hasSettings ? StoredSettings::Read() : StoredSettings();
+    if (!settings) return -1;
+
+    NextGeneration next;
+    PutSettingsFiles(next, *settings);
+    if (!next.Complete()) return -1;
+
+    const std::string before = CurrentGeneration();
+    if (before.empty()) return PutFirstInForce(next, *settings);
+    if (!next.Changed("")) return LinkStoredFiles() ? 0 : -1;
+    if (!JudgeGeneration(next, *settings) || !next.Commit()) return -1;
+
+    PruneGenerations(before);
+    return LinkStoredFiles() ? 0 : -1;
+}
+
+}  // namespace host

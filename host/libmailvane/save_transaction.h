@@ -1,0 +1,25 @@
+// Saving settings as one transaction: all of it is in force afterwards, or nothing has changed.
+#pragma once
+
+#include <list>
+
+#include "host/libmailvane/stored_settings.h"
+#include "platform/mailvane/callback.h"
+
+namespace host {
+
+/// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
+/// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)
+/// or a step failed (the previous generation is in force again).
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps);
+
+/// Finishes or undoes the save that a killed process left behind, when this process holds the
+/// request lock; does nothing otherwise. Negative when the services cannot be brought in line.
+int FinishInterruptedSave();
+
+/// Renders all daemon files from the stored settings and stores, making the first generation where
+/// there is none (from etc/mailvane.conf if it exists, else from the defaults). Restarts nothing
+/// that does not run. 0, negative on failure.
+int RenderAll();
+
+}  // namespace host

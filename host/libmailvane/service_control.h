@@ -1,0 +1,12 @@
+// Starting and stopping the servers through the package's control scripts.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// Runs target/scripts/`script` with a verb, "start", "stop" or "restart", and waits until the
+/// service is up or gone. 0, or -1 (logged) for another verb or when the script failed.
+int RunControlScript(const char* script, const std::string& verb);
+
+}  // namespace host

@@ -1,0 +1,124 @@
+# shellcheck shell=bash
+# The demonstration: a private world on this machine's own network with the package in it.
+
+state=$(readlink -m "${MAILVANE_WORLD:-.world}")
+world=$PWD/packaging/world
+accounts=$state/accounts  # lines "name password"
+web_port=${MAILVANE_WEB_PORT:-8080}
+url=http://127.0.0.1:$web_port/mailvane.cgi
+
+# The machine may have mail ports in use, and the demonstration is nobody else's business.
+first_settings=(
+    'smtp_enabled="yes"' 'smtp_port="2525"'
+    'smtp_ssl_enabled="yes"' 'smtps_port="2465"'
+    'smtp_tls_enabled="yes"' 'smtp_tls_port="2587"'
+    'imap_enabled="yes"' 'imap_port="2143"'
+    'imaps_enabled="yes"' 'imaps_port="2993"'
+    'pop3_enabled="yes"' 'pop3_port="2110"'
+    'pop3s_enabled="yes"' 'pop3s_port="2995"'
+    'smtp_hostname="mv.test"' 'acc_domain_name="mv.test"'
+)
+
+inside() { "$world" enter "$state" "$@"; }
+
+service() { inside "/var/packages/Mailvane/target/scripts/$1.sh" "$2"; }
+
+start_world() {
+    "$world" start "$state" --bind "$PWD"
+    inside /bin/sh -c '
+        cd /var/packages/Mailvane/etc/local.d 2>/dev/null && exit
+        mkdir -p /var/packages/Mailvane/etc/local.d
+        cd /var/packages/Mailvane/etc/local.d
+        echo "inet_interfaces = 127.0.0.1" >main.cf
+        echo "listen = 127.0.0.1" >loopback.dovecot.conf'
+    inside "$PWD/packaging/install-into" "$PWD/build/release" "${first_settings[@]}"
+}
+
+make_accounts() {
+    local name password
+    [ -e "$accounts" ] || (
+        umask 077
+        for name in admin alice bob carol; do
+            echo "$name $(od -An -N6 -tx1 /dev/urandom | tr -d ' ')"
+        done >"$accounts.new"
+        mv "$accounts.new" "$accounts"
+    )
+    while read -r name password; do
+        inside getent passwd "$name" >/dev/null ||
+            inside "$PWD/packaging/add-account" "$name" <<<"$password"
+    done <"$accounts"
+    inside usermod --append --groups administrators admin
+}
+
+start_services() {
+    service dovecot start
+    service postfix start
+    inside env "MAILVANE_WEB_PORT=$web_port" /var/packages/Mailvane/target/scripts/web.sh start
+}
+
+stop_demo() {
+    "$world" alive "$state" || return 0
+    local name
+    for name in web postfix dovecot; do
+        service "$name" stop || :
+    done
+    "$world" stop "$state"
+}
+
+admin_login() { sed -n 's/^admin /admin:/p' "$accounts"; }
+
+show_access() {
+    echo "mailvane runs in a private world: $state"
+    echo
+    echo "  Address    $url"
+    echo "  Accounts   (admin is the administrator; every login also has a mailbox)"
+    sed 's/\(.*\) \(.*\)/             \1  password \2/' "$accounts"
+    echo "  Mail       SMTP 127.0.0.1:$(setting smtp_port), submission $(setting smtp_tls_port)," \
+        "IMAP $(setting imap_port), POP3 $(setting pop3_port)"
+    echo "  Inside     packaging/world enter $state"
+    echo "  End        ./run stop"
+}
+
+# setting NAME: its stored value.
+setting() { inside sed -n "s/^$1=\"\(.*\)\"/\1/p" /var/packages/Mailvane/etc/mailvane.conf; }
+
+# Three requests as anybody could type them, with what they are answered. The saved host name is
+# the stored one after the first time.
+show_examples() {
+    local login answer body host
+    login=$(admin_login)
+    echo
+    echo "Three requests to try, with their answers:"
+    run_example curl -s -u "$login" "$url?action=load_smtp"
+    answer=$example_answer
+    host=$(setting smtp_hostname)
+    [ "$host" != mv.test ] || host=mail.mv.test
+    body=$(save_body "$host" <<<"$answer")
+    run_example curl -s -u "$login" -H 'Content-Type: application/json' -d "$body" "$url"
+    run_example bash -c "exec 3<>/dev/tcp/127.0.0.1/$(setting smtp_port); head -1 <&3"
+}
+
+# save_body HOST: the body of a save that changes the host name in the loaded settings.
+save_body() {
+    python3 -c '
+import json, sys
+loaded = json.load(sys.stdin)
+names = ("smtp_enabled", "smtp_port", "smtp_ssl_enabled", "smtps_port", "smtp_tls_enabled",
+         "smtp_tls_port", "restrict_sender", "account_type", "acc_domain_name")
+body = {"action": "save_smtp", "smtp_hostname": sys.argv[1]}
+body.update((name, loaded[name]) for name in names)
+print(json.dumps(body))' "$1"
+}
+
+# run_example COMMAND...: shows the command, runs it, shows what it printed.
+run_example() {
+    local word line='$'
+    for word; do
+        case $word in
+        *[!A-Za-z0-9:/._-]*) line+=" '$word'" ;;
+        *) line+=" $word" ;;
+        esac
+    done
+    example_answer=$("$@")
+    printf '\n  %s\n%s\n' "$line" "$example_answer" | fold -s -w 110 | sed '3,$s/^/  /'
+}

@@ -1,0 +1,233 @@
+# shellcheck shell=bash disable=SC2154,SC2034
+# What the control scripts share; sourced by each of them. A script names its service, says what
+# the stored settings ask for and hands the verb to `control` or, without a daemon, to `decline`.
+
+set -u
+LC_ALL=C
+PATH=/usr/sbin:/usr/bin:/sbin:/bin
+export LC_ALL PATH
+umask 022
+
+package=/var/packages/Mailvane
+current=$package/etc/generated/current
+me=${0##*/}
+
+# A daemon must not inherit what the caller has open (255 is the shell's own).
+for descriptor in /proc/self/fd/*; do
+    descriptor=${descriptor##*/}
+    ((descriptor <= 2 || descriptor == 255)) || exec {descriptor}>&-
+done
+
+fail() {
+    echo "$me: $*" >&2
+    exit 1
+}
+
+# --- the stored settings -------------------------------------------------------------------------
+
+declare -A settings
+
+# load_settings NAME...: reads the stored settings; those named must be there.
+load_settings() {
+    local line name
+    local pattern='^[[:blank:]]*([a-z0-9_]+)[[:blank:]]*=[[:blank:]]*"?([^"]*)"?[[:blank:]]*$'
+    [[ -r $package/etc/mailvane.conf ]] || fail "cannot read $package/etc/mailvane.conf"
+    while IFS= read -r line || [[ -n $line ]]; do
+        [[ $line =~ $pattern ]] && settings[${BASH_REMATCH[1]}]=${BASH_REMATCH[2]}
+    done <"$package/etc/mailvane.conf"
+    for name; do
+        [[ -v settings[$name] ]] || fail "no $name in $package/etc/mailvane.conf"
+    done
+}
+
+is_on() { [[ ${settings[$1]} == yes ]]; }
+
+# --- waiting -------------------------------------------------------------------------------------
+
+# wait_for SECONDS COMMAND...: repeats the command until it succeeds; fails when time is up or when
+# the command says, with exit status 2, that waiting is in vain.
+wait_for() {
+    local end=$((${EPOCHREALTIME/./} + $1 * 1000000))
+    shift
+    until "$@"; do
+        (($? != 2 && ${EPOCHREALTIME/./} < end)) || return 1
+        sleep .01
+    done
+}
+
+# greet PORT...: whether a mail service answers on each port and welcomes its clients, or tells
+# them that too many are there. All are called before the first is listened to, since each may have
+# to start a process.
+greet() (
+    trap '' PIPE
+    calls=() answered=0
+    for port; do
+        { exec {call}<>"/dev/tcp/127.0.0.1/$port"; } && calls+=("$call")
+    done
+    for call in "${calls[@]}"; do
+        line=''
+        IFS= read -r -t 5 -u "$call" line
+        case $line in
+        '220'* | '421'* | '+OK'*) ((++answered)) && printf 'QUIT\r\n' >&"$call" ;;
+        '* OK'*) ((++answered)) && printf 'a LOGOUT\r\n' >&"$call" ;;
+        esac
+    done
+    ((answered == $#))
+) 2>/dev/null
+
+# --- a daemon and its ports ----------------------------------------------------------------------
+#
+# The script sets `program`, `pid_file`, and by the settings `plain_ports` and `tls_ports`; it
+# defines `wanted`, `has_our_configuration` (of process `master`), `launch`, `reload` and
+# `settled_further`.
+
+# find_master: sets `master` to the number of the running daemon; false when there is none. A
+# stale pid file, or one that by now names another program, does not count.
+find_master() {
+    master=
+    [[ -r $pid_file ]] && read -r master <"$pid_file"
+    [[ $master =~ ^[0-9]+$ && /proc/$master/exe -ef $program ]]
+}
+
+declare -A listeners
+
+# inspect PROCESS [DESCRIPTORS]: what the process has open: its sockets and pipes by their numbers
+# into `descriptors`, how many of those given it still has into `left`, how many were given into
+# `given`, and the TCP ports it listens on into `listeners`, with the number of the socket.
+inspect() {
+    local kind first second
+    descriptors='' left=0 given=0 listeners=()
+    while read -r kind first second; do
+        case $kind in
+        descriptors) descriptors=$first\ $second ;;
+        left) left=$first given=$second ;;
+        listener) listeners[$first]=$second ;;
+        esac
+    done < <(
+        {
+            find "/proc/$1/fd" -lname '*:\[*' -printf '%l\n'
+            ss -Hltne
+        } 2>/dev/null | awk -v before="${2-}" '
+            BEGIN { given = split(before, list); for (i in list) had[list[i]] }
+            /^(socket|pipe):/ {
+                gsub(/[^0-9]/, "")
+                own[$0]
+                all = all " " $0
+                left += $0 in had
+                next
+            }
+            match($0, / ino:[0-9]+/) {
+                socket = substr($0, RSTART + 5, RLENGTH - 5)
+                sub(/.*:/, "", $4)
+                if (socket in own) print "listener", $4, socket
+            }
+            END { print "descriptors" all; print "left", left + 0, given }'
+    )
+}
+
+# settled [DESCRIPTORS]: whether the daemon that had these open is up as the settings ask. One that
+# took up a new configuration has replaced the pipes to its processes: most of what it had open.
+settled() {
+    local port
+    find_master || return $(($# > 0 ? 2 : 1))
+    inspect "$master" "${1-}"
+    ((left * 2 <= given)) || return 1
+    for port in "${plain_ports[@]}" "${tls_ports[@]}"; do
+        [[ -v listeners[$port] ]] || return 1
+    done
+    settled_further && greet "${plain_ports[@]}"
+}
+
+# closed SOCKET...: whether none of these sockets is listening any more. A process that still
+# serves a client holds the daemon's sockets until it has done.
+closed() {
+    local socket
+    [[ $# == 0 ]] || for socket in $(ss -Hltne | grep -o ' ino:[0-9]*'); do
+        [[ " $* " == *" ${socket#*:} "* ]] && return 1
+    done
+    return 0
+}
+
+# quietly COMMAND...: runs it with none of our streams; what it says is shown when it fails.
+quietly() {
+    local messages=/run/mailvane/$me.messages
+    [[ -d /run/mailvane ]] || mkdir -m 755 /run/mailvane
+    "$@" </dev/null >"$messages" 2>&1 && return
+    cat "$messages" >&2
+    return 1
+}
+
+start_afresh() {
+    shut_down
+    quietly launch || fail "cannot start"
+    wait_for 20 settled || fail "does not come up"
+}
+
+# bring_up: to what the settings ask for. Where the daemon does not take a new configuration up, a
+# fresh start does.
+bring_up() {
+    local -A before
+    local port
+    if ! find_master || ! has_our_configuration; then
+        start_afresh
+        return
+    fi
+    inspect "$master"
+    for port in "${!listeners[@]}"; do before[$port]=${listeners[$port]}; done
+
+    if ! quietly reload; then
+        fail "refuses its configuration"
+    elif ! wait_for 10 settled "$descriptors"; then
+        start_afresh
+    fi
+    for port in "${!listeners[@]}"; do unset "before[$port]"; done
+    wait_for 2 closed "${before[@]}" || echo "$me: a client still holds a closed port" >&2
+}
+
+shut_down() {
+    local leader
+    find_master || return 0
+    leader=$master
+    kill -TERM "$leader" 2>/dev/null
+    wait_for 10 gone "$leader" && return
+    kill -KILL -- "-$leader" 2>/dev/null
+    wait_for 5 gone "$leader" || fail "does not stop"
+}
+
+# gone PROCESS: whether the daemon and all processes of its group have ended.
+gone() { ! kill -0 -- "-$1" 2>/dev/null; }
+
+# --- verbs ---------------------------------------------------------------------------------------
+
+# control VERB: start and restart bring a daemon to what its settings ask for; `wanted`, defined by
+# the script, says whether that is to run at all.
+control() {
+    case $1 in
+    start | restart)
+        if wanted; then bring_up; else shut_down; fi
+        ;;
+    stop) shut_down ;;
+    *)
+        echo "usage: $me start|stop|restart" >&2
+        exit 2
+        ;;
+    esac
+}
+
+# decline VERB SERVICE SWITCH...: the verbs of a service that this machine lacks. That is no fault
+# while all its switches are off.
+decline() {
+    service=$2
+    switches=("${@:3}")
+    wanted() {
+        local switch
+        load_settings "${switches[@]}"
+        for switch in "${switches[@]}"; do
+            is_on "$switch" && return
+        done
+        return 1
+    }
+    bring_up() { fail "$service is not available on this machine"; }
+    shut_down() { :; }
+    control "$1"
+}

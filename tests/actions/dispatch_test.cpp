@@ -1,0 +1,188 @@
+// The road of a request from its start to the action, and every way it ends early.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "frame/entry.h"
+#include "tests/recording/action_test.h"
+
+using recording::Lines;
+using recording::ParseJson;
+using recording::Reply;
+
+namespace {
+
+const char kSameAccount[] = R"({"account_type": "local", "acc_domain_name": "example.com"})";
+
+class Dispatch : public recording::ActionTest {
+protected:
+    /// A request that must end with exit status 255, no output and one log line. The number of that
+    /// line.
+    int Dies(const std::string& text)
+    {
+        const Reply reply = Run();
+        EXPECT_EQ(reply.status, 255);
+        EXPECT_EQ(reply.output, "");
+        const std::string line = world.TakeLog();
+        EXPECT_NE(line.find(text), std::string::npos) << line;
+        EXPECT_TRUE(world.LogIsEmpty());
+        int number = 0;
+        EXPECT_EQ(std::sscanf(line.c_str(), "mailvane:%d ", &number), 1) << line;
+        return number;
+    }
+
+    void SendBody(const std::string& json) { world.request.body = ParseJson(json); }
+};
+
+template <typename Exception>
+recording::World::Effect Throws(const char* text)
+{
+    return [text]() -> int { throw Exception(text); };
+}
+
+}  // namespace
+
+TEST_F(Dispatch, DoesNothingForStrangers)
+{
+    for (const bool upload : {false, true}) {
+        world.journalAll = true;
+        world.request.authorized = false;
+        world.request.upload = upload;
+        world.request.parameters["action"] = "load_smtp";
+        SendBody(R"({"action": "save_smtp"})");
+        const Reply reply = Run();
+        EXPECT_EQ(reply.status, 0);
+        EXPECT_EQ(reply.output, "");
+        EXPECT_EQ(world.Calls(), Lines({"ServerFormHandler::ServerFormHandler false null",
+                                        "WebMan::IsAuthorized null 3 1",
+                                        "ServerFormHandler::~ServerFormHandler"}));
+        NextCase();
+    }
+}
+
+TEST_F(Dispatch, LoadsTheRequestThenLooksTheActionUp)
+{
+    world.journalAll = true;
+    world.Fail("WebMan::LoadIn");  // not looked at: a platform that refuses a request throws
+    Dies("invalid action: load");
+    EXPECT_EQ(
+        world.Calls(),
+        Lines({"ServerFormHandler::ServerFormHandler false null", "WebMan::IsAuthorized null 3 1",
+               "WebMan::IsUploadRequest", "WebMan::LoadIn", "WebMan::In", "WebMan::In action load",
+               "ServerFormHandler::~ServerFormHandler", "syslog invalid action: load"}));
+}
+
+TEST_F(Dispatch, KnowsReadActionsByTheirExactNames)
+{
+    for (const char* action : {"Load_SMTP", "load_smtp ", " load_smtp", "load_smt", "load_smtpx",
+                               "", "load", "save_smtp"}) {
+        SCOPED_TRACE(action);
+        world.request.parameters["action"] = action;
+        Dies(std::string("invalid action: ") + action);
+        EXPECT_EQ(world.Calls(), "");
+        NextCase();
+    }
+}
+
+TEST_F(Dispatch, KnowsWriteActionsByTheirExactNames)
+{
+    const struct {
+        const char* body;
+        const char* message;
+    } rows[] = {
+        {R"({})", "invalid action: "},
+        {R"({"action": ""})", "invalid action: "},
+        {R"({"action": null})", "invalid action: "},
+        {R"({"action": 5})", "invalid action: 5"},
+        {R"({"action": "load_smtp"})", "invalid action: load_smtp"},
+        {R"({"action": "save_smtp "})", "invalid action: save_smtp "},
+        {R"({"action": "save_smtp\u0000"})", "invalid action: save_smtp"},
+        {R"({"action": "SAVE_SMTP"})", "invalid action: SAVE_SMTP"},
+        {R"(null)", "invalid action: "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.body);
+        world.request.parameters["action"] = "load_smtp";  // a body is what decides
+        SendBody(row.body);
+        const Reply reply = Run();
+        EXPECT_EQ(reply.status, 255);
+        EXPECT_EQ(reply.output, "");
+        world.ExpectLog(row.message);
+        EXPECT_EQ(world.Calls(), "");
+        EXPECT_EQ(*world.request.body, ParseJson(row.body));
+        NextCase();
+    }
+}
+
+TEST_F(Dispatch, RunsTheActionOfEachTable)
+{
+    EXPECT_EQ(Read("load_smtp").status, 0);
+    EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
+    NextCase();
+
+    world.request.parameters["action"] = "load_smtp";
+    EXPECT_EQ(Write("save_smtp", kSameAccount).status, 0);
+    EXPECT_NE(world.Calls().find("SaveSettings"), std::string::npos);
+}
+
+TEST_F(Dispatch, NeverLooksAnUploadUpByName)
+{
+    world.journalAll = true;
+    world.request.upload = true;
+    world.request.parameters["action"] = "load_smtp";
+    SendBody(R"({"action": "save_smtp"})");
+    Run();
+    EXPECT_EQ(world.Calls().find("WebMan::LoadIn\n"), std::string::npos);
+    EXPECT_EQ(world.Calls().find("Postfix"), std::string::npos);
+    while (!world.LogIsEmpty()) world.TakeLog();
+}
+
+TEST_F(Dispatch, EndsWithoutAnAnswerAfterAnExceptionAndTellsTheTwoKindsApart)
+{
+    world.request.parameters["action"] = "unknown";
+    const int unknownAction = Dies("invalid action: unknown");
+    NextCase();
+
+    // Thrown by the construction, by the loading, in the middle of an action.
+    int other = 0;
+    for (const char* call : {"ServerFormHandler::ServerFormHandler", "WebMan::LoadIn",
+                             "Postfix::LoadSettings", "HALDWinsIsJoined"}) {
+        SCOPED_TRACE(call);
+        world.request.parameters["action"] = "load_smtp";
+        world.On(call, Throws<std::runtime_error>("no memory left"));
+        other = Dies("no memory left");
+        EXPECT_NE(other, unknownAction);
+        NextCase();
+
+        world.request.parameters["action"] = "load_smtp";
+        world.On(call, Throws<std::invalid_argument>("odd"));
+        EXPECT_EQ(Dies("odd"), unknownAction);
+        NextCase();
+    }
+
+    for (const char* body : {"[]", "7", "\"save_smtp\"", R"({"action": {}})"}) {
+        SCOPED_TRACE(body);
+        SendBody(body);
+        EXPECT_EQ(Dies(""), other);
+        EXPECT_EQ(world.Calls(), "");
+        NextCase();
+    }
+}
+
+TEST_F(Dispatch, OnlyLogsWhatTheDestructorThrows)
+{
+    world.On("ServerFormHandler::~ServerFormHandler", Throws<std::runtime_error>("late"));
+    world.Fail("Postfix::LoadSettings");
+    const Reply reply = Read("load_smtp");
+    EXPECT_EQ(reply.status, 0);
+    EXPECT_EQ(reply.output, recording::SystemError());
+    world.ExpectLog("late");
+}
+
+TEST_F(Dispatch, LetsThroughWhatIsNoStandardException)
+{
+    world.request.parameters["action"] = "load_smtp";
+    world.On("WebMan::LoadIn", []() -> int { throw 42; });
+    EXPECT_THROW(Run(), int);
+}

@@ -1,0 +1,265 @@
+// save_smtp
+#include <gtest/gtest.h>
+
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Compact;
+using recording::Lines;
+using recording::ParseJson;
+using recording::Reply;
+
+namespace {
+
+const std::string kHomes = "HLIBCFileCheckKeyValue /etc/haldinfo.conf ";
+const char kSuccess[] = R"({"success": true})";
+
+class SaveSmtp : public recording::ActionTest {
+protected:
+    /// A running server.
+    void Prepare() override { world.postfix.Set(ParseJson(R"({"smtp_enabled": true})")); }
+
+    /// Saves what is stored, with these members changed.
+    Reply Save(const std::string& changes)
+    {
+        Json::Value body = world.postfix.ToJson();
+        const Json::Value members = ParseJson(changes);
+        for (const std::string& name : members.getMemberNames()) body[name] = members[name];
+        return Write("save_smtp", Compact(body));
+    }
+
+    std::string Stored() { return Compact(world.postfix.ToJson()); }
+
+    /// The lines of the journal that ask for ports, without the name of the operation.
+    std::string PortQuestions() const
+    {
+        const std::string call = "WebUtils::IsPortConflict ";
+        const std::string calls = world.Calls();
+        std::string questions;
+        for (std::size_t at = calls.find(call); at != std::string::npos;
+             at = calls.find(call, at + 1)) {
+            const std::size_t begin = at + call.size();
+            questions += calls.substr(begin, calls.find('\n', begin) + 1 - begin);
+        }
+        return questions;
+    }
+};
+
+const char kPlain[] = "\"mail_smtp ,mail_haproxy_smtp\" ";
+const char kSsl[] = "\"mail_smtps ,mail_haproxy_smtp_ssl\" ";
+const char kTls[] = "\"mail_smtp_tls ,mail_haproxy_smtp_tls\" ";
+
+}  // namespace
+
+TEST_F(SaveSmtp, RestartsTheServerWhenNothingChanges)
+{
+    const std::string before = Stored();
+    const Reply reply = Save("{}");
+    EXPECT_EQ(reply.status, 0);
+    EXPECT_EQ(reply.output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + "userHomeEnable yes 0",
+                                    "Postfix::SaveSettings [postfix service:restart]"}));
+    EXPECT_EQ(Stored(), before);
+}
+
+TEST_F(SaveSmtp, StoresEveryKnownMemberAndLeavesTheBodyAlone)
+{
+    const std::string want = R"({"smtp_hostname": "mx", "message_size_limit_mb": 20,
+                                 "smtp_relay_password": "new", "restrict_sender": true,
+                                 "win_domain_short_name": ""})";
+    Json::Value body = ParseJson(want);
+    body["account_type"] = "local";
+    body["acc_domain_name"] = "example.com";
+    body["unknown"] = "ignored";
+    body["win_domain_short_name"] = Json::Value();  // null counts as a member
+    Json::Value stored = world.postfix.ToJson();
+    for (const std::string& name : ParseJson(want).getMemberNames()) {
+        stored[name] = ParseJson(want)[name];
+    }
+    EXPECT_EQ(Write("save_smtp", Compact(body)).output, Answer(kSuccess));
+    EXPECT_EQ(Stored(), Compact(stored));
+    body["action"] = "save_smtp";
+    EXPECT_EQ(*world.request.body, body);
+}
+
+TEST_F(SaveSmtp, ReadsMissingMembersAsOffAndKeepsWhatIsStored)
+{
+    world.postfix.Set(ParseJson(R"({"restrict_sender": true, "enable_dkim": true,
+                                    "enable_dmarc": true, "smtp_ssl_enabled": true})"));
+    const std::string before = Stored();
+    const Reply reply =
+        Write("save_smtp", R"({"account_type": "local", "acc_domain_name": "example.com"})");
+    EXPECT_EQ(reply.output, Answer(kSuccess));
+    EXPECT_EQ(recording::PlanText(world.plan),
+              "postfix service:stop, dkim service:restart, dmarc service:restart, hup firewall:");
+    EXPECT_EQ(PortQuestions(), "");
+    EXPECT_EQ(Stored(), before);
+}
+
+TEST_F(SaveSmtp, ChecksThenSwitchesTheAccountThenSaves)
+{
+    world.runSteps = true;
+    world.postfix.Set(ParseJson(R"({"smtp_enabled": false, "enable_dkim": true})"));
+    EXPECT_EQ(Save(R"({"smtp_enabled": true, "smtp_ssl_enabled": true, "smtp_tls_enabled": true,
+                       "account_type": "ldap", "smtp_hostname": "mx", "smtps_port": 4650})")
+                  .output,
+              Answer(kSuccess));
+    const std::string etc = "/var/packages/Mailvane/etc/";
+    const std::string target = "/var/packages/Mailvane/target/";
+    const std::string parked = target + "etc/alias_bkp/";
+    EXPECT_EQ(
+        world.Calls(),
+        Lines({"Postfix::LoadSettings",
+               kHomes + "enableluserhome yes 0",
+               std::string("WebUtils::IsPortConflict ") + kPlain + "25 25",
+               std::string("WebUtils::IsPortConflict ") + kSsl + "4650 4650",
+               std::string("WebUtils::IsPortConflict ") + kTls + "587 587",
+               "mkdir " + parked + " 0755",
+               "HLIBCExec /bin/mv " + etc + "alias.db " + parked + "local_example.com",
+               "HLIBCFileExist " + parked + "ldap_example.com",
+               "HLIBCExec " + target + "bin/hald_set_config alias",
+               "mkdir " + parked + " 0755",
+               "HLIBCExec /bin/mv " + etc + "mailvane.db " + parked + "local_example.com_mailvane",
+               "HLIBCFileExist " + parked + "ldap_example.com_mailvane",
+               "Spam::GenerateBlackWhite",
+               "MailScanner::Service restart",
+               "HLIBCFileGetKeyValue " + etc + "mailvane.conf always_bcc 512 0",
+               "HLIBCFileSetKeyValue " + parked +
+                   "local_example.com_alwaysBCC always_bcc archive@example.com 0",
+               "HLIBCFileGetKeyValue " + parked + "ldap_example.com_alwaysBCC always_bcc 512 0",
+               "HLIBCFileSetKeyValue " + etc + "mailvane.conf always_bcc \"\" 0",
+               "Postfix::SaveSettings [dovecot service:restart, regenerate mailvane db setting:, "
+               "generate login map:, postfix service:start, dkim service:restart, hup firewall:]",
+               "ImapPop3::Service restart",
+               "BCC::GenerateBccMap",
+               "Access::GenerateAccessMap",
+               "SenderQuota::GenerateConfig",
+               "HLIBCExec " + target + "bin/hald_gen_login_map",
+               "Postfix::Service start",
+               "HLIBCExec " + target + "scripts/opendkim.sh restart",
+               "HALDFwRuleHup"}));
+    world.ExpectLog(1083, "get key:always_bcc from " + parked + "ldap_example.com_alwaysBCC fail");
+}
+
+TEST_F(SaveSmtp, NeedsTheHomesOfTheRequestedAccountType)
+{
+    const struct {
+        const char* type;
+        const char* key;
+    } rows[] = {
+        {R"("local")", "userHomeEnable"}, {R"("ldap")", "enableluserhome"},
+        {R"("win")", "enableduserhome"},  {R"("other")", "enableduserhome"},  // unlike the load
+        {R"("")", "enableduserhome"},     {"null", "enableduserhome"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.type);
+        const std::string before = Stored();
+        world.keyValueFiles["/etc/haldinfo.conf"][row.key] = "no";
+        const Reply reply =
+            Save(std::string(R"({"smtp_port": 26, "account_type": )") + row.type + "}");
+        EXPECT_EQ(reply.output, recording::Refusal("error", "no_user_home"));
+        EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + row.key + " yes 0"}));
+        EXPECT_EQ(Stored(), before);
+        NextCase();
+    }
+}
+
+TEST_F(SaveSmtp, AsksOnlyForPortsThatItDoesNotHoldAlready)
+{
+    const std::string plain = kPlain;
+    const std::string ssl = kSsl;
+    const std::string tls = kTls;
+    const struct {
+        const char* stored;
+        const char* wanted;
+        std::string want;
+    } rows[] = {
+        {R"({"smtp_ssl_enabled": true, "smtp_tls_enabled": true})", "{}", ""},
+        {"{}", R"({"smtp_port": 26})", plain + "26 26\n"},
+        {R"({"smtp_enabled": false})", R"({"smtp_enabled": true})", plain + "25 25\n"},
+        // the ports of switches that are off do not matter
+        {"{}", R"({"smtps_port": 1, "smtp_tls_port": 2})", ""},
+        {"{}", R"({"smtp_ssl_enabled": true})", ssl + "465 465\n"},
+        {R"({"smtp_ssl_enabled": true})", R"({"smtps_port": 466})", ssl + "466 466\n"},
+        {"{}", R"({"smtp_tls_enabled": true})", tls + "587 587\n"},
+        {R"({"smtp_tls_enabled": true})", R"({"smtp_tls_port": 588})", tls + "588 588\n"},
+        // SSL and TLS look at their own stored switches, not at that of the server
+        {R"({"smtp_enabled": false, "smtp_ssl_enabled": true, "smtp_tls_enabled": true})",
+         R"({"smtp_enabled": true})", plain + "25 25\n"},
+        {"{}", R"({"smtp_port": 1, "smtp_ssl_enabled": true, "smtp_tls_enabled": true})",
+         plain + "1 1\n" + ssl + "465 465\n" + tls + "587 587\n"},
+        // nothing is asked for a server that stops or stays off
+        {"{}", R"({"smtp_enabled": false, "smtp_port": 1, "smtp_ssl_enabled": true})", ""},
+        {R"({"smtp_enabled": false})", R"({"smtp_tls_enabled": true, "smtp_tls_port": 1})", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.stored) + " " + row.wanted);
+        world.postfix.Set(ParseJson(row.stored));
+        EXPECT_EQ(Save(row.wanted).output, Answer(kSuccess));
+        EXPECT_EQ(PortQuestions(), row.want);
+        NextCase();
+    }
+}
+
+TEST_F(SaveSmtp, NamesTheFirstPortInConflictAndSavesNothing)
+{
+    const std::string wanted = R"({"smtp_port": 1, "smtps_port": 2, "smtp_tls_port": 3,
+        "smtp_ssl_enabled": true, "smtp_tls_enabled": true, "account_type": "ldap"})";
+    const std::vector<std::string> questions = {
+        std::string(kPlain) + "1 1", std::string(kSsl) + "2 2", std::string(kTls) + "3 3"};
+    const char* const labels[] = {"SMTP", "SMTP-SSL", "SMTP-TLS"};
+    for (std::size_t taken = 0; taken < questions.size(); ++taken) {
+        for (const int result : {1, -1}) {  // any result but 0 is a conflict
+            SCOPED_TRACE(labels[taken]);
+            const std::string before = Stored();
+            world.Return("WebUtils::IsPortConflict", result, static_cast<int>(taken) + 1);
+            EXPECT_EQ(Save(wanted).output,
+                      Answer(std::string(R"({"success": false, "errinfo": {"sec": "error",
+                          "key": "error_port_conflict", "errField": ")") +
+                             labels[taken] + "\"}}"));
+            const auto end = questions.begin() + static_cast<std::ptrdiff_t>(taken) + 1;
+            EXPECT_EQ(PortQuestions(), Lines({questions.begin(), end}));
+            EXPECT_EQ(world.Calls().find("mkdir"), std::string::npos);
+            EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
+            EXPECT_EQ(Stored(), before);
+            NextCase();
+        }
+    }
+}
+
+TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
+{
+    world.Fail("Postfix::LoadSettings");
+    EXPECT_EQ(Save("{}").output, recording::SystemError());
+    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings"}));
+    NextCase();
+
+    const std::string before = Stored();
+    world.Fail("Spam::GenerateBlackWhite");
+    EXPECT_EQ(Save(R"({"acc_domain_name": "example.org"})").output, recording::SystemError());
+    EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
+    EXPECT_EQ(Stored(), before);
+    world.ExpectLog(1122, "generate spam black white list fail");
+    world.ExpectLog(1184, "mail server db change fail");
+    NextCase();
+
+    world.Fail("Postfix::SaveSettings");
+    EXPECT_EQ(Save(R"({"smtp_port": 26})").output, recording::SystemError());
+    EXPECT_EQ(Stored(), before);
+}
+
+TEST_F(SaveSmtp, EndsWithoutAnAnswerForAMemberItCannotConvert)
+{
+    for (const char* change :
+         {R"({"smtp_port": "25"})", R"({"smtp_enabled": "true"})", R"({"smtp_hostname": {}})",
+          R"({"account_type": []})", R"({"smtp_auth_required": "no"})"}) {
+        SCOPED_TRACE(change);
+        const std::string before = Stored();
+        const Reply reply = Save(change);
+        EXPECT_EQ(reply.status, 255);
+        EXPECT_EQ(reply.output, "");
+        EXPECT_NE(world.TakeLog(), "");
+        EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
+        EXPECT_EQ(Stored(), before);
+        NextCase();
+    }
+}

@@ -1,0 +1,261 @@
+"""The machine under test, seen from outside: HTTP, SMTP, IMAP, the files and the system log.
+
+The tests run inside the world, next to the servers; see in_world.sh.
+"""
+import base64
+import contextlib
+import email.message
+import hashlib
+import http.client
+import imaplib
+import json
+import os
+import smtplib
+import socket
+import ssl
+import subprocess
+import time
+import unittest
+
+DOMAIN = "mv.test"
+PACKAGE = "/var/packages/Mailvane"
+ETC = PACKAGE + "/etc"
+TARGET = PACKAGE + "/target"
+PROGRAM = TARGET + "/ui/mailvane.cgi"
+SYSLOG = "/var/log/syslog"
+POSTFIX_CONFIGURATION = ETC + "/generated/current/postfix"
+WEB = ("127.0.0.1", 8080)
+
+# What save_smtp takes besides its action.
+PAGE = ("smtp_enabled", "smtp_port", "smtp_ssl_enabled", "smtps_port", "smtp_tls_enabled",
+        "smtp_tls_port", "restrict_sender", "account_type", "acc_domain_name", "smtp_hostname")
+
+
+class Answer:
+    """Status, headers and body of an HTTP answer."""
+
+    def __init__(self, response):
+        self.status = response.status
+        self.headers = response.headers
+        self.body = response.read()
+
+    def json(self):
+        return json.loads(self.body)
+
+    def __repr__(self):
+        return "%d %r" % (self.status, self.body[:300])
+
+
+def request(path="/mailvane.cgi", user="admin", body=None, headers=None, method=None):
+    """Sends one request as a user (None for nobody) and returns its answer."""
+    head = dict(headers or {})
+    if user is not None:
+        login = "%s:pw-%s" % (user, user)
+        head["Authorization"] = "Basic " + base64.b64encode(login.encode()).decode()
+    connection = http.client.HTTPConnection(*WEB, timeout=60)
+    with contextlib.closing(connection):
+        connection.request(method or ("GET" if body is None else "POST"), path, body, head)
+        return Answer(connection.getresponse())
+
+
+def read(action, **more):
+    """Answer of an action without a body."""
+    return request("/mailvane.cgi?action=" + action, **more)
+
+
+def post(body, **more):
+    """Answer to a JSON body: an object, or the bytes as they are."""
+    if not isinstance(body, bytes):
+        body = json.dumps(body).encode()
+    headers = {"Content-Type": "application/json", **more.pop("headers", {})}
+    return request(body=body, headers=headers, **more)
+
+
+def load():
+    """The loaded SMTP page; anything but success is a failure."""
+    answer = read("load_smtp")
+    page = answer.json() if answer.status == 200 else {}
+    if page.get("success") is not True:
+        raise AssertionError("load_smtp: %r" % answer)
+    return page
+
+
+def save(**changes):
+    """What save_smtp answers to the stored page with some changes."""
+    page = load()
+    body = {name: page[name] for name in PAGE}
+    answer = post({"action": "save_smtp", **body, **changes})
+    if answer.status != 200:
+        raise AssertionError("save_smtp: %r" % answer)
+    return answer.json()
+
+
+def settings():
+    """The stored settings by name, as texts."""
+    with open(ETC + "/mailvane.conf", encoding="utf-8") as file:
+        pairs = (line.strip().partition("=") for line in file if "=" in line)
+        return {name: value.strip('"') for name, _, value in pairs}
+
+
+def run(*command, check=True, **more):
+    """Output of a program."""
+    return subprocess.run(command, check=check, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL, timeout=60,
+                          **more).stdout
+
+
+def control(service, verb):
+    """Exit status of a control script."""
+    script = "%s/scripts/%s.sh" % (TARGET, service)
+    return subprocess.run([script, verb], check=False, stdin=subprocess.DEVNULL,
+                          timeout=60).returncode
+
+
+def postconf(name):
+    return run("/usr/sbin/postconf", "-c", POSTFIX_CONFIGURATION, "-h", name).strip()
+
+
+def answers(port):
+    """Whether somebody listens on a port of this machine."""
+    try:
+        socket.create_connection(("127.0.0.1", port), 5).close()
+        return True
+    except ConnectionRefusedError:
+        return False
+
+
+def banner(port=25):
+    """The line an SMTP server opens with."""
+    with socket.create_connection(("127.0.0.1", port), 10) as connection:
+        line = connection.makefile("rb").readline().decode().strip()
+        connection.sendall(b"QUIT\r\n")
+        return line
+
+
+@contextlib.contextmanager
+def listener(port):
+    """A stranger that holds a port."""
+    with socket.socket() as holder:
+        holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        holder.bind(("0.0.0.0", port))
+        holder.listen(8)
+        yield
+
+
+def wait_for(condition, what, seconds=20):
+    """Waits until the condition gives something true, and returns that."""
+    end = time.monotonic() + seconds
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise AssertionError("waited in vain for " + what)
+        time.sleep(0.02)
+
+
+def unverified():
+    """TLS to a server with a certificate that nobody signed."""
+    context = ssl.create_default_context()
+    context.check_hostname = False
+    context.verify_mode = ssl.CERT_NONE
+    return context
+
+
+def send(sender, recipients, subject, port=25, login=None):
+    """Sends a message by SMTP; with a login, after STARTTLS."""
+    message = email.message.EmailMessage()
+    message["From"] = sender
+    message["To"] = ", ".join(recipients)
+    message["Subject"] = subject
+    message.set_content("A message.\n")
+    with smtplib.SMTP("127.0.0.1", port, local_hostname="client.test", timeout=20) as client:
+        if login:
+            client.starttls(context=unverified())
+            client.login(login, "pw-" + login)
+        client.send_message(message, sender, recipients)
+
+
+def mails(user, subject, port=143):
+    """Texts of a user's mails with a subject, read by IMAP."""
+    with imaplib.IMAP4("127.0.0.1", port, timeout=20) as client:
+        client.starttls(unverified())
+        client.login(user, "pw-" + user)
+        client.select("INBOX")
+        found = client.search(None, "SUBJECT", '"%s"' % subject)[1][0].split()
+        return [client.fetch(number, "(RFC822)")[1][0][1].decode() for number in found]
+
+
+def delivered(user, subject):
+    """Waits for a mail and returns its text."""
+    what = "the mail %r of %s" % (subject, user)
+    return wait_for(lambda: mails(user, subject), what)[0]
+
+
+def snapshot(*folders):
+    """Every file below some folders with all that a change of it would change."""
+    state = {}
+    for folder in folders:
+        for path, folders_below, files in os.walk(folder):
+            for name in folders_below + files:
+                full = os.path.join(path, name)
+                state[full] = _fingerprint(full)
+    return state
+
+
+def _fingerprint(path):
+    info = os.lstat(path)
+    if os.path.islink(path):
+        return os.readlink(path)
+    if os.path.isdir(path):
+        return info.st_mode
+    with open(path, "rb") as file:
+        return info.st_mode, info.st_mtime_ns, hashlib.sha256(file.read()).hexdigest()
+
+
+def pid_of(pid_file):
+    with open(pid_file, encoding="ascii") as file:
+        return int(file.read())
+
+
+class SystemLog:
+    """The part of the system log that is written from here on."""
+
+    def __init__(self):
+        self._start = os.path.getsize(SYSLOG)
+
+    def lines(self):
+        """The program's own lines, each as it was logged, without date."""
+        with open(SYSLOG, "rb") as file:
+            file.seek(self._start)
+            text = file.read().decode(errors="replace")
+        return [line for line in text.splitlines() if "mailvane" in line]
+
+
+class Story(unittest.TestCase):
+    """Tests of one world. Each starts from the page as it was when the world was new."""
+
+    first_page = None
+
+    def setUp(self):
+        if Story.first_page is None:
+            page = load()
+            Story.first_page = {name: page[name] for name in PAGE}
+        self.addCleanup(self.restore)
+
+    def restore(self):
+        page = load()
+        if any(page[name] != value for name, value in self.first_page.items()):
+            self.assert_saved(**self.first_page)
+
+    def assert_saved(self, **changes):
+        answer = save(**changes)
+        self.assertIs(answer["success"], True, answer)
+
+    def assert_system_error(self, answer):
+        self.assertEqual(answer["errinfo"], {"sec": "common", "key": "error_system"})
+        self.assertIs(answer["success"], False)
+
+    def assert_mail_flows(self, subject, port=25):
+        send("someone@elsewhere.test", ["bob@" + DOMAIN], subject, port)
+        delivered("bob", subject)

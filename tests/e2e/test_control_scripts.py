@@ -1,0 +1,152 @@
+"""The control scripts: a verb brings a service to what its stored settings ask for."""
+import imaplib
+import os
+import signal
+import smtplib
+import subprocess
+import time
+import unittest
+
+import harness
+from harness import ETC, TARGET, answers, banner, control, listener, pid_of
+
+MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
+PORTS = {"postfix": 25, "dovecot": 143}
+
+
+def edit(path, change):
+    """Replaces a generated file by its changed text, as old as Postfix likes it."""
+    with open(path, encoding="utf-8") as file:
+        text = change(file.read())
+    mode = os.stat(path).st_mode
+    with open(path + ".new", "w", encoding="utf-8") as file:
+        file.write(text)
+    os.chmod(path + ".new", mode)
+    os.utime(path + ".new", (time.time() - 60,) * 2)
+    os.rename(path + ".new", path)
+
+
+class ControlScripts(harness.Story):
+    def change(self, name, change):
+        """Changes a file of the generation in force until the end of the test."""
+        path = os.path.realpath("%s/generated/current/%s" % (ETC, name))
+        with open(path, encoding="utf-8") as file:
+            before = file.read()
+        edit(path, change)
+        self.addCleanup(lambda: [control(service, "restart") for service in MASTERS])
+        self.addCleanup(edit, path, lambda _: before)
+
+    def change_setting(self, name, value):
+        self.change("mailvane.conf", lambda text: "".join(
+            line for line in text.splitlines(True) if not line.startswith(name + "=")
+        ) + ('%s="%s"\n' % (name, value) if value is not None else ""))
+
+    def test_every_verb_can_be_repeated(self):
+        for service, pid_file in MASTERS.items():
+            with self.subTest(service):
+                running = pid_of(pid_file)
+                for verb in ("start", "restart", "restart"):
+                    self.assertEqual(control(service, verb), 0)
+                self.assertEqual(pid_of(pid_file), running, "a reload is enough")
+                for _ in range(2):
+                    self.assertEqual(control(service, "stop"), 0)
+                    self.assertFalse(answers(PORTS[service]))
+                self.assertEqual(control(service, "start"), 0)
+                self.assertTrue(answers(PORTS[service]))
+
+    def test_a_dead_master_is_replaced(self):
+        for service, pid_file in MASTERS.items():
+            for verb in ("start", "restart", "stop"):
+                with self.subTest(service, verb=verb):
+                    dead = pid_of(pid_file)
+                    os.kill(dead, signal.SIGKILL)
+                    self.assertEqual(control(service, verb), 0)
+                    if verb == "stop":
+                        self.assertEqual(control(service, "start"), 0)
+                    self.assertTrue(answers(PORTS[service]))
+                    self.assertNotEqual(pid_of(pid_file), dead)
+        self.assert_mail_flows("after dead masters")
+
+    def test_a_pid_file_that_names_somebody_else(self):
+        with subprocess.Popen(["/bin/sleep", "60"]) as bystander:
+            control("postfix", "stop")
+            with open(MASTERS["postfix"], "w", encoding="ascii") as file:
+                file.write("%d\n" % bystander.pid)
+            self.assertEqual(control("postfix", "stop"), 0)
+            self.assertIsNone(bystander.poll())
+            self.assertEqual(control("postfix", "start"), 0)
+            self.assertIsNone(bystander.poll())
+            bystander.kill()
+        self.assertTrue(banner().startswith("220 "))
+
+    def test_an_instance_with_another_configuration_is_replaced(self):
+        control("postfix", "stop")
+        folder = "/etc/postfix-other"
+        harness.run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
+        harness.run("/usr/sbin/postfix", "-c", folder, "start")
+        self.assertEqual(control("postfix", "restart"), 0)
+        with open("/proc/%d/environ" % pid_of(MASTERS["postfix"]), "rb") as file:
+            self.assertIn(b"MAIL_CONFIG=%s\0" % harness.POSTFIX_CONFIGURATION.encode(),
+                          file.read())
+
+    def test_sessions_survive_a_restart(self):
+        with imaplib.IMAP4("127.0.0.1", timeout=20) as mailbox, \
+                smtplib.SMTP("127.0.0.1", 25, timeout=20) as client:
+            mailbox.starttls(harness.unverified())
+            mailbox.login("bob", "pw-bob")
+            client.ehlo()
+            for service in MASTERS:
+                self.assertEqual(control(service, "restart"), 0)
+            self.assertEqual(mailbox.noop()[0], "OK")
+            self.assertEqual(client.noop()[0], 250)
+
+    def test_a_faulty_configuration_is_refused_and_the_old_one_goes_on(self):
+        for service, name, line in (("postfix", "postfix/main.cf", "no equals sign\n"),
+                                    ("dovecot", "dovecot/dovecot.conf", "no_such = 1\n")):
+            with self.subTest(service):
+                running = pid_of(MASTERS[service])
+                self.change(name, lambda text, line=line: text + line)
+                self.assertNotEqual(control(service, "restart"), 0)
+                self.assertEqual(pid_of(MASTERS[service]), running)
+                self.assertTrue(answers(PORTS[service]))
+
+    def test_a_port_in_other_hands_is_a_failure(self):
+        with listener(2626):
+            self.change("postfix/master.cf", lambda text: text.replace("25 inet", "2626 inet", 1))
+            self.change_setting("smtp_port", "2626")
+            self.assertNotEqual(control("postfix", "restart"), 0)
+
+    def test_settings_that_cannot_be_read_are_a_failure(self):
+        self.change_setting("smtp_port", None)
+        self.assertNotEqual(control("postfix", "restart"), 0)
+        self.assertTrue(answers(25))
+
+    def test_services_that_the_machine_lacks(self):
+        for service, switch in (("mailscanner", "spam_enable"), ("antivirus", "anti_virus_enable"),
+                                ("opendkim", "enable_dkim"), ("opendmarc", "enable_dmarc"),
+                                ("memcached", "reject_sasl_sender_rate_exceed")):
+            with self.subTest(service):
+                for verb in ("start", "restart", "stop"):
+                    self.assertEqual(control(service, verb), 0)
+                self.change_setting(switch, "yes")
+                self.assertEqual(control(service, "restart"), 1)
+                self.assertEqual(control(service, "stop"), 0)
+
+    def test_whoever_starts_a_service_does_not_wait_for_its_end(self):
+        reader, writer = os.pipe()
+        for service in MASTERS:
+            control(service, "stop")
+            script = "%s/scripts/%s.sh" % (TARGET, service)
+            subprocess.run([script, "start"], check=True, stdin=subprocess.DEVNULL, timeout=30,
+                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[writer])
+        os.close(writer)
+        self.assertEqual(os.read(reader, 1), b"", "a daemon inherited a descriptor")
+        os.close(reader)
+
+    def test_other_verbs_are_refused(self):
+        for service in ("postfix", "dovecot", "mailscanner", "web"):
+            self.assertEqual(control(service, "reload"), 2)
+
+
+if __name__ == "__main__":
+    unittest.main()

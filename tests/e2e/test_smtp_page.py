@@ -1,0 +1,144 @@
+"""The SMTP page: what is saved is what the mail server does."""
+import smtplib
+import unittest
+
+import harness
+from harness import DOMAIN, ETC, answers, banner, delivered, listener, save, send, snapshot
+
+ALICE = "alice@" + DOMAIN
+BOB = "bob@" + DOMAIN
+
+
+class Saving(harness.Story):
+    def test_the_host_name_is_announced(self):
+        self.assert_saved(smtp_hostname="mail.example.test")
+        self.assertTrue(banner().startswith("220 mail.example.test "), banner())
+        self.assertEqual(harness.postconf("myhostname"), "mail.example.test")
+        self.assertEqual(harness.load()["smtp_hostname"], "mail.example.test")
+
+    def test_every_save_is_in_force_when_it_is_answered(self):
+        for number in range(10):
+            name = "host%d.example.test" % number
+            self.assert_saved(smtp_hostname=name)
+            self.assertTrue(banner().startswith("220 " + name), banner())
+
+    def test_ports_move(self):
+        self.assert_saved(smtp_port=2525, smtp_tls_port=2587, smtp_ssl_enabled=True)
+        for port, wanted in ((25, False), (587, False), (465, True), (2525, True), (2587, True)):
+            with self.subTest(port=port):
+                self.assertEqual(answers(port), wanted)
+        self.assertTrue(banner(2525).startswith("220 "))
+        self.assert_mail_flows("moved", port=2525)
+
+    def test_ports_are_switched_off(self):
+        self.assert_saved(smtp_tls_enabled=False)
+        self.assertFalse(answers(587))
+        self.assertTrue(answers(25))
+
+    def test_a_stopped_server_stays_stopped(self):
+        self.assert_saved(smtp_enabled=False, smtp_ssl_enabled=True)
+        self.assertFalse(any(map(answers, (25, 465, 587))))
+        self.assert_saved(smtp_hostname="asleep.example.test", smtp_port=26)
+        self.assertFalse(any(map(answers, (25, 26, 465, 587))))
+        self.assertEqual(harness.control("postfix", "start"), 0)
+        self.assertFalse(answers(26))
+        self.assertTrue(answers(143), "the mailboxes stay reachable")
+
+        self.assert_saved(smtp_enabled=True)
+        self.assertTrue(banner(26).startswith("220 asleep.example.test "))
+
+    def test_an_open_session_survives_a_save(self):
+        with smtplib.SMTP("127.0.0.1", 25, local_hostname="client.test") as client:
+            client.ehlo()
+            self.assert_saved(smtp_hostname="other.example.test")
+            client.sendmail("x@elsewhere.test", [BOB], "Subject: survivor\n\nstill here\n")
+        self.assertIn("still here", delivered("bob", "survivor"))
+
+
+class Refusals(harness.Story):
+    """What cannot be is refused, and nothing changes."""
+
+    def assert_refused(self, errinfo, **changes):
+        before = snapshot(ETC, harness.TARGET)
+        answer = save(**changes)
+        self.assertIs(answer["success"], False)
+        self.assertEqual(answer["errinfo"], errinfo)
+        self.assertEqual(snapshot(ETC, harness.TARGET), before)
+        self.assertTrue(banner().startswith("220 mv.test "))
+
+    def test_ports_that_somebody_holds(self):
+        conflict = {"sec": "error", "key": "error_port_conflict"}
+        with listener(2626):
+            for label, changes in (
+                ("SMTP", {"smtp_port": 2626}),
+                ("SMTP-SSL", {"smtp_ssl_enabled": True, "smtps_port": 2626}),
+                ("SMTP-TLS", {"smtp_tls_port": 2626}),
+            ):
+                with self.subTest(label):
+                    self.assert_refused({**conflict, "errField": label}, **changes)
+        with self.subTest("held by the mailbox server"):
+            self.assert_refused({**conflict, "errField": "SMTP"}, smtp_port=143)
+
+    def test_ports_of_a_stopped_server_are_not_looked_at(self):
+        with listener(2626):
+            self.assert_saved(smtp_enabled=False, smtp_port=2626)
+
+    def test_values_that_the_mail_server_cannot_have(self):
+        refused = {"sec": "common", "key": "error_system"}
+        for changes in (
+            {"smtp_port": 70000}, {"smtp_port": 0}, {"smtp_port": -25},
+            {"smtp_port": 587}, {"smtp_hostname": "two words"},
+            {"smtp_hostname": "mv.test\nrelayhost = evil.test"}, {"smtp_hostname": ""},
+            {"smtp_hostname": "$mydomain"}, {"acc_domain_name": "../../etc"},
+        ):
+            with self.subTest(changes=changes):
+                self.assert_refused(refused, **changes)
+        self.assert_mail_flows("after refusals")
+
+
+class Mail(harness.Story):
+    def test_mail_arrives(self):
+        send("someone@elsewhere.test", [BOB, "Carol@" + DOMAIN], "from outside")
+        for user in ("bob", "carol"):
+            self.assertIn("A message.", delivered(user, "from outside"))
+        send(ALICE, ["bob+tag@" + DOMAIN], "from inside", port=587, login="alice")
+        delivered("bob", "from inside")
+
+    def test_mail_that_is_not_taken(self):
+        refused = smtplib.SMTPRecipientsRefused
+        for what, arguments in (
+            ("unknown user", ("x@elsewhere.test", ["nobody-here@" + DOMAIN], "refused")),
+            ("system account", ("x@elsewhere.test", ["daemon@" + DOMAIN], "refused")),
+            ("relaying", ("x@elsewhere.test", ["y@faraway.test"], "refused")),
+            ("relaying in a user's name", (ALICE, ["y@faraway.test"], "refused")),
+            ("submission without login", (ALICE, [BOB], "refused", 587)),
+        ):
+            with self.subTest(what), self.assertRaises((refused, smtplib.SMTPSenderRefused)):
+                send(*arguments)
+
+    def test_passwords_are_checked(self):
+        with smtplib.SMTP("127.0.0.1", 587, timeout=20) as client:
+            client.ehlo()
+            self.assertNotIn("auth", client.esmtp_features, "no password in the clear")
+            client.starttls(context=harness.unverified())
+            with self.assertRaises(smtplib.SMTPAuthenticationError):
+                client.login("alice", "pw-bob")
+
+    def test_a_login_sends_as_itself_only(self):
+        send(BOB, [BOB], "before", port=587, login="alice")
+        self.assert_saved(restrict_sender=True)
+        for sender in (BOB, "stranger@elsewhere.test", "root@" + DOMAIN):
+            with self.subTest(sender), self.assertRaises(smtplib.SMTPException) as refusal:
+                send(sender, [BOB], "forged", port=587, login="alice")
+            self.assertIn("5.7.1", str(refusal.exception))
+        send(ALICE, [BOB], "honest", port=587, login="alice")
+        send("alice+list@" + DOMAIN, [BOB], "honest too", port=587, login="alice")
+        delivered("bob", "honest too")
+        self.assertFalse(harness.mails("bob", "forged"))
+
+        self.assert_saved(restrict_sender=False)
+        send(BOB, [BOB], "after", port=587, login="alice")
+
+
+if __name__ == "__main__":
+    unittest.main()

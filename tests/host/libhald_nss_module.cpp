@@ -1,0 +1,110 @@
+// A stand-in for a name service module: a few users, some with long records, one group, and an
+// engine that can be down. SERVICE is the name of the service.
+#include <grp.h>
+#include <nss.h>
+#include <pwd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#define JOIN(a, b, c) a##b##c
+#define NAME(service, call) JOIN(_nss_, service, call)
+#define CALL(call) extern "C" nss_status NAME(SERVICE, _##call)
+
+namespace {
+
+struct Entry {
+    const char* name;
+    unsigned id;
+};
+
+constexpr Entry kUsers[] = {
+    {"EXAMPLE\\anna", 20001}, {"OTHER\\bert", 20002}, {"carol", 20003}, {"system", 33}};
+constexpr Entry kGroups[] = {{"EXAMPLE\\staff", 30001}, {"OTHER\\staff", 30002}, {"wheel", 10}};
+constexpr std::size_t kRoom = 9000;  // more than a caller offers at first
+
+std::size_t nextUser = 0;
+std::size_t nextGroup = 0;
+char empty[] = "";
+char* noMembers[] = {nullptr};
+
+}  // namespace
+
+/// 0: the engine answers; 1: it is down; 2: it goes down in the middle.
+extern "C" int engineState;
+int engineState = 0;
+
+namespace {
+
+nss_status Begin(std::size_t& next)
+{
+    next = 0;
+    return engineState == 1 ? NSS_STATUS_UNAVAIL : NSS_STATUS_SUCCESS;
+}
+
+/// Whether a record can be given now; else what to answer.
+nss_status Ready(std::size_t size, int* code)
+{
+    if (engineState == 1) *code = ECONNREFUSED;
+    if (engineState == 1) return NSS_STATUS_UNAVAIL;
+    if (size < kRoom) *code = ERANGE;
+    return size < kRoom ? NSS_STATUS_TRYAGAIN : NSS_STATUS_SUCCESS;
+}
+
+void Fill(const Entry& entry, passwd* record, char* buffer)
+{
+    *record = {};
+    record->pw_name = strcpy(buffer, entry.name);
+    record->pw_gecos = record->pw_dir = record->pw_shell = record->pw_passwd = empty;
+    record->pw_uid = record->pw_gid = entry.id;
+}
+
+}  // namespace
+
+CALL(setpwent)(int /*stay*/)
+{
+    return Begin(nextUser);
+}
+CALL(setgrent)(int /*stay*/)
+{
+    return Begin(nextGroup);
+}
+CALL(endpwent)()
+{
+    return NSS_STATUS_SUCCESS;
+}
+CALL(endgrent)()
+{
+    return NSS_STATUS_SUCCESS;
+}
+
+CALL(getpwent_r)(passwd* record, char* buffer, std::size_t size, int* code)
+{
+    if (engineState == 2 && nextUser == 2) return NSS_STATUS_UNAVAIL;
+    if (nextUser == sizeof kUsers / sizeof kUsers[0]) return NSS_STATUS_NOTFOUND;
+    const nss_status ready = Ready(size, code);
+    if (ready == NSS_STATUS_SUCCESS) Fill(kUsers[nextUser++], record, buffer);
+    return ready;
+}
+
+CALL(getgrent_r)(group* record, char* buffer, std::size_t size, int* code)
+{
+    if (nextGroup == sizeof kGroups / sizeof kGroups[0]) return NSS_STATUS_NOTFOUND;
+    const nss_status ready = Ready(size, code);
+    if (ready != NSS_STATUS_SUCCESS) return ready;
+    *record = {strcpy(buffer, kGroups[nextGroup].name), empty, kGroups[nextGroup].id, noMembers};
+    ++nextGroup;
+    return ready;
+}
+
+CALL(getpwnam_r)(const char* name, passwd* record, char* buffer, std::size_t size, int* code)
+{
+    const nss_status ready = Ready(size, code);
+    if (ready != NSS_STATUS_SUCCESS) return ready;
+    for (const Entry& entry : kUsers) {
+        if (strcmp(entry.name, name) != 0) continue;
+        Fill(entry, record, buffer);
+        return NSS_STATUS_SUCCESS;
+    }
+    return NSS_STATUS_NOTFOUND;
+}

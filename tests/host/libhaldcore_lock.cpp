@@ -1,0 +1,168 @@
+// The request lock among real processes.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "tests/host/libhald_machine.h"
+
+namespace {
+
+using host::LockResult;
+using host::TakeLock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr milliseconds kAtOnce{0};
+
+/// Exit statuses of a child that takes the lock.
+constexpr int kHeld = 0;
+constexpr int kBusy = 1;
+
+class Lock : public HaldMachine {
+protected:
+    /// A child that takes the lock within `patience` and then does `work`.
+    static pid_t Taker(milliseconds patience, const std::function<void()>& work)
+    {
+        return InChild([&] {
+            host::ForgetLock();
+            if (TakeLock(patience) != LockResult::kHeld) return kBusy;
+            work();
+            return kHeld;
+        });
+    }
+
+    static int TryInAnotherProcess()
+    {
+        return StatusOf(Taker(kAtOnce, [] {}));
+    }
+
+    /// The test tool as a program of this name; its output.
+    std::string RunTool(const std::string& path) const
+    {
+        const std::string real = host::Path(path);
+        std::filesystem::create_directories(std::filesystem::path(real).parent_path());
+        std::filesystem::create_symlink(LIBHALD_TOOL, real);
+        host::ProgramOptions options;
+        options.capture = true;
+        return host::RunProgram({real, root()}, options).output;
+    }
+
+    /// The test tool, told by the environment that it has the lock in this descriptor.
+    std::string RunToolWith(int descriptor) const
+    {
+        const std::string output = root() + "/output";
+        const std::string variable = std::string(host::kLockVariable) + "=9";
+        std::string tool = LIBHALD_TOOL;
+        std::string argument = root();
+        char* const arguments[] = {tool.data(), argument.data(), nullptr};
+        char* const environment[] = {const_cast<char*>(variable.c_str()), nullptr};
+        posix_spawn_file_actions_t files;
+        posix_spawn_file_actions_init(&files);
+        posix_spawn_file_actions_adddup2(&files, descriptor, 9);
+        posix_spawn_file_actions_addopen(&files, 1, output.c_str(), O_WRONLY | O_CREAT, 0600);
+        pid_t child = -1;
+        EXPECT_EQ(0, posix_spawn(&child, tool.c_str(), &files, nullptr, arguments, environment));
+        posix_spawn_file_actions_destroy(&files);
+        EXPECT_EQ(0, StatusOf(child));
+        return Text(output);
+    }
+};
+
+TEST_F(Lock, IsReentrantAndEndsWithItsLastRelease)
+{
+    EXPECT_FALSE(host::LockIsHeld());
+    {
+        const host::ScopedLock outer;
+        const host::ScopedLock inner;
+        EXPECT_TRUE(outer.held() && inner.held());
+        EXPECT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+        host::ReleaseLock();
+        EXPECT_EQ(kBusy, TryInAnotherProcess());
+    }
+    EXPECT_FALSE(host::LockIsHeld());
+    host::ReleaseLock();  // once too often
+    EXPECT_EQ(kHeld, TryInAnotherProcess());
+    EXPECT_EQ(0600U, Mode(host::PackagePath("etc/lock")));
+}
+
+TEST_F(Lock, FailsWithoutItsDirectory)
+{
+    std::filesystem::remove(host::PackagePath("etc/lock"));
+    std::filesystem::remove(host::PackagePath("etc"));
+    EXPECT_EQ(LockResult::kFailed, TakeLock(seconds(10)));
+}
+
+TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
+{
+    const std::string log = root() + "/log";
+    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    for (int i = 0; i < 8; ++i) {
+        Taker(seconds(20), [&] {
+            const int file = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+            (void)!write(file, "in ", 3);
+            std::this_thread::sleep_for(milliseconds(20));
+            (void)!write(file, "out\n", 4);
+        });
+    }
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(kBusy, StatusOf(-1)) << "turned away at once";
+    EXPECT_EQ(0, waitpid(-1, nullptr, WNOHANG)) << "the others wait";
+
+    host::ReleaseLock();
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(kHeld, StatusOf(-1));
+    EXPECT_EQ("in out\nin out\nin out\nin out\n", Text(log)) << "one after the other";
+}
+
+TEST_F(Lock, GivesUpWhenPatienceEnds)
+{
+    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(kBusy, StatusOf(Taker(milliseconds(100), [] {})));
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, milliseconds(100));
+    EXPECT_LT(waited, seconds(3));
+}
+
+TEST_F(Lock, IsFreeOnceItsHolderIsKilled)
+{
+    const pid_t holder = Taker(kAtOnce, [] { pause(); });
+    while (TryInAnotherProcess() == kHeld) std::this_thread::sleep_for(milliseconds(5));
+    EXPECT_EQ(LockResult::kBusy, TakeLock(kAtOnce));
+    kill(holder, SIGKILL);
+    EXPECT_EQ(LockResult::kHeld, TakeLock(seconds(5)));
+    EXPECT_EQ(-1, StatusOf(holder));
+}
+
+TEST_F(Lock, PassesToPackageToolsAlone)
+{
+    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    const std::string tool = RunTool(host::PackagePath("target/bin/tool"));
+    EXPECT_NE(std::string::npos, tool.find("lock held\ndescriptors 1\n")) << tool;
+    EXPECT_EQ(kBusy, TryInAnotherProcess()) << "the tool's release is not its caller's";
+
+    const std::string other = RunTool("/usr/bin/tool");
+    EXPECT_NE(std::string::npos, other.find("lock busy\ndescriptors 0\n")) << other;
+    host::ReleaseLock();
+    EXPECT_EQ(kHeld, TryInAnotherProcess());
+}
+
+TEST_F(Lock, IsNotBelievedFromTheEnvironmentAlone)
+{
+    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    const int wrong = open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int fresh = open(host::PackagePath("etc/lock").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(0U, RunToolWith(wrong).find("lock busy\n"));
+    EXPECT_EQ(0U, RunToolWith(fresh).find("lock busy\n")) << "the file, but not its lock";
+    EXPECT_EQ(0U, RunToolWith(host::LockDescriptor()).find("lock held\n"));
+    close(wrong);
+    close(fresh);
+}
+
+}  // namespace

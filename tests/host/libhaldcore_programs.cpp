@@ -1,0 +1,163 @@
+// Programs: how they are started, when their end is noticed, what becomes of their output.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+
+#include "host/libhaldcore/run_program.h"
+#include "platform/hlib/process.h"
+#include "tests/host/libhald_machine.h"
+
+namespace {
+
+using host::ProgramOptions;
+using host::ProgramResult;
+using host::RunProgram;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Clock = std::chrono::steady_clock;
+
+const std::string kShell = "/bin/sh";
+
+ProgramOptions Capture()
+{
+    ProgramOptions options;
+    options.capture = true;
+    return options;
+}
+
+class Programs : public HaldMachine {};
+
+TEST_F(Programs, StartInACleanWorld)
+{
+    const mode_t before = umask(077);
+    setenv("LD_PRELOAD_NOT", "x", 1);
+    const int leaked = open("/dev/null", O_RDONLY);  // no O_CLOEXEC
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    sigprocmask(SIG_BLOCK, &term, nullptr);
+    const ProgramResult result = RunProgram({LIBHALD_TOOL, root(), "", "a b;$(c)"}, Capture());
+    sigprocmask(SIG_UNBLOCK, &term, nullptr);
+    signal(SIGPIPE, SIG_DFL);
+    close(leaked);
+    umask(before);
+
+    const std::string home = geteuid() == 0 ? "/root" : "/";
+    EXPECT_EQ(
+        "lock held\ndescriptors 0\nblocked 0 ignored 0\numask 022 directory /\ngroup own\n"
+        "argument []\nargument [a b;$(c)]\n"
+        "env PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin\n"
+        "env LANG=C.UTF-8\nenv HOME=" +
+            home + "\n",
+        result.output);
+}
+
+TEST_F(Programs, TellHowTheyEnded)
+{
+    const struct {
+        std::vector<std::string> program;
+        int want;
+        const char* logged;  // null: nothing
+    } rows[] = {
+        {{kShell, "-c", "exit 0", "SECRET"}, 0, nullptr},
+        {{kShell, "-c", "exit 3", "SECRET"}, 3, "/bin/sh ended with status 3"},
+        {{kShell, "-c", "kill -9 $$", "SECRET"}, -1, "/bin/sh was killed by signal 9"},
+        {{"/none", "SECRET"}, -1, "/none could not be started: No such file or directory"},
+        {{"/etc/passwd"}, -1, "/etc/passwd could not be started: Permission denied"},
+        {{"sh", "-c", "exit 0"}, -1, "sh could not be started"},
+        {{}, -1, "could not be started"},
+    };
+    for (const auto& row : rows) {
+        const std::size_t before = Logged().size();
+        EXPECT_EQ(row.want, RunProgram(row.program).status);
+        EXPECT_EQ(row.logged != nullptr ? 1U : 0U, Logged().size() - before);
+        EXPECT_TRUE(row.logged == nullptr || WasLogged(row.logged)) << row.logged;
+    }
+    EXPECT_FALSE(WasLogged("SECRET"));
+}
+
+TEST_F(Programs, EndTheirOwnWayThoughChildrenAreIgnored)
+{
+    signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(3, RunProgram({kShell, "-c", "exit 3"}).status);
+    signal(SIGCHLD, SIG_DFL);
+}
+
+TEST_F(Programs, AreNotWaitedForThroughTheirDaemons)
+{
+    const auto start = Clock::now();
+    const ProgramResult result =
+        RunProgram({kShell, "-c", "sleep 8 & echo started $!; exit 0"}, Capture());
+    EXPECT_LT(Clock::now() - start, seconds(4));
+    ASSERT_EQ(0U, result.output.find("started ")) << result.output;
+    const int daemon = std::atoi(result.output.c_str() + 8);
+    EXPECT_EQ(0, kill(daemon, SIGKILL)) << "it lives on";
+}
+
+TEST_F(Programs, ThatTakeTooLongEndWithAllTheyStarted)
+{
+    ProgramOptions options = Capture();
+    options.limit = milliseconds(200);
+    const std::string script = "trap '' TERM; sleep 60 & echo $!; wait; sleep 60";
+    const ProgramResult result = RunProgram({kShell, "-c", script}, options);
+    EXPECT_EQ(-1, result.status);
+    EXPECT_TRUE(WasLogged("/bin/sh took too long"));
+
+    Put("/run/child.pid", result.output);
+    for (int i = 0; i < 100 && HLIBCProcAliveByPidFile("/run/child.pid") != 0; ++i) usleep(10000);
+    EXPECT_LT(0, std::atoi(result.output.c_str()));
+    EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/child.pid")) << "still there";
+}
+
+TEST_F(Programs, GetTheirInputAndGiveTheirOutputBack)
+{
+    ProgramOptions options = Capture();
+    options.input = std::string(300000, 'x') + '\0' + "end\n";
+    EXPECT_EQ(options.input, RunProgram({"/bin/cat"}, options).output);
+    EXPECT_EQ("", RunProgram({"/bin/cat"}, Capture()).output) << "the input is empty else";
+
+    const ProgramResult both = RunProgram({kShell, "-c", "echo out; echo err >&2"}, Capture());
+    EXPECT_EQ("out\n", both.output);
+    EXPECT_EQ("err\n", both.errors);
+
+    const ProgramResult much =
+        RunProgram({kShell, "-c", "head -c 3000000 /dev/zero && echo done >&2"}, Capture());
+    EXPECT_EQ(1U << 20, much.output.size());
+    EXPECT_EQ("done\n", much.errors) << "it was not stopped for its output";
+}
+
+TEST_F(Programs, LogTheirOutputUnderTheirName)
+{
+    const std::string script =
+        "printf 'a\\tb\\033[1m\\nunfinished' >&2; i=0; while [ $i -lt 300 ]; do echo x; "
+        "i=$((i+1)); done";
+    EXPECT_EQ("", RunProgram({kShell, "-c", script}).output);
+    EXPECT_TRUE(WasLogged("mailvane: sh: a?b?[1m")) << "nothing forges a line";
+    EXPECT_TRUE(WasLogged("sh: unfinishedx"));
+    EXPECT_TRUE(WasLogged("sh: more output is not logged"));
+    EXPECT_EQ(201U, Logged().size());
+
+    EXPECT_TRUE(RunProgram({kShell, "-c", "printf last"}).Succeeded());
+    EXPECT_TRUE(WasLogged("sh: last"));
+}
+
+TEST_F(Programs, RunSideBySide)
+{
+    const auto start = Clock::now();
+    const std::vector<ProgramResult> results = host::RunPrograms(
+        {{kShell, "-c", "sleep 1; echo first"}, {"/none"}, {kShell, "-c", "sleep 1; exit 4"}},
+        Capture());
+    EXPECT_LT(Clock::now() - start, milliseconds(1900));
+    ASSERT_EQ(3U, results.size());
+    EXPECT_EQ("first\n", results[0].output);
+    EXPECT_EQ(-1, results[1].status);
+    EXPECT_EQ(4, results[2].status);
+    EXPECT_TRUE(host::RunPrograms({}).empty());
+}
+
+}  // namespace

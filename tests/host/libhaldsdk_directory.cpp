@@ -1,0 +1,72 @@
+// Domain, directory and services, as configuration and unit links say.
+#include <filesystem>
+
+#include "host/libhaldcore/paths.h"
+#include "platform/hald/directory.h"
+#include "platform/hlib/accounts.h"
+#include "tests/host/libhald_machine.h"
+
+namespace {
+
+class Directory : public HaldMachine {
+protected:
+    static void Link(const std::string& target, const std::string& path)
+    {
+        const std::string real = host::Path(path);
+        std::filesystem::create_directories(std::filesystem::path(real).parent_path());
+        std::filesystem::create_symlink(target, real);
+    }
+};
+
+TEST_F(Directory, IsAWindowsDomainWithAdsAndARealm)
+{
+    EXPECT_EQ(0, HALDWinsIsJoined()) << "no configuration";
+    const struct {
+        const char* text;
+        bool want;
+    } rows[] = {
+        {"[global]\n  security = ADS\n  realm = EXAMPLE.COM\n", true},
+        {"[global]\n  security = user\n  realm = EXAMPLE.COM\n", false},
+        {"[global]\n  security = ads\n", false},
+        {"[global]\n;  security = ads\n  realm = EXAMPLE.COM\n", false},
+    };
+    for (const auto& row : rows) {
+        Put("/usr/hald/etc/smb.conf", row.text);
+        EXPECT_EQ(row.want, HALDWinsIsJoined() != 0) << row.text;
+    }
+}
+
+TEST_F(Directory, IsLdapWithASuffixThatFits)
+{
+    char suffix[12] = "~";
+    EXPECT_EQ(0, HALDLDAPIsBinded());
+    EXPECT_GT(0, HALDLDAPLoginSuffixGet(suffix, sizeof suffix));
+    EXPECT_STREQ("", suffix);
+
+    Put("/etc/haldinfo.conf", "ldap_enabled=\"yes\"\nldap_suffix=\"example.com\"\n");
+    EXPECT_NE(0, HALDLDAPIsBinded());
+    EXPECT_EQ(0, HALDLDAPLoginSuffixGet(suffix, sizeof suffix));
+    EXPECT_STREQ("example.com", suffix);
+    EXPECT_GT(0, HALDLDAPLoginSuffixGet(suffix, sizeof suffix - 1)) << "would name another one";
+    EXPECT_STREQ("", suffix);
+}
+
+TEST_F(Directory, KnowsServicesByTheirLinks)
+{
+    EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd"));
+    Link("/lib/systemd/system/winbind.service",
+         "/etc/systemd/system/multi-user.target.wants/winbind.service");
+    EXPECT_NE(0, HLIBServiceIsEnabled("winbindd")) << "the unit has another name";
+    Link("/dev/null", "/etc/systemd/system/winbind.service");
+    EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd")) << "masked";
+
+    Link("../init.d/nslcd", "/etc/rc3.d/S01nslcd");
+    Link("../init.d/other", "/etc/rc3.d/K01other");
+    EXPECT_NE(0, HLIBServiceIsEnabled("nslcd"));
+    EXPECT_EQ(0, HLIBServiceIsEnabled("other"));
+    for (const char* name : {"", "*", "nslc?", "../S01nslcd"}) {
+        EXPECT_EQ(0, HLIBServiceIsEnabled(name)) << name;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,318 @@
+// Bodies: what is loaded, what is refused, and what protects a change.
+#include <fcntl.h>
+#include <json/reader.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <new>
+#include <vector>
+
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "platform/web/web_man.h"
+#include "tests/host/libkos_request.h"
+
+namespace fs = std::filesystem;
+using std::string_literals::operator""s;
+
+namespace {
+
+class Loading : public RequestTest {
+protected:
+    /// Runs the request, which must be answered, and reads the answer.
+    Json::Value Saw(const Environment& environment, const std::string& body = "") const
+    {
+        const Answer answer = Run(environment, body);
+        EXPECT_EQ(0, answer.status);
+        EXPECT_EQ("", answer.StatusLine()) << answer.log;
+        Json::Value saw;
+        EXPECT_TRUE(Json::Reader().parse(answer.Body(), saw)) << answer.output;
+        return saw;
+    }
+
+    std::string Uploaded() const
+    {
+        std::ifstream file(root_ + "/log.upload", std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    int SpoolFiles() const
+    {
+        int count = 0;
+        for (const auto& entry : fs::directory_iterator("/tmp")) {
+            if (entry.path().filename().string().rfind("mailvane-upload.", 0) == 0) ++count;
+        }
+        return count;
+    }
+};
+
+Environment Read(const std::string& query)
+{
+    return {{"REQUEST_METHOD", "GET"},
+            {"REMOTE_USER", "alice"},
+            {"QUERY_STRING", query},
+            {"CONTENT_LENGTH", ""},
+            {"HTTP_X_MAILVANE", "1"}};
+}
+
+/// Serves a request up to where its action would begin, then does `act`.
+std::function<int()> Serve(const std::function<int(WebMan&)>& act)
+{
+    return [act] {
+        WebMan web;
+        if (!web.IsAuthorized(nullptr, 3, 1)) return 90;
+        (void)web.LoadIn();
+        return act(web);
+    };
+}
+
+TEST_F(Loading, RefusesBrokenBodiesAndRunsNothing)
+{
+    const char kForm[] = "application/x-www-form-urlencoded";
+    const char kJson[] = "application/json";
+    const std::string part = "name=\"file\"; filename=\"a\"\r\n\r\nabc";
+    const struct {
+        const char* type;
+        std::string body;
+        std::string promised;  // length, when it is not the body's
+    } cases[] = {
+        {kJson, "", ""},
+        {kJson, "{", ""},
+        {kJson, "[1]", ""},
+        {kJson, "7", ""},
+        {kJson, "{} x", ""},
+        {kJson, "{'a':1}", ""},
+        {kJson, R"({"a":1,"a":2})", ""},
+        {kJson, R"({"a":1,})", ""},
+        {kJson, "{\"a\":1} // b", ""},
+        {kJson, R"({"a":NaN})", ""},
+        {kJson, "{\"a\":1}\0"s, ""},
+        {kJson, R"({"a":"b\u0000c"})", ""},
+        {kJson, R"({"a":"\\\u0000c"})", ""},
+        {kJson, R"({"a":)" + std::string(5000, '[') + std::string(5000, ']') + "}", ""},
+        {kJson, R"({"action":"save_smtp"})", "23"},
+        {kForm, "action=load_smtp", "17"},
+        {kForm, "action=load_smtp&x=%00", ""},
+        {kMultipart, "", ""},
+        {kMultipart, "no multipart", ""},
+        {kMultipart, "--XyZ\r\nContent-Disposition: form-data; " + part + "\r\n", ""},
+        {kMultipart, Multipart({part}), "1000"},
+        {kMultipart, Multipart({part, part}), ""},
+        {kMultipart, Multipart({"name=\"field\"\r\n\r\na\0b"s}), ""},
+        {kMultipart, "--XyZ\r\nContent-Type: text/plain\r\n\r\nabc\r\n--XyZ--\r\n", ""},
+        {kMultipart, "--XyZ\r\nContent-Disposition: attachment; " + part + "\r\n--XyZ--\r\n", ""},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(std::string(test.type) + ": " + test.body.substr(0, 60));
+        Environment environment = Sends(test.type, test.body);
+        if (!test.promised.empty()) environment["CONTENT_LENGTH"] = test.promised;
+        const Answer answer = Run(environment, test.body);
+        EXPECT_EQ(255, answer.status);
+        EXPECT_EQ("Status: 400 Bad Request", answer.StatusLine());
+        EXPECT_EQ("{\"success\":false,\"error\":\"bad_request\"}\n", answer.Body());
+        EXPECT_EQ("", answer.remaining);
+    }
+    EXPECT_EQ(0, SpoolFiles());
+}
+
+TEST_F(Loading, TellsJsonBodiesFromParameters)
+{
+    const std::string text = R"({"action":"a","text":"Gr\u00fc\u00dfe","back":"\\u0000"})";
+    Environment environment = Sends("Application/JSON; charset=utf-8", text);
+    environment["QUERY_STRING"] = "action=b+c%2F%zz&&action=second";
+    Json::Value saw = Saw(environment, text + "beyond the promised length");
+    EXPECT_EQ("a", saw["body"]["action"].asString());
+    EXPECT_EQ("Gr\u00fc\u00dfe", saw["body"]["text"].asString());
+    EXPECT_EQ("\\u0000", saw["body"]["back"].asString());
+    EXPECT_EQ("b c/%zz", saw["action"].asString());
+    EXPECT_EQ("alice", saw["user"].asString());
+
+    saw = Saw(Sends("application/x-www-form-urlencoded", "action=load_smtp"), "action=load_smtp");
+    EXPECT_FALSE(saw.isMember("body"));
+    EXPECT_EQ("load_smtp", saw["action"].asString());
+
+    EXPECT_EQ("load", Saw(Read(""))["action"].asString());
+    EXPECT_EQ("", Saw(Read("action="))["action"].asString());
+}
+
+TEST_F(Loading, SpoolsUploads)
+{
+    std::string binary = "\r\n--XyX\r\n--Xy\0\r"s;
+    for (int i = 0; i < 70000; ++i) binary += static_cast<char>(i);
+    const std::string large = binary + std::string(300000, '\r');
+    for (const std::string& content : {binary, large, ""s}) {
+        SCOPED_TRACE(content.size());
+        const std::string body =
+            Multipart({"name=\"action\"\r\n\r\nx", "name=\"upload_file_tmp\"\r\n\r\n/etc/passwd",
+                       "name=\"f\"; filename=\"C:\\a\\\"\r\nX: y\r\n\r\n" + content});
+        const Json::Value saw = Saw(Sends(kMultipart, body), body);
+        EXPECT_EQ(content.size() <= 262144, saw["small"].asBool());
+        EXPECT_TRUE(saw["loaded"].asBool());
+        EXPECT_EQ(0600, saw["mode"].asInt());
+        EXPECT_EQ("x", saw["action"].asString());
+        EXPECT_EQ(0U, saw["path"].asString().rfind("/tmp/", 0));
+        EXPECT_FALSE(fs::exists(saw["path"].asString()));
+        EXPECT_TRUE(content == Uploaded());
+    }
+}
+
+TEST_F(Loading, NeverTakesThePathOfAnUploadFromTheClient)
+{
+    const std::string body = Multipart(
+        {"name=\"upload_file_tmp\"\r\n\r\n/etc/passwd", "name=\"f\"; filename=\"\"\r\n\r\n"});
+    Environment environment = Sends(kMultipart, body);
+    environment["QUERY_STRING"] = "upload_file_tmp=/etc/passwd";
+    const Json::Value saw = Saw(environment, body);
+    EXPECT_TRUE(saw["loaded"].asBool());
+    EXPECT_FALSE(saw.isMember("path"));
+}
+
+TEST_F(Loading, LeavesNothingOfAnUploadThatCannotBeStored)
+{
+    const std::string body =
+        Multipart({"name=\"f\"; filename=\"a\"\r\n\r\n" + std::string(600000, 'x')});
+    const Answer answer = Run(Sends(kMultipart, body), body, [] {
+        WebMan web;
+        if (web.LoadIn(nullptr) || web.LoadIn("/no/such/directory")) return 1;
+        web.WriteHeader("text/html");
+        return web.In("upload_file_tmp", nullptr) == nullptr ? 0 : 2;
+    });
+    EXPECT_EQ(0, answer.status);
+    EXPECT_EQ("", answer.remaining);
+    EXPECT_EQ(0, SpoolFiles());
+}
+
+TEST_F(Loading, CountsAStagedImportForFifteenMinutes)
+{
+    const std::string body = Multipart({});
+    const std::string staged = root_ + "/tmp/mailvane.import";
+    const auto survives = [&](time_t age) {
+        Write("/tmp/mailvane.import", "import_type=\"bcc\"\n");
+        const time_t then = time(nullptr) - age;
+        const struct utimbuf times = {then, then};
+        (void)utime(staged.c_str(), &times);
+        (void)Run(Sends(kMultipart, body), body);
+        return fs::exists(staged);
+    };
+    EXPECT_TRUE(survives(14 * 60));
+    EXPECT_FALSE(survives(16 * 60));
+    EXPECT_FALSE(survives(-3600));
+
+    Write("/tmp/elsewhere", "import_type=\"bcc\"\n");
+    fs::create_symlink(root_ + "/tmp/elsewhere", staged);
+    (void)Run(Sends(kMultipart, body), body);
+    EXPECT_FALSE(fs::is_symlink(staged));
+    EXPECT_TRUE(fs::exists(root_ + "/tmp/elsewhere"));
+}
+
+TEST_F(Loading, LocksForChangesAlone)
+{
+    const std::string upload = Multipart({});
+    EXPECT_TRUE(Saw(Sends("application/json", "{}"), "{}")["locked"].asBool());
+    EXPECT_TRUE(Saw(Sends(kMultipart, upload), upload)["locked"].asBool());
+    EXPECT_TRUE(Saw(Read("action=fresh_clam"))["locked"].asBool());
+    EXPECT_FALSE(Saw(Read("action=load_smtp"))["locked"].asBool());
+
+    // Another writer has the lock and every place of those who wait is taken.
+    const int file =
+        open(host::PackagePath("etc/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    struct flock all = {};
+    all.l_type = F_WRLCK;
+    ASSERT_EQ(0, fcntl(file, F_OFD_SETLK, &all));
+    const Answer answer = Run(Sends("application/json", "{}"), "{}");
+    EXPECT_EQ(255, answer.status);
+    EXPECT_EQ("Status: 503 Service Unavailable", answer.StatusLine());
+    EXPECT_NE(std::string::npos, answer.output.find("\nRetry-After: "));
+    EXPECT_EQ("{\"success\":false,\"error\":\"busy\"}\n", answer.Body());
+    EXPECT_FALSE(Saw(Read("action=load_smtp"))["locked"].asBool());
+    (void)close(file);
+
+    fs::remove_all(host::PackagePath("etc"));
+    EXPECT_EQ("Status: 503 Service Unavailable",
+              Run(Sends("application/json", "{}"), "{}").StatusLine());
+}
+
+TEST_F(Loading, InterruptsNoChange)
+{
+    const auto raiseAll = Serve([](WebMan&) {
+        for (const int signal : {SIGTERM, SIGHUP, SIGPIPE}) (void)raise(signal);
+        return 7;
+    });
+    EXPECT_EQ(7, Run(Sends("application/json", "{}"), "{}", raiseAll).status);
+    EXPECT_EQ(7, Run(Read("action=generate_dkim_key"), "", raiseAll).status);
+    EXPECT_EQ(-SIGTERM, Run(Read("action=load_smtp"), "", raiseAll).status);
+}
+
+TEST_F(Loading, EndsADownloadWhoseClientHasGone)
+{
+    const Answer answer = Run(Read("action=export_log"), "", [] {
+        (void)signal(SIGPIPE, SIG_IGN);  // as inherited from a service manager
+        return Serve([](WebMan&) {
+            int ends[2];
+            if (pipe(ends) < 0) return 1;
+            (void)close(ends[0]);
+            return write(ends[1], "x", 1) < 0 ? 2 : 3;
+        })();
+    });
+    EXPECT_EQ(-SIGPIPE, answer.status);
+}
+
+TEST_F(Loading, LimitsItselfAndNotWhatItStarts)
+{
+    const Answer answer =
+        Run(Read("action=load_smtp"), "", Serve([](WebMan&) {
+                struct rlimit core;
+                struct rlimit processor;
+                (void)getrlimit(RLIMIT_CORE, &core);
+                (void)getrlimit(RLIMIT_CPU, &processor);
+                if (core.rlim_cur != 0 || processor.rlim_cur > 60 || umask(0) != 077) return 1;
+#if !defined(__SANITIZE_ADDRESS__)
+                try {
+                    std::vector<int> buckets(2'000'000'000);
+                    return 2 + buckets[1];
+                } catch (const std::bad_alloc&) {
+                }
+#endif
+                host::ProgramOptions options;
+                options.capture = true;
+                const auto shell =
+                    host::RunProgram({"/bin/sh", "-c", "ulimit -v; ulimit -t; umask"}, options);
+                (void)fputs(shell.output.c_str(), stdout);
+                return 0;
+            }));
+    EXPECT_EQ(0, answer.status);
+    EXPECT_EQ("unlimited\nunlimited\n0022\n", answer.output);
+}
+
+TEST_F(Loading, WritesTheAnswerAndNothingElse)
+{
+    EXPECT_EQ("", Run(Read("action=load_smtp"), "", Serve([](WebMan&) { return 0; })).output);
+
+    const Answer answer = Run(Read("action=load_smtp"), "", Serve([](WebMan& web) {
+                                  (void)printf("before\n");
+                                  web.WriteHeader("");
+                                  Json::Value body;
+                                  body["a"] = "\xff\xc3\xbc";
+                                  web.WriteBody(body);
+                                  web.WriteBody(Json::Value());
+                                  return 0;
+                              }));
+    EXPECT_EQ(
+        "before\n"
+        "Content-Type: application/json; charset=\"UTF-8\"\n"
+        "Cache-Control: no-store\n"
+        "X-Content-Type-Options: nosniff\n"
+        "\n"
+        "{\"a\":\"\\ufffd\\u00fc\"}\nnull\n",
+        answer.output);
+}
+
+}  // namespace

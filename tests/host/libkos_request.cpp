@@ -1,0 +1,194 @@
+// Runs one request as a web server would.
+#include "tests/host/libkos_request.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/paths.h"
+#include "platform/web/web_man.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string systemLog;  // file that syslog lines of this process go to
+
+void AppendToLog(const char* format, va_list arguments)
+{
+    char line[2048];
+    (void)vsnprintf(line, sizeof line, format, arguments);
+    std::ofstream(systemLog, std::ios::app) << line << '\n';
+}
+
+std::string Contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Redirect(const std::string& path, int flags, int descriptor)
+{
+    const int file = open(path.c_str(), flags, 0600);
+    (void)dup2(file, descriptor);
+    (void)close(file);
+}
+
+Json::Value DescribeUpload(WebMan& web)
+{
+    Json::Value saw;
+    saw["small"] = web.LoadIn(nullptr);
+    saw["loaded"] = saw["small"].asBool() || web.LoadIn("/tmp");
+    if (const char* path = web.In("upload_file_tmp", nullptr)) {
+        struct stat status = {};
+        (void)stat(path, &status);
+        saw["path"] = path;
+        saw["mode"] = static_cast<int>(status.st_mode & 07777);
+        saw["size"] = static_cast<Json::Int64>(status.st_size);
+        fs::copy_file(path, systemLog + ".upload", fs::copy_options::overwrite_existing);
+    }
+    return saw;
+}
+
+int ServeRequest()
+{
+    try {
+        WebMan web;
+        if (!web.IsAuthorized(nullptr, 3, 1)) return 0;
+
+        Json::Value saw;
+        if (web.IsUploadRequest()) {
+            saw = DescribeUpload(web);
+        } else {
+            (void)web.LoadIn();
+            if (web.In() != nullptr) saw["body"] = *web.In();
+        }
+        saw["action"] = web.In("action", "load");
+        saw["user"] = web.GetLoginUserName();
+        saw["locked"] = host::LockIsHeld();
+        web.WriteHeader("");
+        web.WriteBody(saw);
+        return 0;
+    } catch (const std::exception&) {
+        return 255;
+    }
+}
+
+}  // namespace
+
+// The system log of this program, in place of the machine's.
+extern "C" void syslog(int /*priority*/, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    AppendToLog(format, arguments);
+    va_end(arguments);
+}
+
+extern "C" void __syslog_chk(int /*priority*/, int /*flag*/, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    AppendToLog(format, arguments);
+    va_end(arguments);
+}
+
+std::string Answer::StatusLine() const
+{
+    return output.rfind("Status: ", 0) == 0 ? output.substr(0, output.find('\n')) : "";
+}
+
+std::string Answer::Body() const
+{
+    const std::size_t end = output.find("\n\n");
+    return end == std::string::npos ? "" : output.substr(end + 2);
+}
+
+void RequestTest::SetUp()
+{
+    std::string name = fs::temp_directory_path() / "mailvane-XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(name.data()));
+    root_ = name;
+    systemLog = root_ + "/log";
+    host::SetRoot(root_);
+    fs::create_directories(host::PackagePath("etc"));
+    Write("/etc/passwd",
+          "alice:x:1001:100::/:\npetra:x:1002:900::/:\nbob:x:1003:100::/:\n"
+          "eve:x:1004:100::/:\ncarl:x:1005:100::/:\n");
+    Write("/etc/group", "users:x:100:bob\nadministrators:x:900:alice,eve,carl,gone\n");
+    Write("/etc/shadow", "alice:*:1:0:9:7:::\neve:*:1:0:9:7::100:\ncarl:*:1:0:9:7::99999:\n");
+}
+
+void RequestTest::TearDown()
+{
+    host::SetRoot("");
+    fs::remove_all(root_);
+}
+
+void RequestTest::Write(const std::string& path, const std::string& text) const
+{
+    fs::create_directories(fs::path(root_ + path).parent_path());
+    std::ofstream(root_ + path, std::ios::binary) << text;
+}
+
+Answer RequestTest::Run(const Environment& environment, const std::string& body,
+                        const std::function<int()>& serve) const
+{
+    Write("/stdin", body);
+    Write("/log", "");
+    const int input = open((root_ + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
+    const pid_t child = fork();
+    if (child == 0) {
+        (void)dup2(input, STDIN_FILENO);
+        Redirect(root_ + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+        (void)clearenv();
+        for (const auto& [variable, value] : environment) {
+            (void)setenv(variable.c_str(), value.c_str(), 1);
+        }
+        const int status = serve();
+        (void)fflush(stdout);
+        _exit(status);
+    }
+
+    Answer answer;
+    int status = 0;
+    (void)waitpid(child, &status, 0);
+    answer.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    answer.output = Contents(root_ + "/stdout");
+    answer.log = Contents(root_ + "/log");
+    answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
+    (void)close(input);
+    return answer;
+}
+
+Answer RequestTest::Run(const Environment& environment, const std::string& body) const
+{
+    return Run(environment, body, ServeRequest);
+}
+
+Environment Sends(const std::string& type, const std::string& body)
+{
+    return {{"REQUEST_METHOD", "POST"},
+            {"REMOTE_USER", "alice"},
+            {"CONTENT_TYPE", type},
+            {"CONTENT_LENGTH", std::to_string(body.size())},
+            {"HTTP_X_MAILVANE", "1"}};
+}
+
+std::string Multipart(const std::initializer_list<std::string>& parts)
+{
+    std::string body;
+    for (const std::string& part : parts) {
+        body += "--XyZ\r\nContent-Disposition: form-data; " + part + "\r\n";
+    }
+    return body + "--XyZ--\r\n";
+}

@@ -1,0 +1,51 @@
+// Runs one request as a web server would: an environment, a body, a process of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <string>
+
+using Environment = std::map<std::string, std::string>;
+
+struct Answer {
+    int status = -1;        ///< exit status of the process, or minus the signal that ended it
+    std::string output;     ///< all of its standard output
+    std::string log;        ///< its lines in the system log
+    std::string remaining;  ///< what it left unread of the body
+
+    /// The first line, "" when the header has no Status.
+    std::string StatusLine() const;
+    /// What follows the header.
+    std::string Body() const;
+};
+
+/// A machine in a temporary directory, with accounts: alice (a member of the administrators), petra
+/// (by her primary group), carl (a member, expiring in a far future), eve (a member, expired), bob
+/// (none).
+class RequestTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Carries out `serve` as a request; its result is the exit status.
+    Answer Run(const Environment& environment, const std::string& body,
+               const std::function<int()>& serve) const;
+
+    /// The same with a program that does what is asked as the real one would, and answers what it
+    /// saw of the request as a JSON object.
+    Answer Run(const Environment& environment, const std::string& body = "") const;
+
+    void Write(const std::string& path, const std::string& text) const;
+
+    std::string root_;
+};
+
+/// The length and type of a body, by alice, from the command line.
+Environment Sends(const std::string& type, const std::string& body);
+
+/// An upload whose parts are given with their headers, each "header\r\n\r\ncontent".
+std::string Multipart(const std::initializer_list<std::string>& parts);
+constexpr char kMultipart[] = "multipart/form-data; boundary=XyZ";

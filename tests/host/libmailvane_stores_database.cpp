@@ -1,0 +1,72 @@
+// SQLite stores: creation, versions, reading, failures.
+#include "host/libmailvane/database.h"
+
+#include <unistd.h>
+
+#include "tests/host/libmailvane_stores_machine.h"
+
+namespace {
+
+using host::OpenForChange;
+using host::OpenForReading;
+using host::Schema;
+
+constexpr const char* kFirst[] = {"CREATE TABLE item (name TEXT)"};
+constexpr const char* kSecond[] = {kFirst[0], "ALTER TABLE item ADD COLUMN size INT DEFAULT 7"};
+constexpr const char* kBroken[] = {kFirst[0], "DROP TABLE item; SELECT * FROM item"};
+
+class Database : public Machine {
+protected:
+    void SetUp() override
+    {
+        Machine::SetUp();
+        path_ = host::PackagePath("etc/some.db");
+    }
+
+    std::string path_;
+};
+
+TEST_F(Database, IsCreatedForItsOwnerAloneWhateverTheUmask)
+{
+    const mode_t before = ::umask(0);
+    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+    ::umask(before);
+
+    struct stat status {};
+    ASSERT_EQ(0, ::stat(path_.c_str(), &status));
+    EXPECT_EQ(0600U, status.st_mode & 07777);
+    EXPECT_EQ("delete",
+              OpenForChange(path_, Schema(kFirst)).execAndGet("PRAGMA journal_mode").getString());
+}
+
+TEST_F(Database, IsBroughtUpToDateByWhoeverOpensItFirst)
+{
+    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+
+    auto database = OpenForReading(path_, Schema(kSecond));
+    ASSERT_TRUE(database);
+    EXPECT_EQ(7, database->execAndGet("SELECT size FROM item WHERE name = 'a'").getInt());
+    EXPECT_THROW(OpenForChange(path_, Schema(kFirst)), std::runtime_error)
+        << "an older program must not touch a newer store";
+}
+
+TEST_F(Database, StaysAsItWasWhenAScriptFails)
+{
+    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+
+    EXPECT_THROW(OpenForChange(path_, Schema(kBroken)), SQLite::Exception);
+    EXPECT_EQ(
+        1, OpenForReading(path_, Schema(kFirst))->execAndGet("SELECT count(*) FROM item").getInt());
+}
+
+TEST_F(Database, ReadersNeitherCreateNorChange)
+{
+    EXPECT_FALSE(OpenForReading(path_, Schema(kFirst)));
+    EXPECT_FALSE(std::filesystem::exists(path_));
+
+    (void)OpenForChange(path_, Schema(kFirst));
+    EXPECT_THROW(OpenForReading(path_, Schema(kFirst))->exec("DELETE FROM item"),
+                 SQLite::Exception);
+}
+
+}  // namespace

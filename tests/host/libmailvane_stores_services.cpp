@@ -1,0 +1,47 @@
+// Service verbs: which control script each runs, and what becomes of its result.
+#include "host/libmailvane/service_control.h"
+#include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/mail_scanner.h"
+#include "platform/mailvane/postfix.h"
+#include "tests/host/libmailvane_stores_machine.h"
+
+namespace {
+
+class Services : public Machine {
+protected:
+    /// Installs a script that notes its name and arguments and ends with `status`.
+    void Install(const std::string& name, int status)
+    {
+        const std::string path = host::PackagePath("target/scripts/" + name);
+        Write(path, "#!/bin/sh\necho \"${0##*/} $*\" >>" + root_ + "/ran\nexit " +
+                        std::to_string(status) + "\n");
+        ASSERT_EQ(0, ::chmod(path.c_str(), 0755));
+    }
+
+    std::string Ran() const { return Contents(root_ + "/ran"); }
+};
+
+TEST_F(Services, RunTheirOwnScriptWithTheVerb)
+{
+    for (const char* name : {"postfix.sh", "dovecot.sh", "mailscanner.sh", "antivirus.sh"}) {
+        Install(name, 0);
+    }
+    EXPECT_EQ(0, Postfix::Service("start"));
+    EXPECT_EQ(0, ImapPop3::Service("stop"));
+    EXPECT_EQ(0, MailScanner::Service("restart"));
+    EXPECT_EQ(0, MailScanner::AntiVirusService("stop"));
+    EXPECT_EQ("postfix.sh start\ndovecot.sh stop\nmailscanner.sh restart\nantivirus.sh stop\n",
+              Ran());
+}
+
+TEST_F(Services, FailWithTheScriptAndRefuseOtherVerbs)
+{
+    Install("postfix.sh", 3);
+    EXPECT_EQ(-1, Postfix::Service("restart"));
+    EXPECT_EQ(-1, Postfix::Service("reload; halt"));
+    EXPECT_EQ(-1, Postfix::Service(""));
+    EXPECT_EQ("postfix.sh restart\n", Ran());
+    EXPECT_EQ(-1, ImapPop3::Service("start")) << "there is no such script";
+}
+
+}  // namespace

@@ -1,0 +1,198 @@
+// Change of the account source: what is parked, brought back and rebuilt.
+#include "services/account_domain.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "tests/recording/action_test.h"
+
+using recording::Lines;
+using recording::ParseJson;
+
+namespace {
+
+const std::string kDir = "/var/packages/Mailvane/target/etc/alias_bkp/";
+const std::string kAliasDb = "/var/packages/Mailvane/etc/alias.db";
+const std::string kServerDb = "/var/packages/Mailvane/etc/mailvane.db";
+const std::string kConf = "/var/packages/Mailvane/etc/mailvane.conf";
+const std::string kTool = "/var/packages/Mailvane/target/bin/hald_set_config";
+
+const char kToLdap[] = R"({"account_type": "ldap", "acc_domain_name": "dc=corp"})";
+const char kToLocal[] = R"({"account_type": "local", "acc_domain_name": "example.com"})";
+
+/// The calls of a switch from local, example.com to ldap, dc=corp with everything parked there.
+const std::vector<std::string> kWholeSwitch = {
+    "mkdir " + kDir + " 0755",
+    "HLIBCExec /bin/mv " + kAliasDb + " " + kDir + "local_example.com",
+    "HLIBCFileExist " + kDir + "ldap_dc=corp",
+    "HLIBCExec /bin/mv " + kDir + "ldap_dc=corp " + kAliasDb,
+    "HLIBCExec " + kTool + " alias",
+    "mkdir " + kDir + " 0755",
+    "HLIBCExec /bin/mv " + kServerDb + " " + kDir + "local_example.com_mailvane",
+    "HLIBCFileExist " + kDir + "ldap_dc=corp_mailvane",
+    "HLIBCExec /bin/mv " + kDir + "ldap_dc=corp_mailvane " + kServerDb,
+    "Spam::GenerateBlackWhite",
+    "MailScanner::Service restart",
+    "HLIBCFileGetKeyValue " + kConf + " always_bcc 512 0",
+    "HLIBCFileSetKeyValue " + kDir + "local_example.com_alwaysBCC always_bcc archive@example.com 0",
+    "HLIBCFileGetKeyValue " + kDir + "ldap_dc=corp_alwaysBCC always_bcc 512 0",
+    "HLIBCFileSetKeyValue " + kConf + " always_bcc ldap@example.com 0",
+};
+
+class AccountDomain : public recording::RecordedTest {
+protected:
+    int Change(const std::string& request)
+    {
+        Postfix postfix;
+        EXPECT_EQ(postfix.LoadSettings(), 0);
+        const std::size_t before = world.Calls().size();
+        const int result = ChangeAccountDomain(ParseJson(request), postfix);
+        calls = world.Calls().substr(before);
+        return result;
+    }
+
+    void ParkLdapData()
+    {
+        world.files[kDir + "ldap_dc=corp"] = "ldap aliases";
+        world.files[kDir + "ldap_dc=corp_mailvane"] = "ldap lists";
+        world.keyValueFiles[kDir + "ldap_dc=corp_alwaysBCC"]["always_bcc"] = "ldap@example.com";
+    }
+
+    void ExpectLogs(const std::vector<std::pair<int, std::string>>& lines)
+    {
+        for (const auto& line : lines) world.ExpectLog(line.first, line.second);
+    }
+
+    std::string calls;  ///< of the last change
+};
+
+}  // namespace
+
+TEST_F(AccountDomain, TouchesNothingWhenTypeAndDomainAreTheStoredOnes)
+{
+    EXPECT_EQ(Change(kToLocal), 0);
+    EXPECT_EQ(calls, "");
+}
+
+TEST_F(AccountDomain, ParksTheOldDataAndBringsTheNewOneBack)
+{
+    ParkLdapData();
+    EXPECT_EQ(Change(kToLdap), 0);
+    EXPECT_EQ(calls, Lines(kWholeSwitch));
+    EXPECT_EQ(world.files[kAliasDb], "ldap aliases");
+    EXPECT_EQ(world.files[kServerDb], "ldap lists");
+}
+
+TEST_F(AccountDomain, ComparesEveryByteAndBuildsNamesFromTheTextsAsTheyAre)
+{
+    const struct {
+        const char* request;
+        const char* name;
+    } rows[] = {
+        {R"({"account_type": "Local", "acc_domain_name": "example.com"})", "Local_example.com"},
+        {R"({"account_type": "local", "acc_domain_name": "example.co"})", "local_example.co"},
+        {R"({"account_type": "local", "acc_domain_name": ""})", "local_"},
+        {R"({"account_type": "local"})", "local_"},
+        {R"({})", "_"},
+        {R"({"account_type": "win", "acc_domain_name": "../a b"})", "win_../a b"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request);
+        world.files[kDir + row.name] = "parked";
+        EXPECT_EQ(Change(row.request), 0);
+        EXPECT_EQ(world.files[kAliasDb], "parked");
+        world.ExpectLog(1083, "get key:always_bcc from " + kDir + row.name + "_alwaysBCC fail");
+        NextCase();
+    }
+}
+
+TEST_F(AccountDomain, LeavesNoLiveDataAfterASwitchToANewCombination)
+{
+    EXPECT_EQ(Change(kToLdap), 0);
+    EXPECT_EQ(world.files.count(kAliasDb), 0U);
+    EXPECT_EQ(world.files.count(kServerDb), 0U);
+    EXPECT_EQ(world.keyValueFiles[kConf]["always_bcc"], "");
+    EXPECT_NE(calls.find(kTool + " alias\n"), std::string::npos);
+    EXPECT_NE(calls.find("Spam::GenerateBlackWhite\nMailScanner::Service restart\n"),
+              std::string::npos);
+    world.ExpectLog(1083, "get key:always_bcc from " + kDir + "ldap_dc=corp_alwaysBCC fail");
+}
+
+TEST_F(AccountDomain, RestoresEverythingOnTheWayBack)
+{
+    const recording::Machine before = world;
+    ParkLdapData();
+    EXPECT_EQ(Change(kToLdap), 0);
+    world.postfix.Set(ParseJson(kToLdap));
+    EXPECT_EQ(Change(kToLocal), 0);
+
+    EXPECT_EQ(world.files[kAliasDb], before.files.at(kAliasDb));
+    EXPECT_EQ(world.files[kServerDb], before.files.at(kServerDb));
+    EXPECT_EQ(world.keyValueFiles[kConf], before.keyValueFiles.at(kConf));
+    EXPECT_EQ(world.files[kDir + "ldap_dc=corp"], "ldap aliases");
+}
+
+TEST_F(AccountDomain, StopsAtEachFailureWithItsLogLines)
+{
+    const std::pair<int, std::string> aliases = {1179, "alias db change fail"};
+    const std::pair<int, std::string> server = {1184, "mail server db change fail"};
+    const std::pair<int, std::string> bcc = {1189, "always bcc setting change fail"};
+    const struct {
+        std::size_t step;  ///< the failing one in `kWholeSwitch`
+        int nth;           ///< of the calls like it
+        std::vector<std::pair<int, std::string>> logs;
+    } rows[] = {
+        {0, 1, {{1145, "mkdir " + kDir + " fail"}, aliases}},
+        {1,
+         1,  // the line has always named the server database
+         {{1151, kServerDb + " backup to " + kDir + "local_example.com fail"}, aliases}},
+        {3, 1, {{1157, "restore " + kDir + "ldap_dc=corp fail"}, aliases}},
+        {4, 1, {{1164, "Can't re-gent aliases"}, aliases}},
+        {5, 2, {{1104, "mkdir " + kDir + " fail"}, server}},
+        {6,
+         1,
+         {{1110, kServerDb + " backup to " + kDir + "local_example.com_mailvane fail"}, server}},
+        {8, 1, {{1116, "restore " + kDir + "ldap_dc=corp_mailvane fail"}, server}},
+        {9, 1, {{1122, "generate spam black white list fail"}, server}},
+        {10, 1, {{1127, "restart mailscanner service fail"}, server}},
+        {12,
+         1,
+         {{1077, "set key: always_bcc to " + kDir + "local_example.com_alwaysBCC fail"}, bcc}},
+        {14, 1, {{1087, "set key: always_bcc to " + kDir + " fail"}, bcc}},
+    };
+    for (const auto& row : rows) {
+        const std::string& failing = kWholeSwitch[row.step];
+        SCOPED_TRACE(failing);
+        ParkLdapData();
+        world.FailWith(failing, EACCES, row.nth);
+        EXPECT_EQ(Change(kToLdap), -1);
+        const auto end = kWholeSwitch.begin() + static_cast<std::ptrdiff_t>(row.step) + 1;
+        EXPECT_EQ(calls, Lines({kWholeSwitch.begin(), end}));
+        ExpectLogs(row.logs);
+        NextCase();
+    }
+}
+
+TEST_F(AccountDomain, GoesOnWithNoAddressWhenAnAlwaysCopyCannotBeRead)
+{
+    ParkLdapData();
+    world.Fail("HLIBCFileGetKeyValue");
+    EXPECT_EQ(Change(kToLdap), 0);
+    EXPECT_EQ(world.keyValueFiles[kDir + "local_example.com_alwaysBCC"]["always_bcc"], "");
+    EXPECT_EQ(world.keyValueFiles[kConf]["always_bcc"], "");
+    world.ExpectLog(1073, "get key:always_bcc from " + kConf + " fail");
+    world.ExpectLog(1083, "get key:always_bcc from " + kDir + "ldap_dc=corp_alwaysBCC fail");
+}
+
+TEST_F(AccountDomain, TakesADirectoryThatExistsAndPositiveResultsForSuccess)
+{
+    ParkLdapData();
+    world.FailWith("mkdir", EEXIST);
+    for (const char* call : {"HLIBCExec /var/packages/Mailvane/target/bin/hald_set_config",
+                             "Spam::GenerateBlackWhite", "MailScanner::Service"}) {
+        world.Return(call, 1);
+    }
+    EXPECT_EQ(Change(kToLdap), 0);
+    EXPECT_EQ(calls, Lines(kWholeSwitch));
+}

@@ -1,0 +1,118 @@
+// Typed settings and JSON, in both directions.
+#include "frame/settings_json.h"
+
+#include <gtest/gtest.h>
+#include <json/value.h>
+
+#include <stdexcept>
+
+#include "platform/mailvane/imap_pop3.h"
+#include "tests/recording/action_test.h"
+
+using recording::Compact;
+using recording::ParseJson;
+
+namespace {
+
+class SettingsJson : public recording::RecordedTest {
+protected:
+    void Prepare() override
+    {
+        world.imapPop3 = recording::Settings();
+        world.imapPop3.Add("number", 7).Add<std::string>("text", "old").Add("flag", true);
+    }
+
+    /// Loads the settings and stores what the conversion made of them.
+    void Take(const std::string& request)
+    {
+        ImapPop3 store;
+        ASSERT_EQ(store.LoadSettings(), 0);
+        AllSettingsFromJson(ParseJson(request), store);
+        ASSERT_EQ(store.SaveSettings({}), 0);
+    }
+};
+
+}  // namespace
+
+TEST_F(SettingsJson, GivesEachSettingItsOwnJsonType)
+{
+    world.imapPop3.Set(
+        ParseJson(R"({"number": -2147483648, "text": "\u00e4 \"<", "flag": false})"));
+    ImapPop3 store;
+    ASSERT_EQ(store.LoadSettings(), 0);
+    Json::Value out = ParseJson(R"({"other": 1})");
+    AllSettingsToJson(out, store);
+    EXPECT_EQ(Compact(out), Compact(ParseJson(R"({"other": 1, "number": -2147483648,
+                                                  "text": "\u00e4 \"<", "flag": false})")));
+}
+
+TEST_F(SettingsJson, TakesPresentMembersByTheTypeOfTheKey)
+{
+    const struct {
+        const char* request;
+        const char* want;
+    } rows[] = {
+        {R"({})", R"({"number": 7, "text": "old", "flag": true})"},
+        {R"({"number": 25})", R"({"number": 25, "text": "old", "flag": true})"},
+        {R"({"text": "", "flag": false})", R"({"number": 7, "text": "", "flag": false})"},
+        // null is a member that is present
+        {R"({"number": null, "text": null, "flag": null})",
+         R"({"number": 0, "text": "", "flag": false})"},
+        // what the JSON library converts
+        {R"({"number": 25.9, "text": 25, "flag": 2})",
+         R"({"number": 25, "text": "25", "flag": true})"},
+        {R"({"number": true, "text": true, "flag": 0})",
+         R"({"number": 1, "text": "true", "flag": false})"},
+        {R"({"unknown": 1, "Number": 2, "number ": 3})",
+         R"({"number": 7, "text": "old", "flag": true})"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request);
+        Take(row.request);
+        EXPECT_EQ(Compact(world.imapPop3.ToJson()), Compact(ParseJson(row.want)));
+        NextCase();
+    }
+}
+
+TEST_F(SettingsJson, ThrowsForAMemberThatCannotBeConverted)
+{
+    for (const char* request : {R"({"number": "25"})", R"({"number": {}})", R"({"number": 1e10})",
+                                R"({"flag": "true"})", R"({"flag": []})", R"({"text": {}})"}) {
+        SCOPED_TRACE(request);
+        ImapPop3 store;
+        ASSERT_EQ(store.LoadSettings(), 0);
+        EXPECT_THROW(AllSettingsFromJson(ParseJson(request), store), Json::LogicError);
+    }
+}
+
+TEST_F(SettingsJson, RefusesAKeyOfAnotherTypeOnlyWhenItIsUsed)
+{
+    ImapPop3 store;
+    ASSERT_EQ(store.LoadSettings(), 0);
+    const boost::any odd = Key<double>("odd");
+    const auto messageOf = [](const auto& action) -> std::string {
+        try {
+            action();
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+        return "";
+    };
+    Json::Value out;
+    EXPECT_EQ(messageOf([&] { SetJsonFromConfig(out, store, odd); }), "key type not support");
+    EXPECT_EQ(messageOf([&] { SetConfigFromJson(ParseJson(R"({"odd": 1})"), store, odd); }),
+              "key type not support");
+    EXPECT_EQ(messageOf([&] { SetConfigFromJson(ParseJson(R"({"number": 1})"), store, odd); }), "");
+}
+
+TEST_F(SettingsJson, ThrowsForAStoredValueThatDoesNotMatchItsKey)
+{
+    world.imapPop3.AddRaw("raw", Key<int>("raw"), 5);  // a bare int is no value
+    world.imapPop3.AddRaw("crossed", Key<bool>("crossed"), Value<int>(1));
+    ImapPop3 store;
+    ASSERT_EQ(store.LoadSettings(), 0);
+    Json::Value out;
+    EXPECT_THROW(SetJsonFromConfig(out, store, Key<int>("raw")), boost::bad_any_cast);
+    EXPECT_THROW(SetJsonFromConfig(out, store, Key<bool>("crossed")), boost::bad_any_cast);
+    EXPECT_THROW(SetJsonFromConfig(out, store, Key<int>("missing")), boost::bad_any_cast);
+}

@@ -1,0 +1,13 @@
+// hald_gen_login_map: rebuilds the map of logins and the addresses they may send from.
+#include <cstdio>
+#include <cstdlib>
+
+#include "host/libmailvane/list_maps.h"
+
+int main()
+{
+    if (host::RebuildLists({host::LoginFiles}) == 0) return EXIT_SUCCESS;
+
+    std::fprintf(stderr, "hald_gen_login_map: failed, see the system log\n");
+    return EXIT_FAILURE;
+}

@@ -1,0 +1,50 @@
+// hald_set_config: makes what the daemons read from what is stored.
+//
+//   hald_set_config alias     rebuilds the alias tables
+//   hald_set_config render    renders every file of the daemons from the stored settings
+//   hald_set_config recover   finishes or undoes a save that was interrupted
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/save_transaction.h"
+#include "host/libmailvane/write_scope.h"
+
+namespace {
+
+int RebuildAliases()
+{
+    return host::RebuildLists({host::AliasFiles, host::LoginFiles});
+}
+
+int Recover()
+{
+    return host::WriteScope().ok() ? 0 : -1;
+}
+
+struct Command {
+    const char* name;
+    int (*run)();
+};
+
+constexpr Command kCommands[] = {
+    {"alias", RebuildAliases},
+    {"render", host::RenderAll},
+    {"recover", Recover},
+};
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+    for (const Command& command : kCommands) {
+        if (count != 2 || std::strcmp(arguments[1], command.name) != 0) continue;
+        if (command.run() == 0) return EXIT_SUCCESS;
+
+        std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);
+        return EXIT_FAILURE;
+    }
+    std::fprintf(stderr, "usage: hald_set_config alias | render | recover\n");
+    return 2;
+}
