@@ -225,7 +225,7 @@ std::string Access::StatusToStr(AccessStatus status)
 
 BCC::BCC() : state_(nullptr) {}
 
-BCC::~BCC() = default;
+BCC::~BCC() {}
 
 BCC* BCC::getInstance()
 {

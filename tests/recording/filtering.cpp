@@ -51,7 +51,7 @@ int SwitchRule(int result, const std::string& name, bool enabled)
 
 Spam::Spam() : state_(nullptr) {}
 
-Spam::~Spam() = default;
+Spam::~Spam() {}
 
 Spam* Spam::getInstance()
 {

@@ -10,6 +10,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "tests/recording/call.h"
@@ -21,13 +22,10 @@ namespace {
 
 __attribute__((format(printf, 2, 0))) void Log(int priority, const char* format, va_list arguments)
 {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    std::string text(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    char* text = nullptr;
+    if (vasprintf(&text, format, arguments) < 0) std::abort();
     TheWorld().Logged(priority, text);
+    std::free(text);
 }
 
 /// The scripted result of a call on a name; nothing when it shall really be made.

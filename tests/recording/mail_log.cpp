@@ -33,7 +33,7 @@ MailLog::MailLog(const char* path) : state_(nullptr)
     Call("MailLog::MailLog", path);
 }
 
-MailLog::~MailLog() = default;
+MailLog::~MailLog() {}
 
 int MailLog::error()
 {
@@ -51,6 +51,7 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
     return GiveRows(Call("MailLog::load", limit, start, sortField, order), rows);
 }
 
+// NOLINTNEXTLINE(readability-function-size): the platform declares it so.
 int MailLog::search(int limit, int start, const std::string& sortField, const std::string& order,
                     const std::string& query, std::vector<MailLogInfo>& rows)
 {

@@ -204,14 +204,14 @@ int Thrown(int result)
 
 Reporter::Sender::Sender() = default;
 
-Reporter::Sender::Sender(const std::string& name_, const std::string& mail_)
-    : name(name_), mail(mail_)
+Reporter::Sender::Sender(const std::string& who, const std::string& address)
+    : name(who), mail(address)
 {
 }
 
 Reporter::Time::Time() = default;
 
-Reporter::Time::Time(unsigned int hours_, unsigned int mins_) : hours(hours_), mins(mins_) {}
+Reporter::Time::Time(unsigned int hour, unsigned int minute) : hours(hour), mins(minute) {}
 
 Reporter::Reporter() : state_(new State{TheWorld().report}) {}
 
@@ -219,7 +219,7 @@ Reporter::Reporter(const Reporter& other) : state_(new State(*other.state_)) {}
 
 Reporter& Reporter::operator=(const Reporter& other)
 {
-    *state_ = State(*other.state_);
+    if (this != &other) *state_ = *other.state_;
     return *this;
 }
 

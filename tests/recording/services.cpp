@@ -93,8 +93,7 @@ std::string Config::GetKeyName(const boost::any& key)
     return boost::any_cast<const Key<double>&>(key).name();
 }
 
-Postfix::DNSBL::DNSBL(const std::string& server_, const std::string& type_)
-    : server(server_), type(type_)
+Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server(zone), type(kind)
 {
 }
 
@@ -208,7 +207,7 @@ int MailScanner::AntiVirusService(const std::string& verb)
 
 Analyzer::Analyzer() = default;
 
-Analyzer::~Analyzer() = default;
+Analyzer::~Analyzer() {}
 
 int Analyzer::Analyze(std::list<Result>& results)
 {
