@@ -8,9 +8,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
+#include <memory>
 
 #include "host/libhaldcore/child_limits.h"
 #include "host/libhaldcore/lock.h"
@@ -120,12 +120,12 @@ void ExpectChildren()
 /// Runs `Become` in a new process; returns once that is the program or has failed.
 pid_t Clone(Plan& plan, int& process)
 {
-    alignas(16) std::array<char, kStackSize> stack;
+    const std::unique_ptr<char[]> stack(new char[kStackSize]);
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     (void)sigprocmask(SIG_SETMASK, &all, &before);
-    const pid_t pid = clone(Become, stack.data() + stack.size(),
+    const pid_t pid = clone(Become, stack.get() + kStackSize,
                             CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD, &plan, &process);
     (void)sigprocmask(SIG_SETMASK, &before, nullptr);
     return pid;

@@ -2,12 +2,15 @@
 // /var/packages/Mailvane/target/etc/web.conf.
 #include "host/libkos/changing_actions.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libkos/text.h"
 
 namespace kos {
 
@@ -34,13 +37,19 @@ std::string ReadNames()
 ChangingActions ChangingActions::Read()
 {
     ChangingActions actions;
-    actions.names_ = " " + ReadNames() + " ";
+    std::string names = ReadNames();
+    std::replace(names.begin(), names.end(), '\t', ' ');
+    std::string_view rest = names;
+    while (!rest.empty()) {
+        const std::string_view name = CutAt(rest, ' ');
+        if (!name.empty()) actions.names_.emplace_back(name);
+    }
     return actions;
 }
 
 bool ChangingActions::Contains(const std::string& action) const
 {
-    return !action.empty() && names_.find(" " + action + " ") != std::string::npos;
+    return std::find(names_.begin(), names_.end(), action) != names_.end();
 }
 
 }  // namespace kos

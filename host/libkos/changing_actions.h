@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace kos {
 
@@ -14,7 +15,7 @@ public:
     bool Contains(const std::string& action) const;
 
 private:
-    std::string names_;  // each between blanks
+    std::vector<std::string> names_;
 };
 
 }  // namespace kos

@@ -14,7 +14,7 @@ namespace kos {
 
 namespace {
 
-constexpr long long kValid = 15 * 60;  // seconds
+constexpr long long kValid = 900;  // seconds
 
 bool IsCurrent(const struct stat& status)
 {

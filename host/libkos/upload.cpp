@@ -7,6 +7,8 @@
 
 #include <array>
 
+#include "host/libhaldcore/paths.h"
+
 namespace kos {
 
 namespace {
@@ -67,7 +69,7 @@ bool Upload::Store(const char* directory)
 
 bool Upload::Create(const char* directory)
 {
-    std::string path = std::string(directory) + "/mailvane-upload.XXXXXX";
+    std::string path = host::Path(directory) + "/mailvane-upload.XXXXXX";
     const int descriptor = mkostemp(path.data(), O_CLOEXEC);
     if (descriptor < 0) return false;
 

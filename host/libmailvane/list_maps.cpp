@@ -78,7 +78,7 @@ std::vector<ListFile> AccessFiles()
 std::vector<ListFile> QuotaFiles()
 {
     (void)ReadAccountDatabase(AccountDatabase::kMailvane);
-    return {{"policy/limits", "", false}};
+    return {{kQuotaFile, "", false}};
 }
 
 std::vector<ListFile> BlackWhiteFiles()

@@ -14,6 +14,9 @@ struct ListFile {
     bool isMap = true;  ///< compiled for lookups
 };
 
+/// Path in a generation of what the rate policy reads.
+constexpr char kQuotaFile[] = "policy/limits";
+
 /// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot
 /// be read.
 std::vector<ListFile> AliasFiles();

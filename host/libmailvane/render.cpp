@@ -7,6 +7,7 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/certificate.h"
+#include "host/libmailvane/list_maps.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/string_list.h"
 
@@ -75,6 +76,7 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }
+    if (!next.Has(kQuotaFile)) next.Put(kQuotaFile, "", 0644);
 }
 
 }  // namespace host

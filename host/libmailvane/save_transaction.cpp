@@ -150,6 +150,24 @@ int CompleteSave(const PendingSave& save)
     return 0;
 }
 
+int RenderFromStored()
+{
+    const bool hasSettings = NameExists(PackagePath("etc/mailvane.conf"));
+    const auto settings = hasSettings ? StoredSettings::Read() : StoredSettings();
+    if (!settings) return -1;
+
+    NextGeneration next;
+    PutSettingsFiles(next, *settings);
+    if (!next.Complete()) return -1;
+
+    const std::string before = CurrentGeneration();
+    if (before.empty()) return PutFirstInForce(next, *settings);
+    if (next.Changed("") && (!JudgeGeneration(next, *settings) || !next.Commit())) return -1;
+
+    PruneGenerations(before);
+    return LinkStoredFiles() ? 0 : -1;
+}
+
 }  // namespace
 
 WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
@@ -197,23 +215,10 @@ int FinishInterruptedSave()
 int RenderAll()
 {
     const WriteScope scope;
-    if (!scope.ok()) return -1;
+    if (!scope.ok() || RenderFromStored() < 0) return -1;
 
-    const bool hasSettings = NameExists(PackagePath("etc/mailvane.conf"));
-    const auto settings = hasSettings ? StoredSettings::Read() : StoredSettings();
-    if (!settings) return -1;
-
-    NextGeneration next;
-    PutSettingsFiles(next, *settings);
-    if (!next.Complete()) return -1;
-
-    const std::string before = CurrentGeneration();
-    if (before.empty()) return PutFirstInForce(next, *settings);
-    if (!next.Changed("")) return LinkStoredFiles() ? 0 : -1;
-    if (!JudgeGeneration(next, *settings) || !next.Commit()) return -1;
-
-    PruneGenerations(before);
-    return LinkStoredFiles() ? 0 : -1;
+    // A request that runs this tool may be in the middle of a switch of the account source.
+    return LockIsInherited() ? 0 : HealAccounts();
 }
 
 }  // namespace host

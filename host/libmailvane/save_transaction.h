@@ -18,8 +18,8 @@ int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& ste
 int FinishInterruptedSave();
 
 /// Renders all daemon files from the stored settings and stores, making the first generation where
-/// there is none (from etc/mailvane.conf if it exists, else from the defaults). Restarts nothing
-/// that does not run. 0, negative on failure.
+/// there is none (from etc/mailvane.conf if it exists, else from the defaults), and the account
+/// databases. Restarts no service. 0, negative on failure.
 int RenderAll();
 
 }  // namespace host

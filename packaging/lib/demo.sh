@@ -120,5 +120,5 @@ run_example() {
         esac
     done
     example_answer=$("$@")
-    printf '\n  %s\n%s\n' "$line" "$example_answer" | fold -s -w 110 | sed '3,$s/^/  /'
+    printf '\n  %s\n  %s\n' "$line" "$example_answer"
 }

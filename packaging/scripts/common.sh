@@ -186,12 +186,25 @@ bring_up() {
 
 shut_down() {
     local leader
-    find_master || return 0
-    leader=$master
-    kill -TERM "$leader" 2>/dev/null
-    wait_for 10 gone "$leader" && return
+    if find_master; then
+        leader=$master
+        kill -TERM "$leader" 2>/dev/null
+    elif find_orphans; then
+        leader=$orphans
+        kill -TERM -- "-$leader" 2>/dev/null
+    else
+        return 0
+    fi
+    wait_for 20 gone "$leader" && return
     kill -KILL -- "-$leader" 2>/dev/null
     wait_for 5 gone "$leader" || fail "does not stop"
+}
+
+# find_orphans: sets `orphans` to the group of processes that outlived their daemon. They may still
+# hold its ports. A number is not given to a new process while a group has it.
+find_orphans() {
+    [[ -r $pid_file ]] && read -r orphans <"$pid_file"
+    [[ ${orphans-} =~ ^[0-9]+$ && ! -e /proc/$orphans ]] && ! gone "$orphans"
 }
 
 # gone PROCESS: whether the daemon and all processes of its group have ended.

@@ -48,7 +48,8 @@ shut_down_all() {
     shut_down
     select_gate
     # Its workers do not end with it: each takes the signal when its request is answered.
-    ! find_master || { kill -TERM -- "-$master" && wait_for 30 gone "$master"; } || shut_down
+    ! find_master || kill -TERM -- "-$master"
+    shut_down
 }
 
 case ${1-} in

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -12,4 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 std::vector<std::string> FuzzSeeds();
 
 /// Ends the process when something that must hold does not.
-void FuzzExpect(bool holds);
+inline void FuzzExpect(bool holds)
+{
+    if (!holds) std::abort();
+}

@@ -1,5 +1,4 @@
 // Fuzz target: JSON bodies, query strings and headers from a client.
-#include <cstdlib>
 #include <cstring>
 
 #include "host/libkos/body_head.h"
@@ -53,11 +52,6 @@ void TryHeaders(const std::string& text)
 }
 
 }  // namespace
-
-void FuzzExpect(bool holds)
-{
-    if (!holds) std::abort();
-}
 
 std::vector<std::string> FuzzSeeds()
 {

@@ -93,8 +93,8 @@ TEST(Upper, KnowsScriptsAndRefusesWhatIsNoUtf8)
     for (const auto& row : rows) {
         std::vector<char> target(2 * std::string(row.source).size() + 1, '~');
         const int result = HLIBCUnicodeUTF8StrUpper(row.source, target.data(), target.size());
-        EXPECT_EQ(row.want != nullptr, result == 0) << row.source;
-        EXPECT_STREQ(row.want != nullptr ? row.want : target.data(), target.data());
+        const std::string got = result == 0 ? target.data() : "(refused)";
+        EXPECT_EQ(row.want != nullptr ? row.want : "(refused)", got) << row.source;
     }
 }
 

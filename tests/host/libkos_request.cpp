@@ -23,17 +23,12 @@ namespace {
 
 std::string systemLog;  // file that syslog lines of this process go to
 
-void AppendToLog(const char* format, va_list arguments)
+__attribute__((format(printf, 1, 0))) void AppendToLog(const char* format, va_list arguments)
 {
-    char line[2048];
-    (void)vsnprintf(line, sizeof line, format, arguments);
+    char* line = nullptr;
+    if (vasprintf(&line, format, arguments) < 0) std::abort();
     std::ofstream(systemLog, std::ios::app) << line << '\n';
-}
-
-std::string Contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::free(line);
 }
 
 void Redirect(const std::string& path, int flags, int descriptor)
@@ -85,8 +80,15 @@ int ServeRequest()
 
 }  // namespace
 
-// The system log of this program, in place of the machine's.
-extern "C" void syslog(int /*priority*/, const char* format, ...)
+// The system log of this program, in place of the machine's: the plain call and the fortified one.
+extern "C" {
+
+void RecordSyslog(int priority, const char* format, ...) __asm__("syslog")
+    __attribute__((format(printf, 2, 3)));
+void RecordSyslogChk(int priority, int flag, const char* format, ...) __asm__("__syslog_chk")
+    __attribute__((format(printf, 3, 4)));
+
+void RecordSyslog(int /*priority*/, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
@@ -94,12 +96,20 @@ extern "C" void syslog(int /*priority*/, const char* format, ...)
     va_end(arguments);
 }
 
-extern "C" void __syslog_chk(int /*priority*/, int /*flag*/, const char* format, ...)
+void RecordSyslogChk(int /*priority*/, int /*flag*/, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
     AppendToLog(format, arguments);
     va_end(arguments);
+}
+
+}  // extern "C"
+
+std::string Contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string Answer::StatusLine() const
@@ -117,10 +127,11 @@ void RequestTest::SetUp()
 {
     std::string name = fs::temp_directory_path() / "mailvane-XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(name.data()));
-    root_ = name;
-    systemLog = root_ + "/log";
-    host::SetRoot(root_);
+    root = name;
+    systemLog = root + "/log";
+    host::SetRoot(root);
     fs::create_directories(host::PackagePath("etc"));
+    fs::create_directory(root + "/tmp");
     Write("/etc/passwd",
           "alice:x:1001:100::/:\npetra:x:1002:900::/:\nbob:x:1003:100::/:\n"
           "eve:x:1004:100::/:\ncarl:x:1005:100::/:\n");
@@ -131,13 +142,13 @@ void RequestTest::SetUp()
 void RequestTest::TearDown()
 {
     host::SetRoot("");
-    fs::remove_all(root_);
+    fs::remove_all(root);
 }
 
 void RequestTest::Write(const std::string& path, const std::string& text) const
 {
-    fs::create_directories(fs::path(root_ + path).parent_path());
-    std::ofstream(root_ + path, std::ios::binary) << text;
+    fs::create_directories(fs::path(root + path).parent_path());
+    std::ofstream(root + path, std::ios::binary) << text;
 }
 
 Answer RequestTest::Run(const Environment& environment, const std::string& body,
@@ -145,11 +156,11 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
 {
     Write("/stdin", body);
     Write("/log", "");
-    const int input = open((root_ + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
+    const int input = open((root + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
     const pid_t child = fork();
     if (child == 0) {
         (void)dup2(input, STDIN_FILENO);
-        Redirect(root_ + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+        Redirect(root + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
         (void)clearenv();
         for (const auto& [variable, value] : environment) {
             (void)setenv(variable.c_str(), value.c_str(), 1);
@@ -163,8 +174,8 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
     int status = 0;
     (void)waitpid(child, &status, 0);
     answer.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    answer.output = Contents(root_ + "/stdout");
-    answer.log = Contents(root_ + "/log");
+    answer.output = Contents(root + "/stdout");
+    answer.log = Contents(root + "/log");
     answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
     (void)close(input);
     return answer;

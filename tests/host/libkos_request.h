@@ -40,8 +40,11 @@ protected:
 
     void Write(const std::string& path, const std::string& text) const;
 
-    std::string root_;
+    std::string root;
 };
+
+/// The bytes of a file.
+std::string Contents(const std::string& path);
 
 /// The length and type of a body, by alice, from the command line.
 Environment Sends(const std::string& type, const std::string& body);

@@ -1,18 +1,15 @@
-// The languages of the interface and its texts; header values and multipart bodies cut to pieces.
+// The languages of the interface and its texts; multipart bodies cut to pieces.
 #include <fstream>
 #include <vector>
 
-#include "host/libkos/header_value.h"
 #include "host/libkos/languages.h"
-#include "host/libkos/multipart_parser.h"
 #include "platform/texts/localized_string_parser.h"
 #include "tests/host/libkos_request.h"
+#include "tests/host/multipart_record.h"
 
 namespace {
 
 using kos::ChooseLanguage;
-using kos::HeaderValue;
-using kos::MultipartParser;
 
 class Texts : public RequestTest {};
 
@@ -60,55 +57,20 @@ TEST_F(Texts, ReadsSectionsOfKeys)
           "[ other ]\n"
           "half=\"\n"
           "last=\"x\"");
-    const Json::Value texts = HALD::HDX::LocalizedStringParser::ParseTexts(root_ + "/texts");
+    const Json::Value texts = HALD::HDX::LocalizedStringParser::ParseTexts(root + "/texts");
     EXPECT_EQ("Gesendet = ja", texts["maillog"]["send"].asString());
     EXPECT_EQ("no quotes", texts["maillog"]["bare"].asString());
     EXPECT_EQ(2U, texts["maillog"].size());
     EXPECT_EQ("\"", texts["other"]["half"].asString());
     EXPECT_EQ("x", texts["other"]["last"].asString());
-    EXPECT_TRUE(HALD::HDX::LocalizedStringParser::ParseTexts(root_ + "/none").isNull());
+    EXPECT_TRUE(HALD::HDX::LocalizedStringParser::ParseTexts(root + "/none").isNull());
 }
-
-TEST(HeaderValues, TakesPartsAndQuotes)
-{
-    const struct {
-        const char* text;
-        const char* value;
-        const char* name;
-    } cases[] = {
-        {"Form-Data; name=a", "form-data", "a"},
-        {"form-data;NAME = \"a;b\\\"c\\d\" ;x", "form-data", "a;b\"c\\d"},
-        {"form-data; x=\"y\"; name=\"\"", "form-data", ""},
-        {"form-data; x; name=a; name=b", "form-data", "a"},
-        {"form-data; name=\"open", "form-data", "open"},
-        {"form-data; name", "form-data", "-"},
-        {"", "", "-"},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.text);
-        const HeaderValue header = HeaderValue::Parse(test.text);
-        EXPECT_EQ(test.value, header.value());
-        EXPECT_EQ(test.name, header.Parameter("name").value_or("-"));
-    }
-}
-
-/// Writes down what it receives, contents of one part in one piece.
-struct Record final : MultipartParser::Sink {
-    void PartBegins(const std::string& field, bool file, const std::string& name) override
-    {
-        text += "<" + field + (file ? "|" + name : "") + ">";
-    }
-    void PartData(std::string_view data) override { text += data; }
-    void PartEnds() override { text += "</>"; }
-
-    std::string text;
-};
 
 /// What the parser makes of a body fed in pieces of `step` bytes; "malformed" or "unfinished".
 std::string Parse(const std::string& body, std::size_t step)
 {
-    Record record;
-    MultipartParser parser("XyZ", record);
+    MultipartRecord record;
+    kos::MultipartParser parser("XyZ", record);
     for (std::size_t at = 0; at < body.size(); at += step) {
         if (!parser.Feed(std::string_view(body).substr(at, step))) return "malformed";
     }
@@ -124,10 +86,12 @@ TEST(Multipart, GivesTheSamePartsHoweverTheyArrive)
         std::string body;
         const char* want;
     } cases[] = {
-        {Multipart({"name=\"a\"\r\n\r\n1", "name=b; filename=\"c\"\r\n\r\n2\r\n--Xy"}),
+        {Multipart({"name=a; name=b\r\n\r\n1", "name=b; filename=\"c\"\r\n\r\n2\r\n--Xy"}),
          "<a>1</><b|c>2\r\n--Xy</>"},
         {"preamble\r\n--XyZ \t\r\n" + head + "\r\n--XyZ--epilogue\r\n--XyZ", "<a></>"},
         {"--XyZ--", ""},
+        {Multipart({"NAME = \"a;b\\\"c\\d\" ;x\r\n\r\n1", "x; name=\"a; name=b\r\n\r\n2"}),
+         "<a;b\"c\\d>1</><a; name=b>2</>"},
         {"x--XyZ--", "unfinished"},
         {"--XyZ\r\n" + head + "1\n--XyZ--", "unfinished"},
         {"--XyZ\r\n" + head + "1\r\n--XyZ-", "unfinished"},

@@ -131,15 +131,15 @@ protected:
     {
         Machine::SetUp();
         fs::create_directories(host::PackagePath("target/etc/alias_bkp"));
-        lock_ = std::make_unique<host::ScopedLock>();
-        ASSERT_TRUE(lock_->held());
-        settings_ = host::PackagePath("etc/mailvane.conf");
-        Write(settings_, "smtp_port=\"25\"\nalways_bcc=\"old@a\"\n");
+        lock = std::make_unique<host::ScopedLock>();
+        ASSERT_TRUE(lock->held());
+        settings = host::PackagePath("etc/mailvane.conf");
+        Write(settings, "smtp_port=\"25\"\nalways_bcc=\"old@a\"\n");
     }
 
     void TearDown() override
     {
-        lock_.reset();
+        lock.reset();
         Machine::TearDown();
     }
 
@@ -162,7 +162,8 @@ protected:
     }
 
     /// What the program does to change the combination, step by step.
-    std::vector<std::function<void()>> Switch(AccountCombination from, AccountCombination to)
+    std::vector<std::function<void()>> Switch(const AccountCombination& from,
+                                              const AccountCombination& to)
     {
         std::vector<std::function<void()>> steps;
         for (const AccountDatabase which : kBoth) {
@@ -171,8 +172,8 @@ protected:
                 if (fs::exists(Parked(to, which))) Move(Parked(to, which), Live(which));
             });
         }
-        steps.emplace_back([=] { WriteBcc(Parked(from, "_alwaysBCC"), ReadBcc(settings_)); });
-        steps.emplace_back([=] { WriteBcc(settings_, ReadBcc(Parked(to, "_alwaysBCC"))); });
+        steps.emplace_back([=] { WriteBcc(Parked(from, "_alwaysBCC"), ReadBcc(settings)); });
+        steps.emplace_back([=] { WriteBcc(settings, ReadBcc(Parked(to, "_alwaysBCC"))); });
         return steps;
     }
 
@@ -195,14 +196,28 @@ protected:
         EXPECT_FALSE(exchanged);
     }
 
+    /// Every database of the new combination, which has been used before, in the old one's place.
+    void PrepareFullSwitch(const std::string& parkingFolder)
+    {
+        if (!parkingFolder.empty()) {
+            const std::string parking = host::PackagePath("target/etc/alias_bkp");
+            fs::remove(parking);
+            fs::remove_all(parkingFolder);
+            fs::create_directory(parkingFolder);
+            fs::create_directory_symlink(parkingFolder, parking);
+        }
+        Prepare(true);
+        for (const auto& step : Switch(kOld, kNew)) step();
+    }
+
     std::string LiveMarks() const
     {
         return MarkOf(Live(AccountDatabase::kAlias)) + ", " +
-               MarkOf(Live(AccountDatabase::kMailvane)) + ", " + ReadBcc(settings_);
+               MarkOf(Live(AccountDatabase::kMailvane)) + ", " + ReadBcc(settings);
     }
 
-    std::unique_ptr<host::ScopedLock> lock_;
-    std::string settings_;
+    std::unique_ptr<host::ScopedLock> lock;
+    std::string settings;
 };
 
 TEST_F(AccountData, SurvivesASwitchThatStopsAfterAnyStep)
@@ -230,28 +245,22 @@ TEST_F(AccountData, SurvivesASwitchThatStopsAfterAnyStep)
     }
 }
 
+void HealOld()
+{
+    bool exchanged = false;
+    (void)host::HealAccountData(kOld, exchanged);
+}
+
 TEST_F(AccountData, SurvivesAKillAtAnyMomentOfTheHealing)
 {
     const std::string elsewhere = OtherFileSystem();
-    const std::string parking = "target/etc/alias_bkp";
-    for (const bool parkedElsewhere : {false, true}) {
+    for (const std::string& parkingFolder : {std::string(), elsewhere}) {
         bool finished = false;
         for (int calls = 1; !finished; ++calls) {
-            SCOPED_TRACE("killed before change " + std::to_string(calls));
-            fs::remove_all(elsewhere);
+            SCOPED_TRACE("killed before change " + std::to_string(calls) + " " + parkingFolder);
             StartOver();
-            if (parkedElsewhere) {
-                fs::remove(host::PackagePath(parking));
-                fs::create_directory(elsewhere);
-                fs::create_directory_symlink(elsewhere, host::PackagePath(parking));
-            }
-            Prepare(true);
-            for (const auto& step : Switch(kOld, kNew)) step();
-
-            finished = RunUntilKilled(calls, [] {
-                bool exchanged = false;
-                (void)host::HealAccountData(kOld, exchanged);
-            });
+            PrepareFullSwitch(parkingFolder);
+            finished = RunUntilKilled(calls, HealOld);
             Heal(kOld);
             EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
             EXPECT_EQ("new alias", MarkOf(Parked(kNew, AccountDatabase::kAlias)));
@@ -355,7 +364,7 @@ TEST_F(AccountData, BringsBackTheCopyAddressAlone)
     bool exchanged = false;
     EXPECT_EQ(0, host::HealAccountData(kOld, exchanged));
     EXPECT_TRUE(exchanged);
-    EXPECT_EQ("smtp_port=\"25\"\nalways_bcc=\"true@a\"\n", Contents(settings_));
+    EXPECT_EQ("smtp_port=\"25\"\nalways_bcc=\"true@a\"\n", Contents(settings));
 }
 
 TEST_F(AccountData, IsLeftAloneWithoutTheLockOrASafeName)
@@ -365,7 +374,7 @@ TEST_F(AccountData, IsLeftAloneWithoutTheLockOrASafeName)
     for (const char* domain : {"a/b", "a\nb", ".."}) {
         EXPECT_EQ(-1, host::HealAccountData({"local", domain}, exchanged)) << domain;
     }
-    lock_.reset();
+    lock.reset();
     EXPECT_EQ(-1, host::HealAccountData(kNew, exchanged));
     EXPECT_FALSE(exchanged);
     EXPECT_EQ("old alias, old rest, old@a", LiveMarks());

@@ -20,53 +20,52 @@ protected:
     void SetUp() override
     {
         Machine::SetUp();
-        path_ = host::PackagePath("etc/some.db");
+        path = host::PackagePath("etc/some.db");
     }
 
-    std::string path_;
+    std::string path;
 };
 
 TEST_F(Database, IsCreatedForItsOwnerAloneWhateverTheUmask)
 {
     const mode_t before = ::umask(0);
-    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+    OpenForChange(path, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
     ::umask(before);
 
     struct stat status {};
-    ASSERT_EQ(0, ::stat(path_.c_str(), &status));
+    ASSERT_EQ(0, ::stat(path.c_str(), &status));
     EXPECT_EQ(0600U, status.st_mode & 07777);
     EXPECT_EQ("delete",
-              OpenForChange(path_, Schema(kFirst)).execAndGet("PRAGMA journal_mode").getString());
+              OpenForChange(path, Schema(kFirst)).execAndGet("PRAGMA journal_mode").getString());
 }
 
 TEST_F(Database, IsBroughtUpToDateByWhoeverOpensItFirst)
 {
-    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+    OpenForChange(path, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
 
-    auto database = OpenForReading(path_, Schema(kSecond));
+    auto database = OpenForReading(path, Schema(kSecond));
     ASSERT_TRUE(database);
     EXPECT_EQ(7, database->execAndGet("SELECT size FROM item WHERE name = 'a'").getInt());
-    EXPECT_THROW(OpenForChange(path_, Schema(kFirst)), std::runtime_error)
+    EXPECT_THROW(OpenForChange(path, Schema(kFirst)), std::runtime_error)
         << "an older program must not touch a newer store";
 }
 
 TEST_F(Database, StaysAsItWasWhenAScriptFails)
 {
-    OpenForChange(path_, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
+    OpenForChange(path, Schema(kFirst)).exec("INSERT INTO item VALUES ('a')");
 
-    EXPECT_THROW(OpenForChange(path_, Schema(kBroken)), SQLite::Exception);
+    EXPECT_THROW(OpenForChange(path, Schema(kBroken)), SQLite::Exception);
     EXPECT_EQ(
-        1, OpenForReading(path_, Schema(kFirst))->execAndGet("SELECT count(*) FROM item").getInt());
+        1, OpenForReading(path, Schema(kFirst))->execAndGet("SELECT count(*) FROM item").getInt());
 }
 
 TEST_F(Database, ReadersNeitherCreateNorChange)
 {
-    EXPECT_FALSE(OpenForReading(path_, Schema(kFirst)));
-    EXPECT_FALSE(std::filesystem::exists(path_));
+    EXPECT_FALSE(OpenForReading(path, Schema(kFirst)));
+    EXPECT_FALSE(std::filesystem::exists(path));
 
-    (void)OpenForChange(path_, Schema(kFirst));
-    EXPECT_THROW(OpenForReading(path_, Schema(kFirst))->exec("DELETE FROM item"),
-                 SQLite::Exception);
+    (void)OpenForChange(path, Schema(kFirst));
+    EXPECT_THROW(OpenForReading(path, Schema(kFirst))->exec("DELETE FROM item"), SQLite::Exception);
 }
 
 }  // namespace

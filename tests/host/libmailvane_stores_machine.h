@@ -19,8 +19,8 @@ protected:
         std::string name =
             "/dev/shm/mailvane-XXXXXX";  // in memory: waiting for a disk tests nothing
         ASSERT_NE(nullptr, ::mkdtemp(name.data()));
-        root_ = name;
-        host::SetRoot(root_);
+        root = name;
+        host::SetRoot(root);
         ASSERT_TRUE(host::MakeDirectories(host::PackagePath("etc"), 0755));
         ASSERT_TRUE(host::MakeDirectories(host::PackagePath("target/etc"), 0755));
     }
@@ -28,13 +28,13 @@ protected:
     void TearDown() override
     {
         host::SetRoot("");
-        std::filesystem::remove_all(root_);
+        std::filesystem::remove_all(root);
     }
 
     /// A name, free for this machine alone, that lies on the disk.
     std::string OtherFileSystem() const
     {
-        return std::filesystem::temp_directory_path() / std::filesystem::path(root_).filename();
+        return std::filesystem::temp_directory_path() / std::filesystem::path(root).filename();
     }
 
     static void Write(const std::string& path, const std::string& text)
@@ -49,5 +49,5 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    std::string root_;
+    std::string root;
 };

@@ -24,21 +24,21 @@ protected:
                        "   0: 0100007F:%04X 00000000:0000 %s 00000000:00000000 00:00000000 00000000"
                        "  1000        0 %d 1 0000000051e228a7 100 0 0 10 0\n",
                        static_cast<unsigned>(port), state, inode);
-        tables_[table] += line;
-        Write(root_ + "/proc/net/" + table,
-              "  sl  local_address rem_address   st\n" + tables_[table]);
+        tables[table] += line;
+        Write(root + "/proc/net/" + table,
+              "  sl  local_address rem_address   st\n" + tables[table]);
     }
 
     void AddProcess(const std::string& pid, const std::string& program, int inode)
     {
-        const std::string folder = root_ + "/proc/" + pid;
+        const std::string folder = root + "/proc/" + pid;
         std::filesystem::create_directories(folder + "/fd");
         std::filesystem::create_symlink(program, folder + "/exe");
         std::filesystem::create_symlink("/dev/null", folder + "/fd/0");
         std::filesystem::create_symlink("socket:[" + std::to_string(inode) + "]", folder + "/fd/9");
     }
 
-    std::map<std::string, std::string> tables_;
+    std::map<std::string, std::string> tables;
 };
 
 TEST_F(Ports, TellOurServersFromOthers)
@@ -50,8 +50,8 @@ TEST_F(Ports, TellOurServersFromOthers)
     AddSocket("tcp6", 465, "0A", 0);    // an owner that cannot be found
     AddProcess("1", "/usr/lib/postfix/sbin/master", 100);
     AddProcess("2", "/usr/sbin/dovecot (deleted)", 200);
-    Write(root_ + "/var/spool/postfix/pid/master.pid", "             1\n");
-    Write(root_ + "/run/dovecot/master.pid", "2\n");
+    Write(root + "/var/spool/postfix/pid/master.pid", "             1\n");
+    Write(root + "/run/dovecot/master.pid", "2\n");
 
     const struct {
         const char* name;
@@ -87,13 +87,13 @@ TEST_F(Ports, DoNotTrustAPidFileAlone)
 {
     AddSocket("tcp", 25, "0A", 100);
     AddProcess("1", "/usr/bin/some-server", 100);
-    Write(root_ + "/var/spool/postfix/pid/master.pid", "1\n");
+    Write(root + "/var/spool/postfix/pid/master.pid", "1\n");
     EXPECT_TRUE(host::PortsConflict(kSmtp, 25, 25));
 }
 
 TEST_F(Ports, SeeARealSocketOfThisMachine)
 {
-    std::filesystem::create_directory_symlink("/proc", root_ + "/proc");
+    std::filesystem::create_directory_symlink("/proc", root + "/proc");
     const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;

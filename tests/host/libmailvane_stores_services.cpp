@@ -13,12 +13,12 @@ protected:
     void Install(const std::string& name, int status)
     {
         const std::string path = host::PackagePath("target/scripts/" + name);
-        Write(path, "#!/bin/sh\necho \"${0##*/} $*\" >>" + root_ + "/ran\nexit " +
+        Write(path, "#!/bin/sh\necho \"${0##*/} $*\" >>" + root + "/ran\nexit " +
                         std::to_string(status) + "\n");
         ASSERT_EQ(0, ::chmod(path.c_str(), 0755));
     }
 
-    std::string Ran() const { return Contents(root_ + "/ran"); }
+    std::string Ran() const { return Contents(root + "/ran"); }
 };
 
 TEST_F(Services, RunTheirOwnScriptWithTheVerb)
