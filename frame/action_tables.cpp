@@ -13,11 +13,27 @@
 #include "frame/mailvane_handler.h"
 
 constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"load_imap_pop3", &MailvaneHandler::LoadImapPop3},
     {"load_smtp", &MailvaneHandler::LoadSmtp},
+    {"load_relay", &MailvaneHandler::LoadRelay},
+    {"enum_domain", &MailvaneHandler::EnumDomain},
+    {"load_security", &MailvaneHandler::LoadSecurity},
+    {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"mailvane_check", &MailvaneHandler::CheckMailvane},
+    {"generate_dkim_key", &MailvaneHandler::GenerateDkimKey},
 };
 
 constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::kWriteTable[] = {
+    {"save_imap_pop3", &MailvaneHandler::SaveImapPop3},
     {"save_smtp", &MailvaneHandler::SaveSmtp},
+    {"save_relay", &MailvaneHandler::SaveRelay},
+    {"delete_domain", &MailvaneHandler::DeleteDomain},
+    {"add_domain", &MailvaneHandler::AddDomain},
+    {"edit_domain", &MailvaneHandler::EditDomain},
+    {"save_security", &MailvaneHandler::SaveSecurity},
+    {"add_dnsb", &MailvaneHandler::AddDnsb},
+    {"edit_dnsb", &MailvaneHandler::EditDnsb},
+    {"del_dnsb", &MailvaneHandler::DelDnsb},
 };
 
 namespace {

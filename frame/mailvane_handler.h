@@ -63,6 +63,22 @@ private:
     void Answer(Json::Value& response, const Outcome& outcome);
 
     // services/
+    void LoadImapPop3();
     void LoadSmtp();
+    void LoadRelay();
+    void EnumDomain();
+    void LoadSecurity();
+    void EnumDnsb();
+    void CheckMailvane();
+    void GenerateDkimKey();
+    void SaveImapPop3(Json::Value& in);
     void SaveSmtp(Json::Value& in);
+    void SaveRelay(Json::Value& in);
+    void DeleteDomain(Json::Value& in);
+    void AddDomain(Json::Value& in);
+    void EditDomain(Json::Value& in);
+    void SaveSecurity(Json::Value& in);
+    void AddDnsb(Json::Value& in);
+    void EditDnsb(Json::Value& in);
+    void DelDnsb(Json::Value& in);
 };

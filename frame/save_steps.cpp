@@ -3,6 +3,7 @@
 
 #include "frame/service_control.h"
 #include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
 Callback PostfixStep(const std::string& verb)
@@ -23,6 +24,26 @@ Callback DkimStep(const std::string& verb)
 Callback DmarcStep(const std::string& verb)
 {
     return {"dmarc service", &RunOpenDmarcScript, verb};
+}
+
+Callback MemcachedStep(const std::string& verb)
+{
+    return {"memcache service", &RunMemcachedScript, verb};
+}
+
+Callback ScannerStep(const std::string& verb)
+{
+    return {"mailscanner service", &MailScanner::Service, verb};
+}
+
+Callback AntiVirusStep(const std::string& verb)
+{
+    return {"anti-virus service", &MailScanner::AntiVirusService, verb};
+}
+
+Callback RequeueStep()
+{
+    return {"requeue hold", &RequeueHold, ""};
 }
 
 Callback MapsStep()

@@ -17,6 +17,18 @@ Callback DkimStep(const std::string& verb);
 /// The DMARC checker.
 Callback DmarcStep(const std::string& verb);
 
+/// The store of the senders' rates.
+Callback MemcachedStep(const std::string& verb);
+
+/// The mail scanner.
+Callback ScannerStep(const std::string& verb);
+
+/// The anti-virus engine.
+Callback AntiVirusStep(const std::string& verb);
+
+/// Mail held for the scanner goes on its way.
+Callback RequeueStep();
+
 /// The maps of blind copies, access lists and sender quotas.
 Callback MapsStep();
 

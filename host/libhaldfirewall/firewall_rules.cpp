@@ -11,19 +11,19 @@ namespace {
 struct Service {
     const char* enabledKey;
     const char* portKey;
-    bool enabled;  // where the settings do not say
-    int port;
-    bool isSmtp;  // off while the mail server as a whole is
+    int port;      // where the settings do not say
+    bool enabled;  // likewise
+    bool isSmtp;   // off while the mail server as a whole is
 };
 
 constexpr Service kServices[] = {
-    {"smtp_enabled", "smtp_port", true, 25, true},
-    {"smtp_ssl_enabled", "smtps_port", false, 465, true},
-    {"smtp_tls_enabled", "smtp_tls_port", true, 587, true},
-    {"imap_enabled", "imap_port", true, 143, false},
-    {"imaps_enabled", "imaps_port", true, 993, false},
-    {"pop3_enabled", "pop3_port", false, 110, false},
-    {"pop3s_enabled", "pop3s_port", false, 995, false},
+    {"smtp_enabled", "smtp_port", 25, true, true},
+    {"smtp_ssl_enabled", "smtps_port", 465, false, true},
+    {"smtp_tls_enabled", "smtp_tls_port", 587, true, true},
+    {"imap_enabled", "imap_port", 143, true, false},
+    {"imaps_enabled", "imaps_port", 993, true, false},
+    {"pop3_enabled", "pop3_port", 110, false, false},
+    {"pop3s_enabled", "pop3s_port", 995, false, false},
 };
 
 bool Switch(const KeyValueFile& settings, const char* key, bool fallback)

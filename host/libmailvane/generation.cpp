@@ -263,14 +263,14 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
     DateBack(PathOf(relative));
 }
 
-void NextGeneration::PutMap(const std::string& name, const std::string& text)
+void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
 {
     const std::string source = kMaps + name;
-    Put(source, text, 0644);
+    Put(source, text, mode);
     if (changed_.count(source) == 0 && beforeFiles_.count(source + ".cdb") != 0) {
         Keep(source + ".cdb");
     } else {
-        uncompiled_.push_back(source);
+        uncompiled_[source] = mode;
     }
 }
 
@@ -285,25 +285,25 @@ void NextGeneration::Keep(const std::string& relative)
 
 void NextGeneration::KeepRest()
 {
+    std::set<std::string> renewed;
+    for (const auto& [source, mode] : uncompiled_) renewed.insert(source + ".cdb");
     for (const auto& [relative, checksum] : beforeFiles_) {
-        const auto compiled = std::find_if(
-            uncompiled_.begin(), uncompiled_.end(),
-            [&name = relative](const std::string& source) { return name == source + ".cdb"; });
-        if (compiled == uncompiled_.end()) Keep(relative);
+        if (renewed.count(relative) == 0) Keep(relative);
     }
 }
 
 void NextGeneration::CompileMaps()
 {
     std::vector<std::vector<std::string>> programs;
-    for (const std::string& source : uncompiled_) {
+    for (const auto& [source, mode] : uncompiled_) {
         programs.push_back({kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
     }
     const std::vector<ProgramResult> results = RunPrograms(programs);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        const std::string compiled = uncompiled_[i] + ".cdb";
-        if (!results[i].Succeeded()) Fail("compile", uncompiled_[i]);
-        (void)chmod(PathOf(compiled).c_str(), 0644);
+    auto result = results.begin();
+    for (const auto& [source, mode] : uncompiled_) {
+        const std::string compiled = source + ".cdb";
+        if (!(result++)->Succeeded()) Fail("compile", source);
+        (void)chmod(PathOf(compiled).c_str(), mode);
         DateBack(PathOf(compiled));
         files_.insert(compiled);
         changed_.insert(compiled);

@@ -54,7 +54,7 @@ public:
     void Put(const std::string& relative, const std::string& bytes, mode_t mode);
 
     /// Writes the text of a map and has it compiled (`name`.cdb) when it changed.
-    void PutMap(const std::string& name, const std::string& text);
+    void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
 
     /// Whether `relative` was put, or stands in the generation in force.
     bool Has(const std::string& relative) const;
@@ -92,7 +92,7 @@ private:
     Manifest beforeFiles_;
     std::set<std::string> files_;
     std::set<std::string> changed_;
-    std::vector<std::string> uncompiled_;
+    std::map<std::string, mode_t> uncompiled_;  ///< maps to compile, and the mode of the result
     bool failed_ = false;
     bool inForce_ = false;
 };

@@ -6,6 +6,26 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/config_state.h"
+#include "host/libmailvane/text_checks.h"
+
+namespace {
+
+/// Domain names are stored in lower case.
+std::string LowerCase(std::string text)
+{
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return text;
+}
+
+template <typename T>
+bool Contains(const std::list<T>& list, const T& element)
+{
+    return std::find(list.begin(), list.end(), element) != list.end();
+}
+
+}  // namespace
 
 Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server(zone), type(kind)
 {
@@ -37,4 +57,54 @@ int Postfix::LoadSettings()
 int Postfix::SaveSettings(const std::list<Callback>& steps)
 {
     return host::SaveConfig(*state_, steps);
+}
+
+std::list<std::string> Postfix::GetAdditionDomain()
+{
+    return state_->domains;
+}
+
+int Postfix::AddDomain(const std::string& domain)
+{
+    if (!host::IsMailDomain(domain)) return host::Refuse(*state_, "a mail domain");
+
+    const std::string name = LowerCase(domain);
+    state_->listsChanged = true;
+    if (!Contains(state_->domains, name)) state_->domains.push_back(name);
+    return 0;
+}
+
+int Postfix::DeleteDomain(const std::string& domain)
+{
+    state_->listsChanged = true;
+    state_->domains.remove(LowerCase(domain));
+    return 0;
+}
+
+std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
+{
+    std::list<DNSBL> entries;
+    for (const host::Blocklist& entry : state_->blocklists) {
+        entries.emplace_back(entry.server, entry.type);
+    }
+    return entries;
+}
+
+int Postfix::AddDNSBL(const DNSBL& entry)
+{
+    if (!host::IsMailDomain(entry.server) || !host::IsBlocklistType(entry.type)) {
+        return host::Refuse(*state_, "a blocklist");
+    }
+
+    const host::Blocklist stored{LowerCase(entry.server), entry.type};
+    state_->listsChanged = true;
+    if (!Contains(state_->blocklists, stored)) state_->blocklists.push_back(stored);
+    return 0;
+}
+
+int Postfix::DeleteDNSBL(const DNSBL& entry)
+{
+    state_->listsChanged = true;
+    state_->blocklists.remove(host::Blocklist{LowerCase(entry.server), entry.type});
+    return 0;
 }

@@ -72,6 +72,7 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     next.Put("postfix/master.cf", RenderPostfixMaster(settings, around), 0644);
     next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
     next.PutMap("roles", RenderRoles(around));
+    next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, around), 0644);
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");

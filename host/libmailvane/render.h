@@ -31,6 +31,9 @@ std::string RenderDovecot(const StoredSettings& settings, const Surroundings& ar
 /// Text of the rule by which a login owns the addresses made of its name and a mail domain.
 std::string RenderLoginRule(const StoredSettings& settings);
 
+/// Text of the map with the login at the relay host.
+std::string RenderRelayPassword(const StoredSettings& settings);
+
 /// Text of the map that brings mail for postmaster, abuse and root to the administrator.
 std::string RenderRoles(const Surroundings& around);
 

@@ -120,11 +120,56 @@ void AddTls(Parameters& main, const StoredSettings& settings, const Surroundings
     main.Add("smtpd_tls_security_level", "may");
     main.Add("smtpd_tls_auth_only", YesNo(!settings.Bool("plaintext_auth")));
     main.Add("smtpd_tls_mandatory_protocols", ">=TLSv1.2");
-    main.Add("smtp_tls_security_level", "may");
     main.Add("smtpd_sasl_type", "dovecot");
     main.Add("smtpd_sasl_path", "private/auth");
     main.Add("smtpd_sasl_auth_enable", "yes");
     main.Add("smtpd_sasl_security_options", "noanonymous");
+}
+
+/// The relay host as Postfix names it: no MX is looked up for it.
+std::string RelayHost(const StoredSettings& settings)
+{
+    const std::string& server = settings.Text("smtp_relay_server");
+    if (!settings.Bool("smtp_relay_enabled") || server.empty()) return "";
+
+    const std::string host = server.front() == '[' ? server : "[" + server + "]";
+    return host + ":" + std::to_string(settings.Int("smtp_relay_port"));
+}
+
+void AddRelay(Parameters& main, const StoredSettings& settings)
+{
+    const std::string relay = RelayHost(settings);
+    const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
+    const bool logsIn = !relay.empty() && settings.Bool("smtp_relay_auth");
+    main.Add("relayhost", relay);
+    main.Add("smtp_tls_security_level", mustEncrypt ? "encrypt" : "may");
+    main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
+    main.Add("smtp_sasl_password_maps", Map("relay_password"));
+    main.Add("smtp_sasl_security_options", "noanonymous");
+    main.Add("smtp_sasl_tls_security_options", "noanonymous");
+}
+
+/// Answers outside of these say that the list refuses to answer, for example 127.255.255.254.
+const char kListedAnswers[] = "=127.0.[0..255].[0..255]";
+
+void AddBlocklists(Restrictions& restrictions, const StoredSettings& settings)
+{
+    if (!settings.Bool("spam_dnsbl_enable")) return;
+
+    for (const Blocklist& entry : settings.blocklists) {
+        restrictions.Add("reject_" + entry.type + " " + entry.server + kListedAnswers);
+    }
+}
+
+/// What a recipient is refused for. Blocklists stand last: they cost a question to the DNS.
+std::string RecipientRestrictions(const StoredSettings& settings)
+{
+    Restrictions restrictions;
+    restrictions.Add("check_recipient_access " + Map("recipient_access"))
+        .Add("permit_mynetworks")
+        .Add("permit_sasl_authenticated");
+    AddBlocklists(restrictions, settings);
+    return restrictions.text();
 }
 
 void AddRestrictions(Parameters& main, const StoredSettings& settings)
@@ -160,8 +205,7 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
                                              .Add("permit_sasl_authenticated")
                                              .Add("reject_unauth_destination")
                                              .text());
-    main.Add("smtpd_recipient_restrictions",
-             Restrictions().Add("check_recipient_access " + Map("recipient_access")).text());
+    main.Add("smtpd_recipient_restrictions", RecipientRestrictions(settings));
     main.Add("smtpd_data_restrictions",
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
@@ -230,6 +274,7 @@ std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings
     AddIdentity(main, settings, around);
     AddDelivery(main, settings);
     AddTls(main, settings, around);
+    AddRelay(main, settings);
     AddRestrictions(main, settings);
     AddLimits(main, settings);
     return kHeader + main.text() + around.mainFragment;
@@ -254,6 +299,15 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     return text + kInnerServices + around.masterFragment;
+}
+
+std::string RenderRelayPassword(const StoredSettings& settings)
+{
+    const std::string relay = RelayHost(settings);
+    if (relay.empty() || !settings.Bool("smtp_relay_auth")) return "";
+
+    return relay + " " + settings.Text("smtp_relay_account") + ":" +
+           settings.Text("smtp_relay_password") + "\n";
 }
 
 std::string RenderLoginRule(const StoredSettings& settings)

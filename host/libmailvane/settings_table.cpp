@@ -58,7 +58,7 @@ std::vector<SettingInfo> PostfixSettings()
         Port(kObject, "smtp_relay_port", "587", "its port"),
         Switch(kObject, "smtp_relay_tls", "yes", "the relay host is only spoken to with TLS"),
         Switch(kObject, "smtp_relay_auth", "no", "the relay host asks for a login"),
-        {kObject, "smtp_relay_account", T::kText, "", 0, kLongestText, IsPlainText,
+        {kObject, "smtp_relay_account", T::kText, "", 0, kLongestText, IsRelayAccount,
          "login name there"},
         {kObject, "smtp_relay_password", T::kText, "", 0, kLongestText, IsPlainText,
          "password there; an empty one in a save keeps the stored one"},

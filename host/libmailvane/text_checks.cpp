@@ -103,6 +103,21 @@ bool IsHostNameOrEmpty(const std::string& text)
     return text.empty() || IsHostName(text);
 }
 
+bool IsMailDomain(const std::string& text)
+{
+    return IsHostName(text) && text.find('.') != std::string::npos;
+}
+
+bool IsBlocklistType(const std::string& text)
+{
+    return IsOneOf(text, {"rbl_client", "rhsbl_sender", "rhsbl_helo"});
+}
+
+bool IsRelayAccount(const std::string& text)
+{
+    return IsPlainText(text) && text.find(':') == std::string::npos;
+}
+
 bool IsHostOrAddressOrEmpty(const std::string& text)
 {
     if (IsHostNameOrEmpty(text) || IsAddress(text)) return true;

@@ -15,6 +15,16 @@ bool IsHostName(const std::string& text);
 /// As `IsHostName`, or empty.
 bool IsHostNameOrEmpty(const std::string& text);
 
+/// A host name of two labels or more, as mail domains and DNS zones are.
+bool IsMailDomain(const std::string& text);
+
+/// What a DNS blocklist lists: "rbl_client" (addresses of clients), "rhsbl_sender" (domains of
+/// senders) or "rhsbl_helo" (names that clients greet with).
+bool IsBlocklistType(const std::string& text);
+
+/// A login name for another server: plain text without a colon.
+bool IsRelayAccount(const std::string& text);
+
 /// A host name, or an IP address in brackets or without, or empty.
 bool IsHostOrAddressOrEmpty(const std::string& text);
 

@@ -8,10 +8,11 @@ build_packages=(
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
     dovecot-core dovecot-imapd dovecot-pop3d dovecot-lmtpd dovecot-sieve
+    opendkim opendmarc publicsuffix postfix-policyd-spf-python memcached
     lighttpd fcgiwrap
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
-test_packages=(libgtest-dev libgmock-dev)
+test_packages=(libgtest-dev libgmock-dev dnsmasq-base python3-dkim)
 lint_packages=(clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
@@ -61,7 +62,7 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd) systemctl --quiet disable "$name.service" ;;
+        postfix | lighttpd | opendkim | opendmarc | memcached) systemctl --quiet disable "$name.service" ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;
         fcgiwrap) systemctl --quiet disable fcgiwrap.socket fcgiwrap.service ;;
         esac

@@ -29,7 +29,7 @@ protected:
     static const std::vector<std::string>& Logged();
     static bool WasLogged(const std::string& part);
 
-    const std::string& root() const { return root_; }
+    const std::string& Root() const { return root_; }
 
 private:
     std::string root_;

@@ -51,10 +51,15 @@ nss_status Ready(std::size_t size, int* code)
     return size < kRoom ? NSS_STATUS_TRYAGAIN : NSS_STATUS_SUCCESS;
 }
 
+char* Store(const char* text, char* buffer)
+{
+    return static_cast<char*>(memcpy(buffer, text, strlen(text) + 1));
+}
+
 void Fill(const Entry& entry, passwd* record, char* buffer)
 {
     *record = {};
-    record->pw_name = strcpy(buffer, entry.name);
+    record->pw_name = Store(entry.name, buffer);
     record->pw_gecos = record->pw_dir = record->pw_shell = record->pw_passwd = empty;
     record->pw_uid = record->pw_gid = entry.id;
 }
@@ -92,7 +97,7 @@ CALL(getgrent_r)(group* record, char* buffer, std::size_t size, int* code)
     if (nextGroup == sizeof kGroups / sizeof kGroups[0]) return NSS_STATUS_NOTFOUND;
     const nss_status ready = Ready(size, code);
     if (ready != NSS_STATUS_SUCCESS) return ready;
-    *record = {strcpy(buffer, kGroups[nextGroup].name), empty, kGroups[nextGroup].id, noMembers};
+    *record = {Store(kGroups[nextGroup].name, buffer), empty, kGroups[nextGroup].id, noMembers};
     ++nextGroup;
     return ready;
 }

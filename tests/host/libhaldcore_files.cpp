@@ -171,7 +171,7 @@ TEST_F(Files, ExistAndHaveRoom)
     EXPECT_EQ(0, HLIBCFileExist("/d/none"));
     EXPECT_EQ(0, HLIBCFileExist("/d/dangling"));
 
-    EXPECT_EQ(static_cast<std::int64_t>(fs::space(root()).available) >> 30,
+    EXPECT_EQ(static_cast<std::int64_t>(fs::space(Root()).available) >> 30,
               HLIBGetFsFreeSize("/d") >> 30);
     EXPECT_GT(0, HLIBGetFsFreeSize("/none"));
 }

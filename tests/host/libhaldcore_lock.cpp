@@ -52,16 +52,16 @@ protected:
         std::filesystem::create_symlink(LIBHALD_TOOL, real);
         host::ProgramOptions options;
         options.capture = true;
-        return host::RunProgram({real, root()}, options).output;
+        return host::RunProgram({real, Root()}, options).output;
     }
 
     /// The test tool, told by the environment that it has the lock in this descriptor.
     std::string RunToolWith(int descriptor) const
     {
-        const std::string output = root() + "/output";
+        const std::string output = Root() + "/output";
         const std::string variable = std::string(host::kLockVariable) + "=9";
         std::string tool = LIBHALD_TOOL;
-        std::string argument = root();
+        std::string argument = Root();
         char* const arguments[] = {tool.data(), argument.data(), nullptr};
         char* const environment[] = {const_cast<char*>(variable.c_str()), nullptr};
         posix_spawn_file_actions_t files;
@@ -102,7 +102,7 @@ TEST_F(Lock, FailsWithoutItsDirectory)
 
 TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
 {
-    const std::string log = root() + "/log";
+    const std::string log = Root() + "/log";
     ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
     for (int i = 0; i < 8; ++i) {
         Taker(seconds(20), [&] {

@@ -24,11 +24,11 @@ protected:
 
 TEST_F(Processes, ExecPassesArgumentsUpToTheFirstNull)
 {
-    Put("/bin/note", "#!/bin/sh\nprintf '%s|' \"$@\" >" + root() + "/args\nexit \"$1\"\n", 0755);
+    Put("/bin/note", "#!/bin/sh\nprintf '%s|' \"$@\" >" + Root() + "/args\nexit \"$1\"\n", 0755);
     EXPECT_EQ(0, HLIBCExec("/bin/note", "0", "a b", "", nullptr));
-    EXPECT_EQ("0|a b||", Text(root() + "/args"));
+    EXPECT_EQ("0|a b||", Text(Root() + "/args"));
     EXPECT_EQ(0, HLIBCExec("/bin/note", "0", nullptr, "lost", "lost"));
-    EXPECT_EQ("0|", Text(root() + "/args"));
+    EXPECT_EQ("0|", Text(Root() + "/args"));
     EXPECT_EQ(-1, HLIBCExec("/bin/note", "7", nullptr, nullptr, nullptr));
     EXPECT_TRUE(WasLogged("/bin/note ended with status 7"));
     EXPECT_EQ(-1, HLIBCExec("/bin/none", nullptr, nullptr, nullptr, nullptr));
@@ -37,12 +37,12 @@ TEST_F(Processes, ExecPassesArgumentsUpToTheFirstNull)
 
 TEST_F(Processes, ExecRefusesWhatClimbsUp)
 {
-    Put("/bin/note", "#!/bin/sh\ntouch " + root() + "/ran\n", 0755);
+    Put("/bin/note", "#!/bin/sh\ntouch " + Root() + "/ran\n", 0755);
     for (const char* argument : {"..", "/rules/../../etc/passwd", "../x"}) {
         EXPECT_EQ(-1, HLIBCExec("/bin/note", "x", argument, nullptr, nullptr)) << argument;
     }
     EXPECT_EQ(-1, HLIBCExec("/bin/../bin/note", nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ("(none)", Text(root() + "/ran"));
+    EXPECT_EQ("(none)", Text(Root() + "/ran"));
     EXPECT_FALSE(WasLogged("passwd"));
     EXPECT_EQ(0, HLIBCExec("/bin/note", "a..b", "...", nullptr, nullptr));
 }

@@ -41,7 +41,7 @@ TEST_F(Programs, StartInACleanWorld)
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
     sigprocmask(SIG_BLOCK, &term, nullptr);
-    const ProgramResult result = RunProgram({LIBHALD_TOOL, root(), "", "a b;$(c)"}, Capture());
+    const ProgramResult result = RunProgram({LIBHALD_TOOL, Root(), "", "a b;$(c)"}, Capture());
     sigprocmask(SIG_UNBLOCK, &term, nullptr);
     signal(SIGPIPE, SIG_DFL);
     close(leaked);

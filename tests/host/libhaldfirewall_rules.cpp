@@ -47,7 +47,7 @@ protected:
     void InstallNft(int status) const
     {
         Put("/usr/sbin/nft",
-            "#!/bin/sh\necho \"$@\" >" + root() + "/args\nexit " + std::to_string(status) + "\n",
+            "#!/bin/sh\necho \"$@\" >" + Root() + "/args\nexit " + std::to_string(status) + "\n",
             0755);
     }
 };

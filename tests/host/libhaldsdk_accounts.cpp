@@ -74,7 +74,7 @@ protected:
     {
         HALDUser* user = nullptr;
         if (HALDUserGet(name, &user) < 0) return user == nullptr ? "(none)" : "(garbage)";
-        const std::string own = user->name;
+        std::string own = user->name;
         HALDUserFree(user);
         return own;
     }

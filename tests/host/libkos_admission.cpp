@@ -30,6 +30,14 @@ Environment With(Environment environment, const Environment& more)
     return environment;
 }
 
+/// As a program sends it that adds no header.
+Environment WithoutProof(const std::string& type, const std::string& body)
+{
+    Environment environment = Sends(type, body);
+    environment.erase("HTTP_X_MAILVANE");
+    return environment;
+}
+
 class Admission : public RequestTest {};
 
 TEST_F(Admission, RefusesWithAWholeAnswerAndRunsNothing)
@@ -53,6 +61,8 @@ TEST_F(Admission, RefusesWithAWholeAnswerAndRunsNothing)
         {"403 cross_site", Get("action=load_smtp", {{"HTTP_SEC_FETCH_SITE", "same-site"}}), ""},
         {"403 cross_site", Get("action=fresh_clam"), ""},
         {"403 cross_site", Get("action=fresh_clam", {{"HTTP_SEC_FETCH_SITE", "none"}}), ""},
+        {"403 cross_site", WithoutProof(kMultipart, json), json},
+        {"403 cross_site", WithoutProof("application/x-www-form-urlencoded", json), json},
         {"400 bad_request", Get("action=fresh_clam%00x"), ""},
         {"405 method_not_allowed", With(save, {{"REQUEST_METHOD", "PUT"}}), json},
         {"411 length_required", With(save, {{"CONTENT_LENGTH", ""}}), json},
@@ -91,10 +101,11 @@ TEST_F(Admission, LetsAdministratorsIn)
         Get("action=fresh_clam", {{"HTTP_X_MAILVANE", "1"}}),
         Get("action=fresh_clam", {{"HTTP_SEC_FETCH_SITE", "same-origin"}}),
         {{"REMOTE_USER", "alice"}, {"QUERY_STRING", "action=load_smtp"}},
+        WithoutProof("application/json", "{}"),
     };
     for (const Environment& environment : cases) {
         SCOPED_TRACE(&environment - cases);
-        const Answer answer = Run(environment);
+        const Answer answer = Run(environment, "{}");
         EXPECT_EQ(0, answer.status);
         EXPECT_EQ("", answer.StatusLine());
         EXPECT_EQ("", answer.log);

@@ -33,7 +33,8 @@ TEST_F(Texts, ChoosesALanguageThatCanBePartOfAFileName)
         {nullptr, "xlang=fr; lang=a/b", "de", "de"},
         {nullptr, "", "fr-CA, de;q=0.5", "fr"},
         {nullptr, "", "fr;q=0.3,de;q=0.5", "de"},
-        {nullptr, "", "ja, *, de;q=0.1, fr;q=0", "de"},
+        {nullptr, "", "ja, *, de;q=0.1", "de"},
+        {nullptr, "", "fr;q=0", "en"},
         {nullptr, "", "ja", "en"},
         {nullptr, "", ";q=1,,/-;q", "en"},
     };
