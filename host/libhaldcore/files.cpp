@@ -162,12 +162,12 @@ bool ReadFile(const std::string& path, std::string& bytes)
                                  flags | (place->shared ? O_NOFOLLOW : 0)));
     struct stat status;
     if (!file || fstat(file.get(), &status) < 0) return false;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
     if (place->shared && status.st_uid != geteuid()) {
         errno = EPERM;
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
         return false;
     }
     return ReadToEnd(file.get(), status.st_size, bytes);

@@ -23,7 +23,9 @@ struct ProgramOptions {
 
 /// Runs `arguments[0]` (an absolute path) and waits. A program under the package's `bin` inherits
 /// the request lock. Failure is logged with name and status, never with the arguments; the exit
-/// status of a program whose output is captured is the caller's to judge and is not logged.
+/// status of a program whose output is captured is the caller's to judge and is not logged. Its end
+/// is not that of its output: a daemon that it leaves behind needs output streams of its own, since
+/// these have no reader any more.
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
                          const ProgramOptions& options = {});
 

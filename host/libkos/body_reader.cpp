@@ -9,8 +9,6 @@
 #include <cerrno>
 #include <chrono>
 
-#include "host/libkos/body_head.h"
-
 namespace kos {
 
 namespace {
@@ -62,7 +60,6 @@ void BodyReader::Drain()
 {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(kPatience);
-    left_ = std::min(left_, kMaxUploadBytes);
     std::array<char, kStep> buffer;
     while (left_ > 0 && Clock::now() < end) {
         if (Read(buffer.data(), buffer.size()) < 0) break;

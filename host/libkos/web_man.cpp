@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <stdexcept>
@@ -31,10 +32,10 @@ namespace {
 
 constexpr char kUploadPath[] = "upload_file_tmp";
 
-/// How much a body may hold that has to be read off; one of unknown length ends with the stream.
+/// How much has to be read before the answer; a body of unknown length ends with the stream.
 std::uint64_t BytesToRead(const kos::BodyHead& body)
 {
-    return body.lengthKind == LengthKind::kKnown ? body.length : kos::kMaxUploadBytes;
+    return body.lengthKind == LengthKind::kKnown ? body.length : UINT64_MAX;
 }
 
 }  // namespace

@@ -6,9 +6,11 @@
 #include <map>
 #include <set>
 
+#include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/listening_ports.h"
+#include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
 
 namespace host {
@@ -19,6 +21,8 @@ const char kPostconf[] = "/usr/sbin/postconf";
 const char kPostfix[] = "/usr/sbin/postfix";
 const char kPostmap[] = "/usr/sbin/postmap";
 const char kDoveconf[] = "/usr/bin/doveconf";
+const char kOpenDkim[] = "/usr/sbin/opendkim";
+const char kOpenDmarc[] = "/usr/sbin/opendmarc";
 
 /// Map types whose tables are files; others are answered by daemons or need no table.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
@@ -128,6 +132,40 @@ bool OwnChecksPass(const NextGeneration& next)
     return true;
 }
 
+/// A filter's configuration as it would be were the generation in force.
+std::string AsInForce(const NextGeneration& next, const std::string& relative)
+{
+    const std::string link = GeneratedDirectory() + "/current/";
+    const std::string directory = next.directory() + "/";
+    std::string text;
+    if (!ReadFile(directory + relative, text)) return "";
+
+    for (auto at = text.find(link); at != std::string::npos; at = text.find(link, at + 1)) {
+        text.replace(at, link.size(), directory);
+    }
+    return text;
+}
+
+/// Has a filter check a configuration that it reads from its standard input.
+bool FilterAccepts(const NextGeneration& next, const char* program, const char* option,
+                   const std::string& relative)
+{
+    ProgramOptions options;
+    options.capture = true;
+    options.input = AsInForce(next, relative);
+    return Passed(RunProgram({program, "-n", option, "/dev/stdin"}, options), program);
+}
+
+bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
+{
+    // The mail server's file changes when a filter is switched on.
+    const bool mailServer = next.Changed("postfix/main.cf");
+    const bool dkim = DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dmarc = DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+    return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
+           (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
+}
+
 }  // namespace
 
 bool MapsAnswer(const NextGeneration& next)
@@ -137,7 +175,8 @@ bool MapsAnswer(const NextGeneration& next)
 
 bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
 {
-    return PortsAreFree(wanted) && MapsAnswer(next) && OwnChecksPass(next);
+    return PortsAreFree(wanted) && MapsAnswer(next) && OwnChecksPass(next) &&
+           FiltersAccept(next, wanted);
 }
 
 }  // namespace host

@@ -3,10 +3,8 @@
 #include "host/libmailvane/listening_ports.h"
 
 #include <dirent.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +17,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemon_process.h"
 
 namespace host {
 namespace {
@@ -94,33 +93,6 @@ std::vector<Listener> Listeners()
     return listeners;
 }
 
-std::string LinkTarget(const std::string& path)
-{
-    std::array<char, 512> target;
-    const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
-    return size < 0 ? "" : std::string(target.data(), static_cast<size_t>(size));
-}
-
-/// Whether the process runs `program`, or ran it before an upgrade replaced the file.
-bool Runs(const std::string& process, const std::string& program)
-{
-    const std::string running = LinkTarget(process + "/exe");
-    return running == program || running == program + " (deleted)";
-}
-
-/// The folder in /proc of a server's master; "" when it does not run. A pid file alone proves
-/// nothing: the number may belong to another process by now.
-std::string MasterProcess(const Server& server)
-{
-    std::string text;
-    if (!ReadFile(Path(server.pidFile), text)) return "";
-    const long pid = std::strtol(text.c_str(), nullptr, 10);
-    if (pid <= 0) return "";
-
-    const std::string process = Path("/proc/" + std::to_string(pid));
-    return Runs(process, server.program) ? process : "";
-}
-
 /// The sockets that a process has open.
 std::set<Inode> SocketsOf(const std::string& process)
 {
@@ -144,7 +116,7 @@ SocketServices OurSockets()
 {
     SocketServices services;
     for (const Server& server : OurServers()) {
-        const std::string process = MasterProcess(server);
+        const std::string process = DaemonProcess(server.pidFile, server.program);
         if (process.empty()) continue;
         for (const Inode inode : SocketsOf(process)) services[inode] = server.services;
     }

@@ -3,11 +3,14 @@
 
 #include <unistd.h>
 
+#include <sstream>
+
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/certificate.h"
 #include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/mail_filters.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/string_list.h"
 
@@ -47,6 +50,25 @@ std::string FirstAdministrator()
     return name;
 }
 
+/// Addresses of the name servers that programs of this machine ask.
+std::vector<std::string> NameServers()
+{
+    std::string text;
+    std::vector<std::string> addresses;
+    (void)ReadFile(Path("/etc/resolv.conf"), text);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string word;
+        std::string address;
+        words >> word >> address;
+        const bool isAddress =
+            address.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
+        if (word == "nameserver" && !address.empty() && isAddress) addresses.push_back(address);
+    }
+    return addresses;
+}
+
 Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
 {
     const CertificateFiles tls = ChooseCertificate(next, settings.Text("smtp_hostname"));
@@ -57,6 +79,7 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
     around.privateKey = tls.privateKey;
     around.mainFragment = ReadFragment("main.cf");
     around.masterFragment = ReadFragment("master.cf");
+    around.nameServers = NameServers();
     return around;
 }
 
@@ -74,6 +97,7 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     next.PutMap("roles", RenderRoles(around));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, around), 0644);
+    PutFilterFiles(next, settings, around);
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }

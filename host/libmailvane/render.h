@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "host/libmailvane/generation.h"
 #include "host/libmailvane/stored_settings.h"
@@ -11,11 +12,12 @@ namespace host {
 /// What the texts below depend on besides the settings.
 struct Surroundings {
     bool hasIpv6 = false;
-    std::string administrator;   ///< gets the mail of the machine's roles; empty for none
-    std::string certificate;     ///< path of the server's certificate chain (PEM)
-    std::string privateKey;      ///< path of its key (PEM)
-    std::string mainFragment;    ///< the administrator's own etc/local.d/main.cf
-    std::string masterFragment;  ///< the administrator's own etc/local.d/master.cf
+    std::string administrator;             ///< gets the mail of the machine's roles; empty for none
+    std::string certificate;               ///< path of the server's certificate chain (PEM)
+    std::string privateKey;                ///< path of its key (PEM)
+    std::string mainFragment;              ///< the administrator's own etc/local.d/main.cf
+    std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
+    std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 
 /// Text of Postfix's main.cf. Parameters that the administrator's fragment sets are left out, so

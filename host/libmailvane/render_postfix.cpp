@@ -3,6 +3,8 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libmailvane/mail_domains.h"
+#include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/render.h"
 
 namespace host {
@@ -62,17 +64,6 @@ std::string Map(const std::string& name)
 const char* YesNo(bool flag)
 {
     return flag ? "yes" : "no";
-}
-
-std::vector<std::string> MailDomains(const StoredSettings& settings)
-{
-    std::vector<std::string> domains{settings.Text("smtp_hostname")};
-    const std::string& account = settings.Text("acc_domain_name");
-    if (!account.empty() && account != domains.front()) domains.push_back(account);
-    for (const std::string& domain : settings.domains) {
-        if (domain != domains.front() && domain != account) domains.push_back(domain);
-    }
-    return domains;
 }
 
 void AddIdentity(Parameters& main, const StoredSettings& settings, const Surroundings& around)
@@ -161,7 +152,8 @@ void AddBlocklists(Restrictions& restrictions, const StoredSettings& settings)
     }
 }
 
-/// What a recipient is refused for. Blocklists stand last: they cost a question to the DNS.
+/// What a recipient is refused for. Blocklists stand late: they cost a question to the DNS, and SPF
+/// costs several and a program.
 std::string RecipientRestrictions(const StoredSettings& settings)
 {
     Restrictions restrictions;
@@ -169,6 +161,7 @@ std::string RecipientRestrictions(const StoredSettings& settings)
         .Add("permit_mynetworks")
         .Add("permit_sasl_authenticated");
     AddBlocklists(restrictions, settings);
+    restrictions.AddIf(settings.Bool("enable_spf_check"), kAskSpf);
     return restrictions.text();
 }
 
@@ -210,6 +203,15 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
                  .text());
+}
+
+void AddFilters(Parameters& main, const StoredSettings& settings)
+{
+    main.Add("smtpd_milters", SmtpFilters(settings));
+    main.Add("non_smtpd_milters", LocalMailFilters(settings));
+    // A policy program that does not work must not stop all mail.
+    main.Add("smtpd_policy_service_default_action", "DUNNO");
+    if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
 }
 
 void AddLimits(Parameters& main, const StoredSettings& settings)
@@ -276,6 +278,7 @@ std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings
     AddTls(main, settings, around);
     AddRelay(main, settings);
     AddRestrictions(main, settings);
+    AddFilters(main, settings);
     AddLimits(main, settings);
     return kHeader + main.text() + around.mainFragment;
 }
@@ -298,7 +301,7 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
-    return text + kInnerServices + around.masterFragment;
+    return text + kInnerServices + SpfService(settings) + around.masterFragment;
 }
 
 std::string RenderRelayPassword(const StoredSettings& settings)

@@ -12,9 +12,11 @@
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/render.h"
+#include "host/libmailvane/service_control.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
@@ -54,18 +56,65 @@ bool Calls(const std::list<Callback>& steps, Step service)
                        [service](const Callback& step) { return step.func == service; });
 }
 
-/// The plan, and a restart of each daemon that it leaves out although the files changed.
-std::list<Callback> WholePlan(const std::list<Callback>& steps, bool postfixChanged,
-                              bool dovecotChanged)
+/// Daemons that a change reaches, whether or not a step is theirs.
+struct Reached {
+    bool mailServer = false;
+    bool mailboxServer = false;
+    bool dkimFilter = false;
+    bool dmarcFilter = false;
+};
+
+int DkimFilterService(const std::string& verb)
+{
+    return RunControlScript("opendkim.sh", verb);
+}
+
+int DmarcFilterService(const std::string& verb)
+{
+    return RunControlScript("opendmarc.sh", verb);
+}
+
+/// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
+/// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
+/// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
+std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached)
 {
     std::list<Callback> plan = steps;
-    if (dovecotChanged && !Calls(plan, &ImapPop3::Service)) {
+    if (reached.mailboxServer && !Calls(plan, &ImapPop3::Service)) {
         plan.push_back({"dovecot service", &ImapPop3::Service, "restart"});
     }
-    if (postfixChanged && !Calls(plan, &Postfix::Service)) {
+    if (reached.mailServer && !Calls(plan, &Postfix::Service)) {
         plan.push_back({"postfix service", &Postfix::Service, "restart"});
     }
+    const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
+        return step.func == &Postfix::Service;
+    });
+    if (reached.dkimFilter) plan.insert(mailServer, {"dkim filter", &DkimFilterService, "restart"});
+    if (reached.dmarcFilter) {
+        plan.insert(mailServer, {"dmarc filter", &DmarcFilterService, "restart"});
+    }
     return plan;
+}
+
+/// Whether a change reaches a filter that ran before or runs now.
+bool ReachesFilter(bool ran, bool runs, bool filesChanged)
+{
+    return ran != runs || (runs && filesChanged);
+}
+
+Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
+{
+    const StoredSettings stored = StoredSettings::Read().value_or(wanted);
+    const bool certificate = next.Changed("tls/");
+    Reached reached;
+    reached.mailServer = next.Changed("postfix/") || certificate;
+    reached.mailboxServer = next.Changed("dovecot/") || certificate ||
+                            MailboxServerRuns(stored) != MailboxServerRuns(wanted);
+    reached.dkimFilter =
+        ReachesFilter(DkimFilterRuns(stored), DkimFilterRuns(wanted), next.Changed("opendkim/"));
+    reached.dmarcFilter =
+        ReachesFilter(DmarcFilterRuns(stored), DmarcFilterRuns(wanted), next.Changed("opendmarc/"));
+    return reached;
 }
 
 /// Puts the generation before the save in force again, with the account data that belongs to it,
@@ -78,17 +127,11 @@ void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
 
     (void)HealAccounts();
     // Even a daemon that no step had reached may have read the files meanwhile.
-    for (const Callback& step : WholePlan(begun, true, true)) {
+    for (const Callback& step : WholePlan(begun, {true, true, false, false})) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
     (void)ClearPendingSave();
     RemoveGeneration(abandoned);
-}
-
-bool MailboxServerSwitches(const StoredSettings& wanted)
-{
-    const auto stored = StoredSettings::Read();
-    return stored && MailboxServerRuns(*stored) != MailboxServerRuns(wanted);
 }
 
 /// Steps, and what follows when they are all done.
@@ -137,6 +180,13 @@ bool AccountChangedSince(const std::string& before)
                                 old->Get("acc_domain_name").value_or("")} == now->Account());
 }
 
+/// Whether a filter ran before a killed save.
+bool FilterRan(const std::string& before)
+{
+    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
+    return !old || old->Get("enable_dkim") == "yes" || old->Get("enable_dmarc") == "yes";
+}
+
 /// Brings maps and services in line with a generation that a killed save had put in force.
 int CompleteSave(const PendingSave& save)
 {
@@ -145,6 +195,10 @@ int CompleteSave(const PendingSave& save)
     if (!settings || ForgetParkedAlwaysBcc(settings->Account()) < 0 || HealAccounts() < 0)
         return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
+    // One that should not run after all is stopped by it.
+    if (DkimFilterRuns(*settings) || FilterRan(save.before)) {
+        if (DkimFilterService("restart") < 0 || DmarcFilterService("restart") < 0) return -1;
+    }
     if (ImapPop3::Service("restart") < 0 || Postfix::Service("restart") < 0) return -1;
 
     return 0;
@@ -178,9 +232,7 @@ int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& ste
     PutSettingsFiles(next, wanted);
     if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
 
-    const bool mailboxServer =
-        next.Changed("dovecot/") || next.Changed("tls/") || MailboxServerSwitches(wanted);
-    const bool mailServer = next.Changed("postfix/") || next.Changed("tls/");
+    const Reached reached = ReachedBy(next, wanted);
     const PendingSave save{CurrentGeneration()};
     if (!MarkPendingSave(save)) return -1;
     // A save that changes nothing makes no generation, but its steps run.
@@ -189,7 +241,7 @@ int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& ste
         return -1;
     }
 
-    return Apply(save, wanted, WholePlan(steps, mailServer, mailboxServer));
+    return Apply(save, wanted, WholePlan(steps, reached));
 }
 
 int FinishInterruptedSave()

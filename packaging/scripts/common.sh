@@ -62,7 +62,7 @@ greet() (
     trap '' PIPE
     calls=() answered=0
     for port; do
-        { exec {call}<>"/dev/tcp/127.0.0.1/$port"; } && calls+=("$call")
+        { exec {call}<>"/dev/tcp/${addresses[$port]}/$port"; } && calls+=("$call")
     done
     for call in "${calls[@]}"; do
         line=''
@@ -89,19 +89,20 @@ find_master() {
     [[ $master =~ ^[0-9]+$ && /proc/$master/exe -ef $program ]]
 }
 
-declare -A listeners
+declare -A listeners addresses
 
 # inspect PROCESS [DESCRIPTORS]: what the process has open: its sockets and pipes by their numbers
 # into `descriptors`, how many of those given it still has into `left`, how many were given into
-# `given`, and the TCP ports it listens on into `listeners`, with the number of the socket.
+# `given`, and of the TCP ports it listens on the numbers of the sockets into `listeners` and an
+# address to call into `addresses`.
 inspect() {
-    local kind first second
-    descriptors='' left=0 given=0 listeners=()
-    while read -r kind first second; do
+    local kind first second third
+    descriptors='' left=0 given=0 listeners=() addresses=()
+    while read -r kind first second third; do
         case $kind in
-        descriptors) descriptors=$first\ $second ;;
+        descriptors) descriptors="$first $second $third" ;;
         left) left=$first given=$second ;;
-        listener) listeners[$first]=$second ;;
+        listener) listeners[$first]+=" $second" addresses[$first]=$third ;;
         esac
     done < <(
         {
@@ -118,8 +119,13 @@ inspect() {
             }
             match($0, / ino:[0-9]+/) {
                 socket = substr($0, RSTART + 5, RLENGTH - 5)
-                sub(/.*:/, "", $4)
-                if (socket in own) print "listener", $4, socket
+                address = port = $4
+                sub(/.*:/, "", port)
+                sub(/:[^:]*$/, "", address)
+                gsub(/[][]|%.*/, "", address)
+                sub(/^(\*|::)$/, "localhost", address)
+                sub(/^0\.0\.0\.0$/, "127.0.0.1", address)
+                if (socket in own) print "listener", port, socket, address
             }
             END { print "descriptors" all; print "left", left + 0, given }'
     )
@@ -138,12 +144,12 @@ settled() {
     settled_further && greet "${plain_ports[@]}"
 }
 
-# closed SOCKET...: whether none of these sockets is listening any more. A process that still
-# serves a client holds the daemon's sockets until it has done.
+# closed SOCKETS: whether none of these sockets is listening any more. A process that still serves
+# a client holds the daemon's sockets until it has done.
 closed() {
     local socket
-    [[ $# == 0 ]] || for socket in $(ss -Hltne | grep -o ' ino:[0-9]*'); do
-        [[ " $* " == *" ${socket#*:} "* ]] && return 1
+    [[ -z $1 ]] || for socket in $(ss -Hltne | grep -o ' ino:[0-9]*'); do
+        [[ "$1 " == *" ${socket#*:} "* ]] && return 1
     done
     return 0
 }
@@ -181,7 +187,7 @@ bring_up() {
         start_afresh
     fi
     for port in "${!listeners[@]}"; do unset "before[$port]"; done
-    wait_for 2 closed "${before[@]}" || echo "$me: a client still holds a closed port" >&2
+    wait_for 2 closed "${before[*]}" || echo "$me: a client still holds a closed port" >&2
 }
 
 shut_down() {

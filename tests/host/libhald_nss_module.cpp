@@ -1,4 +1,4 @@
-// A stand-in for a name service module: a few users, some with long records, one group, and an
+// A stand-in for a name service module: a few users with long records, no groups, and an
 // engine that can be down. SERVICE is the name of the service.
 #include <grp.h>
 #include <nss.h>
@@ -20,13 +20,10 @@ struct Entry {
 
 constexpr Entry kUsers[] = {
     {"EXAMPLE\\anna", 20001}, {"OTHER\\bert", 20002}, {"carol", 20003}, {"system", 33}};
-constexpr Entry kGroups[] = {{"EXAMPLE\\staff", 30001}, {"OTHER\\staff", 30002}, {"wheel", 10}};
 constexpr std::size_t kRoom = 9000;  // more than a caller offers at first
 
 std::size_t nextUser = 0;
-std::size_t nextGroup = 0;
 char empty[] = "";
-char* noMembers[] = {nullptr};
 
 }  // namespace
 
@@ -36,9 +33,9 @@ int engineState = 0;
 
 namespace {
 
-nss_status Begin(std::size_t& next)
+nss_status Begin()
 {
-    next = 0;
+    nextUser = 0;
     return engineState == 1 ? NSS_STATUS_UNAVAIL : NSS_STATUS_SUCCESS;
 }
 
@@ -68,11 +65,11 @@ void Fill(const Entry& entry, passwd* record, char* buffer)
 
 CALL(setpwent)(int /*stay*/)
 {
-    return Begin(nextUser);
+    return Begin();
 }
 CALL(setgrent)(int /*stay*/)
 {
-    return Begin(nextGroup);
+    return Begin();
 }
 CALL(endpwent)()
 {
@@ -92,14 +89,10 @@ CALL(getpwent_r)(passwd* record, char* buffer, std::size_t size, int* code)
     return ready;
 }
 
-CALL(getgrent_r)(group* record, char* buffer, std::size_t size, int* code)
+CALL(getgrent_r)
+(group* /*record*/, char* /*buffer*/, std::size_t /*size*/, int* /*code*/)
 {
-    if (nextGroup == sizeof kGroups / sizeof kGroups[0]) return NSS_STATUS_NOTFOUND;
-    const nss_status ready = Ready(size, code);
-    if (ready != NSS_STATUS_SUCCESS) return ready;
-    *record = {Store(kGroups[nextGroup].name, buffer), empty, kGroups[nextGroup].id, noMembers};
-    ++nextGroup;
-    return ready;
+    return NSS_STATUS_NOTFOUND;
 }
 
 CALL(getpwnam_r)(const char* name, passwd* record, char* buffer, std::size_t size, int* code)

@@ -103,7 +103,7 @@ TEST(Multipart, GivesTheSamePartsHoweverTheyArrive)
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.body.substr(0, 60));
-        for (const std::size_t step : {1, 2, 3, 7, 64, 100000}) {
+        for (const std::size_t step : {1U, 2U, 3U, 7U, 64U, 100000U}) {
             EXPECT_EQ(test.want, Parse(test.body, step)) << "in pieces of " << step;
         }
     }

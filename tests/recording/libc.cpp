@@ -8,6 +8,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +16,6 @@
 
 #include "tests/recording/call.h"
 
-using recording::Call;
 using recording::TheWorld;
 
 namespace {

@@ -1,0 +1,34 @@
+// A client of a line protocol on this machine.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/libhaldcore/descriptor.h"
+
+namespace host {
+
+/// A connection to a TCP port of this machine. No step waits longer than three seconds.
+class LineClient {
+public:
+    /// Connects from an address of this machine, "127.0.0.1" for the usual one.
+    LineClient(int port, const char* from);
+
+    /// Whether it is connected.
+    bool connected() const { return static_cast<bool>(socket_); }
+
+    /// The next line without its end; nothing when none comes.
+    std::optional<std::string> ReadLine();
+
+    /// Sends a line and returns the last line of the reply to it, as SMTP replies are: every line
+    /// but the last has a hyphen after its number. Nothing when none comes.
+    std::optional<std::string> Ask(const std::string& line);
+
+    /// Sends a line; what follows tells whether it arrived.
+    void Send(const std::string& line);
+
+private:
+    Descriptor socket_;
+};
+
+}  // namespace host

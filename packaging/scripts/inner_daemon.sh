@@ -1,0 +1,44 @@
+# shellcheck shell=bash disable=SC2154,SC2034
+# What the control scripts of daemons behind unix sockets share; sourced after common.sh. Such a
+# daemon takes up a new configuration by a fresh start. It gets none while nothing it was started
+# with has changed.
+#
+# The script sets `service` and `program`; it defines `wanted`, `prepare` (which makes what the
+# daemon needs), `fingerprint` (which prints what it is started with) and `launch`.
+
+folder=/run/mailvane/$service
+socket=$folder/socket
+pid_file=$folder/pid
+started=/run/mailvane/$service.started
+
+# make_folder USER GROUP: the folder in which the daemon, run by USER, makes its socket, to be used
+# by GROUP.
+make_folder() {
+    [[ -d /run/mailvane ]] || mkdir -m 755 /run/mailvane
+    install -d -m 2750 -o "$1" -g "$2" "$folder"
+}
+
+# knock: whether somebody listens on the socket.
+knock() {
+    curl --silent --max-time 1 --unix-socket "$socket" telnet://daemon </dev/null >/dev/null 2>&1
+    (($? != 7))
+}
+
+settled() { find_master && [[ -S $socket ]] && knock; }
+
+# gone PROCESS: as common.sh has it. A filter that was told to end looks at that when it is called,
+# else every five seconds.
+gone() {
+    [[ ! -S $socket ]] || knock
+    ! kill -0 -- "-$1" 2>/dev/null
+}
+
+bring_up() {
+    local wants
+    prepare || fail "cannot prepare $folder"
+    wants=$(fingerprint)
+    [[ -r $started && $(<"$started") == "$wants" ]] && settled && return
+    rm -f "$started"
+    start_afresh
+    printf '%s\n' "$wants" >"$started"
+}

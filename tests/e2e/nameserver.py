@@ -1,0 +1,51 @@
+"""A DNS of the tests' own, and clients with addresses of their own."""
+import contextlib
+import os
+import signal
+import subprocess
+
+import harness
+
+RESOLVER = "/etc/resolv.conf"
+
+
+def local_network(prefix):
+    """Makes every address of a prefix one of this machine, though no interface shows it: the mail
+    server takes it for a stranger's."""
+    harness.run("/usr/sbin/ip", "route", "replace", "local", prefix, "dev", "lo")
+
+
+class NameServer:
+    """dnsmasq with some records, as the machine's only name server."""
+
+    def __init__(self, *records):
+        self._options = ["--" + record for record in records]
+        self._process = None
+        self._resolver = ""
+
+    def start(self):
+        self._process = subprocess.Popen(
+            ["/usr/sbin/dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--no-resolv",
+             "--no-hosts", "--user=root", "--pid-file", "--listen-address=127.0.0.1",
+             "--bind-interfaces", "--local=/test/", "--local=/arpa/", *self._options],
+            stdin=subprocess.DEVNULL)
+        with open(RESOLVER, encoding="ascii") as file:
+            self._resolver = file.read()
+        with open(RESOLVER, "w", encoding="ascii") as file:
+            file.write("nameserver 127.0.0.1\n")
+        harness.wait_for(lambda: harness.answers(53), "the name server")
+
+    def stop(self):
+        self._process.kill()
+        self._process.wait()
+        with open(RESOLVER, "w", encoding="ascii") as file:
+            file.write(self._resolver)
+
+    @contextlib.contextmanager
+    def silent(self):
+        """While it lasts, questions get no answer at all."""
+        os.kill(self._process.pid, signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            os.kill(self._process.pid, signal.SIGCONT)

@@ -1,0 +1,98 @@
+"""A relay host: an SMTP server that takes mail from those who log in, and from nobody else."""
+import base64
+import contextlib
+import socketserver
+import ssl
+import threading
+
+AUTH = b"250 AUTH PLAIN LOGIN\r\n"
+
+
+class _Session(socketserver.StreamRequestHandler):
+    """One conversation. Commands end up in the method of their name."""
+
+    timeout = 20
+
+    def handle(self):
+        self.logged_in = self.encrypted = False
+        self.say("220 relay.test ESMTP")
+        with contextlib.suppress(ConnectionError, TimeoutError, ssl.SSLError):
+            for line in iter(self.rfile.readline, b""):
+                verb, _, rest = line.decode().strip().partition(" ")
+                method = getattr(self, "on_" + verb.lower(), None)
+                if method is None:
+                    self.say("250 fine")
+                elif method(rest) is False:
+                    break
+
+    def say(self, line):
+        self.wfile.write(line.encode() + b"\r\n")
+
+    def ask(self, prompt):
+        self.say("334 " + base64.b64encode(prompt).decode())
+        return base64.b64decode(self.rfile.readline())
+
+    def on_ehlo(self, _):
+        self.say("250-relay.test")
+        if not self.encrypted and self.server.offers_tls:
+            self.say("250-STARTTLS")
+        self.wfile.write(AUTH)
+
+    def on_starttls(self, _):
+        self.say("220 go ahead")
+        self.connection = self.server.context.wrap_socket(self.connection, server_side=True)
+        self.rfile = self.connection.makefile("rb")
+        self.wfile = self.connection.makefile("wb", 0)
+        self.encrypted = True
+
+    def on_auth(self, rest):
+        kind, _, first = rest.partition(" ")
+        if kind.upper() == "PLAIN":
+            answer = base64.b64decode(first) if first else self.ask(b"")
+            login = tuple(answer.decode().split("\0")[1:])
+        else:
+            user = base64.b64decode(first) if first else self.ask(b"Username:")
+            login = (user.decode(), self.ask(b"Password:").decode())
+        self.logged_in = login == self.server.login
+        self.say("235 welcome" if self.logged_in else "535 5.7.8 wrong login")
+
+    def on_mail(self, _):
+        self.say("250 fine" if self.logged_in else "530 5.7.0 log in first")
+
+    def on_data(self, _):
+        self.say("354 go on")
+        lines = list(iter(self.rfile.readline, b".\r\n"))
+        self.server.mails.append((self.encrypted, b"".join(lines).decode()))
+        self.say("250 taken")
+
+    def on_quit(self, _):
+        self.say("221 bye")
+        return False
+
+
+class RelayHost(socketserver.ThreadingTCPServer):
+    """Listens on a port of this machine while it is a context; `mails` are pairs of "came by TLS"
+    and text."""
+
+    allow_reuse_address = True
+    daemon_threads = True
+
+    def __init__(self, port, login, certificate, key):
+        super().__init__(("127.0.0.1", port), _Session)
+        self.login = login
+        self.offers_tls = True
+        self.mails = []
+        self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        self.context.load_cert_chain(certificate, key)
+
+    def __enter__(self):
+        threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True).start()
+        return self
+
+    def __exit__(self, *_):
+        self.shutdown()
+        self.server_close()
+
+    def has(self, subject):
+        """The mail with a subject, if it has come."""
+        return next((mail for mail in self.mails if "Subject: " + subject in mail[1]), None)

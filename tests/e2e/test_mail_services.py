@@ -1,0 +1,407 @@
+"""The pages of the mail services: mailboxes, relay host, domains, blocklists."""
+import contextlib
+import os
+import smtplib
+import socket
+import threading
+import unittest
+
+import harness
+import nameserver
+from harness import DOMAIN, ETC, answers, delivered, post, read, send, settings, snapshot
+from relay_host import RelayHost
+
+ALICE = "alice@" + DOMAIN
+BOB = "bob@" + DOMAIN
+STRANGER = "203.0.113.1"  # one of a network that the machine does not know
+CURRENT = ETC + "/generated/current"
+PASSWORD = "S3cret: %word"
+
+DNS = nameserver.NameServer(
+    "host-record=66.113.0.203.ip.bl.test,127.0.0.2",
+    "host-record=67.113.0.203.ip.bl.test,127.255.255.254",
+    "host-record=evilsender.test.from.bl.test,127.0.1.2",
+    "host-record=badhelo.test.helo.bl.test,127.0.0.9")
+
+
+def setUpModule():
+    nameserver.local_network("203.0.113.0/24")
+    DNS.start()
+
+
+def tearDownModule():
+    DNS.stop()
+
+
+def talk(port, *lines, tls=False, source=STRANGER):
+    """What a server says to some lines sent one after the other, its greeting first."""
+    with socket.create_connection(("127.0.0.1", port), 20, (source, 0)) as connection:
+        if tls:
+            connection = harness.unverified().wrap_socket(connection)
+        with connection, connection.makefile("rb") as answer:
+            said = [answer.readline().decode()]
+            for line in lines:
+                connection.sendall(line.encode() + b"\r\n")
+                said.append(answer.readline().decode())
+    return said
+
+
+class Pages(harness.Story):
+    """Puts mailbox and relay pages back as they were."""
+
+    def setUp(self):
+        super().setUp()
+        mailbox = read("load_imap_pop3").json()
+        del mailbox["success"]
+        self.addCleanup(self.change, "save_imap_pop3", **mailbox)
+        self.addCleanup(self.change, "save_relay", smtp_relay_enabled=False, smtp_relay_auth=False,
+                        spam_dnsbl_enable=False)
+
+    def change(self, action, **members):
+        answer = post({"action": action, **members}).json()
+        self.assertIs(answer.get("success"), True, answer)
+        return answer
+
+    def assert_refused(self, action, **members):
+        """A save that is refused changes nothing."""
+        before = snapshot(ETC)
+        self.assert_system_error(post({"action": action, **members}).json())
+        self.assertEqual(snapshot(ETC), before)
+
+
+class Mailboxes(Pages):
+    def test_each_service_is_switched_by_itself(self):
+        standard = {"imap": 143, "imaps": 993, "pop3": 110, "pop3s": 995}
+        for on in standard:
+            self.change("save_imap_pop3", **{name + "_enabled": name == on for name in standard})
+            with self.subTest(on):
+                self.assertEqual({name: answers(port) for name, port in standard.items()},
+                                 {name: name == on for name in standard})
+                self.assert_is(on, standard[on])
+        page = read("load_imap_pop3").json()
+        self.assertEqual([page[name + "_enabled"] for name in standard],
+                         [False, False, False, True])
+
+    def assert_is(self, service, port):
+        tls = service.endswith("s")
+        if service.startswith("imap"):
+            said = talk(port, "a LOGIN alice pw-alice" if tls else "a CAPABILITY", tls=tls)
+            self.assertTrue(said[0].startswith("* OK"), said)
+        else:
+            said = talk(port, "USER alice" if tls else "CAPA", "PASS pw-alice", tls=tls)
+            self.assertTrue(said[0].startswith("+OK"), said)
+        self.assertTrue(said[-1].startswith(("+OK", "a OK", "*")) or not tls, said)
+
+    def test_ports_move(self):
+        self.change("save_imap_pop3", imap_port=1430, pop3_enabled=True, pop3_port=1100)
+        self.assertEqual([answers(port) for port in (143, 1430, 110, 1100)],
+                         [False, True, False, True])
+        self.assert_refused("save_imap_pop3", imap_port=25)
+        self.assert_refused("save_imap_pop3", imap_port=0)
+        with harness.listener(2143):
+            self.assert_refused("save_imap_pop3", imap_port=2143)
+
+    def test_passwords_in_the_clear(self):
+        for port, lines, yes, no in (
+            (143, ["a LOGIN alice pw-alice"], "a OK", "* BAD"),
+            (110, ["USER alice", "PASS pw-alice"], "+OK", "-ERR"),
+        ):
+            for allowed in (False, True):
+                self.change("save_imap_pop3", pop3_enabled=True, plaintext_auth=allowed)
+                with self.subTest(port=port, allowed=allowed):
+                    said = talk(port, *lines)
+                    self.assertTrue(said[-1].startswith(yes if allowed else no), said)
+
+    def test_connections_of_one_user(self):
+        self.change("save_imap_pop3", imaps_enabled=True, max_user_connections=2)
+        with contextlib.ExitStack() as sessions:
+            for want in ("a OK", "a OK", "a NO"):
+                connection = sessions.enter_context(harness.unverified().wrap_socket(
+                    socket.create_connection(("127.0.0.1", 993), 20)))
+                connection.sendall(b"a LOGIN carol pw-carol\r\n")
+                lines = iter(connection.makefile("rb").readline, b"")
+                said = next(line.decode() for line in lines if not line.startswith(b"* OK"))
+                self.assertTrue(said.startswith(("* CAPABILITY", want)), (want, said))
+                if want == "a NO":
+                    self.assertIn("connections", said)
+
+    def test_a_file_that_the_daemon_refuses_leaves_the_old_one_in_force(self):
+        fragment = ETC + "/local.d/wrong.dovecot.conf"
+        with open(fragment, "w", encoding="ascii") as file:
+            file.write("no_such_setting = 1\n")
+        try:
+            self.assert_refused("save_imap_pop3", pop3_enabled=True)
+        finally:
+            os.unlink(fragment)
+        self.assertEqual((answers(143), answers(110)), (True, False))
+
+    def test_another_groupware_package(self):
+        other = "/var/packages/Zarafa"
+        os.makedirs(other)
+        with open(other + "/enabled", "w", encoding="ascii"):
+            pass
+        self.addCleanup(harness.run, "/bin/rm", "-r", other)
+        answer = self.change("save_imap_pop3", pop3_enabled=True)
+        self.assertFalse({"dovecot_alive", "conflict_ports"} & answer.keys(), answer)
+
+        self.assertEqual(harness.control("dovecot", "stop"), 0)
+        with harness.listener(143):
+            page = read("load_imap_pop3").json()
+            self.assertEqual((page["success"], page["dovecot_alive"], page["conflict_ports"]),
+                             (True, False, "110, 143"))
+            self.assert_refused("save_imap_pop3", pop3_enabled=False)
+
+
+class SwitchedOff(Pages):
+    def test_stays_off_through_saves_of_other_pages(self):
+        self.assert_saved(smtp_enabled=False)
+        self.change("save_imap_pop3", pop3_enabled=True)
+        self.change("save_relay", smtp_relay_enabled=True, smtp_relay_server="relay.test")
+        self.change("add_domain", domain="asleep.test")
+        self.change("delete_domain", domainList=[{"domain": "asleep.test"}])
+        self.change("add_dnsb", server="ip.bl.test", type="rbl_client")
+        self.change("del_dnsb", dnsbList=[{"server": "ip.bl.test", "type": "rbl_client"}])
+        self.assertEqual([answers(port) for port in (25, 587, 143, 110)],
+                         [False, False, True, True])
+
+        self.change("save_imap_pop3", imap_enabled=False, imaps_enabled=False, pop3_enabled=False,
+                    pop3s_enabled=False)
+        self.change("save_relay", smtp_relay_enabled=False)
+        self.assertFalse(os.path.exists("/run/dovecot/master.pid"), "nobody needs it")
+
+
+class SavedTwice(Pages):
+    def assert_same(self, action, **members):
+        """The second save of the same leaves every generated file as it is, its times included."""
+        self.change(action, **members)
+        before = self.generated()
+        self.change(action, **members)
+        self.assertEqual(self.generated(), before)
+
+    @staticmethod
+    def generated():
+        folder = os.path.realpath(CURRENT)
+        return {path[len(folder):]: state for path, state in snapshot(folder).items()}
+
+    def test_no_byte_changes(self):
+        self.assert_same("save_smtp", **{name: harness.load()[name] for name in harness.PAGE})
+        for page in ("imap_pop3", "relay"):
+            members = read("load_" + page).json()
+            self.assert_same("save_" + page, **members)
+        self.assert_same("save_relay", smtp_relay_enabled=True, smtp_relay_server="relay.test",
+                         smtp_relay_auth=True, smtp_relay_account="me", smtp_relay_password="pw")
+        self.assert_same("add_domain", domain="twice.test")
+        self.assertEqual(read("enum_domain").json()["items"], [{"domain": "twice.test"}])
+        self.assert_same("edit_domain", orgDomain="twice.test", newDomain="twice.test")
+        self.assert_same("delete_domain", domainList=[{"domain": "twice.test"}])
+        entry = {"server": "ip.bl.test", "type": "rbl_client"}
+        self.assert_same("add_dnsb", **entry)
+        self.assert_same("del_dnsb", dnsbList=[entry])
+
+
+class Relay(Pages):
+    def setUp(self):
+        super().setUp()
+        tls = CURRENT + "/tls/"
+        self.host = RelayHost(2526, ("us er@isp.test", PASSWORD), tls + "cert.pem", tls + "key.pem")
+        self.enterContext(self.host)
+
+    page = {"smtp_relay_enabled": True, "smtp_relay_server": "127.0.0.1", "smtp_relay_port": 2526,
+            "smtp_relay_tls": True, "smtp_relay_auth": True,
+            "smtp_relay_account": "us er@isp.test", "smtp_relay_password": PASSWORD}
+
+    def send_out(self, subject):
+        send(ALICE, ["someone@faraway.test"], subject, port=587, login="alice")
+
+    def relayed(self, subject):
+        """Waits for a mail at the relay host; whether it came by TLS."""
+        return harness.wait_for(lambda: self.host.has(subject), subject)[0]
+
+    def deferred(self, reason):
+        queue = ("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-p")
+        harness.wait_for(lambda: reason in harness.run(*queue), reason)
+
+    def flush(self):
+        harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-f")
+
+    def test_mail_leaves_with_the_login(self):
+        self.change("save_relay", **self.page)
+        self.send_out("relayed")
+        self.assertTrue(self.relayed("relayed"), "with TLS")
+        send("x@elsewhere.test", [BOB], "at home")
+        delivered("bob", "at home")
+        self.assertIsNone(self.host.has("at home"))
+
+    def test_an_empty_password_keeps_the_stored_one(self):
+        self.change("save_relay", **self.page)
+        page = read("load_relay").json()
+        self.assertEqual(page["smtp_relay_password"], "")
+        self.change("save_relay", **page)
+        self.send_out("kept")
+        self.relayed("kept")
+        self.change("save_relay", smtp_relay_password=" ")
+        self.assertEqual(settings()["smtp_relay_password"], " ")
+        self.change("save_relay", smtp_relay_auth=False)
+        self.assertEqual(settings()["smtp_relay_password"], "", "no login, no password")
+
+    def test_mail_waits_while_the_login_is_wrong(self):
+        self.change("save_relay", **{**self.page, "smtp_relay_password": "wrong"})
+        self.send_out("waits")
+        self.deferred("535 5.7.8 wrong login")
+        self.assertFalse(self.host.mails)
+        self.change("save_relay", **self.page)
+        self.flush()
+        self.relayed("waits")
+
+    def test_a_host_without_tls(self):
+        self.host.offers_tls = False
+        self.change("save_relay", **self.page)
+        self.send_out("in the clear")
+        self.deferred("TLS is required")
+        self.change("save_relay", smtp_relay_tls=False)
+        self.flush()
+        self.assertFalse(self.relayed("in the clear"), "as allowed")
+
+    def test_the_password_is_nowhere_to_be_seen(self):
+        seen, done = [], threading.Event()
+        watcher = threading.Thread(target=self.watch_processes, args=(seen, done))
+        watcher.start()
+        saved = post({"action": "save_relay", **self.page})
+        self.send_out("watched")
+        self.relayed("watched")
+        loaded = read("load_relay")
+        done.set()
+        watcher.join()
+        self.assertGreater(len(seen), 100, "processes were seen")
+        secret = PASSWORD.encode()
+        self.assertFalse([line for line in seen if secret in line])
+        self.assertNotIn(secret, saved.body + loaded.body)
+        for name in ("/var/log/syslog", "/var/log/mailvane/maillog"):
+            with open(name, "rb") as file:
+                self.assertNotIn(secret, file.read(), name)
+        for folder, _, names in os.walk(ETC):
+            for path in (os.path.join(folder, name) for name in names):
+                self.assert_private(path, secret)
+
+    @staticmethod
+    def watch_processes(seen, done):
+        while not done.is_set():
+            for pid in filter(str.isdigit, os.listdir("/proc")):
+                for name in ("cmdline", "environ"):
+                    with contextlib.suppress(OSError), open("/proc/%s/%s" % (pid, name), "rb") as f:
+                        seen.append(f.read())
+
+    def assert_private(self, path, secret):
+        """A file that holds the secret is for root's eyes only."""
+        with open(path, "rb") as file:
+            if secret in file.read():
+                info = os.stat(path)
+                self.assertEqual((info.st_uid, info.st_mode & 0o077), (0, 0), path)
+
+    def test_values_that_would_end_an_entry(self):
+        for wrong in ({"smtp_relay_account": "a:b"}, {"smtp_relay_password": "a\nb"},
+                      {"smtp_relay_server": "relay.test, evil.test"}, {"smtp_relay_port": 0}):
+            with self.subTest(wrong):
+                self.assert_refused("save_relay", **{**self.page, **wrong})
+
+
+class Domains(Pages):
+    def domains(self):
+        return [item["domain"] for item in read("enum_domain").json()["items"]]
+
+    def assert_unknown(self, address):
+        with self.assertRaises(smtplib.SMTPRecipientsRefused) as refusal:
+            send("x@elsewhere.test", [address], "refused")
+        self.assertIn(b"Relay access denied", str(refusal.exception).encode())
+
+    def test_mail_for_a_domain_comes_and_goes_with_it(self):
+        self.assert_unknown("bob@second.test")
+        self.change("add_domain", domain="Second.TEST")
+        send("x@elsewhere.test", ["bob@second.test"], "to the second domain")
+        delivered("bob", "to the second domain")
+        self.assert_unknown("bob@sub.second.test")
+
+        self.change("edit_domain", orgDomain="second.test", newDomain="third.test")
+        self.assertEqual(self.domains(), ["third.test"])
+        self.assert_unknown("bob@second.test")
+        send("x@elsewhere.test", ["bob@third.test"], "to the third domain")
+        delivered("bob", "to the third domain")
+
+        self.change("delete_domain", domainList=[{"domain": "third.test"}])
+        self.assertEqual(self.domains(), [])
+        self.assert_unknown("bob@third.test")
+        send("x@elsewhere.test", [BOB], "to the first domain")
+
+    def test_a_login_owns_its_addresses_in_every_domain(self):
+        self.change("add_domain", domain="second.test")
+        self.assert_saved(restrict_sender=True)
+        send("alice@second.test", [BOB], "from the second domain", port=587, login="alice")
+        self.change("delete_domain", domainList=[{"domain": "second.test"}])
+        with self.assertRaises(smtplib.SMTPException):
+            send("alice@second.test", [BOB], "no more", port=587, login="alice")
+
+    def test_names_that_are_no_mail_domain(self):
+        for name in ("", "nodots", "two words.test", "a..test", "-a.test", "x.test, evil.test",
+                     "x.test\ny.test", "$myhostname.test", "a" * 64 + ".test", "<b>.test"):
+            with self.subTest(name):
+                self.assert_refused("add_domain", domain=name)
+                self.assert_refused("edit_domain", orgDomain="x.test", newDomain=name)
+
+
+class Blocklists(Pages):
+    def say(self, source, helo="client.test", sender="x@elsewhere.test"):
+        """What the mail server answers to a recipient named by a client."""
+        with smtplib.SMTP("127.0.0.1", 25, local_hostname=helo, timeout=20,
+                          source_address=(source, 0)) as client:
+            client.ehlo()
+            client.mail(sender)
+            code, text = client.rcpt(BOB)
+            return "%d %s" % (code, text.decode())
+
+    def setUp(self):
+        super().setUp()
+        self.entries = [{"server": "ip.bl.test", "type": "rbl_client"},
+                        {"server": "from.bl.test", "type": "rhsbl_sender"},
+                        {"server": "helo.bl.test", "type": "rhsbl_helo"}]
+        for entry in self.entries:
+            self.change("add_dnsb", **entry)
+        self.addCleanup(self.change, "del_dnsb", dnsbList=self.entries)
+
+    def test_what_is_listed_is_refused(self):
+        listed = {"client": ("203.0.113.66",), "sender": (STRANGER, "c.test", "x@evilsender.test"),
+                  "greeting": (STRANGER, "badhelo.test")}
+        for what, arguments in listed.items():
+            self.assertEqual(self.say(*arguments)[:3], "250", what + ", lists are off")
+
+        self.change("save_relay", spam_dnsbl_enable=True)
+        for (what, arguments), entry in zip(listed.items(), self.entries):
+            with self.subTest(what):
+                said = self.say(*arguments)
+                self.assertTrue(said.startswith("554 5.7.1"), said)
+                self.assertIn("blocked using " + entry["server"], said)
+        for what, source in (("not listed", STRANGER), ("no listing", "203.0.113.67")):
+            self.assertEqual(self.say(source)[:3], "250", what)
+
+        self.change("del_dnsb", dnsbList=self.entries[:1])
+        self.assertEqual(self.say("203.0.113.66")[:3], "250")
+        self.assertEqual(read("enum_dnsb").json()["items"], self.entries[1:])
+
+    def test_a_silent_list_lets_mail_pass(self):
+        self.change("save_relay", spam_dnsbl_enable=True)
+        self.change("edit_dnsb", orgServer="ip.bl.test", orgType="rbl_client",
+                    newServer="nowhere.bl.test", newType="rbl_client")
+        self.entries.append({"server": "nowhere.bl.test", "type": "rbl_client"})
+        self.assertEqual(self.say("203.0.113.66")[:3], "250")
+
+    def test_an_entry_is_zone_and_kind(self):
+        self.change("del_dnsb", dnsbList=[{"server": "ip.bl.test", "type": "rhsbl_helo"}])
+        self.assertEqual(read("enum_dnsb").json()["items"], self.entries)
+        for entry in ({"server": "ip.bl.test", "type": "rbl_friend"},
+                      {"server": "ip.bl.test, permit", "type": "rbl_client"},
+                      {"server": "", "type": "rbl_client"}, {"server": "x.test", "type": ""}):
+            with self.subTest(entry):
+                self.assert_refused("add_dnsb", **entry)
+
+
+if __name__ == "__main__":
+    unittest.main()

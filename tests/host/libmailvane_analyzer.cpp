@@ -1,0 +1,263 @@
+// The self-check: its table, how checks are run, and what they find at servers that misbehave.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libmailvane/checks.h"
+#include "host/libmailvane/dns_query.h"
+#include "host/libmailvane/settings_table.h"
+
+namespace {
+
+using host::Check;
+using host::CheckWord;
+using host::Finding;
+using host::StoredSettings;
+using std::chrono::seconds;
+
+TEST(SelfCheckTable, NamesEachCheckOnceAndSwitchesItByASetting)
+{
+    std::set<std::string> keys;
+    for (const Check& check : host::AllChecks()) {
+        EXPECT_TRUE(keys.insert(check.key).second) << check.key;
+        EXPECT_LE(check.limit, host::kLongestCheck) << check.key;
+        if (check.setting == nullptr) continue;
+
+        const host::SettingInfo* setting = host::FindSetting(check.setting);
+        ASSERT_NE(nullptr, setting) << check.key;
+        EXPECT_TRUE(host::SettingAccepts(*setting, "no") || host::SettingAccepts(*setting, "local"))
+            << check.key << " is never off";
+    }
+}
+
+/// The row of a check in the document.
+std::string DocumentRow(const Check& check)
+{
+    const std::string off =
+        check.setting == nullptr ? "" : "`" + std::string(check.setting) + "` off";
+    return "| `" + std::string(check.key) + "` | " + check.meaning + " | " + off + " |";
+}
+
+TEST(SelfCheckTable, StandsInTheDocumentRowByRow)
+{
+    std::ifstream document(SELF_CHECK_DOCUMENT);
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(document, line);) {
+        if (line.rfind("| `", 0) == 0) rows.push_back(line);
+    }
+    std::vector<std::string> wanted;
+    for (const Check& check : host::AllChecks()) wanted.push_back(DocumentRow(check));
+    EXPECT_EQ(wanted, rows);
+}
+
+Finding Fine(const StoredSettings&, const char*)
+{
+    return {};
+}
+
+Finding Fails(const StoredSettings&, const char* subject)
+{
+    return {CheckWord::kFailed, subject};
+}
+
+Finding Hangs(const StoredSettings&, const char*)
+{
+    for (;;) pause();
+}
+
+Finding HangsAndTakesNoSignal(const StoredSettings&, const char*)
+{
+    signal(SIGTERM, SIG_IGN);
+    for (;;) pause();
+}
+
+Finding Crashes(const StoredSettings&, const char*)
+{
+    std::abort();
+}
+
+Finding Throws(const StoredSettings&, const char*)
+{
+    throw std::runtime_error("a check throws");
+}
+
+Finding TalksALot(const StoredSettings&, const char*)
+{
+    return {CheckWord::kWarning, std::string(1 << 20, 'x')};
+}
+
+Check Row(Finding (*run)(const StoredSettings&, const char*), const char* setting = nullptr)
+{
+    return {"key", setting, run, "subject", seconds(1), ""};
+}
+
+/// What is found at the default settings.
+std::vector<Finding> FindingsOf(const std::vector<Check>& checks)
+{
+    return host::RunChecks(checks, StoredSettings());
+}
+
+std::vector<std::string> Words(const std::vector<Finding>& findings)
+{
+    std::vector<std::string> words;
+    for (const Finding& finding : findings) words.emplace_back(host::Spelling(finding.word));
+    return words;
+}
+
+TEST(SelfCheckRunner, KeepsTheOrderAndRunsNothingThatIsOff)
+{
+    const auto findings =
+        FindingsOf({Row(Fails), Row(Fine), Row(Crashes, "pop3_enabled"), Row(Fine, "imap_enabled"),
+                    Row(Crashes, "account_type"), Row(TalksALot)});
+    EXPECT_EQ((std::vector<std::string>{"FAILED", "OK", "OFF", "OK", "OFF", "WARNING"}),
+              Words(findings));
+    EXPECT_EQ("subject", findings[0].detail);
+    EXPECT_GE(findings[5].detail.size(), 500U);
+}
+
+TEST(SelfCheckRunner, EndsWhatHangsAtItsLimitAndLeavesNoProcess)
+{
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<Check> checks(20, Row(Hangs));
+    checks.push_back(Row(HangsAndTakesNoSignal));
+    checks.push_back(Row(Fine));
+    const auto findings = FindingsOf(checks);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(3)) << "they hang side by side";
+    EXPECT_EQ("OK", Words(findings).back());
+    EXPECT_EQ("UNKNOWN", Words(findings).front());
+    EXPECT_EQ("took too long", findings[20].detail);
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
+    EXPECT_EQ(ECHILD, errno);
+}
+
+TEST(SelfCheckRunner, SurvivesChecksThatCrash)
+{
+    EXPECT_EQ((std::vector<std::string>{"UNKNOWN", "UNKNOWN", "OK"}),
+              Words(FindingsOf({Row(Crashes), Row(Throws), Row(Fine)})));
+}
+
+TEST(SelfCheckRunner, KeepsTheWorstWordOfSeveralFindings)
+{
+    Finding sum;
+    host::Add(sum, {CheckWord::kWarning, "one"});
+    host::Add(sum, {CheckWord::kOk, ""});
+    host::Add(sum, {CheckWord::kUnknown, "two"});
+    EXPECT_EQ(CheckWord::kWarning, sum.word);
+    EXPECT_EQ("one; two", sum.detail);
+    host::Add(sum, {CheckWord::kFailed, ""});
+    EXPECT_EQ(CheckWord::kFailed, sum.word);
+}
+
+/// A server on a port of its own that greets one client, with nothing for silence, and answers each
+/// of its lines with the same reply.
+class Server {
+public:
+    Server(std::string greeting, std::string reply = "") : greeting_(greeting), reply_(reply)
+    {
+        socket_ = host::Descriptor(socket(AF_INET, SOCK_STREAM, 0));
+        sockaddr_in name = {};
+        name.sin_family = AF_INET;
+        socklen_t size = sizeof name;
+        auto* const address = reinterpret_cast<sockaddr*>(&name);
+        EXPECT_EQ(0, bind(socket_.get(), address, size));
+        EXPECT_EQ(0, listen(socket_.get(), 1));
+        EXPECT_EQ(0, getsockname(socket_.get(), address, &size));
+        port_ = ntohs(name.sin_port);
+        thread_ = std::thread([this] { Serve(); });
+    }
+
+    ~Server() { thread_.join(); }
+
+    /// The default settings with this server in the place of `portSetting`.
+    StoredSettings At(const char* portSetting) const
+    {
+        StoredSettings settings;
+        settings.Set(portSetting, std::to_string(port_));
+        return settings;
+    }
+
+private:
+    void Serve()
+    {
+        const host::Descriptor client(accept(socket_.get(), nullptr, nullptr));
+        (void)send(client.get(), greeting_.data(), greeting_.size(), MSG_NOSIGNAL);
+        char line[1000];
+        while (recv(client.get(), line, sizeof line, 0) > 0) {
+            (void)send(client.get(), reply_.data(), reply_.size(), MSG_NOSIGNAL);
+        }
+    }
+
+    std::string greeting_;
+    std::string reply_;
+    host::Descriptor socket_;
+    int port_ = 0;
+    std::thread thread_;
+};
+
+TEST(SelfCheckGreeting, TellsAMailServiceFromOthers)
+{
+    struct Case {
+        const char* setting;
+        const char* greeting;
+        CheckWord want;
+    };
+    constexpr Case kCases[] = {
+        {"smtp_port", "220 mv.test ESMTP\r\n", CheckWord::kOk},
+        {"smtp_tls_port", "421 too busy\r\n", CheckWord::kFailed},
+        {"smtp_port", "+OK ready\r\n", CheckWord::kFailed},
+        {"imap_port", "* OK ready\r\n", CheckWord::kOk},
+        {"imap_port", "* BYE\r\n", CheckWord::kFailed},
+        {"pop3_port", "+OK ready\r\n", CheckWord::kOk},
+        {"pop3_port", "HTTP/1.1 400 Bad Request\r\n", CheckWord::kFailed},
+        {"pop3_port", "", CheckWord::kFailed},
+    };
+    for (const Case& row : kCases) {
+        const Server server(row.greeting);
+        EXPECT_EQ(row.want, host::CheckGreeting(server.At(row.setting), row.setting).word)
+            << row.setting << " " << row.greeting;
+    }
+    StoredSettings nobody;
+    nobody.Set("smtp_port", "1");
+    EXPECT_EQ(CheckWord::kFailed, host::CheckGreeting(nobody, "smtp_port").word);
+}
+
+TEST(SelfCheckOpenRelay, FailsWhenAStrangerIsLetThrough)
+{
+    struct Case {
+        const char* reply;
+        CheckWord want;
+    };
+    constexpr Case kCases[] = {{"250 fine\r\n", CheckWord::kFailed},
+                               {"250-long\r\n250 reply\r\n", CheckWord::kFailed},
+                               {"554 5.7.1 no\r\n", CheckWord::kOk},
+                               {"450 later\r\n", CheckWord::kUnknown}};
+    for (const Case& row : kCases) {
+        const Server server("220 hello\r\n", row.reply);
+        EXPECT_EQ(row.want, host::CheckOpenRelay(server.At("smtp_port"), nullptr).word)
+            << row.reply;
+    }
+}
+
+TEST(SelfCheckFiles, CannotTellTheSpaceOfAFolderThatIsNotThere)
+{
+    EXPECT_EQ(CheckWord::kUnknown, host::CheckDisk(StoredSettings(), "/no/such/folder").word);
+}
+
+TEST(SelfCheckDns, TurnsAddressesRound)
+{
+    EXPECT_EQ("66.113.0.203.bl.test", host::ReverseName("203.0.113.66", "bl.test"));
+}
+
+}  // namespace
