@@ -78,11 +78,11 @@ void MailvaneHandler::SendDemoRefusal()
 
 void MailvaneHandler::Answer(Json::Value& response, const Outcome& outcome)
 {
-    if (outcome.line()) {
-        SetErrorLine(response, outcome.section(), outcome.key(), *outcome.line());
-    } else if (outcome.section() != nullptr) {
-        SetError(response, outcome.section(), outcome.key());
+    if (outcome.Line()) {
+        SetErrorLine(response, outcome.Section(), outcome.Key(), *outcome.Line());
+    } else if (outcome.Section() != nullptr) {
+        SetError(response, outcome.Section(), outcome.Key());
     }
-    SetSuccess(response, outcome.ok());
+    SetSuccess(response, outcome.Ok());
     SendResponse(response);
 }

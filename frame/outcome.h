@@ -32,11 +32,11 @@ public:
     /// A call of the service library or the platform failed.
     static Outcome SystemError() { return Fail("common", "error_system"); }
 
-    bool ok() const { return ok_; }
+    bool Ok() const { return ok_; }
     /// Null when there is no message.
-    const char* section() const { return section_; }
-    const char* key() const { return key_; }
-    std::optional<int> line() const { return line_; }
+    const char* Section() const { return section_; }
+    const char* Key() const { return key_; }
+    std::optional<int> Line() const { return line_; }
 
 private:
     explicit Outcome(bool ok) : ok_(ok) {}

@@ -18,10 +18,10 @@ CURRENT = ETC + "/generated/current"
 PASSWORD = "S3cret: %word"
 
 DNS = nameserver.NameServer(
-    "host-record=66.113.0.203.ip.bl.test,127.0.0.2",
-    "host-record=67.113.0.203.ip.bl.test,127.255.255.254",
-    "host-record=evilsender.test.from.bl.test,127.0.1.2",
-    "host-record=badhelo.test.helo.bl.test,127.0.0.9")
+    "address=/66.113.0.203.ip.bl.test/127.0.0.2",
+    "address=/67.113.0.203.ip.bl.test/127.255.255.254",
+    "address=/evilsender.test.from.bl.test/127.0.1.2",
+    "address=/badhelo.test.helo.bl.test/127.0.0.9")
 
 
 def setUpModule():

@@ -10,8 +10,8 @@ from harness import ETC, post, read
 HOST = "192.0.2.10"
 DNS = nameserver.NameServer(
     "host-record=mv.test," + HOST, "ptr-record=10.2.0.192.in-addr.arpa,mv.test",
-    "host-record=renamed.test,192.0.2.11", "mx-host=mv.test,mv.test,10",
-    'txt-record=mv.test,"v=spf1 mx -all"', 'txt-record=_dmarc.mv.test,"v=DMARC1; p=none"',
+    "address=/renamed.test/192.0.2.11", "mx-host=mv.test,mv.test,10",
+    "txt-record=mv.test,v=spf1 mx -all", "txt-record=_dmarc.mv.test,v=DMARC1; p=none",
     "mx-host=elsewhere-mx.test,mx.other.test,10",
     "host-record=10.2.0.192.refusing.bl.test,127.255.255.254",
     "host-record=10.2.0.192.listing.bl.test,127.0.0.2")
