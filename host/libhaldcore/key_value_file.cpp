@@ -89,6 +89,17 @@ std::optional<std::string> KeyValueFile::Get(const std::string& key) const
     return std::nullopt;
 }
 
+std::unordered_map<std::string, std::string> KeyValueFile::Values() const
+{
+    std::unordered_map<std::string, std::string> values;
+    for (const std::string& line : lines_) {
+        if (const std::optional<Entry> entry = Split(line)) {
+            values.emplace(std::string(entry->key), std::string(entry->value));
+        }
+    }
+    return values;
+}
+
 bool KeyValueFile::Set(const std::string& key, const std::string& value)
 {
     if (!IsKey(key) || HasLineBreak(value)) return false;

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
@@ -21,6 +22,9 @@ public:
     /// The value of the first line with this key, blanks trimmed and one pair of double quotes
     /// stripped.
     std::optional<std::string> Get(const std::string& key) const;
+
+    /// The values of all keys, as `Get` gives them.
+    std::unordered_map<std::string, std::string> Values() const;
 
     /// Sets the first line with this key, or adds one, as `key="value"`. False when key or value
     /// holds a line feed, carriage return or NUL, or the key is no key; nothing is changed then.

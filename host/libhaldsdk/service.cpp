@@ -32,6 +32,18 @@ bool IsMasked(const std::string& unit)
     return length > 0 && strcmp(target.data(), "/dev/null") == 0;
 }
 
+bool IsFile(const std::string& path)
+{
+    return access(host::Path(path).c_str(), F_OK) == 0;
+}
+
+/// Whether there is anything to start: the usual answer is no, and it needs no look at the links.
+bool IsInstalled(const std::string& name, const std::string& unit)
+{
+    return IsFile("/lib/systemd/system/" + unit) || IsFile("/etc/systemd/system/" + unit) ||
+           IsFile("/etc/init.d/" + name);
+}
+
 }  // namespace
 
 int HLIBServiceIsEnabled(const char* service)
@@ -42,7 +54,7 @@ int HLIBServiceIsEnabled(const char* service)
 
     const std::string name = strcmp(service, "winbindd") == 0 ? "winbind" : service;
     const std::string unit = name + ".service";
-    if (IsMasked(unit)) return 0;
+    if (!IsInstalled(name, unit) || IsMasked(unit)) return 0;
     return Exists("/etc/systemd/system/*.wants/" + unit) ||
                    Exists("/etc/systemd/system/*.requires/" + unit) ||
                    Exists("/etc/rc[2-5].d/S[0-9][0-9]" + name)

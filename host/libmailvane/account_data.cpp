@@ -26,7 +26,6 @@ namespace host {
 namespace {
 
 constexpr char kAlwaysBccKey[] = "always_bcc";
-
 constexpr char kAlwaysBccSuffix[] = "_alwaysBCC";
 constexpr AccountDatabase kDatabases[] = {AccountDatabase::kAlias, AccountDatabase::kMailvane};
 

@@ -8,11 +8,9 @@
 
 namespace host {
 
-int HealAccounts()
+int HealAccounts(const AccountCombination& stored)
 {
-    const auto settings = StoredSettings::Read();
-    if (!settings) return -1;
-    if (AccountDataIsSound(settings->Account())) return 0;
+    if (AccountDataIsSound(stored)) return 0;
 
     const ScopedLock lock(std::chrono::milliseconds(0));
     if (!lock.held()) return 0;

@@ -1,11 +1,13 @@
 // Keeping the account data what the stored settings say, and what is generated from it.
 #pragma once
 
+#include "host/libmailvane/account_record.h"
+
 namespace host {
 
-/// Makes the account data that of the stored account combination when it is not, and rebuilds the
-/// lists that were generated from it. A reader that finds the request lock taken leaves that to the
-/// writer. 0; negative when it could not be completed.
-int HealAccounts();
+/// Makes the account data that of the stored account combination, `stored`, when it is not, and
+/// rebuilds the lists that were generated from it. A reader that finds the request lock taken
+/// leaves that to the writer. 0; negative when it could not be completed.
+int HealAccounts(const AccountCombination& stored);
 
 }  // namespace host

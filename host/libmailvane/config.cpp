@@ -135,6 +135,7 @@ int LoadConfig(Config::State& state)
         if (setting.object != state.object) continue;
         state.values[setting.name] = Typed(setting, stored->Spelled(setting.name));
     }
+    state.account = stored->Account();
     state.domains = stored->domains;
     state.blocklists = stored->blocklists;
     state.changed.clear();

@@ -15,7 +15,8 @@
 struct Config::State {
     host::SettingsObject object = host::SettingsObject::kPostfix;
     std::unordered_map<std::string, boost::any> values;
-    std::set<std::string> changed;  ///< names set since the load
+    std::set<std::string> changed;     ///< names set since the load
+    host::AccountCombination account;  ///< whose accounts are served, as loaded
     std::list<std::string> domains;
     std::list<host::Blocklist> blocklists;
     bool listsChanged = false;

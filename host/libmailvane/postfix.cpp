@@ -39,7 +39,9 @@ Postfix::Postfix()
 Postfix::~Postfix()
 {
     // A switch of the account source that was not completed is taken back with the object.
-    if (state_->loaded && !state_->saved && host::LockIsHeld()) (void)host::HealAccounts();
+    if (state_->loaded && !state_->saved && host::LockIsHeld()) {
+        (void)host::HealAccounts(state_->account);
+    }
 }
 
 int Postfix::LoadSettings()
@@ -51,7 +53,7 @@ int Postfix::LoadSettings()
     if (healed) return 0;
 
     healed = true;
-    return host::HealAccounts();
+    return host::HealAccounts(state_->account);
 }
 
 int Postfix::SaveSettings(const std::list<Callback>& steps)

@@ -14,10 +14,14 @@ const char kKeyName[] = "server";
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
 const char kThisMachine[] = "127.0.0.1\n::1\n";
 
-/// Filters run under users of their own; their sockets lie in folders that only they and Postfix
-/// may enter.
-const char kDkimSocket[] = "/run/mailvane/opendkim/socket";
-const char kDmarcSocket[] = "/run/mailvane/opendmarc/socket";
+const char kDkimFilter[] = "opendkim";
+const char kDmarcFilter[] = "opendmarc";
+
+/// A filter's socket lies in a folder that only the filter and Postfix may enter.
+std::string Socket(const std::string& filter)
+{
+    return "/run/mailvane/" + filter + "/socket";
+}
 
 /// Daemons go through the link, so that the paths stay the same.
 std::string InForce(const std::string& relative)
@@ -31,15 +35,24 @@ std::string Line(const std::string& name, const std::string& value)
     return name + " " + value + "\n";
 }
 
-std::string DkimFilterText(const StoredSettings& settings)
+/// How both filters run: under a user of their own, started again when they die.
+std::string ProcessLines(const std::string& filter)
 {
     std::string text = kHeader;
+    text += Line("UserID", filter + ":" + filter);
+    text += Line("UMask", "007");
+    text += Line("Socket", "local:" + Socket(filter));
+    text += Line("PidFile", "/run/mailvane/" + filter + "/pid");
+    text += Line("AutoRestart", "yes");
+    text += Line("AutoRestartRate", "10/1h");
     text += Line("Syslog", "yes");
     text += Line("SyslogFacility", "mail");
-    text += Line("UserID", "opendkim:opendkim");
-    text += Line("UMask", "007");
-    text += Line("Socket", std::string("local:") + kDkimSocket);
-    text += Line("PidFile", "/run/mailvane/opendkim/pid");
+    return text;
+}
+
+std::string DkimFilterText(const StoredSettings& settings)
+{
+    std::string text = ProcessLines(kDkimFilter);
     text += Line("Mode", settings.Bool("enable_dkim") ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
     text += Line("OversignHeaders", "From");
@@ -87,13 +100,7 @@ std::string ResolverText(const Surroundings& around)
 
 std::string DmarcFilterText(const StoredSettings& settings)
 {
-    std::string text = kHeader;
-    text += Line("Syslog", "true");
-    text += Line("SyslogFacility", "mail");
-    text += Line("UserID", "opendmarc:opendmarc");
-    text += Line("UMask", "007");
-    text += Line("Socket", std::string("local:") + kDmarcSocket);
-    text += Line("PidFile", "/run/mailvane/opendmarc/pid");
+    std::string text = ProcessLines(kDmarcFilter);
     text += Line("AuthservID", settings.Text("smtp_hostname"));
     text += Line("TrustedAuthservIDs", settings.Text("smtp_hostname"));
     text += Line("RejectFailures", "true");
@@ -121,9 +128,9 @@ std::string SpfText(const StoredSettings& settings)
     return text;
 }
 
-std::string Filter(const char* socket, const char* whenItFails)
+std::string Filter(const char* filter, const char* whenItFails)
 {
-    return std::string("{ unix:") + socket + ", default_action=" + whenItFails + " }";
+    return "{ unix:" + Socket(filter) + ", default_action=" + whenItFails + " }";
 }
 
 }  // namespace
@@ -145,14 +152,14 @@ std::string SmtpFilters(const StoredSettings& settings)
     // Without the signer mail would leave unsigned, and what others have signed would look forged
     // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
     std::string filters;
-    if (DkimFilterRuns(settings)) filters = Filter(kDkimSocket, "tempfail");
-    if (DmarcFilterRuns(settings)) filters += ", " + Filter(kDmarcSocket, "accept");
+    if (DkimFilterRuns(settings)) filters = Filter(kDkimFilter, "tempfail");
+    if (DmarcFilterRuns(settings)) filters += ", " + Filter(kDmarcFilter, "accept");
     return filters;
 }
 
 std::string LocalMailFilters(const StoredSettings& settings)
 {
-    return settings.Bool("enable_dkim") ? Filter(kDkimSocket, "tempfail") : "";
+    return settings.Bool("enable_dkim") ? Filter(kDkimFilter, "tempfail") : "";
 }
 
 std::string SpfService(const StoredSettings& settings)

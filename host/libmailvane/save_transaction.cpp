@@ -125,7 +125,7 @@ void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
     const std::string abandoned = CurrentGeneration();
     if (!PutInForce(save.before)) return;
 
-    (void)HealAccounts();
+    if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, {true, true, false, false})) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
@@ -192,7 +192,8 @@ int CompleteSave(const PendingSave& save)
 {
     Log(LOG_NOTICE, "finishing a save that was interrupted");
     const auto settings = StoredSettings::Read();
-    if (!settings || ForgetParkedAlwaysBcc(settings->Account()) < 0 || HealAccounts() < 0)
+    if (!settings || ForgetParkedAlwaysBcc(settings->Account()) < 0 ||
+        HealAccounts(settings->Account()) < 0)
         return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
     // One that should not run after all is stopped by it.
@@ -270,7 +271,8 @@ int RenderAll()
     if (!scope.ok() || RenderFromStored() < 0) return -1;
 
     // A request that runs this tool may be in the middle of a switch of the account source.
-    return LockIsInherited() ? 0 : HealAccounts();
+    const auto stored = StoredSettings::Read();
+    return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
 }
 
 }  // namespace host

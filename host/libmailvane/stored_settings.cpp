@@ -41,12 +41,13 @@ std::optional<StoredSettings> StoredSettings::Read()
 
     StoredSettings settings;
     settings.file_ = std::move(*file);
+    const auto stored = settings.file_.Values();
     for (const SettingInfo& setting : AllSettings()) {
-        const auto stored = settings.file_.Get(setting.name);
-        if (!stored) continue;
+        const auto value = stored.find(setting.name);
+        if (value == stored.end()) continue;
 
-        if (SettingAccepts(setting, *stored)) {
-            settings.values_[setting.name] = *stored;
+        if (SettingAccepts(setting, value->second)) {
+            settings.values_[setting.name] = value->second;
         } else {
             Log(LOG_WARNING, "setting %s has a value it cannot take, its default is used",
                 setting.name);

@@ -18,18 +18,17 @@ make_folder() {
     install -d -m 2750 -o "$1" -g "$2" "$folder"
 }
 
-# knock: whether somebody listens on the socket.
-knock() {
-    curl --silent --max-time 1 --unix-socket "$socket" telnet://daemon </dev/null >/dev/null 2>&1
-    (($? != 7))
-}
+settled() { find_master && [[ -n $(ss -Hlx src "$socket") ]]; }
 
-settled() { find_master && [[ -S $socket ]] && knock; }
+# knock: makes a call to the socket and hangs up.
+knock() {
+    curl --silent --max-time .05 --unix-socket "$socket" telnet://daemon </dev/null >/dev/null 2>&1
+}
 
 # gone PROCESS: as common.sh has it. A filter that was told to end looks at that when it is called,
 # else every five seconds.
 gone() {
-    [[ ! -S $socket ]] || knock
+    knock
     ! kill -0 -- "-$1" 2>/dev/null
 }
 

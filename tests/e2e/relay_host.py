@@ -17,7 +17,7 @@ class _Session(socketserver.StreamRequestHandler):
         self.logged_in = self.encrypted = False
         self.say("220 relay.test ESMTP")
         with contextlib.suppress(ConnectionError, TimeoutError, ssl.SSLError):
-            for line in iter(self.rfile.readline, b""):
+            while line := self.rfile.readline():  # STARTTLS replaces the file
                 verb, _, rest = line.decode().strip().partition(" ")
                 method = getattr(self, "on_" + verb.lower(), None)
                 if method is None:

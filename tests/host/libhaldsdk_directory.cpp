@@ -54,12 +54,16 @@ TEST_F(Directory, IsLdapWithASuffixThatFits)
 TEST_F(Directory, KnowsServicesByTheirLinks)
 {
     EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd"));
+    Put("/lib/systemd/system/winbind.service", "");
+    EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd")) << "installed only";
     Link("/lib/systemd/system/winbind.service",
          "/etc/systemd/system/multi-user.target.wants/winbind.service");
     EXPECT_NE(0, HLIBServiceIsEnabled("winbindd")) << "the unit has another name";
     Link("/dev/null", "/etc/systemd/system/winbind.service");
     EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd")) << "masked";
 
+    Put("/etc/init.d/nslcd", "");
+    Put("/etc/init.d/other", "");
     Link("../init.d/nslcd", "/etc/rc3.d/S01nslcd");
     Link("../init.d/other", "/etc/rc3.d/K01other");
     EXPECT_NE(0, HLIBServiceIsEnabled("nslcd"));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,8 +17,8 @@ class Machine : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        std::string name =
-            "/dev/shm/mailvane-XXXXXX";  // in memory: waiting for a disk tests nothing
+        // In memory: waiting for a disk tests nothing.
+        std::string name = "/dev/shm/mailvane-XXXXXX";
         ASSERT_NE(nullptr, ::mkdtemp(name.data()));
         root = name;
         host::SetRoot(root);

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <map>
+#include <set>
 
 #include "host/libmailvane/listening_ports.h"
 #include "platform/mailvane/web_utils.h"

@@ -1,0 +1,351 @@
+"""The security page and the DKIM keys: what leaves is signed, what is forged is refused."""
+import contextlib
+import os
+import smtplib
+import stat
+import subprocess
+import unittest
+
+import dkim
+import harness
+import nameserver
+from harness import DOMAIN, ETC, control, pid_of, post, read, run, settings, snapshot
+from relay_host import RelayHost
+
+ALICE = "alice@" + DOMAIN
+BOB = "bob@" + DOMAIN
+FAR = "someone@far.example"
+KEYS = ETC + "/dkim.key"
+CURRENT = ETC + "/generated/current"
+OPENSSL = "/usr/bin/openssl"
+OPENDKIM = "/usr/sbin/opendkim"
+RELAY_PORT = 2525
+RELAY_LOGIN = ("relayuser", "relayword")
+
+OWN, OTHER = "203.0.113.10", "203.0.113.66"  # the address of the domains below, and another
+FOREIGN_KEY = "/etc/foreign-key.pem"
+SWITCHES = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
+            "reject_sasl_sender_rate_exceed", "spam_dnsbl_enable", "anti_virus_enable",
+            "spam_enable", "enable_dangerous_content_scan")
+
+
+def one_line(pem):
+    return "".join(pem.strip().splitlines()[1:-1])
+
+
+def make_name_server():
+    """Domains of others: what they publish, and a key that signs for one of them."""
+    run(OPENSSL, "genrsa", "-out", FOREIGN_KEY, "2048")
+    public = one_line(run(OPENSSL, "pkey", "-in", FOREIGN_KEY, "-pubout"))
+    halves = '"%s","%s"' % (public[:200], public[200:])
+    return nameserver.NameServer(
+        "local=/example/",
+        "txt-record=strict.example,v=spf1 ip4:%s -all" % OWN,
+        "txt-record=_dmarc.strict.example,v=DMARC1; p=reject; adkim=r; aspf=r",
+        'txt-record=mail._domainkey.strict.example,"v=DKIM1; k=rsa; p=",%s' % halves,
+        "txt-record=_dmarc.lax.example,v=DMARC1; p=none",
+        "txt-record=hard.example,v=spf1 ip4:%s -all" % OWN,
+        "txt-record=soft.example,v=spf1 ip4:%s ~all" % OWN)
+
+
+def setUpModule():
+    global DNS
+    nameserver.local_network("203.0.113.0/24")
+    DNS = make_name_server()
+    DNS.start()
+
+
+def tearDownModule():
+    DNS.stop()
+
+
+def security(**changes):
+    """What save_security answers to the stored page with some changes."""
+    page = read("load_security").json()
+    body = {name: page[name] for name in SWITCHES + ("smtpd_sasl_sender_rate_limit",)}
+    return post({"action": "save_security", **body, **changes}).json()
+
+
+def text_of(sender, subject, extra=""):
+    text = "%sFrom: %s\nTo: %s\nSubject: %s\nDate: Sat, 21 Nov 2026 10:00:00 +0000\n\nA message.\n"
+    return (text % (extra, sender, BOB, subject)).replace("\n", "\r\n").encode()
+
+
+def come_in(envelope, subject, source, text=None):
+    """Brings a mail for Bob from an address of the world outside; the server's answer."""
+    with smtplib.SMTP("127.0.0.1", 25, "client.example", 30, (source, 0)) as client:
+        try:
+            client.sendmail(envelope, [BOB], text or text_of(envelope, subject))
+            return 250, "taken"
+        except smtplib.SMTPRecipientsRefused as refusal:
+            code, words = refusal.recipients[BOB]
+        except smtplib.SMTPResponseException as refusal:
+            code, words = refusal.smtp_code, refusal.smtp_error
+        return code, words.decode()
+
+
+def signature_holds(mail, key):
+    return dkim.verify(mail, dnsfunc=lambda name, timeout=5: b"v=DKIM1; k=rsa; p=" + key.encode())
+
+
+def socket_of(service):
+    return os.path.exists("/run/mailvane/%s/socket" % service)
+
+
+def runs(service):
+    """Number of the running daemon, or 0."""
+    try:
+        pid = pid_of("/run/mailvane/%s/pid" % service)
+        return pid if service in os.readlink("/proc/%d/exe" % pid) else 0
+    except (FileNotFoundError, ValueError):
+        return 0
+
+
+@contextlib.contextmanager
+def in_place_of(program, script):
+    """Another program under a program's name."""
+    os.rename(program, program + ".real")
+    with open(program, "w", encoding="ascii") as file:
+        file.write("#!/bin/sh\n" + script)
+    os.chmod(program, 0o755)
+    try:
+        yield
+    finally:
+        os.rename(program + ".real", program)
+
+
+class Security(harness.Story):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.secure, **{name: False for name in SWITCHES})
+
+    def secure(self, **changes):
+        """Saves the page; the answer."""
+        answer = security(**changes)
+        self.assertIs(answer["success"], True, answer)
+        return answer
+
+    def assert_refused(self, answer, code, words):
+        self.assertEqual(answer[0], code, answer)
+        self.assertIn(words, answer[1])
+
+
+class Signing(Security):
+    """Mail that leaves goes through a relay host, which keeps it."""
+
+    def setUp(self):
+        super().setUp()
+        certificates = CURRENT + "/tls/"
+        self.relay = self.enterContext(RelayHost(
+            RELAY_PORT, RELAY_LOGIN, certificates + "cert.pem", certificates + "key.pem"))
+        self.relay.offers_tls = False
+        self.change("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
+                    smtp_relay_port=RELAY_PORT, smtp_relay_tls=False, smtp_relay_auth=True,
+                    smtp_relay_account=RELAY_LOGIN[0], smtp_relay_password=RELAY_LOGIN[1])
+        self.addCleanup(self.change, "save_relay", smtp_relay_enabled=False)
+
+    def change(self, action, **members):
+        self.assertIs(post({"action": action, **members}).json()["success"], True)
+
+    def left(self, subject):
+        return harness.wait_for(lambda: self.relay.has(subject), "mail " + subject)[1].encode()
+
+    def send_out(self, subject, sender=ALICE):
+        """Submits a mail with a login; its bytes as they left."""
+        harness.send(sender, [FAR], subject, 587, "alice")
+        return self.left(subject)
+
+    def test_the_first_switch_on_makes_the_keys(self):
+        run("/bin/sh", "-c", "rm -rf %s/*" % KEYS)
+        key = self.secure(enable_dkim=True)["dkim_public_key"]
+        self.assertEqual(read("load_security").json()["dkim_public_key"], key)
+        for path, mode in ((KEYS, 0o700), (KEYS + "/dkim.private", 0o600),
+                           (KEYS + "/dkim.public", 0o644), (ETC + "/dkim.signer", 0o750),
+                           (ETC + "/dkim.signer/dkim.private", 0o600)):
+            self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), mode, path)
+
+        mail = self.send_out("signed by login")
+        self.assertTrue(signature_holds(mail, key))
+        self.assertFalse(signature_holds(mail.replace(b"A message", b"Another"), key))
+        self.assertIn(b"d=mv.test; s=mail", mail)
+        subprocess.run(["/usr/sbin/sendmail", "-f", ALICE, FAR], check=True,
+                       input=text_of(ALICE, "signed at home").replace(b"\r", b""))
+        self.assertTrue(signature_holds(self.left("signed at home"), key))
+
+        before = snapshot(ETC + "/generated")
+        daemon = runs("opendkim")
+        self.assertNotIn("dkim_public_key", self.secure())
+        self.assertEqual(snapshot(ETC + "/generated"), before)
+        self.assertEqual(runs("opendkim"), daemon, "nothing changed, yet it was restarted")
+
+    def test_nothing_is_signed_for_strangers_and_while_it_is_off(self):
+        self.secure(enable_dkim=True)
+        self.assertEqual(come_in(ALICE, "from outside", OTHER)[0], 250)
+        self.assertNotIn("DKIM-Signature", harness.delivered("bob", "from outside"))
+        self.secure(enable_dkim=False)
+        self.assertEqual(runs("opendkim"), 0)
+        self.assertNotIn(b"DKIM-Signature", self.send_out("unsigned"))
+
+    def test_domains_that_come_and_go(self):
+        self.secure(enable_dkim=True)
+        key = read("load_security").json()["dkim_public_key"]
+        self.change("add_domain", domain="second.test")
+        mail = self.send_out("of a second domain", "alice@second.test")
+        self.assertIn(b"d=second.test", mail)
+        self.assertTrue(signature_holds(mail, key))
+        self.change("delete_domain", domainList=[{"domain": "second.test"}])
+        self.assertNotIn(b"DKIM-Signature", self.send_out("of no domain", "alice@second.test"))
+
+    def test_a_new_pair_is_in_force_at_once_and_the_old_one_is_kept(self):
+        self.secure(enable_dkim=True)
+        old = read("load_security").json()["dkim_public_key"]
+        pairs = len(os.listdir(KEYS))
+        new = read("generate_dkim_key").json()["dkim_public_key"]
+        self.assertNotEqual(new, old)
+        self.assertEqual(len(os.listdir(KEYS)), pairs + 1)
+        self.assertEqual(run(OPENSSL, "pkey", "-in", KEYS + "/dkim.private", "-noout", "-text")
+                         .splitlines()[0], "Private-Key: (1024 bit, 2 primes)")
+        mail = self.send_out("signed anew")
+        self.assertTrue(signature_holds(mail, new))
+        self.assertFalse(signature_holds(mail, old))
+
+        self.secure(enable_dkim=False)
+        self.assertIs(read("generate_dkim_key").json()["success"], True)
+        self.assertEqual(runs("opendkim"), 0)
+
+    def test_a_failed_generation_leaves_the_old_pair_working(self):
+        self.secure(enable_dkim=True)
+        key = read("load_security").json()["dkim_public_key"]
+        before = snapshot(KEYS + "/pair/")
+        for step, logged in (("genrsa", "Failed to GenerateRSAPrivateKey"),
+                             ("pkey", "Failed to GenerateRSAPublicKey")):
+            with self.subTest(step):
+                log = harness.SystemLog()
+                with in_place_of(OPENSSL, '[ "$1" != %s ] || exit 1\nexec %s.real "$@"\n'
+                                 % (step, OPENSSL)):
+                    self.assert_system_error(read("generate_dkim_key").json())
+                self.assertIn(logged, " ".join(log.lines()))
+                self.assertEqual(snapshot(KEYS + "/pair/"), before)
+                self.assertEqual(control("opendkim", "restart"), 0)
+                self.assertTrue(signature_holds(self.send_out("after failed " + step), key))
+
+    def test_without_its_signer_mail_waits_instead_of_leaving_unsigned(self):
+        self.secure(enable_dkim=True)
+        self.assertEqual(control("opendkim", "stop"), 0)
+        with self.assertRaises(smtplib.SMTPException) as refusal:
+            harness.send(ALICE, [FAR], "without signer", 587, "alice")
+        self.assertIn("451", str(refusal.exception))
+        self.assertEqual(control("opendkim", "start"), 0)
+        self.send_out("with signer again")
+
+    def test_a_page_without_a_step_for_the_signer_reaches_it(self):
+        self.secure(enable_dkim=True)
+        daemon = runs("opendkim")
+        self.assert_saved(smtp_hostname="renamed.test")
+        self.assertNotEqual(runs("opendkim"), daemon)
+        mail = self.send_out("from the new name", "alice@renamed.test")
+        self.assertIn(b"d=renamed.test", mail)
+
+    def test_a_signer_that_refuses_its_file_leaves_the_old_settings(self):
+        for script in ("exit 78\n", '[ "$1" != -n ] || exit 0\nexit 70\n'):
+            with self.subTest(script), in_place_of(OPENDKIM, script):
+                self.assert_system_error(security(enable_dkim=True))
+                self.assertEqual(settings()["enable_dkim"], "no")
+                self.assertNotIn(b"DKIM-Signature", self.send_out("still " + script[:6]))
+
+
+class Checking(Security):
+    """Mail that comes in."""
+
+    def test_spf(self):
+        rows = (("hard", {"enable_spf_check": False}, OTHER, 250),
+                ("hard", {"enable_spf_check": True}, OWN, 250),
+                ("hard", {}, OTHER, 550),
+                ("soft", {}, OTHER, 250),
+                ("nothing", {}, OTHER, 250),
+                ("soft", {"reject_spf_soft_fail": True}, OTHER, 550),
+                ("soft", {}, OWN, 250))
+        for domain, changes, source, want in rows:
+            with self.subTest(domain, changes=changes, source=source):
+                self.secure(**changes)
+                code, words = come_in("x@%s.example" % domain, "by SPF", source)
+                self.assertEqual(code, want, words)
+                if code == 550:
+                    self.assertIn("5.7.23", words)
+
+    def test_dmarc_refuses_a_spoof_and_nothing_else(self):
+        self.secure(enable_dmarc=True)
+        boss = "boss@strict.example"
+        with open(FOREIGN_KEY, "rb") as file:
+            key = file.read()
+        honest = text_of(boss, "signed by its domain")
+        signature = dkim.sign(honest, b"mail", b"strict.example", key)
+        lies = ("Authentication-Results: %s; dkim=pass header.d=strict.example;\n"
+                " spf=pass smtp.mailfrom=strict.example\n"
+                "Received-SPF: pass (ok) receiver=%s; client-ip=%s;\n"
+                " envelope-from=\"boss@strict.example\"\n" % (DOMAIN, DOMAIN, OTHER))
+        rows = (("its own address", boss, OWN, text_of(boss, "own"), 250),
+                ("its signature", "x@else.example", OTHER, signature + honest, 250),
+                ("a broken signature", boss, OTHER,
+                 signature + honest.replace(b"A message", b"Another"), 550),
+                ("neither", boss, OTHER, text_of(boss, "spoof"), 550),
+                ("another envelope", "x@else.example", OTHER, text_of(boss, "spoof"), 550),
+                ("forged results", boss, OTHER, text_of(boss, "spoof", lies), 550),
+                ("a policy of none", "x@lax.example", OTHER, text_of("x@lax.example", "lax"), 250),
+                ("no policy", "x@else.example", OTHER, text_of("x@else.example", "else"), 250))
+        for name, envelope, source, text, want in rows:
+            with self.subTest(name):
+                code, words = come_in(envelope, name, source, text)
+                self.assertEqual(code, want, words)
+                if code == 550:
+                    self.assertIn("rejected by DMARC policy for strict.example", words)
+        self.secure(enable_dmarc=False)
+        self.assertEqual((runs("opendmarc"), runs("opendkim")), (0, 0))
+        self.assertEqual(come_in(boss, "spoof", OTHER)[0], 250)
+
+    def test_the_verifier_stays_while_the_dmarc_checker_needs_it(self):
+        self.secure(enable_dkim=True, enable_dmarc=True)
+        self.secure(enable_dkim=False)
+        self.assertTrue(runs("opendkim") and runs("opendmarc"))
+        self.assert_refused(come_in("boss@strict.example", "spoof", OTHER), 550, "DMARC")
+
+    def test_filters_that_die_come_back_and_the_dmarc_checker_is_less_than_the_mail(self):
+        self.secure(enable_dmarc=True)
+        for service in ("opendkim", "opendmarc"):
+            child = int(run("/usr/bin/pgrep", "-P", str(runs(service))))
+            os.kill(child, 9)
+        harness.wait_for(lambda: come_in("boss@strict.example", "spoof", OTHER)[0] == 550,
+                         "the filters")
+        self.assertEqual(control("opendmarc", "stop"), 0)
+        self.assertEqual(come_in("boss@strict.example", "let through", OTHER)[0], 250)
+
+    def test_the_rate_switch_runs_the_counters_store(self):
+        self.assertEqual(runs("memcached"), 0)
+        self.secure(reject_sasl_sender_rate_exceed=True)
+        first = runs("memcached")
+        self.assertTrue(first)
+        self.assertIn("STAT pid", run(
+            "/sbin/runuser", "-u", "mailvane-policy", "--", "/usr/bin/python3", "-c",
+            "import socket; s = socket.socket(socket.AF_UNIX); "
+            "s.connect('/run/mailvane/memcached/socket'); s.send(b'stats\\r\\n'); "
+            "print(s.recv(4096).decode())"))
+        self.secure()
+        self.assertEqual(runs("memcached"), first)
+        self.secure(smtpd_sasl_sender_rate_limit=7)
+        self.assertNotIn(runs("memcached"), (0, first))
+        self.secure(reject_sasl_sender_rate_exceed=False)
+        self.assertEqual(runs("memcached"), 0)
+
+    def test_inner_doors_are_closed_to_other_users(self):
+        self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
+        for service in ("opendkim", "opendmarc", "memcached"):
+            folder = os.stat("/run/mailvane/" + service)
+            self.assertEqual(stat.S_IMODE(folder.st_mode), 0o2750, service)
+            self.assertTrue(socket_of(service))
+        for path in (KEYS + "/dkim.private", ETC + "/dkim.signer/dkim.private"):
+            self.assertIn("Permission denied", run("/sbin/runuser", "-u", "postfix", "--",
+                                                   "/bin/cat", path, check=False))
+
+
+if __name__ == "__main__":
+    unittest.main()
