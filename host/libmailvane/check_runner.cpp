@@ -141,12 +141,18 @@ bool AdvanceAny(std::deque<RunningCheck>& runs)
     return true;
 }
 
+bool IsOn(const char* name, const StoredSettings& settings)
+{
+    if (name == nullptr) return false;
+
+    const std::string& value = settings.Spelled(name);
+    return value != "no" && value != "local";
+}
+
 bool IsOff(const Check& check, const StoredSettings& settings)
 {
-    if (check.setting == nullptr) return false;
-
-    const std::string& value = settings.Spelled(check.setting);
-    return value == "no" || value == "local";
+    return check.setting != nullptr && !IsOn(check.setting, settings) &&
+           !IsOn(check.orSetting, settings);
 }
 
 }  // namespace

@@ -30,6 +30,10 @@ Finding CheckPacketFilter(const StoredSettings& settings, const char* subject);
 // checks_services.cpp
 /// Whether the daemon `subject` ("PIDFILE PROGRAM") runs.
 Finding CheckProcess(const StoredSettings& settings, const char* subject);
+/// Whether the mail filter at the socket `subject` agrees on options.
+Finding CheckMilter(const StoredSettings& settings, const char* subject);
+/// Whether the store of the senders' counters at the socket `subject` answers.
+Finding CheckCounters(const StoredSettings& settings, const char* subject);
 /// Number and age of the messages that wait for another try.
 Finding CheckQueue(const StoredSettings& settings, const char* subject);
 /// Whether the accounts of the directory can be listed.
@@ -45,6 +49,8 @@ Finding CheckDisk(const StoredSettings& settings, const char* subject);
 /// What the daemons' own checks say about their files.
 Finding CheckPostfixFiles(const StoredSettings& settings, const char* subject);
 Finding CheckDovecotFiles(const StoredSettings& settings, const char* subject);
+Finding CheckDkimFiles(const StoredSettings& settings, const char* subject);
+Finding CheckDmarcFiles(const StoredSettings& settings, const char* subject);
 
 // checks_dns.cpp
 /// Whether the host name has an address, and whether that leads back to the name.

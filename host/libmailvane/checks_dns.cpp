@@ -33,7 +33,7 @@ Finding ForEachDomain(const StoredSettings& settings, DomainCheck check)
 {
     Finding sum;
     for (const std::string& domain : MailDomains(settings)) {
-        const Finding finding = check(domain);
+        Finding finding = check(domain);
         if (finding.word == CheckWord::kUnknown) return finding;
         Add(sum, finding);
     }
@@ -137,7 +137,7 @@ Finding CheckHostReverse(const StoredSettings& settings, const char* /*subject*/
     for (const std::string& address : *addresses) {
         const auto names = DnsRecords(ReverseName(address, "in-addr.arpa"), DnsType::kName);
         if (!names) return NoAnswer();
-        if (!Has(*names, name)) Add(sum, Warning(address + " is not called " + name));
+        if (!Has(*names, name)) Add(sum, Warning(address + " has another name"));
     }
     return sum;
 }
@@ -189,12 +189,12 @@ Finding CheckDkim(const StoredSettings& settings, const char* /*subject*/)
     return ForEachDomain(settings, [&key, &prefix](const std::string& domain) -> Finding {
         const auto texts = DnsRecords(prefix + domain, DnsType::kText);
         if (!texts) return NoAnswer();
-        if (texts->empty()) return {CheckWord::kFailed, "there is no " + prefix + domain};
+        if (texts->empty()) return {CheckWord::kFailed, domain + " has no key record"};
 
         const bool fits =
             std::any_of(texts->begin(), texts->end(),
                         [&key](const std::string& text) { return PublicKeyIn(text) == key; });
-        return fits ? Finding() : Finding{CheckWord::kFailed, prefix + domain + " has another key"};
+        return fits ? Finding() : Finding{CheckWord::kFailed, domain + " shows another key"};
     });
 }
 

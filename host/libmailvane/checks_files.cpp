@@ -13,6 +13,10 @@ namespace {
 
 const char kPostfix[] = "/usr/sbin/postfix";
 const char kDoveconf[] = "/usr/bin/doveconf";
+const char kOpendkim[] = "/usr/sbin/opendkim";
+const char kOpendmarc[] = "/usr/sbin/opendmarc";
+const char kDkimFile[] = "/var/packages/Mailvane/etc/generated/current/opendkim/opendkim.conf";
+const char kDmarcFile[] = "/var/packages/Mailvane/etc/generated/current/opendmarc/opendmarc.conf";
 const char kDovecotFile[] = "/var/packages/Mailvane/etc/generated/current/dovecot/dovecot.conf";
 
 const char kTwoWeeks[] = "1209600";  // seconds
@@ -104,6 +108,16 @@ Finding CheckPostfixFiles(const StoredSettings& /*settings*/, const char* /*subj
 Finding CheckDovecotFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
 {
     return Judge(RunProgram({kDoveconf, "-c", kDovecotFile, "-n"}, CheckOptions()));
+}
+
+Finding CheckDkimFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    return Judge(RunProgram({kOpendkim, "-x", kDkimFile, "-n"}, CheckOptions()));
+}
+
+Finding CheckDmarcFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    return Judge(RunProgram({kOpendmarc, "-c", kDmarcFile, "-n"}, CheckOptions()));
 }
 
 }  // namespace host

@@ -9,6 +9,7 @@
 
 #include "host/libmailvane/checks.h"
 #include "host/libmailvane/daemon_process.h"
+#include "host/libmailvane/line_client.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
 
@@ -20,7 +21,7 @@ const char kPostqueue[] = "/usr/sbin/postqueue";
 
 constexpr int kManyDeferred = 50;
 constexpr int kTooManyDeferred = 500;
-constexpr std::int64_t kOld = 4 * 3600;  // seconds
+constexpr std::int64_t kOld = 14400;  // seconds
 
 /// The messages that wait for another try.
 struct Deferred {
@@ -62,6 +63,26 @@ Finding CheckProcess(const StoredSettings& /*settings*/, const char* subject)
     const std::string program = text.substr(blank + 1);
     if (!DaemonProcess(text.substr(0, blank), program).empty()) return {};
     return {CheckWord::kFailed, program + " does not run"};
+}
+
+Finding CheckMilter(const StoredSettings& /*settings*/, const char* subject)
+{
+    // The request to agree on options: length, command, version, actions, steps.
+    constexpr char kOptions[] = "\0\0\0\x0dO\0\0\0\x06\0\0\x01\xff\0\x1f\xff\xff";
+    constexpr std::size_t kLength = 4;
+    LineClient client(subject);
+    client.SendBytes({kOptions, sizeof kOptions - 1});
+    const std::string answer = client.ReadBytes(kLength + 1);
+    if (answer.size() == kLength + 1 && answer.back() == 'O') return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckCounters(const StoredSettings& /*settings*/, const char* subject)
+{
+    LineClient client(subject);
+    const std::string answer = client.Ask("version").value_or("");
+    if (answer.compare(0, 8, "VERSION ") == 0) return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
 Finding CheckQueue(const StoredSettings& /*settings*/, const char* /*subject*/)

@@ -3,8 +3,9 @@
 #include "host/libmailvane/judge.h"
 
 #include <algorithm>
-#include <map>
+#include <cctype>
 #include <set>
+#include <sstream>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
@@ -43,6 +44,28 @@ bool PortsAreFree(const StoredSettings& wanted)
     return taken.empty();
 }
 
+/// Whether no service stands twice in master.cf, where the administrator's own are added to ours.
+bool ServicesStandOnce(const NextGeneration& next)
+{
+    std::string text;
+    if (!ReadFile(next.directory() + "/postfix/master.cf", text)) return false;
+
+    std::istringstream lines(text);
+    std::set<std::string> services;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        std::string type;
+        const bool isEntry = !line.empty() && line.front() != ' ' && line.front() != '#';
+        if (!isEntry || !(words >> name >> type)) continue;
+        if (services.insert(name + "/" + type).second) continue;
+
+        Log(LOG_ERR, "refused: the service %s/%s stands twice", name.c_str(), type.c_str());
+        return false;
+    }
+    return true;
+}
+
 /// What a check of a daemon's files must not do: end with a failure, or complain.
 bool Passed(const ProgramResult& result, const char* check)
 {
@@ -72,6 +95,7 @@ std::set<std::string> TablesIn(const std::string& parameters)
 bool TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
 {
     std::vector<std::vector<std::string>> queries;
+    queries.reserve(tables.size());
     for (const std::string& table : tables) {
         queries.push_back({kPostmap, "-c", configuration, "-q", "probe", table});
     }
@@ -113,12 +137,11 @@ bool ParametersAndTablesAreGood(const std::string& configuration)
 
 bool OwnChecksPass(const NextGeneration& next)
 {
-    std::vector<std::vector<std::string>> checks;
+    // Dovecot's files include the administrator's own, which may have changed at any time.
+    std::vector<std::vector<std::string>> checks{
+        {kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
     if (next.Changed("postfix/")) {
         checks.push_back({kPostfix, "-c", next.directory() + "/postfix", "check"});
-    }
-    if (next.Changed("dovecot/") || next.Changed("tls/")) {
-        checks.push_back({kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"});
     }
     ProgramOptions options;
     options.capture = true;
@@ -175,8 +198,8 @@ bool MapsAnswer(const NextGeneration& next)
 
 bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
 {
-    return PortsAreFree(wanted) && MapsAnswer(next) && OwnChecksPass(next) &&
-           FiltersAccept(next, wanted);
+    return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
+           OwnChecksPass(next) && FiltersAccept(next, wanted);
 }
 
 }  // namespace host

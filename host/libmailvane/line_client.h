@@ -8,11 +8,14 @@
 
 namespace host {
 
-/// A connection to a TCP port of this machine. No step waits longer than three seconds.
+/// A connection to a server on this machine. No step waits longer than three seconds.
 class LineClient {
 public:
     /// Connects from an address of this machine, "127.0.0.1" for the usual one.
     LineClient(int port, const char* from);
+
+    /// Connects to a unix socket.
+    explicit LineClient(const char* path);
 
     /// Whether it is connected.
     bool connected() const { return static_cast<bool>(socket_); }
@@ -25,9 +28,15 @@ public:
     std::optional<std::string> Ask(const std::string& line);
 
     /// Sends a line; what follows tells whether it arrived.
-    void Send(const std::string& line);
+    void Send(const std::string& line) { SendBytes(line + "\r\n"); }
+
+    /// The same without lines: `ReadBytes` returns fewer than `size` when no more come.
+    void SendBytes(const std::string& bytes);
+    std::string ReadBytes(std::size_t size);
 
 private:
+    bool SetPatience();
+
     Descriptor socket_;
 };
 

@@ -42,7 +42,7 @@ std::string ProcessLines(const std::string& filter)
     text += Line("UserID", filter + ":" + filter);
     text += Line("UMask", "007");
     text += Line("Socket", "local:" + Socket(filter));
-    text += Line("PidFile", "/run/mailvane/" + filter + "/pid");
+    text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
     text += Line("AutoRestart", "yes");
     text += Line("AutoRestartRate", "10/1h");
     text += Line("Syslog", "yes");

@@ -156,6 +156,20 @@ bool PutPair(const KeyNames& names, const KeyTexts& keys)
            host::ReplaceByLink(names.folder + kPair, pair);
 }
 
+/// Makes a pair of a private key and puts it in place.
+bool MakePair(const KeyNames& names, const std::string& privateKey)
+{
+    KeyTexts keys;
+    keys.publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
+    if (keys.publicKey.find(kPublicMark) == std::string::npos) return false;
+
+    if (host::ReadFile(privateKey, keys.privateKey) && PutPair(names, keys)) return true;
+
+    host::Log(LOG_ERR, "cannot put the keys in %s in place: %s", names.folder.c_str(),
+              host::ErrnoText());
+    return false;
+}
+
 }  // namespace
 
 int GenerateRSAPrivateKey(const char* path, unsigned int bits)
@@ -175,18 +189,9 @@ int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
     const std::string current = host::Path(privatePath);
     const std::string waiting = WaitingKey(current);
     const KeyNames names{FolderOf(current), NameOf(privatePath), NameOf(publicPath)};
-    const std::string source = host::NameExists(waiting) ? waiting : current;
-    KeyTexts keys;
-    keys.publicKey = OpensslOutput({"pkey", "-in", source, "-pubout"});
-    if (keys.publicKey.find(kPublicMark) == std::string::npos) return -1;
-
-    if (!host::ReadFile(source, keys.privateKey) || !PutPair(names, keys)) {
-        host::Log(LOG_ERR, "cannot put the keys in %s in place: %s", names.folder.c_str(),
-                  host::ErrnoText());
-        return -1;
-    }
+    const bool done = MakePair(names, host::NameExists(waiting) ? waiting : current);
     (void)unlink(waiting.c_str());
-    return 0;
+    return done ? 0 : -1;
 }
 
 int ReadRSAPublicKey(const char* path, std::string& text)

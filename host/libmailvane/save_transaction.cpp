@@ -18,6 +18,7 @@
 #include "host/libmailvane/render.h"
 #include "host/libmailvane/service_control.h"
 #include "host/libmailvane/write_scope.h"
+#include "platform/firewall/firewall.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
 
@@ -62,7 +63,10 @@ struct Reached {
     bool mailboxServer = false;
     bool dkimFilter = false;
     bool dmarcFilter = false;
+    bool firewall = false;
 };
+
+const char kFirewallStep[] = "hup firewall";
 
 int DkimFilterService(const std::string& verb)
 {
@@ -72,6 +76,17 @@ int DkimFilterService(const std::string& verb)
 int DmarcFilterService(const std::string& verb)
 {
     return RunControlScript("opendmarc.sh", verb);
+}
+
+int ReloadFirewall(const std::string& /*unused*/)
+{
+    return HALDFwRuleHup();
+}
+
+bool HasFirewallStep(const std::list<Callback>& steps)
+{
+    return std::any_of(steps.begin(), steps.end(),
+                       [](const Callback& step) { return step.name == kFirewallStep; });
 }
 
 /// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
@@ -92,6 +107,9 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
     if (reached.dkimFilter) plan.insert(mailServer, {"dkim filter", &DkimFilterService, "restart"});
     if (reached.dmarcFilter) {
         plan.insert(mailServer, {"dmarc filter", &DmarcFilterService, "restart"});
+    }
+    if (reached.firewall && !HasFirewallStep(plan)) {
+        plan.push_back({kFirewallStep, &ReloadFirewall, ""});
     }
     return plan;
 }
@@ -114,6 +132,7 @@ Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
         ReachesFilter(DkimFilterRuns(stored), DkimFilterRuns(wanted), next.Changed("opendkim/"));
     reached.dmarcFilter =
         ReachesFilter(DmarcFilterRuns(stored), DmarcFilterRuns(wanted), next.Changed("opendmarc/"));
+    reached.firewall = EnabledPorts(stored) != EnabledPorts(wanted);
     return reached;
 }
 
@@ -127,9 +146,13 @@ void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
 
     if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
-    for (const Callback& step : WholePlan(begun, {true, true, false, false})) {
+    Reached all;
+    all.mailServer = true;
+    all.mailboxServer = true;
+    for (const Callback& step : WholePlan(begun, all)) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
+    if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
     (void)ClearPendingSave();
     RemoveGeneration(abandoned);
 }
@@ -180,11 +203,24 @@ bool AccountChangedSince(const std::string& before)
                                 old->Get("acc_domain_name").value_or("")} == now->Account());
 }
 
-/// Whether a filter ran before a killed save.
-bool FilterRan(const std::string& before)
+/// Services that the mail server calls, and the switches they run for.
+const struct {
+    const char* setting;
+    const char* script;
+} kCalledServices[] = {{"enable_dkim", "opendkim.sh"},
+                       {"enable_dmarc", "opendkim.sh"},
+                       {"enable_dmarc", "opendmarc.sh"},
+                       {"reject_sasl_sender_rate_exceed", "memcached.sh"}};
+
+/// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
+int RestartCalledServices(const std::string& before, const StoredSettings& settings)
 {
     const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
-    return !old || old->Get("enable_dkim") == "yes" || old->Get("enable_dmarc") == "yes";
+    for (const auto& [setting, script] : kCalledServices) {
+        const bool ran = !old || old->Get(setting) == "yes";
+        if ((ran || settings.Bool(setting)) && RunControlScript(script, "restart") < 0) return -1;
+    }
+    return 0;
 }
 
 /// Brings maps and services in line with a generation that a killed save had put in force.
@@ -196,10 +232,7 @@ int CompleteSave(const PendingSave& save)
         HealAccounts(settings->Account()) < 0)
         return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
-    // One that should not run after all is stopped by it.
-    if (DkimFilterRuns(*settings) || FilterRan(save.before)) {
-        if (DkimFilterService("restart") < 0 || DmarcFilterService("restart") < 0) return -1;
-    }
+    if (RestartCalledServices(save.before, *settings) < 0) return -1;
     if (ImapPop3::Service("restart") < 0 || Postfix::Service("restart") < 0) return -1;
 
     return 0;

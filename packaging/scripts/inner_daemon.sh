@@ -8,14 +8,28 @@
 
 folder=/run/mailvane/$service
 socket=$folder/socket
-pid_file=$folder/pid
-started=/run/mailvane/$service.started
+pid_file=$folder.pid
+started=$folder.started
 
 # make_folder USER GROUP: the folder in which the daemon, run by USER, makes its socket, to be used
-# by GROUP.
+# by GROUP. The pid file lies outside: some write it while they are root, and must not be led
+# elsewhere by a link.
 make_folder() {
     [[ -d /run/mailvane ]] || mkdir -m 755 /run/mailvane
-    install -d -m 2750 -o "$1" -g "$2" "$folder"
+    install -d -m 2750 -o "$1" -g "$2" "$folder" || return
+    [[ -e $pid_file ]] || install -m 644 -o "$1" /dev/null "$pid_file"
+}
+
+# find_orphans: as common.sh has it. The daemon's user may write the pid file, so what it names must
+# be the daemon's.
+find_orphans() {
+    local process
+    [[ -r $pid_file ]] && read -r orphans <"$pid_file"
+    [[ ${orphans-} =~ ^[1-9][0-9]*$ && ! -e /proc/$orphans ]] || return
+    for process in $(pgrep -g "$orphans"); do
+        [[ /proc/$process/exe -ef $program ]] && return
+    done
+    return 1
 }
 
 settled() { find_master && [[ -n $(ss -Hlx src "$socket") ]]; }

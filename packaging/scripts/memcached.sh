@@ -7,6 +7,7 @@ service=memcached
 . "${BASH_SOURCE%/*}/inner_daemon.sh"
 
 program=/usr/bin/memcached
+pid_file=$folder/pid  # it makes that anew, under its own user
 megabytes=16
 
 wanted() {

@@ -25,6 +25,10 @@ class _Session(socketserver.StreamRequestHandler):
                 elif method(rest) is False:
                     break
 
+    def finish(self):
+        super().finish()
+        self.connection.close()  # with TLS it is not the one that the server closes
+
     def say(self, line):
         self.wfile.write(line.encode() + b"\r\n")
 

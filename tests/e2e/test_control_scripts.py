@@ -27,13 +27,17 @@ def edit(path, change):
 
 
 class ControlScripts(harness.Story):
+    def setUp(self):
+        super().setUp()
+        # Cleanups run in reverse: every file is what it was by then.
+        self.addCleanup(lambda: [control(service, "restart") for service in MASTERS])
+
     def change(self, name, change):
         """Changes a file of the generation in force until the end of the test."""
         path = os.path.realpath("%s/generated/current/%s" % (ETC, name))
         with open(path, encoding="utf-8") as file:
             before = file.read()
         edit(path, change)
-        self.addCleanup(lambda: [control(service, "restart") for service in MASTERS])
         self.addCleanup(edit, path, lambda _: before)
 
     def change_setting(self, name, value):

@@ -1,7 +1,6 @@
-"""The pages of the mail services: mailboxes, relay host, domains, blocklists."""
+"""The pages of the mailboxes and of the relay host."""
 import contextlib
 import os
-import smtplib
 import socket
 import threading
 import unittest
@@ -9,6 +8,7 @@ import unittest
 import harness
 import nameserver
 from harness import DOMAIN, ETC, answers, delivered, post, read, send, settings, snapshot
+from pages import Pages
 from relay_host import RelayHost
 
 ALICE = "alice@" + DOMAIN
@@ -17,20 +17,9 @@ STRANGER = "203.0.113.1"  # one of a network that the machine does not know
 CURRENT = ETC + "/generated/current"
 PASSWORD = "S3cret: %word"
 
-DNS = nameserver.NameServer(
-    "address=/66.113.0.203.ip.bl.test/127.0.0.2",
-    "address=/67.113.0.203.ip.bl.test/127.255.255.254",
-    "address=/evilsender.test.from.bl.test/127.0.1.2",
-    "address=/badhelo.test.helo.bl.test/127.0.0.9")
-
 
 def setUpModule():
     nameserver.local_network("203.0.113.0/24")
-    DNS.start()
-
-
-def tearDownModule():
-    DNS.stop()
 
 
 def talk(port, *lines, tls=False, source=STRANGER):
@@ -44,29 +33,6 @@ def talk(port, *lines, tls=False, source=STRANGER):
                 connection.sendall(line.encode() + b"\r\n")
                 said.append(answer.readline().decode())
     return said
-
-
-class Pages(harness.Story):
-    """Puts mailbox and relay pages back as they were."""
-
-    def setUp(self):
-        super().setUp()
-        mailbox = read("load_imap_pop3").json()
-        del mailbox["success"]
-        self.addCleanup(self.change, "save_imap_pop3", **mailbox)
-        self.addCleanup(self.change, "save_relay", smtp_relay_enabled=False, smtp_relay_auth=False,
-                        spam_dnsbl_enable=False)
-
-    def change(self, action, **members):
-        answer = post({"action": action, **members}).json()
-        self.assertIs(answer.get("success"), True, answer)
-        return answer
-
-    def assert_refused(self, action, **members):
-        """A save that is refused changes nothing."""
-        before = snapshot(ETC)
-        self.assert_system_error(post({"action": action, **members}).json())
-        self.assertEqual(snapshot(ETC), before)
 
 
 class Mailboxes(Pages):
@@ -303,104 +269,6 @@ class Relay(Pages):
                       {"smtp_relay_server": "relay.test, evil.test"}, {"smtp_relay_port": 0}):
             with self.subTest(wrong):
                 self.assert_refused("save_relay", **{**self.page, **wrong})
-
-
-class Domains(Pages):
-    def domains(self):
-        return [item["domain"] for item in read("enum_domain").json()["items"]]
-
-    def assert_unknown(self, address):
-        with self.assertRaises(smtplib.SMTPRecipientsRefused) as refusal:
-            send("x@elsewhere.test", [address], "refused")
-        self.assertIn(b"Relay access denied", str(refusal.exception).encode())
-
-    def test_mail_for_a_domain_comes_and_goes_with_it(self):
-        self.assert_unknown("bob@second.test")
-        self.change("add_domain", domain="Second.TEST")
-        send("x@elsewhere.test", ["bob@second.test"], "to the second domain")
-        delivered("bob", "to the second domain")
-        self.assert_unknown("bob@sub.second.test")
-
-        self.change("edit_domain", orgDomain="second.test", newDomain="third.test")
-        self.assertEqual(self.domains(), ["third.test"])
-        self.assert_unknown("bob@second.test")
-        send("x@elsewhere.test", ["bob@third.test"], "to the third domain")
-        delivered("bob", "to the third domain")
-
-        self.change("delete_domain", domainList=[{"domain": "third.test"}])
-        self.assertEqual(self.domains(), [])
-        self.assert_unknown("bob@third.test")
-        send("x@elsewhere.test", [BOB], "to the first domain")
-
-    def test_a_login_owns_its_addresses_in_every_domain(self):
-        self.change("add_domain", domain="second.test")
-        self.assert_saved(restrict_sender=True)
-        send("alice@second.test", [BOB], "from the second domain", port=587, login="alice")
-        self.change("delete_domain", domainList=[{"domain": "second.test"}])
-        with self.assertRaises(smtplib.SMTPException):
-            send("alice@second.test", [BOB], "no more", port=587, login="alice")
-
-    def test_names_that_are_no_mail_domain(self):
-        for name in ("", "nodots", "two words.test", "a..test", "-a.test", "x.test, evil.test",
-                     "x.test\ny.test", "$myhostname.test", "a" * 64 + ".test", "<b>.test"):
-            with self.subTest(name):
-                self.assert_refused("add_domain", domain=name)
-                self.assert_refused("edit_domain", orgDomain="x.test", newDomain=name)
-
-
-class Blocklists(Pages):
-    def say(self, source, helo="client.test", sender="x@elsewhere.test"):
-        """What the mail server answers to a recipient named by a client."""
-        with smtplib.SMTP("127.0.0.1", 25, local_hostname=helo, timeout=20,
-                          source_address=(source, 0)) as client:
-            client.ehlo()
-            client.mail(sender)
-            code, text = client.rcpt(BOB)
-            return "%d %s" % (code, text.decode())
-
-    def setUp(self):
-        super().setUp()
-        self.entries = [{"server": "ip.bl.test", "type": "rbl_client"},
-                        {"server": "from.bl.test", "type": "rhsbl_sender"},
-                        {"server": "helo.bl.test", "type": "rhsbl_helo"}]
-        for entry in self.entries:
-            self.change("add_dnsb", **entry)
-        self.addCleanup(self.change, "del_dnsb", dnsbList=self.entries)
-
-    def test_what_is_listed_is_refused(self):
-        listed = {"client": ("203.0.113.66",), "sender": (STRANGER, "c.test", "x@evilsender.test"),
-                  "greeting": (STRANGER, "badhelo.test")}
-        for what, arguments in listed.items():
-            self.assertEqual(self.say(*arguments)[:3], "250", what + ", lists are off")
-
-        self.change("save_relay", spam_dnsbl_enable=True)
-        for (what, arguments), entry in zip(listed.items(), self.entries):
-            with self.subTest(what):
-                said = self.say(*arguments)
-                self.assertTrue(said.startswith("554 5.7.1"), said)
-                self.assertIn("blocked using " + entry["server"], said)
-        for what, source in (("not listed", STRANGER), ("no listing", "203.0.113.67")):
-            self.assertEqual(self.say(source)[:3], "250", what)
-
-        self.change("del_dnsb", dnsbList=self.entries[:1])
-        self.assertEqual(self.say("203.0.113.66")[:3], "250")
-        self.assertEqual(read("enum_dnsb").json()["items"], self.entries[1:])
-
-    def test_a_silent_list_lets_mail_pass(self):
-        self.change("save_relay", spam_dnsbl_enable=True)
-        self.change("edit_dnsb", orgServer="ip.bl.test", orgType="rbl_client",
-                    newServer="nowhere.bl.test", newType="rbl_client")
-        self.entries.append({"server": "nowhere.bl.test", "type": "rbl_client"})
-        self.assertEqual(self.say("203.0.113.66")[:3], "250")
-
-    def test_an_entry_is_zone_and_kind(self):
-        self.change("del_dnsb", dnsbList=[{"server": "ip.bl.test", "type": "rhsbl_helo"}])
-        self.assertEqual(read("enum_dnsb").json()["items"], self.entries)
-        for entry in ({"server": "ip.bl.test", "type": "rbl_friend"},
-                      {"server": "ip.bl.test, permit", "type": "rbl_client"},
-                      {"server": "", "type": "rbl_client"}, {"server": "x.test", "type": ""}):
-            with self.subTest(entry):
-                self.assert_refused("add_dnsb", **entry)
 
 
 if __name__ == "__main__":

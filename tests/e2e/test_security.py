@@ -37,12 +37,12 @@ def make_name_server():
     """Domains of others: what they publish, and a key that signs for one of them."""
     run(OPENSSL, "genrsa", "-out", FOREIGN_KEY, "2048")
     public = one_line(run(OPENSSL, "pkey", "-in", FOREIGN_KEY, "-pubout"))
-    halves = '"%s","%s"' % (public[:200], public[200:])
     return nameserver.NameServer(
         "local=/example/",
         "txt-record=strict.example,v=spf1 ip4:%s -all" % OWN,
         "txt-record=_dmarc.strict.example,v=DMARC1; p=reject; adkim=r; aspf=r",
-        'txt-record=mail._domainkey.strict.example,"v=DKIM1; k=rsa; p=",%s' % halves,
+        "txt-record=mail._domainkey.strict.example,v=DKIM1; k=rsa; p=%s,%s" % (public[:200],
+                                                                                public[200:]),
         "txt-record=_dmarc.lax.example,v=DMARC1; p=none",
         "txt-record=hard.example,v=spf1 ip4:%s -all" % OWN,
         "txt-record=soft.example,v=spf1 ip4:%s ~all" % OWN)
@@ -64,6 +64,11 @@ def security(**changes):
     page = read("load_security").json()
     body = {name: page[name] for name in SWITCHES + ("smtpd_sasl_sender_rate_limit",)}
     return post({"action": "save_security", **body, **changes}).json()
+
+
+def generate():
+    """Has a new pair of keys made; the answer."""
+    return read("generate_dkim_key", headers={"Sec-Fetch-Site": "same-origin"}).json()
 
 
 def text_of(sender, subject, extra=""):
@@ -94,8 +99,9 @@ def socket_of(service):
 
 def runs(service):
     """Number of the running daemon, or 0."""
+    pid_file = "/run/mailvane/%s" + ("/pid" if service == "memcached" else ".pid")
     try:
-        pid = pid_of("/run/mailvane/%s/pid" % service)
+        pid = pid_of(pid_file % service)
         return pid if service in os.readlink("/proc/%d/exe" % pid) else 0
     except (FileNotFoundError, ValueError):
         return 0
@@ -117,7 +123,8 @@ def in_place_of(program, script):
 class Security(harness.Story):
     def setUp(self):
         super().setUp()
-        self.addCleanup(self.secure, **{name: False for name in SWITCHES})
+        self.addCleanup(self.secure, smtpd_sasl_sender_rate_limit=100,
+                        **{name: False for name in SWITCHES})
 
     def secure(self, **changes):
         """Saves the page; the answer."""
@@ -172,10 +179,10 @@ class Signing(Security):
                        input=text_of(ALICE, "signed at home").replace(b"\r", b""))
         self.assertTrue(signature_holds(self.left("signed at home"), key))
 
-        before = snapshot(ETC + "/generated")
+        before = os.path.realpath(CURRENT), snapshot(os.path.realpath(CURRENT))
         daemon = runs("opendkim")
         self.assertNotIn("dkim_public_key", self.secure())
-        self.assertEqual(snapshot(ETC + "/generated"), before)
+        self.assertEqual((os.path.realpath(CURRENT), snapshot(os.path.realpath(CURRENT))), before)
         self.assertEqual(runs("opendkim"), daemon, "nothing changed, yet it was restarted")
 
     def test_nothing_is_signed_for_strangers_and_while_it_is_off(self):
@@ -200,32 +207,32 @@ class Signing(Security):
         self.secure(enable_dkim=True)
         old = read("load_security").json()["dkim_public_key"]
         pairs = len(os.listdir(KEYS))
-        new = read("generate_dkim_key").json()["dkim_public_key"]
+        new = generate()["dkim_public_key"]
         self.assertNotEqual(new, old)
         self.assertEqual(len(os.listdir(KEYS)), pairs + 1)
-        self.assertEqual(run(OPENSSL, "pkey", "-in", KEYS + "/dkim.private", "-noout", "-text")
-                         .splitlines()[0], "Private-Key: (1024 bit, 2 primes)")
+        text = run(OPENSSL, "pkey", "-in", KEYS + "/dkim.private", "-noout", "-text")
+        self.assertIn("1024 bit", text)
         mail = self.send_out("signed anew")
         self.assertTrue(signature_holds(mail, new))
         self.assertFalse(signature_holds(mail, old))
 
         self.secure(enable_dkim=False)
-        self.assertIs(read("generate_dkim_key").json()["success"], True)
+        self.assertIs(generate()["success"], True)
         self.assertEqual(runs("opendkim"), 0)
 
     def test_a_failed_generation_leaves_the_old_pair_working(self):
         self.secure(enable_dkim=True)
         key = read("load_security").json()["dkim_public_key"]
-        before = snapshot(KEYS + "/pair/")
+        before = snapshot(KEYS)
         for step, logged in (("genrsa", "Failed to GenerateRSAPrivateKey"),
                              ("pkey", "Failed to GenerateRSAPublicKey")):
             with self.subTest(step):
                 log = harness.SystemLog()
                 with in_place_of(OPENSSL, '[ "$1" != %s ] || exit 1\nexec %s.real "$@"\n'
                                  % (step, OPENSSL)):
-                    self.assert_system_error(read("generate_dkim_key").json())
+                    self.assert_system_error(generate())
                 self.assertIn(logged, " ".join(log.lines()))
-                self.assertEqual(snapshot(KEYS + "/pair/"), before)
+                self.assertEqual(snapshot(KEYS), before)
                 self.assertEqual(control("opendkim", "restart"), 0)
                 self.assertTrue(signature_holds(self.send_out("after failed " + step), key))
 
@@ -234,7 +241,7 @@ class Signing(Security):
         self.assertEqual(control("opendkim", "stop"), 0)
         with self.assertRaises(smtplib.SMTPException) as refusal:
             harness.send(ALICE, [FAR], "without signer", 587, "alice")
-        self.assertIn("451", str(refusal.exception))
+        self.assertEqual(refusal.exception.smtp_code // 10, 45, refusal.exception)
         self.assertEqual(control("opendkim", "start"), 0)
         self.send_out("with signer again")
 
@@ -335,6 +342,23 @@ class Checking(Security):
         self.assertNotIn(runs("memcached"), (0, first))
         self.secure(reject_sasl_sender_rate_exceed=False)
         self.assertEqual(runs("memcached"), 0)
+
+    def test_every_verb_can_be_repeated(self):
+        self.secure(enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
+        for service in ("opendkim", "opendmarc", "memcached"):
+            with self.subTest(service):
+                running = runs(service)
+                for verb in ("start", "restart"):
+                    self.assertEqual(control(service, verb), 0)
+                self.assertEqual(runs(service), running, "nothing changed, yet it was restarted")
+                os.kill(running, 9)
+                self.assertEqual(control(service, "restart"), 0)
+                self.assertNotIn(runs(service), (0, running))
+                for _ in range(2):
+                    self.assertEqual(control(service, "stop"), 0)
+                    self.assertEqual(runs(service), 0)
+                self.assertEqual(control(service, "start"), 0)
+                self.assertTrue(runs(service))
 
     def test_inner_doors_are_closed_to_other_users(self):
         self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)

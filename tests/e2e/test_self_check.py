@@ -1,5 +1,6 @@
 """The self-check: its words for a healthy server, for faults, and for a dead DNS."""
 import os
+import signal
 import time
 import unittest
 
@@ -8,17 +9,18 @@ import nameserver
 from harness import ETC, post, read
 
 HOST = "192.0.2.10"
-DNS = nameserver.NameServer(
+RECORDS = (
     "host-record=mv.test," + HOST, "ptr-record=10.2.0.192.in-addr.arpa,mv.test",
     "address=/renamed.test/192.0.2.11", "mx-host=mv.test,mv.test,10",
     "txt-record=mv.test,v=spf1 mx -all", "txt-record=_dmarc.mv.test,v=DMARC1; p=none",
     "mx-host=elsewhere-mx.test,mx.other.test,10",
     "host-record=10.2.0.192.refusing.bl.test,127.255.255.254",
     "host-record=10.2.0.192.listing.bl.test,127.0.0.2")
+DNS = nameserver.NameServer(*RECORDS)
 
 # Those that the default settings switch off, and those that depend on the machine below the world.
-OFF = {"smtps_port", "imaps_port", "pop3_port", "pop3s_port", "directory_accounts", "dns_dkim",
-       "dns_blocklists"}
+OFF = {"opendkim", "opendmarc", "memcached", "smtps_port", "imaps_port", "pop3_port", "pop3s_port",
+       "directory_accounts", "config_opendkim", "config_opendmarc", "dns_dkim", "dns_blocklists"}
 MACHINE = {"packet_filter", "disk_queue", "disk_mail", "disk_logs", "disk_settings"}
 
 
@@ -85,13 +87,12 @@ class SelfCheck(harness.Story):
 
     def test_a_hanging_server_and_a_dead_dns_take_no_ten_seconds(self):
         master = harness.pid_of("/run/dovecot/master.pid")
-        children = harness.run("/usr/bin/pgrep", "-P", str(master)).split()
         with DNS.silent():
-            harness.run("/bin/kill", "-STOP", str(master), *children)
+            os.killpg(master, signal.SIGSTOP)
             try:
                 found, seconds = words()
             finally:
-                harness.run("/bin/kill", "-CONT", str(master), *children)
+                os.killpg(master, signal.SIGCONT)
         self.assertLess(seconds, 10)
         self.assertEqual({word for key, word in found.items()
                           if key.startswith("dns_") and key not in OFF}, {"UNKNOWN"})
@@ -100,6 +101,7 @@ class SelfCheck(harness.Story):
                          ("OK", "OK", "OK"))
 
     def test_domains_and_blocklists(self):
+        self.addCleanup(self.forget_domains_and_blocklists)
         for change in (
             {"action": "add_domain", "domain": "elsewhere-mx.test"},
             {"action": "add_dnsb", "server": "refusing.bl.test", "type": "rbl_client"},
@@ -115,14 +117,49 @@ class SelfCheck(harness.Story):
             self.assertTrue(post(change).json()["success"], change)
         self.assert_not_ok(dns_mx="FAILED", dns_spf="WARNING", dns_dmarc="WARNING",
                            dns_blocklists="WARNING")
+
+    def forget_domains_and_blocklists(self):
         lists = ("refusing.bl.test", "listing.bl.test")
         for change in (
-            {"action": "delete_domain", "domainList": [{"domain": "no-mx.test"}]},
+            {"action": "delete_domain",
+             "domainList": [{"domain": "elsewhere-mx.test"}, {"domain": "no-mx.test"}]},
             {"action": "del_dnsb",
              "dnsbList": [{"server": name, "type": "rbl_client"} for name in lists]},
             {"action": "save_relay", "spam_dnsbl_enable": False},
         ):
             self.assertTrue(post(change).json()["success"], change)
+
+    def secure(self, **changes):
+        page = read("load_security").json()
+        self.assertTrue(post({**page, "action": "save_security", **changes}).json()["success"])
+        return read("load_security").json()
+
+    def test_filters(self):
+        switches = ("enable_dkim", "enable_dmarc", "reject_sasl_sender_rate_exceed")
+        filters = {key: "OK" for key in ("opendkim", "opendmarc", "memcached", "config_opendkim",
+                                         "config_opendmarc")}
+        self.addCleanup(self.secure, **{name: False for name in switches})
+        page = self.secure(**{name: True for name in switches})
+        self.assert_not_ok(dns_dkim="FAILED", **filters)
+
+        record = "txt-record=mail._domainkey.mv.test,v=DKIM1; k=rsa; p="
+        for key, word in (("AAAA", "FAILED"), (page["dkim_public_key"], "OK")):
+            DNS.stop()
+            dns = nameserver.NameServer(*RECORDS, record + key)
+            dns.start()
+            try:
+                self.assert_not_ok(dns_dkim=word, **filters)
+            finally:
+                dns.stop()
+                DNS.start()
+
+        for service in ("opendkim", "opendmarc", "memcached"):
+            pid = harness.pid_of("/run/mailvane/%s/pid" % service)
+            os.killpg(pid, signal.SIGSTOP)
+            try:
+                self.assertEqual(words()[0][service], "FAILED")
+            finally:
+                os.killpg(pid, signal.SIGCONT)
 
     def test_certificates(self):
         certificate, key = ETC + "/tls/cert.pem", ETC + "/tls/key.pem"

@@ -33,20 +33,24 @@ TEST(SelfCheckTable, NamesEachCheckOnceAndSwitchesItByASetting)
     for (const Check& check : host::AllChecks()) {
         EXPECT_TRUE(keys.insert(check.key).second) << check.key;
         EXPECT_LE(check.limit, host::kLongestCheck) << check.key;
-        if (check.setting == nullptr) continue;
-
-        const host::SettingInfo* setting = host::FindSetting(check.setting);
-        ASSERT_NE(nullptr, setting) << check.key;
-        EXPECT_TRUE(host::SettingAccepts(*setting, "no") || host::SettingAccepts(*setting, "local"))
-            << check.key << " is never off";
+        for (const char* name : {check.setting, check.orSetting}) {
+            if (name == nullptr) continue;
+            const host::SettingInfo* setting = host::FindSetting(name);
+            ASSERT_NE(nullptr, setting) << check.key;
+            EXPECT_TRUE(host::SettingAccepts(*setting, "no") ||
+                        host::SettingAccepts(*setting, "local"))
+                << check.key << " is never off";
+        }
     }
 }
 
 /// The row of a check in the document.
 std::string DocumentRow(const Check& check)
 {
-    const std::string off =
-        check.setting == nullptr ? "" : "`" + std::string(check.setting) + "` off";
+    std::string off;
+    for (const char* name : {check.setting, check.orSetting}) {
+        if (name != nullptr) off += (off.empty() ? "`" : ", `") + std::string(name) + "`";
+    }
     return "| `" + std::string(check.key) + "` | " + check.meaning + " | " + off + " |";
 }
 
@@ -98,9 +102,10 @@ Finding TalksALot(const StoredSettings&, const char*)
     return {CheckWord::kWarning, std::string(1 << 20, 'x')};
 }
 
-Check Row(Finding (*run)(const StoredSettings&, const char*), const char* setting = nullptr)
+Check Row(Finding (*run)(const StoredSettings&, const char*), const char* setting = nullptr,
+          const char* otherSetting = nullptr)
 {
-    return {"key", setting, run, "subject", seconds(1), ""};
+    return {"key", setting, run, "subject", seconds(1), "", otherSetting};
 }
 
 /// What is found at the default settings.
@@ -120,11 +125,12 @@ TEST(SelfCheckRunner, KeepsTheOrderAndRunsNothingThatIsOff)
 {
     const auto findings =
         FindingsOf({Row(Fails), Row(Fine), Row(Crashes, "pop3_enabled"), Row(Fine, "imap_enabled"),
-                    Row(Crashes, "account_type"), Row(TalksALot)});
-    EXPECT_EQ((std::vector<std::string>{"FAILED", "OK", "OFF", "OK", "OFF", "WARNING"}),
+                    Row(Crashes, "account_type", "enable_dkim"),
+                    Row(Fails, "enable_dkim", "imap_enabled"), Row(TalksALot)});
+    EXPECT_EQ((std::vector<std::string>{"FAILED", "OK", "OFF", "OK", "OFF", "FAILED", "WARNING"}),
               Words(findings));
     EXPECT_EQ("subject", findings[0].detail);
-    EXPECT_GE(findings[5].detail.size(), 500U);
+    EXPECT_GE(findings[6].detail.size(), 500U);
 }
 
 TEST(SelfCheckRunner, EndsWhatHangsAtItsLimitAndLeavesNoProcess)

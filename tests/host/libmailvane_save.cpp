@@ -112,7 +112,7 @@ protected:
             fs::create_directories(kPackage / folder);
         }
         fs::create_directories("/var/log/mailvane");
-        for (const char* service : {"postfix", "dovecot"}) {
+        for (const char* service : {"postfix", "dovecot", "opendkim", "opendmarc"}) {
             const fs::path script = kPackage / "target/scripts" / (std::string(service) + ".sh");
             WriteFile(script, std::string("#!/bin/sh\necho ") + service +
                                   " $1 >>/tmp/calls\n[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; "
@@ -189,6 +189,20 @@ TEST_F(SaveTransaction, RefusesBadValuesAndFilesWithoutChangingAnything)
     }
 }
 
+TEST_F(SaveTransaction, RefusesFragmentsOfTheAdministratorThatTheDaemonsWouldNotTake)
+{
+    const std::pair<const char*, const char*> fragments[] = {
+        {"master.cf", "25 inet n - n - - smtpd\n"},
+        {"own.dovecot.conf", "no_such_setting = yes\n"},
+    };
+    for (const auto& [name, text] : fragments) {
+        WriteFile(kPackage / "etc/local.d" / name, text);
+        EXPECT_LT(Save("require_helo", Value<bool>(true)), 0) << name;
+        EXPECT_EQ(StoredValue("require_helo"), "no") << name;
+        fs::remove(kPackage / "etc/local.d" / name);
+    }
+}
+
 TEST_F(SaveTransaction, TakesTheSaveBackWhenAStepFails)
 {
     const auto before = Everything();
@@ -227,6 +241,24 @@ TEST_F(SaveTransaction, AKilledSaveIsFinishedByTheNextWriter)
     EXPECT_EQ(ReadText(kCalls), "dovecot restart\npostfix restart\n");
     EXPECT_FALSE(fs::exists(kPackage / "etc/generated/pending"));
     EXPECT_NE(MainCf().find("myhostname = new.example"), std::string::npos);
+}
+
+TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer)
+{
+    // The DMARC checker needs the verifier, and no step speaks for that.
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
+    EXPECT_EQ(ReadText(kCalls), "opendkim restart\nopendmarc restart\npostfix restart\n");
+
+    fs::remove(kCalls);
+    EXPECT_EQ(Save("require_helo", Value<bool>(true)), 0);
+    EXPECT_EQ(ReadText(kCalls), "postfix restart\n");
+
+    fs::remove(kCalls);
+    const Callback killed{"killed", &KillThisProcess, ""};
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(false), {killed}), kKilled);
+    EXPECT_EQ(InRequest([] { return host::WriteScope().ok() ? 0 : -1; }), 0);
+    EXPECT_EQ(ReadText(kCalls),
+              "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
 }
 
 TEST_F(SaveTransaction, ASaveKilledBeforeItsCommitLeavesNothingBehind)

@@ -1,7 +1,8 @@
 # Settings, rendered files and saves of the service library.
 add_executable(libmailvane_settings_tests
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_table.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_render.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_render.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_signing.cpp)
 target_link_libraries(libmailvane_settings_tests PRIVATE mailvane_service GTest::gtest_main)
 add_test(NAME libmailvane_settings COMMAND libmailvane_settings_tests)
 

@@ -1,0 +1,253 @@
+// Keys for DKIM, and the texts of the filters' files.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/mail_filters.h"
+#include "platform/mailvane/rsa_key.h"
+#include "tests/host/libmailvane_stores_machine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::StoredSettings;
+
+const char kPrivate[] = "/var/packages/Mailvane/etc/dkim.key//dkim.private";
+const char kPublic[] = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
+constexpr unsigned int kTooFewBits = 1;  // OpenSSL refuses to make such a key
+
+class RsaKeys : public Machine {
+protected:
+    void SetUp() override
+    {
+        Machine::SetUp();
+        folder_ = host::PackagePath("etc/dkim.key");
+        ASSERT_TRUE(host::MakeDirectories(folder_, 0700));
+    }
+
+    static int Generate()
+    {
+        return GenerateRSAPrivateKey(kPrivate, 1024) < 0 ? -1
+                                                         : GenerateRSAPublicKey(kPrivate, kPublic);
+    }
+
+    /// What is read by the two names, in one text; "" when the halves disagree.
+    std::string Pair() const
+    {
+        std::string publicKey;
+        if (ReadRSAPublicKey(kPublic, publicKey) < 0) return "";
+        host::ProgramOptions options;
+        options.capture = true;
+        const std::string derived =
+            host::RunProgram({"/usr/bin/openssl", "pkey", "-in", PrivateFile(), "-pubout"}, options)
+                .output;
+        return derived == publicKey ? Contents(PrivateFile()) + publicKey : "";
+    }
+
+    std::string PrivateFile() const { return folder_ + "/dkim.private"; }
+    std::string PublicFile() const { return folder_ + "/dkim.public"; }
+
+    int Pairs() const
+    {
+        int pairs = 0;
+        for (const auto& entry : fs::directory_iterator(folder_)) {
+            pairs += entry.is_directory() && !entry.is_symlink() ? 1 : 0;
+        }
+        return pairs;
+    }
+
+    static mode_t ModeOf(const std::string& path)
+    {
+        struct stat info {};
+        return stat(path.c_str(), &info) == 0 ? info.st_mode & 07777U : 0;
+    }
+
+    std::string folder_;
+};
+
+TEST_F(RsaKeys, ANewPairReplacesTheOldOneWhichIsKept)
+{
+    ASSERT_EQ(Generate(), 0);
+    const std::string first = Pair();
+    EXPECT_NE(first, "");
+    EXPECT_EQ(ModeOf(PrivateFile()), 0600U);
+    EXPECT_EQ(ModeOf(PublicFile()), 0644U);
+
+    ASSERT_EQ(Generate(), 0);
+    EXPECT_NE(Pair(), "");
+    EXPECT_NE(Pair(), first);
+    EXPECT_EQ(Pairs(), 2);
+    EXPECT_FALSE(fs::exists(PrivateFile() + ".new"));
+}
+
+TEST_F(RsaKeys, AGenerationThatEndsEarlyLeavesTheOldPair)
+{
+    ASSERT_EQ(Generate(), 0);
+    const std::string before = Pair();
+
+    EXPECT_LT(GenerateRSAPrivateKey(kPrivate, kTooFewBits), 0);
+    EXPECT_EQ(Pair(), before);
+
+    // A process killed between the halves has left a new private key.
+    EXPECT_EQ(GenerateRSAPrivateKey(kPrivate, 1024), 0);
+    EXPECT_EQ(ModeOf(PrivateFile() + ".new"), 0600U);
+    EXPECT_EQ(Pair(), before);
+
+    Write(PrivateFile() + ".new", "no key\n");
+    EXPECT_LT(GenerateRSAPublicKey(kPrivate, kPublic), 0);
+    EXPECT_EQ(Pair(), before);
+    EXPECT_EQ(Generate(), 0);
+    EXPECT_NE(Pair(), before);
+}
+
+TEST_F(RsaKeys, KeysPutThereByHandAreKeptAsPairsToo)
+{
+    ASSERT_EQ(Generate(), 0);
+    const std::string byHand = Pair();
+    const std::string privateKey = Contents(PrivateFile());
+    const std::string publicKey = Contents(PublicFile());
+    fs::remove_all(folder_);
+    Write(PrivateFile(), privateKey);
+    Write(PublicFile(), publicKey);
+
+    EXPECT_LT(GenerateRSAPrivateKey(kPrivate, kTooFewBits), 0);
+    EXPECT_EQ(Pair(), byHand);
+    ASSERT_EQ(Generate(), 0);
+    EXPECT_NE(Pair(), byHand);
+    EXPECT_EQ(Pairs(), 2);
+    for (const auto& entry : fs::directory_iterator(folder_)) {
+        if (entry.is_directory() && !entry.is_symlink() &&
+            !fs::equivalent(entry.path(), folder_ + "/pair")) {
+            EXPECT_EQ(Contents(entry.path() / "dkim.private"), privateKey);
+        }
+    }
+}
+
+TEST_F(RsaKeys, WhatIsNotThereCannotBeRead)
+{
+    std::string text = "as it was";
+    EXPECT_LT(ReadRSAPublicKey(kPublic, text), 0);
+    EXPECT_LT(GenerateRSAPublicKey(kPrivate, kPublic), 0);
+    EXPECT_EQ(text, "as it was");
+    EXPECT_FALSE(fs::exists(PublicFile()));
+}
+
+/// Settings of a server for example.org that differ from the defaults by some.
+StoredSettings With(std::initializer_list<std::pair<const char*, const char*>> changes)
+{
+    StoredSettings settings;
+    settings.Set("smtp_hostname", "mail.example.org");
+    settings.Set("acc_domain_name", "example.org");
+    for (const auto& [name, value] : changes) settings.Set(name, value);
+    return settings;
+}
+
+TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
+{
+    const std::string dkim = "{ unix:/run/mailvane/opendkim/socket, default_action=tempfail }";
+    const std::string dmarc = "{ unix:/run/mailvane/opendmarc/socket, default_action=accept }";
+    const struct {
+        const char* signs;
+        const char* checks;
+        std::string smtp;
+        std::string local;
+    } rows[] = {
+        {"no", "no", "", ""},
+        {"yes", "no", dkim, dkim},
+        {"no", "yes", dkim + ", " + dmarc, ""},  // the checker needs the verifier, before it
+        {"yes", "yes", dkim + ", " + dmarc, dkim},
+    };
+    for (const auto& row : rows) {
+        const auto settings = With({{"enable_dkim", row.signs}, {"enable_dmarc", row.checks}});
+        const std::string main = host::RenderPostfixMain(settings, {});
+        const std::string where = std::string(row.signs) + " " + row.checks;
+        const auto shown = [](const std::string& value) {
+            return value.empty() ? "\n" : " " + value + "\n";
+        };
+        EXPECT_NE(main.find("\nsmtpd_milters =" + shown(row.smtp)), std::string::npos) << where;
+        EXPECT_NE(main.find("\nnon_smtpd_milters =" + shown(row.local)), std::string::npos)
+            << where;
+    }
+}
+
+TEST(Filters, SpfIsAskedLastAndOnlyWhileItIsOn)
+{
+    StoredSettings settings = With({{"enable_spf_check", "yes"}, {"spam_dnsbl_enable", "yes"}});
+    settings.blocklists = {{"bl.example", "rbl_client"}};
+    const std::string main = host::RenderPostfixMain(settings, {});
+    EXPECT_NE(main.find("bl.example=127.0.[0..255].[0..255], "
+                        "check_policy_service unix:private/policyd-spf\n"),
+              std::string::npos)
+        << main;
+    EXPECT_NE(host::RenderPostfixMaster(settings, {}).find("\npolicyd-spf unix "),
+              std::string::npos);
+
+    settings.Set("enable_spf_check", "no");
+    EXPECT_EQ(host::RenderPostfixMain(settings, {}).find("policyd-spf"), std::string::npos);
+    EXPECT_EQ(host::RenderPostfixMaster(settings, {}).find("policyd-spf"), std::string::npos);
+}
+
+class FilterFiles : public Machine {
+protected:
+    /// Text of a file of a generation made of settings.
+    static std::string Text(const StoredSettings& settings, const std::string& name,
+                            const host::Surroundings& around = {})
+    {
+        host::NextGeneration next;
+        host::PutFilterFiles(next, settings, around);
+        return Contents(next.directory() + "/" + name);
+    }
+};
+
+TEST_F(FilterFiles, FollowTheSettings)
+{
+    const char dkim[] = "opendkim/opendkim.conf";
+    const char spf[] = "spf/policyd-spf.conf";
+    const struct {
+        std::pair<const char*, const char*> setting;
+        const char* file;
+        const char* want;
+    } rows[] = {
+        {{"enable_dkim", "no"}, dkim, "\nMode v\n"},
+        {{"enable_dkim", "yes"}, dkim, "\nMode sv\n"},
+        {{"smtp_hostname", "mx.example.net"}, dkim, "\nAuthservID mx.example.net\n"},
+        {{"smtp_hostname", "mx.example.net"},
+         "opendmarc/opendmarc.conf",
+         "\nTrustedAuthservIDs mx.example.net\n"},
+        {{"dkim_selector", "s2026"}, "opendkim/KeyTable", "%:s2026:/"},
+        {{"reject_spf_soft_fail", "no"}, spf, "\nMail_From_reject = Fail\n"},
+        {{"reject_spf_soft_fail", "yes"}, spf, "\nMail_From_reject = Softfail\n"},
+    };
+    for (const auto& row : rows) {
+        const std::string text = Text(With({row.setting}), row.file);
+        EXPECT_NE(text.find(row.want), std::string::npos) << row.setting.first << "\n" << text;
+    }
+}
+
+TEST_F(FilterFiles, TheSignerSignsForEachMailDomainAndForNoOther)
+{
+    StoredSettings settings = With({});
+    settings.domains = {"second.example", "example.org"};
+    EXPECT_EQ(Text(settings, "opendkim/SigningTable"),
+              "*@mail.example.org server\n*@example.org server\n*@second.example server\n");
+    // Mail of these clients is signed without a login.
+    EXPECT_EQ(Text(settings, "opendkim/TrustedHosts"), "127.0.0.1\n::1\n");
+}
+
+TEST_F(FilterFiles, TheVerifierAsksTheMachinesNameServers)
+{
+    host::Surroundings around;
+    EXPECT_EQ(Text(With({}), "opendkim/resolver.conf", around).find("forward-zone"),
+              std::string::npos);
+    around.nameServers = {"127.0.0.53", "2001:db8::53"};
+    const std::string text = Text(With({}), "opendkim/resolver.conf", around);
+    EXPECT_NE(text.find("    name: \".\"\n    forward-addr: 127.0.0.53\n"
+                        "    forward-addr: 2001:db8::53\n"),
+              std::string::npos)
+        << text;
+}
+
+}  // namespace
