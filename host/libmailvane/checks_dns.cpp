@@ -20,7 +20,7 @@ Finding NoAnswer()
 }
 
 /// What mail is accepted for, the host name only when it is the domain of the accounts.
-std::set<std::string> MailDomains(const StoredSettings& settings)
+std::set<std::string> AddressDomains(const StoredSettings& settings)
 {
     std::set<std::string> domains(settings.domains.begin(), settings.domains.end());
     domains.insert(settings.MailDomain());
@@ -32,7 +32,7 @@ template <typename DomainCheck>
 Finding ForEachDomain(const StoredSettings& settings, DomainCheck check)
 {
     Finding sum;
-    for (const std::string& domain : MailDomains(settings)) {
+    for (const std::string& domain : AddressDomains(settings)) {
         Finding finding = check(domain);
         if (finding.word == CheckWord::kUnknown) return finding;
         Add(sum, finding);

@@ -42,11 +42,17 @@ int PerCent(std::uint64_t left, std::uint64_t total)
     return total == 0 ? 100 : static_cast<int>(left * 100 / total);
 }
 
+/// What is found when a program took too long or could not be started.
+Finding CouldNotRun()
+{
+    return {CheckWord::kUnknown, "the program for it does not answer"};
+}
+
 /// What a daemon finds wrong: that it ends with a failure, and at most what it says about it.
 Finding Judge(const ProgramResult& result)
 {
     if (result.Succeeded()) return {};
-    if (result.status < 0) return {CheckWord::kUnknown, "the configuration could not be checked"};
+    if (result.status < 0) return CouldNotRun();
     return {CheckWord::kFailed, FirstLine(result.errors)};
 }
 
@@ -63,6 +69,7 @@ Finding CheckCertificateAge(const StoredSettings& /*settings*/, const char* /*su
     const auto results = RunPrograms({later, now}, CheckOptions());
     if (results[0].Succeeded()) return {};
     if (results[1].Succeeded()) return {CheckWord::kWarning, path + " expires soon"};
+    if (results[1].status < 0) return CouldNotRun();
     return {CheckWord::kFailed, path + " has expired or cannot be read"};
 }
 
@@ -73,6 +80,8 @@ Finding CheckCertificateKey(const StoredSettings& /*settings*/, const char* /*su
     const auto results = RunPrograms({{kOpenssl, "x509", "-in", certificate, "-noout", "-pubkey"},
                                       {kOpenssl, "pkey", "-in", key, "-pubout"}},
                                      CheckOptions());
+    if (results[0].status < 0 || results[1].status < 0) return CouldNotRun();
+
     const bool fits = results[0].Succeeded() && results[0].output == results[1].output;
     return fits ? Finding()
                 : Finding{CheckWord::kFailed, key + " is not the key of " + certificate};

@@ -129,6 +129,7 @@ Finding CheckServedCertificate(const StoredSettings& settings, const char* /*sub
                      {kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}},
                     options);
     const std::string served = FirstCertificate(results[0].output);
+    if (results[0].status < 0) return {CheckWord::kUnknown, "SMTP takes too long to show one"};
     if (served.empty()) return Failed("SMTP shows no certificate");
 
     const std::string path = results[1].output.substr(0, results[1].output.find('\n'));

@@ -80,7 +80,8 @@ std::set<std::string> TablesIn(const std::string& parameters)
 {
     std::set<std::string> tables;
     for (const char* type : kFileTypes) {
-        const std::string start = std::string(type) + ":/";
+        std::string start = type;
+        start += ":/";
         for (auto at = parameters.find(start); at != std::string::npos;
              at = parameters.find(start, at + 1)) {
             const bool isWord =

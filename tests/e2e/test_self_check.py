@@ -153,8 +153,9 @@ class SelfCheck(harness.Story):
                 dns.stop()
                 DNS.start()
 
-        for service in ("opendkim", "opendmarc", "memcached"):
-            pid = harness.pid_of("/run/mailvane/%s/pid" % service)
+        for service, pid_file in (("opendkim", "opendkim.pid"), ("opendmarc", "opendmarc.pid"),
+                                  ("memcached", "memcached/pid")):
+            pid = harness.pid_of("/run/mailvane/" + pid_file)
             os.killpg(pid, signal.SIGSTOP)
             try:
                 self.assertEqual(words()[0][service], "FAILED")

@@ -256,6 +256,15 @@ TEST(SelfCheckOpenRelay, FailsWhenAStrangerIsLetThrough)
     }
 }
 
+TEST(SelfCheckAccounts, FailWithoutADirectory)
+{
+    for (const char* type : {"ldap", "win"}) {
+        StoredSettings settings;
+        settings.Set("account_type", type);
+        EXPECT_EQ(CheckWord::kFailed, host::CheckDirectoryAccounts(settings, nullptr).word) << type;
+    }
+}
+
 TEST(SelfCheckFiles, CannotTellTheSpaceOfAFolderThatIsNotThere)
 {
     EXPECT_EQ(CheckWord::kUnknown, host::CheckDisk(StoredSettings(), "/no/such/folder").word);

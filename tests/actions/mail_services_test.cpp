@@ -1,0 +1,227 @@
+// Mail services beside the SMTP page: mailboxes, relay, domains, blocklists, self-check.
+#include <gtest/gtest.h>
+
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Compact;
+using recording::Lines;
+using recording::ParseJson;
+
+namespace {
+
+using MailServices = recording::ActionTest;
+using Mailboxes = recording::ActionTest;
+using Relay = recording::ActionTest;
+using SelfCheck = recording::ActionTest;
+
+const char kSuccess[] = R"({"success": true})";
+const char kOtherPackage[] = "/var/packages/Zarafa/enabled";
+
+/// These settings with some of them changed.
+Json::Value With(Json::Value settings, const std::string& changes)
+{
+    const Json::Value members = ParseJson(changes);
+    for (const std::string& name : members.getMemberNames()) settings[name] = members[name];
+    return settings;
+}
+
+/// A change of one of the lists: the calls between load and save.
+struct ListChange {
+    const char* action;
+    const char* body;
+    std::vector<std::string> calls;
+};
+
+const std::vector<ListChange> kDomainChanges = {
+    {"add_domain", R"({"domain": "b.example"})", {"Postfix::AddDomain b.example"}},
+    {"edit_domain",
+     R"({"orgDomain": "a.example", "newDomain": "b.example"})",
+     {"Postfix::DeleteDomain a.example", "Postfix::AddDomain b.example"}},
+    {"delete_domain",
+     R"({"domainList": [{"domain": "b.example"}, {"domain": "a.example"}, {}]})",
+     {"Postfix::DeleteDomain b.example", "Postfix::DeleteDomain a.example",
+      "Postfix::DeleteDomain \"\""}},
+    {"delete_domain", R"({"domainList": []})", {}},
+    {"delete_domain", "{}", {}},
+};
+
+const std::vector<ListChange> kBlocklistChanges = {
+    {"add_dnsb", R"({"server": "z", "type": "t"})", {"Postfix::AddDNSBL z t"}},
+    {"add_dnsb", R"({"server": "z"})", {"Postfix::AddDNSBL z \"\""}},
+    {"edit_dnsb",
+     R"({"orgServer": "z", "orgType": "t", "newServer": "y", "newType": "u"})",
+     {"Postfix::DeleteDNSBL z t", "Postfix::AddDNSBL y u"}},
+    {"del_dnsb",
+     R"({"dnsbList": [{"server": "y", "type": "u"}, {"server": "z", "type": "t"}, {}]})",
+     {"Postfix::DeleteDNSBL y u", "Postfix::DeleteDNSBL z t", "Postfix::DeleteDNSBL \"\" \"\""}},
+    {"del_dnsb", R"({"dnsbList": null})", {}},
+};
+
+/// Changes of a list under each state of the services, and the plan that this state asks for.
+class ListChanges : public recording::ActionTest {
+protected:
+    void Expect(const std::vector<ListChange>& changes, const std::string& settings,
+                const std::string& plan)
+    {
+        for (const ListChange& change : changes) {
+            SCOPED_TRACE(std::string(change.action) + " " + change.body + " " + settings);
+            world.postfix.Set(ParseJson(settings));
+            std::vector<std::string> want = {"Postfix::LoadSettings"};
+            for (const std::string& call : change.calls) {
+                want.push_back(call);
+                if (want.size() == 2) world.Fail(call, 1);  // makes no difference
+            }
+            want.push_back("Postfix::SaveSettings [" + plan + "]");
+            EXPECT_EQ(Write(change.action, change.body).output, Answer(kSuccess));
+            EXPECT_EQ(world.Calls(), Lines(want));
+            NextCase();
+        }
+    }
+};
+
+}  // namespace
+
+TEST_F(MailServices, AnswerAFailureOfALoadOrASave)
+{
+    for (const std::string action : {"load_imap_pop3", "load_relay", "enum_domain", "enum_dnsb",
+                                     "save_imap_pop3", "save_relay", "add_domain", "edit_domain",
+                                     "delete_domain", "add_dnsb", "edit_dnsb", "del_dnsb"}) {
+        SCOPED_TRACE(action);
+        const bool mailboxes = action.find("imap") != std::string::npos;
+        const std::string settings = mailboxes ? "ImapPop3::" : "Postfix::";
+        const bool read = action.find("load") == 0 || action.find("enum") == 0;
+        world.Fail(settings + "LoadSettings");
+        EXPECT_EQ((read ? Read(action) : Write(action)).output, recording::SystemError());
+        EXPECT_EQ(world.Calls(), Lines({settings + "LoadSettings"}));
+        NextCase();
+
+        if (read) continue;
+        world.files[kOtherPackage] = "";  // no report of conflicts either
+        world.Fail(settings + "SaveSettings");
+        EXPECT_EQ(Write(action).output, recording::SystemError());
+        NextCase();
+    }
+}
+
+TEST_F(Mailboxes, AreRestartedByEachSaveAndReportThePortsThatAnotherPackageHolds)
+{
+    const struct {
+        const char* changes;
+        bool otherPackage, alive;
+        const char* ports;
+    } rows[] = {
+        {"{}", false, false, nullptr},
+        {"{}", false, true, nullptr},
+        {R"({"pop3_enabled": true})", true, true, nullptr},
+        {R"({"pop3_enabled": true, "pop3_port": 1110, "imap_enabled": false, "imaps_port": 1})",
+         true, false, "110, 993"},
+        {R"({"pop3_enabled": true, "pop3s_enabled": true})", true, false, "110, 995, 143, 993"},
+        {R"({"imap_enabled": false, "imaps_enabled": false})", true, false, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.changes);
+        if (row.otherPackage) world.files[kOtherPackage] = "";
+        if (row.alive) world.livePidFiles.insert("/var/run/dovecot/master.pid");
+        const Json::Value wantStored = With(world.imapPop3.ToJson(), row.changes);
+        Json::Value want = ParseJson(kSuccess);
+        if (row.ports != nullptr) {
+            want["dovecot_alive"] = false;
+            want["conflict_ports"] = row.ports;
+        }
+        EXPECT_EQ(Write("save_imap_pop3", row.changes).output, Answer(Compact(want)));
+        EXPECT_EQ(recording::PlanText(world.plan), "dovecot service:restart");
+        EXPECT_EQ(world.imapPop3.ToJson(), wantStored);
+        EXPECT_EQ(Read("load_imap_pop3").output, Answer(Compact(With(wantStored, Compact(want)))));
+        NextCase();
+    }
+
+    // The restart of the save comes before the question.
+    world.runSteps = true;
+    world.files[kOtherPackage] = "";
+    world.On("ImapPop3::Service restart", [this] {
+        world.livePidFiles.insert("/var/run/dovecot/master.pid");
+        return 0;
+    });
+    EXPECT_EQ(Write("save_imap_pop3").output, Answer(kSuccess));
+}
+
+TEST_F(Relay, NeverAnswersThePasswordAndRestartsAServerThatIsOnAfterTheSave)
+{
+    const struct {
+        bool enabled;
+        const char* body;
+        const char* password;
+        const char* plan;
+    } rows[] = {
+        {false, "{}", "stored-secret", ""},
+        {true, R"({"smtp_relay_password": ""})", "stored-secret", "postfix service:restart"},
+        {true, R"({"smtp_relay_password": null, "smtp_enabled": false})", "stored-secret", ""},
+        {false, R"({"smtp_relay_password": " ", "smtp_enabled": true})", " ",
+         "postfix service:restart"},
+        {false, R"({"smtp_relay_password": "\ufffd"})", "\uFFFD", ""},  // means nothing here
+        {false, R"({"smtp_relay_server": "relay", "smtp_relay_port": 2525, "enable_dmarc": true})",
+         "stored-secret", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.body);
+        if (row.enabled) world.postfix.Set(ParseJson(R"({"smtp_enabled": true})"));
+        Json::Value want = With(world.postfix.ToJson(), row.body);
+        want["smtp_relay_password"] = row.password;
+        EXPECT_EQ(Write("save_relay", row.body).output, Answer(kSuccess));
+        EXPECT_EQ(recording::PlanText(world.plan), row.plan);
+        EXPECT_EQ(world.postfix.ToJson(), want);
+        want["smtp_relay_password"] = "";
+        EXPECT_EQ(Read("load_relay").output, Answer(Compact(With(want, kSuccess))));
+        NextCase();
+    }
+}
+
+TEST_F(ListChanges, RestartTheServicesThatAreOn)
+{
+    const std::string server = "postfix service:restart";
+    const std::string signer = R"({"enable_dkim": true})";
+    const std::string both = R"({"enable_dkim": true, "smtp_enabled": true})";
+    Expect(kDomainChanges, "{}", "");
+    Expect(kDomainChanges, R"({"smtp_enabled": true})", server);
+    Expect(kDomainChanges, signer, "dkim service:restart");
+    Expect(kDomainChanges, both, "dkim service:restart, " + server);
+    Expect(kBlocklistChanges, signer, "");
+    Expect(kBlocklistChanges, both, server);
+}
+
+TEST_F(MailServices, ListDomainsAndBlocklistsInStoredOrder)
+{
+    const std::string none = R"({"success": true, "items": []})";
+    EXPECT_EQ(Read("enum_domain").output, Answer(none));
+    EXPECT_EQ(Read("enum_dnsb").output, Answer(none));
+
+    world.domains = {"b.example", "a.example"};
+    world.dnsbls = {{"z", "t"}, {"a", ""}};
+    EXPECT_EQ(Read("enum_domain").output, Answer(R"({"success": true, "items":
+                  [{"domain": "b.example"}, {"domain": "a.example"}]})"));
+    EXPECT_EQ(Read("enum_dnsb").output, Answer(R"({"success": true, "items":
+                  [{"server": "z", "type": "t"}, {"server": "a", "type": ""}]})"));
+}
+
+TEST_F(SelfCheck, ComesBeforeTheSettingsAndCountsOnlyForAServerThatIsOn)
+{
+    const std::vector<std::string> calls = {"Analyzer::Analyze", "Postfix::LoadSettings"};
+    world.Fail(calls[0]);
+    EXPECT_EQ(Read("mailvane_check").output, recording::SystemError());
+    EXPECT_EQ(world.Calls(), Lines({calls[0]}));
+    NextCase();
+
+    world.Fail(calls[1]);
+    EXPECT_EQ(Read("mailvane_check").output, recording::SystemError());
+    EXPECT_EQ(world.Calls(), Lines(calls));
+    NextCase();
+
+    world.analysis = {{"ok", "mx"}, {"full", "disk"}};
+    EXPECT_EQ(Read("mailvane_check").output, recording::Refusal("diagnose", "smtp_is_not_enabled"));
+    world.postfix.Set(ParseJson(R"({"smtp_enabled": true})"));
+    EXPECT_EQ(Read("mailvane_check").output, Answer(R"({"success": true, "settings":
+                  [{"key": "mx", "status": "ok"}, {"key": "disk", "status": "full"}]})"));
+    world.analysis.clear();
+    EXPECT_EQ(Read("mailvane_check").output, Answer(R"({"success": true, "settings": []})"));
+}

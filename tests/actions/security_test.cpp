@@ -1,0 +1,327 @@
+// Key pair of the signer, security page, status of the anti-virus side.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "filtering/anti_virus_status.h"
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Compact;
+using recording::Lines;
+using recording::ParseJson;
+using recording::Reply;
+
+namespace {
+
+const std::string kPrivate = "/var/packages/Mailvane/etc/dkim.key//dkim.private";
+const std::string kPublic = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
+const std::string kBegin = "-----BEGIN PUBLIC KEY-----";
+const std::string kEnd = "-----END PUBLIC KEY-----";
+const char kSuccess[] = R"({"success": true})";
+
+const std::string kMakeDirectory = "mkdir /var/packages/Mailvane/etc/dkim.key/ 0644";
+const std::string kMakePrivate = "GenerateRSAPrivateKey " + kPrivate + " 1024";
+const std::string kMakePublic = "GenerateRSAPublicKey " + kPrivate + " " + kPublic;
+const std::string kReadPublic = "ReadRSAPublicKey " + kPublic;
+const std::string kAskPublic = "HLIBCFileExist " + kPublic;
+const std::string kRestartSigner =
+    "HLIBCExec /var/packages/Mailvane/target/scripts/opendkim.sh restart";
+
+/// The steps of a new pair that can fail: the call, its log line, that of the security page.
+const struct {
+    std::string call;
+    int line, pageLine;
+    const char* pageMessage;
+} kKeySteps[] = {
+    {kMakePrivate, 1809, 2036, "Failed to CreateDKIMKeyPair"},
+    {kMakePublic, 1814, 2036, "Failed to CreateDKIMKeyPair"},
+    {kReadPublic, 1828, 2041, "Failed to GetDKIMPublicKey"},
+};
+
+using GenerateDkimKey = recording::ActionTest;
+using AntiVirus = recording::RecordedTest;
+
+class Security : public recording::ActionTest {
+protected:
+    void Prepare() override { world.publicKey = kBegin + "\nQUJD\n" + kEnd + "\n"; }
+
+    /// All settings of both services, with these changed.
+    Json::Value Stored(const std::string& changes = "{}")
+    {
+        Json::Value settings = world.postfix.ToJson();
+        for (const Json::Value& more : {world.mailScanner.ToJson(), ParseJson(changes)}) {
+            for (const std::string& name : more.getMemberNames()) settings[name] = more[name];
+        }
+        return settings;
+    }
+
+    /// Stores a setting with the service that has it.
+    void Store(const std::string& name, const Json::Value& value)
+    {
+        Json::Value setting;
+        setting[name] = value;
+        const bool scanner = world.mailScanner.Find(name) != nullptr;
+        (scanner ? world.mailScanner : world.postfix).Set(setting);
+    }
+
+    /// Saves what is stored, with these members changed.
+    Reply Save(const std::string& changes = "{}")
+    {
+        return Write("save_security", Compact(Stored(changes)));
+    }
+
+    /// The load answers what is stored, the password masked, and these members.
+    void ExpectLoad(const std::string& members)
+    {
+        Json::Value body = Stored(members);
+        body["smtp_relay_password"] = "";
+        EXPECT_EQ(Read("load_security").output, Answer(Compact(body)));
+    }
+};
+
+/// The calls of a save without a new key pair.
+std::string SaveCalls(const std::string& scannerPlan, const std::string& serverPlan)
+{
+    return Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings", kAskPublic,
+                  "MailScanner::SaveSettings [" + scannerPlan + "]",
+                  "Postfix::SaveSettings [" + serverPlan + "]"});
+}
+
+const char kStays[] = "mailscanner service:restart";
+
+}  // namespace
+
+TEST_F(GenerateDkimKey, MakesThePairAndRestartsASignerThatIsOn)
+{
+    for (const bool enabled : {false, true}) {
+        world.postfix.Set(ParseJson(enabled ? R"({"enable_dkim": true})" : "{}"));
+        world.publicKey = kBegin + "\nQUJD\nREVG\n" + kEnd + "\n";
+        world.FailWith("mkdir", enabled ? EEXIST : EACCES);  // neither makes a difference
+        std::vector<std::string> want = {"Postfix::LoadSettings", kMakeDirectory, kMakePrivate,
+                                         kMakePublic, kReadPublic};
+        if (enabled) {
+            want.push_back(kRestartSigner);
+            world.Fail(kRestartSigner);
+        }
+        EXPECT_EQ(Read("generate_dkim_key").output,
+                  Answer(R"({"success": true, "dkim_public_key": "QUJDREVG"})"));
+        EXPECT_EQ(world.Calls(), Lines(want));
+        NextCase();
+    }
+}
+
+TEST_F(GenerateDkimKey, AnswersAFailureAndLeavesTheSignerAlone)
+{
+    world.Fail("Postfix::LoadSettings");
+    EXPECT_EQ(Read("generate_dkim_key").output, recording::SystemError());
+    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings"}));
+
+    std::string calls = Lines({"Postfix::LoadSettings", kMakeDirectory});
+    for (const auto& step : kKeySteps) {
+        NextCase();
+        world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
+        world.Fail(step.call);
+        EXPECT_EQ(Read("generate_dkim_key").output, recording::SystemError());
+        EXPECT_EQ(world.Calls(), calls += step.call + "\n");
+        world.ExpectLog(step.line, "Failed to " + step.call.substr(0, step.call.find(' ')));
+    }
+}
+
+TEST_F(GenerateDkimKey, CutsTheTextAsThePublishedRecordsHaveIt)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {kBegin + "\r\nQUJD\r\nREVG\r\n" + kEnd + "\r\n", "\rQUJD\rREVG\r"},
+        {kBegin + "\nQUJD\nREVG\n", "QUJDREVG"},
+        {"QUJD\nREVG\n" + kEnd + "\n", "QUJDREVG"},
+        {"", ""},
+        {kBegin + "\nQUJD\n" + kEnd + "\nmore\n" + kBegin + "\n", "QUJD"},
+        // the place of the mark is that of the text as read
+        {"x\n" + kBegin + "\nQUJD\n" + kEnd, "x-UJD"},
+        {"\n\n" + kBegin, "--"},
+    };
+    for (const auto& [text, want] : rows) {
+        world.publicKey = text;
+        Json::Value answer = ParseJson(kSuccess);
+        answer["dkim_public_key"] = want;
+        EXPECT_EQ(Read("generate_dkim_key").output, Answer(Compact(answer)));
+    }
+
+    world.publicKey = std::string(kBegin.size() + 1, '\n') + kBegin;
+    const Reply reply = Read("generate_dkim_key");
+    EXPECT_EQ(reply.status, 255);
+    EXPECT_EQ(reply.output, "");
+    EXPECT_NE(world.TakeLog(), "");
+}
+
+TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
+{
+    const std::string pids[] = {"/var/run/hald_freshclam.pid", "/var/run/hald_anti-virus.pid",
+                                "/var/run/clamd.pid", "/var/run/MailScanner.pid"};
+    const struct {
+        bool enabled;
+        const char* alive;  ///< a "1" for each of these that is
+        std::size_t asked;  ///< how many of them are looked at
+        const char* want;
+    } rows[] = {
+        {false, "0000", 2, "done"}, {true, "1111", 1, "fresh_clam"},
+        {true, "0001", 3, "error"}, {true, "0111", 2, "service_starting"},
+        {true, "0010", 4, "error"}, {false, "0100", 2, "service_starting"},
+        {true, "0011", 4, "done"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.alive);
+        if (row.enabled) world.mailScanner.Set(ParseJson(R"({"anti_virus_enable": true})"));
+        std::vector<std::string> calls = {"MailScanner::LoadSettings"};
+        for (std::size_t i = 0; i < 4; ++i) {
+            if (row.alive[i] == '1') world.livePidFiles.insert(pids[i]);
+            if (i < row.asked) calls.push_back("HLIBCProcAliveByPidFile " + pids[i]);
+        }
+        EXPECT_STREQ(AntiVirusStatus(), row.want);
+        EXPECT_EQ(world.Calls(), Lines(calls));
+        NextCase();
+    }
+
+    world.livePidFiles = {pids[0]};
+    world.Fail("MailScanner::LoadSettings");
+    EXPECT_STREQ(AntiVirusStatus(), "error");
+}
+
+TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
+{
+    world.postfix.Add("both", 2);
+    world.mailScanner.Add("both", 1);
+    ExpectLoad(R"({"success": true, "support_anti_virus": true, "both": 2})");
+    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings",
+                                    "IsSupportAntiVirus", kAskPublic}));
+
+    world.files[kPublic] = "";
+    ExpectLoad(R"({"success": true, "support_anti_virus": true, "both": 2,
+                   "dkim_public_key": "QUJD"})");
+    world.Fail("ReadRSAPublicKey");
+    ExpectLoad(R"({"success": false, "support_anti_virus": true, "both": 2})");
+    world.ExpectLog(1828, "Failed to ReadRSAPublicKey");
+}
+
+TEST_F(Security, LoadTellsTheStatusOfASupportedAntiVirusThatIsOn)
+{
+    world.livePidFiles = {"/var/run/hald_freshclam.pid"};
+    ExpectLoad(R"({"success": true, "support_anti_virus": true})");
+    Store("anti_virus_enable", true);
+    ExpectLoad(R"({"success": true, "support_anti_virus": true,
+                   "anti_virus_status": "fresh_clam"})");
+    world.antiVirusSupport = false;
+    ExpectLoad(R"({"success": true, "support_anti_virus": false})");
+
+    world.antiVirusSupport = true;
+    world.Fail("MailScanner::LoadSettings", 2);  // the status has its own look
+    ExpectLoad(R"({"success": true, "support_anti_virus": true, "anti_virus_status": "error"})");
+}
+
+TEST_F(Security, AnswersAFailureOfALoadOrASave)
+{
+    std::string calls;
+    for (const std::string load : {"Postfix::LoadSettings", "MailScanner::LoadSettings"}) {
+        calls += load + "\n";
+        world.Fail(load);
+        EXPECT_EQ(Read("load_security").output, recording::SystemError());
+        EXPECT_EQ(world.Calls(), calls);
+        NextCase();
+
+        world.Fail(load);
+        EXPECT_EQ(Save().output, recording::SystemError());
+        EXPECT_EQ(world.Calls(), calls);
+        NextCase();
+    }
+
+    // The key pair that a failing save has made is there, so it is told.
+    const std::string failed = Answer(R"({"success": false, "dkim_public_key": "QUJD",
+        "errinfo": {"sec": "common", "key": "error_system"}})");
+    world.Fail("MailScanner::SaveSettings");
+    EXPECT_EQ(Save(R"({"enable_dkim": true})").output, failed);
+    EXPECT_EQ(world.Calls().find("Postfix::SaveSettings"), std::string::npos);
+    NextCase();
+
+    world.Fail("Postfix::SaveSettings");
+    EXPECT_EQ(Save(R"({"enable_dkim": true})").output, failed);
+}
+
+TEST_F(Security, SaveComparesEachMemberWithTheSettingOfItsName)
+{
+    const std::string start = "mailscanner service:start";
+    const std::string server = "postfix service:restart";
+    const struct {
+        std::string name;
+        Json::Value value;
+        std::string scanner, server;
+    } rows[] = {
+        {"anti_virus_enable", true, start + ", anti-virus service:start", server},
+        {"spam_enable", true, start, server},
+        {"enable_dangerous_content_scan", true, start, server},
+        {"enable_dkim", true, kStays, "dkim service:start, " + server},
+        {"enable_dmarc", true, kStays, "dmarc service:start, " + server},
+        {"reject_sasl_sender_rate_exceed", true, kStays, "memcache service:start, " + server},
+        {"smtpd_sasl_sender_rate_limit", 7, kStays, "memcache service:restart, " + server},
+        {"spam_dnsbl_enable", true, kStays, server},
+        {"enable_spf_check", true, kStays, server},
+        {"reject_spf_soft_fail", true, kStays, server},
+        {"smtp_relay_password", "", kStays, ""},  // stored as it comes
+        {"spam_tag_score", 6, kStays, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        world.files[kPublic] = "";
+        Json::Value want = Stored();
+        want[row.name] = row.value;
+        EXPECT_EQ(Write("save_security", Compact(want)).output, Answer(kSuccess));
+        EXPECT_EQ(world.Calls(), SaveCalls(row.scanner, row.server));
+        EXPECT_EQ(Stored(), want);
+        NextCase();
+
+        world.files[kPublic] = "";
+        Store(row.name, row.value);
+        EXPECT_EQ(Save().output, Answer(kSuccess));
+        EXPECT_EQ(world.Calls(),
+                  SaveCalls(kStays, row.name == "enable_dkim" ? "dkim service:restart" : ""));
+        NextCase();
+    }
+}
+
+TEST_F(Security, SaveReadsMissingMembersAsOffAndKeepsWhatIsStored)
+{
+    for (const char* name : {"anti_virus_enable", "spam_enable", "enable_dangerous_content_scan",
+                             "enable_dkim", "enable_dmarc", "reject_sasl_sender_rate_exceed",
+                             "spam_dnsbl_enable", "enable_spf_check", "reject_spf_soft_fail"}) {
+        Store(name, true);
+    }
+    const Json::Value before = Stored();
+    EXPECT_EQ(Write("save_security").output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              SaveCalls("mailscanner service:stop, anti-virus service:stop",
+                        "dkim service:stop, dmarc service:stop, memcache service:stop, "
+                        "postfix service:restart, requeue hold:"));
+    EXPECT_EQ(Stored(), before);
+}
+
+TEST_F(Security, SaveMakesAMissingKeyPairWhenSigningIsWanted)
+{
+    const std::string wanted = R"({"enable_dkim": true})";
+    std::string calls =
+        Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings", kAskPublic, kMakeDirectory});
+    for (const bool stored : {false, true}) {  // switched on just now or long ago
+        Store("enable_dkim", stored);
+        EXPECT_EQ(Save(wanted).output, Answer(R"({"success": true, "dkim_public_key": "QUJD"})"));
+        const std::string pair = Lines({kMakePrivate, kMakePublic, kReadPublic});
+        EXPECT_EQ(world.Calls().find(calls + pair + "MailScanner::SaveSettings "), 0U);
+        NextCase();
+    }
+
+    for (const auto& step : kKeySteps) {
+        world.Fail(step.call);
+        EXPECT_EQ(Save(wanted).output, recording::SystemError());
+        EXPECT_EQ(world.Calls(), calls += step.call + "\n");
+        world.ExpectLog(step.line, "Failed to " + step.call.substr(0, step.call.find(' ')));
+        world.ExpectLog(step.pageLine, step.pageMessage);
+        NextCase();
+    }
+}
