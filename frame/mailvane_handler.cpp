@@ -2,7 +2,6 @@
 #include "frame/mailvane_handler.h"
 
 #include <stdexcept>
-#include <utility>
 
 MailvaneHandler::MailvaneHandler() : ServerFormHandler(false, nullptr) {}
 
@@ -59,12 +58,12 @@ void MailvaneHandler::SetErrorLine(Json::Value& response, const char* section, c
     response["errinfo"]["line"] = line;
 }
 
-void MailvaneHandler::SendResponse(Json::Value response)
+void MailvaneHandler::SendResponse(const Json::Value& response)
 {
-    SendResponseAs(std::move(response), "");
+    SendResponseAs(response, "");
 }
 
-void MailvaneHandler::SendResponseAs(Json::Value response, const char* contentType)
+void MailvaneHandler::SendResponseAs(const Json::Value& response, const char* contentType)
 {
     web_.WriteHeader(contentType);
     web_.WriteBody(response);

@@ -35,9 +35,9 @@ public:
     /// Sets the message of a failure and the source line that detected it.
     void SetErrorLine(Json::Value& response, const char* section, const char* key, int line);
     /// Writes the answer with the default header of a JSON answer.
-    void SendResponse(Json::Value response);
+    void SendResponse(const Json::Value& response);
     /// Writes the answer with a content type of its own.
-    void SendResponseAs(Json::Value response, const char* contentType);
+    void SendResponseAs(const Json::Value& response, const char* contentType);
     /// Answers any request of a demonstration system.
     void SendDemoRefusal();
 

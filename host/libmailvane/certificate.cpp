@@ -50,7 +50,7 @@ bool HasCertificateFor(const std::string& hostname)
 
 CertificateFiles ChooseCertificate(NextGeneration& next, const std::string& hostname)
 {
-    const CertificateFiles own{PackagePath("etc/tls/cert.pem"), PackagePath("etc/tls/key.pem")};
+    CertificateFiles own{PackagePath("etc/tls/cert.pem"), PackagePath("etc/tls/key.pem")};
     if (NameExists(own.certificate) && NameExists(own.privateKey)) return own;
 
     if (!HasCertificateFor(hostname)) {

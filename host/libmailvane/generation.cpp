@@ -112,7 +112,8 @@ void KeepEditedFiles(const std::string& name, const Manifest& files)
         const std::string path = GenerationDirectory(name) + "/" + relative;
         if (!ReadFile(path, bytes) || Checksum(bytes) == checksum) continue;
 
-        std::string flat = name + "-" + relative;
+        std::string flat = name;
+        flat.append("-").append(relative);
         std::replace(flat.begin(), flat.end(), '/', '-');
         const std::string aside = PackagePath("etc/edited/" + flat);
         if (MakeDirectories(PackagePath("etc/edited"), 0700)) (void)ReplaceFile(aside, bytes, 0600);

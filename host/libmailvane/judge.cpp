@@ -6,6 +6,7 @@
 #include <cctype>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
@@ -51,14 +52,14 @@ bool ServicesStandOnce(const NextGeneration& next)
     if (!ReadFile(next.directory() + "/postfix/master.cf", text)) return false;
 
     std::istringstream lines(text);
-    std::set<std::string> services;
+    std::set<std::pair<std::string, std::string>> services;
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
         std::string name;
         std::string type;
         const bool isEntry = !line.empty() && line.front() != ' ' && line.front() != '#';
         if (!isEntry || !(words >> name >> type)) continue;
-        if (services.insert(name + "/" + type).second) continue;
+        if (services.emplace(name, type).second) continue;
 
         Log(LOG_ERR, "refused: the service %s/%s stands twice", name.c_str(), type.c_str());
         return false;

@@ -22,6 +22,7 @@ std::vector<ListFile> EmptyFiles(AccountDatabase which, const std::vector<std::s
 {
     (void)ReadAccountDatabase(which);
     std::vector<ListFile> files;
+    files.reserve(names.size());
     for (const std::string& name : names) files.push_back({name, ""});
     return files;
 }

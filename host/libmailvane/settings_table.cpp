@@ -26,12 +26,11 @@ SettingInfo Port(SettingsObject object, const char* name, const char* fallback, 
     return {object, name, SettingType::kInt, fallback, kLowestPort, kHighestPort, nullptr, meaning};
 }
 
-std::vector<SettingInfo> PostfixSettings()
+std::vector<SettingInfo> SmtpSettings()
 {
     using T = SettingType;
     constexpr auto kObject = SettingsObject::kPostfix;
     return {
-        // SMTP page
         Switch(kObject, "smtp_enabled", "yes", "the SMTP server runs"),
         Port(kObject, "smtp_port", "25", "port for mail from other servers"),
         Switch(kObject, "smtp_ssl_enabled", "no", "submission with TLS from the first byte"),
@@ -51,7 +50,14 @@ std::vector<SettingInfo> PostfixSettings()
          "name the SMTP server announces"},
         {kObject, "message_size_limit_mb", T::kInt, "50", 1, 2000, nullptr,
          "greatest message in MiB"},
-        // relay page
+    };
+}
+
+std::vector<SettingInfo> RelaySettings()
+{
+    using T = SettingType;
+    constexpr auto kObject = SettingsObject::kPostfix;
+    return {
         Switch(kObject, "smtp_relay_enabled", "no", "mail for others goes through the relay host"),
         {kObject, "smtp_relay_server", T::kText, "", 0, kLongestText, IsHostOrAddressOrEmpty,
          "the relay host"},
@@ -62,7 +68,14 @@ std::vector<SettingInfo> PostfixSettings()
          "login name there"},
         {kObject, "smtp_relay_password", T::kText, "", 0, kLongestText, IsPlainText,
          "password there; an empty one in a save keeps the stored one"},
-        // security page
+    };
+}
+
+std::vector<SettingInfo> SecuritySettings()
+{
+    using T = SettingType;
+    constexpr auto kObject = SettingsObject::kPostfix;
+    return {
         Switch(kObject, "spam_dnsbl_enable", "no", "DNS blocklists are asked"),
         Switch(kObject, "enable_spf_check", "no", "mail that fails SPF is refused"),
         Switch(kObject, "reject_spf_soft_fail", "no", "so is mail that fails softly"),
@@ -73,7 +86,14 @@ std::vector<SettingInfo> PostfixSettings()
                "mail of a login over its limit is refused"),
         {kObject, "smtpd_sasl_sender_rate_limit", T::kInt, "100", 1, kMostAnHour, nullptr,
          "messages an hour of a login without a limit of its own"},
-        // advanced anti-spam page
+    };
+}
+
+std::vector<SettingInfo> AdvancedSettings()
+{
+    using T = SettingType;
+    constexpr auto kObject = SettingsObject::kPostfix;
+    return {
         Switch(kObject, "reject_unknown_sender_domain", "no",
                "senders whose domain the DNS does not know are refused"),
         Switch(kObject, "reject_non_fqdn_sender", "no",
@@ -136,8 +156,9 @@ std::vector<SettingInfo> MailScannerSettings()
 
 std::vector<SettingInfo> MakeTable()
 {
-    std::vector<SettingInfo> table = PostfixSettings();
-    for (const auto& part : {ImapPop3Settings(), MailScannerSettings()}) {
+    std::vector<SettingInfo> table;
+    for (const auto& part : {SmtpSettings(), RelaySettings(), SecuritySettings(),
+                             AdvancedSettings(), ImapPop3Settings(), MailScannerSettings()}) {
         table.insert(table.end(), part.begin(), part.end());
     }
     return table;

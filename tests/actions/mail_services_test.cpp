@@ -30,51 +30,42 @@ Json::Value With(Json::Value settings, const std::string& changes)
 struct ListChange {
     const char* action;
     const char* body;
-    std::vector<std::string> calls;
+    std::string calls;
 };
 
 const std::vector<ListChange> kDomainChanges = {
-    {"add_domain", R"({"domain": "b.example"})", {"Postfix::AddDomain b.example"}},
-    {"edit_domain",
-     R"({"orgDomain": "a.example", "newDomain": "b.example"})",
-     {"Postfix::DeleteDomain a.example", "Postfix::AddDomain b.example"}},
-    {"delete_domain",
-     R"({"domainList": [{"domain": "b.example"}, {"domain": "a.example"}, {}]})",
-     {"Postfix::DeleteDomain b.example", "Postfix::DeleteDomain a.example",
-      "Postfix::DeleteDomain \"\""}},
-    {"delete_domain", R"({"domainList": []})", {}},
-    {"delete_domain", "{}", {}},
+    {"add_domain", R"({"domain": "b"})", "Postfix::AddDomain b\n"},
+    {"edit_domain", R"({"orgDomain": "a", "newDomain": "b"})",
+     "Postfix::DeleteDomain a\nPostfix::AddDomain b\n"},
+    {"delete_domain", R"({"domainList": [{"domain": "b"}, {}]})",
+     "Postfix::DeleteDomain b\nPostfix::DeleteDomain \"\"\n"},
+    {"delete_domain", R"({"domainList": []})", ""},
+    {"delete_domain", "{}", ""},
 };
 
 const std::vector<ListChange> kBlocklistChanges = {
-    {"add_dnsb", R"({"server": "z", "type": "t"})", {"Postfix::AddDNSBL z t"}},
-    {"add_dnsb", R"({"server": "z"})", {"Postfix::AddDNSBL z \"\""}},
-    {"edit_dnsb",
-     R"({"orgServer": "z", "orgType": "t", "newServer": "y", "newType": "u"})",
-     {"Postfix::DeleteDNSBL z t", "Postfix::AddDNSBL y u"}},
-    {"del_dnsb",
-     R"({"dnsbList": [{"server": "y", "type": "u"}, {"server": "z", "type": "t"}, {}]})",
-     {"Postfix::DeleteDNSBL y u", "Postfix::DeleteDNSBL z t", "Postfix::DeleteDNSBL \"\" \"\""}},
-    {"del_dnsb", R"({"dnsbList": null})", {}},
+    {"add_dnsb", R"({"server": "z", "type": "t"})", "Postfix::AddDNSBL z t\n"},
+    {"edit_dnsb", R"({"orgServer": "z", "orgType": "t", "newServer": "y"})",
+     "Postfix::DeleteDNSBL z t\nPostfix::AddDNSBL y \"\"\n"},
+    {"del_dnsb", R"({"dnsbList": [{"server": "y", "type": "u"}, {}]})",
+     "Postfix::DeleteDNSBL y u\nPostfix::DeleteDNSBL \"\" \"\"\n"},
+    {"del_dnsb", R"({"dnsbList": null})", ""},
 };
 
-/// Changes of a list under each state of the services, and the plan that this state asks for.
 class ListChanges : public recording::ActionTest {
 protected:
+    /// Makes each change under these settings, which ask for this plan.
     void Expect(const std::vector<ListChange>& changes, const std::string& settings,
                 const std::string& plan)
     {
         for (const ListChange& change : changes) {
             SCOPED_TRACE(std::string(change.action) + " " + change.body + " " + settings);
             world.postfix.Set(ParseJson(settings));
-            std::vector<std::string> want = {"Postfix::LoadSettings"};
-            for (const std::string& call : change.calls) {
-                want.push_back(call);
-                if (want.size() == 2) world.Fail(call, 1);  // makes no difference
-            }
-            want.push_back("Postfix::SaveSettings [" + plan + "]");
+            // Whether the change itself succeeds makes no difference.
+            if (!change.calls.empty()) world.Fail(change.calls.substr(0, change.calls.find('\n')));
             EXPECT_EQ(Write(change.action, change.body).output, Answer(kSuccess));
-            EXPECT_EQ(world.Calls(), Lines(want));
+            EXPECT_EQ(world.Calls(), "Postfix::LoadSettings\n" + change.calls +
+                                         "Postfix::SaveSettings [" + plan + "]\n");
             NextCase();
         }
     }
