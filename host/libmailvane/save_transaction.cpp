@@ -223,19 +223,31 @@ int RestartCalledServices(const std::string& before, const StoredSettings& setti
     return 0;
 }
 
-/// Brings maps and services in line with a generation that a killed save had put in force.
-int CompleteSave(const PendingSave& save)
+/// Brings account data, maps and services in line with the generation in force.
+int BringInLine(const PendingSave& save, const StoredSettings& settings)
 {
-    Log(LOG_NOTICE, "finishing a save that was interrupted");
-    const auto settings = StoredSettings::Read();
-    if (!settings || ForgetParkedAlwaysBcc(settings->Account()) < 0 ||
-        HealAccounts(settings->Account()) < 0)
-        return -1;
+    if (HealAccounts(settings.Account()) < 0) return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
-    if (RestartCalledServices(save.before, *settings) < 0) return -1;
+    if (RestartCalledServices(save.before, settings) < 0) return -1;
     if (ImapPop3::Service("restart") < 0 || Postfix::Service("restart") < 0) return -1;
 
     return 0;
+}
+
+/// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
+/// steps may have begun.
+int FinishSave(const PendingSave& save)
+{
+    Log(LOG_NOTICE, "finishing a save that was interrupted");
+    const auto settings = StoredSettings::Read();
+    if (!settings) return -1;
+
+    if (CurrentGeneration() == save.before) {
+        RemoveGenerationsAfter(save.before);
+    } else if (ForgetParkedAlwaysBcc(settings->Account()) < 0) {
+        return -1;
+    }
+    return BringInLine(save, *settings);
 }
 
 int RenderFromStored()
@@ -288,11 +300,8 @@ int FinishInterruptedSave()
     const auto save = ReadPendingSave();
     if (!save) return 0;
 
-    if (CurrentGeneration() == save->before) {
-        RemoveGenerationsAfter(save->before);
-    } else if (CompleteSave(*save) < 0) {
-        return -1;
-    }
+    if (FinishSave(*save) < 0) return -1;
+
     (void)ClearPendingSave();
     PruneGenerations(save->before);
     return 0;
