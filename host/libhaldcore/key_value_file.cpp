@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/trim.h"
 
 namespace host {
 
@@ -14,14 +15,6 @@ struct Entry {
     std::string_view key;
     std::string_view value;
 };
-
-std::string_view Trim(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 std::string_view Unquote(std::string_view text)
 {

@@ -5,14 +5,6 @@
 
 namespace kos {
 
-std::string_view Trim(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 std::string Lower(std::string_view text)
 {
     std::string lower(text);

@@ -4,10 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "host/libhaldcore/trim.h"
+
 namespace kos {
 
-/// The text without blanks, tabs and line ends at its two ends.
-std::string_view Trim(std::string_view text);
+using host::Trim;
 
 /// The text with its ASCII letters in lower case.
 std::string Lower(std::string_view text);

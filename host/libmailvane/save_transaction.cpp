@@ -66,6 +66,14 @@ struct Reached {
     bool firewall = false;
 };
 
+Reached BothServers()
+{
+    Reached reached;
+    reached.mailServer = true;
+    reached.mailboxServer = true;
+    return reached;
+}
+
 const char kFirewallStep[] = "hup firewall";
 
 int DkimFilterService(const std::string& verb)
@@ -146,10 +154,7 @@ void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
 
     if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
-    Reached all;
-    all.mailServer = true;
-    all.mailboxServer = true;
-    for (const Callback& step : WholePlan(begun, all)) {
+    for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
@@ -223,14 +228,15 @@ int RestartCalledServices(const std::string& before, const StoredSettings& setti
     return 0;
 }
 
-/// Brings account data, maps and services in line with the generation in force.
+/// Brings account data, maps and services in line with the generation in force. A service that does
+/// not come up is only logged: the save that is to mend it must not be refused for it.
 int BringInLine(const PendingSave& save, const StoredSettings& settings)
 {
     if (HealAccounts(settings.Account()) < 0) return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
-    if (RestartCalledServices(save.before, settings) < 0) return -1;
-    if (ImapPop3::Service("restart") < 0 || Postfix::Service("restart") < 0) return -1;
 
+    if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
+    for (const Callback& step : WholePlan({}, BothServers())) (void)RunStep(step);
     return 0;
 }
 

@@ -261,6 +261,15 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
               "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
 }
 
+TEST_F(SaveTransaction, ADaemonThatDoesNotComeUpAfterAKillDoesNotBlockTheSaveThatMendsIt)
+{
+    EXPECT_EQ(Save("smtp_port", Value<int>(1025), {{"killed", &KillThisProcess, ""}}), kKilled);
+    WriteFile("/tmp/fail", "");
+    EXPECT_EQ(Save("smtp_port", Value<int>(1026)), 0);
+    EXPECT_EQ(StoredValue("smtp_port"), "1026");
+    EXPECT_FALSE(fs::exists("/tmp/fail"));
+}
+
 TEST_F(SaveTransaction, ASaveKilledBeforeItsCommitLeavesNothingBehind)
 {
     const auto before = Everything();
