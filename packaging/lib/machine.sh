@@ -13,6 +13,11 @@ world_packages=(
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
 test_packages=(libgtest-dev libgmock-dev dnsmasq-base python3-dkim)
+armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
+armhf_libraries=(
+    libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
+    libgtest-dev libgmock-dev libstdc++-12-dev
+)
 lint_packages=(clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
