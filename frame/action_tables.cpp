@@ -19,7 +19,14 @@ constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kR
     {"enum_domain", &MailvaneHandler::EnumDomain},
     {"load_security", &MailvaneHandler::LoadSecurity},
     {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"load_access", &MailvaneHandler::LoadAccess},
+    {"load_bcc", &MailvaneHandler::LoadBcc},
+    {"load_sender_quota", &MailvaneHandler::LoadSenderQuota},
+    {"export_access", &MailvaneHandler::ExportAccess},
+    {"export_bcc", &MailvaneHandler::ExportBcc},
+    {"apply_access_setting", &MailvaneHandler::ApplyAccessSetting},
     {"mailvane_check", &MailvaneHandler::CheckMailvane},
+    {"load_attachment_filter", &MailvaneHandler::LoadAttachmentFilter},
     {"generate_dkim_key", &MailvaneHandler::GenerateDkimKey},
 };
 
@@ -34,6 +41,15 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"add_dnsb", &MailvaneHandler::AddDnsb},
     {"edit_dnsb", &MailvaneHandler::EditDnsb},
     {"del_dnsb", &MailvaneHandler::DelDnsb},
+    {"delete_access", &MailvaneHandler::DeleteAccess},
+    {"add_access", &MailvaneHandler::AddAccess},
+    {"edit_access", &MailvaneHandler::EditAccess},
+    {"delete_bcc", &MailvaneHandler::DeleteBcc},
+    {"add_bcc", &MailvaneHandler::AddBcc},
+    {"edit_bcc", &MailvaneHandler::EditBcc},
+    {"set_sender_quota", &MailvaneHandler::SetSenderQuota},
+    {"delete_sender_quota", &MailvaneHandler::DeleteSenderQuota},
+    {"set_attachment_filter", &MailvaneHandler::SetAttachmentFilter},
 };
 
 namespace {
