@@ -17,6 +17,10 @@ struct ListFile {
 /// Path in a generation of what the rate policy reads.
 constexpr char kQuotaFile[] = "policy/limits";
 
+/// Paths of tables that Postfix reads as they are.
+constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
+constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
+
 /// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot
 /// be read.
 std::vector<ListFile> AliasFiles();
@@ -25,6 +29,7 @@ std::vector<ListFile> BlindCopyFiles();
 std::vector<ListFile> AccessFiles();
 std::vector<ListFile> QuotaFiles();
 std::vector<ListFile> BlackWhiteFiles();
+std::vector<ListFile> AttachmentFiles();
 
 /// Makes the files of one or more lists and puts them in force together; Postfix takes them at
 /// once, or with the save that is under way. `makers` are the functions above. 0; negative on

@@ -21,9 +21,20 @@ namespace {
 const char kAdministrators[] = "administrators";
 
 /// Maps that other lists fill; empty until they do.
-const char* const kListMaps[] = {"aliases",       "login_aliases", "sender_bcc",
-                                 "recipient_bcc", "sender_access", "recipient_access",
-                                 "client_access", "black_senders"};
+const char* const kListMaps[] = {"aliases",
+                                 "login_aliases",
+                                 "sender_bcc",
+                                 "recipient_bcc",
+                                 "sender_access",
+                                 "recipient_access",
+                                 "client_access",
+                                 "client_addresses",
+                                 "discarded_recipients",
+                                 "recipient_transport",
+                                 "black_senders"};
+
+/// Files that other lists fill and that are read as they are.
+const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kAttachmentChecksFile};
 
 std::string ReadFragment(const char* name)
 {
@@ -101,7 +112,9 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }
-    if (!next.Has(kQuotaFile)) next.Put(kQuotaFile, "", 0644);
+    for (const char* file : kListFiles) {
+        if (!next.Has(file)) next.Put(file, "", 0644);
+    }
 }
 
 }  // namespace host
