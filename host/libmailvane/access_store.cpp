@@ -53,12 +53,14 @@ NameType KindOf(const std::string& name)
     return IsNameOfKind(NAME_IP, name) ? NAME_IP : NAME_DOMAIN;
 }
 
-int Insert(SQLite::Database& store, const char* verb, const AccessInfo& entry)
+/// Runs an INSERT of one entry; the number of rows that came in.
+int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 {
-    SQLite::Statement insert(store, std::string(verb) + " INTO access VALUES (?, ?, ?, ?)");
     SQLite::bind(insert, static_cast<int>(entry.type), entry.name, static_cast<int>(entry.nameType),
                  static_cast<int>(entry.status));
-    return insert.exec();
+    const int inserted = insert.exec();
+    insert.reset();
+    return inserted;
 }
 
 }  // namespace
@@ -127,13 +129,15 @@ std::list<AccessInfo> ReadAccess(SQLite::Database& store, Type type)
 
 bool InsertAccess(SQLite::Database& store, const AccessInfo& entry)
 {
-    return Insert(store, "INSERT OR IGNORE", entry) > 0;
+    SQLite::Statement insert(store, "INSERT OR IGNORE INTO access VALUES (?, ?, ?, ?)");
+    return Insert(insert, entry) > 0;
 }
 
 void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
 {
     SQLite::Transaction transaction(store);
-    for (const AccessInfo& entry : entries) (void)Insert(store, "INSERT OR REPLACE", entry);
+    SQLite::Statement insert(store, "INSERT OR REPLACE INTO access VALUES (?, ?, ?, ?)");
+    for (const AccessInfo& entry : entries) (void)Insert(insert, entry);
     transaction.commit();
 }
 

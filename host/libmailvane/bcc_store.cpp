@@ -36,11 +36,13 @@ bool IsRuleName(const std::string& name)
     return IsNameOfKind(NAME_DOMAIN, name.substr(1));
 }
 
-int Insert(SQLite::Database& store, const char* verb, const BccInfo& rule)
+/// Runs an INSERT of one rule; the number of rows that came in.
+int Insert(SQLite::Statement& insert, const BccInfo& rule)
 {
-    SQLite::Statement insert(store, std::string(verb) + " INTO bcc VALUES (?, ?, ?)");
     SQLite::bind(insert, static_cast<int>(rule.type), rule.name, rule.bccTo);
-    return insert.exec();
+    const int inserted = insert.exec();
+    insert.reset();
+    return inserted;
 }
 
 }  // namespace
@@ -87,13 +89,15 @@ std::list<BccInfo> ReadBcc(SQLite::Database& store, BccType type)
 
 bool InsertBcc(SQLite::Database& store, const BccInfo& rule)
 {
-    return Insert(store, "INSERT OR IGNORE", rule) > 0;
+    SQLite::Statement insert(store, "INSERT OR IGNORE INTO bcc VALUES (?, ?, ?)");
+    return Insert(insert, rule) > 0;
 }
 
 void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules)
 {
     SQLite::Transaction transaction(store);
-    for (const BccInfo& rule : rules) (void)Insert(store, "INSERT OR REPLACE", rule);
+    SQLite::Statement insert(store, "INSERT OR REPLACE INTO bcc VALUES (?, ?, ?)");
+    for (const BccInfo& rule : rules) (void)Insert(insert, rule);
     transaction.commit();
 }
 
