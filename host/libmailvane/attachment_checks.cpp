@@ -18,7 +18,14 @@ constexpr std::size_t kDigits = 64;
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 /// A parameter's name before what follows it. Names of a part have "*", a number and "*" after it.
-const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*\s*=\s*)";
+const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*+\s*+=\s*+)";
+
+/// What else may stand in a value; it ends where the next parameter begins.
+const char kRest[] = R"((?:(?!name[*0-9]*\s*=)[^;])*)";
+const char kUnquoted[] = R"((?:(?!name[*0-9]*\s*=)[^";])*)";
+
+/// No honest header is as long, and a long one would cost the time that its sender likes.
+const char kTooLong[] = "/^.{4096}/ REJECT this header of an attachment is too long\n";
 
 /// What may stand between two characters of a name that is cut there, or be put before one.
 const char kCut[] = R"re((?:"?\s*;\s*(?:file)?name\*\d+\*?\s*=\s*"?|\?=\s+=\?[^?]+\?Q\?)?\\?)re";
@@ -99,17 +106,20 @@ std::string DigitsPattern(const std::string& ending, std::size_t before)
 /// places in them.
 std::string WordPattern(const std::string& ending)
 {
-    return R"([^;]*=\?[^?]+\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + DigitsPattern(ending, 0) + "|" +
+    return R"(=\?[^?]{1,60}\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + DigitsPattern(ending, 0) + "|" +
            DigitsPattern(ending, 1) + "|" + DigitsPattern(ending, 2) + R"()=*\?=))";
 }
 
 std::string Check(const std::string& type)
 {
     const std::string ending = "." + type;
-    // The pattern of the name is written once and called from both forms, quoted and not.
-    return "/(?(DEFINE)(?<name>" + NamePattern(ending) + "))" + kParameter +
-           R"((?:"[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$)|[^";]*(?&name)\.*(?:\?=)?(?:[\s;("]|$)|)" +
-           WordPattern(ending) + ")/ REJECT attachments of type " + ending + " are not accepted\n";
+    // Written once, called from both forms, quoted and not.
+    const std::string name = "(?(DEFINE)(?<name>" + NamePattern(ending) + "))";
+    const std::string quoted = R"("[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$))";
+    const std::string plain = kUnquoted + std::string(R"((?&name)\.*(?:\?=)?(?:[\s;("]|$))");
+    const std::string word = kRest + WordPattern(ending);
+    return "/" + name + kParameter + "(?:" + quoted + "|" + plain + "|" + word +
+           ")/ REJECT attachments of type " + ending + " are not accepted\n";
 }
 
 }  // namespace
@@ -118,7 +128,9 @@ std::vector<ListFile> AttachmentFiles()
 {
     std::string text;
     for (const std::string& type : AttachmentTypes()) text += Check(type);
-    if (!text.empty()) text = "if /^Content-(Disposition|Type):/\n" + text + "endif\n";
+    if (!text.empty()) {
+        text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
+    }
     return {{kAttachmentChecksFile, text, false}};
 }
 
