@@ -13,12 +13,16 @@
 #include "frame/mailvane_handler.h"
 
 constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"alias_enum", &MailvaneHandler::EnumAliases},
+    {"alias_mem_enum", &MailvaneHandler::EnumAliasMembers},
+    {"load_extaddr", &MailvaneHandler::LoadExtaddr},
     {"load_imap_pop3", &MailvaneHandler::LoadImapPop3},
     {"load_smtp", &MailvaneHandler::LoadSmtp},
     {"load_relay", &MailvaneHandler::LoadRelay},
     {"enum_domain", &MailvaneHandler::EnumDomain},
     {"load_security", &MailvaneHandler::LoadSecurity},
     {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"export_alias", &MailvaneHandler::ExportAlias},
     {"mailvane_check", &MailvaneHandler::CheckMailvane},
     {"generate_dkim_key", &MailvaneHandler::GenerateDkimKey},
 };
@@ -30,6 +34,8 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"delete_domain", &MailvaneHandler::DeleteDomain},
     {"add_domain", &MailvaneHandler::AddDomain},
     {"edit_domain", &MailvaneHandler::EditDomain},
+    {"apply_alias_info", &MailvaneHandler::ApplyAliasInfo},
+    {"alias_del", &MailvaneHandler::AliasDel},
     {"save_security", &MailvaneHandler::SaveSecurity},
     {"add_dnsb", &MailvaneHandler::AddDnsb},
     {"edit_dnsb", &MailvaneHandler::EditDnsb},

@@ -81,4 +81,12 @@ private:
     void AddDnsb(Json::Value& in);
     void EditDnsb(Json::Value& in);
     void DelDnsb(Json::Value& in);
+
+    // addresses/
+    void EnumAliases();
+    void EnumAliasMembers();
+    void LoadExtaddr();
+    void ExportAlias();
+    void ApplyAliasInfo(Json::Value& in);
+    void AliasDel(Json::Value& in);
 };
