@@ -6,13 +6,14 @@
 
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/account_record.h"
+#include "host/libmailvane/alias_store.h"
 #include "host/libmailvane/durable_move.h"
 
 namespace host {
 namespace {
 
 // Features add their tables as further scripts.
-constexpr const char* kAliasScripts[] = {kAccountTable};
+constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable};
 
 constexpr AccountStore kAlias = {"etc/alias.db", "", Schema(kAliasScripts)};
