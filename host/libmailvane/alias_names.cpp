@@ -71,12 +71,4 @@ std::string MemberFault(const MemberInfo& member)
     }
 }
 
-std::string LowerCase(std::string text)
-{
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
 }  // namespace host

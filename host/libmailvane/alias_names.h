@@ -20,7 +20,4 @@ bool IsLocalPart(const std::string& name);
 /// never part of a map; outside addresses have a domain and nothing beyond ASCII.
 std::string MemberFault(const MemberInfo& member);
 
-/// The text with its letters A to Z made small: names differ by more than that.
-std::string LowerCase(std::string text);
-
 }  // namespace host

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/libmailvane/alias_names.h"
+#include "host/libmailvane/list_names.h"
 
 namespace host {
 namespace {
@@ -31,14 +32,14 @@ AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
 {
     byName_.reserve(entries_.size());
     for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-        byName_.emplace(LowerCase(entry->name), entry);
+        byName_.emplace(InLowerCase(entry->name), entry);
         nextId_ = std::max(nextId_, entry->id + 1);
     }
 }
 
 const AliasEntry* AliasTable::FindAnyCase(const std::string& name) const
 {
-    const auto found = byName_.find(LowerCase(name));
+    const auto found = byName_.find(InLowerCase(name));
     return found == byName_.end() ? nullptr : &*found->second;
 }
 
@@ -55,13 +56,13 @@ void AliasTable::Remember(const AliasEntry& entry)
 
 AliasEntry& AliasTable::Edit(const std::string& name)
 {
-    const auto found = byName_.find(LowerCase(name));
+    const auto found = byName_.find(InLowerCase(name));
     if (found != byName_.end()) {
         Remember(*found->second);
         return *found->second;
     }
     entries_.push_back({0, name, {}});
-    byName_.emplace(LowerCase(name), std::prev(entries_.end()));
+    byName_.emplace(InLowerCase(name), std::prev(entries_.end()));
     return entries_.back();
 }
 
@@ -115,12 +116,12 @@ std::string AliasTable::Rename(const std::string& from, const std::string& to)
     const AliasEntry* taken = FindAnyCase(to);
     if (taken != nullptr && taken != old) return "a name that another alias has";
 
-    auto node = byName_.extract(LowerCase(from));
+    auto node = byName_.extract(InLowerCase(from));
     Remember(*node.mapped());
     node.mapped()->name = to;
-    node.key() = LowerCase(to);
+    node.key() = InLowerCase(to);
     byName_.insert(std::move(node));
-    Follow({{LowerCase(from), to}});
+    Follow({{InLowerCase(from), to}});
     return "";
 }
 
@@ -135,10 +136,10 @@ void AliasTable::Delete(const std::list<std::string>& names)
     for (const std::string& name : names) {
         if (Find(name) == nullptr) continue;
 
-        const auto node = byName_.extract(LowerCase(name));
+        const auto node = byName_.extract(InLowerCase(name));
         Remember(*node.mapped());
         entries_.erase(node.mapped());
-        gone.emplace(LowerCase(name), "");
+        gone.emplace(InLowerCase(name), "");
     }
     if (!gone.empty()) Follow(gone);
 }
@@ -146,7 +147,7 @@ void AliasTable::Delete(const std::list<std::string>& names)
 void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newNames)
 {
     const auto isAffected = [&newNames](const MemberInfo& member) {
-        return member.type == kAliasMember && newNames.count(LowerCase(member.name)) != 0;
+        return member.type == kAliasMember && newNames.count(InLowerCase(member.name)) != 0;
     };
     for (AliasEntry& entry : entries_) {
         auto& members = entry.members;
@@ -154,7 +155,7 @@ void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newN
 
         Remember(entry);
         for (MemberInfo& member : members) {
-            if (isAffected(member)) member.name = newNames.at(LowerCase(member.name));
+            if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
         }
         const auto hasNoName = [](const MemberInfo& member) { return member.name.empty(); };
         members.erase(std::remove_if(members.begin(), members.end(), hasNoName), members.end());

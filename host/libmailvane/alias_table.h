@@ -38,8 +38,8 @@ public:
     const AliasEntry* Find(const std::string& name) const;
     const AliasEntry* FindAnyCase(const std::string& name) const;
 
-    /// Adds members that are not there yet. A missing alias is made, at the end of the table. Returns
-    /// what is wrong, with nothing changed; empty when it is done.
+    /// Adds members that are not there yet. A missing alias is made, at the end of the table.
+    /// Returns what is wrong, with nothing changed; empty when it is done.
     std::string Add(const std::string& name, const std::list<MemberInfo>& members);
     /// Removes members; those that are none are left out. False when there is no such alias.
     bool Remove(const std::string& name, const std::list<MemberInfo>& members);

@@ -9,6 +9,7 @@
 
 #include "host/libhaldcore/trim.h"
 #include "host/libmailvane/alias_names.h"
+#include "host/libmailvane/list_names.h"
 #include "host/libmailvane/list_text.h"
 
 namespace host {
@@ -79,7 +80,7 @@ private:
         aliases_.push_back({0, name, {}});
         std::string fault = TakeMembers(line.substr(colon + 1));
         if (!IsLocalPart(name)) return "no name of an alias";
-        if (!byName_.emplace(LowerCase(name), aliases_.size() - 1).second) {
+        if (!byName_.emplace(InLowerCase(name), aliases_.size() - 1).second) {
             return "an alias that stands in the file twice";
         }
         return fault;
@@ -111,7 +112,7 @@ private:
         if (member.type != kBareName) return;
 
         member.type = kUserMember;
-        const auto here = byName_.find(LowerCase(member.name));
+        const auto here = byName_.find(InLowerCase(member.name));
         const AliasEntry* stored = table.FindAnyCase(member.name);
         if (here == byName_.end() && stored == nullptr) return;
 

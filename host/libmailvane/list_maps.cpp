@@ -55,16 +55,6 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
 }  // namespace
 
-std::vector<ListFile> AliasFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"aliases"});
-}
-
-std::vector<ListFile> LoginFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"login_aliases"});
-}
-
 std::vector<ListFile> BlindCopyFiles()
 {
     return EmptyFiles(AccountDatabase::kMailvane, {"sender_bcc", "recipient_bcc"});
@@ -89,7 +79,7 @@ std::vector<ListFile> BlackWhiteFiles()
 
 std::vector<ListFileMaker> AccountLists()
 {
-    return {AliasFiles, LoginFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
+    return {AliasFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
 }
 
 int RebuildLists(const std::vector<ListFileMaker>& makers)
