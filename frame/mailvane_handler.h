@@ -83,6 +83,10 @@ private:
     void DelDnsb(Json::Value& in);
 
     // addresses/
+    void EnumAliases();
+    void EnumAliasMembers();
+    void LoadExtaddr();
+    void ExportAlias();
     void LoadAccess();
     void LoadBcc();
     void LoadSenderQuota();
@@ -90,6 +94,8 @@ private:
     void ExportBcc();
     void ApplyAccessSetting();
     void LoadAttachmentFilter();
+    void ApplyAliasInfo(Json::Value& in);
+    void AliasDel(Json::Value& in);
     void DeleteAccess(Json::Value& in);
     void AddAccess(Json::Value& in);
     void EditAccess(Json::Value& in);
