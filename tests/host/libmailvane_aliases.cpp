@@ -142,7 +142,7 @@ TEST_F(Aliases, AreReadFromFilesAsTheyAreFound)
     for (const auto& [text, want] : rows) {
         AliasTable table;
         EXPECT_EQ(Imported(table, text), want) << text;
-        if (want == "refused") EXPECT_TRUE(table.entries().empty());
+        EXPECT_EQ(table.entries().empty(), want == "refused" || text.empty());
     }
     AliasTable table;
     EXPECT_EQ(Imported(table, ""), "");
@@ -182,7 +182,7 @@ TEST_F(Aliases, ReachEachRecipientOnceWithoutLoops)
         {"a: b, bob\nb: c\nc: a, carol\n", "a", "carol bob "},
         {"a: a\n", "a", ""},
         {"bob: \\bob, x@y.example\n", "bob", "bob x@y.example "},
-        {"a: \\bob\nbob: \\carol\n", "a", "carol "},
+        {"a: \\bob\nbob: carol\n", "a", "carol "},
         {"f: \\g\ng: \\f\n", "f", "f "},
         {"a: g@mv.test\ng: A+x@two.TEST, z@localhost\n", "a", "A+x z "},
         {"sales: %staff\n", "sales", "alice sales bob "},
@@ -219,7 +219,9 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     EXPECT_EQ(host::AliasText(again), first);
 
     // Names change places, which a store of one row after the other could not take.
-    EXPECT_EQ(again.Rename("a", "t") + again.Rename("c", "A") + again.Rename("t", "c"), "");
+    EXPECT_EQ(again.Rename("a", "t"), "");
+    EXPECT_EQ(again.Rename("c", "A"), "");
+    EXPECT_EQ(again.Rename("t", "c"), "");
     EXPECT_EQ(again.Add("d", {{"dora", 0}}), "");
     const host::AliasChange change = again.Pending();
     EXPECT_EQ(change.removed.size(), 3U);
