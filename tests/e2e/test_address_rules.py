@@ -299,8 +299,9 @@ class Attachments(Pages):
                'filename="=?utf-8?Q?run=2Eexe?="', 'filename="=?utf-8?Q?run.e?= =?utf-8?Q?xe?="',
                'filename="=?utf-8?B?cnVuLmV4ZQ==?="', 'filename="=?utf-8?B?cnVubi5FWGU=?="',
                'filename="=?utf-8?B?cnVubm4uZXhl?="', 'filename="r\\un.e\\xe"',
-               'x=1; filename="a;b.exe"', "filename=x.tar.xz", "filename=run.exe (a program)")
-    TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.xz"',
+               'x=1; filename="a;b.exe"', "filename=x.tar.7z", "filename=run.exe (a program)",
+               'name="=?utf-8?B?eC50YXIuN3o=?="')
+    TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.7z"',
              'filename=ok.pdf; x="run.exe"', 'filename="=?utf-8?B?cnVuLnBkZg==?="',
              'filename="run exe"', "filename*=utf-8''run%2Eexecutable")
 
@@ -323,10 +324,10 @@ class Attachments(Pages):
     def test_listed_types_are_refused_however_the_name_is_written(self):
         self.assertEqual(self.types(), (0, []))
         self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
-        self.change("set_attachment_filter", modified_list=[], add_list=["tar.xz", ".EXE"])
+        self.change("set_attachment_filter", modified_list=[], add_list=["tar.7z", ".EXE"])
         self.addCleanup(self.change, "set_attachment_filter", add_list=[],
-                        modified_list=["exe", "tar.xz"])
-        self.assertEqual(self.types(), (2, ["exe", "tar.xz"]))
+                        modified_list=["exe", "tar.7z"])
+        self.assertEqual(self.types(), (2, ["exe", "tar.7z"]))
         self.assertEqual(self.types("&query=.EX"), (1, ["exe"]))
         for parameter in self.REFUSED:
             answer = self.attach(parameter)
