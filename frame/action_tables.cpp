@@ -13,13 +13,24 @@
 #include "frame/mailvane_handler.h"
 
 constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"alias_enum", &MailvaneHandler::EnumAliases},
+    {"alias_mem_enum", &MailvaneHandler::EnumAliasMembers},
+    {"load_extaddr", &MailvaneHandler::LoadExtaddr},
     {"load_imap_pop3", &MailvaneHandler::LoadImapPop3},
     {"load_smtp", &MailvaneHandler::LoadSmtp},
     {"load_relay", &MailvaneHandler::LoadRelay},
     {"enum_domain", &MailvaneHandler::EnumDomain},
     {"load_security", &MailvaneHandler::LoadSecurity},
     {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"load_access", &MailvaneHandler::LoadAccess},
+    {"load_bcc", &MailvaneHandler::LoadBcc},
+    {"load_sender_quota", &MailvaneHandler::LoadSenderQuota},
+    {"export_access", &MailvaneHandler::ExportAccess},
+    {"export_bcc", &MailvaneHandler::ExportBcc},
+    {"export_alias", &MailvaneHandler::ExportAlias},
+    {"apply_access_setting", &MailvaneHandler::ApplyAccessSetting},
     {"mailvane_check", &MailvaneHandler::CheckMailvane},
+    {"load_attachment_filter", &MailvaneHandler::LoadAttachmentFilter},
     {"generate_dkim_key", &MailvaneHandler::GenerateDkimKey},
 };
 
@@ -30,10 +41,21 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"delete_domain", &MailvaneHandler::DeleteDomain},
     {"add_domain", &MailvaneHandler::AddDomain},
     {"edit_domain", &MailvaneHandler::EditDomain},
+    {"apply_alias_info", &MailvaneHandler::ApplyAliasInfo},
+    {"alias_del", &MailvaneHandler::AliasDel},
     {"save_security", &MailvaneHandler::SaveSecurity},
     {"add_dnsb", &MailvaneHandler::AddDnsb},
     {"edit_dnsb", &MailvaneHandler::EditDnsb},
     {"del_dnsb", &MailvaneHandler::DelDnsb},
+    {"delete_access", &MailvaneHandler::DeleteAccess},
+    {"add_access", &MailvaneHandler::AddAccess},
+    {"edit_access", &MailvaneHandler::EditAccess},
+    {"delete_bcc", &MailvaneHandler::DeleteBcc},
+    {"add_bcc", &MailvaneHandler::AddBcc},
+    {"edit_bcc", &MailvaneHandler::EditBcc},
+    {"set_sender_quota", &MailvaneHandler::SetSenderQuota},
+    {"delete_sender_quota", &MailvaneHandler::DeleteSenderQuota},
+    {"set_attachment_filter", &MailvaneHandler::SetAttachmentFilter},
 };
 
 namespace {

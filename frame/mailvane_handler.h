@@ -81,4 +81,28 @@ private:
     void AddDnsb(Json::Value& in);
     void EditDnsb(Json::Value& in);
     void DelDnsb(Json::Value& in);
+
+    // addresses/
+    void EnumAliases();
+    void EnumAliasMembers();
+    void LoadExtaddr();
+    void ExportAlias();
+    void LoadAccess();
+    void LoadBcc();
+    void LoadSenderQuota();
+    void ExportAccess();
+    void ExportBcc();
+    void ApplyAccessSetting();
+    void LoadAttachmentFilter();
+    void ApplyAliasInfo(Json::Value& in);
+    void AliasDel(Json::Value& in);
+    void DeleteAccess(Json::Value& in);
+    void AddAccess(Json::Value& in);
+    void EditAccess(Json::Value& in);
+    void DeleteBcc(Json::Value& in);
+    void AddBcc(Json::Value& in);
+    void EditBcc(Json::Value& in);
+    void SetSenderQuota(Json::Value& in);
+    void DeleteSenderQuota(Json::Value& in);
+    void SetAttachmentFilter(Json::Value& in);
 };

@@ -7,10 +7,7 @@
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/write_scope.h"
-#include "platform/mailvane/access.h"
-#include "platform/mailvane/bcc.h"
 #include "platform/mailvane/postfix.h"
-#include "platform/mailvane/sender_quota.h"
 #include "platform/mailvane/spam.h"
 
 namespace host {
@@ -55,33 +52,6 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
 }  // namespace
 
-std::vector<ListFile> AliasFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"aliases"});
-}
-
-std::vector<ListFile> LoginFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"login_aliases"});
-}
-
-std::vector<ListFile> BlindCopyFiles()
-{
-    return EmptyFiles(AccountDatabase::kMailvane, {"sender_bcc", "recipient_bcc"});
-}
-
-std::vector<ListFile> AccessFiles()
-{
-    return EmptyFiles(AccountDatabase::kMailvane,
-                      {"sender_access", "recipient_access", "client_access"});
-}
-
-std::vector<ListFile> QuotaFiles()
-{
-    (void)ReadAccountDatabase(AccountDatabase::kMailvane);
-    return {{kQuotaFile, "", false}};
-}
-
 std::vector<ListFile> BlackWhiteFiles()
 {
     return EmptyFiles(AccountDatabase::kMailvane, {"black_senders"});
@@ -89,7 +59,7 @@ std::vector<ListFile> BlackWhiteFiles()
 
 std::vector<ListFileMaker> AccountLists()
 {
-    return {AliasFiles, LoginFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
+    return {AliasFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
 }
 
 int RebuildLists(const std::vector<ListFileMaker>& makers)
@@ -107,21 +77,6 @@ int RebuildLists(const std::vector<ListFileMaker>& makers)
 }
 
 }  // namespace host
-
-int BCC::GenerateBccMap()
-{
-    return host::RebuildLists({host::BlindCopyFiles});
-}
-
-int Access::GenerateAccessMap()
-{
-    return host::RebuildLists({host::AccessFiles});
-}
-
-int SenderQuota::GenerateConfig()
-{
-    return host::RebuildLists({host::QuotaFiles});
-}
 
 int Spam::GenerateBlackWhite()
 {

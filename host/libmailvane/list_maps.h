@@ -17,14 +17,20 @@ struct ListFile {
 /// Path in a generation of what the rate policy reads.
 constexpr char kQuotaFile[] = "policy/limits";
 
+/// Paths of tables that Postfix reads as they are.
+constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
+constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
+
 /// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot
-/// be read.
+/// be read. Aliases fill the map of the logins that may send from them as well; that one alone is
+/// made by LoginFiles.
 std::vector<ListFile> AliasFiles();
 std::vector<ListFile> LoginFiles();
 std::vector<ListFile> BlindCopyFiles();
 std::vector<ListFile> AccessFiles();
 std::vector<ListFile> QuotaFiles();
 std::vector<ListFile> BlackWhiteFiles();
+std::vector<ListFile> AttachmentFiles();
 
 /// Makes the files of one or more lists and puts them in force together; Postfix takes them at
 /// once, or with the save that is under way. `makers` are the functions above. 0; negative on

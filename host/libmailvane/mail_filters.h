@@ -1,5 +1,5 @@
 // The filters that mail passes on its way through the SMTP server: the DKIM signer and verifier,
-// the DMARC checker, the SPF checker.
+// the DMARC checker, the SPF checker, the rate policy.
 #pragma once
 
 #include <string>
@@ -27,6 +27,13 @@ extern const char kAskSpf[];
 
 /// The service of master.cf that runs the SPF checker; empty while that is off.
 std::string SpfService(const StoredSettings& settings);
+
+/// The switch of the rate policy, and the item of a restriction list that asks it.
+extern const char kRateSwitch[];
+extern const char kAskRatePolicy[];
+
+/// The service of master.cf that runs the rate policy; empty while that is off.
+std::string RatePolicyService(const StoredSettings& settings);
 
 /// Puts the filters' own files into the next generation, whether they run or not.
 void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,

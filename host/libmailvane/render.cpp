@@ -21,9 +21,20 @@ namespace {
 const char kAdministrators[] = "administrators";
 
 /// Maps that other lists fill; empty until they do.
-const char* const kListMaps[] = {"aliases",       "login_aliases", "sender_bcc",
-                                 "recipient_bcc", "sender_access", "recipient_access",
-                                 "client_access", "black_senders"};
+const char* const kListMaps[] = {"aliases",
+                                 "login_aliases",
+                                 "sender_bcc",
+                                 "recipient_bcc",
+                                 "sender_access",
+                                 "recipient_access",
+                                 "client_access",
+                                 "client_addresses",
+                                 "discarded_recipients",
+                                 "recipient_transport",
+                                 "black_senders"};
+
+/// Files that other lists fill and that are read as they are.
+const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kAttachmentChecksFile};
 
 std::string ReadFragment(const char* name)
 {
@@ -32,22 +43,6 @@ std::string ReadFragment(const char* name)
 
     if (!text.empty() && text.back() != '\n') text += '\n';
     return text;
-}
-
-/// The first member of the administrators' group.
-std::string FirstAdministrator()
-{
-    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
-    const std::string group =
-        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
-    HLIBCSzList* members = HLIBCSzListAlloc(1);
-    std::string name;
-    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
-        members->count > 0) {
-        name = HLIBCSzListGet(members, 0);
-    }
-    HLIBCSzListFree(members);
-    return name;
 }
 
 /// Addresses of the name servers that programs of this machine ask.
@@ -85,6 +80,21 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
 
 }  // namespace
 
+std::string FirstAdministrator()
+{
+    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
+    const std::string group =
+        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
+    HLIBCSzList* members = HLIBCSzListAlloc(1);
+    std::string name;
+    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
+        members->count > 0) {
+        name = HLIBCSzListGet(members, 0);
+    }
+    HLIBCSzListFree(members);
+    return name;
+}
+
 void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
 {
     const Surroundings around = LookAround(next, settings);
@@ -101,7 +111,9 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }
-    if (!next.Has(kQuotaFile)) next.Put(kQuotaFile, "", 0644);
+    for (const char* file : kListFiles) {
+        if (!next.Has(file)) next.Put(file, "", 0644);
+    }
 }
 
 }  // namespace host

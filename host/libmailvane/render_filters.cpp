@@ -1,5 +1,6 @@
-// Texts of the filters' files: OpenDKIM, OpenDMARC and the SPF checker.
+// Texts of the filters' files: OpenDKIM, OpenDMARC and the SPF checker; how the rate policy runs.
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
 
@@ -136,6 +137,8 @@ std::string Filter(const char* filter, const char* whenItFails)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
+const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
+const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
 
 bool DkimFilterRuns(const StoredSettings& settings)
 {
@@ -169,6 +172,17 @@ std::string SpfService(const StoredSettings& settings)
     return "policyd-spf unix - n n - 0 spawn\n"
            "  user=policyd-spf argv=/usr/bin/policyd-spf " +
            InForce("spf/policyd-spf.conf") + "\n";
+}
+
+std::string RatePolicyService(const StoredSettings& settings)
+{
+    if (!settings.Bool(kRateSwitch)) return "";
+
+    return "rate-policy unix - n n - 0 spawn\n"
+           "  user=mailvane-policy argv=" +
+           PackagePath("target/bin/hald_rate_policy") + " " + InForce(kQuotaFile) + " " +
+           Socket("memcached") + " " +
+           std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 
 void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,

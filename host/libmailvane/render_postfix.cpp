@@ -3,6 +3,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libmailvane/alias_expansion.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/render.h"
@@ -61,6 +62,12 @@ std::string Map(const std::string& name)
     return "cdb:${config_directory}/maps/" + name;
 }
 
+/// A table that is read as it is, of another type.
+std::string Table(const char* type, const std::string& name)
+{
+    return std::string(type) + ":${config_directory}/maps/" + name;
+}
+
 const char* YesNo(bool flag)
 {
     return flag ? "yes" : "no";
@@ -98,7 +105,12 @@ void AddDelivery(Parameters& main, const StoredSettings& settings)
              "pipemap:{unix:passwd.byname, "
              "pcre:{{/^[^:]*:[^:]*:(?!65534:)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
-    main.Add("virtual_alias_maps", Map("aliases") + ", " + Map("roles"));
+    main.Add("virtual_alias_maps",
+             Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
+    // Aliases are expanded before they become a map; this must hold the largest of them.
+    main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
+    main.Add("transport_maps", Map("recipient_transport"));
+    main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
     main.Add("always_bcc", settings.AlwaysBcc());
@@ -152,14 +164,27 @@ void AddBlocklists(Restrictions& restrictions, const StoredSettings& settings)
     }
 }
 
+/// What the access list of clients says: to an address, to its networks, to its host name.
+void AddClientAccess(Restrictions& restrictions)
+{
+    restrictions.Add("check_client_access " + Map("client_addresses"))
+        .Add("check_client_access " + Table("cidr", "client_networks"))
+        .Add("check_client_access " + Map("client_access"));
+}
+
 /// What a recipient is refused for. Blocklists stand late: they cost a question to the DNS, and SPF
-/// costs several and a program.
+/// costs several and a program. A client or recipient that is let in by the access lists is asked
+/// about neither; a sender is, since anybody can write any sender. None of this lets a stranger
+/// relay: that is judged before, by restrictions of its own.
 std::string RecipientRestrictions(const StoredSettings& settings)
 {
     Restrictions restrictions;
     restrictions.Add("check_recipient_access " + Map("recipient_access"))
         .Add("permit_mynetworks")
         .Add("permit_sasl_authenticated");
+    if (settings.Bool("spam_dnsbl_enable") || settings.Bool("enable_spf_check")) {
+        AddClientAccess(restrictions);
+    }
     AddBlocklists(restrictions, settings);
     restrictions.AddIf(settings.Bool("enable_spf_check"), kAskSpf);
     return restrictions.text();
@@ -168,13 +193,15 @@ std::string RecipientRestrictions(const StoredSettings& settings)
 void AddRestrictions(Parameters& main, const StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
+    // An alias is looked up by its name alone, whatever the mail domain.
+    const std::string ownAddresses = "pcre:${config_directory}/maps/login_rule";
     main.Add("smtpd_sender_login_maps",
-             Map("login_aliases") + ", pcre:${config_directory}/maps/login_rule");
+             "pipemap:{" + ownAddresses + ", " + Map("login_aliases") + "}, " + ownAddresses);
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
+    Restrictions client;
+    AddClientAccess(client);
     main.Add("smtpd_client_restrictions",
-             Restrictions()
-                 .Add("check_client_access " + Map("client_access"))
-                 .Add("permit_mynetworks")
+             client.Add("permit_mynetworks")
                  .Add("permit_sasl_authenticated")
                  .AddIf(settings.Bool("reject_unknown_client_hostname"),
                         "reject_unknown_client_hostname")
@@ -203,6 +230,7 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
                  .text());
+    if (settings.Bool(kRateSwitch)) main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
 
 void AddFilters(Parameters& main, const StoredSettings& settings)
@@ -212,6 +240,7 @@ void AddFilters(Parameters& main, const StoredSettings& settings)
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
+    if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
 }
 
 void AddLimits(Parameters& main, const StoredSettings& settings)
@@ -301,7 +330,8 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
-    return text + kInnerServices + SpfService(settings) + around.masterFragment;
+    return text + kInnerServices + SpfService(settings) + RatePolicyService(settings) +
+           around.masterFragment;
 }
 
 std::string RenderRelayPassword(const StoredSettings& settings)
@@ -327,7 +357,7 @@ std::string RenderRoles(const Surroundings& around)
     if (around.administrator.empty()) return "";
 
     std::string text;
-    for (const char* role : {"postmaster", "abuse", "root"}) {
+    for (const char* role : kRoles) {
         text += std::string(role) + " " + around.administrator + "\n";
     }
     return text;

@@ -94,6 +94,11 @@ std::string StoredSettings::AlwaysBcc() const
     return IsMailAddress(address) ? address : "";
 }
 
+void StoredSettings::SetAlwaysBcc(const std::string& address)
+{
+    file_.Set(kAlwaysBccKey, address);
+}
+
 AccountCombination StoredSettings::Account() const
 {
     return {Text("account_type"), Text("acc_domain_name")};

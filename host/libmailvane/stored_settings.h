@@ -46,6 +46,7 @@ public:
 
     /// Where a copy of all mail goes; empty for nowhere.
     std::string AlwaysBcc() const;
+    void SetAlwaysBcc(const std::string& address);
 
     /// Whose accounts are served.
     AccountCombination Account() const;

@@ -1,0 +1,18 @@
+// The types of attachments that are refused: etc/attachment_types.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// The types in stored order: file name extensions in lower case, without a dot in front. None when
+/// there is no list. Throws std::runtime_error when it cannot be read.
+std::vector<std::string> AttachmentTypes();
+
+/// The one spelling under which a type is stored (`.EXE` and `*.exe` are `exe`); nothing when
+/// `text` is no extension: letters, digits, "_", "+", "-", inner dots, 32 bytes at most.
+std::optional<std::string> StoredAttachmentType(const std::string& text);
+
+}  // namespace host

@@ -1,0 +1,39 @@
+// The rules of blind copies in etc/mailvane.db.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <list>
+#include <string>
+
+#include "platform/mailvane/bcc.h"
+
+namespace host {
+
+/// The script that makes the table of the rules. Its order is the order of the list.
+constexpr char kBccTable[] =
+    "CREATE TABLE bcc (type INTEGER NOT NULL, name TEXT NOT NULL, bcc_to TEXT NOT NULL, "
+    "PRIMARY KEY (type, name)) WITHOUT ROWID";
+
+/// The rule as it is stored; false, with the reason in `fault`, for one that cannot be. A rule is
+/// for an address, for a user of this server by the bare name, or for a whole domain, "@domain".
+bool MakeStored(BccInfo& rule, std::string& fault);
+
+/// Number of rules that match the filter's search, and the page of them. Throw SQLite::Exception,
+/// as do the operations below.
+int CountBcc(SQLite::Database& store, const Filter& filter);
+std::list<BccInfo> PageOfBcc(SQLite::Database& store, const Filter& filter);
+
+/// All rules of one type, in order.
+std::list<BccInfo> ReadBcc(SQLite::Database& store, BccType type);
+
+/// Adds a stored rule; false when there is one of that type and name.
+bool InsertBcc(SQLite::Database& store, const BccInfo& rule);
+
+/// Adds stored rules, or gives those of their type and name another target.
+void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
+
+/// Removes rules by type and name; names may be in any case. Returns the rules that were removed.
+std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
+
+}  // namespace host

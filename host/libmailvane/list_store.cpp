@@ -1,0 +1,72 @@
+// What the lists in etc/mailvane.db share.
+#include "host/libmailvane/list_store.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/account_databases.h"
+#include "host/libmailvane/account_switch.h"
+#include "host/libmailvane/list_text.h"
+#include "host/libmailvane/stored_settings.h"
+
+namespace host {
+namespace {
+
+const char kEveryField[] = "all";
+const char kPattern[] = ":pattern";
+
+}  // namespace
+
+SQLite::Database ChangeListStore()
+{
+    const auto settings = StoredSettings::Read();
+    if (!settings || HealAccounts(settings->Account()) < 0) {
+        throw std::runtime_error("the lists of the stored account source are not at hand");
+    }
+    return ChangeAccountDatabase(AccountDatabase::kMailvane);
+}
+
+Search::Search(const Filter& filter, const std::vector<SearchField>& fields)
+{
+    if (filter.searchKey.empty()) {
+        condition_ = "1";
+        return;
+    }
+    for (const SearchField& field : fields) {
+        if (filter.searchType != kEveryField && filter.searchType != field.name) continue;
+
+        condition_ += condition_.empty() ? "(" : " OR ";
+        condition_.append(field.expression).append(" LIKE ").append(kPattern);
+        condition_ += " ESCAPE '\\'";
+    }
+    if (condition_.empty()) {
+        condition_ = "0";
+        return;
+    }
+    condition_ += ")";
+    pattern_ = LikeAnywhere(filter.searchKey);
+}
+
+void Search::Bind(SQLite::Statement& query) const
+{
+    if (!pattern_.empty()) query.bind(kPattern, pattern_);
+}
+
+void BindPage(SQLite::Statement& query, const Filter& filter)
+{
+    // SQLite itself takes a negative limit for none at all.
+    query.bind(":limit", std::max(filter.limit, 0));
+    query.bind(":start", std::max(filter.start, 0));
+}
+
+int WriteExport(const std::string& path, const std::string& text)
+{
+    if (ReplaceFile(path, text, 0600)) return 0;
+
+    Log(LOG_ERR, "cannot write %s: %s", path.c_str(), ErrnoText());
+    return -1;
+}
+
+}  // namespace host

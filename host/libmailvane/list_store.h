@@ -1,0 +1,48 @@
+// What the lists in etc/mailvane.db share: opening for changes, search, exports.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/mailvane/filter.h"
+
+namespace host {
+
+/// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
+/// Requires the request lock. Throws when that fails.
+SQLite::Database ChangeListStore();
+
+/// A field that a search can look at: its name in a request, and the SQL expression of its text.
+struct SearchField {
+    const char* name;
+    const char* expression;
+};
+
+/// The search of a filter as SQL. A search in a field that the list does not have finds nothing.
+class Search {
+public:
+    Search(const Filter& filter, const std::vector<SearchField>& fields);
+
+    /// The condition for a WHERE clause.
+    const std::string& condition() const { return condition_; }
+
+    /// Fills in the condition's parameter.
+    void Bind(SQLite::Statement& query) const;
+
+private:
+    std::string condition_;
+    std::string pattern_;  ///< empty when the condition has no parameter
+};
+
+/// The end of a query for one page, with the parameters :limit and :start.
+constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
+
+/// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
+void BindPage(SQLite::Statement& query, const Filter& filter);
+
+/// Writes an export to the file at `path`. 0, or -1 (logged).
+int WriteExport(const std::string& path, const std::string& text);
+
+}  // namespace host

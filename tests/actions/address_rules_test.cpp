@@ -1,0 +1,300 @@
+// Access lists, blind copies, sender quotas, refused attachments.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Lines;
+using recording::ParseJson;
+using recording::Refusal;
+using recording::SystemError;
+
+namespace {
+
+const char kSuccess[] = R"({"success": true})";
+const char kFailure[] = R"({"success": false})";
+
+/// A request whose call number `failing` (from 0) of the expected ones fails, and its answer then.
+struct Failure {
+    const char* action;
+    const char* body;
+    std::vector<std::string> calls;
+    std::string answer;
+    const char* log;
+};
+
+class AddressRules : public recording::ActionTest {
+protected:
+    /// Each row: the last of its calls fails, nothing is called after it.
+    void ExpectFailures(const std::vector<Failure>& rows)
+    {
+        for (const Failure& row : rows) {
+            SCOPED_TRACE(std::string(row.action) + ": " + row.calls.back());
+            world.Fail(row.calls.back());
+            EXPECT_EQ(Write(row.action, row.body).output, row.answer);
+            EXPECT_EQ(world.Calls(), Lines(row.calls));
+            if (*row.log != '\0') world.ExpectLog(row.log);
+            NextCase();
+        }
+    }
+
+    void Prepare() override
+    {
+        world.users.resize(1);
+        world.users.front().name = "ann";
+    }
+
+    /// A download of one list; its failures write nothing.
+    void ExpectDownload(const std::string& kind, const std::string& action,
+                        const std::string& parameter, const char* name)
+    {
+        const std::string open = kind + "::getInstance";
+        const std::string write = kind + "::export" + (kind == "BCC" ? "BCC" : kind);
+        world.exportText = "a OK\nb";
+        EXPECT_EQ(
+            Read(action, {{action == "export_bcc" ? "bccType" : "accessType", parameter}}).output,
+            std::string("Content-Type:application/octet-stream\nContent-Disposition:"
+                        "attachment; filename=\"") +
+                name + "\"\n\na OK\nb");
+        NextCase();
+
+        world.Fail(open);
+        EXPECT_EQ(Read(action).output, "");
+        NextCase();
+
+        world.Fail(write);
+        EXPECT_EQ(Read(action).output, "");
+        world.ExpectLog(kind == "BCC" ? "export bcc fail" : "export access fail");
+        NextCase();
+
+        // Leads nowhere: it can neither be written nor read.
+        world.On(write, [this] {
+            const std::string path = world.temporaryNames.begin()->first;
+            std::remove(path.c_str());
+            return symlink("/nonexistent/file", path.c_str());
+        });
+        EXPECT_EQ(Read(action).output, "");
+        world.ExpectLog("rule open fail");
+        NextCase();
+    }
+};
+
+}  // namespace
+
+TEST_F(AddressRules, AccessListsArePagedBySearchAndCountedFirst)
+{
+    world.access = {{"b", ACCESS_REJECT, TYPE_CLIENT, NAME_NETWORK}, {"a"}};
+    EXPECT_EQ(Read("load_access").output, Answer(R"({"success": true, "total": 2, "items": [
+                  {"type": 2, "name_type": 4, "name": "b", "status": "REJECT"},
+                  {"type": 0, "name_type": 0, "name": "a", "status": "OK"}]})"));
+    EXPECT_EQ(world.Calls(), Lines({"Access::getInstance",
+                                    "Access::getTotalAccessNum {start 0 limit 50 search all \"\"}",
+                                    "Access::getAllAccessList {start 0 limit 50 search all \"\"}",
+                                    "Access::~Access"}));
+    NextCase();
+
+    world.Return("Access::getTotalAccessNum {start -3 limit 7 search name k}", 9);
+    EXPECT_EQ(Read("load_access",
+                   {{"start", "-3"}, {"limit", "7x"}, {"search_type", "name"}, {"search_key", "k"}})
+                  .output,
+              Answer(R"({"success": true, "total": 9, "items": []})"));
+    NextCase();
+
+    world.Fail("Access::getInstance");
+    EXPECT_EQ(Read("load_access").output, Answer(kFailure));
+    world.ExpectLog("load fail");
+}
+
+TEST_F(AddressRules, AnEditIsADeletionAndAnAddition)
+{
+    const std::string access =
+        R"({"orgName": "o", "orgAccessType": 1, "orgNameType": 2, "name": "n",
+            "permission": "DISCARD", "accessType": 2, "nameType": 3})";
+    EXPECT_EQ(Write("edit_access", access).output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(), Lines({"Access::getInstance", "Access::deleteAccess [o 0 1 2]",
+                                    "Access::addAccess 2 3 n 2"}));
+    NextCase();
+
+    const std::string bcc = R"({"orgBccType": 1, "orgName": "o", "bccType": 0, "name": "n",
+                                "bccTo": "x@y"})";
+    EXPECT_EQ(Write("edit_bcc", bcc).output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              Lines({"BCC::getInstance", "BCC::deleteBCC [o \"\" 1]", "BCC::addBCC 0 n x@y"}));
+}
+
+TEST_F(AddressRules, TheFirstFailureEndsAChange)
+{
+    const std::string access = "Access::getInstance";
+    const std::string bcc = "BCC::getInstance";
+    const std::string gone = "Access::deleteAccess [\"\" 0 0 0]";
+    const std::string added = "Access::addAccess 0 0 \"\" 3";
+    const char* copy = R"({"bccTo": "x@y"})";
+    ExpectFailures({
+        {"add_access", "{}", {access}, Answer(kFailure), "load fail"},
+        {"add_access", "{}", {access, added}, Answer(kFailure), "add access fail"},
+        {"edit_access", "{}", {access}, Answer(kFailure), "load fail"},
+        {"edit_access", "{}", {access, gone}, Answer(kFailure), "delete access fail"},
+        {"edit_access", "{}", {access, gone, added}, Answer(kFailure), "add access fail"},
+        {"delete_access", "{}", {access}, Answer(kFailure), "load fail"},
+        {"delete_access", "{}", {access, "Access::deleteAccess []"}, Answer(kSuccess), ""},
+        {"add_bcc", copy, {bcc}, SystemError(), ""},
+        {"add_bcc", copy, {bcc, "BCC::addBCC 0 \"\" x@y"}, SystemError(), ""},
+        {"edit_bcc", copy, {bcc}, SystemError(), "load fail"},
+        {"edit_bcc", copy, {bcc, "BCC::deleteBCC [\"\" \"\" 0]"}, SystemError(), "delete bcc fail"},
+        {"edit_bcc",
+         copy,
+         {bcc, "BCC::deleteBCC [\"\" \"\" 0]", "BCC::addBCC 0 \"\" x@y"},
+         SystemError(),
+         "add bcc fail"},
+        {"delete_bcc", "{}", {bcc}, Answer(kFailure), "load fail"},
+        {"delete_bcc",
+         R"({"deleteList": [{"type": 2, "name": "n", "bccTo": "b"}]})",
+         {bcc, "BCC::deleteBCC [n b 2]"},
+         SystemError(),
+         ""},
+        {"set_attachment_filter",
+         R"({"add_list": ["a"], "modified_list": []})",
+         {"AttachmentFilter::Add [a]"},
+         SystemError(),
+         ""},
+        {"set_attachment_filter", "{}", {"AttachmentFilter::GenerateConfig"}, SystemError(), ""},
+    });
+}
+
+TEST_F(AddressRules, ATargetOfCopiesThatIsNobodyIsRefusedBeforeAnythingChanges)
+{
+    for (const char* action : {"add_bcc", "edit_bcc"}) {
+        EXPECT_EQ(Write(action, R"({"bccTo": "nobody"})").output, Refusal("bcc", "invalid_name"));
+        EXPECT_EQ(world.Calls().find("BCC::addBCC") + 1, 0U);
+        EXPECT_EQ(world.Calls().find("BCC::deleteBCC") + 1, 0U);
+        NextCase();
+
+        EXPECT_EQ(Write(action, R"({"bccTo": "ann"})").output, Answer(kSuccess));
+        NextCase();
+    }
+}
+
+TEST_F(AddressRules, DownloadsAreNamedByTheirList)
+{
+    ExpectDownload("Access", "export_access", "0", "sender_access");
+    ExpectDownload("Access", "export_access", "1", "recipient_access");
+    ExpectDownload("Access", "export_access", "7", "client_access");
+    ExpectDownload("BCC", "export_bcc", "0", "sender_bcc");
+    ExpectDownload("BCC", "export_bcc", "5", "recipient_bcc");
+}
+
+TEST_F(AddressRules, AFailedApplyIsToldByItsMessageAlone)
+{
+    EXPECT_EQ(Read("apply_access_setting").output, Answer(kSuccess));
+    world.Fail("Access::GenerateAccessMap");
+    EXPECT_EQ(Read("apply_access_setting").output,
+              Answer(R"({"errinfo": {"sec": "common", "key": "error_system"}, "success": true})"));
+    world.ExpectLog("generate access map fail");
+}
+
+TEST_F(AddressRules, TheCopyOfAllMailIsRowZeroOfTheList)
+{
+    const struct {
+        std::map<std::string, std::string> parameters;
+        bool counted, shown;
+        const char* filter;
+    } rows[] = {
+        {{}, true, true, "{start 0 limit 49 search all \"\"}"},
+        {{{"start", "50"}}, true, false, "{start 49 limit 50 search all \"\"}"},
+        {{{"limit", "0"}}, true, true, "{start 0 limit -1 search all \"\"}"},
+        {{{"start", "-1"}}, true, false, "{start -2 limit 50 search all \"\"}"},
+        {{{"search_key", "Ops@"}}, true, true, "{start 0 limit 49 search all Ops@}"},
+        {{{"search_key", "ops@"}}, false, false, "{start 0 limit 50 search all ops@}"},
+        {{{"search_type", "name"}}, true, true, "{start 0 limit 49 search name \"\"}"},
+        {{{"search_type", "name"}, {"search_key", "Ops"}},
+         false,
+         false,
+         "{start 0 limit 50 search name Ops}"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.filter);
+        world.alwaysBcc = "Ops@x";
+        world.bcc = {{"n", "t", BCC_RECIPIENT}};
+        Json::Value want = ParseJson(R"({"success": true, "items": []})");
+        want["total"] = row.counted ? 2 : 1;
+        if (row.shown) want["items"].append(ParseJson(R"({"type": 2, "bcc_to": "Ops@x"})"));
+        want["items"].append(ParseJson(R"({"type": 1, "name": "n", "bcc_to": "t"})"));
+        EXPECT_EQ(Read("load_bcc", row.parameters).output, Answer(recording::Compact(want)));
+        EXPECT_NE(world.Calls().find(std::string("BCC::getAllBCCList ") + row.filter),
+                  std::string::npos)
+            << world.Calls();
+        NextCase();
+    }
+    EXPECT_EQ(Read("load_bcc").output, Answer(R"({"success": true, "total": 0, "items": []})"));
+    world.Fail("BCC::getInstance");
+    EXPECT_EQ(Read("load_bcc").output, Answer(kFailure));
+}
+
+TEST_F(AddressRules, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
+{
+    const std::string load = "Postfix::LoadSettings";
+    const std::string user = "HLIBUserRealNameGet ann 1023";
+    const std::string set = "SenderQuota::Set ann 4294967295";
+    const std::string generate = "SenderQuota::GenerateConfig";
+    const std::string gone = "SenderQuota::DeleteList [ann, b]";
+    const char* body = R"({"sasl_sender": "ann", "quota": -1})";
+    const char* list = R"({"delete_list": ["ann", "b"]})";
+    ExpectFailures({
+        {"set_sender_quota", body, {load, load, user}, Refusal("user", "no_such_user"), ""},
+        {"set_sender_quota", body, {load, load, user, set}, SystemError(), ""},
+        {"set_sender_quota", body, {load, load, user, set, generate}, SystemError(), ""},
+        {"delete_sender_quota", list, {load}, SystemError(), ""},
+        {"delete_sender_quota", list, {load, gone}, SystemError(), ""},
+        {"delete_sender_quota", list, {load, gone, generate}, SystemError(), ""},
+    });
+
+    world.postfix.Set(ParseJson(R"({"reject_sasl_sender_rate_exceed": true})"));
+    world.Fail("SenderQuota::DeleteList");
+    world.Fail("Postfix::Service");
+    EXPECT_EQ(Write("set_sender_quota", R"({"sasl_sender": "ann", "quota": -1, "orgSetting": {}})")
+                  .output,
+              Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              Lines({load, load, user, "SenderQuota::DeleteList [\"\"]", set, generate,
+                     "Postfix::Service restart",
+                     "HLIBCExec /var/packages/Mailvane/target/scripts/memcached.sh restart"}));
+    EXPECT_EQ(Read("load_sender_quota", {{"start", "-1"}}).output,
+              Answer(R"({"success": true, "total": 1,
+                         "settings": [{"sasl_sender": "ann", "quota": 4294967295}]})"));
+    NextCase();
+
+    EXPECT_EQ(Write("delete_sender_quota", list).output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(), Lines({load, gone, generate, "Postfix::Service restart"}));
+    NextCase();
+
+    world.Fail("SenderQuota::GetSettingList 0 50");
+    EXPECT_EQ(Read("load_sender_quota").output, SystemError());
+}
+
+TEST_F(AddressRules, AttachmentTypesAreRemovedBeforeOthersAreAddedAndListedInOrder)
+{
+    world.attachmentTypes = {"zip", "exe", "Doc"};
+    world.Fail("AttachmentFilter::Delete");
+    world.Fail("Postfix::Service");
+    EXPECT_EQ(
+        Write("set_attachment_filter", R"({"add_list": ["b"], "modified_list": ["b"]})").output,
+        Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              Lines({"AttachmentFilter::Delete [b]", "AttachmentFilter::Add [b]",
+                     "AttachmentFilter::GenerateConfig", "Postfix::Service restart"}));
+    EXPECT_EQ(Read("load_attachment_filter", {{"query", "q"}}).output,
+              Answer(R"({"success": true, "total": 4, "file_types": [{"file_type": "Doc"},
+                         {"file_type": "b"}, {"file_type": "exe"}, {"file_type": "zip"}]})"));
+    NextCase();
+
+    EXPECT_EQ(Write("set_attachment_filter").output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              Lines({"AttachmentFilter::GenerateConfig", "Postfix::Service restart"}));
+    NextCase();
+
+    world.Fail("AttachmentFilter::GetList");
+    EXPECT_EQ(Read("load_attachment_filter").output, SystemError());
+}

@@ -1,0 +1,347 @@
+"""Access lists, blind copies, sender quotas, refused attachments: what they do to real mail."""
+import json
+import smtplib
+import unittest
+
+import harness
+import nameserver
+from harness import DOMAIN, SystemLog, control, delivered, mails, post, read, send
+from pages import Pages
+
+ALICE, BOB, CAROL = (user + "@" + DOMAIN for user in ("alice", "bob", "carol"))
+SENDER, RECIPIENT, CLIENT = range(3)
+ADDRESS, NAME, TREE, IP, NETWORK = range(5)
+STRANGER = "203.0.113.1"
+HOSTILE = ("a b", "x\ny", '"; drop', "caf\u00e9\u0001", "\udcff", "a" * 300, "", "x@y z", "#x",
+           "a@b,c@d", "$(id)@x.test", "<b>@x.test")
+
+DNS = nameserver.NameServer("host-record=box.lan.test,203.0.113.20",
+                            "address=/1.113.0.203.ip.bl.test/127.0.0.2")
+
+
+def setUpModule():
+    nameserver.local_network("203.0.113.0/24")
+    DNS.start()
+
+
+def tearDownModule():
+    DNS.stop()
+
+
+def ask(action, **members):
+    """Answer to an action; "\udcff" in its members goes as the byte FF, which is no text."""
+    body = json.dumps({"action": action, **members}, ensure_ascii=False)
+    return post(body.encode("utf-8", "surrogateescape")).json()
+
+
+def say(sender="x@elsewhere.test", recipient=BOB, source=STRANGER):
+    """What the mail server answers to a recipient."""
+    with smtplib.SMTP("127.0.0.1", 25, local_hostname="c.test", timeout=20,
+                      source_address=(source, 0)) as client:
+        client.ehlo()
+        client.command_encoding = "utf-8"
+        client.mail(sender, [] if sender.isascii() else ["SMTPUTF8"])
+        code, text = client.rcpt(recipient)
+        return "%d %s" % (code, text.decode())
+
+
+class Access(Pages):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.clear)
+
+    def clear(self):
+        items = read("load_access&limit=1000").json()["items"]
+        self.change("delete_access", deleteList=[
+            {"type": item["type"], "nameType": item["name_type"], "name": item["name"]}
+            for item in items])
+        self.apply()
+
+    def apply(self):
+        answer = read("apply_access_setting", headers={"X-Mailvane": "1"}).json()
+        self.assertEqual(answer, {"success": True})
+
+    def add(self, permission, name, list_type, kind):
+        self.change("add_access", permission=permission, name=name, accessType=list_type,
+                    nameType=kind)
+
+    def names(self, query=""):
+        answer = read("load_access" + query).json()
+        return answer["total"], [item["name"] for item in answer["items"]]
+
+    def test_every_kind_of_name_is_answered_after_the_apply_and_the_nearest_counts(self):
+        self.add("REJECT", "Bad@Tree.TEST", SENDER, ADDRESS)
+        self.add("OK", "tree.test", SENDER, NAME)
+        self.add("REJECT", ".tree.test", SENDER, TREE)
+        self.add("OK", "good.tree.test", SENDER, TREE)
+        self.add("REJECT", "caf\u00e9@tree.test", SENDER, ADDRESS)
+        self.add("REJECT", CAROL, RECIPIENT, ADDRESS)
+        self.add("REJECT", "box.lan.test", CLIENT, NAME)
+        self.add("OK", "lan.test", CLIENT, TREE)
+        self.add("REJECT", "203.0.113.30", CLIENT, IP)
+        self.add("REJECT", "203.0.113.41/29", CLIENT, NETWORK)
+        self.add("OK", "203.0.113.42/32", CLIENT, NETWORK)
+        self.add("OK", "203.0.113.43", CLIENT, IP)
+        rows = (({"sender": "bad@tree.test"}, "554"), ({"sender": "bad+x@tree.test"}, "554"),
+                ({"sender": "other@tree.test"}, "250"), ({"sender": "x@a.tree.test"}, "554"),
+                ({"sender": "x@b.good.tree.test"}, "250"), ({"sender": "x@atree.test"}, "250"),
+                ({"sender": "caf\u00e9@tree.test"}, "554"), ({"recipient": CAROL}, "554"),
+                ({"source": "203.0.113.20"}, "554"), ({"source": "203.0.113.30"}, "554"),
+                ({"source": "203.0.113.31"}, "250"), ({"source": "203.0.113.40"}, "554"),
+                ({"source": "203.0.113.42"}, "250"), ({"source": "203.0.113.43"}, "250"))
+        for arguments, _ in rows:
+            self.assertEqual(say(**arguments)[:3], "250", arguments)
+        self.apply()
+        for arguments, want in rows:
+            self.assertEqual(say(**arguments)[:3], want, arguments)
+        self.clear()
+        for arguments, _ in rows:
+            self.assertEqual(say(**arguments)[:3], "250", arguments)
+
+    def test_what_is_let_in_neither_relays_nor_needs_no_login(self):
+        self.add("OK", STRANGER, CLIENT, IP)
+        self.add("OK", "elsewhere.test", SENDER, TREE)
+        self.add("OK", "else.test", RECIPIENT, TREE)
+        self.apply()
+        self.assertIn("Relay access denied", say(recipient="x@else.test"))
+        self.assertIn("Relay access denied", say(recipient="x@else.test", sender=ALICE))
+        with smtplib.SMTP("127.0.0.1", 587, timeout=20) as client:
+            client.starttls(context=harness.unverified())
+            client.mail(ALICE)
+            self.assertEqual(client.rcpt(BOB)[0], 554)
+
+    def test_what_frees_from_blocklists(self):
+        entry = {"server": "ip.bl.test", "type": "rbl_client"}
+        self.change("add_dnsb", **entry)
+        self.addCleanup(self.change, "del_dnsb", dnsbList=[entry])
+        self.change("save_relay", spam_dnsbl_enable=True)
+        self.add("OK", "elsewhere.test", SENDER, NAME)
+        self.add("OK", CAROL, RECIPIENT, ADDRESS)
+        self.apply()
+        self.assertEqual(say()[:3], "554", "anybody can write this sender")
+        self.assertEqual(say(recipient=CAROL)[:3], "250")
+        self.add("OK", "203.0.113.0/30", CLIENT, NETWORK)
+        self.apply()
+        self.assertEqual(say()[:3], "250")
+
+    def test_lists_belong_to_the_account_source(self):
+        self.add("REJECT", CAROL, RECIPIENT, ADDRESS)
+        self.change("add_bcc", bccType=2, name="", bccTo=CAROL)
+        self.addCleanup(self.change, "delete_bcc", deleteList=[{"type": 2}])
+        self.assert_saved(acc_domain_name="other.test")
+        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((0, []), 0))
+        self.assert_saved(acc_domain_name=DOMAIN)
+        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((1, [CAROL]), 1))
+        self.assertEqual(say(recipient=CAROL)[:3], "554")
+        self.assertEqual(harness.postconf("always_bcc"), CAROL)
+
+    def test_discarded_mail_is_lost_for_those_it_concerns_alone(self):
+        self.change("apply_alias_info", aliasname="team", orgalias="",
+                    member=[{"name": "bob", "type": 0, "is_join": True}])
+        self.addCleanup(self.change, "alias_del", alias=["team"])
+        self.add("DISCARD", "team@" + DOMAIN, RECIPIENT, ADDRESS)
+        self.add("DISCARD", CAROL, RECIPIENT, ADDRESS)
+        self.add("DISCARD", "spam.test", SENDER, NAME)
+        self.add("DISCARD", "else.test", RECIPIENT, NAME)
+        self.apply()
+        send("x@elsewhere.test", [CAROL, BOB], "to two")
+        send("x@spam.test", [BOB], "spam")
+        send("x@elsewhere.test", ["team@" + DOMAIN], "to the alias")
+        send(ALICE, [BOB, "x@else.test"], "out", port=587, login="alice")
+        for subject in ("to two", "out"):
+            delivered("bob", subject)
+        self.assertEqual(mails("bob", "spam") + mails("bob", "to the alias") +
+                         mails("carol", "to two"), [])
+        self.assertEqual(harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION,
+                                     "-j").strip(), "")
+
+    def test_pages_search_edit_and_export(self):
+        for number in range(7):
+            self.add("REJECT" if number % 2 else "OK", "n%d_%%@x.test" % number, SENDER, ADDRESS)
+        self.add("DISCARD", "10.0.0.0/8", CLIENT, NETWORK)
+        self.assertEqual(self.names("&start=6&limit=5"), (8, ["n6_%@x.test", "10.0.0.0/8"]))
+        self.assertEqual(self.names("&start=8"), (8, []))
+        self.assertEqual(self.names("&limit=0"), (8, []))
+        self.assertEqual(self.names("&search_key=3_%25"), (1, ["n3_%@x.test"]))
+        self.assertEqual(self.names("&search_key=reject")[0], 3)
+        self.assertEqual(self.names("&search_key=reject&search_type=name"), (0, []))
+        self.change("edit_access", orgName="10.0.0.0/8", orgAccessType=CLIENT, orgNameType=NETWORK,
+                    name="2001:DB8:0::1", permission="OK", accessType=CLIENT, nameType=IP)
+        export = read("export_access&accessType=2")
+        self.assertEqual(export.body, b"2001:db8::1 OK\n")
+        self.assertIn('"client_access"', export.headers["Content-Disposition"])
+        self.assertEqual(read("export_access&accessType=7").body, b"")
+
+    def test_names_that_are_none_are_refused(self):
+        before = self.names()
+        for name in HOSTILE + ("1.2.3.4/33", "1.2.3", "x@1.2.3.4/8", ".", "a..b"):
+            for kind in (ADDRESS, NAME, TREE, IP, NETWORK, 9):
+                answer = ask("add_access", permission="OK", name=name, nameType=kind,
+                             accessType=CLIENT if kind > TREE else SENDER)
+                self.assertEqual(answer, {"success": False}, (name, kind))
+        for wrong in ({"accessType": 3}, {"permission": "MAYBE"}, {"accessType": SENDER}):
+            answer = ask("add_access", **{"permission": "OK", "name": "1.2.3.4",
+                                          "accessType": CLIENT, "nameType": IP, **wrong})
+            self.assertEqual(answer, {"success": False}, wrong)
+        self.assertEqual(self.names(), before)
+
+
+class BlindCopies(Pages):
+    def copy(self, bcc_type, name, target):
+        self.change("add_bcc", bccType=bcc_type, name=name, bccTo=target)
+        self.addCleanup(self.change, "delete_bcc",
+                        deleteList=[{"type": bcc_type, "name": name, "bccTo": target}])
+
+    def count(self, user, subject):
+        return len(mails(user, subject))
+
+    def test_copies_are_sent_as_soon_as_a_rule_is_made_and_once(self):
+        self.copy(SENDER, "X@elsewhere.test", CAROL)
+        self.copy(RECIPIENT, "bob", "carol")  # names of this server, and a loop
+        self.copy(RECIPIENT, CAROL, BOB)
+        self.copy(SENDER, "@outside.test", "alice")
+        send("x@elsewhere.test", [BOB], "one copy")
+        send("y@outside.test", [BOB], "two copies")
+        for user, subject in (("bob", "one copy"), ("carol", "one copy"), ("alice", "two copies")):
+            delivered(user, subject)
+        self.assertEqual([self.count(user, "one copy") for user in ("alice", "bob", "carol")],
+                         [0, 1, 1])
+        self.change("edit_bcc", orgBccType=SENDER, orgName="x@elsewhere.test", bccType=SENDER,
+                    name="x@elsewhere.test", bccTo="alice")
+        send("x@elsewhere.test", [CAROL], "to the new target")
+        delivered("alice", "to the new target")
+        self.assertEqual(read("export_bcc&bccType=1").body,
+                         ("bob carol\n%s %s\n" % (CAROL, BOB)).encode())
+
+    def test_the_copy_of_all_mail_is_the_first_row_and_comes_and_goes(self):
+        self.change("add_bcc", bccType=2, name="", bccTo=CAROL)
+        self.assertEqual(read("load_bcc").json(), {
+            "success": True, "total": 1, "items": [{"type": 2, "bcc_to": CAROL}]})
+        send("x@elsewhere.test", [BOB], "copied")
+        delivered("carol", "copied")
+        self.change("delete_bcc", deleteList=[{"type": 2, "name": "", "bccTo": CAROL}])
+        self.assertEqual(read("load_bcc").json()["items"], [])
+        self.assertEqual(harness.postconf("always_bcc"), "")
+        send("x@elsewhere.test", [BOB], "not copied")
+        delivered("bob", "not copied")
+        self.assertEqual(self.count("carol", "not copied"), 0)
+
+    def test_rules_that_are_none_are_refused(self):
+        for name in HOSTILE:
+            self.assert_system_error(ask("add_bcc", bccType=SENDER, name=name, bccTo=BOB))
+            for bcc_type in (SENDER, 2):
+                answer = ask("add_bcc", bccType=bcc_type, name=ALICE, bccTo=name)
+                self.assertIn("errinfo", answer, name)
+        self.copy(SENDER, ALICE, BOB)
+        self.assert_refused("add_bcc", bccType=SENDER, name=ALICE, bccTo=CAROL)
+        answer = ask("add_bcc", bccType=SENDER, name="x", bccTo="nobody1")
+        self.assertEqual(answer["errinfo"], {"sec": "bcc", "key": "invalid_name"})
+        self.assertEqual(read("load_bcc&start=1").json()["items"], [])
+
+
+class Quota(Pages):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.change, "save_relay", reject_sasl_sender_rate_exceed=False)
+        self.change("save_relay", reject_sasl_sender_rate_exceed=True,
+                    smtpd_sasl_sender_rate_limit=3)
+        self.assertEqual(control("memcached", "restart"), 0)
+
+    def limit(self, sender, quota, **more):
+        self.change("set_sender_quota", sasl_sender=sender, quota=quota, **more)
+        self.addCleanup(self.change, "delete_sender_quota", delete_list=[sender])
+
+    def sent(self, login):
+        """How many messages a login gets through, up to four, and the answer to the last."""
+        for count in range(4):
+            try:
+                send(login + "@" + DOMAIN, [BOB, CAROL], "limited", port=587, login=login)
+            except smtplib.SMTPDataError as refusal:
+                return count, "%d %s" % (refusal.smtp_code, refusal.smtp_error.decode())
+        return 4, ""
+
+    def test_what_is_over_the_limit_is_refused_for_now(self):
+        self.limit("alice", 2)
+        count, answer = self.sent("alice")
+        self.assertEqual(count, 2)
+        self.assertRegex(answer, r"450 4\.7\.1 .*limit of 2 messages per hour, "
+                                 r"try again in 3[56]\d\d seconds")
+        self.assertEqual(self.sent("bob")[0], 3, "the general limit")
+        send("x@elsewhere.test", [BOB], "from outside")
+
+        self.limit("alice", 3, orgSetting={"sasl_sender": "alice"})
+        self.assertEqual(self.sent("alice")[0], 1, "counting goes on under another limit")
+        self.assertEqual(read("load_sender_quota").json(), {
+            "success": True, "total": 1, "settings": [{"sasl_sender": "alice", "quota": 3}]})
+        self.assertEqual(read("load_sender_quota&start=1").json()["settings"], [])
+
+    def test_without_its_counters_mail_passes_with_a_line_in_the_log(self):
+        self.limit("carol", 0)
+        self.assertEqual(control("memcached", "stop"), 0)
+        log = SystemLog()
+        self.assertEqual(self.sent("carol")[0], 4)
+        self.assertTrue(any("memcached does not answer, the mail of carol" in line
+                            for line in log.lines()), log.lines())
+        self.assertEqual(control("memcached", "start"), 0)
+        self.assertEqual(self.sent("carol")[0], 0)
+
+    def test_only_accounts_have_limits(self):
+        for name in HOSTILE + ("nobody1",):
+            answer = ask("set_sender_quota", sasl_sender=name, quota=1)
+            self.assertEqual(answer["errinfo"], {"sec": "user", "key": "no_such_user"})
+        self.assertEqual(read("load_sender_quota").json()["total"], 0)
+
+
+class Attachments(Pages):
+    REFUSED = ('filename=run.exe', 'filename="Run.EXE"', 'name="a b.exe "', "filename=\"x.exe.\"",
+               'name=\r\n "folded.exe"', "filename*=utf-8''r%75n%2Eex%65",
+               'filename*0="run.e"; filename*1="xe"', "filename*0*=utf-8''ru; filename*1*=n.exe",
+               'filename="=?utf-8?Q?run=2Eexe?="', 'filename="=?utf-8?Q?run.e?= =?utf-8?Q?xe?="',
+               'filename="=?utf-8?B?cnVuLmV4ZQ==?="', 'filename="=?utf-8?B?cnVubi5FWGU=?="',
+               'filename="=?utf-8?B?cnVubm4uZXhl?="', 'filename="r\\un.e\\xe"',
+               'x=1; filename="a;b.exe"', "filename=x.tar.7z", "filename=run.exe (a program)",
+               'name="=?utf-8?B?eC50YXIuN3o=?="')
+    TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.7z"',
+             'filename=ok.pdf; x="run.exe"', 'filename="=?utf-8?B?cnVuLnBkZg==?="',
+             'filename="run exe"', "filename*=utf-8''run%2Eexecutable")
+
+    def attach(self, parameter, header="Content-Disposition: attachment"):
+        """What the mail server answers to a mail with such an attachment."""
+        text = ("From: x@elsewhere.test\r\nSubject: attached\r\nMIME-Version: 1.0\r\n"
+                "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\ntext\r\n--b\r\n"
+                "%s; %s\r\n\r\nx\r\n--b--\r\n" % (header, parameter))
+        with smtplib.SMTP("127.0.0.1", 25, local_hostname="c.test", timeout=20) as client:
+            client.ehlo()
+            client.mail("x@elsewhere.test")
+            client.rcpt(BOB)
+            code, answer = client.data(text.encode())
+            return "%d %s" % (code, answer.decode())
+
+    def types(self, query=""):
+        answer = read("load_attachment_filter" + query).json()
+        return answer["total"], [item["file_type"] for item in answer["file_types"]]
+
+    def test_listed_types_are_refused_however_the_name_is_written(self):
+        self.assertEqual(self.types(), (0, []))
+        self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
+        self.change("set_attachment_filter", modified_list=[], add_list=["tar.7z", ".EXE"])
+        self.addCleanup(self.change, "set_attachment_filter", add_list=[],
+                        modified_list=["exe", "tar.7z"])
+        self.assertEqual(self.types(), (2, ["exe", "tar.7z"]))
+        self.assertEqual(self.types("&query=.EX"), (1, ["exe"]))
+        for parameter in self.REFUSED:
+            answer = self.attach(parameter)
+            self.assertIn("550 5.7.1 attachments of type .", answer, parameter)
+        self.assertEqual(self.attach("name=run.exe", "Content-Type: application/x")[:3], "550")
+        self.assertIn("too long", self.attach("x=1;\r\n " * 900))
+        for parameter in self.TAKEN:
+            self.assertEqual(self.attach(parameter)[:3], "250", parameter)
+        self.assert_refused("set_attachment_filter", add_list=["zip", "a/ OK"])
+        for name in HOSTILE:
+            self.assert_system_error(ask("set_attachment_filter", add_list=[name]))
+        self.change("set_attachment_filter", modified_list=["exe"])
+        self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
+
+
+if __name__ == "__main__":
+    unittest.main()

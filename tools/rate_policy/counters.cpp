@@ -1,0 +1,152 @@
+// The counters of the messages, kept in memcached. One command of its protocol counts, makes the
+// counter and tells what is left of its life, so that programs that count at once lose nothing.
+#include "tools/rate_policy/counters.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace rate_policy {
+namespace {
+
+constexpr int kSecondsOfAnHour = 3600;
+constexpr long kPatienceInMicroseconds = 500000;
+constexpr std::size_t kLongestEncoding = 200;  // of the 250 bytes that a key may have
+constexpr std::size_t kLongestLine = 512;
+
+/// A short number for a long text.
+std::uint64_t Hash(const std::string& text)
+{
+    constexpr std::uint64_t kStart = 14695981039346656037U;
+    constexpr std::uint64_t kFactor = 1099511628211U;
+    std::uint64_t hash = kStart;
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * kFactor;
+    return hash;
+}
+
+bool IsPlain(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '_';
+}
+
+void SetPatience(int socket)
+{
+    timeval patience{};
+    patience.tv_usec = kPatienceInMicroseconds;
+    (void)setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    (void)setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+}
+
+}  // namespace
+
+Counters::Counters(std::string socketPath) : path_(std::move(socketPath)) {}
+
+Counters::~Counters()
+{
+    Disconnect();
+}
+
+std::string Counters::KeyOf(const std::string& login)
+{
+    constexpr std::size_t kRoom = 24;
+    char text[kRoom];
+    std::string key = "sent:";
+    for (const char c : login) {
+        if (IsPlain(c)) {
+            key += c;
+        } else {
+            std::snprintf(text, sizeof(text), "%%%02x", static_cast<unsigned char>(c));
+            key += text;
+        }
+    }
+    if (key.size() <= kLongestEncoding) return key;
+
+    std::snprintf(text, sizeof(text), "%%%%%016" PRIx64, Hash(login));
+    return key.substr(0, kLongestEncoding) + text;
+}
+
+std::optional<Count> Counters::Add(const std::string& login)
+{
+    const std::string life = std::to_string(kSecondsOfAnHour);
+    return Ask("ma " + KeyOf(login) + " N" + life + " J1 t v");
+}
+
+void Counters::TakeBack(const std::string& login)
+{
+    (void)Ask("ma " + KeyOf(login) + " MD t v");
+}
+
+std::optional<Count> Counters::Ask(const std::string& command)
+{
+    if (!Connect()) return std::nullopt;
+
+    // "VA <bytes> t<seconds left>", then the number.
+    std::optional<std::string> head;
+    if (Send(command + "\r\n")) head = ReadLine();
+    Count count;
+    if (head && std::sscanf(head->c_str(), "VA %*u t%ld", &count.secondsLeft) == 1) {
+        const std::optional<std::string> number = ReadLine();
+        if (number && std::sscanf(number->c_str(), "%llu", &count.messages) == 1) return count;
+    }
+    // What may still come would be taken for the answer to the next question.
+    Disconnect();
+    return std::nullopt;
+}
+
+bool Counters::Connect()
+{
+    if (socket_ >= 0) return true;
+
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path_.size() >= sizeof(address.sun_path)) return false;
+
+    std::memcpy(address.sun_path, path_.c_str(), path_.size());
+    socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket_ < 0) return false;
+
+    SetPatience(socket_);
+    if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+        return true;
+    }
+    Disconnect();
+    return false;
+}
+
+void Counters::Disconnect()
+{
+    if (socket_ >= 0) (void)close(socket_);
+    socket_ = -1;
+    pending_.clear();
+}
+
+bool Counters::Send(const std::string& bytes) const
+{
+    const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    return sent == static_cast<ssize_t>(bytes.size());
+}
+
+std::optional<std::string> Counters::ReadLine()
+{
+    for (;;) {
+        const auto end = pending_.find("\r\n");
+        if (end != std::string::npos) {
+            std::string line = pending_.substr(0, end);
+            pending_.erase(0, end + 2);
+            return line;
+        }
+        char bytes[kLongestLine];
+        const ssize_t got = recv(socket_, bytes, sizeof(bytes), 0);
+        if (got <= 0 || pending_.size() > kLongestLine) return std::nullopt;
+        pending_.append(bytes, static_cast<std::size_t>(got));
+    }
+}
+
+}  // namespace rate_policy
