@@ -1,4 +1,7 @@
 // The maps that the aliases fill: where their mail goes, and which logins may send from them.
+#include "host/libmailvane/alias_maps.h"
+
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 
@@ -6,7 +9,6 @@
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/alias_expansion.h"
 #include "host/libmailvane/alias_store.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/render.h"
 #include "platform/hlib/accounts.h"
@@ -79,12 +81,11 @@ private:
     std::string logins_;
 };
 
-MapTexts MakeTexts()
+MapTexts MakeTexts(const AliasTable& table)
 {
     const auto settings = StoredSettings::Read();
     if (!settings) throw std::runtime_error("the settings cannot be read");
 
-    const AliasTable table(ReadAliases());
     GroupMembers groups(SourceOf(settings->Text("account_type")));
     AliasExpansion expansion(table, MailDomains(*settings), [&groups](const std::string& group) {
         return MembersOf(groups, group);
@@ -102,15 +103,20 @@ MapTexts MakeTexts()
 
 }  // namespace
 
+std::vector<ListFile> AliasFilesOf(const AliasTable& table)
+{
+    const MapTexts texts = MakeTexts(table);
+    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+}
+
 std::vector<ListFile> AliasFiles()
 {
-    const MapTexts texts = MakeTexts();
-    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+    return AliasFilesOf(AliasTable(ReadAliases()));
 }
 
 std::vector<ListFile> LoginFiles()
 {
-    return {{"login_aliases", MakeTexts().logins()}};
+    return {{"login_aliases", MakeTexts(AliasTable(ReadAliases())).logins()}};
 }
 
 }  // namespace host
