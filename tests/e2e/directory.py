@@ -22,6 +22,7 @@ gid nslcd
 uri ldap://127.0.0.1:%d/
 base %s
 nss_min_uid 1000
+map shadow userPassword userPassword
 """ % (PORT, BASE)
 
 
