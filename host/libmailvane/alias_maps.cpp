@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldsdk/group_members.h"
@@ -47,12 +48,8 @@ std::string MapLine(const std::string& key, const std::vector<std::string>& valu
 
 class MapTexts {
 public:
-    explicit MapTexts(const StoredSettings& settings)
-    {
-        if (settings.Text("account_type") == "win") {
-            domain_ = settings.Text("win_domain_short_name") + "\\";
-        }
-    }
+    /// `loginPrefix` may stand before the name of an account when it logs in.
+    explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
 
     void Add(const std::string& alias, Recipients recipients)
     {
@@ -73,10 +70,10 @@ private:
     void AddLogins(const std::string& user, std::vector<std::string>& logins) const
     {
         logins.push_back(user);
-        if (!domain_.empty()) logins.push_back(domain_ + user);
+        if (!loginPrefix_.empty()) logins.push_back(loginPrefix_ + user);
     }
 
-    std::string domain_;  ///< before the names of the logins, with the backslash
+    std::string loginPrefix_;
     std::string aliases_;
     std::string logins_;
 };
@@ -94,7 +91,7 @@ MapTexts MakeTexts(const AliasTable& table)
     for (const char* role : kRoles) {
         if (!administrator.empty()) expansion.AddRole(role, administrator);
     }
-    MapTexts texts(*settings);
+    MapTexts texts(LoginPrefix(*settings));
     for (const AliasEntry& alias : table.entries()) {
         texts.Add(alias.name, expansion.Expand(alias));
     }
