@@ -4,7 +4,7 @@ import smtplib
 import unittest
 
 from directory import Directory, group, user
-from harness import DOMAIN, POSTFIX_CONFIGURATION, delivered, read, run, send
+from harness import DOMAIN, POSTFIX_CONFIGURATION, Story, delivered, read, run, send
 from pages import Pages
 
 DIRECTORY = Directory(user("lena", 5001), user("otto", 5002, expires=1), group("crowd", 6000, "otto"),
@@ -35,6 +35,9 @@ def listed(kind, **more):
 
 
 class Candidates(Pages):
+    def setUp(self):
+        Story.setUp(self)  # no other page is touched
+
     def make(self, name, *members):
         self.change("apply_alias_info", aliasname=name, orgalias="", member=[
             {"name": member, "type": kind, "is_join": True} for member, kind in members])
