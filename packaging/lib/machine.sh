@@ -14,6 +14,7 @@ world_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin lighttpd-mod-openssl nginx-light
+    slapd nslcd libnss-ldapd
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
@@ -69,7 +70,9 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd | opendkim | opendmarc | memcached) systemctl --quiet disable "$name.service" ;;
+        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd)
+            systemctl --quiet disable "$name.service"
+            ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;
         fcgiwrap) systemctl --quiet disable fcgiwrap.socket fcgiwrap.service ;;
         esac
