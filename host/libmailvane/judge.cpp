@@ -14,6 +14,7 @@
 #include "host/libmailvane/listening_ports.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
+#include "host/libmailvane/scanner_files.h"
 
 namespace host {
 
@@ -25,6 +26,8 @@ const char kPostmap[] = "/usr/sbin/postmap";
 const char kDoveconf[] = "/usr/bin/doveconf";
 const char kOpenDkim[] = "/usr/sbin/opendkim";
 const char kOpenDmarc[] = "/usr/sbin/opendmarc";
+const char kRunAs[] = "/usr/sbin/runuser";
+const char kScanner[] = "/usr/sbin/amavisd";
 
 /// Map types whose tables are files; others are answered by daemons or need no table.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
@@ -191,6 +194,23 @@ bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
            (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
 
+/// The scanner's file is a program: it is run under the scanner's user.
+bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
+{
+    // The mail server's file changes when the scanner is switched on.
+    if (!ScannerRuns(wanted) || !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
+        return true;
+    }
+
+    ProgramOptions options;
+    options.capture = true;
+    const ProgramResult check = RunProgram({kRunAs, "-u", "amavis", "--", kScanner, "-c",
+                                            next.directory() + "/" + kScannerFile, "showkeys"},
+                                           options);
+    if (!check.Succeeded()) Log(LOG_ERR, "refused by %s: %s", kScanner, check.errors.c_str());
+    return check.Succeeded();
+}
+
 }  // namespace
 
 bool MapsAnswer(const NextGeneration& next)
@@ -201,7 +221,7 @@ bool MapsAnswer(const NextGeneration& next)
 bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
 {
     return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
-           OwnChecksPass(next) && FiltersAccept(next, wanted);
+           OwnChecksPass(next) && FiltersAccept(next, wanted) && ScannerAccepts(next, wanted);
 }
 
 }  // namespace host

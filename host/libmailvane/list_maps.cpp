@@ -9,6 +9,7 @@
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/bcc.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 #include "platform/mailvane/sender_quota.h"
 #include "platform/mailvane/spam.h"
@@ -43,6 +44,9 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
     const std::string replaced = CurrentGeneration();
     if (!next.Commit()) return -1;
+
+    // The scanner reads its lists when it starts.
+    if (next.Changed("amavis/") && MailScanner::Service("restart") < 0) return -1;
 
     if (const auto pending = ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.

@@ -166,7 +166,7 @@ quietly() {
 start_afresh() {
     shut_down
     quietly launch || fail "cannot start"
-    wait_for 20 settled || fail "does not come up"
+    wait_for "${start_limit:-20}" settled || fail "does not come up"
 }
 
 # bring_up: to what the settings ask for. Where the daemon does not take a new configuration up, a
