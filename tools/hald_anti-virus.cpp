@@ -26,6 +26,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
 #include "host/libmailvane/service_control.h"
+#include "host/libmailvane/user_command.h"
 
 namespace {
 
@@ -35,15 +36,6 @@ const char kLockFile[] = "/run/mailvane/freshclam.lock";
 const char kSignatures[] = "/var/lib/clamav";
 constexpr std::chrono::minutes kLimit{30};
 constexpr std::chrono::seconds kGrace{5};
-
-/// The same command under the engine's user alone.
-std::vector<std::string> AsEngine(std::initializer_list<std::string> command)
-{
-    std::vector<std::string> arguments{"/usr/bin/setpriv", "--reuid=clamav", "--regid=clamav",
-                                       "--init-groups",    "--reset-env",    "--"};
-    arguments.insert(arguments.end(), command);
-    return arguments;
-}
 
 enum class Turn { kOurs, kDoneByAnother, kFailed };
 
@@ -87,8 +79,8 @@ void Break(const host::StartedProgram& program)
     (void)kill(-program.pid, SIGTERM);
     if (!WaitForEnd(program, -1, kGrace)) (void)kill(-program.pid, SIGKILL);
     const std::string folder = kSignatures;
-    (void)host::RunProgram(
-        AsEngine({"/usr/bin/find", folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
+    (void)host::RunProgram(host::AsUser(
+        "clamav", {"/usr/bin/find", folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
 }
 
 /// Runs the updater; whether the signatures are up to date. It logs by itself what goes wrong.
@@ -96,11 +88,12 @@ bool Update()
 {
     const host::Descriptor signals = CatchEndSignals();
     const host::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
+    const std::string configuration =
+        host::PackagePath("etc/generated/current/clamav/freshclam.conf");
+    const auto command =
+        host::AsUser("clamav", {"/usr/bin/freshclam", "--config-file=" + configuration});
     host::StartedProgram program;
-    if (!StartProgram(AsEngine({"/usr/bin/freshclam",
-                                "--config-file=" + host::PackagePath("etc/generated/current/"
-                                                                     "clamav/freshclam.conf")}),
-                      {null.get(), null.get(), null.get()}, program)) {
+    if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
         host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());
         return false;
     }

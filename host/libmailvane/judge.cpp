@@ -15,6 +15,7 @@
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/user_command.h"
 
 namespace host {
 
@@ -26,8 +27,6 @@ const char kPostmap[] = "/usr/sbin/postmap";
 const char kDoveconf[] = "/usr/bin/doveconf";
 const char kOpenDkim[] = "/usr/sbin/opendkim";
 const char kOpenDmarc[] = "/usr/sbin/opendmarc";
-const char kRunAs[] = "/usr/sbin/runuser";
-const char kScanner[] = "/usr/sbin/amavisd";
 
 /// Map types whose tables are files; others are answered by daemons or need no table.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
@@ -204,10 +203,12 @@ bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
 
     ProgramOptions options;
     options.capture = true;
-    const ProgramResult check = RunProgram({kRunAs, "-u", "amavis", "--", kScanner, "-c",
-                                            next.directory() + "/" + kScannerFile, "showkeys"},
-                                           options);
-    if (!check.Succeeded()) Log(LOG_ERR, "refused by %s: %s", kScanner, check.errors.c_str());
+    const ProgramResult check = RunProgram(
+        AsUser("amavis",
+               {kScannerProgram, "-c", next.directory() + "/" + kScannerFile, "showkeys"}),
+        options);
+    if (!check.Succeeded())
+        Log(LOG_ERR, "refused by %s: %s", kScannerProgram, check.errors.c_str());
     return check.Succeeded();
 }
 
