@@ -21,7 +21,6 @@ SIGNATURES = "/var/lib/clamav"
 QUARANTINE = "/var/lib/mailvane/quarantine"
 POSTSUPER = "/usr/sbin/postsuper"
 FRESHCLAM = "/usr/bin/freshclam"
-SAME_ORIGIN = {"Sec-Fetch-Site": "same-origin"}
 UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
 SWITCHES = ("anti_virus_enable", "spam_enable", "enable_dangerous_content_scan")
 OTHERS = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
@@ -45,6 +44,7 @@ def zipped(name, data):
 MESSAGES = {
     "clean": ("Nothing special.", None, None),
     "spam": (GTUBE, None, None),
+    "zebra": ("A zebra.", None, None),
     "virus": ("Look at this.", "eicar.txt", EICAR.encode()),
     "program": ("Run this.", "setup.exe", b"not really"),
     "archive": ("Run this.", "docs.zip", zipped("run.exe", b"not really")),
@@ -62,36 +62,38 @@ def message(kind, subject=None):
     return mail
 
 
-def verdict(kind, subject=None, login=None):
-    """The server's answer to a message for Bob: code and words."""
-    with smtplib.SMTP("127.0.0.1", 587 if login else 25, "client.test", timeout=60) as client:
+def verdict(kind, subject=None, login=None, sender=STRANGER, to=BOB, source="127.0.0.1"):
+    """The server's answer to a message: code and words."""
+    port = 587 if login else 25
+    with smtplib.SMTP("127.0.0.1", port, "client.test", 60, (source, 0)) as client:
         if login:
             client.starttls(context=harness.unverified())
             client.login(login, "pw-" + login)
         try:
-            client.send_message(message(kind, subject), ALICE if login else STRANGER, [BOB])
+            client.send_message(message(kind, subject), sender, [to])
             return 250, "taken"
         except smtplib.SMTPRecipientsRefused as refusal:
-            code, words = refusal.recipients[BOB]
+            code, words = refusal.recipients[to]
         except smtplib.SMTPResponseException as refusal:
             code, words = refusal.smtp_code, refusal.smtp_error
         return code, words.decode()
 
 
 def codes(*kinds):
-    return {kind: verdict(kind)[0] for kind in kinds or MESSAGES}
+    return {kind: verdict(kind)[0] for kind in kinds}
 
 
 def daemons():
     """Names of the scanner's daemons that run."""
-    names = ("amavisd", "amavisd-milter", "clamd", "freshclam")
-    found = subprocess.run(["/usr/bin/pgrep", "-l", "-f", "^[^ ]*/(%s)( |$)" % "|".join(names)],
-                           check=False, stdout=subprocess.PIPE, text=True).stdout
-    return {line.split()[1].strip("/") for line in found.splitlines()}
+    found = subprocess.run(
+        ["/usr/bin/pgrep", "-a", "-f", "^/usr/(s?bin)/(amavisd|amavisd-milter|clamd|freshclam)( |$)"],
+        check=False, stdout=subprocess.PIPE, text=True).stdout
+    return {os.path.basename(line.split()[1]) for line in found.splitlines()}
 
 
 def status():
-    return read("check_virus_status").json()["status"]
+    """The word of the anti-virus side; none while it is switched off."""
+    return read("load_security").json().get("anti_virus_status")
 
 
 def finished():
@@ -130,7 +132,8 @@ class Scanner(harness.Story):
 
     def assert_codes(self, **refused):
         """All messages are taken but for these."""
-        self.assertEqual(codes(), {**dict.fromkeys(MESSAGES, 250), **refused})
+        wanted = dict.fromkeys(("clean", "spam", "virus", "program", "archive"), 250)
+        self.assertEqual(codes(*wanted), {**wanted, **refused})
 
 
 class Switches(Scanner):
@@ -139,11 +142,13 @@ class Switches(Scanner):
         self.assert_codes()
         self.secure(spam_enable=True)
         self.assert_codes(spam=554)
+        self.assertEqual(verdict("spam", login="alice", sender=ALICE)[0], 250)
         self.secure(enable_dangerous_content_scan=True)
         self.assert_codes(program=554, archive=554)
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")
         self.assert_codes(virus=554)
+        self.assertEqual(verdict("virus", login="alice", sender=ALICE)[0], 554)
         self.assertEqual(daemons(), {"amavisd", "amavisd-milter", "clamd"})
 
         # Mail on hold goes out with the last switch.
@@ -157,84 +162,77 @@ class Switches(Scanner):
         self.assertEqual(harness.postconf("smtpd_milters"), "")
         self.assert_codes()
 
-    def test_mail_of_logins_is_not_spam_but_can_hold_a_virus(self):
-        self.secure(spam_enable=True, anti_virus_enable=True)
-        self.assertEqual(finished(), "done")
-        self.assertEqual(verdict("spam", login="alice")[0], 250)
-        self.assertEqual(verdict("virus", login="alice")[0], 554)
+    def test_a_scanner_that_does_not_come_up_leaves_the_old_settings(self):
+        self.secure()
+        milter = "/usr/sbin/amavisd-milter"
+        os.rename(milter, milter + ".real")
+        self.addCleanup(os.rename, milter + ".real", milter)
+        page = read("load_security").json()
+        answer = post({"action": "save_security", **{name: page[name] for name in OTHERS},
+                       **dict.fromkeys(SWITCHES, False), "spam_enable": True}).json()
+        self.assert_system_error(answer)
+        self.assertEqual(harness.settings()["spam_enable"], "no")
+        self.assertEqual(daemons(), set())
+        self.assertEqual(verdict("spam")[0], 250)
 
-    def test_attachment_types_are_found_in_archives_whatever_the_switch(self):
+
+class Spam(Scanner):
+    def test_actions_and_scores(self):
+        rows = (("reject", 554, False, True), ("quarantine", 250, False, True),
+                ("discard", 250, False, False), ("tag", 250, True, False))
+        tag = "$x @{[die]} ' \" \\ %s"
+        for action, code, arrives, kept in rows:
+            with self.subTest(action):
+                shutil.rmtree(QUARANTINE)
+                self.secure(spam_enable=True, spam_action=action, spam_subject_tag=tag,
+                            spam_tag_score=7)
+                self.assertEqual(verdict("spam", action)[0], code)
+                self.assertEqual(verdict("clean", "after " + action)[0], 250)
+                self.assertIn("\nSubject: after " + action,
+                              harness.delivered("bob", "after " + action))
+                self.assertEqual(len(quarantine()), kept)
+                self.assertEqual(len(harness.mails("bob", "%s " + action)), arrives)
+        mail = harness.mails("bob", "%s tag")[0]
+        self.assertIn("ubject: %s tag\r\n" % tag, mail)
+        self.assertIn("required=7", mail)
+        self.secure(spam_enable=True, spam_reject_score=0)
+        self.assertEqual(verdict("clean")[0], 554)
+
+    def test_rules_and_lists_are_read(self):
         self.addCleanup(render)
         self.addCleanup(os.unlink, ETC + "/attachment_types")
         with open(ETC + "/attachment_types", "w", encoding="ascii") as file:
             file.write("exe\n(.*\n")
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=554, archive=554)
-
-
-class Spam(Scanner):
-    def test_actions(self):
-        rows = (("reject", 554, False, True), ("quarantine", 250, False, True),
-                ("discard", 250, False, False), ("tag", 250, True, False))
-        for action, code, arrives, kept in rows:
-            with self.subTest(action):
-                shutil.rmtree(QUARANTINE)
-                self.secure(spam_enable=True, spam_action=action)
-                self.assertEqual(verdict("spam", action)[0], code)
-                self.assertEqual(verdict("clean", "after " + action)[0], 250)
-                harness.delivered("bob", "after " + action)
-                self.assertEqual(len(quarantine()), kept)
-                found = harness.mails("bob", action)
-                self.assertEqual(any("X-Spam-Flag: YES" in mail for mail in found), arrives)
-
-    def test_scores_and_a_subject_tag_that_means_something_to_perl(self):
-        tag = "$x @{[die]} ' \" \\ %s"
-        self.secure(spam_enable=True, spam_action="tag", spam_tag_score=7, spam_subject_tag=tag)
-        self.assertEqual(verdict("spam", "scored")[0], 250)
-        mail = harness.delivered("bob", "scored")
-        self.assertIn("Subject: %s scored" % tag, mail)
-        self.assertIn("required=7", mail)
-        self.assertEqual(verdict("clean", "unscored")[0], 250)
-        self.assertIn("\nSubject: unscored", harness.delivered("bob", "unscored"))
-
-        self.secure(spam_enable=True, spam_reject_score=0, spam_tag_score=0)
-        self.assertEqual(verdict("clean")[0], 554)
-
-    def test_rules_and_lists_are_read(self):
+        files = {"rules.cf": "body ZEBRA /zebra/\nscore ZEBRA 20",
+                 "white_senders": "white@elsewhere.test", "black_senders": "black.test",
+                 "white_recipients": "carol@" + DOMAIN, "black_recipients": ALICE,
+                 "white_clients": "127.0.0.2/31", "black_clients": "127.0.0.4"}
         folder = os.path.realpath(ETC + "/generated/current/amavis")
-        rules = "body ZEBRA /Nothing special/\nscore ZEBRA 20\n"
-        rows = (("rules.cf", rules, {"clean": 554}), ("white_senders", STRANGER, {"spam": 250}),
-                ("black_senders", "elsewhere.test", {"clean": 554}),
-                ("white_recipients", BOB, {"spam": 250}), ("black_recipients", BOB, {"clean": 554}),
-                ("white_clients", "127.0.0.0/8", {"spam": 250}),
-                ("black_clients", "127.0.0.1", {"clean": 554}))
-        self.secure(spam_enable=True)
-        self.assertEqual(codes("clean", "spam"), {"clean": 250, "spam": 554})
-        folder = os.path.realpath(ETC + "/generated/current/amavis")
-        for name, text, wanted in rows:
-            with self.subTest(name):
-                path = os.path.join(folder, name)
-                with open(path, "w", encoding="ascii") as file:
-                    file.write(text + "\n")
-                try:
-                    self.assertEqual(control("mailscanner", "restart"), 0)
-                    self.assertEqual(codes(*wanted), wanted)
-                finally:
-                    with open(path, "w", encoding="ascii"):
-                        pass
+        for name, text in files.items():
+            with open(os.path.join(folder, name), "w", encoding="ascii") as file:
+                file.write(text + "\n")
+        self.assertEqual(control("mailscanner", "restart"), 0)
+        rows = (("clean", {}, 250), ("spam", {}, 554), ("zebra", {}, 554),
+                ("spam", {"sender": "white@elsewhere.test"}, 250),
+                ("clean", {"sender": "x@black.test"}, 554),
+                ("spam", {"to": "carol@" + DOMAIN}, 250), ("clean", {"to": ALICE}, 554),
+                ("spam", {"source": "127.0.0.3"}, 250), ("clean", {"source": "127.0.0.4"}, 554))
+        for kind, more, code in rows:
+            with self.subTest(kind, **more):
+                self.assertEqual(verdict(kind, **more)[0], code)
 
     def test_the_quarantine_is_bounded(self):
-        self.secure(spam_enable=True)
+        run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)
         for name, megabytes, days in (("old", 1, 31), ("large", 300, 3), ("older", 300, 4),
                                       ("new", 1, 0)):
             path = os.path.join(QUARANTINE, name)
             with open(path, "wb") as file:
                 file.truncate(megabytes << 20)
-            shutil.chown(path, "amavis")
             os.utime(path, (time.time() - days * 86400,) * 2)
         run(TARGET + "/scripts/daily.sh")
         self.assertEqual({os.path.basename(path) for path in quarantine()}, {"large", "new"})
-        shutil.rmtree(QUARANTINE)
 
 
 class Processes(Scanner):
@@ -277,19 +275,6 @@ class Processes(Scanner):
         self.assertEqual(finished(), "done")
         self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
 
-    def test_a_scanner_that_does_not_come_up_leaves_the_old_settings(self):
-        self.secure()
-        milter = "/usr/sbin/amavisd-milter"
-        os.rename(milter, milter + ".real")
-        self.addCleanup(os.rename, milter + ".real", milter)
-        page = read("load_security").json()
-        answer = post({"action": "save_security", **{name: page[name] for name in OTHERS},
-                       **dict.fromkeys(SWITCHES, False), "spam_enable": True}).json()
-        self.assert_system_error(answer)
-        self.assertEqual(harness.settings()["spam_enable"], "no")
-        self.assertEqual(daemons(), set())
-        self.assert_codes()
-
     def test_inner_doors_are_closed_to_other_users(self):
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")
@@ -313,6 +298,7 @@ class Processes(Scanner):
         control("mailscanner", "stop")
         self.assertEqual(words(), {**dict.fromkeys(keys, "FAILED"), "antivirus": "OK",
                                    "virus_signatures": "WARNING", "config_mailscanner": "OK"})
+        os.utime(SIGNATURES + "/local.ndb")
         control("mailscanner", "start")
 
 
@@ -325,9 +311,9 @@ class Signatures(Scanner):
         render()
 
     def update(self):
-        begin = time.monotonic()
-        self.assertIs(read("fresh_clam", headers=SAME_ORIGIN).json()["success"], True)
-        self.assertLess(time.monotonic() - begin, 3, "the web server waits for the update")
+        """Starts an update as the program does: nobody waits for it."""
+        return self.enterContext(subprocess.Popen(
+            [TARGET + "/bin/hald_anti-virus", "update"], stdin=subprocess.DEVNULL))
 
     def test_the_first_signatures(self):
         self.secure()
@@ -335,7 +321,6 @@ class Signatures(Scanner):
         self.secure(anti_virus_enable=True)
         self.assertIn(status(), ("fresh_clam", "service_starting"))
         self.assertEqual(finished(), "error")
-        self.assertEqual(verdict("clean")[0], 451)
 
         with open("/srv/extra.ndb", "w", encoding="ascii") as file:
             file.write(SIGNATURE)
@@ -344,7 +329,7 @@ class Signatures(Scanner):
                                for name in ("main", "daily", "bytecode")) +
                        "DatabaseCustomURL file:///srv/extra.ndb\n")
         render()
-        self.update()
+        self.assertEqual(self.update().wait(30), 0)
         self.assertEqual(finished(), "done")
         self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
 
@@ -357,12 +342,12 @@ class Signatures(Scanner):
         os.rename(FRESHCLAM, FRESHCLAM + ".real")
         os.rename(FRESHCLAM + ".slow", FRESHCLAM)
         self.addCleanup(os.rename, FRESHCLAM + ".real", FRESHCLAM)
-        self.update()
-        self.assertEqual(status(), "fresh_clam")
-        tool = harness.pid_of("/run/hald_freshclam.pid")
-        self.update()
-        self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), tool, "two updates at once")
-        os.kill(tool, signal.SIGTERM)
+        first = self.update()
+        wait_for(lambda: status() == "fresh_clam", "the update")
+        self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), first.pid)
+        second = self.update()
+        first.terminate()
+        self.assertEqual((first.wait(10), second.wait(10)), (1, 0), "two updates at once")
         self.assertEqual(finished(), "done")
         self.assertEqual(verdict("virus")[0], 554)
 
