@@ -1,5 +1,5 @@
 // Texts of the files of the mail scanner and the anti-virus engine.
-#include <sstream>
+#include <algorithm>
 
 #include "host/libmailvane/attachment_types.h"
 #include "host/libmailvane/mail_domains.h"
@@ -8,6 +8,8 @@
 namespace host {
 
 namespace {
+
+constexpr int kUsualMegabytes = 400;
 
 const char kHeader[] = "# Made by mailvane from its stored settings.\n";
 
@@ -42,7 +44,7 @@ $log_recip_templ = undef;
 ($cabextract, $unrar, $lzop, $rpm2cpio) = ('cabextract', 'unrar-free', 'lzop', 'rpm2cpio');
 ($unarj, $zoo, $ripole) = (['arj', 'unarj'], 'zoo', 'ripole');
 ($MAXLEVELS, $MAXFILES) = (14, 1500);
-($MIN_EXPANSION_QUOTA, $MAX_EXPANSION_QUOTA) = (100*1024, 300*1024*1024);
+$MIN_EXPANSION_QUOTA = 100*1024;
 @keep_decoded_original_maps = (new_RE(
     qr'^MAIL-UNDECIPHERABLE$', qr'^(ASCII(?! cpio)|text|uuencoded|xxencoded|binhex)'i));
 
@@ -86,7 +88,9 @@ my $table = sub { return { map { lc($_) => 1 } $list->($_[0]) } };
 @whitelist_sender_maps = ($table->('white_senders'));
 @blacklist_sender_maps = ($table->('black_senders'));
 @score_sender_maps = ();
-unshift @bypass_spam_checks_maps, $table->('white_recipients');
+# A constant alone says that nothing of the check has to be loaded.
+unshift @bypass_spam_checks_maps, $table->('white_recipients')
+    unless $bypass_spam_checks_maps[0];
 $per_recip_whitelist_sender_lookup_tables = {};
 $per_recip_blacklist_sender_lookup_tables =
     { map { lc($_) => { '.' => 1 } } $list->('black_recipients') };
@@ -206,9 +210,18 @@ std::string SpamAssassinSettings(const StoredSettings& settings)
     return text;
 }
 
-std::string EngineText()
+/// How much of a message is looked at, unpacked: what may be sent must not be too large to scan.
+int ScannedMegabytes(const StoredSettings& settings)
 {
+    return std::max(kUsualMegabytes, 2 * settings.Int("message_size_limit_mb"));
+}
+
+std::string EngineText(const StoredSettings& settings)
+{
+    const int largest = std::max(kUsualMegabytes, settings.Int("message_size_limit_mb"));
     std::string text = kHeader;
+    text += "MaxScanSize " + std::to_string(ScannedMegabytes(settings)) + "M\n";
+    text += "MaxFileSize " + std::to_string(largest) + "M\n";
     text += std::string("LocalSocket ") + kAntiVirusSocket + "\n";
     text +=
         "LocalSocketMode 660\n"
@@ -239,13 +252,6 @@ std::string UpdaterText(const std::string& fragment)
     return text + fragment;
 }
 
-std::string Lines(const std::vector<std::string>& entries)
-{
-    std::string text;
-    for (const std::string& entry : entries) text += entry + "\n";
-    return text;
-}
-
 }  // namespace
 
 bool ScannerRuns(const StoredSettings& settings)
@@ -259,6 +265,13 @@ bool AntiVirusRuns(const StoredSettings& settings)
     return settings.Bool("anti_virus_enable");
 }
 
+std::vector<ListFile> BannedTypeFiles()
+{
+    std::string text;
+    for (const std::string& type : AttachmentTypes()) text += type + "\n";
+    return {{kBannedTypes, text, false}};
+}
+
 std::string RenderScanner(const StoredSettings& settings)
 {
     std::string text = kHeader;
@@ -269,6 +282,8 @@ std::string RenderScanner(const StoredSettings& settings)
     text += Assign("$mydomain", PerlText(settings.MailDomain()));
     text += Assign("$X_HEADER_LINE", PerlText("mail scanner at " + settings.Text("smtp_hostname")));
     text += Assign("$sa_siteconfigpath", PerlText(InForce("amavis/spamassassin")));
+    text += Assign("$MAX_EXPANSION_QUOTA",
+                   std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
     text += kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
@@ -279,11 +294,11 @@ void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
                      const Surroundings& around)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
-    next.Put(kBannedTypes, Lines(AttachmentTypes()), 0644);
+    for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
-    next.Put("clamav/clamd.conf", EngineText(), 0644);
+    next.Put("clamav/clamd.conf", EngineText(settings), 0644);
     next.Put("clamav/freshclam.conf", UpdaterText(around.updaterFragment), 0644);
 }
 
