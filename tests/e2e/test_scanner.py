@@ -20,6 +20,7 @@ STRANGER = "someone@elsewhere.test"
 SIGNATURES = "/var/lib/clamav"
 QUARANTINE = "/var/lib/mailvane/quarantine"
 POSTFIX_FRAGMENT = ETC + "/local.d/main.cf"
+RELEASE = "/usr/sbin/amavisd-release"
 FRESHCLAM = "/usr/bin/freshclam"
 UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
 SWITCHES = ("anti_virus_enable", "spam_enable", "enable_dangerous_content_scan")
@@ -186,13 +187,18 @@ class Spam(Scanner):
             with self.subTest(action):
                 shutil.rmtree(QUARANTINE)
                 self.secure(spam_enable=True, spam_action=action, spam_subject_tag=tag,
-                            spam_tag_score=7)
+                            spam_tag_score=7, spam_bayes=action == "tag")
                 self.assertEqual(verdict("spam", action)[0], code)
                 self.assertEqual(verdict("clean", "after " + action)[0], 250)
-                self.assertIn("\nSubject: after " + action,
-                              harness.delivered("bob", "after " + action))
+                mail = harness.delivered("bob", "after " + action)
+                self.assertIn("\nSubject: after " + action, mail)
+                self.assertEqual("autolearn=disabled" in mail, action != "tag")
                 self.assertEqual(len(quarantine()), kept)
                 self.assertEqual(len(harness.mails("bob", "%s " + action)), arrives)
+                if action == "quarantine":
+                    name = os.path.basename(quarantine()[0])
+                    run("/usr/sbin/runuser", "-u", "amavis", "--", RELEASE, name)
+                    harness.delivered("bob", "quarantine")
         mail = harness.mails("bob", "%s tag")[0]
         self.assertIn("ubject: %s tag\r\n" % tag, mail)
         self.assertIn("required=7", mail)
@@ -317,10 +323,11 @@ class Signatures(Scanner):
             [TARGET + "/bin/hald_anti-virus", "update"], stdin=subprocess.DEVNULL))
 
     def test_the_first_signatures(self):
+        run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)
         self.secure()
         set_signatures(False)
-        self.secure(anti_virus_enable=True)
-        self.assertIn(status(), ("fresh_clam", "service_starting"))
+        self.secure(anti_virus_enable=True, virus_action="quarantine")
+        self.assertIn(status(), ("fresh_clam", "service_starting", "error"))
         self.assertEqual(finished(), "error")
 
         with open("/srv/extra.ndb", "w", encoding="ascii") as file:
@@ -332,7 +339,8 @@ class Signatures(Scanner):
         render()
         self.assertEqual(self.update().wait(30), 0)
         self.assertEqual(finished(), "done")
-        self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
+        self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 250})
+        self.assertEqual([name[:6] for name in map(os.path.basename, quarantine())], ["virus-"])
 
     def test_an_update_that_hangs_is_seen_and_can_be_ended(self):
         self.secure(anti_virus_enable=True)
