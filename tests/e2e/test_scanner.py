@@ -360,6 +360,14 @@ class Signatures(Scanner):
         self.assertEqual(finished(), "done")
         self.assertEqual(verdict("virus")[0], 554)
 
+        # The same while the engine waits for its first signatures.
+        set_signatures(False)
+        self.assertEqual([control("antivirus", verb) for verb in ("stop", "start")], [0, 0])
+        wait_for(lambda: status() == "fresh_clam", "the update")
+        self.assertEqual(control("antivirus", "stop"), 0)
+        self.assertEqual(status(), "error")
+        self.assertEqual(run("/usr/bin/pgrep", "-f", "^sleep 300", check=False), "")
+
 
 def setUpModule():
     with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
