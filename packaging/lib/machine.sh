@@ -12,7 +12,10 @@ world_packages=(
     lighttpd fcgiwrap
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
-test_packages=(libgtest-dev libgmock-dev dnsmasq-base python3-dkim)
+test_packages=(
+    libgtest-dev libgmock-dev dnsmasq-base python3-dkim
+    slapd nslcd libnss-ldapd
+)
 lint_packages=(clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
@@ -62,7 +65,9 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd | opendkim | opendmarc | memcached) systemctl --quiet disable "$name.service" ;;
+        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd)
+            systemctl --quiet disable "$name.service"
+            ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;
         fcgiwrap) systemctl --quiet disable fcgiwrap.socket fcgiwrap.service ;;
         esac
