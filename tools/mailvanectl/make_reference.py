@@ -9,19 +9,26 @@ import openapi
 
 
 def member(name, schema, required):
-    """One member of a body or one parameter, without what says nothing."""
+    """One member of a body or one parameter, without what says nothing. A member of a body that is
+    left out keeps what is stored, so that only parameters have a default."""
     about = {
         "type": schema.get("type", "string"),
         "items": schema.get("items", {}).get("type"),
         "required": required,
-        "default": schema.get("default"),
         "text": one_line(schema.get("description", "")),
         "secret": schema.get("writeOnly", False),
         "mask": schema.get("x-mask", ""),
         "parts": sorted(schema.get("items", schema).get("properties", {})),
     }
-    return {"name": name, **{key: value for key, value in about.items() if value not in (
-        None, False, "", [])}}
+    return {"name": name, **{key: value for key, value in about.items() if value}}
+
+
+def parameter(entry):
+    """One parameter of a query."""
+    text = {"description": entry.get("description", "")}
+    about = member(entry["name"], {**entry["schema"], **text}, entry.get("required", False))
+    default = entry["schema"].get("default", "")
+    return {**about, "default": str(default)} if default != "" else about
 
 
 def one_line(text):
@@ -32,9 +39,8 @@ def members(kind, operation):
     if kind == openapi.UPLOAD:
         return []
     if kind == openapi.READ:
-        return [member(entry["name"], {"description": entry.get("description", ""),
-                                       **entry["schema"]}, entry.get("required", False))
-                for entry in operation.get("parameters", []) if entry["in"] == "query"]
+        return [parameter(entry) for entry in operation.get("parameters", [])
+                if entry["in"] == "query"]
     schema = operation["requestBody"]["content"]["application/json"]["schema"]
     required = schema.get("required", [])
     return [member(name, about, name in required)

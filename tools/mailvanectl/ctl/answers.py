@@ -1,10 +1,21 @@
 """What becomes of an answer: standard output, standard error, the exit status."""
 import json
 import os
-import shutil
 import sys
 
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
+
+
+class NoAnswer(Exception):
+    """The program ended without an answer; the system log says why."""
+
+
+def value_of(text):
+    """A JSON text as a value."""
+    try:
+        return json.loads(text)
+    except ValueError as problem:
+        raise NoAnswer("the answer is no JSON") from problem
 
 
 def complain(text):
@@ -35,12 +46,10 @@ def _reason(action, errinfo):
 
 def show(action, answer, raw):
     """Prints a JSON answer; gives the exit status."""
+    text = answer.bytes()
     if raw:
-        text = answer.body.read()
         sys.stdout.buffer.write(text)
-        value = json.loads(text)
-    else:
-        value = answer.json()
+    value = value_of(text)
     why = refusal(action, answer.status, value)
     if why:
         complain("%s: %s" % (action.name, why))
@@ -55,14 +64,14 @@ def store(action, answer, output, raw):
     if "content-disposition" not in answer.headers:
         return show(action, answer, raw)
     if not output:
-        shutil.copyfileobj(answer.body, sys.stdout.buffer)
+        answer.copy(sys.stdout.buffer)
         return DONE
 
     # The file that is there already goes when the new one is whole.
     new = "%s.%d" % (output, os.getpid())
     try:
         with open(new, "xb") as file:
-            shutil.copyfileobj(answer.body, file)
+            answer.copy(file)
         os.rename(new, output)
     except OSError as problem:
         complain("%s: %s" % (output, problem.strerror))

@@ -59,6 +59,9 @@ def main(target, words):
     except Usage as problem:
         answers.complain(str(problem))
         return answers.USAGE
+    except answers.NoAnswer as problem:
+        answers.complain("%s; the system log says why" % problem)
+        return answers.NO_ANSWER
     except BrokenPipeError:  # nobody reads the output any more
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return answers.REFUSED
@@ -92,9 +95,4 @@ def _parse(target, words):
 
 def _call(session, action, words):
     from ctl import call  # pylint: disable=import-outside-toplevel
-    from ctl.gateway import NoAnswer  # pylint: disable=import-outside-toplevel
-    try:
-        return call.run(session, action, words)
-    except NoAnswer as problem:
-        answers.complain("%s: %s; the system log says why" % (action, problem))
-        return answers.NO_ANSWER
+    return call.run(session, action, words)

@@ -4,28 +4,47 @@ import os
 import shutil
 import subprocess
 
+from ctl.answers import NoAnswer, value_of
+
 STEP = 1 << 16
 UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~")
 
 
-class NoAnswer(Exception):
-    """The program ended without an answer; the system log says why."""
-
-
 class Answer:
-    """What the program wrote: its headers, and its body as a stream that is read once."""
+    """What the program wrote: its headers, and its body, which is read once."""
 
-    def __init__(self, status, headers, body):
-        self.status = status
-        self.headers = headers
-        self.body = body
+    def __init__(self, process):
+        self._process = process
+        self.headers = {}
+        for line in iter(process.stdout.readline, b"\n"):
+            name, colon, value = line.decode(errors="replace").partition(":")
+            if not colon:
+                self._end()
+                raise NoAnswer("no answer")
+            self.headers[name.lower()] = value.strip()
+        self.status = int(self.headers.get("status", "200").split()[0])
+
+    def copy(self, target):
+        """Writes the body to a stream."""
+        try:
+            shutil.copyfileobj(self._process.stdout, target, STEP)
+        finally:
+            self._end()
+
+    def bytes(self):
+        """The body."""
+        try:
+            return self._process.stdout.read()
+        finally:
+            self._end()
 
     def json(self):
         """The body as a value."""
-        try:
-            return json.load(self.body)
-        except ValueError as problem:
-            raise NoAnswer("the answer is no JSON") from problem
+        return value_of(self.bytes())
+
+    def _end(self):
+        self._process.stdout.close()
+        self._process.wait()
 
 
 class Gateway:
@@ -72,7 +91,7 @@ class Gateway:
                 start_new_session=True)
         if parts:
             _feed(process.stdin, parts)
-        return _parse(process.stdout)
+        return Answer(process)
 
     def _environment(self):
         language = os.environ.get("LC_ALL") or os.environ.get("LANG") or ""
@@ -103,19 +122,3 @@ def _feed(stream, parts):
                     shutil.copyfileobj(part, stream, STEP)
     except BrokenPipeError:
         pass  # it has answered without the rest
-
-
-def _parse(stream):
-    """Reads the headers; the body is still to be read."""
-    headers = {}
-    for line in iter(stream.readline, b""):
-        line = line.strip()
-        if not line:
-            break
-        name, colon, value = line.decode(errors="replace").partition(":")
-        if not colon:
-            raise NoAnswer("the answer has no headers")
-        headers[name.lower()] = value.strip()
-    else:
-        raise NoAnswer("no answer")
-    return Answer(int(headers.get("status", "200").split()[0]), headers, stream)

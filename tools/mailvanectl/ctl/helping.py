@@ -45,19 +45,16 @@ def about_action(action):
     return "\n".join(lines)
 
 
+KINDS = {"integer": "number", "boolean": "yes/no", "string": "text", "array": "list",
+         "object": "JSON"}
+
+
 def _about(member):
-    kind = {"integer": "number", "boolean": "yes/no", "string": "text", "array": "list",
-            "object": "JSON"}[member.type]
+    notes = [KINDS[member.type]]
     if member.parts:
-        kind += " of {%s}" % ", ".join(member.parts)
-    notes = [kind]
-    if member.required:
-        notes.append("needed")
-    if member.secret:
-        notes.append("password")
-    elif member.default not in (None, ""):
-        notes.append("default %s" % {True: "yes", False: "no"}.get(member.default, member.default)
-                     if isinstance(member.default, bool) else "default %s" % member.default)
+        notes[0] += " of {%s}" % ", ".join(member.parts)
+    notes += [note for note, holds in (("needed", member.required), ("password", member.secret),
+                                       ("default " + member.default, member.default)) if holds]
     return ", ".join(notes) + (": " + member.text if member.text else "")
 
 

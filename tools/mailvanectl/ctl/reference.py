@@ -14,7 +14,7 @@ class Member:
         self.type = about["type"]
         self.items = about.get("items", "")
         self.required = about.get("required", False)
-        self.default = about.get("default")
+        self.default = about.get("default", "")
         self.text = about.get("text", "")
         self.secret = about.get("secret", False)
         self.mask = about.get("mask", "")
