@@ -96,30 +96,33 @@ class Contract:
         kind = answer.headers.get("Content-Type", "")
         if answer.status != 200:
             if kind.startswith("application/json"):
-                self._judge("a refusal", self._refusal(), answer)
+                complain("a refusal", faults(self._refusal(), answer.json()), answer)
             return
         key = action_of(path, headers, body)
         if key not in self.operations:
             raise AssertionError("%s %s is not described: %r" % (*key, answer))
-        self._judge(" ".join(key), self.operations[key], answer)
+        complain(" ".join(key), self._judge(self.operations[key], answer), answer)
 
     def _refusal(self):
         content = self.document.root["components"]["responses"]["Refused"]["content"]
-        return {"responses": {"200": {"content": content}}}
+        return content["application/json"]["schema"]
 
     @staticmethod
-    def _judge(what, operation, answer):
+    def _judge(operation, answer):
         described = operation["responses"]["200"]
         kind = answer.headers.get("Content-Type", "").partition(";")[0]
         if kind not in described["content"]:
-            found = ["the type %s is not described" % kind]
-        elif kind == "application/octet-stream":
-            name = answer.headers.get("Content-Disposition")
-            found = faults(described["headers"]["Content-Disposition"]["schema"], name, "name")
-        else:
-            found = answer_faults(operation, answer.json())
-        if found:
-            raise AssertionError("%s: %s: %r" % (what, "; ".join(found), answer))
+            return ["the type %s is not described" % kind]
+        if kind != "application/octet-stream":
+            return answer_faults(operation, answer.json())
+        name = answer.headers.get("Content-Disposition")
+        return faults(described["headers"]["Content-Disposition"]["schema"], name, "name")
+
+
+def complain(what, found, answer):
+    """Raises AssertionError when something was found."""
+    if found:
+        raise AssertionError("%s: %s: %r" % (what, "; ".join(found), answer))
 
 
 def action_of(path, headers, body):

@@ -69,7 +69,7 @@ def merged(below, above):
     """One schema that asks for what both ask for; a key of both is the upper one's."""
     result = {**below, **above}
     if "required" in below and "required" in above:
-        result["required"] = below["required"] + above["required"]
+        result["required"] = list(dict.fromkeys(below["required"] + above["required"]))
     if "properties" in below and "properties" in above:
         result["properties"] = dict(below["properties"])
         for name, schema in above["properties"].items():
