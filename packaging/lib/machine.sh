@@ -4,6 +4,7 @@
 build_packages=(
     g++ cmake ninja-build pkg-config
     libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
+    python3-yaml
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules

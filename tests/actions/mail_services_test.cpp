@@ -208,11 +208,11 @@ TEST_F(SelfCheck, ComesBeforeTheSettingsAndCountsOnlyForAServerThatIsOn)
     EXPECT_EQ(world.Calls(), Lines(calls));
     NextCase();
 
-    world.analysis = {{"ok", "mx"}, {"full", "disk"}};
+    world.analysis = {{"OK", "mx"}, {"FAILED", "disk"}};
     EXPECT_EQ(Read("mailvane_check").output, recording::Refusal("diagnose", "smtp_is_not_enabled"));
     world.postfix.Set(ParseJson(R"({"smtp_enabled": true})"));
     EXPECT_EQ(Read("mailvane_check").output, Answer(R"({"success": true, "settings":
-                  [{"key": "mx", "status": "ok"}, {"key": "disk", "status": "full"}]})"));
+                  [{"key": "mx", "status": "OK"}, {"key": "disk", "status": "FAILED"}]})"));
     world.analysis.clear();
     EXPECT_EQ(Read("mailvane_check").output, Answer(R"({"success": true, "settings": []})"));
 }

@@ -155,17 +155,16 @@ TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
 
 TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 {
-    world.postfix.Add("both", 2);
-    world.mailScanner.Add("both", 1);
-    ExpectLoad(R"({"success": true, "support_anti_virus": true, "both": 2})");
+    world.mailScanner.Add("recipient_limit", 1);
+    ExpectLoad(R"({"success": true, "support_anti_virus": true, "recipient_limit": 1000})");
     EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings",
                                     "IsSupportAntiVirus", kAskPublic}));
 
     world.files[kPublic] = "";
-    ExpectLoad(R"({"success": true, "support_anti_virus": true, "both": 2,
+    ExpectLoad(R"({"success": true, "support_anti_virus": true, "recipient_limit": 1000,
                    "dkim_public_key": "QUJD"})");
     world.Fail("ReadRSAPublicKey");
-    ExpectLoad(R"({"success": false, "support_anti_virus": true, "both": 2})");
+    ExpectLoad(R"({"success": false, "support_anti_virus": true, "recipient_limit": 1000})");
     world.ExpectLog(1828, "Failed to ReadRSAPublicKey");
     NextCase();
 

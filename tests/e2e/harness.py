@@ -17,6 +17,8 @@ import subprocess
 import time
 import unittest
 
+import contract
+
 DOMAIN = "mv.test"
 PACKAGE = "/var/packages/Mailvane"
 ETC = PACKAGE + "/etc"
@@ -25,6 +27,8 @@ PROGRAM = TARGET + "/ui/mailvane.cgi"
 SYSLOG = "/var/log/syslog"
 POSTFIX_CONFIGURATION = ETC + "/generated/current/postfix"
 WEB = ("127.0.0.1", 8080)
+
+CONTRACT = contract.Contract()
 
 # What save_smtp takes besides its action.
 PAGE = ("smtp_enabled", "smtp_port", "smtp_ssl_enabled", "smtps_port", "smtp_tls_enabled",
@@ -47,7 +51,8 @@ class Answer:
 
 
 def request(path="/mailvane.cgi", user="admin", body=None, headers=None, method=None):
-    """Sends one request as a user (None for nobody) and returns its answer."""
+    """Sends one request as a user (None for nobody) and returns its answer, which has to be one that
+    the description of the API has."""
     head = dict(headers or {})
     if user is not None:
         login = "%s:pw-%s" % (user, user)
@@ -55,7 +60,9 @@ def request(path="/mailvane.cgi", user="admin", body=None, headers=None, method=
     connection = http.client.HTTPConnection(*WEB, timeout=60)
     with contextlib.closing(connection):
         connection.request(method or ("GET" if body is None else "POST"), path, body, head)
-        return Answer(connection.getresponse())
+        answer = Answer(connection.getresponse())
+    CONTRACT.check((path, head, body), answer)
+    return answer
 
 
 def read(action, **more):

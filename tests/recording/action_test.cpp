@@ -1,12 +1,43 @@
 // Tests on the recorded machine: of single functions, and of whole requests.
 #include "tests/recording/action_test.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <utility>
 
 #include "frame/entry.h"
 #include "tests/recording/output_capture.h"
 
 namespace recording {
+
+namespace {
+
+const char* KindOf(const Request& request)
+{
+    if (request.upload) return "upload";
+    return request.body ? "write" : "read";
+}
+
+std::string ActionOf(const Request& request)
+{
+    if (request.upload) return "upload";
+    if (request.body) return request.body->get("action", "").asString();
+    const auto action = request.parameters.find("action");
+    return action == request.parameters.end() ? "" : action->second;
+}
+
+/// Adds a JSON answer to the file named by MAILVANE_ANSWERS, for who judges all of them.
+void KeepAnswer(const Request& request, const std::string& output)
+{
+    const char* const path = std::getenv("MAILVANE_ANSWERS");
+    const auto body = output.find("]\n");
+    if (path == nullptr || output.rfind("[header ", 0) != 0 || body == std::string::npos) return;
+
+    std::ofstream(path, std::ios::app)
+        << KindOf(request) << ' ' << ActionOf(request) << ' ' << output.substr(body + 2);
+}
+
+}  // namespace
 
 void RecordedTest::NextCase()
 {
@@ -21,6 +52,7 @@ Reply ActionTest::Run()
     Reply reply;
     reply.status = RunRequest() & 0xff;
     reply.output = capture.Bytes();
+    KeepAnswer(world.request, reply.output);
     return reply;
 }
 

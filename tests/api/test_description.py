@@ -1,0 +1,124 @@
+"""docs/openapi.yaml against the program: actions, settings, answers of the action tests.
+
+  test_description.py DESCRIBE_SETTINGS ACTION_TESTS
+"""
+import collections
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, TOP + "/tests/e2e")
+
+import contract  # pylint: disable=wrong-import-position
+
+CONTRACT = contract.Contract()
+
+
+def text_of(path):
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        return file.read()
+
+
+def names(kind):
+    return [name for known, name in CONTRACT.operations if known == kind]
+
+
+class Actions(unittest.TestCase):
+    def test_the_document_has_the_actions_of_the_program(self):
+        full = text_of("tests/actions/action_lists_test.cpp")
+        rows = text_of("frame/action_tables.cpp")
+        for kind, table in (("read", "Read"), ("write", "Write")):
+            wanted = re.search(r"k%sActions = \{(.*?)\};" % table, full, re.S)[1]
+            self.assertEqual(sorted(names(kind)), sorted(re.findall(r'"(\w+)"', wanted)))
+            landed = re.search(r"k%sTable\[\] = \{(.*?)\};" % table, rows, re.S)[1]
+            self.assertLessEqual(set(re.findall(r'\{"(\w+)"', landed)), set(names(kind)))
+
+    def test_reads_that_change_something_say_that_they_want_proof(self):
+        configured = re.search(r'state_changing_actions="(.*)"', text_of("packaging/web.conf"))[1]
+        described = [name for (kind, name), operation in CONTRACT.operations.items()
+                     if kind == "read" and any(parameter["name"] == "X-Mailvane"
+                                               for parameter in operation.get("parameters", []))]
+        self.assertEqual(sorted(described), sorted(configured.split()))
+
+    def test_nothing_is_described_that_nothing_refers_to(self):
+        parts = CONTRACT.document.raw["components"]
+        for kind in ("parameters", "responses", "schemas"):
+            for name in parts[kind]:
+                self.assertIn("#/components/%s/%s" % (kind, name), CONTRACT.document.references)
+
+    def test_what_a_save_must_not_lack_is_loaded(self):
+        for (kind, name), operation in CONTRACT.operations.items():
+            if "x-edits" in operation:
+                body = operation["requestBody"]["content"]["application/json"]["schema"]
+                page = contract.openapi.answer_schemas(
+                    CONTRACT.operations["read", operation["x-edits"]])[0]
+                self.assertLessEqual(set(body["required"]) - {"action"}, set(page["required"]),
+                                     name)
+
+
+class Settings(unittest.TestCase):
+    def test_the_documents_are_up_to_date(self):
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
+            for name in ("settings.md", "settings.yaml"):
+                with open(os.path.join(folder, name), encoding="utf-8") as file:
+                    self.assertEqual(text_of("docs/" + name), file.read(),
+                                     "make it anew: cmake --build --preset dev --target documents")
+
+
+class Answers(unittest.TestCase):
+    def test_the_answers_of_the_action_tests(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = folder + "/answers"
+            subprocess.run([ACTION_TESTS, "--gtest_brief=1"], check=False, timeout=120,
+                           stdout=subprocess.DEVNULL, env={**os.environ, "MAILVANE_ANSWERS": path})
+            with open(path, encoding="utf-8") as file:
+                lines = sorted(set(file))
+        wrong = collections.defaultdict(list)
+        for line in lines:
+            kind, name, body = line.split(" ", 2)
+            if (kind, name) in CONTRACT.operations:
+                found = contract.answer_faults(CONTRACT.operations[kind, name], json.loads(body))
+                for fault in found:
+                    wrong[name + ": " + fault].append(body)
+        self.assertGreater(len(lines), 50)
+        self.assertFalse(wrong)
+
+
+class Checker(unittest.TestCase):
+    """That the checker sees what it is for."""
+
+    def assert_faulty(self, fault, kind, name, **answer):
+        self.assertIn(fault, "; ".join(
+            contract.answer_faults(CONTRACT.operations[kind, name], answer)))
+
+    def test_sees_what_is_not_described(self):
+        refused = {"sec": "common", "key": "error_system"}
+        self.assert_faulty("lacks items", "read", "enum_domain", success=True)
+        self.assert_faulty("answer.more is not", "read", "enum_domain", success=True, items=[], more=1)
+        self.assert_faulty("items[0].domain is 5", "read", "enum_domain", success=True,
+                           items=[{"domain": 5}])
+        self.assert_faulty("items[0].x is not", "read", "enum_domain", success=True,
+                           items=[{"domain": "a", "x": 1}])
+        self.assert_faulty("errinfo.key is 'no'", "write", "add_domain", success=False,
+                           errinfo={**refused, "key": "no"})
+        self.assert_faulty("errinfo.line is not", "write", "add_domain", success=False,
+                           errinfo={**refused, "line": 5})
+        self.assert_faulty("lacks errinfo", "write", "add_domain", success=False)
+        self.assert_faulty("errinfo is not described", "write", "add_domain", success=True, errinfo=refused)
+        self.assert_faulty("answer.success is 1", "write", "add_domain", success=1)
+        self.assert_faulty("answer.more is not", "write", "add_domain", success=False,
+                           errinfo=refused, more=1)
+        self.assert_faulty("auth_password is a password", "read", "load_report", success=False,
+                           errinfo=refused, auth_password="secret")
+
+
+if __name__ == "__main__":
+    DESCRIBE_SETTINGS, ACTION_TESTS = sys.argv[1:3]
+    del sys.argv[1:3]
+    unittest.main()

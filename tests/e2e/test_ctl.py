@@ -1,0 +1,90 @@
+"""mailvanectl: the actions from the command line."""
+import json
+import os
+import subprocess
+import unittest
+
+import harness
+from harness import TARGET, banner, listener, read, settings
+from pages import Pages
+
+CTL = TARGET + "/bin/mailvanectl"
+COMPLETION = TARGET + "/share/mailvanectl/completion.bash"
+
+
+def ctl(*words, typed="", command=(CTL,)):
+    """Exit status, standard output and standard error."""
+    done = subprocess.run([*command, *words], input=typed, text=True, capture_output=True,
+                          check=False, timeout=60)
+    return done.returncode, done.stdout, done.stderr
+
+
+class Ctl(Pages):
+    def done(self, *words, typed=""):
+        status, output, errors = ctl(*words, typed=typed)
+        self.assertEqual((status, errors), (0, ""), output)
+        return output
+
+    def test_it_answers_what_the_web_answers(self):
+        wanted = read("load_smtp")
+        self.assertEqual(self.done("load_smtp", "--raw").encode(), wanted.body)
+        self.assertEqual(json.loads(self.done("load_smtp")), wanted.json())
+
+    def test_a_page_is_edited_by_single_members(self):
+        self.done("edit", "smtp", "smtp_hostname=ctl.example.test", "smtp_ssl_enabled=yes")
+        self.assertTrue(banner().startswith("220 ctl.example.test "), banner())
+        self.assertTrue(harness.answers(465) and harness.answers(587))
+        self.done("edit", "imap_pop3", "pop3_enabled=yes")
+        self.assertTrue(harness.answers(110) and harness.answers(143))
+
+    def test_what_is_refused_says_why(self):
+        with listener(2626):
+            status, output, errors = ctl("edit", "smtp", "smtp_port=2626")
+        self.assertEqual((status, output), (1, ""))
+        self.assertIn("error/error_port_conflict (SMTP)", errors)
+        for words, wanted in ((["edit", "smtp", "smtp_port=70000"], 1),
+                              (["save_smtp", "smtp_port=25"], 2), (["load_smpt"], 2),
+                              (["export_rule", "rule_name=nothing"], 3)):
+            with self.subTest(words):
+                self.assertEqual(ctl(*words)[0], wanted)
+        self.assertTrue(harness.answers(25))
+
+    def test_in_whose_name(self):
+        self.assertEqual(ctl("--as", "alice", "load_smtp")[::2],
+                         (1, "mailvanectl: load_smtp: forbidden (403)\n"))
+        self.assertEqual(ctl("load_smtp", command=["/usr/bin/setpriv", "--reuid=bob", "--clear-groups",
+                                                   CTL])[0], 2)
+
+    def test_a_password_that_was_not_given_stays(self):
+        self.done("save_relay", "smtp_relay_enabled=yes", "smtp_relay_server=relay.test",
+                  "smtp_relay_auth=yes", "smtp_relay_account=me", "smtp_relay_password=-",
+                  typed="se cret\n")
+        self.done("edit", "relay", "smtp_relay_port=2526")
+        self.done("edit", "smtp", "smtp_hostname=kept.example.test")
+        self.done("save_relay", '{"smtp_relay_account":"you"}')
+        stored = settings()
+        self.assertEqual([stored["smtp_relay_" + name] for name in ("password", "port", "account")],
+                         ["se cret", "2526", "you"])
+
+    def test_lists_and_reads_that_change_something(self):
+        self.done("add_domain", "domain=second.test")
+        self.done("add_domain", '{"domain": "third.test"}')
+        self.assertIn("third.test", self.done("enum_domain"))
+        self.done("delete_domain", 'domainList={"domain":"second.test"}',
+                  'domainList={"domain":"third.test"}')
+        self.assertEqual(read("enum_domain").json()["items"], [])
+        self.assertIn("dkim_public_key", self.done("generate_dkim_key"))
+
+    def test_the_shell_completes(self):
+        script = ("source %s; compopt() { :; }; COMP_LINE=$1 COMP_POINT=${#1}; _mailvanectl %s; "
+                  'printf "%%s\\n" "${COMPREPLY[@]}"' % (COMPLETION, CTL))
+        for line, wanted in (("mailvanectl load_sm", ["load_smtp"]),
+                             ("mailvanectl edit smtp smtp_p", ["smtp_port="]),
+                             ("mailvanectl edit smtp smtp_enabled=", ["yes", "no"])):
+            output = harness.run("/bin/bash", "-c", script, "complete", line)
+            self.assertEqual(output.split(), wanted)
+        self.assertFalse(os.path.exists(TARGET + "/share/mailvanectl/ctl/__pycache__"))
+
+
+if __name__ == "__main__":
+    unittest.main()

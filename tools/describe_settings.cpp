@@ -1,0 +1,179 @@
+// describe_settings: writes what the documents say about the settings, from the table of all
+// settings.
+//
+//   describe_settings FOLDER     writes FOLDER/settings.md and FOLDER/settings.yaml
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "host/libmailvane/settings_table.h"
+
+namespace {
+
+using host::SettingInfo;
+using host::SettingsObject;
+using host::SettingType;
+
+struct ObjectTitle {
+    SettingsObject object;
+    const char* name;
+    const char* title;
+};
+
+constexpr ObjectTitle kObjects[] = {
+    {SettingsObject::kPostfix, "Postfix", "SMTP server"},
+    {SettingsObject::kImapPop3, "ImapPop3", "IMAP and POP3 server"},
+    {SettingsObject::kMailScanner, "MailScanner", "Mail scanner"},
+};
+
+constexpr char kMarkdownHead[] =
+    R"(# Settings
+
+Every setting of the three services, as the pages load and save it and as
+`/var/packages/Mailvane/etc/mailvane.conf` stores it, in lines `name="value"` with `yes` and `no` for
+switches. A setting that is not stored has its default. A save with a value out of its range is
+refused as a whole.
+
+This page is written by `describe_settings` (`cmake --build --preset dev --target documents`).
+)";
+
+constexpr char kYamlHead[] =
+    R"(# The settings of the three services, for openapi.yaml. Written by describe_settings
+# (cmake --build --preset dev --target documents).
+)";
+
+bool IsPassword(const SettingInfo& setting)
+{
+    constexpr std::string_view kEnding = "_password";
+    const std::string_view name = setting.name;
+    return name.size() > kEnding.size() && name.substr(name.size() - kEnding.size()) == kEnding;
+}
+
+const char* TypeName(SettingType type)
+{
+    switch (type) {
+        case SettingType::kInt:
+            return "integer";
+        case SettingType::kBool:
+            return "boolean";
+        case SettingType::kText:
+            break;
+    }
+    return "string";
+}
+
+std::string Quoted(std::string_view text)
+{
+    std::string quoted = "\"";
+    for (const char character : text) {
+        if (character == '"' || character == '\\') quoted += '\\';
+        quoted += character;
+    }
+    return quoted + '"';
+}
+
+std::string MarkdownRange(const SettingInfo& setting)
+{
+    if (setting.type == SettingType::kBool) return "yes, no";
+
+    const std::string range =
+        std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    return setting.type == SettingType::kInt ? range : range + " bytes";
+}
+
+std::string MarkdownRow(const SettingInfo& setting)
+{
+    const std::string fallback = setting.fallback;
+    return std::string("| `") + setting.name + "` | " + TypeName(setting.type) + " | " +
+           (fallback.empty() ? "" : "`" + fallback + "`") + " | " + MarkdownRange(setting) + " | " +
+           setting.meaning + " |\n";
+}
+
+std::string Markdown()
+{
+    std::string text = kMarkdownHead;
+    for (const ObjectTitle& object : kObjects) {
+        text += std::string("\n## ") + object.title +
+                "\n\n| Setting | Type | Default | Range | Meaning |\n|---|---|---|---|---|\n";
+        for (const SettingInfo& setting : host::AllSettings()) {
+            if (setting.object == object.object) text += MarkdownRow(setting);
+        }
+    }
+    return text;
+}
+
+std::string YamlDefault(const SettingInfo& setting)
+{
+    switch (setting.type) {
+        case SettingType::kInt:
+            return setting.fallback;
+        case SettingType::kBool:
+            return std::string_view(setting.fallback) == "yes" ? "true" : "false";
+        case SettingType::kText:
+            break;
+    }
+    return Quoted(setting.fallback);
+}
+
+std::string YamlProperty(const SettingInfo& setting)
+{
+    std::string text = std::string("    ") + setting.name +
+                       ":\n      type: " + TypeName(setting.type) +
+                       "\n      default: " + YamlDefault(setting) +
+                       "\n      description: " + Quoted(setting.meaning) + "\n";
+    if (setting.type == SettingType::kInt) {
+        text += "      minimum: " + std::to_string(setting.lowest) +
+                "\n      maximum: " + std::to_string(setting.highest) + "\n";
+    }
+    // Every page shows an empty text for it, and an empty text in a save keeps the stored one.
+    if (IsPassword(setting)) text += "      writeOnly: true\n      x-mask: \"\"\n";
+    return text;
+}
+
+/// What a save takes, and what a load answers: all of it.
+std::string YamlSchemas(const ObjectTitle& object)
+{
+    std::string properties;
+    std::string names;
+    for (const SettingInfo& setting : host::AllSettings()) {
+        if (setting.object != object.object) continue;
+        properties += YamlProperty(setting);
+        names += std::string("    - ") + setting.name + "\n";
+    }
+    return std::string("\n") + object.name + ":\n  type: object\n  properties:\n" + properties +
+           "\nLoaded" + object.name + ":\n  allOf: [{$ref: '#/" + object.name +
+           "'}]\n  required:\n" + names;
+}
+
+std::string Yaml()
+{
+    std::string text = kYamlHead;
+    for (const ObjectTitle& object : kObjects) text += YamlSchemas(object);
+    return text;
+}
+
+bool WriteFile(const std::string& path, const std::string& text)
+{
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    file.close();
+    if (!file) (void)std::fprintf(stderr, "describe_settings: cannot write %s\n", path.c_str());
+    return static_cast<bool>(file);
+}
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 2) {
+        (void)std::fprintf(stderr, "usage: describe_settings FOLDER\n");
+        return 2;
+    }
+
+    const std::string folder = arguments[1];
+    const bool written = WriteFile(folder + "/settings.md", Markdown()) &&
+                         WriteFile(folder + "/settings.yaml", Yaml());
+    return written ? EXIT_SUCCESS : EXIT_FAILURE;
+}

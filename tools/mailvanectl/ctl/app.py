@@ -1,0 +1,98 @@
+"""The command line of mailvanectl: options, subcommands, and everything else is an action.
+
+To add a subcommand: write its module with `WORDS`, `SUMMARY` and `run(session, words)`, which gives
+the exit status, and add its row to SUBCOMMANDS. A name there must be no action's.
+"""
+import getopt
+import importlib
+import os
+import sys
+
+from ctl import answers
+from ctl.reference import Reference, Usage
+
+SUBCOMMANDS = {
+    "help": "ctl.helping",
+    "edit": "ctl.edit",
+    "upload": "ctl.upload",
+    "complete": "ctl.completion",
+}
+
+
+class Session:
+    """What a command works with."""
+
+    def __init__(self, target, user="", raw=False, output=""):
+        self.reference = Reference(target + "/share/mailvanectl/actions.json")
+        self.raw = raw
+        self.output = output
+        self._program = target + "/ui/mailvane.cgi"
+        self._user = user
+        self._gateway = None
+
+    def gateway(self):
+        """The way to the program; made when it is first needed, for help needs none."""
+        from ctl.gateway import Gateway  # pylint: disable=import-outside-toplevel
+        if self._gateway is None:
+            if os.geteuid() != 0:
+                raise Usage("only root can run the program")
+            self._gateway = Gateway(self._program, self._user or _administrator())
+        return self._gateway
+
+    @staticmethod
+    def subcommands():
+        """Names and modules of the subcommands."""
+        return [(name, importlib.import_module(module)) for name, module in SUBCOMMANDS.items()]
+
+
+def _administrator():
+    from ctl.administrators import first_administrator  # pylint: disable=import-outside-toplevel
+    return first_administrator()
+
+
+def main(target, words):
+    """Runs a command line; gives the exit status."""
+    try:
+        status = _run(target, words)
+        sys.stdout.flush()
+        return status
+    except Usage as problem:
+        answers.complain(str(problem))
+        return answers.USAGE
+    except answers.NoAnswer as problem:
+        answers.complain("%s; the system log says why" % problem)
+        return answers.NO_ANSWER
+    except BrokenPipeError:  # nobody reads the output any more
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return answers.REFUSED
+    except KeyboardInterrupt:
+        return 130
+
+
+def _run(target, words):
+    if words[:1] == ["complete"]:  # what follows is somebody else's command line
+        session, command, rest = Session(target), "complete", words[1:]
+    else:
+        session, command, rest = _parse(target, words)
+
+    if command in SUBCOMMANDS:
+        return importlib.import_module(SUBCOMMANDS[command]).run(session, rest)
+    return _call(session, command, rest)
+
+
+def _parse(target, words):
+    try:
+        options, rest = getopt.gnu_getopt(words, "ho:", ["help", "as=", "raw", "output="])
+    except getopt.GetoptError as problem:
+        raise Usage(str(problem)) from problem
+    given = dict(options)
+    session = Session(target, given.get("--as", ""), "--raw" in given,
+                      given.get("--output", given.get("-o", "")))
+    if not rest or {"-h", "--help"} & given.keys():
+        rest = ["help", *[word for word in rest[:1] if word not in SUBCOMMANDS]]
+    return session, rest[0], rest[1:]
+
+
+def _call(session, action, words):
+    from ctl import call  # pylint: disable=import-outside-toplevel
+    return call.run(session, action, words)

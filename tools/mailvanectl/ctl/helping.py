@@ -1,0 +1,73 @@
+"""mailvanectl help [ACTION]: what there is and what it takes, from the reference."""
+from ctl import answers
+
+WORDS = "[ACTION]"
+SUMMARY = "lists the actions, or says what one takes"
+
+HEAD = """\
+usage: mailvanectl [OPTION]... ACTION [name=value… | JSON | -] [FILE]
+       mailvanectl [OPTION]... SUBCOMMAND [WORD]...
+
+  --as USER       in whose name; by default the first administrator's
+  --raw           the answer as it came
+  -o, --output FILE  where a download goes; by default to standard output
+
+A JSON object may stand for name=value, and "-" for one on standard input. A list takes its name
+several times, or a JSON list. A password is given as name=- on standard input or as name=@FILE.
+Exit status: 0 done, 1 refused, 2 wrong usage, 3 no answer."""
+
+
+def run(session, words):
+    """Prints the help."""
+    if words:
+        print(about_action(session.reference.action(words[0])))
+    else:
+        print("\n".join([HEAD, "", "Subcommands", *_subcommands(session), *_actions(session)]))
+    return answers.DONE
+
+
+def about_action(action):
+    """What the reference says of one action."""
+    lines = ["%s: %s" % (action.name, action.summary)]
+    if action.description:
+        lines += ["", action.description]
+    if action.members:
+        lines += ["", "name=value"]
+        lines += ["  %-30s %s" % (member.name, _about(member)) for member in
+                  action.members.values()]
+    if action.then_upload:
+        lines += ["", "A FILE behind them is uploaded at once."]
+    if action.download:
+        lines += ["", "The answer is a file."]
+    if action.reasons:
+        lines += ["", "Refused with"]
+        lines += ["  %-30s %s" % pair for pair in action.reasons.items()]
+    return "\n".join(lines)
+
+
+KINDS = {"integer": "number", "boolean": "yes/no", "string": "text", "array": "list",
+         "object": "JSON"}
+
+
+def _about(member):
+    notes = [KINDS[member.type]]
+    if member.parts:
+        notes[0] += " of {%s}" % ", ".join(member.parts)
+    notes += [note for note, holds in (("needed", member.required), ("password", member.secret),
+                                       ("default " + member.default, member.default)) if holds]
+    return ", ".join(notes) + (": " + member.text if member.text else "")
+
+
+def _subcommands(session):
+    return ["  %-30s %s" % ("%s %s" % (name, module.WORDS), module.SUMMARY)
+            for name, module in session.subcommands()]
+
+
+def _actions(session):
+    page = ""
+    for name in session.reference.names():
+        action = session.reference.action(name)
+        if action.page != page:
+            page = action.page
+            yield "\n" + page
+        yield "  %-30s %s" % (name, action.summary)

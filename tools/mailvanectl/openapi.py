@@ -1,0 +1,92 @@
+"""docs/openapi.yaml as plain data: every reference replaced by what it names, every allOf merged.
+
+Read when the package is built and by the tests; needs python3-yaml.
+"""
+import os
+
+import yaml
+
+READ, WRITE, UPLOAD = "read", "write", "upload"
+
+
+class Document:
+    """The files of one document."""
+
+    def __init__(self, path):
+        self._files = {}
+        self.references = set()  # every $ref as it is written, for who looks for loose ends
+        self._top = os.path.abspath(path)
+        self.raw = self._file(self._top)
+        self.root = self._expand(self.raw, self._top)
+
+    def operations(self):
+        """Triples of name, kind and operation, in the order of the document."""
+        for path, item in self.root["paths"].items():
+            for method, operation in item.items():
+                name = operation["operationId"]
+                kind = READ if method == "get" else UPLOAD if name == "upload" else WRITE
+                wanted = {READ: "?action="}.get(kind, "#") + name
+                if path != "/mailvane.cgi" + wanted:
+                    raise ValueError("%s stands under %s" % (name, path))
+                yield name, kind, operation
+
+    def _file(self, path):
+        if path not in self._files:
+            loader = getattr(yaml, "CSafeLoader", yaml.SafeLoader)
+            with open(path, encoding="utf-8") as file:
+                self._files[path] = yaml.load(file, loader)
+        return self._files[path]
+
+    def _expand(self, node, file):
+        if isinstance(node, list):
+            return [self._expand(entry, file) for entry in node]
+        if not isinstance(node, dict):
+            return node
+
+        own = {key: self._expand(value, file) for key, value in node.items()
+               if key not in ("$ref", "allOf")}
+        parts = self._expand(node.get("allOf", []), file)
+        if "$ref" in node:
+            parts.append(self._target(node["$ref"], file))
+        for part in parts:
+            own = merged(part, own)
+        return own
+
+    def _target(self, reference, file):
+        self.references.add(reference)
+        name, _, pointer = reference.partition("#")
+        if name:
+            file = os.path.join(os.path.dirname(file), name)
+        node = self._file(file)
+        for key in pointer.strip("/").split("/"):
+            if key not in node:
+                raise ValueError("nothing stands at " + reference)
+            node = node[key]
+        return self._expand(node, file)
+
+
+def merged(below, above):
+    """One schema that asks for what both ask for; a key of both is the upper one's."""
+    result = {**below, **above}
+    if "required" in below and "required" in above:
+        result["required"] = list(dict.fromkeys(below["required"] + above["required"]))
+    if "properties" in below and "properties" in above:
+        result["properties"] = dict(below["properties"])
+        for name, schema in above["properties"].items():
+            result["properties"][name] = merged(below["properties"].get(name, {}), schema)
+    return result
+
+
+def answer_schemas(operation):
+    """The shapes that the answer of an operation can have; none for a download."""
+    for media in operation["responses"]["200"]["content"].values():
+        schema = media.get("schema")
+        return schema.get("anyOf", [schema]) if schema else []
+    return []
+
+
+def constant(schema, *path):
+    """The only value that a member of a schema can have, None when there are several."""
+    for name in path:
+        schema = schema.get("properties", {}).get(name, {})
+    return schema.get("const")
