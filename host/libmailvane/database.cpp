@@ -53,12 +53,17 @@ bool IsOlder(SQLite::Database& database, const Schema& schema)
 
 }  // namespace
 
+void BringUpToDate(SQLite::Database& database, const Schema& schema)
+{
+    if (IsOlder(database, schema)) Migrate(database, schema);
+}
+
 SQLite::Database OpenForChange(const std::string& path, const Schema& schema)
 {
     CreateIfMissing(path);
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
     database.exec("PRAGMA journal_mode = DELETE");
-    if (IsOlder(database, schema)) Migrate(database, schema);
+    BringUpToDate(database, schema);
     return database;
 }
 

@@ -26,6 +26,10 @@ struct Schema {
     int version;
 };
 
+/// Runs the scripts that an open store lacks, all or none. Throws SQLite::Exception, and
+/// std::runtime_error for a store of a later version.
+void BringUpToDate(SQLite::Database& database, const Schema& schema);
+
 /// Opens a store for changes, creating it (mode 0600) and bringing it to the newest version as
 /// needed. Throws SQLite::Exception, and std::runtime_error for a store of a later version.
 SQLite::Database OpenForChange(const std::string& path, const Schema& schema);

@@ -1,0 +1,266 @@
+// The mail log: criteria, search, order and pages.
+#include <algorithm>
+#include <random>
+
+#include "tests/host/libmailvane_mail_log_machine.h"
+
+namespace {
+
+const char kFew[] = R"(VALUES
+    ('q1', '1', 'Plan', 100, 1000, 0, 'anna@x.test', 'Bob_B@y.test'),
+    ('q2', '2', '100% "sure"', 200, 2000, 1, 'bert@x.test', 'bobxb@y.test'),
+    ('q3', '3', 'Stra' || char(0xdf) || 'e ' || char(0xc4) || 'pfel', 300, 2000, 2, 'anna@x.test', ''),
+    ('q4', '4', 'C:\plan', 400, 3000, 3, 'carl@x.test', 'dora@z.test'))";
+
+class Criteria : public LogMachine {
+protected:
+    /// The entries of one page, their number checked against the count.
+    std::string Listed(const LogFilter& filter)
+    {
+        std::vector<MailLogInfo> rows;
+        MailLog log = Log();
+        EXPECT_EQ(log.load(filter, rows), 0);
+        EXPECT_EQ(log.getLogNum(filter), static_cast<int>(rows.size()));
+        return Ids(rows);
+    }
+
+    std::string Found(std::string text)
+    {
+        std::vector<MailLogInfo> rows;
+        MailLog log = Log();
+        EXPECT_EQ(log.search(50, 0, "date", "asc", text, rows), 0);
+        EXPECT_EQ(log.getLogNum(text), static_cast<int>(rows.size()));
+        return Ids(rows);
+    }
+};
+
+}  // namespace
+
+TEST_F(Criteria, SelectBySizeWordTextStatusAndTime)
+{
+    Store(kFew);
+    using Change = void (*)(LogFilter&);
+    const struct {
+        const char *name, *want;
+        Change change;
+    } rows[] = {
+        {"all", "4 3 2 1", [](LogFilter&) {}},
+        {"greater", "4",
+         [](LogFilter& f) {
+             f.sizeOp = "gt";
+             f.sizeBytes = 2000;
+         }},
+        {"at least", "4 3 2",
+         [](LogFilter& f) {
+             f.sizeOp = ">=";
+             f.sizeBytes = 2000;
+         }},
+        {"less", "1",
+         [](LogFilter& f) {
+             f.sizeOp = "less";
+             f.sizeBytes = 2000;
+         }},
+        {"at most", "3 2 1",
+         [](LogFilter& f) {
+             f.sizeOp = "le";
+             f.sizeBytes = 2000;
+         }},
+        {"equal", "3 2",
+         [](LogFilter& f) {
+             f.sizeOp = "equal";
+             f.sizeBytes = 2000;
+         }},
+        {"unknown word", "4 3 2 1",
+         [](LogFilter& f) {
+             f.sizeOp = "size > 0; --";
+             f.sizeBytes = 2000;
+         }},
+        {"short id", "3", [](LogFilter& f) { f.messageId = "3"; }},
+        {"any case", "3 1", [](LogFilter& f) { f.mailTo = "ANNA"; }},
+        {"two letters", "3 1", [](LogFilter& f) { f.mailTo = "an"; }},
+        {"percent sign", "", [](LogFilter& f) { f.mailTo = "a%a"; }},
+        {"other column", "", [](LogFilter& f) { f.mailFrom = "plan"; }},
+        {"underscore", "1", [](LogFilter& f) { f.mailFrom = "b_B"; }},
+        {"two texts", "1",
+         [](LogFilter& f) {
+             f.mailTo = "anna";
+             f.mailFrom = "bob";
+         }},
+        {"short and long", "",
+         [](LogFilter& f) {
+             f.messageId = "4";
+             f.mailTo = "anna";
+         }},
+        {"text and status", "3",
+         [](LogFilter& f) {
+             f.mailTo = "anna";
+             f.status = 2;
+         }},
+        {"unknown status", "", [](LogFilter& f) { f.status = 17; }},
+        {"from and to", "3 2",
+         [](LogFilter& f) {
+             f.dateFrom = 200;
+             f.dateTo = 300;
+         }},
+        {"from", "4", [](LogFilter& f) { f.dateFrom = 301; }},
+        {"unknown order", "1 2 3 4",
+         [](LogFilter& f) {
+             f.order = "ASC";
+             f.sortField = "nonsense";
+         }},
+        {"equal sizes", "1 2 3 4",
+         [](LogFilter& f) {
+             f.order = "asc";
+             f.sortField = "size";
+         }},
+        {"odd direction", "4 2 3 1",
+         [](LogFilter& f) {
+             f.order = "asc; DROP TABLE entry";
+             f.sortField = "mail_to";
+         }},
+    };
+    for (const auto& row : rows) {
+        LogFilter filter;
+        row.change(filter);
+        EXPECT_EQ(Listed(filter), row.want) << row.name;
+    }
+}
+
+TEST_F(Criteria, SearchFindsATextAnywhereAsItStands)
+{
+    Store(kFew);
+    const struct {
+        const char *text, *want;
+    } rows[] = {
+        {"", "1 2 3 4"},       {"plan", "1 4"},     {"PLAN", "1 4"},
+        {"la", "1 4"},         {"l", "1 3 4"},      {"\"sure\"", "2"},
+        {"0% \"s", "2"},       {"%", "2"},          {"b_b", "1"},
+        {":\\p", "4"},         {"\\", "4"},         {"stra\xc3\x9f", "3"},
+        {"\xc3\xa4pfel", "3"}, {"pf", "3"},         {"lan OR nna", ""},
+        {"pla*", ""},          {"test", "1 2 3 4"}, {"mail_to : anna", ""},
+        {"\xff\xfe\xfd", ""},  {"'", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(Found(row.text), row.want);
+    }
+
+    std::vector<MailLogInfo> entries;
+    (void)Log().search(1, 1, "size", "asc", "x.test", entries);
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].subject, "100% \"sure\"");
+    EXPECT_EQ(entries[0].status, MAIL_RECEIVE);
+    EXPECT_EQ(entries[0].sizeBytes, 2000U);
+    EXPECT_EQ(entries[0].mailFrom, "bobxb@y.test");
+    EXPECT_EQ(std::mktime(&entries[0].time), 200);
+}
+
+namespace {
+
+/// A log that is large enough for texts that are common: every entry is "@common", one in seven is
+/// "seventh" as well.
+class Pages : public LogMachine {
+protected:
+    static constexpr int kEntries = 2500;
+
+    void SetUp() override
+    {
+        LogMachine::SetUp();
+        Store(R"(WITH RECURSIVE n (i) AS (VALUES (0) UNION ALL SELECT i + 1 FROM n WHERE i < 2499)
+                 SELECT 'q' || i, i, iif(i % 7 = 3, 'seventh', ''), (i * 7919) % 1013,
+                        (i * 104729) % 89, i % 4, 'to' || (i * 31) % 11 || '@common', i % 13 FROM n)");
+    }
+
+    /// What SQLite itself says about the order, without the index of it.
+    std::vector<std::string> InOrder(const std::string& column, const std::string& direction,
+                                     const std::string& condition)
+    {
+        std::string terms = "+" + column + " " + direction;
+        if (column != "date") terms += ", date " + direction;
+        SQLite::Database database = Open();
+        SQLite::Statement query(database, "SELECT message_id FROM entry WHERE " + condition +
+                                              " ORDER BY " + terms + ", id " + direction);
+        std::vector<std::string> ids;
+        while (query.executeStep()) ids.push_back(query.getColumn(0).getString());
+        return ids;
+    }
+
+    static std::string Slice(const std::vector<std::string>& ids, int start, int limit)
+    {
+        std::string slice;
+        const int end = std::min(start + limit, static_cast<int>(ids.size()));
+        for (int i = start; i < end; ++i) {
+            slice += (slice.empty() ? "" : " ") + ids[static_cast<std::size_t>(i)];
+        }
+        return slice;
+    }
+};
+
+const char* const kColumns[] = {"date", "message_id", "mail_from", "mail_to", "size", "status"};
+
+}  // namespace
+
+TEST_F(Pages, OfEveryOrderAreThePiecesOfTheWholeList)
+{
+    MailLog log = Log();
+    for (const std::string column : kColumns) {
+        for (const std::string direction : {"asc", "desc"}) {
+            const auto all = InOrder(column, direction, "1");
+            const auto bounced = InOrder(column, direction, "status = 2");
+            const auto common = InOrder(column, direction, "mail_to LIKE '%@common%'");
+            const auto rare = InOrder(column, direction, "subject = 'seventh'");
+            for (const int start : {0, 1, 340, 1249, 1250, 1251, 2450, 2499, 2500, 99999}) {
+                SCOPED_TRACE(column + " " + direction + " " + std::to_string(start));
+                LogFilter filter;
+                filter.start = start;
+                filter.order = direction;
+                filter.sortField = column;
+                std::vector<MailLogInfo> rows;
+                (void)log.load(filter, rows);
+                EXPECT_EQ(Ids(rows), Slice(all, start, 50));
+
+                filter.status = 2;
+                rows.clear();
+                (void)log.load(filter, rows);
+                EXPECT_EQ(Ids(rows), Slice(bounced, start, 50));
+
+                rows.clear();
+                (void)log.search(50, start, column, direction, "@common", rows);
+                EXPECT_EQ(Ids(rows), Slice(common, start, 50));
+
+                rows.clear();
+                (void)log.search(50, start, column, direction, "seventh", rows);
+                EXPECT_EQ(Ids(rows), Slice(rare, start, 50));
+            }
+        }
+    }
+    LogFilter odd;
+    odd.order = "asc";
+    odd.sortField = "message_id";
+    odd.start = -5;
+    for (const auto& [limit, want] : {std::pair{0, ""}, {-1, ""}, {3, "0 1 10"}}) {
+        std::vector<MailLogInfo> rows;
+        odd.limit = limit;
+        EXPECT_EQ(log.load(odd, rows), 0);
+        EXPECT_EQ(Ids(rows), want);
+    }
+}
+
+TEST_F(Pages, AreContinuedOrBegunAgainAsTheyAreAskedFor)
+{
+    const struct {
+        int start;
+        const char *column, *direction;
+    } steps[] = {
+        {0, "date", "DESC"},   {101, "date", "DESC"}, {202, "date", "desc"}, {202, "date", "DESC"},
+        {150, "date", "DESC"}, {600, "date", "asc"},  {700, "size", "asc"},  {2499, "size", "asc"},
+        {2600, "size", "asc"}, {0, "size", "asc"},
+    };
+    MailLog log = Log();
+    for (const auto& step : steps) {
+        SCOPED_TRACE(std::to_string(step.start) + step.column + step.direction);
+        std::vector<MailLogInfo> rows;
+        EXPECT_EQ(log.load(100, step.start, step.column, step.direction, rows), 0);
+        EXPECT_EQ(Ids(rows), Slice(InOrder(step.column, step.direction, "1"), step.start, 100));
+    }
+}
