@@ -13,6 +13,7 @@
 #include "frame/mailvane_handler.h"
 
 constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"overview_load", &MailvaneHandler::LoadOverview},
     {"alias_enum", &MailvaneHandler::EnumAliases},
     {"alias_mem_enum", &MailvaneHandler::EnumAliasMembers},
     {"load_extaddr", &MailvaneHandler::LoadExtaddr},
@@ -20,11 +21,16 @@ constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kR
     {"load_smtp", &MailvaneHandler::LoadSmtp},
     {"load_relay", &MailvaneHandler::LoadRelay},
     {"enum_domain", &MailvaneHandler::EnumDomain},
+    {"load_log", &MailvaneHandler::LoadLog},
+    {"export_log", &MailvaneHandler::ExportLog},
     {"load_security", &MailvaneHandler::LoadSecurity},
     {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"search_log", &MailvaneHandler::SearchLog},
+    {"log_enum", &MailvaneHandler::EnumLog},
     {"load_access", &MailvaneHandler::LoadAccess},
     {"load_bcc", &MailvaneHandler::LoadBcc},
     {"load_sender_quota", &MailvaneHandler::LoadSenderQuota},
+    {"export_postfix_log", &MailvaneHandler::ExportPostfixLog},
     {"export_access", &MailvaneHandler::ExportAccess},
     {"export_bcc", &MailvaneHandler::ExportBcc},
     {"export_alias", &MailvaneHandler::ExportAlias},
@@ -41,6 +47,7 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"delete_domain", &MailvaneHandler::DeleteDomain},
     {"add_domain", &MailvaneHandler::AddDomain},
     {"edit_domain", &MailvaneHandler::EditDomain},
+    {"clear_log", &MailvaneHandler::ClearLog},
     {"apply_alias_info", &MailvaneHandler::ApplyAliasInfo},
     {"alias_del", &MailvaneHandler::AliasDel},
     {"save_security", &MailvaneHandler::SaveSecurity},

@@ -29,13 +29,18 @@ std::string NewTemporaryFile(const char* pattern)
     return name;
 }
 
+void WriteDownloadHead(const char* name)
+{
+    std::printf("Content-Type:application/octet-stream\n");
+    std::printf("Content-Disposition:attachment; filename=\"%s\"\n\n", name);
+}
+
 bool SendDownload(const std::string& path, const char* name)
 {
     std::FILE* file = std::fopen(path.c_str(), "re");
     if (file == nullptr) return false;
 
-    std::printf("Content-Type:application/octet-stream\n");
-    std::printf("Content-Disposition:attachment; filename=\"%s\"\n\n", name);
+    WriteDownloadHead(name);
     CopyLines(file);
     std::fflush(stdout);
     std::fclose(file);

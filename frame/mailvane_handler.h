@@ -105,4 +105,13 @@ private:
     void SetSenderQuota(Json::Value& in);
     void DeleteSenderQuota(Json::Value& in);
     void SetAttachmentFilter(Json::Value& in);
+
+    // maillog/
+    void LoadOverview();
+    void LoadLog();
+    void ExportLog();
+    void SearchLog();
+    void EnumLog();
+    void ExportPostfixLog();
+    void ClearLog(Json::Value& in);
 };

@@ -1,0 +1,369 @@
+// Pages of the mail log: list, search, downloads, files, statistic.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Compact;
+using recording::Lines;
+using recording::ParseJson;
+using recording::SystemError;
+
+namespace {
+
+const std::string kFolder = "/var/packages/Mailvane/target/etc/maillog/";
+const std::string kOpen = "MailLog::MailLog " + kFolder + "maillog.db";
+const std::string kTexts = "ParseTexts /var/packages/Mailvane/target/app/texts/en";
+const char kNoCriteria[] = R"(id "" to "" from "" size any 0 status -1 dates 0 0})";
+const char kFailed[] = R"({"success": false})";
+const char kEnd[] = "</table></body></html>\n";
+const char kTextFile[] =
+    R"({"maillog": {"mail_log": "Log", "message_id": "Id", "date": "D", "time": "T",
+        "mail_from": "From", "mail_to": "To", "mail_size": "Size", "mail_status": "Status",
+        "send": "sent", "receive": "got", "bounce": "back", "resend": "again", "unknow": "?",
+        "current_log": "now"}})";
+
+MailLogInfo Entry(const std::string& id, std::uint32_t size = 1536, int status = MAIL_SEND)
+{
+    MailLogInfo entry;
+    entry.messageId = id;
+    entry.time.tm_year = 126;
+    entry.time.tm_mon = 10;
+    entry.time.tm_mday = 3;
+    entry.time.tm_hour = 9;
+    entry.time.tm_min = 5;
+    entry.sizeBytes = size;
+    entry.status = status;
+    entry.mailTo = "b@x";
+    entry.mailFrom = "<a@x";
+    return entry;
+}
+
+Json::Value Row(const std::string& id, const std::string& size, const std::string& status)
+{
+    Json::Value row = ParseJson(R"({"date": "2026-11-03", "time": "09:05:00", "mail_to": "b@x",
+                                    "mail_from": "<a@x"})");
+    row["message_id"] = id;
+    row["size"] = size;
+    row["status"] = status;
+    return row;
+}
+
+std::string ExportRow(const std::string& id)
+{
+    return "<tr>\n<td align=\"center\">" + id +
+           "</td>\n<td align=\"center\">2026-11-03</td>\n<td align=\"center\">09:05:00</td>\n"
+           "<td align=\"center\"><a@x</td><td align=\"center\">b@x</td>"
+           "<td align=\"center\">1.5KB</td><td align=\"center\">sent</td></tr>\n";
+}
+
+const char kExportHead[] =
+    "Content-Type:application/octet-stream\n"
+    "Content-Disposition:attachment; filename=\"haldmaillog.html\"\n\n"
+    "<html><head>\n"
+    "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8;\">\n"
+    "<title>Log</title>\n</head>\n<body>\n<center><h2> Log </h2></center>\n"
+    "<table border=1 width=95%>\n<tr>\n"
+    "<th>Id</th><th>D</th><th>T</th><th>From</th><th>To</th><th>Size</th><th>Status</th></tr>\n";
+
+class MailLogPages : public recording::ActionTest {
+protected:
+    void Prepare() override
+    {
+        world.texts = ParseJson(kTextFile);
+        world.keyValueFiles["/etc/haldinfo.conf"]["userHomeEnable"] = "yes";
+    }
+
+    /// The log holds so many entries, whose Message-IDs are their numbers.
+    void HoldEntries(int count)
+    {
+        bool full = true;
+        for (int start = 0; full; start += 101) {
+            full = start + 100 <= count;
+            world.On("MailLog::load 100 " + std::to_string(start), [this, start, count] {
+                world.logRows.clear();
+                for (int i = start; i < std::min(start + 100, count); ++i) {
+                    world.logRows.push_back(Entry(std::to_string(i)));
+                }
+                return 0;
+            });
+        }
+    }
+};
+
+}  // namespace
+
+TEST_F(MailLogPages, ListPassesPageOrderAndCriteriaOn)
+{
+    using Parameters = std::map<std::string, std::string>;
+    const struct {
+        Parameters parameters;
+        std::string page, criteria;
+    } rows[] = {
+        {{}, "start 0 limit 0 order DESC date", kNoCriteria},
+        {{{"start", "5x"}, {"limit", "-7"}, {"dir", "up; --"}, {"sort", "time"}},
+         "start 5 limit -7 order \"up; --\" date",
+         kNoCriteria},
+        {{{"limit", "25"}, {"sort", "status"}, {"dir", "ASC"}},
+         "start 0 limit 25 order ASC status",
+         kNoCriteria},
+        {{{"sort", "id; DROP TABLE entry"}}, "start 0 limit 0 order DESC date", kNoCriteria},
+        {{{"searchParams",
+           R"({"message_id": "m", "mail_to": "t", "mail_from": "f", "mail_size_opt": "gt",
+               "mail_size": 5, "mail_status": 2, "date_from": "17", "date_to": "18 h"})"}},
+         "start 0 limit 0 order DESC date",
+         "id m to t from f size gt 5120 status 2 dates 17 18}"},
+        {{{"searchParams", R"({"mail_size": -2097152})"}},
+         "start 0 limit 0 order DESC date",
+         R"(id "" to "" from "" size any -2147483648 status -1 dates 0 0})"},
+        // A text that breaks off, or is no object, holds no criteria at all.
+        {{{"searchParams", R"({"mail_status": 1,)"}},
+         "start 0 limit 0 order DESC date",
+         kNoCriteria},
+        {{{"searchParams", "[1]"}}, "start 0 limit 0 order DESC date", kNoCriteria},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.page + " " + row.criteria);
+        EXPECT_EQ(Read("load_log", row.parameters).output,
+                  Answer(R"({"success": true, "items": [], "total": 0})"));
+        const std::string filter = " " + row.page + " " + row.criteria;
+        EXPECT_EQ(world.Calls(),
+                  Lines({kOpen, "MailLog::error", kTexts, "MailLog::load {columns *" + filter,
+                         "MailLog::getLogNum {columns count(*)" + filter}));
+        NextCase();
+    }
+    (void)Read("load_log", {{"log_path", kFolder + "2026-10.db"}});
+    EXPECT_EQ(world.Calls().find("MailLog::MailLog " + kFolder + "2026-10.db\n"), 0U);
+}
+
+TEST_F(MailLogPages, ShowSizesAndStatusInTheirWords)
+{
+    const struct {
+        std::uint32_t bytes;
+        int status;
+        const char *size, *word;
+    } rows[] = {
+        {0, 0, "0KB", "sent"},
+        {100, 1, "0.0KB", "got"},
+        {1, 2, "0.0KB", "back"},
+        {1024, 3, "1KB", "again"},
+        {1536, 4, "1.5KB", "?"},
+        {2000, 7, "1.9KB", "?"},
+        {1048575, -1, "1024KB", "?"},
+        {1073741824, 0, "1.0KB", "sent"},
+        {4294967295U, 0, "4.1KB", "sent"},
+    };
+    Json::Value items(Json::arrayValue);
+    for (const auto& row : rows) {
+        world.logRows.push_back(Entry("<m>", row.bytes, row.status));
+        items.append(Row("<m>", row.size, row.word));
+    }
+    Json::Value want = ParseJson(R"({"success": true, "total": 9})");
+    want["items"] = items;
+    EXPECT_EQ(Read("load_log").output, Answer(Compact(want)));
+    EXPECT_EQ(Read("search_log").output, Answer(Compact(want)));
+
+    // A language without texts leaves the words empty.
+    world.texts = Json::Value();
+    world.logRows.resize(1);
+    want = ParseJson(R"({"success": true, "total": 1})");
+    want["items"].append(Row("<m>", "0KB", ""));
+    EXPECT_EQ(Read("load_log").output, Answer(Compact(want)));
+}
+
+TEST_F(MailLogPages, SearchPassesItsPageOnAndShowsOneEmptyRowForNone)
+{
+    EXPECT_EQ(
+        Read("search_log", {{"start", "10"}, {"limit", "20"}, {"query", "a b"}, {"sort", "size"}})
+            .output,
+        Answer(R"({"success": true, "total": 0, "items": {"date": "", "time": "", "size": "",
+                         "status": "", "mail_to": "", "mail_from": ""}})"));
+    EXPECT_EQ(world.Calls(),
+              Lines({kOpen, "MailLog::error", kTexts, "MailLog::search 20 10 size DESC \"a b\"",
+                     "MailLog::getLogNum \"a b\""}));
+}
+
+TEST_F(MailLogPages, AnswerFailuresOfTheLog)
+{
+    const struct {
+        const char *action, *call;
+        std::string answer;
+        std::vector<const char*> log;
+        const char* type;
+    } rows[] = {
+        {"load_log", "MailLog::error", Answer(kFailed), {"mail log init fail"}, "0"},
+        {"load_log", "MailLog::load", SystemError(), {"load log fail"}, "0"},
+        {"search_log", "MailLog::error", Answer(kFailed), {"mail log init fail"}, "0"},
+        {"search_log", "MailLog::search", SystemError(), {"search log fail"}, "0"},
+        {"clear_log", "MailLog::error", Answer(kFailed), {"mail log init fail"}, "0"},
+        {"clear_log", "MailLog::clear", SystemError(), {"clear log fail"}, "0"},
+        {"export_log", "MailLog::error", kEnd, {"mail log init fail"}, "0"},
+        {"export_log", "MailLog::load", std::string(kExportHead) + kEnd, {"load log fail"}, "0"},
+        {"overview_load",
+         "MailLog::error",
+         SystemError(),
+         {"mail log init fail", "QuantityStatisticGet fail"},
+         "0"},
+        {"overview_load",
+         "MailLog::getQuantityStatistic",
+         SystemError(),
+         {"getQuantityStatistic fail", "QuantityStatisticGet fail"},
+         "0"},
+        {"overview_load",
+         "MailLog::error",
+         SystemError(),
+         {"mail log init fail", "BandwidthStatisticGet fail"},
+         "1"},
+        {"overview_load",
+         "MailLog::getBandwidthStatistic",
+         SystemError(),
+         {"getQuantityStatistic fail", "BandwidthStatisticGet fail"},
+         "1"},
+        {"log_enum", "HLIBCFileEnumDir", Answer("null"), {"enum log fail"}, "0"},
+        {"log_enum", "HLIBCSzListAlloc", Answer("null"), {"out of memory"}, "0"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.action) + " " + row.call);
+        world.Fail(row.call);
+        const std::string action = row.action;
+        EXPECT_EQ(
+            (action == "clear_log" ? Write(action) : Read(action, {{"type", row.type}})).output,
+            row.answer);
+        for (const char* line : row.log) world.ExpectLog(line);
+        NextCase();
+    }
+
+    // A number that cannot be had is the page's own for the list, the asked one for the search.
+    world.Fail("MailLog::getLogNum");
+    world.logRows = {Entry("<m>")};
+    for (const auto& [action, total] : {std::pair{"load_log", 1}, {"search_log", 50}}) {
+        Json::Value want = ParseJson(R"({"success": true})");
+        want["items"].append(Row("<m>", "1.5KB", "sent"));
+        want["total"] = total;
+        EXPECT_EQ(Read(action, {{"limit", "50"}}).output, Answer(Compact(want)));
+    }
+}
+
+TEST_F(MailLogPages, ExportWritesPagesOfAHundredEntriesAndLeavesOneOutAfterEach)
+{
+    for (const int count : {0, 1, 100, 101, 250}) {
+        SCOPED_TRACE(count);
+        HoldEntries(count);
+        std::string want = kExportHead;
+        for (int i = 0; i < count; ++i) {
+            if (i % 101 != 100) want += ExportRow(std::to_string(i));
+        }
+        EXPECT_EQ(Read("export_log", {{"sort", "time"}, {"dir", "ASC"}}).output, want + kEnd);
+        EXPECT_NE(world.Calls().find(kOpen + "\nMailLog::error\n" + kTexts +
+                                     "\nMailLog::load 100 0 date ASC\n"),
+                  std::string::npos);
+        NextCase();
+    }
+
+    // A failure in the middle closes the table.
+    world.logRows.assign(100, Entry("99"));
+    world.Fail("MailLog::load 100 101");
+    std::string want = kExportHead;
+    for (int i = 0; i < 100; ++i) want += ExportRow("99");
+    EXPECT_EQ(Read("export_log").output, want + kEnd);
+    world.ExpectLog("load log fail");
+}
+
+TEST_F(MailLogPages, TextLogIsSentAsItIsOrNotAtAll)
+{
+    EXPECT_EQ(Read("export_postfix_log").output, "");
+    world.ExpectLog("get log path fail");
+
+    world.postfixLogPath = "/nowhere/maillog";
+    EXPECT_EQ(Read("export_postfix_log").output, "");
+    world.ExpectLog("/nowhere/maillog not exist");
+
+    world.files["/nowhere/maillog"] = "";
+    EXPECT_EQ(Read("export_postfix_log").output, "");
+    world.ExpectLog("post fix log open fail");
+
+    const std::string bytes("one\n\ntwo\0\xff\r\nlast", 17);
+    world.postfixLogPath = testing::TempDir() + "maillog";
+    world.files[world.postfixLogPath] = "";
+    std::ofstream(world.postfixLogPath, std::ios::binary) << bytes;
+    EXPECT_EQ(Read("export_postfix_log").output,
+              "Content-Type:application/octet-stream\n"
+              "Content-Disposition:attachment; filename=\"maillog\"\n\n" +
+                  bytes);
+}
+
+TEST_F(MailLogPages, FilesAreTheCurrentOneAndThenTheOthersLatestFirst)
+{
+    const struct {
+        std::list<std::string> names;
+        std::vector<std::string> others;
+    } rows[] = {
+        {{"maillog.db", "maillog.db.wal"}, {}},
+        {{}, {}},
+        {{"2026-10.db", "maillog.db", "2026-09.db", "notes"},
+         {"notes", "2026-10.db", "2026-09.db"}},
+    };
+    for (const auto& row : rows) {
+        world.listings[kFolder] = row.names;
+        Json::Value want;
+        want["items"][0]["value"] = kFolder + "maillog.db";
+        want["items"][0]["display"] = "now";
+        for (const std::string& name : row.others) {
+            Json::Value item;
+            item["value"] = kFolder + name;
+            item["display"] = name;
+            want["items"].append(item);
+        }
+        want["total"] = static_cast<int>(row.others.size()) + 1;
+        EXPECT_EQ(Read("log_enum").output, Answer(Compact(want)));
+        NextCase();
+    }
+}
+
+TEST_F(MailLogPages, ClearEmptiesTheLog)
+{
+    EXPECT_EQ(Write("clear_log").output, Answer(R"({"success": true})"));
+    EXPECT_EQ(world.Calls(), Lines({kOpen, "MailLog::error", "MailLog::clear"}));
+}
+
+TEST_F(MailLogPages, OverviewShowsCountsOrKilobytesOfEachPeriod)
+{
+    const struct {
+        const char *type, *scale, *periods;
+    } rows[] = {
+        {"0", "2", R"([{"inbound": 1, "outbound": 0, "bounce": 1536},
+                       {"inbound": -2147483648, "outbound": -1, "bounce": 7}])"},
+        {"1", "2", R"([{"inbound": "0.0", "outbound": "0.0"},
+                       {"inbound": "2097152.0", "outbound": "18014398509481984.0"}])"},
+        {"9", "1", R"([{"inbound": "0.0", "outbound": "0.0"}])"},
+        {"0", "0", "[]"},
+        {"1", "-3", "[]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.type) + " " + row.scale);
+        world.statistic = {{1, 0x80000000U}, {0, ~std::uint64_t{0}}, {1536, 7}};
+        EXPECT_EQ(Read("overview_load", {{"type", row.type}, {"scale", row.scale}}).output,
+                  Answer(R"({"success": true, "statistic": )" + std::string(row.periods) + "}"));
+        NextCase();
+    }
+
+    // The time counts for volumes only; 24 periods unless asked otherwise.
+    world.statistic.inbound = {1536};
+    const std::string output =
+        Read("overview_load", {{"type", "1"}, {"time", "1700000000"}}).output;
+    EXPECT_NE(output.find(R"("inbound":"1.5")"), std::string::npos) << output;
+    EXPECT_NE(world.Calls().find("MailLog::getBandwidthStatistic 1700000000 24\n"),
+              std::string::npos);
+    NextCase();
+    (void)Read("overview_load", {{"time", "17"}});
+    EXPECT_EQ(world.Calls().find("MailLog::getQuantityStatistic 17 "), std::string::npos);
+    NextCase();
+
+    for (const char* type : {"0", "1"}) {
+        world.keyValueFiles.clear();
+        EXPECT_EQ(Read("overview_load", {{"type", type}}).output,
+                  recording::Refusal("warning", "err_enable_homes"));
+    }
+}

@@ -1,0 +1,178 @@
+"""The pages of the mail log on mail that was really sent."""
+import json
+import os
+import shutil
+import smtplib
+import sqlite3
+import subprocess
+import unittest
+import urllib.parse
+
+import harness
+from harness import DOMAIN, TARGET, delivered, post, read, run, send, wait_for
+
+BOB = "bob@" + DOMAIN
+ALICE = "alice@" + DOMAIN
+FOLDER = TARGET + "/etc/maillog/"
+CURRENT = FOLDER + "maillog.db"
+LIVE = TARGET + "/etc/maillog.live/"
+TEXT_LOG = "/var/log/mailvane/maillog"
+SECONDS = 2  # until an entry is shown
+
+collector = None
+
+
+def setUpModule():
+    global collector
+    os.makedirs(LIVE, exist_ok=True)
+    if not os.path.lexists(CURRENT):
+        os.symlink("../maillog.live/maillog.db", CURRENT)
+    if subprocess.run(["pgrep", "-x", "maillog_collect"], stdout=subprocess.DEVNULL,
+                      check=False).returncode != 0:
+        collector = subprocess.Popen([TARGET + "/bin/maillog_collector"])
+    wait_for(lambda: os.path.exists(CURRENT), "the database of the log")
+
+
+def tearDownModule():
+    if collector is not None:
+        collector.terminate()
+        collector.wait(10)
+
+
+def page(action, **parameters):
+    """The JSON answer of an action of the read table."""
+    return read(action + "&" + urllib.parse.urlencode(parameters)).json()
+
+
+def log(criteria=None, **parameters):
+    parameters.setdefault("limit", 50)
+    return page("load_log", searchParams=json.dumps(criteria or {}), **parameters)
+
+
+def sent_to(recipient, sender):
+    """The log's rows of mail between two addresses."""
+    return log({"mail_to": recipient, "mail_from": sender})["items"]
+
+
+def period(counts, name):
+    return sum(entry[name] for entry in counts)
+
+
+class Pages(harness.Story):
+    def row_of(self, recipient, sender, status):
+        """Waits, not long, for the one row with a status."""
+        def found():
+            rows = sent_to(recipient, sender)
+            return rows if [row["status"] for row in rows] == [status] else None
+        return wait_for(found, "%r from %s to %s: %r" % (
+            status, sender, recipient, sent_to(recipient, sender)), SECONDS)[0]
+
+    def test_mail_shows_within_two_seconds(self):
+        before = page("overview_load")["statistic"]
+        send("first@elsewhere.test", [BOB], "incoming")
+        row = self.row_of(BOB, "first@elsewhere.test", "Received")
+        now = run("date", "+%Y-%m-%d %H").split()
+        self.assertEqual((row["mail_to"], row["mail_from"]), (BOB, "first@elsewhere.test"))
+        self.assertEqual((row["date"], row["time"][:2]), tuple(now))
+        self.assertRegex(row["size"], r"^0\.\dKB$")
+        sent_id = delivered("bob", "incoming").partition("Message-ID: <")[2].partition(">")[0]
+        self.assertIn(sent_id, row["message_id"])
+
+        send("second@elsewhere.test", [BOB, ALICE], "to two")
+        self.row_of(BOB, "second@elsewhere.test", "Received")
+        self.row_of(ALICE, "second@elsewhere.test", "Received")
+        after = page("overview_load")["statistic"]
+        self.assertEqual(period(after, "inbound") - period(before, "inbound"), 3)
+        volumes = page("overview_load", type="1")["statistic"]
+        self.assertEqual(len(volumes), 24)
+        self.assertGreater(float(volumes[-1]["inbound"]) + float(volumes[-2]["inbound"]), 0.5)
+
+    def test_search_export_and_the_other_language(self):
+        send("needle@elsewhere.test", [BOB], "to be found")
+        self.row_of(BOB, "needle@elsewhere.test", "Received")
+        found = page("search_log", query="EEDLE@else", limit=50)
+        self.assertEqual([row["mail_from"] for row in found["items"]], ["needle@elsewhere.test"])
+        self.assertEqual(found["total"], 1)
+        nothing = page("search_log", query="no such thing", limit=50)
+        self.assertEqual((nothing["total"], nothing["items"]["mail_to"]), (0, ""))
+
+        german = page("search_log", query="needle", limit=50, lang="de")["items"][0]
+        self.assertEqual(german["status"], "Empfangen")
+        table = read("export_log")
+        self.assertIn("haldmaillog.html", table.headers["Content-Disposition"])
+        text = table.body.decode()
+        self.assertIn('<td align="center">needle@elsewhere.test</td>', text)
+        self.assertIn("<th>Sender</th>", text)
+        self.assertEqual(text.count("<tr>"), 1 + log()["total"])
+        with open(TEXT_LOG, "rb") as file:
+            self.assertTrue(read("export_postfix_log").body.startswith(file.read(1000)))
+
+    def test_files_and_what_is_no_file_of_the_log(self):
+        send("old@elsewhere.test", [BOB], "of another month")
+        self.row_of(BOB, "old@elsewhere.test", "Received")
+        month = FOLDER + "2020-02.db"
+        with sqlite3.connect(LIVE + "maillog.db") as database:
+            database.execute("VACUUM INTO ?", (month,))
+        self.addCleanup(os.unlink, month)
+        shutil.copy(month, "/var/tmp/outside.db")
+        os.symlink("/var/tmp/outside.db", FOLDER + "2020-01.db")
+        self.addCleanup(os.unlink, FOLDER + "2020-01.db")
+        files = page("log_enum")
+        self.assertEqual([item["display"] for item in files["items"]],
+                         ["Current log", "2020-02.db", "2020-01.db"])
+        self.assertEqual(files["total"], 3)
+        self.assertGreater(log(log_path=month)["total"], 0)
+
+        for path in ("/var/tmp/outside.db", FOLDER + "2020-01.db", FOLDER + "../alias_bkp/x",
+                     FOLDER + "../../../../../../tmp/outside.db", harness.ETC + "/mailvane.db",
+                     "/etc/passwd", FOLDER, FOLDER + "none.db", "maillog.db", ""):
+            with self.subTest(path):
+                self.assertEqual(log(log_path=path), {"success": False})
+
+        shutil.copy("/etc/passwd", FOLDER + "damaged.db")
+        self.addCleanup(os.unlink, FOLDER + "damaged.db")
+        self.assertEqual(log(log_path=FOLDER + "damaged.db"), {"success": False})
+        with open(month, "rb+") as database:
+            database.seek(8192)
+            database.write(b"\xff" * os.path.getsize(month))
+        answer = log(log_path=month)
+        self.assertIs(answer["success"], False, answer)
+        self.assertEqual(log()["success"], True)
+
+    def test_pages_while_the_log_is_written_and_without_one(self):
+        send("during@elsewhere.test", [BOB], "before")
+        self.row_of(BOB, "during@elsewhere.test", "Received")
+        writer = sqlite3.connect(LIVE + "maillog.db", isolation_level=None)
+        writer.execute("BEGIN IMMEDIATE")
+        writer.execute("UPDATE entry SET size = size + 1")
+        self.assertEqual(len(sent_to(BOB, "during@elsewhere.test")), 1)
+        self.assertIs(page("overview_load")["success"], True)
+        writer.execute("ROLLBACK")
+        writer.close()
+
+        os.rename(CURRENT, CURRENT + ".kept")
+        try:
+            self.assertEqual(log(), {"success": False})
+            # The end of a document without a head is no answer to the web server.
+            self.assertEqual(read("export_log").status, 500)
+            self.assertIs(page("overview_load")["success"], False)
+        finally:
+            os.rename(CURRENT + ".kept", CURRENT)
+
+    def test_a_cleared_log_stays_empty_and_goes_on(self):
+        send("gone@elsewhere.test", [BOB], "to be forgotten")
+        self.row_of(BOB, "gone@elsewhere.test", "Received")
+        with self.assertRaises(smtplib.SMTPRecipientsRefused):
+            send("gone@elsewhere.test", ["nobody@" + DOMAIN], "to nobody")
+        self.assertEqual(post({"action": "clear_log"}).json(), {"success": True})
+        self.assertEqual(log(), {"items": [], "success": True, "total": 0})
+        self.assertEqual(page("search_log", query="gone@", limit=9)["total"], 0)
+        counts = page("overview_load")["statistic"]
+        self.assertEqual(sum(sum(entry.values()) for entry in counts), 0)
+        send("fresh@elsewhere.test", [BOB], "after the clearing")
+        self.row_of(BOB, "fresh@elsewhere.test", "Received")
+        self.assertEqual(log()["total"], 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
