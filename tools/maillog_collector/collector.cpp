@@ -1,0 +1,126 @@
+// The collector: from the mail server's log into the mail-log database.
+#include "tools/maillog_collector/collector.h"
+
+#include <ctime>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/mail_log_schema.h"
+#include "tools/maillog_collector/log_event.h"
+#include "tools/maillog_collector/month_closing.h"
+
+namespace collector {
+namespace {
+
+constexpr int kMostLinesHeld = 20000;
+constexpr int kRunsBetweenForgetting = 100;
+constexpr std::int64_t kBetweenClosings = 60;  // seconds, when somebody reads the month
+
+/// Somebody cleared the log: what was taken in since does not come back.
+struct LogCleared {};
+
+/// The name of a line: where it begins.
+std::string NameOf(const LogPosition& position)
+{
+    return "line " + std::to_string(position.inode) + ":" + std::to_string(position.head) + ":" +
+           std::to_string(position.offset);
+}
+
+}  // namespace
+
+Collector::Collector() : clock_(std::time(nullptr))
+{
+    FinishClosing();
+    Open();
+}
+
+void Collector::Open()
+{
+    joiner_.reset();
+    store_.emplace(host::MailLogLivePath());
+    joiner_.emplace(*store_);
+    const std::int64_t latest = store_->LatestDate();
+    nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
+    const LogPosition position = store_->Position();
+    if (!follower_) follower_.emplace(host::Path(host::kPostfixLog), position);
+}
+
+/// Stores all that was taken in.
+void Collector::Store(const LogPosition& position)
+{
+    if (!store_->Store(joiner_->Changed(), joiner_->Ended(), position)) throw LogCleared();
+
+    joiner_->Stored();
+    if (storedRuns_++ % kRunsBetweenForgetting == 0) store_->Forget(lastTime_);
+    linesHeld_ = 0;
+}
+
+/// Closes the month before its successor's first entry. While somebody reads it, it goes on.
+void Collector::KeepMonth(std::int64_t time, std::size_t start)
+{
+    if (nextMonth_ == 0) nextMonth_ = NextMonth(time);
+    const std::int64_t now = std::time(nullptr);
+    if (time < nextMonth_ || now < closingTried_ + kBetweenClosings) return;
+
+    Store(follower_->PositionAt(start));
+    joiner_.reset();
+    store_.reset();
+    closingTried_ = CloseMonth() ? 0 : now;
+    Open();
+    if (closingTried_ == 0) nextMonth_ = NextMonth(time);
+}
+
+void Collector::TakeInLine(std::string_view line, std::size_t start)
+{
+    const std::optional<LogLine> parts = ParseLine(line);
+    if (!parts) return;
+    const std::optional<Event> event = ParseEvent(*parts);
+    if (!event) return;
+    const std::int64_t time = clock_.Seconds(parts->stamp);
+    if (time < 0) return;
+
+    KeepMonth(time, start);
+    lastTime_ = time;
+    joiner_->Apply(*event, time,
+                   event->id.empty() ? NameOf(follower_->PositionAt(start)) : std::string());
+}
+
+void Collector::TakeIn(std::string_view lines)
+{
+    std::size_t start = 0;
+    while (start < lines.size()) {
+        const std::size_t end = lines.find('\n', start);
+        TakeInLine(lines.substr(start, end - start), start);
+        start = end + 1;
+        ++linesHeld_;
+    }
+    if (linesHeld_ >= kMostLinesHeld) Store(follower_->PositionAt(lines.size()));
+}
+
+/// Takes in what there is; false when that was nothing.
+bool Collector::TakeInAll()
+{
+    std::string_view lines = follower_->Read();
+    const bool any = !lines.empty();
+    while (!lines.empty()) {
+        TakeIn(lines);
+        lines = follower_->Read();
+    }
+    if (linesHeld_ > 0) Store(follower_->PositionAt(0));
+    return any;
+}
+
+bool Collector::Step()
+{
+    clock_.SetNow(std::time(nullptr));
+    try {
+        return TakeInAll();
+    } catch (const LogCleared&) {
+        follower_.reset();
+        linesHeld_ = 0;
+        Open();
+        return true;
+    }
+}
+
+}  // namespace collector

@@ -1,0 +1,45 @@
+// The collector: from the mail server's log into the mail-log database.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/maillog_collector/log_clock.h"
+#include "tools/maillog_collector/log_follower.h"
+#include "tools/maillog_collector/mail_joiner.h"
+#include "tools/maillog_collector/mail_store.h"
+
+namespace collector {
+
+/// One run over the log. What was read and its entries are stored together; whatever fails throws,
+/// and the next collector goes on where the last one stored.
+class Collector {
+public:
+    /// Opens the log and the database of this machine. Throws std::exception.
+    Collector();
+
+    /// Takes in what the log holds by now. False when that was nothing. Throws std::exception.
+    bool Step();
+
+private:
+    void Open();
+    bool TakeInAll();
+    void TakeIn(std::string_view lines);
+    void TakeInLine(std::string_view line, std::size_t start);
+    void KeepMonth(std::int64_t time, std::size_t start);
+    void Store(const LogPosition& position);
+
+    LogClock clock_;
+    std::optional<MailStore> store_;
+    std::optional<MailJoiner> joiner_;
+    std::optional<LogFollower> follower_;
+    std::int64_t nextMonth_ = 0;  ///< when it begins; 0 while there is no entry
+    std::int64_t lastTime_ = 0;
+    std::int64_t closingTried_ = 0;
+    int linesHeld_ = 0;  ///< taken in and not stored
+    int storedRuns_ = 0;
+};
+
+}  // namespace collector

@@ -1,0 +1,31 @@
+// The time stamps of the mail server's log.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace collector {
+
+/// Turns stamps into seconds since the epoch. Lines come in order, so the hour of the last one is
+/// kept.
+class LogClock {
+public:
+    /// `now` decides the year of stamps that have none: the latest that is not in the future.
+    explicit LogClock(std::int64_t now) : now_(now) {}
+
+    void SetNow(std::int64_t now) { now_ = now; }
+
+    /// Seconds since the epoch of `Nov 21 04:16:18` (this machine's time zone) or
+    /// `2026-11-21T04:23:39.548043+00:00`; -1 for anything else.
+    std::int64_t Seconds(std::string_view stamp);
+
+private:
+    std::int64_t ClassicHour(std::string_view stamp) const;
+
+    std::int64_t now_;
+    std::string lastHour_;
+    std::int64_t lastSeconds_ = -1;
+};
+
+}  // namespace collector

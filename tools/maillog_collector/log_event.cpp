@@ -1,0 +1,217 @@
+// What a line of Postfix says about a message.
+#include "tools/maillog_collector/log_event.h"
+
+#include <charconv>
+
+#include "tools/maillog_collector/log_fields.h"
+
+namespace collector {
+namespace {
+
+using Result = std::optional<Event>;
+
+// Where the scanner takes messages when it stands between two queues.
+constexpr std::string_view kScanner = "[127.0.0.1]:10024";
+
+Event Make(EventKind kind, std::string_view id)
+{
+    Event event;
+    event.kind = kind;
+    event.id = id;
+    return event;
+}
+
+Event MakeJoined(std::string_view id, std::string_view other)
+{
+    Event event = Make(EventKind::kJoined, id);
+    event.other = other;
+    return event;
+}
+
+/// `client=localhost[127.0.0.1], orig_queue_id=ID, ...`: only a neighbour may name another id.
+Event ParseClient(std::string_view id, std::string_view text)
+{
+    const std::size_t end = text.find(", ");
+    if (end == std::string_view::npos) return Make(EventKind::kAccepted, id);
+
+    const std::string_view client = text.substr(0, end);
+    const bool neighbour = EndsWith(client, "[127.0.0.1]") || EndsWith(client, "[::1]");
+    std::string_view rest = text.substr(end + 2);
+    if (!neighbour || !SkipPrefix(rest, "orig_queue_id=")) return Make(EventKind::kAccepted, id);
+
+    const std::string_view other = rest.substr(0, rest.find(','));
+    return IsQueueId(other) ? MakeJoined(id, other) : Make(EventKind::kAccepted, id);
+}
+
+/// `uid=N from=<F>`, with ` orig_id=ID` when it was requeued.
+Event ParsePickup(std::string_view id, std::string_view text)
+{
+    const std::size_t from = text.find(" from=<");
+    std::string_view rest = from == std::string_view::npos ? text : text.substr(from + 6);
+    std::string_view address;
+    if (!TakeAddress(rest, address) || !SkipPrefix(rest, " orig_id=") || !IsQueueId(rest))
+        return Make(EventKind::kAccepted, id);
+
+    Event event = MakeJoined(id, rest);
+    event.requeued = true;
+    return event;
+}
+
+/// `from=<F>, size=N, nrcpt=N (queue active)`, `from=<F>, status=expired, ...` or `removed`.
+Result ParseQueue(std::string_view id, std::string_view text)
+{
+    if (text == "removed") return Make(EventKind::kRemoved, id);
+
+    Event event = Make(EventKind::kQueued, id);
+    if (!SkipPrefix(text, "from=") || !TakeAddress(text, event.from)) return std::nullopt;
+    if (SkipPrefix(text, ", status=")) {
+        event.kind = EventKind::kExpired;
+        return event;
+    }
+    std::int64_t recipients = 0;
+    if (!SkipPrefix(text, ", size=") || !TakeNumber(text, event.size) ||
+        !SkipPrefix(text, ", nrcpt=") || !TakeNumber(text, recipients))
+        return std::nullopt;
+    event.recipients = static_cast<int>(recipients);
+    return event;
+}
+
+/// `message-id=<...>`, without its brackets.
+Result ParseMessageId(std::string_view id, std::string_view text)
+{
+    if (!SkipPrefix(text, "message-id=")) return std::nullopt;
+
+    Event event = Make(EventKind::kMessageId, id);
+    if (text.size() >= 2 && text.front() == '<' && text.back() == '>')
+        text = text.substr(1, text.size() - 2);
+    event.messageId = text;
+    return event;
+}
+
+/// What became of the hop to the scanner. Its reply alone may name another id.
+void JudgeScan(Event& event, std::string_view reply)
+{
+    constexpr std::string_view kQueuedAs = "queued as ";
+    event.kind = EventKind::kScanned;
+    if (reply.find("discarded") != std::string_view::npos) event.kind = EventKind::kKept;
+
+    const std::size_t found = reply.rfind(kQueuedAs);
+    if (found == std::string_view::npos) return;
+    const std::string_view rest = reply.substr(found + kQueuedAs.size());
+    const std::string_view other = rest.substr(0, rest.find_first_of(") ;,"));
+    if (IsQueueId(other)) event.other = other;
+}
+
+/// What a delivery with `status=sent` was.
+void JudgeSent(Event& event, const LogLine& line, std::string_view relay, std::string_view reply)
+{
+    event.kind = EventKind::kSent;
+    event.local = line.daemon != "smtp";
+    if ((line.daemon == "smtp" || line.daemon == "lmtp") && EndsWith(relay, kScanner)) {
+        JudgeScan(event, reply);
+    } else if (line.daemon == "local" && SkipPrefix(reply, "(forwarded as ")) {
+        const std::string_view other = reply.substr(0, reply.find(')'));
+        if (!IsQueueId(other)) return;
+        event.kind = EventKind::kPassedOn;
+        event.other = other;
+    }
+}
+
+/// `to=<T>, orig_to=<O>, relay=R, ..., status=W (TEXT)`.
+Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view text)
+{
+    Event event = Make(EventKind::kSent, id);
+    std::string_view original;
+    if (!SkipPrefix(text, "to=") || !TakeAddress(text, event.to)) return std::nullopt;
+    if (SkipPrefix(text, ", orig_to=") && !TakeAddress(text, original)) return std::nullopt;
+    if (!SkipPrefix(text, ", relay=")) return std::nullopt;
+
+    const std::string_view relay = text.substr(0, text.find(", "));
+    const std::size_t found = text.find(", status=");
+    if (found == std::string_view::npos) return std::nullopt;
+    std::string_view reply = text.substr(found + 9);
+    const std::string_view status = TakeUntil(reply, ' ');
+    if (status == "sent") {
+        JudgeSent(event, line, relay, reply);
+    } else if (status == "bounced") {
+        event.kind = EventKind::kBounced;
+    } else if (status == "deferred") {
+        event.kind = EventKind::kDeferred;
+    } else {
+        return std::nullopt;
+    }
+    return event;
+}
+
+/// `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and its kin.
+Result ParseVerdict(std::string_view id, std::string_view text)
+{
+    EventKind kind = EventKind::kRefused;
+    if (!SkipPrefix(text, "reject: ") && !SkipPrefix(text, "milter-reject: ")) {
+        kind = EventKind::kKept;
+        if (!SkipPrefix(text, "hold: ") && !SkipPrefix(text, "milter-hold: ") &&
+            !SkipPrefix(text, "discard: ") && !SkipPrefix(text, "milter-discard: "))
+            return std::nullopt;
+    }
+    Event event = Make(kind, id);
+    const std::size_t envelope = text.rfind("; from=<");
+    if (envelope == std::string_view::npos) return event;
+
+    std::string_view rest = text.substr(envelope + 7);
+    if (TakeAddress(rest, event.from) && SkipPrefix(rest, " to="))
+        (void)TakeAddress(rest, event.to);
+    return event;
+}
+
+/// A line without a queue id at its start.
+Result ParseWithoutId(const LogLine& line)
+{
+    std::string_view text = line.text;
+    if (line.daemon == "smtpd" && SkipPrefix(text, "NOQUEUE: ")) {
+        const Result event = ParseVerdict({}, text);
+        return event && event->kind == EventKind::kRefused ? event : std::nullopt;
+    }
+    if (line.daemon == "smtpd" && SkipPrefix(text, "proxy-")) {
+        return text.substr(0, 8) == "reject: " ? ParseVerdict({}, text) : std::nullopt;
+    }
+    if (SkipPrefix(text, "warning: ")) {
+        const std::string_view id = TakeUntil(text, ':');
+        if (IsQueueId(id) && text == " queue file size limit exceeded")
+            return Make(EventKind::kRefused, id);
+    }
+    return std::nullopt;
+}
+
+bool IsDeliveryAgent(std::string_view daemon)
+{
+    for (const std::string_view agent :
+         {"lmtp", "smtp", "local", "virtual", "pipe", "error", "discard"}) {
+        if (daemon == agent) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<Event> ParseEvent(const LogLine& line)
+{
+    const std::size_t colon = line.text.find(": ");
+    const std::string_view id = line.text.substr(0, colon);
+    if (colon == std::string_view::npos || !IsQueueId(id)) return ParseWithoutId(line);
+
+    std::string_view text = line.text.substr(colon + 2);
+    if (IsDeliveryAgent(line.daemon)) return ParseDelivery(line, id, text);
+    if (line.daemon == "qmgr") return ParseQueue(id, text);
+    if (line.daemon == "pickup") return ParsePickup(id, text);
+    if (line.daemon == "postsuper") {
+        return text == "removed" ? Result(Make(EventKind::kDeleted, id)) : std::nullopt;
+    }
+    if (line.daemon == "smtpd" && SkipPrefix(text, "client=")) return ParseClient(id, text);
+    if (line.daemon == "cleanup") {
+        if (const Result event = ParseMessageId(id, text)) return event;
+    }
+    return line.daemon == "cleanup" || line.daemon == "smtpd" ? ParseVerdict(id, text)
+                                                              : std::nullopt;
+}
+
+}  // namespace collector

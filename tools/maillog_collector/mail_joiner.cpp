@@ -1,0 +1,297 @@
+// Puts together what the lines of the log say about each message.
+#include "tools/maillog_collector/mail_joiner.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "tools/maillog_collector/log_fields.h"
+#include "tools/maillog_collector/mail_store.h"
+
+namespace collector {
+namespace {
+
+constexpr std::size_t kMostInMemory = 20000;
+
+/// The key of a message's entries. Short ids are used again: they count together with their day.
+std::string KeyOf(std::string_view id, std::int64_t date)
+{
+    if (!IsShortId(id)) return std::string(id);
+
+    const auto seconds = static_cast<std::time_t>(date);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    char day[16];
+    const std::size_t length = std::strftime(day, sizeof day, "/%Y%m%d", &parts);
+    return std::string(id).append(day, length);
+}
+
+bool IsUndelivered(const Recipient& entry)
+{
+    return entry.countsAs == kCountsNowhere;
+}
+
+/// A recipient becomes known: the entry that stood for all of them goes.
+void DropUnknown(Mail& mail)
+{
+    if (!mail.waiting) return;
+
+    mail.waiting = false;
+    mail.nowKnown = mail.hasEntries;
+    mail.entries.erase(std::remove_if(mail.entries.begin(), mail.entries.end(),
+                                      [](const Recipient& entry) { return entry.to.empty(); }),
+                       mail.entries.end());
+}
+
+void SetOutcome(Recipient& entry, int status, int countsAs)
+{
+    entry.status = status;
+    entry.countsAs = countsAs;
+}
+
+}  // namespace
+
+MailJoiner::MailPointer MailJoiner::Find(std::string_view id)
+{
+    std::string name(id);
+    const auto found = mails_.find(name);
+    if (found != mails_.end()) return found->second;
+
+    MailPointer mail = store_.Load(name);
+    if (!mail) return nullptr;
+
+    // Another id of the same message may be here already.
+    for (const std::string& other : store_.IdsOf(mail->key)) {
+        const auto known = mails_.find(other);
+        if (known != mails_.end() && known->second->key == mail->key) mail = known->second;
+    }
+    mail->ids.push_back(name);
+    mails_.emplace(std::move(name), mail);
+    return mail;
+}
+
+MailJoiner::MailPointer MailJoiner::Begin(std::string_view id, std::int64_t time)
+{
+    auto mail = std::make_shared<Mail>();
+    mail->key = KeyOf(id, time);
+    mail->date = time;
+    mail->ids.emplace_back(id);
+    mails_[mail->ids.front()] = mail;
+    return mail;
+}
+
+MailJoiner::MailPointer MailJoiner::FindOrBegin(std::string_view id, std::int64_t time)
+{
+    MailPointer mail = Find(id);
+    return mail ? mail : Begin(id, time);
+}
+
+void MailJoiner::Touch(const MailPointer& mail)
+{
+    if (!mail->changed) changed_.push_back(mail);
+    mail->changed = true;
+}
+
+/// The entry of a recipient, to be changed. What is known of it counts; a new one has no outcome.
+Recipient& MailJoiner::EntryOf(Mail& mail, std::string_view to)
+{
+    std::string address = CleanText(to);
+    if (!address.empty()) DropUnknown(mail);
+    const auto known =
+        std::find_if(mail.entries.rbegin(), mail.entries.rend(),
+                     [&address](const Recipient& entry) { return entry.to == address; });
+    if (known != mail.entries.rend()) return *known;
+
+    Recipient entry;
+    entry.to = std::move(address);
+    if (mail.hasEntries) store_.LoadEntry(mail.key, entry);
+    mail.entries.push_back(std::move(entry));
+    return mail.entries.back();
+}
+
+void MailJoiner::RefuseWithoutId(const Event& event, std::int64_t time, const std::string& lineName)
+{
+    auto mail = std::make_shared<Mail>();
+    mail->key = lineName;
+    mail->date = time;
+    mail->from = CleanText(event.from);
+    SetOutcome(EntryOf(*mail, event.to), MAIL_BOUNCE, MAIL_BOUNCE);
+    Touch(mail);
+}
+
+/// Adds a message that turned out to be part of another.
+void MailJoiner::Absorb(Mail& mail, const MailPointer& part)
+{
+    for (const Recipient& entry : part->entries) {
+        if (!entry.to.empty()) EntryOf(mail, entry.to) = entry;
+    }
+    if (part->hasEntries) {
+        mail.absorbed.push_back(part->key);
+        if (!part->waiting) DropUnknown(mail);
+        mail.hasEntries = true;
+    }
+    for (const std::string& id : part->ids) {
+        const auto found = mails_.find(id);
+        if (found == mails_.end() || found->second != part) continue;
+        found->second = mails_.at(mail.ids.front());
+        mail.ids.push_back(id);
+    }
+    if (!mail.queued) {
+        mail.from = part->from;
+        mail.size = part->size;
+        mail.recipients = part->recipients;
+        mail.queued = part->queued;
+        mail.headChanged = true;
+    }
+    if (mail.messageId.empty()) mail.messageId = part->messageId;
+    part->ids.clear();
+    part->entries.clear();
+    part->absorbed.clear();
+    part->headChanged = false;
+}
+
+void MailJoiner::Join(const Event& event, std::int64_t time)
+{
+    const MailPointer mail = FindOrBegin(event.other, time);
+    const MailPointer part = Find(event.id);
+    mail->requeued = mail->requeued || event.requeued;
+    mail->seen = time;
+    if (part == nullptr) {
+        mail->ids.emplace_back(event.id);
+        mails_[mail->ids.back()] = mail;
+    } else if (part != mail) {
+        Absorb(*mail, part);
+    }
+    Touch(mail);
+}
+
+void MailJoiner::Describe(Mail& mail, const Event& event)
+{
+    if (event.kind == EventKind::kMessageId) {
+        if (!mail.messageId.empty()) return;
+        mail.messageId = CleanText(event.messageId);
+    } else {
+        if (mail.queued) return;
+        mail.from = CleanText(event.from);
+        mail.size = event.size;
+        mail.recipients = event.recipients;
+        mail.queued = true;
+        if (mail.entries.empty() && !mail.hasEntries) {
+            (void)EntryOf(mail, {});
+            mail.waiting = true;
+        }
+    }
+    mail.headChanged = true;
+}
+
+void MailJoiner::Deliver(Mail& mail, const Event& event)
+{
+    Recipient& entry = EntryOf(mail, event.to);
+    switch (event.kind) {
+        case EventKind::kSent: {
+            const int outcome = event.local ? MAIL_RECEIVE : MAIL_SEND;
+            const bool again = mail.requeued || entry.status == MAIL_RESEND;
+            SetOutcome(entry, again ? MAIL_RESEND : outcome, outcome);
+            break;
+        }
+        case EventKind::kPassedOn:
+            SetOutcome(entry, MAIL_RESEND, MAIL_RECEIVE);
+            break;
+        case EventKind::kKept:
+            SetOutcome(entry, MAIL_RECEIVE, MAIL_RECEIVE);
+            break;
+        case EventKind::kDeferred:
+            SetOutcome(entry, MAIL_RESEND, kCountsNowhere);
+            break;
+        default:
+            SetOutcome(entry, MAIL_BOUNCE, MAIL_BOUNCE);
+    }
+    if (mail.from.empty() && !mail.queued && !event.from.empty()) {
+        mail.from = CleanText(event.from);
+        mail.headChanged = true;
+    }
+}
+
+/// No recipient that still waits will get the message.
+void MailJoiner::GiveUp(Mail& mail)
+{
+    if (mail.hasEntries) {
+        for (Recipient& entry : store_.UndeliveredOf(mail.key)) (void)EntryOf(mail, entry.to);
+    }
+    for (Recipient& entry : mail.entries) {
+        if (IsUndelivered(entry)) SetOutcome(entry, MAIL_BOUNCE, MAIL_BOUNCE);
+    }
+}
+
+void MailJoiner::End(const MailPointer& mail, std::string_view id)
+{
+    const std::string name(id);
+    mail->ids.erase(std::remove(mail->ids.begin(), mail->ids.end(), name), mail->ids.end());
+    mails_.erase(name);
+    ended_.push_back(name);
+}
+
+void MailJoiner::Apply(const Event& event, std::int64_t time, const std::string& lineName)
+{
+    if (event.id.empty()) {
+        RefuseWithoutId(event, time, lineName);
+        return;
+    }
+    if (event.kind == EventKind::kJoined) {
+        Join(event, time);
+        return;
+    }
+    const bool fresh = event.kind == EventKind::kAccepted;
+    const bool ends = event.kind == EventKind::kRemoved || event.kind == EventKind::kDeleted;
+    const MailPointer mail = fresh  ? Begin(event.id, time)
+                             : ends ? Find(event.id)
+                                    : FindOrBegin(event.id, time);
+    if (!mail) return;
+
+    mail->seen = time;
+    Touch(mail);
+    switch (event.kind) {
+        case EventKind::kAccepted:
+            break;
+        case EventKind::kMessageId:
+        case EventKind::kQueued:
+            Describe(*mail, event);
+            break;
+        case EventKind::kExpired:
+            GiveUp(*mail);
+            break;
+        case EventKind::kDeleted:
+            GiveUp(*mail);
+            End(mail, event.id);
+            break;
+        case EventKind::kRemoved:
+            End(mail, event.id);
+            break;
+        case EventKind::kScanned:
+            break;
+        default:
+            Deliver(*mail, event);
+    }
+    const bool named = event.kind == EventKind::kPassedOn || event.kind == EventKind::kScanned;
+    if (!named || event.other.empty()) return;
+    Event join;
+    join.id = event.other;
+    join.other = event.id;
+    Join(join, time);
+}
+
+void MailJoiner::Stored()
+{
+    for (const MailPointer& mail : changed_) {
+        mail->hasEntries = mail->hasEntries || !mail->entries.empty();
+        mail->changed = false;
+        mail->headChanged = false;
+        mail->nowKnown = false;
+        mail->entries.clear();
+        mail->absorbed.clear();
+    }
+    changed_.clear();
+    ended_.clear();
+    if (mails_.size() > kMostInMemory) mails_.clear();
+}
+
+}  // namespace collector

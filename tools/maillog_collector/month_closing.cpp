@@ -1,0 +1,187 @@
+// The end of a month: its entries become a file of their own.
+//
+// In one transaction over both files, what goes on is moved from the current database to its
+// successor; the position in the log is part of that. So a current database without a position is a
+// closed month, and the successor beside it is whole. Until then, the successor is worth nothing.
+#include "tools/maillog_collector/month_closing.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/database.h"
+#include "host/libmailvane/durable_move.h"
+#include "host/libmailvane/mail_log_schema.h"
+
+namespace collector {
+namespace {
+
+constexpr std::size_t kMonthsKept = 12;
+constexpr std::int64_t kTotalsKept = 400 * 86400LL;  // seconds
+constexpr int kPatienceMs = 1000;
+constexpr int kMostOfAMonth = 9;
+
+constexpr char kMoveOn[] = R"(
+INSERT INTO next.entry
+    SELECT * FROM main.entry WHERE queue_id IN (SELECT root_id FROM main.message);
+DELETE FROM next.totals;
+INSERT INTO next.totals SELECT * FROM main.totals;
+INSERT INTO next.message SELECT * FROM main.message;
+DELETE FROM next.position;
+INSERT INTO next.position SELECT * FROM main.position;
+DELETE FROM main.entry WHERE queue_id IN (SELECT root_id FROM main.message);
+DELETE FROM main.message;
+DELETE FROM main.position;
+)";
+
+std::string SuccessorPath()
+{
+    return host::MailLogLivePath() + ".next";
+}
+
+void Require(bool done, const char* what)
+{
+    if (!done) throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+}
+
+std::string MonthName(std::int64_t time)
+{
+    const auto seconds = static_cast<std::time_t>(time);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    char name[16];
+    return {name, std::strftime(name, sizeof name, "%Y-%m", &parts)};
+}
+
+bool HasPosition(SQLite::Database& database)
+{
+    return database.execAndGet("SELECT count(*) FROM position").getInt() != 0;
+}
+
+std::int64_t LatestDate(SQLite::Database& database)
+{
+    return database.execAndGet("SELECT coalesce(max(date), 0) FROM entry").getInt64();
+}
+
+/// Takes the database out of the write-ahead log, which needs it for itself.
+bool LeaveWriteAheadLog(SQLite::Database& database)
+{
+    return database.execAndGet("PRAGMA journal_mode = DELETE").getString() == "delete";
+}
+
+bool IsSameFile(const std::string& one, const std::string& other)
+{
+    struct stat first {};
+    struct stat second {};
+    return ::stat(one.c_str(), &first) == 0 && ::stat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+/// Gives the closed month its name. Another file of that month is left alone.
+void LinkMonth(const std::string& month)
+{
+    const std::string live = host::MailLogLivePath();
+    for (int number = 1; number <= kMostOfAMonth; ++number) {
+        const std::string suffix = number == 1 ? "" : "-" + std::to_string(number);
+        const std::string path = host::MailLogFolder() + "/" + month + suffix + ".db";
+        if (::link(live.c_str(), path.c_str()) == 0 || IsSameFile(live, path)) return;
+        Require(errno == EEXIST, "cannot name the month");
+    }
+    throw std::runtime_error("too many files of the month " + month);
+}
+
+bool IsMonth(const std::string& name)
+{
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    return name.size() >= 10 && std::all_of(name.begin(), name.begin() + 4, isDigit) &&
+           name[4] == '-' && std::all_of(name.begin() + 5, name.begin() + 7, isDigit) &&
+           name.compare(name.size() - 3, 3, ".db") == 0;
+}
+
+void RemoveOldMonths()
+{
+    const std::string folder = host::MailLogFolder();
+    std::vector<std::string> months;
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
+    while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
+        if (IsMonth(entry->d_name)) months.emplace_back(entry->d_name);
+    }
+    std::sort(months.begin(), months.end(), std::greater<>());
+    for (std::size_t i = kMonthsKept; i < months.size(); ++i) {
+        (void)::unlink((folder + "/" + months[i]).c_str());
+    }
+}
+
+void MoveOn(SQLite::Database& database, std::int64_t latest)
+{
+    database.exec("ATTACH DATABASE '" + SuccessorPath() + "' AS next");
+    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::EXCLUSIVE);
+    database.exec(kMoveOn);
+    SQLite::Statement old(database, "DELETE FROM next.totals WHERE period < ?");
+    old.bind(1, (latest - kTotalsKept) / host::kTotalsPeriod);
+    old.exec();
+    transaction.commit();
+}
+
+}  // namespace
+
+std::int64_t NextMonth(std::int64_t time)
+{
+    const auto seconds = static_cast<std::time_t>(time);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    std::tm next{};
+    next.tm_year = parts.tm_year;
+    next.tm_mon = parts.tm_mon + 1;
+    next.tm_mday = 1;
+    next.tm_isdst = -1;
+    return std::mktime(&next);
+}
+
+bool CloseMonth()
+{
+    {
+        SQLite::Database database(host::MailLogLivePath(), SQLite::OPEN_READWRITE, kPatienceMs);
+        if (!LeaveWriteAheadLog(database)) return false;
+        Require(host::RemoveDurably(SuccessorPath()), "cannot remove the unfinished successor");
+        {
+            const SQLite::Database next =
+                host::OpenForChange(SuccessorPath(), host::MailLogSchema());
+        }
+        Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
+        MoveOn(database, LatestDate(database));
+    }
+    FinishClosing();
+    return true;
+}
+
+void FinishClosing()
+{
+    const std::string live = host::MailLogLivePath();
+    if (!host::NameExists(live) || !host::NameExists(SuccessorPath())) return;
+
+    std::int64_t latest = 0;
+    {
+        SQLite::Database database(live, SQLite::OPEN_READWRITE, kPatienceMs);
+        if (HasPosition(database)) return;
+        latest = LatestDate(database);
+    }
+    if (latest != 0) LinkMonth(MonthName(latest));
+    Require(::rename(SuccessorPath().c_str(), live.c_str()) == 0,
+            "cannot put the successor in place");
+    host::Log(LOG_INFO, "mail log: a month was closed");
+    RemoveOldMonths();
+}
+
+}  // namespace collector
