@@ -17,8 +17,12 @@ constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kR
     {"load_smtp", &MailvaneHandler::LoadSmtp},
     {"load_relay", &MailvaneHandler::LoadRelay},
     {"enum_domain", &MailvaneHandler::EnumDomain},
+    {"load_personal", &MailvaneHandler::LoadPersonal},
     {"load_security", &MailvaneHandler::LoadSecurity},
     {"enum_dnsb", &MailvaneHandler::EnumDnsb},
+    {"get_account_type", &MailvaneHandler::GetAccountType},
+    {"load_report", &MailvaneHandler::LoadReport},
+    {"load_reply_list", &MailvaneHandler::LoadReplyList},
     {"mailvane_check", &MailvaneHandler::CheckMailvane},
     {"generate_dkim_key", &MailvaneHandler::GenerateDkimKey},
 };
@@ -30,10 +34,14 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"delete_domain", &MailvaneHandler::DeleteDomain},
     {"add_domain", &MailvaneHandler::AddDomain},
     {"edit_domain", &MailvaneHandler::EditDomain},
+    {"save_personal", &MailvaneHandler::SavePersonal},
     {"save_security", &MailvaneHandler::SaveSecurity},
     {"add_dnsb", &MailvaneHandler::AddDnsb},
     {"edit_dnsb", &MailvaneHandler::EditDnsb},
     {"del_dnsb", &MailvaneHandler::DelDnsb},
+    {"save_report", &MailvaneHandler::SaveReport},
+    {"set_reply_setting", &MailvaneHandler::SetReplySetting},
+    {"delete_reply_setting", &MailvaneHandler::DeleteReplySetting},
 };
 
 namespace {

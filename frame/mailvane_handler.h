@@ -81,4 +81,14 @@ private:
     void AddDnsb(Json::Value& in);
     void EditDnsb(Json::Value& in);
     void DelDnsb(Json::Value& in);
+
+    // personal/
+    void LoadPersonal();
+    void GetAccountType();
+    void LoadReport();
+    void LoadReplyList();
+    void SavePersonal(Json::Value& in);
+    void SaveReport(Json::Value& in);
+    void SetReplySetting(Json::Value& in);
+    void DeleteReplySetting(Json::Value& in);
 };
