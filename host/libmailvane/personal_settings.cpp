@@ -128,9 +128,10 @@ std::optional<Reply> StorableReply(const std::string& subject, const std::string
 
 SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& sender)
 {
-    const auto entry = std::find_if(
-        settings.senderReplies.begin(), settings.senderReplies.end(),
-        [&](const SenderReply& reply) { return !strcasecmp(reply.sender.c_str(), sender.c_str()); });
+    const auto entry = std::find_if(settings.senderReplies.begin(), settings.senderReplies.end(),
+                                    [&](const SenderReply& reply) {
+                                        return !strcasecmp(reply.sender.c_str(), sender.c_str());
+                                    });
     return entry == settings.senderReplies.end() ? nullptr : &*entry;
 }
 

@@ -65,8 +65,8 @@ std::string NewName()
 
 bool WriteNew(int home, const std::string& name, const std::string& text)
 {
-    const Descriptor file(openat(home, name.c_str(),
-                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const Descriptor file(
+        openat(home, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!file) return false;
 
     std::size_t done = 0;

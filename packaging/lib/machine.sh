@@ -3,7 +3,7 @@
 
 build_packages=(
     g++ cmake ninja-build pkg-config
-    libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
+    libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
