@@ -27,6 +27,10 @@ constexpr std::int64_t kDay = 86400;
 /// Composes and sends one; "" or why it was not sent.
 std::string SendReport(const Reporter& reporter, const report::Period& period, std::int64_t now)
 {
+    const std::vector<std::string> recipients = host::ReportRecipients(reporter.GetRcpt());
+    const std::string missing = report::Missing(reporter.GetSMTP(), recipients);
+    if (!missing.empty()) return missing;
+
     const report::Data data = report::Gather(period);
     const std::string host = host::IsHostName(data.host) ? data.host : "localhost";
     const Reporter::Sender sender = reporter.GetSender();
@@ -34,7 +38,7 @@ std::string SendReport(const Reporter& reporter, const report::Period& period, s
     report::Letter letter;
     letter.fromName = sender.name;
     letter.fromMail = sender.mail.empty() ? "postmaster@" + host : sender.mail;
-    letter.to = host::ReportRecipients(reporter.GetRcpt());
+    letter.to = recipients;
     letter.host = host;
     letter.subject = report::Title(data);
     letter.plainText = report::PlainText(data);

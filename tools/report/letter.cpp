@@ -33,13 +33,13 @@ std::string Base64(const std::string& bytes)
     return text;
 }
 
-/// As it can stand in a header: plain words as they are, anything else as encoded words that break
-/// between characters.
-std::string HeaderText(const std::string& text)
+/// As it can stand in a header: plain words, which may hold these marks too, as they are; anything
+/// else as encoded words that break between characters.
+std::string HeaderText(const std::string& text, const std::string& marks)
 {
-    const auto isPlain = [](char c) {
+    const auto isPlain = [&marks](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               c == ' ' || c == '-';
+               c == ' ' || c == '-' || marks.find(c) != std::string::npos;
     };
     if (std::all_of(text.begin(), text.end(), isPlain)) return text;
 
@@ -101,9 +101,9 @@ std::string MessageOf(const Letter& letter)
 {
     const std::string id = RandomText();
     const std::string boundary = "report=_" + id;  // base64 has no underscore
-    const std::string name = letter.fromName.empty() ? "" : HeaderText(letter.fromName) + ' ';
+    const std::string name = letter.fromName.empty() ? "" : HeaderText(letter.fromName, "") + ' ';
     return "Date: " + DateText(letter.date) + "\r\nFrom: " + name + '<' + letter.fromMail +
-           ">\r\nTo: " + Joined(letter.to) + "\r\nSubject: " + HeaderText(letter.subject) +
+           ">\r\nTo: " + Joined(letter.to) + "\r\nSubject: " + HeaderText(letter.subject, ".,") +
            "\r\nMessage-ID: <report." + id + '@' + letter.host +
            ">\r\nAuto-Submitted: auto-generated\r\nMIME-Version: 1.0\r\n"
            "Content-Type: multipart/alternative; boundary=\"" +

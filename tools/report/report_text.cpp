@@ -123,9 +123,8 @@ Section CheckSection(const Data& data)
             section.rows.push_back({check.key, check.status});
         }
     }
-    if (section.rows.empty()) {
-        section.remark = std::to_string(data.checks.size()) + " checks, all of them well.";
-    }
+    section.remark = std::to_string(data.checks.size()) + " checks, " +
+                     std::to_string(data.checks.size() - section.rows.size()) + " of them well.";
     return section;
 }
 

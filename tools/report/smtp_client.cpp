@@ -95,15 +95,6 @@ List RecipientList(const std::vector<std::string>& recipients)
     return {list, curl_slist_free_all};
 }
 
-std::string Missing(const Reporter::SMTP& account, const Envelope& envelope)
-{
-    if (account.server.empty()) return "no SMTP server is set";
-    if (account.port <= 0) return "no port of the SMTP server is set";
-    if (envelope.to.empty()) return "no recipient is set";
-    if (account.auth && account.account.empty()) return "no account name is set";
-    return "";
-}
-
 void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& envelope)
 {
     curl_easy_setopt(curl, CURLOPT_URL, UrlOf(account, envelope.greeting).c_str());
@@ -122,12 +113,18 @@ void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& enve
 
 }  // namespace
 
+std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+{
+    if (account.server.empty()) return "no SMTP server is set";
+    if (account.port <= 0) return "no port of the SMTP server is set";
+    if (recipients.empty()) return "no recipient is set";
+    if (account.auth && account.account.empty()) return "no account name is set";
+    return "";
+}
+
 std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
                  const std::string& message)
 {
-    const std::string missing = Missing(account, envelope);
-    if (!missing.empty()) return missing;
-
     const Curl curl(curl_easy_init(), curl_easy_cleanup);
     if (!curl) return "out of memory";
 

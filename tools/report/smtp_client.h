@@ -14,6 +14,9 @@ struct Envelope {
     std::vector<std::string> to;
 };
 
+/// What the account lacks to send to these recipients; "" for nothing.
+std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients);
+
 /// Hands a message (with "\r\n" line ends) to the account's server. Returns "" when it was taken
 /// for every recipient, else why not; the password is in no such text. A secure connection means
 /// TLS from the start on port 465 and STARTTLS elsewhere, with a certificate that is valid for the
