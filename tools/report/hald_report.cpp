@@ -70,16 +70,20 @@ int SendIfDue(const Reporter& reporter, std::int64_t now)
 
     const auto period = report::DuePeriod(*progress, moment, now);
     if (!period) return 0;
+
+    // Noted before it is made: an attempt that is killed, or whose end cannot be noted, is not made
+    // again at every run.
+    const report::Progress after = report::AfterFailure(*progress, now);
+    if (!report::WriteProgress(after)) return 1;
+
     const std::string failure = SendReport(reporter, *period, now);
     if (failure.empty()) {
         host::Log(LOG_INFO, "report: sent");
         return report::WriteProgress({moment, 0, 0}) ? 0 : 1;
     }
 
-    const report::Progress after = report::AfterFailure(*progress, now);
     host::Log(LOG_ERR, "report: attempt %d failed, the next is in %d minutes: %s", after.attempts,
               static_cast<int>((after.nextAttempt - now) / 60), failure.c_str());
-    (void)report::WriteProgress(after);
     return 1;
 }
 
