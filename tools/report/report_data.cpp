@@ -25,6 +25,7 @@ namespace {
 
 constexpr std::size_t kRanks = 10;
 constexpr std::int64_t kDay = 86400;
+constexpr std::size_t kMostOutput = std::size_t{1} << 20;  // of a program that is captured
 const char kScanLog[] = "/var/log/mailvane/amavis.log";
 const char kPostfixFiles[] = "etc/generated/current/postfix";
 
@@ -153,6 +154,7 @@ std::optional<QueueState> LookAtQueue(std::int64_t now)
     if (!list.Succeeded()) return std::nullopt;
 
     QueueState state;
+    state.isWhole = list.output.size() < kMostOutput;
     std::istringstream lines(list.output);
     for (std::string line; std::getline(lines, line);) AddMessage(line, now, state);
     return state;

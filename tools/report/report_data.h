@@ -38,6 +38,7 @@ struct ScanCounts {
 };
 
 struct QueueState {
+    bool isWhole = true;      ///< false: the queue is longer than what was counted
     int waiting = 0;          ///< messages of all queues
     int deferred = 0;         ///< of these, waiting for another try
     std::int64_t oldest = 0;  ///< age of the oldest, seconds

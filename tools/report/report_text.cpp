@@ -94,10 +94,11 @@ Section ScanSection(const Data& data)
 Section QueueSection(const Data& data)
 {
     if (!data.queue) return {"Mail queue", {}, "The queue cannot be read."};
+    const std::string least = data.queue->isWhole ? "" : "at least ";
     return {"Mail queue",
-            {{"Messages in the queue", std::to_string(data.queue->waiting)},
-             {"Waiting for another try", std::to_string(data.queue->deferred)},
-             {"Age of the oldest", std::to_string(data.queue->oldest / 60) + " minutes"}},
+            {{"Messages in the queue", least + std::to_string(data.queue->waiting)},
+             {"Waiting for another try", least + std::to_string(data.queue->deferred)},
+             {"Age of the oldest", least + std::to_string(data.queue->oldest / 60) + " minutes"}},
             ""};
 }
 
