@@ -3,23 +3,19 @@
 #include "host/libmailvane/user_script.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/random.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 
 #include "host/libhaldcore/descriptor.h"
-#include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/user_child.h"
 
 namespace host {
 
@@ -29,27 +25,8 @@ const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
 const char kCompiler[] = "/usr/bin/sievec";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
-constexpr unsigned kChildLimit = 60;  // seconds
+constexpr std::chrono::seconds kChildLimit{60};
 constexpr std::chrono::seconds kCompilerLimit{20};
-
-/// From here on the process has no rights but the user's.
-bool BecomeUser(const MailAccount& account)
-{
-    return initgroups(account.name.c_str(), account.gid) == 0 &&
-           setresgid(account.gid, account.gid, account.gid) == 0 &&
-           setresuid(account.uid, account.uid, account.uid) == 0;
-}
-
-/// The home, if it is still the user's.
-Descriptor OpenHome(const MailAccount& account)
-{
-    Descriptor home(open(Path(account.home).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    struct stat status;
-    if (!home || fstat(home.get(), &status) < 0) return Descriptor();
-    if (status.st_uid == account.uid) return home;
-    errno = EPERM;
-    return Descriptor();
-}
 
 /// A name in the home that nobody can have put a link at.
 std::string NewName()
@@ -116,42 +93,13 @@ bool Remove(int home)
     return unlinkat(home, kScript, 0) == 0 || errno == ENOENT;
 }
 
-bool WorkAsUser(const MailAccount& account, const std::string& text)
-{
-    if (!BecomeUser(account)) return false;
-
-    const Descriptor home = OpenHome(account);
-    if (!home) return false;
-    return text.empty() ? Remove(home.get()) : Replace(account, home.get(), text);
-}
-
-[[noreturn]] void RunChild(const MailAccount& account, const std::string& text)
-{
-    ForgetLock();
-    sigset_t none;
-    sigemptyset(&none);
-    (void)sigprocmask(SIG_SETMASK, &none, nullptr);
-    (void)alarm(kChildLimit);  // a home on a server that does not answer
-    if (WorkAsUser(account, text)) _exit(0);
-
-    Log(LOG_ERR, "the script of %s was not put in place: %s", account.name.c_str(), ErrnoText());
-    _exit(1);
-}
-
 }  // namespace
 
 bool PutUserScript(const MailAccount& account, const std::string& text)
 {
-    const pid_t child = fork();
-    if (child == 0) RunChild(account, text);
-
-    int status = 0;
-    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-    if (child > 0 && WIFEXITED(status)) return WEXITSTATUS(status) == 0;
-
-    Log(LOG_ERR, "the script of %s was not put in place: its process was not had or was killed",
-        account.name.c_str());
-    return false;
+    return RunAsUser(account, "script", kChildLimit, [&](int home) {
+        return text.empty() ? Remove(home) : Replace(account, home, text);
+    });
 }
 
 }  // namespace host
