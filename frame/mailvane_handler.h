@@ -114,4 +114,14 @@ private:
     void EnumLog();
     void ExportPostfixLog();
     void ClearLog(Json::Value& in);
+
+    // personal/
+    void LoadPersonal();
+    void GetAccountType();
+    void LoadReport();
+    void LoadReplyList();
+    void SavePersonal(Json::Value& in);
+    void SaveReport(Json::Value& in);
+    void SetReplySetting(Json::Value& in);
+    void DeleteReplySetting(Json::Value& in);
 };

@@ -15,6 +15,7 @@ struct User {
     std::string realName;
     uid_t uid = 0;
     gid_t gid = 0;
+    std::string home;
 };
 
 struct Group {

@@ -8,7 +8,8 @@ namespace host {
 User ToUser(const passwd& record)
 {
     const std::string comment = record.pw_gecos != nullptr ? record.pw_gecos : "";
-    return {record.pw_name, comment.substr(0, comment.find(',')), record.pw_uid, record.pw_gid};
+    return {record.pw_name, comment.substr(0, comment.find(',')), record.pw_uid, record.pw_gid,
+            record.pw_dir != nullptr ? record.pw_dir : ""};
 }
 
 Group ToGroup(const group& record)

@@ -72,7 +72,9 @@ std::string RenderDovecot(const StoredSettings& settings, const Surroundings& ar
            "  postmaster_address = postmaster@" +
            settings.MailDomain() +
            "\n}\n"
-           "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n}\n"
+           // What the pages ask for runs before a script of the user's own; either may be missing.
+           "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n"
+           "  sieve_before = file:~/.mailvane.sieve\n}\n"
            "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";
 }
 

@@ -3,7 +3,7 @@
 
 build_packages=(
     g++ cmake ninja-build pkg-config
-    libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
+    libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
     python3-yaml
 )
 world_packages=(
@@ -21,7 +21,7 @@ test_packages=(
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
-    libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
+    libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
 lint_packages=(clang-format clang-tidy git shellcheck)

@@ -1,0 +1,28 @@
+// Whose accounts the mail server uses.
+#include "host/libmailvane/stored_settings.h"
+#include "platform/mailvane/smtp.h"
+
+struct SMTP::State {
+    std::string accountType;
+};
+
+SMTP::SMTP() : state_(new State) {}
+
+SMTP::~SMTP()
+{
+    delete state_;
+}
+
+int SMTP::load()
+{
+    const auto settings = host::StoredSettings::Read();
+    if (!settings) return -1;
+
+    state_->accountType = settings->Text("account_type");
+    return 0;
+}
+
+std::string SMTP::getAccountType() const
+{
+    return state_->accountType;
+}

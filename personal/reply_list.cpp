@@ -1,0 +1,99 @@
+// Automatic replies to single senders, always those of the caller: load_reply_list,
+// set_reply_setting, delete_reply_setting.
+#include "frame/mailvane_handler.h"
+#include "platform/mailvane/personal.h"
+
+namespace {
+
+constexpr std::size_t kMostReplies = 64;
+
+/// What stands when the caller's settings cannot be used; `errKey` outlives it.
+Outcome Unusable(Personal& personal, std::string& errKey)
+{
+    errKey = personal.getErrKey();
+    return Outcome::Fail("error", errKey.c_str());
+}
+
+Outcome ListReplies(const std::string& user, Json::Value& response, std::string& errKey)
+{
+    Personal personal(user);
+    if (!personal.isValid()) return Unusable(personal, errKey);
+
+    Json::Value& replies = response["replies"] = Json::Value(Json::arrayValue);
+    for (const std::string& sender : personal.GetReplyList()) {
+        std::string subject;
+        std::string message;
+        // Deliberate: an entry that cannot be read is left out, the others are still of use.
+        if (personal.ReadReplyContent(sender.c_str(), subject, message) < 0) continue;
+
+        Json::Value reply;
+        reply["sender"] = sender;
+        reply["subject"] = subject;
+        reply["message"] = message;
+        replies.append(reply);
+    }
+    return Outcome::Success();
+}
+
+Outcome StoreReply(const std::string& user, const Json::Value& in, std::string& errKey)
+{
+    Personal personal(user);
+    if (!personal.isValid()) return Unusable(personal, errKey);
+
+    // Deliberate: an edit removes the old entry first, so that it may change the sender and does
+    // not count against the limit; a failure further down does not bring it back.
+    if (in.isMember("orgSetting")) {
+        (void)personal.RemoveReplySetting(in["orgSetting"]["sender"].asString());
+    }
+    if (personal.GetReplyList().size() >= kMostReplies) {
+        return Outcome::Fail("common", "reach_limitation");
+    }
+
+    if (personal.WriteReplyContent(in["sender"].asString().c_str(), in["subject"].asString(),
+                                   in["message"].asString()) < 0) {
+        return Outcome::SystemError();
+    }
+
+    return Outcome::Success();
+}
+
+Outcome RemoveReplies(const std::string& user, const Json::Value& in, std::string& errKey)
+{
+    Personal personal(user);
+    if (!personal.isValid()) return Unusable(personal, errKey);
+
+    const Json::Value& senders = in["delete_list"];
+    for (Json::ArrayIndex i = 0; i < senders.size(); ++i) {
+        // Deliberate: an entry that is gone already is as good as removed.
+        (void)personal.RemoveReplySetting(senders[i].asString());
+    }
+    return Outcome::Success();
+}
+
+std::string Text(const char* text)
+{
+    return text == nullptr ? "" : text;
+}
+
+}  // namespace
+
+void MailvaneHandler::LoadReplyList()
+{
+    Json::Value response;
+    std::string errKey;
+    Answer(response, ListReplies(Text(web_.GetLoginUserName()), response, errKey));
+}
+
+void MailvaneHandler::SetReplySetting(Json::Value& in)
+{
+    Json::Value response;
+    std::string errKey;
+    Answer(response, StoreReply(Text(web_.GetLoginUserName()), in, errKey));
+}
+
+void MailvaneHandler::DeleteReplySetting(Json::Value& in)
+{
+    Json::Value response;
+    std::string errKey;
+    Answer(response, RemoveReplies(Text(web_.GetLoginUserName()), in, errKey));
+}

@@ -1,0 +1,151 @@
+// Personal settings: whose they are, what is stored, and the script they become.
+#include <gtest/gtest.h>
+
+#include "host/libmailvane/personal_script.h"
+#include "host/libmailvane/personal_settings.h"
+#include "platform/mailvane/personal.h"
+#include "tests/host/libmailvane_stores_machine.h"
+
+namespace {
+
+class PersonalSettingsTest : public Machine {
+protected:
+    void SetUp() override
+    {
+        Machine::SetUp();
+        const std::string me = std::to_string(getuid());
+        Write(root + "/etc/passwd", "root:x:0:0::/home/alice:\nalice:x:" + me +
+                                        ":1::/home/alice:\n" +
+                                        "bob:x:2000:1::/home/bob:\ncarol:x:2001:1::/home/alice:\n"
+                                        "..:x:2002:1::/home/alice:\n");
+        Write(root + "/home/alice/x", "");
+        alice = {"alice", 2003, 1, "/home/alice"};
+    }
+
+    std::string StorePath() const { return host::PackagePath("etc/personal/alice.json"); }
+
+    host::MailAccount alice;
+};
+
+std::string Script(const host::PersonalSettings& settings)
+{
+    const std::string script = host::RenderPersonalScript(settings);
+    return script.substr(std::min(script.find("];\n") + 3, script.size()));
+}
+
+}  // namespace
+
+TEST_F(PersonalSettingsTest, NeedAMailUserWithAHome)
+{
+    const struct {
+        std::string user, key;
+    } rows[] = {{"", "no_such_user"},
+                {"..", "no_such_user"},
+                {".", "no_such_user"},
+                {"../alice", "no_such_user"},
+                {"alice/", "no_such_user"},
+                {"alice\n", "no_such_user"},
+                {std::string("alice\0", 6), "no_such_user"},
+                {"root", "no_such_user"},
+                {"nobody-knows", "no_such_user"},
+                {"bob", "no_user_home"},
+                {"carol", "no_user_home"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.user);
+        Personal personal(row.user);
+        EXPECT_FALSE(personal.isValid());
+        EXPECT_EQ(personal.getErrKey(), row.key);
+        EXPECT_LT(personal.save(), 0);
+        EXPECT_LT(personal.WriteReplyContent("x@y.test", "s", "m"), 0);
+    }
+    EXPECT_FALSE(std::filesystem::exists(host::PackagePath("etc/personal")));
+}
+
+TEST_F(PersonalSettingsTest, ComeBackAsTheyWereStored)
+{
+    host::PersonalSettings settings;
+    EXPECT_TRUE(host::ReadPersonalSettings(alice)->forwardAddress.empty());
+    settings.forward = settings.keepCopy = settings.reply = true;
+    settings.forwardAddress = "x@y.test";
+    settings.replyEnd = std::int64_t{1} << 40;
+    settings.generalReply = {"\"Grüße\"", "a\n\\b"};
+    settings.senderReplies = {{"b@y.test", {"s", "m"}}, {"A@y.test", {"t", "n"}}};
+    ASSERT_TRUE(host::WritePersonalSettings(alice, settings));
+    auto stored = host::ReadPersonalSettings(alice);
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(host::RenderPersonalScript(*stored), host::RenderPersonalScript(settings));
+    EXPECT_EQ(host::FindSenderReply(*stored, "a@Y.test"), &stored->senderReplies[1]);
+    EXPECT_EQ(std::filesystem::status(StorePath()).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+
+    // Somebody else who got the name does not get the settings.
+    ++alice.uid;
+    EXPECT_TRUE(host::ReadPersonalSettings(alice)->forwardAddress.empty());
+    for (const char* damage : {"", "{", "[]", R"({"uid": "x"})", R"({"uid": {}})"}) {
+        Write(StorePath(), damage);
+        EXPECT_FALSE(host::ReadPersonalSettings(alice)) << damage;
+    }
+}
+
+TEST(PersonalScript, TakesTextsForNothingButText)
+{
+    const struct {
+        std::string subject, message;
+        bool stored;
+        std::string script;
+    } rows[] = {
+        {"a\r\nBcc: x", "one\r\ntwo\n.\n", true, ":subject \"a Bcc: x\" \"one\ntwo\n.\n\""},
+        {"\"; stop; \\", "\\\"", true, R"(:subject "\"; stop; \\" "\\\"")"},
+        {"", "${hex:22}\x01\t", true, "vacation :days 1 \"${hex:22} \t\""},
+        {"\xff", "", false, ""},
+        {"", "\xe2\x82", false, ""},
+        {std::string(501, 's'), "", false, ""},
+        {"", std::string(16385, 'm'), false, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.subject + row.message.substr(0, 20));
+        const auto reply = host::StorableReply(row.subject, row.message);
+        ASSERT_EQ(reply.has_value(), row.stored);
+        if (!reply) continue;
+        host::PersonalSettings settings;
+        settings.reply = true;
+        settings.generalReply = *reply;
+        EXPECT_NE(Script(settings).find(row.script), std::string::npos) << Script(settings);
+    }
+}
+
+TEST(PersonalScript, AnswersWithinThePeriodAndForwards)
+{
+    const std::string now = R"(currentdate :zone "+0000" :value )";
+    const struct {
+        std::int64_t begin, end;
+        std::string test;
+    } rows[] = {
+        {0, -1, "allof (true)"},
+        {1, 0, "allof (true,\n        " + now + R"("ge" "iso8601" "1970-01-01T00:00:01"))"},
+        {0, 1795267199,
+         "allof (true,\n        " + now + R"("lt" "iso8601" "2026-11-21T13:20:00"))"},
+        {0, INT64_MAX, "allof (true,\n        " + now + R"("lt" "iso8601" "9999-12-31T23:59:59"))"},
+    };
+    host::PersonalSettings settings;
+    EXPECT_EQ(host::RenderPersonalScript(settings), "");
+    settings.reply = true;
+    settings.senderReplies = {{"b@y.test", {"s", "m"}}};
+    const std::string sender = R"( elsif address :is "from" "b@y.test" {)";
+    for (const auto& row : rows) {
+        settings.replyBegin = row.begin;
+        settings.replyEnd = row.end;
+        const std::string script = Script(settings);
+        EXPECT_NE(script.find(" elsif " + row.test + " {"), std::string::npos) << script;
+        EXPECT_LT(script.find(sender), script.find("allof"));
+    }
+
+    settings.reply = false;
+    EXPECT_EQ(Script(settings).find("currentdate"), std::string::npos);
+    settings.senderReplies.clear();
+    settings.forward = true;
+    settings.forwardAddress = "x@y.test";
+    EXPECT_EQ(Script(settings), "redirect \"x@y.test\";\n");
+    settings.keepCopy = true;
+    EXPECT_EQ(Script(settings), "redirect :copy \"x@y.test\";\n");
+}

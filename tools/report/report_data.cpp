@@ -1,0 +1,251 @@
+// Gathers what the report tells. Reads target/etc/maillog/*.db and the scanner's log, runs
+// postqueue, asks the file systems and runs the self-check.
+#include "tools/report/report_data.h"
+
+#include <json/json.h>
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/database.h"
+#include "host/libmailvane/stored_settings.h"
+#include "platform/mailvane/analyzer.h"
+
+namespace report {
+
+namespace {
+
+constexpr std::size_t kRanks = 10;
+constexpr std::int64_t kDay = 86400;
+constexpr std::size_t kMostOutput = std::size_t{1} << 20;  // of a program that is captured
+const char kScanLog[] = "/var/log/mailvane/amavis.log";
+const char kPostfixFiles[] = "etc/generated/current/postfix";
+
+using Tally = std::map<std::string, Volume>;
+
+void Add(Volume& sum, const Volume& more)
+{
+    sum.messages += more.messages;
+    sum.bytes += more.bytes;
+}
+
+/// The log of an older month than the current one lies beside it under that month's name.
+std::vector<std::string> LogFiles(const Period& period)
+{
+    const auto begin = static_cast<std::time_t>(period.begin);
+    std::tm parts{};
+    std::array<char, 16> month{};
+    (void)localtime_r(&begin, &parts);
+    (void)std::strftime(month.data(), month.size(), "%Y-%m.db", &parts);
+    const std::string folder = host::PackagePath("target/etc/maillog/");
+    return {folder + month.data(), folder + "maillog.db"};
+}
+
+void AddStatuses(SQLite::Database& database, const Period& period, MailCounts& counts)
+{
+    SQLite::Statement query(database,
+                            "SELECT status, count(*), sum(size) FROM entry "
+                            "WHERE date >= ? AND date < ? GROUP BY status");
+    query.bind(1, period.begin);
+    query.bind(2, period.end);
+    while (query.executeStep()) {
+        const auto status = static_cast<std::size_t>(query.getColumn(0).getInt());
+        if (status >= counts.byStatus.size()) continue;
+        Add(counts.byStatus[status],
+            {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
+    }
+}
+
+/// `select` gives address, messages and bytes.
+void AddRanks(SQLite::Database& database, const Period& period, const char* select, Tally& tally)
+{
+    SQLite::Statement query(database, select);
+    query.bind(1, period.begin);
+    query.bind(2, period.end);
+    while (query.executeStep()) {
+        Add(tally[query.getColumn(0).getString()],
+            {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
+    }
+}
+
+std::vector<Rank> Highest(const Tally& tally)
+{
+    std::vector<Rank> ranks;
+    ranks.reserve(tally.size());
+    for (const auto& entry : tally) ranks.push_back({entry.first, entry.second});
+    const std::size_t shown = std::min(kRanks, ranks.size());
+    std::partial_sort(
+        ranks.begin(), ranks.begin() + static_cast<std::ptrdiff_t>(shown), ranks.end(),
+        [](const Rank& a, const Rank& b) { return a.volume.messages > b.volume.messages; });
+    ranks.resize(shown);
+    return ranks;
+}
+
+/// When a line of the scanner's log was written; it begins as "Nov  1 04:17:52 ". 0 for other
+/// lines.
+std::int64_t TimeOf(const std::string& line, std::int64_t now)
+{
+    const auto seconds = static_cast<std::time_t>(now);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    parts.tm_isdst = -1;
+    if (strptime(line.c_str(), "%b %e %H:%M:%S", &parts) == nullptr) return 0;
+
+    std::int64_t time = std::mktime(&parts);
+    if (time <= now + kDay) return time;
+    --parts.tm_year;
+    parts.tm_isdst = -1;
+    time = std::mktime(&parts);
+    return time;
+}
+
+bool Has(const std::string& line, const char* text)
+{
+    return line.find(text) != std::string::npos;
+}
+
+/// Takes one of the scanner's logs; false when there is none.
+bool AddScans(const std::string& path, const Period& period, std::int64_t now, ScanCounts& counts)
+{
+    std::ifstream log(path);
+    if (!log) return false;
+
+    for (std::string line; std::getline(log, line);) {
+        const bool virus = Has(line, ") Blocked INFECTED") || Has(line, ") Passed INFECTED");
+        const bool spam = Has(line, ") Blocked SPAM") || Has(line, ") Passed SPAM");
+        if (!virus && !spam) continue;
+
+        const std::int64_t time = TimeOf(line, now);
+        if (time < period.begin || time >= period.end) continue;
+        counts.viruses += virus ? 1 : 0;
+        counts.spam += spam ? 1 : 0;
+    }
+    return true;
+}
+
+void AddMessage(const std::string& line, std::int64_t now, QueueState& state)
+{
+    Json::Value message;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    if (!reader->parse(line.data(), line.data() + line.size(), &message, nullptr)) return;
+
+    ++state.waiting;
+    if (message["queue_name"] == Json::Value("deferred")) ++state.deferred;
+    if (message["arrival_time"].isInt64()) {
+        state.oldest =
+            std::max<std::int64_t>(state.oldest, now - message["arrival_time"].asInt64());
+    }
+}
+
+std::optional<QueueState> LookAtQueue(std::int64_t now)
+{
+    host::ProgramOptions options;
+    options.capture = true;
+    const host::ProgramResult list = host::RunProgram(
+        {"/usr/sbin/postqueue", "-c", host::PackagePath(kPostfixFiles), "-j"}, options);
+    if (!list.Succeeded()) return std::nullopt;
+
+    QueueState state;
+    state.isWhole = list.output.size() < kMostOutput;
+    std::istringstream lines(list.output);
+    for (std::string line; std::getline(lines, line);) AddMessage(line, now, state);
+    return state;
+}
+
+std::vector<Disk> LookAtDisks()
+{
+    const std::pair<const char*, const char*> places[] = {{"mail queue", "/var/spool/postfix"},
+                                                          {"mailboxes", "/home"},
+                                                          {"logs", "/var/log/mailvane"},
+                                                          {"settings", "/var/packages/Mailvane"}};
+    std::vector<Disk> disks;
+    for (const auto& [name, path] : places) {
+        struct statvfs status;
+        if (statvfs(host::Path(path).c_str(), &status) < 0) continue;
+        disks.push_back({name, std::uint64_t{status.f_bavail} * status.f_frsize,
+                         std::uint64_t{status.f_blocks} * status.f_frsize});
+    }
+    return disks;
+}
+
+std::vector<CheckResult> RunSelfCheck()
+{
+    std::list<Analyzer::Result> results;
+    Analyzer analyzer;
+    if (analyzer.Analyze(results) < 0) return {};
+
+    std::vector<CheckResult> checks;
+    for (const Analyzer::Result& result : results) checks.push_back({result.key, result.status});
+    return checks;
+}
+
+}  // namespace
+
+std::optional<MailCounts> CountMail(const Period& period)
+{
+    MailCounts counts;
+    Tally senders;
+    Tally recipients;
+    bool found = false;
+    for (const std::string& path : LogFiles(period)) {
+        try {
+            auto database = host::OpenAsItIs(path);
+            if (!database) continue;
+            AddStatuses(*database, period, counts);
+            AddRanks(*database, period,
+                     "SELECT mail_from, count(*), sum(size) FROM entry "
+                     "WHERE date >= ? AND date < ? GROUP BY mail_from",
+                     senders);
+            AddRanks(*database, period,
+                     "SELECT mail_to, count(*), sum(size) FROM entry "
+                     "WHERE date >= ? AND date < ? GROUP BY mail_to",
+                     recipients);
+            found = true;
+        } catch (const std::exception& failure) {
+            host::Log(LOG_ERR, "report: %s: %s", path.c_str(), failure.what());
+        }
+    }
+    if (!found) return std::nullopt;
+
+    counts.senders = Highest(senders);
+    counts.recipients = Highest(recipients);
+    return counts;
+}
+
+std::optional<ScanCounts> CountScans(const Period& period, std::int64_t now)
+{
+    ScanCounts counts;
+    const std::string path = host::Path(kScanLog);
+    const bool older = AddScans(path + ".1", period, now, counts);
+    const bool current = AddScans(path, period, now, counts);
+    if (!older && !current) return std::nullopt;
+
+    return counts;
+}
+
+Data Gather(const Period& period)
+{
+    const auto now = static_cast<std::int64_t>(std::time(nullptr));
+    Data data;
+    data.period = period;
+    if (const auto settings = host::StoredSettings::Read()) {
+        data.host = settings->Text("smtp_hostname");
+        if (data.host.empty()) data.host = settings->MailDomain();
+    }
+    data.mail = CountMail(period);
+    data.scans = CountScans(period, now);
+    data.queue = LookAtQueue(now);
+    data.disks = LookAtDisks();
+    data.checks = RunSelfCheck();
+    return data;
+}
+
+}  // namespace report

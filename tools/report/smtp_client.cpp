@@ -1,0 +1,145 @@
+// Sends a message through an SMTP account, with libcurl.
+#include "tools/report/smtp_client.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+
+namespace report {
+
+namespace {
+
+constexpr int kTlsPort = 465;
+constexpr long kConnectLimit = 20;  // seconds
+constexpr long kLimit = 120;
+const char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
+
+using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
+
+/// What is left of the message.
+struct Rest {
+    const char* bytes;
+    std::size_t size;
+};
+
+std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* rest)
+{
+    auto& left = *static_cast<Rest*>(rest);
+    const std::size_t given = std::min(size * count, left.size);
+    std::memcpy(buffer, left.bytes, given);
+    left.bytes += given;
+    left.size -= given;
+    return given;
+}
+
+/// The first certificate of a PEM file, without what else is in it; empty for none.
+std::string CertificateOf(const std::string& path)
+{
+    const char end[] = "-----END CERTIFICATE-----";
+    std::string text;
+    if (!host::ReadFile(path, text)) return "";
+    const auto first = text.find("-----BEGIN CERTIFICATE-----");
+    const auto last = text.find(end);
+    if (first == std::string::npos || last == std::string::npos || last < first) return "";
+    return text.substr(first, last + sizeof end - 1 - first) + '\n';
+}
+
+/// Whom to believe: the machine's authorities, and the certificate that this mail server shows.
+std::string TrustedCertificates()
+{
+    std::string trusted;
+    if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
+    for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
+        trusted += '\n' + CertificateOf(host::PackagePath(own));
+    }
+    return trusted;
+}
+
+std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
+{
+    const bool tls = account.secure && account.port == kTlsPort;
+    const bool bare6 = account.server.find(':') != std::string::npos && account.server[0] != '[';
+    return (tls ? "smtps://" : "smtp://") + (bare6 ? '[' + account.server + ']' : account.server) +
+           ':' + std::to_string(account.port) + '/' + greeting;
+}
+
+/// Without a secure connection TLS is still used where the server offers it, whoever it is.
+void SetSecurity(CURL* curl, bool secure)
+{
+    curl_easy_setopt(curl, CURLOPT_USE_SSL,
+                     static_cast<long>(secure ? CURLUSESSL_ALL : CURLUSESSL_TRY));
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, secure ? 1L : 0L);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, secure ? 2L : 0L);
+    curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (!secure) return;
+
+    const std::string trusted = TrustedCertificates();
+    curl_blob blob{const_cast<char*>(trusted.data()), trusted.size(), CURL_BLOB_COPY};
+    curl_easy_setopt(curl, CURLOPT_CAINFO_BLOB, &blob);
+    curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+}
+
+List RecipientList(const std::vector<std::string>& recipients)
+{
+    curl_slist* list = nullptr;
+    for (const std::string& recipient : recipients) {
+        list = curl_slist_append(list, ('<' + recipient + '>').c_str());
+    }
+    return {list, curl_slist_free_all};
+}
+
+void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& envelope)
+{
+    curl_easy_setopt(curl, CURLOPT_URL, UrlOf(account, envelope.greeting).c_str());
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
+    curl_easy_setopt(curl, CURLOPT_PROXY, "");
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectLimit);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, kLimit);
+    curl_easy_setopt(curl, CURLOPT_MAIL_FROM, ('<' + envelope.from + '>').c_str());
+    SetSecurity(curl, account.secure);
+    if (!account.auth) return;
+
+    curl_easy_setopt(curl, CURLOPT_USERNAME, account.account.c_str());
+    curl_easy_setopt(curl, CURLOPT_PASSWORD, account.password.c_str());
+}
+
+}  // namespace
+
+std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+{
+    if (account.server.empty()) return "no SMTP server is set";
+    if (account.port <= 0) return "no port of the SMTP server is set";
+    if (recipients.empty()) return "no recipient is set";
+    if (account.auth && account.account.empty()) return "no account name is set";
+    return "";
+}
+
+std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
+                 const std::string& message)
+{
+    const Curl curl(curl_easy_init(), curl_easy_cleanup);
+    if (!curl) return "out of memory";
+
+    const List recipients = RecipientList(envelope.to);
+    Rest rest{message.data(), message.size()};
+    std::array<char, CURL_ERROR_SIZE> reason{};
+    SetTransfer(curl.get(), account, envelope);
+    curl_easy_setopt(curl.get(), CURLOPT_MAIL_RCPT, recipients.get());
+    curl_easy_setopt(curl.get(), CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(curl.get(), CURLOPT_READFUNCTION, GiveBytes);
+    curl_easy_setopt(curl.get(), CURLOPT_READDATA, &rest);
+    curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
+    const CURLcode result = curl_easy_perform(curl.get());
+    if (result == CURLE_OK) return "";
+    return reason[0] != '\0' ? reason.data() : curl_easy_strerror(result);
+}
+
+}  // namespace report
