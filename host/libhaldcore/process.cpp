@@ -2,6 +2,7 @@
 #include "platform/hlib/process.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -10,6 +11,8 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,8 @@
 #include "host/libhaldcore/run_program.h"
 
 namespace {
+
+constexpr std::int64_t kClockSlack = 2000;  // milliseconds
 
 bool isBackground = false;  // in a child of HLIBCProcFork
 
@@ -48,13 +53,43 @@ void BecomeBackground()
     (void)sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// The state letter of /proc/PID/stat: it follows the name, which may itself hold parentheses.
-char ProcessState(pid_t pid)
+/// What is asked about a process.
+struct ProcessStatus {
+    char state = '\0';        ///< its state letter; none for a process that does not exist
+    std::int64_t started = 0;  ///< milliseconds since 1970
+};
+
+std::int64_t Milliseconds(const timespec& time)
 {
-    std::string status;
-    if (!host::ReadFile("/proc/" + std::to_string(pid) + "/stat", status)) return '\0';
-    const std::size_t name = status.rfind(')');
-    return name != std::string::npos && name + 2 < status.size() ? status[name + 2] : '\0';
+    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
+/// When the machine was started, in milliseconds since 1970.
+std::int64_t BootTime()
+{
+    timespec now{};
+    timespec sinceBoot{};
+    (void)clock_gettime(CLOCK_REALTIME, &now);
+    (void)clock_gettime(CLOCK_BOOTTIME, &sinceBoot);
+    return Milliseconds(now) - Milliseconds(sinceBoot);
+}
+
+/// From /proc/PID/stat: the fields follow the name, which may itself hold blanks and parentheses.
+ProcessStatus StatusOf(pid_t pid)
+{
+    constexpr int kFieldsBetween = 18;  // from the state to the time of the start, in clock ticks
+    ProcessStatus process;
+    std::string text;
+    if (!host::ReadFile("/proc/" + std::to_string(pid) + "/stat", text)) return process;
+
+    std::istringstream fields(text.substr(text.rfind(')') + 1));
+    std::string skipped;
+    std::int64_t ticks = 0;
+    fields >> process.state;
+    for (int i = 0; i < kFieldsBetween; ++i) fields >> skipped;
+    fields >> ticks;
+    process.started = BootTime() + ticks * 1000 / sysconf(_SC_CLK_TCK);
+    return process;
 }
 
 }  // namespace
@@ -88,11 +123,18 @@ int HLIBCProcFork()
 
 int HLIBCProcAliveByPidFile(const char* pidFile)
 {
+    struct stat file = {};
     std::string text;
-    if (pidFile == nullptr || !host::ReadFile(host::Path(pidFile), text)) return 0;
+    if (pidFile == nullptr || stat(host::Path(pidFile).c_str(), &file) < 0 ||
+        !host::ReadFile(host::Path(pidFile), text)) {
+        return 0;
+    }
 
     const long pid = strtol(text.c_str(), nullptr, 10);
     if (pid <= 0 || pid > INT32_MAX) return 0;
-    const char state = ProcessState(static_cast<pid_t>(pid));
-    return state != '\0' && state != 'Z' && state != 'X' ? 1 : 0;
+    const ProcessStatus process = StatusOf(static_cast<pid_t>(pid));
+    if (process.state == '\0' || process.state == 'Z' || process.state == 'X') return 0;
+
+    // A process that is younger than the file has got the number of one that has ended.
+    return process.started <= Milliseconds(file.st_mtim) + kClockSlack ? 1 : 0;
 }

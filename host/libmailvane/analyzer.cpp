@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/checks.h"
+#include "host/libmailvane/scanner_files.h"
 
 namespace host {
 
@@ -12,6 +13,8 @@ namespace {
 
 constexpr std::chrono::seconds kQuick{2};
 constexpr std::chrono::seconds kUsual{5};
+
+constexpr char kScannerSwitches[] = "anti_virus_enable spam_enable enable_dangerous_content_scan";
 
 // To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
 // in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
@@ -21,12 +24,20 @@ constexpr Check kChecks[] = {
      "the SMTP server runs"},
     {"dovecot", nullptr, CheckProcess, "/run/dovecot/master.pid /usr/sbin/dovecot", kQuick,
      "the IMAP and POP3 server, which checks logins too, runs"},
-    {"opendkim", "enable_dkim", CheckMilter, "/run/mailvane/opendkim/socket", kUsual,
-     "the DKIM filter answers", "enable_dmarc"},
+    {"opendkim", "enable_dkim enable_dmarc", CheckMilter, "/run/mailvane/opendkim/socket", kUsual,
+     "the DKIM filter answers"},
     {"opendmarc", "enable_dmarc", CheckMilter, "/run/mailvane/opendmarc/socket", kUsual,
      "the DMARC checker answers"},
     {"memcached", "reject_sasl_sender_rate_exceed", CheckCounters, "/run/mailvane/memcached/socket",
      kUsual, "the store of the senders' counters answers"},
+    {"mailscanner", kScannerSwitches, CheckScanner, kScannerSocket, kUsual,
+     "the mail scanner is ready for mail"},
+    {"mailscanner_milter", kScannerSwitches, CheckMilter, kScannerMilter, kUsual,
+     "so is the milter that hands it over"},
+    {"antivirus", "anti_virus_enable", CheckAntiVirus, kAntiVirusSocket, kUsual,
+     "the anti-virus engine answers"},
+    {"virus_signatures", "anti_virus_enable", CheckSignatures, "/var/lib/clamav", kQuick,
+     "the engine's signatures are new"},
     {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
     {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
      "submission with TLS greets on its port"},
@@ -55,14 +66,18 @@ constexpr Check kChecks[] = {
      "the SMTP server finds no fault in its files"},
     {"config_dovecot", nullptr, CheckDovecotFiles, nullptr, kLongestCheck,
      "the IMAP and POP3 server finds no fault in its file"},
-    {"config_opendkim", "enable_dkim", CheckDkimFiles, nullptr, kLongestCheck,
-     "the DKIM filter finds no fault in its files", "enable_dmarc"},
+    {"config_opendkim", "enable_dkim enable_dmarc", CheckDkimFiles, nullptr, kLongestCheck,
+     "the DKIM filter finds no fault in its files"},
     {"config_opendmarc", "enable_dmarc", CheckDmarcFiles, nullptr, kLongestCheck,
      "the DMARC checker finds no fault in its file"},
+    {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
+     "the mail scanner finds no fault in its file"},
     {"disk_queue", nullptr, CheckDisk, "/var/spool/postfix", kQuick,
      "the mail queue has space left"},
     {"disk_mail", nullptr, CheckDisk, "/home", kQuick, "the mailboxes have space left"},
     {"disk_logs", nullptr, CheckDisk, "/var/log/mailvane", kQuick, "the logs have space left"},
+    {"disk_quarantine", kScannerSwitches, CheckDisk, "/var/lib/mailvane/quarantine", kQuick,
+     "the scanner's quarantine has space left"},
     {"disk_settings", nullptr, CheckDisk, "/var/packages/Mailvane/etc", kQuick,
      "settings and lists have space left"},
     {"dns_address", nullptr, CheckHostAddress, nullptr, kUsual, "the host name has an address"},

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <deque>
 #include <optional>
+#include <sstream>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/log.h"
@@ -141,18 +142,16 @@ bool AdvanceAny(std::deque<RunningCheck>& runs)
     return true;
 }
 
-bool IsOn(const char* name, const StoredSettings& settings)
-{
-    if (name == nullptr) return false;
-
-    const std::string& value = settings.Spelled(name);
-    return value != "no" && value != "local";
-}
-
 bool IsOff(const Check& check, const StoredSettings& settings)
 {
-    return check.setting != nullptr && !IsOn(check.setting, settings) &&
-           !IsOn(check.orSetting, settings);
+    if (check.settings == nullptr) return false;
+
+    std::istringstream names(check.settings);
+    for (std::string name; names >> name;) {
+        const std::string& value = settings.Spelled(name);
+        if (value != "no" && value != "local") return false;
+    }
+    return true;
 }
 
 }  // namespace

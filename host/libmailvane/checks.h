@@ -39,6 +39,16 @@ Finding CheckQueue(const StoredSettings& settings, const char* subject);
 /// Whether the accounts of the directory can be listed.
 Finding CheckDirectoryAccounts(const StoredSettings& settings, const char* subject);
 
+// checks_scanner.cpp
+/// Whether the mail scanner at the socket `subject` is ready for mail.
+Finding CheckScanner(const StoredSettings& settings, const char* subject);
+/// Whether the anti-virus engine at the socket `subject` answers.
+Finding CheckAntiVirus(const StoredSettings& settings, const char* subject);
+/// Age of the newest signatures in the folder `subject`.
+Finding CheckSignatures(const StoredSettings& settings, const char* subject);
+/// What the scanner itself says about its file.
+Finding CheckScannerFiles(const StoredSettings& settings, const char* subject);
+
 // checks_files.cpp
 /// When the certificate expires.
 Finding CheckCertificateAge(const StoredSettings& settings, const char* subject);

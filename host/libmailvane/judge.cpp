@@ -14,6 +14,8 @@
 #include "host/libmailvane/listening_ports.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
+#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/user_command.h"
 
 namespace host {
 
@@ -191,6 +193,25 @@ bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
            (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
 
+/// The scanner's file is a program: it is run under the scanner's user.
+bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
+{
+    // The mail server's file changes when the scanner is switched on.
+    if (!ScannerRuns(wanted) || !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
+        return true;
+    }
+
+    ProgramOptions options;
+    options.capture = true;
+    const ProgramResult check = RunProgram(
+        AsUser("amavis",
+               {kScannerProgram, "-c", next.directory() + "/" + kScannerFile, "showkeys"}),
+        options);
+    if (!check.Succeeded())
+        Log(LOG_ERR, "refused by %s: %s", kScannerProgram, check.errors.c_str());
+    return check.Succeeded();
+}
+
 }  // namespace
 
 bool MapsAnswer(const NextGeneration& next)
@@ -201,7 +222,7 @@ bool MapsAnswer(const NextGeneration& next)
 bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
 {
     return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
-           OwnChecksPass(next) && FiltersAccept(next, wanted);
+           OwnChecksPass(next) && FiltersAccept(next, wanted) && ScannerAccepts(next, wanted);
 }
 
 }  // namespace host

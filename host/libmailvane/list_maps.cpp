@@ -7,6 +7,7 @@
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/write_scope.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 #include "platform/mailvane/spam.h"
 
@@ -40,6 +41,9 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
     const std::string replaced = CurrentGeneration();
     if (!next.Commit()) return -1;
+
+    // The scanner reads its lists when it starts.
+    if (next.Changed("amavis/") && MailScanner::Service("restart") < 0) return -1;
 
     if (const auto pending = ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.

@@ -1,5 +1,5 @@
 // The filters that mail passes on its way through the SMTP server: the DKIM signer and verifier,
-// the DMARC checker, the SPF checker, the rate policy.
+// the DMARC checker, the SPF checker, the rate policy, the scanner.
 #pragma once
 
 #include <string>
@@ -16,8 +16,12 @@ bool DkimFilterRuns(const StoredSettings& settings);
 /// Whether OpenDMARC is to run.
 bool DmarcFilterRuns(const StoredSettings& settings);
 
-/// Postfix's list of filters for mail that comes in by SMTP, in their order.
+/// Postfix's list of filters for mail that comes in by SMTP, in their order: the scanner, which
+/// costs most, sees what the others let pass.
 std::string SmtpFilters(const StoredSettings& settings);
+
+/// The same for mail that logins submit: it is scanned before it is signed.
+std::string SubmissionFilters(const StoredSettings& settings);
 
 /// The same for mail that programs of this machine hand to the sendmail command.
 std::string LocalMailFilters(const StoredSettings& settings);

@@ -11,6 +11,7 @@
 #include "host/libmailvane/certificate.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_filters.h"
+#include "host/libmailvane/scanner_files.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/string_list.h"
 
@@ -90,6 +91,7 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
     around.privateKey = tls.privateKey;
     around.mainFragment = ReadFragment("main.cf");
     around.masterFragment = ReadFragment("master.cf");
+    around.updaterFragment = ReadFragment("freshclam.conf");
     around.nameServers = NameServers();
     return around;
 }
@@ -109,6 +111,7 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, around), 0644);
     PutFilterFiles(next, settings, around);
+    PutScannerFiles(next, settings, around);
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }

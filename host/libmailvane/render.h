@@ -17,6 +17,7 @@ struct Surroundings {
     std::string privateKey;                ///< path of its key (PEM)
     std::string mainFragment;              ///< the administrator's own etc/local.d/main.cf
     std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
+    std::string updaterFragment;           ///< the administrator's own etc/local.d/freshclam.conf
     std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 

@@ -3,6 +3,7 @@
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
+#include "host/libmailvane/scanner_files.h"
 
 namespace host {
 
@@ -129,9 +130,29 @@ std::string SpfText(const StoredSettings& settings)
     return text;
 }
 
+std::string FilterAt(const std::string& socket, const char* whenItFails)
+{
+    return "{ unix:" + socket + ", default_action=" + whenItFails + " }";
+}
+
 std::string Filter(const char* filter, const char* whenItFails)
 {
-    return "{ unix:" + Socket(filter) + ", default_action=" + whenItFails + " }";
+    return FilterAt(Socket(filter), whenItFails);
+}
+
+/// The scanner, while it runs. Mail that it cannot look at has to wait.
+std::string Scanner(const StoredSettings& settings)
+{
+    return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
+}
+
+std::string Joined(std::initializer_list<std::string> filters)
+{
+    std::string text;
+    for (const std::string& filter : filters) {
+        if (!filter.empty()) text += (text.empty() ? "" : ", ") + filter;
+    }
+    return text;
 }
 
 }  // namespace
@@ -154,10 +175,14 @@ std::string SmtpFilters(const StoredSettings& settings)
 {
     // Without the signer mail would leave unsigned, and what others have signed would look forged
     // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
-    std::string filters;
-    if (DkimFilterRuns(settings)) filters = Filter(kDkimFilter, "tempfail");
-    if (DmarcFilterRuns(settings)) filters += ", " + Filter(kDmarcFilter, "accept");
-    return filters;
+    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter, "tempfail") : "",
+                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter, "accept") : "",
+                   Scanner(settings)});
+}
+
+std::string SubmissionFilters(const StoredSettings& settings)
+{
+    return Joined({Scanner(settings), LocalMailFilters(settings)});
 }
 
 std::string LocalMailFilters(const StoredSettings& settings)

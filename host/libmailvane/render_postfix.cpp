@@ -231,6 +231,10 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
 void AddFilters(Parameters& main, const StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
+    // Postfix complains about a parameter that no service uses.
+    if (settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled")) {
+        main.Add("submission_milters", SubmissionFilters(settings));
+    }
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
@@ -314,13 +318,14 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",
+                             "smtpd_milters=$submission_milters",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     if (settings.Bool("smtp_tls_enabled")) {
         // Submission is for logins alone; a login must not cross the net in the clear unless the
         // administrator allows that.
         text += SmtpService(settings.Int("smtp_tls_port"),
-                            {"syslog_name=postfix/submission",
+                            {"syslog_name=postfix/submission", "smtpd_milters=$submission_milters",
                              settings.Bool("plaintext_auth") ? "smtpd_tls_security_level=may"
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});

@@ -16,10 +16,12 @@
 #include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/render.h"
+#include "host/libmailvane/scanner_files.h"
 #include "host/libmailvane/service_control.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/firewall/firewall.h"
 #include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
 namespace host {
@@ -63,6 +65,9 @@ struct Reached {
     bool mailboxServer = false;
     bool dkimFilter = false;
     bool dmarcFilter = false;
+    bool scanner = false;
+    bool scannerEnds = false;
+    bool antiVirus = false;
     bool firewall = false;
 };
 
@@ -106,15 +111,22 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
     if (reached.mailboxServer && !Calls(plan, &ImapPop3::Service)) {
         plan.push_back({"dovecot service", &ImapPop3::Service, "restart"});
     }
-    if (reached.mailServer && !Calls(plan, &Postfix::Service)) {
-        plan.push_back({"postfix service", &Postfix::Service, "restart"});
-    }
+    const Callback mailServerStep{"postfix service", &Postfix::Service, "restart"};
+    // No mail may be handed to a scanner that is about to end.
+    if (reached.scannerEnds) plan.push_front(mailServerStep);
+    if (reached.mailServer && !Calls(plan, &Postfix::Service)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
     });
     if (reached.dkimFilter) plan.insert(mailServer, {"dkim filter", &DkimFilterService, "restart"});
     if (reached.dmarcFilter) {
         plan.insert(mailServer, {"dmarc filter", &DmarcFilterService, "restart"});
+    }
+    if (reached.scanner && !Calls(plan, &MailScanner::Service)) {
+        plan.insert(mailServer, {"mailscanner service", &MailScanner::Service, "restart"});
+    }
+    if (reached.antiVirus && !Calls(plan, &MailScanner::AntiVirusService)) {
+        plan.insert(mailServer, {"anti-virus service", &MailScanner::AntiVirusService, "restart"});
     }
     if (reached.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
@@ -140,6 +152,11 @@ Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
         ReachesFilter(DkimFilterRuns(stored), DkimFilterRuns(wanted), next.Changed("opendkim/"));
     reached.dmarcFilter =
         ReachesFilter(DmarcFilterRuns(stored), DmarcFilterRuns(wanted), next.Changed("opendmarc/"));
+    reached.scanner =
+        ReachesFilter(ScannerRuns(stored), ScannerRuns(wanted), next.Changed("amavis/"));
+    reached.scannerEnds = ScannerRuns(stored) && !ScannerRuns(wanted);
+    reached.antiVirus = ReachesFilter(AntiVirusRuns(stored), AntiVirusRuns(wanted),
+                                      next.Changed("clamav/clamd.conf"));
     reached.firewall = EnabledPorts(stored) != EnabledPorts(wanted);
     return reached;
 }
@@ -212,10 +229,11 @@ bool AccountChangedSince(const std::string& before)
 const struct {
     const char* setting;
     const char* script;
-} kCalledServices[] = {{"enable_dkim", "opendkim.sh"},
-                       {"enable_dmarc", "opendkim.sh"},
-                       {"enable_dmarc", "opendmarc.sh"},
-                       {"reject_sasl_sender_rate_exceed", "memcached.sh"}};
+} kCalledServices[] = {
+    {"enable_dkim", "opendkim.sh"},        {"enable_dmarc", "opendkim.sh"},
+    {"enable_dmarc", "opendmarc.sh"},      {"reject_sasl_sender_rate_exceed", "memcached.sh"},
+    {"anti_virus_enable", "antivirus.sh"}, {"anti_virus_enable", "mailscanner.sh"},
+    {"spam_enable", "mailscanner.sh"},     {"enable_dangerous_content_scan", "mailscanner.sh"}};
 
 /// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
 int RestartCalledServices(const std::string& before, const StoredSettings& settings)

@@ -31,13 +31,13 @@ void Add(Finding& sum, const Finding& finding);
 
 /// One row of the table. The check runs in a process of its own, and may leak, hang or crash there.
 struct Check {
-    const char* key;      ///< what the page knows it by
-    const char* setting;  ///< OFF while this is "no" or "local"; null: never OFF
+    const char* key;  ///< what the page knows it by
+    /// OFF while these, with blanks between them, are all "no" or "local"; null: never OFF
+    const char* settings;
     Finding (*run)(const StoredSettings& settings, const char* subject);
     const char* subject;         ///< what `run` looks at, null when that goes without saying
     std::chrono::seconds limit;  ///< the check is killed after it, and UNKNOWN
     const char* meaning;
-    const char* orSetting = nullptr;  ///< not OFF either while this one is on; null for none
 };
 
 /// Every check, in the order of the page.

@@ -51,8 +51,10 @@ make_accounts() {
 }
 
 start_services() {
-    service dovecot start
-    service postfix start
+    local name
+    for name in dovecot memcached opendkim opendmarc antivirus mailscanner postfix; do
+        service "$name" start
+    done
     inside env "MAILVANE_WEB_PORT=$web_port" /var/packages/Mailvane/target/scripts/web.sh start
 }
 

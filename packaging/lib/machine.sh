@@ -9,6 +9,8 @@ world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
     dovecot-core dovecot-imapd dovecot-pop3d dovecot-lmtpd dovecot-sieve
     opendkim opendmarc publicsuffix postfix-policyd-spf-python memcached
+    amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
+    arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd fcgiwrap
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
@@ -64,6 +66,8 @@ disable_services() {
         case $name in
         postfix | lighttpd | opendkim | opendmarc | memcached) systemctl --quiet disable "$name.service" ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;
+        amavisd-new) systemctl --quiet disable amavis.service amavis-mc.service ;;
+        clamav-daemon | clamav-freshclam) systemctl --quiet disable "$name.service" ;;
         fcgiwrap) systemctl --quiet disable fcgiwrap.socket fcgiwrap.service ;;
         esac
     done

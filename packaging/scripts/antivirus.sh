@@ -1,6 +1,87 @@
 #!/bin/bash
-# The anti-virus engine: antivirus.sh start|stop|restart.
+# shellcheck disable=SC2119
+# The anti-virus engine: antivirus.sh start|stop|restart. It may take minutes to fetch its first
+# signatures and to load them: start returns when a starter in the background is at work, which
+# /run/hald_anti-virus.pid tells, or when the engine is up already. stop returns when both are gone.
 
 . "${BASH_SOURCE%/*}/common.sh"
+service=clamd
+. "${BASH_SOURCE%/*}/inner_daemon.sh"
 
-decline "${1-}" 'the anti-virus engine' anti_virus_enable
+program=/usr/sbin/clamd
+pid_file=$folder/pid
+configuration=$current/clamav/clamd.conf
+signatures=/var/lib/clamav
+starter_file=/run/hald_anti-virus.pid
+start_limit=600
+
+wanted() {
+    load_settings anti_virus_enable
+    is_on anti_virus_enable
+}
+
+prepare() { make_folder clamav amavis && ln -sfn "$pid_file" /run/clamd.pid; }
+
+fingerprint() { sha256sum "$configuration"; }
+
+# It reads the scanner's files, whose group it is in.
+launch() { as_user clamav "$program" --config-file="$configuration"; }
+
+settled() { find_master && clamdscan --config-file="$configuration" --ping 1 >/dev/null 2>&1; }
+
+# find_starter: sets `starter` to the number of the running one.
+find_starter() {
+    starter=
+    [[ -r $starter_file ]] && read -r starter <"$starter_file"
+    [[ $starter =~ ^[1-9][0-9]*$ ]] && grep -qszE "(^|/)$me\$" "/proc/$starter/cmdline"
+}
+
+bring_up() {
+    [[ -x $program && -x /usr/bin/freshclam ]] || fail "there is no anti-virus engine here"
+    prepare || fail "cannot prepare $folder"
+    find_starter && return
+    [[ -r $started && $(<"$started") == "$(fingerprint)" ]] && settled && return
+    rm -f "$starter_file"
+    setsid "$BASH" "$0" begin </dev/null >/dev/null 2>&1 &
+    wait_for 10 begun $! || fail "the starter does not begin"
+}
+
+# begun PROCESS: whether the starter has told that it is at work, or has done it.
+begun() { find_starter || [[ ! -e /proc/$1 ]]; }
+
+# What the starter does; nobody waits for it.
+begin() {
+    local wants
+    exec 2> >(exec logger -t "mailvane $me" -p mail.err)
+    echo $$ >"$starter_file.new" && mv "$starter_file.new" "$starter_file"
+    trap 'rm -f "$starter_file"' EXIT
+    has_signatures || "$package/target/bin/hald_anti-virus" update
+    has_signatures || fail "there are no signatures, and they could not be fetched"
+    rm -f "$started"
+    wants=$(fingerprint)
+    start_afresh
+    printf '%s\n' "$wants" >"$started"
+}
+
+has_signatures() {
+    [[ -n $(find "$signatures" -maxdepth 1 -type f \
+        \( -name '*.c[vl]d' -o -name '*.[hlmn][ds]b' \) -print -quit 2>/dev/null) ]]
+}
+
+shut_down_all() {
+    if find_starter; then
+        kill -TERM -- "-$starter"
+        wait_for 10 gone_starter || fail "the starter does not end"
+    fi
+    rm -f "$starter_file"
+    shut_down
+}
+
+gone_starter() { ! find_starter; }
+
+case ${1-} in
+begin) begin ;;
+stop) shut_down_all ;;
+start | restart) if wanted; then bring_up; else shut_down_all; fi ;;
+*) control "${1-}" ;;
+esac

@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2154,SC2034
 # What the control scripts share; sourced by each of them. A script names its service, says what
-# the stored settings ask for and hands the verb to `control` or, without a daemon, to `decline`.
+# the stored settings ask for and hands the verb to `control`.
 
 set -u
 LC_ALL=C
@@ -166,7 +166,7 @@ quietly() {
 start_afresh() {
     shut_down
     quietly launch || fail "cannot start"
-    wait_for 20 settled || fail "does not come up"
+    wait_for "${start_limit:-20}" settled || fail "does not come up"
 }
 
 # bring_up: to what the settings ask for. Where the daemon does not take a new configuration up, a
@@ -231,22 +231,4 @@ control() {
         exit 2
         ;;
     esac
-}
-
-# decline VERB SERVICE SWITCH...: the verbs of a service that this machine lacks. That is no fault
-# while all its switches are off.
-decline() {
-    service=$2
-    switches=("${@:3}")
-    wanted() {
-        local switch
-        load_settings "${switches[@]}"
-        for switch in "${switches[@]}"; do
-            is_on "$switch" && return
-        done
-        return 1
-    }
-    bring_up() { fail "$service is not available on this machine"; }
-    shut_down() { :; }
-    control "$1"
 }

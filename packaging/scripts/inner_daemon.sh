@@ -32,6 +32,9 @@ find_orphans() {
     return 1
 }
 
+# as_user USER COMMAND...: runs it under that user alone.
+as_user() { setpriv --reuid="$1" --regid="$1" --init-groups --reset-env -- "${@:2}"; }
+
 settled() { find_master && [[ -n $(ss -Hlx src "$socket") ]]; }
 
 # knock: makes a call to the socket and hangs up.

@@ -13,5 +13,6 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
 /// waits for the end of the request's output waits for the child.
 int HLIBCProcFork();
 
-/// Non-zero when `pidFile` exists and names a living process, else 0.
+/// Non-zero when `pidFile` exists and names a living process, else 0. A process that was started
+/// after the file was written is another one.
 int HLIBCProcAliveByPidFile(const char* pidFile);

@@ -125,15 +125,6 @@ class ControlScripts(harness.Story):
         self.assertNotEqual(control("postfix", "restart"), 0)
         self.assertTrue(answers(25))
 
-    def test_services_that_the_machine_lacks(self):
-        for service, switch in (("mailscanner", "spam_enable"), ("antivirus", "anti_virus_enable")):
-            with self.subTest(service):
-                for verb in ("start", "restart", "stop"):
-                    self.assertEqual(control(service, verb), 0)
-                self.change_setting(switch, "yes")
-                self.assertEqual(control(service, "restart"), 1)
-                self.assertEqual(control(service, "stop"), 0)
-
     def test_whoever_starts_a_service_does_not_wait_for_its_end(self):
         reader, writer = os.pipe()
         for service in MASTERS:

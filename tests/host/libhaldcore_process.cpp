@@ -1,4 +1,5 @@
 // Process operations as the program sees them.
+#include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -77,6 +78,11 @@ TEST_F(Processes, AreAliveByTheirPidFile)
         EXPECT_EQ(0, Alive(text)) << text;
     }
     EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/none.pid"));
+
+    const timespec before[2] = {{1000000000, 0}, {1000000000, 0}};
+    EXPECT_NE(0, Alive(own));
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (Root() + "/run/x.pid").c_str(), before, 0));
+    EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/x.pid")) << "the number was given anew";
 
     const pid_t zombie = InChild([] { return 0; });
     siginfo_t info;

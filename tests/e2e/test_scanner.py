@@ -1,0 +1,362 @@
+"""The mail scanner and the anti-virus engine: what they let through, and when they cannot tell."""
+import email.message
+import io
+import os
+import shutil
+import signal
+import smtplib
+import stat
+import subprocess
+import time
+import unittest
+import zipfile
+
+import harness
+from harness import DOMAIN, ETC, TARGET, control, post, read, run, wait_for
+
+ALICE = "alice@" + DOMAIN
+BOB = "bob@" + DOMAIN
+STRANGER = "someone@elsewhere.test"
+SIGNATURES = "/var/lib/clamav"
+QUARANTINE = "/var/lib/mailvane/quarantine"
+POSTSUPER = "/usr/sbin/postsuper"
+FRESHCLAM = "/usr/bin/freshclam"
+UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
+SWITCHES = ("anti_virus_enable", "spam_enable", "enable_dangerous_content_scan")
+OTHERS = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
+          "reject_sasl_sender_rate_exceed", "spam_dnsbl_enable", "smtpd_sasl_sender_rate_limit")
+SPAM = {"spam_tag_score": 5, "spam_reject_score": 12, "spam_subject_tag": "[SPAM]",
+        "spam_action": "reject", "virus_action": "reject", "spam_bayes": False}
+
+# The two test patterns are put together here, so that no scanner stumbles over this file.
+GTUBE = "XJS*C4JDBQADN1.NSBN3*2IDNEN*" + "GTUBE-STANDARD-ANTI-UBE-TEST-EMAIL*C.34X"
+EICAR = "X5O!P%@AP[4\\PZX54(P^)7CC)7}$" + "EICAR-STANDARD-ANTIVIRUS-TEST-FILE!$H+H*"
+SIGNATURE = "Local.Eicar-Body:0:*:" + EICAR.encode().hex() + "\n"
+
+
+def zipped(name, data):
+    archive = io.BytesIO()
+    with zipfile.ZipFile(archive, "w") as file:
+        file.writestr(name, data)
+    return archive.getvalue()
+
+
+MESSAGES = {
+    "clean": ("Nothing special.", None, None),
+    "spam": (GTUBE, None, None),
+    "zebra": ("A zebra.", None, None),
+    "virus": ("Look at this.", "eicar.txt", EICAR.encode()),
+    "program": ("Run this.", "setup.exe", b"not really"),
+    "archive": ("Run this.", "docs.zip", zipped("run.exe", b"not really")),
+}
+
+
+def message(kind, subject=None):
+    text, name, data = MESSAGES[kind]
+    mail = email.message.EmailMessage()
+    mail["From"], mail["To"], mail["Subject"] = STRANGER, BOB, subject or kind
+    mail["Date"], mail["Message-ID"] = "Sat, 21 Nov 2026 10:00:00 +0000", "<1@elsewhere.test>"
+    mail.set_content(text + "\n")
+    if name:
+        mail.add_attachment(data, maintype="application", subtype="octet-stream", filename=name)
+    return mail
+
+
+def verdict(kind, subject=None, login=None, sender=STRANGER, to=BOB, source="127.0.0.1"):
+    """The server's answer to a message: code and words."""
+    port = 587 if login else 25
+    with smtplib.SMTP("127.0.0.1", port, "client.test", 60, (source, 0)) as client:
+        if login:
+            client.starttls(context=harness.unverified())
+            client.login(login, "pw-" + login)
+        try:
+            client.send_message(message(kind, subject), sender, [to])
+            return 250, "taken"
+        except smtplib.SMTPRecipientsRefused as refusal:
+            code, words = refusal.recipients[to]
+        except smtplib.SMTPResponseException as refusal:
+            code, words = refusal.smtp_code, refusal.smtp_error
+        return code, words.decode()
+
+
+def codes(*kinds):
+    return {kind: verdict(kind)[0] for kind in kinds}
+
+
+def daemons():
+    """Names of the scanner's daemons that run."""
+    found = subprocess.run(
+        ["/usr/bin/pgrep", "-a", "-f", "^/usr/(s?bin)/(amavisd|amavisd-milter|clamd|freshclam)( |$)"],
+        check=False, stdout=subprocess.PIPE, text=True).stdout
+    return {os.path.basename(line.split()[1]) for line in found.splitlines()}
+
+
+def status():
+    """The word of the anti-virus side; none while it is switched off."""
+    return read("load_security").json().get("anti_virus_status")
+
+
+def finished():
+    wait_for(lambda: status() in ("done", "error"), "the anti-virus engine", 40)
+    return status()
+
+
+def quarantine():
+    return [os.path.join(folder, name) for folder, _, names in os.walk(QUARANTINE)
+            for name in names]
+
+
+def set_signatures(present):
+    for name in os.listdir(SIGNATURES):
+        os.unlink(os.path.join(SIGNATURES, name))
+    if present:
+        with open(SIGNATURES + "/local.ndb", "w", encoding="ascii") as file:
+            file.write(SIGNATURE)
+
+
+def render():
+    run(TARGET + "/bin/hald_set_config", "render")
+
+
+class Scanner(harness.Story):
+    def setUp(self):
+        super().setUp()
+        set_signatures(True)
+
+    def secure(self, **changes):
+        """Saves the security page with these of the three switches on, the others off."""
+        page = read("load_security").json()
+        body = {**{name: page[name] for name in OTHERS}, **dict.fromkeys(SWITCHES, False), **SPAM}
+        answer = post({"action": "save_security", **body, **changes}).json()
+        self.assertIs(answer["success"], True, answer)
+
+    def assert_codes(self, **refused):
+        """All messages are taken but for these."""
+        wanted = dict.fromkeys(("clean", "spam", "virus", "program", "archive"), 250)
+        self.assertEqual(codes(*wanted), {**wanted, **refused})
+
+
+class Switches(Scanner):
+    def test_each_switch_alone_and_all_off_again(self):
+        self.secure()
+        self.assert_codes()
+        self.secure(spam_enable=True)
+        self.assert_codes(spam=554)
+        self.assertEqual(verdict("spam", login="alice", sender=ALICE)[0], 250)
+        self.secure(enable_dangerous_content_scan=True)
+        self.assert_codes(program=554, archive=554)
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        self.assert_codes(virus=554)
+        self.assertEqual(verdict("virus", login="alice", sender=ALICE)[0], 554)
+        self.assertEqual(daemons(), {"amavisd", "amavisd-milter", "clamd"})
+
+        # Mail on hold goes out with the last switch.
+        control("dovecot", "stop")
+        self.assertEqual(verdict("clean", "held back"), (250, "taken"))
+        run(POSTSUPER, "-c", harness.POSTFIX_CONFIGURATION, "-h", "ALL")
+        control("dovecot", "start")
+        self.secure()
+        harness.delivered("bob", "held back")
+        self.assertEqual(daemons(), set())
+        self.assertEqual(harness.postconf("smtpd_milters"), "")
+        self.assert_codes()
+
+    def test_a_scanner_that_does_not_come_up_leaves_the_old_settings(self):
+        self.secure()
+        milter = "/usr/sbin/amavisd-milter"
+        os.rename(milter, milter + ".real")
+        self.addCleanup(os.rename, milter + ".real", milter)
+        page = read("load_security").json()
+        answer = post({"action": "save_security", **{name: page[name] for name in OTHERS},
+                       **dict.fromkeys(SWITCHES, False), "spam_enable": True}).json()
+        self.assert_system_error(answer)
+        self.assertEqual(harness.settings()["spam_enable"], "no")
+        self.assertEqual(daemons(), set())
+        self.assertEqual(verdict("spam")[0], 250)
+
+
+class Spam(Scanner):
+    def test_actions_and_scores(self):
+        rows = (("reject", 554, False, True), ("quarantine", 250, False, True),
+                ("discard", 250, False, False), ("tag", 250, True, False))
+        tag = "$x @{[die]} ' \" \\ %s"
+        for action, code, arrives, kept in rows:
+            with self.subTest(action):
+                shutil.rmtree(QUARANTINE)
+                self.secure(spam_enable=True, spam_action=action, spam_subject_tag=tag,
+                            spam_tag_score=7)
+                self.assertEqual(verdict("spam", action)[0], code)
+                self.assertEqual(verdict("clean", "after " + action)[0], 250)
+                self.assertIn("\nSubject: after " + action,
+                              harness.delivered("bob", "after " + action))
+                self.assertEqual(len(quarantine()), kept)
+                self.assertEqual(len(harness.mails("bob", "%s " + action)), arrives)
+        mail = harness.mails("bob", "%s tag")[0]
+        self.assertIn("ubject: %s tag\r\n" % tag, mail)
+        self.assertIn("required=7", mail)
+        self.secure(spam_enable=True, spam_reject_score=0)
+        self.assertEqual(verdict("clean")[0], 554)
+
+    def test_rules_and_lists_are_read(self):
+        self.addCleanup(render)
+        self.addCleanup(os.unlink, ETC + "/attachment_types")
+        with open(ETC + "/attachment_types", "w", encoding="ascii") as file:
+            file.write("exe\n(.*\n")
+        self.secure(spam_enable=True)
+        self.assert_codes(spam=554, program=554, archive=554)
+        files = {"rules.cf": "body ZEBRA /zebra/\nscore ZEBRA 20",
+                 "white_senders": "white@elsewhere.test", "black_senders": "black.test",
+                 "white_recipients": "carol@" + DOMAIN, "black_recipients": ALICE,
+                 "white_clients": "127.0.0.2/31", "black_clients": "127.0.0.4"}
+        folder = os.path.realpath(ETC + "/generated/current/amavis")
+        for name, text in files.items():
+            with open(os.path.join(folder, name), "w", encoding="ascii") as file:
+                file.write(text + "\n")
+        self.assertEqual(control("mailscanner", "restart"), 0)
+        rows = (("clean", {}, 250), ("spam", {}, 554), ("zebra", {}, 554),
+                ("spam", {"sender": "white@elsewhere.test"}, 250),
+                ("clean", {"sender": "x@black.test"}, 554),
+                ("spam", {"to": "carol@" + DOMAIN}, 250), ("clean", {"to": ALICE}, 554),
+                ("spam", {"source": "127.0.0.3"}, 250), ("clean", {"source": "127.0.0.4"}, 554))
+        for kind, more, code in rows:
+            with self.subTest(kind, **more):
+                self.assertEqual(verdict(kind, **more)[0], code)
+
+    def test_the_quarantine_is_bounded(self):
+        run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)
+        for name, megabytes, days in (("old", 1, 31), ("large", 300, 3), ("older", 300, 4),
+                                      ("new", 1, 0)):
+            path = os.path.join(QUARANTINE, name)
+            with open(path, "wb") as file:
+                file.truncate(megabytes << 20)
+            os.utime(path, (time.time() - days * 86400,) * 2)
+        run(TARGET + "/scripts/daily.sh")
+        self.assertEqual({os.path.basename(path) for path in quarantine()}, {"large", "new"})
+
+
+class Processes(Scanner):
+    def test_a_scanner_that_cannot_tell_lets_nothing_through(self):
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        for service, pid_file in (("antivirus", "/run/clamd.pid"),
+                                  ("mailscanner", "/run/MailScanner.pid"),
+                                  ("mailscanner", "/run/mailvane/amavisd-milter/pid")):
+            with self.subTest(pid_file):
+                process = harness.pid_of(pid_file)
+                os.killpg(process, signal.SIGKILL)
+                self.assertEqual(verdict("clean")[0], 451)
+                if pid_file.count("/") == 2:
+                    self.assertEqual(status(), "error")
+                self.assertEqual(control(service, "restart"), 0)
+                self.assertEqual(finished(), "done")
+                self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
+
+    def test_every_verb_can_be_repeated_within_its_time(self):
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        pid_files = {"mailscanner": "/run/MailScanner.pid", "antivirus": "/run/clamd.pid"}
+        for service, pid_file in pid_files.items():
+            running = harness.pid_of(pid_file)
+            for verb in ("start", "restart"):
+                self.assertEqual(control(service, verb), 0)
+                self.assertEqual(harness.pid_of(pid_file), running, "nothing changed")
+            for verb in ("stop", "stop", "start"):
+                begin = time.monotonic()
+                self.assertEqual(control(service, verb), 0)
+                self.assertLess(time.monotonic() - begin, 8)
+            self.assertEqual(finished(), "done")
+            self.assertNotEqual(harness.pid_of(pid_file), running)
+        for service in pid_files:
+            self.assertEqual(control(service, "stop"), 0)
+        self.assertEqual(daemons(), set())
+        for service in pid_files:
+            self.assertEqual(control(service, "restart"), 0)
+        self.assertEqual(finished(), "done")
+        self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
+
+    def test_inner_doors_are_closed_to_other_users(self):
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        for name, mode in (("amavis", 0o600), ("amavisd-milter", 0o770), ("clamd", 0o660)):
+            folder = "/run/mailvane/" + name
+            self.assertEqual(stat.S_IMODE(os.stat(folder).st_mode), 0o2750, name)
+            self.assertEqual(stat.S_IMODE(os.stat(folder + "/socket").st_mode), mode, name)
+
+    def test_the_self_check_knows_them(self):
+        keys = {"mailscanner", "mailscanner_milter", "antivirus", "virus_signatures",
+                "config_mailscanner"}
+
+        def words():
+            found = read("mailvane_check").json()["settings"]
+            return {row["key"]: row["status"] for row in found if row["key"] in keys}
+
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        self.assertEqual(words(), dict.fromkeys(keys, "OK"))
+        os.utime(SIGNATURES + "/local.ndb", (time.time() - 3 * 86400,) * 2)
+        control("mailscanner", "stop")
+        self.assertEqual(words(), {**dict.fromkeys(keys, "FAILED"), "antivirus": "OK",
+                                   "virus_signatures": "WARNING", "config_mailscanner": "OK"})
+        os.utime(SIGNATURES + "/local.ndb")
+        control("mailscanner", "start")
+
+
+class Signatures(Scanner):
+    """The world has no network, and in this part no signatures."""
+
+    def tearDown(self):
+        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
+            file.write("MaxAttempts 1\n")
+        render()
+
+    def update(self):
+        """Starts an update as the program does: nobody waits for it."""
+        return self.enterContext(subprocess.Popen(
+            [TARGET + "/bin/hald_anti-virus", "update"], stdin=subprocess.DEVNULL))
+
+    def test_the_first_signatures(self):
+        self.secure()
+        set_signatures(False)
+        self.secure(anti_virus_enable=True)
+        self.assertIn(status(), ("fresh_clam", "service_starting"))
+        self.assertEqual(finished(), "error")
+
+        with open("/srv/extra.ndb", "w", encoding="ascii") as file:
+            file.write(SIGNATURE)
+        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
+            file.write("".join("ExcludeDatabase %s\n" % name
+                               for name in ("main", "daily", "bytecode")) +
+                       "DatabaseCustomURL file:///srv/extra.ndb\n")
+        render()
+        self.assertEqual(self.update().wait(30), 0)
+        self.assertEqual(finished(), "done")
+        self.assertEqual(codes("clean", "virus"), {"clean": 250, "virus": 554})
+
+    def test_an_update_that_hangs_is_seen_and_can_be_ended(self):
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        with open(FRESHCLAM + ".slow", "w", encoding="ascii") as file:
+            file.write("#!/bin/sh\nexec sleep 300\n")
+        os.chmod(FRESHCLAM + ".slow", 0o755)
+        os.rename(FRESHCLAM, FRESHCLAM + ".real")
+        os.rename(FRESHCLAM + ".slow", FRESHCLAM)
+        self.addCleanup(os.rename, FRESHCLAM + ".real", FRESHCLAM)
+        first = self.update()
+        wait_for(lambda: status() == "fresh_clam", "the update")
+        self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), first.pid)
+        second = self.update()
+        first.terminate()
+        self.assertEqual((first.wait(10), second.wait(10)), (1, 0), "two updates at once")
+        self.assertEqual(finished(), "done")
+        self.assertEqual(verdict("virus")[0], 554)
+
+
+def setUpModule():
+    with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
+        file.write("MaxAttempts 1\n")
+    render()
+
+
+if __name__ == "__main__":
+    unittest.main()

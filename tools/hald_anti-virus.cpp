@@ -1,0 +1,137 @@
+// hald_anti-virus: brings the signatures of the anti-virus engine up to date.
+//
+//   hald_anti-virus update    fetches what is new, once; while another run does, waits for that
+//
+// Whoever wants to know whether it is at work reads /run/hald_freshclam.pid. It ends by itself
+// within half an hour.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libhaldcore/start_program.h"
+#include "host/libmailvane/service_control.h"
+#include "host/libmailvane/user_command.h"
+
+namespace {
+
+const char kPidFile[] = "/run/hald_freshclam.pid";
+const char kLockFolder[] = "/run/mailvane";
+const char kLockFile[] = "/run/mailvane/freshclam.lock";
+const char kSignatures[] = "/var/lib/clamav";
+constexpr std::chrono::minutes kLimit{30};
+constexpr std::chrono::seconds kGrace{5};
+
+enum class Turn { kOurs, kDoneByAnother, kFailed };
+
+/// Takes the lock. When another run has it, waits until that is through: there is nothing left to
+/// do then.
+Turn TakeTurn(host::Descriptor& lock)
+{
+    (void)host::MakeDirectories(host::Path(kLockFolder), 0755);
+    lock = host::Descriptor(
+        open(host::Path(kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock) return Turn::kFailed;
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return Turn::kOurs;
+    if (errno != EWOULDBLOCK) return Turn::kFailed;
+    return flock(lock.get(), LOCK_EX) == 0 ? Turn::kDoneByAnother : Turn::kFailed;
+}
+
+/// Signals that ask to end can be read from the descriptor.
+host::Descriptor CatchEndSignals()
+{
+    sigset_t ends;
+    sigemptyset(&ends);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&ends, number);
+    (void)sigprocmask(SIG_BLOCK, &ends, nullptr);
+    return host::Descriptor(signalfd(-1, &ends, SFD_CLOEXEC));
+}
+
+/// Waits for the end of the program; false when time was up or a signal came first.
+bool WaitForEnd(const host::StartedProgram& program, int signals, std::chrono::milliseconds limit)
+{
+    pollfd waits[] = {{program.process.get(), POLLIN, 0}, {signals, POLLIN, 0}};
+    int ready = 0;
+    do {
+        ready = poll(waits, signals < 0 ? 1 : 2, static_cast<int>(limit.count()));
+    } while (ready < 0 && errno == EINTR);
+    return waits[0].revents != 0;
+}
+
+/// Ends a program that has not ended by itself, and removes what it leaves half done.
+void Break(const host::StartedProgram& program)
+{
+    (void)kill(-program.pid, SIGTERM);
+    if (!WaitForEnd(program, -1, kGrace)) (void)kill(-program.pid, SIGKILL);
+    const std::string folder = kSignatures;
+    (void)host::RunProgram(host::AsUser(
+        "clamav", {"/usr/bin/find", folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
+}
+
+/// Runs the updater; whether the signatures are up to date. It logs by itself what goes wrong.
+bool Update()
+{
+    const host::Descriptor signals = CatchEndSignals();
+    const host::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
+    const std::string configuration =
+        host::PackagePath("etc/generated/current/clamav/freshclam.conf");
+    const auto command =
+        host::AsUser("clamav", {"/usr/bin/freshclam", "--config-file=" + configuration});
+    host::StartedProgram program;
+    if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
+        host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());
+        return false;
+    }
+
+    if (!WaitForEnd(program, signals.get(), kLimit)) Break(program);
+    int status = 0;
+    if (waitpid(program.pid, &status, 0) < 0) return false;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+    host::Log(LOG_ERR, "the signatures could not be updated: status %d",
+              WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+    return false;
+}
+
+int RunUpdate()
+{
+    host::Descriptor lock;
+    const Turn turn = TakeTurn(lock);
+    if (turn != Turn::kOurs) return turn == Turn::kDoneByAnother ? 0 : -1;
+
+    const std::string pidFile = host::Path(kPidFile);
+    if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
+
+    // An engine that had no signatures yet can start now; one that runs has been told.
+    const bool updated = Update() && host::RunControlScript("antivirus.sh", "start") == 0;
+    (void)unlink(pidFile.c_str());
+    return updated ? 0 : -1;
+}
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 2 || std::strcmp(arguments[1], "update") != 0) {
+        std::fprintf(stderr, "usage: hald_anti-virus update\n");
+        return 2;
+    }
+    if (RunUpdate() == 0) return EXIT_SUCCESS;
+
+    std::fprintf(stderr, "hald_anti-virus: failed, see the system log\n");
+    return EXIT_FAILURE;
+}
