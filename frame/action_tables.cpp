@@ -13,6 +13,9 @@
 #include "frame/mailvane_handler.h"
 
 constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kReadTable[] = {
+    {"alias_enum", &MailvaneHandler::EnumAliases},
+    {"alias_mem_enum", &MailvaneHandler::EnumAliasMembers},
+    {"load_extaddr", &MailvaneHandler::LoadExtaddr},
     {"load_imap_pop3", &MailvaneHandler::LoadImapPop3},
     {"load_smtp", &MailvaneHandler::LoadSmtp},
     {"load_relay", &MailvaneHandler::LoadRelay},
@@ -24,6 +27,7 @@ constexpr MailvaneHandler::Row<MailvaneHandler::ReadHandler> MailvaneHandler::kR
     {"load_sender_quota", &MailvaneHandler::LoadSenderQuota},
     {"export_access", &MailvaneHandler::ExportAccess},
     {"export_bcc", &MailvaneHandler::ExportBcc},
+    {"export_alias", &MailvaneHandler::ExportAlias},
     {"apply_access_setting", &MailvaneHandler::ApplyAccessSetting},
     {"mailvane_check", &MailvaneHandler::CheckMailvane},
     {"load_attachment_filter", &MailvaneHandler::LoadAttachmentFilter},
@@ -37,6 +41,8 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
     {"delete_domain", &MailvaneHandler::DeleteDomain},
     {"add_domain", &MailvaneHandler::AddDomain},
     {"edit_domain", &MailvaneHandler::EditDomain},
+    {"apply_alias_info", &MailvaneHandler::ApplyAliasInfo},
+    {"alias_del", &MailvaneHandler::AliasDel},
     {"save_security", &MailvaneHandler::SaveSecurity},
     {"add_dnsb", &MailvaneHandler::AddDnsb},
     {"edit_dnsb", &MailvaneHandler::EditDnsb},

@@ -83,6 +83,12 @@ private:
     void DelDnsb(Json::Value& in);
 
     // addresses/
+    void EnumAliases();
+    void EnumAliasMembers();
+    void LoadExtaddr();
+    void ExportAlias();
+    void ApplyAliasInfo(Json::Value& in);
+    void AliasDel(Json::Value& in);
     void LoadAccess();
     void LoadBcc();
     void LoadSenderQuota();

@@ -15,7 +15,7 @@ namespace {
 
 int RebuildAliases()
 {
-    return host::RebuildLists({host::AliasFiles, host::LoginFiles});
+    return host::RebuildLists({host::AliasFiles});
 }
 
 int Recover()

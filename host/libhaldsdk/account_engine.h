@@ -47,6 +47,7 @@ public:
     virtual bool EachGroup(const GroupVisitor& visit) = 0;
 
     virtual Lookup FindUser(const std::string& name, User& user) = 0;
+    virtual Lookup FindGroup(const std::string& name, Group& group) = 0;
 };
 
 /// The engine of /etc/passwd and /etc/group.

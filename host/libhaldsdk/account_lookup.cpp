@@ -35,6 +35,22 @@ Lookup AskNameService(int (*get)(const char*, Record*, char*, std::size_t, Recor
     return status == NSS_STATUS_NOTFOUND ? Lookup::kAbsent : Lookup::kFailed;
 }
 
+/// Asks the engines beyond the local files one by one: the C library reports one that is down as
+/// one that knows nobody.
+template <typename Record>
+Lookup AskRemoteEngines(Lookup (AccountEngine::*find)(const std::string&, Record&),
+                        const std::string& name, Record& record)
+{
+    int failure = 0;
+    for (const std::unique_ptr<AccountEngine>& engine : RemoteEngines()) {
+        const Lookup one = engine ? (engine.get()->*find)(name, record) : Lookup::kFailed;
+        if (one == Lookup::kFound) return one;
+        if (one == Lookup::kFailed) failure = errno;
+    }
+    errno = failure;
+    return failure == 0 ? Lookup::kAbsent : Lookup::kFailed;
+}
+
 /// `name` without the suffix of the LDAP directory; empty when it does not end with it.
 std::string WithoutLdapSuffix(const std::string& name)
 {
@@ -75,13 +91,13 @@ Lookup FindUser(const std::string& name, User& user)
 
     RecordBuffer buffer;
     passwd record;
-    const Lookup result = AskNameService(getpwnam_r, name, buffer, record);
-    if (result == Lookup::kFound) {
+    if (AskNameService(getpwnam_r, name, buffer, record) == Lookup::kFound) {
         user = ToUser(record);
-        return result;
+        return Lookup::kFound;
     }
-    const Lookup inLdap = FindInLdap(name, user);
-    return inLdap == Lookup::kAbsent ? result : inLdap;
+    const Lookup result = AskRemoteEngines(&AccountEngine::FindUser, name, user);
+    if (result != Lookup::kAbsent) return result;
+    return FindInLdap(name, user);
 }
 
 Lookup FindGroup(const std::string& name, Group& group, bool& local)
@@ -91,9 +107,11 @@ Lookup FindGroup(const std::string& name, Group& group, bool& local)
 
     RecordBuffer buffer;
     ::group record;
-    const Lookup result = AskNameService(getgrnam_r, name, buffer, record);
-    if (result == Lookup::kFound) group = ToGroup(record);
-    return result;
+    if (AskNameService(getgrnam_r, name, buffer, record) == Lookup::kFound) {
+        group = ToGroup(record);
+        return Lookup::kFound;
+    }
+    return AskRemoteEngines(&AccountEngine::FindGroup, name, group);
 }
 
 Lookup FindExpiry(const std::string& account, long& day)

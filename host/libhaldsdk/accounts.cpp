@@ -10,12 +10,14 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "host/libhaldcore/error.h"
 #include "host/libhaldsdk/account_engine.h"
 #include "host/libhaldsdk/account_lookup.h"
+#include "host/libhaldsdk/local_accounts.h"
 #include "platform/hlib/string_list.h"
 
 namespace {
@@ -62,23 +64,41 @@ int Append(HLIBCSzList** list, const std::vector<std::string>& names)
     return static_cast<int>(names.size());
 }
 
-/// Adds the users of one engine that have this group as their primary one.
-bool AddPrimaryMembers(host::AccountEngine* engine, gid_t gid, std::vector<std::string>& members)
+/// The mail users of all engines beyond the local files by their primary group, read once: that
+/// takes as long as there are users, and a page may show many groups. Null, with errno set, when
+/// one does not answer.
+const std::unordered_map<gid_t, std::vector<std::string>>* RemoteUsersByGroup()
 {
-    if (engine == nullptr) return false;
-    return engine->EachUser([&](const host::User& user) {
-        if (user.gid == gid && host::IsMailUser(user)) members.push_back(user.name);
-    });
+    static std::unordered_map<gid_t, std::vector<std::string>> names;
+    static bool read = false;
+    if (read) return &names;
+
+    names.clear();
+    for (const std::unique_ptr<host::AccountEngine>& engine : host::RemoteEngines()) {
+        const bool answered = engine && engine->EachUser([](const host::User& user) {
+            if (host::IsMailUser(user)) names[user.gid].push_back(user.name);
+        });
+        if (!answered) return nullptr;
+    }
+    read = true;
+    return &names;
 }
 
-/// The same for the engines that a group's members can come from.
+/// Adds the users that have this group as their primary one.
 bool AddPrimaryMembers(const host::Group& group, bool local, std::vector<std::string>& members)
 {
-    if (local) return AddPrimaryMembers(host::LocalAccounts().get(), group.gid, members);
-    const auto engines = host::RemoteEngines();
-    return std::all_of(engines.begin(), engines.end(), [&](const auto& engine) {
-        return AddPrimaryMembers(engine.get(), group.gid, members);
-    });
+    if (local) {
+        return host::EachLocalUserOf(group.gid, [&members](const host::User& user) {
+            if (host::IsMailUser(user)) members.push_back(user.name);
+        });
+    }
+    const auto* names = RemoteUsersByGroup();
+    if (names == nullptr) return false;
+
+    const auto found = names->find(group.gid);
+    if (found == names->end()) return true;
+    members.insert(members.end(), found->second.begin(), found->second.end());
+    return true;
 }
 
 /// The names without repetitions, in their order.

@@ -2,8 +2,11 @@
 #include "host/libhaldsdk/local_accounts.h"
 
 #include <shadow.h>
+#include <sys/stat.h>
 
 #include <cstdio>
+#include <unordered_map>
+#include <utility>
 
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldsdk/account_records.h"
@@ -15,62 +18,186 @@ namespace {
 struct CloseFile {
     void operator()(FILE* file) const { (void)fclose(file); }
 };
+using File = std::unique_ptr<FILE, CloseFile>;
 
-/// Visits the records of one file, read by `get` (fgetpwent_r or one of its kind).
-template <typename Record, typename Visit>
-bool EachRecordOf(const char* path, int (*get)(FILE*, Record*, char*, std::size_t, Record**),
-                  const Visit& visit)
+/// Which state of which file something was read from.
+struct Stamp {
+    std::string path;
+    dev_t device = 0;
+    ino_t number = 0;
+    off_t size = -1;
+    timespec changed = {};
+
+    bool operator==(const Stamp& other) const
+    {
+        return path == other.path && device == other.device && number == other.number &&
+               size == other.size && changed.tv_sec == other.changed.tv_sec &&
+               changed.tv_nsec == other.changed.tv_nsec;
+    }
+};
+
+/// False, with errno set, when there is no such file.
+bool StampOf(const std::string& path, Stamp& stamp)
 {
-    const std::unique_ptr<FILE, CloseFile> file(fopen(Path(path).c_str(), "re"));
-    if (!file) return false;
+    struct stat info {};
+    if (stat(path.c_str(), &info) < 0) return false;
+    stamp = {path, info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+    return true;
+}
 
-    const auto next = [&](Record* record, char* bytes, std::size_t size, int* code) {
-        Record* found = nullptr;
-        *code = get(file.get(), record, bytes, size, &found);
-        if (*code == 0) return found != nullptr ? NSS_STATUS_SUCCESS : NSS_STATUS_NOTFOUND;
-        if (*code == ENOENT) return NSS_STATUS_NOTFOUND;
-        return *code == ERANGE ? NSS_STATUS_TRYAGAIN : NSS_STATUS_UNAVAIL;
-    };
-    return EachRecord<Record>(next, visit);
+struct Expiry {
+    std::string name;
+    long day;
+};
+
+Expiry ToExpiry(const spwd& record)
+{
+    return {record.sp_namp, record.sp_expire};
+}
+
+gid_t GroupOf(const User& user)
+{
+    return user.gid;
+}
+
+gid_t GroupOf(const Group& group)
+{
+    return group.gid;
+}
+
+gid_t GroupOf(const Expiry& /*expiry*/)
+{
+    return 0;
 }
 
 /// Lines that begin so include accounts of another source; they are none themselves.
-bool IsInclusion(const char* name)
+bool IsInclusion(const std::string& name)
 {
-    return *name == '+' || *name == '-';
+    return name.empty() || name.front() == '+' || name.front() == '-';
 }
 
-Lookup Outcome(bool answered, bool found)
+/// The records of one file. `get` is fgetpwent_r or one of its kind.
+template <typename Record, typename Entry>
+class KeptFile {
+public:
+    using Get = int (*)(FILE*, Record*, char*, std::size_t, Record**);
+    using Convert = Entry (*)(const Record&);
+
+    KeptFile(const char* path, Get get, Convert convert) : path_(path), get_(get), convert_(convert)
+    {
+    }
+
+    /// Reads the file if it has changed. False, with errno set, when that fails.
+    bool Refresh()
+    {
+        Stamp stamp;
+        if (!StampOf(Path(path_), stamp)) return false;
+        if (stamp == stamp_) return true;
+
+        stamp_ = Stamp();
+        entries_.clear();
+        byName_.clear();
+        byGroup_.clear();
+        if (!ReadAll()) return false;
+        stamp_ = stamp;
+        return true;
+    }
+
+    const std::vector<Entry>& entries() const { return entries_; }
+
+    /// Hands the entries that belong to a group to `visit`, in the file's order.
+    template <typename Visit>
+    void EachOf(gid_t group, const Visit& visit) const
+    {
+        const auto found = byGroup_.find(group);
+        if (found == byGroup_.end()) return;
+        for (const std::size_t index : found->second) visit(entries_[index]);
+    }
+
+    Lookup FindEntry(const std::string& name, Entry& entry)
+    {
+        if (!Refresh()) return Lookup::kFailed;
+        const auto found = byName_.find(name);
+        if (found == byName_.end()) return Lookup::kAbsent;
+        entry = entries_[found->second];
+        return Lookup::kFound;
+    }
+
+private:
+    bool ReadAll()
+    {
+        const File file(fopen(Path(path_).c_str(), "re"));
+        if (!file) return false;
+
+        const auto next = [&](Record* record, char* bytes, std::size_t size, int* code) {
+            Record* found = nullptr;
+            *code = get_(file.get(), record, bytes, size, &found);
+            if (*code == 0) return found != nullptr ? NSS_STATUS_SUCCESS : NSS_STATUS_NOTFOUND;
+            if (*code == ENOENT) return NSS_STATUS_NOTFOUND;
+            return *code == ERANGE ? NSS_STATUS_TRYAGAIN : NSS_STATUS_UNAVAIL;
+        };
+        return EachRecord<Record>(next, [this](const Record& record) { Keep(convert_(record)); });
+    }
+
+    void Keep(Entry entry)
+    {
+        if (IsInclusion(entry.name)) return;
+        byName_.emplace(entry.name, entries_.size());
+        byGroup_[GroupOf(entry)].push_back(entries_.size());
+        entries_.push_back(std::move(entry));
+    }
+
+    const char* path_;
+    Get get_;
+    Convert convert_;
+    Stamp stamp_;
+    std::vector<Entry> entries_;
+    std::unordered_map<std::string, std::size_t> byName_;  ///< the first of a name counts
+    std::unordered_map<gid_t, std::vector<std::size_t>> byGroup_;
+};
+
+KeptFile<passwd, User>& Users()
 {
-    if (found) return Lookup::kFound;
-    return answered ? Lookup::kAbsent : Lookup::kFailed;
+    static KeptFile<passwd, User> file("/etc/passwd", fgetpwent_r, ToUser);
+    return file;
+}
+
+KeptFile<group, Group>& Groups()
+{
+    static KeptFile<group, Group> file("/etc/group", fgetgrent_r, ToGroup);
+    return file;
+}
+
+KeptFile<spwd, Expiry>& Expiries()
+{
+    static KeptFile<spwd, Expiry> file("/etc/shadow", fgetspent_r, ToExpiry);
+    return file;
 }
 
 class LocalEngine : public AccountEngine {
 public:
     bool EachUser(const UserVisitor& visit) override
     {
-        return EachRecordOf<passwd>("/etc/passwd", fgetpwent_r, [&](const passwd& record) {
-            if (!IsInclusion(record.pw_name)) visit(ToUser(record));
-        });
+        if (!Users().Refresh()) return false;
+        for (const User& user : Users().entries()) visit(user);
+        return true;
     }
 
     bool EachGroup(const GroupVisitor& visit) override
     {
-        return EachRecordOf<group>("/etc/group", fgetgrent_r, [&](const group& record) {
-            if (!IsInclusion(record.gr_name)) visit(ToGroup(record));
-        });
+        if (!Groups().Refresh()) return false;
+        for (const Group& group : Groups().entries()) visit(group);
+        return true;
     }
 
     Lookup FindUser(const std::string& name, User& user) override
     {
-        bool found = false;
-        const bool answered = EachUser([&](const User& candidate) {
-            if (found || candidate.name != name) return;
-            user = candidate;
-            found = true;
-        });
-        return Outcome(answered, found);
+        return Users().FindEntry(name, user);
+    }
+
+    Lookup FindGroup(const std::string& name, Group& group) override
+    {
+        return FindLocalGroup(name, group);
     }
 };
 
@@ -83,24 +210,22 @@ std::unique_ptr<AccountEngine> LocalAccounts()
 
 Lookup FindLocalGroup(const std::string& name, Group& group)
 {
-    bool found = false;
-    const bool answered = LocalAccounts()->EachGroup([&](const Group& candidate) {
-        if (found || candidate.name != name) return;
-        group = candidate;
-        found = true;
-    });
-    return Outcome(answered, found);
+    return Groups().FindEntry(name, group);
 }
 
 Lookup FindLocalExpiry(const std::string& name, long& day)
 {
-    bool found = false;
-    const bool answered = EachRecordOf<spwd>("/etc/shadow", fgetspent_r, [&](const spwd& record) {
-        if (found || name != record.sp_namp) return;
-        day = record.sp_expire;
-        found = true;
-    });
-    return Outcome(answered, found);
+    Expiry expiry{"", -1};
+    const Lookup result = Expiries().FindEntry(name, expiry);
+    if (result == Lookup::kFound) day = expiry.day;
+    return result;
+}
+
+bool EachLocalUserOf(gid_t group, const UserVisitor& visit)
+{
+    if (!Users().Refresh()) return false;
+    Users().EachOf(group, visit);
+    return true;
 }
 
 }  // namespace host

@@ -21,7 +21,19 @@ struct Enumeration {
     bool complete() const { return begin != nullptr && next != nullptr && end != nullptr; }
 };
 
-using FindUserCall = nss_status (*)(const char*, passwd*, char*, std::size_t, int*);
+template <typename Record>
+using Find = nss_status (*)(const char*, Record*, char*, std::size_t, int*);
+
+/// Asks for one record; `buffer` keeps its texts.
+template <typename Record>
+Lookup Ask(Find<Record> find, const std::string& name, RecordBuffer& buffer, Record& record)
+{
+    const nss_status status = CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
+        return find(name.c_str(), &record, bytes, size, code);
+    });
+    if (status == NSS_STATUS_SUCCESS) return Lookup::kFound;
+    return status == NSS_STATUS_NOTFOUND ? Lookup::kAbsent : Lookup::kFailed;
+}
 
 template <typename Record, typename Visit>
 bool Enumerate(const Enumeration<Record>& calls, const Visit& visit)
@@ -52,11 +64,13 @@ public:
         Resolve("getgrent_r", groups_.next);
         Resolve("endgrent", groups_.end);
         Resolve("getpwnam_r", findUser_);
+        Resolve("getgrnam_r", findGroup_);
     }
 
     bool complete() const
     {
-        return users_.complete() && groups_.complete() && findUser_ != nullptr;
+        return users_.complete() && groups_.complete() && findUser_ != nullptr &&
+               findGroup_ != nullptr;
     }
 
     bool EachUser(const UserVisitor& visit) override
@@ -73,14 +87,18 @@ public:
     {
         RecordBuffer buffer;
         passwd record;
-        const nss_status status =
-            CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
-                return findUser_(name.c_str(), &record, bytes, size, code);
-            });
-        if (status == NSS_STATUS_NOTFOUND) return Lookup::kAbsent;
-        if (status != NSS_STATUS_SUCCESS) return Lookup::kFailed;
-        user = ToUser(record);
-        return Lookup::kFound;
+        const Lookup result = Ask(findUser_, name, buffer, record);
+        if (result == Lookup::kFound) user = ToUser(record);
+        return result;
+    }
+
+    Lookup FindGroup(const std::string& name, Group& group) override
+    {
+        RecordBuffer buffer;
+        ::group record;
+        const Lookup result = Ask(findGroup_, name, buffer, record);
+        if (result == Lookup::kFound) group = ToGroup(record);
+        return result;
     }
 
 private:
@@ -95,7 +113,8 @@ private:
     std::string service_;
     Enumeration<passwd> users_;
     Enumeration<group> groups_;
-    FindUserCall findUser_ = nullptr;
+    Find<passwd> findUser_ = nullptr;
+    Find<group> findGroup_ = nullptr;
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/access_store.h"
 #include "host/libmailvane/account_record.h"
+#include "host/libmailvane/alias_store.h"
 #include "host/libmailvane/bcc_store.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/sender_quota_table.h"
@@ -15,7 +16,7 @@ namespace host {
 namespace {
 
 // Features add their tables as further scripts.
-constexpr const char* kAliasScripts[] = {kAccountTable};
+constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
                                             kSenderQuotaTable};
 

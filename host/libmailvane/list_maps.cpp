@@ -56,16 +56,6 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
 }  // namespace
 
-std::vector<ListFile> AliasFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"aliases"});
-}
-
-std::vector<ListFile> LoginFiles()
-{
-    return EmptyFiles(AccountDatabase::kAlias, {"login_aliases"});
-}
-
 std::vector<ListFile> BlackWhiteFiles()
 {
     return EmptyFiles(AccountDatabase::kMailvane, {"black_senders"});
@@ -73,7 +63,7 @@ std::vector<ListFile> BlackWhiteFiles()
 
 std::vector<ListFileMaker> AccountLists()
 {
-    return {AliasFiles, LoginFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
+    return {AliasFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
 }
 
 int RebuildLists(const std::vector<ListFileMaker>& makers)

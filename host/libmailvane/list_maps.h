@@ -22,7 +22,8 @@ constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
 constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
 
 /// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot
-/// be read.
+/// be read. Aliases fill the map of the logins that may send from them as well; that one alone is
+/// made by LoginFiles.
 std::vector<ListFile> AliasFiles();
 std::vector<ListFile> LoginFiles();
 std::vector<ListFile> BlindCopyFiles();

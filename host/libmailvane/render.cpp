@@ -46,22 +46,6 @@ std::string ReadFragment(const char* name)
     return text;
 }
 
-/// The first member of the administrators' group.
-std::string FirstAdministrator()
-{
-    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
-    const std::string group =
-        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
-    HLIBCSzList* members = HLIBCSzListAlloc(1);
-    std::string name;
-    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
-        members->count > 0) {
-        name = HLIBCSzListGet(members, 0);
-    }
-    HLIBCSzListFree(members);
-    return name;
-}
-
 /// Addresses of the name servers that programs of this machine ask.
 std::vector<std::string> NameServers()
 {
@@ -97,6 +81,21 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
 }
 
 }  // namespace
+
+std::string FirstAdministrator()
+{
+    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
+    const std::string group =
+        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
+    HLIBCSzList* members = HLIBCSzListAlloc(1);
+    std::string name;
+    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
+        members->count > 0) {
+        name = HLIBCSzListGet(members, 0);
+    }
+    HLIBCSzListFree(members);
+    return name;
+}
 
 void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
 {

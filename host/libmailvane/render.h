@@ -37,6 +37,12 @@ std::string RenderLoginRule(const StoredSettings& settings);
 /// Text of the map with the login at the relay host.
 std::string RenderRelayPassword(const StoredSettings& settings);
 
+/// The roles of the machine that somebody must answer.
+constexpr const char* kRoles[] = {"postmaster", "abuse", "root"};
+
+/// The first member of the administrators' group; empty when there is none.
+std::string FirstAdministrator();
+
 /// Text of the map that brings mail for postmaster, abuse and root to the administrator.
 std::string RenderRoles(const Surroundings& around);
 

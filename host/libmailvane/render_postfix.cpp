@@ -3,6 +3,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libmailvane/alias_expansion.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/render.h"
@@ -106,6 +107,8 @@ void AddDelivery(Parameters& main, const StoredSettings& settings)
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
     main.Add("virtual_alias_maps",
              Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
+    // Aliases are expanded before they become a map; this must hold the largest of them.
+    main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
     main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
     main.Add("sender_bcc_maps", Map("sender_bcc"));
@@ -190,8 +193,10 @@ std::string RecipientRestrictions(const StoredSettings& settings)
 void AddRestrictions(Parameters& main, const StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
+    // An alias is looked up by its name alone, whatever the mail domain.
+    const std::string ownAddresses = "pcre:${config_directory}/maps/login_rule";
     main.Add("smtpd_sender_login_maps",
-             Map("login_aliases") + ", pcre:${config_directory}/maps/login_rule");
+             "pipemap:{" + ownAddresses + ", " + Map("login_aliases") + "}, " + ownAddresses);
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
     Restrictions client;
     AddClientAccess(client);
@@ -357,7 +362,7 @@ std::string RenderRoles(const Surroundings& around)
     if (around.administrator.empty()) return "";
 
     std::string text;
-    for (const char* role : {"postmaster", "abuse", "root"}) {
+    for (const char* role : kRoles) {
         text += std::string(role) + " " + around.administrator + "\n";
     }
     return text;

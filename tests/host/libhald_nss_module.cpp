@@ -106,3 +106,10 @@ CALL(getpwnam_r)(const char* name, passwd* record, char* buffer, std::size_t siz
     }
     return NSS_STATUS_NOTFOUND;
 }
+
+CALL(getgrnam_r)
+(const char* /*name*/, group* /*record*/, char* /*buffer*/, std::size_t size, int* code)
+{
+    const nss_status ready = Ready(size, code);
+    return ready == NSS_STATUS_SUCCESS ? NSS_STATUS_NOTFOUND : ready;
+}

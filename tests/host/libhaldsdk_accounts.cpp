@@ -7,6 +7,7 @@
 #include "host/libhaldcore/paths.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/accounts.h"
+#include "platform/hlib/error.h"
 #include "platform/hlib/string_list.h"
 #include "tests/host/libhald_machine.h"
 
@@ -145,12 +146,26 @@ TEST_F(Accounts, ExpireByTheirShadowEntry)
     EXPECT_GT(0, HALDUserCheckExpired("no such user", nullptr));
 }
 
+TEST_F(Accounts, AreReadAgainWhenTheirFileHasChanged)
+{
+    EXPECT_EQ("(none)", Found("erin"));
+    Put("/etc/passwd", std::string(kUsers) + "erin:x:1003:1500::/home/erin:/bin/sh\n");
+    EXPECT_EQ("erin", Found("erin"));
+    EXPECT_EQ("0: alice bob dora erin", Members("staff"));
+    Put("/etc/passwd", kUsers);
+    EXPECT_EQ("(none)", Found("erin"));
+}
+
 TEST_F(Accounts, BelongToTheirGroups)
 {
     EXPECT_EQ("0: alice bob dora", Members("staff")) << "once each, primary group included";
     EXPECT_EQ("0: bob", Members("users"));
     EXPECT_EQ("0:", Members("mail")) << "accounts of the system are none";
     EXPECT_EQ("-1:", Members("no such group"));
+    EXPECT_EQ(ENOENT, HLIBCErrGet());
+    SetEngineState(LIBHALD_SSS, 1);
+    EXPECT_EQ("-1:", Members("no such group"));
+    EXPECT_EQ(ECONNREFUSED, HLIBCErrGet()) << "an engine that is down may know the group";
     EXPECT_EQ("-1:", Members(""));
 }
 

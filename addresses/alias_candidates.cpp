@@ -1,0 +1,256 @@
+// Who may become a member of an alias: alias_mem_enum.
+#include <cstring>
+#include <list>
+#include <string>
+
+#include "addresses/account_status.h"
+#include "addresses/list_window.h"
+#include "addresses/search_match.h"
+#include "addresses/string_list.h"
+#include "frame/log.h"
+#include "frame/mailvane_handler.h"
+#include "frame/settings_json.h"
+#include "platform/hlib/accounts.h"
+#include "platform/hlib/error.h"
+#include "platform/hlib/string_hash.h"
+#include "platform/mailvane/alias.h"
+#include "platform/mailvane/postfix.h"
+
+namespace {
+
+/// The kinds of candidates are types of members.
+enum Kind { kUser = 0, kGroup = 1, kAlias = 2 };
+
+struct Request {
+    bool editing;
+    std::string alias;  ///< the one that is edited
+    std::string query;
+    ListWindow window;
+    Kind kind;
+};
+
+Kind KindOf(const char* filter)
+{
+    if (filter != nullptr && std::strcmp(filter, "localgrp") == 0) return kGroup;
+    if (filter != nullptr && std::strcmp(filter, "alias") == 0) return kAlias;
+    return kUser;
+}
+
+/// Where users and groups come from.
+struct Source {
+    explicit Source(Postfix& settings)
+    {
+        const auto type = Setting<std::string>(settings, "account_type");
+        if (type == "ldap") selector = HLIB_ACCOUNT_LDAP;
+        if (type != "win") return;
+
+        selector = HLIB_ACCOUNT_DOMAIN;
+        domain = Setting<std::string>(settings, "win_domain_short_name");
+    }
+
+    const char* DomainOrNull() const
+    {
+        return selector == HLIB_ACCOUNT_DOMAIN ? domain.c_str() : nullptr;
+    }
+
+    int selector = HLIB_ACCOUNT_LOCAL;
+    std::string domain;
+};
+
+bool PushAliases(const Request& request, StringList& names)
+{
+    Alias alias;
+    if (alias.load() < 0) {
+        LogError(Here(), "Fail to load alias info");
+        return false;
+    }
+    for (const std::string& name : alias.getAliasNameList()) {
+        if (name == request.alias || names.Push(name.c_str())) continue;
+
+        LogError(Here(), "HLIBCSzListPush error. halderr=0x%04X",
+                 static_cast<unsigned>(HLIBCErrGet()));
+        return false;
+    }
+    return true;
+}
+
+bool GatherKind(const Request& request, const Source& source, StringList& names)
+{
+    switch (request.kind) {
+        case kGroup:
+            if (HLIBGroupEnum(names.address(), source.selector, source.DomainOrNull()) >= 0) {
+                return true;
+            }
+            LogError(Here(), "Fail to enumerate local groups");
+            return false;
+        case kAlias:
+            if (PushAliases(request, names)) return true;
+
+            LogError(Here(), "Fail to enumerate alias");
+            return false;
+        default:
+            if (HLIBUserEnum(names.address(), source.selector, source.DomainOrNull()) >= 0) {
+                return true;
+            }
+            LogError(Here(), "Fail to enumerate local users");
+            return false;
+    }
+}
+
+/// The candidates that match and stand in the window; their number without it.
+int FillPage(const Request& request, const StringList& names, StringList& page)
+{
+    int matches = 0;
+    for (int i = 0; i < names.size(); ++i) {
+        if (!SearchMatches(names[i], request.query.c_str())) continue;
+
+        if (request.window.Shows(matches) && !page.Push(names[i])) {
+            LogError(Here(), "HLIBCSzListPush failed");
+            continue;
+        }
+        ++matches;
+    }
+    return matches;
+}
+
+/// Gathers the candidates and pages them. False after a failure.
+bool FindCandidates(const Request& request, StringList& page, int& total)
+{
+    Postfix settings;
+    if (settings.LoadSettings() < 0) return false;
+
+    StringList names;
+    if (!names.ok()) {
+        LogError(Here(), "Out of memory");
+        return false;
+    }
+    if (!GatherKind(request, Source(settings), names)) return false;
+
+    total = FillPage(request, names, page);
+    return true;
+}
+
+/// The members of the alias that are of the kind asked for.
+class JoinedNames {
+public:
+    JoinedNames() = default;
+    ~JoinedNames() { HLIBCSzHashFree(names_); }
+    JoinedNames(const JoinedNames&) = delete;
+    JoinedNames& operator=(const JoinedNames&) = delete;
+
+    /// Reads them, and how many members of any kind there are. False, logged, on failure.
+    bool Load(const Request& request)
+    {
+        names_ = HLIBCSzHashAlloc(kCapacity);
+        if (names_ == nullptr) {
+            LogError(Here(), "Out of memory");
+            return false;
+        }
+        std::list<MemberInfo> members;
+        if (!LoadMembers(request.alias, members)) {
+            LogError(Here(), "Fail to load members");
+            return false;
+        }
+        count_ = static_cast<int>(members.size());
+        for (const MemberInfo& member : members) {
+            if (member.type == request.kind) {
+                (void)HLIBCSzHashSetValue(&names_, member.name.c_str(), "");
+            }
+        }
+        return true;
+    }
+
+    int count() const { return count_; }
+
+    /// Takes one name out; whether it was there.
+    bool Take(const char* name)
+    {
+        return names_ != nullptr && HLIBCSzHashRemoveKey(names_, name) >= 0;
+    }
+
+    /// The name after `previous`, the first one for null; null at the end.
+    const char* Next(const char* previous) const
+    {
+        return names_ == nullptr ? nullptr : HLIBCSzHashEnumKey(names_, previous);
+    }
+
+private:
+    static constexpr int kCapacity = 1024;
+
+    static bool LoadMembers(const std::string& name, std::list<MemberInfo>& members)
+    {
+        Alias alias;
+        if (alias.load() < 0) {
+            LogError(Here(), "Fail to load alias info");
+            return false;
+        }
+        if (alias.loadMember(name, members) < 0) {
+            LogError(Here(), "Fail to load member");
+            return false;
+        }
+        return true;
+    }
+
+    HLIBCSzHash* names_ = nullptr;
+    int count_ = 0;
+};
+
+int StatusOf(Kind kind, const char* name)
+{
+    if (kind == kAlias) return kStatusUsable;
+    return kind == kGroup ? GroupStatus(name) : UserStatus(name);
+}
+
+/// The page, then the members that are not on it.
+Json::Value Items(const Request& request, const StringList& page, JoinedNames& joined)
+{
+    Json::Value items(Json::arrayValue);
+    for (int i = 0; i < page.size(); ++i) {
+        Json::Value item;
+        item["name"] = page[i];
+        item["is_join"] = joined.Take(page[i]);
+        item["status"] = StatusOf(request.kind, page[i]);
+        items.append(item);
+    }
+    for (const char* name = joined.Next(nullptr); name != nullptr; name = joined.Next(name)) {
+        Json::Value item;
+        item["name"] = name;
+        item["is_join"] = true;
+        items.append(item);
+    }
+    return items;
+}
+
+/// Failures of this action have no message.
+Outcome ListCandidates(const Request& request, Json::Value& response)
+{
+    StringList page;
+    if (!page.ok()) {
+        LogError(Here(), "Out of memory");
+        return Outcome::Fail();
+    }
+    int total = 0;
+    if (!FindCandidates(request, page, total)) {
+        LogError(Here(), "Fail to enumerate members");
+        return Outcome::Fail();
+    }
+    JoinedNames joined;
+    if (request.editing && !joined.Load(request)) return Outcome::Fail();
+
+    response["items"] = Items(request, page, joined);
+    response["joined_num"] = joined.count();
+    response["total"] = total;
+    return Outcome::Success();
+}
+
+}  // namespace
+
+void MailvaneHandler::EnumAliasMembers()
+{
+    const Request request{std::strcmp(web_.In("actionop", "new"), "edit") == 0,
+                          web_.In("aliasname", ""), web_.In("query", ""),
+                          ListWindow(web_.In("start", "0"), web_.In("limit", "0")),
+                          KindOf(web_.In("rolefilter", nullptr))};
+    Json::Value response;
+    Answer(response, ListCandidates(request, response));
+}

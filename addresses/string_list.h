@@ -1,0 +1,30 @@
+// Lists of strings as the platform's account functions fill them.
+#pragma once
+
+#include "platform/hlib/string_list.h"
+
+/// Owns one list.
+class StringList {
+public:
+    StringList() : list_(HLIBCSzListAlloc(kCapacity)) {}
+    ~StringList() { HLIBCSzListFree(list_); }
+    StringList(const StringList&) = delete;
+    StringList& operator=(const StringList&) = delete;
+
+    /// False when memory was short: it can then only be destroyed.
+    bool ok() const { return list_ != nullptr; }
+
+    /// Where the operations of the platform append.
+    HLIBCSzList** address() { return &list_; }
+
+    /// Appends a copy; false on failure.
+    bool Push(const char* text) { return HLIBCSzListPush(&list_, text) >= 0; }
+
+    int size() const { return list_->count; }
+    const char* operator[](int index) const { return HLIBCSzListGet(list_, index); }
+
+private:
+    static constexpr int kCapacity = 1024;
+
+    HLIBCSzList* list_;
+};

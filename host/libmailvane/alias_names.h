@@ -1,0 +1,23 @@
+// What the names of aliases and of their members must be.
+#pragma once
+
+#include <string>
+
+#include "platform/mailvane/alias.h"
+
+namespace host {
+
+/// The types of members.
+enum MemberType { kUserMember = 0, kGroupMember = 1, kAliasMember = 2, kOutsideMember = 3 };
+
+/// Whether a name can stand before the "@" of an address of this server: at most 64 letters, digits
+/// and ._-+=&'~$, the first a letter, a digit or an underscore, no dots side by side or at the end.
+/// Neither maps nor the text format of the aliases give any of these a meaning.
+bool IsLocalPart(const std::string& name);
+
+/// What is wrong with a member, by its type; empty when nothing is. Users are local parts, also
+/// with a Windows domain and a backslash before them; groups are plain text without <>,:" and are
+/// never part of a map; outside addresses have a domain and nothing beyond ASCII.
+std::string MemberFault(const MemberInfo& member);
+
+}  // namespace host

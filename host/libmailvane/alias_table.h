@@ -1,0 +1,75 @@
+// The alias table in memory, with what has changed since it was read.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/mailvane/alias.h"
+
+namespace host {
+
+struct AliasEntry {
+    std::int64_t id = 0;  ///< in the store; 0 for one that is not there yet
+    std::string name;
+    std::vector<MemberInfo> members;
+};
+using AliasEntries = std::list<AliasEntry>;
+
+/// A change of the store: what goes by its number, then what comes.
+struct AliasChange {
+    std::vector<std::int64_t> removed;
+    std::vector<AliasEntry> added;
+};
+
+/// Names that differ by case alone are the same name to the mail server, so no two aliases have
+/// them. A member that is an alias follows the alias when that is renamed or removed.
+class AliasTable {
+public:
+    /// The table as it was read, in order.
+    explicit AliasTable(AliasEntries entries = {});
+
+    const AliasEntries& entries() const { return entries_; }
+
+    /// The alias of exactly this name, or of this name in whatever case; null when there is none.
+    const AliasEntry* Find(const std::string& name) const;
+    const AliasEntry* FindAnyCase(const std::string& name) const;
+
+    /// Adds members that are not there yet. A missing alias is made, at the end of the table.
+    /// Returns what is wrong, with nothing changed; empty when it is done.
+    std::string Add(const std::string& name, const std::list<MemberInfo>& members);
+    /// Removes members; those that are none are left out. False when there is no such alias.
+    bool Remove(const std::string& name, const std::list<MemberInfo>& members);
+    /// Returns what is wrong, with nothing changed: no old name, or no new one that is free.
+    std::string Rename(const std::string& from, const std::string& to);
+    /// Gives aliases, some of them new, exactly these members. All names must be good.
+    void Replace(const std::vector<AliasEntry>& aliases);
+    /// Removes aliases; absent ones are left out.
+    void Delete(const std::list<std::string>& names);
+
+    /// What the store lacks; new aliases get their numbers here.
+    AliasChange Pending();
+    /// What takes such a change back.
+    AliasChange TakingBack(const AliasChange& change) const;
+    /// The store has it all.
+    void Stored() { before_.clear(); }
+
+private:
+    /// An alias about to change, made when it is missing.
+    AliasEntry& Edit(const std::string& name);
+    void Remember(const AliasEntry& entry);
+    std::string FaultOf(const MemberInfo& member, const std::string& owner) const;
+    /// Renames the members that are one of these aliases, by their names in lower case; removes
+    /// those whose new name is empty.
+    void Follow(const std::unordered_map<std::string, std::string>& newNames);
+
+    AliasEntries entries_;
+    std::unordered_map<std::string, AliasEntries::iterator> byName_;  ///< by name in lower case
+    std::map<std::int64_t, AliasEntry> before_;  ///< of what has been changed or removed
+    std::int64_t nextId_ = 1;
+};
+
+}  // namespace host

@@ -1,0 +1,234 @@
+// Who may become a member of an alias, and the names of accounts.
+#include <gtest/gtest.h>
+
+#include "addresses/account_names.h"
+#include "tests/recording/action_test.h"
+
+using recording::Account;
+using recording::Answer;
+using recording::ParseJson;
+
+namespace {
+
+using Parameters = std::map<std::string, std::string>;
+
+const char kFailure[] = R"({"success": false})";
+
+class Candidates : public recording::ActionTest {
+protected:
+    void Prepare() override
+    {
+        for (const char* name : {"alice", "bob", "carol"}) AddUser(name);
+        AddUser("winner").source = 2;
+        AddUser("dirk").source = 8;
+        world.groups = {
+            {"staff", 1, {"alice", "bob"}}, {"empty", 1, {}}, {"corp", 2, {}}, {"ldaps", 8, {}}};
+        world.aliases = {{"sales", {{"bob", 0}, {"zoe", 0}, {"staff", 1}, {"x@y.example", 3}}},
+                         {"team", {{"sales", 2}}},
+                         {"Sales", {}}};
+    }
+
+    /// The items as "name status", with "+" for a member.
+    std::string Listed(const Parameters& parameters)
+    {
+        const std::string output = Read("alias_mem_enum", parameters).output;
+        const Json::Value answer = ParseJson(output.substr(output.find('\n')));
+        std::string text;
+        for (const Json::Value& item : answer["items"]) {
+            text += (item["is_join"].asBool() ? "+" : "") + item["name"].asString() +
+                    (item.isMember("status") ? " " + item["status"].asString() : "") + ", ";
+        }
+        return text + answer["total"].asString() + " and " + answer["joined_num"].asString();
+    }
+
+    Account& AddUser(const std::string& name)
+    {
+        world.users.emplace_back();
+        world.users.back().name = name;
+        return world.users.back();
+    }
+};
+
+}  // namespace
+
+TEST_F(Candidates, AreOfTheKindAndTheSourceAskedFor)
+{
+    const struct {
+        const char *settings, *filter, *call, *want;
+    } rows[] = {
+        {"{}", "user", "HLIBUserEnum 1 null", "alice 1, bob 1, carol 1, 3 and 0"},
+        {"{}", "Localgrp", "HLIBUserEnum 1 null", "alice 1, bob 1, carol 1, 3 and 0"},
+        {"{}", nullptr, "HLIBUserEnum 1 null", "alice 1, bob 1, carol 1, 3 and 0"},
+        {"{}", "localgrp", "HLIBGroupEnum 1 null", "staff 1, empty 1, 2 and 0"},
+        {R"({"account_type": "win", "win_domain_short_name": "CORP"})", "", "HLIBUserEnum 2 CORP",
+         "winner 1, 1 and 0"},
+        {R"({"account_type": "win"})", "localgrp", "HLIBGroupEnum 2 \"\"", "corp 1, 1 and 0"},
+        {R"({"account_type": "ldap"})", "", "HLIBUserEnum 8 null", "dirk 1, 1 and 0"},
+        {R"({"account_type": "ldap"})", "localgrp", "HLIBGroupEnum 8 null", "ldaps 1, 1 and 0"},
+        {R"({"account_type": "other"})", "alias", "Alias::load",
+         "sales 1, team 1, Sales 1, 3 and 0"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.settings) + " " + row.call);
+        world.postfix.Set(ParseJson(row.settings));
+        Parameters parameters = {{"limit", "9"}};
+        if (row.filter != nullptr) parameters["rolefilter"] = row.filter;
+        EXPECT_EQ(Listed(parameters), row.want);
+        EXPECT_NE(world.Calls().find("\n" + std::string(row.call) + "\n"), std::string::npos)
+            << world.Calls();
+        NextCase();
+    }
+}
+
+TEST_F(Candidates, ArePagedAndFollowedByTheOtherMembers)
+{
+    const struct {
+        Parameters parameters;
+        const char* want;
+    } rows[] = {
+        {{}, "3 and 0"},
+        {{{"aliasname", "sales"}, {"limit", "1"}}, "alice 1, 3 and 0"},
+        {{{"aliasname", "sales"}, {"actionop", "Edit"}}, "3 and 0"},
+        {{{"aliasname", "sales"}, {"actionop", "edit"}}, "+bob, +zoe, 3 and 4"},
+        {{{"aliasname", "sales"}, {"actionop", "edit"}, {"start", "1"}, {"limit", "1"}},
+         "+bob 1, +zoe, 3 and 4"},
+        {{{"aliasname", "sales"}, {"actionop", "edit"}, {"query", "AR"}, {"limit", "9"}},
+         "carol 1, +bob, +zoe, 1 and 4"},
+        {{{"start", "-1"}, {"limit", "2"}}, "alice 1, 3 and 0"},
+        {{{"start", "7"}, {"limit", "2"}}, "3 and 0"},
+        {{{"aliasname", "sales"}, {"rolefilter", "alias"}, {"limit", "9"}},
+         "team 1, Sales 1, 2 and 0"},
+        {{{"aliasname", "team"}, {"rolefilter", "alias"}, {"limit", "9"}, {"actionop", "edit"}},
+         "+sales 1, Sales 1, 2 and 1"},
+        {{{"aliasname", "sales"}, {"rolefilter", "localgrp"}, {"actionop", "edit"}, {"limit", "1"}},
+         "+staff 1, 2 and 4"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.want);
+        EXPECT_EQ(Listed(row.parameters), row.want);
+        NextCase();
+    }
+}
+
+TEST_F(Candidates, CarryTheStatusOfTheirAccounts)
+{
+    const struct {
+        std::function<void(Account&)> change;
+        const char *user, *group;
+    } rows[] = {
+        {[](Account&) {}, "new 1, 4 and 0", "staff 1, 1 and 0"},
+        {[](Account& user) { user.expired = true; }, "new 2, 4 and 0", "staff 4, 1 and 0"},
+        {[](Account& user) { user.ownName = "a b"; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
+        {[](Account& user) { user.ownName = "\x80"; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
+        {[](Account& user) { user.hasOwnName = false; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.user);
+        row.change(AddUser("new"));
+        world.groups = {{"staff", 1, {"alice", "new", "none"}}};
+        if (std::string(row.group) == "staff 1, 1 and 0") world.groups.front().members.pop_back();
+        EXPECT_EQ(Listed({{"start", "3"}, {"limit", "1"}}), row.user);
+        EXPECT_EQ(Listed({{"rolefilter", "localgrp"}, {"limit", "1"}}), row.group);
+        NextCase();
+    }
+}
+
+TEST_F(Candidates, OfUnknownStatusAreListedAllTheSame)
+{
+    const Parameters groups = {{"rolefilter", "localgrp"}, {"limit", "1"}};
+    world.Fail("HALDUserGet alice");
+    EXPECT_EQ(Listed({{"limit", "1"}}), "alice -1, 3 and 0");
+    world.ExpectLog("Fail to get user info (alice)");
+    EXPECT_EQ(Listed(groups), "staff 4, 2 and 0");
+    world.ExpectLog("Fail to get user info (alice)");
+    NextCase();
+
+    world.Fail("HALDGroupListMember staff");
+    EXPECT_EQ(Listed(groups), "staff -1, 2 and 0");
+    world.ExpectLog("fail to get member list");
+    NextCase();
+
+    world.Fail("HLIBCSzListAlloc", 3);  // after the page and the candidates
+    EXPECT_EQ(Listed(groups), "staff -1, 2 and 0");
+    world.ExpectLog("Out of memory");
+    NextCase();
+
+    world.Fail("HLIBCSzListPush bob", 2);  // to the page
+    EXPECT_EQ(Listed({{"start", "1"}, {"limit", "1"}}), "carol 1, 2 and 0");
+    world.ExpectLog("HLIBCSzListPush failed");
+}
+
+TEST_F(Candidates, FailWithoutAMessage)
+{
+    const struct {
+        const char *failing, *filter;
+        int nth;
+        std::vector<std::string> log;
+    } rows[] = {
+        {"HLIBCSzListAlloc", "", 1, {"Out of memory"}},
+        {"Postfix::LoadSettings", "", 1, {"Fail to enumerate members"}},
+        {"HLIBCSzListAlloc", "", 2, {"Out of memory", "Fail to enumerate members"}},
+        {"HLIBUserEnum", "", 1, {"Fail to enumerate local users", "Fail to enumerate members"}},
+        {"HLIBGroupEnum",
+         "localgrp",
+         1,
+         {"Fail to enumerate local groups", "Fail to enumerate members"}},
+        {"Alias::load",
+         "alias",
+         1,
+         {"Fail to load alias info", "Fail to enumerate alias", "Fail to enumerate members"}},
+        {"HLIBCSzListPush team",
+         "alias",
+         1,
+         {"HLIBCSzListPush error. halderr=0x00AB", "Fail to enumerate alias",
+          "Fail to enumerate members"}},
+        {"HLIBCSzHashAlloc", "", 1, {"Out of memory"}},
+        {"Alias::load", "", 1, {"Fail to load alias info", "Fail to load members"}},
+        {"Alias::loadMember sales", "", 1, {"Fail to load member", "Fail to load members"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.failing) + " " + row.filter);
+        world.lastError = 0xab;
+        world.Fail(row.failing, row.nth);
+        EXPECT_EQ(Read("alias_mem_enum", {{"rolefilter", row.filter},
+                                          {"actionop", "edit"},
+                                          {"aliasname", "sales"},
+                                          {"limit", "9"}})
+                      .output,
+                  Answer(kFailure));
+        for (const std::string& line : row.log) world.ExpectLog(line);
+        NextCase();
+    }
+}
+
+using AccountNames = Candidates;
+
+TEST_F(AccountNames, AreThoseOfTheSource)
+{
+    const char kNames[] = R"("acc_domain_name": "s.example", "win_domain_short_name": "CORP")";
+    for (const auto& [type, want] : std::map<std::string, std::string>{
+             {"ldap", "bob@s.example"}, {"win", "CORP\\bob"}, {"local", "bob"}, {"Win", "bob"}}) {
+        world.postfix.Set(ParseJson("{\"account_type\": \"" + type + "\", " + kNames + "}"));
+        EXPECT_EQ(AccountLoginName("bob"), want);
+    }
+    world.postfix.Set(ParseJson(R"({"account_type": "ldap"})"));
+    world.Fail("Postfix::LoadSettings");
+    EXPECT_EQ(AccountLoginName("bob"), "bob");
+}
+
+TEST_F(AccountNames, AddressesAndAliasesTakeBlindCopies)
+{
+    const std::map<std::string, bool> rows = {
+        {"@", true},      {"x@none.example", true}, {"alice", true}, {"none", false},
+        {"Sales", true},  {"SALES", false},         {"sale", false}, {"", false},
+        {"winner", true}, {"Alice", false}};
+    for (const auto& [name, want] : rows) EXPECT_EQ(IsValidBccTarget(name), want) << name;
+
+    world.postfix.Set(ParseJson(R"({"account_type": "win", "win_domain_short_name": "C"})"));
+    AddUser("C\\new");
+    EXPECT_TRUE(IsValidBccTarget("new"));
+    EXPECT_FALSE(IsValidBccTarget("alice"));
+    EXPECT_TRUE(IsValidBccTarget("team")) << "an alias by its typed name";
+    world.Fail("Alias::load");
+    EXPECT_FALSE(IsValidBccTarget("team"));
+}

@@ -1,0 +1,234 @@
+// Aliases: the list, one alias, deletion, export.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tests/recording/action_test.h"
+
+using recording::Answer;
+using recording::Lines;
+
+namespace {
+
+const char kSuccess[] = R"({"success": true})";
+const char kFailure[] = R"({"success": false})";
+const char kDeletionFailed[] = R"({"success": false,
+    "errinfo": {"sec": "msg", "key": "error_system", "line": 2860}})";
+
+class Aliases : public recording::ActionTest {
+protected:
+    void Prepare() override
+    {
+        world.aliases = {{"sales", {{"bob", 0}, {"staff", 1}, {"team", 2}, {"x@y.example", 3}}},
+                         {"Team", {{"font", 0}, {"a@b.example", 3}, {"c@d.example", 3}}},
+                         {"empty", {}}};
+    }
+
+    /// Names of the listed aliases and the total.
+    std::string Listed(std::map<std::string, std::string> parameters)
+    {
+        const std::string output = Read("alias_enum", std::move(parameters)).output;
+        const Json::Value answer = recording::ParseJson(output.substr(output.find('\n')));
+        std::string text;
+        for (const Json::Value& item : answer["items"]) text += item["alias_name"].asString() + " ";
+        return text + "of " + answer["total"].asString();
+    }
+};
+
+/// A request, the call that fails (null for none), the log and the answer.
+struct Row {
+    const char* body;
+    const char* failing;
+    const char* log;
+    const char* answer;
+};
+
+const char kSystemError[] = R"({"success": false,
+    "errinfo": {"sec": "common", "key": "error_system"}})";
+const char kConflict[] = R"({"success": false,
+    "errinfo": {"sec": "error", "key": "alias_conflict"}})";
+
+}  // namespace
+
+TEST_F(Aliases, AreListedWithTheirMembersColouredByKind)
+{
+    EXPECT_EQ(Read("alias_enum", {{"limit", "2"}, {"query", "B.EXAMPLE"}}).output,
+              Answer(R"({"success": true, "total": 1, "items": [{"alias_name": "Team",
+                  "alias_member": "font, a@b.example, c@d.example"}]})"));
+    EXPECT_EQ(Read("alias_enum", {{"limit", "1"}}).output,
+              Answer(R"({"success": true, "total": 3, "items": [{"alias_name": "sales",
+                  "alias_member": "bob, <font color=#115ba6>staff</font>, )"
+                     R"(<font color=#7a3d99>team</font>, x@y.example"}]})"));
+    EXPECT_EQ(Read("alias_enum", {{"query", "none"}}).output,
+              Answer(R"({"success": true, "total": 0, "items": []})"));
+}
+
+TEST_F(Aliases, AreSearchedByPlainNamesAndPaged)
+{
+    const struct {
+        const char *query, *start, *limit, *want;
+    } rows[] = {
+        {"", "0", "0", "of 3"},
+        {"", "1", "1", "Team of 3"},
+        {"", "2", "50", "empty of 3"},
+        {"", "3", "50", "of 3"},
+        {"", "-5", "6", "sales of 3"},
+        {"", "0", "-1", "of 3"},
+        {"", "1", "9223372036854775807", "Team empty of 3"},
+        {"", "x", "2x", "sales Team of 3"},
+        {"TEAM", "0", "9", "sales Team of 2"},
+        {"tEaM", "1", "9", "Team of 2"},
+        {"font", "0", "9", "Team of 1"},
+        {"#115ba6", "0", "9", "of 0"},
+        {"empty", "0", "9", "empty of 1"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.query) + " " + row.start + " " + row.limit);
+        EXPECT_EQ(Listed({{"query", row.query}, {"start", row.start}, {"limit", row.limit}}),
+                  row.want);
+        NextCase();
+    }
+    EXPECT_EQ(Listed({}), "of 3");
+}
+
+TEST_F(Aliases, ThatCannotBeComparedDoNotMatch)
+{
+    world.Fail("HLIBCUnicodeUTF8StrUpper sales");
+    EXPECT_EQ(Listed({{"query", "e"}, {"limit", "9"}}), "sales Team empty of 3") << "by a member";
+    world.ExpectLog("HLIBCUnicodeUTF8StrUpper failed, szStr=sales.");
+    NextCase();
+
+    world.aliases.resize(1);
+    world.aliases[0].second.clear();
+    world.Fail("HLIBCUnicodeUTF8StrUpper e");
+    EXPECT_EQ(Listed({{"query", "e"}, {"limit", "9"}}), "of 0");
+    world.ExpectLog("HLIBCUnicodeUTF8StrUpper failed, szQuery=e.");
+}
+
+TEST_F(Aliases, ThatCannotBeReadAreAFailure)
+{
+    const struct {
+        const char *action, *failing, *log, *answer;
+    } rows[] = {
+        {"alias_enum", "Alias::load", "Fail to load alias info", kSystemError},
+        {"alias_enum", "Alias::loadMember empty", "Fail to load member", kSystemError},
+        {"load_extaddr", "Alias::load", "Fail to load alias info", kFailure},
+        {"load_extaddr", "Alias::loadMember sales", "Fail to load member", kFailure},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.action) + " " + row.failing);
+        world.Fail(row.failing);
+        EXPECT_EQ(Read(row.action, {{"aliasname", "sales"}, {"limit", "9"}}).output,
+                  Answer(row.answer));
+        world.ExpectLog(row.log);
+        NextCase();
+    }
+    EXPECT_EQ(Read("load_extaddr").output, Answer(kFailure)) << "no such alias";
+    world.ExpectLog("Fail to load member");
+}
+
+TEST_F(Aliases, GiveTheirOutsideAddresses)
+{
+    EXPECT_EQ(Read("load_extaddr", {{"aliasname", "Team"}}).output,
+              Answer(R"({"success": true, "ext_addr": "a@b.example,c@d.example"})"));
+    EXPECT_EQ(Read("load_extaddr", {{"aliasname", "empty"}}).output,
+              Answer(R"({"success": true, "ext_addr": ""})"));
+}
+
+TEST_F(Aliases, AreChangedAndSavedOnce)
+{
+    const struct {
+        const char* body;
+        std::string calls;
+    } rows[] = {
+        {R"({"aliasname": "new", "member": [{"name": "a", "type": 1, "is_join": true},
+            {"name": "b", "type": 7}, {"name": "c", "is_join": true}]})",
+         "Alias::addMember new [a 1, c 0]\nAlias::delMember new [b 7]\n"},
+        {R"({"aliasname": "sales", "orgalias": "sales", "member": [{"name": "bob"}]})",
+         "Alias::delMember sales [bob 0]\n"},
+        {R"({"aliasname": "sold", "orgalias": "sales", "member": []})",
+         "Alias::changeAliasName sales sold\n"},
+        {R"({"aliasname": "gone", "orgalias": "none"})", "Alias::changeAliasName none gone\n"},
+        {"{}", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.body);
+        if (row.calls.find("change") != std::string::npos) world.Fail("Alias::changeAliasName");
+        EXPECT_EQ(Write("apply_alias_info", row.body).output, Answer(kSuccess));
+        EXPECT_EQ(world.Calls(), "Alias::load\n" + row.calls + "Alias::save\n");
+        NextCase();
+    }
+}
+
+TEST_F(Aliases, ThatCannotBeChangedStayAsTheyAre)
+{
+    const char both[] = R"({"aliasname": "new", "member": [{"name": "b"},
+        {"name": "a", "is_join": true}]})";
+    const char existing[] = R"({"aliasname": "sales", "orgalias": "sales", "member":
+        [{"name": "b"}]})";
+    const Row rows[] = {
+        {both, "Alias::load", "Fail to load alias info", kSystemError},
+        {both, "Alias::addMember new", "Fail to add member", kSystemError},
+        {both, "Alias::delMember new", "Fail to delete member", kSystemError},
+        {existing, "Alias::save", "Fail to save alias", kSystemError},
+        {R"({"aliasname": "sales"})", nullptr, nullptr, kConflict},
+        {R"({"aliasname": "sales", "orgalias": "empty"})", nullptr, nullptr, kConflict},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.body) + (row.failing == nullptr ? "" : row.failing));
+        if (row.failing != nullptr) world.Fail(row.failing);
+        EXPECT_EQ(Write("apply_alias_info", row.body).output, Answer(row.answer));
+        if (row.log != nullptr) world.ExpectLog(row.log);
+        EXPECT_EQ(world.aliases.size(), 3U);
+        NextCase();
+    }
+}
+
+TEST_F(Aliases, AreDeletedTogetherOrNotAtAll)
+{
+    const std::string body = R"({"alias": ["sales", "none"]})";
+    EXPECT_EQ(Write("alias_del", body).output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(),
+              Lines({"Alias::load", "Alias::delAlias [sales, none]", "Alias::save"}));
+    EXPECT_EQ(Write("alias_del").output, Answer(kSuccess)) << "an empty list";
+    NextCase();
+
+    const std::vector<std::vector<std::string>> rows = {
+        {"Alias::load", "Fail to load alias info"},
+        {"Alias::delAlias", "Fail to delete alias"},
+        {"Alias::save", "Fail to save alias"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row[0]);
+        world.Fail(row[0]);
+        EXPECT_EQ(Write("alias_del", body).output, Answer(kDeletionFailed));
+        world.ExpectLog(row[1]);
+        EXPECT_EQ(world.aliases.size(), 3U);
+        NextCase();
+    }
+}
+
+TEST_F(Aliases, AreDownloadedOrNothingIsAnswered)
+{
+    world.exportText = "sales: bob\nteam:";
+    EXPECT_EQ(Read("export_alias").output,
+              "Content-Type:application/octet-stream\n"
+              "Content-Disposition:attachment; filename=\"aliases\"\n\nsales: bob\nteam:");
+    EXPECT_EQ(world.Calls(), Lines({"mkstemp /tmp/aliasesXXXXXX", "Alias::load",
+                                    "Alias::ExportAlias /tmp/aliasesXXXXXX"}));
+    NextCase();
+
+    for (const bool loading : {true, false}) {
+        world.Fail(loading ? "Alias::load" : "Alias::ExportAlias");
+        EXPECT_EQ(Read("export_alias").output, "");
+        world.ExpectLog(loading ? "alias load fail" : "export alias fail");
+        NextCase();
+    }
+    std::string name;
+    world.On("Alias::ExportAlias", [this, &name] {
+        name = world.temporaryNames.begin()->first;
+        return unlink(name.c_str()) + symlink(name.c_str(), name.c_str());  // cannot be opened
+    });
+    EXPECT_EQ(Read("export_alias").output, "");
+    world.ExpectLog("alias open fail");
+    EXPECT_EQ(unlink(name.c_str()), 0);
+}

@@ -1,0 +1,205 @@
+"""The pages of the aliases, and where mail to an alias goes."""
+import os
+import smtplib
+import socketserver
+import subprocess
+import threading
+import time
+import unittest
+
+import harness
+from harness import (DOMAIN, ETC, POSTFIX_CONFIGURATION, SystemLog, delivered, mails, post, read,
+                     run, send, snapshot, wait_for)
+from pages import Pages
+
+USER, GROUP, ALIAS, OUTSIDE = range(4)
+
+
+class Sink(socketserver.StreamRequestHandler):
+    """An SMTP server elsewhere that takes all mail; it keeps the recipients of each."""
+
+    recipients = []
+
+    def handle(self):
+        self.wfile.write(b"220 elsewhere.test ESMTP\r\n")
+        while line := self.rfile.readline().decode().strip():
+            verb = line[:4].upper()
+            if verb == "RCPT":
+                self.recipients.append(line[9:-1])
+            elif verb == "DATA":
+                self.wfile.write(b"354 go on\r\n")
+                list(iter(self.rfile.readline, b".\r\n"))
+            self.wfile.write(b"221 bye\r\n" if verb == "QUIT" else b"250 fine\r\n")
+
+
+def setUpModule():
+    socketserver.ThreadingTCPServer.allow_reuse_address = True
+    server = socketserver.ThreadingTCPServer(("127.0.0.1", 2526), Sink)
+    server.daemon_threads = True
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    # A list that makes no reload necessary: a member of a group is looked up when it is expanded.
+    for group, members in (("staff", "alice,bob,carol"), ("hidden", "root")):
+        run("groupadd", "--gid", "2000" if group == "staff" else "2001", group)
+        run("gpasswd", "--members", members, group)
+
+
+def member(name, kind=USER, is_join=True):
+    return {"name": name, "type": kind, "is_join": is_join}
+
+
+def expanded(alias):
+    """What the mail server knows of an alias, in alphabetical order."""
+    path = "cdb:" + POSTFIX_CONFIGURATION + "/maps/aliases"
+    answer = run("/usr/sbin/postmap", "-q", alias, path, check=False)
+    return ", ".join(sorted(answer.strip().split(", ")))
+
+
+class Aliases(Pages):
+    def setUp(self):
+        super().setUp()
+        self.change("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
+                    smtp_relay_port=2526, smtp_relay_auth=False, smtp_relay_tls=False)
+        self.addCleanup(self.delete_all)
+
+    def delete_all(self):
+        self.change("alias_del", alias=[item["alias_name"] for item in self.listed()["items"]])
+
+    def listed(self, parameters="&limit=100"):
+        return read("alias_enum" + parameters).json()
+
+    def make(self, name, *members, before=""):
+        self.change("apply_alias_info", aliasname=name, orgalias=before, member=list(members))
+
+    def assert_reaches(self, alias, *users):
+        """Mail to an alias comes to these users, once each."""
+        subject = "%s %f" % (alias, time.time())
+        send("x@elsewhere.test", [alias + "@" + DOMAIN], subject)
+        for user in users:
+            delivered(user, subject)
+        queue = lambda: "empty" in run("/usr/sbin/postqueue", "-c", POSTFIX_CONFIGURATION, "-p")
+        wait_for(queue, "an empty queue")
+        counts = {user: len(mails(user, subject)) for user in ("alice", "bob", "carol", "admin")}
+        self.assertEqual({user for user, count in counts.items() if count}, set(users))
+        self.assertEqual(max(counts.values()), 1)
+
+    def assert_unknown(self, alias):
+        with self.assertRaises(smtplib.SMTPRecipientsRefused):
+            send("x@elsewhere.test", [alias + "@" + DOMAIN], "to nobody")
+
+    def test_mail_reaches_each_member_once(self):
+        self.assert_unknown("inner")
+        self.make("inner", member("bob"), member("staff", GROUP))
+        self.assert_reaches("inner", "alice", "bob", "carol")
+        self.make("outer", member("carol"), member("inner", ALIAS), member("staff", GROUP),
+                  member("x@elsewhere.test", OUTSIDE), member("CAROL@" + DOMAIN, OUTSIDE))
+        Sink.recipients.clear()
+        self.assert_reaches("Outer", "alice", "bob", "carol")
+        self.assertEqual(Sink.recipients, ["x@elsewhere.test"])
+        self.assertEqual(read("load_extaddr&aliasname=outer").json(),
+                         {"success": True, "ext_addr": "x@elsewhere.test,CAROL@" + DOMAIN})
+
+    def test_what_is_changed_is_in_force_at_once(self):
+        self.make("team", member("alice"), member("bob"))
+        self.make("team", member("alice", is_join=False), before="team")
+        self.assert_reaches("team", "bob")
+        self.make("outer", member("team", ALIAS))
+        self.make("crew", member("carol"), before="team")
+        self.assert_unknown("team")
+        self.assert_reaches("outer", "bob", "carol")
+        self.change("alias_del", alias=["crew", "none"])
+        self.assert_unknown("outer")
+        self.assertEqual(self.listed()["items"], [{"alias_name": "outer", "alias_member": ""}])
+        answer = post({"action": "apply_alias_info", "aliasname": "outer", "member": []}).json()
+        self.assertEqual(answer["errinfo"], {"sec": "error", "key": "alias_conflict"})
+
+    def test_loops_end(self):
+        self.make("one", member("one", ALIAS), member("bob"))
+        self.make("two", member("one", ALIAS), member("one@" + DOMAIN, OUTSIDE))
+        self.make("one", member("two", ALIAS), member("two@" + DOMAIN, OUTSIDE), before="one")
+        self.assert_reaches("one", "bob")
+        self.assert_reaches("two", "bob")
+        # Each gets the other's mail, and then the other's again.
+        self.make("alice", member("bob"))
+        self.make("bob", member("alice"), member("carol"))
+        self.assert_reaches("alice", "alice", "carol")
+
+    def test_the_roles_reach_an_administrator_until_they_are_aliases(self):
+        self.assert_reaches("postmaster", "admin")
+        self.make("Postmaster", member("bob"))
+        self.assert_reaches("postmaster", "bob")
+        self.assert_reaches("abuse", "admin")
+
+    def test_members_may_send_from_their_alias(self):
+        self.assert_saved(restrict_sender=True)
+        self.make("sales", member("staff", GROUP))
+        self.make("sales", member("x@elsewhere.test", OUTSIDE), before="sales")
+        send("sales@" + DOMAIN, ["bob@" + DOMAIN], "from the alias", port=587, login="alice")
+        delivered("bob", "from the alias")
+        send("alice@" + DOMAIN, ["bob@" + DOMAIN], "from herself", port=587, login="alice")
+        for sender in ("bob@" + DOMAIN, "none@" + DOMAIN):
+            with self.assertRaises(smtplib.SMTPException):
+                send(sender, ["bob@" + DOMAIN], "refused", port=587, login="alice")
+        run("gpasswd", "--delete", "alice", "staff")
+        self.addCleanup(run, "gpasswd", "--add", "alice", "staff")
+        run(harness.TARGET + "/bin/hald_set_config", "alias")
+        with self.assertRaises(smtplib.SMTPException):
+            send("sales@" + DOMAIN, ["bob@" + DOMAIN], "left", port=587, login="alice")
+
+    def test_names_that_are_refused_change_nothing(self):
+        self.make("team", member("bob"))
+        bad = ("a b", "x\ny", '"; drop', "\u00e4", "a" * 300, "a:b", "a,b", "<b>", "#a", "a@b", "TEAM")
+        for name in bad:
+            with self.subTest(name):
+                self.assert_refused("apply_alias_info", aliasname=name, orgalias="",
+                                    member=[member("bob")])
+                self.assert_refused("apply_alias_info", aliasname=name + "!", orgalias="team",
+                                    member=[member("bob")])
+                self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
+                                    member=[member("alice"), member(name + "!")])
+        for kind in (ALIAS, OUTSIDE, 4, -1):
+            self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
+                                member=[member("none", kind)])
+        self.assert_refused("apply_alias_info", aliasname="new", orgalias="none",
+                            member=[member("bob")])
+        self.assertEqual(self.listed()["items"], [{"alias_name": "team", "alias_member": "bob"}])
+
+    def test_the_list_is_searched_and_paged(self):
+        self.assertEqual(self.listed(), {"success": True, "total": 0, "items": []})
+        for name in ("red", "green", "blue"):
+            self.make(name, member("bob"), member("staff", GROUP))
+        names = lambda parameters: [item["alias_name"] for item in self.listed(parameters)["items"]]
+        self.assertEqual(names("&start=2&limit=2"), ["blue"])
+        self.assertEqual(names("&start=3&limit=2"), [])
+        self.assertEqual(names("&query=RE&limit=9"), ["red", "green"])
+        self.assertEqual(self.listed("")["total"], 3)
+        self.assertEqual(self.listed("&limit=1")["items"][0]["alias_member"],
+                         "bob, <font color=#115ba6>staff</font>")
+        download = read("export_alias")
+        self.assertEqual(download.body.decode(), "".join(
+            name + ": bob, %staff\n" for name in ("red", "green", "blue")))
+        self.assertIn('filename="aliases"', download.headers["Content-Disposition"])
+
+    def test_large_aliases(self):
+        with open("/etc/passwd", encoding="ascii") as file:
+            before = file.read()
+        added = ["u%04d" % i for i in range(3000)]
+        with open("/etc/passwd", "a", encoding="ascii") as file:
+            file.writelines("%s:x:%d:2002::/nonexistent:/bin/false\n" % (name, 10000 + i)
+                            for i, name in enumerate(added))
+        self.addCleanup(harness.write_file, "/etc/passwd", before)
+        run("groupadd", "--gid", "2002", "everybody")
+        self.addCleanup(run, "groupdel", "everybody")
+        self.make("all", member("everybody", GROUP), *(member("w%04d@elsewhere.test" % i, OUTSIDE)
+                                                       for i in range(2000)))
+        self.assertEqual(len(expanded("all").split(", ")), 5000)
+        page = read("alias_mem_enum&rolefilter=localgrp&limit=50&query=EVERY").json()
+        self.assertEqual(page["items"], [{"name": "everybody", "is_join": False, "status": 1}])
+        Sink.recipients.clear()
+        self.make("outside", *(member("w%04d@elsewhere.test" % i, OUTSIDE) for i in range(1500)))
+        send("x@elsewhere.test", ["outside@" + DOMAIN], "to many")
+        wait_for(lambda: len(Sink.recipients) >= 1500, "1500 recipients", 60)
+        self.assertEqual(len(set(Sink.recipients)), 1500)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
