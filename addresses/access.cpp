@@ -8,6 +8,7 @@
 #include "frame/download.h"
 #include "frame/log.h"
 #include "frame/mailvane_handler.h"
+#include "frame/number_parameter.h"
 #include "platform/mailvane/access.h"
 
 namespace {

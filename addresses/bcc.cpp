@@ -7,6 +7,7 @@
 #include "frame/download.h"
 #include "frame/log.h"
 #include "frame/mailvane_handler.h"
+#include "frame/number_parameter.h"
 #include "platform/mailvane/bcc.h"
 
 namespace {

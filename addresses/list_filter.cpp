@@ -1,13 +1,7 @@
 // Page and search of the address lists, as requests name them.
 #include "addresses/list_filter.h"
 
-#include <cstdlib>
-
-long NumberParameter(WebMan& web, const char* name, const char* fallback)
-{
-    constexpr int decimal = 10;
-    return std::strtol(web.In(name, fallback), nullptr, decimal);
-}
+#include "frame/number_parameter.h"
 
 Filter ReadListFilter(WebMan& web)
 {

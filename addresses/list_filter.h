@@ -4,10 +4,6 @@
 #include "platform/mailvane/filter.h"
 #include "platform/web/web_man.h"
 
-/// A number parameter in decimal; text without leading digits is 0. `fallback` is the text that
-/// stands for an absent one.
-long NumberParameter(WebMan& web, const char* name, const char* fallback);
-
 /// The parameters "start", "limit", "search_type" and "search_key" of the access and blind-copy
 /// lists; absent ones ask for the first 50 entries, unsearched.
 Filter ReadListFilter(WebMan& web);

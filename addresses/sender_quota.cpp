@@ -5,6 +5,7 @@
 #include "addresses/account_names.h"
 #include "addresses/list_filter.h"
 #include "frame/mailvane_handler.h"
+#include "frame/number_parameter.h"
 #include "frame/service_control.h"
 #include "frame/settings_json.h"
 #include "platform/hlib/accounts.h"

@@ -72,7 +72,7 @@ $policy_bank{'SMTP_AUTH'} = { originating => 1, bypass_spam_checks_maps => [1] }
 @av_scanners_backup = ();
 $virus_scanners_failure_is_fatal = 1;
 
-# Lists: one entry a line.
+# Lists: one entry a line, with "!" in front of an exception.
 my $list = sub {
     my @entries;
     open(my $lines, '<', "$lists/$_[0]") or return;
@@ -82,14 +82,17 @@ my $list = sub {
     }
     return @entries;
 };
-my $table = sub { return { map { lc($_) => 1 } $list->($_[0]) } };
-@whitelist_sender_maps = ($table->('white_senders'));
-@blacklist_sender_maps = ($table->('black_senders'));
+my $table = sub {
+    my ($file, $listed, $excepted) = @_;
+    return { map { my $not = s/^!//; lc($_) => $not ? $excepted : $listed } $list->($file) };
+};
+@whitelist_sender_maps = ($table->('white_senders', 1, 0));
+@blacklist_sender_maps = ($table->('black_senders', 1, 0));
 @score_sender_maps = ();
-unshift @bypass_spam_checks_maps, $table->('white_recipients');
+unshift @bypass_spam_checks_maps, $table->('white_recipients', 1, 0)
+    unless $bypass_spam_checks_maps[0];
 $per_recip_whitelist_sender_lookup_tables = {};
-$per_recip_blacklist_sender_lookup_tables =
-    { map { lc($_) => { '.' => 1 } } $list->('black_recipients') };
+$per_recip_blacklist_sender_lookup_tables = $table->('black_recipients', { '.' => 1 }, {});
 @client_ipaddr_policy = (
     [ $list->('white_clients') ] => 'WHITE', [ $list->('black_clients') ] => 'BLACK');
 $policy_bank{'WHITE'} = { bypass_spam_checks_maps => [1] };
