@@ -26,11 +26,9 @@ NameType KindOf(const BlackWhite& entry)
     return static_cast<NameType>(entry.nameType);
 }
 
-/// Clients are known by their addresses, senders and recipients by mail addresses and domains.
-bool SuitsList(const BlackWhite& entry)
+bool IsIp(const BlackWhite& entry)
 {
-    const bool isIp = entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
-    return isIp == (entry.type == TYPE_CLIENT);
+    return entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
 }
 
 std::list<BlackWhite> Entries(SQLite::Statement& query)
@@ -82,7 +80,8 @@ bool MakeStored(BlackWhite& entry, std::string& fault)
         fault = "there is no such type";
     } else if (!name) {
         fault = "the name is none of its kind";
-    } else if (!SuitsList(entry)) {
+    } else if (IsIp(entry) != (entry.type == TYPE_CLIENT)) {
+        // Clients are known by their addresses, senders and recipients by mail addresses.
         fault = "the type does not go with a name of this kind";
     } else {
         entry.name = *name;
@@ -100,16 +99,16 @@ std::string BlackWhiteLine(const BlackWhite& entry)
 bool ParseBlackWhiteLine(const std::string& line, BlackWhite& entry)
 {
     const auto end = line.find(' ');
-    entry.name = line.substr(line.find_first_not_of(' ', end == std::string::npos ? 0 : end));
-    entry.nameType = KindInText(entry.name);
-    if (end == std::string::npos) {
-        const bool isIp = entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
-        entry.type = isIp ? TYPE_CLIENT : TYPE_SENDER;
-        return true;
-    }
+    const auto second = line.find_first_not_of(' ', end);
+    const bool isAlone = second == std::string::npos;
     const auto* type = std::find(std::begin(kTypeNames), std::end(kTypeNames), line.substr(0, end));
-    entry.type = static_cast<int>(type - std::begin(kTypeNames));
-    return type != std::end(kTypeNames);
+    if (isAlone != (type == std::end(kTypeNames))) return false;
+
+    entry.name = isAlone ? line : line.substr(second);
+    entry.nameType = KindInText(entry.name);
+    const int typeOfKind = IsIp(entry) ? TYPE_CLIENT : TYPE_SENDER;
+    entry.type = isAlone ? typeOfKind : static_cast<int>(type - std::begin(kTypeNames));
+    return true;
 }
 
 int CountBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter)
