@@ -1,8 +1,6 @@
 // The request handler: authorization, choice between upload, read and write actions, answers.
 #include "frame/mailvane_handler.h"
 
-#include <stdexcept>
-
 MailvaneHandler::MailvaneHandler() : ServerFormHandler(false, nullptr) {}
 
 MailvaneHandler::~MailvaneHandler() noexcept(false) = default;
@@ -32,12 +30,6 @@ void MailvaneHandler::PostHook() {}
 bool MailvaneHandler::IsAuthorizedAdmin()
 {
     return web_.IsAuthorized(nullptr, 3, 1);
-}
-
-void MailvaneHandler::HandleUpload()
-{
-    // No list takes imports yet, so an upload is an action that nobody knows.
-    throw std::invalid_argument("invalid action: upload");
 }
 
 void MailvaneHandler::SetSuccess(Json::Value& response, bool success)

@@ -58,9 +58,20 @@ private:
     void ReadDispatch();
     void WriteDispatch(Json::Value& in);
     void HandleUpload();
+    /// Carries out the import that an upload is for; a failure is told in `response`.
+    void ImportUpload(Json::Value& response);
+    /// Takes the uploaded file in and returns its path; empty, told in `response`, when that fails.
+    std::string SaveUploadFile(Json::Value& response);
 
     /// Writes the one answer of an action: its members, its message, its success flag.
     void Answer(Json::Value& response, const Outcome& outcome);
+
+    // frame/
+    void ImportAccess(Json::Value& in);
+    void ImportBcc(Json::Value& in);
+    void ImportSpamRule(Json::Value& in);
+    void ImportSpamBlackwhite(Json::Value& in);
+    void ImportAlias(Json::Value& in);
 
     // services/
     void LoadImapPop3();
@@ -105,6 +116,24 @@ private:
     void SetSenderQuota(Json::Value& in);
     void DeleteSenderQuota(Json::Value& in);
     void SetAttachmentFilter(Json::Value& in);
+
+    // filtering/
+    void LoadSpamConfig();
+    void LoadSpamRules();
+    void LoadSpamBlackwhite();
+    void LoadAdvAntiSpam();
+    void ExportRule();
+    void FreshClam();
+    void CheckVirusStatus();
+    void ExportSpamBlackwhite();
+    void ApplySpamBlackwhite();
+    void SaveSpamConfig(Json::Value& in);
+    void SaveSpamRules(Json::Value& in);
+    void DeleteRules(Json::Value& in);
+    void AddSpamBlackwhiteList(Json::Value& in);
+    void EditSpamBlackwhiteList(Json::Value& in);
+    void DeleteSpamBlackwhiteList(Json::Value& in);
+    void SaveAdvanceAntiSpam(Json::Value& in);
 
     // maillog/
     void LoadOverview();

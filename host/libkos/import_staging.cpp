@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
@@ -15,6 +16,7 @@ namespace kos {
 namespace {
 
 constexpr long long kValid = 900;  // seconds
+constexpr const char* kNames[] = {"/tmp/mailvane.import", "/tmp/mailvane.importxxxxxx"};
 
 bool IsCurrent(const struct stat& status)
 {
@@ -28,12 +30,27 @@ bool IsCurrent(const struct stat& status)
 
 void RemoveStaleStaging()
 {
-    const std::string path = host::Path("/tmp/mailvane.import");
+    const std::string path = host::Path(kNames[0]);
     struct stat status;
     if (lstat(path.c_str(), &status) < 0 || IsCurrent(status)) return;
 
     host::Log(LOG_WARNING, "staged import removed: it is old or not ours");
     (void)unlink(path.c_str());
+}
+
+void ClearStagingNames()
+{
+    for (const char* name : kNames) {
+        const std::string path = host::Path(name);
+        struct stat status;
+        if (lstat(path.c_str(), &status) < 0 || !S_ISDIR(status.st_mode)) continue;
+
+        std::string aside = host::Path("/tmp/mailvane-stranger.XXXXXX");
+        const bool moved =
+            mkdtemp(aside.data()) != nullptr && rename(path.c_str(), aside.c_str()) == 0;
+        host::Log(LOG_WARNING, "%s was a directory; it %s %s", path.c_str(),
+                  moved ? "is now" : "cannot become", aside.c_str());
+    }
 }
 
 }  // namespace kos

@@ -8,4 +8,8 @@ namespace kos {
 /// then answered as one that was never staged.
 void RemoveStaleStaging();
 
+/// Moves directories away that have the name of the description or of its draft: everybody can make
+/// them in /tmp, and the program could neither replace nor remove them.
+void ClearStagingNames();
+
 }  // namespace kos

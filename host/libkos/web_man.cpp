@@ -117,6 +117,7 @@ void WebMan::State::LoadJson()
     const char* reason = nullptr;
     json = kos::ParseJsonBody(text, reason);
     if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
+    kos::ClearStagingNames();
 }
 
 void WebMan::State::LoadForm()

@@ -8,12 +8,11 @@
 // as an answer of the SMTP server would throw it away for all recipients of the message.
 #include <algorithm>
 #include <optional>
-#include <unordered_set>
 
 #include "host/libmailvane/access_store.h"
 #include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/list_maps.h"
-#include "host/libmailvane/list_names.h"
+#include "host/libmailvane/map_text.h"
 
 namespace host {
 namespace {
@@ -22,37 +21,6 @@ namespace {
 const char kNowhere[] = "discarded.invalid";
 
 using Entries = std::list<AccessInfo>;
-
-/// Text of a map in which each key stands once: what is added first counts.
-class MapText {
-public:
-    void Add(const std::vector<std::string>& keys, const std::string& value)
-    {
-        for (const std::string& key : keys) {
-            if (keys_.insert(key).second) text_.append(key).append(" ").append(value).append("\n");
-        }
-    }
-
-    std::string Take() { return std::move(text_); }
-
-private:
-    std::unordered_set<std::string> keys_;
-    std::string text_;
-};
-
-/// A map of names, `valueOf` each entry's value. A domain's own entry comes before that of its
-/// tree, which has the domain as a key too.
-template <typename ValueOf>
-std::string NamesText(const Entries& entries, ValueOf valueOf)
-{
-    MapText map;
-    for (const NameType kind : {NAME_ADDRESS, NAME_DOMAIN, NAME_DOMAIN_TREE}) {
-        for (const AccessInfo& entry : entries) {
-            if (entry.nameType == kind) map.Add(AccessKeys(kind, entry.name), valueOf(entry));
-        }
-    }
-    return map.Take();
-}
 
 std::string Answer(const AccessInfo& entry)
 {
@@ -104,16 +72,10 @@ std::string AddressesText(const Entries& clients)
 /// Networks, the small ones first: the first that holds an address counts.
 std::string NetworksText(const Entries& clients)
 {
-    std::vector<const AccessInfo*> networks;
-    for (const AccessInfo& entry : clients) {
-        if (entry.nameType == NAME_NETWORK) networks.push_back(&entry);
-    }
-    std::stable_sort(networks.begin(), networks.end(),
-                     [](const AccessInfo* left, const AccessInfo* right) {
-                         return PrefixLength(left->name) > PrefixLength(right->name);
-                     });
     std::string text;
-    for (const AccessInfo* entry : networks) text += entry->name + " " + Answer(*entry) + "\n";
+    for (const AccessInfo* entry : SmallestFirst(clients, {NAME_NETWORK})) {
+        text += entry->name + " " + Answer(*entry) + "\n";
+    }
     return text;
 }
 

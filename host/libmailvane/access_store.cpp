@@ -44,15 +44,6 @@ bool SuitsList(Type type, NameType kind)
     return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
 }
 
-/// The kind of a name that stands in a file: every kind shows.
-NameType KindOf(const std::string& name)
-{
-    if (name.find('@') != std::string::npos) return NAME_ADDRESS;
-    if (name.front() == '.') return NAME_DOMAIN_TREE;
-    if (name.find('/') != std::string::npos) return NAME_NETWORK;
-    return IsNameOfKind(NAME_IP, name) ? NAME_IP : NAME_DOMAIN;
-}
-
 /// Runs an INSERT of one entry; the number of rows that came in.
 int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 {
@@ -85,8 +76,7 @@ bool MakeStored(AccessInfo& entry, std::string& fault)
 
 std::string AccessLine(const AccessInfo& entry)
 {
-    const char* dot = entry.nameType == NAME_DOMAIN_TREE ? "." : "";
-    return dot + entry.name + " " + Access::StatusToStr(entry.status);
+    return NameInText(entry.nameType, entry.name) + " " + Access::StatusToStr(entry.status);
 }
 
 bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
@@ -97,7 +87,7 @@ bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
 
     entry.type = type;
     entry.name = line.substr(0, end);
-    entry.nameType = KindOf(entry.name);
+    entry.nameType = KindInText(entry.name);
     entry.status = Access::StrToStatus(line.substr(second).c_str());
     return true;
 }

@@ -9,6 +9,7 @@
 #include "host/libmailvane/account_record.h"
 #include "host/libmailvane/alias_store.h"
 #include "host/libmailvane/bcc_store.h"
+#include "host/libmailvane/black_white_store.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/sender_quota_table.h"
 
@@ -18,7 +19,7 @@ namespace {
 // Features add their tables as further scripts.
 constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
-                                            kSenderQuotaTable};
+                                            kSenderQuotaTable, kBlackWhiteTable};
 
 constexpr AccountStore kAlias = {"etc/alias.db", "", Schema(kAliasScripts)};
 constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane", Schema(kMailvaneScripts)};

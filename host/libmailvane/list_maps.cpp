@@ -1,29 +1,19 @@
 // Maps and files that the lists of the package fill.
 #include "host/libmailvane/list_maps.h"
 
+#include <algorithm>
+
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/generation.h"
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
-#include "platform/mailvane/spam.h"
 
 namespace host {
 
 namespace {
-
-/// Files of a store that has no entries yet; throws when the store cannot be read.
-std::vector<ListFile> EmptyFiles(AccountDatabase which, const std::vector<std::string>& names)
-{
-    (void)ReadAccountDatabase(which);
-    std::vector<ListFile> files;
-    files.reserve(names.size());
-    for (const std::string& name : names) files.push_back({name, ""});
-    return files;
-}
 
 int PutListsInForce(const std::vector<ListFile>& files)
 {
@@ -43,23 +33,18 @@ int PutListsInForce(const std::vector<ListFile>& files)
     if (!next.Commit()) return -1;
 
     // The scanner reads its lists when it starts.
-    if (next.Changed("amavis/") && MailScanner::Service("restart") < 0) return -1;
-
+    const int scanner = next.Changed("amavis/") ? MailScanner::Service("restart") : 0;
     if (const auto pending = ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.
         if (replaced != pending->before) RemoveGeneration(replaced);
-        return 0;
+        return scanner;
     }
     PruneGenerations(replaced);
-    return Postfix::Service("restart");
+    const int mailServer = Postfix::Service("restart");
+    return std::min(scanner, mailServer);
 }
 
 }  // namespace
-
-std::vector<ListFile> BlackWhiteFiles()
-{
-    return EmptyFiles(AccountDatabase::kMailvane, {"black_senders"});
-}
 
 std::vector<ListFileMaker> AccountLists()
 {
@@ -81,8 +66,3 @@ int RebuildLists(const std::vector<ListFileMaker>& makers)
 }
 
 }  // namespace host
-
-int Spam::GenerateBlackWhite()
-{
-    return host::RebuildLists({host::BlackWhiteFiles});
-}

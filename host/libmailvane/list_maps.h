@@ -20,6 +20,7 @@ constexpr char kQuotaFile[] = "policy/limits";
 
 /// Paths of tables that Postfix reads as they are.
 constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
+constexpr char kBlackClientsFile[] = "postfix/maps/black_clients";
 constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
 
 /// What each list fills, from its store; a missing store is an empty one. Throw when a store cannot

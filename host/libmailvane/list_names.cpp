@@ -163,6 +163,19 @@ std::vector<std::string> AccessKeys(NameType kind, const std::string& name)
     return {name};
 }
 
+std::string NameInText(NameType kind, const std::string& name)
+{
+    return (kind == NAME_DOMAIN_TREE ? "." : "") + name;
+}
+
+NameType KindInText(const std::string& name)
+{
+    if (name.find('@') != std::string::npos) return NAME_ADDRESS;
+    if (!name.empty() && name.front() == '.') return NAME_DOMAIN_TREE;
+    if (name.find('/') != std::string::npos) return NAME_NETWORK;
+    return IsNameOfKind(NAME_IP, name) ? NAME_IP : NAME_DOMAIN;
+}
+
 int PrefixLength(const std::string& name)
 {
     const auto slash = name.find('/');

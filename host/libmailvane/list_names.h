@@ -22,6 +22,11 @@ bool IsNameOfKind(NameType kind, const std::string& text);
 /// empty). A domain tree is the domain and all below it: two keys, the domain itself first.
 std::vector<std::string> AccessKeys(NameType kind, const std::string& name);
 
+/// A stored name as texts for people show it: a domain tree has a dot in front, so that the kind of
+/// every name shows. And the kind that a name in such a text has.
+std::string NameInText(NameType kind, const std::string& name);
+NameType KindInText(const std::string& name);
+
 /// Bits of the prefix of a stored address or network; 32 or 128 for an address.
 int PrefixLength(const std::string& name);
 

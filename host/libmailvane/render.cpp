@@ -32,10 +32,12 @@ const char* const kListMaps[] = {"aliases",
                                  "client_addresses",
                                  "discarded_recipients",
                                  "recipient_transport",
-                                 "black_senders"};
+                                 "black_senders",
+                                 "black_recipients"};
 
 /// Files that other lists fill and that are read as they are.
-const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kAttachmentChecksFile};
+const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kBlackClientsFile,
+                                  kAttachmentChecksFile};
 
 std::string ReadFragment(const char* name)
 {

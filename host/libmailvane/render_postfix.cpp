@@ -179,7 +179,8 @@ void AddClientAccess(Restrictions& restrictions)
 std::string RecipientRestrictions(const StoredSettings& settings)
 {
     Restrictions restrictions;
-    restrictions.Add("check_recipient_access " + Map("recipient_access"))
+    restrictions.Add("check_recipient_access " + Map("black_recipients"))
+        .Add("check_recipient_access " + Map("recipient_access"))
         .Add("permit_mynetworks")
         .Add("permit_sasl_authenticated");
     if (settings.Bool("spam_dnsbl_enable") || settings.Bool("enable_spf_check")) {
@@ -199,6 +200,7 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
                                             "}, pcre:${config_directory}/maps/login_rule");
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
     Restrictions client;
+    client.Add("check_client_access " + Table("cidr", "black_clients"));
     AddClientAccess(client);
     main.Add("smtpd_client_restrictions",
              client.Add("permit_mynetworks")

@@ -1,0 +1,324 @@
+"""The pages of the spam filter and the uploads: what they do to real mail."""
+import json
+import os
+import smtplib
+import time
+import unittest
+
+import harness
+from harness import DOMAIN, ETC, SystemLog, delivered, mails, post, read, run, wait_for
+from test_scanner import message
+
+ALICE, BOB, CAROL = (user + "@" + DOMAIN for user in ("alice", "bob", "carol"))
+STRANGER = "someone@elsewhere.test"
+BLACK, WHITE = 1, 0
+SENDER, RECIPIENT, CLIENT = range(3)
+ADDRESS, NAME, TREE, IP, NETWORK = range(5)
+STAGED, DRAFT = "/tmp/mailvane.import", "/tmp/mailvane.importxxxxxx"
+SETTINGS = {"spam_enable": True, "spam_tag_score": 5, "spam_reject_score": 12,
+            "spam_subject_tag": "[SPAM]", "spam_action": "reject"}
+ZEBRA = "# zebras\nbody LOCAL_ZEBRA /\\bzebra\\b/i\ndescribe LOCAL_ZEBRA A zebra\n"
+SPOOLED = "# a comment that makes a file of more than the memory of an upload\n" * 5000
+
+
+def say(kind, *recipients, sender=STRANGER, source="127.0.0.1", subject=None):
+    """The last code of the server for a message."""
+    with smtplib.SMTP("127.0.0.1", 25, "client.test", 60, (source, 0)) as client:
+        try:
+            client.send_message(message(kind, subject), sender, recipients or [BOB])
+            return 250
+        except smtplib.SMTPRecipientsRefused as refusal:
+            return max(code for code, _ in refusal.recipients.values())
+        except smtplib.SMTPResponseException as refusal:
+            return refusal.smtp_code
+
+
+def upload(text, *curl):
+    """What the program answers to a file that curl sends as a form does."""
+    with open("/tmp/to upload", "w", encoding="utf-8") as file:
+        file.write(text)
+    answer = run("/usr/bin/curl", "-sS", "-u", "admin:pw-admin", "-H", "X-Mailvane: 1", *curl,
+                 "-F", "file=@/tmp/to upload", "http://127.0.0.1:8080/mailvane.cgi")
+    return json.loads(answer)
+
+
+def tell(action, **members):
+    answer = post({"action": action, **members}).json()
+    if answer.get("success") is not True:
+        raise AssertionError("%s: %r" % (action, answer))
+    return answer
+
+
+def bring_in(text, action, **members):
+    """Stages an import and uploads its file."""
+    tell(action, **members)
+    answer = upload(text)
+    if answer != {"success": True}:
+        raise AssertionError("upload: %r" % answer)
+
+
+def command(action):
+    return read(action, headers={"X-Mailvane": "1"}).json()
+
+
+class Filtering(harness.Story):
+    """The filter is on; a setting that is as it was restarts nothing."""
+
+    def setUp(self):
+        super().setUp()
+        self.configure()
+        self.log = SystemLog()
+
+    def configure(self, **changes):
+        tell("save_spam_config", **{**SETTINGS, **changes})
+
+    def assert_logged(self, *texts):
+        lines = "\n".join(self.log.lines())
+        for text in texts:
+            self.assertIn(text, lines)
+
+
+class Rules(Filtering):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.delete)
+
+    def delete(self):
+        tell("delete_rules", deleteList=[{"ruleName": name} for name in self.rules()])
+
+    def rules(self):
+        answer = read("load_spam_rules").json()
+        self.assertEqual(answer["total"], len(answer["items"]))
+        return {item["ruleName"]: item["isEnable"] for item in answer["items"]}
+
+    def switch(self, name, enabled):
+        tell("save_spam_rules", modifiedList=[{"ruleName": name, "isEnable": enabled}])
+
+    def test_settings_act_on_the_next_mail(self):
+        loaded = read("load_spam_config").json()
+        self.assertEqual({name: loaded[name] for name in SETTINGS}, SETTINGS)
+        self.assertEqual([say("clean"), say("spam")], [250, 554])
+        self.configure(spam_action="tag", spam_subject_tag="[JUNK]")
+        self.assertEqual(say("spam", subject="gtube one"), 250)
+        self.assertIn("ubject: [JUNK] gtube one", delivered("bob", "gtube one"))
+        self.configure(spam_enable=False)
+        self.assertEqual(say("spam", subject="gtube two"), 250)
+        self.assertNotIn("[JUNK]", delivered("bob", "gtube two"))
+
+    def test_a_rule_file_is_uploaded_switched_exported_and_deleted(self):
+        bring_in(ZEBRA + "score LOCAL_ZEBRA 20\n", "import_spam_rule", rule_name="my zebra.cf")
+        self.assertEqual(self.rules(), {"my zebra.cf": True})
+        self.assertEqual([say("zebra"), say("clean")], [554, 250])
+        self.switch("my zebra.cf", False)
+        self.assertEqual((self.rules(), say("zebra")), ({"my zebra.cf": False}, 250))
+        self.switch("my zebra.cf", True)
+        self.assertEqual(say("zebra"), 554)
+
+        download = read("export_rule&rule_name=my%20zebra.cf")
+        self.assertEqual(download.body.decode(), ZEBRA + "score LOCAL_ZEBRA 20\n")
+        self.assertIn('filename="my zebra.cf"', download.headers["Content-Disposition"])
+
+        bring_in(SPOOLED + ZEBRA + "score LOCAL_ZEBRA 6\n", "import_spam_rule",
+                 rule_name="my zebra.cf")
+        self.assertEqual(say("zebra", subject="six points"), 250)
+        text = delivered("bob", "six points")
+        self.assertIn("ubject: [SPAM] six points", text)
+        self.assertIn("LOCAL_ZEBRA=6", text)
+        self.delete()
+        self.assertEqual((self.rules(), say("zebra")), ({}, 250))
+        self.assertEqual(read("export_rule&rule_name=my%20zebra.cf").body, b"")
+
+    def test_what_is_no_rule_is_refused_and_the_scanner_keeps_running(self):
+        bring_in(ZEBRA + "score LOCAL_ZEBRA 20\n", "import_spam_rule", rule_name="zebra.cf")
+        scanner = harness.pid_of("/run/MailScanner.pid")
+        with open("/tmp/Evil.pm", "w", encoding="ascii") as file:
+            file.write("package Evil; open(my $f, '>', '/tmp/evil.ran'); 1;\n")
+        for text, why in ((ZEBRA + "loadplugin Evil /tmp/Evil.pm\n", "line 4: is no rule"),
+                          ("include /etc/shadow\n", "line 1: is no rule"),
+                          ("body EVIL /(?{ `touch /tmp/evil.ran` })/\n", "line 1: holds a program"),
+                          ("body BROKEN /(/\n", "refused by the spam filter"),
+                          ("meta BROKEN (A\n", "refused by the spam filter")):
+            with self.subTest(text):
+                self.log = SystemLog()
+                bring_in(text, "import_spam_rule", rule_name="bad.cf")
+                self.assertIs(self.rules()["bad.cf"], False)
+                self.assert_logged(why, "'bad.cf' is refused")
+        bring_in("body BROKEN /(/\n", "import_spam_rule", rule_name="zebra.cf")
+        self.assertEqual(say("zebra"), 554, "what was in force stays so")
+        self.assertFalse(os.path.exists("/tmp/evil.ran"))
+        self.assertEqual(harness.pid_of("/run/MailScanner.pid"), scanner)
+
+        for name in ("../evil.cf", "a/b.cf", ""):
+            bring_in(ZEBRA, "import_spam_rule", rule_name=name)
+            self.assertNotIn(name, self.rules())
+        self.assertEqual([name for name in os.listdir(ETC) if "evil" in name], [])
+        left = [name for name in os.listdir("/tmp") if name.startswith(("mailvane-upload", "mailvane-lint"))]
+        self.assertEqual(left, [], "uploads and homes are gone")
+
+
+class Lists(Filtering):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.clear)
+
+    def clear(self):
+        tell("delete_spam_blackwhite_list", deleteList=[
+            {"name": item["name"], "type": item["type"], "nameType": item["name_type"],
+             "blackWhite": item["black_white"]} for item in self.load("&limit=1000")["items"]])
+        self.apply()
+
+    def load(self, query=""):
+        return read("load_spam_blackwhite" + query).json()
+
+    def apply(self):
+        self.assertEqual(command("apply_spam_blackwhite"), {"success": True})
+
+    def add(self, black_white, list_type, name_type, *names):
+        for name in names:
+            tell("add_spam_blackwhite_list", blackWhite=black_white, type=list_type,
+                 nameType=name_type, name=name)
+
+    def test_they_act_once_they_are_applied_and_black_acts_without_the_filter(self):
+        self.add(WHITE, SENDER, ADDRESS, "good@tree.test")
+        self.add(WHITE, SENDER, TREE, ".white.test")
+        self.add(WHITE, RECIPIENT, ADDRESS, CAROL)
+        self.add(WHITE, CLIENT, IP, "127.0.0.7")
+        self.add(BLACK, SENDER, TREE, "tree.test")
+        self.add(BLACK, RECIPIENT, ADDRESS, ALICE)
+        self.add(BLACK, CLIENT, NETWORK, "127.0.0.4/30")
+        rows = [("clean", {"sender": "x@a.tree.test"}, 554), ("clean", {"source": "127.0.0.5"}, 554),
+                ("clean", {"source": "127.0.0.7"}, 250), ("clean", {"sender": "good@tree.test"}, 250)]
+        self.assertEqual([say(kind, **how) for kind, how, _ in rows], [250] * 4, "not applied")
+        self.apply()
+        for how in ({"sender": "good@tree.test"}, {"sender": "x@a.white.test"},
+                    {"source": "127.0.0.7"}):
+            with self.subTest(**how):
+                self.assertEqual(say("spam", **how), 250)
+        self.assertEqual(say("spam", CAROL), 250)
+        for on in (True, False):
+            self.configure(spam_enable=on)
+            for kind, how, code in rows:
+                with self.subTest(kind, spam_enable=on, **how):
+                    self.assertEqual(say(kind, **how), code)
+            self.assertEqual(say("clean", ALICE), 554)
+
+    def test_mail_for_several_recipients(self):
+        self.add(WHITE, RECIPIENT, ADDRESS, CAROL)
+        self.add(BLACK, RECIPIENT, ADDRESS, ALICE)
+        self.apply()
+        kept = set(os.listdir("/var/lib/mailvane/quarantine"))
+        self.assertEqual(say("spam", BOB, CAROL, subject="spam for two"), 250)
+        delivered("carol", "spam for two")
+        self.assertEqual(mails("bob", "spam for two"), [])
+        self.assertEqual(len(set(os.listdir("/var/lib/mailvane/quarantine")) - kept), 1)
+        self.assertEqual(say("clean", BOB, ALICE, subject="clean for two"), 250)
+        delivered("bob", "clean for two")
+        self.assertEqual(mails("alice", "clean for two"), [])
+
+    def test_entries_are_edited_searched_exported_and_imported(self):
+        text = "sender x@a.test\nsender .b.test\nrecipient %s\nclient 192.0.2.0/24\n" % BOB
+        bring_in("\ufeff" + text.replace("\n", "\r\n"), "import_spam_blackwhite", blackWhite=BLACK)
+        download = read("export_spam_blackwhite&blackWhite=1")
+        self.assertEqual(download.body.decode(), text)
+        self.assertIn("spam.blacklist.rule", download.headers["Content-Disposition"])
+        self.assertEqual(read("export_spam_blackwhite").body, b"")
+
+        tell("edit_spam_blackwhite_list", orgName="x@a.test", orgType=SENDER, orgNameType=ADDRESS,
+             orgBlackWhite=BLACK, name="y@a.test", type=SENDER, nameType=ADDRESS, blackWhite=WHITE)
+        self.assertEqual(self.load("&search_key=a.test&search_type=0"), {
+            "success": True, "total": 1, "items": [
+                {"name": "y@a.test", "type": 0, "name_type": 0, "black_white": 0}]})
+        page = self.load("&start=1&limit=2")
+        self.assertEqual((page["total"], len(page["items"])), (4, 2))
+
+        self.log = SystemLog()
+        bring_in("new@a.test\n\nsender b c\n", "import_spam_blackwhite", blackWhite=BLACK)
+        self.assert_logged("line 3: ", "import spam black white fail")
+        self.assertEqual(self.load()["total"], 4)
+        for entry in ({"name": "a b"}, {"name": "x@a.test", "nameType": IP}, {"name": "<x>@a.test"}):
+            answer = post({"action": "add_spam_blackwhite_list", "blackWhite": 1, "type": 0,
+                           "nameType": 0, **entry}).json()
+            self.assert_system_error(answer)
+
+
+class Imports(Filtering):
+    def test_every_list_small_and_spooled(self):
+        def total(action):
+            return lambda: read(action).json()["total"]
+
+        imports = (
+            ("import_access", {"type": 1}, "a%d@x.test REJECT\n", total("load_access")),
+            ("import_bcc", {"type": 0}, "b%d@x.test bob\n", total("load_bcc")),
+            ("import_spam_blackwhite", {"blackWhite": 0}, "c%d@x.test\n",
+             total("load_spam_blackwhite")),
+            ("import_alias", {}, "d%d: bob\n", total("alias_enum&limit=10")))
+        for action, members, line, count in imports:
+            with self.subTest(action):
+                before = count()
+                bring_in(line % 1, action, **members)
+                self.assertEqual(count(), before + 1)
+                bring_in(SPOOLED + line % 2, action, **members)
+                self.assertEqual(count(), before + 2)
+                self.log = SystemLog()
+                bring_in(line % 3 + "\nb c d e f\x01\n", action, **members)
+                self.assertEqual(count(), before + 2, "all or nothing")
+                self.assert_logged("line 3: ")
+
+    def test_an_import_needs_its_staging_and_no_other_user_can_stand_in(self):
+        if os.path.exists(STAGED):
+            os.unlink(STAGED)
+        refusal = {"success": True, "errinfo": {"sec": "common", "key": "error_system"}}
+        self.assertEqual(upload("x@x.test REJECT\n"), refusal)
+
+        def as_alice(script):
+            run("/usr/bin/setpriv", "--reuid=alice", "--regid=alice", "--clear-groups", "/bin/sh",
+                "-c", script)
+
+        as_alice("echo import_type=alias >%s; echo rule_name=evil >%s" % (STAGED, DRAFT))
+        self.assertEqual(upload("evil: bob\n"), refusal)
+        before = read("load_access").json()["total"]
+        as_alice("echo import_type=alias >%s" % STAGED)
+        bring_in("stood@x.test REJECT\n", "import_access", type=0)
+        self.assertEqual(read("load_access").json()["total"], before + 1)
+
+        os.unlink(STAGED)
+        as_alice("echo kept >/tmp/alice; ln -s /tmp/alice %s; ln -s /tmp/alice %s" % (STAGED, DRAFT))
+        bring_in("linked@x.test REJECT\n", "import_access", type=0)
+        self.assertEqual(read("load_access").json()["total"], before + 2)
+        with open("/tmp/alice", encoding="ascii") as file:
+            self.assertEqual(file.read(), "kept\n")
+
+        os.unlink(STAGED)
+        as_alice("mkdir -p %s/a %s/a" % (STAGED, DRAFT))
+        bring_in("directory@x.test REJECT\n", "import_access", type=0)
+        self.assertEqual(read("load_access").json()["total"], before + 3)
+
+
+class AntiVirus(Filtering):
+    def test_an_update_is_never_waited_for(self):
+        start = time.monotonic()
+        self.assertEqual(command("fresh_clam"), {"success": True})
+        self.assertLess(time.monotonic() - start, 5)
+
+        def status():
+            answer = read("check_virus_status").json()
+            self.assertEqual(answer["isFinish"], answer["status"] in ("done", "error"))
+            return answer["status"]
+
+        self.assertEqual(status(), "fresh_clam", "without a network it takes its time to fail")
+        self.assertEqual(command("fresh_clam"), {"success": True})
+        self.assertEqual(run("/usr/bin/pgrep", "-c", "-f", "hald_anti-virus update").strip(), "1")
+        wait_for(lambda: status() == "done", "the update", 40)
+        self.assert_logged("the signatures could not be updated")
+
+    def test_the_advanced_page(self):
+        page = read("load_adv_anti_spam").json()
+        self.assertEqual(page["smtp_relay_password"], "")
+        tell("save_advance_anti_spam", require_helo=not page["require_helo"])
+        wanted = "no" if page["require_helo"] else "yes"
+        self.assertEqual(harness.postconf("smtpd_helo_required"), wanted)
+        tell("save_advance_anti_spam", require_helo=page["require_helo"])
+
+
+if __name__ == "__main__":
+    unittest.main()
