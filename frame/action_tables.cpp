@@ -96,7 +96,7 @@ constexpr MailvaneHandler::Row<MailvaneHandler::WriteHandler> MailvaneHandler::k
 
 namespace {
 
-constexpr std::size_t kMostRows = 38;
+constexpr std::size_t kRows = 38;  // of each table
 
 template <typename Row, std::size_t n>
 constexpr bool NamesAreDistinct(const Row (&table)[n])
@@ -142,12 +142,12 @@ void MailvaneHandler::WriteDispatch(Json::Value& in)
 
 std::vector<std::string> MailvaneHandler::ReadActions()
 {
-    static_assert(std::size(kReadTable) <= kMostRows && NamesAreDistinct(kReadTable));
+    static_assert(std::size(kReadTable) == kRows && NamesAreDistinct(kReadTable));
     return Names(kReadTable);
 }
 
 std::vector<std::string> MailvaneHandler::WriteActions()
 {
-    static_assert(std::size(kWriteTable) <= kMostRows && NamesAreDistinct(kWriteTable));
+    static_assert(std::size(kWriteTable) == kRows && NamesAreDistinct(kWriteTable));
     return Names(kWriteTable);
 }

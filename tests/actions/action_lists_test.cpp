@@ -1,7 +1,5 @@
-// The full lists of actions. The tables of the program hold an ordered part of each.
+// The full lists of actions.
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 #include "frame/mailvane_handler.h"
 
@@ -91,26 +89,10 @@ const Names kWriteActions = {
     "set_attachment_filter",
 };
 
-/// The first row that is not in the list behind the rows before it; "" when there is none.
-std::string FirstStray(const Names& rows, const Names& all)
-{
-    auto next = all.begin();
-    for (const std::string& row : rows) {
-        next = std::find(next, all.end(), row);
-        if (next == all.end()) return row;
-        ++next;
-    }
-    return "";
-}
-
 }  // namespace
 
-TEST(ActionTables, HoldAnOrderedPartOfTheFullLists)
+TEST(ActionTables, HoldTheFullListsInOrder)
 {
-    ASSERT_EQ(kReadActions.size(), 38U);
-    ASSERT_EQ(kWriteActions.size(), 38U);
-    EXPECT_FALSE(MailvaneHandler::ReadActions().empty());
-    EXPECT_FALSE(MailvaneHandler::WriteActions().empty());
-    EXPECT_EQ(FirstStray(MailvaneHandler::ReadActions(), kReadActions), "");
-    EXPECT_EQ(FirstStray(MailvaneHandler::WriteActions(), kWriteActions), "");
+    EXPECT_EQ(MailvaneHandler::ReadActions(), kReadActions);
+    EXPECT_EQ(MailvaneHandler::WriteActions(), kWriteActions);
 }
