@@ -87,9 +87,8 @@ def codes(*kinds):
 
 def daemons():
     """Names of the scanner's daemons that run."""
-    found = subprocess.run(
-        ["/usr/bin/pgrep", "-a", "-f", "^/usr/(s?bin)/(amavisd|amavisd-milter|clamd|freshclam)( |$)"],
-        check=False, stdout=subprocess.PIPE, text=True).stdout
+    names = "^/usr/s?bin/(amavisd|amavisd-milter|clamd|freshclam)( |$)"
+    found = run("/usr/bin/pgrep", "-a", "-f", names, check=False)
     return {os.path.basename(line.split()[1]) for line in found.splitlines()}
 
 
