@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "host/libmailvane/attachment_types.h"
+#include "host/libmailvane/database.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/scanner_files.h"
 
@@ -296,7 +297,11 @@ void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
                      const Surroundings& around)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
-    for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
+    const auto putTypes = [&next] {
+        for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
+        return 0;
+    };
+    if (WithoutExceptions("attachment types", putTypes) < 0) next.Fail("make", kBannedTypes);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);

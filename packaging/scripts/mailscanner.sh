@@ -74,6 +74,8 @@ milter() (
 
 case ${1-} in
 stop) milter stop && scanner stop ;;
-start | restart) if wanted; then scanner "$1" && milter "$1"; else milter stop && scanner stop; fi ;;
+start | restart)
+    if wanted; then scanner "$1" && milter "$1"; else milter stop && scanner stop; fi
+    ;;
 *) control "${1-}" ;;
 esac
