@@ -4,27 +4,11 @@
 #include <cstdlib>
 #include <set>
 
+#include "host/libhaldcore/mail_services.h"
+
 namespace host {
 
 namespace {
-
-struct Service {
-    const char* enabledKey;
-    const char* portKey;
-    int port;      // where the settings do not say
-    bool enabled;  // likewise
-    bool isSmtp;   // off while the mail server as a whole is
-};
-
-constexpr Service kServices[] = {
-    {"smtp_enabled", "smtp_port", 25, true, true},
-    {"smtp_ssl_enabled", "smtps_port", 465, false, true},
-    {"smtp_tls_enabled", "smtp_tls_port", 587, true, true},
-    {"imap_enabled", "imap_port", 143, true, false},
-    {"imaps_enabled", "imaps_port", 993, true, false},
-    {"pop3_enabled", "pop3_port", 110, false, false},
-    {"pop3s_enabled", "pop3s_port", 995, false, false},
-};
 
 bool Switch(const KeyValueFile& settings, const char* key, bool fallback)
 {
@@ -33,7 +17,7 @@ bool Switch(const KeyValueFile& settings, const char* key, bool fallback)
     return value == "yes";
 }
 
-int Port(const KeyValueFile& settings, const Service& service)
+int Port(const KeyValueFile& settings, const MailService& service)
 {
     const std::string value = settings.Get(service.portKey).value_or("");
     char* end = nullptr;
@@ -58,7 +42,7 @@ std::string FirewallRules(const KeyValueFile& settings)
     const bool mailServer = Switch(settings, "smtp_enabled", true);
     std::set<int> open;
     std::set<int> closed;
-    for (const Service& service : kServices) {
+    for (const MailService& service : kMailServices) {
         const bool on = Switch(settings, service.enabledKey, service.enabled) &&
                         (mailServer || !service.isSmtp);
         (on ? open : closed).insert(Port(settings, service));

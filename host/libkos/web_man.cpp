@@ -15,6 +15,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
+#include "host/libkos/audit_line.h"
 #include "host/libkos/body_reader.h"
 #include "host/libkos/changing_actions.h"
 #include "host/libkos/form_parser.h"
@@ -50,8 +51,11 @@ struct WebMan::State {
     std::unique_ptr<Json::Value> json;
     std::string language;
     bool loaded = false;
+    bool audited = false;
 
     bool Changes() const;
+    std::string Action() const;
+    void Audit(const std::string& result);
     void Refuse(const Refusal& refusal);
     [[noreturn]] void RefuseAndThrow(const Refusal& refusal);
     void LoadJson();
@@ -68,6 +72,27 @@ bool WebMan::State::Changes() const
 
     const std::string* const action = parameters.Find("action");
     return action != nullptr && changingActions.Contains(*action);
+}
+
+std::string WebMan::State::Action() const
+{
+    if (request.body.kind == BodyKind::kUpload) return "upload";
+    if (json != nullptr) {
+        const Json::Value& members = *json;  // constant: a look-up adds nothing
+        const Json::Value& action = members["action"];
+        return action.isString() ? action.asString() : "";
+    }
+    const std::string* const action = parameters.Find("action");
+    return action != nullptr ? *action : "";
+}
+
+/// Logs what became of a request that changes something, once.
+void WebMan::State::Audit(const std::string& result)
+{
+    if (audited || !loaded || !Changes()) return;
+
+    audited = true;
+    kos::WriteAuditLine(request, Action(), result);
 }
 
 /// Answers with the refusal, after the rest of the body: a web server may cut an answer that comes
@@ -151,7 +176,10 @@ WebMan::WebMan()
     state_ = std::make_unique<State>();
 }
 
-WebMan::~WebMan() = default;
+WebMan::~WebMan()
+{
+    state_->Audit("no answer");
+}
 
 // There is one privilege, to administer, and one caller, so the arguments select nothing.
 bool WebMan::IsAuthorized(const char* /*user*/, int /*privilege*/, int /*position*/)
@@ -217,6 +245,7 @@ void WebMan::WriteHeader(const char* contentType)
 
 void WebMan::WriteBody(const Json::Value& body)
 {
+    state_->Audit(kos::ResultOf(body));
     kos::WriteJson(body);
 }
 

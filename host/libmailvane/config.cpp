@@ -1,6 +1,7 @@
 // Typed settings in memory: loading, setting, saving.
 #include "platform/mailvane/config.h"
 
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/config_state.h"
 #include "host/libmailvane/save_transaction.h"
@@ -159,9 +160,12 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     for (const std::string& name : state.changed) {
         std::string spelled;
         Spell(*FindSetting(name), state.values.at(name), spelled);
+        if (wanted->Spelled(name) != spelled) NoteChange(name);
         wanted->Set(name, spelled);
     }
     if (state.listsChanged) {
+        if (wanted->domains != state.domains) NoteChange("domains");
+        if (!(wanted->blocklists == state.blocklists)) NoteChange("blocklists");
         wanted->domains = state.domains;
         wanted->blocklists = state.blocklists;
     }

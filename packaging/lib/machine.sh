@@ -13,7 +13,9 @@ world_packages=(
     lighttpd fcgiwrap
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
-test_packages=(libgtest-dev libgmock-dev dnsmasq-base python3-dkim)
+test_packages=(
+    libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin lighttpd-mod-openssl nginx-light
+)
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
     libboost-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev

@@ -3,12 +3,14 @@
 # the program for whoever may open its socket, and that is lighttpd alone, as a user of its own.
 # Whoever opens that socket is root on this machine.
 #
-# The address is 127.0.0.1 and the port 8080, or MAILVANE_WEB_PORT.
+# The address is 127.0.0.1 and the port 8080, or MAILVANE_WEB_PORT. With MAILVANE_WEB_TLS_PORT the
+# other machines of the network are served too, over TLS on that port.
 
 . "${BASH_SOURCE%/*}/common.sh"
 
 runtime=/run/mailvane/web
 export MAILVANE_WEB_PORT=${MAILVANE_WEB_PORT:-8080}
+configuration=$package/target/etc/web/lighttpd${MAILVANE_WEB_TLS_PORT:+-tls}.conf
 
 select_gate() { program=/usr/sbin/fcgiwrap pid_file=$runtime/fcgi.pid; }
 select_server() { program=/usr/sbin/lighttpd pid_file=$runtime/lighttpd.pid; }
@@ -20,7 +22,7 @@ bring_up() {
     install -d -m 700 /run/mailvane "$runtime"
     chmod 755 /run/mailvane
     start_gate
-    quietly lighttpd -f "$package/target/etc/lighttpd.conf" || fail "cannot start lighttpd"
+    quietly lighttpd -f "$configuration" || fail "cannot start lighttpd"
     select_server
     wait_for 10 answers || fail "lighttpd does not answer on port $MAILVANE_WEB_PORT"
 }

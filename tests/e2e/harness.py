@@ -232,7 +232,14 @@ class SystemLog:
         self._start = os.path.getsize(SYSLOG)
 
     def lines(self):
-        """The program's own lines, each as it was logged, without date."""
+        """The program's own lines, but for those that only tell who changed something."""
+        return [line for line in self._all() if " audit: " not in line]
+
+    def audit(self):
+        """The lines that tell who changed something, from the name of the user on."""
+        return [line.partition(" audit: ")[2] for line in self._all() if " audit: " in line]
+
+    def _all(self):
         with open(SYSLOG, "rb") as file:
             file.seek(self._start)
             text = file.read().decode(errors="replace")

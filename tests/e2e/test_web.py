@@ -148,6 +148,31 @@ class Bodies(WebStory):
         self.assert_nothing_changed()
 
 
+class Audit(WebStory):
+    """One line about each request that changes something: who, from where, what, how it ended."""
+
+    def test_changes_are_logged_and_secrets_are_not(self):
+        def line(user, action, result):
+            return 'user "%s", address 127.0.0.1, action %s: %s' % (user, action, result)
+
+        log = harness.SystemLog()
+        read("load_smtp")
+        harness.save(smtp_hostname="audited.test", smtp_tls_enabled=False)
+        harness.save(smtp_port=587, smtp_tls_port=587, smtp_tls_enabled=True)
+        post({"action": "save_relay", "smtp_relay_auth": True, "smtp_relay_server": "r.test",
+              "smtp_relay_account": "me", "smtp_relay_password": "pw-secret"})
+        post({"action": "nonsense"})
+        lines = harness.wait_for(lambda: len(log.audit()) > 3 and log.audit(), "audit lines")
+        self.assertEqual(lines[0], line("admin", "save_smtp",
+                                        "done; to change: smtp_hostname, smtp_tls_enabled"))
+        self.assertEqual(lines[1], line("admin", "save_smtp", "failed (common/error_system); "
+                                        "to change: smtp_port, smtp_tls_enabled"))
+        self.assertIn("smtp_relay_password", lines[2])
+        self.assertEqual(lines[3], line("admin", "nonsense", "no answer"))
+        self.assertNotIn("pw-secret", " ".join(lines))
+        post({"action": "save_relay"})
+
+
 class Actions(WebStory):
     """Requests that lead to no action end without an answer."""
 

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/libhaldcore/mail_services.h"
 #include "host/libmailvane/settings_table.h"
 #include "host/libmailvane/text_checks.h"
 
@@ -16,6 +17,14 @@ TEST(SettingsTable, EveryDefaultIsAValueItsSettingTakes)
 {
     for (const host::SettingInfo& setting : AllSettings()) {
         EXPECT_TRUE(SettingAccepts(setting, setting.fallback)) << setting.name;
+    }
+}
+
+TEST(SettingsTable, AgreesWithThePacketFilterOnTheDefaultsOfTheMailServices)
+{
+    for (const host::MailService& service : host::kMailServices) {
+        EXPECT_EQ(std::to_string(service.port), FindSetting(service.portKey)->fallback);
+        EXPECT_STREQ(service.enabled ? "yes" : "no", FindSetting(service.enabledKey)->fallback);
     }
 }
 

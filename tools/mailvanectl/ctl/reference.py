@@ -45,7 +45,7 @@ class Action:
 
     def reason(self, section, key):
         """What an errinfo means, "" when the reference does not say."""
-        return self.reasons.get(section + "/" + key) or self.reasons.get(section + "/*", "")
+        return self.reasons.get(section + "/" + key, "")
 
 
 class Reference:

@@ -1,0 +1,25 @@
+// The ports of the mail services: by which settings each is opened, and where it listens as long as
+// the settings do not say.
+#pragma once
+
+namespace host {
+
+struct MailService {
+    const char* enabledKey;
+    const char* portKey;
+    int port;      ///< where the settings do not say
+    bool enabled;  ///< likewise
+    bool isSmtp;   ///< off while the SMTP server as a whole is
+};
+
+constexpr MailService kMailServices[] = {
+    {"smtp_enabled", "smtp_port", 25, true, true},
+    {"smtp_ssl_enabled", "smtps_port", 465, false, true},
+    {"smtp_tls_enabled", "smtp_tls_port", 587, true, true},
+    {"imap_enabled", "imap_port", 143, true, false},
+    {"imaps_enabled", "imaps_port", 993, true, false},
+    {"pop3_enabled", "pop3_port", 110, false, false},
+    {"pop3s_enabled", "pop3s_port", 995, false, false},
+};
+
+}  // namespace host

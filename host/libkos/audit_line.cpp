@@ -1,0 +1,40 @@
+// The line about each request that changes something. Writes to syslog.
+#include "host/libkos/audit_line.h"
+
+#include "host/libhaldcore/audit.h"
+#include "host/libhaldcore/log.h"
+
+namespace kos {
+namespace {
+
+/// A member that is a text; empty otherwise.
+std::string TextOf(const Json::Value& object, const char* name)
+{
+    const Json::Value& member = object[name];
+    return member.isString() ? member.asString() : "";
+}
+
+}  // namespace
+
+std::string ResultOf(const Json::Value& answer)
+{
+    if (!answer.isObject()) return "done";
+
+    // An import tells a failure by its message alone.
+    const Json::Value& message = answer["errinfo"];
+    if (message.isObject()) {
+        return "failed (" + TextOf(message, "sec") + "/" + TextOf(message, "key") + ")";
+    }
+    const Json::Value& success = answer["success"];
+    return success.isBool() && !success.asBool() ? "failed" : "done";
+}
+
+void WriteAuditLine(const CgiRequest& request, const std::string& action, const std::string& result)
+{
+    const std::string names = host::NotedChanges();
+    host::Log(LOG_NOTICE, "audit: user \"%.64s\", address %.64s, action %.64s: %.128s%s%s",
+              request.user.c_str(), request.address.c_str(), action.c_str(), result.c_str(),
+              names.empty() ? "" : "; to change: ", names.c_str());
+}
+
+}  // namespace kos

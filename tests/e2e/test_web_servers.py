@@ -1,0 +1,108 @@
+"""nginx, Apache and lighttpd with TLS in front of the same program."""
+import base64
+import contextlib
+import http.client
+import json
+import os
+import ssl
+import subprocess
+import unittest
+
+import harness
+from harness import ETC, TARGET, Answer, run, snapshot, wait_for
+
+TLS_PORT = 8443
+CONFIGURATION = TARGET + "/etc/web/"
+RUNTIME = "/run/mailvane/web/"
+
+# How each is started, and its pid file.
+SERVERS = {
+    "nginx": (["nginx", "-c", CONFIGURATION + "nginx.conf"], "nginx.pid"),
+    "apache": (["apache2", "-f", CONFIGURATION + "apache.conf"], "apache.pid"),
+    "lighttpd": ([TARGET + "/scripts/web.sh", "restart"], "lighttpd.pid"),
+}
+OWN_HOST = "127.0.0.1:%d" % TLS_PORT
+CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).encode()
+
+
+def request(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
+    """As harness.request, over TLS."""
+    head = dict(headers or {})
+    if user is not None:
+        login = "%s:pw-%s" % (user, user)
+        head["Authorization"] = "Basic " + base64.b64encode(login.encode()).decode()
+    if body is not None:
+        head.setdefault("Content-Type", "application/json")
+    context = ssl.create_default_context(cafile=ETC + "/tls/cert.pem")
+    connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=60, context=context)
+    with contextlib.closing(connection):
+        connection.request("GET" if body is None else "POST", path, body, head)
+        return Answer(connection.getresponse())
+
+
+def make_certificate():
+    """The mail server's certificate, for the address that the tests call."""
+    run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2",
+        "-subj", "/CN=mv.test", "-addext", "subjectAltName=IP:127.0.0.1",
+        "-keyout", ETC + "/tls/key.pem", "-out", ETC + "/tls/cert.pem")
+    os.chmod(ETC + "/tls/key.pem", 0o600)
+
+
+@contextlib.contextmanager
+def server(name):
+    """The server, running until the block ends."""
+    command, pid_file = SERVERS[name]
+    environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
+    subprocess.run(command, check=True, env=environment, stdin=subprocess.DEVNULL, timeout=60)
+    wait_for(lambda: harness.answers(TLS_PORT), name)
+    with open(RUNTIME + pid_file, encoding="ascii") as file:
+        pid = int(file.read())
+    try:
+        yield pid
+    finally:
+        os.kill(pid, 15)
+        wait_for(lambda: not harness.answers(TLS_PORT), "the end of " + name)
+
+
+class WebServers(harness.Story):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        make_certificate()
+
+    def test_each_lets_in_whom_it_should(self):
+        self.addCleanup(harness.control, "web", "restart")
+        for name in SERVERS:
+            with server(name):
+                self.check_entrance(name)
+
+    def check_entrance(self, name):
+        before = snapshot(ETC)
+        cases = (
+            ("administrator", 200, {}),
+            ("own page", 200, {"headers": {"Origin": "https://" + OWN_HOST}}),
+            ("stranger", 401, {"user": None}),
+            ("wrong password", 401, {"user": "mallory"}),
+            ("plain user", 403, {"user": "alice"}),
+            ("plain user who names another", 403, {"user": "alice",
+                                                   "headers": {"Remote-User": "admin"}}),
+            ("foreign page", 403, {"headers": {"Origin": "https://127.0.0.1"}}),
+            ("change by a foreign page", 403, {"body": CHANGE,
+                                               "headers": {"Origin": "https://elsewhere.test"}}),
+            ("change by a plain user", 403, {"body": CHANGE, "user": "alice"}),
+            ("broken body", 400, {"body": CHANGE[:-1]}),
+            ("long body", 413, {"body": b" " * 5_000_000 + CHANGE}),
+            ("other file", 404, {"path": "/etc/htpasswd"}),
+        )
+        for what, status, parts in cases:
+            with self.subTest(server=name, what=what):
+                self.assertEqual(request(**parts).status, status)
+        self.assertEqual(snapshot(ETC), before)
+
+        relay = json.dumps({"action": "save_relay", "smtp_relay_enabled": False}).encode()
+        with self.subTest(server=name, what="change"):
+            self.assertIs(request(body=relay).json()["success"], True)
+
+
+if __name__ == "__main__":
+    unittest.main()
