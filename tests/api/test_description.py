@@ -14,7 +14,7 @@ import unittest
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tests/e2e")
 
-import contract  # pylint: disable=wrong-import-position
+import contract
 
 CONTRACT = contract.Contract()
 

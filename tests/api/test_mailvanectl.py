@@ -14,8 +14,8 @@ from unittest import mock
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools/mailvanectl")
 
-from ctl import administrators, answers, app, arguments, edit, gateway  # noqa: E402 pylint: disable=wrong-import-position
-from ctl.reference import Reference, Usage  # noqa: E402 pylint: disable=wrong-import-position
+from ctl import administrators, answers, app, arguments, edit, gateway
+from ctl.reference import Reference, Usage
 
 MASK = "\ufffd" * 8
 PROGRAM = """#!/bin/sh
@@ -52,6 +52,7 @@ class Words(unittest.TestCase):
             ("save_smtp", ["smtp_port=25x"], None),
             ("save_smtp", ["smtp_port="], None),
             ("save_smtp", ["smtp_port=2147483648"], None),
+            ("save_smtp", ["smtp_port=" + "9" * 5000], None),
             ("save_smtp", ["smtp_port=25", "smtp_port=26"], None),
             ("save_smtp", ["smtp_prot=25"], None),
             ("save_smtp", ['{"smtp_port":"25"}'], None),
@@ -167,6 +168,7 @@ class Commands(unittest.TestCase):
         self.assertEqual(refused[0], 1)
         self.assertIn("forbidden (403)", refused[2])
         self.assertEqual(self.run_line("load_smpt")[0], 2)
+        self.assertEqual(self.run_line("-o", "/nowhere", "load_smtp")[0], 2)
         self.assertEqual(self.run_line("add_domain", "domain=a.test", "b.test")[0], 2)
 
     def test_reads_are_queries_and_writes_are_json(self):

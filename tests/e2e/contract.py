@@ -11,7 +11,7 @@ import urllib.parse
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools/mailvanectl")
 
-import openapi  # pylint: disable=wrong-import-position
+import openapi
 
 CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask"}
 SAID_ONLY = {"description", "default", "minimum", "maximum", "format", "writeOnly",

@@ -85,7 +85,7 @@ class Gateway:
     def _send(self, head, parts):
         # A session of its own: the terminal's interrupt key ends this program, not a change halfway.
         with open(os.devnull, "rb") as nothing:
-            process = subprocess.Popen(  # pylint: disable=consider-using-with
+            process = subprocess.Popen(
                 [self._program], env={**self._environment(), **head}, cwd="/",
                 stdin=subprocess.PIPE if parts else nothing, stdout=subprocess.PIPE,
                 start_new_session=True)
