@@ -1,4 +1,4 @@
-"""What the actions take and answer: read from actions.json, which is made from docs/openapi.yaml."""
+"""What the actions take and answer: actions.json, which is made from docs/openapi.yaml."""
 import json
 
 
