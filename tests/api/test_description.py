@@ -14,7 +14,7 @@ import unittest
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tests/e2e")
 
-import contract  # pylint: disable=wrong-import-position
+import contract
 
 CONTRACT = contract.Contract()
 
@@ -100,7 +100,8 @@ class Checker(unittest.TestCase):
     def test_sees_what_is_not_described(self):
         refused = {"sec": "common", "key": "error_system"}
         self.assert_faulty("lacks items", "read", "enum_domain", success=True)
-        self.assert_faulty("answer.more is not", "read", "enum_domain", success=True, items=[], more=1)
+        self.assert_faulty("answer.more is not", "read", "enum_domain", success=True, items=[],
+                           more=1)
         self.assert_faulty("items[0].domain is 5", "read", "enum_domain", success=True,
                            items=[{"domain": 5}])
         self.assert_faulty("items[0].x is not", "read", "enum_domain", success=True,
@@ -110,7 +111,8 @@ class Checker(unittest.TestCase):
         self.assert_faulty("errinfo.line is not", "write", "add_domain", success=False,
                            errinfo={**refused, "line": 5})
         self.assert_faulty("lacks errinfo", "write", "add_domain", success=False)
-        self.assert_faulty("errinfo is not described", "write", "add_domain", success=True, errinfo=refused)
+        self.assert_faulty("errinfo is not described", "write", "add_domain", success=True,
+                           errinfo=refused)
         self.assert_faulty("answer.success is 1", "write", "add_domain", success=1)
         self.assert_faulty("answer.more is not", "write", "add_domain", success=False,
                            errinfo=refused, more=1)

@@ -14,8 +14,8 @@ from unittest import mock
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools/mailvanectl")
 
-from ctl import administrators, answers, app, arguments, edit, gateway  # noqa: E402 pylint: disable=wrong-import-position
-from ctl.reference import Reference, Usage  # noqa: E402 pylint: disable=wrong-import-position
+from ctl import administrators, answers, app, arguments, edit, gateway
+from ctl.reference import Reference, Usage
 
 MASK = "\ufffd" * 8
 PROGRAM = """#!/bin/sh
@@ -52,6 +52,7 @@ class Words(unittest.TestCase):
             ("save_smtp", ["smtp_port=25x"], None),
             ("save_smtp", ["smtp_port="], None),
             ("save_smtp", ["smtp_port=2147483648"], None),
+            ("save_smtp", ["smtp_port=" + "9" * 5000], None),
             ("save_smtp", ["smtp_port=25", "smtp_port=26"], None),
             ("save_smtp", ["smtp_prot=25"], None),
             ("save_smtp", ['{"smtp_port":"25"}'], None),
@@ -86,7 +87,8 @@ class Words(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w") as file:
             file.write("se cret\nmore\n")
             file.flush()
-            self.assertEqual(self.members("save_relay", "smtp_relay_password=@" + file.name), wanted)
+            self.assertEqual(self.members("save_relay", "smtp_relay_password=@" + file.name),
+                             wanted)
         self.assertRaises(Usage, self.members, "save_relay", "smtp_relay_password=@/nowhere")
 
 
@@ -96,8 +98,8 @@ class Sent(unittest.TestCase):
     def test_a_save_is_not_sent_with_members_that_would_count_as_off(self):
         with self.assertRaisesRegex(Usage, "smtp_enabled .*edit smtp"):
             arguments.complete(REFERENCE.action("save_smtp"), {"smtp_hostname": "a.test"})
-        self.assertEqual(arguments.complete(REFERENCE.action("save_relay"), {"smtp_relay_port": 25}),
-                         {"smtp_relay_port": 25})
+        given = {"smtp_relay_port": 25}
+        self.assertEqual(arguments.complete(REFERENCE.action("save_relay"), given), given)
 
     def test_a_page_goes_back_without_its_passwords(self):
         save = REFERENCE.action("save_smtp")
@@ -167,6 +169,7 @@ class Commands(unittest.TestCase):
         self.assertEqual(refused[0], 1)
         self.assertIn("forbidden (403)", refused[2])
         self.assertEqual(self.run_line("load_smpt")[0], 2)
+        self.assertEqual(self.run_line("-o", "/nowhere", "load_smtp")[0], 2)
         self.assertEqual(self.run_line("add_domain", "domain=a.test", "b.test")[0], 2)
 
     def test_reads_are_queries_and_writes_are_json(self):
@@ -183,8 +186,8 @@ class Commands(unittest.TestCase):
         path = self.target + '/li"st'
         with open(path, "w", encoding="ascii") as file:
             file.write("x@y.test OK")
-        done = self.run_line("import_access", "type=0", path, answer='Status: 200\n\n{"success":true}')
-        self.assertEqual(done[0], 0)
+        answer = 'Status: 200\n\n{"success":true}'
+        self.assertEqual(self.run_line("import_access", "type=0", path, answer=answer)[0], 0)
         self.assertRegex(self.sent(), r'(?s)"type": 0\}.*multipart/form-data; boundary=(\w+)\n'
                          r'--\1\r\n.*filename="li_st"\r\n.*\r\n\r\nx@y.test OK\r\n--\1--\r\n$')
         before = self.sent()
@@ -193,7 +196,8 @@ class Commands(unittest.TestCase):
 
     def test_downloads_replace_a_file_only_when_they_are_whole(self):
         path = self.target + "/aliases"
-        head = 'Content-Type:application/octet-stream\nContent-Disposition:attachment; filename="a"\n\n'
+        head = ("Content-Type:application/octet-stream\n"
+                'Content-Disposition:attachment; filename="a"\n\n')
         self.assertEqual(self.run_line("export_alias", answer=head + "a: b\n")[:2], (0, "a: b\n"))
         self.assertEqual(self.run_line("-o", path, "export_alias", answer=head + "a: b\n")[0], 0)
         self.assertEqual(self.run_line("export_alias", "-o", path, answer="")[0], 3)

@@ -2,6 +2,7 @@
 import json
 import os
 import subprocess
+import tempfile
 import unittest
 
 import harness
@@ -52,8 +53,8 @@ class Ctl(Pages):
     def test_in_whose_name(self):
         self.assertEqual(ctl("--as", "alice", "load_smtp")[::2],
                          (1, "mailvanectl: load_smtp: forbidden (403)\n"))
-        self.assertEqual(ctl("load_smtp", command=["/usr/bin/setpriv", "--reuid=bob", "--clear-groups",
-                                                   CTL])[0], 2)
+        as_bob = ["/usr/bin/setpriv", "--reuid=bob", "--clear-groups", CTL]
+        self.assertEqual(ctl("load_smtp", command=as_bob)[0], 2)
 
     def test_a_password_that_was_not_given_stays(self):
         self.done("save_relay", "smtp_relay_enabled=yes", "smtp_relay_server=relay.test",
@@ -74,6 +75,21 @@ class Ctl(Pages):
                   'domainList={"domain":"third.test"}')
         self.assertEqual(read("enum_domain").json()["items"], [])
         self.assertIn("dkim_public_key", self.done("generate_dkim_key"))
+
+    def test_lists_go_in_and_out_as_files(self):
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        given, got = folder + "/aliases", folder + "/got"
+        with open(given, "w", encoding="utf-8") as file:
+            file.write("sales: alice, bob\n")
+        self.done("import_alias", given)
+        self.addCleanup(ctl, "alias_del", "alias=sales")
+        self.done("export_alias", "-o", got)
+        with open(got, encoding="utf-8") as file:
+            self.assertIn("sales: alice, bob\n", file.read())
+        self.assertEqual(self.done("export_alias"), harness.run("/bin/cat", got))
+        self.assertEqual(json.loads(self.done("alias_enum", "limit=5", "query=SALES"))["total"], 1)
+        self.done("import_access", "type=2")
+        self.assertEqual(ctl("upload", folder + "/nowhere")[0], 2)
 
     def test_the_shell_completes(self):
         script = ("source %s; compopt() { :; }; COMP_LINE=$1 COMP_POINT=${#1}; _mailvanectl %s; "

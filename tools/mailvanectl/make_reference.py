@@ -53,8 +53,9 @@ def reasons(operation):
     for schema in openapi.answer_schemas(operation):
         section = openapi.constant(schema, "errinfo", "sec")
         if section:
-            key = openapi.constant(schema, "errinfo", "key") or "*"
-            found[section + "/" + key] = one_line(schema["description"])
+            key = schema["properties"]["errinfo"]["properties"]["key"]
+            for one in key.get("enum", [key.get("const")]):
+                found[section + "/" + one] = one_line(schema["description"])
     return found
 
 

@@ -1,1 +1,1 @@
-"""mailvanectl. Every start pays for what is imported: modules load what they need where they need it."""
+"""mailvanectl. Every start pays for what is imported: modules load what only some calls need there."""

@@ -23,6 +23,10 @@ def complain(text):
     print("mailvanectl: " + text, file=sys.stderr)
 
 
+def _shows_all_letters():
+    return (sys.stdout.encoding or "").lower().startswith("utf")
+
+
 def refusal(action, status, value):
     """Why an answer is none that its action should give; "" when it is one."""
     if not isinstance(value, dict):
@@ -55,7 +59,7 @@ def show(action, answer, raw):
         complain("%s: %s" % (action.name, why))
         return REFUSED
     if not raw:
-        print(json.dumps(value, indent=2, ensure_ascii=False))
+        print(json.dumps(value, indent=2, ensure_ascii=not _shows_all_letters()))
     return DONE
 
 

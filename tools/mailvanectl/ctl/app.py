@@ -32,7 +32,7 @@ class Session:
 
     def gateway(self):
         """The way to the program; made when it is first needed, for help needs none."""
-        from ctl.gateway import Gateway  # pylint: disable=import-outside-toplevel
+        from ctl.gateway import Gateway
         if self._gateway is None:
             if os.geteuid() != 0:
                 raise Usage("only root can run the program")
@@ -46,7 +46,7 @@ class Session:
 
 
 def _administrator():
-    from ctl.administrators import first_administrator  # pylint: disable=import-outside-toplevel
+    from ctl.administrators import first_administrator
     return first_administrator()
 
 
@@ -89,10 +89,10 @@ def _parse(target, words):
     session = Session(target, given.get("--as", ""), "--raw" in given,
                       given.get("--output", given.get("-o", "")))
     if not rest or {"-h", "--help"} & given.keys():
-        rest = ["help", *[word for word in rest[:1] if word not in SUBCOMMANDS]]
+        rest = ["help", *rest[:1]]
     return session, rest[0], rest[1:]
 
 
 def _call(session, action, words):
-    from ctl import call  # pylint: disable=import-outside-toplevel
+    from ctl import call
     return call.run(session, action, words)

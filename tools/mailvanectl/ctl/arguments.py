@@ -7,7 +7,7 @@ import sys
 
 from ctl.reference import Usage
 
-LOWEST, HIGHEST = -2**31, 2**31 - 1
+LOWEST, HIGHEST, LONGEST = -2**31, 2**31 - 1, 10  # the last in digits
 WORDS = {"yes": True, "true": True, "no": False, "false": False}
 NAME = set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_")
 
@@ -76,7 +76,7 @@ def _value(member, text):
         return WORDS[text]
     if member.type == "integer":
         digits = text[1:] if text.startswith("-") else text
-        if not (digits.isascii() and digits.isdigit()):
+        if not (digits.isascii() and digits.isdigit() and len(digits) <= LONGEST):
             raise Usage("%s is a number, not %s" % (member.name, text))
         value = int(text)
     else:
@@ -93,8 +93,8 @@ def _secret(member, text):
         try:
             with open(text[1:], encoding="utf-8") as file:
                 line = file.readline()
-        except OSError as problem:
-            raise Usage("%s: %s" % (text[1:], problem.strerror)) from problem
+        except (OSError, UnicodeError) as problem:
+            raise Usage("%s: %s" % (text[1:], problem)) from problem
     else:
         raise Usage("%s is a password: give it as %s=- on standard input or as %s=@FILE"
                     % (member.name, member.name, member.name))
@@ -102,7 +102,7 @@ def _secret(member, text):
 
 
 def _ask(name):
-    import getpass  # pylint: disable=import-outside-toplevel
+    import getpass
     return getpass.getpass(name + ": ")
 
 

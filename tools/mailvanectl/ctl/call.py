@@ -13,6 +13,8 @@ def run(session, name, words):
         raise Usage("%s: no name=value and no JSON: %s" % (name, files[-1]))
     for path in files:
         readable(path)
+    if session.output and not action.download:
+        raise Usage("%s gives no file that could be stored" % name)
 
     sent = arguments.complete(action, given)
     if not files:

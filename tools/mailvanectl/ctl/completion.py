@@ -34,7 +34,8 @@ def candidates(session, before, last):
 def _behind(session, before, last):
     first, rest = before[0], before[1:]
     if first == "help":
-        return [] if rest else session.reference.names()
+        return [] if rest else [*session.reference.names(), *(
+            name for name, _ in session.subcommands())]
     if first == "edit":
         pages = session.reference.pages()
         if not rest:

@@ -1,4 +1,4 @@
-"""mailvanectl edit PAGE name=value...: changes single members of a page.
+"""mailvanectl edit PAGE name=value…: changes single members of a page.
 
 Of the loaded page only the members go back that count as off when they are left out, and never a
 password: what is not sent keeps what is stored.

@@ -83,9 +83,10 @@ class Gateway:
                            "CONTENT_LENGTH": str(length)}, parts)
 
     def _send(self, head, parts):
-        # A session of its own: the terminal's interrupt key ends this program, not a change halfway.
+        # In a session of its own, so that the terminal's interrupt key ends this program and not a
+        # change halfway.
         with open(os.devnull, "rb") as nothing:
-            process = subprocess.Popen(  # pylint: disable=consider-using-with
+            process = subprocess.Popen(
                 [self._program], env={**self._environment(), **head}, cwd="/",
                 stdin=subprocess.PIPE if parts else nothing, stdout=subprocess.PIPE,
                 start_new_session=True)

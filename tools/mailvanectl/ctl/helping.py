@@ -1,8 +1,8 @@
-"""mailvanectl help [ACTION]: what there is and what it takes, from the reference."""
+"""mailvanectl help [NAME]: what there is, or what an action or a subcommand takes."""
 from ctl import answers
 
-WORDS = "[ACTION]"
-SUMMARY = "lists the actions, or says what one takes"
+WORDS = "[NAME]"
+SUMMARY = "lists the actions, or says what an action or a subcommand takes"
 
 HEAD = """\
 usage: mailvanectl [OPTION]... ACTION [name=value… | JSON | -] [FILE]
@@ -19,10 +19,13 @@ Exit status: 0 done, 1 refused, 2 wrong usage, 3 no answer."""
 
 def run(session, words):
     """Prints the help."""
-    if words:
-        print(about_action(session.reference.action(words[0])))
+    subcommands = dict(session.subcommands())
+    if not words:
+        print("\n".join([HEAD, "", "Subcommands", *_subcommands(subcommands), *_actions(session)]))
+    elif words[0] in subcommands:
+        print(subcommands[words[0]].__doc__.strip())
     else:
-        print("\n".join([HEAD, "", "Subcommands", *_subcommands(session), *_actions(session)]))
+        print(about_action(session.reference.action(words[0])))
     return answers.DONE
 
 
@@ -58,9 +61,9 @@ def _about(member):
     return ", ".join(notes) + (": " + member.text if member.text else "")
 
 
-def _subcommands(session):
+def _subcommands(modules):
     return ["  %-30s %s" % ("%s %s" % (name, module.WORDS), module.SUMMARY)
-            for name, module in session.subcommands()]
+            for name, module in modules.items()]
 
 
 def _actions(session):

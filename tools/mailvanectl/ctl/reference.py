@@ -1,4 +1,4 @@
-"""What the actions take and answer: read from actions.json, which is made from docs/openapi.yaml."""
+"""What the actions take and answer: actions.json, which is made from docs/openapi.yaml."""
 import json
 
 
@@ -45,7 +45,7 @@ class Action:
 
     def reason(self, section, key):
         """What an errinfo means, "" when the reference does not say."""
-        return self.reasons.get(section + "/" + key) or self.reasons.get(section + "/*", "")
+        return self.reasons.get(section + "/" + key, "")
 
 
 class Reference:
