@@ -36,7 +36,7 @@ bool LiesIn(const std::string& real, const std::string& folder)
 /// The database that a request names, if it is one of the log's own.
 std::string LogDatabase(const char* path)
 {
-    const std::string real = RealPath(host::Path(path));
+    std::string real = RealPath(host::Path(path));
     if (LiesIn(real, host::MailLogFolder()) || LiesIn(real, host::MailLogLiveFolder())) return real;
 
     throw std::runtime_error(std::string(path) + " is no database of the log");
@@ -61,24 +61,40 @@ int AsCount(std::int64_t count)
 }
 
 /// A list that is read page by page: the next page begins where the last one ended.
-struct ContinuedList {
-    ContinuedList(SQLite::Database& database, host::LogOrder listOrder)
-        : order(listOrder),
-          rows(database, std::string("SELECT ") + host::kEntryColumns + " FROM entry" + order.Sql())
+class ContinuedList {
+public:
+    ContinuedList(SQLite::Database& database, host::LogOrder order)
+        : order_(order),
+          rows_(database,
+                std::string("SELECT ") + host::kEntryColumns + " FROM entry" + order.Sql())
     {
     }
 
-    host::LogOrder order;
-    SQLite::Statement rows;
-    int position = 0;  ///< number of the row that comes next
-    bool ended = false;
+    /// Whether the entry with this number, counted in this order, is still to come.
+    bool Reaches(const host::LogOrder& order, int start) const
+    {
+        return order_ == order && start >= position_;
+    }
 
+    /// Appends the entries from number `start` on, which is still to come.
+    void ReadPage(int start, int limit, std::vector<MailLogInfo>& rows)
+    {
+        while (position_ < start && Step()) continue;
+        for (int i = 0; i < limit && Step(); ++i) rows.push_back(host::ReadEntry(rows_));
+    }
+
+private:
     bool Step()
     {
-        ended = ended || !rows.executeStep();
-        ++position;
-        return !ended;
+        ended_ = ended_ || !rows_.executeStep();
+        ++position_;
+        return !ended_;
     }
+
+    host::LogOrder order_;
+    SQLite::Statement rows_;
+    int position_ = 0;  ///< number of the row that comes next
+    bool ended_ = false;
 };
 
 }  // namespace
@@ -86,19 +102,19 @@ struct ContinuedList {
 struct MailLog::State {
     std::optional<SQLite::Database> database;
     std::optional<ContinuedList> list;
+    std::optional<host::LogSelection> selection;
+
+    /// The entries that meet criteria; kept, since a page is followed by the number of them all.
+    const host::LogSelection& Select(const host::LogCriteria& criteria)
+    {
+        if (!selection || !selection->IsStill(criteria)) {
+            selection.emplace(database.value(), criteria);
+        }
+        return *selection;
+    }
 };
 
 namespace {
-
-/// Reads a page, continuing `list` where it can be.
-void ReadListPage(SQLite::Database& database, std::optional<ContinuedList>& list,
-                  const host::LogOrder& order, int start, int limit, std::vector<MailLogInfo>& rows)
-{
-    if (!list || !(list->order == order) || start < list->position) list.emplace(database, order);
-
-    while (list->position < start && list->Step()) continue;
-    for (int i = 0; i < limit && list->Step(); ++i) rows.push_back(host::ReadEntry(list->rows));
-}
 
 /// Negative for more periods than any chart has.
 int Fill(SQLite::Database& database, host::LogTotals what, long endTime, int scale,
@@ -139,9 +155,9 @@ int MailLog::error()
 int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
 {
     return host::WithoutExceptions("mail log", [&] {
-        host::ReadPage(state_->database.value(), host::LogCriteria(filter),
-                       host::LogOrder(filter.sortField, filter.order), filter.start, filter.limit,
-                       rows);
+        state_->Select(host::LogCriteria(filter))
+            .ReadPage(host::LogOrder(filter.sortField, filter.order), filter.start, filter.limit,
+                      rows);
         return 0;
     });
 }
@@ -150,8 +166,11 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
                   std::vector<MailLogInfo>& rows)
 {
     const int result = host::WithoutExceptions("mail log", [&] {
-        ReadListPage(state_->database.value(), state_->list, host::LogOrder(sortField, order),
-                     start, limit, rows);
+        const host::LogOrder wanted(sortField, order);
+        if (!state_->list || !state_->list->Reaches(wanted, start)) {
+            state_->list.emplace(state_->database.value(), wanted);
+        }
+        state_->list->ReadPage(start, limit, rows);
         return 0;
     });
     // After a failure SQLite would go on with the first entry.
@@ -164,24 +183,22 @@ int MailLog::search(int limit, int start, const std::string& sortField, const st
                     const std::string& query, std::vector<MailLogInfo>& rows)
 {
     return host::WithoutExceptions("mail log", [&] {
-        host::ReadPage(state_->database.value(), host::LogCriteria(query),
-                       host::LogOrder(sortField, order), start, limit, rows);
+        state_->Select(host::LogCriteria(query))
+            .ReadPage(host::LogOrder(sortField, order), start, limit, rows);
         return 0;
     });
 }
 
 int MailLog::getLogNum(const LogFilter& filter)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        return AsCount(host::CountEntries(state_->database.value(), host::LogCriteria(filter)));
-    });
+    return host::WithoutExceptions(
+        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(filter)).Count()); });
 }
 
 int MailLog::getLogNum(std::string& query)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        return AsCount(host::CountEntries(state_->database.value(), host::LogCriteria(query)));
-    });
+    return host::WithoutExceptions(
+        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(query)).Count()); });
 }
 
 int MailLog::clear()
@@ -191,6 +208,7 @@ int MailLog::clear()
         if (!lock.held()) return -1;
 
         state_->list.reset();
+        state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
         SQLite::Database database = host::OpenMailLogForChange(path);
         host::ClearMailLog(database);

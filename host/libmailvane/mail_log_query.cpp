@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <utility>
 
 #include "host/libmailvane/list_text.h"
 
@@ -17,8 +18,7 @@ namespace {
 
 constexpr const char* kColumns[] = {"date", "message_id", "mail_from", "mail_to", "size", "status"};
 constexpr int kIndexedCharacters = 3;  // the search index holds groups of three
-// Up to so many entries with a text are sorted; more are so common that a page of them is soon
-// found by going through the entries in order.
+// Fewer entries with a text than this are listed, and sorted for a page.
 constexpr int kRareEntries = 2000;
 
 struct SizeWord {
@@ -56,18 +56,10 @@ void BindValue(SQLite::Statement& statement, int index,
     }
 }
 
-/// Whether so few entries hold the texts that they are fetched and sorted.
-bool IsRare(SQLite::Database& database, const LogCriteria& criteria)
+/// A number that changes with every change that another connection makes.
+int DataVersion(SQLite::Database& database)
 {
-    const std::string match = criteria.Match();
-    if (match.empty() || criteria.NeedsIndex()) return !match.empty();
-
-    SQLite::Statement count(
-        database, "SELECT count(*) FROM (SELECT 1 FROM entry_text WHERE entry_text MATCH ? LIMIT " +
-                      std::to_string(kRareEntries) + ")");
-    count.bind(1, match);
-    count.executeStep();
-    return count.getColumn(0).getInt() < kRareEntries;
+    return database.execAndGet("PRAGMA data_version").getInt();
 }
 
 }  // namespace
@@ -154,50 +146,42 @@ bool LogCriteria::NeedsIndex() const
     });
 }
 
-std::string LogCriteria::Where(bool byIndex) const
+bool LogCriteria::operator==(const LogCriteria& other) const
 {
-    if (SelectsAll()) return "";
+    return conditions_ == other.conditions_ && words_ == other.words_;
+}
 
+std::string LogCriteria::Where(TextsBy by) const
+{
     std::string where;
     const auto add = [&where](const std::string& sql) {
         where += (where.empty() ? " WHERE " : " AND ") + sql;
     };
-    if (byIndex && !words_.empty()) {
-        add("id IN (SELECT rowid FROM entry_text WHERE entry_text MATCH ?)");
-    }
-    if (!byIndex) {
+    if (by == TextsBy::kComparison) {
         for (const Word& word : words_) add(word.comparison.sql);
+    } else if (!words_.empty()) {
+        add(by == TextsBy::kList ? "id IN (SELECT value FROM json_each(?))"
+                                 : "id IN (SELECT rowid FROM entry_text WHERE entry_text MATCH ?)");
     }
-    for (const Condition& condition : conditions_) add(condition.sql);
+    // With a list no index of the other columns is to be used: it is short.
+    const char* withoutIndex = by == TextsBy::kList ? "+" : "";
+    for (const Condition& condition : conditions_) add(withoutIndex + condition.sql);
     return where;
 }
 
-int LogCriteria::Bind(SQLite::Statement& statement, bool byIndex) const
+int LogCriteria::Bind(SQLite::Statement& statement, TextsBy by, const std::string& list) const
 {
     int next = 1;
     const auto bind = [&statement, &next](const Condition& condition) {
         for (const auto& value : condition.values) BindValue(statement, next++, value);
     };
-    if (byIndex && !words_.empty()) statement.bind(next++, Match());
-    if (!byIndex) {
+    if (by == TextsBy::kComparison) {
         for (const Word& word : words_) bind(word.comparison);
+    } else if (!words_.empty()) {
+        statement.bind(next++, by == TextsBy::kList ? list : Match());
     }
     for (const Condition& condition : conditions_) bind(condition);
     return next;
-}
-
-std::int64_t CountEntries(SQLite::Database& database, const LogCriteria& criteria)
-{
-    if (criteria.SelectsAll()) {
-        return database.execAndGet("SELECT entries FROM tally").getInt64();
-    }
-    const std::string sql = criteria.IsIndexedText()
-                                ? "SELECT count(*) FROM entry_text WHERE entry_text MATCH ?"
-                                : "SELECT count(*) FROM entry" + criteria.Where(true);
-    SQLite::Statement count(database, sql);
-    (void)criteria.Bind(count, true);
-    count.executeStep();
-    return count.getColumn(0).getInt64();
 }
 
 MailLogInfo ReadEntry(SQLite::Statement& row)
@@ -215,30 +199,79 @@ MailLogInfo ReadEntry(SQLite::Statement& row)
     return entry;
 }
 
-void ReadPage(SQLite::Database& database, const LogCriteria& criteria, const LogOrder& order,
-              int start, int limit, std::vector<MailLogInfo>& rows)
+LogSelection::LogSelection(SQLite::Database& database, LogCriteria criteria)
+    : database_(database), criteria_(std::move(criteria)), version_(DataVersion(database))
 {
+    ListRareEntries();
+}
+
+void LogSelection::ListRareEntries()
+{
+    const std::string match = criteria_.Match();
+    if (match.empty()) return;
+
+    SQLite::Statement query(database_,
+                            "SELECT rowid FROM entry_text WHERE entry_text MATCH ? "
+                            "LIMIT " +
+                                std::to_string(kRareEntries));
+    query.bind(1, match);
+    std::string list;
+    for (rareCount_ = 0; query.executeStep(); ++rareCount_) {
+        list += (rareCount_ == 0 ? "" : ",") + std::to_string(query.getColumn(0).getInt64());
+    }
+    if (rareCount_ < kRareEntries) rare_ = "[" + list + "]";
+}
+
+bool LogSelection::IsStill(const LogCriteria& criteria) const
+{
+    return criteria_ == criteria && version_ == DataVersion(database_);
+}
+
+std::int64_t LogSelection::Count() const
+{
+    using TextsBy = LogCriteria::TextsBy;
+    if (criteria_.SelectsAll()) {
+        return database_.execAndGet("SELECT entries FROM tally").getInt64();
+    }
+    if (rare_ && criteria_.IsIndexedText()) return rareCount_;
+
+    const TextsBy by = rare_ ? TextsBy::kList : TextsBy::kIndex;
+    SQLite::Statement count(database_,
+                            criteria_.IsIndexedText()
+                                ? "SELECT count(*) FROM entry_text WHERE entry_text MATCH ?"
+                                : "SELECT count(*) FROM entry" + criteria_.Where(by));
+    (void)criteria_.Bind(count, by, rare_.value_or(""));
+    count.executeStep();
+    return count.getColumn(0).getInt64();
+}
+
+void LogSelection::ReadPage(const LogOrder& order, int start, int limit,
+                            std::vector<MailLogInfo>& rows) const
+{
+    using TextsBy = LogCriteria::TextsBy;
     if (limit <= 0) return;
 
     std::int64_t first = std::max(start, 0);
     std::int64_t length = limit;
     // Of a whole log the number of entries is known: what lies in its second half is read from the
     // end.
-    const std::int64_t all = criteria.SelectsAll() ? CountEntries(database, criteria) : 0;
-    const bool fromEnd = first > all / 2 && criteria.SelectsAll();
+    const std::int64_t all = criteria_.SelectsAll() ? Count() : 0;
+    const bool fromEnd = first > all / 2 && criteria_.SelectsAll();
     if (fromEnd) {
         const std::int64_t end = std::min(first + length, all);
         length = std::max<std::int64_t>(end - first, 0);
         first = all - end;
     }
 
-    // The page is found in an index alone; entries are read for what is on it.
-    const bool byIndex = IsRare(database, criteria);
-    SQLite::Statement page(database, std::string("SELECT ") + kEntryColumns +
-                                         " FROM entry WHERE id IN (SELECT id FROM entry" +
-                                         criteria.Where(byIndex) + order.Sql(fromEnd) +
-                                         " LIMIT ? OFFSET ?)" + order.Sql());
-    const int next = criteria.Bind(page, byIndex);
+    // The page is found in an index alone; entries are read for what is on it. Texts that are
+    // common are soon found by going through the entries in order.
+    const TextsBy many = criteria_.NeedsIndex() ? TextsBy::kIndex : TextsBy::kComparison;
+    const TextsBy by = rare_ ? TextsBy::kList : many;
+    SQLite::Statement page(database_, std::string("SELECT ") + kEntryColumns +
+                                          " FROM entry WHERE id IN (SELECT id FROM entry" +
+                                          criteria_.Where(by) + order.Sql(fromEnd) +
+                                          " LIMIT ? OFFSET ?)" + order.Sql());
+    const int next = criteria_.Bind(page, by, rare_.value_or(""));
     page.bind(next, length);
     page.bind(next + 1, first);
     while (page.executeStep()) rows.push_back(ReadEntry(page));

@@ -40,6 +40,8 @@ public:
     /// Those with `text` in their Message-ID, subject, recipient or sender.
     explicit LogCriteria(const std::string& text);
 
+    bool operator==(const LogCriteria& other) const;
+
     bool SelectsAll() const { return conditions_.empty() && words_.empty(); }
     /// Only texts, all of them long enough for the search index.
     bool IsIndexedText() const { return conditions_.empty() && !words_.empty(); }
@@ -50,22 +52,33 @@ public:
     /// Whether only the search index knows the upper and lower case of all its texts.
     bool NeedsIndex() const;
 
-    /// `WHERE` and the conditions; with `byIndex` texts are looked up in the search index, else
-    /// compared with each entry. Empty when all entries are selected.
-    std::string Where(bool byIndex) const;
+    /// How entries with the texts are found: on a list of ids, in the search index, or by comparing
+    /// each one.
+    enum class TextsBy { kList, kIndex, kComparison };
 
-    /// Binds the values of `Where` from parameter 1 on; the next free one.
-    int Bind(SQLite::Statement& statement, bool byIndex) const;
+    /// `WHERE` and the conditions. Empty when all entries are selected.
+    std::string Where(TextsBy by) const;
+
+    /// Binds the values of `Where` from parameter 1 on, `list` being a JSON array of ids; the next
+    /// free one.
+    int Bind(SQLite::Statement& statement, TextsBy by, const std::string& list) const;
 
 private:
     struct Condition {
         std::string sql;
         std::vector<std::variant<std::int64_t, std::string>> values;
+
+        bool operator==(const Condition& other) const
+        {
+            return sql == other.sql && values == other.values;
+        }
     };
     struct Word {
         std::string columns;  ///< for the search index; empty for every one
         std::string text;
         Condition comparison;
+
+        bool operator==(const Word& other) const { return comparison == other.comparison; }
     };
 
     void AddText(const std::vector<std::string>& columns, const std::string& text);
@@ -75,18 +88,37 @@ private:
     std::vector<Word> words_;
 };
 
-/// Number of entries that are selected. Throws SQLite::Exception.
-std::int64_t CountEntries(SQLite::Database& database, const LogCriteria& criteria);
-
 /// The columns that `ReadEntry` takes.
 extern const char kEntryColumns[];
 
 /// The entry in the current row of a query of `kEntryColumns`.
 MailLogInfo ReadEntry(SQLite::Statement& row);
 
-/// Appends the entries from number `start` on (0 is the first), `limit` at most. Throws
-/// SQLite::Exception.
-void ReadPage(SQLite::Database& database, const LogCriteria& criteria, const LogOrder& order,
-              int start, int limit, std::vector<MailLogInfo>& rows);
+/// The entries that meet criteria. Looks texts up once, for the page and for the number.
+class LogSelection {
+public:
+    /// `database` has to outlive this. Throws SQLite::Exception.
+    LogSelection(SQLite::Database& database, LogCriteria criteria);
+
+    /// Whether it is of these criteria and the log is as it was.
+    bool IsStill(const LogCriteria& criteria) const;
+
+    /// Number of the entries. Throws SQLite::Exception.
+    std::int64_t Count() const;
+
+    /// Appends the entries from number `start` on (0 is the first), `limit` at most. Throws
+    /// SQLite::Exception.
+    void ReadPage(const LogOrder& order, int start, int limit,
+                  std::vector<MailLogInfo>& rows) const;
+
+private:
+    void ListRareEntries();
+
+    SQLite::Database& database_;
+    LogCriteria criteria_;
+    int version_;
+    std::optional<std::string> rare_;  ///< ids of the entries with the texts, when they are few
+    std::int64_t rareCount_ = 0;
+};
 
 }  // namespace host

@@ -43,8 +43,11 @@ CREATE VIRTUAL TABLE entry_text USING fts5 (
     message_id, subject, mail_to, mail_from,
     content = 'entry', content_rowid = 'id', tokenize = 'trigram'
 );
-CREATE TABLE tally (entries INTEGER NOT NULL);
-INSERT INTO tally VALUES (0);
+CREATE TABLE tally (
+    entries INTEGER NOT NULL,
+    text_later INTEGER NOT NULL   -- 1 while whoever adds many entries adds their texts at the end
+);
+INSERT INTO tally VALUES (0, 0);
 CREATE TABLE totals (
     period INTEGER PRIMARY KEY,   -- date / 900
     inbound INTEGER NOT NULL,
@@ -69,6 +72,8 @@ END;
 CREATE TRIGGER entry_added AFTER INSERT ON entry BEGIN
     UPDATE tally SET entries = entries + 1;
     INSERT INTO share VALUES (new.date, coalesce(new.counts_as, new.status), new.size, 1);
+END;
+CREATE TRIGGER entry_indexed AFTER INSERT ON entry WHEN (SELECT text_later = 0 FROM tally) BEGIN
     INSERT INTO entry_text (rowid, message_id, subject, mail_to, mail_from)
     VALUES (new.id, new.message_id, new.subject, new.mail_to, new.mail_from);
 END;

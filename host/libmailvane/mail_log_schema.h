@@ -35,8 +35,8 @@ constexpr int kTotalsPeriod = 900;
 SQLite::Database OpenMailLogForChange(const std::string& path);
 
 /// Deletes all entries, their search index and totals, and what of them is left in the free pages
-/// of the file. The collector goes on behind what the mail server has logged by now, so that nothing
-/// comes back. Throws std::exception, nothing has changed then.
+/// of the file. The collector goes on behind what the mail server has logged by now, so that
+/// nothing comes back. Throws std::exception, nothing has changed then.
 void ClearMailLog(SQLite::Database& database);
 
 }  // namespace host

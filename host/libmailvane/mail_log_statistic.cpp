@@ -60,7 +60,7 @@ std::vector<std::int64_t> PeriodBounds(std::int64_t endTime, int scale)
     std::tm last{};
     (void)localtime_r(&end, &last);
     // Full hours of zones that are half an hour off as well.
-    const std::int64_t hour = end - last.tm_min * 60 - last.tm_sec;
+    const std::int64_t hour = end - std::int64_t{60} * last.tm_min - last.tm_sec;
 
     std::vector<std::int64_t> bounds;
     bounds.reserve(static_cast<std::size_t>(scale) + 1);

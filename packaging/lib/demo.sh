@@ -52,7 +52,7 @@ make_accounts() {
 
 start_services() {
     local name
-    for name in dovecot memcached opendkim opendmarc antivirus mailscanner postfix; do
+    for name in dovecot memcached opendkim opendmarc antivirus mailscanner maillog postfix; do
         service "$name" start
     done
     inside env "MAILVANE_WEB_PORT=$web_port" /var/packages/Mailvane/target/scripts/web.sh start
@@ -61,7 +61,7 @@ start_services() {
 stop_demo() {
     "$world" alive "$state" || return 0
     local name
-    for name in web postfix dovecot; do
+    for name in web postfix dovecot maillog; do
         service "$name" stop || :
     done
     "$world" stop "$state"

@@ -28,6 +28,7 @@ start() {
         inside "$top/packaging/add-account" $name <<<"pw-$name"
     done
     inside "$top/packaging/add-account" admin administrators <<<pw-admin
+    inside $scripts/maillog.sh start
     inside $scripts/dovecot.sh start
     inside $scripts/postfix.sh start
     inside $scripts/web.sh start

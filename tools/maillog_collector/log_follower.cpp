@@ -72,8 +72,10 @@ std::vector<LogFile> OlderParts(const std::string& path)
                          static_cast<std::int64_t>(status.st_ino),
                          {status.st_mtim.tv_sec, status.st_mtim.tv_nsec}});
     }
-    std::sort(parts.begin(), parts.end(),
-              [](const LogFile& one, const LogFile& other) { return one.changed < other.changed; });
+    std::sort(parts.begin(), parts.end(), [](const LogFile& one, const LogFile& other) {
+        // Of two that changed in the same moment, the higher number is the older.
+        return one.changed != other.changed ? one.changed < other.changed : one.path > other.path;
+    });
     return parts;
 }
 

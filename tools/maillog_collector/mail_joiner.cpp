@@ -74,9 +74,27 @@ MailJoiner::MailPointer MailJoiner::Begin(std::string_view id, std::int64_t time
     auto mail = std::make_shared<Mail>();
     mail->key = KeyOf(id, time);
     mail->date = time;
-    mail->ids.emplace_back(id);
-    mails_[mail->ids.front()] = mail;
+    Name(mail, id);
     return mail;
+}
+
+/// From now on the id is the message's.
+void MailJoiner::Name(const MailPointer& mail, std::string_view id)
+{
+    mail->ids.emplace_back(id);
+    MailPointer& named = mails_[mail->ids.back()];
+    if (named) ended_.erase(std::remove(ended_.begin(), ended_.end(), id), ended_.end());
+    named = mail;
+}
+
+/// The message that another continues. It may have left the queue.
+MailJoiner::MailPointer MailJoiner::FindContinued(std::string_view id, std::int64_t time)
+{
+    MailPointer mail = Find(id);
+    if (mail) return mail;
+
+    mail = store_.LoadEnded(KeyOf(id, time));
+    return mail ? mail : Begin(id, time);
 }
 
 MailJoiner::MailPointer MailJoiner::FindOrBegin(std::string_view id, std::int64_t time)
@@ -119,8 +137,9 @@ void MailJoiner::RefuseWithoutId(const Event& event, std::int64_t time, const st
 }
 
 /// Adds a message that turned out to be part of another.
-void MailJoiner::Absorb(Mail& mail, const MailPointer& part)
+void MailJoiner::Absorb(const MailPointer& whole, const MailPointer& part)
 {
+    Mail& mail = *whole;
     for (const Recipient& entry : part->entries) {
         if (!entry.to.empty()) EntryOf(mail, entry.to) = entry;
     }
@@ -132,7 +151,7 @@ void MailJoiner::Absorb(Mail& mail, const MailPointer& part)
     for (const std::string& id : part->ids) {
         const auto found = mails_.find(id);
         if (found == mails_.end() || found->second != part) continue;
-        found->second = mails_.at(mail.ids.front());
+        found->second = whole;
         mail.ids.push_back(id);
     }
     if (!mail.queued) {
@@ -151,15 +170,14 @@ void MailJoiner::Absorb(Mail& mail, const MailPointer& part)
 
 void MailJoiner::Join(const Event& event, std::int64_t time)
 {
-    const MailPointer mail = FindOrBegin(event.other, time);
+    const MailPointer mail = FindContinued(event.other, time);
     const MailPointer part = Find(event.id);
     mail->requeued = mail->requeued || event.requeued;
     mail->seen = time;
     if (part == nullptr) {
-        mail->ids.emplace_back(event.id);
-        mails_[mail->ids.back()] = mail;
+        Name(mail, event.id);
     } else if (part != mail) {
-        Absorb(*mail, part);
+        Absorb(mail, part);
     }
     Touch(mail);
 }
@@ -215,7 +233,9 @@ void MailJoiner::Deliver(Mail& mail, const Event& event)
 void MailJoiner::GiveUp(Mail& mail)
 {
     if (mail.hasEntries) {
-        for (Recipient& entry : store_.UndeliveredOf(mail.key)) (void)EntryOf(mail, entry.to);
+        for (const Recipient& entry : store_.UndeliveredOf(mail.key)) {
+            if (mail.waiting || !entry.to.empty()) (void)EntryOf(mail, entry.to);
+        }
     }
     for (Recipient& entry : mail.entries) {
         if (IsUndelivered(entry)) SetOutcome(entry, MAIL_BOUNCE, MAIL_BOUNCE);
@@ -225,9 +245,9 @@ void MailJoiner::GiveUp(Mail& mail)
 void MailJoiner::End(const MailPointer& mail, std::string_view id)
 {
     const std::string name(id);
-    mail->ids.erase(std::remove(mail->ids.begin(), mail->ids.end(), name), mail->ids.end());
-    mails_.erase(name);
-    ended_.push_back(name);
+    const auto gone = std::remove(mail->ids.begin(), mail->ids.end(), name);
+    if (gone != mail->ids.end()) ended_.push_back(name);
+    mail->ids.erase(gone, mail->ids.end());
 }
 
 void MailJoiner::Apply(const Event& event, std::int64_t time, const std::string& lineName)
@@ -271,8 +291,8 @@ void MailJoiner::Apply(const Event& event, std::int64_t time, const std::string&
         default:
             Deliver(*mail, event);
     }
-    const bool named = event.kind == EventKind::kPassedOn || event.kind == EventKind::kScanned;
-    if (!named || event.other.empty()) return;
+    // The other id was mentioned before, by whoever made it; if not, it has left the queue.
+    if (event.other.empty() || !Find(event.other)) return;
     Event join;
     join.id = event.other;
     join.other = event.id;
@@ -289,6 +309,7 @@ void MailJoiner::Stored()
         mail->entries.clear();
         mail->absorbed.clear();
     }
+    for (const std::string& id : ended_) mails_.erase(id);
     changed_.clear();
     ended_.clear();
     if (mails_.size() > kMostInMemory) mails_.clear();

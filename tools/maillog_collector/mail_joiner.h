@@ -40,9 +40,11 @@ private:
     MailPointer Find(std::string_view id);
     MailPointer FindOrBegin(std::string_view id, std::int64_t time);
     MailPointer Begin(std::string_view id, std::int64_t time);
+    MailPointer FindContinued(std::string_view id, std::int64_t time);
+    void Name(const MailPointer& mail, std::string_view id);
     void Touch(const MailPointer& mail);
     void Join(const Event& event, std::int64_t time);
-    void Absorb(Mail& mail, const MailPointer& part);
+    void Absorb(const MailPointer& whole, const MailPointer& part);
     Recipient& EntryOf(Mail& mail, std::string_view to);
     void RefuseWithoutId(const Event& event, std::int64_t time, const std::string& lineName);
     void Describe(Mail& mail, const Event& event);
@@ -51,7 +53,7 @@ private:
     void End(const MailPointer& mail, std::string_view id);
 
     MailStore& store_;
-    std::unordered_map<std::string, MailPointer> mails_;  ///< by queue id
+    std::unordered_map<std::string, MailPointer> mails_;  ///< by queue id; the ended ones too
     std::vector<MailPointer> changed_;
     std::vector<std::string> ended_;
 };

@@ -68,6 +68,9 @@ MailStore::MailStore(const std::string& path)
                 "recipients, date, size, mail_from) VALUES (?, ?, ?, ?, ?, '', ?, ?, ?, ?) "
                 "ON CONFLICT (queue_id, mail_to) DO UPDATE SET "
                 "status = excluded.status, counts_as = excluded.counts_as"),
+      addTexts_(database_,
+                "INSERT INTO entry_text (rowid, message_id, subject, mail_to, mail_from) "
+                "SELECT id, message_id, subject, mail_to, mail_from FROM entry WHERE id > ?"),
       describe_(database_,
                 "UPDATE entry SET message_id = ?, mail_from = ?, size = ?, recipients = ? "
                 "WHERE queue_id = ?"),
@@ -118,6 +121,27 @@ std::unique_ptr<Mail> MailStore::Load(const std::string& id)
     return mail;
 }
 
+std::unique_ptr<Mail> MailStore::LoadEnded(const std::string& key)
+{
+    SQLite::Statement ended(database_,
+                            "SELECT message_id, mail_from, size, recipients, date, mail_to = '' "
+                            "FROM entry WHERE queue_id = ? ORDER BY mail_to");
+    ended.bind(1, key);
+    if (!ended.executeStep()) return nullptr;
+
+    auto mail = std::make_unique<Mail>();
+    mail->key = key;
+    mail->messageId = ended.getColumn(0).getString();
+    mail->from = ended.getColumn(1).getString();
+    mail->size = ended.getColumn(2).getInt64();
+    mail->recipients = ended.getColumn(3).getInt();
+    mail->date = ended.getColumn(4).getInt64();
+    mail->queued = true;
+    mail->waiting = ended.getColumn(5).getInt() != 0;
+    mail->hasEntries = true;
+    return mail;
+}
+
 std::vector<std::string> MailStore::IdsOf(const std::string& key)
 {
     std::vector<std::string> ids;
@@ -165,8 +189,6 @@ void MailStore::StoreEntries(const Mail& mail)
 
 void MailStore::StoreMail(const Mail& mail)
 {
-    if (mail.nowKnown) (void)Run(removeUnknown_, mail.key);
-    for (const std::string& key : mail.absorbed) Absorb(mail, key);
     StoreEntries(mail);
     if (mail.headChanged && mail.hasEntries) {
         (void)Run(describe_, mail.messageId, mail.from, mail.size, mail.recipients, mail.key);
@@ -182,6 +204,22 @@ void MailStore::StorePosition(const LogPosition& position)
     (void)Run(setPosition_, position.inode, position.offset, position.head);
 }
 
+/// The texts go into the search index at once: entry by entry, it would be written out each time.
+void MailStore::StoreMails(const std::vector<std::shared_ptr<Mail>>& mails)
+{
+    // First, since what is added next may get the number of what goes.
+    for (const auto& mail : mails) {
+        if (mail->nowKnown) (void)Run(removeUnknown_, mail->key);
+        for (const std::string& key : mail->absorbed) Absorb(*mail, key);
+    }
+    const std::int64_t last =
+        database_.execAndGet("SELECT coalesce(max(id), 0) FROM entry").getInt64();
+    database_.exec("UPDATE tally SET text_later = 1");
+    for (const auto& mail : mails) StoreMail(*mail);
+    (void)Run(addTexts_, last);
+    database_.exec("UPDATE tally SET text_later = 0");
+}
+
 bool MailStore::Store(const std::vector<std::shared_ptr<Mail>>& mails,
                       const std::vector<std::string>& ended, const LogPosition& position)
 {
@@ -190,7 +228,7 @@ bool MailStore::Store(const std::vector<std::shared_ptr<Mail>>& mails,
     (void)Position();
     if (clearings != clearings_) return false;
 
-    for (const auto& mail : mails) StoreMail(*mail);
+    StoreMails(mails);
     for (const std::string& id : ended) (void)Run(endMessage_, id);
     StorePosition(position);
     transaction.commit();

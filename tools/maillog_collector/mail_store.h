@@ -26,6 +26,8 @@ public:
 
     /// The message with this queue id that is under way; null when there is none.
     std::unique_ptr<Mail> Load(const std::string& id);
+    /// The message with this key that has entries but is not under way; null when there is none.
+    std::unique_ptr<Mail> LoadEnded(const std::string& key);
     /// All queue ids of the message with this key.
     std::vector<std::string> IdsOf(const std::string& key);
     /// Completes the entry for `entry.to`, if there is one.
@@ -42,6 +44,7 @@ public:
     void Forget(std::int64_t now);
 
 private:
+    void StoreMails(const std::vector<std::shared_ptr<Mail>>& mails);
     void StoreMail(const Mail& mail);
     void StoreEntries(const Mail& mail);
     void Absorb(const Mail& mail, const std::string& key);
@@ -54,6 +57,7 @@ private:
     SQLite::Statement loadEntry_;
     SQLite::Statement undelivered_;
     SQLite::Statement addEntry_;
+    SQLite::Statement addTexts_;
     SQLite::Statement describe_;
     SQLite::Statement removeUnknown_;
     SQLite::Statement absorb_;

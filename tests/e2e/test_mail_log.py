@@ -1,0 +1,124 @@
+"""The collector of the mail log: what happens to real mail appears as entries."""
+import os
+import signal
+import smtplib
+import sqlite3
+import subprocess
+import time
+import unittest
+
+from harness import (DOMAIN, ETC, POSTFIX_CONFIGURATION, TARGET, control, delivered, pid_of, run,
+                     send, wait_for)
+
+LIVE = TARGET + "/etc/maillog.live/maillog.db"
+LINK = TARGET + "/etc/maillog/maillog.db"
+LOG = "/var/log/mailvane/maillog"
+PID_FILE = "/run/mailvane/maillog.pid"
+BOB = "bob@" + DOMAIN
+SENT, RECEIVED, BOUNCED, RESENT = range(4)
+
+
+def ask(query, *values):
+    with sqlite3.connect("file:%s?mode=ro" % LINK, uri=True) as database:
+        return database.execute(query, values).fetchall()
+
+
+def entries(sender):
+    return ask("SELECT mail_to, status, size FROM entry WHERE mail_from = ? ORDER BY mail_to",
+               sender)
+
+
+def postfix(*command):
+    return run(command[0], "-c", POSTFIX_CONFIGURATION, *command[1:])
+
+
+class MailLog(unittest.TestCase):
+    def assert_appears(self, sender, want, seconds=2.0):
+        """Waits until the entries of a sender are those wanted: (recipient, status)."""
+        def found():
+            return [(to, status) for to, status, _ in entries(sender)] == want
+        try:
+            wait_for(found, "entries", seconds)
+        except AssertionError:
+            self.fail("%r: got %r, want %r" % (sender, entries(sender), want))
+
+    def test_received_within_two_seconds(self):
+        send("one@elsewhere.test", [BOB, "carol@" + DOMAIN], "to be logged")
+        delivered("bob", "to be logged")
+        self.assert_appears("one@elsewhere.test",
+                            [(BOB, RECEIVED), ("carol@" + DOMAIN, RECEIVED)])
+        sizes = {size for _, _, size in entries("one@elsewhere.test")}
+        self.assertTrue(all(100 < size < 5000 for size in sizes), sizes)
+        date, message_id = ask("SELECT date, queue_id FROM entry WHERE mail_from = ?",
+                               "one@elsewhere.test")[0]
+        self.assertLess(abs(time.time() - date), 30)
+        self.assertGreater(len(message_id), 8)
+
+    def test_refused(self):
+        with self.assertRaises(smtplib.SMTPRecipientsRefused):
+            send("two@elsewhere.test", ["ghost@" + DOMAIN], "refused")
+        self.assert_appears("two@elsewhere.test", [("ghost@" + DOMAIN, BOUNCED)])
+
+    def test_bounced_and_its_report(self):
+        send("alice@" + DOMAIN, ["x@nowhere.invalid"], "bounces", port=587, login="alice")
+        wait_for(lambda: ("x@nowhere.invalid", BOUNCED) in
+                 [entry[:2] for entry in entries("alice@" + DOMAIN)], "the bounce")
+        self.assert_appears("", [("alice@" + DOMAIN, RECEIVED)])
+
+    def test_deferred_then_sent(self):
+        """The next server, another machine's port here, is down at first."""
+        route = "inline:{ { far.test = smtp:[127.0.0.1]:2599 } }"
+        fragment = ETC + "/local.d/main.cf"
+        with open(fragment, "w", encoding="ascii") as file:
+            file.write("transport_maps = %s\n" % route)
+        self.addCleanup(lambda: (os.unlink(fragment), self.render()))
+        self.render()
+        send("bob@" + DOMAIN, ["x@far.test"], "waits", port=587, login="bob")
+        self.assert_appears("bob@" + DOMAIN, [("x@far.test", RESENT)], 10)
+
+        sink = subprocess.Popen(["/usr/sbin/smtp-sink", "-u", "nobody", "127.0.0.1:2599", "10"])
+        self.addCleanup(lambda: (sink.kill(), sink.wait()))
+        wait_for(lambda: "127.0.0.1:2599" in run("ss", "-Hltn"), "the next server")
+        postfix("/usr/sbin/postqueue", "-f")
+        wait_for(lambda: ask("SELECT counts_as FROM entry WHERE mail_to = 'x@far.test'") ==
+                 [(SENT,)], "the second attempt")
+        self.assert_appears("bob@" + DOMAIN, [("x@far.test", RESENT)])
+        send("carol@" + DOMAIN, ["y@far.test"], "at once", port=587, login="carol")
+        self.assert_appears("carol@" + DOMAIN, [("y@far.test", SENT)], 5)
+
+    def render(self):
+        run(TARGET + "/bin/hald_set_config", "render")
+        self.assertEqual(control("postfix", "restart"), 0)
+
+    def test_nothing_is_lost_or_doubled_by_a_kill_and_a_rotation(self):
+        os.kill(pid_of(PID_FILE), signal.SIGKILL)
+        send("three@elsewhere.test", [BOB], "while nobody collects")
+        delivered("bob", "while nobody collects")
+        os.rename(LOG, LOG + ".1")
+        self.assertEqual(control("postfix", "stop"), 0)
+        self.assertEqual(control("postfix", "start"), 0)
+        send("four@elsewhere.test", [BOB], "in a new log")
+        delivered("bob", "in a new log")
+        self.assertEqual(control("maillog", "start"), 0)
+        self.assert_appears("three@elsewhere.test", [(BOB, RECEIVED)])
+        self.assert_appears("four@elsewhere.test", [(BOB, RECEIVED)])
+
+    def test_users_cannot_forge_entries(self):
+        line = "4jWf5tbbbbz9999: to=<forged@mv.test>, relay=x, delay=0, status=sent (ok)"
+        run("setpriv", "--reuid=bob", "--regid=bob", "--clear-groups", "logger", "-p", "mail.info",
+            "-t", "postfix/smtp[1]", line)
+        send("five@elsewhere.test", [BOB], "after the forgery")
+        self.assert_appears("five@elsewhere.test", [(BOB, RECEIVED)], 5)
+        self.assertEqual(ask("SELECT 1 FROM entry WHERE mail_to LIKE 'forged%'"), [])
+
+    def test_runs_small_and_unprivileged(self):
+        with open("/proc/%d/status" % pid_of(PID_FILE), encoding="ascii") as file:
+            status = dict(line.split(":", 1) for line in file)
+        self.assertNotEqual(status["Uid"].split()[0], "0")
+        self.assertLess(int(status["VmRSS"].split()[0]), 16000)
+        self.assertEqual(os.path.realpath(LINK), LIVE)
+        self.assertEqual(os.listdir(os.path.dirname(LINK)), ["maillog.db"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,142 @@
+// Lines of the mail server's log: what is read from them, and what is not.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include "tools/maillog_collector/log_clock.h"
+#include "tools/maillog_collector/log_event.h"
+#include "tools/maillog_collector/log_fields.h"
+
+using collector::Event;
+using collector::EventKind;
+
+namespace {
+
+/// The event of a line of the program `postfix/DAEMON`.
+std::optional<Event> Parse(const std::string& text)
+{
+    static std::string line;  // the event refers to it
+    line = "Nov 21 04:16:18 mail postfix/" + text;
+    const auto parts = collector::ParseLine(line);
+    return parts ? collector::ParseEvent(*parts) : std::nullopt;
+}
+
+}  // namespace
+
+TEST(LogLine, OnlyPostfixIsHeard)
+{
+    for (const std::string program :
+         {"logger:", "postfix/qmgr:", "postfix/qmgr[12", "xpostfix/qmgr[1]:", "postfix[1]:",
+          "amavis[1]:", "dovecot:", "postfix/qmgr[1x]:", "postfix/qmgr[]:"}) {
+        const std::string line = "Nov 21 04:16:18 mail " + program + " 4jWf5t0xfWzm4Dn: removed";
+        EXPECT_FALSE(collector::ParseLine(line)) << line;
+    }
+    const auto line = collector::ParseLine(
+        "2026-11-21T04:23:39.5+00:00 mail postfix/submission/smtpd[12]: 4jWf5t0xfWzm4Dn: client=x");
+    ASSERT_TRUE(line);
+    EXPECT_EQ("smtpd", line->daemon);
+}
+
+TEST(LogLine, QueueIds)
+{
+    for (const char* id : {"4jWf5t0xfWzm4Dn", "4jWf5z1W6Gzm43N", "AAB6D5121F7", "4jWfzzzzzzzzm4"})
+        EXPECT_TRUE(collector::IsQueueId(id)) << id;
+    for (const char* id : {"NOQUEUE", "warning", "", "ABCDE", "4jWf5t0xfWzz", "4jWfz5tm4Dn",
+                           "4jWf5t0xfWam4Dn", "4jWf5t0x/Wzm4Dn"})
+        EXPECT_FALSE(collector::IsQueueId(id)) << id;
+}
+
+TEST(LogClock, YearAndZone)
+{
+    ASSERT_EQ(0, setenv("TZ", "UTC", 1));
+    tzset();
+    constexpr std::int64_t kNow = 1798761600;  // 2027-01-01 00:00:00
+    collector::LogClock clock(kNow);
+    EXPECT_EQ(kNow - 1, clock.Seconds("Dec 31 23:59:59"));
+    EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
+    EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T04:16:59.1Z"));
+    EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));
+    for (const char* stamp :
+         {"", "Nov", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21", "2026-11-21T04:16:59"})
+        EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
+}
+
+TEST(LogEvent, TextsOfStrangersNameNoQueueId)
+{
+    const std::string to = "4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
+    const std::string sent = ", delay=1, delays=1/0/0/0, dsn=2.0.0, status=sent (250 2.0.0 Ok: ";
+    auto event = Parse("smtp[1]: " + to + "mx.far.test[203.0.113.9]:25" + sent +
+                       "queued as 4jWf7V0lnXzm4JM)");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kSent, event->kind);
+    EXPECT_EQ("", event->other);
+
+    event = Parse("lmtp[1]: " + to + "127.0.0.1[127.0.0.1]:10024" + sent +
+                  "queued as 4jWf7V0lnXzm4JM)");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kScanned, event->kind);
+    EXPECT_EQ("4jWf7V0lnXzm4JM", event->other);
+
+    event = Parse("smtp[1]: " + to +
+                  "mx.far.test[203.0.113.9]:25, delay=1, dsn=2.0.0, status=sent "
+                  "(forwarded as 4jWf7V0lnXzm4JM)");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kSent, event->kind);
+
+    event = Parse(
+        "smtpd[1]: 4jWf7V0lnXzm4JM: client=far.test[203.0.113.9], "
+        "orig_queue_id=4jWf7T69kfzm4Dv, orig_client=x[1.2.3.4]");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kAccepted, event->kind);
+}
+
+TEST(LogEvent, AddressesEndWhereTheyEnd)
+{
+    auto event = Parse(
+        "lmtp[1]: 4jWf6M2n8mzm4JH: to=<\"a>, relay=x, status=bounced (\\\" \"@mv.test>, "
+        "orig_to=<\"b>\"@mv.test>, relay=r[private/l], delay=1, dsn=2.0.0, status=sent (ok)");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kSent, event->kind);
+    EXPECT_EQ("\"a>, relay=x, status=bounced (\\\" \"@mv.test", event->to);
+
+    event = Parse(
+        "cleanup[1]: 4jWf6r34W6zm4H4: reject: header Subject: ; from=<forged@x.test> "
+        "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> "
+        "proto=ESMTP helo=<h>: 5.7.1 no");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(EventKind::kRefused, event->kind);
+    EXPECT_EQ("x@a.test", event->from);
+    EXPECT_EQ("b@mv.test", event->to);
+}
+
+TEST(LogEvent, WhatSaysNothingAboutAMessage)
+{
+    for (const std::string text :
+         {"smtpd[1]: connect from x[1.2.3.4]", "smtpd[1]: NOQUEUE: client=x[1.2.3.4]",
+          "smtpd[1]: NOQUEUE: hold: RCPT from x[1.2.3.4]: y; from=<a@b.test> to=<c@d.test>",
+          "smtpd[1]: proxy-accept: END-OF-MESSAGE: 250 Ok: queued as 4jWf7V0lnXzm4JM; "
+          "from=<a@b.test>",
+          "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test>, size=x, nrcpt=1 (queue active)",
+          "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test", "lmtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>",
+          "smtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=deliverable (ok)",
+          "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)",
+          "bounce[1]: 4jWf6M2n8mzm4JH: sender non-delivery notification: 4jWf6M3Sndzm4LD"})
+        EXPECT_FALSE(Parse(text)) << text;
+}
+
+TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
+{
+    const struct {
+        const char* text;
+        const char* want;
+    } cases[] = {{"<script>", "?script?"},
+                 {"a\x01\x7f\tb", "a???b"},
+                 {"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80", "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80"},
+                 {"\xff\xc3(\xe2\x82", "?" "?(?" "?"},
+                 {"\xc0\xaf\xed\xa0\x80\xc2\x85", "???????"}};
+    for (const auto& one : cases) EXPECT_EQ(one.want, collector::CleanText(one.text)) << one.text;
+    const std::string longText = std::string(collector::kLongestText - 1, 'x') + "\xc3\xa4";
+    EXPECT_EQ(longText.substr(0, collector::kLongestText - 1), collector::CleanText(longText));
+}
