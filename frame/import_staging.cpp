@@ -34,8 +34,8 @@ struct Detail {
 /// The field of the description takes seven characters.
 std::string NumberText(int number)
 {
-    constexpr std::size_t longest = 7;
-    return std::to_string(number).substr(0, longest);
+    constexpr std::size_t kLongest = 7;
+    return std::to_string(number).substr(0, kLongest);
 }
 
 bool SetKey(const std::string& file, const char* key, const std::string& value)

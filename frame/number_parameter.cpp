@@ -5,6 +5,6 @@
 
 long NumberParameter(WebMan& web, const char* name, const char* fallback)
 {
-    constexpr int decimal = 10;
-    return std::strtol(web.In(name, fallback), nullptr, decimal);
+    constexpr int kDecimal = 10;
+    return std::strtol(web.In(name, fallback), nullptr, kDecimal);
 }
