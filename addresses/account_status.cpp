@@ -44,15 +44,15 @@ AccountStatus GroupStatus(const char* name)
     if (name == nullptr) return kStatusUnknown;
 
     StringList members;
-    if (!members.ok()) {
+    if (!members.Ok()) {
         LogError(Here(), "Out of memory");
         return kStatusUnknown;
     }
-    if (HALDGroupListMember(name, members.address()) < 0) {
+    if (HALDGroupListMember(name, members.Address()) < 0) {
         LogError(Here(), "fail to get member list");
         return kStatusUnknown;
     }
-    for (int i = 0; i < members.size(); ++i) {
+    for (int i = 0; i < members.Size(); ++i) {
         if (UserStatus(members[i]) != kStatusUsable) return kStatusMemberUnusable;
     }
     return kStatusUsable;

@@ -78,7 +78,7 @@ bool GatherKind(const Request& request, const Source& source, StringList& names)
 {
     switch (request.kind) {
         case kGroup:
-            if (HLIBGroupEnum(names.address(), source.selector, source.DomainOrNull()) >= 0) {
+            if (HLIBGroupEnum(names.Address(), source.selector, source.DomainOrNull()) >= 0) {
                 return true;
             }
             LogError(Here(), "Fail to enumerate local groups");
@@ -89,7 +89,7 @@ bool GatherKind(const Request& request, const Source& source, StringList& names)
             LogError(Here(), "Fail to enumerate alias");
             return false;
         default:
-            if (HLIBUserEnum(names.address(), source.selector, source.DomainOrNull()) >= 0) {
+            if (HLIBUserEnum(names.Address(), source.selector, source.DomainOrNull()) >= 0) {
                 return true;
             }
             LogError(Here(), "Fail to enumerate local users");
@@ -101,7 +101,7 @@ bool GatherKind(const Request& request, const Source& source, StringList& names)
 int FillPage(const Request& request, const StringList& names, StringList& page)
 {
     int matches = 0;
-    for (int i = 0; i < names.size(); ++i) {
+    for (int i = 0; i < names.Size(); ++i) {
         if (!SearchMatches(names[i], request.query.c_str())) continue;
 
         if (request.window.Shows(matches) && !page.Push(names[i])) {
@@ -120,7 +120,7 @@ bool FindCandidates(const Request& request, StringList& page, int& total)
     if (settings.LoadSettings() < 0) return false;
 
     StringList names;
-    if (!names.ok()) {
+    if (!names.Ok()) {
         LogError(Here(), "Out of memory");
         return false;
     }
@@ -160,7 +160,7 @@ public:
         return true;
     }
 
-    int count() const { return count_; }
+    int Count() const { return count_; }
 
     /// Takes one name out; whether it was there.
     bool Take(const char* name)
@@ -205,7 +205,7 @@ int StatusOf(Kind kind, const char* name)
 Json::Value Items(const Request& request, const StringList& page, JoinedNames& joined)
 {
     Json::Value items(Json::arrayValue);
-    for (int i = 0; i < page.size(); ++i) {
+    for (int i = 0; i < page.Size(); ++i) {
         Json::Value item;
         item["name"] = page[i];
         item["is_join"] = joined.Take(page[i]);
@@ -225,7 +225,7 @@ Json::Value Items(const Request& request, const StringList& page, JoinedNames& j
 Outcome ListCandidates(const Request& request, Json::Value& response)
 {
     StringList page;
-    if (!page.ok()) {
+    if (!page.Ok()) {
         LogError(Here(), "Out of memory");
         return Outcome::Fail();
     }
@@ -238,7 +238,7 @@ Outcome ListCandidates(const Request& request, Json::Value& response)
     if (request.editing && !joined.Load(request)) return Outcome::Fail();
 
     response["items"] = Items(request, page, joined);
-    response["joined_num"] = joined.count();
+    response["joined_num"] = joined.Count();
     response["total"] = total;
     return Outcome::Success();
 }

@@ -12,15 +12,15 @@ public:
     StringList& operator=(const StringList&) = delete;
 
     /// False when memory was short: it can then only be destroyed.
-    bool ok() const { return list_ != nullptr; }
+    bool Ok() const { return list_ != nullptr; }
 
     /// Where the operations of the platform append.
-    HLIBCSzList** address() { return &list_; }
+    HLIBCSzList** Address() { return &list_; }
 
     /// Appends a copy; false on failure.
     bool Push(const char* text) { return HLIBCSzListPush(&list_, text) >= 0; }
 
-    int size() const { return list_->count; }
+    int Size() const { return list_->count; }
     const char* operator[](int index) const { return HLIBCSzListGet(list_, index); }
 
 private:

@@ -23,7 +23,6 @@ const char kNameTypeKey[] = "name_type";
 const char kRuleNameKey[] = "rule_name";
 const char kBlackWhiteKey[] = "blackwhite_type";
 constexpr int kValueSize = 512;  // bytes, with the end
-constexpr int kDecimal = 10;
 
 /// A key of the description besides the type.
 struct Detail {
@@ -87,7 +86,7 @@ bool ReadKey(const char* key, KeyValue& value)
 
 int Number(const KeyValue& text)
 {
-    return static_cast<int>(std::strtol(text.data(), nullptr, kDecimal));
+    return static_cast<int>(std::strtol(text.data(), nullptr, 10));
 }
 
 }  // namespace

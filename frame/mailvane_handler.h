@@ -98,8 +98,6 @@ private:
     void EnumAliasMembers();
     void LoadExtaddr();
     void ExportAlias();
-    void ApplyAliasInfo(Json::Value& in);
-    void AliasDel(Json::Value& in);
     void LoadAccess();
     void LoadBcc();
     void LoadSenderQuota();
@@ -107,6 +105,8 @@ private:
     void ExportBcc();
     void ApplyAccessSetting();
     void LoadAttachmentFilter();
+    void ApplyAliasInfo(Json::Value& in);
+    void AliasDel(Json::Value& in);
     void DeleteAccess(Json::Value& in);
     void AddAccess(Json::Value& in);
     void EditAccess(Json::Value& in);

@@ -6,10 +6,10 @@
 
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/alias_maps.h"
 #include "host/libmailvane/alias_store.h"
 #include "host/libmailvane/alias_text.h"
 #include "host/libmailvane/database.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/list_text.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/postfix.h"
@@ -35,17 +35,21 @@ struct Alias::State {
 
 namespace {
 
-/// Stores a change and puts it in force, or neither.
+/// Puts the table in force, then stores it: an account engine or a mail server that does not answer
+/// is met before anything is stored.
 int PutInForce(host::AliasTable& table)
 {
-    const host::AliasChange change = table.Pending();
-    host::ChangeAliases(change);
-    if (host::RebuildLists({host::AliasFiles}) == 0) {
+    if (host::RebuildLists({[&table] { return host::AliasFilesOf(table); }}) < 0) {
+        (void)host::RebuildLists({host::AliasFiles});
+        return -1;
+    }
+    const auto store = [&table] {
+        host::ChangeAliases(table.Pending());
         table.Stored();
         return 0;
-    }
-    host::Log(LOG_ERR, "aliases: the change is taken back");
-    host::ChangeAliases(table.TakingBack(change));
+    };
+    if (host::WithoutExceptions("aliases", store) == 0) return 0;
+
     (void)host::RebuildLists({host::AliasFiles});
     return -1;
 }

@@ -1,12 +1,15 @@
 // The maps that the aliases fill: where their mail goes, and which logins may send from them.
+#include "host/libmailvane/alias_maps.h"
+
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/alias_expansion.h"
 #include "host/libmailvane/alias_store.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/render.h"
 #include "platform/hlib/accounts.h"
@@ -45,12 +48,8 @@ std::string MapLine(const std::string& key, const std::vector<std::string>& valu
 
 class MapTexts {
 public:
-    explicit MapTexts(const StoredSettings& settings)
-    {
-        if (settings.Text("account_type") == "win") {
-            domain_ = settings.Text("win_domain_short_name") + "\\";
-        }
-    }
+    /// `loginPrefix` may stand before the name of an account when it logs in.
+    explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
 
     void Add(const std::string& alias, Recipients recipients)
     {
@@ -71,20 +70,19 @@ private:
     void AddLogins(const std::string& user, std::vector<std::string>& logins) const
     {
         logins.push_back(user);
-        if (!domain_.empty()) logins.push_back(domain_ + user);
+        if (!loginPrefix_.empty()) logins.push_back(loginPrefix_ + user);
     }
 
-    std::string domain_;  ///< before the names of the logins, with the backslash
+    std::string loginPrefix_;
     std::string aliases_;
     std::string logins_;
 };
 
-MapTexts MakeTexts()
+MapTexts MakeTexts(const AliasTable& table)
 {
     const auto settings = StoredSettings::Read();
     if (!settings) throw std::runtime_error("the settings cannot be read");
 
-    const AliasTable table(ReadAliases());
     GroupMembers groups(SourceOf(settings->Text("account_type")));
     AliasExpansion expansion(table, MailDomains(*settings), [&groups](const std::string& group) {
         return MembersOf(groups, group);
@@ -93,7 +91,7 @@ MapTexts MakeTexts()
     for (const char* role : kRoles) {
         if (!administrator.empty()) expansion.AddRole(role, administrator);
     }
-    MapTexts texts(*settings);
+    MapTexts texts(LoginPrefix(*settings));
     for (const AliasEntry& alias : table.entries()) {
         texts.Add(alias.name, expansion.Expand(alias));
     }
@@ -102,15 +100,20 @@ MapTexts MakeTexts()
 
 }  // namespace
 
+std::vector<ListFile> AliasFilesOf(const AliasTable& table)
+{
+    const MapTexts texts = MakeTexts(table);
+    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+}
+
 std::vector<ListFile> AliasFiles()
 {
-    const MapTexts texts = MakeTexts();
-    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+    return AliasFilesOf(AliasTable(ReadAliases()));
 }
 
 std::vector<ListFile> LoginFiles()
 {
-    return {{"login_aliases", MakeTexts().logins()}};
+    return {{"login_aliases", MakeTexts(AliasTable(ReadAliases())).logins()}};
 }
 
 }  // namespace host

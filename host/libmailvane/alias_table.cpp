@@ -49,16 +49,16 @@ const AliasEntry* AliasTable::Find(const std::string& name) const
     return found != nullptr && found->name == name ? found : nullptr;
 }
 
-void AliasTable::Remember(const AliasEntry& entry)
+void AliasTable::Touch(const AliasEntry& entry)
 {
-    if (entry.id != 0) before_.emplace(entry.id, entry);
+    if (entry.id != 0) touched_.insert(entry.id);
 }
 
 AliasEntry& AliasTable::Edit(const std::string& name)
 {
     const auto found = byName_.find(InLowerCase(name));
     if (found != byName_.end()) {
-        Remember(*found->second);
+        Touch(*found->second);
         return *found->second;
     }
     entries_.push_back({0, name, {}});
@@ -117,7 +117,7 @@ std::string AliasTable::Rename(const std::string& from, const std::string& to)
     if (taken != nullptr && taken != old) return "a name that another alias has";
 
     auto node = byName_.extract(InLowerCase(from));
-    Remember(*node.mapped());
+    Touch(*node.mapped());
     node.mapped()->name = to;
     node.key() = InLowerCase(to);
     byName_.insert(std::move(node));
@@ -137,7 +137,7 @@ void AliasTable::Delete(const std::list<std::string>& names)
         if (Find(name) == nullptr) continue;
 
         const auto node = byName_.extract(InLowerCase(name));
-        Remember(*node.mapped());
+        Touch(*node.mapped());
         entries_.erase(node.mapped());
         gone.emplace(InLowerCase(name), "");
     }
@@ -153,7 +153,7 @@ void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newN
         auto& members = entry.members;
         if (std::none_of(members.begin(), members.end(), isAffected)) continue;
 
-        Remember(entry);
+        Touch(entry);
         for (MemberInfo& member : members) {
             if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
         }
@@ -165,21 +165,13 @@ void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newN
 AliasChange AliasTable::Pending()
 {
     AliasChange change;
-    for (const auto& [id, entry] : before_) change.removed.push_back(id);
+    change.removed.assign(touched_.begin(), touched_.end());
     for (AliasEntry& entry : entries_) {
         const bool isNew = entry.id == 0;
         if (isNew) entry.id = nextId_++;
-        if (isNew || before_.count(entry.id) != 0) change.added.push_back(entry);
+        if (isNew || touched_.count(entry.id) != 0) change.added.push_back(entry);
     }
     return change;
-}
-
-AliasChange AliasTable::TakingBack(const AliasChange& change) const
-{
-    AliasChange back;
-    for (const AliasEntry& entry : change.added) back.removed.push_back(entry.id);
-    for (const auto& [id, entry] : before_) back.added.push_back(entry);
-    return back;
 }
 
 }  // namespace host

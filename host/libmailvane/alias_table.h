@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <list>
-#include <map>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -52,15 +52,13 @@ public:
 
     /// What the store lacks; new aliases get their numbers here.
     AliasChange Pending();
-    /// What takes such a change back.
-    AliasChange TakingBack(const AliasChange& change) const;
     /// The store has it all.
-    void Stored() { before_.clear(); }
+    void Stored() { touched_.clear(); }
 
 private:
     /// An alias about to change, made when it is missing.
     AliasEntry& Edit(const std::string& name);
-    void Remember(const AliasEntry& entry);
+    void Touch(const AliasEntry& entry);
     std::string FaultOf(const MemberInfo& member, const std::string& owner) const;
     /// Renames the members that are one of these aliases, by their names in lower case; removes
     /// those whose new name is empty.
@@ -68,7 +66,7 @@ private:
 
     AliasEntries entries_;
     std::unordered_map<std::string, AliasEntries::iterator> byName_;  ///< by name in lower case
-    std::map<std::int64_t, AliasEntry> before_;  ///< of what has been changed or removed
+    std::set<std::int64_t> touched_;                                  ///< changed or removed
     std::int64_t nextId_ = 1;
 };
 

@@ -1,7 +1,9 @@
 // The header checks that refuse attachments by name. A name can be written in many ways: quoted,
 // cut into numbered parts (RFC 2231), with bytes as %65 or =65, as a word in base64 (RFC 2047); a
 // program that opens it sees one and the same. Names inside archives are the scanner's matter.
-#include <set>
+#include <array>
+#include <string>
+#include <vector>
 
 #include "host/libmailvane/attachment_types.h"
 #include "host/libmailvane/list_maps.h"
@@ -10,7 +12,7 @@
 namespace host {
 namespace {
 
-using Bytes = std::set<unsigned>;
+using Bytes = std::vector<unsigned>;
 
 constexpr unsigned kByteBits = 8;
 constexpr unsigned kDigitBits = 6;
@@ -18,7 +20,14 @@ constexpr std::size_t kDigits = 64;
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 /// A parameter's name before what follows it. Names of a part have "*", a number and "*" after it.
-const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*\s*=\s*)";
+const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*+\s*+=\s*+)";
+
+/// What else may stand in a value; it ends where the next parameter begins.
+const char kRest[] = R"((?:(?!name[*0-9]*\s*=)[^;])*)";
+const char kUnquoted[] = R"((?:(?!name[*0-9]*\s*=)[^";])*)";
+
+/// No honest header is as long, and a long one would cost the time that its sender likes.
+const char kTooLong[] = "/^.{4096}/ REJECT this header of an attachment is too long\n";
 
 /// What may stand between two characters of a name that is cut there, or be put before one.
 const char kCut[] = R"re((?:"?\s*;\s*(?:file)?name\*\d+\*?\s*=\s*"?|\?=\s+=\?[^?]+\?Q\?)?\\?)re";
@@ -28,12 +37,17 @@ bool IsLetter(char c)
     return c >= 'a' && c <= 'z';
 }
 
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
 /// The bytes that stand for a character of a type: a letter in either case.
 Bytes BytesOf(char c)
 {
     constexpr unsigned caseBit = 0x20;
     const auto byte = static_cast<unsigned char>(c);
-    return IsLetter(c) ? Bytes{byte, byte & ~caseBit} : Bytes{byte};
+    return IsLetter(c) ? Bytes{byte & ~caseBit, byte} : Bytes{byte};
 }
 
 std::string Hex(unsigned byte)
@@ -45,7 +59,10 @@ std::string Hex(unsigned byte)
 /// A character as it is or as its number.
 std::string CharacterPattern(char c)
 {
-    std::string pattern = std::string("(?:") + (IsLetter(c) ? "" : "\\") + c + "|[=%](?:";
+    std::string pattern = "(?:";
+    if (!IsLetter(c) && !IsDigit(c)) pattern += '\\';
+    pattern += c;
+    pattern += "|[=%](?:";
     std::string separator;
     for (const unsigned byte : BytesOf(c)) {
         pattern += separator + Hex(byte);
@@ -68,15 +85,18 @@ std::string DigitPattern(const std::vector<Bytes>& text, std::size_t bit)
     const Bytes& high = text[first];
     const Bytes& low = first + 1 < text.size() ? text[first + 1] : Bytes{0};
     const unsigned shift = 2 * kByteBits - kDigitBits - static_cast<unsigned>(bit % kByteBits);
-    std::set<unsigned> digits;
+    std::array<bool, kDigits> found{};
     for (const unsigned left : high) {
         for (const unsigned right : low) {
-            digits.insert((((left << kByteBits) | right) >> shift) % kDigits);
+            found[(((left << kByteBits) | right) >> shift) % kDigits] = true;
         }
     }
     std::string pattern = "[";
-    for (const unsigned digit : digits)
-        pattern += kBase64[digit] == '/' ? "\\/" : std::string(1, kBase64[digit]);
+    for (std::size_t digit = 0; digit < kDigits; ++digit) {
+        if (!found[digit]) continue;
+        if (kBase64[digit] == '/') pattern += '\\';
+        pattern += kBase64[digit];
+    }
     return pattern + "]";
 }
 
@@ -84,7 +104,7 @@ std::string DigitPattern(const std::vector<Bytes>& text, std::size_t bit)
 std::string DigitsPattern(const std::string& ending, std::size_t before)
 {
     Bytes any;
-    for (unsigned byte = 0; byte < (1U << kByteBits); ++byte) any.insert(byte);
+    for (unsigned byte = 0; byte < (1U << kByteBits); ++byte) any.push_back(byte);
     std::vector<Bytes> text(before, any);
     for (const char c : ending) text.push_back(BytesOf(c));
 
@@ -99,17 +119,20 @@ std::string DigitsPattern(const std::string& ending, std::size_t before)
 /// places in them.
 std::string WordPattern(const std::string& ending)
 {
-    return R"([^;]*=\?[^?]+\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + DigitsPattern(ending, 0) + "|" +
+    return R"(=\?[^?]{1,60}\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + DigitsPattern(ending, 0) + "|" +
            DigitsPattern(ending, 1) + "|" + DigitsPattern(ending, 2) + R"()=*\?=))";
 }
 
 std::string Check(const std::string& type)
 {
     const std::string ending = "." + type;
-    // The pattern of the name is written once and called from both forms, quoted and not.
-    return "/(?(DEFINE)(?<name>" + NamePattern(ending) + "))" + kParameter +
-           R"((?:"[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$)|[^";]*(?&name)\.*(?:\?=)?(?:[\s;("]|$)|)" +
-           WordPattern(ending) + ")/ REJECT attachments of type " + ending + " are not accepted\n";
+    // Written once, called from both forms, quoted and not.
+    const std::string name = "(?(DEFINE)(?<name>" + NamePattern(ending) + "))";
+    const std::string quoted = R"("[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$))";
+    const std::string plain = kUnquoted + std::string(R"((?&name)\.*(?:\?=)?(?:[\s;("]|$))");
+    const std::string word = kRest + WordPattern(ending);
+    return "/" + name + kParameter + "(?:" + quoted + "|" + plain + "|" + word +
+           ")/ REJECT attachments of type " + ending + " are not accepted\n";
 }
 
 }  // namespace
@@ -118,7 +141,9 @@ std::vector<ListFile> AttachmentFiles()
 {
     std::string text;
     for (const std::string& type : AttachmentTypes()) text += Check(type);
-    if (!text.empty()) text = "if /^Content-(Disposition|Type):/\n" + text + "endif\n";
+    if (!text.empty()) {
+        text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
+    }
     return {{kAttachmentChecksFile, text, false}};
 }
 

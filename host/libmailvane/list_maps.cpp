@@ -58,7 +58,7 @@ int RebuildLists(const std::vector<ListFileMaker>& makers)
         if (!scope.ok()) return -1;
 
         std::vector<ListFile> files;
-        for (const ListFileMaker maker : makers) {
+        for (const ListFileMaker& maker : makers) {
             for (ListFile& file : maker()) files.push_back(std::move(file));
         }
         return PutListsInForce(files);

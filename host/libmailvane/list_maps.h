@@ -2,6 +2,7 @@
 // generation of their own.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,10 @@ std::vector<ListFile> BlackWhiteFiles();
 std::vector<ListFile> AttachmentFiles();
 
 /// Makes the files of one or more lists and puts them in force together; Postfix takes them at
-/// once, or with the save that is under way. `makers` are the functions above. 0; negative on
+/// once, or with the save that is under way. `makers` are the functions above, or
+/// others like them. 0; negative on
 /// failure, what was in force then still is.
-using ListFileMaker = std::vector<ListFile> (*)();
+using ListFileMaker = std::function<std::vector<ListFile>()>;
 int RebuildLists(const std::vector<ListFileMaker>& makers);
 
 /// All lists whose entries belong to one account combination.

@@ -107,6 +107,7 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     next.Put("dnsbl", settings.BlocklistsText(), 0644);
     next.Put("postfix/main.cf", RenderPostfixMain(settings, around), 0644);
     next.Put("postfix/master.cf", RenderPostfixMaster(settings, around), 0644);
+    next.Put("postfix/maps/own_names", RenderOwnNames(settings), 0644);
     next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
     next.PutMap("roles", RenderRoles(around));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);

@@ -31,7 +31,14 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
 /// Text of Dovecot's configuration.
 std::string RenderDovecot(const StoredSettings& settings, const Surroundings& around);
 
-/// Text of the rule by which a login owns the addresses made of its name and a mail domain.
+/// What logins of a Windows domain have before the name of the account, `DOMAIN\`; else empty.
+std::string LoginPrefix(const StoredSettings& settings);
+
+/// Text of the rule that leaves the name of an address in a mail domain.
+std::string RenderOwnNames(const StoredSettings& settings);
+
+/// Text of the rule by which a login owns the addresses made of its name and a mail domain. In a
+/// Windows domain logins are known with and without the domain.
 std::string RenderLoginRule(const StoredSettings& settings);
 
 /// Text of the map with the login at the relay host.

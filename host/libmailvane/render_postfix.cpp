@@ -195,9 +195,9 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
     // An alias is looked up by its name alone, whatever the mail domain.
-    const std::string ownAddresses = "pcre:${config_directory}/maps/login_rule";
-    main.Add("smtpd_sender_login_maps",
-             "pipemap:{" + ownAddresses + ", " + Map("login_aliases") + "}, " + ownAddresses);
+    main.Add("smtpd_sender_login_maps", "pipemap:{pcre:${config_directory}/maps/own_names, " +
+                                            Map("login_aliases") +
+                                            "}, pcre:${config_directory}/maps/login_rule");
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
     Restrictions client;
     client.Add("check_client_access " + Table("cidr", "black_clients"));
@@ -303,6 +303,16 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
+/// What an address of a mail domain, with or without an extension, stands for.
+std::string OwnAddressRule(const StoredSettings& settings, const std::string& result)
+{
+    std::string domains;
+    for (const std::string& domain : MailDomains(settings)) {
+        domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
+    }
+    return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ " + result + "\n";
+}
+
 }  // namespace
 
 std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings& around)
@@ -350,13 +360,21 @@ std::string RenderRelayPassword(const StoredSettings& settings)
            settings.Text("smtp_relay_password") + "\n";
 }
 
+std::string LoginPrefix(const StoredSettings& settings)
+{
+    const std::string& domain = settings.Text("win_domain_short_name");
+    return settings.Text("account_type") != "win" || domain.empty() ? "" : domain + "\\";
+}
+
+std::string RenderOwnNames(const StoredSettings& settings)
+{
+    return OwnAddressRule(settings, "${1}");
+}
+
 std::string RenderLoginRule(const StoredSettings& settings)
 {
-    std::string domains;
-    for (const std::string& domain : MailDomains(settings)) {
-        domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
-    }
-    return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ ${1}\n";
+    const std::string prefix = LoginPrefix(settings);
+    return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
 }
 
 std::string RenderRoles(const Surroundings& around)

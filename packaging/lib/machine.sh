@@ -14,7 +14,10 @@ world_packages=(
     lighttpd fcgiwrap
     curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
 )
-test_packages=(libgtest-dev libgmock-dev dnsmasq-base python3-dkim)
+test_packages=(
+    libgtest-dev libgmock-dev dnsmasq-base python3-dkim
+    slapd nslcd libnss-ldapd
+)
 lint_packages=(clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
@@ -64,7 +67,9 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd | opendkim | opendmarc | memcached) systemctl --quiet disable "$name.service" ;;
+        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd)
+            systemctl --quiet disable "$name.service"
+            ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;
         amavisd-new) systemctl --quiet disable amavis.service amavis-mc.service ;;
         clamav-daemon | clamav-freshclam) systemctl --quiet disable "$name.service" ;;

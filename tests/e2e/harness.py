@@ -172,7 +172,7 @@ def send(sender, recipients, subject, port=25, login=None):
     with smtplib.SMTP("127.0.0.1", port, local_hostname="client.test", timeout=20) as client:
         if login:
             client.starttls(context=unverified())
-            client.login(login, "pw-" + login)
+            client.login(login, "pw-" + login.partition("@")[0])
         client.send_message(message, sender, recipients)
 
 
@@ -180,7 +180,7 @@ def mails(user, subject, port=143):
     """Texts of a user's mails with a subject, read by IMAP."""
     with imaplib.IMAP4("127.0.0.1", port, timeout=20) as client:
         client.starttls(unverified())
-        client.login(user, "pw-" + user)
+        client.login(user, "pw-" + user.partition("@")[0])
         client.select("INBOX")
         found = client.search(None, "SUBJECT", '"%s"' % subject)[1][0].split()
         return [client.fetch(number, "(RFC822)")[1][0][1].decode() for number in found]

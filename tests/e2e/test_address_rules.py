@@ -15,7 +15,8 @@ STRANGER = "203.0.113.1"
 HOSTILE = ("a b", "x\ny", '"; drop', "caf\u00e9\u0001", "\udcff", "a" * 300, "", "x@y z", "#x",
            "a@b,c@d", "$(id)@x.test", "<b>@x.test")
 
-DNS = nameserver.NameServer("host-record=box.lan.test,203.0.113.20")
+DNS = nameserver.NameServer("host-record=box.lan.test,203.0.113.20",
+                            "address=/1.113.0.203.ip.bl.test/127.0.0.2")
 
 
 def setUpModule():
@@ -109,17 +110,48 @@ class Access(Pages):
             client.mail(ALICE)
             self.assertEqual(client.rcpt(BOB)[0], 554)
 
+    def test_what_frees_from_blocklists(self):
+        entry = {"server": "ip.bl.test", "type": "rbl_client"}
+        self.change("add_dnsb", **entry)
+        self.addCleanup(self.change, "del_dnsb", dnsbList=[entry])
+        self.change("save_relay", spam_dnsbl_enable=True)
+        self.add("OK", "elsewhere.test", SENDER, NAME)
+        self.add("OK", CAROL, RECIPIENT, ADDRESS)
+        self.apply()
+        self.assertEqual(say()[:3], "554", "anybody can write this sender")
+        self.assertEqual(say(recipient=CAROL)[:3], "250")
+        self.add("OK", "203.0.113.0/30", CLIENT, NETWORK)
+        self.apply()
+        self.assertEqual(say()[:3], "250")
+
+    def test_lists_belong_to_the_account_source(self):
+        self.add("REJECT", CAROL, RECIPIENT, ADDRESS)
+        self.change("add_bcc", bccType=2, name="", bccTo=CAROL)
+        self.addCleanup(self.change, "delete_bcc", deleteList=[{"type": 2}])
+        self.assert_saved(acc_domain_name="other.test")
+        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((0, []), 0))
+        self.assert_saved(acc_domain_name=DOMAIN)
+        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((1, [CAROL]), 1))
+        self.assertEqual(say(recipient=CAROL)[:3], "554")
+        self.assertEqual(harness.postconf("always_bcc"), CAROL)
+
     def test_discarded_mail_is_lost_for_those_it_concerns_alone(self):
+        self.change("apply_alias_info", aliasname="team", orgalias="",
+                    member=[{"name": "bob", "type": 0, "is_join": True}])
+        self.addCleanup(self.change, "alias_del", alias=["team"])
+        self.add("DISCARD", "team@" + DOMAIN, RECIPIENT, ADDRESS)
         self.add("DISCARD", CAROL, RECIPIENT, ADDRESS)
         self.add("DISCARD", "spam.test", SENDER, NAME)
         self.add("DISCARD", "else.test", RECIPIENT, NAME)
         self.apply()
         send("x@elsewhere.test", [CAROL, BOB], "to two")
         send("x@spam.test", [BOB], "spam")
+        send("x@elsewhere.test", ["team@" + DOMAIN], "to the alias")
         send(ALICE, [BOB, "x@else.test"], "out", port=587, login="alice")
         for subject in ("to two", "out"):
             delivered("bob", subject)
-        self.assertEqual(mails("bob", "spam") + mails("carol", "to two"), [])
+        self.assertEqual(mails("bob", "spam") + mails("bob", "to the alias") +
+                         mails("carol", "to two"), [])
         self.assertEqual(harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION,
                                      "-j").strip(), "")
 
@@ -267,8 +299,9 @@ class Attachments(Pages):
                'filename="=?utf-8?Q?run=2Eexe?="', 'filename="=?utf-8?Q?run.e?= =?utf-8?Q?xe?="',
                'filename="=?utf-8?B?cnVuLmV4ZQ==?="', 'filename="=?utf-8?B?cnVubi5FWGU=?="',
                'filename="=?utf-8?B?cnVubm4uZXhl?="', 'filename="r\\un.e\\xe"',
-               'x=1; filename="a;b.exe"', "filename=x.tar.xz", "filename=run.exe (a program)")
-    TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.xz"',
+               'x=1; filename="a;b.exe"', "filename=x.tar.7z", "filename=run.exe (a program)",
+               'name="=?utf-8?B?eC50YXIuN3o=?="')
+    TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.7z"',
              'filename=ok.pdf; x="run.exe"', 'filename="=?utf-8?B?cnVuLnBkZg==?="',
              'filename="run exe"', "filename*=utf-8''run%2Eexecutable")
 
@@ -291,15 +324,16 @@ class Attachments(Pages):
     def test_listed_types_are_refused_however_the_name_is_written(self):
         self.assertEqual(self.types(), (0, []))
         self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
-        self.change("set_attachment_filter", modified_list=[], add_list=["tar.xz", ".EXE"])
+        self.change("set_attachment_filter", modified_list=[], add_list=["tar.7z", ".EXE"])
         self.addCleanup(self.change, "set_attachment_filter", add_list=[],
-                        modified_list=["exe", "tar.xz"])
-        self.assertEqual(self.types(), (2, ["exe", "tar.xz"]))
+                        modified_list=["exe", "tar.7z"])
+        self.assertEqual(self.types(), (2, ["exe", "tar.7z"]))
         self.assertEqual(self.types("&query=.EX"), (1, ["exe"]))
         for parameter in self.REFUSED:
             answer = self.attach(parameter)
             self.assertIn("550 5.7.1 attachments of type .", answer, parameter)
         self.assertEqual(self.attach("name=run.exe", "Content-Type: application/x")[:3], "550")
+        self.assertIn("too long", self.attach("x=1;\r\n " * 900))
         for parameter in self.TAKEN:
             self.assertEqual(self.attach(parameter)[:3], "250", parameter)
         self.assert_refused("set_attachment_filter", add_list=["zip", "a/ OK"])

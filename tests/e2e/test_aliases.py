@@ -1,15 +1,14 @@
 """The pages of the aliases, and where mail to an alias goes."""
-import os
+import contextlib
 import smtplib
 import socketserver
-import subprocess
 import threading
 import time
 import unittest
 
 import harness
-from harness import (DOMAIN, ETC, POSTFIX_CONFIGURATION, SystemLog, delivered, mails, post, read,
-                     run, send, snapshot, wait_for)
+from harness import (DOMAIN, POSTFIX_CONFIGURATION, delivered, mails, post, read, run, send,
+                     wait_for)
 from pages import Pages
 
 USER, GROUP, ALIAS, OUTSIDE = range(4)
@@ -21,6 +20,10 @@ class Sink(socketserver.StreamRequestHandler):
     recipients = []
 
     def handle(self):
+        with contextlib.suppress(ConnectionError):
+            self.converse()
+
+    def converse(self):
         self.wfile.write(b"220 elsewhere.test ESMTP\r\n")
         while line := self.rfile.readline().decode().strip():
             verb = line[:4].upper()
@@ -37,10 +40,11 @@ def setUpModule():
     server = socketserver.ThreadingTCPServer(("127.0.0.1", 2526), Sink)
     server.daemon_threads = True
     threading.Thread(target=server.serve_forever, daemon=True).start()
-    # A list that makes no reload necessary: a member of a group is looked up when it is expanded.
-    for group, members in (("staff", "alice,bob,carol"), ("hidden", "root")):
-        run("groupadd", "--gid", "2000" if group == "staff" else "2001", group)
-        run("gpasswd", "--members", members, group)
+    answer = post({"action": "save_relay", "smtp_relay_enabled": True, "smtp_relay_port": 2526,
+                   "smtp_relay_server": "127.0.0.1", "smtp_relay_tls": False}).json()
+    assert answer["success"], answer
+    run("groupadd", "--gid", "2000", "makers")
+    run("gpasswd", "--members", "alice,bob,carol", "makers")
 
 
 def member(name, kind=USER, is_join=True):
@@ -56,13 +60,13 @@ def expanded(alias):
 
 class Aliases(Pages):
     def setUp(self):
-        super().setUp()
-        self.change("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
-                    smtp_relay_port=2526, smtp_relay_auth=False, smtp_relay_tls=False)
+        harness.Story.setUp(self)  # no other page is touched
         self.addCleanup(self.delete_all)
 
     def delete_all(self):
-        self.change("alias_del", alias=[item["alias_name"] for item in self.listed()["items"]])
+        names = [item["alias_name"] for item in self.listed()["items"]]
+        if names:
+            self.change("alias_del", alias=names)
 
     def listed(self, parameters="&limit=100"):
         return read("alias_enum" + parameters).json()
@@ -88,9 +92,9 @@ class Aliases(Pages):
 
     def test_mail_reaches_each_member_once(self):
         self.assert_unknown("inner")
-        self.make("inner", member("bob"), member("staff", GROUP))
+        self.make("inner", member("bob"), member("makers", GROUP))
         self.assert_reaches("inner", "alice", "bob", "carol")
-        self.make("outer", member("carol"), member("inner", ALIAS), member("staff", GROUP),
+        self.make("outer", member("carol"), member("inner", ALIAS), member("makers", GROUP),
                   member("x@elsewhere.test", OUTSIDE), member("CAROL@" + DOMAIN, OUTSIDE))
         Sink.recipients.clear()
         self.assert_reaches("Outer", "alice", "bob", "carol")
@@ -131,7 +135,7 @@ class Aliases(Pages):
 
     def test_members_may_send_from_their_alias(self):
         self.assert_saved(restrict_sender=True)
-        self.make("sales", member("staff", GROUP))
+        self.make("sales", member("makers", GROUP))
         self.make("sales", member("x@elsewhere.test", OUTSIDE), before="sales")
         send("sales@" + DOMAIN, ["bob@" + DOMAIN], "from the alias", port=587, login="alice")
         delivered("bob", "from the alias")
@@ -139,8 +143,8 @@ class Aliases(Pages):
         for sender in ("bob@" + DOMAIN, "none@" + DOMAIN):
             with self.assertRaises(smtplib.SMTPException):
                 send(sender, ["bob@" + DOMAIN], "refused", port=587, login="alice")
-        run("gpasswd", "--delete", "alice", "staff")
-        self.addCleanup(run, "gpasswd", "--add", "alice", "staff")
+        run("gpasswd", "--delete", "alice", "makers")
+        self.addCleanup(run, "gpasswd", "--add", "alice", "makers")
         run(harness.TARGET + "/bin/hald_set_config", "alias")
         with self.assertRaises(smtplib.SMTPException):
             send("sales@" + DOMAIN, ["bob@" + DOMAIN], "left", port=587, login="alice")
@@ -154,11 +158,10 @@ class Aliases(Pages):
                                     member=[member("bob")])
                 self.assert_refused("apply_alias_info", aliasname=name + "!", orgalias="team",
                                     member=[member("bob")])
-                self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
-                                    member=[member("alice"), member(name + "!")])
-        for kind in (ALIAS, OUTSIDE, 4, -1):
+        for name, kind in (("a b", USER), ("\u00e4", USER), ("x\ny", GROUP), ("none", ALIAS),
+                           ("none", OUTSIDE), ("none", 4)):
             self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
-                                member=[member("none", kind)])
+                                member=[member("alice"), member(name, kind)])
         self.assert_refused("apply_alias_info", aliasname="new", orgalias="none",
                             member=[member("bob")])
         self.assertEqual(self.listed()["items"], [{"alias_name": "team", "alias_member": "bob"}])
@@ -166,29 +169,24 @@ class Aliases(Pages):
     def test_the_list_is_searched_and_paged(self):
         self.assertEqual(self.listed(), {"success": True, "total": 0, "items": []})
         for name in ("red", "green", "blue"):
-            self.make(name, member("bob"), member("staff", GROUP))
+            self.make(name, member("bob"), member("makers", GROUP))
         names = lambda parameters: [item["alias_name"] for item in self.listed(parameters)["items"]]
         self.assertEqual(names("&start=2&limit=2"), ["blue"])
         self.assertEqual(names("&start=3&limit=2"), [])
         self.assertEqual(names("&query=RE&limit=9"), ["red", "green"])
         self.assertEqual(self.listed("")["total"], 3)
         self.assertEqual(self.listed("&limit=1")["items"][0]["alias_member"],
-                         "bob, <font color=#115ba6>staff</font>")
+                         "bob, <font color=#115ba6>makers</font>")
         download = read("export_alias")
         self.assertEqual(download.body.decode(), "".join(
-            name + ": bob, %staff\n" for name in ("red", "green", "blue")))
+            name + ": bob, %makers\n" for name in ("red", "green", "blue")))
         self.assertIn('filename="aliases"', download.headers["Content-Disposition"])
 
     def test_large_aliases(self):
-        with open("/etc/passwd", encoding="ascii") as file:
-            before = file.read()
-        added = ["u%04d" % i for i in range(3000)]
         with open("/etc/passwd", "a", encoding="ascii") as file:
-            file.writelines("%s:x:%d:2002::/nonexistent:/bin/false\n" % (name, 10000 + i)
-                            for i, name in enumerate(added))
-        self.addCleanup(harness.write_file, "/etc/passwd", before)
+            file.writelines("u%04d:x:%d:2002::/nonexistent:/bin/false\n" % (i, 10000 + i)
+                            for i in range(3000))
         run("groupadd", "--gid", "2002", "everybody")
-        self.addCleanup(run, "groupdel", "everybody")
         self.make("all", member("everybody", GROUP), *(member("w%04d@elsewhere.test" % i, OUTSIDE)
                                                        for i in range(2000)))
         self.assertEqual(len(expanded("all").split(", ")), 5000)

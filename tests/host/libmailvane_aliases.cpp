@@ -226,15 +226,13 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     const host::AliasChange change = again.Pending();
     EXPECT_EQ(change.removed.size(), 3U);
     host::ChangeAliases(change);
-    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())),
-              "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n");
-    host::ChangeAliases(again.TakingBack(change));
-    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), first);
+    const std::string second = "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n";
+    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), second);
 
     host::AliasChange clash;
     clash.added = {{90, "new", {}}, {91, "B", {}}};
     EXPECT_THROW(host::ChangeAliases(clash), std::exception);
-    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), first);
+    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), second);
 }
 
 }  // namespace

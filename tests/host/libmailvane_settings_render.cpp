@@ -129,6 +129,18 @@ TEST(RenderPostfix, TheAdministratorsParametersStandOnce)
     EXPECT_EQ(main.substr(main.size() - around.mainFragment.size()), around.mainFragment);
 }
 
+TEST(RenderPostfix, LoginsOfAWindowsDomainAreKnownWithAndWithoutIt)
+{
+    const auto result = [](const StoredSettings& settings) {
+        const std::string rule = host::RenderLoginRule(settings);
+        return rule.substr(rule.rfind("/ ") + 2);
+    };
+    EXPECT_EQ(result(With({{"win_domain_short_name", "CORP"}})), "${1}\n");
+    EXPECT_EQ(result(With({{"account_type", "win"}})), "${1}\n");
+    EXPECT_EQ(result(With({{"account_type", "win"}, {"win_domain_short_name", "CORP"}})),
+              "${1}, CORP\\${1}\n");
+}
+
 TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
 {
     StoredSettings settings = With({{"acc_domain_name", "example.org"}});

@@ -282,7 +282,9 @@ void Make(const std::string& path, const std::string& what)
 
     MakeDatabase(path, what[0] == 'o' ? kOld : what[0] == 'n' ? kNew : kEvil, what);
     if (what != "new, torn") return;
-    std::fstream(path, std::ios::in | std::ios::out).seekp(8192) << garbage;
+    // From the third page to the last one, which holds the mark.
+    const auto torn = static_cast<std::size_t>(fs::file_size(path)) - 8192;
+    std::fstream(path, std::ios::in | std::ios::out).seekp(8192) << std::string(torn, 'x');
 }
 
 /// The mark of the file that was kept under another name.

@@ -166,6 +166,15 @@ TEST_F(Lists, RulesOfCopiesSurviveExportAndImport)
     EXPECT_EQ(1U, BCC::getInstance()->getAllBCCList(second).size());
 }
 
+TEST_F(Lists, AChangeOfCopiesThatDoesNotComeInForceIsTakenBack)
+{
+    // There is no mail server here whose tables could be made.
+    ASSERT_EQ(ImportBcc("ann one\nbob two\n"), "ann one\nbob two\n");
+    EXPECT_EQ(-1, BCC::getInstance()->addBCC(BCC_SENDER, "carl", "three"));
+    EXPECT_EQ(-1, BCC::getInstance()->deleteBCC({{"ANN", "", BCC_SENDER}}));
+    EXPECT_EQ(ImportBcc(""), "ann one\nbob two\n");
+}
+
 TEST_F(Lists, AQuotaIsFoundByTheLoginInAnySpelling)
 {
     EXPECT_EQ(0, SenderQuota::Set("Bob", 7));

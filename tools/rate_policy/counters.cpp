@@ -24,10 +24,10 @@ constexpr std::size_t kLongestLine = 512;
 /// A short number for a long text.
 std::uint64_t Hash(const std::string& text)
 {
-    constexpr std::uint64_t start = 14695981039346656037U;
-    constexpr std::uint64_t factor = 1099511628211U;
-    std::uint64_t hash = start;
-    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * factor;
+    constexpr std::uint64_t kStart = 14695981039346656037U;
+    constexpr std::uint64_t kFactor = 1099511628211U;
+    std::uint64_t hash = kStart;
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * kFactor;
     return hash;
 }
 
@@ -55,8 +55,8 @@ Counters::~Counters()
 
 std::string Counters::KeyOf(const std::string& login)
 {
-    constexpr std::size_t room = 24;
-    char text[room];
+    constexpr std::size_t kRoom = 24;
+    char text[kRoom];
     std::string key = "sent:";
     for (const char c : login) {
         if (IsPlain(c)) {

@@ -64,10 +64,9 @@ int main(int count, char** arguments)
         std::fprintf(stderr, "usage: hald_rate_policy LIMITS SOCKET GENERAL\n");
         return 2;
     }
-    constexpr int decimal = 10;
     openlog("mailvane/rate-policy", LOG_PID, LOG_MAIL);
     const Setup setup{arguments[1],
-                      static_cast<unsigned int>(std::strtoul(arguments[3], nullptr, decimal))};
+                      static_cast<unsigned int>(std::strtoul(arguments[3], nullptr, 10))};
     Counters counters(arguments[2]);
     for (Attributes attributes; rate_policy::ReadRequest(stdin, attributes);) {
         std::printf("action=%s\n\n", Decide(attributes, setup, counters).c_str());

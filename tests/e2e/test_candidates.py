@@ -1,0 +1,98 @@
+"""Who may become a member of an alias: local accounts, and those of a directory."""
+import os
+import smtplib
+import unittest
+
+from directory import Directory, group, user
+from harness import DOMAIN, POSTFIX_CONFIGURATION, Story, delivered, read, run, send
+from pages import Pages
+
+DIRECTORY = Directory(user("lena", 5001), user("otto", 5002, expires=1), group("crowd", 6000, "otto"),
+                      group("circle", 6001, "lena"), group("empty", 6002))
+
+
+def setUpModule():
+    DIRECTORY.start()
+    for name in ("lena", "otto"):
+        os.makedirs("/home/" + name)
+        run("chown", name + ":crowd", "/home/" + name)
+    with open("/etc/haldinfo.conf", "a", encoding="ascii") as file:
+        file.write('ldap_enabled="yes"\nldap_suffix="%s"\n' % DOMAIN)
+
+
+def tearDownModule():
+    DIRECTORY.stop()
+
+
+def listed(kind, **more):
+    """Candidates with their status, members marked; then the total."""
+    parameters = {"rolefilter": kind, "limit": 50, **more}
+    answer = read("alias_mem_enum" + "".join("&%s=%s" % pair for pair in parameters.items())).json()
+    if not answer["success"]:
+        return None
+    return [("+" if item["is_join"] else "") + "%s %s" % (item["name"], item.get("status", ""))
+            for item in answer["items"]] + [answer["total"]]
+
+
+class Candidates(Pages):
+    def setUp(self):
+        Story.setUp(self)  # no other page is touched
+
+    def make(self, name, *members):
+        self.change("apply_alias_info", aliasname=name, orgalias="", member=[
+            {"name": member, "type": kind, "is_join": True} for member, kind in members])
+        self.addCleanup(self.change, "alias_del", alias=[name])
+
+    def use_directory(self):
+        self.assert_saved(account_type="ldap", acc_domain_name=DOMAIN)
+        self.addCleanup(self.restore)
+
+    def test_local_accounts(self):
+        self.make("team", ("carol", 0), ("alice", 1))
+        self.assertEqual(listed("user", actionop="edit", aliasname="team", query="BO"),
+                         ["bob 1", "+carol ", 1])
+        self.assertEqual(listed("user", query="BO", limit=0), [1])
+        self.assertEqual(listed("localgrp", actionop="edit", aliasname="team", query="alice"),
+                         ["+alice 1", 1])
+        self.assertEqual(listed("user", query="CAR"), ["carol 1", 1])
+        run("usermod", "--expiredate", "1", "carol")
+        self.addCleanup(run, "usermod", "--expiredate", "", "carol")
+        self.assertEqual(listed("user", query="carol"), ["carol 2", 1])
+        self.assertEqual(listed("localgrp", query="carol"), ["carol 4", 1])
+        self.assertEqual(listed("alias"), ["team 1", 1])
+        self.assertEqual(listed("alias", aliasname="team"), [0])
+        self.assertNotIn("lena 1", listed("user"))
+
+    def test_accounts_of_the_directory(self):
+        self.use_directory()
+        self.assertEqual(listed("user"), ["lena 1", "otto 2", 2])
+        self.assertEqual(listed("localgrp"), ["crowd 4", "circle 1", "empty 1", 3])
+        self.make("team", ("lena", 0), ("circle", 1), ("empty", 1))
+        send("x@elsewhere.test", ["team@" + DOMAIN], "to the directory")
+        text = delivered("lena@" + DOMAIN, "to the directory")
+        self.assertIn("Delivered-To: lena@" + DOMAIN, text)
+
+        # A login with the suffix owns the addresses of the account.
+        self.assert_saved(restrict_sender=True)
+        login = "lena@" + DOMAIN
+        for sender in ("team@" + DOMAIN, login):
+            send(sender, [login], "from " + sender, port=587, login=login)
+            delivered(login, "from " + sender)
+        with self.assertRaises(smtplib.SMTPException):
+            send("otto@" + DOMAIN, [login], "from otto", port=587, login=login)
+
+    def test_a_directory_that_is_down_is_not_an_empty_one(self):
+        self.use_directory()
+        self.make("team", ("crowd", 1))
+        DIRECTORY.stop_client()
+        self.addCleanup(DIRECTORY.start_client)  # before what else is to be cleaned up
+        self.assertIsNone(listed("user"))
+        self.assertIsNone(listed("localgrp"))
+        self.assert_refused("apply_alias_info", aliasname="more", orgalias="", member=[
+            {"name": "circle", "type": 1, "is_join": True}])
+        table = "cdb:" + POSTFIX_CONFIGURATION + "/maps/aliases"
+        self.assertEqual(run("/usr/sbin/postmap", "-q", "team", table).strip(), "otto, lena")
+
+
+if __name__ == "__main__":
+    unittest.main()
