@@ -55,7 +55,7 @@ void BecomeBackground()
 
 /// What is asked about a process.
 struct ProcessStatus {
-    char state = '\0';        ///< its state letter; none for a process that does not exist
+    char state = '\0';         ///< its state letter; none for a process that does not exist
     std::int64_t started = 0;  ///< milliseconds since 1970
 };
 

@@ -1,13 +1,16 @@
 // Texts of the files of the mail scanner and the anti-virus engine.
-#include <sstream>
+#include <algorithm>
 
 #include "host/libmailvane/attachment_types.h"
+#include "host/libmailvane/database.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/scanner_files.h"
 
 namespace host {
 
 namespace {
+
+constexpr int kUsualMegabytes = 400;
 
 const char kHeader[] = "# Made by mailvane from its stored settings.\n";
 
@@ -42,7 +45,7 @@ $log_recip_templ = undef;
 ($cabextract, $unrar, $lzop, $rpm2cpio) = ('cabextract', 'unrar-free', 'lzop', 'rpm2cpio');
 ($unarj, $zoo, $ripole) = (['arj', 'unarj'], 'zoo', 'ripole');
 ($MAXLEVELS, $MAXFILES) = (14, 1500);
-($MIN_EXPANSION_QUOTA, $MAX_EXPANSION_QUOTA) = (100*1024, 300*1024*1024);
+$MIN_EXPANSION_QUOTA = 100*1024;
 @keep_decoded_original_maps = (new_RE(
     qr'^MAIL-UNDECIPHERABLE$', qr'^(ASCII(?! cpio)|text|uuencoded|xxencoded|binhex)'i));
 
@@ -143,7 +146,8 @@ std::string Assign(const std::string& variable, const std::string& value)
     return variable + " = " + value + ";\n";
 }
 
-/// Switches of the scanner are lists whose first entry says whether a check is left out.
+/// Switches of the scanner are lists whose first entry says whether a check is left out. A 1 that
+/// stands alone also keeps the scanner from loading what the check needs.
 std::string Check(const std::string& what, bool wanted)
 {
     return Assign("@bypass_" + what + "_checks_maps", wanted ? "(0)" : "(1)");
@@ -209,9 +213,18 @@ std::string SpamAssassinSettings(const StoredSettings& settings)
     return text;
 }
 
-std::string EngineText()
+/// How much of a message is looked at, unpacked: what may be sent must not be too large to scan.
+int ScannedMegabytes(const StoredSettings& settings)
 {
+    return std::max(kUsualMegabytes, 2 * settings.Int("message_size_limit_mb"));
+}
+
+std::string EngineText(const StoredSettings& settings)
+{
+    const int largest = std::max(kUsualMegabytes, settings.Int("message_size_limit_mb"));
     std::string text = kHeader;
+    text += "MaxScanSize " + std::to_string(ScannedMegabytes(settings)) + "M\n";
+    text += "MaxFileSize " + std::to_string(largest) + "M\n";
     text += std::string("LocalSocket ") + kAntiVirusSocket + "\n";
     text +=
         "LocalSocketMode 660\n"
@@ -242,13 +255,6 @@ std::string UpdaterText(const std::string& fragment)
     return text + fragment;
 }
 
-std::string Lines(const std::vector<std::string>& entries)
-{
-    std::string text;
-    for (const std::string& entry : entries) text += entry + "\n";
-    return text;
-}
-
 }  // namespace
 
 bool ScannerRuns(const StoredSettings& settings)
@@ -262,6 +268,13 @@ bool AntiVirusRuns(const StoredSettings& settings)
     return settings.Bool("anti_virus_enable");
 }
 
+std::vector<ListFile> BannedTypeFiles()
+{
+    std::string text;
+    for (const std::string& type : AttachmentTypes()) text += type + "\n";
+    return {{kBannedTypes, text, false}};
+}
+
 std::string RenderScanner(const StoredSettings& settings)
 {
     std::string text = kHeader;
@@ -272,6 +285,8 @@ std::string RenderScanner(const StoredSettings& settings)
     text += Assign("$mydomain", PerlText(settings.MailDomain()));
     text += Assign("$X_HEADER_LINE", PerlText("mail scanner at " + settings.Text("smtp_hostname")));
     text += Assign("$sa_siteconfigpath", PerlText(InForce("amavis/spamassassin")));
+    text += Assign("$MAX_EXPANSION_QUOTA",
+                   std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
     text += kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
@@ -282,11 +297,15 @@ void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
                      const Surroundings& around)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
-    next.Put(kBannedTypes, Lines(AttachmentTypes()), 0644);
+    const auto putTypes = [&next] {
+        for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
+        return 0;
+    };
+    if (WithoutExceptions("attachment types", putTypes) < 0) next.Fail("make", kBannedTypes);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
-    next.Put("clamav/clamd.conf", EngineText(), 0644);
+    next.Put("clamav/clamd.conf", EngineText(settings), 0644);
     next.Put("clamav/freshclam.conf", UpdaterText(around.updaterFragment), 0644);
 }
 

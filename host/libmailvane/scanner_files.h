@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/libmailvane/generation.h"
+#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/render.h"
 #include "host/libmailvane/stored_settings.h"
 
@@ -29,6 +30,9 @@ bool ScannerRuns(const StoredSettings& settings);
 
 /// Whether the anti-virus engine is to run.
 bool AntiVirusRuns(const StoredSettings& settings);
+
+/// The refused attachment types, which the scanner finds in archives too.
+std::vector<ListFile> BannedTypeFiles();
 
 /// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
 /// that comes from users is quoted, or read from files of its own.

@@ -41,8 +41,8 @@ bring_up() {
     prepare || fail "cannot prepare $folder"
     find_starter && return
     [[ -r $started && $(<"$started") == "$(fingerprint)" ]] && settled && return
-    rm -f "$starter_file"
-    setsid "$BASH" "$0" begin </dev/null >/dev/null 2>&1 &
+    # One starter at a time; what it starts does not inherit the lock.
+    flock -n -o "$folder.lock" setsid "$BASH" "$0" begin </dev/null >/dev/null 2>&1 &
     wait_for 10 begun $! || fail "the starter does not begin"
 }
 

@@ -17,6 +17,7 @@ scanner() (
     pid_file=$folder/pid  # it makes that anew, under its own user
     configuration=$current/amavis
     log=/var/log/mailvane/amavis.log
+    start_limit=60  # seconds; it reads all rules first
 
     prepare() {
         make_folder amavis amavis || return
@@ -24,6 +25,8 @@ scanner() (
         install -d -m 750 -o amavis -g amavis /var/lib/mailvane/quarantine || return
         [[ -e $log ]] || install -m 640 -o amavis -g adm /dev/null "$log" || return
         ln -sfn "$pid_file" /run/MailScanner.pid || return
+        # Where the tool looks that releases mail from the quarantine.
+        as_user amavis ln -sfn "$socket" /var/lib/amavis/amavisd.sock || return
         "${BASH_SOURCE%/*}/clean_quarantine.sh"
     }
 
@@ -42,6 +45,7 @@ scanner() (
 
     # One of its children has to be ready, not just the socket.
     settled() { find_master && perl -MIO::Socket::UNIX -e '
+        $SIG{ALRM} = sub { exit 1 };
         alarm 5;
         my $call = IO::Socket::UNIX->new(Peer => shift) or exit 1;
         $call->print("request=smtpd_access_policy\n\n");
@@ -70,6 +74,8 @@ milter() (
 
 case ${1-} in
 stop) milter stop && scanner stop ;;
-start | restart) if wanted; then scanner "$1" && milter "$1"; else milter stop && scanner stop; fi ;;
+start | restart)
+    if wanted; then scanner "$1" && milter "$1"; else milter stop && scanner stop; fi
+    ;;
 *) control "${1-}" ;;
 esac

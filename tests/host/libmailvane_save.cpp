@@ -17,6 +17,7 @@
 #include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
 namespace fs = std::filesystem;
@@ -112,7 +113,8 @@ protected:
             fs::create_directories(kPackage / folder);
         }
         fs::create_directories("/var/log/mailvane");
-        for (const char* service : {"postfix", "dovecot", "opendkim", "opendmarc"}) {
+        for (const char* service :
+             {"postfix", "dovecot", "opendkim", "opendmarc", "mailscanner", "antivirus"}) {
             const fs::path script = kPackage / "target/scripts" / (std::string(service) + ".sh");
             WriteFile(script, std::string("#!/bin/sh\necho ") + service +
                                   " $1 >>/tmp/calls\n[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; "
@@ -259,6 +261,33 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(InRequest([] { return host::WriteScope().ok() ? 0 : -1; }), 0);
     EXPECT_EQ(ReadText(kCalls),
               "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
+}
+
+TEST_F(SaveTransaction, TheMailServerCallsTheScannerOnlyWhileItIsUp)
+{
+    const auto switched = [](bool on) {
+        fs::remove(kCalls);
+        const std::string verb = on ? "start" : "stop";
+        return InRequest([&] {
+            const host::ScopedLock lock;
+            MailScanner scanner;
+            if (scanner.LoadSettings() < 0) return -2;
+            scanner.Set("anti_virus_enable", Value<bool>(on));
+            return scanner.SaveSettings({{"scanner", &MailScanner::Service, verb},
+                                         {"engine", &MailScanner::AntiVirusService, verb}});
+        });
+    };
+    EXPECT_EQ(switched(true), 0);
+    EXPECT_EQ(ReadText(kCalls), "mailscanner start\nantivirus start\npostfix restart\n");
+    EXPECT_NE(MainCf().find("amavisd-milter"), std::string::npos);
+
+    fs::remove(kCalls);
+    EXPECT_EQ(Save("smtp_hostname", Value<std::string>("new.example")), 0);
+    EXPECT_EQ(ReadText(kCalls), "dovecot restart\nmailscanner restart\npostfix restart\n");
+
+    EXPECT_EQ(switched(false), 0);
+    EXPECT_EQ(ReadText(kCalls), "postfix restart\nmailscanner stop\nantivirus stop\n");
+    EXPECT_EQ(MainCf().find("amavisd-milter"), std::string::npos);
 }
 
 TEST_F(SaveTransaction, ADaemonThatDoesNotComeUpAfterAKillDoesNotBlockTheSaveThatMendsIt)

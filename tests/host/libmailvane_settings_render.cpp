@@ -8,6 +8,7 @@
 
 #include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/render.h"
+#include "host/libmailvane/scanner_files.h"
 
 namespace {
 
@@ -189,6 +190,35 @@ TEST(MailPorts, SmtpPortsCountOnlyWhileSmtpIsOn)
     EXPECT_EQ(host::EnabledPorts(off), std::vector<int>());
     EXPECT_FALSE(host::MailboxServerRuns(off));
     EXPECT_TRUE(host::MailboxServerRuns(With({{"imap_enabled", "no"}})));
+}
+
+TEST(RenderScanner, EachSettingShowsInItsLine)
+{
+    const struct {
+        const char* setting;
+        const char* value;
+        const char* want;  ///< a line of the text
+    } rows[] = {
+        {"anti_virus_enable", "yes", "@bypass_virus_checks_maps = (0);"},
+        {"anti_virus_enable", "no", "@bypass_virus_checks_maps = (1);"},
+        {"spam_enable", "yes", "@bypass_spam_checks_maps = (0);"},
+        {"spam_tag_score", "7", "$sa_tag2_level_deflt = 7;"},
+        {"spam_reject_score", "8", "$sa_kill_level_deflt = 8;"},
+        {"spam_subject_tag", "", "$sa_spam_subject_tag = undef;"},
+        {"spam_subject_tag", "\\'; die; '", "$sa_spam_subject_tag = '\\\\\\'; die; \\' ';"},
+        {"spam_action", "tag", "$final_spam_destiny = D_PASS;"},
+        {"spam_action", "discard", "$spam_quarantine_method = undef;"},
+        {"spam_action", "reject", "$final_spam_destiny = D_REJECT;"},
+        {"virus_action", "quarantine", "$final_virus_destiny = D_DISCARD;"},
+        {"virus_action", "quarantine", "$virus_quarantine_method = 'local:virus-%m.gz';"},
+        {"virus_action", "reject", "$virus_quarantine_method = undef;"},
+        {"message_size_limit_mb", "2000", "$MAX_EXPANSION_QUOTA = 4000 * 1024 * 1024;"},
+    };
+    for (const auto& row : rows) {
+        const std::string text = host::RenderScanner(With({{row.setting, row.value}}));
+        EXPECT_NE(text.find("\n" + std::string(row.want) + "\n"), std::string::npos)
+            << row.setting << " " << row.value;
+    }
 }
 
 }  // namespace

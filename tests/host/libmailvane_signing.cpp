@@ -149,27 +149,35 @@ TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
 {
     const std::string dkim = "{ unix:/run/mailvane/opendkim/socket, default_action=tempfail }";
     const std::string dmarc = "{ unix:/run/mailvane/opendmarc/socket, default_action=accept }";
+    const std::string scan =
+        "{ unix:/run/mailvane/amavisd-milter/socket, default_action=tempfail }";
     const struct {
         const char* signs;
         const char* checks;
+        const char* scans;
         std::string smtp;
+        std::string submission;
         std::string local;
     } rows[] = {
-        {"no", "no", "", ""},
-        {"yes", "no", dkim, dkim},
-        {"no", "yes", dkim + ", " + dmarc, ""},  // the checker needs the verifier, before it
-        {"yes", "yes", dkim + ", " + dmarc, dkim},
+        {"no", "no", "no", "", "", ""},
+        {"yes", "no", "no", dkim, dkim, dkim},
+        {"no", "yes", "no", dkim + ", " + dmarc, "", ""},  // the checker needs the verifier first
+        {"no", "no", "yes", scan, scan, ""},
+        // What the scanner changes must not break a signature, and what is refused needs no scan.
+        {"yes", "yes", "yes", dkim + ", " + dmarc + ", " + scan, scan + ", " + dkim, dkim},
     };
     for (const auto& row : rows) {
-        const auto settings = With({{"enable_dkim", row.signs}, {"enable_dmarc", row.checks}});
+        const auto settings = With(
+            {{"enable_dkim", row.signs}, {"enable_dmarc", row.checks}, {"spam_enable", row.scans}});
         const std::string main = host::RenderPostfixMain(settings, {});
-        const std::string where = std::string(row.signs) + " " + row.checks;
-        const auto shown = [](const std::string& value) {
-            return value.empty() ? "\n" : " " + value + "\n";
+        const std::string where = std::string(row.signs) + " " + row.checks + " " + row.scans;
+        const auto shows = [&main](const std::string& name, const std::string& value) {
+            const std::string line = name + " =" + (value.empty() ? "" : " ") + value;
+            return main.find("\n" + line + "\n") != std::string::npos;
         };
-        EXPECT_NE(main.find("\nsmtpd_milters =" + shown(row.smtp)), std::string::npos) << where;
-        EXPECT_NE(main.find("\nnon_smtpd_milters =" + shown(row.local)), std::string::npos)
-            << where;
+        EXPECT_TRUE(shows("smtpd_milters", row.smtp)) << where;
+        EXPECT_TRUE(shows("submission_milters", row.submission)) << where;
+        EXPECT_TRUE(shows("non_smtpd_milters", row.local)) << where;
     }
 }
 
