@@ -23,7 +23,6 @@ const char kNameTypeKey[] = "name_type";
 const char kRuleNameKey[] = "rule_name";
 const char kBlackWhiteKey[] = "blackwhite_type";
 constexpr int kValueSize = 512;  // bytes, with the end
-constexpr int kDecimal = 10;
 
 /// A key of the description besides the type.
 struct Detail {
@@ -34,8 +33,8 @@ struct Detail {
 /// The field of the description takes seven characters.
 std::string NumberText(int number)
 {
-    constexpr std::size_t longest = 7;
-    return std::to_string(number).substr(0, longest);
+    constexpr std::size_t kLongest = 7;
+    return std::to_string(number).substr(0, kLongest);
 }
 
 bool SetKey(const std::string& file, const char* key, const std::string& value)
@@ -87,7 +86,7 @@ bool ReadKey(const char* key, KeyValue& value)
 
 int Number(const KeyValue& text)
 {
-    return static_cast<int>(std::strtol(text.data(), nullptr, kDecimal));
+    return static_cast<int>(std::strtol(text.data(), nullptr, 10));
 }
 
 }  // namespace

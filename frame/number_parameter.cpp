@@ -5,6 +5,5 @@
 
 long NumberParameter(WebMan& web, const char* name, const char* fallback)
 {
-    constexpr int decimal = 10;
-    return std::strtol(web.In(name, fallback), nullptr, decimal);
+    return std::strtol(web.In(name, fallback), nullptr, 10);
 }
