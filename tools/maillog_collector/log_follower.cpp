@@ -16,7 +16,7 @@
 namespace collector {
 namespace {
 
-constexpr std::size_t kChunk = 256 * 1024;  // longer lines do not occur
+constexpr std::size_t kChunk = 262144;  // longer lines do not occur
 
 struct LogFile {
     std::string path;
@@ -64,11 +64,13 @@ std::vector<LogFile> OlderParts(const std::string& path)
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
     while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
         const std::string other = entry->d_name;
+        std::string full = folder;
+        full.append("/").append(other);
         struct stat status {};
         if (other == name || other.compare(0, name.size(), name) != 0 || IsPacked(other) ||
-            ::lstat((folder + "/" + other).c_str(), &status) < 0 || !S_ISREG(status.st_mode))
+            ::lstat(full.c_str(), &status) < 0 || !S_ISREG(status.st_mode))
             continue;
-        parts.push_back({folder + "/" + other,
+        parts.push_back({std::move(full),
                          static_cast<std::int64_t>(status.st_ino),
                          {status.st_mtim.tv_sec, status.st_mtim.tv_nsec}});
     }
