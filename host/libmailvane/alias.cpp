@@ -2,7 +2,6 @@
 #include "platform/mailvane/alias.h"
 
 #include <cerrno>
-#include <cstring>
 
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/log.h"
@@ -130,10 +129,7 @@ int Alias::delAlias(const std::list<std::string>& names)
 int Alias::ExportAlias(const std::string& path)
 {
     if (!state_->loaded) return host::Fail(EINVAL);
-    if (host::WriteListText(path, host::AliasText(state_->table))) return 0;
-
-    host::Log(LOG_ERR, "aliases: cannot write the export: %s", std::strerror(errno));
-    return host::FailWithErrno();
+    return host::WriteExport(path, host::AliasText(state_->table));
 }
 
 int Alias::ImportAlias(const std::string& path)

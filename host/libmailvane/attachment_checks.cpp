@@ -7,6 +7,7 @@
 
 #include "host/libmailvane/attachment_types.h"
 #include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/scanner_files.h"
 #include "platform/mailvane/attachment_filter.h"
 
 namespace host {
@@ -151,5 +152,6 @@ std::vector<ListFile> AttachmentFiles()
 
 int AttachmentFilter::GenerateConfig()
 {
-    return host::RebuildLists({host::AttachmentFiles});
+    // The scanner looks for the same types inside archives.
+    return host::RebuildLists({host::AttachmentFiles, host::BannedTypeFiles});
 }

@@ -61,12 +61,4 @@ void BindPage(SQLite::Statement& query, const Filter& filter)
     query.bind(":start", std::max(filter.start, 0));
 }
 
-int WriteExport(const std::string& path, const std::string& text)
-{
-    if (ReplaceFile(path, text, 0600)) return 0;
-
-    Log(LOG_ERR, "cannot write %s: %s", path.c_str(), ErrnoText());
-    return -1;
-}
-
 }  // namespace host

@@ -42,7 +42,4 @@ constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
 /// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
 void BindPage(SQLite::Statement& query, const Filter& filter);
 
-/// Writes an export to the file at `path`. 0, or -1 (logged).
-int WriteExport(const std::string& path, const std::string& text);
-
 }  // namespace host

@@ -1,15 +1,11 @@
 // The text files that lists are imported from.
 #include "host/libmailvane/list_text.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/trim.h"
@@ -70,18 +66,12 @@ bool ReadListText(const std::string& path, const TakeLine& take)
     return refused == 0;
 }
 
-bool WriteListText(const std::string& path, const std::string& text)
+int WriteExport(const std::string& path, const std::string& text)
 {
-    const Descriptor file(::open(path.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC));
-    if (!file) return false;
+    if (ReplaceFile(path, text, 0600)) return 0;
 
-    std::string_view rest = text;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(file.get(), rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) return false;
-        if (written > 0) rest.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
+    Log(LOG_ERR, "cannot write %s: %s", path.c_str(), ErrnoText());
+    return -1;
 }
 
 std::string LikeAnywhere(const std::string& text)

@@ -15,9 +15,8 @@ using TakeLine = std::function<std::string(const std::string& line)>;
 /// number. True when none was; false also when the file cannot be read.
 bool ReadListText(const std::string& path, const TakeLine& take);
 
-/// Writes an exported list to an existing file, which stays the same file. False, with errno set,
-/// on failure.
-bool WriteListText(const std::string& path, const std::string& text);
+/// Writes an export to the file at `path`. 0, or -1 (logged).
+int WriteExport(const std::string& path, const std::string& text);
 
 /// Pattern for SQL's `LIKE ? ESCAPE '\'` that finds `text` anywhere.
 std::string LikeAnywhere(const std::string& text);

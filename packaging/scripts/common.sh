@@ -182,7 +182,8 @@ bring_up() {
     for port in "${!listeners[@]}"; do before[$port]=${listeners[$port]}; done
 
     if ! quietly reload; then
-        fail "refuses its configuration"
+        ! find_master || fail "refuses its configuration"
+        start_afresh  # it was about to end when it was found
     elif ! wait_for 10 settled "$descriptors"; then
         start_afresh
     fi

@@ -134,7 +134,10 @@ TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
     } cases[] = {{"<script>", "?script?"},
                  {"a\x01\x7f\tb", "a???b"},
                  {"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80", "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80"},
-                 {"\xff\xc3(\xe2\x82", "?" "?(?" "?"},
+                 {"\xff\xc3(\xe2\x82",
+                  "?"
+                  "?(?"
+                  "?"},
                  {"\xc0\xaf\xed\xa0\x80\xc2\x85", "???????"}};
     for (const auto& one : cases) EXPECT_EQ(one.want, collector::CleanText(one.text)) << one.text;
     const std::string longText = std::string(collector::kLongestText - 1, 'x') + "\xc3\xa4";
