@@ -5,6 +5,7 @@ import unittest
 import harness
 from harness import DOMAIN, ETC, answers, banner, delivered, listener, save, send, snapshot
 
+BACKUPS = harness.TARGET + "/etc/alias_bkp"
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
 
@@ -59,11 +60,11 @@ class Refusals(harness.Story):
     """What cannot be is refused, and nothing changes."""
 
     def assert_refused(self, errinfo, **changes):
-        before = snapshot(ETC, harness.TARGET)
+        before = snapshot(ETC, BACKUPS)
         answer = save(**changes)
         self.assertIs(answer["success"], False)
         self.assertEqual(answer["errinfo"], errinfo)
-        self.assertEqual(snapshot(ETC, harness.TARGET), before)
+        self.assertEqual(snapshot(ETC, BACKUPS), before)
         self.assertTrue(banner().startswith("220 mv.test "))
 
     def test_ports_that_somebody_holds(self):
