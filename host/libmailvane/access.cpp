@@ -7,35 +7,15 @@
 #include <map>
 
 #include "host/libmailvane/access_store.h"
-#include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/list_text.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace host {
 namespace {
 
 const char kWhat[] = "access lists";
 const char* const kStatusNames[] = {"OK", "REJECT", "DISCARD"};
-
-std::optional<SQLite::Database> OpenLists()
-{
-    return ReadAccountDatabase(AccountDatabase::kMailvane);
-}
-
-/// Runs a change of the lists under the lock; negative on failure.
-template <typename Change>
-int ChangeLists(Change change)
-{
-    return WithoutExceptions(kWhat, [&change] {
-        const WriteScope scope;
-        if (!scope.ok()) return -1;
-
-        SQLite::Database store = ChangeListStore();
-        return change(store);
-    });
-}
 
 int Add(AccessInfo entry)
 {
@@ -44,7 +24,7 @@ int Add(AccessInfo entry)
         Log(LOG_ERR, "access lists: refused: %s", fault.c_str());
         return -1;
     }
-    return ChangeLists([&entry](SQLite::Database& store) {
+    return ChangeLists(kWhat, [&entry](SQLite::Database& store) {
         if (InsertAccess(store, entry)) return 0;
 
         Log(LOG_ERR, "access lists: refused: there is an entry of this name");
@@ -55,7 +35,7 @@ int Add(AccessInfo entry)
 std::string ExportText(Type type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = OpenLists();
+    std::optional<SQLite::Database> store = OpenListStore();
     if (!store) return text;
 
     for (const AccessInfo& entry : ReadAccess(*store, type)) text += AccessLine(entry) + "\n";
@@ -90,7 +70,7 @@ Access::~Access() {}
 Access* Access::getInstance()
 {
     const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenLists();
+        (void)host::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : new Access;
@@ -99,7 +79,7 @@ Access* Access::getInstance()
 int Access::getTotalAccessNum(const Filter& filter)
 {
     return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenLists();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         return store ? host::CountAccess(*store, filter) : 0;
     });
 }
@@ -108,7 +88,7 @@ std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 {
     std::list<AccessInfo> entries;
     (void)host::WithoutExceptions(host::kWhat, [&filter, &entries] {
-        std::optional<SQLite::Database> store = host::OpenLists();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         if (store) entries = host::PageOfAccess(*store, filter);
         return 0;
     });
@@ -122,7 +102,7 @@ int Access::addAccess(Type type, NameType nameType, const std::string& name, Acc
 
 int Access::deleteAccess(const std::list<AccessInfo>& entries)
 {
-    return host::ChangeLists([&entries](SQLite::Database& store) {
+    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
         host::RemoveAccess(store, entries);
         return 0;
     });
@@ -139,7 +119,7 @@ int Access::importAccess(Type type, const std::string& path)
     std::list<AccessInfo> entries;
     if (!host::ReadImport(type, path, entries)) return -1;
 
-    return host::ChangeLists([&entries](SQLite::Database& store) {
+    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
         host::ReplaceAccess(store, entries);
         return 0;
     });

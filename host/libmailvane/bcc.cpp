@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 
-#include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/bcc_store.h"
 #include "host/libmailvane/list_maps.h"
@@ -20,11 +19,6 @@ namespace host {
 namespace {
 
 const char kWhat[] = "blind copies";
-
-std::optional<SQLite::Database> OpenRules()
-{
-    return ReadAccountDatabase(AccountDatabase::kMailvane);
-}
 
 int Refuse(const std::string& fault)
 {
@@ -142,7 +136,7 @@ int ChangeRules(Change change)
 
 std::vector<ListFile> BlindCopyFiles()
 {
-    std::optional<SQLite::Database> store = OpenRules();
+    std::optional<SQLite::Database> store = OpenListStore();
     // Postfix finds a bare name for every mail domain of this server.
     return {{"sender_bcc", RulesText(store, BCC_SENDER)},
             {"recipient_bcc", RulesText(store, BCC_RECIPIENT)}};
@@ -158,7 +152,7 @@ BCC* BCC::getInstance()
 {
     static BCC instance;
     const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenRules();
+        (void)host::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : &instance;
@@ -167,7 +161,7 @@ BCC* BCC::getInstance()
 int BCC::getTotalBccNum(const Filter& filter)
 {
     return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenRules();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         return store ? host::CountBcc(*store, filter) : 0;
     });
 }
@@ -176,7 +170,7 @@ std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 {
     std::list<BccInfo> rules;
     (void)host::WithoutExceptions(host::kWhat, [&filter, &rules] {
-        std::optional<SQLite::Database> store = host::OpenRules();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         if (store) rules = host::PageOfBcc(*store, filter);
         return 0;
     });
@@ -204,7 +198,7 @@ int BCC::deleteBCC(const std::list<BccInfo>& rules)
 int BCC::exportBCC(BccType type, const std::string& path)
 {
     return host::WithoutExceptions(host::kWhat, [&] {
-        std::optional<SQLite::Database> store = host::OpenRules();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         return host::WriteExport(path, host::RulesText(store, type));
     });
 }

@@ -1,12 +1,10 @@
 // The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
 // server follow them once their files are made.
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/black_white_store.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/list_text.h"
-#include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 
@@ -15,28 +13,10 @@ namespace {
 
 const char kWhat[] = "black and white list";
 
-std::optional<SQLite::Database> OpenLists()
-{
-    return ReadAccountDatabase(AccountDatabase::kMailvane);
-}
-
-/// Runs a change of the lists under the lock; negative on failure.
-template <typename Change>
-int ChangeLists(Change change)
-{
-    return WithoutExceptions(kWhat, [&change] {
-        const WriteScope scope;
-        if (!scope.ok()) return -1;
-
-        SQLite::Database store = ChangeListStore();
-        return change(store);
-    });
-}
-
 std::string ExportText(BlackWhiteType type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = OpenLists();
+    std::optional<SQLite::Database> store = OpenListStore();
     if (!store) return text;
 
     for (int which = TYPE_SENDER; which <= TYPE_CLIENT; ++which) {
@@ -70,7 +50,7 @@ Spam* Spam::getInstance()
 {
     static Spam instance;
     const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenLists();
+        (void)host::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : &instance;
@@ -80,7 +60,7 @@ std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 {
     std::list<BlackWhite> entries;
     (void)host::WithoutExceptions(host::kWhat, [&filter, &entries] {
-        std::optional<SQLite::Database> store = host::OpenLists();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         if (store) entries = host::PageOfBlackWhite(*store, filter);
         return 0;
     });
@@ -90,7 +70,7 @@ std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 int Spam::countQueryData(const BlackWhiteFilter& filter)
 {
     return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenLists();
+        std::optional<SQLite::Database> store = host::OpenListStore();
         return store ? host::CountBlackWhite(*store, filter) : 0;
     });
 }
@@ -103,7 +83,7 @@ int Spam::addBlackWhite(const BlackWhite& entry)
         host::Log(LOG_ERR, "black and white list: refused: %s", fault.c_str());
         return -1;
     }
-    return host::ChangeLists([&stored](SQLite::Database& store) {
+    return host::ChangeLists(host::kWhat, [&stored](SQLite::Database& store) {
         return host::InsertBlackWhite(store, {stored}, false) ? 0 : -1;
     });
 }
@@ -115,7 +95,7 @@ int Spam::deleteBlackWhite(const BlackWhite& entry)
 
 int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
 {
-    return host::ChangeLists([&entries](SQLite::Database& store) {
+    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
         host::RemoveBlackWhite(store, entries);
         return 0;
     });
@@ -136,7 +116,7 @@ int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
     });
     if (!taken) return -1;
 
-    return host::ChangeLists([&entries](SQLite::Database& store) {
+    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
         return host::InsertBlackWhite(store, entries, true) ? 0 : -1;
     });
 }

@@ -61,4 +61,9 @@ void BindPage(SQLite::Statement& query, const Filter& filter)
     query.bind(":start", std::max(filter.start, 0));
 }
 
+std::optional<SQLite::Database> OpenListStore()
+{
+    return ReadAccountDatabase(AccountDatabase::kMailvane);
+}
+
 }  // namespace host

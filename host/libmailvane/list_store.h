@@ -3,9 +3,12 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/database.h"
+#include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/filter.h"
 
 namespace host {
@@ -41,5 +44,22 @@ constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
 
 /// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
 void BindPage(SQLite::Statement& query, const Filter& filter);
+
+/// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
+std::optional<SQLite::Database> OpenListStore();
+
+/// Runs a change of the lists, which gets their store and returns an int, under the lock. Negative
+/// on failure, logged with the name of the lists.
+template <typename Change>
+int ChangeLists(const char* what, Change change)
+{
+    return WithoutExceptions(what, [&change] {
+        const WriteScope scope;
+        if (!scope.ok()) return -1;
+
+        SQLite::Database store = ChangeListStore();
+        return change(store);
+    });
+}
 
 }  // namespace host

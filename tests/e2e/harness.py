@@ -183,6 +183,18 @@ def send(sender, recipients, subject, port=25, login=None):
         client.send_message(message, sender, recipients)
 
 
+def smtp_answer(transaction, recipient):
+    """Code and words by which the server answers a mail that the function sends."""
+    try:
+        transaction()
+        return 250, "taken"
+    except smtplib.SMTPRecipientsRefused as refusal:
+        code, words = refusal.recipients[recipient]
+    except smtplib.SMTPResponseException as refusal:
+        code, words = refusal.smtp_code, refusal.smtp_error
+    return code, words.decode()
+
+
 def mails(user, subject, port=143):
     """Texts of a user's mails with a subject, read by IMAP."""
     with imaplib.IMAP4("127.0.0.1", port, timeout=20) as client:

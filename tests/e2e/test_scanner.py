@@ -71,14 +71,8 @@ def verdict(kind, subject=None, login=None, sender=STRANGER, to=BOB, source="127
         if login:
             client.starttls(context=harness.unverified())
             client.login(login, "pw-" + login)
-        try:
-            client.send_message(message(kind, subject), sender, [to])
-            return 250, "taken"
-        except smtplib.SMTPRecipientsRefused as refusal:
-            code, words = refusal.recipients[to]
-        except smtplib.SMTPResponseException as refusal:
-            code, words = refusal.smtp_code, refusal.smtp_error
-        return code, words.decode()
+        mail = message(kind, subject)
+        return harness.smtp_answer(lambda: client.send_message(mail, sender, [to]), to)
 
 
 def codes(*kinds):

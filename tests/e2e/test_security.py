@@ -79,14 +79,8 @@ def text_of(sender, subject, extra=""):
 def come_in(envelope, subject, source, text=None):
     """Brings a mail for Bob from an address of the world outside; the server's answer."""
     with smtplib.SMTP("127.0.0.1", 25, "client.example", 30, (source, 0)) as client:
-        try:
-            client.sendmail(envelope, [BOB], text or text_of(envelope, subject))
-            return 250, "taken"
-        except smtplib.SMTPRecipientsRefused as refusal:
-            code, words = refusal.recipients[BOB]
-        except smtplib.SMTPResponseException as refusal:
-            code, words = refusal.smtp_code, refusal.smtp_error
-        return code, words.decode()
+        mail = text or text_of(envelope, subject)
+        return harness.smtp_answer(lambda: client.sendmail(envelope, [BOB], mail), BOB)
 
 
 def signature_holds(mail, key):
