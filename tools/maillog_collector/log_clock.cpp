@@ -40,7 +40,8 @@ bool ZoneOffset(std::string_view rest, std::int64_t& offset)
     const int hours = Number(rest, zone + 1, 2);
     const int minutes = rest.size() >= zone + 6 ? Number(rest, zone + 4, 2) : -1;
     if (hours < 0 || minutes < 0) return false;
-    offset = (rest[zone] == '-' ? -1 : 1) * (hours * 3600 + minutes * 60);
+    offset = std::int64_t{hours} * 3600 + std::int64_t{minutes} * 60;
+    if (rest[zone] == '-') offset = -offset;
     return true;
 }
 
@@ -97,7 +98,8 @@ std::int64_t LogClock::Seconds(std::string_view stamp)
         lastHour_ = hour;
     }
     if (lastSeconds_ < 0) return -1;
-    return lastSeconds_ + Number(stamp, 10, 2) * 60 + Number(stamp, 13, 2);
+    constexpr std::int64_t kSecondsOfMinute = 60;
+    return lastSeconds_ + Number(stamp, 10, 2) * kSecondsOfMinute + Number(stamp, 13, 2);
 }
 
 }  // namespace collector

@@ -26,7 +26,6 @@ bool IsForbiddenPair(unsigned char lead, unsigned char second)
 {
     switch (lead) {
         case 0xc2:
-            return second < 0xa0;
         case 0xe0:
             return second < 0xa0;
         case 0xed:

@@ -92,9 +92,11 @@ bool IsSameFile(const std::string& one, const std::string& other)
 void LinkMonth(const std::string& month)
 {
     const std::string live = host::MailLogLivePath();
+    const std::string name = host::MailLogFolder() + "/" + month;
     for (int number = 1; number <= kMostOfAMonth; ++number) {
-        const std::string suffix = number == 1 ? "" : "-" + std::to_string(number);
-        const std::string path = host::MailLogFolder() + "/" + month + suffix + ".db";
+        std::string path = name;
+        if (number > 1) path.append("-").append(std::to_string(number));
+        path.append(".db");
         if (::link(live.c_str(), path.c_str()) == 0 || IsSameFile(live, path)) return;
         Require(errno == EEXIST, "cannot name the month");
     }
