@@ -4,6 +4,7 @@ import contextlib
 import http.client
 import json
 import os
+import re
 import ssl
 import subprocess
 import unittest
@@ -21,12 +22,14 @@ SERVERS = {
     "apache": (["apache2", "-f", CONFIGURATION + "apache.conf"], "apache.pid"),
     "lighttpd": ([TARGET + "/scripts/web.sh", "restart"], "lighttpd.pid"),
 }
+POSTFIX_LOG = "/var/log/mailvane/maillog"
 OWN_HOST = "127.0.0.1:%d" % TLS_PORT
 CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).encode()
 
 
-def request(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
-    """As harness.request, over TLS."""
+@contextlib.contextmanager
+def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
+    """The answer to a request over TLS, not yet read."""
     head = dict(headers or {})
     if user is not None:
         login = "%s:pw-%s" % (user, user)
@@ -37,7 +40,23 @@ def request(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, head
     connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=60, context=context)
     with contextlib.closing(connection):
         connection.request("GET" if body is None else "POST", path, body, head)
-        return Answer(connection.getresponse())
+        yield connection.getresponse()
+
+
+def request(**parts):
+    """As harness.request, over TLS."""
+    with response(**parts) as answer:
+        return Answer(answer)
+
+
+def peak_memory(server_pid):
+    """The most that the processes of a server have held at once each, together, in MiB."""
+    children = run("pgrep", "-P", str(server_pid), check=False).split()
+    total = 0
+    for pid in [str(server_pid), *children]:
+        with open("/proc/%s/status" % pid, encoding="ascii") as file:
+            total += int(re.search(r"VmHWM:\s+(\d+)", file.read()).group(1))
+    return total / 1024
 
 
 def make_certificate():
@@ -54,14 +73,13 @@ def server(name):
     command, pid_file = SERVERS[name]
     environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
     subprocess.run(command, check=True, env=environment, stdin=subprocess.DEVNULL, timeout=60)
-    wait_for(lambda: harness.answers(TLS_PORT), name)
-    with open(RUNTIME + pid_file, encoding="ascii") as file:
-        pid = int(file.read())
+    wait_for(lambda: os.path.exists(RUNTIME + pid_file) and harness.answers(TLS_PORT), name)
+    pid = harness.pid_of(RUNTIME + pid_file)
     try:
         yield pid
     finally:
         os.kill(pid, 15)
-        wait_for(lambda: not harness.answers(TLS_PORT), "the end of " + name)
+        wait_for(lambda: not os.path.exists("/proc/%d" % pid), "the end of " + name)
 
 
 class WebServers(harness.Story):
@@ -75,6 +93,31 @@ class WebServers(harness.Story):
         for name in SERVERS:
             with server(name):
                 self.check_entrance(name)
+
+    def test_each_passes_a_long_download_on_as_it_comes(self):
+        self.addCleanup(harness.control, "web", "restart")
+        self.assertEqual(harness.control("maillog", "stop"), 0)
+        self.addCleanup(harness.control, "maillog", "start")
+        lines = ("x" * 9999 + "\n").encode() * 20000  # 200 MB
+        with open(POSTFIX_LOG, "rb+") as log:
+            start = log.seek(0, os.SEEK_END)
+            self.addCleanup(os.truncate, POSTFIX_LOG, start)
+            log.write(lines)
+        for name in SERVERS:
+            with self.subTest(server=name), server(name) as pid:
+                request()
+                before = peak_memory(pid)
+                self.assertGreater(self.download(), len(lines))
+                self.assertLess(peak_memory(pid), before + 16)
+
+    @staticmethod
+    def download():
+        """Bytes of the text log."""
+        length = 0
+        with response(path="/mailvane.cgi?action=export_postfix_log") as answer:
+            while chunk := answer.read(1 << 20):
+                length += len(chunk)
+        return length
 
     def check_entrance(self, name):
         before = snapshot(ETC)
