@@ -86,6 +86,11 @@ class Strangers(harness.Story):
         self.assertEqual(snapshot(ETC), before)
 
 
+class AccountType(harness.Story):
+    def test_it_is_that_of_the_smtp_page(self):
+        self.assertEqual(read("get_account_type").json(), {"accountType": "local", "success": True})
+
+
 class Unchanged(harness.Story):
     def test_a_page_saved_as_it_was_loaded_changes_nothing(self):
         done = post({"action": "save_relay", "smtp_relay_enabled": True, "smtp_relay_auth": True,
