@@ -132,7 +132,7 @@ TEST_F(Lock, GivesUpWhenPatienceEnds)
 
 TEST_F(Lock, IsFreeOnceItsHolderIsKilled)
 {
-    const pid_t holder = Taker(kAtOnce, [] { pause(); });
+    const pid_t holder = Taker(seconds(20), [] { pause(); });
     while (TryInAnotherProcess() == kHeld) std::this_thread::sleep_for(milliseconds(5));
     EXPECT_EQ(LockResult::kBusy, TakeLock(kAtOnce));
     kill(holder, SIGKILL);
