@@ -3,10 +3,8 @@
 #include "host/libmailvane/user_script.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/random_text.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/user_child.h"
 
@@ -31,12 +30,7 @@ constexpr std::chrono::seconds kCompilerLimit{20};
 /// A name in the home that nobody can have put a link at.
 std::string NewName()
 {
-    std::uint64_t number = 0;
-    (void)getrandom(&number, sizeof number, 0);
-    std::array<char, 48> name;
-    (void)snprintf(name.data(), name.size(), ".mailvane-%016jx",
-                   static_cast<std::uintmax_t>(number));
-    return name.data();
+    return ".mailvane-" + RandomDigits();
 }
 
 bool WriteNew(int home, const std::string& name, const std::string& text)

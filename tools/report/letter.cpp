@@ -2,12 +2,12 @@
 // ASCII in base64.
 #include "tools/report/letter.h"
 
-#include <sys/random.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <ctime>
+
+#include "host/libhaldcore/random_text.h"
 
 namespace report {
 
@@ -57,15 +57,6 @@ std::string HeaderText(const std::string& text, const std::string& marks)
     return words;
 }
 
-std::string RandomText()
-{
-    std::uint64_t number = 0;
-    (void)getrandom(&number, sizeof number, 0);
-    std::array<char, 24> text{};
-    (void)snprintf(text.data(), text.size(), "%016jx", static_cast<std::uintmax_t>(number));
-    return text.data();
-}
-
 std::string DateText(std::int64_t date)
 {
     const auto seconds = static_cast<std::time_t>(date);
@@ -99,7 +90,7 @@ std::string Part(const std::string& boundary, const char* type, const std::strin
 
 std::string MessageOf(const Letter& letter)
 {
-    const std::string id = RandomText();
+    const std::string id = host::RandomDigits();
     const std::string boundary = "report=_" + id;  // base64 has no underscore
     const std::string name = letter.fromName.empty() ? "" : HeaderText(letter.fromName, "") + ' ';
     return "Date: " + DateText(letter.date) + "\r\nFrom: " + name + '<' + letter.fromMail +
