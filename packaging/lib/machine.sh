@@ -80,6 +80,7 @@ disable_services() {
         amavisd-new) systemctl --quiet disable amavis.service amavis-mc.service ;;
         clamav-daemon | clamav-freshclam) systemctl --quiet disable "$name.service" ;;
         fcgiwrap) systemctl --quiet disable fcgiwrap.socket fcgiwrap.service ;;
+        nginx-light) systemctl --quiet disable nginx.service ;;
         esac
     done
 }
