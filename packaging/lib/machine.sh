@@ -24,6 +24,7 @@ armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
+package_packages=(debhelper dpkg-dev fakeroot git lintian rsync)
 lint_packages=(clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
