@@ -15,6 +15,7 @@
 #include "libmailvane_stores_machine.h"
 #include "platform/mailvane/mail_log.h"
 #include "tools/maillog_collector/collector.h"
+#include "tools/maillog_collector/damaged_log.h"
 
 namespace {
 
@@ -266,6 +267,28 @@ TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
     Collect();
     EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
     EXPECT_EQ("1\n", Ask("SELECT entries FROM tally"));
+}
+
+TEST_F(CollectorRuns, ADamagedDatabaseGivesWayToANewOne)
+{
+    for (int number = 1; number <= 50; ++number) Append(Message(number));
+    Collect();
+    {
+        std::fstream file(host::MailLogLivePath(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(4096);
+        for (int i = 0; i < 8 * 4096; ++i) file.put('\x55');
+    }
+    Append(Message(51));
+    try {
+        Collect();
+        FAIL() << "the damage was not seen";
+    } catch (const std::exception& failure) {
+        ASSERT_TRUE(collector::TellsDamage(failure)) << failure.what();
+    }
+    ASSERT_TRUE(collector::PutDamagedAside());
+    Collect();
+    EXPECT_EQ("51\n", Ask("SELECT count(*) FROM entry"));
+    EXPECT_TRUE(fs::exists(host::MailLogLivePath() + ".damaged"));
 }
 
 TEST_F(CollectorRuns, KillsLeaveNoTrace)

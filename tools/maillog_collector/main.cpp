@@ -18,6 +18,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/mail_log_schema.h"
 #include "tools/maillog_collector/collector.h"
+#include "tools/maillog_collector/damaged_log.h"
 #include "tools/maillog_collector/log_watch.h"
 
 namespace {
@@ -61,6 +62,7 @@ bool Collect(std::string& lastFailure, bool once)
     } catch (const std::exception& failure) {
         if (lastFailure != failure.what()) host::Log(LOG_ERR, "mail log: %s", failure.what());
         lastFailure = failure.what();
+        if (collector::TellsDamage(failure)) (void)collector::PutDamagedAside();
         return false;
     }
 }
