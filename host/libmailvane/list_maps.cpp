@@ -7,6 +7,7 @@
 #include "host/libmailvane/generation.h"
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
+#include "host/libmailvane/service_control.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
@@ -32,15 +33,16 @@ int PutListsInForce(const std::vector<ListFile>& files)
     const std::string replaced = CurrentGeneration();
     if (!next.Commit()) return -1;
 
-    // The scanner reads its lists when it starts.
-    const int scanner = next.Changed("amavis/") ? MailScanner::Service("restart") : 0;
+    // The scanner reads its lists when it starts. Nothing reads them on a machine that is not ours.
+    const bool ours = ServicesAreOurs();
+    const int scanner = ours && next.Changed("amavis/") ? MailScanner::Service("restart") : 0;
     if (const auto pending = ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.
         if (replaced != pending->before) RemoveGeneration(replaced);
         return scanner;
     }
     PruneGenerations(replaced);
-    const int mailServer = Postfix::Service("restart");
+    const int mailServer = ours ? Postfix::Service("restart") : 0;
     return std::min(scanner, mailServer);
 }
 

@@ -2,6 +2,8 @@
 // the stored settings switch off is for its script to decide.
 #include "host/libmailvane/service_control.h"
 
+#include <unistd.h>
+
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
@@ -19,6 +21,12 @@ int RunControlScript(const char* script, const std::string& verb)
     }
     const std::string program = PackagePath(std::string("target/scripts/") + script);
     return RunProgram({program, verb}).Succeeded() ? 0 : -1;
+}
+
+bool ServicesAreOurs()
+{
+    return access(Path("/run/systemd/system").c_str(), F_OK) < 0 ||
+           access(PackagePath("etc/adopted").c_str(), F_OK) == 0;
 }
 
 }  // namespace host

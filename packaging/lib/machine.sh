@@ -13,7 +13,8 @@ world_packages=(
     amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd fcgiwrap
-    curl hostname iproute2 openssl passwd procps python3-minimal libpython3-stdlib sqlite3 util-linux
+    curl hostname iproute2 logrotate openssl passwd procps python3-minimal libpython3-stdlib sqlite3 systemd
+    util-linux
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin lighttpd-mod-openssl nginx-light

@@ -20,7 +20,7 @@ wanted() {
     is_on anti_virus_enable
 }
 
-prepare() { make_folder clamav amavis && ln -sfn "$pid_file" /run/clamd.pid; }
+prepare() { make_folder clamav amavis && lead /run/clamd.pid "$pid_file"; }
 
 fingerprint() { sha256sum "$configuration"; }
 
@@ -38,12 +38,24 @@ find_starter() {
 
 bring_up() {
     [[ -x $program && -x /usr/bin/freshclam ]] || fail "there is no anti-virus engine here"
-    prepare || fail "cannot prepare $folder"
     find_starter && return
-    [[ -r $started && $(<"$started") == "$(fingerprint)" ]] && settled && return
-    # One starter at a time; what it starts does not inherit the lock.
+    up_to_date && return
+    if under_systemd; then begin_in_unit; else begin_aside; fi || fail "the starter does not begin"
+}
+
+begin_in_unit() {
+    stop_unit
+    systemctl --no-block start "$unit"
+    boot_recovers || wait_for 10 unit_begun
+}
+
+unit_begun() { find_starter || systemctl --quiet is-active "$unit"; }
+
+# One starter at a time; what it starts does not inherit the lock.
+begin_aside() {
+    [[ -d /run/mailvane ]] || mkdir -m 755 /run/mailvane
     flock -n -o "$folder.lock" setsid "$BASH" "$0" begin </dev/null >/dev/null 2>&1 &
-    wait_for 10 begun $! || fail "the starter does not begin"
+    wait_for 10 begun $!
 }
 
 # begun PROCESS: whether the starter has told that it is at work, or has done it.
@@ -51,37 +63,33 @@ begun() { find_starter || [[ ! -e /proc/$1 ]]; }
 
 # What the starter does; nobody waits for it.
 begin() {
-    local wants
     exec 2> >(exec logger -t "mailvane $me" -p mail.err)
     echo $$ >"$starter_file.new" && mv "$starter_file.new" "$starter_file"
     trap 'rm -f "$starter_file"' EXIT
     has_signatures || "$package/target/bin/hald_anti-virus" update
-    has_signatures || fail "there are no signatures, and they could not be fetched"
-    rm -f "$started"
-    wants=$(fingerprint)
-    start_afresh
-    printf '%s\n' "$wants" >"$started"
+    has_signatures || (fail "there are no signatures, and they could not be fetched") || exit 75
+    if under_systemd; then start_daemon; else start_afresh; fi
 }
+
+run_unit() { begin; }
 
 has_signatures() {
     [[ -n $(find "$signatures" -maxdepth 1 -type f \
         \( -name '*.c[vl]d' -o -name '*.[hlmn][ds]b' \) -print -quit 2>/dev/null) ]]
 }
 
-shut_down_all() {
-    if find_starter; then
+take_down() {
+    if ! under_systemd && find_starter; then
         kill -TERM -- "-$starter"
         wait_for 10 gone_starter || fail "the starter does not end"
     fi
-    rm -f "$starter_file"
     shut_down
+    rm -f "$starter_file"
 }
 
 gone_starter() { ! find_starter; }
 
 case ${1-} in
 begin) begin ;;
-stop) shut_down_all ;;
-start | restart) if wanted; then bring_up; else shut_down_all; fi ;;
 *) control "${1-}" ;;
 esac

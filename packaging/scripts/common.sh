@@ -77,8 +77,8 @@ greet() (
 
 # --- a daemon and its ports ----------------------------------------------------------------------
 #
-# The script sets `program`, `pid_file`, and by the settings `plain_ports` and `tls_ports`; it
-# defines `wanted`, `has_our_configuration` (of process `master`), `launch`, `reload` and
+# The script sets `program`, `pid_file`, `unit`, and by the settings `plain_ports` and `tls_ports`;
+# it defines `wanted`, `has_our_configuration` (of process `master`), `launch`, `reload` and
 # `settled_further`.
 
 # find_master: sets `master` to the number of the running daemon; false when there is none. A
@@ -165,9 +165,15 @@ quietly() {
 
 start_afresh() {
     shut_down
-    quietly launch || fail "cannot start"
-    wait_for "${start_limit:-20}" settled || fail "does not come up"
+    if under_systemd; then start_unit; else start_daemon; fi
 }
+
+start_daemon() {
+    quietly launch || fail "cannot start"
+    come_up
+}
+
+come_up() { wait_for "${start_limit:-20}" settled || fail "does not come up"; }
 
 # bring_up: to what the settings ask for. Where the daemon does not take a new configuration up, a
 # fresh start does.
@@ -193,6 +199,7 @@ bring_up() {
 
 shut_down() {
     local leader
+    ! under_systemd || stop_unit
     if find_master; then
         leader=$master
         kill -TERM "$leader" 2>/dev/null
@@ -217,19 +224,73 @@ find_orphans() {
 # gone PROCESS: whether the daemon and all processes of its group have ended.
 gone() { ! kill -0 -- "-$1" 2>/dev/null; }
 
+# --- systemd -------------------------------------------------------------------------------------
+#
+# Where systemd runs the machine, each daemon is in a unit, so that it is started when the machine is
+# and watched over. The script sets `unit`, and `boot_unit` when another one is enabled in its place.
+
+under_systemd() { [[ -d /run/systemd/system ]]; }
+
+# handed_over: whether the mail services of this machine are ours to start and stop.
+handed_over() { ! under_systemd || [[ -d $package/etc/adopted ]]; }
+
+# boot_recovers: whether this is part of what finishes an interrupted save when the machine starts.
+# All daemons wait for the end of that: what is asked of them then is put in the queue.
+boot_recovers() { [[ -d /run/mailvane-recover ]]; }
+
+start_unit() {
+    if boot_recovers; then
+        systemctl --no-block start "$unit"
+    else
+        systemctl start "$unit" || fail "cannot start, see journalctl -u $unit"
+        come_up
+    fi
+}
+
+# stop_unit: stops it, looking meanwhile whether it is gone: some daemons end when they are called.
+stop_unit() {
+    systemctl --no-block stop "$unit"
+    ! boot_recovers || return 0
+    ! find_master || wait_for 20 gone "$master"
+    systemctl stop "$unit"
+}
+
+# follow_at_boot: the machine starts the service exactly when its settings want it. A change makes
+# systemd read all its units anew: there is none while the link is as it should be.
+follow_at_boot() {
+    local name=${boot_unit:-$unit} change=
+    local link=/etc/systemd/system/multi-user.target.wants/$name
+    if wanted; then
+        [[ -L $link ]] || change=enable
+    else
+        [[ ! -L $link ]] || change=disable
+    fi
+    [[ -z $change ]] || SYSTEMCTL_SKIP_SYSV=1 systemctl --quiet "$change" "$name"
+}
+
 # --- verbs ---------------------------------------------------------------------------------------
+
+# What `stop` does, and `launch`, which is for the daemon's unit alone.
+take_down() { shut_down; }
+run_unit() { start_daemon; }
 
 # control VERB: start and restart bring a daemon to what its settings ask for; `wanted`, defined by
 # the script, says whether that is to run at all.
 control() {
     case $1 in
-    start | restart)
-        if wanted; then bring_up; else shut_down; fi
-        ;;
-    stop) shut_down ;;
+    start | restart | stop) ;;
+    wanted) wanted && return || exit ;;
+    launch) wanted && run_unit && return || exit ;;
     *)
         echo "usage: $me start|stop|restart" >&2
         exit 2
         ;;
     esac
+    if ! handed_over; then
+        [[ $1 == stop ]] || ! wanted ||
+            fail "this machine's mail services are not handed over yet: run mailvane-setup adopt"
+        return 0
+    fi
+    if [[ $1 != stop ]] && wanted; then bring_up; else take_down; fi || return
+    ! under_systemd || follow_at_boot
 }

@@ -7,6 +7,7 @@
 configuration=$current/dovecot/dovecot.conf
 program=/usr/sbin/dovecot
 pid_file=/run/dovecot/master.pid
+unit=dovecot.service
 
 wanted() {
     load_settings smtp_enabled imap_enabled imap_port imaps_enabled imaps_port \
@@ -38,4 +39,4 @@ settled_further() {
 control "${1-}"
 
 # A delivery that was cut short would wait for the queue's next run.
-[[ $1 == stop ]] || postqueue -c "$current/postfix" -f >/dev/null 2>&1 || :
+[[ $1 != *start ]] || postqueue -c "$current/postfix" -f >/dev/null 2>&1 || :

@@ -6,6 +6,7 @@
 # The script sets `service` and `program`; it defines `wanted`, `prepare` (which makes what the
 # daemon needs), `fingerprint` (which prints what it is started with) and `launch`.
 
+unit=mailvane-$service.service
 folder=/run/mailvane/$service
 socket=$folder/socket
 pid_file=$folder.pid
@@ -49,12 +50,20 @@ gone() {
     ! kill -0 -- "-$1" 2>/dev/null
 }
 
-bring_up() {
+# lead NAME FILE: makes the name a link to the file.
+lead() { [[ $(readlink "$1") == "$2" ]] || ln -sfn "$2" "$1"; }
+
+bring_up() { up_to_date || start_afresh; }
+
+up_to_date() { [[ -r $started && $(<"$started") == "$(fingerprint)" ]] && settled; }
+
+# start_daemon: as common.sh has it.
+start_daemon() {
     local wants
     prepare || fail "cannot prepare $folder"
     wants=$(fingerprint)
-    [[ -r $started && $(<"$started") == "$wants" ]] && settled && return
     rm -f "$started"
-    start_afresh
+    quietly launch || fail "cannot start"
+    come_up
     printf '%s\n' "$wants" >"$started"
 }

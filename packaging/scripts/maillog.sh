@@ -5,6 +5,7 @@
 
 program=$package/target/bin/maillog_collector
 pid_file=/run/mailvane/maillog.pid
+unit=mailvane-maillog.service
 
 wanted() { :; }
 

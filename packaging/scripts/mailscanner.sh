@@ -24,9 +24,11 @@ scanner() (
         install -d -m 755 /var/lib/mailvane || return
         install -d -m 750 -o amavis -g amavis /var/lib/mailvane/quarantine || return
         [[ -e $log ]] || install -m 640 -o amavis -g adm /dev/null "$log" || return
-        ln -sfn "$pid_file" /run/MailScanner.pid || return
+        lead /run/MailScanner.pid "$pid_file" || return
         # Where the tool looks that releases mail from the quarantine.
         as_user amavis ln -sfn "$socket" /var/lib/amavis/amavisd.sock || return
+        # What a scanner that was killed had unpacked; a milter may be at work in a newer folder.
+        find /var/lib/amavis/tmp -mindepth 1 -maxdepth 1 -mmin +60 -exec rm -rf {} + || return
         "${BASH_SOURCE%/*}/clean_quarantine.sh"
     }
 
@@ -73,6 +75,12 @@ milter() (
 )
 
 case ${1-} in
+launch)  # each daemon is in a unit of its own
+    case ${2-} in
+    amavis) scanner launch ;;
+    amavisd-milter) milter launch ;;
+    esac
+    ;;
 stop) milter stop && scanner stop ;;
 start | restart)
     if wanted; then scanner "$1" && milter "$1"; else milter stop && scanner stop; fi

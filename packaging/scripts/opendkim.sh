@@ -27,7 +27,7 @@ take_key() {
         sync "$own_key.new" && mv "$own_key.new" "$own_key"
 }
 
-fingerprint() { sha256sum "$configuration"/* "$own_key" 2>/dev/null; }
+fingerprint() { sha256sum "$configuration"/* "$key" 2>/dev/null; }
 
 launch() { opendkim -x "$configuration/opendkim.conf"; }
 

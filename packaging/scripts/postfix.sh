@@ -6,6 +6,8 @@
 configuration=$current/postfix
 program=/usr/lib/postfix/sbin/master
 pid_file=/var/spool/postfix/pid/master.pid
+unit=postfix@-.service
+boot_unit=postfix.service  # which brings the other one
 
 wanted() {
     load_settings smtp_enabled smtp_port smtp_ssl_enabled smtps_port smtp_tls_enabled smtp_tls_port

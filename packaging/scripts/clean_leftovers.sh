@@ -1,0 +1,23 @@
+#!/bin/bash
+# Removes what a process that was killed in the middle of its work has left behind: files that were
+# to replace others, and directories of generated files that were never completed. Whoever is still
+# at work made his within the last day.
+
+. "${BASH_SOURCE%/*}/common.sh"
+
+generated=$package/etc/generated
+
+# A new file is named after the one it replaces: .NAME.0123456789abcdef, or NAME.new where nobody
+# else makes that name. The administrator's folders are his.
+find "$package/etc" "$package/target/etc" -xdev \
+    \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
+    -type f -mmin +1440 -regextype posix-extended \
+    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -delete
+status=$?
+
+for folder in "$generated"/gen-*; do
+    [[ -d $folder && ! -e $folder/manifest && ! $folder -ef $generated/current ]] || continue
+    [[ -n $(find "$folder" -maxdepth 0 -mmin +1440) ]] || continue
+    rm -rf "$folder" || status=$?
+done
+exit "$status"
