@@ -9,7 +9,7 @@ SETTINGS = "/etc/haldinfo.conf"
 
 def first_administrator(settings=SETTINGS):
     """Login name of the first member of the administrators group."""
-    name = _group_name(settings)
+    name = group_name(settings)
     try:
         group = grp.getgrnam(name)
     except KeyError as problem:
@@ -21,7 +21,8 @@ def first_administrator(settings=SETTINGS):
     return members[0]
 
 
-def _group_name(settings):
+def group_name(settings=SETTINGS):
+    """Name of the administrators group."""
     try:
         with open(settings, encoding="utf-8") as file:
             for line in file:

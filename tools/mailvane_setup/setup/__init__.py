@@ -1,0 +1,1 @@
+"""mailvane-setup: administrators, and the change between a machine's own mail server and ours."""

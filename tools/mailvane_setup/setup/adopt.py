@@ -1,0 +1,81 @@
+"""mailvane-setup adopt: shows what would change, then hands the machine's mail over."""
+from ctl.administrators import first_administrator
+from ctl.reference import Usage
+from setup import app, handover, postfix, report, units
+from setup.program import Program
+from setup.run import Failed
+from setup.state import ADOPTED
+from setup.survey import survey
+
+WORDS = "[--dry-run | --yes] [--force] [--keep-settings]"
+SUMMARY = "takes over the machine's mail, with what its own servers were told"
+OPTIONS = ["dry-run", "yes", "force", "keep-settings"]
+
+
+def run(session, options, words):
+    """Surveys, shows, asks, takes over."""
+    if words:
+        raise Usage("adopt takes no %s" % words[0])
+    if not units.has_systemd():
+        raise Usage("this machine is not run by systemd")
+    administrator = _administrator()
+    if session.state.phase() == ADOPTED:
+        return _again(session, administrator)
+
+    _end_interrupted(session, options)
+    findings = survey(administrator)
+    print("\n".join(report.show(findings, postfix.waiting(), units.filters_to_stop(units.states()),
+                                "--keep-settings" in options)))
+    status = app.UNSEEN if findings.stops and "--force" not in options else app.DONE
+    if status != app.DONE or "--dry-run" in options:
+        return status
+    if not _agreed(session, options):
+        return app.ASKED
+    _take_over(session, administrator, findings, "--keep-settings" in options)
+    print("\nThe machine's mail is handed over. `mailvane-setup remove` gives it back.")
+    return app.DONE
+
+
+def _administrator():
+    try:
+        return first_administrator()
+    except Usage as problem:
+        raise Usage("there is no administrator yet; first: mailvane-setup admin NAME") from problem
+
+
+def _agreed(session, options):
+    if "--yes" in options:
+        return True
+    print()
+    answer = session.confirm("Go on?")
+    if answer is None:
+        app.complain("nothing was changed; say --yes, or yes at a terminal")
+    return answer
+
+
+def _end_interrupted(session, options):
+    """Takes back what an earlier run left half done."""
+    if session.state.exists() and "--dry-run" not in options:
+        app.complain("an earlier run was cut short; the machine is given back first")
+        handover.give_back(session.state, session.target)
+
+
+def _take_over(session, administrator, findings, keeps_settings):
+    program = Program(session.target, administrator)
+    handover.begin(session.state, findings)
+    try:
+        handover.take_over(session.state, session.target, program,
+                           None if keeps_settings else findings)
+    except BaseException as problem:
+        app.complain("%s; what was changed is taken back" % (str(problem) or "interrupted"))
+        handover.give_back(session.state, session.target)
+        raise Failed("the machine's own mail server runs as before") from problem
+
+
+def _again(session, administrator):
+    """What an upgrade brought is put in place, and what does not run is started."""
+    for unit in units.DROP_INS:
+        units.place_drop_in(session.target, unit)
+    Program(session.target, administrator).start_services()
+    print("The machine's mail was handed over already: since %s." % session.state.values["since"])
+    return app.DONE

@@ -1,0 +1,116 @@
+"""What the machine's own Dovecot is told, as doveconf prints it, as the settings of the mailbox page."""
+import hashlib
+import os
+
+from setup.files import content
+from setup.run import output
+
+FOLDER = "/etc/dovecot"
+SHIPPED = "/var/lib/ucf/hashfile"  # digests of the files as their packages brought them
+MAILDIR = ("maildir:~/Maildir", "maildir:%h/Maildir")
+SERVICES = ((("imap", False), ("imaps", True)), (("pop3", False), ("pop3s", True)))
+
+
+class Section:
+    """A block: its values by name, and the blocks in it with their names."""
+
+    def __init__(self):
+        self.values, self.blocks = {}, []
+
+    def named(self, name):
+        """The first block of a name; an empty one when there is none."""
+        return next((block for own, block in self.blocks if own == name), Section())
+
+    def drivers(self, kind):
+        """Drivers of all blocks of a kind."""
+        return [block.values.get("driver", "") for own, block in self.blocks
+                if own.split()[:1] == [kind]]
+
+
+def parse(text):
+    """From doveconf's output to a section."""
+    open_blocks = [Section()]
+    for line in text.splitlines():
+        line = line.strip()
+        if line.endswith("{"):
+            block = Section()
+            open_blocks[-1].blocks.append((line[:-1].strip(), block))
+            open_blocks.append(block)
+        elif line == "}":
+            open_blocks.pop()
+        elif "=" in line and not line.startswith("#"):
+            name, _, value = line.partition("=")
+            open_blocks[-1].values[name.strip()] = value.strip()
+    return open_blocks[0]
+
+
+def read():
+    """The configuration in /etc/dovecot; None when nobody has changed what the packages brought."""
+    return None if untouched() else parse(output("doveconf", "-aP"))
+
+
+def untouched():
+    """Whether every file is as its package brought it, and none is there that a package did not."""
+    shipped = {}
+    for line in (content(SHIPPED) or b"").decode(errors="replace").splitlines():
+        digest, _, path = line.partition("  ")
+        shipped[path] = digest
+    for folder, _, names in os.walk(FOLDER):
+        for name in names:
+            path = os.path.join(folder, name)
+            if name.startswith("README") or folder == FOLDER + "/private":
+                continue
+            if hashlib.md5(content(path), usedforsecurity=False).hexdigest() != shipped.get(path):
+                return False
+    return True
+
+
+def take_over(dovecot, findings):
+    """Finds the mailbox page's settings, and what would hide mail."""
+    _take_ports(dovecot, findings)
+    values = dovecot.values
+    findings.mailboxes["plaintext_auth"] = values.get("disable_plaintext_auth") == "no"
+    limit = values.get("mail_max_userip_connections", "")
+    if limit.isdigit() and int(limit) > 0:
+        findings.mailboxes["max_user_connections"] = min(int(limit), 10000)
+    _look_at_mailboxes(dovecot, findings)
+    _look_at_accounts(dovecot, findings)
+
+
+def _take_ports(dovecot, findings):
+    protocols = dovecot.values.get("protocols", "").strip('"').split()
+    encrypts = dovecot.values.get("ssl") != "no"
+    for pair in SERVICES:
+        protocol = pair[0][0]
+        service = dovecot.named("service %s-login" % protocol)
+        for name, tls in pair:
+            port = service.named("inet_listener " + name).values.get("port", "0")
+            on = protocol in protocols and port not in ("", "0") and (encrypts or not tls)
+            findings.mailboxes[name + "_enabled"] = on
+            if on:
+                findings.mailboxes[name + "_port"] = int(port)
+    for protocol in set(protocols) - {"imap", "pop3", "lmtp", "sieve"}:
+        findings.leave("Dovecot's protocol %s" % protocol)
+
+
+def _look_at_mailboxes(dovecot, findings):
+    location = dovecot.values.get("mail_location", "")
+    if location.rstrip("/") not in MAILDIR:
+        findings.stop("mail_location = %s: here mail lies in maildir:~/Maildir" % location)
+    for name, block in dovecot.blocks:
+        if not name.startswith("namespace"):
+            continue
+        prefix, separator = (block.values.get(key, "") for key in ("prefix", "separator"))
+        if block.values.get("location"):
+            findings.stop("%s has mail at %s" % (name, block.values["location"]))
+        elif prefix.strip('"') or separator.strip('"') not in ("", "."):
+            findings.leave("%s: folders have other names here (prefix %s, separator %s)"
+                           % (name, prefix or '""', separator or '""'))
+
+
+def _look_at_accounts(dovecot, findings):
+    for kind, wanted in (("userdb", "passwd"), ("passdb", "pam")):
+        for driver in dovecot.drivers(kind):
+            if driver not in (wanted, "shadow" if kind == "passdb" else wanted):
+                findings.stop("%s of driver %s: here users are the machine's accounts and log in "
+                              "by PAM" % (kind, driver))

@@ -1,0 +1,24 @@
+"""What was found on a machine: what is taken over, what is not, and what speaks against it."""
+
+
+class Findings:
+    """Members of the pages by name, lists, and lines for the administrator."""
+
+    def __init__(self):
+        self.smtp, self.relay, self.mailboxes = {}, {}, {}
+        self.domains = []
+        self.aliases = {}       # members by name
+        self.certificate = ()   # files of certificate and key
+        self.left = []          # what is not taken over
+        self.stops = []         # why mail would not be seen any more
+        self.tables = []        # texts outside of /etc/postfix that were read
+
+    def leave(self, line):
+        """Something is not taken over."""
+        if line not in self.left:
+            self.left.append(line)
+
+    def stop(self, line):
+        """Mail would not be seen any more."""
+        if line not in self.stops:
+            self.stops.append(line)

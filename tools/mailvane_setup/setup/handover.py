@@ -1,0 +1,96 @@
+"""The steps of a change between the machine's own mail server and ours, and the way back. Every step
+can be taken again: a change that was cut short is gone through anew."""
+import datetime
+import hashlib
+import os
+
+from setup import aliases, certificates, files, originals, postfix, units
+from setup.program import stop_services
+from setup.run import Failed, attempt
+from setup.state import ADOPTED, ADOPTING, REMOVING
+
+# Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
+MADE_MAIN = b"""\
+# Made by mailvane-setup, which removes it again. The mail server's configuration is generated; see
+# there. Here stands only what lets the mail commands accept it.
+compatibility_level = 3.6
+alternate_config_directories = /var/packages/Mailvane/etc/generated/current/postfix
+"""
+
+
+def begin(state, findings):
+    """Remembers everything that is needed to give the machine back."""
+    state.store(state=ADOPTING, since=_now(), units=units.states(), made={})
+    state.store(files=originals.keep(state.originals, findings.tables))
+
+
+def take_over(state, target, program, findings):
+    """Hands the machine's mail over. The mail server stays off until all that it needs to know is
+    stored: meanwhile other servers keep what they have for us."""
+    units.give_way(state.values["units"])
+    _make_main(state)
+    units.place_drop_in(target, "dovecot.service")
+    program.prepare()
+    if findings:
+        program.save("smtp", {**findings.smtp, "smtp_enabled": False})
+        _import(target, program, findings)
+    units.place_drop_in(target, "postfix@-.service")
+    if findings:
+        program.save("smtp", {**findings.smtp, "smtp_enabled": True})
+    program.start_services()
+    state.store(state=ADOPTED)
+    attempt("postqueue", "-f")
+
+
+def give_back(state, target):
+    """The way back, from wherever it was; gives the files that are not what they were, and the folder
+    with their originals. A step that fails does not keep the next ones from being taken."""
+    state.store(state=REMOVING)
+    faults = stop_services(target)
+    before = state.values.get("units", {})
+    kept = state.values.get("files", {})
+    for step in (units.remove_drop_ins, lambda: _remove_made(state),
+                 lambda: units.restore(before)):
+        try:
+            step()
+        except (Failed, OSError) as problem:
+            faults.append(str(problem))
+    if faults:
+        raise Failed("; ".join(faults))
+    changed = originals.changed(kept)
+    folder = state.forget(keep_originals=bool(changed))
+    attempt("postqueue", "-f")
+    return changed, folder
+
+
+def _import(target, program, findings):
+    """Stores what was found, by normal requests."""
+    if findings.certificate:
+        certificates.install(target, *findings.certificate)
+    if findings.mailboxes:
+        program.save("imap_pop3", findings.mailboxes)
+    if findings.relay:
+        program.save("relay", findings.relay)
+    known = {row["domain"] for row in program.call("enum_domain", {})["items"]}
+    for domain in findings.domains:
+        if domain not in known:
+            program.call("add_domain", {"domain": domain})
+    if findings.aliases:
+        program.upload("import_alias", aliases.text(findings.aliases))
+
+
+def _make_main(state):
+    if os.path.exists(postfix.MAIN):
+        return
+    state.store(made={postfix.MAIN: hashlib.sha256(MADE_MAIN).hexdigest()})
+    files.replace(postfix.MAIN, MADE_MAIN)
+
+
+def _remove_made(state):
+    for path, digest in state.values.get("made", {}).items():
+        if files.digest(path) == digest:
+            files.remove(path)
+
+
+def _now():
+    return datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M:%S UTC")

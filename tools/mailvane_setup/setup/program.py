@@ -1,0 +1,71 @@
+"""The program's own doors: requests as the web server would send them, control scripts, tools."""
+import os
+import tempfile
+
+from ctl import answers, edit
+from ctl.app import Session
+from setup.run import Failed, attempt, output
+
+# In this order they start; the mail server comes when all that it asks is there.
+SERVICES = ("dovecot", "memcached", "opendkim", "opendmarc", "antivirus", "mailscanner", "maillog",
+            "postfix")
+
+
+class Program:
+    """The installed package, addressed in the name of an administrator."""
+
+    def __init__(self, target, administrator):
+        self._target = target
+        self._session = Session(target, administrator)
+
+    def prepare(self):
+        """Finishes an interrupted save, and makes the first configuration where there is none."""
+        tool = self._target + "/bin/hald_set_config"
+        output(tool, "recover")
+        if not os.path.exists(os.path.dirname(self._target) + "/etc/generated/current"):
+            output(tool, "render")
+
+    def call(self, name, members):
+        """Sends an action; gives its answer."""
+        action = self._session.reference.action(name)
+        gateway = self._session.gateway()
+        answer = (gateway.read if action.kind == "read" else gateway.write)(name, members)
+        value = answer.json()
+        why = answers.refusal(action, answer.status, value)
+        if why:
+            raise Failed("%s: %s" % (name, why))
+        return value
+
+    def save(self, page, changes):
+        """Changes members of a page."""
+        action = self._session.reference.action(self._session.reference.pages()[page])
+        loaded = self.call(action.edits, {})
+        self.call(action.name, edit.edited(action, loaded, changes))
+
+    def upload(self, name, text):
+        """Imports a list."""
+        action = self._session.reference.action("upload")
+        with tempfile.NamedTemporaryFile("w", encoding="utf-8", prefix="mailvane-") as file:
+            file.write(text)
+            file.flush()
+            self.call(name, {})
+            answer = self._session.gateway().upload(file.name)
+        why = answers.refusal(action, answer.status, answer.json())
+        if why:
+            raise Failed("%s: %s" % (name, why))
+
+    def start_services(self):
+        """Brings every service to what the settings ask for."""
+        for name in SERVICES:
+            output("%s/scripts/%s.sh" % (self._target, name), "start")
+
+
+def stop_services(target):
+    """Stops every service; gives what went wrong."""
+    faults = []
+    for name in reversed(SERVICES):
+        script = "%s/scripts/%s.sh" % (target, name)
+        status, _, errors = attempt(script, "stop")
+        if status != 0 and os.path.exists(script):
+            faults.append("%s.sh stop: %s" % (name, errors.strip()))
+    return faults

@@ -1,0 +1,44 @@
+"""What the administrator is shown before anything changes."""
+
+SECRETS = {"smtp_relay_password"}
+HOW_TO_CONVERT = """\
+Convert the mail first (docs/setup.md says how), or go on with --force where the mail may stay
+unseen."""
+
+
+def show(findings, queued, filters, keeps_settings):
+    """The lines that tell what would change."""
+    lines = ["The stored settings are used as they are."] if keeps_settings else _taken(findings)
+    lines += ["", "Then postfix and dovecot run with the generated configuration."]
+    lines += ["Mail that waits in the queue stays there: %d." % queued] if queued else []
+    lines += ["Stopped, since we run instances of our own: " + ", ".join(filters)] if filters else []
+    if findings.stops:
+        lines += _list("Mail would not be seen any more, or would reach somebody else:",
+                       findings.stops) + HOW_TO_CONVERT.splitlines()
+    return lines
+
+
+def _taken(findings):
+    lines = ["Taken over from the machine's own configuration:"]
+    for page, members in (("SMTP", findings.smtp), ("relay", findings.relay),
+                          ("mailboxes", findings.mailboxes)):
+        lines += ["  %-10s %s" % (page, text) for text in _members(members)]
+    lines += ["  %-10s %s" % ("domain", name) for name in findings.domains]
+    lines += ["  %-10s %s: %s" % ("alias", name, ", ".join(own))
+              for name, own in findings.aliases.items()]
+    lines += ["  %-10s %s" % ("TLS", findings.certificate[0])] if findings.certificate else []
+    return lines + _list("Not taken over; what you still want of it goes into local.d/:",
+                         findings.left)
+
+
+def _members(members):
+    return ["%s = %s" % (name, "(not shown)" if name in SECRETS else _text(value))
+            for name, value in members.items()]
+
+
+def _text(value):
+    return {True: "yes", False: "no"}[value] if isinstance(value, bool) else value
+
+
+def _list(title, entries):
+    return ["", title, *("  " + entry for entry in entries)] if entries else []

@@ -1,0 +1,141 @@
+"""Looks a machine's own mail server over: what of it can be taken over, what not, what would be lost."""
+import os
+import pwd
+import socket
+
+from setup import aliases, certificates, domains, dovecot, ports, postfix, relay
+from setup.findings import Findings
+
+FIRST_USER, LAST_USER = 1000, 65533  # numbers of accounts that get mail
+MAIL_SPOOL = "/var/mail"
+MEGABYTE, LARGEST = 1 << 20, 2000
+QUEUE = "/var/spool/postfix"
+
+# Parameters that are taken over, or that our own configuration has an answer to.
+COVERED = {
+    "alias_database", "alias_maps", "append_dot_mydomain", "biff", "compatibility_level",
+    "disable_vrfy_command", "home_mailbox", "inet_protocols", "local_recipient_maps",
+    "mailbox_size_limit", "message_size_limit", "mydestination", "mydomain", "myhostname",
+    "mynetworks_style", "myorigin", "queue_directory", "readme_directory", "recipient_delimiter",
+    "relayhost", "smtp_sasl_auth_enable", "smtp_sasl_password_maps", "smtp_sasl_security_options",
+    "smtp_sasl_tls_security_options", "smtp_tls_CAfile", "smtp_tls_CApath",
+    "smtp_tls_security_level", "smtp_tls_session_cache_database", "smtp_tls_wrappermode",
+    "smtp_use_tls", "smtpd_banner", "smtpd_sasl_auth_enable", "smtpd_sasl_path",
+    "smtpd_sasl_security_options", "smtpd_sasl_type", "smtpd_tls_auth_only", "smtpd_tls_cert_file",
+    "smtpd_tls_chain_files", "smtpd_tls_key_file", "smtpd_tls_security_level",
+    "smtpd_tls_session_cache_database", "smtpd_use_tls", "virtual_alias_domains",
+    "virtual_alias_maps", "virtual_mailbox_domains", "virtual_mailbox_maps",
+    "alternate_config_directories", "html_directory", "manpage_directory", "sample_directory",
+    "daemon_directory", "command_directory", "mail_owner", "setgid_group", "sendmail_path",
+    "mailq_path", "newaliases_path"}
+USUAL = {  # values that Debian's package writes and that change nothing
+    "inet_interfaces": ("all",),
+    "mynetworks": ("127.0.0.0/8", "127.0.0.0/8 [::ffff:127.0.0.0]/104 [::1]/128"),
+    "smtpd_relay_restrictions": (
+        "permit_mynetworks permit_sasl_authenticated defer_unauth_destination",
+        "permit_mynetworks, permit_sasl_authenticated, defer_unauth_destination",
+        "permit_mynetworks permit_sasl_authenticated reject_unauth_destination",
+        "permit_mynetworks, permit_sasl_authenticated, reject_unauth_destination")}
+
+
+def survey(administrator):
+    """Looks at the configurations in /etc/postfix and /etc/dovecot."""
+    findings = Findings()
+    sender, boxes = postfix.read(), dovecot.read()
+    if sender:
+        _look_at_postfix(sender, administrator, findings)
+    if "." not in findings.smtp.get("smtp_hostname", ""):
+        findings.smtp["smtp_hostname"] = socket.getfqdn()
+    if "." not in findings.smtp["smtp_hostname"]:
+        findings.leave("the machine has no full host name; set smtp_hostname")
+    if boxes:
+        dovecot.take_over(boxes, findings)
+    certificates.take_over(sender, boxes, findings)
+    _look_at_mail(findings)
+    return findings
+
+
+def _look_at_postfix(sender, administrator, findings):
+    own = domains.find(sender, findings)
+    domains.take_over(own, findings)
+    _take_limits(sender, findings)
+    relay.take_over(sender, findings)
+    if not (postfix.master_as_shipped() and _is_plain(sender)):
+        ports.take_over(sender, findings)
+        findings.smtp["smtp_auth_required"] = not _own_programs_relay(sender)
+    routing = aliases.Routing(own, is_user)
+    aliases.find(sender, routing, findings)
+    aliases.take_over(routing, administrator, findings)
+    _look_at_delivery(sender, findings)
+    _leave_others(sender, findings)
+
+
+def is_user(name):
+    """Whether a name is that of an account that gets mail."""
+    try:
+        return FIRST_USER <= pwd.getpwnam(name).pw_uid <= LAST_USER
+    except KeyError:
+        return False
+
+
+def _is_plain(sender):
+    """Whether nothing is set that Debian's package does not set too."""
+    return not sender.text("relayhost") and not sender.text("virtual_alias_maps") and \
+        not list(_others(sender))
+
+
+def _take_limits(sender, findings):
+    size = sender.text("message_size_limit")
+    if "message_size_limit" in sender.given and size.isdigit():
+        megabytes = -(-int(size) // MEGABYTE) or LARGEST
+        findings.smtp["message_size_limit_mb"] = min(megabytes, LARGEST)
+        if megabytes > LARGEST or size == "0":
+            findings.leave("message_size_limit = %s: here %d MiB" % (size, LARGEST))
+
+
+def _own_programs_relay(sender):
+    lists = sender.words("smtpd_relay_restrictions") + sender.words("smtpd_recipient_restrictions")
+    return "permit_mynetworks" in lists
+
+
+def _look_at_delivery(sender, findings):
+    if sender.text("virtual_mailbox_domains") or sender.text("virtual_mailbox_maps"):
+        findings.stop("virtual_mailbox_domains: here mailboxes belong to the machine's accounts")
+    if sender.text("home_mailbox") not in ("", "Maildir/"):
+        findings.stop("home_mailbox = %s: here mail lies in ~/Maildir" % sender.text("home_mailbox"))
+    if sender.text("queue_directory") != QUEUE:
+        findings.stop("queue_directory = %s: what waits there would stay there"
+                      % sender.text("queue_directory"))
+    if sender.text("multi_instance_directories"):
+        findings.stop("multi_instance_directories: there are several mail servers")
+
+
+def _others(sender):
+    return (name for name, value in sender.given.items()
+            if name not in COVERED and value not in USUAL.get(name, ()))
+
+
+def _leave_others(sender, findings):
+    for name in _others(sender):
+        findings.leave("main.cf: %s = %s" % (name, sender.given[name]))
+
+
+def _look_at_mail(findings):
+    """Mail that lies where our Dovecot does not look, and what the users' own files ask for."""
+    users = [user for user in pwd.getpwall() if FIRST_USER <= user.pw_uid <= LAST_USER]
+    waiting = [user.pw_name for user in users
+               if _has_bytes(os.path.join(MAIL_SPOOL, user.pw_name))]
+    if waiting:
+        findings.stop("mail lies in %s for %s" % (MAIL_SPOOL, ", ".join(waiting)))
+    forwarding = [user.pw_name for user in users
+                  if os.path.isfile(os.path.join(user.pw_dir, ".forward"))]
+    if forwarding:
+        findings.leave("~/.forward of %s" % ", ".join(forwarding))
+
+
+def _has_bytes(path):
+    """Whether mail is there: in a file, or in a folder of files."""
+    try:
+        return bool(os.listdir(path) if os.path.isdir(path) else os.path.getsize(path))
+    except OSError:
+        return False
