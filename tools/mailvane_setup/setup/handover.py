@@ -11,10 +11,10 @@ from setup.state import ADOPTED, ADOPTING, REMOVING
 
 # Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
 MADE_MAIN = b"""\
-# Made by mailvane-setup, which removes it again. The mail server's configuration is generated; see
-# there. Here stands only what lets the mail commands accept it.
+# Made by mailvane-setup, which removes it again, for the mail commands of this machine. What the mail
+# server itself reads is generated, and limits the size of messages.
 compatibility_level = 3.6
-alternate_config_directories = /var/packages/Mailvane/etc/generated/current/postfix
+message_size_limit = 0
 """
 
 

@@ -2,7 +2,7 @@
 import os
 
 from setup import files
-from setup.run import attempt, output
+from setup.run import output
 
 DROP_INS = {"dovecot.service": "dovecot.service.conf",
             "postfix@-.service": "postfix@-.service.conf"}
@@ -22,22 +22,28 @@ def has_systemd():
 
 def states():
     """What each unit is: whether enabled for the next boot, and whether active."""
-    ours = ["mailvane-%s.service" % name for name in OUR_SERVICES]
+    names = (*MAIL, *FILTERS, *("mailvane-%s.service" % name for name in OUR_SERVICES))
+    return parse(output("systemctl", "show", "--property=Id,LoadState,UnitFileState,ActiveState",
+                        *names))
+
+
+def parse(text):
+    """From `systemctl show` to states by name, of the units that there are."""
     found = {}
-    for unit in (*MAIL, *FILTERS, *ours):
-        enabled = attempt("systemctl", "is-enabled", unit)[1].strip()
-        if enabled and enabled != "not-found":
-            found[unit] = {"enabled": enabled,
-                           "active": attempt("systemctl", "is-active", "--quiet", unit)[0] == 0}
+    for block in text.split("\n\n"):
+        row = dict(line.split("=", 1) for line in block.splitlines() if "=" in line)
+        if row.get("LoadState") == "loaded":
+            found[row["Id"]] = {"enabled": row["UnitFileState"],
+                                "active": row["ActiveState"] in ("active", "activating")}
     return found
 
 
 def give_way(before):
     """Stops the machine's own daemons. Filters are not started at the next boot either; for the
     mail servers that is up to the stored settings."""
-    present = [unit for unit in (*MAIL, *FILTERS) if unit in before]
-    output("systemctl", "stop", *present)
-    _disable([unit for unit in FILTERS if before.get(unit, {}).get("enabled") == "enabled"])
+    _switch("disable", [unit for unit in FILTERS if _is(before, unit, "enabled")])
+    for group in (FILTERS, MAIL):
+        output("systemctl", "stop", *(unit for unit in group if unit in before))
 
 
 def filters_to_stop(before):
@@ -48,15 +54,22 @@ def filters_to_stop(before):
 def restore(before):
     """Brings all units to the states that they had."""
     now = states()
-    _disable([unit for unit, was in before.items()
-              if was["enabled"] == "disabled" and now.get(unit, was)["enabled"] == "enabled"])
-    enable = [unit for unit, was in before.items()
-              if was["enabled"] == "enabled" and now.get(unit, was)["enabled"] == "disabled"]
-    if enable:
-        output("systemctl", "--quiet", "enable", *enable)
+    for verb, then, today in (("disable", "disabled", "enabled"), ("enable", "enabled", "disabled")):
+        _switch(verb, [unit for unit in before
+                       if _is(before, unit, then) and _is(now, unit, today)])
     start = [unit for unit, was in before.items() if was["active"] and unit in now]
     if start:
         output("systemctl", "start", *start)
+
+
+def _is(found, unit, wanted):
+    return found.get(unit, {}).get("enabled") == wanted
+
+
+def _switch(verb, names):
+    if names:
+        # What stands in for units on machines of another kind stays.
+        output("env", "SYSTEMCTL_SKIP_SYSV=1", "systemctl", "--quiet", verb, *names)
 
 
 def place_drop_in(target, unit):
@@ -79,7 +92,3 @@ def remove_drop_ins():
             pass  # not there, or the administrator has drop-ins of his own
     output("systemctl", "daemon-reload")
 
-
-def _disable(names):
-    if names:
-        output("systemctl", "--quiet", "disable", *names)

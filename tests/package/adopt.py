@@ -1,0 +1,299 @@
+#!/usr/bin/python3
+"""The walk of a machine that has a mail server of its own: handed over and given back, with mail
+before, meanwhile and after.
+
+  adopt.py RUN
+
+RUN is the command that runs others in the machine, which is of systemd's, has the package installed
+and nothing handed over. The machine's Postfix and Dovecot are configured anew.
+"""
+import json
+import os
+import shlex
+import subprocess
+import sys
+import time
+
+RUN = shlex.split(sys.argv[1])
+HERE = os.path.dirname(os.path.abspath(__file__))
+PACKAGE = "/var/packages/Mailvane"
+SETUP = PACKAGE + "/target/bin/mailvane-setup"
+PASSWORD = "correct horse 7"
+RELAY_PASSWORD = "relay:secret 9"
+PATIENCE = 60  # seconds
+
+OLD_SERVER = r"""
+set -e
+echo '127.0.1.1 mail.old.test mail' >>/etc/hosts
+hostname mail.old.test
+for name in alice bob; do
+    id $name >/dev/null 2>&1 || useradd -m -K UMASK=077 -s /usr/sbin/nologin $name
+    echo "$name:$0" | chpasswd
+done
+echo old.test >/etc/mailname
+cat >/etc/aliases <<'end'
+postmaster: root
+root: alice
+office: alice, bob@second.test
+tickets: bob, "|/usr/bin/logger -t tickets"
+end
+cat >/etc/postfix/virtual <<'end'
+info@old.test     alice
+info@second.test  alice
+sales@second.test bob
+end
+echo "[127.0.0.1]:2587 relay-user:$1" >/etc/postfix/relay
+chmod 600 /etc/postfix/relay
+postconf -e myhostname=mail.old.test myorigin=/etc/mailname home_mailbox=Maildir/ \
+    'mydestination=$myhostname, old.test, second.test, localhost' \
+    virtual_alias_maps=hash:/etc/postfix/virtual message_size_limit=20971520 \
+    'relayhost=[127.0.0.1]:2587' smtp_sasl_auth_enable=yes \
+    smtp_sasl_password_maps=hash:/etc/postfix/relay smtp_sasl_security_options=noanonymous \
+    smtp_tls_security_level=none minimal_backoff_time=5m
+postconf -M 'submission/inet=submission inet n - y - - smtpd'
+postalias /etc/aliases
+postmap /etc/postfix/virtual /etc/postfix/relay
+printf '%s\n' 'mail_location = maildir:~/Maildir' 'protocols = imap lmtp' \
+    'disable_plaintext_auth = no' >/etc/dovecot/conf.d/99-own.conf
+systemctl restart postfix postfix@- dovecot
+"""
+
+# Sends by SMTP as another server would: what is not taken now is tried again.
+SENDER = r"""
+import smtplib, sys, time
+longest, last = 0, time.monotonic()
+for number in range(int(sys.argv[2])):
+    while True:
+        try:
+            with smtplib.SMTP("127.0.0.1", 25, "sender.test", timeout=10) as server:
+                server.sendmail("guest@sender.test", [sys.argv[1]],
+                                "Subject: %s %d\n\nbody\n" % (sys.argv[3], number))
+            longest, last = max(longest, time.monotonic() - last), time.monotonic()
+            break
+        except (OSError, smtplib.SMTPException):
+            time.sleep(.05)
+    time.sleep(.05)
+print("%.1f" % longest)
+"""
+
+# A change that ends some seconds after it has begun.
+KILLED = """
+$0 adopt --yes >/dev/null &
+until [ -e $1/etc/adopted/originals ]; do sleep .02; done
+sleep $2
+kill -KILL $!
+wait
+true
+"""
+
+# All subjects in a mailbox, as its user sees them.
+READER = r"""
+import imaplib, sys
+box = imaplib.IMAP4("127.0.0.1")
+box.starttls()
+box.login(sys.argv[1], sys.argv[2])
+box.select()
+for part in box.fetch("1:*", "(BODY[HEADER.FIELDS (SUBJECT)])")[1]:
+    if isinstance(part, tuple):
+        print(part[1].decode().strip()[len("Subject: "):])
+"""
+
+# Takes mail until its standard input ends, then says how many messages came.
+RELAY = r"""
+import sys
+with RelayHost(2587, ("relay-user", sys.argv[1]), "/etc/dovecot/private/dovecot.pem",
+               "/etc/dovecot/private/dovecot.key") as host:
+    print("ready", flush=True)
+    sys.stdin.read()
+    print(len(host.mails))
+"""
+
+
+def run(*words, typed="", wanted=0):
+    """Standard output of a command in the machine."""
+    done = subprocess.run([*RUN, *words], input=typed, text=True, capture_output=True, check=False,
+                          timeout=300)
+    if done.returncode != wanted:
+        raise SystemExit("%s: status %d instead of %d\n%s%s" % (
+            " ".join(words)[:200], done.returncode, wanted, done.stdout, done.stderr))
+    return done.stdout
+
+
+def python(program, *words):
+    """Output of a Python program in the machine."""
+    return run("/usr/bin/python3", "-c", program, *words)
+
+
+def until(condition, what):
+    """Waits for what takes its time."""
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        if time.monotonic() > end:
+            raise SystemExit("never: " + what)
+        time.sleep(.2)
+
+
+def check(got, wanted, what):
+    """One thing that has to be."""
+    if got != wanted:
+        raise SystemExit("%s: got %r, want %r" % (what, got, wanted))
+
+
+def subjects(user):
+    """Subjects of a user's mail in any order."""
+    return sorted(python(READER, user, PASSWORD).splitlines())
+
+
+def arrive(address, subject, *users):
+    """Mail by SMTP to an address reaches these users, each once."""
+    python(SENDER, address, "1", subject)
+    for user in users:
+        until(lambda user=user: subject + " 0" in subjects(user),
+              "%s at %s" % (subject, user))
+        check(subjects(user).count(subject + " 0"), 1, subject)
+
+
+def send_locally(address, subject):
+    """Mail from a program of the machine."""
+    run("/usr/sbin/sendmail", "-i", address, typed="Subject: %s\n\nbody\n" % subject)
+
+
+def serving():
+    """Who serves SMTP and mailboxes."""
+    return [line.split("(")[0].split(None, 1)[1].strip()
+            for line in run(SETUP, "status").splitlines()[1:3]]
+
+
+def snapshot():
+    """Digests of what is not ours to change, and what starts with the machine."""
+    files = run("find", "/etc/postfix", "/etc/dovecot", "/etc/aliases", "-type", "f", "-exec",
+                "sha256sum", "{}", "+")
+    units = run("sh", "-c", "systemctl is-enabled postfix dovecot opendkim opendmarc amavis; "
+                            "ls /etc/systemd/system/*.d 2>/dev/null; true")
+    return sorted(files.splitlines()), units
+
+
+class RelayHost:
+    """The provider's relay host, in the machine while it is a context."""
+
+    def __enter__(self):
+        with open(HERE + "/../e2e/relay_host.py", encoding="utf-8") as file:
+            program = file.read() + RELAY
+        self._process = subprocess.Popen([*RUN, "/usr/bin/python3", "-c", program, RELAY_PASSWORD],
+                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        check(self._process.stdout.readline(), "ready\n", "relay host")
+        return self
+
+    def __exit__(self, *_):
+        self._process.kill()
+
+    def count(self):
+        """Ends it; how many messages it was handed by the login."""
+        return int(self._process.communicate(timeout=30)[0])
+
+
+def prepare():
+    """A machine that has served mail for years."""
+    run("bash", "-c", OLD_SERVER, PASSWORD, RELAY_PASSWORD)
+    run(SETUP, "admin", "alice", typed=PASSWORD + "\n")
+    arrive("office@old.test", "old", "alice", "bob")
+    send_locally("friend@far.test", "waits for the relay host")
+
+
+def refuse():
+    """Nothing changes before somebody says yes; what would hide mail stops it."""
+    before = snapshot()
+    text = run(SETUP, "adopt", "--dry-run")
+    for line in ("smtp_hostname = mail.old.test", "acc_domain_name = old.test", "second.test",
+                 "smtp_relay_server = 127.0.0.1", "smtp_relay_account = relay-user",
+                 "message_size_limit_mb = 20", "office: alice, bob", "pop3_enabled = no",
+                 "alias tickets: |/usr/bin/logger -t tickets"):
+        check(line in text, True, line + " in\n" + text)
+    check(RELAY_PASSWORD in text, False, "the password is shown")
+    run(SETUP, "adopt", wanted=4)
+    run("bash", "-c", "echo mail >/var/mail/bob")
+    run(SETUP, "adopt", "--yes", wanted=3)
+    run("rm", "/var/mail/bob")
+    check(snapshot(), before, "after what was refused")
+    check(serving(), ["the machine's own"] * 2, "after what was refused")
+
+
+def fail():
+    """A step that fails takes everything back."""
+    before = snapshot()
+    script = PACKAGE + "/target/scripts/maillog.sh"
+    run("sh", "-c", "mv $0 $0.away && printf '#!/bin/sh\n[ $1 = stop ]' >$0 && chmod 755 $0",
+        script)
+    run(SETUP, "adopt", "--yes", wanted=1)
+    run("mv", script + ".away", script)
+    check(snapshot(), before, "after a failure")
+    check(serving(), ["the machine's own"] * 2, "after a failure")
+    arrive("sales@second.test", "after the failure", "bob")
+
+
+def die():
+    """The next run brings what a killed one left to an end."""
+    before = snapshot()
+    for delay in ("0", "1", "3"):
+        run("sh", "-c", KILLED, SETUP, PACKAGE, delay)
+        check("half handed over" in run(SETUP, "status"), True, "status after a kill")
+        run(SETUP, "remove", "--yes")
+        check(snapshot(), before, "after a kill")
+        check(serving(), ["the machine's own"] * 2, "after a kill")
+    check(run(SETUP, "remove"), "", "a second removal")
+    run("sh", "-c", KILLED, SETUP, PACKAGE, "2")
+
+
+def adopt():
+    """No message is lost or doubled while the machine is handed over."""
+    sender = subprocess.Popen([*RUN, "/usr/bin/python3", "-c", SENDER, "info@second.test", "100",
+                               "meanwhile"], stdout=subprocess.PIPE, text=True)
+    time.sleep(1)
+    began = time.monotonic()
+    run(SETUP, "adopt", "--yes")
+    print("adopt took %.1f s" % (time.monotonic() - began))
+    print("nothing was taken in for %s s" % sender.communicate(timeout=60)[0].strip())
+    wanted = sorted("meanwhile %d" % number for number in range(100))
+    until(lambda: [text for text in subjects("alice") if text.startswith("meanwhile")] == wanted,
+          "all mail sent meanwhile, once")
+    check(serving(), ["mailvane"] * 2, "after adopt")
+    run(SETUP, "adopt", "--yes")
+    manifest = json.loads(run("cat", PACKAGE + "/etc/adopted/manifest.json"))
+    check(manifest["state"], "adopted", "manifest")
+
+
+def use():
+    """What was taken over works."""
+    check("old 0" in subjects("alice"), True, "mail from before")
+    arrive("office@second.test", "new", "alice", "bob")
+    arrive("tickets@old.test", "ticket", "bob")
+    arrive("postmaster@old.test", "role", "alice")
+    send_locally("info", "by a program")
+    until(lambda: "by a program" in subjects("alice"), "mail from a program")
+    with RelayHost() as relay:
+        run("postqueue", "-f")
+        until(lambda: run("postqueue", "-j") == "", "the queue empties")
+        check(relay.count(), 1, "messages at the relay host")
+
+
+def remove():
+    """The machine's own server runs as before, and has the mail that came meanwhile."""
+    run("sh", "-c", "echo '# changed' >>/etc/postfix/virtual")
+    before = snapshot()[0]
+    text = run(SETUP, "remove", "--yes")
+    check("/etc/postfix/virtual" in text, True, "the changed file is told")
+    check(snapshot()[0], before, "files after removal")
+    check(serving(), ["the machine's own"] * 2, "after removal")
+    arrive("office@old.test", "given back", "alice", "bob")
+    check("new 0" in subjects("bob"), True, "mail that came meanwhile")
+    send_locally("friend@far.test", "by the old relay")
+    with RelayHost() as relay:
+        run("postqueue", "-f")
+        until(lambda: run("postqueue", "-j") == "", "the queue empties")
+        check(relay.count(), 1, "messages at the relay host")
+
+
+for step in (prepare, refuse, fail, die, adopt, use, remove):
+    start = time.monotonic()
+    step()
+    print("%-8s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)
