@@ -246,6 +246,7 @@ def die():
 
 def adopt():
     """No message is lost or doubled while the machine is handed over."""
+    before = snapshot()[0]
     sender = subprocess.Popen([*RUN, "/usr/bin/python3", "-c", SENDER, "info@second.test", "100",
                                "meanwhile"], stdout=subprocess.PIPE, text=True)
     time.sleep(1)
@@ -257,6 +258,7 @@ def adopt():
     until(lambda: [text for text in subjects("alice") if text.startswith("meanwhile")] == wanted,
           "all mail sent meanwhile, once")
     check(serving(), ["mailvane"] * 2, "after adopt")
+    check(snapshot()[0], before, "other packages' files")
     run(SETUP, "adopt", "--yes")
     manifest = json.loads(run("cat", PACKAGE + "/etc/adopted/manifest.json"))
     check(manifest["state"], "adopted", "manifest")
