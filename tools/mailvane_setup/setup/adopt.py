@@ -74,8 +74,7 @@ def _take_over(session, administrator, findings, keeps_settings):
 
 def _again(session, administrator):
     """What an upgrade brought is put in place, and what does not run is started."""
-    for unit in units.DROP_INS:
-        units.place_drop_in(session.target, unit)
+    units.place_drop_ins(session.target, *units.DROP_INS)
     Program(session.target, administrator).start_services()
     print("The machine's mail was handed over already: since %s." % session.state.values["since"])
     return app.DONE

@@ -4,7 +4,7 @@ import datetime
 import hashlib
 import os
 
-from setup import aliases, certificates, files, originals, postfix, units
+from setup import aliases, certificates, files, firewall, originals, postfix, units
 from setup.program import stop_services
 from setup.run import Failed, attempt
 from setup.state import ADOPTED, ADOPTING, REMOVING
@@ -25,18 +25,24 @@ def begin(state, findings):
 
 
 def take_over(state, target, program, findings):
-    """Hands the machine's mail over. The mail server stays off until all that it needs to know is
-    stored: meanwhile other servers keep what they have for us."""
+    """Hands the machine's mail over; without findings with the settings that are stored. The mail
+    server stays off until all that it needs to know is stored: meanwhile others keep what they have
+    for us."""
     units.give_way(state.values["units"])
-    _make_main(state)
-    units.place_drop_in(target, "dovecot.service")
-    program.prepare()
+    was_configured = os.path.exists(postfix.MAIN)
+    if not was_configured:
+        _make_main(state)
+    # While ours does not know all domains and aliases, only the old one may start.
+    units.place_drop_ins(target, *(units.DROP_INS[:1] if was_configured else units.DROP_INS))
+    program.prepare({"smtp_enabled": "no"} if findings else {})
     if findings:
         program.save("smtp", {**findings.smtp, "smtp_enabled": False})
         _import(target, program, findings)
-    units.place_drop_in(target, "postfix@-.service")
+    units.place_drop_ins(target, *units.DROP_INS)
     if findings:
         program.save("smtp", {**findings.smtp, "smtp_enabled": True})
+    else:
+        firewall.put_back(os.path.dirname(state.folder))
     program.start_services()
     state.store(state=ADOPTED)
     attempt("postqueue", "-f")
@@ -50,6 +56,7 @@ def give_back(state, target):
     before = state.values.get("units", {})
     kept = state.values.get("files", {})
     for step in (units.remove_drop_ins, lambda: _remove_made(state),
+                 lambda: firewall.lift(os.path.dirname(state.folder)),
                  lambda: units.restore(before)):
         try:
             step()
@@ -80,8 +87,6 @@ def _import(target, program, findings):
 
 
 def _make_main(state):
-    if os.path.exists(postfix.MAIN):
-        return
     state.store(made={postfix.MAIN: hashlib.sha256(MADE_MAIN).hexdigest()})
     files.replace(postfix.MAIN, MADE_MAIN)
 

@@ -91,9 +91,9 @@ def read():
 
 
 def waiting():
-    """How many messages wait in the queue; None when that cannot be told."""
+    """How many messages wait in the queue; 0 when that cannot be told."""
     status, text, _ = attempt("postqueue", "-j")
-    return None if status != 0 else len(text.splitlines())
+    return len(text.splitlines()) if status == 0 else 0
 
 
 def master_as_shipped():

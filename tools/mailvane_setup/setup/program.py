@@ -4,6 +4,7 @@ import tempfile
 
 from ctl import answers, edit
 from ctl.app import Session
+from setup import files
 from setup.run import Failed, attempt, output
 
 # In this order they start; the mail server comes when all that it asks is there.
@@ -18,11 +19,16 @@ class Program:
         self._target = target
         self._session = Session(target, administrator)
 
-    def prepare(self):
-        """Finishes an interrupted save, and makes the first configuration where there is none."""
+    def prepare(self, first):
+        """Finishes an interrupted save; where there is no configuration yet makes one of first
+        settings."""
         tool = self._target + "/bin/hald_set_config"
+        etc = os.path.dirname(self._target) + "/etc"
         output(tool, "recover")
-        if not os.path.exists(os.path.dirname(self._target) + "/etc/generated/current"):
+        if not os.path.exists(etc + "/generated/current"):
+            if first and not os.path.lexists(etc + "/mailvane.conf"):
+                text = "".join('%s="%s"\n' % pair for pair in first.items())
+                files.replace(etc + "/mailvane.conf", text.encode(), 0o600)
             output(tool, "render")
 
     def call(self, name, members):

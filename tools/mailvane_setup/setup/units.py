@@ -4,8 +4,7 @@ import os
 from setup import files
 from setup.run import output
 
-DROP_INS = {"dovecot.service": "dovecot.service.conf",
-            "postfix@-.service": "postfix@-.service.conf"}
+DROP_INS = ("dovecot.service", "postfix@-.service")  # in the order in which they are put in place
 MAIL = ("postfix.service", "postfix@-.service", "dovecot.socket", "dovecot.service")
 # Filters of which we run instances of our own.
 FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc.service",
@@ -72,12 +71,13 @@ def _switch(verb, names):
         output("env", "SYSTEMCTL_SKIP_SYSV=1", "systemctl", "--quiet", verb, *names)
 
 
-def place_drop_in(target, unit):
-    """Makes the unit run with the generated configuration."""
-    folder = "%s/%s.d" % (OVERRIDES, unit)
-    os.makedirs(folder, 0o755, exist_ok=True)
-    with open("%s/systemd/overrides/%s" % (target, DROP_INS[unit]), "rb") as file:
-        files.replace(folder + "/mailvane.conf", file.read())
+def place_drop_ins(target, *names):
+    """Makes units run with the generated configuration."""
+    for unit in names:
+        folder = "%s/%s.d" % (OVERRIDES, unit)
+        os.makedirs(folder, 0o755, exist_ok=True)
+        with open("%s/systemd/overrides/%s.conf" % (target, unit), "rb") as file:
+            files.replace(folder + "/mailvane.conf", file.read())
     output("systemctl", "daemon-reload")
 
 
