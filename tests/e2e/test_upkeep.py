@@ -26,7 +26,9 @@ LOADS = ("load_smtp", "load_imap_pop3", "load_relay", "load_security", "enum_dom
          "alias_enum&limit=50", "load_access", "load_bcc", "load_sender_quota",
          "load_attachment_filter", "load_spam_config", "load_adv_anti_spam", "load_spam_rules",
          "load_spam_blackwhite", "load_personal&user=alice", "load_report")
-ARCHIVE, OTHER = "/root/first.tar", "/root/other.tar"
+INITIAL, ARCHIVE, OTHER = "/root/initial.tar", "/root/first.tar", "/root/other.tar"
+STORED = ("alias.db", "mailvane.db", "attachment_types", "rules", "dkim.key", "tls", "personal",
+          "report.conf", "htpasswd", "local.d")
 SCRIPT = "/home/alice/.mailvane.sieve"
 
 
@@ -105,7 +107,7 @@ class Archives(Upkeep):
         tell("apply_alias_info", aliasname=tag,
              member=[{"name": "alice", "type": 0, "is_join": True}])
         tell("add_access", accessType=0, nameType=0, name=tag + "@far.example", permission="REJECT")
-        tell("add_bcc", bccType=0, name="alice", bccTo="carol")
+        tell("add_bcc", bccType=0, name={"first": "alice", "other": "bob"}[tag], bccTo="carol")
         tell("set_sender_quota", sasl_sender="bob", quota=len(tag))
         tell("set_attachment_filter", add_list=[tag], modified_list=[])
         tell("add_spam_blackwhite_list", blackWhite=1, type=0, nameType=0, name=tag + "@b.example")
@@ -117,6 +119,7 @@ class Archives(Upkeep):
         self.done("edit", "report", "enable_report=no", "report_sender_name=" + tag)
         self.done("edit", "smtp", "smtp_hostname=%s.example.test" % tag)
         self.done("edit", "relay", "smtp_relay_account=" + tag)
+        tell("save_spam_config", spam_subject_tag=tag)
 
     def empty(self):
         """Takes away what the lists hold."""
@@ -129,6 +132,8 @@ class Archives(Upkeep):
         return {name: read(name).json() for name in LOADS}
 
     def test_there_and_back(self):
+        self.done("backup", INITIAL)
+        self.addCleanup(self.done, "restore", INITIAL)
         self.fill("first")
         before, modes = self.answers(), self.modes()
         self.done("backup", ARCHIVE)
@@ -151,7 +156,8 @@ class Archives(Upkeep):
         log = SystemLog()
         self.done("restore", ARCHIVE)
         self.assertIn("action restore: done", "\n".join(log.audit()))
-        self.assertEqual((self.answers(), self.modes()), (before, modes))
+        self.assertEqual(self.answers(), before)
+        self.assertEqual(self.modes(), modes)
         self.assertTrue(harness.banner().startswith("220 first.example.test "))
         self.assertEqual((harness.answers(110), harness.answers(993)), (False, False))
         self.assertIn("away: first", run("/bin/cat", SCRIPT))
@@ -163,8 +169,7 @@ class Archives(Upkeep):
         """Owners and modes of what is stored."""
         return {path: (info.st_mode, info.st_uid, info.st_gid) for path, info in (
             (path, os.lstat(path)) for path in snapshot(ETC)
-            if not path.startswith((ETC + "/generated", ETC + "/replaced", ETC + "/edited"))
-            and not path.startswith(ETC + "/dkim"))}
+            if path.split("/")[5] in STORED)}
 
     def refused_archives(self):
         with open(ARCHIVE, "rb") as file:
@@ -181,7 +186,7 @@ class Archives(Upkeep):
         """Kills restores at any moment: what is then in force is one of the two states."""
         chance = random.Random(9)
         current = ARCHIVE
-        for _ in range(6):
+        for _ in range(4):
             wanted = OTHER if current == ARCHIVE else ARCHIVE
             process = subprocess.Popen([CTL, "restore", wanted], stdin=subprocess.DEVNULL,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -199,7 +204,6 @@ class Archives(Upkeep):
             reply = "away: " + ("first" if current == ARCHIVE else "other")
             self.assertIn(reply, run("/bin/cat", SCRIPT))
         self.assertEqual(harness.answers(110), current == OTHER)
-        self.done("restore", ARCHIVE)
 
 
 def children(process):
@@ -224,7 +228,7 @@ class Rollback(Upkeep):
         self.assertEqual(settings(), before)
         self.assertEqual([harness.answers(port) for port in (143, 993, 1143)],
                          [True, False, False])
-        self.assertEqual(read("enum_domain").json()["items"], [])
+        self.assertNotIn("rolled", str(read("enum_domain").json()))
         self.assert_mail_flows("after the rollback")
         self.done("rollback")  # and that is taken back
         self.assertEqual([harness.answers(port) for port in (143, 993, 1143)],
@@ -252,12 +256,14 @@ class Rollback(Upkeep):
         self.assertEqual([read(page).json() for page in pages], other)
 
 
-def make_certificate(name, host, days="30"):
+def make_certificate(name, host, days=30):
     """Files of a certificate and its key."""
     paths = ["/root/%s.%s" % (name, kind) for kind in ("cert", "key")]
     run(OPENSSL, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-        "-nodes", "-days", days, "-subj", "/CN=" + host, "-addext", "subjectAltName=DNS:" + host,
+        "-nodes", "-days", "30", "-subj", "/CN=" + host, "-addext", "subjectAltName=DNS:" + host,
         "-out", paths[0], "-keyout", paths[1])
+    run(OPENSSL, "x509", "-in", paths[0], "-signkey", paths[1], "-days", str(days), "-clrext",
+        "-out", paths[0]) if days < 0 else None
     return paths
 
 
@@ -275,7 +281,7 @@ class Certificates(Upkeep):
         self.assertEqual(self.told("tls", "show")["fingerprint"], self_signed)
         good, other = make_certificate("good", DOMAIN), make_certificate("other", "far.example")
         for words, why in (((good[0], other[1]), "not that of the certificate"),
-                           (make_certificate("old", DOMAIN, "-1"), "expired"),
+                           (make_certificate("old", DOMAIN, -1), "expired"),
                            ((good[1], good[1]), "cannot be read"), (("/none", good[1]), "No such")):
             with self.subTest(why):
                 self.assertIn(why, self.refused("tls", "install", *words))
@@ -302,7 +308,8 @@ class Keys(Upkeep):
                                             certificates + "key.pem"))
         relay.offers_tls = False
         tell("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
-             smtp_relay_port=2525, smtp_relay_tls=False, smtp_relay_auth=False)
+             smtp_relay_port=2525, smtp_relay_tls=False, smtp_relay_auth=True,
+             smtp_relay_account="me", smtp_relay_password="word")
         old = read("generate_dkim_key", headers={"X-Mailvane": "1"}).json()["dkim_public_key"]
         self.done("edit", "security", "enable_dkim=yes")
         self.addCleanup(ctl, "edit", "security", "enable_dkim=no")
@@ -324,8 +331,7 @@ class Keys(Upkeep):
         tell("add_domain", domain="second.test")
         self.addCleanup(tell, "delete_domain", domainList=[{"domain": "second.test"}])
         zone = self.done("dns")
-        self.assertIn("%s. IN MX 10 mv.test.
-" % DOMAIN, zone)
+        self.assertIn("%s. IN MX 10 mv.test.\n" % DOMAIN, zone)
         self.assertIn("_dmarc.second.test. IN TXT ", zone)
         self.assertLessEqual(max(len(part) for part in zone.split('"')[1::2]), 255)
         texts = {one["name"]: one["value"] for one in self.told("dns") if one["use"] == "DKIM"}
@@ -337,12 +343,8 @@ class Keys(Upkeep):
         server.start()
         self.addCleanup(server.stop)
         status, output, _ = ctl("dns", "--check", "--json")
-        states = {(one["use"], one["name"].endswith("second.test")): one["state"]
-                  for one in json.loads(output)}
-        self.assertEqual(status, 1)
-        self.assertEqual([states[use, False] for use in ("MX", "SPF", "DKIM", "DMARC")],
-                         ["published"] * 3 + ["missing"])
-        self.assertEqual(states["MX", True], "missing")
+        states = [one["state"] for one in json.loads(output)]
+        self.assertEqual((status, states), (1, ["published"] * 3 + ["missing"] * 5))
 
 
 class WhoMay(Upkeep):

@@ -140,9 +140,9 @@ def _release(_session, name):
     with upkeep.audited("quarantine release", [name]):
         _open(name).close()
         status, output, errors = upkeep.run([*RELEASE, name])
-        if status != 0 or not output.startswith("250 "):
-            why = upkeep.last_line(output) or upkeep.last_line(errors)
-            raise Refused("the scanner does not release it: " + (why or "no answer"))
+        reply = upkeep.last_line(output + errors)  # it talks on standard error
+        if status != 0 or not reply.startswith("250 "):
+            raise Refused("the scanner does not release it: " + (reply or "no answer"))
     return answers.DONE
 
 
