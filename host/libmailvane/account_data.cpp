@@ -185,6 +185,26 @@ int HealAccountData(const AccountCombination& stored, bool& exchanged)
                              [&] { return HealAll(stored, exchanged) ? 0 : -1; });
 }
 
+std::string ParkedAlwaysBcc(const AccountCombination& combination)
+{
+    if (!CanBeParked(combination)) return "";
+    const auto parked = KeyValueFile::Read(ParkedPath(combination, kAlwaysBccSuffix));
+    return parked ? parked->Get(kAlwaysBccKey).value_or("") : "";
+}
+
+bool ParkAlwaysBcc(const AccountCombination& combination, const std::string& address)
+{
+    KeyValueFile parked = KeyValueFile::Parse("");
+    if (CanBeParked(combination) && MakeDirectories(ParkingFolder(), 0755) &&
+        parked.Set(kAlwaysBccKey, address) &&
+        parked.Write(ParkedPath(combination, kAlwaysBccSuffix), 0600)) {
+        return true;
+    }
+
+    Log(LOG_ERR, "cannot park %s: %s", kAlwaysBccKey, ErrnoText());
+    return false;
+}
+
 int ForgetParkedAlwaysBcc(const AccountCombination& stored)
 {
     if (!CanBeParked(stored)) return -1;

@@ -26,6 +26,11 @@ bool AccountDataIsSound(const AccountCombination& stored);
 /// is out of date; it is set on failure too. 0, or -1 (logged) when it could not be completed.
 int HealAccountData(const AccountCombination& stored, bool& exchanged);
 
+/// The copy address parked under a combination, and parking one there. Parking is false, logged, on
+/// failure.
+std::string ParkedAlwaysBcc(const AccountCombination& combination);
+bool ParkAlwaysBcc(const AccountCombination& combination, const std::string& address);
+
 /// Forgets the copy address that was parked under the `stored` combination when a switch away from
 /// it began. To be called once that combination's settings are saved, whether or not it changed.
 /// 0, or -1 (logged).

@@ -15,7 +15,6 @@
 #include "host/libhaldcore/log.h"
 
 namespace host {
-namespace {
 
 bool SyncFolderOf(const std::string& path)
 {
@@ -24,6 +23,8 @@ bool SyncFolderOf(const std::string& path)
     // Some file systems cannot sync a directory and say so by EINVAL.
     return descriptor && (::fsync(descriptor.get()) == 0 || errno == EINVAL);
 }
+
+namespace {
 
 bool WriteAll(int descriptor, const char* bytes, size_t size)
 {

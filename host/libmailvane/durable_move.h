@@ -8,6 +8,10 @@ namespace host {
 /// Whether anything, a dangling link included, has this name.
 bool NameExists(const std::string& path);
 
+/// Waits until the disk knows the names in the folder that `path` lies in. False, with errno set,
+/// on failure.
+bool SyncFolderOf(const std::string& path);
+
 /// Moves a file to a name that is free, on another file system too (then by copying), and waits
 /// until the disk has it. A kill leaves the file under the old name, the new name or both, whole in
 /// each case. False, logged, when it failed or the new name is taken.

@@ -3,12 +3,15 @@
 // once. Replaced pairs stay.
 #include "platform/mailvane/rsa_key.h"
 
+#include "host/libmailvane/key_pairs.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
@@ -16,6 +19,8 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/generation.h"
+#include "host/libmailvane/service_control.h"
+#include "host/libmailvane/write_scope.h"
 
 namespace {
 
@@ -23,6 +28,7 @@ const char kOpenssl[] = "/usr/bin/openssl";
 const char kPair[] = "pair";
 const char kPublicMark[] = "-----BEGIN PUBLIC KEY-----";
 constexpr int kMostPairsASecond = 100;
+const char kSigner[] = "opendkim.sh";
 
 /// Both halves, in PEM form.
 struct KeyTexts {
@@ -147,13 +153,29 @@ bool LeadThroughLink(const KeyNames& names, const std::string& name)
     return host::ReplaceByLink(names.folder + name, target);
 }
 
+/// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
+bool TurnTo(const KeyNames& names, const std::string& pair)
+{
+    return AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
+           LeadThroughLink(names, names.publicName) &&
+           host::ReplaceByLink(names.folder + kPair, pair);
+}
+
 /// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
 bool PutPair(const KeyNames& names, const KeyTexts& keys)
 {
     const std::string pair = StorePair(names, keys, time(nullptr));
-    return !pair.empty() && AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
-           LeadThroughLink(names, names.publicName) &&
-           host::ReplaceByLink(names.folder + kPair, pair);
+    return !pair.empty() && TurnTo(names, pair);
+}
+
+/// Whether a name is that of a stored pair with both halves.
+bool IsStoredPair(const KeyNames& names, const std::string& pair)
+{
+    const std::string inside = names.folder + pair + "/";
+    const bool isName = pair.rfind(std::string(kPair) + "-", 0) == 0 &&
+                        pair.find_first_of("/.") == std::string::npos;
+    return isName && IsPlainFile(inside + names.privateName) &&
+           IsPlainFile(inside + names.publicName);
 }
 
 /// Makes a pair of a private key and puts it in place.
@@ -171,6 +193,26 @@ bool MakePair(const KeyNames& names, const std::string& privateKey)
 }
 
 }  // namespace
+
+int host::RestoreKeyPair(const std::string& pair)
+{
+    const WriteScope scope;
+    const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
+    if (!scope.ok() || !AdoptPlainFiles(names)) return -1;
+    if (!IsStoredPair(names, pair)) {
+        Log(LOG_ERR, "there is no key pair '%.64s'", pair.c_str());
+        return -1;
+    }
+
+    std::error_code error;
+    const std::string before =
+        std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
+    if (TurnTo(names, pair) && RunControlScript(kSigner, "restart") == 0) return 0;
+
+    Log(LOG_ERR, "the key pair '%s' is not taken; the one before stays", pair.c_str());
+    if (!before.empty() && TurnTo(names, before)) (void)RunControlScript(kSigner, "restart");
+    return -1;
+}
 
 int GenerateRSAPrivateKey(const char* path, unsigned int bits)
 {

@@ -11,13 +11,13 @@
 #include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/judge.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/render.h"
 #include "host/libmailvane/scanner_files.h"
 #include "host/libmailvane/service_control.h"
+#include "host/libmailvane/stored_data.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/firewall/firewall.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -161,20 +161,22 @@ Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
     return reached;
 }
 
-/// Puts the generation before the save in force again, with the account data that belongs to it,
-/// and brings the services that the save had touched back to it. What fails here is only logged.
+/// Puts the generation before the save in force again, with the stored data that belongs to it, and
+/// brings the services that the save had touched back to it. What fails here is only logged.
 void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = CurrentGeneration();
     if (!PutInForce(save.before)) return;
 
+    (void)TakeExchangeBack();
     if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
+    DropExchange();
     (void)ClearPendingSave();
     RemoveGeneration(abandoned);
 }
@@ -189,6 +191,7 @@ int Apply(const PendingSave& save, const StoredSettings& wanted, const std::list
     }
 
     (void)ForgetParkedAlwaysBcc(wanted.Account());
+    KeepExchange();
     (void)ClearPendingSave();
     PruneGenerations(save.before);
     return 0;
@@ -251,6 +254,7 @@ int RestartCalledServices(const std::string& before, const StoredSettings& setti
 int BringInLine(const PendingSave& save, const StoredSettings& settings)
 {
     if (HealAccounts(settings.Account()) < 0) return -1;
+    if (ExchangeIsUnderWay() && FollowStoredData("restart") < 0) return -1;
     if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
 
     if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
@@ -266,12 +270,21 @@ int FinishSave(const PendingSave& save)
     const auto settings = StoredSettings::Read();
     if (!settings) return -1;
 
-    if (CurrentGeneration() == save.before) {
+    const bool undone = CurrentGeneration() == save.before;
+    if (undone) {
+        if (!TakeExchangeBack()) return -1;
         RemoveGenerationsAfter(save.before);
     } else if (ForgetParkedAlwaysBcc(settings->Account()) < 0) {
         return -1;
     }
-    return BringInLine(save, *settings);
+    if (BringInLine(save, *settings) < 0) return -1;
+
+    if (undone) {
+        DropExchange();
+    } else {
+        KeepExchange();
+    }
+    return 0;
 }
 
 int RenderFromStored()
@@ -296,9 +309,11 @@ int RenderFromStored()
 
 WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
 
-int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps)
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<ListFile>& files)
 {
     NextGeneration next;
+    for (const ListFile& file : files) next.Put(file.name, file.text, 0644);
     PutSettingsFiles(next, wanted);
     if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <list>
+#include <vector>
 
+#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/stored_settings.h"
 #include "platform/mailvane/callback.h"
 
@@ -10,8 +12,10 @@ namespace host {
 
 /// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
 /// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)
-/// or a step failed (the previous generation is in force again).
-int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps);
+/// or a step failed (the previous generation is in force again). `files` replace those of the same
+/// path in the generation.
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<ListFile>& files = {});
 
 /// Finishes or undoes the save that a killed process left behind, when this process holds the
 /// request lock; does nothing otherwise. Negative when the services cannot be brought in line.

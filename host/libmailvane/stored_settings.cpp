@@ -17,10 +17,10 @@ namespace {
 
 const char kAlwaysBccKey[] = "always_bcc";
 
-std::string ReadIfThere(const char* relative)
+std::string ReadIfThere(const std::string& path)
 {
     std::string text;
-    if (!ReadFile(PackagePath(relative), text)) text.clear();
+    if (!ReadFile(path, text)) text.clear();
     return text;
 }
 
@@ -33,7 +33,12 @@ StoredSettings::StoredSettings() : file_(KeyValueFile::Parse(""))
 
 std::optional<StoredSettings> StoredSettings::Read()
 {
-    std::optional<KeyValueFile> file = KeyValueFile::Read(PackagePath("etc/mailvane.conf"));
+    return ReadFrom(PackagePath("etc"));
+}
+
+std::optional<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
+{
+    std::optional<KeyValueFile> file = KeyValueFile::Read(folder + "/mailvane.conf");
     if (!file) {
         Log(LOG_ERR, "cannot read the settings: %s", ErrnoText());
         return std::nullopt;
@@ -54,9 +59,9 @@ std::optional<StoredSettings> StoredSettings::Read()
         }
     }
 
-    std::istringstream domains(ReadIfThere("etc/domains"));
+    std::istringstream domains(ReadIfThere(folder + "/domains"));
     for (std::string domain; std::getline(domains, domain);) settings.domains.push_back(domain);
-    std::istringstream blocklists(ReadIfThere("etc/dnsbl"));
+    std::istringstream blocklists(ReadIfThere(folder + "/dnsbl"));
     for (Blocklist entry; blocklists >> entry.server >> entry.type;) {
         settings.blocklists.push_back(entry);
     }

@@ -32,6 +32,9 @@ public:
     /// be read.
     static std::optional<StoredSettings> Read();
 
+    /// The same of the three files in another folder.
+    static std::optional<StoredSettings> ReadFrom(const std::string& folder);
+
     /// The defaults.
     StoredSettings();
 

@@ -10,6 +10,10 @@ class NoAnswer(Exception):
     """The program ended without an answer; the system log says why."""
 
 
+class Refused(Exception):
+    """What was asked for is not done, and nothing has changed."""
+
+
 def value_of(text):
     """A JSON text as a value."""
     try:

@@ -1,7 +1,8 @@
 """The command line of mailvanectl: options, subcommands, and everything else is an action.
 
 To add a subcommand: write its module with `WORDS`, `SUMMARY` and `run(session, words)`, which gives
-the exit status, and add its row to SUBCOMMANDS. A name there must be no action's.
+the exit status, and add its row to SUBCOMMANDS. A name there must be no action's. A module may have
+`OPTIONS`, those of FLAGS that it takes, and `candidates(before)` for the completion.
 """
 import getopt
 import importlib
@@ -16,17 +17,30 @@ SUBCOMMANDS = {
     "edit": "ctl.edit",
     "upload": "ctl.upload",
     "complete": "ctl.completion",
+    "queue": "ctl.mail_queue",
+    "quarantine": "ctl.quarantine",
+    "backup": "ctl.backup",
+    "restore": "ctl.restore",
+    "generations": "ctl.generations",
+    "rollback": "ctl.rollback",
+    "tls": "ctl.tls",
+    "dkim": "ctl.dkim",
+    "dns": "ctl.dns",
 }
+
+FLAGS = ("--json", "--yes", "--check")
 
 
 class Session:
     """What a command works with."""
 
-    def __init__(self, target, user="", raw=False, output=""):
+    def __init__(self, target, user="", raw=False, output="", flags=()):
+        self.flags = frozenset(flags)
         self.reference = Reference(target + "/share/mailvanectl/actions.json")
         self.raw = raw
         self.output = output
         self._program = target + "/ui/mailvane.cgi"
+        self._version = target + "/share/mailvanectl/version"
         self._user = user
         self._gateway = None
 
@@ -38,6 +52,14 @@ class Session:
                 raise Usage("only root can run the program")
             self._gateway = Gateway(self._program, self._user or _administrator())
         return self._gateway
+
+    def version(self):
+        """The version of the package; empty when it does not say."""
+        try:
+            with open(self._version, encoding="ascii") as file:
+                return file.read().strip()
+        except FileNotFoundError:
+            return ""
 
     @staticmethod
     def subcommands():
@@ -59,6 +81,9 @@ def main(target, words):
     except Usage as problem:
         answers.complain(str(problem))
         return answers.USAGE
+    except answers.Refused as problem:
+        answers.complain(str(problem))
+        return answers.REFUSED
     except answers.NoAnswer as problem:
         answers.complain("%s; the system log says why" % problem)
         return answers.NO_ANSWER
@@ -75,19 +100,22 @@ def _run(target, words):
     else:
         session, command, rest = _parse(target, words)
 
-    if command in SUBCOMMANDS:
-        return importlib.import_module(SUBCOMMANDS[command]).run(session, rest)
-    return _call(session, command, rest)
+    module = importlib.import_module(SUBCOMMANDS[command]) if command in SUBCOMMANDS else None
+    foreign = session.flags - getattr(module, "OPTIONS", set())
+    if foreign:
+        raise Usage("%s takes no %s" % (command, min(foreign)))
+    return module.run(session, rest) if module else _call(session, command, rest)
 
 
 def _parse(target, words):
     try:
-        options, rest = getopt.gnu_getopt(words, "ho:", ["help", "as=", "raw", "output="])
+        options, rest = getopt.gnu_getopt(words, "ho:", [
+            "help", "as=", "raw", "output=", *(flag[2:] for flag in FLAGS)])
     except getopt.GetoptError as problem:
         raise Usage(str(problem)) from problem
     given = dict(options)
     session = Session(target, given.get("--as", ""), "--raw" in given,
-                      given.get("--output", given.get("-o", "")))
+                      given.get("--output", given.get("-o", "")), given.keys() & FLAGS)
     if not rest or {"-h", "--help"} & given.keys():
         rest = ["help", *rest[:1]]
     return session, rest[0], rest[1:]

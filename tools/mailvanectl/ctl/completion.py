@@ -18,13 +18,14 @@ def run(session, words):
 
 def candidates(session, before, last):
     """Every word that could stand at the end."""
-    before = [word for word in before if word != "--raw"]
     while before and before[0] in ("--as", "-o", "--output"):
         before = before[2:]
+    before = [word for word in before if not word.startswith("--")]
+    subcommands = dict(session.subcommands())
     if last.startswith("-"):
-        return OPTIONS
+        return [*OPTIONS, *sorted(getattr(subcommands.get((before or [""])[0]), "OPTIONS", ()))]
     if not before:
-        return [*session.reference.names(), *(name for name, _ in session.subcommands())]
+        return [*session.reference.names(), *subcommands]
     try:
         return _behind(session, before, last)
     except Usage:
@@ -41,6 +42,9 @@ def _behind(session, before, last):
         if not rest:
             return list(pages)
         return _members(session.reference.action(pages.get(rest[0], "")), last)
+    module = dict(session.subcommands()).get(first)
+    if hasattr(module, "candidates"):
+        return module.candidates(rest)
     return _members(session.reference.action(first), last)
 
 

@@ -11,6 +11,7 @@ usage: mailvanectl [OPTION]... ACTION [name=value… | JSON | -] [FILE]
   --as USER       in whose name; by default the first administrator's
   --raw           the answer as it came
   -o, --output FILE  where a download goes; by default to standard output
+  --json, --yes, --check  of single subcommands; see `help NAME`
 
 A JSON object may stand for name=value, and "-" for one on standard input. A list takes its name
 several times, or a JSON list. A password is given as name=- on standard input or as name=@FILE.

@@ -1,0 +1,37 @@
+"""The package's own web server, which shows the mail server's certificate when it serves the
+network."""
+import os
+
+from ctl import upkeep
+from ctl.answers import Refused
+
+UNIT = "mailvane-web.service"
+PID_FILE = "/run/mailvane/web/lighttpd.pid"
+SCRIPT = upkeep.PACKAGE + "/target/scripts/web.sh"
+TLS_PORT = "MAILVANE_WEB_TLS_PORT"
+PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
+
+
+def renew():
+    """Makes the web server take up the certificate. It reads the key before it gives up its rights,
+    so that it has to start again. Refused when it does not come up."""
+    if os.path.isdir("/run/systemd/system"):
+        if upkeep.run(["/usr/bin/systemctl", "--quiet", "is-active", UNIT])[0] == 0:
+            upkeep.checked(["/usr/bin/systemctl", "restart", UNIT])
+        return
+    ports = _ports()
+    if ports.get(TLS_PORT) and upkeep.run([SCRIPT, "restart"], ports)[0] != 0:
+        raise Refused("the web server does not come up")
+
+
+def _ports():
+    """The ports in the environment of the one that runs; empty when none does."""
+    try:
+        with open(PID_FILE, encoding="ascii") as file:
+            number = int(file.read())
+        with open("/proc/%d/environ" % number, "rb") as file:
+            pairs = (pair.decode(errors="replace").partition("=")
+                     for pair in file.read().split(b"\0"))
+            return {name: value for name, _, value in pairs if name in PORTS}
+    except (OSError, ValueError):
+        return {}
