@@ -2,25 +2,20 @@
 //
 //   hald_set_config alias     rebuilds the alias tables
 //   hald_set_config render    renders every file of the daemons from the stored settings
-//   hald_set_config recover   finishes or undoes a save that was interrupted
+//   hald_set_config recover   finishes or undoes a save that was interrupted; renders when the
+//                             kernel has got or lost IPv6
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/save_transaction.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace {
 
 int RebuildAliases()
 {
     return host::RebuildLists({host::AliasFiles});
-}
-
-int Recover()
-{
-    return host::WriteScope().ok() ? 0 : -1;
 }
 
 struct Command {
@@ -31,7 +26,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"alias", RebuildAliases},
     {"render", host::RenderAll},
-    {"recover", Recover},
+    {"recover", host::RecoverAll},
 };
 
 }  // namespace

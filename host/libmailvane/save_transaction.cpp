@@ -292,6 +292,14 @@ int RenderFromStored()
     return LinkStoredFiles() ? 0 : -1;
 }
 
+/// Whether the files in force are those of a kernel that differs in IPv6.
+bool KernelHasChanged()
+{
+    std::string text;
+    const std::string file = GenerationDirectory(CurrentGeneration()) + "/dovecot/dovecot.conf";
+    return ReadFile(file, text) && ListensOnIpv6(text) != KernelHasIpv6();
+}
+
 }  // namespace
 
 WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
@@ -339,6 +347,16 @@ int RenderAll()
     // A request that runs this tool may be in the middle of a switch of the account source.
     const auto stored = StoredSettings::Read();
     return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
+}
+
+int RecoverAll()
+{
+    const WriteScope scope;
+    if (!scope.ok()) return -1;
+    if (!KernelHasChanged()) return 0;
+
+    Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");
+    return RenderFromStored();
 }
 
 }  // namespace host

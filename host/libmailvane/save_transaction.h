@@ -22,4 +22,9 @@ int FinishInterruptedSave();
 /// databases. Restarts no service. 0, negative on failure.
 int RenderAll();
 
+/// What a machine does before its mail services start: finishes an interrupted save, and renders
+/// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
+/// not start. 0, negative on failure.
+int RecoverAll();
+
 }  // namespace host

@@ -10,7 +10,12 @@
 
 runtime=/run/mailvane/web
 export MAILVANE_WEB_PORT=${MAILVANE_WEB_PORT:-8080}
-configuration=$package/target/etc/web/lighttpd${MAILVANE_WEB_TLS_PORT:+-tls}.conf
+configuration=lighttpd.conf
+if [[ -n ${MAILVANE_WEB_TLS_PORT-} ]]; then
+    configuration=lighttpd-tls.conf
+    [[ ! -e /proc/net/if_inet6 ]] || configuration=lighttpd-tls-ipv6.conf
+fi
+configuration=$package/target/etc/web/$configuration
 
 select_gate() { program=/usr/sbin/fcgiwrap pid_file=$runtime/fcgi.pid; }
 select_server() { program=/usr/sbin/lighttpd pid_file=$runtime/lighttpd.pid; }
