@@ -120,7 +120,7 @@ Finding CheckListing(const Blocklist& list, const Records& addresses)
 Finding CheckHostAddress(const StoredSettings& settings, const char* /*subject*/)
 {
     const std::string& name = settings.Text("smtp_hostname");
-    const auto addresses = DnsRecords(name, DnsType::kAddress);
+    const auto addresses = DnsAddresses(name);
     if (!addresses) return NoAnswer();
 
     return addresses->empty() ? Warning(name + " has no address") : Finding();
@@ -129,13 +129,13 @@ Finding CheckHostAddress(const StoredSettings& settings, const char* /*subject*/
 Finding CheckHostReverse(const StoredSettings& settings, const char* /*subject*/)
 {
     const std::string name = LowerCase(settings.Text("smtp_hostname"));
-    const auto addresses = DnsRecords(name, DnsType::kAddress);
+    const auto addresses = DnsAddresses(name);
     if (!addresses) return NoAnswer();
     if (addresses->empty()) return Warning(name + " has no address");
 
     Finding sum;
     for (const std::string& address : *addresses) {
-        const auto names = DnsRecords(ReverseName(address, "in-addr.arpa"), DnsType::kName);
+        const auto names = DnsRecords(ReverseName(address), DnsType::kName);
         if (!names) return NoAnswer();
         if (!Has(*names, name)) Add(sum, Warning(address + " has another name"));
     }
@@ -200,7 +200,7 @@ Finding CheckDkim(const StoredSettings& settings, const char* /*subject*/)
 
 Finding CheckOwnListing(const StoredSettings& settings, const char* /*subject*/)
 {
-    const auto addresses = DnsRecords(settings.Text("smtp_hostname"), DnsType::kAddress);
+    const auto addresses = DnsAddresses(settings.Text("smtp_hostname"));
     if (!addresses) return NoAnswer();
 
     Finding sum;

@@ -49,9 +49,23 @@ Finding JudgeGreeting(const std::string& line, const Protocol& protocol, Clock::
     return {};
 }
 
-std::string LocalPort(int port)
+/// Services are asked by IPv4 and by IPv6. Where they listen on one of them alone, the other takes
+/// no connection, and that is no fault.
+constexpr char kIpv6[] = "::1";
+
+/// What a client that knows TLS is told at a port, by IPv4 and by IPv6. Empty where nobody answers.
+std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& options,
+                                      const std::string& input)
 {
-    return "127.0.0.1:" + std::to_string(port);
+    const std::string number = std::to_string(port);
+    std::vector<std::vector<std::string>> commands;
+    for (const std::string& address : {"127.0.0.1:" + number, "[::1]:" + number}) {
+        commands.push_back({kOpenssl, "s_client", "-connect", address});
+        commands.back().insert(commands.back().end(), options.begin(), options.end());
+    }
+    ProgramOptions how = CheckOptions();
+    how.input = input + "\r\n";
+    return RunPrograms(commands, how);
 }
 
 /// The first certificate (PEM) in a text; empty when there is none.
@@ -61,6 +75,37 @@ std::string FirstCertificate(const std::string& text)
     const auto start = text.find("-----BEGIN CERTIFICATE-----");
     const auto end = text.find(last, start);
     return end == std::string::npos ? "" : text.substr(start, end + last.size() - start);
+}
+
+/// Whether the port greets a client from an address of this machine; nothing when it takes no
+/// connection there.
+std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& protocol)
+{
+    const auto start = Clock::now();
+    LineClient client(port, from);
+    if (!client.connected()) return std::nullopt;
+
+    const auto line = client.ReadLine();
+    if (!line) return Failed("does not greet");
+
+    client.Send(protocol.farewell);
+    return JudgeGreeting(*line, protocol, start);
+}
+
+/// Whether a client from an address that may not relay is refused; nothing when it cannot ask.
+std::optional<Finding> RelayFor(const char* stranger, int port)
+{
+    LineClient client(port, stranger);
+    if (!client.connected() || !client.ReadLine()) return std::nullopt;
+
+    (void)client.Ask("EHLO self-check.invalid");
+    (void)client.Ask("MAIL FROM:<>");
+    const std::string reply =
+        client.Ask("RCPT TO:<somebody@self-check.invalid>").value_or("no reply");
+    client.Send("QUIT");
+    if (StartsWith(reply, "2")) return Failed("a stranger may send to strangers");
+    if (StartsWith(reply, "5")) return Finding();
+    return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
 }
 
 /// What the packet filter's list of chains says: tables of others that drop what comes in unless a
@@ -95,65 +140,60 @@ ProgramOptions CheckOptions()
 Finding CheckGreeting(const StoredSettings& settings, const char* subject)
 {
     const Protocol protocol = ProtocolOf(subject);
-    const auto start = Clock::now();
-    LineClient client(settings.Int(subject), "127.0.0.1");
-    if (!client.connected()) return Failed("takes no connection");
-
-    const auto line = client.ReadLine();
-    if (!line) return Failed("does not greet");
-
-    client.Send(protocol.farewell);
-    return JudgeGreeting(*line, protocol, start);
+    Finding last = Failed("takes no connection");
+    for (const char* from : {"127.0.0.1", kIpv6}) {
+        const auto finding = GreetingTo(from, settings.Int(subject), protocol);
+        if (finding) last = *finding;
+        if (finding && finding->word != CheckWord::kOk) break;
+    }
+    return last;
 }
 
 Finding CheckTlsGreeting(const StoredSettings& settings, const char* subject)
 {
     const Protocol protocol = ProtocolOf(subject);
     const auto start = Clock::now();
-    ProgramOptions options = CheckOptions();
-    options.input = std::string(protocol.farewell) + "\r\n";
-    const ProgramResult result = RunProgram(
-        {kOpenssl, "s_client", "-quiet", "-connect", LocalPort(settings.Int(subject))}, options);
-    if (result.output.empty()) return Failed("takes no connection with TLS");
+    Finding last = Failed("takes no connection with TLS");
+    for (const auto& result : AskWithTls(settings.Int(subject), {"-quiet"}, protocol.farewell)) {
+        if (result.output.empty()) continue;
 
-    return JudgeGreeting(result.output.substr(0, result.output.find('\r')), protocol, start);
+        last = JudgeGreeting(result.output.substr(0, result.output.find('\r')), protocol, start);
+        if (last.word != CheckWord::kOk) break;
+    }
+    return last;
 }
 
 Finding CheckServedCertificate(const StoredSettings& settings, const char* /*subject*/)
 {
-    ProgramOptions options = CheckOptions();
-    options.input = "QUIT\r\n";
-    const auto results =
-        RunPrograms({{kOpenssl, "s_client", "-starttls", "smtp", "-connect",
-                      LocalPort(settings.Int("smtp_port"))},
-                     {kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}},
-                    options);
-    const std::string served = FirstCertificate(results[0].output);
-    if (results[0].status < 0) return {CheckWord::kUnknown, "SMTP takes too long to show one"};
+    const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
+    std::string served = FirstCertificate(results[0].output);
+    if (served.empty()) served = FirstCertificate(results[1].output);
+    if (served.empty() && results[0].status < 0) {
+        return {CheckWord::kUnknown, "SMTP takes too long to show one"};
+    }
     if (served.empty()) return Failed("SMTP shows no certificate");
 
-    const std::string path = results[1].output.substr(0, results[1].output.find('\n'));
-    const ProgramResult configured = RunProgram({kOpenssl, "x509", "-in", path}, options);
+    const ProgramResult name =
+        RunProgram({kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
+    const std::string path = name.output.substr(0, name.output.find('\n'));
+    const ProgramResult configured = RunProgram({kOpenssl, "x509", "-in", path}, CheckOptions());
     if (served == FirstCertificate(configured.output)) return {};
     return Failed("SMTP shows another certificate than " + path);
 }
 
 Finding CheckOpenRelay(const StoredSettings& settings, const char* /*subject*/)
 {
-    // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers.
-    LineClient client(settings.Int("smtp_port"), "127.0.0.2");
-    if (!client.connected() || !client.ReadLine()) {
-        return {CheckWord::kUnknown, "SMTP does not greet"};
+    // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
+    // has one such address, which is a stranger only where nobody relays without a login.
+    std::vector<const char*> strangers = {"127.0.0.2"};
+    if (settings.Bool("smtp_auth_required")) strangers.push_back(kIpv6);
+    Finding last = {CheckWord::kUnknown, "SMTP does not greet"};
+    for (const char* stranger : strangers) {
+        const auto finding = RelayFor(stranger, settings.Int("smtp_port"));
+        if (finding) last = *finding;
+        if (finding && finding->word != CheckWord::kOk) break;
     }
-
-    (void)client.Ask("EHLO self-check.invalid");
-    (void)client.Ask("MAIL FROM:<>");
-    const std::string reply =
-        client.Ask("RCPT TO:<somebody@self-check.invalid>").value_or("no reply");
-    client.Send("QUIT");
-    if (StartsWith(reply, "2")) return Failed("a stranger may send to strangers");
-    if (StartsWith(reply, "5")) return {};
-    return {CheckWord::kUnknown, "SMTP answers " + reply};
+    return last;
 }
 
 Finding CheckPacketFilter(const StoredSettings& /*settings*/, const char* /*subject*/)

@@ -21,6 +21,8 @@ int CodeOf(DnsType type)
     switch (type) {
         case DnsType::kAddress:
             return ns_t_a;
+        case DnsType::kIpv6Address:
+            return ns_t_aaaa;
         case DnsType::kName:
             return ns_t_ptr;
         case DnsType::kMailServer:
@@ -86,7 +88,9 @@ private:
     {
         switch (type) {
             case DnsType::kAddress:
-                return Address(data, size);
+                return size == NS_INADDRSZ ? Address(AF_INET, data) : std::nullopt;
+            case DnsType::kIpv6Address:
+                return size == NS_IN6ADDRSZ ? Address(AF_INET6, data) : std::nullopt;
             case DnsType::kName:
                 return Name(data);
             case DnsType::kMailServer:
@@ -97,12 +101,10 @@ private:
         return Parts(data, size);
     }
 
-    static Record Address(const unsigned char* data, int size)
+    static Record Address(int family, const unsigned char* data)
     {
-        char text[INET_ADDRSTRLEN];
-        if (size != NS_INADDRSZ || inet_ntop(AF_INET, data, text, sizeof text) == nullptr) {
-            return std::nullopt;
-        }
+        char text[INET6_ADDRSTRLEN];
+        if (inet_ntop(family, data, text, sizeof text) == nullptr) return std::nullopt;
         return text;
     }
 
@@ -155,9 +157,29 @@ std::optional<std::vector<std::string>> DnsRecords(const std::string& name, DnsT
     return Answer(bytes.data(), std::min<int>(size, static_cast<int>(bytes.size()))).Records(type);
 }
 
+std::optional<std::vector<std::string>> DnsAddresses(const std::string& name)
+{
+    auto addresses = DnsRecords(name, DnsType::kAddress);
+    if (!addresses) return std::nullopt;
+
+    const auto more = DnsRecords(name, DnsType::kIpv6Address);
+    if (!more) return std::nullopt;
+
+    addresses->insert(addresses->end(), more->begin(), more->end());
+    return addresses;
+}
+
 std::string ReverseName(const std::string& address, const std::string& zone)
 {
     std::string name = zone;
+    in6_addr bytes = {};
+    if (inet_pton(AF_INET6, address.c_str(), &bytes) == 1) {
+        constexpr char digits[] = "0123456789abcdef";
+        for (const unsigned byte : bytes.s6_addr) {
+            name.insert(0, {digits[byte % 16], '.', digits[byte / 16], '.'});
+        }
+        return name;
+    }
     std::string::size_type start = 0;
     while (start <= address.size()) {
         const auto dot = std::min(address.find('.', start), address.size());
@@ -165,6 +187,12 @@ std::string ReverseName(const std::string& address, const std::string& zone)
         start = dot + 1;
     }
     return name;
+}
+
+std::string ReverseName(const std::string& address)
+{
+    const bool isIpv6 = address.find(':') != std::string::npos;
+    return ReverseName(address, isIpv6 ? "ip6.arpa" : "in-addr.arpa");
 }
 
 }  // namespace host

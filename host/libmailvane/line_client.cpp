@@ -17,26 +17,40 @@ namespace {
 constexpr int kPatience = 3;  // seconds
 constexpr std::size_t kLongestLine = 2000;
 
-sockaddr_in AddressOf(const char* address, int port)
-{
-    sockaddr_in name = {};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(static_cast<std::uint16_t>(port));
-    (void)inet_pton(AF_INET, address, &name.sin_addr);
-    return name;
-}
+/// The name of a socket, of either family.
+struct SocketName {
+    SocketName(const char* address, int port)
+    {
+        const std::uint16_t number = htons(static_cast<std::uint16_t>(port));
+        auto* const four = reinterpret_cast<sockaddr_in*>(&storage);
+        auto* const six = reinterpret_cast<sockaddr_in6*>(&storage);
+        if (inet_pton(AF_INET6, address, &six->sin6_addr) == 1) {
+            six->sin6_family = AF_INET6;
+            six->sin6_port = number;
+            size = sizeof *six;
+        } else if (inet_pton(AF_INET, address, &four->sin_addr) == 1) {
+            four->sin_family = AF_INET;
+            four->sin_port = number;
+            size = sizeof *four;
+        }
+    }
+
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
+
+    sockaddr_storage storage = {};
+    socklen_t size = 0;
+};
 
 }  // namespace
 
 LineClient::LineClient(int port, const char* from)
-    : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
-    const sockaddr_in source = AddressOf(from, 0);
-    const sockaddr_in server = AddressOf("127.0.0.1", port);
-    const auto* const sourceName = reinterpret_cast<const sockaddr*>(&source);
-    const auto* const serverName = reinterpret_cast<const sockaddr*>(&server);
-    if (!SetPatience() || bind(socket_.get(), sourceName, sizeof source) < 0 ||
-        connect(socket_.get(), serverName, sizeof server) < 0) {
+    const SocketName source(from, 0);
+    const int family = source.storage.ss_family;
+    const SocketName server(family == AF_INET6 ? "::1" : "127.0.0.1", port);
+    socket_ = Descriptor(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!SetPatience() || bind(socket_.get(), source.get(), source.size) < 0 ||
+        connect(socket_.get(), server.get(), server.size) < 0) {
         socket_.Close();
     }
 }

@@ -11,7 +11,7 @@ namespace host {
 /// A connection to a server on this machine. No step waits longer than three seconds.
 class LineClient {
 public:
-    /// Connects from an address of this machine, "127.0.0.1" for the usual one.
+    /// Connects from an address of this machine, to 127.0.0.1 or, from an IPv6 address, to ::1.
     LineClient(int port, const char* from);
 
     /// Connects to a unix socket.

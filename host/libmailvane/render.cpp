@@ -71,7 +71,7 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
 {
     const CertificateFiles tls = ChooseCertificate(next, settings.Text("smtp_hostname"));
     Surroundings around;
-    around.hasIpv6 = access("/proc/net/if_inet6", R_OK) == 0;
+    around.hasIpv6 = KernelHasIpv6();
     around.administrator = FirstAdministrator();
     around.certificate = tls.certificate;
     around.privateKey = tls.privateKey;
@@ -83,6 +83,11 @@ Surroundings LookAround(NextGeneration& next, const StoredSettings& settings)
 }
 
 }  // namespace
+
+bool KernelHasIpv6()
+{
+    return access("/proc/net/if_inet6", R_OK) == 0;
+}
 
 std::string FirstAdministrator()
 {

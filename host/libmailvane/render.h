@@ -21,6 +21,12 @@ struct Surroundings {
     std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 
+/// Whether the kernel knows IPv6: it can be started without.
+bool KernelHasIpv6();
+
+/// Whether Dovecot's configuration is one for a kernel with IPv6.
+bool ListensOnIpv6(const std::string& dovecotConfiguration);
+
 /// Text of Postfix's main.cf. Parameters that the administrator's fragment sets are left out, so
 /// that none stands twice.
 std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings& around);

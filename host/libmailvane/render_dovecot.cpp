@@ -5,6 +5,9 @@ namespace host {
 
 namespace {
 
+const char kEverywhere[] = "*, ::\n";
+const char kIpv4Alone[] = "*\n";
+
 const char* YesNo(bool flag)
 {
     return flag ? "yes" : "no";
@@ -49,14 +52,18 @@ const char kAccounts[] =
 
 }  // namespace
 
+bool ListensOnIpv6(const std::string& dovecotConfiguration)
+{
+    return dovecotConfiguration.find(std::string("\nlisten = ") + kEverywhere) != std::string::npos;
+}
+
 std::string RenderDovecot(const StoredSettings& settings, const Surroundings& around)
 {
     return "# Made by mailvane from its stored settings. Put what is your own into\n"
            "# /var/packages/Mailvane/etc/local.d/*.dovecot.conf.\n"
            "protocols = imap pop3 lmtp\n"
-           "listen = *" +
-           std::string(around.hasIpv6 ? ", ::" : "") +
-           "\n"
+           "listen = " +
+           std::string(around.hasIpv6 ? kEverywhere : kIpv4Alone) +
            "log_path = /var/log/mailvane/dovecot.log\n"
            "ssl = yes\n"
            "ssl_cert = <" +

@@ -11,24 +11,17 @@
 #include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/judge.h"
-#include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/pending_save.h"
 #include "host/libmailvane/render.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/save_plan.h"
 #include "host/libmailvane/service_control.h"
 #include "host/libmailvane/stored_data.h"
 #include "host/libmailvane/write_scope.h"
 #include "platform/firewall/firewall.h"
-#include "platform/mailvane/imap_pop3.h"
-#include "platform/mailvane/mail_scanner.h"
-#include "platform/mailvane/postfix.h"
 
 namespace host {
 
 namespace {
-
-using Step = int (*)(const std::string&);
 
 bool IsServiceStep(const Callback& step)
 {
@@ -51,114 +44,6 @@ int RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
         if (RunStep(step) < 0) return -1;
     }
     return 0;
-}
-
-bool Calls(const std::list<Callback>& steps, Step service)
-{
-    return std::any_of(steps.begin(), steps.end(),
-                       [service](const Callback& step) { return step.func == service; });
-}
-
-/// Daemons that a change reaches, whether or not a step is theirs.
-struct Reached {
-    bool mailServer = false;
-    bool mailboxServer = false;
-    bool dkimFilter = false;
-    bool dmarcFilter = false;
-    bool scanner = false;
-    bool scannerEnds = false;
-    bool antiVirus = false;
-    bool firewall = false;
-};
-
-Reached BothServers()
-{
-    Reached reached;
-    reached.mailServer = true;
-    reached.mailboxServer = true;
-    return reached;
-}
-
-const char kFirewallStep[] = "hup firewall";
-
-int DkimFilterService(const std::string& verb)
-{
-    return RunControlScript("opendkim.sh", verb);
-}
-
-int DmarcFilterService(const std::string& verb)
-{
-    return RunControlScript("opendmarc.sh", verb);
-}
-
-int ReloadFirewall(const std::string& /*unused*/)
-{
-    return HALDFwRuleHup();
-}
-
-bool HasFirewallStep(const std::list<Callback>& steps)
-{
-    return std::any_of(steps.begin(), steps.end(),
-                       [](const Callback& step) { return step.name == kFirewallStep; });
-}
-
-/// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
-/// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
-/// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
-std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached)
-{
-    std::list<Callback> plan = steps;
-    if (reached.mailboxServer && !Calls(plan, &ImapPop3::Service)) {
-        plan.push_back({"dovecot service", &ImapPop3::Service, "restart"});
-    }
-    const Callback mailServerStep{"postfix service", &Postfix::Service, "restart"};
-    // No mail may be handed to a scanner that is about to end.
-    if (reached.scannerEnds) plan.push_front(mailServerStep);
-    if (reached.mailServer && !Calls(plan, &Postfix::Service)) plan.push_back(mailServerStep);
-    const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
-        return step.func == &Postfix::Service;
-    });
-    if (reached.dkimFilter) plan.insert(mailServer, {"dkim filter", &DkimFilterService, "restart"});
-    if (reached.dmarcFilter) {
-        plan.insert(mailServer, {"dmarc filter", &DmarcFilterService, "restart"});
-    }
-    if (reached.scanner && !Calls(plan, &MailScanner::Service)) {
-        plan.insert(mailServer, {"mailscanner service", &MailScanner::Service, "restart"});
-    }
-    if (reached.antiVirus && !Calls(plan, &MailScanner::AntiVirusService)) {
-        plan.insert(mailServer, {"anti-virus service", &MailScanner::AntiVirusService, "restart"});
-    }
-    if (reached.firewall && !HasFirewallStep(plan)) {
-        plan.push_back({kFirewallStep, &ReloadFirewall, ""});
-    }
-    return plan;
-}
-
-/// Whether a change reaches a filter that ran before or runs now.
-bool ReachesFilter(bool ran, bool runs, bool filesChanged)
-{
-    return ran != runs || (runs && filesChanged);
-}
-
-Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
-{
-    const StoredSettings stored = StoredSettings::Read().value_or(wanted);
-    const bool certificate = next.Changed("tls/");
-    Reached reached;
-    reached.mailServer = next.Changed("postfix/") || certificate;
-    reached.mailboxServer = next.Changed("dovecot/") || certificate ||
-                            MailboxServerRuns(stored) != MailboxServerRuns(wanted);
-    reached.dkimFilter =
-        ReachesFilter(DkimFilterRuns(stored), DkimFilterRuns(wanted), next.Changed("opendkim/"));
-    reached.dmarcFilter =
-        ReachesFilter(DmarcFilterRuns(stored), DmarcFilterRuns(wanted), next.Changed("opendmarc/"));
-    reached.scanner =
-        ReachesFilter(ScannerRuns(stored), ScannerRuns(wanted), next.Changed("amavis/"));
-    reached.scannerEnds = ScannerRuns(stored) && !ScannerRuns(wanted);
-    reached.antiVirus = ReachesFilter(AntiVirusRuns(stored), AntiVirusRuns(wanted),
-                                      next.Changed("clamav/clamd.conf"));
-    reached.firewall = EnabledPorts(stored) != EnabledPorts(wanted);
-    return reached;
 }
 
 /// Puts the generation before the save in force again, with the stored data that belongs to it, and
@@ -305,6 +190,14 @@ int RenderFromStored()
     return LinkStoredFiles() ? 0 : -1;
 }
 
+/// Whether the files in force are those of a kernel that differs in IPv6.
+bool KernelHasChanged()
+{
+    std::string text;
+    const std::string file = GenerationDirectory(CurrentGeneration()) + "/dovecot/dovecot.conf";
+    return ReadFile(file, text) && ListensOnIpv6(text) != KernelHasIpv6();
+}
+
 }  // namespace
 
 WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
@@ -354,6 +247,23 @@ int RenderAll()
     // A request that runs this tool may be in the middle of a switch of the account source.
     const auto stored = StoredSettings::Read();
     return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
+}
+
+int ApplyStored()
+{
+    const WriteScope scope;
+    const auto stored = StoredSettings::Read();
+    return scope.ok() && stored ? SaveTransaction(*stored, {}) : -1;
+}
+
+int RecoverAll()
+{
+    const WriteScope scope;
+    if (!scope.ok()) return -1;
+    if (!KernelHasChanged()) return 0;
+
+    Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");
+    return RenderFromStored();
 }
 
 }  // namespace host

@@ -26,4 +26,13 @@ int FinishInterruptedSave();
 /// databases. Restarts no service. 0, negative on failure.
 int RenderAll();
 
+/// Renders all daemon files from the stored settings as a save that changes no setting: judged, in
+/// force afterwards, or taken back. 0, negative on failure.
+int ApplyStored();
+
+/// What a machine does before its mail services start: finishes an interrupted save, and renders
+/// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
+/// not start. 0, negative on failure.
+int RecoverAll();
+
 }  // namespace host

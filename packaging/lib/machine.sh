@@ -18,7 +18,7 @@ world_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin lighttpd-mod-openssl nginx-light
-    slapd nslcd libnss-ldapd
+    slapd nslcd libnss-ldapd fail2ban
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
@@ -75,7 +75,7 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd)
+        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd | fail2ban)
             systemctl --quiet disable "$name.service"
             ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;

@@ -280,6 +280,9 @@ TEST(SelfCheckFiles, CannotTellTheSpaceOfAFolderThatIsNotThere)
 TEST(SelfCheckDns, TurnsAddressesRound)
 {
     EXPECT_EQ("66.113.0.203.bl.test", host::ReverseName("203.0.113.66", "bl.test"));
+    EXPECT_EQ("66.113.0.203.in-addr.arpa", host::ReverseName("203.0.113.66"));
+    EXPECT_EQ("a.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa",
+              host::ReverseName("2001:db8::a"));
 }
 
 }  // namespace
