@@ -12,7 +12,7 @@ generated=$package/etc/generated
 find "$package/etc" "$package/target/etc" -xdev \
     \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
     -type f -mmin +1440 -regextype posix-extended \
-    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -delete
+    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
 status=$?
 
 for folder in "$generated"/gen-*; do

@@ -8,7 +8,7 @@ import time
 import unittest
 
 import harness
-from harness import ETC, TARGET, answers, banner, control, listener, pid_of
+from harness import ETC, TARGET, answers, banner, control, listener, pid_of, run
 
 MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
 PORTS = {"postfix": 25, "dovecot": 143}
@@ -86,8 +86,8 @@ class ControlScripts(harness.Story):
     def test_an_instance_with_another_configuration_is_replaced(self):
         control("postfix", "stop")
         folder = "/etc/postfix-other"
-        harness.run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
-        harness.run("/usr/sbin/postfix", "-c", folder, "start")
+        run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
+        run("/usr/sbin/postfix", "-c", folder, "start")
         self.assertEqual(control("postfix", "restart"), 0)
         with open("/proc/%d/environ" % pid_of(MASTERS["postfix"]), "rb") as file:
             self.assertIn(b"MAIL_CONFIG=%s\0" % harness.POSTFIX_CONFIGURATION.encode(),
@@ -135,6 +135,28 @@ class ControlScripts(harness.Story):
         os.close(writer)
         self.assertEqual(os.read(reader, 1), b"", "a daemon inherited a descriptor")
         os.close(reader)
+
+    def test_what_killed_processes_left_behind_is_cleared(self):
+        suffix = ".0123456789abcdef"
+        old, new = time.time() - 2 * 86400, time.time()
+        cases = (("/.mailvane.db" + suffix, old, False), ("/alias.db.new", old, False),
+                 ("/dkim.key/.dkim.private" + suffix, old, False),
+                 ("/.mailvane.db" + suffix[::-1], old, True), ("/rules/.own", old, True),
+                 ("/mailvane.db.new", new, True), ("/local.d/main.cf.new", old, True),
+                 ("/tls/.key.pem" + suffix, old, True), ("/generated/gen-900000/", old, False),
+                 ("/generated/gen-900001/", new, True))
+        for name, age, _ in cases:
+            if name.endswith("/"):
+                os.mkdir(ETC + name)
+            else:
+                open(ETC + name, "w", encoding="ascii").close()
+            os.utime(ETC + name, (age, age))
+            self.addCleanup(run, "/bin/rm", "-rf", ETC + name)
+        before = os.path.realpath(ETC + "/generated/current")
+        run(TARGET + "/scripts/clean_leftovers.sh")
+        for name, _, stays in cases:
+            self.assertEqual(os.path.exists(ETC + name), stays, name)
+        self.assertTrue(os.path.exists(before + "/manifest"))
 
     def test_other_verbs_are_refused(self):
         for service in ("postfix", "dovecot", "mailscanner", "web"):
