@@ -15,6 +15,13 @@ find "$package/etc" "$package/target/etc" -xdev \
     \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
 status=$?
 
+# The program's temporary files, where it was not started by the web server.
+find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \( -name 'mailvane-lint.??????' -o -user root \( \
+    -name 'aliases??????' -o -name 'accessList??????' -o -name 'BccFile??????' -o \
+    -name 'spam.blackwhite.??????' -o -name 'mailvane.import*' -o \
+    -name 'mailvane-upload.??????' -o -name 'mailvane-stranger.??????' \) \) -exec rm -rf {} + ||
+    status=$?
+
 for folder in "$generated"/gen-*; do
     [[ -d $folder && ! -e $folder/manifest && ! $folder -ef $generated/current ]] || continue
     [[ -n $(find "$folder" -maxdepth 0 -mmin +1440) ]] || continue

@@ -279,8 +279,14 @@ run_unit() { start_daemon; }
 control() {
     case $1 in
     start | restart | stop) ;;
-    wanted) wanted && return || exit ;;
-    launch) wanted && run_unit && return || exit ;;
+    wanted)
+        wanted
+        exit
+        ;;
+    launch)
+        wanted && run_unit
+        exit
+        ;;
     *)
         echo "usage: $me start|stop|restart" >&2
         exit 2

@@ -139,23 +139,27 @@ class ControlScripts(harness.Story):
     def test_what_killed_processes_left_behind_is_cleared(self):
         suffix = ".0123456789abcdef"
         old, new = time.time() - 2 * 86400, time.time()
-        cases = (("/.mailvane.db" + suffix, old, False), ("/alias.db.new", old, False),
-                 ("/dkim.key/.dkim.private" + suffix, old, False),
-                 ("/.mailvane.db" + suffix[::-1], old, True), ("/rules/.own", old, True),
-                 ("/mailvane.db.new", new, True), ("/local.d/main.cf.new", old, True),
-                 ("/tls/.key.pem" + suffix, old, True), ("/generated/gen-900000/", old, False),
-                 ("/generated/gen-900001/", new, True))
+        cases = ((ETC + "/.mailvane.db" + suffix, old, False), (ETC + "/alias.db.new", old, False),
+                 (ETC + "/dkim.key/.dkim.private" + suffix, old, False),
+                 (ETC + "/.mailvane.db" + suffix[::-1], old, True),
+                 (ETC + "/rules/.own", old, True), (ETC + "/mailvane.db.new", new, True),
+                 (ETC + "/local.d/main.cf.new", old, True),
+                 (ETC + "/tls/.key.pem" + suffix, old, True),
+                 (ETC + "/generated/gen-900000/", old, False),
+                 (ETC + "/generated/gen-900001/", new, True), ("/tmp/BccFileabcdef", old, False),
+                 ("/tmp/BccFilefedcba", new, True), ("/tmp/mailvane-lint.abcdef/", old, False),
+                 ("/tmp/something", old, True))
         for name, age, _ in cases:
             if name.endswith("/"):
-                os.mkdir(ETC + name)
+                os.mkdir(name)
             else:
-                open(ETC + name, "w", encoding="ascii").close()
-            os.utime(ETC + name, (age, age))
-            self.addCleanup(run, "/bin/rm", "-rf", ETC + name)
+                open(name, "w", encoding="ascii").close()
+            os.utime(name, (age, age))
+            self.addCleanup(run, "/bin/rm", "-rf", name)
         before = os.path.realpath(ETC + "/generated/current")
         run(TARGET + "/scripts/clean_leftovers.sh")
         for name, _, stays in cases:
-            self.assertEqual(os.path.exists(ETC + name), stays, name)
+            self.assertEqual(os.path.exists(name), stays, name)
         self.assertTrue(os.path.exists(before + "/manifest"))
 
     def test_other_verbs_are_refused(self):
