@@ -16,7 +16,8 @@ find "$package/etc" "$package/target/etc" -xdev \
 status=$?
 
 # The program's temporary files, where it was not started by the web server.
-find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \( -name 'mailvane-lint.??????' -o -user root \( \
+find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \
+    \( -name 'mailvane-lint.??????' -o -user root \( \
     -name 'aliases??????' -o -name 'accessList??????' -o -name 'BccFile??????' -o \
     -name 'spam.blackwhite.??????' -o -name 'mailvane.import*' -o \
     -name 'mailvane-upload.??????' -o -name 'mailvane-stranger.??????' \) \) -exec rm -rf {} + ||

@@ -226,8 +226,9 @@ gone() { ! kill -0 -- "-$1" 2>/dev/null; }
 
 # --- systemd -------------------------------------------------------------------------------------
 #
-# Where systemd runs the machine, each daemon is in a unit, so that it is started when the machine is
-# and watched over. The script sets `unit`, and `boot_unit` when another one is enabled in its place.
+# Where systemd runs the machine, each daemon is in a unit, so that it is started when the machine
+# is and watched over. The script sets `unit`, and `boot_unit` when another one is enabled in its
+# place.
 
 under_systemd() { [[ -d /run/systemd/system ]]; }
 
