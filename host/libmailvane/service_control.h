@@ -9,8 +9,8 @@ namespace host {
 /// service is up or gone. 0, or -1 (logged) for another verb or when the script failed.
 int RunControlScript(const char* script, const std::string& verb);
 
-/// Whether the machine's mail services are ours to start and stop. A machine run by systemd has to be
-/// handed over first (etc/adopted).
+/// Whether the machine's mail services are ours to start and stop. A machine run by systemd has to
+/// be handed over first (etc/adopted).
 bool ServicesAreOurs();
 
 }  // namespace host

@@ -32,6 +32,9 @@ start_world() {
         echo "inet_interfaces = 127.0.0.1" >main.cf
         echo "listen = 127.0.0.1" >loopback.dovecot.conf'
     inside "$PWD/packaging/install-into" "$PWD/build/release" "${first_settings[@]}"
+    # The network gets nothing of it, even when there is a certificate.
+    printf '%s\n' "MAILVANE_WEB_PORT=$web_port" MAILVANE_WEB_TLS_PORT= |
+        inside /bin/sh -c 'cat >/etc/default/mailvane'
 }
 
 make_accounts() {
@@ -52,10 +55,9 @@ make_accounts() {
 
 start_services() {
     local name
-    for name in dovecot memcached opendkim opendmarc antivirus mailscanner maillog postfix; do
+    for name in dovecot memcached opendkim opendmarc antivirus mailscanner maillog postfix web; do
         service "$name" start
     done
-    inside env "MAILVANE_WEB_PORT=$web_port" /var/packages/Mailvane/target/scripts/web.sh start
 }
 
 stop_demo() {

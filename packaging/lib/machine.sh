@@ -12,12 +12,12 @@ world_packages=(
     opendkim opendmarc publicsuffix postfix-policyd-spf-python memcached
     amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
-    lighttpd fcgiwrap
-    curl hostname iproute2 logrotate openssl passwd procps python3-minimal libpython3-stdlib sqlite3 systemd
-    util-linux
+    lighttpd lighttpd-mod-openssl fcgiwrap
+    curl hostname iproute2 logrotate openssl passwd procps python3-minimal libpython3-stdlib sqlite3
+    systemd util-linux
 )
 test_packages=(
-    libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin lighttpd-mod-openssl nginx-light
+    libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:

@@ -12,8 +12,16 @@ generated=$package/etc/generated
 find "$package/etc" "$package/target/etc" -xdev \
     \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
     -type f -mmin +1440 -regextype posix-extended \
-    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -delete
+    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
 status=$?
+
+# The program's temporary files, where it was not started by the web server.
+find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \
+    \( -name 'mailvane-lint.??????' -o -user root \( \
+    -name 'aliases??????' -o -name 'accessList??????' -o -name 'BccFile??????' -o \
+    -name 'spam.blackwhite.??????' -o -name 'mailvane.import*' -o \
+    -name 'mailvane-upload.??????' -o -name 'mailvane-stranger.??????' \) \) -exec rm -rf {} + ||
+    status=$?
 
 for folder in "$generated"/gen-*; do
     [[ -d $folder && ! -e $folder/manifest && ! $folder -ef $generated/current ]] || continue

@@ -226,8 +226,9 @@ gone() { ! kill -0 -- "-$1" 2>/dev/null; }
 
 # --- systemd -------------------------------------------------------------------------------------
 #
-# Where systemd runs the machine, each daemon is in a unit, so that it is started when the machine is
-# and watched over. The script sets `unit`, and `boot_unit` when another one is enabled in its place.
+# Where systemd runs the machine, each daemon is in a unit, so that it is started when the machine
+# is and watched over. The script sets `unit`, and `boot_unit` when another one is enabled in its
+# place.
 
 under_systemd() { [[ -d /run/systemd/system ]]; }
 
@@ -279,8 +280,14 @@ run_unit() { start_daemon; }
 control() {
     case $1 in
     start | restart | stop) ;;
-    wanted) wanted && return || exit ;;
-    launch) wanted && run_unit && return || exit ;;
+    wanted)
+        wanted
+        exit
+        ;;
+    launch)
+        wanted && run_unit
+        exit
+        ;;
     *)
         echo "usage: $me start|stop|restart" >&2
         exit 2

@@ -3,6 +3,7 @@ import json
 import smtplib
 import unittest
 
+import file_modes
 import harness
 import nameserver
 from harness import DOMAIN, SystemLog, control, delivered, mails, post, read, send
@@ -341,6 +342,10 @@ class Attachments(Pages):
             self.assert_system_error(ask("set_attachment_filter", add_list=[name]))
         self.change("set_attachment_filter", modified_list=["exe"])
         self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 if __name__ == "__main__":

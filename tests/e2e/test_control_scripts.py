@@ -8,7 +8,7 @@ import time
 import unittest
 
 import harness
-from harness import ETC, TARGET, answers, banner, control, listener, pid_of
+from harness import ETC, TARGET, answers, banner, control, listener, pid_of, run
 
 MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
 PORTS = {"postfix": 25, "dovecot": 143}
@@ -86,8 +86,8 @@ class ControlScripts(harness.Story):
     def test_an_instance_with_another_configuration_is_replaced(self):
         control("postfix", "stop")
         folder = "/etc/postfix-other"
-        harness.run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
-        harness.run("/usr/sbin/postfix", "-c", folder, "start")
+        run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
+        run("/usr/sbin/postfix", "-c", folder, "start")
         self.assertEqual(control("postfix", "restart"), 0)
         with open("/proc/%d/environ" % pid_of(MASTERS["postfix"]), "rb") as file:
             self.assertIn(b"MAIL_CONFIG=%s\0" % harness.POSTFIX_CONFIGURATION.encode(),
@@ -136,9 +136,97 @@ class ControlScripts(harness.Story):
         self.assertEqual(os.read(reader, 1), b"", "a daemon inherited a descriptor")
         os.close(reader)
 
+    def test_what_killed_processes_left_behind_is_cleared(self):
+        suffix = ".0123456789abcdef"
+        old, new = time.time() - 2 * 86400, time.time()
+        cases = ((ETC + "/.mailvane.db" + suffix, old, False), (ETC + "/alias.db.new", old, False),
+                 (ETC + "/dkim.key/.dkim.private" + suffix, old, False),
+                 (ETC + "/.mailvane.db" + suffix[::-1], old, True),
+                 (ETC + "/rules/.own", old, True), (ETC + "/mailvane.db.new", new, True),
+                 (ETC + "/local.d/main.cf.new", old, True),
+                 (ETC + "/tls/.key.pem" + suffix, old, True),
+                 (ETC + "/generated/gen-900000/", old, False),
+                 (ETC + "/generated/gen-900001/", new, True), ("/tmp/BccFileabcdef", old, False),
+                 ("/tmp/BccFilefedcba", new, True), ("/tmp/mailvane-lint.abcdef/", old, False),
+                 ("/tmp/something", old, True))
+        for name, age, _ in cases:
+            if name.endswith("/"):
+                os.mkdir(name)
+            else:
+                open(name, "w", encoding="ascii").close()
+            os.utime(name, (age, age))
+            self.addCleanup(run, "/bin/rm", "-rf", name)
+        before = os.path.realpath(ETC + "/generated/current")
+        run(TARGET + "/scripts/clean_leftovers.sh")
+        for name, _, stays in cases:
+            self.assertEqual(os.path.exists(name), stays, name)
+        self.assertTrue(os.path.exists(before + "/manifest"))
+
     def test_other_verbs_are_refused(self):
         for service in ("postfix", "dovecot", "mailscanner", "web"):
             self.assertEqual(control(service, "reload"), 2)
+
+
+class UnderSystemd(unittest.TestCase):
+    """The world gets a systemctl that writes down what it is asked for, and starts one unit."""
+
+    UNIT = "mailvane-maillog.service"
+    SCRIPT = TARGET + "/scripts/maillog.sh"
+    PID_FILE = "/run/mailvane/maillog.pid"
+    CALLS = "/run/systemctl.calls"
+    WANTS = "/etc/systemd/system/multi-user.target.wants/"
+
+    def setUp(self):
+        stand_in = ("#!/bin/sh\necho \"$*\" >>%s\n[ \"$*\" != 'start %s' ] || exec %s launch\n"
+                    % (self.CALLS, self.UNIT, self.SCRIPT))
+        self.addCleanup(control, "maillog", "start")
+        os.rename("/usr/bin/systemctl", "/usr/bin/systemctl.real")
+        self.addCleanup(os.rename, "/usr/bin/systemctl.real", "/usr/bin/systemctl")
+        with open("/usr/bin/systemctl", "w", encoding="ascii") as file:
+            file.write(stand_in)
+        os.chmod("/usr/bin/systemctl", 0o755)
+        os.makedirs("/run/systemd/system")
+        self.addCleanup(run, "/bin/rm", "-rf", "/run/systemd", "/run/mailvane-recover",
+                        ETC + "/adopted", self.WANTS + self.UNIT,
+                        self.WANTS + "mailvane-opendkim.service")
+        os.makedirs(self.WANTS, exist_ok=True)
+
+    def calls(self, service, verb):
+        """What systemctl is asked for by a verb that succeeds."""
+        open(self.CALLS, "w", encoding="ascii").close()
+        self.assertEqual(control(service, verb), 0)
+        with open(self.CALLS, encoding="ascii") as file:
+            return file.read().splitlines()
+
+    def test_services_that_are_not_ours_are_left_alone(self):
+        running = pid_of(self.PID_FILE)
+        refusal = run(self.SCRIPT, "restart", check=False)
+        self.assertIn("mailvane-setup adopt", refusal)
+        self.assertNotEqual(control("maillog", "start"), 0)
+        for service in ("maillog", "postfix"):
+            self.assertEqual(self.calls(service, "stop"), [])
+        self.assertEqual(self.calls("opendkim", "restart"), [], "switched off")
+        self.assertTrue(answers(25))
+        self.assertEqual(pid_of(self.PID_FILE), running)
+
+    def test_units_are_started_stopped_and_follow_the_settings_at_boot(self):
+        os.mkdir(ETC + "/adopted")
+        stopped = ["--no-block stop " + self.UNIT, "stop " + self.UNIT]
+        enabled = ["--quiet enable " + self.UNIT]
+        self.assertEqual(self.calls("maillog", "stop"), stopped + enabled)
+        self.assertEqual(self.calls("maillog", "start"), stopped + ["start " + self.UNIT] + enabled)
+        os.symlink("/somewhere", self.WANTS + self.UNIT)
+        self.assertEqual(self.calls("maillog", "restart"), [], "runs, and is enabled")
+        os.symlink("/somewhere", self.WANTS + "mailvane-opendkim.service")
+        self.assertIn("--quiet disable mailvane-opendkim.service",
+                      self.calls("opendkim", "restart"))
+
+    def test_nothing_waits_while_the_machine_starts(self):
+        os.mkdir(ETC + "/adopted")
+        self.assertEqual(control("maillog", "stop"), 0)
+        os.mkdir("/run/mailvane-recover")
+        for call in self.calls("maillog", "restart"):
+            self.assertRegex(call, "^--no-block|^--quiet enable")
 
 
 if __name__ == "__main__":

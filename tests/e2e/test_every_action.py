@@ -4,6 +4,7 @@ import os
 import re
 import unittest
 
+import file_modes
 import harness
 from harness import ETC, post, read, request, snapshot
 
@@ -114,6 +115,10 @@ class Unchanged(harness.Story):
         self.assertIs(page.pop("success"), True, page)
         answer = post({"action": save, **page, **more}).json()
         self.assertIs(answer["success"], True, answer)
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ import smtplib
 import time
 import unittest
 
+import file_modes
 import harness
 from harness import DOMAIN, ETC, SystemLog, delivered, mails, post, read, run, wait_for
 from test_scanner import message
@@ -319,6 +320,10 @@ class AntiVirus(Filtering):
         wanted = "no" if page["require_helo"] else "yes"
         self.assertEqual(harness.postconf("smtpd_helo_required"), wanted)
         tell("save_advance_anti_spam", require_helo=page["require_helo"])
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 if __name__ == "__main__":

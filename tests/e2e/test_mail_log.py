@@ -7,6 +7,7 @@ import subprocess
 import time
 import unittest
 
+import file_modes
 from harness import (DOMAIN, ETC, POSTFIX_CONFIGURATION, TARGET, control, delivered, pid_of, run,
                      send, wait_for)
 
@@ -32,6 +33,10 @@ def postfix(*command):
     return run(command[0], "-c", POSTFIX_CONFIGURATION, *command[1:])
 
 
+def rotate():
+    run("/usr/sbin/logrotate", "--force", "--state", "/run/rotation", "/etc/logrotate.d/mailvane")
+
+
 def setUpModule():
     """One domain whose server, on a port of this machine, is down; one that nobody has."""
     with open(ETC + "/local.d/main.cf", "w", encoding="ascii") as file:
@@ -40,6 +45,10 @@ def setUpModule():
     run(TARGET + "/bin/hald_set_config", "render")
     if control("postfix", "restart") != 0:
         raise AssertionError("the mail server does not take the routes")
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 class MailLog(unittest.TestCase):
@@ -94,7 +103,7 @@ class MailLog(unittest.TestCase):
         os.kill(pid_of(PID_FILE), signal.SIGKILL)
         send("three@elsewhere.test", [BOB], "while nobody collects")
         delivered("bob", "while nobody collects")
-        os.rename(LOG, LOG + ".1")
+        rotate()
         self.assertEqual(control("postfix", "stop"), 0)
         self.assertEqual(control("postfix", "start"), 0)
         send("four@elsewhere.test", [BOB], "in a new log")
@@ -102,6 +111,17 @@ class MailLog(unittest.TestCase):
         self.assertEqual(control("maillog", "start"), 0)
         self.assert_appears("three@elsewhere.test", [(BOB, RECEIVED)])
         self.assert_appears("four@elsewhere.test", [(BOB, RECEIVED)])
+
+    def test_rotations_lose_nothing(self):
+        senders = ["rotated%d@elsewhere.test" % number for number in range(3)]
+        for sender in senders:
+            send(sender, [BOB], "before " + sender)
+            rotate()
+        delivered("bob", "before " + senders[-1])
+        for sender in senders:
+            self.assert_appears(sender, [(BOB, RECEIVED)], 10)
+        for log in (LOG, "/var/log/mailvane/dovecot.log"):
+            self.assertGreater(os.path.getsize(log), 0, "is written to after the last rotation")
 
     def test_users_cannot_forge_entries(self):
         line = "4jWf5tbbbbz9999: to=<forged@mv.test>, relay=x, delay=0, status=sent (ok)"

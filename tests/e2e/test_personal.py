@@ -8,6 +8,7 @@ import subprocess
 import time
 import unittest
 
+import file_modes
 import harness
 import nameserver
 from harness import (DOMAIN, ETC, TARGET, SystemLog, delivered, mails, post, read, run, send,
@@ -331,6 +332,10 @@ class Report(harness.Story):
             self.store(**members)
             self.assertEqual(self.send_report(), 1, members)
         self.assertIn("certificate", "\n".join(log.lines()))
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 if __name__ == "__main__":

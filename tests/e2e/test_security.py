@@ -7,6 +7,7 @@ import subprocess
 import unittest
 
 import dkim
+import file_modes
 import harness
 import nameserver
 from harness import DOMAIN, ETC, control, pid_of, post, read, run, settings, snapshot
@@ -355,6 +356,10 @@ class Checking(Security):
         for path in (KEYS + "/dkim.private", ETC + "/dkim.signer/dkim.private"):
             self.assertIn("Permission denied", run("/sbin/runuser", "-u", "postfix", "--",
                                                    "/bin/cat", path, check=False))
+
+
+def tearDownModule():
+    file_modes.check()
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ import http.client
 import json
 import os
 import re
+import socket
 import ssl
 import subprocess
 import unittest
@@ -87,6 +88,21 @@ class WebServers(harness.Story):
     def setUpClass(cls):
         super().setUpClass()
         make_certificate()
+        # The package's own server leaves the port to the others.
+        os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+
+    def test_a_certificate_opens_the_port_for_the_network(self):
+        del os.environ["MAILVANE_WEB_TLS_PORT"]
+        self.addCleanup(harness.control, "web", "restart")
+        self.addCleanup(os.environ.update, MAILVANE_WEB_TLS_PORT="")
+        self.assertEqual(harness.control("web", "restart"), 0)
+        for address in ("127.0.0.1", "::1"):
+            socket.create_connection((address, TLS_PORT), 5).close()
+        self.assertEqual(request().status, 200)
+        os.rename(ETC + "/tls/cert.pem", ETC + "/tls/aside.pem")
+        self.addCleanup(os.rename, ETC + "/tls/aside.pem", ETC + "/tls/cert.pem")
+        self.assertEqual(harness.control("web", "restart"), 0)
+        self.assertFalse(harness.answers(TLS_PORT))
 
     def test_each_lets_in_whom_it_should(self):
         self.addCleanup(harness.control, "web", "restart")

@@ -1,4 +1,5 @@
 // Service verbs: which control script each runs, and what becomes of its result.
+#include "host/libhaldcore/files.h"
 #include "host/libmailvane/service_control.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/mail_scanner.h"
@@ -42,6 +43,15 @@ TEST_F(Services, FailWithTheScriptAndRefuseOtherVerbs)
     EXPECT_EQ(-1, Postfix::Service(""));
     EXPECT_EQ("postfix.sh restart\n", Ran());
     EXPECT_EQ(-1, ImapPop3::Service("start")) << "there is no such script";
+}
+
+TEST_F(Services, AreOursOnceAMachineRunBySystemdIsHandedOver)
+{
+    EXPECT_TRUE(host::ServicesAreOurs());
+    ASSERT_TRUE(host::MakeDirectories(host::Path("/run/systemd/system"), 0755));
+    EXPECT_FALSE(host::ServicesAreOurs());
+    ASSERT_TRUE(host::MakeDirectories(host::PackagePath("etc/adopted"), 0755));
+    EXPECT_TRUE(host::ServicesAreOurs());
 }
 
 }  // namespace
