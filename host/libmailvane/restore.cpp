@@ -96,6 +96,14 @@ bool DatabasesAreOf(const std::string& folder, const AccountCombination& account
     return true;
 }
 
+/// Whether the spam filter takes the rules; it need not say so twice.
+bool RulesAreSound(const std::string& rules)
+{
+    std::string inForce;
+    const std::string path = GenerationDirectory(CurrentGeneration()) + "/" + kSpamRules;
+    return rules.empty() || (ReadFile(path, inForce) && rules == inForce) || SpamFilterTakes(rules);
+}
+
 /// A state that was judged as far as it can be before it is put in place.
 struct StagedState {
     StoredSettings settings;
@@ -116,7 +124,7 @@ std::optional<StagedState> ReadStaged(const std::string& staged)
         (void)Refuse(staged, "has no databases of the accounts that its settings serve");
         return std::nullopt;
     }
-    if (!state.rules.empty() && !SpamFilterTakes(state.rules)) return std::nullopt;
+    if (!RulesAreSound(state.rules)) return std::nullopt;
 
     state.settings = std::move(*settings);
     return state;
