@@ -11,6 +11,7 @@ import tempfile
 import time
 
 from ctl import answers, archive, upkeep, web_server
+from ctl.answers import Refused
 from ctl.reference import Usage
 
 WORDS = "FILE"
@@ -26,12 +27,17 @@ def run(_session, words):
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("restore one file")
-    with upkeep.audited("restore", ["settings", "lists", "keys", "user data"]):
+    changes = ["lists", "keys", "user data"]
+    with upkeep.audited("restore", changes):
         state = archive.read(words[0])
         with staging() as folder:
             stage(folder, state)
+            changes += upkeep.changed_settings(upkeep.ETC, folder)
             upkeep.configure("restore", folder)
+    try:
         web_server.renew()
+    except Refused as problem:
+        answers.complain("restored, but %s; the system log says why" % problem)
     print("restored the state of " + upkeep.date_text(state.made))
     return answers.DONE
 

@@ -12,8 +12,6 @@ A certificate client calls it after each renewal, for example by a deploy hook t
 import os
 import re
 import shutil
-import ssl
-import time
 
 from ctl import answers, restore, upkeep, web_server
 from ctl.answers import Refused
@@ -115,6 +113,9 @@ def _stage(folder, pair):
 
 
 def _check(staged):
+    import ssl
+    import time
+
     def no_password():
         raise Refused("the key has a password, which no service could give")
 
@@ -138,7 +139,10 @@ def _put_in_force(folder):
         web_server.renew()
     except Refused as problem:
         with restore.staging() as before:
-            shutil.copytree(REPLACED, os.path.join(before, "tls"), symlinks=True)
+            if os.path.isdir(REPLACED):
+                os.rename(REPLACED, os.path.join(before, "tls"))
+            else:
+                _stage(before, {})
             upkeep.configure("tls", before)
         web_server.renew()
         raise Refused("%s; the certificate before is in force" % problem) from problem
