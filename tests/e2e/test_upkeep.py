@@ -186,7 +186,7 @@ class Archives(Upkeep):
         """Kills restores at any moment: what is then in force is one of the two states."""
         chance = random.Random(9)
         current = ARCHIVE
-        for _ in range(4):
+        for _ in range(3):
             wanted = OTHER if current == ARCHIVE else ARCHIVE
             process = subprocess.Popen([CTL, "restore", wanted], stdin=subprocess.DEVNULL,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -307,9 +307,11 @@ class Certificates(Upkeep):
         self.addCleanup(run, web, "restart")
         run(web, "restart", env={"MAILVANE_WEB_TLS_PORT": "8443"})
         self.done("tls", "install", *good)
+        wait_for(lambda: harness.answers(8443), "the web server")
         self.assertEqual((shown(), shown(8443)), (installed, installed))
         # It cannot serve the network without a certificate: that is refused, and all is as before.
         self.assertEqual(ctl("tls", "remove")[0], 1)
+        wait_for(lambda: harness.answers(8443), "the web server")
         self.assertEqual((shown(), shown(8443)), (installed, installed))
         run(web, "restart")
 

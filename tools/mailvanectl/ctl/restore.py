@@ -10,9 +10,10 @@ import shutil
 import tempfile
 import time
 
-from ctl import answers, archive, upkeep, web_server
+from ctl import answers, archive, upkeep
 from ctl.answers import Refused
 from ctl.reference import Usage
+from ctl.web_server import WebServer
 
 WORDS = "FILE"
 SUMMARY = "puts the state in an archive in force"
@@ -35,7 +36,7 @@ def run(_session, words):
             changes += upkeep.changed_settings(upkeep.ETC, folder)
             upkeep.configure("restore", folder)
     try:
-        web_server.renew()
+        WebServer().renew()
     except Refused as problem:
         answers.complain("restored, but %s; the system log says why" % problem)
     print("restored the state of " + upkeep.date_text(state.made))

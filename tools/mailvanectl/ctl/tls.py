@@ -13,8 +13,9 @@ import os
 import re
 import shutil
 
-from ctl import answers, restore, upkeep, web_server
+from ctl import answers, restore, upkeep
 from ctl.answers import Refused
+from ctl.web_server import WebServer
 
 WORDS = "show|install|remove [CERT KEY]"
 SUMMARY = "the certificate that the services show"
@@ -125,7 +126,7 @@ def _check(staged):
     except ssl.SSLError as problem:
         mismatch = problem.reason == "KEY_VALUES_MISMATCH"
         raise Refused("the key is not that of the certificate" if mismatch else
-                      "certificate or key cannot be read: " + str(problem.reason)) from problem
+                      "certificate or key cannot be read") from problem
     about = _about(certificate)
     if ssl.cert_time_to_seconds(about["ends"]) <= time.time():
         raise Refused("the certificate has expired: " + about["ends"])
@@ -134,6 +135,7 @@ def _check(staged):
 
 
 def _put_in_force(folder):
+    web_server = WebServer()
     upkeep.configure("tls", folder)
     try:
         web_server.renew()
