@@ -2,8 +2,9 @@
 
 The archive is checked first: nothing but files of known names, each with the size and the hash that
 its manifest says. Then everything is put in force as a save is: rendered, judged, and the services
-brought to it. When anything is refused, or the process is killed, the state before is in force. What
-a restore replaced is kept in etc/replaced until the next one."""
+brought to it. When anything is refused or fails, the state before is in force; after a kill the next
+change completes it or takes it back. What a restore replaced is kept in etc/replaced until the next
+one."""
 import contextlib
 import os
 import shutil

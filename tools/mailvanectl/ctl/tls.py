@@ -8,7 +8,7 @@
 A pair that does not fit, has expired or is not yet valid is refused. Certificate and key change in
 one step, and the services take them up; when one of them does not, the pair before is in force.
 A certificate client calls it after each renewal, for example by a deploy hook that says
-  mailvanectl tls install /etc/letsencrypt/live/NAME/fullchain.pem /etc/letsencrypt/live/NAME/privkey.pem"""
+  mailvanectl tls install "$RENEWED_LINEAGE/fullchain.pem" "$RENEWED_LINEAGE/privkey.pem\""""
 import os
 import re
 import shutil
