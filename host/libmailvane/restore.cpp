@@ -33,8 +33,8 @@ namespace {
 
 const char kRestart[] = "restart";
 const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
-const char kRules[] = "/rules.cf";
-const char* const kDatabases[] = {"/alias.db", "/mailvane.db"};
+const char kRules[] = "rules.cf";
+const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
 int MemcachedService(const std::string& verb)
 {
@@ -82,7 +82,7 @@ bool IsOurs(const std::string& staged)
 bool IsStagedName(const std::string& name)
 {
     return IsStoredData(name) || name == "mailvane.conf" || name == "domains" || name == "dnsbl" ||
-           name == kRules + 1;
+           name == kRules;
 }
 
 /// Whether the databases are whole and those of the accounts that the settings speak of. Looking
@@ -90,10 +90,19 @@ bool IsStagedName(const std::string& name)
 bool DatabasesAreOf(const std::string& folder, const AccountCombination& account)
 {
     for (const char* name : kDatabases) {
-        const auto owner = RecordedCombination(folder + name);
-        if (!owner || !(*owner == account) || NameExists(folder + name + "-journal")) return false;
+        const std::string path = folder + "/" + name;
+        const auto owner = RecordedCombination(path);
+        if (!owner || !(*owner == account) || NameExists(path + "-journal")) return false;
     }
     return true;
+}
+
+/// Whether the spam filter takes the rules; it need not say so twice.
+bool RulesAreSound(const std::string& rules)
+{
+    std::string inForce;
+    const std::string path = GenerationDirectory(CurrentGeneration()) + "/" + kSpamRules;
+    return rules.empty() || (ReadFile(path, inForce) && rules == inForce) || SpamFilterTakes(rules);
 }
 
 /// A state that was judged as far as it can be before it is put in place.
@@ -111,12 +120,12 @@ std::optional<StagedState> ReadStaged(const std::string& staged)
     }
     auto settings = StoredSettings::ReadFrom(staged);
     StagedState state;
-    if (!settings || !ReadFile(staged + kRules, state.rules)) return std::nullopt;
+    if (!settings || !ReadFile(staged + "/" + kRules, state.rules)) return std::nullopt;
     if (!DatabasesAreOf(staged, settings->Account())) {
         (void)Refuse(staged, "has no databases of the accounts that its settings serve");
         return std::nullopt;
     }
-    if (!state.rules.empty() && !SpamFilterTakes(state.rules)) return std::nullopt;
+    if (!RulesAreSound(state.rules)) return std::nullopt;
 
     state.settings = std::move(*settings);
     return state;

@@ -52,9 +52,9 @@ void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = CurrentGeneration();
-    if (!PutInForce(save.before)) return;
+    // Where this fails, the mark stays for the next writer.
+    if (!PutInForce(save.before) || !TakeExchangeBack()) return;
 
-    (void)TakeExchangeBack();
     if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, BothServers())) {

@@ -208,6 +208,8 @@ class Commands(unittest.TestCase):
         for words, wanted in ((["save_sm"], ["save_smtp"]), (["edit", "sp"], ["spam_config"]),
                               (["--as", "eve", "edit", "smtp", "smtp_p"], ["smtp_port="]),
                               (["edit", "smtp", "smtp_enabled=y"], ["smtp_enabled=yes"]),
+                              (["queue", "f"], ["flush"]), (["queue", "hold", "a"], ["all"]),
+                              (["--raw", "tls", "--j"], ["--json"]),
                               (["nonsense", ""], []), (["edit", "nonsense", ""], [])):
             with self.subTest(words):
                 with contextlib.redirect_stdout(io.StringIO()) as out:

@@ -6,7 +6,6 @@ import random
 import signal
 import ssl
 import subprocess
-import time
 import unittest
 
 import dkim
@@ -111,8 +110,6 @@ class Archives(Upkeep):
         tell("set_sender_quota", sasl_sender="bob", quota=len(tag))
         tell("set_attachment_filter", add_list=[tag], modified_list=[])
         tell("add_spam_blackwhite_list", blackWhite=1, type=0, nameType=0, name=tag + "@b.example")
-        bring_in(ZEBRA + "score LOCAL_ZEBRA 1%d\n" % len(tag), "import_spam_rule",
-                 rule_name=tag + ".cf")
         tell("save_personal", user="alice", forward_enable=False, forward_addr="",
              keep_copy=True, reply_enable=True, subject=tag, message="away: " + tag)
         read("generate_dkim_key", headers={"X-Mailvane": "1"})
@@ -135,6 +132,7 @@ class Archives(Upkeep):
         self.done("backup", INITIAL)
         self.addCleanup(self.done, "restore", INITIAL)
         self.fill("first")
+        bring_in(ZEBRA + "score LOCAL_ZEBRA 20\n", "import_spam_rule", rule_name="first.cf")
         before, modes = self.answers(), self.modes()
         self.done("backup", ARCHIVE)
         self.assertEqual(os.stat(ARCHIVE).st_mode & 0o777, 0o600)
@@ -183,15 +181,17 @@ class Archives(Upkeep):
                 self.refused("restore", "/root/bad.tar")
 
     def killed(self, states):
-        """Kills restores at any moment: what is then in force is one of the two states."""
-        chance = random.Random(9)
+        """Kills restores at some moments: what is then in force is one of the two states."""
         current = ARCHIVE
-        for _ in range(4):
+        for moment in ("begun", "committed", "any"):
             wanted = OTHER if current == ARCHIVE else ARCHIVE
+            before = os.readlink(ETC + "/generated/current")
             process = subprocess.Popen([CTL, "restore", wanted], stdin=subprocess.DEVNULL,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             tool = wait_for(lambda: children(process.pid), "the settings tool")[0]
-            time.sleep(chance.uniform(0, 2.5))
+            wait_for({"begun": lambda: os.path.exists(ETC + "/exchange/new"),
+                      "committed": lambda: os.readlink(ETC + "/generated/current") != before,
+                      "any": lambda: random.random() < 0.01}[moment], moment)
             for kill, number in ((os.kill, process.pid), (os.killpg, tool)):
                 with contextlib.suppress(ProcessLookupError):
                     kill(number, signal.SIGKILL)
@@ -200,6 +200,7 @@ class Archives(Upkeep):
             now = self.answers()
             current = next((name for name, state in states.items() if state == now), "")
             self.assertTrue(current, "a mixture")
+            self.assertTrue(current == wanted or moment != "committed")
             self.assertFalse(os.path.exists(ETC + "/exchange"))
             reply = "away: " + ("first" if current == ARCHIVE else "other")
             self.assertIn(reply, run("/bin/cat", SCRIPT))
@@ -297,8 +298,23 @@ class Certificates(Upkeep):
         status, _, told = ctl("tls", "install", *other)
         self.assertEqual((status, "not for " + DOMAIN in told), (0, True))
         self.assertNotEqual(shown(), installed)
+        self.shown_by_the_web_server(good, installed)
         self.done("tls", "remove")
         self.assertEqual(shown(), self_signed)
+
+
+    def shown_by_the_web_server(self, good, installed):
+        web = TARGET + "/scripts/web.sh"
+        self.addCleanup(run, web, "restart")
+        run(web, "restart", env={"MAILVANE_WEB_TLS_PORT": "8443"})
+        self.done("tls", "install", *good)
+        wait_for(lambda: harness.answers(8443), "the web server")
+        self.assertEqual((shown(), shown(8443)), (installed, installed))
+        # It cannot serve the network without a certificate: that is refused, and all is as before.
+        self.assertEqual(ctl("tls", "remove")[0], 1)
+        wait_for(lambda: harness.answers(8443), "the web server")
+        self.assertEqual((shown(), shown(8443)), (installed, installed))
+        run(web, "restart")
 
 
 class Keys(Upkeep):

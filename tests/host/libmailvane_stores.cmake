@@ -4,6 +4,7 @@ add_executable(libmailvane_stores_tests
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_account_data.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_aliases.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_database.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stored_data.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_filtering.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_lists.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_ports.cpp

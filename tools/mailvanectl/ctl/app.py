@@ -90,6 +90,9 @@ def main(target, words):
     except BrokenPipeError:  # nobody reads the output any more
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return answers.REFUSED
+    except OSError as problem:
+        answers.complain(str(problem))
+        return answers.REFUSED
     except KeyboardInterrupt:
         return 130
 

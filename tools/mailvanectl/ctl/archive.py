@@ -20,8 +20,8 @@ FILES = (
     (r"mailvane\.conf|rules\.cf|report\.conf|report\.state|alias\.db|mailvane\.db", 0o600),
     (r"domains|dnsbl|attachment_types|dkim\.key/(pair-[0-9TZ-]+/)?dkim\.public", 0o644),
     (r"dkim\.key/(pair-[0-9TZ-]+/)?dkim\.private|personal/{NAME}\.json", 0o600),
-    (r"tls/cert\.pem|(rules|local\.d)/{NAME}", 0o644),
-    (r"tls/{NAME}", 0o600),
+    (r"tls/cert\.pem|local\.d/{NAME}", 0o644),
+    (r"(rules|tls)/{NAME}", 0o600),
     (r"htpasswd", 0o640),
 )
 NAME = r"[^/.\x00-\x1f\x7f][^/\x00-\x1f\x7f]{0,240}"

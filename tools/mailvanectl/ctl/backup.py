@@ -6,9 +6,9 @@ logins, and local.d. It holds passwords and private keys: keep it as safe as the
 mail, the mail log, and lists of other accounts than those that are served.
 
 All of it is of one moment: no change comes between. `mailvanectl restore` puts it in force."""
+import contextlib
 import fcntl
 import os
-import sqlite3
 import time
 
 from ctl import answers, archive, upkeep
@@ -99,6 +99,12 @@ def _names_below(folder):
 
 def _database(name):
     """A database as one consistent file."""
-    with sqlite3.connect(_path(name)) as source, sqlite3.connect(":memory:") as copy:
-        source.backup(copy)
-        return copy.serialize()
+    import sqlite3
+    here = "file:%s?mode=rw" % _path(name)  # one that is missing is not made
+    try:
+        with contextlib.closing(sqlite3.connect(here, uri=True)) as source, \
+                contextlib.closing(sqlite3.connect(":memory:")) as copy:
+            source.backup(copy)
+            return copy.serialize()
+    except sqlite3.Error as problem:
+        raise Refused("%s: %s" % (name, problem)) from problem

@@ -4,7 +4,7 @@ from ctl.reference import Usage
 
 WORDS = "WORD…"
 SUMMARY = "what the last word can become, for the shell"
-OPTIONS = ["--as", "--raw", "--output", "--help"]
+EVERYWHERE = ["--as", "--raw", "--output", "--help"]
 
 
 def run(session, words):
@@ -23,7 +23,7 @@ def candidates(session, before, last):
     before = [word for word in before if not word.startswith("--")]
     subcommands = dict(session.subcommands())
     if last.startswith("-"):
-        return [*OPTIONS, *sorted(getattr(subcommands.get((before or [""])[0]), "OPTIONS", ()))]
+        return [*EVERYWHERE, *sorted(getattr(subcommands.get((before or [""])[0]), "OPTIONS", ()))]
     if not before:
         return [*session.reference.names(), *subcommands]
     try:

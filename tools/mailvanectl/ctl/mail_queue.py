@@ -31,7 +31,9 @@ def run(session, words):
 
 def candidates(before):
     """What can follow the words so far, for the shell."""
-    return list(VERBS) if not before else [ALL] if VERBS.get(before[0], _flush)[1:] == (1, 1) else []
+    if not before:
+        return list(VERBS)
+    return [ALL] if before[0] in ("hold", "release", "delete") and len(before) == 1 else []
 
 
 def _messages():

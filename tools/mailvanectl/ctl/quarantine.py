@@ -4,9 +4,6 @@
   show ID        the message as it came
   release ID     delivers it to its recipients; it stays in the quarantine until its time is over
   delete ID      removes it for good"""
-import email.header
-import email.parser
-import email.policy
 import gzip
 import os
 import shutil
@@ -104,6 +101,8 @@ def _about(name):
 
 
 def _header(name, file):
+    import email.parser
+    import email.policy
     try:
         text = _text_of(name, file).read(HEAD)
     except (OSError, EOFError, zlib.error):
@@ -113,6 +112,7 @@ def _header(name, file):
 
 
 def _subject(text):
+    import email.header
     try:
         return str(email.header.make_header(email.header.decode_header(text)))
     except (ValueError, LookupError):

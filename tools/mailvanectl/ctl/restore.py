@@ -2,16 +2,19 @@
 
 The archive is checked first: nothing but files of known names, each with the size and the hash that
 its manifest says. Then everything is put in force as a save is: rendered, judged, and the services
-brought to it. When anything is refused, or the process is killed, the state before is in force. What
-a restore replaced is kept in etc/replaced until the next one."""
+brought to it. When anything is refused or fails, the state before is in force; after a kill the next
+change completes it or takes it back. What a restore replaced is kept in etc/replaced until the next
+one."""
 import contextlib
 import os
 import shutil
 import tempfile
 import time
 
-from ctl import answers, archive, upkeep, web_server
+from ctl import answers, archive, upkeep
+from ctl.answers import Refused
 from ctl.reference import Usage
+from ctl.web_server import WebServer
 
 WORDS = "FILE"
 SUMMARY = "puts the state in an archive in force"
@@ -26,12 +29,17 @@ def run(_session, words):
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("restore one file")
-    with upkeep.audited("restore", ["settings", "lists", "keys", "user data"]):
+    changes = ["lists", "keys", "user data"]
+    with upkeep.audited("restore", changes):
         state = archive.read(words[0])
         with staging() as folder:
             stage(folder, state)
+            changes += upkeep.changed_settings(upkeep.ETC, folder)
             upkeep.configure("restore", folder)
-        web_server.renew()
+    try:
+        WebServer().renew()
+    except Refused as problem:
+        answers.complain("restored, but %s; the system log says why" % problem)
     print("restored the state of " + upkeep.date_text(state.made))
     return answers.DONE
 

@@ -2,7 +2,7 @@
 
 N is a number that `mailvanectl generations` lists; without it, the newest one whose settings are
 not those in force. Settings, mail domains and blocklists come back; lists and keys stay as they
-are. It is a save like any other: everything is made anew from the settings, judged, and the services
+are. It is a save like any other: everything is made anew from the settings, judged, and services
 are started and stopped as they ask. A second rollback takes the first one back."""
 from ctl import answers, generations, upkeep
 from ctl.answers import Refused

@@ -8,15 +8,14 @@
 A pair that does not fit, has expired or is not yet valid is refused. Certificate and key change in
 one step, and the services take them up; when one of them does not, the pair before is in force.
 A certificate client calls it after each renewal, for example by a deploy hook that says
-  mailvanectl tls install /etc/letsencrypt/live/NAME/fullchain.pem /etc/letsencrypt/live/NAME/privkey.pem"""
+  mailvanectl tls install "$RENEWED_LINEAGE/fullchain.pem" "$RENEWED_LINEAGE/privkey.pem\""""
 import os
 import re
 import shutil
-import ssl
-import time
 
-from ctl import answers, restore, upkeep, web_server
+from ctl import answers, restore, upkeep
 from ctl.answers import Refused
+from ctl.web_server import WebServer
 
 WORDS = "show|install|remove [CERT KEY]"
 SUMMARY = "the certificate that the services show"
@@ -115,6 +114,9 @@ def _stage(folder, pair):
 
 
 def _check(staged):
+    import ssl
+    import time
+
     def no_password():
         raise Refused("the key has a password, which no service could give")
 
@@ -124,7 +126,7 @@ def _check(staged):
     except ssl.SSLError as problem:
         mismatch = problem.reason == "KEY_VALUES_MISMATCH"
         raise Refused("the key is not that of the certificate" if mismatch else
-                      "certificate or key cannot be read: " + str(problem.reason)) from problem
+                      "certificate or key cannot be read") from problem
     about = _about(certificate)
     if ssl.cert_time_to_seconds(about["ends"]) <= time.time():
         raise Refused("the certificate has expired: " + about["ends"])
@@ -133,12 +135,16 @@ def _check(staged):
 
 
 def _put_in_force(folder):
+    web_server = WebServer()
     upkeep.configure("tls", folder)
     try:
         web_server.renew()
     except Refused as problem:
         with restore.staging() as before:
-            shutil.copytree(REPLACED, os.path.join(before, "tls"), symlinks=True)
+            if os.path.isdir(REPLACED):
+                os.rename(REPLACED, os.path.join(before, "tls"))
+            else:
+                _stage(before, {})
             upkeep.configure("tls", before)
         web_server.renew()
         raise Refused("%s; the certificate before is in force" % problem) from problem

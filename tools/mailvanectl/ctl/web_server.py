@@ -12,16 +12,24 @@ TLS_PORT = "MAILVANE_WEB_TLS_PORT"
 PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
 
 
-def renew():
-    """Makes the web server take up the certificate. It reads the key before it gives up its rights,
-    so that it has to start again. Refused when it does not come up."""
-    if os.path.isdir("/run/systemd/system"):
-        if upkeep.run(["/usr/bin/systemctl", "--quiet", "is-active", UNIT])[0] == 0:
-            upkeep.checked(["/usr/bin/systemctl", "restart", UNIT])
-        return
-    ports = _ports()
-    if ports.get(TLS_PORT) and upkeep.run([SCRIPT, "restart"], ports)[0] != 0:
-        raise Refused("the web server does not come up")
+class WebServer:
+    """The one that runs when this is made; it can be started again after it has failed."""
+
+    def __init__(self):
+        self._command, self._ports = None, {}
+        if os.path.isdir("/run/systemd/system"):
+            if upkeep.run(["/usr/bin/systemctl", "--quiet", "is-active", UNIT])[0] == 0:
+                self._command = ["/usr/bin/systemctl", "restart", UNIT]
+            return
+        self._ports = _ports()
+        if self._ports.get(TLS_PORT):
+            self._command = [SCRIPT, "restart"]
+
+    def renew(self):
+        """Makes it take up the certificate. It reads the key before it gives up its rights, so that
+        it has to start again. Refused when it does not come up."""
+        if self._command and upkeep.run(self._command, self._ports)[0] != 0:
+            raise Refused("the web server does not come up")
 
 
 def _ports():

@@ -1,0 +1,139 @@
+"""mailvanectl: the archive of a backup, and answers of name servers, where they are not honest."""
+import hashlib
+import io
+import json
+import os
+import socket
+import struct
+import sys
+import tarfile
+import tempfile
+import threading
+import unittest
+from unittest import mock
+
+TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, TOP + "/tools/mailvanectl")
+
+from ctl import archive, dns, mail_queue, quarantine, resolver
+from ctl.answers import Refused
+
+FILES = {"mailvane.conf": b'smtp_port="25"\n', "rules/my rules.cf": b"", "alias.db": b"\0" * 600,
+         "dkim.key/pair-20260101T000000Z/dkim.private": b"key"}
+PAIR = "pair-20260101T000000Z"
+
+
+def member(name, data=b"", **more):
+    about = tarfile.TarInfo(name)
+    about.size = len(data)
+    for key, value in more.items():
+        setattr(about, key, value)
+    return about, data
+
+
+def manifest(held, **changes):
+    listed = {name: {"size": len(data), "sha256": hashlib.sha256(data).hexdigest()}
+              for name, data in held.items()}
+    text = {"format": 1, "program": "mailvane", "version": "1", "made": 1, "signing_pair": "",
+            "files": listed, **changes}
+    return member("manifest.json", json.dumps(text).encode())
+
+
+class Archive(unittest.TestCase):
+    def setUp(self):
+        self.path = self.enterContext(tempfile.TemporaryDirectory()) + "/state.tar"
+
+    def put(self, *members):
+        with tarfile.open(self.path, "w") as tar:
+            for about, data in members:
+                tar.addfile(about, io.BytesIO(data))
+
+    def test_what_goes_in_comes_out(self):
+        archive.write(self.path, archive.State(FILES, PAIR, 7, "0.1"))
+        self.assertEqual(os.stat(self.path).st_mode & 0o777, 0o600)
+        state = archive.read(self.path)
+        self.assertEqual((state.files, state.pair, state.made), (FILES, PAIR, 7))
+
+    def test_what_is_refused(self):
+        good = [member(name, data) for name, data in FILES.items()]
+        other = {"mailvane.conf": b"x"}
+        for members, why in (
+            ([member("x")], "no archive of mailvane"),
+            ([manifest(FILES, program="other"), *good], "no archive of mailvane"),
+            ([manifest(FILES, files=[]), *good], "no archive of mailvane"),
+            ([manifest(FILES, format=2), *good], "format 2"),
+            ([manifest(FILES, signing_pair="pair-2"), *good], "key pair"),
+            ([manifest(FILES, signing_pair="../.."), *good], "key pair"),
+            ([manifest(FILES), *good[1:]], "lacks"),
+            ([manifest(FILES), *good, good[0]], "none of its files"),
+            ([manifest(FILES), *good, member("tls/key.pem")], "none of its files"),
+            ([manifest(other), member("mailvane.conf", b"y")], "not what the manifest says"),
+            *(([manifest({name: b""}), member(name)], "none of its files") for name in (
+                "../etc/passwd", "rules/../../x", "/etc/passwd", "rules/.hidden", "lock", "tls/a/b",
+                "personal/x", "generated/current", "dkim.key/pair", "rules/a\nb")),
+            *(([manifest({"htpasswd": b""}), member("htpasswd", type=kind, linkname="/etc/shadow")],
+               "no regular file") for kind in (tarfile.SYMTYPE, tarfile.LNKTYPE, tarfile.CHRTYPE,
+                                               tarfile.FIFOTYPE, tarfile.DIRTYPE)),
+        ):
+            with self.subTest(why, last=members[-1][0].name):
+                self.put(*members)
+                with self.assertRaisesRegex(Refused, why):
+                    archive.read(self.path)
+
+    def test_damaged_bytes(self):
+        archive.write(self.path, archive.State(FILES, PAIR, 7, "0.1"))
+        with open(self.path, "rb") as file:
+            good = file.read()
+        used = good.rindex(b"smtp_port") + 20
+        for length in range(0, used, 97):
+            with open(self.path, "wb") as file:
+                file.write(good[:length])
+            self.assertRaises(Refused, archive.read, self.path)
+
+
+class Names(unittest.TestCase):
+    def test_ids_that_are_none(self):
+        with mock.patch.object(mail_queue, "_messages", lambda: [{"id": "4ABCdef"}]):
+            self.assertEqual([mail_queue._target(name) for name in ("4ABCdef", "all")],
+                             ["4ABCdef", "ALL"])
+            for name in ("", "ALL", "-", "../4ABCdef", "4ABC def", "F" * 31, "4ABC"):
+                self.assertRaises(Refused, mail_queue._target, name)
+        for name in ("", ".", "..", "-x", ".x", "a/b", "a\nb", "x" * 99, "none.gz"):
+            self.assertRaises(Refused, quarantine._open, name)
+
+
+class NameServers(unittest.TestCase):
+    """Answers of a server that means no good end as no answer."""
+
+    def ask(self, answer):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as server:
+            server.bind(("127.0.0.1", 0))
+
+            def reply():
+                for _ in range(resolver.TRIES):
+                    query, caller = server.recvfrom(4096)
+                    server.sendto(answer(query), caller)
+
+            threading.Thread(target=reply, daemon=True).start()
+            with mock.patch.object(resolver, "PORT", server.getsockname()[1]), \
+                    mock.patch.object(resolver, "_servers", lambda: ["127.0.0.1"]):
+                return resolver.records("a.test", resolver.TEXT)
+
+    def test_answers(self):
+        head, text = struct.pack("!HHHHH", 0x8180, 0, 1, 0, 0), b"\3one\3two"
+        record = struct.pack("!HHIH", 16, 1, 0, len(text)) + text
+        self.assertEqual(self.ask(lambda query: query[:2] + head + b"\0" + record), ["onetwo"])
+        self.assertEqual(self.ask(lambda query: query[:2] + b"\x81\x83" + b"\0" * 8), [])
+        for answer in (lambda query: query[:2] + head + b"\xc0\x0c" + record,  # a name in a circle
+                       lambda query: query[:2] + head + b"\0" + record[:5],
+                       lambda query: b"zz" + head + b"\0" + record,
+                       lambda query: query[:2] + b"\x81\x82" + b"\0" * 8, lambda query: b""):
+            self.assertRaises(resolver.NoAnswer, self.ask, answer)
+
+    def test_long_texts_are_split(self):
+        self.assertEqual([len(part) for part in dns.strings("x" * 600).split('"')[1::2]],
+                         [255, 255, 90])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,106 @@
+// Exchanging stored data: wherever a process is killed, it can be taken back.
+#include "host/libmailvane/stored_data.h"
+
+#include <map>
+
+#include "tests/host/libmailvane_stores_machine.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class StoredData : public Machine {
+protected:
+    void SetUp() override
+    {
+        Machine::SetUp();
+        etc = host::PackagePath("etc/");
+        Write(etc + "alias.db", "old");
+        Write(etc + "mailvane.db", "old");
+        Write(etc + "tls/key.pem", "old");
+        Write(etc + "attachment_types", "exe");
+        Write(etc + "lock", "");
+        Stage();
+    }
+
+    void Stage() const
+    {
+        Write(etc + "staged/alias.db", "new");
+        Write(etc + "staged/mailvane.db", "new");
+        Write(etc + "staged/tls/key.pem", "new");
+        Write(etc + "staged/rules/mine.cf", "new");
+        Write(etc + "staged/mailvane.conf", "new");
+    }
+
+    /// What is stored, with its texts, without what an exchange leaves beside it.
+    std::map<std::string, std::string> Stored() const
+    {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::recursive_directory_iterator(etc)) {
+            const std::string name = entry.path().string().substr(etc.size());
+            const std::string top = name.substr(0, name.find('/'));
+            if (entry.is_regular_file() && (host::IsStoredData(top) || top == "lock")) {
+                files[name] = Contents(entry.path());
+            }
+        }
+        return files;
+    }
+
+    std::string etc;
+};
+
+TEST_F(StoredData, IsExchangedWholeAndWhatItReplacedIsKept)
+{
+    ASSERT_TRUE(host::BeginExchange(etc + "staged", true));
+    const std::map<std::string, std::string> wanted{{"alias.db", "new"},
+                                                    {"lock", ""},
+                                                    {"mailvane.db", "new"},
+                                                    {"rules/mine.cf", "new"},
+                                                    {"tls/key.pem", "new"}};
+    EXPECT_EQ(Stored(), wanted);
+    EXPECT_TRUE(host::ExchangeIsUnderWay());
+    host::KeepExchange();
+    EXPECT_FALSE(host::ExchangeIsUnderWay());
+    EXPECT_TRUE(host::TakeExchangeBack());
+    EXPECT_EQ(Stored(), wanted);
+    EXPECT_EQ(Contents(etc + "replaced/tls/key.pem"), "old");
+    EXPECT_EQ(Contents(etc + "replaced/attachment_types"), "exe");
+}
+
+TEST_F(StoredData, ExchangesSingleThingsAlone)
+{
+    auto wanted = Stored();
+    wanted["tls/key.pem"] = "new";
+    for (const char* name : {"alias.db", "mailvane.db", "rules", "mailvane.conf"}) {
+        fs::remove_all(etc + "staged/" + name);
+    }
+    ASSERT_TRUE(host::BeginExchange(etc + "staged", false));
+    EXPECT_EQ(Stored(), wanted);
+}
+
+TEST_F(StoredData, IsTakenBackFromWhereverAKillLeftIt)
+{
+    const auto before = Stored();
+    // Moves that were not made yet, latest first; a kill comes before any of them, or while an
+    // exchange is taken back.
+    const std::pair<const char*, const char*> moves[] = {
+        {"tls", "exchange/new/tls"},
+        {"exchange/old/tls", "tls"},
+        {"rules", "exchange/new/rules"},
+        {"exchange/old/attachment_types", "attachment_types"},
+        {"alias.db", "exchange/new/alias.db"}};
+    for (std::size_t undone = 0; undone <= std::size(moves); ++undone) {
+        ASSERT_TRUE(host::BeginExchange(etc + "staged", true));
+        for (std::size_t i = 0; i < undone; ++i) {
+            fs::rename(etc + moves[i].first, etc + moves[i].second);
+        }
+        EXPECT_TRUE(host::TakeExchangeBack()) << undone;
+        EXPECT_EQ(Stored(), before) << undone;
+        EXPECT_TRUE(host::TakeExchangeBack()) << undone;
+        EXPECT_EQ(Stored(), before) << undone;
+        host::DropExchange();
+        Stage();
+    }
+}
+
+}  // namespace
