@@ -6,7 +6,6 @@ import os
 import re
 import smtplib
 import socket
-import subprocess
 import unittest
 
 import harness
@@ -18,13 +17,13 @@ from harness import DOMAIN, ETC, TARGET, control, post, read, run
 from relay_host import RelayHost
 from routed_network import ROUTER, SERVER, standing_at
 from test_scanner import message
+from test_web_servers import TLS_PORT
 
 BOB = "bob@" + DOMAIN
 BLOCKLIST = {"server": "ip.bl.test", "type": "rbl_client"}
 CLIENT, NAME, IP, NETWORK = 2, 1, 3, 4
 BOTH = 0, 1  # IPv4 and IPv6
 FRAGMENTS = {"main.cf": "inet_protocols = ipv6\n", "six.dovecot.conf": "listen = ::\n"}
-TLS_PORT = 8443
 
 
 def client(version, number):
@@ -293,9 +292,7 @@ class Ways(Pages):
     def test_the_web_server(self):
         test_web_servers.make_certificate()
         self.addCleanup(control, "web", "restart")
-        subprocess.run([TARGET + "/scripts/web.sh", "restart"], check=True, timeout=60,
-                       stdin=subprocess.DEVNULL,
-                       env={**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)})
+        test_web_servers.start("lighttpd")
         log = harness.SystemLog()
         for version, host in enumerate(("10.1.0.1", "[fd00:1::1]")):
             own = "https://%s:%d" % (host, TLS_PORT)
