@@ -2,7 +2,7 @@
 import contextlib
 import http.client
 import ipaddress
-import os
+import pathlib
 import re
 import smtplib
 import socket
@@ -20,6 +20,7 @@ from test_scanner import message
 from test_web_servers import TLS_PORT
 
 BOB = "bob@" + DOMAIN
+CURRENT = ETC + "/generated/current"
 BLOCKLIST = {"server": "ip.bl.test", "type": "rbl_client"}
 CLIENT, NAME, IP, NETWORK = 2, 1, 3, 4
 BOTH = 0, 1  # IPv4 and IPv6
@@ -122,23 +123,24 @@ class Ports(Pages):
     def local_files(self, texts):
         """Puts the administrator's own files in place and in force."""
         for name, text in texts.items():
-            with open(ETC + "/local.d/" + name, "w", encoding="ascii") as file:
-                file.write(text)
+            pathlib.Path(ETC + "/local.d", name).write_text(text, "ascii")
         run(TARGET + "/bin/hald_set_config", "render")
         for verb in ("stop", "start"):  # Postfix learns of other protocols by no reload
             for service in ("dovecot", "postfix"):
                 self.assertEqual(control(service, verb), 0)
 
     def test_a_kernel_that_has_got_ipv6_has_it_used(self):
-        path = os.path.realpath(ETC + "/generated/current/dovecot/dovecot.conf")
-        with open(path, encoding="utf-8") as file:
-            text = file.read()
-        with open(path + ".new", "w", encoding="utf-8") as file:
-            file.write(text.replace("\nlisten = *, ::\n", "\nlisten = *\n"))
-        os.rename(path + ".new", path)
+        path = pathlib.Path(CURRENT + "/dovecot/dovecot.conf")
+        text = path.read_text("utf-8")
+        path.unlink()  # its bytes belong to older generations, too
+        path.write_text(text.replace("\nlisten = *, ::\n", "\nlisten = *\n"), "utf-8")
+        resolver = pathlib.Path(nameserver.RESOLVER)
+        self.addCleanup(resolver.write_text, resolver.read_text("ascii"), "ascii")
+        resolver.write_text("nameserver ::1\nnameserver fe80::1%lo\n", "ascii")
         run(TARGET + "/bin/hald_set_config", "recover")
-        with open(ETC + "/generated/current/dovecot/dovecot.conf", encoding="utf-8") as file:
-            self.assertEqual(file.read(), text)
+        self.assertEqual(path.read_text("utf-8"), text)
+        self.assertIn("    forward-addr: fe80::1%lo\n",
+                      pathlib.Path(CURRENT + "/opendkim/resolver.conf").read_text("utf-8"))
 
 
 class Clients(Pages):
@@ -272,7 +274,7 @@ class Clients(Pages):
 
 class Ways(Pages):
     def test_mail_leaves_by_ipv6(self):
-        tls = ETC + "/generated/current/tls/"
+        tls = CURRENT + "/tls/"
         login = "relay", "word"
         with RelayHost(2526, login, tls + "cert.pem", tls + "key.pem", "::1") as host:
             self.change_for_now(
