@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
@@ -48,6 +49,18 @@ std::string ReadFragment(const char* name)
     return text;
 }
 
+/// Whether a text looks like an address. One of the link, as a router announces it, has its
+/// interface behind a percent sign.
+bool LooksLikeAddress(const std::string& text)
+{
+    constexpr char kAddress[] = "0123456789abcdefABCDEF.:";
+    constexpr char kInterface[] =
+        "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ.-_";
+    const auto end = std::min(text.find('%'), text.size());
+    return end > 0 && text.find_first_not_of(kAddress) >= end &&
+           text.find_first_not_of(kInterface, end + 1) == std::string::npos;
+}
+
 /// Addresses of the name servers that programs of this machine ask.
 std::vector<std::string> NameServers()
 {
@@ -60,9 +73,7 @@ std::vector<std::string> NameServers()
         std::string word;
         std::string address;
         words >> word >> address;
-        const bool isAddress =
-            address.find_first_not_of("0123456789abcdefABCDEF.:") == std::string::npos;
-        if (word == "nameserver" && !address.empty() && isAddress) addresses.push_back(address);
+        if (word == "nameserver" && LooksLikeAddress(address)) addresses.push_back(address);
     }
     return addresses;
 }

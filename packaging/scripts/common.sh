@@ -102,7 +102,11 @@ inspect() {
         case $kind in
         descriptors) descriptors="$first $second $third" ;;
         left) left=$first given=$second ;;
-        listener) listeners[$first]+=" $second" addresses[$first]=$third ;;
+        listener)
+            listeners[$first]+=" $second"
+            # IPv4 comes first, and can be called even while no interface has an IPv6 address.
+            [[ -v addresses[$first] ]] || addresses[$first]=$third
+            ;;
         esac
     done < <(
         {
@@ -123,8 +127,8 @@ inspect() {
                 sub(/.*:/, "", port)
                 sub(/:[^:]*$/, "", address)
                 gsub(/[][]|%.*/, "", address)
-                sub(/^(\*|::)$/, "localhost", address)
-                sub(/^0\.0\.0\.0$/, "127.0.0.1", address)
+                sub(/^(\*|0\.0\.0\.0)$/, "127.0.0.1", address)
+                sub(/^::$/, "::1", address)
                 if (socket in own) print "listener", port, socket, address
             }
             END { print "descriptors" all; print "left", left + 0, given }'

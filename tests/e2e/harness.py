@@ -122,10 +122,10 @@ def postconf(name):
     return run("/usr/sbin/postconf", "-c", POSTFIX_CONFIGURATION, "-h", name).strip()
 
 
-def answers(port):
-    """Whether somebody listens on a port of this machine."""
+def answers(port, address="127.0.0.1"):
+    """Whether somebody listens on a port, as a rule of this machine."""
     try:
-        socket.create_connection(("127.0.0.1", port), 5).close()
+        socket.create_connection((address, port), 5).close()
         return True
     except ConnectionRefusedError:
         return False
@@ -140,11 +140,13 @@ def banner(port=25):
 
 
 @contextlib.contextmanager
-def listener(port):
+def listener(port, family=socket.AF_INET):
     """A stranger that holds a port."""
-    with socket.socket() as holder:
+    with socket.socket(family) as holder:
         holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        holder.bind(("0.0.0.0", port))
+        if family == socket.AF_INET6:
+            holder.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_V6ONLY, 1)
+        holder.bind(("", port))
         holder.listen(8)
         yield
 

@@ -18,7 +18,8 @@ def local_network(prefix):
 class NameServer:
     """dnsmasq with some records, as the machine's only name server."""
 
-    def __init__(self, *records):
+    def __init__(self, *records, address="127.0.0.1"):
+        self._address = address
         self._options = ["--" + record for record in records]
         self._process = None
         self._resolver = ""
@@ -26,14 +27,14 @@ class NameServer:
     def start(self):
         self._process = subprocess.Popen(
             ["/usr/sbin/dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--no-resolv",
-             "--no-hosts", "--user=root", "--pid-file", "--listen-address=127.0.0.1",
+             "--no-hosts", "--user=root", "--pid-file", "--listen-address=" + self._address,
              "--bind-interfaces", "--local=/test/", "--local=/arpa/", *self._options],
             stdin=subprocess.DEVNULL)
         with open(RESOLVER, encoding="ascii") as file:
             self._resolver = file.read()
         with open(RESOLVER, "w", encoding="ascii") as file:
-            file.write("nameserver 127.0.0.1\n")
-        harness.wait_for(lambda: harness.answers(53), "the name server")
+            file.write("nameserver %s\n" % self._address)
+        harness.wait_for(lambda: harness.answers(53, self._address), "the name server")
 
     def stop(self):
         self._process.kill()

@@ -1,6 +1,7 @@
 """A relay host: an SMTP server that takes mail from those who log in, and from nobody else."""
 import base64
 import contextlib
+import socket
 import socketserver
 import ssl
 import threading
@@ -81,8 +82,9 @@ class RelayHost(socketserver.ThreadingTCPServer):
     allow_reuse_address = True
     daemon_threads = True
 
-    def __init__(self, port, login, certificate, key):
-        super().__init__(("127.0.0.1", port), _Session)
+    def __init__(self, port, login, certificate, key, address="127.0.0.1"):
+        self.address_family = socket.AF_INET6 if ":" in address else socket.AF_INET
+        super().__init__((address, port), _Session)
         self.login = login
         self.offers_tls = True
         self.mails = []

@@ -68,12 +68,18 @@ def make_certificate():
     os.chmod(ETC + "/tls/key.pem", 0o600)
 
 
+def start(name):
+    """Starts a server with TLS."""
+    environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
+    subprocess.run(SERVERS[name][0], check=True, env=environment, stdin=subprocess.DEVNULL,
+                   timeout=60)
+
+
 @contextlib.contextmanager
 def server(name):
     """The server, running until the block ends."""
-    command, pid_file = SERVERS[name]
-    environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
-    subprocess.run(command, check=True, env=environment, stdin=subprocess.DEVNULL, timeout=60)
+    pid_file = SERVERS[name][1]
+    start(name)
     wait_for(lambda: os.path.exists(RUNTIME + pid_file) and harness.answers(TLS_PORT), name)
     pid = harness.pid_of(RUNTIME + pid_file)
     try:
