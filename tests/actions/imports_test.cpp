@@ -6,6 +6,7 @@
 
 using recording::Answer;
 using recording::Compact;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::SystemError;
@@ -15,7 +16,6 @@ namespace {
 const char kStaged[] = "/tmp/mailvane.import";
 const char kDraft[] = "/tmp/mailvane.importxxxxxx";
 const char kUploaded[] = "/tmp/upload.1";
-const char kSuccess[] = R"({"success": true})";
 
 using Description = std::map<std::string, std::string>;
 

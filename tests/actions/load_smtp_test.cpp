@@ -20,9 +20,7 @@ protected:
     {
         Json::Value body = world.postfix.ToJson();
         body["smtp_relay_password"] = "";
-        const Json::Value more = ParseJson(members);
-        for (const std::string& name : more.getMemberNames()) body[name] = more[name];
-        return Answer(recording::Compact(body));
+        return Answer(recording::Compact(recording::With(body, members)));
     }
 };
 

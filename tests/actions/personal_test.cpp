@@ -4,6 +4,7 @@
 #include "tests/recording/action_test.h"
 
 using recording::Answer;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::PersonalData;
@@ -17,7 +18,6 @@ using SavePersonal = recording::ActionTest;
 using ReplyList = recording::ActionTest;
 using Report = recording::ActionTest;
 
-const char kSuccess[] = R"({"success": true})";
 const char kMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
 
 PersonalData Invalid(const char* errKey)

@@ -5,14 +5,15 @@
 
 using recording::Answer;
 using recording::Compact;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::Reply;
+using recording::With;
 
 namespace {
 
 const std::string kHomes = "HLIBCFileCheckKeyValue /etc/haldinfo.conf ";
-const char kSuccess[] = R"({"success": true})";
 
 class SaveSmtp : public recording::ActionTest {
 protected:
@@ -22,10 +23,7 @@ protected:
     /// Saves what is stored, with these members changed.
     Reply Save(const std::string& changes)
     {
-        Json::Value body = world.postfix.ToJson();
-        const Json::Value members = ParseJson(changes);
-        for (const std::string& name : members.getMemberNames()) body[name] = members[name];
-        return Write("save_smtp", Compact(body));
+        return Write("save_smtp", Compact(With(world.postfix.ToJson(), changes)));
     }
 
     std::string Stored() { return Compact(world.postfix.ToJson()); }
@@ -72,10 +70,7 @@ TEST_F(SaveSmtp, StoresEveryKnownMemberAndLeavesTheBodyAlone)
     body["acc_domain_name"] = "example.com";
     body["unknown"] = "ignored";
     body["win_domain_short_name"] = Json::Value();  // null counts as a member
-    Json::Value stored = world.postfix.ToJson();
-    for (const std::string& name : ParseJson(want).getMemberNames()) {
-        stored[name] = ParseJson(want)[name];
-    }
+    const Json::Value stored = With(world.postfix.ToJson(), want);
     EXPECT_EQ(Write("save_smtp", Compact(body)).output, Answer(kSuccess));
     EXPECT_EQ(Stored(), Compact(stored));
     body["action"] = "save_smtp";

@@ -8,6 +8,7 @@
 
 using recording::Answer;
 using recording::Compact;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::Reply;
@@ -18,7 +19,6 @@ const std::string kPrivate = "/var/packages/Mailvane/etc/dkim.key//dkim.private"
 const std::string kPublic = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
 const std::string kBegin = "-----BEGIN PUBLIC KEY-----";
 const std::string kEnd = "-----END PUBLIC KEY-----";
-const char kSuccess[] = R"({"success": true})";
 
 const std::string kMakeDirectory = "mkdir /var/packages/Mailvane/etc/dkim.key/ 0644";
 const std::string kMakePrivate = "GenerateRSAPrivateKey " + kPrivate + " 1024";
@@ -38,11 +38,8 @@ protected:
     /// All settings of both services, with these changed.
     Json::Value Stored(const std::string& changes = "{}")
     {
-        Json::Value settings = world.postfix.ToJson();
-        for (const Json::Value& more : {world.mailScanner.ToJson(), ParseJson(changes)}) {
-            for (const std::string& name : more.getMemberNames()) settings[name] = more[name];
-        }
-        return settings;
+        const std::string scanner = Compact(world.mailScanner.ToJson());
+        return recording::With(recording::With(world.postfix.ToJson(), scanner), changes);
     }
 
     /// Saves what is stored, with these members changed.
