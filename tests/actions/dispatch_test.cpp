@@ -5,15 +5,15 @@
 #include <stdexcept>
 
 #include "frame/entry.h"
+#include "frame/mailvane_handler.h"
 #include "tests/recording/action_test.h"
+#include "tests/recording/output_capture.h"
 
 using recording::Lines;
 using recording::ParseJson;
 using recording::Reply;
 
 namespace {
-
-const char kSameAccount[] = R"({"account_type": "local", "acc_domain_name": "example.com"})";
 
 class Dispatch : public recording::ActionTest {
 protected:
@@ -115,17 +115,6 @@ TEST_F(Dispatch, KnowsWriteActionsByTheirExactNames)
     }
 }
 
-TEST_F(Dispatch, RunsTheActionOfEachTable)
-{
-    EXPECT_EQ(Read("load_smtp").status, 0);
-    EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
-    NextCase();
-
-    world.request.parameters["action"] = "load_smtp";
-    EXPECT_EQ(Write("save_smtp", kSameAccount).status, 0);
-    EXPECT_NE(world.Calls().find("SaveSettings"), std::string::npos);
-}
-
 TEST_F(Dispatch, NeverLooksAnUploadUpByName)
 {
     world.journalAll = true;
@@ -178,6 +167,13 @@ TEST_F(Dispatch, OnlyLogsWhatTheDestructorThrows)
     EXPECT_EQ(reply.status, 0);
     EXPECT_EQ(reply.output, recording::SystemError());
     world.ExpectLog("late");
+}
+
+TEST_F(Dispatch, CanRefuseADemonstration)
+{
+    const recording::OutputCapture capture;
+    MailvaneHandler().SendDemoRefusal();
+    EXPECT_EQ(capture.Bytes(), recording::Refusal("common", "error_demo"));
 }
 
 TEST_F(Dispatch, LetsThroughWhatIsNoStandardException)

@@ -130,19 +130,3 @@ TEST_F(LoadSmtp, MasksThePasswordInTheFailingAnswerToo)
                              "acc_items": [{"type": "local", "name": ""}]})"));
     EXPECT_EQ(world.Calls().find("HALDLDAPIsBinded"), std::string::npos);
 }
-
-TEST_F(LoadSmtp, EndsWithoutAnAnswerForASettingItCannotConvert)
-{
-    world.postfix.AddRaw("odd", Key<double>("odd"), Value<int>(1));
-    Reply reply = Read("load_smtp");
-    EXPECT_EQ(reply.status, 255);
-    EXPECT_EQ(reply.output, "");
-    world.ExpectLog("key type not support");
-    NextCase();
-
-    world.postfix.AddRaw("odd", Key<int>("odd"), Value<bool>(true));
-    reply = Read("load_smtp");
-    EXPECT_EQ(reply.status, 255);
-    EXPECT_EQ(reply.output, "");
-    EXPECT_NE(world.TakeLog().find("bad_any_cast"), std::string::npos);
-}

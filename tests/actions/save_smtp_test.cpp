@@ -233,20 +233,3 @@ TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
     EXPECT_EQ(Save(R"({"smtp_port": 26})").output, recording::SystemError());
     EXPECT_EQ(Stored(), before);
 }
-
-TEST_F(SaveSmtp, EndsWithoutAnAnswerForAMemberItCannotConvert)
-{
-    for (const char* change :
-         {R"({"smtp_port": "25"})", R"({"smtp_enabled": "true"})", R"({"smtp_hostname": {}})",
-          R"({"account_type": []})", R"({"smtp_auth_required": "no"})"}) {
-        SCOPED_TRACE(change);
-        const std::string before = Stored();
-        const Reply reply = Save(change);
-        EXPECT_EQ(reply.status, 255);
-        EXPECT_EQ(reply.output, "");
-        EXPECT_NE(world.TakeLog(), "");
-        EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
-        EXPECT_EQ(Stored(), before);
-        NextCase();
-    }
-}
