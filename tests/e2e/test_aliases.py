@@ -149,38 +149,16 @@ class Aliases(Pages):
         with self.assertRaises(smtplib.SMTPException):
             send("sales@" + DOMAIN, ["bob@" + DOMAIN], "left", port=587, login="alice")
 
-    def test_names_that_are_refused_change_nothing(self):
+    def test_what_is_refused_changes_nothing(self):
         self.make("team", member("bob"))
-        bad = ("a b", "x\ny", '"; drop', "\u00e4", "a" * 300, "a:b", "a,b", "<b>", "#a", "a@b", "TEAM")
-        for name in bad:
-            with self.subTest(name):
-                self.assert_refused("apply_alias_info", aliasname=name, orgalias="",
-                                    member=[member("bob")])
-                self.assert_refused("apply_alias_info", aliasname=name + "!", orgalias="team",
-                                    member=[member("bob")])
-        for name, kind in (("a b", USER), ("\u00e4", USER), ("x\ny", GROUP), ("none", ALIAS),
-                           ("none", OUTSIDE), ("none", 4)):
-            self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
-                                member=[member("alice"), member(name, kind)])
-        self.assert_refused("apply_alias_info", aliasname="new", orgalias="none",
-                            member=[member("bob")])
+        for name, before, entry in (("a b", "", member("bob")), ("a b", "team", member("bob")),
+                                    ("TEAM", "", member("bob")), ("new", "none", member("bob")),
+                                    ("team", "team", member("x\ny", GROUP)),
+                                    ("team", "team", member("none", ALIAS))):
+            with self.subTest(name, before=before):
+                self.assert_refused("apply_alias_info", aliasname=name, orgalias=before,
+                                    member=[member("alice"), entry])
         self.assertEqual(self.listed()["items"], [{"alias_name": "team", "alias_member": "bob"}])
-
-    def test_the_list_is_searched_and_paged(self):
-        self.assertEqual(self.listed(), {"success": True, "total": 0, "items": []})
-        for name in ("red", "green", "blue"):
-            self.make(name, member("bob"), member("makers", GROUP))
-        names = lambda parameters: [item["alias_name"] for item in self.listed(parameters)["items"]]
-        self.assertEqual(names("&start=2&limit=2"), ["blue"])
-        self.assertEqual(names("&start=3&limit=2"), [])
-        self.assertEqual(names("&query=RE&limit=9"), ["red", "green"])
-        self.assertEqual(self.listed("")["total"], 3)
-        self.assertEqual(self.listed("&limit=1")["items"][0]["alias_member"],
-                         "bob, <font color=#115ba6>makers</font>")
-        download = read("export_alias")
-        self.assertEqual(download.body.decode(), "".join(
-            name + ": bob, %makers\n" for name in ("red", "green", "blue")))
-        self.assertIn('filename="aliases"', download.headers["Content-Disposition"])
 
     def test_large_aliases(self):
         with open("/etc/passwd", "a", encoding="ascii") as file:

@@ -71,15 +71,6 @@ class SelfCheck(harness.Story):
         self.assert_saved(smtp_hostname="nowhere.test")
         self.assert_not_ok(dns_address="WARNING", dns_reverse="WARNING", dns_mx="WARNING")
 
-    def test_listeners_with_tls(self):
-        self.assert_saved(smtp_ssl_enabled=True)
-        pop3s = {"action": "save_imap_pop3", "pop3s_enabled": True}
-        self.assertTrue(post(pop3s).json()["success"])
-        try:
-            self.assert_not_ok(smtps_port="OK", pop3s_port="OK")
-        finally:
-            post({**pop3s, "pop3s_enabled": False})
-
     def test_a_server_that_does_not_run(self):
         self.assertEqual(harness.control("dovecot", "stop"), 0)
         try:
