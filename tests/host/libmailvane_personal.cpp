@@ -4,7 +4,7 @@
 #include "host/libmailvane/personal_script.h"
 #include "host/libmailvane/personal_settings.h"
 #include "platform/mailvane/personal.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 

@@ -74,6 +74,7 @@ TEST(SettingsTable, RefusesWhatWouldBreakAGeneratedFile)
         {"smtp_relay_server", "[192.0.2.1]", true},
         {"smtp_relay_server", "2001:db8::1", true},
         {"smtp_relay_server", "relay.example.net, evil", false},
+        {"smtp_relay_account", "a:b", false},
         {"smtp_relay_password", "p\xc3\xa4ss w\"ord\\", true},
         {"smtp_relay_password", "two\nlines", false},
         {"smtp_relay_password", "\xff\xfe", false},

@@ -4,39 +4,46 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
 
-class HaldMachine : public ::testing::Test {
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+
+class Machine : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 
-    /// Writes a file of the machine, `path` as seen on it, and makes its directories.
-    static void Put(const std::string& path, const std::string& text, mode_t mode = 0644);
+    // Paths are those that the machine has, or the real ones of its files.
 
-    /// The bytes of a file of the machine; "(none)" when there is none.
-    static std::string Text(const std::string& path);
+    /// Writes a file and makes its directories.
+    static void Write(const std::string& path, const std::string& text, mode_t mode = 0644);
 
-    /// The names in a directory of the machine, sorted, separated by blanks.
+    /// The bytes of a file; "(none)" when there is none.
+    static std::string Contents(const std::string& path);
+
+    /// The names in a directory, sorted, separated by blanks.
     static std::string Names(const std::string& directory);
 
-    /// Mode bits of a file of the machine.
+    /// Mode bits of a file.
     static mode_t Mode(const std::string& path);
+
+    /// A name, free for this machine alone, that lies on the disk.
+    std::string OtherFileSystem() const;
 
     /// All lines logged by this process since the test began.
     static const std::vector<std::string>& Logged();
     static bool WasLogged(const std::string& part);
 
-    const std::string& Root() const { return root_; }
-
-private:
-    std::string root_;
+    std::string root;
 };
 
 /// Forks a child that does `work` and exits with its result.
 pid_t InChild(const std::function<int()>& work);
 
-/// Waits for a child (-1: the next one); its exit status, -1 when a signal ended it.
+/// Waits for a child (-1: the next one); its exit status, minus the signal that ended it.
 int StatusOf(pid_t child);
