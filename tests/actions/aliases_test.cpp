@@ -115,11 +115,13 @@ alias_del {"alias": ["sales", "none"]} | Alias::load > Alias::delAlias [sales, n
 )");
     EXPECT_EQ(Read("load_extaddr").output, Answer(kFailure)) << "no such alias";
     world.ExpectLog("Fail to load member");
+    NextCase();
+
     for (const char* before : {"", "empty"}) {
         const std::string body = R"({"aliasname": "sales", "orgalias": ")";
         EXPECT_EQ(Write("apply_alias_info", body + before + "\"}").output,
                   recording::Refusal("error", "alias_conflict"));
-        EXPECT_EQ(world.aliases[0].first + world.aliases[2].first, "salesempty");
+        EXPECT_EQ(world.Calls(), Lines({"Alias::load"}));
         NextCase();
     }
 }

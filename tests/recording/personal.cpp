@@ -243,31 +243,26 @@ int Reporter::SaveSetting()
 
 bool Reporter::IsEnabled() const
 {
-    Thrown(recording::Detail("Reporter::IsEnabled"));
     return state_->data.enabled;
 }
 
 std::string Reporter::GetRcpt() const
 {
-    Thrown(recording::Detail("Reporter::GetRcpt"));
     return state_->data.rcpt;
 }
 
 Reporter::Sender Reporter::GetSender() const
 {
-    Thrown(recording::Detail("Reporter::GetSender"));
     return state_->data.sender;
 }
 
 Reporter::Time Reporter::GetReportTime() const
 {
-    Thrown(recording::Detail("Reporter::GetReportTime"));
     return state_->data.time;
 }
 
 Reporter::SMTP Reporter::GetSMTP() const
 {
-    Thrown(recording::Detail("Reporter::GetSMTP"));
     return state_->data.smtp;
 }
 

@@ -79,8 +79,9 @@ struct ReportData {
     Reporter::SMTP smtp;
 };
 
-/// What the machine holds: the program reads it through the platform, and what it stores arrives
-/// here. Lists are given out whole; paging and searching are noted in the journal.
+/// What the machine holds: the program reads it through the platform, and settings and files that
+/// it stores arrive here. Lists are given out whole; their changes, paging and searching are noted
+/// in the journal.
 struct Machine {
     Settings postfix = DefaultPostfix();
     Settings imapPop3 = DefaultImapPop3();
