@@ -1,6 +1,5 @@
 // The request lock among real processes.
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,17 +58,12 @@ protected:
     {
         const std::string output = root + "/output";
         const std::string variable = std::string(host::kLockVariable) + "=9";
-        std::string tool = LIBHALD_TOOL;
-        std::string argument = root;
-        char* const arguments[] = {tool.data(), argument.data(), nullptr};
-        char* const environment[] = {const_cast<char*>(variable.c_str()), nullptr};
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, descriptor, 9);
-        posix_spawn_file_actions_addopen(&files, 1, output.c_str(), O_WRONLY | O_CREAT, 0600);
-        pid_t child = -1;
-        EXPECT_EQ(0, posix_spawn(&child, tool.c_str(), &files, nullptr, arguments, environment));
-        posix_spawn_file_actions_destroy(&files);
+        const pid_t child = InChild([&] {
+            dup2(descriptor, 9);
+            dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), 1);
+            const char* const environment[] = {variable.c_str(), nullptr};
+            return execle(LIBHALD_TOOL, LIBHALD_TOOL, root.c_str(), nullptr, environment);
+        });
         EXPECT_EQ(0, StatusOf(child));
         return Contents(output);
     }
