@@ -87,30 +87,24 @@ TEST_F(Dispatch, KnowsReadActionsByTheirExactNames)
 
 TEST_F(Dispatch, KnowsWriteActionsByTheirExactNames)
 {
-    const struct {
-        const char* body;
-        const char* message;
-    } rows[] = {
-        {R"({})", "invalid action: "},
-        {R"({"action": ""})", "invalid action: "},
-        {R"({"action": null})", "invalid action: "},
-        {R"({"action": 5})", "invalid action: 5"},
-        {R"({"action": "load_smtp"})", "invalid action: load_smtp"},
-        {R"({"action": "save_smtp "})", "invalid action: save_smtp "},
-        {R"({"action": "save_smtp\u0000"})", "invalid action: save_smtp"},
-        {R"({"action": "SAVE_SMTP"})", "invalid action: SAVE_SMTP"},
-        {R"(null)", "invalid action: "},
+    const std::pair<const char*, const char*> rows[] = {
+        {"{}", ""},
+        {R"({"action": ""})", ""},
+        {R"({"action": null})", ""},
+        {R"({"action": 5})", "5"},
+        {R"({"action": "load_smtp"})", "load_smtp"},
+        {R"({"action": "save_smtp "})", "save_smtp "},
+        {R"({"action": "save_smtp\u0000"})", "save_smtp"},
+        {R"({"action": "SAVE_SMTP"})", "SAVE_SMTP"},
+        {"null", ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.body);
+    for (const auto& [body, action] : rows) {
+        SCOPED_TRACE(body);
         world.request.parameters["action"] = "load_smtp";  // a body is what decides
-        SendBody(row.body);
-        const Reply reply = Run();
-        EXPECT_EQ(reply.status, 255);
-        EXPECT_EQ(reply.output, "");
-        world.ExpectLog(row.message);
+        SendBody(body);
+        Dies(std::string("invalid action: ") + action);
         EXPECT_EQ(world.Calls(), "");
-        EXPECT_EQ(*world.request.body, ParseJson(row.body));
+        EXPECT_EQ(*world.request.body, ParseJson(body));
         NextCase();
     }
 }

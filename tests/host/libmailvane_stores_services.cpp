@@ -21,19 +21,6 @@ protected:
     std::string Ran() const { return Contents(root + "/ran"); }
 };
 
-TEST_F(Services, RunTheirOwnScriptWithTheVerb)
-{
-    for (const char* name : {"postfix.sh", "dovecot.sh", "mailscanner.sh", "antivirus.sh"}) {
-        Install(name, 0);
-    }
-    EXPECT_EQ(0, Postfix::Service("start"));
-    EXPECT_EQ(0, ImapPop3::Service("stop"));
-    EXPECT_EQ(0, MailScanner::Service("restart"));
-    EXPECT_EQ(0, MailScanner::AntiVirusService("stop"));
-    EXPECT_EQ("postfix.sh start\ndovecot.sh stop\nmailscanner.sh restart\nantivirus.sh stop\n",
-              Ran());
-}
-
 TEST_F(Services, FailWithTheScriptAndRefuseOtherVerbs)
 {
     Install("postfix.sh", 3);
