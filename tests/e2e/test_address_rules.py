@@ -6,6 +6,7 @@ import unittest
 import harness
 import nameserver
 from harness import DOMAIN, SystemLog, control, delivered, mails, post, read, send
+from machine import QUEUE, say_recipient
 from pages import Pages
 
 ALICE, BOB, CAROL = (user + "@" + DOMAIN for user in ("alice", "bob", "carol"))
@@ -34,15 +35,9 @@ def ask(action, **members):
     return post(body.encode("utf-8", "surrogateescape")).json()
 
 
-def say(sender="x@elsewhere.test", recipient=BOB, source=STRANGER):
+def say(recipient=BOB, **client):
     """What the mail server answers to a recipient."""
-    with smtplib.SMTP("127.0.0.1", 25, local_hostname="c.test", timeout=20,
-                      source_address=(source, 0)) as client:
-        client.ehlo()
-        client.command_encoding = "utf-8"
-        client.mail(sender, [] if sender.isascii() else ["SMTPUTF8"])
-        code, text = client.rcpt(recipient)
-        return "%d %s" % (code, text.decode())
+    return say_recipient(recipient, **client)
 
 
 class Access(Pages):
@@ -152,8 +147,7 @@ class Access(Pages):
             delivered("bob", subject)
         self.assertEqual(mails("bob", "spam") + mails("bob", "to the alias") +
                          mails("carol", "to two"), [])
-        self.assertEqual(harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION,
-                                     "-j").strip(), "")
+        self.assertEqual(harness.run(*QUEUE, "-j").strip(), "")
 
     def test_pages_search_edit_and_export(self):
         for number in range(7):

@@ -8,6 +8,7 @@ import unittest
 import harness
 import nameserver
 from harness import DOMAIN, ETC, answers, delivered, post, read, send
+from machine import QUEUE
 from pages import Pages
 from relay_host import RelayHost
 
@@ -89,23 +90,6 @@ class Mailboxes(Pages):
                 if want == "a NO":
                     self.assertIn("connections", said)
 
-    def test_another_groupware_package(self):
-        other = "/var/packages/Zarafa"
-        os.makedirs(other)
-        with open(other + "/enabled", "w", encoding="ascii"):
-            pass
-        self.addCleanup(harness.run, "/bin/rm", "-r", other)
-        answer = self.change("save_imap_pop3", pop3_enabled=True)
-        self.assertFalse({"dovecot_alive", "conflict_ports"} & answer.keys(), answer)
-
-        self.assertEqual(harness.control("dovecot", "stop"), 0)
-        with harness.listener(143):
-            page = read("load_imap_pop3").json()
-            self.assertEqual((page["success"], page["dovecot_alive"], page["conflict_ports"]),
-                             (True, False, "110, 143"))
-            self.assert_refused("save_imap_pop3", pop3_enabled=False)
-
-
 class SwitchedOff(Pages):
     def test_stays_off_through_saves_of_other_pages(self):
         self.assert_saved(smtp_enabled=False)
@@ -143,11 +127,7 @@ class Relay(Pages):
         return harness.wait_for(lambda: self.host.has(subject), subject)[0]
 
     def deferred(self, reason):
-        queue = ("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-p")
-        harness.wait_for(lambda: reason in harness.run(*queue), reason)
-
-    def flush(self):
-        harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-f")
+        harness.wait_for(lambda: reason in harness.run(*QUEUE, "-p"), reason)
 
     def test_mail_leaves_with_the_login(self):
         self.change("save_relay", **self.page)
@@ -163,7 +143,7 @@ class Relay(Pages):
         self.deferred("535 5.7.8 wrong login")
         self.assertFalse(self.host.mails)
         self.change("save_relay", **self.page)
-        self.flush()
+        harness.run(*QUEUE, "-f")
         self.relayed("waits")
 
     def test_a_host_without_tls(self):
@@ -172,7 +152,7 @@ class Relay(Pages):
         self.send_out("in the clear")
         self.deferred("TLS is required")
         self.change("save_relay", smtp_relay_tls=False)
-        self.flush()
+        harness.run(*QUEUE, "-f")
         self.assertFalse(self.relayed("in the clear"), "as allowed")
 
     def test_the_password_is_nowhere_to_be_seen(self):

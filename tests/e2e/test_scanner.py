@@ -13,6 +13,7 @@ import zipfile
 
 import harness
 from harness import DOMAIN, ETC, TARGET, control, post, read, run, wait_for
+from machine import in_place_of, write
 
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
@@ -104,8 +105,7 @@ def set_signatures(present):
     for name in os.listdir(SIGNATURES):
         os.unlink(os.path.join(SIGNATURES, name))
     if present:
-        with open(SIGNATURES + "/local.ndb", "w", encoding="ascii") as file:
-            file.write(SIGNATURE)
+        write(SIGNATURES + "/local.ndb", SIGNATURE)
 
 
 def render():
@@ -132,8 +132,7 @@ class Scanner(harness.Story):
 
 class Switches(Scanner):
     def test_each_switch_alone_and_all_off_again(self):
-        with open(POSTFIX_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("header_checks = pcre:{{/^Subject: held back/ HOLD}}\n")
+        write(POSTFIX_FRAGMENT, "header_checks = pcre:{{/^Subject: held back/ HOLD}}\n")
         self.secure()
         self.assert_codes()
         self.secure(spam_enable=True)
@@ -201,8 +200,7 @@ class Spam(Scanner):
     def test_refused_attachment_types_are_read(self):
         self.addCleanup(render)
         self.addCleanup(os.unlink, ETC + "/attachment_types")
-        with open(ETC + "/attachment_types", "w", encoding="ascii") as file:
-            file.write("exe\n(.*\n")
+        write(ETC + "/attachment_types", "exe\n(.*\n")
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=554, archive=554)
 
@@ -289,8 +287,7 @@ class Signatures(Scanner):
     """The world has no network, and in this part no signatures."""
 
     def tearDown(self):
-        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("MaxAttempts 1\n")
+        write(UPDATER_FRAGMENT, "MaxAttempts 1\n")
         render()
 
     def update(self):
@@ -306,12 +303,10 @@ class Signatures(Scanner):
         self.assertIn(status(), ("fresh_clam", "service_starting", "error"))
         self.assertEqual(finished(), "error")
 
-        with open("/srv/extra.ndb", "w", encoding="ascii") as file:
-            file.write(SIGNATURE)
-        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("".join("ExcludeDatabase %s\n" % name
-                               for name in ("main", "daily", "bytecode")) +
-                       "DatabaseCustomURL file:///srv/extra.ndb\n")
+        write("/srv/extra.ndb", SIGNATURE)
+        write(UPDATER_FRAGMENT, "".join("ExcludeDatabase %s\n" % name
+                                        for name in ("main", "daily", "bytecode")) +
+              "DatabaseCustomURL file:///srv/extra.ndb\n")
         render()
         self.assertEqual(self.update().wait(30), 0)
         self.assertEqual(finished(), "done")
@@ -321,12 +316,7 @@ class Signatures(Scanner):
     def test_an_update_that_hangs_is_seen_and_can_be_ended(self):
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")
-        with open(FRESHCLAM + ".slow", "w", encoding="ascii") as file:
-            file.write("#!/bin/sh\nexec sleep 300\n")
-        os.chmod(FRESHCLAM + ".slow", 0o755)
-        os.rename(FRESHCLAM, FRESHCLAM + ".real")
-        os.rename(FRESHCLAM + ".slow", FRESHCLAM)
-        self.addCleanup(os.rename, FRESHCLAM + ".real", FRESHCLAM)
+        self.enterContext(in_place_of(FRESHCLAM, "exec sleep 300\n"))
         first = self.update()
         wait_for(lambda: status() == "fresh_clam", "the update")
         self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), first.pid)
@@ -346,8 +336,7 @@ class Signatures(Scanner):
 
 
 def setUpModule():
-    with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-        file.write("MaxAttempts 1\n")
+    write(UPDATER_FRAGMENT, "MaxAttempts 1\n")
     render()
 
 
