@@ -42,9 +42,7 @@ TEST_F(LoadSmtp, AnswersEverySettingAndMasksThePassword)
 
 TEST_F(LoadSmtp, FailsWhenTheSettingsCannotBeLoaded)
 {
-    world.Fail("Postfix::LoadSettings");
-    EXPECT_EQ(Read("load_smtp").output, recording::SystemError());
-    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings"}));
+    ExpectFailures("load_smtp | Postfix::LoadSettings | system");
 }
 
 TEST_F(LoadSmtp, AsksForTheHomesOfTheStoredAccountType)

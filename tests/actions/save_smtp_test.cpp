@@ -215,10 +215,7 @@ TEST_F(SaveSmtp, NamesTheFirstPortInConflictAndSavesNothing)
 
 TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
 {
-    world.Fail("Postfix::LoadSettings");
-    EXPECT_EQ(Save("{}").output, recording::SystemError());
-    EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings"}));
-    NextCase();
+    ExpectFailures("save_smtp | Postfix::LoadSettings | system");
 
     const std::string before = Stored();
     world.Fail("Spam::GenerateBlackWhite");

@@ -1,21 +1,14 @@
 // The recording platform itself: what it must not let pass.
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <syslog.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 
 #include "platform/hlib/string_list.h"
-#include "platform/mailvane/access.h"
 #include "platform/web/server_form_handler.h"
 #include "tests/recording/action_test.h"
 
-using recording::Lines;
 using recording::TheWorld;
 
 namespace {
