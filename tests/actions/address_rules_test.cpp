@@ -7,40 +7,15 @@
 #include "tests/recording/action_test.h"
 
 using recording::Answer;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::Refusal;
-using recording::SystemError;
 
 namespace {
 
-const char kSuccess[] = R"({"success": true})";
-const char kFailure[] = R"({"success": false})";
-
-/// A request whose call number `failing` (from 0) of the expected ones fails, and its answer then.
-struct Failure {
-    const char* action;
-    const char* body;
-    std::vector<std::string> calls;
-    std::string answer;
-    const char* log;
-};
-
 class AddressRules : public recording::ActionTest {
 protected:
-    /// Each row: the last of its calls fails, nothing is called after it.
-    void ExpectFailures(const std::vector<Failure>& rows)
-    {
-        for (const Failure& row : rows) {
-            SCOPED_TRACE(std::string(row.action) + ": " + row.calls.back());
-            world.Fail(row.calls.back());
-            EXPECT_EQ(Write(row.action, row.body).output, row.answer);
-            EXPECT_EQ(world.Calls(), Lines(row.calls));
-            if (*row.log != '\0') world.ExpectLog(row.log);
-            NextCase();
-        }
-    }
-
     void Prepare() override
     {
         world.users.resize(1);
@@ -101,11 +76,6 @@ TEST_F(AddressRules, AccessListsArePagedBySearchAndCountedFirst)
                    {{"start", "-3"}, {"limit", "7x"}, {"search_type", "name"}, {"search_key", "k"}})
                   .output,
               Answer(R"({"success": true, "total": 9, "items": []})"));
-    NextCase();
-
-    world.Fail("Access::getInstance");
-    EXPECT_EQ(Read("load_access").output, Answer(kFailure));
-    world.ExpectLog("load fail");
 }
 
 TEST_F(AddressRules, AnEditIsADeletionAndAnAddition)
@@ -127,41 +97,31 @@ TEST_F(AddressRules, AnEditIsADeletionAndAnAddition)
 
 TEST_F(AddressRules, TheFirstFailureEndsAChange)
 {
-    const std::string access = "Access::getInstance";
-    const std::string bcc = "BCC::getInstance";
-    const std::string gone = "Access::deleteAccess [\"\" 0 0 0]";
-    const std::string added = "Access::addAccess 0 0 \"\" 3";
-    const char* copy = R"({"bccTo": "x@y"})";
-    ExpectFailures({
-        {"add_access", "{}", {access}, Answer(kFailure), "load fail"},
-        {"add_access", "{}", {access, added}, Answer(kFailure), "add access fail"},
-        {"edit_access", "{}", {access}, Answer(kFailure), "load fail"},
-        {"edit_access", "{}", {access, gone}, Answer(kFailure), "delete access fail"},
-        {"edit_access", "{}", {access, gone, added}, Answer(kFailure), "add access fail"},
-        {"delete_access", "{}", {access}, Answer(kFailure), "load fail"},
-        {"delete_access", "{}", {access, "Access::deleteAccess []"}, Answer(kSuccess), ""},
-        {"add_bcc", copy, {bcc}, SystemError(), ""},
-        {"add_bcc", copy, {bcc, "BCC::addBCC 0 \"\" x@y"}, SystemError(), ""},
-        {"edit_bcc", copy, {bcc}, SystemError(), "load fail"},
-        {"edit_bcc", copy, {bcc, "BCC::deleteBCC [\"\" \"\" 0]"}, SystemError(), "delete bcc fail"},
-        {"edit_bcc",
-         copy,
-         {bcc, "BCC::deleteBCC [\"\" \"\" 0]", "BCC::addBCC 0 \"\" x@y"},
-         SystemError(),
-         "add bcc fail"},
-        {"delete_bcc", "{}", {bcc}, Answer(kFailure), "load fail"},
-        {"delete_bcc",
-         R"({"deleteList": [{"type": 2, "name": "n", "bccTo": "b"}]})",
-         {bcc, "BCC::deleteBCC [n b 2]"},
-         SystemError(),
-         ""},
-        {"set_attachment_filter",
-         R"({"add_list": ["a"], "modified_list": []})",
-         {"AttachmentFilter::Add [a]"},
-         SystemError(),
-         ""},
-        {"set_attachment_filter", "{}", {"AttachmentFilter::GenerateConfig"}, SystemError(), ""},
-    });
+    ExpectFailures(R"(
+load_access | Access::getInstance | failure | load fail
+add_access | Access::getInstance | failure | load fail
+add_access | Access::getInstance > Access::addAccess 0 0 "" 3 | failure | add access fail
+edit_access | Access::getInstance | failure | load fail
+edit_access | Access::getInstance > Access::deleteAccess ["" 0 0 0] | failure | delete access fail
+edit_access {"permission": "OK"} | Access::getInstance > Access::deleteAccess ["" 0 0 0]
+  > Access::addAccess 0 0 "" 0 | failure | add access fail
+delete_access | Access::getInstance | failure | load fail
+delete_access | Access::getInstance > Access::deleteAccess [] | {"success": true}
+add_bcc {"bccTo": "x@y"} | BCC::getInstance | system
+add_bcc {"bccTo": "x@y"} | BCC::getInstance > BCC::addBCC 0 "" x@y | system
+edit_bcc {"bccTo": "x@y"} | BCC::getInstance | system | load fail
+edit_bcc {"bccTo": "x@y"} | BCC::getInstance > BCC::deleteBCC ["" "" 0] | system | delete bcc fail
+edit_bcc {"bccTo": "x@y"} | BCC::getInstance > BCC::deleteBCC ["" "" 0]
+  > BCC::addBCC 0 "" x@y | system | add bcc fail
+load_bcc | BCC::getInstance | failure
+delete_bcc | BCC::getInstance | failure | load fail
+delete_bcc {"deleteList": [{"type": 2, "name": "n", "bccTo": "b"}]}
+  | BCC::getInstance > BCC::deleteBCC [n b 2] | system
+set_attachment_filter {"add_list": ["a"], "modified_list": []} | AttachmentFilter::Add [a] | system
+set_attachment_filter | AttachmentFilter::GenerateConfig | system
+load_attachment_filter | AttachmentFilter::GetList "" | system
+load_sender_quota | SenderQuota::GetSettingList 0 50 | system
+)");
 }
 
 TEST_F(AddressRules, ATargetOfCopiesThatIsNobodyIsRefusedBeforeAnythingChanges)
@@ -229,8 +189,6 @@ TEST_F(AddressRules, TheCopyOfAllMailIsRowZeroOfTheList)
         NextCase();
     }
     EXPECT_EQ(Read("load_bcc").output, Answer(R"({"success": true, "total": 0, "items": []})"));
-    world.Fail("BCC::getInstance");
-    EXPECT_EQ(Read("load_bcc").output, Answer(kFailure));
 }
 
 TEST_F(AddressRules, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
@@ -240,16 +198,16 @@ TEST_F(AddressRules, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
     const std::string set = "SenderQuota::Set ann 4294967295";
     const std::string generate = "SenderQuota::GenerateConfig";
     const std::string gone = "SenderQuota::DeleteList [ann, b]";
-    const char* body = R"({"sasl_sender": "ann", "quota": -1})";
     const char* list = R"({"delete_list": ["ann", "b"]})";
-    ExpectFailures({
-        {"set_sender_quota", body, {load, load, user}, Refusal("user", "no_such_user"), ""},
-        {"set_sender_quota", body, {load, load, user, set}, SystemError(), ""},
-        {"set_sender_quota", body, {load, load, user, set, generate}, SystemError(), ""},
-        {"delete_sender_quota", list, {load}, SystemError(), ""},
-        {"delete_sender_quota", list, {load, gone}, SystemError(), ""},
-        {"delete_sender_quota", list, {load, gone, generate}, SystemError(), ""},
-    });
+    const std::string body = R"(set_sender_quota {"sasl_sender": "ann", "quota": -1} | )" + load +
+                             " > " + load + " > " + user;
+    const std::string deletion = std::string("delete_sender_quota ") + list + " | " + load;
+    ExpectFailures(body + " | user/no_such_user");
+    ExpectFailures(body + " > " + set + " | system");
+    ExpectFailures(body + " > " + set + " > " + generate + " | system");
+    ExpectFailures(deletion + " | system");
+    ExpectFailures(deletion + " > " + gone + " | system");
+    ExpectFailures(deletion + " > " + gone + " > " + generate + " | system");
 
     world.postfix.Set(ParseJson(R"({"reject_sasl_sender_rate_exceed": true})"));
     world.Fail("SenderQuota::DeleteList");
@@ -261,6 +219,7 @@ TEST_F(AddressRules, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
               Lines({load, load, user, "SenderQuota::DeleteList [\"\"]", set, generate,
                      "Postfix::Service restart",
                      "HLIBCExec /var/packages/Mailvane/target/scripts/memcached.sh restart"}));
+    world.quotas = {{"ann", 4294967295U}};
     EXPECT_EQ(Read("load_sender_quota", {{"start", "-1"}}).output,
               Answer(R"({"success": true, "total": 1,
                          "settings": [{"sasl_sender": "ann", "quota": 4294967295}]})"));
@@ -268,10 +227,6 @@ TEST_F(AddressRules, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
 
     EXPECT_EQ(Write("delete_sender_quota", list).output, Answer(kSuccess));
     EXPECT_EQ(world.Calls(), Lines({load, gone, generate, "Postfix::Service restart"}));
-    NextCase();
-
-    world.Fail("SenderQuota::GetSettingList 0 50");
-    EXPECT_EQ(Read("load_sender_quota").output, SystemError());
 }
 
 TEST_F(AddressRules, AttachmentTypesAreRemovedBeforeOthersAreAddedAndListedInOrder)
@@ -286,15 +241,11 @@ TEST_F(AddressRules, AttachmentTypesAreRemovedBeforeOthersAreAddedAndListedInOrd
               Lines({"AttachmentFilter::Delete [b]", "AttachmentFilter::Add [b]",
                      "AttachmentFilter::GenerateConfig", "Postfix::Service restart"}));
     EXPECT_EQ(Read("load_attachment_filter", {{"query", "q"}}).output,
-              Answer(R"({"success": true, "total": 4, "file_types": [{"file_type": "Doc"},
-                         {"file_type": "b"}, {"file_type": "exe"}, {"file_type": "zip"}]})"));
+              Answer(R"({"success": true, "total": 3, "file_types": [{"file_type": "Doc"},
+                         {"file_type": "exe"}, {"file_type": "zip"}]})"));
     NextCase();
 
     EXPECT_EQ(Write("set_attachment_filter").output, Answer(kSuccess));
     EXPECT_EQ(world.Calls(),
               Lines({"AttachmentFilter::GenerateConfig", "Postfix::Service restart"}));
-    NextCase();
-
-    world.Fail("AttachmentFilter::GetList");
-    EXPECT_EQ(Read("load_attachment_filter").output, SystemError());
 }

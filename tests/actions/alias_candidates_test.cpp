@@ -12,8 +12,6 @@ namespace {
 
 using Parameters = std::map<std::string, std::string>;
 
-const char kFailure[] = R"({"success": false})";
-
 class Candidates : public recording::ActionTest {
 protected:
     void Prepare() override
@@ -161,42 +159,32 @@ TEST_F(Candidates, OfUnknownStatusAreListedAllTheSame)
 TEST_F(Candidates, FailWithoutAMessage)
 {
     const struct {
-        const char *failing, *filter;
-        int nth;
-        std::vector<std::string> log;
+        const char *failing, *filter, *log;
+        int nth = 1;
     } rows[] = {
-        {"HLIBCSzListAlloc", "", 1, {"Out of memory"}},
-        {"Postfix::LoadSettings", "", 1, {"Fail to enumerate members"}},
-        {"HLIBCSzListAlloc", "", 2, {"Out of memory", "Fail to enumerate members"}},
-        {"HLIBUserEnum", "", 1, {"Fail to enumerate local users", "Fail to enumerate members"}},
-        {"HLIBGroupEnum",
-         "localgrp",
-         1,
-         {"Fail to enumerate local groups", "Fail to enumerate members"}},
-        {"Alias::load",
-         "alias",
-         1,
-         {"Fail to load alias info", "Fail to enumerate alias", "Fail to enumerate members"}},
-        {"HLIBCSzListPush team",
-         "alias",
-         1,
-         {"HLIBCSzListPush error. halderr=0x00AB", "Fail to enumerate alias",
-          "Fail to enumerate members"}},
-        {"HLIBCSzHashAlloc", "", 1, {"Out of memory"}},
-        {"Alias::load", "", 1, {"Fail to load alias info", "Fail to load members"}},
-        {"Alias::loadMember sales", "", 1, {"Fail to load member", "Fail to load members"}},
+        {"HLIBCSzListAlloc", "", "Out of memory"},
+        {"Postfix::LoadSettings", "", "Fail to enumerate members"},
+        {"HLIBCSzListAlloc", "", "Out of memory; Fail to enumerate members", 2},
+        {"HLIBUserEnum", "", "Fail to enumerate local users; Fail to enumerate members"},
+        {"HLIBGroupEnum", "localgrp", "Fail to enumerate local groups; Fail to enumerate members"},
+        {"Alias::load", "alias",
+         "Fail to load alias info; Fail to enumerate alias; Fail to enumerate members"},
+        {"HLIBCSzListPush team", "alias",
+         "HLIBCSzListPush error. halderr=0x00AB; Fail to enumerate alias; Fail to enumerate "
+         "members"},
+        {"HLIBCSzHashAlloc", "", "Out of memory"},
+        {"Alias::load", "", "Fail to load alias info; Fail to load members"},
+        {"Alias::loadMember sales", "", "Fail to load member; Fail to load members"},
     };
+    const Parameters edit = {{"actionop", "edit"}, {"aliasname", "sales"}, {"limit", "9"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.failing) + " " + row.filter);
         world.lastError = 0xab;
         world.Fail(row.failing, row.nth);
-        EXPECT_EQ(Read("alias_mem_enum", {{"rolefilter", row.filter},
-                                          {"actionop", "edit"},
-                                          {"aliasname", "sales"},
-                                          {"limit", "9"}})
-                      .output,
-                  Answer(kFailure));
-        for (const std::string& line : row.log) world.ExpectLog(line);
+        Parameters parameters = edit;
+        parameters["rolefilter"] = row.filter;
+        EXPECT_EQ(Read("alias_mem_enum", parameters).output, Answer(recording::kFailure));
+        world.ExpectLogs(row.log);
         NextCase();
     }
 }

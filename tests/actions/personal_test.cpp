@@ -4,6 +4,7 @@
 #include "tests/recording/action_test.h"
 
 using recording::Answer;
+using recording::kSuccess;
 using recording::Lines;
 using recording::ParseJson;
 using recording::PersonalData;
@@ -17,7 +18,6 @@ using SavePersonal = recording::ActionTest;
 using ReplyList = recording::ActionTest;
 using Report = recording::ActionTest;
 
-const char kSuccess[] = R"({"success": true})";
 const char kMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
 
 PersonalData Invalid(const char* errKey)
@@ -85,7 +85,10 @@ TEST_F(SavePersonal, GivesEverythingToTheStoreInOrder)
               Answer(kSuccess));
     const PersonalData& stored = world.personal["bob"];
     EXPECT_EQ(stored.generalReply, std::make_pair(std::string("a \"b\"\nc"), std::string("m")));
-    EXPECT_EQ(stored.replyBegin, 12);
+    for (const char* call : {"setForward true", "setForwardAddr x@y", "setKeepCopy true",
+                             "SetReplyBeginTime 12", "SetReplyEndTime 0"}) {
+        EXPECT_NE(world.Calls().find(std::string("Personal::") + call), std::string::npos) << call;
+    }
     NextCase();
 
     // Neither what is wrong with the user nor a text that cannot be stored matters to the save.

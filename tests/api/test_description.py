@@ -33,8 +33,8 @@ class Actions(unittest.TestCase):
         full = text_of("tests/actions/action_lists_test.cpp")
         rows = text_of("frame/action_tables.cpp")
         for kind, table in (("read", "Read"), ("write", "Write")):
-            wanted = re.search(r"k%sActions = \{(.*?)\};" % table, full, re.S)[1]
-            self.assertEqual(sorted(names(kind)), sorted(re.findall(r'"(\w+)"', wanted)))
+            wanted = re.search(r'k%sActions\[\] = R"\((.*?)\)"' % table, full, re.S)[1]
+            self.assertEqual(sorted(names(kind)), sorted(wanted.split()))
             landed = re.search(r"k%sTable\[\] = \{(.*?)\};" % table, rows, re.S)[1]
             self.assertLessEqual(set(re.findall(r'\{"(\w+)"', landed)), set(names(kind)))
 

@@ -1,4 +1,4 @@
-"""A relay host: an SMTP server that takes mail from those who log in, and from nobody else."""
+"""A relay host: an SMTP server that takes mail from those who log in, or from everybody."""
 import base64
 import contextlib
 import socket
@@ -62,7 +62,12 @@ class _Session(socketserver.StreamRequestHandler):
         self.say("235 welcome" if self.logged_in else "535 5.7.8 wrong login")
 
     def on_mail(self, _):
-        self.say("250 fine" if self.logged_in else "530 5.7.0 log in first")
+        may = self.logged_in or self.server.login is None
+        self.say("250 fine" if may else "530 5.7.0 log in first")
+
+    def on_rcpt(self, rest):
+        self.server.recipients.append(rest.partition("<")[2].partition(">")[0])
+        self.say("250 fine")
 
     def on_data(self, _):
         self.say("354 go on")
@@ -77,19 +82,21 @@ class _Session(socketserver.StreamRequestHandler):
 
 class RelayHost(socketserver.ThreadingTCPServer):
     """Listens on a port of this machine while it is a context; `mails` are pairs of "came by TLS"
-    and text."""
+    and text. Without a login everybody may send; without a certificate there is no TLS."""
 
     allow_reuse_address = True
     daemon_threads = True
 
-    def __init__(self, port, login, certificate, key, address="127.0.0.1"):
+    def __init__(self, port, login=None, certificate=None, key=None, address="127.0.0.1"):
         self.address_family = socket.AF_INET6 if ":" in address else socket.AF_INET
         super().__init__((address, port), _Session)
         self.login = login
-        self.offers_tls = True
+        self.offers_tls = certificate is not None
         self.mails = []
-        self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        self.context.load_cert_chain(certificate, key)
+        self.recipients = []
+        if self.offers_tls:
+            self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            self.context.load_cert_chain(certificate, key)
 
     def __enter__(self):
         threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True).start()

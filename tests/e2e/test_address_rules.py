@@ -7,6 +7,7 @@ import file_modes
 import harness
 import nameserver
 from harness import DOMAIN, SystemLog, control, delivered, mails, post, read, send
+from machine import QUEUE, say_recipient
 from pages import Pages
 
 ALICE, BOB, CAROL = (user + "@" + DOMAIN for user in ("alice", "bob", "carol"))
@@ -35,15 +36,9 @@ def ask(action, **members):
     return post(body.encode("utf-8", "surrogateescape")).json()
 
 
-def say(sender="x@elsewhere.test", recipient=BOB, source=STRANGER):
+def say(recipient=BOB, **client):
     """What the mail server answers to a recipient."""
-    with smtplib.SMTP("127.0.0.1", 25, local_hostname="c.test", timeout=20,
-                      source_address=(source, 0)) as client:
-        client.ehlo()
-        client.command_encoding = "utf-8"
-        client.mail(sender, [] if sender.isascii() else ["SMTPUTF8"])
-        code, text = client.rcpt(recipient)
-        return "%d %s" % (code, text.decode())
+    return say_recipient(recipient, **client)
 
 
 class Access(Pages):
@@ -153,8 +148,7 @@ class Access(Pages):
             delivered("bob", subject)
         self.assertEqual(mails("bob", "spam") + mails("bob", "to the alias") +
                          mails("carol", "to two"), [])
-        self.assertEqual(harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION,
-                                     "-j").strip(), "")
+        self.assertEqual(harness.run(*QUEUE, "-j").strip(), "")
 
     def test_pages_search_edit_and_export(self):
         for number in range(7):
@@ -175,12 +169,8 @@ class Access(Pages):
 
     def test_names_that_are_none_are_refused(self):
         before = self.names()
-        for name in HOSTILE + ("1.2.3.4/33", "1.2.3", "x@1.2.3.4/8", ".", "a..b"):
-            for kind in (ADDRESS, NAME, TREE, IP, NETWORK, 9):
-                answer = ask("add_access", permission="OK", name=name, nameType=kind,
-                             accessType=CLIENT if kind > TREE else SENDER)
-                self.assertEqual(answer, {"success": False}, (name, kind))
-        for wrong in ({"accessType": 3}, {"permission": "MAYBE"}, {"accessType": SENDER}):
+        for wrong in ({"accessType": 3}, {"permission": "MAYBE"}, {"accessType": SENDER},
+                      *({"name": name} for name in HOSTILE)):
             answer = ask("add_access", **{"permission": "OK", "name": "1.2.3.4",
                                           "accessType": CLIENT, "nameType": IP, **wrong})
             self.assertEqual(answer, {"success": False}, wrong)
@@ -285,13 +275,6 @@ class Quota(Pages):
                             for line in log.lines()), log.lines())
         self.assertEqual(control("memcached", "start"), 0)
         self.assertEqual(self.sent("carol")[0], 0)
-
-    def test_only_accounts_have_limits(self):
-        for name in HOSTILE + ("nobody1",):
-            answer = ask("set_sender_quota", sasl_sender=name, quota=1)
-            self.assertEqual(answer["errinfo"], {"sec": "user", "key": "no_such_user"})
-        self.assertEqual(read("load_sender_quota").json()["total"], 0)
-
 
 class Attachments(Pages):
     REFUSED = ('filename=run.exe', 'filename="Run.EXE"', 'name="a b.exe "', "filename=\"x.exe.\"",

@@ -1,45 +1,23 @@
 """The pages of the aliases, and where mail to an alias goes."""
-import contextlib
 import smtplib
-import socketserver
-import threading
 import time
 import unittest
 
 import harness
 from harness import (DOMAIN, POSTFIX_CONFIGURATION, delivered, mails, post, read, run, send,
                      wait_for)
+from machine import wait_for_an_empty_queue
 from pages import Pages
+from relay_host import RelayHost
 
 USER, GROUP, ALIAS, OUTSIDE = range(4)
 
 
-class Sink(socketserver.StreamRequestHandler):
-    """An SMTP server elsewhere that takes all mail; it keeps the recipients of each."""
-
-    recipients = []
-
-    def handle(self):
-        with contextlib.suppress(ConnectionError):
-            self.converse()
-
-    def converse(self):
-        self.wfile.write(b"220 elsewhere.test ESMTP\r\n")
-        while line := self.rfile.readline().decode().strip():
-            verb = line[:4].upper()
-            if verb == "RCPT":
-                self.recipients.append(line[9:-1])
-            elif verb == "DATA":
-                self.wfile.write(b"354 go on\r\n")
-                list(iter(self.rfile.readline, b".\r\n"))
-            self.wfile.write(b"221 bye\r\n" if verb == "QUIT" else b"250 fine\r\n")
+ELSEWHERE = RelayHost(2526)  # takes all mail
 
 
 def setUpModule():
-    socketserver.ThreadingTCPServer.allow_reuse_address = True
-    server = socketserver.ThreadingTCPServer(("127.0.0.1", 2526), Sink)
-    server.daemon_threads = True
-    threading.Thread(target=server.serve_forever, daemon=True).start()
+    unittest.enterModuleContext(ELSEWHERE)
     answer = post({"action": "save_relay", "smtp_relay_enabled": True, "smtp_relay_port": 2526,
                    "smtp_relay_server": "127.0.0.1", "smtp_relay_tls": False}).json()
     assert answer["success"], answer
@@ -80,8 +58,7 @@ class Aliases(Pages):
         send("x@elsewhere.test", [alias + "@" + DOMAIN], subject)
         for user in users:
             delivered(user, subject)
-        queue = lambda: "empty" in run("/usr/sbin/postqueue", "-c", POSTFIX_CONFIGURATION, "-p")
-        wait_for(queue, "an empty queue")
+        wait_for_an_empty_queue()
         counts = {user: len(mails(user, subject)) for user in ("alice", "bob", "carol", "admin")}
         self.assertEqual({user for user, count in counts.items() if count}, set(users))
         self.assertEqual(max(counts.values()), 1)
@@ -96,9 +73,9 @@ class Aliases(Pages):
         self.assert_reaches("inner", "alice", "bob", "carol")
         self.make("outer", member("carol"), member("inner", ALIAS), member("makers", GROUP),
                   member("x@elsewhere.test", OUTSIDE), member("CAROL@" + DOMAIN, OUTSIDE))
-        Sink.recipients.clear()
+        ELSEWHERE.recipients.clear()
         self.assert_reaches("Outer", "alice", "bob", "carol")
-        self.assertEqual(Sink.recipients, ["x@elsewhere.test"])
+        self.assertEqual(ELSEWHERE.recipients, ["x@elsewhere.test"])
         self.assertEqual(read("load_extaddr&aliasname=outer").json(),
                          {"success": True, "ext_addr": "x@elsewhere.test,CAROL@" + DOMAIN})
 
@@ -149,38 +126,16 @@ class Aliases(Pages):
         with self.assertRaises(smtplib.SMTPException):
             send("sales@" + DOMAIN, ["bob@" + DOMAIN], "left", port=587, login="alice")
 
-    def test_names_that_are_refused_change_nothing(self):
+    def test_what_is_refused_changes_nothing(self):
         self.make("team", member("bob"))
-        bad = ("a b", "x\ny", '"; drop', "\u00e4", "a" * 300, "a:b", "a,b", "<b>", "#a", "a@b", "TEAM")
-        for name in bad:
-            with self.subTest(name):
-                self.assert_refused("apply_alias_info", aliasname=name, orgalias="",
-                                    member=[member("bob")])
-                self.assert_refused("apply_alias_info", aliasname=name + "!", orgalias="team",
-                                    member=[member("bob")])
-        for name, kind in (("a b", USER), ("\u00e4", USER), ("x\ny", GROUP), ("none", ALIAS),
-                           ("none", OUTSIDE), ("none", 4)):
-            self.assert_refused("apply_alias_info", aliasname="team", orgalias="team",
-                                member=[member("alice"), member(name, kind)])
-        self.assert_refused("apply_alias_info", aliasname="new", orgalias="none",
-                            member=[member("bob")])
+        for name, before, entry in (("a b", "", member("bob")), ("a b", "team", member("bob")),
+                                    ("TEAM", "", member("bob")), ("new", "none", member("bob")),
+                                    ("team", "team", member("x\ny", GROUP)),
+                                    ("team", "team", member("none", ALIAS))):
+            with self.subTest(name, before=before):
+                self.assert_refused("apply_alias_info", aliasname=name, orgalias=before,
+                                    member=[member("alice"), entry])
         self.assertEqual(self.listed()["items"], [{"alias_name": "team", "alias_member": "bob"}])
-
-    def test_the_list_is_searched_and_paged(self):
-        self.assertEqual(self.listed(), {"success": True, "total": 0, "items": []})
-        for name in ("red", "green", "blue"):
-            self.make(name, member("bob"), member("makers", GROUP))
-        names = lambda parameters: [item["alias_name"] for item in self.listed(parameters)["items"]]
-        self.assertEqual(names("&start=2&limit=2"), ["blue"])
-        self.assertEqual(names("&start=3&limit=2"), [])
-        self.assertEqual(names("&query=RE&limit=9"), ["red", "green"])
-        self.assertEqual(self.listed("")["total"], 3)
-        self.assertEqual(self.listed("&limit=1")["items"][0]["alias_member"],
-                         "bob, <font color=#115ba6>makers</font>")
-        download = read("export_alias")
-        self.assertEqual(download.body.decode(), "".join(
-            name + ": bob, %makers\n" for name in ("red", "green", "blue")))
-        self.assertIn('filename="aliases"', download.headers["Content-Disposition"])
 
     def test_large_aliases(self):
         with open("/etc/passwd", "a", encoding="ascii") as file:
@@ -192,11 +147,11 @@ class Aliases(Pages):
         self.assertEqual(len(expanded("all").split(", ")), 5000)
         page = read("alias_mem_enum&rolefilter=localgrp&limit=50&query=EVERY").json()
         self.assertEqual(page["items"], [{"name": "everybody", "is_join": False, "status": 1}])
-        Sink.recipients.clear()
+        ELSEWHERE.recipients.clear()
         self.make("outside", *(member("w%04d@elsewhere.test" % i, OUTSIDE) for i in range(1500)))
         send("x@elsewhere.test", ["outside@" + DOMAIN], "to many")
-        wait_for(lambda: len(Sink.recipients) >= 1500, "1500 recipients", 60)
-        self.assertEqual(len(set(Sink.recipients)), 1500)
+        wait_for(lambda: len(ELSEWHERE.recipients) >= 1500, "1500 recipients", 60)
+        self.assertEqual(len(set(ELSEWHERE.recipients)), 1500)
 
 
 if __name__ == "__main__":

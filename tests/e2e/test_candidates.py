@@ -47,22 +47,6 @@ class Candidates(Pages):
         self.assert_saved(account_type="ldap", acc_domain_name=DOMAIN)
         self.addCleanup(self.restore)
 
-    def test_local_accounts(self):
-        self.make("team", ("carol", 0), ("alice", 1))
-        self.assertEqual(listed("user", actionop="edit", aliasname="team", query="BO"),
-                         ["bob 1", "+carol ", 1])
-        self.assertEqual(listed("user", query="BO", limit=0), [1])
-        self.assertEqual(listed("localgrp", actionop="edit", aliasname="team", query="alice"),
-                         ["+alice 1", 1])
-        self.assertEqual(listed("user", query="CAR"), ["carol 1", 1])
-        run("usermod", "--expiredate", "1", "carol")
-        self.addCleanup(run, "usermod", "--expiredate", "", "carol")
-        self.assertEqual(listed("user", query="carol"), ["carol 2", 1])
-        self.assertEqual(listed("localgrp", query="carol"), ["carol 4", 1])
-        self.assertEqual(listed("alias"), ["team 1", 1])
-        self.assertEqual(listed("alias", aliasname="team"), [0])
-        self.assertNotIn("lena 1", listed("user"))
-
     def test_accounts_of_the_directory(self):
         self.use_directory()
         self.assertEqual(listed("user"), ["lena 1", "otto 2", 2])

@@ -9,6 +9,7 @@ import unittest
 
 import harness
 from harness import ETC, TARGET, answers, banner, control, listener, pid_of, run
+from machine import contents, write
 
 MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
 PORTS = {"postfix": 25, "dovecot": 143}
@@ -16,12 +17,8 @@ PORTS = {"postfix": 25, "dovecot": 143}
 
 def edit(path, change):
     """Replaces a generated file by its changed text, as old as Postfix likes it."""
-    with open(path, encoding="utf-8") as file:
-        text = change(file.read())
-    mode = os.stat(path).st_mode
-    with open(path + ".new", "w", encoding="utf-8") as file:
-        file.write(text)
-    os.chmod(path + ".new", mode)
+    write(path + ".new", change(contents(path)))
+    os.chmod(path + ".new", os.stat(path).st_mode)
     os.utime(path + ".new", (time.time() - 60,) * 2)
     os.rename(path + ".new", path)
 
@@ -35,8 +32,7 @@ class ControlScripts(harness.Story):
     def change(self, name, change):
         """Changes a file of the generation in force until the end of the test."""
         path = os.path.realpath("%s/generated/current/%s" % (ETC, name))
-        with open(path, encoding="utf-8") as file:
-            before = file.read()
+        before = contents(path)
         edit(path, change)
         self.addCleanup(edit, path, lambda _: before)
 
@@ -74,8 +70,7 @@ class ControlScripts(harness.Story):
     def test_a_pid_file_that_names_somebody_else(self):
         with subprocess.Popen(["/bin/sleep", "60"]) as bystander:
             control("postfix", "stop")
-            with open(MASTERS["postfix"], "w", encoding="ascii") as file:
-                file.write("%d\n" % bystander.pid)
+            write(MASTERS["postfix"], "%d\n" % bystander.pid)
             self.assertEqual(control("postfix", "stop"), 0)
             self.assertIsNone(bystander.poll())
             self.assertEqual(control("postfix", "start"), 0)

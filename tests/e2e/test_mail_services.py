@@ -7,7 +7,8 @@ import unittest
 
 import harness
 import nameserver
-from harness import DOMAIN, ETC, answers, delivered, post, read, send, settings, snapshot
+from harness import DOMAIN, ETC, answers, delivered, post, read, send
+from machine import QUEUE
 from pages import Pages
 from relay_host import RelayHost
 
@@ -62,8 +63,6 @@ class Mailboxes(Pages):
         self.change("save_imap_pop3", imap_port=1430, pop3_enabled=True, pop3_port=1100)
         self.assertEqual([answers(port) for port in (143, 1430, 110, 1100)],
                          [False, True, False, True])
-        self.assert_refused("save_imap_pop3", imap_port=25)
-        self.assert_refused("save_imap_pop3", imap_port=0)
         with harness.listener(2143):
             self.assert_refused("save_imap_pop3", imap_port=2143)
 
@@ -91,33 +90,6 @@ class Mailboxes(Pages):
                 if want == "a NO":
                     self.assertIn("connections", said)
 
-    def test_a_file_that_the_daemon_refuses_leaves_the_old_one_in_force(self):
-        fragment = ETC + "/local.d/wrong.dovecot.conf"
-        with open(fragment, "w", encoding="ascii") as file:
-            file.write("no_such_setting = 1\n")
-        try:
-            self.assert_refused("save_imap_pop3", pop3_enabled=True)
-        finally:
-            os.unlink(fragment)
-        self.assertEqual((answers(143), answers(110)), (True, False))
-
-    def test_another_groupware_package(self):
-        other = "/var/packages/Zarafa"
-        os.makedirs(other)
-        with open(other + "/enabled", "w", encoding="ascii"):
-            pass
-        self.addCleanup(harness.run, "/bin/rm", "-r", other)
-        answer = self.change("save_imap_pop3", pop3_enabled=True)
-        self.assertFalse({"dovecot_alive", "conflict_ports"} & answer.keys(), answer)
-
-        self.assertEqual(harness.control("dovecot", "stop"), 0)
-        with harness.listener(143):
-            page = read("load_imap_pop3").json()
-            self.assertEqual((page["success"], page["dovecot_alive"], page["conflict_ports"]),
-                             (True, False, "110, 143"))
-            self.assert_refused("save_imap_pop3", pop3_enabled=False)
-
-
 class SwitchedOff(Pages):
     def test_stays_off_through_saves_of_other_pages(self):
         self.assert_saved(smtp_enabled=False)
@@ -134,35 +106,6 @@ class SwitchedOff(Pages):
                     pop3s_enabled=False)
         self.change("save_relay", smtp_relay_enabled=False)
         self.assertFalse(os.path.exists("/run/dovecot/master.pid"), "nobody needs it")
-
-
-class SavedTwice(Pages):
-    def assert_same(self, action, **members):
-        """The second save of the same leaves every generated file as it is, its times included."""
-        self.change(action, **members)
-        before = self.generated()
-        self.change(action, **members)
-        self.assertEqual(self.generated(), before)
-
-    @staticmethod
-    def generated():
-        folder = os.path.realpath(CURRENT)
-        return {path[len(folder):]: state for path, state in snapshot(folder).items()}
-
-    def test_no_byte_changes(self):
-        self.assert_same("save_smtp", **{name: harness.load()[name] for name in harness.PAGE})
-        for page in ("imap_pop3", "relay"):
-            members = read("load_" + page).json()
-            self.assert_same("save_" + page, **members)
-        self.assert_same("save_relay", smtp_relay_enabled=True, smtp_relay_server="relay.test",
-                         smtp_relay_auth=True, smtp_relay_account="me", smtp_relay_password="pw")
-        self.assert_same("add_domain", domain="twice.test")
-        self.assertEqual(read("enum_domain").json()["items"], [{"domain": "twice.test"}])
-        self.assert_same("edit_domain", orgDomain="twice.test", newDomain="twice.test")
-        self.assert_same("delete_domain", domainList=[{"domain": "twice.test"}])
-        entry = {"server": "ip.bl.test", "type": "rbl_client"}
-        self.assert_same("add_dnsb", **entry)
-        self.assert_same("del_dnsb", dnsbList=[entry])
 
 
 class Relay(Pages):
@@ -184,11 +127,7 @@ class Relay(Pages):
         return harness.wait_for(lambda: self.host.has(subject), subject)[0]
 
     def deferred(self, reason):
-        queue = ("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-p")
-        harness.wait_for(lambda: reason in harness.run(*queue), reason)
-
-    def flush(self):
-        harness.run("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-f")
+        harness.wait_for(lambda: reason in harness.run(*QUEUE, "-p"), reason)
 
     def test_mail_leaves_with_the_login(self):
         self.change("save_relay", **self.page)
@@ -198,25 +137,13 @@ class Relay(Pages):
         delivered("bob", "at home")
         self.assertIsNone(self.host.has("at home"))
 
-    def test_an_empty_password_keeps_the_stored_one(self):
-        self.change("save_relay", **self.page)
-        page = read("load_relay").json()
-        self.assertEqual(page["smtp_relay_password"], "")
-        self.change("save_relay", **page)
-        self.send_out("kept")
-        self.relayed("kept")
-        self.change("save_relay", smtp_relay_password=" ")
-        self.assertEqual(settings()["smtp_relay_password"], " ")
-        self.change("save_relay", smtp_relay_auth=False)
-        self.assertEqual(settings()["smtp_relay_password"], "", "no login, no password")
-
     def test_mail_waits_while_the_login_is_wrong(self):
         self.change("save_relay", **{**self.page, "smtp_relay_password": "wrong"})
         self.send_out("waits")
         self.deferred("535 5.7.8 wrong login")
         self.assertFalse(self.host.mails)
         self.change("save_relay", **self.page)
-        self.flush()
+        harness.run(*QUEUE, "-f")
         self.relayed("waits")
 
     def test_a_host_without_tls(self):
@@ -225,7 +152,7 @@ class Relay(Pages):
         self.send_out("in the clear")
         self.deferred("TLS is required")
         self.change("save_relay", smtp_relay_tls=False)
-        self.flush()
+        harness.run(*QUEUE, "-f")
         self.assertFalse(self.relayed("in the clear"), "as allowed")
 
     def test_the_password_is_nowhere_to_be_seen(self):
@@ -263,13 +190,6 @@ class Relay(Pages):
             if secret in file.read():
                 info = os.stat(path)
                 self.assertEqual((info.st_uid, info.st_mode & 0o077), (0, 0), path)
-
-    def test_values_that_would_end_an_entry(self):
-        for wrong in ({"smtp_relay_account": "a:b"}, {"smtp_relay_password": "a\nb"},
-                      {"smtp_relay_server": "relay.test, evil.test"}, {"smtp_relay_port": 0}):
-            with self.subTest(wrong):
-                self.assert_refused("save_relay", **{**self.page, **wrong})
-
 
 if __name__ == "__main__":
     unittest.main()

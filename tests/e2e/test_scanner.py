@@ -13,6 +13,7 @@ import zipfile
 
 import harness
 from harness import DOMAIN, ETC, TARGET, control, post, read, run, wait_for
+from machine import in_place_of, write
 
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
@@ -20,7 +21,6 @@ STRANGER = "someone@elsewhere.test"
 SIGNATURES = "/var/lib/clamav"
 QUARANTINE = "/var/lib/mailvane/quarantine"
 POSTFIX_FRAGMENT = ETC + "/local.d/main.cf"
-SCANNER_LOG = "/var/log/mailvane/amavis.log"
 RELEASE = "/usr/sbin/amavisd-release"
 FRESHCLAM = "/usr/bin/freshclam"
 UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
@@ -105,8 +105,7 @@ def set_signatures(present):
     for name in os.listdir(SIGNATURES):
         os.unlink(os.path.join(SIGNATURES, name))
     if present:
-        with open(SIGNATURES + "/local.ndb", "w", encoding="ascii") as file:
-            file.write(SIGNATURE)
+        write(SIGNATURES + "/local.ndb", SIGNATURE)
 
 
 def render():
@@ -133,8 +132,7 @@ class Scanner(harness.Story):
 
 class Switches(Scanner):
     def test_each_switch_alone_and_all_off_again(self):
-        with open(POSTFIX_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("header_checks = pcre:{{/^Subject: held back/ HOLD}}\n")
+        write(POSTFIX_FRAGMENT, "header_checks = pcre:{{/^Subject: held back/ HOLD}}\n")
         self.secure()
         self.assert_codes()
         self.secure(spam_enable=True)
@@ -199,41 +197,12 @@ class Spam(Scanner):
         self.secure(spam_enable=True, spam_reject_score=0)
         self.assertEqual(verdict("clean")[0], 554)
 
-    def test_rules_and_lists_are_read(self):
+    def test_refused_attachment_types_are_read(self):
         self.addCleanup(render)
         self.addCleanup(os.unlink, ETC + "/attachment_types")
-        with open(ETC + "/attachment_types", "w", encoding="ascii") as file:
-            file.write("exe\n(.*\n")
+        write(ETC + "/attachment_types", "exe\n(.*\n")
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=554, archive=554)
-        files = {"rules.cf": "body ZEBRA /zebra/\nscore ZEBRA 20",
-                 "white_senders": "white@elsewhere.test", "black_senders": "black.test",
-                 "white_recipients": "carol@" + DOMAIN, "black_recipients": ALICE,
-                 "white_clients": "127.0.0.2/31", "black_clients": "127.0.0.4"}
-        folder = os.path.realpath(ETC + "/generated/current/amavis")
-        for name, text in files.items():
-            with open(os.path.join(folder, name), "w", encoding="ascii") as file:
-                file.write(text + "\n")
-        self.assertEqual(control("mailscanner", "restart"), 0)
-        rows = (("clean", {}, 250), ("spam", {}, 554), ("zebra", {}, 554),
-                ("spam", {"sender": "white@elsewhere.test"}, 250),
-                ("clean", {"sender": "x@black.test"}, 554),
-                ("spam", {"to": "carol@" + DOMAIN}, 250), ("clean", {"to": ALICE}, 554),
-                ("spam", {"source": "127.0.0.3"}, 250), ("clean", {"source": "127.0.0.4"}, 554))
-        for kind, more, code in rows:
-            with self.subTest(kind, **more):
-                self.assertEqual(verdict(kind, **more)[0], code)
-
-        # One of two recipients gets it; the other's copy is kept, and the log names both.
-        kept = len(quarantine())
-        with smtplib.SMTP("127.0.0.1", 25, "client.test", 60) as client:
-            client.send_message(message("spam", "half wanted"), STRANGER, ["carol@" + DOMAIN, BOB])
-        harness.delivered("carol", "half wanted")
-        self.assertEqual(harness.mails("bob", "half wanted"), [])
-        self.assertEqual(len(quarantine()), kept + 1)
-        with open(SCANNER_LOG, encoding="ascii") as file:
-            line = file.read().splitlines()[-1]
-        self.assertRegex(line, r"SPAM .*<bob@mv\.test>.*, quarantine: spam-.*Queue-ID: \w+,")
 
     def test_the_quarantine_is_bounded(self):
         run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)
@@ -318,8 +287,7 @@ class Signatures(Scanner):
     """The world has no network, and in this part no signatures."""
 
     def tearDown(self):
-        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("MaxAttempts 1\n")
+        write(UPDATER_FRAGMENT, "MaxAttempts 1\n")
         render()
 
     def update(self):
@@ -335,12 +303,10 @@ class Signatures(Scanner):
         self.assertIn(status(), ("fresh_clam", "service_starting", "error"))
         self.assertEqual(finished(), "error")
 
-        with open("/srv/extra.ndb", "w", encoding="ascii") as file:
-            file.write(SIGNATURE)
-        with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-            file.write("".join("ExcludeDatabase %s\n" % name
-                               for name in ("main", "daily", "bytecode")) +
-                       "DatabaseCustomURL file:///srv/extra.ndb\n")
+        write("/srv/extra.ndb", SIGNATURE)
+        write(UPDATER_FRAGMENT, "".join("ExcludeDatabase %s\n" % name
+                                        for name in ("main", "daily", "bytecode")) +
+              "DatabaseCustomURL file:///srv/extra.ndb\n")
         render()
         self.assertEqual(self.update().wait(30), 0)
         self.assertEqual(finished(), "done")
@@ -350,12 +316,7 @@ class Signatures(Scanner):
     def test_an_update_that_hangs_is_seen_and_can_be_ended(self):
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")
-        with open(FRESHCLAM + ".slow", "w", encoding="ascii") as file:
-            file.write("#!/bin/sh\nexec sleep 300\n")
-        os.chmod(FRESHCLAM + ".slow", 0o755)
-        os.rename(FRESHCLAM, FRESHCLAM + ".real")
-        os.rename(FRESHCLAM + ".slow", FRESHCLAM)
-        self.addCleanup(os.rename, FRESHCLAM + ".real", FRESHCLAM)
+        self.enterContext(in_place_of(FRESHCLAM, "exec sleep 300\n"))
         first = self.update()
         wait_for(lambda: status() == "fresh_clam", "the update")
         self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), first.pid)
@@ -375,8 +336,7 @@ class Signatures(Scanner):
 
 
 def setUpModule():
-    with open(UPDATER_FRAGMENT, "w", encoding="ascii") as file:
-        file.write("MaxAttempts 1\n")
+    write(UPDATER_FRAGMENT, "MaxAttempts 1\n")
     render()
 
 

@@ -3,25 +3,19 @@ import smtplib
 import unittest
 
 import harness
-from harness import DOMAIN, ETC, answers, banner, delivered, listener, save, send, snapshot
+from harness import DOMAIN, answers, banner, delivered, send
 
-BACKUPS = harness.TARGET + "/etc/alias_bkp"
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
 
 
 class Saving(harness.Story):
-    def test_the_host_name_is_announced(self):
-        self.assert_saved(smtp_hostname="mail.example.test")
-        self.assertTrue(banner().startswith("220 mail.example.test "), banner())
-        self.assertEqual(harness.postconf("myhostname"), "mail.example.test")
-        self.assertEqual(harness.load()["smtp_hostname"], "mail.example.test")
-
     def test_every_save_is_in_force_when_it_is_answered(self):
-        for number in range(6):
+        for number in range(3):
             name = "host%d.example.test" % number
             self.assert_saved(smtp_hostname=name)
             self.assertTrue(banner().startswith("220 " + name), banner())
+        self.assertEqual(harness.load()["smtp_hostname"], name)
 
     def test_ports_move(self):
         self.assert_saved(smtp_port=2525, smtp_tls_port=2587, smtp_ssl_enabled=True)
@@ -54,47 +48,6 @@ class Saving(harness.Story):
             self.assert_saved(smtp_hostname="other.example.test")
             client.sendmail("x@elsewhere.test", [BOB], "Subject: survivor\n\nstill here\n")
         self.assertIn("still here", delivered("bob", "survivor"))
-
-
-class Refusals(harness.Story):
-    """What cannot be is refused, and nothing changes."""
-
-    def assert_refused(self, errinfo, **changes):
-        before = snapshot(ETC, BACKUPS)
-        answer = save(**changes)
-        self.assertIs(answer["success"], False)
-        self.assertEqual(answer["errinfo"], errinfo)
-        self.assertEqual(snapshot(ETC, BACKUPS), before)
-        self.assertTrue(banner().startswith("220 mv.test "))
-
-    def test_ports_that_somebody_holds(self):
-        conflict = {"sec": "error", "key": "error_port_conflict"}
-        with listener(2626):
-            for label, changes in (
-                ("SMTP", {"smtp_port": 2626}),
-                ("SMTP-SSL", {"smtp_ssl_enabled": True, "smtps_port": 2626}),
-                ("SMTP-TLS", {"smtp_tls_port": 2626}),
-            ):
-                with self.subTest(label):
-                    self.assert_refused({**conflict, "errField": label}, **changes)
-        with self.subTest("held by the mailbox server"):
-            self.assert_refused({**conflict, "errField": "SMTP"}, smtp_port=143)
-
-    def test_ports_of_a_stopped_server_are_not_looked_at(self):
-        with listener(2626):
-            self.assert_saved(smtp_enabled=False, smtp_port=2626)
-
-    def test_values_that_the_mail_server_cannot_have(self):
-        refused = {"sec": "common", "key": "error_system"}
-        for changes in (
-            {"smtp_port": 70000}, {"smtp_port": 0}, {"smtp_port": -25},
-            {"smtp_port": 587}, {"smtp_hostname": "two words"},
-            {"smtp_hostname": "mv.test\nrelayhost = evil.test"}, {"smtp_hostname": ""},
-            {"smtp_hostname": "$mydomain"},
-        ):
-            with self.subTest(changes=changes):
-                self.assert_refused(refused, **changes)
-        self.assert_mail_flows("after refusals")
 
 
 class Mail(harness.Story):

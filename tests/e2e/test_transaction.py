@@ -11,7 +11,8 @@ import time
 import unittest
 
 import harness
-from harness import DOMAIN, ETC, PAGE, TARGET, banner, delivered, load, save, send, settings, snapshot
+from harness import DOMAIN, ETC, PAGE, TARGET, banner, delivered, load, save, send, settings
+from machine import contents, fragment, in_place_of, write
 
 CURRENT = ETC + "/generated/current"
 PENDING = ETC + "/generated/pending"
@@ -21,50 +22,17 @@ PENDING = ETC + "/generated/pending"
 def failing(service):
     """While it lasts, the next verb of a control script fails."""
     script = "%s/scripts/%s.sh" % (TARGET, service)
-    real = script + ".real"
     mark = "/run/fail-" + service
-    os.rename(script, real)
-    with open(script, "w", encoding="ascii") as file:
-        file.write('#!/bin/bash\nif [ -e %s ]; then rm %s; exit 1; fi\nexec %s "$@"\n'
-                   % (mark, mark, real))
-    os.chmod(script, 0o755)
-    with open(mark, "w", encoding="ascii"):
-        pass
-    try:
-        yield mark
-    finally:
-        os.rename(real, script)
-        with contextlib.suppress(FileNotFoundError):
-            os.unlink(mark)
-
-
-@contextlib.contextmanager
-def fragment(name, text):
-    """While it lasts, the administrator's own configuration has this text."""
-    path = "%s/local.d/%s" % (ETC, name)
-    with open(path, "w", encoding="ascii") as file:
-        file.write(text)
-    try:
+    write(mark, "")
+    with in_place_of(script, 'if [ -e %s ]; then rm %s; exit 1; fi\nexec %s.real "$@"\n'
+                     % (mark, mark, script)):
         yield
-    finally:
-        os.unlink(path)
+    if os.path.exists(mark):
+        raise AssertionError(script + " was not run")
 
 
-class Refused(harness.Story):
-    def test_files_that_the_daemons_would_not_take(self):
-        for name, text in (
-            ("main.cf", "virtual_alias_maps = cdb:/nowhere/aliases\n"),
-            ("main.cf", "default_process_limit = plenty\n"),
-            ("main.cf", "no_such_parameter = 1\n"),
-        ):
-            with self.subTest(text), fragment(name, text):
-                before = snapshot(ETC)
-                self.assert_system_error(save(smtp_hostname="refused.example.test"))
-                self.assertEqual(snapshot(ETC), before)
-                self.assertTrue(banner().startswith("220 mv.test "))
-        self.assert_mail_flows("after refused files")
-
-    def test_fragments_of_the_administrator_are_kept(self):
+class Fragments(harness.Story):
+    def test_they_are_kept(self):
         with fragment("main.cf", "smtpd_banner = $myhostname at your service\n"):
             self.assert_saved(smtp_hostname="mine.example.test")
             self.assertEqual(banner(), "220 mine.example.test at your service")
@@ -75,34 +43,15 @@ class Refused(harness.Story):
 class FailingSteps(harness.Story):
     """A step that fails takes the save back: the old configuration runs."""
 
-    def assert_taken_back(self, service, **changes):
+    def test_a_restart_that_fails(self):
         before = settings()
-        with failing(service) as mark:
-            answer = save(**changes)
-            self.assertFalse(os.path.exists(mark), "the script was not run")
+        with failing("postfix"):
+            answer = save(smtp_hostname="failing.example.test", smtp_port=2525)
         self.assert_system_error(answer)
         self.assertEqual(settings(), before)
         self.assertTrue(banner().startswith("220 mv.test "), banner())
-        self.assertFalse(harness.answers(2525))
-        self.assertFalse(os.path.exists(PENDING))
-
-    def test_a_restart_that_fails(self):
-        self.assert_taken_back("postfix", smtp_hostname="failing.example.test", smtp_port=2525)
+        self.assertFalse(harness.answers(2525) or os.path.exists(PENDING))
         self.assert_mail_flows("after a failed restart")
-
-    def test_a_stop_that_fails(self):
-        self.assert_taken_back("postfix", smtp_enabled=False)
-
-    def test_an_account_change_that_fails(self):
-        self.assert_taken_back("dovecot", acc_domain_name="failing.example.test")
-        self.assertTrue(os.path.exists(ETC + "/alias.db"))
-        self.assert_mail_flows("after a failed account change")
-
-    def test_the_save_after_it_succeeds(self):
-        with failing("postfix"):
-            save(smtp_hostname="failing.example.test")
-        self.assert_saved(smtp_hostname="working.example.test")
-        self.assertTrue(banner().startswith("220 working.example.test "))
 
 
 class Killed(harness.Story):
@@ -233,10 +182,9 @@ class AccountChange(harness.Story):
 
     def set_always_bcc(self, address):
         path = os.path.realpath(ETC + "/mailvane.conf")
-        with open(path, encoding="ascii") as file:
-            lines = [line for line in file if not line.startswith("always_bcc=")]
-        with open(path, "w", encoding="ascii") as file:
-            file.writelines(lines + ['always_bcc="%s"\n' % address])
+        lines = [line for line in contents(path).splitlines(True)
+                 if not line.startswith("always_bcc=")]
+        write(path, "".join(lines) + 'always_bcc="%s"\n' % address)
         harness.run(TARGET + "/bin/hald_set_config", "render")
         self.assertEqual(harness.control("postfix", "restart"), 0)
 
@@ -273,8 +221,6 @@ class AccountChange(harness.Story):
         self.mark("alias", "kept"), self.mark("mailvane", "kept")
         with fragment("own.dovecot.conf", "no_such_setting = 1\n"):
             self.assert_system_error(save(acc_domain_name="refused.example.test"))
-        for domain in ("two words", "../../etc", "line\nfeed"):
-            self.assert_system_error(save(acc_domain_name=domain))
         load()
         self.assertEqual(self.marks(), ["kept", "kept"])
         self.assert_mail_flows("after refused changes")

@@ -9,7 +9,7 @@ add_executable(libhald_tests
     ${CMAKE_CURRENT_LIST_DIR}/libhaldfirewall_rules.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldsdk_accounts.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldsdk_directory.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/libhald_machine.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp)
 target_link_libraries(libhald_tests PRIVATE
     haldfirewall haldsdk haldcore mailvane_options GTest::gtest GTest::gtest_main)
 add_test(NAME libhald COMMAND libhald_tests)

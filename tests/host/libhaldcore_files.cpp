@@ -6,11 +6,10 @@
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/paths.h"
 #include "platform/hlib/error.h"
 #include "platform/hlib/file.h"
 #include "platform/hlib/string_list.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace fs = std::filesystem;
 using host::Path;
@@ -19,7 +18,7 @@ namespace {
 
 constexpr uid_t kStranger = 12345;
 
-class Files : public HaldMachine {
+class Files : public Machine {
 protected:
     /// A directory like /tmp.
     static void MakeShared(const std::string& path)
@@ -38,7 +37,7 @@ protected:
 TEST_F(Files, AreReplacedWholeWithTheWantedModeWhateverTheUmask)
 {
     const mode_t before = umask(077);
-    Put("/d/f", "old", 0600);
+    Write("/d/f", "old", 0600);
     const std::string bytes = std::string(300000, 'x') + '\0' + "end";
     EXPECT_TRUE(host::ReplaceFile(Path("/d/f"), bytes, 0644));
     EXPECT_TRUE(host::ReplaceFile(Path("/d/new"), "", 0600));
@@ -67,7 +66,7 @@ TEST_F(Files, StayAsTheyWereWhenAReplacementFails)
 
 TEST_F(Files, BehindLinksAreReplacedAndTheLinksStay)
 {
-    Put("/etc/generated/gen-2/conf", "old");
+    Write("/etc/generated/gen-2/conf", "old");
     fs::create_symlink("gen-2", Path("/etc/generated/current"));
     fs::create_symlink("generated/current/conf", Path("/etc/conf"));
     fs::create_symlink("generated/current/later", Path("/etc/dangling"));
@@ -77,20 +76,20 @@ TEST_F(Files, BehindLinksAreReplacedAndTheLinksStay)
     EXPECT_TRUE(host::ReplaceFile(Path("/etc/dangling"), "made", 0600));
     EXPECT_FALSE(host::ReplaceFile(Path("/etc/loop"), "x", 0600));
     EXPECT_EQ(ELOOP, errno);
-    EXPECT_EQ("new", Text("/etc/generated/gen-2/conf"));
-    EXPECT_EQ("made", Text("/etc/generated/gen-2/later"));
+    EXPECT_EQ("new", Contents("/etc/generated/gen-2/conf"));
+    EXPECT_EQ("made", Contents("/etc/generated/gen-2/later"));
     EXPECT_TRUE(fs::is_symlink(Path("/etc/conf")));
 }
 
 TEST_F(Files, InSharedDirectoriesAreNeitherFollowedNorBelieved)
 {
     MakeShared("/tmp");
-    Put("/etc/secret", "secret", 0600);
+    Write("/etc/secret", "secret", 0600);
     fs::create_symlink(Path("/etc/secret"), Path("/tmp/link"));
     EXPECT_EQ("errno " + std::to_string(ELOOP), Read("/tmp/link"));
     EXPECT_TRUE(host::ReplaceFile(Path("/tmp/link"), "mine", 0600));
     EXPECT_EQ("mine", Read("/tmp/link")) << "the link gave way to a file";
-    EXPECT_EQ("secret", Text("/etc/secret"));
+    EXPECT_EQ("secret", Contents("/etc/secret"));
 }
 
 TEST_F(Files, OfStrangersKeepTheirOwnerButInSharedDirectories)
@@ -98,7 +97,7 @@ TEST_F(Files, OfStrangersKeepTheirOwnerButInSharedDirectories)
     if (geteuid() != 0) GTEST_SKIP() << "only root can make files of strangers";
     MakeShared("/tmp");
     for (const char* path : {"/tmp/f", "/home/f"}) {
-        Put(path, "planted", 0666);
+        Write(path, "planted", 0666);
         ASSERT_EQ(0, chown(Path(path).c_str(), kStranger, kStranger));
     }
     EXPECT_EQ("errno " + std::to_string(EPERM), Read("/tmp/f"));
@@ -148,7 +147,7 @@ TEST(Paths, KnowTheirRootAndWhatClimbsUp)
 
 TEST_F(Files, AreListedUpToALimitWithoutTheDotEntries)
 {
-    for (const char* name : {"/d/b", "/d/a", "/d/.hidden"}) Put(name, "");
+    for (const char* name : {"/d/b", "/d/a", "/d/.hidden"}) Write(name, "");
     HLIBCSzList* list = HLIBCSzListAlloc(4);
     EXPECT_EQ(3, HLIBCFileEnumDir("/d", 0, &list, 128));
     HLIBCSzListSortItems(list, 1);
@@ -164,14 +163,14 @@ TEST_F(Files, AreListedUpToALimitWithoutTheDotEntries)
 
 TEST_F(Files, ExistAndHaveRoom)
 {
-    Put("/d/f", "");
+    Write("/d/f", "");
     fs::create_symlink("none", Path("/d/dangling"));
     EXPECT_NE(0, HLIBCFileExist("/d/f"));
     EXPECT_NE(0, HLIBCFileExist("/d"));
     EXPECT_EQ(0, HLIBCFileExist("/d/none"));
     EXPECT_EQ(0, HLIBCFileExist("/d/dangling"));
 
-    EXPECT_EQ(static_cast<std::int64_t>(fs::space(Root()).available) >> 30,
+    EXPECT_EQ(static_cast<std::int64_t>(fs::space(root).available) >> 30,
               HLIBGetFsFreeSize("/d") >> 30);
     EXPECT_GT(0, HLIBGetFsFreeSize("/none"));
 }

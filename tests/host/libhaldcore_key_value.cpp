@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/paths.h"
 #include "platform/hlib/key_value.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -78,7 +77,7 @@ TEST(KeyValueFile, RefusesWhatWouldNotStayOneLine)
     EXPECT_EQ("k=v\n", file.Text());
 }
 
-class KeyValue : public HaldMachine {
+class KeyValue : public Machine {
 protected:
     /// What a read of `size` bytes leaves behind, in a buffer that held something before.
     static std::string Get(const char* file, const char* key, int size = 512)
@@ -92,7 +91,7 @@ protected:
 
 TEST_F(KeyValue, ReadFailsOnlyForAnUnreadableFile)
 {
-    Put("/etc/f", "k=\"12345\"\n");
+    Write("/etc/f", "k=\"12345\"\n");
     EXPECT_EQ("0:12345", Get("/etc/f", "k"));
     EXPECT_EQ("0:123", Get("/etc/f", "k", 4)) << "cut to fit";
     EXPECT_EQ("0:", Get("/etc/f", "absent"));
@@ -107,9 +106,9 @@ TEST_F(KeyValue, ReadFailsOnlyForAnUnreadableFile)
 
 TEST_F(KeyValue, SetMakesAPrivateFileAndKeepsTheModeOfAnotherOne)
 {
-    Put("/etc/f", "a=1\n", 0640);
+    Write("/etc/f", "a=1\n", 0640);
     EXPECT_EQ(0, HLIBCFileSetKeyValue("/etc/f", "k", "v", 0));
-    EXPECT_EQ("a=1\nk=\"v\"\n", Text("/etc/f"));
+    EXPECT_EQ("a=1\nk=\"v\"\n", Contents("/etc/f"));
     EXPECT_EQ(0640U, Mode("/etc/f"));
     EXPECT_EQ(0, HLIBCFileSetKeyValue("/etc/new", "k", "v", 0));
     EXPECT_EQ(0600U, Mode("/etc/new"));
@@ -117,18 +116,18 @@ TEST_F(KeyValue, SetMakesAPrivateFileAndKeepsTheModeOfAnotherOne)
     EXPECT_GT(0, HLIBCFileSetKeyValue("/etc/f", "k", "v\nadmin=yes", 0));
     EXPECT_GT(0, HLIBCFileSetKeyValue("/etc/x/../f", "k", "w", 0));
     EXPECT_GT(0, HLIBCFileSetKeyValue("/none/f", "k", "w", 0));
-    EXPECT_EQ("a=1\nk=\"v\"\n", Text("/etc/f"));
+    EXPECT_EQ("a=1\nk=\"v\"\n", Contents("/etc/f"));
 }
 
 TEST_F(KeyValue, SetStartsAnewInASharedDirectory)
 {
-    Put("/home/precious", "p=1\n");
+    Write("/home/precious", "p=1\n");
     std::filesystem::create_directories(host::Path("/tmp"));
     ASSERT_EQ(0, chmod(host::Path("/tmp").c_str(), 01777));
     std::filesystem::create_symlink(host::Path("/home/precious"), host::Path("/tmp/staged"));
     EXPECT_EQ(0, HLIBCFileSetKeyValue("/tmp/staged", "k", "v", 0));
-    EXPECT_EQ("k=\"v\"\n", Text("/tmp/staged"));
-    EXPECT_EQ("p=1\n", Text("/home/precious"));
+    EXPECT_EQ("k=\"v\"\n", Contents("/tmp/staged"));
+    EXPECT_EQ("p=1\n", Contents("/home/precious"));
 }
 
 /// Sets ten keys of its own; the exit status of a child.

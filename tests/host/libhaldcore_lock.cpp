@@ -1,6 +1,5 @@
 // The request lock among real processes.
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,9 +8,8 @@
 #include <thread>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -26,7 +24,7 @@ constexpr milliseconds kAtOnce{0};
 constexpr int kHeld = 0;
 constexpr int kBusy = 1;
 
-class Lock : public HaldMachine {
+class Lock : public Machine {
 protected:
     /// A child that takes the lock within `patience` and then does `work`.
     static pid_t Taker(milliseconds patience, const std::function<void()>& work)
@@ -52,27 +50,22 @@ protected:
         std::filesystem::create_symlink(LIBHALD_TOOL, real);
         host::ProgramOptions options;
         options.capture = true;
-        return host::RunProgram({real, Root()}, options).output;
+        return host::RunProgram({real, root}, options).output;
     }
 
     /// The test tool, told by the environment that it has the lock in this descriptor.
     std::string RunToolWith(int descriptor) const
     {
-        const std::string output = Root() + "/output";
+        const std::string output = root + "/output";
         const std::string variable = std::string(host::kLockVariable) + "=9";
-        std::string tool = LIBHALD_TOOL;
-        std::string argument = Root();
-        char* const arguments[] = {tool.data(), argument.data(), nullptr};
-        char* const environment[] = {const_cast<char*>(variable.c_str()), nullptr};
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, descriptor, 9);
-        posix_spawn_file_actions_addopen(&files, 1, output.c_str(), O_WRONLY | O_CREAT, 0600);
-        pid_t child = -1;
-        EXPECT_EQ(0, posix_spawn(&child, tool.c_str(), &files, nullptr, arguments, environment));
-        posix_spawn_file_actions_destroy(&files);
+        const pid_t child = InChild([&] {
+            dup2(descriptor, 9);
+            dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), 1);
+            const char* const environment[] = {variable.c_str(), nullptr};
+            return execle(LIBHALD_TOOL, LIBHALD_TOOL, root.c_str(), nullptr, environment);
+        });
         EXPECT_EQ(0, StatusOf(child));
-        return Text(output);
+        return Contents(output);
     }
 };
 
@@ -102,7 +95,7 @@ TEST_F(Lock, FailsWithoutItsDirectory)
 
 TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
 {
-    const std::string log = Root() + "/log";
+    const std::string log = root + "/log";
     ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
     for (int i = 0; i < 8; ++i) {
         Taker(seconds(20), [&] {
@@ -117,7 +110,7 @@ TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
 
     host::ReleaseLock();
     for (int i = 0; i < 4; ++i) EXPECT_EQ(kHeld, StatusOf(-1));
-    EXPECT_EQ("in out\nin out\nin out\nin out\n", Text(log)) << "one after the other";
+    EXPECT_EQ("in out\nin out\nin out\nin out\n", Contents(log)) << "one after the other";
 }
 
 TEST_F(Lock, GivesUpWhenPatienceEnds)
@@ -137,7 +130,7 @@ TEST_F(Lock, IsFreeOnceItsHolderIsKilled)
     EXPECT_EQ(LockResult::kBusy, TakeLock(kAtOnce));
     kill(holder, SIGKILL);
     EXPECT_EQ(LockResult::kHeld, TakeLock(seconds(5)));
-    EXPECT_EQ(-1, StatusOf(holder));
+    EXPECT_EQ(-SIGKILL, StatusOf(holder));
 }
 
 TEST_F(Lock, PassesToPackageToolsAlone)

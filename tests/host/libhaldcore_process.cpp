@@ -8,28 +8,27 @@
 #include <csignal>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libhaldcore/paths.h"
 #include "platform/hlib/process.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
-class Processes : public HaldMachine {
+class Processes : public Machine {
 protected:
     static int Alive(const std::string& text)
     {
-        Put("/run/x.pid", text);
+        Write("/run/x.pid", text);
         return HLIBCProcAliveByPidFile("/run/x.pid");
     }
 };
 
 TEST_F(Processes, ExecPassesArgumentsUpToTheFirstNull)
 {
-    Put("/bin/note", "#!/bin/sh\nprintf '%s|' \"$@\" >" + Root() + "/args\nexit \"$1\"\n", 0755);
+    Write("/bin/note", "#!/bin/sh\nprintf '%s|' \"$@\" >" + root + "/args\nexit \"$1\"\n", 0755);
     EXPECT_EQ(0, HLIBCExec("/bin/note", "0", "a b", "", nullptr));
-    EXPECT_EQ("0|a b||", Text(Root() + "/args"));
+    EXPECT_EQ("0|a b||", Contents(root + "/args"));
     EXPECT_EQ(0, HLIBCExec("/bin/note", "0", nullptr, "lost", "lost"));
-    EXPECT_EQ("0|", Text(Root() + "/args"));
+    EXPECT_EQ("0|", Contents(root + "/args"));
     EXPECT_EQ(-1, HLIBCExec("/bin/note", "7", nullptr, nullptr, nullptr));
     EXPECT_TRUE(WasLogged("/bin/note ended with status 7"));
     EXPECT_EQ(-1, HLIBCExec("/bin/none", nullptr, nullptr, nullptr, nullptr));
@@ -38,12 +37,12 @@ TEST_F(Processes, ExecPassesArgumentsUpToTheFirstNull)
 
 TEST_F(Processes, ExecRefusesWhatClimbsUp)
 {
-    Put("/bin/note", "#!/bin/sh\ntouch " + Root() + "/ran\n", 0755);
+    Write("/bin/note", "#!/bin/sh\ntouch " + root + "/ran\n", 0755);
     for (const char* argument : {"..", "/rules/../../etc/passwd", "../x"}) {
         EXPECT_EQ(-1, HLIBCExec("/bin/note", "x", argument, nullptr, nullptr)) << argument;
     }
     EXPECT_EQ(-1, HLIBCExec("/bin/../bin/note", nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ("(none)", Text(Root() + "/ran"));
+    EXPECT_EQ("(none)", Contents(root + "/ran"));
     EXPECT_FALSE(WasLogged("passwd"));
     EXPECT_EQ(0, HLIBCExec("/bin/note", "a..b", "...", nullptr, nullptr));
 }
@@ -81,7 +80,7 @@ TEST_F(Processes, AreAliveByTheirPidFile)
 
     const timespec before[2] = {{1000000000, 0}, {1000000000, 0}};
     EXPECT_NE(0, Alive(own));
-    ASSERT_EQ(0, utimensat(AT_FDCWD, (Root() + "/run/x.pid").c_str(), before, 0));
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (root + "/run/x.pid").c_str(), before, 0));
     EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/x.pid")) << "the number was given anew";
 
     const pid_t zombie = InChild([] { return 0; });

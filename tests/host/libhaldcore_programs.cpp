@@ -9,7 +9,7 @@
 
 #include "host/libhaldcore/run_program.h"
 #include "platform/hlib/process.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ ProgramOptions Capture()
     return options;
 }
 
-class Programs : public HaldMachine {};
+class Programs : public Machine {};
 
 TEST_F(Programs, StartInACleanWorld)
 {
@@ -41,7 +41,7 @@ TEST_F(Programs, StartInACleanWorld)
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
     sigprocmask(SIG_BLOCK, &term, nullptr);
-    const ProgramResult result = RunProgram({LIBHALD_TOOL, Root(), "", "a b;$(c)"}, Capture());
+    const ProgramResult result = RunProgram({LIBHALD_TOOL, root, "", "a b;$(c)"}, Capture());
     sigprocmask(SIG_UNBLOCK, &term, nullptr);
     signal(SIGPIPE, SIG_DFL);
     close(leaked);
@@ -108,7 +108,7 @@ TEST_F(Programs, ThatTakeTooLongEndWithAllTheyStarted)
     EXPECT_EQ(-1, result.status);
     EXPECT_TRUE(WasLogged("/bin/sh took too long"));
 
-    Put("/run/child.pid", result.output);
+    Write("/run/child.pid", result.output);
     for (int i = 0; i < 100 && HLIBCProcAliveByPidFile("/run/child.pid") != 0; ++i) usleep(10000);
     EXPECT_LT(0, std::atoi(result.output.c_str()));
     EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/child.pid")) << "still there";

@@ -1,9 +1,8 @@
 // The packet filter: which ports the rules open and close, and what becomes of a failed load.
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/paths.h"
 #include "host/libhaldfirewall/firewall_rules.h"
 #include "platform/firewall/firewall.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -41,25 +40,25 @@ TEST(FirewallRules, FollowTheSettings)
     }
 }
 
-class Firewall : public HaldMachine {
+class Firewall : public Machine {
 protected:
     /// A filter program that notes its arguments and ends with `status`.
     void InstallNft(int status) const
     {
-        Put("/usr/sbin/nft",
-            "#!/bin/sh\necho \"$@\" >" + Root() + "/args\nexit " + std::to_string(status) + "\n",
-            0755);
+        Write("/usr/sbin/nft",
+              "#!/bin/sh\necho \"$@\" >" + root + "/args\nexit " + std::to_string(status) + "\n",
+              0755);
     }
 };
 
 TEST_F(Firewall, LoadsItsRulesInOneFile)
 {
     InstallNft(0);
-    Put(host::PackagePath("etc/mailvane.conf"), "pop3_enabled=\"yes\"\n");
+    Write(host::PackagePath("etc/mailvane.conf"), "pop3_enabled=\"yes\"\n");
     EXPECT_EQ(0, HALDFwRuleHup());
     const std::string file = host::PackagePath("etc/firewall.nft");
-    EXPECT_EQ("-f " + file + "\n", Text("/args"));
-    const std::string rules = Text(file);
+    EXPECT_EQ("-f " + file + "\n", Contents("/args"));
+    const std::string rules = Contents(file);
     EXPECT_EQ("25, 110, 143, 587, 993", Ports(rules, "accept"));
     EXPECT_LT(rules.find("delete table inet mailvane\n"), rules.find("table inet mailvane {"));
 }
@@ -69,10 +68,10 @@ TEST_F(Firewall, PutsTheOldRulesBackWhenTheNewOnesAreRefused)
     InstallNft(1);
     const std::string file = host::PackagePath("etc/firewall.nft");
     EXPECT_GT(0, HALDFwRuleHup());
-    EXPECT_EQ("(none)", Text(file));
-    Put(file, "old\n");
+    EXPECT_EQ("(none)", Contents(file));
+    Write(file, "old\n");
     EXPECT_GT(0, HALDFwRuleHup());
-    EXPECT_EQ("old\n", Text(file));
+    EXPECT_EQ("old\n", Contents(file));
 }
 
 TEST_F(Firewall, IsLeftAloneWithoutAFilterProgram)

@@ -4,12 +4,11 @@
 #include <ctime>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/paths.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/error.h"
 #include "platform/hlib/string_list.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -24,15 +23,15 @@ constexpr char kUsers[] =
 constexpr char kGroups[] =
     "root:x:0:\nmail:x:8:\nusers:x:100:\nnogroup:x:65534:\nstaff:x:1500:alice,bob,alice\n";
 
-class Accounts : public HaldMachine {
+class Accounts : public Machine {
 protected:
     void SetUp() override
     {
-        HaldMachine::SetUp();
-        Put("/etc/passwd", kUsers);
-        Put("/etc/group", kGroups);
-        Put("/etc/nsswitch.conf",
-            "group: files\npasswd: files [NOTFOUND=continue] sss winbind # x\n");
+        Machine::SetUp();
+        Write("/etc/passwd", kUsers);
+        Write("/etc/group", kGroups);
+        Write("/etc/nsswitch.conf",
+              "group: files\npasswd: files [NOTFOUND=continue] sss winbind # x\n");
         for (const char* module : {LIBHALD_WINBIND, LIBHALD_SSS}) {
             ASSERT_NE(nullptr, dlopen(module, RTLD_NOW)) << dlerror();
             SetEngineState(module, 0);
@@ -98,10 +97,10 @@ TEST_F(Accounts, OfAnEngineThatIsDownAreAFailureAndNotNone)
     }
     EXPECT_EQ("3: alice bob dora", Users(HLIB_ACCOUNT_LOCAL)) << "the others answer";
 
-    Put("/etc/nsswitch.conf", "passwd: files [ NOTFOUND = sss ]\n");
+    Write("/etc/nsswitch.conf", "passwd: files [ NOTFOUND = sss ]\n");
     EXPECT_EQ("-1:", Users(HLIB_ACCOUNT_LDAP)) << "not configured";
     EXPECT_EQ("-1:", Groups(HLIB_ACCOUNT_DOMAIN)) << "not configured";
-    Put("/etc/nsswitch.conf", "passwd: files ldap\n");
+    Write("/etc/nsswitch.conf", "passwd: files ldap\n");
     EXPECT_EQ("-1:", Users(HLIB_ACCOUNT_LDAP)) << "configured, not installed";
     EXPECT_EQ("-1:", Users(4)) << "no such source";
 }
@@ -124,7 +123,7 @@ TEST_F(Accounts, AreFoundUnlessTheyAreTheSystems)
 TEST_F(Accounts, OfTheDirectoryAreFoundUnderTheirSuffix)
 {
     EXPECT_EQ("(none)", Found("carol@example.com")) << "not bound";
-    Put("/etc/haldinfo.conf", "ldap_enabled=\"yes\"\nldap_suffix=\"example.com\"\n");
+    Write("/etc/haldinfo.conf", "ldap_enabled=\"yes\"\nldap_suffix=\"example.com\"\n");
     EXPECT_EQ("carol", Found("carol@example.com"));
     EXPECT_EQ("(none)", Found("alice@example.com")) << "that is another Alice";
     EXPECT_EQ("(none)", Found("carol@example.org"));
@@ -136,9 +135,9 @@ TEST_F(Accounts, OfTheDirectoryAreFoundUnderTheirSuffix)
 TEST_F(Accounts, ExpireByTheirShadowEntry)
 {
     const long today = static_cast<long>(time(nullptr) / 86400);
-    Put("/etc/shadow",
-        "root:*:1:0:9:7::1:\nalice:*:1:0:9:7:::\nbob:*:1:0:9:7::" + std::to_string(today) +
-            ":\ndora:*:1:0:9:7::" + std::to_string(today + 2) + ":\n");
+    Write("/etc/shadow",
+          "root:*:1:0:9:7::1:\nalice:*:1:0:9:7:::\nbob:*:1:0:9:7::" + std::to_string(today) +
+              ":\ndora:*:1:0:9:7::" + std::to_string(today + 2) + ":\n");
     EXPECT_EQ(0, HALDUserCheckExpired("alice", nullptr)) << "never";
     EXPECT_EQ(1, HALDUserCheckExpired("bob", nullptr)) << "today";
     EXPECT_EQ(0, HALDUserCheckExpired("dora", nullptr)) << "the day after tomorrow";
@@ -149,10 +148,10 @@ TEST_F(Accounts, ExpireByTheirShadowEntry)
 TEST_F(Accounts, AreReadAgainWhenTheirFileHasChanged)
 {
     EXPECT_EQ("(none)", Found("erin"));
-    Put("/etc/passwd", std::string(kUsers) + "erin:x:1003:1500::/home/erin:/bin/sh\n");
+    Write("/etc/passwd", std::string(kUsers) + "erin:x:1003:1500::/home/erin:/bin/sh\n");
     EXPECT_EQ("erin", Found("erin"));
     EXPECT_EQ("0: alice bob dora erin", Members("staff"));
-    Put("/etc/passwd", kUsers);
+    Write("/etc/passwd", kUsers);
     EXPECT_EQ("(none)", Found("erin"));
 }
 

@@ -1,14 +1,13 @@
 // Domain, directory and services, as configuration and unit links say.
 #include <filesystem>
 
-#include "host/libhaldcore/paths.h"
 #include "platform/hald/directory.h"
 #include "platform/hlib/accounts.h"
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
-class Directory : public HaldMachine {
+class Directory : public Machine {
 protected:
     static void Link(const std::string& target, const std::string& path)
     {
@@ -31,7 +30,7 @@ TEST_F(Directory, IsAWindowsDomainWithAdsAndARealm)
         {"[global]\n;  security = ads\n  realm = EXAMPLE.COM\n", false},
     };
     for (const auto& row : rows) {
-        Put("/usr/hald/etc/smb.conf", row.text);
+        Write("/usr/hald/etc/smb.conf", row.text);
         EXPECT_EQ(row.want, HALDWinsIsJoined() != 0) << row.text;
     }
 }
@@ -43,7 +42,7 @@ TEST_F(Directory, IsLdapWithASuffixThatFits)
     EXPECT_GT(0, HALDLDAPLoginSuffixGet(suffix, sizeof suffix));
     EXPECT_STREQ("", suffix);
 
-    Put("/etc/haldinfo.conf", "ldap_enabled=\"yes\"\nldap_suffix=\"example.com\"\n");
+    Write("/etc/haldinfo.conf", "ldap_enabled=\"yes\"\nldap_suffix=\"example.com\"\n");
     EXPECT_NE(0, HALDLDAPIsBinded());
     EXPECT_EQ(0, HALDLDAPLoginSuffixGet(suffix, sizeof suffix));
     EXPECT_STREQ("example.com", suffix);
@@ -54,7 +53,7 @@ TEST_F(Directory, IsLdapWithASuffixThatFits)
 TEST_F(Directory, KnowsServicesByTheirLinks)
 {
     EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd"));
-    Put("/lib/systemd/system/winbind.service", "");
+    Write("/lib/systemd/system/winbind.service", "");
     EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd")) << "installed only";
     Link("/lib/systemd/system/winbind.service",
          "/etc/systemd/system/multi-user.target.wants/winbind.service");
@@ -62,8 +61,8 @@ TEST_F(Directory, KnowsServicesByTheirLinks)
     Link("/dev/null", "/etc/systemd/system/winbind.service");
     EXPECT_EQ(0, HLIBServiceIsEnabled("winbindd")) << "masked";
 
-    Put("/etc/init.d/nslcd", "");
-    Put("/etc/init.d/other", "");
+    Write("/etc/init.d/nslcd", "");
+    Write("/etc/init.d/other", "");
     Link("../init.d/nslcd", "/etc/rc3.d/S01nslcd");
     Link("../init.d/other", "/etc/rc3.d/K01other");
     EXPECT_NE(0, HLIBServiceIsEnabled("nslcd"));

@@ -1,5 +1,6 @@
 # The request object: who may enter, what is loaded, what is refused.
 add_executable(libkos_tests
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libkos_admission.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libkos_loading.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libkos_request.cpp

@@ -3,33 +3,17 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libhaldcore/paths.h"
 #include "platform/web/web_man.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string systemLog;  // file that syslog lines of this process go to
-
-__attribute__((format(printf, 1, 0))) void AppendToLog(const char* format, va_list arguments)
-{
-    char* line = nullptr;
-    if (vasprintf(&line, format, arguments) < 0) std::abort();
-    std::ofstream(systemLog, std::ios::app) << line << '\n';
-    std::free(line);
-}
 
 void Redirect(const std::string& path, int flags, int descriptor)
 {
@@ -49,7 +33,7 @@ Json::Value DescribeUpload(WebMan& web)
         saw["path"] = path;
         saw["mode"] = static_cast<int>(status.st_mode & 07777);
         saw["size"] = static_cast<Json::Int64>(status.st_size);
-        fs::copy_file(path, systemLog + ".upload", fs::copy_options::overwrite_existing);
+        fs::copy_file(path, host::Path("/log.upload"), fs::copy_options::overwrite_existing);
     }
     return saw;
 }
@@ -80,38 +64,6 @@ int ServeRequest()
 
 }  // namespace
 
-// The system log of this program, in place of the machine's: the plain call and the fortified one.
-extern "C" {
-
-void RecordSyslog(int priority, const char* format, ...) __asm__("syslog")
-    __attribute__((format(printf, 2, 3)));
-void RecordSyslogChk(int priority, int flag, const char* format, ...) __asm__("__syslog_chk")
-    __attribute__((format(printf, 3, 4)));
-
-void RecordSyslog(int /*priority*/, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    AppendToLog(format, arguments);
-    va_end(arguments);
-}
-
-void RecordSyslogChk(int /*priority*/, int /*flag*/, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    AppendToLog(format, arguments);
-    va_end(arguments);
-}
-
-}  // extern "C"
-
-std::string Contents(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string Answer::StatusLine() const
 {
     return output.rfind("Status: ", 0) == 0 ? output.substr(0, output.find('\n')) : "";
@@ -125,12 +77,7 @@ std::string Answer::Body() const
 
 void RequestTest::SetUp()
 {
-    std::string name = fs::temp_directory_path() / "mailvane-XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(name.data()));
-    root = name;
-    systemLog = root + "/log";
-    host::SetRoot(root);
-    fs::create_directories(host::PackagePath("etc"));
+    Machine::SetUp();
     fs::create_directory(root + "/tmp");
     Write("/etc/passwd",
           "alice:x:1001:100::/:\npetra:x:1002:900::/:\nbob:x:1003:100::/:\n"
@@ -139,26 +86,13 @@ void RequestTest::SetUp()
     Write("/etc/shadow", "alice:*:1:0:9:7:::\neve:*:1:0:9:7::100:\ncarl:*:1:0:9:7::99999:\n");
 }
 
-void RequestTest::TearDown()
-{
-    host::SetRoot("");
-    fs::remove_all(root);
-}
-
-void RequestTest::Write(const std::string& path, const std::string& text) const
-{
-    fs::create_directories(fs::path(root + path).parent_path());
-    std::ofstream(root + path, std::ios::binary) << text;
-}
-
 Answer RequestTest::Run(const Environment& environment, const std::string& body,
                         const std::function<int()>& serve) const
 {
     Write("/stdin", body);
     Write("/log", "");
     const int input = open((root + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = InChild([&] {
         (void)dup2(input, STDIN_FILENO);
         Redirect(root + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
         (void)clearenv();
@@ -167,15 +101,15 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
         }
         const int status = serve();
         (void)fflush(stdout);
-        _exit(status);
-    }
+        std::ofstream log(root + "/log");
+        for (const std::string& line : Logged()) log << line << '\n';
+        return status;
+    });
 
     Answer answer;
-    int status = 0;
-    (void)waitpid(child, &status, 0);
-    answer.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    answer.output = Contents(root + "/stdout");
-    answer.log = Contents(root + "/log");
+    answer.status = StatusOf(child);
+    answer.output = Contents("/stdout");
+    answer.log = Contents("/log");
     answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
     (void)close(input);
     return answer;

@@ -1,12 +1,11 @@
 // Runs one request as a web server would: an environment, a body, a process of its own.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <sys/types.h>
-
 #include <functional>
 #include <map>
 #include <string>
+
+#include "tests/host/machine.h"
 
 using Environment = std::map<std::string, std::string>;
 
@@ -25,10 +24,9 @@ struct Answer {
 /// A machine in a temporary directory, with accounts: alice (a member of the administrators), petra
 /// (by her primary group), carl (a member, expiring in a far future), eve (a member, expired), bob
 /// (none).
-class RequestTest : public ::testing::Test {
+class RequestTest : public Machine {
 protected:
     void SetUp() override;
-    void TearDown() override;
 
     /// Carries out `serve` as a request; its result is the exit status.
     Answer Run(const Environment& environment, const std::string& body,
@@ -37,14 +35,7 @@ protected:
     /// The same with a program that does what is asked as the real one would, and answers what it
     /// saw of the request as a JSON object.
     Answer Run(const Environment& environment, const std::string& body = "") const;
-
-    void Write(const std::string& path, const std::string& text) const;
-
-    std::string root;
 };
-
-/// The bytes of a file.
-std::string Contents(const std::string& path);
 
 /// The length and type of a body, by alice, from the command line.
 Environment Sends(const std::string& type, const std::string& body);

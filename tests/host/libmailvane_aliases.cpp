@@ -8,7 +8,7 @@
 #include "host/libmailvane/alias_names.h"
 #include "host/libmailvane/alias_store.h"
 #include "host/libmailvane/alias_text.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 

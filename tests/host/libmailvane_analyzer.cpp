@@ -74,43 +74,26 @@ TEST(SelfCheckTable, StandsInTheDocumentRowByRow)
     EXPECT_EQ(wanted, rows);
 }
 
-Finding Fine(const StoredSettings&, const char*)
-{
-    return {};
-}
+using Run = Finding (*)(const StoredSettings&, const char*);
 
-Finding Fails(const StoredSettings&, const char* subject)
-{
-    return {CheckWord::kFailed, subject};
-}
-
-Finding Hangs(const StoredSettings&, const char*)
-{
+const Run kFine = [](const auto&, auto) { return Finding(); };
+const Run kFails = [](const auto&, auto subject) { return Finding{CheckWord::kFailed, subject}; };
+const Run kHangs = [](const auto&, auto) -> Finding {
     for (;;) pause();
-}
-
-Finding HangsAndTakesNoSignal(const StoredSettings&, const char*)
-{
+};
+const Run kHangsAndTakesNoSignal = [](const auto& settings, auto subject) {
     signal(SIGTERM, SIG_IGN);
-    for (;;) pause();
-}
-
-Finding Crashes(const StoredSettings&, const char*)
-{
-    std::abort();
-}
-
-Finding Throws(const StoredSettings&, const char*)
-{
+    return kHangs(settings, subject);
+};
+const Run kCrashes = [](const auto&, auto) -> Finding { std::abort(); };
+const Run kThrows = [](const auto&, auto) -> Finding {
     throw std::runtime_error("a check throws");
-}
+};
+const Run kTalksALot = [](const auto&, auto) {
+    return Finding{CheckWord::kWarning, std::string(1 << 20, 'x')};
+};
 
-Finding TalksALot(const StoredSettings&, const char*)
-{
-    return {CheckWord::kWarning, std::string(1 << 20, 'x')};
-}
-
-Check Row(Finding (*run)(const StoredSettings&, const char*), const char* settings = nullptr)
+Check Row(Run run, const char* settings = nullptr)
 {
     return {"key", settings, run, "subject", seconds(1), ""};
 }
@@ -131,9 +114,9 @@ std::vector<std::string> Words(const std::vector<Finding>& findings)
 TEST(SelfCheckRunner, KeepsTheOrderAndRunsNothingThatIsOff)
 {
     const auto findings =
-        FindingsOf({Row(Fails), Row(Fine), Row(Crashes, "pop3_enabled"), Row(Fine, "imap_enabled"),
-                    Row(Crashes, "account_type enable_dkim"),
-                    Row(Fails, "enable_dkim imap_enabled"), Row(TalksALot)});
+        FindingsOf({Row(kFails), Row(kFine), Row(kCrashes, "pop3_enabled"),
+                    Row(kFine, "imap_enabled"), Row(kCrashes, "account_type enable_dkim"),
+                    Row(kFails, "enable_dkim imap_enabled"), Row(kTalksALot)});
     EXPECT_EQ((std::vector<std::string>{"FAILED", "OK", "OFF", "OK", "OFF", "FAILED", "WARNING"}),
               Words(findings));
     EXPECT_EQ("subject", findings[0].detail);
@@ -143,9 +126,9 @@ TEST(SelfCheckRunner, KeepsTheOrderAndRunsNothingThatIsOff)
 TEST(SelfCheckRunner, EndsWhatHangsAtItsLimitAndLeavesNoProcess)
 {
     const auto start = std::chrono::steady_clock::now();
-    std::vector<Check> checks(20, Row(Hangs));
-    checks.push_back(Row(HangsAndTakesNoSignal));
-    checks.push_back(Row(Fine));
+    std::vector<Check> checks(20, Row(kHangs));
+    checks.push_back(Row(kHangsAndTakesNoSignal));
+    checks.push_back(Row(kFine));
     const auto findings = FindingsOf(checks);
     EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(3)) << "they hang side by side";
     EXPECT_EQ("OK", Words(findings).back());
@@ -158,7 +141,7 @@ TEST(SelfCheckRunner, EndsWhatHangsAtItsLimitAndLeavesNoProcess)
 TEST(SelfCheckRunner, SurvivesChecksThatCrash)
 {
     EXPECT_EQ((std::vector<std::string>{"UNKNOWN", "UNKNOWN", "OK"}),
-              Words(FindingsOf({Row(Crashes), Row(Throws), Row(Fine)})));
+              Words(FindingsOf({Row(kCrashes), Row(kThrows), Row(kFine)})));
 }
 
 TEST(SelfCheckRunner, KeepsTheWorstWordOfSeveralFindings)

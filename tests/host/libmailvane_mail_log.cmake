@@ -1,6 +1,7 @@
 # The mail log as the pages read it.
 find_package(SQLiteCpp REQUIRED)
 add_executable(libmailvane_mail_log_tests
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_mail_log.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_mail_log_files.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_mail_log_statistic.cpp)

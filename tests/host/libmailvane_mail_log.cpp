@@ -12,6 +12,20 @@ const char kFew[] = R"(VALUES
     ('q3', '3', 'Stra' || char(0xdf) || 'e ' || char(0xc4) || 'pfel', 300, 2000, 2, 'anna@x.test', ''),
     ('q4', '4', 'C:\plan', 400, 3000, 3, 'carl@x.test', 'dora@z.test'))";
 
+LogFilter Where()
+{
+    return {};
+}
+
+/// Criteria of which some members are set: `Where(&LogFilter::member, value, ...)`.
+template <typename Member, typename Value, typename... More>
+LogFilter Where(Member LogFilter::*member, Value value, More... more)
+{
+    LogFilter filter = Where(more...);
+    filter.*member = value;
+    return filter;
+}
+
 class Criteria : public LogMachine {
 protected:
     /// The entries of one page, their number checked against the count.
@@ -39,91 +53,36 @@ protected:
 TEST_F(Criteria, SelectBySizeWordTextStatusAndTime)
 {
     Store(kFew);
-    using Change = void (*)(LogFilter&);
+    using F = LogFilter;
     const struct {
         const char *name, *want;
-        Change change;
-    } rows[] = {
-        {"all", "4 3 2 1", [](LogFilter&) {}},
-        {"greater", "4",
-         [](LogFilter& f) {
-             f.sizeOp = "gt";
-             f.sizeBytes = 2000;
-         }},
-        {"at least", "4 3 2",
-         [](LogFilter& f) {
-             f.sizeOp = ">=";
-             f.sizeBytes = 2000;
-         }},
-        {"less", "1",
-         [](LogFilter& f) {
-             f.sizeOp = "less";
-             f.sizeBytes = 2000;
-         }},
-        {"at most", "3 2 1",
-         [](LogFilter& f) {
-             f.sizeOp = "le";
-             f.sizeBytes = 2000;
-         }},
-        {"equal", "3 2",
-         [](LogFilter& f) {
-             f.sizeOp = "equal";
-             f.sizeBytes = 2000;
-         }},
-        {"unknown word", "4 3 2 1",
-         [](LogFilter& f) {
-             f.sizeOp = "size > 0; --";
-             f.sizeBytes = 2000;
-         }},
-        {"short id", "3", [](LogFilter& f) { f.messageId = "3"; }},
-        {"any case", "3 1", [](LogFilter& f) { f.mailTo = "ANNA"; }},
-        {"two letters", "3 1", [](LogFilter& f) { f.mailTo = "an"; }},
-        {"percent sign", "", [](LogFilter& f) { f.mailTo = "a%a"; }},
-        {"other column", "", [](LogFilter& f) { f.mailFrom = "plan"; }},
-        {"underscore", "1", [](LogFilter& f) { f.mailFrom = "b_B"; }},
-        {"two texts", "1",
-         [](LogFilter& f) {
-             f.mailTo = "anna";
-             f.mailFrom = "bob";
-         }},
-        {"short and long", "",
-         [](LogFilter& f) {
-             f.messageId = "4";
-             f.mailTo = "anna";
-         }},
-        {"text and status", "3",
-         [](LogFilter& f) {
-             f.mailTo = "anna";
-             f.status = 2;
-         }},
-        {"unknown status", "", [](LogFilter& f) { f.status = 17; }},
-        {"from and to", "3 2",
-         [](LogFilter& f) {
-             f.dateFrom = 200;
-             f.dateTo = 300;
-         }},
-        {"from", "4", [](LogFilter& f) { f.dateFrom = 301; }},
-        {"unknown order", "1 2 3 4",
-         [](LogFilter& f) {
-             f.order = "ASC";
-             f.sortField = "nonsense";
-         }},
-        {"equal sizes", "1 2 3 4",
-         [](LogFilter& f) {
-             f.order = "asc";
-             f.sortField = "size";
-         }},
-        {"odd direction", "4 2 3 1",
-         [](LogFilter& f) {
-             f.order = "asc; DROP TABLE entry";
-             f.sortField = "mail_to";
-         }},
-    };
-    for (const auto& row : rows) {
         LogFilter filter;
-        row.change(filter);
-        EXPECT_EQ(Listed(filter), row.want) << row.name;
-    }
+    } rows[] = {
+        {"all", "4 3 2 1", {}},
+        {"greater", "4", Where(&F::sizeOp, "gt", &F::sizeBytes, 2000)},
+        {"at least", "4 3 2", Where(&F::sizeOp, ">=", &F::sizeBytes, 2000)},
+        {"less", "1", Where(&F::sizeOp, "less", &F::sizeBytes, 2000)},
+        {"at most", "3 2 1", Where(&F::sizeOp, "le", &F::sizeBytes, 2000)},
+        {"equal", "3 2", Where(&F::sizeOp, "equal", &F::sizeBytes, 2000)},
+        {"unknown word", "4 3 2 1", Where(&F::sizeOp, "size > 0; --", &F::sizeBytes, 2000)},
+        {"short id", "3", Where(&F::messageId, "3")},
+        {"any case", "3 1", Where(&F::mailTo, "ANNA")},
+        {"two letters", "3 1", Where(&F::mailTo, "an")},
+        {"percent sign", "", Where(&F::mailTo, "a%a")},
+        {"other column", "", Where(&F::mailFrom, "plan")},
+        {"underscore", "1", Where(&F::mailFrom, "b_B")},
+        {"two texts", "1", Where(&F::mailTo, "anna", &F::mailFrom, "bob")},
+        {"short and long", "", Where(&F::messageId, "4", &F::mailTo, "anna")},
+        {"text and status", "3", Where(&F::mailTo, "anna", &F::status, 2)},
+        {"unknown status", "", Where(&F::status, 17)},
+        {"from and to", "3 2", Where(&F::dateFrom, 200, &F::dateTo, 300)},
+        {"from", "4", Where(&F::dateFrom, 301)},
+        {"unknown order", "1 2 3 4", Where(&F::order, "ASC", &F::sortField, "nonsense")},
+        {"equal sizes", "1 2 3 4", Where(&F::order, "asc", &F::sortField, "size")},
+        {"odd direction", "4 2 3 1",
+         Where(&F::order, "asc; DROP TABLE entry", &F::sortField, "mail_to")},
+    };
+    for (const auto& row : rows) EXPECT_EQ(Listed(row.filter), row.want) << row.name;
 }
 
 TEST_F(Criteria, SearchFindsATextAnywhereAsItStands)

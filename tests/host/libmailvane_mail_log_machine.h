@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/mail_log_schema.h"
 #include "platform/mailvane/mail_log.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 class LogMachine : public Machine {
 protected:

@@ -6,7 +6,7 @@
 #include "host/libmailvane/database.h"
 #include "host/libmailvane/report_recipients.h"
 #include "platform/mailvane/reporter.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_text.h"
 #include "tools/report/schedule.h"

@@ -1,5 +1,6 @@
 # Settings, rendered files and saves of the service library.
 add_executable(libmailvane_settings_tests
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_table.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_render.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_signing.cpp)

@@ -1,6 +1,5 @@
 // Keys for DKIM, and the texts of the filters' files.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,7 +7,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/mail_filters.h"
 #include "platform/mailvane/rsa_key.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -59,12 +58,6 @@ protected:
         return pairs;
     }
 
-    static mode_t ModeOf(const std::string& path)
-    {
-        struct stat info {};
-        return stat(path.c_str(), &info) == 0 ? info.st_mode & 07777U : 0;
-    }
-
     std::string folder_;
 };
 
@@ -73,8 +66,8 @@ TEST_F(RsaKeys, ANewPairReplacesTheOldOneWhichIsKept)
     ASSERT_EQ(Generate(), 0);
     const std::string first = Pair();
     EXPECT_NE(first, "");
-    EXPECT_EQ(ModeOf(PrivateFile()), 0600U);
-    EXPECT_EQ(ModeOf(PublicFile()), 0644U);
+    EXPECT_EQ(Mode(PrivateFile()), 0600U);
+    EXPECT_EQ(Mode(PublicFile()), 0644U);
 
     ASSERT_EQ(Generate(), 0);
     EXPECT_NE(Pair(), "");
@@ -93,7 +86,7 @@ TEST_F(RsaKeys, AGenerationThatEndsEarlyLeavesTheOldPair)
 
     // A process killed between the halves has left a new private key.
     EXPECT_EQ(GenerateRSAPrivateKey(kPrivate, 1024), 0);
-    EXPECT_EQ(ModeOf(PrivateFile() + ".new"), 0600U);
+    EXPECT_EQ(Mode(PrivateFile() + ".new"), 0600U);
     EXPECT_EQ(Pair(), before);
 
     Write(PrivateFile() + ".new", "no key\n");
@@ -196,43 +189,6 @@ TEST(Filters, SpfIsAskedLastAndOnlyWhileItIsOn)
     settings.Set("enable_spf_check", "no");
     EXPECT_EQ(host::RenderPostfixMain(settings, {}).find("policyd-spf"), std::string::npos);
     EXPECT_EQ(host::RenderPostfixMaster(settings, {}).find("policyd-spf"), std::string::npos);
-}
-
-class FilterFiles : public Machine {
-protected:
-    /// Text of a file of a generation made of settings.
-    static std::string Text(const StoredSettings& settings, const std::string& name,
-                            const host::Surroundings& around = {})
-    {
-        host::NextGeneration next;
-        host::PutFilterFiles(next, settings, around);
-        return Contents(next.directory() + "/" + name);
-    }
-};
-
-TEST_F(FilterFiles, TheSignerSignsForEachMailDomainAndForNoOther)
-{
-    StoredSettings settings = With({});
-    settings.domains = {"second.example", "example.org"};
-    settings.Set("dkim_selector", "s2026");
-    EXPECT_NE(Text(settings, "opendkim/KeyTable").find("server %:s2026:/"), std::string::npos);
-    EXPECT_EQ(Text(settings, "opendkim/SigningTable"),
-              "*@mail.example.org server\n*@example.org server\n*@second.example server\n");
-    // Mail of these clients is signed without a login.
-    EXPECT_EQ(Text(settings, "opendkim/TrustedHosts"), "127.0.0.1\n::1\n");
-}
-
-TEST_F(FilterFiles, TheVerifierAsksTheMachinesNameServers)
-{
-    host::Surroundings around;
-    EXPECT_EQ(Text(With({}), "opendkim/resolver.conf", around).find("forward-zone"),
-              std::string::npos);
-    around.nameServers = {"127.0.0.53", "2001:db8::53"};
-    const std::string text = Text(With({}), "opendkim/resolver.conf", around);
-    EXPECT_NE(text.find("    name: \".\"\n    forward-addr: 127.0.0.53\n"
-                        "    forward-addr: 2001:db8::53\n"),
-              std::string::npos)
-        << text;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 # The stores, the ports and the services of the service library.
 find_package(SQLiteCpp REQUIRED)
 add_executable(libmailvane_stores_tests
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_account_data.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_aliases.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_database.cpp

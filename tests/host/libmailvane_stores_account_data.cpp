@@ -15,7 +15,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/account_record.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 

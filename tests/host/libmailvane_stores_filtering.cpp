@@ -2,33 +2,16 @@
 // and the white list.
 #include <unistd.h>
 
-#include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/account_record.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/spam_rule_text.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/libmailvane_lists_machine.h"
 
 namespace {
 
-class Filtering : public Machine {
+class Filtering : public ListMachine {
 protected:
-    void SetUp() override
-    {
-        Machine::SetUp();
-        Write(host::PackagePath("etc/mailvane.conf"), "account_type=\"local\"\n");
-        const host::AccountStore& store = host::StoreOf(host::AccountDatabase::kMailvane);
-        const std::string path = host::PackagePath(store.live);
-        ASSERT_TRUE(host::CreateAccountDatabase(path, store.schema, {"local", ""}));
-        host::Stamp(path, store.schema, {"local", ""});
-        ASSERT_TRUE(host::CreateAccountDatabase(host::PackagePath("etc/alias.db"),
-                                                host::StoreOf(host::AccountDatabase::kAlias).schema,
-                                                {"local", ""}));
-    }
-
-    std::string File() const { return root + "/list"; }
-
     int Import(BlackWhiteType list, const std::string& text)
     {
         Write(File(), text);

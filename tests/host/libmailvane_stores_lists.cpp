@@ -4,8 +4,6 @@
 #include <memory>
 
 #include "host/libmailvane/access_store.h"
-#include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/account_record.h"
 #include "host/libmailvane/attachment_types.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/list_names.h"
@@ -13,30 +11,19 @@
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/sender_quota.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/libmailvane_lists_machine.h"
 #include "tools/rate_policy/counters.h"
 
 namespace {
 
-const host::AccountCombination kAccount{"local", ""};
-
-class Lists : public Machine {
+class Lists : public ListMachine {
 protected:
     void SetUp() override
     {
-        Machine::SetUp();
-        Write(host::PackagePath("etc/mailvane.conf"), "account_type=\"local\"\n");
-        for (const auto which : {host::AccountDatabase::kAlias, host::AccountDatabase::kMailvane}) {
-            const host::AccountStore& store = host::StoreOf(which);
-            const std::string path = host::PackagePath(store.live);
-            ASSERT_TRUE(host::CreateAccountDatabase(path, store.schema, kAccount));
-            host::Stamp(path, store.schema, kAccount);
-        }
+        ListMachine::SetUp();
         access.reset(Access::getInstance());
         ASSERT_NE(nullptr, access);
     }
-
-    std::string File() const { return root + "/list"; }
 
     int ImportAccess(Type type, const std::string& text)
     {

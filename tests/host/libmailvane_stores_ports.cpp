@@ -10,7 +10,7 @@
 
 #include "host/libmailvane/listening_ports.h"
 #include "platform/mailvane/web_utils.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 

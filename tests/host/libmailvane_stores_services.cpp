@@ -4,7 +4,7 @@
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -21,19 +21,6 @@ protected:
 
     std::string Ran() const { return Contents(root + "/ran"); }
 };
-
-TEST_F(Services, RunTheirOwnScriptWithTheVerb)
-{
-    for (const char* name : {"postfix.sh", "dovecot.sh", "mailscanner.sh", "antivirus.sh"}) {
-        Install(name, 0);
-    }
-    EXPECT_EQ(0, Postfix::Service("start"));
-    EXPECT_EQ(0, ImapPop3::Service("stop"));
-    EXPECT_EQ(0, MailScanner::Service("restart"));
-    EXPECT_EQ(0, MailScanner::AntiVirusService("stop"));
-    EXPECT_EQ("postfix.sh start\ndovecot.sh stop\nmailscanner.sh restart\nantivirus.sh stop\n",
-              Ran());
-}
 
 TEST_F(Services, FailWithTheScriptAndRefuseOtherVerbs)
 {

@@ -1,5 +1,6 @@
 # The collector of the mail log.
 add_executable(maillog_collector_tests
+    ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/maillog_collector_lines.cpp
     ${CMAKE_CURRENT_LIST_DIR}/maillog_collector_runs.cpp)
 target_compile_definitions(maillog_collector_tests PRIVATE

@@ -66,30 +66,30 @@ TEST(LogClock, YearAndZone)
 TEST(LogEvent, TextsOfStrangersNameNoQueueId)
 {
     const std::string to = "4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
+    const std::string far = "mx.far.test[203.0.113.9]:25";
     const std::string sent = ", delay=1, delays=1/0/0/0, dsn=2.0.0, status=sent (250 2.0.0 Ok: ";
-    auto event = Parse("smtp[1]: " + to + "mx.far.test[203.0.113.9]:25" + sent +
-                       "queued as 4jWf7V0lnXzm4JM)");
-    ASSERT_TRUE(event);
-    EXPECT_EQ(EventKind::kSent, event->kind);
-    EXPECT_EQ("", event->other);
-
-    event = Parse("lmtp[1]: " + to + "127.0.0.1[127.0.0.1]:10024" + sent +
-                  "queued as 4jWf7V0lnXzm4JM)");
-    ASSERT_TRUE(event);
-    EXPECT_EQ(EventKind::kScanned, event->kind);
-    EXPECT_EQ("4jWf7V0lnXzm4JM", event->other);
-
-    event = Parse("smtp[1]: " + to +
-                  "mx.far.test[203.0.113.9]:25, delay=1, dsn=2.0.0, status=sent "
-                  "(forwarded as 4jWf7V0lnXzm4JM)");
-    ASSERT_TRUE(event);
-    EXPECT_EQ(EventKind::kSent, event->kind);
-
-    event = Parse(
-        "smtpd[1]: 4jWf7V0lnXzm4JM: client=far.test[203.0.113.9], "
-        "orig_queue_id=4jWf7T69kfzm4Dv, orig_client=x[1.2.3.4]");
-    ASSERT_TRUE(event);
-    EXPECT_EQ(EventKind::kAccepted, event->kind);
+    const std::string other = "4jWf7V0lnXzm4JM";
+    const struct {
+        std::string line;
+        EventKind kind;
+        std::string other;
+    } rows[] = {
+        {"smtp[1]: " + to + far + sent + "queued as " + other + ")", EventKind::kSent, ""},
+        {"lmtp[1]: " + to + "127.0.0.1[127.0.0.1]:10024" + sent + "queued as " + other + ")",
+         EventKind::kScanned, other},
+        {"smtp[1]: " + to + far + ", delay=1, dsn=2.0.0, status=sent (forwarded as " + other + ")",
+         EventKind::kSent, ""},
+        {"smtpd[1]: " + other +
+             ": client=far.test[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv, "
+             "orig_client=x[1.2.3.4]",
+         EventKind::kAccepted, ""},
+    };
+    for (const auto& row : rows) {
+        const auto event = Parse(row.line);
+        ASSERT_TRUE(event) << row.line;
+        EXPECT_EQ(row.kind, event->kind) << row.line;
+        EXPECT_EQ(row.other, event->other) << row.line;
+    }
 }
 
 TEST(LogEvent, AddressesEndWhereTheyEnd)

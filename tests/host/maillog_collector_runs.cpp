@@ -12,8 +12,8 @@
 #include <string>
 
 #include "host/libmailvane/mail_log_schema.h"
-#include "libmailvane_stores_machine.h"
 #include "platform/mailvane/mail_log.h"
+#include "tests/host/machine.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
 
@@ -103,7 +103,11 @@ protected:
     }
 
     /// The lines of the sample, of which each was written by a real machine.
-    static std::string Sample() { return Contents(MAILVANE_SAMPLE_LOG); }
+    static std::string Sample()
+    {
+        std::ifstream file(MAILVANE_SAMPLE_LOG);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
 
     std::string log;
 };

@@ -40,7 +40,20 @@ protected:
     Reply Read(const std::string& action, std::map<std::string, std::string> parameters = {});
     /// Runs an action of the write table; `body` is the rest of the JSON body.
     Reply Write(const std::string& action, const std::string& body = "{}");
+
+    /// A table of failures, a request in each line and in those after it that are indented:
+    ///     action [JSON body, or parameters as a=1&b=2] | calls | answer | log
+    /// The calls, separated by " > ", are all that is called; the last of them fails. With "..." in
+    /// front they are the last one's beginning, after others. The answer is
+    /// "failure", "system", "section/key", "nothing" or JSON; log lines are separated by "; ".
+    void ExpectFailures(const std::string& table);
+
+private:
+    void ExpectFailure(const std::string& row);
 };
+
+constexpr char kSuccess[] = R"({"success": true})";
+constexpr char kFailure[] = R"({"success": false})";
 
 /// The whole output of an action that answers once, with the default header and this body.
 std::string Answer(const std::string& json);

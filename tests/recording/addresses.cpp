@@ -1,4 +1,5 @@
-// Aliases, access lists, blind copies, sender quotas and attachment types, kept in memory.
+// Aliases, access lists, blind copies, sender quotas and attachment types: changes are noted, not
+// carried out.
 #include "platform/mailvane/attachment_filter.h"
 #include "tests/recording/lists.h"
 
@@ -37,103 +38,56 @@ recording::Words Describe(const std::list<BccInfo>& rules)
 
 }  // namespace
 
-struct Alias::State {
-    decltype(TheWorld().aliases) table;
-    bool loaded = false;
+Alias::Alias() : state_(nullptr) {}
 
-    std::list<MemberInfo>* Find(const std::string& alias)
-    {
-        for (auto& entry : table) {
-            if (entry.first == alias) return &entry.second;
-        }
-        return nullptr;
-    }
-};
-
-Alias::Alias() : state_(new State) {}
-
-Alias::~Alias()
-{
-    delete state_;
-}
+Alias::~Alias() {}
 
 int Alias::load()
 {
-    const int result = Call("Alias::load");
-    state_->loaded = result >= 0;
-    if (state_->loaded) state_->table = TheWorld().aliases;
-    return result;
+    return Call("Alias::load");
 }
 
 int Alias::save()
 {
-    const int result = Call("Alias::save");
-    if (result >= 0 && state_->loaded) TheWorld().aliases = state_->table;
-    return result;
+    return Call("Alias::save");
 }
 
 std::list<std::string> Alias::getAliasNameList()
 {
     Detail("Alias::getAliasNameList");
     std::list<std::string> names;
-    for (const auto& entry : state_->table) names.push_back(entry.first);
+    for (const auto& entry : TheWorld().aliases) names.push_back(entry.first);
     return names;
 }
 
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 {
-    const std::list<MemberInfo>* found = state_->Find(alias);
-    const int result = CallOr(found == nullptr ? -1 : 0, "Alias::loadMember", alias);
-    if (result >= 0 && found != nullptr) members = *found;
+    const auto& table = TheWorld().aliases;
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const auto& entry) { return entry.first == alias; });
+    const int result = CallOr(found == table.end() ? -1 : 0, "Alias::loadMember", alias);
+    if (result >= 0 && found != table.end()) members = found->second;
     return result;
 }
 
 int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
-    const int result = Call("Alias::addMember", alias, Describe(members));
-    if (result < 0) return result;
-
-    if (state_->Find(alias) == nullptr) state_->table.emplace_back(alias, std::list<MemberInfo>());
-    std::list<MemberInfo>& all = *state_->Find(alias);
-    all.insert(all.end(), members.begin(), members.end());
-    return result;
+    return Call("Alias::addMember", alias, Describe(members));
 }
 
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
-    std::list<MemberInfo>* all = state_->Find(alias);
-    const int result =
-        CallOr(all == nullptr ? -1 : 0, "Alias::delMember", alias, Describe(members));
-    if (result < 0 || all == nullptr) return result;
-
-    for (const MemberInfo& gone : members) {
-        all->remove_if([&gone](const MemberInfo& member) {
-            return member.name == gone.name && member.type == gone.type;
-        });
-    }
-    return result;
+    return Call("Alias::delMember", alias, Describe(members));
 }
 
 int Alias::changeAliasName(const std::string& from, const std::string& to)
 {
-    const int result = Call("Alias::changeAliasName", from, to);
-    for (auto& entry : state_->table) {
-        if (result >= 0 && entry.first == from) entry.first = to;
-    }
-    return result;
+    return Call("Alias::changeAliasName", from, to);
 }
 
 int Alias::delAlias(const std::list<std::string>& names)
 {
-    const int result = Call("Alias::delAlias", names);
-    if (result < 0) return result;
-
-    auto& table = state_->table;
-    const auto isGone = [&names](const auto& entry) {
-        return std::find(names.begin(), names.end(), entry.first) != names.end();
-    };
-    table.erase(std::remove_if(table.begin(), table.end(), isGone), table.end());
-    return result;
+    return Call("Alias::delAlias", names);
 }
 
 int Alias::ExportAlias(const std::string& path)
@@ -175,23 +129,12 @@ std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 
 int Access::addAccess(Type type, NameType nameType, const std::string& name, AccessStatus status)
 {
-    const int result = Call("Access::addAccess", type, nameType, name, status);
-    if (result >= 0) TheWorld().access.push_back({name, status, type, nameType});
-    return result;
+    return Call("Access::addAccess", type, nameType, name, status);
 }
 
 int Access::deleteAccess(const std::list<AccessInfo>& entries)
 {
-    const int result = Call("Access::deleteAccess", Describe(entries));
-    if (result < 0) return result;
-
-    for (const AccessInfo& gone : entries) {
-        TheWorld().access.remove_if([&gone](const AccessInfo& entry) {
-            return entry.name == gone.name && entry.type == gone.type &&
-                   entry.nameType == gone.nameType;
-        });
-    }
-    return result;
+    return Call("Access::deleteAccess", Describe(entries));
 }
 
 int Access::exportAccess(Type type, const std::string& path)
@@ -252,29 +195,12 @@ std::string BCC::getAlwaysBCC()
 
 int BCC::addBCC(BccType type, const std::string& name, const std::string& bccTo)
 {
-    const int result = Call("BCC::addBCC", type, name, bccTo);
-    if (result < 0) return result;
-
-    if (type == BCC_ALWAYS) {
-        TheWorld().alwaysBcc = bccTo;
-    } else {
-        TheWorld().bcc.push_back({name, bccTo, type});
-    }
-    return result;
+    return Call("BCC::addBCC", type, name, bccTo);
 }
 
 int BCC::deleteBCC(const std::list<BccInfo>& rules)
 {
-    const int result = Call("BCC::deleteBCC", Describe(rules));
-    if (result < 0) return result;
-
-    for (const BccInfo& gone : rules) {
-        if (gone.type == BCC_ALWAYS) TheWorld().alwaysBcc.clear();
-        TheWorld().bcc.remove_if([&gone](const BccInfo& rule) {
-            return rule.name == gone.name && rule.type == gone.type;
-        });
-    }
-    return result;
+    return Call("BCC::deleteBCC", Describe(rules));
 }
 
 int BCC::exportBCC(BccType type, const std::string& path)
@@ -303,20 +229,12 @@ int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start
 
 int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
 {
-    const int result = Call("SenderQuota::Set", saslSender, quota);
-    if (result >= 0) TheWorld().quotas.push_back({saslSender, quota});
-    return result;
+    return Call("SenderQuota::Set", saslSender, quota);
 }
 
 int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
 {
-    const int result = Call("SenderQuota::DeleteList", saslSenders);
-    for (const std::string& gone : saslSenders) {
-        TheWorld().quotas.remove_if([&gone, result](const Setting& setting) {
-            return result >= 0 && setting.sasl_sender == gone;
-        });
-    }
-    return result;
+    return Call("SenderQuota::DeleteList", saslSenders);
 }
 
 int SenderQuota::GenerateConfig()
@@ -334,19 +252,12 @@ int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& 
 
 int AttachmentFilter::Delete(const std::list<std::string>& types)
 {
-    const int result = Call("AttachmentFilter::Delete", types);
-    for (const std::string& gone : types) {
-        if (result >= 0) TheWorld().attachmentTypes.remove(gone);
-    }
-    return result;
+    return Call("AttachmentFilter::Delete", types);
 }
 
 int AttachmentFilter::Add(const std::list<std::string>& types)
 {
-    const int result = Call("AttachmentFilter::Add", types);
-    auto& all = TheWorld().attachmentTypes;
-    if (result >= 0) all.insert(all.end(), types.begin(), types.end());
-    return result;
+    return Call("AttachmentFilter::Add", types);
 }
 
 int AttachmentFilter::GenerateConfig()

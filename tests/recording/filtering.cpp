@@ -1,4 +1,4 @@
-// Spam rule sets, black and white lists, kept in memory.
+// Spam rule sets, black and white lists: changes are noted, not carried out.
 #include "platform/mailvane/spam.h"
 
 #include "tests/recording/lists.h"
@@ -31,22 +31,6 @@ Words Describe(const BlackWhiteFilter& filter)
             Line("columns", filter.columns) + " " + Line("key", filter.searchKey) + "}"};
 }
 
-void Remove(const BlackWhite& gone)
-{
-    TheWorld().blackWhite.remove_if([&gone](const BlackWhite& entry) {
-        return entry.name == gone.name && entry.blackWhite == gone.blackWhite &&
-               entry.type == gone.type && entry.nameType == gone.nameType;
-    });
-}
-
-int SwitchRule(int result, const std::string& name, bool enabled)
-{
-    for (SpamRule& rule : TheWorld().spamRules) {
-        if (result >= 0 && rule.name == name) rule.enabled = enabled;
-    }
-    return result;
-}
-
 }  // namespace
 
 Spam::Spam() : state_(nullptr) {}
@@ -67,20 +51,17 @@ std::list<SpamRule> Spam::getSpamRules()
 
 int Spam::enableRule(const std::string& name)
 {
-    return SwitchRule(Call("Spam::enableRule", name), name, true);
+    return Call("Spam::enableRule", name);
 }
 
 int Spam::disableRule(const std::string& name)
 {
-    return SwitchRule(Call("Spam::disableRule", name), name, false);
+    return Call("Spam::disableRule", name);
 }
 
 int Spam::deleteRule(const std::string& name)
 {
-    const int result = Call("Spam::deleteRule", name);
-    TheWorld().spamRules.remove_if(
-        [&name, result](const SpamRule& rule) { return result >= 0 && rule.name == name; });
-    return result;
+    return Call("Spam::deleteRule", name);
 }
 
 bool Spam::isEnableSpamassassin() const
@@ -109,25 +90,17 @@ int Spam::countQueryData(const BlackWhiteFilter& filter)
 
 int Spam::addBlackWhite(const BlackWhite& entry)
 {
-    const int result = Call("Spam::addBlackWhite", Describe(entry));
-    if (result >= 0) TheWorld().blackWhite.push_back(entry);
-    return result;
+    return Call("Spam::addBlackWhite", Describe(entry));
 }
 
 int Spam::deleteBlackWhite(const BlackWhite& entry)
 {
-    const int result = Call("Spam::deleteBlackWhite", Describe(entry));
-    if (result >= 0) Remove(entry);
-    return result;
+    return Call("Spam::deleteBlackWhite", Describe(entry));
 }
 
 int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
 {
-    const int result = Call("Spam::deleteBlackWhiteList", Describe(entries));
-    for (const BlackWhite& entry : entries) {
-        if (result >= 0) Remove(entry);
-    }
-    return result;
+    return Call("Spam::deleteBlackWhiteList", Describe(entries));
 }
 
 int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)

@@ -71,9 +71,7 @@ int MailLog::getLogNum(std::string& query)
 
 int MailLog::clear()
 {
-    const int result = Call("MailLog::clear");
-    if (result >= 0) TheWorld().logRows.clear();
-    return result;
+    return Call("MailLog::clear");
 }
 
 int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)

@@ -1,4 +1,5 @@
-// Personal settings, the account type and the report, kept in memory.
+// Personal settings, of which changes are noted but for the texts of replies; the account type; the
+// report, kept in memory.
 #include "platform/mailvane/personal.h"
 
 #include <stdexcept>
@@ -74,37 +75,31 @@ long Personal::GetReplyEndTime() const
 void Personal::setForward(bool enabled)
 {
     Call("Personal::setForward", enabled);
-    state_->data.forward = enabled;
 }
 
 void Personal::setForwardAddr(const std::string& address)
 {
     Call("Personal::setForwardAddr", address);
-    state_->data.forwardAddr = address;
 }
 
 void Personal::setKeepCopy(bool keep)
 {
     Call("Personal::setKeepCopy", keep);
-    state_->data.keepCopy = keep;
 }
 
 void Personal::setReply(bool enabled)
 {
     Call("Personal::setReply", enabled);
-    state_->data.reply = enabled;
 }
 
 void Personal::SetReplyBeginTime(long seconds)
 {
     Call("Personal::SetReplyBeginTime", seconds);
-    state_->data.replyBegin = seconds;
 }
 
 void Personal::SetReplyEndTime(long seconds)
 {
     Call("Personal::SetReplyEndTime", seconds);
-    state_->data.replyEnd = seconds;
 }
 
 int Personal::ReadReplyContent(const char* sender, std::string& subject, std::string& message)
@@ -151,14 +146,7 @@ int Personal::RemoveReplySetting(const std::string& sender)
 
 int Personal::save()
 {
-    const int result = Call("Personal::save");
-    if (result < 0) return result;
-
-    PersonalData& stored = state_->Stored();
-    state_->data.generalReply = stored.generalReply;
-    state_->data.senderReplies = stored.senderReplies;
-    stored = state_->data;
-    return result;
+    return Call("Personal::save");
 }
 
 struct SMTP::State {
@@ -243,31 +231,26 @@ int Reporter::SaveSetting()
 
 bool Reporter::IsEnabled() const
 {
-    Thrown(recording::Detail("Reporter::IsEnabled"));
     return state_->data.enabled;
 }
 
 std::string Reporter::GetRcpt() const
 {
-    Thrown(recording::Detail("Reporter::GetRcpt"));
     return state_->data.rcpt;
 }
 
 Reporter::Sender Reporter::GetSender() const
 {
-    Thrown(recording::Detail("Reporter::GetSender"));
     return state_->data.sender;
 }
 
 Reporter::Time Reporter::GetReportTime() const
 {
-    Thrown(recording::Detail("Reporter::GetReportTime"));
     return state_->data.time;
 }
 
 Reporter::SMTP Reporter::GetSMTP() const
 {
-    Thrown(recording::Detail("Reporter::GetSMTP"));
     return state_->data.smtp;
 }
 

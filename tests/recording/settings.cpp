@@ -5,6 +5,8 @@
 
 #include <utility>
 
+#include "tests/recording/json_text.h"
+
 namespace recording {
 
 namespace {
@@ -19,6 +21,20 @@ template <typename T>
 const T& Get(const boost::any& value)
 {
     return boost::any_cast<const Value<T>&>(value).get();
+}
+
+/// Settings of the names, types and values of an object's members.
+Settings FromJson(const char* text)
+{
+    Settings settings;
+    const Json::Value members = ParseJson(text);
+    for (const std::string& name : members.getMemberNames()) {
+        const Json::Value& value = members[name];
+        if (value.isBool()) settings.Add(name, value.asBool());
+        if (value.isString()) settings.Add(name, value.asString());
+        if (value.isInt()) settings.Add(name, value.asInt());
+    }
+    return settings;
 }
 
 }  // namespace
@@ -76,55 +92,37 @@ std::list<boost::any> Settings::Keys() const
 
 Settings DefaultPostfix()
 {
-    Settings settings;
-    settings.Add("smtp_enabled", false).Add("smtp_port", 25);
-    settings.Add("smtp_ssl_enabled", false).Add("smtps_port", 465);
-    settings.Add("smtp_tls_enabled", false).Add("smtp_tls_port", 587);
-    settings.Add("smtp_auth_required", true).Add("restrict_sender", false);
-    settings.Add<std::string>("account_type", "local");
-    settings.Add<std::string>("acc_domain_name", "example.com");
-    settings.Add<std::string>("win_domain_short_name", "");
-    settings.Add<std::string>("smtp_hostname", "mail.example.com");
-    settings.Add("message_size_limit_mb", 10);
-
-    settings.Add("smtp_relay_enabled", false).Add<std::string>("smtp_relay_server", "");
-    settings.Add("smtp_relay_port", 25).Add("smtp_relay_tls", false).Add("smtp_relay_auth", false);
-    settings.Add<std::string>("smtp_relay_account", "");
-    settings.Add<std::string>("smtp_relay_password", "stored-secret");
-
-    settings.Add("spam_dnsbl_enable", false).Add("enable_spf_check", false);
-    settings.Add("reject_spf_soft_fail", false).Add("enable_dkim", false);
-    settings.Add<std::string>("dkim_selector", "default").Add("enable_dmarc", false);
-    settings.Add("reject_sasl_sender_rate_exceed", false).Add("smtpd_sasl_sender_rate_limit", 100);
-
-    settings.Add("reject_unknown_sender_domain", false).Add("reject_non_fqdn_sender", false);
-    settings.Add("reject_unknown_client_hostname", false).Add("reject_unauth_pipelining", false);
-    settings.Add("require_helo", false).Add("reject_invalid_helo", false);
-    settings.Add("client_connection_rate_limit", 0).Add("client_message_rate_limit", 0);
-    settings.Add("recipient_limit", 1000);
-    return settings;
+    return FromJson(R"({
+        "smtp_enabled": false, "smtp_port": 25, "smtp_ssl_enabled": false, "smtps_port": 465,
+        "smtp_tls_enabled": false, "smtp_tls_port": 587, "smtp_auth_required": true,
+        "restrict_sender": false, "account_type": "local", "acc_domain_name": "example.com",
+        "win_domain_short_name": "", "smtp_hostname": "mail.example.com",
+        "message_size_limit_mb": 10, "smtp_relay_enabled": false, "smtp_relay_server": "",
+        "smtp_relay_port": 25, "smtp_relay_tls": false, "smtp_relay_auth": false,
+        "smtp_relay_account": "", "smtp_relay_password": "stored-secret",
+        "spam_dnsbl_enable": false, "enable_spf_check": false, "reject_spf_soft_fail": false,
+        "enable_dkim": false, "dkim_selector": "default", "enable_dmarc": false,
+        "reject_sasl_sender_rate_exceed": false, "smtpd_sasl_sender_rate_limit": 100,
+        "reject_unknown_sender_domain": false, "reject_non_fqdn_sender": false,
+        "reject_unknown_client_hostname": false, "reject_unauth_pipelining": false,
+        "require_helo": false, "reject_invalid_helo": false, "client_connection_rate_limit": 0,
+        "client_message_rate_limit": 0, "recipient_limit": 1000})");
 }
 
 Settings DefaultImapPop3()
 {
-    Settings settings;
-    settings.Add("imap_enabled", true).Add("imap_port", 143);
-    settings.Add("imaps_enabled", true).Add("imaps_port", 993);
-    settings.Add("pop3_enabled", false).Add("pop3_port", 110);
-    settings.Add("pop3s_enabled", false).Add("pop3s_port", 995);
-    settings.Add("max_user_connections", 10).Add("plaintext_auth", false);
-    return settings;
+    return FromJson(R"({
+        "imap_enabled": true, "imap_port": 143, "imaps_enabled": true, "imaps_port": 993,
+        "pop3_enabled": false, "pop3_port": 110, "pop3s_enabled": false, "pop3s_port": 995,
+        "max_user_connections": 10, "plaintext_auth": false})");
 }
 
 Settings DefaultMailScanner()
 {
-    Settings settings;
-    settings.Add("anti_virus_enable", false).Add("spam_enable", false);
-    settings.Add("enable_dangerous_content_scan", false);
-    settings.Add("spam_tag_score", 5).Add("spam_reject_score", 15);
-    settings.Add<std::string>("spam_subject_tag", "").Add<std::string>("spam_action", "tag");
-    settings.Add<std::string>("virus_action", "reject").Add("spam_bayes", false);
-    return settings;
+    return FromJson(R"({
+        "anti_virus_enable": false, "spam_enable": false, "enable_dangerous_content_scan": false,
+        "spam_tag_score": 5, "spam_reject_score": 15, "spam_subject_tag": "",
+        "spam_action": "tag", "virus_action": "reject", "spam_bayes": false})");
 }
 
 }  // namespace recording

@@ -136,4 +136,11 @@ Json::Value ParseJson(const std::string& text)
     return value;
 }
 
+Json::Value With(Json::Value object, const std::string& members)
+{
+    const Json::Value more = ParseJson(members);
+    for (const std::string& name : more.getMemberNames()) object[name] = more[name];
+    return object;
+}
+
 }  // namespace recording

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -106,6 +107,11 @@ void World::ExpectLog(const std::string& text)
         << "got log line \"" << line << "\", want \"" << text << "\"";
 }
 
+void World::ExpectLogs(const std::string& lines)
+{
+    for (const std::string& text : Split(lines, "; ")) ExpectLog(text);
+}
+
 void World::ExpectLog(int line, const std::string& text)
 {
     EXPECT_EQ(TakeLog(), "mailvane:" + std::to_string(line) + " " + text);
@@ -165,6 +171,18 @@ bool World::Move(const std::string& from, const std::string& to)
         return true;
     }
     return false;
+}
+
+std::vector<std::string> Split(const std::string& text, const std::string& separator)
+{
+    std::vector<std::string> parts;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(separator, start), text.size());
+        parts.push_back(text.substr(start, end - start));
+        parts.back().erase(parts.back().find_last_not_of(' ') + 1);
+        start = end + separator.size();
+    }
+    return parts;
 }
 
 std::string Lines(const std::vector<std::string>& lines)

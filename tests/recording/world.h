@@ -79,8 +79,9 @@ struct ReportData {
     Reporter::SMTP smtp;
 };
 
-/// What the machine holds: the program reads it through the platform, and what it stores arrives
-/// here. Lists are given out whole; paging and searching are noted in the journal.
+/// What the machine holds: the program reads it through the platform, and settings and files that
+/// it stores arrive here. Lists are given out whole; their changes, paging and searching are noted
+/// in the journal.
 struct Machine {
     Settings postfix = DefaultPostfix();
     Settings imapPop3 = DefaultImapPop3();
@@ -162,7 +163,9 @@ public:
     std::string TakeLog();
     /// Takes the first log line out; it must be this text, after "mailvane:<any number> ".
     void ExpectLog(const std::string& text);
-    /// The same with the number.
+    /// The same for lines separated by "; ".
+    void ExpectLogs(const std::string& lines);
+    /// A line with its number.
     void ExpectLog(int line, const std::string& text);
     bool LogIsEmpty() const { return log_.empty(); }
 
@@ -201,6 +204,9 @@ private:
 };
 
 World& TheWorld();
+
+/// The pieces of a text, without the blanks before a separator.
+std::vector<std::string> Split(const std::string& text, const std::string& separator);
 
 /// The lines of a journal as one text.
 std::string Lines(const std::vector<std::string>& lines);

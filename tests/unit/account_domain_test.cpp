@@ -59,11 +59,6 @@ protected:
         world.keyValueFiles[kDir + "ldap_dc=corp_alwaysBCC"]["always_bcc"] = "ldap@example.com";
     }
 
-    void ExpectLogs(const std::vector<std::pair<int, std::string>>& lines)
-    {
-        for (const auto& line : lines) world.ExpectLog(line.first, line.second);
-    }
-
     std::string calls;  ///< of the last change
 };
 
@@ -135,31 +130,27 @@ TEST_F(AccountDomain, RestoresEverythingOnTheWayBack)
 
 TEST_F(AccountDomain, StopsAtEachFailureWithItsLogLines)
 {
-    const std::pair<int, std::string> aliases = {1179, "alias db change fail"};
-    const std::pair<int, std::string> server = {1184, "mail server db change fail"};
-    const std::pair<int, std::string> bcc = {1189, "always bcc setting change fail"};
+    const std::string aliases = "; 1179 alias db change fail";
+    const std::string server = "; 1184 mail server db change fail";
+    const std::string bcc = "; 1189 always bcc setting change fail";
     const struct {
         std::size_t step;  ///< the failing one in `kWholeSwitch`
-        int nth;           ///< of the calls like it
-        std::vector<std::pair<int, std::string>> logs;
+        std::string logs;
+        int nth = 1;  ///< of the calls like it
     } rows[] = {
-        {0, 1, {{1145, "mkdir " + kDir + " fail"}, aliases}},
-        {1,
-         1,  // the line has always named the server database
-         {{1151, kServerDb + " backup to " + kDir + "local_example.com fail"}, aliases}},
-        {3, 1, {{1157, "restore " + kDir + "ldap_dc=corp fail"}, aliases}},
-        {4, 1, {{1164, "Can't re-gent aliases"}, aliases}},
-        {5, 2, {{1104, "mkdir " + kDir + " fail"}, server}},
+        {0, "1145 mkdir " + kDir + " fail" + aliases},
+        // the line has always named the server database
+        {1, "1151 " + kServerDb + " backup to " + kDir + "local_example.com fail" + aliases},
+        {3, "1157 restore " + kDir + "ldap_dc=corp fail" + aliases},
+        {4, "1164 Can't re-gent aliases" + aliases},
+        {5, "1104 mkdir " + kDir + " fail" + server, 2},
         {6,
-         1,
-         {{1110, kServerDb + " backup to " + kDir + "local_example.com_mailvane fail"}, server}},
-        {8, 1, {{1116, "restore " + kDir + "ldap_dc=corp_mailvane fail"}, server}},
-        {9, 1, {{1122, "generate spam black white list fail"}, server}},
-        {10, 1, {{1127, "restart mailscanner service fail"}, server}},
-        {12,
-         1,
-         {{1077, "set key: always_bcc to " + kDir + "local_example.com_alwaysBCC fail"}, bcc}},
-        {14, 1, {{1087, "set key: always_bcc to " + kDir + " fail"}, bcc}},
+         "1110 " + kServerDb + " backup to " + kDir + "local_example.com_mailvane fail" + server},
+        {8, "1116 restore " + kDir + "ldap_dc=corp_mailvane fail" + server},
+        {9, "1122 generate spam black white list fail" + server},
+        {10, "1127 restart mailscanner service fail" + server},
+        {12, "1077 set key: always_bcc to " + kDir + "local_example.com_alwaysBCC fail" + bcc},
+        {14, "1087 set key: always_bcc to " + kDir + " fail" + bcc},
     };
     for (const auto& row : rows) {
         const std::string& failing = kWholeSwitch[row.step];
@@ -169,7 +160,9 @@ TEST_F(AccountDomain, StopsAtEachFailureWithItsLogLines)
         EXPECT_EQ(Change(kToLdap), -1);
         const auto end = kWholeSwitch.begin() + static_cast<std::ptrdiff_t>(row.step) + 1;
         EXPECT_EQ(calls, Lines({kWholeSwitch.begin(), end}));
-        ExpectLogs(row.logs);
+        for (const std::string& line : recording::Split(row.logs, "; ")) {
+            EXPECT_EQ(world.TakeLog(), "mailvane:" + line);
+        }
         NextCase();
     }
 }

@@ -53,22 +53,6 @@ TEST(SecurityPlan, TakesTheScannerFromAnySwitchesToAnyOthers)
     }
 }
 
-TEST(SecurityPlan, FollowsEachSwitchOfTheServerBothWays)
-{
-    const std::map<std::string, Switches> rows = {
-        {"dkim service:", {&State::dkim}},
-        {"dmarc service:", {&State::dmarc}},
-        {"memcache service:", {&State::rejectOverRate}},
-        {"", {&State::dnsbl, &State::spf, &State::spfSoftFail}}};
-    for (const auto& [service, switches] : rows) {
-        for (bool State::*const which : switches) {
-            const bool own = !service.empty();
-            EXPECT_EQ(Plan({}, With({which})), (own ? service + "start, " : "") + kServer);
-            EXPECT_EQ(Plan(With({which}), {}), (own ? service + "stop, " : "") + kServer);
-        }
-    }
-}
-
 TEST(SecurityPlan, HoldsTheStepsOfTheServerInOrder)
 {
     const State spam = With({&State::spam});

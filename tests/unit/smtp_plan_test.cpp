@@ -20,114 +20,90 @@ SmtpState RunningServer()
     return state;
 }
 
-struct Row {
-    const char* name;
-    void (*change)(SmtpState& stored, SmtpState& wanted);
-    const char* want;
-};
+using S = SmtpState;
+
+S With(const S& state)
+{
+    return state;
+}
+
+/// A state in which some members have other values: `With(state, &S::member, value, ...)`.
+template <typename Member, typename Value, typename... More>
+S With(const S& state, Member S::*member, Value value, More... more)
+{
+    S changed = With(state, more...);
+    changed.*member = value;
+    return changed;
+}
+
+/// The running server with such changes.
+template <typename... Changes>
+S Server(Changes... changes)
+{
+    return With(RunningServer(), changes...);
+}
+
+const S kServer = RunningServer();
+const S kOff = Server(&S::smtpEnabled, false);
+const S kLdap = Server(&S::accountType, "ldap");
+const S kRenamed = Server(&S::hostname, "mx.example.com");
+const S kRestricting = Server(&S::restrictSender, true);
 
 const char kRestart[] = "postfix service:restart";
 const char kAllAccountSteps[] =
     "dovecot service:restart, regenerate mailvane db setting:, generate login map:, "
     "postfix service:restart";
 
-const Row kRows[] = {
-    {"nothing changes", [](SmtpState&, SmtpState&) {}, kRestart},
-    {"stopped", [](SmtpState&, SmtpState& w) { w.smtpEnabled = false; }, "postfix service:stop"},
-    {"started", [](SmtpState& s, SmtpState&) { s.smtpEnabled = false; }, "postfix service:start"},
-    {"stays off", [](SmtpState& s, SmtpState& w) { s.smtpEnabled = w.smtpEnabled = false; },
+const struct {
+    const char* name;
+    S stored, wanted;
+    const char* want;
+} kRows[] = {
+    {"nothing changes", kServer, kServer, kRestart},
+    {"stopped", kServer, kOff, "postfix service:stop"},
+    {"started", kOff, kServer, "postfix service:start"},
+    {"stays off", kOff, kOff, kRestart},
+    {"TLS switches alone do not count", Server(&S::sslEnabled, true), Server(&S::tlsEnabled, true),
      kRestart},
-    {"TLS switches alone do not count",
-     [](SmtpState& s, SmtpState& w) {
-         s.sslEnabled = true;
-         w.tlsEnabled = true;
-     },
-     kRestart},
 
-    {"account type", [](SmtpState&, SmtpState& w) { w.accountType = "ldap"; }, kAllAccountSteps},
-    {"account domain", [](SmtpState&, SmtpState& w) { w.domain = "example.org"; },
+    {"account type", kServer, kLdap, kAllAccountSteps},
+    {"account domain", kServer, Server(&S::domain, "example.org"), kAllAccountSteps},
+    {"account domain grows", kServer, Server(&S::domain, "example.comx"), kAllAccountSteps},
+    {"account domain differs in case", kServer, Server(&S::domain, "Example.com"),
      kAllAccountSteps},
-    {"account domain grows", [](SmtpState&, SmtpState& w) { w.domain += "x"; }, kAllAccountSteps},
-    {"account domain differs in case", [](SmtpState&, SmtpState& w) { w.domain = "Example.com"; },
-     kAllAccountSteps},
-    {"account domain goes", [](SmtpState&, SmtpState& w) { w.domain = ""; }, kAllAccountSteps},
-    {"the same bytes, split elsewhere",
-     [](SmtpState& s, SmtpState& w) {
-         s.accountType = w.accountType + "e";
-         s.domain = "xample.com";
-     },
-     kAllAccountSteps},
-    {"account type of a stopped server",
-     [](SmtpState& s, SmtpState& w) {
-         s.smtpEnabled = w.smtpEnabled = false;
-         w.accountType = "win";
-     },
+    {"account domain goes", kServer, Server(&S::domain, ""), kAllAccountSteps},
+    {"the same bytes, split elsewhere", Server(&S::accountType, "locale", &S::domain, "xample.com"),
+     kServer, kAllAccountSteps},
+    {"account type of a stopped server", kOff, With(kOff, &S::accountType, "win"),
      kAllAccountSteps},
 
-    {"restriction starts", [](SmtpState&, SmtpState& w) { w.restrictSender = true; },
-     "generate login map:, postfix service:restart"},
-    {"restriction ends", [](SmtpState& s, SmtpState&) { s.restrictSender = true; }, kRestart},
-    {"restriction stays",
-     [](SmtpState& s, SmtpState& w) { s.restrictSender = w.restrictSender = true; }, kRestart},
-    {"restriction ends as the account changes",
-     [](SmtpState& s, SmtpState& w) {
-         s.restrictSender = true;
-         w.accountType = "ldap";
-     },
-     kAllAccountSteps},
-    {"restriction starts as the account changes",
-     [](SmtpState&, SmtpState& w) {
-         w.restrictSender = true;
-         w.accountType = "ldap";
-     },
+    {"restriction starts", kServer, kRestricting, "generate login map:, postfix service:restart"},
+    {"restriction ends", kRestricting, kServer, kRestart},
+    {"restriction stays", kRestricting, kRestricting, kRestart},
+    {"restriction ends as the account changes", kRestricting, kLdap, kAllAccountSteps},
+    {"restriction starts as the account changes", kServer, With(kLdap, &S::restrictSender, true),
      kAllAccountSteps},
 
-    {"host name, neither signer nor checker",
-     [](SmtpState&, SmtpState& w) { w.hostname = "mx.example.com"; }, kRestart},
-    {"host name, signer",
-     [](SmtpState& s, SmtpState& w) {
-         w.hostname = "mx.example.com";
-         s.dkimEnabled = true;
-     },
+    {"host name, neither signer nor checker", kServer, kRenamed, kRestart},
+    {"host name, signer", Server(&S::dkimEnabled, true), kRenamed,
      "postfix service:restart, dkim service:restart"},
-    {"host name, checker",
-     [](SmtpState& s, SmtpState& w) {
-         w.hostname = "mx.example.com";
-         s.dmarcEnabled = true;
-     },
+    {"host name, checker", Server(&S::dmarcEnabled, true), kRenamed,
      "postfix service:restart, dmarc service:restart"},
-    {"host name, the stored switches count",
-     [](SmtpState&, SmtpState& w) {
-         w.hostname = "mx.example.com";
-         w.dkimEnabled = w.dmarcEnabled = true;
-     },
-     kRestart},
-    {"signer and checker on, same host name",
-     [](SmtpState& s, SmtpState&) { s.dkimEnabled = s.dmarcEnabled = true; }, kRestart},
+    {"host name, the stored switches count", kServer,
+     With(kRenamed, &S::dkimEnabled, true, &S::dmarcEnabled, true), kRestart},
+    {"signer and checker on, same host name", Server(&S::dkimEnabled, true, &S::dmarcEnabled, true),
+     kServer, kRestart},
 
-    {"plain port", [](SmtpState&, SmtpState& w) { w.smtpPort = 2525; },
+    {"plain port", kServer, Server(&S::smtpPort, 2525), "postfix service:restart, hup firewall:"},
+    {"SSL port, switched off", kServer, Server(&S::smtpsPort, 4650),
      "postfix service:restart, hup firewall:"},
-    {"SSL port, switched off", [](SmtpState&, SmtpState& w) { w.smtpsPort = 4650; },
-     "postfix service:restart, hup firewall:"},
-    {"TLS port as the server stops",
-     [](SmtpState&, SmtpState& w) {
-         w.tlsPort = 0;
-         w.smtpEnabled = false;
-     },
+    {"TLS port as the server stops", kServer, With(kOff, &S::tlsPort, 0),
      "postfix service:stop, hup firewall:"},
-    {"all ports, one step",
-     [](SmtpState&, SmtpState& w) { w.smtpPort = w.smtpsPort = w.tlsPort = 1; },
+    {"all ports, one step", kServer, Server(&S::smtpPort, 1, &S::smtpsPort, 1, &S::tlsPort, 1),
      "postfix service:restart, hup firewall:"},
 
-    {"everything",
-     [](SmtpState& s, SmtpState& w) {
-         s.smtpEnabled = false;
-         s.dkimEnabled = s.dmarcEnabled = true;
-         w.accountType = "win";
-         w.restrictSender = true;
-         w.hostname = "mx.example.com";
-         w.smtpPort = 26;
-     },
+    {"everything", With(kOff, &S::dkimEnabled, true, &S::dmarcEnabled, true),
+     With(kRenamed, &S::accountType, "win", &S::restrictSender, true, &S::smtpPort, 26),
      "dovecot service:restart, regenerate mailvane db setting:, generate login map:, "
      "postfix service:start, dkim service:restart, dmarc service:restart, hup firewall:"},
 };
@@ -136,10 +112,7 @@ const Row kRows[] = {
 
 TEST(SmtpPlan, HoldsTheStepsOfEachChangeInOrder)
 {
-    for (const Row& row : kRows) {
-        SmtpState stored = RunningServer();
-        SmtpState wanted = stored;
-        row.change(stored, wanted);
-        EXPECT_EQ(recording::PlanText(PlanSmtpSave(stored, wanted)), row.want) << row.name;
+    for (const auto& row : kRows) {
+        EXPECT_EQ(recording::PlanText(PlanSmtpSave(row.stored, row.wanted)), row.want) << row.name;
     }
 }

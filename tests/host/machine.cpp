@@ -1,5 +1,5 @@
 // A machine of its own in a temporary directory, and the lines that were logged on it.
-#include "tests/host/libhald_machine.h"
+#include "tests/host/machine.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -10,12 +10,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libhaldcore/paths.h"
 
 namespace fs = std::filesystem;
 
@@ -50,24 +47,26 @@ extern "C" __attribute__((format(printf, 3, 4))) void __syslog_chk(int /*priorit
     va_end(arguments);
 }
 
-void HaldMachine::SetUp()
+void Machine::SetUp()
 {
-    std::string name = fs::temp_directory_path() / "mailvane-XXXXXX";
+    // In memory: waiting for a disk tests nothing.
+    std::string name = "/dev/shm/mailvane-XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(name.data()));
-    root_ = name;
-    host::SetRoot(root_);
-    fs::create_directories(host::PackagePath("etc"));
+    root = name;
+    host::SetRoot(root);
+    ASSERT_TRUE(host::MakeDirectories(host::PackagePath("etc"), 0755));
+    ASSERT_TRUE(host::MakeDirectories(host::PackagePath("target/etc"), 0755));
     logged.clear();
 }
 
-void HaldMachine::TearDown()
+void Machine::TearDown()
 {
     host::ForgetLock();
     host::SetRoot("");
-    fs::remove_all(root_);
+    fs::remove_all(root);
 }
 
-void HaldMachine::Put(const std::string& path, const std::string& text, mode_t mode)
+void Machine::Write(const std::string& path, const std::string& text, mode_t mode)
 {
     const std::string real = host::Path(path);
     fs::create_directories(fs::path(real).parent_path());
@@ -75,14 +74,14 @@ void HaldMachine::Put(const std::string& path, const std::string& text, mode_t m
     ASSERT_EQ(0, chmod(real.c_str(), mode));
 }
 
-std::string HaldMachine::Text(const std::string& path)
+std::string Machine::Contents(const std::string& path)
 {
     std::ifstream file(host::Path(path), std::ios::binary);
     if (!file) return "(none)";
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string HaldMachine::Names(const std::string& directory)
+std::string Machine::Names(const std::string& directory)
 {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(host::Path(directory))) {
@@ -94,19 +93,24 @@ std::string HaldMachine::Names(const std::string& directory)
     return text;
 }
 
-mode_t HaldMachine::Mode(const std::string& path)
+mode_t Machine::Mode(const std::string& path)
 {
     struct stat status = {};
     EXPECT_EQ(0, stat(host::Path(path).c_str(), &status)) << path;
     return status.st_mode & 07777U;
 }
 
-const std::vector<std::string>& HaldMachine::Logged()
+std::string Machine::OtherFileSystem() const
+{
+    return fs::temp_directory_path() / fs::path(root).filename();
+}
+
+const std::vector<std::string>& Machine::Logged()
 {
     return logged;
 }
 
-bool HaldMachine::WasLogged(const std::string& part)
+bool Machine::WasLogged(const std::string& part)
 {
     return std::any_of(logged.begin(), logged.end(), [&](const std::string& line) {
         return line.find(part) != std::string::npos;
@@ -124,5 +128,5 @@ int StatusOf(pid_t child)
 {
     int status = 0;
     if (waitpid(child, &status, 0) < 0) return -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }

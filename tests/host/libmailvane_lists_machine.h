@@ -1,0 +1,25 @@
+// A machine with the account databases, and a file to import from and export to.
+#pragma once
+
+#include <string>
+
+#include "host/libmailvane/account_databases.h"
+#include "host/libmailvane/account_record.h"
+#include "tests/host/machine.h"
+
+class ListMachine : public Machine {
+protected:
+    void SetUp() override
+    {
+        Machine::SetUp();
+        Write(host::PackagePath("etc/mailvane.conf"), "account_type=\"local\"\n");
+        for (const auto which : {host::AccountDatabase::kAlias, host::AccountDatabase::kMailvane}) {
+            const host::AccountStore& store = host::StoreOf(which);
+            const std::string path = host::PackagePath(store.live);
+            ASSERT_TRUE(host::CreateAccountDatabase(path, store.schema, {"local", ""}));
+            host::Stamp(path, store.schema, {"local", ""});
+        }
+    }
+
+    std::string File() const { return root + "/list"; }
+};
