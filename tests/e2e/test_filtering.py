@@ -279,7 +279,6 @@ class AntiVirus(Filtering):
         self.assert_logged("the signatures could not be updated")
 
 
-
 def tearDownModule():
     file_modes.check()
 
