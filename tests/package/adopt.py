@@ -76,14 +76,13 @@ for number in range(int(sys.argv[2])):
 print("%.1f" % longest)
 """
 
-# A change that ends some seconds after it has begun.
-KILLED = """
+# A change that is ended some seconds after it has begun.
+ENDED = """
 $0 adopt --yes >/dev/null &
 until [ -e $1/etc/adopted/originals ]; do sleep .02; done
 sleep $2
 kill -KILL $!
-wait
-true
+wait $!
 """
 
 # All subjects in a mailbox, as its user sees them.
@@ -219,8 +218,10 @@ def refuse():
 
 
 def fail():
-    """A step that fails takes everything back."""
+    """A step that fails takes everything back, and so does being told to end."""
     before = snapshot()
+    run("sh", "-c", ENDED.replace("KILL", "TERM"), SETUP, PACKAGE, "1", wanted=1)
+    check(snapshot(), before, "after an interruption")
     script = PACKAGE + "/target/scripts/maillog.sh"
     run("sh", "-c", "mv $0 $0.away && printf '#!/bin/sh\n[ $1 = stop ]' >$0 && chmod 755 $0",
         script)
@@ -234,14 +235,14 @@ def fail():
 def die():
     """The next run brings what a killed one left to an end."""
     before = snapshot()
-    for delay in ("0", "1", "3"):
-        run("sh", "-c", KILLED, SETUP, PACKAGE, delay)
+    for delay in ("0", "3"):
+        run("sh", "-c", ENDED, SETUP, PACKAGE, delay, wanted=137)
         check("half handed over" in run(SETUP, "status"), True, "status after a kill")
         run(SETUP, "remove", "--yes")
         check(snapshot(), before, "after a kill")
         check(serving(), ["the machine's own"] * 2, "after a kill")
     check(run(SETUP, "remove"), "", "a second removal")
-    run("sh", "-c", KILLED, SETUP, PACKAGE, "2")
+    run("sh", "-c", ENDED, SETUP, PACKAGE, "2", wanted=137)
 
 
 def adopt():

@@ -3,7 +3,7 @@ from ctl.administrators import first_administrator
 from ctl.reference import Usage
 from setup import app, handover, postfix, report, units
 from setup.program import Program
-from setup.run import Failed
+from setup.run import Failed, between_steps
 from setup.state import ADOPTED
 from setup.survey import survey
 
@@ -57,19 +57,21 @@ def _end_interrupted(session, options):
     """Takes back what an earlier run left half done."""
     if session.state.exists() and "--dry-run" not in options:
         app.complain("an earlier run was cut short; the machine is given back first")
-        handover.give_back(session.state, session.target)
+        with between_steps():
+            handover.give_back(session.state, session.target)
 
 
 def _take_over(session, administrator, findings, keeps_settings):
     program = Program(session.target, administrator)
-    handover.begin(session.state, findings)
-    try:
-        handover.take_over(session.state, session.target, program,
-                           None if keeps_settings else findings)
-    except BaseException as problem:
-        app.complain("%s; what was changed is taken back" % (str(problem) or "interrupted"))
-        handover.give_back(session.state, session.target)
-        raise Failed("the machine's own mail server runs as before") from problem
+    with between_steps():
+        handover.begin(session.state, findings)
+        try:
+            handover.take_over(session.state, session.target, program,
+                               None if keeps_settings else findings)
+        except Exception as problem:
+            app.complain("%s; what was changed is taken back" % problem)
+            handover.give_back(session.state, session.target)
+            raise Failed("the machine's own mail server runs as before") from problem
 
 
 def _again(session, administrator):

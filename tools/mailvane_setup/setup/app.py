@@ -7,7 +7,6 @@ import fcntl
 import getopt
 import importlib
 import os
-import signal
 import sys
 
 from ctl.answers import NoAnswer
@@ -72,18 +71,11 @@ def _run(target, words):
     if os.geteuid() != 0:
         raise Usage("only root can do that")
     with open(LOCK, "w", encoding="ascii") as lock:  # held until this process ends
-        _take(lock)
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError as problem:
+            raise Failed("another mailvane-setup is at work") from problem
         return module.run(Session(target), {name for name, _ in options}, rest)
-
-
-def _take(lock):
-    """One change at a time; being told to end is heard at the next step."""
-    try:
-        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    except BlockingIOError as problem:
-        raise Failed("another mailvane-setup is at work") from problem
-    for number in (signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, signal.default_int_handler)
 
 
 def _help():

@@ -5,7 +5,7 @@ import tempfile
 from ctl import answers, edit
 from ctl.app import Session
 from setup import files
-from setup.run import Failed, attempt, output
+from setup.run import Failed, attempt, heed, output
 
 # In this order they start; the mail server comes when all that it asks is there.
 SERVICES = ("dovecot", "memcached", "opendkim", "opendmarc", "antivirus", "mailscanner", "maillog",
@@ -33,6 +33,7 @@ class Program:
 
     def call(self, name, members):
         """Sends an action; gives its answer."""
+        heed()
         action = self._session.reference.action(name)
         gateway = self._session.gateway()
         answer = (gateway.read if action.kind == "read" else gateway.write)(name, members)
@@ -63,6 +64,7 @@ class Program:
     def start_services(self):
         """Brings every service to what the settings ask for."""
         for name in SERVICES:
+            heed()
             output("%s/scripts/%s.sh" % (self._target, name), "start")
 
 

@@ -1,6 +1,7 @@
 """mailvane-setup remove: gives the machine's mail back to its own servers."""
 from ctl.reference import Usage
 from setup import app, handover
+from setup.run import between_steps
 
 WORDS = "[--yes]"
 SUMMARY = "gives the machine's mail back to its own servers; mail stays"
@@ -17,7 +18,8 @@ def run(session, options, words):
             "Stop our mail services and start those that ran before?"):
         app.complain("nothing was changed; say --yes, or yes at a terminal")
         return app.ASKED
-    changed, folder = handover.give_back(session.state, session.target)
+    with between_steps():
+        changed, folder = handover.give_back(session.state, session.target)
     print("The machine's mail is served by its own servers again.")
     for path in changed:
         print("Changed since it was handed over, and left as it is: " + path)

@@ -37,7 +37,9 @@ def _members(members):
 
 
 def _text(value):
-    return {True: "yes", False: "no"}[value] if isinstance(value, bool) else value
+    if isinstance(value, bool):
+        return "yes" if value else "no"
+    return "(empty)" if value == "" else value
 
 
 def _list(title, entries):

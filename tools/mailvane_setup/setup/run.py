@@ -1,5 +1,7 @@
 """Runs the machine's programs: by argument vectors, in a clean environment, out of the reach of the
 terminal's interrupt key."""
+import contextlib
+import signal
 import subprocess
 
 ENVIRONMENT = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C"}
@@ -8,6 +10,27 @@ LONGEST = 180  # seconds
 
 class Failed(Exception):
     """A step that did not succeed; its text tells the administrator why."""
+
+
+_told = []  # numbers of the signals that came
+
+
+@contextlib.contextmanager
+def between_steps():
+    """In it, a signal to end interrupts nothing: `heed` hears it."""
+    numbers = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
+    before = [signal.signal(number, lambda own, _: _told.append(own)) for number in numbers]
+    try:
+        yield
+    finally:
+        for number, handler in zip(numbers, before):
+            signal.signal(number, handler)
+
+
+def heed():
+    """Fails when this process was told to end."""
+    if _told:
+        raise Failed("interrupted by %s" % signal.Signals(_told[0]).name)
 
 
 def attempt(*words, typed=""):
