@@ -9,8 +9,8 @@ TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [TOP + "/tools/mailvane_setup", TOP + "/tools/mailvanectl"]
 
 from ctl.reference import Usage
-from setup import (aliases, domains, dovecot, files, logins, originals, ports, postfix, relay, state,
-                   survey, tables, units)
+from setup import (aliases, domains, dovecot, files, logins, originals, ports, postfix, relay,
+                   state, survey, tables, units)
 from setup.findings import Findings
 
 USERS = ("alice", "bob", "carol")
@@ -53,7 +53,8 @@ def old(services="", options="", **parameters):
 class Relay(unittest.TestCase):
     def test_hosts_and_ports(self):
         for text, wanted in (("[relay.test]:587", ("relay.test", 587)),
-                             ("[relay.test]", ("relay.test", 25)), ("relay.test", ("relay.test", 25)),
+                             ("[relay.test]", ("relay.test", 25)),
+                             ("relay.test", ("relay.test", 25)),
                              ("relay.test:submission", ("relay.test", 587)),
                              ("[2001:db8::1]:26", ("2001:db8::1", 26)),
                              ("relay.test:nothing-known", ("relay.test", 0))):
@@ -76,8 +77,8 @@ class Relay(unittest.TestCase):
 class DomainNames(unittest.TestCase):
     def test_main_and_further_domains(self):
         for parameters, wanted in (
-            ({"myhostname": "mail.a.test", "mydestination": "mail.a.test, a.test, localhost, b.test",
-              "myorigin": "a.test"}, ("a.test", ["b.test"])),
+            ({"myhostname": "mail.a.test", "myorigin": "a.test",
+              "mydestination": "mail.a.test, a.test, localhost, b.test"}, ("a.test", ["b.test"])),
             ({"myhostname": "a.test", "mydestination": "a.test localhost.a.test localdomain vm",
               "myorigin": "a.test"}, ("", [])),
             ({"myhostname": "mail.a.test", "mydestination": "mail.a.test", "mydomain": "a.test",
@@ -98,7 +99,8 @@ class Aliases(unittest.TestCase):
             for name, text in (("aliases", local), ("virtual", virtual)):
                 with open(folder + "/" + name, "w", encoding="utf-8") as file:
                     file.write(text)
-            server = old(myhostname="mail.a.test", mydestination="a.test, b.test", myorigin="a.test",
+            server = old(myhostname="mail.a.test", myorigin="a.test",
+                         mydestination="a.test, b.test",
                          virtual_alias_domains=virtual_domains,
                          alias_maps="hash:%s/aliases" % folder,
                          virtual_alias_maps="hash:%s/virtual, pcre:/none" % folder)

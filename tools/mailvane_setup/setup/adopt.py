@@ -18,10 +18,10 @@ def run(session, options, words):
         raise Usage("adopt takes no %s" % words[0])
     if not units.has_systemd():
         raise Usage("this machine is not run by systemd")
-    administrator = _administrator()
     if session.state.phase() == ADOPTED:
-        return _again(session, administrator)
+        return _again(session)
 
+    administrator = _administrator()
     _end_interrupted(session, options)
     findings = survey(administrator)
     print("\n".join(report.show(findings, postfix.waiting(), units.filters_to_stop(units.states()),
@@ -74,9 +74,9 @@ def _take_over(session, administrator, findings, keeps_settings):
             raise Failed("the machine's own mail server runs as before") from problem
 
 
-def _again(session, administrator):
+def _again(session):
     """What an upgrade brought is put in place, and what does not run is started."""
     units.place_drop_ins(session.target, *units.DROP_INS)
-    Program(session.target, administrator).start_services()
+    Program(session.target, "").start_services()
     print("The machine's mail was handed over already: since %s." % session.state.values["since"])
     return app.DONE

@@ -1,5 +1,5 @@
-"""Aliases of the machine's own Postfix, whose addresses may differ from domain to domain, as aliases
-here, where a name is the same at every domain."""
+"""Aliases of the machine's own Postfix, where a name may differ from domain to domain, as aliases
+here, where it is the same at every one."""
 import re
 
 from setup import tables

@@ -54,5 +54,5 @@ def _fault(certificate, key):
         return "self-signed"
     if status != 0 or own != public:
         return "the key %s does not belong to it, or is encrypted" % key
-    return "" if attempt("openssl", "x509", "-in", certificate, "-noout", "-checkend", "0")[0] == 0 \
-        else "it has expired"
+    expired = attempt("openssl", "x509", "-in", certificate, "-noout", "-checkend", "0")[0] != 0
+    return "it has expired" if expired else ""

@@ -6,7 +6,7 @@ from setup.files import content
 
 
 class Domains:
-    """Destinations of the machine's users, domains of which only aliases exist, and the main one."""
+    """Domains of the machine's users, those where only aliases exist, and the main one."""
 
     def __init__(self, local, virtual, main, hostname):
         self.local, self.virtual, self.main, self.hostname = local, virtual, main, hostname

@@ -1,4 +1,4 @@
-"""What the machine's own Dovecot is told, as doveconf prints it, as the settings of the mailbox page."""
+"""The machine's own Dovecot: what doveconf prints, and the settings of the mailbox page in it."""
 import hashlib
 import os
 
@@ -60,7 +60,8 @@ def untouched():
             path = os.path.join(folder, name)
             if name.startswith("README") or folder == FOLDER + "/private":
                 continue
-            if hashlib.md5(content(path), usedforsecurity=False).hexdigest() != shipped.get(path):
+            digest = hashlib.md5(content(path) or b"", usedforsecurity=False).hexdigest()
+            if digest != shipped.get(path):
                 return False
     return True
 

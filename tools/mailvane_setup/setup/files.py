@@ -4,7 +4,7 @@ import os
 
 
 def replace(path, data, mode=0o644, owner=None):
-    """Puts bytes in a file's place; `owner` is a pair of numbers, by default that of this process."""
+    """Puts bytes in a file's place; `owner` is a pair of numbers, by default this process's."""
     new = "%s.%d" % (path, os.getpid())
     descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_NOFOLLOW, 0o600)
     try:

@@ -1,5 +1,5 @@
-"""The steps of a change between the machine's own mail server and ours, and the way back. Every step
-can be taken again: a change that was cut short is gone through anew."""
+"""The steps from the machine's own mail server to ours, and the way back. Every step can be taken
+again: a change that was cut short is gone through anew."""
 import datetime
 import hashlib
 import os
@@ -11,8 +11,8 @@ from setup.state import ADOPTED, ADOPTING, REMOVING
 
 # Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
 MADE_MAIN = b"""\
-# Made by mailvane-setup, which removes it again, for the mail commands of this machine. What the mail
-# server itself reads is generated, and limits the size of messages.
+# Made by mailvane-setup, which removes it again, for the mail commands of this machine. What the
+# mail server itself reads is generated, and limits the size of messages.
 compatibility_level = 3.6
 message_size_limit = 0
 """
@@ -49,8 +49,8 @@ def take_over(state, target, program, findings):
 
 
 def give_back(state, target):
-    """The way back, from wherever it was; gives the files that are not what they were, and the folder
-    with their originals. A step that fails does not keep the next ones from being taken."""
+    """The way back, from wherever it was; gives the files that are not what they were, and the
+    folder with their originals. A step that fails does not keep the next ones from being taken."""
     state.store(state=REMOVING)
     faults = stop_services(target)
     before = state.values.get("units", {})

@@ -10,6 +10,7 @@ FILES = ("/etc/aliases", "/etc/aliases.db", "/etc/mailname")
 
 def keep(folder, tables):
     """Copies all of it, and the texts of tables elsewhere; gives what is remembered, by path."""
+    os.makedirs(folder, 0o700, exist_ok=True)
     kept = {}
     for path in _paths(tables):
         copy = folder + path

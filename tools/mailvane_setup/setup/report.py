@@ -10,8 +10,10 @@ def show(findings, queued, filters, keeps_settings):
     """The lines that tell what would change."""
     lines = ["The stored settings are used as they are."] if keeps_settings else _taken(findings)
     lines += ["", "Then postfix and dovecot run with the generated configuration."]
-    lines += ["Mail that waits in the queue stays there: %d." % queued] if queued else []
-    lines += ["Stopped, since we run instances of our own: " + ", ".join(filters)] if filters else []
+    if queued:
+        lines.append("Mail that waits in the queue stays there: %d." % queued)
+    if filters:
+        lines.append("Stopped, since we run instances of our own: " + ", ".join(filters))
     if findings.stops:
         lines += _list("Mail would not be seen any more, or would reach somebody else:",
                        findings.stops) + HOW_TO_CONVERT.splitlines()

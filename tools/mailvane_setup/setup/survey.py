@@ -1,4 +1,4 @@
-"""Looks a machine's own mail server over: what of it can be taken over, what not, what would be lost."""
+"""Looks a machine's own mail server over: what can be taken over, what not, what would be lost."""
 import os
 import pwd
 import socket
@@ -8,6 +8,7 @@ from setup.findings import Findings
 
 FIRST_USER, LAST_USER = 1000, 65533  # numbers of accounts that get mail
 MAIL_SPOOL = "/var/mail"
+OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of a Dovecot nobody has configured
 MEGABYTE, LARGEST = 1 << 20, 2000
 QUEUE = "/var/spool/postfix"
 
@@ -51,7 +52,7 @@ def survey(administrator):
     if boxes:
         dovecot.take_over(boxes, findings)
     certificates.take_over(sender, boxes, findings)
-    _look_at_mail(findings)
+    _look_at_mail([MAIL_SPOOL + "/{0.pw_name}"] if boxes else OLD_PLACES, findings)
     return findings
 
 
@@ -101,11 +102,11 @@ def _own_programs_relay(sender):
 def _look_at_delivery(sender, findings):
     if sender.text("virtual_mailbox_domains") or sender.text("virtual_mailbox_maps"):
         findings.stop("virtual_mailbox_domains: here mailboxes belong to the machine's accounts")
-    if sender.text("home_mailbox") not in ("", "Maildir/"):
-        findings.stop("home_mailbox = %s: here mail lies in ~/Maildir" % sender.text("home_mailbox"))
-    if sender.text("queue_directory") != QUEUE:
-        findings.stop("queue_directory = %s: what waits there would stay there"
-                      % sender.text("queue_directory"))
+    home, queue = sender.text("home_mailbox"), sender.text("queue_directory")
+    if home not in ("", "Maildir/"):
+        findings.stop("home_mailbox = %s: here mail lies in ~/Maildir" % home)
+    if queue != QUEUE:
+        findings.stop("queue_directory = %s: what waits there would stay there" % queue)
     if sender.text("multi_instance_directories"):
         findings.stop("multi_instance_directories: there are several mail servers")
 
@@ -120,13 +121,12 @@ def _leave_others(sender, findings):
         findings.leave("main.cf: %s = %s" % (name, sender.given[name]))
 
 
-def _look_at_mail(findings):
+def _look_at_mail(places, findings):
     """Mail that lies where our Dovecot does not look, and what the users' own files ask for."""
     users = [user for user in pwd.getpwall() if FIRST_USER <= user.pw_uid <= LAST_USER]
-    waiting = [user.pw_name for user in users
-               if _has_bytes(os.path.join(MAIL_SPOOL, user.pw_name))]
-    if waiting:
-        findings.stop("mail lies in %s for %s" % (MAIL_SPOOL, ", ".join(waiting)))
+    for path in (place.format(user) for user in users for place in places):
+        if _has_bytes(path):
+            findings.stop("mail lies in %s" % path)
     forwarding = [user.pw_name for user in users
                   if os.path.isfile(os.path.join(user.pw_dir, ".forward"))]
     if forwarding:

@@ -10,8 +10,8 @@ MAIL = ("postfix.service", "postfix@-.service", "dovecot.socket", "dovecot.servi
 FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc.service",
            "clamav-daemon.socket", "clamav-daemon.service", "clamav-freshclam.service")
 OVERRIDES = "/etc/systemd/system"
-OUR_SERVICES = ("amavis", "amavisd-milter", "antivirus", "clamd", "maillog", "memcached",
-                "opendkim", "opendmarc")
+OUR_SERVICES = ("amavis", "amavisd-milter", "clamd", "maillog", "memcached", "opendkim",
+                "opendmarc")
 
 
 def has_systemd():
@@ -53,9 +53,8 @@ def filters_to_stop(before):
 def restore(before):
     """Brings all units to the states that they had."""
     now = states()
-    for verb, then, today in (("disable", "disabled", "enabled"), ("enable", "enabled", "disabled")):
-        _switch(verb, [unit for unit in before
-                       if _is(before, unit, then) and _is(now, unit, today)])
+    for verb, then in (("disable", "disabled"), ("enable", "enabled")):
+        _switch(verb, [unit for unit in now if _is(before, unit, then) and not _is(now, unit, then)])
     start = [unit for unit, was in before.items() if was["active"] and unit in now]
     if start:
         output("systemctl", "start", *start)
