@@ -22,7 +22,6 @@ def keep(folder, tables):
             kept[path] = {"link": os.readlink(path)}
         elif os.path.isfile(path):
             shutil.copy2(path, copy)
-            os.chown(copy, status.st_uid, status.st_gid)
             kept[path] = {"sha256": files.digest(path), "mode": "%o" % (status.st_mode & 0o7777),
                           "uid": status.st_uid, "gid": status.st_gid}
     return kept
