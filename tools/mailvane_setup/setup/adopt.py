@@ -64,13 +64,14 @@ def _end_interrupted(session, options):
 def _take_over(session, administrator, findings, keeps_settings):
     program = Program(session.target, administrator)
     with between_steps():
-        handover.begin(session.state, findings)
         try:
+            handover.begin(session.state, findings)
             handover.take_over(session.state, session.target, program,
                                None if keeps_settings else findings)
         except Exception as problem:
             app.complain("%s; what was changed is taken back" % problem)
-            handover.give_back(session.state, session.target)
+            if session.state.exists():
+                handover.give_back(session.state, session.target)
             raise Failed("the machine's own mail server runs as before") from problem
 
 

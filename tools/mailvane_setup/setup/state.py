@@ -29,22 +29,33 @@ class State:
     def store(self, **values):
         """Remembers values, and that before it returns."""
         self.values.update(values)
-        if not os.path.isdir(self.folder):
-            os.mkdir(self.folder, 0o700)
-            files.sync_folder(os.path.dirname(self.folder))
-        text = json.dumps(self.values, indent=1, sort_keys=True)
-        files.replace(self._path, text.encode(), 0o600)
+        text = json.dumps(self.values, indent=1, sort_keys=True).encode()
+        if self.exists():
+            files.replace(self._path, text, 0o600)
+            return
+        # The folder is never without a manifest: who finds it stops the machine's mail services.
+        new = self.folder + ".new"
+        shutil.rmtree(new, ignore_errors=True)
+        os.mkdir(new, 0o700)
+        files.replace(new + "/manifest.json", text, 0o600)
+        self._rename(new, self.folder)
 
     def forget(self, keep_originals):
         """Ends it; with the originals put aside, gives the folder where they are then."""
         kept = ""
         if keep_originals and os.path.isdir(self.originals):
             kept = _free_name(os.path.dirname(self.folder) + "/originals")
-            os.rename(self.originals, kept)
-        shutil.rmtree(self.folder, ignore_errors=True)
-        files.sync_folder(os.path.dirname(self.folder))
+            self._rename(self.originals, kept)
+        old = self.folder + ".old"
+        shutil.rmtree(old, ignore_errors=True)
+        self._rename(self.folder, old)
+        shutil.rmtree(old, ignore_errors=True)
         self.values = {}
         return kept
+
+    def _rename(self, before, after):
+        os.rename(before, after)
+        files.sync_folder(os.path.dirname(self.folder))
 
 
 def _free_name(wanted):
