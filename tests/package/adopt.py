@@ -261,6 +261,7 @@ def adopt():
     check(serving(), ["mailvane"] * 2, "after adopt")
     check(snapshot()[0], before, "other packages' files")
     run(SETUP, "adopt", "--yes")
+    check("action setup adopt: done" in run("journalctl", "-t", "mailvanectl"), True, "audit line")
     manifest = json.loads(run("cat", PACKAGE + "/etc/adopted/manifest.json"))
     check(manifest["state"], "adopted", "manifest")
 

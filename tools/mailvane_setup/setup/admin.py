@@ -4,6 +4,7 @@ import pwd
 
 from ctl.administrators import group_name
 from ctl.reference import Usage
+from ctl.upkeep import audited
 from setup import app, logins
 from setup.run import output
 from setup.survey import FIRST_USER, LAST_USER
@@ -23,10 +24,11 @@ def run(session, _, words):
         raise Usage("%s is a system account, which gets no mail" % name)
 
     password = logins.ask_password(name)
-    if not account:
-        _make_account(name, password)
-    _join(name, group_name())
-    logins.store(session.etc + "/htpasswd", name, password)
+    with audited("setup admin", [name]):
+        if not account:
+            _make_account(name, password)
+        _join(name, group_name())
+        logins.store(session.etc + "/htpasswd", name, password)
     print("%s is an administrator now." % name)
     return app.DONE
 

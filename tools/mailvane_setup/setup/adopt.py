@@ -1,6 +1,7 @@
 """mailvane-setup adopt: shows what would change, then hands the machine's mail over."""
 from ctl.administrators import first_administrator
 from ctl.reference import Usage
+from ctl.upkeep import audited
 from setup import app, handover, postfix, report, units
 from setup.program import Program
 from setup.run import Failed, between_steps
@@ -63,7 +64,7 @@ def _end_interrupted(session, options):
 
 def _take_over(session, administrator, findings, keeps_settings):
     program = Program(session.target, administrator)
-    with between_steps():
+    with between_steps(), audited("setup adopt"):
         try:
             handover.begin(session.state, findings)
             handover.take_over(session.state, session.target, program,

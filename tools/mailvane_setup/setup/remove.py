@@ -1,5 +1,6 @@
 """mailvane-setup remove: gives the machine's mail back to its own servers."""
 from ctl.reference import Usage
+from ctl.upkeep import audited
 from setup import app, handover
 from setup.run import between_steps
 
@@ -18,7 +19,7 @@ def run(session, options, words):
             "Stop our mail services and start those that ran before?"):
         app.complain("nothing was changed; say --yes, or yes at a terminal")
         return app.ASKED
-    with between_steps():
+    with between_steps(), audited("setup remove"):
         changed, folder = handover.give_back(session.state, session.target)
     print("The machine's mail is served by its own servers again.")
     for path in changed:
