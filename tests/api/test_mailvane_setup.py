@@ -123,7 +123,7 @@ class Aliases(unittest.TestCase):
              {"all": ["bob"]}),
         ):
             findings = self.find(local, virtual)
-            self.assertEqual((findings.aliases, findings.stops), (wanted, []), local + virtual)
+            self.assertEqual((findings.aliases, findings.conflicts), (wanted, []), local + virtual)
 
     def test_what_cannot_be_one_is_named(self):
         findings = self.find("all: \"|/bin/p a\", bob\nlist: :include:/etc/l\na..b: bob\n",
@@ -140,8 +140,9 @@ class Aliases(unittest.TestCase):
             ("", "alice@c.test bob\nc.test x\n", {}),
         ):
             findings = self.find(local, virtual, "c.test")
-            self.assertEqual((len(findings.stops), findings.aliases), (1, main), virtual)
-        self.assertEqual(self.find("", "info@c.test bob\nc.test x\n", "c.test").stops, [])
+            self.assertEqual((len(findings.conflicts), findings.aliases), (1, main), virtual)
+            self.assertEqual((len(findings.against(False)), findings.against(True)), (1, []))
+        self.assertEqual(self.find("", "info@c.test bob\nc.test x\n", "c.test").conflicts, [])
 
 
 class Ports(unittest.TestCase):

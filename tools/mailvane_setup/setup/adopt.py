@@ -25,14 +25,16 @@ def run(session, options, words):
     administrator = _administrator()
     _end_interrupted(session, options)
     findings = survey(administrator)
+    keeps_settings = "--keep-settings" in options
     print("\n".join(report.show(findings, postfix.waiting(), units.filters_to_stop(units.states()),
-                                "--keep-settings" in options)))
-    status = app.UNSEEN if findings.stops and "--force" not in options else app.DONE
-    if status != app.DONE or "--dry-run" in options:
-        return status
+                                keeps_settings)))
+    if findings.against(keeps_settings) and "--force" not in options:
+        return app.UNSEEN
+    if "--dry-run" in options:
+        return app.DONE
     if not _agreed(session, options):
         return app.ASKED
-    _take_over(session, administrator, findings, "--keep-settings" in options)
+    _take_over(session, administrator, None if keeps_settings else findings)
     print("\nThe machine's mail is handed over. `mailvane-setup remove` gives it back.")
     return app.DONE
 
@@ -62,13 +64,12 @@ def _end_interrupted(session, options):
             handover.give_back(session.state, session.target)
 
 
-def _take_over(session, administrator, findings, keeps_settings):
+def _take_over(session, administrator, findings):
     program = Program(session.target, administrator)
     with between_steps(), audited("setup adopt"):
         try:
             handover.begin(session.state, findings)
-            handover.take_over(session.state, session.target, program,
-                               None if keeps_settings else findings)
+            handover.take_over(session.state, session.target, program, findings)
         except Exception as problem:
             app.complain("%s; what was changed is taken back" % problem)
             if session.state.exists():

@@ -62,7 +62,7 @@ def take_over(routing, administrator, findings):
             continue
         main = by_domain.get(routing.domains.main) or next(iter(by_domain.values()))
         if any(set(own) != set(main) for own in by_domain.values()):
-            findings.stop("%s is not the same everywhere: %s" % (name, "; ".join(
+            findings.conflicts.append("%s is not the same everywhere: %s" % (name, "; ".join(
                 "at %s it is %s" % (domain, ", ".join(own))
                 for domain, own in by_domain.items())))
         _take_alias(routing, name, main, administrator, findings)

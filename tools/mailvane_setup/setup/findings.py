@@ -11,12 +11,17 @@ class Findings:
         self.certificate = ()   # files of certificate and key
         self.left = []          # what is not taken over
         self.stops = []         # why mail would not be seen any more
+        self.conflicts = []     # why mail would reach somebody else
         self.tables = []        # texts outside of /etc/postfix that were read
 
     def leave(self, line):
         """Something is not taken over."""
         if line not in self.left:
             self.left.append(line)
+
+    def against(self, keeps_settings):
+        """All that speaks against it; what is not taken over misleads no mail."""
+        return self.stops + ([] if keeps_settings else self.conflicts)
 
     def stop(self, line):
         """Mail would not be seen any more."""

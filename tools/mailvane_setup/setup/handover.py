@@ -21,7 +21,7 @@ message_size_limit = 0
 def begin(state, findings):
     """Remembers everything that is needed to give the machine back."""
     state.store(state=ADOPTING, since=_now(), units=units.states(), made={})
-    state.store(files=originals.keep(state.originals, findings.tables))
+    state.store(files=originals.keep(state.originals, findings.tables if findings else []))
 
 
 def take_over(state, target, program, findings):

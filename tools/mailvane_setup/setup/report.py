@@ -1,9 +1,7 @@
 """What the administrator is shown before anything changes."""
 
 SECRETS = {"smtp_relay_password"}
-HOW_TO_CONVERT = """\
-Convert the mail first (docs/setup.md says how), or go on with --force where the mail may stay
-unseen."""
+WAY_OUT = "docs/setup.md says what to do; --force goes on all the same."
 
 
 def show(findings, queued, filters, keeps_settings):
@@ -14,9 +12,10 @@ def show(findings, queued, filters, keeps_settings):
         lines.append("Mail that waits in the queue stays there: %d." % queued)
     if filters:
         lines.append("Stopped, since we run instances of our own: " + ", ".join(filters))
-    if findings.stops:
-        lines += _list("Mail would not be seen any more, or would reach somebody else:",
-                       findings.stops) + HOW_TO_CONVERT.splitlines()
+    against = findings.against(keeps_settings)
+    if against:
+        lines += _list("Mail would not be seen any more, or would reach somebody else:", against)
+        lines.append(WAY_OUT)
     return lines
 
 
