@@ -222,14 +222,14 @@ class Delivery(unittest.TestCase):
                                   ({"virtual_mailbox_domains": "a.test"}, 1),
                                   ({"queue_directory": "/srv/queue"}, 1)):
             findings = Findings()
-            survey._look_at_delivery(old(**{**usual, **parameters}), findings)
+            survey.look_at_delivery(old(**{**usual, **parameters}), findings)
             self.assertEqual(len(findings.stops), stops, parameters)
 
     def test_sizes(self):
         for size, wanted in (("20971520", 20), ("20971521", 21), ("1", 1), ("0", 2000),
                              ("99999999999", 2000)):
             findings = Findings()
-            survey._take_limits(old(message_size_limit=size), findings)
+            survey.take_limits(old(message_size_limit=size), findings)
             self.assertEqual(findings.smtp, {"message_size_limit_mb": wanted}, size)
 
 

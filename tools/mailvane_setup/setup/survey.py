@@ -59,7 +59,7 @@ def survey(administrator):
 def _look_at_postfix(sender, administrator, findings):
     own = domains.find(sender, findings)
     domains.take_over(own, findings)
-    _take_limits(sender, findings)
+    take_limits(sender, findings)
     relay.take_over(sender, findings)
     if not (postfix.master_as_shipped() and _is_plain(sender)):
         ports.take_over(sender, findings)
@@ -67,7 +67,7 @@ def _look_at_postfix(sender, administrator, findings):
     routing = aliases.Routing(own, is_user)
     aliases.find(sender, routing, findings)
     aliases.take_over(routing, administrator, findings)
-    _look_at_delivery(sender, findings)
+    look_at_delivery(sender, findings)
     _leave_others(sender, findings)
 
 
@@ -85,7 +85,8 @@ def _is_plain(sender):
         not list(_others(sender))
 
 
-def _take_limits(sender, findings):
+def take_limits(sender, findings):
+    """Finds the greatest size of a message."""
     size = sender.text("message_size_limit")
     if "message_size_limit" in sender.given and size.isdigit():
         megabytes = -(-int(size) // MEGABYTE) or LARGEST
@@ -99,7 +100,8 @@ def _own_programs_relay(sender):
     return "permit_mynetworks" in lists
 
 
-def _look_at_delivery(sender, findings):
+def look_at_delivery(sender, findings):
+    """Finds mailboxes and queues that ours would not look into."""
     if sender.text("virtual_mailbox_domains") or sender.text("virtual_mailbox_maps"):
         findings.stop("virtual_mailbox_domains: here mailboxes belong to the machine's accounts")
     home, queue = sender.text("home_mailbox"), sender.text("queue_directory")
