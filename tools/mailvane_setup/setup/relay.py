@@ -50,6 +50,10 @@ def take_over(postfix, findings):
                           smtp_relay_tls=_must_encrypt(postfix), smtp_relay_auth=False)
     if not relayhost.startswith("["):
         findings.leave("relayhost = %s: mail goes to %s itself, not to its MX" % (relayhost, host))
+    level = postfix.text("smtp_tls_security_level")
+    if level not in ("", "none", "may", "encrypt"):
+        findings.leave("smtp_tls_security_level = %s: here %s, unless local.d/main.cf says so"
+                       % (level, "encrypt" if _must_encrypt(postfix) else "may"))
     if postfix.is_on("smtp_tls_wrappermode"):
         findings.leave("smtp_tls_wrappermode: put it into local.d/main.cf, or mail does not leave")
     if postfix.is_on("smtp_sasl_auth_enable"):
