@@ -62,9 +62,14 @@ class Session:
             return ""
 
     @staticmethod
-    def subcommands():
-        """Names and modules of the subcommands."""
-        return [(name, importlib.import_module(module)) for name, module in SUBCOMMANDS.items()]
+    def subcommand_names():
+        """Names of the subcommands, whose modules need not be loaded for that."""
+        return list(SUBCOMMANDS)
+
+    @staticmethod
+    def subcommand(name):
+        """The module of a subcommand; None for another name."""
+        return importlib.import_module(SUBCOMMANDS[name]) if name in SUBCOMMANDS else None
 
 
 def _administrator():
@@ -103,7 +108,7 @@ def _run(target, words):
     else:
         session, command, rest = _parse(target, words)
 
-    module = importlib.import_module(SUBCOMMANDS[command]) if command in SUBCOMMANDS else None
+    module = session.subcommand(command)
     foreign = session.flags - getattr(module, "OPTIONS", set())
     if foreign:
         raise Usage("%s takes no %s" % (command, min(foreign)))

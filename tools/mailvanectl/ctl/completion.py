@@ -4,6 +4,7 @@ from ctl.reference import Usage
 
 WORDS = "WORD…"
 SUMMARY = "what the last word can become, for the shell"
+WITH_VALUE = ("--as", "-o", "--output")
 EVERYWHERE = ["--as", "--raw", "--output", "--help"]
 
 
@@ -18,14 +19,14 @@ def run(session, words):
 
 def candidates(session, before, last):
     """Every word that could stand at the end."""
-    while before and before[0] in ("--as", "-o", "--output"):
+    before = [word for word in before if not word.startswith("--") or word in WITH_VALUE]
+    while before and before[0] in WITH_VALUE:
         before = before[2:]
-    before = [word for word in before if not word.startswith("--")]
-    subcommands = dict(session.subcommands())
     if last.startswith("-"):
-        return [*EVERYWHERE, *sorted(getattr(subcommands.get((before or [""])[0]), "OPTIONS", ()))]
+        module = session.subcommand(before[0]) if before else None
+        return [*EVERYWHERE, *sorted(getattr(module, "OPTIONS", ()))]
     if not before:
-        return [*session.reference.names(), *subcommands]
+        return [*session.reference.names(), *session.subcommand_names()]
     try:
         return _behind(session, before, last)
     except Usage:
@@ -35,14 +36,13 @@ def candidates(session, before, last):
 def _behind(session, before, last):
     first, rest = before[0], before[1:]
     if first == "help":
-        return [] if rest else [*session.reference.names(), *(
-            name for name, _ in session.subcommands())]
+        return [] if rest else [*session.reference.names(), *session.subcommand_names()]
     if first == "edit":
         pages = session.reference.pages()
         if not rest:
             return list(pages)
         return _members(session.reference.action(pages.get(rest[0], "")), last)
-    module = dict(session.subcommands()).get(first)
+    module = session.subcommand(first)
     if hasattr(module, "candidates"):
         return module.candidates(rest)
     return _members(session.reference.action(first), last)

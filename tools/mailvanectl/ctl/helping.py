@@ -20,7 +20,7 @@ Exit status: 0 done, 1 refused, 2 wrong usage, 3 no answer."""
 
 def run(session, words):
     """Prints the help."""
-    subcommands = dict(session.subcommands())
+    subcommands = {name: session.subcommand(name) for name in session.subcommand_names()}
     if not words:
         print("\n".join([HEAD, "", "Subcommands", *_subcommands(subcommands), *_actions(session)]))
     elif words[0] in subcommands:
