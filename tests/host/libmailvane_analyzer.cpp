@@ -160,17 +160,20 @@ TEST(SelfCheckRunner, KeepsTheWorstWordOfSeveralFindings)
 /// of its lines with the same reply.
 class Server {
 public:
-    Server(std::string greeting, std::string reply = "") : greeting_(greeting), reply_(reply)
+    Server(std::string greeting, std::string reply = "", int family = AF_INET)
+        : greeting_(greeting), reply_(reply)
     {
-        socket_ = host::Descriptor(socket(AF_INET, SOCK_STREAM, 0));
-        sockaddr_in name = {};
-        name.sin_family = AF_INET;
-        socklen_t size = sizeof name;
+        socket_ = host::Descriptor(socket(family, SOCK_STREAM, 0));
+        const int alone = 1;
+        (void)setsockopt(socket_.get(), IPPROTO_IPV6, IPV6_V6ONLY, &alone, sizeof alone);
+        sockaddr_in6 name = {};  // an IPv4 name has its port in the same place
+        name.sin6_family = static_cast<sa_family_t>(family);
+        socklen_t size = family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
         auto* const address = reinterpret_cast<sockaddr*>(&name);
         EXPECT_EQ(0, bind(socket_.get(), address, size));
         EXPECT_EQ(0, listen(socket_.get(), 1));
         EXPECT_EQ(0, getsockname(socket_.get(), address, &size));
-        port_ = ntohs(name.sin_port);
+        port_ = ntohs(name.sin6_port);
         thread_ = std::thread([this] { Serve(); });
     }
 
@@ -240,9 +243,11 @@ TEST(SelfCheckOpenRelay, FailsWhenAStrangerIsLetThrough)
                                {"554 5.7.1 no\r\n", CheckWord::kOk},
                                {"450 later\r\n", CheckWord::kUnknown}};
     for (const Case& row : kCases) {
-        const Server server("220 hello\r\n", row.reply);
-        EXPECT_EQ(row.want, host::CheckOpenRelay(server.At("smtp_port"), nullptr).word)
-            << row.reply;
+        for (const int family : {AF_INET, AF_INET6}) {
+            const Server server("220 hello\r\n", row.reply, family);
+            EXPECT_EQ(row.want, host::CheckOpenRelay(server.At("smtp_port"), nullptr).word)
+                << row.reply << family;
+        }
     }
 }
 
