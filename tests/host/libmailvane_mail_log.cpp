@@ -120,8 +120,6 @@ namespace {
 /// "seventh" as well.
 class Pages : public LogMachine {
 protected:
-    static constexpr int kEntries = 2500;
-
     void SetUp() override
     {
         LogMachine::SetUp();
