@@ -2,25 +2,19 @@
 """The walk of a machine that has a mail server of its own: handed over and given back, with mail
 before, meanwhile and after.
 
-  adopt.py RUN
-
-RUN is the command that runs others in the machine, which is of systemd's, has the package installed
-and nothing handed over. The machine's Postfix and Dovecot are configured anew.
+The machine (see inside.py) has the package installed and nothing handed over. Its Postfix and
+Dovecot are configured anew.
 """
 import json
 import os
-import shlex
 import subprocess
-import sys
 import time
 
-RUN = shlex.split(sys.argv[1])
+import inside
+from inside import PACKAGE, PASSWORD, SETUP, arrive, check, run, send_locally, subjects, until
+
 HERE = os.path.dirname(os.path.abspath(__file__))
-PACKAGE = "/var/packages/Mailvane"
-SETUP = PACKAGE + "/target/bin/mailvane-setup"
-PASSWORD = "correct horse 7"
 RELAY_PASSWORD = "relay:secret 9"
-PATIENCE = 60  # seconds
 
 OLD_SERVER = r"""
 set -e
@@ -58,24 +52,6 @@ printf '%s\n' 'mail_location = maildir:~/Maildir' 'protocols = imap lmtp' \
 systemctl restart postfix postfix@- dovecot
 """
 
-# Sends by SMTP as another server would: what is not taken now is tried again.
-SENDER = r"""
-import smtplib, sys, time
-longest, last = 0, time.monotonic()
-for number in range(int(sys.argv[2])):
-    while True:
-        try:
-            with smtplib.SMTP("127.0.0.1", 25, "sender.test", timeout=10) as server:
-                server.sendmail("guest@sender.test", [sys.argv[1]],
-                                "Subject: %s %d\n\nbody\n" % (sys.argv[3], number))
-            longest, last = max(longest, time.monotonic() - last), time.monotonic()
-            break
-        except (OSError, smtplib.SMTPException):
-            time.sleep(.05)
-    time.sleep(.05)
-print("%.1f" % longest)
-"""
-
 # A change that is ended some seconds after it has begun.
 ENDED = """
 $0 adopt --yes >/dev/null &
@@ -83,18 +59,6 @@ until [ -e $1/etc/adopted/originals ]; do sleep .02; done
 sleep $2
 kill -KILL $!
 wait $!
-"""
-
-# All subjects in a mailbox, as its user sees them.
-READER = r"""
-import imaplib, sys
-box = imaplib.IMAP4("127.0.0.1")
-box.starttls()
-box.login(sys.argv[1], sys.argv[2])
-box.select()
-for part in box.fetch("1:*", "(BODY[HEADER.FIELDS (SUBJECT)])")[1]:
-    if isinstance(part, tuple):
-        print(part[1].decode().strip()[len("Subject: "):])
 """
 
 # Takes mail until its standard input ends, then says how many messages came.
@@ -106,55 +70,6 @@ with RelayHost(2587, ("relay-user", sys.argv[1]), "/etc/dovecot/private/dovecot.
     sys.stdin.read()
     print(len(host.mails))
 """
-
-
-def run(*words, typed="", wanted=0):
-    """Standard output of a command in the machine."""
-    done = subprocess.run([*RUN, *words], input=typed, text=True, capture_output=True, check=False,
-                          timeout=300)
-    if done.returncode != wanted:
-        raise SystemExit("%s: status %d instead of %d\n%s%s" % (
-            " ".join(words)[:200], done.returncode, wanted, done.stdout, done.stderr))
-    return done.stdout
-
-
-def python(program, *words):
-    """Output of a Python program in the machine."""
-    return run("/usr/bin/python3", "-c", program, *words)
-
-
-def until(condition, what):
-    """Waits for what takes its time."""
-    end = time.monotonic() + PATIENCE
-    while not condition():
-        if time.monotonic() > end:
-            raise SystemExit("never: " + what)
-        time.sleep(.2)
-
-
-def check(got, wanted, what):
-    """One thing that has to be."""
-    if got != wanted:
-        raise SystemExit("%s: got %r, want %r" % (what, got, wanted))
-
-
-def subjects(user):
-    """Subjects of a user's mail in any order."""
-    return sorted(python(READER, user, PASSWORD).splitlines())
-
-
-def arrive(address, subject, *users):
-    """Mail by SMTP to an address reaches these users, each once."""
-    python(SENDER, address, "1", subject)
-    for user in users:
-        until(lambda user=user: subject + " 0" in subjects(user),
-              "%s at %s" % (subject, user))
-        check(subjects(user).count(subject + " 0"), 1, subject)
-
-
-def send_locally(address, subject):
-    """Mail from a program of the machine."""
-    run("/usr/sbin/sendmail", "-i", address, typed="Subject: %s\n\nbody\n" % subject)
 
 
 def serving():
@@ -178,7 +93,7 @@ class RelayHost:
     def __enter__(self):
         with open(HERE + "/../e2e/relay_host.py", encoding="utf-8") as file:
             program = file.read() + RELAY
-        self._process = subprocess.Popen([*RUN, "/usr/bin/python3", "-c", program, RELAY_PASSWORD],
+        self._process = subprocess.Popen(inside.command("/usr/bin/python3", "-c", program, RELAY_PASSWORD),
                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         check(self._process.stdout.readline(), "ready\n", "relay host")
         return self
@@ -248,16 +163,12 @@ def die():
 def adopt():
     """No message is lost or doubled while the machine is handed over."""
     before = snapshot()[0]
-    sender = subprocess.Popen([*RUN, "/usr/bin/python3", "-c", SENDER, "info@second.test", "100",
-                               "meanwhile"], stdout=subprocess.PIPE, text=True)
+    sender = inside.Sending("info@second.test", 100, "meanwhile")
     time.sleep(1)
     began = time.monotonic()
     run(SETUP, "adopt", "--yes")
     print("adopt took %.1f s" % (time.monotonic() - began))
-    print("nothing was taken in for %s s" % sender.communicate(timeout=60)[0].strip())
-    wanted = sorted("meanwhile %d" % number for number in range(100))
-    until(lambda: [text for text in subjects("alice") if text.startswith("meanwhile")] == wanted,
-          "all mail sent meanwhile, once")
+    sender.arrives("alice")
     check(serving(), ["mailvane"] * 2, "after adopt")
     check(snapshot()[0], before, "other packages' files")
     run(SETUP, "adopt", "--yes")
@@ -297,7 +208,4 @@ def remove():
         check(relay.count(), 1, "messages at the relay host")
 
 
-for step in (prepare, refuse, fail, die, adopt, use, remove):
-    start = time.monotonic()
-    step()
-    print("%-8s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)
+inside.walk(prepare, refuse, fail, die, adopt, use, remove)

@@ -1,19 +1,19 @@
 #!/usr/bin/python3
 """The walk of a machine that was handed over, from its use to the package's end.
 
-  upgrade.py MACHINE STATE TREE
+  upgrade.py TREE
 
-MACHINE is the command that boots machines, STATE the running one. It was handed over and given back
-before, and /root/next.deb is the package's next version, which words main.cf in another way.
+TREE is the folder over which the machine (see inside.py) was booted. It was handed over and given
+back before, and /root/next.deb is the package's next version, which words main.cf in another way.
 """
 import json
 import subprocess
 import sys
 
 import inside
-from inside import check, run, until
+from inside import check, run
 
-MACHINE, STATE, TREE = sys.argv[1:]
+TREE = sys.argv[1]
 URL = "http://127.0.0.1:8080/mailvane.cgi"
 MAIN = inside.PACKAGE + "/etc/generated/current/postfix/main.cf"
 APT = ("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", "-y")
@@ -64,8 +64,8 @@ def use():
 
 def boot():
     """A machine that loses power comes up as the stored settings say."""
-    subprocess.run([MACHINE, "halt", STATE], check=True)
-    subprocess.run([MACHINE, "boot", STATE, TREE], check=True)
+    subprocess.run([inside.MACHINE, "halt", inside.STATE], check=True)
+    subprocess.run([inside.MACHINE, "boot", inside.STATE, TREE], check=True)
     check(run("systemctl", "list-units", "--failed", "--plain", "--no-legend"), "", "failed units")
     check(unit("mailvane-opendmarc.service"), ["active", "enabled"], "the DMARC checker")
     check(unit("mailvane-memcached.service"), ["inactive", "disabled"], "memcached")
@@ -79,11 +79,9 @@ def upgrade():
     run("sh", "-c", "echo 'mailbox_size_limit = 0' >%s/etc/local.d/main.cf" % inside.PACKAGE)
     run("sh", "-c", "echo '# mine' >>/etc/default/mailvane")
     settings = run("sort", inside.PACKAGE + "/etc/mailvane.conf")
-    sender = inside.keep_sending("info@second.test", 100, "upgrade")
+    sender = inside.Sending("info@second.test", 100, "upgrade")
     run(*APT, "install", "/root/next.deb")
-    check(sender.wait(60), 0, "the sender")
-    until(lambda: inside.numbered("alice", "upgrade") == list(range(100)),
-          "all mail sent meanwhile, once")
+    sender.arrives("alice")
     text = run("cat", MAIN)
     check("MADE BY MAILVANE" in text, True, "the new wording in " + text[:200])
     check("mailbox_size_limit = 0" in text, True, "the administrator's fragment")
