@@ -4,6 +4,7 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/account_data.h"
 #include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/stored_data.h"
 #include "host/libmailvane/stored_settings.h"
 
 namespace host {
@@ -13,7 +14,8 @@ int HealAccounts(const AccountCombination& stored)
     if (AccountDataIsSound(stored)) return 0;
 
     const ScopedLock lock(std::chrono::milliseconds(0));
-    if (!lock.held()) return 0;
+    // What a killed process was exchanging is the next writer's to finish.
+    if (!lock.held() || ExchangeIsUnderWay()) return 0;
 
     // Another process may have healed it in between, or changed the settings.
     const auto current = StoredSettings::Read();

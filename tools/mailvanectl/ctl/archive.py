@@ -108,7 +108,7 @@ def read(path):
 
 def _state(tar):
     manifest = _manifest(tar.next(), tar)
-    listed, files = manifest["files"], {}
+    listed, files, size = manifest["files"], {}, 0
     for about in iter(tar.next, None):
         name = about.name
         if name in files or name not in listed or mode_of(name) is None:
@@ -116,7 +116,8 @@ def _state(tar):
         files[name] = _data(tar, about)
         if _print_of(files[name]) != listed[name]:
             raise Refused("%s is not what the manifest says" % name)
-        if sum(map(len, files.values())) > LARGEST_SUM or len(files) > MOST_FILES:
+        size += len(files[name])
+        if size > LARGEST_SUM or len(files) > MOST_FILES:
             raise Refused("the archive is too large")
     missing = listed.keys() - files.keys()
     if missing:

@@ -72,6 +72,8 @@ def _stored_state():
                 files[name] = _bytes(name)
     pair = _path("dkim.key/pair")
     signing = os.path.basename(os.readlink(pair)) if os.path.islink(pair) else ""
+    if "dkim.key/%s/dkim.private" % signing not in files:
+        signing = ""
     return archive.State(files, signing, int(time.time()))
 
 

@@ -1,11 +1,8 @@
 """The package's own web server, which shows the mail server's certificate when it serves the
 network."""
-import os
-
 from ctl import upkeep
 from ctl.answers import Refused
 
-UNIT = "mailvane-web.service"
 PID_FILE = "/run/mailvane/web/lighttpd.pid"
 SCRIPT = upkeep.PACKAGE + "/target/scripts/web.sh"
 TLS_PORT = "MAILVANE_WEB_TLS_PORT"
@@ -16,19 +13,12 @@ class WebServer:
     """The one that runs when this is made; it can be started again after it has failed."""
 
     def __init__(self):
-        self._command, self._ports = None, {}
-        if os.path.isdir("/run/systemd/system"):
-            if upkeep.run(["/usr/bin/systemctl", "--quiet", "is-active", UNIT])[0] == 0:
-                self._command = ["/usr/bin/systemctl", "restart", UNIT]
-            return
         self._ports = _ports()
-        if self._ports.get(TLS_PORT):
-            self._command = [SCRIPT, "restart"]
 
     def renew(self):
         """Makes it take up the certificate. It reads the key before it gives up its rights, so that
         it has to start again. Refused when it does not come up."""
-        if self._command and upkeep.run(self._command, self._ports)[0] != 0:
+        if self._ports.get(TLS_PORT) and upkeep.run([SCRIPT, "restart"], self._ports)[0] != 0:
             raise Refused("the web server does not come up")
 
 
