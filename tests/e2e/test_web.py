@@ -1,6 +1,7 @@
 """What the web server serves, what becomes of requests without an answer, and who changed what."""
 import json
 import os
+import subprocess
 import unittest
 
 import harness
@@ -20,6 +21,18 @@ class Web(harness.Story):
         self.assertEqual(os.stat(folder).st_mode & 0o777, 0o750)
         self.assertEqual(os.stat(folder + "/fcgi.sock").st_mode & 0o777, 0o660)
         self.assertEqual(os.stat(ETC + "/htpasswd").st_mode & 0o777, 0o640)
+
+    def test_an_administrator_is_made(self):
+        def make(password):
+            return subprocess.run([harness.TARGET + "/bin/mailvane-setup", "admin", "dorothea"],
+                                  input=password, text=True, check=False, timeout=60).returncode
+
+        before = snapshot(ETC)
+        self.assertEqual((make("too short\n"), make("")), (2, 2))
+        self.assertEqual(snapshot(ETC), before)
+        self.assertEqual(read("load_smtp", user="dorothea").status, 401)
+        self.assertEqual(make("pw-dorothea\n"), 0)
+        self.assertEqual(read("load_smtp", user="dorothea").status, 200)
 
     def test_a_client_that_hangs_up_changes_nothing(self):
         head = (b"POST /mailvane.cgi HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"
