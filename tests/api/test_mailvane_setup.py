@@ -10,7 +10,7 @@ sys.path[:0] = [TOP + "/tools/mailvane_setup", TOP + "/tools/mailvanectl"]
 
 from ctl.reference import Usage
 from setup import (aliases, domains, dovecot, files, logins, originals, ports, postfix, relay,
-                   state, survey, tables, units)
+                   report, state, survey, tables, units)
 from setup.findings import Findings
 
 USERS = ("alice", "bob", "carol")
@@ -224,6 +224,15 @@ class Delivery(unittest.TestCase):
             findings = Findings()
             survey.look_at_delivery(old(**{**usual, **parameters}), findings)
             self.assertEqual(len(findings.stops), stops, parameters)
+
+    def test_no_password_is_shown(self):
+        findings = Findings()
+        survey.leave_others(old(ldap_bind_pw="hidden", milter_default_action="accept"), findings)
+        relay.take_over(old(relayhost="[r.test]", smtp_sasl_auth_enable="yes",
+                            smtp_sasl_password_maps="static:me:hidden"), findings)
+        text = "\n".join(findings.left + report.show(findings, 0, [], False))
+        self.assertNotIn("hidden", text)
+        self.assertIn("milter_default_action = accept", text)
 
     def test_sizes(self):
         for size, wanted in (("20971520", 20), ("20971521", 21), ("1", 1), ("0", 2000),

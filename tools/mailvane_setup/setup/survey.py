@@ -38,6 +38,8 @@ USUAL = {  # values that Debian's package writes and that change nothing
         "permit_mynetworks permit_sasl_authenticated reject_unauth_destination",
         "permit_mynetworks, permit_sasl_authenticated, reject_unauth_destination")}
 
+SECRET_PARTS = ("passw", "_pw", "secret")  # of names of parameters
+
 
 def survey(administrator):
     """Looks at the configurations in /etc/postfix and /etc/dovecot."""
@@ -68,7 +70,7 @@ def _look_at_postfix(sender, administrator, findings):
     aliases.find(sender, routing, findings)
     aliases.take_over(routing, administrator, findings)
     look_at_delivery(sender, findings)
-    _leave_others(sender, findings)
+    leave_others(sender, findings)
 
 
 def is_user(name):
@@ -118,9 +120,11 @@ def _others(sender):
             if name not in COVERED and value not in USUAL.get(name, ()))
 
 
-def _leave_others(sender, findings):
+def leave_others(sender, findings):
+    """Names the parameters that nothing is made of."""
     for name in _others(sender):
-        findings.leave("main.cf: %s = %s" % (name, sender.given[name]))
+        secret = any(part in name for part in SECRET_PARTS)
+        findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else sender.given[name]))
 
 
 def _look_at_mail(places, findings):

@@ -11,7 +11,9 @@ def source_of(table):
     """The text that a table is made from."""
     kind, colon, path = table.removeprefix("proxy:").partition(":")
     if not colon or kind not in MADE_FROM_TEXT:
-        raise Unreadable("%s is not made from a text" % table)
+        # What stands in the parameter itself may be a password.
+        shown = table if path.startswith("/") else kind + ":..."
+        raise Unreadable("%s is not made from a text" % shown)
     return path
 
 

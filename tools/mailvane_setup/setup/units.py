@@ -54,7 +54,8 @@ def restore(before):
     """Brings all units to the states that they had."""
     now = states()
     for verb, then in (("disable", "disabled"), ("enable", "enabled")):
-        _switch(verb, [unit for unit in now if _is(before, unit, then) and not _is(now, unit, then)])
+        _switch(verb, [unit for unit in now
+                       if _is(before, unit, then) and not _is(now, unit, then)])
     start = [unit for unit, was in before.items() if was["active"] and unit in now]
     if start:
         output("systemctl", "start", *start)
