@@ -70,12 +70,18 @@ def _run(target, words):
         raise Usage(str(problem)) from problem
     if os.geteuid() != 0:
         raise Usage("only root can do that")
-    with open(LOCK, "w", encoding="ascii") as lock:  # held until this process ends
-        try:
-            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except BlockingIOError as problem:
-            raise Failed("another mailvane-setup is at work") from problem
+    with open(LOCK, "w", encoding="ascii") as lock:
+        if words[0] != "status":
+            _take(lock)
         return module.run(Session(target), {name for name, _ in options}, rest)
+
+
+def _take(lock):
+    """One change at a time; the lock is held until this process ends."""
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError as problem:
+        raise Failed("another mailvane-setup is at work") from problem
 
 
 def _help():

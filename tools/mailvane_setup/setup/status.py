@@ -10,8 +10,8 @@ DAEMONS = (("SMTP", "/var/spool/postfix/pid/master.pid", "environ"),
            ("mailboxes", "/run/dovecot/master.pid", "cmdline"))
 OURS = b"/var/packages/Mailvane/etc/generated/current/"
 PHASES = {"adopted": "handed over since %s", "": "not handed over",
-          "adopting": "half handed over since %s: run adopt or remove",
-          "removing": "half given back (handed over %s): run remove"}
+          "adopting": "half handed over since %s: under way, or run adopt or remove",
+          "removing": "half given back (handed over %s): under way, or run remove"}
 
 
 def run(session, _, words):
