@@ -53,7 +53,7 @@ def main(target, words):
     except (Failed, NoAnswer, OSError) as problem:
         complain(str(problem))
         return FAILED
-    except KeyboardInterrupt:
+    except (EOFError, KeyboardInterrupt):  # at a question: nothing was changed
         return 130
 
 
