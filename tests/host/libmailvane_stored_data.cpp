@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "tests/host/libmailvane_stores_machine.h"
+#include "tests/host/machine.h"
 
 namespace fs = std::filesystem;
 
