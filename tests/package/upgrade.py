@@ -62,6 +62,21 @@ def use():
     inside.arrive("office@old.test", "in use", "alice", "bob")
 
 
+def tls():
+    """The network is served once there is a certificate."""
+    check((listens(8080), listens(8443)), (True, False), "before there is a certificate")
+    run("sh", "-c", "cd /root && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes "
+        "-days 9 -subj /CN=mail.old.test -addext subjectAltName=DNS:mail.old.test "
+        "-keyout key.pem -out cert.pem 2>/dev/null")
+    run("mailvanectl", "tls", "install", "/root/cert.pem", "/root/key.pem")
+    for port in ("8443", str(PORTS["imaps"])):
+        run("sh", "-c", "openssl s_client -connect 127.0.0.1:%s -verify_return_error "
+            "-CAfile /root/cert.pem </dev/null" % port)
+    check(run("curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", "--cacert", "/root/cert.pem",
+              "--resolve", "mail.old.test:8443:127.0.0.1",
+              "https://mail.old.test:8443/mailvane.cgi?action=load_smtp"), "401", "without a login")
+
+
 def boot():
     """A machine that loses power comes up as the stored settings say."""
     subprocess.run([inside.MACHINE, "halt", inside.STATE], check=True)
@@ -110,4 +125,4 @@ def purge():
         check(subject in inside.subjects("alice"), True, subject)
 
 
-inside.walk(use, boot, upgrade, remove, purge)
+inside.walk(use, tls, boot, upgrade, remove, purge)
