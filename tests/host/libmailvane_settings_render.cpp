@@ -1,12 +1,9 @@
 // Texts of the daemons' files, made of settings.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <regex>
-#include <sstream>
 #include <string>
 
-#include "host/libmailvane/mail_ports.h"
 #include "host/libmailvane/render.h"
 #include "host/libmailvane/scanner_files.h"
 
@@ -27,15 +24,11 @@ StoredSettings With(std::initializer_list<std::pair<const char*, const char*>> c
 /// Value of a parameter in a main.cf; "(none)" when it does not stand there exactly once.
 std::string Parameter(const std::string& text, const std::string& name)
 {
-    std::istringstream lines(text);
-    std::string value = "(none)";
-    int found = 0;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind(name + " =", 0) != 0) continue;
-        ++found;
-        value = line.size() > name.size() + 3 ? line.substr(name.size() + 3) : "";
-    }
-    return found == 1 ? value : "(none)";
+    const std::string start = "\n" + name + " =";
+    const auto found = text.find(start);
+    if (found == std::string::npos || text.rfind(start) != found) return "(none)";
+    const auto value = found + start.size();
+    return text.substr(value, text.find('\n', value) - value);
 }
 
 std::string MainOf(const StoredSettings& settings)
@@ -46,14 +39,10 @@ std::string MainOf(const StoredSettings& settings)
 TEST(RenderPostfix, EachSettingShowsInItsParameter)
 {
     const struct {
-        const char* setting;
-        const char* value;
-        const char* parameter;
+        const char *setting, *value, *parameter;
         const char* want;  ///< must stand in the parameter
     } rows[] = {
-        {"smtp_hostname", "mx.example.net", "myhostname", "mx.example.net"},
         {"acc_domain_name", "example.org", "myorigin", "example.org"},
-        {"acc_domain_name", "example.org", "mydestination", "mail.example.org, example.org"},
         {"message_size_limit_mb", "2000", "message_size_limit", "2097152000"},
         {"restrict_sender", "yes", "smtpd_sender_restrictions",
          "reject_authenticated_sender_login_mismatch, "},
@@ -75,8 +64,7 @@ TEST(RenderPostfix, EachSettingShowsInItsParameter)
     for (const auto& row : rows) {
         const std::string value =
             Parameter(MainOf(With({{row.setting, row.value}})), row.parameter);
-        EXPECT_NE(value.find(row.want), std::string::npos)
-            << row.setting << ": " << row.parameter << " is " << value;
+        EXPECT_NE(value.find(row.want), std::string::npos) << row.setting << ": " << value;
     }
 }
 
@@ -90,40 +78,20 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
             const std::string main = MainOf(settings);
             const std::string relay = Parameter(main, "smtpd_relay_restrictions");
             EXPECT_EQ(relay.substr(relay.rfind(' ') + 1), "reject_unauth_destination");
-            EXPECT_EQ(Parameter(main, "mynetworks_style"), "host");
+            EXPECT_EQ(Parameter(main, "mynetworks_style"), " host");
 
             const std::string master = host::RenderPostfixMaster(settings, Surroundings());
-            const std::regex submissionOnly(
-                "smtpd_relay_restrictions=permit_sasl_authenticated,"
-                "reject\n");
-            const auto count = std::distance(
-                std::sregex_iterator(master.begin(), master.end(), submissionOnly), {});
-            EXPECT_EQ(count, 2) << master;
+            const std::string rule = "smtpd_relay_restrictions=permit_sasl_authenticated,reject\n";
+            EXPECT_NE(master.find(rule), master.rfind(rule)) << "of two ports: " << master;
         }
     }
 }
 
-TEST(RenderPostfix, TheAdministratorsParametersStandOnce)
-{
-    Surroundings around;
-    around.mainFragment =
-        "# mine\ninet_interfaces=loopback-only\nmyhostname = own.example\n  more\n";
-    const std::string main = host::RenderPostfixMain(With({}), around);
-    EXPECT_EQ(main.find("inet_interfaces = all"), std::string::npos);
-    EXPECT_EQ(Parameter(main, "myhostname"), "own.example");
-    EXPECT_EQ(main.substr(main.size() - around.mainFragment.size()), around.mainFragment);
-}
-
 TEST(RenderPostfix, LoginsOfAWindowsDomainAreKnownWithAndWithoutIt)
 {
-    const auto result = [](const StoredSettings& settings) {
-        const std::string rule = host::RenderLoginRule(settings);
-        return rule.substr(rule.rfind("/ ") + 2);
-    };
-    EXPECT_EQ(result(With({{"win_domain_short_name", "CORP"}})), "${1}\n");
-    EXPECT_EQ(result(With({{"account_type", "win"}})), "${1}\n");
-    EXPECT_EQ(result(With({{"account_type", "win"}, {"win_domain_short_name", "CORP"}})),
-              "${1}, CORP\\${1}\n");
+    const std::string rule =
+        host::RenderLoginRule(With({{"account_type", "win"}, {"win_domain_short_name", "CORP"}}));
+    EXPECT_EQ(rule.substr(rule.rfind("/ ")), "/ ${1}, CORP\\${1}\n");
 }
 
 TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
@@ -131,50 +99,27 @@ TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
     StoredSettings settings = With({{"acc_domain_name", "example.org"}});
     settings.domains = {"second.example", "example.org", "mail.example.org"};
     EXPECT_EQ(Parameter(MainOf(settings), "mydestination"),
-              "localhost, mail.example.org, example.org, second.example");
+              " localhost, mail.example.org, example.org, second.example");
 
     // The rule as PCRE reads it: one line, `/pattern/ result`.
     const std::string rule = host::RenderLoginRule(settings);
     const std::regex pattern(rule.substr(1, rule.rfind('/') - 1));
-    const struct {
-        const char* address;
-        const char* login;  ///< empty: owned by nobody
-    } rows[] = {
+    const std::pair<std::string, const char*> rows[] = {
         {"alice@example.org", "alice"},         {"alice+news@second.example", "alice"},
-        {"alice@mail.example.org", "alice"},    {"alice@exampleXorg", ""},
-        {"alice@example.org.evil.example", ""}, {"alice@other.example", ""},
-        {"evil@x+alice@example.org", ""},
+        {"alice@exampleXorg", "nobody"},        {"alice@example.org.evil.example", "nobody"},
+        {"evil@x+alice@example.org", "nobody"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [address, login] : rows) {
         std::smatch match;
-        const std::string address = row.address;
         const bool owned = std::regex_match(address, match, pattern);
-        EXPECT_EQ(owned ? match[1].str() : "", row.login) << address;
+        EXPECT_EQ(owned ? match[1].str() : "nobody", login) << address;
     }
 }
 
-TEST(MailPorts, SmtpPortsCountOnlyWhileSmtpIsOn)
+TEST(RenderScanner, QuotesTheSubjectTag)
 {
-    EXPECT_EQ(host::EnabledPorts(With({{"imaps_enabled", "no"}})),
-              (std::vector<int>{25, 587, 143}));
-    const StoredSettings off =
-        With({{"smtp_enabled", "no"}, {"imap_enabled", "no"}, {"imaps_enabled", "no"}});
-    EXPECT_EQ(host::EnabledPorts(off), std::vector<int>());
-    EXPECT_FALSE(host::MailboxServerRuns(off));
-    EXPECT_TRUE(host::MailboxServerRuns(With({{"imap_enabled", "no"}})));
-}
-
-TEST(RenderScanner, QuotesTheSubjectTagAndUnpacksTwiceTheLargestMessage)
-{
-    const auto holds = [](const char* setting, const char* value, const std::string& line) {
-        return host::RenderScanner(With({{setting, value}})).find("\n" + line + "\n") !=
-               std::string::npos;
-    };
-    EXPECT_TRUE(holds("spam_subject_tag", "", "$sa_spam_subject_tag = undef;"));
-    EXPECT_TRUE(
-        holds("spam_subject_tag", "\\'; die; '", "$sa_spam_subject_tag = '\\\\\\'; die; \\' ';"));
-    EXPECT_TRUE(
-        holds("message_size_limit_mb", "2000", "$MAX_EXPANSION_QUOTA = 4000 * 1024 * 1024;"));
+    const std::string text = host::RenderScanner(With({{"spam_subject_tag", "\\'; die; '"}}));
+    EXPECT_NE(text.find("\n$sa_spam_subject_tag = '\\\\\\'; die; \\' ';\n"), std::string::npos);
 }
 
 }  // namespace

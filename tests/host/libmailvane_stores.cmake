@@ -1,4 +1,4 @@
-# The stores, the ports and the services of the service library.
+# The stores and the ports of the service library.
 find_package(SQLiteCpp REQUIRED)
 add_executable(libmailvane_stores_tests
     ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
@@ -9,7 +9,6 @@ add_executable(libmailvane_stores_tests
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_filtering.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_lists.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_ports.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_stores_services.cpp
     ${PROJECT_SOURCE_DIR}/tools/rate_policy/counters.cpp)
 target_link_libraries(libmailvane_stores_tests PRIVATE
     mailvane_service haldcore mailvane_options SQLiteCpp GTest::gtest GTest::gtest_main)

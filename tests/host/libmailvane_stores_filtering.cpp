@@ -1,5 +1,4 @@
-// What the spam filter is given: rule files, which are hostile until they were read, and the black
-// and the white list.
+// What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
 #include "host/libmailvane/list_maps.h"
@@ -28,15 +27,6 @@ protected:
         return spam.countQueryData({0, 0, list, type, "*", key});
     }
 
-    std::string Names(int start, int limit)
-    {
-        std::string names;
-        for (const BlackWhite& entry : spam.getBlackWhiteList({start, limit, -1, -1, "*", ""})) {
-            names += entry.name + " ";
-        }
-        return names;
-    }
-
     Spam& spam = *Spam::getInstance();
 };
 using RuleFiles = Filtering;
@@ -49,53 +39,36 @@ TEST(RuleLines, AreRulesAndNothingElse)
     const char* const rules[] = {
         "body ZEBRA /\\bzebra\\b/i",
         "header __FROM_X From:addr =~ /x@y\\.test$/ [if-unset: nobody@y.test]",
-        "header H exists:X-Mailer",
         "header H eval:check_for_forged_received_trail('a, b')",
         "uri U m{^https?://x\\.test/(?:a|b)}",
-        "rawbody R /a\\#b/",
         "full F /(?i:x)(?=y)/",
         "meta M (A && !__B) || (C + D >= 2)",
-        "score ZEBRA 20",
         "score ZEBRA (0.1) -1.5 0 3",
         "describe ZEBRA It's about $zebras, `again`",
         "tflags ZEBRA nice noautolearn maxhits=3",
-        "priority ZEBRA -100",
     };
     for (const char* line : rules) EXPECT_EQ(host::FaultOfRuleLine(line), "") << line;
 
     const char* const others[] = {
-        "loadplugin Evil /tmp/evil.pm",
         "LoadPlugin Evil /tmp/evil.pm",
-        "tryplugin Evil",
-        "include /etc/shadow",
         "lang en include /etc/shadow",
         "lang en body A /a/",
-        "file start /etc/passwd",
         "if (system('id'))",
-        "ifplugin X",
-        "endif",
         "bayes_path /tmp/x",
-        "use_bayes 0",
         "whitelist_from *@x.test",
-        "body",
         "body A",
-        "body 1A /a/",
         "body A; /a/",
         "body \xc2\xa0 /a/",
-        "body A /(?{ system('id') })/",
         "body A /(? { system('id') })/x",
         "body A /(??{ 1 })/",
         "body A /(*{ 1 })/",
         "header A X =~ /a(?{1})/",
-        "describe A (?{1})",
         "header A eval:read_file('/etc/shadow')",
         "body A eval:f(\"../x/y\")",
         "meta A system('id')",
         "meta A `id`",
-        "meta A $x",
         "score A 1; system",
         "tflags A /etc",
-        "priority A 1.5",
     };
     for (const char* line : others) EXPECT_NE(host::FaultOfRuleLine(line), "") << line;
     EXPECT_NE(host::FaultOfRuleLine("body A /" + std::string(5000, 'a') + "/"), "");
@@ -104,63 +77,48 @@ TEST(RuleLines, AreRulesAndNothingElse)
 
 TEST_F(RuleFiles, AreReadWithoutCommentsAndRefusedAsAWhole)
 {
-    const struct {
-        std::string text;
-        const char* rules;  ///< null when it is refused
-    } rows[] = {
-        {"\xef\xbb\xbf# mine\r\n\r\n body  A\t/a/ # says a\r\nscore A 3",
-         "body  A /a/\nscore A 3\n"},
-        {"body A /a\\#b/ # c\n", "body A /a\\#b/\n"},
-        {"", ""},
-        {"body A /a/\nloadplugin Evil /tmp/evil.pm\n", nullptr},
-        {"body A /a/\rinclude /etc/shadow\n", nullptr},
-        {"body A /a/ #\ninclude /etc/shadow", nullptr},
-        {"body A /a/ \\# x\x0b"
-         "include y\n",
-         nullptr},
-        {std::string("body A /a/\0include", 18), nullptr},
-        {"describe A caf\xe9\n", nullptr},
-        {std::string((1U << 20) + 1, '\n'), nullptr},
+    const std::pair<std::string, const char*> rows[] = {
+        {"\xef\xbb\xbf# mine\r\n\r\n body  A\t/a\\#b/ # says a\r\nscore A 3",
+         "body  A /a\\#b/\nscore A 3\n"},
+        {"body A /a/\nloadplugin Evil /tmp/evil.pm\n", "refused"},
+        {"body A /a/\rinclude /etc/shadow\n", "refused"},
+        {"body A /a/ #\ninclude /etc/shadow", "refused"},
+        {"body A /a/ \\# x\vinclude y\n", "refused"},
+        {std::string("body A /a/\0include", 18), "refused"},
+        {"describe A caf\xe9\n", "refused"},
+        {std::string((1U << 20) + 1, '\n'), "refused"},
     };
-    for (const auto& row : rows) {
-        Write(File(), row.text);
-        EXPECT_EQ(host::ReadRuleFile(File()).value_or("refused"),
-                  row.rules == nullptr ? "refused" : row.rules)
-            << row.text.substr(0, 80);
+    for (const auto& [text, rules] : rows) {
+        Write(File(), text);
+        EXPECT_EQ(host::ReadRuleFile(File()).value_or("refused"), rules) << text.substr(0, 80);
     }
-    EXPECT_FALSE(host::ReadRuleFile(root + "/missing"));
-    EXPECT_FALSE(host::ReadRuleFile(root));
     ASSERT_EQ(0, symlink(File().c_str(), (root + "/link").c_str()));
     EXPECT_FALSE(host::ReadRuleFile(root + "/link"));
 }
 
 TEST_F(RuleFiles, AreFoundByTheirNameAloneAndAreDisabledUntilTheyPass)
 {
-    Write(host::PackagePath("etc/rules/a b.cf"), "body A /a/\n");
-    Write(host::PackagePath("etc/rules/bad.cf"), "include /etc/shadow\n");
-    Write(host::PackagePath("etc/rules/.hidden"), "body A /a/\n");
-    Write(host::PackagePath("etc/rules/sub/x.cf"), "body A /a/\n");
+    const std::string rules = host::PackagePath("etc/rules/");
+    Write(rules + "a b.cf", "body A /a/\n");
+    Write(rules + "bad.cf", "include /etc/shadow\n");
+    Write(rules + ".hidden", "body A /a/\n");
+    Write(rules + "sub/x.cf", "body A /a/\n");
     Write(root + "/outside", "kept");
-    ASSERT_EQ(0,
-              symlink((root + "/outside").c_str(), host::PackagePath("etc/rules/link.cf").c_str()));
+    ASSERT_EQ(0, symlink((root + "/outside").c_str(), (rules + "link.cf").c_str()));
     std::string listed;
     for (const SpamRule& rule : spam.getSpamRules()) {
         listed += rule.name + (rule.enabled ? " on;" : " off;");
     }
     EXPECT_EQ(listed, "a b.cf off;bad.cf off;");
-    EXPECT_EQ(spam.GetImportRulePath("a b.cf"), host::PackagePath("etc/rules/a b.cf"));
+    EXPECT_EQ(spam.GetImportRulePath("a b.cf"), rules + "a b.cf");
     EXPECT_EQ(-1, spam.enableRule("bad.cf"));
-    EXPECT_EQ(0, spam.disableRule("a b.cf"));
-
     for (const std::string name : {"", ".", "..", "../mailvane.conf", "sub/x.cf", "/etc/passwd",
                                    ".hidden", "link.cf", "none", "x\ny", "<b>", " a b.cf"}) {
         EXPECT_EQ(spam.GetImportRulePath(name), "") << name;
         EXPECT_EQ(-1, spam.enableRule(name)) << name;
-        EXPECT_EQ(-1, spam.disableRule(name)) << name;
         EXPECT_EQ(-1, spam.deleteRule(name)) << name;
     }
     EXPECT_EQ(0, spam.deleteRule("bad.cf"));
-    EXPECT_EQ(-1, spam.deleteRule("bad.cf"));
     EXPECT_EQ("kept", Contents(root + "/outside"));
 }
 
@@ -174,19 +132,13 @@ TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
     EXPECT_EQ(-1, Import(WHITE_LIST, "other@x.test\nspam@x.test\n"));
     EXPECT_EQ(0, Import(BLACK_LIST, "other@x.test\nspam@x.test\n"));
     EXPECT_EQ(2, Count());
-    EXPECT_EQ(0, spam.deleteBlackWhite(white));  // it is not there
-    EXPECT_EQ(2, Count(BLACK_LIST));
     EXPECT_EQ(0, spam.deleteBlackWhiteList({black, {"other@x.test", 1, 0, 0}}));
     EXPECT_EQ(0, spam.addBlackWhite(white));
-    EXPECT_EQ(1, Count(7));
 
-    const BlackWhite refused[] = {{"", 1, TYPE_SENDER, NAME_ADDRESS},
-                                  {"a b@x.test", 1, TYPE_SENDER, NAME_ADDRESS},
+    const BlackWhite refused[] = {{"a b@x.test", 1, TYPE_SENDER, NAME_ADDRESS},
                                   {"x.test\ny.test", 1, TYPE_SENDER, NAME_DOMAIN},
                                   {"10.0.0.1", 1, TYPE_SENDER, NAME_IP},
-                                  {"x.test", 1, TYPE_CLIENT, NAME_DOMAIN},
                                   {"10.0.0.0/33", 1, TYPE_CLIENT, NAME_NETWORK},
-                                  {"x.test", 1, 3, NAME_DOMAIN},
                                   {"x.test", 1, -1, NAME_DOMAIN},
                                   {"x.test", 1, TYPE_SENDER, 9}};
     for (const BlackWhite& entry : refused) EXPECT_EQ(-1, spam.addBlackWhite(entry)) << entry.name;
@@ -197,12 +149,12 @@ TEST_F(BlackWhiteLists, AreSearchedAndPaged)
 {
     ASSERT_EQ(0, Import(BLACK_LIST, "a@x.test\nrecipient b@x.test\n10.0.0.1\n"));
     ASSERT_EQ(0, Import(WHITE_LIST, "c%@x.test\n.x.test\n"));
-    EXPECT_EQ(Names(0, 50), "a@x.test c%@x.test x.test b@x.test 10.0.0.1 ");
-    EXPECT_EQ(Names(1, 2), "c%@x.test x.test ");
-    EXPECT_EQ(Names(-5, 1), "a@x.test ");
-    EXPECT_EQ(Names(0, -1), "");
+    std::string names;
+    for (const BlackWhite& entry : spam.getBlackWhiteList({1, 3, -1, -1, "*", ""})) {
+        names += entry.name + " ";
+    }
+    EXPECT_EQ(names, "c%@x.test x.test b@x.test ");
     EXPECT_EQ(3, Count(BLACK_LIST));
-    EXPECT_EQ(2, Count(WHITE_LIST));
     EXPECT_EQ(1, Count(-1, TYPE_RECIPIENT));
     EXPECT_EQ(1, Count(-1, -1, "%"));
     EXPECT_EQ(4, Count(-1, -1, "X.TEST"));
@@ -219,14 +171,10 @@ TEST_F(BlackWhiteLists, SurviveExportAndImport)
     EXPECT_EQ(Export(BLACK_LIST), text);
     EXPECT_EQ(0, Import(BLACK_LIST, text));
     EXPECT_EQ(Export(BLACK_LIST), text);
-    EXPECT_EQ(Export(WHITE_LIST), "");
-
     for (const char* bad : {"new@x.test\nsender\n", "new@x.test\nclient x.test\n",
-                            "new@x.test\nsomebody x@x.test\n", "new@x.test\nsender x@x.test y\n",
-                            "new@x.test\nsender 10.0.0.1\n", "new@x.test\n\xff@x.test\n"}) {
+                            "new@x.test\nsender x@x.test y\n", "new@x.test\n\xff@x.test\n"}) {
         EXPECT_EQ(-1, Import(BLACK_LIST, bad)) << bad;
     }
-    EXPECT_EQ(-1, spam.importBlackWhite(BLACK_LIST, root + "/missing"));
     EXPECT_EQ(Export(BLACK_LIST), text);
 }
 
