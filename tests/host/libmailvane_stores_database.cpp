@@ -25,6 +25,19 @@ TEST_F(Database, IsCreatedForItsOwnerAloneWhateverTheUmask)
     ::umask(before);
 
     EXPECT_EQ(0600U, Mode(kPath));
+    // What a write-ahead log left beside it would mix two accounts' databases.
+    EXPECT_EQ("delete", OpenForReading(host::Path(kPath), Schema(kFirst))
+                            ->execAndGet("PRAGMA journal_mode")
+                            .getString());
+}
+
+TEST_F(Database, ReadersNeitherCreateNorChange)
+{
+    EXPECT_FALSE(OpenForReading(host::Path(kPath), Schema(kFirst)));
+    EXPECT_EQ("(none)", Contents(kPath));
+    (void)OpenForChange(host::Path(kPath), Schema(kFirst));
+    EXPECT_THROW(OpenForReading(host::Path(kPath), Schema(kFirst))->exec("DELETE FROM item"),
+                 SQLite::Exception);
 }
 
 TEST_F(Database, IsBroughtUpToDateByWhoeverOpensItFirst)
