@@ -48,15 +48,10 @@ nss_status Ready(std::size_t size, int* code)
     return size < kRoom ? NSS_STATUS_TRYAGAIN : NSS_STATUS_SUCCESS;
 }
 
-char* Store(const char* text, char* buffer)
-{
-    return static_cast<char*>(memcpy(buffer, text, strlen(text) + 1));
-}
-
 void Fill(const Entry& entry, passwd* record, char* buffer)
 {
     *record = {};
-    record->pw_name = Store(entry.name, buffer);
+    record->pw_name = strcpy(buffer, entry.name);
     record->pw_gecos = record->pw_dir = record->pw_shell = record->pw_passwd = empty;
     record->pw_uid = record->pw_gid = entry.id;
 }

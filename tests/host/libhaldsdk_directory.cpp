@@ -20,18 +20,15 @@ protected:
 TEST_F(Directory, IsAWindowsDomainWithAdsAndARealm)
 {
     EXPECT_EQ(0, HALDWinsIsJoined()) << "no configuration";
-    const struct {
-        const char* text;
-        bool want;
-    } rows[] = {
+    const std::pair<const char*, bool> rows[] = {
         {"[global]\n  security = ADS\n  realm = EXAMPLE.COM\n", true},
         {"[global]\n  security = user\n  realm = EXAMPLE.COM\n", false},
         {"[global]\n  security = ads\n", false},
         {"[global]\n;  security = ads\n  realm = EXAMPLE.COM\n", false},
     };
-    for (const auto& row : rows) {
-        Write("/usr/hald/etc/smb.conf", row.text);
-        EXPECT_EQ(row.want, HALDWinsIsJoined() != 0) << row.text;
+    for (const auto& [text, want] : rows) {
+        Write("/usr/hald/etc/smb.conf", text);
+        EXPECT_EQ(want, HALDWinsIsJoined() != 0) << text;
     }
 }
 

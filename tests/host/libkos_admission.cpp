@@ -14,20 +14,16 @@ using kos::JudgeSite;
 using kos::SiteHeaders;
 using kos::SiteVerdict;
 
-Environment Get(const std::string& query, const Environment& more = {})
-{
-    Environment environment = more;
-    environment.insert({{"REQUEST_METHOD", "GET"},
-                        {"REMOTE_USER", "alice"},
-                        {"QUERY_STRING", query},
-                        {"CONTENT_LENGTH", "0"}});
-    return environment;
-}
-
 Environment With(Environment environment, const Environment& more)
 {
     for (const auto& [name, value] : more) environment[name] = value;
     return environment;
+}
+
+Environment Get(const std::string& query, const Environment& more = {})
+{
+    const Environment plain = {{"REQUEST_METHOD", "GET"}, {"REMOTE_USER", "alice"}};
+    return With(With(plain, {{"QUERY_STRING", query}, {"CONTENT_LENGTH", "0"}}), more);
 }
 
 /// As a program sends it that adds no header.
@@ -95,25 +91,19 @@ TEST_F(Admission, LetsAdministratorsIn)
 {
     // What changes something is logged with who did it; reading is not.
     const std::string changed = "mailvane: audit: user \"alice\", address , action ";
-    const struct {
-        Environment environment;
-        std::string log;
-    } cases[] = {
+    const std::pair<Environment, std::string> cases[] = {
         {Get("action=load_smtp"), ""},
         {Get("action=load_smtp", {{"REMOTE_USER", "petra"}}), ""},
         {Get("action=load_smtp", {{"REMOTE_USER", "carl"}}), ""},
         {Get("action=load_smtp", {{"HTTP_SEC_FETCH_SITE", "none"}}), ""},
         {Get("action=fresh_clam", {{"HTTP_X_MAILVANE", "1"}}), changed + "fresh_clam: done\n"},
-        {Get("action=fresh_clam", {{"HTTP_SEC_FETCH_SITE", "same-origin"}}),
-         changed + "fresh_clam: done\n"},
         {{{"REMOTE_USER", "alice"}, {"QUERY_STRING", "action=load_smtp"}}, ""},
         {WithoutProof("application/json", "{}"), changed + ": done\n"},
     };
     for (const auto& [environment, log] : cases) {
-        SCOPED_TRACE(log);
         const Answer answer = Run(environment, "{}");
         EXPECT_EQ(0, answer.status);
-        EXPECT_EQ("", answer.StatusLine());
+        EXPECT_EQ("", answer.StatusLine()) << log;
         EXPECT_EQ(log, answer.log);
     }
 }
@@ -167,11 +157,8 @@ TEST(CrossSite, TellsOwnPagesFromForeignOnes)
     const Text none;
     const struct {
         const char* host;
-        Text fetchSite;
-        Text origin;
-        Text referer;
-        SiteVerdict reading;
-        SiteVerdict changing;
+        Text fetchSite, origin, referer;
+        SiteVerdict reading, changing;
     } cases[] = {
         {"mail.lan", none, none, none, kPass, kUnproven},
         {"mail.lan", "same-origin", none, none, kPass, kPass},

@@ -32,25 +32,23 @@ Json::Value DescribeUpload(WebMan& web)
         (void)stat(path, &status);
         saw["path"] = path;
         saw["mode"] = static_cast<int>(status.st_mode & 07777);
-        saw["size"] = static_cast<Json::Int64>(status.st_size);
         fs::copy_file(path, host::Path("/log.upload"), fs::copy_options::overwrite_existing);
     }
     return saw;
 }
 
-int ServeRequest()
+}  // namespace
+
+int RequestTest::Imitate()
 {
     try {
         WebMan web;
         if (!web.IsAuthorized(nullptr, 3, 1)) return 0;
 
-        Json::Value saw;
-        if (web.IsUploadRequest()) {
-            saw = DescribeUpload(web);
-        } else {
-            (void)web.LoadIn();
-            if (web.In() != nullptr) saw["body"] = *web.In();
-        }
+        const bool upload = web.IsUploadRequest();
+        if (!upload) (void)web.LoadIn();
+        Json::Value saw = upload ? DescribeUpload(web) : Json::Value();
+        if (!upload && web.In() != nullptr) saw["body"] = *web.In();
         saw["action"] = web.In("action", "load");
         saw["user"] = web.GetLoginUserName();
         saw["locked"] = host::LockIsHeld();
@@ -61,8 +59,6 @@ int ServeRequest()
         return 255;
     }
 }
-
-}  // namespace
 
 std::string Answer::StatusLine() const
 {
@@ -113,11 +109,6 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
     answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
     (void)close(input);
     return answer;
-}
-
-Answer RequestTest::Run(const Environment& environment, const std::string& body) const
-{
-    return Run(environment, body, ServeRequest);
 }
 
 Environment Sends(const std::string& type, const std::string& body)
