@@ -12,13 +12,13 @@ const char kSecret[] = "VALUES ('q', '<secret-id>', 'secret subject', 100, 10, 1
 using LogFiles = LogMachine;
 
 /// Calls everything that a page calls; what matters is that each comes back.
-void UseEverything(MailLog& log)
+void UseEverything(MailLog&& log)
 {
     std::vector<MailLogInfo> rows;
     std::string text = "secret";
     Statistic statistic;
     LogFilter filter;
-    filter.mailTo = "secret";
+    filter.mailTo = text;
     (void)log.load(LogFilter(), rows);
     (void)log.load(filter, rows);
     (void)log.load(100, 0, "size", "asc", rows);
@@ -56,10 +56,9 @@ TEST_F(LogFiles, OnlyDatabasesOfTheTwoFoldersAreOpened)
         EXPECT_NE(Log(name + bad).error(), 0) << bad;
     }
     for (const char* bad : {"", "/", "maillog.db", "/etc/passwd", "file:/etc/passwd", ":memory:"}) {
-        MailLog log(bad);
-        EXPECT_NE(log.error(), 0) << bad;
-        UseEverything(log);
-        EXPECT_LT(log.clear(), 0);
+        EXPECT_NE(MailLog(bad).error(), 0) << bad;
+        UseEverything(MailLog(bad));
+        EXPECT_LT(MailLog(bad).clear(), 0);
     }
     EXPECT_FALSE(fs::exists(folder + "missing.db"));
 }
@@ -67,8 +66,8 @@ TEST_F(LogFiles, OnlyDatabasesOfTheTwoFoldersAreOpened)
 TEST_F(LogFiles, DamageAnywhereIsAnErrorAtMost)
 {
     Store(
-        "WITH RECURSIVE n (i) AS (VALUES (0) UNION ALL SELECT i + 1 FROM n WHERE i < 300) SELECT "
-        "'q' || i, 'm' || i, 's', i, i, i % 4, 'a@secret' || i, 'b' FROM n");
+        "WITH RECURSIVE n (i) AS (VALUES (0) UNION ALL SELECT i + 1 FROM n WHERE i < 300) "
+        "SELECT 'q' || i, 'm' || i, 's', i, i, i % 4, 'a@secret' || i, 'b' FROM n");
     const std::string whole = host::MailLogFolder() + "/whole.db";
     const std::string torn = host::MailLogFolder() + "/torn.db";
     Open().exec("VACUUM INTO '" + whole + "'");
@@ -80,8 +79,7 @@ TEST_F(LogFiles, DamageAnywhereIsAnErrorAtMost)
             std::string copy = bytes;
             std::fill_n(copy.begin() + static_cast<std::ptrdiff_t>(page), 4096, damage);
             Write(torn, copy);
-            MailLog log = Log(path);
-            UseEverything(log);
+            UseEverything(Log(path));
         }
     }
     Write(torn, bytes.substr(0, bytes.size() / 2));
