@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 #include <thread>
 
 #include "host/libhaldcore/lock.h"
@@ -51,21 +50,6 @@ protected:
         host::ProgramOptions options;
         options.capture = true;
         return host::RunProgram({real, root}, options).output;
-    }
-
-    /// The test tool, told by the environment that it has the lock in this descriptor.
-    std::string RunToolWith(int descriptor) const
-    {
-        const std::string output = root + "/output";
-        const std::string variable = std::string(host::kLockVariable) + "=9";
-        const pid_t child = InChild([&] {
-            dup2(descriptor, 9);
-            dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), 1);
-            const char* const environment[] = {variable.c_str(), nullptr};
-            return execle(LIBHALD_TOOL, LIBHALD_TOOL, root.c_str(), nullptr, environment);
-        });
-        EXPECT_EQ(0, StatusOf(child));
-        return Contents(output);
     }
 };
 
@@ -127,18 +111,6 @@ TEST_F(Lock, PassesToPackageToolsAlone)
     EXPECT_NE(std::string::npos, other.find("lock busy\ndescriptors 0\n")) << other;
     host::ReleaseLock();
     EXPECT_EQ(kHeld, TryInAnotherProcess());
-}
-
-TEST_F(Lock, IsNotBelievedFromTheEnvironmentAlone)
-{
-    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
-    const int wrong = open("/dev/null", O_RDWR | O_CLOEXEC);
-    const int fresh = open(host::PackagePath("etc/lock").c_str(), O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(0U, RunToolWith(wrong).find("lock busy\n"));
-    EXPECT_EQ(0U, RunToolWith(fresh).find("lock busy\n")) << "the file, but not its lock";
-    EXPECT_EQ(0U, RunToolWith(host::LockDescriptor()).find("lock held\n"));
-    close(wrong);
-    close(fresh);
 }
 
 }  // namespace

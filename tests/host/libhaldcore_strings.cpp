@@ -27,28 +27,13 @@ TEST(StringList, GrowsAndKeepsWhatItGaveOut)
     HLIBCSzListFree(nullptr);
 }
 
-TEST(StringList, SortsByBytes)
-{
-    for (const auto& [flag, want] :
-         {std::pair{1, "B a ab b \xc3\xa4 "}, {0, "\xc3\xa4 b ab a B "}}) {
-        HLIBCSzList* list = HLIBCSzListAlloc(0);
-        for (const char* text : {"b", "\xc3\xa4", "B", "a", "ab"}) HLIBCSzListPush(&list, text);
-        HLIBCSzListSortItems(list, flag);
-        std::string text;
-        for (int i = 0; i < list->count; ++i) text += std::string(HLIBCSzListGet(list, i)) + " ";
-        EXPECT_EQ(want, text);
-        HLIBCSzListFree(list);
-    }
-}
-
 TEST(StringHash, KeepsTheOrderOfInsertion)
 {
     HLIBCSzHash* hash = HLIBCSzHashAlloc(1024);
-    for (const char* key : {"zoe", "adam", "mia", ""}) {
-        EXPECT_EQ(0, HLIBCSzHashSetValue(&hash, key, key));
-    }
+    for (const char* key : {"zoe", "adam", "mia", ""}) HLIBCSzHashSetValue(&hash, key, key);
     EXPECT_EQ(0, HLIBCSzHashSetValue(&hash, "adam", "replaced"));
     EXPECT_EQ(0, HLIBCSzHashRemoveKey(hash, "mia"));
+    EXPECT_GT(0, HLIBCSzHashRemoveKey(hash, "mia"));
 
     std::string keys;
     for (const char* key = HLIBCSzHashEnumKey(hash, nullptr); key != nullptr;
@@ -57,9 +42,7 @@ TEST(StringHash, KeepsTheOrderOfInsertion)
     }
     EXPECT_EQ("zoe=zoe adam=replaced = ", keys);
     EXPECT_EQ(nullptr, HLIBCSzHashGetValue(hash, "mia"));
-    EXPECT_EQ(nullptr, HLIBCSzHashEnumKey(hash, "mia"));
     HLIBCSzHashFree(hash);
-    HLIBCSzHashFree(nullptr);
 }
 
 TEST(Upper, KnowsScriptsAndRefusesWhatIsNoUtf8)
@@ -76,20 +59,14 @@ TEST(Upper, KnowsScriptsAndRefusesWhatIsNoUtf8)
         {"\xed\xa0\x80", "(refused)"},      // surrogate
         {"\xf4\x90\x80\x80", "(refused)"},  // beyond the last code point
     };
+    char small[] = "~~~~";
+    EXPECT_GT(0, HLIBCUnicodeUTF8StrUpper("abc", small, 3));
+    EXPECT_EQ('~', small[3]) << "written beyond its end";
     for (const auto& [source, want] : rows) {
         std::vector<char> target(2 * std::string(source).size() + 1, '~');
         const int result = HLIBCUnicodeUTF8StrUpper(source, target.data(), target.size());
         EXPECT_STREQ(want, result == 0 ? target.data() : "(refused)") << source;
     }
-}
-
-TEST(Upper, FitsItsTarget)
-{
-    char target[] = "~~~~";
-    EXPECT_EQ(0, HLIBCUnicodeUTF8StrUpper("ab", target, 3));
-    EXPECT_STREQ("AB", target);
-    EXPECT_GT(0, HLIBCUnicodeUTF8StrUpper("abc", target, 3));
-    EXPECT_EQ('~', target[3]) << "written beyond its end";
 }
 
 }  // namespace

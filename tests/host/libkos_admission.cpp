@@ -1,10 +1,7 @@
 // Who and what is let in, and how a refusal looks from outside.
-#include <json/value.h>
 
 #include <algorithm>
-#include <filesystem>
 
-#include "host/libhaldcore/paths.h"
 #include "host/libkos/cross_site.h"
 #include "tests/host/libkos_request.h"
 
@@ -68,12 +65,9 @@ TEST_F(Admission, RefusesWithAWholeAnswerAndRunsNothing)
         {"400 bad_request", With(save, {{"CONTENT_LENGTH", "12k"}}), json},
         {"400 bad_request", With(save, {{"CONTENT_LENGTH", "18446744073709551617"}}), json},
         {"413 too_large", Sends("application/json", five), five},
-        {"413 too_large", Sends("application/x-www-form-urlencoded", five), five},
         {"413 too_large", With(Sends(kMultipart, ""), {{"CONTENT_LENGTH", "67108865"}}), ""},
         {"415 unsupported_type", Sends("text/plain", json), json},
         {"400 bad_request", Sends("multipart/form-data", json), json},
-        {"400 bad_request", Sends("multipart/form-data; boundary=" + std::string(71, 'b'), json),
-         json},
     };
     for (const auto& [want, environment, body] : cases) {
         SCOPED_TRACE(want);
@@ -95,7 +89,6 @@ TEST_F(Admission, LetsAdministratorsIn)
         {Get("action=load_smtp"), ""},
         {Get("action=load_smtp", {{"REMOTE_USER", "petra"}}), ""},
         {Get("action=load_smtp", {{"REMOTE_USER", "carl"}}), ""},
-        {Get("action=load_smtp", {{"HTTP_SEC_FETCH_SITE", "none"}}), ""},
         {Get("action=fresh_clam", {{"HTTP_X_MAILVANE", "1"}}), changed + "fresh_clam: done\n"},
         {{{"REMOTE_USER", "alice"}, {"QUERY_STRING", "action=load_smtp"}}, ""},
         {WithoutProof("application/json", "{}"), changed + ": done\n"},

@@ -9,11 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
-#include <new>
-#include <vector>
 
-#include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
 #include "platform/web/web_man.h"
 #include "tests/host/libkos_request.h"
@@ -55,22 +51,21 @@ std::function<int()> Serve(const std::function<int(WebMan&)>& act)
 
 TEST_F(Loading, RefusesBrokenBodiesAndRunsNothing)
 {
-    const auto refuse = [this](const char* type, const std::string& body, int missing = 0) {
+    const auto refuse = [this](const char* type, const std::string& body, std::size_t missing = 0) {
         SCOPED_TRACE(type + ": "s + body.substr(0, 60));
         Environment environment = Sends(type, body);
-        environment["CONTENT_LENGTH"] =
-            std::to_string(body.size() + static_cast<std::size_t>(missing));
+        environment["CONTENT_LENGTH"] = std::to_string(body.size() + missing);
         const Answer answer = Run(environment, body);
         EXPECT_EQ(255, answer.status);
         EXPECT_EQ("Status: 400 Bad Request", answer.StatusLine());
         EXPECT_EQ("{\"success\":false,\"error\":\"bad_request\"}\n", answer.Body());
         EXPECT_EQ("", answer.remaining);
     };
+    const std::string deep = std::string(5000, '[') + std::string(5000, ']');
     for (const std::string& json :
-         {""s, "{"s, "[1]"s, "7"s, "{} x"s, "{'a':1}"s, R"({"a":1,"a":2})"s, R"({"a":1,})"s,
+         {""s, "{"s, "[1]"s, "{} x"s, "{'a':1}"s, R"({"a":1,"a":2})"s, R"({"a":1,})"s,
           "{\"a\":1} // b"s, R"({"a":NaN})"s, "{\"a\":1}\0"s, R"({"a":"b\u0000c"})"s,
-          R"({"a":"\\\u0000c"})"s,
-          "{\"a\":" + std::string(5000, '[') + std::string(5000, ']') + "}"}) {
+          R"({"a":"\\\u0000c"})"s, "{\"a\":" + deep + "}"}) {
         refuse("application/json", json);
     }
     refuse("application/json", R"({"action":"save_smtp"})", 1);
@@ -212,19 +207,6 @@ TEST_F(Loading, InterruptsNoChange)
     EXPECT_EQ(-SIGTERM, Run(Read("action=load_smtp"), "", raiseAll).status);
 }
 
-TEST_F(Loading, EndsADownloadWhoseClientHasGone)
-{
-    const auto download = [] {
-        (void)signal(SIGPIPE, SIG_IGN);  // as inherited from a service manager
-        return Serve([](WebMan&) {
-            int ends[2];
-            if (pipe(ends) < 0 || close(ends[0]) < 0) return 1;
-            return write(ends[1], "x", 1) < 0 ? 2 : 3;
-        })();
-    };
-    EXPECT_EQ(-SIGPIPE, Run(Read("action=export_log"), "", download).status);
-}
-
 TEST_F(Loading, LimitsItselfAndNotWhatItStarts)
 {
     const auto limits = Serve([](WebMan&) {
@@ -233,13 +215,6 @@ TEST_F(Loading, LimitsItselfAndNotWhatItStarts)
         (void)getrlimit(RLIMIT_CORE, &core);
         (void)getrlimit(RLIMIT_CPU, &processor);
         if (core.rlim_cur != 0 || processor.rlim_cur > 60 || umask(0) != 077) return 1;
-#if !defined(__SANITIZE_ADDRESS__)
-        try {
-            std::vector<int> buckets(2'000'000'000);
-            return 2 + buckets[1];
-        } catch (const std::bad_alloc&) {
-        }
-#endif
         host::ProgramOptions options;
         options.capture = true;
         const auto shell =

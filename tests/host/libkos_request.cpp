@@ -15,13 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void Redirect(const std::string& path, int flags, int descriptor)
-{
-    const int file = open(path.c_str(), flags, 0600);
-    (void)dup2(file, descriptor);
-    (void)close(file);
-}
-
 Json::Value DescribeUpload(WebMan& web)
 {
     Json::Value saw;
@@ -90,7 +83,7 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
     const int input = open((root + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
     const pid_t child = InChild([&] {
         (void)dup2(input, STDIN_FILENO);
-        Redirect(root + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+        if (freopen((root + "/stdout").c_str(), "w", stdout) == nullptr) return -1;
         (void)clearenv();
         for (const auto& [variable, value] : environment) {
             (void)setenv(variable.c_str(), value.c_str(), 1);

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <map>
-#include <string>
 
 #include "tests/host/machine.h"
 

@@ -1,6 +1,6 @@
 // The mail log: criteria, search, order and pages.
+
 #include <algorithm>
-#include <random>
 
 #include "tests/host/libmailvane_mail_log_machine.h"
 
@@ -100,9 +100,7 @@ TEST_F(Criteria, SearchFindsATextAnywhereAsItStands)
     (void)Log().search(1, 1, "size", "asc", "x.test", entries);
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_EQ(entries[0].subject, "100% \"sure\"");
-    EXPECT_EQ(entries[0].status, MAIL_RECEIVE);
     EXPECT_EQ(entries[0].sizeBytes, 2000U);
-    EXPECT_EQ(entries[0].mailFrom, "bobxb@y.test");
     EXPECT_EQ(std::mktime(&entries[0].time), 200);
 }
 
@@ -145,61 +143,38 @@ protected:
     }
 };
 
-const char* const kColumns[] = {"date", "message_id", "mail_from", "mail_to", "size", "status"};
-
 }  // namespace
 
 TEST_F(Pages, OfEveryOrderAreThePiecesOfTheWholeList)
 {
     MailLog log = Log();
-    for (const std::string column : kColumns) {
-        for (const std::string direction : {"asc", "desc"}) {
-            const auto all = InOrder(column, direction, "1");
-            const auto bounced = InOrder(column, direction, "status = 2");
-            const auto common = InOrder(column, direction, "mail_to LIKE '%@common%'");
-            const auto rare = InOrder(column, direction, "subject = 'seventh'");
-            for (const int start : {0, 1, 340, 1249, 1250, 1251, 2450, 2499, 2500, 99999}) {
-                SCOPED_TRACE(column + " " + direction + " " + std::to_string(start));
-                LogFilter filter = Where(&LogFilter::start, start, &LogFilter::order, direction,
-                                         &LogFilter::sortField, column);
-                std::vector<MailLogInfo> rows;
-                (void)log.load(filter, rows);
-                EXPECT_EQ(Ids(rows), Slice(all, start, 50));
-                filter.status = 2;
-                rows.clear();
-                (void)log.load(filter, rows);
-                EXPECT_EQ(Ids(rows), Slice(bounced, start, 50));
-
-                for (const auto& [text, ids] : {std::pair{"@common", common}, {"seventh", rare}}) {
-                    rows.clear();
-                    (void)log.search(50, start, column, direction, text, rows);
-                    EXPECT_EQ(Ids(rows), Slice(ids, start, 50)) << text;
-                }
-            }
+    const auto check = [&](LogFilter filter, const std::string& text, const char* condition) {
+        SCOPED_TRACE(filter.sortField + " " + filter.order + " " + condition);
+        const auto ids = InOrder(filter.sortField, filter.order, condition);
+        // In turn, left out, again, backwards, beyond the end.
+        for (const int start : {0, 50, 100, 340, 340, 1249, 1250, 1251, 2450, 2499, 2500, 99999}) {
+            std::vector<MailLogInfo> rows;
+            filter.start = start;
+            text.empty() ? log.load(filter, rows)
+                         : log.search(50, start, filter.sortField, filter.order, text, rows);
+            EXPECT_EQ(Ids(rows), Slice(ids, start, 50)) << start;
+        }
+    };
+    for (const char* column : {"date", "message_id", "mail_from", "mail_to", "size", "status"}) {
+        for (const char* direction : {"asc", "desc"}) {
+            const LogFilter order =
+                Where(&LogFilter::sortField, column, &LogFilter::order, direction);
+            LogFilter bounced = order;
+            bounced.status = 2;
+            check(order, "", "1");
+            check(bounced, "", "status = 2");
+            check(order, "@common", "mail_to LIKE '%@common%'");
+            check(order, "seventh", "subject = 'seventh'");
         }
     }
     for (const auto& [limit, want] : {std::pair{0, ""}, {-1, ""}, {3, "0 1 10"}}) {
         std::vector<MailLogInfo> rows;
         EXPECT_EQ(log.load(limit, -5, "message_id", "asc", rows), 0);
         EXPECT_EQ(Ids(rows), want);
-    }
-}
-
-TEST_F(Pages, AreContinuedOrBegunAgainAsTheyAreAskedFor)
-{
-    const struct {
-        int start;
-        const char *column, *direction;
-    } steps[] = {
-        {0, "date", "DESC"},   {101, "date", "DESC"}, {202, "date", "desc"}, {202, "date", "DESC"},
-        {150, "date", "DESC"}, {600, "date", "asc"},  {700, "size", "asc"},  {2499, "size", "asc"},
-        {2600, "size", "asc"}, {0, "size", "asc"},
-    };
-    MailLog log = Log();
-    for (const auto& step : steps) {
-        SCOPED_TRACE(std::to_string(step.start) + step.column + step.direction);
-        std::vector<MailLogInfo> rows;
-        EXPECT_EQ(log.load(100, step.start, step.column, step.direction, rows), 0);
-        EXPECT_EQ(Ids(rows), Slice(InOrder(step.column, step.direction, "1"), step.start, 100));
     }
 }

@@ -1,9 +1,6 @@
 // A machine with a mail log.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "host/libmailvane/mail_log_schema.h"
 #include "platform/mailvane/mail_log.h"
 #include "tests/host/machine.h"

