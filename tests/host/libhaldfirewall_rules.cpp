@@ -26,8 +26,6 @@ TEST(FirewallRules, FollowTheSettings)
         {"smtps_port=587\n", "25, 143, 587, 993", "110, 995"},  // a port that another one has
         {"pop3_enabled=yes\npop3s_enabled=yes\nsmtp_ssl_enabled=yes\n",
          "25, 110, 143, 465, 587, 993, 995", ""},
-        {"smtp_enabled=no\nimap_enabled=no\nimaps_enabled=no\n", "",
-         "25, 110, 143, 465, 587, 993, 995"},
         {"smtp_port=70000\nimap_port=1; drop\npop3_enabled=maybe\n", "25, 143, 587, 993",
          "110, 465, 995"},  // what cannot be counts as not set
     };

@@ -43,7 +43,6 @@ int RequestTest::Imitate()
         Json::Value saw = upload ? DescribeUpload(web) : Json::Value();
         if (!upload && web.In() != nullptr) saw["body"] = *web.In();
         saw["action"] = web.In("action", "load");
-        saw["user"] = web.GetLoginUserName();
         saw["locked"] = host::LockIsHeld();
         web.WriteHeader("");
         web.WriteBody(saw);
@@ -85,9 +84,7 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
         (void)dup2(input, STDIN_FILENO);
         if (freopen((root + "/stdout").c_str(), "w", stdout) == nullptr) return -1;
         (void)clearenv();
-        for (const auto& [variable, value] : environment) {
-            (void)setenv(variable.c_str(), value.c_str(), 1);
-        }
+        for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
         const int status = serve();
         (void)fflush(stdout);
         std::ofstream log(root + "/log");
@@ -95,13 +92,10 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
         return status;
     });
 
-    Answer answer;
-    answer.status = StatusOf(child);
-    answer.output = Contents("/stdout");
-    answer.log = Contents("/log");
-    answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
+    const int status = StatusOf(child);
+    const auto read = static_cast<std::size_t>(lseek(input, 0, SEEK_CUR));
     (void)close(input);
-    return answer;
+    return {status, Contents("/stdout"), Contents("/log"), body.substr(read)};
 }
 
 Environment Sends(const std::string& type, const std::string& body)

@@ -92,9 +92,7 @@ TEST_F(Criteria, SearchFindsATextAnywhereAsItStands)
         {"pla*", ""},          {"mail_to : anna", ""},
         {"\xff\xfe\xfd", ""},  {"'", ""},
     };
-    for (const auto& [text, want] : rows) {
-        EXPECT_EQ(Found(text), want) << text;
-    }
+    for (const auto& [text, want] : rows) EXPECT_EQ(Found(text), want) << text;
 
     std::vector<MailLogInfo> entries;
     (void)Log().search(1, 1, "size", "asc", "x.test", entries);

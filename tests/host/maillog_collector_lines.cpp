@@ -72,9 +72,7 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         {"smtp" + to + "mx.far.test[203.0.113.9]:25" + sent + other + ")", EventKind::kSent, ""},
         {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + other + ")", EventKind::kScanned,
          other},
-        {"smtpd[1]: " + other +
-             ": client=x[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv, "
-             "orig_client=x[1.2.3.4]",
+        {"smtpd[1]: " + other + ": client=x[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv",
          EventKind::kAccepted, ""},
     };
     for (const auto& row : rows) {
@@ -96,8 +94,7 @@ TEST(LogEvent, AddressesEndWhereTheyEnd)
 
     event = Parse(
         "cleanup[1]: 4jWf6r34W6zm4H4: reject: header Subject: ; from=<forged@x.test> "
-        "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> "
-        "proto=ESMTP helo=<h>: 5.7.1 no");
+        "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> proto=SMTP: no");
     ASSERT_TRUE(event);
     EXPECT_EQ(EventKind::kRefused, event->kind);
     EXPECT_EQ("x@a.test", event->from);

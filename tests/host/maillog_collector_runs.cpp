@@ -81,9 +81,8 @@ protected:
     /// All that a run leaves, but for what names the log's inode.
     static std::string Everything()
     {
-        return Ask("SELECT message_id, mail_from, mail_to, size, status, counts_as, date FROM "
-                   "entry "
-                   "ORDER BY date, message_id, mail_from, mail_to, size") +
+        return Ask("SELECT message_id, mail_from, mail_to, size, status, counts_as, date "
+                   "FROM entry ORDER BY date, message_id, mail_from, mail_to, size") +
                Ask("SELECT * FROM totals") + Ask("SELECT * FROM tally") +
                Ask("SELECT queue_id, root_id, state FROM message ORDER BY queue_id");
     }
