@@ -26,7 +26,6 @@ long OpenDescriptors()
 
 int main(int count, char** arguments)
 {
-    if (count < 2) return 2;
     host::SetRoot(arguments[1]);
 
     const long descriptors = OpenDescriptors();

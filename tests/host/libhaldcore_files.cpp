@@ -4,9 +4,7 @@
 
 #include <cerrno>
 
-#include "platform/hlib/error.h"
 #include "platform/hlib/file.h"
-#include "platform/hlib/string_list.h"
 #include "tests/host/machine.h"
 
 namespace fs = std::filesystem;
@@ -136,20 +134,6 @@ TEST(Paths, KnowTheirRootAndWhatClimbsUp)
     for (const char* path : {"", "/", "/a..b/..c/d../...", ".", "a"}) {
         EXPECT_FALSE(host::ClimbsUp(path)) << path;
     }
-}
-
-TEST_F(Files, AreListedUpToALimitWithoutTheDotEntries)
-{
-    for (const char* name : {"/d/b", "/d/a", "/d/.hidden"}) Write(name, "");
-    HLIBCSzList* list = HLIBCSzListAlloc(4);
-    EXPECT_EQ(3, HLIBCFileEnumDir("/d", 0, &list, 128));
-    HLIBCSzListSortItems(list, 1);
-    EXPECT_STREQ("b", HLIBCSzListGet(list, 2));
-    EXPECT_EQ(2, HLIBCFileEnumDir("/d", 0, &list, 2));
-    EXPECT_EQ(5, list->count) << "appended to what was there";
-    EXPECT_GT(0, HLIBCFileEnumDir("/none", 0, &list, 128));
-    EXPECT_EQ(ENOENT, HLIBCErrGet());
-    HLIBCSzListFree(list);
 }
 
 }  // namespace

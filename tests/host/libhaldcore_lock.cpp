@@ -113,4 +113,22 @@ TEST_F(Lock, PassesToPackageToolsAlone)
     EXPECT_EQ(kHeld, TryInAnotherProcess());
 }
 
+TEST_F(Lock, IsNotBelievedFromTheEnvironmentAlone)
+{
+    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    const int fresh = open(host::PackagePath("etc/lock").c_str(), O_RDWR | O_CLOEXEC);
+    const std::pair<int, const char*> rows[] = {{fresh, "busy"}, {host::LockDescriptor(), "held"}};
+    for (const auto& [descriptor, want] : rows) {
+        const pid_t child = InChild([&, inherited = descriptor] {
+            dup2(inherited, 9);
+            dup2(open((root + "/output").c_str(), O_WRONLY | O_CREAT, 0600), 1);
+            setenv(host::kLockVariable, "9", 1);
+            return execl(LIBHALD_TOOL, LIBHALD_TOOL, root.c_str(), nullptr);
+        });
+        EXPECT_EQ(0, StatusOf(child));
+        EXPECT_EQ(0U, Contents("/output").find("lock " + std::string(want)));
+    }
+    close(fresh);
+}
+
 }  // namespace

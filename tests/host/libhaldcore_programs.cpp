@@ -107,7 +107,6 @@ TEST_F(Programs, GetTheirInputAndGiveTheirOutputBack)
     ProgramOptions options = Capture();
     options.input = std::string(300000, 'x') + '\0' + "end\n";
     EXPECT_EQ(options.input, RunProgram({"/bin/cat"}, options).output);
-    EXPECT_EQ("", RunProgram({"/bin/cat"}, Capture()).output) << "the input is empty else";
 
     const std::string script = "head -c 3000000 /dev/zero && echo done >&2";
     const ProgramResult much = RunProgram({kShell, "-c", script}, Capture());

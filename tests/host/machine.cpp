@@ -10,7 +10,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 
 #include "host/libhaldcore/lock.h"
 
