@@ -15,23 +15,12 @@ void Mutate(std::string& input, const std::string& other, Random& random)
 {
     const std::size_t at = random() % (input.size() + 1);
     const std::size_t length = random() % 12;
-    switch (random() % 5) {
-        case 0:
-            if (at < input.size()) input[at] = static_cast<char>(random() % 256);
-            break;
-        case 1:
-            input.erase(at, length);
-            break;
-        case 2:
-            input.insert(at, input.substr(at, length));
-            break;
-        case 3:
-            input.insert(at, other.substr(random() % (other.size() + 1), length));
-            break;
-        default:
-            input.resize(at);
-            break;
-    }
+    const auto kind = random() % 5;
+    if (kind == 0 && at < input.size()) input[at] = static_cast<char>(random() % 256);
+    if (kind == 1) input.erase(at, length);
+    if (kind == 2) input.insert(at, input.substr(at, length));
+    if (kind == 3) input.insert(at, other.substr(random() % (other.size() + 1), length));
+    if (kind == 4) input.resize(at);
 }
 
 }  // namespace

@@ -10,6 +10,11 @@
 #define JOIN(a, b, c) a##b##c
 #define NAME(service, call) JOIN(_nss_, service, call)
 #define CALL(call) extern "C" nss_status NAME(SERVICE, _##call)
+#define GIVES(call, arguments, result) \
+    CALL(call) arguments               \
+    {                                  \
+        return result;                 \
+    }
 
 namespace {
 
@@ -42,43 +47,26 @@ nss_status Begin()
 /// Whether a record can be given now; else what to answer.
 nss_status Ready(std::size_t size, int* code)
 {
-    if (engineState == 1) *code = ECONNREFUSED;
+    *code = engineState == 1 ? ECONNREFUSED : ERANGE;
     if (engineState == 1) return NSS_STATUS_UNAVAIL;
-    if (size < kRoom) *code = ERANGE;
     return size < kRoom ? NSS_STATUS_TRYAGAIN : NSS_STATUS_SUCCESS;
-}
-
-char* Store(const char* text, char* buffer)
-{
-    return static_cast<char*>(memcpy(buffer, text, strlen(text) + 1));
 }
 
 void Fill(const Entry& entry, passwd* record, char* buffer)
 {
     *record = {};
-    record->pw_name = Store(entry.name, buffer);
+    record->pw_name = strcpy(buffer, entry.name);
     record->pw_gecos = record->pw_dir = record->pw_shell = record->pw_passwd = empty;
     record->pw_uid = record->pw_gid = entry.id;
 }
 
 }  // namespace
 
-CALL(setpwent)(int /*stay*/)
-{
-    return Begin();
-}
-CALL(setgrent)(int /*stay*/)
-{
-    return Begin();
-}
-CALL(endpwent)()
-{
-    return NSS_STATUS_SUCCESS;
-}
-CALL(endgrent)()
-{
-    return NSS_STATUS_SUCCESS;
-}
+GIVES(setpwent, (int /*stay*/), Begin())
+GIVES(setgrent, (int /*stay*/), Begin())
+GIVES(endpwent, (), NSS_STATUS_SUCCESS)
+GIVES(endgrent, (), NSS_STATUS_SUCCESS)
+GIVES(getgrent_r, (group*, char*, std::size_t, int*), NSS_STATUS_NOTFOUND)
 
 CALL(getpwent_r)(passwd* record, char* buffer, std::size_t size, int* code)
 {
@@ -87,12 +75,6 @@ CALL(getpwent_r)(passwd* record, char* buffer, std::size_t size, int* code)
     const nss_status ready = Ready(size, code);
     if (ready == NSS_STATUS_SUCCESS) Fill(kUsers[nextUser++], record, buffer);
     return ready;
-}
-
-CALL(getgrent_r)
-(group* /*record*/, char* /*buffer*/, std::size_t /*size*/, int* /*code*/)
-{
-    return NSS_STATUS_NOTFOUND;
 }
 
 CALL(getpwnam_r)(const char* name, passwd* record, char* buffer, std::size_t size, int* code)

