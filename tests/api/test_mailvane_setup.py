@@ -158,22 +158,15 @@ class Ports(unittest.TestCase):
 
 
 DOVECOT = """\
-# 2.3
 mail_location = %s
 protocols = " imap lmtp"
 ssl = %s
 namespace inbox {
   inbox = yes
-  mailbox "Sent Messages" {
-    special_use = \\Sent
-  }
   prefix =
 }
 passdb {
   driver = %s
-}
-userdb {
-  driver = passwd
 }
 service imap-login {
   inet_listener imap {
