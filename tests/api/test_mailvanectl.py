@@ -14,7 +14,7 @@ from unittest import mock
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools/mailvanectl")
 
-from ctl import administrators, answers, app, arguments, edit, gateway
+from ctl import app, arguments, edit
 from ctl.reference import Reference, Usage
 
 MASK = "\ufffd" * 8
@@ -37,9 +37,7 @@ class Words(unittest.TestCase):
              {"smtp_enabled": True, "smtp_ssl_enabled": False, "smtp_port": 2525}),
             ("save_smtp", ["smtp_hostname=a=b", "acc_domain_name="],
              {"smtp_hostname": "a=b", "acc_domain_name": ""}),
-            ("save_smtp", ["account_type=5"], {"account_type": "5"}),
             ("alias_del", ["alias=info", "alias=[x]"], None),
-            ("alias_del", ["alias=info", "alias=sales"], {"alias": ["info", "sales"]}),
             ("alias_del", ['alias=["a","b"]', "alias=c"], {"alias": ["a", "b", "c"]}),
             ("delete_domain", ['domainList={"domain":"a"}'], {"domainList": [{"domain": "a"}]}),
             ("set_sender_quota", ['orgSetting={"sasl_sender":"x"}', "quota=-1"],
@@ -50,26 +48,17 @@ class Words(unittest.TestCase):
              {"start": 5, "searchParams": '{"mail_status": 2}'}),
             ("save_smtp", ["smtp_enabled=maybe"], None),
             ("save_smtp", ["smtp_port=25x"], None),
-            ("save_smtp", ["smtp_port="], None),
             ("save_smtp", ["smtp_port=2147483648"], None),
-            ("save_smtp", ["smtp_port=" + "9" * 5000], None),
             ("save_smtp", ["smtp_port=25", "smtp_port=26"], None),
             ("save_smtp", ["smtp_prot=25"], None),
             ("save_smtp", ['{"smtp_port":"25"}'], None),
-            ("save_smtp", ['{"smtp_port":true}'], None),
-            ("save_smtp", ["{"], None),
-            ("alias_del", ['{"alias":[1]}'], None),
             ("delete_domain", ["domainList=a.test"], None),
-            ("load_access", ["start=first"], None),
         ):
             with self.subTest(action=action, words=words):
                 if wanted is None:
                     self.assertRaises(Usage, self.members, action, *words)
                 else:
                     self.assertEqual(self.members(action, *words), (wanted, []))
-
-    def test_what_is_no_member_is_a_file(self):
-        self.assertEqual(self.members("import_access", "type=0", "./a=b")[1], ["./a=b"])
 
     def test_passwords_are_never_taken_from_the_command_line(self):
         for words in (["smtp_relay_password=secret"], ["smtp_relay_password="],
@@ -203,31 +192,6 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.run_line("export_alias", "-o", path, answer="")[0], 3)
         with open(path, encoding="ascii") as file:
             self.assertEqual(file.read(), "a: b\n")
-
-    def test_the_shell_is_told_what_can_follow(self):
-        for words, wanted in ((["save_sm"], ["save_smtp"]), (["edit", "sp"], ["spam_config"]),
-                              (["--as", "eve", "edit", "smtp", "smtp_p"], ["smtp_port="]),
-                              (["edit", "smtp", "smtp_enabled=y"], ["smtp_enabled=yes"]),
-                              (["queue", "f"], ["flush"]), (["queue", "hold", "a"], ["all"]),
-                              (["--raw", "tls", "--j"], ["--json"]),
-                              (["nonsense", ""], []), (["edit", "nonsense", ""], [])):
-            with self.subTest(words):
-                with contextlib.redirect_stdout(io.StringIO()) as out:
-                    app.main(self.target, ["complete", *words])
-                self.assertEqual(out.getvalue().split(), wanted)
-
-
-class Administrators(unittest.TestCase):
-    def test_the_first_member_of_the_configured_group(self):
-        with tempfile.NamedTemporaryFile("w") as file:
-            file.write('userHomeEnable="yes"\nadmin_group = "root"\n')
-            file.flush()
-            self.assertEqual(administrators.first_administrator(file.name), "root")
-            file.write("")
-        with tempfile.NamedTemporaryFile("w") as file:
-            file.write('admin_group="no-such-group"\n')
-            file.flush()
-            self.assertRaises(Usage, administrators.first_administrator, file.name)
 
 
 if __name__ == "__main__":

@@ -78,6 +78,19 @@ def post(body, **more):
     return request(body=body, headers=headers, **more)
 
 
+def tell(action, **members):
+    """Answer to a JSON body with an action and its members, which has to be success."""
+    answer = post({"action": action, **members}).json()
+    if answer.get("success") is not True:
+        raise AssertionError("%s: %r" % (action, answer))
+    return answer
+
+
+def command(action):
+    """JSON answer of an action that has no body, but changes something."""
+    return read(action, headers={"X-Mailvane": "1"}).json()
+
+
 def load():
     """The loaded SMTP page; anything but success is a failure."""
     answer = read("load_smtp")
@@ -264,6 +277,7 @@ class Story(unittest.TestCase):
     """Tests of one world. Each starts from the page as it was when the world was new."""
 
     first_page = None
+    change = staticmethod(tell)
 
     def setUp(self):
         if Story.first_page is None:

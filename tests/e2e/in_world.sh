@@ -11,6 +11,8 @@ top=$(readlink -f "$(dirname "$0")/../..")
 build=$(readlink -f "$1")
 story=$2
 shift 2
+tests=("${@/#/${story%.py}.}")
+[ $# -gt 0 ] || tests=("${story%.py}")
 state=$build/e2e/${story%.py}
 world=$top/packaging/world
 scripts=/var/packages/Mailvane/target/scripts
@@ -53,4 +55,5 @@ finish() {
 trap finish EXIT
 trap 'exit 1' TERM INT
 start
-inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 "$top/tests/e2e/$story" -v "$@"
+inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$top/tests/e2e" \
+    /usr/bin/python3 -m unittest -v "${tests[@]}"

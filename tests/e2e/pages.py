@@ -14,11 +14,6 @@ class Pages(harness.Story):
         self.addCleanup(self.change, "save_relay", smtp_relay_enabled=False, smtp_relay_auth=False,
                         spam_dnsbl_enable=False)
 
-    def change(self, action, **members):
-        answer = post({"action": action, **members}).json()
-        self.assertIs(answer.get("success"), True, answer)
-        return answer
-
     def assert_refused(self, action, **members):
         """A save that is refused changes nothing."""
         before = snapshot(ETC)

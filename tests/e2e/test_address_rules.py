@@ -1,12 +1,11 @@
 """Access lists, blind copies, sender quotas, refused attachments: what they do to real mail."""
 import json
 import smtplib
-import unittest
 
 import file_modes
 import harness
 import nameserver
-from harness import DOMAIN, SystemLog, control, delivered, mails, post, read, send
+from harness import DOMAIN, SystemLog, command, control, delivered, mails, post, read, send
 from machine import QUEUE, say_recipient
 from pages import Pages
 
@@ -24,10 +23,6 @@ DNS = nameserver.NameServer("host-record=box.lan.test,203.0.113.20",
 def setUpModule():
     nameserver.local_network("203.0.113.0/24")
     DNS.start()
-
-
-def tearDownModule():
-    DNS.stop()
 
 
 def ask(action, **members):
@@ -51,19 +46,11 @@ class Access(Pages):
         self.change("delete_access", deleteList=[
             {"type": item["type"], "nameType": item["name_type"], "name": item["name"]}
             for item in items])
-        self.apply()
-
-    def apply(self):
-        answer = read("apply_access_setting", headers={"X-Mailvane": "1"}).json()
-        self.assertEqual(answer, {"success": True})
+        command("apply_access_setting")
 
     def add(self, permission, name, list_type, kind):
         self.change("add_access", permission=permission, name=name, accessType=list_type,
                     nameType=kind)
-
-    def names(self, query=""):
-        answer = read("load_access" + query).json()
-        return answer["total"], [item["name"] for item in answer["items"]]
 
     def test_every_kind_of_name_is_answered_after_the_apply_and_the_nearest_counts(self):
         self.add("REJECT", "Bad@Tree.TEST", SENDER, ADDRESS)
@@ -87,7 +74,7 @@ class Access(Pages):
                 ({"source": "203.0.113.42"}, "250"), ({"source": "203.0.113.43"}, "250"))
         for arguments, _ in rows:
             self.assertEqual(say(**arguments)[:3], "250", arguments)
-        self.apply()
+        command("apply_access_setting")
         for arguments, want in rows:
             self.assertEqual(say(**arguments)[:3], want, arguments)
         self.clear()
@@ -98,7 +85,7 @@ class Access(Pages):
         self.add("OK", STRANGER, CLIENT, IP)
         self.add("OK", "elsewhere.test", SENDER, TREE)
         self.add("OK", "else.test", RECIPIENT, TREE)
-        self.apply()
+        command("apply_access_setting")
         self.assertIn("Relay access denied", say(recipient="x@else.test"))
         self.assertIn("Relay access denied", say(recipient="x@else.test", sender=ALICE))
         with smtplib.SMTP("127.0.0.1", 587, timeout=20) as client:
@@ -113,23 +100,12 @@ class Access(Pages):
         self.change("save_relay", spam_dnsbl_enable=True)
         self.add("OK", "elsewhere.test", SENDER, NAME)
         self.add("OK", CAROL, RECIPIENT, ADDRESS)
-        self.apply()
+        command("apply_access_setting")
         self.assertEqual(say()[:3], "554", "anybody can write this sender")
         self.assertEqual(say(recipient=CAROL)[:3], "250")
         self.add("OK", "203.0.113.0/30", CLIENT, NETWORK)
-        self.apply()
+        command("apply_access_setting")
         self.assertEqual(say()[:3], "250")
-
-    def test_lists_belong_to_the_account_source(self):
-        self.add("REJECT", CAROL, RECIPIENT, ADDRESS)
-        self.change("add_bcc", bccType=2, name="", bccTo=CAROL)
-        self.addCleanup(self.change, "delete_bcc", deleteList=[{"type": 2}])
-        self.assert_saved(acc_domain_name="other.test")
-        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((0, []), 0))
-        self.assert_saved(acc_domain_name=DOMAIN)
-        self.assertEqual((self.names(), read("load_bcc").json()["total"]), ((1, [CAROL]), 1))
-        self.assertEqual(say(recipient=CAROL)[:3], "554")
-        self.assertEqual(harness.postconf("always_bcc"), CAROL)
 
     def test_discarded_mail_is_lost_for_those_it_concerns_alone(self):
         self.change("apply_alias_info", aliasname="team", orgalias="",
@@ -139,7 +115,7 @@ class Access(Pages):
         self.add("DISCARD", CAROL, RECIPIENT, ADDRESS)
         self.add("DISCARD", "spam.test", SENDER, NAME)
         self.add("DISCARD", "else.test", RECIPIENT, NAME)
-        self.apply()
+        command("apply_access_setting")
         send("x@elsewhere.test", [CAROL, BOB], "to two")
         send("x@spam.test", [BOB], "spam")
         send("x@elsewhere.test", ["team@" + DOMAIN], "to the alias")
@@ -150,31 +126,13 @@ class Access(Pages):
                          mails("carol", "to two"), [])
         self.assertEqual(harness.run(*QUEUE, "-j").strip(), "")
 
-    def test_pages_search_edit_and_export(self):
-        for number in range(7):
-            self.add("REJECT" if number % 2 else "OK", "n%d_%%@x.test" % number, SENDER, ADDRESS)
-        self.add("DISCARD", "10.0.0.0/8", CLIENT, NETWORK)
-        self.assertEqual(self.names("&start=6&limit=5"), (8, ["n6_%@x.test", "10.0.0.0/8"]))
-        self.assertEqual(self.names("&start=8"), (8, []))
-        self.assertEqual(self.names("&limit=0"), (8, []))
-        self.assertEqual(self.names("&search_key=3_%25"), (1, ["n3_%@x.test"]))
-        self.assertEqual(self.names("&search_key=reject")[0], 3)
-        self.assertEqual(self.names("&search_key=reject&search_type=name"), (0, []))
-        self.change("edit_access", orgName="10.0.0.0/8", orgAccessType=CLIENT, orgNameType=NETWORK,
-                    name="2001:DB8:0::1", permission="OK", accessType=CLIENT, nameType=IP)
-        export = read("export_access&accessType=2")
-        self.assertEqual(export.body, b"2001:db8::1 OK\n")
-        self.assertIn('"client_access"', export.headers["Content-Disposition"])
-        self.assertEqual(read("export_access&accessType=7").body, b"")
-
     def test_names_that_are_none_are_refused(self):
-        before = self.names()
         for wrong in ({"accessType": 3}, {"permission": "MAYBE"}, {"accessType": SENDER},
                       *({"name": name} for name in HOSTILE)):
             answer = ask("add_access", **{"permission": "OK", "name": "1.2.3.4",
                                           "accessType": CLIENT, "nameType": IP, **wrong})
             self.assertEqual(answer, {"success": False}, wrong)
-        self.assertEqual(self.names(), before)
+        self.assertEqual(read("load_access").json()["items"], [])
 
 
 class BlindCopies(Pages):
@@ -182,9 +140,6 @@ class BlindCopies(Pages):
         self.change("add_bcc", bccType=bcc_type, name=name, bccTo=target)
         self.addCleanup(self.change, "delete_bcc",
                         deleteList=[{"type": bcc_type, "name": name, "bccTo": target}])
-
-    def count(self, user, subject):
-        return len(mails(user, subject))
 
     def test_copies_are_sent_as_soon_as_a_rule_is_made_and_once(self):
         self.copy(SENDER, "X@elsewhere.test", CAROL)
@@ -195,7 +150,7 @@ class BlindCopies(Pages):
         send("y@outside.test", [BOB], "two copies")
         for user, subject in (("bob", "one copy"), ("carol", "one copy"), ("alice", "two copies")):
             delivered(user, subject)
-        self.assertEqual([self.count(user, "one copy") for user in ("alice", "bob", "carol")],
+        self.assertEqual([len(mails(user, "one copy")) for user in ("alice", "bob", "carol")],
                          [0, 1, 1])
         self.change("edit_bcc", orgBccType=SENDER, orgName="x@elsewhere.test", bccType=SENDER,
                     name="x@elsewhere.test", bccTo="alice")
@@ -203,19 +158,6 @@ class BlindCopies(Pages):
         delivered("alice", "to the new target")
         self.assertEqual(read("export_bcc&bccType=1").body,
                          ("bob carol\n%s %s\n" % (CAROL, BOB)).encode())
-
-    def test_the_copy_of_all_mail_is_the_first_row_and_comes_and_goes(self):
-        self.change("add_bcc", bccType=2, name="", bccTo=CAROL)
-        self.assertEqual(read("load_bcc").json(), {
-            "success": True, "total": 1, "items": [{"type": 2, "bcc_to": CAROL}]})
-        send("x@elsewhere.test", [BOB], "copied")
-        delivered("carol", "copied")
-        self.change("delete_bcc", deleteList=[{"type": 2, "name": "", "bccTo": CAROL}])
-        self.assertEqual(read("load_bcc").json()["items"], [])
-        self.assertEqual(harness.postconf("always_bcc"), "")
-        send("x@elsewhere.test", [BOB], "not copied")
-        delivered("bob", "not copied")
-        self.assertEqual(self.count("carol", "not copied"), 0)
 
     def test_rules_that_are_none_are_refused(self):
         for name in HOSTILE:
@@ -238,8 +180,8 @@ class Quota(Pages):
                     smtpd_sasl_sender_rate_limit=3)
         self.assertEqual(control("memcached", "restart"), 0)
 
-    def limit(self, sender, quota, **more):
-        self.change("set_sender_quota", sasl_sender=sender, quota=quota, **more)
+    def limit(self, sender, quota):
+        self.change("set_sender_quota", sasl_sender=sender, quota=quota)
         self.addCleanup(self.change, "delete_sender_quota", delete_list=[sender])
 
     def sent(self, login):
@@ -260,12 +202,6 @@ class Quota(Pages):
         self.assertEqual(self.sent("bob")[0], 3, "the general limit")
         send("x@elsewhere.test", [BOB], "from outside")
 
-        self.limit("alice", 3, orgSetting={"sasl_sender": "alice"})
-        self.assertEqual(self.sent("alice")[0], 1, "counting goes on under another limit")
-        self.assertEqual(read("load_sender_quota").json(), {
-            "success": True, "total": 1, "settings": [{"sasl_sender": "alice", "quota": 3}]})
-        self.assertEqual(read("load_sender_quota&start=1").json()["settings"], [])
-
     def test_without_its_counters_mail_passes_with_a_line_in_the_log(self):
         self.limit("carol", 0)
         self.assertEqual(control("memcached", "stop"), 0)
@@ -275,6 +211,7 @@ class Quota(Pages):
                             for line in log.lines()), log.lines())
         self.assertEqual(control("memcached", "start"), 0)
         self.assertEqual(self.sent("carol")[0], 0)
+
 
 class Attachments(Pages):
     REFUSED = ('filename=run.exe', 'filename="Run.EXE"', 'name="a b.exe "', "filename=\"x.exe.\"",
@@ -301,18 +238,13 @@ class Attachments(Pages):
             code, answer = client.data(text.encode())
             return "%d %s" % (code, answer.decode())
 
-    def types(self, query=""):
-        answer = read("load_attachment_filter" + query).json()
-        return answer["total"], [item["file_type"] for item in answer["file_types"]]
-
     def test_listed_types_are_refused_however_the_name_is_written(self):
-        self.assertEqual(self.types(), (0, []))
         self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
         self.change("set_attachment_filter", modified_list=[], add_list=["tar.7z", ".EXE"])
         self.addCleanup(self.change, "set_attachment_filter", add_list=[],
                         modified_list=["exe", "tar.7z"])
-        self.assertEqual(self.types(), (2, ["exe", "tar.7z"]))
-        self.assertEqual(self.types("&query=.EX"), (1, ["exe"]))
+        self.assertEqual(read("load_attachment_filter&query=.EX").json()["file_types"],
+                         [{"file_type": "exe"}])
         for parameter in self.REFUSED:
             answer = self.attach(parameter)
             self.assertIn("550 5.7.1 attachments of type .", answer, parameter)
@@ -327,9 +259,4 @@ class Attachments(Pages):
         self.assertEqual(self.attach(self.REFUSED[0])[:3], "250")
 
 
-def tearDownModule():
-    file_modes.check()
-
-
-if __name__ == "__main__":
-    unittest.main()
+tearDownModule = file_modes.check

@@ -4,8 +4,7 @@ import time
 import unittest
 
 import harness
-from harness import (DOMAIN, POSTFIX_CONFIGURATION, delivered, mails, post, read, run, send,
-                     wait_for)
+from harness import DOMAIN, POSTFIX_CONFIGURATION, delivered, mails, post, read, run, send, tell
 from machine import wait_for_an_empty_queue
 from pages import Pages
 from relay_host import RelayHost
@@ -18,22 +17,14 @@ ELSEWHERE = RelayHost(2526)  # takes all mail
 
 def setUpModule():
     unittest.enterModuleContext(ELSEWHERE)
-    answer = post({"action": "save_relay", "smtp_relay_enabled": True, "smtp_relay_port": 2526,
-                   "smtp_relay_server": "127.0.0.1", "smtp_relay_tls": False}).json()
-    assert answer["success"], answer
+    tell("save_relay", smtp_relay_enabled=True, smtp_relay_port=2526,
+         smtp_relay_server="127.0.0.1", smtp_relay_tls=False)
     run("groupadd", "--gid", "2000", "makers")
     run("gpasswd", "--members", "alice,bob,carol", "makers")
 
 
 def member(name, kind=USER, is_join=True):
     return {"name": name, "type": kind, "is_join": is_join}
-
-
-def expanded(alias):
-    """What the mail server knows of an alias, in alphabetical order."""
-    path = "cdb:" + POSTFIX_CONFIGURATION + "/maps/aliases"
-    answer = run("/usr/sbin/postmap", "-q", alias, path, check=False)
-    return ", ".join(sorted(answer.strip().split(", ")))
 
 
 class Aliases(Pages):
@@ -126,17 +117,6 @@ class Aliases(Pages):
         with self.assertRaises(smtplib.SMTPException):
             send("sales@" + DOMAIN, ["bob@" + DOMAIN], "left", port=587, login="alice")
 
-    def test_what_is_refused_changes_nothing(self):
-        self.make("team", member("bob"))
-        for name, before, entry in (("a b", "", member("bob")), ("a b", "team", member("bob")),
-                                    ("TEAM", "", member("bob")), ("new", "none", member("bob")),
-                                    ("team", "team", member("x\ny", GROUP)),
-                                    ("team", "team", member("none", ALIAS))):
-            with self.subTest(name, before=before):
-                self.assert_refused("apply_alias_info", aliasname=name, orgalias=before,
-                                    member=[member("alice"), entry])
-        self.assertEqual(self.listed()["items"], [{"alias_name": "team", "alias_member": "bob"}])
-
     def test_large_aliases(self):
         with open("/etc/passwd", "a", encoding="ascii") as file:
             file.writelines("u%04d:x:%d:2002::/nonexistent:/bin/false\n" % (i, 10000 + i)
@@ -144,15 +124,7 @@ class Aliases(Pages):
         run("groupadd", "--gid", "2002", "everybody")
         self.make("all", member("everybody", GROUP), *(member("w%04d@elsewhere.test" % i, OUTSIDE)
                                                        for i in range(2000)))
-        self.assertEqual(len(expanded("all").split(", ")), 5000)
+        path = "cdb:" + POSTFIX_CONFIGURATION + "/maps/aliases"
+        self.assertEqual(len(run("/usr/sbin/postmap", "-q", "all", path).split(", ")), 5000)
         page = read("alias_mem_enum&rolefilter=localgrp&limit=50&query=EVERY").json()
         self.assertEqual(page["items"], [{"name": "everybody", "is_join": False, "status": 1}])
-        ELSEWHERE.recipients.clear()
-        self.make("outside", *(member("w%04d@elsewhere.test" % i, OUTSIDE) for i in range(1500)))
-        send("x@elsewhere.test", ["outside@" + DOMAIN], "to many")
-        wait_for(lambda: len(ELSEWHERE.recipients) >= 1500, "1500 recipients", 60)
-        self.assertEqual(len(set(ELSEWHERE.recipients)), 1500)
-
-
-if __name__ == "__main__":
-    unittest.main(verbosity=2)

@@ -4,12 +4,12 @@ import os
 import random
 import signal
 import subprocess
-import unittest
 
 import harness
-from harness import DOMAIN, ETC, TARGET, SystemLog, delivered, read, run, send, snapshot, wait_for
+from harness import (DOMAIN, ETC, TARGET, SystemLog, command, delivered, read, run, send, snapshot,
+                     tell, wait_for)
 from test_ctl import CTL, ctl
-from test_filtering import ZEBRA, bring_in, tell
+from test_filtering import ZEBRA, bring_in
 from test_transaction import failing
 from test_upkeep import Upkeep
 
@@ -24,8 +24,6 @@ SCRIPT = "/home/alice/.mailvane.sieve"
 
 
 class Archives(Upkeep):
-    """A state goes into an archive, everything is changed, and it comes back."""
-
     def fill(self, tag):
         """Gives every page something of its own."""
         tell("add_domain", domain=tag + ".example.test")
@@ -39,18 +37,11 @@ class Archives(Upkeep):
         tell("add_spam_blackwhite_list", blackWhite=1, type=0, nameType=0, name=tag + "@b.example")
         tell("save_personal", user="alice", forward_enable=False, forward_addr="",
              keep_copy=True, reply_enable=True, subject=tag, message="away: " + tag)
-        read("generate_dkim_key", headers={"X-Mailvane": "1"})
+        command("generate_dkim_key")
         self.done("edit", "report", "enable_report=no", "report_sender_name=" + tag)
         self.done("edit", "smtp", "smtp_hostname=%s.example.test" % tag)
         self.done("edit", "relay", "smtp_relay_account=" + tag)
         tell("save_spam_config", spam_subject_tag=tag)
-
-    def empty(self):
-        """Takes away what the lists hold."""
-        tell("add_bcc", bccType=2, bccTo="carol@" + DOMAIN)
-        tell("alias_del", alias=["first"])
-        tell("delete_rules", deleteList=[{"ruleName": "first.cf"}])
-        os.unlink(ETC + "/attachment_types")
 
     def answers(self):
         return {name: read(name).json() for name in LOADS}
@@ -63,7 +54,9 @@ class Archives(Upkeep):
         before, modes = self.answers(), self.modes()
         self.done("backup", ARCHIVE)
         self.assertEqual(os.stat(ARCHIVE).st_mode & 0o777, 0o600)
-        self.empty()
+        tell("alias_del", alias=["first"])
+        tell("delete_rules", deleteList=[{"ruleName": "first.cf"}])
+        os.unlink(ETC + "/attachment_types")
         self.fill("other")
         self.done("edit", "imap_pop3", "pop3_enabled=yes", "imaps_enabled=yes")
         self.done("edit", "smtp", "acc_domain_name=other.example.test")
@@ -100,12 +93,9 @@ class Archives(Upkeep):
         with open(ARCHIVE, "rb") as file:
             good = file.read()
         place = good.index(b"first.example.test")
-        for name, bad in (("byte", good[:place] + b"worse" + good[place + 5:]),
-                          ("cut", good[:len(good) // 2]), ("none", b"no archive")):
-            with open("/root/bad.tar", "wb") as file:
-                file.write(bad)
-            with self.subTest(name):
-                self.refused("restore", "/root/bad.tar")
+        with open("/root/bad.tar", "wb") as file:
+            file.write(good[:place] + b"worse" + good[place + 5:])
+        self.refused("restore", "/root/bad.tar")
 
     def killed(self, states):
         """Kills restores at some moments: what is then in force is one of the two states."""
@@ -115,7 +105,8 @@ class Archives(Upkeep):
             before = os.readlink(ETC + "/generated/current")
             process = subprocess.Popen([CTL, "restore", wanted], stdin=subprocess.DEVNULL,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            tool = wait_for(lambda: children(process.pid), "the settings tool")[0]
+            search = "/usr/bin/pgrep", "-P", str(process.pid)
+            tool = int(wait_for(lambda: run(*search, check=False), "the settings tool").split()[0])
             wait_for({"begun": lambda: os.path.exists(ETC + "/exchange/new"),
                       "committed": lambda: os.readlink(ETC + "/generated/current") != before,
                       "any": lambda: random.random() < 0.01}[moment], moment)
@@ -132,16 +123,3 @@ class Archives(Upkeep):
             reply = "away: " + ("first" if current == ARCHIVE else "other")
             self.assertIn(reply, run("/bin/cat", SCRIPT))
         self.assertEqual(harness.answers(110), current == OTHER)
-
-
-def children(process):
-    """Numbers of the processes that a process has started."""
-    try:
-        with open("/proc/%d/task/%d/children" % (process, process), encoding="ascii") as file:
-            return [int(number) for number in file.read().split()]
-    except FileNotFoundError:
-        return []
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,6 @@
 """Who may become a member of an alias: local accounts, and those of a directory."""
 import os
 import smtplib
-import unittest
 
 from directory import Directory, group, user
 from harness import DOMAIN, POSTFIX_CONFIGURATION, Story, delivered, read, run, send
@@ -20,8 +19,7 @@ def setUpModule():
         file.write('ldap_enabled="yes"\nldap_suffix="%s"\n' % DOMAIN)
 
 
-def tearDownModule():
-    DIRECTORY.stop()
+tearDownModule = DIRECTORY.stop
 
 
 def listed(kind, **more):
@@ -76,7 +74,3 @@ class Candidates(Pages):
             {"name": "circle", "type": 1, "is_join": True}])
         table = "cdb:" + POSTFIX_CONFIGURATION + "/maps/aliases"
         self.assertEqual(run("/usr/sbin/postmap", "-q", "team", table).strip(), "otto, lena")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,15 +1,13 @@
 """The control scripts: a verb brings a service to what its stored settings ask for."""
-import imaplib
 import os
 import signal
-import smtplib
 import subprocess
 import time
 import unittest
 
 import harness
 from harness import ETC, TARGET, answers, banner, control, listener, pid_of, run
-from machine import contents, write
+from machine import contents, in_place_of, write
 
 MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
 PORTS = {"postfix": 25, "dovecot": 143}
@@ -36,11 +34,6 @@ class ControlScripts(harness.Story):
         edit(path, change)
         self.addCleanup(edit, path, lambda _: before)
 
-    def change_setting(self, name, value):
-        self.change("mailvane.conf", lambda text: "".join(
-            line for line in text.splitlines(True) if not line.startswith(name + "=")
-        ) + ('%s="%s"\n' % (name, value) if value is not None else ""))
-
     def test_every_verb_can_be_repeated(self):
         for service, pid_file in MASTERS.items():
             with self.subTest(service):
@@ -56,15 +49,12 @@ class ControlScripts(harness.Story):
 
     def test_a_dead_master_is_replaced(self):
         for service, pid_file in MASTERS.items():
-            for verb in ("start", "restart", "stop"):
-                with self.subTest(service, verb=verb):
-                    dead = pid_of(pid_file)
-                    os.kill(dead, signal.SIGKILL)
-                    self.assertEqual(control(service, verb), 0)
-                    if verb == "stop":
-                        self.assertEqual(control(service, "start"), 0)
-                    self.assertTrue(answers(PORTS[service]))
-                    self.assertNotEqual(pid_of(pid_file), dead)
+            with self.subTest(service):
+                dead = pid_of(pid_file)
+                os.kill(dead, signal.SIGKILL)
+                self.assertEqual(control(service, "restart"), 0)
+                self.assertTrue(answers(PORTS[service]))
+                self.assertNotEqual(pid_of(pid_file), dead)
         self.assert_mail_flows("after dead masters")
 
     def test_a_pid_file_that_names_somebody_else(self):
@@ -77,27 +67,6 @@ class ControlScripts(harness.Story):
             self.assertIsNone(bystander.poll())
             bystander.kill()
         self.assertTrue(banner().startswith("220 "))
-
-    def test_an_instance_with_another_configuration_is_replaced(self):
-        control("postfix", "stop")
-        folder = "/etc/postfix-other"
-        run("/bin/cp", "-rp", ETC + "/generated/current/postfix/.", folder)
-        run("/usr/sbin/postfix", "-c", folder, "start")
-        self.assertEqual(control("postfix", "restart"), 0)
-        with open("/proc/%d/environ" % pid_of(MASTERS["postfix"]), "rb") as file:
-            self.assertIn(b"MAIL_CONFIG=%s\0" % harness.POSTFIX_CONFIGURATION.encode(),
-                          file.read())
-
-    def test_sessions_survive_a_restart(self):
-        with imaplib.IMAP4("127.0.0.1", timeout=20) as mailbox, \
-                smtplib.SMTP("127.0.0.1", 25, timeout=20) as client:
-            mailbox.starttls(harness.unverified())
-            mailbox.login("bob", "pw-bob")
-            client.ehlo()
-            for service in MASTERS:
-                self.assertEqual(control(service, "restart"), 0)
-            self.assertEqual(mailbox.noop()[0], "OK")
-            self.assertEqual(client.noop()[0], 250)
 
     def test_a_faulty_configuration_is_refused_and_the_old_one_goes_on(self):
         for service, name, line in (("postfix", "postfix/main.cf", "no equals sign\n"),
@@ -112,43 +81,21 @@ class ControlScripts(harness.Story):
     def test_a_port_in_other_hands_is_a_failure(self):
         with listener(2626):
             self.change("postfix/master.cf", lambda text: text.replace("25 inet", "2626 inet", 1))
-            self.change_setting("smtp_port", "2626")
+            self.change("mailvane.conf", lambda text: text + 'smtp_port="2626"\n')
             self.assertNotEqual(control("postfix", "restart"), 0)
-
-    def test_settings_that_cannot_be_read_are_a_failure(self):
-        self.change_setting("smtp_port", None)
-        self.assertNotEqual(control("postfix", "restart"), 0)
-        self.assertTrue(answers(25))
-
-    def test_whoever_starts_a_service_does_not_wait_for_its_end(self):
-        reader, writer = os.pipe()
-        for service in MASTERS:
-            control(service, "stop")
-            script = "%s/scripts/%s.sh" % (TARGET, service)
-            subprocess.run([script, "start"], check=True, stdin=subprocess.DEVNULL, timeout=30,
-                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, pass_fds=[writer])
-        os.close(writer)
-        self.assertEqual(os.read(reader, 1), b"", "a daemon inherited a descriptor")
-        os.close(reader)
 
     def test_what_killed_processes_left_behind_is_cleared(self):
         suffix = ".0123456789abcdef"
         old, new = time.time() - 2 * 86400, time.time()
         cases = ((ETC + "/.mailvane.db" + suffix, old, False), (ETC + "/alias.db.new", old, False),
-                 (ETC + "/dkim.key/.dkim.private" + suffix, old, False),
                  (ETC + "/.mailvane.db" + suffix[::-1], old, True),
-                 (ETC + "/rules/.own", old, True), (ETC + "/mailvane.db.new", new, True),
-                 (ETC + "/local.d/main.cf.new", old, True),
+                 (ETC + "/mailvane.db.new", new, True), (ETC + "/local.d/main.cf.new", old, True),
                  (ETC + "/tls/.key.pem" + suffix, old, True),
                  (ETC + "/generated/gen-900000/", old, False),
                  (ETC + "/generated/gen-900001/", new, True), ("/tmp/BccFileabcdef", old, False),
-                 ("/tmp/BccFilefedcba", new, True), ("/tmp/mailvane-lint.abcdef/", old, False),
-                 ("/tmp/something", old, True))
+                 ("/tmp/mailvane-lint.abcdef/", old, False), ("/tmp/something", old, True))
         for name, age, _ in cases:
-            if name.endswith("/"):
-                os.mkdir(name)
-            else:
-                open(name, "w", encoding="ascii").close()
+            run("/bin/mkdir" if name.endswith("/") else "/bin/touch", name)
             os.utime(name, (age, age))
             self.addCleanup(run, "/bin/rm", "-rf", name)
         before = os.path.realpath(ETC + "/generated/current")
@@ -156,10 +103,6 @@ class ControlScripts(harness.Story):
         for name, _, stays in cases:
             self.assertEqual(os.path.exists(name), stays, name)
         self.assertTrue(os.path.exists(before + "/manifest"))
-
-    def test_other_verbs_are_refused(self):
-        for service in ("postfix", "dovecot", "mailscanner", "web"):
-            self.assertEqual(control(service, "reload"), 2)
 
 
 class UnderSystemd(unittest.TestCase):
@@ -172,26 +115,20 @@ class UnderSystemd(unittest.TestCase):
     WANTS = "/etc/systemd/system/multi-user.target.wants/"
 
     def setUp(self):
-        stand_in = ("#!/bin/sh\necho \"$*\" >>%s\n[ \"$*\" != 'start %s' ] || exec %s launch\n"
+        stand_in = ("echo \"$*\" >>%s\n[ \"$*\" != 'start %s' ] || exec %s launch\n"
                     % (self.CALLS, self.UNIT, self.SCRIPT))
         self.addCleanup(control, "maillog", "start")
-        os.rename("/usr/bin/systemctl", "/usr/bin/systemctl.real")
-        self.addCleanup(os.rename, "/usr/bin/systemctl.real", "/usr/bin/systemctl")
-        with open("/usr/bin/systemctl", "w", encoding="ascii") as file:
-            file.write(stand_in)
-        os.chmod("/usr/bin/systemctl", 0o755)
+        self.enterContext(in_place_of("/usr/bin/systemctl", stand_in))
         os.makedirs("/run/systemd/system")
-        self.addCleanup(run, "/bin/rm", "-rf", "/run/systemd", "/run/mailvane-recover",
-                        ETC + "/adopted", self.WANTS + self.UNIT,
-                        self.WANTS + "mailvane-opendkim.service")
+        self.addCleanup(run, "/bin/rm", "-rf", "/run/systemd", ETC + "/adopted",
+                        self.WANTS + self.UNIT, self.WANTS + "mailvane-opendkim.service")
         os.makedirs(self.WANTS, exist_ok=True)
 
     def calls(self, service, verb):
         """What systemctl is asked for by a verb that succeeds."""
-        open(self.CALLS, "w", encoding="ascii").close()
+        write(self.CALLS, "")
         self.assertEqual(control(service, verb), 0)
-        with open(self.CALLS, encoding="ascii") as file:
-            return file.read().splitlines()
+        return contents(self.CALLS).splitlines()
 
     def test_services_that_are_not_ours_are_left_alone(self):
         running = pid_of(self.PID_FILE)
@@ -215,14 +152,3 @@ class UnderSystemd(unittest.TestCase):
         os.symlink("/somewhere", self.WANTS + "mailvane-opendkim.service")
         self.assertIn("--quiet disable mailvane-opendkim.service",
                       self.calls("opendkim", "restart"))
-
-    def test_nothing_waits_while_the_machine_starts(self):
-        os.mkdir(ETC + "/adopted")
-        self.assertEqual(control("maillog", "stop"), 0)
-        os.mkdir("/run/mailvane-recover")
-        for call in self.calls("maillog", "restart"):
-            self.assertRegex(call, "^--no-block|^--quiet enable")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -92,7 +92,3 @@ class Fail2ban(unittest.TestCase):
         os.rename("/var/log/mailvane", "/var/log/elsewhere")
         self.addCleanup(os.rename, "/var/log/elsewhere", "/var/log/mailvane")
         run(*check)
-
-
-if __name__ == "__main__":
-    unittest.main()

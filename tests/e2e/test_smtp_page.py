@@ -1,6 +1,5 @@
 """The SMTP page: what is saved is what the mail server does."""
 import smtplib
-import unittest
 
 import harness
 from harness import DOMAIN, answers, banner, delivered, send
@@ -11,24 +10,18 @@ BOB = "bob@" + DOMAIN
 
 class Saving(harness.Story):
     def test_every_save_is_in_force_when_it_is_answered(self):
-        for number in range(3):
-            name = "host%d.example.test" % number
+        for name in ("host1.example.test", "host2.example.test"):
             self.assert_saved(smtp_hostname=name)
             self.assertTrue(banner().startswith("220 " + name), banner())
-        self.assertEqual(harness.load()["smtp_hostname"], name)
 
     def test_ports_move(self):
         self.assert_saved(smtp_port=2525, smtp_tls_port=2587, smtp_ssl_enabled=True)
-        for port, wanted in ((25, False), (587, False), (465, True), (2525, True), (2587, True)):
-            with self.subTest(port=port):
-                self.assertEqual(answers(port), wanted)
+        self.assertEqual([answers(port) for port in (25, 587, 465, 2525, 2587)],
+                         [False, False, True, True, True])
+        self.assert_saved(smtp_port=2525, smtp_tls_enabled=False)
+        self.assertFalse(answers(2587))
         self.assertTrue(banner(2525).startswith("220 "))
         self.assert_mail_flows("moved", port=2525)
-
-    def test_ports_are_switched_off(self):
-        self.assert_saved(smtp_tls_enabled=False)
-        self.assertFalse(answers(587))
-        self.assertTrue(answers(25))
 
     def test_a_stopped_server_stays_stopped(self):
         self.assert_saved(smtp_enabled=False, smtp_ssl_enabled=True)
@@ -89,10 +82,3 @@ class Mail(harness.Story):
         send("alice+list@" + DOMAIN, [BOB], "honest too", port=587, login="alice")
         delivered("bob", "honest too")
         self.assertFalse(harness.mails("bob", "forged"))
-
-        self.assert_saved(restrict_sender=False)
-        send(BOB, [BOB], "after", port=587, login="alice")
-
-
-if __name__ == "__main__":
-    unittest.main()

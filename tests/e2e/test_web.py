@@ -1,8 +1,6 @@
 """What the web server serves, what becomes of requests without an answer, and who changed what."""
 import json
-import os
 import subprocess
-import unittest
 
 import harness
 from harness import ETC, post, read, request, snapshot
@@ -13,14 +11,7 @@ ANY_CHANGE = {"action": "save_smtp", "smtp_hostname": "changed.test"}
 class Web(harness.Story):
     def test_only_the_program_is_served(self):
         for path in ("/", "/mailvane", "/etc/htpasswd", "/../../etc/htpasswd"):
-            with self.subTest(path):
-                self.assertEqual(request(path).status, 404)
-
-    def test_the_way_in_is_closed_to_other_users(self):
-        folder = "/run/mailvane/web"
-        self.assertEqual(os.stat(folder).st_mode & 0o777, 0o750)
-        self.assertEqual(os.stat(folder + "/fcgi.sock").st_mode & 0o777, 0o660)
-        self.assertEqual(os.stat(ETC + "/htpasswd").st_mode & 0o777, 0o640)
+            self.assertEqual(request(path).status, 404, path)
 
     def test_an_administrator_is_made(self):
         def make(password):
@@ -71,7 +62,3 @@ class Web(harness.Story):
         self.assertIn(answer.status, (500, 502))
         self.assertNotIn(b"success", answer.body)
         self.assertRegex(log.lines()[0], r"mailvane:\d+ invalid action: nonsense$")
-
-
-if __name__ == "__main__":
-    unittest.main()

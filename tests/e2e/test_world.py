@@ -56,17 +56,6 @@ class World(unittest.TestCase):
             self.assertIsNone(bystander.poll())
             bystander.kill()
 
-    def test_what_it_brings(self):
-        self.world("start", "--net", "--bind", FOLDER)
-        logged = self.inside("logger -t somebody 'one\ttwo'; "
-                             "until [ -s /var/log/syslog ]; do sleep .01; done; "
-                             "sed 's,.*somebody,somebody,' /var/log/syslog").stdout
-        self.assertEqual(logged, "somebody: one#011two\n")
-        self.assertEqual(self.inside("grep -c yes /etc/haldinfo.conf").stdout, "3\n")
-        self.assertEqual(self.inside("stat -c %a /var/log/syslog").stdout, "600\n")
-        self.inside("touch %s/from-inside" % self.state)
-        self.assertTrue(os.path.exists(self.state + "/from-inside"))
-
 
 if __name__ == "__main__":
     if os.geteuid() != 0:
