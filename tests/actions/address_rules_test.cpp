@@ -1,20 +1,15 @@
 // Access lists, blind copies, sender quotas, refused attachments.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Refusal;
+using namespace recording;
 
 namespace {
 
-class AddressRules : public recording::ActionTest {
+class AddressRules : public ActionTest {
 protected:
     void Prepare() override
     {
@@ -182,7 +177,7 @@ TEST_F(AddressRules, TheCopyOfAllMailIsRowZeroOfTheList)
         want["total"] = row.counted ? 2 : 1;
         if (row.shown) want["items"].append(ParseJson(R"({"type": 2, "bcc_to": "Ops@x"})"));
         want["items"].append(ParseJson(R"({"type": 1, "name": "n", "bcc_to": "t"})"));
-        EXPECT_EQ(Read("load_bcc", row.parameters).output, Answer(recording::Compact(want)));
+        EXPECT_EQ(Read("load_bcc", row.parameters).output, Answer(Compact(want)));
         EXPECT_NE(world.Calls().find(std::string("BCC::getAllBCCList ") + row.filter),
                   std::string::npos)
             << world.Calls();

@@ -1,18 +1,15 @@
 // Who may become a member of an alias, and the names of accounts.
-#include <gtest/gtest.h>
 
 #include "addresses/account_names.h"
 #include "tests/recording/action_test.h"
 
-using recording::Account;
-using recording::Answer;
-using recording::ParseJson;
+using namespace recording;
 
 namespace {
 
 using Parameters = std::map<std::string, std::string>;
 
-class Candidates : public recording::ActionTest {
+class Candidates : public ActionTest {
 protected:
     void Prepare() override
     {
@@ -183,7 +180,7 @@ TEST_F(Candidates, FailWithoutAMessage)
         world.Fail(row.failing, row.nth);
         Parameters parameters = edit;
         parameters["rolefilter"] = row.filter;
-        EXPECT_EQ(Read("alias_mem_enum", parameters).output, Answer(recording::kFailure));
+        EXPECT_EQ(Read("alias_mem_enum", parameters).output, Answer(kFailure));
         world.ExpectLogs(row.log);
         NextCase();
     }

@@ -1,17 +1,13 @@
 // Aliases: the list, one alias, deletion, export.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::kFailure;
-using recording::kSuccess;
-using recording::Lines;
+using namespace recording;
 
 namespace {
 
-class Aliases : public recording::ActionTest {
+class Aliases : public ActionTest {
 protected:
     void Prepare() override
     {
@@ -24,7 +20,7 @@ protected:
     std::string Listed(std::map<std::string, std::string> parameters)
     {
         const std::string output = Read("alias_enum", std::move(parameters)).output;
-        const Json::Value answer = recording::ParseJson(output.substr(output.find('\n')));
+        const Json::Value answer = ParseJson(output.substr(output.find('\n')));
         std::string text;
         for (const Json::Value& item : answer["items"]) text += item["alias_name"].asString() + " ";
         return text + "of " + answer["total"].asString();
@@ -120,7 +116,7 @@ alias_del {"alias": ["sales", "none"]} | Alias::load > Alias::delAlias [sales, n
     for (const char* before : {"", "empty"}) {
         const std::string body = R"({"aliasname": "sales", "orgalias": ")";
         EXPECT_EQ(Write("apply_alias_info", body + before + "\"}").output,
-                  recording::Refusal("error", "alias_conflict"));
+                  Refusal("error", "alias_conflict"));
         EXPECT_EQ(world.Calls(), Lines({"Alias::load"}));
         NextCase();
     }

@@ -1,5 +1,4 @@
 // The road of a request from its start to the action, and every way it ends early.
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <stdexcept>
@@ -9,13 +8,11 @@
 #include "tests/recording/action_test.h"
 #include "tests/recording/output_capture.h"
 
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
+using namespace recording;
 
 namespace {
 
-class Dispatch : public recording::ActionTest {
+class Dispatch : public ActionTest {
 protected:
     /// A request that must end with exit status 255, no output and one log line. The number of that
     /// line.
@@ -36,7 +33,7 @@ protected:
 };
 
 template <typename Exception>
-recording::World::Effect Throws(const char* text)
+World::Effect Throws(const char* text)
 {
     return [text]() -> int { throw Exception(text); };
 }
@@ -159,15 +156,15 @@ TEST_F(Dispatch, OnlyLogsWhatTheDestructorThrows)
     world.Fail("Postfix::LoadSettings");
     const Reply reply = Read("load_smtp");
     EXPECT_EQ(reply.status, 0);
-    EXPECT_EQ(reply.output, recording::SystemError());
+    EXPECT_EQ(reply.output, SystemError());
     world.ExpectLog("late");
 }
 
 TEST_F(Dispatch, CanRefuseADemonstration)
 {
-    const recording::OutputCapture capture;
+    const OutputCapture capture;
     MailvaneHandler().SendDemoRefusal();
-    EXPECT_EQ(capture.Bytes(), recording::Refusal("common", "error_demo"));
+    EXPECT_EQ(capture.Bytes(), Refusal("common", "error_demo"));
 }
 
 TEST_F(Dispatch, LetsThroughWhatIsNoStandardException)

@@ -1,26 +1,21 @@
 // load_smtp
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
+using namespace recording;
 
 namespace {
 
 const std::string kHomes = "/etc/haldinfo.conf";
 const std::string kRealm = "/usr/hald/etc/smb.conf";
 
-class LoadSmtp : public recording::ActionTest {
+class LoadSmtp : public ActionTest {
 protected:
     /// The answer with all stored settings, the password masked, and these members besides.
     std::string StoredWith(const std::string& members)
     {
         Json::Value body = world.postfix.ToJson();
         body["smtp_relay_password"] = "";
-        return Answer(recording::Compact(recording::With(body, members)));
+        return Answer(Compact(With(body, members)));
     }
 };
 

@@ -1,14 +1,10 @@
 // Pages of the mail log: list, search, downloads, files, statistic.
-#include <gtest/gtest.h>
 
 #include <fstream>
 
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::Lines;
-using recording::ParseJson;
+using namespace recording;
 
 namespace {
 
@@ -66,7 +62,7 @@ const char kExportHead[] =
     "<table border=1 width=95%>\n<tr>\n"
     "<th>Id</th><th>D</th><th>T</th><th>From</th><th>To</th><th>Size</th><th>Status</th></tr>\n";
 
-class MailLogPages : public recording::ActionTest {
+class MailLogPages : public ActionTest {
 protected:
     void Prepare() override
     {
@@ -344,6 +340,6 @@ TEST_F(MailLogPages, OverviewShowsCountsOrKilobytesOfEachPeriod)
     for (const char* type : {"0", "1"}) {
         world.keyValueFiles.clear();
         EXPECT_EQ(Read("overview_load", {{"type", type}}).output,
-                  recording::Refusal("warning", "err_enable_homes"));
+                  Refusal("warning", "err_enable_homes"));
     }
 }

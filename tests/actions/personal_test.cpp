@@ -1,22 +1,14 @@
 // Personal settings and the report: forwarding, replies, replies to single senders, report.
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::PersonalData;
-using recording::Refusal;
-using recording::SystemError;
+using namespace recording;
 
 namespace {
 
-using LoadPersonal = recording::ActionTest;
-using SavePersonal = recording::ActionTest;
-using ReplyList = recording::ActionTest;
-using Report = recording::ActionTest;
+using LoadPersonal = ActionTest;
+using SavePersonal = ActionTest;
+using ReplyList = ActionTest;
+using Report = ActionTest;
 
 const char kMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
 

@@ -1,21 +1,13 @@
 // save_smtp
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
-using recording::With;
+using namespace recording;
 
 namespace {
 
 const std::string kHomes = "HLIBCFileCheckKeyValue /etc/haldinfo.conf ";
 
-class SaveSmtp : public recording::ActionTest {
+class SaveSmtp : public ActionTest {
 protected:
     /// A running server.
     void Prepare() override { world.postfix.Set(ParseJson(R"({"smtp_enabled": true})")); }
@@ -85,7 +77,7 @@ TEST_F(SaveSmtp, ReadsMissingMembersAsOffAndKeepsWhatIsStored)
     const Reply reply =
         Write("save_smtp", R"({"account_type": "local", "acc_domain_name": "example.com"})");
     EXPECT_EQ(reply.output, Answer(kSuccess));
-    EXPECT_EQ(recording::PlanText(world.plan),
+    EXPECT_EQ(PlanText(world.plan),
               "postfix service:stop, dkim service:restart, dmarc service:restart, hup firewall:");
     EXPECT_EQ(PortQuestions(), "");
     EXPECT_EQ(Stored(), before);
@@ -138,7 +130,7 @@ TEST_F(SaveSmtp, NeedsTheHomesOfTheRequestedAccountType)
         world.keyValueFiles["/etc/haldinfo.conf"][row.key] = "no";
         const Reply reply =
             Save(std::string(R"({"smtp_port": 26, "account_type": )") + row.type + "}");
-        EXPECT_EQ(reply.output, recording::Refusal("error", "no_user_home"));
+        EXPECT_EQ(reply.output, Refusal("error", "no_user_home"));
         EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + row.key + " yes 0"}));
         EXPECT_EQ(Stored(), before);
         NextCase();
@@ -219,7 +211,7 @@ TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
 
     const std::string before = Stored();
     world.Fail("Spam::GenerateBlackWhite");
-    EXPECT_EQ(Save(R"({"acc_domain_name": "example.org"})").output, recording::SystemError());
+    EXPECT_EQ(Save(R"({"acc_domain_name": "example.org"})").output, SystemError());
     EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
     EXPECT_EQ(Stored(), before);
     world.ExpectLog(1122, "generate spam black white list fail");
@@ -227,6 +219,6 @@ TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
     NextCase();
 
     world.Fail("Postfix::SaveSettings");
-    EXPECT_EQ(Save(R"({"smtp_port": 26})").output, recording::SystemError());
+    EXPECT_EQ(Save(R"({"smtp_port": 26})").output, SystemError());
     EXPECT_EQ(Stored(), before);
 }

@@ -1,17 +1,11 @@
 // Key pair of the signer, security page, status of the anti-virus side.
-#include <gtest/gtest.h>
 
 #include <cerrno>
 
 #include "filtering/anti_virus_status.h"
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
+using namespace recording;
 
 namespace {
 
@@ -28,10 +22,10 @@ const std::string kAskPublic = "HLIBCFileExist " + kPublic;
 const std::string kRestartSigner =
     "HLIBCExec /var/packages/Mailvane/target/scripts/opendkim.sh restart";
 
-using GenerateDkimKey = recording::ActionTest;
-using AntiVirus = recording::RecordedTest;
+using GenerateDkimKey = ActionTest;
+using AntiVirus = RecordedTest;
 
-class Security : public recording::ActionTest {
+class Security : public ActionTest {
 protected:
     void Prepare() override { world.publicKey = kBegin + "\nQUJD\n" + kEnd + "\n"; }
 
@@ -39,7 +33,7 @@ protected:
     Json::Value Stored(const std::string& changes = "{}")
     {
         const std::string scanner = Compact(world.mailScanner.ToJson());
-        return recording::With(recording::With(world.postfix.ToJson(), scanner), changes);
+        return With(With(world.postfix.ToJson(), scanner), changes);
     }
 
     /// Saves what is stored, with these members changed.
@@ -265,13 +259,13 @@ TEST_F(Security, AFailureOfANewKeyPairEndsTheRequest)
         const std::string message = "Failed to " + row.call.substr(0, row.call.find(' '));
         world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
         world.Fail(row.call);
-        EXPECT_EQ(Read("generate_dkim_key").output, recording::SystemError());
+        EXPECT_EQ(Read("generate_dkim_key").output, SystemError());
         EXPECT_EQ(world.Calls(), "Postfix::LoadSettings\n" + calls);
         world.ExpectLog(row.line, message);
         NextCase();
 
         world.Fail(row.call);
-        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, recording::SystemError());
+        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, SystemError());
         EXPECT_EQ(
             world.Calls(),
             Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings", kAskPublic}) + calls);

@@ -1,14 +1,11 @@
 // Change of the account source: what is parked, brought back and rebuilt.
 #include "services/account_domain.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 
 #include "tests/recording/action_test.h"
 
-using recording::Lines;
-using recording::ParseJson;
+using namespace recording;
 
 namespace {
 
@@ -40,7 +37,7 @@ const std::vector<std::string> kWholeSwitch = {
     "HLIBCFileSetKeyValue " + kConf + " always_bcc ldap@example.com 0",
 };
 
-class AccountDomain : public recording::RecordedTest {
+class AccountDomain : public RecordedTest {
 protected:
     int Change(const std::string& request)
     {
@@ -116,7 +113,7 @@ TEST_F(AccountDomain, LeavesNoLiveDataAfterASwitchToANewCombination)
 
 TEST_F(AccountDomain, RestoresEverythingOnTheWayBack)
 {
-    const recording::Machine before = world;
+    const Machine before = world;
     ParkLdapData();
     EXPECT_EQ(Change(kToLdap), 0);
     world.postfix.Set(ParseJson(kToLdap));
@@ -160,7 +157,7 @@ TEST_F(AccountDomain, StopsAtEachFailureWithItsLogLines)
         EXPECT_EQ(Change(kToLdap), -1);
         const auto end = kWholeSwitch.begin() + static_cast<std::ptrdiff_t>(row.step) + 1;
         EXPECT_EQ(calls, Lines({kWholeSwitch.begin(), end}));
-        for (const std::string& line : recording::Split(row.logs, "; ")) {
+        for (const std::string& line : Split(row.logs, "; ")) {
             EXPECT_EQ(world.TakeLog(), "mailvane:" + line);
         }
         NextCase();

@@ -1,12 +1,10 @@
 // Control scripts, maps, held mail, packet filter.
 #include "frame/service_control.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
 using ServiceControl = recording::RecordedTest;
-using recording::Lines;
+using namespace recording;
 
 TEST_F(ServiceControl, RunsTheCommandOfEachFunctionAndReturnsItsResult)
 {

@@ -1,7 +1,6 @@
 // Typed settings and JSON, in both directions.
 #include "frame/settings_json.h"
 
-#include <gtest/gtest.h>
 #include <json/value.h>
 
 #include <stdexcept>
@@ -9,16 +8,15 @@
 #include "platform/mailvane/imap_pop3.h"
 #include "tests/recording/action_test.h"
 
-using recording::Compact;
-using recording::ParseJson;
+using namespace recording;
 
 namespace {
 
-class SettingsJson : public recording::RecordedTest {
+class SettingsJson : public RecordedTest {
 protected:
     void Prepare() override
     {
-        world.imapPop3 = recording::Settings();
+        world.imapPop3 = Settings();
         world.imapPop3.Add("number", 7).Add<std::string>("text", "old").Add("flag", true);
     }
 
