@@ -63,11 +63,8 @@ int HLIBUserRealNameGet(const char* login, char* buffer, int size)
     return result;
 }
 
-int HLIBServiceIsEnabled(const char* service)
-{
-    return CallOr(static_cast<int>(TheWorld().enabledServices.count(service)),
-                  "HLIBServiceIsEnabled", service);
-}
+NOTED_OR(TheWorld().enabledServices.count(service), HLIBServiceIsEnabled, (const char* service),
+         (service));
 
 int HALDUserGet(const char* name, HALDUser** user)
 {
@@ -108,15 +105,8 @@ int HALDGroupListMember(const char* group, HLIBCSzList** list)
     return result;
 }
 
-int HALDWinsIsJoined()
-{
-    return CallOr(TheWorld().domainJoined ? 1 : 0, "HALDWinsIsJoined");
-}
-
-int HALDLDAPIsBinded()
-{
-    return CallOr(TheWorld().ldapSuffix ? 1 : 0, "HALDLDAPIsBinded");
-}
+NOTED_OR(TheWorld().domainJoined, HALDWinsIsJoined, (), ());
+NOTED_OR(TheWorld().ldapSuffix.has_value(), HALDLDAPIsBinded, (), ());
 
 int HALDLDAPLoginSuffixGet(char* buffer, int size)
 {

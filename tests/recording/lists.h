@@ -17,11 +17,10 @@ inline Words Describe(const Filter& filter)
             Line("search", filter.searchType, filter.searchKey) + "}"};
 }
 
-/// Writes the text of an export to a file that exists; gives `result` through.
-inline int Export(int result, const std::string& path)
+/// Writes the text of an export to a file that exists.
+inline void WriteExport(const std::string& path)
 {
-    if (result >= 0) std::ofstream(path, std::ios::binary) << TheWorld().exportText;
-    return result;
+    std::ofstream(path, std::ios::binary) << TheWorld().exportText;
 }
 
 }  // namespace recording
