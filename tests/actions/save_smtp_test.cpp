@@ -115,6 +115,54 @@ TEST_F(SaveSmtp, ChecksThenSwitchesTheAccountThenSaves)
     world.ExpectLog(1083, "get key:always_bcc from " + parked + "ldap_example.com_alwaysBCC fail");
 }
 
+TEST_F(SaveSmtp, PlansTheStepsOfEachChangeInOrder)
+{
+    const std::string restart = "postfix service:restart";
+    const std::string account =
+        "dovecot service:restart, regenerate mailvane db setting:, generate login map:, ";
+    const struct {
+        const char *stored, *wanted;
+        std::string plan;
+    } rows[] = {
+        {"{}", R"({"smtp_enabled": false})", "postfix service:stop"},
+        {R"({"smtp_enabled": false})", R"({"smtp_enabled": true})", "postfix service:start"},
+        {R"({"smtp_enabled": false})", "{}", restart},
+        {"{}", R"({"account_type": "ldap"})", account + restart},
+        {"{}", R"({"acc_domain_name": "Example.com"})", account + restart},
+        {"{}", R"({"acc_domain_name": "example.comx"})", account + restart},
+        // the same bytes, split elsewhere
+        {R"({"account_type": "locale", "acc_domain_name": "xample.com"})",
+         R"({"account_type": "local", "acc_domain_name": "example.com"})", account + restart},
+        {"{}", R"({"restrict_sender": true})", "generate login map:, " + restart},
+        {R"({"restrict_sender": true})", R"({"restrict_sender": false})", restart},
+        {R"({"restrict_sender": true})", R"({"account_type": "ldap", "restrict_sender": false})",
+         account + restart},
+        // signer and checker by their stored switches, when the host name changes
+        {R"({"enable_dkim": true})", R"({"smtp_hostname": "mx"})",
+         restart + ", dkim service:restart"},
+        {R"({"enable_dmarc": true})", R"({"smtp_hostname": "mx", "enable_dmarc": false})",
+         restart + ", dmarc service:restart"},
+        {"{}", R"({"smtp_hostname": "mx", "enable_dkim": true, "enable_dmarc": true})", restart},
+        {"{}", R"({"smtp_port": 2525})", restart + ", hup firewall:"},
+        {"{}", R"({"smtps_port": 4650})", restart + ", hup firewall:"},
+        {"{}", R"({"smtp_enabled": false, "smtp_tls_port": 0})",
+         "postfix service:stop, hup firewall:"},
+        {R"({"smtp_enabled": false, "enable_dkim": true, "enable_dmarc": true})",
+         R"({"smtp_enabled": true, "account_type": "win", "restrict_sender": true,
+             "smtp_hostname": "mx", "smtp_port": 26})",
+         account + "postfix service:start, dkim service:restart, dmarc service:restart, "
+                   "hup firewall:"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.stored) + " " + row.wanted);
+        world.postfix.Set(ParseJson(row.stored));
+        EXPECT_EQ(Save(row.wanted).output, Answer(kSuccess));
+        EXPECT_EQ(PlanText(world.plan), row.plan);
+        world.TakeLog();  // nothing is parked for a new account source
+        NextCase();
+    }
+}
+
 TEST_F(SaveSmtp, NeedsTheHomesOfTheRequestedAccountType)
 {
     const struct {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "tests/recording/json_text.h"
 
 namespace recording {
@@ -38,12 +36,6 @@ Settings FromJson(const char* text)
 }
 
 }  // namespace
-
-Settings& Settings::AddRaw(const std::string& name, boost::any key, boost::any value)
-{
-    entries_.push_back({name, std::move(key), std::move(value)});
-    return *this;
-}
 
 void Settings::Set(const Json::Value& members)
 {

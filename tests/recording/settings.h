@@ -17,11 +17,9 @@ public:
     template <typename T>
     Settings& Add(const std::string& name, T value)
     {
-        return AddRaw(name, Key<T>(name), Value<T>(value));
+        entries_.push_back({name, Key<T>(name), Value<T>(value)});
+        return *this;
     }
-
-    /// Adds a setting whose key, or value, is of any type.
-    Settings& AddRaw(const std::string& name, boost::any key, boost::any value);
 
     /// Sets what `members` names, each by the type of its key. A name without a key fails the test.
     void Set(const Json::Value& members);
