@@ -18,12 +18,6 @@ using SpamRules = Filtering;
 using BlackWhiteList = Filtering;
 using AntiVirusPage = Filtering;
 
-std::string Download(const std::string& name, const std::string& text)
-{
-    return "Content-Type:application/octet-stream\nContent-Disposition:attachment; filename=\"" +
-           name + "\"\n\n" + text;
-}
-
 }  // namespace
 
 /// A table of failures where the filter looks for spam.

@@ -143,6 +143,12 @@ std::string Answer(const std::string& json)
     return "[header ]\n" + Compact(ParseJson(json)) + "\n";
 }
 
+std::string Download(const std::string& name, const std::string& bytes)
+{
+    return "Content-Type:application/octet-stream\nContent-Disposition:attachment; filename=\"" +
+           name + "\"\n\n" + bytes;
+}
+
 std::string Refusal(const std::string& section, const std::string& key)
 {
     return Answer(R"({"success": false, "errinfo": {"sec": ")" + section + R"(", "key": ")" + key +
