@@ -1,7 +1,10 @@
 // Aliases, access lists, blind copies, sender quotas and attachment types: changes are noted, not
 // carried out.
+#include <algorithm>
+
 #include "platform/mailvane/attachment_filter.h"
-#include "tests/recording/lists.h"
+#include "platform/mailvane/filter.h"
+#include "tests/recording/call.h"
 
 using recording::Call;
 using recording::CallOr;
@@ -10,13 +13,18 @@ using recording::WriteExport;
 
 namespace {
 
-using recording::Describe;
 using recording::Line;
 using recording::Word;
 
 using Text = std::string;
 using Texts = std::list<std::string>;
 using Members = std::list<MemberInfo>;
+
+recording::Words Describe(const Filter& filter)
+{
+    return {Line("{start", filter.start) + " " + Line("limit", filter.limit) + " " +
+            Line("search", filter.searchType, filter.searchKey) + "}"};
+}
 
 recording::Words Describe(const Members& members)
 {

@@ -86,6 +86,9 @@ struct Operation {
     }
 };
 
+/// Writes the text of an export to a file that exists.
+void WriteExport(const std::string& path);
+
 /// Copies a text to a buffer of `size` bytes, cut to fit.
 void CopyText(const std::string& text, char* buffer, int size);
 

@@ -1,7 +1,7 @@
 // Spam rule sets, black and white lists: changes are noted, not carried out.
 #include "platform/mailvane/spam.h"
 
-#include "tests/recording/lists.h"
+#include "tests/recording/call.h"
 
 using recording::Call;
 using recording::Line;
