@@ -142,15 +142,6 @@ TEST_F(Candidates, OfUnknownStatusAreListedAllTheSame)
     EXPECT_EQ(Listed(groups), "staff -1, 2 and 0");
     world.ExpectLog("fail to get member list");
     NextCase();
-
-    world.Fail("HLIBCSzListAlloc", 3);  // after the page and the candidates
-    EXPECT_EQ(Listed(groups), "staff -1, 2 and 0");
-    world.ExpectLog("Out of memory");
-    NextCase();
-
-    world.Fail("HLIBCSzListPush bob", 2);  // to the page
-    EXPECT_EQ(Listed({{"start", "1"}, {"limit", "1"}}), "carol 1, 2 and 0");
-    world.ExpectLog("HLIBCSzListPush failed");
 }
 
 TEST_F(Candidates, FailWithoutAMessage)

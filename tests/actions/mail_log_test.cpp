@@ -153,13 +153,6 @@ TEST_F(MailLogPages, ShowSizesAndStatusInTheirWords)
     want["items"] = items;
     EXPECT_EQ(Read("load_log").output, Answer(Compact(want)));
     EXPECT_EQ(Read("search_log").output, Answer(Compact(want)));
-
-    // A language without texts leaves the words empty.
-    world.texts = Json::Value();
-    world.logRows.resize(1);
-    want = ParseJson(R"({"success": true, "total": 1})");
-    want["items"].append(Row("<m>", "0KB", ""));
-    EXPECT_EQ(Read("load_log").output, Answer(Compact(want)));
 }
 
 TEST_F(MailLogPages, SearchPassesItsPageOnAndShowsOneEmptyRowForNone)

@@ -141,7 +141,8 @@ TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
 
 TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 {
-    world.mailScanner.Add("recipient_limit", 1);
+    world.mailScanner =
+        Settings(Compact(With(world.mailScanner.ToJson(), R"({"recipient_limit": 1})")));
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "recipient_limit": 1000})");
     EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings",
                                     "IsSupportAntiVirus", kAskPublic}));
@@ -226,6 +227,44 @@ TEST_F(Security, SaveComparesEachMemberWithTheSettingOfItsName)
         EXPECT_EQ(Save().output, Answer(kSuccess));
         const std::string again = row.name == "enable_dkim" ? "dkim service:restart" : "";
         EXPECT_EQ(world.Calls(), SaveCalls(row.scanner, row.server) + SaveCalls(kStays, again));
+        NextCase();
+    }
+}
+
+TEST_F(Security, SavePlansTheStepsOfEachChangeInOrder)
+{
+    const std::string restart = "mailscanner service:restart";
+    const std::string server = "postfix service:restart";
+    const struct {
+        const char *stored, *wanted;
+        std::string scanner, server;
+    } rows[] = {
+        {R"({"spam_enable": true})", R"({"spam_enable": true})", restart, ""},
+        {R"({"spam_enable": true})", R"({"spam_enable": false, "anti_virus_enable": true})",
+         restart + ", anti-virus service:start", ""},
+        {R"({"anti_virus_enable": true, "spam_enable": true})", R"({"anti_virus_enable": false})",
+         restart + ", anti-virus service:stop", ""},
+        {R"({"enable_dangerous_content_scan": true})",
+         R"({"enable_dangerous_content_scan": false})", "mailscanner service:stop",
+         server + ", requeue hold:"},
+        {R"({"reject_sasl_sender_rate_exceed": true})", R"({"smtpd_sasl_sender_rate_limit": 1})",
+         restart, "memcache service:restart, " + server},
+        {R"({"smtpd_sasl_sender_rate_limit": 1})",
+         R"({"reject_sasl_sender_rate_exceed": true, "smtpd_sasl_sender_rate_limit": 2})", restart,
+         "memcache service:start, " + server},
+        {"{}", R"({"enable_dkim": true, "enable_dmarc": true, "enable_spf_check": true,
+                   "reject_sasl_sender_rate_exceed": true})",
+         restart, "dkim service:start, dmarc service:start, memcache service:start, " + server},
+        {R"({"enable_dkim": true, "enable_dmarc": true, "spam_dnsbl_enable": true})", "{}", restart,
+         "dkim service:restart"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.stored) + " " + row.wanted);
+        world.files[kPublic] = "";
+        EXPECT_EQ(Save(row.stored).output, Answer(kSuccess));
+        const std::size_t before = world.Calls().size();
+        EXPECT_EQ(Save(row.wanted).output, Answer(kSuccess));
+        EXPECT_EQ(world.Calls().substr(before), SaveCalls(row.scanner, row.server));
         NextCase();
     }
 }

@@ -13,13 +13,10 @@ namespace recording {
 
 class Settings {
 public:
-    /// Adds a setting of a supported type behind the others.
-    template <typename T>
-    Settings& Add(const std::string& name, T value)
-    {
-        entries_.push_back({name, Key<T>(name), Value<T>(value)});
-        return *this;
-    }
+    Settings() = default;
+
+    /// Settings of the names, types and values of a JSON object's members.
+    explicit Settings(const std::string& text);
 
     /// Sets what `members` names, each by the type of its key. A name without a key fails the test.
     void Set(const Json::Value& members);

@@ -16,8 +16,7 @@ class SettingsJson : public RecordedTest {
 protected:
     void Prepare() override
     {
-        world.imapPop3 = Settings();
-        world.imapPop3.Add("number", 7).Add<std::string>("text", "old").Add("flag", true);
+        world.imapPop3 = Settings(R"({"number": 7, "text": "old", "flag": true})");
     }
 
     /// Loads the settings and stores what the conversion made of them.
