@@ -77,10 +77,7 @@ TEST_F(Candidates, AreOfTheKindAndTheSourceAskedFor)
 
 TEST_F(Candidates, ArePagedAndFollowedByTheOtherMembers)
 {
-    const struct {
-        Parameters parameters;
-        const char* want;
-    } rows[] = {
+    const std::pair<Parameters, const char*> rows[] = {
         {{}, "3 and 0"},
         {{{"aliasname", "sales"}, {"limit", "1"}}, "alice 1, 3 and 0"},
         {{{"aliasname", "sales"}, {"actionop", "Edit"}}, "3 and 0"},
@@ -98,9 +95,9 @@ TEST_F(Candidates, ArePagedAndFollowedByTheOtherMembers)
         {{{"aliasname", "sales"}, {"rolefilter", "localgrp"}, {"actionop", "edit"}, {"limit", "1"}},
          "+staff 1, 2 and 4"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.want);
-        EXPECT_EQ(Listed(row.parameters), row.want);
+    for (const auto& [parameters, want] : rows) {
+        SCOPED_TRACE(want);
+        EXPECT_EQ(Listed(parameters), want);
         NextCase();
     }
 }

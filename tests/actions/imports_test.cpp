@@ -128,7 +128,6 @@ TEST_F(Uploads, AreSpooledWhenTheyAreLargeAndThereIsRoom)
     } rows[] = {
         {10485759, false, true, "common", "error_no_enough_space",
          "/tmp doesn't have enough spaces"},
-        {-1, false, true, "common", "error_no_enough_space", "/tmp doesn't have enough spaces"},
         {10485760, true, true, "user", "user_file_upload_fail", "Failed to save upload file."},
         {10485760, false, false, "user", "user_file_upload_fail", "upload file null"},
         {10485760, false, true, "", "", ""},

@@ -42,19 +42,17 @@ TEST_F(LoadSmtp, FailsWhenTheSettingsCannotBeLoaded)
 
 TEST_F(LoadSmtp, AsksForTheHomesOfTheStoredAccountType)
 {
-    const struct {
-        const char* type;
-        const char* key;
-    } rows[] = {{"local", "userHomeEnable"}, {"ldap", "enableluserhome"},
-                {"win", "enableduserhome"},  {"other", "userHomeEnable"},  // unlike the save
-                {"", "userHomeEnable"},      {"LDAP", "userHomeEnable"}};
-    for (const auto& row : rows) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"local", "userHomeEnable"}, {"ldap", "enableluserhome"},
+        {"win", "enableduserhome"},  {"other", "userHomeEnable"},  // unlike the save
+        {"", "userHomeEnable"},      {"LDAP", "userHomeEnable"}};
+    for (const auto& [account, key] : rows) {
         for (const char* value : {"yes", "no", "Yes"}) {
-            SCOPED_TRACE(std::string(row.type) + " " + value);
+            SCOPED_TRACE(std::string(account) + " " + value);
             Json::Value type;
-            type["account_type"] = row.type;
+            type["account_type"] = account;
             world.postfix.Set(type);
-            world.keyValueFiles[kHomes] = {{row.key, value}};
+            world.keyValueFiles[kHomes] = {{key, value}};
             const Reply reply = Read("load_smtp");
             const bool on = std::string(value) == "yes";
             const std::string flag =
@@ -76,7 +74,6 @@ TEST_F(LoadSmtp, ListsTheAccountSourcesOfTheMachine)
         std::string want;
     } rows[] = {
         {"alone", false, false, false, local},
-        {"winbind without a domain", true, false, false, local},
         {"a domain without winbind", false, true, false, local},
         {"a domain", true, true, false, local + "," + win},
         {"LDAP", false, false, true, local + "," + ldap},

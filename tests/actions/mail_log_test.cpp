@@ -198,16 +198,6 @@ log_enum | ... > HLIBCFileEnumDir | null | enum log fail
         world.ExpectLog(row.log);
         NextCase();
     }
-
-    // A number that cannot be had is the page's own for the list, the asked one for the search.
-    world.Fail("MailLog::getLogNum");
-    world.logRows = {Entry("<m>")};
-    for (const auto& [action, total] : {std::pair{"load_log", 1}, {"search_log", 50}}) {
-        Json::Value want = ParseJson(R"({"success": true})");
-        want["items"].append(Row("<m>", "1.5KB", "sent"));
-        want["total"] = total;
-        EXPECT_EQ(Read(action, {{"limit", "50"}}).output, Answer(Compact(want)));
-    }
 }
 
 TEST_F(MailLogPages, ExportWritesPagesOfAHundredEntriesAndLeavesOneOutAfterEach)

@@ -25,7 +25,6 @@ const std::vector<ListChange> kDomainChanges = {
      "Postfix::DeleteDomain a\nPostfix::AddDomain b\n"},
     {"delete_domain", R"({"domainList": [{"domain": "b"}, {}]})",
      "Postfix::DeleteDomain b\nPostfix::DeleteDomain \"\"\n"},
-    {"delete_domain", R"({"domainList": []})", ""},
     {"delete_domain", "{}", ""},
 };
 
@@ -35,7 +34,6 @@ const std::vector<ListChange> kBlocklistChanges = {
      "Postfix::DeleteDNSBL z t\nPostfix::AddDNSBL y \"\"\n"},
     {"del_dnsb", R"({"dnsbList": [{"server": "y", "type": "u"}, {}]})",
      "Postfix::DeleteDNSBL y u\nPostfix::DeleteDNSBL \"\" \"\"\n"},
-    {"del_dnsb", R"({"dnsbList": null})", ""},
 };
 
 class ListChanges : public ActionTest {
@@ -83,7 +81,6 @@ TEST_F(Mailboxes, AreRestartedByEachSaveAndReportThePortsThatAnotherPackageHolds
         bool otherPackage, alive;
         const char* ports;
     } rows[] = {
-        {"{}", false, false, nullptr},
         {"{}", false, true, nullptr},
         {R"({"pop3_enabled": true})", true, true, nullptr},
         {R"({"pop3_enabled": true, "pop3_port": 1110, "imap_enabled": false, "imaps_port": 1})",
@@ -132,8 +129,6 @@ TEST_F(Relay, NeverAnswersThePasswordAndRestartsAServerThatIsOnAfterTheSave)
         {false, R"({"smtp_relay_password": " ", "smtp_enabled": true})", " ",
          "postfix service:restart"},
         {false, R"({"smtp_relay_password": "\ufffd"})", "\uFFFD", ""},  // means nothing here
-        {false, R"({"smtp_relay_server": "relay", "smtp_relay_port": 2525, "enable_dmarc": true})",
-         "stored-secret", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.body);

@@ -165,21 +165,17 @@ TEST_F(SaveSmtp, PlansTheStepsOfEachChangeInOrder)
 
 TEST_F(SaveSmtp, NeedsTheHomesOfTheRequestedAccountType)
 {
-    const struct {
-        const char* type;
-        const char* key;
-    } rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {R"("local")", "userHomeEnable"}, {R"("ldap")", "enableluserhome"},
         {R"("win")", "enableduserhome"},  {R"("other")", "enableduserhome"},  // unlike the load
         {R"("")", "enableduserhome"},     {"null", "enableduserhome"}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.type);
+    for (const auto& [type, key] : rows) {
+        SCOPED_TRACE(type);
         const std::string before = Stored();
-        world.keyValueFiles["/etc/haldinfo.conf"][row.key] = "no";
-        const Reply reply =
-            Save(std::string(R"({"smtp_port": 26, "account_type": )") + row.type + "}");
+        world.keyValueFiles["/etc/haldinfo.conf"][key] = "no";
+        const Reply reply = Save(R"({"smtp_port": 26, "account_type": )" + type + "}");
         EXPECT_EQ(reply.output, Refusal("error", "no_user_home"));
-        EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + row.key + " yes 0"}));
+        EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + key + " yes 0"}));
         EXPECT_EQ(Stored(), before);
         NextCase();
     }
@@ -226,22 +222,18 @@ TEST_F(SaveSmtp, NamesTheFirstPortInConflictAndSavesNothing)
 {
     const std::string wanted = R"({"smtp_port": 1, "smtps_port": 2, "smtp_tls_port": 3,
         "smtp_ssl_enabled": true, "smtp_tls_enabled": true, "account_type": "ldap"})";
-    const struct {
-        std::string question;
-        std::string label;
-    } ports[] = {{std::string(kPlain) + "1 1", "SMTP"},
-                 {std::string(kSsl) + "2 2", "SMTP-SSL"},
-                 {std::string(kTls) + "3 3", "SMTP-TLS"}};
+    const std::pair<std::string, std::string> ports[] = {{std::string(kPlain) + "1 1", "SMTP"},
+                                                         {std::string(kSsl) + "2 2", "SMTP-SSL"},
+                                                         {std::string(kTls) + "3 3", "SMTP-TLS"}};
     std::string asked;
-    for (const auto& port : ports) {
-        asked += port.question + "\n";
+    for (const auto& [question, label] : ports) {
+        asked += question + "\n";
         for (const int result : {1, -1}) {  // any result but 0 is a conflict
-            SCOPED_TRACE(port.label);
+            SCOPED_TRACE(label);
             const std::string before = Stored();
-            world.Return("WebUtils::IsPortConflict " + port.question, result);
+            world.Return("WebUtils::IsPortConflict " + question, result);
             const std::string errinfo =
-                R"({"sec": "error", "key": "error_port_conflict", "errField": ")" + port.label +
-                "\"}";
+                R"({"sec": "error", "key": "error_port_conflict", "errField": ")" + label + "\"}";
             EXPECT_EQ(Save(wanted).output,
                       Answer(R"({"success": false, "errinfo": )" + errinfo + "}"));
             EXPECT_EQ(PortQuestions(), asked);

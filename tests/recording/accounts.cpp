@@ -16,6 +16,8 @@ using recording::TheWorld;
 
 namespace {
 
+using ListPointer = HLIBCSzList**;
+
 const Account* FindUser(const std::string& name)
 {
     for (const Account& user : TheWorld().users) {
@@ -39,19 +41,10 @@ int AppendNames(HLIBCSzList** list, const Entries& entries, int source)
 
 }  // namespace
 
-int HLIBUserEnum(HLIBCSzList** list, int source, const char* domain)
-{
-    if (Call("HLIBUserEnum", source, domain) < 0) return -1;
-
-    return AppendNames(list, TheWorld().users, source);
-}
-
-int HLIBGroupEnum(HLIBCSzList** list, int source, const char* domain)
-{
-    if (Call("HLIBGroupEnum", source, domain) < 0) return -1;
-
-    return AppendNames(list, TheWorld().groups, source);
-}
+DONE(HLIBUserEnum, (ListPointer list, int source, const char* domain), (source, domain),
+     return AppendNames(list, TheWorld().users, source));
+DONE(HLIBGroupEnum, (ListPointer list, int source, const char* domain), (source, domain),
+     return AppendNames(list, TheWorld().groups, source));
 
 int HLIBUserRealNameGet(const char* login, char* buffer, int size)
 {
