@@ -1,5 +1,4 @@
 // Who may become a member of an alias, and the names of accounts.
-
 #include "addresses/account_names.h"
 #include "tests/recording/action_test.h"
 

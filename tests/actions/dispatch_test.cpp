@@ -1,5 +1,4 @@
 // The road of a request from its start to the action, and every way it ends early.
-
 #include <cstdio>
 #include <stdexcept>
 

@@ -1,5 +1,4 @@
 // Pages of the mail log: list, search, downloads, files, statistic.
-
 #include <fstream>
 
 #include "tests/recording/action_test.h"

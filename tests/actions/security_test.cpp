@@ -1,5 +1,4 @@
 // Key pair of the signer, security page, status of the anti-virus side.
-
 #include <cerrno>
 
 #include "filtering/anti_virus_status.h"
