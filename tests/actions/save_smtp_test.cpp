@@ -1,21 +1,13 @@
 // save_smtp
-#include <gtest/gtest.h>
-
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
-using recording::With;
+using namespace recording;
 
 namespace {
 
 const std::string kHomes = "HLIBCFileCheckKeyValue /etc/haldinfo.conf ";
 
-class SaveSmtp : public recording::ActionTest {
+class SaveSmtp : public ActionTest {
 protected:
     /// A running server.
     void Prepare() override { world.postfix.Set(ParseJson(R"({"smtp_enabled": true})")); }
@@ -85,7 +77,7 @@ TEST_F(SaveSmtp, ReadsMissingMembersAsOffAndKeepsWhatIsStored)
     const Reply reply =
         Write("save_smtp", R"({"account_type": "local", "acc_domain_name": "example.com"})");
     EXPECT_EQ(reply.output, Answer(kSuccess));
-    EXPECT_EQ(recording::PlanText(world.plan),
+    EXPECT_EQ(PlanText(world.plan),
               "postfix service:stop, dkim service:restart, dmarc service:restart, hup firewall:");
     EXPECT_EQ(PortQuestions(), "");
     EXPECT_EQ(Stored(), before);
@@ -123,23 +115,67 @@ TEST_F(SaveSmtp, ChecksThenSwitchesTheAccountThenSaves)
     world.ExpectLog(1083, "get key:always_bcc from " + parked + "ldap_example.com_alwaysBCC fail");
 }
 
+TEST_F(SaveSmtp, PlansTheStepsOfEachChangeInOrder)
+{
+    const std::string restart = "postfix service:restart";
+    const std::string account =
+        "dovecot service:restart, regenerate mailvane db setting:, generate login map:, ";
+    const struct {
+        const char *stored, *wanted;
+        std::string plan;
+    } rows[] = {
+        {"{}", R"({"smtp_enabled": false})", "postfix service:stop"},
+        {R"({"smtp_enabled": false})", R"({"smtp_enabled": true})", "postfix service:start"},
+        {R"({"smtp_enabled": false})", "{}", restart},
+        {"{}", R"({"account_type": "ldap"})", account + restart},
+        {"{}", R"({"acc_domain_name": "Example.com"})", account + restart},
+        {"{}", R"({"acc_domain_name": "example.comx"})", account + restart},
+        // the same bytes, split elsewhere
+        {R"({"account_type": "locale", "acc_domain_name": "xample.com"})",
+         R"({"account_type": "local", "acc_domain_name": "example.com"})", account + restart},
+        {"{}", R"({"restrict_sender": true})", "generate login map:, " + restart},
+        {R"({"restrict_sender": true})", R"({"restrict_sender": false})", restart},
+        {R"({"restrict_sender": true})", R"({"account_type": "ldap", "restrict_sender": false})",
+         account + restart},
+        // signer and checker by their stored switches, when the host name changes
+        {R"({"enable_dkim": true})", R"({"smtp_hostname": "mx"})",
+         restart + ", dkim service:restart"},
+        {R"({"enable_dmarc": true})", R"({"smtp_hostname": "mx", "enable_dmarc": false})",
+         restart + ", dmarc service:restart"},
+        {"{}", R"({"smtp_hostname": "mx", "enable_dkim": true, "enable_dmarc": true})", restart},
+        {"{}", R"({"smtp_port": 2525})", restart + ", hup firewall:"},
+        {"{}", R"({"smtps_port": 4650})", restart + ", hup firewall:"},
+        {"{}", R"({"smtp_enabled": false, "smtp_tls_port": 0})",
+         "postfix service:stop, hup firewall:"},
+        {R"({"smtp_enabled": false, "enable_dkim": true, "enable_dmarc": true})",
+         R"({"smtp_enabled": true, "account_type": "win", "restrict_sender": true,
+             "smtp_hostname": "mx", "smtp_port": 26})",
+         account + "postfix service:start, dkim service:restart, dmarc service:restart, "
+                   "hup firewall:"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.stored) + " " + row.wanted);
+        world.postfix.Set(ParseJson(row.stored));
+        EXPECT_EQ(Save(row.wanted).output, Answer(kSuccess));
+        EXPECT_EQ(PlanText(world.plan), row.plan);
+        world.TakeLog();  // nothing is parked for a new account source
+        NextCase();
+    }
+}
+
 TEST_F(SaveSmtp, NeedsTheHomesOfTheRequestedAccountType)
 {
-    const struct {
-        const char* type;
-        const char* key;
-    } rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {R"("local")", "userHomeEnable"}, {R"("ldap")", "enableluserhome"},
         {R"("win")", "enableduserhome"},  {R"("other")", "enableduserhome"},  // unlike the load
         {R"("")", "enableduserhome"},     {"null", "enableduserhome"}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.type);
+    for (const auto& [type, key] : rows) {
+        SCOPED_TRACE(type);
         const std::string before = Stored();
-        world.keyValueFiles["/etc/haldinfo.conf"][row.key] = "no";
-        const Reply reply =
-            Save(std::string(R"({"smtp_port": 26, "account_type": )") + row.type + "}");
-        EXPECT_EQ(reply.output, recording::Refusal("error", "no_user_home"));
-        EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + row.key + " yes 0"}));
+        world.keyValueFiles["/etc/haldinfo.conf"][key] = "no";
+        const Reply reply = Save(R"({"smtp_port": 26, "account_type": )" + type + "}");
+        EXPECT_EQ(reply.output, Refusal("error", "no_user_home"));
+        EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", kHomes + key + " yes 0"}));
         EXPECT_EQ(Stored(), before);
         NextCase();
     }
@@ -186,22 +222,18 @@ TEST_F(SaveSmtp, NamesTheFirstPortInConflictAndSavesNothing)
 {
     const std::string wanted = R"({"smtp_port": 1, "smtps_port": 2, "smtp_tls_port": 3,
         "smtp_ssl_enabled": true, "smtp_tls_enabled": true, "account_type": "ldap"})";
-    const struct {
-        std::string question;
-        std::string label;
-    } ports[] = {{std::string(kPlain) + "1 1", "SMTP"},
-                 {std::string(kSsl) + "2 2", "SMTP-SSL"},
-                 {std::string(kTls) + "3 3", "SMTP-TLS"}};
+    const std::pair<std::string, std::string> ports[] = {{std::string(kPlain) + "1 1", "SMTP"},
+                                                         {std::string(kSsl) + "2 2", "SMTP-SSL"},
+                                                         {std::string(kTls) + "3 3", "SMTP-TLS"}};
     std::string asked;
-    for (const auto& port : ports) {
-        asked += port.question + "\n";
+    for (const auto& [question, label] : ports) {
+        asked += question + "\n";
         for (const int result : {1, -1}) {  // any result but 0 is a conflict
-            SCOPED_TRACE(port.label);
+            SCOPED_TRACE(label);
             const std::string before = Stored();
-            world.Return("WebUtils::IsPortConflict " + port.question, result);
+            world.Return("WebUtils::IsPortConflict " + question, result);
             const std::string errinfo =
-                R"({"sec": "error", "key": "error_port_conflict", "errField": ")" + port.label +
-                "\"}";
+                R"({"sec": "error", "key": "error_port_conflict", "errField": ")" + label + "\"}";
             EXPECT_EQ(Save(wanted).output,
                       Answer(R"({"success": false, "errinfo": )" + errinfo + "}"));
             EXPECT_EQ(PortQuestions(), asked);
@@ -219,7 +251,7 @@ TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
 
     const std::string before = Stored();
     world.Fail("Spam::GenerateBlackWhite");
-    EXPECT_EQ(Save(R"({"acc_domain_name": "example.org"})").output, recording::SystemError());
+    EXPECT_EQ(Save(R"({"acc_domain_name": "example.org"})").output, SystemError());
     EXPECT_EQ(world.Calls().find("SaveSettings"), std::string::npos);
     EXPECT_EQ(Stored(), before);
     world.ExpectLog(1122, "generate spam black white list fail");
@@ -227,6 +259,6 @@ TEST_F(SaveSmtp, AnswersAFailureOfThePlatform)
     NextCase();
 
     world.Fail("Postfix::SaveSettings");
-    EXPECT_EQ(Save(R"({"smtp_port": 26})").output, recording::SystemError());
+    EXPECT_EQ(Save(R"({"smtp_port": 26})").output, SystemError());
     EXPECT_EQ(Stored(), before);
 }

@@ -1,17 +1,10 @@
 // Key pair of the signer, security page, status of the anti-virus side.
-#include <gtest/gtest.h>
-
 #include <cerrno>
 
 #include "filtering/anti_virus_status.h"
 #include "tests/recording/action_test.h"
 
-using recording::Answer;
-using recording::Compact;
-using recording::kSuccess;
-using recording::Lines;
-using recording::ParseJson;
-using recording::Reply;
+using namespace recording;
 
 namespace {
 
@@ -28,10 +21,10 @@ const std::string kAskPublic = "HLIBCFileExist " + kPublic;
 const std::string kRestartSigner =
     "HLIBCExec /var/packages/Mailvane/target/scripts/opendkim.sh restart";
 
-using GenerateDkimKey = recording::ActionTest;
-using AntiVirus = recording::RecordedTest;
+using GenerateDkimKey = ActionTest;
+using AntiVirus = RecordedTest;
 
-class Security : public recording::ActionTest {
+class Security : public ActionTest {
 protected:
     void Prepare() override { world.publicKey = kBegin + "\nQUJD\n" + kEnd + "\n"; }
 
@@ -39,7 +32,7 @@ protected:
     Json::Value Stored(const std::string& changes = "{}")
     {
         const std::string scanner = Compact(world.mailScanner.ToJson());
-        return recording::With(recording::With(world.postfix.ToJson(), scanner), changes);
+        return With(With(world.postfix.ToJson(), scanner), changes);
     }
 
     /// Saves what is stored, with these members changed.
@@ -147,7 +140,8 @@ TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
 
 TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 {
-    world.mailScanner.Add("recipient_limit", 1);
+    world.mailScanner =
+        Settings(Compact(With(world.mailScanner.ToJson(), R"({"recipient_limit": 1})")));
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "recipient_limit": 1000})");
     EXPECT_EQ(world.Calls(), Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings",
                                     "IsSupportAntiVirus", kAskPublic}));
@@ -236,6 +230,44 @@ TEST_F(Security, SaveComparesEachMemberWithTheSettingOfItsName)
     }
 }
 
+TEST_F(Security, SavePlansTheStepsOfEachChangeInOrder)
+{
+    const std::string restart = "mailscanner service:restart";
+    const std::string server = "postfix service:restart";
+    const struct {
+        const char *stored, *wanted;
+        std::string scanner, server;
+    } rows[] = {
+        {R"({"spam_enable": true})", R"({"spam_enable": true})", restart, ""},
+        {R"({"spam_enable": true})", R"({"spam_enable": false, "anti_virus_enable": true})",
+         restart + ", anti-virus service:start", ""},
+        {R"({"anti_virus_enable": true, "spam_enable": true})", R"({"anti_virus_enable": false})",
+         restart + ", anti-virus service:stop", ""},
+        {R"({"enable_dangerous_content_scan": true})",
+         R"({"enable_dangerous_content_scan": false})", "mailscanner service:stop",
+         server + ", requeue hold:"},
+        {R"({"reject_sasl_sender_rate_exceed": true})", R"({"smtpd_sasl_sender_rate_limit": 1})",
+         restart, "memcache service:restart, " + server},
+        {R"({"smtpd_sasl_sender_rate_limit": 1})",
+         R"({"reject_sasl_sender_rate_exceed": true, "smtpd_sasl_sender_rate_limit": 2})", restart,
+         "memcache service:start, " + server},
+        {"{}", R"({"enable_dkim": true, "enable_dmarc": true, "enable_spf_check": true,
+                   "reject_sasl_sender_rate_exceed": true})",
+         restart, "dkim service:start, dmarc service:start, memcache service:start, " + server},
+        {R"({"enable_dkim": true, "enable_dmarc": true, "spam_dnsbl_enable": true})", "{}", restart,
+         "dkim service:restart"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.stored) + " " + row.wanted);
+        world.files[kPublic] = "";
+        EXPECT_EQ(Save(row.stored).output, Answer(kSuccess));
+        const std::size_t before = world.Calls().size();
+        EXPECT_EQ(Save(row.wanted).output, Answer(kSuccess));
+        EXPECT_EQ(world.Calls().substr(before), SaveCalls(row.scanner, row.server));
+        NextCase();
+    }
+}
+
 TEST_F(Security, SaveReadsMissingMembersAsOffAndKeepsWhatIsStored)
 {
     world.mailScanner.Set(ParseJson(R"({"anti_virus_enable": true, "spam_enable": true})"));
@@ -265,13 +297,13 @@ TEST_F(Security, AFailureOfANewKeyPairEndsTheRequest)
         const std::string message = "Failed to " + row.call.substr(0, row.call.find(' '));
         world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
         world.Fail(row.call);
-        EXPECT_EQ(Read("generate_dkim_key").output, recording::SystemError());
+        EXPECT_EQ(Read("generate_dkim_key").output, SystemError());
         EXPECT_EQ(world.Calls(), "Postfix::LoadSettings\n" + calls);
         world.ExpectLog(row.line, message);
         NextCase();
 
         world.Fail(row.call);
-        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, recording::SystemError());
+        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, SystemError());
         EXPECT_EQ(
             world.Calls(),
             Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings", kAskPublic}) + calls);

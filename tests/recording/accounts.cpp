@@ -16,6 +16,8 @@ using recording::TheWorld;
 
 namespace {
 
+using ListPointer = HLIBCSzList**;
+
 const Account* FindUser(const std::string& name)
 {
     for (const Account& user : TheWorld().users) {
@@ -39,19 +41,10 @@ int AppendNames(HLIBCSzList** list, const Entries& entries, int source)
 
 }  // namespace
 
-int HLIBUserEnum(HLIBCSzList** list, int source, const char* domain)
-{
-    if (Call("HLIBUserEnum", source, domain) < 0) return -1;
-
-    return AppendNames(list, TheWorld().users, source);
-}
-
-int HLIBGroupEnum(HLIBCSzList** list, int source, const char* domain)
-{
-    if (Call("HLIBGroupEnum", source, domain) < 0) return -1;
-
-    return AppendNames(list, TheWorld().groups, source);
-}
+DONE(HLIBUserEnum, (ListPointer list, int source, const char* domain), (source, domain),
+     return AppendNames(list, TheWorld().users, source));
+DONE(HLIBGroupEnum, (ListPointer list, int source, const char* domain), (source, domain),
+     return AppendNames(list, TheWorld().groups, source));
 
 int HLIBUserRealNameGet(const char* login, char* buffer, int size)
 {
@@ -63,11 +56,8 @@ int HLIBUserRealNameGet(const char* login, char* buffer, int size)
     return result;
 }
 
-int HLIBServiceIsEnabled(const char* service)
-{
-    return CallOr(static_cast<int>(TheWorld().enabledServices.count(service)),
-                  "HLIBServiceIsEnabled", service);
-}
+NOTED_OR(TheWorld().enabledServices.count(service), HLIBServiceIsEnabled, (const char* service),
+         (service));
 
 int HALDUserGet(const char* name, HALDUser** user)
 {
@@ -108,15 +98,8 @@ int HALDGroupListMember(const char* group, HLIBCSzList** list)
     return result;
 }
 
-int HALDWinsIsJoined()
-{
-    return CallOr(TheWorld().domainJoined ? 1 : 0, "HALDWinsIsJoined");
-}
-
-int HALDLDAPIsBinded()
-{
-    return CallOr(TheWorld().ldapSuffix ? 1 : 0, "HALDLDAPIsBinded");
-}
+NOTED_OR(TheWorld().domainJoined, HALDWinsIsJoined, (), ());
+NOTED_OR(TheWorld().ldapSuffix.has_value(), HALDLDAPIsBinded, (), ());
 
 int HALDLDAPLoginSuffixGet(char* buffer, int size)
 {

@@ -1,7 +1,11 @@
 // Tests on the recorded machine: of single functions, and of whole requests.
 #include "tests/recording/action_test.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -10,11 +14,28 @@
 
 #include "frame/entry.h"
 #include "frame/mailvane_handler.h"
-#include "tests/recording/output_capture.h"
 
 namespace recording {
 
 namespace {
+
+/// What an action writes to standard output, which leads to a file in memory meanwhile.
+template <typename Action>
+std::string OutputOf(const Action& action)
+{
+    const int file = memfd_create("output", MFD_CLOEXEC);
+    const int saved = dup(STDOUT_FILENO);
+    std::fflush(stdout);
+    dup2(file, STDOUT_FILENO);
+    action();
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    std::string bytes(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
+    (void)!pread(file, bytes.data(), bytes.size(), 0);
+    close(file);
+    return bytes;
+}
 
 const char* KindOf(const Request& request)
 {
@@ -79,10 +100,8 @@ void RecordedTest::NextCase()
 
 Reply ActionTest::Run()
 {
-    const OutputCapture capture;
     Reply reply;
-    reply.status = RunRequest() & 0xff;
-    reply.output = capture.Bytes();
+    reply.output = OutputOf([&reply] { reply.status = RunRequest() & 0xff; });
     KeepAnswer(world.request, reply.output);
     return reply;
 }
@@ -141,6 +160,12 @@ void ActionTest::ExpectFailure(const std::string& row)
 std::string Answer(const std::string& json)
 {
     return "[header ]\n" + Compact(ParseJson(json)) + "\n";
+}
+
+std::string Download(const std::string& name, const std::string& bytes)
+{
+    return "Content-Type:application/octet-stream\nContent-Disposition:attachment; filename=\"" +
+           name + "\"\n\n" + bytes;
 }
 
 std::string Refusal(const std::string& section, const std::string& key)

@@ -57,7 +57,9 @@ constexpr char kFailure[] = R"({"success": false})";
 
 /// The whole output of an action that answers once, with the default header and this body.
 std::string Answer(const std::string& json);
-/// The same for a failure with its message.
+/// The whole output of an action that sends a file.
+std::string Download(const std::string& name, const std::string& bytes);
+/// An answer of a failure with its message.
 std::string Refusal(const std::string& section, const std::string& key);
 std::string SystemError();
 

@@ -1,21 +1,32 @@
 // Aliases, access lists, blind copies, sender quotas and attachment types: changes are noted, not
 // carried out.
+#include <algorithm>
+
 #include "platform/mailvane/attachment_filter.h"
-#include "tests/recording/lists.h"
+#include "platform/mailvane/filter.h"
+#include "tests/recording/call.h"
 
 using recording::Call;
 using recording::CallOr;
-using recording::Detail;
-using recording::Export;
 using recording::TheWorld;
+using recording::WriteExport;
 
 namespace {
 
-using recording::Describe;
 using recording::Line;
 using recording::Word;
 
-recording::Words Describe(const std::list<MemberInfo>& members)
+using Text = std::string;
+using Texts = std::list<std::string>;
+using Members = std::list<MemberInfo>;
+
+recording::Words Describe(const Filter& filter)
+{
+    return {Line("{start", filter.start) + " " + Line("limit", filter.limit) + " " +
+            Line("search", filter.searchType, filter.searchKey) + "}"};
+}
+
+recording::Words Describe(const Members& members)
 {
     return recording::ListWords(members, [](const MemberInfo& member) {
         return Line(Word(member.name).c_str(), member.type);
@@ -39,28 +50,19 @@ recording::Words Describe(const std::list<BccInfo>& rules)
 }  // namespace
 
 Alias::Alias() : state_(nullptr) {}
-
 Alias::~Alias() {}
-
-int Alias::load()
-{
-    return Call("Alias::load");
-}
-
-int Alias::save()
-{
-    return Call("Alias::save");
-}
+NOTED(Alias::load, (), ());
+NOTED(Alias::save, (), ());
 
 std::list<std::string> Alias::getAliasNameList()
 {
-    Detail("Alias::getAliasNameList");
+    recording::Detail("Alias::getAliasNameList");
     std::list<std::string> names;
     for (const auto& entry : TheWorld().aliases) names.push_back(entry.first);
     return names;
 }
 
-int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
+int Alias::loadMember(const std::string& alias, Members& members)
 {
     const auto& table = TheWorld().aliases;
     const auto found = std::find_if(table.begin(), table.end(),
@@ -70,35 +72,12 @@ int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
     return result;
 }
 
-int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& members)
-{
-    return Call("Alias::addMember", alias, Describe(members));
-}
-
-int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
-{
-    return Call("Alias::delMember", alias, Describe(members));
-}
-
-int Alias::changeAliasName(const std::string& from, const std::string& to)
-{
-    return Call("Alias::changeAliasName", from, to);
-}
-
-int Alias::delAlias(const std::list<std::string>& names)
-{
-    return Call("Alias::delAlias", names);
-}
-
-int Alias::ExportAlias(const std::string& path)
-{
-    return Export(Call("Alias::ExportAlias", path), path);
-}
-
-int Alias::ImportAlias(const std::string& path)
-{
-    return Call("Alias::ImportAlias", path);
-}
+NOTED(Alias::addMember, (const Text& alias, const Members& members), (alias, Describe(members)));
+NOTED(Alias::delMember, (const Text& alias, const Members& members), (alias, Describe(members)));
+NOTED(Alias::changeAliasName, (const Text& from, const Text& to), (from, to));
+NOTED(Alias::delAlias, (const Texts& names), (names));
+DONE(Alias::ExportAlias, (const Text& path), (path), WriteExport(path));
+NOTED(Alias::ImportAlias, (const Text& path), (path));
 
 Access::Access() : state_(nullptr) {}
 
@@ -115,42 +94,16 @@ Access* Access::getInstance()
     return *TheWorld().accessObjects.insert(new Access).first;
 }
 
-int Access::getTotalAccessNum(const Filter& filter)
-{
-    return CallOr(static_cast<int>(TheWorld().access.size()), "Access::getTotalAccessNum",
-                  Describe(filter));
-}
-
-std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
-{
-    Call("Access::getAllAccessList", Describe(filter));
-    return TheWorld().access;
-}
-
-int Access::addAccess(Type type, NameType nameType, const std::string& name, AccessStatus status)
-{
-    return Call("Access::addAccess", type, nameType, name, status);
-}
-
-int Access::deleteAccess(const std::list<AccessInfo>& entries)
-{
-    return Call("Access::deleteAccess", Describe(entries));
-}
-
-int Access::exportAccess(Type type, const std::string& path)
-{
-    return Export(Call("Access::exportAccess", type, path), path);
-}
-
-int Access::importAccess(Type type, const std::string& path)
-{
-    return Call("Access::importAccess", type, path);
-}
-
-int Access::GenerateAccessMap()
-{
-    return Call("Access::GenerateAccessMap");
-}
+NOTED_OR(TheWorld().access.size(), Access::getTotalAccessNum, (const Filter& filter),
+         (Describe(filter)));
+GIVEN(std::list<AccessInfo>, Access::getAllAccessList, (const Filter& filter), (Describe(filter)),
+      TheWorld().access);
+NOTED(Access::addAccess, (Type type, NameType nameType, const Text& name, AccessStatus status),
+      (type, nameType, name, status));
+NOTED(Access::deleteAccess, (const std::list<AccessInfo>& entries), (Describe(entries)));
+DONE(Access::exportAccess, (Type type, const Text& path), (type, path), WriteExport(path));
+NOTED(Access::importAccess, (Type type, const Text& path), (type, path));
+NOTED(Access::GenerateAccessMap, (), ());
 
 AccessStatus Access::StrToStatus(const char* text)
 {
@@ -167,7 +120,6 @@ std::string Access::StatusToStr(AccessStatus status)
 }
 
 BCC::BCC() : state_(nullptr) {}
-
 BCC::~BCC() {}
 
 BCC* BCC::getInstance()
@@ -176,91 +128,25 @@ BCC* BCC::getInstance()
     return Call("BCC::getInstance") < 0 ? nullptr : &instance;
 }
 
-int BCC::getTotalBccNum(const Filter& filter)
-{
-    return CallOr(static_cast<int>(TheWorld().bcc.size()), "BCC::getTotalBccNum", Describe(filter));
-}
+NOTED_OR(TheWorld().bcc.size(), BCC::getTotalBccNum, (const Filter& filter), (Describe(filter)));
+GIVEN(std::list<BccInfo>, BCC::getAllBCCList, (const Filter& filter), (Describe(filter)),
+      TheWorld().bcc);
+GIVEN(std::string, BCC::getAlwaysBCC, (), (), TheWorld().alwaysBcc);
+NOTED(BCC::addBCC, (BccType type, const Text& name, const Text& bccTo), (type, name, bccTo));
+NOTED(BCC::deleteBCC, (const std::list<BccInfo>& rules), (Describe(rules)));
+DONE(BCC::exportBCC, (BccType type, const Text& path), (type, path), WriteExport(path));
+NOTED(BCC::importBCC, (BccType type, const Text& path), (type, path));
+NOTED(BCC::GenerateBccMap, (), ());
 
-std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
-{
-    Call("BCC::getAllBCCList", Describe(filter));
-    return TheWorld().bcc;
-}
+DONE_OR(TheWorld().quotas.size(), SenderQuota::GetSettingList,
+        (std::list<Setting> & settings, unsigned int start, unsigned int limit), (start, limit),
+        settings = TheWorld().quotas);
+NOTED(SenderQuota::Set, (const Text& saslSender, unsigned int quota), (saslSender, quota));
+NOTED(SenderQuota::DeleteList, (const Texts& saslSenders), (saslSenders));
+NOTED(SenderQuota::GenerateConfig, (), ());
 
-std::string BCC::getAlwaysBCC()
-{
-    Call("BCC::getAlwaysBCC");
-    return TheWorld().alwaysBcc;
-}
-
-int BCC::addBCC(BccType type, const std::string& name, const std::string& bccTo)
-{
-    return Call("BCC::addBCC", type, name, bccTo);
-}
-
-int BCC::deleteBCC(const std::list<BccInfo>& rules)
-{
-    return Call("BCC::deleteBCC", Describe(rules));
-}
-
-int BCC::exportBCC(BccType type, const std::string& path)
-{
-    return Export(Call("BCC::exportBCC", type, path), path);
-}
-
-int BCC::importBCC(BccType type, const std::string& path)
-{
-    return Call("BCC::importBCC", type, path);
-}
-
-int BCC::GenerateBccMap()
-{
-    return Call("BCC::GenerateBccMap");
-}
-
-int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
-                                unsigned int limit)
-{
-    const int result = CallOr(static_cast<int>(TheWorld().quotas.size()),
-                              "SenderQuota::GetSettingList", start, limit);
-    if (result >= 0) settings = TheWorld().quotas;
-    return result;
-}
-
-int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
-{
-    return Call("SenderQuota::Set", saslSender, quota);
-}
-
-int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
-{
-    return Call("SenderQuota::DeleteList", saslSenders);
-}
-
-int SenderQuota::GenerateConfig()
-{
-    return Call("SenderQuota::GenerateConfig");
-}
-
-int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& query)
-{
-    const int result = CallOr(static_cast<int>(TheWorld().attachmentTypes.size()),
-                              "AttachmentFilter::GetList", query);
-    if (result >= 0) types = TheWorld().attachmentTypes;
-    return result;
-}
-
-int AttachmentFilter::Delete(const std::list<std::string>& types)
-{
-    return Call("AttachmentFilter::Delete", types);
-}
-
-int AttachmentFilter::Add(const std::list<std::string>& types)
-{
-    return Call("AttachmentFilter::Add", types);
-}
-
-int AttachmentFilter::GenerateConfig()
-{
-    return Call("AttachmentFilter::GenerateConfig");
-}
+DONE_OR(TheWorld().attachmentTypes.size(), AttachmentFilter::GetList,
+        (Texts & types, const Text& query), (query), types = TheWorld().attachmentTypes);
+NOTED(AttachmentFilter::Delete, (const Texts& types), (types));
+NOTED(AttachmentFilter::Add, (const Texts& types), (types));
+NOTED(AttachmentFilter::GenerateConfig, (), ());

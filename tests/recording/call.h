@@ -74,7 +74,54 @@ int Detail(const char* operation, const Arguments&... arguments)
     return TheWorld().Called(Line(operation, arguments...), true).value_or(0);
 }
 
+/// A call by its name, with its result when no script gives one.
+struct Operation {
+    const char* name;
+    int otherwise = 0;
+
+    template <typename... Arguments>
+    int operator()(const Arguments&... arguments) const
+    {
+        return CallOr(otherwise, name, arguments...);
+    }
+};
+
+/// Writes the text of an export to a file that exists.
+void WriteExport(const std::string& path);
+
 /// Copies a text to a buffer of `size` bytes, cut to fit.
 void CopyText(const std::string& text, char* buffer, int size);
 
 }  // namespace recording
+
+// Operations of the platform in one line: parameters and, in brackets too, what of them is shown.
+
+// NOLINTBEGIN(bugprone-macro-parentheses): what they are given are pieces of a definition.
+
+/// One that has no effect: noted, with its scripted result, or `otherwise`.
+#define NOTED_OR(otherwise, operation, parameters, shown)              \
+    int operation parameters                                           \
+    {                                                                  \
+        return recording::Operation{#operation, int(otherwise)} shown; \
+    }
+#define NOTED(operation, parameters, shown) NOTED_OR(0, operation, parameters, shown)
+
+/// One that has an effect unless it fails.
+#define DONE_OR(otherwise, operation, parameters, shown, effect)                   \
+    int operation parameters                                                       \
+    {                                                                              \
+        const int result = recording::Operation{#operation, int(otherwise)} shown; \
+        if (result >= 0) effect;                                                   \
+        return result;                                                             \
+    }
+#define DONE(operation, parameters, shown, effect) DONE_OR(0, operation, parameters, shown, effect)
+
+/// One that gives what the machine holds, whatever its script says.
+#define GIVEN(type, operation, parameters, shown, value) \
+    type operation parameters                            \
+    {                                                    \
+        recording::Operation{#operation} shown;          \
+        return value;                                    \
+    }
+
+// NOLINTEND(bugprone-macro-parentheses)

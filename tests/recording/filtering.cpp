@@ -1,14 +1,13 @@
 // Spam rule sets, black and white lists: changes are noted, not carried out.
 #include "platform/mailvane/spam.h"
 
-#include "tests/recording/lists.h"
+#include "tests/recording/call.h"
 
 using recording::Call;
-using recording::CallOr;
-using recording::TheWorld;
-
 using recording::Line;
+using recording::TheWorld;
 using recording::Words;
+using recording::WriteExport;
 
 namespace {
 
@@ -34,7 +33,6 @@ Words Describe(const BlackWhiteFilter& filter)
 }  // namespace
 
 Spam::Spam() : state_(nullptr) {}
-
 Spam::~Spam() {}
 
 Spam* Spam::getInstance()
@@ -43,77 +41,26 @@ Spam* Spam::getInstance()
     return Call("Spam::getInstance") < 0 ? nullptr : &instance;
 }
 
-std::list<SpamRule> Spam::getSpamRules()
-{
-    Call("Spam::getSpamRules");
-    return TheWorld().spamRules;
-}
-
-int Spam::enableRule(const std::string& name)
-{
-    return Call("Spam::enableRule", name);
-}
-
-int Spam::disableRule(const std::string& name)
-{
-    return Call("Spam::disableRule", name);
-}
-
-int Spam::deleteRule(const std::string& name)
-{
-    return Call("Spam::deleteRule", name);
-}
+GIVEN(std::list<SpamRule>, Spam::getSpamRules, (), (), TheWorld().spamRules);
+NOTED(Spam::enableRule, (const std::string& name), (name));
+NOTED(Spam::disableRule, (const std::string& name), (name));
+NOTED(Spam::deleteRule, (const std::string& name), (name));
 
 bool Spam::isEnableSpamassassin() const
 {
-    return CallOr(TheWorld().spamAssassin ? 1 : 0, "Spam::isEnableSpamassassin") != 0;
+    return recording::CallOr(TheWorld().spamAssassin ? 1 : 0, "Spam::isEnableSpamassassin") != 0;
 }
 
-std::string Spam::GetImportRulePath(const std::string& name)
-{
-    Call("Spam::GetImportRulePath", name);
-    const auto path = TheWorld().rulePaths.find(name);
-    return path == TheWorld().rulePaths.end() ? "" : path->second;
-}
-
-std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
-{
-    Call("Spam::getBlackWhiteList", Describe(filter));
-    return TheWorld().blackWhite;
-}
-
-int Spam::countQueryData(const BlackWhiteFilter& filter)
-{
-    return CallOr(static_cast<int>(TheWorld().blackWhite.size()), "Spam::countQueryData",
-                  Describe(filter));
-}
-
-int Spam::addBlackWhite(const BlackWhite& entry)
-{
-    return Call("Spam::addBlackWhite", Describe(entry));
-}
-
-int Spam::deleteBlackWhite(const BlackWhite& entry)
-{
-    return Call("Spam::deleteBlackWhite", Describe(entry));
-}
-
-int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
-{
-    return Call("Spam::deleteBlackWhiteList", Describe(entries));
-}
-
-int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
-{
-    return recording::Export(Call("Spam::exportBlackWhite", type, path), path);
-}
-
-int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
-{
-    return Call("Spam::importBlackWhite", type, path);
-}
-
-int Spam::GenerateBlackWhite()
-{
-    return Call("Spam::GenerateBlackWhite");
-}
+GIVEN(std::string, Spam::GetImportRulePath, (const std::string& name), (name),
+      TheWorld().rulePaths[name]);
+GIVEN(std::list<BlackWhite>, Spam::getBlackWhiteList, (const BlackWhiteFilter& filter),
+      (Describe(filter)), TheWorld().blackWhite);
+NOTED_OR(TheWorld().blackWhite.size(), Spam::countQueryData, (const BlackWhiteFilter& filter),
+         (Describe(filter)));
+NOTED(Spam::addBlackWhite, (const BlackWhite& entry), (Describe(entry)));
+NOTED(Spam::deleteBlackWhite, (const BlackWhite& entry), (Describe(entry)));
+NOTED(Spam::deleteBlackWhiteList, (const std::list<BlackWhite>& entries), (Describe(entries)));
+DONE(Spam::exportBlackWhite, (BlackWhiteType type, const std::string& path), (type, path),
+     WriteExport(path));
+NOTED(Spam::importBlackWhite, (BlackWhiteType type, const std::string& path), (type, path));
+NOTED(Spam::GenerateBlackWhite, (), ());

@@ -57,13 +57,8 @@ int RecordMkstemp(char* name) __asm__("mkstemp");
 int RecordMkstemp64(char* name) __asm__("mkstemp64");
 void RecordSyslog(int priority, const char* format, ...) __asm__("syslog")
     __attribute__((format(printf, 2, 3)));
-void RecordVsyslog(int priority, const char* format, va_list arguments) __asm__("vsyslog")
-    __attribute__((format(printf, 2, 0)));
 void RecordSyslogChk(int priority, int flag, const char* format, ...) __asm__("__syslog_chk")
     __attribute__((format(printf, 3, 4)));
-void RecordVsyslogChk(int priority, int flag, const char* format,
-                      va_list arguments) __asm__("__vsyslog_chk")
-    __attribute__((format(printf, 3, 0)));
 
 /// Never made for real: the machine's directories are in memory.
 int RecordMkdir(const char* path, mode_t mode)
@@ -113,22 +108,12 @@ void RecordSyslog(int priority, const char* format, ...)
     va_end(arguments);
 }
 
-void RecordVsyslog(int priority, const char* format, va_list arguments)
-{
-    Log(priority, format, arguments);
-}
-
 void RecordSyslogChk(int priority, int /*flag*/, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
     Log(priority, format, arguments);
     va_end(arguments);
-}
-
-void RecordVsyslogChk(int priority, int /*flag*/, const char* format, va_list arguments)
-{
-    Log(priority, format, arguments);
 }
 
 }  // extern "C"

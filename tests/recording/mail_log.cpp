@@ -3,12 +3,13 @@
 
 #include "tests/recording/call.h"
 
-using recording::Call;
-using recording::CallOr;
 using recording::Line;
 using recording::TheWorld;
 
 namespace {
+
+using Rows = std::vector<MailLogInfo>;
+using Text = std::string;
 
 recording::Words Describe(const LogFilter& filter)
 {
@@ -20,76 +21,29 @@ recording::Words Describe(const LogFilter& filter)
             Line("dates", filter.dateFrom, filter.dateTo) + "}"};
 }
 
-int GiveRows(int result, std::vector<MailLogInfo>& rows)
-{
-    if (result >= 0) rows = TheWorld().logRows;
-    return result;
-}
-
 }  // namespace
 
 MailLog::MailLog(const char* path) : state_(nullptr)
 {
-    Call("MailLog::MailLog", path);
+    recording::Call("MailLog::MailLog", path);
 }
 
 MailLog::~MailLog() {}
-
-int MailLog::error()
-{
-    return Call("MailLog::error");
-}
-
-int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
-{
-    return GiveRows(Call("MailLog::load", Describe(filter)), rows);
-}
-
-int MailLog::load(int limit, int start, const std::string& sortField, const std::string& order,
-                  std::vector<MailLogInfo>& rows)
-{
-    return GiveRows(Call("MailLog::load", limit, start, sortField, order), rows);
-}
-
+NOTED(MailLog::error, (), ());
+DONE(MailLog::load, (const LogFilter& filter, Rows& rows), (Describe(filter)),
+     rows = TheWorld().logRows);
+DONE(MailLog::load, (int limit, int start, const Text& sort, const Text& order, Rows& rows),
+     (limit, start, sort, order), rows = TheWorld().logRows);
 // NOLINTNEXTLINE(readability-function-size): the platform declares it so.
-int MailLog::search(int limit, int start, const std::string& sortField, const std::string& order,
-                    const std::string& query, std::vector<MailLogInfo>& rows)
-{
-    return GiveRows(Call("MailLog::search", limit, start, sortField, order, query), rows);
-}
-
-int MailLog::getLogNum(const LogFilter& filter)
-{
-    return CallOr(static_cast<int>(TheWorld().logRows.size()), "MailLog::getLogNum",
-                  Describe(filter));
-}
-
-int MailLog::getLogNum(std::string& query)
-{
-    return CallOr(static_cast<int>(TheWorld().logRows.size()), "MailLog::getLogNum", query);
-}
-
-int MailLog::clear()
-{
-    return Call("MailLog::clear");
-}
-
-int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)
-{
-    const int result = Call("MailLog::getQuantityStatistic", endTime, scale);
-    if (result >= 0) statistic = TheWorld().statistic;
-    return result;
-}
-
-int MailLog::getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale)
-{
-    const int result = Call("MailLog::getBandwidthStatistic", endTime, scale);
-    if (result >= 0) statistic = TheWorld().statistic;
-    return result;
-}
-
-std::string GetPostfixLogPath()
-{
-    Call("GetPostfixLogPath");
-    return TheWorld().postfixLogPath;
-}
+DONE(MailLog::search,
+     (int limit, int start, const Text& sort, const Text& order, const Text& query, Rows& rows),
+     (limit, start, sort, order, query), rows = TheWorld().logRows);
+NOTED_OR(TheWorld().logRows.size(), MailLog::getLogNum, (const LogFilter& filter),
+         (Describe(filter)));
+NOTED_OR(TheWorld().logRows.size(), MailLog::getLogNum, (Text & query), (query));
+NOTED(MailLog::clear, (), ());
+DONE(MailLog::getQuantityStatistic, (Statistic & statistic, long endTime, TimeScale scale),
+     (endTime, scale), statistic = TheWorld().statistic);
+DONE(MailLog::getBandwidthStatistic, (Statistic & statistic, long endTime, TimeScale scale),
+     (endTime, scale), statistic = TheWorld().statistic);
+GIVEN(std::string, GetPostfixLogPath, (), (), TheWorld().postfixLogPath);

@@ -22,6 +22,25 @@ struct Personal::State {
     PersonalData& Stored() const { return TheWorld().personal[user]; }
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): pieces of a definition.
+#define MEMBER(type, operation, member) \
+    type operation                      \
+    {                                   \
+        return state_->data.member;     \
+    }
+#define SETTER(operation, type)               \
+    void Personal::operation(type value)      \
+    {                                         \
+        Call("Personal::" #operation, value); \
+    }
+#define REPORT_SETTER(operation, type, member, ...)                \
+    int Reporter::operation(type value)                            \
+    {                                                              \
+        state_->data.member = value;                               \
+        return Thrown(Call("Reporter::" #operation, __VA_ARGS__)); \
+    }
+// NOLINTEND(bugprone-macro-parentheses)
+
 Personal::Personal(const std::string& user) : state_(new State{user, TheWorld().personal[user]})
 {
     Call("Personal::Personal", user);
@@ -32,75 +51,20 @@ Personal::~Personal()
     delete state_;
 }
 
-bool Personal::isValid()
-{
-    return state_->data.valid;
-}
-
-std::string Personal::getErrKey()
-{
-    return state_->data.errKey;
-}
-
-bool Personal::isEnabledForward()
-{
-    return state_->data.forward;
-}
-
-std::string Personal::getForwardAddr()
-{
-    return state_->data.forwardAddr;
-}
-
-bool Personal::isKeepCopy()
-{
-    return state_->data.keepCopy;
-}
-
-bool Personal::isEnabledReply()
-{
-    return state_->data.reply;
-}
-
-long Personal::GetReplyBeginTime() const
-{
-    return state_->data.replyBegin;
-}
-
-long Personal::GetReplyEndTime() const
-{
-    return state_->data.replyEnd;
-}
-
-void Personal::setForward(bool enabled)
-{
-    Call("Personal::setForward", enabled);
-}
-
-void Personal::setForwardAddr(const std::string& address)
-{
-    Call("Personal::setForwardAddr", address);
-}
-
-void Personal::setKeepCopy(bool keep)
-{
-    Call("Personal::setKeepCopy", keep);
-}
-
-void Personal::setReply(bool enabled)
-{
-    Call("Personal::setReply", enabled);
-}
-
-void Personal::SetReplyBeginTime(long seconds)
-{
-    Call("Personal::SetReplyBeginTime", seconds);
-}
-
-void Personal::SetReplyEndTime(long seconds)
-{
-    Call("Personal::SetReplyEndTime", seconds);
-}
+MEMBER(bool, Personal::isValid(), valid);
+MEMBER(std::string, Personal::getErrKey(), errKey);
+MEMBER(bool, Personal::isEnabledForward(), forward);
+MEMBER(std::string, Personal::getForwardAddr(), forwardAddr);
+MEMBER(bool, Personal::isKeepCopy(), keepCopy);
+MEMBER(bool, Personal::isEnabledReply(), reply);
+MEMBER(long, Personal::GetReplyBeginTime() const, replyBegin);
+MEMBER(long, Personal::GetReplyEndTime() const, replyEnd);
+SETTER(setForward, bool);
+SETTER(setForwardAddr, const std::string&);
+SETTER(setKeepCopy, bool);
+SETTER(setReply, bool);
+SETTER(SetReplyBeginTime, long);
+SETTER(SetReplyEndTime, long);
 
 int Personal::ReadReplyContent(const char* sender, std::string& subject, std::string& message)
 {
@@ -118,16 +82,11 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
     return result;
 }
 
-int Personal::WriteReplyContent(const char* sender, const std::string& subject,
-                                const std::string& message)
-{
-    const int result = Call("Personal::WriteReplyContent", sender, subject, message);
-    if (result < 0) return result;
-
-    PersonalData& stored = state_->Stored();
-    (sender == nullptr ? stored.generalReply : stored.senderReplies[sender]) = {subject, message};
-    return result;
-}
+DONE(Personal::WriteReplyContent,
+     (const char* sender, const std::string& subject, const std::string& message),
+     (sender, subject, message),
+     (sender == nullptr ? state_->Stored().generalReply
+                        : state_->Stored().senderReplies[sender]) = ReplyText(subject, message));
 
 std::list<std::string> Personal::GetReplyList()
 {
@@ -137,17 +96,9 @@ std::list<std::string> Personal::GetReplyList()
     return senders;
 }
 
-int Personal::RemoveReplySetting(const std::string& sender)
-{
-    const int result = Call("Personal::RemoveReplySetting", sender);
-    if (result >= 0) state_->Stored().senderReplies.erase(sender);
-    return result;
-}
-
-int Personal::save()
-{
-    return Call("Personal::save");
-}
+DONE(Personal::RemoveReplySetting, (const std::string& sender), (sender),
+     state_->Stored().senderReplies.erase(sender));
+NOTED(Personal::save, (), ());
 
 struct SMTP::State {
     std::string accountType;
@@ -160,14 +111,8 @@ SMTP::~SMTP()
     delete state_;
 }
 
-int SMTP::load()
-{
-    const int result = Call("SMTP::load");
-    if (result >= 0) {
-        state_->accountType = TheWorld().postfix.ToJson()["account_type"].asString();
-    }
-    return result;
-}
+DONE(SMTP::load, (), (),
+     state_->accountType = TheWorld().postfix.ToJson()["account_type"].asString());
 
 std::string SMTP::getAccountType() const
 {
@@ -229,58 +174,14 @@ int Reporter::SaveSetting()
     return result;
 }
 
-bool Reporter::IsEnabled() const
-{
-    return state_->data.enabled;
-}
-
-std::string Reporter::GetRcpt() const
-{
-    return state_->data.rcpt;
-}
-
-Reporter::Sender Reporter::GetSender() const
-{
-    return state_->data.sender;
-}
-
-Reporter::Time Reporter::GetReportTime() const
-{
-    return state_->data.time;
-}
-
-Reporter::SMTP Reporter::GetSMTP() const
-{
-    return state_->data.smtp;
-}
-
-int Reporter::SetEnable(bool enabled)
-{
-    state_->data.enabled = enabled;
-    return Thrown(Call("Reporter::SetEnable", enabled));
-}
-
-int Reporter::SetRcpt(const std::string& recipient)
-{
-    state_->data.rcpt = recipient;
-    return Thrown(Call("Reporter::SetRcpt", recipient));
-}
-
-int Reporter::SetSender(const Sender& sender)
-{
-    state_->data.sender = sender;
-    return Thrown(Call("Reporter::SetSender", sender.name, sender.mail));
-}
-
-int Reporter::SetTime(const Time& time)
-{
-    state_->data.time = time;
-    return Thrown(Call("Reporter::SetTime", time.hours, time.mins));
-}
-
-int Reporter::SetSMTP(const SMTP& account)
-{
-    state_->data.smtp = account;
-    return Thrown(Call("Reporter::SetSMTP", account.provider, account.server, account.port,
-                       account.auth, account.account, account.password, account.secure));
-}
+MEMBER(bool, Reporter::IsEnabled() const, enabled);
+MEMBER(std::string, Reporter::GetRcpt() const, rcpt);
+MEMBER(Reporter::Sender, Reporter::GetSender() const, sender);
+MEMBER(Reporter::Time, Reporter::GetReportTime() const, time);
+MEMBER(Reporter::SMTP, Reporter::GetSMTP() const, smtp);
+REPORT_SETTER(SetEnable, bool, enabled, value);
+REPORT_SETTER(SetRcpt, const std::string&, rcpt, value);
+REPORT_SETTER(SetSender, const Sender&, sender, value.name, value.mail);
+REPORT_SETTER(SetTime, const Time&, time, value.hours, value.mins);
+REPORT_SETTER(SetSMTP, const SMTP&, smtp, value.provider, value.server, value.port, value.auth,
+              value.account, value.password, value.secure);

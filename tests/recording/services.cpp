@@ -10,25 +10,15 @@
 #include "platform/mailvane/web_utils.h"
 #include "tests/recording/call.h"
 
-using recording::Call;
 using recording::Detail;
 using recording::Settings;
 using recording::TheWorld;
 
 struct Config::State {
     Settings settings;
-    std::list<std::string> domains;
-    std::list<Postfix::DNSBL> dnsbls;
 };
 
 namespace {
-
-int Load(const char* operation, const Settings& stored, Settings& loaded)
-{
-    const int result = Call(operation);
-    if (result >= 0) loaded = stored;
-    return result;
-}
 
 int RunSteps(const std::list<Callback>& steps)
 {
@@ -97,155 +87,45 @@ Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server
 {
 }
 
-Postfix::Postfix() = default;
+// NOLINTBEGIN(bugprone-macro-parentheses): pieces of a definition.
+#define SERVICE(type, stored)                                                            \
+    type::type() = default;                                                              \
+    type::~type() = default;                                                             \
+    DONE(type::LoadSettings, (), (), state_->settings = TheWorld().stored)               \
+    int type::SaveSettings(const std::list<Callback>& steps)                             \
+    {                                                                                    \
+        return Save(#type "::SaveSettings", steps, state_->settings, TheWorld().stored); \
+    }                                                                                    \
+    NOTED(type::Service, (const std::string& verb), (verb))
+// NOLINTEND(bugprone-macro-parentheses)
 
-Postfix::~Postfix() = default;
+SERVICE(Postfix, postfix);
+GIVEN(std::list<std::string>, Postfix::GetAdditionDomain, (), (), TheWorld().domains);
+NOTED(Postfix::AddDomain, (const std::string& domain), (domain));
+NOTED(Postfix::DeleteDomain, (const std::string& domain), (domain));
+GIVEN(std::list<Postfix::DNSBL>, Postfix::GetDNSBLList, (), (), TheWorld().dnsbls);
+NOTED(Postfix::AddDNSBL, (const DNSBL& entry), (entry.server, entry.type));
+NOTED(Postfix::DeleteDNSBL, (const DNSBL& entry), (entry.server, entry.type));
 
-int Postfix::LoadSettings()
-{
-    const int result = Load("Postfix::LoadSettings", TheWorld().postfix, state_->settings);
-    if (result < 0) return result;
+SERVICE(ImapPop3, imapPop3);
 
-    state_->domains = TheWorld().domains;
-    state_->dnsbls = TheWorld().dnsbls;
-    return result;
-}
-
-int Postfix::SaveSettings(const std::list<Callback>& steps)
-{
-    const int result = Save("Postfix::SaveSettings", steps, state_->settings, TheWorld().postfix);
-    if (result < 0) return result;
-
-    TheWorld().domains = state_->domains;
-    TheWorld().dnsbls = state_->dnsbls;
-    return result;
-}
-
-int Postfix::Service(const std::string& verb)
-{
-    return Call("Postfix::Service", verb);
-}
-
-std::list<std::string> Postfix::GetAdditionDomain()
-{
-    return state_->domains;
-}
-
-int Postfix::AddDomain(const std::string& domain)
-{
-    state_->domains.push_back(domain);
-    return Call("Postfix::AddDomain", domain);
-}
-
-int Postfix::DeleteDomain(const std::string& domain)
-{
-    state_->domains.remove(domain);
-    return Call("Postfix::DeleteDomain", domain);
-}
-
-std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
-{
-    return state_->dnsbls;
-}
-
-int Postfix::AddDNSBL(const DNSBL& entry)
-{
-    state_->dnsbls.push_back(entry);
-    return Call("Postfix::AddDNSBL", entry.server, entry.type);
-}
-
-int Postfix::DeleteDNSBL(const DNSBL& entry)
-{
-    state_->dnsbls.remove_if([&entry](const DNSBL& other) {
-        return other.server == entry.server && other.type == entry.type;
-    });
-    return Call("Postfix::DeleteDNSBL", entry.server, entry.type);
-}
-
-ImapPop3::ImapPop3() = default;
-
-ImapPop3::~ImapPop3() = default;
-
-int ImapPop3::LoadSettings()
-{
-    return Load("ImapPop3::LoadSettings", TheWorld().imapPop3, state_->settings);
-}
-
-int ImapPop3::SaveSettings(const std::list<Callback>& steps)
-{
-    return Save("ImapPop3::SaveSettings", steps, state_->settings, TheWorld().imapPop3);
-}
-
-int ImapPop3::Service(const std::string& verb)
-{
-    return Call("ImapPop3::Service", verb);
-}
-
-MailScanner::MailScanner() = default;
-
-MailScanner::~MailScanner() = default;
-
-int MailScanner::LoadSettings()
-{
-    return Load("MailScanner::LoadSettings", TheWorld().mailScanner, state_->settings);
-}
-
-int MailScanner::SaveSettings(const std::list<Callback>& steps)
-{
-    return Save("MailScanner::SaveSettings", steps, state_->settings, TheWorld().mailScanner);
-}
-
-int MailScanner::Service(const std::string& verb)
-{
-    return Call("MailScanner::Service", verb);
-}
-
-int MailScanner::AntiVirusService(const std::string& verb)
-{
-    return Call("MailScanner::AntiVirusService", verb);
-}
+SERVICE(MailScanner, mailScanner);
+NOTED(MailScanner::AntiVirusService, (const std::string& verb), (verb));
 
 Analyzer::Analyzer() = default;
-
 Analyzer::~Analyzer() {}
-
-int Analyzer::Analyze(std::list<Result>& results)
-{
-    const int result = Call("Analyzer::Analyze");
-    if (result >= 0) results = TheWorld().analysis;
-    return result;
-}
+DONE(Analyzer::Analyze, (std::list<Result> & results), (), results = TheWorld().analysis);
 
 bool IsSupportAntiVirus()
 {
     return recording::CallOr(TheWorld().antiVirusSupport ? 1 : 0, "IsSupportAntiVirus") != 0;
 }
 
-int GenerateRSAPrivateKey(const char* path, unsigned int bits)
-{
-    const int result = Call("GenerateRSAPrivateKey", path, bits);
-    if (result >= 0) TheWorld().files[path] = "private key";
-    return result;
-}
-
-int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
-{
-    const int result = Call("GenerateRSAPublicKey", privatePath, publicPath);
-    if (result >= 0) TheWorld().files[publicPath] = "public key";
-    return result;
-}
-
-int ReadRSAPublicKey(const char* path, std::string& text)
-{
-    const int result = Call("ReadRSAPublicKey", path);
-    if (result >= 0) text = TheWorld().publicKey;
-    return result;
-}
-
-int WebUtils::IsPortConflict(const char* services, int from, int to)
-{
-    return Call("WebUtils::IsPortConflict", services, from, to);
-}
+NOTED(GenerateRSAPrivateKey, (const char* path, unsigned int bits), (path, bits));
+DONE(GenerateRSAPublicKey, (const char* privatePath, const char* publicPath),
+     (privatePath, publicPath), TheWorld().files[publicPath] = "public key");
+DONE(ReadRSAPublicKey, (const char* path, std::string& text), (path), text = TheWorld().publicKey);
+NOTED(WebUtils::IsPortConflict, (const char* services, int from, int to), (services, from, to));
 
 std::string StringJoin(const std::list<std::string>& texts, const char* separator)
 {

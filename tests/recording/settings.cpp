@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "tests/recording/json_text.h"
 
 namespace recording {
@@ -23,26 +21,28 @@ const T& Get(const boost::any& value)
     return boost::any_cast<const Value<T>&>(value).get();
 }
 
-/// Settings of the names, types and values of an object's members.
-Settings FromJson(const char* text)
+boost::any ValueOf(const Json::Value& value)
 {
-    Settings settings;
-    const Json::Value members = ParseJson(text);
-    for (const std::string& name : members.getMemberNames()) {
-        const Json::Value& value = members[name];
-        if (value.isBool()) settings.Add(name, value.asBool());
-        if (value.isString()) settings.Add(name, value.asString());
-        if (value.isInt()) settings.Add(name, value.asInt());
-    }
-    return settings;
+    if (value.isBool()) return Value<bool>(value.asBool());
+    if (value.isString()) return Value<std::string>(value.asString());
+    return Value<int>(value.asInt());
+}
+
+boost::any KeyOf(const std::string& name, const Json::Value& value)
+{
+    if (value.isBool()) return Key<bool>(name);
+    if (value.isString()) return Key<std::string>(name);
+    return Key<int>(name);
 }
 
 }  // namespace
 
-Settings& Settings::AddRaw(const std::string& name, boost::any key, boost::any value)
+Settings::Settings(const std::string& text)
 {
-    entries_.push_back({name, std::move(key), std::move(value)});
-    return *this;
+    const Json::Value members = ParseJson(text);
+    for (const std::string& name : members.getMemberNames()) {
+        entries_.push_back({name, KeyOf(name, members[name]), ValueOf(members[name])});
+    }
 }
 
 void Settings::Set(const Json::Value& members)
@@ -53,14 +53,7 @@ void Settings::Set(const Json::Value& members)
             ADD_FAILURE() << "no such setting: " << name;
             continue;
         }
-        const Json::Value& wanted = members[name];
-        if (wanted.isBool()) {
-            *value = Value<bool>(wanted.asBool());
-        } else if (wanted.isString()) {
-            *value = Value<std::string>(wanted.asString());
-        } else {
-            *value = Value<int>(wanted.asInt());
-        }
+        *value = ValueOf(members[name]);
     }
 }
 
@@ -92,7 +85,7 @@ std::list<boost::any> Settings::Keys() const
 
 Settings DefaultPostfix()
 {
-    return FromJson(R"({
+    return Settings(R"({
         "smtp_enabled": false, "smtp_port": 25, "smtp_ssl_enabled": false, "smtps_port": 465,
         "smtp_tls_enabled": false, "smtp_tls_port": 587, "smtp_auth_required": true,
         "restrict_sender": false, "account_type": "local", "acc_domain_name": "example.com",
@@ -111,7 +104,7 @@ Settings DefaultPostfix()
 
 Settings DefaultImapPop3()
 {
-    return FromJson(R"({
+    return Settings(R"({
         "imap_enabled": true, "imap_port": 143, "imaps_enabled": true, "imaps_port": 993,
         "pop3_enabled": false, "pop3_port": 110, "pop3s_enabled": false, "pop3s_port": 995,
         "max_user_connections": 10, "plaintext_auth": false})");
@@ -119,7 +112,7 @@ Settings DefaultImapPop3()
 
 Settings DefaultMailScanner()
 {
-    return FromJson(R"({
+    return Settings(R"({
         "anti_virus_enable": false, "spam_enable": false, "enable_dangerous_content_scan": false,
         "spam_tag_score": 5, "spam_reject_score": 15, "spam_subject_tag": "",
         "spam_action": "tag", "virus_action": "reject", "spam_bayes": false})");

@@ -13,15 +13,10 @@ namespace recording {
 
 class Settings {
 public:
-    /// Adds a setting of a supported type behind the others.
-    template <typename T>
-    Settings& Add(const std::string& name, T value)
-    {
-        return AddRaw(name, Key<T>(name), Value<T>(value));
-    }
+    Settings() = default;
 
-    /// Adds a setting whose key, or value, is of any type.
-    Settings& AddRaw(const std::string& name, boost::any key, boost::any value);
+    /// Settings of the names, types and values of a JSON object's members.
+    explicit Settings(const std::string& text);
 
     /// Sets what `members` names, each by the type of its key. A name without a key fails the test.
     void Set(const Json::Value& members);

@@ -1,8 +1,7 @@
 // String lists and hashes. Those not freed at the end of a test are counted.
 #include <algorithm>
-#include <functional>
+#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/hlib/string_hash.h"
@@ -65,18 +64,7 @@ void HLIBCSzListFree(HLIBCSzList* list)
 }
 
 struct HLIBCSzHash {
-    std::vector<std::pair<std::string, std::string>> entries;
-
-    auto Find(const std::string& key)
-    {
-        return std::find_if(entries.begin(), entries.end(),
-                            [&key](const auto& entry) { return entry.first == key; });
-    }
-    auto Find(const std::string& key) const
-    {
-        return std::find_if(entries.begin(), entries.end(),
-                            [&key](const auto& entry) { return entry.first == key; });
-    }
+    std::map<std::string, std::string> entries;
 };
 
 HLIBCSzHash* HLIBCSzHashAlloc(int capacity)
@@ -90,39 +78,25 @@ HLIBCSzHash* HLIBCSzHashAlloc(int capacity)
 int HLIBCSzHashSetValue(HLIBCSzHash** hash, const char* key, const char* value)
 {
     const int result = Detail("HLIBCSzHashSetValue", key, value);
-    if (result < 0) return result;
-
-    const auto entry = (*hash)->Find(key);
-    if (entry == (*hash)->entries.end()) {
-        (*hash)->entries.emplace_back(key, value);
-    } else {
-        entry->second = value;
-    }
+    if (result >= 0) (*hash)->entries[key] = value;
     return result;
 }
 
 const char* HLIBCSzHashGetValue(const HLIBCSzHash* hash, const char* key)
 {
-    const auto entry = hash->Find(key);
+    const auto entry = hash->entries.find(key);
     return entry == hash->entries.end() ? nullptr : entry->second.c_str();
 }
 
 int HLIBCSzHashRemoveKey(HLIBCSzHash* hash, const char* key)
 {
-    const auto entry = hash->Find(key);
-    if (entry == hash->entries.end()) return -1;
-
-    hash->entries.erase(entry);
-    return 0;
+    return hash->entries.erase(key) != 0 ? 0 : -1;
 }
 
 const char* HLIBCSzHashEnumKey(const HLIBCSzHash* hash, const char* previous)
 {
     auto entry = hash->entries.begin();
-    if (previous != nullptr) {
-        entry = hash->Find(previous);
-        if (entry != hash->entries.end()) ++entry;
-    }
+    if (previous != nullptr) entry = hash->entries.upper_bound(previous);
     return entry == hash->entries.end() ? nullptr : entry->first.c_str();
 }
 

@@ -30,21 +30,10 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
     return 0;
 }
 
-int HLIBCProcFork()
-{
-    return CallOr(4711, "HLIBCProcFork");  // the parent
-}
-
-int HLIBCProcAliveByPidFile(const char* pidFile)
-{
-    return CallOr(static_cast<int>(TheWorld().livePidFiles.count(pidFile)),
-                  "HLIBCProcAliveByPidFile", pidFile);
-}
-
-int HLIBCFileExist(const char* path)
-{
-    return CallOr(TheWorld().Exists(path) ? 1 : 0, "HLIBCFileExist", path);
-}
+NOTED_OR(4711, HLIBCProcFork, (), ());  // the parent
+NOTED_OR(TheWorld().livePidFiles.count(pidFile), HLIBCProcAliveByPidFile, (const char* pidFile),
+         (pidFile));
+NOTED_OR(TheWorld().Exists(path), HLIBCFileExist, (const char* path), (path));
 
 int HLIBCFileEnumDir(const char* directory, int flags, HLIBCSzList** list, int max)
 {
@@ -77,30 +66,18 @@ int HLIBCFileGetKeyValue(const char* file, const char* key, char* buffer, int si
     return result;
 }
 
-int HLIBCFileSetKeyValue(const char* file, const char* key, const char* value, int flags)
-{
-    const int result = Call("HLIBCFileSetKeyValue", file, key, value, flags);
-    if (result >= 0) TheWorld().keyValueFiles[file][key] = value;
-    return result;
-}
+DONE(HLIBCFileSetKeyValue, (const char* file, const char* key, const char* value, int flags),
+     (file, key, value, flags), TheWorld().keyValueFiles[file][key] = value);
 
 int HLIBCFileCheckKeyValue(const char* file, const char* key, const char* value, int flags)
 {
-    const auto& files = TheWorld().keyValueFiles;
-    const auto found = files.find(file);
-    bool same = false;
-    if (found != files.end()) {
-        const auto stored = found->second.find(key);
-        same = stored != found->second.end() && stored->second == value;
-    }
+    auto& files = TheWorld().keyValueFiles;
+    const bool same =
+        files.count(file) != 0 && files[file].count(key) != 0 && files[file][key] == value;
     return CallOr(same ? 1 : 0, "HLIBCFileCheckKeyValue", file, key, value, flags);
 }
 
-int HLIBCErrGet()
-{
-    Call("HLIBCErrGet");
-    return TheWorld().lastError;
-}
+GIVEN(int, HLIBCErrGet, (), (), TheWorld().lastError);
 
 /// Knows ASCII and the Latin letters that UTF-8 starts with the byte C3.
 int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targetSize)
@@ -120,7 +97,4 @@ int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targe
     return result;
 }
 
-int HALDFwRuleHup()
-{
-    return Call("HALDFwRuleHup");
-}
+NOTED(HALDFwRuleHup, (), ());

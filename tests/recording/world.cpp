@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <fstream>
 
 #include "frame/service_control.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -235,6 +236,11 @@ std::string Word(const std::string& text)
 std::string Word(const std::list<std::string>& texts)
 {
     return ListWords(texts, [](const std::string& text) { return Word(text); }).text;
+}
+
+void WriteExport(const std::string& path)
+{
+    std::ofstream(path, std::ios::binary) << TheWorld().exportText;
 }
 
 void CopyText(const std::string& text, char* buffer, int size)

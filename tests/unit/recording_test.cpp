@@ -1,9 +1,6 @@
 // The recording platform itself: what it must not let pass.
 #include <gtest/gtest-spi.h>
-#include <gtest/gtest.h>
 #include <syslog.h>
-
-#include <cstdarg>
 
 #include "platform/hlib/string_list.h"
 #include "platform/web/server_form_handler.h"
@@ -14,14 +11,6 @@ using recording::TheWorld;
 namespace {
 
 class Recording : public recording::RecordedTest {};
-
-__attribute__((format(printf, 2, 3))) void LogThrough(int priority, const char* format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    vsyslog(priority, format, arguments);
-    va_end(arguments);
-}
 
 class Handler : public ServerFormHandler {
 public:
@@ -51,13 +40,4 @@ TEST_F(Recording, FailsATestThatLeavesSomethingBehind)
     handler.ExLock();
     EXPECT_NONFATAL_FAILURE(TheWorld().ExpectNothingLeft(), "request lock");
     world.Reset();
-}
-
-TEST_F(Recording, TakesEveryFormOfALogLineWithItsPriority)
-{
-    syslog(LOG_ERR, "mailvane:%d %s", 5, "plain");
-    LogThrough(LOG_WARNING, "mailvane:%d %s", 6, "other");
-    world.ExpectLog(5, "plain");
-    EXPECT_EQ(world.TakeLog(), "<4> mailvane:6 other");
-    EXPECT_NONFATAL_FAILURE(TheWorld().ExpectLog("missing"), "got log line \"\"");
 }
