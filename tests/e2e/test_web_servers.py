@@ -4,6 +4,7 @@ import contextlib
 import http.client
 import json
 import os
+import re
 import socket
 import ssl
 import subprocess
@@ -21,12 +22,14 @@ SERVERS = {
     "apache": (["apache2", "-f", CONFIGURATION + "apache.conf"], "apache.pid"),
     "lighttpd": ([TARGET + "/scripts/web.sh", "restart"], "lighttpd.pid"),
 }
+POSTFIX_LOG = "/var/log/mailvane/maillog"
 OWN_HOST = "127.0.0.1:%d" % TLS_PORT
 CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).encode()
 
 
-def request(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
-    """As harness.request, over TLS."""
+@contextlib.contextmanager
+def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
+    """The answer to a request over TLS, not yet read."""
     head = dict(headers or {})
     if user is not None:
         login = "%s:pw-%s" % (user, user)
@@ -37,7 +40,23 @@ def request(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, head
     connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=60, context=context)
     with contextlib.closing(connection):
         connection.request("GET" if body is None else "POST", path, body, head)
-        return Answer(connection.getresponse())
+        yield connection.getresponse()
+
+
+def request(**parts):
+    """As harness.request, over TLS."""
+    with response(**parts) as answer:
+        return Answer(answer)
+
+
+def peak_memory(server_pid):
+    """The most that the processes of a server have held at once each, together, in MiB."""
+    children = run("pgrep", "-P", str(server_pid), check=False).split()
+    total = 0
+    for pid in [str(server_pid), *children]:
+        with open("/proc/%s/status" % pid, encoding="ascii") as file:
+            total += int(re.search(r"VmHWM:\s+(\d+)", file.read()).group(1))
+    return total / 1024
 
 
 def make_certificate():
@@ -93,8 +112,33 @@ class WebServers(harness.Story):
     def test_each_lets_in_whom_it_should(self):
         self.addCleanup(harness.control, "web", "restart")
         for name in SERVERS:
-            with self.subTest(name), server(name):
+            with server(name):
                 self.check_entrance(name)
+
+    def test_each_passes_a_long_download_on_as_it_comes(self):
+        self.addCleanup(harness.control, "web", "restart")
+        self.assertEqual(harness.control("maillog", "stop"), 0)
+        self.addCleanup(harness.control, "maillog", "start")
+        lines = ("x" * 9999 + "\n").encode() * 20000  # 200 MB
+        with open(POSTFIX_LOG, "rb+") as log:
+            start = log.seek(0, os.SEEK_END)
+            self.addCleanup(os.truncate, POSTFIX_LOG, start)
+            log.write(lines)
+        for name in SERVERS:
+            with self.subTest(server=name), server(name) as pid:
+                request()
+                before = peak_memory(pid)
+                self.assertGreater(self.download(), len(lines))
+                self.assertLess(peak_memory(pid), before + 16)
+
+    @staticmethod
+    def download():
+        """Bytes of the text log."""
+        length = 0
+        with response(path="/mailvane.cgi?action=export_postfix_log") as answer:
+            while chunk := answer.read(1 << 20):
+                length += len(chunk)
+        return length
 
     def check_entrance(self, name):
         before = snapshot(ETC)
@@ -115,8 +159,10 @@ class WebServers(harness.Story):
             ("other file", 404, {"path": "/etc/htpasswd"}),
         )
         for what, status, parts in cases:
-            self.assertEqual(request(**parts).status, status, (name, what))
+            with self.subTest(server=name, what=what):
+                self.assertEqual(request(**parts).status, status)
         self.assertEqual(snapshot(ETC), before)
 
         relay = json.dumps({"action": "save_relay", "smtp_relay_enabled": False}).encode()
-        self.assertIs(request(body=relay).json()["success"], True)
+        with self.subTest(server=name, what="change"):
+            self.assertIs(request(body=relay).json()["success"], True)
