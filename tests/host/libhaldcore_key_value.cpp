@@ -112,20 +112,22 @@ TEST_F(KeyValue, SetStartsAnewInASharedDirectory)
     EXPECT_EQ("p=1\n", Contents("/home/precious"));
 }
 
+// Files of the package are changed under the request lock.
 TEST_F(KeyValue, SettersOfOneFileLoseNothing)
 {
+    constexpr const char* kStored = "/var/packages/Mailvane/etc/some.conf";
     const auto key = [](int number) { return "k" + std::to_string(number); };
     const auto setTen = [&](int first) {
         int result = 0;
         for (int i = first; i < first + 10; ++i) {
-            result |= HLIBCFileSetKeyValue("/etc/some.conf", key(i).c_str(), "v", 0);
+            result |= HLIBCFileSetKeyValue(kStored, key(i).c_str(), "v", 0);
         }
         return result == 0 ? 0 : 1;
     };
-    Write("/etc/some.conf", "");
+    Write(kStored, "");
     for (const int first : {0, 10, 20, 30}) InChild([&] { return setTen(first); });
     for (int i = 0; i < 4; ++i) EXPECT_EQ(0, StatusOf(-1));
-    for (int i = 0; i < 40; ++i) EXPECT_EQ("0:v", Get("/etc/some.conf", key(i).c_str())) << i;
+    for (int i = 0; i < 40; ++i) EXPECT_EQ("0:v", Get(kStored, key(i).c_str())) << i;
 }
 
 }  // namespace
