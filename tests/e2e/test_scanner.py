@@ -2,6 +2,7 @@
 import email.message
 import io
 import os
+import re
 import shutil
 import signal
 import smtplib
@@ -12,7 +13,7 @@ import zipfile
 import file_modes
 import harness
 from harness import DOMAIN, ETC, TARGET, control, read, run, wait_for
-from machine import in_place_of, write
+from machine import contents, in_place_of, write
 
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
@@ -257,6 +258,8 @@ class Signatures(Scanner):
         wait_for(lambda: status() == "fresh_clam", "the update")
         self.assertEqual(harness.pid_of("/run/hald_freshclam.pid"), first.pid)
         second = self.update()
+        wait_for(lambda: re.search(r"-> FLOCK .* %d " % second.pid, contents("/proc/locks")),
+                 "the second update, which waits for the first")
         first.terminate()
         self.assertEqual((first.wait(10), second.wait(10)), (1, 0), "two updates at once")
         self.assertEqual(finished(), "done")
