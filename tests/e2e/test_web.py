@@ -61,4 +61,5 @@ class Web(harness.Story):
         answer = read("nonsense")
         self.assertIn(answer.status, (500, 502))
         self.assertNotIn(b"success", answer.body)
-        self.assertRegex(log.lines()[0], r"mailvane:\d+ invalid action: nonsense$")
+        lines = harness.wait_for(log.lines, "a line in the system log")
+        self.assertRegex(lines[0], r"mailvane:\d+ invalid action: nonsense$")
