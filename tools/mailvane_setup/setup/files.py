@@ -2,6 +2,8 @@
 import hashlib
 import os
 
+from ctl.upkeep import sync_folder
+
 
 def replace(path, data, mode=0o644, owner=None):
     """Puts bytes in a file's place; `owner` is a pair of numbers, by default this process's."""
@@ -28,15 +30,6 @@ def remove(path):
         os.unlink(path)
     except FileNotFoundError:
         pass
-
-
-def sync_folder(path):
-    """Makes names in a folder last."""
-    descriptor = os.open(path, os.O_RDONLY | os.O_DIRECTORY)
-    try:
-        os.fsync(descriptor)
-    finally:
-        os.close(descriptor)
 
 
 def content(path):

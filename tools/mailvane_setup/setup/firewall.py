@@ -1,7 +1,7 @@
 """Our table of the packet filter, which closes the ports of mail services that are off."""
 import os
 
-from setup import files
+from ctl.upkeep import sync_folder
 from setup.run import attempt, output
 
 NFT = "/usr/sbin/nft"
@@ -12,7 +12,7 @@ def lift(etc):
     rules = etc + "/firewall.nft"
     if os.path.exists(rules):
         os.replace(rules, rules + ".lifted")
-        files.sync_folder(etc)
+        sync_folder(etc)
     if os.path.exists(NFT):
         attempt(NFT, "delete", "table", "inet", "mailvane")  # none may be loaded
 

@@ -4,6 +4,7 @@ import json
 import os
 import shutil
 
+from ctl.upkeep import sync_folder
 from setup import files
 
 ADOPTING, ADOPTED, REMOVING = "adopting", "adopted", "removing"
@@ -55,7 +56,7 @@ class State:
 
     def _rename(self, before, after):
         os.rename(before, after)
-        files.sync_folder(os.path.dirname(self.folder))
+        sync_folder(os.path.dirname(self.folder))
 
 
 def _free_name(wanted):

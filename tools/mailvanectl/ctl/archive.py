@@ -7,6 +7,7 @@ import os
 import re
 import tarfile
 
+from ctl import upkeep
 from ctl.answers import Refused
 
 FORMAT = 1
@@ -59,18 +60,9 @@ def write(path, state):
         except BaseException:
             os.unlink(new)
             raise
-        sync_folder(os.path.dirname(os.path.abspath(path)))
+        upkeep.sync_folder(os.path.dirname(os.path.abspath(path)))
     except OSError as problem:
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
-
-
-def sync_folder(folder):
-    """Waits until the disk knows the names in a folder."""
-    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
-    try:
-        os.fsync(descriptor)
-    finally:
-        os.close(descriptor)
 
 
 def _put(file, state):

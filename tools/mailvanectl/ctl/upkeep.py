@@ -94,6 +94,15 @@ def _log(action, result, names):
     syslog.syslog(syslog.LOG_NOTICE, "mailvane: " + line[:1000])
 
 
+def sync_folder(folder):
+    """Waits until the disk knows the names in a folder."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
+    try:
+        os.fsync(descriptor)
+    finally:
+        os.close(descriptor)
+
+
 def plain(text):
     """A text that does to a terminal and a log what it says, and no more."""
     return "".join(sign if sign.isprintable() else "?" for sign in text)
