@@ -199,6 +199,11 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
                                             Map("login_aliases") +
                                             "}, pcre:${config_directory}/maps/login_rule");
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
+    // A message ends with CR LF dot CR LF alone: what others relay as text must not become a second
+    // message here. Programs of this machine, which may end it in their own way, can send anything
+    // as it is.
+    main.Add("smtpd_forbid_bare_newline", "normalize");
+    main.Add("smtpd_forbid_bare_newline_exclusions", "$mynetworks");
     Restrictions client;
     client.Add("check_client_access " + Table("cidr", "black_clients"));
     AddClientAccess(client);

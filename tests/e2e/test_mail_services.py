@@ -1,7 +1,9 @@
 """The pages of the mailboxes and of the relay host."""
 import contextlib
 import os
+import smtplib
 import socket
+import subprocess
 import threading
 
 import harness
@@ -86,6 +88,56 @@ class SwitchedOff(Pages):
                     pop3s_enabled=False)
         self.change("save_relay", smtp_relay_enabled=False)
         self.assertFalse(os.path.exists("/run/dovecot/master.pid"), "nobody needs it")
+
+
+class EndOfMessage(harness.Story):
+    """Other servers relay what only looks like the end of a message. What follows it must not become
+    a message of its own: it would carry their good name."""
+
+    false_ends = (b"\n.\r\n", b"\r\n.\n", b"\n.\n", b"\r.\r", b"\r\n.\r", b"\r.\r\n")
+    hidden = (b"MAIL FROM:<forged@mv.test>\r\nRCPT TO:<bob@mv.test>\r\nDATA\r\n"
+              b"Subject: smuggled\r\n\r\nInner text.\r\n.\r\n")
+
+    @staticmethod
+    def hand_in(port, data, source=STRANGER):
+        """All that the server says to a message's bytes, with a login on port 587."""
+        with smtplib.SMTP("127.0.0.1", port, "client.test", 20, (source, 0)) as client:
+            if port == 587:
+                client.starttls(context=harness.unverified())
+                client.login("alice", "pw-alice")
+            client.ehlo_or_helo_if_needed()
+            for line in ("MAIL FROM:<%s>" % ALICE, "RCPT TO:<%s>" % BOB, "DATA"):
+                code, words = client.docmd(line)
+                assert code in (250, 354), words
+            client.send(data)
+            first = client.getreply()[1]
+            client.send(b"QUIT\r\n")
+            return first + b"\n" + client.file.read()
+
+    def test_is_the_standard_one_alone(self):
+        for number, (port, end) in enumerate((port, end) for port in (25, 587)
+                                             for end in self.false_ends):
+            with self.subTest(port=port, end=end):
+                subject = "outer %02d" % number
+                said = self.hand_in(port, b"Subject: %s\r\n\r\nOuter text.%s%s" % (
+                    subject.encode(), end, self.hidden))
+                self.assertEqual(said.count(b"queued as"), 1, said)
+                self.assertIn("Inner text.", delivered("bob", subject))
+        self.assertEqual(harness.mails("bob", "smuggled"), [])
+
+    def test_lines_that_end_in_line_feeds_alone_are_taken(self):
+        text = b"From: %s\nSubject: %s\n\nA line.\n..\nLast line."
+        for name, port, source, end in (("stranger", 25, STRANGER, b"\r\n.\r\n"),
+                                        ("login", 587, STRANGER, b"\r\n.\r\n"),
+                                        ("own program", 25, "127.0.0.1", b"\n.\n")):
+            with self.subTest(name):
+                subject = "lines of " + name
+                said = self.hand_in(port, text % (ALICE.encode(), subject.encode()) + end, source)
+                self.assertEqual(said.count(b"queued as"), 1, said)
+                self.assertIn("Last line.", delivered("bob", subject))
+        subprocess.run(["/usr/sbin/sendmail", "-i", BOB], check=True,
+                       input=b"Subject: lines of sendmail\n\nA line.\n.\nLast line.\n")
+        self.assertIn("Last line.", delivered("bob", "lines of sendmail"))
 
 
 class Relay(Pages):
