@@ -30,6 +30,15 @@ std::string MailboxServices(const StoredSettings& settings)
            Listener("pop3", settings, false) + Listener("pop3s", settings, true) + "}\n";
 }
 
+/// Doors that Dovecot opens to every user of the machine: mail could be put into any mailbox past
+/// all checks, and others' mailboxes be indexed. Nobody but root needs them.
+const char kClosedDoors[] =
+    "service auth {\n  unix_listener auth-userdb {\n    mode = 0600\n  }\n}\n"
+    "service dns-client {\n  unix_listener dns-client {\n    mode = 0600\n  }\n}\n"
+    "service imap-urlauth-login {\n  unix_listener imap-urlauth {\n    mode = 0600\n  }\n}\n"
+    "service indexer {\n  unix_listener indexer {\n    mode = 0600\n  }\n}\n"
+    "service lmtp {\n  unix_listener lmtp {\n    mode = 0600\n  }\n}\n";
+
 /// How Postfix reaches logins and delivery; the sockets belong to it alone.
 const char kPostfixSockets[] =
     "service auth {\n"
@@ -73,7 +82,7 @@ std::string RenderDovecot(const StoredSettings& settings, const Surroundings& ar
            "disable_plaintext_auth = " +
            YesNo(!settings.Bool("plaintext_auth")) + "\nmail_max_userip_connections = " +
            std::to_string(settings.Int("max_user_connections")) + "\n" + kAccounts +
-           MailboxServices(settings) + kPostfixSockets +
+           MailboxServices(settings) + kClosedDoors + kPostfixSockets +
            "protocol lmtp {\n"
            "  mail_plugins = $mail_plugins sieve\n"
            "  postmaster_address = postmaster@" +

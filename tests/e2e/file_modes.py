@@ -1,13 +1,16 @@
-"""The files of the package have the owners and modes of packaging/machine/file_modes."""
+"""The files of the package, and all unix sockets that the machine's daemons listen on, have the
+owners and modes of packaging/machine/file_modes."""
 import grp
 import os
 import pwd
 import re
+import socket
 import stat
 
 MACHINE = os.path.join(os.path.dirname(__file__), "../../packaging/machine/")
 ROOTS = ("/etc/default/mailvane", "/etc/logrotate.d/mailvane", "/var/packages", "/var/lib/mailvane",
          "/var/lib/mailvane-web", "/var/log/mailvane", "/run/mailvane")
+ACCEPTS_CALLS = 1 << 16  # a flag of sockets in /proc/net/unix
 
 
 def _rows():
@@ -47,6 +50,24 @@ def _files():
             yield from (os.path.join(folder, name) for name in below + files)
 
 
+def doors():
+    """Paths of all unix sockets that take calls or datagrams. Postfix names them from its queue."""
+    with open("/proc/net/unix", encoding="ascii") as file:
+        rows = [line.split() for line in file][1:]
+    for row in rows:
+        flags, kind, path = int(row[3], 16), int(row[4], 16), row[-1] if len(row) > 7 else ""
+        if path and (flags & ACCEPTS_CALLS or kind == socket.SOCK_DGRAM):
+            yield path if path.startswith(("/", "@")) else "/var/spool/postfix/" + path
+
+
+def _doors_with_their_folders():
+    for path in set(doors()):
+        if path.startswith("@"):
+            yield path + ": no row, as it belongs to nobody"
+        elif os.path.exists(path):
+            yield from (_look(path), _look(os.path.dirname(path)))
+
+
 def _made_at_boot():
     """What tmpfiles.d makes, as it says."""
     with open(MACHINE + "mailvane.tmpfiles", encoding="ascii") as file:
@@ -58,7 +79,8 @@ def _made_at_boot():
 def check():
     """Walks the machine, and fails with all that differs. For the end of a story."""
     wrong = [_look(path) for path in _files()]
+    wrong += _doors_with_their_folders()
     wrong += [difference(path, found) for path, found in _made_at_boot()]
-    wrong = sorted(filter(None, wrong))
+    wrong = sorted(set(filter(None, wrong)))
     if wrong:
         raise AssertionError("%d files differ:\n%s" % (len(wrong), "\n".join(wrong)))

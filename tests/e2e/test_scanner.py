@@ -199,10 +199,20 @@ class Spam(Scanner):
 
 
 class Processes(Scanner):
+    def test_every_door_has_an_owner(self):
+        self.secure(**dict.fromkeys(SWITCHES + OTHERS[:-1], True))
+        self.assertEqual(finished(), "done")
+        services = ("opendkim", "opendmarc", "amavisd-milter", "amavis", "clamd", "memcached")
+        wanted = {"/run/mailvane/%s/socket" % name for name in services}
+        wanted |= {"/run/mailvane/web/fcgi.sock", "/run/dovecot/lmtp",
+                   "/var/spool/postfix/private/policyd-spf",
+                   "/var/spool/postfix/private/rate-policy"}
+        self.assertEqual(wanted - set(file_modes.doors()), set(), "not all doors are there")
+        file_modes.check()
+
     def test_a_scanner_that_cannot_tell_lets_nothing_through(self):
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")
-        file_modes.check()  # with all doors of the scanner there
         found = {row["key"]: row["status"] for row in read("mailvane_check").json()["settings"]}
         keys = ("mailscanner", "mailscanner_milter", "antivirus", "virus_signatures")
         self.assertEqual([found[key] for key in keys], ["OK"] * 4)
