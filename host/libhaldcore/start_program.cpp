@@ -107,16 +107,6 @@ int Become(void* data)
     _exit(127);
 }
 
-/// The exit status of a child is lost while SIGCHLD is ignored, as some web servers leave it.
-void ExpectChildren()
-{
-    struct sigaction action;
-    if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
-        action.sa_handler = SIG_DFL;
-        (void)sigaction(SIGCHLD, &action, nullptr);
-    }
-}
-
 /// Runs `Become` in a new process; returns once that is the program or has failed.
 pid_t Clone(Plan& plan, int& process)
 {
@@ -132,6 +122,15 @@ pid_t Clone(Plan& plan, int& process)
 }
 
 }  // namespace
+
+void ExpectChildren()
+{
+    struct sigaction action;
+    if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+        action.sa_handler = SIG_DFL;
+        (void)sigaction(SIGCHLD, &action, nullptr);
+    }
+}
 
 bool StartProgram(const std::vector<std::string>& arguments, const ProgramStreams& streams,
                   StartedProgram& started)

@@ -22,6 +22,10 @@ struct StartedProgram {
     Descriptor process;  ///< readable once it has ended
 };
 
+/// To be called before a process is started whose exit status matters: it is lost while SIGCHLD is
+/// ignored, as some web servers leave it.
+void ExpectChildren();
+
 /// Starts `arguments[0]` in a process group of its own with a fixed environment, default signals,
 /// umask 022, "/" as its directory and no descriptors but `streams`; a package tool gets the
 /// request lock as well, when it is held. False, with errno set, when it cannot be started.

@@ -24,8 +24,8 @@ const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
 const char kCompiler[] = "/usr/bin/sievec";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
-constexpr std::chrono::seconds kChildLimit{60};
 constexpr std::chrono::seconds kCompilerLimit{20};
+constexpr std::chrono::seconds kChildLimit{25};  // others wait for the request lock for 30
 
 /// A name in the home that nobody can have put a link at.
 std::string NewName()

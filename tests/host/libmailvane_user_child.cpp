@@ -1,0 +1,176 @@
+// Work under a user's number: what it holds, and what becomes of work that does not end.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/user_child.h"
+#include "tests/host/machine.h"
+
+namespace {
+
+using host::Descriptor;
+using std::chrono::milliseconds;
+using Work = std::function<bool(int home)>;
+
+class UserChild : public Machine {
+protected:
+    void SetUp() override
+    {
+        if (geteuid() != 0) GTEST_SKIP() << "needs root";
+        Machine::SetUp();
+        Write("/home/alice/x", "");
+    }
+
+    static bool Run(milliseconds limit, const Work& work)
+    {
+        return host::RunAsUser({"alice", getuid(), getgid(), "/home/alice"}, "script", limit, work);
+    }
+
+    static bool RunLong(const Work& work) { return Run(std::chrono::minutes(1), work); }
+};
+
+/// While it lives, this process opens no further descriptors.
+class NoMoreDescriptors {
+public:
+    NoMoreDescriptors()
+    {
+        (void)getrlimit(RLIMIT_NOFILE, &before_);
+        struct rlimit now = before_;
+        // Room for those of the child, which has closed what it got.
+        for (Descriptor& one : taken_) one = Descriptor(open("/dev/null", O_RDONLY));
+        now.rlim_cur = static_cast<rlim_t>(taken_[3].get()) + 1;
+        (void)setrlimit(RLIMIT_NOFILE, &now);
+    }
+    ~NoMoreDescriptors() { (void)setrlimit(RLIMIT_NOFILE, &before_); }
+    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
+    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
+
+private:
+    struct rlimit before_ = {};
+    Descriptor taken_[4];
+};
+
+[[noreturn]] bool WaitForEver()
+{
+    for (;;) (void)pause();
+}
+
+bool Stop(int /*home*/)
+{
+    (void)raise(SIGSTOP);
+    WaitForEver();
+}
+
+bool HearNothing(int /*home*/)
+{
+    sigset_t all;
+    sigfillset(&all);
+    (void)sigprocmask(SIG_SETMASK, &all, nullptr);
+    WaitForEver();
+}
+
+bool WriteForEver(int /*home*/)
+{
+    for (;;) (void)!write(STDOUT_FILENO, "forged answer\n", 14);
+}
+
+/// Starts a tracer of this process, which keeps it from vanishing; its number, or 0.
+pid_t StartTracer()
+{
+    int ready[2];
+    if (pipe2(ready, O_CLOEXEC) < 0) return 0;
+    const pid_t traced = getpid();
+    const pid_t tracer = InChild([&] {
+        (void)alarm(300);
+        if (ptrace(PTRACE_SEIZE, traced, nullptr, nullptr) < 0) return 1;
+        (void)!write(ready[1], "x", 1);
+        WaitForEver();
+    });
+    (void)close(ready[1]);
+    char byte = 0;
+    return read(ready[0], &byte, 1) == 1 ? tracer : 0;
+}
+
+}  // namespace
+
+TEST_F(UserChild, HoldsNothingOfItsParent)
+{
+    const host::ScopedLock lock;
+    const Descriptor answer(open("/dev/null", O_WRONLY));
+    ASSERT_TRUE(lock.held() && answer);
+    EXPECT_TRUE(RunLong([](int home) {
+        struct stat null = {};
+        (void)stat("/dev/null", &null);
+        for (int number = 0; number < 1000; ++number) {
+            struct stat found = {};
+            if (fstat(number, &found) < 0 || number == home) continue;
+            if (number > STDERR_FILENO || found.st_rdev != null.st_rdev) return false;
+        }
+        return !host::LockIsHeld();
+    }));
+    EXPECT_TRUE(host::LockIsHeld());
+}
+
+TEST_F(UserChild, IsKilledAfterItsLimit)
+{
+    for (const Work& work : {Work(Stop), Work(HearNothing), Work(WriteForEver)}) {
+        EXPECT_FALSE(Run(milliseconds(50), work));
+        EXPECT_EQ(Logged().back(),
+                  "mailvane: script of alice: its process took too long and was killed");
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "it is still there";
+    }
+}
+
+TEST_F(UserChild, SaysWhyItFailed)
+{
+    const std::pair<Work, const char*> rows[] = {
+        {[](int) { return errno = ENOSPC, false; }, "No space left on device"},
+        {[](int) { return errno = 0, false; }, "Input/output error"},
+        {[](int) { return raise(SIGKILL) != 0; }, "its process was killed"},
+        {[](int) -> bool { throw 1; }, "its process was killed"},
+    };
+    for (const auto& [work, reason] : rows) {
+        EXPECT_FALSE(RunLong(work));
+        EXPECT_EQ(Logged().back(), std::string("mailvane: script of alice: ") + reason);
+    }
+}
+
+TEST_F(UserChild, IsWaitedForWithoutItsDescriptorAndWhereChildrenAreIgnored)
+{
+    const NoMoreDescriptors limit;
+    const auto before = signal(SIGCHLD, SIG_IGN);
+    EXPECT_TRUE(RunLong([](int) { return usleep(30000) == 0; }));
+    EXPECT_FALSE(Run(milliseconds(50), Stop));
+    (void)signal(SIGCHLD, before);
+}
+
+TEST_F(UserChild, IsLeftBehindWhenItCannotEvenBeKilled)
+{
+    void* shared =
+        mmap(nullptr, sizeof(pid_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(shared, MAP_FAILED);
+    pid_t& tracer = *static_cast<pid_t*>(shared);
+    bool done = false;
+    // A busy machine may take longer to start the tracer than the child may live.
+    for (milliseconds limit(200); !done && tracer == 0; limit *= 2) {
+        done = Run(limit, [&](int) {
+            tracer = StartTracer();
+            return tracer == 0 || WaitForEver();
+        });
+    }
+    if (done) GTEST_SKIP() << "nothing can be traced here";
+
+    EXPECT_TRUE(WasLogged("cannot even be killed, and is left behind"));
+    (void)kill(tracer, SIGKILL);
+    (void)munmap(shared, sizeof(pid_t));
+    EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+}
