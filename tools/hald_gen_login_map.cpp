@@ -2,7 +2,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/alias_maps.h"
+#include "host/libmailvane/rebuild_lists.h"
 
 int main()
 {

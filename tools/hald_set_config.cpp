@@ -14,7 +14,7 @@
 #include <cstring>
 
 #include "host/libmailvane/key_pairs.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "host/libmailvane/restore.h"
 #include "host/libmailvane/save_transaction.h"
 

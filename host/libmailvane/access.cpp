@@ -6,10 +6,12 @@
 
 #include <map>
 
+#include "host/libmailvane/access_maps.h"
 #include "host/libmailvane/access_store.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/list_change.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/list_text.h"
+#include "host/libmailvane/rebuild_lists.h"
 
 namespace host {
 namespace {

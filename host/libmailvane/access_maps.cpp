@@ -6,12 +6,13 @@
 //
 // Mail for a discarded recipient is taken in and then thrown away by its transport, since DISCARD
 // as an answer of the SMTP server would throw it away for all recipients of the message.
+#include "host/libmailvane/access_maps.h"
+
 #include <algorithm>
 #include <optional>
 
 #include "host/libmailvane/access_store.h"
 #include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/map_text.h"
 
 namespace host {

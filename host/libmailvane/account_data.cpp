@@ -156,11 +156,6 @@ bool HealAll(const AccountCombination& stored, bool& exchanged)
 
 }  // namespace
 
-bool operator==(const AccountCombination& left, const AccountCombination& right)
-{
-    return left.type == right.type && left.domain == right.domain;
-}
-
 bool AccountDataIsSound(const AccountCombination& stored)
 {
     for (const AccountDatabase which : kDatabases) {

@@ -4,15 +4,9 @@
 
 #include <string>
 
+#include "host/libmailvane/account_combination.h"
+
 namespace host {
-
-/// The accounts that the mail server serves: "local", "ldap" or "win", and their domain.
-struct AccountCombination {
-    std::string type;
-    std::string domain;
-};
-
-bool operator==(const AccountCombination& left, const AccountCombination& right);
 
 /// Whether the live data belongs to the `stored` combination. Cheap: a few small reads without
 /// SQLite and without the lock. Not to be called while this process has one of the databases open.

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "host/libmailvane/account_data.h"
+#include "host/libmailvane/account_combination.h"
 #include "host/libmailvane/database.h"
 
 namespace host {

@@ -3,8 +3,8 @@
 
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/account_data.h"
-#include "host/libmailvane/list_maps.h"
-#include "host/libmailvane/stored_data.h"
+#include "host/libmailvane/exchange.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "host/libmailvane/stored_settings.h"
 
 namespace host {

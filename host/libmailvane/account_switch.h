@@ -1,7 +1,7 @@
 // Keeping the account data what the stored settings say, and what is generated from it.
 #pragma once
 
-#include "host/libmailvane/account_record.h"
+#include "host/libmailvane/account_combination.h"
 
 namespace host {
 

@@ -10,7 +10,8 @@
 #include "host/libmailvane/alias_text.h"
 #include "host/libmailvane/database.h"
 #include "host/libmailvane/list_text.h"
-#include "host/libmailvane/write_scope.h"
+#include "host/libmailvane/rebuild_lists.h"
+#include "host/libmailvane/save_transaction.h"
 #include "platform/mailvane/postfix.h"
 
 struct Alias::State {

@@ -10,8 +10,9 @@
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/alias_expansion.h"
 #include "host/libmailvane/alias_store.h"
-#include "host/libmailvane/mail_domains.h"
-#include "host/libmailvane/render.h"
+#include "host/libmailvane/derived_settings.h"
+#include "host/libmailvane/render_context.h"
+#include "host/libmailvane/render_postfix.h"
 #include "platform/hlib/accounts.h"
 
 namespace host {

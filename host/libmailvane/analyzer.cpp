@@ -5,7 +5,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/checks.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_scanner.h"
 
 namespace host {
 

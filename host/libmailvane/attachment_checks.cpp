@@ -1,14 +1,13 @@
 // The header checks that refuse attachments by name. A name can be written in many ways: quoted,
 // cut into numbered parts (RFC 2231), with bytes as %65 or =65, as a word in base64 (RFC 2047); a
 // program that opens it sees one and the same. Names inside archives are the scanner's matter.
+#include "host/libmailvane/attachment_checks.h"
+
 #include <array>
 #include <string>
 #include <vector>
 
 #include "host/libmailvane/attachment_types.h"
-#include "host/libmailvane/list_maps.h"
-#include "host/libmailvane/scanner_files.h"
-#include "platform/mailvane/attachment_filter.h"
 
 namespace host {
 namespace {
@@ -149,9 +148,3 @@ std::vector<ListFile> AttachmentFiles()
 }
 
 }  // namespace host
-
-int AttachmentFilter::GenerateConfig()
-{
-    // The scanner looks for the same types inside archives.
-    return host::RebuildLists({host::AttachmentFiles, host::BannedTypeFiles});
-}

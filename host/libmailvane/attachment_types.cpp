@@ -10,10 +10,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/database.h"
 #include "host/libmailvane/list_names.h"
-#include "host/libmailvane/write_scope.h"
-#include "platform/mailvane/attachment_filter.h"
 
 namespace host {
 namespace {
@@ -31,49 +28,6 @@ bool IsTypeCharacter(char c)
            c == '.';
 }
 
-using Types = std::vector<std::string>;
-
-int Store(const Types& types)
-{
-    std::string text;
-    for (const std::string& type : types) text += type + "\n";
-    if (ReplaceFile(ListPath(), text, 0644)) return 0;
-
-    Log(LOG_ERR, "cannot write the attachment types: %s", ErrnoText());
-    return -1;
-}
-
-/// Adds what is not there yet; all or nothing.
-int AddTypes(const std::list<std::string>& added)
-{
-    const WriteScope scope;
-    if (!scope.ok()) return -1;
-
-    Types types = AttachmentTypes();
-    for (const std::string& text : added) {
-        const std::optional<std::string> type = StoredAttachmentType(text);
-        if (!type) {
-            Log(LOG_ERR, "refused: '%.64s' is no type of files", text.c_str());
-            return -1;
-        }
-        if (std::find(types.begin(), types.end(), *type) == types.end()) types.push_back(*type);
-    }
-    return Store(types);
-}
-
-int DeleteTypes(const std::list<std::string>& deleted)
-{
-    const WriteScope scope;
-    if (!scope.ok()) return -1;
-
-    Types types = AttachmentTypes();
-    for (const std::string& text : deleted) {
-        const std::string type = StoredAttachmentType(text).value_or(text);
-        types.erase(std::remove(types.begin(), types.end(), type), types.end());
-    }
-    return Store(types);
-}
-
 }  // namespace
 
 std::vector<std::string> AttachmentTypes()
@@ -83,7 +37,7 @@ std::vector<std::string> AttachmentTypes()
         if (errno == ENOENT) return {};
         throw std::runtime_error("cannot read " + ListPath() + ": " + ErrnoText());
     }
-    Types types;
+    std::vector<std::string> types;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
         // Whoever writes the file by hand must not reach into what is made of it.
@@ -105,27 +59,14 @@ std::optional<std::string> StoredAttachmentType(const std::string& text)
     return type;
 }
 
+int StoreAttachmentTypes(const std::vector<std::string>& types)
+{
+    std::string text;
+    for (const std::string& type : types) text += type + "\n";
+    if (ReplaceFile(ListPath(), text, 0644)) return 0;
+
+    Log(LOG_ERR, "cannot write the attachment types: %s", ErrnoText());
+    return -1;
+}
+
 }  // namespace host
-
-int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& query)
-{
-    return host::WithoutExceptions("attachment types", [&] {
-        // Types are asked for as they may be added, with a dot in front.
-        const std::string part = host::StoredAttachmentType(query).value_or(query);
-        types.clear();
-        for (const std::string& type : host::AttachmentTypes()) {
-            if (type.find(part) != std::string::npos) types.push_back(type);
-        }
-        return static_cast<int>(types.size());
-    });
-}
-
-int AttachmentFilter::Delete(const std::list<std::string>& types)
-{
-    return host::WithoutExceptions("attachment types", [&] { return host::DeleteTypes(types); });
-}
-
-int AttachmentFilter::Add(const std::list<std::string>& types)
-{
-    return host::WithoutExceptions("attachment types", [&] { return host::AddTypes(types); });
-}

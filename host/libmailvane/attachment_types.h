@@ -11,6 +11,9 @@ namespace host {
 /// there is no list. Throws std::runtime_error when it cannot be read.
 std::vector<std::string> AttachmentTypes();
 
+/// Replaces the list. 0, or -1 (logged). Requires the request lock.
+int StoreAttachmentTypes(const std::vector<std::string>& types);
+
 /// The one spelling under which a type is stored (`.EXE` and `*.exe` are `exe`); nothing when
 /// `text` is no extension: letters, digits, "_", "+", "-", inner dots, 32 bytes at most.
 std::optional<std::string> StoredAttachmentType(const std::string& text);

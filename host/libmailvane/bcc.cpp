@@ -7,13 +7,14 @@
 
 #include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/bcc_store.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/list_change.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/list_text.h"
+#include "host/libmailvane/plain_lists.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/stored_settings.h"
 #include "host/libmailvane/text_checks.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace host {
 namespace {
@@ -92,16 +93,6 @@ int DeleteAll(std::list<BccInfo> rules)
     return rules.empty() ? 0 : RemoveRules(rules);
 }
 
-/// The rules of one type as text, one a line: the file format, and a map of Postfix.
-std::string RulesText(std::optional<SQLite::Database>& store, BccType type)
-{
-    std::string text;
-    if (!store) return text;
-
-    for (const BccInfo& rule : ReadBcc(*store, type)) text += rule.name + " " + rule.bccTo + "\n";
-    return text;
-}
-
 /// The rules of a file, each name once. False, logged, when a line is refused.
 bool ReadImport(BccType type, const std::string& path, std::list<BccInfo>& rules)
 {
@@ -133,14 +124,6 @@ int ChangeRules(Change change)
 }
 
 }  // namespace
-
-std::vector<ListFile> BlindCopyFiles()
-{
-    std::optional<SQLite::Database> store = OpenListStore();
-    // Postfix finds a bare name for every mail domain of this server.
-    return {{"sender_bcc", RulesText(store, BCC_SENDER)},
-            {"recipient_bcc", RulesText(store, BCC_RECIPIENT)}};
-}
 
 }  // namespace host
 
@@ -199,7 +182,7 @@ int BCC::exportBCC(BccType type, const std::string& path)
 {
     return host::WithoutExceptions(host::kWhat, [&] {
         std::optional<SQLite::Database> store = host::OpenListStore();
-        return host::WriteExport(path, host::RulesText(store, type));
+        return host::WriteExport(path, store ? host::BccText(*store, type) : "");
     });
 }
 

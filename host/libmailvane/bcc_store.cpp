@@ -87,6 +87,13 @@ std::list<BccInfo> ReadBcc(SQLite::Database& store, BccType type)
     return Rules(query);
 }
 
+std::string BccText(SQLite::Database& store, BccType type)
+{
+    std::string text;
+    for (const BccInfo& rule : ReadBcc(store, type)) text += rule.name + " " + rule.bccTo + "\n";
+    return text;
+}
+
 bool InsertBcc(SQLite::Database& store, const BccInfo& rule)
 {
     SQLite::Statement insert(store, "INSERT OR IGNORE INTO bcc VALUES (?, ?, ?)");

@@ -27,6 +27,9 @@ std::list<BccInfo> PageOfBcc(SQLite::Database& store, const Filter& filter);
 /// All rules of one type, in order.
 std::list<BccInfo> ReadBcc(SQLite::Database& store, BccType type);
 
+/// The rules of one type as text, one a line: the file format of exports, and a map of Postfix.
+std::string BccText(SQLite::Database& store, BccType type);
+
 /// Adds a stored rule; false when there is one of that type and name.
 bool InsertBcc(SQLite::Database& store, const BccInfo& rule);
 

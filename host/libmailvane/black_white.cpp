@@ -1,10 +1,12 @@
 // The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
 // server follow them once their files are made.
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/black_white_files.h"
 #include "host/libmailvane/black_white_store.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/list_change.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/list_text.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 

@@ -1,11 +1,12 @@
 // The files of the black and white list. The scanner's have one name a line, with "!" in front of
 // those of the other list: the nearest entry counts, so a white address in a black domain is white.
 // The mail server's refuse what is black, also while the scanner looks for no spam.
+#include "host/libmailvane/black_white_files.h"
+
 #include "host/libmailvane/account_databases.h"
 #include "host/libmailvane/black_white_store.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/map_text.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_scanner.h"
 
 namespace host {
 namespace {

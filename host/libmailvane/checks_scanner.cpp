@@ -9,7 +9,7 @@
 
 #include "host/libmailvane/checks.h"
 #include "host/libmailvane/line_client.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_scanner.h"
 #include "host/libmailvane/user_command.h"
 
 namespace host {

@@ -1,11 +1,11 @@
 // Typed settings in memory: loading, setting, saving.
+#include "host/libmailvane/config.h"
+
 #include "platform/mailvane/config.h"
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/config_state.h"
 #include "host/libmailvane/save_transaction.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace {
 

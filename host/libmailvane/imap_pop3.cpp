@@ -1,7 +1,7 @@
 // Settings of the IMAP and POP3 server.
 #include "platform/mailvane/imap_pop3.h"
 
-#include "host/libmailvane/config_state.h"
+#include "host/libmailvane/config.h"
 
 ImapPop3::ImapPop3()
 {

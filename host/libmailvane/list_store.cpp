@@ -2,14 +2,9 @@
 #include "host/libmailvane/list_store.h"
 
 #include <algorithm>
-#include <stdexcept>
 
-#include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/account_switch.h"
 #include "host/libmailvane/list_text.h"
-#include "host/libmailvane/stored_settings.h"
 
 namespace host {
 namespace {
@@ -18,15 +13,6 @@ const char kEveryField[] = "all";
 const char kPattern[] = ":pattern";
 
 }  // namespace
-
-SQLite::Database ChangeListStore()
-{
-    const auto settings = StoredSettings::Read();
-    if (!settings || HealAccounts(settings->Account()) < 0) {
-        throw std::runtime_error("the lists of the stored account source are not at hand");
-    }
-    return ChangeAccountDatabase(AccountDatabase::kMailvane);
-}
 
 Search::Search(const Filter& filter, const std::vector<SearchField>& fields)
 {

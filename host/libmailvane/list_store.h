@@ -1,4 +1,4 @@
-// What the lists in etc/mailvane.db share: opening for changes, search, exports.
+// What the lists in etc/mailvane.db share: opening for reading, search, pages.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -8,14 +8,9 @@
 #include <vector>
 
 #include "host/libmailvane/database.h"
-#include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/filter.h"
 
 namespace host {
-
-/// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
-/// Requires the request lock. Throws when that fails.
-SQLite::Database ChangeListStore();
 
 /// A field that a search can look at: its name in a request, and the SQL expression of its text.
 struct SearchField {
@@ -47,19 +42,5 @@ void BindPage(SQLite::Statement& query, const Filter& filter);
 
 /// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
 std::optional<SQLite::Database> OpenListStore();
-
-/// Runs a change of the lists, which gets their store and returns an int, under the lock. Negative
-/// on failure, logged with the name of the lists.
-template <typename Change>
-int ChangeLists(const char* what, Change change)
-{
-    return WithoutExceptions(what, [&change] {
-        const WriteScope scope;
-        if (!scope.ok()) return -1;
-
-        SQLite::Database store = ChangeListStore();
-        return change(store);
-    });
-}
 
 }  // namespace host

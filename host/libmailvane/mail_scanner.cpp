@@ -1,7 +1,7 @@
 // Settings of the mail scanner.
 #include "platform/mailvane/mail_scanner.h"
 
-#include "host/libmailvane/config_state.h"
+#include "host/libmailvane/config.h"
 
 MailScanner::MailScanner()
 {

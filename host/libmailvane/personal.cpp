@@ -9,10 +9,10 @@
 #include "host/libmailvane/database.h"
 #include "host/libmailvane/personal_script.h"
 #include "host/libmailvane/personal_settings.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/stored_settings.h"
 #include "host/libmailvane/text_checks.h"
 #include "host/libmailvane/user_script.h"
-#include "host/libmailvane/write_scope.h"
 
 using host::MailAccount;
 using host::PersonalSettings;

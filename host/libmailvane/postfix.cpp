@@ -5,7 +5,7 @@
 
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/account_switch.h"
-#include "host/libmailvane/config_state.h"
+#include "host/libmailvane/config.h"
 #include "host/libmailvane/text_checks.h"
 
 namespace {

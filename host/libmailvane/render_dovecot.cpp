@@ -1,5 +1,7 @@
 // Text of Dovecot's configuration: mailbox services, logins for SMTP, local delivery.
-#include "host/libmailvane/render.h"
+#include "host/libmailvane/render_dovecot.h"
+
+#include "host/libmailvane/render_context.h"
 
 namespace host {
 
@@ -66,17 +68,17 @@ bool ListensOnIpv6(const std::string& dovecotConfiguration)
     return dovecotConfiguration.find(std::string("\nlisten = ") + kEverywhere) != std::string::npos;
 }
 
-std::string RenderDovecot(const StoredSettings& settings, const Surroundings& around)
+std::string RenderDovecot(const StoredSettings& settings, const RenderContext& context)
 {
     return "# Made by mailvane from its stored settings. Put what is your own into\n"
            "# /var/packages/Mailvane/etc/local.d/*.dovecot.conf.\n"
            "protocols = imap pop3 lmtp\n"
            "listen = " +
-           std::string(around.hasIpv6 ? kEverywhere : kIpv4Alone) +
+           std::string(context.hasIpv6 ? kEverywhere : kIpv4Alone) +
            "log_path = /var/log/mailvane/dovecot.log\n"
            "ssl = yes\n"
            "ssl_cert = <" +
-           around.certificate + "\nssl_key = <" + around.privateKey +
+           context.certificate + "\nssl_key = <" + context.privateKey +
            "\n"
            "ssl_min_protocol = TLSv1.2\n"
            "disable_plaintext_auth = " +

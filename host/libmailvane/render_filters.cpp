@@ -1,9 +1,10 @@
 // Texts of the filters' files: OpenDKIM, OpenDMARC and the SPF checker; how the rate policy runs.
+#include "host/libmailvane/render_filters.h"
+
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/list_maps.h"
-#include "host/libmailvane/mail_domains.h"
-#include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/derived_settings.h"
+#include "host/libmailvane/list_file.h"
+#include "host/libmailvane/render_scanner.h"
 
 namespace host {
 
@@ -87,14 +88,14 @@ std::string SigningTableText(const StoredSettings& settings)
 }
 
 /// The filter's resolver by itself asks neither the machine's name servers nor one on this machine.
-std::string ResolverText(const Surroundings& around)
+std::string ResolverText(const RenderContext& context)
 {
     std::string text = kHeader;
     text += "server:\n    do-not-query-localhost: no\n";
-    if (around.nameServers.empty()) return text;
+    if (context.nameServers.empty()) return text;
 
     text += "forward-zone:\n    name: \".\"\n";
-    for (const std::string& address : around.nameServers) {
+    for (const std::string& address : context.nameServers) {
         text += "    forward-addr: " + address + "\n";
     }
     return text;
@@ -211,13 +212,13 @@ std::string RatePolicyService(const StoredSettings& settings)
 }
 
 void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
-                    const Surroundings& around)
+                    const RenderContext& context)
 {
     next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
     next.Put("opendkim/KeyTable", KeyTableText(settings), 0644);
     next.Put("opendkim/SigningTable", SigningTableText(settings), 0644);
     next.Put("opendkim/TrustedHosts", kThisMachine, 0644);
-    next.Put("opendkim/resolver.conf", ResolverText(around), 0644);
+    next.Put("opendkim/resolver.conf", ResolverText(context), 0644);
     next.Put("opendmarc/opendmarc.conf", DmarcFilterText(settings), 0644);
     next.Put("opendmarc/ignore.hosts", kThisMachine, 0644);
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);

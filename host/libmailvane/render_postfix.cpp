@@ -1,12 +1,14 @@
 // Text of Postfix's main.cf and master.cf, and of the rules that follow from the settings.
+#include "host/libmailvane/render_postfix.h"
+
 #include <set>
 #include <sstream>
 #include <vector>
 
 #include "host/libmailvane/alias_expansion.h"
-#include "host/libmailvane/mail_domains.h"
-#include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/render.h"
+#include "host/libmailvane/derived_settings.h"
+#include "host/libmailvane/render_context.h"
+#include "host/libmailvane/render_filters.h"
 
 namespace host {
 
@@ -73,7 +75,7 @@ const char* YesNo(bool flag)
     return flag ? "yes" : "no";
 }
 
-void AddIdentity(Parameters& main, const StoredSettings& settings, const Surroundings& around)
+void AddIdentity(Parameters& main, const StoredSettings& settings, const RenderContext& context)
 {
     std::string destinations = "localhost";
     for (const std::string& domain : MailDomains(settings)) destinations += ", " + domain;
@@ -81,7 +83,7 @@ void AddIdentity(Parameters& main, const StoredSettings& settings, const Surroun
     main.Add("compatibility_level", "3.6");
     main.Add("maillog_file", "/var/log/mailvane/maillog");
     main.Add("inet_interfaces", "all");
-    main.Add("inet_protocols", around.hasIpv6 ? "all" : "ipv4");
+    main.Add("inet_protocols", context.hasIpv6 ? "all" : "ipv4");
     main.Add("myhostname", settings.Text("smtp_hostname"));
     main.Add("myorigin", settings.MailDomain());
     main.Add("mydestination", destinations);
@@ -116,10 +118,10 @@ void AddDelivery(Parameters& main, const StoredSettings& settings)
     main.Add("always_bcc", settings.AlwaysBcc());
 }
 
-void AddTls(Parameters& main, const StoredSettings& settings, const Surroundings& around)
+void AddTls(Parameters& main, const StoredSettings& settings, const RenderContext& context)
 {
-    main.Add("smtpd_tls_cert_file", around.certificate);
-    main.Add("smtpd_tls_key_file", around.privateKey);
+    main.Add("smtpd_tls_cert_file", context.certificate);
+    main.Add("smtpd_tls_key_file", context.privateKey);
     main.Add("smtpd_tls_security_level", "may");
     main.Add("smtpd_tls_auth_only", YesNo(!settings.Bool("plaintext_auth")));
     main.Add("smtpd_tls_mandatory_protocols", ">=TLSv1.2");
@@ -320,20 +322,20 @@ std::string OwnAddressRule(const StoredSettings& settings, const std::string& re
 
 }  // namespace
 
-std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings& around)
+std::string RenderPostfixMain(const StoredSettings& settings, const RenderContext& context)
 {
-    Parameters main(around.mainFragment);
-    AddIdentity(main, settings, around);
+    Parameters main(context.mainFragment);
+    AddIdentity(main, settings, context);
     AddDelivery(main, settings);
-    AddTls(main, settings, around);
+    AddTls(main, settings, context);
     AddRelay(main, settings);
     AddRestrictions(main, settings);
     AddFilters(main, settings);
     AddLimits(main, settings);
-    return kHeader + main.text() + around.mainFragment;
+    return kHeader + main.text() + context.mainFragment;
 }
 
-std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundings& around)
+std::string RenderPostfixMaster(const StoredSettings& settings, const RenderContext& context)
 {
     std::string text = kHeader;
     text += SmtpService(settings.Int("smtp_port"), {});
@@ -353,7 +355,7 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     return text + kInnerServices + SpfService(settings) + RatePolicyService(settings) +
-           around.masterFragment;
+           context.masterFragment;
 }
 
 std::string RenderRelayPassword(const StoredSettings& settings)
@@ -382,13 +384,13 @@ std::string RenderLoginRule(const StoredSettings& settings)
     return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
 }
 
-std::string RenderRoles(const Surroundings& around)
+std::string RenderRoles(const RenderContext& context)
 {
-    if (around.administrator.empty()) return "";
+    if (context.administrator.empty()) return "";
 
     std::string text;
     for (const char* role : kRoles) {
-        text += std::string(role) + " " + around.administrator + "\n";
+        text += std::string(role) + " " + context.administrator + "\n";
     }
     return text;
 }

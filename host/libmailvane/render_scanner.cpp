@@ -1,10 +1,11 @@
 // Texts of the files of the mail scanner and the anti-virus engine.
+#include "host/libmailvane/render_scanner.h"
+
 #include <algorithm>
 
 #include "host/libmailvane/attachment_types.h"
 #include "host/libmailvane/database.h"
-#include "host/libmailvane/mail_domains.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/derived_settings.h"
 
 namespace host {
 
@@ -294,7 +295,7 @@ std::string RenderScanner(const StoredSettings& settings)
 }
 
 void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
-                     const Surroundings& around)
+                     const RenderContext& context)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
     const auto putTypes = [&next] {
@@ -306,7 +307,7 @@ void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
     next.Put("clamav/clamd.conf", EngineText(settings), 0644);
-    next.Put("clamav/freshclam.conf", UpdaterText(around.updaterFragment), 0644);
+    next.Put("clamav/freshclam.conf", UpdaterText(context.updaterFragment), 0644);
 }
 
 }  // namespace host

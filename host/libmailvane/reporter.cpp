@@ -1,5 +1,7 @@
 // Settings of the daily report: etc/report.conf, mode 0600, since it holds the password of the
 // account that sends.
+#include "host/libmailvane/reporter.h"
+
 #include "platform/mailvane/reporter.h"
 
 #include <algorithm>
@@ -11,9 +13,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/trim.h"
-#include "host/libmailvane/report_recipients.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/text_checks.h"
-#include "host/libmailvane/write_scope.h"
 
 using host::KeyValueFile;
 

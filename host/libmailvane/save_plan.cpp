@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/mail_ports.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/derived_settings.h"
+#include "host/libmailvane/render_filters.h"
+#include "host/libmailvane/render_scanner.h"
 #include "host/libmailvane/service_control.h"
 #include "platform/firewall/firewall.h"
 #include "platform/mailvane/imap_pop3.h"

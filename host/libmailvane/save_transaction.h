@@ -4,11 +4,27 @@
 #include <list>
 #include <vector>
 
-#include "host/libmailvane/list_maps.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/list_file.h"
 #include "host/libmailvane/stored_settings.h"
 #include "platform/mailvane/callback.h"
 
 namespace host {
+
+/// What every operation that changes stored state stands in.
+/// Holds the request lock and has an interrupted save finished first.
+class WriteScope {
+public:
+    WriteScope();
+
+    /// False when the lock was not had in time or the interrupted save could not be finished;
+    /// nothing may be written then.
+    bool ok() const { return ok_; }
+
+private:
+    ScopedLock lock_;
+    bool ok_;
+};
 
 /// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
 /// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)

@@ -1,16 +1,17 @@
-// How much each login may send: the table `sender_quota` of etc/mailvane.db, and the file that the
-// rate policy reads.
+// How much each login may send: the table `sender_quota` of etc/mailvane.db.
 #include "platform/mailvane/sender_quota.h"
 
 #include <SQLiteCpp/VariadicBind.h>
 
 #include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/list_change.h"
 #include "host/libmailvane/list_store.h"
 #include "host/libmailvane/login_key.h"
+#include "host/libmailvane/plain_lists.h"
+#include "host/libmailvane/rebuild_lists.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/sender_quota_table.h"
 #include "host/libmailvane/text_checks.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace host {
 namespace {
@@ -56,19 +57,6 @@ int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, uns
 }
 
 }  // namespace
-
-std::vector<ListFile> QuotaFiles()
-{
-    std::string text;
-    if (auto store = OpenQuotas()) {
-        SQLite::Statement all(*store, "SELECT login, quota FROM sender_quota ORDER BY login");
-        while (all.executeStep()) {
-            const std::string login = LoginKey(all.getColumn(0).getString());
-            text += std::to_string(all.getColumn(1).getUInt()) + " " + login + "\n";
-        }
-    }
-    return {{kQuotaFile, text, false}};
-}
 
 }  // namespace host
 

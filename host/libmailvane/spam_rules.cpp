@@ -14,11 +14,11 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/database.h"
 #include "host/libmailvane/generation.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_scanner.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/spam_rule_lint.h"
 #include "host/libmailvane/spam_rule_text.h"
 #include "host/libmailvane/stored_settings.h"
-#include "host/libmailvane/write_scope.h"
 #include "platform/mailvane/spam.h"
 
 namespace host {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libmailvane/account_record.h"
+#include "host/libmailvane/account_combination.h"
 
 namespace host {
 

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "host/libmailvane/database.h"
-#include "host/libmailvane/report_recipients.h"
+#include "host/libmailvane/reporter.h"
 #include "platform/mailvane/reporter.h"
 #include "tests/host/machine.h"
 #include "tools/report/letter.h"

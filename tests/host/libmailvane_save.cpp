@@ -16,7 +16,7 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/generation.h"
 #include "host/libmailvane/save_transaction.h"
-#include "host/libmailvane/write_scope.h"
+#include "host/libmailvane/save_transaction.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
 

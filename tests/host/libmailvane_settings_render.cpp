@@ -4,13 +4,14 @@
 #include <regex>
 #include <string>
 
-#include "host/libmailvane/render.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_context.h"
+#include "host/libmailvane/render_postfix.h"
+#include "host/libmailvane/render_scanner.h"
 
 namespace {
 
+using host::RenderContext;
 using host::StoredSettings;
-using host::Surroundings;
 
 /// Settings that differ from the defaults by some.
 StoredSettings With(std::initializer_list<std::pair<const char*, const char*>> changes)
@@ -33,7 +34,7 @@ std::string Parameter(const std::string& text, const std::string& name)
 
 std::string MainOf(const StoredSettings& settings)
 {
-    return host::RenderPostfixMain(settings, Surroundings());
+    return host::RenderPostfixMain(settings, RenderContext());
 }
 
 TEST(RenderPostfix, EachSettingShowsInItsParameter)
@@ -80,7 +81,7 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
             EXPECT_EQ(relay.substr(relay.rfind(' ') + 1), "reject_unauth_destination");
             EXPECT_EQ(Parameter(main, "mynetworks_style"), " host");
 
-            const std::string master = host::RenderPostfixMaster(settings, Surroundings());
+            const std::string master = host::RenderPostfixMaster(settings, RenderContext());
             const std::string rule = "smtpd_relay_restrictions=permit_sasl_authenticated,reject\n";
             EXPECT_NE(master.find(rule), master.rfind(rule)) << "of two ports: " << master;
         }

@@ -1,7 +1,7 @@
 // What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "host/libmailvane/spam_rule_text.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"

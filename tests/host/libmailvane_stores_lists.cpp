@@ -5,7 +5,7 @@
 
 #include "host/libmailvane/access_store.h"
 #include "host/libmailvane/attachment_types.h"
-#include "host/libmailvane/list_maps.h"
+#include "host/libmailvane/rebuild_lists.h"
 #include "host/libmailvane/list_names.h"
 #include "host/libmailvane/login_key.h"
 #include "platform/mailvane/attachment_filter.h"

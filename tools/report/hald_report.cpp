@@ -11,7 +11,7 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/report_recipients.h"
+#include "host/libmailvane/reporter.h"
 #include "host/libmailvane/text_checks.h"
 #include "platform/mailvane/reporter.h"
 #include "tools/report/letter.h"

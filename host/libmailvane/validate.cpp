@@ -1,6 +1,6 @@
 // Judging a generation before it is put in force: Postfix's own check passes a missing map, a
 // service that stands twice and a port out of range, so more is asked than that.
-#include "host/libmailvane/judge.h"
+#include "host/libmailvane/validate.h"
 
 #include <algorithm>
 #include <cctype>
@@ -11,10 +11,10 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/derived_settings.h"
 #include "host/libmailvane/listening_ports.h"
-#include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/mail_ports.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/render_filters.h"
+#include "host/libmailvane/render_scanner.h"
 #include "host/libmailvane/user_command.h"
 
 namespace host {

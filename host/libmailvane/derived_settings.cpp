@@ -1,5 +1,5 @@
-// The ports that the stored settings give to the mail services.
-#include "host/libmailvane/mail_ports.h"
+// What follows from the stored settings: the ports of the mail services, the mail domains.
+#include "host/libmailvane/derived_settings.h"
 
 #include "host/libhaldcore/mail_services.h"
 
@@ -26,6 +26,17 @@ std::vector<int> EnabledPorts(const StoredSettings& settings)
         if (IsOn(settings, service)) ports.push_back(settings.Int(service.portKey));
     }
     return ports;
+}
+
+std::vector<std::string> MailDomains(const StoredSettings& settings)
+{
+    std::vector<std::string> domains{settings.Text("smtp_hostname")};
+    const std::string& account = settings.Text("acc_domain_name");
+    if (!account.empty() && account != domains.front()) domains.push_back(account);
+    for (const std::string& domain : settings.domains) {
+        if (domain != domains.front() && domain != account) domains.push_back(domain);
+    }
+    return domains;
 }
 
 }  // namespace host

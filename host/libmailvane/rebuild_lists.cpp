@@ -1,14 +1,19 @@
-// Maps and files that the lists of the package fill.
-#include "host/libmailvane/list_maps.h"
+// Putting what lists fill in force.
+#include "host/libmailvane/rebuild_lists.h"
 
 #include <algorithm>
 
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/access_maps.h"
+#include "host/libmailvane/alias_maps.h"
+#include "host/libmailvane/black_white_files.h"
+#include "host/libmailvane/database.h"
 #include "host/libmailvane/generation.h"
-#include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
+#include "host/libmailvane/plain_lists.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/service_control.h"
-#include "host/libmailvane/write_scope.h"
+#include "host/libmailvane/validate.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 

@@ -1,6 +1,7 @@
-// The ports that the stored settings give to the mail services.
+// What follows from the stored settings: the ports of the mail services, the mail domains.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "host/libmailvane/stored_settings.h"
@@ -13,5 +14,8 @@ bool MailboxServerRuns(const StoredSettings& settings);
 
 /// The ports of all services that are on; one given to two services stands there twice.
 std::vector<int> EnabledPorts(const StoredSettings& settings);
+
+/// The host name, the accounts' domain and the additional domains, each once.
+std::vector<std::string> MailDomains(const StoredSettings& settings);
 
 }  // namespace host

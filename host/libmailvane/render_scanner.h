@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "host/libmailvane/generation.h"
-#include "host/libmailvane/list_maps.h"
-#include "host/libmailvane/render.h"
+#include "host/libmailvane/list_file.h"
+#include "host/libmailvane/render_context.h"
 #include "host/libmailvane/stored_settings.h"
 
 namespace host {
@@ -40,6 +40,6 @@ std::string RenderScanner(const StoredSettings& settings);
 
 /// Puts the files of scanner and engine into the next generation, whether they run or not.
 void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
-                     const Surroundings& around);
+                     const RenderContext& context);
 
 }  // namespace host

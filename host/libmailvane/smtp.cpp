@@ -1,6 +1,6 @@
 // Whose accounts the mail server uses.
-#include "host/libmailvane/stored_settings.h"
 #include "platform/mailvane/smtp.h"
+#include "host/libmailvane/stored_settings.h"
 
 struct SMTP::State {
     std::string accountType;

@@ -1,7 +1,7 @@
 // What is stored beside the settings. An exchange lies in etc/exchange: `new` is what is to be put
 // in place, `old` gets what it replaces, `added` names what nothing was in the place of. Which of
 // them is where tells how far it is.
-#include "host/libmailvane/stored_data.h"
+#include "host/libmailvane/exchange.h"
 
 #include <sys/stat.h>
 
@@ -15,11 +15,12 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/account_switch.h"
+#include "host/libmailvane/attachment_checks.h"
 #include "host/libmailvane/database.h"
 #include "host/libmailvane/durable_move.h"
-#include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/personal_script.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/rebuild_lists.h"
+#include "host/libmailvane/render_scanner.h"
 #include "host/libmailvane/stored_settings.h"
 #include "host/libmailvane/user_script.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/libmailvane/generation.h"
-#include "host/libmailvane/render.h"
+#include "host/libmailvane/render_context.h"
 #include "host/libmailvane/stored_settings.h"
 
 namespace host {
@@ -41,6 +41,6 @@ std::string RatePolicyService(const StoredSettings& settings);
 
 /// Puts the filters' own files into the next generation, whether they run or not.
 void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
-                    const Surroundings& around);
+                    const RenderContext& context);
 
 }  // namespace host

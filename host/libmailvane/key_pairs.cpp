@@ -1,9 +1,9 @@
 // RSA key files for DKIM. Each pair has a directory of its own, named by its date, beside the two
 // names that are asked for; these lead through one link, `pair`, so that both halves change at
 // once. Replaced pairs stay.
-#include "platform/mailvane/rsa_key.h"
-
 #include "host/libmailvane/key_pairs.h"
+
+#include "platform/mailvane/rsa_key.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,8 +19,8 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/generation.h"
+#include "host/libmailvane/save_transaction.h"
 #include "host/libmailvane/service_control.h"
-#include "host/libmailvane/write_scope.h"
 
 namespace {
 

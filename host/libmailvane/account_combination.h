@@ -1,0 +1,19 @@
+// Whose accounts the mail server serves.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// The accounts that the mail server serves: "local", "ldap" or "win", and their domain.
+struct AccountCombination {
+    std::string type;
+    std::string domain;
+
+    bool operator==(const AccountCombination& other) const
+    {
+        return type == other.type && domain == other.domain;
+    }
+};
+
+}  // namespace host

@@ -1,0 +1,23 @@
+// Files of a generation that lists fill.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// One file of the next generation that a list fills.
+struct ListFile {
+    std::string name;  ///< of a map in postfix/maps, or a path in the generation
+    std::string text;
+    bool isMap = true;  ///< compiled for lookups
+};
+
+/// Path in a generation of what the rate policy reads.
+constexpr char kQuotaFile[] = "policy/limits";
+
+/// Paths of tables that Postfix reads as they are.
+constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
+constexpr char kBlackClientsFile[] = "postfix/maps/black_clients";
+constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
+
+}  // namespace host
