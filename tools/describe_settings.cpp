@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/libmailvane/settings_table.h"
+#include "host/libmailvane/settings/settings_table.h"
 
 namespace {
 

@@ -25,8 +25,8 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
-#include "host/libmailvane/service_control.h"
-#include "host/libmailvane/user_command.h"
+#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/system/user_command.h"
 
 namespace {
 

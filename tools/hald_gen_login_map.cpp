@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/libmailvane/alias_maps.h"
-#include "host/libmailvane/rebuild_lists.h"
+#include "host/libmailvane/render/alias_maps.h"
+#include "host/libmailvane/save/rebuild_lists.h"
 
 int main()
 {

@@ -13,10 +13,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/libmailvane/key_pairs.h"
-#include "host/libmailvane/rebuild_lists.h"
-#include "host/libmailvane/restore.h"
-#include "host/libmailvane/save_transaction.h"
+#include "host/libmailvane/pages/key_pairs.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/restore.h"
+#include "host/libmailvane/save/transaction.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 #include <tuple>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libmailvane/account_data.h"
-#include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/alias_expansion.h"
-#include "host/libmailvane/alias_names.h"
-#include "host/libmailvane/alias_store.h"
-#include "host/libmailvane/alias_text.h"
+#include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/render/alias_expansion.h"
+#include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/stores/alias_text.h"
 #include "tests/host/machine.h"
 
 namespace {

@@ -16,8 +16,8 @@
 #include <tuple>
 
 #include "host/libhaldcore/descriptor.h"
-#include "host/libmailvane/checks.h"
-#include "host/libmailvane/settings_table.h"
+#include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/settings/settings_table.h"
 
 namespace {
 

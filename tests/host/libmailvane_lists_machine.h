@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/account_record.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/account_record.h"
 #include "tests/host/machine.h"
 
 class ListMachine : public Machine {

@@ -1,7 +1,7 @@
 // A machine with a mail log.
 #pragma once
 
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "platform/mailvane/mail_log.h"
 #include "tests/host/machine.h"
 

@@ -1,5 +1,5 @@
 // The mail log: totals of the overview.
-#include "host/libmailvane/mail_log_statistic.h"
+#include "host/libmailvane/maillog/statistic.h"
 
 #include <ctime>
 

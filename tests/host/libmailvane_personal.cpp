@@ -1,8 +1,8 @@
 // Personal settings: whose they are, what is stored, and the script they become.
 #include <tuple>
 
-#include "host/libmailvane/personal_script.h"
-#include "host/libmailvane/personal_settings.h"
+#include "host/libmailvane/render/personal_script.h"
+#include "host/libmailvane/stores/personal_settings.h"
 #include "platform/mailvane/personal.h"
 #include "tests/host/machine.h"
 

@@ -4,8 +4,8 @@
 #include <ctime>
 #include <sstream>
 
-#include "host/libmailvane/database.h"
-#include "host/libmailvane/reporter.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/pages/reporter.h"
 #include "platform/mailvane/reporter.h"
 #include "tests/host/machine.h"
 #include "tools/report/letter.h"

@@ -14,9 +14,9 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
-#include "host/libmailvane/generation.h"
-#include "host/libmailvane/save_transaction.h"
-#include "host/libmailvane/save_transaction.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/transaction.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
 

@@ -4,9 +4,9 @@
 #include <regex>
 #include <string>
 
-#include "host/libmailvane/render_context.h"
-#include "host/libmailvane/render_postfix.h"
-#include "host/libmailvane/render_scanner.h"
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/postfix.h"
+#include "host/libmailvane/render/scanner.h"
 
 namespace {
 

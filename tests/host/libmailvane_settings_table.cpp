@@ -5,8 +5,8 @@
 #include <tuple>
 
 #include "host/libhaldcore/mail_services.h"
-#include "host/libmailvane/settings_table.h"
-#include "host/libmailvane/text_checks.h"
+#include "host/libmailvane/settings/settings_table.h"
+#include "host/libmailvane/names/text_checks.h"
 
 namespace {
 

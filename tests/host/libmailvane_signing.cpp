@@ -6,7 +6,7 @@
 #include <set>
 
 #include "host/libhaldcore/run_program.h"
-#include "host/libmailvane/render_filters.h"
+#include "host/libmailvane/render/filters.h"
 #include "platform/mailvane/rsa_key.h"
 #include "tests/host/machine.h"
 

@@ -1,5 +1,5 @@
 // Exchanging stored data: wherever a process is killed, it can be taken back.
-#include "host/libmailvane/exchange.h"
+#include "host/libmailvane/save/exchange.h"
 
 #include <map>
 

@@ -1,6 +1,6 @@
 // Healing of the data kept per account combination: after every step of a switch that was not
 // completed, after a kill at any moment of the healing itself, and from damaged files.
-#include "host/libmailvane/account_data.h"
+#include "host/libmailvane/stores/account_data.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -9,8 +9,8 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
-#include "host/libmailvane/account_databases.h"
-#include "host/libmailvane/account_record.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/account_record.h"
 #include "tests/host/machine.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // SQLite stores: creation, versions, failures.
-#include "host/libmailvane/database.h"
+#include "host/libmailvane/system/database.h"
 
 #include <unistd.h>
 

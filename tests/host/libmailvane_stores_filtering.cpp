@@ -1,8 +1,8 @@
 // What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
-#include "host/libmailvane/rebuild_lists.h"
-#include "host/libmailvane/spam_rule_text.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/names/spam_rule_text.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 #include "tests/host/libmailvane_lists_machine.h"

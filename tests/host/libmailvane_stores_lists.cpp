@@ -3,11 +3,11 @@
 #include <memory>
 #include <tuple>
 
-#include "host/libmailvane/access_store.h"
-#include "host/libmailvane/attachment_types.h"
-#include "host/libmailvane/rebuild_lists.h"
-#include "host/libmailvane/list_names.h"
-#include "host/libmailvane/login_key.h"
+#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/stores/attachment_types.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/names/list_names.h"
+#include "host/libmailvane/names/login_key.h"
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/sender_quota.h"

@@ -3,7 +3,7 @@
 #include <map>
 #include <set>
 
-#include "host/libmailvane/listening_ports.h"
+#include "host/libmailvane/system/listening_ports.h"
 #include "platform/mailvane/web_utils.h"
 #include "tests/host/machine.h"
 

@@ -12,7 +12,7 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/lock.h"
-#include "host/libmailvane/user_child.h"
+#include "host/libmailvane/system/user_child.h"
 #include "tests/host/machine.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "tools/maillog_collector/log_event.h"
 #include "tools/maillog_collector/month_closing.h"
 

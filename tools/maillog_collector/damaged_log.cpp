@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
 

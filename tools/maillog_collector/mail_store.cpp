@@ -1,7 +1,7 @@
 // The mail-log database as the collector writes it.
 #include "tools/maillog_collector/mail_store.h"
 
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
 namespace {

@@ -16,7 +16,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
 #include "tools/maillog_collector/log_watch.h"

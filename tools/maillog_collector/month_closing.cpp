@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/database.h"
-#include "host/libmailvane/durable_move.h"
-#include "host/libmailvane/mail_log_schema.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
 namespace {

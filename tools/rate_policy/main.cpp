@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/libmailvane/login_key.h"
+#include "host/libmailvane/names/login_key.h"
 #include "tools/rate_policy/counters.h"
 #include "tools/rate_policy/limits.h"
 #include "tools/rate_policy/request.h"

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/reporter.h"
-#include "host/libmailvane/text_checks.h"
+#include "host/libmailvane/pages/reporter.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "platform/mailvane/reporter.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_data.h"

@@ -15,8 +15,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
-#include "host/libmailvane/database.h"
-#include "host/libmailvane/stored_settings.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/analyzer.h"
 
 namespace report {

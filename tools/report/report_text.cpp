@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "host/libmailvane/text_checks.h"
+#include "host/libmailvane/names/text_checks.h"
 
 namespace report {
 

@@ -1,0 +1,359 @@
+// Generations of the daemons' files: etc/generated/gen-NNNNNN, the link `current`, and `manifest`
+// in each directory, which is written last.
+#include "host/libmailvane/generation/generation.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <sstream>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/system/durable_move.h"
+
+namespace fs = std::filesystem;
+
+namespace host {
+
+namespace {
+
+const char kPrefix[] = "gen-";
+const char kManifest[] = "manifest";
+const char kSettings[] = "mailvane.conf";
+const char kMaps[] = "postfix/maps/";
+const char kPostmap[] = "/usr/sbin/postmap";
+constexpr std::size_t kKept = 5;
+constexpr time_t kAge = 60;  // seconds a changed file is dated back
+
+/// Checksum of a file's bytes: enough to see that somebody edited it.
+std::string Checksum(const std::string& bytes)
+{
+    std::uint64_t hash = 0xcbf29ce484222325U;
+    for (const char c : bytes) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+
+    char text[17];
+    std::snprintf(text, sizeof(text), "%016llx", static_cast<unsigned long long>(hash));
+    return text;
+}
+
+bool SyncPath(const std::string& path)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+
+    const bool synced = fsync(descriptor) == 0;
+    close(descriptor);
+    return synced;
+}
+
+/// Writes a file that is not there yet; what waits for the disk comes later, for all files at once.
+bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode)
+{
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (!file || fchmod(file.get(), mode) < 0) return false;
+
+    for (std::size_t done = 0; done < bytes.size();) {
+        const ssize_t put = write(file.get(), bytes.data() + done, bytes.size() - done);
+        if (put < 0 && errno != EINTR) return false;
+        if (put > 0) done += static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+void DateBack(const std::string& path)
+{
+    const timespec then{time(nullptr) - kAge, 0};
+    const timespec times[2] = {then, then};
+    (void)utimensat(AT_FDCWD, path.c_str(), times, 0);
+}
+
+/// Names of all generations, complete or not, oldest first.
+std::vector<std::string> AllGenerations()
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(GeneratedDirectory(), error)) {
+        std::string name = entry.path().filename().string();
+        if (name.rfind(kPrefix, 0) == 0) names.push_back(std::move(name));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string NextName()
+{
+    const std::vector<std::string> names = AllGenerations();
+    const long last =
+        names.empty() ? 0 : std::strtol(names.back().c_str() + sizeof(kPrefix) - 1, nullptr, 10);
+    char name[32];
+    std::snprintf(name, sizeof(name), "%s%06ld", kPrefix, last + 1);
+    return name;
+}
+
+/// Copies aside and reports the generated files that somebody edited in the generation in force.
+void KeepEditedFiles(const std::string& name, const Manifest& files)
+{
+    for (const auto& [relative, checksum] : files) {
+        // The settings are written by more than the generator.
+        if (relative == kSettings) continue;
+
+        std::string bytes;
+        const std::string path = GenerationDirectory(name) + "/" + relative;
+        if (!ReadFile(path, bytes) || Checksum(bytes) == checksum) continue;
+
+        std::string flat = name;
+        flat.append("-").append(relative);
+        std::replace(flat.begin(), flat.end(), '/', '-');
+        const std::string aside = PackagePath("etc/edited/" + flat);
+        if (MakeDirectories(PackagePath("etc/edited"), 0700)) (void)ReplaceFile(aside, bytes, 0600);
+        Log(LOG_WARNING, "%s was edited by hand; the edited file is kept as %s", path.c_str(),
+            aside.c_str());
+    }
+}
+
+}  // namespace
+
+std::string GeneratedDirectory()
+{
+    return PackagePath("etc/generated");
+}
+
+std::string GenerationDirectory(const std::string& name)
+{
+    return GeneratedDirectory() + "/" + name;
+}
+
+std::string CurrentGeneration()
+{
+    std::error_code error;
+    return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
+}
+
+bool ReplaceByLink(const std::string& path, const std::string& target)
+{
+    const std::string temporary = path + ".new";
+    (void)unlink(temporary.c_str());
+    return symlink(target.c_str(), temporary.c_str()) == 0 &&
+           rename(temporary.c_str(), path.c_str()) == 0 &&
+           SyncPath(fs::path(path).parent_path().string());
+}
+
+bool PutInForce(const std::string& name)
+{
+    if (ReplaceByLink(GeneratedDirectory() + "/current", name)) return true;
+
+    Log(LOG_ERR, "cannot put %s in force: %s", name.c_str(), ErrnoText());
+    return false;
+}
+
+void RemoveGeneration(const std::string& name)
+{
+    if (name.empty() || name == CurrentGeneration()) return;
+
+    std::error_code error;
+    // The manifest goes first, so that what a kill leaves is seen to be incomplete.
+    fs::remove(GenerationDirectory(name) + "/" + kManifest, error);
+    fs::remove_all(GenerationDirectory(name), error);
+}
+
+void RemoveGenerationsAfter(const std::string& name)
+{
+    for (const std::string& other : AllGenerations()) {
+        if (other > name) RemoveGeneration(other);
+    }
+}
+
+void PruneGenerations(const std::string& keep)
+{
+    const std::string current = CurrentGeneration();
+    std::vector<std::string> names = AllGenerations();
+    std::size_t kept = 0;
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        const bool complete = !ReadManifest(*name).empty();
+        if (*name == current || *name == keep || (complete && kept < kKept)) {
+            ++kept;
+        } else {
+            RemoveGeneration(*name);
+        }
+    }
+}
+
+Manifest ReadManifest(const std::string& name)
+{
+    std::string text;
+    Manifest files;
+    if (name.empty() || !ReadFile(GenerationDirectory(name) + "/" + kManifest, text)) return files;
+
+    std::istringstream lines(text);
+    for (std::string checksum, relative; lines >> checksum >> relative;) files[relative] = checksum;
+    return files;
+}
+
+NextGeneration::NextGeneration() : before_(CurrentGeneration()), beforeFiles_(ReadManifest(before_))
+{
+    name_ = NextName();
+    // Without its list of files nothing of it could be taken over.
+    if (!before_.empty() && beforeFiles_.empty()) Fail("read the manifest of", before_);
+    KeepEditedFiles(before_, beforeFiles_);
+    if (!MakeDirectories(directory(), 0755)) Fail("make directory", directory());
+}
+
+NextGeneration::~NextGeneration()
+{
+    if (!inForce_) RemoveGeneration(name_);
+}
+
+void NextGeneration::Fail(const char* doing, const std::string& what)
+{
+    if (!failed_) Log(LOG_ERR, "cannot %s %s: %s", doing, what.c_str(), ErrnoText());
+    failed_ = true;
+}
+
+std::string NextGeneration::PathOf(const std::string& relative) const
+{
+    return directory() + "/" + relative;
+}
+
+bool NextGeneration::Has(const std::string& relative) const
+{
+    return files_.count(relative) != 0 || beforeFiles_.count(relative) != 0;
+}
+
+bool NextGeneration::ShareUnchanged(const std::string& relative, const std::string& bytes,
+                                    mode_t mode)
+{
+    const std::string old = GenerationDirectory(before_) + "/" + relative;
+    struct stat info {};
+    std::string oldBytes;
+    if (before_.empty() || stat(old.c_str(), &info) < 0 || (info.st_mode & 07777U) != mode ||
+        !ReadFile(old, oldBytes) || oldBytes != bytes) {
+        return false;
+    }
+
+    return link(old.c_str(), PathOf(relative).c_str()) == 0;
+}
+
+void NextGeneration::Begin(const std::string& relative)
+{
+    files_.insert(relative);
+    // Daemons read what is not secret under users of their own.
+    const std::string folder = fs::path(PathOf(relative)).parent_path().string();
+    if (!MakeDirectories(folder, 0755)) Fail("make directory", folder);
+}
+
+void NextGeneration::Put(const std::string& relative, const std::string& bytes, mode_t mode)
+{
+    if (failed_) return;
+
+    Begin(relative);
+    if (ShareUnchanged(relative, bytes, mode)) return;
+
+    changed_.insert(relative);
+    if (!WriteNewFile(PathOf(relative), bytes, mode)) Fail("write", relative);
+    DateBack(PathOf(relative));
+}
+
+void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
+{
+    const std::string source = kMaps + name;
+    Put(source, text, mode);
+    if (changed_.count(source) == 0 && beforeFiles_.count(source + ".cdb") != 0) {
+        Keep(source + ".cdb");
+    } else {
+        uncompiled_[source] = mode;
+    }
+}
+
+void NextGeneration::Keep(const std::string& relative)
+{
+    const std::string old = GenerationDirectory(before_) + "/" + relative;
+    if (failed_ || files_.count(relative) != 0 || !NameExists(old)) return;
+
+    Begin(relative);
+    if (link(old.c_str(), PathOf(relative).c_str()) < 0) Fail("keep", relative);
+}
+
+void NextGeneration::KeepRest()
+{
+    std::set<std::string> renewed;
+    for (const auto& [source, mode] : uncompiled_) renewed.insert(source + ".cdb");
+    for (const auto& [relative, checksum] : beforeFiles_) {
+        if (renewed.count(relative) == 0) Keep(relative);
+    }
+}
+
+void NextGeneration::CompileMaps()
+{
+    std::vector<std::vector<std::string>> programs;
+    for (const auto& [source, mode] : uncompiled_) {
+        programs.push_back({kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
+    }
+    const std::vector<ProgramResult> results = RunPrograms(programs);
+    auto result = results.begin();
+    for (const auto& [source, mode] : uncompiled_) {
+        const std::string compiled = source + ".cdb";
+        if (!(result++)->Succeeded()) Fail("compile", source);
+        (void)chmod(PathOf(compiled).c_str(), mode);
+        DateBack(PathOf(compiled));
+        files_.insert(compiled);
+        changed_.insert(compiled);
+    }
+}
+
+void NextGeneration::WriteManifest()
+{
+    std::string text;
+    for (const std::string& relative : files_) {
+        std::string bytes;
+        if (!ReadFile(PathOf(relative), bytes)) Fail("read back", relative);
+        text.append(Checksum(bytes)).append(" ").append(relative).append("\n");
+    }
+    if (!failed_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
+}
+
+/// Waits until the disk has all that is new. The first wait takes nearly all of the time.
+void NextGeneration::SyncAll()
+{
+    std::set<std::string> paths{directory()};
+    for (const std::string& relative : changed_) paths.insert(PathOf(relative));
+    for (const std::string& relative : files_) {
+        paths.insert(fs::path(PathOf(relative)).parent_path().string());
+    }
+    for (const std::string& path : paths) {
+        if (!SyncPath(path)) Fail("sync", path);
+    }
+}
+
+bool NextGeneration::Complete()
+{
+    KeepRest();
+    if (!failed_) CompileMaps();
+    if (!failed_) SyncAll();
+    if (!failed_) WriteManifest();
+    return !failed_;
+}
+
+bool NextGeneration::Commit()
+{
+    inForce_ = !failed_ && PutInForce(name_);
+    return inForce_;
+}
+
+bool NextGeneration::Changed(const std::string& prefix) const
+{
+    const auto first = changed_.lower_bound(prefix);
+    return first != changed_.end() && first->compare(0, prefix.size(), prefix) == 0;
+}
+
+}  // namespace host

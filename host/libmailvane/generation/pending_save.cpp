@@ -1,0 +1,44 @@
+// The mark of a save that is under way: etc/generated/pending, one line `before="gen-NNNNNN"`.
+#include "host/libmailvane/generation/pending_save.h"
+
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/generation/generation.h"
+
+namespace host {
+
+namespace {
+
+const char kBefore[] = "before";
+
+std::string MarkPath()
+{
+    return GeneratedDirectory() + "/pending";
+}
+
+}  // namespace
+
+std::optional<PendingSave> ReadPendingSave()
+{
+    const auto mark = KeyValueFile::Read(MarkPath());
+    if (!mark) return std::nullopt;
+
+    return PendingSave{mark->Get(kBefore).value_or("")};
+}
+
+bool MarkPendingSave(const PendingSave& save)
+{
+    KeyValueFile mark = KeyValueFile::Parse("");
+    if (mark.Set(kBefore, save.before) && mark.Write(MarkPath(), 0600)) return true;
+
+    Log(LOG_ERR, "cannot mark the save: %s", ErrnoText());
+    return false;
+}
+
+bool ClearPendingSave()
+{
+    return RemoveDurably(MarkPath());
+}
+
+}  // namespace host

@@ -1,0 +1,103 @@
+// How much each login may send: the table `sender_quota` of etc/mailvane.db.
+#include "platform/mailvane/sender_quota.h"
+
+#include <SQLiteCpp/VariadicBind.h>
+
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/save/list_change.h"
+#include "host/libmailvane/stores/list_store.h"
+#include "host/libmailvane/names/login_key.h"
+#include "host/libmailvane/render/plain_lists.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/stores/sender_quota_table.h"
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+namespace {
+
+const char kWhat[] = "sender quotas";
+constexpr std::size_t kLongestLogin = 255;
+
+std::optional<SQLite::Database> OpenQuotas()
+{
+    return ReadAccountDatabase(AccountDatabase::kMailvane);
+}
+
+/// Runs a change of the table under the lock; negative on failure.
+template <typename Change>
+int ChangeQuotas(Change change)
+{
+    return WithoutExceptions(kWhat, [&change] {
+        const WriteScope scope;
+        if (!scope.ok()) return -1;
+
+        SQLite::Database store = ChangeListStore();
+        change(store);
+        return 0;
+    });
+}
+
+bool IsLogin(const std::string& login)
+{
+    return !LoginKey(login).empty() && login.size() <= kLongestLogin && IsPlainText(login);
+}
+
+int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, unsigned int start,
+         unsigned int limit)
+{
+    SQLite::Statement page(
+        store, "SELECT login, quota FROM sender_quota ORDER BY login" + std::string(kOnePage));
+    page.bind(":limit", static_cast<std::int64_t>(limit));
+    page.bind(":start", static_cast<std::int64_t>(start));
+    while (page.executeStep()) {
+        settings.push_back({page.getColumn(0).getString(), page.getColumn(1).getUInt()});
+    }
+    return store.execAndGet("SELECT count(*) FROM sender_quota").getInt();
+}
+
+}  // namespace
+
+}  // namespace host
+
+int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
+                                unsigned int limit)
+{
+    return host::WithoutExceptions(host::kWhat, [&] {
+        settings.clear();
+        std::optional<SQLite::Database> store = host::OpenQuotas();
+        return store ? host::Page(*store, settings, start, limit) : 0;
+    });
+}
+
+int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
+{
+    if (!host::IsLogin(saslSender)) {
+        host::Log(LOG_ERR, "%s: refused: what is limited is no login", host::kWhat);
+        return -1;
+    }
+    return host::ChangeQuotas([&](SQLite::Database& store) {
+        SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");
+        SQLite::bind(set, saslSender, static_cast<std::int64_t>(quota));
+        (void)set.exec();
+    });
+}
+
+int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
+{
+    return host::ChangeQuotas([&saslSenders](SQLite::Database& store) {
+        SQLite::Transaction transaction(store);
+        SQLite::Statement remove(store, "DELETE FROM sender_quota WHERE login = ?");
+        for (const std::string& login : saslSenders) {
+            remove.bind(1, login);
+            (void)remove.exec();
+            remove.reset();
+        }
+        transaction.commit();
+    });
+}
+
+int SenderQuota::GenerateConfig()
+{
+    return host::RebuildLists({host::QuotaFiles});
+}

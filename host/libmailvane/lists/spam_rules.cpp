@@ -1,0 +1,185 @@
+// Rule sets of the spam filter. Their files lie in etc/rules; what the filter reads is a copy of
+// the enabled ones in the generation in force, each behind a line with its name. So a rule set is
+// in force exactly when it is enabled, and a file that is replaced changes nothing before it
+// passed.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <sstream>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/spam_rule_lint.h"
+#include "host/libmailvane/names/spam_rule_text.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "platform/mailvane/spam.h"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char kWhat[] = "spam rules";
+const char kHeading[] = "# rule set: ";
+
+/// The enabled rule sets: their rules by name.
+using RuleSets = std::map<std::string, std::string>;
+
+std::string RuleFile(const std::string& name)
+{
+    return PackagePath("etc/rules/" + name);
+}
+
+/// Whether a rule set has a file.
+bool HasFile(const std::string& name)
+{
+    struct stat status {};
+    return IsRuleSetName(name) && lstat(RuleFile(name).c_str(), &status) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
+RuleSets EnabledSets()
+{
+    std::string text;
+    (void)ReadFile(GeneratedDirectory() + "/current/" + kSpamRules, text);
+    RuleSets sets;
+    std::string* set = nullptr;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind(kHeading, 0) == 0) {
+            set = &sets[line.substr(sizeof(kHeading) - 1)];
+        } else if (set != nullptr) {
+            set->append(line).append("\n");
+        }
+    }
+    return sets;
+}
+
+std::string TextOf(const RuleSets& sets)
+{
+    std::string text;
+    for (const auto& [name, rules] : sets) text.append(kHeading).append(name + "\n").append(rules);
+    return text;
+}
+
+/// Puts the rule sets in force; the scanner takes them when it is restarted.
+int PutInForce(const RuleSets& sets)
+{
+    NextGeneration next;
+    next.Put(kSpamRules, TextOf(sets), 0644);
+    const std::string replaced = CurrentGeneration();
+    if (!next.Complete() || !next.Commit()) return -1;
+
+    PruneGenerations(replaced);
+    return 0;
+}
+
+int Refuse(const std::string& name, const char* why)
+{
+    Log(LOG_ERR, "the rule set '%.128s' %s", name.c_str(), why);
+    return -1;
+}
+
+int Enable(const std::string& name)
+{
+    if (!HasFile(name)) return Refuse(name, "is not there");
+
+    RuleSets sets = EnabledSets();
+    const std::optional<std::string> rules = ReadRuleFile(RuleFile(name));
+    if (!rules) return Refuse(name, "is refused; what was in force stays so");
+
+    std::string& inForce = sets[name];
+    if (inForce == *rules && !rules->empty()) return 0;
+
+    inForce = *rules;
+    if (!SpamFilterTakes(TextOf(sets))) {
+        return Refuse(name, "is refused; what was in force stays so");
+    }
+    return PutInForce(sets);
+}
+
+int Disable(const std::string& name)
+{
+    RuleSets sets = EnabledSets();
+    if (sets.erase(name) != 0) return PutInForce(sets);
+
+    return HasFile(name) ? 0 : Refuse(name, "is not there");
+}
+
+int Delete(const std::string& name)
+{
+    if (Disable(name) < 0) return -1;
+    if (!HasFile(name) || unlink(RuleFile(name).c_str()) == 0) return 0;
+
+    Log(LOG_ERR, "cannot remove a rule set: %s", ErrnoText());
+    return -1;
+}
+
+/// Runs a change of one rule set under the lock.
+int ChangeRule(int (*change)(const std::string&), const std::string& name)
+{
+    return WithoutExceptions(kWhat, [change, &name] {
+        const WriteScope scope;
+        return scope.ok() ? change(name) : -1;
+    });
+}
+
+std::list<SpamRule> AllRules()
+{
+    std::map<std::string, bool> enabled;
+    for (const auto& entry : fs::directory_iterator(PackagePath("etc/rules"))) {
+        const std::string name = entry.path().filename().string();
+        if (HasFile(name)) enabled[name] = false;
+    }
+    for (const auto& [name, rules] : EnabledSets()) enabled[name] = true;
+
+    std::list<SpamRule> list;
+    for (const auto& [name, isEnabled] : enabled) list.push_back({name, isEnabled});
+    return list;
+}
+
+}  // namespace
+}  // namespace host
+
+std::list<SpamRule> Spam::getSpamRules()
+{
+    std::list<SpamRule> rules;
+    (void)host::WithoutExceptions(host::kWhat, [&rules] {
+        rules = host::AllRules();
+        return 0;
+    });
+    return rules;
+}
+
+int Spam::enableRule(const std::string& name)
+{
+    return host::ChangeRule(host::Enable, name);
+}
+
+int Spam::disableRule(const std::string& name)
+{
+    return host::ChangeRule(host::Disable, name);
+}
+
+int Spam::deleteRule(const std::string& name)
+{
+    return host::ChangeRule(host::Delete, name);
+}
+
+bool Spam::isEnableSpamassassin() const
+{
+    const auto settings = host::StoredSettings::Read();
+    return settings && settings->Bool("spam_enable");
+}
+
+std::string Spam::GetImportRulePath(const std::string& name)
+{
+    return host::HasFile(name) ? host::RuleFile(name) : "";
+}

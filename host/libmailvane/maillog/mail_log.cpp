@@ -1,0 +1,236 @@
+// The mail log as the pages read it. Opens databases of the log's two folders only.
+#include "platform/mailvane/mail_log.h"
+
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/maillog/query.h"
+#include "host/libmailvane/maillog/schema.h"
+#include "host/libmailvane/maillog/statistic.h"
+
+namespace {
+
+constexpr int kMostPeriods = 100000;
+
+/// Where a name leads in the end; empty when nowhere.
+std::string RealPath(const std::string& path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           std::free);
+    return real == nullptr ? "" : real.get();
+}
+
+bool LiesIn(const std::string& real, const std::string& folder)
+{
+    const std::string parent = RealPath(folder);
+    return !parent.empty() && real.substr(0, real.rfind('/')) == parent;
+}
+
+/// The database that a request names, if it is one of the log's own.
+std::string LogDatabase(const char* path)
+{
+    std::string real = RealPath(host::Path(path));
+    if (LiesIn(real, host::MailLogFolder()) || LiesIn(real, host::MailLogLiveFolder())) return real;
+
+    throw std::runtime_error(std::string(path) + " is no database of the log");
+}
+
+SQLite::Database OpenLog(const char* path)
+{
+    const std::string real = LogDatabase(path);
+    std::optional<SQLite::Database> database = host::OpenAsItIs(real);
+    if (!database) throw std::runtime_error(real + " is missing");
+
+    const int version = database->execAndGet("PRAGMA user_version").getInt();
+    if (version != host::MailLogSchema().version) {
+        throw std::runtime_error(real + " has the unknown version " + std::to_string(version));
+    }
+    return std::move(*database);
+}
+
+int AsCount(std::int64_t count)
+{
+    return count > INT_MAX ? INT_MAX : static_cast<int>(count);
+}
+
+/// A list that is read page by page: the next page begins where the last one ended.
+class ContinuedList {
+public:
+    ContinuedList(SQLite::Database& database, host::LogOrder order)
+        : order_(order),
+          rows_(database,
+                std::string("SELECT ") + host::kEntryColumns + " FROM entry" + order.Sql())
+    {
+    }
+
+    /// Whether the entry with this number, counted in this order, is still to come.
+    bool Reaches(const host::LogOrder& order, int start) const
+    {
+        return order_ == order && start >= position_;
+    }
+
+    /// Appends the entries from number `start` on, which is still to come.
+    void ReadPage(int start, int limit, std::vector<MailLogInfo>& rows)
+    {
+        while (position_ < start && Step()) continue;
+        for (int i = 0; i < limit && Step(); ++i) rows.push_back(host::ReadEntry(rows_));
+    }
+
+private:
+    bool Step()
+    {
+        ended_ = ended_ || !rows_.executeStep();
+        ++position_;
+        return !ended_;
+    }
+
+    host::LogOrder order_;
+    SQLite::Statement rows_;
+    int position_ = 0;  ///< number of the row that comes next
+    bool ended_ = false;
+};
+
+}  // namespace
+
+struct MailLog::State {
+    std::optional<SQLite::Database> database;
+    std::optional<ContinuedList> list;
+    std::optional<host::LogSelection> selection;
+
+    /// The entries that meet criteria; kept, since a page is followed by the number of them all.
+    const host::LogSelection& Select(const host::LogCriteria& criteria)
+    {
+        if (!selection || !selection->IsStill(criteria)) {
+            selection.emplace(database.value(), criteria);
+        }
+        return *selection;
+    }
+};
+
+namespace {
+
+/// Negative for more periods than any chart has.
+int Fill(SQLite::Database& database, host::LogTotals what, long endTime, int scale,
+         Statistic& statistic)
+{
+    if (scale > kMostPeriods) return -1;
+    if (scale <= 0) return 0;
+
+    for (const host::PeriodTotals& total :
+         host::TotalsOf(database, what, host::PeriodBounds(endTime, scale))) {
+        statistic.inbound.push_back(total.inbound);
+        statistic.outbound.push_back(total.outbound);
+        statistic.bounce.push_back(total.bounce);
+    }
+    return 0;
+}
+
+}  // namespace
+
+MailLog::MailLog(const char* path) : state_(new State)
+{
+    (void)host::WithoutExceptions("mail log", [this, path] {
+        state_->database.emplace(OpenLog(path));
+        return 0;
+    });
+}
+
+MailLog::~MailLog()
+{
+    delete state_;
+}
+
+int MailLog::error()
+{
+    return state_->database ? 0 : -1;
+}
+
+int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
+{
+    return host::WithoutExceptions("mail log", [&] {
+        state_->Select(host::LogCriteria(filter))
+            .ReadPage(host::LogOrder(filter.sortField, filter.order), filter.start, filter.limit,
+                      rows);
+        return 0;
+    });
+}
+
+int MailLog::load(int limit, int start, const std::string& sortField, const std::string& order,
+                  std::vector<MailLogInfo>& rows)
+{
+    const int result = host::WithoutExceptions("mail log", [&] {
+        const host::LogOrder wanted(sortField, order);
+        if (!state_->list || !state_->list->Reaches(wanted, start)) {
+            state_->list.emplace(state_->database.value(), wanted);
+        }
+        state_->list->ReadPage(start, limit, rows);
+        return 0;
+    });
+    // After a failure SQLite would go on with the first entry.
+    if (result < 0) state_->list.reset();
+    return result;
+}
+
+// NOLINTNEXTLINE(readability-function-size): the platform declares it so.
+int MailLog::search(int limit, int start, const std::string& sortField, const std::string& order,
+                    const std::string& query, std::vector<MailLogInfo>& rows)
+{
+    return host::WithoutExceptions("mail log", [&] {
+        state_->Select(host::LogCriteria(query))
+            .ReadPage(host::LogOrder(sortField, order), start, limit, rows);
+        return 0;
+    });
+}
+
+int MailLog::getLogNum(const LogFilter& filter)
+{
+    return host::WithoutExceptions(
+        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(filter)).Count()); });
+}
+
+int MailLog::getLogNum(std::string& query)
+{
+    return host::WithoutExceptions(
+        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(query)).Count()); });
+}
+
+int MailLog::clear()
+{
+    return host::WithoutExceptions("mail log", [this] {
+        const host::ScopedLock lock;
+        if (!lock.held()) return -1;
+
+        state_->list.reset();
+        state_->selection.reset();
+        const std::string path = state_->database.value().getFilename();
+        SQLite::Database database = host::OpenMailLogForChange(path);
+        host::ClearMailLog(database);
+        return 0;
+    });
+}
+
+int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)
+{
+    return host::WithoutExceptions("mail log", [&] {
+        return Fill(state_->database.value(), host::LogTotals::kEntries, endTime, scale, statistic);
+    });
+}
+
+int MailLog::getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale)
+{
+    return host::WithoutExceptions("mail log", [&] {
+        return Fill(state_->database.value(), host::LogTotals::kBytes, endTime, scale, statistic);
+    });
+}
+
+std::string GetPostfixLogPath()
+{
+    return host::Path(host::kPostfixLog);
+}

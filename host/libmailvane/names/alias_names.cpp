@@ -1,0 +1,74 @@
+// What the names of aliases and of their members must be.
+#include "host/libmailvane/names/alias_names.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kLongestLocalPart = 64;
+constexpr std::size_t kLongestGroup = 256;
+
+bool IsLetterOrDigit(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+bool IsUser(const std::string& name)
+{
+    const std::size_t backslash = name.find('\\');
+    if (backslash == std::string::npos) return IsLocalPart(name);
+
+    return backslash > 0 && IsShortDomainOrEmpty(name.substr(0, backslash)) &&
+           IsLocalPart(name.substr(backslash + 1));
+}
+
+bool IsGroup(const std::string& name)
+{
+    return !name.empty() && name.size() <= kLongestGroup && name.front() != ' ' &&
+           name.back() != ' ' && IsPlainText(name) &&
+           name.find_first_of("<>,:\"") == std::string::npos;
+}
+
+bool IsOutsideAddress(const std::string& name)
+{
+    const std::size_t at = name.find('@');
+    const bool ascii = std::all_of(name.begin(), name.end(),
+                                   [](char c) { return static_cast<unsigned char>(c) < 128; });
+    return at != std::string::npos && ascii && IsMailAddress(name) && at <= kLongestLocalPart &&
+           (IsLetterOrDigit(name.front()) || name.front() == '_');
+}
+
+}  // namespace
+
+bool IsLocalPart(const std::string& name)
+{
+    if (name.empty() || name.size() > kLongestLocalPart) return false;
+    if (!IsLetterOrDigit(name.front()) && name.front() != '_') return false;
+    if (name.back() == '.' || name.find("..") != std::string::npos) return false;
+
+    return std::all_of(name.begin(), name.end(), [](char c) {
+        return IsLetterOrDigit(c) || (c != '\0' && std::strchr("._-+=&'~$", c) != nullptr);
+    });
+}
+
+std::string MemberFault(const MemberInfo& member)
+{
+    switch (member.type) {
+        case kUserMember:
+            return IsUser(member.name) ? "" : "a user whose name cannot be an address";
+        case kGroupMember:
+            return IsGroup(member.name) ? "" : "no name of a group";
+        case kAliasMember:
+            return IsLocalPart(member.name) ? "" : "no name of an alias";
+        case kOutsideMember:
+            return IsOutsideAddress(member.name) ? "" : "no outside address";
+        default:
+            return "a member of no known kind";
+    }
+}
+
+}  // namespace host

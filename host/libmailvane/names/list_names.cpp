@@ -1,0 +1,186 @@
+// Names that the access lists and the black and white lists hold.
+#include "host/libmailvane/names/list_names.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+constexpr int kBitsOfIpv4 = 32;
+constexpr int kBitsOfIpv6 = 128;
+constexpr int kBitsOfWrapping = kBitsOfIpv6 - kBitsOfIpv4;
+constexpr std::size_t kLongestPrefix = 3;  // digits
+
+/// An IP address in the order of the network.
+struct IpAddress {
+    int family = AF_INET;
+    unsigned char bytes[sizeof(in6_addr)] = {};
+
+    int Bits() const { return family == AF_INET ? kBitsOfIpv4 : kBitsOfIpv6; }
+};
+
+bool WrapsIpv4(const IpAddress& address)
+{
+    in6_addr wrapped;
+    std::memcpy(&wrapped, address.bytes, sizeof(wrapped));
+    return address.family == AF_INET6 && IN6_IS_ADDR_V4MAPPED(&wrapped);
+}
+
+std::optional<IpAddress> ParseIp(const std::string& text)
+{
+    IpAddress address;
+    if (inet_pton(AF_INET, text.c_str(), address.bytes) == 1) return address;
+
+    address.family = AF_INET6;
+    if (inet_pton(AF_INET6, text.c_str(), address.bytes) == 1) return address;
+    return std::nullopt;
+}
+
+/// Postfix shows an IPv4 client that came through an IPv6 socket by its IPv4 address.
+void Unwrap(IpAddress& address)
+{
+    constexpr std::size_t size = kBitsOfIpv4 / 8;
+    std::memmove(address.bytes, address.bytes + kBitsOfWrapping / 8, size);
+    address.family = AF_INET;
+}
+
+std::string IpText(const IpAddress& address)
+{
+    char text[INET6_ADDRSTRLEN] = "";
+    (void)inet_ntop(address.family, address.bytes, text, sizeof(text));
+    return text;
+}
+
+std::optional<std::string> StoredIp(const std::string& text)
+{
+    std::optional<IpAddress> address = ParseIp(text);
+    if (!address) return std::nullopt;
+
+    if (WrapsIpv4(*address)) Unwrap(*address);
+    return IpText(*address);
+}
+
+void ClearHostBits(IpAddress& address, int prefix)
+{
+    for (int bit = prefix; bit < address.Bits(); ++bit) {
+        const auto mask = static_cast<unsigned char>(0x80U >> static_cast<unsigned>(bit % 8));
+        address.bytes[bit / 8] &= static_cast<unsigned char>(~mask);
+    }
+}
+
+/// A number of bits; -1 when it is none.
+int ParsePrefix(const std::string& text)
+{
+    if (text.empty() || text.size() > kLongestPrefix) return -1;
+    if (text.find_first_not_of(kDigits) != std::string::npos) return -1;
+    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+}
+
+std::optional<std::string> StoredNetwork(const std::string& text)
+{
+    const auto slash = text.find('/');
+    if (slash == std::string::npos) return std::nullopt;
+
+    std::optional<IpAddress> address = ParseIp(text.substr(0, slash));
+    int prefix = ParsePrefix(text.substr(slash + 1));
+    if (!address || prefix < 0 || prefix > address->Bits()) return std::nullopt;
+
+    if (WrapsIpv4(*address) && prefix >= kBitsOfWrapping) {
+        Unwrap(*address);
+        prefix -= kBitsOfWrapping;
+    }
+    ClearHostBits(*address, prefix);
+    return IpText(*address) + "/" + std::to_string(prefix);
+}
+
+/// A domain, not what only looks like one: no top-level domain is a number.
+std::optional<std::string> StoredDomain(const std::string& text)
+{
+    const std::string last = text.substr(text.rfind('.') + 1);
+    const bool isNumber = last.find_first_not_of(kDigits) == std::string::npos;
+    if (!IsHostName(text) || isNumber) return std::nullopt;
+    return InLowerCase(text);
+}
+
+std::optional<std::string> StoredTree(const std::string& text)
+{
+    const bool dotted = !text.empty() && text.front() == '.';
+    return StoredDomain(dotted ? text.substr(1) : text);
+}
+
+std::optional<std::string> StoredAddress(const std::string& text)
+{
+    if (!IsMailAddress(text) || text.find('@') == std::string::npos) return std::nullopt;
+    return InLowerCase(text);
+}
+
+}  // namespace
+
+std::string InLowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return text;
+}
+
+std::optional<std::string> StoredName(NameType kind, const std::string& text)
+{
+    // A NUL would end the text for whoever reads it as a C string.
+    if (text.find('\0') != std::string::npos) return std::nullopt;
+
+    switch (kind) {
+        case NAME_ADDRESS:
+            return StoredAddress(text);
+        case NAME_DOMAIN:
+            return StoredDomain(text);
+        case NAME_DOMAIN_TREE:
+            return StoredTree(text);
+        case NAME_IP:
+            return StoredIp(text);
+        case NAME_NETWORK:
+            return StoredNetwork(text);
+    }
+    return std::nullopt;
+}
+
+bool IsNameOfKind(NameType kind, const std::string& text)
+{
+    return StoredName(kind, text).has_value();
+}
+
+std::vector<std::string> AccessKeys(NameType kind, const std::string& name)
+{
+    if (kind == NAME_DOMAIN_TREE) return {name, "." + name};
+    return {name};
+}
+
+std::string NameInText(NameType kind, const std::string& name)
+{
+    return (kind == NAME_DOMAIN_TREE ? "." : "") + name;
+}
+
+NameType KindInText(const std::string& name)
+{
+    if (name.find('@') != std::string::npos) return NAME_ADDRESS;
+    if (!name.empty() && name.front() == '.') return NAME_DOMAIN_TREE;
+    if (name.find('/') != std::string::npos) return NAME_NETWORK;
+    return IsNameOfKind(NAME_IP, name) ? NAME_IP : NAME_DOMAIN;
+}
+
+int PrefixLength(const std::string& name)
+{
+    const auto slash = name.find('/');
+    if (slash != std::string::npos) return ParsePrefix(name.substr(slash + 1));
+    return name.find(':') == std::string::npos ? kBitsOfIpv4 : kBitsOfIpv6;
+}
+
+}  // namespace host

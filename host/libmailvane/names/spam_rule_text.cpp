@@ -1,0 +1,151 @@
+// What a file of rules for the spam filter may say.
+#include "host/libmailvane/names/spam_rule_text.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/trim.h"
+#include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+namespace {
+
+constexpr off_t kLargestFile = off_t{1} << 20;  // bytes
+constexpr std::size_t kLongestLine = 4096;
+constexpr std::size_t kLongestSetName = 128;
+constexpr std::size_t kLongestRuleName = 100;  // the filter's own limit
+
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kWordCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
+
+/// Characters besides letters, digits and "_" in what follows the name of a rule. Null: any, which
+/// is a pattern or a text.
+struct Directive {
+    std::string_view name;
+    const char* furtherCharacters;
+};
+constexpr Directive kDirectives[] = {
+    {"header", nullptr},   {"body", nullptr},           {"rawbody", nullptr},
+    {"uri", nullptr},      {"full", nullptr},           {"mimeheader", nullptr},
+    {"describe", nullptr}, {"meta", " +-*/()<>=!&|.,"}, {"score", " .+-()"},
+    {"tflags", " .-="},    {"priority", "-"},
+};
+
+/// Beginnings of what a pattern would run as a program.
+constexpr std::string_view kCode[] = {"(?{", "(??{", "(?p{", "(*{", "(**{"};
+
+/// Cuts the first word off `rest`, and the blanks behind it.
+std::string_view CutWord(std::string_view& rest)
+{
+    const std::string_view word = rest.substr(0, rest.find(' '));
+    rest.remove_prefix(word.size());
+    rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
+    return word;
+}
+
+const Directive* FindDirective(std::string_view word)
+{
+    const auto* found = std::find_if(std::begin(kDirectives), std::end(kDirectives),
+                                     [word](const Directive& one) { return one.name == word; });
+    return found == std::end(kDirectives) ? nullptr : found;
+}
+
+bool IsRuleName(std::string_view name)
+{
+    return !name.empty() && name.size() <= kLongestRuleName &&
+           kDigits.find(name.front()) == std::string_view::npos &&
+           name.find_first_not_of(kWordCharacters) == std::string_view::npos;
+}
+
+bool Consists(std::string_view text, std::string_view furtherCharacters)
+{
+    return std::all_of(text.begin(), text.end(), [furtherCharacters](char c) {
+        return kWordCharacters.find(c) != std::string_view::npos ||
+               furtherCharacters.find(c) != std::string_view::npos;
+    });
+}
+
+/// Blanks can be left out of patterns, so they do not tell whether one is code.
+bool HoldsCode(std::string_view text)
+{
+    std::string dense(text);
+    dense.erase(std::remove(dense.begin(), dense.end(), ' '), dense.end());
+    return std::any_of(std::begin(kCode), std::end(kCode), [&dense](std::string_view code) {
+        return dense.find(code) != std::string::npos;
+    });
+}
+
+/// Whether a rule calls a function of the filter with the name of a file.
+bool CallsWithPath(std::string_view text)
+{
+    return text.substr(0, 5) == "eval:" && text.find('/') != std::string_view::npos;
+}
+
+/// A comment ends the line, but for a "#" behind a backslash.
+std::string WithoutComment(const std::string& line)
+{
+    for (auto at = line.find('#'); at != std::string::npos; at = line.find('#', at + 1)) {
+        if (at == 0 || line[at - 1] != '\\') return std::string(Trim(line.substr(0, at)));
+    }
+    return line;
+}
+
+bool IsReadableSize(const std::string& path)
+{
+    struct stat status {};
+    if (lstat(path.c_str(), &status) < 0 || !S_ISREG(status.st_mode)) {
+        Log(LOG_ERR, "there is no rule file %s", path.c_str());
+        return false;
+    }
+    if (status.st_size <= kLargestFile) return true;
+
+    Log(LOG_ERR, "the rule file %s is too large", path.c_str());
+    return false;
+}
+
+}  // namespace
+
+bool IsRuleSetName(const std::string& name)
+{
+    return !name.empty() && name.size() <= kLongestSetName && name.front() != '.' &&
+           name.front() != ' ' && name.back() != ' ' && IsPlainText(name) &&
+           name.find_first_of("/<>") == std::string::npos;
+}
+
+std::string FaultOfRuleLine(const std::string& line)
+{
+    if (line.size() > kLongestLine) return "is too long";
+
+    std::string_view rest = line;
+    const Directive* directive = FindDirective(CutWord(rest));
+    if (directive == nullptr) return "is no rule: only rules, scores and texts are taken";
+    if (!IsRuleName(CutWord(rest))) return "has no name of a rule";
+    if (rest.empty()) return "is incomplete";
+    if (HoldsCode(rest)) return "holds a program in a pattern";
+    if (CallsWithPath(rest)) return "names a file";
+
+    const char* further = directive->furtherCharacters;
+    if (further != nullptr && !Consists(rest, further)) return "has a value that is none";
+    return "";
+}
+
+std::optional<std::string> ReadRuleFile(const std::string& path)
+{
+    if (!IsReadableSize(path)) return std::nullopt;
+
+    std::string rules;
+    const bool taken = ReadListText(path, [&rules](const std::string& whole) {
+        const std::string line = WithoutComment(whole);
+        std::string fault = FaultOfRuleLine(line);
+        if (fault.empty()) rules.append(line).append("\n");
+        return fault;
+    });
+    return taken ? std::optional(rules) : std::nullopt;
+}
+
+}  // namespace host

@@ -1,0 +1,162 @@
+// What a text must be before it reaches a generated file.
+#include "host/libmailvane/names/text_checks.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace host {
+
+namespace {
+
+constexpr std::string::size_type kLongestHostName = 253;
+constexpr std::string::size_type kLongestLabel = 63;
+constexpr std::string::size_type kLongestAddress = 254;
+constexpr std::string::size_type kLongestShortDomain = 15;
+
+bool IsLetterOrDigit(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+bool IsControl(char c)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte == 0x7f;
+}
+
+bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
+{
+    return std::any_of(words.begin(), words.end(),
+                       [&text](const char* word) { return text == word; });
+}
+
+/// An IPv4 or IPv6 address.
+bool IsAddress(const std::string& text)
+{
+    unsigned char bytes[sizeof(in6_addr)];
+    return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
+           inet_pton(AF_INET6, text.c_str(), bytes) == 1;
+}
+
+/// Bytes that would end or change an entry of a map.
+bool IsAddressCharacter(char c)
+{
+    return !IsControl(c) && std::strchr(" \"\\<>(),;:[]|#/", c) == nullptr;
+}
+
+/// How many bytes follow the lead byte of a UTF-8 character; -1 when it leads none.
+int FollowingBytes(unsigned char lead)
+{
+    if (lead < 0x80) return 0;
+    if (lead >= 0xc2 && lead < 0xe0) return 1;
+    if (lead >= 0xe0 && lead < 0xf0) return 2;
+    if (lead >= 0xf0 && lead < 0xf5) return 3;
+    return -1;
+}
+
+bool IsUtf8(const std::string& text)
+{
+    int expected = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool follows = (byte & 0xc0U) == 0x80;
+        if (follows != (expected > 0)) return false;
+
+        expected = follows ? expected - 1 : FollowingBytes(byte);
+        if (expected < 0) return false;
+    }
+    return expected == 0;
+}
+
+}  // namespace
+
+bool IsPlainText(const std::string& text)
+{
+    return std::none_of(text.begin(), text.end(), IsControl) && IsUtf8(text);
+}
+
+bool IsLabel(const std::string& text)
+{
+    return !text.empty() && text.size() <= kLongestLabel && text.front() != '-' &&
+           text.back() != '-' && std::all_of(text.begin(), text.end(), [](char c) {
+               return IsLetterOrDigit(c) || c == '-';
+           });
+}
+
+bool IsHostName(const std::string& text)
+{
+    if (text.empty() || text.size() > kLongestHostName) return false;
+
+    std::string::size_type start = 0;
+    while (start <= text.size()) {
+        const auto dot = std::min(text.find('.', start), text.size());
+        if (!IsLabel(text.substr(start, dot - start))) return false;
+        start = dot + 1;
+    }
+    return true;
+}
+
+bool IsHostNameOrEmpty(const std::string& text)
+{
+    return text.empty() || IsHostName(text);
+}
+
+bool IsMailDomain(const std::string& text)
+{
+    return IsHostName(text) && text.find('.') != std::string::npos;
+}
+
+bool IsBlocklistType(const std::string& text)
+{
+    return IsOneOf(text, {"rbl_client", "rhsbl_sender", "rhsbl_helo"});
+}
+
+bool IsRelayAccount(const std::string& text)
+{
+    return IsPlainText(text) && text.find(':') == std::string::npos;
+}
+
+bool IsHostOrAddressOrEmpty(const std::string& text)
+{
+    if (IsHostNameOrEmpty(text) || IsAddress(text)) return true;
+
+    return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
+           IsHostOrAddressOrEmpty(text.substr(1, text.size() - 2));
+}
+
+bool IsAccountType(const std::string& text)
+{
+    return IsOneOf(text, {"local", "ldap", "win"});
+}
+
+bool IsShortDomainOrEmpty(const std::string& text)
+{
+    return text.empty() ||
+           (text.size() <= kLongestShortDomain && std::all_of(text.begin(), text.end(), [](char c) {
+                return IsLetterOrDigit(c) || c == '-' || c == '_';
+            }));
+}
+
+bool IsMailAddress(const std::string& text)
+{
+    const auto at = text.find('@');
+    const std::string local = text.substr(0, at);
+    if (local.empty() || text.size() > kLongestAddress || !IsUtf8(text)) return false;
+    if (!std::all_of(local.begin(), local.end(), IsAddressCharacter)) return false;
+
+    return at == std::string::npos || IsHostName(text.substr(at + 1));
+}
+
+bool IsSpamAction(const std::string& text)
+{
+    return IsOneOf(text, {"tag", "quarantine", "reject", "discard"});
+}
+
+bool IsVirusAction(const std::string& text)
+{
+    return IsOneOf(text, {"reject", "quarantine", "discard"});
+}
+
+}  // namespace host

@@ -1,0 +1,178 @@
+// Typed settings in memory: loading, setting, saving.
+#include "host/libmailvane/pages/config.h"
+
+#include "platform/mailvane/config.h"
+
+#include "host/libhaldcore/audit.h"
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/save/transaction.h"
+
+namespace {
+
+using host::SettingInfo;
+using host::SettingType;
+
+/// A stored value as the program takes it.
+boost::any Typed(const SettingInfo& setting, const std::string& spelled)
+{
+    switch (setting.type) {
+        case SettingType::kInt:
+            return Value<int>(std::stoi(spelled));
+        case SettingType::kBool:
+            return Value<bool>(spelled == "yes");
+        case SettingType::kText:
+            break;
+    }
+    return Value<std::string>(spelled);
+}
+
+/// A value of the program as it is stored; false when it is not of the setting's type.
+bool Spell(const SettingInfo& setting, const boost::any& value, std::string& spelled)
+{
+    if (setting.type == SettingType::kInt) {
+        const auto* number = boost::any_cast<Value<int>>(&value);
+        if (number != nullptr) spelled = std::to_string(number->get());
+        return number != nullptr;
+    }
+
+    if (setting.type == SettingType::kBool) {
+        const auto* flag = boost::any_cast<Value<bool>>(&value);
+        if (flag != nullptr) spelled = flag->get() ? "yes" : "no";
+        return flag != nullptr;
+    }
+
+    const auto* text = boost::any_cast<Value<std::string>>(&value);
+    if (text != nullptr) spelled = text->get();
+    return text != nullptr;
+}
+
+boost::any KeyOf(const SettingInfo& setting)
+{
+    switch (setting.type) {
+        case SettingType::kInt:
+            return Key<int>(setting.name);
+        case SettingType::kBool:
+            return Key<bool>(setting.name);
+        case SettingType::kText:
+            break;
+    }
+    return Key<std::string>(setting.name);
+}
+
+template <typename T>
+const std::string* NameOf(const boost::any& key)
+{
+    const auto* typed = boost::any_cast<Key<T>>(&key);
+    return typed == nullptr ? nullptr : &typed->name();
+}
+
+}  // namespace
+
+Config::Config() : state_(new State) {}
+
+Config::~Config()
+{
+    delete state_;
+}
+
+void Config::Set(const std::string& name, const boost::any& value)
+{
+    const SettingInfo* setting = host::FindSetting(name);
+    std::string spelled;
+    if (setting == nullptr || setting->object != state_->object ||
+        !Spell(*setting, value, spelled) || !host::SettingAccepts(*setting, spelled)) {
+        (void)host::Refuse(*state_, name.c_str());
+        return;
+    }
+
+    // Pages get the relay password masked and send the mask back: it means no change.
+    if (spelled.empty() && name == "smtp_relay_password") return;
+
+    state_->values[name] = value;
+    state_->changed.insert(name);
+}
+
+boost::any& Config::Get(const std::string& name)
+{
+    const auto found = state_->values.find(name);
+    return found == state_->values.end() ? state_->nothing : found->second;
+}
+
+std::list<boost::any> Config::GetKeyList() const
+{
+    std::list<boost::any> keys;
+    for (const SettingInfo& setting : host::AllSettings()) {
+        if (setting.object == state_->object) keys.push_back(KeyOf(setting));
+    }
+    return keys;
+}
+
+std::string Config::GetKeyName(const boost::any& key)
+{
+    for (const std::string* name :
+         {NameOf<int>(key), NameOf<std::string>(key), NameOf<bool>(key)}) {
+        if (name != nullptr) return *name;
+    }
+    return "";
+}
+
+namespace host {
+
+int Refuse(Config::State& state, const char* what)
+{
+    Log(LOG_ERR, "refused a value for %s", what);
+    state.refused = true;
+    return -1;
+}
+
+int LoadConfig(Config::State& state)
+{
+    if (FinishInterruptedSave() < 0) return -1;
+
+    const auto stored = StoredSettings::Read();
+    if (!stored) return -1;
+
+    for (const SettingInfo& setting : AllSettings()) {
+        if (setting.object != state.object) continue;
+        state.values[setting.name] = Typed(setting, stored->Spelled(setting.name));
+    }
+    state.account = stored->Account();
+    state.domains = stored->domains;
+    state.blocklists = stored->blocklists;
+    state.changed.clear();
+    state.listsChanged = false;
+    state.refused = false;
+    state.loaded = true;
+    state.saved = false;
+    return 0;
+}
+
+int SaveConfig(Config::State& state, const std::list<Callback>& steps)
+{
+    if (state.refused || !state.loaded) return -1;
+
+    const WriteScope scope;
+    if (!scope.ok()) return -1;
+
+    auto wanted = StoredSettings::Read();
+    if (!wanted) return -1;
+
+    for (const std::string& name : state.changed) {
+        std::string spelled;
+        Spell(*FindSetting(name), state.values.at(name), spelled);
+        if (wanted->Spelled(name) != spelled) NoteChange(name);
+        wanted->Set(name, spelled);
+    }
+    if (state.listsChanged) {
+        if (wanted->domains != state.domains) NoteChange("domains");
+        if (!(wanted->blocklists == state.blocklists)) NoteChange("blocklists");
+        wanted->domains = state.domains;
+        wanted->blocklists = state.blocklists;
+    }
+    if (!wanted->Bool("smtp_relay_auth")) wanted->Set("smtp_relay_password", "");
+    const int result = SaveTransaction(*wanted, steps);
+    state.saved = result == 0;
+    return result;
+}
+
+}  // namespace host

@@ -1,0 +1,248 @@
+// RSA key files for DKIM. Each pair has a directory of its own, named by its date, beside the two
+// names that are asked for; these lead through one link, `pair`, so that both halves change at
+// once. Replaced pairs stay.
+#include "host/libmailvane/pages/key_pairs.h"
+
+#include "platform/mailvane/rsa_key.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/daemons/service_control.h"
+
+namespace {
+
+const char kOpenssl[] = "/usr/bin/openssl";
+const char kPair[] = "pair";
+const char kPublicMark[] = "-----BEGIN PUBLIC KEY-----";
+constexpr int kMostPairsASecond = 100;
+const char kSigner[] = "opendkim.sh";
+
+/// Both halves, in PEM form.
+struct KeyTexts {
+    std::string privateKey;
+    std::string publicKey;
+};
+
+/// The two names of a pair and the folder they lie in.
+struct KeyNames {
+    std::string folder;  ///< ends with a slash
+    std::string privateName;
+    std::string publicName;
+};
+
+std::string FolderOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+std::string NameOf(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// Where a new private key waits for its public half.
+std::string WaitingKey(const std::string& privatePath)
+{
+    return privatePath + ".new";
+}
+
+/// What OpenSSL's own tool prints; empty, logged, when it failed.
+std::string OpensslOutput(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> command{kOpenssl};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    host::ProgramOptions options;
+    options.capture = true;
+    const host::ProgramResult result = host::RunProgram(command, options);
+    if (result.Succeeded() && !result.output.empty()) return result.output;
+
+    host::Log(LOG_ERR, "openssl %s failed: %s", arguments.front().c_str(), result.errors.c_str());
+    return "";
+}
+
+/// Makes the directory of a new pair, named by `when`; empty, with errno set, on failure.
+std::string MakePairDirectory(const std::string& folder, time_t when)
+{
+    struct tm parts {};
+    char date[32];
+    gmtime_r(&when, &parts);
+    strftime(date, sizeof(date), "%Y%m%dT%H%M%SZ", &parts);
+    for (int number = 1; number <= kMostPairsASecond; ++number) {
+        std::string name = std::string(kPair) + "-" + date;
+        if (number > 1) name += "-" + std::to_string(number);
+        if (mkdir((folder + name).c_str(), 0700) == 0) return name;
+        if (errno != EEXIST) break;
+    }
+    return "";
+}
+
+/// Writes a half of a pair, unless there is none.
+bool WriteHalf(const std::string& path, const std::string& text, mode_t mode)
+{
+    return text.empty() || host::ReplaceFile(path, text, mode);
+}
+
+/// Writes both halves into a directory of their own and returns its name; empty, with errno set, on
+/// failure.
+std::string StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
+{
+    std::string pair = MakePairDirectory(names.folder, when);
+    if (pair.empty()) return "";
+
+    const std::string inside = names.folder + pair + "/";
+    if (WriteHalf(inside + names.privateName, keys.privateKey, 0600) &&
+        WriteHalf(inside + names.publicName, keys.publicKey, 0644)) {
+        return pair;
+    }
+    const int why = errno;
+    (void)unlink((inside + names.privateName).c_str());
+    (void)rmdir(inside.c_str());
+    errno = why;
+    return "";
+}
+
+/// Whether a file was put there by hand, and not by this library as a link.
+bool IsPlainFile(const std::string& path)
+{
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+/// Reads a half of a pair; one that is not there is empty.
+bool ReadHalf(const std::string& path, std::string& text)
+{
+    return host::ReadFile(path, text) || errno == ENOENT;
+}
+
+/// Gives plain files a directory like that of other pairs. Nothing that is read by the two names
+/// changes by it.
+bool AdoptPlainFiles(const KeyNames& names)
+{
+    const std::string privatePath = names.folder + names.privateName;
+    const std::string publicPath = names.folder + names.publicName;
+    if (!IsPlainFile(privatePath) && !IsPlainFile(publicPath)) return true;
+
+    KeyTexts keys;
+    if (!ReadHalf(privatePath, keys.privateKey) || !ReadHalf(publicPath, keys.publicKey)) {
+        return false;
+    }
+
+    struct stat info {};
+    (void)lstat((IsPlainFile(privatePath) ? privatePath : publicPath).c_str(), &info);
+    const std::string pair = StorePair(names, keys, info.st_mtime);
+    return !pair.empty() && host::ReplaceByLink(names.folder + kPair, pair);
+}
+
+/// Makes one of the two names lead through the link.
+bool LeadThroughLink(const KeyNames& names, const std::string& name)
+{
+    const std::string target = std::string(kPair) + "/" + name;
+    return host::ReplaceByLink(names.folder + name, target);
+}
+
+/// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
+bool TurnTo(const KeyNames& names, const std::string& pair)
+{
+    return AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
+           LeadThroughLink(names, names.publicName) &&
+           host::ReplaceByLink(names.folder + kPair, pair);
+}
+
+/// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
+bool PutPair(const KeyNames& names, const KeyTexts& keys)
+{
+    const std::string pair = StorePair(names, keys, time(nullptr));
+    return !pair.empty() && TurnTo(names, pair);
+}
+
+/// Whether a name is that of a stored pair with both halves.
+bool IsStoredPair(const KeyNames& names, const std::string& pair)
+{
+    const std::string inside = names.folder + pair + "/";
+    const bool isName = pair.rfind(std::string(kPair) + "-", 0) == 0 &&
+                        pair.find_first_of("/.") == std::string::npos;
+    return isName && IsPlainFile(inside + names.privateName) &&
+           IsPlainFile(inside + names.publicName);
+}
+
+/// Makes a pair of a private key and puts it in place.
+bool MakePair(const KeyNames& names, const std::string& privateKey)
+{
+    KeyTexts keys;
+    keys.publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
+    if (keys.publicKey.find(kPublicMark) == std::string::npos) return false;
+
+    if (host::ReadFile(privateKey, keys.privateKey) && PutPair(names, keys)) return true;
+
+    host::Log(LOG_ERR, "cannot put the keys in %s in place: %s", names.folder.c_str(),
+              host::ErrnoText());
+    return false;
+}
+
+}  // namespace
+
+int host::RestoreKeyPair(const std::string& pair)
+{
+    const WriteScope scope;
+    const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
+    if (!scope.ok() || !AdoptPlainFiles(names)) return -1;
+    if (!IsStoredPair(names, pair)) {
+        Log(LOG_ERR, "there is no key pair '%.64s'", pair.c_str());
+        return -1;
+    }
+
+    std::error_code error;
+    const std::string before =
+        std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
+    if (TurnTo(names, pair) && RunControlScript(kSigner, "restart") == 0) return 0;
+
+    Log(LOG_ERR, "the key pair '%s' is not taken; the one before stays", pair.c_str());
+    if (!before.empty() && TurnTo(names, before)) (void)RunControlScript(kSigner, "restart");
+    return -1;
+}
+
+int GenerateRSAPrivateKey(const char* path, unsigned int bits)
+{
+    const std::string waiting = WaitingKey(host::Path(path));
+    const std::string key = OpensslOutput({"genrsa", std::to_string(bits)});
+    if (key.empty()) return -1;
+
+    if (host::ReplaceFile(waiting, key, 0600)) return 0;
+
+    host::Log(LOG_ERR, "cannot write %s: %s", waiting.c_str(), host::ErrnoText());
+    return -1;
+}
+
+int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
+{
+    const std::string current = host::Path(privatePath);
+    const std::string waiting = WaitingKey(current);
+    const KeyNames names{FolderOf(current), NameOf(privatePath), NameOf(publicPath)};
+    const bool done = MakePair(names, host::NameExists(waiting) ? waiting : current);
+    (void)unlink(waiting.c_str());
+    return done ? 0 : -1;
+}
+
+int ReadRSAPublicKey(const char* path, std::string& text)
+{
+    std::string read;
+    if (!host::ReadFile(host::Path(path), read)) {
+        host::Log(LOG_ERR, "cannot read %s: %s", path, host::ErrnoText());
+        return -1;
+    }
+    text = read;
+    return 0;
+}

@@ -1,0 +1,277 @@
+// Personal settings of one user: stored by the package, carried out by a script in the user's home.
+#include "platform/mailvane/personal.h"
+
+#include <strings.h>
+
+#include <algorithm>
+
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/render/personal_script.h"
+#include "host/libmailvane/stores/personal_settings.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/system/user_script.h"
+
+using host::MailAccount;
+using host::PersonalSettings;
+using host::Reply;
+using host::SenderReply;
+
+struct Personal::State {
+    MailAccount account;
+    std::string errKey;  ///< empty when the settings can be used
+    PersonalSettings settings;
+};
+
+namespace {
+
+bool IsFullAddress(const std::string& text)
+{
+    return host::IsMailAddress(text) && text.find('@') != std::string::npos;
+}
+
+/// Whether an address, with or without an extension, is one of the user's own.
+bool IsOwnAddress(const std::string& address, const std::string& user)
+{
+    const auto settings = host::StoredSettings::Read();
+    if (!settings) return false;
+
+    const auto at = address.find('@');
+    const std::string local = address.substr(0, std::min(at, address.find('+')));
+    const std::string domain = address.substr(at + 1);
+    const auto isDomain = [&domain](const std::string& own) {
+        return strcasecmp(own.c_str(), domain.c_str()) == 0;
+    };
+    return strcasecmp(local.c_str(), user.c_str()) == 0 &&
+           (isDomain(settings->MailDomain()) ||
+            std::any_of(settings->domains.begin(), settings->domains.end(), isDomain));
+}
+
+/// Whether the forwarding can be carried out; what is off may lack an address.
+bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user)
+{
+    const std::string& address = settings.forwardAddress;
+    if (address.empty() && !settings.forward) return true;
+    if (!IsFullAddress(address)) {
+        host::Log(LOG_ERR, "personal settings of %s: mail cannot be forwarded to that address",
+                  user.c_str());
+        return false;
+    }
+    if (settings.forward && IsOwnAddress(address, user)) {
+        host::Log(LOG_ERR, "personal settings of %s: mail forwarded to its own address would loop",
+                  user.c_str());
+        return false;
+    }
+    return true;
+}
+
+/// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
+/// written even when it says the same as before.
+int PutInForce(const MailAccount& account, const PersonalSettings& before,
+               const PersonalSettings& after, bool anew)
+{
+    const std::string old = host::RenderPersonalScript(before);
+    const std::string script = host::RenderPersonalScript(after);
+    const bool replaced = anew || script != old;
+    if (replaced && !host::PutUserScript(account, script)) return -1;
+    if (host::WritePersonalSettings(account, after)) return 0;
+
+    if (replaced) (void)host::PutUserScript(account, old);
+    return -1;
+}
+
+/// Stores a change: `change` gets the settings as they are stored now and returns whether it could
+/// be made. `settings` are replaced by what is stored then.
+template <typename Change>
+int Store(const MailAccount& account, const std::string& errKey, PersonalSettings& settings,
+          bool anew, const Change& change)
+{
+    if (!errKey.empty()) return -1;
+
+    return host::WithoutExceptions("personal settings", [&] {
+        const host::WriteScope scope;
+        if (!scope.ok()) return -1;
+        const auto stored = host::ReadPersonalSettings(account);
+        if (!stored) return -1;
+
+        PersonalSettings changed = *stored;
+        if (!change(changed)) return -1;
+        if (PutInForce(account, *stored, changed, anew) < 0) return -1;
+        settings = changed;
+        return 0;
+    });
+}
+
+/// Adds or overwrites the reply to one sender.
+bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const Reply& reply)
+{
+    if (!IsFullAddress(sender)) return false;
+    if (SenderReply* entry = host::FindSenderReply(settings, sender)) {
+        *entry = {sender, reply};
+        return true;
+    }
+    if (settings.senderReplies.size() >= host::kMostSenderReplies) return false;
+    settings.senderReplies.push_back({sender, reply});
+    return true;
+}
+
+}  // namespace
+
+Personal::Personal(const std::string& user) : state_(new State)
+{
+    state_->errKey = host::FindMailAccount(user, state_->account);
+    if (!state_->errKey.empty()) return;
+
+    if (auto stored = host::ReadPersonalSettings(state_->account)) {
+        state_->settings = std::move(*stored);
+    } else {
+        state_->errKey = "settings_unreadable";
+    }
+}
+
+Personal::~Personal()
+{
+    delete state_;
+}
+
+bool Personal::isValid()
+{
+    return state_->errKey.empty();
+}
+
+std::string Personal::getErrKey()
+{
+    return state_->errKey;
+}
+
+bool Personal::isEnabledForward()
+{
+    return state_->settings.forward;
+}
+
+std::string Personal::getForwardAddr()
+{
+    return state_->settings.forwardAddress;
+}
+
+bool Personal::isKeepCopy()
+{
+    return state_->settings.keepCopy;
+}
+
+bool Personal::isEnabledReply()
+{
+    return state_->settings.reply;
+}
+
+long Personal::GetReplyBeginTime() const
+{
+    return static_cast<long>(state_->settings.replyBegin);
+}
+
+long Personal::GetReplyEndTime() const
+{
+    return static_cast<long>(state_->settings.replyEnd);
+}
+
+void Personal::setForward(bool enabled)
+{
+    state_->settings.forward = enabled;
+}
+
+void Personal::setForwardAddr(const std::string& address)
+{
+    state_->settings.forwardAddress = address;
+}
+
+void Personal::setKeepCopy(bool keep)
+{
+    state_->settings.keepCopy = keep;
+}
+
+void Personal::setReply(bool enabled)
+{
+    state_->settings.reply = enabled;
+}
+
+void Personal::SetReplyBeginTime(long seconds)
+{
+    state_->settings.replyBegin = seconds;
+}
+
+void Personal::SetReplyEndTime(long seconds)
+{
+    state_->settings.replyEnd = seconds;
+}
+
+int Personal::ReadReplyContent(const char* sender, std::string& subject, std::string& message)
+{
+    const Reply* reply = &state_->settings.generalReply;
+    if (sender != nullptr) {
+        const SenderReply* entry = host::FindSenderReply(state_->settings, sender);
+        reply = entry == nullptr ? nullptr : &entry->reply;
+    }
+    if (!isValid() || reply == nullptr) return -1;
+
+    subject = reply->subject;
+    message = reply->message;
+    return 0;
+}
+
+int Personal::WriteReplyContent(const char* sender, const std::string& subject,
+                                const std::string& message)
+{
+    const auto reply = host::StorableReply(subject, message);
+    if (!reply) return -1;
+
+    PersonalSettings stored;
+    const int result =
+        Store(state_->account, state_->errKey, stored, false, [&](PersonalSettings& settings) {
+            if (sender != nullptr) return PutSenderReply(settings, sender, *reply);
+            settings.generalReply = *reply;
+            return true;
+        });
+    if (result < 0) return result;
+
+    // What the setters were given stays.
+    state_->settings.generalReply = stored.generalReply;
+    state_->settings.senderReplies = stored.senderReplies;
+    return result;
+}
+
+std::list<std::string> Personal::GetReplyList()
+{
+    std::list<std::string> senders;
+    for (const SenderReply& entry : state_->settings.senderReplies) senders.push_back(entry.sender);
+    return senders;
+}
+
+int Personal::RemoveReplySetting(const std::string& sender)
+{
+    PersonalSettings stored;
+    const int result =
+        Store(state_->account, state_->errKey, stored, false, [&](PersonalSettings& settings) {
+            const SenderReply* entry = host::FindSenderReply(settings, sender);
+            if (entry == nullptr) return false;
+            settings.senderReplies.erase(settings.senderReplies.begin() +
+                                         (entry - settings.senderReplies.data()));
+            return true;
+        });
+    if (result == 0) state_->settings.senderReplies = stored.senderReplies;
+    return result;
+}
+
+int Personal::save()
+{
+    PersonalSettings& settings = state_->settings;
+    return Store(state_->account, state_->errKey, settings, true, [&](PersonalSettings& stored) {
+        PersonalSettings wanted = settings;
+        wanted.generalReply = stored.generalReply;
+        wanted.senderReplies = stored.senderReplies;
+        if (!ForwardingIsSound(wanted, state_->account.name)) return false;
+        stored = wanted;
+        return true;
+    });
+}

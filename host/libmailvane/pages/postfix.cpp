@@ -1,0 +1,112 @@
+// Settings of the SMTP server, with its domains and blocklists.
+#include "platform/mailvane/postfix.h"
+
+#include <algorithm>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/pages/config.h"
+#include "host/libmailvane/names/text_checks.h"
+
+namespace {
+
+/// Domain names are stored in lower case.
+std::string LowerCase(std::string text)
+{
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return text;
+}
+
+template <typename T>
+bool Contains(const std::list<T>& list, const T& element)
+{
+    return std::find(list.begin(), list.end(), element) != list.end();
+}
+
+}  // namespace
+
+Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server(zone), type(kind)
+{
+}
+
+Postfix::Postfix()
+{
+    state_->object = host::SettingsObject::kPostfix;
+}
+
+Postfix::~Postfix()
+{
+    // A switch of the account source that was not completed is taken back with the object.
+    if (state_->loaded && !state_->saved && host::LockIsHeld()) {
+        (void)host::HealAccounts(state_->account);
+    }
+}
+
+int Postfix::LoadSettings()
+{
+    if (host::LoadConfig(*state_) < 0) return -1;
+
+    // Healing twice in a process would undo the switch that it is making.
+    static bool healed = false;
+    if (healed) return 0;
+
+    healed = true;
+    return host::HealAccounts(state_->account);
+}
+
+int Postfix::SaveSettings(const std::list<Callback>& steps)
+{
+    return host::SaveConfig(*state_, steps);
+}
+
+std::list<std::string> Postfix::GetAdditionDomain()
+{
+    return state_->domains;
+}
+
+int Postfix::AddDomain(const std::string& domain)
+{
+    if (!host::IsMailDomain(domain)) return host::Refuse(*state_, "a mail domain");
+
+    const std::string name = LowerCase(domain);
+    state_->listsChanged = true;
+    if (!Contains(state_->domains, name)) state_->domains.push_back(name);
+    return 0;
+}
+
+int Postfix::DeleteDomain(const std::string& domain)
+{
+    state_->listsChanged = true;
+    state_->domains.remove(LowerCase(domain));
+    return 0;
+}
+
+std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
+{
+    std::list<DNSBL> entries;
+    for (const host::Blocklist& entry : state_->blocklists) {
+        entries.emplace_back(entry.server, entry.type);
+    }
+    return entries;
+}
+
+int Postfix::AddDNSBL(const DNSBL& entry)
+{
+    if (!host::IsMailDomain(entry.server) || !host::IsBlocklistType(entry.type)) {
+        return host::Refuse(*state_, "a blocklist");
+    }
+
+    const host::Blocklist stored{LowerCase(entry.server), entry.type};
+    state_->listsChanged = true;
+    if (!Contains(state_->blocklists, stored)) state_->blocklists.push_back(stored);
+    return 0;
+}
+
+int Postfix::DeleteDNSBL(const DNSBL& entry)
+{
+    state_->listsChanged = true;
+    state_->blocklists.remove(host::Blocklist{LowerCase(entry.server), entry.type});
+    return 0;
+}

@@ -1,0 +1,19 @@
+// Helpers of the settings pages: port conflicts and joined texts.
+#include "platform/mailvane/web_utils.h"
+
+#include "host/libmailvane/system/listening_ports.h"
+
+int WebUtils::IsPortConflict(const char* services, int from, int to)
+{
+    return host::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
+}
+
+std::string StringJoin(const std::list<std::string>& texts, const char* separator)
+{
+    std::string joined;
+    for (const std::string& text : texts) {
+        if (&text != &texts.front()) joined += separator;
+        joined += text;
+    }
+    return joined;
+}

@@ -1,0 +1,104 @@
+// The maps of the access lists: what the SMTP server answers to senders, recipients and clients.
+//
+// The nearest entry counts: an address before its domain, a domain before the tree it is in, a tree
+// before one above it; an IP address before its networks, a small network before one around it,
+// both before the client's host name.
+//
+// Mail for a discarded recipient is taken in and then thrown away by its transport, since DISCARD
+// as an answer of the SMTP server would throw it away for all recipients of the message.
+#include "host/libmailvane/render/access_maps.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/names/map_text.h"
+
+namespace host {
+namespace {
+
+/// Where the mail for discarded addresses goes; no domain of this name can exist.
+const char kNowhere[] = "discarded.invalid";
+
+using Entries = std::list<AccessInfo>;
+
+std::string Answer(const AccessInfo& entry)
+{
+    return Access::StatusToStr(entry.status);
+}
+
+/// As `Answer`, for recipients: those that are discarded are no reason to refuse.
+std::string RecipientAnswer(const AccessInfo& entry)
+{
+    return entry.status == ACCESS_DISCARD ? "DUNNO" : Answer(entry);
+}
+
+bool IsDiscarded(const AccessInfo& entry)
+{
+    return entry.status == ACCESS_DISCARD;
+}
+
+/// Transports: those of discarded recipients, and none of their own for the rest.
+std::string TransportText(const Entries& recipients)
+{
+    if (std::none_of(recipients.begin(), recipients.end(), IsDiscarded)) return "";
+
+    return std::string(kNowhere) + " discard:\n" +
+           NamesText(recipients,
+                     [](const AccessInfo& entry) { return IsDiscarded(entry) ? "discard:" : ":"; });
+}
+
+/// Discarded addresses, which may be those of aliases: they must not be followed to their members.
+std::string DiscardedText(const Entries& recipients)
+{
+    MapText map;
+    for (const AccessInfo& entry : recipients) {
+        if (entry.nameType == NAME_ADDRESS && IsDiscarded(entry)) {
+            map.Add({entry.name}, std::string("discarded@") + kNowhere);
+        }
+    }
+    return map.Take();
+}
+
+std::string AddressesText(const Entries& clients)
+{
+    MapText map;
+    for (const AccessInfo& entry : clients) {
+        if (entry.nameType == NAME_IP) map.Add({entry.name}, Answer(entry));
+    }
+    return map.Take();
+}
+
+/// Networks, the small ones first: the first that holds an address counts.
+std::string NetworksText(const Entries& clients)
+{
+    std::string text;
+    for (const AccessInfo* entry : SmallestFirst(clients, {NAME_NETWORK})) {
+        text += entry->name + " " + Answer(*entry) + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+std::vector<ListFile> AccessFiles()
+{
+    Entries senders;
+    Entries recipients;
+    Entries clients;
+    if (auto store = ReadAccountDatabase(AccountDatabase::kMailvane)) {
+        senders = ReadAccess(*store, TYPE_SENDER);
+        recipients = ReadAccess(*store, TYPE_RECIPIENT);
+        clients = ReadAccess(*store, TYPE_CLIENT);
+    }
+    return {{"sender_access", NamesText(senders, Answer)},
+            {"recipient_access", NamesText(recipients, RecipientAnswer)},
+            {"discarded_recipients", DiscardedText(recipients)},
+            {"recipient_transport", TransportText(recipients)},
+            {"client_access", NamesText(clients, Answer)},
+            {"client_addresses", AddressesText(clients)},
+            {kClientNetworksFile, NetworksText(clients), false}};
+}
+
+}  // namespace host

@@ -1,0 +1,145 @@
+// Who gets the mail of an alias in the end.
+#include "host/libmailvane/render/alias_expansion.h"
+
+#include <stdexcept>
+#include <unordered_set>
+#include <utility>
+
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/names/list_names.h"
+
+namespace host {
+namespace {
+
+/// The name of a user without its Windows domain: what stands before the "@".
+std::string LocalName(const std::string& user)
+{
+    return user.substr(user.find('\\') + 1);
+}
+
+}  // namespace
+
+/// The way through the members of one alias. Lists of members are told apart by where they lie.
+struct AliasExpansion::Walk {
+    enum class State { kOpen, kDone };
+    struct Step {
+        const Members* members;
+        std::size_t next;
+    };
+
+    /// Goes through a list of members next, unless that has been done.
+    void Enter(const Members* members)
+    {
+        if (states.emplace(members, State::kOpen).second) path.push_back({members, 0});
+    }
+
+    void Add(std::vector<std::string>& list, const std::string& recipient)
+    {
+        if (!seen.insert(InLowerCase(recipient)).second) return;
+        if (seen.size() > kMostRecipientsOfAlias) throw std::runtime_error("too many recipients");
+        list.push_back(recipient);
+    }
+
+    std::vector<Step> path;
+    std::unordered_map<const Members*, State> states;
+    std::unordered_set<std::string> seen;
+    Recipients found;
+};
+
+AliasExpansion::AliasExpansion(const AliasTable& table, const std::vector<std::string>& domains,
+                               Group group)
+    : table_(table), domains_{"localhost"}, group_(std::move(group))
+{
+    for (const std::string& domain : domains) domains_.insert(InLowerCase(domain));
+}
+
+void AliasExpansion::AddRole(const std::string& name, const std::string& user)
+{
+    roles_[name] = {MemberInfo{user, kUserMember}};
+}
+
+const AliasExpansion::Members* AliasExpansion::AliasMembers(const std::string& name) const
+{
+    const AliasEntry* alias = table_.FindAnyCase(name);
+    if (alias != nullptr) return &alias->members;
+
+    const auto role = roles_.find(InLowerCase(name));
+    return role == roles_.end() ? nullptr : &role->second;
+}
+
+const AliasExpansion::Members& AliasExpansion::GroupMembers(const std::string& name)
+{
+    const auto [entry, isNew] = groups_.try_emplace(name);
+    if (!isNew) return entry->second;
+
+    for (const std::string& user : group_(name)) {
+        const MemberInfo member{user, kUserMember};
+        if (MemberFault(member).empty()) {
+            entry->second.push_back(member);
+        } else {
+            Log(LOG_WARNING, "aliases: a member of the group %s cannot have mail", name.c_str());
+        }
+    }
+    return entry->second;
+}
+
+Recipients AliasExpansion::Expand(const AliasEntry& alias)
+{
+    Walk walk;
+    walk.Enter(&alias.members);
+    while (!walk.path.empty()) {
+        Walk::Step& step = walk.path.back();
+        if (step.next < step.members->size()) {
+            Visit(walk, (*step.members)[step.next++]);
+        } else {
+            walk.states[step.members] = Walk::State::kDone;
+            walk.path.pop_back();
+        }
+    }
+    return std::move(walk.found);
+}
+
+void AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
+{
+    switch (member.type) {
+        case kGroupMember:
+            walk.Enter(&GroupMembers(member.name));
+            break;
+        case kAliasMember:
+            if (const Members* members = AliasMembers(member.name)) walk.Enter(members);
+            break;
+        case kOutsideMember:
+            VisitAddress(walk, member.name);
+            break;
+        default:
+            VisitLocal(walk, LocalName(member.name));
+    }
+}
+
+void AliasExpansion::VisitLocal(Walk& walk, const std::string& name)
+{
+    const Members* alias = AliasMembers(name);
+    // The mail server also knows an alias with an extension after a plus sign.
+    if (alias == nullptr) alias = AliasMembers(name.substr(0, name.find('+')));
+
+    const auto state = walk.states.find(alias);
+    const bool leadsBack = state != walk.states.end() && state->second == Walk::State::kOpen;
+    if (alias == nullptr || leadsBack) {
+        walk.Add(walk.found.users, name);
+    } else {
+        walk.Enter(alias);
+    }
+}
+
+void AliasExpansion::VisitAddress(Walk& walk, const std::string& address)
+{
+    const std::size_t at = address.find('@');
+    if (domains_.count(InLowerCase(address.substr(at + 1))) != 0) {
+        VisitLocal(walk, address.substr(0, at));
+    } else {
+        walk.Add(walk.found.outside, address);
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,120 @@
+// The maps that the aliases fill: where their mail goes, and which logins may send from them.
+#include "host/libmailvane/render/alias_maps.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "host/libhaldcore/log.h"
+#include "host/libhaldsdk/group_members.h"
+#include "host/libmailvane/render/alias_expansion.h"
+#include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/postfix.h"
+#include "platform/hlib/accounts.h"
+
+namespace host {
+namespace {
+
+int SourceOf(const std::string& accountType)
+{
+    if (accountType == "ldap") return HLIB_ACCOUNT_LDAP;
+    return accountType == "win" ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LOCAL;
+}
+
+/// Mail must not go to fewer than it should because an engine is down, so that is an error. A group
+/// that was removed is none.
+std::vector<std::string> MembersOf(GroupMembers& groups, const std::string& group)
+{
+    std::vector<std::string> members;
+    const Lookup result = groups.Find(group, members);
+    if (result == Lookup::kFailed) {
+        throw std::runtime_error("the group " + group + " cannot be read: " + std::strerror(errno));
+    }
+    if (result == Lookup::kAbsent) {
+        Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());
+    }
+    return members;
+}
+
+/// A list as a line of a map; none for an empty list.
+std::string MapLine(const std::string& key, const std::vector<std::string>& values)
+{
+    std::string line;
+    for (const std::string& value : values) line += (line.empty() ? "" : ", ") + value;
+    return line.empty() ? "" : key + " " + line + "\n";
+}
+
+class MapTexts {
+public:
+    /// `loginPrefix` may stand before the name of an account when it logs in.
+    explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
+
+    void Add(const std::string& alias, Recipients recipients)
+    {
+        std::vector<std::string> logins;
+        for (const std::string& user : recipients.users) AddLogins(user, logins);
+        AddLogins(alias, logins);  // a login owns the address of its name
+        logins_ += MapLine(alias, logins);
+
+        std::vector<std::string>& all = recipients.users;
+        all.insert(all.end(), recipients.outside.begin(), recipients.outside.end());
+        aliases_ += MapLine(alias, all);
+    }
+
+    const std::string& aliases() const { return aliases_; }
+    const std::string& logins() const { return logins_; }
+
+private:
+    void AddLogins(const std::string& user, std::vector<std::string>& logins) const
+    {
+        logins.push_back(user);
+        if (!loginPrefix_.empty()) logins.push_back(loginPrefix_ + user);
+    }
+
+    std::string loginPrefix_;
+    std::string aliases_;
+    std::string logins_;
+};
+
+MapTexts MakeTexts(const AliasTable& table)
+{
+    const auto settings = StoredSettings::Read();
+    if (!settings) throw std::runtime_error("the settings cannot be read");
+
+    GroupMembers groups(SourceOf(settings->Text("account_type")));
+    AliasExpansion expansion(table, MailDomains(*settings), [&groups](const std::string& group) {
+        return MembersOf(groups, group);
+    });
+    const std::string administrator = FirstAdministrator();
+    for (const char* role : kRoles) {
+        if (!administrator.empty()) expansion.AddRole(role, administrator);
+    }
+    MapTexts texts(LoginPrefix(*settings));
+    for (const AliasEntry& alias : table.entries()) {
+        texts.Add(alias.name, expansion.Expand(alias));
+    }
+    return texts;
+}
+
+}  // namespace
+
+std::vector<ListFile> AliasFilesOf(const AliasTable& table)
+{
+    const MapTexts texts = MakeTexts(table);
+    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+}
+
+std::vector<ListFile> AliasFiles()
+{
+    return AliasFilesOf(AliasTable(ReadAliases()));
+}
+
+std::vector<ListFile> LoginFiles()
+{
+    return {{"login_aliases", MakeTexts(AliasTable(ReadAliases())).logins()}};
+}
+
+}  // namespace host

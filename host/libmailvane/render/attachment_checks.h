@@ -1,0 +1,13 @@
+// The header checks that refuse attachments by name.
+#pragma once
+
+#include <vector>
+
+#include "host/libmailvane/generation/list_file.h"
+
+namespace host {
+
+/// The header checks that the refused attachment types fill. Throws when these cannot be read.
+std::vector<ListFile> AttachmentFiles();
+
+}  // namespace host

@@ -1,0 +1,77 @@
+// The files of the black and white list. The scanner's have one name a line, with "!" in front of
+// those of the other list: the nearest entry counts, so a white address in a black domain is white.
+// The mail server's refuse what is black, also while the scanner looks for no spam.
+#include "host/libmailvane/render/black_white_files.h"
+
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/names/map_text.h"
+#include "host/libmailvane/render/scanner.h"
+
+namespace host {
+namespace {
+
+using Entries = std::list<BlackWhite>;
+
+std::string Answer(const BlackWhite& entry)
+{
+    return entry.blackWhite == BLACK_LIST ? "REJECT" : "DUNNO";
+}
+
+std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
+{
+    const std::string name = NameInText(static_cast<NameType>(entry.nameType), entry.name);
+    return (entry.blackWhite == list ? "" : "!") + name + "\n";
+}
+
+/// Networks stand in the order in which they are looked at; the scanner sorts names itself.
+std::string ScannerText(const Entries& entries, BlackWhiteType list)
+{
+    std::string text;
+    for (const BlackWhite* entry : SmallestFirst(entries, {NAME_IP, NAME_NETWORK})) {
+        text += ScannerLine(*entry, list);
+    }
+    for (const BlackWhite& entry : entries) {
+        if (entry.type != TYPE_CLIENT) text += ScannerLine(entry, list);
+    }
+    return text;
+}
+
+std::string ClientsText(const Entries& clients)
+{
+    std::string text;
+    for (const BlackWhite* entry : SmallestFirst(clients, {NAME_IP, NAME_NETWORK})) {
+        text += entry->name + " " + Answer(*entry) + "\n";
+    }
+    return text;
+}
+
+ListFile ScannerFile(const char* name, const Entries& entries, BlackWhiteType list)
+{
+    return {std::string("amavis/") + name, ScannerText(entries, list), false};
+}
+
+}  // namespace
+
+std::vector<ListFile> BlackWhiteFiles()
+{
+    Entries senders;
+    Entries recipients;
+    Entries clients;
+    if (auto store = ReadAccountDatabase(AccountDatabase::kMailvane)) {
+        senders = ReadBlackWhite(*store, TYPE_SENDER);
+        recipients = ReadBlackWhite(*store, TYPE_RECIPIENT);
+        clients = ReadBlackWhite(*store, TYPE_CLIENT);
+    }
+    return {{"black_senders", NamesText(senders, Answer)},
+            {"black_recipients", NamesText(recipients, Answer)},
+            {kBlackClientsFile, ClientsText(clients), false},
+            ScannerFile("black_senders", senders, BLACK_LIST),
+            ScannerFile("white_senders", senders, WHITE_LIST),
+            ScannerFile("black_recipients", recipients, BLACK_LIST),
+            ScannerFile("white_recipients", recipients, WHITE_LIST),
+            ScannerFile("black_clients", clients, BLACK_LIST),
+            ScannerFile("white_clients", clients, WHITE_LIST)};
+}
+
+}  // namespace host

@@ -1,0 +1,14 @@
+// The files of the black and white list.
+#pragma once
+
+#include <vector>
+
+#include "host/libmailvane/generation/list_file.h"
+
+namespace host {
+
+/// The files of the mail server and of the scanner that the black and white list fills; a missing
+/// store is an empty one. Throws when it cannot be read.
+std::vector<ListFile> BlackWhiteFiles();
+
+}  // namespace host

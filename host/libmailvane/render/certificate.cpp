@@ -1,0 +1,71 @@
+// The certificate that the mail services show: etc/tls/, or tls/ of the generation in force.
+#include "host/libmailvane/render/certificate.h"
+
+#include <unistd.h>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/system/durable_move.h"
+
+namespace host {
+
+namespace {
+
+const char kCertificate[] = "tls/cert.pem";
+const char kPrivateKey[] = "tls/key.pem";
+const char kHostname[] = "tls/hostname";
+const char kOpenssl[] = "/usr/bin/openssl";
+const char kDays[] = "3650";
+
+/// Makes a certificate and its key with OpenSSL's own tool; false on failure.
+bool SelfSign(const std::string& directory, const std::string& hostname, std::string& certificate,
+              std::string& key)
+{
+    const std::string keyPath = directory + "/new-key.pem";
+    const std::string certificatePath = directory + "/new-cert.pem";
+    ProgramOptions quiet;
+    quiet.capture = true;
+    const ProgramResult made = RunProgram(
+        {kOpenssl, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+         "-nodes", "-days", kDays, "-subj", "/CN=" + hostname, "-addext",
+         "subjectAltName=DNS:" + hostname, "-keyout", keyPath, "-out", certificatePath},
+        quiet);
+    const bool read =
+        made.Succeeded() && ReadFile(keyPath, key) && ReadFile(certificatePath, certificate);
+    (void)unlink(keyPath.c_str());
+    (void)unlink(certificatePath.c_str());
+    return read;
+}
+
+/// Whether the generation in force has a certificate for this host name.
+bool HasCertificateFor(const std::string& hostname)
+{
+    std::string owner;
+    return ReadFile(GenerationDirectory(CurrentGeneration()) + "/" + kHostname, owner) &&
+           owner == hostname;
+}
+
+}  // namespace
+
+CertificateFiles ChooseCertificate(NextGeneration& next, const std::string& hostname)
+{
+    CertificateFiles own{PackagePath("etc/tls/cert.pem"), PackagePath("etc/tls/key.pem")};
+    if (NameExists(own.certificate) && NameExists(own.privateKey)) return own;
+
+    if (!HasCertificateFor(hostname)) {
+        std::string certificate;
+        std::string key;
+        if (!SelfSign(next.directory(), hostname, certificate, key)) {
+            next.Fail("make a certificate for", hostname);
+        }
+        next.Put(kCertificate, certificate, 0644);
+        next.Put(kPrivateKey, key, 0600);
+        next.Put(kHostname, hostname, 0644);
+    }
+    // Daemons go through the link, so that the paths stay the same.
+    const std::string current = GeneratedDirectory() + "/current/";
+    return {current + kCertificate, current + kPrivateKey};
+}
+
+}  // namespace host

@@ -1,0 +1,96 @@
+// What the files of the daemons depend on besides the settings. Reads etc/local.d, /etc/resolv.conf
+// and the administrators' group.
+#include "host/libmailvane/render/context.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/paths.h"
+#include "platform/hald/account.h"
+#include "platform/hlib/string_list.h"
+
+namespace host {
+
+namespace {
+
+const char kAdministrators[] = "administrators";
+
+std::string ReadFragment(const char* name)
+{
+    std::string text;
+    if (!ReadFile(PackagePath(std::string("etc/local.d/") + name), text)) return "";
+
+    if (!text.empty() && text.back() != '\n') text += '\n';
+    return text;
+}
+
+/// Whether a text looks like an address. One of the link, as a router announces it, has its
+/// interface behind a percent sign.
+bool LooksLikeAddress(const std::string& text)
+{
+    constexpr char kAddress[] = "0123456789abcdefABCDEF.:";
+    constexpr char kInterface[] =
+        "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ.-_";
+    const auto end = std::min(text.find('%'), text.size());
+    return end > 0 && text.find_first_not_of(kAddress) >= end &&
+           text.find_first_not_of(kInterface, end + 1) == std::string::npos;
+}
+
+/// Addresses of the name servers that programs of this machine ask.
+std::vector<std::string> NameServers()
+{
+    std::string text;
+    std::vector<std::string> addresses;
+    (void)ReadFile(Path("/etc/resolv.conf"), text);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string word;
+        std::string address;
+        words >> word >> address;
+        if (word == "nameserver" && LooksLikeAddress(address)) addresses.push_back(address);
+    }
+    return addresses;
+}
+
+}  // namespace
+
+RenderContext ReadRenderContext(const CertificateFiles& tls)
+{
+    RenderContext context;
+    context.hasIpv6 = KernelHasIpv6();
+    context.administrator = FirstAdministrator();
+    context.certificate = tls.certificate;
+    context.privateKey = tls.privateKey;
+    context.mainFragment = ReadFragment("main.cf");
+    context.masterFragment = ReadFragment("master.cf");
+    context.updaterFragment = ReadFragment("freshclam.conf");
+    context.nameServers = NameServers();
+    return context;
+}
+
+bool KernelHasIpv6()
+{
+    return access("/proc/net/if_inet6", R_OK) == 0;
+}
+
+std::string FirstAdministrator()
+{
+    const auto system = KeyValueFile::Read(Path("/etc/haldinfo.conf"));
+    const std::string group =
+        system ? system->Get("admin_group").value_or(kAdministrators) : kAdministrators;
+    HLIBCSzList* members = HLIBCSzListAlloc(1);
+    std::string name;
+    if (members != nullptr && HALDGroupListMember(group.c_str(), &members) >= 0 &&
+        members->count > 0) {
+        name = HLIBCSzListGet(members, 0);
+    }
+    HLIBCSzListFree(members);
+    return name;
+}
+
+}  // namespace host

@@ -1,0 +1,32 @@
+// What the files of the daemons depend on besides the settings.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/libmailvane/render/certificate.h"
+
+namespace host {
+
+/// What the files of the daemons depend on besides the settings.
+struct RenderContext {
+    bool hasIpv6 = false;
+    std::string administrator;             ///< gets the mail of the machine's roles; empty for none
+    std::string certificate;               ///< path of the server's certificate chain (PEM)
+    std::string privateKey;                ///< path of its key (PEM)
+    std::string mainFragment;              ///< the administrator's own etc/local.d/main.cf
+    std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
+    std::string updaterFragment;           ///< the administrator's own etc/local.d/freshclam.conf
+    std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
+};
+
+/// The machine as it is now; `tls` is the certificate that the mail services show.
+RenderContext ReadRenderContext(const CertificateFiles& tls);
+
+/// Whether the kernel knows IPv6: it can be started without.
+bool KernelHasIpv6();
+
+/// The first member of the administrators' group; empty when there is none.
+std::string FirstAdministrator();
+
+}  // namespace host

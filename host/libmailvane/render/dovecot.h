@@ -1,0 +1,17 @@
+// Dovecot's configuration.
+#pragma once
+
+#include <string>
+
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/settings/stored_settings.h"
+
+namespace host {
+
+/// Whether Dovecot's configuration is one for a kernel with IPv6.
+bool ListensOnIpv6(const std::string& dovecotConfiguration);
+
+/// Text of Dovecot's configuration.
+std::string RenderDovecot(const StoredSettings& settings, const RenderContext& context);
+
+}  // namespace host

@@ -1,0 +1,93 @@
+// The Sieve script of one user. The vacation action itself answers no lists, no bulk mail, no
+// bounces, no automatic replies and nobody who did not write to the user's own address; each sender
+// gets the same reply once a day.
+#include "host/libmailvane/render/personal_script.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace host {
+
+namespace {
+
+const char kHead[] =
+    "# Made by mailvane from the settings of its pages: what is changed here is lost. A script of\n"
+    "# your own runs after this one.\n"
+    "require [\"copy\", \"date\", \"relational\", \"vacation\"];\n";
+
+constexpr std::int64_t kLastSecond = 253402300798;  // the last but one of the year 9999
+
+/// A string of the script. Nothing in it means anything but the quote and the backslash: the
+/// extensions that expand "${...}" are not required.
+std::string Quoted(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') quoted += '\\';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+/// Whether the time of delivery compares so with a moment (seconds since the epoch). Both are taken
+/// in UTC and compared as texts, to the second.
+std::string TimeTest(const char* comparison, std::int64_t moment)
+{
+    const auto seconds = static_cast<std::time_t>(std::min(moment, kLastSecond + 1));
+    std::tm parts{};
+    std::array<char, 32> text{};
+    (void)gmtime_r(&seconds, &parts);
+    (void)std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    return std::string("currentdate :zone \"+0000\" :value \"") + comparison + "\" \"iso8601\" \"" +
+           text.data() + '"';
+}
+
+/// Whether the reply is due now. The end belongs to the period; the time of delivery goes on with
+/// its zone, so that it is greater than the text of its own second.
+std::string PeriodTest(const PersonalSettings& settings)
+{
+    std::string tests = "true";
+    if (settings.replyBegin > 0) tests += ",\n        " + TimeTest("ge", settings.replyBegin);
+    if (settings.replyEnd > 0) {
+        tests += ",\n        " + TimeTest("lt", std::min(settings.replyEnd, kLastSecond) + 1);
+    }
+    return "allof (" + tests + ')';
+}
+
+std::string ReplyWhen(const std::string& test, const Reply& reply)
+{
+    const std::string subject = reply.subject.empty() ? "" : " :subject " + Quoted(reply.subject);
+    return " elsif " + test + " {\n    vacation :days 1" + subject + ' ' + Quoted(reply.message) +
+           ";\n}";
+}
+
+/// One chain: the reply to the sender, or else the general one.
+std::string Replies(const PersonalSettings& settings)
+{
+    std::string chain;
+    for (const SenderReply& entry : settings.senderReplies) {
+        chain += ReplyWhen("address :is \"from\" " + Quoted(entry.sender), entry.reply);
+    }
+    if (settings.reply) chain += ReplyWhen(PeriodTest(settings), settings.generalReply);
+    if (chain.empty()) return chain;
+
+    return "if header :is \"X-Spam-Flag\" \"YES\" {\n    # Spam gets no answer.\n}" + chain + '\n';
+}
+
+std::string Forwarding(const PersonalSettings& settings)
+{
+    if (!settings.forward) return "";
+    return std::string("redirect ") + (settings.keepCopy ? ":copy " : "") +
+           Quoted(settings.forwardAddress) + ";\n";
+}
+
+}  // namespace
+
+std::string RenderPersonalScript(const PersonalSettings& settings)
+{
+    const std::string actions = Replies(settings) + Forwarding(settings);
+    return actions.empty() ? "" : kHead + actions;
+}
+
+}  // namespace host

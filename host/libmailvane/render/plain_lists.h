@@ -1,0 +1,16 @@
+// What blind copies and sender quotas fill.
+#pragma once
+
+#include <vector>
+
+#include "host/libmailvane/generation/list_file.h"
+
+namespace host {
+
+/// The maps of the blind copies; a missing store is an empty one. Throws when it cannot be read.
+std::vector<ListFile> BlindCopyFiles();
+
+/// What the rate policy reads: how much each login may send. As above.
+std::vector<ListFile> QuotaFiles();
+
+}  // namespace host

@@ -1,0 +1,313 @@
+// Texts of the files of the mail scanner and the anti-virus engine.
+#include "host/libmailvane/render/scanner.h"
+
+#include <algorithm>
+
+#include "host/libmailvane/stores/attachment_types.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/settings/derived_settings.h"
+
+namespace host {
+
+namespace {
+
+constexpr int kUsualMegabytes = 400;
+
+const char kHeader[] = "# Made by mailvane from its stored settings.\n";
+
+/// What does not depend on settings. Lists are read when the scanner starts; a missing one is
+/// empty. No value of a user stands in the text but quoted.
+const char kScannerBase[] = R"(
+# Processes, and the doors between them.
+$daemon_user = $daemon_group = 'amavis';
+$MYHOME = $helpers_home = '/var/lib/amavis';
+$TEMPBASE = $ENV{TMPDIR} = "$MYHOME/tmp";
+$ENV{PATH} = $path = '/usr/sbin:/usr/bin:/sbin:/bin';
+$pid_file = '/run/mailvane/amavis/pid';
+$lock_file = '/run/mailvane/amavis/lock';
+$unix_socketname = '/run/mailvane/amavis/socket';
+$unix_socket_mode = 0600;
+$inet_socket_port = undef;
+$interface_policy{'SOCK'} = 'MILTER';
+$policy_bank{'MILTER'} = { protocol => 'AM.PDP', auth_required_release => 0 };
+$release_method = $forward_method = $notify_method =
+    'pipe:flags=q argv=/usr/sbin/sendmail -i -f ${sender} -- ${recipient}';
+$max_servers = 2;
+$enable_db = $enable_global_cache = $enable_zmq = $enable_dkim_verification = 0;
+
+# One line a message, for the mail log.
+$DO_SYSLOG = 0;
+$LOGFILE = '/var/log/mailvane/amavis.log';
+$log_level = 0;
+$log_recip_templ = undef;
+
+# What unpacks attachments. Limits keep a small archive from filling the disk.
+($file, $gzip, $bzip2, $pax, $cpio, $ar) = qw(file gzip bzip2 pax cpio ar);
+($cabextract, $unrar, $lzop, $rpm2cpio) = ('cabextract', 'unrar-free', 'lzop', 'rpm2cpio');
+($unarj, $zoo, $ripole) = (['arj', 'unarj'], 'zoo', 'ripole');
+($MAXLEVELS, $MAXFILES) = (14, 1500);
+$MIN_EXPANSION_QUOTA = 100*1024;
+@keep_decoded_original_maps = (new_RE(
+    qr'^MAIL-UNDECIPHERABLE$', qr'^(ASCII(?! cpio)|text|uuencoded|xxencoded|binhex)'i));
+
+# Nobody is told but the sender, in the session.
+$virus_admin = $spam_admin = $banned_admin = undef;
+$final_banned_destiny = D_REJECT;
+$final_bad_header_destiny = $final_unchecked_destiny = D_PASS;
+$banned_files_quarantine_method = $bad_header_quarantine_method = undef;
+$clean_quarantine_method = $unchecked_quarantine_method = undef;
+@bypass_header_checks_maps = (1);
+$QUARANTINEDIR = '/var/lib/mailvane/quarantine';
+
+# Scores: every mail of ours shows its own. Rules that ask the net are not used.
+$sa_tag_level_deflt = -999;
+$sa_dsn_cutoff_level = 0;
+$sa_local_tests_only = 1;
+$sa_mail_body_size_limit = 400*1024;
+$sa_userprefs_file = '/dev/null';
+
+# Mail of logins is not spam, but can hold a virus.
+@mynetworks = qw(127.0.0.0/8 [::1]);
+$policy_bank{'SMTP_AUTH'} = { originating => 1, bypass_spam_checks_maps => [1] };
+
+# A scanner that cannot ask the engine must not take mail for clean.
+@av_scanners = (['clamd', \&ask_daemon, ["CONTSCAN {}\n", '/run/mailvane/clamd/socket'],
+    qr/\bOK$/m, qr/\bFOUND$/m, qr/^.*?: (?!Infected Archive)(.*) FOUND$/m]);
+@av_scanners_backup = ();
+$virus_scanners_failure_is_fatal = 1;
+
+# Lists: one entry a line, with "!" in front of an exception.
+my $list = sub {
+    my @entries;
+    open(my $lines, '<', "$lists/$_[0]") or return;
+    while (defined(my $line = <$lines>)) {
+        $line =~ s/^\s+|\s+$//g;
+        push @entries, $line if length $line;
+    }
+    return @entries;
+};
+my $table = sub {
+    my ($file, $listed, $excepted) = @_;
+    return { map { my $not = s/^!//; lc($_) => $not ? $excepted : $listed } $list->($file) };
+};
+@whitelist_sender_maps = ($table->('white_senders', 1, 0));
+@blacklist_sender_maps = ($table->('black_senders', 1, 0));
+@score_sender_maps = ();
+unshift @bypass_spam_checks_maps, $table->('white_recipients', 1, 0)
+    unless $bypass_spam_checks_maps[0];
+$per_recip_whitelist_sender_lookup_tables = {};
+$per_recip_blacklist_sender_lookup_tables = $table->('black_recipients', { '.' => 1 }, {});
+@client_ipaddr_policy = (
+    [ $list->('white_clients') ] => 'WHITE', [ $list->('black_clients') ] => 'BLACK');
+$policy_bank{'WHITE'} = { bypass_spam_checks_maps => [1] };
+$policy_bank{'BLACK'} = { blacklist_sender_maps => [1] };
+my @banned = map { m{/} ? qr{^\Q$_\E$}i : qr{\.\Q$_\E$}i } $list->('banned_types');
+)";
+
+/// Attachments that can run: by name, by declared type and by what their bytes are, in archives
+/// too.
+const char kDangerousContent[] = R"(push @banned,
+    qr'\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$'i,
+    qr'\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$'i,
+    qr'^application/(x-msdownload|x-msdos-program|hta)$'i,
+    qr'^message/(partial|external-body)$'i,
+    qr'^\.(exe-ms)$';
+)";
+
+const char kScannerEnd[] = R"(@bypass_banned_checks_maps = (@banned ? 0 : 1);
+$banned_filename_re = new_RE(@banned);
+1;
+)";
+
+/// SpamAssassin's plugins: those that score by what the mail itself says.
+const char* const kPlugins[] = {
+    "AutoLearnThreshold", "Bayes",       "BodyEval",      "Check",     "DNSEval",  "FreeMail",
+    "HTMLEval",           "HeaderEval",  "HTTPSMismatch", "ImageInfo", "MIMEEval", "MIMEHeader",
+    "RelayEval",          "ReplaceTags", "URIDetail",     "URIEval",   "VBounce",  "WLBLEval",
+    "WelcomeListSubject"};
+
+std::string InForce(const std::string& relative)
+{
+    return GeneratedDirectory() + "/current/" + relative;
+}
+
+/// A text in Perl: in single quotes nothing but quote and backslash has a meaning.
+std::string PerlText(const std::string& text)
+{
+    std::string quoted = "'";
+    for (const char c : text) {
+        if (c == '\'' || c == '\\') quoted += '\\';
+        quoted += c;
+    }
+    return quoted + "'";
+}
+
+std::string Assign(const std::string& variable, const std::string& value)
+{
+    return variable + " = " + value + ";\n";
+}
+
+/// Switches of the scanner are lists whose first entry says whether a check is left out. A 1 that
+/// stands alone also keeps the scanner from loading what the check needs.
+std::string Check(const std::string& what, bool wanted)
+{
+    return Assign("@bypass_" + what + "_checks_maps", wanted ? "(0)" : "(1)");
+}
+
+/// What becomes of mail with a finding, and whether a copy is kept.
+std::string Action(const std::string& finding, const std::string& action, bool keepsCopy)
+{
+    const std::string destiny = action == "tag"      ? "D_PASS"
+                                : action == "reject" ? "D_REJECT"
+                                                     : "D_DISCARD";
+    return Assign("$final_" + finding + "_destiny", destiny) +
+           Assign("$" + finding + "_quarantine_method",
+                  keepsCopy ? "'local:" + finding + "-%m.gz'" : "undef");
+}
+
+/// Refused spam is kept too: where one recipient's list lets a message pass, the others' copies
+/// are taken out of it without anybody being told.
+std::string Actions(const StoredSettings& settings)
+{
+    const std::string& spam = settings.Text("spam_action");
+    const std::string& virus = settings.Text("virus_action");
+    return Action("spam", spam, spam == "quarantine" || spam == "reject") +
+           Action("virus", virus, virus == "quarantine");
+}
+
+std::string Scores(const StoredSettings& settings)
+{
+    const std::string& tag = settings.Text("spam_subject_tag");
+    return Assign("$sa_tag2_level_deflt", settings.Spelled("spam_tag_score")) +
+           Assign("$sa_kill_level_deflt", settings.Spelled("spam_reject_score")) +
+           Assign("$sa_spam_subject_tag", tag.empty() ? "undef" : PerlText(tag + " "));
+}
+
+/// Domains whose mail gets the scanner's headers.
+std::string LocalDomains(const StoredSettings& settings)
+{
+    std::string domains;
+    for (const std::string& domain : MailDomains(settings)) {
+        domains += (domains.empty() ? "" : ", ") + PerlText(domain);
+    }
+    return Assign("@local_domains_maps", "([" + domains + "])");
+}
+
+std::string SpamAssassinPlugins()
+{
+    std::string text = kHeader;
+    text += "enable_compat welcomelist_blocklist\n";
+    for (const char* plugin : kPlugins) {
+        text += std::string("loadplugin Mail::SpamAssassin::Plugin::") + plugin + "\n";
+    }
+    return text;
+}
+
+std::string SpamAssassinSettings(const StoredSettings& settings)
+{
+    const char* const learns = settings.Bool("spam_bayes") ? "1" : "0";
+    std::string text = kHeader;
+    text += std::string("use_bayes ") + learns + "\n";
+    text += std::string("bayes_auto_learn ") + learns + "\n";
+    text += "bayes_path /var/lib/amavis/.spamassassin/bayes\n";
+    text += "include " + InForce(kSpamRules) + "\n";
+    return text;
+}
+
+/// How much of a message is looked at, unpacked: what may be sent must not be too large to scan.
+int ScannedMegabytes(const StoredSettings& settings)
+{
+    return std::max(kUsualMegabytes, 2 * settings.Int("message_size_limit_mb"));
+}
+
+std::string EngineText(const StoredSettings& settings)
+{
+    const int largest = std::max(kUsualMegabytes, settings.Int("message_size_limit_mb"));
+    std::string text = kHeader;
+    text += "MaxScanSize " + std::to_string(ScannedMegabytes(settings)) + "M\n";
+    text += "MaxFileSize " + std::to_string(largest) + "M\n";
+    text += std::string("LocalSocket ") + kAntiVirusSocket + "\n";
+    text +=
+        "LocalSocketMode 660\n"
+        "FixStaleSocket yes\n"
+        "PidFile /run/mailvane/clamd/pid\n"
+        "DatabaseDirectory /var/lib/clamav\n"
+        "LogSyslog yes\n"
+        "LogFacility LOG_MAIL\n"
+        // Two sets of signatures at once would take twice the memory.
+        "ConcurrentDatabaseReload no\n"
+        "MaxThreads 4\n"
+        "ExitOnOOM yes\n";
+    return text;
+}
+
+std::string UpdaterText(const std::string& fragment)
+{
+    std::string text = kHeader;
+    text +=
+        "DatabaseDirectory /var/lib/clamav\n"
+        "DatabaseMirror database.clamav.net\n"
+        "MaxAttempts 2\n"
+        "ConnectTimeout 10\n"
+        "ReceiveTimeout 120\n"
+        "LogSyslog yes\n"
+        "LogFacility LOG_MAIL\n";
+    text += "NotifyClamd " + InForce("clamav/clamd.conf") + "\n";
+    return text + fragment;
+}
+
+}  // namespace
+
+bool ScannerRuns(const StoredSettings& settings)
+{
+    return settings.Bool("anti_virus_enable") || settings.Bool("spam_enable") ||
+           settings.Bool("enable_dangerous_content_scan");
+}
+
+bool AntiVirusRuns(const StoredSettings& settings)
+{
+    return settings.Bool("anti_virus_enable");
+}
+
+std::vector<ListFile> BannedTypeFiles()
+{
+    std::string text;
+    for (const std::string& type : AttachmentTypes()) text += type + "\n";
+    return {{kBannedTypes, text, false}};
+}
+
+std::string RenderScanner(const StoredSettings& settings)
+{
+    std::string text = kHeader;
+    text += "use strict;\nmy $lists = " + PerlText(InForce("amavis")) + ";\n";
+    text += Check("virus", settings.Bool("anti_virus_enable"));
+    text += Check("spam", settings.Bool("spam_enable"));
+    text += Assign("$myhostname", PerlText(settings.Text("smtp_hostname")));
+    text += Assign("$mydomain", PerlText(settings.MailDomain()));
+    text += Assign("$X_HEADER_LINE", PerlText("mail scanner at " + settings.Text("smtp_hostname")));
+    text += Assign("$sa_siteconfigpath", PerlText(InForce("amavis/spamassassin")));
+    text += Assign("$MAX_EXPANSION_QUOTA",
+                   std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
+    text += LocalDomains(settings) + Scores(settings) + Actions(settings);
+    text += kScannerBase;
+    if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
+    return text + kScannerEnd;
+}
+
+void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
+                     const RenderContext& context)
+{
+    next.Put(kScannerFile, RenderScanner(settings), 0644);
+    const auto putTypes = [&next] {
+        for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
+        return 0;
+    };
+    if (WithoutExceptions("attachment types", putTypes) < 0) next.Fail("make", kBannedTypes);
+    next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
+    next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
+    if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
+    next.Put("clamav/clamd.conf", EngineText(settings), 0644);
+    next.Put("clamav/freshclam.conf", UpdaterText(context.updaterFragment), 0644);
+}
+
+}  // namespace host

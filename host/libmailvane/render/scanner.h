@@ -1,0 +1,45 @@
+// The mail scanner (amavis with SpamAssassin inside, behind a milter) and the anti-virus engine it
+// asks (clamd): when they run, and the files they read.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/settings/stored_settings.h"
+
+namespace host {
+
+/// Where the scanner's daemons listen.
+constexpr char kScannerSocket[] = "/run/mailvane/amavis/socket";
+constexpr char kScannerMilter[] = "/run/mailvane/amavisd-milter/socket";
+constexpr char kAntiVirusSocket[] = "/run/mailvane/clamd/socket";
+
+/// The program that looks at mail; `showkeys` makes it check its file.
+constexpr char kScannerProgram[] = "/usr/sbin/amavisd";
+
+/// Paths in a generation: the scanner's own file, and what lists of the package fill.
+constexpr char kScannerFile[] = "amavis/amavisd.conf";
+constexpr char kSpamRules[] = "amavis/rules.cf";
+constexpr char kBannedTypes[] = "amavis/banned_types";
+
+/// Whether the scanner is to run: one of its three switches is on.
+bool ScannerRuns(const StoredSettings& settings);
+
+/// Whether the anti-virus engine is to run.
+bool AntiVirusRuns(const StoredSettings& settings);
+
+/// The refused attachment types, which the scanner finds in archives too.
+std::vector<ListFile> BannedTypeFiles();
+
+/// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
+/// that comes from users is quoted, or read from files of its own.
+std::string RenderScanner(const StoredSettings& settings);
+
+/// Puts the files of scanner and engine into the next generation, whether they run or not.
+void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
+                     const RenderContext& context);
+
+}  // namespace host

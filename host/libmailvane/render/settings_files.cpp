@@ -1,0 +1,61 @@
+// Puts the files that follow from the settings into the next generation.
+#include "host/libmailvane/render/settings_files.h"
+
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/dovecot.h"
+#include "host/libmailvane/render/postfix.h"
+
+#include "host/libmailvane/render/certificate.h"
+#include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/render/scanner.h"
+
+namespace host {
+
+namespace {
+
+/// Maps that other lists fill; empty until they do.
+const char* const kListMaps[] = {"aliases",
+                                 "login_aliases",
+                                 "sender_bcc",
+                                 "recipient_bcc",
+                                 "sender_access",
+                                 "recipient_access",
+                                 "client_access",
+                                 "client_addresses",
+                                 "discarded_recipients",
+                                 "recipient_transport",
+                                 "black_senders",
+                                 "black_recipients"};
+
+/// Files that other lists fill and that are read as they are.
+const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kBlackClientsFile,
+                                  kAttachmentChecksFile};
+
+}  // namespace
+
+void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
+{
+    const RenderContext context =
+        ReadRenderContext(ChooseCertificate(next, settings.Text("smtp_hostname")));
+    next.Put("mailvane.conf", settings.SettingsText(), 0600);
+    next.Put("domains", settings.DomainsText(), 0644);
+    next.Put("dnsbl", settings.BlocklistsText(), 0644);
+    next.Put("postfix/main.cf", RenderPostfixMain(settings, context), 0644);
+    next.Put("postfix/master.cf", RenderPostfixMaster(settings, context), 0644);
+    next.Put("postfix/maps/own_names", RenderOwnNames(settings), 0644);
+    next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
+    next.PutMap("roles", RenderRoles(context));
+    next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
+    next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
+    PutFilterFiles(next, settings, context);
+    PutScannerFiles(next, settings, context);
+    for (const char* map : kListMaps) {
+        if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
+    }
+    for (const char* file : kListFiles) {
+        if (!next.Has(file)) next.Put(file, "", 0644);
+    }
+}
+
+}  // namespace host

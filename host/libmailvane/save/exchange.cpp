@@ -1,0 +1,229 @@
+// What is stored beside the settings. An exchange lies in etc/exchange: `new` is what is to be put
+// in place, `old` gets what it replaces, `added` names what nothing was in the place of. Which of
+// them is where tells how far it is.
+#include "host/libmailvane/save/exchange.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/render/attachment_checks.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/render/personal_script.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/system/user_script.h"
+
+namespace fs = std::filesystem;
+
+namespace host {
+
+namespace {
+
+constexpr const char* kStoredData[] = {"alias.db", "mailvane.db", "attachment_types", "rules",
+                                       "dkim.key", "tls",         "personal",         "report.conf",
+                                       "htpasswd", "local.d",     "report.state"};
+const char kPersonal[] = "personal";
+const char kNameEnd[] = ".json";
+
+std::string InForce(const std::string& name)
+{
+    return PackagePath("etc/" + name);
+}
+
+std::string ExchangeFolder()
+{
+    return PackagePath("etc/exchange");
+}
+
+std::string OldOf(const std::string& name)
+{
+    return ExchangeFolder() + "/old/" + name;
+}
+
+std::string NewOf(const std::string& name)
+{
+    return ExchangeFolder() + "/new/" + name;
+}
+
+std::string AddedPath()
+{
+    return ExchangeFolder() + "/added";
+}
+
+/// Renames what is there; having nothing is fine. False, logged, on failure.
+bool MoveIfThere(const std::string& from, const std::string& to)
+{
+    if (!NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return true;
+
+    Log(LOG_ERR, "cannot move %s to %s: %s", from.c_str(), to.c_str(), ErrnoText());
+    return false;
+}
+
+bool SyncAll()
+{
+    return SyncFolderOf(InForce("x")) && SyncFolderOf(OldOf("x")) && SyncFolderOf(NewOf("x"));
+}
+
+std::set<std::string> AddedNames()
+{
+    std::string text;
+    if (!ReadFile(AddedPath(), text)) return {};
+
+    std::istringstream lines(text);
+    std::set<std::string> names;
+    for (std::string name; std::getline(lines, name);) names.insert(name);
+    return names;
+}
+
+/// Makes the folder of an exchange; from the last rename on it is under way.
+bool PrepareExchange(const std::string& staged)
+{
+    DropExchange();
+    std::string added;
+    for (const char* name : kStoredData) {
+        if (!NameExists(InForce(name))) added.append(name).append("\n");
+    }
+    const std::string folder = ExchangeFolder();
+    if (MakeDirectories(folder + "/old", 0700) && ReplaceFile(AddedPath(), added, 0600) &&
+        std::rename(staged.c_str(), (folder + "/new").c_str()) == 0 && SyncAll()) {
+        return true;
+    }
+    Log(LOG_ERR, "cannot prepare the exchange of %s: %s", staged.c_str(), ErrnoText());
+    return false;
+}
+
+bool TakeBack(const std::string& name, bool wasAdded)
+{
+    // Where `new` still has it, it was not put in place.
+    const bool replaced = NameExists(OldOf(name));
+    if (!replaced && (!wasAdded || NameExists(NewOf(name)))) return true;
+
+    return MoveIfThere(InForce(name), NewOf(name)) && MoveIfThere(OldOf(name), InForce(name));
+}
+
+/// Names of the users whose personal settings lie in a folder.
+void AddUsers(const std::string& folder, std::set<std::string>& users)
+{
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        const fs::path name = entry.path().filename();
+        if (name.extension() == kNameEnd) users.insert(name.stem().string());
+    }
+}
+
+/// A user's stored text in a folder; empty when there is none.
+std::string StoredText(const std::string& folder, const std::string& user)
+{
+    std::string text;
+    if (!ReadFile(folder + "/" + user + kNameEnd, text)) text.clear();
+    return text;
+}
+
+/// Puts the script of a user in force that the stored settings ask for. One who is no user of this
+/// machine has none.
+bool FollowPersonalSettings(const std::string& user)
+{
+    MailAccount account;
+    const std::string problem = FindMailAccount(user, account);
+    if (!problem.empty()) {
+        Log(LOG_WARNING, "personal settings of %.64s: %s", user.c_str(), problem.c_str());
+        return problem != "accounts_unavailable";
+    }
+    const auto settings = ReadPersonalSettings(account);
+    return settings && PutUserScript(account, RenderPersonalScript(*settings));
+}
+
+bool FollowAllPersonalSettings()
+{
+    // Before and after it was taken back, an exchange has the other settings in one of the two.
+    const std::string folders[] = {InForce(kPersonal), OldOf(kPersonal), NewOf(kPersonal)};
+    std::set<std::string> users;
+    for (const std::string& folder : folders) AddUsers(folder, users);
+    return std::all_of(users.begin(), users.end(), [&folders](const std::string& user) {
+        const std::string& other = NameExists(folders[1]) ? folders[1] : folders[2];
+        return StoredText(folders[0], user) == StoredText(other, user) ||
+               FollowPersonalSettings(user);
+    });
+}
+
+}  // namespace
+
+bool IsStoredData(const std::string& name)
+{
+    return std::find(std::begin(kStoredData), std::end(kStoredData), name) != std::end(kStoredData);
+}
+
+bool BeginExchange(const std::string& staged, bool whole)
+{
+    if (!PrepareExchange(staged)) return false;
+
+    for (const char* name : kStoredData) {
+        if (!whole && !NameExists(NewOf(name))) continue;
+        if (!MoveIfThere(InForce(name), OldOf(name))) return false;
+        if (!MoveIfThere(NewOf(name), InForce(name))) return false;
+    }
+    return SyncAll();
+}
+
+bool ExchangeIsUnderWay()
+{
+    return NameExists(ExchangeFolder() + "/new");
+}
+
+bool TakeExchangeBack()
+{
+    if (!ExchangeIsUnderWay()) return true;
+
+    const std::set<std::string> added = AddedNames();
+    for (const char* name : kStoredData) {
+        if (!TakeBack(name, added.count(name) != 0)) return false;
+    }
+    return SyncAll();
+}
+
+void KeepExchange()
+{
+    if (!ExchangeIsUnderWay()) return;
+
+    // From the first rename on nothing is under way any more.
+    const std::string kept = ExchangeFolder() + ".kept";
+    std::error_code error;
+    fs::remove_all(kept, error);
+    if (!MoveIfThere(ExchangeFolder(), kept) || !SyncFolderOf(kept)) return;
+
+    fs::remove_all(InForce("replaced"), error);
+    (void)MoveIfThere(kept + "/old", InForce("replaced"));
+    fs::remove_all(kept, error);
+}
+
+void DropExchange()
+{
+    std::error_code error;
+    fs::remove_all(ExchangeFolder(), error);
+}
+
+int FollowStoredData(const std::string& /*unused*/)
+{
+    const auto settings = StoredSettings::Read();
+    if (!settings || HealAccounts(settings->Account()) < 0) return -1;
+
+    std::vector<ListFileMaker> lists = AccountLists();
+    lists.emplace_back(AttachmentFiles);
+    lists.emplace_back(BannedTypeFiles);
+    if (RebuildLists(lists) < 0) return -1;
+
+    return !ExchangeIsUnderWay() || FollowAllPersonalSettings() ? 0 : -1;
+}
+
+}  // namespace host

@@ -1,0 +1,39 @@
+// The plan of a save: the steps that a page asks for, and those that it leaves out although its
+// change reaches a daemon.
+#pragma once
+
+#include <list>
+
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "platform/mailvane/callback.h"
+
+namespace host {
+
+/// Daemons that a change reaches, whether or not a step is theirs.
+struct Reached {
+    bool mailServer = false;
+    bool mailboxServer = false;
+    bool dkimFilter = false;
+    bool dmarcFilter = false;
+    bool scanner = false;
+    bool scannerEnds = false;
+    bool antiVirus = false;
+    bool firewall = false;
+};
+
+/// The two servers, whatever has changed.
+Reached BothServers();
+
+/// What a change from the stored settings and files to these reaches.
+Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted);
+
+/// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
+/// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
+/// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
+std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached);
+
+/// Whether a plan reloads the firewall.
+bool HasFirewallStep(const std::list<Callback>& steps);
+
+}  // namespace host

@@ -1,0 +1,23 @@
+// Putting what lists fill in force, as a generation of its own.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "host/libmailvane/generation/list_file.h"
+
+namespace host {
+
+/// Makes the files of one list, as they are to be in the next generation. Throws when the list
+/// cannot be read.
+using ListFileMaker = std::function<std::vector<ListFile>()>;
+
+/// Makes the files of one or more lists and puts them in force together; Postfix takes them at
+/// once, or with the save that is under way. 0; negative on failure, what was in force then still
+/// is.
+int RebuildLists(const std::vector<ListFileMaker>& makers);
+
+/// All lists whose entries belong to one account combination.
+std::vector<ListFileMaker> AccountLists();
+
+}  // namespace host

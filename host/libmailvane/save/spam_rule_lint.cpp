@@ -1,0 +1,83 @@
+// The spam filter's own check of its rules.
+#include "host/libmailvane/save/spam_rule_lint.h"
+
+#include <pwd.h>
+#include <stdlib.h>  // mkdtemp
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/system/user_command.h"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+
+const char kUser[] = "amavis";
+const char kPlugins[] = "mailvane.pre";
+constexpr std::chrono::seconds kLimit{60};
+
+/// A directory that is gone at the end of the scope.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory()
+    {
+        std::string name = "/tmp/mailvane-lint.XXXXXX";
+        if (mkdtemp(name.data()) != nullptr) path_ = name;
+    }
+    ~TemporaryDirectory()
+    {
+        std::error_code error;
+        if (!path_.empty()) fs::remove_all(path_, error);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+/// Gives the directory what the filter reads: the plugins in force and the rules. Last it becomes
+/// the home of the filter's user.
+bool Furnish(const std::string& directory, const std::string& rules)
+{
+    const struct passwd* user = getpwnam(kUser);
+    std::string plugins;
+    const std::string inForce =
+        GeneratedDirectory() + "/current/amavis/spamassassin/" + std::string(kPlugins);
+    return user != nullptr && !directory.empty() && ReadFile(inForce, plugins) &&
+           ReplaceFile(directory + "/" + kPlugins, plugins, 0644) &&
+           ReplaceFile(directory + "/rules.cf", rules, 0644) &&
+           chown(directory.c_str(), user->pw_uid, user->pw_gid) == 0;
+}
+
+}  // namespace
+
+bool SpamFilterTakes(const std::string& rules)
+{
+    const TemporaryDirectory home;
+    if (!Furnish(home.path(), rules)) {
+        Log(LOG_ERR, "the spam filter cannot be asked about its rules: %s", ErrnoText());
+        return false;
+    }
+    ProgramOptions options;
+    options.limit = kLimit;
+    options.capture = true;
+    const ProgramResult result = RunProgram(
+        AsUser(kUser, {"/usr/bin/env", "HOME=" + home.path(), "/usr/bin/spamassassin", "--lint",
+                       "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
+        options);
+    if (result.Succeeded()) return true;
+
+    Log(LOG_ERR, "refused by the spam filter: %.2000s", result.errors.c_str());
+    return false;
+}
+
+}  // namespace host

@@ -1,0 +1,271 @@
+// Saving settings as one transaction.
+#include "host/libmailvane/save/transaction.h"
+
+#include <algorithm>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/save/exchange.h"
+#include "host/libmailvane/generation/pending_save.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/dovecot.h"
+#include "host/libmailvane/render/settings_files.h"
+#include "host/libmailvane/save/plan.h"
+#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/save/validate.h"
+#include "platform/firewall/firewall.h"
+
+namespace host {
+
+namespace {
+
+bool IsServiceStep(const Callback& step)
+{
+    return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
+}
+
+int RunStep(const Callback& step)
+{
+    const int result = step.func(step.arg);
+    Log(result < 0 ? LOG_ERR : LOG_INFO, "step %s %s: %s", step.name.c_str(), step.arg.c_str(),
+        result < 0 ? "failed" : "done");
+    return result;
+}
+
+/// Runs steps in order up to the first that fails; `begun` gets those that were begun.
+int RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
+{
+    for (const Callback& step : steps) {
+        begun.push_back(step);
+        if (RunStep(step) < 0) return -1;
+    }
+    return 0;
+}
+
+/// Puts the generation before the save in force again, with the stored data that belongs to it, and
+/// brings the services that the save had touched back to it. What fails here is only logged.
+void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
+{
+    Log(LOG_ERR, "the save is taken back");
+    const std::string abandoned = CurrentGeneration();
+    // Where this fails, the mark stays for the next writer.
+    if (!PutInForce(save.before) || !TakeExchangeBack()) return;
+
+    if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
+    // Even a daemon that no step had reached may have read the files meanwhile.
+    for (const Callback& step : WholePlan(begun, BothServers())) {
+        if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
+    }
+    if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
+    DropExchange();
+    (void)ClearPendingSave();
+    RemoveGeneration(abandoned);
+}
+
+/// Steps, and what follows when they are all done.
+int Apply(const PendingSave& save, const StoredSettings& wanted, const std::list<Callback>& plan)
+{
+    std::list<Callback> begun;
+    if (RunSteps(plan, begun) < 0) {
+        TakeBack(save, begun);
+        return -1;
+    }
+
+    (void)ForgetParkedAlwaysBcc(wanted.Account());
+    KeepExchange();
+    (void)ClearPendingSave();
+    PruneGenerations(save.before);
+    return 0;
+}
+
+/// The links by which the stored settings are found under their plain names.
+bool LinkStoredFiles()
+{
+    for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
+        const std::string path = PackagePath(std::string("etc/") + name);
+        if (!ReplaceByLink(path, std::string("generated/current/") + name)) {
+            Log(LOG_ERR, "cannot link %s: %s", path.c_str(), ErrnoText());
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The first generation's files are read through the link, which must therefore be there before
+/// anything can be judged.
+int PutFirstInForce(NextGeneration& next, const StoredSettings& settings)
+{
+    return next.Commit() && LinkStoredFiles() && JudgeGeneration(next, settings) ? 0 : -1;
+}
+
+/// Whether the accounts that a killed save was to serve are others than before it.
+bool AccountChangedSince(const std::string& before)
+{
+    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
+    const auto now = StoredSettings::Read();
+    if (!old || !now) return true;
+
+    return !(AccountCombination{old->Get("account_type").value_or("local"),
+                                old->Get("acc_domain_name").value_or("")} == now->Account());
+}
+
+/// Services that the mail server calls, and the switches they run for.
+const struct {
+    const char* setting;
+    const char* script;
+} kCalledServices[] = {
+    {"enable_dkim", "opendkim.sh"},        {"enable_dmarc", "opendkim.sh"},
+    {"enable_dmarc", "opendmarc.sh"},      {"reject_sasl_sender_rate_exceed", "memcached.sh"},
+    {"anti_virus_enable", "antivirus.sh"}, {"anti_virus_enable", "mailscanner.sh"},
+    {"spam_enable", "mailscanner.sh"},     {"enable_dangerous_content_scan", "mailscanner.sh"}};
+
+/// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
+int RestartCalledServices(const std::string& before, const StoredSettings& settings)
+{
+    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
+    for (const auto& [setting, script] : kCalledServices) {
+        const bool ran = !old || old->Get(setting) == "yes";
+        if ((ran || settings.Bool(setting)) && RunControlScript(script, "restart") < 0) return -1;
+    }
+    return 0;
+}
+
+/// Brings account data, maps and services in line with the generation in force. A service that does
+/// not come up is only logged: the save that is to mend it must not be refused for it.
+int BringInLine(const PendingSave& save, const StoredSettings& settings)
+{
+    if (HealAccounts(settings.Account()) < 0) return -1;
+    if (ExchangeIsUnderWay() && FollowStoredData("restart") < 0) return -1;
+    if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
+
+    if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
+    for (const Callback& step : WholePlan({}, BothServers())) (void)RunStep(step);
+    return 0;
+}
+
+/// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
+/// steps may have begun.
+int FinishSave(const PendingSave& save)
+{
+    Log(LOG_NOTICE, "finishing a save that was interrupted");
+    const auto settings = StoredSettings::Read();
+    if (!settings) return -1;
+
+    const bool undone = CurrentGeneration() == save.before;
+    if (undone) {
+        if (!TakeExchangeBack()) return -1;
+        RemoveGenerationsAfter(save.before);
+    } else if (ForgetParkedAlwaysBcc(settings->Account()) < 0) {
+        return -1;
+    }
+    if (BringInLine(save, *settings) < 0) return -1;
+
+    if (undone) {
+        DropExchange();
+    } else {
+        KeepExchange();
+    }
+    return 0;
+}
+
+int RenderFromStored()
+{
+    const bool hasSettings = NameExists(PackagePath("etc/mailvane.conf"));
+    const auto settings = hasSettings ? StoredSettings::Read() : StoredSettings();
+    if (!settings) return -1;
+
+    NextGeneration next;
+    PutSettingsFiles(next, *settings);
+    if (!next.Complete()) return -1;
+
+    const std::string before = CurrentGeneration();
+    if (before.empty()) return PutFirstInForce(next, *settings);
+    if (next.Changed("") && (!JudgeGeneration(next, *settings) || !next.Commit())) return -1;
+
+    PruneGenerations(before);
+    return LinkStoredFiles() ? 0 : -1;
+}
+
+/// Whether the files in force are those of a kernel that differs in IPv6.
+bool KernelHasChanged()
+{
+    std::string text;
+    const std::string file = GenerationDirectory(CurrentGeneration()) + "/dovecot/dovecot.conf";
+    return ReadFile(file, text) && ListensOnIpv6(text) != KernelHasIpv6();
+}
+
+}  // namespace
+
+WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
+
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<ListFile>& files)
+{
+    NextGeneration next;
+    for (const ListFile& file : files) next.Put(file.name, file.text, 0644);
+    PutSettingsFiles(next, wanted);
+    if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
+
+    const Reached reached = ReachedBy(next, wanted);
+    const PendingSave save{CurrentGeneration()};
+    if (!MarkPendingSave(save)) return -1;
+    // A save that changes nothing makes no generation, but its steps run.
+    if (next.Changed("") && !next.Commit()) {
+        (void)ClearPendingSave();
+        return -1;
+    }
+
+    return Apply(save, wanted, WholePlan(steps, reached));
+}
+
+int FinishInterruptedSave()
+{
+    // Inside a save the mark is this process's own, or its parent's.
+    static bool finished = false;
+    if (finished || !LockIsHeld() || LockIsInherited()) return 0;
+
+    finished = true;
+    const auto save = ReadPendingSave();
+    if (!save) return 0;
+
+    if (FinishSave(*save) < 0) return -1;
+
+    (void)ClearPendingSave();
+    PruneGenerations(save->before);
+    return 0;
+}
+
+int RenderAll()
+{
+    const WriteScope scope;
+    if (!scope.ok() || RenderFromStored() < 0) return -1;
+
+    // A request that runs this tool may be in the middle of a switch of the account source.
+    const auto stored = StoredSettings::Read();
+    return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
+}
+
+int ApplyStored()
+{
+    const WriteScope scope;
+    const auto stored = StoredSettings::Read();
+    return scope.ok() && stored ? SaveTransaction(*stored, {}) : -1;
+}
+
+int RecoverAll()
+{
+    const WriteScope scope;
+    if (!scope.ok()) return -1;
+    if (!KernelHasChanged()) return 0;
+
+    Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");
+    return RenderFromStored();
+}
+
+}  // namespace host

@@ -1,0 +1,54 @@
+// Saving settings as one transaction: all of it is in force afterwards, or nothing has changed.
+#pragma once
+
+#include <list>
+#include <vector>
+
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "platform/mailvane/callback.h"
+
+namespace host {
+
+/// What every operation that changes stored state stands in.
+/// Holds the request lock and has an interrupted save finished first.
+class WriteScope {
+public:
+    WriteScope();
+
+    /// False when the lock was not had in time or the interrupted save could not be finished;
+    /// nothing may be written then.
+    bool ok() const { return ok_; }
+
+private:
+    ScopedLock lock_;
+    bool ok_;
+};
+
+/// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
+/// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)
+/// or a step failed (the previous generation is in force again). `files` replace those of the same
+/// path in the generation.
+int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<ListFile>& files = {});
+
+/// Finishes or undoes the save that a killed process left behind, when this process holds the
+/// request lock; does nothing otherwise. Negative when the services cannot be brought in line.
+int FinishInterruptedSave();
+
+/// Renders all daemon files from the stored settings and stores, making the first generation where
+/// there is none (from etc/mailvane.conf if it exists, else from the defaults), and the account
+/// databases. Restarts no service. 0, negative on failure.
+int RenderAll();
+
+/// Renders all daemon files from the stored settings as a save that changes no setting: judged, in
+/// force afterwards, or taken back. 0, negative on failure.
+int ApplyStored();
+
+/// What a machine does before its mail services start: finishes an interrupted save, and renders
+/// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
+/// not start. 0, negative on failure.
+int RecoverAll();
+
+}  // namespace host

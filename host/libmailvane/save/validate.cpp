@@ -1,0 +1,228 @@
+// Judging a generation before it is put in force: Postfix's own check passes a missing map, a
+// service that stands twice and a port out of range, so more is asked than that.
+#include "host/libmailvane/save/validate.h"
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/system/listening_ports.h"
+#include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/system/user_command.h"
+
+namespace host {
+
+namespace {
+
+const char kPostconf[] = "/usr/sbin/postconf";
+const char kPostfix[] = "/usr/sbin/postfix";
+const char kPostmap[] = "/usr/sbin/postmap";
+const char kDoveconf[] = "/usr/bin/doveconf";
+const char kOpenDkim[] = "/usr/sbin/opendkim";
+const char kOpenDmarc[] = "/usr/sbin/opendmarc";
+
+/// Map types whose tables are files; others are answered by daemons or need no table.
+const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
+                                  "regexp", "pcre",  "cidr", "sqlite", "ldap"};
+
+bool PortsAreFree(const StoredSettings& wanted)
+{
+    std::set<int> ports;
+    for (const int port : EnabledPorts(wanted)) {
+        if (ports.insert(port).second) continue;
+
+        Log(LOG_ERR, "refused: port %d is given to two services", port);
+        return false;
+    }
+
+    const std::set<int> taken = PortsHeldByOthers(ports);
+    if (!taken.empty()) Log(LOG_ERR, "refused: port %d is in use", *taken.begin());
+    return taken.empty();
+}
+
+/// Whether no service stands twice in master.cf, where the administrator's own are added to ours.
+bool ServicesStandOnce(const NextGeneration& next)
+{
+    std::string text;
+    if (!ReadFile(next.directory() + "/postfix/master.cf", text)) return false;
+
+    std::istringstream lines(text);
+    std::set<std::pair<std::string, std::string>> services;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        std::string type;
+        const bool isEntry = !line.empty() && line.front() != ' ' && line.front() != '#';
+        if (!isEntry || !(words >> name >> type)) continue;
+        if (services.emplace(name, type).second) continue;
+
+        Log(LOG_ERR, "refused: the service %s/%s stands twice", name.c_str(), type.c_str());
+        return false;
+    }
+    return true;
+}
+
+/// What a check of a daemon's files must not do: end with a failure, or complain.
+bool Passed(const ProgramResult& result, const char* check)
+{
+    if (result.Succeeded() && result.errors.empty()) return true;
+
+    Log(LOG_ERR, "refused by %s: %s", check, result.errors.c_str());
+    return false;
+}
+
+/// The tables that a dump of Postfix parameters names, as `type:path`.
+std::set<std::string> TablesIn(const std::string& parameters)
+{
+    std::set<std::string> tables;
+    for (const char* type : kFileTypes) {
+        std::string start = type;
+        start += ":/";
+        for (auto at = parameters.find(start); at != std::string::npos;
+             at = parameters.find(start, at + 1)) {
+            const bool isWord =
+                at == 0 || std::isalnum(static_cast<unsigned char>(parameters[at - 1])) == 0;
+            const auto end = parameters.find_first_of(" ,;\n\t}{", at);
+            if (isWord) tables.insert(parameters.substr(at, end - at));
+        }
+    }
+    return tables;
+}
+
+bool TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
+{
+    std::vector<std::vector<std::string>> queries;
+    queries.reserve(tables.size());
+    for (const std::string& table : tables) {
+        queries.push_back({kPostmap, "-c", configuration, "-q", "probe", table});
+    }
+    ProgramOptions options;
+    options.capture = true;
+    const std::vector<ProgramResult> results = RunPrograms(queries, options);
+    auto table = tables.begin();
+    for (const ProgramResult& result : results) {
+        // Status 1 with nothing to say: the table has no such entry.
+        if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
+            Log(LOG_ERR, "refused: the table %s cannot be queried", table->c_str());
+            return false;
+        }
+        ++table;
+    }
+    return true;
+}
+
+/// The parameters of both Postfix files, expanded.
+std::vector<ProgramResult> DumpParameters(const std::string& configuration)
+{
+    ProgramOptions options;
+    options.capture = true;
+    return RunPrograms({{kPostconf, "-c", configuration, "-x", "-n"},
+                        {kPostconf, "-c", configuration, "-x", "-P"}},
+                       options);
+}
+
+bool ParametersAndTablesAreGood(const std::string& configuration)
+{
+    const std::vector<ProgramResult> dumps = DumpParameters(configuration);
+    std::string parameters;
+    for (const ProgramResult& dump : dumps) {
+        if (!Passed(dump, "postconf")) return false;
+        parameters += dump.output;
+    }
+    return TablesAnswer(configuration, TablesIn(parameters));
+}
+
+bool OwnChecksPass(const NextGeneration& next)
+{
+    // Dovecot's files include the administrator's own, which may have changed at any time.
+    std::vector<std::vector<std::string>> checks{
+        {kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
+    if (next.Changed("postfix/")) {
+        checks.push_back({kPostfix, "-c", next.directory() + "/postfix", "check"});
+    }
+    ProgramOptions options;
+    options.capture = true;
+    const std::vector<ProgramResult> results = RunPrograms(checks, options);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (results[i].Succeeded()) continue;
+
+        Log(LOG_ERR, "refused by %s: %s", checks[i].front().c_str(), results[i].errors.c_str());
+        return false;
+    }
+    return true;
+}
+
+/// A filter's configuration as it would be were the generation in force.
+std::string AsInForce(const NextGeneration& next, const std::string& relative)
+{
+    const std::string link = GeneratedDirectory() + "/current/";
+    const std::string directory = next.directory() + "/";
+    std::string text;
+    if (!ReadFile(directory + relative, text)) return "";
+
+    for (auto at = text.find(link); at != std::string::npos; at = text.find(link, at + 1)) {
+        text.replace(at, link.size(), directory);
+    }
+    return text;
+}
+
+/// Has a filter check a configuration that it reads from its standard input.
+bool FilterAccepts(const NextGeneration& next, const char* program, const char* option,
+                   const std::string& relative)
+{
+    ProgramOptions options;
+    options.capture = true;
+    options.input = AsInForce(next, relative);
+    return Passed(RunProgram({program, "-n", option, "/dev/stdin"}, options), program);
+}
+
+bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
+{
+    // The mail server's file changes when a filter is switched on.
+    const bool mailServer = next.Changed("postfix/main.cf");
+    const bool dkim = DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dmarc = DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+    return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
+           (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
+}
+
+/// The scanner's file is a program: it is run under the scanner's user.
+bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
+{
+    // The mail server's file changes when the scanner is switched on.
+    if (!ScannerRuns(wanted) || !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
+        return true;
+    }
+
+    ProgramOptions options;
+    options.capture = true;
+    const ProgramResult check = RunProgram(
+        AsUser("amavis",
+               {kScannerProgram, "-c", next.directory() + "/" + kScannerFile, "showkeys"}),
+        options);
+    if (!check.Succeeded())
+        Log(LOG_ERR, "refused by %s: %s", kScannerProgram, check.errors.c_str());
+    return check.Succeeded();
+}
+
+}  // namespace
+
+bool MapsAnswer(const NextGeneration& next)
+{
+    return ParametersAndTablesAreGood(next.directory() + "/postfix");
+}
+
+bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
+{
+    return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
+           OwnChecksPass(next) && FiltersAccept(next, wanted) && ScannerAccepts(next, wanted);
+}
+
+}  // namespace host

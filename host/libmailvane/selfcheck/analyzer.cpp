@@ -1,0 +1,129 @@
+// The self-check of the mail server: the table of its checks, and their results for the page.
+#include "platform/mailvane/analyzer.h"
+
+#include <iterator>
+
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/render/scanner.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::chrono::seconds kQuick{2};
+constexpr std::chrono::seconds kUsual{5};
+
+constexpr char kScannerSwitches[] = "anti_virus_enable spam_enable enable_dangerous_content_scan";
+
+// To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
+// in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
+constexpr Check kChecks[] = {
+    {"postfix", nullptr, CheckProcess,
+     "/var/spool/postfix/pid/master.pid /usr/lib/postfix/sbin/master", kQuick,
+     "the SMTP server runs"},
+    {"dovecot", nullptr, CheckProcess, "/run/dovecot/master.pid /usr/sbin/dovecot", kQuick,
+     "the IMAP and POP3 server, which checks logins too, runs"},
+    {"opendkim", "enable_dkim enable_dmarc", CheckMilter, "/run/mailvane/opendkim/socket", kUsual,
+     "the DKIM filter answers"},
+    {"opendmarc", "enable_dmarc", CheckMilter, "/run/mailvane/opendmarc/socket", kUsual,
+     "the DMARC checker answers"},
+    {"memcached", "reject_sasl_sender_rate_exceed", CheckCounters, "/run/mailvane/memcached/socket",
+     kUsual, "the store of the senders' counters answers"},
+    {"mailscanner", kScannerSwitches, CheckScanner, kScannerSocket, kUsual,
+     "the mail scanner is ready for mail"},
+    {"mailscanner_milter", kScannerSwitches, CheckMilter, kScannerMilter, kUsual,
+     "so is the milter that hands it over"},
+    {"antivirus", "anti_virus_enable", CheckAntiVirus, kAntiVirusSocket, kUsual,
+     "the anti-virus engine answers"},
+    {"virus_signatures", "anti_virus_enable", CheckSignatures, "/var/lib/clamav", kQuick,
+     "the engine's signatures are new"},
+    {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
+    {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
+     "submission with TLS greets on its port"},
+    {"smtp_tls_port", "smtp_tls_enabled", CheckGreeting, "smtp_tls_port", kUsual,
+     "submission with STARTTLS greets on its port"},
+    {"imap_port", "imap_enabled", CheckGreeting, "imap_port", kUsual, "IMAP greets on its port"},
+    {"imaps_port", "imaps_enabled", CheckTlsGreeting, "imaps_port", kLongestCheck,
+     "IMAP with TLS greets on its port"},
+    {"pop3_port", "pop3_enabled", CheckGreeting, "pop3_port", kUsual, "POP3 greets on its port"},
+    {"pop3s_port", "pop3s_enabled", CheckTlsGreeting, "pop3s_port", kLongestCheck,
+     "POP3 with TLS greets on its port"},
+    {"open_relay", nullptr, CheckOpenRelay, nullptr, kUsual, "strangers cannot send to strangers"},
+    {"packet_filter", nullptr, CheckPacketFilter, nullptr, kLongestCheck,
+     "no packet filter of others drops what it does not know"},
+    {"mail_queue", nullptr, CheckQueue, nullptr, kLongestCheck,
+     "few messages wait for another try, and not for long"},
+    {"directory_accounts", "account_type", CheckDirectoryAccounts, nullptr, kUsual,
+     "the accounts of the directory can be listed"},
+    {"certificate_age", nullptr, CheckCertificateAge, nullptr, kLongestCheck,
+     "the certificate is valid for two more weeks"},
+    {"certificate_key", nullptr, CheckCertificateKey, nullptr, kLongestCheck,
+     "certificate and key belong together"},
+    {"certificate_served", nullptr, CheckServedCertificate, nullptr, kLongestCheck,
+     "SMTP shows the certificate that is configured"},
+    {"config_postfix", nullptr, CheckPostfixFiles, nullptr, kLongestCheck,
+     "the SMTP server finds no fault in its files"},
+    {"config_dovecot", nullptr, CheckDovecotFiles, nullptr, kLongestCheck,
+     "the IMAP and POP3 server finds no fault in its file"},
+    {"config_opendkim", "enable_dkim enable_dmarc", CheckDkimFiles, nullptr, kLongestCheck,
+     "the DKIM filter finds no fault in its files"},
+    {"config_opendmarc", "enable_dmarc", CheckDmarcFiles, nullptr, kLongestCheck,
+     "the DMARC checker finds no fault in its file"},
+    {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
+     "the mail scanner finds no fault in its file"},
+    {"disk_queue", nullptr, CheckDisk, "/var/spool/postfix", kQuick,
+     "the mail queue has space left"},
+    {"disk_mail", nullptr, CheckDisk, "/home", kQuick, "the mailboxes have space left"},
+    {"disk_logs", nullptr, CheckDisk, "/var/log/mailvane", kQuick, "the logs have space left"},
+    {"disk_quarantine", kScannerSwitches, CheckDisk, "/var/lib/mailvane/quarantine", kQuick,
+     "the scanner's quarantine has space left"},
+    {"disk_settings", nullptr, CheckDisk, "/var/packages/Mailvane/etc", kQuick,
+     "settings and lists have space left"},
+    {"dns_address", nullptr, CheckHostAddress, nullptr, kUsual, "the host name has an address"},
+    {"dns_reverse", nullptr, CheckHostReverse, nullptr, kUsual,
+     "that address has the host name as its name"},
+    {"dns_mx", nullptr, CheckMx, nullptr, kUsual, "the MX of each mail domain is this host"},
+    {"dns_spf", nullptr, CheckSpf, nullptr, kUsual, "each mail domain has one SPF record"},
+    {"dns_dmarc", nullptr, CheckDmarc, nullptr, kUsual, "each mail domain has a DMARC record"},
+    {"dns_dkim", "enable_dkim", CheckDkim, nullptr, kUsual,
+     "each mail domain shows the key that mail is signed with"},
+    {"dns_blocklists", "spam_dnsbl_enable", CheckOwnListing, nullptr, kUsual,
+     "no blocklist in use lists this host"},
+};
+
+}  // namespace
+
+std::vector<Check> AllChecks()
+{
+    return {std::begin(kChecks), std::end(kChecks)};
+}
+
+}  // namespace host
+
+Analyzer::Analyzer() = default;
+
+Analyzer::~Analyzer() {}
+
+int Analyzer::Analyze(std::list<Result>& results)
+{
+    const auto settings = host::StoredSettings::Read();
+    if (!settings) return -1;
+
+    // What is switched off as a whole is not looked at.
+    const std::vector<host::Check> checks = host::AllChecks();
+    const std::vector<host::Finding> findings =
+        settings->Bool("smtp_enabled")
+            ? host::RunChecks(checks, *settings)
+            : std::vector<host::Finding>(checks.size(), {host::CheckWord::kOff, ""});
+    for (std::size_t i = 0; i < checks.size(); ++i) {
+        const host::Finding& finding = findings[i];
+        const char* const word = host::Spelling(finding.word);
+        if (finding.word > host::CheckWord::kOk) {
+            host::Log(LOG_WARNING, "self-check: %s is %s: %s", checks[i].key, word,
+                      finding.detail.c_str());
+        }
+        results.push_back({word, checks[i].key});
+    }
+    return 0;
+}

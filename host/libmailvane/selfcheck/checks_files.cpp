@@ -1,0 +1,132 @@
+// Checks of the self-check on files: certificate and key, disk space, configurations.
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "host/libhaldcore/log.h"
+#include "host/libmailvane/selfcheck/checks.h"
+
+namespace host {
+
+namespace {
+
+const char kPostfix[] = "/usr/sbin/postfix";
+const char kDoveconf[] = "/usr/bin/doveconf";
+const char kOpendkim[] = "/usr/sbin/opendkim";
+const char kOpendmarc[] = "/usr/sbin/opendmarc";
+const char kDkimFile[] = "/var/packages/Mailvane/etc/generated/current/opendkim/opendkim.conf";
+const char kDmarcFile[] = "/var/packages/Mailvane/etc/generated/current/opendmarc/opendmarc.conf";
+const char kDovecotFile[] = "/var/packages/Mailvane/etc/generated/current/dovecot/dovecot.conf";
+
+const char kTwoWeeks[] = "1209600";  // seconds
+constexpr int kLittle = 10;          // per cent
+constexpr int kTooLittle = 3;
+
+std::string FirstLine(const std::string& text)
+{
+    return text.substr(0, text.find('\n'));
+}
+
+/// A file that Postfix is configured to use.
+std::string ConfiguredFile(const char* parameter)
+{
+    const auto result =
+        RunProgram({kPostconf, "-c", kPostfixFiles, "-h", parameter}, CheckOptions());
+    return FirstLine(result.output);
+}
+
+/// How much of `total` is left, in per cent; 100 where nothing is counted.
+int PerCent(std::uint64_t left, std::uint64_t total)
+{
+    return total == 0 ? 100 : static_cast<int>(left * 100 / total);
+}
+
+/// What is found when a program took too long or could not be started.
+Finding CouldNotRun()
+{
+    return {CheckWord::kUnknown, "the program for it does not answer"};
+}
+
+/// What a daemon finds wrong: that it ends with a failure, and at most what it says about it.
+Finding Judge(const ProgramResult& result)
+{
+    if (result.Succeeded()) return {};
+    if (result.status < 0) return CouldNotRun();
+    return {CheckWord::kFailed, FirstLine(result.errors)};
+}
+
+}  // namespace
+
+Finding CheckCertificateAge(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const std::string path = ConfiguredFile("smtpd_tls_cert_file");
+    const std::vector<std::string> program{kOpenssl, "x509", "-in", path, "-noout", "-checkend"};
+    auto later = program;
+    later.emplace_back(kTwoWeeks);
+    auto now = program;
+    now.emplace_back("0");
+    const auto results = RunPrograms({later, now}, CheckOptions());
+    if (results[0].Succeeded()) return {};
+    if (results[1].Succeeded()) return {CheckWord::kWarning, path + " expires soon"};
+    if (results[1].status < 0) return CouldNotRun();
+    return {CheckWord::kFailed, path + " has expired or cannot be read"};
+}
+
+Finding CheckCertificateKey(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const std::string certificate = ConfiguredFile("smtpd_tls_cert_file");
+    const std::string key = ConfiguredFile("smtpd_tls_key_file");
+    const auto results = RunPrograms({{kOpenssl, "x509", "-in", certificate, "-noout", "-pubkey"},
+                                      {kOpenssl, "pkey", "-in", key, "-pubout"}},
+                                     CheckOptions());
+    if (results[0].status < 0 || results[1].status < 0) return CouldNotRun();
+
+    const bool fits = results[0].Succeeded() && results[0].output == results[1].output;
+    return fits ? Finding()
+                : Finding{CheckWord::kFailed, key + " is not the key of " + certificate};
+}
+
+Finding CheckDisk(const StoredSettings& /*settings*/, const char* subject)
+{
+    struct statvfs space = {};
+    if (statvfs(subject, &space) != 0) {
+        return {CheckWord::kUnknown, std::string(subject) + ": " + ErrnoText()};
+    }
+
+    const int left =
+        std::min(PerCent(space.f_bavail, space.f_blocks), PerCent(space.f_favail, space.f_files));
+    if (left >= kLittle) return {};
+    return {left < kTooLittle ? CheckWord::kFailed : CheckWord::kWarning,
+            std::string(subject) + " has " + std::to_string(left) + " % left"};
+}
+
+Finding CheckPostfixFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const auto results = RunPrograms(
+        {{kPostfix, "-c", kPostfixFiles, "check"}, {kPostconf, "-c", kPostfixFiles, "-n"}},
+        CheckOptions());
+    Finding finding = Judge(results[0]);
+    Add(finding, Judge(results[1]));
+    // Unknown parameters are passed with a warning.
+    if (!results[1].errors.empty())
+        Add(finding, {CheckWord::kWarning, FirstLine(results[1].errors)});
+    return finding;
+}
+
+Finding CheckDovecotFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    return Judge(RunProgram({kDoveconf, "-c", kDovecotFile, "-n"}, CheckOptions()));
+}
+
+Finding CheckDkimFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    return Judge(RunProgram({kOpendkim, "-x", kDkimFile, "-n"}, CheckOptions()));
+}
+
+Finding CheckDmarcFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    return Judge(RunProgram({kOpendmarc, "-c", kDmarcFile, "-n"}, CheckOptions()));
+}
+
+}  // namespace host

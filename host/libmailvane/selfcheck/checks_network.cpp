@@ -1,0 +1,211 @@
+// Checks of the self-check that look at the mail services from outside: their ports, what they show
+// there, whom they let through, and what stands before them.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/system/line_client.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const char kNft[] = "/usr/sbin/nft";
+const char kOurTable[] = "table inet mailvane ";
+constexpr std::chrono::seconds kSlow{2};
+
+bool StartsWith(const std::string& text, const char* start)
+{
+    return text.compare(0, std::strlen(start), start) == 0;
+}
+
+/// What opens and what ends a conversation with a mail service.
+struct Protocol {
+    const char* greeting;
+    const char* farewell;
+};
+
+/// The protocol of the service whose port a setting names.
+Protocol ProtocolOf(const char* portSetting)
+{
+    if (StartsWith(portSetting, "imap")) return {"* OK", "a LOGOUT"};
+    if (StartsWith(portSetting, "pop3")) return {"+OK", "QUIT"};
+    return {"220 ", "QUIT"};
+}
+
+Finding Failed(const std::string& detail)
+{
+    return {CheckWord::kFailed, detail};
+}
+
+Finding JudgeGreeting(const std::string& line, const Protocol& protocol, Clock::time_point start)
+{
+    if (!StartsWith(line, protocol.greeting)) return Failed("greets with \"" + line + "\"");
+    if (Clock::now() - start > kSlow) return {CheckWord::kWarning, "greets slowly"};
+    return {};
+}
+
+/// Services are asked by IPv4 and by IPv6. Where they listen on one of them alone, the other takes
+/// no connection, and that is no fault.
+constexpr char kIpv6[] = "::1";
+
+/// What a client that knows TLS is told at a port, by IPv4 and by IPv6. Empty where nobody answers.
+std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& options,
+                                      const std::string& input)
+{
+    const std::string number = std::to_string(port);
+    std::vector<std::vector<std::string>> commands;
+    for (const std::string& address : {"127.0.0.1:" + number, "[::1]:" + number}) {
+        commands.push_back({kOpenssl, "s_client", "-connect", address});
+        commands.back().insert(commands.back().end(), options.begin(), options.end());
+    }
+    ProgramOptions how = CheckOptions();
+    how.input = input + "\r\n";
+    return RunPrograms(commands, how);
+}
+
+/// The first certificate (PEM) in a text; empty when there is none.
+std::string FirstCertificate(const std::string& text)
+{
+    const std::string last = "-----END CERTIFICATE-----";
+    const auto start = text.find("-----BEGIN CERTIFICATE-----");
+    const auto end = text.find(last, start);
+    return end == std::string::npos ? "" : text.substr(start, end + last.size() - start);
+}
+
+/// Whether the port greets a client from an address of this machine; nothing when it takes no
+/// connection there.
+std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& protocol)
+{
+    const auto start = Clock::now();
+    LineClient client(port, from);
+    if (!client.connected()) return std::nullopt;
+
+    const auto line = client.ReadLine();
+    if (!line) return Failed("does not greet");
+
+    client.Send(protocol.farewell);
+    return JudgeGreeting(*line, protocol, start);
+}
+
+/// Whether a client from an address that may not relay is refused; nothing when it cannot ask.
+std::optional<Finding> RelayFor(const char* stranger, int port)
+{
+    LineClient client(port, stranger);
+    if (!client.connected() || !client.ReadLine()) return std::nullopt;
+
+    (void)client.Ask("EHLO self-check.invalid");
+    (void)client.Ask("MAIL FROM:<>");
+    const std::string reply =
+        client.Ask("RCPT TO:<somebody@self-check.invalid>").value_or("no reply");
+    client.Send("QUIT");
+    if (StartsWith(reply, "2")) return Failed("a stranger may send to strangers");
+    if (StartsWith(reply, "5")) return Finding();
+    return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
+}
+
+/// What the packet filter's list of chains says: tables of others that drop what comes in unless a
+/// rule takes it.
+std::string DroppingTables(const std::string& chains)
+{
+    std::string names;
+    std::string table;
+    std::string::size_type start = 0;
+    while (start < chains.size()) {
+        const auto end = std::min(chains.find('\n', start), chains.size());
+        const std::string line = chains.substr(start, end - start);
+        start = end + 1;
+        if (StartsWith(line, "table ")) table = line.substr(0, line.find('{'));
+        const bool drops = line.find("hook input") != std::string::npos &&
+                           line.find("policy drop") != std::string::npos;
+        if (drops && table != kOurTable) names += table;
+    }
+    return names;
+}
+
+}  // namespace
+
+ProgramOptions CheckOptions()
+{
+    ProgramOptions options;
+    options.limit = std::chrono::seconds(3);
+    options.capture = true;
+    return options;
+}
+
+Finding CheckGreeting(const StoredSettings& settings, const char* subject)
+{
+    const Protocol protocol = ProtocolOf(subject);
+    Finding last = Failed("takes no connection");
+    for (const char* from : {"127.0.0.1", kIpv6}) {
+        const auto finding = GreetingTo(from, settings.Int(subject), protocol);
+        if (finding) last = *finding;
+        if (finding && finding->word != CheckWord::kOk) break;
+    }
+    return last;
+}
+
+Finding CheckTlsGreeting(const StoredSettings& settings, const char* subject)
+{
+    const Protocol protocol = ProtocolOf(subject);
+    const auto start = Clock::now();
+    Finding last = Failed("takes no connection with TLS");
+    for (const auto& result : AskWithTls(settings.Int(subject), {"-quiet"}, protocol.farewell)) {
+        if (result.output.empty()) continue;
+
+        last = JudgeGreeting(result.output.substr(0, result.output.find('\r')), protocol, start);
+        if (last.word != CheckWord::kOk) break;
+    }
+    return last;
+}
+
+Finding CheckServedCertificate(const StoredSettings& settings, const char* /*subject*/)
+{
+    const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
+    std::string served = FirstCertificate(results[0].output);
+    if (served.empty()) served = FirstCertificate(results[1].output);
+    if (served.empty() && results[0].status < 0) {
+        return {CheckWord::kUnknown, "SMTP takes too long to show one"};
+    }
+    if (served.empty()) return Failed("SMTP shows no certificate");
+
+    const ProgramResult name =
+        RunProgram({kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
+    const std::string path = name.output.substr(0, name.output.find('\n'));
+    const ProgramResult configured = RunProgram({kOpenssl, "x509", "-in", path}, CheckOptions());
+    if (served == FirstCertificate(configured.output)) return {};
+    return Failed("SMTP shows another certificate than " + path);
+}
+
+Finding CheckOpenRelay(const StoredSettings& settings, const char* /*subject*/)
+{
+    // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
+    // has one such address, which is a stranger only where nobody relays without a login.
+    std::vector<const char*> strangers = {"127.0.0.2"};
+    if (settings.Bool("smtp_auth_required")) strangers.push_back(kIpv6);
+    Finding last = {CheckWord::kUnknown, "SMTP does not greet"};
+    for (const char* stranger : strangers) {
+        const auto finding = RelayFor(stranger, settings.Int("smtp_port"));
+        if (finding) last = *finding;
+        if (finding && finding->word != CheckWord::kOk) break;
+    }
+    return last;
+}
+
+Finding CheckPacketFilter(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    if (access(kNft, X_OK) != 0) return {CheckWord::kOff, ""};
+
+    const ProgramResult chains = RunProgram({kNft, "list", "chains"}, CheckOptions());
+    if (!chains.Succeeded()) return {CheckWord::kUnknown, "the packet filter cannot be read"};
+
+    const std::string names = DroppingTables(chains.output);
+    if (names.empty()) return {};
+    return {CheckWord::kWarning, "the mail ports must be open in " + names};
+}
+
+}  // namespace host

@@ -1,0 +1,80 @@
+// Checks of the self-check on the mail scanner and the anti-virus engine.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <ctime>
+#include <memory>
+
+#include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/system/line_client.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/system/user_command.h"
+
+namespace host {
+
+namespace {
+
+constexpr int kSecondsADay = 86400;
+constexpr int kOldDays = 2;
+constexpr int kTooOldDays = 7;
+
+/// When the newest file of a directory was written; 0 when there is none.
+std::time_t NewestFile(const std::string& directory)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
+    std::time_t newest = 0;
+    if (!entries) return newest;
+
+    while (const dirent* entry = readdir(entries.get())) {
+        struct stat file = {};
+        const bool found =
+            fstatat(dirfd(entries.get()), entry->d_name, &file, AT_SYMLINK_NOFOLLOW) == 0;
+        if (found && S_ISREG(file.st_mode)) newest = std::max(newest, file.st_mtime);
+    }
+    return newest;
+}
+
+}  // namespace
+
+Finding CheckScanner(const StoredSettings& /*settings*/, const char* subject)
+{
+    // Any request is answered, but only by a process that is ready for mail.
+    LineClient client(subject);
+    client.SendBytes("request=smtpd_access_policy\n\n");
+    if (client.ReadLine().value_or("").rfind("action=", 0) == 0) return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckAntiVirus(const StoredSettings& /*settings*/, const char* subject)
+{
+    LineClient client(subject);
+    client.SendBytes({"zPING", sizeof "zPING"});
+    if (client.ReadBytes(4) == "PONG") return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckSignatures(const StoredSettings& /*settings*/, const char* subject)
+{
+    const std::time_t newest = NewestFile(subject);
+    if (newest == 0) return {CheckWord::kFailed, "there are no signatures"};
+
+    const auto days = (std::time(nullptr) - newest) / kSecondsADay;
+    if (days < kOldDays) return {};
+    return {days < kTooOldDays ? CheckWord::kWarning : CheckWord::kFailed,
+            "the newest signatures are " + std::to_string(days) + " days old"};
+}
+
+Finding CheckScannerFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const std::string file = GeneratedDirectory() + "/current/" + kScannerFile;
+    const ProgramResult check =
+        RunProgram(AsUser("amavis", {kScannerProgram, "-c", file, "showkeys"}), CheckOptions());
+    if (check.Succeeded()) return {};
+    if (check.status < 0)
+        return {CheckWord::kUnknown, "the scanner's file was not checked in time"};
+    return {CheckWord::kFailed, check.errors.substr(0, check.errors.find('\n'))};
+}
+
+}  // namespace host

@@ -1,0 +1,113 @@
+// Checks of the self-check on what runs: the daemons, the mail queue, the account directory.
+#include <json/json.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <sstream>
+
+#include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/system/daemon_process.h"
+#include "host/libmailvane/system/line_client.h"
+#include "platform/hlib/accounts.h"
+#include "platform/hlib/string_list.h"
+
+namespace host {
+
+namespace {
+
+const char kPostqueue[] = "/usr/sbin/postqueue";
+
+constexpr int kManyDeferred = 50;
+constexpr int kTooManyDeferred = 500;
+constexpr std::int64_t kOld = 14400;  // seconds
+
+/// The messages that wait for another try.
+struct Deferred {
+    int count = 0;
+    std::int64_t oldest = 0;  ///< seconds
+};
+
+/// Takes one line of the queue's list, a message; what is no message is passed over.
+void Count(const std::string& line, std::int64_t now, Deferred& deferred)
+{
+    Json::Value message;
+    const Json::CharReaderBuilder builder;
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    if (!reader->parse(line.data(), line.data() + line.size(), &message, nullptr)) return;
+
+    const Json::Value& arrival = message["arrival_time"];
+    if (message["queue_name"] != Json::Value("deferred") || !arrival.isInt64()) return;
+    ++deferred.count;
+    deferred.oldest = std::max<std::int64_t>(deferred.oldest, now - arrival.asInt64());
+}
+
+Finding JudgeQueue(const Deferred& deferred)
+{
+    const std::string detail = std::to_string(deferred.count) + " messages wait, the oldest for " +
+                               std::to_string(deferred.oldest / 60) + " minutes";
+    if (deferred.count > kTooManyDeferred) return {CheckWord::kFailed, detail};
+    if (deferred.count >= kManyDeferred || deferred.oldest >= kOld) {
+        return {CheckWord::kWarning, detail};
+    }
+    return {};
+}
+
+}  // namespace
+
+Finding CheckProcess(const StoredSettings& /*settings*/, const char* subject)
+{
+    const std::string text = subject;
+    const auto blank = text.find(' ');
+    const std::string program = text.substr(blank + 1);
+    if (!DaemonProcess(text.substr(0, blank), program).empty()) return {};
+    return {CheckWord::kFailed, program + " does not run"};
+}
+
+Finding CheckMilter(const StoredSettings& /*settings*/, const char* subject)
+{
+    // The request to agree on options: length, command, version, actions, steps.
+    constexpr char kOptions[] = "\0\0\0\x0dO\0\0\0\x06\0\0\x01\xff\0\x1f\xff\xff";
+    constexpr std::size_t kLength = 4;
+    LineClient client(subject);
+    client.SendBytes({kOptions, sizeof kOptions - 1});
+    const std::string answer = client.ReadBytes(kLength + 1);
+    if (answer.size() == kLength + 1 && answer.back() == 'O') return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckCounters(const StoredSettings& /*settings*/, const char* subject)
+{
+    LineClient client(subject);
+    const std::string answer = client.Ask("version").value_or("");
+    if (answer.compare(0, 8, "VERSION ") == 0) return {};
+    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckQueue(const StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const ProgramResult queue = RunProgram({kPostqueue, "-c", kPostfixFiles, "-j"}, CheckOptions());
+    if (!queue.Succeeded()) return {CheckWord::kUnknown, "the mail queue cannot be read"};
+
+    Deferred deferred;
+    const auto now = static_cast<std::int64_t>(std::time(nullptr));
+    std::istringstream lines(queue.output);
+    for (std::string line; std::getline(lines, line);) Count(line, now, deferred);
+    return JudgeQueue(deferred);
+}
+
+Finding CheckDirectoryAccounts(const StoredSettings& settings, const char* /*subject*/)
+{
+    const bool isLdap = settings.Text("account_type") == "ldap";
+    HLIBCSzList* users = HLIBCSzListAlloc(64);
+    const int count = isLdap ? HLIBUserEnum(&users, HLIB_ACCOUNT_LDAP, nullptr)
+                             : HLIBUserEnum(&users, HLIB_ACCOUNT_DOMAIN,
+                                            settings.Text("win_domain_short_name").c_str());
+    HLIBCSzListFree(users);
+    if (count < 0) return {CheckWord::kFailed, "the directory does not answer"};
+    if (count == 0) return {CheckWord::kWarning, "the directory lists no accounts"};
+    return {};
+}
+
+}  // namespace host

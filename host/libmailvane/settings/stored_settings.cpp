@@ -1,0 +1,141 @@
+// The stored settings: etc/mailvane.conf, etc/domains (one a line) and etc/dnsbl (zone and kind a
+// line).
+#include "host/libmailvane/settings/stored_settings.h"
+
+#include <cstdlib>
+#include <sstream>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/settings/settings_table.h"
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+
+namespace {
+
+const char kAlwaysBccKey[] = "always_bcc";
+
+std::string ReadIfThere(const std::string& path)
+{
+    std::string text;
+    if (!ReadFile(path, text)) text.clear();
+    return text;
+}
+
+}  // namespace
+
+StoredSettings::StoredSettings() : file_(KeyValueFile::Parse(""))
+{
+    for (const SettingInfo& setting : AllSettings()) values_[setting.name] = setting.fallback;
+}
+
+std::optional<StoredSettings> StoredSettings::Read()
+{
+    return ReadFrom(PackagePath("etc"));
+}
+
+std::optional<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
+{
+    std::optional<KeyValueFile> file = KeyValueFile::Read(folder + "/mailvane.conf");
+    if (!file) {
+        Log(LOG_ERR, "cannot read the settings: %s", ErrnoText());
+        return std::nullopt;
+    }
+
+    StoredSettings settings;
+    settings.file_ = std::move(*file);
+    const auto stored = settings.file_.Values();
+    for (const SettingInfo& setting : AllSettings()) {
+        const auto value = stored.find(setting.name);
+        if (value == stored.end()) continue;
+
+        if (SettingAccepts(setting, value->second)) {
+            settings.values_[setting.name] = value->second;
+        } else {
+            Log(LOG_WARNING, "setting %s has a value it cannot take, its default is used",
+                setting.name);
+        }
+    }
+
+    std::istringstream domains(ReadIfThere(folder + "/domains"));
+    for (std::string domain; std::getline(domains, domain);) settings.domains.push_back(domain);
+    std::istringstream blocklists(ReadIfThere(folder + "/dnsbl"));
+    for (Blocklist entry; blocklists >> entry.server >> entry.type;) {
+        settings.blocklists.push_back(entry);
+    }
+    return settings;
+}
+
+bool StoredSettings::Bool(const char* name) const
+{
+    return values_.at(name) == "yes";
+}
+
+int StoredSettings::Int(const char* name) const
+{
+    return static_cast<int>(std::strtol(values_.at(name).c_str(), nullptr, 10));
+}
+
+const std::string& StoredSettings::Text(const char* name) const
+{
+    return values_.at(name);
+}
+
+const std::string& StoredSettings::Spelled(const std::string& name) const
+{
+    return values_.at(name);
+}
+
+void StoredSettings::Set(const std::string& name, const std::string& spelled)
+{
+    values_.at(name) = spelled;
+}
+
+std::string StoredSettings::AlwaysBcc() const
+{
+    const std::string address = file_.Get(kAlwaysBccKey).value_or("");
+    return IsMailAddress(address) ? address : "";
+}
+
+void StoredSettings::SetAlwaysBcc(const std::string& address)
+{
+    file_.Set(kAlwaysBccKey, address);
+}
+
+AccountCombination StoredSettings::Account() const
+{
+    return {Text("account_type"), Text("acc_domain_name")};
+}
+
+const std::string& StoredSettings::MailDomain() const
+{
+    const std::string& domain = Text("acc_domain_name");
+    return domain.empty() ? Text("smtp_hostname") : domain;
+}
+
+std::string StoredSettings::SettingsText() const
+{
+    KeyValueFile file = file_;
+    for (const SettingInfo& setting : AllSettings()) {
+        file.Set(setting.name, values_.at(setting.name));
+    }
+    return file.Text();
+}
+
+std::string StoredSettings::DomainsText() const
+{
+    std::string text;
+    for (const std::string& domain : domains) text += domain + "\n";
+    return text;
+}
+
+std::string StoredSettings::BlocklistsText() const
+{
+    std::string text;
+    for (const Blocklist& entry : blocklists) text += entry.server + " " + entry.type + "\n";
+    return text;
+}
+
+}  // namespace host

@@ -1,0 +1,148 @@
+// The access lists in etc/mailvane.db, table `access`.
+#include "host/libmailvane/stores/access_store.h"
+
+#include <SQLiteCpp/VariadicBind.h>
+
+#include "host/libmailvane/names/list_names.h"
+#include "host/libmailvane/stores/list_store.h"
+
+namespace host {
+namespace {
+
+const std::vector<SearchField>& Fields()
+{
+    static const char status[] =
+        "CASE status WHEN 0 THEN 'OK' WHEN 1 THEN 'REJECT' ELSE 'DISCARD' END";
+    static const std::vector<SearchField> fields = {{"name", "name"}, {"status", status}};
+    return fields;
+}
+
+const char kColumns[] = "SELECT type, name, name_type, status FROM access WHERE ";
+const char kOrder[] = " ORDER BY type, name, name_type";
+
+AccessInfo EntryOf(SQLite::Statement& row)
+{
+    AccessInfo entry;
+    entry.type = static_cast<Type>(row.getColumn(0).getInt());
+    entry.name = row.getColumn(1).getString();
+    entry.nameType = static_cast<NameType>(row.getColumn(2).getInt());
+    entry.status = static_cast<AccessStatus>(row.getColumn(3).getInt());
+    return entry;
+}
+
+std::list<AccessInfo> Entries(SQLite::Statement& query)
+{
+    std::list<AccessInfo> entries;
+    while (query.executeStep()) entries.push_back(EntryOf(query));
+    return entries;
+}
+
+/// Clients are known by host names and addresses, senders and recipients by mail addresses.
+bool SuitsList(Type type, NameType kind)
+{
+    if (kind == NAME_DOMAIN || kind == NAME_DOMAIN_TREE) return true;
+    return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
+}
+
+/// Runs an INSERT of one entry; the number of rows that came in.
+int Insert(SQLite::Statement& insert, const AccessInfo& entry)
+{
+    SQLite::bind(insert, static_cast<int>(entry.type), entry.name, static_cast<int>(entry.nameType),
+                 static_cast<int>(entry.status));
+    const int inserted = insert.exec();
+    insert.reset();
+    return inserted;
+}
+
+}  // namespace
+
+bool MakeStored(AccessInfo& entry, std::string& fault)
+{
+    const std::optional<std::string> name = StoredName(entry.nameType, entry.name);
+    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
+        fault = "there is no such list";
+    } else if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
+        fault = "there is no such permission";
+    } else if (!name) {
+        fault = "the name is none of its kind";
+    } else if (!SuitsList(entry.type, entry.nameType)) {
+        fault = "the list does not look at names of this kind";
+    } else {
+        entry.name = *name;
+        return true;
+    }
+    return false;
+}
+
+std::string AccessLine(const AccessInfo& entry)
+{
+    return NameInText(entry.nameType, entry.name) + " " + Access::StatusToStr(entry.status);
+}
+
+bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
+{
+    const auto end = line.find(' ');
+    const auto second = line.find_first_not_of(' ', end);
+    if (second == std::string::npos) return false;
+
+    entry.type = type;
+    entry.name = line.substr(0, end);
+    entry.nameType = KindInText(entry.name);
+    entry.status = Access::StrToStatus(line.substr(second).c_str());
+    return true;
+}
+
+int CountAccess(SQLite::Database& store, const Filter& filter)
+{
+    const Search search(filter, Fields());
+    SQLite::Statement query(store, "SELECT count(*) FROM access WHERE " + search.condition());
+    search.Bind(query);
+    (void)query.executeStep();
+    return query.getColumn(0).getInt();
+}
+
+std::list<AccessInfo> PageOfAccess(SQLite::Database& store, const Filter& filter)
+{
+    const Search search(filter, Fields());
+    SQLite::Statement query(store, kColumns + search.condition() + kOrder + kOnePage);
+    search.Bind(query);
+    BindPage(query, filter);
+    return Entries(query);
+}
+
+std::list<AccessInfo> ReadAccess(SQLite::Database& store, Type type)
+{
+    SQLite::Statement query(store, std::string(kColumns) + "type = ?" + kOrder);
+    query.bind(1, static_cast<int>(type));
+    return Entries(query);
+}
+
+bool InsertAccess(SQLite::Database& store, const AccessInfo& entry)
+{
+    SQLite::Statement insert(store, "INSERT OR IGNORE INTO access VALUES (?, ?, ?, ?)");
+    return Insert(insert, entry) > 0;
+}
+
+void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
+{
+    SQLite::Transaction transaction(store);
+    SQLite::Statement insert(store, "INSERT OR REPLACE INTO access VALUES (?, ?, ?, ?)");
+    for (const AccessInfo& entry : entries) (void)Insert(insert, entry);
+    transaction.commit();
+}
+
+void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
+{
+    SQLite::Transaction transaction(store);
+    SQLite::Statement remove(store,
+                             "DELETE FROM access WHERE type = ? AND name = ? AND name_type = ?");
+    for (const AccessInfo& entry : entries) {
+        const std::string name = StoredName(entry.nameType, entry.name).value_or(entry.name);
+        SQLite::bind(remove, static_cast<int>(entry.type), name, static_cast<int>(entry.nameType));
+        (void)remove.exec();
+        remove.reset();
+    }
+    transaction.commit();
+}
+
+}  // namespace host

@@ -1,0 +1,48 @@
+// The two databases that the mail server keeps per account combination: etc/alias.db and
+// etc/mailvane.db.
+#include "host/libmailvane/stores/account_databases.h"
+
+#include <stdexcept>
+
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/stores/account_record.h"
+#include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/stores/bcc_store.h"
+#include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/stores/sender_quota_table.h"
+
+namespace host {
+namespace {
+
+// Features add their tables as further scripts.
+constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
+constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
+                                            kSenderQuotaTable, kBlackWhiteTable};
+
+constexpr AccountStore kAlias = {"etc/alias.db", "", Schema(kAliasScripts)};
+constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane", Schema(kMailvaneScripts)};
+
+}  // namespace
+
+const AccountStore& StoreOf(AccountDatabase which)
+{
+    return which == AccountDatabase::kAlias ? kAlias : kMailvane;
+}
+
+std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
+{
+    const AccountStore& store = StoreOf(which);
+    return OpenForReading(PackagePath(store.live), store.schema);
+}
+
+SQLite::Database ChangeAccountDatabase(AccountDatabase which)
+{
+    const AccountStore& store = StoreOf(which);
+    const std::string path = PackagePath(store.live);
+    if (!NameExists(path)) throw std::runtime_error(path + " is missing");
+    return OpenForChange(path, store.schema);
+}
+
+}  // namespace host

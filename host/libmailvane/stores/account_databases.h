@@ -1,0 +1,33 @@
+// The two databases that the mail server keeps per account combination.
+#pragma once
+
+#include <optional>
+
+#include "host/libmailvane/system/database.h"
+
+namespace host {
+
+enum class AccountDatabase {
+    kAlias,    ///< etc/alias.db: aliases and their members
+    kMailvane  ///< etc/mailvane.db: access, blind copies, black and white list, sender quota
+};
+
+/// Where a database lies and what it looks like.
+struct AccountStore {
+    const char* live;          ///< relative to the package
+    const char* parkedSuffix;  ///< of its name among the parked files
+    Schema schema;
+};
+
+const AccountStore& StoreOf(AccountDatabase which);
+
+/// Opens an account database for reading; nothing when there is none, which is an empty one to the
+/// caller. Throws as `OpenForReading`.
+std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
+
+/// Opens an account database for changes. It must be there: callers heal the account data first, so
+/// that a new one records its combination. Throws as `OpenForChange`, and std::runtime_error when
+/// it is missing.
+SQLite::Database ChangeAccountDatabase(AccountDatabase which);
+
+}  // namespace host

@@ -1,0 +1,97 @@
+// Which account combination a database belongs to.
+#include "host/libmailvane/stores/account_record.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libmailvane/system/durable_move.h"
+
+namespace host {
+namespace {
+
+/// Where SQLite keeps the application id: four bytes, the highest first.
+constexpr off_t kStampOffset = 68;
+
+/// FNV-1a over type, a zero byte and domain; never 0, which is what an unstamped database carries.
+uint32_t StampOf(const AccountCombination& combination)
+{
+    const std::string text = combination.type + '\0' + combination.domain;
+    uint32_t hash = 2166136261U;
+    for (const char byte : text) hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619U;
+    return hash == 0 ? 1 : hash;
+}
+
+bool MeansUnusable(const SQLite::Exception& failure)
+{
+    const int code = failure.getErrorCode();
+    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB || code == SQLITE_ERROR;
+}
+
+bool IsWhole(SQLite::Database& database)
+{
+    SQLite::Statement check(database, "PRAGMA quick_check(1)");
+    return check.executeStep() && check.getColumn(0).getString() == "ok";
+}
+
+std::optional<AccountCombination> ReadRecord(SQLite::Database& database)
+{
+    if (!IsWhole(database) || !database.tableExists("account")) return std::nullopt;
+
+    SQLite::Statement query(database, "SELECT type, domain FROM account");
+    if (!query.executeStep()) return std::nullopt;
+    return AccountCombination{query.getColumn(0).getString(), query.getColumn(1).getString()};
+}
+
+}  // namespace
+
+bool CarriesStamp(const std::string& path, const AccountCombination& combination)
+{
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) return false;
+    std::array<unsigned char, 4> bytes{};
+    const ssize_t count = ::pread(file.get(), bytes.data(), bytes.size(), kStampOffset);
+    if (count != static_cast<ssize_t>(bytes.size())) return false;
+
+    uint32_t stamp = 0;
+    for (const unsigned char byte : bytes) stamp = (stamp << 8) | byte;
+    return stamp == StampOf(combination);
+}
+
+std::optional<AccountCombination> RecordedCombination(const std::string& path)
+{
+    try {
+        std::optional<SQLite::Database> database = OpenAsItIs(path);
+        return database ? ReadRecord(*database) : std::nullopt;
+    } catch (const SQLite::Exception& failure) {
+        if (!MeansUnusable(failure)) throw;
+        return std::nullopt;
+    }
+}
+
+bool CreateAccountDatabase(const std::string& path, const Schema& schema,
+                           const AccountCombination& combination)
+{
+    const std::string unfinished = path + ".new";
+    if (!RemoveDurably(unfinished + "-journal") || !RemoveDurably(unfinished)) return false;
+    {
+        SQLite::Database database = OpenForChange(unfinished, schema);
+        SQLite::Statement insert(database, "INSERT INTO account (type, domain) VALUES (?, ?)");
+        insert.bind(1, combination.type);
+        insert.bind(2, combination.domain);
+        insert.exec();
+    }
+    return MoveDurably(unfinished, path);
+}
+
+void Stamp(const std::string& path, const Schema& schema, const AccountCombination& combination)
+{
+    const auto stamp = static_cast<int32_t>(StampOf(combination));
+    OpenForChange(path, schema).exec("PRAGMA application_id = " + std::to_string(stamp));
+}
+
+}  // namespace host

@@ -1,0 +1,177 @@
+// The alias table in memory.
+#include "host/libmailvane/stores/alias_table.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/names/list_names.h"
+
+namespace host {
+namespace {
+
+using Identity = std::pair<int, std::string>;
+
+Identity IdentityOf(const MemberInfo& member)
+{
+    return {member.type, member.name};
+}
+
+template <typename Members>
+std::set<Identity> Identities(const Members& members)
+{
+    std::set<Identity> identities;
+    for (const MemberInfo& member : members) identities.insert(IdentityOf(member));
+    return identities;
+}
+
+}  // namespace
+
+AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
+{
+    byName_.reserve(entries_.size());
+    for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
+        byName_.emplace(InLowerCase(entry->name), entry);
+        nextId_ = std::max(nextId_, entry->id + 1);
+    }
+}
+
+const AliasEntry* AliasTable::FindAnyCase(const std::string& name) const
+{
+    const auto found = byName_.find(InLowerCase(name));
+    return found == byName_.end() ? nullptr : &*found->second;
+}
+
+const AliasEntry* AliasTable::Find(const std::string& name) const
+{
+    const AliasEntry* found = FindAnyCase(name);
+    return found != nullptr && found->name == name ? found : nullptr;
+}
+
+void AliasTable::Touch(const AliasEntry& entry)
+{
+    if (entry.id != 0) touched_.insert(entry.id);
+}
+
+AliasEntry& AliasTable::Edit(const std::string& name)
+{
+    const auto found = byName_.find(InLowerCase(name));
+    if (found != byName_.end()) {
+        Touch(*found->second);
+        return *found->second;
+    }
+    entries_.push_back({0, name, {}});
+    byName_.emplace(InLowerCase(name), std::prev(entries_.end()));
+    return entries_.back();
+}
+
+std::string AliasTable::FaultOf(const MemberInfo& member, const std::string& owner) const
+{
+    std::string fault = MemberFault(member);
+    if (!fault.empty() || member.type != kAliasMember) return fault;
+
+    const bool known = member.name == owner || Find(member.name) != nullptr;
+    return known ? "" : "an alias that does not exist";
+}
+
+std::string AliasTable::Add(const std::string& name, const std::list<MemberInfo>& members)
+{
+    if (!IsLocalPart(name)) return "no name of an alias";
+    if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
+        return "a name that another alias has in other letters";
+    }
+    for (const MemberInfo& member : members) {
+        std::string fault = FaultOf(member, name);
+        if (!fault.empty()) return fault;
+    }
+    AliasEntry& entry = Edit(name);
+    std::set<Identity> present = Identities(entry.members);
+    for (const MemberInfo& member : members) {
+        if (present.insert(IdentityOf(member)).second) entry.members.push_back(member);
+    }
+    return "";
+}
+
+bool AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& members)
+{
+    if (Find(name) == nullptr) return false;
+
+    AliasEntry& entry = Edit(name);
+    const std::set<Identity> leaving = Identities(members);
+    const auto isLeaving = [&leaving](const MemberInfo& member) {
+        return leaving.count(IdentityOf(member)) != 0;
+    };
+    auto& all = entry.members;
+    all.erase(std::remove_if(all.begin(), all.end(), isLeaving), all.end());
+    return true;
+}
+
+std::string AliasTable::Rename(const std::string& from, const std::string& to)
+{
+    const AliasEntry* old = Find(from);
+    if (old == nullptr) return "an alias that does not exist";
+    if (!IsLocalPart(to)) return "no name of an alias";
+
+    const AliasEntry* taken = FindAnyCase(to);
+    if (taken != nullptr && taken != old) return "a name that another alias has";
+
+    auto node = byName_.extract(InLowerCase(from));
+    Touch(*node.mapped());
+    node.mapped()->name = to;
+    node.key() = InLowerCase(to);
+    byName_.insert(std::move(node));
+    Follow({{InLowerCase(from), to}});
+    return "";
+}
+
+void AliasTable::Replace(const std::vector<AliasEntry>& aliases)
+{
+    for (const AliasEntry& alias : aliases) Edit(alias.name).members = alias.members;
+}
+
+void AliasTable::Delete(const std::list<std::string>& names)
+{
+    std::unordered_map<std::string, std::string> gone;
+    for (const std::string& name : names) {
+        if (Find(name) == nullptr) continue;
+
+        const auto node = byName_.extract(InLowerCase(name));
+        Touch(*node.mapped());
+        entries_.erase(node.mapped());
+        gone.emplace(InLowerCase(name), "");
+    }
+    if (!gone.empty()) Follow(gone);
+}
+
+void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newNames)
+{
+    const auto isAffected = [&newNames](const MemberInfo& member) {
+        return member.type == kAliasMember && newNames.count(InLowerCase(member.name)) != 0;
+    };
+    for (AliasEntry& entry : entries_) {
+        auto& members = entry.members;
+        if (std::none_of(members.begin(), members.end(), isAffected)) continue;
+
+        Touch(entry);
+        for (MemberInfo& member : members) {
+            if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
+        }
+        const auto hasNoName = [](const MemberInfo& member) { return member.name.empty(); };
+        members.erase(std::remove_if(members.begin(), members.end(), hasNoName), members.end());
+    }
+}
+
+AliasChange AliasTable::Pending()
+{
+    AliasChange change;
+    change.removed.assign(touched_.begin(), touched_.end());
+    for (AliasEntry& entry : entries_) {
+        const bool isNew = entry.id == 0;
+        if (isNew) entry.id = nextId_++;
+        if (isNew || touched_.count(entry.id) != 0) change.added.push_back(entry);
+    }
+    return change;
+}
+
+}  // namespace host

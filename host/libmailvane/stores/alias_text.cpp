@@ -1,0 +1,168 @@
+// Aliases as text, one a line.
+#include "host/libmailvane/stores/alias_text.h"
+
+#include <algorithm>
+#include <set>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "host/libhaldcore/trim.h"
+#include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/names/list_names.h"
+#include "host/libmailvane/names/list_text.h"
+
+namespace host {
+namespace {
+
+constexpr char kGroupMark = '%';
+constexpr char kUserMark = '\\';
+constexpr int kBareName = -1;  // an alias or a user: the whole file tells
+
+std::string MemberText(const AliasTable& table, const MemberInfo& member)
+{
+    if (member.type == kGroupMember) return kGroupMark + member.name;
+    const bool ambiguous = member.type == kUserMember && table.FindAnyCase(member.name) != nullptr;
+    return ambiguous ? kUserMark + member.name : member.name;
+}
+
+MemberInfo ParseMember(std::string_view text)
+{
+    MemberInfo member;
+    member.type = kBareName;
+    if (text.front() == kGroupMark) {
+        member.type = kGroupMember;
+    } else if (text.front() == kUserMark) {
+        member.type = kUserMember;
+    } else if (text.find('@') != std::string_view::npos) {
+        member.type = kOutsideMember;
+    }
+    const bool marked = member.type == kGroupMember || member.type == kUserMember;
+    member.name = Trim(text.substr(marked ? 1 : 0));
+    return member;
+}
+
+/// Whether a bare name could be that of a user, which every alias's name could.
+std::string FaultOf(MemberInfo member)
+{
+    if (member.type == kBareName) member.type = kUserMember;
+    return MemberFault(member);
+}
+
+/// Takes the lines of a file one after the other.
+class AliasReader {
+public:
+    /// What is wrong with a line; empty when it was taken.
+    std::string Take(const std::string& line)
+    {
+        const std::size_t colon = line.find(':');
+        if (colon != std::string::npos) return TakeAlias(line, colon);
+        if (!open_) return "no colon after the name of an alias";
+
+        return TakeMembers(line);
+    }
+
+    /// The aliases, once all lines are taken.
+    std::vector<AliasEntry> Resolve(const AliasTable& table)
+    {
+        for (AliasEntry& alias : aliases_) {
+            for (MemberInfo& member : alias.members) ResolveName(table, member);
+            DropRepetitions(alias.members);
+        }
+        return std::move(aliases_);
+    }
+
+private:
+    std::string TakeAlias(const std::string& line, std::size_t colon)
+    {
+        const std::string name(Trim(std::string_view(line).substr(0, colon)));
+        open_ = true;  // members may follow, whatever is wrong with the name
+        aliases_.push_back({0, name, {}});
+        std::string fault = TakeMembers(line.substr(colon + 1));
+        if (!IsLocalPart(name)) return "no name of an alias";
+        if (!byName_.emplace(InLowerCase(name), aliases_.size() - 1).second) {
+            return "an alias that stands in the file twice";
+        }
+        return fault;
+    }
+
+    /// A list that ends with a comma, or has not begun, goes on in the next line.
+    std::string TakeMembers(std::string_view text)
+    {
+        text = Trim(text);
+        if (text.empty()) return "";
+
+        open_ = text.back() == ',';
+        std::string fault;
+        while (!text.empty()) {
+            const std::size_t end = std::min(text.find(','), text.size());
+            const std::string_view word = Trim(text.substr(0, end));
+            text.remove_prefix(std::min(end + 1, text.size()));
+            if (word.empty()) continue;
+
+            const MemberInfo member = ParseMember(word);
+            if (fault.empty()) fault = FaultOf(member);
+            aliases_.back().members.push_back(member);
+        }
+        return fault;
+    }
+
+    void ResolveName(const AliasTable& table, MemberInfo& member) const
+    {
+        if (member.type != kBareName) return;
+
+        member.type = kUserMember;
+        const auto here = byName_.find(InLowerCase(member.name));
+        const AliasEntry* stored = table.FindAnyCase(member.name);
+        if (here == byName_.end() && stored == nullptr) return;
+
+        member.type = kAliasMember;
+        member.name = stored != nullptr ? stored->name : aliases_[here->second].name;
+    }
+
+    static void DropRepetitions(std::vector<MemberInfo>& members)
+    {
+        std::set<std::pair<int, std::string>> seen;
+        const auto isRepetition = [&seen](const MemberInfo& member) {
+            return !seen.emplace(member.type, member.name).second;
+        };
+        std::vector<MemberInfo> distinct;
+        std::copy_if(members.begin(), members.end(), std::back_inserter(distinct),
+                     [&](const MemberInfo& member) { return !isRepetition(member); });
+        members = std::move(distinct);
+    }
+
+    std::vector<AliasEntry> aliases_;
+    std::unordered_map<std::string, std::size_t> byName_;  ///< by name in lower case
+    bool open_ = false;
+};
+
+}  // namespace
+
+std::string AliasText(const AliasTable& table)
+{
+    std::string text;
+    for (const AliasEntry& entry : table.entries()) {
+        text += entry.name + ":";
+        const char* separator = " ";
+        for (const MemberInfo& member : entry.members) {
+            text += separator + MemberText(table, member);
+            separator = ", ";
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+bool ReadAliasText(const std::string& path, const AliasTable& table,
+                   std::vector<AliasEntry>& aliases)
+{
+    AliasReader reader;
+    const auto take = [&reader](const std::string& line) { return reader.Take(line); };
+    if (!ReadListText(path, take)) return false;
+
+    aliases = reader.Resolve(table);
+    return true;
+}
+
+}  // namespace host

@@ -1,0 +1,72 @@
+// The types of attachments that are refused. Reads and writes etc/attachment_types, one type a
+// line.
+#include "host/libmailvane/stores/attachment_types.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/names/list_names.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kLongestType = 32;
+
+std::string ListPath()
+{
+    return PackagePath("etc/attachment_types");
+}
+
+bool IsTypeCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' || c == '+' || c == '-' ||
+           c == '.';
+}
+
+}  // namespace
+
+std::vector<std::string> AttachmentTypes()
+{
+    std::string text;
+    if (!ReadFile(ListPath(), text)) {
+        if (errno == ENOENT) return {};
+        throw std::runtime_error("cannot read " + ListPath() + ": " + ErrnoText());
+    }
+    std::vector<std::string> types;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        // Whoever writes the file by hand must not reach into what is made of it.
+        if (auto type = StoredAttachmentType(word)) types.push_back(std::move(*type));
+    }
+    return types;
+}
+
+std::optional<std::string> StoredAttachmentType(const std::string& text)
+{
+    std::string type = InLowerCase(text);
+    if (type.rfind("*.", 0) == 0) type.erase(0, 1);
+    if (!type.empty() && type.front() == '.') type.erase(0, 1);
+
+    const bool plain = std::all_of(type.begin(), type.end(), IsTypeCharacter);
+    const bool innerDots = !type.empty() && type.front() != '.' && type.back() != '.' &&
+                           type.find("..") == std::string::npos;
+    if (!plain || !innerDots || type.size() > kLongestType) return std::nullopt;
+    return type;
+}
+
+int StoreAttachmentTypes(const std::vector<std::string>& types)
+{
+    std::string text;
+    for (const std::string& type : types) text += type + "\n";
+    if (ReplaceFile(ListPath(), text, 0644)) return 0;
+
+    Log(LOG_ERR, "cannot write the attachment types: %s", ErrnoText());
+    return -1;
+}
+
+}  // namespace host

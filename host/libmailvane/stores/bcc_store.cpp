@@ -1,0 +1,130 @@
+// The rules of blind copies in etc/mailvane.db, table `bcc`.
+#include "host/libmailvane/stores/bcc_store.h"
+
+#include <SQLiteCpp/VariadicBind.h>
+
+#include "host/libmailvane/names/list_names.h"
+#include "host/libmailvane/stores/list_store.h"
+#include "host/libmailvane/names/text_checks.h"
+
+namespace host {
+namespace {
+
+const std::vector<SearchField>& Fields()
+{
+    static const std::vector<SearchField> fields = {{"name", "name"}, {"bcc_to", "bcc_to"}};
+    return fields;
+}
+
+const char kColumns[] = "SELECT type, name, bcc_to FROM bcc WHERE ";
+const char kOrder[] = " ORDER BY type, name";
+const char kByName[] = "type = ? AND name = ?";
+
+std::list<BccInfo> Rules(SQLite::Statement& query)
+{
+    std::list<BccInfo> rules;
+    while (query.executeStep()) {
+        rules.push_back({query.getColumn(1).getString(), query.getColumn(2).getString(),
+                         static_cast<BccType>(query.getColumn(0).getInt())});
+    }
+    return rules;
+}
+
+bool IsRuleName(const std::string& name)
+{
+    if (name.empty() || name.front() != '@') return IsMailAddress(name);
+    return IsNameOfKind(NAME_DOMAIN, name.substr(1));
+}
+
+/// Runs an INSERT of one rule; the number of rows that came in.
+int Insert(SQLite::Statement& insert, const BccInfo& rule)
+{
+    SQLite::bind(insert, static_cast<int>(rule.type), rule.name, rule.bccTo);
+    const int inserted = insert.exec();
+    insert.reset();
+    return inserted;
+}
+
+}  // namespace
+
+bool MakeStored(BccInfo& rule, std::string& fault)
+{
+    rule.name = InLowerCase(rule.name);
+    if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
+        fault = "there is no such type of rules";
+    } else if (!IsRuleName(rule.name)) {
+        fault = "the name is no address, user or @domain";
+    } else if (!IsMailAddress(rule.bccTo)) {
+        fault = "the copy goes to what is no address or user";
+    } else {
+        return true;
+    }
+    return false;
+}
+
+int CountBcc(SQLite::Database& store, const Filter& filter)
+{
+    const Search search(filter, Fields());
+    SQLite::Statement query(store, "SELECT count(*) FROM bcc WHERE " + search.condition());
+    search.Bind(query);
+    (void)query.executeStep();
+    return query.getColumn(0).getInt();
+}
+
+std::list<BccInfo> PageOfBcc(SQLite::Database& store, const Filter& filter)
+{
+    const Search search(filter, Fields());
+    SQLite::Statement query(store, kColumns + search.condition() + kOrder + kOnePage);
+    search.Bind(query);
+    BindPage(query, filter);
+    return Rules(query);
+}
+
+std::list<BccInfo> ReadBcc(SQLite::Database& store, BccType type)
+{
+    SQLite::Statement query(store, std::string(kColumns) + "type = ?" + kOrder);
+    query.bind(1, static_cast<int>(type));
+    return Rules(query);
+}
+
+std::string BccText(SQLite::Database& store, BccType type)
+{
+    std::string text;
+    for (const BccInfo& rule : ReadBcc(store, type)) text += rule.name + " " + rule.bccTo + "\n";
+    return text;
+}
+
+bool InsertBcc(SQLite::Database& store, const BccInfo& rule)
+{
+    SQLite::Statement insert(store, "INSERT OR IGNORE INTO bcc VALUES (?, ?, ?)");
+    return Insert(insert, rule) > 0;
+}
+
+void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules)
+{
+    SQLite::Transaction transaction(store);
+    SQLite::Statement insert(store, "INSERT OR REPLACE INTO bcc VALUES (?, ?, ?)");
+    for (const BccInfo& rule : rules) (void)Insert(insert, rule);
+    transaction.commit();
+}
+
+std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& rules)
+{
+    std::list<BccInfo> removed;
+    SQLite::Transaction transaction(store);
+    SQLite::Statement find(store, std::string(kColumns) + kByName);
+    SQLite::Statement remove(store, std::string("DELETE FROM bcc WHERE ") + kByName);
+    for (const BccInfo& rule : rules) {
+        const std::string name = InLowerCase(rule.name);
+        SQLite::bind(find, static_cast<int>(rule.type), name);
+        removed.splice(removed.end(), Rules(find));
+        find.reset();
+        SQLite::bind(remove, static_cast<int>(rule.type), name);
+        (void)remove.exec();
+        remove.reset();
+    }
+    transaction.commit();
+    return removed;
+}
+
+}  // namespace host

@@ -1,0 +1,46 @@
+// What the lists in etc/mailvane.db share: opening for reading, search, pages.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/libmailvane/system/database.h"
+#include "platform/mailvane/filter.h"
+
+namespace host {
+
+/// A field that a search can look at: its name in a request, and the SQL expression of its text.
+struct SearchField {
+    const char* name;
+    const char* expression;
+};
+
+/// The search of a filter as SQL. A search in a field that the list does not have finds nothing.
+class Search {
+public:
+    Search(const Filter& filter, const std::vector<SearchField>& fields);
+
+    /// The condition for a WHERE clause.
+    const std::string& condition() const { return condition_; }
+
+    /// Fills in the condition's parameter.
+    void Bind(SQLite::Statement& query) const;
+
+private:
+    std::string condition_;
+    std::string pattern_;  ///< empty when the condition has no parameter
+};
+
+/// The end of a query for one page, with the parameters :limit and :start.
+constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
+
+/// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
+void BindPage(SQLite::Statement& query, const Filter& filter);
+
+/// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
+std::optional<SQLite::Database> OpenListStore();
+
+}  // namespace host

@@ -1,0 +1,198 @@
+// Questions to the DNS by the resolver of the C library; reads /etc/resolv.conf.
+#include "host/libmailvane/system/dns_query.h"
+
+#include <arpa/inet.h>
+#include <arpa/nameser.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <resolv.h>
+
+#include <algorithm>
+#include <array>
+
+namespace host {
+
+namespace {
+
+using Record = std::optional<std::string>;
+
+int CodeOf(DnsType type)
+{
+    switch (type) {
+        case DnsType::kAddress:
+            return ns_t_a;
+        case DnsType::kIpv6Address:
+            return ns_t_aaaa;
+        case DnsType::kName:
+            return ns_t_ptr;
+        case DnsType::kMailServer:
+            return ns_t_mx;
+        case DnsType::kText:
+            break;
+    }
+    return ns_t_txt;
+}
+
+/// An answer of the DNS, read from its start to its end.
+class Answer {
+public:
+    Answer(const unsigned char* bytes, int size) : start_(bytes), at_(bytes), end_(bytes + size) {}
+
+    /// The texts of all records of this type.
+    std::vector<std::string> Records(DnsType type)
+    {
+        std::vector<std::string> records;
+        if (end_ - start_ < NS_HFIXEDSZ) return records;
+
+        const int questions = Number(start_ + 4);
+        const int answers = Number(start_ + 6);
+        at_ = start_ + NS_HFIXEDSZ;
+        for (int i = 0; i < questions; ++i) {
+            if (!SkipName() || !Skip(NS_QFIXEDSZ)) return records;
+        }
+        for (int i = 0; i < answers; ++i) {
+            if (!TakeRecord(type, records)) break;
+        }
+        return records;
+    }
+
+private:
+    static int Number(const unsigned char* bytes) { return bytes[0] << 8 | bytes[1]; }
+
+    bool Skip(int size)
+    {
+        if (end_ - at_ < size) return false;
+        at_ += size;
+        return true;
+    }
+
+    bool SkipName() { return Skip(std::max(dn_skipname(at_, end_), 0)) && at_ < end_; }
+
+    /// Goes over one record; adds it when it has the type. False at the end of what can be read.
+    bool TakeRecord(DnsType type, std::vector<std::string>& records)
+    {
+        if (!SkipName() || end_ - at_ < NS_RRFIXEDSZ) return false;
+
+        const int code = Number(at_);
+        const int size = Number(at_ + 8);
+        at_ += NS_RRFIXEDSZ;
+        const unsigned char* const data = at_;
+        if (!Skip(size)) return false;
+        if (code != CodeOf(type)) return true;
+
+        if (const Record record = Text(type, data, size)) records.push_back(*record);
+        return true;
+    }
+
+    Record Text(DnsType type, const unsigned char* data, int size) const
+    {
+        switch (type) {
+            case DnsType::kAddress:
+                return size == NS_INADDRSZ ? Address(AF_INET, data) : std::nullopt;
+            case DnsType::kIpv6Address:
+                return size == NS_IN6ADDRSZ ? Address(AF_INET6, data) : std::nullopt;
+            case DnsType::kName:
+                return Name(data);
+            case DnsType::kMailServer:
+                return size > 2 ? Name(data + 2) : std::nullopt;
+            case DnsType::kText:
+                break;
+        }
+        return Parts(data, size);
+    }
+
+    static Record Address(int family, const unsigned char* data)
+    {
+        char text[INET6_ADDRSTRLEN];
+        if (inet_ntop(family, data, text, sizeof text) == nullptr) return std::nullopt;
+        return text;
+    }
+
+    Record Name(const unsigned char* data) const
+    {
+        char text[NS_MAXDNAME];
+        if (dn_expand(start_, end_, data, text, sizeof text) < 0) return std::nullopt;
+
+        std::string name = text;
+        for (char& c : name) {
+            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        }
+        return name;
+    }
+
+    /// The parts of a text record, each preceded by its length.
+    static Record Parts(const unsigned char* data, int size)
+    {
+        std::string text;
+        for (int at = 0; at < size; at += data[at] + 1) {
+            const int length = std::min<int>(data[at], size - at - 1);
+            text.append(data + at + 1, data + at + 1 + length);
+        }
+        return text;
+    }
+
+    const unsigned char* start_;
+    const unsigned char* at_;
+    const unsigned char* end_;
+};
+
+}  // namespace
+
+std::optional<std::vector<std::string>> DnsRecords(const std::string& name, DnsType type)
+{
+    struct __res_state resolver = {};
+    if (res_ninit(&resolver) < 0) return std::nullopt;
+
+    resolver.retrans = 1;
+    resolver.retry = 2;
+    std::array<unsigned char, NS_MAXMSG> bytes;
+    const int size = res_nquery(&resolver, name.c_str(), ns_c_in, CodeOf(type), bytes.data(),
+                                static_cast<int>(bytes.size()));
+    const int failure = resolver.res_h_errno;
+    res_nclose(&resolver);
+    if (size < 0) {
+        if (failure != HOST_NOT_FOUND && failure != NO_DATA) return std::nullopt;
+        return std::vector<std::string>();
+    }
+    return Answer(bytes.data(), std::min<int>(size, static_cast<int>(bytes.size()))).Records(type);
+}
+
+std::optional<std::vector<std::string>> DnsAddresses(const std::string& name)
+{
+    auto addresses = DnsRecords(name, DnsType::kAddress);
+    if (!addresses) return std::nullopt;
+
+    const auto more = DnsRecords(name, DnsType::kIpv6Address);
+    if (!more) return std::nullopt;
+
+    addresses->insert(addresses->end(), more->begin(), more->end());
+    return addresses;
+}
+
+std::string ReverseName(const std::string& address, const std::string& zone)
+{
+    std::string name = zone;
+    in6_addr bytes = {};
+    if (inet_pton(AF_INET6, address.c_str(), &bytes) == 1) {
+        constexpr char digits[] = "0123456789abcdef";
+        for (const unsigned byte : bytes.s6_addr) {
+            name.insert(0, {digits[byte % 16], '.', digits[byte / 16], '.'});
+        }
+        return name;
+    }
+    std::string::size_type start = 0;
+    while (start <= address.size()) {
+        const auto dot = std::min(address.find('.', start), address.size());
+        name.insert(0, address.substr(start, dot - start) + ".");
+        start = dot + 1;
+    }
+    return name;
+}
+
+std::string ReverseName(const std::string& address)
+{
+    const bool isIpv6 = address.find(':') != std::string::npos;
+    return ReverseName(address, isIpv6 ? "ip6.arpa" : "in-addr.arpa");
+}
+
+}  // namespace host

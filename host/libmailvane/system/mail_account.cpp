@@ -1,0 +1,46 @@
+// The account of one mail user. Asks the account databases and looks at the home directory.
+#include "host/libmailvane/system/mail_account.h"
+
+#include "host/libhaldsdk/account_lookup.h"
+#include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/system/user_child.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::string::size_type kLongestName = 200;
+constexpr std::chrono::seconds kHomeLimit{5};
+
+/// A name that can be part of a path.
+bool IsAccountName(const std::string& name)
+{
+    return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
+           name.find('/') == std::string::npos && IsPlainText(name);
+}
+
+/// Looked at with the user's own rights: nobody but the user answers for what is mounted there.
+bool OwnsHome(const MailAccount& account)
+{
+    return !account.home.empty() && account.home.front() == '/' &&
+           RunAsUser(account, "home", kHomeLimit, [](int) { return true; });
+}
+
+}  // namespace
+
+std::string FindMailAccount(const std::string& user, MailAccount& account)
+{
+    if (!IsAccountName(user)) return "no_such_user";
+
+    User found;
+    const Lookup lookup = FindUser(user, found);
+    if (lookup == Lookup::kFailed) return "accounts_unavailable";
+    if (lookup == Lookup::kAbsent || !IsMailUser(found) || !IsAccountName(found.name)) {
+        return "no_such_user";
+    }
+
+    account = {found.name, found.uid, found.gid, found.home};
+    return OwnsHome(account) ? "" : "no_user_home";
+}
+
+}  // namespace host
