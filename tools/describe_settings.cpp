@@ -12,9 +12,9 @@
 
 namespace {
 
-using host::SettingInfo;
-using host::SettingsObject;
-using host::SettingType;
+using host::settings::SettingInfo;
+using host::settings::SettingsObject;
+using host::settings::SettingType;
 
 struct ObjectTitle {
     SettingsObject object;
@@ -97,7 +97,7 @@ std::string Markdown()
     for (const ObjectTitle& object : kObjects) {
         text += std::string("\n## ") + object.title +
                 "\n\n| Setting | Type | Default | Range | Meaning |\n|---|---|---|---|---|\n";
-        for (const SettingInfo& setting : host::AllSettings()) {
+        for (const SettingInfo& setting : host::settings::AllSettings()) {
             if (setting.object == object.object) text += MarkdownRow(setting);
         }
     }
@@ -137,7 +137,7 @@ std::string YamlSchemas(const ObjectTitle& object)
 {
     std::string properties;
     std::string names;
-    for (const SettingInfo& setting : host::AllSettings()) {
+    for (const SettingInfo& setting : host::settings::AllSettings()) {
         if (setting.object != object.object) continue;
         properties += YamlProperty(setting);
         names += std::string("    - ") + setting.name + "\n";

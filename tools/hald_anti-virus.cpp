@@ -79,7 +79,7 @@ void Break(const host::StartedProgram& program)
     (void)kill(-program.pid, SIGTERM);
     if (!WaitForEnd(program, -1, kGrace)) (void)kill(-program.pid, SIGKILL);
     const std::string folder = kSignatures;
-    (void)host::RunProgram(host::AsUser(
+    (void)host::RunProgram(host::system::AsUser(
         "clamav", {"/usr/bin/find", folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
 }
 
@@ -91,7 +91,7 @@ bool Update()
     const std::string configuration =
         host::PackagePath("etc/generated/current/clamav/freshclam.conf");
     const auto command =
-        host::AsUser("clamav", {"/usr/bin/freshclam", "--config-file=" + configuration});
+        host::system::AsUser("clamav", {"/usr/bin/freshclam", "--config-file=" + configuration});
     host::StartedProgram program;
     if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
         host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());
@@ -117,7 +117,7 @@ int RunUpdate()
     if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
 
     // An engine that had no signatures yet can start now; one that runs has been told.
-    const bool updated = Update() && host::RunControlScript("antivirus.sh", "start") == 0;
+    const bool updated = Update() && host::daemons::RunControlScript("antivirus.sh", "start") == 0;
     (void)unlink(pidFile.c_str());
     return updated ? 0 : -1;
 }

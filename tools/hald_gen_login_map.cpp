@@ -7,7 +7,7 @@
 
 int main()
 {
-    if (host::RebuildLists({host::LoginFiles}) == 0) return EXIT_SUCCESS;
+    if (host::save::RebuildLists({host::render::LoginFiles}) == 0) return EXIT_SUCCESS;
 
     std::fprintf(stderr, "hald_gen_login_map: failed, see the system log\n");
     return EXIT_FAILURE;

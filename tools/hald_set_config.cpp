@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "host/libmailvane/pages/key_pairs.h"
+#include "host/libmailvane/render/alias_maps.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/restore.h"
 #include "host/libmailvane/save/transaction.h"
@@ -22,7 +23,7 @@ namespace {
 
 int RebuildAliases()
 {
-    return host::RebuildLists({host::AliasFiles});
+    return host::save::RebuildLists({host::render::AliasFiles});
 }
 
 /// One of the two is set: a command takes an argument or none.
@@ -33,10 +34,14 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"alias", RebuildAliases, nullptr},         {"render", host::RenderAll, nullptr},
-    {"apply", host::ApplyStored, nullptr},      {"recover", host::RecoverAll, nullptr},
-    {"rollback", nullptr, host::RollBack},      {"restore", nullptr, host::RestoreState},
-    {"tls", nullptr, host::ReplaceCertificate}, {"dkim", nullptr, host::RestoreKeyPair},
+    {"alias", RebuildAliases, nullptr},
+    {"render", host::save::RenderAll, nullptr},
+    {"apply", host::save::ApplyStored, nullptr},
+    {"recover", host::save::RecoverAll, nullptr},
+    {"rollback", nullptr, host::save::RollBack},
+    {"restore", nullptr, host::save::RestoreState},
+    {"tls", nullptr, host::save::ReplaceCertificate},
+    {"dkim", nullptr, host::pages::RestoreKeyPair},
 };
 
 }  // namespace

@@ -2,17 +2,17 @@
 #include <tuple>
 
 #include "host/libhaldcore/lock.h"
+#include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/account_databases.h"
-#include "host/libmailvane/render/alias_expansion.h"
-#include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "tests/host/machine.h"
 
 namespace {
 
-using host::AliasTable;
+using host::stores::AliasTable;
 
 class Aliases : public Machine {
 protected:
@@ -22,10 +22,10 @@ protected:
     std::string Imported(AliasTable& table, const std::string& text) const
     {
         Write(File(), text);
-        std::vector<host::AliasEntry> aliases;
-        if (!host::ReadAliasText(File(), table, aliases)) return "refused";
+        std::vector<host::stores::AliasEntry> aliases;
+        if (!host::stores::ReadAliasText(File(), table, aliases)) return "refused";
         table.Replace(aliases);
-        return host::AliasText(table);
+        return host::stores::AliasText(table);
     }
 
     /// The recipients of an alias of a table made from this text.
@@ -33,14 +33,14 @@ protected:
     {
         AliasTable table;
         EXPECT_EQ(Imported(table, text), text);
-        host::AliasExpansion expansion(
+        host::render::AliasExpansion expansion(
             table, {"mv.test", "Two.test"}, [](const std::string& group) {
                 if (group == "down") throw std::runtime_error(group);
                 return group == "staff" ? std::vector<std::string>{"alice", "sales", "a b", "bob"}
                                         : std::vector<std::string>();
             });
         expansion.AddRole("root", "alice");
-        const host::Recipients found = expansion.Expand(*table.Find(alias));
+        const host::render::Recipients found = expansion.Expand(*table.Find(alias));
         std::string names;
         for (const auto& list : {found.users, found.outside}) {
             for (const std::string& name : list) names += name + " ";
@@ -52,15 +52,15 @@ protected:
 TEST_F(Aliases, HaveNamesThatAreLocalParts)
 {
     for (const char* name : {"a", "A.b-c_d+e=f&g'h~i$j", "_x"}) {
-        EXPECT_TRUE(host::IsLocalPart(name)) << name;
+        EXPECT_TRUE(host::names::IsLocalPart(name)) << name;
     }
-    EXPECT_TRUE(host::IsLocalPart(std::string(64, 'a')));
+    EXPECT_TRUE(host::names::IsLocalPart(std::string(64, 'a')));
     for (const char* name : {"", "a b", "x\ny", "\"; drop", "\xe4", "a@b", "a:b", "a,b", "#a", "-a",
                              ".a", "a.", "a..b", "a%b", "a/b", "|a", "\\a", "a\t"}) {
-        EXPECT_FALSE(host::IsLocalPart(name)) << name;
+        EXPECT_FALSE(host::names::IsLocalPart(name)) << name;
     }
-    EXPECT_FALSE(host::IsLocalPart(std::string(65, 'a')));
-    EXPECT_FALSE(host::IsLocalPart(std::string("a\0b", 3)));
+    EXPECT_FALSE(host::names::IsLocalPart(std::string(65, 'a')));
+    EXPECT_FALSE(host::names::IsLocalPart(std::string("a\0b", 3)));
 }
 
 TEST_F(Aliases, HaveMembersOfFourKinds)
@@ -73,8 +73,8 @@ TEST_F(Aliases, HaveMembersOfFourKinds)
         {4, {}, {"bob"}},
     };
     for (const auto& [type, good, bad] : rows) {
-        for (const auto& name : good) EXPECT_EQ(host::MemberFault({name, type}), "") << name;
-        for (const auto& name : bad) EXPECT_NE(host::MemberFault({name, type}), "") << name;
+        for (const auto& name : good) EXPECT_EQ(host::names::MemberFault({name, type}), "") << name;
+        for (const auto& name : bad) EXPECT_NE(host::names::MemberFault({name, type}), "") << name;
     }
 }
 
@@ -128,10 +128,10 @@ TEST_F(Aliases, TakeChangesWholeOrNotAtAll)
     EXPECT_NE(table.Rename("a", "B"), "");
     EXPECT_NE(table.Rename("a", "x y"), "");
     EXPECT_EQ(table.Rename("a", "A"), "");
-    EXPECT_EQ(host::AliasText(table), "A: bob, dora, %dora, A, b\nb: A\nc:\n");
+    EXPECT_EQ(host::stores::AliasText(table), "A: bob, dora, %dora, A, b\nb: A\nc:\n");
     EXPECT_EQ(table.Rename("A", "z"), "");
     table.Delete({"b", "none"});
-    EXPECT_EQ(host::AliasText(table), "z: bob, dora, %dora, z\nc:\n");
+    EXPECT_EQ(host::stores::AliasText(table), "z: bob, dora, %dora, z\nc:\n");
 }
 
 TEST_F(Aliases, ReachEachRecipientOnceWithoutLoops)
@@ -163,28 +163,28 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     ASSERT_TRUE(host::MakeDirectories(host::Path("/run"), 0755));
     const host::ScopedLock lock;
     bool exchanged = false;
-    ASSERT_EQ(host::HealAccountData({"local", ""}, exchanged), 0);
+    ASSERT_EQ(host::stores::HealAccountData({"local", ""}, exchanged), 0);
 
-    AliasTable table(host::ReadAliases());
+    AliasTable table(host::stores::ReadAliases());
     const std::string first = "a: bob, x@y.example\nb: a, %staff\nc:\n";
     ASSERT_EQ(Imported(table, first), first);
-    host::ChangeAliases(table.Pending());
-    AliasTable again(host::ReadAliases());
-    EXPECT_EQ(host::AliasText(again), first);
+    host::stores::ChangeAliases(table.Pending());
+    AliasTable again(host::stores::ReadAliases());
+    EXPECT_EQ(host::stores::AliasText(again), first);
 
     // Names change places, which a store of one row after the other could not take.
     EXPECT_EQ(again.Rename("a", "t"), "");
     EXPECT_EQ(again.Rename("c", "A"), "");
     EXPECT_EQ(again.Rename("t", "c"), "");
     EXPECT_EQ(again.Add("d", {{"dora", 0}}), "");
-    host::ChangeAliases(again.Pending());
+    host::stores::ChangeAliases(again.Pending());
     const std::string second = "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n";
-    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), second);
+    EXPECT_EQ(host::stores::AliasText(AliasTable(host::stores::ReadAliases())), second);
 
-    host::AliasChange clash;
+    host::stores::AliasChange clash;
     clash.added = {{90, "new", {}}, {91, "B", {}}};
-    EXPECT_THROW(host::ChangeAliases(clash), std::exception);
-    EXPECT_EQ(host::AliasText(AliasTable(host::ReadAliases())), second);
+    EXPECT_THROW(host::stores::ChangeAliases(clash), std::exception);
+    EXPECT_EQ(host::stores::AliasText(AliasTable(host::stores::ReadAliases())), second);
 }
 
 }  // namespace

@@ -21,10 +21,10 @@
 
 namespace {
 
-using host::Check;
-using host::CheckWord;
-using host::Finding;
-using host::StoredSettings;
+using host::selfcheck::Check;
+using host::selfcheck::CheckWord;
+using host::selfcheck::Finding;
+using host::settings::StoredSettings;
 using std::chrono::seconds;
 
 TEST(SelfCheckTable, StandsInTheDocumentRowByRow)
@@ -35,11 +35,11 @@ TEST(SelfCheckTable, StandsInTheDocumentRowByRow)
     for (std::string line; std::getline(document, line);) {
         if (line.rfind("| `", 0) == 0) rows.push_back(line);
     }
-    for (const Check& check : host::AllChecks()) {
+    for (const Check& check : host::selfcheck::AllChecks()) {
         std::istringstream names(check.settings == nullptr ? "" : check.settings);
         std::string off;
         for (std::string name; names >> name;) {
-            EXPECT_NE(nullptr, host::FindSetting(name)) << check.key;
+            EXPECT_NE(nullptr, host::settings::FindSetting(name)) << check.key;
             off += (off.empty() ? "`" : ", `") + name + "`";
         }
         wanted.push_back("| `" + std::string(check.key) + "` | " + check.meaning + " | " + off +
@@ -75,13 +75,14 @@ Check Row(Run run, const char* settings = nullptr)
 /// What is found at the default settings.
 std::vector<Finding> FindingsOf(const std::vector<Check>& checks)
 {
-    return host::RunChecks(checks, StoredSettings());
+    return host::selfcheck::RunChecks(checks, StoredSettings());
 }
 
 std::vector<std::string> Words(const std::vector<Finding>& findings)
 {
     std::vector<std::string> words;
-    for (const Finding& finding : findings) words.emplace_back(host::Spelling(finding.word));
+    for (const Finding& finding : findings)
+        words.emplace_back(host::selfcheck::Spelling(finding.word));
     return words;
 }
 
@@ -173,7 +174,8 @@ TEST(SelfCheckGreeting, TellsAMailServiceFromOthers)
     };
     for (const auto& [setting, greeting, want] : rows) {
         const Server server(greeting);
-        EXPECT_EQ(want, host::CheckGreeting(server.At(setting), setting).word) << greeting;
+        EXPECT_EQ(want, host::selfcheck::CheckGreeting(server.At(setting), setting).word)
+            << greeting;
     }
 }
 
@@ -186,7 +188,7 @@ TEST(SelfCheckOpenRelay, FailsWhenAStrangerIsLetThrough)
     for (const auto& [reply, want] : rows) {
         for (const int family : {AF_INET, AF_INET6}) {
             const Server server("220 hello\r\n", reply, family);
-            EXPECT_EQ(want, host::CheckOpenRelay(server.At("smtp_port"), nullptr).word)
+            EXPECT_EQ(want, host::selfcheck::CheckOpenRelay(server.At("smtp_port"), nullptr).word)
                 << reply << family;
         }
     }

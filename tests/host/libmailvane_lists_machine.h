@@ -13,11 +13,12 @@ protected:
     {
         Machine::SetUp();
         Write(host::PackagePath("etc/mailvane.conf"), "account_type=\"local\"\n");
-        for (const auto which : {host::AccountDatabase::kAlias, host::AccountDatabase::kMailvane}) {
-            const host::AccountStore& store = host::StoreOf(which);
+        for (const auto which :
+             {host::stores::AccountDatabase::kAlias, host::stores::AccountDatabase::kMailvane}) {
+            const host::stores::AccountStore& store = host::stores::StoreOf(which);
             const std::string path = host::PackagePath(store.live);
-            ASSERT_TRUE(host::CreateAccountDatabase(path, store.schema, {"local", ""}));
-            host::Stamp(path, store.schema, {"local", ""});
+            ASSERT_TRUE(host::stores::CreateAccountDatabase(path, store.schema, {"local", ""}));
+            host::stores::Stamp(path, store.schema, {"local", ""});
         }
     }
 

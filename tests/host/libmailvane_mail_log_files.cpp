@@ -30,7 +30,7 @@ void UseEverything(MailLog&& log)
 
 TEST_F(LogFiles, OnlyDatabasesOfTheTwoFoldersAreOpened)
 {
-    const std::string folder = host::MailLogFolder() + "/";
+    const std::string folder = host::maillog::MailLogFolder() + "/";
     const std::string outside = host::PackagePath("target/etc/outside.db");
     Open().exec("VACUUM INTO '" + outside + "'");
     fs::copy_file(outside, folder + "2026-10.db");
@@ -66,8 +66,8 @@ TEST_F(LogFiles, DamageAnywhereIsAnErrorAtMost)
     Store(
         "WITH RECURSIVE n (i) AS (VALUES (0) UNION ALL SELECT i + 1 FROM n WHERE i < 300) "
         "SELECT 'q' || i, 'm' || i, 's', i, i, i % 4, 'a@secret' || i, 'b' FROM n");
-    const std::string whole = host::MailLogFolder() + "/whole.db";
-    const std::string torn = host::MailLogFolder() + "/torn.db";
+    const std::string whole = host::maillog::MailLogFolder() + "/whole.db";
+    const std::string torn = host::maillog::MailLogFolder() + "/torn.db";
     Open().exec("VACUUM INTO '" + whole + "'");
     const std::string bytes = Contents(whole);
     const std::string path = "/var/packages/Mailvane/target/etc/maillog/torn.db";
@@ -106,7 +106,7 @@ TEST_F(LogFiles, ClearingLeavesNoTraceInTheFilesAndKeepsThePlaceInTheLog)
     EXPECT_EQ(log.getLogNum(LogFilter()), 0);
     std::string text = "secret";
     EXPECT_EQ(log.getLogNum(text), 0);
-    for (const auto& file : fs::directory_iterator(host::MailLogLiveFolder())) {
+    for (const auto& file : fs::directory_iterator(host::maillog::MailLogLiveFolder())) {
         EXPECT_EQ(Contents(file.path()).find("secret"), std::string::npos) << file.path();
     }
     EXPECT_EQ(collector.execAndGet("SELECT count(*) FROM position").getInt(), 1);

@@ -10,16 +10,20 @@ protected:
     void SetUp() override
     {
         Machine::SetUp();
-        for (const std::string& folder : {host::MailLogFolder(), host::MailLogLiveFolder()}) {
+        for (const std::string& folder :
+             {host::maillog::MailLogFolder(), host::maillog::MailLogLiveFolder()}) {
             ASSERT_TRUE(host::MakeDirectories(folder, 0755));
         }
         std::filesystem::create_symlink("../maillog.live/maillog.db",
-                                        host::MailLogFolder() + "/maillog.db");
+                                        host::maillog::MailLogFolder() + "/maillog.db");
         (void)Open();
     }
 
     /// The current database as the collector opens it.
-    static SQLite::Database Open() { return host::OpenMailLogForChange(host::MailLogLivePath()); }
+    static SQLite::Database Open()
+    {
+        return host::maillog::OpenMailLogForChange(host::maillog::MailLogLivePath());
+    }
 
     /// Stores entries: `values` is "(queue_id, message_id, subject, date, size, status, mail_to,
     /// mail_from), ..." or a query of these.

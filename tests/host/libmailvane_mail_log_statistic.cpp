@@ -65,7 +65,7 @@ TEST_F(Totals, HavePeriodsOfTheMachinesTimeZone)
         std::tm end{};
         (void)::strptime(row.end, "%Y-%m-%d %R", &end);
         end.tm_isdst = -1;
-        const auto bounds = host::PeriodBounds(std::mktime(&end), row.scale);
+        const auto bounds = host::maillog::PeriodBounds(std::mktime(&end), row.scale);
         ASSERT_EQ(bounds.size(), static_cast<std::size_t>(row.scale) + 1);
         EXPECT_EQ(text(bounds.front()), row.first);
         EXPECT_EQ(text(bounds.back()), row.last);

@@ -24,12 +24,12 @@ protected:
 
     std::string StorePath() const { return host::PackagePath("etc/personal/alice.json"); }
 
-    host::MailAccount alice;
+    host::system::MailAccount alice;
 };
 
-std::string Script(const host::PersonalSettings& settings)
+std::string Script(const host::stores::PersonalSettings& settings)
 {
-    const std::string script = host::RenderPersonalScript(settings);
+    const std::string script = host::render::RenderPersonalScript(settings);
     return script.substr(std::min(script.find("];\n") + 3, script.size()));
 }
 
@@ -55,25 +55,26 @@ TEST_F(PersonalSettingsTest, NeedAMailUserWithAHome)
 
 TEST_F(PersonalSettingsTest, ComeBackAsTheyWereStored)
 {
-    host::PersonalSettings settings;
+    host::stores::PersonalSettings settings;
     settings.forward = settings.keepCopy = settings.reply = true;
     settings.forwardAddress = "x@y.test";
     settings.replyEnd = std::int64_t{1} << 40;
     settings.generalReply = {"\"Grüße\"", "a\n\\b"};
     settings.senderReplies = {{"b@y.test", {"s", "m"}}, {"A@y.test", {"t", "n"}}};
-    ASSERT_TRUE(host::WritePersonalSettings(alice, settings));
-    auto stored = host::ReadPersonalSettings(alice);
+    ASSERT_TRUE(host::stores::WritePersonalSettings(alice, settings));
+    auto stored = host::stores::ReadPersonalSettings(alice);
     ASSERT_TRUE(stored);
-    EXPECT_EQ(host::RenderPersonalScript(*stored), host::RenderPersonalScript(settings));
-    EXPECT_EQ(host::FindSenderReply(*stored, "a@Y.test"), &stored->senderReplies[1]);
+    EXPECT_EQ(host::render::RenderPersonalScript(*stored),
+              host::render::RenderPersonalScript(settings));
+    EXPECT_EQ(host::stores::FindSenderReply(*stored, "a@Y.test"), &stored->senderReplies[1]);
     EXPECT_EQ(Mode(StorePath()), 0600U);
 
     // Somebody else who got the name does not get the settings.
     ++alice.uid;
-    EXPECT_TRUE(host::ReadPersonalSettings(alice)->forwardAddress.empty());
+    EXPECT_TRUE(host::stores::ReadPersonalSettings(alice)->forwardAddress.empty());
     for (const char* damage : {"", "[]", R"({"uid": {}})"}) {
         Write(StorePath(), damage);
-        EXPECT_FALSE(host::ReadPersonalSettings(alice)) << damage;
+        EXPECT_FALSE(host::stores::ReadPersonalSettings(alice)) << damage;
     }
 }
 
@@ -89,9 +90,9 @@ TEST(PersonalScript, TakesTextsForNothingButText)
         {"", std::string(16385, 'm'), "refused"},
     };
     for (const auto& [subject, message, script] : rows) {
-        host::PersonalSettings settings;
+        host::stores::PersonalSettings settings;
         settings.reply = true;
-        const auto reply = host::StorableReply(subject, message);
+        const auto reply = host::stores::StorableReply(subject, message);
         if (reply) settings.generalReply = *reply;
         EXPECT_NE((reply ? Script(settings) : "refused").find(script), std::string::npos) << script;
     }
@@ -106,8 +107,8 @@ TEST(PersonalScript, AnswersWithinThePeriodAndForwards)
         {0, 1795267199, since + R"("lt" "iso8601" "2026-11-21T13:20:00"))"},
         {0, INT64_MAX, since + R"("lt" "iso8601" "9999-12-31T23:59:59"))"},
     };
-    host::PersonalSettings settings;
-    EXPECT_EQ(host::RenderPersonalScript(settings), "");
+    host::stores::PersonalSettings settings;
+    EXPECT_EQ(host::render::RenderPersonalScript(settings), "");
     settings.reply = true;
     settings.senderReplies = {{"b@y.test", {"s", "m"}}};
     const std::string sender = R"( elsif address :is "from" "b@y.test" {)";

@@ -4,8 +4,8 @@
 #include <ctime>
 #include <sstream>
 
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/pages/reporter.h"
+#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/reporter.h"
 #include "tests/host/machine.h"
 #include "tools/report/letter.h"
@@ -56,7 +56,8 @@ TEST_F(ReportTest, SettingsComeBackAndOnlyRootReadsThem)
     EXPECT_EQ(stored.GetSMTP().password, smtp.password);
     EXPECT_EQ(stored.GetSender().name, "\"Jörg\"");
     EXPECT_EQ(Mode(host::PackagePath("etc/report.conf")), 0600U);
-    EXPECT_EQ(host::ReportRecipients(" a@b ;,c@d,"), (std::vector<std::string>{"a@b", "c@d"}));
+    EXPECT_EQ(host::pages::ReportRecipients(" a@b ;,c@d,"),
+              (std::vector<std::string>{"a@b", "c@d"}));
     for (const char* bad : {"a", "a@b.test\nx", "a@b.test, <c@d.test>"}) {
         EXPECT_THROW(reporter.SetRcpt(bad), std::exception) << bad;
     }

@@ -16,7 +16,6 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/save/transaction.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
 
@@ -53,7 +52,7 @@ int InRequest(const std::function<int()>& body)
 /// What the next writer does first.
 int Recover()
 {
-    return InRequest([] { return host::WriteScope().ok() ? 0 : -1; });
+    return InRequest([] { return host::save::WriteScope().ok() ? 0 : -1; });
 }
 
 /// A request that changes settings of the SMTP server.
@@ -135,7 +134,7 @@ protected:
                       "[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; }\n");
             chmod(script.c_str(), 0755);
         }
-        ASSERT_EQ(InRequest(host::RenderAll), 0);
+        ASSERT_EQ(InRequest(host::save::RenderAll), 0);
         // The first request makes the account databases and what follows from them.
         ASSERT_EQ(Rename("old.example"), 0);
         fs::remove(kCalls);
@@ -240,10 +239,10 @@ TEST_F(SaveTransaction, ADaemonThatDoesNotComeUpAfterAKillDoesNotBlockTheSaveTha
 TEST_F(SaveTransaction, ASaveKilledBeforeItsCommitLeavesNothingBehind)
 {
     const auto before = Everything();
-    const std::string current = host::CurrentGeneration();
+    const std::string current = host::generation::CurrentGeneration();
     // What a kill between the mark and the commit leaves: the mark and a whole generation.
-    fs::copy(host::GenerationDirectory(current), host::GenerationDirectory("gen-000099"),
-             fs::copy_options::recursive);
+    fs::copy(host::generation::GenerationDirectory(current),
+             host::generation::GenerationDirectory("gen-000099"), fs::copy_options::recursive);
     WriteFile(kPackage / "etc/generated/pending", "before=\"" + current + "\"\n");
 
     EXPECT_EQ(Recover(), 0);
@@ -256,7 +255,7 @@ TEST_F(SaveTransaction, KeepsAFileThatSomebodyEditedAside)
 {
     const fs::path main = kPackage / "etc/generated/current/postfix/main.cf";
     const std::string edited = ReadText(main) + "relayhost = edited.example\n";
-    const std::string generation = host::CurrentGeneration();
+    const std::string generation = host::generation::CurrentGeneration();
     fs::remove(main);
     WriteFile(main, edited);
     EXPECT_EQ(RequireHelo(), 0);

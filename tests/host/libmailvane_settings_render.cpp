@@ -10,8 +10,8 @@
 
 namespace {
 
-using host::RenderContext;
-using host::StoredSettings;
+using host::render::RenderContext;
+using host::settings::StoredSettings;
 
 /// Settings that differ from the defaults by some.
 StoredSettings With(std::initializer_list<std::pair<const char*, const char*>> changes)
@@ -34,7 +34,7 @@ std::string Parameter(const std::string& text, const std::string& name)
 
 std::string MainOf(const StoredSettings& settings)
 {
-    return host::RenderPostfixMain(settings, RenderContext());
+    return host::render::RenderPostfixMain(settings, RenderContext());
 }
 
 TEST(RenderPostfix, EachSettingShowsInItsParameter)
@@ -81,7 +81,7 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
             EXPECT_EQ(relay.substr(relay.rfind(' ') + 1), "reject_unauth_destination");
             EXPECT_EQ(Parameter(main, "mynetworks_style"), " host");
 
-            const std::string master = host::RenderPostfixMaster(settings, RenderContext());
+            const std::string master = host::render::RenderPostfixMaster(settings, RenderContext());
             const std::string rule = "smtpd_relay_restrictions=permit_sasl_authenticated,reject\n";
             EXPECT_NE(master.find(rule), master.rfind(rule)) << "of two ports: " << master;
         }
@@ -90,8 +90,8 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
 
 TEST(RenderPostfix, LoginsOfAWindowsDomainAreKnownWithAndWithoutIt)
 {
-    const std::string rule =
-        host::RenderLoginRule(With({{"account_type", "win"}, {"win_domain_short_name", "CORP"}}));
+    const std::string rule = host::render::RenderLoginRule(
+        With({{"account_type", "win"}, {"win_domain_short_name", "CORP"}}));
     EXPECT_EQ(rule.substr(rule.rfind("/ ")), "/ ${1}, CORP\\${1}\n");
 }
 
@@ -103,7 +103,7 @@ TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
               " localhost, mail.example.org, example.org, second.example");
 
     // The rule as PCRE reads it: one line, `/pattern/ result`.
-    const std::string rule = host::RenderLoginRule(settings);
+    const std::string rule = host::render::RenderLoginRule(settings);
     const std::regex pattern(rule.substr(1, rule.rfind('/') - 1));
     const std::pair<std::string, const char*> rows[] = {
         {"alice@example.org", "alice"},         {"alice+news@second.example", "alice"},
@@ -119,7 +119,8 @@ TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
 
 TEST(RenderScanner, QuotesTheSubjectTag)
 {
-    const std::string text = host::RenderScanner(With({{"spam_subject_tag", "\\'; die; '"}}));
+    const std::string text =
+        host::render::RenderScanner(With({{"spam_subject_tag", "\\'; die; '"}}));
     EXPECT_NE(text.find("\n$sa_spam_subject_tag = '\\\\\\'; die; \\' ';\n"), std::string::npos);
 }
 

@@ -5,18 +5,18 @@
 #include <tuple>
 
 #include "host/libhaldcore/mail_services.h"
-#include "host/libmailvane/settings/settings_table.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/settings/settings_table.h"
 
 namespace {
 
-using host::AllSettings;
-using host::FindSetting;
-using host::SettingAccepts;
+using host::settings::AllSettings;
+using host::settings::FindSetting;
+using host::settings::SettingAccepts;
 
 TEST(SettingsTable, HasEachNameOnceWithADefaultThatItsSettingTakes)
 {
-    for (const host::SettingInfo& setting : AllSettings()) {
+    for (const host::settings::SettingInfo& setting : AllSettings()) {
         EXPECT_EQ(FindSetting(setting.name), &setting);
         EXPECT_TRUE(SettingAccepts(setting, setting.fallback)) << setting.name;
     }
@@ -55,7 +55,7 @@ TEST(SettingsTable, RefusesWhatWouldBreakAGeneratedFile)
     };
     for (const auto& [name, good, bad] : rows) {
         SCOPED_TRACE(name);
-        const host::SettingInfo& setting = *FindSetting(name);
+        const host::settings::SettingInfo& setting = *FindSetting(name);
         for (const auto& value : good) EXPECT_TRUE(SettingAccepts(setting, value)) << value;
         for (const auto& value : bad) EXPECT_FALSE(SettingAccepts(setting, value)) << value;
     }
@@ -64,13 +64,13 @@ TEST(SettingsTable, RefusesWhatWouldBreakAGeneratedFile)
 TEST(MailAddress, HoldsNothingThatAMapOrAPageWouldTakeForSyntax)
 {
     for (const char* text : {"alice", "alice+lists@example.org", "j\xc3\xbcrgen@example.org"}) {
-        EXPECT_TRUE(host::IsMailAddress(text)) << text;
+        EXPECT_TRUE(host::names::IsMailAddress(text)) << text;
     }
     for (const char* text : {"", "@example.org", "alice@", "alice@@example.org", "a b@example.org",
                              "a@b.example\nroot", "<script>@example.org", "a,b@example.org",
                              "|/bin/sh", "/dev/null", ":include:/etc/passwd",
                              "\"; drop@example.org", "alice@exa mple.org", "al\xff@example.org"}) {
-        EXPECT_FALSE(host::IsMailAddress(text)) << text;
+        EXPECT_FALSE(host::names::IsMailAddress(text)) << text;
     }
 }
 

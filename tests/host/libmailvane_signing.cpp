@@ -6,14 +6,16 @@
 #include <set>
 
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/render/postfix.h"
 #include "platform/mailvane/rsa_key.h"
 #include "tests/host/machine.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using host::StoredSettings;
+using host::settings::StoredSettings;
 
 const char kPrivate[] = "/var/packages/Mailvane/etc/dkim.key//dkim.private";
 const char kPublic[] = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
@@ -135,7 +137,7 @@ TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
         for (const char* name : {"enable_dkim", "enable_dmarc", "spam_enable"}) {
             settings.Set(name, row.on.find(name) == std::string::npos ? "no" : "yes");
         }
-        const std::string main = host::RenderPostfixMain(settings, {});
+        const std::string main = host::render::RenderPostfixMain(settings, {});
         for (const auto& [name, value] : {std::pair("\nsmtpd_milters =", row.smtp),
                                           {"\nsubmission_milters =", row.submission},
                                           {"\nnon_smtpd_milters =", row.local}}) {
@@ -151,7 +153,7 @@ TEST(Filters, SpfIsAskedLast)
     settings.Set("enable_spf_check", "yes");
     settings.Set("spam_dnsbl_enable", "yes");
     settings.blocklists = {{"bl.example", "rbl_client"}};
-    const std::string main = host::RenderPostfixMain(settings, {});
+    const std::string main = host::render::RenderPostfixMain(settings, {});
     EXPECT_NE(main.find("bl.example=127.0.[0..255].[0..255], "
                         "check_policy_service unix:private/policyd-spf\n"),
               std::string::npos)

@@ -37,7 +37,7 @@ protected:
         for (const auto& entry : fs::recursive_directory_iterator(etc)) {
             const std::string name = entry.path().string().substr(etc.size());
             const std::string top = name.substr(0, name.find('/'));
-            if (entry.is_regular_file() && (host::IsStoredData(top) || top == "lock")) {
+            if (entry.is_regular_file() && (host::save::IsStoredData(top) || top == "lock")) {
                 files[name] = Contents(entry.path());
             }
         }
@@ -49,16 +49,16 @@ protected:
 
 TEST_F(StoredData, IsExchangedWholeAndWhatItReplacedIsKept)
 {
-    ASSERT_TRUE(host::BeginExchange(etc + "staged", true));
+    ASSERT_TRUE(host::save::BeginExchange(etc + "staged", true));
     const std::map<std::string, std::string> wanted{{"alias.db", "new"},
                                                     {"lock", "old"},
                                                     {"mailvane.db", "new"},
                                                     {"rules/mine.cf", "new"},
                                                     {"tls/key.pem", "new"}};
     EXPECT_EQ(Stored(), wanted);
-    EXPECT_TRUE(host::ExchangeIsUnderWay());
-    host::KeepExchange();
-    EXPECT_FALSE(host::ExchangeIsUnderWay());
+    EXPECT_TRUE(host::save::ExchangeIsUnderWay());
+    host::save::KeepExchange();
+    EXPECT_FALSE(host::save::ExchangeIsUnderWay());
     EXPECT_EQ(Contents(etc + "replaced/tls/key.pem"), "old");
     EXPECT_EQ(Contents(etc + "replaced/attachment_types"), "old");
 }
@@ -70,7 +70,7 @@ TEST_F(StoredData, ExchangesSingleThingsAlone)
     for (const char* name : {"alias.db", "mailvane.db", "rules", "mailvane.conf"}) {
         fs::remove_all(etc + "staged/" + name);
     }
-    ASSERT_TRUE(host::BeginExchange(etc + "staged", false));
+    ASSERT_TRUE(host::save::BeginExchange(etc + "staged", false));
     EXPECT_EQ(Stored(), wanted);
 }
 
@@ -86,15 +86,15 @@ TEST_F(StoredData, IsTakenBackFromWhereverAKillLeftIt)
         {"exchange/old/attachment_types", "attachment_types"},
         {"alias.db", "exchange/new/alias.db"}};
     for (std::size_t undone = 0; undone <= std::size(moves); ++undone) {
-        ASSERT_TRUE(host::BeginExchange(etc + "staged", true));
+        ASSERT_TRUE(host::save::BeginExchange(etc + "staged", true));
         for (std::size_t i = 0; i < undone; ++i) {
             fs::rename(etc + moves[i].first, etc + moves[i].second);
         }
         for (const char* time : {"once", "again"}) {
-            EXPECT_TRUE(host::TakeExchangeBack()) << undone << time;
+            EXPECT_TRUE(host::save::TakeExchangeBack()) << undone << time;
             EXPECT_EQ(Stored(), before) << undone << time;
         }
-        host::DropExchange();
+        host::save::DropExchange();
         Stage();
     }
 }

@@ -40,9 +40,9 @@ extern "C" int unlink(const char* path) noexcept
 namespace {
 
 namespace fs = std::filesystem;
-using host::AccountCombination;
-using host::AccountDatabase;
-using host::StoreOf;
+using host::settings::AccountCombination;
+using host::stores::AccountDatabase;
+using host::stores::StoreOf;
 
 const AccountCombination kOld{"local", ""};
 const AccountCombination kNew{"ldap", "example.com"};
@@ -73,9 +73,9 @@ std::string Parked(const AccountCombination& owner, AccountDatabase which)
 /// Makes a database of `owner` that can be told from every other by `mark`.
 void MakeDatabase(const std::string& path, const AccountCombination& owner, const std::string& mark)
 {
-    const host::Schema schema = StoreOf(kAlias).schema;
-    ASSERT_TRUE(host::CreateAccountDatabase(path, schema, owner));
-    host::Stamp(path, schema, owner);
+    const host::system::Schema schema = StoreOf(kAlias).schema;
+    ASSERT_TRUE(host::stores::CreateAccountDatabase(path, schema, owner));
+    host::stores::Stamp(path, schema, owner);
     SQLite::Database(path, SQLite::OPEN_READWRITE)
         .exec("CREATE TABLE mark (text TEXT); INSERT INTO mark VALUES ('" + mark + "')");
 }
@@ -171,7 +171,7 @@ protected:
     void SwitchAndSave(const AccountCombination& from, const AccountCombination& to)
     {
         for (const auto& step : Switch(from, to)) step();
-        EXPECT_EQ(0, host::ForgetParkedAlwaysBcc(to));
+        EXPECT_EQ(0, host::stores::ForgetParkedAlwaysBcc(to));
         Heal(to);
     }
 
@@ -179,11 +179,11 @@ protected:
     static void Heal(const AccountCombination& stored)
     {
         bool exchanged = false;
-        if (!host::AccountDataIsSound(stored)) {
-            EXPECT_EQ(0, host::HealAccountData(stored, exchanged));
+        if (!host::stores::AccountDataIsSound(stored)) {
+            EXPECT_EQ(0, host::stores::HealAccountData(stored, exchanged));
         }
-        EXPECT_TRUE(host::AccountDataIsSound(stored));
-        EXPECT_EQ(0, host::HealAccountData(stored, exchanged));
+        EXPECT_TRUE(host::stores::AccountDataIsSound(stored));
+        EXPECT_EQ(0, host::stores::HealAccountData(stored, exchanged));
         EXPECT_FALSE(exchanged);
     }
 
@@ -223,7 +223,7 @@ TEST_F(AccountData, SurvivesAKillAtAnyMomentOfTheHealing)
     const std::string elsewhere = OtherFileSystem();
     const auto heal = [] {
         bool exchanged = false;
-        (void)host::HealAccountData(kOld, exchanged);
+        (void)host::stores::HealAccountData(kOld, exchanged);
     };
     for (const bool otherDisk : {false, true}) {
         bool finished = false;
@@ -320,7 +320,8 @@ TEST_F(AccountData, NeverMixesAJournalWithAnotherDatabase)
     const std::string live = Live(kAlias);
     Prepare(false);
     LeaveHalfATransaction(live);
-    EXPECT_FALSE(host::AccountDataIsSound(kOld)) << "moved as it is, it would lose its journal";
+    EXPECT_FALSE(host::stores::AccountDataIsSound(kOld))
+        << "moved as it is, it would lose its journal";
     Heal(kOld);
     EXPECT_EQ("old alias", MarkOf(live));
 
@@ -335,9 +336,9 @@ TEST_F(AccountData, BringsBackTheCopyAddressAlone)
 {
     Prepare(false);
     WriteBcc(Parked(kOld, "_alwaysBCC"), "true@a");
-    EXPECT_FALSE(host::AccountDataIsSound(kOld));
+    EXPECT_FALSE(host::stores::AccountDataIsSound(kOld));
     bool exchanged = false;
-    EXPECT_EQ(0, host::HealAccountData(kOld, exchanged));
+    EXPECT_EQ(0, host::stores::HealAccountData(kOld, exchanged));
     EXPECT_TRUE(exchanged);
     EXPECT_EQ("smtp_port=\"25\"\nalways_bcc=\"true@a\"\n", Contents(settings));
 }
@@ -347,10 +348,10 @@ TEST_F(AccountData, IsLeftAloneWithoutTheLockOrASafeName)
     Prepare(false);
     bool exchanged = true;
     for (const char* domain : {"a/b", "a\nb", ".."}) {
-        EXPECT_EQ(-1, host::HealAccountData({"local", domain}, exchanged)) << domain;
+        EXPECT_EQ(-1, host::stores::HealAccountData({"local", domain}, exchanged)) << domain;
     }
     lock.reset();
-    EXPECT_EQ(-1, host::HealAccountData(kNew, exchanged));
+    EXPECT_EQ(-1, host::stores::HealAccountData(kNew, exchanged));
     EXPECT_FALSE(exchanged);
     EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
 }

@@ -7,9 +7,9 @@
 
 namespace {
 
-using host::OpenForChange;
-using host::OpenForReading;
-using host::Schema;
+using host::system::OpenForChange;
+using host::system::OpenForReading;
+using host::system::Schema;
 
 constexpr const char* kFirst[] = {"CREATE TABLE item (name TEXT)"};
 constexpr const char* kSecond[] = {kFirst[0], "ALTER TABLE item ADD COLUMN size INT DEFAULT 7"};

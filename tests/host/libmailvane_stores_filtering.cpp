@@ -1,8 +1,9 @@
 // What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
-#include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/names/spam_rule_text.h"
+#include "host/libmailvane/render/black_white_files.h"
+#include "host/libmailvane/save/rebuild_lists.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 #include "tests/host/libmailvane_lists_machine.h"
@@ -47,7 +48,7 @@ TEST(RuleLines, AreRulesAndNothingElse)
         "describe ZEBRA It's about $zebras, `again`",
         "tflags ZEBRA nice noautolearn maxhits=3",
     };
-    for (const char* line : rules) EXPECT_EQ(host::FaultOfRuleLine(line), "") << line;
+    for (const char* line : rules) EXPECT_EQ(host::names::FaultOfRuleLine(line), "") << line;
 
     const char* const others[] = {
         "LoadPlugin Evil /tmp/evil.pm",
@@ -70,9 +71,9 @@ TEST(RuleLines, AreRulesAndNothingElse)
         "score A 1; system",
         "tflags A /etc",
     };
-    for (const char* line : others) EXPECT_NE(host::FaultOfRuleLine(line), "") << line;
-    EXPECT_NE(host::FaultOfRuleLine("body A /" + std::string(5000, 'a') + "/"), "");
-    EXPECT_NE(host::FaultOfRuleLine("body " + std::string(101, 'A') + " /a/"), "");
+    for (const char* line : others) EXPECT_NE(host::names::FaultOfRuleLine(line), "") << line;
+    EXPECT_NE(host::names::FaultOfRuleLine("body A /" + std::string(5000, 'a') + "/"), "");
+    EXPECT_NE(host::names::FaultOfRuleLine("body " + std::string(101, 'A') + " /a/"), "");
 }
 
 TEST_F(RuleFiles, AreReadWithoutCommentsAndRefusedAsAWhole)
@@ -90,10 +91,11 @@ TEST_F(RuleFiles, AreReadWithoutCommentsAndRefusedAsAWhole)
     };
     for (const auto& [text, rules] : rows) {
         Write(File(), text);
-        EXPECT_EQ(host::ReadRuleFile(File()).value_or("refused"), rules) << text.substr(0, 80);
+        EXPECT_EQ(host::names::ReadRuleFile(File()).value_or("refused"), rules)
+            << text.substr(0, 80);
     }
     ASSERT_EQ(0, symlink(File().c_str(), (root + "/link").c_str()));
-    EXPECT_FALSE(host::ReadRuleFile(root + "/link"));
+    EXPECT_FALSE(host::names::ReadRuleFile(root + "/link"));
 }
 
 TEST_F(RuleFiles, AreFoundByTheirNameAloneAndAreDisabledUntilTheyPass)
@@ -193,7 +195,7 @@ TEST_F(BlackWhiteLists, TheNearestEntryCountsInEveryFile)
         {"amavis/black_clients", "!10.0.0.1\n!10.1.0.0/16\n10.0.0.0/8\n"},
         {"amavis/white_clients", "10.0.0.1\n10.1.0.0/16\n!10.0.0.0/8\n"},
     };
-    const std::vector<host::ListFile> made = host::BlackWhiteFiles();
+    const std::vector<host::generation::ListFile> made = host::render::BlackWhiteFiles();
     ASSERT_EQ(made.size(), std::size(files));
     for (std::size_t i = 0; i < made.size(); ++i) {
         EXPECT_EQ(made[i].name, files[i].first);

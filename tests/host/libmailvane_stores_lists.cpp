@@ -3,11 +3,13 @@
 #include <memory>
 #include <tuple>
 
-#include "host/libmailvane/stores/access_store.h"
-#include "host/libmailvane/stores/attachment_types.h"
-#include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/login_key.h"
+#include "host/libmailvane/render/access_maps.h"
+#include "host/libmailvane/render/plain_lists.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/stores/attachment_types.h"
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/sender_quota.h"
@@ -40,9 +42,10 @@ protected:
     }
 
     /// Text of one of the files that a list fills.
-    static std::string FileOf(const std::vector<host::ListFile>& files, const std::string& name)
+    static std::string FileOf(const std::vector<host::generation::ListFile>& files,
+                              const std::string& name)
     {
-        for (const host::ListFile& file : files) {
+        for (const host::generation::ListFile& file : files) {
             if (file.name == name) return file.text;
         }
         return "no such file";
@@ -76,9 +79,9 @@ TEST(ListNames, AreStoredInOneSpelling)
         {NAME_NETWORK, "10.0.0.0/-1", "none"},
     };
     for (const auto& [kind, text, want] : rows) {
-        EXPECT_EQ(host::StoredName(kind, text).value_or("none"), want) << text;
+        EXPECT_EQ(host::names::StoredName(kind, text).value_or("none"), want) << text;
     }
-    EXPECT_FALSE(host::IsNameOfKind(NAME_DOMAIN, std::string("x.example\0y", 11)));
+    EXPECT_FALSE(host::names::IsNameOfKind(NAME_DOMAIN, std::string("x.example\0y", 11)));
 }
 
 TEST_F(Lists, AnAccessListSurvivesExportAndImport)
@@ -108,7 +111,7 @@ TEST_F(Lists, TheNearestEntryComesFirstInTheMaps)
     ASSERT_EQ(0, ImportAccess(TYPE_CLIENT,
                               "10.0.0.0/8 OK\n10.1.0.0/16 REJECT\n::/0 DISCARD\n"
                               "10.0.0.1 OK\n.x.example REJECT\n"));
-    const auto files = host::AccessFiles();
+    const auto files = host::render::AccessFiles();
     EXPECT_EQ(FileOf(files, "recipient_access"),
               "a@x.example DUNNO\nb@x.example OK\nx.example REJECT\n.x.example DUNNO\n");
     EXPECT_EQ(FileOf(files, "recipient_transport"),
@@ -116,7 +119,7 @@ TEST_F(Lists, TheNearestEntryComesFirstInTheMaps)
               ".x.example discard:\n");
     EXPECT_EQ(FileOf(files, "discarded_recipients"), "a@x.example discarded@discarded.invalid\n");
     EXPECT_EQ(FileOf(files, "client_addresses"), "10.0.0.1 OK\n");
-    EXPECT_EQ(FileOf(files, host::kClientNetworksFile),
+    EXPECT_EQ(FileOf(files, host::generation::kClientNetworksFile),
               "10.1.0.0/16 REJECT\n10.0.0.0/8 OK\n::/0 DISCARD\n");
     EXPECT_EQ(FileOf(files, "client_access"), "x.example REJECT\n.x.example REJECT\n");
 }
@@ -128,7 +131,8 @@ TEST_F(Lists, RulesOfCopiesSurviveExportAndImport)
     for (const char* bad : {"bob\n", "a b c\n", "@ bob\n", "ann one\nANN two\n"}) {
         EXPECT_EQ(ImportBcc(bad), "refused, @x.example a@b.example\nann Copies\n") << bad;
     }
-    EXPECT_EQ(FileOf(host::BlindCopyFiles(), "sender_bcc"), "@x.example a@b.example\nann Copies\n");
+    EXPECT_EQ(FileOf(host::render::BlindCopyFiles(), "sender_bcc"),
+              "@x.example a@b.example\nann Copies\n");
 }
 
 TEST_F(Lists, AChangeOfCopiesThatDoesNotComeInForceIsTakenBack)
@@ -147,12 +151,13 @@ TEST_F(Lists, AQuotaIsFoundByTheLoginInAnySpelling)
     EXPECT_EQ(0, SenderQuota::Set("ann", 0));
     for (const std::string bad : {"a\nb", "\xff", "", "@x"})
         EXPECT_EQ(-1, SenderQuota::Set(bad, 1));
-    EXPECT_EQ(FileOf(host::QuotaFiles(), host::kQuotaFile), "0 ann\n4294967295 bob\n");
+    EXPECT_EQ(FileOf(host::render::QuotaFiles(), host::generation::kQuotaFile),
+              "0 ann\n4294967295 bob\n");
     EXPECT_EQ(0, SenderQuota::DeleteList({"BOB", "nobody"}));
     std::list<SenderQuota::Setting> page;
     EXPECT_EQ(1, SenderQuota::GetSettingList(page, 0, 1));
     for (const char* login : {"bob", "BOB", "bob@x.example", "DOM\\Bob"}) {
-        EXPECT_EQ(host::LoginKey(login), "bob");
+        EXPECT_EQ(host::names::LoginKey(login), "bob");
     }
 }
 
@@ -170,10 +175,10 @@ TEST(RateCounters, HaveNamesThatMemcachedTakesWhateverTheLogin)
 TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
 {
     EXPECT_EQ(0, AttachmentFilter::Add({".EXE", "*.tar.gz", "exe"}));
-    EXPECT_EQ(host::AttachmentTypes(), (std::vector<std::string>{"exe", "tar.gz"}));
+    EXPECT_EQ(host::stores::AttachmentTypes(), (std::vector<std::string>{"exe", "tar.gz"}));
     for (const char* bad : {"", ".", "a b", "a/", "$1", "a..b", "\xc3\xa9"}) {
         EXPECT_EQ(-1, AttachmentFilter::Add({"zip", bad})) << bad;
     }
     EXPECT_EQ(0, AttachmentFilter::Delete({"EXE", "zip", "a b"}));
-    EXPECT_EQ(host::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
+    EXPECT_EQ(host::stores::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
 }

@@ -32,7 +32,8 @@ protected:
 
     static bool Run(milliseconds limit, const Work& work)
     {
-        return host::RunAsUser({"alice", getuid(), getgid(), "/home/alice"}, "script", limit, work);
+        return host::system::RunAsUser({"alice", getuid(), getgid(), "/home/alice"}, "script",
+                                       limit, work);
     }
 
     static bool RunLong(const Work& work) { return Run(std::chrono::minutes(1), work); }

@@ -19,7 +19,7 @@ protected:
         LogMachine::SetUp();
         ASSERT_EQ(0, setenv("TZ", "UTC", 1));
         tzset();
-        log = host::Path(host::kPostfixLog);
+        log = host::Path(host::maillog::kPostfixLog);
         fs::create_directories(fs::path(log).parent_path());
     }
 
@@ -51,7 +51,7 @@ protected:
     }
 
     static std::string Ask(const std::string& query,
-                           const std::string& path = host::MailLogLivePath())
+                           const std::string& path = host::maillog::MailLogLivePath())
     {
         SQLite::Database database(path, SQLite::OPEN_READWRITE);
         SQLite::Statement statement(database, query);
@@ -97,8 +97,8 @@ protected:
     /// No database and no log any more.
     void StartAnew() const
     {
-        fs::remove_all(host::MailLogLiveFolder());
-        fs::create_directories(host::MailLogLiveFolder());
+        fs::remove_all(host::maillog::MailLogLiveFolder());
+        fs::create_directories(host::maillog::MailLogLiveFolder());
         fs::remove(log);
     }
 
@@ -216,13 +216,13 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
 {
     const std::string id = "[1]: 4jWf5tbbbbz77: ";
     const std::string to = "to=<far@y.test>, relay=r, delay=0, status=";
-    const std::string october = host::MailLogFolder() + "/2026-10.db";
+    const std::string october = host::maillog::MailLogFolder() + "/2026-10.db";
     Append(Message(1, "2026-10-30") +
            Line("qmgr" + id + "from=<a@x.test>, size=1, nrcpt=1 (queue active)", "2026-10-31") +
            Line("smtp" + id + to + "deferred (no)", "2026-10-31") + Message(2, "2026-11-01") +
            Line("smtp" + id + to + "sent (ok)", "2026-11-01"));
     for (int year = 2001; year < 2020; ++year)
-        Write(host::MailLogFolder() + "/" + std::to_string(year) + "-01.db", "");
+        Write(host::maillog::MailLogFolder() + "/" + std::to_string(year) + "-01.db", "");
     Collect();
 
     EXPECT_EQ("m1@x\n", Ask("SELECT message_id FROM entry", october));
@@ -231,9 +231,9 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
               Ask("SELECT mail_to, status, counts_as FROM entry ORDER BY date"));
     EXPECT_EQ("2|1\n", Ask("SELECT sum(inbound), sum(outbound) FROM totals"));
     EXPECT_EQ("2\n", Ask("SELECT entries FROM tally"));
-    EXPECT_FALSE(fs::exists(host::MailLogLivePath() + ".next"));
-    EXPECT_FALSE(fs::exists(host::MailLogFolder() + "/2008-01.db"));
-    EXPECT_TRUE(fs::exists(host::MailLogFolder() + "/2009-01.db"));
+    EXPECT_FALSE(fs::exists(host::maillog::MailLogLivePath() + ".next"));
+    EXPECT_FALSE(fs::exists(host::maillog::MailLogFolder() + "/2008-01.db"));
+    EXPECT_TRUE(fs::exists(host::maillog::MailLogFolder() + "/2009-01.db"));
 }
 
 TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
@@ -250,7 +250,7 @@ TEST_F(CollectorRuns, ADamagedDatabaseGivesWayToANewOne)
 {
     for (int number = 1; number <= 50; ++number) Append(Message(number));
     Collect();
-    std::fstream(host::MailLogLivePath(), std::ios::in | std::ios::out | std::ios::binary)
+    std::fstream(host::maillog::MailLogLivePath(), std::ios::in | std::ios::out | std::ios::binary)
             .seekp(4096)
         << std::string(8 * 4096, '\x55');
     Append(Message(51));
@@ -263,7 +263,7 @@ TEST_F(CollectorRuns, ADamagedDatabaseGivesWayToANewOne)
     ASSERT_TRUE(collector::PutDamagedAside());
     Collect();
     EXPECT_EQ("51\n", Ask("SELECT count(*) FROM entry"));
-    EXPECT_TRUE(fs::exists(host::MailLogLivePath() + ".damaged"));
+    EXPECT_TRUE(fs::exists(host::maillog::MailLogLivePath() + ".damaged"));
 }
 
 TEST_F(CollectorRuns, KillsLeaveNoTrace)

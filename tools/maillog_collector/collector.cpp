@@ -37,12 +37,12 @@ Collector::Collector() : clock_(std::time(nullptr))
 void Collector::Open()
 {
     joiner_.reset();
-    store_.emplace(host::MailLogLivePath());
+    store_.emplace(host::maillog::MailLogLivePath());
     joiner_.emplace(*store_);
     const std::int64_t latest = store_->LatestDate();
     nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
     const LogPosition position = store_->Position();
-    if (!follower_) follower_.emplace(host::Path(host::kPostfixLog), position);
+    if (!follower_) follower_.emplace(host::Path(host::maillog::kPostfixLog), position);
 }
 
 /// Stores all that was taken in.

@@ -22,7 +22,7 @@ bool TellsDamage(const std::exception& failure)
 
 bool PutDamagedAside()
 {
-    const std::string live = host::MailLogLivePath();
+    const std::string live = host::maillog::MailLogLivePath();
     const std::string aside = live + ".damaged";
     // The write-ahead log goes first: it must not be taken for the new database's.
     for (const char* companion : {"-wal", "-shm", ""}) {

@@ -21,7 +21,7 @@ int StateOf(const Mail& mail)
 
 SQLite::Database Open(const std::string& path)
 {
-    SQLite::Database database = host::OpenMailLogForChange(path);
+    SQLite::Database database = host::maillog::OpenMailLogForChange(path);
     database.exec("PRAGMA cache_size = -8192");
     return database;
 }

@@ -41,7 +41,7 @@ void EndOnSignals()
 
 std::string LogFolder()
 {
-    const std::string path = host::Path(host::kPostfixLog);
+    const std::string path = host::Path(host::maillog::kPostfixLog);
     return path.substr(0, path.rfind('/'));
 }
 

@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
 namespace {
@@ -47,7 +47,7 @@ DELETE FROM main.position;
 
 std::string SuccessorPath()
 {
-    return host::MailLogLivePath() + ".next";
+    return host::maillog::MailLogLivePath() + ".next";
 }
 
 void Require(bool done, const char* what)
@@ -91,8 +91,8 @@ bool IsSameFile(const std::string& one, const std::string& other)
 /// Gives the closed month its name. Another file of that month is left alone.
 void LinkMonth(const std::string& month)
 {
-    const std::string live = host::MailLogLivePath();
-    const std::string name = host::MailLogFolder() + "/" + month;
+    const std::string live = host::maillog::MailLogLivePath();
+    const std::string name = host::maillog::MailLogFolder() + "/" + month;
     for (int number = 1; number <= kMostOfAMonth; ++number) {
         std::string path = name;
         if (number > 1) path.append("-").append(std::to_string(number));
@@ -113,7 +113,7 @@ bool IsMonth(const std::string& name)
 
 void RemoveOldMonths()
 {
-    const std::string folder = host::MailLogFolder();
+    const std::string folder = host::maillog::MailLogFolder();
     std::vector<std::string> months;
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
     while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
@@ -131,7 +131,7 @@ void MoveOn(SQLite::Database& database, std::int64_t latest)
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::EXCLUSIVE);
     database.exec(kMoveOn);
     SQLite::Statement old(database, "DELETE FROM next.totals WHERE period < ?");
-    old.bind(1, (latest - kTotalsKept) / host::kTotalsPeriod);
+    old.bind(1, (latest - kTotalsKept) / host::maillog::kTotalsPeriod);
     old.exec();
     transaction.commit();
 }
@@ -154,12 +154,14 @@ std::int64_t NextMonth(std::int64_t time)
 bool CloseMonth()
 {
     {
-        SQLite::Database database(host::MailLogLivePath(), SQLite::OPEN_READWRITE, kPatienceMs);
+        SQLite::Database database(host::maillog::MailLogLivePath(), SQLite::OPEN_READWRITE,
+                                  kPatienceMs);
         if (!LeaveWriteAheadLog(database)) return false;
-        Require(host::RemoveDurably(SuccessorPath()), "cannot remove the unfinished successor");
+        Require(host::system::RemoveDurably(SuccessorPath()),
+                "cannot remove the unfinished successor");
         {
             const SQLite::Database next =
-                host::OpenForChange(SuccessorPath(), host::MailLogSchema());
+                host::system::OpenForChange(SuccessorPath(), host::maillog::MailLogSchema());
         }
         Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
         MoveOn(database, LatestDate(database));
@@ -170,8 +172,8 @@ bool CloseMonth()
 
 void FinishClosing()
 {
-    const std::string live = host::MailLogLivePath();
-    if (!host::NameExists(live) || !host::NameExists(SuccessorPath())) return;
+    const std::string live = host::maillog::MailLogLivePath();
+    if (!host::system::NameExists(live) || !host::system::NameExists(SuccessorPath())) return;
 
     std::int64_t latest = 0;
     {

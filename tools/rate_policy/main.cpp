@@ -36,7 +36,7 @@ std::string Value(const Attributes& attributes, const char* name)
 
 std::string Decide(const Attributes& attributes, const Setup& setup, Counters& counters)
 {
-    const std::string login = host::LoginKey(Value(attributes, "sasl_username"));
+    const std::string login = host::names::LoginKey(Value(attributes, "sasl_username"));
     const bool isWhole = Value(attributes, "protocol_state") == "END-OF-MESSAGE";
     if (login.empty() || !isWhole) return kNothingToSay;
 

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/pages/reporter.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/pages/reporter.h"
 #include "platform/mailvane/reporter.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_data.h"
@@ -27,12 +27,12 @@ constexpr std::int64_t kDay = 86400;
 /// Composes and sends one; "" or why it was not sent.
 std::string SendReport(const Reporter& reporter, const report::Period& period, std::int64_t now)
 {
-    const std::vector<std::string> recipients = host::ReportRecipients(reporter.GetRcpt());
+    const std::vector<std::string> recipients = host::pages::ReportRecipients(reporter.GetRcpt());
     std::string missing = report::Missing(reporter.GetSMTP(), recipients);
     if (!missing.empty()) return missing;
 
     const report::Data data = report::Gather(period);
-    const std::string host = host::IsHostName(data.host) ? data.host : "localhost";
+    const std::string host = host::names::IsHostName(data.host) ? data.host : "localhost";
     const Reporter::Sender sender = reporter.GetSender();
 
     report::Letter letter;

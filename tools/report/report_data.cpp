@@ -15,8 +15,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/analyzer.h"
 
 namespace report {
@@ -197,7 +197,7 @@ std::optional<MailCounts> CountMail(const Period& period)
     bool found = false;
     for (const std::string& path : LogFiles(period)) {
         try {
-            auto database = host::OpenAsItIs(path);
+            auto database = host::system::OpenAsItIs(path);
             if (!database) continue;
             AddStatuses(*database, period, counts);
             AddRanks(*database, period,
@@ -236,7 +236,7 @@ Data Gather(const Period& period)
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
     Data data;
     data.period = period;
-    if (const auto settings = host::StoredSettings::Read()) {
+    if (const auto settings = host::settings::StoredSettings::Read()) {
         data.host = settings->Text("smtp_hostname");
         if (data.host.empty()) data.host = settings->MailDomain();
     }

@@ -46,7 +46,7 @@ std::string TimeText(std::int64_t moment)
 /// A text that came from outside, fit to be shown.
 std::string Shown(std::string text)
 {
-    if (host::IsPlainText(text)) return text;
+    if (host::names::IsPlainText(text)) return text;
 
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < 0x20 || c > 0x7e; }, '?');

@@ -11,7 +11,7 @@
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
-namespace host {
+namespace host::daemons {
 
 int RunControlScript(const char* script, const std::string& verb)
 {
@@ -29,24 +29,24 @@ bool ServicesAreOurs()
            access(PackagePath("etc/adopted").c_str(), F_OK) == 0;
 }
 
-}  // namespace host
+}  // namespace host::daemons
 
 int Postfix::Service(const std::string& verb)
 {
-    return host::RunControlScript("postfix.sh", verb);
+    return host::daemons::RunControlScript("postfix.sh", verb);
 }
 
 int ImapPop3::Service(const std::string& verb)
 {
-    return host::RunControlScript("dovecot.sh", verb);
+    return host::daemons::RunControlScript("dovecot.sh", verb);
 }
 
 int MailScanner::Service(const std::string& verb)
 {
-    return host::RunControlScript("mailscanner.sh", verb);
+    return host::daemons::RunControlScript("mailscanner.sh", verb);
 }
 
 int MailScanner::AntiVirusService(const std::string& verb)
 {
-    return host::RunControlScript("antivirus.sh", verb);
+    return host::daemons::RunControlScript("antivirus.sh", verb);
 }

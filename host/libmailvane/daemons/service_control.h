@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::daemons {
 
 /// Runs target/scripts/`script` with a verb, "start", "stop" or "restart", and waits until the
 /// service is up or gone. 0, or -1 (logged) for another verb or when the script failed.
@@ -13,4 +13,4 @@ int RunControlScript(const char* script, const std::string& verb);
 /// be handed over first (etc/adopted).
 bool ServicesAreOurs();
 
-}  // namespace host
+}  // namespace host::daemons

@@ -24,7 +24,7 @@
 
 namespace fs = std::filesystem;
 
-namespace host {
+namespace host::generation {
 
 namespace {
 
@@ -278,7 +278,7 @@ void NextGeneration::PutMap(const std::string& name, const std::string& text, mo
 void NextGeneration::Keep(const std::string& relative)
 {
     const std::string old = GenerationDirectory(before_) + "/" + relative;
-    if (failed_ || files_.count(relative) != 0 || !NameExists(old)) return;
+    if (failed_ || files_.count(relative) != 0 || !system::NameExists(old)) return;
 
     Begin(relative);
     if (link(old.c_str(), PathOf(relative).c_str()) < 0) Fail("keep", relative);
@@ -356,4 +356,4 @@ bool NextGeneration::Changed(const std::string& prefix) const
     return first != changed_.end() && first->compare(0, prefix.size(), prefix) == 0;
 }
 
-}  // namespace host
+}  // namespace host::generation

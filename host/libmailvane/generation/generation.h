@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::generation {
 
 /// etc/generated, and the directory of one generation in it.
 std::string GeneratedDirectory();
@@ -100,4 +100,4 @@ private:
 /// The files of a complete generation; empty when it is none.
 Manifest ReadManifest(const std::string& name);
 
-}  // namespace host
+}  // namespace host::generation

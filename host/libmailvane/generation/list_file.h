@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::generation {
 
 /// One file of the next generation that a list fills.
 struct ListFile {
@@ -20,4 +20,4 @@ constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
 constexpr char kBlackClientsFile[] = "postfix/maps/black_clients";
 constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";
 
-}  // namespace host
+}  // namespace host::generation

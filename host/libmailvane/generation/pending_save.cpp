@@ -3,10 +3,10 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/system/durable_move.h"
 #include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::generation {
 
 namespace {
 
@@ -38,7 +38,7 @@ bool MarkPendingSave(const PendingSave& save)
 
 bool ClearPendingSave()
 {
-    return RemoveDurably(MarkPath());
+    return system::RemoveDurably(MarkPath());
 }
 
-}  // namespace host
+}  // namespace host::generation

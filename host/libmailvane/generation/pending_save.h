@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-namespace host {
+namespace host::generation {
 
 struct PendingSave {
     std::string before;  ///< the generation that was in force when the save began; may be empty
@@ -17,4 +17,4 @@ std::optional<PendingSave> ReadPendingSave();
 bool MarkPendingSave(const PendingSave& save);
 bool ClearPendingSave();
 
-}  // namespace host
+}  // namespace host::generation

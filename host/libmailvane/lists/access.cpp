@@ -6,14 +6,14 @@
 
 #include <map>
 
-#include "host/libmailvane/render/access_maps.h"
-#include "host/libmailvane/stores/access_store.h"
-#include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/render/access_maps.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/stores/list_store.h"
 
-namespace host {
+namespace host::lists {
 namespace {
 
 const char kWhat[] = "access lists";
@@ -22,12 +22,12 @@ const char* const kStatusNames[] = {"OK", "REJECT", "DISCARD"};
 int Add(AccessInfo entry)
 {
     std::string fault;
-    if (!MakeStored(entry, fault)) {
+    if (!stores::MakeStored(entry, fault)) {
         Log(LOG_ERR, "access lists: refused: %s", fault.c_str());
         return -1;
     }
-    return ChangeLists(kWhat, [&entry](SQLite::Database& store) {
-        if (InsertAccess(store, entry)) return 0;
+    return save::ChangeLists(kWhat, [&entry](SQLite::Database& store) {
+        if (stores::InsertAccess(store, entry)) return 0;
 
         Log(LOG_ERR, "access lists: refused: there is an entry of this name");
         return -1;
@@ -37,10 +37,11 @@ int Add(AccessInfo entry)
 std::string ExportText(Type type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = OpenListStore();
+    std::optional<SQLite::Database> store = stores::OpenListStore();
     if (!store) return text;
 
-    for (const AccessInfo& entry : ReadAccess(*store, type)) text += AccessLine(entry) + "\n";
+    for (const AccessInfo& entry : stores::ReadAccess(*store, type))
+        text += stores::AccessLine(entry) + "\n";
     return text;
 }
 
@@ -48,14 +49,14 @@ std::string ExportText(Type type)
 bool ReadImport(Type type, const std::string& path, std::list<AccessInfo>& entries)
 {
     std::map<std::string, AccessStatus> taken;
-    return ReadListText(path, [&](const std::string& line) -> std::string {
+    return names::ReadListText(path, [&](const std::string& line) -> std::string {
         AccessInfo entry;
         std::string fault;
-        if (!ParseAccessLine(line, type, entry)) return "is not a name and its permission";
-        if (!MakeStored(entry, fault)) return fault;
+        if (!stores::ParseAccessLine(line, type, entry)) return "is not a name and its permission";
+        if (!stores::MakeStored(entry, fault)) return fault;
 
         const auto [known, isNew] = taken.emplace(
-            AccessLine({entry.name, ACCESS_OK, entry.type, entry.nameType}), entry.status);
+            stores::AccessLine({entry.name, ACCESS_OK, entry.type, entry.nameType}), entry.status);
         if (known->second != entry.status) return "the name stands there with another permission";
         if (isNew) entries.push_back(entry);
         return "";
@@ -63,7 +64,7 @@ bool ReadImport(Type type, const std::string& path, std::list<AccessInfo>& entri
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace host::lists
 
 Access::Access() : state_(nullptr) {}
 
@@ -71,8 +72,8 @@ Access::~Access() {}
 
 Access* Access::getInstance()
 {
-    const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenListStore();
+    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
+        (void)host::stores::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : new Access;
@@ -80,18 +81,18 @@ Access* Access::getInstance()
 
 int Access::getTotalAccessNum(const Filter& filter)
 {
-    return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        return store ? host::CountAccess(*store, filter) : 0;
+    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        return store ? host::stores::CountAccess(*store, filter) : 0;
     });
 }
 
 std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 {
     std::list<AccessInfo> entries;
-    (void)host::WithoutExceptions(host::kWhat, [&filter, &entries] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        if (store) entries = host::PageOfAccess(*store, filter);
+    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &entries] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        if (store) entries = host::stores::PageOfAccess(*store, filter);
         return 0;
     });
     return entries;
@@ -99,43 +100,44 @@ std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 
 int Access::addAccess(Type type, NameType nameType, const std::string& name, AccessStatus status)
 {
-    return host::Add({name, status, type, nameType});
+    return host::lists::Add({name, status, type, nameType});
 }
 
 int Access::deleteAccess(const std::list<AccessInfo>& entries)
 {
-    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
-        host::RemoveAccess(store, entries);
+    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
+        host::stores::RemoveAccess(store, entries);
         return 0;
     });
 }
 
 int Access::exportAccess(Type type, const std::string& path)
 {
-    return host::WithoutExceptions(host::kWhat,
-                                   [&] { return host::WriteExport(path, host::ExportText(type)); });
+    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
+        return host::names::WriteExport(path, host::lists::ExportText(type));
+    });
 }
 
 int Access::importAccess(Type type, const std::string& path)
 {
     std::list<AccessInfo> entries;
-    if (!host::ReadImport(type, path, entries)) return -1;
+    if (!host::lists::ReadImport(type, path, entries)) return -1;
 
-    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
-        host::ReplaceAccess(store, entries);
+    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
+        host::stores::ReplaceAccess(store, entries);
         return 0;
     });
 }
 
 int Access::GenerateAccessMap()
 {
-    return host::RebuildLists({host::AccessFiles});
+    return host::save::RebuildLists({host::render::AccessFiles});
 }
 
 AccessStatus Access::StrToStatus(const char* text)
 {
     for (int status = ACCESS_OK; status < ACCESS_UNKNOWN; ++status) {
-        if (strcasecmp(text, host::kStatusNames[status]) == 0) {
+        if (strcasecmp(text, host::lists::kStatusNames[status]) == 0) {
             return static_cast<AccessStatus>(status);
         }
     }
@@ -145,5 +147,5 @@ AccessStatus Access::StrToStatus(const char* text)
 std::string Access::StatusToStr(AccessStatus status)
 {
     const bool known = status >= ACCESS_OK && status < ACCESS_UNKNOWN;
-    return known ? host::kStatusNames[status] : "";
+    return known ? host::lists::kStatusNames[status] : "";
 }

@@ -5,17 +5,17 @@
 
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/render/alias_maps.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "host/libmailvane/system/database.h"
-#include "host/libmailvane/names/list_text.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/save/transaction.h"
 #include "platform/mailvane/postfix.h"
 
 struct Alias::State {
-    host::AliasTable table;
+    host::stores::AliasTable table;
     bool loaded = false;
     bool refused = false;  ///< a change could not be made: none is stored
 
@@ -37,20 +37,20 @@ namespace {
 
 /// Puts the table in force, then stores it: an account engine or a mail server that does not answer
 /// is met before anything is stored.
-int PutInForce(host::AliasTable& table)
+int PutInForce(host::stores::AliasTable& table)
 {
-    if (host::RebuildLists({[&table] { return host::AliasFilesOf(table); }}) < 0) {
-        (void)host::RebuildLists({host::AliasFiles});
+    if (host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }}) < 0) {
+        (void)host::save::RebuildLists({host::render::AliasFiles});
         return -1;
     }
     const auto store = [&table] {
-        host::ChangeAliases(table.Pending());
+        host::stores::ChangeAliases(table.Pending());
         table.Stored();
         return 0;
     };
-    if (host::WithoutExceptions("aliases", store) == 0) return 0;
+    if (host::system::WithoutExceptions("aliases", store) == 0) return 0;
 
-    (void)host::RebuildLists({host::AliasFiles});
+    (void)host::save::RebuildLists({host::render::AliasFiles});
     return -1;
 }
 
@@ -65,14 +65,14 @@ Alias::~Alias()
 
 int Alias::load()
 {
-    return host::WithoutExceptions("aliases", [this] {
+    return host::system::WithoutExceptions("aliases", [this] {
         *state_ = State();
         // Makes the table that of the accounts which are served, after a switch that was broken
         // off.
         Postfix settings;
         if (settings.LoadSettings() < 0) return -1;
 
-        state_->table = host::AliasTable(host::ReadAliases());
+        state_->table = host::stores::AliasTable(host::stores::ReadAliases());
         state_->loaded = true;
         return 0;
     });
@@ -82,8 +82,8 @@ int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    return host::WithoutExceptions("aliases", [this] {
-        const host::WriteScope scope;
+    return host::system::WithoutExceptions("aliases", [this] {
+        const host::save::WriteScope scope;
         return scope.ok() ? PutInForce(state_->table) : -1;
     });
 }
@@ -91,13 +91,14 @@ int Alias::save()
 std::list<std::string> Alias::getAliasNameList()
 {
     std::list<std::string> names;
-    for (const host::AliasEntry& entry : state_->table.entries()) names.push_back(entry.name);
+    for (const host::stores::AliasEntry& entry : state_->table.entries())
+        names.push_back(entry.name);
     return names;
 }
 
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 {
-    const host::AliasEntry* entry = state_->table.Find(alias);
+    const host::stores::AliasEntry* entry = state_->table.Find(alias);
     if (entry == nullptr) return host::Fail(ENOENT);
 
     members.assign(entry->members.begin(), entry->members.end());
@@ -130,15 +131,15 @@ int Alias::delAlias(const std::list<std::string>& names)
 int Alias::ExportAlias(const std::string& path)
 {
     if (!state_->loaded) return host::Fail(EINVAL);
-    return host::WriteExport(path, host::AliasText(state_->table));
+    return host::names::WriteExport(path, host::stores::AliasText(state_->table));
 }
 
 int Alias::ImportAlias(const std::string& path)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
-    return host::WithoutExceptions("aliases", [this, &path] {
-        std::vector<host::AliasEntry> aliases;
-        if (!host::ReadAliasText(path, state_->table, aliases)) {
+    return host::system::WithoutExceptions("aliases", [this, &path] {
+        std::vector<host::stores::AliasEntry> aliases;
+        if (!host::stores::ReadAliasText(path, state_->table, aliases)) {
             return state_->Judge("a list to import");
         }
         state_->table.Replace(aliases);

@@ -5,18 +5,18 @@
 #include <algorithm>
 #include <map>
 
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/stores/bcc_store.h"
-#include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/plain_lists.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
-#include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/stores/bcc_store.h"
+#include "host/libmailvane/stores/list_store.h"
 
-namespace host {
+namespace host::lists {
 namespace {
 
 const char kWhat[] = "blind copies";
@@ -31,25 +31,25 @@ int Refuse(const std::string& fault)
 template <typename Undo>
 int PutInForceOr(Undo undo)
 {
-    if (RebuildLists({BlindCopyFiles}) == 0) return 0;
+    if (save::RebuildLists({render::BlindCopyFiles}) == 0) return 0;
 
     undo();
-    (void)RebuildLists({BlindCopyFiles});
+    (void)save::RebuildLists({render::BlindCopyFiles});
     return -1;
 }
 
 int AddRule(BccInfo rule)
 {
     std::string fault;
-    if (!MakeStored(rule, fault)) return Refuse(fault);
+    if (!stores::MakeStored(rule, fault)) return Refuse(fault);
 
     {
-        SQLite::Database store = ChangeListStore();
-        if (!InsertBcc(store, rule)) return Refuse("there is a rule of this name");
+        SQLite::Database store = save::ChangeListStore();
+        if (!stores::InsertBcc(store, rule)) return Refuse("there is a rule of this name");
     }
     return PutInForceOr([&rule] {
-        SQLite::Database store = ChangeListStore();
-        (void)RemoveBcc(store, {rule});
+        SQLite::Database store = save::ChangeListStore();
+        (void)stores::RemoveBcc(store, {rule});
     });
 }
 
@@ -57,30 +57,30 @@ int RemoveRules(const std::list<BccInfo>& rules)
 {
     std::list<BccInfo> removed;
     {
-        SQLite::Database store = ChangeListStore();
-        removed = RemoveBcc(store, rules);
+        SQLite::Database store = save::ChangeListStore();
+        removed = stores::RemoveBcc(store, rules);
     }
     return PutInForceOr([&removed] {
-        SQLite::Database store = ChangeListStore();
-        ReplaceBcc(store, removed);
+        SQLite::Database store = save::ChangeListStore();
+        stores::ReplaceBcc(store, removed);
     });
 }
 
 /// Sets the address that gets a copy of all mail; empty for none.
 int SetAlwaysCopy(const std::string& address)
 {
-    if (!address.empty() && !IsMailAddress(address)) {
+    if (!address.empty() && !names::IsMailAddress(address)) {
         return Refuse("the copy goes to what is no address or user");
     }
-    const auto found = StoredSettings::Read();
-    if (!found || HealAccounts(found->Account()) < 0) return -1;
+    const auto found = settings::StoredSettings::Read();
+    if (!found || save::HealAccounts(found->Account()) < 0) return -1;
 
     // Healing may have brought another address back.
-    auto settings = StoredSettings::Read();
+    auto settings = settings::StoredSettings::Read();
     if (!settings) return -1;
 
     settings->SetAlwaysBcc(address);
-    return SaveTransaction(*settings, {});
+    return save::SaveTransaction(*settings, {});
 }
 
 int DeleteAll(std::list<BccInfo> rules)
@@ -97,14 +97,14 @@ int DeleteAll(std::list<BccInfo> rules)
 bool ReadImport(BccType type, const std::string& path, std::list<BccInfo>& rules)
 {
     std::map<std::string, std::string> taken;
-    return ReadListText(path, [&](const std::string& line) -> std::string {
+    return names::ReadListText(path, [&](const std::string& line) -> std::string {
         const auto end = line.find(' ');
         const auto second = line.find_first_not_of(' ', end);
         if (second == std::string::npos) return "is not a name and where its copies go";
 
         BccInfo rule = {line.substr(0, end), line.substr(second), type};
         std::string fault;
-        if (!MakeStored(rule, fault)) return fault;
+        if (!stores::MakeStored(rule, fault)) return fault;
 
         const auto [known, isNew] = taken.emplace(rule.name, rule.bccTo);
         if (known->second != rule.bccTo) return "the name stands there with another target";
@@ -117,15 +117,15 @@ bool ReadImport(BccType type, const std::string& path, std::list<BccInfo>& rules
 template <typename Change>
 int ChangeRules(Change change)
 {
-    return WithoutExceptions(kWhat, [&change] {
-        const WriteScope scope;
+    return system::WithoutExceptions(kWhat, [&change] {
+        const save::WriteScope scope;
         return scope.ok() ? change() : -1;
     });
 }
 
 }  // namespace
 
-}  // namespace host
+}  // namespace host::lists
 
 BCC::BCC() : state_(nullptr) {}
 
@@ -134,8 +134,8 @@ BCC::~BCC() {}
 BCC* BCC::getInstance()
 {
     static BCC instance;
-    const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenListStore();
+    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
+        (void)host::stores::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : &instance;
@@ -143,18 +143,18 @@ BCC* BCC::getInstance()
 
 int BCC::getTotalBccNum(const Filter& filter)
 {
-    return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        return store ? host::CountBcc(*store, filter) : 0;
+    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        return store ? host::stores::CountBcc(*store, filter) : 0;
     });
 }
 
 std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 {
     std::list<BccInfo> rules;
-    (void)host::WithoutExceptions(host::kWhat, [&filter, &rules] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        if (store) rules = host::PageOfBcc(*store, filter);
+    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &rules] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        if (store) rules = host::stores::PageOfBcc(*store, filter);
         return 0;
     });
     return rules;
@@ -162,43 +162,44 @@ std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 
 std::string BCC::getAlwaysBCC()
 {
-    const auto settings = host::StoredSettings::Read();
+    const auto settings = host::settings::StoredSettings::Read();
     return settings ? settings->AlwaysBcc() : "";
 }
 
 int BCC::addBCC(BccType type, const std::string& name, const std::string& bccTo)
 {
-    return host::ChangeRules([&] {
-        return type == BCC_ALWAYS ? host::SetAlwaysCopy(bccTo) : host::AddRule({name, bccTo, type});
+    return host::lists::ChangeRules([&] {
+        return type == BCC_ALWAYS ? host::lists::SetAlwaysCopy(bccTo)
+                                  : host::lists::AddRule({name, bccTo, type});
     });
 }
 
 int BCC::deleteBCC(const std::list<BccInfo>& rules)
 {
-    return host::ChangeRules([&rules] { return host::DeleteAll(rules); });
+    return host::lists::ChangeRules([&rules] { return host::lists::DeleteAll(rules); });
 }
 
 int BCC::exportBCC(BccType type, const std::string& path)
 {
-    return host::WithoutExceptions(host::kWhat, [&] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        return host::WriteExport(path, store ? host::BccText(*store, type) : "");
+    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        return host::names::WriteExport(path, store ? host::stores::BccText(*store, type) : "");
     });
 }
 
 int BCC::importBCC(BccType type, const std::string& path)
 {
     std::list<BccInfo> rules;
-    if (!host::ReadImport(type, path, rules)) return -1;
+    if (!host::lists::ReadImport(type, path, rules)) return -1;
 
-    return host::ChangeRules([&rules] {
-        SQLite::Database store = host::ChangeListStore();
-        host::ReplaceBcc(store, rules);
+    return host::lists::ChangeRules([&rules] {
+        SQLite::Database store = host::save::ChangeListStore();
+        host::stores::ReplaceBcc(store, rules);
         return 0;
     });
 }
 
 int BCC::GenerateBccMap()
 {
-    return host::RebuildLists({host::BlindCopyFiles});
+    return host::save::RebuildLists({host::render::BlindCopyFiles});
 }

@@ -1,16 +1,16 @@
 // The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
 // server follow them once their files are made.
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/render/black_white_files.h"
-#include "host/libmailvane/stores/black_white_store.h"
-#include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/render/black_white_files.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/stores/list_store.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 
-namespace host {
+namespace host::lists {
 namespace {
 
 const char kWhat[] = "black and white list";
@@ -18,12 +18,12 @@ const char kWhat[] = "black and white list";
 std::string ExportText(BlackWhiteType type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = OpenListStore();
+    std::optional<SQLite::Database> store = stores::OpenListStore();
     if (!store) return text;
 
     for (int which = TYPE_SENDER; which <= TYPE_CLIENT; ++which) {
-        for (const BlackWhite& entry : ReadBlackWhite(*store, which)) {
-            if (entry.blackWhite == type) text += BlackWhiteLine(entry) + "\n";
+        for (const BlackWhite& entry : stores::ReadBlackWhite(*store, which)) {
+            if (entry.blackWhite == type) text += stores::BlackWhiteLine(entry) + "\n";
         }
     }
     return text;
@@ -36,13 +36,14 @@ std::string TakeEntry(const std::string& line, BlackWhiteType type, std::list<Bl
     BlackWhite entry;
     std::string fault;
     entry.blackWhite = type;
-    if (!ParseBlackWhiteLine(line, entry)) return "is not sender, recipient or client and a name";
-    if (MakeStored(entry, fault)) entries.push_back(entry);
+    if (!stores::ParseBlackWhiteLine(line, entry))
+        return "is not sender, recipient or client and a name";
+    if (stores::MakeStored(entry, fault)) entries.push_back(entry);
     return fault;
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace host::lists
 
 Spam::Spam() : state_(nullptr) {}
 
@@ -51,8 +52,8 @@ Spam::~Spam() {}
 Spam* Spam::getInstance()
 {
     static Spam instance;
-    const int result = host::WithoutExceptions(host::kWhat, [] {
-        (void)host::OpenListStore();
+    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
+        (void)host::stores::OpenListStore();
         return 0;
     });
     return result < 0 ? nullptr : &instance;
@@ -61,9 +62,9 @@ Spam* Spam::getInstance()
 std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 {
     std::list<BlackWhite> entries;
-    (void)host::WithoutExceptions(host::kWhat, [&filter, &entries] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        if (store) entries = host::PageOfBlackWhite(*store, filter);
+    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &entries] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        if (store) entries = host::stores::PageOfBlackWhite(*store, filter);
         return 0;
     });
     return entries;
@@ -71,9 +72,9 @@ std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 
 int Spam::countQueryData(const BlackWhiteFilter& filter)
 {
-    return host::WithoutExceptions(host::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::OpenListStore();
-        return store ? host::CountBlackWhite(*store, filter) : 0;
+    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+        std::optional<SQLite::Database> store = host::stores::OpenListStore();
+        return store ? host::stores::CountBlackWhite(*store, filter) : 0;
     });
 }
 
@@ -81,12 +82,12 @@ int Spam::addBlackWhite(const BlackWhite& entry)
 {
     BlackWhite stored = entry;
     std::string fault;
-    if (!host::MakeStored(stored, fault)) {
+    if (!host::stores::MakeStored(stored, fault)) {
         host::Log(LOG_ERR, "black and white list: refused: %s", fault.c_str());
         return -1;
     }
-    return host::ChangeLists(host::kWhat, [&stored](SQLite::Database& store) {
-        return host::InsertBlackWhite(store, {stored}, false) ? 0 : -1;
+    return host::save::ChangeLists(host::lists::kWhat, [&stored](SQLite::Database& store) {
+        return host::stores::InsertBlackWhite(store, {stored}, false) ? 0 : -1;
     });
 }
 
@@ -97,33 +98,33 @@ int Spam::deleteBlackWhite(const BlackWhite& entry)
 
 int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
 {
-    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
-        host::RemoveBlackWhite(store, entries);
+    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
+        host::stores::RemoveBlackWhite(store, entries);
         return 0;
     });
 }
 
 int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
 {
-    return host::WithoutExceptions(host::kWhat, [type, &path] {
-        return host::WriteExport(path, host::ExportText(host::ListOf(type)));
+    return host::system::WithoutExceptions(host::lists::kWhat, [type, &path] {
+        return host::names::WriteExport(path, host::lists::ExportText(host::stores::ListOf(type)));
     });
 }
 
 int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
 {
     std::list<BlackWhite> entries;
-    const bool taken = host::ReadListText(path, [type, &entries](const std::string& line) {
-        return host::TakeEntry(line, type, entries);
+    const bool taken = host::names::ReadListText(path, [type, &entries](const std::string& line) {
+        return host::lists::TakeEntry(line, type, entries);
     });
     if (!taken) return -1;
 
-    return host::ChangeLists(host::kWhat, [&entries](SQLite::Database& store) {
-        return host::InsertBlackWhite(store, entries, true) ? 0 : -1;
+    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
+        return host::stores::InsertBlackWhite(store, entries, true) ? 0 : -1;
     });
 }
 
 int Spam::GenerateBlackWhite()
 {
-    return host::RebuildLists({host::BlackWhiteFiles});
+    return host::save::RebuildLists({host::render::BlackWhiteFiles});
 }

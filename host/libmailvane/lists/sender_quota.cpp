@@ -3,17 +3,17 @@
 
 #include <SQLiteCpp/VariadicBind.h>
 
-#include "host/libmailvane/stores/account_databases.h"
-#include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/login_key.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/plain_lists.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/stores/sender_quota_table.h"
-#include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::lists {
 namespace {
 
 const char kWhat[] = "sender quotas";
@@ -21,18 +21,18 @@ constexpr std::size_t kLongestLogin = 255;
 
 std::optional<SQLite::Database> OpenQuotas()
 {
-    return ReadAccountDatabase(AccountDatabase::kMailvane);
+    return stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane);
 }
 
 /// Runs a change of the table under the lock; negative on failure.
 template <typename Change>
 int ChangeQuotas(Change change)
 {
-    return WithoutExceptions(kWhat, [&change] {
-        const WriteScope scope;
+    return system::WithoutExceptions(kWhat, [&change] {
+        const save::WriteScope scope;
         if (!scope.ok()) return -1;
 
-        SQLite::Database store = ChangeListStore();
+        SQLite::Database store = save::ChangeListStore();
         change(store);
         return 0;
     });
@@ -40,14 +40,15 @@ int ChangeQuotas(Change change)
 
 bool IsLogin(const std::string& login)
 {
-    return !LoginKey(login).empty() && login.size() <= kLongestLogin && IsPlainText(login);
+    return !names::LoginKey(login).empty() && login.size() <= kLongestLogin &&
+           names::IsPlainText(login);
 }
 
 int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, unsigned int start,
          unsigned int limit)
 {
-    SQLite::Statement page(
-        store, "SELECT login, quota FROM sender_quota ORDER BY login" + std::string(kOnePage));
+    SQLite::Statement page(store, "SELECT login, quota FROM sender_quota ORDER BY login" +
+                                      std::string(stores::kOnePage));
     page.bind(":limit", static_cast<std::int64_t>(limit));
     page.bind(":start", static_cast<std::int64_t>(start));
     while (page.executeStep()) {
@@ -58,25 +59,25 @@ int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, uns
 
 }  // namespace
 
-}  // namespace host
+}  // namespace host::lists
 
 int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
                                 unsigned int limit)
 {
-    return host::WithoutExceptions(host::kWhat, [&] {
+    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
         settings.clear();
-        std::optional<SQLite::Database> store = host::OpenQuotas();
-        return store ? host::Page(*store, settings, start, limit) : 0;
+        std::optional<SQLite::Database> store = host::lists::OpenQuotas();
+        return store ? host::lists::Page(*store, settings, start, limit) : 0;
     });
 }
 
 int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
 {
-    if (!host::IsLogin(saslSender)) {
-        host::Log(LOG_ERR, "%s: refused: what is limited is no login", host::kWhat);
+    if (!host::lists::IsLogin(saslSender)) {
+        host::Log(LOG_ERR, "%s: refused: what is limited is no login", host::lists::kWhat);
         return -1;
     }
-    return host::ChangeQuotas([&](SQLite::Database& store) {
+    return host::lists::ChangeQuotas([&](SQLite::Database& store) {
         SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");
         SQLite::bind(set, saslSender, static_cast<std::int64_t>(quota));
         (void)set.exec();
@@ -85,7 +86,7 @@ int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
 
 int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
 {
-    return host::ChangeQuotas([&saslSenders](SQLite::Database& store) {
+    return host::lists::ChangeQuotas([&saslSenders](SQLite::Database& store) {
         SQLite::Transaction transaction(store);
         SQLite::Statement remove(store, "DELETE FROM sender_quota WHERE login = ?");
         for (const std::string& login : saslSenders) {
@@ -99,5 +100,5 @@ int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
 
 int SenderQuota::GenerateConfig()
 {
-    return host::RebuildLists({host::QuotaFiles});
+    return host::save::RebuildLists({host::render::QuotaFiles});
 }

@@ -12,16 +12,16 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/generation/generation.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/save/spam_rule_lint.h"
 #include "host/libmailvane/names/spam_rule_text.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/save/spam_rule_lint.h"
+#include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/spam.h"
 
-namespace host {
+namespace host::lists {
 namespace {
 
 namespace fs = std::filesystem;
@@ -41,14 +41,14 @@ std::string RuleFile(const std::string& name)
 bool HasFile(const std::string& name)
 {
     struct stat status {};
-    return IsRuleSetName(name) && lstat(RuleFile(name).c_str(), &status) == 0 &&
+    return names::IsRuleSetName(name) && lstat(RuleFile(name).c_str(), &status) == 0 &&
            S_ISREG(status.st_mode);
 }
 
 RuleSets EnabledSets()
 {
     std::string text;
-    (void)ReadFile(GeneratedDirectory() + "/current/" + kSpamRules, text);
+    (void)ReadFile(generation::GeneratedDirectory() + "/current/" + render::kSpamRules, text);
     RuleSets sets;
     std::string* set = nullptr;
     std::istringstream lines(text);
@@ -72,12 +72,12 @@ std::string TextOf(const RuleSets& sets)
 /// Puts the rule sets in force; the scanner takes them when it is restarted.
 int PutInForce(const RuleSets& sets)
 {
-    NextGeneration next;
-    next.Put(kSpamRules, TextOf(sets), 0644);
-    const std::string replaced = CurrentGeneration();
+    generation::NextGeneration next;
+    next.Put(render::kSpamRules, TextOf(sets), 0644);
+    const std::string replaced = generation::CurrentGeneration();
     if (!next.Complete() || !next.Commit()) return -1;
 
-    PruneGenerations(replaced);
+    generation::PruneGenerations(replaced);
     return 0;
 }
 
@@ -92,14 +92,14 @@ int Enable(const std::string& name)
     if (!HasFile(name)) return Refuse(name, "is not there");
 
     RuleSets sets = EnabledSets();
-    const std::optional<std::string> rules = ReadRuleFile(RuleFile(name));
+    const std::optional<std::string> rules = names::ReadRuleFile(RuleFile(name));
     if (!rules) return Refuse(name, "is refused; what was in force stays so");
 
     std::string& inForce = sets[name];
     if (inForce == *rules && !rules->empty()) return 0;
 
     inForce = *rules;
-    if (!SpamFilterTakes(TextOf(sets))) {
+    if (!save::SpamFilterTakes(TextOf(sets))) {
         return Refuse(name, "is refused; what was in force stays so");
     }
     return PutInForce(sets);
@@ -125,8 +125,8 @@ int Delete(const std::string& name)
 /// Runs a change of one rule set under the lock.
 int ChangeRule(int (*change)(const std::string&), const std::string& name)
 {
-    return WithoutExceptions(kWhat, [change, &name] {
-        const WriteScope scope;
+    return system::WithoutExceptions(kWhat, [change, &name] {
+        const save::WriteScope scope;
         return scope.ok() ? change(name) : -1;
     });
 }
@@ -146,13 +146,13 @@ std::list<SpamRule> AllRules()
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace host::lists
 
 std::list<SpamRule> Spam::getSpamRules()
 {
     std::list<SpamRule> rules;
-    (void)host::WithoutExceptions(host::kWhat, [&rules] {
-        rules = host::AllRules();
+    (void)host::system::WithoutExceptions(host::lists::kWhat, [&rules] {
+        rules = host::lists::AllRules();
         return 0;
     });
     return rules;
@@ -160,26 +160,26 @@ std::list<SpamRule> Spam::getSpamRules()
 
 int Spam::enableRule(const std::string& name)
 {
-    return host::ChangeRule(host::Enable, name);
+    return host::lists::ChangeRule(host::lists::Enable, name);
 }
 
 int Spam::disableRule(const std::string& name)
 {
-    return host::ChangeRule(host::Disable, name);
+    return host::lists::ChangeRule(host::lists::Disable, name);
 }
 
 int Spam::deleteRule(const std::string& name)
 {
-    return host::ChangeRule(host::Delete, name);
+    return host::lists::ChangeRule(host::lists::Delete, name);
 }
 
 bool Spam::isEnableSpamassassin() const
 {
-    const auto settings = host::StoredSettings::Read();
+    const auto settings = host::settings::StoredSettings::Read();
     return settings && settings->Bool("spam_enable");
 }
 
 std::string Spam::GetImportRulePath(const std::string& name)
 {
-    return host::HasFile(name) ? host::RuleFile(name) : "";
+    return host::lists::HasFile(name) ? host::lists::RuleFile(name) : "";
 }

@@ -37,7 +37,9 @@ bool LiesIn(const std::string& real, const std::string& folder)
 std::string LogDatabase(const char* path)
 {
     std::string real = RealPath(host::Path(path));
-    if (LiesIn(real, host::MailLogFolder()) || LiesIn(real, host::MailLogLiveFolder())) return real;
+    if (LiesIn(real, host::maillog::MailLogFolder()) ||
+        LiesIn(real, host::maillog::MailLogLiveFolder()))
+        return real;
 
     throw std::runtime_error(std::string(path) + " is no database of the log");
 }
@@ -45,11 +47,11 @@ std::string LogDatabase(const char* path)
 SQLite::Database OpenLog(const char* path)
 {
     const std::string real = LogDatabase(path);
-    std::optional<SQLite::Database> database = host::OpenAsItIs(real);
+    std::optional<SQLite::Database> database = host::system::OpenAsItIs(real);
     if (!database) throw std::runtime_error(real + " is missing");
 
     const int version = database->execAndGet("PRAGMA user_version").getInt();
-    if (version != host::MailLogSchema().version) {
+    if (version != host::maillog::MailLogSchema().version) {
         throw std::runtime_error(real + " has the unknown version " + std::to_string(version));
     }
     return std::move(*database);
@@ -63,15 +65,15 @@ int AsCount(std::int64_t count)
 /// A list that is read page by page: the next page begins where the last one ended.
 class ContinuedList {
 public:
-    ContinuedList(SQLite::Database& database, host::LogOrder order)
+    ContinuedList(SQLite::Database& database, host::maillog::LogOrder order)
         : order_(order),
           rows_(database,
-                std::string("SELECT ") + host::kEntryColumns + " FROM entry" + order.Sql())
+                std::string("SELECT ") + host::maillog::kEntryColumns + " FROM entry" + order.Sql())
     {
     }
 
     /// Whether the entry with this number, counted in this order, is still to come.
-    bool Reaches(const host::LogOrder& order, int start) const
+    bool Reaches(const host::maillog::LogOrder& order, int start) const
     {
         return order_ == order && start >= position_;
     }
@@ -80,7 +82,7 @@ public:
     void ReadPage(int start, int limit, std::vector<MailLogInfo>& rows)
     {
         while (position_ < start && Step()) continue;
-        for (int i = 0; i < limit && Step(); ++i) rows.push_back(host::ReadEntry(rows_));
+        for (int i = 0; i < limit && Step(); ++i) rows.push_back(host::maillog::ReadEntry(rows_));
     }
 
 private:
@@ -91,7 +93,7 @@ private:
         return !ended_;
     }
 
-    host::LogOrder order_;
+    host::maillog::LogOrder order_;
     SQLite::Statement rows_;
     int position_ = 0;  ///< number of the row that comes next
     bool ended_ = false;
@@ -102,10 +104,10 @@ private:
 struct MailLog::State {
     std::optional<SQLite::Database> database;
     std::optional<ContinuedList> list;
-    std::optional<host::LogSelection> selection;
+    std::optional<host::maillog::LogSelection> selection;
 
     /// The entries that meet criteria; kept, since a page is followed by the number of them all.
-    const host::LogSelection& Select(const host::LogCriteria& criteria)
+    const host::maillog::LogSelection& Select(const host::maillog::LogCriteria& criteria)
     {
         if (!selection || !selection->IsStill(criteria)) {
             selection.emplace(database.value(), criteria);
@@ -117,14 +119,14 @@ struct MailLog::State {
 namespace {
 
 /// Negative for more periods than any chart has.
-int Fill(SQLite::Database& database, host::LogTotals what, long endTime, int scale,
+int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime, int scale,
          Statistic& statistic)
 {
     if (scale > kMostPeriods) return -1;
     if (scale <= 0) return 0;
 
-    for (const host::PeriodTotals& total :
-         host::TotalsOf(database, what, host::PeriodBounds(endTime, scale))) {
+    for (const host::maillog::PeriodTotals& total :
+         host::maillog::TotalsOf(database, what, host::maillog::PeriodBounds(endTime, scale))) {
         statistic.inbound.push_back(total.inbound);
         statistic.outbound.push_back(total.outbound);
         statistic.bounce.push_back(total.bounce);
@@ -136,7 +138,7 @@ int Fill(SQLite::Database& database, host::LogTotals what, long endTime, int sca
 
 MailLog::MailLog(const char* path) : state_(new State)
 {
-    (void)host::WithoutExceptions("mail log", [this, path] {
+    (void)host::system::WithoutExceptions("mail log", [this, path] {
         state_->database.emplace(OpenLog(path));
         return 0;
     });
@@ -154,10 +156,10 @@ int MailLog::error()
 
 int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        state_->Select(host::LogCriteria(filter))
-            .ReadPage(host::LogOrder(filter.sortField, filter.order), filter.start, filter.limit,
-                      rows);
+    return host::system::WithoutExceptions("mail log", [&] {
+        state_->Select(host::maillog::LogCriteria(filter))
+            .ReadPage(host::maillog::LogOrder(filter.sortField, filter.order), filter.start,
+                      filter.limit, rows);
         return 0;
     });
 }
@@ -165,8 +167,8 @@ int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
 int MailLog::load(int limit, int start, const std::string& sortField, const std::string& order,
                   std::vector<MailLogInfo>& rows)
 {
-    const int result = host::WithoutExceptions("mail log", [&] {
-        const host::LogOrder wanted(sortField, order);
+    const int result = host::system::WithoutExceptions("mail log", [&] {
+        const host::maillog::LogOrder wanted(sortField, order);
         if (!state_->list || !state_->list->Reaches(wanted, start)) {
             state_->list.emplace(state_->database.value(), wanted);
         }
@@ -182,55 +184,59 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
 int MailLog::search(int limit, int start, const std::string& sortField, const std::string& order,
                     const std::string& query, std::vector<MailLogInfo>& rows)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        state_->Select(host::LogCriteria(query))
-            .ReadPage(host::LogOrder(sortField, order), start, limit, rows);
+    return host::system::WithoutExceptions("mail log", [&] {
+        state_->Select(host::maillog::LogCriteria(query))
+            .ReadPage(host::maillog::LogOrder(sortField, order), start, limit, rows);
         return 0;
     });
 }
 
 int MailLog::getLogNum(const LogFilter& filter)
 {
-    return host::WithoutExceptions(
-        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(filter)).Count()); });
+    return host::system::WithoutExceptions("mail log", [&] {
+        return AsCount(state_->Select(host::maillog::LogCriteria(filter)).Count());
+    });
 }
 
 int MailLog::getLogNum(std::string& query)
 {
-    return host::WithoutExceptions(
-        "mail log", [&] { return AsCount(state_->Select(host::LogCriteria(query)).Count()); });
+    return host::system::WithoutExceptions("mail log", [&] {
+        return AsCount(state_->Select(host::maillog::LogCriteria(query)).Count());
+    });
 }
 
 int MailLog::clear()
 {
-    return host::WithoutExceptions("mail log", [this] {
+    return host::system::WithoutExceptions("mail log", [this] {
         const host::ScopedLock lock;
         if (!lock.held()) return -1;
 
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
-        SQLite::Database database = host::OpenMailLogForChange(path);
-        host::ClearMailLog(database);
+        SQLite::Database database = host::maillog::OpenMailLogForChange(path);
+        host::maillog::ClearMailLog(database);
         return 0;
     });
 }
 
 int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        return Fill(state_->database.value(), host::LogTotals::kEntries, endTime, scale, statistic);
+    return host::system::WithoutExceptions("mail log", [&] {
+        return Fill(state_->database.value(), host::maillog::LogTotals::kEntries, endTime, scale,
+                    statistic);
     });
 }
 
 int MailLog::getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale)
 {
-    return host::WithoutExceptions("mail log", [&] {
-        return Fill(state_->database.value(), host::LogTotals::kBytes, endTime, scale, statistic);
+    return host::system::WithoutExceptions("mail log", [&] {
+        return Fill(state_->database.value(), host::maillog::LogTotals::kBytes, endTime, scale,
+                    statistic);
     });
 }
 
 std::string GetPostfixLogPath()
 {
-    return host::Path(host::kPostfixLog);
+    return host::Path(host::maillog::kPostfixLog);
 }

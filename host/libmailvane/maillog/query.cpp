@@ -9,7 +9,7 @@
 
 #include "host/libmailvane/names/list_text.h"
 
-namespace host {
+namespace host::maillog {
 
 const char kEntryColumns[] =
     "message_id, subject, recipients, date, size, status, mail_to, mail_from";
@@ -111,7 +111,7 @@ void LogCriteria::AddText(const std::vector<std::string>& columns, const std::st
     for (const std::string& column : columns) {
         comparison.sql +=
             (comparison.sql.empty() ? "(" : " OR ") + column + R"( LIKE ? ESCAPE '\')";
-        comparison.values.emplace_back(LikeAnywhere(text));
+        comparison.values.emplace_back(names::LikeAnywhere(text));
     }
     comparison.sql += ")";
     // What follows a NUL would be lost to the search index.
@@ -277,4 +277,4 @@ void LogSelection::ReadPage(const LogOrder& order, int start, int limit,
     while (page.executeStep()) rows.push_back(ReadEntry(page));
 }
 
-}  // namespace host
+}  // namespace host::maillog

@@ -11,7 +11,7 @@
 
 #include "platform/mailvane/mail_log.h"
 
-namespace host {
+namespace host::maillog {
 
 /// An order of entries: one of the columns that have an index, equal values by date and arrival.
 class LogOrder {
@@ -121,4 +121,4 @@ private:
     std::int64_t rareCount_ = 0;
 };
 
-}  // namespace host
+}  // namespace host::maillog

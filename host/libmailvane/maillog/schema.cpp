@@ -10,7 +10,7 @@
 
 #include "host/libhaldcore/paths.h"
 
-namespace host {
+namespace host::maillog {
 namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
@@ -142,9 +142,9 @@ std::string MailLogLivePath()
     return MailLogLiveFolder() + "/maillog.db";
 }
 
-const Schema& MailLogSchema()
+const system::Schema& MailLogSchema()
 {
-    static constexpr Schema schema(kScripts);
+    static constexpr system::Schema schema(kScripts);
     return schema;
 }
 
@@ -157,7 +157,7 @@ SQLite::Database OpenMailLogForChange(const std::string& path)
     database.exec("PRAGMA journal_mode = WAL");
     // A power cut may take the last transactions, position included; the lines are read again.
     database.exec("PRAGMA synchronous = NORMAL");
-    BringUpToDate(database, MailLogSchema());
+    system::BringUpToDate(database, MailLogSchema());
     return database;
 }
 
@@ -197,4 +197,4 @@ void ClearMailLog(SQLite::Database& database)
     database.tryExec("PRAGMA wal_checkpoint (TRUNCATE)");
 }
 
-}  // namespace host
+}  // namespace host::maillog

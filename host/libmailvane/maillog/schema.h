@@ -7,7 +7,7 @@
 
 #include "host/libmailvane/system/database.h"
 
-namespace host {
+namespace host::maillog {
 
 /// Folder of the files that the log page lists: the link to the current database, and older months
 /// as `2026-10.db`.
@@ -24,7 +24,7 @@ constexpr char kPostfixLog[] = "/var/log/mailvane/maillog";
 
 /// The tables, one row of `entry` per message and recipient. Triggers keep the search index, the
 /// totals and the number of entries in step with it.
-const Schema& MailLogSchema();
+const system::Schema& MailLogSchema();
 
 /// Length of the periods that the table `totals` counts, in seconds. Every time zone begins its
 /// days on such a period.
@@ -39,4 +39,4 @@ SQLite::Database OpenMailLogForChange(const std::string& path);
 /// nothing comes back. Throws std::exception, nothing has changed then.
 void ClearMailLog(SQLite::Database& database);
 
-}  // namespace host
+}  // namespace host::maillog

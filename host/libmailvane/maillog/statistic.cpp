@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/maillog/schema.h"
 
-namespace host {
+namespace host::maillog {
 namespace {
 
 constexpr int kSecondsOfHour = 3600;
@@ -97,4 +97,4 @@ std::vector<PeriodTotals> TotalsOf(SQLite::Database& database, LogTotals what,
     return totals;
 }
 
-}  // namespace host
+}  // namespace host::maillog

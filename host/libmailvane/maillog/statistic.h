@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace host {
+namespace host::maillog {
 
 /// What the totals count.
 enum class LogTotals { kEntries, kBytes };
@@ -26,4 +26,4 @@ struct PeriodTotals {
 std::vector<PeriodTotals> TotalsOf(SQLite::Database& database, LogTotals what,
                                    const std::vector<std::int64_t>& bounds);
 
-}  // namespace host
+}  // namespace host::maillog

@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::names {
 namespace {
 
 constexpr std::size_t kLongestLocalPart = 64;
@@ -71,4 +71,4 @@ std::string MemberFault(const MemberInfo& member)
     }
 }
 
-}  // namespace host
+}  // namespace host::names

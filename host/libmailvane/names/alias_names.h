@@ -5,7 +5,7 @@
 
 #include "platform/mailvane/alias.h"
 
-namespace host {
+namespace host::names {
 
 /// The types of members.
 enum MemberType { kUserMember = 0, kGroupMember = 1, kAliasMember = 2, kOutsideMember = 3 };
@@ -20,4 +20,4 @@ bool IsLocalPart(const std::string& name);
 /// never part of a map; outside addresses have a domain and nothing beyond ASCII.
 std::string MemberFault(const MemberInfo& member);
 
-}  // namespace host
+}  // namespace host::names

@@ -10,7 +10,7 @@
 
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::names {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789";
@@ -183,4 +183,4 @@ int PrefixLength(const std::string& name)
     return name.find(':') == std::string::npos ? kBitsOfIpv4 : kBitsOfIpv6;
 }
 
-}  // namespace host
+}  // namespace host::names

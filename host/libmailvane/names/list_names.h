@@ -8,7 +8,7 @@
 
 #include "platform/mailvane/access.h"
 
-namespace host {
+namespace host::names {
 
 /// The one spelling under which a name is stored: lower case, an IPv6 address in its short form, a
 /// network without host bits, a domain tree without a dot in front, an IPv4 address that is wrapped
@@ -33,4 +33,4 @@ int PrefixLength(const std::string& name);
 /// ASCII letters in lower case, the rest as it is.
 std::string InLowerCase(std::string text);
 
-}  // namespace host
+}  // namespace host::names

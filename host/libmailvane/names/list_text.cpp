@@ -11,7 +11,7 @@
 #include "host/libhaldcore/trim.h"
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::names {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
@@ -84,4 +84,4 @@ std::string LikeAnywhere(const std::string& text)
     return pattern + "%";
 }
 
-}  // namespace host
+}  // namespace host::names

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-namespace host {
+namespace host::names {
 
 /// Takes one line of a list, trimmed, its tabs made blanks. Returns what is wrong with it; empty
 /// when it was taken.
@@ -21,4 +21,4 @@ int WriteExport(const std::string& path, const std::string& text);
 /// Pattern for SQL's `LIKE ? ESCAPE '\'` that finds `text` anywhere.
 std::string LikeAnywhere(const std::string& text);
 
-}  // namespace host
+}  // namespace host::names

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace host {
+namespace host::names {
 
 std::string LoginKey(const std::string& login)
 {
@@ -15,4 +15,4 @@ std::string LoginKey(const std::string& login)
     return key;
 }
 
-}  // namespace host
+}  // namespace host::names

@@ -10,7 +10,7 @@
 
 #include "host/libmailvane/names/list_names.h"
 
-namespace host {
+namespace host::names {
 
 /// Text of a map in which each key stands once: what is added first counts.
 class MapText {
@@ -59,4 +59,4 @@ auto SmallestFirst(const Entries& entries, const std::vector<NameType>& kinds)
     return networks;
 }
 
-}  // namespace host
+}  // namespace host::names

@@ -11,7 +11,7 @@
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::names {
 namespace {
 
 constexpr off_t kLargestFile = off_t{1} << 20;  // bytes
@@ -148,4 +148,4 @@ std::optional<std::string> ReadRuleFile(const std::string& path)
     return taken ? std::optional(rules) : std::nullopt;
 }
 
-}  // namespace host
+}  // namespace host::names

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace host {
+namespace host::names {
 
 /// Whether a rule set can have this name: it is that of its file.
 bool IsRuleSetName(const std::string& name);
@@ -18,4 +18,4 @@ std::string FaultOfRuleLine(const std::string& line);
 /// says anything but rules; every line that is refused is logged with its number.
 std::optional<std::string> ReadRuleFile(const std::string& path);
 
-}  // namespace host
+}  // namespace host::names

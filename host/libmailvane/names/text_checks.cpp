@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace host {
+namespace host::names {
 
 namespace {
 
@@ -159,4 +159,4 @@ bool IsVirusAction(const std::string& text)
     return IsOneOf(text, {"reject", "quarantine", "discard"});
 }
 
-}  // namespace host
+}  // namespace host::names

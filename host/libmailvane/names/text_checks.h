@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::names {
 
 /// No control characters and no byte that is no UTF-8 text's; generated files quote what remains.
 bool IsPlainText(const std::string& text);
@@ -45,4 +45,4 @@ bool IsMailAddress(const std::string& text);
 bool IsSpamAction(const std::string& text);
 bool IsVirusAction(const std::string& text);
 
-}  // namespace host
+}  // namespace host::names

@@ -9,8 +9,8 @@
 
 namespace {
 
-using host::SettingInfo;
-using host::SettingType;
+using host::settings::SettingInfo;
+using host::settings::SettingType;
 
 /// A stored value as the program takes it.
 boost::any Typed(const SettingInfo& setting, const std::string& spelled)
@@ -77,11 +77,11 @@ Config::~Config()
 
 void Config::Set(const std::string& name, const boost::any& value)
 {
-    const SettingInfo* setting = host::FindSetting(name);
+    const SettingInfo* setting = host::settings::FindSetting(name);
     std::string spelled;
     if (setting == nullptr || setting->object != state_->object ||
-        !Spell(*setting, value, spelled) || !host::SettingAccepts(*setting, spelled)) {
-        (void)host::Refuse(*state_, name.c_str());
+        !Spell(*setting, value, spelled) || !host::settings::SettingAccepts(*setting, spelled)) {
+        (void)host::pages::Refuse(*state_, name.c_str());
         return;
     }
 
@@ -101,7 +101,7 @@ boost::any& Config::Get(const std::string& name)
 std::list<boost::any> Config::GetKeyList() const
 {
     std::list<boost::any> keys;
-    for (const SettingInfo& setting : host::AllSettings()) {
+    for (const SettingInfo& setting : host::settings::AllSettings()) {
         if (setting.object == state_->object) keys.push_back(KeyOf(setting));
     }
     return keys;
@@ -116,7 +116,7 @@ std::string Config::GetKeyName(const boost::any& key)
     return "";
 }
 
-namespace host {
+namespace host::pages {
 
 int Refuse(Config::State& state, const char* what)
 {
@@ -127,12 +127,12 @@ int Refuse(Config::State& state, const char* what)
 
 int LoadConfig(Config::State& state)
 {
-    if (FinishInterruptedSave() < 0) return -1;
+    if (save::FinishInterruptedSave() < 0) return -1;
 
-    const auto stored = StoredSettings::Read();
+    const auto stored = settings::StoredSettings::Read();
     if (!stored) return -1;
 
-    for (const SettingInfo& setting : AllSettings()) {
+    for (const settings::SettingInfo& setting : settings::AllSettings()) {
         if (setting.object != state.object) continue;
         state.values[setting.name] = Typed(setting, stored->Spelled(setting.name));
     }
@@ -151,15 +151,15 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
 {
     if (state.refused || !state.loaded) return -1;
 
-    const WriteScope scope;
+    const save::WriteScope scope;
     if (!scope.ok()) return -1;
 
-    auto wanted = StoredSettings::Read();
+    auto wanted = settings::StoredSettings::Read();
     if (!wanted) return -1;
 
     for (const std::string& name : state.changed) {
         std::string spelled;
-        Spell(*FindSetting(name), state.values.at(name), spelled);
+        Spell(*settings::FindSetting(name), state.values.at(name), spelled);
         if (wanted->Spelled(name) != spelled) NoteChange(name);
         wanted->Set(name, spelled);
     }
@@ -170,9 +170,9 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
         wanted->blocklists = state.blocklists;
     }
     if (!wanted->Bool("smtp_relay_auth")) wanted->Set("smtp_relay_password", "");
-    const int result = SaveTransaction(*wanted, steps);
+    const int result = save::SaveTransaction(*wanted, steps);
     state.saved = result == 0;
     return result;
 }
 
-}  // namespace host
+}  // namespace host::pages

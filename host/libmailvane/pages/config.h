@@ -13,12 +13,12 @@
 #include "platform/mailvane/config.h"
 
 struct Config::State {
-    host::SettingsObject object = host::SettingsObject::kPostfix;
+    host::settings::SettingsObject object = host::settings::SettingsObject::kPostfix;
     std::unordered_map<std::string, boost::any> values;
-    std::set<std::string> changed;     ///< names set since the load
-    host::AccountCombination account;  ///< whose accounts are served, as loaded
+    std::set<std::string> changed;               ///< names set since the load
+    host::settings::AccountCombination account;  ///< whose accounts are served, as loaded
     std::list<std::string> domains;
-    std::list<host::Blocklist> blocklists;
+    std::list<host::settings::Blocklist> blocklists;
     bool listsChanged = false;
     bool loaded = false;
     bool saved = false;    ///< what was loaded has been stored
@@ -26,7 +26,7 @@ struct Config::State {
     boost::any nothing;    ///< what an unknown name yields
 };
 
-namespace host {
+namespace host::pages {
 
 /// The calls of the settings classes, on their state. Results are those of the classes.
 int LoadConfig(Config::State& state);
@@ -35,4 +35,4 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps);
 /// Marks the state, so that the next save fails, and logs what was refused. Negative.
 int Refuse(Config::State& state, const char* what);
 
-}  // namespace host
+}  // namespace host::pages

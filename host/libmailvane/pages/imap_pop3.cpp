@@ -5,17 +5,17 @@
 
 ImapPop3::ImapPop3()
 {
-    state_->object = host::SettingsObject::kImapPop3;
+    state_->object = host::settings::SettingsObject::kImapPop3;
 }
 
 ImapPop3::~ImapPop3() = default;
 
 int ImapPop3::LoadSettings()
 {
-    return host::LoadConfig(*state_);
+    return host::pages::LoadConfig(*state_);
 }
 
 int ImapPop3::SaveSettings(const std::list<Callback>& steps)
 {
-    return host::SaveConfig(*state_, steps);
+    return host::pages::SaveConfig(*state_, steps);
 }

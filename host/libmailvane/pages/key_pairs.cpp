@@ -17,10 +17,10 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
-#include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/system/durable_move.h"
 
 namespace {
 
@@ -143,14 +143,14 @@ bool AdoptPlainFiles(const KeyNames& names)
     struct stat info {};
     (void)lstat((IsPlainFile(privatePath) ? privatePath : publicPath).c_str(), &info);
     const std::string pair = StorePair(names, keys, info.st_mtime);
-    return !pair.empty() && host::ReplaceByLink(names.folder + kPair, pair);
+    return !pair.empty() && host::generation::ReplaceByLink(names.folder + kPair, pair);
 }
 
 /// Makes one of the two names lead through the link.
 bool LeadThroughLink(const KeyNames& names, const std::string& name)
 {
     const std::string target = std::string(kPair) + "/" + name;
-    return host::ReplaceByLink(names.folder + name, target);
+    return host::generation::ReplaceByLink(names.folder + name, target);
 }
 
 /// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
@@ -158,7 +158,7 @@ bool TurnTo(const KeyNames& names, const std::string& pair)
 {
     return AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
            LeadThroughLink(names, names.publicName) &&
-           host::ReplaceByLink(names.folder + kPair, pair);
+           host::generation::ReplaceByLink(names.folder + kPair, pair);
 }
 
 /// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
@@ -194,9 +194,9 @@ bool MakePair(const KeyNames& names, const std::string& privateKey)
 
 }  // namespace
 
-int host::RestoreKeyPair(const std::string& pair)
+int host::pages::RestoreKeyPair(const std::string& pair)
 {
-    const WriteScope scope;
+    const save::WriteScope scope;
     const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
     if (!scope.ok() || !AdoptPlainFiles(names)) return -1;
     if (!IsStoredPair(names, pair)) {
@@ -207,10 +207,10 @@ int host::RestoreKeyPair(const std::string& pair)
     std::error_code error;
     const std::string before =
         std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
-    if (TurnTo(names, pair) && RunControlScript(kSigner, "restart") == 0) return 0;
+    if (TurnTo(names, pair) && daemons::RunControlScript(kSigner, "restart") == 0) return 0;
 
     Log(LOG_ERR, "the key pair '%s' is not taken; the one before stays", pair.c_str());
-    if (!before.empty() && TurnTo(names, before)) (void)RunControlScript(kSigner, "restart");
+    if (!before.empty() && TurnTo(names, before)) (void)daemons::RunControlScript(kSigner, "restart");
     return -1;
 }
 
@@ -231,7 +231,7 @@ int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
     const std::string current = host::Path(privatePath);
     const std::string waiting = WaitingKey(current);
     const KeyNames names{FolderOf(current), NameOf(privatePath), NameOf(publicPath)};
-    const bool done = MakePair(names, host::NameExists(waiting) ? waiting : current);
+    const bool done = MakePair(names, host::system::NameExists(waiting) ? waiting : current);
     (void)unlink(waiting.c_str());
     return done ? 0 : -1;
 }

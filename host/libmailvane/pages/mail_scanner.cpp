@@ -5,17 +5,17 @@
 
 MailScanner::MailScanner()
 {
-    state_->object = host::SettingsObject::kMailScanner;
+    state_->object = host::settings::SettingsObject::kMailScanner;
 }
 
 MailScanner::~MailScanner() = default;
 
 int MailScanner::LoadSettings()
 {
-    return host::LoadConfig(*state_);
+    return host::pages::LoadConfig(*state_);
 }
 
 int MailScanner::SaveSettings(const std::list<Callback>& steps)
 {
-    return host::SaveConfig(*state_, steps);
+    return host::pages::SaveConfig(*state_, steps);
 }

@@ -6,18 +6,18 @@
 #include <algorithm>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/stores/personal_settings.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
-#include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/stores/personal_settings.h"
+#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/user_script.h"
 
-using host::MailAccount;
-using host::PersonalSettings;
-using host::Reply;
-using host::SenderReply;
+using host::stores::PersonalSettings;
+using host::stores::Reply;
+using host::stores::SenderReply;
+using host::system::MailAccount;
 
 struct Personal::State {
     MailAccount account;
@@ -29,13 +29,13 @@ namespace {
 
 bool IsFullAddress(const std::string& text)
 {
-    return host::IsMailAddress(text) && text.find('@') != std::string::npos;
+    return host::names::IsMailAddress(text) && text.find('@') != std::string::npos;
 }
 
 /// Whether an address, with or without an extension, is one of the user's own.
 bool IsOwnAddress(const std::string& address, const std::string& user)
 {
-    const auto settings = host::StoredSettings::Read();
+    const auto settings = host::settings::StoredSettings::Read();
     if (!settings) return false;
 
     const auto at = address.find('@');
@@ -72,13 +72,13 @@ bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user
 int PutInForce(const MailAccount& account, const PersonalSettings& before,
                const PersonalSettings& after, bool anew)
 {
-    const std::string old = host::RenderPersonalScript(before);
-    const std::string script = host::RenderPersonalScript(after);
+    const std::string old = host::render::RenderPersonalScript(before);
+    const std::string script = host::render::RenderPersonalScript(after);
     const bool replaced = anew || script != old;
-    if (replaced && !host::PutUserScript(account, script)) return -1;
-    if (host::WritePersonalSettings(account, after)) return 0;
+    if (replaced && !host::system::PutUserScript(account, script)) return -1;
+    if (host::stores::WritePersonalSettings(account, after)) return 0;
 
-    if (replaced) (void)host::PutUserScript(account, old);
+    if (replaced) (void)host::system::PutUserScript(account, old);
     return -1;
 }
 
@@ -90,10 +90,10 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
 {
     if (!errKey.empty()) return -1;
 
-    return host::WithoutExceptions("personal settings", [&] {
-        const host::WriteScope scope;
+    return host::system::WithoutExceptions("personal settings", [&] {
+        const host::save::WriteScope scope;
         if (!scope.ok()) return -1;
-        const auto stored = host::ReadPersonalSettings(account);
+        const auto stored = host::stores::ReadPersonalSettings(account);
         if (!stored) return -1;
 
         PersonalSettings changed = *stored;
@@ -108,11 +108,11 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
 bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const Reply& reply)
 {
     if (!IsFullAddress(sender)) return false;
-    if (SenderReply* entry = host::FindSenderReply(settings, sender)) {
+    if (SenderReply* entry = host::stores::FindSenderReply(settings, sender)) {
         *entry = {sender, reply};
         return true;
     }
-    if (settings.senderReplies.size() >= host::kMostSenderReplies) return false;
+    if (settings.senderReplies.size() >= host::stores::kMostSenderReplies) return false;
     settings.senderReplies.push_back({sender, reply});
     return true;
 }
@@ -121,10 +121,10 @@ bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const
 
 Personal::Personal(const std::string& user) : state_(new State)
 {
-    state_->errKey = host::FindMailAccount(user, state_->account);
+    state_->errKey = host::system::FindMailAccount(user, state_->account);
     if (!state_->errKey.empty()) return;
 
-    if (auto stored = host::ReadPersonalSettings(state_->account)) {
+    if (auto stored = host::stores::ReadPersonalSettings(state_->account)) {
         state_->settings = std::move(*stored);
     } else {
         state_->errKey = "settings_unreadable";
@@ -210,7 +210,7 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
 {
     const Reply* reply = &state_->settings.generalReply;
     if (sender != nullptr) {
-        const SenderReply* entry = host::FindSenderReply(state_->settings, sender);
+        const SenderReply* entry = host::stores::FindSenderReply(state_->settings, sender);
         reply = entry == nullptr ? nullptr : &entry->reply;
     }
     if (!isValid() || reply == nullptr) return -1;
@@ -223,7 +223,7 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
 int Personal::WriteReplyContent(const char* sender, const std::string& subject,
                                 const std::string& message)
 {
-    const auto reply = host::StorableReply(subject, message);
+    const auto reply = host::stores::StorableReply(subject, message);
     if (!reply) return -1;
 
     PersonalSettings stored;
@@ -253,7 +253,7 @@ int Personal::RemoveReplySetting(const std::string& sender)
     PersonalSettings stored;
     const int result =
         Store(state_->account, state_->errKey, stored, false, [&](PersonalSettings& settings) {
-            const SenderReply* entry = host::FindSenderReply(settings, sender);
+            const SenderReply* entry = host::stores::FindSenderReply(settings, sender);
             if (entry == nullptr) return false;
             settings.senderReplies.erase(settings.senderReplies.begin() +
                                          (entry - settings.senderReplies.data()));

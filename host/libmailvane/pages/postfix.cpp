@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "host/libhaldcore/lock.h"
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/pages/config.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/pages/config.h"
+#include "host/libmailvane/save/account_switch.h"
 
 namespace {
 
@@ -33,32 +33,32 @@ Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server
 
 Postfix::Postfix()
 {
-    state_->object = host::SettingsObject::kPostfix;
+    state_->object = host::settings::SettingsObject::kPostfix;
 }
 
 Postfix::~Postfix()
 {
     // A switch of the account source that was not completed is taken back with the object.
     if (state_->loaded && !state_->saved && host::LockIsHeld()) {
-        (void)host::HealAccounts(state_->account);
+        (void)host::save::HealAccounts(state_->account);
     }
 }
 
 int Postfix::LoadSettings()
 {
-    if (host::LoadConfig(*state_) < 0) return -1;
+    if (host::pages::LoadConfig(*state_) < 0) return -1;
 
     // Healing twice in a process would undo the switch that it is making.
     static bool healed = false;
     if (healed) return 0;
 
     healed = true;
-    return host::HealAccounts(state_->account);
+    return host::save::HealAccounts(state_->account);
 }
 
 int Postfix::SaveSettings(const std::list<Callback>& steps)
 {
-    return host::SaveConfig(*state_, steps);
+    return host::pages::SaveConfig(*state_, steps);
 }
 
 std::list<std::string> Postfix::GetAdditionDomain()
@@ -68,7 +68,7 @@ std::list<std::string> Postfix::GetAdditionDomain()
 
 int Postfix::AddDomain(const std::string& domain)
 {
-    if (!host::IsMailDomain(domain)) return host::Refuse(*state_, "a mail domain");
+    if (!host::names::IsMailDomain(domain)) return host::pages::Refuse(*state_, "a mail domain");
 
     const std::string name = LowerCase(domain);
     state_->listsChanged = true;
@@ -86,7 +86,7 @@ int Postfix::DeleteDomain(const std::string& domain)
 std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
 {
     std::list<DNSBL> entries;
-    for (const host::Blocklist& entry : state_->blocklists) {
+    for (const host::settings::Blocklist& entry : state_->blocklists) {
         entries.emplace_back(entry.server, entry.type);
     }
     return entries;
@@ -94,11 +94,11 @@ std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
 
 int Postfix::AddDNSBL(const DNSBL& entry)
 {
-    if (!host::IsMailDomain(entry.server) || !host::IsBlocklistType(entry.type)) {
-        return host::Refuse(*state_, "a blocklist");
+    if (!host::names::IsMailDomain(entry.server) || !host::names::IsBlocklistType(entry.type)) {
+        return host::pages::Refuse(*state_, "a blocklist");
     }
 
-    const host::Blocklist stored{LowerCase(entry.server), entry.type};
+    const host::settings::Blocklist stored{LowerCase(entry.server), entry.type};
     state_->listsChanged = true;
     if (!Contains(state_->blocklists, stored)) state_->blocklists.push_back(stored);
     return 0;
@@ -107,6 +107,6 @@ int Postfix::AddDNSBL(const DNSBL& entry)
 int Postfix::DeleteDNSBL(const DNSBL& entry)
 {
     state_->listsChanged = true;
-    state_->blocklists.remove(host::Blocklist{LowerCase(entry.server), entry.type});
+    state_->blocklists.remove(host::settings::Blocklist{LowerCase(entry.server), entry.type});
     return 0;
 }

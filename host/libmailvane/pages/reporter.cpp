@@ -13,8 +13,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/trim.h"
-#include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/save/transaction.h"
 
 using host::KeyValueFile;
 
@@ -48,7 +48,7 @@ unsigned int Number(const std::string& text)
 
 bool IsFullAddress(const std::string& text)
 {
-    return host::IsMailAddress(text) && text.find('@') != std::string::npos;
+    return host::names::IsMailAddress(text) && text.find('@') != std::string::npos;
 }
 
 /// Refuses a setting by an exception that names it, never its value.
@@ -62,7 +62,7 @@ void Require(bool sound, const char* setting)
 
 }  // namespace
 
-std::vector<std::string> host::ReportRecipients(const std::string& list)
+std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
 {
     std::vector<std::string> recipients;
     std::size_t start = 0;
@@ -133,7 +133,7 @@ Reporter Reporter::LoadSetting()
 
 int Reporter::SaveSetting()
 {
-    const host::WriteScope scope;
+    const host::save::WriteScope scope;
     if (!scope.ok()) throw std::runtime_error("the lock was not had in time");
 
     const State& state = *state_;
@@ -193,8 +193,8 @@ int Reporter::SetEnable(bool enabled)
 
 int Reporter::SetRcpt(const std::string& recipient)
 {
-    const std::vector<std::string> recipients = host::ReportRecipients(recipient);
-    Require(host::IsPlainText(recipient) &&
+    const std::vector<std::string> recipients = host::pages::ReportRecipients(recipient);
+    Require(host::names::IsPlainText(recipient) &&
                 std::all_of(recipients.begin(), recipients.end(), IsFullAddress),
             "rcpt");
     state_->rcpt = recipient;
@@ -203,7 +203,7 @@ int Reporter::SetRcpt(const std::string& recipient)
 
 int Reporter::SetSender(const Sender& sender)
 {
-    Require(host::IsPlainText(sender.name), "sender_name");
+    Require(host::names::IsPlainText(sender.name), "sender_name");
     Require(sender.mail.empty() || IsFullAddress(sender.mail), "sender_mail");
     state_->sender = sender;
     return 0;
@@ -217,11 +217,11 @@ int Reporter::SetTime(const Time& time)
 
 int Reporter::SetSMTP(const SMTP& account)
 {
-    Require(host::IsPlainText(account.provider), "smtp_provider");
-    Require(host::IsHostOrAddressOrEmpty(account.server), "smtp_server");
+    Require(host::names::IsPlainText(account.provider), "smtp_provider");
+    Require(host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server");
     Require(account.port >= 0 && account.port <= kHighestPort, "smtp_port");
-    Require(host::IsPlainText(account.account), "smtp_account");
-    Require(host::IsPlainText(account.password), "smtp_password");
+    Require(host::names::IsPlainText(account.account), "smtp_account");
+    Require(host::names::IsPlainText(account.password), "smtp_password");
     state_->smtp = account;
     return 0;
 }

@@ -15,7 +15,7 @@ SMTP::~SMTP()
 
 int SMTP::load()
 {
-    const auto settings = host::StoredSettings::Read();
+    const auto settings = host::settings::StoredSettings::Read();
     if (!settings) return -1;
 
     state_->accountType = settings->Text("account_type");

@@ -5,7 +5,7 @@
 
 int WebUtils::IsPortConflict(const char* services, int from, int to)
 {
-    return host::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
+    return host::system::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
 }
 
 std::string StringJoin(const std::list<std::string>& texts, const char* separator)

@@ -11,11 +11,11 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/stores/access_store.h"
 #include "host/libmailvane/stores/account_databases.h"
-#include "host/libmailvane/names/map_text.h"
 
-namespace host {
+namespace host::render {
 namespace {
 
 /// Where the mail for discarded addresses goes; no domain of this name can exist.
@@ -45,14 +45,15 @@ std::string TransportText(const Entries& recipients)
     if (std::none_of(recipients.begin(), recipients.end(), IsDiscarded)) return "";
 
     return std::string(kNowhere) + " discard:\n" +
-           NamesText(recipients,
-                     [](const AccessInfo& entry) { return IsDiscarded(entry) ? "discard:" : ":"; });
+           names::NamesText(recipients, [](const AccessInfo& entry) {
+               return IsDiscarded(entry) ? "discard:" : ":";
+           });
 }
 
 /// Discarded addresses, which may be those of aliases: they must not be followed to their members.
 std::string DiscardedText(const Entries& recipients)
 {
-    MapText map;
+    names::MapText map;
     for (const AccessInfo& entry : recipients) {
         if (entry.nameType == NAME_ADDRESS && IsDiscarded(entry)) {
             map.Add({entry.name}, std::string("discarded@") + kNowhere);
@@ -63,7 +64,7 @@ std::string DiscardedText(const Entries& recipients)
 
 std::string AddressesText(const Entries& clients)
 {
-    MapText map;
+    names::MapText map;
     for (const AccessInfo& entry : clients) {
         if (entry.nameType == NAME_IP) map.Add({entry.name}, Answer(entry));
     }
@@ -74,7 +75,7 @@ std::string AddressesText(const Entries& clients)
 std::string NetworksText(const Entries& clients)
 {
     std::string text;
-    for (const AccessInfo* entry : SmallestFirst(clients, {NAME_NETWORK})) {
+    for (const AccessInfo* entry : names::SmallestFirst(clients, {NAME_NETWORK})) {
         text += entry->name + " " + Answer(*entry) + "\n";
     }
     return text;
@@ -82,23 +83,23 @@ std::string NetworksText(const Entries& clients)
 
 }  // namespace
 
-std::vector<ListFile> AccessFiles()
+std::vector<generation::ListFile> AccessFiles()
 {
     Entries senders;
     Entries recipients;
     Entries clients;
-    if (auto store = ReadAccountDatabase(AccountDatabase::kMailvane)) {
-        senders = ReadAccess(*store, TYPE_SENDER);
-        recipients = ReadAccess(*store, TYPE_RECIPIENT);
-        clients = ReadAccess(*store, TYPE_CLIENT);
+    if (auto store = stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane)) {
+        senders = stores::ReadAccess(*store, TYPE_SENDER);
+        recipients = stores::ReadAccess(*store, TYPE_RECIPIENT);
+        clients = stores::ReadAccess(*store, TYPE_CLIENT);
     }
-    return {{"sender_access", NamesText(senders, Answer)},
-            {"recipient_access", NamesText(recipients, RecipientAnswer)},
+    return {{"sender_access", names::NamesText(senders, Answer)},
+            {"recipient_access", names::NamesText(recipients, RecipientAnswer)},
             {"discarded_recipients", DiscardedText(recipients)},
             {"recipient_transport", TransportText(recipients)},
-            {"client_access", NamesText(clients, Answer)},
+            {"client_access", names::NamesText(clients, Answer)},
             {"client_addresses", AddressesText(clients)},
-            {kClientNetworksFile, NetworksText(clients), false}};
+            {generation::kClientNetworksFile, NetworksText(clients), false}};
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -5,10 +5,10 @@
 
 #include "host/libmailvane/generation/list_file.h"
 
-namespace host {
+namespace host::render {
 
 /// The maps and tables that the access lists fill; a missing store is an empty one. Throws when it
 /// cannot be read.
-std::vector<ListFile> AccessFiles();
+std::vector<generation::ListFile> AccessFiles();
 
-}  // namespace host
+}  // namespace host::render

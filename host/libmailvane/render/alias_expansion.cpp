@@ -9,7 +9,7 @@
 #include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/names/list_names.h"
 
-namespace host {
+namespace host::render {
 namespace {
 
 /// The name of a user without its Windows domain: what stands before the "@".
@@ -36,7 +36,7 @@ struct AliasExpansion::Walk {
 
     void Add(std::vector<std::string>& list, const std::string& recipient)
     {
-        if (!seen.insert(InLowerCase(recipient)).second) return;
+        if (!seen.insert(names::InLowerCase(recipient)).second) return;
         if (seen.size() > kMostRecipientsOfAlias) throw std::runtime_error("too many recipients");
         list.push_back(recipient);
     }
@@ -47,24 +47,24 @@ struct AliasExpansion::Walk {
     Recipients found;
 };
 
-AliasExpansion::AliasExpansion(const AliasTable& table, const std::vector<std::string>& domains,
-                               Group group)
+AliasExpansion::AliasExpansion(const stores::AliasTable& table,
+                               const std::vector<std::string>& domains, Group group)
     : table_(table), domains_{"localhost"}, group_(std::move(group))
 {
-    for (const std::string& domain : domains) domains_.insert(InLowerCase(domain));
+    for (const std::string& domain : domains) domains_.insert(names::InLowerCase(domain));
 }
 
 void AliasExpansion::AddRole(const std::string& name, const std::string& user)
 {
-    roles_[name] = {MemberInfo{user, kUserMember}};
+    roles_[name] = {MemberInfo{user, names::kUserMember}};
 }
 
 const AliasExpansion::Members* AliasExpansion::AliasMembers(const std::string& name) const
 {
-    const AliasEntry* alias = table_.FindAnyCase(name);
+    const stores::AliasEntry* alias = table_.FindAnyCase(name);
     if (alias != nullptr) return &alias->members;
 
-    const auto role = roles_.find(InLowerCase(name));
+    const auto role = roles_.find(names::InLowerCase(name));
     return role == roles_.end() ? nullptr : &role->second;
 }
 
@@ -74,8 +74,8 @@ const AliasExpansion::Members& AliasExpansion::GroupMembers(const std::string& n
     if (!isNew) return entry->second;
 
     for (const std::string& user : group_(name)) {
-        const MemberInfo member{user, kUserMember};
-        if (MemberFault(member).empty()) {
+        const MemberInfo member{user, names::kUserMember};
+        if (names::MemberFault(member).empty()) {
             entry->second.push_back(member);
         } else {
             Log(LOG_WARNING, "aliases: a member of the group %s cannot have mail", name.c_str());
@@ -84,7 +84,7 @@ const AliasExpansion::Members& AliasExpansion::GroupMembers(const std::string& n
     return entry->second;
 }
 
-Recipients AliasExpansion::Expand(const AliasEntry& alias)
+Recipients AliasExpansion::Expand(const stores::AliasEntry& alias)
 {
     Walk walk;
     walk.Enter(&alias.members);
@@ -103,13 +103,13 @@ Recipients AliasExpansion::Expand(const AliasEntry& alias)
 void AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
 {
     switch (member.type) {
-        case kGroupMember:
+        case names::kGroupMember:
             walk.Enter(&GroupMembers(member.name));
             break;
-        case kAliasMember:
+        case names::kAliasMember:
             if (const Members* members = AliasMembers(member.name)) walk.Enter(members);
             break;
-        case kOutsideMember:
+        case names::kOutsideMember:
             VisitAddress(walk, member.name);
             break;
         default:
@@ -135,11 +135,11 @@ void AliasExpansion::VisitLocal(Walk& walk, const std::string& name)
 void AliasExpansion::VisitAddress(Walk& walk, const std::string& address)
 {
     const std::size_t at = address.find('@');
-    if (domains_.count(InLowerCase(address.substr(at + 1))) != 0) {
+    if (domains_.count(names::InLowerCase(address.substr(at + 1))) != 0) {
         VisitLocal(walk, address.substr(0, at));
     } else {
         walk.Add(walk.found.outside, address);
     }
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -9,7 +9,7 @@
 
 #include "host/libmailvane/stores/alias_table.h"
 
-namespace host {
+namespace host::render {
 
 /// More than this many recipients of one alias are refused.
 constexpr int kMostRecipientsOfAlias = 100000;
@@ -29,14 +29,15 @@ public:
     using Group = std::function<std::vector<std::string>(const std::string& group)>;
 
     /// `table` must outlive the object. `domains` are those of the server.
-    AliasExpansion(const AliasTable& table, const std::vector<std::string>& domains, Group group);
+    AliasExpansion(const stores::AliasTable& table, const std::vector<std::string>& domains,
+                   Group group);
 
     /// Makes names of the machine that are no aliases reach a user.
     void AddRole(const std::string& name, const std::string& user);
 
     /// Each recipient of an alias once. Throws std::runtime_error when there are too many, and what
     /// the groups throw.
-    Recipients Expand(const AliasEntry& alias);
+    Recipients Expand(const stores::AliasEntry& alias);
 
 private:
     using Members = std::vector<MemberInfo>;
@@ -48,11 +49,11 @@ private:
     void VisitLocal(Walk& walk, const std::string& name);
     void VisitAddress(Walk& walk, const std::string& address);
 
-    const AliasTable& table_;
+    const stores::AliasTable& table_;
     std::set<std::string> domains_;  ///< in lower case
     Group group_;
     std::unordered_map<std::string, Members> groups_;  ///< those met so far
     std::unordered_map<std::string, Members> roles_;
 };
 
-}  // namespace host
+}  // namespace host::render

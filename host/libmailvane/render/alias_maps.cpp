@@ -9,13 +9,13 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/render/alias_expansion.h"
-#include "host/libmailvane/stores/alias_store.h"
-#include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/postfix.h"
+#include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/stores/alias_store.h"
 #include "platform/hlib/accounts.h"
 
-namespace host {
+namespace host::render {
 namespace {
 
 int SourceOf(const std::string& accountType)
@@ -79,21 +79,21 @@ private:
     std::string logins_;
 };
 
-MapTexts MakeTexts(const AliasTable& table)
+MapTexts MakeTexts(const stores::AliasTable& table)
 {
-    const auto settings = StoredSettings::Read();
+    const auto settings = settings::StoredSettings::Read();
     if (!settings) throw std::runtime_error("the settings cannot be read");
 
     GroupMembers groups(SourceOf(settings->Text("account_type")));
-    AliasExpansion expansion(table, MailDomains(*settings), [&groups](const std::string& group) {
-        return MembersOf(groups, group);
-    });
+    AliasExpansion expansion(
+        table, settings::MailDomains(*settings),
+        [&groups](const std::string& group) { return MembersOf(groups, group); });
     const std::string administrator = FirstAdministrator();
     for (const char* role : kRoles) {
         if (!administrator.empty()) expansion.AddRole(role, administrator);
     }
     MapTexts texts(LoginPrefix(*settings));
-    for (const AliasEntry& alias : table.entries()) {
+    for (const stores::AliasEntry& alias : table.entries()) {
         texts.Add(alias.name, expansion.Expand(alias));
     }
     return texts;
@@ -101,20 +101,20 @@ MapTexts MakeTexts(const AliasTable& table)
 
 }  // namespace
 
-std::vector<ListFile> AliasFilesOf(const AliasTable& table)
+std::vector<generation::ListFile> AliasFilesOf(const stores::AliasTable& table)
 {
     const MapTexts texts = MakeTexts(table);
     return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
 }
 
-std::vector<ListFile> AliasFiles()
+std::vector<generation::ListFile> AliasFiles()
 {
-    return AliasFilesOf(AliasTable(ReadAliases()));
+    return AliasFilesOf(stores::AliasTable(stores::ReadAliases()));
 }
 
-std::vector<ListFile> LoginFiles()
+std::vector<generation::ListFile> LoginFiles()
 {
-    return {{"login_aliases", MakeTexts(AliasTable(ReadAliases())).logins()}};
+    return {{"login_aliases", MakeTexts(stores::AliasTable(stores::ReadAliases())).logins()}};
 }
 
-}  // namespace host
+}  // namespace host::render

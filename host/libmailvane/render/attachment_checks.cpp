@@ -9,7 +9,7 @@
 
 #include "host/libmailvane/stores/attachment_types.h"
 
-namespace host {
+namespace host::render {
 namespace {
 
 using Bytes = std::vector<unsigned>;
@@ -137,14 +137,14 @@ std::string Check(const std::string& type)
 
 }  // namespace
 
-std::vector<ListFile> AttachmentFiles()
+std::vector<generation::ListFile> AttachmentFiles()
 {
     std::string text;
-    for (const std::string& type : AttachmentTypes()) text += Check(type);
+    for (const std::string& type : stores::AttachmentTypes()) text += Check(type);
     if (!text.empty()) {
         text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
     }
-    return {{kAttachmentChecksFile, text, false}};
+    return {{generation::kAttachmentChecksFile, text, false}};
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -5,9 +5,9 @@
 
 #include "host/libmailvane/generation/list_file.h"
 
-namespace host {
+namespace host::render {
 
 /// The header checks that the refused attachment types fill. Throws when these cannot be read.
-std::vector<ListFile> AttachmentFiles();
+std::vector<generation::ListFile> AttachmentFiles();
 
-}  // namespace host
+}  // namespace host::render

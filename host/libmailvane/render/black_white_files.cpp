@@ -3,12 +3,12 @@
 // The mail server's refuse what is black, also while the scanner looks for no spam.
 #include "host/libmailvane/render/black_white_files.h"
 
-#include "host/libmailvane/stores/account_databases.h"
-#include "host/libmailvane/stores/black_white_store.h"
 #include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/black_white_store.h"
 
-namespace host {
+namespace host::render {
 namespace {
 
 using Entries = std::list<BlackWhite>;
@@ -20,7 +20,7 @@ std::string Answer(const BlackWhite& entry)
 
 std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
 {
-    const std::string name = NameInText(static_cast<NameType>(entry.nameType), entry.name);
+    const std::string name = names::NameInText(static_cast<NameType>(entry.nameType), entry.name);
     return (entry.blackWhite == list ? "" : "!") + name + "\n";
 }
 
@@ -28,7 +28,7 @@ std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
 std::string ScannerText(const Entries& entries, BlackWhiteType list)
 {
     std::string text;
-    for (const BlackWhite* entry : SmallestFirst(entries, {NAME_IP, NAME_NETWORK})) {
+    for (const BlackWhite* entry : names::SmallestFirst(entries, {NAME_IP, NAME_NETWORK})) {
         text += ScannerLine(*entry, list);
     }
     for (const BlackWhite& entry : entries) {
@@ -40,32 +40,32 @@ std::string ScannerText(const Entries& entries, BlackWhiteType list)
 std::string ClientsText(const Entries& clients)
 {
     std::string text;
-    for (const BlackWhite* entry : SmallestFirst(clients, {NAME_IP, NAME_NETWORK})) {
+    for (const BlackWhite* entry : names::SmallestFirst(clients, {NAME_IP, NAME_NETWORK})) {
         text += entry->name + " " + Answer(*entry) + "\n";
     }
     return text;
 }
 
-ListFile ScannerFile(const char* name, const Entries& entries, BlackWhiteType list)
+generation::ListFile ScannerFile(const char* name, const Entries& entries, BlackWhiteType list)
 {
     return {std::string("amavis/") + name, ScannerText(entries, list), false};
 }
 
 }  // namespace
 
-std::vector<ListFile> BlackWhiteFiles()
+std::vector<generation::ListFile> BlackWhiteFiles()
 {
     Entries senders;
     Entries recipients;
     Entries clients;
-    if (auto store = ReadAccountDatabase(AccountDatabase::kMailvane)) {
-        senders = ReadBlackWhite(*store, TYPE_SENDER);
-        recipients = ReadBlackWhite(*store, TYPE_RECIPIENT);
-        clients = ReadBlackWhite(*store, TYPE_CLIENT);
+    if (auto store = stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane)) {
+        senders = stores::ReadBlackWhite(*store, TYPE_SENDER);
+        recipients = stores::ReadBlackWhite(*store, TYPE_RECIPIENT);
+        clients = stores::ReadBlackWhite(*store, TYPE_CLIENT);
     }
-    return {{"black_senders", NamesText(senders, Answer)},
-            {"black_recipients", NamesText(recipients, Answer)},
-            {kBlackClientsFile, ClientsText(clients), false},
+    return {{"black_senders", names::NamesText(senders, Answer)},
+            {"black_recipients", names::NamesText(recipients, Answer)},
+            {generation::kBlackClientsFile, ClientsText(clients), false},
             ScannerFile("black_senders", senders, BLACK_LIST),
             ScannerFile("white_senders", senders, WHITE_LIST),
             ScannerFile("black_recipients", recipients, BLACK_LIST),
@@ -74,4 +74,4 @@ std::vector<ListFile> BlackWhiteFiles()
             ScannerFile("white_clients", clients, WHITE_LIST)};
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -5,10 +5,10 @@
 
 #include "host/libmailvane/generation/list_file.h"
 
-namespace host {
+namespace host::render {
 
 /// The files of the mail server and of the scanner that the black and white list fills; a missing
 /// store is an empty one. Throws when it cannot be read.
-std::vector<ListFile> BlackWhiteFiles();
+std::vector<generation::ListFile> BlackWhiteFiles();
 
-}  // namespace host
+}  // namespace host::render

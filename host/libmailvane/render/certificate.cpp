@@ -8,7 +8,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -42,16 +42,18 @@ bool SelfSign(const std::string& directory, const std::string& hostname, std::st
 bool HasCertificateFor(const std::string& hostname)
 {
     std::string owner;
-    return ReadFile(GenerationDirectory(CurrentGeneration()) + "/" + kHostname, owner) &&
+    return ReadFile(
+               generation::GenerationDirectory(generation::CurrentGeneration()) + "/" + kHostname,
+               owner) &&
            owner == hostname;
 }
 
 }  // namespace
 
-CertificateFiles ChooseCertificate(NextGeneration& next, const std::string& hostname)
+CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::string& hostname)
 {
     CertificateFiles own{PackagePath("etc/tls/cert.pem"), PackagePath("etc/tls/key.pem")};
-    if (NameExists(own.certificate) && NameExists(own.privateKey)) return own;
+    if (system::NameExists(own.certificate) && system::NameExists(own.privateKey)) return own;
 
     if (!HasCertificateFor(hostname)) {
         std::string certificate;
@@ -64,8 +66,8 @@ CertificateFiles ChooseCertificate(NextGeneration& next, const std::string& host
         next.Put(kHostname, hostname, 0644);
     }
     // Daemons go through the link, so that the paths stay the same.
-    const std::string current = GeneratedDirectory() + "/current/";
+    const std::string current = generation::GeneratedDirectory() + "/current/";
     return {current + kCertificate, current + kPrivateKey};
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -5,7 +5,7 @@
 
 #include "host/libmailvane/generation/generation.h"
 
-namespace host {
+namespace host::render {
 
 /// Paths of a certificate chain and its key.
 struct CertificateFiles {
@@ -16,6 +16,6 @@ struct CertificateFiles {
 /// The certificate to use for `hostname`: the administrator's (etc/tls/cert.pem and key.pem) where
 /// there is one, else one signed by itself that is kept in the generations and made anew when the
 /// host name changes.
-CertificateFiles ChooseCertificate(NextGeneration& next, const std::string& hostname);
+CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::string& hostname);
 
-}  // namespace host
+}  // namespace host::render

@@ -13,7 +13,7 @@
 #include "platform/hald/account.h"
 #include "platform/hlib/string_list.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -93,4 +93,4 @@ std::string FirstAdministrator()
     return name;
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/render/certificate.h"
 
-namespace host {
+namespace host::render {
 
 /// What the files of the daemons depend on besides the settings.
 struct RenderContext {
@@ -29,4 +29,4 @@ bool KernelHasIpv6();
 /// The first member of the administrators' group; empty when there is none.
 std::string FirstAdministrator();
 
-}  // namespace host
+}  // namespace host::render

@@ -3,7 +3,7 @@
 
 #include "host/libmailvane/render/context.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -16,7 +16,7 @@ const char* YesNo(bool flag)
 }
 
 /// The listener of one mailbox service; port 0 switches it off.
-std::string Listener(const char* name, const StoredSettings& settings, bool tls)
+std::string Listener(const char* name, const settings::StoredSettings& settings, bool tls)
 {
     const std::string prefix = name;
     const bool enabled = settings.Bool((prefix + "_enabled").c_str());
@@ -25,7 +25,7 @@ std::string Listener(const char* name, const StoredSettings& settings, bool tls)
            (tls ? "\n    ssl = yes" : "") + "\n  }\n";
 }
 
-std::string MailboxServices(const StoredSettings& settings)
+std::string MailboxServices(const settings::StoredSettings& settings)
 {
     return "service imap-login {\n" + Listener("imap", settings, false) +
            Listener("imaps", settings, true) + "}\nservice pop3-login {\n" +
@@ -68,7 +68,7 @@ bool ListensOnIpv6(const std::string& dovecotConfiguration)
     return dovecotConfiguration.find(std::string("\nlisten = ") + kEverywhere) != std::string::npos;
 }
 
-std::string RenderDovecot(const StoredSettings& settings, const RenderContext& context)
+std::string RenderDovecot(const settings::StoredSettings& settings, const RenderContext& context)
 {
     return "# Made by mailvane from its stored settings. Put what is your own into\n"
            "# /var/packages/Mailvane/etc/local.d/*.dovecot.conf.\n"
@@ -96,4 +96,4 @@ std::string RenderDovecot(const StoredSettings& settings, const RenderContext& c
            "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -6,12 +6,12 @@
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::render {
 
 /// Whether Dovecot's configuration is one for a kernel with IPv6.
 bool ListensOnIpv6(const std::string& dovecotConfiguration);
 
 /// Text of Dovecot's configuration.
-std::string RenderDovecot(const StoredSettings& settings, const RenderContext& context);
+std::string RenderDovecot(const settings::StoredSettings& settings, const RenderContext& context);
 
-}  // namespace host
+}  // namespace host::render

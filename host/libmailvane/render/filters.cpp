@@ -2,11 +2,11 @@
 #include "host/libmailvane/render/filters.h"
 
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/settings/derived_settings.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -29,7 +29,7 @@ std::string Socket(const std::string& filter)
 /// Daemons go through the link, so that the paths stay the same.
 std::string InForce(const std::string& relative)
 {
-    return GeneratedDirectory() + "/current/" + relative;
+    return generation::GeneratedDirectory() + "/current/" + relative;
 }
 
 /// One line of a configuration: name and value.
@@ -53,7 +53,7 @@ std::string ProcessLines(const std::string& filter)
     return text;
 }
 
-std::string DkimFilterText(const StoredSettings& settings)
+std::string DkimFilterText(const settings::StoredSettings& settings)
 {
     std::string text = ProcessLines(kDkimFilter);
     text += Line("Mode", settings.Bool("enable_dkim") ? "sv" : "v");
@@ -71,17 +71,17 @@ std::string DkimFilterText(const StoredSettings& settings)
 }
 
 /// One key for all domains.
-std::string KeyTableText(const StoredSettings& settings)
+std::string KeyTableText(const settings::StoredSettings& settings)
 {
     // The domain of the sender stands for the percent sign.
     return std::string(kKeyName) + " %:" + settings.Text("dkim_selector") + ":" +
            PackagePath("etc/dkim.signer/dkim.private") + "\n";
 }
 
-std::string SigningTableText(const StoredSettings& settings)
+std::string SigningTableText(const settings::StoredSettings& settings)
 {
     std::string text;
-    for (const std::string& domain : MailDomains(settings)) {
+    for (const std::string& domain : settings::MailDomains(settings)) {
         text += "*@" + domain + " " + kKeyName + "\n";
     }
     return text;
@@ -101,7 +101,7 @@ std::string ResolverText(const RenderContext& context)
     return text;
 }
 
-std::string DmarcFilterText(const StoredSettings& settings)
+std::string DmarcFilterText(const settings::StoredSettings& settings)
 {
     std::string text = ProcessLines(kDmarcFilter);
     text += Line("AuthservID", settings.Text("smtp_hostname"));
@@ -116,7 +116,7 @@ std::string DmarcFilterText(const StoredSettings& settings)
     return text;
 }
 
-std::string SpfText(const StoredSettings& settings)
+std::string SpfText(const settings::StoredSettings& settings)
 {
     std::string text = kHeader;
     text += "debugLevel = 1\n";
@@ -142,7 +142,7 @@ std::string Filter(const char* filter, const char* whenItFails)
 }
 
 /// The scanner, while it runs. Mail that it cannot look at has to wait.
-std::string Scanner(const StoredSettings& settings)
+std::string Scanner(const settings::StoredSettings& settings)
 {
     return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
 }
@@ -162,17 +162,17 @@ const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
 const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
 
-bool DkimFilterRuns(const StoredSettings& settings)
+bool DkimFilterRuns(const settings::StoredSettings& settings)
 {
     return settings.Bool("enable_dkim") || settings.Bool("enable_dmarc");
 }
 
-bool DmarcFilterRuns(const StoredSettings& settings)
+bool DmarcFilterRuns(const settings::StoredSettings& settings)
 {
     return settings.Bool("enable_dmarc");
 }
 
-std::string SmtpFilters(const StoredSettings& settings)
+std::string SmtpFilters(const settings::StoredSettings& settings)
 {
     // Without the signer mail would leave unsigned, and what others have signed would look forged
     // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
@@ -181,17 +181,17 @@ std::string SmtpFilters(const StoredSettings& settings)
                    Scanner(settings)});
 }
 
-std::string SubmissionFilters(const StoredSettings& settings)
+std::string SubmissionFilters(const settings::StoredSettings& settings)
 {
     return Joined({Scanner(settings), LocalMailFilters(settings)});
 }
 
-std::string LocalMailFilters(const StoredSettings& settings)
+std::string LocalMailFilters(const settings::StoredSettings& settings)
 {
     return settings.Bool("enable_dkim") ? Filter(kDkimFilter, "tempfail") : "";
 }
 
-std::string SpfService(const StoredSettings& settings)
+std::string SpfService(const settings::StoredSettings& settings)
 {
     if (!settings.Bool("enable_spf_check")) return "";
 
@@ -200,18 +200,18 @@ std::string SpfService(const StoredSettings& settings)
            InForce("spf/policyd-spf.conf") + "\n";
 }
 
-std::string RatePolicyService(const StoredSettings& settings)
+std::string RatePolicyService(const settings::StoredSettings& settings)
 {
     if (!settings.Bool(kRateSwitch)) return "";
 
     return "rate-policy unix - n n - 0 spawn\n"
            "  user=mailvane-policy argv=" +
-           PackagePath("target/bin/hald_rate_policy") + " " + InForce(kQuotaFile) + " " +
-           Socket("memcached") + " " +
+           PackagePath("target/bin/hald_rate_policy") + " " + InForce(generation::kQuotaFile) +
+           " " + Socket("memcached") + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 
-void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
+void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                     const RenderContext& context)
 {
     next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
@@ -224,4 +224,4 @@ void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -8,39 +8,39 @@
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::render {
 
 /// Whether OpenDKIM is to run: it signs, and it verifies for the DMARC checker.
-bool DkimFilterRuns(const StoredSettings& settings);
+bool DkimFilterRuns(const settings::StoredSettings& settings);
 
 /// Whether OpenDMARC is to run.
-bool DmarcFilterRuns(const StoredSettings& settings);
+bool DmarcFilterRuns(const settings::StoredSettings& settings);
 
 /// Postfix's list of filters for mail that comes in by SMTP, in their order: the scanner, which
 /// costs most, sees what the others let pass.
-std::string SmtpFilters(const StoredSettings& settings);
+std::string SmtpFilters(const settings::StoredSettings& settings);
 
 /// The same for mail that logins submit: it is scanned before it is signed.
-std::string SubmissionFilters(const StoredSettings& settings);
+std::string SubmissionFilters(const settings::StoredSettings& settings);
 
 /// The same for mail that programs of this machine hand to the sendmail command.
-std::string LocalMailFilters(const StoredSettings& settings);
+std::string LocalMailFilters(const settings::StoredSettings& settings);
 
 /// The item of a restriction list that asks the SPF checker.
 extern const char kAskSpf[];
 
 /// The service of master.cf that runs the SPF checker; empty while that is off.
-std::string SpfService(const StoredSettings& settings);
+std::string SpfService(const settings::StoredSettings& settings);
 
 /// The switch of the rate policy, and the item of a restriction list that asks it.
 extern const char kRateSwitch[];
 extern const char kAskRatePolicy[];
 
 /// The service of master.cf that runs the rate policy; empty while that is off.
-std::string RatePolicyService(const StoredSettings& settings);
+std::string RatePolicyService(const settings::StoredSettings& settings);
 
 /// Puts the filters' own files into the next generation, whether they run or not.
-void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
+void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                     const RenderContext& context);
 
-}  // namespace host
+}  // namespace host::render

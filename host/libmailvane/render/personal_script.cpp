@@ -7,7 +7,7 @@
 #include <array>
 #include <ctime>
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -45,7 +45,7 @@ std::string TimeTest(const char* comparison, std::int64_t moment)
 
 /// Whether the reply is due now. The end belongs to the period; the time of delivery goes on with
 /// its zone, so that it is greater than the text of its own second.
-std::string PeriodTest(const PersonalSettings& settings)
+std::string PeriodTest(const stores::PersonalSettings& settings)
 {
     std::string tests = "true";
     if (settings.replyBegin > 0) tests += ",\n        " + TimeTest("ge", settings.replyBegin);
@@ -55,7 +55,7 @@ std::string PeriodTest(const PersonalSettings& settings)
     return "allof (" + tests + ')';
 }
 
-std::string ReplyWhen(const std::string& test, const Reply& reply)
+std::string ReplyWhen(const std::string& test, const stores::Reply& reply)
 {
     const std::string subject = reply.subject.empty() ? "" : " :subject " + Quoted(reply.subject);
     return " elsif " + test + " {\n    vacation :days 1" + subject + ' ' + Quoted(reply.message) +
@@ -63,10 +63,10 @@ std::string ReplyWhen(const std::string& test, const Reply& reply)
 }
 
 /// One chain: the reply to the sender, or else the general one.
-std::string Replies(const PersonalSettings& settings)
+std::string Replies(const stores::PersonalSettings& settings)
 {
     std::string chain;
-    for (const SenderReply& entry : settings.senderReplies) {
+    for (const stores::SenderReply& entry : settings.senderReplies) {
         chain += ReplyWhen("address :is \"from\" " + Quoted(entry.sender), entry.reply);
     }
     if (settings.reply) chain += ReplyWhen(PeriodTest(settings), settings.generalReply);
@@ -75,7 +75,7 @@ std::string Replies(const PersonalSettings& settings)
     return "if header :is \"X-Spam-Flag\" \"YES\" {\n    # Spam gets no answer.\n}" + chain + '\n';
 }
 
-std::string Forwarding(const PersonalSettings& settings)
+std::string Forwarding(const stores::PersonalSettings& settings)
 {
     if (!settings.forward) return "";
     return std::string("redirect ") + (settings.keepCopy ? ":copy " : "") +
@@ -84,10 +84,10 @@ std::string Forwarding(const PersonalSettings& settings)
 
 }  // namespace
 
-std::string RenderPersonalScript(const PersonalSettings& settings)
+std::string RenderPersonalScript(const stores::PersonalSettings& settings)
 {
     const std::string actions = Replies(settings) + Forwarding(settings);
     return actions.empty() ? "" : kHead + actions;
 }
 
-}  // namespace host
+}  // namespace host::render

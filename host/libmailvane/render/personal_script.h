@@ -5,10 +5,10 @@
 
 #include "host/libmailvane/stores/personal_settings.h"
 
-namespace host {
+namespace host::render {
 
 /// Text of the Sieve script; empty when there is nothing to do. The texts of the settings become
 /// strings of the script, whatever they hold.
-std::string RenderPersonalScript(const PersonalSettings& settings);
+std::string RenderPersonalScript(const stores::PersonalSettings& settings);
 
-}  // namespace host
+}  // namespace host::render

@@ -1,32 +1,32 @@
 // What blind copies and sender quotas fill: their entries as they stand.
 #include "host/libmailvane/render/plain_lists.h"
 
+#include "host/libmailvane/names/login_key.h"
 #include "host/libmailvane/stores/bcc_store.h"
 #include "host/libmailvane/stores/list_store.h"
-#include "host/libmailvane/names/login_key.h"
 
-namespace host {
+namespace host::render {
 
-std::vector<ListFile> BlindCopyFiles()
+std::vector<generation::ListFile> BlindCopyFiles()
 {
-    std::optional<SQLite::Database> store = OpenListStore();
+    std::optional<SQLite::Database> store = stores::OpenListStore();
     if (!store) return {{"sender_bcc", ""}, {"recipient_bcc", ""}};
     // Postfix finds a bare name for every mail domain of this server.
-    return {{"sender_bcc", BccText(*store, BCC_SENDER)},
-            {"recipient_bcc", BccText(*store, BCC_RECIPIENT)}};
+    return {{"sender_bcc", stores::BccText(*store, BCC_SENDER)},
+            {"recipient_bcc", stores::BccText(*store, BCC_RECIPIENT)}};
 }
 
-std::vector<ListFile> QuotaFiles()
+std::vector<generation::ListFile> QuotaFiles()
 {
     std::string text;
-    if (auto store = OpenListStore()) {
+    if (auto store = stores::OpenListStore()) {
         SQLite::Statement all(*store, "SELECT login, quota FROM sender_quota ORDER BY login");
         while (all.executeStep()) {
-            const std::string login = LoginKey(all.getColumn(0).getString());
+            const std::string login = names::LoginKey(all.getColumn(0).getString());
             text += std::to_string(all.getColumn(1).getUInt()) + " " + login + "\n";
         }
     }
-    return {{kQuotaFile, text, false}};
+    return {{generation::kQuotaFile, text, false}};
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -5,12 +5,12 @@
 
 #include "host/libmailvane/generation/list_file.h"
 
-namespace host {
+namespace host::render {
 
 /// The maps of the blind copies; a missing store is an empty one. Throws when it cannot be read.
-std::vector<ListFile> BlindCopyFiles();
+std::vector<generation::ListFile> BlindCopyFiles();
 
 /// What the rate policy reads: how much each login may send. As above.
-std::vector<ListFile> QuotaFiles();
+std::vector<generation::ListFile> QuotaFiles();
 
-}  // namespace host
+}  // namespace host::render

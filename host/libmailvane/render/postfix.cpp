@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "host/libmailvane/render/alias_expansion.h"
-#include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/settings/derived_settings.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -75,10 +75,11 @@ const char* YesNo(bool flag)
     return flag ? "yes" : "no";
 }
 
-void AddIdentity(Parameters& main, const StoredSettings& settings, const RenderContext& context)
+void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
+                 const RenderContext& context)
 {
     std::string destinations = "localhost";
-    for (const std::string& domain : MailDomains(settings)) destinations += ", " + domain;
+    for (const std::string& domain : settings::MailDomains(settings)) destinations += ", " + domain;
 
     main.Add("compatibility_level", "3.6");
     main.Add("maillog_file", "/var/log/mailvane/maillog");
@@ -94,7 +95,7 @@ void AddIdentity(Parameters& main, const StoredSettings& settings, const RenderC
     main.Add("recipient_delimiter", "+");
 }
 
-void AddDelivery(Parameters& main, const StoredSettings& settings)
+void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
     // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
     const int limit = settings.Int("message_size_limit_mb") * 1024 * 1024;
@@ -118,7 +119,8 @@ void AddDelivery(Parameters& main, const StoredSettings& settings)
     main.Add("always_bcc", settings.AlwaysBcc());
 }
 
-void AddTls(Parameters& main, const StoredSettings& settings, const RenderContext& context)
+void AddTls(Parameters& main, const settings::StoredSettings& settings,
+            const RenderContext& context)
 {
     main.Add("smtpd_tls_cert_file", context.certificate);
     main.Add("smtpd_tls_key_file", context.privateKey);
@@ -132,7 +134,7 @@ void AddTls(Parameters& main, const StoredSettings& settings, const RenderContex
 }
 
 /// The relay host as Postfix names it: no MX is looked up for it.
-std::string RelayHost(const StoredSettings& settings)
+std::string RelayHost(const settings::StoredSettings& settings)
 {
     const std::string& server = settings.Text("smtp_relay_server");
     if (!settings.Bool("smtp_relay_enabled") || server.empty()) return "";
@@ -141,7 +143,7 @@ std::string RelayHost(const StoredSettings& settings)
     return host + ":" + std::to_string(settings.Int("smtp_relay_port"));
 }
 
-void AddRelay(Parameters& main, const StoredSettings& settings)
+void AddRelay(Parameters& main, const settings::StoredSettings& settings)
 {
     const std::string relay = RelayHost(settings);
     const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
@@ -157,11 +159,11 @@ void AddRelay(Parameters& main, const StoredSettings& settings)
 /// Answers outside of these say that the list refuses to answer, for example 127.255.255.254.
 const char kListedAnswers[] = "=127.0.[0..255].[0..255]";
 
-void AddBlocklists(Restrictions& restrictions, const StoredSettings& settings)
+void AddBlocklists(Restrictions& restrictions, const settings::StoredSettings& settings)
 {
     if (!settings.Bool("spam_dnsbl_enable")) return;
 
-    for (const Blocklist& entry : settings.blocklists) {
+    for (const settings::Blocklist& entry : settings.blocklists) {
         restrictions.Add("reject_" + entry.type + " " + entry.server + kListedAnswers);
     }
 }
@@ -178,7 +180,7 @@ void AddClientAccess(Restrictions& restrictions)
 /// costs several and a program. A client or recipient that is let in by the access lists is asked
 /// about neither; a sender is, since anybody can write any sender. None of this lets a stranger
 /// relay: that is judged before, by restrictions of its own.
-std::string RecipientRestrictions(const StoredSettings& settings)
+std::string RecipientRestrictions(const settings::StoredSettings& settings)
 {
     Restrictions restrictions;
     restrictions.Add("check_recipient_access " + Map("black_recipients"))
@@ -193,7 +195,7 @@ std::string RecipientRestrictions(const StoredSettings& settings)
     return restrictions.text();
 }
 
-void AddRestrictions(Parameters& main, const StoredSettings& settings)
+void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
     // An alias is looked up by its name alone, whatever the mail domain.
@@ -242,7 +244,7 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
     if (settings.Bool(kRateSwitch)) main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
 
-void AddFilters(Parameters& main, const StoredSettings& settings)
+void AddFilters(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
     // Postfix complains about a parameter that no service uses.
@@ -256,7 +258,7 @@ void AddFilters(Parameters& main, const StoredSettings& settings)
     if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
 }
 
-void AddLimits(Parameters& main, const StoredSettings& settings)
+void AddLimits(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_client_connection_rate_limit",
              std::to_string(settings.Int("client_connection_rate_limit")));
@@ -311,10 +313,10 @@ std::string EscapedForPattern(const std::string& domain)
 }
 
 /// What an address of a mail domain, with or without an extension, stands for.
-std::string OwnAddressRule(const StoredSettings& settings, const std::string& result)
+std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
 {
     std::string domains;
-    for (const std::string& domain : MailDomains(settings)) {
+    for (const std::string& domain : settings::MailDomains(settings)) {
         domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
     }
     return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ " + result + "\n";
@@ -322,7 +324,8 @@ std::string OwnAddressRule(const StoredSettings& settings, const std::string& re
 
 }  // namespace
 
-std::string RenderPostfixMain(const StoredSettings& settings, const RenderContext& context)
+std::string RenderPostfixMain(const settings::StoredSettings& settings,
+                              const RenderContext& context)
 {
     Parameters main(context.mainFragment);
     AddIdentity(main, settings, context);
@@ -335,7 +338,8 @@ std::string RenderPostfixMain(const StoredSettings& settings, const RenderContex
     return kHeader + main.text() + context.mainFragment;
 }
 
-std::string RenderPostfixMaster(const StoredSettings& settings, const RenderContext& context)
+std::string RenderPostfixMaster(const settings::StoredSettings& settings,
+                                const RenderContext& context)
 {
     std::string text = kHeader;
     text += SmtpService(settings.Int("smtp_port"), {});
@@ -358,7 +362,7 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const RenderCont
            context.masterFragment;
 }
 
-std::string RenderRelayPassword(const StoredSettings& settings)
+std::string RenderRelayPassword(const settings::StoredSettings& settings)
 {
     const std::string relay = RelayHost(settings);
     if (relay.empty() || !settings.Bool("smtp_relay_auth")) return "";
@@ -367,18 +371,18 @@ std::string RenderRelayPassword(const StoredSettings& settings)
            settings.Text("smtp_relay_password") + "\n";
 }
 
-std::string LoginPrefix(const StoredSettings& settings)
+std::string LoginPrefix(const settings::StoredSettings& settings)
 {
     const std::string& domain = settings.Text("win_domain_short_name");
     return settings.Text("account_type") != "win" || domain.empty() ? "" : domain + "\\";
 }
 
-std::string RenderOwnNames(const StoredSettings& settings)
+std::string RenderOwnNames(const settings::StoredSettings& settings)
 {
     return OwnAddressRule(settings, "${1}");
 }
 
-std::string RenderLoginRule(const StoredSettings& settings)
+std::string RenderLoginRule(const settings::StoredSettings& settings)
 {
     const std::string prefix = LoginPrefix(settings);
     return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
@@ -395,4 +399,4 @@ std::string RenderRoles(const RenderContext& context)
     return text;
 }
 
-}  // namespace host
+}  // namespace host::render

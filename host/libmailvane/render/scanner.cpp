@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
+#include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/stores/attachment_types.h"
 #include "host/libmailvane/system/database.h"
-#include "host/libmailvane/settings/derived_settings.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -128,7 +128,7 @@ const char* const kPlugins[] = {
 
 std::string InForce(const std::string& relative)
 {
-    return GeneratedDirectory() + "/current/" + relative;
+    return generation::GeneratedDirectory() + "/current/" + relative;
 }
 
 /// A text in Perl: in single quotes nothing but quote and backslash has a meaning.
@@ -167,7 +167,7 @@ std::string Action(const std::string& finding, const std::string& action, bool k
 
 /// Refused spam is kept too: where one recipient's list lets a message pass, the others' copies
 /// are taken out of it without anybody being told.
-std::string Actions(const StoredSettings& settings)
+std::string Actions(const settings::StoredSettings& settings)
 {
     const std::string& spam = settings.Text("spam_action");
     const std::string& virus = settings.Text("virus_action");
@@ -175,7 +175,7 @@ std::string Actions(const StoredSettings& settings)
            Action("virus", virus, virus == "quarantine");
 }
 
-std::string Scores(const StoredSettings& settings)
+std::string Scores(const settings::StoredSettings& settings)
 {
     const std::string& tag = settings.Text("spam_subject_tag");
     return Assign("$sa_tag2_level_deflt", settings.Spelled("spam_tag_score")) +
@@ -184,10 +184,10 @@ std::string Scores(const StoredSettings& settings)
 }
 
 /// Domains whose mail gets the scanner's headers.
-std::string LocalDomains(const StoredSettings& settings)
+std::string LocalDomains(const settings::StoredSettings& settings)
 {
     std::string domains;
-    for (const std::string& domain : MailDomains(settings)) {
+    for (const std::string& domain : settings::MailDomains(settings)) {
         domains += (domains.empty() ? "" : ", ") + PerlText(domain);
     }
     return Assign("@local_domains_maps", "([" + domains + "])");
@@ -203,7 +203,7 @@ std::string SpamAssassinPlugins()
     return text;
 }
 
-std::string SpamAssassinSettings(const StoredSettings& settings)
+std::string SpamAssassinSettings(const settings::StoredSettings& settings)
 {
     const char* const learns = settings.Bool("spam_bayes") ? "1" : "0";
     std::string text = kHeader;
@@ -215,12 +215,12 @@ std::string SpamAssassinSettings(const StoredSettings& settings)
 }
 
 /// How much of a message is looked at, unpacked: what may be sent must not be too large to scan.
-int ScannedMegabytes(const StoredSettings& settings)
+int ScannedMegabytes(const settings::StoredSettings& settings)
 {
     return std::max(kUsualMegabytes, 2 * settings.Int("message_size_limit_mb"));
 }
 
-std::string EngineText(const StoredSettings& settings)
+std::string EngineText(const settings::StoredSettings& settings)
 {
     const int largest = std::max(kUsualMegabytes, settings.Int("message_size_limit_mb"));
     std::string text = kHeader;
@@ -258,25 +258,25 @@ std::string UpdaterText(const std::string& fragment)
 
 }  // namespace
 
-bool ScannerRuns(const StoredSettings& settings)
+bool ScannerRuns(const settings::StoredSettings& settings)
 {
     return settings.Bool("anti_virus_enable") || settings.Bool("spam_enable") ||
            settings.Bool("enable_dangerous_content_scan");
 }
 
-bool AntiVirusRuns(const StoredSettings& settings)
+bool AntiVirusRuns(const settings::StoredSettings& settings)
 {
     return settings.Bool("anti_virus_enable");
 }
 
-std::vector<ListFile> BannedTypeFiles()
+std::vector<generation::ListFile> BannedTypeFiles()
 {
     std::string text;
-    for (const std::string& type : AttachmentTypes()) text += type + "\n";
+    for (const std::string& type : stores::AttachmentTypes()) text += type + "\n";
     return {{kBannedTypes, text, false}};
 }
 
-std::string RenderScanner(const StoredSettings& settings)
+std::string RenderScanner(const settings::StoredSettings& settings)
 {
     std::string text = kHeader;
     text += "use strict;\nmy $lists = " + PerlText(InForce("amavis")) + ";\n";
@@ -294,15 +294,17 @@ std::string RenderScanner(const StoredSettings& settings)
     return text + kScannerEnd;
 }
 
-void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
+void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
     const auto putTypes = [&next] {
-        for (const ListFile& file : BannedTypeFiles()) next.Put(file.name, file.text, 0644);
+        for (const generation::ListFile& file : BannedTypeFiles())
+            next.Put(file.name, file.text, 0644);
         return 0;
     };
-    if (WithoutExceptions("attachment types", putTypes) < 0) next.Fail("make", kBannedTypes);
+    if (system::WithoutExceptions("attachment types", putTypes) < 0)
+        next.Fail("make", kBannedTypes);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
@@ -310,4 +312,4 @@ void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
     next.Put("clamav/freshclam.conf", UpdaterText(context.updaterFragment), 0644);
 }
 
-}  // namespace host
+}  // namespace host::render

@@ -10,7 +10,7 @@
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::render {
 
 /// Where the scanner's daemons listen.
 constexpr char kScannerSocket[] = "/run/mailvane/amavis/socket";
@@ -26,20 +26,20 @@ constexpr char kSpamRules[] = "amavis/rules.cf";
 constexpr char kBannedTypes[] = "amavis/banned_types";
 
 /// Whether the scanner is to run: one of its three switches is on.
-bool ScannerRuns(const StoredSettings& settings);
+bool ScannerRuns(const settings::StoredSettings& settings);
 
 /// Whether the anti-virus engine is to run.
-bool AntiVirusRuns(const StoredSettings& settings);
+bool AntiVirusRuns(const settings::StoredSettings& settings);
 
 /// The refused attachment types, which the scanner finds in archives too.
-std::vector<ListFile> BannedTypeFiles();
+std::vector<generation::ListFile> BannedTypeFiles();
 
 /// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
 /// that comes from users is quoted, or read from files of its own.
-std::string RenderScanner(const StoredSettings& settings);
+std::string RenderScanner(const settings::StoredSettings& settings);
 
 /// Puts the files of scanner and engine into the next generation, whether they run or not.
-void PutScannerFiles(NextGeneration& next, const StoredSettings& settings,
+void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context);
 
-}  // namespace host
+}  // namespace host::render

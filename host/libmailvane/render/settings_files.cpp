@@ -5,12 +5,12 @@
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/postfix.h"
 
-#include "host/libmailvane/render/certificate.h"
 #include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/render/certificate.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
 
-namespace host {
+namespace host::render {
 
 namespace {
 
@@ -29,12 +29,12 @@ const char* const kListMaps[] = {"aliases",
                                  "black_recipients"};
 
 /// Files that other lists fill and that are read as they are.
-const char* const kListFiles[] = {kQuotaFile, kClientNetworksFile, kBlackClientsFile,
-                                  kAttachmentChecksFile};
+const char* const kListFiles[] = {generation::kQuotaFile, generation::kClientNetworksFile,
+                                  generation::kBlackClientsFile, generation::kAttachmentChecksFile};
 
 }  // namespace
 
-void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
+void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSettings& settings)
 {
     const RenderContext context =
         ReadRenderContext(ChooseCertificate(next, settings.Text("smtp_hostname")));
@@ -58,4 +58,4 @@ void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings)
     }
 }
 
-}  // namespace host
+}  // namespace host::render

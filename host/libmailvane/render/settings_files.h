@@ -4,10 +4,10 @@
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::render {
 
 /// Puts all files that follow from the settings into the next generation, and empty maps where the
 /// generation in force has none yet.
-void PutSettingsFiles(NextGeneration& next, const StoredSettings& settings);
+void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSettings& settings);
 
-}  // namespace host
+}  // namespace host::render

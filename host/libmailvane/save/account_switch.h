@@ -3,12 +3,12 @@
 
 #include "host/libmailvane/settings/account_combination.h"
 
-namespace host {
+namespace host::save {
 
 /// Makes the account data that of the stored account combination, `stored`, when it is not, and
 /// rebuilds the lists that were generated from it. A reader that finds the request lock taken, or
 /// stored data that is being exchanged, leaves that to the writer. 0; negative when it could not be
 /// completed.
-int HealAccounts(const AccountCombination& stored);
+int HealAccounts(const settings::AccountCombination& stored);
 
-}  // namespace host
+}  // namespace host::save

@@ -14,19 +14,19 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/render/attachment_checks.h"
+#include "host/libmailvane/render/personal_script.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/user_script.h"
 
 namespace fs = std::filesystem;
 
-namespace host {
+namespace host::save {
 
 namespace {
 
@@ -64,7 +64,7 @@ std::string AddedPath()
 /// Renames what is there; having nothing is fine. False, logged, on failure.
 bool MoveIfThere(const std::string& from, const std::string& to)
 {
-    if (!NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return true;
+    if (!system::NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return true;
 
     Log(LOG_ERR, "cannot move %s to %s: %s", from.c_str(), to.c_str(), ErrnoText());
     return false;
@@ -72,7 +72,8 @@ bool MoveIfThere(const std::string& from, const std::string& to)
 
 bool SyncAll()
 {
-    return SyncFolderOf(InForce("x")) && SyncFolderOf(OldOf("x")) && SyncFolderOf(NewOf("x"));
+    return system::SyncFolderOf(InForce("x")) && system::SyncFolderOf(OldOf("x")) &&
+           system::SyncFolderOf(NewOf("x"));
 }
 
 std::set<std::string> AddedNames()
@@ -92,7 +93,7 @@ bool PrepareExchange(const std::string& staged)
     DropExchange();
     std::string added;
     for (const char* name : kStoredData) {
-        if (!NameExists(InForce(name))) added.append(name).append("\n");
+        if (!system::NameExists(InForce(name))) added.append(name).append("\n");
     }
     const std::string folder = ExchangeFolder();
     if (MakeDirectories(folder + "/old", 0700) && ReplaceFile(AddedPath(), added, 0600) &&
@@ -106,8 +107,8 @@ bool PrepareExchange(const std::string& staged)
 bool TakeBack(const std::string& name, bool wasAdded)
 {
     // Where `new` still has it, it was not put in place.
-    const bool replaced = NameExists(OldOf(name));
-    if (!replaced && (!wasAdded || NameExists(NewOf(name)))) return true;
+    const bool replaced = system::NameExists(OldOf(name));
+    if (!replaced && (!wasAdded || system::NameExists(NewOf(name)))) return true;
 
     return MoveIfThere(InForce(name), NewOf(name)) && MoveIfThere(OldOf(name), InForce(name));
 }
@@ -134,14 +135,14 @@ std::string StoredText(const std::string& folder, const std::string& user)
 /// machine has none.
 bool FollowPersonalSettings(const std::string& user)
 {
-    MailAccount account;
-    const std::string problem = FindMailAccount(user, account);
+    system::MailAccount account;
+    const std::string problem = system::FindMailAccount(user, account);
     if (!problem.empty()) {
         Log(LOG_WARNING, "personal settings of %.64s: %s", user.c_str(), problem.c_str());
         return problem != "accounts_unavailable";
     }
-    const auto settings = ReadPersonalSettings(account);
-    return settings && PutUserScript(account, RenderPersonalScript(*settings));
+    const auto settings = stores::ReadPersonalSettings(account);
+    return settings && system::PutUserScript(account, render::RenderPersonalScript(*settings));
 }
 
 bool FollowAllPersonalSettings()
@@ -151,7 +152,7 @@ bool FollowAllPersonalSettings()
     std::set<std::string> users;
     for (const std::string& folder : folders) AddUsers(folder, users);
     return std::all_of(users.begin(), users.end(), [&folders](const std::string& user) {
-        const std::string& other = NameExists(folders[1]) ? folders[1] : folders[2];
+        const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
         return StoredText(folders[0], user) == StoredText(other, user) ||
                FollowPersonalSettings(user);
     });
@@ -169,7 +170,7 @@ bool BeginExchange(const std::string& staged, bool whole)
     if (!PrepareExchange(staged)) return false;
 
     for (const char* name : kStoredData) {
-        if (!whole && !NameExists(NewOf(name))) continue;
+        if (!whole && !system::NameExists(NewOf(name))) continue;
         if (!MoveIfThere(InForce(name), OldOf(name))) return false;
         if (!MoveIfThere(NewOf(name), InForce(name))) return false;
     }
@@ -178,7 +179,7 @@ bool BeginExchange(const std::string& staged, bool whole)
 
 bool ExchangeIsUnderWay()
 {
-    return NameExists(ExchangeFolder() + "/new");
+    return system::NameExists(ExchangeFolder() + "/new");
 }
 
 bool TakeExchangeBack()
@@ -200,7 +201,7 @@ void KeepExchange()
     const std::string kept = ExchangeFolder() + ".kept";
     std::error_code error;
     fs::remove_all(kept, error);
-    if (!MoveIfThere(ExchangeFolder(), kept) || !SyncFolderOf(kept)) return;
+    if (!MoveIfThere(ExchangeFolder(), kept) || !system::SyncFolderOf(kept)) return;
 
     fs::remove_all(InForce("replaced"), error);
     (void)MoveIfThere(kept + "/old", InForce("replaced"));
@@ -215,15 +216,15 @@ void DropExchange()
 
 int FollowStoredData(const std::string& /*unused*/)
 {
-    const auto settings = StoredSettings::Read();
+    const auto settings = settings::StoredSettings::Read();
     if (!settings || HealAccounts(settings->Account()) < 0) return -1;
 
     std::vector<ListFileMaker> lists = AccountLists();
-    lists.emplace_back(AttachmentFiles);
-    lists.emplace_back(BannedTypeFiles);
+    lists.emplace_back(render::AttachmentFiles);
+    lists.emplace_back(render::BannedTypeFiles);
     if (RebuildLists(lists) < 0) return -1;
 
     return !ExchangeIsUnderWay() || FollowAllPersonalSettings() ? 0 : -1;
 }
 
-}  // namespace host
+}  // namespace host::save

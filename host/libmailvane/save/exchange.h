@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::save {
 
 /// Whether a name in etc/ is one of the stored data.
 bool IsStoredData(const std::string& name);
@@ -34,4 +34,4 @@ void DropExchange();
 /// exchange changed. 0, or -1 (logged).
 int FollowStoredData(const std::string& verb);
 
-}  // namespace host
+}  // namespace host::save

@@ -3,19 +3,19 @@
 
 #include <stdexcept>
 
-#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/stores/account_databases.h"
 
-namespace host {
+namespace host::save {
 
 SQLite::Database ChangeListStore()
 {
-    const auto settings = StoredSettings::Read();
+    const auto settings = settings::StoredSettings::Read();
     if (!settings || HealAccounts(settings->Account()) < 0) {
         throw std::runtime_error("the lists of the stored account source are not at hand");
     }
-    return ChangeAccountDatabase(AccountDatabase::kMailvane);
+    return stores::ChangeAccountDatabase(stores::AccountDatabase::kMailvane);
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -3,10 +3,10 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/system/database.h"
 
-namespace host {
+namespace host::save {
 
 /// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
 /// Requires the request lock. Throws when that fails.
@@ -17,7 +17,7 @@ SQLite::Database ChangeListStore();
 template <typename Change>
 int ChangeLists(const char* what, Change change)
 {
-    return WithoutExceptions(what, [&change] {
+    return system::WithoutExceptions(what, [&change] {
         const WriteScope scope;
         if (!scope.ok()) return -1;
 
@@ -26,4 +26,4 @@ int ChangeLists(const char* what, Change change)
     });
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -3,16 +3,16 @@
 
 #include <algorithm>
 
-#include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/settings/derived_settings.h"
 #include "platform/firewall/firewall.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
-namespace host {
+namespace host::save {
 
 namespace {
 
@@ -28,12 +28,12 @@ const char kFirewallStep[] = "hup firewall";
 
 int DkimFilterService(const std::string& verb)
 {
-    return RunControlScript("opendkim.sh", verb);
+    return daemons::RunControlScript("opendkim.sh", verb);
 }
 
 int DmarcFilterService(const std::string& verb)
 {
-    return RunControlScript("opendmarc.sh", verb);
+    return daemons::RunControlScript("opendmarc.sh", verb);
 }
 
 int ReloadFirewall(const std::string& /*unused*/)
@@ -92,25 +92,27 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
     return plan;
 }
 
-Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted)
+Reached ReachedBy(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
-    const StoredSettings stored = StoredSettings::Read().value_or(wanted);
+    const settings::StoredSettings stored = settings::StoredSettings::Read().value_or(wanted);
     const bool certificate = next.Changed("tls/");
     Reached reached;
     reached.mailServer = next.Changed("postfix/") || certificate;
-    reached.mailboxServer = next.Changed("dovecot/") || certificate ||
-                            MailboxServerRuns(stored) != MailboxServerRuns(wanted);
-    reached.dkimFilter =
-        ReachesFilter(DkimFilterRuns(stored), DkimFilterRuns(wanted), next.Changed("opendkim/"));
+    reached.mailboxServer =
+        next.Changed("dovecot/") || certificate ||
+        settings::MailboxServerRuns(stored) != settings::MailboxServerRuns(wanted);
+    reached.dkimFilter = ReachesFilter(render::DkimFilterRuns(stored),
+                                       render::DkimFilterRuns(wanted), next.Changed("opendkim/"));
     reached.dmarcFilter =
-        ReachesFilter(DmarcFilterRuns(stored), DmarcFilterRuns(wanted), next.Changed("opendmarc/"));
-    reached.scanner =
-        ReachesFilter(ScannerRuns(stored), ScannerRuns(wanted), next.Changed("amavis/"));
-    reached.scannerEnds = ScannerRuns(stored) && !ScannerRuns(wanted);
-    reached.antiVirus = ReachesFilter(AntiVirusRuns(stored), AntiVirusRuns(wanted),
+        ReachesFilter(render::DmarcFilterRuns(stored), render::DmarcFilterRuns(wanted),
+                      next.Changed("opendmarc/"));
+    reached.scanner = ReachesFilter(render::ScannerRuns(stored), render::ScannerRuns(wanted),
+                                    next.Changed("amavis/"));
+    reached.scannerEnds = render::ScannerRuns(stored) && !render::ScannerRuns(wanted);
+    reached.antiVirus = ReachesFilter(render::AntiVirusRuns(stored), render::AntiVirusRuns(wanted),
                                       next.Changed("clamav/clamd.conf"));
-    reached.firewall = EnabledPorts(stored) != EnabledPorts(wanted);
+    reached.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
     return reached;
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -8,7 +8,7 @@
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
 
-namespace host {
+namespace host::save {
 
 /// Daemons that a change reaches, whether or not a step is theirs.
 struct Reached {
@@ -26,7 +26,7 @@ struct Reached {
 Reached BothServers();
 
 /// What a change from the stored settings and files to these reaches.
-Reached ReachedBy(const NextGeneration& next, const StoredSettings& wanted);
+Reached ReachedBy(const generation::NextGeneration& next, const settings::StoredSettings& wanted);
 
 /// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
 /// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
@@ -36,4 +36,4 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
 /// Whether a plan reloads the firewall.
 bool HasFirewallStep(const std::list<Callback>& steps);
 
-}  // namespace host
+}  // namespace host::save

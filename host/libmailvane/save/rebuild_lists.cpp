@@ -4,27 +4,27 @@
 #include <algorithm>
 
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/access_maps.h"
 #include "host/libmailvane/render/alias_maps.h"
 #include "host/libmailvane/render/black_white_files.h"
-#include "host/libmailvane/system/database.h"
-#include "host/libmailvane/generation/generation.h"
-#include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/save/validate.h"
+#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
-namespace host {
+namespace host::save {
 
 namespace {
 
-int PutListsInForce(const std::vector<ListFile>& files)
+int PutListsInForce(const std::vector<generation::ListFile>& files)
 {
-    NextGeneration next;
-    for (const ListFile& file : files) {
+    generation::NextGeneration next;
+    for (const generation::ListFile& file : files) {
         if (file.isMap) {
             next.PutMap(file.name, file.text);
         } else {
@@ -35,18 +35,18 @@ int PutListsInForce(const std::vector<ListFile>& files)
     if (!next.Changed("")) return 0;
     if (!MapsAnswer(next)) return -1;
 
-    const std::string replaced = CurrentGeneration();
+    const std::string replaced = generation::CurrentGeneration();
     if (!next.Commit()) return -1;
 
     // The scanner reads its lists when it starts. Nothing reads them on a machine that is not ours.
-    const bool ours = ServicesAreOurs();
+    const bool ours = daemons::ServicesAreOurs();
     const int scanner = ours && next.Changed("amavis/") ? MailScanner::Service("restart") : 0;
-    if (const auto pending = ReadPendingSave()) {
+    if (const auto pending = generation::ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.
-        if (replaced != pending->before) RemoveGeneration(replaced);
+        if (replaced != pending->before) generation::RemoveGeneration(replaced);
         return scanner;
     }
-    PruneGenerations(replaced);
+    generation::PruneGenerations(replaced);
     const int mailServer = ours ? Postfix::Service("restart") : 0;
     return std::min(scanner, mailServer);
 }
@@ -55,21 +55,22 @@ int PutListsInForce(const std::vector<ListFile>& files)
 
 std::vector<ListFileMaker> AccountLists()
 {
-    return {AliasFiles, BlindCopyFiles, AccessFiles, QuotaFiles, BlackWhiteFiles};
+    return {render::AliasFiles, render::BlindCopyFiles, render::AccessFiles, render::QuotaFiles,
+            render::BlackWhiteFiles};
 }
 
 int RebuildLists(const std::vector<ListFileMaker>& makers)
 {
-    return WithoutExceptions("maps", [&makers] {
+    return system::WithoutExceptions("maps", [&makers] {
         const WriteScope scope;
         if (!scope.ok()) return -1;
 
-        std::vector<ListFile> files;
+        std::vector<generation::ListFile> files;
         for (const ListFileMaker& maker : makers) {
-            for (ListFile& file : maker()) files.push_back(std::move(file));
+            for (generation::ListFile& file : maker()) files.push_back(std::move(file));
         }
         return PutListsInForce(files);
     });
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -6,11 +6,11 @@
 
 #include "host/libmailvane/generation/list_file.h"
 
-namespace host {
+namespace host::save {
 
 /// Makes the files of one list, as they are to be in the next generation. Throws when the list
 /// cannot be read.
-using ListFileMaker = std::function<std::vector<ListFile>()>;
+using ListFileMaker = std::function<std::vector<generation::ListFile>()>;
 
 /// Makes the files of one or more lists and puts them in force together; Postfix takes them at
 /// once, or with the save that is under way. 0; negative on failure, what was in force then still
@@ -20,4 +20,4 @@ int RebuildLists(const std::vector<ListFileMaker>& makers);
 /// All lists whose entries belong to one account combination.
 std::vector<ListFileMaker> AccountLists();
 
-}  // namespace host
+}  // namespace host::save

@@ -9,24 +9,24 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/stores/account_data.h"
-#include "host/libmailvane/stores/account_record.h"
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/system/database.h"
-#include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/save/exchange.h"
+#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/spam_rule_lint.h"
+#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/stores/account_record.h"
+#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/system/durable_move.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
 
 namespace fs = std::filesystem;
 
-namespace host {
+namespace host::save {
 
 namespace {
 
@@ -37,12 +37,12 @@ const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
 int MemcachedService(const std::string& verb)
 {
-    return RunControlScript("memcached.sh", verb);
+    return daemons::RunControlScript("memcached.sh", verb);
 }
 
 int SignerService(const std::string& verb)
 {
-    return RunControlScript("opendkim.sh", verb);
+    return daemons::RunControlScript("opendkim.sh", verb);
 }
 
 /// The steps of these changes. Restart brings each service to what is stored by then.
@@ -86,12 +86,12 @@ bool IsStagedName(const std::string& name)
 
 /// Whether the databases are whole and those of the accounts that the settings speak of. Looking
 /// at one settles what a killed writer left beside it.
-bool DatabasesAreOf(const std::string& folder, const AccountCombination& account)
+bool DatabasesAreOf(const std::string& folder, const settings::AccountCombination& account)
 {
     for (const char* name : kDatabases) {
         const std::string path = folder + "/" + name;
-        const auto owner = RecordedCombination(path);
-        if (!owner || !(*owner == account) || NameExists(path + "-journal")) return false;
+        const auto owner = stores::RecordedCombination(path);
+        if (!owner || !(*owner == account) || system::NameExists(path + "-journal")) return false;
     }
     return true;
 }
@@ -100,13 +100,14 @@ bool DatabasesAreOf(const std::string& folder, const AccountCombination& account
 bool RulesAreSound(const std::string& rules)
 {
     std::string inForce;
-    const std::string path = GenerationDirectory(CurrentGeneration()) + "/" + kSpamRules;
+    const std::string path =
+        generation::GenerationDirectory(generation::CurrentGeneration()) + "/" + render::kSpamRules;
     return rules.empty() || (ReadFile(path, inForce) && rules == inForce) || SpamFilterTakes(rules);
 }
 
 /// A state that was judged as far as it can be before it is put in place.
 struct StagedState {
-    StoredSettings settings;
+    settings::StoredSettings settings;
     std::string rules;
 };
 
@@ -117,7 +118,7 @@ std::optional<StagedState> ReadStaged(const std::string& staged)
         (void)Refuse(entry.path().string(), "is no part of the stored state");
         return std::nullopt;
     }
-    auto settings = StoredSettings::ReadFrom(staged);
+    auto settings = settings::StoredSettings::ReadFrom(staged);
     StagedState state;
     if (!settings || !ReadFile(staged + "/" + kRules, state.rules)) return std::nullopt;
     if (!DatabasesAreOf(staged, settings->Account())) {
@@ -134,7 +135,7 @@ std::optional<StagedState> ReadStaged(const std::string& staged)
 /// the next one of its name.
 bool LiveDatabasesAreSettled()
 {
-    const auto stored = StoredSettings::Read();
+    const auto stored = settings::StoredSettings::Read();
     if (!stored || HealAccounts(stored->Account()) < 0) return false;
     return DatabasesAreOf(PackagePath("etc"), stored->Account());
 }
@@ -143,20 +144,20 @@ bool LiveDatabasesAreSettled()
 int ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
                     const std::list<Callback>& steps)
 {
-    std::vector<ListFile> files;
-    if (whole) files.push_back({kSpamRules, state.rules, false});
+    std::vector<generation::ListFile> files;
+    if (whole) files.push_back({render::kSpamRules, state.rules, false});
 
-    const std::string before = CurrentGeneration();
-    const bool marked = MarkPendingSave({before});
+    const std::string before = generation::CurrentGeneration();
+    const bool marked = generation::MarkPendingSave({before});
     if (marked && BeginExchange(staged, whole) &&
         SaveTransaction(state.settings, steps, files) == 0) {
         return 0;
     }
 
     // A save that came as far as its steps has done this already, or left it to the next writer.
-    if (marked && CurrentGeneration() == before && TakeExchangeBack()) {
+    if (marked && generation::CurrentGeneration() == before && TakeExchangeBack()) {
         DropExchange();
-        (void)ClearPendingSave();
+        (void)generation::ClearPendingSave();
     }
     return -1;
 }
@@ -166,25 +167,25 @@ bool IsGeneration(const std::string& name)
     const std::string prefix = "gen-";
     return name.rfind(prefix, 0) == 0 &&
            name.find_first_not_of("0123456789", prefix.size()) == std::string::npos &&
-           !ReadManifest(name).empty();
+           !generation::ReadManifest(name).empty();
 }
 
 /// The copy address belongs to the accounts: where others are served, that of the present ones is
 /// parked, and theirs comes back.
-bool ExchangeAlwaysBcc(const StoredSettings& stored, StoredSettings& wanted)
+bool ExchangeAlwaysBcc(const settings::StoredSettings& stored, settings::StoredSettings& wanted)
 {
     if (stored.Account() == wanted.Account()) return true;
 
-    wanted.SetAlwaysBcc(ParkedAlwaysBcc(wanted.Account()));
-    return ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
+    wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()));
+    return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
 int RollBackTo(const std::string& generation)
 {
     if (!IsGeneration(generation)) return Refuse(generation, "is no generation");
 
-    const auto stored = StoredSettings::Read();
-    auto wanted = StoredSettings::ReadFrom(GenerationDirectory(generation));
+    const auto stored = settings::StoredSettings::Read();
+    auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(generation));
     if (!stored || !wanted || !ExchangeAlwaysBcc(*stored, *wanted)) return -1;
 
     std::list<Callback> steps = ServerSteps();
@@ -210,7 +211,7 @@ int ReplaceStagedCertificate(const std::string& staged)
     for (const auto& entry : fs::directory_iterator(staged)) {
         if (entry.path().filename() != "tls") return Refuse(staged, "holds more than tls");
     }
-    const auto stored = StoredSettings::Read();
+    const auto stored = settings::StoredSettings::Read();
     if (!stored) return -1;
 
     return ExchangeAndSave(staged, false, {*stored, ""}, ServerSteps());
@@ -219,7 +220,7 @@ int ReplaceStagedCertificate(const std::string& staged)
 /// Runs a change under the lock.
 int Change(int (*change)(const std::string&), const std::string& what)
 {
-    return WithoutExceptions("an earlier state", [change, &what] {
+    return system::WithoutExceptions("an earlier state", [change, &what] {
         const WriteScope scope;
         return scope.ok() ? change(what) : -1;
     });
@@ -243,4 +244,4 @@ int RollBack(const std::string& generation)
     return Change(RollBackTo, generation);
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::save {
 
 /// Puts the whole state that lies in `staged` in force: a directory of root's alone in etc/, with
 /// mailvane.conf, domains, dnsbl and rules.cf (the rules in force) and the stored data. It is used
@@ -18,4 +18,4 @@ int ReplaceCertificate(const std::string& staged);
 /// as they are. As `RestoreState`.
 int RollBack(const std::string& generation);
 
-}  // namespace host
+}  // namespace host::save

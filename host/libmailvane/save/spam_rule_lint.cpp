@@ -13,7 +13,7 @@
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/user_command.h"
 
-namespace host {
+namespace host::save {
 namespace {
 
 namespace fs = std::filesystem;
@@ -51,7 +51,7 @@ bool Furnish(const std::string& directory, const std::string& rules)
     const struct passwd* user = getpwnam(kUser);
     std::string plugins;
     const std::string inForce =
-        GeneratedDirectory() + "/current/amavis/spamassassin/" + std::string(kPlugins);
+        generation::GeneratedDirectory() + "/current/amavis/spamassassin/" + std::string(kPlugins);
     return user != nullptr && !directory.empty() && ReadFile(inForce, plugins) &&
            ReplaceFile(directory + "/" + kPlugins, plugins, 0644) &&
            ReplaceFile(directory + "/rules.cf", rules, 0644) &&
@@ -71,8 +71,9 @@ bool SpamFilterTakes(const std::string& rules)
     options.limit = kLimit;
     options.capture = true;
     const ProgramResult result = RunProgram(
-        AsUser(kUser, {"/usr/bin/env", "HOME=" + home.path(), "/usr/bin/spamassassin", "--lint",
-                       "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
+        system::AsUser(kUser,
+                       {"/usr/bin/env", "HOME=" + home.path(), "/usr/bin/spamassassin", "--lint",
+                        "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);
     if (result.Succeeded()) return true;
 
@@ -80,4 +81,4 @@ bool SpamFilterTakes(const std::string& rules)
     return false;
 }
 
-}  // namespace host
+}  // namespace host::save

@@ -7,21 +7,21 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/stores/account_data.h"
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/save/exchange.h"
+#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/pending_save.h"
-#include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/settings_files.h"
+#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
-#include "host/libmailvane/daemons/service_control.h"
+#include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/validate.h"
+#include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/system/durable_move.h"
 #include "platform/firewall/firewall.h"
 
-namespace host {
+namespace host::save {
 
 namespace {
 
@@ -50,26 +50,27 @@ int RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
 
 /// Puts the generation before the save in force again, with the stored data that belongs to it, and
 /// brings the services that the save had touched back to it. What fails here is only logged.
-void TakeBack(const PendingSave& save, const std::list<Callback>& begun)
+void TakeBack(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
-    const std::string abandoned = CurrentGeneration();
+    const std::string abandoned = generation::CurrentGeneration();
     // Where this fails, the mark stays for the next writer.
-    if (!PutInForce(save.before) || !TakeExchangeBack()) return;
+    if (!generation::PutInForce(save.before) || !TakeExchangeBack()) return;
 
-    if (const auto stored = StoredSettings::Read()) (void)HealAccounts(stored->Account());
+    if (const auto stored = settings::StoredSettings::Read()) (void)HealAccounts(stored->Account());
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
     DropExchange();
-    (void)ClearPendingSave();
-    RemoveGeneration(abandoned);
+    (void)generation::ClearPendingSave();
+    generation::RemoveGeneration(abandoned);
 }
 
 /// Steps, and what follows when they are all done.
-int Apply(const PendingSave& save, const StoredSettings& wanted, const std::list<Callback>& plan)
+int Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
+          const std::list<Callback>& plan)
 {
     std::list<Callback> begun;
     if (RunSteps(plan, begun) < 0) {
@@ -77,10 +78,10 @@ int Apply(const PendingSave& save, const StoredSettings& wanted, const std::list
         return -1;
     }
 
-    (void)ForgetParkedAlwaysBcc(wanted.Account());
+    (void)stores::ForgetParkedAlwaysBcc(wanted.Account());
     KeepExchange();
-    (void)ClearPendingSave();
-    PruneGenerations(save.before);
+    (void)generation::ClearPendingSave();
+    generation::PruneGenerations(save.before);
     return 0;
 }
 
@@ -89,7 +90,7 @@ bool LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
         const std::string path = PackagePath(std::string("etc/") + name);
-        if (!ReplaceByLink(path, std::string("generated/current/") + name)) {
+        if (!generation::ReplaceByLink(path, std::string("generated/current/") + name)) {
             Log(LOG_ERR, "cannot link %s: %s", path.c_str(), ErrnoText());
             return false;
         }
@@ -99,7 +100,7 @@ bool LinkStoredFiles()
 
 /// The first generation's files are read through the link, which must therefore be there before
 /// anything can be judged.
-int PutFirstInForce(NextGeneration& next, const StoredSettings& settings)
+int PutFirstInForce(generation::NextGeneration& next, const settings::StoredSettings& settings)
 {
     return next.Commit() && LinkStoredFiles() && JudgeGeneration(next, settings) ? 0 : -1;
 }
@@ -107,12 +108,13 @@ int PutFirstInForce(NextGeneration& next, const StoredSettings& settings)
 /// Whether the accounts that a killed save was to serve are others than before it.
 bool AccountChangedSince(const std::string& before)
 {
-    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
-    const auto now = StoredSettings::Read();
+    const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
+    const auto now = settings::StoredSettings::Read();
     if (!old || !now) return true;
 
-    return !(AccountCombination{old->Get("account_type").value_or("local"),
-                                old->Get("acc_domain_name").value_or("")} == now->Account());
+    return !(settings::AccountCombination{old->Get("account_type").value_or("local"),
+                                          old->Get("acc_domain_name").value_or("")} ==
+             now->Account());
 }
 
 /// Services that the mail server calls, and the switches they run for.
@@ -126,19 +128,20 @@ const struct {
     {"spam_enable", "mailscanner.sh"},     {"enable_dangerous_content_scan", "mailscanner.sh"}};
 
 /// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
-int RestartCalledServices(const std::string& before, const StoredSettings& settings)
+int RestartCalledServices(const std::string& before, const settings::StoredSettings& settings)
 {
-    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
+    const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
     for (const auto& [setting, script] : kCalledServices) {
         const bool ran = !old || old->Get(setting) == "yes";
-        if ((ran || settings.Bool(setting)) && RunControlScript(script, "restart") < 0) return -1;
+        if ((ran || settings.Bool(setting)) && daemons::RunControlScript(script, "restart") < 0)
+            return -1;
     }
     return 0;
 }
 
 /// Brings account data, maps and services in line with the generation in force. A service that does
 /// not come up is only logged: the save that is to mend it must not be refused for it.
-int BringInLine(const PendingSave& save, const StoredSettings& settings)
+int BringInLine(const generation::PendingSave& save, const settings::StoredSettings& settings)
 {
     if (HealAccounts(settings.Account()) < 0) return -1;
     if (ExchangeIsUnderWay() && FollowStoredData("restart") < 0) return -1;
@@ -151,17 +154,17 @@ int BringInLine(const PendingSave& save, const StoredSettings& settings)
 
 /// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
 /// steps may have begun.
-int FinishSave(const PendingSave& save)
+int FinishSave(const generation::PendingSave& save)
 {
     Log(LOG_NOTICE, "finishing a save that was interrupted");
-    const auto settings = StoredSettings::Read();
+    const auto settings = settings::StoredSettings::Read();
     if (!settings) return -1;
 
-    const bool undone = CurrentGeneration() == save.before;
+    const bool undone = generation::CurrentGeneration() == save.before;
     if (undone) {
         if (!TakeExchangeBack()) return -1;
-        RemoveGenerationsAfter(save.before);
-    } else if (ForgetParkedAlwaysBcc(settings->Account()) < 0) {
+        generation::RemoveGenerationsAfter(save.before);
+    } else if (stores::ForgetParkedAlwaysBcc(settings->Account()) < 0) {
         return -1;
     }
     if (BringInLine(save, *settings) < 0) return -1;
@@ -176,19 +179,20 @@ int FinishSave(const PendingSave& save)
 
 int RenderFromStored()
 {
-    const bool hasSettings = NameExists(PackagePath("etc/mailvane.conf"));
-    const auto settings = hasSettings ? StoredSettings::Read() : StoredSettings();
+    const bool hasSettings = system::NameExists(PackagePath("etc/mailvane.conf"));
+    const auto settings =
+        hasSettings ? settings::StoredSettings::Read() : settings::StoredSettings();
     if (!settings) return -1;
 
-    NextGeneration next;
-    PutSettingsFiles(next, *settings);
+    generation::NextGeneration next;
+    render::PutSettingsFiles(next, *settings);
     if (!next.Complete()) return -1;
 
-    const std::string before = CurrentGeneration();
+    const std::string before = generation::CurrentGeneration();
     if (before.empty()) return PutFirstInForce(next, *settings);
     if (next.Changed("") && (!JudgeGeneration(next, *settings) || !next.Commit())) return -1;
 
-    PruneGenerations(before);
+    generation::PruneGenerations(before);
     return LinkStoredFiles() ? 0 : -1;
 }
 
@@ -196,28 +200,29 @@ int RenderFromStored()
 bool KernelHasChanged()
 {
     std::string text;
-    const std::string file = GenerationDirectory(CurrentGeneration()) + "/dovecot/dovecot.conf";
-    return ReadFile(file, text) && ListensOnIpv6(text) != KernelHasIpv6();
+    const std::string file =
+        generation::GenerationDirectory(generation::CurrentGeneration()) + "/dovecot/dovecot.conf";
+    return ReadFile(file, text) && render::ListensOnIpv6(text) != render::KernelHasIpv6();
 }
 
 }  // namespace
 
 WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
 
-int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
-                    const std::vector<ListFile>& files)
+int SaveTransaction(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<generation::ListFile>& files)
 {
-    NextGeneration next;
-    for (const ListFile& file : files) next.Put(file.name, file.text, 0644);
-    PutSettingsFiles(next, wanted);
+    generation::NextGeneration next;
+    for (const generation::ListFile& file : files) next.Put(file.name, file.text, 0644);
+    render::PutSettingsFiles(next, wanted);
     if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
 
     const Reached reached = ReachedBy(next, wanted);
-    const PendingSave save{CurrentGeneration()};
-    if (!MarkPendingSave(save)) return -1;
+    const generation::PendingSave save{generation::CurrentGeneration()};
+    if (!generation::MarkPendingSave(save)) return -1;
     // A save that changes nothing makes no generation, but its steps run.
     if (next.Changed("") && !next.Commit()) {
-        (void)ClearPendingSave();
+        (void)generation::ClearPendingSave();
         return -1;
     }
 
@@ -231,13 +236,13 @@ int FinishInterruptedSave()
     if (finished || !LockIsHeld() || LockIsInherited()) return 0;
 
     finished = true;
-    const auto save = ReadPendingSave();
+    const auto save = generation::ReadPendingSave();
     if (!save) return 0;
 
     if (FinishSave(*save) < 0) return -1;
 
-    (void)ClearPendingSave();
-    PruneGenerations(save->before);
+    (void)generation::ClearPendingSave();
+    generation::PruneGenerations(save->before);
     return 0;
 }
 
@@ -247,14 +252,14 @@ int RenderAll()
     if (!scope.ok() || RenderFromStored() < 0) return -1;
 
     // A request that runs this tool may be in the middle of a switch of the account source.
-    const auto stored = StoredSettings::Read();
+    const auto stored = settings::StoredSettings::Read();
     return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
 }
 
 int ApplyStored()
 {
     const WriteScope scope;
-    const auto stored = StoredSettings::Read();
+    const auto stored = settings::StoredSettings::Read();
     return scope.ok() && stored ? SaveTransaction(*stored, {}) : -1;
 }
 
@@ -268,4 +273,4 @@ int RecoverAll()
     return RenderFromStored();
 }
 
-}  // namespace host
+}  // namespace host::save

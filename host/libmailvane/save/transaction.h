@@ -9,7 +9,7 @@
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
 
-namespace host {
+namespace host::save {
 
 /// What every operation that changes stored state stands in.
 /// Holds the request lock and has an interrupted save finished first.
@@ -30,8 +30,8 @@ private:
 /// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)
 /// or a step failed (the previous generation is in force again). `files` replace those of the same
 /// path in the generation.
-int SaveTransaction(const StoredSettings& wanted, const std::list<Callback>& steps,
-                    const std::vector<ListFile>& files = {});
+int SaveTransaction(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
+                    const std::vector<generation::ListFile>& files = {});
 
 /// Finishes or undoes the save that a killed process left behind, when this process holds the
 /// request lock; does nothing otherwise. Negative when the services cannot be brought in line.
@@ -51,4 +51,4 @@ int ApplyStored();
 /// not start. 0, negative on failure.
 int RecoverAll();
 
-}  // namespace host
+}  // namespace host::save

@@ -11,13 +11,13 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
-#include "host/libmailvane/settings/derived_settings.h"
-#include "host/libmailvane/system/listening_ports.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/system/listening_ports.h"
 #include "host/libmailvane/system/user_command.h"
 
-namespace host {
+namespace host::save {
 
 namespace {
 
@@ -32,23 +32,23 @@ const char kOpenDmarc[] = "/usr/sbin/opendmarc";
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
                                   "regexp", "pcre",  "cidr", "sqlite", "ldap"};
 
-bool PortsAreFree(const StoredSettings& wanted)
+bool PortsAreFree(const settings::StoredSettings& wanted)
 {
     std::set<int> ports;
-    for (const int port : EnabledPorts(wanted)) {
+    for (const int port : settings::EnabledPorts(wanted)) {
         if (ports.insert(port).second) continue;
 
         Log(LOG_ERR, "refused: port %d is given to two services", port);
         return false;
     }
 
-    const std::set<int> taken = PortsHeldByOthers(ports);
+    const std::set<int> taken = system::PortsHeldByOthers(ports);
     if (!taken.empty()) Log(LOG_ERR, "refused: port %d is in use", *taken.begin());
     return taken.empty();
 }
 
 /// Whether no service stands twice in master.cf, where the administrator's own are added to ours.
-bool ServicesStandOnce(const NextGeneration& next)
+bool ServicesStandOnce(const generation::NextGeneration& next)
 {
     std::string text;
     if (!ReadFile(next.directory() + "/postfix/master.cf", text)) return false;
@@ -139,7 +139,7 @@ bool ParametersAndTablesAreGood(const std::string& configuration)
     return TablesAnswer(configuration, TablesIn(parameters));
 }
 
-bool OwnChecksPass(const NextGeneration& next)
+bool OwnChecksPass(const generation::NextGeneration& next)
 {
     // Dovecot's files include the administrator's own, which may have changed at any time.
     std::vector<std::vector<std::string>> checks{
@@ -160,9 +160,9 @@ bool OwnChecksPass(const NextGeneration& next)
 }
 
 /// A filter's configuration as it would be were the generation in force.
-std::string AsInForce(const NextGeneration& next, const std::string& relative)
+std::string AsInForce(const generation::NextGeneration& next, const std::string& relative)
 {
-    const std::string link = GeneratedDirectory() + "/current/";
+    const std::string link = generation::GeneratedDirectory() + "/current/";
     const std::string directory = next.directory() + "/";
     std::string text;
     if (!ReadFile(directory + relative, text)) return "";
@@ -174,7 +174,7 @@ std::string AsInForce(const NextGeneration& next, const std::string& relative)
 }
 
 /// Has a filter check a configuration that it reads from its standard input.
-bool FilterAccepts(const NextGeneration& next, const char* program, const char* option,
+bool FilterAccepts(const generation::NextGeneration& next, const char* program, const char* option,
                    const std::string& relative)
 {
     ProgramOptions options;
@@ -183,46 +183,48 @@ bool FilterAccepts(const NextGeneration& next, const char* program, const char* 
     return Passed(RunProgram({program, "-n", option, "/dev/stdin"}, options), program);
 }
 
-bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
+bool FiltersAccept(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
-    const bool dkim = DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
-    const bool dmarc = DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+    const bool dkim = render::DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dmarc =
+        render::DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
     return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
            (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
 
 /// The scanner's file is a program: it is run under the scanner's user.
-bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
+bool ScannerAccepts(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when the scanner is switched on.
-    if (!ScannerRuns(wanted) || !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
+    if (!render::ScannerRuns(wanted) ||
+        !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
         return true;
     }
 
     ProgramOptions options;
     options.capture = true;
     const ProgramResult check = RunProgram(
-        AsUser("amavis",
-               {kScannerProgram, "-c", next.directory() + "/" + kScannerFile, "showkeys"}),
+        system::AsUser("amavis", {render::kScannerProgram, "-c",
+                                  next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
     if (!check.Succeeded())
-        Log(LOG_ERR, "refused by %s: %s", kScannerProgram, check.errors.c_str());
+        Log(LOG_ERR, "refused by %s: %s", render::kScannerProgram, check.errors.c_str());
     return check.Succeeded();
 }
 
 }  // namespace
 
-bool MapsAnswer(const NextGeneration& next)
+bool MapsAnswer(const generation::NextGeneration& next)
 {
     return ParametersAndTablesAreGood(next.directory() + "/postfix");
 }
 
-bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted)
+bool JudgeGeneration(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
     return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
            OwnChecksPass(next) && FiltersAccept(next, wanted) && ScannerAccepts(next, wanted);
 }
 
-}  // namespace host
+}  // namespace host::save

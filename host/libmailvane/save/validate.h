@@ -4,14 +4,15 @@
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::save {
 
 /// Whether the daemons would take the files of a complete generation: no port twice or in others'
 /// hands, every parameter known, every map answers, each daemon's own check passes for what
 /// changed. False, logged, otherwise.
-bool JudgeGeneration(const NextGeneration& next, const StoredSettings& wanted);
+bool JudgeGeneration(const generation::NextGeneration& next,
+                     const settings::StoredSettings& wanted);
 
 /// Whether every map that the Postfix files of a complete generation name can be queried.
-bool MapsAnswer(const NextGeneration& next);
+bool MapsAnswer(const generation::NextGeneration& next);
 
-}  // namespace host
+}  // namespace host::save

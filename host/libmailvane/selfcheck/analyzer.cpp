@@ -4,10 +4,10 @@
 #include <iterator>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/selfcheck/checks.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -30,11 +30,11 @@ constexpr Check kChecks[] = {
      "the DMARC checker answers"},
     {"memcached", "reject_sasl_sender_rate_exceed", CheckCounters, "/run/mailvane/memcached/socket",
      kUsual, "the store of the senders' counters answers"},
-    {"mailscanner", kScannerSwitches, CheckScanner, kScannerSocket, kUsual,
+    {"mailscanner", kScannerSwitches, CheckScanner, render::kScannerSocket, kUsual,
      "the mail scanner is ready for mail"},
-    {"mailscanner_milter", kScannerSwitches, CheckMilter, kScannerMilter, kUsual,
+    {"mailscanner_milter", kScannerSwitches, CheckMilter, render::kScannerMilter, kUsual,
      "so is the milter that hands it over"},
-    {"antivirus", "anti_virus_enable", CheckAntiVirus, kAntiVirusSocket, kUsual,
+    {"antivirus", "anti_virus_enable", CheckAntiVirus, render::kAntiVirusSocket, kUsual,
      "the anti-virus engine answers"},
     {"virus_signatures", "anti_virus_enable", CheckSignatures, "/var/lib/clamav", kQuick,
      "the engine's signatures are new"},
@@ -99,7 +99,7 @@ std::vector<Check> AllChecks()
     return {std::begin(kChecks), std::end(kChecks)};
 }
 
-}  // namespace host
+}  // namespace host::selfcheck
 
 Analyzer::Analyzer() = default;
 
@@ -107,19 +107,19 @@ Analyzer::~Analyzer() {}
 
 int Analyzer::Analyze(std::list<Result>& results)
 {
-    const auto settings = host::StoredSettings::Read();
+    const auto settings = host::settings::StoredSettings::Read();
     if (!settings) return -1;
 
     // What is switched off as a whole is not looked at.
-    const std::vector<host::Check> checks = host::AllChecks();
-    const std::vector<host::Finding> findings =
-        settings->Bool("smtp_enabled")
-            ? host::RunChecks(checks, *settings)
-            : std::vector<host::Finding>(checks.size(), {host::CheckWord::kOff, ""});
+    const std::vector<host::selfcheck::Check> checks = host::selfcheck::AllChecks();
+    const std::vector<host::selfcheck::Finding> findings =
+        settings->Bool("smtp_enabled") ? host::selfcheck::RunChecks(checks, *settings)
+                                       : std::vector<host::selfcheck::Finding>(
+                                             checks.size(), {host::selfcheck::CheckWord::kOff, ""});
     for (std::size_t i = 0; i < checks.size(); ++i) {
-        const host::Finding& finding = findings[i];
-        const char* const word = host::Spelling(finding.word);
-        if (finding.word > host::CheckWord::kOk) {
+        const host::selfcheck::Finding& finding = findings[i];
+        const char* const word = host::selfcheck::Spelling(finding.word);
+        if (finding.word > host::selfcheck::CheckWord::kOk) {
             host::Log(LOG_WARNING, "self-check: %s is %s: %s", checks[i].key, word,
                       finding.detail.c_str());
         }

@@ -19,7 +19,7 @@
 #include "host/libmailvane/selfcheck/self_check.h"
 #include "platform/hlib/process.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -28,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kLongestReport = 1000;  // fits a pipe, so that writing never waits
 
 /// In the child: runs the check, reports and ends. What the check throws ends the child as well.
-[[noreturn]] void RunInChild(const Check& check, const StoredSettings& settings,
+[[noreturn]] void RunInChild(const Check& check, const settings::StoredSettings& settings,
                              int report) noexcept
 {
     (void)prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody waits for the finding of a killed request
@@ -43,7 +43,7 @@ constexpr std::size_t kLongestReport = 1000;  // fits a pipe, so that writing ne
 /// A check that was started.
 class RunningCheck {
 public:
-    RunningCheck(const Check& check, const StoredSettings& settings)
+    RunningCheck(const Check& check, const settings::StoredSettings& settings)
         : deadline_(Clock::now() + check.limit)
     {
         int ends[2];
@@ -142,7 +142,7 @@ bool AdvanceAny(std::deque<RunningCheck>& runs)
     return true;
 }
 
-bool IsOff(const Check& check, const StoredSettings& settings)
+bool IsOff(const Check& check, const settings::StoredSettings& settings)
 {
     if (check.settings == nullptr) return false;
 
@@ -171,7 +171,8 @@ void Add(Finding& sum, const Finding& finding)
     sum.detail += finding.detail;
 }
 
-std::vector<Finding> RunChecks(const std::vector<Check>& checks, const StoredSettings& settings)
+std::vector<Finding> RunChecks(const std::vector<Check>& checks,
+                               const settings::StoredSettings& settings)
 {
     std::deque<RunningCheck> runs;
     std::vector<Finding> findings(checks.size(), {CheckWord::kOff, ""});
@@ -187,4 +188,4 @@ std::vector<Finding> RunChecks(const std::vector<Check>& checks, const StoredSet
     return findings;
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

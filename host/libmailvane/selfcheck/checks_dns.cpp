@@ -8,7 +8,7 @@
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/dns_query.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -20,7 +20,7 @@ Finding NoAnswer()
 }
 
 /// What mail is accepted for, the host name only when it is the domain of the accounts.
-std::set<std::string> AddressDomains(const StoredSettings& settings)
+std::set<std::string> AddressDomains(const settings::StoredSettings& settings)
 {
     std::set<std::string> domains(settings.domains.begin(), settings.domains.end());
     domains.insert(settings.MailDomain());
@@ -29,7 +29,7 @@ std::set<std::string> AddressDomains(const StoredSettings& settings)
 
 /// What `check` finds for every mail domain. A DNS that is silent once is not asked again.
 template <typename DomainCheck>
-Finding ForEachDomain(const StoredSettings& settings, DomainCheck check)
+Finding ForEachDomain(const settings::StoredSettings& settings, DomainCheck check)
 {
     Finding sum;
     for (const std::string& domain : AddressDomains(settings)) {
@@ -101,11 +101,12 @@ bool IsListing(const std::string& answer)
     return answer.compare(0, 4, "127.") == 0 && answer.compare(0, 12, "127.255.255.") != 0;
 }
 
-Finding CheckListing(const Blocklist& list, const Records& addresses)
+Finding CheckListing(const settings::Blocklist& list, const Records& addresses)
 {
     Finding sum;
     for (const std::string& address : addresses) {
-        const auto answers = DnsRecords(ReverseName(address, list.server), DnsType::kAddress);
+        const auto answers = system::DnsRecords(system::ReverseName(address, list.server),
+                                                system::DnsType::kAddress);
         if (!answers) {
             Add(sum, {CheckWord::kUnknown, list.server + " does not answer"});
         } else if (std::any_of(answers->begin(), answers->end(), IsListing)) {
@@ -117,36 +118,36 @@ Finding CheckListing(const Blocklist& list, const Records& addresses)
 
 }  // namespace
 
-Finding CheckHostAddress(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckHostAddress(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const std::string& name = settings.Text("smtp_hostname");
-    const auto addresses = DnsAddresses(name);
+    const auto addresses = system::DnsAddresses(name);
     if (!addresses) return NoAnswer();
 
     return addresses->empty() ? Warning(name + " has no address") : Finding();
 }
 
-Finding CheckHostReverse(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckHostReverse(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const std::string name = LowerCase(settings.Text("smtp_hostname"));
-    const auto addresses = DnsAddresses(name);
+    const auto addresses = system::DnsAddresses(name);
     if (!addresses) return NoAnswer();
     if (addresses->empty()) return Warning(name + " has no address");
 
     Finding sum;
     for (const std::string& address : *addresses) {
-        const auto names = DnsRecords(ReverseName(address), DnsType::kName);
+        const auto names = system::DnsRecords(system::ReverseName(address), system::DnsType::kName);
         if (!names) return NoAnswer();
         if (!Has(*names, name)) Add(sum, Warning(address + " has another name"));
     }
     return sum;
 }
 
-Finding CheckMx(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckMx(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const std::string host = LowerCase(settings.Text("smtp_hostname"));
     return ForEachDomain(settings, [&host](const std::string& domain) -> Finding {
-        const auto servers = DnsRecords(domain, DnsType::kMailServer);
+        const auto servers = system::DnsRecords(domain, system::DnsType::kMailServer);
         if (!servers) return NoAnswer();
         if (servers->empty()) return {CheckWord::kFailed, domain + " has no MX record"};
 
@@ -154,10 +155,10 @@ Finding CheckMx(const StoredSettings& settings, const char* /*subject*/)
     });
 }
 
-Finding CheckSpf(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckSpf(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     return ForEachDomain(settings, [](const std::string& domain) {
-        const auto texts = DnsRecords(domain, DnsType::kText);
+        const auto texts = system::DnsRecords(domain, system::DnsType::kText);
         if (!texts) return NoAnswer();
 
         const auto count = CountOf(*texts, "v=spf1");
@@ -166,13 +167,13 @@ Finding CheckSpf(const StoredSettings& settings, const char* /*subject*/)
     });
 }
 
-Finding CheckDmarc(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckDmarc(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     return ForEachDomain(settings, [](const std::string& domain) {
         // A domain without a policy of its own has that of a domain above it.
         for (std::string zone = domain; zone.find('.') != std::string::npos;
              zone.erase(0, zone.find('.') + 1)) {
-            const auto texts = DnsRecords("_dmarc." + zone, DnsType::kText);
+            const auto texts = system::DnsRecords("_dmarc." + zone, system::DnsType::kText);
             if (!texts) return NoAnswer();
             if (CountOf(*texts, "v=DMARC1") > 0) return Finding();
         }
@@ -180,14 +181,14 @@ Finding CheckDmarc(const StoredSettings& settings, const char* /*subject*/)
     });
 }
 
-Finding CheckDkim(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckDkim(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const std::string key = OwnPublicKey();
     if (key.empty()) return {CheckWord::kFailed, "there is no key to sign with"};
 
     const std::string prefix = settings.Text("dkim_selector") + "._domainkey.";
     return ForEachDomain(settings, [&key, &prefix](const std::string& domain) -> Finding {
-        const auto texts = DnsRecords(prefix + domain, DnsType::kText);
+        const auto texts = system::DnsRecords(prefix + domain, system::DnsType::kText);
         if (!texts) return NoAnswer();
         if (texts->empty()) return {CheckWord::kFailed, domain + " has no key record"};
 
@@ -198,16 +199,16 @@ Finding CheckDkim(const StoredSettings& settings, const char* /*subject*/)
     });
 }
 
-Finding CheckOwnListing(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckOwnListing(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    const auto addresses = DnsAddresses(settings.Text("smtp_hostname"));
+    const auto addresses = system::DnsAddresses(settings.Text("smtp_hostname"));
     if (!addresses) return NoAnswer();
 
     Finding sum;
-    for (const Blocklist& list : settings.blocklists) {
+    for (const settings::Blocklist& list : settings.blocklists) {
         if (list.type == "rbl_client") Add(sum, CheckListing(list, *addresses));
     }
     return sum;
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

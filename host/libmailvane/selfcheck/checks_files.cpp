@@ -7,7 +7,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/selfcheck/checks.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -58,7 +58,7 @@ Finding Judge(const ProgramResult& result)
 
 }  // namespace
 
-Finding CheckCertificateAge(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckCertificateAge(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const std::string path = ConfiguredFile("smtpd_tls_cert_file");
     const std::vector<std::string> program{kOpenssl, "x509", "-in", path, "-noout", "-checkend"};
@@ -73,7 +73,7 @@ Finding CheckCertificateAge(const StoredSettings& /*settings*/, const char* /*su
     return {CheckWord::kFailed, path + " has expired or cannot be read"};
 }
 
-Finding CheckCertificateKey(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckCertificateKey(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const std::string certificate = ConfiguredFile("smtpd_tls_cert_file");
     const std::string key = ConfiguredFile("smtpd_tls_key_file");
@@ -87,7 +87,7 @@ Finding CheckCertificateKey(const StoredSettings& /*settings*/, const char* /*su
                 : Finding{CheckWord::kFailed, key + " is not the key of " + certificate};
 }
 
-Finding CheckDisk(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckDisk(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     struct statvfs space = {};
     if (statvfs(subject, &space) != 0) {
@@ -101,7 +101,7 @@ Finding CheckDisk(const StoredSettings& /*settings*/, const char* subject)
             std::string(subject) + " has " + std::to_string(left) + " % left"};
 }
 
-Finding CheckPostfixFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckPostfixFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const auto results = RunPrograms(
         {{kPostfix, "-c", kPostfixFiles, "check"}, {kPostconf, "-c", kPostfixFiles, "-n"}},
@@ -114,19 +114,19 @@ Finding CheckPostfixFiles(const StoredSettings& /*settings*/, const char* /*subj
     return finding;
 }
 
-Finding CheckDovecotFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckDovecotFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     return Judge(RunProgram({kDoveconf, "-c", kDovecotFile, "-n"}, CheckOptions()));
 }
 
-Finding CheckDkimFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckDkimFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     return Judge(RunProgram({kOpendkim, "-x", kDkimFile, "-n"}, CheckOptions()));
 }
 
-Finding CheckDmarcFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckDmarcFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     return Judge(RunProgram({kOpendmarc, "-c", kDmarcFile, "-n"}, CheckOptions()));
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

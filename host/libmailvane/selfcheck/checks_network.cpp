@@ -8,7 +8,7 @@
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -82,7 +82,7 @@ std::string FirstCertificate(const std::string& text)
 std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& protocol)
 {
     const auto start = Clock::now();
-    LineClient client(port, from);
+    system::LineClient client(port, from);
     if (!client.connected()) return std::nullopt;
 
     const auto line = client.ReadLine();
@@ -95,7 +95,7 @@ std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& pr
 /// Whether a client from an address that may not relay is refused; nothing when it cannot ask.
 std::optional<Finding> RelayFor(const char* stranger, int port)
 {
-    LineClient client(port, stranger);
+    system::LineClient client(port, stranger);
     if (!client.connected() || !client.ReadLine()) return std::nullopt;
 
     (void)client.Ask("EHLO self-check.invalid");
@@ -137,7 +137,7 @@ ProgramOptions CheckOptions()
     return options;
 }
 
-Finding CheckGreeting(const StoredSettings& settings, const char* subject)
+Finding CheckGreeting(const settings::StoredSettings& settings, const char* subject)
 {
     const Protocol protocol = ProtocolOf(subject);
     Finding last = Failed("takes no connection");
@@ -149,7 +149,7 @@ Finding CheckGreeting(const StoredSettings& settings, const char* subject)
     return last;
 }
 
-Finding CheckTlsGreeting(const StoredSettings& settings, const char* subject)
+Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* subject)
 {
     const Protocol protocol = ProtocolOf(subject);
     const auto start = Clock::now();
@@ -163,7 +163,7 @@ Finding CheckTlsGreeting(const StoredSettings& settings, const char* subject)
     return last;
 }
 
-Finding CheckServedCertificate(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
     std::string served = FirstCertificate(results[0].output);
@@ -181,7 +181,7 @@ Finding CheckServedCertificate(const StoredSettings& settings, const char* /*sub
     return Failed("SMTP shows another certificate than " + path);
 }
 
-Finding CheckOpenRelay(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
     // has one such address, which is a stranger only where nobody relays without a login.
@@ -196,7 +196,7 @@ Finding CheckOpenRelay(const StoredSettings& settings, const char* /*subject*/)
     return last;
 }
 
-Finding CheckPacketFilter(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckPacketFilter(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     if (access(kNft, X_OK) != 0) return {CheckWord::kOff, ""};
 
@@ -208,4 +208,4 @@ Finding CheckPacketFilter(const StoredSettings& /*settings*/, const char* /*subj
     return {CheckWord::kWarning, "the mail ports must be open in " + names};
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

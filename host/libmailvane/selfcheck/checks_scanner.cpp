@@ -7,12 +7,12 @@
 #include <ctime>
 #include <memory>
 
+#include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
-#include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/system/user_command.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -38,24 +38,24 @@ std::time_t NewestFile(const std::string& directory)
 
 }  // namespace
 
-Finding CheckScanner(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckScanner(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     // Any request is answered, but only by a process that is ready for mail.
-    LineClient client(subject);
+    system::LineClient client(subject);
     client.SendBytes("request=smtpd_access_policy\n\n");
     if (client.ReadLine().value_or("").rfind("action=", 0) == 0) return {};
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
-Finding CheckAntiVirus(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckAntiVirus(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    LineClient client(subject);
+    system::LineClient client(subject);
     client.SendBytes({"zPING", sizeof "zPING"});
     if (client.ReadBytes(4) == "PONG") return {};
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
-Finding CheckSignatures(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckSignatures(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     const std::time_t newest = NewestFile(subject);
     if (newest == 0) return {CheckWord::kFailed, "there are no signatures"};
@@ -66,15 +66,16 @@ Finding CheckSignatures(const StoredSettings& /*settings*/, const char* subject)
             "the newest signatures are " + std::to_string(days) + " days old"};
 }
 
-Finding CheckScannerFiles(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    const std::string file = GeneratedDirectory() + "/current/" + kScannerFile;
+    const std::string file = generation::GeneratedDirectory() + "/current/" + render::kScannerFile;
     const ProgramResult check =
-        RunProgram(AsUser("amavis", {kScannerProgram, "-c", file, "showkeys"}), CheckOptions());
+        RunProgram(system::AsUser("amavis", {render::kScannerProgram, "-c", file, "showkeys"}),
+                   CheckOptions());
     if (check.Succeeded()) return {};
     if (check.status < 0)
         return {CheckWord::kUnknown, "the scanner's file was not checked in time"};
     return {CheckWord::kFailed, check.errors.substr(0, check.errors.find('\n'))};
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

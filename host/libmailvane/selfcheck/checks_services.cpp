@@ -13,7 +13,7 @@
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
 
-namespace host {
+namespace host::selfcheck {
 
 namespace {
 
@@ -56,36 +56,36 @@ Finding JudgeQueue(const Deferred& deferred)
 
 }  // namespace
 
-Finding CheckProcess(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckProcess(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     const std::string text = subject;
     const auto blank = text.find(' ');
     const std::string program = text.substr(blank + 1);
-    if (!DaemonProcess(text.substr(0, blank), program).empty()) return {};
+    if (!system::DaemonProcess(text.substr(0, blank), program).empty()) return {};
     return {CheckWord::kFailed, program + " does not run"};
 }
 
-Finding CheckMilter(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     // The request to agree on options: length, command, version, actions, steps.
     constexpr char kOptions[] = "\0\0\0\x0dO\0\0\0\x06\0\0\x01\xff\0\x1f\xff\xff";
     constexpr std::size_t kLength = 4;
-    LineClient client(subject);
+    system::LineClient client(subject);
     client.SendBytes({kOptions, sizeof kOptions - 1});
     const std::string answer = client.ReadBytes(kLength + 1);
     if (answer.size() == kLength + 1 && answer.back() == 'O') return {};
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
-Finding CheckCounters(const StoredSettings& /*settings*/, const char* subject)
+Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    LineClient client(subject);
+    system::LineClient client(subject);
     const std::string answer = client.Ask("version").value_or("");
     if (answer.compare(0, 8, "VERSION ") == 0) return {};
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
-Finding CheckQueue(const StoredSettings& /*settings*/, const char* /*subject*/)
+Finding CheckQueue(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const ProgramResult queue = RunProgram({kPostqueue, "-c", kPostfixFiles, "-j"}, CheckOptions());
     if (!queue.Succeeded()) return {CheckWord::kUnknown, "the mail queue cannot be read"};
@@ -97,7 +97,7 @@ Finding CheckQueue(const StoredSettings& /*settings*/, const char* /*subject*/)
     return JudgeQueue(deferred);
 }
 
-Finding CheckDirectoryAccounts(const StoredSettings& settings, const char* /*subject*/)
+Finding CheckDirectoryAccounts(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const bool isLdap = settings.Text("account_type") == "ldap";
     HLIBCSzList* users = HLIBCSzListAlloc(64);
@@ -110,4 +110,4 @@ Finding CheckDirectoryAccounts(const StoredSettings& settings, const char* /*sub
     return {};
 }
 
-}  // namespace host
+}  // namespace host::selfcheck

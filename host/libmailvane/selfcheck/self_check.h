@@ -7,7 +7,7 @@
 
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::selfcheck {
 
 /// Outcome of a check, from the best to the worst.
 enum class CheckWord {
@@ -34,7 +34,7 @@ struct Check {
     const char* key;  ///< what the page knows it by
     /// OFF while these, with blanks between them, are all "no" or "local"; null: never OFF
     const char* settings;
-    Finding (*run)(const StoredSettings& settings, const char* subject);
+    Finding (*run)(const settings::StoredSettings& settings, const char* subject);
     const char* subject;         ///< what `run` looks at, null when that goes without saying
     std::chrono::seconds limit;  ///< the check is killed after it, and UNKNOWN
     const char* meaning;
@@ -48,6 +48,7 @@ constexpr std::chrono::seconds kLongestCheck{8};
 
 /// Runs the checks at the same time and returns their findings in the order given. Takes no longer
 /// than the greatest limit among them and leaves no process behind.
-std::vector<Finding> RunChecks(const std::vector<Check>& checks, const StoredSettings& settings);
+std::vector<Finding> RunChecks(const std::vector<Check>& checks,
+                               const settings::StoredSettings& settings);
 
-}  // namespace host
+}  // namespace host::selfcheck

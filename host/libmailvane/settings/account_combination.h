@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::settings {
 
 /// The accounts that the mail server serves: "local", "ldap" or "win", and their domain.
 struct AccountCombination {
@@ -16,4 +16,4 @@ struct AccountCombination {
     }
 };
 
-}  // namespace host
+}  // namespace host::settings

@@ -3,7 +3,7 @@
 
 #include "host/libhaldcore/mail_services.h"
 
-namespace host {
+namespace host::settings {
 
 namespace {
 
@@ -39,4 +39,4 @@ std::vector<std::string> MailDomains(const StoredSettings& settings)
     return domains;
 }
 
-}  // namespace host
+}  // namespace host::settings

@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/settings/stored_settings.h"
 
-namespace host {
+namespace host::settings {
 
 /// Whether the IMAP and POP3 server runs: for its mailbox services, or for SMTP, which needs it for
 /// logins and delivery.
@@ -18,4 +18,4 @@ std::vector<int> EnabledPorts(const StoredSettings& settings);
 /// The host name, the accounts' domain and the additional domains, each once.
 std::vector<std::string> MailDomains(const StoredSettings& settings);
 
-}  // namespace host
+}  // namespace host::settings

@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::settings {
 
 namespace {
 
@@ -40,14 +40,14 @@ std::vector<SettingInfo> SmtpSettings()
         Switch(kObject, "smtp_auth_required", "yes",
                "this machine's own programs must log in too before their mail is relayed"),
         Switch(kObject, "restrict_sender", "no", "a login may send as its own addresses only"),
-        {kObject, "account_type", T::kText, "local", 0, 5, IsAccountType,
+        {kObject, "account_type", T::kText, "local", 0, 5, names::IsAccountType,
          "source of the accounts: local, ldap or win"},
-        {kObject, "acc_domain_name", T::kText, "", 0, kLongestText, IsHostNameOrEmpty,
+        {kObject, "acc_domain_name", T::kText, "", 0, kLongestText, names::IsHostNameOrEmpty,
          "mail domain of the accounts; empty for the host name"},
-        {kObject, "win_domain_short_name", T::kText, "", 0, 15, IsShortDomainOrEmpty,
+        {kObject, "win_domain_short_name", T::kText, "", 0, 15, names::IsShortDomainOrEmpty,
          "short name of the Windows domain"},
-        {kObject, "smtp_hostname", T::kText, "localhost.localdomain", 1, kLongestText, IsHostName,
-         "name the SMTP server announces"},
+        {kObject, "smtp_hostname", T::kText, "localhost.localdomain", 1, kLongestText,
+         names::IsHostName, "name the SMTP server announces"},
         {kObject, "message_size_limit_mb", T::kInt, "50", 1, 2000, nullptr,
          "greatest message in MiB"},
     };
@@ -59,14 +59,14 @@ std::vector<SettingInfo> RelaySettings()
     constexpr auto kObject = SettingsObject::kPostfix;
     return {
         Switch(kObject, "smtp_relay_enabled", "no", "mail for others goes through the relay host"),
-        {kObject, "smtp_relay_server", T::kText, "", 0, kLongestText, IsHostOrAddressOrEmpty,
+        {kObject, "smtp_relay_server", T::kText, "", 0, kLongestText, names::IsHostOrAddressOrEmpty,
          "the relay host"},
         Port(kObject, "smtp_relay_port", "587", "its port"),
         Switch(kObject, "smtp_relay_tls", "yes", "the relay host is only spoken to with TLS"),
         Switch(kObject, "smtp_relay_auth", "no", "the relay host asks for a login"),
-        {kObject, "smtp_relay_account", T::kText, "", 0, kLongestText, IsRelayAccount,
+        {kObject, "smtp_relay_account", T::kText, "", 0, kLongestText, names::IsRelayAccount,
          "login name there"},
-        {kObject, "smtp_relay_password", T::kText, "", 0, kLongestText, IsPlainText,
+        {kObject, "smtp_relay_password", T::kText, "", 0, kLongestText, names::IsPlainText,
          "password there; an empty one in a save keeps the stored one"},
     };
 }
@@ -80,7 +80,8 @@ std::vector<SettingInfo> SecuritySettings()
         Switch(kObject, "enable_spf_check", "no", "mail that fails SPF is refused"),
         Switch(kObject, "reject_spf_soft_fail", "no", "so is mail that fails softly"),
         Switch(kObject, "enable_dkim", "no", "mail leaving this server is signed"),
-        {kObject, "dkim_selector", T::kText, "mail", 1, 63, IsLabel, "selector of the signature"},
+        {kObject, "dkim_selector", T::kText, "mail", 1, 63, names::IsLabel,
+         "selector of the signature"},
         Switch(kObject, "enable_dmarc", "no", "mail that fails its domain's policy is refused"),
         Switch(kObject, "reject_sasl_sender_rate_exceed", "no",
                "mail of a login over its limit is refused"),
@@ -144,11 +145,11 @@ std::vector<SettingInfo> MailScannerSettings()
          "score from which mail is tagged as spam"},
         {kObject, "spam_reject_score", T::kInt, "12", 0, 1000, nullptr,
          "score from which the action on spam applies"},
-        {kObject, "spam_subject_tag", T::kText, "[SPAM]", 0, 64, IsPlainText,
+        {kObject, "spam_subject_tag", T::kText, "[SPAM]", 0, 64, names::IsPlainText,
          "put before the subject of tagged mail"},
-        {kObject, "spam_action", T::kText, "tag", 1, 10, IsSpamAction,
+        {kObject, "spam_action", T::kText, "tag", 1, 10, names::IsSpamAction,
          "what becomes of spam: tag, quarantine, reject or discard"},
-        {kObject, "virus_action", T::kText, "reject", 1, 10, IsVirusAction,
+        {kObject, "virus_action", T::kText, "reject", 1, 10, names::IsVirusAction,
          "what becomes of viruses: reject, quarantine or discard"},
         Switch(kObject, "spam_bayes", "no", "the scanner learns from the mail it sees"),
     };
@@ -198,9 +199,9 @@ bool SettingAccepts(const SettingInfo& setting, const std::string& text)
         case SettingType::kText:
             return text.size() >= static_cast<std::string::size_type>(setting.lowest) &&
                    text.size() <= static_cast<std::string::size_type>(setting.highest) &&
-                   IsPlainText(text) && setting.accepts(text);
+                   names::IsPlainText(text) && setting.accepts(text);
     }
     return false;
 }
 
-}  // namespace host
+}  // namespace host::settings

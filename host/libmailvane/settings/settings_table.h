@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::settings {
 
 /// Which settings object shows a setting.
 enum class SettingsObject { kPostfix, kImapPop3, kMailScanner };
@@ -31,4 +31,4 @@ const SettingInfo* FindSetting(const std::string& name);
 /// Whether `text` (spelled as it is stored) is a value that the setting can take.
 bool SettingAccepts(const SettingInfo& setting, const std::string& text);
 
-}  // namespace host
+}  // namespace host::settings

@@ -8,10 +8,10 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/settings/settings_table.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/settings/settings_table.h"
 
-namespace host {
+namespace host::settings {
 
 namespace {
 
@@ -96,7 +96,7 @@ void StoredSettings::Set(const std::string& name, const std::string& spelled)
 std::string StoredSettings::AlwaysBcc() const
 {
     const std::string address = file_.Get(kAlwaysBccKey).value_or("");
-    return IsMailAddress(address) ? address : "";
+    return names::IsMailAddress(address) ? address : "";
 }
 
 void StoredSettings::SetAlwaysBcc(const std::string& address)
@@ -138,4 +138,4 @@ std::string StoredSettings::BlocklistsText() const
     return text;
 }
 
-}  // namespace host
+}  // namespace host::settings

@@ -10,7 +10,7 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libmailvane/settings/account_combination.h"
 
-namespace host {
+namespace host::settings {
 
 /// One DNS blocklist: zone and kind.
 struct Blocklist {
@@ -70,4 +70,4 @@ private:
     std::unordered_map<std::string, std::string> values_;
 };
 
-}  // namespace host
+}  // namespace host::settings

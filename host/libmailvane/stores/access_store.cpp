@@ -6,7 +6,7 @@
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/stores/list_store.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 const std::vector<SearchField>& Fields()
@@ -58,7 +58,7 @@ int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 
 bool MakeStored(AccessInfo& entry, std::string& fault)
 {
-    const std::optional<std::string> name = StoredName(entry.nameType, entry.name);
+    const std::optional<std::string> name = names::StoredName(entry.nameType, entry.name);
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
         fault = "there is no such list";
     } else if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
@@ -76,7 +76,7 @@ bool MakeStored(AccessInfo& entry, std::string& fault)
 
 std::string AccessLine(const AccessInfo& entry)
 {
-    return NameInText(entry.nameType, entry.name) + " " + Access::StatusToStr(entry.status);
+    return names::NameInText(entry.nameType, entry.name) + " " + Access::StatusToStr(entry.status);
 }
 
 bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
@@ -87,7 +87,7 @@ bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
 
     entry.type = type;
     entry.name = line.substr(0, end);
-    entry.nameType = KindInText(entry.name);
+    entry.nameType = names::KindInText(entry.name);
     entry.status = Access::StrToStatus(line.substr(second).c_str());
     return true;
 }
@@ -137,7 +137,7 @@ void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
     SQLite::Statement remove(store,
                              "DELETE FROM access WHERE type = ? AND name = ? AND name_type = ?");
     for (const AccessInfo& entry : entries) {
-        const std::string name = StoredName(entry.nameType, entry.name).value_or(entry.name);
+        const std::string name = names::StoredName(entry.nameType, entry.name).value_or(entry.name);
         SQLite::bind(remove, static_cast<int>(entry.type), name, static_cast<int>(entry.nameType));
         (void)remove.exec();
         remove.reset();
@@ -145,4 +145,4 @@ void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
     transaction.commit();
 }
 
-}  // namespace host
+}  // namespace host::stores

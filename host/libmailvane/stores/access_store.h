@@ -8,7 +8,7 @@
 
 #include "platform/mailvane/access.h"
 
-namespace host {
+namespace host::stores {
 
 /// The script that makes the table of the access lists. Its order is the order of the lists.
 constexpr char kAccessTable[] =
@@ -44,4 +44,4 @@ void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries
 /// Removes entries, all in one transaction; names may be in any spelling.
 void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);
 
-}  // namespace host
+}  // namespace host::stores

@@ -22,7 +22,7 @@
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 constexpr char kAlwaysBccKey[] = "always_bcc";
@@ -34,14 +34,14 @@ std::string ParkingFolder()
     return PackagePath("target/etc/alias_bkp");
 }
 
-std::string ParkedPath(const AccountCombination& combination, const char* suffix)
+std::string ParkedPath(const settings::AccountCombination& combination, const char* suffix)
 {
     return ParkingFolder() + "/" + combination.type + "_" + combination.domain + suffix;
 }
 
 /// Whether the combination can be part of a file name: a name that leads elsewhere never becomes a
 /// path.
-bool CanBeParked(const AccountCombination& combination)
+bool CanBeParked(const settings::AccountCombination& combination)
 {
     const std::string name = combination.type + "_" + combination.domain;
     const bool plain = std::none_of(name.begin(), name.end(), [](char letter) {
@@ -59,55 +59,59 @@ bool HasJournal(const std::string& database)
 }
 
 /// Moves a live database to the parked name of its combination. What lies there already is kept.
-bool Park(const AccountStore& store, const AccountCombination& owner)
+bool Park(const AccountStore& store, const settings::AccountCombination& owner)
 {
     const std::string live = PackagePath(store.live);
     if (!CanBeParked(owner))
-        return KeepAside(live, "belongs to an account domain with no safe name");
+        return system::KeepAside(live, "belongs to an account domain with no safe name");
 
     const std::string parked = ParkedPath(owner, store.parkedSuffix);
     if (!MakeDirectories(ParkingFolder(), 0755)) {
         Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), std::strerror(errno));
         return false;
     }
-    if (NameExists(parked) && !KeepAside(parked, "would be overwritten")) return false;
-    return MoveDurably(live, parked);
+    if (system::NameExists(parked) && !system::KeepAside(parked, "would be overwritten"))
+        return false;
+    return system::MoveDurably(live, parked);
 }
 
 /// Takes away a live database that is not one of the `stored` combination.
-bool ClearLive(const AccountStore& store, const AccountCombination& stored)
+bool ClearLive(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string live = PackagePath(store.live);
     // A journal without its database would be rolled back into the next one of that name.
-    if (!NameExists(live)) {
-        return !HasJournal(live) || KeepAside(live, "is missing and left a journal");
+    if (!system::NameExists(live)) {
+        return !HasJournal(live) || system::KeepAside(live, "is missing and left a journal");
     }
 
-    const std::optional<AccountCombination> owner = RecordedCombination(live);
+    const std::optional<settings::AccountCombination> owner = RecordedCombination(live);
     if (owner == stored) return true;
-    if (!owner) return KeepAside(live, "is damaged or belongs to no account domain");
+    if (!owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
     return Park(store, *owner);
 }
 
 /// Brings back the parked database of the `stored` combination, if there is a usable one.
-bool Unpark(const AccountStore& store, const AccountCombination& stored)
+bool Unpark(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string parked = ParkedPath(stored, store.parkedSuffix);
-    if (!NameExists(parked)) return true;
-    if (RecordedCombination(parked) == stored) return MoveDurably(parked, PackagePath(store.live));
-    return KeepAside(parked, "is damaged or not what its name says");
+    if (!system::NameExists(parked)) return true;
+    if (RecordedCombination(parked) == stored)
+        return system::MoveDurably(parked, PackagePath(store.live));
+    return system::KeepAside(parked, "is damaged or not what its name says");
 }
 
-bool HealStore(const AccountStore& store, const AccountCombination& stored, bool& exchanged)
+bool HealStore(const AccountStore& store, const settings::AccountCombination& stored,
+               bool& exchanged)
 {
     const std::string live = PackagePath(store.live);
     if (CarriesStamp(live, stored) && !HasJournal(live)) return true;
 
     if (!ClearLive(store, stored)) return false;
-    if (!NameExists(live)) {
+    if (!system::NameExists(live)) {
         exchanged = true;
         if (!Unpark(store, stored)) return false;
-        if (!NameExists(live) && !CreateAccountDatabase(live, store.schema, stored)) return false;
+        if (!system::NameExists(live) && !CreateAccountDatabase(live, store.schema, stored))
+            return false;
     }
     if (!CarriesStamp(live, stored)) Stamp(live, store.schema, stored);
     return true;
@@ -132,10 +136,10 @@ bool StoreAlwaysBcc(const std::string& address, bool& exchanged)
     return settings->Set(kAlwaysBccKey, address) && settings->Write(path, 0600);
 }
 
-bool HealAlwaysBcc(const AccountCombination& stored, bool& exchanged)
+bool HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
 {
     const std::string path = ParkedPath(stored, kAlwaysBccSuffix);
-    if (!NameExists(path)) return true;
+    if (!system::NameExists(path)) return true;
 
     const std::optional<KeyValueFile> parked = KeyValueFile::Read(path);
     if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""), exchanged)) {
@@ -143,10 +147,10 @@ bool HealAlwaysBcc(const AccountCombination& stored, bool& exchanged)
             std::strerror(errno));
         return false;
     }
-    return RemoveDurably(path);
+    return system::RemoveDurably(path);
 }
 
-bool HealAll(const AccountCombination& stored, bool& exchanged)
+bool HealAll(const settings::AccountCombination& stored, bool& exchanged)
 {
     for (const AccountDatabase which : kDatabases) {
         if (!HealStore(StoreOf(which), stored, exchanged)) return false;
@@ -156,16 +160,16 @@ bool HealAll(const AccountCombination& stored, bool& exchanged)
 
 }  // namespace
 
-bool AccountDataIsSound(const AccountCombination& stored)
+bool AccountDataIsSound(const settings::AccountCombination& stored)
 {
     for (const AccountDatabase which : kDatabases) {
         const std::string live = PackagePath(StoreOf(which).live);
         if (!CarriesStamp(live, stored) || HasJournal(live)) return false;
     }
-    return !CanBeParked(stored) || !NameExists(ParkedPath(stored, kAlwaysBccSuffix));
+    return !CanBeParked(stored) || !system::NameExists(ParkedPath(stored, kAlwaysBccSuffix));
 }
 
-int HealAccountData(const AccountCombination& stored, bool& exchanged)
+int HealAccountData(const settings::AccountCombination& stored, bool& exchanged)
 {
     exchanged = false;
     if (!LockIsHeld()) {
@@ -176,18 +180,18 @@ int HealAccountData(const AccountCombination& stored, bool& exchanged)
         Log(LOG_ERR, "the account domain %s cannot be part of a file name", stored.domain.c_str());
         return -1;
     }
-    return WithoutExceptions("healing account data",
-                             [&] { return HealAll(stored, exchanged) ? 0 : -1; });
+    return system::WithoutExceptions("healing account data",
+                                     [&] { return HealAll(stored, exchanged) ? 0 : -1; });
 }
 
-std::string ParkedAlwaysBcc(const AccountCombination& combination)
+std::string ParkedAlwaysBcc(const settings::AccountCombination& combination)
 {
     if (!CanBeParked(combination)) return "";
     const auto parked = KeyValueFile::Read(ParkedPath(combination, kAlwaysBccSuffix));
     return parked ? parked->Get(kAlwaysBccKey).value_or("") : "";
 }
 
-bool ParkAlwaysBcc(const AccountCombination& combination, const std::string& address)
+bool ParkAlwaysBcc(const settings::AccountCombination& combination, const std::string& address)
 {
     KeyValueFile parked = KeyValueFile::Parse("");
     if (CanBeParked(combination) && MakeDirectories(ParkingFolder(), 0755) &&
@@ -200,10 +204,10 @@ bool ParkAlwaysBcc(const AccountCombination& combination, const std::string& add
     return false;
 }
 
-int ForgetParkedAlwaysBcc(const AccountCombination& stored)
+int ForgetParkedAlwaysBcc(const settings::AccountCombination& stored)
 {
     if (!CanBeParked(stored)) return -1;
-    return RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix)) ? 0 : -1;
+    return system::RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix)) ? 0 : -1;
 }
 
-}  // namespace host
+}  // namespace host::stores

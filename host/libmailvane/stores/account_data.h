@@ -6,11 +6,11 @@
 
 #include "host/libmailvane/settings/account_combination.h"
 
-namespace host {
+namespace host::stores {
 
 /// Whether the live data belongs to the `stored` combination. Cheap: a few small reads without
 /// SQLite and without the lock. Not to be called while this process has one of the databases open.
-bool AccountDataIsSound(const AccountCombination& stored);
+bool AccountDataIsSound(const settings::AccountCombination& stored);
 
 /// Makes the live data that of the `stored` combination, after a switch that was not completed or a
 /// loss: a database of another combination is parked under that one's name, the copy parked under
@@ -18,16 +18,16 @@ bool AccountDataIsSound(const AccountCombination& stored);
 /// file is kept under another name. Needs the request lock; may be killed and repeated at any
 /// moment. `exchanged` tells whether anything live was changed, so that what was generated from it
 /// is out of date; it is set on failure too. 0, or -1 (logged) when it could not be completed.
-int HealAccountData(const AccountCombination& stored, bool& exchanged);
+int HealAccountData(const settings::AccountCombination& stored, bool& exchanged);
 
 /// The copy address parked under a combination, and parking one there. Parking is false, logged, on
 /// failure.
-std::string ParkedAlwaysBcc(const AccountCombination& combination);
-bool ParkAlwaysBcc(const AccountCombination& combination, const std::string& address);
+std::string ParkedAlwaysBcc(const settings::AccountCombination& combination);
+bool ParkAlwaysBcc(const settings::AccountCombination& combination, const std::string& address);
 
 /// Forgets the copy address that was parked under the `stored` combination when a switch away from
 /// it began. To be called once that combination's settings are saved, whether or not it changed.
 /// 0, or -1 (logged).
-int ForgetParkedAlwaysBcc(const AccountCombination& stored);
+int ForgetParkedAlwaysBcc(const settings::AccountCombination& stored);
 
-}  // namespace host
+}  // namespace host::stores

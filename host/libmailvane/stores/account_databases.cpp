@@ -10,10 +10,10 @@
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/bcc_store.h"
 #include "host/libmailvane/stores/black_white_store.h"
-#include "host/libmailvane/system/durable_move.h"
 #include "host/libmailvane/stores/sender_quota_table.h"
+#include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 // Features add their tables as further scripts.
@@ -21,8 +21,9 @@ constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
                                             kSenderQuotaTable, kBlackWhiteTable};
 
-constexpr AccountStore kAlias = {"etc/alias.db", "", Schema(kAliasScripts)};
-constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane", Schema(kMailvaneScripts)};
+constexpr AccountStore kAlias = {"etc/alias.db", "", system::Schema(kAliasScripts)};
+constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane",
+                                    system::Schema(kMailvaneScripts)};
 
 }  // namespace
 
@@ -34,15 +35,15 @@ const AccountStore& StoreOf(AccountDatabase which)
 std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
-    return OpenForReading(PackagePath(store.live), store.schema);
+    return system::OpenForReading(PackagePath(store.live), store.schema);
 }
 
 SQLite::Database ChangeAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
     const std::string path = PackagePath(store.live);
-    if (!NameExists(path)) throw std::runtime_error(path + " is missing");
-    return OpenForChange(path, store.schema);
+    if (!system::NameExists(path)) throw std::runtime_error(path + " is missing");
+    return system::OpenForChange(path, store.schema);
 }
 
-}  // namespace host
+}  // namespace host::stores

@@ -5,7 +5,7 @@
 
 #include "host/libmailvane/system/database.h"
 
-namespace host {
+namespace host::stores {
 
 enum class AccountDatabase {
     kAlias,    ///< etc/alias.db: aliases and their members
@@ -16,7 +16,7 @@ enum class AccountDatabase {
 struct AccountStore {
     const char* live;          ///< relative to the package
     const char* parkedSuffix;  ///< of its name among the parked files
-    Schema schema;
+    system::Schema schema;
 };
 
 const AccountStore& StoreOf(AccountDatabase which);
@@ -30,4 +30,4 @@ std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 /// it is missing.
 SQLite::Database ChangeAccountDatabase(AccountDatabase which);
 
-}  // namespace host
+}  // namespace host::stores

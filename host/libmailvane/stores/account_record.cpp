@@ -11,14 +11,14 @@
 #include "host/libhaldcore/descriptor.h"
 #include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 /// Where SQLite keeps the application id: four bytes, the highest first.
 constexpr off_t kStampOffset = 68;
 
 /// FNV-1a over type, a zero byte and domain; never 0, which is what an unstamped database carries.
-uint32_t StampOf(const AccountCombination& combination)
+uint32_t StampOf(const settings::AccountCombination& combination)
 {
     const std::string text = combination.type + '\0' + combination.domain;
     uint32_t hash = 2166136261U;
@@ -38,18 +38,19 @@ bool IsWhole(SQLite::Database& database)
     return check.executeStep() && check.getColumn(0).getString() == "ok";
 }
 
-std::optional<AccountCombination> ReadRecord(SQLite::Database& database)
+std::optional<settings::AccountCombination> ReadRecord(SQLite::Database& database)
 {
     if (!IsWhole(database) || !database.tableExists("account")) return std::nullopt;
 
     SQLite::Statement query(database, "SELECT type, domain FROM account");
     if (!query.executeStep()) return std::nullopt;
-    return AccountCombination{query.getColumn(0).getString(), query.getColumn(1).getString()};
+    return settings::AccountCombination{query.getColumn(0).getString(),
+                                        query.getColumn(1).getString()};
 }
 
 }  // namespace
 
-bool CarriesStamp(const std::string& path, const AccountCombination& combination)
+bool CarriesStamp(const std::string& path, const settings::AccountCombination& combination)
 {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file) return false;
@@ -62,10 +63,10 @@ bool CarriesStamp(const std::string& path, const AccountCombination& combination
     return stamp == StampOf(combination);
 }
 
-std::optional<AccountCombination> RecordedCombination(const std::string& path)
+std::optional<settings::AccountCombination> RecordedCombination(const std::string& path)
 {
     try {
-        std::optional<SQLite::Database> database = OpenAsItIs(path);
+        std::optional<SQLite::Database> database = system::OpenAsItIs(path);
         return database ? ReadRecord(*database) : std::nullopt;
     } catch (const SQLite::Exception& failure) {
         if (!MeansUnusable(failure)) throw;
@@ -73,25 +74,27 @@ std::optional<AccountCombination> RecordedCombination(const std::string& path)
     }
 }
 
-bool CreateAccountDatabase(const std::string& path, const Schema& schema,
-                           const AccountCombination& combination)
+bool CreateAccountDatabase(const std::string& path, const system::Schema& schema,
+                           const settings::AccountCombination& combination)
 {
     const std::string unfinished = path + ".new";
-    if (!RemoveDurably(unfinished + "-journal") || !RemoveDurably(unfinished)) return false;
+    if (!system::RemoveDurably(unfinished + "-journal") || !system::RemoveDurably(unfinished))
+        return false;
     {
-        SQLite::Database database = OpenForChange(unfinished, schema);
+        SQLite::Database database = system::OpenForChange(unfinished, schema);
         SQLite::Statement insert(database, "INSERT INTO account (type, domain) VALUES (?, ?)");
         insert.bind(1, combination.type);
         insert.bind(2, combination.domain);
         insert.exec();
     }
-    return MoveDurably(unfinished, path);
+    return system::MoveDurably(unfinished, path);
 }
 
-void Stamp(const std::string& path, const Schema& schema, const AccountCombination& combination)
+void Stamp(const std::string& path, const system::Schema& schema,
+           const settings::AccountCombination& combination)
 {
     const auto stamp = static_cast<int32_t>(StampOf(combination));
-    OpenForChange(path, schema).exec("PRAGMA application_id = " + std::to_string(stamp));
+    system::OpenForChange(path, schema).exec("PRAGMA application_id = " + std::to_string(stamp));
 }
 
-}  // namespace host
+}  // namespace host::stores

@@ -8,7 +8,7 @@
 #include "host/libmailvane/settings/account_combination.h"
 #include "host/libmailvane/system/database.h"
 
-namespace host {
+namespace host::stores {
 
 /// The script that makes the table `account`: the first of every schema of such a database.
 constexpr char kAccountTable[] = "CREATE TABLE account (type TEXT NOT NULL, domain TEXT NOT NULL)";
@@ -16,19 +16,20 @@ constexpr char kAccountTable[] = "CREATE TABLE account (type TEXT NOT NULL, doma
 /// Whether the file at `path` carries the stamp of `combination`. One read, no SQLite. Not to be
 /// called while this process has that database open: closing any descriptor of a file gives up the
 /// locks that the process holds on it.
-bool CarriesStamp(const std::string& path, const AccountCombination& combination);
+bool CarriesStamp(const std::string& path, const settings::AccountCombination& combination);
 
 /// The combination recorded in the database at `path`, after rolling back what a killed writer left
 /// behind; nothing when the file is damaged or records none. Throws SQLite::Exception when it
 /// cannot be told (locked for too long, an error of the disk).
-std::optional<AccountCombination> RecordedCombination(const std::string& path);
+std::optional<settings::AccountCombination> RecordedCombination(const std::string& path);
 
 /// Makes an empty database that records `combination`, not yet stamped; it gets its name only when
 /// it is complete. Throws SQLite::Exception. False, logged, when it could not be given its name.
-bool CreateAccountDatabase(const std::string& path, const Schema& schema,
-                           const AccountCombination& combination);
+bool CreateAccountDatabase(const std::string& path, const system::Schema& schema,
+                           const settings::AccountCombination& combination);
 
 /// Writes the stamp of a database that records `combination`. Throws SQLite::Exception.
-void Stamp(const std::string& path, const Schema& schema, const AccountCombination& combination);
+void Stamp(const std::string& path, const system::Schema& schema,
+           const settings::AccountCombination& combination);
 
-}  // namespace host
+}  // namespace host::stores

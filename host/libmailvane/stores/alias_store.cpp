@@ -3,7 +3,7 @@
 
 #include "host/libmailvane/stores/account_databases.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
@@ -90,4 +90,4 @@ void ChangeAliases(const AliasChange& change)
     transaction.commit();
 }
 
-}  // namespace host
+}  // namespace host::stores

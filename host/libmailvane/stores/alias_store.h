@@ -3,7 +3,7 @@
 
 #include "host/libmailvane/stores/alias_table.h"
 
-namespace host {
+namespace host::stores {
 
 /// The script that makes the tables. The mail server's names do not differ by case.
 constexpr char kAliasTables[] =
@@ -17,4 +17,4 @@ AliasEntries ReadAliases();
 /// Makes a change in one transaction. Throws as `ChangeAccountDatabase`, with nothing changed.
 void ChangeAliases(const AliasChange& change);
 
-}  // namespace host
+}  // namespace host::stores

@@ -8,7 +8,7 @@
 #include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/names/list_names.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 using Identity = std::pair<int, std::string>;
@@ -32,14 +32,14 @@ AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
 {
     byName_.reserve(entries_.size());
     for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-        byName_.emplace(InLowerCase(entry->name), entry);
+        byName_.emplace(names::InLowerCase(entry->name), entry);
         nextId_ = std::max(nextId_, entry->id + 1);
     }
 }
 
 const AliasEntry* AliasTable::FindAnyCase(const std::string& name) const
 {
-    const auto found = byName_.find(InLowerCase(name));
+    const auto found = byName_.find(names::InLowerCase(name));
     return found == byName_.end() ? nullptr : &*found->second;
 }
 
@@ -56,20 +56,20 @@ void AliasTable::Touch(const AliasEntry& entry)
 
 AliasEntry& AliasTable::Edit(const std::string& name)
 {
-    const auto found = byName_.find(InLowerCase(name));
+    const auto found = byName_.find(names::InLowerCase(name));
     if (found != byName_.end()) {
         Touch(*found->second);
         return *found->second;
     }
     entries_.push_back({0, name, {}});
-    byName_.emplace(InLowerCase(name), std::prev(entries_.end()));
+    byName_.emplace(names::InLowerCase(name), std::prev(entries_.end()));
     return entries_.back();
 }
 
 std::string AliasTable::FaultOf(const MemberInfo& member, const std::string& owner) const
 {
-    std::string fault = MemberFault(member);
-    if (!fault.empty() || member.type != kAliasMember) return fault;
+    std::string fault = names::MemberFault(member);
+    if (!fault.empty() || member.type != names::kAliasMember) return fault;
 
     const bool known = member.name == owner || Find(member.name) != nullptr;
     return known ? "" : "an alias that does not exist";
@@ -77,7 +77,7 @@ std::string AliasTable::FaultOf(const MemberInfo& member, const std::string& own
 
 std::string AliasTable::Add(const std::string& name, const std::list<MemberInfo>& members)
 {
-    if (!IsLocalPart(name)) return "no name of an alias";
+    if (!names::IsLocalPart(name)) return "no name of an alias";
     if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
         return "a name that another alias has in other letters";
     }
@@ -111,17 +111,17 @@ std::string AliasTable::Rename(const std::string& from, const std::string& to)
 {
     const AliasEntry* old = Find(from);
     if (old == nullptr) return "an alias that does not exist";
-    if (!IsLocalPart(to)) return "no name of an alias";
+    if (!names::IsLocalPart(to)) return "no name of an alias";
 
     const AliasEntry* taken = FindAnyCase(to);
     if (taken != nullptr && taken != old) return "a name that another alias has";
 
-    auto node = byName_.extract(InLowerCase(from));
+    auto node = byName_.extract(names::InLowerCase(from));
     Touch(*node.mapped());
     node.mapped()->name = to;
-    node.key() = InLowerCase(to);
+    node.key() = names::InLowerCase(to);
     byName_.insert(std::move(node));
-    Follow({{InLowerCase(from), to}});
+    Follow({{names::InLowerCase(from), to}});
     return "";
 }
 
@@ -136,10 +136,10 @@ void AliasTable::Delete(const std::list<std::string>& names)
     for (const std::string& name : names) {
         if (Find(name) == nullptr) continue;
 
-        const auto node = byName_.extract(InLowerCase(name));
+        const auto node = byName_.extract(names::InLowerCase(name));
         Touch(*node.mapped());
         entries_.erase(node.mapped());
-        gone.emplace(InLowerCase(name), "");
+        gone.emplace(names::InLowerCase(name), "");
     }
     if (!gone.empty()) Follow(gone);
 }
@@ -147,7 +147,8 @@ void AliasTable::Delete(const std::list<std::string>& names)
 void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newNames)
 {
     const auto isAffected = [&newNames](const MemberInfo& member) {
-        return member.type == kAliasMember && newNames.count(InLowerCase(member.name)) != 0;
+        return member.type == names::kAliasMember &&
+               newNames.count(names::InLowerCase(member.name)) != 0;
     };
     for (AliasEntry& entry : entries_) {
         auto& members = entry.members;
@@ -155,7 +156,7 @@ void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newN
 
         Touch(entry);
         for (MemberInfo& member : members) {
-            if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
+            if (isAffected(member)) member.name = newNames.at(names::InLowerCase(member.name));
         }
         const auto hasNoName = [](const MemberInfo& member) { return member.name.empty(); };
         members.erase(std::remove_if(members.begin(), members.end(), hasNoName), members.end());
@@ -174,4 +175,4 @@ AliasChange AliasTable::Pending()
     return change;
 }
 
-}  // namespace host
+}  // namespace host::stores

@@ -10,7 +10,7 @@
 
 #include "platform/mailvane/alias.h"
 
-namespace host {
+namespace host::stores {
 
 struct AliasEntry {
     std::int64_t id = 0;  ///< in the store; 0 for one that is not there yet
@@ -70,4 +70,4 @@ private:
     std::int64_t nextId_ = 1;
 };
 
-}  // namespace host
+}  // namespace host::stores

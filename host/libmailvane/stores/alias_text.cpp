@@ -12,7 +12,7 @@
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/list_text.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 constexpr char kGroupMark = '%';
@@ -21,8 +21,9 @@ constexpr int kBareName = -1;  // an alias or a user: the whole file tells
 
 std::string MemberText(const AliasTable& table, const MemberInfo& member)
 {
-    if (member.type == kGroupMember) return kGroupMark + member.name;
-    const bool ambiguous = member.type == kUserMember && table.FindAnyCase(member.name) != nullptr;
+    if (member.type == names::kGroupMember) return kGroupMark + member.name;
+    const bool ambiguous =
+        member.type == names::kUserMember && table.FindAnyCase(member.name) != nullptr;
     return ambiguous ? kUserMark + member.name : member.name;
 }
 
@@ -31,13 +32,13 @@ MemberInfo ParseMember(std::string_view text)
     MemberInfo member;
     member.type = kBareName;
     if (text.front() == kGroupMark) {
-        member.type = kGroupMember;
+        member.type = names::kGroupMember;
     } else if (text.front() == kUserMark) {
-        member.type = kUserMember;
+        member.type = names::kUserMember;
     } else if (text.find('@') != std::string_view::npos) {
-        member.type = kOutsideMember;
+        member.type = names::kOutsideMember;
     }
-    const bool marked = member.type == kGroupMember || member.type == kUserMember;
+    const bool marked = member.type == names::kGroupMember || member.type == names::kUserMember;
     member.name = Trim(text.substr(marked ? 1 : 0));
     return member;
 }
@@ -45,8 +46,8 @@ MemberInfo ParseMember(std::string_view text)
 /// Whether a bare name could be that of a user, which every alias's name could.
 std::string FaultOf(MemberInfo member)
 {
-    if (member.type == kBareName) member.type = kUserMember;
-    return MemberFault(member);
+    if (member.type == kBareName) member.type = names::kUserMember;
+    return names::MemberFault(member);
 }
 
 /// Takes the lines of a file one after the other.
@@ -79,8 +80,8 @@ private:
         open_ = true;  // members may follow, whatever is wrong with the name
         aliases_.push_back({0, name, {}});
         std::string fault = TakeMembers(line.substr(colon + 1));
-        if (!IsLocalPart(name)) return "no name of an alias";
-        if (!byName_.emplace(InLowerCase(name), aliases_.size() - 1).second) {
+        if (!names::IsLocalPart(name)) return "no name of an alias";
+        if (!byName_.emplace(names::InLowerCase(name), aliases_.size() - 1).second) {
             return "an alias that stands in the file twice";
         }
         return fault;
@@ -111,12 +112,12 @@ private:
     {
         if (member.type != kBareName) return;
 
-        member.type = kUserMember;
-        const auto here = byName_.find(InLowerCase(member.name));
+        member.type = names::kUserMember;
+        const auto here = byName_.find(names::InLowerCase(member.name));
         const AliasEntry* stored = table.FindAnyCase(member.name);
         if (here == byName_.end() && stored == nullptr) return;
 
-        member.type = kAliasMember;
+        member.type = names::kAliasMember;
         member.name = stored != nullptr ? stored->name : aliases_[here->second].name;
     }
 
@@ -159,10 +160,10 @@ bool ReadAliasText(const std::string& path, const AliasTable& table,
 {
     AliasReader reader;
     const auto take = [&reader](const std::string& line) { return reader.Take(line); };
-    if (!ReadListText(path, take)) return false;
+    if (!names::ReadListText(path, take)) return false;
 
     aliases = reader.Resolve(table);
     return true;
 }
 
-}  // namespace host
+}  // namespace host::stores

@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/stores/alias_table.h"
 
-namespace host {
+namespace host::stores {
 
 /// The whole table as text.
 std::string AliasText(const AliasTable& table);
@@ -16,4 +16,4 @@ std::string AliasText(const AliasTable& table);
 bool ReadAliasText(const std::string& path, const AliasTable& table,
                    std::vector<AliasEntry>& aliases);
 
-}  // namespace host
+}  // namespace host::stores

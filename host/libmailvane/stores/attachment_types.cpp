@@ -12,7 +12,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/names/list_names.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 constexpr std::size_t kLongestType = 32;
@@ -48,7 +48,7 @@ std::vector<std::string> AttachmentTypes()
 
 std::optional<std::string> StoredAttachmentType(const std::string& text)
 {
-    std::string type = InLowerCase(text);
+    std::string type = names::InLowerCase(text);
     if (type.rfind("*.", 0) == 0) type.erase(0, 1);
     if (!type.empty() && type.front() == '.') type.erase(0, 1);
 
@@ -69,4 +69,4 @@ int StoreAttachmentTypes(const std::vector<std::string>& types)
     return -1;
 }
 
-}  // namespace host
+}  // namespace host::stores

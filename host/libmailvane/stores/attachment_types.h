@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::stores {
 
 /// The types in stored order: file name extensions in lower case, without a dot in front. None when
 /// there is no list. Throws std::runtime_error when it cannot be read.
@@ -18,4 +18,4 @@ int StoreAttachmentTypes(const std::vector<std::string>& types);
 /// `text` is no extension: letters, digits, "_", "+", "-", inner dots, 32 bytes at most.
 std::optional<std::string> StoredAttachmentType(const std::string& text);
 
-}  // namespace host
+}  // namespace host::stores

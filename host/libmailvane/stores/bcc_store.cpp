@@ -4,10 +4,10 @@
 #include <SQLiteCpp/VariadicBind.h>
 
 #include "host/libmailvane/names/list_names.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/stores/list_store.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 const std::vector<SearchField>& Fields()
@@ -32,8 +32,8 @@ std::list<BccInfo> Rules(SQLite::Statement& query)
 
 bool IsRuleName(const std::string& name)
 {
-    if (name.empty() || name.front() != '@') return IsMailAddress(name);
-    return IsNameOfKind(NAME_DOMAIN, name.substr(1));
+    if (name.empty() || name.front() != '@') return names::IsMailAddress(name);
+    return names::IsNameOfKind(NAME_DOMAIN, name.substr(1));
 }
 
 /// Runs an INSERT of one rule; the number of rows that came in.
@@ -49,12 +49,12 @@ int Insert(SQLite::Statement& insert, const BccInfo& rule)
 
 bool MakeStored(BccInfo& rule, std::string& fault)
 {
-    rule.name = InLowerCase(rule.name);
+    rule.name = names::InLowerCase(rule.name);
     if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
         fault = "there is no such type of rules";
     } else if (!IsRuleName(rule.name)) {
         fault = "the name is no address, user or @domain";
-    } else if (!IsMailAddress(rule.bccTo)) {
+    } else if (!names::IsMailAddress(rule.bccTo)) {
         fault = "the copy goes to what is no address or user";
     } else {
         return true;
@@ -115,7 +115,7 @@ std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& 
     SQLite::Statement find(store, std::string(kColumns) + kByName);
     SQLite::Statement remove(store, std::string("DELETE FROM bcc WHERE ") + kByName);
     for (const BccInfo& rule : rules) {
-        const std::string name = InLowerCase(rule.name);
+        const std::string name = names::InLowerCase(rule.name);
         SQLite::bind(find, static_cast<int>(rule.type), name);
         removed.splice(removed.end(), Rules(find));
         find.reset();
@@ -127,4 +127,4 @@ std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& 
     return removed;
 }
 
-}  // namespace host
+}  // namespace host::stores

@@ -8,7 +8,7 @@
 
 #include "platform/mailvane/bcc.h"
 
-namespace host {
+namespace host::stores {
 
 /// The script that makes the table of the rules. Its order is the order of the list.
 constexpr char kBccTable[] =
@@ -39,4 +39,4 @@ void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
 /// Removes rules by type and name; names may be in any case. Returns the rules that were removed.
 std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
 
-}  // namespace host
+}  // namespace host::stores

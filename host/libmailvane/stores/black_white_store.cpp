@@ -8,10 +8,10 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/names/list_names.h"
-#include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/stores/list_store.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 const char kColumns[] = "SELECT type, name, name_type, black_white FROM black_white WHERE ";
@@ -46,7 +46,7 @@ void BindFilter(SQLite::Statement& query, const BlackWhiteFilter& filter)
     const bool both = filter.searchType < 0;
     query.bind(":list", both ? -1 : static_cast<int>(ListOf(filter.searchType)));
     query.bind(":type", filter.type);
-    query.bind(":pattern", LikeAnywhere(filter.searchKey));
+    query.bind(":pattern", names::LikeAnywhere(filter.searchKey));
 }
 
 /// The list that the name of the entry stands on; -1 for none.
@@ -75,7 +75,7 @@ BlackWhiteType ListOf(int blackWhite)
 
 bool MakeStored(BlackWhite& entry, std::string& fault)
 {
-    const std::optional<std::string> name = StoredName(KindOf(entry), entry.name);
+    const std::optional<std::string> name = names::StoredName(KindOf(entry), entry.name);
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
         fault = "there is no such type";
     } else if (!name) {
@@ -93,7 +93,7 @@ bool MakeStored(BlackWhite& entry, std::string& fault)
 
 std::string BlackWhiteLine(const BlackWhite& entry)
 {
-    return std::string(kTypeNames[entry.type]) + " " + NameInText(KindOf(entry), entry.name);
+    return std::string(kTypeNames[entry.type]) + " " + names::NameInText(KindOf(entry), entry.name);
 }
 
 bool ParseBlackWhiteLine(const std::string& line, BlackWhite& entry)
@@ -105,7 +105,7 @@ bool ParseBlackWhiteLine(const std::string& line, BlackWhite& entry)
     if (isAlone != (type == std::end(kTypeNames))) return false;
 
     entry.name = isAlone ? line : line.substr(second);
-    entry.nameType = KindInText(entry.name);
+    entry.nameType = names::KindInText(entry.name);
     const int typeOfKind = IsIp(entry) ? TYPE_CLIENT : TYPE_SENDER;
     entry.type = isAlone ? typeOfKind : static_cast<int>(type - std::begin(kTypeNames));
     return true;
@@ -163,7 +163,7 @@ void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entr
                              "DELETE FROM black_white WHERE type = ? AND name = ? AND "
                              "name_type = ? AND black_white = ?");
     for (const BlackWhite& entry : entries) {
-        const std::string name = StoredName(KindOf(entry), entry.name).value_or(entry.name);
+        const std::string name = names::StoredName(KindOf(entry), entry.name).value_or(entry.name);
         SQLite::bind(remove, entry.type, name, entry.nameType,
                      static_cast<int>(ListOf(entry.blackWhite)));
         (void)remove.exec();
@@ -172,4 +172,4 @@ void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entr
     transaction.commit();
 }
 
-}  // namespace host
+}  // namespace host::stores

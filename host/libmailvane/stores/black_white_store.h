@@ -8,7 +8,7 @@
 
 #include "platform/mailvane/spam.h"
 
-namespace host {
+namespace host::stores {
 
 /// The script that makes the table of both lists: a name stands on one of them. Its order is the
 /// order of the lists.
@@ -47,4 +47,4 @@ bool InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entr
 /// Removes entries, all in one transaction; names may be in any spelling.
 void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries);
 
-}  // namespace host
+}  // namespace host::stores

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/names/list_text.h"
+#include "host/libmailvane/stores/account_databases.h"
 
-namespace host {
+namespace host::stores {
 namespace {
 
 const char kEveryField[] = "all";
@@ -32,7 +32,7 @@ Search::Search(const Filter& filter, const std::vector<SearchField>& fields)
         return;
     }
     condition_ += ")";
-    pattern_ = LikeAnywhere(filter.searchKey);
+    pattern_ = names::LikeAnywhere(filter.searchKey);
 }
 
 void Search::Bind(SQLite::Statement& query) const
@@ -52,4 +52,4 @@ std::optional<SQLite::Database> OpenListStore()
     return ReadAccountDatabase(AccountDatabase::kMailvane);
 }
 
-}  // namespace host
+}  // namespace host::stores

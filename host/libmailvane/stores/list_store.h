@@ -10,7 +10,7 @@
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/filter.h"
 
-namespace host {
+namespace host::stores {
 
 /// A field that a search can look at: its name in a request, and the SQL expression of its text.
 struct SearchField {
@@ -43,4 +43,4 @@ void BindPage(SQLite::Statement& query, const Filter& filter);
 /// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
 std::optional<SQLite::Database> OpenListStore();
 
-}  // namespace host
+}  // namespace host::stores

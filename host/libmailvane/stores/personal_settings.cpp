@@ -15,7 +15,7 @@
 #include "host/libhaldcore/trim.h"
 #include "host/libmailvane/names/text_checks.h"
 
-namespace host {
+namespace host::stores {
 
 namespace {
 
@@ -23,7 +23,7 @@ const char kFolder[] = "etc/personal";
 constexpr std::string::size_type kLongestSubject = 500;
 constexpr std::string::size_type kLongestMessage = 16384;
 
-std::string FileOf(const MailAccount& account)
+std::string FileOf(const system::MailAccount& account)
 {
     return PackagePath(std::string(kFolder) + '/' + account.name + ".json");
 }
@@ -61,7 +61,7 @@ Reply ToReply(const Json::Value& json)
     return {json["subject"].asString(), json["message"].asString()};
 }
 
-Json::Value ToJson(const PersonalSettings& settings, const MailAccount& account)
+Json::Value ToJson(const PersonalSettings& settings, const system::MailAccount& account)
 {
     Json::Value json;
     json["uid"] = Json::UInt64{account.uid};
@@ -81,7 +81,7 @@ Json::Value ToJson(const PersonalSettings& settings, const MailAccount& account)
     return json;
 }
 
-PersonalSettings ToSettings(const Json::Value& json, const MailAccount& account)
+PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& account)
 {
     PersonalSettings settings;
     // The name has gone to another account since: the settings of the old one are not its own.
@@ -101,7 +101,7 @@ PersonalSettings ToSettings(const Json::Value& json, const MailAccount& account)
 }
 
 /// Throws std::exception for a text that is no object of the right members.
-PersonalSettings Parse(const std::string& text, const MailAccount& account)
+PersonalSettings Parse(const std::string& text, const system::MailAccount& account)
 {
     Json::Value json;
     std::string errors;
@@ -120,7 +120,7 @@ std::optional<Reply> StorableReply(const std::string& subject, const std::string
     const Reply reply{std::string(Trim(WithoutControls(subject, ""))),
                       WithoutControls(message, "\n\t")};
     if (reply.subject.size() > kLongestSubject || reply.message.size() > kLongestMessage ||
-        !IsPlainText(reply.subject + WithoutControls(reply.message, ""))) {
+        !names::IsPlainText(reply.subject + WithoutControls(reply.message, ""))) {
         return std::nullopt;
     }
     return reply;
@@ -135,7 +135,7 @@ SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& send
     return entry == settings.senderReplies.end() ? nullptr : &*entry;
 }
 
-std::optional<PersonalSettings> ReadPersonalSettings(const MailAccount& account)
+std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account)
 {
     std::string text;
     if (!ReadFile(FileOf(account), text)) {
@@ -152,7 +152,7 @@ std::optional<PersonalSettings> ReadPersonalSettings(const MailAccount& account)
     }
 }
 
-bool WritePersonalSettings(const MailAccount& account, const PersonalSettings& settings)
+bool WritePersonalSettings(const system::MailAccount& account, const PersonalSettings& settings)
 {
     const std::string text =
         Json::writeString(Json::StreamWriterBuilder(), ToJson(settings, account)) + '\n';
@@ -164,4 +164,4 @@ bool WritePersonalSettings(const MailAccount& account, const PersonalSettings& s
     return false;
 }
 
-}  // namespace host
+}  // namespace host::stores

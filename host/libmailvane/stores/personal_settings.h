@@ -9,7 +9,7 @@
 
 #include "host/libmailvane/system/mail_account.h"
 
-namespace host {
+namespace host::stores {
 
 /// Text of an automatic reply: a subject of one line and a message with "\n" line ends, UTF-8.
 struct Reply {
@@ -45,9 +45,9 @@ SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& send
 
 /// Reads the settings of an account; defaults when it has none. Nothing, logged, when they cannot
 /// be read.
-std::optional<PersonalSettings> ReadPersonalSettings(const MailAccount& account);
+std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
 
 /// Stores the settings; false, logged, on failure.
-bool WritePersonalSettings(const MailAccount& account, const PersonalSettings& settings);
+bool WritePersonalSettings(const system::MailAccount& account, const PersonalSettings& settings);
 
-}  // namespace host
+}  // namespace host::stores

@@ -9,7 +9,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
 
-namespace host {
+namespace host::system {
 
 std::string LinkTarget(const std::string& path)
 {
@@ -30,4 +30,4 @@ std::string DaemonProcess(const std::string& pidFile, const std::string& program
     return running == program || running == program + " (deleted)" ? process : "";
 }
 
-}  // namespace host
+}  // namespace host::system

@@ -8,7 +8,7 @@
 
 #include "host/libmailvane/system/durable_move.h"
 
-namespace host {
+namespace host::system {
 namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
@@ -90,4 +90,4 @@ std::optional<SQLite::Database> OpenAsItIs(const std::string& path)
     }
 }
 
-}  // namespace host
+}  // namespace host::system

@@ -11,7 +11,7 @@
 
 #include "host/libhaldcore/log.h"
 
-namespace host {
+namespace host::system {
 
 /// The scripts that brought a store to its present form, oldest first. Script N turns version N - 1
 /// into version N; a script that has been delivered never changes.
@@ -55,4 +55,4 @@ int WithoutExceptions(const char* what, Operation operation)
     }
 }
 
-}  // namespace host
+}  // namespace host::system

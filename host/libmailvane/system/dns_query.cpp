@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <array>
 
-namespace host {
+namespace host::system {
 
 namespace {
 
@@ -195,4 +195,4 @@ std::string ReverseName(const std::string& address)
     return ReverseName(address, isIpv6 ? "ip6.arpa" : "in-addr.arpa");
 }
 
-}  // namespace host
+}  // namespace host::system

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::system {
 
 enum class DnsType { kAddress, kIpv6Address, kName, kMailServer, kText };  // A, AAAA, PTR, MX, TXT
 
@@ -24,4 +24,4 @@ std::string ReverseName(const std::string& address, const std::string& zone);
 /// The name under which the DNS tells the name of an address.
 std::string ReverseName(const std::string& address);
 
-}  // namespace host
+}  // namespace host::system

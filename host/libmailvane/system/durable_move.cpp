@@ -14,7 +14,7 @@
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/log.h"
 
-namespace host {
+namespace host::system {
 
 bool SyncFolderOf(const std::string& path)
 {
@@ -143,4 +143,4 @@ bool RemoveDurably(const std::string& path)
     return SyncFolderOf(path);
 }
 
-}  // namespace host
+}  // namespace host::system

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::system {
 
 /// Whether anything, a dangling link included, has this name.
 bool NameExists(const std::string& path);
@@ -24,4 +24,4 @@ bool KeepAside(const std::string& path, const char* reason);
 /// Removes a file and waits until the disk knows; true when it is gone or never was.
 bool RemoveDurably(const std::string& path);
 
-}  // namespace host
+}  // namespace host::system

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace host {
+namespace host::system {
 
 namespace {
 
@@ -108,4 +108,4 @@ std::optional<std::string> LineClient::Ask(const std::string& line)
     return reply;
 }
 
-}  // namespace host
+}  // namespace host::system

@@ -6,7 +6,7 @@
 
 #include "host/libhaldcore/descriptor.h"
 
-namespace host {
+namespace host::system {
 
 /// A connection to a server on this machine. No step waits longer than three seconds.
 class LineClient {
@@ -40,4 +40,4 @@ private:
     Descriptor socket_;
 };
 
-}  // namespace host
+}  // namespace host::system

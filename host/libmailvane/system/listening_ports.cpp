@@ -19,7 +19,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/system/daemon_process.h"
 
-namespace host {
+namespace host::system {
 namespace {
 
 constexpr int kHighestPort = 65535;
@@ -176,4 +176,4 @@ std::set<int> PortsHeldByOthers(const std::set<int>& ports)
     return held;
 }
 
-}  // namespace host
+}  // namespace host::system

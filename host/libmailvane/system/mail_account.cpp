@@ -5,7 +5,7 @@
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/system/user_child.h"
 
-namespace host {
+namespace host::system {
 
 namespace {
 
@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kHomeLimit{5};
 bool IsAccountName(const std::string& name)
 {
     return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
-           name.find('/') == std::string::npos && IsPlainText(name);
+           name.find('/') == std::string::npos && names::IsPlainText(name);
 }
 
 /// Looked at with the user's own rights: nobody but the user answers for what is mounted there.
@@ -43,4 +43,4 @@ std::string FindMailAccount(const std::string& user, MailAccount& account)
     return OwnsHome(account) ? "" : "no_user_home";
 }
 
-}  // namespace host
+}  // namespace host::system

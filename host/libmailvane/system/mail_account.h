@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace host {
+namespace host::system {
 
 struct MailAccount {
     std::string name;  ///< as the account database spells it; free of "/" and control characters
@@ -19,4 +19,4 @@ struct MailAccount {
 /// "accounts_unavailable".
 std::string FindMailAccount(const std::string& user, MailAccount& account);
 
-}  // namespace host
+}  // namespace host::system

@@ -22,7 +22,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/start_program.h"
 
-namespace host {
+namespace host::system {
 
 namespace {
 
@@ -139,4 +139,4 @@ bool RunAsUser(const MailAccount& account, const char* what, milliseconds limit,
     return false;
 }
 
-}  // namespace host
+}  // namespace host::system

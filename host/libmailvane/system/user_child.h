@@ -6,7 +6,7 @@
 
 #include "host/libmailvane/system/mail_account.h"
 
-namespace host {
+namespace host::system {
 
 /// Runs `work` in a child that has become the user, with a descriptor of the home directory, which
 /// must be the user's; the child has no other descriptor of this process. True when it returned
@@ -15,4 +15,4 @@ namespace host {
 bool RunAsUser(const MailAccount& account, const char* what, std::chrono::milliseconds limit,
                const std::function<bool(int home)>& work);
 
-}  // namespace host
+}  // namespace host::system

@@ -1,7 +1,7 @@
 // Commands that are run under a user other than root.
 #include "host/libmailvane/system/user_command.h"
 
-namespace host {
+namespace host::system {
 
 std::vector<std::string> AsUser(const std::string& user, const std::vector<std::string>& command)
 {
@@ -11,4 +11,4 @@ std::vector<std::string> AsUser(const std::string& user, const std::vector<std::
     return arguments;
 }
 
-}  // namespace host
+}  // namespace host::system

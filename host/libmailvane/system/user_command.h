@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace host::system {
 
 /// The command as it is run under `user` and its groups alone, with a fresh environment.
 std::vector<std::string> AsUser(const std::string& user, const std::vector<std::string>& command);
 
-}  // namespace host
+}  // namespace host::system

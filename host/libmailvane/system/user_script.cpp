@@ -16,7 +16,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/user_child.h"
 
-namespace host {
+namespace host::system {
 
 namespace {
 
@@ -96,4 +96,4 @@ bool PutUserScript(const MailAccount& account, const std::string& text)
     });
 }
 
-}  // namespace host
+}  // namespace host::system

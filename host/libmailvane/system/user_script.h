@@ -5,7 +5,7 @@
 
 #include "host/libmailvane/system/mail_account.h"
 
-namespace host {
+namespace host::system {
 
 /// Puts a script in force for a user: compiled for a trial, then put in place in one step as
 /// ~/.mailvane.sieve. An empty text removes the script. All of it is done by a child that has
@@ -13,4 +13,4 @@ namespace host {
 /// rights. On failure (logged) the script that was there stays in force.
 bool PutUserScript(const MailAccount& account, const std::string& text);
 
-}  // namespace host
+}  // namespace host::system
