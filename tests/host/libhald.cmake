@@ -5,6 +5,7 @@ add_executable(libhald_tests
     ${CMAKE_CURRENT_LIST_DIR}/libhaldcore_lock.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldcore_process.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldcore_programs.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/libhaldcore_result.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldcore_strings.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldfirewall_rules.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libhaldsdk_accounts.cpp
