@@ -7,7 +7,8 @@
 
 int main()
 {
-    if (host::save::RebuildLists({host::render::LoginFiles}) == 0) return EXIT_SUCCESS;
+    const auto rebuilt = host::save::RebuildLists({host::render::LoginFiles});
+    if (host::Succeeded(rebuilt)) return EXIT_SUCCESS;
 
     std::fprintf(stderr, "hald_gen_login_map: failed, see the system log\n");
     return EXIT_FAILURE;

@@ -21,7 +21,7 @@
 
 namespace {
 
-int RebuildAliases()
+host::Result<void> RebuildAliases()
 {
     return host::save::RebuildLists({host::render::AliasFiles});
 }
@@ -29,8 +29,8 @@ int RebuildAliases()
 /// One of the two is set: a command takes an argument or none.
 struct Command {
     const char* name;
-    int (*run)();
-    int (*runWith)(const std::string& argument);
+    host::Result<void> (*run)();
+    host::Result<void> (*runWith)(const std::string& argument);
 };
 
 constexpr Command kCommands[] = {
@@ -52,8 +52,8 @@ int main(int count, char** arguments)
         const int wanted = command.run != nullptr ? 2 : 3;
         if (count != wanted || std::strcmp(arguments[1], command.name) != 0) continue;
 
-        const int result = command.run != nullptr ? command.run() : command.runWith(arguments[2]);
-        if (result == 0) return EXIT_SUCCESS;
+        const auto done = command.run != nullptr ? command.run() : command.runWith(arguments[2]);
+        if (host::Succeeded(done)) return EXIT_SUCCESS;
         std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);
         return EXIT_FAILURE;
     }

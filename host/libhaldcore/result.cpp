@@ -36,9 +36,9 @@ ReasonCode CodeOf(int error)
 
 }  // namespace
 
-Reason Reason::In(const std::string& what) &&
+Reason Reason::Prefixed(const std::string& beginning) &&
 {
-    text.insert(0, what + ": ");
+    text.insert(0, beginning);
     return std::move(*this);
 }
 

@@ -33,8 +33,8 @@ struct Reason {
     std::string text;   ///< the line for the log; empty when the causes say it all
     std::vector<Reason> causes = {};  ///< what led to it, such as the lines of a list it is made of
 
-    /// The same, its own line preceded by `what` and a colon.
-    Reason In(const std::string& what) &&;
+    /// The same, its own line begun with `beginning`.
+    Reason Prefixed(const std::string& beginning) &&;
 
     /// The same code, about something that failed because of this.
     Reason Causing(std::string about, std::string text) &&;
@@ -64,6 +64,13 @@ public:
     T* operator->() { return &Get<0>(state_); }
     const T* operator->() const { return &Get<0>(state_); }
 
+    /// The same; a reason's own line begins with `beginning`.
+    Result Prefixed(const std::string& beginning) &&
+    {
+        if (!*this) return std::move(*this).reason().Prefixed(beginning);
+        return std::move(*this);
+    }
+
     const Reason& reason() const& { return Get<1>(state_); }
     Reason&& reason() && { return std::move(Get<1>(state_)); }
 
@@ -87,6 +94,12 @@ public:
     Result(Reason reason) : reason_(std::move(reason)) {}
 
     explicit operator bool() const { return !reason_; }
+
+    Result Prefixed(const std::string& beginning) &&
+    {
+        if (!*this) return std::move(*this).reason().Prefixed(beginning);
+        return {};
+    }
 
     const Reason& reason() const&
     {

@@ -46,7 +46,7 @@ TEST_F(Results, AreLoggedOnceAtTheBorderCausesFirst)
     lines.causes = {{ReasonCode::kRefused, "line 1", "one"}, {ReasonCode::kRefused, "", "two"}};
     Reason whole = std::move(lines).Causing("rule set 'x'", "is refused");
     EXPECT_EQ(whole.code, ReasonCode::kRefused);
-    EXPECT_EQ(host::Status(Result<int>(std::move(whole).In("spam"))), -1);
+    EXPECT_EQ(host::Status(Result<int>(std::move(whole).Prefixed("spam: "))), -1);
     ASSERT_EQ(Logged().size(), 3U) << "a reason without words of its own has no line";
     EXPECT_TRUE(WasLogged("one") && WasLogged("two"));
     EXPECT_NE(Logged().back().find("spam: is refused"), std::string::npos);

@@ -52,7 +52,7 @@ int InRequest(const std::function<int()>& body)
 /// What the next writer does first.
 int Recover()
 {
-    return InRequest([] { return host::save::WriteScope().ok() ? 0 : -1; });
+    return InRequest([] { return host::Status(host::save::WriteScope().ready()); });
 }
 
 /// A request that changes settings of the SMTP server.
@@ -134,7 +134,7 @@ protected:
                       "[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; }\n");
             chmod(script.c_str(), 0755);
         }
-        ASSERT_EQ(InRequest(host::save::RenderAll), 0);
+        ASSERT_EQ(InRequest([] { return host::Status(host::save::RenderAll()); }), 0);
         // The first request makes the account databases and what follows from them.
         ASSERT_EQ(Rename("old.example"), 0);
         fs::remove(kCalls);

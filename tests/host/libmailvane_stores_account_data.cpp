@@ -171,7 +171,7 @@ protected:
     void SwitchAndSave(const AccountCombination& from, const AccountCombination& to)
     {
         for (const auto& step : Switch(from, to)) step();
-        EXPECT_EQ(0, host::stores::ForgetParkedAlwaysBcc(to));
+        EXPECT_TRUE(host::stores::ForgetParkedAlwaysBcc(to));
         Heal(to);
     }
 
@@ -180,10 +180,10 @@ protected:
     {
         bool exchanged = false;
         if (!host::stores::AccountDataIsSound(stored)) {
-            EXPECT_EQ(0, host::stores::HealAccountData(stored, exchanged));
+            EXPECT_TRUE(host::stores::HealAccountData(stored, exchanged));
         }
         EXPECT_TRUE(host::stores::AccountDataIsSound(stored));
-        EXPECT_EQ(0, host::stores::HealAccountData(stored, exchanged));
+        EXPECT_TRUE(host::stores::HealAccountData(stored, exchanged));
         EXPECT_FALSE(exchanged);
     }
 
@@ -338,7 +338,7 @@ TEST_F(AccountData, BringsBackTheCopyAddressAlone)
     WriteBcc(Parked(kOld, "_alwaysBCC"), "true@a");
     EXPECT_FALSE(host::stores::AccountDataIsSound(kOld));
     bool exchanged = false;
-    EXPECT_EQ(0, host::stores::HealAccountData(kOld, exchanged));
+    EXPECT_TRUE(host::stores::HealAccountData(kOld, exchanged));
     EXPECT_TRUE(exchanged);
     EXPECT_EQ("smtp_port=\"25\"\nalways_bcc=\"true@a\"\n", Contents(settings));
 }
@@ -348,10 +348,10 @@ TEST_F(AccountData, IsLeftAloneWithoutTheLockOrASafeName)
     Prepare(false);
     bool exchanged = true;
     for (const char* domain : {"a/b", "a\nb", ".."}) {
-        EXPECT_EQ(-1, host::stores::HealAccountData({"local", domain}, exchanged)) << domain;
+        EXPECT_FALSE(host::stores::HealAccountData({"local", domain}, exchanged)) << domain;
     }
     lock.reset();
-    EXPECT_EQ(-1, host::stores::HealAccountData(kNew, exchanged));
+    EXPECT_FALSE(host::stores::HealAccountData(kNew, exchanged));
     EXPECT_FALSE(exchanged);
     EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
 }

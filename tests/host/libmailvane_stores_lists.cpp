@@ -175,10 +175,10 @@ TEST(RateCounters, HaveNamesThatMemcachedTakesWhateverTheLogin)
 TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
 {
     EXPECT_EQ(0, AttachmentFilter::Add({".EXE", "*.tar.gz", "exe"}));
-    EXPECT_EQ(host::stores::AttachmentTypes(), (std::vector<std::string>{"exe", "tar.gz"}));
+    EXPECT_EQ(*host::stores::AttachmentTypes(), (std::vector<std::string>{"exe", "tar.gz"}));
     for (const char* bad : {"", ".", "a b", "a/", "$1", "a..b", "\xc3\xa9"}) {
         EXPECT_EQ(-1, AttachmentFilter::Add({"zip", bad})) << bad;
     }
     EXPECT_EQ(0, AttachmentFilter::Delete({"EXE", "zip", "a b"}));
-    EXPECT_EQ(host::stores::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
+    EXPECT_EQ(*host::stores::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
 }

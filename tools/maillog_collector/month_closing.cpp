@@ -157,7 +157,7 @@ bool CloseMonth()
         SQLite::Database database(host::maillog::MailLogLivePath(), SQLite::OPEN_READWRITE,
                                   kPatienceMs);
         if (!LeaveWriteAheadLog(database)) return false;
-        Require(host::system::RemoveDurably(SuccessorPath()),
+        Require(host::Succeeded(host::system::RemoveDurably(SuccessorPath())),
                 "cannot remove the unfinished successor");
         {
             const SQLite::Database next =

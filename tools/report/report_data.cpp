@@ -236,7 +236,7 @@ Data Gather(const Period& period)
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
     Data data;
     data.period = period;
-    if (const auto settings = host::settings::StoredSettings::Read()) {
+    if (const auto settings = host::settings::StoredSettings::Read(); host::Succeeded(settings)) {
         data.host = settings->Text("smtp_hostname");
         if (data.host.empty()) data.host = settings->MailDomain();
     }

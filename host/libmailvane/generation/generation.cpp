@@ -149,12 +149,10 @@ bool ReplaceByLink(const std::string& path, const std::string& target)
            SyncPath(fs::path(path).parent_path().string());
 }
 
-bool PutInForce(const std::string& name)
+Result<void> PutInForce(const std::string& name)
 {
-    if (ReplaceByLink(GeneratedDirectory() + "/current", name)) return true;
-
-    Log(LOG_ERR, "cannot put %s in force: %s", name.c_str(), ErrnoText());
-    return false;
+    if (ReplaceByLink(GeneratedDirectory() + "/current", name)) return {};
+    return SystemReason(name, "cannot put " + name + " in force");
 }
 
 void RemoveGeneration(const std::string& name)
@@ -216,8 +214,12 @@ NextGeneration::~NextGeneration()
 
 void NextGeneration::Fail(const char* doing, const std::string& what)
 {
-    if (!failed_) Log(LOG_ERR, "cannot %s %s: %s", doing, what.c_str(), ErrnoText());
-    failed_ = true;
+    Fail(SystemReason(what, std::string("cannot ") + doing + " " + what));
+}
+
+void NextGeneration::Fail(Reason reason)
+{
+    if (state_) state_ = std::move(reason);
 }
 
 std::string NextGeneration::PathOf(const std::string& relative) const
@@ -254,7 +256,7 @@ void NextGeneration::Begin(const std::string& relative)
 
 void NextGeneration::Put(const std::string& relative, const std::string& bytes, mode_t mode)
 {
-    if (failed_) return;
+    if (!state_) return;
 
     Begin(relative);
     if (ShareUnchanged(relative, bytes, mode)) return;
@@ -278,7 +280,7 @@ void NextGeneration::PutMap(const std::string& name, const std::string& text, mo
 void NextGeneration::Keep(const std::string& relative)
 {
     const std::string old = GenerationDirectory(before_) + "/" + relative;
-    if (failed_ || files_.count(relative) != 0 || !system::NameExists(old)) return;
+    if (!state_ || files_.count(relative) != 0 || !system::NameExists(old)) return;
 
     Begin(relative);
     if (link(old.c_str(), PathOf(relative).c_str()) < 0) Fail("keep", relative);
@@ -319,7 +321,7 @@ void NextGeneration::WriteManifest()
         if (!ReadFile(PathOf(relative), bytes)) Fail("read back", relative);
         text.append(Checksum(bytes)).append(" ").append(relative).append("\n");
     }
-    if (!failed_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
+    if (state_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
 }
 
 /// Waits until the disk has all that is new. The first wait takes nearly all of the time.
@@ -335,19 +337,20 @@ void NextGeneration::SyncAll()
     }
 }
 
-bool NextGeneration::Complete()
+Result<void> NextGeneration::Complete()
 {
     KeepRest();
-    if (!failed_) CompileMaps();
-    if (!failed_) SyncAll();
-    if (!failed_) WriteManifest();
-    return !failed_;
+    if (state_) CompileMaps();
+    if (state_) SyncAll();
+    if (state_) WriteManifest();
+    return state_;
 }
 
-bool NextGeneration::Commit()
+Result<void> NextGeneration::Commit()
 {
-    inForce_ = !failed_ && PutInForce(name_);
-    return inForce_;
+    if (state_) state_ = PutInForce(name_);
+    inForce_ = static_cast<bool>(state_);
+    return state_;
 }
 
 bool NextGeneration::Changed(const std::string& prefix) const

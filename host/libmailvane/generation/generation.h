@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::generation {
 
 /// etc/generated, and the directory of one generation in it.
@@ -18,8 +20,8 @@ std::string GenerationDirectory(const std::string& name);
 /// Name of the generation in force; empty when there is none.
 std::string CurrentGeneration();
 
-/// Puts a complete generation in force and waits until the disk knows. False, logged, on failure.
-bool PutInForce(const std::string& name);
+/// Puts a complete generation in force and waits until the disk knows.
+Result<void> PutInForce(const std::string& name);
 
 /// Removes what is left of abandoned generations and all complete ones but those in force, `keep`
 /// and the newest others, five in all.
@@ -41,7 +43,7 @@ using Manifest = std::map<std::string, std::string>;
 /// The generation that a change is about to put in force. It starts empty; files whose bytes are
 /// those of the generation in force are shared with it and keep their times. Others get a time a
 /// minute ago, since Postfix waits two seconds for a file that has just changed. Everything fails
-/// quietly after the first failure; `Complete` tells. Requires the request lock.
+/// quietly after the first failure; `Complete` tells which it was. Requires the request lock.
 class NextGeneration {
 public:
     NextGeneration();
@@ -62,15 +64,18 @@ public:
     /// Takes a file over from the generation in force; one that is not there is left out.
     void Keep(const std::string& relative);
 
-    /// Makes `Complete` fail; logs what could not be done, with errno.
+    /// Makes `Complete` fail with what could not be done, and errno.
     void Fail(const char* doing, const std::string& what);
 
-    /// Takes over every file that was not put, compiles maps, writes the manifest. False when
-    /// anything failed.
-    bool Complete();
+    /// Makes `Complete` fail.
+    void Fail(Reason reason);
 
-    /// Puts it in force. False on failure, the old one is then in force.
-    bool Commit();
+    /// Takes over every file that was not put, compiles maps, writes the manifest. Fails when
+    /// anything has failed.
+    Result<void> Complete();
+
+    /// Puts it in force. After a failure the old one is in force.
+    Result<void> Commit();
 
     /// Whether a file under `prefix` differs from the generation in force. After `Complete`.
     bool Changed(const std::string& prefix) const;
@@ -93,7 +98,7 @@ private:
     std::set<std::string> files_;
     std::set<std::string> changed_;
     std::map<std::string, mode_t> uncompiled_;  ///< maps to compile, and the mode of the result
-    bool failed_ = false;
+    Result<void> state_;                        ///< the first failure
     bool inForce_ = false;
 };
 

@@ -2,7 +2,6 @@
 #include "host/libmailvane/generation/pending_save.h"
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/durable_move.h"
 
@@ -27,16 +26,14 @@ std::optional<PendingSave> ReadPendingSave()
     return PendingSave{mark->Get(kBefore).value_or("")};
 }
 
-bool MarkPendingSave(const PendingSave& save)
+Result<void> MarkPendingSave(const PendingSave& save)
 {
     KeyValueFile mark = KeyValueFile::Parse("");
-    if (mark.Set(kBefore, save.before) && mark.Write(MarkPath(), 0600)) return true;
-
-    Log(LOG_ERR, "cannot mark the save: %s", ErrnoText());
-    return false;
+    if (mark.Set(kBefore, save.before) && mark.Write(MarkPath(), 0600)) return {};
+    return SystemReason(MarkPath(), "cannot mark the save");
 }
 
-bool ClearPendingSave()
+Result<void> ClearPendingSave()
 {
     return system::RemoveDurably(MarkPath());
 }

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::generation {
 
 struct PendingSave {
@@ -13,8 +15,8 @@ struct PendingSave {
 /// The save under way, or left behind by a killed process.
 std::optional<PendingSave> ReadPendingSave();
 
-/// Sets and removes the mark; false, logged, on failure.
-bool MarkPendingSave(const PendingSave& save);
-bool ClearPendingSave();
+/// Sets and removes the mark.
+Result<void> MarkPendingSave(const PendingSave& save);
+Result<void> ClearPendingSave();
 
 }  // namespace host::generation

@@ -17,20 +17,16 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "access lists";
+const char kRefused[] = "access lists: refused: ";
 const char* const kStatusNames[] = {"OK", "REJECT", "DISCARD"};
 
-int Add(AccessInfo entry)
+Result<void> Add(const AccessInfo& entry)
 {
-    std::string fault;
-    if (!stores::MakeStored(entry, fault)) {
-        Log(LOG_ERR, "access lists: refused: %s", fault.c_str());
-        return -1;
-    }
-    return save::ChangeLists(kWhat, [&entry](SQLite::Database& store) {
-        if (stores::InsertAccess(store, entry)) return 0;
+    Result<AccessInfo> stored = stores::MakeStored(entry).Prefixed(kRefused);
+    if (!stored) return std::move(stored).reason();
 
-        Log(LOG_ERR, "access lists: refused: there is an entry of this name");
-        return -1;
+    return save::ChangeLists(kWhat, [&stored](SQLite::Database& store) {
+        return stores::InsertAccess(store, *stored).Prefixed(kRefused);
     });
 }
 
@@ -45,22 +41,36 @@ std::string ExportText(Type type)
     return text;
 }
 
-/// The entries of a file, each name once. False, logged, when a line is refused.
-bool ReadImport(Type type, const std::string& path, std::list<AccessInfo>& entries)
+/// The entries of a file, each name once.
+Result<std::list<AccessInfo>> ReadImport(Type type, const std::string& path)
 {
+    std::list<AccessInfo> entries;
     std::map<std::string, AccessStatus> taken;
-    return names::ReadListText(path, [&](const std::string& line) -> std::string {
-        AccessInfo entry;
-        std::string fault;
-        if (!stores::ParseAccessLine(line, type, entry)) return "is not a name and its permission";
-        if (!stores::MakeStored(entry, fault)) return fault;
+    Result<void> read = names::ReadListText(path, [&](const std::string& line) -> Result<void> {
+        Result<AccessInfo> entry = stores::ParseAccessLine(line, type);
+        if (!entry) return std::move(entry).reason();
 
         const auto [known, isNew] = taken.emplace(
-            stores::AccessLine({entry.name, ACCESS_OK, entry.type, entry.nameType}), entry.status);
-        if (known->second != entry.status) return "the name stands there with another permission";
-        if (isNew) entries.push_back(entry);
-        return "";
+            stores::AccessLine({entry->name, ACCESS_OK, entry->type, entry->nameType}),
+            entry->status);
+        if (known->second != entry->status) {
+            return Reason{ReasonCode::kTaken, entry->name,
+                          "the name stands there with another permission"};
+        }
+        if (isNew) entries.push_back(*entry);
+        return {};
     });
+    if (!read) return std::move(read).reason();
+    return entries;
+}
+
+Result<void> Import(Type type, const std::string& path)
+{
+    Result<std::list<AccessInfo>> entries = ReadImport(type, path);
+    if (!entries) return std::move(entries).reason();
+
+    return save::ChangeLists(
+        kWhat, [&entries](SQLite::Database& store) { stores::ReplaceAccess(store, *entries); });
 }
 
 }  // namespace
@@ -72,66 +82,55 @@ Access::~Access() {}
 
 Access* Access::getInstance()
 {
-    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
-        (void)host::stores::OpenListStore();
-        return 0;
-    });
-    return result < 0 ? nullptr : new Access;
+    const host::Result<void> opened =
+        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+    return host::Succeeded(opened) ? new Access : nullptr;
 }
 
 int Access::getTotalAccessNum(const Filter& filter)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
         return store ? host::stores::CountAccess(*store, filter) : 0;
-    });
+    }));
 }
 
 std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 {
-    std::list<AccessInfo> entries;
-    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &entries] {
+    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        if (store) entries = host::stores::PageOfAccess(*store, filter);
-        return 0;
+        return store ? host::stores::PageOfAccess(*store, filter) : std::list<AccessInfo>();
     });
-    return entries;
+    return host::Succeeded(page) ? *std::move(page) : std::list<AccessInfo>();
 }
 
 int Access::addAccess(Type type, NameType nameType, const std::string& name, AccessStatus status)
 {
-    return host::lists::Add({name, status, type, nameType});
+    return host::Status(host::lists::Add({name, status, type, nameType}));
 }
 
 int Access::deleteAccess(const std::list<AccessInfo>& entries)
 {
-    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
-        host::stores::RemoveAccess(store, entries);
-        return 0;
-    });
+    return host::Status(host::save::ChangeLists(
+        host::lists::kWhat,
+        [&entries](SQLite::Database& store) { host::stores::RemoveAccess(store, entries); }));
 }
 
 int Access::exportAccess(Type type, const std::string& path)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
         return host::names::WriteExport(path, host::lists::ExportText(type));
-    });
+    }));
 }
 
 int Access::importAccess(Type type, const std::string& path)
 {
-    std::list<AccessInfo> entries;
-    if (!host::lists::ReadImport(type, path, entries)) return -1;
-
-    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
-        host::stores::ReplaceAccess(store, entries);
-        return 0;
-    });
+    return host::Status(host::lists::Import(type, path));
 }
 
 int Access::GenerateAccessMap()
 {
-    return host::save::RebuildLists({host::render::AccessFiles});
+    return host::Status(host::save::RebuildLists({host::render::AccessFiles}));
 }
 
 AccessStatus Access::StrToStatus(const char* text)

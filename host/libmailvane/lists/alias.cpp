@@ -4,7 +4,7 @@
 #include <cerrno>
 
 #include "host/libhaldcore/error.h"
-#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/render/alias_maps.h"
 #include "host/libmailvane/save/rebuild_lists.h"
@@ -22,14 +22,23 @@ struct Alias::State {
     /// Whether the object can be worked with.
     bool ok() const { return loaded && !refused; }
 
-    /// Marks the object unless nothing is wrong. 0, or negative with the reason logged.
-    int Judge(const std::string& fault)
+    /// The answer to a change: marks the object when that is refused, and logs why.
+    int Answer(host::Result<void> change)
     {
-        if (fault.empty()) return 0;
+        if (host::Succeeded(std::move(change).Prefixed("aliases: refused "))) return 0;
 
         refused = true;
-        host::Log(LOG_ERR, "aliases: refused %s", fault.c_str());
         return host::Fail(EINVAL);
+    }
+
+    /// Takes the aliases of a file over.
+    host::Result<void> Import(const std::string& path)
+    {
+        auto aliases = host::stores::ReadAliasText(path, table);
+        if (!aliases) return std::move(aliases).reason().Causing(path, "a list to import");
+
+        table.Replace(*aliases);
+        return {};
     }
 };
 
@@ -37,21 +46,19 @@ namespace {
 
 /// Puts the table in force, then stores it: an account engine or a mail server that does not answer
 /// is met before anything is stored.
-int PutInForce(host::stores::AliasTable& table)
+host::Result<void> PutInForce(host::stores::AliasTable& table)
 {
-    if (host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }}) < 0) {
-        (void)host::save::RebuildLists({host::render::AliasFiles});
-        return -1;
+    host::Result<void> done =
+        host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
+    if (done) {
+        done = host::system::Attempt("aliases", [&table] {
+            return host::stores::ChangeAliases(table.Pending()).Prefixed("aliases: ");
+        });
+        if (done) table.Stored();
     }
-    const auto store = [&table] {
-        host::stores::ChangeAliases(table.Pending());
-        table.Stored();
-        return 0;
-    };
-    if (host::system::WithoutExceptions("aliases", store) == 0) return 0;
-
-    (void)host::save::RebuildLists({host::render::AliasFiles});
-    return -1;
+    // The caller gets the first reason: that of going back is told nowhere else.
+    if (!done) (void)host::Succeeded(host::save::RebuildLists({host::render::AliasFiles}));
+    return done;
 }
 
 }  // namespace
@@ -65,27 +72,27 @@ Alias::~Alias()
 
 int Alias::load()
 {
-    return host::system::WithoutExceptions("aliases", [this] {
-        *state_ = State();
-        // Makes the table that of the accounts which are served, after a switch that was broken
-        // off.
-        Postfix settings;
-        if (settings.LoadSettings() < 0) return -1;
+    *state_ = State();
+    // Makes the table that of the accounts which are served, after a switch that was broken off.
+    Postfix settings;
+    if (settings.LoadSettings() < 0) return -1;
 
-        state_->table = host::stores::AliasTable(host::stores::ReadAliases());
-        state_->loaded = true;
-        return 0;
-    });
+    auto entries = host::system::Attempt("aliases", host::stores::ReadAliases);
+    if (!host::Succeeded(entries)) return -1;
+
+    state_->table = host::stores::AliasTable(*std::move(entries));
+    state_->loaded = true;
+    return 0;
 }
 
 int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    return host::system::WithoutExceptions("aliases", [this] {
+    return host::Status(host::system::Attempt("aliases", [this] {
         const host::save::WriteScope scope;
-        return scope.ok() ? PutInForce(state_->table) : -1;
-    });
+        return scope.ready() ? PutInForce(state_->table) : scope.ready();
+    }));
 }
 
 std::list<std::string> Alias::getAliasNameList()
@@ -107,18 +114,19 @@ int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 
 int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
-    return state_->ok() ? state_->Judge(state_->table.Add(alias, members)) : host::Fail(EINVAL);
+    return state_->ok() ? state_->Answer(state_->table.Add(alias, members)) : host::Fail(EINVAL);
 }
 
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
+    // Deliberate: a caller that removes from an alias which is gone is not worth a line.
     return state_->table.Remove(alias, members) ? 0 : host::Fail(ENOENT);
 }
 
 int Alias::changeAliasName(const std::string& from, const std::string& to)
 {
-    return state_->ok() ? state_->Judge(state_->table.Rename(from, to)) : host::Fail(EINVAL);
+    return state_->ok() ? state_->Answer(state_->table.Rename(from, to)) : host::Fail(EINVAL);
 }
 
 int Alias::delAlias(const std::list<std::string>& names)
@@ -131,18 +139,11 @@ int Alias::delAlias(const std::list<std::string>& names)
 int Alias::ExportAlias(const std::string& path)
 {
     if (!state_->loaded) return host::Fail(EINVAL);
-    return host::names::WriteExport(path, host::stores::AliasText(state_->table));
+    return host::Status(host::names::WriteExport(path, host::stores::AliasText(state_->table)));
 }
 
 int Alias::ImportAlias(const std::string& path)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
-    return host::system::WithoutExceptions("aliases", [this, &path] {
-        std::vector<host::stores::AliasEntry> aliases;
-        if (!host::stores::ReadAliasText(path, state_->table, aliases)) {
-            return state_->Judge("a list to import");
-        }
-        state_->table.Replace(aliases);
-        return 0;
-    });
+    return state_->Answer(state_->Import(path));
 }

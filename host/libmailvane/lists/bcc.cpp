@@ -20,106 +20,132 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "blind copies";
+const char kRefused[] = "blind copies: refused: ";
 
-int Refuse(const std::string& fault)
+/// Changes the store, which is open no longer afterwards.
+template <typename Change>
+Result<void> ChangeStore(Change change)
 {
-    Log(LOG_ERR, "%s: refused: %s", kWhat, fault.c_str());
-    return -1;
+    return save::ChangeLists(kWhat, change);
 }
 
 /// Puts the stored rules in force. When that fails, `undo` takes the change of the store back.
 template <typename Undo>
-int PutInForceOr(Undo undo)
+Result<void> PutInForceOr(Undo undo)
 {
-    if (save::RebuildLists({render::BlindCopyFiles}) == 0) return 0;
+    Result<void> done = save::RebuildLists({render::BlindCopyFiles});
+    if (done) return done;
 
-    undo();
-    (void)save::RebuildLists({render::BlindCopyFiles});
-    return -1;
-}
-
-int AddRule(BccInfo rule)
-{
-    std::string fault;
-    if (!stores::MakeStored(rule, fault)) return Refuse(fault);
-
-    {
-        SQLite::Database store = save::ChangeListStore();
-        if (!stores::InsertBcc(store, rule)) return Refuse("there is a rule of this name");
+    // The caller gets the first reason: those of going back are told nowhere else.
+    if (Succeeded(ChangeStore(undo))) {
+        (void)Succeeded(save::RebuildLists({render::BlindCopyFiles}));
     }
-    return PutInForceOr([&rule] {
-        SQLite::Database store = save::ChangeListStore();
-        (void)stores::RemoveBcc(store, {rule});
-    });
+    return done;
 }
 
-int RemoveRules(const std::list<BccInfo>& rules)
+Result<void> AddRule(const BccInfo& rule)
+{
+    Result<BccInfo> stored = stores::MakeStored(rule).Prefixed(kRefused);
+    if (!stored) return std::move(stored).reason();
+
+    Result<void> inserted = ChangeStore([&stored](SQLite::Database& store) {
+        return stores::InsertBcc(store, *stored).Prefixed(kRefused);
+    });
+    if (!inserted) return inserted;
+    return PutInForceOr(
+        [&stored](SQLite::Database& store) { (void)stores::RemoveBcc(store, {*stored}); });
+}
+
+Result<void> RemoveRules(const std::list<BccInfo>& rules)
 {
     std::list<BccInfo> removed;
-    {
-        SQLite::Database store = save::ChangeListStore();
-        removed = stores::RemoveBcc(store, rules);
-    }
-    return PutInForceOr([&removed] {
-        SQLite::Database store = save::ChangeListStore();
-        stores::ReplaceBcc(store, removed);
-    });
+    Result<void> done =
+        ChangeStore([&](SQLite::Database& store) { removed = stores::RemoveBcc(store, rules); });
+    if (!done) return done;
+    return PutInForceOr(
+        [&removed](SQLite::Database& store) { stores::ReplaceBcc(store, removed); });
 }
 
 /// Sets the address that gets a copy of all mail; empty for none.
-int SetAlwaysCopy(const std::string& address)
+Result<void> SetAlwaysCopy(const std::string& address)
 {
-    if (!address.empty() && !names::IsMailAddress(address)) {
-        return Refuse("the copy goes to what is no address or user");
+    if (!address.empty()) {
+        Result<void> target = stores::CheckCopyTarget(address).Prefixed(kRefused);
+        if (!target) return target;
     }
-    const auto found = settings::StoredSettings::Read();
-    if (!found || save::HealAccounts(found->Account()) < 0) return -1;
+    Result<settings::StoredSettings> found = settings::StoredSettings::Read();
+    if (!found) return std::move(found).reason();
+    Result<void> healed = save::HealAccounts(found->Account());
+    if (!healed) return healed;
 
     // Healing may have brought another address back.
-    auto settings = settings::StoredSettings::Read();
-    if (!settings) return -1;
+    Result<settings::StoredSettings> settings = settings::StoredSettings::Read();
+    if (!settings) return std::move(settings).reason();
 
     settings->SetAlwaysBcc(address);
     return save::SaveTransaction(*settings, {});
 }
 
-int DeleteAll(std::list<BccInfo> rules)
+Result<void> DeleteAll(std::list<BccInfo> rules)
 {
     const auto isAlways = [](const BccInfo& rule) { return rule.type == BCC_ALWAYS; };
     const auto all = rules.size();
     rules.remove_if(isAlways);
-    if (rules.size() != all && SetAlwaysCopy("") < 0) return -1;
-
-    return rules.empty() ? 0 : RemoveRules(rules);
+    if (rules.size() != all) {
+        Result<void> cleared = SetAlwaysCopy("");
+        if (!cleared) return cleared;
+    }
+    return rules.empty() ? Result<void>() : RemoveRules(rules);
 }
 
-/// The rules of a file, each name once. False, logged, when a line is refused.
-bool ReadImport(BccType type, const std::string& path, std::list<BccInfo>& rules)
+/// The rule of one line, as it is stored.
+Result<BccInfo> ParseRule(const std::string& line, BccType type)
 {
+    const auto end = line.find(' ');
+    const auto second = line.find_first_not_of(' ', end);
+    if (second == std::string::npos) {
+        return Reason{ReasonCode::kRefused, line, "is not a name and where its copies go"};
+    }
+    return stores::MakeStored({line.substr(0, end), line.substr(second), type});
+}
+
+/// The rules of a file, each name once.
+Result<std::list<BccInfo>> ReadImport(BccType type, const std::string& path)
+{
+    std::list<BccInfo> rules;
     std::map<std::string, std::string> taken;
-    return names::ReadListText(path, [&](const std::string& line) -> std::string {
-        const auto end = line.find(' ');
-        const auto second = line.find_first_not_of(' ', end);
-        if (second == std::string::npos) return "is not a name and where its copies go";
+    Result<void> read = names::ReadListText(path, [&](const std::string& line) -> Result<void> {
+        Result<BccInfo> rule = ParseRule(line, type);
+        if (!rule) return std::move(rule).reason();
 
-        BccInfo rule = {line.substr(0, end), line.substr(second), type};
-        std::string fault;
-        if (!stores::MakeStored(rule, fault)) return fault;
-
-        const auto [known, isNew] = taken.emplace(rule.name, rule.bccTo);
-        if (known->second != rule.bccTo) return "the name stands there with another target";
-        if (isNew) rules.push_back(rule);
-        return "";
+        const auto [known, isNew] = taken.emplace(rule->name, rule->bccTo);
+        if (known->second != rule->bccTo) {
+            return Reason{ReasonCode::kTaken, rule->name,
+                          "the name stands there with another target"};
+        }
+        if (isNew) rules.push_back(*rule);
+        return {};
     });
+    if (!read) return std::move(read).reason();
+    return rules;
 }
 
-/// Runs a change under the lock; negative on failure.
-template <typename Change>
-int ChangeRules(Change change)
+Result<void> Import(BccType type, const std::string& path)
 {
-    return system::WithoutExceptions(kWhat, [&change] {
+    Result<std::list<BccInfo>> rules = ReadImport(type, path);
+    if (!rules) return std::move(rules).reason();
+
+    return save::ChangeLists(
+        kWhat, [&rules](SQLite::Database& store) { stores::ReplaceBcc(store, *rules); });
+}
+
+/// Runs a change under the lock.
+template <typename Change>
+Result<void> ChangeRules(Change change)
+{
+    return system::Attempt(kWhat, [&change] {
         const save::WriteScope scope;
-        return scope.ok() ? change() : -1;
+        return scope.ready() ? change() : scope.ready();
     });
 }
 
@@ -134,72 +160,62 @@ BCC::~BCC() {}
 BCC* BCC::getInstance()
 {
     static BCC instance;
-    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
-        (void)host::stores::OpenListStore();
-        return 0;
-    });
-    return result < 0 ? nullptr : &instance;
+    const host::Result<void> opened =
+        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+    return host::Succeeded(opened) ? &instance : nullptr;
 }
 
 int BCC::getTotalBccNum(const Filter& filter)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
         return store ? host::stores::CountBcc(*store, filter) : 0;
-    });
+    }));
 }
 
 std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 {
-    std::list<BccInfo> rules;
-    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &rules] {
+    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        if (store) rules = host::stores::PageOfBcc(*store, filter);
-        return 0;
+        return store ? host::stores::PageOfBcc(*store, filter) : std::list<BccInfo>();
     });
-    return rules;
+    return host::Succeeded(page) ? *std::move(page) : std::list<BccInfo>();
 }
 
 std::string BCC::getAlwaysBCC()
 {
     const auto settings = host::settings::StoredSettings::Read();
-    return settings ? settings->AlwaysBcc() : "";
+    return host::Succeeded(settings) ? settings->AlwaysBcc() : "";
 }
 
 int BCC::addBCC(BccType type, const std::string& name, const std::string& bccTo)
 {
-    return host::lists::ChangeRules([&] {
+    return host::Status(host::lists::ChangeRules([&] {
         return type == BCC_ALWAYS ? host::lists::SetAlwaysCopy(bccTo)
                                   : host::lists::AddRule({name, bccTo, type});
-    });
+    }));
 }
 
 int BCC::deleteBCC(const std::list<BccInfo>& rules)
 {
-    return host::lists::ChangeRules([&rules] { return host::lists::DeleteAll(rules); });
+    return host::Status(
+        host::lists::ChangeRules([&rules] { return host::lists::DeleteAll(rules); }));
 }
 
 int BCC::exportBCC(BccType type, const std::string& path)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
         return host::names::WriteExport(path, store ? host::stores::BccText(*store, type) : "");
-    });
+    }));
 }
 
 int BCC::importBCC(BccType type, const std::string& path)
 {
-    std::list<BccInfo> rules;
-    if (!host::lists::ReadImport(type, path, rules)) return -1;
-
-    return host::lists::ChangeRules([&rules] {
-        SQLite::Database store = host::save::ChangeListStore();
-        host::stores::ReplaceBcc(store, rules);
-        return 0;
-    });
+    return host::Status(host::lists::Import(type, path));
 }
 
 int BCC::GenerateBccMap()
 {
-    return host::save::RebuildLists({host::render::BlindCopyFiles});
+    return host::Status(host::save::RebuildLists({host::render::BlindCopyFiles}));
 }

@@ -1,6 +1,5 @@
 // The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
 // server follow them once their files are made.
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/render/black_white_files.h"
 #include "host/libmailvane/save/list_change.h"
@@ -14,6 +13,7 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "black and white list";
+const char kRefused[] = "black and white list: refused: ";
 
 std::string ExportText(BlackWhiteType type)
 {
@@ -29,17 +29,32 @@ std::string ExportText(BlackWhiteType type)
     return text;
 }
 
-/// What is wrong with one line of a file, in the context of what is stored; empty when its entry
-/// was added to `entries`.
-std::string TakeEntry(const std::string& line, BlackWhiteType type, std::list<BlackWhite>& entries)
+/// Adds stored entries, all or none.
+Result<void> Insert(const std::list<BlackWhite>& entries, bool again)
 {
-    BlackWhite entry;
-    std::string fault;
-    entry.blackWhite = type;
-    if (!stores::ParseBlackWhiteLine(line, entry))
-        return "is not sender, recipient or client and a name";
-    if (stores::MakeStored(entry, fault)) entries.push_back(entry);
-    return fault;
+    return save::ChangeLists(kWhat, [&entries, again](SQLite::Database& store) {
+        return stores::InsertBlackWhite(store, entries, again).Prefixed(kRefused);
+    });
+}
+
+Result<void> Add(const BlackWhite& entry)
+{
+    Result<BlackWhite> stored = stores::MakeStored(entry).Prefixed(kRefused);
+    if (!stored) return std::move(stored).reason();
+    return Insert({*stored}, false);
+}
+
+Result<void> Import(BlackWhiteType type, const std::string& path)
+{
+    std::list<BlackWhite> entries;
+    Result<void> read = names::ReadListText(path, [&](const std::string& line) -> Result<void> {
+        Result<BlackWhite> entry = stores::ParseBlackWhiteLine(line, type);
+        if (!entry) return std::move(entry).reason();
+
+        entries.push_back(*entry);
+        return {};
+    });
+    return read ? Insert(entries, true) : read;
 }
 
 }  // namespace
@@ -52,43 +67,31 @@ Spam::~Spam() {}
 Spam* Spam::getInstance()
 {
     static Spam instance;
-    const int result = host::system::WithoutExceptions(host::lists::kWhat, [] {
-        (void)host::stores::OpenListStore();
-        return 0;
-    });
-    return result < 0 ? nullptr : &instance;
+    const host::Result<void> opened =
+        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+    return host::Succeeded(opened) ? &instance : nullptr;
 }
 
 std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 {
-    std::list<BlackWhite> entries;
-    (void)host::system::WithoutExceptions(host::lists::kWhat, [&filter, &entries] {
+    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        if (store) entries = host::stores::PageOfBlackWhite(*store, filter);
-        return 0;
+        return store ? host::stores::PageOfBlackWhite(*store, filter) : std::list<BlackWhite>();
     });
-    return entries;
+    return host::Succeeded(page) ? *std::move(page) : std::list<BlackWhite>();
 }
 
 int Spam::countQueryData(const BlackWhiteFilter& filter)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&filter] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
         std::optional<SQLite::Database> store = host::stores::OpenListStore();
         return store ? host::stores::CountBlackWhite(*store, filter) : 0;
-    });
+    }));
 }
 
 int Spam::addBlackWhite(const BlackWhite& entry)
 {
-    BlackWhite stored = entry;
-    std::string fault;
-    if (!host::stores::MakeStored(stored, fault)) {
-        host::Log(LOG_ERR, "black and white list: refused: %s", fault.c_str());
-        return -1;
-    }
-    return host::save::ChangeLists(host::lists::kWhat, [&stored](SQLite::Database& store) {
-        return host::stores::InsertBlackWhite(store, {stored}, false) ? 0 : -1;
-    });
+    return host::Status(host::lists::Add(entry));
 }
 
 int Spam::deleteBlackWhite(const BlackWhite& entry)
@@ -98,33 +101,24 @@ int Spam::deleteBlackWhite(const BlackWhite& entry)
 
 int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
 {
-    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
-        host::stores::RemoveBlackWhite(store, entries);
-        return 0;
-    });
+    return host::Status(host::save::ChangeLists(
+        host::lists::kWhat,
+        [&entries](SQLite::Database& store) { host::stores::RemoveBlackWhite(store, entries); }));
 }
 
 int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [type, &path] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [type, &path] {
         return host::names::WriteExport(path, host::lists::ExportText(host::stores::ListOf(type)));
-    });
+    }));
 }
 
 int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
 {
-    std::list<BlackWhite> entries;
-    const bool taken = host::names::ReadListText(path, [type, &entries](const std::string& line) {
-        return host::lists::TakeEntry(line, type, entries);
-    });
-    if (!taken) return -1;
-
-    return host::save::ChangeLists(host::lists::kWhat, [&entries](SQLite::Database& store) {
-        return host::stores::InsertBlackWhite(store, entries, true) ? 0 : -1;
-    });
+    return host::Status(host::lists::Import(type, path));
 }
 
 int Spam::GenerateBlackWhite()
 {
-    return host::save::RebuildLists({host::render::BlackWhiteFiles});
+    return host::Status(host::save::RebuildLists({host::render::BlackWhiteFiles}));
 }

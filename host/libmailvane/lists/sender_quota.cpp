@@ -24,24 +24,37 @@ std::optional<SQLite::Database> OpenQuotas()
     return stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane);
 }
 
-/// Runs a change of the table under the lock; negative on failure.
-template <typename Change>
-int ChangeQuotas(Change change)
-{
-    return system::WithoutExceptions(kWhat, [&change] {
-        const save::WriteScope scope;
-        if (!scope.ok()) return -1;
-
-        SQLite::Database store = save::ChangeListStore();
-        change(store);
-        return 0;
-    });
-}
-
 bool IsLogin(const std::string& login)
 {
     return !names::LoginKey(login).empty() && login.size() <= kLongestLogin &&
            names::IsPlainText(login);
+}
+
+Result<void> SetQuota(const std::string& login, unsigned int quota)
+{
+    if (!IsLogin(login)) {
+        return Reason{ReasonCode::kRefused, login,
+                      "sender quotas: refused: what is limited is no login"};
+    }
+    return save::ChangeLists(kWhat, [&](SQLite::Database& store) {
+        SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");
+        SQLite::bind(set, login, static_cast<std::int64_t>(quota));
+        (void)set.exec();
+    });
+}
+
+Result<void> DeleteQuotas(const std::list<std::string>& logins)
+{
+    return save::ChangeLists(kWhat, [&logins](SQLite::Database& store) {
+        SQLite::Transaction transaction(store);
+        SQLite::Statement remove(store, "DELETE FROM sender_quota WHERE login = ?");
+        for (const std::string& login : logins) {
+            remove.bind(1, login);
+            (void)remove.exec();
+            remove.reset();
+        }
+        transaction.commit();
+    });
 }
 
 int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, unsigned int start,
@@ -64,41 +77,24 @@ int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, uns
 int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
                                 unsigned int limit)
 {
-    return host::system::WithoutExceptions(host::lists::kWhat, [&] {
+    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
         settings.clear();
         std::optional<SQLite::Database> store = host::lists::OpenQuotas();
         return store ? host::lists::Page(*store, settings, start, limit) : 0;
-    });
+    }));
 }
 
 int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
 {
-    if (!host::lists::IsLogin(saslSender)) {
-        host::Log(LOG_ERR, "%s: refused: what is limited is no login", host::lists::kWhat);
-        return -1;
-    }
-    return host::lists::ChangeQuotas([&](SQLite::Database& store) {
-        SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");
-        SQLite::bind(set, saslSender, static_cast<std::int64_t>(quota));
-        (void)set.exec();
-    });
+    return host::Status(host::lists::SetQuota(saslSender, quota));
 }
 
 int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
 {
-    return host::lists::ChangeQuotas([&saslSenders](SQLite::Database& store) {
-        SQLite::Transaction transaction(store);
-        SQLite::Statement remove(store, "DELETE FROM sender_quota WHERE login = ?");
-        for (const std::string& login : saslSenders) {
-            remove.bind(1, login);
-            (void)remove.exec();
-            remove.reset();
-        }
-        transaction.commit();
-    });
+    return host::Status(host::lists::DeleteQuotas(saslSenders));
 }
 
 int SenderQuota::GenerateConfig()
 {
-    return host::save::RebuildLists({host::render::QuotaFiles});
+    return host::Status(host::save::RebuildLists({host::render::QuotaFiles}));
 }

@@ -28,6 +28,7 @@ namespace fs = std::filesystem;
 
 const char kWhat[] = "spam rules";
 const char kHeading[] = "# rule set: ";
+constexpr std::size_t kLongestToldName = 128;
 
 /// The enabled rule sets: their rules by name.
 using RuleSets = std::map<std::string, std::string>;
@@ -70,64 +71,73 @@ std::string TextOf(const RuleSets& sets)
 }
 
 /// Puts the rule sets in force; the scanner takes them when it is restarted.
-int PutInForce(const RuleSets& sets)
+Result<void> PutInForce(const RuleSets& sets)
 {
     generation::NextGeneration next;
     next.Put(render::kSpamRules, TextOf(sets), 0644);
     const std::string replaced = generation::CurrentGeneration();
-    if (!next.Complete() || !next.Commit()) return -1;
-
-    generation::PruneGenerations(replaced);
-    return 0;
+    Result<void> done = next.Complete();
+    if (done) done = next.Commit();
+    if (done) generation::PruneGenerations(replaced);
+    return done;
 }
 
-int Refuse(const std::string& name, const char* why)
+std::string Sentence(const std::string& name, const char* end)
 {
-    Log(LOG_ERR, "the rule set '%.128s' %s", name.c_str(), why);
-    return -1;
+    return "the rule set '" + name.substr(0, kLongestToldName) + "' " + end;
 }
 
-int Enable(const std::string& name)
+Reason NotThere(const std::string& name)
 {
-    if (!HasFile(name)) return Refuse(name, "is not there");
+    return {ReasonCode::kMissing, name, Sentence(name, "is not there")};
+}
+
+/// The reason why a rule set is not enabled, with what the file or the filter has against it.
+Reason Refused(const std::string& name, Reason cause)
+{
+    return std::move(cause).Causing(name, Sentence(name, "is refused; what was in force stays so"));
+}
+
+Result<void> Enable(const std::string& name)
+{
+    if (!HasFile(name)) return NotThere(name);
 
     RuleSets sets = EnabledSets();
-    const std::optional<std::string> rules = names::ReadRuleFile(RuleFile(name));
-    if (!rules) return Refuse(name, "is refused; what was in force stays so");
+    Result<std::string> rules = names::ReadRuleFile(RuleFile(name));
+    if (!rules) return Refused(name, std::move(rules).reason());
 
     std::string& inForce = sets[name];
-    if (inForce == *rules && !rules->empty()) return 0;
+    if (inForce == *rules && !rules->empty()) return {};
 
     inForce = *rules;
-    if (!save::SpamFilterTakes(TextOf(sets))) {
-        return Refuse(name, "is refused; what was in force stays so");
-    }
+    Result<void> taken = save::SpamFilterTakes(TextOf(sets));
+    if (!taken) return Refused(name, std::move(taken).reason());
     return PutInForce(sets);
 }
 
-int Disable(const std::string& name)
+Result<void> Disable(const std::string& name)
 {
     RuleSets sets = EnabledSets();
     if (sets.erase(name) != 0) return PutInForce(sets);
 
-    return HasFile(name) ? 0 : Refuse(name, "is not there");
+    if (HasFile(name)) return {};
+    return NotThere(name);
 }
 
-int Delete(const std::string& name)
+Result<void> Delete(const std::string& name)
 {
-    if (Disable(name) < 0) return -1;
-    if (!HasFile(name) || unlink(RuleFile(name).c_str()) == 0) return 0;
-
-    Log(LOG_ERR, "cannot remove a rule set: %s", ErrnoText());
-    return -1;
+    Result<void> disabled = Disable(name);
+    if (!disabled) return disabled;
+    if (!HasFile(name) || unlink(RuleFile(name).c_str()) == 0) return {};
+    return SystemReason(name, "cannot remove a rule set");
 }
 
 /// Runs a change of one rule set under the lock.
-int ChangeRule(int (*change)(const std::string&), const std::string& name)
+Result<void> ChangeRule(Result<void> (*change)(const std::string&), const std::string& name)
 {
-    return system::WithoutExceptions(kWhat, [change, &name] {
+    return system::Attempt(kWhat, [change, &name] {
         const save::WriteScope scope;
-        return scope.ok() ? change(name) : -1;
+        return scope.ready() ? change(name) : scope.ready();
     });
 }
 
@@ -150,33 +160,29 @@ std::list<SpamRule> AllRules()
 
 std::list<SpamRule> Spam::getSpamRules()
 {
-    std::list<SpamRule> rules;
-    (void)host::system::WithoutExceptions(host::lists::kWhat, [&rules] {
-        rules = host::lists::AllRules();
-        return 0;
-    });
-    return rules;
+    auto rules = host::system::Attempt(host::lists::kWhat, host::lists::AllRules);
+    return host::Succeeded(rules) ? *std::move(rules) : std::list<SpamRule>();
 }
 
 int Spam::enableRule(const std::string& name)
 {
-    return host::lists::ChangeRule(host::lists::Enable, name);
+    return host::Status(host::lists::ChangeRule(host::lists::Enable, name));
 }
 
 int Spam::disableRule(const std::string& name)
 {
-    return host::lists::ChangeRule(host::lists::Disable, name);
+    return host::Status(host::lists::ChangeRule(host::lists::Disable, name));
 }
 
 int Spam::deleteRule(const std::string& name)
 {
-    return host::lists::ChangeRule(host::lists::Delete, name);
+    return host::Status(host::lists::ChangeRule(host::lists::Delete, name));
 }
 
 bool Spam::isEnableSpamassassin() const
 {
     const auto settings = host::settings::StoredSettings::Read();
-    return settings && settings->Bool("spam_enable");
+    return host::Succeeded(settings) && settings->Bool("spam_enable");
 }
 
 std::string Spam::GetImportRulePath(const std::string& name)

@@ -55,19 +55,23 @@ bool IsLocalPart(const std::string& name)
     });
 }
 
-std::string MemberFault(const MemberInfo& member)
+Result<void> CheckMember(const MemberInfo& member)
 {
+    const auto unless = [&member](bool good, const char* fault) -> Result<void> {
+        if (good) return {};
+        return Reason{ReasonCode::kRefused, member.name, fault};
+    };
     switch (member.type) {
         case kUserMember:
-            return IsUser(member.name) ? "" : "a user whose name cannot be an address";
+            return unless(IsUser(member.name), "a user whose name cannot be an address");
         case kGroupMember:
-            return IsGroup(member.name) ? "" : "no name of a group";
+            return unless(IsGroup(member.name), "no name of a group");
         case kAliasMember:
-            return IsLocalPart(member.name) ? "" : "no name of an alias";
+            return unless(IsLocalPart(member.name), "no name of an alias");
         case kOutsideMember:
-            return IsOutsideAddress(member.name) ? "" : "no outside address";
+            return unless(IsOutsideAddress(member.name), "no outside address");
         default:
-            return "a member of no known kind";
+            return unless(false, "a member of no known kind");
     }
 }
 

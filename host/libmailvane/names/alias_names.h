@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
 #include "platform/mailvane/alias.h"
 
 namespace host::names {
@@ -15,9 +16,9 @@ enum MemberType { kUserMember = 0, kGroupMember = 1, kAliasMember = 2, kOutsideM
 /// Neither maps nor the text format of the aliases give any of these a meaning.
 bool IsLocalPart(const std::string& name);
 
-/// What is wrong with a member, by its type; empty when nothing is. Users are local parts, also
-/// with a Windows domain and a backslash before them; groups are plain text without <>,:" and are
-/// never part of a map; outside addresses have a domain and nothing beyond ASCII.
-std::string MemberFault(const MemberInfo& member);
+/// Refuses a member whose name its type does not allow. Users are local parts, also with a Windows
+/// domain and a backslash before them; groups are plain text without <>,:" and are never part of a
+/// map; outside addresses have a domain and nothing beyond ASCII.
+Result<void> CheckMember(const MemberInfo& member);
 
 }  // namespace host::names

@@ -2,12 +2,9 @@
 #include "host/libmailvane/names/list_text.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/trim.h"
 #include "host/libmailvane/names/text_checks.h"
 
@@ -15,7 +12,7 @@ namespace host::names {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-constexpr int kMostLoggedLines = 20;  // a wrong file must not flood the log
+constexpr int kMostToldLines = 20;  // a wrong file must not flood the log
 
 /// Cuts the first line off `rest`, with whatever ends it.
 std::string_view CutLine(std::string_view& rest)
@@ -32,46 +29,65 @@ bool IsLeftOut(const std::string& line)
     return line.empty() || line.front() == '#';
 }
 
-std::string Take(const std::string& line, const TakeLine& take)
+Result<void> Take(const std::string& line, const TakeLine& take)
 {
-    return IsPlainText(line) ? take(line) : "holds what is no text in UTF-8";
+    if (IsPlainText(line)) return take(line);
+    return Reason{ReasonCode::kRefused, "", "holds what is no text in UTF-8"};
 }
+
+/// Why lines of a list were refused.
+class RefusedLines {
+public:
+    void Add(int number, Reason reason)
+    {
+        if (++count_ > kMostToldLines) return;
+
+        reason.about = "line " + std::to_string(number);
+        lines_.push_back(std::move(reason).Prefixed("list to import, " + reason.about + ": "));
+    }
+
+    Result<void> All() &&
+    {
+        if (count_ == 0) return {};
+        Reason reason{ReasonCode::kRefused, "list to import", "", std::move(lines_)};
+        if (count_ > kMostToldLines) {
+            reason.text = "list to import: " + std::to_string(count_) + " lines refused";
+        }
+        return reason;
+    }
+
+private:
+    int count_ = 0;
+    std::vector<Reason> lines_;
+};
 
 }  // namespace
 
-bool ReadListText(const std::string& path, const TakeLine& take)
+Result<void> ReadListText(const std::string& path, const TakeLine& take)
 {
     std::string bytes;
-    if (!ReadFile(path, bytes)) {
-        Log(LOG_ERR, "list to import: %s", std::strerror(errno));
-        return false;
-    }
+    if (!ReadFile(path, bytes)) return SystemReason("list to import", "list to import");
+
     std::string_view rest = bytes;
     if (rest.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
         rest.remove_prefix(kByteOrderMark.size());
     }
-    int refused = 0;
+    RefusedLines refused;
     for (int number = 1; !rest.empty(); ++number) {
         std::string line(Trim(CutLine(rest)));
         if (IsLeftOut(line)) continue;
 
         std::replace(line.begin(), line.end(), '\t', ' ');
-        const std::string fault = Take(line, take);
-        if (fault.empty()) continue;
-        if (++refused <= kMostLoggedLines) {
-            Log(LOG_ERR, "list to import, line %d: %s", number, fault.c_str());
-        }
+        Result<void> taken = Take(line, take);
+        if (!taken) refused.Add(number, std::move(taken).reason());
     }
-    if (refused > kMostLoggedLines) Log(LOG_ERR, "list to import: %d lines refused", refused);
-    return refused == 0;
+    return std::move(refused).All();
 }
 
-int WriteExport(const std::string& path, const std::string& text)
+Result<void> WriteExport(const std::string& path, const std::string& text)
 {
-    if (ReplaceFile(path, text, 0600)) return 0;
-
-    Log(LOG_ERR, "cannot write %s: %s", path.c_str(), ErrnoText());
-    return -1;
+    if (ReplaceFile(path, text, 0600)) return {};
+    return SystemReason(path, "cannot write " + path);
 }
 
 std::string LikeAnywhere(const std::string& text)

@@ -4,19 +4,21 @@
 #include <functional>
 #include <string>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::names {
 
-/// Takes one line of a list, trimmed, its tabs made blanks. Returns what is wrong with it; empty
-/// when it was taken.
-using TakeLine = std::function<std::string(const std::string& line)>;
+/// Takes one line of a list, trimmed, its tabs made blanks, or refuses it.
+using TakeLine = std::function<Result<void>(const std::string& line)>;
 
 /// Hands the lines of an imported list to `take`: UTF-8, any kind of line end. Blank lines and
-/// comments, which begin with "#", are left out. Every line that is refused is logged with its
-/// number. True when none was; false also when the file cannot be read.
-bool ReadListText(const std::string& path, const TakeLine& take);
+/// comments, which begin with "#", are left out. Every line is handed over, whatever was refused
+/// before it; each refused one, up to a number, is a cause of the reason, about "line 12" for
+/// example.
+Result<void> ReadListText(const std::string& path, const TakeLine& take);
 
-/// Writes an export to the file at `path`. 0, or -1 (logged).
-int WriteExport(const std::string& path, const std::string& text);
+/// Writes an export to the file at `path`.
+Result<void> WriteExport(const std::string& path, const std::string& text);
 
 /// Pattern for SQL's `LIKE ? ESCAPE '\'` that finds `text` anywhere.
 std::string LikeAnywhere(const std::string& text);

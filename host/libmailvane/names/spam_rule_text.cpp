@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/trim.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/text_checks.h"
@@ -95,29 +94,8 @@ std::string WithoutComment(const std::string& line)
     return line;
 }
 
-bool IsReadableSize(const std::string& path)
-{
-    struct stat status {};
-    if (lstat(path.c_str(), &status) < 0 || !S_ISREG(status.st_mode)) {
-        Log(LOG_ERR, "there is no rule file %s", path.c_str());
-        return false;
-    }
-    if (status.st_size <= kLargestFile) return true;
-
-    Log(LOG_ERR, "the rule file %s is too large", path.c_str());
-    return false;
-}
-
-}  // namespace
-
-bool IsRuleSetName(const std::string& name)
-{
-    return !name.empty() && name.size() <= kLongestSetName && name.front() != '.' &&
-           name.front() != ' ' && name.back() != ' ' && IsPlainText(name) &&
-           name.find_first_of("/<>") == std::string::npos;
-}
-
-std::string FaultOfRuleLine(const std::string& line)
+/// What is wrong with a line; null when nothing is.
+const char* FaultOf(const std::string& line)
 {
     if (line.size() > kLongestLine) return "is too long";
 
@@ -131,21 +109,49 @@ std::string FaultOfRuleLine(const std::string& line)
 
     const char* further = directive->furtherCharacters;
     if (further != nullptr && !Consists(rest, further)) return "has a value that is none";
-    return "";
+    return nullptr;
 }
 
-std::optional<std::string> ReadRuleFile(const std::string& path)
+Result<void> CheckSize(const std::string& path)
 {
-    if (!IsReadableSize(path)) return std::nullopt;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) < 0 || !S_ISREG(status.st_mode)) {
+        return Reason{ReasonCode::kMissing, path, "there is no rule file " + path};
+    }
+    if (status.st_size <= kLargestFile) return {};
+    return Reason{ReasonCode::kRefused, path, "the rule file " + path + " is too large"};
+}
+
+}  // namespace
+
+bool IsRuleSetName(const std::string& name)
+{
+    return !name.empty() && name.size() <= kLongestSetName && name.front() != '.' &&
+           name.front() != ' ' && name.back() != ' ' && IsPlainText(name) &&
+           name.find_first_of("/<>") == std::string::npos;
+}
+
+Result<void> CheckRuleLine(const std::string& line)
+{
+    const char* fault = FaultOf(line);
+    if (fault == nullptr) return {};
+    return Reason{ReasonCode::kRefused, "", fault};
+}
+
+Result<std::string> ReadRuleFile(const std::string& path)
+{
+    Result<void> sized = CheckSize(path);
+    if (!sized) return std::move(sized).reason();
 
     std::string rules;
-    const bool taken = ReadListText(path, [&rules](const std::string& whole) {
+    Result<void> taken = ReadListText(path, [&rules](const std::string& whole) {
         const std::string line = WithoutComment(whole);
-        std::string fault = FaultOfRuleLine(line);
-        if (fault.empty()) rules.append(line).append("\n");
-        return fault;
+        Result<void> checked = CheckRuleLine(line);
+        if (checked) rules.append(line).append("\n");
+        return checked;
     });
-    return taken ? std::optional(rules) : std::nullopt;
+    if (!taken) return std::move(taken).reason();
+    return rules;
 }
 
 }  // namespace host::names

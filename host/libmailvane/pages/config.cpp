@@ -127,10 +127,10 @@ int Refuse(Config::State& state, const char* what)
 
 int LoadConfig(Config::State& state)
 {
-    if (save::FinishInterruptedSave() < 0) return -1;
+    if (!Succeeded(save::FinishInterruptedSave())) return -1;
 
     const auto stored = settings::StoredSettings::Read();
-    if (!stored) return -1;
+    if (!Succeeded(stored)) return -1;
 
     for (const settings::SettingInfo& setting : settings::AllSettings()) {
         if (setting.object != state.object) continue;
@@ -152,10 +152,10 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     if (state.refused || !state.loaded) return -1;
 
     const save::WriteScope scope;
-    if (!scope.ok()) return -1;
+    if (!Succeeded(scope.ready())) return -1;
 
     auto wanted = settings::StoredSettings::Read();
-    if (!wanted) return -1;
+    if (!Succeeded(wanted)) return -1;
 
     for (const std::string& name : state.changed) {
         std::string spelled;
@@ -170,7 +170,7 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
         wanted->blocklists = state.blocklists;
     }
     if (!wanted->Bool("smtp_relay_auth")) wanted->Set("smtp_relay_password", "");
-    const int result = save::SaveTransaction(*wanted, steps);
+    const int result = Status(save::SaveTransaction(*wanted, steps));
     state.saved = result == 0;
     return result;
 }

@@ -194,24 +194,26 @@ bool MakePair(const KeyNames& names, const std::string& privateKey)
 
 }  // namespace
 
-int host::pages::RestoreKeyPair(const std::string& pair)
+host::Result<void> host::pages::RestoreKeyPair(const std::string& pair)
 {
     const save::WriteScope scope;
+    if (!scope.ready()) return scope.ready();
     const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
-    if (!scope.ok() || !AdoptPlainFiles(names)) return -1;
+    if (!AdoptPlainFiles(names)) return Reason{ReasonCode::kSystem, names.folder, ""};
     if (!IsStoredPair(names, pair)) {
-        Log(LOG_ERR, "there is no key pair '%.64s'", pair.c_str());
-        return -1;
+        return Reason{ReasonCode::kMissing, pair,
+                      "there is no key pair '" + pair.substr(0, 64) + "'"};
     }
 
     std::error_code error;
     const std::string before =
         std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
-    if (TurnTo(names, pair) && daemons::RunControlScript(kSigner, "restart") == 0) return 0;
+    if (TurnTo(names, pair) && daemons::RunControlScript(kSigner, "restart") == 0) return {};
 
-    Log(LOG_ERR, "the key pair '%s' is not taken; the one before stays", pair.c_str());
-    if (!before.empty() && TurnTo(names, before)) (void)daemons::RunControlScript(kSigner, "restart");
-    return -1;
+    if (!before.empty() && TurnTo(names, before))
+        (void)daemons::RunControlScript(kSigner, "restart");
+    return Reason{ReasonCode::kDaemonRefuses, pair,
+                  "the key pair '" + pair + "' is not taken; the one before stays"};
 }
 
 int GenerateRSAPrivateKey(const char* path, unsigned int bits)

@@ -36,7 +36,7 @@ bool IsFullAddress(const std::string& text)
 bool IsOwnAddress(const std::string& address, const std::string& user)
 {
     const auto settings = host::settings::StoredSettings::Read();
-    if (!settings) return false;
+    if (!host::Succeeded(settings)) return false;
 
     const auto at = address.find('@');
     const std::string local = address.substr(0, std::min(at, address.find('+')));
@@ -92,7 +92,7 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
 
     return host::system::WithoutExceptions("personal settings", [&] {
         const host::save::WriteScope scope;
-        if (!scope.ok()) return -1;
+        if (!host::Succeeded(scope.ready())) return -1;
         const auto stored = host::stores::ReadPersonalSettings(account);
         if (!stored) return -1;
 

@@ -40,7 +40,7 @@ Postfix::~Postfix()
 {
     // A switch of the account source that was not completed is taken back with the object.
     if (state_->loaded && !state_->saved && host::LockIsHeld()) {
-        (void)host::save::HealAccounts(state_->account);
+        (void)host::Succeeded(host::save::HealAccounts(state_->account));
     }
 }
 
@@ -53,7 +53,7 @@ int Postfix::LoadSettings()
     if (healed) return 0;
 
     healed = true;
-    return host::save::HealAccounts(state_->account);
+    return host::Status(host::save::HealAccounts(state_->account));
 }
 
 int Postfix::SaveSettings(const std::list<Callback>& steps)

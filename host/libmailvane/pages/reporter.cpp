@@ -134,7 +134,7 @@ Reporter Reporter::LoadSetting()
 int Reporter::SaveSetting()
 {
     const host::save::WriteScope scope;
-    if (!scope.ok()) throw std::runtime_error("the lock was not had in time");
+    if (!Succeeded(scope.ready())) throw std::runtime_error("the lock was not had in time");
 
     const State& state = *state_;
     KeyValueFile file = KeyValueFile::Parse("");

@@ -16,7 +16,7 @@ SMTP::~SMTP()
 int SMTP::load()
 {
     const auto settings = host::settings::StoredSettings::Read();
-    if (!settings) return -1;
+    if (!host::Succeeded(settings)) return -1;
 
     state_->accountType = settings->Text("account_type");
     return 0;

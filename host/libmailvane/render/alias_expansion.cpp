@@ -75,7 +75,7 @@ const AliasExpansion::Members& AliasExpansion::GroupMembers(const std::string& n
 
     for (const std::string& user : group_(name)) {
         const MemberInfo member{user, names::kUserMember};
-        if (names::MemberFault(member).empty()) {
+        if (names::CheckMember(member)) {
             entry->second.push_back(member);
         } else {
             Log(LOG_WARNING, "aliases: a member of the group %s cannot have mail", name.c_str());

@@ -82,7 +82,7 @@ private:
 MapTexts MakeTexts(const stores::AliasTable& table)
 {
     const auto settings = settings::StoredSettings::Read();
-    if (!settings) throw std::runtime_error("the settings cannot be read");
+    if (!Succeeded(settings)) throw std::runtime_error("the settings cannot be read");
 
     GroupMembers groups(SourceOf(settings->Text("account_type")));
     AliasExpansion expansion(

@@ -137,14 +137,17 @@ std::string Check(const std::string& type)
 
 }  // namespace
 
-std::vector<generation::ListFile> AttachmentFiles()
+Result<std::vector<generation::ListFile>> AttachmentFiles()
 {
+    Result<std::vector<std::string>> types = stores::AttachmentTypes();
+    if (!types) return std::move(types).reason();
+
     std::string text;
-    for (const std::string& type : stores::AttachmentTypes()) text += Check(type);
+    for (const std::string& type : *types) text += Check(type);
     if (!text.empty()) {
         text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
     }
-    return {{generation::kAttachmentChecksFile, text, false}};
+    return std::vector<generation::ListFile>{{generation::kAttachmentChecksFile, text, false}};
 }
 
 }  // namespace host::render

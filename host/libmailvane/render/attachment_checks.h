@@ -3,11 +3,12 @@
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
-/// The header checks that the refused attachment types fill. Throws when these cannot be read.
-std::vector<generation::ListFile> AttachmentFiles();
+/// The header checks that the refused attachment types fill.
+Result<std::vector<generation::ListFile>> AttachmentFiles();
 
 }  // namespace host::render

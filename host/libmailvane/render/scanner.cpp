@@ -269,11 +269,14 @@ bool AntiVirusRuns(const settings::StoredSettings& settings)
     return settings.Bool("anti_virus_enable");
 }
 
-std::vector<generation::ListFile> BannedTypeFiles()
+Result<std::vector<generation::ListFile>> BannedTypeFiles()
 {
+    Result<std::vector<std::string>> types = stores::AttachmentTypes();
+    if (!types) return std::move(types).reason();
+
     std::string text;
-    for (const std::string& type : stores::AttachmentTypes()) text += type + "\n";
-    return {{kBannedTypes, text, false}};
+    for (const std::string& type : *types) text += type + "\n";
+    return std::vector<generation::ListFile>{{kBannedTypes, text, false}};
 }
 
 std::string RenderScanner(const settings::StoredSettings& settings)
@@ -294,17 +297,23 @@ std::string RenderScanner(const settings::StoredSettings& settings)
     return text + kScannerEnd;
 }
 
+void PutBannedTypes(generation::NextGeneration& next)
+{
+    Result<std::vector<generation::ListFile>> files =
+        BannedTypeFiles().Prefixed("attachment types: ");
+    if (!files) {
+        const std::string end = std::string(kBannedTypes) + ": " + ErrnoText();
+        next.Fail(std::move(files).reason().Causing(kBannedTypes, "cannot make " + end));
+        return;
+    }
+    for (const generation::ListFile& file : *files) next.Put(file.name, file.text, 0644);
+}
+
 void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
-    const auto putTypes = [&next] {
-        for (const generation::ListFile& file : BannedTypeFiles())
-            next.Put(file.name, file.text, 0644);
-        return 0;
-    };
-    if (system::WithoutExceptions("attachment types", putTypes) < 0)
-        next.Fail("make", kBannedTypes);
+    PutBannedTypes(next);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);

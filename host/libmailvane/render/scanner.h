@@ -32,7 +32,7 @@ bool ScannerRuns(const settings::StoredSettings& settings);
 bool AntiVirusRuns(const settings::StoredSettings& settings);
 
 /// The refused attachment types, which the scanner finds in archives too.
-std::vector<generation::ListFile> BannedTypeFiles();
+Result<std::vector<generation::ListFile>> BannedTypeFiles();
 
 /// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
 /// that comes from users is quoted, or read from files of its own.

@@ -9,22 +9,21 @@
 
 namespace host::save {
 
-int HealAccounts(const settings::AccountCombination& stored)
+Result<void> HealAccounts(const settings::AccountCombination& stored)
 {
-    if (stores::AccountDataIsSound(stored)) return 0;
+    if (stores::AccountDataIsSound(stored)) return {};
 
     const ScopedLock lock(std::chrono::milliseconds(0));
     // What a killed process was exchanging is the next writer's to finish.
-    if (!lock.held() || ExchangeIsUnderWay()) return 0;
+    if (!lock.held() || ExchangeIsUnderWay()) return {};
 
     // Another process may have healed it in between, or changed the settings.
     const auto current = settings::StoredSettings::Read();
-    if (!current) return -1;
+    if (!current) return current.reason();
 
     bool exchanged = false;
-    if (stores::HealAccountData(current->Account(), exchanged) < 0) return -1;
-
-    return exchanged ? RebuildLists(AccountLists()) : 0;
+    Result<void> healed = stores::HealAccountData(current->Account(), exchanged);
+    return healed && exchanged ? RebuildLists(AccountLists()) : healed;
 }
 
 }  // namespace host::save

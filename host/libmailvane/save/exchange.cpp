@@ -61,19 +61,19 @@ std::string AddedPath()
     return ExchangeFolder() + "/added";
 }
 
-/// Renames what is there; having nothing is fine. False, logged, on failure.
-bool MoveIfThere(const std::string& from, const std::string& to)
+/// Renames what is there; having nothing is fine.
+Result<void> MoveIfThere(const std::string& from, const std::string& to)
 {
-    if (!system::NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return true;
-
-    Log(LOG_ERR, "cannot move %s to %s: %s", from.c_str(), to.c_str(), ErrnoText());
-    return false;
+    if (!system::NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return {};
+    return SystemReason(from, "cannot move " + from + " to " + to);
 }
 
-bool SyncAll()
+Result<void> SyncAll()
 {
-    return system::SyncFolderOf(InForce("x")) && system::SyncFolderOf(OldOf("x")) &&
-           system::SyncFolderOf(NewOf("x"));
+    for (const std::string& path : {InForce("x"), OldOf("x"), NewOf("x")}) {
+        if (!system::SyncFolderOf(path)) return SystemReason(path, "cannot sync the exchange");
+    }
+    return {};
 }
 
 std::set<std::string> AddedNames()
@@ -88,7 +88,7 @@ std::set<std::string> AddedNames()
 }
 
 /// Makes the folder of an exchange; from the last rename on it is under way.
-bool PrepareExchange(const std::string& staged)
+Result<void> PrepareExchange(const std::string& staged)
 {
     DropExchange();
     std::string added;
@@ -97,20 +97,20 @@ bool PrepareExchange(const std::string& staged)
     }
     const std::string folder = ExchangeFolder();
     if (MakeDirectories(folder + "/old", 0700) && ReplaceFile(AddedPath(), added, 0600) &&
-        std::rename(staged.c_str(), (folder + "/new").c_str()) == 0 && SyncAll()) {
-        return true;
+        std::rename(staged.c_str(), (folder + "/new").c_str()) == 0) {
+        return SyncAll();
     }
-    Log(LOG_ERR, "cannot prepare the exchange of %s: %s", staged.c_str(), ErrnoText());
-    return false;
+    return SystemReason(staged, "cannot prepare the exchange of " + staged);
 }
 
-bool TakeBack(const std::string& name, bool wasAdded)
+Result<void> TakeBack(const std::string& name, bool wasAdded)
 {
     // Where `new` still has it, it was not put in place.
     const bool replaced = system::NameExists(OldOf(name));
-    if (!replaced && (!wasAdded || system::NameExists(NewOf(name)))) return true;
+    if (!replaced && (!wasAdded || system::NameExists(NewOf(name)))) return {};
 
-    return MoveIfThere(InForce(name), NewOf(name)) && MoveIfThere(OldOf(name), InForce(name));
+    Result<void> moved = MoveIfThere(InForce(name), NewOf(name));
+    return moved ? MoveIfThere(OldOf(name), InForce(name)) : moved;
 }
 
 /// Names of the users whose personal settings lie in a folder.
@@ -165,14 +165,16 @@ bool IsStoredData(const std::string& name)
     return std::find(std::begin(kStoredData), std::end(kStoredData), name) != std::end(kStoredData);
 }
 
-bool BeginExchange(const std::string& staged, bool whole)
+Result<void> BeginExchange(const std::string& staged, bool whole)
 {
-    if (!PrepareExchange(staged)) return false;
+    Result<void> done = PrepareExchange(staged);
+    if (!done) return done;
 
     for (const char* name : kStoredData) {
         if (!whole && !system::NameExists(NewOf(name))) continue;
-        if (!MoveIfThere(InForce(name), OldOf(name))) return false;
-        if (!MoveIfThere(NewOf(name), InForce(name))) return false;
+        done = MoveIfThere(InForce(name), OldOf(name));
+        if (done) done = MoveIfThere(NewOf(name), InForce(name));
+        if (!done) return done;
     }
     return SyncAll();
 }
@@ -182,13 +184,14 @@ bool ExchangeIsUnderWay()
     return system::NameExists(ExchangeFolder() + "/new");
 }
 
-bool TakeExchangeBack()
+Result<void> TakeExchangeBack()
 {
-    if (!ExchangeIsUnderWay()) return true;
+    if (!ExchangeIsUnderWay()) return {};
 
     const std::set<std::string> added = AddedNames();
     for (const char* name : kStoredData) {
-        if (!TakeBack(name, added.count(name) != 0)) return false;
+        Result<void> taken = TakeBack(name, added.count(name) != 0);
+        if (!taken) return taken;
     }
     return SyncAll();
 }
@@ -201,10 +204,10 @@ void KeepExchange()
     const std::string kept = ExchangeFolder() + ".kept";
     std::error_code error;
     fs::remove_all(kept, error);
-    if (!MoveIfThere(ExchangeFolder(), kept) || !system::SyncFolderOf(kept)) return;
+    if (!Succeeded(MoveIfThere(ExchangeFolder(), kept)) || !system::SyncFolderOf(kept)) return;
 
     fs::remove_all(InForce("replaced"), error);
-    (void)MoveIfThere(kept + "/old", InForce("replaced"));
+    (void)Succeeded(MoveIfThere(kept + "/old", InForce("replaced")));
     fs::remove_all(kept, error);
 }
 
@@ -214,17 +217,24 @@ void DropExchange()
     fs::remove_all(ExchangeFolder(), error);
 }
 
-int FollowStoredData(const std::string& /*unused*/)
+Result<void> BringStoredDataInLine()
 {
     const auto settings = settings::StoredSettings::Read();
-    if (!settings || HealAccounts(settings->Account()) < 0) return -1;
+    if (!settings) return settings.reason();
+    Result<void> done = HealAccounts(settings->Account());
+    if (!done) return done;
 
     std::vector<ListFileMaker> lists = AccountLists();
     lists.emplace_back(render::AttachmentFiles);
     lists.emplace_back(render::BannedTypeFiles);
-    if (RebuildLists(lists) < 0) return -1;
+    done = RebuildLists(lists);
+    if (!done || !ExchangeIsUnderWay() || FollowAllPersonalSettings()) return done;
+    return Reason{ReasonCode::kSystem, "personal settings", ""};
+}
 
-    return !ExchangeIsUnderWay() || FollowAllPersonalSettings() ? 0 : -1;
+int FollowStoredData(const std::string& /*unused*/)
+{
+    return Status(BringStoredDataInLine());
 }
 
 }  // namespace host::save

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::save {
 
 /// Whether a name in etc/ is one of the stored data.
@@ -13,15 +15,15 @@ bool IsStoredData(const std::string& name);
 /// Puts what lies in `staged`, a directory in etc/ that goes by it, in the place of the stored data
 /// of the same names. With `whole`, stored data that `staged` lacks is taken away. An exchange is
 /// under way from here on until it is kept or dropped. Requires the request lock and the mark of a
-/// pending save. False, logged, on failure: it is to be taken back then.
-bool BeginExchange(const std::string& staged, bool whole);
+/// pending save. After a failure it is to be taken back.
+Result<void> BeginExchange(const std::string& staged, bool whole);
 
 /// Whether there is an exchange, this process's or that of a killed one.
 bool ExchangeIsUnderWay();
 
-/// Puts the stored data before the exchange in force again; true when there is none. May be killed
-/// and repeated. What was put there remains at hand until the exchange is dropped.
-bool TakeExchangeBack();
+/// Puts the stored data before the exchange in force again, if there is one. May be killed and
+/// repeated. What was put there remains at hand until the exchange is dropped.
+Result<void> TakeExchangeBack();
 
 /// Ends an exchange that holds: what it replaced is kept as etc/replaced until the next one.
 void KeepExchange();
@@ -29,9 +31,11 @@ void KeepExchange();
 /// Ends an exchange that was taken back.
 void DropExchange();
 
-/// A step of a save: brings what is made from the stored data in line with it, that is the account
-/// databases, the lists of the daemons, and the scripts of the users whose personal settings an
-/// exchange changed. 0, or -1 (logged).
+/// Brings what is made from the stored data in line with it, that is the account databases, the
+/// lists of the daemons, and the scripts of the users whose personal settings an exchange changed.
+Result<void> BringStoredDataInLine();
+
+/// The same as a step of a save. 0, or -1 (logged).
 int FollowStoredData(const std::string& verb);
 
 }  // namespace host::save

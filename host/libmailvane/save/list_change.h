@@ -9,20 +9,21 @@
 namespace host::save {
 
 /// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
-/// Requires the request lock. Throws when that fails.
-SQLite::Database ChangeListStore();
+/// Requires the request lock. Throws SQLite::Exception.
+Result<SQLite::Database> ChangeListStore();
 
-/// Runs a change of the lists, which gets their store and returns an int, under the lock. Negative
-/// on failure, logged with the name of the lists.
+/// Runs a change of the lists, which gets their store and gives nothing or a Result<void>, under
+/// the lock. `what` is the name of the lists.
 template <typename Change>
-int ChangeLists(const char* what, Change change)
+Result<void> ChangeLists(const char* what, Change change)
 {
-    return system::WithoutExceptions(what, [&change] {
+    return system::Attempt(what, [what, &change]() -> Result<void> {
         const WriteScope scope;
-        if (!scope.ok()) return -1;
+        if (!scope.ready()) return scope.ready();
 
-        SQLite::Database store = ChangeListStore();
-        return change(store);
+        Result<SQLite::Database> store = ChangeListStore().Prefixed(std::string(what) + ": ");
+        if (!store) return std::move(store).reason();
+        return system::Attempt(what, [&change, &store] { return change(*store); });
     });
 }
 

@@ -94,7 +94,8 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
 
 Reached ReachedBy(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
-    const settings::StoredSettings stored = settings::StoredSettings::Read().value_or(wanted);
+    const Result<settings::StoredSettings> read = settings::StoredSettings::Read();
+    const settings::StoredSettings& stored = Succeeded(read) ? *read : wanted;
     const bool certificate = next.Changed("tls/");
     Reached reached;
     reached.mailServer = next.Changed("postfix/") || certificate;

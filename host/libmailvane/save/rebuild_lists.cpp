@@ -1,9 +1,6 @@
 // Putting what lists fill in force.
 #include "host/libmailvane/save/rebuild_lists.h"
 
-#include <algorithm>
-
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/generation/pending_save.h"
@@ -21,7 +18,17 @@ namespace host::save {
 
 namespace {
 
-int PutListsInForce(const std::vector<generation::ListFile>& files)
+/// Restarts daemons, whose services log what keeps them from it: the scanner, which reads its lists
+/// when it starts, and the mail server.
+Result<void> RestartReaders(bool scanner, bool mailServer)
+{
+    const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
+    const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
+    if (scannerIsUp && mailServerIsUp) return {};
+    return Reason{ReasonCode::kDaemonIsDown, scannerIsUp ? "mail server" : "mail scanner", ""};
+}
+
+Result<void> PutListsInForce(const std::vector<generation::ListFile>& files)
 {
     generation::NextGeneration next;
     for (const generation::ListFile& file : files) {
@@ -31,24 +38,24 @@ int PutListsInForce(const std::vector<generation::ListFile>& files)
             next.Put(file.name, file.text, 0644);
         }
     }
-    if (!next.Complete()) return -1;
-    if (!next.Changed("")) return 0;
-    if (!MapsAnswer(next)) return -1;
+    Result<void> done = next.Complete();
+    if (!done || !next.Changed("")) return done;
 
+    done = MapsAnswer(next);
     const std::string replaced = generation::CurrentGeneration();
-    if (!next.Commit()) return -1;
+    if (done) done = next.Commit();
+    if (!done) return done;
 
-    // The scanner reads its lists when it starts. Nothing reads them on a machine that is not ours.
+    // Nothing reads them on a machine that is not ours.
     const bool ours = daemons::ServicesAreOurs();
-    const int scanner = ours && next.Changed("amavis/") ? MailScanner::Service("restart") : 0;
+    const bool scanner = ours && next.Changed("amavis/");
     if (const auto pending = generation::ReadPendingSave()) {
         // The save that is under way makes one generation of it all, and restarts Postfix itself.
         if (replaced != pending->before) generation::RemoveGeneration(replaced);
-        return scanner;
+        return RestartReaders(scanner, false);
     }
     generation::PruneGenerations(replaced);
-    const int mailServer = ours ? Postfix::Service("restart") : 0;
-    return std::min(scanner, mailServer);
+    return RestartReaders(scanner, ours);
 }
 
 }  // namespace
@@ -59,15 +66,17 @@ std::vector<ListFileMaker> AccountLists()
             render::BlackWhiteFiles};
 }
 
-int RebuildLists(const std::vector<ListFileMaker>& makers)
+Result<void> RebuildLists(const std::vector<ListFileMaker>& makers)
 {
-    return system::WithoutExceptions("maps", [&makers] {
+    return system::Attempt("maps", [&makers] {
         const WriteScope scope;
-        if (!scope.ok()) return -1;
+        if (!scope.ready()) return scope.ready();
 
         std::vector<generation::ListFile> files;
         for (const ListFileMaker& maker : makers) {
-            for (generation::ListFile& file : maker()) files.push_back(std::move(file));
+            Result<std::vector<generation::ListFile>> made = maker().Prefixed("maps: ");
+            if (!made) return Result<void>(std::move(made).reason());
+            for (generation::ListFile& file : *made) files.push_back(std::move(file));
         }
         return PutListsInForce(files);
     });

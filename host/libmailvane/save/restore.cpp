@@ -7,7 +7,6 @@
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
@@ -33,6 +32,7 @@ namespace {
 const char kRestart[] = "restart";
 const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kRules[] = "rules.cf";
+constexpr std::size_t kLongestToldName = 128;
 const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
 int MemcachedService(const std::string& verb)
@@ -63,10 +63,9 @@ std::list<Callback> ServerSteps()
             {"postfix service", &Postfix::Service, kRestart}};
 }
 
-int Refuse(const std::string& what, const char* why)
+Reason Refused(const std::string& what, const char* why)
 {
-    Log(LOG_ERR, "'%.128s' %s", what.c_str(), why);
-    return -1;
+    return {ReasonCode::kRefused, what, "'" + what.substr(0, kLongestToldName) + "' " + why};
 }
 
 /// Whether a directory in etc/ is root's alone, as is all that a user could have put there.
@@ -96,13 +95,14 @@ bool DatabasesAreOf(const std::string& folder, const settings::AccountCombinatio
     return true;
 }
 
-/// Whether the spam filter takes the rules; it need not say so twice.
-bool RulesAreSound(const std::string& rules)
+/// Has the spam filter check the rules; it need not take them twice.
+Result<void> CheckRules(const std::string& rules)
 {
     std::string inForce;
     const std::string path =
         generation::GenerationDirectory(generation::CurrentGeneration()) + "/" + render::kSpamRules;
-    return rules.empty() || (ReadFile(path, inForce) && rules == inForce) || SpamFilterTakes(rules);
+    if (rules.empty() || (ReadFile(path, inForce) && rules == inForce)) return {};
+    return SpamFilterTakes(rules);
 }
 
 /// A state that was judged as far as it can be before it is put in place.
@@ -111,55 +111,58 @@ struct StagedState {
     std::string rules;
 };
 
-std::optional<StagedState> ReadStaged(const std::string& staged)
+Result<StagedState> ReadStaged(const std::string& staged)
 {
     for (const auto& entry : fs::directory_iterator(staged)) {
         if (IsStagedName(entry.path().filename().string())) continue;
-        (void)Refuse(entry.path().string(), "is no part of the stored state");
-        return std::nullopt;
+        return Refused(entry.path().string(), "is no part of the stored state");
     }
     auto settings = settings::StoredSettings::ReadFrom(staged);
     StagedState state;
-    if (!settings || !ReadFile(staged + "/" + kRules, state.rules)) return std::nullopt;
-    if (!DatabasesAreOf(staged, settings->Account())) {
-        (void)Refuse(staged, "has no databases of the accounts that its settings serve");
-        return std::nullopt;
+    if (!settings) return std::move(settings).reason();
+    if (!ReadFile(staged + "/" + kRules, state.rules)) {
+        return SystemReason(kRules, std::string("cannot read ") + kRules);
     }
-    if (!RulesAreSound(state.rules)) return std::nullopt;
+    if (!DatabasesAreOf(staged, settings->Account())) {
+        return Refused(staged, "has no databases of the accounts that its settings serve");
+    }
+    Result<void> checked = CheckRules(state.rules);
+    if (!checked) return std::move(checked).reason();
 
     state.settings = std::move(*settings);
     return state;
 }
 
-/// Whether the databases in force can be taken away: a journal beside one would be rolled back into
-/// the next one of its name.
-bool LiveDatabasesAreSettled()
+/// Makes sure that the databases in force can be taken away: a journal beside one would be rolled
+/// back into the next one of its name.
+Result<void> SettleLiveDatabases()
 {
     const auto stored = settings::StoredSettings::Read();
-    if (!stored || HealAccounts(stored->Account()) < 0) return false;
-    return DatabasesAreOf(PackagePath("etc"), stored->Account());
+    if (!stored) return stored.reason();
+    Result<void> healed = HealAccounts(stored->Account());
+    if (!healed || DatabasesAreOf(PackagePath("etc"), stored->Account())) return healed;
+    return Reason{ReasonCode::kDamaged, "account databases", ""};
 }
 
 /// Exchanges the stored data and saves, both or neither.
-int ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
-                    const std::list<Callback>& steps)
+Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
+                             const std::list<Callback>& steps)
 {
     std::vector<generation::ListFile> files;
     if (whole) files.push_back({render::kSpamRules, state.rules, false});
 
     const std::string before = generation::CurrentGeneration();
-    const bool marked = generation::MarkPendingSave({before});
-    if (marked && BeginExchange(staged, whole) &&
-        SaveTransaction(state.settings, steps, files) == 0) {
-        return 0;
-    }
+    Result<void> done = generation::MarkPendingSave({before});
+    if (!done) return done;
 
+    done = BeginExchange(staged, whole);
+    if (done) done = SaveTransaction(state.settings, steps, files);
     // A save that came as far as its steps has done this already, or left it to the next writer.
-    if (marked && generation::CurrentGeneration() == before && TakeExchangeBack()) {
+    if (!done && generation::CurrentGeneration() == before && Succeeded(TakeExchangeBack())) {
         DropExchange();
-        (void)generation::ClearPendingSave();
+        (void)Succeeded(generation::ClearPendingSave());
     }
-    return -1;
+    return done;
 }
 
 bool IsGeneration(const std::string& name)
@@ -172,21 +175,25 @@ bool IsGeneration(const std::string& name)
 
 /// The copy address belongs to the accounts: where others are served, that of the present ones is
 /// parked, and theirs comes back.
-bool ExchangeAlwaysBcc(const settings::StoredSettings& stored, settings::StoredSettings& wanted)
+Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
+                               settings::StoredSettings& wanted)
 {
-    if (stored.Account() == wanted.Account()) return true;
+    if (stored.Account() == wanted.Account()) return {};
 
     wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()));
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
-int RollBackTo(const std::string& generation)
+Result<void> RollBackTo(const std::string& generation)
 {
-    if (!IsGeneration(generation)) return Refuse(generation, "is no generation");
+    if (!IsGeneration(generation)) return Refused(generation, "is no generation");
 
     const auto stored = settings::StoredSettings::Read();
     auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(generation));
-    if (!stored || !wanted || !ExchangeAlwaysBcc(*stored, *wanted)) return -1;
+    if (!stored) return stored.reason();
+    if (!wanted) return std::move(wanted).reason();
+    Result<void> exchanged = ExchangeAlwaysBcc(*stored, *wanted);
+    if (!exchanged) return exchanged;
 
     std::list<Callback> steps = ServerSteps();
     if (stored->Bool(kRateSwitch) != wanted->Bool(kRateSwitch)) steps.push_front(MemcachedStep());
@@ -194,10 +201,12 @@ int RollBackTo(const std::string& generation)
     return SaveTransaction(*wanted, steps);
 }
 
-int RestoreStaged(const std::string& staged)
+Result<void> RestoreStaged(const std::string& staged)
 {
-    const auto state = ReadStaged(staged);
-    if (!state || !LiveDatabasesAreSettled()) return -1;
+    const Result<StagedState> state = ReadStaged(staged);
+    if (!state) return state.reason();
+    Result<void> settled = SettleLiveDatabases();
+    if (!settled) return settled;
 
     std::list<Callback> steps = ServerSteps();
     steps.push_front({"dkim filter", &SignerService, kRestart});
@@ -206,40 +215,41 @@ int RestoreStaged(const std::string& staged)
     return ExchangeAndSave(staged, true, *state, steps);
 }
 
-int ReplaceStagedCertificate(const std::string& staged)
+Result<void> ReplaceStagedCertificate(const std::string& staged)
 {
     for (const auto& entry : fs::directory_iterator(staged)) {
-        if (entry.path().filename() != "tls") return Refuse(staged, "holds more than tls");
+        if (entry.path().filename() != "tls") return Refused(staged, "holds more than tls");
     }
     const auto stored = settings::StoredSettings::Read();
-    if (!stored) return -1;
+    if (!stored) return stored.reason();
 
     return ExchangeAndSave(staged, false, {*stored, ""}, ServerSteps());
 }
 
 /// Runs a change under the lock.
-int Change(int (*change)(const std::string&), const std::string& what)
+Result<void> Change(Result<void> (*change)(const std::string&), const std::string& what)
 {
-    return system::WithoutExceptions("an earlier state", [change, &what] {
+    return system::Attempt("an earlier state", [change, &what] {
         const WriteScope scope;
-        return scope.ok() ? change(what) : -1;
+        return scope.ready() ? change(what) : scope.ready();
     });
 }
 
 }  // namespace
 
-int RestoreState(const std::string& staged)
+Result<void> RestoreState(const std::string& staged)
 {
-    return IsOurs(staged) ? Change(RestoreStaged, staged) : Refuse(staged, "is not root's alone");
+    if (!IsOurs(staged)) return Refused(staged, "is not root's alone");
+    return Change(RestoreStaged, staged);
 }
 
-int ReplaceCertificate(const std::string& staged)
+Result<void> ReplaceCertificate(const std::string& staged)
 {
-    return IsOurs(staged) ? Change(ReplaceStagedCertificate, staged)
-                          : Refuse(staged, "is not root's alone");
+    if (!IsOurs(staged)) return Refused(staged, "is not root's alone");
+    return Change(ReplaceStagedCertificate, staged);
 }
 
-int RollBack(const std::string& generation)
+Result<void> RollBack(const std::string& generation)
 {
     return Change(RollBackTo, generation);
 }

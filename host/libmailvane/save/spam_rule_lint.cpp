@@ -8,7 +8,6 @@
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/user_command.h"
@@ -21,6 +20,7 @@ namespace fs = std::filesystem;
 const char kUser[] = "amavis";
 const char kPlugins[] = "mailvane.pre";
 constexpr std::chrono::seconds kLimit{60};
+constexpr std::size_t kLongestComplaint = 2000;
 
 /// A directory that is gone at the end of the scope.
 class TemporaryDirectory {
@@ -60,12 +60,11 @@ bool Furnish(const std::string& directory, const std::string& rules)
 
 }  // namespace
 
-bool SpamFilterTakes(const std::string& rules)
+Result<void> SpamFilterTakes(const std::string& rules)
 {
     const TemporaryDirectory home;
     if (!Furnish(home.path(), rules)) {
-        Log(LOG_ERR, "the spam filter cannot be asked about its rules: %s", ErrnoText());
-        return false;
+        return SystemReason("spam filter", "the spam filter cannot be asked about its rules");
     }
     ProgramOptions options;
     options.limit = kLimit;
@@ -75,10 +74,9 @@ bool SpamFilterTakes(const std::string& rules)
                        {"/usr/bin/env", "HOME=" + home.path(), "/usr/bin/spamassassin", "--lint",
                         "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);
-    if (result.Succeeded()) return true;
-
-    Log(LOG_ERR, "refused by the spam filter: %.2000s", result.errors.c_str());
-    return false;
+    if (result.Succeeded()) return {};
+    return Reason{ReasonCode::kDaemonRefuses, "spam filter",
+                  "refused by the spam filter: " + result.errors.substr(0, kLongestComplaint)};
 }
 
 }  // namespace host::save

@@ -30,79 +30,90 @@ bool IsServiceStep(const Callback& step)
     return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
 }
 
-int RunStep(const Callback& step)
+/// Runs a step, which is a border of its own, and logs how it went.
+Result<void> RunStep(const Callback& step)
 {
     const int result = step.func(step.arg);
     Log(result < 0 ? LOG_ERR : LOG_INFO, "step %s %s: %s", step.name.c_str(), step.arg.c_str(),
         result < 0 ? "failed" : "done");
-    return result;
+    if (result >= 0) return {};
+    return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
+                  ""};
 }
 
 /// Runs steps in order up to the first that fails; `begun` gets those that were begun.
-int RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
+Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
 {
     for (const Callback& step : steps) {
         begun.push_back(step);
-        if (RunStep(step) < 0) return -1;
+        Result<void> done = RunStep(step);
+        if (!done) return done;
     }
-    return 0;
+    return {};
 }
 
 /// Puts the generation before the save in force again, with the stored data that belongs to it, and
-/// brings the services that the save had touched back to it. What fails here is only logged.
+/// brings the services that the save had touched back to it. What fails here is only logged: the
+/// caller gets the reason why the save failed.
 void TakeBack(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = generation::CurrentGeneration();
     // Where this fails, the mark stays for the next writer.
-    if (!generation::PutInForce(save.before) || !TakeExchangeBack()) return;
+    if (!Succeeded(generation::PutInForce(save.before)) || !Succeeded(TakeExchangeBack())) return;
 
-    if (const auto stored = settings::StoredSettings::Read()) (void)HealAccounts(stored->Account());
+    const auto stored = settings::StoredSettings::Read();
+    if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
     DropExchange();
-    (void)generation::ClearPendingSave();
+    (void)Succeeded(generation::ClearPendingSave());
     generation::RemoveGeneration(abandoned);
 }
 
 /// Steps, and what follows when they are all done.
-int Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
-          const std::list<Callback>& plan)
+Result<void> Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
+                   const std::list<Callback>& plan)
 {
     std::list<Callback> begun;
-    if (RunSteps(plan, begun) < 0) {
+    Result<void> done = RunSteps(plan, begun);
+    if (!done) {
         TakeBack(save, begun);
-        return -1;
+        return done;
     }
 
-    (void)stores::ForgetParkedAlwaysBcc(wanted.Account());
+    // The save holds, whatever of these fails.
+    (void)Succeeded(stores::ForgetParkedAlwaysBcc(wanted.Account()));
     KeepExchange();
-    (void)generation::ClearPendingSave();
+    (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save.before);
-    return 0;
+    return {};
 }
 
 /// The links by which the stored settings are found under their plain names.
-bool LinkStoredFiles()
+Result<void> LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
         const std::string path = PackagePath(std::string("etc/") + name);
         if (!generation::ReplaceByLink(path, std::string("generated/current/") + name)) {
-            Log(LOG_ERR, "cannot link %s: %s", path.c_str(), ErrnoText());
-            return false;
+            return SystemReason(path, "cannot link " + path);
         }
     }
-    return true;
+    return {};
 }
 
 /// The first generation's files are read through the link, which must therefore be there before
 /// anything can be judged.
-int PutFirstInForce(generation::NextGeneration& next, const settings::StoredSettings& settings)
+Result<void> PutFirstInForce(generation::NextGeneration& next,
+                             const settings::StoredSettings& settings)
 {
-    return next.Commit() && LinkStoredFiles() && JudgeGeneration(next, settings) ? 0 : -1;
+    Result<void> done = next.Commit();
+    if (done) done = LinkStoredFiles();
+    if (done) done = JudgeGeneration(next, settings);
+    return done;
 }
 
 /// Whether the accounts that a killed save was to serve are others than before it.
@@ -110,7 +121,7 @@ bool AccountChangedSince(const std::string& before)
 {
     const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
     const auto now = settings::StoredSettings::Read();
-    if (!old || !now) return true;
+    if (!old || !Succeeded(now)) return true;
 
     return !(settings::AccountCombination{old->Get("account_type").value_or("local"),
                                           old->Get("acc_domain_name").value_or("")} ==
@@ -141,59 +152,62 @@ int RestartCalledServices(const std::string& before, const settings::StoredSetti
 
 /// Brings account data, maps and services in line with the generation in force. A service that does
 /// not come up is only logged: the save that is to mend it must not be refused for it.
-int BringInLine(const generation::PendingSave& save, const settings::StoredSettings& settings)
+Result<void> BringInLine(const generation::PendingSave& save,
+                         const settings::StoredSettings& settings)
 {
-    if (HealAccounts(settings.Account()) < 0) return -1;
-    if (ExchangeIsUnderWay() && FollowStoredData("restart") < 0) return -1;
-    if (AccountChangedSince(save.before) && RebuildLists(AccountLists()) < 0) return -1;
+    Result<void> done = HealAccounts(settings.Account());
+    if (done && ExchangeIsUnderWay()) done = BringStoredDataInLine();
+    if (done && AccountChangedSince(save.before)) done = RebuildLists(AccountLists());
+    if (!done) return done;
 
     if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
     for (const Callback& step : WholePlan({}, BothServers())) (void)RunStep(step);
-    return 0;
+    return {};
 }
 
 /// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
 /// steps may have begun.
-int FinishSave(const generation::PendingSave& save)
+Result<void> FinishSave(const generation::PendingSave& save)
 {
     Log(LOG_NOTICE, "finishing a save that was interrupted");
     const auto settings = settings::StoredSettings::Read();
-    if (!settings) return -1;
+    if (!settings) return settings.reason();
 
     const bool undone = generation::CurrentGeneration() == save.before;
-    if (undone) {
-        if (!TakeExchangeBack()) return -1;
-        generation::RemoveGenerationsAfter(save.before);
-    } else if (stores::ForgetParkedAlwaysBcc(settings->Account()) < 0) {
-        return -1;
-    }
-    if (BringInLine(save, *settings) < 0) return -1;
+    Result<void> done =
+        undone ? TakeExchangeBack() : stores::ForgetParkedAlwaysBcc(settings->Account());
+    if (done && undone) generation::RemoveGenerationsAfter(save.before);
+    if (done) done = BringInLine(save, *settings);
+    if (!done) return done;
 
     if (undone) {
         DropExchange();
     } else {
         KeepExchange();
     }
-    return 0;
+    return {};
 }
 
-int RenderFromStored()
+Result<void> RenderFromStored()
 {
     const bool hasSettings = system::NameExists(PackagePath("etc/mailvane.conf"));
-    const auto settings =
+    const Result<settings::StoredSettings> settings =
         hasSettings ? settings::StoredSettings::Read() : settings::StoredSettings();
-    if (!settings) return -1;
+    if (!settings) return settings.reason();
 
     generation::NextGeneration next;
     render::PutSettingsFiles(next, *settings);
-    if (!next.Complete()) return -1;
+    Result<void> done = next.Complete();
+    if (!done) return done;
 
     const std::string before = generation::CurrentGeneration();
     if (before.empty()) return PutFirstInForce(next, *settings);
-    if (next.Changed("") && (!JudgeGeneration(next, *settings) || !next.Commit())) return -1;
+    if (next.Changed("")) done = JudgeGeneration(next, *settings);
+    if (done && next.Changed("")) done = next.Commit();
+    if (!done) return done;
 
     generation::PruneGenerations(before);
-    return LinkStoredFiles() ? 0 : -1;
+    return LinkStoredFiles();
 }
 
 /// Whether the files in force are those of a kernel that differs in IPv6.
@@ -207,67 +221,84 @@ bool KernelHasChanged()
 
 }  // namespace
 
-WriteScope::WriteScope() : ok_(lock_.held() && FinishInterruptedSave() == 0) {}
+WriteScope::WriteScope()
+{
+    if (!lock_.held()) {
+        ready_ = Reason{ReasonCode::kBusy, "request lock", ""};
+    } else {
+        ready_ = FinishInterruptedSave();
+    }
+}
 
-int SaveTransaction(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
-                    const std::vector<generation::ListFile>& files)
+Result<void> SaveTransaction(const settings::StoredSettings& wanted,
+                             const std::list<Callback>& steps,
+                             const std::vector<generation::ListFile>& files)
 {
     generation::NextGeneration next;
     for (const generation::ListFile& file : files) next.Put(file.name, file.text, 0644);
     render::PutSettingsFiles(next, wanted);
-    if (!next.Complete() || !JudgeGeneration(next, wanted)) return -1;
+    Result<void> done = next.Complete();
+    if (done) done = JudgeGeneration(next, wanted);
+    if (!done) return done;
 
     const Reached reached = ReachedBy(next, wanted);
     const generation::PendingSave save{generation::CurrentGeneration()};
-    if (!generation::MarkPendingSave(save)) return -1;
+    done = generation::MarkPendingSave(save);
+    if (!done) return done;
     // A save that changes nothing makes no generation, but its steps run.
-    if (next.Changed("") && !next.Commit()) {
-        (void)generation::ClearPendingSave();
-        return -1;
+    if (next.Changed("")) done = next.Commit();
+    if (!done) {
+        (void)Succeeded(generation::ClearPendingSave());
+        return done;
     }
 
     return Apply(save, wanted, WholePlan(steps, reached));
 }
 
-int FinishInterruptedSave()
+Result<void> FinishInterruptedSave()
 {
     // Inside a save the mark is this process's own, or its parent's.
     static bool finished = false;
-    if (finished || !LockIsHeld() || LockIsInherited()) return 0;
+    if (finished || !LockIsHeld() || LockIsInherited()) return {};
 
     finished = true;
     const auto save = generation::ReadPendingSave();
-    if (!save) return 0;
+    if (!save) return {};
 
-    if (FinishSave(*save) < 0) return -1;
+    Result<void> done = FinishSave(*save);
+    if (!done) return done;
 
-    (void)generation::ClearPendingSave();
+    (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save->before);
-    return 0;
+    return {};
 }
 
-int RenderAll()
+Result<void> RenderAll()
 {
     const WriteScope scope;
-    if (!scope.ok() || RenderFromStored() < 0) return -1;
+    Result<void> done = scope.ready();
+    if (done) done = RenderFromStored();
+    if (!done) return done;
 
     // A request that runs this tool may be in the middle of a switch of the account source.
     const auto stored = settings::StoredSettings::Read();
-    return LockIsInherited() || !stored ? 0 : HealAccounts(stored->Account());
+    return LockIsInherited() || !Succeeded(stored) ? done : HealAccounts(stored->Account());
 }
 
-int ApplyStored()
+Result<void> ApplyStored()
 {
     const WriteScope scope;
+    if (!scope.ready()) return scope.ready();
     const auto stored = settings::StoredSettings::Read();
-    return scope.ok() && stored ? SaveTransaction(*stored, {}) : -1;
+    if (!stored) return stored.reason();
+    return SaveTransaction(*stored, {});
 }
 
-int RecoverAll()
+Result<void> RecoverAll()
 {
     const WriteScope scope;
-    if (!scope.ok()) return -1;
-    if (!KernelHasChanged()) return 0;
+    if (!scope.ready()) return scope.ready();
+    if (!KernelHasChanged()) return {};
 
     Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");
     return RenderFromStored();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
@@ -17,38 +18,39 @@ class WriteScope {
 public:
     WriteScope();
 
-    /// False when the lock was not had in time or the interrupted save could not be finished;
-    /// nothing may be written then.
-    bool ok() const { return ok_; }
+    /// Whether anything may be written: not when the lock was not had in time or the interrupted
+    /// save could not be finished.
+    const Result<void>& ready() const { return ready_; }
 
 private:
     ScopedLock lock_;
-    bool ok_;
+    Result<void> ready_;
 };
 
 /// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
-/// runs the steps. Requires the request lock. 0; -1 when the files were refused (nothing changed)
+/// runs the steps. Requires the request lock. Fails when the files were refused (nothing changed)
 /// or a step failed (the previous generation is in force again). `files` replace those of the same
 /// path in the generation.
-int SaveTransaction(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
-                    const std::vector<generation::ListFile>& files = {});
+Result<void> SaveTransaction(const settings::StoredSettings& wanted,
+                             const std::list<Callback>& steps,
+                             const std::vector<generation::ListFile>& files = {});
 
 /// Finishes or undoes the save that a killed process left behind, when this process holds the
-/// request lock; does nothing otherwise. Negative when the services cannot be brought in line.
-int FinishInterruptedSave();
+/// request lock; does nothing otherwise. Fails when the services cannot be brought in line.
+Result<void> FinishInterruptedSave();
 
 /// Renders all daemon files from the stored settings and stores, making the first generation where
 /// there is none (from etc/mailvane.conf if it exists, else from the defaults), and the account
-/// databases. Restarts no service. 0, negative on failure.
-int RenderAll();
+/// databases. Restarts no service.
+Result<void> RenderAll();
 
 /// Renders all daemon files from the stored settings as a save that changes no setting: judged, in
-/// force afterwards, or taken back. 0, negative on failure.
-int ApplyStored();
+/// force afterwards, or taken back.
+Result<void> ApplyStored();
 
 /// What a machine does before its mail services start: finishes an interrupted save, and renders
 /// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
-/// not start. 0, negative on failure.
-int RecoverAll();
+/// not start.
+Result<void> RecoverAll();
 
 }  // namespace host::save

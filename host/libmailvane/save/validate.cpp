@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
@@ -32,26 +31,29 @@ const char kOpenDmarc[] = "/usr/sbin/opendmarc";
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
                                   "regexp", "pcre",  "cidr", "sqlite", "ldap"};
 
-bool PortsAreFree(const settings::StoredSettings& wanted)
+Result<void> PortsAreFree(const settings::StoredSettings& wanted)
 {
     std::set<int> ports;
     for (const int port : settings::EnabledPorts(wanted)) {
         if (ports.insert(port).second) continue;
 
-        Log(LOG_ERR, "refused: port %d is given to two services", port);
-        return false;
+        const std::string about = "port " + std::to_string(port);
+        return Reason{ReasonCode::kTaken, about, "refused: " + about + " is given to two services"};
     }
 
     const std::set<int> taken = system::PortsHeldByOthers(ports);
-    if (!taken.empty()) Log(LOG_ERR, "refused: port %d is in use", *taken.begin());
-    return taken.empty();
+    if (taken.empty()) return {};
+    const std::string about = "port " + std::to_string(*taken.begin());
+    return Reason{ReasonCode::kPortInUse, about, "refused: " + about + " is in use"};
 }
 
-/// Whether no service stands twice in master.cf, where the administrator's own are added to ours.
-bool ServicesStandOnce(const generation::NextGeneration& next)
+/// Refuses a service that stands twice in master.cf, where the administrator's own are added to
+/// ours.
+Result<void> ServicesStandOnce(const generation::NextGeneration& next)
 {
     std::string text;
-    if (!ReadFile(next.directory() + "/postfix/master.cf", text)) return false;
+    const std::string path = next.directory() + "/postfix/master.cf";
+    if (!ReadFile(path, text)) return SystemReason(path, "cannot read " + path);
 
     std::istringstream lines(text);
     std::set<std::pair<std::string, std::string>> services;
@@ -63,19 +65,23 @@ bool ServicesStandOnce(const generation::NextGeneration& next)
         if (!isEntry || !(words >> name >> type)) continue;
         if (services.emplace(name, type).second) continue;
 
-        Log(LOG_ERR, "refused: the service %s/%s stands twice", name.c_str(), type.c_str());
-        return false;
+        const std::string service = name + "/" + type;
+        return Reason{ReasonCode::kTaken, service,
+                      "refused: the service " + service + " stands twice"};
     }
-    return true;
+    return {};
+}
+
+Reason RefusedBy(const std::string& program, const ProgramResult& result)
+{
+    return {ReasonCode::kDaemonRefuses, program, "refused by " + program + ": " + result.errors};
 }
 
 /// What a check of a daemon's files must not do: end with a failure, or complain.
-bool Passed(const ProgramResult& result, const char* check)
+Result<void> Passed(const ProgramResult& result, const char* check)
 {
-    if (result.Succeeded() && result.errors.empty()) return true;
-
-    Log(LOG_ERR, "refused by %s: %s", check, result.errors.c_str());
-    return false;
+    if (result.Succeeded() && result.errors.empty()) return {};
+    return RefusedBy(check, result);
 }
 
 /// The tables that a dump of Postfix parameters names, as `type:path`.
@@ -96,7 +102,7 @@ std::set<std::string> TablesIn(const std::string& parameters)
     return tables;
 }
 
-bool TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
+Result<void> TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
 {
     std::vector<std::vector<std::string>> queries;
     queries.reserve(tables.size());
@@ -110,12 +116,12 @@ bool TablesAnswer(const std::string& configuration, const std::set<std::string>&
     for (const ProgramResult& result : results) {
         // Status 1 with nothing to say: the table has no such entry.
         if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
-            Log(LOG_ERR, "refused: the table %s cannot be queried", table->c_str());
-            return false;
+            return Reason{ReasonCode::kDaemonRefuses, *table,
+                          "refused: the table " + *table + " cannot be queried"};
         }
         ++table;
     }
-    return true;
+    return {};
 }
 
 /// The parameters of both Postfix files, expanded.
@@ -128,18 +134,19 @@ std::vector<ProgramResult> DumpParameters(const std::string& configuration)
                        options);
 }
 
-bool ParametersAndTablesAreGood(const std::string& configuration)
+Result<void> ParametersAndTablesAreGood(const std::string& configuration)
 {
     const std::vector<ProgramResult> dumps = DumpParameters(configuration);
     std::string parameters;
     for (const ProgramResult& dump : dumps) {
-        if (!Passed(dump, "postconf")) return false;
+        Result<void> passed = Passed(dump, "postconf");
+        if (!passed) return passed;
         parameters += dump.output;
     }
     return TablesAnswer(configuration, TablesIn(parameters));
 }
 
-bool OwnChecksPass(const generation::NextGeneration& next)
+Result<void> OwnChecksPass(const generation::NextGeneration& next)
 {
     // Dovecot's files include the administrator's own, which may have changed at any time.
     std::vector<std::vector<std::string>> checks{
@@ -151,12 +158,9 @@ bool OwnChecksPass(const generation::NextGeneration& next)
     options.capture = true;
     const std::vector<ProgramResult> results = RunPrograms(checks, options);
     for (std::size_t i = 0; i < results.size(); ++i) {
-        if (results[i].Succeeded()) continue;
-
-        Log(LOG_ERR, "refused by %s: %s", checks[i].front().c_str(), results[i].errors.c_str());
-        return false;
+        if (!results[i].Succeeded()) return RefusedBy(checks[i].front(), results[i]);
     }
-    return true;
+    return {};
 }
 
 /// A filter's configuration as it would be were the generation in force.
@@ -174,8 +178,8 @@ std::string AsInForce(const generation::NextGeneration& next, const std::string&
 }
 
 /// Has a filter check a configuration that it reads from its standard input.
-bool FilterAccepts(const generation::NextGeneration& next, const char* program, const char* option,
-                   const std::string& relative)
+Result<void> FilterAccepts(const generation::NextGeneration& next, const char* program,
+                           const char* option, const std::string& relative)
 {
     ProgramOptions options;
     options.capture = true;
@@ -183,24 +187,30 @@ bool FilterAccepts(const generation::NextGeneration& next, const char* program, 
     return Passed(RunProgram({program, "-n", option, "/dev/stdin"}, options), program);
 }
 
-bool FiltersAccept(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
+Result<void> FiltersAccept(const generation::NextGeneration& next,
+                           const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
     const bool dkim = render::DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
     const bool dmarc =
         render::DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
-    return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
-           (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
+    Result<void> accepted;
+    if (dkim) accepted = FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf");
+    if (accepted && dmarc) {
+        accepted = FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf");
+    }
+    return accepted;
 }
 
 /// The scanner's file is a program: it is run under the scanner's user.
-bool ScannerAccepts(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
+Result<void> ScannerAccepts(const generation::NextGeneration& next,
+                            const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when the scanner is switched on.
     if (!render::ScannerRuns(wanted) ||
         !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
-        return true;
+        return {};
     }
 
     ProgramOptions options;
@@ -209,22 +219,27 @@ bool ScannerAccepts(const generation::NextGeneration& next, const settings::Stor
         system::AsUser("amavis", {render::kScannerProgram, "-c",
                                   next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
-    if (!check.Succeeded())
-        Log(LOG_ERR, "refused by %s: %s", render::kScannerProgram, check.errors.c_str());
-    return check.Succeeded();
+    if (check.Succeeded()) return {};
+    return RefusedBy(render::kScannerProgram, check);
 }
 
 }  // namespace
 
-bool MapsAnswer(const generation::NextGeneration& next)
+Result<void> MapsAnswer(const generation::NextGeneration& next)
 {
     return ParametersAndTablesAreGood(next.directory() + "/postfix");
 }
 
-bool JudgeGeneration(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
+Result<void> JudgeGeneration(const generation::NextGeneration& next,
+                             const settings::StoredSettings& wanted)
 {
-    return PortsAreFree(wanted) && ServicesStandOnce(next) && MapsAnswer(next) &&
-           OwnChecksPass(next) && FiltersAccept(next, wanted) && ScannerAccepts(next, wanted);
+    Result<void> good = PortsAreFree(wanted);
+    if (good) good = ServicesStandOnce(next);
+    if (good) good = MapsAnswer(next);
+    if (good) good = OwnChecksPass(next);
+    if (good) good = FiltersAccept(next, wanted);
+    if (good) good = ScannerAccepts(next, wanted);
+    return good;
 }
 
 }  // namespace host::save

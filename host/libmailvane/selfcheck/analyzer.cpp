@@ -108,7 +108,7 @@ Analyzer::~Analyzer() {}
 int Analyzer::Analyze(std::list<Result>& results)
 {
     const auto settings = host::settings::StoredSettings::Read();
-    if (!settings) return -1;
+    if (!host::Succeeded(settings)) return -1;
 
     // What is switched off as a whole is not looked at.
     const std::vector<host::selfcheck::Check> checks = host::selfcheck::AllChecks();

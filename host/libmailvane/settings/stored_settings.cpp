@@ -31,18 +31,15 @@ StoredSettings::StoredSettings() : file_(KeyValueFile::Parse(""))
     for (const SettingInfo& setting : AllSettings()) values_[setting.name] = setting.fallback;
 }
 
-std::optional<StoredSettings> StoredSettings::Read()
+Result<StoredSettings> StoredSettings::Read()
 {
     return ReadFrom(PackagePath("etc"));
 }
 
-std::optional<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
+Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
 {
     std::optional<KeyValueFile> file = KeyValueFile::Read(folder + "/mailvane.conf");
-    if (!file) {
-        Log(LOG_ERR, "cannot read the settings: %s", ErrnoText());
-        return std::nullopt;
-    }
+    if (!file) return SystemReason("settings", "cannot read the settings");
 
     StoredSettings settings;
     settings.file_ = std::move(*file);

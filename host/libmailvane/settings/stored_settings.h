@@ -2,12 +2,12 @@
 #pragma once
 
 #include <list>
-#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/settings/account_combination.h"
 
 namespace host::settings {
@@ -28,12 +28,12 @@ struct Blocklist {
 class StoredSettings {
 public:
     /// Reads etc/mailvane.conf, etc/domains and etc/dnsbl. A setting that the file lacks, or has
-    /// with a value it cannot take (logged), has its default. Nothing when the settings file cannot
+    /// with a value it cannot take (logged), has its default. Fails when the settings file cannot
     /// be read.
-    static std::optional<StoredSettings> Read();
+    static Result<StoredSettings> Read();
 
     /// The same of the three files in another folder.
-    static std::optional<StoredSettings> ReadFrom(const std::string& folder);
+    static Result<StoredSettings> ReadFrom(const std::string& folder);
 
     /// The defaults.
     StoredSettings();

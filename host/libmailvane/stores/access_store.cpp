@@ -44,6 +44,18 @@ bool SuitsList(Type type, NameType kind)
     return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
 }
 
+/// What keeps an entry from the lists; null when nothing does.
+const char* FaultOf(const AccessInfo& entry, bool nameIsGood)
+{
+    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such list";
+    if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
+        return "there is no such permission";
+    }
+    if (!nameIsGood) return "the name is none of its kind";
+    const bool suits = SuitsList(entry.type, entry.nameType);
+    return suits ? nullptr : "the list does not look at names of this kind";
+}
+
 /// Runs an INSERT of one entry; the number of rows that came in.
 int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 {
@@ -56,22 +68,14 @@ int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 
 }  // namespace
 
-bool MakeStored(AccessInfo& entry, std::string& fault)
+Result<AccessInfo> MakeStored(AccessInfo entry)
 {
     const std::optional<std::string> name = names::StoredName(entry.nameType, entry.name);
-    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
-        fault = "there is no such list";
-    } else if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
-        fault = "there is no such permission";
-    } else if (!name) {
-        fault = "the name is none of its kind";
-    } else if (!SuitsList(entry.type, entry.nameType)) {
-        fault = "the list does not look at names of this kind";
-    } else {
-        entry.name = *name;
-        return true;
-    }
-    return false;
+    const char* fault = FaultOf(entry, name.has_value());
+    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
+
+    entry.name = *name;
+    return entry;
 }
 
 std::string AccessLine(const AccessInfo& entry)
@@ -79,17 +83,19 @@ std::string AccessLine(const AccessInfo& entry)
     return names::NameInText(entry.nameType, entry.name) + " " + Access::StatusToStr(entry.status);
 }
 
-bool ParseAccessLine(const std::string& line, Type type, AccessInfo& entry)
+Result<AccessInfo> ParseAccessLine(const std::string& line, Type type)
 {
     const auto end = line.find(' ');
     const auto second = line.find_first_not_of(' ', end);
-    if (second == std::string::npos) return false;
-
+    if (second == std::string::npos) {
+        return Reason{ReasonCode::kRefused, line, "is not a name and its permission"};
+    }
+    AccessInfo entry;
     entry.type = type;
     entry.name = line.substr(0, end);
     entry.nameType = names::KindInText(entry.name);
     entry.status = Access::StrToStatus(line.substr(second).c_str());
-    return true;
+    return MakeStored(std::move(entry));
 }
 
 int CountAccess(SQLite::Database& store, const Filter& filter)
@@ -117,10 +123,11 @@ std::list<AccessInfo> ReadAccess(SQLite::Database& store, Type type)
     return Entries(query);
 }
 
-bool InsertAccess(SQLite::Database& store, const AccessInfo& entry)
+Result<void> InsertAccess(SQLite::Database& store, const AccessInfo& entry)
 {
     SQLite::Statement insert(store, "INSERT OR IGNORE INTO access VALUES (?, ?, ?, ?)");
-    return Insert(insert, entry) > 0;
+    if (Insert(insert, entry) > 0) return {};
+    return Reason{ReasonCode::kTaken, entry.name, "there is an entry of this name"};
 }
 
 void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)

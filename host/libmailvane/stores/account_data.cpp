@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include "host/libhaldcore/files.h"
@@ -59,7 +58,7 @@ bool HasJournal(const std::string& database)
 }
 
 /// Moves a live database to the parked name of its combination. What lies there already is kept.
-bool Park(const AccountStore& store, const settings::AccountCombination& owner)
+Result<void> Park(const AccountStore& store, const settings::AccountCombination& owner)
 {
     const std::string live = PackagePath(store.live);
     if (!CanBeParked(owner))
@@ -67,54 +66,55 @@ bool Park(const AccountStore& store, const settings::AccountCombination& owner)
 
     const std::string parked = ParkedPath(owner, store.parkedSuffix);
     if (!MakeDirectories(ParkingFolder(), 0755)) {
-        Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), std::strerror(errno));
-        return false;
+        return SystemReason(ParkingFolder(), "cannot make " + ParkingFolder());
     }
-    if (system::NameExists(parked) && !system::KeepAside(parked, "would be overwritten"))
-        return false;
-    return system::MoveDurably(live, parked);
+    Result<void> free;
+    if (system::NameExists(parked)) free = system::KeepAside(parked, "would be overwritten");
+    return free ? system::MoveDurably(live, parked) : free;
 }
 
 /// Takes away a live database that is not one of the `stored` combination.
-bool ClearLive(const AccountStore& store, const settings::AccountCombination& stored)
+Result<void> ClearLive(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string live = PackagePath(store.live);
     // A journal without its database would be rolled back into the next one of that name.
     if (!system::NameExists(live)) {
-        return !HasJournal(live) || system::KeepAside(live, "is missing and left a journal");
+        if (!HasJournal(live)) return {};
+        return system::KeepAside(live, "is missing and left a journal");
     }
 
     const std::optional<settings::AccountCombination> owner = RecordedCombination(live);
-    if (owner == stored) return true;
+    if (owner == stored) return {};
     if (!owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
     return Park(store, *owner);
 }
 
 /// Brings back the parked database of the `stored` combination, if there is a usable one.
-bool Unpark(const AccountStore& store, const settings::AccountCombination& stored)
+Result<void> Unpark(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string parked = ParkedPath(stored, store.parkedSuffix);
-    if (!system::NameExists(parked)) return true;
+    if (!system::NameExists(parked)) return {};
     if (RecordedCombination(parked) == stored)
         return system::MoveDurably(parked, PackagePath(store.live));
     return system::KeepAside(parked, "is damaged or not what its name says");
 }
 
-bool HealStore(const AccountStore& store, const settings::AccountCombination& stored,
-               bool& exchanged)
+Result<void> HealStore(const AccountStore& store, const settings::AccountCombination& stored,
+                       bool& exchanged)
 {
     const std::string live = PackagePath(store.live);
-    if (CarriesStamp(live, stored) && !HasJournal(live)) return true;
+    if (CarriesStamp(live, stored) && !HasJournal(live)) return {};
 
-    if (!ClearLive(store, stored)) return false;
-    if (!system::NameExists(live)) {
+    Result<void> done = ClearLive(store, stored);
+    if (done && !system::NameExists(live)) {
         exchanged = true;
-        if (!Unpark(store, stored)) return false;
-        if (!system::NameExists(live) && !CreateAccountDatabase(live, store.schema, stored))
-            return false;
+        done = Unpark(store, stored);
+        if (done && !system::NameExists(live)) {
+            done = CreateAccountDatabase(live, store.schema, stored);
+        }
     }
-    if (!CarriesStamp(live, stored)) Stamp(live, store.schema, stored);
-    return true;
+    if (done && !CarriesStamp(live, stored)) Stamp(live, store.schema, stored);
+    return done;
 }
 
 /// The settings file as it is; an empty one when there is none yet.
@@ -136,24 +136,24 @@ bool StoreAlwaysBcc(const std::string& address, bool& exchanged)
     return settings->Set(kAlwaysBccKey, address) && settings->Write(path, 0600);
 }
 
-bool HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
+Result<void> HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
 {
     const std::string path = ParkedPath(stored, kAlwaysBccSuffix);
-    if (!system::NameExists(path)) return true;
+    if (!system::NameExists(path)) return {};
 
     const std::optional<KeyValueFile> parked = KeyValueFile::Read(path);
     if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""), exchanged)) {
-        Log(LOG_ERR, "cannot bring back %s from %s: %s", kAlwaysBccKey, path.c_str(),
-            std::strerror(errno));
-        return false;
+        return SystemReason(path,
+                            std::string("cannot bring back ") + kAlwaysBccKey + " from " + path);
     }
     return system::RemoveDurably(path);
 }
 
-bool HealAll(const settings::AccountCombination& stored, bool& exchanged)
+Result<void> HealAll(const settings::AccountCombination& stored, bool& exchanged)
 {
     for (const AccountDatabase which : kDatabases) {
-        if (!HealStore(StoreOf(which), stored, exchanged)) return false;
+        Result<void> healed = HealStore(StoreOf(which), stored, exchanged);
+        if (!healed) return healed;
     }
     return HealAlwaysBcc(stored, exchanged);
 }
@@ -169,19 +169,18 @@ bool AccountDataIsSound(const settings::AccountCombination& stored)
     return !CanBeParked(stored) || !system::NameExists(ParkedPath(stored, kAlwaysBccSuffix));
 }
 
-int HealAccountData(const settings::AccountCombination& stored, bool& exchanged)
+Result<void> HealAccountData(const settings::AccountCombination& stored, bool& exchanged)
 {
     exchanged = false;
     if (!LockIsHeld()) {
-        Log(LOG_ERR, "account data cannot be healed without the lock");
-        return -1;
+        return Reason{ReasonCode::kBusy, "request lock",
+                      "account data cannot be healed without the lock"};
     }
     if (!CanBeParked(stored)) {
-        Log(LOG_ERR, "the account domain %s cannot be part of a file name", stored.domain.c_str());
-        return -1;
+        return Reason{ReasonCode::kRefused, "acc_domain_name",
+                      "the account domain " + stored.domain + " cannot be part of a file name"};
     }
-    return system::WithoutExceptions("healing account data",
-                                     [&] { return HealAll(stored, exchanged) ? 0 : -1; });
+    return system::Attempt("healing account data", [&] { return HealAll(stored, exchanged); });
 }
 
 std::string ParkedAlwaysBcc(const settings::AccountCombination& combination)
@@ -191,23 +190,22 @@ std::string ParkedAlwaysBcc(const settings::AccountCombination& combination)
     return parked ? parked->Get(kAlwaysBccKey).value_or("") : "";
 }
 
-bool ParkAlwaysBcc(const settings::AccountCombination& combination, const std::string& address)
+Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
+                           const std::string& address)
 {
     KeyValueFile parked = KeyValueFile::Parse("");
     if (CanBeParked(combination) && MakeDirectories(ParkingFolder(), 0755) &&
         parked.Set(kAlwaysBccKey, address) &&
         parked.Write(ParkedPath(combination, kAlwaysBccSuffix), 0600)) {
-        return true;
+        return {};
     }
-
-    Log(LOG_ERR, "cannot park %s: %s", kAlwaysBccKey, ErrnoText());
-    return false;
+    return SystemReason(kAlwaysBccKey, std::string("cannot park ") + kAlwaysBccKey);
 }
 
-int ForgetParkedAlwaysBcc(const settings::AccountCombination& stored)
+Result<void> ForgetParkedAlwaysBcc(const settings::AccountCombination& stored)
 {
-    if (!CanBeParked(stored)) return -1;
-    return system::RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix)) ? 0 : -1;
+    if (!CanBeParked(stored)) return Reason{ReasonCode::kRefused, "acc_domain_name", ""};
+    return system::RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix));
 }
 
 }  // namespace host::stores

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/settings/account_combination.h"
 
 namespace host::stores {
@@ -17,17 +18,16 @@ bool AccountDataIsSound(const settings::AccountCombination& stored);
 /// the stored combination comes back, and only where there is none an empty one is made. A damaged
 /// file is kept under another name. Needs the request lock; may be killed and repeated at any
 /// moment. `exchanged` tells whether anything live was changed, so that what was generated from it
-/// is out of date; it is set on failure too. 0, or -1 (logged) when it could not be completed.
-int HealAccountData(const settings::AccountCombination& stored, bool& exchanged);
+/// is out of date; it is set on failure too.
+Result<void> HealAccountData(const settings::AccountCombination& stored, bool& exchanged);
 
-/// The copy address parked under a combination, and parking one there. Parking is false, logged, on
-/// failure.
+/// The copy address parked under a combination, and parking one there.
 std::string ParkedAlwaysBcc(const settings::AccountCombination& combination);
-bool ParkAlwaysBcc(const settings::AccountCombination& combination, const std::string& address);
+Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
+                           const std::string& address);
 
 /// Forgets the copy address that was parked under the `stored` combination when a switch away from
 /// it began. To be called once that combination's settings are saved, whether or not it changed.
-/// 0, or -1 (logged).
-int ForgetParkedAlwaysBcc(const settings::AccountCombination& stored);
+Result<void> ForgetParkedAlwaysBcc(const settings::AccountCombination& stored);
 
 }  // namespace host::stores

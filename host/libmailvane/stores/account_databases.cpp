@@ -2,8 +2,6 @@
 // etc/mailvane.db.
 #include "host/libmailvane/stores/account_databases.h"
 
-#include <stdexcept>
-
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/stores/access_store.h"
 #include "host/libmailvane/stores/account_record.h"
@@ -38,11 +36,13 @@ std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
     return system::OpenForReading(PackagePath(store.live), store.schema);
 }
 
-SQLite::Database ChangeAccountDatabase(AccountDatabase which)
+Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
     const std::string path = PackagePath(store.live);
-    if (!system::NameExists(path)) throw std::runtime_error(path + " is missing");
+    if (!system::NameExists(path)) {
+        return Reason{ReasonCode::kMissing, path, path + " is missing"};
+    }
     return system::OpenForChange(path, store.schema);
 }
 

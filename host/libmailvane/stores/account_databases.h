@@ -26,8 +26,7 @@ const AccountStore& StoreOf(AccountDatabase which);
 std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
 /// Opens an account database for changes. It must be there: callers heal the account data first, so
-/// that a new one records its combination. Throws as `OpenForChange`, and std::runtime_error when
-/// it is missing.
-SQLite::Database ChangeAccountDatabase(AccountDatabase which);
+/// that a new one records its combination. Throws as `OpenForChange`.
+Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
 
 }  // namespace host::stores

@@ -74,12 +74,14 @@ std::optional<settings::AccountCombination> RecordedCombination(const std::strin
     }
 }
 
-bool CreateAccountDatabase(const std::string& path, const system::Schema& schema,
-                           const settings::AccountCombination& combination)
+Result<void> CreateAccountDatabase(const std::string& path, const system::Schema& schema,
+                                   const settings::AccountCombination& combination)
 {
     const std::string unfinished = path + ".new";
-    if (!system::RemoveDurably(unfinished + "-journal") || !system::RemoveDurably(unfinished))
-        return false;
+    for (const std::string& left : {unfinished + "-journal", unfinished}) {
+        Result<void> removed = system::RemoveDurably(left);
+        if (!removed) return removed;
+    }
     {
         SQLite::Database database = system::OpenForChange(unfinished, schema);
         SQLite::Statement insert(database, "INSERT INTO account (type, domain) VALUES (?, ?)");

@@ -24,9 +24,9 @@ bool CarriesStamp(const std::string& path, const settings::AccountCombination& c
 std::optional<settings::AccountCombination> RecordedCombination(const std::string& path);
 
 /// Makes an empty database that records `combination`, not yet stamped; it gets its name only when
-/// it is complete. Throws SQLite::Exception. False, logged, when it could not be given its name.
-bool CreateAccountDatabase(const std::string& path, const system::Schema& schema,
-                           const settings::AccountCombination& combination);
+/// it is complete. Throws SQLite::Exception.
+Result<void> CreateAccountDatabase(const std::string& path, const system::Schema& schema,
+                                   const settings::AccountCombination& combination);
 
 /// Writes the stamp of a database that records `combination`. Throws SQLite::Exception.
 void Stamp(const std::string& path, const system::Schema& schema,

@@ -81,13 +81,16 @@ AliasEntries ReadAliases()
     return entries;
 }
 
-void ChangeAliases(const AliasChange& change)
+Result<void> ChangeAliases(const AliasChange& change)
 {
-    SQLite::Database database = ChangeAccountDatabase(AccountDatabase::kAlias);
-    SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    Remove(database, change.removed);
-    Add(database, change.added);
+    Result<SQLite::Database> database = ChangeAccountDatabase(AccountDatabase::kAlias);
+    if (!database) return std::move(database).reason();
+
+    SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
+    Remove(*database, change.removed);
+    Add(*database, change.added);
     transaction.commit();
+    return {};
 }
 
 }  // namespace host::stores

@@ -14,7 +14,8 @@ constexpr char kAliasTables[] =
 /// All aliases in order; none when there is no database. Throws as `ReadAccountDatabase`.
 AliasEntries ReadAliases();
 
-/// Makes a change in one transaction. Throws as `ChangeAccountDatabase`, with nothing changed.
-void ChangeAliases(const AliasChange& change);
+/// Makes a change in one transaction; nothing has changed after a failure. Throws as
+/// `ChangeAccountDatabase`.
+Result<void> ChangeAliases(const AliasChange& change);
 
 }  // namespace host::stores

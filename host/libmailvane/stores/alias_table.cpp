@@ -26,6 +26,17 @@ std::set<Identity> Identities(const Members& members)
     return identities;
 }
 
+Reason Missing(const std::string& name)
+{
+    return {ReasonCode::kMissing, name, "an alias that does not exist"};
+}
+
+Result<void> CheckName(const std::string& name)
+{
+    if (names::IsLocalPart(name)) return {};
+    return Reason{ReasonCode::kRefused, name, "no name of an alias"};
+}
+
 }  // namespace
 
 AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
@@ -66,36 +77,37 @@ AliasEntry& AliasTable::Edit(const std::string& name)
     return entries_.back();
 }
 
-std::string AliasTable::FaultOf(const MemberInfo& member, const std::string& owner) const
+Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owner) const
 {
-    std::string fault = names::MemberFault(member);
-    if (!fault.empty() || member.type != names::kAliasMember) return fault;
+    Result<void> checked = names::CheckMember(member);
+    if (!checked || member.type != names::kAliasMember) return checked;
 
-    const bool known = member.name == owner || Find(member.name) != nullptr;
-    return known ? "" : "an alias that does not exist";
+    if (member.name == owner || Find(member.name) != nullptr) return {};
+    return Missing(member.name);
 }
 
-std::string AliasTable::Add(const std::string& name, const std::list<MemberInfo>& members)
+Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo>& members)
 {
-    if (!names::IsLocalPart(name)) return "no name of an alias";
+    Result<void> named = CheckName(name);
+    if (!named) return named;
     if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
-        return "a name that another alias has in other letters";
+        return Reason{ReasonCode::kTaken, name, "a name that another alias has in other letters"};
     }
     for (const MemberInfo& member : members) {
-        std::string fault = FaultOf(member, name);
-        if (!fault.empty()) return fault;
+        Result<void> checked = Check(member, name);
+        if (!checked) return checked;
     }
     AliasEntry& entry = Edit(name);
     std::set<Identity> present = Identities(entry.members);
     for (const MemberInfo& member : members) {
         if (present.insert(IdentityOf(member)).second) entry.members.push_back(member);
     }
-    return "";
+    return {};
 }
 
-bool AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& members)
+Result<void> AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& members)
 {
-    if (Find(name) == nullptr) return false;
+    if (Find(name) == nullptr) return Missing(name);
 
     AliasEntry& entry = Edit(name);
     const std::set<Identity> leaving = Identities(members);
@@ -104,17 +116,20 @@ bool AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& me
     };
     auto& all = entry.members;
     all.erase(std::remove_if(all.begin(), all.end(), isLeaving), all.end());
-    return true;
+    return {};
 }
 
-std::string AliasTable::Rename(const std::string& from, const std::string& to)
+Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
 {
     const AliasEntry* old = Find(from);
-    if (old == nullptr) return "an alias that does not exist";
-    if (!names::IsLocalPart(to)) return "no name of an alias";
+    if (old == nullptr) return Missing(from);
+    Result<void> named = CheckName(to);
+    if (!named) return named;
 
     const AliasEntry* taken = FindAnyCase(to);
-    if (taken != nullptr && taken != old) return "a name that another alias has";
+    if (taken != nullptr && taken != old) {
+        return Reason{ReasonCode::kTaken, to, "a name that another alias has"};
+    }
 
     auto node = byName_.extract(names::InLowerCase(from));
     Touch(*node.mapped());
@@ -122,7 +137,7 @@ std::string AliasTable::Rename(const std::string& from, const std::string& to)
     node.key() = names::InLowerCase(to);
     byName_.insert(std::move(node));
     Follow({{names::InLowerCase(from), to}});
-    return "";
+    return {};
 }
 
 void AliasTable::Replace(const std::vector<AliasEntry>& aliases)

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "platform/mailvane/alias.h"
 
 namespace host::stores {
@@ -39,12 +40,13 @@ public:
     const AliasEntry* FindAnyCase(const std::string& name) const;
 
     /// Adds members that are not there yet. A missing alias is made, at the end of the table.
-    /// Returns what is wrong, with nothing changed; empty when it is done.
-    std::string Add(const std::string& name, const std::list<MemberInfo>& members);
-    /// Removes members; those that are none are left out. False when there is no such alias.
-    bool Remove(const std::string& name, const std::list<MemberInfo>& members);
-    /// Returns what is wrong, with nothing changed: no old name, or no new one that is free.
-    std::string Rename(const std::string& from, const std::string& to);
+    /// Nothing has changed when it is refused.
+    Result<void> Add(const std::string& name, const std::list<MemberInfo>& members);
+    /// Removes members; those that are none are left out. Refused when there is no such alias.
+    Result<void> Remove(const std::string& name, const std::list<MemberInfo>& members);
+    /// Refused, with nothing changed, when there is no such alias, or the new name is none or
+    /// taken.
+    Result<void> Rename(const std::string& from, const std::string& to);
     /// Gives aliases, some of them new, exactly these members. All names must be good.
     void Replace(const std::vector<AliasEntry>& aliases);
     /// Removes aliases; absent ones are left out.
@@ -59,7 +61,7 @@ private:
     /// An alias about to change, made when it is missing.
     AliasEntry& Edit(const std::string& name);
     void Touch(const AliasEntry& entry);
-    std::string FaultOf(const MemberInfo& member, const std::string& owner) const;
+    Result<void> Check(const MemberInfo& member, const std::string& owner) const;
     /// Renames the members that are one of these aliases, by their names in lower case; removes
     /// those whose new name is empty.
     void Follow(const std::unordered_map<std::string, std::string>& newNames);

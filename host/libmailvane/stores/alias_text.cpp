@@ -44,22 +44,22 @@ MemberInfo ParseMember(std::string_view text)
 }
 
 /// Whether a bare name could be that of a user, which every alias's name could.
-std::string FaultOf(MemberInfo member)
+Result<void> Check(MemberInfo member)
 {
     if (member.type == kBareName) member.type = names::kUserMember;
-    return names::MemberFault(member);
+    return names::CheckMember(member);
 }
 
 /// Takes the lines of a file one after the other.
 class AliasReader {
 public:
-    /// What is wrong with a line; empty when it was taken.
-    std::string Take(const std::string& line)
+    Result<void> Take(const std::string& line)
     {
         const std::size_t colon = line.find(':');
         if (colon != std::string::npos) return TakeAlias(line, colon);
-        if (!open_) return "no colon after the name of an alias";
-
+        if (!open_) {
+            return Reason{ReasonCode::kRefused, line, "no colon after the name of an alias"};
+        }
         return TakeMembers(line);
     }
 
@@ -74,27 +74,29 @@ public:
     }
 
 private:
-    std::string TakeAlias(const std::string& line, std::size_t colon)
+    Result<void> TakeAlias(const std::string& line, std::size_t colon)
     {
         const std::string name(Trim(std::string_view(line).substr(0, colon)));
         open_ = true;  // members may follow, whatever is wrong with the name
         aliases_.push_back({0, name, {}});
-        std::string fault = TakeMembers(line.substr(colon + 1));
-        if (!names::IsLocalPart(name)) return "no name of an alias";
-        if (!byName_.emplace(names::InLowerCase(name), aliases_.size() - 1).second) {
-            return "an alias that stands in the file twice";
+        Result<void> taken = TakeMembers(line.substr(colon + 1));
+        if (!names::IsLocalPart(name)) {
+            return Reason{ReasonCode::kRefused, name, "no name of an alias"};
         }
-        return fault;
+        if (!byName_.emplace(names::InLowerCase(name), aliases_.size() - 1).second) {
+            return Reason{ReasonCode::kTaken, name, "an alias that stands in the file twice"};
+        }
+        return taken;
     }
 
     /// A list that ends with a comma, or has not begun, goes on in the next line.
-    std::string TakeMembers(std::string_view text)
+    Result<void> TakeMembers(std::string_view text)
     {
         text = Trim(text);
-        if (text.empty()) return "";
+        Result<void> taken;
+        if (text.empty()) return taken;
 
         open_ = text.back() == ',';
-        std::string fault;
         while (!text.empty()) {
             const std::size_t end = std::min(text.find(','), text.size());
             const std::string_view word = Trim(text.substr(0, end));
@@ -102,10 +104,10 @@ private:
             if (word.empty()) continue;
 
             const MemberInfo member = ParseMember(word);
-            if (fault.empty()) fault = FaultOf(member);
+            if (taken) taken = Check(member);
             aliases_.back().members.push_back(member);
         }
-        return fault;
+        return taken;
     }
 
     void ResolveName(const AliasTable& table, MemberInfo& member) const
@@ -155,15 +157,14 @@ std::string AliasText(const AliasTable& table)
     return text;
 }
 
-bool ReadAliasText(const std::string& path, const AliasTable& table,
-                   std::vector<AliasEntry>& aliases)
+Result<std::vector<AliasEntry>> ReadAliasText(const std::string& path, const AliasTable& table)
 {
     AliasReader reader;
     const auto take = [&reader](const std::string& line) { return reader.Take(line); };
-    if (!names::ReadListText(path, take)) return false;
+    Result<void> taken = names::ReadListText(path, take);
+    if (!taken) return std::move(taken).reason();
 
-    aliases = reader.Resolve(table);
-    return true;
+    return reader.Resolve(table);
 }
 
 }  // namespace host::stores

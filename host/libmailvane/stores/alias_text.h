@@ -12,8 +12,7 @@ namespace host::stores {
 std::string AliasText(const AliasTable& table);
 
 /// Reads the aliases of a text file. A bare name is an alias when the file or `table` has one of
-/// that name, else a user. False, with each bad line logged, when anything is wrong.
-bool ReadAliasText(const std::string& path, const AliasTable& table,
-                   std::vector<AliasEntry>& aliases);
+/// that name, else a user. Refused as a whole, as `ReadListText` does, when anything is wrong.
+Result<std::vector<AliasEntry>> ReadAliasText(const std::string& path, const AliasTable& table);
 
 }  // namespace host::stores

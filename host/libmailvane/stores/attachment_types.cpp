@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <sstream>
-#include <stdexcept>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/names/list_names.h"
 
@@ -30,12 +28,14 @@ bool IsTypeCharacter(char c)
 
 }  // namespace
 
-std::vector<std::string> AttachmentTypes()
+Result<std::vector<std::string>> AttachmentTypes()
 {
     std::string text;
     if (!ReadFile(ListPath(), text)) {
-        if (errno == ENOENT) return {};
-        throw std::runtime_error("cannot read " + ListPath() + ": " + ErrnoText());
+        if (errno != ENOENT) {
+            return SystemReason(ListPath(), "cannot read " + ListPath());
+        }
+        text.clear();
     }
     std::vector<std::string> types;
     std::istringstream words(text);
@@ -59,14 +59,12 @@ std::optional<std::string> StoredAttachmentType(const std::string& text)
     return type;
 }
 
-int StoreAttachmentTypes(const std::vector<std::string>& types)
+Result<void> StoreAttachmentTypes(const std::vector<std::string>& types)
 {
     std::string text;
     for (const std::string& type : types) text += type + "\n";
-    if (ReplaceFile(ListPath(), text, 0644)) return 0;
-
-    Log(LOG_ERR, "cannot write the attachment types: %s", ErrnoText());
-    return -1;
+    if (ReplaceFile(ListPath(), text, 0644)) return {};
+    return SystemReason("attachment types", "cannot write the attachment types");
 }
 
 }  // namespace host::stores

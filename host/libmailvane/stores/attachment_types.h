@@ -5,14 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::stores {
 
 /// The types in stored order: file name extensions in lower case, without a dot in front. None when
-/// there is no list. Throws std::runtime_error when it cannot be read.
-std::vector<std::string> AttachmentTypes();
+/// there is no list.
+Result<std::vector<std::string>> AttachmentTypes();
 
-/// Replaces the list. 0, or -1 (logged). Requires the request lock.
-int StoreAttachmentTypes(const std::vector<std::string>& types);
+/// Replaces the list. Requires the request lock.
+Result<void> StoreAttachmentTypes(const std::vector<std::string>& types);
 
 /// The one spelling under which a type is stored (`.EXE` and `*.exe` are `exe`); nothing when
 /// `text` is no extension: letters, digits, "_", "+", "-", inner dots, 32 bytes at most.

@@ -47,19 +47,24 @@ int Insert(SQLite::Statement& insert, const BccInfo& rule)
 
 }  // namespace
 
-bool MakeStored(BccInfo& rule, std::string& fault)
+Result<BccInfo> MakeStored(BccInfo rule)
 {
     rule.name = names::InLowerCase(rule.name);
     if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
-        fault = "there is no such type of rules";
-    } else if (!IsRuleName(rule.name)) {
-        fault = "the name is no address, user or @domain";
-    } else if (!names::IsMailAddress(rule.bccTo)) {
-        fault = "the copy goes to what is no address or user";
-    } else {
-        return true;
+        return Reason{ReasonCode::kRefused, rule.name, "there is no such type of rules"};
     }
-    return false;
+    if (!IsRuleName(rule.name)) {
+        return Reason{ReasonCode::kRefused, rule.name, "the name is no address, user or @domain"};
+    }
+    Result<void> target = CheckCopyTarget(rule.bccTo);
+    if (!target) return std::move(target).reason();
+    return rule;
+}
+
+Result<void> CheckCopyTarget(const std::string& address)
+{
+    if (names::IsMailAddress(address)) return {};
+    return Reason{ReasonCode::kRefused, address, "the copy goes to what is no address or user"};
 }
 
 int CountBcc(SQLite::Database& store, const Filter& filter)
@@ -94,10 +99,11 @@ std::string BccText(SQLite::Database& store, BccType type)
     return text;
 }
 
-bool InsertBcc(SQLite::Database& store, const BccInfo& rule)
+Result<void> InsertBcc(SQLite::Database& store, const BccInfo& rule)
 {
     SQLite::Statement insert(store, "INSERT OR IGNORE INTO bcc VALUES (?, ?, ?)");
-    return Insert(insert, rule) > 0;
+    if (Insert(insert, rule) > 0) return {};
+    return Reason{ReasonCode::kTaken, rule.name, "there is a rule of this name"};
 }
 
 void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules)

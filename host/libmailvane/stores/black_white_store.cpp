@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/stores/list_store.h"
@@ -57,13 +56,23 @@ int ListOfStored(SQLite::Statement& find, const BlackWhite& entry)
     return find.executeStep() ? find.getColumn(0).getInt() : -1;
 }
 
-bool MayStand(int stored, const BlackWhite& entry, bool again)
+Result<void> MayStand(int stored, const BlackWhite& entry, bool again)
 {
-    if (stored < 0 || (again && stored == entry.blackWhite)) return true;
+    if (stored < 0 || (again && stored == entry.blackWhite)) return {};
 
-    Log(LOG_ERR, "black and white list: refused: '%s' stands on the %s list already",
-        entry.name.c_str(), stored == BLACK_LIST ? "black" : "white");
-    return false;
+    const char* list = stored == BLACK_LIST ? "black" : "white";
+    return Reason{ReasonCode::kTaken, entry.name,
+                  "'" + entry.name + "' stands on the " + list + " list already"};
+}
+
+/// What keeps an entry from the lists; null when nothing does.
+const char* FaultOf(const BlackWhite& entry, bool nameIsGood)
+{
+    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such type";
+    if (!nameIsGood) return "the name is none of its kind";
+    // Clients are known by their addresses, senders and recipients by mail addresses.
+    const bool suits = IsIp(entry) == (entry.type == TYPE_CLIENT);
+    return suits ? nullptr : "the type does not go with a name of this kind";
 }
 
 }  // namespace
@@ -73,22 +82,15 @@ BlackWhiteType ListOf(int blackWhite)
     return blackWhite == BLACK_LIST ? BLACK_LIST : WHITE_LIST;
 }
 
-bool MakeStored(BlackWhite& entry, std::string& fault)
+Result<BlackWhite> MakeStored(BlackWhite entry)
 {
     const std::optional<std::string> name = names::StoredName(KindOf(entry), entry.name);
-    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
-        fault = "there is no such type";
-    } else if (!name) {
-        fault = "the name is none of its kind";
-    } else if (IsIp(entry) != (entry.type == TYPE_CLIENT)) {
-        // Clients are known by their addresses, senders and recipients by mail addresses.
-        fault = "the type does not go with a name of this kind";
-    } else {
-        entry.name = *name;
-        entry.blackWhite = ListOf(entry.blackWhite);
-        return true;
-    }
-    return false;
+    const char* fault = FaultOf(entry, name.has_value());
+    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
+
+    entry.name = *name;
+    entry.blackWhite = ListOf(entry.blackWhite);
+    return entry;
 }
 
 std::string BlackWhiteLine(const BlackWhite& entry)
@@ -96,19 +98,22 @@ std::string BlackWhiteLine(const BlackWhite& entry)
     return std::string(kTypeNames[entry.type]) + " " + names::NameInText(KindOf(entry), entry.name);
 }
 
-bool ParseBlackWhiteLine(const std::string& line, BlackWhite& entry)
+Result<BlackWhite> ParseBlackWhiteLine(const std::string& line, BlackWhiteType list)
 {
     const auto end = line.find(' ');
     const auto second = line.find_first_not_of(' ', end);
     const bool isAlone = second == std::string::npos;
     const auto* type = std::find(std::begin(kTypeNames), std::end(kTypeNames), line.substr(0, end));
-    if (isAlone != (type == std::end(kTypeNames))) return false;
-
+    if (isAlone != (type == std::end(kTypeNames))) {
+        return Reason{ReasonCode::kRefused, line, "is not sender, recipient or client and a name"};
+    }
+    BlackWhite entry;
+    entry.blackWhite = list;
     entry.name = isAlone ? line : line.substr(second);
     entry.nameType = names::KindInText(entry.name);
     const int typeOfKind = IsIp(entry) ? TYPE_CLIENT : TYPE_SENDER;
     entry.type = isAlone ? typeOfKind : static_cast<int>(type - std::begin(kTypeNames));
-    return true;
+    return MakeStored(std::move(entry));
 }
 
 int CountBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter)
@@ -138,14 +143,16 @@ std::list<BlackWhite> ReadBlackWhite(SQLite::Database& store, int type)
     return Entries(query);
 }
 
-bool InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries, bool again)
+Result<void> InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries,
+                              bool again)
 {
     SQLite::Transaction transaction(store);
     SQLite::Statement find(
         store, "SELECT black_white FROM black_white WHERE type = ? AND name = ? AND name_type = ?");
     SQLite::Statement insert(store, "INSERT OR IGNORE INTO black_white VALUES (?, ?, ?, ?)");
     for (const BlackWhite& entry : entries) {
-        if (!MayStand(ListOfStored(find, entry), entry, again)) return false;
+        Result<void> free = MayStand(ListOfStored(find, entry), entry, again);
+        if (!free) return free;
 
         SQLite::bind(insert, entry.type, entry.name, entry.nameType, entry.blackWhite);
         (void)insert.exec();
@@ -153,7 +160,7 @@ bool InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entr
     }
     find.reset();
     transaction.commit();
-    return true;
+    return {};
 }
 
 void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries)

@@ -2,6 +2,7 @@
 #include "host/libmailvane/system/database.h"
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <stdexcept>
@@ -51,7 +52,32 @@ bool IsOlder(SQLite::Database& database, const Schema& schema)
     return version < schema.version;
 }
 
+ReasonCode CodeOf(int sqliteCode)
+{
+    switch (sqliteCode) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return ReasonCode::kBusy;
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return ReasonCode::kDamaged;
+        case SQLITE_CANTOPEN:
+        case SQLITE_PERM:
+            return ReasonCode::kUnreadable;
+        default:
+            return ReasonCode::kSystem;
+    }
+}
+
 }  // namespace
+
+Reason ReasonOf(const std::exception& failure, const std::string& what)
+{
+    const auto* fromStore = dynamic_cast<const SQLite::Exception*>(&failure);
+    const ReasonCode code =
+        fromStore == nullptr ? ReasonCode::kSystem : CodeOf(fromStore->getErrorCode());
+    return {code, what, what + ": " + failure.what()};
+}
 
 void BringUpToDate(SQLite::Database& database, const Schema& schema)
 {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/result.h"
 
 namespace host::system {
 
@@ -41,6 +42,41 @@ std::optional<SQLite::Database> OpenForReading(const std::string& path, const Sc
 /// Opens whatever database lies at `path` for reading; nothing when there is none. What a killed
 /// writer left unfinished is rolled back by the first query. Throws SQLite::Exception.
 std::optional<SQLite::Database> OpenAsItIs(const std::string& path);
+
+namespace detail {
+
+template <typename T>
+struct ResultOf {
+    using Type = Result<T>;
+};
+template <typename T>
+struct ResultOf<Result<T>> {
+    using Type = Result<T>;
+};
+
+}  // namespace detail
+
+/// The reason behind an exception that is being handled: what SQLite, or another library below an
+/// operation on `what`, has thrown.
+Reason ReasonOf(const std::exception& failure, const std::string& what);
+
+/// Runs an operation on `what`, which may give a value, nothing, or a Result, and makes a reason of
+/// whatever a library throws meanwhile: no exception goes further up.
+template <typename Operation>
+auto Attempt(const std::string& what, Operation operation) ->
+    typename detail::ResultOf<decltype(operation())>::Type
+{
+    try {
+        if constexpr (std::is_void_v<decltype(operation())>) {
+            operation();
+            return {};
+        } else {
+            return operation();
+        }
+    } catch (const std::exception& failure) {
+        return ReasonOf(failure, what);
+    }
+}
 
 /// Runs `operation`, which returns an int, and turns an exception into a log line and -1: none
 /// leaves the library.

@@ -113,34 +113,35 @@ bool NameExists(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0;
 }
 
-bool MoveDurably(const std::string& from, const std::string& to)
+Result<void> MoveDurably(const std::string& from, const std::string& to)
 {
-    if (TryMove(from, to)) return true;
-    Log(LOG_ERR, "cannot move %s to %s: %s", from.c_str(), to.c_str(), std::strerror(errno));
-    return false;
+    if (TryMove(from, to)) return {};
+    return SystemReason(from, "cannot move " + from + " to " + to);
 }
 
-bool KeepAside(const std::string& path, const char* reason)
+Result<void> KeepAside(const std::string& path, const char* reason)
 {
     // The journal goes first: alone under the old name it would be rolled back into whatever
     // database gets that name next.
     const std::string aside = NameAside(path);
     const std::string journal = path + "-journal";
-    if (NameExists(journal) && !MoveDurably(journal, aside + "-journal")) return false;
-    if (NameExists(path) && !MoveDurably(path, aside)) return false;
+    Result<void> moved;
+    if (NameExists(journal)) moved = MoveDurably(journal, aside + "-journal");
+    if (moved && NameExists(path)) moved = MoveDurably(path, aside);
+    if (!moved) return moved;
 
     Log(LOG_WARNING, "%s %s; kept as %s", path.c_str(), reason, aside.c_str());
-    return true;
+    return {};
 }
 
-bool RemoveDurably(const std::string& path)
+Result<void> RemoveDurably(const std::string& path)
 {
     if (::unlink(path.c_str()) != 0) {
-        if (errno == ENOENT) return true;
-        Log(LOG_ERR, "cannot remove %s: %s", path.c_str(), std::strerror(errno));
-        return false;
+        if (errno == ENOENT) return {};
+        return SystemReason(path, "cannot remove " + path);
     }
-    return SyncFolderOf(path);
+    if (SyncFolderOf(path)) return {};
+    return SystemReason(path, "cannot sync the folder of " + path);
 }
 
 }  // namespace host::system

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::system {
 
 /// Whether anything, a dangling link included, has this name.
@@ -14,14 +16,14 @@ bool SyncFolderOf(const std::string& path);
 
 /// Moves a file to a name that is free, on another file system too (then by copying), and waits
 /// until the disk has it. A kill leaves the file under the old name, the new name or both, whole in
-/// each case. False, logged, when it failed or the new name is taken.
-bool MoveDurably(const std::string& from, const std::string& to);
+/// each case. Fails also when the new name is taken.
+Result<void> MoveDurably(const std::string& from, const std::string& to);
 
 /// Moves a SQLite database and its journal to a name of its own beside it, made of the name and the
-/// time, and logs that with `reason`. False, logged, when it failed.
-bool KeepAside(const std::string& path, const char* reason);
+/// time, and logs that with `reason`.
+Result<void> KeepAside(const std::string& path, const char* reason);
 
-/// Removes a file and waits until the disk knows; true when it is gone or never was.
-bool RemoveDurably(const std::string& path);
+/// Removes a file, which need not be there, and waits until the disk knows.
+Result<void> RemoveDurably(const std::string& path);
 
 }  // namespace host::system
