@@ -59,4 +59,22 @@ TEST_F(Database, StaysAsItWasWhenAScriptFails)
                      .getInt());
 }
 
+TEST_F(Database, WhatIsThrownMeanwhileBecomesAReason)
+{
+    Write(kPath, "this is no database, whatever its name says, and long enough for a header");
+    const auto open = [] { return OpenForChange(host::Path(kPath), Schema(kFirst)); };
+    const host::Result<SQLite::Database> opened = host::system::Attempt("lists", open);
+    ASSERT_FALSE(opened);
+    EXPECT_EQ(opened.reason().code, host::ReasonCode::kDamaged);
+    EXPECT_EQ(opened.reason().about, "lists");
+    EXPECT_EQ(opened.reason().text.rfind("lists: ", 0), 0U);
+
+    const auto refused = host::system::Attempt("lists", []() -> host::Result<int> {
+        return host::Reason{host::ReasonCode::kTaken, "a", "there is an a"};
+    });
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.reason().text, "there is an a") << "it comes up as it is";
+    EXPECT_TRUE(Logged().empty());
+}
+
 }  // namespace

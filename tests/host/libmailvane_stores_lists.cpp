@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "host/libmailvane/names/list_names.h"
+#include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/login_key.h"
 #include "host/libmailvane/render/access_maps.h"
 #include "host/libmailvane/render/plain_lists.h"
@@ -181,4 +182,30 @@ TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
     }
     EXPECT_EQ(0, AttachmentFilter::Delete({"EXE", "zip", "a b"}));
     EXPECT_EQ(*host::stores::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
+}
+
+TEST_F(Lists, ImportsTellEachRefusedLineAndWhy)
+{
+    const auto evens = [](const std::string& line) -> host::Result<void> {
+        if (line.size() % 2 == 0) return {};
+        return host::Reason{host::ReasonCode::kTaken, line, "is odd"};
+    };
+    Write(File(), "# odd\r\nodd\r\neven\n\n\tb\xff\nodd");
+    const auto read = host::names::ReadListText(File(), evens);
+    ASSERT_FALSE(read);
+    ASSERT_EQ(read.reason().causes.size(), 3U);
+    EXPECT_EQ(read.reason().causes[0].about, "line 2");
+    EXPECT_EQ(read.reason().causes[0].code, host::ReasonCode::kTaken);
+    EXPECT_EQ(read.reason().causes[0].text, "list to import, line 2: is odd");
+    EXPECT_EQ(read.reason().causes[1].text,
+              "list to import, line 5: holds what is no text in UTF-8");
+    EXPECT_EQ(read.reason().causes[2].about, "line 6");
+    EXPECT_EQ(read.reason().text, "");
+
+    std::string flood;
+    for (int i = 0; i < 30; ++i) flood += "odd\n";
+    EXPECT_EQ(ImportAccess(TYPE_SENDER, flood), -1);
+    EXPECT_TRUE(WasLogged("list to import, line 20: is not a name and its permission"));
+    EXPECT_FALSE(WasLogged("line 21:"));
+    EXPECT_TRUE(WasLogged("list to import: 30 lines refused"));
 }

@@ -134,14 +134,18 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
     return 0;
 }
 
+/// Runs an operation on the mail log's database.
+template <typename Operation>
+auto Attempt(Operation operation)
+{
+    return host::system::Attempt("mail log", operation);
+}
+
 }  // namespace
 
 MailLog::MailLog(const char* path) : state_(new State)
 {
-    (void)host::system::WithoutExceptions("mail log", [this, path] {
-        state_->database.emplace(OpenLog(path));
-        return 0;
-    });
+    (void)host::Succeeded(Attempt([this, path] { state_->database.emplace(OpenLog(path)); }));
 }
 
 MailLog::~MailLog()
@@ -156,25 +160,23 @@ int MailLog::error()
 
 int MailLog::load(const LogFilter& filter, std::vector<MailLogInfo>& rows)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
+    return host::Status(Attempt([&] {
         state_->Select(host::maillog::LogCriteria(filter))
             .ReadPage(host::maillog::LogOrder(filter.sortField, filter.order), filter.start,
                       filter.limit, rows);
-        return 0;
-    });
+    }));
 }
 
 int MailLog::load(int limit, int start, const std::string& sortField, const std::string& order,
                   std::vector<MailLogInfo>& rows)
 {
-    const int result = host::system::WithoutExceptions("mail log", [&] {
+    const int result = host::Status(Attempt([&] {
         const host::maillog::LogOrder wanted(sortField, order);
         if (!state_->list || !state_->list->Reaches(wanted, start)) {
             state_->list.emplace(state_->database.value(), wanted);
         }
         state_->list->ReadPage(start, limit, rows);
-        return 0;
-    });
+    }));
     // After a failure SQLite would go on with the first entry.
     if (result < 0) state_->list.reset();
     return result;
@@ -184,56 +186,53 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
 int MailLog::search(int limit, int start, const std::string& sortField, const std::string& order,
                     const std::string& query, std::vector<MailLogInfo>& rows)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
+    return host::Status(Attempt([&] {
         state_->Select(host::maillog::LogCriteria(query))
             .ReadPage(host::maillog::LogOrder(sortField, order), start, limit, rows);
-        return 0;
-    });
+    }));
 }
 
 int MailLog::getLogNum(const LogFilter& filter)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
-        return AsCount(state_->Select(host::maillog::LogCriteria(filter)).Count());
-    });
+    return host::Status(Attempt(
+        [&] { return AsCount(state_->Select(host::maillog::LogCriteria(filter)).Count()); }));
 }
 
 int MailLog::getLogNum(std::string& query)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
-        return AsCount(state_->Select(host::maillog::LogCriteria(query)).Count());
-    });
+    return host::Status(Attempt(
+        [&] { return AsCount(state_->Select(host::maillog::LogCriteria(query)).Count()); }));
 }
 
 int MailLog::clear()
 {
-    return host::system::WithoutExceptions("mail log", [this] {
+    return host::Status(Attempt([this]() -> host::Result<void> {
         const host::ScopedLock lock;
-        if (!lock.held()) return -1;
+        if (!lock.held()) return host::Reason{host::ReasonCode::kBusy, "request lock", ""};
 
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
         SQLite::Database database = host::maillog::OpenMailLogForChange(path);
         host::maillog::ClearMailLog(database);
-        return 0;
-    });
+        return {};
+    }));
 }
 
 int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
+    return host::Status(Attempt([&] {
         return Fill(state_->database.value(), host::maillog::LogTotals::kEntries, endTime, scale,
                     statistic);
-    });
+    }));
 }
 
 int MailLog::getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale)
 {
-    return host::system::WithoutExceptions("mail log", [&] {
+    return host::Status(Attempt([&] {
         return Fill(state_->database.value(), host::maillog::LogTotals::kBytes, endTime, scale,
                     statistic);
-    });
+    }));
 }
 
 std::string GetPostfixLogPath()
