@@ -1,5 +1,5 @@
 // Text of Postfix's main.cf and master.cf, and of the rules that follow from the settings.
-#include <set>
+#include <map>
 #include <sstream>
 #include <vector>
 
@@ -22,9 +22,13 @@ public:
     explicit Parameters(const std::string& fragment)
     {
         std::istringstream lines(fragment);
+        std::string name;
         for (std::string line; std::getline(lines, line);) {
-            if (line.empty() || line.front() == '#' || line.front() == ' ') continue;
-            own_.insert(line.substr(0, line.find_first_of(" \t=")));
+            const auto start = line.find_first_not_of(" \t");
+            if (start == std::string::npos || line[start] == '#') continue;
+            if (start == 0) name = line.substr(0, line.find_first_of(" \t="));
+            std::string& value = own_[name];
+            value = start == 0 ? line.substr(line.find('=') + 1) : value + line;
         }
     }
 
@@ -33,10 +37,17 @@ public:
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
     }
 
+    /// What the administrator sets a parameter to; empty when he does not set it.
+    std::string Own(const std::string& name) const
+    {
+        const auto own = own_.find(name);
+        return own == own_.end() ? "" : own->second;
+    }
+
     const std::string& text() const { return text_; }
 
 private:
-    std::set<std::string> own_;
+    std::map<std::string, std::string> own_;
     std::string text_;
 };
 
@@ -92,6 +103,20 @@ void AddIdentity(Parameters& main, const StoredSettings& settings, const Surroun
     main.Add("recipient_delimiter", "+");
 }
 
+/// Results of checks that a stranger has written are taken out whatever they say and whoever they
+/// claim to be from: what reads them later, the DMARC checker first of all, must find those of this
+/// server only. By name alone, since comments and quotes hide anything else.
+const char kForgedResults[] = R"(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE}})";
+
+/// The administrator's own header checks hold for everybody; of a message that is attached the
+/// results stay.
+void AddHeaderChecks(Parameters& main)
+{
+    const std::string own = main.Own("header_checks");
+    main.Add("stranger_header_checks", own.empty() ? kForgedResults : kForgedResults + ("," + own));
+    main.Add("nested_header_checks", own);
+}
+
 void AddDelivery(Parameters& main, const StoredSettings& settings)
 {
     // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
@@ -111,6 +136,7 @@ void AddDelivery(Parameters& main, const StoredSettings& settings)
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
     main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
+    AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
     main.Add("always_bcc", settings.AlwaysBcc());
@@ -271,6 +297,8 @@ std::string SmtpService(int port, const std::vector<const char*>& options)
 const char kInnerServices[] =
     "pickup unix n - n 60 1 pickup\n"
     "cleanup unix n - n - 0 cleanup\n"
+    "stranger-cleanup unix n - n - 0 cleanup\n"
+    "  -o header_checks=$stranger_header_checks\n"
     "qmgr unix n - n 300 1 qmgr\n"
     "tlsmgr unix - - n 1000? 1 tlsmgr\n"
     "rewrite unix - - n - - trivial-rewrite\n"
@@ -331,7 +359,7 @@ std::string RenderPostfixMain(const StoredSettings& settings, const Surroundings
 std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundings& around)
 {
     std::string text = kHeader;
-    text += SmtpService(settings.Int("smtp_port"), {});
+    text += SmtpService(settings.Int("smtp_port"), {"cleanup_service_name=stranger-cleanup"});
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",

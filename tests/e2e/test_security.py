@@ -177,6 +177,25 @@ class Signing(Security):
             self.assertNotIn(b"DKIM-Signature", self.send_out("still unsigned"))
 
 
+def forged(count, lead="Authentication-Results: %s" % DOMAIN, end="; "):
+    """A header with results that this server never found, the last of them a pass."""
+    results = ["dkim=fail header.d=x%d.example" % number for number in range(1, count)]
+    results += ["dkim=pass header.d=strict.example"] if count else ["none"]
+    return end.join([lead] + results) + "\n"
+
+
+FORGED = [("%d results" % count, forged(count)) for count in (0, 15, 16, 17, 18, 21, 200)] + [
+    ("folded", forged(17, end=";\n\t")),
+    ("folded before its value", forged(17, "Authentication-Results:\n %s" % DOMAIN)),
+    ("upper case", forged(17, "AUTHENTICATION-RESULTS: %s" % DOMAIN.upper())),
+    ("a blank before the colon", forged(17, "Authentication-Results \t: %s" % DOMAIN)),
+    ("a comment", forged(17, "Authentication-Results: (a (nested) one;) %s (b) 1" % DOMAIN)),
+    ("quotes", forged(17, 'Authentication-Results: "%s"' % DOMAIN)),
+    ("another server", forged(21, "Authentication-Results: else.example")),
+    ("bytes that are no text", forged(17, "Authentication-Results: (\xff\xc3) %s" % DOMAIN)),
+    ("many headers", forged(15) * 40)]
+
+
 class Checking(Security):
     """Mail that comes in."""
 
@@ -225,6 +244,33 @@ class Checking(Security):
         self.secure(enable_dmarc=False)
         self.assertEqual((runs("opendmarc"), runs("opendkim")), (0, 0))
         self.assertEqual(come_in(boss, "spoof", OTHER)[0], 250)
+
+    def test_results_that_a_stranger_wrote_are_read_by_nobody(self):
+        self.secure(enable_dmarc=True)
+        for name, lies in FORGED:
+            with self.subTest(name):
+                boss = "boss@strict.example"
+                lies = lies.encode("latin-1").replace(b"\n", b"\r\n")
+                answer = come_in(boss, name, OTHER, lies + text_of(boss, "spoof"))
+                self.assertEqual(answer[0], 550, answer)
+                self.assertIn("rejected by DMARC policy for strict.example", answer[1])
+                self.assertEqual(come_in(boss, name, OWN, lies + text_of(boss, name))[0], 250)
+                self.assertNotIn("x1.example", harness.delivered("bob", name).lower())
+
+    def test_results_elsewhere_stay(self):
+        lies = forged(2)
+        mail = text_of(ALICE, "with results", lies)
+        with smtplib.SMTP("127.0.0.1", 587, "client.test", 30) as client:
+            client.starttls(context=harness.unverified())
+            client.login("alice", "pw-alice")
+            client.sendmail(ALICE, [BOB], mail)
+        subprocess.run(["/usr/sbin/sendmail", "-f", ALICE, BOB], check=True,
+                       input=text_of(ALICE, "of a program", lies).replace(b"\r", b""))
+        forwarded = text_of(ALICE, "attached", "MIME-Version: 1.0\nContent-Type: message/rfc822\n")
+        self.assertEqual(come_in(ALICE, "attached", OTHER,
+                                 forwarded.replace(b"A message.", mail))[0], 250)
+        for subject in ("with results", "of a program", "attached"):
+            self.assertIn(lies.strip(), harness.delivered("bob", subject), subject)
 
     def test_the_verifier_stays_while_the_dmarc_checker_needs_it(self):
         self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
