@@ -19,6 +19,7 @@ OPENSSL = "/usr/bin/openssl"
 
 OWN, OTHER = "203.0.113.10", "203.0.113.66"  # the address of the domains below, and another
 FOREIGN_KEY = "/etc/foreign-key.pem"
+SPELLED = "a(c)header.d=strict.example(c)header.x=y.evil.example"  # names may hold anything
 SWITCHES = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
             "reject_sasl_sender_rate_exceed", "spam_dnsbl_enable", "anti_virus_enable",
             "spam_enable", "enable_dangerous_content_scan")
@@ -38,6 +39,10 @@ def make_name_server():
         "txt-record=_dmarc.strict.example,v=DMARC1; p=reject; adkim=r; aspf=r",
         "txt-record=mail._domainkey.strict.example,v=DKIM1; k=rsa; p=%s,%s" % (public[:200],
                                                                                 public[200:]),
+        "txt-record=mail._domainkey.evil.example,v=DKIM1; k=rsa; p=%s,%s" % (public[:200],
+                                                                              public[200:]),
+        "txt-record=mail._domainkey.%s,v=DKIM1; k=rsa; p=%s,%s" % (SPELLED, public[:200],
+                                                                   public[200:]),
         "txt-record=_dmarc.lax.example,v=DMARC1; p=none",
         "txt-record=hard.example,v=spf1 ip4:%s -all" % OWN,
         "txt-record=soft.example,v=spf1 ip4:%s ~all" % OWN)
@@ -256,6 +261,23 @@ class Checking(Security):
                 self.assertIn("rejected by DMARC policy for strict.example", answer[1])
                 self.assertEqual(come_in(boss, name, OWN, lies + text_of(boss, name))[0], 250)
                 self.assertNotIn("x1.example", harness.delivered("bob", name).lower())
+
+    def test_a_signature_speaks_for_its_own_domain_alone(self):
+        self.secure(enable_dmarc=True)
+        with open(FOREIGN_KEY, "rb") as file:
+            key = file.read()
+        spoof = text_of("boss@strict.example", "signed by another")
+        rows = (("x=20header.d=3Dstrict.example=20header.i=3D@evil.example", "evil.example", 550),
+                ("x=3B=20dkim=3Dpass=20header.d=3Dstrict.example=20header.i=3D@evil.example",
+                 "evil.example", 550),
+                ("x(c)header.d=3Dstrict.example(c)header.i=3D@evil.example", "evil.example", 550),
+                ("@" + SPELLED, SPELLED, 550),
+                ("someone@strict.example", "strict.example", 250))
+        for identity, domain, want in rows:
+            with self.subTest(identity):
+                signature = dkim.sign(spoof, b"mail", domain.encode(), key,
+                                      identity=identity.encode())
+                self.assertEqual(come_in("x@else.example", "", OTHER, signature + spoof)[0], want)
 
     def test_results_elsewhere_stay(self):
         lies = forged(2)
