@@ -37,7 +37,8 @@ std::string Line(const std::string& name, const std::string& value)
     return name + " " + value + "\n";
 }
 
-/// How both filters run: under a user of their own, started again when they die.
+/// How both filters run: under a user of their own, started again at once when they die, unless
+/// they die without end.
 std::string ProcessLines(const std::string& filter)
 {
     std::string text = kHeader;
@@ -46,7 +47,7 @@ std::string ProcessLines(const std::string& filter)
     text += Line("Socket", "local:" + Socket(filter));
     text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
     text += Line("AutoRestart", "yes");
-    text += Line("AutoRestartRate", "10/1h");
+    text += Line("AutoRestartRate", "100/1m");
     text += Line("Syslog", "yes");
     text += Line("SyslogFacility", "mail");
     return text;
@@ -130,20 +131,22 @@ std::string SpfText(const StoredSettings& settings)
     return text;
 }
 
-std::string FilterAt(const std::string& socket, const char* whenItFails)
+/// A filter as the mail server names it. Mail that a filter cannot look at has to wait, also when
+/// the filter died of it: who can bring one down must not get past it by that.
+std::string FilterAt(const std::string& socket)
 {
-    return "{ unix:" + socket + ", default_action=" + whenItFails + " }";
+    return "{ unix:" + socket + ", default_action=tempfail }";
 }
 
-std::string Filter(const char* filter, const char* whenItFails)
+std::string Filter(const char* filter)
 {
-    return FilterAt(Socket(filter), whenItFails);
+    return FilterAt(Socket(filter));
 }
 
-/// The scanner, while it runs. Mail that it cannot look at has to wait.
+/// The scanner, while it runs.
 std::string Scanner(const StoredSettings& settings)
 {
-    return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
+    return ScannerRuns(settings) ? FilterAt(kScannerMilter) : "";
 }
 
 std::string Joined(std::initializer_list<std::string> filters)
@@ -173,11 +176,9 @@ bool DmarcFilterRuns(const StoredSettings& settings)
 
 std::string SmtpFilters(const StoredSettings& settings)
 {
-    // Without the signer mail would leave unsigned, and what others have signed would look forged
-    // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
-    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter, "tempfail") : "",
-                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter, "accept") : "",
-                   Scanner(settings)});
+    // What others have signed would look forged to the DMARC checker without the verifier.
+    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter) : "",
+                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter) : "", Scanner(settings)});
 }
 
 std::string SubmissionFilters(const StoredSettings& settings)
@@ -187,7 +188,7 @@ std::string SubmissionFilters(const StoredSettings& settings)
 
 std::string LocalMailFilters(const StoredSettings& settings)
 {
-    return settings.Bool("enable_dkim") ? Filter(kDkimFilter, "tempfail") : "";
+    return settings.Bool("enable_dkim") ? Filter(kDkimFilter) : "";
 }
 
 std::string SpfService(const StoredSettings& settings)

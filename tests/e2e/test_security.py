@@ -301,15 +301,35 @@ class Checking(Security):
         self.assertTrue(runs("opendkim") and runs("opendmarc"))
         self.assertEqual(come_in("boss@strict.example", "spoof", OTHER)[0], 550)
 
-    def test_filters_that_die_come_back_and_the_dmarc_checker_is_less_than_the_mail(self):
+    def test_a_message_waits_when_a_filter_dies_of_it_or_is_away(self):
         self.secure(enable_dmarc=True)
+        spoof = text_of("boss@strict.example", "spoof")
         for service in ("opendkim", "opendmarc"):
-            child = int(run("/usr/bin/pgrep", "-P", str(runs(service))))
-            os.kill(child, 9)
-        harness.wait_for(lambda: come_in("boss@strict.example", "spoof", OTHER)[0] == 550,
-                         "the filters")
-        self.assertEqual(control("opendmarc", "stop"), 0)
-        self.assertEqual(come_in("boss@strict.example", "let through", OTHER)[0], 250)
+            with self.subTest(service):
+                with smtplib.SMTP("127.0.0.1", 25, "client.example", 30, (OTHER, 0)) as client:
+                    client.ehlo()
+                    client.mail("boss@strict.example")
+                    client.rcpt(BOB)
+                    client.docmd("DATA")
+                    os.kill(int(run("/usr/bin/pgrep", "-P", str(runs(service)))), 9)
+                    client.send(spoof + b".\r\n")
+                    self.assertEqual(client.getreply()[0], 451)
+                harness.wait_for(lambda: self.spoof_answer() == 550, "the filters")
+        self.assertEqual(self.filter_words(), ["WARNING", "WARNING"])
+        for service in ("opendkim", "opendmarc"):
+            self.assertEqual(control(service, "stop"), 0)
+            self.assertEqual(self.spoof_answer(), 451)
+            self.assertEqual(control(service, "start"), 0)
+        self.assertEqual(self.filter_words(), ["OK", "OK"])
+
+    @staticmethod
+    def spoof_answer():
+        return come_in("boss@strict.example", "spoof", OTHER)[0]
+
+    @staticmethod
+    def filter_words():
+        found = {row["key"]: row["status"] for row in read("mailvane_check").json()["settings"]}
+        return [found["opendkim"], found["opendmarc"]]
 
 
 tearDownModule = file_modes.check
