@@ -56,11 +56,15 @@ std::string ProcessLines(const std::string& filter)
 std::string DkimFilterText(const StoredSettings& settings)
 {
     std::string text = ProcessLines(kDkimFilter);
-    text += Line("Mode", settings.Bool("enable_dkim") ? "sv" : "v");
+    const bool signs = settings.Bool("enable_dkim");
+    text += Line("Mode", signs ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
     text += Line("OversignHeaders", "From");
-    text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
-    text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    // With these it would also look for the key, which need not be there, while it only verifies.
+    if (signs) {
+        text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
+        text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    }
     text += Line("InternalHosts", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("ExternalIgnoreList", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("AuthservID", settings.Text("smtp_hostname"));

@@ -239,7 +239,8 @@ class Checking(Security):
                 ("another envelope", "x@else.example", OTHER, text_of(boss, "spoof"), 550),
                 ("forged results", boss, OTHER, text_of(boss, "spoof", lies), 550),
                 ("a policy of none", "x@lax.example", OTHER, text_of("x@lax.example", "lax"), 250),
-                ("no policy", "x@else.example", OTHER, text_of("x@else.example", "else"), 250))
+                ("no policy", "x@else.example", OTHER, text_of("x@else.example", "else"), 250),
+                ("this machine, without a key", ALICE, "127.0.0.1", text_of(ALICE, "own"), 250))
         for name, envelope, source, text, want in rows:
             with self.subTest(name):
                 code, words = come_in(envelope, name, source, text)
