@@ -14,10 +14,11 @@ const char kKeyName[] = "server";
 
 /// Clients that are this machine itself: their mail is signed, and no policy applies to it. The
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
-const char kThisMachine[] = "127.0.0.1\n::1\n";
+const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
 const char kDkimFilter[] = "opendkim";
 const char kDmarcFilter[] = "opendmarc";
+const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
 
 /// A filter's socket lies in a folder that only the filter and Postfix may enter.
 std::string Socket(const std::string& filter)
@@ -50,6 +51,14 @@ std::string ProcessLines(const std::string& filter)
     text += Line("AutoRestartRate", "100/1m");
     text += Line("Syslog", "yes");
     text += Line("SyslogFacility", "mail");
+    return text;
+}
+
+/// The addresses of this machine, each followed by the same.
+std::string OwnAddresses(char separator)
+{
+    std::string text;
+    for (const char* address : kThisMachine) text += address + std::string(1, separator);
     return text;
 }
 
@@ -180,8 +189,10 @@ bool DmarcFilterRuns(const StoredSettings& settings)
 
 std::string SmtpFilters(const StoredSettings& settings)
 {
-    // What others have signed would look forged to the DMARC checker without the verifier.
-    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter) : "",
+    // The DMARC checker passes what has no author that it can read. What others have signed would
+    // look forged to it without the verifier.
+    return Joined({DmarcFilterRuns(settings) ? FilterAt(kFromFilterSocket) : "",
+                   DkimFilterRuns(settings) ? Filter(kDkimFilter) : "",
                    DmarcFilterRuns(settings) ? Filter(kDmarcFilter) : "", Scanner(settings)});
 }
 
@@ -204,6 +215,15 @@ std::string SpfService(const StoredSettings& settings)
            InForce("spf/policyd-spf.conf") + "\n";
 }
 
+std::string FromCheckService(const StoredSettings& settings)
+{
+    if (!DmarcFilterRuns(settings)) return "";
+
+    return "from-check unix - n n - 0 spawn\n"
+           "  user=mailvane-policy argv=" +
+           PackagePath("target/bin/hald_from_check") + " " + OwnAddresses(' ') + "\n";
+}
+
 std::string RatePolicyService(const StoredSettings& settings)
 {
     if (!settings.Bool(kRateSwitch)) return "";
@@ -221,10 +241,10 @@ void PutFilterFiles(NextGeneration& next, const StoredSettings& settings,
     next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
     next.Put("opendkim/KeyTable", KeyTableText(settings), 0644);
     next.Put("opendkim/SigningTable", SigningTableText(settings), 0644);
-    next.Put("opendkim/TrustedHosts", kThisMachine, 0644);
+    next.Put("opendkim/TrustedHosts", OwnAddresses('\n'), 0644);
     next.Put("opendkim/resolver.conf", ResolverText(around), 0644);
     next.Put("opendmarc/opendmarc.conf", DmarcFilterText(settings), 0644);
-    next.Put("opendmarc/ignore.hosts", kThisMachine, 0644);
+    next.Put("opendmarc/ignore.hosts", OwnAddresses('\n'), 0644);
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);
 }
 

@@ -277,6 +277,7 @@ void AddFilters(Parameters& main, const StoredSettings& settings)
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
+    if (DmarcFilterRuns(settings)) main.Add("from-check_time_limit", "3600");
     if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
 }
 
@@ -380,8 +381,8 @@ std::string RenderPostfixMaster(const StoredSettings& settings, const Surroundin
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
-    return text + kInnerServices + SpfService(settings) + RatePolicyService(settings) +
-           around.masterFragment;
+    return text + kInnerServices + SpfService(settings) + FromCheckService(settings) +
+           RatePolicyService(settings) + around.masterFragment;
 }
 
 std::string RenderRelayPassword(const StoredSettings& settings)

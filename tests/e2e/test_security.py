@@ -71,6 +71,11 @@ def text_of(sender, subject, extra=""):
     return (text % (extra, sender, BOB, subject)).replace("\n", "\r\n").encode()
 
 
+def text_below(head, subject):
+    """A mail with these lines before its subject."""
+    return (head + "Subject: %s\n\nA message.\n" % subject).replace("\n", "\r\n").encode()
+
+
 def come_in(envelope, subject, source, text=None):
     """Brings a mail for Bob from an address of the world outside; the server's answer."""
     with smtplib.SMTP("127.0.0.1", 25, "client.example", 30, (source, 0)) as client:
@@ -294,6 +299,57 @@ class Checking(Security):
                                  forwarded.replace(b"A message.", mail))[0], 250)
         for subject in ("with results", "of a program", "attached"):
             self.assertIn(lies.strip(), harness.delivered("bob", subject), subject)
+
+    def test_a_stranger_has_to_name_one_domain_as_the_author(self):
+        self.secure(enable_dmarc=True)
+        boss, other = "boss@strict.example", "x@else.example"
+        unclear = (
+            "", "From:\n", "From: boss\n", "From: %s\nFrom: %s\n" % (boss, boss),
+            "From: %s\nfrom : %s\n" % (other, boss), "From: %s,\n %s\n" % (other, boss),
+            "From: , %s\n" % boss, 'From: "%s\n' % boss, "From: (%s\n" % boss,
+            "From: Boss, The <%s>\n" % boss, "From: %s: x <%s>\n" % (other, boss),
+            'From: "a (" <%s>, <%s>\n' % (other, boss), "From: [ <%s>\n" % boss,
+            "From: %s<%s>\n" % ("x" * 2048, boss))
+        for head in unclear:
+            with self.subTest(head[:80]):
+                code, words = come_in(other, "unclear", OTHER, text_below(head, "unclear"))
+                self.assertEqual(code, 550, words)
+                self.assertIn("exactly one From field", words)
+        clear = (boss, "%s, helper@STRICT.example" % boss, '"Boss, The (" <%s>' % boss,
+                 "Boss: the\n\tone (of (all)) <%s>" % boss, "[Boss] %s <%s>" % (boss, boss))
+        for value in clear:
+            with self.subTest(value):
+                mail = text_below("From: %s\n" % value, "clear")
+                code, words = come_in(boss, "clear", OTHER, mail)
+                self.assertEqual(code, 550, words)
+                self.assertIn("rejected by DMARC policy for strict.example", words)
+                self.assertEqual(come_in(boss, "clear", OWN, mail), (250, "taken"))
+
+    def test_mail_that_breaks_other_rules_of_headers_is_taken(self):
+        self.secure(enable_dmarc=True)
+        author = "From: boss@strict.example\n"
+        twice = [(name, 2 * ("%s: <a@b.example>\n" % name)) for name in
+                 ("Date", "To", "Cc", "Bcc", "Reply-To", "Message-Id", "In-Reply-To", "References")]
+        for name, head in [("no Date", "")] + twice:
+            mail = text_below(author + head, name)
+            self.assertEqual(come_in("boss@strict.example", name, OWN, mail), (250, "taken"), name)
+            harness.delivered("bob", name)
+        mail = text_below(author + "Subject: first\n", "two Subjects")
+        self.assertEqual(come_in("boss@strict.example", "", OWN, mail), (250, "taken"))
+
+    def test_authors_are_nobodys_business_but_of_strangers_and_dmarc(self):
+        self.secure(enable_dmarc=True)
+        mail = text_below("", "no author")
+        for source, port, login in (("127.0.0.1", 25, None), (OTHER, 25, "alice"),
+                                    (OTHER, 587, "alice")):
+            with self.subTest(port, login=login), \
+                    smtplib.SMTP("127.0.0.1", port, "client.example", 30, (source, 0)) as client:
+                if login:
+                    client.starttls(context=harness.unverified())
+                    client.login(login, "pw-" + login)
+                client.sendmail(ALICE, [BOB], mail)
+        self.secure(enable_dmarc=False)
+        self.assertEqual(come_in("x@else.example", "", OTHER, mail), (250, "taken"))
 
     def test_the_verifier_stays_while_the_dmarc_checker_needs_it(self):
         self.secure(enable_dkim=True, enable_dmarc=True, reject_sasl_sender_rate_exceed=True)
