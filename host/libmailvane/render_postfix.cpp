@@ -105,13 +105,17 @@ void AddIdentity(Parameters& main, const StoredSettings& settings, const Surroun
 
 /// What is taken out of the header of a stranger's message. Results of checks, whatever they say
 /// and whoever they claim to be from: what reads them later, the DMARC checker first of all, must
-/// find those of this server only. By name alone, since comments and quotes hide anything else. And
-/// signatures with what no honest one has in its domain, selector, identity or value: the verifier
-/// writes these into its results as they are, where they would read as results themselves.
-const char kForgedResults[] = R"x(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE},)x"
-                              R"x({/^DKIM-Signature[ \t]*:(.*;)?\s*([ads]\s*=[^;]*[^;\s\w.-])x"
-                              R"x(|b\s*=[^;]*([^;\s\w+\/=]|[\w+\/]\s*=[=\s]*[\w+\/]))x"
-                              R"x(|i\s*=[^;]*([()"\\]|=(?!\s*3\s*D)))/ IGNORE}})x";
+/// find those of this server only. By name alone, since comments and quotes hide anything else.
+/// Signatures with what no honest one has in its domain, selector, identity or value: the verifier
+/// writes these into its results as they are, where they would read as results themselves. And
+/// results of a chain (ARC) without a number or of a server with an endless name, of which the
+/// DMARC checker dies.
+const char kForgedResults[] =
+    R"x(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE},)x"
+    R"x({/^DKIM-Signature[ \t]*:(.*;)?\s*([ads]\s*=[^;]*[^;\s\w.-])x"
+    R"x(|b\s*=[^;]*([^;\s\w+\/=]|[\w+\/]\s*=[=\s]*[\w+\/]))x"
+    R"x(|i\s*=[^;]*([()"\\]|=(?!\s*3\s*D)))/ IGNORE},)x"
+    R"x({/^ARC-Authentication-Results[ \t]*:(.*;)?\s*i\s*(;|\z|=[^;]*;[^;]{500})/ IGNORE}})x";
 
 /// The administrator's own header checks hold for everybody; of a message that is attached the
 /// results stay.

@@ -334,8 +334,11 @@ class Checking(Security):
             mail = text_below(author + head, name)
             self.assertEqual(come_in("boss@strict.example", name, OWN, mail), (250, "taken"), name)
             harness.delivered("bob", name)
-        mail = text_below(author + "Subject: first\n", "two Subjects")
-        self.assertEqual(come_in("boss@strict.example", "", OWN, mail), (250, "taken"))
+        chain = "ARC-Authentication-Results: i"
+        for name, head in (("two Subjects", "Subject: first\n"), ("a broken chain", chain + "\n"),
+                           ("a long chain", chain + "=1; %s; none\n" % ("a" * 600))):
+            mail = text_below(author + head, name)
+            self.assertEqual(come_in("boss@strict.example", name, OWN, mail), (250, "taken"), name)
 
     def test_authors_are_nobodys_business_but_of_strangers_and_dmarc(self):
         self.secure(enable_dmarc=True)
