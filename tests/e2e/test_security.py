@@ -19,7 +19,6 @@ OPENSSL = "/usr/bin/openssl"
 
 OWN, OTHER = "203.0.113.10", "203.0.113.66"  # the address of the domains below, and another
 FOREIGN_KEY = "/etc/foreign-key.pem"
-SPELLED = "a(c)header.d=strict.example(c)header.x=y.evil.example"  # names may hold anything
 SWITCHES = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
             "reject_sasl_sender_rate_exceed", "spam_dnsbl_enable", "anti_virus_enable",
             "spam_enable", "enable_dangerous_content_scan")
@@ -41,8 +40,6 @@ def make_name_server():
                                                                                 public[200:]),
         "txt-record=mail._domainkey.evil.example,v=DKIM1; k=rsa; p=%s,%s" % (public[:200],
                                                                               public[200:]),
-        "txt-record=mail._domainkey.%s,v=DKIM1; k=rsa; p=%s,%s" % (SPELLED, public[:200],
-                                                                   public[200:]),
         "txt-record=_dmarc.lax.example,v=DMARC1; p=none",
         "txt-record=hard.example,v=spf1 ip4:%s -all" % OWN,
         "txt-record=soft.example,v=spf1 ip4:%s ~all" % OWN)
@@ -277,7 +274,6 @@ class Checking(Security):
                 ("x=3B=20dkim=3Dpass=20header.d=3Dstrict.example=20header.i=3D@evil.example",
                  "evil.example", 550),
                 ("x(c)header.d=3Dstrict.example(c)header.i=3D@evil.example", "evil.example", 550),
-                ("@" + SPELLED, SPELLED, 550),
                 ("someone@strict.example", "strict.example", 250))
         for identity, domain, want in rows:
             with self.subTest(identity):
