@@ -3,7 +3,8 @@ add_executable(libmailvane_settings_tests
     ${CMAKE_CURRENT_LIST_DIR}/machine.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_table.cpp
     ${CMAKE_CURRENT_LIST_DIR}/libmailvane_settings_render.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_signing.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/libmailvane_signing.cpp
+    ${PROJECT_SOURCE_DIR}/tools/from_check/authors.cpp)
 target_link_libraries(libmailvane_settings_tests PRIVATE mailvane_service GTest::gtest_main)
 if(MAILVANE_SANITIZE)
     # With the sanitizers in it, GCC takes std::regex's own code for uninitialized.

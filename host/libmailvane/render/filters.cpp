@@ -15,10 +15,11 @@ const char kKeyName[] = "server";
 
 /// Clients that are this machine itself: their mail is signed, and no policy applies to it. The
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
-const char kThisMachine[] = "127.0.0.1\n::1\n";
+const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
 const char kDkimFilter[] = "opendkim";
 const char kDmarcFilter[] = "opendmarc";
+const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
 
 /// A filter's socket lies in a folder that only the filter and Postfix may enter.
 std::string Socket(const std::string& filter)
@@ -38,7 +39,8 @@ std::string Line(const std::string& name, const std::string& value)
     return name + " " + value + "\n";
 }
 
-/// How both filters run: under a user of their own, started again when they die.
+/// How both filters run: under a user of their own, started again at once when they die, unless
+/// they die without end.
 std::string ProcessLines(const std::string& filter)
 {
     std::string text = kHeader;
@@ -47,20 +49,32 @@ std::string ProcessLines(const std::string& filter)
     text += Line("Socket", "local:" + Socket(filter));
     text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
     text += Line("AutoRestart", "yes");
-    text += Line("AutoRestartRate", "10/1h");
+    text += Line("AutoRestartRate", "100/1m");
     text += Line("Syslog", "yes");
     text += Line("SyslogFacility", "mail");
+    return text;
+}
+
+/// The addresses of this machine, each followed by the same.
+std::string OwnAddresses(char separator)
+{
+    std::string text;
+    for (const char* address : kThisMachine) text += address + std::string(1, separator);
     return text;
 }
 
 std::string DkimFilterText(const settings::StoredSettings& settings)
 {
     std::string text = ProcessLines(kDkimFilter);
-    text += Line("Mode", settings.Bool("enable_dkim") ? "sv" : "v");
+    const bool signs = settings.Bool("enable_dkim");
+    text += Line("Mode", signs ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
     text += Line("OversignHeaders", "From");
-    text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
-    text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    // With these it would also look for the key, which need not be there, while it only verifies.
+    if (signs) {
+        text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
+        text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    }
     text += Line("InternalHosts", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("ExternalIgnoreList", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("AuthservID", settings.Text("smtp_hostname"));
@@ -131,20 +145,22 @@ std::string SpfText(const settings::StoredSettings& settings)
     return text;
 }
 
-std::string FilterAt(const std::string& socket, const char* whenItFails)
+/// A filter as the mail server names it. Mail that a filter cannot look at has to wait, also when
+/// the filter died of it: who can bring one down must not get past it by that.
+std::string FilterAt(const std::string& socket)
 {
-    return "{ unix:" + socket + ", default_action=" + whenItFails + " }";
+    return "{ unix:" + socket + ", default_action=tempfail }";
 }
 
-std::string Filter(const char* filter, const char* whenItFails)
+std::string Filter(const char* filter)
 {
-    return FilterAt(Socket(filter), whenItFails);
+    return FilterAt(Socket(filter));
 }
 
-/// The scanner, while it runs. Mail that it cannot look at has to wait.
+/// The scanner, while it runs.
 std::string Scanner(const settings::StoredSettings& settings)
 {
-    return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
+    return ScannerRuns(settings) ? FilterAt(kScannerMilter) : "";
 }
 
 std::string Joined(std::initializer_list<std::string> filters)
@@ -174,11 +190,11 @@ bool DmarcFilterRuns(const settings::StoredSettings& settings)
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
 {
-    // Without the signer mail would leave unsigned, and what others have signed would look forged
-    // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
-    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter, "tempfail") : "",
-                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter, "accept") : "",
-                   Scanner(settings)});
+    // The DMARC checker passes what has no author that it can read. What others have signed would
+    // look forged to it without the verifier.
+    return Joined({DmarcFilterRuns(settings) ? FilterAt(kFromFilterSocket) : "",
+                   DkimFilterRuns(settings) ? Filter(kDkimFilter) : "",
+                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter) : "", Scanner(settings)});
 }
 
 std::string SubmissionFilters(const settings::StoredSettings& settings)
@@ -188,7 +204,7 @@ std::string SubmissionFilters(const settings::StoredSettings& settings)
 
 std::string LocalMailFilters(const settings::StoredSettings& settings)
 {
-    return settings.Bool("enable_dkim") ? Filter(kDkimFilter, "tempfail") : "";
+    return settings.Bool("enable_dkim") ? Filter(kDkimFilter) : "";
 }
 
 std::string SpfService(const settings::StoredSettings& settings)
@@ -198,6 +214,15 @@ std::string SpfService(const settings::StoredSettings& settings)
     return "policyd-spf unix - n n - 0 spawn\n"
            "  user=policyd-spf argv=/usr/bin/policyd-spf " +
            InForce("spf/policyd-spf.conf") + "\n";
+}
+
+std::string FromCheckService(const settings::StoredSettings& settings)
+{
+    if (!DmarcFilterRuns(settings)) return "";
+
+    return "from-check unix - n n - 0 spawn\n"
+           "  user=mailvane-policy argv=" +
+           PackagePath("target/bin/hald_from_check") + " " + OwnAddresses(' ') + "\n";
 }
 
 std::string RatePolicyService(const settings::StoredSettings& settings)
@@ -217,10 +242,10 @@ void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSett
     next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
     next.Put("opendkim/KeyTable", KeyTableText(settings), 0644);
     next.Put("opendkim/SigningTable", SigningTableText(settings), 0644);
-    next.Put("opendkim/TrustedHosts", kThisMachine, 0644);
+    next.Put("opendkim/TrustedHosts", OwnAddresses('\n'), 0644);
     next.Put("opendkim/resolver.conf", ResolverText(context), 0644);
     next.Put("opendmarc/opendmarc.conf", DmarcFilterText(settings), 0644);
-    next.Put("opendmarc/ignore.hosts", kThisMachine, 0644);
+    next.Put("opendmarc/ignore.hosts", OwnAddresses('\n'), 0644);
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);
 }
 

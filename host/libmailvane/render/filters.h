@@ -1,5 +1,5 @@
-// The filters that mail passes on its way through the SMTP server: the DKIM signer and verifier,
-// the DMARC checker, the SPF checker, the rate policy, the scanner.
+// The filters that mail passes on its way through the SMTP server: the check of From fields, the
+// DKIM signer and verifier, the DMARC checker, the SPF checker, the rate policy, the scanner.
 #pragma once
 
 #include <string>
@@ -31,6 +31,9 @@ extern const char kAskSpf[];
 
 /// The service of master.cf that runs the SPF checker; empty while that is off.
 std::string SpfService(const settings::StoredSettings& settings);
+
+/// The service of master.cf that runs the check of From fields; empty while DMARC is off.
+std::string FromCheckService(const settings::StoredSettings& settings);
 
 /// The switch of the rate policy, and the item of a restriction list that asks it.
 extern const char kRateSwitch[];

@@ -32,6 +32,9 @@ Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* 
 Finding CheckProcess(const settings::StoredSettings& settings, const char* subject);
 /// Whether the mail filter at the socket `subject` agrees on options.
 Finding CheckMilter(const settings::StoredSettings& settings, const char* subject);
+/// The same for the filter of the name `subject` that is started again when it dies, and whether it
+/// did since it was started.
+Finding CheckFilter(const settings::StoredSettings& settings, const char* subject);
 /// Whether the store of the senders' counters at the socket `subject` answers.
 Finding CheckCounters(const settings::StoredSettings& settings, const char* subject);
 /// Number and age of the messages that wait for another try.

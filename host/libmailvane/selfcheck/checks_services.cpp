@@ -7,6 +7,7 @@
 #include <memory>
 #include <sstream>
 
+#include "host/libhaldcore/files.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/daemon_process.h"
 #include "host/libmailvane/system/line_client.h"
@@ -17,11 +18,14 @@ namespace host::selfcheck {
 
 namespace {
 
+const char kServices[] = "/run/mailvane/";
 const char kPostqueue[] = "/usr/sbin/postqueue";
 
 constexpr int kManyDeferred = 50;
 constexpr int kTooManyDeferred = 500;
 constexpr std::int64_t kOld = 14400;  // seconds
+
+constexpr int kFaultsOfChildren = 11;  // field of /proc/PID/stat
 
 /// The messages that wait for another try.
 struct Deferred {
@@ -54,6 +58,20 @@ Finding JudgeQueue(const Deferred& deferred)
     return {};
 }
 
+/// Whether a daemon has outlived children of its own. The kernel adds up the page faults of the
+/// children that a process has waited for (proc(5), `cminflt`), and there is none without any.
+bool LostChildren(const std::string& process)
+{
+    std::string text;
+    if (!ReadFile(process + "/stat", text)) return false;
+
+    // The name, which stands in parentheses, may hold anything.
+    std::istringstream fields(text.substr(text.rfind(')') + 1));
+    std::string field;
+    for (int number = 3; number <= kFaultsOfChildren; ++number) fields >> field;
+    return fields && field != "0";
+}
+
 }  // namespace
 
 Finding CheckProcess(const settings::StoredSettings& /*settings*/, const char* subject)
@@ -75,6 +93,17 @@ Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* su
     const std::string answer = client.ReadBytes(kLength + 1);
     if (answer.size() == kLength + 1 && answer.back() == 'O') return {};
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+}
+
+Finding CheckFilter(const settings::StoredSettings& settings, const char* subject)
+{
+    const std::string service = std::string(kServices) + subject;
+    const Finding finding = CheckMilter(settings, (service + "/socket").c_str());
+    if (finding.word != CheckWord::kOk) return finding;
+
+    const std::string program = std::string("/usr/sbin/") + subject;
+    if (!LostChildren(system::DaemonProcess(service + ".pid", program))) return {};
+    return {CheckWord::kWarning, program + " died and was started again; the mail log says when"};
 }
 
 Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* subject)
