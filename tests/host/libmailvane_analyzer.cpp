@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -193,3 +194,28 @@ TEST(SelfCheckOpenRelay, FailsWhenAStrangerIsLetThrough)
 }
 
 }  // namespace
+TEST(SelfCheckSignatures, CountsWhatTheEngineFindsVirusesWithAlone)
+{
+    namespace fs = std::filesystem;
+    std::string folder = fs::temp_directory_path() / "signatures-XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(folder.data()));
+    const auto now = fs::file_time_type::clock::now();
+    const std::tuple<const char*, const char*, int, CheckWord> rows[] = {
+        {"freshclam.dat", "state", 0, CheckWord::kFailed},
+        {"mirrors.dat", "state", 0, CheckWord::kFailed},
+        {"local.ign2", "no virus", 0, CheckWord::kFailed},
+        {"empty.ndb", "", 0, CheckWord::kFailed},
+        {"daily.cld", "x", 8, CheckWord::kFailed},
+        {"main.cvd", "x", 3, CheckWord::kWarning},
+        {"local.ndb", "x", 1, CheckWord::kOk},
+    };
+    for (const auto& [name, text, days, want] : rows) {  // each beside those before it
+        const fs::path file = fs::path(folder) / name;
+        std::ofstream(file) << text;
+        fs::last_write_time(file, now - std::chrono::hours(24 * days + 1));
+        const Finding found = host::CheckSignatures(StoredSettings(), folder.c_str());
+        EXPECT_EQ(want, found.word) << name << ": " << found.detail;
+    }
+    fs::remove_all(folder);
+}
+
