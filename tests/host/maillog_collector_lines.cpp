@@ -123,3 +123,27 @@ TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
     const std::string cut(collector::kLongestText - 1, 'x');
     EXPECT_EQ(cut, collector::CleanText(cut + "\xc3\xa4"));
 }
+TEST(LogEvent, OnlyTheSelfChecksOwnProbeIsLeftOut)
+{
+    const std::string reason = ": 554 5.7.1 <somebody@self-check.invalid>: Relay access denied";
+    const std::string to = " to=<somebody@self-check.invalid>";
+    const std::string helo = " proto=ESMTP helo=<self-check.invalid>";
+    const std::string envelope = "; from=<>" + to + helo;
+    const auto isEntry = [](const std::string& rest) {
+        return Parse("smtpd[1]: NOQUEUE: reject: RCPT from " + rest).has_value();
+    };
+    for (const std::string client : {"unknown[127.0.0.2]", "localhost[::1]"})
+        EXPECT_FALSE(isEntry(client + reason + envelope)) << client;
+
+    const std::string client = "unknown[127.0.0.2]";
+    for (const std::string& rest :
+         {"x[203.0.113.9]" + reason + envelope, "unknown[127.0.0.1]" + reason + envelope,
+          client + reason + "; from=<a@b.test>" + to + helo,
+          client + reason + "; from=<> to=<bob@mv.test>" + helo,
+          client + reason + "; from=<>" + to + " proto=ESMTP helo=<x>",
+          client + reason + "; from=<a@b.test> to=<c@d.test> proto=ESMTP helo=<x" + envelope})
+        EXPECT_TRUE(isEntry(rest)) << rest;
+    EXPECT_TRUE(
+        Parse("cleanup[1]: 4jWf6r34W6zm4H4: reject: RCPT from " + client + reason + envelope));
+}
+
