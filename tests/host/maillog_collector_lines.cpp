@@ -59,6 +59,21 @@ TEST(LogClock, YearAndZone)
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
 }
 
+TEST(LogClock, AnHourThatComesTwice)
+{
+    ASSERT_EQ(0, setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1));
+    tzset();
+    constexpr std::int64_t kAgain = 1792890000;  // 2026-10-25 02:00:00 for the second time
+    collector::LogClock clock(kAgain - 1);
+    EXPECT_EQ(kAgain - 3601, clock.Seconds("Oct 25 01:59:59"));
+    EXPECT_EQ(kAgain - 3600, clock.Seconds("Oct 25 02:00:00"));
+    clock.SetNow(kAgain + 10);
+    EXPECT_EQ(kAgain - 1, clock.Seconds("Oct 25 02:59:59"));
+    EXPECT_EQ(kAgain + 5, clock.Seconds("Oct 25 02:00:05"));
+    clock.SetNow(kAgain + 3600);
+    EXPECT_EQ(kAgain + 3600, clock.Seconds("Oct 25 03:00:00"));
+}
+
 TEST(LogEvent, TextsOfStrangersNameNoQueueId)
 {
     const std::string to = "[1]: 4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
@@ -113,16 +128,6 @@ TEST(LogEvent, WhatSaysNothingAboutAMessage)
         EXPECT_FALSE(Parse(text)) << text;
 }
 
-TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
-{
-    const std::string good = "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80";
-    EXPECT_EQ(good, collector::CleanText(good));
-    EXPECT_EQ("?script?a???b", collector::CleanText("<script>a\x01\x7f\tb"));
-    EXPECT_EQ(std::string(4, '?'), collector::CleanText("\xff\xc3\xe2\x82"));
-    EXPECT_EQ(std::string(7, '?'), collector::CleanText("\xc0\xaf\xed\xa0\x80\xc2\x85"));
-    const std::string cut(collector::kLongestText - 1, 'x');
-    EXPECT_EQ(cut, collector::CleanText(cut + "\xc3\xa4"));
-}
 TEST(LogEvent, OnlyTheSelfChecksOwnProbeIsLeftOut)
 {
     const std::string reason = ": 554 5.7.1 <somebody@self-check.invalid>: Relay access denied";
@@ -147,3 +152,13 @@ TEST(LogEvent, OnlyTheSelfChecksOwnProbeIsLeftOut)
         Parse("cleanup[1]: 4jWf6r34W6zm4H4: reject: RCPT from " + client + reason + envelope));
 }
 
+TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
+{
+    const std::string good = "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80";
+    EXPECT_EQ(good, collector::CleanText(good));
+    EXPECT_EQ("?script?a???b", collector::CleanText("<script>a\x01\x7f\tb"));
+    EXPECT_EQ(std::string(4, '?'), collector::CleanText("\xff\xc3\xe2\x82"));
+    EXPECT_EQ(std::string(7, '?'), collector::CleanText("\xc0\xaf\xed\xa0\x80\xc2\x85"));
+    const std::string cut(collector::kLongestText - 1, 'x');
+    EXPECT_EQ(cut, collector::CleanText(cut + "\xc3\xa4"));
+}
