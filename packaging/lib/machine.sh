@@ -17,7 +17,7 @@ world_packages=(
     systemd util-linux
 )
 test_packages=(
-    libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin nginx-light
+    libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:

@@ -6,11 +6,13 @@ import socketserver
 import ssl
 import threading
 
+import harness
+
 
 class _Session(socketserver.StreamRequestHandler):
     """One conversation. Commands end up in the method of their name."""
 
-    timeout = 20
+    timeout = harness.PATIENCE
 
     def handle(self):
         self.logged_in = self.encrypted = False

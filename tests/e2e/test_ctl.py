@@ -14,7 +14,7 @@ CTL = TARGET + "/bin/mailvanectl"
 def ctl(*words, typed="", command=(CTL,)):
     """Exit status, standard output and standard error."""
     done = subprocess.run([*command, *words], input=typed, text=True, capture_output=True,
-                          check=False, timeout=60)
+                          check=False, timeout=harness.PATIENCE)
     return done.returncode, done.stdout, done.stderr
 
 

@@ -1,4 +1,5 @@
 """The security page and the DKIM keys: what leaves is signed, what is forged is refused."""
+import email.utils
 import os
 import smtplib
 import subprocess
@@ -64,8 +65,9 @@ def signature_holds(mail, key):
 
 
 def text_of(sender, subject, extra=""):
-    text = "%sFrom: %s\nTo: %s\nSubject: %s\nDate: Sat, 21 Nov 2026 10:00:00 +0000\n\nA message.\n"
-    return (text % (extra, sender, BOB, subject)).replace("\n", "\r\n").encode()
+    text = "%sFrom: %s\nTo: %s\nSubject: %s\nDate: %s\n\nA message.\n"
+    date = email.utils.formatdate()
+    return (text % (extra, sender, BOB, subject, date)).replace("\n", "\r\n").encode()
 
 
 def text_below(head, subject):
@@ -75,7 +77,7 @@ def text_below(head, subject):
 
 def come_in(envelope, subject, source, text=None):
     """Brings a mail for Bob from an address of the world outside; the server's answer."""
-    with smtplib.SMTP("127.0.0.1", 25, "client.example", 30, (source, 0)) as client:
+    with smtplib.SMTP("127.0.0.1", 25, "client.example", harness.PATIENCE, (source, 0)) as client:
         mail = text or text_of(envelope, subject)
         return harness.smtp_answer(lambda: client.sendmail(envelope, [BOB], mail), BOB)
 

@@ -68,7 +68,7 @@ class Mail(Upkeep):
     def test_the_quarantine(self):
         tell("save_spam_config", spam_enable=True, spam_action="quarantine", spam_reject_score=12)
         self.addCleanup(tell, "save_spam_config", spam_enable=False)
-        with smtplib.SMTP("127.0.0.1", 25, "client.test", 60) as client:
+        with smtplib.SMTP("127.0.0.1", 25, "client.test", harness.PATIENCE) as client:
             client.send_message(message("spam", "kept aside"))
         kept = wait_for(lambda: self.told("quarantine", "list"), "the quarantine")[0]
         self.assertEqual((kept["subject"], kept["recipients"]), ("kept aside", ["bob@" + DOMAIN]))

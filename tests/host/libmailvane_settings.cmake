@@ -17,4 +17,4 @@ add_executable(libmailvane_save_tests ${CMAKE_CURRENT_LIST_DIR}/libmailvane_save
 target_link_libraries(libmailvane_save_tests PRIVATE mailvane_service GTest::gtest_main)
 add_test(NAME libmailvane_save
     COMMAND ${CMAKE_CURRENT_LIST_DIR}/in_world.sh $<TARGET_FILE:libmailvane_save_tests>)
-set_tests_properties(libmailvane_save PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 120)
+set_tests_properties(libmailvane_save PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 600)

@@ -59,6 +59,21 @@ TEST(LogClock, YearAndZone)
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
 }
 
+TEST(LogClock, AnHourThatComesTwice)
+{
+    ASSERT_EQ(0, setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1));
+    tzset();
+    constexpr std::int64_t kAgain = 1792890000;  // 2026-10-25 02:00:00 for the second time
+    collector::LogClock clock(kAgain - 1);
+    EXPECT_EQ(kAgain - 3601, clock.Seconds("Oct 25 01:59:59"));
+    EXPECT_EQ(kAgain - 3600, clock.Seconds("Oct 25 02:00:00"));
+    clock.SetNow(kAgain + 10);
+    EXPECT_EQ(kAgain - 1, clock.Seconds("Oct 25 02:59:59"));
+    EXPECT_EQ(kAgain + 5, clock.Seconds("Oct 25 02:00:05"));
+    clock.SetNow(kAgain + 3600);
+    EXPECT_EQ(kAgain + 3600, clock.Seconds("Oct 25 03:00:00"));
+}
+
 TEST(LogEvent, TextsOfStrangersNameNoQueueId)
 {
     const std::string to = "[1]: 4jWf6M2n8mzm4JH: to=<x@far.test>, relay=";
@@ -111,6 +126,30 @@ TEST(LogEvent, WhatSaysNothingAboutAMessage)
           "smtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=deliverable (ok)",
           "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)"})
         EXPECT_FALSE(Parse(text)) << text;
+}
+
+TEST(LogEvent, OnlyTheSelfChecksOwnProbeIsLeftOut)
+{
+    const std::string reason = ": 554 5.7.1 <somebody@self-check.invalid>: Relay access denied";
+    const std::string to = " to=<somebody@self-check.invalid>";
+    const std::string helo = " proto=ESMTP helo=<self-check.invalid>";
+    const std::string envelope = "; from=<>" + to + helo;
+    const auto isEntry = [](const std::string& rest) {
+        return Parse("smtpd[1]: NOQUEUE: reject: RCPT from " + rest).has_value();
+    };
+    for (const std::string client : {"unknown[127.0.0.2]", "localhost[::1]"})
+        EXPECT_FALSE(isEntry(client + reason + envelope)) << client;
+
+    const std::string client = "unknown[127.0.0.2]";
+    for (const std::string& rest :
+         {"x[203.0.113.9]" + reason + envelope, "unknown[127.0.0.1]" + reason + envelope,
+          client + reason + "; from=<a@b.test>" + to + helo,
+          client + reason + "; from=<> to=<bob@mv.test>" + helo,
+          client + reason + "; from=<>" + to + " proto=ESMTP helo=<x>",
+          client + reason + "; from=<a@b.test> to=<c@d.test> proto=ESMTP helo=<x" + envelope})
+        EXPECT_TRUE(isEntry(rest)) << rest;
+    EXPECT_TRUE(
+        Parse("cleanup[1]: 4jWf6r34W6zm4H4: reject: RCPT from " + client + reason + envelope));
 }
 
 TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)

@@ -61,9 +61,21 @@ std::int64_t Rfc3339(std::string_view stamp)
     return parts.tm_mon < 0 || parts.tm_mday < 0 ? -1 : timegm(&parts) - offset;
 }
 
+/// How much later a local time comes again, as when summer time ends; 0 when it comes once.
+std::int64_t ComesAgain(const std::tm& local)
+{
+    std::tm summer = local;
+    std::tm winter = local;
+    summer.tm_isdst = 1;
+    winter.tm_isdst = 0;
+    const std::time_t first = std::mktime(&summer);
+    const std::time_t second = std::mktime(&winter);
+    return summer.tm_isdst == 1 && winter.tm_isdst == 0 ? second - first : 0;
+}
+
 }  // namespace
 
-std::int64_t LogClock::ClassicHour(std::string_view stamp) const
+std::int64_t LogClock::ClassicHour(std::string_view stamp)
 {
     const std::size_t month = kMonths.find(stamp.substr(0, 3));
     const int day = Number(stamp, 4, 2);
@@ -80,6 +92,8 @@ std::int64_t LogClock::ClassicHour(std::string_view stamp) const
         parts.tm_mday = day;
         parts.tm_hour = Number(stamp, 7, 2);
         parts.tm_isdst = -1;
+        again_ = ComesAgain(parts);
+        if (again_ > 0) parts.tm_isdst = 1;
         seconds = std::mktime(&parts);
         if (seconds <= now_ + kDay) break;
     }
@@ -99,7 +113,9 @@ std::int64_t LogClock::Seconds(std::string_view stamp)
     }
     if (lastSeconds_ < 0) return -1;
     constexpr std::int64_t kSecondsOfMinute = 60;
-    return lastSeconds_ + Number(stamp, 10, 2) * kSecondsOfMinute + Number(stamp, 13, 2);
+    const std::int64_t seconds =
+        lastSeconds_ + Number(stamp, 10, 2) * kSecondsOfMinute + Number(stamp, 13, 2);
+    return seconds + again_ <= now_ ? seconds + again_ : seconds;
 }
 
 }  // namespace collector

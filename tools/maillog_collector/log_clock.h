@@ -11,7 +11,8 @@ namespace collector {
 /// kept.
 class LogClock {
 public:
-    /// `now` decides the year of stamps that have none: the latest that is not in the future.
+    /// `now` decides the year of stamps that have none, and which of two hours of the same name
+    /// they mean: the latest that is not in the future.
     explicit LogClock(std::int64_t now) : now_(now) {}
 
     void SetNow(std::int64_t now) { now_ = now; }
@@ -21,11 +22,12 @@ public:
     std::int64_t Seconds(std::string_view stamp);
 
 private:
-    std::int64_t ClassicHour(std::string_view stamp) const;
+    std::int64_t ClassicHour(std::string_view stamp);
 
     std::int64_t now_;
     std::string lastHour_;
     std::int64_t lastSeconds_ = -1;
+    std::int64_t again_ = 0;  ///< how much later that hour comes a second time
 };
 
 }  // namespace collector

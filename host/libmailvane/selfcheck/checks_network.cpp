@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/names/relay_probe.h"
 #include "host/libmailvane/system/line_client.h"
 
 namespace host::selfcheck {
@@ -98,10 +99,10 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     system::LineClient client(port, stranger);
     if (!client.connected() || !client.ReadLine()) return std::nullopt;
 
-    (void)client.Ask("EHLO self-check.invalid");
+    (void)client.Ask(std::string("EHLO ") + names::kProbeName);
     (void)client.Ask("MAIL FROM:<>");
-    const std::string reply =
-        client.Ask("RCPT TO:<somebody@self-check.invalid>").value_or("no reply");
+    const std::string recipient = std::string("<") + names::kProbeRecipient + ">";
+    const std::string reply = client.Ask("RCPT TO:" + recipient).value_or("no reply");
     client.Send("QUIT");
     if (StartsWith(reply, "2")) return Failed("a stranger may send to strangers");
     if (StartsWith(reply, "5")) return Finding();
@@ -185,8 +186,8 @@ Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*s
 {
     // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
     // has one such address, which is a stranger only where nobody relays without a login.
-    std::vector<const char*> strangers = {"127.0.0.2"};
-    if (settings.Bool("smtp_auth_required")) strangers.push_back(kIpv6);
+    std::vector<const char*> strangers = {names::kProbeAddress};
+    if (settings.Bool("smtp_auth_required")) strangers.push_back(names::kProbeAddress6);
     Finding last = {CheckWord::kUnknown, "SMTP does not greet"};
     for (const char* stranger : strangers) {
         const auto finding = RelayFor(stranger, settings.Int("smtp_port"));
