@@ -212,7 +212,7 @@ class Commands(unittest.TestCase):
             ("no json", 3, "", "no JSON; the system log says why"),
         ):
             with self.subTest(answer):
-                got = self.run_line("save_smtp", FULL_PAGE, answer=head + answer)
+                got = self.run_line("save_smtp", full_page("save_smtp"), answer=head + answer)
                 self.assertEqual(got[:2], (status, out))
                 self.assertIn(err, got[2])
         for answer in ("", "Content-Type: text/html\n", "</table>\n"):
@@ -287,6 +287,17 @@ class Commands(unittest.TestCase):
         fine = "Status: 200\n\n" + '{"success":true,"settings":[{"key":"a","status":"OFF"}]}'
         self.assertEqual(self.run_line("check", "--json", answer=fine)[0], 0)
 
+    def test_scanning_without_signatures_is_told(self):
+        answer = "Status: 200\n\n" + json.dumps({"success": True, "settings": [
+            {"key": "virus_signatures", "status": "FAILED"}]})
+        for scans, before, told in ((True, False, True), (True, True, False),
+                                    (False, False, False)):
+            words = json.dumps({**json.loads(full_page("save_security")),
+                                "anti_virus_enable": scans})
+            with mock.patch("ctl.consequences._scans_already", lambda before=before: before):
+                errors = self.run_line("save_security", words, answer=answer)[2]
+            self.assertEqual("mail is refused" in errors, told)
+
     def test_users_of_a_directory_are_not_made_here(self):
         page = 'Status: 200\n\n{"success":true,"account_type":"ldap"}'
         for words in (["list"], ["add", "dora"], ["remove", "dora"]):
@@ -331,10 +342,14 @@ class Commands(unittest.TestCase):
             self.assertEqual(file.read(), "a: b\n")
 
 
+def full_page(action):
+    """All that a save must not lack, as JSON."""
+    return json.dumps({name: {"integer": 1, "boolean": True, "string": ""}[member.type]
+                       for name, member in REFERENCE.action(action).members.items()
+                       if member.required})
+
+
 if __name__ == "__main__":
     ACTIONS = sys.argv.pop(1)
     REFERENCE = Reference(ACTIONS)
-    FULL_PAGE = json.dumps({name: {"integer": 1, "boolean": True, "string": ""}[member.type]
-                            for name, member in REFERENCE.action("save_smtp").members.items()
-                            if member.required})
     unittest.main()

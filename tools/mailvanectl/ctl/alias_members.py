@@ -6,8 +6,6 @@
   eve@example.org    an address elsewhere
   -bob, -@staff ...  no longer a member
 """
-from ctl import accounts
-
 USER, GROUP, ALIAS, OUTSIDE = range(4)
 KIND = "member"  # what the reference calls such words
 FORMS = "bob, @staff, alias:sales or eve@example.org, with - before it to remove"
@@ -31,6 +29,7 @@ def entry(word: str) -> dict:
 def unknown(session, entries: list[dict]) -> list[str]:
     """What is to be said of members that have no mailbox here: the program takes them, and mail to
     the alias would come back. Of unknown groups the program tells itself."""
+    from ctl import accounts
     names = [one["name"] for one in entries if one.get("type") == USER and one.get("is_join")]
     return ["%s is not a mail user: mail to the alias comes back from there" % name
             for name in names

@@ -1,7 +1,7 @@
 """Calls one action, with the upload that follows where it announces one."""
 import os
 
-from ctl import answers, arguments, consequences, pages, upkeep
+from ctl import answers, arguments, consequences, pages
 from ctl.reference import Action, Usage
 
 
@@ -19,6 +19,7 @@ def run(session, action: Action, words: list[str]) -> int:
 
     sent = arguments.complete(action, pages.first(action, given))
     if action.asks:
+        from ctl import upkeep
         upkeep.confirm(session, action.asks)
     if not files:
         return send(session, action, sent)
