@@ -259,6 +259,8 @@ class Users(Upkeep):
         self.assertRaises(KeyError, pwd.getpwnam, "dora")
         self.assertFalse(os.path.exists(ETC + "/personal/dora.json"))
         self.assertTrue(os.listdir("/home/dora/Maildir/cur"))
+        kept = os.stat("/home/dora")
+        self.assertEqual((kept.st_uid, kept.st_mode & 0o777), (0, 0o700))
         audit = "\n".join(log.audit())
         self.assertIn("action user remove: done; to change: dora", audit)
         self.assertNotIn("the first one", audit)

@@ -70,7 +70,7 @@ def add(name: str, password: str) -> None:
     if os.path.lexists(home):
         raise Refused("%s is there already: move it away first" % home)
     upkeep.checked(["/usr/sbin/useradd", "--create-home", "--home-dir", home,
-                    "--key", "UMASK=077", "--key", "HOME_MODE=0700",
+                    "--key", "HOME_MODE=0700",
                     "--key", "UID_MIN=%d" % LOWEST, "--key", "UID_MAX=%d" % HIGHEST,
                     "--shell", SHELL, "--", name])
     try:
@@ -95,7 +95,8 @@ def password_fault(password: str) -> str:
 
 
 def remove(account: pwd.struct_passwd, with_mailbox: bool) -> None:
-    """Removes an account, whose mail programs are disconnected; its home stays or goes."""
+    """Removes an account, whose mail programs are disconnected. Its home goes, or stays as root's:
+    the next account may get the same number."""
     name = account.pw_name
     upkeep.checked(["/usr/sbin/usermod", "--lock", "--", name])  # so that none comes back
     upkeep.run(["/usr/bin/doveadm", "-c", DOVECOT, "kick", name])
@@ -104,8 +105,13 @@ def remove(account: pwd.struct_passwd, with_mailbox: bool) -> None:
     except Refused:
         upkeep.run(["/usr/sbin/usermod", "--unlock", "--", name])
         raise
-    if with_mailbox and _is_home(account):
+    if not _is_home(account):
+        return
+    if with_mailbox:
         shutil.rmtree(account.pw_dir)
+    else:
+        os.chmod(account.pw_dir, 0o700)
+        os.chown(account.pw_dir, 0, 0)
 
 
 def _delete(name):
@@ -120,13 +126,13 @@ def _delete(name):
 
 
 def _is_home(account):
-    """Whether a folder is this user's own and nobody else's, so that it may be deleted."""
+    """Whether a home is this user's own and nobody else's, so that it may be deleted."""
     path = account.pw_dir.rstrip("/")
     try:
-        info = os.lstat(path)
+        info, above = os.lstat(path), os.lstat(os.path.dirname(path))
     except OSError:
         return False
     others = [other.pw_dir for other in pwd.getpwall() if other.pw_name != account.pw_name]
     return path.count("/") > 1 and stat.S_ISDIR(info.st_mode) and \
-        info.st_uid == account.pw_uid and \
+        info.st_uid == account.pw_uid and above.st_uid == 0 and \
         not any((other.rstrip("/") + "/").startswith(path + "/") for other in others)

@@ -154,9 +154,9 @@ def _remove(session, name):
         # A later user of that name must not inherit how mail was forwarded.
         if os.path.lexists("%s/%s.json" % (PERSONAL, name)):
             os.unlink("%s/%s.json" % (PERSONAL, name))
-    kept = not deletes and os.path.isdir(account.pw_dir)
-    print("%s is removed; %s" % (name, "the mailbox stays in " + account.pw_dir if kept else
-                                 "the mailbox is gone"))
+    kept = os.path.isdir(account.pw_dir)
+    print("%s is removed; %s" % (name, "the mailbox stays in %s, which is root's now" %
+                                 account.pw_dir if kept else "the mailbox is gone"))
     for alias in _aliases(session, name, "alias_member"):
         answers.complain("%s is still a member of the alias %s" % (name, alias))
     return answers.DONE
