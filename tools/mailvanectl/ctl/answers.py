@@ -26,14 +26,6 @@ class Refused(Exception):
         self.lines = lines or []
 
 
-def value_of(text):
-    """A JSON text as a value."""
-    try:
-        return json.loads(text)
-    except ValueError as problem:
-        raise NoAnswer("the answer is no JSON") from problem
-
-
 def complain(text):
     """A line on standard error."""
     print("mailvanectl: " + text, file=sys.stderr)
@@ -83,9 +75,8 @@ def judged(action, answer, value) -> int:
     if why:
         explain("%s: %s" % (action.name, why), errors)
         return REFUSED
-    if action.kind != "read":
-        for line in warnings:
-            complain(line)
+    for line in errors + warnings if action.kind != "read" else []:
+        complain(line)  # it is done, but not all of it went well
     return DONE
 
 
@@ -95,13 +86,16 @@ def show(action, answer, raw: bool, note: Callable[[dict], str] = lambda value: 
     text = answer.bytes()
     if raw:
         sys.stdout.buffer.write(text)
-    value = value_of(text)
+    value = answer.value(text)
     status = judged(action, answer, value)
-    if status == DONE and not raw:
+    if status != DONE:
+        return status
+    if not raw:
         print(json.dumps(readable(action, value), indent=2, ensure_ascii=not _shows_all_letters()))
-    if status == DONE and note(value):
-        complain("%s: %s" % (action.name, note(value)))
-    return status
+    remark = note(value)
+    if remark:
+        complain("%s: %s" % (action.name, remark))
+    return DONE
 
 
 def readable(action, value):

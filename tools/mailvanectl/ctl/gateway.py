@@ -5,7 +5,7 @@ import shutil
 import subprocess
 
 from ctl import request_log
-from ctl.answers import NoAnswer, value_of
+from ctl.answers import NoAnswer
 
 STEP = 1 << 16
 UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~")
@@ -43,10 +43,14 @@ class Answer:
 
     def json(self):
         """The body as a value."""
+        return self.value(self.bytes())
+
+    def value(self, body: bytes):
+        """The body, which was read, as a value."""
         try:
-            return value_of(self.bytes())
-        except NoAnswer as problem:
-            raise NoAnswer(str(problem), self.log.errors()) from problem
+            return json.loads(body)
+        except ValueError as problem:
+            raise NoAnswer("the answer is no JSON", self.log.errors()) from problem
 
     def _end(self):
         self._process.stdout.close()
