@@ -66,6 +66,7 @@ class Ctl(Pages):
         self.assertEqual((status, errors.count("\n")), (0, 2), errors)
         self.assertIn("nosuch is not a mail user", errors)
         self.assertIn("there is no group nogroup9", errors)
+        self.done("apply_alias_info", "orgalias=one", "aliasname=one", "member=-@nogroup9")
         self.done("apply_alias_info", "aliasname=two", "member=one", "member=alias:one")
         self.assertNotIn("<", self.done("alias_enum", "query=two"))
 
