@@ -69,14 +69,14 @@ def _reason(action, errinfo):
 def judged(action, answer, value) -> int:
     """Says what is wrong with an answer; gives the exit status."""
     why = refusal(action, answer.status, value)
-    errors, warnings = answer.log.errors(), answer.log.warnings()
+    errors = answer.log.errors()
     if not why and action.kind == "upload" and errors:
         why = "the file was refused"  # which the answer does not tell
     if why:
         explain("%s: %s" % (action.name, why), errors)
         return REFUSED
-    for line in errors + warnings if action.kind != "read" else []:
-        complain(line)  # it is done, but not all of it went well
+    for line in answer.log.warnings() if action.kind != "read" else []:
+        complain(line)
     return DONE
 
 
