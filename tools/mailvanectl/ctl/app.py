@@ -108,7 +108,7 @@ def main(target, words):
     except OSError as problem:
         answers.complain(str(problem))
         return answers.REFUSED
-    except KeyboardInterrupt:
+    except (KeyboardInterrupt, EOFError):  # also where an answer was asked for
         return 130
 
 
