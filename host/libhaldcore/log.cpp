@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 void host::Log(int priority, const char* format, ...)
@@ -22,6 +23,9 @@ void host::Log(int priority, const char* format, ...)
             if (byte < 0x20 || byte == 0x7f) *at = '?';
         }
         syslog(priority, "mailvane: %s", line.data());
+        if (getenv("MAILVANE_ECHO_LOG") != nullptr) {
+            (void)fprintf(stderr, "<%d>mailvane: %s\n", priority, line.data());
+        }
     }
     errno = saved;
 }

@@ -15,7 +15,7 @@ import openapi
 
 CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask"}
 SAID_ONLY = {"description", "default", "minimum", "maximum", "format", "writeOnly",
-             "contentMediaType", "contentSchema"}
+             "contentMediaType", "contentSchema", "x-time", "x-word"}
 TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None)}
 
 

@@ -19,8 +19,22 @@ def member(name, schema, required):
         "secret": schema.get("writeOnly", False),
         "mask": schema.get("x-mask", ""),
         "parts": sorted(schema.get("items", schema).get("properties", {})),
+        "word": word(schema.get("items", schema)),
+        "time": schema.get("x-time", ""),
+        "fields": [member(field, about, False) for field, about in
+                   schema.get("contentSchema", {}).get("properties", {}).items()],
     }
     return {"name": name, **{key: value for key, value in about.items() if value}}
+
+
+def word(schema):
+    """How one word stands for an object: the name of its only member, when that is a text, or what
+    the schema says."""
+    properties = schema.get("properties", {})
+    only = list(properties) if len(properties) == 1 else []
+    if only and properties[only[0]].get("type") == "string":
+        return only[0]
+    return schema.get("x-word", "")
 
 
 def parameter(entry):
@@ -59,6 +73,25 @@ def reasons(operation):
     return found
 
 
+def shown(node, found):
+    """Collects of an answer's members those that hold markup, and the masks of passwords."""
+    for child in node if isinstance(node, list) else []:
+        shown(child, found)
+    for name, child in node.items() if isinstance(node, dict) else []:
+        if isinstance(child, dict):
+            if child.get("contentMediaType") == "text/html":
+                found["markup"].append(name)
+            found["mask"] = found["mask"] or child.get("x-mask", "")
+        shown(child, found)
+    return found
+
+
+def examples(name, operation):
+    """Command lines behind `mailvanectl`: those that are written, else, for what needs nothing
+    more, the name alone."""
+    return [" ".join([name, words]).rstrip() for words in operation.get("x-examples", [""])]
+
+
 def action(name, kind, operation):
     about = {
         "kind": kind,
@@ -70,6 +103,9 @@ def action(name, kind, operation):
         "download": "application/octet-stream" in operation["responses"]["200"]["content"],
         "members": members(kind, operation),
         "reasons": reasons(operation),
+        "examples": examples(name, operation) if kind != openapi.UPLOAD else [],
+        "asks": operation.get("x-asks"),
+        **shown(openapi.answer_schemas(operation), {"markup": [], "mask": ""}),
     }
     return {"name": name, **{key: value for key, value in about.items() if value}}
 

@@ -1,30 +1,44 @@
 """What becomes of an answer: standard output, standard error, the exit status."""
 import json
 import os
+import re
 import sys
+from collections.abc import Callable
 
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
+READABLE_MASK = "*" * 8  # for that of a stored password, whose signs few terminals have
+LOOK = re.compile(r"; the system log says wh\w+")
 
 
 class NoAnswer(Exception):
-    """The program ended without an answer; the system log says why."""
+    """The program ended without an answer; what the system log has about it."""
+
+    def __init__(self, what: str, lines: list[str] | None = None) -> None:
+        super().__init__(what)
+        self.lines = lines or []
 
 
 class Refused(Exception):
-    """What was asked for is not done, and nothing has changed."""
+    """What was asked for is not done, and nothing has changed; what the system log has about it."""
 
-
-def value_of(text):
-    """A JSON text as a value."""
-    try:
-        return json.loads(text)
-    except ValueError as problem:
-        raise NoAnswer("the answer is no JSON") from problem
+    def __init__(self, why: str, lines: list[str] | None = None) -> None:
+        super().__init__(why)
+        self.lines = lines or []
 
 
 def complain(text):
     """A line on standard error."""
     print("mailvanectl: " + text, file=sys.stderr)
+
+
+def explain(text: str, lines: list[str]) -> None:
+    """A complaint, with the lines of the system log that are about it; without any, where to look
+    for them."""
+    if lines:
+        text = LOOK.sub("", text) + ":" + "".join("\n  " + line for line in lines)
+    elif LOOK.search(text):
+        text += " (journalctl -t mailvane.cgi)"
+    complain(text)
 
 
 def _shows_all_letters():
@@ -52,19 +66,51 @@ def _reason(action, errinfo):
     return text + (": " + meaning if meaning else "")
 
 
-def show(action, answer, raw):
-    """Prints a JSON answer; gives the exit status."""
+def judged(action, answer, value) -> int:
+    """Says what is wrong with an answer; gives the exit status."""
+    why = refusal(action, answer.status, value)
+    errors = answer.log.errors()
+    if not why and action.kind == "upload" and errors:
+        why = "the file was refused"  # which the answer does not tell
+    if why:
+        explain("%s: %s" % (action.name, why), errors)
+        return REFUSED
+    for line in answer.log.warnings() if action.kind != "read" else []:
+        complain(line)
+    return DONE
+
+
+def show(action, answer, raw: bool, note: Callable[[dict], str] = lambda value: "") -> int:
+    """Prints a JSON answer, and on standard error what there is to note about it; gives the exit
+    status."""
     text = answer.bytes()
     if raw:
         sys.stdout.buffer.write(text)
-    value = value_of(text)
-    why = refusal(action, answer.status, value)
-    if why:
-        complain("%s: %s" % (action.name, why))
-        return REFUSED
+    value = answer.value(text)
+    status = judged(action, answer, value)
+    if status != DONE:
+        return status
     if not raw:
-        print(json.dumps(value, indent=2, ensure_ascii=not _shows_all_letters()))
+        print(json.dumps(readable(action, value), indent=2, ensure_ascii=not _shows_all_letters()))
+    remark = note(value)
+    if remark:
+        complain("%s: %s" % (action.name, remark))
     return DONE
+
+
+def readable(action, value):
+    """An answer as it is for people: no markup, and a mask that a terminal shows."""
+    if isinstance(value, list):
+        return [readable(action, entry) for entry in value]
+    if isinstance(value, dict):
+        return {name: _without_markup(entry) if name in action.markup else readable(action, entry)
+                for name, entry in value.items()}
+    return READABLE_MASK if value and value == action.mask else value
+
+
+def _without_markup(text):
+    import html
+    return html.unescape(re.sub(r"<[^>]*>", "", text))
 
 
 def store(action, answer, output, raw):

@@ -10,7 +10,7 @@ import os
 import sys
 
 from ctl import answers
-from ctl.reference import Reference, Usage
+from ctl.reference import Action, Reference, Usage, did_you_mean
 
 SUBCOMMANDS = {
     "help": "ctl.helping",
@@ -26,9 +26,11 @@ SUBCOMMANDS = {
     "tls": "ctl.tls",
     "dkim": "ctl.dkim",
     "dns": "ctl.dns",
+    "check": "ctl.check",
+    "user": "ctl.user",
 }
 
-FLAGS = ("--json", "--yes", "--check")
+FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox")
 
 
 class Session:
@@ -52,6 +54,14 @@ class Session:
                 raise Usage("only root can run the program")
             self._gateway = Gateway(self._program, self._user or _administrator())
         return self._gateway
+
+    def action(self, name: str) -> Action:
+        """The action of a name; Usage, with what was perhaps meant, when there is none."""
+        known = [*self.reference.names(), *SUBCOMMANDS]
+        if name not in known:
+            raise Usage("no action or subcommand %s%s; `mailvanectl help` lists them" % (
+                name, did_you_mean(name, known)))
+        return self.reference.action(name)
 
     def version(self):
         """The version of the package; empty when it does not say."""
@@ -87,10 +97,10 @@ def main(target, words):
         answers.complain(str(problem))
         return answers.USAGE
     except answers.Refused as problem:
-        answers.complain(str(problem))
+        answers.explain(str(problem), problem.lines)
         return answers.REFUSED
     except answers.NoAnswer as problem:
-        answers.complain("%s; the system log says why" % problem)
+        answers.explain("%s; the system log says why" % problem, problem.lines)
         return answers.NO_ANSWER
     except BrokenPipeError:  # nobody reads the output any more
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
@@ -98,7 +108,7 @@ def main(target, words):
     except OSError as problem:
         answers.complain(str(problem))
         return answers.REFUSED
-    except KeyboardInterrupt:
+    except (KeyboardInterrupt, EOFError):  # also where an answer was asked for
         return 130
 
 
@@ -109,7 +119,7 @@ def _run(target, words):
         session, command, rest = _parse(target, words)
 
     module = session.subcommand(command)
-    foreign = session.flags - getattr(module, "OPTIONS", set())
+    foreign = session.flags - getattr(module, "OPTIONS", {"--yes"} if not module else set())
     if foreign:
         raise Usage("%s takes no %s" % (command, min(foreign)))
     return module.run(session, rest) if module else _call(session, command, rest)
@@ -131,4 +141,4 @@ def _parse(target, words):
 
 def _call(session, action, words):
     from ctl import call
-    return call.run(session, action, words)
+    return call.run(session, session.action(action), words)

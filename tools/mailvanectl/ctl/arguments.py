@@ -5,32 +5,42 @@ A word is name=value, a JSON object, "-" for a JSON object on standard input, or
 import json
 import sys
 
-from ctl.reference import Usage
+from ctl import alias_members
+from ctl.answers import READABLE_MASK
+from ctl.reference import Action, Usage
 
 LOWEST, HIGHEST, LONGEST = -2**31, 2**31 - 1, 10  # the last in digits
 WORDS = {"yes": True, "true": True, "no": False, "false": False}
 NAME = set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_")
 
 
-def members_of(action, words):
+def members_of(action: Action, words: list[str]) -> tuple[dict, list[str]]:
     """Members that the words give an action, by name, and the words that name files."""
-    given, files, lists = {}, [], set()
+    given, files, lists, fields = {}, [], set(), {}
     for word in words:
         name, equals, text = word.partition("=")
         if word.startswith("{") or word == "-":
             given.update(_object(action, word))
         elif not equals or not name or set(name) - NAME:
             files.append(word)
+        elif action.holder(name):
+            holder = action.holder(name)
+            _add(fields.setdefault(holder.name, {}), lists, holder.fields[name], text)
         else:
             _add(given, lists, action.member(name), text)
+    for name, value in fields.items():
+        if name in given:
+            raise Usage("%s: either as a whole or member by member" % name)
+        given[name] = json.dumps(value)
     return given, files
 
 
-def complete(action, given):
-    """The members that are sent: those given, and for a password that was not given the text that
-    keeps the stored one, where leaving it out would remove it."""
+def complete(action: Action, given: dict) -> dict:
+    """The members that are sent: those given, and for a password that was not given, or as an answer
+    showed it, the text that keeps the stored one, where leaving it out would remove it."""
     kept = {member.name: member.mask for member in action.members.values()
-            if member.secret and member.mask and member.name not in given}
+            if member.secret and member.mask and
+            given.get(member.name, READABLE_MASK) == READABLE_MASK}
     sent = {**given, **kept}
     missing = [name for name, member in action.members.items()
                if member.required and name not in sent]
@@ -64,12 +74,23 @@ def _entries(member, text):
         value = _json(text)
         _check(member, value)
         return value
-    entry = text if member.items == "string" else _json(text)
+    entry = text if member.items == "string" else _object_of(member, text)
     _check(member, [entry])
     return [entry]
 
 
+def _object_of(member, text):
+    """An object as JSON, or as the one word that stands for it."""
+    if text.startswith("{") or not member.word:
+        return _json(text)
+    if member.word == alias_members.KIND:
+        return alias_members.entry(text)
+    return {member.word: text}
+
+
 def _value(member, text):
+    if member.time:
+        text = _seconds(member, text)
     if member.type == "boolean":
         if text not in WORDS:
             raise Usage("%s is yes or no, not %s" % (member.name, text))
@@ -80,9 +101,14 @@ def _value(member, text):
             raise Usage("%s is a number, not %s" % (member.name, text))
         value = int(text)
     else:
-        value = _json(text) if member.type == "object" else text
+        value = _object_of(member, text) if member.type == "object" else text
     _check(member, value)
     return value
+
+
+def _seconds(member, text):
+    from ctl import dates
+    return dates.seconds(member.name, text, member.time)
 
 
 def _secret(member, text):
@@ -116,9 +142,16 @@ def _object(action, word):
         if member.secret and word != "-":
             raise Usage("%s is a password: give the JSON on standard input, as -" % name)
         if action.kind == "read" and isinstance(entry, dict):
-            value[name] = json.dumps(entry)  # a parameter that holds JSON as text
+            value[name] = json.dumps(_with_times(entry, member.fields))  # JSON as text
         _check(member, value[name])
-    return value
+    return _with_times(value, action.members)
+
+
+def _with_times(value, members):
+    """An object whose dates are seconds."""
+    return {name: _seconds(members[name], entry)
+            if name in members and members[name].time and isinstance(entry, str) else entry
+            for name, entry in value.items()}
 
 
 def _json(text):

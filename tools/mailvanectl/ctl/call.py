@@ -1,40 +1,47 @@
 """Calls one action, with the upload that follows where it announces one."""
 import os
 
-from ctl import answers, arguments
-from ctl.reference import Usage
+from ctl import answers, arguments, consequences, pages
+from ctl.reference import Action, Usage
 
 
-def run(session, name, words):
-    """Calls the action of a name."""
-    action = session.reference.action(name)
+def run(session, action: Action, words: list[str]) -> int:
+    """Calls an action."""
     given, files = arguments.members_of(action, words)
     if len(files) > (1 if action.then_upload else 0):
-        raise Usage("%s: no name=value and no JSON: %s" % (name, files[-1]))
+        raise Usage("%s: no name=value and no JSON: %s" % (action.name, files[-1]))
     for path in files:
         readable(path)
     if session.output and not action.download:
-        raise Usage("%s gives no file that could be stored" % name)
+        raise Usage("%s gives no file that could be stored" % action.name)
+    if "--yes" in session.flags and not action.asks:
+        raise Usage("%s takes no --yes" % action.name)
 
-    sent = arguments.complete(action, given)
+    sent = arguments.complete(action, pages.first(action, given))
+    if action.asks:
+        from ctl import upkeep
+        upkeep.confirm(session, action.asks)
     if not files:
         return send(session, action, sent)
-    why = answers.refusal(action, *_value(session.gateway().write(name, sent)))
-    if why:
-        answers.complain("%s: %s" % (name, why))
-        return answers.REFUSED
-    return upload(session, files[0])
+    answer = session.gateway().write(action.name, sent)
+    status = answers.judged(action, answer, answer.json())
+    return upload(session, files[0]) if status == answers.DONE else status
 
 
-def send(session, action, members):
+def send(session, action: Action, members: dict) -> int:
     """Sends an action and shows its answer."""
     if action.kind == "read":
         answer = session.gateway().read(action.name, members)
         if action.download:
             return answers.store(action, answer, session.output, session.raw)
-    else:
-        answer = session.gateway().write(action.name, members)
-    return answers.show(action, answer, session.raw)
+        return answers.show(action, answer, session.raw, pages.Note(members))
+    remarks = consequences.of(session, action, members)
+    answer = session.gateway().write(action.name, members)
+    status = answers.show(action, answer, session.raw)
+    if status == answers.DONE:
+        for remark in remarks():
+            answers.complain(remark)
+    return status
 
 
 def upload(session, path):
@@ -49,7 +56,3 @@ def readable(path):
         raise Usage("%s: no such file" % path)
     if not os.access(path, os.R_OK):
         raise Usage("%s: it cannot be read" % path)
-
-
-def _value(answer):
-    return answer.status, answer.json()

@@ -63,6 +63,7 @@ def _restore(_session, date):
         if date not in [pair["date"] for pair in _pairs()]:
             raise Refused("there is no pair of that date")
         upkeep.configure("dkim", "pair-" + date)
+    print("the pair of %s signs now; `mailvanectl dns` prints its record" % date)
     return answers.DONE
 
 

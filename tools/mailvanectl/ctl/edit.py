@@ -4,7 +4,7 @@ Of the loaded page only the members go back that count as off when they are left
 password: what is not sent keeps what is stored.
 """
 from ctl import answers, arguments, call
-from ctl.reference import Usage
+from ctl.reference import Usage, did_you_mean
 
 WORDS = "PAGE name=value…"
 SUMMARY = "changes single members of a page"
@@ -14,7 +14,8 @@ def run(session, words):
     """Loads the page, changes it, saves it."""
     pages = session.reference.pages()
     if not words or words[0] not in pages:
-        raise Usage("edit one of the pages " + " ".join(pages))
+        raise Usage("edit one of the pages %s%s" % (
+            " ".join(pages), did_you_mean(words[0], pages) if words else ""))
     save = session.reference.action(pages[words[0]])
     given, files = arguments.members_of(save, words[1:])
     if files or not given:
@@ -22,10 +23,8 @@ def run(session, words):
 
     load = session.reference.action(save.edits)
     answer = session.gateway().read(load.name, {})
-    status, page = answer.status, answer.json()
-    why = answers.refusal(load, status, page)
-    if why:
-        answers.complain("%s: %s" % (load.name, why))
+    page = answer.json()
+    if answers.judged(load, answer, page) != answers.DONE:
         return answers.REFUSED
     return call.send(session, save, arguments.complete(save, edited(save, page, given)))
 

@@ -4,23 +4,26 @@ import os
 import shutil
 import subprocess
 
-from ctl.answers import NoAnswer, value_of
+from ctl import request_log
+from ctl.answers import NoAnswer
 
 STEP = 1 << 16
 UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~")
 
 
 class Answer:
-    """What the program wrote: its headers, and its body, which is read once."""
+    """What the program wrote: its headers, its body, which is read once, and after that its lines
+    in the system log."""
 
-    def __init__(self, process):
+    def __init__(self, process: subprocess.Popen, log: request_log.RequestLog) -> None:
         self._process = process
+        self.log = log
         self.headers = {}
         for line in iter(process.stdout.readline, b"\n"):
             name, colon, value = line.decode(errors="replace").partition(":")
             if not colon:
                 self._end()
-                raise NoAnswer("no answer")
+                raise NoAnswer("no answer", self.log.errors())
             self.headers[name.lower()] = value.strip()
         self.status = int(self.headers.get("status", "200").split()[0])
 
@@ -40,11 +43,19 @@ class Answer:
 
     def json(self):
         """The body as a value."""
-        return value_of(self.bytes())
+        return self.value(self.bytes())
+
+    def value(self, body: bytes):
+        """The body, which was read, as a value."""
+        try:
+            return json.loads(body)
+        except ValueError as problem:
+            raise NoAnswer("the answer is no JSON", self.log.errors()) from problem
 
     def _end(self):
         self._process.stdout.close()
         self._process.wait()
+        self.log.end()
 
 
 class Gateway:
@@ -85,18 +96,20 @@ class Gateway:
     def _send(self, head, parts):
         # In a session of its own, so that the terminal's interrupt key ends this program and not a
         # change halfway.
+        log = request_log.RequestLog()
         with open(os.devnull, "rb") as nothing:
             process = subprocess.Popen(
                 [self._program], env={**self._environment(), **head}, cwd="/",
                 stdin=subprocess.PIPE if parts else nothing, stdout=subprocess.PIPE,
-                start_new_session=True)
+                stderr=log.descriptor, start_new_session=True)
         if parts:
             _feed(process.stdin, parts)
-        return Answer(process)
+        return Answer(process, log)
 
     def _environment(self):
         language = os.environ.get("LC_ALL") or os.environ.get("LANG") or ""
         return {
+            **request_log.ENVIRONMENT,
             "GATEWAY_INTERFACE": "CGI/1.1",
             "PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
             "REMOTE_USER": self._user,

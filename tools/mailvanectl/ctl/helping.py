@@ -1,5 +1,5 @@
 """mailvanectl help [NAME]: what there is, or what an action or a subcommand takes."""
-from ctl import answers
+from ctl import alias_members, answers, pages
 
 WORDS = "[NAME]"
 SUMMARY = "lists the actions, or says what an action or a subcommand takes"
@@ -11,7 +11,7 @@ usage: mailvanectl [OPTION]... ACTION [name=value… | JSON | -] [FILE]
   --as USER       in whose name; by default the first administrator's
   --raw           the answer as it came
   -o, --output FILE  where a download goes; by default to standard output
-  --json, --yes, --check  of single subcommands; see `help NAME`
+  --json, --yes, --check ...  of single subcommands; see `help NAME`
 
 A JSON object may stand for name=value, and "-" for one on standard input. A list takes its name
 several times, or a JSON list. A password is given as name=- on standard input or as name=@FILE.
@@ -26,7 +26,7 @@ def run(session, words):
     elif words[0] in subcommands:
         print(subcommands[words[0]].__doc__.strip())
     else:
-        print(about_action(session.reference.action(words[0])))
+        print(about_action(session.action(words[0])))
     return answers.DONE
 
 
@@ -37,12 +37,16 @@ def about_action(action):
         lines += ["", action.description]
     if action.members:
         lines += ["", "name=value"]
-        lines += ["  %-30s %s" % (member.name, _about(member)) for member in
-                  action.members.values()]
+    for member in action.members.values():
+        lines.append("  %-30s %s" % (member.name, _about(member)))
+        lines += ["    %-28s %s" % (field.name, _about(field)) for field in
+                  member.fields.values()]
     if action.then_upload:
         lines += ["", "A FILE behind them is uploaded at once."]
     if action.download:
         lines += ["", "The answer is a file."]
+    if action.examples:
+        lines += ["", "For example"] + ["  mailvanectl " + words for words in action.examples]
     if action.reasons:
         lines += ["", "Refused with"]
         lines += ["  %-30s %s" % pair for pair in action.reasons.items()]
@@ -54,9 +58,16 @@ KINDS = {"integer": "number", "boolean": "yes/no", "string": "text", "array": "l
 
 
 def _about(member):
+    if member.name == pages.LIMIT:
+        return "number, default %d: rows of the page" % pages.USUAL
     notes = [KINDS[member.type]]
     if member.parts:
         notes[0] += " of {%s}" % ", ".join(member.parts)
+    if member.word:
+        notes[0] += ", or " + (alias_members.FORMS if member.word == alias_members.KIND else
+                               "the %s alone" % member.word)
+    if member.time:
+        notes[0] = "date, or seconds since 1970"
     notes += [note for note, holds in (("needed", member.required), ("password", member.secret),
                                        ("default " + member.default, member.default)) if holds]
     return ", ".join(notes) + (": " + member.text if member.text else "")

@@ -4,13 +4,15 @@
   flush                  tries to deliver everything now
   hold ID | all          keeps messages from being tried
   release ID | all       lets go what was held, and tries it
-  delete ID | all --yes  removes messages for good; all of them only with --yes"""
+  delete ID | all        removes messages for good; before all of them it asks, a script says --yes
+
+  mailvanectl queue list
+  mailvanectl queue delete all --yes"""
 import json
 import string
 
 from ctl import answers, upkeep
 from ctl.answers import Refused
-from ctl.reference import Usage
 
 WORDS = "list|flush|hold|release|delete [ID]"
 SUMMARY = "the mail that waits to be delivered"
@@ -73,12 +75,14 @@ def _row(message):
 def _flush(_session):
     with upkeep.audited("queue flush"):
         upkeep.checked([*POSTQUEUE, "-f"])
+    print("everything that waits and is not held is tried now")
     return answers.DONE
 
 
 def _hold(_session, which):
     with upkeep.audited("queue hold", [which]):
         upkeep.checked([*POSTSUPER, "-h", _target(which)])
+    print("%s until it is released" % _told(which, "held"))
     return answers.DONE
 
 
@@ -88,15 +92,21 @@ def _release(_session, which):
         upkeep.checked([*POSTSUPER, "-H", target])
         # What was let go would wait for the queue's next run.
         upkeep.checked([*POSTQUEUE, *(["-f"] if which == ALL else ["-i", target])])
+    print("%s and tried now" % _told(which, "released"))
     return answers.DONE
 
 
 def _delete(session, which):
-    if which == ALL and "--yes" not in session.flags:
-        raise Usage("this deletes all mail that waits; say --yes too")
+    if which == ALL:
+        upkeep.confirm(session, "This deletes all mail that waits.")
     with upkeep.audited("queue delete", [which]):
         upkeep.checked([*POSTSUPER, "-d", _target(which)])
+    print(_told(which, "deleted"))
     return answers.DONE
+
+
+def _told(which, done):
+    return "all that waited is %s" % done if which == ALL else "%s is %s" % (which, done)
 
 
 def _target(which):

@@ -143,6 +143,7 @@ def _release(_session, name):
         reply = upkeep.last_line(output + errors)  # it talks on standard error
         if status != 0 or not reply.startswith("250 "):
             raise Refused("the scanner does not release it: " + (reply or "no answer"))
+    print("%s is on its way to its recipients; it stays in the quarantine too" % name)
     return answers.DONE
 
 
@@ -150,6 +151,7 @@ def _delete(_session, name):
     with upkeep.audited("quarantine delete", [name]):
         _open(name).close()
         os.unlink(os.path.join(FOLDER, name))
+    print("%s is deleted" % name)
     return answers.DONE
 
 

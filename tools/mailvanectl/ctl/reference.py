@@ -1,9 +1,24 @@
 """What the actions take and answer: actions.json, which is made from docs/openapi.yaml."""
 import json
+from collections.abc import Iterable
 
 
 class Usage(Exception):
     """The command line asks for something that cannot be; nothing was sent."""
+
+
+def did_you_mean(word: str, known: Iterable[str]) -> str:
+    """The known words that are most like one that is not known, as part of a sentence."""
+    import difflib
+    by_form = {_form(name): name for name in known}
+    wanted = _form(word)
+    like = [form for form in by_form if wanted and (wanted in form or form in wanted)]
+    like += [form for form in difflib.get_close_matches(wanted, by_form, 2) if form not in like]
+    return " (did you mean %s?)" % " or ".join(by_form[form] for form in like[:3]) if like else ""
+
+
+def _form(name):
+    return name.lower().replace("_", "").replace("-", "")
 
 
 class Member:
@@ -19,6 +34,9 @@ class Member:
         self.secret = about.get("secret", False)
         self.mask = about.get("mask", "")
         self.parts = about.get("parts", [])
+        self.word = about.get("word", "")
+        self.time = about.get("time", "")
+        self.fields = {row["name"]: Member(row) for row in about.get("fields", [])}
 
 
 class Action:
@@ -34,14 +52,25 @@ class Action:
         self.then_upload = about.get("then_upload", False)
         self.download = about.get("download", False)
         self.reasons = about.get("reasons", {})
+        self.examples = about.get("examples", [])
+        self.asks = about.get("asks", "")
+        self.markup = about.get("markup", [])
+        self.mask = about.get("mask", "")
         self.members = {row["name"]: Member(row) for row in about.get("members", [])}
 
-    def member(self, name):
+    def member(self, name: str) -> Member:
         """The member of a name; Usage when the action does not take it."""
         if name not in self.members:
             known = " ".join(self.members) or "nothing"
-            raise Usage("%s takes no %s; it takes %s" % (self.name, name, known))
+            raise Usage("%s takes no %s%s; it takes %s" % (
+                self.name, name, did_you_mean(name, self.members), known))
         return self.members[name]
+
+    def holder(self, name: str) -> Member | None:
+        """The member that is an object and has a field of this name, when the action takes none of
+        it itself."""
+        holders = [member for member in self.members.values() if name in member.fields]
+        return holders[0] if holders and name not in self.members else None
 
     def reason(self, section, key):
         """What an errinfo means, "" when the reference does not say."""

@@ -75,7 +75,7 @@ def _install(_session, certificate, key):
         staged = _stage(folder, pair)
         _check(staged)
         _put_in_force(folder)
-    _warn_of_names("%s/%s" % (OWN, CERTIFICATE))
+    _tell_of("%s/%s" % (OWN, CERTIFICATE))
     return answers.DONE
 
 
@@ -83,7 +83,15 @@ def _remove(_session):
     with upkeep.audited("tls remove", ["certificate"]), restore.staging() as folder:
         _stage(folder, {})
         _put_in_force(folder)
+    _tell_of("%s/%s" % (SELF_SIGNED, CERTIFICATE))
     return answers.DONE
+
+
+def _tell_of(path):
+    about = _about(path)
+    print("in force: the certificate for %s, valid until %s" % (
+        upkeep.plain(about["names"] or about["subject"]), about["ends"]))
+    _warn_of_names(path)
 
 
 def _read(path):

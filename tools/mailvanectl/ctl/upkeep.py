@@ -4,11 +4,14 @@ import contextlib
 import json
 import os
 import subprocess
+import sys
 import syslog
 import time
 
+from ctl import request_log
 from ctl.answers import Refused
-from ctl.reference import Usage
+from ctl.reference import Usage, did_you_mean
+from ctl.request_log import plain
 
 PACKAGE = "/var/packages/Mailvane"
 ETC = PACKAGE + "/etc"
@@ -25,7 +28,9 @@ def dispatch(session, words, verbs, name):
     require_root()
     run, least, most = verbs.get(words[0] if words else "", (None, 0, 0))
     if run is None or not least <= len(words) - 1 <= most:
-        raise Usage("`mailvanectl help %s` says what it takes" % name)
+        like = did_you_mean(words[0], verbs) if words and run is None else ""
+        raise Usage("%s takes %s%s; `mailvanectl help %s` tells more" % (
+            name, ", ".join(verbs), like, name))
     return run(session, *words[1:])
 
 
@@ -35,22 +40,23 @@ def require_root():
         raise Usage("only root can do this")
 
 
-def run(command, more_environment=None):
+def run(command: list[str], more_environment: dict[str, str] | None = None,
+        typed: str = "") -> tuple[int, str, str]:
     """Status, output and errors of a program. It has a session of its own, so that the terminal's
     interrupt key ends this program and not a change halfway."""
     try:
         done = subprocess.run(
             command, env={**ENVIRONMENT, **(more_environment or {})}, cwd="/", check=False,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+            input=typed, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             errors="replace", start_new_session=True)
     except OSError as problem:
         raise Refused("%s: %s" % (command[0], problem.strerror)) from problem
     return done.returncode, done.stdout, done.stderr
 
 
-def checked(command):
+def checked(command: list[str], typed: str = "") -> str:
     """Output of a program; Refused, with what it says, when it fails."""
-    status, output, errors = run(command)
+    status, output, errors = run(command, typed=typed)
     if status != 0:
         raise Refused(last_line(errors) or "%s failed" % os.path.basename(command[0]))
     return output
@@ -62,11 +68,22 @@ def last_line(text):
     return plain(lines[-1]) if lines else ""
 
 
-def configure(*words):
+def configure(*words: str) -> None:
     """Runs the settings tool, which changes all or nothing."""
-    status, _, _ = run([SETTINGS_TOOL, *words])
+    status, _, errors = run([SETTINGS_TOOL, *words], request_log.ENVIRONMENT)
     if status != 0:
-        raise Refused("it was refused, and nothing has changed; the system log says why")
+        why = [text for priority, text in request_log.parsed(errors) if priority <= syslog.LOG_ERR]
+        raise Refused("it was refused, and nothing has changed; the system log says why", why)
+
+
+def confirm(session, question: str) -> None:
+    """Asks before what cannot be taken back. A script says --yes instead."""
+    if "--yes" in session.flags:
+        return
+    if not sys.stdin.isatty():
+        raise Usage(question + " There is no terminal to ask at: say --yes")
+    if input(question + " Go on? [y/N] ").strip().lower() not in ("y", "yes"):
+        raise Refused("nothing was changed")
 
 
 @contextlib.contextmanager
@@ -101,11 +118,6 @@ def sync_folder(folder):
         os.fsync(descriptor)
     finally:
         os.close(descriptor)
-
-
-def plain(text):
-    """A text that does to a terminal and a log what it says, and no more."""
-    return "".join(sign if sign.isprintable() else "?" for sign in text)
 
 
 def print_json(value):
