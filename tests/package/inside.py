@@ -124,4 +124,4 @@ def walk(*steps):
     for step in steps:
         start = time.monotonic()
         step()
-        print("%-8s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)
+        print("%-16s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)

@@ -68,7 +68,7 @@ def _look_at_postfix(sender, administrator, findings):
     domains.take_over(own, findings)
     take_limits(sender, findings)
     relay.take_over(sender, findings)
-    take_doors(sender, brought, findings)
+    take_doors(sender, brought, postfix.has_shipped_doors(sender), findings)
     routing = aliases.Routing(own, is_user)
     aliases.find(sender, routing, findings)
     aliases.take_over(routing, administrator, findings)
@@ -76,10 +76,11 @@ def _look_at_postfix(sender, administrator, findings):
     leave_others(sender, brought, findings)
 
 
-def take_doors(sender: postfix.Postfix, brought: dict, findings: Findings) -> None:
+def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
+               findings: Findings) -> None:
     """Finds what is open to whom. What Debian's installation alone has opened or kept shut is
     nobody's wish."""
-    if postfix.has_shipped_doors(sender):
+    if as_shipped:
         findings.smtp.update(PEOPLE_SEND)
     else:
         ports.take_over(sender, findings)
