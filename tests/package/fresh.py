@@ -40,7 +40,7 @@ def install():
     """The installation tells what listens now, also what is configured after the package."""
     run("sh", "-c", BARE)
     apt = ("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", "-y", "-o", "Dpkg::Use-Pty=0")
-    text = run(*apt, "install", "/root/" + sys.argv[1])
+    text = run(*apt, "install", "/root/" + sys.argv[1], longest=1800)
     for program in ("lighttpd", "spamd", "memcached"):
         check([line for line in text.splitlines() if line.split()[2:] == [program, program]] != [],
               True, program + " is told in\n" + text[-2000:])
