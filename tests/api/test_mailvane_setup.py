@@ -266,17 +266,20 @@ class CameAlong(WithFiles):
     def look(self, package="web", state="enabled", values=()):
         """Whether it ends, and why not."""
         conffile = self.folder + "/web/web.conf"
+        digest = hashlib.md5(b"as it came").hexdigest()
         known = companions.Companion("web", (self.folder + "/web",), {
             self.folder + "/web/enabled.conf": self.folder + "/shipped.conf"}, ":8461")
         with mock.patch.multiple(companions, KNOWN=(known,), OWN_UNITS=self.folder + "/units/",
                                  ENABLED_BY_PACKAGE=self.folder + "/%s.by-package"), \
-                mock.patch.object(shipped, "digests_of_conffiles",
-                                  lambda _: {conffile: hashlib.md5(b"as it came").hexdigest()}):
+                mock.patch.object(shipped, "conffiles", lambda: shipped.parse_conffiles(
+                    "web\n %s %s\n %s/gone 0 obsolete\nmodule\n %s/web/module.conf %s\n\n" % (
+                        conffile, digest, self.folder, self.folder, digest))):
             return companions.look({"web.service": {"enabled": state, "active": True}}, {package},
                                    list(values))
 
     def test_nothing_that_was_wanted_ends(self):
         self.write("web/web.conf", "as it came")
+        self.write("web/module.conf", "as it came")
         self.write("web.service.by-package", "")
         self.write("shipped.conf", "x")
         self.write("web/enabled.conf", "x")

@@ -2,9 +2,9 @@
 """The walk of a machine whose mail servers came with the package: nobody configured them, or one of
 them only. Each case hands it over, looks at what people reach, and gives it back.
 
-  fresh.py PACKAGE OTHER...    OTHER: packages that apt may choose to fulfil what is recommended
+  fresh.py PACKAGE    the name of its file in /root
 
-The machine (see inside.py) is bare, with the package's file in /root.
+The machine (see inside.py) is bare.
 """
 import sys
 
@@ -41,11 +41,9 @@ def install():
     run("sh", "-c", BARE)
     apt = ("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", "-y", "-o", "Dpkg::Use-Pty=0")
     text = run(*apt, "install", "/root/" + sys.argv[1], longest=1800)
-    for program in ("lighttpd", "spamd", "memcached"):
-        check([line for line in text.splitlines() if line.split()[2:] == [program, program]] != [],
-              True, program + " is told in\n" + text[-2000:])
-    run(*apt, "install", *sys.argv[2:])
-    run("apt-mark", "auto", *sys.argv[2:])
+    told = {line.split()[0]: line.split()[-1] for line in text.splitlines() if line.strip()}
+    for port, package in COMPANIONS.items():
+        check(told.get(str(port)), package, "told in\n" + text[-2000:])
     run(SETUP, "admin", "alice", typed=PASSWORD + "\n")
 
 

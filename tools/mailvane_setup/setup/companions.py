@@ -22,10 +22,8 @@ KNOWN = (
     Companion("lighttpd", ("/etc/lighttpd", "/var/www"), {
         "/etc/lighttpd/conf-enabled/99-unconfigured.conf":
             "/etc/lighttpd/conf-available/99-unconfigured.conf",
-        "/etc/lighttpd/conf-available/90-javascript-alias.conf":
-            "/etc/javascript-common/javascript-common.conf",
         "/etc/lighttpd/conf-enabled/90-javascript-alias.conf":
-            "/etc/javascript-common/javascript-common.conf",
+            "/etc/lighttpd/conf-available/90-javascript-alias.conf",
         "/var/www/html/index.lighttpd.html": "/usr/share/lighttpd/index.html"}),
     Companion("memcached", (), {
         "/etc/memcached.conf": "/usr/share/memcached/memcached.conf.default"}),
@@ -38,13 +36,15 @@ def look(states: dict, packages: set, postfix_values: list) -> tuple:
     """Which units end, and why others stay, by unit. `states` has those of all known units,
     `packages` those that came along, `postfix_values` what Postfix is told."""
     ends, stays = [], {}
+    conffiles = shipped.conffiles()
     for companion in KNOWN:
         state = states.get(companion.unit)
         if not state or not (state["active"] or _starts_at_boot(state)):
             continue
-        why = _reason(companion, state, packages, postfix_values)
-        if why:
-            stays[companion.unit] = why
+        changed = _first_changed(companion, conffiles)
+        why = _who_wants(companion, state, packages, postfix_values)
+        if why or changed:
+            stays[companion.unit] = why or changed + " is not as its package brought it"
         else:
             ends.append(companion.unit)
     return ends, stays
@@ -54,7 +54,7 @@ def _starts_at_boot(state):
     return state["enabled"] in ("enabled", "generated")
 
 
-def _reason(companion, state, packages, postfix_values):
+def _who_wants(companion, state, packages, postfix_values):
     """Why a service was wanted by somebody; "" when it was not."""
     if companion.package not in packages:
         return "its package did not come with mailvane alone"
@@ -63,15 +63,16 @@ def _reason(companion, state, packages, postfix_values):
         return "it was not its package that started it"
     if companion.named_as and any(companion.named_as in value for value in postfix_values):
         return "the machine's Postfix was told to use it"
-    changed = _first_changed(companion)
-    return changed and changed + " is not as its package brought it"
+    return ""
 
 
-def _first_changed(companion):
+def _first_changed(companion, conffiles):
     """A file that somebody has changed, added or taken away; "" when there is none."""
-    brought = shipped.digests_of_conffiles(companion.package)
-    for path, digest in brought.items():
-        if not shipped.is_as_brought(path, digest):
+    tops = tuple(folder + "/" for folder in companion.folders)
+    brought = {path for path, (package, _) in conffiles.items()
+               if package == companion.package or path.startswith(tops)}
+    for path in sorted(brought):
+        if not shipped.is_as_brought(path, conffiles[path][1]):
             return path
     made = companion.made
     for folder in (*companion.folders, OWN_UNITS + companion.unit + ".d"):

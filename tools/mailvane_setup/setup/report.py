@@ -15,7 +15,7 @@ def show(findings, keeps_settings: bool, text_of) -> list:
     lines.append("Taken over from the machine's own configuration, or set:")
     for page, members in (("smtp", findings.smtp), ("relay", findings.relay),
                           ("imap_pop3", findings.mailboxes)):
-        lines += ["  %s = %s (%s)" % (name, _text(name, value), text_of(page, name))
+        lines += ["  %-32s  # %s" % ("%s = %s" % (name, _text(name, value)), text_of(page, name))
                   for name, value in members.items()]
     lines += ["  further domain %s" % name for name in findings.domains]
     lines += ["  mail to %s goes to %s" % (name, ", ".join(own))

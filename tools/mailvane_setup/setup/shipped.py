@@ -5,7 +5,7 @@ import hashlib
 import os
 
 from setup.files import content
-from setup.run import attempt
+from setup.run import attempt, output
 
 UCF_DIGESTS = "/var/lib/ucf/hashfile"
 MAIN_CF = ("/usr/share/postfix/main.cf.debian", "/usr/share/postfix/main.cf.tls")
@@ -52,11 +52,21 @@ def digests_of_ucf(path: str = UCF_DIGESTS) -> dict:
     return {name: digest for digest, _, name in pairs}
 
 
-def digests_of_conffiles(package: str) -> dict:
-    """MD5 of a package's conffiles as it brought them; none when it is not installed."""
-    status, text, _ = attempt("dpkg-query", "-W", "-f", "${Conffiles}", package)
-    rows = [line.split() for line in text.splitlines()] if status == 0 else []
-    return {row[0]: row[1] for row in rows if len(row) == 2}  # a third word: no longer its file
+def conffiles() -> dict:
+    """Package and MD5 of every conffile by its path, as the packages brought them."""
+    return parse_conffiles(output("dpkg-query", "-W", "-f", "${Package}\\n${Conffiles}\\n"))
+
+
+def parse_conffiles(text: str) -> dict:
+    """From lines with a package's name, each followed by " path digest" for its conffiles."""
+    found, package = {}, ""
+    for line in text.splitlines():
+        words = line.split()
+        if len(words) == 1:
+            package = words[0]
+        elif len(words) == 2:  # a third word says that it is no longer the package's
+            found[words[0]] = (package, words[1])
+    return found
 
 
 def is_as_brought(path: str, digest: str) -> bool:
