@@ -29,6 +29,7 @@ ln -s /bin/true /usr/bin/sa-compile
 ANSWER = r"""
 set -e
 rm -f /etc/postfix/main.cf /etc/postfix/master.cf
+echo PURGE | debconf-communicate postfix >/dev/null
 echo "postfix postfix/main_mailer_type select $0" | debconf-set-selections
 export DEBIAN_FRONTEND=noninteractive
 dpkg-reconfigure postfix >/root/reconfigure.log 2>&1
