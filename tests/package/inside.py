@@ -50,10 +50,10 @@ def command(*words):
     return [MACHINE, "run", STATE, *words]
 
 
-def run(*words, typed="", wanted=0):
-    """Standard output of a command in the machine."""
+def run(*words, typed="", wanted=0, longest=300):
+    """Standard output of a command in the machine, which takes so many seconds at most."""
     done = subprocess.run(command(*words), input=typed, text=True, capture_output=True, check=False,
-                          timeout=300)
+                          timeout=longest)
     if done.returncode != wanted:
         raise SystemExit("%s: status %d instead of %d\n%s%s" % (
             " ".join(words)[:200], done.returncode, wanted, done.stdout, done.stderr))
@@ -124,4 +124,4 @@ def walk(*steps):
     for step in steps:
         start = time.monotonic()
         step()
-        print("%-8s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)
+        print("%-16s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)

@@ -2,7 +2,7 @@
 from ctl.administrators import first_administrator
 from ctl.reference import Usage
 from ctl.upkeep import audited
-from setup import app, handover, postfix, report, units
+from setup import app, companions, handover, postfix, reach, report, shipped, units
 from setup.program import Program
 from setup.run import Failed, between_steps
 from setup.state import ADOPTED
@@ -24,18 +24,26 @@ def run(session, options, words):
 
     administrator = _administrator()
     _end_interrupted(session, options)
-    findings = survey(administrator)
+    program = Program(session.target, administrator)
+    packages = shipped.came_along()
+    findings = survey(administrator, packages)
+    states = units.states(tuple(companion.unit for companion in companions.KNOWN))
+    ends, stays = companions.look(states, packages, findings.postfix_values)
     keeps_settings = "--keep-settings" in options
-    print("\n".join(report.show(findings, postfix.waiting(), units.filters_to_stop(units.states()),
-                                keeps_settings)))
+    print("\n".join([
+        *report.show(findings, keeps_settings, program.text_of),
+        *report.around(postfix.waiting(), units.filters_to_stop(states), ends, stays), "",
+        *reach.show(reach.planned(program, None if keeps_settings else findings)),
+        *report.against(findings, keeps_settings)]))
     if findings.against(keeps_settings) and "--force" not in options:
         return app.UNSEEN
     if "--dry-run" in options:
         return app.DONE
     if not _agreed(session, options):
         return app.ASKED
-    _take_over(session, administrator, None if keeps_settings else findings)
-    print("\nThe machine's mail is handed over. `mailvane-setup remove` gives it back.")
+    _take_over(session, program, None if keeps_settings else findings, ends)
+    print("\n".join(["", "The machine's mail is handed over. `mailvane-setup remove` gives it back.",
+                     "", *reach.show(reach.planned(program, None))]))
     return app.DONE
 
 
@@ -64,11 +72,10 @@ def _end_interrupted(session, options):
             handover.give_back(session.state, session.target)
 
 
-def _take_over(session, administrator, findings):
-    program = Program(session.target, administrator)
+def _take_over(session, program, findings, ends):
     with between_steps(), audited("setup adopt"):
         try:
-            handover.begin(session.state, findings)
+            handover.begin(session.state, findings, ends)
             handover.take_over(session.state, session.target, program, findings)
         except Exception as problem:
             app.complain("%s; what was changed is taken back" % problem)

@@ -15,7 +15,8 @@ from setup.run import Failed
 from setup.state import State
 
 DONE, FAILED, USAGE, UNSEEN, ASKED = 0, 1, 2, 3, 4
-COMMANDS = ("admin", "adopt", "remove", "status")
+COMMANDS = ("admin", "adopt", "remove", "status", "listeners")
+LOOKING = ("status", "listeners")  # they change nothing
 LOCK = "/run/mailvane-setup.lock"
 STATUSES = """\
 Exit status: 0 done, 1 failed (what was changed is taken back), 2 wrong usage, 3 mail would not be
@@ -39,7 +40,8 @@ class Session:
 
 
 def complain(text):
-    """A line on standard error."""
+    """A line on standard error, after all that was said before."""
+    sys.stdout.flush()
     print("mailvane-setup: " + text, file=sys.stderr)
 
 
@@ -71,7 +73,7 @@ def _run(target, words):
     if os.geteuid() != 0:
         raise Usage("only root can do that")
     with open(LOCK, "w", encoding="ascii") as lock:
-        if words[0] != "status":
+        if words[0] not in LOOKING:
             _take(lock)
         return module.run(Session(target), {name for name, _ in options}, rest)
 

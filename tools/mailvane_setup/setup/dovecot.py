@@ -1,12 +1,11 @@
 """The machine's own Dovecot: what doveconf prints, and the settings of the mailbox page in it."""
-import hashlib
 import os
 
-from setup.files import content
+from setup import shipped
 from setup.run import output
 
 FOLDER = "/etc/dovecot"
-SHIPPED = "/var/lib/ucf/hashfile"  # digests of the files as their packages brought them
+MAIN = FOLDER + "/dovecot.conf"
 MAILDIR = ("maildir:~/Maildir", "maildir:%h/Maildir")
 SERVICES = ((("imap", False), ("imaps", True)), (("pop3", False), ("pop3s", True)))
 
@@ -46,29 +45,25 @@ def parse(text):
 
 def read():
     """The configuration in /etc/dovecot; None when nobody has changed what the packages brought."""
-    return None if untouched() else parse(output("doveconf", "-aP"))
+    if not os.path.exists(MAIN) or untouched():
+        return None
+    return parse(output("doveconf", "-aP"))
 
 
-def untouched():
-    """Whether every file is as its package brought it, and none is there that a package did not."""
-    shipped = {}
-    for line in (content(SHIPPED) or b"").decode(errors="replace").splitlines():
-        digest, _, path = line.partition("  ")
-        shipped[path] = digest
-    for folder, _, names in os.walk(FOLDER):
-        for name in names:
-            path = os.path.join(folder, name)
-            if name.startswith("README") or folder == FOLDER + "/private":
-                continue
-            digest = hashlib.md5(content(path) or b"", usedforsecurity=False).hexdigest()
-            if digest != shipped.get(path):
-                return False
-    return True
+def untouched(folder: str = FOLDER, digests_file: str = shipped.UCF_DIGESTS) -> bool:
+    """Whether every file that Dovecot reads is there as its package brought it, and it finds none
+    that a package did not bring. Copies that editors and upgrades leave are not read."""
+    brought = {path: digest for path, digest in shipped.digests_of_ucf(digests_file).items()
+               if path.startswith(folder + "/")}
+    added = [path for path in shipped.files_below(folder)
+             if path.endswith(".conf") and path not in brought]
+    return not added and all(shipped.is_as_brought(*pair) for pair in brought.items())
 
 
-def take_over(dovecot, findings):
-    """Finds the mailbox page's settings, and what would hide mail."""
-    _take_ports(dovecot, findings)
+def take_over(dovecot: Section, findings, packages: set) -> None:
+    """Finds the mailbox page's settings, and what would hide mail. A protocol is on as soon as its
+    package is there: POP3 was nobody's wish where that came along with ours."""
+    _take_ports(dovecot, findings, "dovecot-pop3d" in packages)
     values = dovecot.values
     findings.mailboxes["plaintext_auth"] = values.get("disable_plaintext_auth") == "no"
     limit = values.get("mail_max_userip_connections", "")
@@ -78,8 +73,10 @@ def take_over(dovecot, findings):
     _look_at_accounts(dovecot, findings)
 
 
-def _take_ports(dovecot, findings):
+def _take_ports(dovecot, findings, pop3_came_along):
     protocols = dovecot.values.get("protocols", "").strip('"').split()
+    if pop3_came_along and "pop3" in protocols:
+        protocols.remove("pop3")
     encrypts = dovecot.values.get("ssl") != "no"
     for pair in SERVICES:
         protocol = pair[0][0]

@@ -13,6 +13,8 @@ class Findings:
         self.stops = []         # why mail would not be seen any more
         self.conflicts = []     # why mail would reach somebody else
         self.tables = []        # texts outside of /etc/postfix that were read
+        self.defaults = []      # servers that nobody has configured
+        self.postfix_values = []
 
     def leave(self, line):
         """Something is not taken over."""

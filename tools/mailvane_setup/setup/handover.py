@@ -18,9 +18,11 @@ message_size_limit = 0
 """
 
 
-def begin(state, findings):
-    """Remembers everything that is needed to give the machine back."""
-    state.store(state=ADOPTING, since=_now(), units=units.states(), made={})
+def begin(state, findings, companions: list) -> None:
+    """Remembers everything that is needed to give the machine back; `companions` are services that
+    end beside those of the mail."""
+    state.store(state=ADOPTING, since=_now(), units=units.states(tuple(companions)), made={},
+                companions=companions)
     state.store(files=originals.keep(state.originals, findings.tables if findings else []))
 
 
@@ -28,7 +30,7 @@ def take_over(state, target, program, findings):
     """Hands the machine's mail over; without findings with the settings that are stored. The mail
     server stays off until all that it needs to know is stored: meanwhile others keep what they have
     for us."""
-    units.give_way(state.values["units"])
+    units.give_way(state.values["units"], tuple(state.values["companions"]))
     was_configured = os.path.exists(postfix.MAIN)
     if not was_configured:
         _make_main(state)

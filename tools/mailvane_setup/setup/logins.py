@@ -19,7 +19,11 @@ def ask_password(name):
         if getpass.getpass("Again: ") != password:
             raise Usage("the two passwords differ")
         return password
-    password = sys.stdin.readline().removesuffix("\n")
+    line = sys.stdin.readline()
+    if not line.strip():
+        raise Usage("no password: run it at a terminal, which asks for one, or write one of at "
+                    "least %d characters to standard input" % SHORTEST)
+    password = line.removesuffix("\n")
     _check(password)
     return password
 

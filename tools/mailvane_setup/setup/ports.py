@@ -15,11 +15,14 @@ COVERED = {  # what our own ports set
     "milter_macro_daemon_name"}
 
 
+LOOPBACK = ("127.", "[127.", "[::1]", "localhost")  # what addresses of this machine alone begin with
+
+
 def take_over(postfix, findings):
     """Finds ports; services of the administrator's own are left."""
     kinds = {"smtp": [], "smtps": [], "smtp_tls": []}
     for service in postfix.services:
-        if not service.takes_mail_in():
+        if not service.takes_mail_in() or service.address().startswith(LOOPBACK):
             _leave_own(service, findings)
             continue
         port = service.port(_number)
@@ -28,7 +31,7 @@ def take_over(postfix, findings):
         _leave_options(service, findings)
 
     findings.smtp["smtp_ssl_enabled"] = bool(kinds["smtps"])
-    findings.smtp["smtp_tls_enabled"] = bool(kinds["smtp_tls"])
+    findings.smtp["smtp_tls_enabled"] = bool(kinds["smtp_tls"] or not kinds["smtps"])
     for kind, found in kinds.items():
         if found:
             findings.smtp[kind + "_port"] = found[0][0]
@@ -37,6 +40,8 @@ def take_over(postfix, findings):
         for port, service in found:
             if service.address():
                 findings.leave("master.cf: %s: here it listens on every address" % service.name)
+    if not kinds["smtps"] and not kinds["smtp_tls"]:
+        findings.leave("master.cf: no server for mail programs; here there is one, submission")
     if not kinds["smtp"]:
         findings.leave("master.cf: no server on port %d; here there is one" % SMTP_PORT)
 

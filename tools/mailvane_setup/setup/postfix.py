@@ -1,12 +1,11 @@
 """What the machine's own Postfix is told: its parameters and services, as postconf prints them."""
 import os
 
+from setup import shipped, tables
 from setup.files import content
 from setup.run import attempt, output
 
 MAIN = "/etc/postfix/main.cf"
-MASTER = "/etc/postfix/master.cf"
-SHIPPED_MASTER = "/usr/share/postfix/master.cf.dist"
 
 
 class Service:
@@ -96,6 +95,15 @@ def waiting():
     return len(text.splitlines()) if status == 0 else 0
 
 
-def master_as_shipped():
-    """Whether nobody has changed master.cf."""
-    return content(MASTER) == content(SHIPPED_MASTER)
+def doors(services: list) -> list:
+    """What is open to the network: of each service its name, its program, what it sets."""
+    return sorted((service.name, service.command, sorted(service.options.items()))
+                  for service in services if service.kind == "inet")
+
+
+def has_shipped_doors(postfix: Postfix, path: str = shipped.MASTER_CF) -> bool:
+    """Whether the same is open as in the master.cf that the package brings. What else stands in it
+    may differ: upgrades and other packages add services to it."""
+    text = (content(path) or b"").decode(errors="replace")
+    return doors(postfix.services) == doors(
+        parse_services("\n".join(tables.logical_lines(text)), ""))

@@ -43,6 +43,15 @@ class Program:
             raise Failed("%s: %s" % (name, why))
         return value
 
+    def page(self, name: str) -> dict:
+        """A page as it is stored."""
+        return self.call("load_" + name, {})
+
+    def text_of(self, page: str, member: str) -> str:
+        """What a member of a page is, in words."""
+        reference = self._session.reference
+        return reference.action(reference.pages()[page]).member(member).text
+
     def save(self, page, changes):
         """Changes members of a page."""
         action = self._session.reference.action(self._session.reference.pages()[page])

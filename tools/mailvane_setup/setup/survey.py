@@ -3,14 +3,19 @@ import os
 import pwd
 import socket
 
-from setup import aliases, certificates, domains, dovecot, ports, postfix, relay
+from setup import aliases, certificates, domains, dovecot, ports, postfix, relay, shipped
 from setup.findings import Findings
 
 FIRST_USER, LAST_USER = 1000, 65533  # numbers of accounts that get mail
 MAIL_SPOOL = "/var/mail"
 OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of a Dovecot nobody has configured
+OWN_RULES = (".forward", ".procmailrc")  # files in a home that say what becomes of mail
 MEGABYTE, LARGEST = 1 << 20, 2000
 QUEUE = "/var/spool/postfix"
+
+# What people get where nobody has said anything else; the ports are the settings' defaults.
+PEOPLE_SEND = {"smtp_tls_enabled": True}
+PEOPLE_READ = {"imap_enabled": True, "imaps_enabled": True}
 
 # Parameters that are taken over, or that our own configuration has an answer to.
 COVERED = {
@@ -29,48 +34,66 @@ COVERED = {
     "alternate_config_directories", "html_directory", "manpage_directory", "sample_directory",
     "daemon_directory", "command_directory", "mail_owner", "setgid_group", "sendmail_path",
     "mailq_path", "newaliases_path"}
-USUAL = {  # values that Debian's package writes and that change nothing
-    "inet_interfaces": ("all",),
-    "mynetworks": ("127.0.0.0/8", "127.0.0.0/8 [::ffff:127.0.0.0]/104 [::1]/128"),
-    "smtpd_relay_restrictions": (
-        "permit_mynetworks permit_sasl_authenticated defer_unauth_destination",
-        "permit_mynetworks, permit_sasl_authenticated, defer_unauth_destination",
-        "permit_mynetworks permit_sasl_authenticated reject_unauth_destination",
-        "permit_mynetworks, permit_sasl_authenticated, reject_unauth_destination")}
-
 SECRET_PARTS = ("passw", "_pw", "secret")  # of names of parameters
 
 
-def survey(administrator):
-    """Looks at the configurations in /etc/postfix and /etc/dovecot."""
+def survey(administrator: str, packages: set) -> Findings:
+    """Looks at the configurations in /etc/postfix and /etc/dovecot; `packages` are those that came
+    along with ours."""
     findings = Findings()
     sender, boxes = postfix.read(), dovecot.read()
     if sender:
         _look_at_postfix(sender, administrator, findings)
+        findings.postfix_values = list(sender.given.values())
+    else:
+        findings.smtp.update(PEOPLE_SEND)
+        findings.defaults.append("Postfix")
     if "." not in findings.smtp.get("smtp_hostname", ""):
         findings.smtp["smtp_hostname"] = socket.getfqdn()
     if "." not in findings.smtp["smtp_hostname"]:
         findings.leave("the machine has no full host name; set smtp_hostname")
     if boxes:
-        dovecot.take_over(boxes, findings)
+        dovecot.take_over(boxes, findings, packages)
+    else:
+        findings.mailboxes.update(PEOPLE_READ)
+        findings.defaults.append("Dovecot")
     certificates.take_over(sender, boxes, findings)
     _look_at_mail([MAIL_SPOOL + "/{0.pw_name}"] if boxes else OLD_PLACES, findings)
     return findings
 
 
 def _look_at_postfix(sender, administrator, findings):
+    brought = shipped.parameters()
     own = domains.find(sender, findings)
     domains.take_over(own, findings)
     take_limits(sender, findings)
     relay.take_over(sender, findings)
-    if not (postfix.master_as_shipped() and _is_plain(sender)):
-        ports.take_over(sender, findings)
-        findings.smtp["smtp_auth_required"] = not _own_programs_relay(sender)
+    take_doors(sender, brought, postfix.has_shipped_doors(sender), findings)
     routing = aliases.Routing(own, is_user)
     aliases.find(sender, routing, findings)
     aliases.take_over(routing, administrator, findings)
     look_at_delivery(sender, findings)
-    leave_others(sender, findings)
+    leave_others(sender, brought, findings)
+
+
+def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
+               findings: Findings) -> None:
+    """Finds what is open to whom. What Debian's installation alone has opened or kept shut is
+    nobody's wish."""
+    if as_shipped:
+        findings.smtp.update(PEOPLE_SEND)
+    else:
+        ports.take_over(sender, findings)
+    if all(shipped.is_debians(name, value, brought) for name, value in sender.given.items()):
+        findings.defaults.append("Postfix")
+    else:
+        findings.smtp["smtp_auth_required"] = not _own_programs_relay(sender)
+    if sender.text("inet_interfaces") in ("loopback-only", "localhost", "127.0.0.1"):
+        findings.leave("inet_interfaces = %s: here other machines reach the mail server, too"
+                       % sender.text("inet_interfaces"))
+    if sender.text("default_transport").startswith("error"):
+        findings.leave("default_transport = %s: here mail to others leaves the machine"
+                       % sender.text("default_transport"))
 
 
 def is_user(name):
@@ -79,12 +102,6 @@ def is_user(name):
         return FIRST_USER <= pwd.getpwnam(name).pw_uid <= LAST_USER
     except KeyError:
         return False
-
-
-def _is_plain(sender):
-    """Whether nothing is set that Debian's package does not set too."""
-    return not sender.text("relayhost") and not sender.text("virtual_alias_maps") and \
-        not list(_others(sender))
 
 
 def take_limits(sender, findings):
@@ -115,16 +132,13 @@ def look_at_delivery(sender, findings):
         findings.stop("multi_instance_directories: there are several mail servers")
 
 
-def _others(sender):
-    return (name for name, value in sender.given.items()
-            if name not in COVERED and value not in USUAL.get(name, ()))
-
-
-def leave_others(sender, findings):
+def leave_others(sender: postfix.Postfix, brought: dict, findings: Findings) -> None:
     """Names the parameters that nothing is made of."""
-    for name in _others(sender):
+    for name, value in sender.given.items():
+        if name in COVERED or shipped.is_debians(name, value, brought):
+            continue
         secret = any(part in name for part in SECRET_PARTS)
-        findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else sender.given[name]))
+        findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else value))
 
 
 def _look_at_mail(places, findings):
@@ -133,10 +147,11 @@ def _look_at_mail(places, findings):
     for path in (place.format(user) for user in users for place in places):
         if _has_bytes(path):
             findings.stop("mail lies in %s" % path)
-    forwarding = [user.pw_name for user in users
-                  if os.path.isfile(os.path.join(user.pw_dir, ".forward"))]
-    if forwarding:
-        findings.leave("~/.forward of %s" % ", ".join(forwarding))
+    for name in OWN_RULES:
+        owners = [user.pw_name for user in users
+                  if os.path.isfile(os.path.join(user.pw_dir, name))]
+        if owners:
+            findings.leave("~/%s of %s" % (name, ", ".join(owners)))
 
 
 def _has_bytes(path):

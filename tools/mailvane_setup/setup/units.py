@@ -10,6 +10,7 @@ MAIL = ("postfix.service", "postfix@-.service", "dovecot.socket", "dovecot.servi
 FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc.service",
            "clamav-daemon.socket", "clamav-daemon.service", "clamav-freshclam.service")
 OVERRIDES = "/etc/systemd/system"
+WITHOUT_UNIT = "generated"  # made at boot from a script in /etc/init.d: there is no link to remove
 OUR_SERVICES = ("amavis", "amavisd-milter", "clamd", "maillog", "memcached", "opendkim",
                 "opendmarc")
 
@@ -19,9 +20,10 @@ def has_systemd():
     return os.path.isdir("/run/systemd/system")
 
 
-def states():
-    """What each unit is: whether enabled for the next boot, and whether active."""
-    names = (*MAIL, *FILTERS, *("mailvane-%s.service" % name for name in OUR_SERVICES))
+def states(more: tuple = ()) -> dict:
+    """What each unit is, and more than those of the mail services: whether enabled for the next
+    boot, and whether active."""
+    names = (*MAIL, *FILTERS, *("mailvane-%s.service" % name for name in OUR_SERVICES), *more)
     return parse(output("systemctl", "show", "--property=Id,LoadState,UnitFileState,ActiveState",
                         *names))
 
@@ -31,17 +33,19 @@ def parse(text):
     found = {}
     for block in text.split("\n\n"):
         row = dict(line.split("=", 1) for line in block.splitlines() if "=" in line)
-        if row.get("LoadState") == "loaded":
+        if row.get("LoadState") in ("loaded", "masked"):
             found[row["Id"]] = {"enabled": row["UnitFileState"],
                                 "active": row["ActiveState"] in ("active", "activating")}
     return found
 
 
-def give_way(before):
-    """Stops the machine's own daemons. Filters are not started at the next boot either; for the
-    mail servers that is up to the stored settings."""
-    _switch("disable", [unit for unit in FILTERS if _is(before, unit, "enabled")])
-    for group in (FILTERS, MAIL):
+def give_way(before: dict, companions: tuple = ()) -> None:
+    """Stops the machine's own daemons, and those that came along with packages. They are not
+    started at the next boot either; for the mail servers that is up to the stored settings."""
+    others = (*FILTERS, *companions)
+    _switch("disable", [unit for unit in others if _is(before, unit, "enabled")])
+    _switch("mask", [unit for unit in companions if _is(before, unit, WITHOUT_UNIT)])
+    for group in (others, MAIL):
         output("systemctl", "stop", *(unit for unit in group if unit in before))
 
 
@@ -52,7 +56,9 @@ def filters_to_stop(before):
 
 def restore(before):
     """Brings all units to the states that they had."""
-    now = states()
+    now = states(tuple(before))
+    _switch("unmask", [unit for unit in now
+                       if _is(before, unit, WITHOUT_UNIT) and _is(now, unit, "masked")])
     for verb, then in (("disable", "disabled"), ("enable", "enabled")):
         _switch(verb, [unit for unit in now
                        if _is(before, unit, then) and not _is(now, unit, then)])
