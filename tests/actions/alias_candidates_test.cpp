@@ -1,5 +1,4 @@
-// Who may become a member of an alias, and the names of accounts.
-#include "addresses/account_names.h"
+// Who may become a member of an alias.
 #include "tests/recording/action_test.h"
 
 using namespace recording;
@@ -171,36 +170,4 @@ TEST_F(Candidates, FailWithoutAMessage)
         world.ExpectLogs(row.log);
         NextCase();
     }
-}
-
-using AccountNames = Candidates;
-
-TEST_F(AccountNames, AreThoseOfTheSource)
-{
-    const char kNames[] = R"("acc_domain_name": "s.example", "win_domain_short_name": "CORP")";
-    for (const auto& [type, want] : std::map<std::string, std::string>{
-             {"ldap", "bob@s.example"}, {"win", "CORP\\bob"}, {"local", "bob"}, {"Win", "bob"}}) {
-        world.postfix.Set(ParseJson("{\"account_type\": \"" + type + "\", " + kNames + "}"));
-        EXPECT_EQ(AccountLoginName("bob"), want);
-    }
-    world.postfix.Set(ParseJson(R"({"account_type": "ldap"})"));
-    world.Fail("Postfix::LoadSettings");
-    EXPECT_EQ(AccountLoginName("bob"), "bob");
-}
-
-TEST_F(AccountNames, AddressesAndAliasesTakeBlindCopies)
-{
-    const std::map<std::string, bool> rows = {
-        {"@", true},      {"x@none.example", true}, {"alice", true}, {"none", false},
-        {"Sales", true},  {"SALES", false},         {"sale", false}, {"", false},
-        {"winner", true}, {"Alice", false}};
-    for (const auto& [name, want] : rows) EXPECT_EQ(IsValidBccTarget(name), want) << name;
-
-    world.postfix.Set(ParseJson(R"({"account_type": "win", "win_domain_short_name": "C"})"));
-    AddUser("C\\new");
-    EXPECT_TRUE(IsValidBccTarget("new"));
-    EXPECT_FALSE(IsValidBccTarget("alice"));
-    EXPECT_TRUE(IsValidBccTarget("team")) << "an alias by its typed name";
-    world.Fail("Alias::load");
-    EXPECT_FALSE(IsValidBccTarget("team"));
 }

@@ -1,7 +1,4 @@
-// Key pair of the signer, security page, status of the anti-virus side.
-#include <cerrno>
-
-#include "filtering/anti_virus_status.h"
+// Security page.
 #include "tests/recording/action_test.h"
 
 using namespace recording;
@@ -18,11 +15,6 @@ const std::string kMakePrivate = "GenerateRSAPrivateKey " + kPrivate + " 1024";
 const std::string kMakePublic = "GenerateRSAPublicKey " + kPrivate + " " + kPublic;
 const std::string kReadPublic = "ReadRSAPublicKey " + kPublic;
 const std::string kAskPublic = "HLIBCFileExist " + kPublic;
-const std::string kRestartSigner =
-    "HLIBCExec /var/packages/Mailvane/target/scripts/opendkim.sh restart";
-
-using GenerateDkimKey = ActionTest;
-using AntiVirus = RecordedTest;
 
 class Security : public ActionTest {
 protected:
@@ -62,82 +54,6 @@ const char kStays[] = "mailscanner service:restart";
 
 }  // namespace
 
-TEST_F(GenerateDkimKey, MakesThePairAndRestartsASignerThatIsOn)
-{
-    const std::string want =
-        Lines({"Postfix::LoadSettings", kMakeDirectory, kMakePrivate, kMakePublic, kReadPublic});
-    world.FailWith("mkdir", EEXIST);  // makes no difference
-    EXPECT_EQ(Read("generate_dkim_key").status, 0);
-    EXPECT_EQ(world.Calls(), want);
-    NextCase();
-
-    world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
-    world.Fail(kRestartSigner);  // nor does this
-    world.publicKey = kBegin + "\nQUJD\nREVG\n" + kEnd + "\n";
-    EXPECT_EQ(Read("generate_dkim_key").output,
-              Answer(R"({"success": true, "dkim_public_key": "QUJDREVG"})"));
-    EXPECT_EQ(world.Calls(), want + kRestartSigner + "\n");
-}
-
-TEST_F(GenerateDkimKey, CutsTheTextAsThePublishedRecordsHaveIt)
-{
-    const std::pair<std::string, std::string> rows[] = {
-        {kBegin + "\r\nQUJD\r\nREVG\r\n" + kEnd + "\r\n", "\rQUJD\rREVG\r"},
-        {kBegin + "\nQUJD\nREVG\n", "QUJDREVG"},
-        {"QUJD\nREVG\n" + kEnd + "\n", "QUJDREVG"},
-        {"", ""},
-        {kBegin + "\nQUJD\n" + kEnd + "\nmore\n" + kBegin + "\n", "QUJD"},
-        // the place of the mark is that of the text as read
-        {"x\n" + kBegin + "\nQUJD\n" + kEnd, "x-UJD"},
-        {"\n\n" + kBegin, "--"},
-    };
-    for (const auto& [text, want] : rows) {
-        world.publicKey = text;
-        Json::Value answer = ParseJson(kSuccess);
-        answer["dkim_public_key"] = want;
-        EXPECT_EQ(Read("generate_dkim_key").output, Answer(Compact(answer)));
-    }
-
-    world.publicKey = std::string(kBegin.size() + 1, '\n') + kBegin;
-    const Reply reply = Read("generate_dkim_key");
-    EXPECT_EQ(reply.status, 255);
-    EXPECT_EQ(reply.output, "");
-    EXPECT_NE(world.TakeLog(), "");
-}
-
-TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
-{
-    const std::string pids[] = {"/var/run/hald_freshclam.pid", "/var/run/hald_anti-virus.pid",
-                                "/var/run/clamd.pid", "/var/run/MailScanner.pid"};
-    const struct {
-        bool enabled;
-        const char* alive;  ///< a "1" for each of these that is
-        std::size_t asked;  ///< how many of them are looked at
-        const char* want;
-    } rows[] = {
-        {false, "0000", 2, "done"}, {true, "1111", 1, "fresh_clam"},
-        {true, "0001", 3, "error"}, {true, "0111", 2, "service_starting"},
-        {true, "0010", 4, "error"}, {false, "0100", 2, "service_starting"},
-        {true, "0011", 4, "done"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.alive);
-        if (row.enabled) world.mailScanner.Set(ParseJson(R"({"anti_virus_enable": true})"));
-        std::vector<std::string> calls = {"MailScanner::LoadSettings"};
-        for (std::size_t i = 0; i < 4; ++i) {
-            if (row.alive[i] == '1') world.livePidFiles.insert(pids[i]);
-            if (i < row.asked) calls.push_back("HLIBCProcAliveByPidFile " + pids[i]);
-        }
-        EXPECT_STREQ(AntiVirusStatus(), row.want);
-        EXPECT_EQ(world.Calls(), Lines(calls));
-        NextCase();
-    }
-
-    world.livePidFiles = {pids[0]};
-    world.Fail("MailScanner::LoadSettings");
-    EXPECT_STREQ(AntiVirusStatus(), "error");
-}
-
 TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 {
     world.mailScanner =
@@ -169,7 +85,6 @@ TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 TEST_F(Security, AnswersAFailureOfALoadOrASave)
 {
     ExpectFailures(R"(
-generate_dkim_key | Postfix::LoadSettings | system
 load_security | Postfix::LoadSettings | system
 load_security | Postfix::LoadSettings > MailScanner::LoadSettings | system
 save_security | Postfix::LoadSettings | system
