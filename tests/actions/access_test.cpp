@@ -1,53 +1,11 @@
 // Access lists.
-#include <unistd.h>
-
-#include <cstdio>
-
 #include "tests/recording/action_test.h"
 
 using namespace recording;
 
-namespace {
+using AccessLists = ActionTest;
 
-class AccessLists : public ActionTest {
-protected:
-    void ExpectDownload(const std::string& action, const std::string& parameter, const char* name)
-    {
-        world.exportText = "a OK\nb";
-        EXPECT_EQ(
-            Read(action, {{action == "export_bcc" ? "bccType" : "accessType", parameter}}).output,
-            Download(name, "a OK\nb"));
-        NextCase();
-    }
-
-    void ExpectNoDownload(const std::string& kind, const std::string& action)
-    {
-        const std::string write = kind + "::export" + kind;
-
-        world.Fail(kind + "::getInstance");
-        EXPECT_EQ(Read(action).output, "");
-        NextCase();
-
-        world.Fail(write);
-        EXPECT_EQ(Read(action).output, "");
-        world.ExpectLog(kind == "BCC" ? "export bcc fail" : "export access fail");
-        NextCase();
-
-        // Leads nowhere: it can neither be written nor read.
-        world.On(write, [this] {
-            const std::string path = world.temporaryNames.begin()->first;
-            std::remove(path.c_str());
-            return symlink("/nonexistent/file", path.c_str());
-        });
-        EXPECT_EQ(Read(action).output, "");
-        world.ExpectLog("rule open fail");
-        NextCase();
-    }
-};
-
-}  // namespace
-
-TEST_F(AccessLists, AccessListsArePagedBySearchAndCountedFirst)
+TEST_F(AccessLists, ArePagedBySearchAndCountedFirst)
 {
     world.access = {{"b", ACCESS_REJECT, TYPE_CLIENT, NAME_NETWORK}, {"a"}};
     EXPECT_EQ(Read("load_access").output, Answer(R"({"success": true, "total": 2, "items": [
@@ -76,27 +34,34 @@ TEST_F(AccessLists, AnEditIsADeletionAndAnAddition)
                                     "Access::addAccess 2 3 n 2"}));
 }
 
-TEST_F(AccessLists, TheFirstFailureEndsAChange)
+TEST_F(AccessLists, TheFirstFailureEndsAnAction)
 {
-    ExpectFailures(R"(
-load_access | Access::getInstance | failure | load fail
-add_access | Access::getInstance | failure | load fail
-add_access | Access::getInstance > Access::addAccess 0 0 "" 3 | failure | add access fail
-edit_access | Access::getInstance | failure | load fail
-edit_access | Access::getInstance > Access::deleteAccess ["" 0 0 0] | failure | delete access fail
-edit_access {"permission": "OK"} | Access::getInstance > Access::deleteAccess ["" 0 0 0]
-  > Access::addAccess 0 0 "" 0 | failure | add access fail
-delete_access | Access::getInstance | failure | load fail
-delete_access | Access::getInstance > Access::deleteAccess [] | {"success": true}
-)");
+    ExpectFailures({
+        {"load_access", "Access::getInstance", {"load fail"}, Failed()},
+        {"add_access", "Access::getInstance", {"load fail"}, Failed()},
+        {"add_access", "Access::addAccess 0 0 \"\" 3", {"add access fail"}, Failed()},
+        {"edit_access", "Access::getInstance", {"load fail"}, Failed()},
+        {"edit_access", "Access::deleteAccess", {"delete access fail"}, Failed()},
+        {"edit_access", "Access::addAccess", {"add access fail"}, Failed()},
+        {"delete_access", "Access::getInstance", {"load fail"}, Failed()},
+        {"delete_access", "Access::deleteAccess", {}, Answer(kSuccess)},
+        {"export_access", "Access::getInstance", {}, ""},
+        {"export_access", "Access::exportAccess", {"export access fail"}, ""},
+    });
 }
 
 TEST_F(AccessLists, DownloadsAreNamedByTheirList)
 {
-    ExpectDownload("export_access", "0", "sender_access");
-    ExpectDownload("export_access", "1", "recipient_access");
-    ExpectDownload("export_access", "7", "client_access");
-    ExpectNoDownload("Access", "export_access");
+    world.exportText = "a OK\nb";
+    for (const auto& [type, name] : std::map<std::string, std::string>{
+             {"0", "sender_access"}, {"1", "recipient_access"}, {"7", "client_access"}}) {
+        EXPECT_EQ(Read("export_access", {{"accessType", type}}).output, Download(name, "a OK\nb"));
+    }
+    NextCase();
+
+    LeadNowhere("Access::exportAccess");
+    EXPECT_EQ(Read("export_access").output, "");
+    world.ExpectLog("rule open fail");
 }
 
 TEST_F(AccessLists, AFailedApplyIsToldByItsMessageAlone)

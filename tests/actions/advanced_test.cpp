@@ -3,13 +3,9 @@
 
 using namespace recording;
 
-namespace {
-
 using AdvancedSettings = ActionTest;
 
-}  // namespace
-
-TEST_F(AdvancedSettings, TheAdvancedPageNeverAnswersThePassword)
+TEST_F(AdvancedSettings, NeverAnswerThePassword)
 {
     const Json::Value stored =
         ParseJson(R"({"smtp_relay_password": "secret", "smtp_enabled": false})");
@@ -22,10 +18,10 @@ TEST_F(AdvancedSettings, TheAdvancedPageNeverAnswersThePassword)
 
 TEST_F(AdvancedSettings, TheFirstFailureEndsAnAction)
 {
-    ExpectFailures(R"(
-load_adv_anti_spam | Postfix::LoadSettings | system
-save_advance_anti_spam | Postfix::LoadSettings | system
-save_advance_anti_spam | Postfix::LoadSettings
-  > Postfix::SaveSettings [postfix service:restart] | system
-)");
+    const std::string save = "Postfix::SaveSettings [postfix service:restart]";
+    ExpectFailures({
+        {"load_adv_anti_spam", "Postfix::LoadSettings"},
+        {"save_advance_anti_spam", "Postfix::LoadSettings"},
+        {"save_advance_anti_spam", save},
+    });
 }

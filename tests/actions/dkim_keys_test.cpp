@@ -69,9 +69,13 @@ TEST_F(GenerateDkimKey, CutsTheTextAsThePublishedRecordsHaveIt)
     EXPECT_NE(world.TakeLog(), "");
 }
 
-TEST_F(GenerateDkimKey, FailsWhenTheSettingsCannotBeLoaded)
+TEST_F(GenerateDkimKey, TheFirstFailureEndsIt)
 {
-    ExpectFailures(R"(
-generate_dkim_key | Postfix::LoadSettings | system
-)");
+    const std::string failed = "Failed to ";
+    ExpectFailures({
+        {"generate_dkim_key", "Postfix::LoadSettings"},
+        {"generate_dkim_key", kMakePrivate, {failed + "GenerateRSAPrivateKey"}},
+        {"generate_dkim_key", kMakePublic, {failed + "GenerateRSAPublicKey"}},
+        {"generate_dkim_key", kReadPublic, {failed + "ReadRSAPublicKey"}},
+    });
 }

@@ -34,8 +34,14 @@ TEST_F(LoadPersonal, ShowsTheTextAndTheBoundsOfAReplyThatIsOn)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.more);
-        world.personal["bob"] = {
-            true, "", true, "x@y", true, row.reply, row.begin, row.end, {"Away", "Soon"}, {}};
+        PersonalData& stored = world.personal["bob"];
+        stored.forward = true;
+        stored.forwardAddr = "x@y";
+        stored.keepCopy = true;
+        stored.reply = row.reply;
+        stored.replyBegin = row.begin;
+        stored.replyEnd = row.end;
+        stored.generalReply = {"Away", "Soon"};
         EXPECT_EQ(Read("load_personal", {{"user", "bob"}}).output,
                   Answer("{" + std::string(kFirst) + ", " + row.more + "}"));
         NextCase();
@@ -68,7 +74,7 @@ TEST_F(SavePersonal, GivesEverythingToTheStoreInOrder)
     EXPECT_EQ(stored.generalReply, std::make_pair(std::string("a \"b\"\nc"), std::string("m")));
     for (const char* call : {"setForward true", "setForwardAddr x@y", "setKeepCopy true",
                              "SetReplyBeginTime 12", "SetReplyEndTime 0"}) {
-        EXPECT_NE(world.Calls().find(std::string("Personal::") + call), std::string::npos) << call;
+        EXPECT_TRUE(world.HasCalled(std::string("Personal::") + call)) << call;
     }
     NextCase();
 

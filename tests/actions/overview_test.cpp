@@ -1,15 +1,29 @@
 // Mail traffic by periods.
+#include <ctime>
+
 #include "tests/recording/action_test.h"
 
 using namespace recording;
 
 namespace {
 
-using Overview = ActionTest;
+class Overview : public ActionTest {
+protected:
+    /// The end of the last period asked for, and the number of periods.
+    std::pair<long, int> Asked() const
+    {
+        const std::string calls = world.Calls();
+        long end = 0;
+        int periods = 0;
+        const auto last = calls.rfind("Statistic ") + sizeof "Statistic";
+        EXPECT_EQ(std::sscanf(calls.c_str() + last, "%ld %d\n", &end, &periods), 2) << calls;
+        return {end, periods};
+    }
+};
 
 }  // namespace
 
-TEST_F(Overview, OverviewShowsCountsOrKilobytesOfEachPeriod)
+TEST_F(Overview, ShowsCountsOrKilobytesOfEachPeriod)
 {
     const struct {
         const char *type, *scale, *periods;
@@ -29,19 +43,37 @@ TEST_F(Overview, OverviewShowsCountsOrKilobytesOfEachPeriod)
                   Answer(R"({"success": true, "statistic": )" + std::string(row.periods) + "}"));
         NextCase();
     }
+}
 
-    // The time counts for volumes only; 24 periods unless asked otherwise.
+TEST_F(Overview, ShowsTwentyFourPeriodsUpToNow)
+{
+    const std::map<std::string, std::string> rows[] = {
+        {{"type", "0"}},
+        {{"type", "0"}, {"time", "17"}},  // counts for volumes only
+        {{"type", "1"}},
+        {{"type", "1"}, {"time", "0"}},
+    };
+    for (const auto& parameters : rows) {
+        const long start = std::time(nullptr);
+        (void)Read("overview_load", parameters);
+        const auto [end, periods] = Asked();
+        EXPECT_TRUE(start <= end && end <= std::time(nullptr)) << world.Calls();
+        EXPECT_EQ(periods, 24);
+        NextCase();
+    }
+}
+
+TEST_F(Overview, ShowsVolumesUpToTheTimeAskedFor)
+{
     world.statistic.inbound = {1536};
     const std::string output =
         Read("overview_load", {{"type", "1"}, {"time", "1700000000"}}).output;
     EXPECT_NE(output.find(R"("inbound":"1.5")"), std::string::npos) << output;
-    EXPECT_NE(world.Calls().find("MailLog::getBandwidthStatistic 1700000000 24\n"),
-              std::string::npos);
-    NextCase();
-    (void)Read("overview_load", {{"time", "17"}});
-    EXPECT_EQ(world.Calls().find("MailLog::getQuantityStatistic 17 "), std::string::npos);
-    NextCase();
+    EXPECT_EQ(Asked(), std::make_pair(1700000000L, 24));
+}
 
+TEST_F(Overview, NeedsTheHomesOfTheUsers)
+{
     for (const char* type : {"0", "1"}) {
         world.keyValueFiles.clear();
         EXPECT_EQ(Read("overview_load", {{"type", type}}).output,
@@ -49,15 +81,21 @@ TEST_F(Overview, OverviewShowsCountsOrKilobytesOfEachPeriod)
     }
 }
 
-TEST_F(Overview, AnswersFailuresOfTheLog)
+TEST_F(Overview, TheFirstFailureEndsIt)
 {
-    ExpectFailures(R"(
-overview_load | ... > MailLog::error | system | mail log init fail; QuantityStatisticGet fail
-overview_load | ... > MailLog::getQuantityStatistic | system
-  | getQuantityStatistic fail; QuantityStatisticGet fail
-overview_load type=1 | ... > MailLog::error | system
-  | mail log init fail; BandwidthStatisticGet fail
-overview_load type=1 | ... > MailLog::getBandwidthStatistic | system
-  | getQuantityStatistic fail; BandwidthStatisticGet fail
-)");
+    const std::string counts = "QuantityStatisticGet fail";
+    const std::string volumes = "BandwidthStatisticGet fail";
+    const std::string none = "getQuantityStatistic fail";  // of both
+    const std::string open = "mail log init fail";
+    const std::string ofVolumes = R"({"type": "1"})";
+    ExpectFailures({
+        {"overview_load", "MailLog::error", {open, counts}},
+        {"overview_load", "MailLog::getQuantityStatistic", {none, counts}},
+        {"overview_load", "MailLog::error", {open, volumes}, SystemError(), ofVolumes},
+        {"overview_load",
+         "MailLog::getBandwidthStatistic",
+         {none, volumes},
+         SystemError(),
+         ofVolumes},
+    });
 }

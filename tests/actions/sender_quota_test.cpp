@@ -14,49 +14,67 @@ protected:
     }
 };
 
+const std::string kLoad = "Postfix::LoadSettings";
+const std::string kFindAnn = "HLIBUserRealNameGet ann 1023";
+const std::string kSetAnn = "SenderQuota::Set ann 4294967295";
+const std::string kGenerate = "SenderQuota::GenerateConfig";
+const std::string kRestart = "Postfix::Service restart";
+
+const char kQuotaOfAnn[] = R"({"sasl_sender": "ann", "quota": -1})";
+
 }  // namespace
 
-TEST_F(SenderQuotas, AQuotaIsSetAfterTheAccountIsFoundAndTheServicesFollow)
+TEST_F(SenderQuotas, AreSetOnceTheAccountIsFound)
 {
-    const std::string load = "Postfix::LoadSettings";
-    const std::string user = "HLIBUserRealNameGet ann 1023";
-    const std::string set = "SenderQuota::Set ann 4294967295";
-    const std::string generate = "SenderQuota::GenerateConfig";
-    const std::string gone = "SenderQuota::DeleteList [ann, b]";
-    const char* list = R"({"delete_list": ["ann", "b"]})";
-    const std::string body = R"(set_sender_quota {"sasl_sender": "ann", "quota": -1} | )" + load +
-                             " > " + load + " > " + user;
-    const std::string deletion = std::string("delete_sender_quota ") + list + " | " + load;
-    ExpectFailures(body + " | user/no_such_user");
-    ExpectFailures(body + " > " + set + " | system");
-    ExpectFailures(body + " > " + set + " > " + generate + " | system");
-    ExpectFailures(deletion + " | system");
-    ExpectFailures(deletion + " > " + gone + " | system");
-    ExpectFailures(deletion + " > " + gone + " > " + generate + " | system");
+    EXPECT_EQ(Write("set_sender_quota", kQuotaOfAnn).output, Answer(kSuccess));
+    EXPECT_EQ(world.Calls(), Lines({kLoad, kLoad, kFindAnn, kSetAnn, kGenerate, kRestart}));
+}
 
-    world.postfix.Set(ParseJson(R"({"reject_sasl_sender_rate_exceed": true})"));
+TEST_F(SenderQuotas, AnEditDeletesTheOldOneWhateverComesOfIt)
+{
     world.Fail("SenderQuota::DeleteList");
-    world.Fail("Postfix::Service");
-    EXPECT_EQ(Write("set_sender_quota", R"({"sasl_sender": "ann", "quota": -1, "orgSetting": {}})")
+    EXPECT_EQ(Write("set_sender_quota", R"({"sasl_sender": "ann", "quota": -1,
+                                            "orgSetting": {"sasl_sender": "bob"}})")
                   .output,
               Answer(kSuccess));
+    EXPECT_EQ(world.Calls(), Lines({kLoad, kLoad, kFindAnn, "SenderQuota::DeleteList [bob]",
+                                    kSetAnn, kGenerate, kRestart}));
+}
+
+TEST_F(SenderQuotas, WithTheRateLimitOnTheCounterIsRestartedToo)
+{
+    world.postfix.Set(ParseJson(R"({"reject_sasl_sender_rate_exceed": true})"));
+    world.Fail(kRestart);  // makes no difference
+    EXPECT_EQ(Write("set_sender_quota", kQuotaOfAnn).output, Answer(kSuccess));
+    EXPECT_TRUE(
+        world.LastCallIs("HLIBCExec /var/packages/Mailvane/target/scripts/memcached.sh restart"));
+}
+
+TEST_F(SenderQuotas, AreDeletedTogether)
+{
+    EXPECT_EQ(Write("delete_sender_quota", R"({"delete_list": ["ann", "b"]})").output,
+              Answer(kSuccess));
     EXPECT_EQ(world.Calls(),
-              Lines({load, load, user, "SenderQuota::DeleteList [\"\"]", set, generate,
-                     "Postfix::Service restart",
-                     "HLIBCExec /var/packages/Mailvane/target/scripts/memcached.sh restart"}));
+              Lines({kLoad, "SenderQuota::DeleteList [ann, b]", kGenerate, kRestart}));
+}
+
+TEST_F(SenderQuotas, AreListedAsTheyAreStored)
+{
     world.quotas = {{"ann", 4294967295U}};
     EXPECT_EQ(Read("load_sender_quota", {{"start", "-1"}}).output,
               Answer(R"({"success": true, "total": 1,
                          "settings": [{"sasl_sender": "ann", "quota": 4294967295}]})"));
-    NextCase();
-
-    EXPECT_EQ(Write("delete_sender_quota", list).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(), Lines({load, gone, generate, "Postfix::Service restart"}));
 }
 
-TEST_F(SenderQuotas, TheListThatCannotBeReadIsASystemError)
+TEST_F(SenderQuotas, TheFirstFailureEndsAnAction)
 {
-    ExpectFailures(R"(
-load_sender_quota | SenderQuota::GetSettingList 0 50 | system
-)");
+    ExpectFailures({
+        {"set_sender_quota", kFindAnn, {}, Refusal("user", "no_such_user"), kQuotaOfAnn},
+        {"set_sender_quota", kSetAnn, {}, SystemError(), kQuotaOfAnn},
+        {"set_sender_quota", kGenerate, {}, SystemError(), kQuotaOfAnn},
+        {"delete_sender_quota", kLoad},
+        {"delete_sender_quota", "SenderQuota::DeleteList"},
+        {"delete_sender_quota", kGenerate},
+        {"load_sender_quota", "SenderQuota::GetSettingList 0 50"},
+    });
 }

@@ -7,19 +7,7 @@
 
 using namespace recording;
 
-namespace {
-
-const std::string kInstance = "Spam::getInstance";
-
 using SpamRules = ActionTest;
-
-/// Where the filter looks for spam.
-class SpamRuleFailures : public ActionTest {
-protected:
-    void Prepare() override { world.spamAssassin = true; }
-};
-
-}  // namespace
 
 TEST_F(SpamRules, AreSwitchedAndRemovedOneByOne)
 {
@@ -29,8 +17,9 @@ TEST_F(SpamRules, AreSwitchedAndRemovedOneByOne)
     world.spamRules = {{"a", false}, {"b", true}};
     world.Fail("Spam::enableRule");
     EXPECT_EQ(Write("save_spam_rules", rules).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(), Lines({kInstance, "Spam::enableRule a", "Spam::disableRule b",
-                                    "Spam::disableRule \"\"", "Spam::isEnableSpamassassin"}));
+    EXPECT_EQ(world.Calls(),
+              Lines({"Spam::getInstance", "Spam::enableRule a", "Spam::disableRule b",
+                     "Spam::disableRule \"\"", "Spam::isEnableSpamassassin"}));
     EXPECT_EQ(Read("load_spam_rules").output, Answer(R"({"success": true, "total": 2, "items": [
                          {"isEnable": false, "ruleName": "a"},
                          {"isEnable": true, "ruleName": "b"}]})"));
@@ -39,7 +28,7 @@ TEST_F(SpamRules, AreSwitchedAndRemovedOneByOne)
     world.spamAssassin = true;
     world.Fail("Spam::deleteRule a");
     EXPECT_EQ(Write("delete_rules", rules).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(), Lines({kInstance, "Spam::deleteRule a", "Spam::deleteRule b",
+    EXPECT_EQ(world.Calls(), Lines({"Spam::getInstance", "Spam::deleteRule a", "Spam::deleteRule b",
                                     "Spam::isEnableSpamassassin", "MailScanner::Service restart"}));
     EXPECT_EQ(Read("load_spam_rules").output,
               Answer(R"({"success": true, "total": 0, "items": []})"));
@@ -60,16 +49,19 @@ TEST_F(SpamRules, AreDownloadedAsTheyWereUploaded)
     std::remove(path);
 }
 
-TEST_F(SpamRuleFailures, TheFirstOneEndsAnAction)
+TEST_F(SpamRules, TheFirstFailureEndsAnAction)
 {
-    ExpectFailures(R"(
-load_spam_rules | Spam::getInstance | failure
-save_spam_rules | Spam::getInstance | system
-save_spam_rules | Spam::getInstance > Spam::isEnableSpamassassin
-  > MailScanner::Service restart | system
-delete_rules | Spam::getInstance | system
-delete_rules | Spam::getInstance > Spam::isEnableSpamassassin > MailScanner::Service restart
-  | failure | fail to restart mailscanner service
-export_rule | Spam::getInstance | nothing | import rule not exit
-)");
+    ExpectFailures({
+        {"load_spam_rules", "Spam::getInstance", {}, Failed()},
+        {"save_spam_rules", "Spam::getInstance"},
+        {"delete_rules", "Spam::getInstance"},
+        {"export_rule", "Spam::getInstance", {"import rule not exit"}, ""},
+    });
+
+    const std::string restart = "MailScanner::Service restart";
+    world.spamAssassin = true;
+    world.Fail(restart);
+    EXPECT_EQ(Write("save_spam_rules").output, SystemError());
+    EXPECT_EQ(Write("delete_rules").output, Failed());
+    world.ExpectLog("fail to restart mailscanner service");
 }
