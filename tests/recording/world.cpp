@@ -229,9 +229,10 @@ std::string Word(const std::list<std::string>& texts)
     return ListWords(texts, [](const std::string& text) { return Word(text); }).text;
 }
 
-void WriteExport(const std::string& path)
+int Export(const std::string& path, int result)
 {
-    std::ofstream(path, std::ios::binary) << TheWorld().exportText;
+    if (result >= 0) std::ofstream(path, std::ios::binary) << TheWorld().exportText;
+    return result;
 }
 
 void CopyText(const std::string& text, char* buffer, int size)
