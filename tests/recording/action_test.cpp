@@ -148,6 +148,8 @@ std::string Refusal(const std::string& section, const std::string& key)
                   R"("}})");
 }
 
+std::string Failed() { return Answer(R"({"success": false})"); }
+
 std::string SystemError() { return Refusal("common", "error_system"); }
 
 }  // namespace recording
