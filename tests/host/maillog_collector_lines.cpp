@@ -87,6 +87,8 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         {"smtp" + to + "mx.far.test[203.0.113.9]:25" + sent + other + ")", EventKind::kSent, ""},
         {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + other + ")", EventKind::kScanned,
          other},
+        {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + "4jWf7T69kfzm4Dv, queued as " + other,
+         EventKind::kScanned, other},
         {"smtpd[1]: " + other + ": client=x[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv",
          EventKind::kAccepted, ""},
     };
@@ -96,6 +98,15 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         EXPECT_EQ(row.kind, event->kind) << row.line;
         EXPECT_EQ(row.other, event->other) << row.line;
     }
+}
+
+TEST(LogEvent, AMessagePutIntoTheQueueAgainIsNoNewOne)
+{
+    const auto event =
+        Parse("pickup[1]: 4jWf6M2n8mzm4JH: uid=0 from=<a@b.test> orig_id=4jWf7T69kfzm4Dv");
+    ASSERT_TRUE(event);
+    EXPECT_EQ("4jWf7T69kfzm4Dv", event->other);
+    EXPECT_TRUE(event->requeued);
 }
 
 TEST(LogEvent, AddressesEndWhereTheyEnd)

@@ -37,7 +37,7 @@ TEST_F(LoadSmtp, AnswersEverySettingAndMasksThePassword)
 
 TEST_F(LoadSmtp, FailsWhenTheSettingsCannotBeLoaded)
 {
-    ExpectFailures("load_smtp | Postfix::LoadSettings | system");
+    ExpectFailures({{"load_smtp", "Postfix::LoadSettings"}});
 }
 
 TEST_F(LoadSmtp, AsksForTheHomesOfTheStoredAccountType)
