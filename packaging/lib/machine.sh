@@ -14,11 +14,11 @@ world_packages=(
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd lighttpd-mod-openssl fcgiwrap
     curl hostname iproute2 logrotate nftables openssl passwd procps python3-minimal libpython3-stdlib sqlite3
-    systemd util-linux
+    mount systemd util-linux
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin nginx-light
-    slapd nslcd libnss-ldapd fail2ban
+    slapd nslcd libnss-ldapd fail2ban shfmt
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
@@ -26,8 +26,8 @@ armhf_libraries=(
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
-machine_packages=(debootstrap git iproute2 slirp4netns util-linux)  # for tests/package
-lint_packages=(clang-format clang-tidy git shellcheck)
+machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
+lint_packages=(ccache clang-format clang-tidy git shellcheck)
 
 say() { echo "$*" >&2; }
 
@@ -58,7 +58,7 @@ install_packages() {
     (
         hold_services
         export DEBIAN_FRONTEND=noninteractive LC_ALL=C
-        apt=(apt-get -q --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Status-Fd=1)
+        apt=(apt-get -q --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Status-Fd=3)
         with_progress $log "${apt[@]}" update
         announce_packages $log "${missing[@]}"
         with_progress $log "${apt[@]}" -y install "${missing[@]}"
@@ -126,7 +126,7 @@ with_progress() {
     echo "\$ $*" >>"$log"
     (
         set -o pipefail
-        "$@" </dev/null 2>&1 | show_progress "$log"
+        "$@" </dev/null 2>&1 3>&1 | show_progress "$log"  # apt keeps its third to itself
     ) && return
     tail -n 30 "$log" >&2
     fail "$1 fails; log in $log"
