@@ -128,7 +128,7 @@ def of_python(source):
                      for word in (node.args if isinstance(node, ast.Call) else node.elts)]
             if isinstance(node, ast.Call) and _starts_processes(node.func) and words:
                 found |= _first_words(node.args[0], words[0])
-            elif isinstance(node, ast.List) and len(words) > 1:
+            elif isinstance(node, ast.List) and any(word and word[0] == "-" for word in words):
                 found |= _named(words[:1])
             found |= _of_inner_scripts(words)
     return found
