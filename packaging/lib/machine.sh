@@ -13,8 +13,8 @@ world_packages=(
     amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd lighttpd-mod-openssl fcgiwrap
-    curl hostname iproute2 logrotate nftables openssl passwd procps python3-minimal libpython3-stdlib sqlite3
-    mount systemd util-linux
+    curl hostname iproute2 logrotate mount nftables openssl passwd procps
+    python3-minimal libpython3-stdlib sqlite3 systemd util-linux
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin nginx-light
@@ -76,7 +76,7 @@ announce_packages() {
         /^After this operation, / { size = $4 " " $5 }
         END {
             printf "Installing %s packages, %s", count, size
-            print (fetched == "" ? "" : ", " fetched " to fetch") "; log in " log_file
+            print (fetched + 0 ? ", " fetched " to fetch" : "") "; log in " log_file
         }' >&2
 }
 
