@@ -126,6 +126,5 @@ run_example() {
         esac
     done
     printf '\n  %s\n' "$line"
-    "$@" | sed 's/^/  /; s/.\{60,80\},/&\n   /g'
-    echo
+    "$@" | sed 's/^/  /; s/.\{60,80\},/&\n   /g; $a\'
 }
