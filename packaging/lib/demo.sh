@@ -126,5 +126,5 @@ run_example() {
         esac
     done
     printf '\n  %s\n' "$line"
-    "$@" | sed 's/^/  /; s/.\{60,80\},/&\n   /g; $a\'
+    printf '%s\n' "$("$@")" | sed 's/^/  /; s/.\{60,80\},/&\n   /g'
 }
