@@ -52,6 +52,7 @@ def _text(word):
     return None if None in texts else "".join(texts)
 
 
+@functools.cache
 def _parse(script):
     done = subprocess.run(["shfmt", "--to-json"], input=re.sub("%[ds]", "_", script), text=True, check=True,
                           stdout=subprocess.PIPE)
