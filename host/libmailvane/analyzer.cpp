@@ -5,7 +5,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/checks.h"
-#include "host/libmailvane/scanner_files.h"
+#include "host/libmailvane/daemons/daemons.h"
 
 namespace host {
 
@@ -14,29 +14,40 @@ namespace {
 constexpr std::chrono::seconds kQuick{2};
 constexpr std::chrono::seconds kUsual{5};
 
-constexpr char kScannerSwitches[] = "anti_virus_enable spam_enable enable_dangerous_content_scan";
+using daemons::kAntiVirus;
+using daemons::kDkimFilter;
+using daemons::kDmarcFilter;
+using daemons::kDovecot;
+using daemons::kMemcached;
+using daemons::kPostfix;
+using daemons::kScanner;
+using daemons::kScannerMilter;
+
+// The table's texts are literals, so that each ends with a NUL.
+constexpr const char* kScannerSwitches = kScanner.switches.data();
+
+/// The row of a daemon that is asked at its socket.
+constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run,
+                         const char* meaning)
+{
+    return {
+        daemon.check.data(), daemon.switches.data(), run, daemon.socket.data(), kUsual, meaning};
+}
 
 // To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
 // in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
 constexpr Check kChecks[] = {
-    {"postfix", nullptr, CheckProcess,
-     "/var/spool/postfix/pid/master.pid /usr/lib/postfix/sbin/master", kQuick,
+    {kPostfix.check.data(), nullptr, CheckProcess, kPostfix.name.data(), kQuick,
      "the SMTP server runs"},
-    {"dovecot", nullptr, CheckProcess, "/run/dovecot/master.pid /usr/sbin/dovecot", kQuick,
+    {kDovecot.check.data(), nullptr, CheckProcess, kDovecot.name.data(), kQuick,
      "the IMAP and POP3 server, which checks logins too, runs"},
-    {"opendkim", "enable_dkim enable_dmarc", CheckMilter, "/run/mailvane/opendkim/socket", kUsual,
-     "the DKIM filter answers"},
-    {"opendmarc", "enable_dmarc", CheckMilter, "/run/mailvane/opendmarc/socket", kUsual,
-     "the DMARC checker answers"},
-    {"memcached", "reject_sasl_sender_rate_exceed", CheckCounters, "/run/mailvane/memcached/socket",
-     kUsual, "the store of the senders' counters answers"},
-    {"mailscanner", kScannerSwitches, CheckScanner, kScannerSocket, kUsual,
-     "the mail scanner is ready for mail"},
-    {"mailscanner_milter", kScannerSwitches, CheckMilter, kScannerMilter, kUsual,
-     "so is the milter that hands it over"},
-    {"antivirus", "anti_virus_enable", CheckAntiVirus, kAntiVirusSocket, kUsual,
-     "the anti-virus engine answers"},
-    {"virus_signatures", "anti_virus_enable", CheckSignatures, "/var/lib/clamav", kQuick,
+    OfDaemon(kDkimFilter, CheckMilter, "the DKIM filter answers"),
+    OfDaemon(kDmarcFilter, CheckMilter, "the DMARC checker answers"),
+    OfDaemon(kMemcached, CheckCounters, "the store of the senders' counters answers"),
+    OfDaemon(kScanner, CheckScanner, "the mail scanner is ready for mail"),
+    OfDaemon(kScannerMilter, CheckMilter, "so is the milter that hands it over"),
+    OfDaemon(kAntiVirus, CheckAntiVirus, "the anti-virus engine answers"),
+    {"virus_signatures", kAntiVirus.switches.data(), CheckSignatures, "/var/lib/clamav", kQuick,
      "the engine's signatures are new"},
     {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
     {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
@@ -66,9 +77,9 @@ constexpr Check kChecks[] = {
      "the SMTP server finds no fault in its files"},
     {"config_dovecot", nullptr, CheckDovecotFiles, nullptr, kLongestCheck,
      "the IMAP and POP3 server finds no fault in its file"},
-    {"config_opendkim", "enable_dkim enable_dmarc", CheckDkimFiles, nullptr, kLongestCheck,
+    {"config_opendkim", kDkimFilter.switches.data(), CheckDkimFiles, nullptr, kLongestCheck,
      "the DKIM filter finds no fault in its files"},
-    {"config_opendmarc", "enable_dmarc", CheckDmarcFiles, nullptr, kLongestCheck,
+    {"config_opendmarc", kDmarcFilter.switches.data(), CheckDmarcFiles, nullptr, kLongestCheck,
      "the DMARC checker finds no fault in its file"},
     {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
      "the mail scanner finds no fault in its file"},

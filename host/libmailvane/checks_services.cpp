@@ -9,6 +9,7 @@
 
 #include "host/libmailvane/checks.h"
 #include "host/libmailvane/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/line_client.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
@@ -58,10 +59,9 @@ Finding JudgeQueue(const Deferred& deferred)
 
 Finding CheckProcess(const StoredSettings& /*settings*/, const char* subject)
 {
-    const std::string text = subject;
-    const auto blank = text.find(' ');
-    const std::string program = text.substr(blank + 1);
-    if (!DaemonProcess(text.substr(0, blank), program).empty()) return {};
+    const daemons::Daemon& daemon = daemons::DaemonOf(subject);
+    const std::string program(daemon.program);
+    if (!DaemonProcess(std::string(daemon.pidFile), program).empty()) return {};
     return {CheckWord::kFailed, program + " does not run"};
 }
 

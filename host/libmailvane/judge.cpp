@@ -11,6 +11,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/listening_ports.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/mail_ports.h"
@@ -187,8 +188,10 @@ bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
 {
     // The mail server's file changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
-    const bool dkim = DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
-    const bool dmarc = DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+    const bool dkim =
+        Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dmarc =
+        Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
     return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
            (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
@@ -197,7 +200,8 @@ bool FiltersAccept(const NextGeneration& next, const StoredSettings& wanted)
 bool ScannerAccepts(const NextGeneration& next, const StoredSettings& wanted)
 {
     // The mail server's file changes when the scanner is switched on.
-    if (!ScannerRuns(wanted) || !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
+    if (!Runs(daemons::kScanner, wanted) ||
+        !(next.Changed("postfix/main.cf") || next.Changed(kScannerFile))) {
         return true;
     }
 

@@ -1,112 +1,35 @@
-// Who listens on which TCP port. Reads /proc/net/tcp and tcp6, the pid files of our two servers and
-// the open descriptors of their masters, which keep every listening socket open.
+// Who listens on which TCP port. Our two servers are known by the open descriptors of their
+// masters, which keep every listening socket open.
 #include "host/libmailvane/listening_ports.h"
 
-#include <dirent.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <map>
-#include <memory>
-#include <optional>
 #include <vector>
 
-#include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
-#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/sockets.h"
 
 namespace host {
 namespace {
 
+using daemons::Inode;
+using daemons::Listener;
+using daemons::OpenSockets;
+using daemons::TcpListeners;
+
 constexpr int kHighestPort = 65535;
-constexpr unsigned kListening = 0x0a;
 
-using Inode = unsigned long long;
-
-/// One listening socket.
-struct Listener {
-    int port;
-    Inode inode;
-};
-
-/// A server of ours: where to find its master, and the services that its sockets belong to.
+/// A server of ours, and the services that its sockets belong to.
 struct Server {
-    const char* pidFile;
-    const char* program;
+    const daemons::Daemon& daemon;
     std::set<std::string> services;
 };
 
 std::vector<Server> OurServers()
 {
-    return {
-        {"/var/spool/postfix/pid/master.pid",
-         "/usr/lib/postfix/sbin/master",
-         {"mail_smtp", "mail_smtps", "mail_smtp_tls"}},
-        {"/run/dovecot/master.pid",
-         "/usr/sbin/dovecot",
-         {"mail_imap", "mail_imaps", "mail_pop3", "mail_pop3s"}},
-    };
-}
-
-/// Takes one line of the kernel's table:
-/// "sl local:port remote:port state queues timer retransmits uid timeout inode ...".
-std::optional<Listener> ParseSocket(const char* line)
-{
-    unsigned port = 0;
-    unsigned state = 0;
-    Inode inode = 0;
-    const int fields = std::sscanf(  // NOLINT(cert-err34-c)
-        line, " %*d: %*[0-9A-Fa-f]:%4x %*s %2x %*s %*s %*s %*s %*s %llu", &port, &state, &inode);
-    if (fields != 3 || state != kListening) return std::nullopt;
-    return Listener{static_cast<int>(port), inode};
-}
-
-void AddListeners(const std::string& table, std::vector<Listener>& listeners)
-{
-    size_t start = 0;
-    while (start < table.size()) {
-        const size_t end = std::min(table.find('\n', start), table.size());
-        const std::string line = table.substr(start, end - start);
-        if (const std::optional<Listener> listener = ParseSocket(line.c_str())) {
-            listeners.push_back(*listener);
-        }
-        start = end + 1;
-    }
-}
-
-/// Every listening TCP socket. Without IPv6 there is no second table.
-std::vector<Listener> Listeners()
-{
-    std::vector<Listener> listeners;
-    for (const char* name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-        std::string table;
-        if (ReadFile(Path(name), table)) {
-            AddListeners(table, listeners);
-        } else if (errno != ENOENT) {
-            Log(LOG_ERR, "cannot read %s: %s", name, std::strerror(errno));
-        }
-    }
-    return listeners;
-}
-
-/// The sockets that a process has open.
-std::set<Inode> SocketsOf(const std::string& process)
-{
-    std::set<Inode> sockets;
-    const std::string folder = process + "/fd";
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
-    if (!directory) return sockets;
-
-    while (const dirent* entry = ::readdir(directory.get())) {
-        const std::string target = LinkTarget(folder + "/" + entry->d_name);
-        if (target.rfind("socket:[", 0) != 0) continue;
-        sockets.insert(std::strtoull(target.c_str() + std::strlen("socket:["), nullptr, 10));
-    }
-    return sockets;
+    return {{daemons::kPostfix, {"mail_smtp", "mail_smtps", "mail_smtp_tls"}},
+            {daemons::kDovecot, {"mail_imap", "mail_imaps", "mail_pop3", "mail_pop3s"}}};
 }
 
 using SocketServices = std::map<Inode, std::set<std::string>>;
@@ -116,9 +39,10 @@ SocketServices OurSockets()
 {
     SocketServices services;
     for (const Server& server : OurServers()) {
-        const std::string process = DaemonProcess(server.pidFile, server.program);
+        const std::string process =
+            DaemonProcess(std::string(server.daemon.pidFile), std::string(server.daemon.program));
         if (process.empty()) continue;
-        for (const Inode inode : SocketsOf(process)) services[inode] = server.services;
+        for (const Inode inode : OpenSockets(process)) services[inode] = server.services;
     }
     return services;
 }
@@ -157,7 +81,7 @@ bool PortsConflict(const std::string& services, int from, int to)
 
     const std::vector<std::string> names = SplitNames(services);
     const SocketServices ours = OurSockets();
-    for (const Listener& listener : Listeners()) {
+    for (const Listener& listener : TcpListeners()) {
         if (listener.port < from || listener.port > to) continue;
         if (!BelongsToOne(ours, listener.inode, names)) return true;
     }
@@ -168,7 +92,7 @@ std::set<int> PortsHeldByOthers(const std::set<int>& ports)
 {
     std::set<int> held;
     const SocketServices ours = OurSockets();
-    for (const Listener& listener : Listeners()) {
+    for (const Listener& listener : TcpListeners()) {
         if (ports.count(listener.port) > 0 && ours.count(listener.inode) == 0) {
             held.insert(listener.port);
         }

@@ -1,9 +1,9 @@
 // Texts of the filters' files: OpenDKIM, OpenDMARC and the SPF checker; how the rate policy runs.
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/list_maps.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
-#include "host/libmailvane/scanner_files.h"
 
 namespace host {
 
@@ -16,14 +16,11 @@ const char kKeyName[] = "server";
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
 const char kThisMachine[] = "127.0.0.1\n::1\n";
 
-const char kDkimFilter[] = "opendkim";
-const char kDmarcFilter[] = "opendmarc";
-
-/// A filter's socket lies in a folder that only the filter and Postfix may enter.
-std::string Socket(const std::string& filter)
-{
-    return "/run/mailvane/" + filter + "/socket";
-}
+using daemons::Daemon;
+using daemons::kDkimFilter;
+using daemons::kDmarcFilter;
+using daemons::kScanner;
+using daemons::kScannerMilter;
 
 /// Daemons go through the link, so that the paths stay the same.
 std::string InForce(const std::string& relative)
@@ -38,13 +35,14 @@ std::string Line(const std::string& name, const std::string& value)
 }
 
 /// How both filters run: under a user of their own, started again when they die.
-std::string ProcessLines(const std::string& filter)
+std::string ProcessLines(const Daemon& filter)
 {
+    const std::string user(filter.user);
     std::string text = kHeader;
-    text += Line("UserID", filter + ":" + filter);
+    text += Line("UserID", user + ":" + user);
     text += Line("UMask", "007");
-    text += Line("Socket", "local:" + Socket(filter));
-    text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
+    text += Line("Socket", "local:" + std::string(filter.socket));
+    text += Line("PidFile", std::string(filter.pidFile));
     text += Line("AutoRestart", "yes");
     text += Line("AutoRestartRate", "10/1h");
     text += Line("Syslog", "yes");
@@ -130,20 +128,15 @@ std::string SpfText(const StoredSettings& settings)
     return text;
 }
 
-std::string FilterAt(const std::string& socket, const char* whenItFails)
+std::string Filter(const Daemon& filter, const char* whenItFails)
 {
-    return "{ unix:" + socket + ", default_action=" + whenItFails + " }";
-}
-
-std::string Filter(const char* filter, const char* whenItFails)
-{
-    return FilterAt(Socket(filter), whenItFails);
+    return "{ unix:" + std::string(filter.socket) + ", default_action=" + whenItFails + " }";
 }
 
 /// The scanner, while it runs. Mail that it cannot look at has to wait.
 std::string Scanner(const StoredSettings& settings)
 {
-    return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
+    return Runs(kScanner, settings) ? Filter(kScannerMilter, "tempfail") : "";
 }
 
 std::string Joined(std::initializer_list<std::string> filters)
@@ -158,25 +151,14 @@ std::string Joined(std::initializer_list<std::string> filters)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
-
-bool DkimFilterRuns(const StoredSettings& settings)
-{
-    return settings.Bool("enable_dkim") || settings.Bool("enable_dmarc");
-}
-
-bool DmarcFilterRuns(const StoredSettings& settings)
-{
-    return settings.Bool("enable_dmarc");
-}
 
 std::string SmtpFilters(const StoredSettings& settings)
 {
     // Without the signer mail would leave unsigned, and what others have signed would look forged
     // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
-    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter, "tempfail") : "",
-                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter, "accept") : "",
+    return Joined({Runs(kDkimFilter, settings) ? Filter(kDkimFilter, "tempfail") : "",
+                   Runs(kDmarcFilter, settings) ? Filter(kDmarcFilter, "accept") : "",
                    Scanner(settings)});
 }
 
@@ -201,12 +183,12 @@ std::string SpfService(const StoredSettings& settings)
 
 std::string RatePolicyService(const StoredSettings& settings)
 {
-    if (!settings.Bool(kRateSwitch)) return "";
+    if (!Runs(daemons::kMemcached, settings)) return "";
 
     return "rate-policy unix - n n - 0 spawn\n"
            "  user=mailvane-policy argv=" +
            PackagePath("target/bin/hald_rate_policy") + " " + InForce(kQuotaFile) + " " +
-           Socket("memcached") + " " +
+           std::string(daemons::kMemcached.socket) + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 

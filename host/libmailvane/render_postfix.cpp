@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "host/libmailvane/alias_expansion.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/mail_domains.h"
 #include "host/libmailvane/mail_filters.h"
 #include "host/libmailvane/render.h"
@@ -232,7 +233,8 @@ void AddRestrictions(Parameters& main, const StoredSettings& settings)
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
                  .text());
-    if (settings.Bool(kRateSwitch)) main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
+    if (Runs(daemons::kMemcached, settings))
+        main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
 
 void AddFilters(Parameters& main, const StoredSettings& settings)
@@ -246,7 +248,7 @@ void AddFilters(Parameters& main, const StoredSettings& settings)
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
-    if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
+    if (Runs(daemons::kMemcached, settings)) main.Add("rate-policy_time_limit", "3600");
 }
 
 void AddLimits(Parameters& main, const StoredSettings& settings)

@@ -22,8 +22,6 @@
 #include "host/libmailvane/spam_rule_lint.h"
 #include "host/libmailvane/stored_data.h"
 #include "host/libmailvane/write_scope.h"
-#include "platform/mailvane/imap_pop3.h"
-#include "platform/mailvane/postfix.h"
 
 namespace fs = std::filesystem;
 
@@ -32,19 +30,8 @@ namespace host {
 namespace {
 
 const char kRestart[] = "restart";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kRules[] = "rules.cf";
 const char* const kDatabases[] = {"alias.db", "mailvane.db"};
-
-int MemcachedService(const std::string& verb)
-{
-    return RunControlScript("memcached.sh", verb);
-}
-
-int SignerService(const std::string& verb)
-{
-    return RunControlScript("opendkim.sh", verb);
-}
 
 /// The steps of these changes. Restart brings each service to what is stored by then.
 Callback Follow()
@@ -54,14 +41,13 @@ Callback Follow()
 
 Callback MemcachedStep()
 {
-    return {"memcached service", &MemcachedService, kRestart};
+    return ServiceStep(daemons::kMemcached, kRestart);
 }
 
 /// Mailboxes and mail server, in the order in which they can do without each other.
 std::list<Callback> ServerSteps()
 {
-    return {{"dovecot service", &ImapPop3::Service, kRestart},
-            {"postfix service", &Postfix::Service, kRestart}};
+    return {ServiceStep(daemons::kDovecot, kRestart), ServiceStep(daemons::kPostfix, kRestart)};
 }
 
 int Refuse(const std::string& what, const char* why)
@@ -189,7 +175,9 @@ int RollBackTo(const std::string& generation)
     if (!stored || !wanted || !ExchangeAlwaysBcc(*stored, *wanted)) return -1;
 
     std::list<Callback> steps = ServerSteps();
-    if (stored->Bool(kRateSwitch) != wanted->Bool(kRateSwitch)) steps.push_front(MemcachedStep());
+    if (Runs(daemons::kMemcached, *stored) != Runs(daemons::kMemcached, *wanted)) {
+        steps.push_front(MemcachedStep());
+    }
     steps.push_front(Follow());
     return SaveTransaction(*wanted, steps);
 }
@@ -200,7 +188,7 @@ int RestoreStaged(const std::string& staged)
     if (!state || !LiveDatabasesAreSettled()) return -1;
 
     std::list<Callback> steps = ServerSteps();
-    steps.push_front({"dkim filter", &SignerService, kRestart});
+    steps.push_front(ServiceStep(daemons::kDkimFilter, kRestart));
     steps.push_front(MemcachedStep());
     steps.push_front(Follow());
     return ExchangeAndSave(staged, true, *state, steps);

@@ -2,6 +2,8 @@
 #include "host/libmailvane/save_transaction.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
@@ -9,6 +11,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/account_data.h"
 #include "host/libmailvane/account_switch.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/durable_move.h"
 #include "host/libmailvane/judge.h"
 #include "host/libmailvane/pending_save.h"
@@ -113,23 +116,25 @@ bool AccountChangedSince(const std::string& before)
                                 old->Get("acc_domain_name").value_or("")} == now->Account());
 }
 
-/// Services that the mail server calls, and the switches they run for.
-const struct {
-    const char* setting;
-    const char* script;
-} kCalledServices[] = {
-    {"enable_dkim", "opendkim.sh"},        {"enable_dmarc", "opendkim.sh"},
-    {"enable_dmarc", "opendmarc.sh"},      {"reject_sasl_sender_rate_exceed", "memcached.sh"},
-    {"anti_virus_enable", "antivirus.sh"}, {"anti_virus_enable", "mailscanner.sh"},
-    {"spam_enable", "mailscanner.sh"},     {"enable_dangerous_content_scan", "mailscanner.sh"}};
+/// What was stored before a save, as far as it can be read: a switch that cannot was on.
+struct SwitchesBefore {
+    std::optional<KeyValueFile> file;
+
+    bool Bool(std::string_view name) const
+    {
+        return !file || file->Get(std::string(name)) == "yes";
+    }
+};
 
 /// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
 int RestartCalledServices(const std::string& before, const StoredSettings& settings)
 {
-    const auto old = KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf");
-    for (const auto& [setting, script] : kCalledServices) {
-        const bool ran = !old || old->Get(setting) == "yes";
-        if ((ran || settings.Bool(setting)) && RunControlScript(script, "restart") < 0) return -1;
+    const SwitchesBefore old{KeyValueFile::Read(GenerationDirectory(before) + "/mailvane.conf")};
+    std::set<std::string_view> done;
+    for (const daemons::Daemon& daemon : daemons::kDaemons) {
+        if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
+        if (!Runs(daemon, old) && !Runs(daemon, settings)) continue;
+        if (RunControlScript(daemon, "restart") < 0) return -1;
     }
     return 0;
 }

@@ -4,7 +4,6 @@ target_sources(mailvane_service PRIVATE
     account_data.cpp
     account_databases.cpp
     account_record.cpp
-    daemon_process.cpp
     database.cpp
     durable_move.cpp
     listening_ports.cpp
