@@ -1,6 +1,7 @@
 """The machine's units: which of them give way to ours, drop-ins, states before and after."""
 import os
 
+from ctl import daemons
 from setup import files
 from setup.run import output
 
@@ -10,8 +11,6 @@ MAIL = ("postfix.service", "postfix@-.service", "dovecot.socket", "dovecot.servi
 FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc.service",
            "clamav-daemon.socket", "clamav-daemon.service", "clamav-freshclam.service")
 OVERRIDES = "/etc/systemd/system"
-OUR_SERVICES = ("amavis", "amavisd-milter", "clamd", "maillog", "memcached", "opendkim",
-                "opendmarc")
 
 
 def has_systemd():
@@ -21,7 +20,8 @@ def has_systemd():
 
 def states():
     """What each unit is: whether enabled for the next boot, and whether active."""
-    names = (*MAIL, *FILTERS, *("mailvane-%s.service" % name for name in OUR_SERVICES))
+    ours = [daemon["unit"] for daemon in daemons.mail() if daemon["unit"].startswith("mailvane-")]
+    names = (*MAIL, *FILTERS, *ours)
     return parse(output("systemctl", "show", "--property=Id,LoadState,UnitFileState,ActiveState",
                         *names))
 
