@@ -73,6 +73,10 @@ std::string Ask(const std::string& socket, const std::string& text, std::size_t 
     std::string answer(size, '\0');
     const ssize_t got = recv(call.get(), answer.data(), size, MSG_WAITALL);
     answer.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    // What is left unread would reset the connection, which some take for a fault of theirs.
+    (void)shutdown(call.get(), SHUT_WR);
+    char rest[256];
+    while (recv(call.get(), rest, sizeof rest, 0) > 0) continue;
     return answer;
 }
 
