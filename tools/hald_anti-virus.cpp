@@ -117,7 +117,8 @@ int RunUpdate()
     if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
 
     // An engine that had no signatures yet can start now; one that runs has been told.
-    const bool updated = Update() && host::daemons::RunControlScript("antivirus.sh", "start") == 0;
+    const bool updated =
+        Update() && host::daemons::RunControlScript(host::daemons::kAntiVirus, "start") == 0;
     (void)unlink(pidFile.c_str());
     return updated ? 0 : -1;
 }

@@ -28,7 +28,6 @@ const char kOpenssl[] = "/usr/bin/openssl";
 const char kPair[] = "pair";
 const char kPublicMark[] = "-----BEGIN PUBLIC KEY-----";
 constexpr int kMostPairsASecond = 100;
-const char kSigner[] = "opendkim.sh";
 
 /// Both halves, in PEM form.
 struct KeyTexts {
@@ -207,10 +206,11 @@ int host::pages::RestoreKeyPair(const std::string& pair)
     std::error_code error;
     const std::string before =
         std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
-    if (TurnTo(names, pair) && daemons::RunControlScript(kSigner, "restart") == 0) return 0;
+    if (TurnTo(names, pair) && RunControlScript(daemons::kDkimFilter, "restart") == 0) return 0;
 
     Log(LOG_ERR, "the key pair '%s' is not taken; the one before stays", pair.c_str());
-    if (!before.empty() && TurnTo(names, before)) (void)daemons::RunControlScript(kSigner, "restart");
+    if (!before.empty() && TurnTo(names, before))
+        (void)RunControlScript(daemons::kDkimFilter, "restart");
     return -1;
 }
 

@@ -2,6 +2,11 @@
 #include "host/libmailvane/render/filters.h"
 
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/settings/derived_settings.h"
+
+#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
@@ -17,15 +22,13 @@ const char kKeyName[] = "server";
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
 const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
-const char kDkimFilter[] = "opendkim";
-const char kDmarcFilter[] = "opendmarc";
 const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
 
-/// A filter's socket lies in a folder that only the filter and Postfix may enter.
-std::string Socket(const std::string& filter)
-{
-    return "/run/mailvane/" + filter + "/socket";
-}
+using daemons::Daemon;
+using daemons::kDkimFilter;
+using daemons::kDmarcFilter;
+using daemons::kScanner;
+using daemons::kScannerMilter;
 
 /// Daemons go through the link, so that the paths stay the same.
 std::string InForce(const std::string& relative)
@@ -41,13 +44,14 @@ std::string Line(const std::string& name, const std::string& value)
 
 /// How both filters run: under a user of their own, started again at once when they die, unless
 /// they die without end.
-std::string ProcessLines(const std::string& filter)
+std::string ProcessLines(const daemons::Daemon& filter)
 {
+    const std::string user(filter.user);
     std::string text = kHeader;
-    text += Line("UserID", filter + ":" + filter);
+    text += Line("UserID", user + ":" + user);
     text += Line("UMask", "007");
-    text += Line("Socket", "local:" + Socket(filter));
-    text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
+    text += Line("Socket", "local:" + std::string(filter.socket));
+    text += Line("PidFile", std::string(filter.pidFile));
     text += Line("AutoRestart", "yes");
     text += Line("AutoRestartRate", "100/1m");
     text += Line("Syslog", "yes");
@@ -65,7 +69,7 @@ std::string OwnAddresses(char separator)
 
 std::string DkimFilterText(const settings::StoredSettings& settings)
 {
-    std::string text = ProcessLines(kDkimFilter);
+    std::string text = ProcessLines(daemons::kDkimFilter);
     const bool signs = settings.Bool("enable_dkim");
     text += Line("Mode", signs ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
@@ -117,7 +121,7 @@ std::string ResolverText(const RenderContext& context)
 
 std::string DmarcFilterText(const settings::StoredSettings& settings)
 {
-    std::string text = ProcessLines(kDmarcFilter);
+    std::string text = ProcessLines(daemons::kDmarcFilter);
     text += Line("AuthservID", settings.Text("smtp_hostname"));
     text += Line("TrustedAuthservIDs", settings.Text("smtp_hostname"));
     text += Line("RejectFailures", "true");
@@ -147,20 +151,16 @@ std::string SpfText(const settings::StoredSettings& settings)
 
 /// A filter as the mail server names it. Mail that a filter cannot look at has to wait, also when
 /// the filter died of it: who can bring one down must not get past it by that.
-std::string FilterAt(const std::string& socket)
+std::string FilterAt(std::string_view socket)
 {
-    return "{ unix:" + socket + ", default_action=tempfail }";
-}
-
-std::string Filter(const char* filter)
-{
-    return FilterAt(Socket(filter));
+    return "{ unix:" + std::string(socket) + ", default_action=tempfail }";
 }
 
 /// The scanner, while it runs.
 std::string Scanner(const settings::StoredSettings& settings)
 {
-    return ScannerRuns(settings) ? FilterAt(kScannerMilter) : "";
+    return daemons::Runs(daemons::kScanner, settings) ? FilterAt(daemons::kScannerMilter.socket)
+                                                      : "";
 }
 
 std::string Joined(std::initializer_list<std::string> filters)
@@ -175,26 +175,17 @@ std::string Joined(std::initializer_list<std::string> filters)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
-
-bool DkimFilterRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("enable_dkim") || settings.Bool("enable_dmarc");
-}
-
-bool DmarcFilterRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("enable_dmarc");
-}
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
 {
     // The DMARC checker passes what has no author that it can read. What others have signed would
     // look forged to it without the verifier.
-    return Joined({DmarcFilterRuns(settings) ? FilterAt(kFromFilterSocket) : "",
-                   DkimFilterRuns(settings) ? Filter(kDkimFilter) : "",
-                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter) : "", Scanner(settings)});
+    const bool checksAuthors = daemons::Runs(daemons::kDmarcFilter, settings);
+    return Joined(
+        {checksAuthors ? FilterAt(kFromFilterSocket) : "",
+         daemons::Runs(daemons::kDkimFilter, settings) ? FilterAt(daemons::kDkimFilter.socket) : "",
+         checksAuthors ? FilterAt(daemons::kDmarcFilter.socket) : "", Scanner(settings)});
 }
 
 std::string SubmissionFilters(const settings::StoredSettings& settings)
@@ -204,7 +195,7 @@ std::string SubmissionFilters(const settings::StoredSettings& settings)
 
 std::string LocalMailFilters(const settings::StoredSettings& settings)
 {
-    return settings.Bool("enable_dkim") ? Filter(kDkimFilter) : "";
+    return settings.Bool("enable_dkim") ? FilterAt(daemons::kDkimFilter.socket) : "";
 }
 
 std::string SpfService(const settings::StoredSettings& settings)
@@ -218,7 +209,7 @@ std::string SpfService(const settings::StoredSettings& settings)
 
 std::string FromCheckService(const settings::StoredSettings& settings)
 {
-    if (!DmarcFilterRuns(settings)) return "";
+    if (!daemons::Runs(daemons::kDmarcFilter, settings)) return "";
 
     return "from-check unix - n n - 0 spawn\n"
            "  user=mailvane-policy argv=" +
@@ -227,12 +218,12 @@ std::string FromCheckService(const settings::StoredSettings& settings)
 
 std::string RatePolicyService(const settings::StoredSettings& settings)
 {
-    if (!settings.Bool(kRateSwitch)) return "";
+    if (!daemons::Runs(daemons::kMemcached, settings)) return "";
 
     return "rate-policy unix - n n - 0 spawn\n"
            "  user=mailvane-policy argv=" +
            PackagePath("target/bin/hald_rate_policy") + " " + InForce(generation::kQuotaFile) +
-           " " + Socket("memcached") + " " +
+           " " + std::string(daemons::kMemcached.socket) + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 

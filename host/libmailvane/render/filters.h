@@ -10,12 +10,6 @@
 
 namespace host::render {
 
-/// Whether OpenDKIM is to run: it signs, and it verifies for the DMARC checker.
-bool DkimFilterRuns(const settings::StoredSettings& settings);
-
-/// Whether OpenDMARC is to run.
-bool DmarcFilterRuns(const settings::StoredSettings& settings);
-
 /// Postfix's list of filters for mail that comes in by SMTP, in their order: the scanner, which
 /// costs most, sees what the others let pass.
 std::string SmtpFilters(const settings::StoredSettings& settings);
@@ -35,8 +29,7 @@ std::string SpfService(const settings::StoredSettings& settings);
 /// The service of master.cf that runs the check of From fields; empty while DMARC is off.
 std::string FromCheckService(const settings::StoredSettings& settings);
 
-/// The switch of the rate policy, and the item of a restriction list that asks it.
-extern const char kRateSwitch[];
+/// The item of a restriction list that asks the rate policy, which runs while its counters do.
 extern const char kAskRatePolicy[];
 
 /// The service of master.cf that runs the rate policy; empty while that is off.

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
@@ -276,7 +277,8 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
                  .text());
-    if (settings.Bool(kRateSwitch)) main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
+    if (daemons::Runs(daemons::kMemcached, settings))
+        main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
 
 void AddFilters(Parameters& main, const settings::StoredSettings& settings)
@@ -290,8 +292,8 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
-    if (DmarcFilterRuns(settings)) main.Add("from-check_time_limit", "3600");
-    if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
+    if (daemons::Runs(daemons::kDmarcFilter, settings)) main.Add("from-check_time_limit", "3600");
+    if (daemons::Runs(daemons::kMemcached, settings)) main.Add("rate-policy_time_limit", "3600");
 }
 
 void AddLimits(Parameters& main, const settings::StoredSettings& settings)

@@ -31,19 +31,8 @@ namespace host::save {
 namespace {
 
 const char kRestart[] = "restart";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kRules[] = "rules.cf";
 const char* const kDatabases[] = {"alias.db", "mailvane.db"};
-
-int MemcachedService(const std::string& verb)
-{
-    return daemons::RunControlScript("memcached.sh", verb);
-}
-
-int SignerService(const std::string& verb)
-{
-    return daemons::RunControlScript("opendkim.sh", verb);
-}
 
 /// The steps of these changes. Restart brings each service to what is stored by then.
 Callback Follow()
@@ -53,14 +42,14 @@ Callback Follow()
 
 Callback MemcachedStep()
 {
-    return {"memcached service", &MemcachedService, kRestart};
+    return daemons::ServiceStep(daemons::kMemcached, kRestart);
 }
 
 /// Mailboxes and mail server, in the order in which they can do without each other.
 std::list<Callback> ServerSteps()
 {
-    return {{"dovecot service", &ImapPop3::Service, kRestart},
-            {"postfix service", &Postfix::Service, kRestart}};
+    return {daemons::ServiceStep(daemons::kDovecot, kRestart),
+            daemons::ServiceStep(daemons::kPostfix, kRestart)};
 }
 
 int Refuse(const std::string& what, const char* why)
@@ -189,7 +178,10 @@ int RollBackTo(const std::string& generation)
     if (!stored || !wanted || !ExchangeAlwaysBcc(*stored, *wanted)) return -1;
 
     std::list<Callback> steps = ServerSteps();
-    if (stored->Bool(kRateSwitch) != wanted->Bool(kRateSwitch)) steps.push_front(MemcachedStep());
+    if (daemons::Runs(daemons::kMemcached, *stored) !=
+        daemons::Runs(daemons::kMemcached, *wanted)) {
+        steps.push_front(MemcachedStep());
+    }
     steps.push_front(Follow());
     return SaveTransaction(*wanted, steps);
 }
@@ -200,7 +192,7 @@ int RestoreStaged(const std::string& staged)
     if (!state || !LiveDatabasesAreSettled()) return -1;
 
     std::list<Callback> steps = ServerSteps();
-    steps.push_front({"dkim filter", &SignerService, kRestart});
+    steps.push_front(daemons::ServiceStep(daemons::kDkimFilter, kRestart));
     steps.push_front(MemcachedStep());
     steps.push_front(Follow());
     return ExchangeAndSave(staged, true, *state, steps);

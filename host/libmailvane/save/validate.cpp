@@ -11,10 +11,11 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/listening_ports.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
-#include "host/libmailvane/system/listening_ports.h"
 #include "host/libmailvane/system/user_command.h"
 
 namespace host::save {
@@ -42,7 +43,7 @@ bool PortsAreFree(const settings::StoredSettings& wanted)
         return false;
     }
 
-    const std::set<int> taken = system::PortsHeldByOthers(ports);
+    const std::set<int> taken = daemons::PortsHeldByOthers(ports);
     if (!taken.empty()) Log(LOG_ERR, "refused: port %d is in use", *taken.begin());
     return taken.empty();
 }
@@ -187,9 +188,10 @@ bool FiltersAccept(const generation::NextGeneration& next, const settings::Store
 {
     // The mail server's file changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
-    const bool dkim = render::DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dkim =
+        daemons::Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
     const bool dmarc =
-        render::DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+        daemons::Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
     return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
            (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
@@ -198,7 +200,7 @@ bool FiltersAccept(const generation::NextGeneration& next, const settings::Store
 bool ScannerAccepts(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when the scanner is switched on.
-    if (!render::ScannerRuns(wanted) ||
+    if (!daemons::Runs(daemons::kScanner, wanted) ||
         !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
         return true;
     }

@@ -28,7 +28,7 @@ Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* sub
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp
-/// Whether the daemon `subject` ("PIDFILE PROGRAM") runs.
+/// Whether the daemon named `subject` runs.
 Finding CheckProcess(const settings::StoredSettings& settings, const char* subject);
 /// Whether the mail filter at the socket `subject` agrees on options.
 Finding CheckMilter(const settings::StoredSettings& settings, const char* subject);

@@ -8,8 +8,9 @@
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
+#include "host/libmailvane/daemons/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/selfcheck/checks.h"
-#include "host/libmailvane/system/daemon_process.h"
 #include "host/libmailvane/system/line_client.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
@@ -76,10 +77,9 @@ bool LostChildren(const std::string& process)
 
 Finding CheckProcess(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    const std::string text = subject;
-    const auto blank = text.find(' ');
-    const std::string program = text.substr(blank + 1);
-    if (!system::DaemonProcess(text.substr(0, blank), program).empty()) return {};
+    const daemons::Daemon& daemon = daemons::DaemonOf(subject);
+    const std::string program(daemon.program);
+    if (!daemons::DaemonProcess(std::string(daemon.pidFile), program).empty()) return {};
     return {CheckWord::kFailed, program + " does not run"};
 }
 
@@ -102,7 +102,7 @@ Finding CheckFilter(const settings::StoredSettings& settings, const char* subjec
     if (finding.word != CheckWord::kOk) return finding;
 
     const std::string program = std::string("/usr/sbin/") + subject;
-    if (!LostChildren(system::DaemonProcess(service + ".pid", program))) return {};
+    if (!LostChildren(daemons::DaemonProcess(service + ".pid", program))) return {};
     return {CheckWord::kWarning, program + " died and was started again; the mail log says when"};
 }
 

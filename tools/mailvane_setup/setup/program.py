@@ -2,14 +2,10 @@
 import os
 import tempfile
 
-from ctl import answers, edit
+from ctl import answers, daemons, edit
 from ctl.app import Session
 from setup import files
 from setup.run import Failed, attempt, heed, output
-
-# In this order they start; the mail server comes when all that it asks is there.
-SERVICES = ("dovecot", "memcached", "opendkim", "opendmarc", "antivirus", "mailscanner", "maillog",
-            "postfix")
 
 
 class Program:
@@ -72,7 +68,7 @@ class Program:
 
     def start_services(self):
         """Brings every service to what the settings ask for."""
-        for name in SERVICES:
+        for name in daemons.mail_services(self._target):
             heed()
             output("%s/scripts/%s.sh" % (self._target, name), "start")
 
@@ -80,7 +76,7 @@ class Program:
 def stop_services(target):
     """Stops every service; gives what went wrong."""
     faults = []
-    for name in reversed(SERVICES):
+    for name in reversed(daemons.mail_services(target)):
         script = "%s/scripts/%s.sh" % (target, name)
         status, _, errors = attempt(script, "stop")
         if status != 0 and os.path.exists(script):

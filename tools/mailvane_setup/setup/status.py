@@ -1,4 +1,5 @@
 """mailvane-setup status: whether the machine's mail was handed over, and who serves it."""
+from ctl import daemons
 from ctl.reference import Usage
 from setup import app, originals
 from setup.files import content
@@ -6,8 +7,8 @@ from setup.files import content
 WORDS = ""
 SUMMARY = "what was handed over and since when, and who serves the mail"
 OPTIONS = []
-DAEMONS = (("SMTP", "/var/spool/postfix/pid/master.pid", "environ"),
-           ("mailboxes", "/run/dovecot/master.pid", "cmdline"))
+# What shows the configuration that a server has read.
+SERVERS = (("SMTP", "postfix", "environ"), ("mailboxes", "dovecot", "cmdline"))
 OURS = b"/var/packages/Mailvane/etc/generated/current/"
 PHASES = {"adopted": "handed over since %s", "": "not handed over",
           "adopting": "half handed over since %s: under way, or run adopt or remove",
@@ -21,8 +22,9 @@ def run(session, _, words):
     phase = session.state.phase()
     since = session.state.values.get("since", "")
     print("The machine's mail is " + (PHASES[phase] % since if phase else PHASES[""]))
-    for name, pid_file, where in DAEMONS:
-        print("%-10s %s" % (name, _server(pid_file, where)))
+    pid_files = {daemon["name"]: daemon["pid_file"] for daemon in daemons.mail()}
+    for name, daemon, where in SERVERS:
+        print("%-10s %s" % (name, _server(pid_files[daemon], where)))
     for path in originals.changed(session.state.values.get("files", {})):
         print("%-10s %s" % ("changed", path))
     return app.DONE

@@ -1,6 +1,7 @@
 """The machine's units: which of them give way to ours, drop-ins, states before and after."""
 import os
 
+from ctl import daemons
 from setup import files
 from setup.run import output
 
@@ -11,8 +12,6 @@ FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc
            "clamav-daemon.socket", "clamav-daemon.service", "clamav-freshclam.service")
 OVERRIDES = "/etc/systemd/system"
 WITHOUT_UNIT = "generated"  # made at boot from a script in /etc/init.d: there is no link to remove
-OUR_SERVICES = ("amavis", "amavisd-milter", "clamd", "maillog", "memcached", "opendkim",
-                "opendmarc")
 
 
 def has_systemd():
@@ -23,7 +22,8 @@ def has_systemd():
 def states(more: tuple = ()) -> dict:
     """What each unit is, and more than those of the mail services: whether enabled for the next
     boot, and whether active."""
-    names = (*MAIL, *FILTERS, *("mailvane-%s.service" % name for name in OUR_SERVICES), *more)
+    ours = [daemon["unit"] for daemon in daemons.mail() if daemon["unit"].startswith("mailvane-")]
+    names = (*MAIL, *FILTERS, *ours, *more)
     return parse(output("systemctl", "show", "--property=Id,LoadState,UnitFileState,ActiveState",
                         *names))
 

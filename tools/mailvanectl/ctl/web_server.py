@@ -1,9 +1,8 @@
 """The package's own web server, which shows the mail server's certificate when it serves the
 network."""
-from ctl import upkeep
+from ctl import daemons, upkeep
 from ctl.answers import Refused
 
-PID_FILE = "/run/mailvane/web/lighttpd.pid"
 SCRIPT = upkeep.PACKAGE + "/target/scripts/web.sh"
 TLS_PORT = "MAILVANE_WEB_TLS_PORT"
 PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
@@ -25,7 +24,7 @@ class WebServer:
 def _ports():
     """The ports in the environment of the one that runs; empty when none does."""
     try:
-        with open(PID_FILE, encoding="ascii") as file:
+        with open(daemons.named("web")["pid_file"], encoding="ascii") as file:
             number = int(file.read())
         with open("/proc/%d/environ" % number, "rb") as file:
             pairs = (pair.decode(errors="replace").partition("=")

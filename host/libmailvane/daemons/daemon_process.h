@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host::system {
+namespace host::daemons {
 
 /// The folder in /proc of the daemon whose number stands in `pidFile` (absolute), when that process
 /// runs `program`, or ran it before an upgrade replaced the file; empty when it does not. A pid
@@ -13,4 +13,4 @@ std::string DaemonProcess(const std::string& pidFile, const std::string& program
 /// Where a symbolic link leads; empty when it cannot be read.
 std::string LinkTarget(const std::string& path);
 
-}  // namespace host::system
+}  // namespace host::daemons

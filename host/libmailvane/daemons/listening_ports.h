@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-namespace host::system {
+namespace host::daemons {
 
 /// Whether a port in [from, to] is listened on by anything other than the services named in
 /// `services` (comma-separated, blanks around a name do not count). Sockets of our mail server
@@ -18,4 +18,4 @@ bool PortsConflict(const std::string& services, int from, int to);
 /// at whatever address.
 std::set<int> PortsHeldByOthers(const std::set<int>& ports);
 
-}  // namespace host::system
+}  // namespace host::daemons

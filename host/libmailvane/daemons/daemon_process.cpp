@@ -1,5 +1,5 @@
 // The running daemons. Reads pid files and /proc.
-#include "host/libmailvane/system/daemon_process.h"
+#include "host/libmailvane/daemons/daemon_process.h"
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
 
-namespace host::system {
+namespace host::daemons {
 
 std::string LinkTarget(const std::string& path)
 {
@@ -30,4 +30,4 @@ std::string DaemonProcess(const std::string& pidFile, const std::string& program
     return running == program || running == program + " (deleted)" ? process : "";
 }
 
-}  // namespace host::system
+}  // namespace host::daemons
