@@ -32,7 +32,7 @@ Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* 
 Finding CheckProcess(const settings::StoredSettings& settings, const char* subject);
 /// Whether the mail filter at the socket `subject` agrees on options.
 Finding CheckMilter(const settings::StoredSettings& settings, const char* subject);
-/// The same for the filter of the name `subject` that is started again when it dies, and whether it
+/// The same for the daemon named `subject` that is started again when it dies, and whether it
 /// did since it was started.
 Finding CheckFilter(const settings::StoredSettings& settings, const char* subject);
 /// Whether the store of the senders' counters at the socket `subject` answers.

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/names/relay_probe.h"
+#include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
 
 namespace host::selfcheck {

@@ -19,7 +19,6 @@ namespace host::selfcheck {
 
 namespace {
 
-const char kServices[] = "/run/mailvane/";
 const char kPostqueue[] = "/usr/sbin/postqueue";
 
 constexpr int kManyDeferred = 50;
@@ -97,12 +96,12 @@ Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* su
 
 Finding CheckFilter(const settings::StoredSettings& settings, const char* subject)
 {
-    const std::string service = std::string(kServices) + subject;
-    const Finding finding = CheckMilter(settings, (service + "/socket").c_str());
+    const daemons::Daemon& daemon = daemons::DaemonOf(subject);
+    const Finding finding = CheckMilter(settings, daemon.socket.data());
     if (finding.word != CheckWord::kOk) return finding;
 
-    const std::string program = std::string("/usr/sbin/") + subject;
-    if (!LostChildren(daemons::DaemonProcess(service + ".pid", program))) return {};
+    const std::string program(daemon.program);
+    if (!LostChildren(daemons::DaemonProcess(std::string(daemon.pidFile), program))) return {};
     return {CheckWord::kWarning, program + " died and was started again; the mail log says when"};
 }
 
