@@ -119,9 +119,11 @@ TEST_F(Supervision, EndsWhatOutlivedItsDaemonBeforeANewOneStarts)
 {
     Become("helped");
     ASSERT_TRUE(BringUp());
-    const auto processes = service::ProcessSet::Of(fake->Master());
+    const pid_t master = fake->Master();
+    const auto processes = service::ProcessSet::Of(master);
     ASSERT_EQ(processes.running().size(), 2U);
-    (void)kill(fake->Master(), SIGKILL);
+    (void)kill(master, SIGKILL);
+    ASSERT_EQ(waitpid(master, nullptr, 0), master);
     ASSERT_TRUE(BringUp());
     EXPECT_TRUE(processes.gone());
     fake->limits.stop = kShort;
