@@ -3,6 +3,8 @@
 
 #include <ctime>
 
+#include "host/libhaldcore/text.h"
+
 namespace collector {
 namespace {
 
@@ -16,7 +18,7 @@ int Number(std::string_view text, std::size_t start, std::size_t length)
     int value = -1;
     for (const char letter : text.substr(start, length)) {
         if (letter == ' ' && value < 0) continue;
-        if (letter < '0' || letter > '9') return -1;
+        if (!host::IsDigit(letter)) return -1;
         value = (value < 0 ? 0 : value) * 10 + (letter - '0');
     }
     return value;
@@ -89,7 +91,7 @@ std::int64_t LogClock::ClassicHour(std::string_view stamp) const
 std::int64_t LogClock::Seconds(std::string_view stamp)
 {
     if (stamp.empty()) return -1;
-    if (stamp.front() >= '0' && stamp.front() <= '9') return Rfc3339(stamp);
+    if (host::IsDigit(stamp.front())) return Rfc3339(stamp);
     if (!HasTime(stamp, 7)) return -1;
 
     const std::string_view hour = stamp.substr(0, kHourEnd);

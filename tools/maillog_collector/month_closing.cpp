@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -105,9 +106,8 @@ void LinkMonth(const std::string& month)
 
 bool IsMonth(const std::string& name)
 {
-    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
-    return name.size() >= 10 && std::all_of(name.begin(), name.begin() + 4, isDigit) &&
-           name[4] == '-' && std::all_of(name.begin() + 5, name.begin() + 7, isDigit) &&
+    return name.size() >= 10 && std::all_of(name.begin(), name.begin() + 4, host::IsDigit) &&
+           name[4] == '-' && std::all_of(name.begin() + 5, name.begin() + 7, host::IsDigit) &&
            name.compare(name.size() - 3, 3, ".db") == 0;
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -123,14 +124,6 @@ std::optional<std::string> StoredAddress(const std::string& text)
 }
 
 }  // namespace
-
-std::string InLowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return text;
-}
 
 std::optional<std::string> StoredName(NameType kind, const std::string& text)
 {

@@ -12,7 +12,7 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/transaction.h"
 

@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/dns_query.h"
 
@@ -38,14 +39,6 @@ Finding ForEachDomain(const settings::StoredSettings& settings, DomainCheck chec
         Add(sum, finding);
     }
     return sum;
-}
-
-std::string LowerCase(std::string text)
-{
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
 }
 
 bool Has(const Records& records, const std::string& record)
@@ -129,7 +122,7 @@ Finding CheckHostAddress(const settings::StoredSettings& settings, const char* /
 
 Finding CheckHostReverse(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    const std::string name = LowerCase(settings.Text("smtp_hostname"));
+    const std::string name = InLowerCase(settings.Text("smtp_hostname"));
     const auto addresses = system::DnsAddresses(name);
     if (!addresses) return NoAnswer();
     if (addresses->empty()) return Warning(name + " has no address");
@@ -145,7 +138,7 @@ Finding CheckHostReverse(const settings::StoredSettings& settings, const char* /
 
 Finding CheckMx(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    const std::string host = LowerCase(settings.Text("smtp_hostname"));
+    const std::string host = InLowerCase(settings.Text("smtp_hostname"));
     return ForEachDomain(settings, [&host](const std::string& domain) -> Finding {
         const auto servers = system::DnsRecords(domain, system::DnsType::kMailServer);
         if (!servers) return NoAnswer();
