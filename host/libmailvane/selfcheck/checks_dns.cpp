@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/pem.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/dns_query.h"
@@ -78,14 +79,7 @@ std::string OwnPublicKey()
     std::string pem;
     if (!ReadFile(PackagePath("etc/dkim.key/dkim.public"), pem)) return "";
 
-    std::string key;
-    std::string::size_type start = 0;
-    while (start < pem.size()) {
-        const auto end = std::min(pem.find('\n', start), pem.size());
-        if (pem.compare(start, 5, "-----") != 0) key += pem.substr(start, end - start);
-        start = end + 1;
-    }
-    return key;
+    return PemBody(pem, "PUBLIC KEY");
 }
 
 /// Whether a blocklist's answer is a listing: 127.255.255.x says that the list refuses to answer.
