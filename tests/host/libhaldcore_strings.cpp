@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/pem.h"
 #include "host/libhaldcore/utf8.h"
 #include "platform/hlib/error.h"
@@ -61,6 +62,14 @@ TEST(Utf8, IsWhatStandsForACodePointInItsShortestForm)
           "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\xff"}) {
         EXPECT_FALSE(host::IsUtf8(bad)) << bad;
     }
+}
+
+TEST(Hash, IsThatOfTheNumbersThatAreStored)
+{
+    EXPECT_EQ(0xbf9cf968U, host::Fnv32("foobar"));
+    EXPECT_EQ(0x85944171f73967e8U, host::Fnv64("foobar"));
+    EXPECT_EQ(0xaf63bd4c8601b7dfU, host::Fnv64(std::string(1, '\0')));
+    EXPECT_NE(host::Fnv64("\xe4"), host::Fnv64("\x64"));
 }
 
 TEST(Pem, TakesTheFirstWholeBlockOfAKind)

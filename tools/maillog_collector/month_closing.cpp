@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -53,7 +52,7 @@ std::string SuccessorPath()
 
 void Require(bool done, const char* what)
 {
-    if (!done) throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+    if (!done) throw std::runtime_error(std::string(what) + ": " + host::ErrnoText());
 }
 
 std::string MonthName(std::int64_t time)

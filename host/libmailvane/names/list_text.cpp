@@ -2,8 +2,6 @@
 #include "host/libmailvane/names/list_text.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
@@ -43,7 +41,7 @@ bool ReadListText(const std::string& path, const TakeLine& take)
 {
     std::string bytes;
     if (!ReadFile(path, bytes)) {
-        Log(LOG_ERR, "list to import: %s", std::strerror(errno));
+        Log(LOG_ERR, "list to import: %s", ErrnoText());
         return false;
     }
     std::string_view rest = bytes;

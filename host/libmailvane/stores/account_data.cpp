@@ -11,12 +11,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/stores/account_databases.h"
@@ -66,7 +66,7 @@ bool Park(const AccountStore& store, const settings::AccountCombination& owner)
 
     const std::string parked = ParkedPath(owner, store.parkedSuffix);
     if (!MakeDirectories(ParkingFolder(), 0755)) {
-        Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), std::strerror(errno));
+        Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), ErrnoText());
         return false;
     }
     if (system::NameExists(parked) && !system::KeepAside(parked, "would be overwritten"))
@@ -142,8 +142,7 @@ bool HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
 
     const std::optional<KeyValueFile> parked = KeyValueFile::Read(path);
     if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""), exchanged)) {
-        Log(LOG_ERR, "cannot bring back %s from %s: %s", kAlwaysBccKey, path.c_str(),
-            std::strerror(errno));
+        Log(LOG_ERR, "cannot bring back %s from %s: %s", kAlwaysBccKey, path.c_str(), ErrnoText());
         return false;
     }
     return system::RemoveDurably(path);
