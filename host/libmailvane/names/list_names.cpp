@@ -119,7 +119,7 @@ std::optional<std::string> StoredTree(const std::string& text)
 
 std::optional<std::string> StoredAddress(const std::string& text)
 {
-    if (!IsMailAddress(text) || text.find('@') == std::string::npos) return std::nullopt;
+    if (!IsFullAddress(text)) return std::nullopt;
     return InLowerCase(text);
 }
 

@@ -117,6 +117,11 @@ bool IsMailAddress(const std::string& text)
     return at == std::string::npos || IsHostName(text.substr(at + 1));
 }
 
+bool IsFullAddress(const std::string& text)
+{
+    return IsMailAddress(text) && text.find('@') != std::string::npos;
+}
+
 bool IsSpamAction(const std::string& text)
 {
     return IsOneOf(text, {"tag", "quarantine", "reject", "discard"});
