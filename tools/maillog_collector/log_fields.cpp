@@ -9,20 +9,18 @@
 namespace collector {
 namespace {
 
-/// Control characters of ASCII, and those of two bytes in UTF-8.
-bool IsControl(std::string_view character)
-{
-    return character.size() == 1 ? host::IsControl(character.front())
-                                 : character >= "\xc2\x80" && character <= "\xc2\x9f";
-}
-
 /// Length of the character that the text begins with and that a page can show as it is; 0 when it
 /// begins with none.
 std::size_t PlainLength(std::string_view text)
 {
+    const char first = text.front();
+    if (static_cast<unsigned char>(first) < 0x80) {
+        return host::IsControl(first) || first == '<' || first == '>' ? 0 : 1;
+    }
     const std::size_t length = host::CharacterLength(text);
-    const bool isMark = text.front() == '<' || text.front() == '>';
-    return isMark || IsControl(text.substr(0, length)) ? 0 : length;
+    const std::string_view character = text.substr(0, length);
+    const bool isControl = character >= "\xc2\x80" && character < "\xc2\xa0";
+    return isControl ? 0 : length;
 }
 
 }  // namespace
