@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/libhaldcore/text.h"
+
 void host::Log(int priority, const char* format, ...)
 {
     const int saved = errno;
@@ -19,8 +21,7 @@ void host::Log(int priority, const char* format, ...)
 
     if (length >= 0) {
         for (char* at = line.data(); *at != '\0'; ++at) {
-            const auto byte = static_cast<unsigned char>(*at);
-            if (byte < 0x20 || byte == 0x7f) *at = '?';
+            if (IsControl(*at)) *at = '?';
         }
         syslog(priority, "mailvane: %s", line.data());
         if (getenv("MAILVANE_ECHO_LOG") != nullptr) {

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <string>
 
-#include "tools/maillog_collector/log_clock.h"
+#include "host/libmailvane/maillog/log_clock.h"
 #include "tools/maillog_collector/log_event.h"
 #include "tools/maillog_collector/log_fields.h"
 
@@ -51,7 +51,7 @@ TEST(LogClock, YearAndZone)
     ASSERT_EQ(0, setenv("TZ", "UTC", 1));
     tzset();
     constexpr std::int64_t kNow = 1798761600;  // 2027-01-01 00:00:00
-    collector::LogClock clock(kNow);
+    host::maillog::LogClock clock(kNow);
     EXPECT_EQ(kNow - 1, clock.Seconds("Dec 31 23:59:59"));
     EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));

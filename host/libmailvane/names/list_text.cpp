@@ -2,13 +2,11 @@
 #include "host/libmailvane/names/list_text.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -43,7 +41,7 @@ bool ReadListText(const std::string& path, const TakeLine& take)
 {
     std::string bytes;
     if (!ReadFile(path, bytes)) {
-        Log(LOG_ERR, "list to import: %s", std::strerror(errno));
+        Log(LOG_ERR, "list to import: %s", ErrnoText());
         return false;
     }
     std::string_view rest = bytes;

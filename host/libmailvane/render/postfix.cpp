@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
@@ -138,10 +139,12 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     main.Add("mailbox_size_limit", "0");
     main.Add("alias_maps", "");
     main.Add("alias_database", "");
-    // Accounts from uid 1000 are mail users, but for nobody.
+    // Mail users are the accounts whose number has four digits at least, but for nobody.
+    static_assert(kFirstMailUser == 1000);
     main.Add("local_recipient_maps",
              "pipemap:{unix:passwd.byname, "
-             "pcre:{{/^[^:]*:[^:]*:(?!65534:)[0-9]{4,}:/ OK}}}");
+             "pcre:{{/^[^:]*:[^:]*:(?!" +
+                 std::to_string(kNobody) + ":)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
     main.Add("virtual_alias_maps",
              Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));

@@ -12,10 +12,8 @@
 
 namespace host::render {
 
-/// The program that looks at mail; `showkeys` makes it check its file.
-constexpr char kScannerProgram[] = "/usr/sbin/amavisd";
-
-/// Paths in a generation: the scanner's own file, and what lists of the package fill.
+/// Paths in a generation: the scanner's own file (`amavisd showkeys` checks it), and what lists of
+/// the package fill.
 constexpr char kScannerFile[] = "amavis/amavisd.conf";
 constexpr char kSpamRules[] = "amavis/rules.cf";
 constexpr char kBannedTypes[] = "amavis/banned_types";

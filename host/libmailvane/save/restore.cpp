@@ -151,14 +151,6 @@ int ExchangeAndSave(const std::string& staged, bool whole, const StagedState& st
     return -1;
 }
 
-bool IsGeneration(const std::string& name)
-{
-    const std::string prefix = "gen-";
-    return name.rfind(prefix, 0) == 0 &&
-           name.find_first_not_of("0123456789", prefix.size()) == std::string::npos &&
-           !generation::ReadManifest(name).empty();
-}
-
 /// The copy address belongs to the accounts: where others are served, that of the present ones is
 /// parked, and theirs comes back.
 bool ExchangeAlwaysBcc(const settings::StoredSettings& stored, settings::StoredSettings& wanted)
@@ -169,12 +161,12 @@ bool ExchangeAlwaysBcc(const settings::StoredSettings& stored, settings::StoredS
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
-int RollBackTo(const std::string& generation)
+int RollBackTo(const std::string& name)
 {
-    if (!IsGeneration(generation)) return Refuse(generation, "is no generation");
+    if (!generation::IsGeneration(name)) return Refuse(name, "is no generation");
 
     const auto stored = settings::StoredSettings::Read();
-    auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(generation));
+    auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(name));
     if (!stored || !wanted || !ExchangeAlwaysBcc(*stored, *wanted)) return -1;
 
     std::list<Callback> steps = ServerSteps();

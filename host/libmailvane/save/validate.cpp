@@ -10,6 +10,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/listening_ports.h"
@@ -21,13 +22,6 @@
 namespace host::save {
 
 namespace {
-
-const char kPostconf[] = "/usr/sbin/postconf";
-const char kPostfix[] = "/usr/sbin/postfix";
-const char kPostmap[] = "/usr/sbin/postmap";
-const char kDoveconf[] = "/usr/bin/doveconf";
-const char kOpenDkim[] = "/usr/sbin/opendkim";
-const char kOpenDmarc[] = "/usr/sbin/opendmarc";
 
 /// Map types whose tables are files; others are answered by daemons or need no table.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
@@ -102,7 +96,7 @@ bool TablesAnswer(const std::string& configuration, const std::set<std::string>&
     std::vector<std::vector<std::string>> queries;
     queries.reserve(tables.size());
     for (const std::string& table : tables) {
-        queries.push_back({kPostmap, "-c", configuration, "-q", "probe", table});
+        queries.push_back({programs::kPostmap, "-c", configuration, "-q", "probe", table});
     }
     ProgramOptions options;
     options.capture = true;
@@ -124,8 +118,8 @@ std::vector<ProgramResult> DumpParameters(const std::string& configuration)
 {
     ProgramOptions options;
     options.capture = true;
-    return RunPrograms({{kPostconf, "-c", configuration, "-x", "-n"},
-                        {kPostconf, "-c", configuration, "-x", "-P"}},
+    return RunPrograms({{programs::kPostconf, "-c", configuration, "-x", "-n"},
+                        {programs::kPostconf, "-c", configuration, "-x", "-P"}},
                        options);
 }
 
@@ -144,9 +138,9 @@ bool OwnChecksPass(const generation::NextGeneration& next)
 {
     // Dovecot's files include the administrator's own, which may have changed at any time.
     std::vector<std::vector<std::string>> checks{
-        {kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
+        {programs::kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
     if (next.Changed("postfix/")) {
-        checks.push_back({kPostfix, "-c", next.directory() + "/postfix", "check"});
+        checks.push_back({programs::kPostfix, "-c", next.directory() + "/postfix", "check"});
     }
     ProgramOptions options;
     options.capture = true;
@@ -192,8 +186,8 @@ bool FiltersAccept(const generation::NextGeneration& next, const settings::Store
         daemons::Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
     const bool dmarc =
         daemons::Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
-    return (!dkim || FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
-           (!dmarc || FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
+    return (!dkim || FilterAccepts(next, programs::kOpenDkim, "-x", "opendkim/opendkim.conf")) &&
+           (!dmarc || FilterAccepts(next, programs::kOpenDmarc, "-c", "opendmarc/opendmarc.conf"));
 }
 
 /// The scanner's file is a program: it is run under the scanner's user.
@@ -208,11 +202,11 @@ bool ScannerAccepts(const generation::NextGeneration& next, const settings::Stor
     ProgramOptions options;
     options.capture = true;
     const ProgramResult check = RunProgram(
-        system::AsUser("amavis", {render::kScannerProgram, "-c",
+        system::AsUser("amavis", {programs::kAmavisd, "-c",
                                   next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
     if (!check.Succeeded())
-        Log(LOG_ERR, "refused by %s: %s", render::kScannerProgram, check.errors.c_str());
+        Log(LOG_ERR, "refused by %s: %s", programs::kAmavisd, check.errors.c_str());
     return check.Succeeded();
 }
 

@@ -25,7 +25,7 @@ using daemons::kScanner;
 using daemons::kScannerMilter;
 
 // The table's texts are literals, so that each ends with a NUL.
-constexpr const char* kScannerSwitches = kScanner.switches.data();
+constexpr const char* kScannerSwitches = daemons::kScanner.switches.data();
 
 /// The row of a daemon that is asked at its socket.
 constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run,
@@ -38,20 +38,22 @@ constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run
 // To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
 // in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
 constexpr Check kChecks[] = {
-    {kPostfix.check.data(), nullptr, CheckProcess, kPostfix.name.data(), kQuick,
+    {daemons::kPostfix.check.data(), nullptr, CheckProcess, daemons::kPostfix.name.data(), kQuick,
      "the SMTP server runs"},
-    {kDovecot.check.data(), nullptr, CheckProcess, kDovecot.name.data(), kQuick,
+    {daemons::kDovecot.check.data(), nullptr, CheckProcess, daemons::kDovecot.name.data(), kQuick,
      "the IMAP and POP3 server, which checks logins too, runs"},
-    {kDkimFilter.check.data(), kDkimFilter.switches.data(), CheckFilter, kDkimFilter.name.data(),
-     kUsual, "the DKIM filter answers and has not died since it was started"},
-    {kDmarcFilter.check.data(), kDmarcFilter.switches.data(), CheckFilter, kDmarcFilter.name.data(),
-     kUsual, "the DMARC checker answers and has not died since it was started"},
-    OfDaemon(kMemcached, CheckCounters, "the store of the senders' counters answers"),
-    OfDaemon(kScanner, CheckScanner, "the mail scanner is ready for mail"),
-    OfDaemon(kScannerMilter, CheckMilter, "so is the milter that hands it over"),
-    OfDaemon(kAntiVirus, CheckAntiVirus, "the anti-virus engine answers"),
-    {"virus_signatures", kAntiVirus.switches.data(), CheckSignatures, "/var/lib/clamav", kQuick,
-     "the engine's signatures are new"},
+    {daemons::kDkimFilter.check.data(), daemons::kDkimFilter.switches.data(), CheckFilter,
+     daemons::kDkimFilter.name.data(), kUsual,
+     "the DKIM filter answers and has not died since it was started"},
+    {daemons::kDmarcFilter.check.data(), daemons::kDmarcFilter.switches.data(), CheckFilter,
+     daemons::kDmarcFilter.name.data(), kUsual,
+     "the DMARC checker answers and has not died since it was started"},
+    OfDaemon(daemons::kMemcached, CheckCounters, "the store of the senders' counters answers"),
+    OfDaemon(daemons::kScanner, CheckScanner, "the mail scanner is ready for mail"),
+    OfDaemon(daemons::kScannerMilter, CheckMilter, "so is the milter that hands it over"),
+    OfDaemon(daemons::kAntiVirus, CheckAntiVirus, "the anti-virus engine answers"),
+    {"virus_signatures", daemons::kAntiVirus.switches.data(), CheckSignatures, "/var/lib/clamav",
+     kQuick, "the engine's signatures are new"},
     {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
     {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
      "submission with TLS greets on its port"},
@@ -80,10 +82,10 @@ constexpr Check kChecks[] = {
      "the SMTP server finds no fault in its files"},
     {"config_dovecot", nullptr, CheckDovecotFiles, nullptr, kLongestCheck,
      "the IMAP and POP3 server finds no fault in its file"},
-    {"config_opendkim", kDkimFilter.switches.data(), CheckDkimFiles, nullptr, kLongestCheck,
-     "the DKIM filter finds no fault in its files"},
-    {"config_opendmarc", kDmarcFilter.switches.data(), CheckDmarcFiles, nullptr, kLongestCheck,
-     "the DMARC checker finds no fault in its file"},
+    {"config_opendkim", daemons::kDkimFilter.switches.data(), CheckDkimFiles, nullptr,
+     kLongestCheck, "the DKIM filter finds no fault in its files"},
+    {"config_opendmarc", daemons::kDmarcFilter.switches.data(), CheckDmarcFiles, nullptr,
+     kLongestCheck, "the DMARC checker finds no fault in its file"},
     {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
      "the mail scanner finds no fault in its file"},
     {"disk_queue", nullptr, CheckDisk, "/var/spool/postfix", kQuick,

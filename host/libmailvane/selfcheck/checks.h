@@ -7,8 +7,6 @@
 
 namespace host::selfcheck {
 
-constexpr char kOpenssl[] = "/usr/bin/openssl";
-constexpr char kPostconf[] = "/usr/sbin/postconf";
 constexpr char kPostfixFiles[] = "/var/packages/Mailvane/etc/generated/current/postfix";
 
 /// For the programs that checks run: kept output, and a limit that with the time for the kill is

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <memory>
 
+#include "host/libhaldcore/programs.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
@@ -85,9 +86,8 @@ Finding CheckSignatures(const settings::StoredSettings& /*settings*/, const char
 Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const std::string file = generation::GeneratedDirectory() + "/current/" + render::kScannerFile;
-    const ProgramResult check =
-        RunProgram(system::AsUser("amavis", {render::kScannerProgram, "-c", file, "showkeys"}),
-                   CheckOptions());
+    const ProgramResult check = RunProgram(
+        system::AsUser("amavis", {programs::kAmavisd, "-c", file, "showkeys"}), CheckOptions());
     if (check.Succeeded()) return {};
     if (check.status < 0)
         return {CheckWord::kUnknown, "the scanner's file was not checked in time"};

@@ -1,25 +1,20 @@
 // Checks of the self-check on what runs: the daemons, the mail queue, the account directory.
-#include <json/json.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <ctime>
-#include <memory>
-#include <sstream>
 
 #include "host/libhaldcore/files.h"
 #include "host/libmailvane/daemons/daemon_process.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
+#include "host/libmailvane/system/mail_queue.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
 
 namespace host::selfcheck {
 
 namespace {
-
-const char kPostqueue[] = "/usr/sbin/postqueue";
 
 constexpr int kManyDeferred = 50;
 constexpr int kTooManyDeferred = 500;
@@ -32,20 +27,6 @@ struct Deferred {
     int count = 0;
     std::int64_t oldest = 0;  ///< seconds
 };
-
-/// Takes one line of the queue's list, a message; what is no message is passed over.
-void Count(const std::string& line, std::int64_t now, Deferred& deferred)
-{
-    Json::Value message;
-    const Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    if (!reader->parse(line.data(), line.data() + line.size(), &message, nullptr)) return;
-
-    const Json::Value& arrival = message["arrival_time"];
-    if (message["queue_name"] != Json::Value("deferred") || !arrival.isInt64()) return;
-    ++deferred.count;
-    deferred.oldest = std::max<std::int64_t>(deferred.oldest, now - arrival.asInt64());
-}
 
 Finding JudgeQueue(const Deferred& deferred)
 {
@@ -115,13 +96,16 @@ Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* 
 
 Finding CheckQueue(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    const ProgramResult queue = RunProgram({kPostqueue, "-c", kPostfixFiles, "-j"}, CheckOptions());
-    if (!queue.Succeeded()) return {CheckWord::kUnknown, "the mail queue cannot be read"};
+    const auto queue = system::ReadMailQueue(CheckOptions().limit);
+    if (!queue) return {CheckWord::kUnknown, "the mail queue cannot be read"};
 
     Deferred deferred;
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
-    std::istringstream lines(queue.output);
-    for (std::string line; std::getline(lines, line);) Count(line, now, deferred);
+    for (const system::QueuedMessage& message : queue->messages) {
+        if (!message.deferred) continue;
+        ++deferred.count;
+        deferred.oldest = std::max(deferred.oldest, now - message.arrival);
+    }
     return JudgeQueue(deferred);
 }
 

@@ -11,13 +11,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -44,10 +45,8 @@ std::string ParkedPath(const settings::AccountCombination& combination, const ch
 bool CanBeParked(const settings::AccountCombination& combination)
 {
     const std::string name = combination.type + "_" + combination.domain;
-    const bool plain = std::none_of(name.begin(), name.end(), [](char letter) {
-        const auto byte = static_cast<unsigned char>(letter);
-        return letter == '/' || byte < 0x20 || byte == 0x7f;
-    });
+    const bool plain = std::none_of(name.begin(), name.end(),
+                                    [](char letter) { return letter == '/' || IsControl(letter); });
     return plain && name.find("..") == std::string::npos;
 }
 
@@ -67,7 +66,7 @@ bool Park(const AccountStore& store, const settings::AccountCombination& owner)
 
     const std::string parked = ParkedPath(owner, store.parkedSuffix);
     if (!MakeDirectories(ParkingFolder(), 0755)) {
-        Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), std::strerror(errno));
+        Log(LOG_ERR, "cannot make %s: %s", ParkingFolder().c_str(), ErrnoText());
         return false;
     }
     if (system::NameExists(parked) && !system::KeepAside(parked, "would be overwritten"))
@@ -143,8 +142,7 @@ bool HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
 
     const std::optional<KeyValueFile> parked = KeyValueFile::Read(path);
     if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""), exchanged)) {
-        Log(LOG_ERR, "cannot bring back %s from %s: %s", kAlwaysBccKey, path.c_str(),
-            std::strerror(errno));
+        Log(LOG_ERR, "cannot bring back %s from %s: %s", kAlwaysBccKey, path.c_str(), ErrnoText());
         return false;
     }
     return system::RemoveDurably(path);

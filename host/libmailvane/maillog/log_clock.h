@@ -1,11 +1,11 @@
-// The time stamps of the mail server's log.
+// The time stamps of the mail server's log and the scanner's.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-namespace collector {
+namespace host::maillog {
 
 /// Turns stamps into seconds since the epoch. Lines come in order, so the hour of the last one is
 /// kept.
@@ -30,4 +30,4 @@ private:
     std::int64_t again_ = 0;  ///< how much later that hour comes a second time
 };
 
-}  // namespace collector
+}  // namespace host::maillog

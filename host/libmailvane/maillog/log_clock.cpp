@@ -1,9 +1,11 @@
-// The time stamps of the mail server's log.
-#include "tools/maillog_collector/log_clock.h"
+// The time stamps of the mail server's log and the scanner's.
+#include "host/libmailvane/maillog/log_clock.h"
 
 #include <ctime>
 
-namespace collector {
+#include "host/libhaldcore/text.h"
+
+namespace host::maillog {
 namespace {
 
 constexpr std::int64_t kDay = 86400;
@@ -16,7 +18,7 @@ int Number(std::string_view text, std::size_t start, std::size_t length)
     int value = -1;
     for (const char letter : text.substr(start, length)) {
         if (letter == ' ' && value < 0) continue;
-        if (letter < '0' || letter > '9') return -1;
+        if (!IsDigit(letter)) return -1;
         value = (value < 0 ? 0 : value) * 10 + (letter - '0');
     }
     return value;
@@ -103,7 +105,7 @@ std::int64_t LogClock::ClassicHour(std::string_view stamp)
 std::int64_t LogClock::Seconds(std::string_view stamp)
 {
     if (stamp.empty()) return -1;
-    if (stamp.front() >= '0' && stamp.front() <= '9') return Rfc3339(stamp);
+    if (IsDigit(stamp.front())) return Rfc3339(stamp);
     if (!HasTime(stamp, 7)) return -1;
 
     const std::string_view hour = stamp.substr(0, kHourEnd);
@@ -118,4 +120,4 @@ std::int64_t LogClock::Seconds(std::string_view stamp)
     return seconds + again_ <= now_ ? seconds + again_ : seconds;
 }
 
-}  // namespace collector
+}  // namespace host::maillog
