@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <ctime>
+#include <sstream>
 
 #include "host/libhaldcore/files.h"
 #include "host/libmailvane/daemons/daemon_process.h"
