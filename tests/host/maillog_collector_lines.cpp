@@ -64,7 +64,7 @@ TEST(LogClock, AnHourThatComesTwice)
     ASSERT_EQ(0, setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1));
     tzset();
     constexpr std::int64_t kAgain = 1792890000;  // 2026-10-25 02:00:00 for the second time
-    collector::LogClock clock(kAgain - 1);
+    host::maillog::LogClock clock(kAgain - 1);
     EXPECT_EQ(kAgain - 3601, clock.Seconds("Oct 25 01:59:59"));
     EXPECT_EQ(kAgain - 3600, clock.Seconds("Oct 25 02:00:00"));
     clock.SetNow(kAgain + 10);
