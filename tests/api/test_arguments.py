@@ -11,10 +11,10 @@ import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools")
 
-from ctl import arguments, edit
-from ctl.reference import Reference, Usage
+from mailvane.ctl import arguments, edit
+from mailvane.ctl.reference import Reference, Usage
 
 MASK = "\ufffd" * 8
 

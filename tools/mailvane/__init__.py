@@ -1,0 +1,1 @@
+"""What the administrator runs: mailvanectl (ctl), mailvane-setup (setup)."""

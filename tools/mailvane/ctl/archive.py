@@ -1,0 +1,147 @@
+"""The archive of a backup: a tar file, first in it a manifest with format, version, and size and
+hash of every file. Nothing but regular files with names known here is written or taken."""
+import hashlib
+import io
+import json
+import os
+import re
+import tarfile
+
+from mailvane.ctl import upkeep
+from mailvane.ctl.answers import Refused
+
+FORMAT = 1
+MANIFEST = "manifest.json"
+LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, bytes, number
+
+# What an archive can hold, and the mode that it has in its place. The folders are there even when
+# they are empty. {NAME} is any file name, but for hidden ones.
+FOLDERS = {"rules": 0o755, "dkim.key": 0o700, "tls": 0o755, "personal": 0o700, "local.d": 0o755}
+FILES = (
+    (r"mailvane\.conf|rules\.cf|report\.conf|report\.state|alias\.db|mailvane\.db", 0o600),
+    (r"domains|dnsbl|attachment_types|dkim\.key/(pair-[0-9TZ-]+/)?dkim\.public", 0o644),
+    (r"dkim\.key/(pair-[0-9TZ-]+/)?dkim\.private|personal/{NAME}\.json", 0o600),
+    (r"tls/cert\.pem|local\.d/{NAME}", 0o644),
+    (r"(rules|tls)/{NAME}", 0o600),
+    (r"htpasswd", 0o640),
+)
+NAME = r"[^/.\x00-\x1f\x7f][^/\x00-\x1f\x7f]{0,240}"
+PATTERNS = [(re.compile(pattern.replace("{NAME}", NAME)), mode) for pattern, mode in FILES]
+PAIR = re.compile(r"pair-[0-9TZ-]+")
+
+
+class State:
+    """The stored state: bytes by name, and which key pair signs."""
+
+    def __init__(self, files, pair="", made=0, version=""):
+        self.files = files
+        self.pair = pair
+        self.made = made
+        self.version = version
+
+
+def mode_of(name):
+    """The mode of a file in its place; None for a name that no archive holds."""
+    return next((mode for pattern, mode in PATTERNS if pattern.fullmatch(name)), None)
+
+
+def write(path, state):
+    """Writes an archive, whole or not at all; a file that is there is replaced."""
+    new = "%s.%d" % (path, os.getpid())
+    try:
+        descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+        try:
+            with os.fdopen(descriptor, "wb") as file:
+                os.fchmod(file.fileno(), 0o600)
+                _put(file, state)
+                file.flush()
+                os.fsync(file.fileno())
+            os.rename(new, path)
+        except BaseException:
+            os.unlink(new)
+            raise
+        upkeep.sync_folder(os.path.dirname(os.path.abspath(path)))
+    except OSError as problem:
+        raise Refused("%s: %s" % (path, problem.strerror)) from problem
+
+
+def _put(file, state):
+    manifest = {
+        "format": FORMAT, "program": "mailvane", "version": state.version, "made": state.made,
+        "signing_pair": state.pair,
+        "files": {name: _print_of(data) for name, data in state.files.items()},
+    }
+    with tarfile.open(fileobj=file, mode="w", format=tarfile.PAX_FORMAT) as tar:
+        _add(tar, MANIFEST, json.dumps(manifest, indent=1).encode(), 0o600, state.made)
+        for name, data in sorted(state.files.items()):
+            _add(tar, name, data, mode_of(name), state.made)
+
+
+def _print_of(data):
+    return {"size": len(data), "sha256": hashlib.sha256(data).hexdigest()}
+
+
+def _add(tar, name, data, mode, made):
+    about = tarfile.TarInfo(name)
+    about.size, about.mode, about.mtime = len(data), mode, made
+    tar.addfile(about, io.BytesIO(data))
+
+
+def read(path):
+    """The state in an archive; Refused unless all of it is as its manifest says."""
+    try:
+        with tarfile.open(path, "r:") as tar:
+            return _state(tar)
+    except OSError as problem:
+        raise Refused("%s: %s" % (path, problem.strerror)) from problem
+    except (tarfile.TarError, EOFError, ValueError) as problem:
+        raise Refused("%s is no whole archive" % path) from problem
+
+
+def _state(tar):
+    manifest = _manifest(tar.next(), tar)
+    listed, files, size = manifest["files"], {}, 0
+    for about in iter(tar.next, None):
+        name = about.name
+        if name in files or name not in listed or mode_of(name) is None:
+            raise Refused("the archive holds %r, which is none of its files" % name[:100])
+        files[name] = _data(tar, about)
+        if _print_of(files[name]) != listed[name]:
+            raise Refused("%s is not what the manifest says" % name)
+        size += len(files[name])
+        if size > LARGEST_SUM or len(files) > MOST_FILES:
+            raise Refused("the archive is too large")
+    missing = listed.keys() - files.keys()
+    if missing:
+        raise Refused("the archive lacks %r" % min(missing)[:100])
+    pair = manifest["signing_pair"]
+    if pair and (not PAIR.fullmatch(pair) or "dkim.key/%s/dkim.private" % pair not in files):
+        raise Refused("the archive lacks the key pair that signs")
+    return State(files, pair, manifest["made"], manifest["version"])
+
+
+def _manifest(about, tar):
+    if about is None or about.name != MANIFEST:
+        raise Refused("it is no archive of mailvane")
+    manifest = json.loads(_data(tar, about))
+    kinds = {"format": int, "program": str, "version": str, "made": int, "signing_pair": str,
+             "files": dict}
+    if not isinstance(manifest, dict) or manifest.get("program") != "mailvane" or not all(
+            isinstance(manifest.get(name), kind) for name, kind in kinds.items()):
+        raise Refused("it is no archive of mailvane")
+    if manifest["format"] != FORMAT:
+        raise Refused("the archive has format %d; this program knows %d" %
+                      (manifest["format"], FORMAT))
+    return manifest
+
+
+def _data(tar, about):
+    """Bytes of a member, which has to be a plain file: no link, no device, nothing sparse."""
+    if about.type != tarfile.REGTYPE or about.issparse():
+        raise Refused("%r is no regular file" % about.name[:100])
+    if about.size > LARGEST_FILE:
+        raise Refused("%r is too large" % about.name[:100])
+    data = tar.extractfile(about).read()
+    if len(data) != about.size:
+        raise Refused("the archive is cut short")
+    return data

@@ -1,0 +1,56 @@
+"""mailvanectl complete WORD...: what the last word can become, one a line; asked by the shell."""
+from mailvane.ctl import answers
+from mailvane.ctl.reference import Usage
+
+WORDS = "WORD…"
+SUMMARY = "what the last word can become, for the shell"
+WITH_VALUE = ("--as", "-o", "--output")
+EVERYWHERE = ["--as", "--raw", "--output", "--help"]
+
+
+def run(session, words):
+    """Prints the candidates."""
+    *before, last = words or [""]
+    for candidate in candidates(session, before, last):
+        if candidate.startswith(last):
+            print(candidate)
+    return answers.DONE
+
+
+def candidates(session, before, last):
+    """Every word that could stand at the end."""
+    before = [word for word in before if not word.startswith("--") or word in WITH_VALUE]
+    while before and before[0] in WITH_VALUE:
+        before = before[2:]
+    if last.startswith("-"):
+        module = session.subcommand(before[0]) if before else None
+        return [*EVERYWHERE, *sorted(getattr(module, "OPTIONS", ()))]
+    if not before:
+        return [*session.reference.names(), *session.subcommand_names()]
+    try:
+        return _behind(session, before, last)
+    except Usage:
+        return []
+
+
+def _behind(session, before, last):
+    first, rest = before[0], before[1:]
+    if first == "help":
+        return [] if rest else [*session.reference.names(), *session.subcommand_names()]
+    if first == "edit":
+        pages = session.reference.pages()
+        if not rest:
+            return list(pages)
+        return _members(session.reference.action(pages.get(rest[0], "")), last)
+    module = session.subcommand(first)
+    if hasattr(module, "candidates"):
+        return module.candidates(rest)
+    return _members(session.reference.action(first), last)
+
+
+def _members(action, last):
+    name, equals, _ = last.partition("=")
+    if not equals:
+        return [member + "=" for member in action.members]
+    switch = action.member(name).type == "boolean"
+    return [name + "=" + word for word in (("yes", "no") if switch else ())]

@@ -1,0 +1,73 @@
+"""mailvanectl dkim VERB: the key pairs that sign mail.
+
+  list [--json]  the pairs by their dates, and which one signs
+  restore DATE   makes an earlier pair the one that signs; the present one is kept in its turn
+
+The record of the pair has to be published first: see `mailvanectl dns`."""
+import hashlib
+import os
+import re
+
+from mailvane.ctl import answers, upkeep
+from mailvane.ctl.answers import Refused
+
+WORDS = "list|restore [DATE]"
+SUMMARY = "the key pairs that sign mail"
+OPTIONS = {"--json"}
+
+FOLDER = upkeep.ETC + "/dkim.key"
+PAIR = re.compile(r"pair-(\d{8}T\d{6}Z(?:-\d{1,3})?)")
+
+
+def run(session, words):
+    """Runs one verb."""
+    return upkeep.dispatch(session, words, VERBS, "dkim")
+
+
+def candidates(before):
+    """What can follow the words so far, for the shell."""
+    if not before:
+        return list(VERBS)
+    return [pair["date"] for pair in _pairs()] if before == ["restore"] else []
+
+
+def public_key(path=FOLDER + "/dkim.public"):
+    """A public key in one line, as it is published; empty when there is none."""
+    return "".join(line for line in upkeep.lines_of(path) if not line.startswith("-----"))
+
+
+def _pairs():
+    link = FOLDER + "/pair"
+    signing = os.readlink(link) if os.path.islink(link) else ""
+    names = [name for name in sorted(os.listdir(FOLDER)) if PAIR.fullmatch(name)]
+    return [{"date": PAIR.fullmatch(name)[1], "signs": name == signing,
+             "key": _fingerprint("%s/%s/dkim.public" % (FOLDER, name))} for name in names]
+
+
+def _fingerprint(path):
+    return hashlib.sha256(public_key(path).encode()).hexdigest()[:16]
+
+
+def _list(session):
+    pairs = _pairs()
+    if "--json" in session.flags:
+        upkeep.print_json(pairs)
+        return answers.DONE
+    upkeep.print_table(("DATE", "KEY", ""), [(pair["date"], pair["key"],
+                                             "signs" if pair["signs"] else "") for pair in pairs])
+    return answers.DONE
+
+
+def _restore(_session, date):
+    with upkeep.audited("dkim restore", ["dkim.key"]):
+        if date not in [pair["date"] for pair in _pairs()]:
+            raise Refused("there is no pair of that date")
+        upkeep.configure("dkim", "pair-" + date)
+    print("the pair of %s signs now; `mailvanectl dns` prints its record" % date)
+    return answers.DONE
+
+
+VERBS = {
+    "list": (_list, 0, 0),
+    "restore": (_restore, 1, 1),
+}

@@ -1,0 +1,36 @@
+"""mailvanectl edit PAGE name=value…: changes single members of a page.
+
+Of the loaded page only the members go back that count as off when they are left out, and never a
+password: what is not sent keeps what is stored.
+"""
+from mailvane.ctl import answers, arguments, call
+from mailvane.ctl.reference import Usage, did_you_mean
+
+WORDS = "PAGE name=value…"
+SUMMARY = "changes single members of a page"
+
+
+def run(session, words):
+    """Loads the page, changes it, saves it."""
+    pages = session.reference.pages()
+    if not words or words[0] not in pages:
+        raise Usage("edit one of the pages %s%s" % (
+            " ".join(pages), did_you_mean(words[0], pages) if words else ""))
+    save = session.reference.action(pages[words[0]])
+    given, files = arguments.members_of(save, words[1:])
+    if files or not given:
+        raise Usage("edit %s: say what to change as name=value" % words[0])
+
+    load = session.reference.action(save.edits)
+    answer = session.gateway().read(load.name, {})
+    page = answer.json()
+    if answers.judged(load, answer, page) != answers.DONE:
+        return answers.REFUSED
+    return call.send(session, save, arguments.complete(save, edited(save, page, given)))
+
+
+def edited(save, page, given):
+    """What is sent: the changes, and of the page what must not be left out."""
+    kept = {name: page[name] for name, member in save.members.items()
+            if member.required and not member.secret and name in page}
+    return {**kept, **given}

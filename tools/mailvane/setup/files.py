@@ -1,0 +1,47 @@
+"""Files as this program writes them: whole or not at all."""
+import hashlib
+import os
+
+from mailvane.ctl.upkeep import sync_folder
+
+
+def replace(path, data, mode=0o644, owner=None):
+    """Puts bytes in a file's place; `owner` is a pair of numbers, by default this process's."""
+    new = "%s.%d" % (path, os.getpid())
+    descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_NOFOLLOW, 0o600)
+    try:
+        with open(descriptor, "wb") as file:
+            file.write(data)
+            if owner:
+                os.fchown(file.fileno(), *owner)
+            os.fchmod(file.fileno(), mode)
+            file.flush()
+            os.fsync(file.fileno())
+        os.rename(new, path)
+    except BaseException:
+        remove(new)
+        raise
+    sync_folder(os.path.dirname(path))
+
+
+def remove(path):
+    """Removes a file that may be there."""
+    try:
+        os.unlink(path)
+    except FileNotFoundError:
+        pass
+
+
+def content(path):
+    """A file's bytes; None when it is not there."""
+    try:
+        with open(path, "rb") as file:
+            return file.read()
+    except (FileNotFoundError, NotADirectoryError):
+        return None
+
+
+def digest(path):
+    """SHA-256 of a file's bytes in hexadecimal digits; "" when it is not there."""
+    data = content(path)
+    return "" if data is None else hashlib.sha256(data).hexdigest()
