@@ -15,8 +15,8 @@ from unittest import mock
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools")
 
+from mailvane.common.reference import Reference
 from mailvane.ctl import app, arguments, upkeep
-from mailvane.ctl.reference import Reference
 
 MASK = "\ufffd" * 8
 PROGRAM = """#!/bin/sh

@@ -16,7 +16,7 @@ TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, TOP + "/tools")
 
 from mailvane.ctl import archive, mail_queue, quarantine, resolver
-from mailvane.ctl.answers import Refused
+from mailvane.common.errors import Refused
 
 FILES = {"mailvane.conf": b'smtp_port="25"\n', "rules/my rules.cf": b"", "alias.db": b"\0" * 600,
          "dkim.key/pair-20260101T000000Z/dkim.private": b"key"}

@@ -29,7 +29,7 @@ def entry(word: str) -> dict:
 def unknown(session, entries: list[dict]) -> list[str]:
     """What is to be said of members that have no mailbox here: the program takes them, and mail to
     the alias would come back. Of unknown groups the program tells itself."""
-    from mailvane.ctl import accounts
+    from mailvane.common import accounts
     names = [one["name"] for one in entries if one.get("type") == USER and one.get("is_join")]
     return ["%s is not a mail user: mail to the alias comes back from there" % name
             for name in names

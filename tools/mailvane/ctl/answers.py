@@ -5,25 +5,11 @@ import re
 import sys
 from collections.abc import Callable
 
+from mailvane.common import requests
+
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
 READABLE_MASK = "*" * 8  # for that of a stored password, whose signs few terminals have
 LOOK = re.compile(r"; the system log says wh\w+")
-
-
-class NoAnswer(Exception):
-    """The program ended without an answer; what the system log has about it."""
-
-    def __init__(self, what: str, lines: list[str] | None = None) -> None:
-        super().__init__(what)
-        self.lines = lines or []
-
-
-class Refused(Exception):
-    """What was asked for is not done, and nothing has changed; what the system log has about it."""
-
-    def __init__(self, why: str, lines: list[str] | None = None) -> None:
-        super().__init__(why)
-        self.lines = lines or []
 
 
 def complain(text):
@@ -45,30 +31,9 @@ def _shows_all_letters():
     return (sys.stdout.encoding or "").lower().startswith("utf")
 
 
-def refusal(action, status, value):
-    """Why an answer is none that its action should give; "" when it is one."""
-    if not isinstance(value, dict):
-        return "nothing could be told; the system log says why"
-    if status != 200:
-        return "%s (%d)" % (value.get("error", "refused"), status)
-    errinfo = value.get("errinfo")
-    if errinfo:
-        return _reason(action, errinfo)
-    return "" if value.get("success", True) else "it failed; the system log says why"
-
-
-def _reason(action, errinfo):
-    section, key = errinfo.get("sec", ""), errinfo.get("key", "")
-    text = "%s/%s" % (section, key)
-    if "errField" in errinfo:
-        text += " (%s)" % errinfo["errField"]
-    meaning = action.reason(section, key)
-    return text + (": " + meaning if meaning else "")
-
-
 def judged(action, answer, value) -> int:
     """Says what is wrong with an answer; gives the exit status."""
-    why = refusal(action, answer.status, value)
+    why = requests.refusal(action, answer.status, value)
     errors = answer.log.errors()
     if not why and action.kind == "upload" and errors:
         why = "the file was refused"  # which the answer does not tell

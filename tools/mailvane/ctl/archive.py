@@ -4,30 +4,15 @@ import hashlib
 import io
 import json
 import os
-import re
 import tarfile
 
-from mailvane.ctl import upkeep
-from mailvane.ctl.answers import Refused
+from mailvane.common.errors import Refused
+from mailvane.common.files import sync_folder
+from mailvane.ctl import stored_files
 
 FORMAT = 1
 MANIFEST = "manifest.json"
 LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, bytes, number
-
-# What an archive can hold, and the mode that it has in its place. The folders are there even when
-# they are empty. {NAME} is any file name, but for hidden ones.
-FOLDERS = {"rules": 0o755, "dkim.key": 0o700, "tls": 0o755, "personal": 0o700, "local.d": 0o755}
-FILES = (
-    (r"mailvane\.conf|rules\.cf|report\.conf|report\.state|alias\.db|mailvane\.db", 0o600),
-    (r"domains|dnsbl|attachment_types|dkim\.key/(pair-[0-9TZ-]+/)?dkim\.public", 0o644),
-    (r"dkim\.key/(pair-[0-9TZ-]+/)?dkim\.private|personal/{NAME}\.json", 0o600),
-    (r"tls/cert\.pem|local\.d/{NAME}", 0o644),
-    (r"(rules|tls)/{NAME}", 0o600),
-    (r"htpasswd", 0o640),
-)
-NAME = r"[^/.\x00-\x1f\x7f][^/\x00-\x1f\x7f]{0,240}"
-PATTERNS = [(re.compile(pattern.replace("{NAME}", NAME)), mode) for pattern, mode in FILES]
-PAIR = re.compile(r"pair-[0-9TZ-]+")
 
 
 class State:
@@ -38,11 +23,6 @@ class State:
         self.pair = pair
         self.made = made
         self.version = version
-
-
-def mode_of(name):
-    """The mode of a file in its place; None for a name that no archive holds."""
-    return next((mode for pattern, mode in PATTERNS if pattern.fullmatch(name)), None)
 
 
 def write(path, state):
@@ -60,7 +40,7 @@ def write(path, state):
         except BaseException:
             os.unlink(new)
             raise
-        upkeep.sync_folder(os.path.dirname(os.path.abspath(path)))
+        sync_folder(os.path.dirname(os.path.abspath(path)))
     except OSError as problem:
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
 
@@ -74,7 +54,7 @@ def _put(file, state):
     with tarfile.open(fileobj=file, mode="w", format=tarfile.PAX_FORMAT) as tar:
         _add(tar, MANIFEST, json.dumps(manifest, indent=1).encode(), 0o600, state.made)
         for name, data in sorted(state.files.items()):
-            _add(tar, name, data, mode_of(name), state.made)
+            _add(tar, name, data, stored_files.mode_of(name), state.made)
 
 
 def _print_of(data):
@@ -103,7 +83,7 @@ def _state(tar):
     listed, files, size = manifest["files"], {}, 0
     for about in iter(tar.next, None):
         name = about.name
-        if name in files or name not in listed or mode_of(name) is None:
+        if name in files or name not in listed or stored_files.mode_of(name) is None:
             raise Refused("the archive holds %r, which is none of its files" % name[:100])
         files[name] = _data(tar, about)
         if _print_of(files[name]) != listed[name]:
@@ -115,7 +95,8 @@ def _state(tar):
     if missing:
         raise Refused("the archive lacks %r" % min(missing)[:100])
     pair = manifest["signing_pair"]
-    if pair and (not PAIR.fullmatch(pair) or "dkim.key/%s/dkim.private" % pair not in files):
+    if pair and (not stored_files.PAIR.fullmatch(pair) or
+                 "dkim.key/%s/dkim.private" % pair not in files):
         raise Refused("the archive lacks the key pair that signs")
     return State(files, pair, manifest["made"], manifest["version"])
 

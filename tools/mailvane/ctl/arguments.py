@@ -5,9 +5,10 @@ A word is name=value, a JSON object, "-" for a JSON object on standard input, or
 import json
 import sys
 
+from mailvane.common.errors import Usage
+from mailvane.common.reference import Action
 from mailvane.ctl import alias_members
 from mailvane.ctl.answers import READABLE_MASK
-from mailvane.ctl.reference import Action, Usage
 
 LOWEST, HIGHEST, LONGEST = -2**31, 2**31 - 1, 10  # the last in digits
 WORDS = {"yes": True, "true": True, "no": False, "false": False}

@@ -11,18 +11,16 @@ import fcntl
 import os
 import time
 
-from mailvane.ctl import answers, archive, upkeep
-from mailvane.ctl.answers import Refused
-from mailvane.ctl.reference import Usage
+from mailvane.common import display, paths
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused, Usage
+from mailvane.ctl import answers, archive, stored_files, upkeep
 
 WORDS = "FILE"
 SUMMARY = "writes settings, lists, keys and user data to an archive"
 
-PLAIN = ("mailvane.conf", "domains", "dnsbl", "attachment_types", "report.conf", "report.state",
-         "htpasswd")
-DATABASES = ("alias.db", "mailvane.db")
-RULES_IN_FORCE = upkeep.CURRENT + "/amavis/rules.cf"
-PENDING = upkeep.GENERATED + "/pending"
+RULES_IN_FORCE = paths.CURRENT + "/amavis/" + stored_files.RULES
+PENDING = paths.GENERATED + "/pending"
 PATIENCE, PAUSE = 30, 0.05  # seconds
 
 
@@ -31,13 +29,13 @@ def run(session, words):
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("backup to one file")
-    with upkeep.audited("backup"):
+    with audited("backup"):
         with _undisturbed():
             state = _stored_state()
         state.version = session.version()
         archive.write(words[0], state)
     print("%d files, %s" % (len(state.files),
-                            upkeep.size_text(sum(map(len, state.files.values())))))
+                            display.size_text(sum(map(len, state.files.values())))))
     return answers.DONE
 
 
@@ -45,7 +43,7 @@ def _undisturbed():
     """Holds the lock that changes are made under, with no save left unfinished."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
-        file = open(upkeep.ETC + "/lock", "r+b")
+        file = open(paths.ETC + "/lock", "r+b")
         try:
             fcntl.lockf(file, fcntl.LOCK_EX | fcntl.LOCK_NB, 1, 0)
         except OSError:
@@ -60,14 +58,14 @@ def _undisturbed():
 
 
 def _stored_state():
-    files = {name: _bytes(name) for name in PLAIN if os.path.exists(_path(name))}
-    files.update((name, _database(name)) for name in DATABASES)
+    files = {name: _bytes(name) for name in stored_files.PLAIN if os.path.exists(_path(name))}
+    files.update((name, _database(name)) for name in stored_files.DATABASES)
     with open(RULES_IN_FORCE, "rb") as rules:
-        files["rules.cf"] = rules.read()
-    for folder in archive.FOLDERS:
+        files[stored_files.RULES] = rules.read()
+    for folder in stored_files.FOLDERS:
         for name in _names_below(folder):
-            if archive.mode_of(name) is None or not os.path.isfile(_path(name)):
-                answers.complain("%s is left out" % upkeep.plain(name))
+            if stored_files.mode_of(name) is None or not os.path.isfile(_path(name)):
+                answers.complain("%s is left out" % display.plain(name))
             else:
                 files[name] = _bytes(name)
     pair = _path("dkim.key/pair")
@@ -78,7 +76,7 @@ def _stored_state():
 
 
 def _path(name):
-    return upkeep.ETC + "/" + name
+    return paths.ETC + "/" + name
 
 
 def _bytes(name):
@@ -93,7 +91,7 @@ def _names_below(folder):
         return
     for name in sorted(os.listdir(_path(folder))):
         full = folder + "/" + name
-        if archive.PAIR.fullmatch(name) and folder == "dkim.key":
+        if stored_files.PAIR.fullmatch(name) and folder == "dkim.key":
             yield from (full + "/" + half for half in sorted(os.listdir(_path(full))))
         elif not (folder == "dkim.key" and os.path.islink(_path(full))):
             yield full

@@ -1,8 +1,9 @@
 """Calls one action, with the upload that follows where it announces one."""
 import os
 
+from mailvane.common.errors import Usage
+from mailvane.common.reference import Action
 from mailvane.ctl import answers, arguments, consequences, pages
-from mailvane.ctl.reference import Action, Usage
 
 
 def run(session, action: Action, words: list[str]) -> int:

@@ -2,8 +2,9 @@
 
 Of each check its status, its name, and, of what is not right, why. The exit status is 1 when a check
 is FAILED, WARNING or UNKNOWN. What is checked stands in self_check.md."""
+from mailvane.common import display
+from mailvane.common.errors import Usage
 from mailvane.ctl import answers, upkeep
-from mailvane.ctl.reference import Usage
 
 WORDS = "[--json]"
 SUMMARY = "the self-check as a table, the worst first"
@@ -28,9 +29,9 @@ def run(session, words: list[str]) -> int:
     checks = [{**one, "reason": why.get(one["key"], "")} for one in value["settings"]]
     checks.sort(key=lambda one: WORST_FIRST.index(one["status"]))
     if "--json" in session.flags:
-        upkeep.print_json(checks)
+        display.print_json(checks)
     else:
-        upkeep.print_table(("STATUS", "CHECK", "REASON"),
+        display.print_table(("STATUS", "CHECK", "REASON"),
                            [(one["status"], one["key"], one["reason"]) for one in checks])
     return answers.DONE if all(one["status"] in FINE for one in checks) else answers.REFUSED
 

@@ -1,6 +1,6 @@
 """mailvanectl complete WORD...: what the last word can become, one a line; asked by the shell."""
+from mailvane.common.errors import Usage
 from mailvane.ctl import answers
-from mailvane.ctl.reference import Usage
 
 WORDS = "WORD…"
 SUMMARY = "what the last word can become, for the shell"

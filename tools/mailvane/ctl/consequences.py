@@ -1,8 +1,8 @@
 """What somebody should know about a change that was made as asked."""
 from collections.abc import Callable
 
+from mailvane.common.reference import Action
 from mailvane.ctl import alias_members
-from mailvane.ctl.reference import Action
 
 SCANS = "anti_virus_enable"
 
@@ -17,8 +17,8 @@ def of(session, action: Action, members: dict) -> Callable[[], list[str]]:
 
 
 def _scans_already():
-    from mailvane.ctl import upkeep
-    return upkeep.stored_settings().get(SCANS) == "yes"
+    from mailvane.common import settings
+    return settings.stored().get(SCANS) == "yes"
 
 
 def _without_signatures(session):

@@ -7,7 +7,7 @@
 """
 import re
 
-from mailvane.ctl.reference import Usage
+from mailvane.common.errors import Usage
 
 DAY = r"\d{4}-\d\d-\d\d"
 DATE = re.compile(DAY + r"([T ]\d\d:\d\d(:\d\d)?(Z|[+-]\d\d:\d\d)?)?")

@@ -8,14 +8,16 @@ import hashlib
 import os
 import re
 
+from mailvane.common import display, files, paths
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
-from mailvane.ctl.answers import Refused
 
 WORDS = "list|restore [DATE]"
 SUMMARY = "the key pairs that sign mail"
 OPTIONS = {"--json"}
 
-FOLDER = upkeep.ETC + "/dkim.key"
+FOLDER = paths.ETC + "/dkim.key"
 PAIR = re.compile(r"pair-(\d{8}T\d{6}Z(?:-\d{1,3})?)")
 
 
@@ -33,7 +35,7 @@ def candidates(before):
 
 def public_key(path=FOLDER + "/dkim.public"):
     """A public key in one line, as it is published; empty when there is none."""
-    return "".join(line for line in upkeep.lines_of(path) if not line.startswith("-----"))
+    return "".join(line for line in files.lines_of(path) if not line.startswith("-----"))
 
 
 def _pairs():
@@ -51,15 +53,15 @@ def _fingerprint(path):
 def _list(session):
     pairs = _pairs()
     if "--json" in session.flags:
-        upkeep.print_json(pairs)
+        display.print_json(pairs)
         return answers.DONE
-    upkeep.print_table(("DATE", "KEY", ""), [(pair["date"], pair["key"],
+    display.print_table(("DATE", "KEY", ""), [(pair["date"], pair["key"],
                                              "signs" if pair["signs"] else "") for pair in pairs])
     return answers.DONE
 
 
 def _restore(_session, date):
-    with upkeep.audited("dkim restore", ["dkim.key"]):
+    with audited("dkim restore", ["dkim.key"]):
         if date not in [pair["date"] for pair in _pairs()]:
             raise Refused("there is no pair of that date")
         upkeep.configure("dkim", "pair-" + date)

@@ -4,8 +4,10 @@ Where mail for the domain goes (MX), who sends its mail (SPF), the key that its 
 (DKIM), and what others are to do with mail that fails both (DMARC), as lines of a zone file. With
 --check the name servers of this machine are asked what is published already; the exit status is 1
 when something is not."""
+from mailvane.common import display, files, paths
+from mailvane.common.errors import Usage
+from mailvane.common.settings import stored
 from mailvane.ctl import answers, dkim, resolver, upkeep
-from mailvane.ctl.reference import Usage
 
 WORDS = "[--json] [--check]"
 SUMMARY = "the DNS records to publish for each mail domain"
@@ -20,13 +22,13 @@ def run(session, words):
     upkeep.require_root()
     if words:
         raise Usage("dns takes no words")
-    settings = upkeep.stored_settings()
+    settings = stored()
     records = [record for domain in _domains(settings) for record in _records(settings, domain)]
     if "--check" in session.flags:
         for record in records:
             record["state"] = _state(record)
     if "--json" in session.flags:
-        upkeep.print_json(records)
+        display.print_json(records)
     else:
         _print_zone(settings, records)
     wrong = any(record.get("state", PUBLISHED) != PUBLISHED for record in records)
@@ -35,7 +37,7 @@ def run(session, words):
 
 def _domains(settings):
     first = settings["acc_domain_name"] or settings["smtp_hostname"]
-    return list(dict.fromkeys([first, *filter(None, upkeep.lines_of(upkeep.ETC + "/domains"))]))
+    return list(dict.fromkeys([first, *filter(None, files.lines_of(paths.ETC + "/domains"))]))
 
 
 def _records(settings, domain):

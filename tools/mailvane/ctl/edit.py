@@ -1,10 +1,8 @@
-"""mailvanectl edit PAGE name=value…: changes single members of a page.
-
-Of the loaded page only the members go back that count as off when they are left out, and never a
-password: what is not sent keeps what is stored.
-"""
+"""mailvanectl edit PAGE name=value…: changes single members of a page."""
+from mailvane.common import requests
+from mailvane.common.errors import Usage
+from mailvane.common.reference import did_you_mean
 from mailvane.ctl import answers, arguments, call
-from mailvane.ctl.reference import Usage, did_you_mean
 
 WORDS = "PAGE name=value…"
 SUMMARY = "changes single members of a page"
@@ -26,11 +24,4 @@ def run(session, words):
     page = answer.json()
     if answers.judged(load, answer, page) != answers.DONE:
         return answers.REFUSED
-    return call.send(session, save, arguments.complete(save, edited(save, page, given)))
-
-
-def edited(save, page, given):
-    """What is sent: the changes, and of the page what must not be left out."""
-    kept = {name: page[name] for name, member in save.members.items()
-            if member.required and not member.secret and name in page}
-    return {**kept, **given}
+    return call.send(session, save, arguments.complete(save, requests.edited(save, page, given)))

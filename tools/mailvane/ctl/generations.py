@@ -5,8 +5,11 @@ the settings that differ from the one before by their names, and what else was m
 `mailvanectl rollback` brings its settings back."""
 import os
 
+from mailvane.common import display, paths
+from mailvane.common.errors import Usage
+from mailvane.common.files import lines_of
+from mailvane.common.settings import changed
 from mailvane.ctl import answers, upkeep
-from mailvane.ctl.reference import Usage
 
 WORDS = "[--json]"
 SUMMARY = "the states of the settings that are kept"
@@ -22,11 +25,11 @@ def run(session, words):
         raise Usage("generations takes no words")
     found = kept()
     if "--json" in session.flags:
-        upkeep.print_json(found)
+        display.print_json(found)
         return answers.DONE
-    upkeep.print_table(
+    display.print_table(
         ("N", "DATE", "", "CHANGED"),
-        [(one["number"], upkeep.date_text(one["date"]), "in force" if one["in_force"] else "",
+        [(one["number"], display.date_text(one["date"]), "in force" if one["in_force"] else "",
           ", ".join(one["settings"] or ["(%s)" % name for name in one["files"]]))
          for one in found])
     return answers.DONE
@@ -34,25 +37,25 @@ def run(session, words):
 
 def kept():
     """All complete generations, oldest first."""
-    names = sorted(name for name in os.listdir(upkeep.GENERATED) if name.startswith(PREFIX))
+    names = sorted(name for name in os.listdir(paths.GENERATED) if name.startswith(PREFIX))
     names = [name for name in names if os.path.exists(folder_of(name) + "/manifest")]
     return [_about(name, before) for name, before in zip(names, [None, *names])]
 
 
 def folder_of(name):
     """Where the files of a generation lie."""
-    return upkeep.GENERATED + "/" + name
+    return paths.GENERATED + "/" + name
 
 
 def in_force():
     """Name of the generation in force."""
-    return os.path.basename(os.readlink(upkeep.CURRENT))
+    return os.path.basename(os.readlink(paths.CURRENT))
 
 
 def _about(name, before):
     settings, files = [], []
     if before:
-        settings = upkeep.changed_settings(folder_of(before), folder_of(name))
+        settings = changed(folder_of(before), folder_of(name))
         files = _changed_files(before, name)
     return {
         "number": int(name[len(PREFIX):]),
@@ -73,5 +76,5 @@ def _changed_files(before, after):
 
 
 def _manifest(name):
-    pairs = (line.partition(" ") for line in upkeep.lines_of(folder_of(name) + "/manifest"))
+    pairs = (line.partition(" ") for line in lines_of(folder_of(name) + "/manifest"))
     return {file: checksum for checksum, _, file in pairs}

@@ -8,18 +8,18 @@
 
   mailvanectl queue list
   mailvanectl queue delete all --yes"""
-import json
 import string
 
+from mailvane.common import display, paths, postqueue, programs
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
-from mailvane.ctl.answers import Refused
 
 WORDS = "list|flush|hold|release|delete [ID]"
 SUMMARY = "the mail that waits to be delivered"
 OPTIONS = {"--json", "--yes"}
 
-CONFIGURATION = upkeep.CURRENT + "/postfix"
-POSTQUEUE = ["/usr/sbin/postqueue", "-c", CONFIGURATION]
+CONFIGURATION = paths.CURRENT + "/postfix"
 POSTSUPER = ["/usr/sbin/postsuper", "-c", CONFIGURATION]
 ALL = "all"
 ID_SIGNS = set(string.ascii_letters + string.digits)
@@ -39,8 +39,7 @@ def candidates(before):
 
 
 def _messages():
-    lines = upkeep.checked([*POSTQUEUE, "-j"]).splitlines()
-    return [_message(json.loads(line)) for line in lines if line]
+    return [_message(about) for about in postqueue.waiting(CONFIGURATION)]
 
 
 def _message(about):
@@ -58,9 +57,9 @@ def _message(about):
 def _list(session):
     messages = _messages()
     if "--json" in session.flags:
-        upkeep.print_json(messages)
+        display.print_json(messages)
         return answers.DONE
-    upkeep.print_table(("ID", "QUEUE", "SIZE", "AGE", "SENDER", "RECIPIENTS"),
+    display.print_table(("ID", "QUEUE", "SIZE", "AGE", "SENDER", "RECIPIENTS"),
                        [_row(message) for message in messages])
     return answers.DONE
 
@@ -68,30 +67,33 @@ def _list(session):
 def _row(message):
     recipients = [one["address"] + (" (%s)" % one["reason"] if one["reason"] else "")
                   for one in message["recipients"]]
-    return (message["id"], message["queue"], upkeep.size_text(message["size"]),
-            upkeep.age_text(message["arrival"]), message["sender"] or "<>", ", ".join(recipients))
+    return (message["id"], message["queue"], display.size_text(message["size"]),
+            display.age_text(message["arrival"]), message["sender"] or "<>", ", ".join(recipients))
 
 
 def _flush(_session):
-    with upkeep.audited("queue flush"):
-        upkeep.checked([*POSTQUEUE, "-f"])
+    with audited("queue flush"):
+        postqueue.flush(CONFIGURATION)
     print("everything that waits and is not held is tried now")
     return answers.DONE
 
 
 def _hold(_session, which):
-    with upkeep.audited("queue hold", [which]):
-        upkeep.checked([*POSTSUPER, "-h", _target(which)])
+    with audited("queue hold", [which]):
+        programs.checked([*POSTSUPER, "-h", _target(which)])
     print("%s until it is released" % _told(which, "held"))
     return answers.DONE
 
 
 def _release(_session, which):
-    with upkeep.audited("queue release", [which]):
+    with audited("queue release", [which]):
         target = _target(which)
-        upkeep.checked([*POSTSUPER, "-H", target])
+        programs.checked([*POSTSUPER, "-H", target])
         # What was let go would wait for the queue's next run.
-        upkeep.checked([*POSTQUEUE, *(["-f"] if which == ALL else ["-i", target])])
+        if which == ALL:
+            postqueue.flush(CONFIGURATION)
+        else:
+            programs.checked([*postqueue.command(CONFIGURATION), "-i", target])
     print("%s and tried now" % _told(which, "released"))
     return answers.DONE
 
@@ -99,8 +101,8 @@ def _release(_session, which):
 def _delete(session, which):
     if which == ALL:
         upkeep.confirm(session, "This deletes all mail that waits.")
-    with upkeep.audited("queue delete", [which]):
-        upkeep.checked([*POSTSUPER, "-d", _target(which)])
+    with audited("queue delete", [which]):
+        programs.checked([*POSTSUPER, "-d", _target(which)])
     print(_told(which, "deleted"))
     return answers.DONE
 
@@ -115,7 +117,7 @@ def _target(which):
     if which == ALL:
         return "ALL"
     if not which or set(which) - ID_SIGNS or len(which) > LONGEST_ID:
-        raise Refused("%s is no id of a message" % upkeep.plain(which))
+        raise Refused("%s is no id of a message" % display.plain(which))
     if all(message["id"] != which for message in _messages()):
         raise Refused("no message %s waits" % which)
     return which

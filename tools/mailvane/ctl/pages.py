@@ -1,5 +1,5 @@
 """Lists by pages: how much of one is asked for, and what is said when there is more."""
-from mailvane.ctl.reference import Action
+from mailvane.common.reference import Action
 
 LIMIT = "limit"
 USUAL = 50  # rows

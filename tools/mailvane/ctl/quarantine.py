@@ -12,8 +12,10 @@ import string
 import sys
 import zlib
 
+from mailvane.common import display, programs
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
-from mailvane.ctl.answers import Refused
 
 WORDS = "list|show|release|delete [ID]"
 SUMMARY = "the mail that the scanner has kept aside"
@@ -54,7 +56,7 @@ def _ids():
 def _open(name):
     """A kept message. The folder is the scanner's: nothing in it may lead elsewhere."""
     if not _is_id(name):
-        raise Refused("%s is no id of a message" % upkeep.plain(name))
+        raise Refused("%s is no id of a message" % display.plain(name))
     try:
         descriptor = os.open(os.path.join(FOLDER, name),
                              os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
@@ -74,11 +76,11 @@ def _text_of(name, file):
 def _list(session):
     messages = sorted((_about(name) for name in _ids()), key=lambda about: about["date"])
     if "--json" in session.flags:
-        upkeep.print_json(messages)
+        display.print_json(messages)
         return answers.DONE
-    upkeep.print_table(
+    display.print_table(
         ("ID", "DATE", "SIZE", "SENDER", "RECIPIENTS", "SUBJECT"),
-        [(about["id"], upkeep.date_text(about["date"]), upkeep.size_text(about["size"]),
+        [(about["id"], display.date_text(about["date"]), display.size_text(about["size"]),
           about["sender"], ", ".join(about["recipients"]), about["subject"])
          for about in messages])
     return answers.DONE
@@ -120,7 +122,7 @@ def _subject(text):
 
 
 def _show(_session, name):
-    with upkeep.audited("quarantine show", [name]), _open(name) as file:
+    with audited("quarantine show", [name]), _open(name) as file:
         try:
             _print(_text_of(name, file))
         except (EOFError, zlib.error, gzip.BadGzipFile) as problem:
@@ -133,14 +135,14 @@ def _print(text):
         shutil.copyfileobj(text, sys.stdout.buffer)
         return
     for line in text:  # nothing that it says may steer the terminal
-        print(upkeep.plain(line.decode(errors="replace").rstrip("\r\n").replace("\t", "    ")))
+        print(display.plain(line.decode(errors="replace").rstrip("\r\n").replace("\t", "    ")))
 
 
 def _release(_session, name):
-    with upkeep.audited("quarantine release", [name]):
+    with audited("quarantine release", [name]):
         _open(name).close()
-        status, output, errors = upkeep.run([*RELEASE, name])
-        reply = upkeep.last_line(output + errors)  # it talks on standard error
+        status, output, errors = programs.run([*RELEASE, name])
+        reply = display.last_line(output + errors)  # it talks on standard error
         if status != 0 or not reply.startswith("250 "):
             raise Refused("the scanner does not release it: " + (reply or "no answer"))
     print("%s is on its way to its recipients; it stays in the quarantine too" % name)
@@ -148,7 +150,7 @@ def _release(_session, name):
 
 
 def _delete(_session, name):
-    with upkeep.audited("quarantine delete", [name]):
+    with audited("quarantine delete", [name]):
         _open(name).close()
         os.unlink(os.path.join(FOLDER, name))
     print("%s is deleted" % name)

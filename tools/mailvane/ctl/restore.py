@@ -11,9 +11,10 @@ import shutil
 import tempfile
 import time
 
-from mailvane.ctl import answers, archive, upkeep
-from mailvane.ctl.answers import Refused
-from mailvane.ctl.reference import Usage
+from mailvane.common import display, paths, settings
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused, Usage
+from mailvane.ctl import answers, archive, stored_files, upkeep
 from mailvane.ctl.web_server import WebServer
 
 WORDS = "FILE"
@@ -30,17 +31,17 @@ def run(_session, words):
     if len(words) != 1:
         raise Usage("restore one file")
     changes = ["lists", "keys", "user data"]
-    with upkeep.audited("restore", changes):
+    with audited("restore", changes):
         state = archive.read(words[0])
         with staging() as folder:
             stage(folder, state)
-            changes += upkeep.changed_settings(upkeep.ETC, folder)
+            changes += settings.changed(paths.ETC, folder)
             upkeep.configure("restore", folder)
     try:
         WebServer().renew()
     except Refused as problem:
         answers.complain("restored, but %s; the system log says why" % problem)
-    print("restored the state of " + upkeep.date_text(state.made))
+    print("restored the state of " + display.date_text(state.made))
     return answers.DONE
 
 
@@ -48,7 +49,7 @@ def run(_session, words):
 def staging():
     """A folder of root's alone beside the stored data; what is left of it goes in the end."""
     _sweep()
-    folder = tempfile.mkdtemp(prefix=PREFIX, dir=upkeep.ETC)
+    folder = tempfile.mkdtemp(prefix=PREFIX, dir=paths.ETC)
     try:
         yield folder
     finally:
@@ -57,7 +58,7 @@ def staging():
 
 def _sweep():
     """Removes what killed processes left."""
-    for entry in os.scandir(upkeep.ETC):
+    for entry in os.scandir(paths.ETC):
         if entry.name.startswith(PREFIX) and entry.stat().st_mtime < time.time() - LEFT_BEHIND:
             shutil.rmtree(entry.path, ignore_errors=True)
 
@@ -65,13 +66,13 @@ def _sweep():
 def stage(folder, state):
     """Writes the files of a state with the owners and modes that they have in their place."""
     os.umask(0o077)
-    for name, mode in archive.FOLDERS.items():
+    for name, mode in stored_files.FOLDERS.items():
         os.mkdir(os.path.join(folder, name))
         os.chmod(os.path.join(folder, name), mode)
     for name, data in state.files.items():
         path = os.path.join(folder, name)
         os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
-        put(path, data, archive.mode_of(name))
+        put(path, data, stored_files.mode_of(name))
     if WEB_LOGINS in state.files:
         shutil.chown(os.path.join(folder, WEB_LOGINS), group="mailvane-web")
     if state.pair:

@@ -4,9 +4,10 @@ N is a number that `mailvanectl generations` lists; without it, the newest one w
 not those in force. Settings, mail domains and blocklists come back; lists and keys stay as they
 are. It is a save like any other: everything is made anew from the settings, judged, and services
 are started and stopped as they ask. A second rollback takes the first one back."""
+from mailvane.common import settings
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, generations, upkeep
-from mailvane.ctl.answers import Refused
-from mailvane.ctl.reference import Usage
 
 WORDS = "[N]"
 SUMMARY = "brings the settings of an earlier generation back"
@@ -19,7 +20,7 @@ def run(_session, words):
         raise Usage("rollback takes the number of a generation")
     name = _named(int(words[0])) if words else _newest_other()
     changes = _changes(name)
-    with upkeep.audited("rollback", changes):
+    with audited("rollback", changes):
         upkeep.configure("rollback", name)
     print("back to the settings of generation %d" % int(name[len(generations.PREFIX):]))
     return answers.DONE
@@ -31,7 +32,7 @@ def candidates(before):
 
 
 def _changes(name):
-    return upkeep.changed_settings(generations.folder_of(generations.in_force()),
+    return settings.changed(generations.folder_of(generations.in_force()),
                                    generations.folder_of(name))
 
 

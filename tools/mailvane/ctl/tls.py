@@ -13,17 +13,19 @@ import os
 import re
 import shutil
 
+from mailvane.common import display, paths, programs, settings
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused
 from mailvane.ctl import answers, restore, upkeep
-from mailvane.ctl.answers import Refused
 from mailvane.ctl.web_server import WebServer
 
 WORDS = "show|install|remove [CERT KEY]"
 SUMMARY = "the certificate that the services show"
 OPTIONS = {"--json"}
 
-OWN = upkeep.ETC + "/tls"
-SELF_SIGNED = upkeep.CURRENT + "/tls"
-REPLACED = upkeep.ETC + "/replaced/tls"
+OWN = paths.ETC + "/tls"
+SELF_SIGNED = paths.CURRENT + "/tls"
+REPLACED = paths.ETC + "/replaced/tls"
 CERTIFICATE, KEY = "cert.pem", "key.pem"
 OPENSSL = "/usr/bin/openssl"
 LARGEST = 1 << 20  # bytes
@@ -44,21 +46,21 @@ def _show(session):
     about = {"from": "tls install" if own else "signed by itself",
              **_about("%s/%s" % (OWN if own else SELF_SIGNED, CERTIFICATE))}
     if "--json" in session.flags:
-        upkeep.print_json(about)
+        display.print_json(about)
     else:
         for name, value in about.items():
-            print("%-12s %s" % (name, upkeep.plain(value)))
+            print("%-12s %s" % (name, display.plain(value)))
     _warn_of_names("%s/%s" % (OWN if own else SELF_SIGNED, CERTIFICATE))
     return answers.DONE
 
 
 def _about(path):
-    lines = upkeep.checked([OPENSSL, "x509", "-in", path, "-noout", "-subject", "-issuer",
+    lines = programs.checked([OPENSSL, "x509", "-in", path, "-noout", "-subject", "-issuer",
                             "-startdate", "-enddate", "-fingerprint", "-sha256"]).splitlines()
     # "notAfter=…", "sha256 Fingerprint=…"
     values = {name.split()[-1]: value for name, _, value in
               (line.partition("=") for line in lines)}
-    names = upkeep.run([OPENSSL, "x509", "-in", path, "-noout", "-ext", "subjectAltName"])[1]
+    names = programs.run([OPENSSL, "x509", "-in", path, "-noout", "-ext", "subjectAltName"])[1]
     return {
         "subject": values["subject"],
         "issuer": values["issuer"],
@@ -70,7 +72,7 @@ def _about(path):
 
 
 def _install(_session, certificate, key):
-    with upkeep.audited("tls install", ["certificate"]), restore.staging() as folder:
+    with audited("tls install", ["certificate"]), restore.staging() as folder:
         pair = {CERTIFICATE: _read(certificate), KEY: _read(key)}
         staged = _stage(folder, pair)
         _check(staged)
@@ -80,7 +82,7 @@ def _install(_session, certificate, key):
 
 
 def _remove(_session):
-    with upkeep.audited("tls remove", ["certificate"]), restore.staging() as folder:
+    with audited("tls remove", ["certificate"]), restore.staging() as folder:
         _stage(folder, {})
         _put_in_force(folder)
     _tell_of("%s/%s" % (SELF_SIGNED, CERTIFICATE))
@@ -90,7 +92,7 @@ def _remove(_session):
 def _tell_of(path):
     about = _about(path)
     print("in force: the certificate for %s, valid until %s" % (
-        upkeep.plain(about["names"] or about["subject"]), about["ends"]))
+        display.plain(about["names"] or about["subject"]), about["ends"]))
     _warn_of_names(path)
 
 
@@ -159,8 +161,8 @@ def _put_in_force(folder):
 
 
 def _warn_of_names(path):
-    host = upkeep.stored_settings().get("smtp_hostname", "")
-    told = upkeep.run([OPENSSL, "x509", "-in", path, "-noout", "-checkhost", host])[1]
+    host = settings.stored().get("smtp_hostname", "")
+    told = programs.run([OPENSSL, "x509", "-in", path, "-noout", "-checkhost", host])[1]
     if "does match" not in told:
         answers.complain("the certificate is not for %s, the name of the mail server" % host)
 

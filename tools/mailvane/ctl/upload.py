@@ -1,6 +1,6 @@
 """mailvanectl upload FILE: the file of an import that was announced before."""
+from mailvane.common.errors import Usage
 from mailvane.ctl import call
-from mailvane.ctl.reference import Usage
 
 WORDS = "FILE"
 SUMMARY = "uploads the file of an announced import"

@@ -16,16 +16,17 @@ Where the accounts come from a directory they are managed there.
 import os
 import sys
 
-from mailvane.ctl import accounts, answers, mail_program, upkeep
-from mailvane.ctl.administrators import group_name
-from mailvane.ctl.answers import Refused
-from mailvane.ctl.reference import Usage
+from mailvane.common import accounts, display, passwords, paths
+from mailvane.common.administrators import group_name
+from mailvane.common.audit import audited
+from mailvane.common.errors import Refused, Usage
+from mailvane.ctl import answers, local_users, mail_program, upkeep
 
 WORDS = "list|show|add|password|remove [NAME]"
 SUMMARY = "the people who have mail on this machine"
 OPTIONS = {"--json", "--yes", "--delete-mailbox", "--keep-mailbox"}
 
-PERSONAL = upkeep.ETC + "/personal"
+PERSONAL = paths.ETC + "/personal"
 ROLES = ("postmaster", "abuse")  # their mail goes to an administrator
 DIRECTORIES = {"ldap": "an LDAP directory", "win": "a Windows domain"}
 
@@ -40,27 +41,16 @@ def candidates(before: list[str]) -> list[str]:
     if not before:
         return list(VERBS)
     named = before[0] in ("show", "password", "remove") and len(before) == 1
-    return [account.pw_name for account in accounts.local()] if named else []
+    return [account.pw_name for account in local_users.every()] if named else []
 
 
 def _own_accounts(session):
     """The SMTP page. Refused where the users are not the machine's own accounts."""
-    page = _answer(session, "load_smtp")
+    page = session.value("load_smtp")
     if page["account_type"] in DIRECTORIES:
         raise Refused("the mail users live in %s (account_type is %s): manage them there" % (
             DIRECTORIES[page["account_type"]], page["account_type"]))
     return page
-
-
-def _answer(session, name, members=None):
-    action = session.reference.action(name)
-    gateway = session.gateway()
-    answer = (gateway.read if action.kind == "read" else gateway.write)(name, members or {})
-    value = answer.json()
-    why = answers.refusal(action, answer.status, value)
-    if why:
-        raise Refused("%s: %s" % (name, why), answer.log.errors())
-    return value
 
 
 def _list(session):
@@ -69,11 +59,11 @@ def _list(session):
     users = [{"name": account.pw_name, "uid": account.pw_uid,
               "address": "%s@%s" % (account.pw_name, domain), "home": account.pw_dir,
               "administrator": account.pw_name in administrators}
-             for account in accounts.local()]
+             for account in local_users.every()]
     if "--json" in session.flags:
-        upkeep.print_json(users)
+        display.print_json(users)
         return answers.DONE
-    upkeep.print_table(("NAME", "UID", "ADDRESS", "HOME", ""),
+    display.print_table(("NAME", "UID", "ADDRESS", "HOME", ""),
                        [(user["name"], user["uid"], user["address"], user["home"],
                          "administrator" if user["administrator"] else "") for user in users])
     return answers.DONE
@@ -89,15 +79,15 @@ def _administrators():
 
 def _show(session, name):
     page = _own_accounts(session)
-    accounts.local_user(name)
+    local_users.named(name)
     _print_access(session, page, name)
     return answers.DONE
 
 
 def _print_access(session, page, name):
-    access = mail_program.access(name, page, _answer(session, "load_imap_pop3"))
+    access = mail_program.access(name, page, session.value("load_imap_pop3"))
     if "--json" in session.flags:
-        upkeep.print_json(access)
+        display.print_json(access)
     else:
         print(mail_program.as_text(access))
 
@@ -106,9 +96,9 @@ def _add(session, name):
     page = _own_accounts(session)
     if name in ROLES or _aliases(session, name, "alias_name"):
         raise Refused("mail to %s goes elsewhere: it is an alias, or a name that every mail server "
-                      "has" % upkeep.plain(name))
-    password = _ask_password(name)
-    with upkeep.audited("user add", [name]):
+                      "has" % display.plain(name))
+    password = passwords.ask(name, "mail")
+    with audited("user add", [name]):
         accounts.add(name, password)
     _print_access(session, page, name)
     return answers.DONE
@@ -116,41 +106,25 @@ def _add(session, name):
 
 def _password(session, name):
     _own_accounts(session)
-    accounts.local_user(name)
-    password = _ask_password(name)
-    with upkeep.audited("user password", [name]):
+    local_users.named(name)
+    password = passwords.ask(name, "mail")
+    with audited("user password", [name]):
         accounts.set_password(name, password)
     print("%s has a new password for mail" % name)
     return answers.DONE
 
 
-def _ask_password(name):
-    if sys.stdin.isatty():
-        import getpass
-        password = getpass.getpass("Password of %s for mail: " % upkeep.plain(name))
-        if getpass.getpass("Again: ") != password:
-            raise Usage("the two passwords differ")
-    else:
-        password = sys.stdin.readline().removesuffix("\n")
-        if not password:
-            raise Usage("give the password on standard input")
-    fault = accounts.password_fault(password)
-    if fault:
-        raise Usage(fault)
-    return password
-
-
 def _remove(session, name):
     _own_accounts(session)
-    account = accounts.local_user(name)
+    account = local_users.named(name)
     if name in _administrators():
         group = group_name()
         raise Refused("%s is an administrator: end that first: gpasswd --delete %s %s" % (
             name, name, group))
     upkeep.confirm(session, "This removes the user %s." % name)
     deletes = _mailbox_goes(session, account)
-    with upkeep.audited("user remove", [name]):
-        accounts.remove(account, deletes)
+    with audited("user remove", [name]):
+        local_users.remove(account, deletes)
         # A later user of that name must not inherit how mail was forwarded.
         if os.path.lexists("%s/%s.json" % (PERSONAL, name)):
             os.unlink("%s/%s.json" % (PERSONAL, name))
@@ -174,7 +148,7 @@ def _mailbox_goes(session, account):
 def _aliases(session, name, where):
     """Aliases that have a name as their own, or among their members."""
     rows = answers.readable(session.reference.action("alias_enum"),
-                            _answer(session, "alias_enum", {"query": name, "limit": 1000}))
+                            session.value("alias_enum", {"query": name, "limit": 1000}))
     return [row["alias_name"] for row in rows["items"]
             if name in row[where].lower().split(", ")]
 

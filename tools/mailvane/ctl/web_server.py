@@ -1,10 +1,10 @@
 """The package's own web server, which shows the mail server's certificate when it serves the
 network."""
-from mailvane.ctl import upkeep
-from mailvane.ctl.answers import Refused
+from mailvane.common import paths, programs
+from mailvane.common.errors import Refused
 
 PID_FILE = "/run/mailvane/web/lighttpd.pid"
-SCRIPT = upkeep.PACKAGE + "/target/scripts/web.sh"
+SCRIPT = paths.PACKAGE + "/target/scripts/web.sh"
 TLS_PORT = "MAILVANE_WEB_TLS_PORT"
 PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
 
@@ -18,7 +18,7 @@ class WebServer:
     def renew(self):
         """Makes it take up the certificate. It reads the key before it gives up its rights, so that
         it has to start again. Refused when it does not come up."""
-        if self._ports.get(TLS_PORT) and upkeep.run([SCRIPT, "restart"], self._ports)[0] != 0:
+        if self._ports.get(TLS_PORT) and programs.run([SCRIPT, "restart"], self._ports)[0] != 0:
             raise Refused("the web server does not come up")
 
 

@@ -1,7 +1,7 @@
 """mailvane-setup adopt: shows what would change, then hands the machine's mail over."""
-from mailvane.ctl.administrators import first_administrator
-from mailvane.ctl.reference import Usage
-from mailvane.ctl.upkeep import audited
+from mailvane.common.administrators import first_administrator
+from mailvane.common.audit import audited
+from mailvane.common.errors import Usage
 from mailvane.setup import app, companions, handover, postfix, reach, report, shipped, units
 from mailvane.setup.program import Program
 from mailvane.setup.run import Failed, between_steps

@@ -9,8 +9,7 @@ import importlib
 import os
 import sys
 
-from mailvane.ctl.answers import NoAnswer
-from mailvane.ctl.reference import Usage
+from mailvane.common.errors import NoAnswer, Refused, Usage
 from mailvane.setup.run import Failed
 from mailvane.setup.state import State
 
@@ -52,7 +51,7 @@ def main(target, words):
     except Usage as problem:
         complain(str(problem))
         return USAGE
-    except (Failed, NoAnswer, OSError) as problem:
+    except (Failed, NoAnswer, Refused, OSError) as problem:
         complain(str(problem))
         return FAILED
     except (EOFError, KeyboardInterrupt):  # at a question: nothing was changed

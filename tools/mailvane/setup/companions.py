@@ -2,7 +2,8 @@
 None of ours asks them for anything: they end when nobody wanted them."""
 import os
 
-from mailvane.setup import files, shipped
+from mailvane.common import files
+from mailvane.setup import shipped
 
 ENABLED_BY_PACKAGE = "/var/lib/systemd/deb-systemd-helper-enabled/%s.dsh-also"
 OWN_UNITS = "/etc/systemd/system/"

@@ -1,8 +1,8 @@
 """Domains whose mail the machine's own Postfix takes in."""
 import os
 
+from mailvane.common.files import content
 from mailvane.setup import tables
-from mailvane.setup.files import content
 
 
 class Domains:

@@ -1,7 +1,7 @@
 """Our table of the packet filter, which closes the ports of mail services that are off."""
 import os
 
-from mailvane.ctl.upkeep import sync_folder
+from mailvane.common.files import sync_folder
 from mailvane.setup.run import attempt, output
 
 NFT = "/usr/sbin/nft"

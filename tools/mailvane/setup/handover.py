@@ -1,12 +1,15 @@
 """The steps from the machine's own mail server to ours, and the way back. Every step can be taken
 again: a change that was cut short is gone through anew."""
+import contextlib
 import datetime
 import hashlib
 import os
 
-from mailvane.setup import aliases, certificates, files, firewall, originals, postfix, units
+from mailvane.common import files, postqueue
+from mailvane.common.errors import Refused
+from mailvane.setup import aliases, certificates, firewall, originals, postfix, units
 from mailvane.setup.program import stop_services
-from mailvane.setup.run import Failed, attempt
+from mailvane.setup.run import Failed
 from mailvane.setup.state import ADOPTED, ADOPTING, REMOVING
 
 # Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
@@ -47,7 +50,7 @@ def take_over(state, target, program, findings):
         firewall.put_back(os.path.dirname(state.folder))
     program.start_services()
     state.store(state=ADOPTED)
-    attempt("postqueue", "-f")
+    _try_queue()
 
 
 def give_back(state, target):
@@ -68,8 +71,13 @@ def give_back(state, target):
         raise Failed("; ".join(faults))
     changed = originals.changed(kept)
     folder = state.forget(keep_originals=bool(changed))
-    attempt("postqueue", "-f")
+    _try_queue()
     return changed, folder
+
+
+def _try_queue():
+    with contextlib.suppress(Refused):  # where nobody takes mail, nothing is tried
+        postqueue.flush()
 
 
 def _import(target, program, findings):

@@ -1,10 +1,10 @@
 """mailvane-setup listeners: which ports opened when the package was installed, and by what."""
 import re
 
-from mailvane.ctl.reference import Usage
-from mailvane.ctl.upkeep import print_table
+from mailvane.common.display import print_table
+from mailvane.common.errors import Usage
+from mailvane.common.files import content
 from mailvane.setup import app, shipped, units
-from mailvane.setup.files import content
 from mailvane.setup.run import attempt, output
 
 WORDS = ""

@@ -2,7 +2,7 @@
 import os
 import shutil
 
-from mailvane.setup import files
+from mailvane.common import files
 
 FOLDERS = ("/etc/postfix", "/etc/dovecot")
 FILES = ("/etc/aliases", "/etc/aliases.db", "/etc/mailname")

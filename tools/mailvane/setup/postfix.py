@@ -1,9 +1,11 @@
 """What the machine's own Postfix is told: its parameters and services, as postconf prints them."""
 import os
 
+from mailvane.common import postqueue
+from mailvane.common.errors import Refused
+from mailvane.common.files import content
 from mailvane.setup import shipped, tables
-from mailvane.setup.files import content
-from mailvane.setup.run import attempt, output
+from mailvane.setup.run import output
 
 MAIN = "/etc/postfix/main.cf"
 
@@ -91,8 +93,10 @@ def read():
 
 def waiting():
     """How many messages wait in the queue; 0 when that cannot be told."""
-    status, text, _ = attempt("postqueue", "-j")
-    return len(text.splitlines()) if status == 0 else 0
+    try:
+        return len(postqueue.waiting())
+    except Refused:
+        return 0
 
 
 def doors(services: list) -> list:

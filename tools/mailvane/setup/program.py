@@ -2,9 +2,8 @@
 import os
 import tempfile
 
-from mailvane.ctl import answers, edit
-from mailvane.ctl.app import Session
-from mailvane.setup import files
+from mailvane.common import files, requests
+from mailvane.common.requests import Requests
 from mailvane.setup.run import Failed, attempt, heed, output
 
 # In this order they start; the mail server comes when all that it asks is there.
@@ -17,7 +16,7 @@ class Program:
 
     def __init__(self, target, administrator):
         self._target = target
-        self._session = Session(target, administrator)
+        self._session = Requests(target, administrator)
 
     def prepare(self, first):
         """Finishes an interrupted save; where there is no configuration yet makes one of first
@@ -38,7 +37,7 @@ class Program:
         gateway = self._session.gateway()
         answer = (gateway.read if action.kind == "read" else gateway.write)(name, members)
         value = answer.json()
-        why = answers.refusal(action, answer.status, value)
+        why = requests.refusal(action, answer.status, value)
         if why:
             raise Failed("%s: %s" % (name, why))
         return value
@@ -56,7 +55,7 @@ class Program:
         """Changes members of a page."""
         action = self._session.reference.action(self._session.reference.pages()[page])
         loaded = self.call(action.edits, {})
-        self.call(action.name, edit.edited(action, loaded, changes))
+        self.call(action.name, requests.edited(action, loaded, changes))
 
     def upload(self, name, text):
         """Imports a list."""
@@ -66,7 +65,7 @@ class Program:
             file.flush()
             self.call(name, {})
             answer = self._session.gateway().upload(file.name)
-        why = answers.refusal(action, answer.status, answer.json())
+        why = requests.refusal(action, answer.status, answer.json())
         if why:
             raise Failed("%s: %s" % (name, why))
 

@@ -1,6 +1,6 @@
 """mailvane-setup remove: gives the machine's mail back to its own servers."""
-from mailvane.ctl.reference import Usage
-from mailvane.ctl.upkeep import audited
+from mailvane.common.audit import audited
+from mailvane.common.errors import Usage
 from mailvane.setup import app, handover
 from mailvane.setup.run import between_steps
 

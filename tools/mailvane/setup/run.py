@@ -1,11 +1,12 @@
-"""Runs the machine's programs: by argument vectors, in a clean environment, out of the reach of the
-terminal's interrupt key."""
+"""Runs the machine's programs between the steps of a change, and hears of signals to end there."""
 import contextlib
 import signal
-import subprocess
 
-ENVIRONMENT = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C"}
+from mailvane.common import programs
+from mailvane.common.errors import Refused
+
 LONGEST = 180  # seconds
+NEVER_RAN = 127  # in place of the exit status of a program that did not start, or did not end
 
 
 class Failed(Exception):
@@ -33,17 +34,12 @@ def heed():
         raise Failed("interrupted by %s" % signal.Signals(_told[0]).name)
 
 
-def attempt(*words, typed=""):
+def attempt(*words: str, typed: str = "") -> tuple[int, str, str]:
     """Exit status and what was written to standard output and standard error."""
     try:
-        done = subprocess.run(words, input=typed, capture_output=True, check=False, text=True,
-                              errors="replace", env=ENVIRONMENT, cwd="/", timeout=LONGEST,
-                              start_new_session=True)
-    except FileNotFoundError:
-        return 127, "", "%s: no such program" % words[0]
-    except subprocess.TimeoutExpired:
-        return 124, "", "%s: no end after %d seconds" % (words[0], LONGEST)
-    return done.returncode, done.stdout, done.stderr
+        return programs.run(words, typed=typed, patience=LONGEST)
+    except Refused as problem:
+        return NEVER_RAN, "", str(problem)
 
 
 def output(*words, typed=""):

@@ -4,7 +4,7 @@ versions that are installed."""
 import hashlib
 import os
 
-from mailvane.setup.files import content
+from mailvane.common.files import content
 from mailvane.setup.run import attempt, output
 
 UCF_DIGESTS = "/var/lib/ucf/hashfile"

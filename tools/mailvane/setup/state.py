@@ -4,8 +4,8 @@ import json
 import os
 import shutil
 
-from mailvane.ctl.upkeep import sync_folder
-from mailvane.setup import files
+from mailvane.common import files
+from mailvane.common.files import sync_folder
 
 ADOPTING, ADOPTED, REMOVING = "adopting", "adopted", "removing"
 

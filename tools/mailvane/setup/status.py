@@ -1,7 +1,7 @@
 """mailvane-setup status: whether the machine's mail was handed over, and who serves it."""
-from mailvane.ctl.reference import Usage
+from mailvane.common.errors import Usage
+from mailvane.common.files import content
 from mailvane.setup import app, originals
-from mailvane.setup.files import content
 
 WORDS = ""
 SUMMARY = "what was handed over and since when, and who serves the mail"

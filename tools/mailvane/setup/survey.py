@@ -3,10 +3,10 @@ import os
 import pwd
 import socket
 
+from mailvane.common import accounts
 from mailvane.setup import aliases, certificates, domains, dovecot, ports, postfix, relay, shipped
 from mailvane.setup.findings import Findings
 
-FIRST_USER, LAST_USER = 1000, 65533  # numbers of accounts that get mail
 MAIL_SPOOL = "/var/mail"
 OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of a Dovecot nobody has configured
 OWN_RULES = (".forward", ".procmailrc")  # files in a home that say what becomes of mail
@@ -69,7 +69,7 @@ def _look_at_postfix(sender, administrator, findings):
     take_limits(sender, findings)
     relay.take_over(sender, findings)
     take_doors(sender, brought, postfix.has_shipped_doors(sender), findings)
-    routing = aliases.Routing(own, is_user)
+    routing = aliases.Routing(own, accounts.is_mail_user)
     aliases.find(sender, routing, findings)
     aliases.take_over(routing, administrator, findings)
     look_at_delivery(sender, findings)
@@ -94,14 +94,6 @@ def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
     if sender.text("default_transport").startswith("error"):
         findings.leave("default_transport = %s: here mail to others leaves the machine"
                        % sender.text("default_transport"))
-
-
-def is_user(name):
-    """Whether a name is that of an account that gets mail."""
-    try:
-        return FIRST_USER <= pwd.getpwnam(name).pw_uid <= LAST_USER
-    except KeyError:
-        return False
 
 
 def take_limits(sender, findings):
@@ -143,7 +135,7 @@ def leave_others(sender: postfix.Postfix, brought: dict, findings: Findings) -> 
 
 def _look_at_mail(places, findings):
     """Mail that lies where our Dovecot does not look, and what the users' own files ask for."""
-    users = [user for user in pwd.getpwall() if FIRST_USER <= user.pw_uid <= LAST_USER]
+    users = [user for user in pwd.getpwall() if accounts.serves(user)]
     for path in (place.format(user) for user in users for place in places):
         if _has_bytes(path):
             findings.stop("mail lies in %s" % path)

@@ -1,7 +1,7 @@
 """The machine's units: which of them give way to ours, drop-ins, states before and after."""
 import os
 
-from mailvane.setup import files
+from mailvane.common import files
 from mailvane.setup.run import output
 
 DROP_INS = ("dovecot.service", "postfix@-.service")  # in the order in which they are put in place

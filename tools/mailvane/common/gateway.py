@@ -4,8 +4,8 @@ import os
 import shutil
 import subprocess
 
-from mailvane.ctl import request_log
-from mailvane.ctl.answers import NoAnswer
+from mailvane.common import request_log
+from mailvane.common.errors import NoAnswer
 
 STEP = 1 << 16
 UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~")

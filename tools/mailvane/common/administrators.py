@@ -2,7 +2,9 @@
 import grp
 import pwd
 
-from mailvane.ctl.reference import Usage
+from mailvane.common.errors import Usage
+from mailvane.common.files import lines_of
+from mailvane.common.settings import parsed
 
 SETTINGS = "/etc/haldinfo.conf"
 
@@ -23,12 +25,4 @@ def first_administrator(settings=SETTINGS):
 
 def group_name(settings=SETTINGS):
     """Name of the administrators group."""
-    try:
-        with open(settings, encoding="utf-8") as file:
-            for line in file:
-                key, equals, value = line.partition("=")
-                if equals and key.strip() == "admin_group":
-                    return value.strip().strip('"') or "administrators"
-    except FileNotFoundError:
-        pass
-    return "administrators"
+    return parsed(lines_of(settings)).get("admin_group") or "administrators"

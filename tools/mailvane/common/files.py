@@ -1,8 +1,6 @@
-"""Files as this program writes them: whole or not at all."""
-import hashlib
+"""Files as these programs read and write them: whole or not at all."""
 import os
 
-from mailvane.ctl.upkeep import sync_folder
 
 
 def replace(path, data, mode=0o644, owner=None):
@@ -43,5 +41,24 @@ def content(path):
 
 def digest(path):
     """SHA-256 of a file's bytes in hexadecimal digits; "" when it is not there."""
+    import hashlib
     data = content(path)
     return "" if data is None else hashlib.sha256(data).hexdigest()
+
+
+def lines_of(path: str) -> list[str]:
+    """Lines of a file; none when it is not there."""
+    try:
+        with open(path, encoding="utf-8", errors="replace") as file:
+            return file.read().splitlines()
+    except FileNotFoundError:
+        return []
+
+
+def sync_folder(folder: str) -> None:
+    """Waits until the disk knows the names in a folder."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
+    try:
+        os.fsync(descriptor)
+    finally:
+        os.close(descriptor)

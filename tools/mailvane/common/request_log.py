@@ -11,6 +11,8 @@ import re
 import syslog
 import sys
 
+from mailvane.common.display import plain
+
 ENVIRONMENT = {"MAILVANE_ECHO_LOG": "yes"}
 LINE = re.compile(r"<(\d)>mailvane(?::\d+)?:? (.*)")
 ABOUT_EVERY_CHANGE = "audit: "
@@ -49,8 +51,3 @@ def parsed(output: str) -> list[tuple[int, str]]:
         elif not match[2].startswith(ABOUT_EVERY_CHANGE):
             lines.append((int(match[1]), plain(match[2])))
     return lines
-
-
-def plain(text: str) -> str:
-    """A text that does to a terminal and a log what it says, and no more."""
-    return "".join(sign if sign.isprintable() else "?" for sign in text)

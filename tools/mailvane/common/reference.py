@@ -2,9 +2,7 @@
 import json
 from collections.abc import Iterable
 
-
-class Usage(Exception):
-    """The command line asks for something that cannot be; nothing was sent."""
+from mailvane.common.errors import Usage
 
 
 def did_you_mean(word: str, known: Iterable[str]) -> str:
