@@ -26,7 +26,7 @@ armhf_libraries=(
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
 package_packages=(debhelper dpkg-dev fakeroot git lintian rsync)
-lint_packages=(clang-format clang-tidy git shellcheck)
+lint_packages=(clang-format clang-tidy git mypy shellcheck)
 
 say() { echo "$*" >&2; }
 

@@ -9,7 +9,7 @@ from mailvane.common.settings import parsed
 SETTINGS = "/etc/haldinfo.conf"
 
 
-def first_administrator(settings=SETTINGS):
+def first_administrator(settings: str = SETTINGS) -> str:
     """Login name of the first member of the administrators group."""
     name = group_name(settings)
     try:
@@ -23,6 +23,6 @@ def first_administrator(settings=SETTINGS):
     return members[0]
 
 
-def group_name(settings=SETTINGS):
+def group_name(settings: str = SETTINGS) -> str:
     """Name of the administrators group."""
     return parsed(lines_of(settings)).get("admin_group") or "administrators"

@@ -3,7 +3,8 @@ import os
 
 
 
-def replace(path, data, mode=0o644, owner=None):
+def replace(path: str, data: bytes, mode: int = 0o644,
+            owner: tuple[int, int] | None = None) -> None:
     """Puts bytes in a file's place; `owner` is a pair of numbers, by default this process's."""
     new = "%s.%d" % (path, os.getpid())
     descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_NOFOLLOW, 0o600)
@@ -22,7 +23,7 @@ def replace(path, data, mode=0o644, owner=None):
     sync_folder(os.path.dirname(path))
 
 
-def remove(path):
+def remove(path: str) -> None:
     """Removes a file that may be there."""
     try:
         os.unlink(path)
@@ -30,7 +31,7 @@ def remove(path):
         pass
 
 
-def content(path):
+def content(path: str) -> bytes | None:
     """A file's bytes; None when it is not there."""
     try:
         with open(path, "rb") as file:
@@ -39,7 +40,7 @@ def content(path):
         return None
 
 
-def digest(path):
+def digest(path: str) -> str:
     """SHA-256 of a file's bytes in hexadecimal digits; "" when it is not there."""
     import hashlib
     data = content(path)

@@ -15,14 +15,14 @@ def did_you_mean(word: str, known: Iterable[str]) -> str:
     return " (did you mean %s?)" % " or ".join(by_form[form] for form in like[:3]) if like else ""
 
 
-def _form(name):
+def _form(name: str) -> str:
     return name.lower().replace("_", "").replace("-", "")
 
 
 class Member:
     """One member of a body, or one parameter."""
 
-    def __init__(self, about):
+    def __init__(self, about: dict) -> None:
         self.name = about["name"]
         self.type = about["type"]
         self.items = about.get("items", "")
@@ -40,7 +40,7 @@ class Member:
 class Action:
     """One row of the reference."""
 
-    def __init__(self, about):
+    def __init__(self, about: dict) -> None:
         self.name = about["name"]
         self.kind = about["kind"]
         self.page = about["page"]
@@ -70,7 +70,7 @@ class Action:
         holders = [member for member in self.members.values() if name in member.fields]
         return holders[0] if holders and name not in self.members else None
 
-    def reason(self, section, key):
+    def reason(self, section: str, key: str) -> str:
         """What an errinfo means, "" when the reference does not say."""
         return self.reasons.get(section + "/" + key, "")
 
@@ -78,21 +78,21 @@ class Action:
 class Reference:
     """All actions by name, in the order of the document."""
 
-    def __init__(self, path):
+    def __init__(self, path: str) -> None:
         with open(path, encoding="ascii") as file:
             self._rows = {row["name"]: row for row in json.load(file)}
 
-    def names(self):
+    def names(self) -> list[str]:
         """The actions that can be called by name."""
         return [name for name, row in self._rows.items() if row["kind"] != "upload"]
 
-    def action(self, name):
+    def action(self, name: str) -> Action:
         """The action of a name; Usage when there is none."""
         if name not in self._rows:
             raise Usage("no action %s; `mailvanectl help` lists them" % name)
         return Action(self._rows[name])
 
-    def pages(self):
+    def pages(self) -> dict[str, str]:
         """The saves of the pages that can be edited, by the page's name: that of its load."""
         return {row["edits"][len("load_"):]: name
                 for name, row in self._rows.items() if "edits" in row}

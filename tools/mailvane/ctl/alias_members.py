@@ -6,6 +6,8 @@
   eve@example.org    an address elsewhere
   -bob, -@staff ...  no longer a member
 """
+from mailvane.ctl.session import Session
+
 USER, GROUP, ALIAS, OUTSIDE = range(4)
 KIND = "member"  # what the reference calls such words
 FORMS = "bob, @staff, alias:sales or eve@example.org, with - before it to remove"
@@ -26,7 +28,7 @@ def entry(word: str) -> dict:
     return {"name": name, "type": kind, "is_join": joins}
 
 
-def unknown(session, entries: list[dict]) -> list[str]:
+def unknown(session: Session, entries: list[dict]) -> list[str]:
     """What is to be said of members that have no mailbox here: the program takes them, and mail to
     the alias would come back. Of unknown groups the program tells itself."""
     from mailvane.common import accounts
@@ -36,7 +38,7 @@ def unknown(session, entries: list[dict]) -> list[str]:
             if not accounts.is_mail_user(name) and not _is_alias(session, name)]
 
 
-def _is_alias(session, name):
+def _is_alias(session: Session, name: str) -> bool:
     answer = session.gateway().read("alias_enum", {"query": name, "limit": 1000})
     return any(row["alias_name"].lower() == name.lower()
                for row in answer.json().get("items", []))

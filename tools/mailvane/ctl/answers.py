@@ -1,4 +1,6 @@
 """What becomes of an answer: standard output, standard error, the exit status."""
+from __future__ import annotations
+
 import json
 import os
 import re
@@ -6,13 +8,19 @@ import sys
 from collections.abc import Callable
 
 from mailvane.common import requests
+from mailvane.common.reference import Action
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import Any
+    from mailvane.common.gateway import Answer
 
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
 READABLE_MASK = "*" * 8  # for that of a stored password, whose signs few terminals have
 LOOK = re.compile(r"; the system log says wh\w+")
 
 
-def complain(text):
+def complain(text: str) -> None:
     """A line on standard error."""
     print("mailvanectl: " + text, file=sys.stderr)
 
@@ -27,11 +35,11 @@ def explain(text: str, lines: list[str]) -> None:
     complain(text)
 
 
-def _shows_all_letters():
+def _shows_all_letters() -> bool:
     return (sys.stdout.encoding or "").lower().startswith("utf")
 
 
-def judged(action, answer, value) -> int:
+def judged(action: Action, answer: Answer, value: object) -> int:
     """Says what is wrong with an answer; gives the exit status."""
     why = requests.refusal(action, answer.status, value)
     errors = answer.log.errors()
@@ -45,10 +53,11 @@ def judged(action, answer, value) -> int:
     return DONE
 
 
-def show(action, answer, raw: bool, note: Callable[[dict], str] = lambda value: "") -> int:
+def show(action: Action, answer: Answer, raw: bool,
+         note: Callable[[dict], str] = lambda value: "") -> int:
     """Prints a JSON answer, and on standard error what there is to note about it; gives the exit
     status."""
-    text = answer.bytes()
+    text = answer.content()
     if raw:
         sys.stdout.buffer.write(text)
     value = answer.value(text)
@@ -63,7 +72,7 @@ def show(action, answer, raw: bool, note: Callable[[dict], str] = lambda value: 
     return DONE
 
 
-def readable(action, value):
+def readable(action: Action, value: object) -> Any:
     """An answer as it is for people: no markup, and a mask that a terminal shows."""
     if isinstance(value, list):
         return [readable(action, entry) for entry in value]
@@ -73,12 +82,12 @@ def readable(action, value):
     return READABLE_MASK if value and value == action.mask else value
 
 
-def _without_markup(text):
+def _without_markup(text: str) -> str:
     import html
     return html.unescape(re.sub(r"<[^>]*>", "", text))
 
 
-def store(action, answer, output, raw):
+def store(action: Action, answer: Answer, output: str, raw: bool) -> int:
     """Writes a download to a file or to standard output; gives the exit status."""
     if "content-disposition" not in answer.headers:
         return show(action, answer, raw)

@@ -1,8 +1,8 @@
 """The command line of mailvanectl: options, subcommands, and everything else is an action.
 
 To add a subcommand: write its module with `WORDS`, `SUMMARY` and `run(session, words)`, which gives
-the exit status, and add its row to SUBCOMMANDS in session.py. A name there must be no action's. A module may
-have `OPTIONS`, those of FLAGS that it takes, and `candidates(before)` for the completion.
+the exit status, and add its row to SUBCOMMANDS in session.py. A name there must be no action's. A
+module may have `OPTIONS`, those of FLAGS that it takes, and `candidates(before)` for the completion.
 """
 import getopt
 import os
@@ -15,7 +15,7 @@ from mailvane.ctl.session import Session
 FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox")
 
 
-def main(target, words):
+def main(target: str, words: list[str]) -> int:
     """Runs a command line; gives the exit status."""
     try:
         status = _run(target, words)
@@ -40,7 +40,7 @@ def main(target, words):
         return 130
 
 
-def _run(target, words):
+def _run(target: str, words: list[str]) -> int:
     if words[:1] == ["complete"]:  # what follows is somebody else's command line
         session, command, rest = Session(target), "complete", words[1:]
     else:
@@ -53,7 +53,7 @@ def _run(target, words):
     return module.run(session, rest) if module else _call(session, command, rest)
 
 
-def _parse(target, words):
+def _parse(target: str, words: list[str]) -> tuple[Session, str, list[str]]:
     try:
         options, rest = getopt.gnu_getopt(words, "ho:", [
             "help", "as=", "raw", "output=", *(flag[2:] for flag in FLAGS)])
@@ -67,6 +67,6 @@ def _parse(target, words):
     return session, rest[0], rest[1:]
 
 
-def _call(session, action, words):
+def _call(session: Session, action: str, words: list[str]) -> int:
     from mailvane.ctl import call
     return call.run(session, session.action(action), words)

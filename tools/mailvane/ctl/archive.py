@@ -1,5 +1,7 @@
 """The archive of a backup: a tar file, first in it a manifest with format, version, and size and
 hash of every file. Nothing but regular files with names known here is written or taken."""
+from __future__ import annotations
+
 import hashlib
 import io
 import json
@@ -10,6 +12,10 @@ from mailvane.common.errors import Refused
 from mailvane.common.files import sync_folder
 from mailvane.ctl import stored_files
 
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import IO
+
 FORMAT = 1
 MANIFEST = "manifest.json"
 LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, bytes, number
@@ -18,14 +24,15 @@ LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, by
 class State:
     """The stored state: bytes by name, and which key pair signs."""
 
-    def __init__(self, files, pair="", made=0, version=""):
+    def __init__(self, files: dict[str, bytes], pair: str = "", made: int = 0,
+                 version: str = "") -> None:
         self.files = files
         self.pair = pair
         self.made = made
         self.version = version
 
 
-def write(path, state):
+def write(path: str, state: State) -> None:
     """Writes an archive, whole or not at all; a file that is there is replaced."""
     new = "%s.%d" % (path, os.getpid())
     try:
@@ -45,7 +52,7 @@ def write(path, state):
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
 
 
-def _put(file, state):
+def _put(file: IO[bytes], state: State) -> None:
     manifest = {
         "format": FORMAT, "program": "mailvane", "version": state.version, "made": state.made,
         "signing_pair": state.pair,
@@ -54,20 +61,20 @@ def _put(file, state):
     with tarfile.open(fileobj=file, mode="w", format=tarfile.PAX_FORMAT) as tar:
         _add(tar, MANIFEST, json.dumps(manifest, indent=1).encode(), 0o600, state.made)
         for name, data in sorted(state.files.items()):
-            _add(tar, name, data, stored_files.mode_of(name), state.made)
+            _add(tar, name, data, stored_files.mode_of(name) or 0o600, state.made)
 
 
-def _print_of(data):
+def _print_of(data: bytes) -> dict[str, object]:
     return {"size": len(data), "sha256": hashlib.sha256(data).hexdigest()}
 
 
-def _add(tar, name, data, mode, made):
+def _add(tar: tarfile.TarFile, name: str, data: bytes, mode: int, made: int) -> None:
     about = tarfile.TarInfo(name)
     about.size, about.mode, about.mtime = len(data), mode, made
     tar.addfile(about, io.BytesIO(data))
 
 
-def read(path):
+def read(path: str) -> State:
     """The state in an archive; Refused unless all of it is as its manifest says."""
     try:
         with tarfile.open(path, "r:") as tar:
@@ -78,7 +85,7 @@ def read(path):
         raise Refused("%s is no whole archive" % path) from problem
 
 
-def _state(tar):
+def _state(tar: tarfile.TarFile) -> State:
     manifest = _manifest(tar.next(), tar)
     listed, files, size = manifest["files"], {}, 0
     for about in iter(tar.next, None):
@@ -101,7 +108,7 @@ def _state(tar):
     return State(files, pair, manifest["made"], manifest["version"])
 
 
-def _manifest(about, tar):
+def _manifest(about: tarfile.TarInfo | None, tar: tarfile.TarFile) -> dict:
     if about is None or about.name != MANIFEST:
         raise Refused("it is no archive of mailvane")
     manifest = json.loads(_data(tar, about))
@@ -116,13 +123,14 @@ def _manifest(about, tar):
     return manifest
 
 
-def _data(tar, about):
+def _data(tar: tarfile.TarFile, about: tarfile.TarInfo) -> bytes:
     """Bytes of a member, which has to be a plain file: no link, no device, nothing sparse."""
     if about.type != tarfile.REGTYPE or about.issparse():
         raise Refused("%r is no regular file" % about.name[:100])
     if about.size > LARGEST_FILE:
         raise Refused("%r is too large" % about.name[:100])
-    data = tar.extractfile(about).read()
+    stream = tar.extractfile(about)
+    data = stream.read() if stream else b""
     if len(data) != about.size:
         raise Refused("the archive is cut short")
     return data

@@ -2,13 +2,19 @@
 
 A word is name=value, a JSON object, "-" for a JSON object on standard input, or a file to upload.
 """
+from __future__ import annotations
+
 import json
 import sys
 
 from mailvane.common.errors import Usage
-from mailvane.common.reference import Action
+from mailvane.common.reference import Action, Member
 from mailvane.ctl import alias_members
 from mailvane.ctl.answers import READABLE_MASK
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import Any
 
 LOWEST, HIGHEST, LONGEST = -2**31, 2**31 - 1, 10  # the last in digits
 WORDS = {"yes": True, "true": True, "no": False, "false": False}
@@ -17,15 +23,18 @@ NAME = set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_")
 
 def members_of(action: Action, words: list[str]) -> tuple[dict, list[str]]:
     """Members that the words give an action, by name, and the words that name files."""
-    given, files, lists, fields = {}, [], set(), {}
+    given: dict = {}
+    files: list[str] = []
+    lists: set[str] = set()  # names of the lists that the words have begun
+    fields: dict[str, dict] = {}
     for word in words:
         name, equals, text = word.partition("=")
+        holder = action.holder(name)
         if word.startswith("{") or word == "-":
             given.update(_object(action, word))
         elif not equals or not name or set(name) - NAME:
             files.append(word)
-        elif action.holder(name):
-            holder = action.holder(name)
+        elif holder:
             _add(fields.setdefault(holder.name, {}), lists, holder.fields[name], text)
         else:
             _add(given, lists, action.member(name), text)
@@ -50,14 +59,14 @@ def complete(action: Action, given: dict) -> dict:
     return sent
 
 
-def _edit_hint(action):
+def _edit_hint(action: Action) -> str:
     if not action.edits:
         return ""
     page = action.edits[len("load_"):]
     return ": what is left out counts as off; `mailvanectl edit %s` changes single members" % page
 
 
-def _add(given, lists, member, text):
+def _add(given: dict, lists: set[str], member: Member, text: str) -> None:
     """Takes one name=value; a list grows with each."""
     if member.type != "array":
         if member.name in given:
@@ -70,7 +79,7 @@ def _add(given, lists, member, text):
     given[member.name] += _entries(member, text)
 
 
-def _entries(member, text):
+def _entries(member: Member, text: str) -> list:
     if text.startswith("["):
         value = _json(text)
         _check(member, value)
@@ -80,7 +89,7 @@ def _entries(member, text):
     return [entry]
 
 
-def _object_of(member, text):
+def _object_of(member: Member, text: str) -> Any:
     """An object as JSON, or as the one word that stands for it."""
     if text.startswith("{") or not member.word:
         return _json(text)
@@ -89,7 +98,7 @@ def _object_of(member, text):
     return {member.word: text}
 
 
-def _value(member, text):
+def _value(member: Member, text: str) -> Any:
     if member.time:
         text = _seconds(member, text)
     if member.type == "boolean":
@@ -107,12 +116,12 @@ def _value(member, text):
     return value
 
 
-def _seconds(member, text):
+def _seconds(member: Member, text: str) -> str:
     from mailvane.ctl import dates
     return dates.seconds(member.name, text, member.time)
 
 
-def _secret(member, text):
+def _secret(member: Member, text: str) -> str:
     """A password, which other users of the machine could see on the command line."""
     if text == "-":
         line = _ask(member.name) if sys.stdin.isatty() else sys.stdin.readline()
@@ -128,12 +137,12 @@ def _secret(member, text):
     return line[:-1] if line.endswith("\n") else line
 
 
-def _ask(name):
+def _ask(name: str) -> str:
     import getpass
     return getpass.getpass(name + ": ")
 
 
-def _object(action, word):
+def _object(action: Action, word: str) -> dict:
     value = _json(sys.stdin.read() if word == "-" else word)
     if not isinstance(value, dict):
         raise Usage("the JSON is no object")
@@ -148,29 +157,29 @@ def _object(action, word):
     return _with_times(value, action.members)
 
 
-def _with_times(value, members):
+def _with_times(value: dict, members: dict[str, Member]) -> dict:
     """An object whose dates are seconds."""
     return {name: _seconds(members[name], entry)
             if name in members and members[name].time and isinstance(entry, str) else entry
             for name, entry in value.items()}
 
 
-def _json(text):
+def _json(text: str) -> Any:
     try:
         return json.loads(text)
     except ValueError as problem:
         raise Usage("no JSON: %s: %s" % (text[:40], problem)) from problem
 
 
-def _check(member, value):
+def _check(member: Member, value: object) -> None:
     """Refuses what the program could not convert: it would end without an answer."""
     if not _fits(member.type, value):
         raise Usage("%s is of type %s" % (member.name, member.type))
-    if member.type == "array" and not all(_fits(member.items, entry) for entry in value):
+    if isinstance(value, list) and not all(_fits(member.items, entry) for entry in value):
         raise Usage("%s is a list of type %s" % (member.name, member.items))
 
 
-def _fits(kind, value):
+def _fits(kind: str, value: object) -> bool:
     if kind == "integer":
         return type(value) is int and LOWEST <= value <= HIGHEST
     return isinstance(value, {"boolean": bool, "string": str, "array": list, "object": dict}[kind])

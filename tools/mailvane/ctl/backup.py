@@ -6,15 +6,23 @@ logins, and local.d. It holds passwords and private keys: keep it as safe as the
 mail, the mail log, and lists of other accounts than those that are served.
 
 All of it is of one moment: no change comes between. `mailvanectl restore` puts it in force."""
+from __future__ import annotations
+
 import contextlib
 import fcntl
 import os
 import time
+from collections.abc import Iterator
 
 from mailvane.common import display, paths
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, archive, stored_files, upkeep
+from mailvane.ctl.session import Session
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import IO
 
 WORDS = "FILE"
 SUMMARY = "writes settings, lists, keys and user data to an archive"
@@ -24,7 +32,7 @@ PENDING = paths.GENERATED + "/pending"
 PATIENCE, PAUSE = 30, 0.05  # seconds
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Writes the archive."""
     upkeep.require_root()
     if len(words) != 1:
@@ -39,7 +47,7 @@ def run(session, words):
     return answers.DONE
 
 
-def _undisturbed():
+def _undisturbed() -> IO[bytes]:
     """Holds the lock that changes are made under, with no save left unfinished."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
@@ -57,7 +65,7 @@ def _undisturbed():
     raise Refused("another change takes too long")
 
 
-def _stored_state():
+def _stored_state() -> archive.State:
     files = {name: _bytes(name) for name in stored_files.PLAIN if os.path.exists(_path(name))}
     files.update((name, _database(name)) for name in stored_files.DATABASES)
     with open(RULES_IN_FORCE, "rb") as rules:
@@ -75,16 +83,16 @@ def _stored_state():
     return archive.State(files, signing, int(time.time()))
 
 
-def _path(name):
+def _path(name: str) -> str:
     return paths.ETC + "/" + name
 
 
-def _bytes(name):
+def _bytes(name: str) -> bytes:
     with open(_path(name), "rb") as file:
         return file.read()
 
 
-def _names_below(folder):
+def _names_below(folder: str) -> Iterator[str]:
     """Names of the files in a folder. Key pairs lie in folders of their own, and two names lead to
     the one that signs."""
     if not os.path.isdir(_path(folder)):
@@ -97,7 +105,7 @@ def _names_below(folder):
             yield full
 
 
-def _database(name):
+def _database(name: str) -> bytes:
     """A database as one consistent file."""
     import sqlite3
     here = "file:%s?mode=rw" % _path(name)  # one that is missing is not made

@@ -4,9 +4,10 @@ import os
 from mailvane.common.errors import Usage
 from mailvane.common.reference import Action
 from mailvane.ctl import answers, arguments, consequences, pages
+from mailvane.ctl.session import Session
 
 
-def run(session, action: Action, words: list[str]) -> int:
+def run(session: Session, action: Action, words: list[str]) -> int:
     """Calls an action."""
     given, files = arguments.members_of(action, words)
     if len(files) > (1 if action.then_upload else 0):
@@ -29,7 +30,7 @@ def run(session, action: Action, words: list[str]) -> int:
     return upload(session, files[0]) if status == answers.DONE else status
 
 
-def send(session, action: Action, members: dict) -> int:
+def send(session: Session, action: Action, members: dict) -> int:
     """Sends an action and shows its answer."""
     if action.kind == "read":
         answer = session.gateway().read(action.name, members)
@@ -45,13 +46,13 @@ def send(session, action: Action, members: dict) -> int:
     return status
 
 
-def upload(session, path):
+def upload(session: Session, path: str) -> int:
     """Uploads the file of an announced import."""
     answer = session.gateway().upload(path)
     return answers.show(session.reference.action("upload"), answer, session.raw)
 
 
-def readable(path):
+def readable(path: str) -> None:
     """Refuses a file that cannot be uploaded before anything is announced."""
     if not os.path.isfile(path):
         raise Usage("%s: no such file" % path)

@@ -5,6 +5,7 @@ is FAILED, WARNING or UNKNOWN. What is checked stands in self_check.md."""
 from mailvane.common import display
 from mailvane.common.errors import Usage
 from mailvane.ctl import answers, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "[--json]"
 SUMMARY = "the self-check as a table, the worst first"
@@ -15,7 +16,7 @@ FINE = ("OK", "OFF")
 MARK = "self-check: "
 
 
-def run(session, words: list[str]) -> int:
+def run(session: Session, words: list[str]) -> int:
     """Checks and prints."""
     upkeep.require_root()
     if words:

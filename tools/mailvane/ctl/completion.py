@@ -1,6 +1,8 @@
 """mailvanectl complete WORD...: what the last word can become, one a line; asked by the shell."""
 from mailvane.common.errors import Usage
+from mailvane.common.reference import Action
 from mailvane.ctl import answers
+from mailvane.ctl.session import Session
 
 WORDS = "WORD…"
 SUMMARY = "what the last word can become, for the shell"
@@ -8,7 +10,7 @@ WITH_VALUE = ("--as", "-o", "--output")
 EVERYWHERE = ["--as", "--raw", "--output", "--help"]
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Prints the candidates."""
     *before, last = words or [""]
     for candidate in candidates(session, before, last):
@@ -17,7 +19,7 @@ def run(session, words):
     return answers.DONE
 
 
-def candidates(session, before, last):
+def candidates(session: Session, before: list[str], last: str) -> list[str]:
     """Every word that could stand at the end."""
     before = [word for word in before if not word.startswith("--") or word in WITH_VALUE]
     while before and before[0] in WITH_VALUE:
@@ -33,7 +35,7 @@ def candidates(session, before, last):
         return []
 
 
-def _behind(session, before, last):
+def _behind(session: Session, before: list[str], last: str) -> list[str]:
     first, rest = before[0], before[1:]
     if first == "help":
         return [] if rest else [*session.reference.names(), *session.subcommand_names()]
@@ -43,12 +45,12 @@ def _behind(session, before, last):
             return list(pages)
         return _members(session.reference.action(pages.get(rest[0], "")), last)
     module = session.subcommand(first)
-    if hasattr(module, "candidates"):
-        return module.candidates(rest)
+    if module:
+        return module.candidates(rest) if hasattr(module, "candidates") else []
     return _members(session.reference.action(first), last)
 
 
-def _members(action, last):
+def _members(action: Action, last: str) -> list[str]:
     name, equals, _ = last.partition("=")
     if not equals:
         return [member + "=" for member in action.members]

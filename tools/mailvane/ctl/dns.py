@@ -4,10 +4,13 @@ Where mail for the domain goes (MX), who sends its mail (SPF), the key that its 
 (DKIM), and what others are to do with mail that fails both (DMARC), as lines of a zone file. With
 --check the name servers of this machine are asked what is published already; the exit status is 1
 when something is not."""
+from collections.abc import Callable, Iterable, Iterator
+
 from mailvane.common import display, files, paths
 from mailvane.common.errors import Usage
 from mailvane.common.settings import stored
 from mailvane.ctl import answers, dkim, resolver, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "[--json] [--check]"
 SUMMARY = "the DNS records to publish for each mail domain"
@@ -17,7 +20,7 @@ LONGEST_STRING = 255  # bytes of one string of a TXT record
 PUBLISHED, MISSING, DIFFERS, UNKNOWN = "published", "missing", "differs", "no answer"
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Prints the records."""
     upkeep.require_root()
     if words:
@@ -35,12 +38,12 @@ def run(session, words):
     return answers.REFUSED if wrong else answers.DONE
 
 
-def _domains(settings):
+def _domains(settings: dict[str, str]) -> list[str]:
     first = settings["acc_domain_name"] or settings["smtp_hostname"]
     return list(dict.fromkeys([first, *filter(None, files.lines_of(paths.ETC + "/domains"))]))
 
 
-def _records(settings, domain):
+def _records(settings: dict[str, str], domain: str) -> Iterator[dict[str, str]]:
     yield {"use": "MX", "name": domain, "type": "MX", "value": "10 %s." % settings["smtp_hostname"]}
     yield {"use": "SPF", "name": domain, "type": "TXT", "value": "v=spf1 mx ~all"}
     key = dkim.public_key()
@@ -51,13 +54,13 @@ def _records(settings, domain):
            "value": "v=DMARC1; p=none; rua=mailto:postmaster@" + domain}
 
 
-def strings(value):
+def strings(value: str) -> str:
     """A text as the quoted strings of a TXT record."""
     parts = [value[start:start + LONGEST_STRING] for start in range(0, len(value), LONGEST_STRING)]
     return " ".join('"%s"' % part for part in parts)
 
 
-def _print_zone(settings, records):
+def _print_zone(settings: dict[str, str], records: Iterable[dict]) -> None:
     for note in _notes(settings):
         print("; " + note)
     domain = ""
@@ -72,7 +75,7 @@ def _print_zone(settings, records):
                                 "( %s )" % value if value.count('"') > 2 else value))
 
 
-def _notes(settings):
+def _notes(settings: dict[str, str]) -> Iterator[str]:
     yield "Needed besides: an address of %s, and its name for that address." % (
         settings["smtp_hostname"])
     if settings.get("smtp_relay_enabled") == "yes":
@@ -84,7 +87,7 @@ def _notes(settings):
         yield "Mail is not signed: enable_dkim is off."
 
 
-def _state(record):
+def _state(record: dict) -> str:
     try:
         found = resolver.records(record["name"],
                                  resolver.MX if record["type"] == "MX" else resolver.TEXT)
@@ -93,26 +96,26 @@ def _state(record):
     return CHECKS[record["use"]](record["value"], found)
 
 
-def _mail_server(value, found):
+def _mail_server(value: str, found: list[str]) -> str:
     host = value.split()[1].rstrip(".").lower()
     return PUBLISHED if host in found else DIFFERS if found else MISSING
 
 
-def _policy(mark):
+def _policy(mark: str) -> Callable[[str, list[str]], str]:
     """SPF and DMARC: what a domain publishes is its own choice, so one that is there will do."""
-    def check(_value, found):
+    def check(_value: str, found: list[str]) -> str:
         count = sum(text.startswith(mark) for text in found)
         return PUBLISHED if count == 1 else DIFFERS if count else MISSING
     return check
 
 
-def _key(value, found):
+def _key(value: str, found: list[str]) -> str:
     wanted = _tag(value)
     return PUBLISHED if any(_tag(text) == wanted for text in found) else (
         DIFFERS if found else MISSING)
 
 
-def _tag(text):
+def _tag(text: str) -> str:
     """The key in a DKIM record, without blanks."""
     tags = (part.partition("=") for part in "".join(text.split()).split(";"))
     return next((value for name, _, value in tags if name == "p"), "")

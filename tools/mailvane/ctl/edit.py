@@ -3,12 +3,13 @@ from mailvane.common import requests
 from mailvane.common.errors import Usage
 from mailvane.common.reference import did_you_mean
 from mailvane.ctl import answers, arguments, call
+from mailvane.ctl.session import Session
 
 WORDS = "PAGE name=value…"
 SUMMARY = "changes single members of a page"
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Loads the page, changes it, saves it."""
     pages = session.reference.pages()
     if not words or words[0] not in pages:

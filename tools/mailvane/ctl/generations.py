@@ -10,6 +10,7 @@ from mailvane.common.errors import Usage
 from mailvane.common.files import lines_of
 from mailvane.common.settings import changed
 from mailvane.ctl import answers, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "[--json]"
 SUMMARY = "the states of the settings that are kept"
@@ -18,7 +19,7 @@ OPTIONS = {"--json"}
 PREFIX = "gen-"
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Lists them."""
     upkeep.require_root()
     if words:
@@ -35,24 +36,24 @@ def run(session, words):
     return answers.DONE
 
 
-def kept():
+def kept() -> list[dict]:
     """All complete generations, oldest first."""
     names = sorted(name for name in os.listdir(paths.GENERATED) if name.startswith(PREFIX))
     names = [name for name in names if os.path.exists(folder_of(name) + "/manifest")]
     return [_about(name, before) for name, before in zip(names, [None, *names])]
 
 
-def folder_of(name):
+def folder_of(name: str) -> str:
     """Where the files of a generation lie."""
     return paths.GENERATED + "/" + name
 
 
-def in_force():
+def in_force() -> str:
     """Name of the generation in force."""
     return os.path.basename(os.readlink(paths.CURRENT))
 
 
-def _about(name, before):
+def _about(name: str, before: str | None) -> dict:
     settings, files = [], []
     if before:
         settings = changed(folder_of(before), folder_of(name))
@@ -67,7 +68,7 @@ def _about(name, before):
     }
 
 
-def _changed_files(before, after):
+def _changed_files(before: str, after: str) -> list[str]:
     """Names of the generated files that differ, without what only is compiled from another."""
     old, new = _manifest(before), _manifest(after)
     differing = {file for file in old.keys() | new.keys() if old.get(file) != new.get(file)}
@@ -75,6 +76,6 @@ def _changed_files(before, after):
                   and file not in ("mailvane.conf", "domains", "dnsbl"))
 
 
-def _manifest(name):
+def _manifest(name: str) -> dict[str, str]:
     pairs = (line.partition(" ") for line in lines_of(folder_of(name) + "/manifest"))
     return {file: checksum for checksum, _, file in pairs}

@@ -1,5 +1,10 @@
 """mailvanectl help [NAME]: what there is, or what an action or a subcommand takes."""
+from collections.abc import Iterator
+from types import ModuleType
+
+from mailvane.common.reference import Action, Member
 from mailvane.ctl import alias_members, answers, pages
+from mailvane.ctl.session import Session
 
 WORDS = "[NAME]"
 SUMMARY = "lists the actions, or says what an action or a subcommand takes"
@@ -18,19 +23,21 @@ several times, or a JSON list. A password is given as name=- on standard input o
 Exit status: 0 done, 1 refused, 2 wrong usage, 3 no answer."""
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Prints the help."""
-    subcommands = {name: session.subcommand(name) for name in session.subcommand_names()}
     if not words:
-        print("\n".join([HEAD, "", "Subcommands", *_subcommands(subcommands), *_actions(session)]))
-    elif words[0] in subcommands:
-        print(subcommands[words[0]].__doc__.strip())
+        subcommands = _subcommands(session.subcommands())
+        print("\n".join([HEAD, "", "Subcommands", *subcommands, *_actions(session)]))
+        return answers.DONE
+    module = session.subcommand(words[0])
+    if module:
+        print((module.__doc__ or "").strip())
     else:
         print(about_action(session.action(words[0])))
     return answers.DONE
 
 
-def about_action(action):
+def about_action(action: Action) -> str:
     """What the reference says of one action."""
     lines = ["%s: %s" % (action.name, action.summary)]
     if action.description:
@@ -57,7 +64,7 @@ KINDS = {"integer": "number", "boolean": "yes/no", "string": "text", "array": "l
          "object": "JSON"}
 
 
-def _about(member):
+def _about(member: Member) -> str:
     if member.name == pages.LIMIT:
         return "number, default %d: rows of the page" % pages.USUAL
     notes = [KINDS[member.type]]
@@ -73,12 +80,12 @@ def _about(member):
     return ", ".join(notes) + (": " + member.text if member.text else "")
 
 
-def _subcommands(modules):
+def _subcommands(modules: dict[str, ModuleType]) -> list[str]:
     return ["  %-30s %s" % ("%s %s" % (name, module.WORDS), module.SUMMARY)
             for name, module in modules.items()]
 
 
-def _actions(session):
+def _actions(session: Session) -> Iterator[str]:
     page = ""
     for name in session.reference.names():
         action = session.reference.action(name)

@@ -54,7 +54,7 @@ def remove(account: pwd.struct_passwd, with_mailbox: bool) -> None:
         os.chown(account.pw_dir, 0, 0)
 
 
-def _delete(name):
+def _delete(name: str) -> None:
     end = time.monotonic() + PATIENCE
     while True:
         status, _, errors = programs.run(["/usr/sbin/userdel", "--", name])
@@ -65,7 +65,7 @@ def _delete(name):
         time.sleep(PAUSE)
 
 
-def _is_home(account):
+def _is_home(account: pwd.struct_passwd) -> bool:
     """Whether a home is this user's own and nobody else's, so that it may be deleted."""
     path = account.pw_dir.rstrip("/")
     try:

@@ -1,6 +1,7 @@
 """What a user types into a mail program: address, login, servers, ports, encryption."""
 import os
 import socket
+from collections.abc import Iterable
 
 from mailvane.ctl import tls
 
@@ -32,13 +33,13 @@ def access(name: str, page: dict, mailboxes: dict) -> dict:
     }
 
 
-def _services(table, page, server):
+def _services(table: Iterable[tuple[str, str, str, str]], page: dict, server: str) -> list[dict]:
     return [{"protocol": protocol, "server": server, "port": page[port], "encryption": encryption,
              "answers": _answers(page[port])}
             for protocol, switch, port, encryption in table if page[switch]]
 
 
-def _answers(port):
+def _answers(port: int) -> bool:
     try:
         socket.create_connection(("localhost", port), PATIENCE).close()
         return True

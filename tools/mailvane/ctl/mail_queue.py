@@ -14,6 +14,7 @@ from mailvane.common import display, paths, postqueue, programs
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "list|flush|hold|release|delete [ID]"
 SUMMARY = "the mail that waits to be delivered"
@@ -26,23 +27,23 @@ ID_SIGNS = set(string.ascii_letters + string.digits)
 LONGEST_ID = 30
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Runs one verb."""
     return upkeep.dispatch(session, words, VERBS, "queue")
 
 
-def candidates(before):
+def candidates(before: list[str]) -> list[str]:
     """What can follow the words so far, for the shell."""
     if not before:
         return list(VERBS)
     return [ALL] if before[0] in ("hold", "release", "delete") and len(before) == 1 else []
 
 
-def _messages():
+def _messages() -> list[dict]:
     return [_message(about) for about in postqueue.waiting(CONFIGURATION)]
 
 
-def _message(about):
+def _message(about: dict) -> dict:
     return {
         "id": about["queue_id"],
         "queue": about["queue_name"],
@@ -54,7 +55,7 @@ def _message(about):
     }
 
 
-def _list(session):
+def _list(session: Session) -> int:
     messages = _messages()
     if "--json" in session.flags:
         display.print_json(messages)
@@ -64,28 +65,28 @@ def _list(session):
     return answers.DONE
 
 
-def _row(message):
+def _row(message: dict) -> tuple:
     recipients = [one["address"] + (" (%s)" % one["reason"] if one["reason"] else "")
                   for one in message["recipients"]]
     return (message["id"], message["queue"], display.size_text(message["size"]),
             display.age_text(message["arrival"]), message["sender"] or "<>", ", ".join(recipients))
 
 
-def _flush(_session):
+def _flush(_session: Session) -> int:
     with audited("queue flush"):
         postqueue.flush(CONFIGURATION)
     print("everything that waits and is not held is tried now")
     return answers.DONE
 
 
-def _hold(_session, which):
+def _hold(_session: Session, which: str) -> int:
     with audited("queue hold", [which]):
         programs.checked([*POSTSUPER, "-h", _target(which)])
     print("%s until it is released" % _told(which, "held"))
     return answers.DONE
 
 
-def _release(_session, which):
+def _release(_session: Session, which: str) -> int:
     with audited("queue release", [which]):
         target = _target(which)
         programs.checked([*POSTSUPER, "-H", target])
@@ -98,7 +99,7 @@ def _release(_session, which):
     return answers.DONE
 
 
-def _delete(session, which):
+def _delete(session: Session, which: str) -> int:
     if which == ALL:
         upkeep.confirm(session, "This deletes all mail that waits.")
     with audited("queue delete", [which]):
@@ -107,11 +108,11 @@ def _delete(session, which):
     return answers.DONE
 
 
-def _told(which, done):
+def _told(which: str, done: str) -> str:
     return "all that waited is %s" % done if which == ALL else "%s is %s" % (which, done)
 
 
-def _target(which):
+def _target(which: str) -> str:
     """What the queue's own tool calls one message or all. It has no word for one that is not
     there."""
     if which == ALL:
@@ -123,7 +124,7 @@ def _target(which):
     return which
 
 
-VERBS = {
+VERBS: upkeep.Verbs = {
     "list": (_list, 0, 0),
     "flush": (_flush, 0, 0),
     "hold": (_hold, 1, 1),

@@ -4,6 +4,8 @@
   show ID        the message as it came
   release ID     delivers it to its recipients; it stays in the quarantine until its time is over
   delete ID      removes it for good"""
+from __future__ import annotations
+
 import gzip
 import os
 import shutil
@@ -16,6 +18,11 @@ from mailvane.common import display, programs
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
+from mailvane.ctl.session import Session
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import IO
 
 WORDS = "list|show|release|delete [ID]"
 SUMMARY = "the mail that the scanner has kept aside"
@@ -29,31 +36,31 @@ LONGEST_ID = 80
 HEAD = 1 << 16  # bytes in which the header of a message is looked for
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Runs one verb."""
     return upkeep.dispatch(session, words, VERBS, "quarantine")
 
 
-def candidates(before):
+def candidates(before: list[str]) -> list[str]:
     """What can follow the words so far, for the shell."""
     if not before:
         return list(VERBS)
     return _ids() if before[0] in ("show", "release", "delete") and len(before) == 1 else []
 
 
-def _is_id(name):
+def _is_id(name: str) -> bool:
     return bool(name) and not set(name) - ID_SIGNS and name[0] not in ".-" and \
         len(name) <= LONGEST_ID
 
 
-def _ids():
+def _ids() -> list[str]:
     try:
         return sorted(name for name in os.listdir(FOLDER) if _is_id(name))
     except OSError:
         return []
 
 
-def _open(name):
+def _open(name: str) -> IO[bytes]:
     """A kept message. The folder is the scanner's: nothing in it may lead elsewhere."""
     if not _is_id(name):
         raise Refused("%s is no id of a message" % display.plain(name))
@@ -69,11 +76,11 @@ def _open(name):
     return file
 
 
-def _text_of(name, file):
+def _text_of(name: str, file: IO[bytes]) -> IO[bytes] | gzip.GzipFile:
     return gzip.GzipFile(fileobj=file) if name.endswith(".gz") else file
 
 
-def _list(session):
+def _list(session: Session) -> int:
     messages = sorted((_about(name) for name in _ids()), key=lambda about: about["date"])
     if "--json" in session.flags:
         display.print_json(messages)
@@ -86,7 +93,7 @@ def _list(session):
     return answers.DONE
 
 
-def _about(name):
+def _about(name: str) -> dict:
     with _open(name) as file:
         info = os.fstat(file.fileno())
         head = _header(name, file)
@@ -102,7 +109,7 @@ def _about(name):
     }
 
 
-def _header(name, file):
+def _header(name: str, file: IO[bytes]) -> dict[str, str]:
     import email.parser
     import email.policy
     try:
@@ -113,7 +120,7 @@ def _header(name, file):
     return {key: " ".join(str(value).split()) for key, value in parser.parsebytes(text).items()}
 
 
-def _subject(text):
+def _subject(text: str) -> str:
     import email.header
     try:
         return str(email.header.make_header(email.header.decode_header(text)))
@@ -121,7 +128,7 @@ def _subject(text):
         return text
 
 
-def _show(_session, name):
+def _show(_session: Session, name: str) -> int:
     with audited("quarantine show", [name]), _open(name) as file:
         try:
             _print(_text_of(name, file))
@@ -130,7 +137,7 @@ def _show(_session, name):
     return answers.DONE
 
 
-def _print(text):
+def _print(text: IO[bytes] | gzip.GzipFile) -> None:
     if not sys.stdout.isatty():
         shutil.copyfileobj(text, sys.stdout.buffer)
         return
@@ -138,7 +145,7 @@ def _print(text):
         print(display.plain(line.decode(errors="replace").rstrip("\r\n").replace("\t", "    ")))
 
 
-def _release(_session, name):
+def _release(_session: Session, name: str) -> int:
     with audited("quarantine release", [name]):
         _open(name).close()
         status, output, errors = programs.run([*RELEASE, name])
@@ -149,7 +156,7 @@ def _release(_session, name):
     return answers.DONE
 
 
-def _delete(_session, name):
+def _delete(_session: Session, name: str) -> int:
     with audited("quarantine delete", [name]):
         _open(name).close()
         os.unlink(os.path.join(FOLDER, name))
@@ -157,7 +164,7 @@ def _delete(_session, name):
     return answers.DONE
 
 
-VERBS = {
+VERBS: upkeep.Verbs = {
     "list": (_list, 0, 0),
     "show": (_show, 1, 1),
     "release": (_release, 1, 1),

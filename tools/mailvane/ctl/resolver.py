@@ -3,6 +3,7 @@ told."""
 import os
 import socket
 import struct
+from collections.abc import Iterator
 
 MX, TEXT = 15, 16
 PORT, PATIENCE, TRIES = 53, 3, 2  # the second in seconds
@@ -15,7 +16,7 @@ class NoAnswer(Exception):
     """No name server could tell."""
 
 
-def records(name, kind):
+def records(name: str, kind: int) -> list[str]:
     """The mail servers (lower case, no dot at the end) or the texts (parts joined) of a name."""
     for server in _servers() * TRIES:
         try:
@@ -25,14 +26,14 @@ def records(name, kind):
     raise NoAnswer("the DNS does not answer")
 
 
-def _servers():
+def _servers() -> list[str]:
     with open("/etc/resolv.conf", encoding="utf-8", errors="replace") as file:
         words = [line.split() for line in file]
     found = [line[1] for line in words if len(line) > 1 and line[0] == "nameserver"]
     return found or ["127.0.0.1"]
 
 
-def _ask(server, name, kind):
+def _ask(server: str, name: str, kind: int) -> list[str]:
     number = os.urandom(2)
     labels = name.rstrip(".").encode("ascii").split(b".")
     if not all(0 < len(label) <= LONGEST_LABEL for label in labels):
@@ -48,7 +49,7 @@ def _ask(server, name, kind):
     return list(_parsed(answer, kind))
 
 
-def _by_datagram(server, query):
+def _by_datagram(server: str, query: bytes) -> bytes:
     family = socket.AF_INET6 if ":" in server else socket.AF_INET
     with socket.socket(family, socket.SOCK_DGRAM) as call:
         call.settimeout(PATIENCE)
@@ -57,13 +58,13 @@ def _by_datagram(server, query):
         return call.recv(65535)
 
 
-def _by_stream(server, query):
+def _by_stream(server: str, query: bytes) -> bytes:
     with socket.create_connection((server, PORT), PATIENCE) as call, call.makefile("rb") as stream:
         call.sendall(struct.pack("!H", len(query)) + query)
         return stream.read(struct.unpack("!H", stream.read(2))[0])
 
 
-def _parsed(answer, kind):
+def _parsed(answer: bytes, kind: int) -> Iterator[str]:
     flags, questions, count = struct.unpack_from("!HHH", answer, 2)
     code = flags & 15
     if code not in (0, NAME_ERROR):
@@ -80,9 +81,10 @@ def _parsed(answer, kind):
         place += size
 
 
-def _name(answer, place):
+def _name(answer: bytes, place: int) -> tuple[str, int]:
     """A name, in lower case, and where it ends."""
-    labels, end = [], 0
+    labels: list[str] = []
+    end = 0
     for _ in range(128):
         size = answer[place]
         if size >= 0xc0:
@@ -96,7 +98,7 @@ def _name(answer, place):
     raise ValueError("a name without an end")
 
 
-def _text(data):
+def _text(data: bytes) -> str:
     parts = []
     while data:
         parts.append(data[1:1 + data[0]])

@@ -10,11 +10,14 @@ import os
 import shutil
 import tempfile
 import time
+from collections.abc import Iterator
 
 from mailvane.common import display, paths, settings
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, archive, stored_files, upkeep
+from mailvane.ctl.archive import State
+from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
 WORDS = "FILE"
@@ -25,7 +28,7 @@ PREFIX = "staged-"
 LEFT_BEHIND = 3600  # seconds
 
 
-def run(_session, words):
+def run(_session: Session, words: list[str]) -> int:
     """Restores."""
     upkeep.require_root()
     if len(words) != 1:
@@ -46,7 +49,7 @@ def run(_session, words):
 
 
 @contextlib.contextmanager
-def staging():
+def staging() -> Iterator[str]:
     """A folder of root's alone beside the stored data; what is left of it goes in the end."""
     _sweep()
     folder = tempfile.mkdtemp(prefix=PREFIX, dir=paths.ETC)
@@ -56,14 +59,14 @@ def staging():
         shutil.rmtree(folder, ignore_errors=True)
 
 
-def _sweep():
+def _sweep() -> None:
     """Removes what killed processes left."""
     for entry in os.scandir(paths.ETC):
         if entry.name.startswith(PREFIX) and entry.stat().st_mtime < time.time() - LEFT_BEHIND:
             shutil.rmtree(entry.path, ignore_errors=True)
 
 
-def stage(folder, state):
+def stage(folder: str, state: State) -> None:
     """Writes the files of a state with the owners and modes that they have in their place."""
     os.umask(0o077)
     for name, mode in stored_files.FOLDERS.items():
@@ -72,7 +75,7 @@ def stage(folder, state):
     for name, data in state.files.items():
         path = os.path.join(folder, name)
         os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
-        put(path, data, stored_files.mode_of(name))
+        put(path, data, stored_files.mode_of(name) or 0o600)
     if WEB_LOGINS in state.files:
         shutil.chown(os.path.join(folder, WEB_LOGINS), group="mailvane-web")
     if state.pair:
@@ -83,7 +86,7 @@ def stage(folder, state):
     os.sync()
 
 
-def put(path, data, mode):
+def put(path: str, data: bytes, mode: int) -> None:
     """Writes one new file."""
     descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
     with os.fdopen(descriptor, "wb") as file:

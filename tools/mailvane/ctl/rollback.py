@@ -8,12 +8,13 @@ from mailvane.common import settings
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, generations, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "[N]"
 SUMMARY = "brings the settings of an earlier generation back"
 
 
-def run(_session, words):
+def run(_session: Session, words: list[str]) -> int:
     """Rolls back."""
     upkeep.require_root()
     if len(words) > 1 or not all(word.isascii() and word.isdigit() for word in words):
@@ -26,24 +27,24 @@ def run(_session, words):
     return answers.DONE
 
 
-def candidates(before):
+def candidates(before: list[str]) -> list[str]:
     """What can follow, for the shell."""
     return [] if before else [str(one["number"]) for one in generations.kept()]
 
 
-def _changes(name):
+def _changes(name: str) -> list[str]:
     return settings.changed(generations.folder_of(generations.in_force()),
                                    generations.folder_of(name))
 
 
-def _named(number):
+def _named(number: int) -> str:
     for one in generations.kept():
         if one["number"] == number:
             return one["name"]
     raise Refused("there is no generation %d" % number)
 
 
-def _newest_other():
+def _newest_other() -> str:
     for one in reversed(generations.kept()):
         if _changes(one["name"]):
             return one["name"]

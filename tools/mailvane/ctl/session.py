@@ -59,6 +59,11 @@ class Session(Requests):
         return list(SUBCOMMANDS)
 
     @staticmethod
+    def subcommands() -> dict[str, ModuleType]:
+        """The modules of all subcommands by name."""
+        return {name: importlib.import_module(module) for name, module in SUBCOMMANDS.items()}
+
+    @staticmethod
     def subcommand(name: str) -> ModuleType | None:
         """The module of a subcommand; None for another name."""
         return importlib.import_module(SUBCOMMANDS[name]) if name in SUBCOMMANDS else None

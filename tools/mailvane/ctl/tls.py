@@ -17,6 +17,7 @@ from mailvane.common import display, paths, programs, settings
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused
 from mailvane.ctl import answers, restore, upkeep
+from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
 WORDS = "show|install|remove [CERT KEY]"
@@ -31,17 +32,17 @@ OPENSSL = "/usr/bin/openssl"
 LARGEST = 1 << 20  # bytes
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Runs one verb."""
     return upkeep.dispatch(session, words, VERBS, "tls")
 
 
-def candidates(before):
+def candidates(before: list[str]) -> list[str]:
     """What can follow the words so far, for the shell."""
     return [] if before else list(VERBS)
 
 
-def _show(session):
+def _show(session: Session) -> int:
     own = all(os.path.exists("%s/%s" % (OWN, name)) for name in (CERTIFICATE, KEY))
     about = {"from": "tls install" if own else "signed by itself",
              **_about("%s/%s" % (OWN if own else SELF_SIGNED, CERTIFICATE))}
@@ -54,7 +55,7 @@ def _show(session):
     return answers.DONE
 
 
-def _about(path):
+def _about(path: str) -> dict[str, str]:
     lines = programs.checked([OPENSSL, "x509", "-in", path, "-noout", "-subject", "-issuer",
                             "-startdate", "-enddate", "-fingerprint", "-sha256"]).splitlines()
     # "notAfter=…", "sha256 Fingerprint=…"
@@ -71,7 +72,7 @@ def _about(path):
     }
 
 
-def _install(_session, certificate, key):
+def _install(_session: Session, certificate: str, key: str) -> int:
     with audited("tls install", ["certificate"]), restore.staging() as folder:
         pair = {CERTIFICATE: _read(certificate), KEY: _read(key)}
         staged = _stage(folder, pair)
@@ -81,7 +82,7 @@ def _install(_session, certificate, key):
     return answers.DONE
 
 
-def _remove(_session):
+def _remove(_session: Session) -> int:
     with audited("tls remove", ["certificate"]), restore.staging() as folder:
         _stage(folder, {})
         _put_in_force(folder)
@@ -89,14 +90,14 @@ def _remove(_session):
     return answers.DONE
 
 
-def _tell_of(path):
+def _tell_of(path: str) -> None:
     about = _about(path)
     print("in force: the certificate for %s, valid until %s" % (
         display.plain(about["names"] or about["subject"]), about["ends"]))
     _warn_of_names(path)
 
 
-def _read(path):
+def _read(path: str) -> bytes:
     try:
         with open(path, "rb") as file:
             data = file.read(LARGEST + 1)
@@ -107,7 +108,7 @@ def _read(path):
     return data
 
 
-def _stage(folder, pair):
+def _stage(folder: str, pair: dict[str, bytes]) -> str:
     """The folder tls as it is to be; what else lies in the present one stays."""
     staged = os.path.join(folder, "tls")
     os.mkdir(staged)
@@ -123,11 +124,11 @@ def _stage(folder, pair):
     return staged
 
 
-def _check(staged):
+def _check(staged: str) -> None:
     import ssl
     import time
 
-    def no_password():
+    def no_password() -> str:
         raise Refused("the key has a password, which no service could give")
 
     certificate, key = "%s/%s" % (staged, CERTIFICATE), "%s/%s" % (staged, KEY)
@@ -144,7 +145,7 @@ def _check(staged):
         raise Refused("the certificate is not valid before " + about["begins"])
 
 
-def _put_in_force(folder):
+def _put_in_force(folder: str) -> None:
     web_server = WebServer()
     upkeep.configure("tls", folder)
     try:
@@ -160,14 +161,14 @@ def _put_in_force(folder):
         raise Refused("%s; the certificate before is in force" % problem) from problem
 
 
-def _warn_of_names(path):
+def _warn_of_names(path: str) -> None:
     host = settings.stored().get("smtp_hostname", "")
     told = programs.run([OPENSSL, "x509", "-in", path, "-noout", "-checkhost", host])[1]
     if "does match" not in told:
         answers.complain("the certificate is not for %s, the name of the mail server" % host)
 
 
-VERBS = {
+VERBS: upkeep.Verbs = {
     "show": (_show, 0, 0),
     "install": (_install, 2, 2),
     "remove": (_remove, 0, 0),

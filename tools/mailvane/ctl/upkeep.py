@@ -3,15 +3,20 @@ settings tool."""
 import os
 import sys
 import syslog
+from collections.abc import Callable, Mapping
 
 from mailvane.common import paths, programs, request_log
 from mailvane.common.errors import Refused, Usage
 from mailvane.common.reference import did_you_mean
+from mailvane.ctl.session import Session
+
+# What runs a verb, and how many words it takes, at least and at most.
+Verbs = Mapping[str, tuple[Callable[..., int], int, int]]
 
 
-def dispatch(session, words, verbs, name):
-    """Runs one of the verbs of a subcommand: a table of functions and how many words they take, at
-    least and at most."""
+def dispatch(session: Session, words: list[str],
+             verbs: Verbs, name: str) -> int:
+    """Runs one of the verbs of a subcommand."""
     require_root()
     run, least, most = verbs.get(words[0] if words else "", (None, 0, 0))
     if run is None or not least <= len(words) - 1 <= most:
@@ -21,7 +26,7 @@ def dispatch(session, words, verbs, name):
     return run(session, *words[1:])
 
 
-def require_root():
+def require_root() -> None:
     """Refuses everybody else: what the upkeep reads is as secret as what it changes."""
     if os.geteuid() != 0:
         raise Usage("only root can do this")
@@ -35,7 +40,7 @@ def configure(*words: str) -> None:
         raise Refused("it was refused, and nothing has changed; the system log says why", why)
 
 
-def confirm(session, question: str) -> None:
+def confirm(session: Session, question: str) -> None:
     """Asks before what cannot be taken back. A script says --yes instead."""
     if "--yes" in session.flags:
         return

@@ -1,12 +1,13 @@
 """mailvanectl upload FILE: the file of an import that was announced before."""
 from mailvane.common.errors import Usage
 from mailvane.ctl import call
+from mailvane.ctl.session import Session
 
 WORDS = "FILE"
 SUMMARY = "uploads the file of an announced import"
 
 
-def run(session, words):
+def run(session: Session, words: list[str]) -> int:
     """Uploads the file."""
     if len(words) != 1:
         raise Usage("upload one file")

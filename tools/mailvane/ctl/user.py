@@ -14,6 +14,7 @@ Where the accounts come from a directory they are managed there.
   mailvanectl user add bob
   mailvanectl user remove bob --keep-mailbox --yes"""
 import os
+import pwd
 import sys
 
 from mailvane.common import accounts, display, passwords, paths
@@ -21,6 +22,7 @@ from mailvane.common.administrators import group_name
 from mailvane.common.audit import audited
 from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, local_users, mail_program, upkeep
+from mailvane.ctl.session import Session
 
 WORDS = "list|show|add|password|remove [NAME]"
 SUMMARY = "the people who have mail on this machine"
@@ -31,7 +33,7 @@ ROLES = ("postmaster", "abuse")  # their mail goes to an administrator
 DIRECTORIES = {"ldap": "an LDAP directory", "win": "a Windows domain"}
 
 
-def run(session, words: list[str]) -> int:
+def run(session: Session, words: list[str]) -> int:
     """Runs one verb."""
     return upkeep.dispatch(session, words, VERBS, "user")
 
@@ -44,7 +46,7 @@ def candidates(before: list[str]) -> list[str]:
     return [account.pw_name for account in local_users.every()] if named else []
 
 
-def _own_accounts(session):
+def _own_accounts(session: Session) -> dict:
     """The SMTP page. Refused where the users are not the machine's own accounts."""
     page = session.value("load_smtp")
     if page["account_type"] in DIRECTORIES:
@@ -53,7 +55,7 @@ def _own_accounts(session):
     return page
 
 
-def _list(session):
+def _list(session: Session) -> int:
     domain = mail_program.domain(_own_accounts(session))
     administrators = _administrators()
     users = [{"name": account.pw_name, "uid": account.pw_uid,
@@ -69,7 +71,7 @@ def _list(session):
     return answers.DONE
 
 
-def _administrators():
+def _administrators() -> list[str]:
     import grp
     try:
         return grp.getgrnam(group_name()).gr_mem
@@ -77,14 +79,14 @@ def _administrators():
         return []
 
 
-def _show(session, name):
+def _show(session: Session, name: str) -> int:
     page = _own_accounts(session)
     local_users.named(name)
     _print_access(session, page, name)
     return answers.DONE
 
 
-def _print_access(session, page, name):
+def _print_access(session: Session, page: dict, name: str) -> None:
     access = mail_program.access(name, page, session.value("load_imap_pop3"))
     if "--json" in session.flags:
         display.print_json(access)
@@ -92,7 +94,7 @@ def _print_access(session, page, name):
         print(mail_program.as_text(access))
 
 
-def _add(session, name):
+def _add(session: Session, name: str) -> int:
     page = _own_accounts(session)
     if name in ROLES or _aliases(session, name, "alias_name"):
         raise Refused("mail to %s goes elsewhere: it is an alias, or a name that every mail server "
@@ -104,7 +106,7 @@ def _add(session, name):
     return answers.DONE
 
 
-def _password(session, name):
+def _password(session: Session, name: str) -> int:
     _own_accounts(session)
     local_users.named(name)
     password = passwords.ask(name, "mail")
@@ -114,7 +116,7 @@ def _password(session, name):
     return answers.DONE
 
 
-def _remove(session, name):
+def _remove(session: Session, name: str) -> int:
     _own_accounts(session)
     account = local_users.named(name)
     if name in _administrators():
@@ -136,7 +138,7 @@ def _remove(session, name):
     return answers.DONE
 
 
-def _mailbox_goes(session, account):
+def _mailbox_goes(session: Session, account: pwd.struct_passwd) -> bool:
     given = session.flags & {"--delete-mailbox", "--keep-mailbox"}
     if len(given) == 1:
         return "--delete-mailbox" in given
@@ -145,7 +147,7 @@ def _mailbox_goes(session, account):
     return input("Delete all mail in %s too? [y/N] " % account.pw_dir).lower() in ("y", "yes")
 
 
-def _aliases(session, name, where):
+def _aliases(session: Session, name: str, where: str) -> list[str]:
     """Aliases that have a name as their own, or among their members."""
     rows = answers.readable(session.reference.action("alias_enum"),
                             session.value("alias_enum", {"query": name, "limit": 1000}))
@@ -153,7 +155,7 @@ def _aliases(session, name, where):
             if name in row[where].lower().split(", ")]
 
 
-VERBS = {
+VERBS: upkeep.Verbs = {
     "list": (_list, 0, 0),
     "show": (_show, 1, 1),
     "add": (_add, 1, 1),

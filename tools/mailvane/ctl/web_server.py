@@ -12,17 +12,17 @@ PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
 class WebServer:
     """The one that runs when this is made; it can be started again after it has failed."""
 
-    def __init__(self):
+    def __init__(self) -> None:
         self._ports = _ports()
 
-    def renew(self):
+    def renew(self) -> None:
         """Makes it take up the certificate. It reads the key before it gives up its rights, so that
         it has to start again. Refused when it does not come up."""
         if self._ports.get(TLS_PORT) and programs.run([SCRIPT, "restart"], self._ports)[0] != 0:
             raise Refused("the web server does not come up")
 
 
-def _ports():
+def _ports() -> dict[str, str]:
     """The ports in the environment of the one that runs; empty when none does."""
     try:
         with open(PID_FILE, encoding="ascii") as file:

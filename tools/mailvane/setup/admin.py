@@ -10,10 +10,10 @@ from mailvane.setup.run import output
 
 WORDS = "NAME"
 SUMMARY = "makes an administrator, with a login for the web"
-OPTIONS = []
+OPTIONS: list[str] = []
 
 
-def run(session, _, words):
+def run(session: app.Session, _: set[str], words: list[str]) -> int:
     """Makes account, membership, web login; what is there already stays."""
     if len(words) != 1 or set(words[0]) & set(":\n") or words[0].startswith("-"):
         raise Usage("admin takes the login name of one account")
@@ -32,7 +32,7 @@ def run(session, _, words):
     return app.DONE
 
 
-def _join(name, group):
+def _join(name: str, group: str) -> None:
     try:
         members = grp.getgrnam(group).gr_mem
     except KeyError:

@@ -3,6 +3,7 @@ from mailvane.common.administrators import first_administrator
 from mailvane.common.audit import audited
 from mailvane.common.errors import Usage
 from mailvane.setup import app, companions, handover, postfix, reach, report, shipped, units
+from mailvane.setup.findings import Findings
 from mailvane.setup.program import Program
 from mailvane.setup.run import Failed, between_steps
 from mailvane.setup.state import ADOPTED
@@ -13,7 +14,7 @@ SUMMARY = "takes over the machine's mail, with what its own servers were told"
 OPTIONS = ["dry-run", "yes", "force", "keep-settings"]
 
 
-def run(session, options, words):
+def run(session: app.Session, options: set[str], words: list[str]) -> int:
     """Surveys, shows, asks, takes over."""
     if words:
         raise Usage("adopt takes no %s" % words[0])
@@ -47,14 +48,14 @@ def run(session, options, words):
     return app.DONE
 
 
-def _administrator():
+def _administrator() -> str:
     try:
         return first_administrator()
     except Usage as problem:
         raise Usage("there is no administrator yet; first: mailvane-setup admin NAME") from problem
 
 
-def _agreed(session, options):
+def _agreed(session: app.Session, options: set[str]) -> bool | None:
     if "--yes" in options:
         return True
     print()
@@ -64,7 +65,7 @@ def _agreed(session, options):
     return answer
 
 
-def _end_interrupted(session, options):
+def _end_interrupted(session: app.Session, options: set[str]) -> None:
     """Takes back what an earlier run left half done."""
     if session.state.exists() and "--dry-run" not in options:
         app.complain("an earlier run was cut short; the machine is given back first")
@@ -72,7 +73,8 @@ def _end_interrupted(session, options):
             handover.give_back(session.state, session.target)
 
 
-def _take_over(session, program, findings, ends):
+def _take_over(session: app.Session, program: Program, findings: Findings | None,
+               ends: list[str]) -> None:
     with between_steps(), audited("setup adopt"):
         try:
             handover.begin(session.state, findings, ends)
@@ -84,7 +86,7 @@ def _take_over(session, program, findings, ends):
             raise Failed("the machine's own mail server runs as before") from problem
 
 
-def _again(session):
+def _again(session: app.Session) -> int:
     """What an upgrade brought is put in place, and what does not run is started."""
     units.place_drop_ins(session.target, *units.DROP_INS)
     Program(session.target, "").start_services()

@@ -1,8 +1,12 @@
 """Aliases of the machine's own Postfix, where a name may differ from domain to domain, as aliases
 here, where it is the same at every one."""
 import re
+from collections.abc import Callable, Iterator
 
 from mailvane.setup import tables
+from mailvane.setup.domains import Domains
+from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix
 
 NAME = re.compile(r"[A-Za-z0-9_](?!.*\.\.)[A-Za-z0-9._+=&'~$-]{0,63}(?<!\.)")
 OUTSIDE = re.compile(r"[A-Za-z0-9_][!-?A-~]{0,63}@[A-Za-z0-9.-]+\.[A-Za-z0-9-]+")
@@ -12,18 +16,21 @@ ROLES = ("postmaster", "abuse", "root")  # reach the administrator until they ar
 class Routing:
     """Where mail goes, by the old configuration."""
 
-    def __init__(self, domains, is_user):
+    def __init__(self, domains: Domains, is_user: Callable[[str], bool]) -> None:
         self.domains = domains
         self.is_user = is_user
-        self.local = {}    # members by name, of /etc/aliases
-        self.bare = {}     # members by name, of virtual maps, at the local domains
-        self.full = {}     # members by name and domain
+        # Members by name, of /etc/aliases.
+        self.local: dict[str, list[str]] = {}
+        # Members by name, of virtual maps, at the local domains.
+        self.bare: dict[str, list[str]] = {}
+        # Members by name and domain.
+        self.full: dict[tuple[str, str], list[str]] = {}
 
-    def names(self):
+    def names(self) -> dict[str, None]:
         """Every name that is aliased somewhere."""
         return dict.fromkeys([*self.local, *self.bare, *(name for name, _ in self.full)])
 
-    def target(self, name, domain):
+    def target(self, name: str, domain: str) -> list[str] | None:
         """Members that an address stands for; None when there is no such address."""
         if (name, domain) in self.full:
             return self.full[name, domain]
@@ -35,7 +42,7 @@ class Routing:
             return self.local[name]
         return [name] if self.is_user(name) else None
 
-    def targets(self, name):
+    def targets(self, name: str) -> dict[str, list[str]]:
         """The members by domain, where there are any."""
         found = {domain: self.target(name, domain) for domain in self.domains.all()}
         if name in self.local and not self.domains.local:
@@ -43,7 +50,7 @@ class Routing:
         return {domain: own for domain, own in found.items() if own is not None}
 
 
-def find(postfix, routing, findings):
+def find(postfix: Postfix, routing: Routing, findings: Findings) -> None:
     """Reads the alias tables of a configuration."""
     for table, text in _texts(postfix, "alias_maps", findings):
         for name, own in tables.alias_rows(text):
@@ -53,7 +60,7 @@ def find(postfix, routing, findings):
             _take_virtual(routing, table, key.lower(), tables.members(value), findings)
 
 
-def take_over(routing, administrator, findings):
+def take_over(routing: Routing, administrator: str, findings: Findings) -> None:
     """Finds the aliases that stand for the old ones."""
     names = routing.names()
     for name in names:
@@ -68,12 +75,12 @@ def take_over(routing, administrator, findings):
         _take_alias(routing, name, main, administrator, findings)
 
 
-def text(aliases):
+def text(aliases: dict[str, list[str]]) -> str:
     """The aliases as the import takes them."""
     return "".join("%s: %s\n" % (name, ", ".join(own)) for name, own in aliases.items())
 
 
-def _texts(postfix, parameter, findings):
+def _texts(postfix: Postfix, parameter: str, findings: Findings) -> Iterator[tuple[str, str]]:
     """The tables of a parameter with their texts."""
     for table in postfix.words(parameter):
         try:
@@ -85,7 +92,8 @@ def _texts(postfix, parameter, findings):
             findings.tables.append(path)
 
 
-def _take_virtual(routing, table, key, own, findings):
+def _take_virtual(routing: Routing, table: str, key: str, own: list[str],
+                  findings: Findings) -> None:
     name, at, domain = key.rpartition("@")
     if not at:
         if key not in routing.domains.virtual and key not in routing.domains.local:
@@ -98,7 +106,7 @@ def _take_virtual(routing, table, key, own, findings):
         routing.full.setdefault((name, domain), _plain(own, routing.domains))
 
 
-def _plain(own, domains):
+def _plain(own: list[str], domains: Domains) -> list[str]:
     """Members, those at a domain of this server by their names alone."""
     found = []
     for member in own:
@@ -108,7 +116,8 @@ def _plain(own, domains):
     return found
 
 
-def _take_alias(routing, name, own, administrator, findings):
+def _take_alias(routing: Routing, name: str, own: list[str], administrator: str,
+                findings: Findings) -> None:
     if own == [name]:
         return  # the user of that name
     if not NAME.fullmatch(name):
@@ -125,7 +134,7 @@ def _take_alias(routing, name, own, administrator, findings):
         findings.aliases[name] = list(dict.fromkeys(kept))
 
 
-def _member(routing, member, administrator):
+def _member(routing: Routing, member: str, administrator: str) -> str:
     """How a member is written here; "" for one that cannot be: a program, a file, an account that
     gets no mail."""
     if "@" in member:

@@ -3,15 +3,22 @@
 To add a command: write its module with `WORDS`, `SUMMARY`, `OPTIONS` (long ones, as getopt takes
 them) and `run(session, options, words)`, which gives the exit status, and add its row to COMMANDS.
 """
+from __future__ import annotations
+
 import fcntl
 import getopt
 import importlib
 import os
 import sys
+from collections.abc import Iterator
 
 from mailvane.common.errors import NoAnswer, Refused, Usage
 from mailvane.setup.run import Failed
 from mailvane.setup.state import State
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import IO
 
 DONE, FAILED, USAGE, UNSEEN, ASKED = 0, 1, 2, 3, 4
 COMMANDS = ("admin", "adopt", "remove", "status", "listeners")
@@ -25,26 +32,26 @@ seen any more (adopt without --force), 4 nothing was changed because nobody said
 class Session:
     """What a command works with."""
 
-    def __init__(self, target):
+    def __init__(self, target: str) -> None:
         self.target = target
         self.etc = os.path.dirname(target) + "/etc"
         self.state = State(self.etc + "/adopted")
 
     @staticmethod
-    def confirm(question):
+    def confirm(question: str) -> bool | None:
         """Asks at the terminal; None when there is none."""
         if not sys.stdin.isatty():
             return None
         return input(question + " [y/N] ").strip().lower() in ("y", "yes")
 
 
-def complain(text):
+def complain(text: str) -> None:
     """A line on standard error, after all that was said before."""
     sys.stdout.flush()
     print("mailvane-setup: " + text, file=sys.stderr)
 
 
-def main(target, words):
+def main(target: str, words: list[str]) -> int:
     """Runs a command line; gives the exit status."""
     try:
         return _run(target, words)
@@ -58,7 +65,7 @@ def main(target, words):
         return 130
 
 
-def _run(target, words):
+def _run(target: str, words: list[str]) -> int:
     if not words or words[0] in ("-h", "--help", "help"):
         print("\n".join(_help()))
         return DONE
@@ -77,7 +84,7 @@ def _run(target, words):
         return module.run(Session(target), {name for name, _ in options}, rest)
 
 
-def _take(lock):
+def _take(lock: IO[str]) -> None:
     """One change at a time; the lock is held until this process ends."""
     try:
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
@@ -85,7 +92,7 @@ def _take(lock):
         raise Failed("another mailvane-setup is at work") from problem
 
 
-def _help():
+def _help() -> Iterator[str]:
     yield "usage: mailvane-setup COMMAND [WORD]..."
     yield ""
     for name in COMMANDS:

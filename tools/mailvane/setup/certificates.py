@@ -1,10 +1,13 @@
 """The certificate that the machine's own servers show, if it is one that others trust."""
 import os
 
+from mailvane.setup.dovecot import Section
+from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix
 from mailvane.setup.run import Failed, attempt, output
 
 
-def take_over(postfix, dovecot, findings):
+def take_over(postfix: Postfix | None, dovecot: Section | None, findings: Findings) -> None:
     """Finds the first usable pair; the SMTP server's before the mailbox server's."""
     for certificate, key in _pairs(postfix, dovecot):
         fault = _fault(certificate, key)
@@ -18,14 +21,14 @@ def take_over(postfix, dovecot, findings):
             findings.leave("%s: %s" % (certificate, fault))
 
 
-def install(target, certificate, key):
+def install(target: str, certificate: str, key: str) -> None:
     """Installs a pair as ours."""
     status, _, errors = attempt(target + "/bin/mailvanectl", "tls", "install", certificate, key)
     if status != 0:
         raise Failed("%s cannot be installed: %s" % (certificate, errors.strip()))
 
 
-def _pairs(postfix, dovecot):
+def _pairs(postfix: Postfix | None, dovecot: Section | None) -> list[tuple[str, str]]:
     pairs = []
     if postfix:
         chain = postfix.words("smtpd_tls_chain_files")
@@ -38,7 +41,7 @@ def _pairs(postfix, dovecot):
     return [pair for pair in dict.fromkeys(pairs) if pair[0]]
 
 
-def _fault(certificate, key):
+def _fault(certificate: str, key: str) -> str:
     """Why a pair cannot be taken; "" when it can."""
     if not (os.path.isfile(certificate) and os.path.isfile(key)):
         return "no such file, or its key"

@@ -13,7 +13,8 @@ class Companion:
     """A service named as its package; folders that are its own, and the files that the package's
     scripts make, with those that they are made from."""
 
-    def __init__(self, package, folders=(), made=None, named_as=""):
+    def __init__(self, package: str, folders: tuple[str, ...] = (),
+                 made: dict[str, str] | None = None, named_as: str = "") -> None:
         self.package, self.unit = package, package + ".service"
         self.folders, self.made = folders, made or {}
         self.named_as = named_as  # in a configuration of Postfix that uses it
@@ -51,11 +52,12 @@ def look(states: dict, packages: set, postfix_values: list) -> tuple:
     return ends, stays
 
 
-def _starts_at_boot(state):
+def _starts_at_boot(state: dict) -> bool:
     return state["enabled"] in ("enabled", "generated")
 
 
-def _who_wants(companion, state, packages, postfix_values):
+def _who_wants(companion: Companion, state: dict, packages: set[str],
+               postfix_values: list[str]) -> str:
     """Why a service was wanted by somebody; "" when it was not."""
     if companion.package not in packages:
         return "its package did not come with mailvane alone"
@@ -67,7 +69,7 @@ def _who_wants(companion, state, packages, postfix_values):
     return ""
 
 
-def _first_changed(companion, conffiles):
+def _first_changed(companion: Companion, conffiles: dict[str, tuple[str, str]]) -> str:
     """A file that somebody has changed, added or taken away; "" when there is none."""
     tops = tuple(folder + "/" for folder in companion.folders)
     brought = {path for path, (package, _) in conffiles.items()

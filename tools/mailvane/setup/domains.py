@@ -3,21 +3,23 @@ import os
 
 from mailvane.common.files import content
 from mailvane.setup import tables
+from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix
 
 
 class Domains:
     """Domains of the machine's users, those where only aliases exist, and the main one."""
 
-    def __init__(self, local, virtual, main, hostname):
+    def __init__(self, local: list[str], virtual: list[str], main: str, hostname: str) -> None:
         self.local, self.virtual, self.main, self.hostname = local, virtual, main, hostname
 
-    def all(self):
+    def all(self) -> list[str]:
         """Every domain once: the main one first."""
         return list(dict.fromkeys(filter(None, [self.main, self.hostname, *self.local,
                                                 *self.virtual])))
 
 
-def find(postfix, findings):
+def find(postfix: Postfix, findings: Findings) -> Domains:
     """The domains of a configuration."""
     hostname = postfix.text("myhostname").lower()
     local = _entries(postfix, "mydestination", findings)
@@ -26,7 +28,7 @@ def find(postfix, findings):
     return Domains(local, virtual, _main(postfix, local, virtual), hostname)
 
 
-def take_over(domains, findings):
+def take_over(domains: Domains, findings: Findings) -> None:
     """Finds the host name and the domains' settings."""
     findings.smtp["smtp_hostname"] = domains.hostname
     main = "" if domains.main == domains.hostname else domains.main
@@ -37,7 +39,7 @@ def take_over(domains, findings):
                        % ", ".join(domains.virtual))
 
 
-def _main(postfix, local, virtual):
+def _main(postfix: Postfix, local: list[str], virtual: list[str]) -> str:
     """The domain that the users' addresses have."""
     origin = postfix.text("myorigin")
     if os.path.isabs(origin):
@@ -49,7 +51,7 @@ def _main(postfix, local, virtual):
     return (local or virtual or [""])[0]
 
 
-def _entries(postfix, parameter, findings):
+def _entries(postfix: Postfix, parameter: str, findings: Findings) -> list[str]:
     """Full domain names of a list, which may name files and maps."""
     found = []
     for word in postfix.words(parameter):
@@ -60,7 +62,7 @@ def _entries(postfix, parameter, findings):
     return list(dict.fromkeys(name for name in found if _is_full(name)))
 
 
-def _names(word):
+def _names(word: str) -> list[str]:
     if word.startswith("/"):
         return tables.text_of(word).lower().split()
     if ":" in word:
@@ -71,7 +73,7 @@ def _names(word):
     return [word.lower()]
 
 
-def _is_full(name):
+def _is_full(name: str) -> bool:
     """Whether other machines could write to it."""
     last = name.rpartition(".")[2]
     return "." in name and "@" not in name and last not in ("localdomain", "localhost") and \

@@ -2,6 +2,7 @@
 import os
 
 from mailvane.setup import shipped
+from mailvane.setup.findings import Findings
 from mailvane.setup.run import output
 
 FOLDER = "/etc/dovecot"
@@ -13,20 +14,21 @@ SERVICES = ((("imap", False), ("imaps", True)), (("pop3", False), ("pop3s", True
 class Section:
     """A block: its values by name, and the blocks in it with their names."""
 
-    def __init__(self):
-        self.values, self.blocks = {}, []
+    def __init__(self) -> None:
+        self.values: dict[str, str] = {}
+        self.blocks: list[tuple[str, Section]] = []
 
-    def named(self, name):
+    def named(self, name: str) -> "Section":
         """The first block of a name; an empty one when there is none."""
         return next((block for own, block in self.blocks if own == name), Section())
 
-    def drivers(self, kind):
+    def drivers(self, kind: str) -> list[str]:
         """Drivers of all blocks of a kind."""
         return [block.values.get("driver", "") for own, block in self.blocks
                 if own.split()[:1] == [kind]]
 
 
-def parse(text):
+def parse(text: str) -> Section:
     """From doveconf's output to a section."""
     open_blocks = [Section()]
     for line in text.splitlines():
@@ -43,7 +45,7 @@ def parse(text):
     return open_blocks[0]
 
 
-def read():
+def read() -> Section | None:
     """The configuration in /etc/dovecot; None when nobody has changed what the packages brought."""
     if not os.path.exists(MAIN) or untouched():
         return None
@@ -60,7 +62,7 @@ def untouched(folder: str = FOLDER, digests_file: str = shipped.UCF_DIGESTS) -> 
     return not added and all(shipped.is_as_brought(*pair) for pair in brought.items())
 
 
-def take_over(dovecot: Section, findings, packages: set) -> None:
+def take_over(dovecot: Section, findings: Findings, packages: set) -> None:
     """Finds the mailbox page's settings, and what would hide mail. A protocol is on as soon as its
     package is there: POP3 was nobody's wish where that came along with ours."""
     _take_ports(dovecot, findings, "dovecot-pop3d" in packages)
@@ -73,7 +75,7 @@ def take_over(dovecot: Section, findings, packages: set) -> None:
     _look_at_accounts(dovecot, findings)
 
 
-def _take_ports(dovecot, findings, pop3_came_along):
+def _take_ports(dovecot: Section, findings: Findings, pop3_came_along: bool) -> None:
     protocols = dovecot.values.get("protocols", "").strip('"').split()
     if pop3_came_along and "pop3" in protocols:
         protocols.remove("pop3")
@@ -91,7 +93,7 @@ def _take_ports(dovecot, findings, pop3_came_along):
         findings.leave("Dovecot's protocol %s" % protocol)
 
 
-def _look_at_mailboxes(dovecot, findings):
+def _look_at_mailboxes(dovecot: Section, findings: Findings) -> None:
     location = dovecot.values.get("mail_location", "")
     if location.rstrip("/") not in MAILDIR:
         findings.stop("mail_location = %s: here mail lies in maildir:~/Maildir" % location)
@@ -106,7 +108,7 @@ def _look_at_mailboxes(dovecot, findings):
                            % (name, prefix or '""', separator or '""'))
 
 
-def _look_at_accounts(dovecot, findings):
+def _look_at_accounts(dovecot: Section, findings: Findings) -> None:
     for kind, wanted in (("userdb", "passwd"), ("passdb", "pam")):
         for driver in dovecot.drivers(kind):
             if driver not in (wanted, "shadow" if kind == "passdb" else wanted):

@@ -7,7 +7,7 @@ from mailvane.setup.run import attempt, output
 NFT = "/usr/sbin/nft"
 
 
-def lift(etc):
+def lift(etc: str) -> None:
     """Opens what it closes, now and at the next boot."""
     rules = etc + "/firewall.nft"
     if os.path.exists(rules):
@@ -17,7 +17,7 @@ def lift(etc):
         attempt(NFT, "delete", "table", "inet", "mailvane")  # none may be loaded
 
 
-def put_back(etc):
+def put_back(etc: str) -> None:
     """Loads again what was lifted; a save makes the rules anew."""
     rules = etc + "/firewall.nft"
     if os.path.exists(rules + ".lifted"):

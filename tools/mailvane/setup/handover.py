@@ -8,9 +8,10 @@ import os
 from mailvane.common import files, postqueue
 from mailvane.common.errors import Refused
 from mailvane.setup import aliases, certificates, firewall, originals, postfix, units
-from mailvane.setup.program import stop_services
+from mailvane.setup.findings import Findings
+from mailvane.setup.program import Program, stop_services
 from mailvane.setup.run import Failed
-from mailvane.setup.state import ADOPTED, ADOPTING, REMOVING
+from mailvane.setup.state import ADOPTED, ADOPTING, REMOVING, State
 
 # Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
 MADE_MAIN = b"""\
@@ -21,7 +22,7 @@ message_size_limit = 0
 """
 
 
-def begin(state, findings, companions: list) -> None:
+def begin(state: State, findings: Findings | None, companions: list) -> None:
     """Remembers everything that is needed to give the machine back; `companions` are services that
     end beside those of the mail."""
     state.store(state=ADOPTING, since=_now(), units=units.states(tuple(companions)), made={},
@@ -29,7 +30,7 @@ def begin(state, findings, companions: list) -> None:
     state.store(files=originals.keep(state.originals, findings.tables if findings else []))
 
 
-def take_over(state, target, program, findings):
+def take_over(state: State, target: str, program: Program, findings: Findings | None) -> None:
     """Hands the machine's mail over; without findings with the settings that are stored. The mail
     server stays off until all that it needs to know is stored: meanwhile others keep what they have
     for us."""
@@ -53,7 +54,7 @@ def take_over(state, target, program, findings):
     _try_queue()
 
 
-def give_back(state, target):
+def give_back(state: State, target: str) -> tuple[list[str], str]:
     """The way back, from wherever it was; gives the files that are not what they were, and the
     folder with their originals. A step that fails does not keep the next ones from being taken."""
     state.store(state=REMOVING)
@@ -75,12 +76,12 @@ def give_back(state, target):
     return changed, folder
 
 
-def _try_queue():
+def _try_queue() -> None:
     with contextlib.suppress(Refused):  # where nobody takes mail, nothing is tried
         postqueue.flush()
 
 
-def _import(target, program, findings):
+def _import(target: str, program: Program, findings: Findings) -> None:
     """Stores what was found, by normal requests."""
     if findings.certificate:
         certificates.install(target, *findings.certificate)
@@ -96,16 +97,16 @@ def _import(target, program, findings):
         program.upload("import_alias", aliases.text(findings.aliases))
 
 
-def _make_main(state):
+def _make_main(state: State) -> None:
     state.store(made={postfix.MAIN: hashlib.sha256(MADE_MAIN).hexdigest()})
     files.replace(postfix.MAIN, MADE_MAIN)
 
 
-def _remove_made(state):
+def _remove_made(state: State) -> None:
     for path, digest in state.values.get("made", {}).items():
         if files.digest(path) == digest:
             files.remove(path)
 
 
-def _now():
+def _now() -> str:
     return datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d %H:%M:%S UTC")

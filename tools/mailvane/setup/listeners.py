@@ -9,11 +9,11 @@ from mailvane.setup.run import attempt, output
 
 WORDS = ""
 SUMMARY = "which programs that came with the package listen on which ports"
-OPTIONS = []
+OPTIONS: list[str] = []
 ROW = re.compile(r'^LISTEN\s+\S+\s+\S+\s+(\S+):(\d+)\s.*users:\(\("([^"]*)",pid=(\d+)', re.M)
 
 
-def run(_session, _options, words):
+def run(_session: app.Session, _options: set[str], words: list[str]) -> int:
     """Prints those of packages that are here because of ours alone."""
     if words:
         raise Usage("listeners takes no %s" % words[0])
@@ -25,10 +25,10 @@ def run(_session, _options, words):
     return app.DONE
 
 
-def came_along() -> list:
+def came_along() -> list[tuple[int, str, str, str]]:
     """Port, addresses, program and package of each that listens."""
     packages = shipped.came_along()
-    found = {}
+    found: dict[tuple[int, str, str], list[str]] = {}
     for address, port, program, process in parse(output("ss", "-Hltnp")):
         package = _package(process)
         if package in packages:
@@ -37,12 +37,12 @@ def came_along() -> list:
             for (port, program, package), addresses in sorted(found.items())]
 
 
-def parse(text: str) -> list:
+def parse(text: str) -> list[tuple[str, str, str, str]]:
     """Address, port, program and process of each line of `ss -Hltnp`."""
     return ROW.findall(text)
 
 
-def _package(process):
+def _package(process: str) -> str:
     """The package whose unit a process belongs to; "" when there is none."""
     group = (content("/proc/%s/cgroup" % process) or b"").decode(errors="replace")
     unit = group.rstrip().rpartition("/")[2]
@@ -53,6 +53,6 @@ def _package(process):
     return next(filter(None, owners), "")
 
 
-def _owner(path):
+def _owner(path: str) -> str:
     status, text, _ = attempt("dpkg-query", "--search", path) if path else (1, "", "")
     return text.partition(":")[0] if status == 0 else ""

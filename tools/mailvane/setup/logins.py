@@ -7,7 +7,7 @@ from mailvane.setup.run import Failed, output
 WEB_GROUP = "mailvane-web"
 
 
-def store(path, name, password):
+def store(path: str, name: str, password: str) -> None:
     """Gives a login its password; the others stay."""
     try:
         group = grp.getgrnam(WEB_GROUP).gr_gid
@@ -18,7 +18,7 @@ def store(path, name, password):
     files.replace(path, with_login(files.content(path) or b"", name, hashed), 0o640, (0, group))
 
 
-def with_login(data, name, hashed):
+def with_login(data: bytes, name: str, hashed: str) -> bytes:
     """The file's bytes with one login's line replaced or added."""
     own = name.encode() + b":"
     lines = [line for line in data.splitlines() if line and not line.startswith(own)]

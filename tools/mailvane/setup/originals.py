@@ -8,10 +8,10 @@ FOLDERS = ("/etc/postfix", "/etc/dovecot")
 FILES = ("/etc/aliases", "/etc/aliases.db", "/etc/mailname")
 
 
-def keep(folder, tables):
+def keep(folder: str, tables: list[str]) -> dict[str, dict]:
     """Copies all of it, and the texts of tables elsewhere; gives what is remembered, by path."""
     os.makedirs(folder, 0o700, exist_ok=True)
-    kept = {}
+    kept: dict[str, dict] = {}
     for path in _paths(tables):
         copy = folder + path
         os.makedirs(os.path.dirname(copy), 0o700, exist_ok=True)
@@ -27,14 +27,14 @@ def keep(folder, tables):
     return kept
 
 
-def changed(kept):
+def changed(kept: dict[str, dict]) -> list[str]:
     """Paths of files that are no longer what they were."""
     return [path for path, was in kept.items()
             if (_link(path) != was["link"] if "link" in was else
                 files.digest(path) != was["sha256"])]
 
 
-def _paths(tables):
+def _paths(tables: list[str]) -> list[str]:
     found = [path for path in (*FILES, *tables) if os.path.lexists(path)]
     for top in FOLDERS:
         for folder, _, names in os.walk(top):
@@ -42,5 +42,5 @@ def _paths(tables):
     return sorted(set(found))
 
 
-def _link(path):
+def _link(path: str) -> str | None:
     return os.readlink(path) if os.path.islink(path) else None

@@ -1,6 +1,9 @@
 """SMTP ports of the machine's own Postfix as the settings of the SMTP page."""
 import socket
 
+from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix, Service
+
 SMTP_PORT = 25
 SHIPPED = {  # services that do nothing unless something else names them
     "maildrop", "uucp", "ifmail", "bsmtp", "scalemail-backend", "mailman"}
@@ -18,9 +21,9 @@ COVERED = {  # what our own ports set
 LOOPBACK = ("127.", "[127.", "[::1]", "localhost")  # what addresses of this machine alone begin with
 
 
-def take_over(postfix, findings):
+def take_over(postfix: Postfix, findings: Findings) -> None:
     """Finds ports; services of the administrator's own are left."""
-    kinds = {"smtp": [], "smtps": [], "smtp_tls": []}
+    kinds: dict[str, list[tuple[int, Service]]] = {"smtp": [], "smtps": [], "smtp_tls": []}
     for service in postfix.services:
         if not service.takes_mail_in() or service.address().startswith(LOOPBACK):
             _leave_own(service, findings)
@@ -46,7 +49,7 @@ def take_over(postfix, findings):
         findings.leave("master.cf: no server on port %d; here there is one" % SMTP_PORT)
 
 
-def _leave_own(service, findings):
+def _leave_own(service: Service, findings: Findings) -> None:
     known = INNER | SHIPPED
     if service.kind == "inet" or service.name not in known:
         findings.leave("master.cf: service %s (%s)" % (service.name, service.command))
@@ -54,13 +57,13 @@ def _leave_own(service, findings):
         _leave_options(service, findings)
 
 
-def _leave_options(service, findings):
+def _leave_options(service: Service, findings: Findings) -> None:
     for name, value in service.options.items():
         if name not in COVERED:
             findings.leave("master.cf: %s: %s = %s" % (service.name, name, value))
 
 
-def _number(name):
+def _number(name: str) -> int:
     try:
         return socket.getservbyname(name, "tcp")
     except OSError:

@@ -1,5 +1,6 @@
 """What the machine's own Postfix is told: its parameters and services, as postconf prints them."""
 import os
+from collections.abc import Callable
 
 from mailvane.common import postqueue
 from mailvane.common.errors import Refused
@@ -13,23 +14,23 @@ MAIN = "/etc/postfix/main.cf"
 class Service:
     """One line of master.cf and what it sets for itself."""
 
-    def __init__(self, name, kind, command, options):
+    def __init__(self, name: str, kind: str, command: str, options: dict[str, str]) -> None:
         self.name, self.kind, self.command, self.options = name, kind, command, options
 
-    def takes_mail_in(self):
+    def takes_mail_in(self) -> bool:
         """Whether it is an SMTP server on a port."""
         return self.kind == "inet" and self.command in ("smtpd", "postscreen")
 
-    def port(self, number_of):
+    def port(self, number_of: Callable[[str], int]) -> int:
         """Its port; 0 for a name that `number_of` does not know."""
         name = self.name.rpartition(":")[2]
         return int(name) if name.isdigit() else number_of(name)
 
-    def address(self):
+    def address(self) -> str:
         """The one address it listens on; "" for all."""
         return self.name.rpartition(":")[0]
 
-    def wrapped(self):
+    def wrapped(self) -> bool:
         """Whether it begins with TLS."""
         return self.options.get("smtpd_tls_wrappermode") == "yes"
 
@@ -37,23 +38,24 @@ class Service:
 class Postfix:
     """A configuration: all parameters, names of those that were set, services."""
 
-    def __init__(self, parameters, given, services):
+    def __init__(self, parameters: dict[str, str], given: dict[str, str],
+                 services: list[Service]) -> None:
         self.parameters, self.given, self.services = parameters, given, services
 
-    def text(self, name):
+    def text(self, name: str) -> str:
         """A parameter's value, "" when there is none."""
         return self.parameters.get(name, "")
 
-    def words(self, name):
+    def words(self, name: str) -> list[str]:
         """A parameter that is a list."""
         return words(self.text(name))
 
-    def is_on(self, name):
+    def is_on(self, name: str) -> bool:
         """A parameter that is yes or no."""
         return self.text(name) == "yes"
 
 
-def words(text):
+def words(text: str) -> list[str]:
     """The items of a list, which commas and blanks separate outside of braces."""
     items, depth = [""], 0
     for sign in text:
@@ -65,15 +67,15 @@ def words(text):
     return [item for item in items if item]
 
 
-def parse_parameters(text):
+def parse_parameters(text: str) -> dict[str, str]:
     """From lines "name = value" to a dictionary."""
     pairs = (line.partition("=") for line in text.splitlines() if "=" in line)
     return {name.strip(): value.strip() for name, _, value in pairs}
 
 
-def parse_services(lines, options):
+def parse_services(lines: str, options: str) -> list[Service]:
     """From `postconf -M` and `postconf -P` to a list of services."""
-    own = {}
+    own: dict[tuple[str, str], dict[str, str]] = {}
     for path, value in parse_parameters(options).items():
         name, kind, parameter = path.rsplit("/", 2)
         own.setdefault((name, kind), {})[parameter] = value
@@ -82,7 +84,7 @@ def parse_services(lines, options):
             for row in rows if len(row) > 7]
 
 
-def read():
+def read() -> Postfix | None:
     """The configuration in /etc/postfix; None when Postfix was never configured."""
     if not os.path.exists(MAIN):
         return None
@@ -91,7 +93,7 @@ def read():
                    parse_services(output("postconf", "-M"), output("postconf", "-P")))
 
 
-def waiting():
+def waiting() -> int:
     """How many messages wait in the queue; 0 when that cannot be told."""
     try:
         return len(postqueue.waiting())

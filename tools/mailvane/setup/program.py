@@ -14,11 +14,11 @@ SERVICES = ("dovecot", "memcached", "opendkim", "opendmarc", "antivirus", "mails
 class Program:
     """The installed package, addressed in the name of an administrator."""
 
-    def __init__(self, target, administrator):
+    def __init__(self, target: str, administrator: str) -> None:
         self._target = target
         self._session = Requests(target, administrator)
 
-    def prepare(self, first):
+    def prepare(self, first: dict[str, str]) -> None:
         """Finishes an interrupted save; where there is no configuration yet makes one of first
         settings."""
         tool = self._target + "/bin/hald_set_config"
@@ -30,7 +30,7 @@ class Program:
                 files.replace(etc + "/mailvane.conf", text.encode(), 0o600)
             output(tool, "render")
 
-    def call(self, name, members):
+    def call(self, name: str, members: dict) -> dict:
         """Sends an action; gives its answer."""
         heed()
         action = self._session.reference.action(name)
@@ -51,13 +51,13 @@ class Program:
         reference = self._session.reference
         return reference.action(reference.pages()[page]).member(member).text
 
-    def save(self, page, changes):
+    def save(self, page: str, changes: dict) -> None:
         """Changes members of a page."""
         action = self._session.reference.action(self._session.reference.pages()[page])
         loaded = self.call(action.edits, {})
         self.call(action.name, requests.edited(action, loaded, changes))
 
-    def upload(self, name, text):
+    def upload(self, name: str, text: str) -> None:
         """Imports a list."""
         action = self._session.reference.action("upload")
         with tempfile.NamedTemporaryFile("w", encoding="utf-8", prefix="mailvane-") as file:
@@ -69,14 +69,14 @@ class Program:
         if why:
             raise Failed("%s: %s" % (name, why))
 
-    def start_services(self):
+    def start_services(self) -> None:
         """Brings every service to what the settings ask for."""
         for name in SERVICES:
             heed()
             output("%s/scripts/%s.sh" % (self._target, name), "start")
 
 
-def stop_services(target):
+def stop_services(target: str) -> list[str]:
     """Stops every service; gives what went wrong."""
     faults = []
     for name in reversed(SERVICES):

@@ -1,4 +1,6 @@
 """What people reach of the mail server: which services on which ports, under which names."""
+from mailvane.setup.findings import Findings
+from mailvane.setup.program import Program
 
 SMTP, BOXES = "smtp", "imap_pop3"
 SERVICES = (  # name, page, its switch, its port, what it is for
@@ -13,11 +15,11 @@ SERVICES = (  # name, page, its switch, its port, what it is for
     ("POP3S", BOXES, "pop3s_enabled", "pop3s_port", "mail programs fetch; TLS from the first byte"))
 
 
-def planned(program, findings) -> dict:
+def planned(program: Program, findings: Findings | None) -> dict:
     """The pages by name as they will be once the findings are stored, with the further domains;
     without findings, as they are."""
-    pages = {SMTP: program.page(SMTP), BOXES: program.page(BOXES),
-             "domains": [row["domain"] for row in program.call("enum_domain", {})["items"]]}
+    pages: dict = {SMTP: program.page(SMTP), BOXES: program.page(BOXES),
+                   "domains": [row["domain"] for row in program.call("enum_domain", {})["items"]]}
     if findings:
         pages[SMTP].update(findings.smtp, smtp_enabled=True)
         pages[BOXES].update(findings.mailboxes)
@@ -43,5 +45,5 @@ def show(pages: dict) -> list:
     return lines
 
 
-def _domains(pages, host):
+def _domains(pages: dict, host: str) -> dict[str, None]:
     return dict.fromkeys([pages[SMTP]["acc_domain_name"] or host, host, *pages["domains"]])

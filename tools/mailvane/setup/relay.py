@@ -2,11 +2,13 @@
 import socket
 
 from mailvane.setup import tables
+from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix
 
 SMTP_PORT = 25
 
 
-def parse(text):
+def parse(text: str) -> tuple[str, int]:
     """Host and port of a relayhost; the port is 25 where none is named, 0 where it is unknown."""
     if text.startswith("["):
         host, _, rest = text[1:].partition("]")
@@ -16,7 +18,7 @@ def parse(text):
     return host, _number(port)
 
 
-def _number(port):
+def _number(port: str) -> int:
     if not port:
         return SMTP_PORT
     if port.isdigit():
@@ -27,7 +29,7 @@ def _number(port):
         return 0
 
 
-def login(relayhost, rows):
+def login(relayhost: str, rows: list[tuple[str, str]]) -> tuple[str, str] | None:
     """Account and password for a relayhost; None when the map has none."""
     found = dict(rows)
     value = found.get(relayhost, found.get(parse(relayhost)[0]))
@@ -37,7 +39,7 @@ def login(relayhost, rows):
     return account, password
 
 
-def take_over(postfix, findings):
+def take_over(postfix: Postfix, findings: Findings) -> None:
     """Finds the relay page's settings."""
     relayhost = postfix.text("relayhost")
     if not relayhost:
@@ -60,12 +62,12 @@ def take_over(postfix, findings):
         _take_login(postfix, relayhost, findings)
 
 
-def _must_encrypt(postfix):
+def _must_encrypt(postfix: Postfix) -> bool:
     level = postfix.text("smtp_tls_security_level")
     return level not in ("", "none", "may", "dane") or postfix.is_on("smtp_enforce_tls")
 
 
-def _take_login(postfix, relayhost, findings):
+def _take_login(postfix: Postfix, relayhost: str, findings: Findings) -> None:
     for table in postfix.words("smtp_sasl_password_maps"):
         try:
             found = login(relayhost, tables.rows(tables.text_of(tables.source_of(table))))

@@ -9,7 +9,7 @@ SUMMARY = "gives the machine's mail back to its own servers; mail stays"
 OPTIONS = ["yes"]
 
 
-def run(session, options, words):
+def run(session: app.Session, options: set[str], words: list[str]) -> int:
     """Asks, gives back, tells which files have changed meanwhile."""
     if words:
         raise Usage("remove takes no %s" % words[0])

@@ -1,11 +1,14 @@
 """What the administrator is shown before anything changes."""
+from collections.abc import Callable
+
+from mailvane.setup.findings import Findings
 
 SECRETS = {"smtp_relay_password"}
 WAY_OUT = "docs/setup.md says what to do; --force goes on all the same."
 UNASKED = "Ended, since they came along with packages and nobody has configured them: "
 
 
-def show(findings, keeps_settings: bool, text_of) -> list:
+def show(findings: Findings, keeps_settings: bool, text_of: Callable[[str, str], str]) -> list:
     """The lines that tell what is taken over and what not; `text_of` says in words what a member
     of a page is."""
     if keeps_settings:
@@ -38,14 +41,14 @@ def around(queued: int, filters: list, ends: list, stays: dict) -> list:
                     for row in stays.items()]
 
 
-def against(findings, keeps_settings: bool) -> list:
+def against(findings: Findings, keeps_settings: bool) -> list:
     """The lines that tell why mail would be lost sight of."""
     found = findings.against(keeps_settings)
     return _list("Mail would not be seen any more, or would reach somebody else:", found) + \
         ([WAY_OUT] if found else [])
 
 
-def _text(name, value):
+def _text(name: str, value: object) -> object:
     if name in SECRETS:
         return "(not shown)"
     if isinstance(value, bool):
@@ -53,5 +56,5 @@ def _text(name, value):
     return "(empty)" if value == "" else value
 
 
-def _list(title, entries):
+def _list(title: str, entries: list[str]) -> list[str]:
     return ["", title, *("  " + entry for entry in entries)] if entries else []

@@ -1,6 +1,7 @@
 """Runs the machine's programs between the steps of a change, and hears of signals to end there."""
 import contextlib
 import signal
+from collections.abc import Iterator
 
 from mailvane.common import programs
 from mailvane.common.errors import Refused
@@ -17,7 +18,7 @@ _told = []  # numbers of the signals that came
 
 
 @contextlib.contextmanager
-def between_steps():
+def between_steps() -> Iterator[None]:
     """In it, a signal to end interrupts nothing: `heed` hears it."""
     numbers = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
     before = [signal.signal(number, lambda own, _: _told.append(own)) for number in numbers]
@@ -28,7 +29,7 @@ def between_steps():
             signal.signal(number, handler)
 
 
-def heed():
+def heed() -> None:
     """Fails when this process was told to end."""
     if _told:
         raise Failed("interrupted by %s" % signal.Signals(_told[0]).name)
@@ -42,7 +43,7 @@ def attempt(*words: str, typed: str = "") -> tuple[int, str, str]:
         return NEVER_RAN, "", str(problem)
 
 
-def output(*words, typed=""):
+def output(*words: str, typed: str = "") -> str:
     """What a program writes; Failed when it does not succeed."""
     status, text, errors = attempt(*words, typed=typed)
     if status != 0:

@@ -89,5 +89,5 @@ def files_below(folder: str) -> list:
     return [os.path.join(top, name) for top, _, names in os.walk(folder) for name in names]
 
 
-def _text(path):
+def _text(path: str) -> str:
     return (content(path) or b"").decode(errors="replace")

@@ -13,21 +13,21 @@ ADOPTING, ADOPTED, REMOVING = "adopting", "adopted", "removing"
 class State:
     """The manifest in a package's etc/adopted; empty when nothing was taken over."""
 
-    def __init__(self, folder):
+    def __init__(self, folder: str) -> None:
         self.folder = folder
         self.originals = folder + "/originals"
         self._path = folder + "/manifest.json"
         self.values = json.loads(files.content(self._path) or "{}")
 
-    def phase(self):
+    def phase(self) -> str:
         """ADOPTING or REMOVING when that was cut short, ADOPTED, or "" for neither."""
         return self.values.get("state", "")
 
-    def exists(self):
+    def exists(self) -> bool:
         """Whether anything was begun."""
         return os.path.isdir(self.folder)
 
-    def store(self, **values):
+    def store(self, **values: object) -> None:
         """Remembers values, and that before it returns."""
         self.values.update(values)
         text = json.dumps(self.values, indent=1, sort_keys=True).encode()
@@ -41,7 +41,7 @@ class State:
         files.replace(new + "/manifest.json", text, 0o600)
         self._rename(new, self.folder)
 
-    def forget(self, keep_originals):
+    def forget(self, keep_originals: bool) -> str:
         """Ends it; with the originals put aside, gives the folder where they are then."""
         kept = ""
         if keep_originals and os.path.isdir(self.originals):
@@ -54,12 +54,12 @@ class State:
         self.values = {}
         return kept
 
-    def _rename(self, before, after):
+    def _rename(self, before: str, after: str) -> None:
         os.rename(before, after)
         sync_folder(os.path.dirname(self.folder))
 
 
-def _free_name(wanted):
+def _free_name(wanted: str) -> str:
     name, number = wanted, 1
     while os.path.lexists(name):
         number += 1

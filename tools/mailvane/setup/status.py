@@ -5,7 +5,7 @@ from mailvane.setup import app, originals
 
 WORDS = ""
 SUMMARY = "what was handed over and since when, and who serves the mail"
-OPTIONS = []
+OPTIONS: list[str] = []
 DAEMONS = (("SMTP", "/var/spool/postfix/pid/master.pid", "environ"),
            ("mailboxes", "/run/dovecot/master.pid", "cmdline"))
 OURS = b"/var/packages/Mailvane/etc/generated/current/"
@@ -14,7 +14,7 @@ PHASES = {"adopted": "handed over since %s", "": "not handed over",
           "removing": "half given back (handed over %s): under way, or run remove"}
 
 
-def run(session, _, words):
+def run(session: app.Session, _: set[str], words: list[str]) -> int:
     """Prints it."""
     if words:
         raise Usage("status takes no %s" % words[0])
@@ -28,7 +28,7 @@ def run(session, _, words):
     return app.DONE
 
 
-def _server(pid_file, where):
+def _server(pid_file: str, where: str) -> str:
     process = (content(pid_file) or b"").strip().decode()
     told = content("/proc/%s/%s" % (process, where)) if process.isdigit() else None
     if told is None:

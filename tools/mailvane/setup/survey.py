@@ -6,6 +6,7 @@ import socket
 from mailvane.common import accounts
 from mailvane.setup import aliases, certificates, domains, dovecot, ports, postfix, relay, shipped
 from mailvane.setup.findings import Findings
+from mailvane.setup.postfix import Postfix
 
 MAIL_SPOOL = "/var/mail"
 OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of a Dovecot nobody has configured
@@ -62,7 +63,7 @@ def survey(administrator: str, packages: set) -> Findings:
     return findings
 
 
-def _look_at_postfix(sender, administrator, findings):
+def _look_at_postfix(sender: Postfix, administrator: str, findings: Findings) -> None:
     brought = shipped.parameters()
     own = domains.find(sender, findings)
     domains.take_over(own, findings)
@@ -96,7 +97,7 @@ def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
                        % sender.text("default_transport"))
 
 
-def take_limits(sender, findings):
+def take_limits(sender: Postfix, findings: Findings) -> None:
     """Finds the greatest size of a message."""
     size = sender.text("message_size_limit")
     if "message_size_limit" in sender.given and size.isdigit():
@@ -106,12 +107,12 @@ def take_limits(sender, findings):
             findings.leave("message_size_limit = %s: here %d MiB" % (size, LARGEST))
 
 
-def _own_programs_relay(sender):
+def _own_programs_relay(sender: Postfix) -> bool:
     lists = sender.words("smtpd_relay_restrictions") + sender.words("smtpd_recipient_restrictions")
     return "permit_mynetworks" in lists
 
 
-def look_at_delivery(sender, findings):
+def look_at_delivery(sender: Postfix, findings: Findings) -> None:
     """Finds mailboxes and queues that ours would not look into."""
     if sender.text("virtual_mailbox_domains") or sender.text("virtual_mailbox_maps"):
         findings.stop("virtual_mailbox_domains: here mailboxes belong to the machine's accounts")
@@ -133,7 +134,7 @@ def leave_others(sender: postfix.Postfix, brought: dict, findings: Findings) -> 
         findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else value))
 
 
-def _look_at_mail(places, findings):
+def _look_at_mail(places: list[str], findings: Findings) -> None:
     """Mail that lies where our Dovecot does not look, and what the users' own files ask for."""
     users = [user for user in pwd.getpwall() if accounts.serves(user)]
     for path in (place.format(user) for user in users for place in places):
@@ -146,7 +147,7 @@ def _look_at_mail(places, findings):
             findings.leave("~/%s of %s" % (name, ", ".join(owners)))
 
 
-def _has_bytes(path):
+def _has_bytes(path: str) -> bool:
     """Whether mail is there: in a file, or in a folder of files."""
     try:
         return bool(os.listdir(path) if os.path.isdir(path) else os.path.getsize(path))

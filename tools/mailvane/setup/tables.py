@@ -7,7 +7,7 @@ class Unreadable(Exception):
     """A table that is not made from a text, or whose text cannot be read."""
 
 
-def source_of(table):
+def source_of(table: str) -> str:
     """The text that a table is made from."""
     kind, colon, path = table.removeprefix("proxy:").partition(":")
     if not colon or kind not in MADE_FROM_TEXT:
@@ -17,7 +17,7 @@ def source_of(table):
     return path
 
 
-def text_of(path):
+def text_of(path: str) -> str:
     """What stands in a text file."""
     try:
         with open(path, encoding="utf-8", errors="surrogateescape") as file:
@@ -26,9 +26,9 @@ def text_of(path):
         raise Unreadable("%s: %s" % (path, problem.strerror)) from problem
 
 
-def logical_lines(text):
+def logical_lines(text: str) -> list[str]:
     """Lines without comments; those that begin with a blank go on from the one before."""
-    lines = []
+    lines: list[str] = []
     for line in text.splitlines():
         if not line.strip() or line.lstrip().startswith("#"):
             continue
@@ -39,13 +39,13 @@ def logical_lines(text):
     return lines
 
 
-def rows(text):
+def rows(text: str) -> list[tuple[str, str]]:
     """Key and value of each line of a map."""
     return [(key, value.strip()) for key, _, value in
             (line.replace("\t", " ").partition(" ") for line in logical_lines(text))]
 
 
-def alias_rows(text):
+def alias_rows(text: str) -> list[tuple[str, list[str]]]:
     """Name and members of each line "name: member, member"."""
     found = []
     for line in logical_lines(text):
@@ -55,7 +55,7 @@ def alias_rows(text):
     return found
 
 
-def members(text):
+def members(text: str) -> list[str]:
     """The members of a list that commas separate outside of quotes, without the quotes."""
     items, quoted = [""], False
     for sign in text:
@@ -68,7 +68,7 @@ def members(text):
     return [item.strip() for item in items if item.strip()]
 
 
-def _split_name(line):
+def _split_name(line: str) -> tuple[str, str, str]:
     if line.startswith('"'):
         name, quote, rest = line[1:].partition('"')
         if quote:

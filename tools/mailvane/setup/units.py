@@ -1,5 +1,6 @@
 """The machine's units: which of them give way to ours, drop-ins, states before and after."""
 import os
+from collections.abc import Sequence
 
 from mailvane.common import files
 from mailvane.setup.run import output
@@ -15,7 +16,7 @@ OUR_SERVICES = ("amavis", "amavisd-milter", "clamd", "maillog", "memcached", "op
                 "opendmarc")
 
 
-def has_systemd():
+def has_systemd() -> bool:
     """Whether systemd runs this machine."""
     return os.path.isdir("/run/systemd/system")
 
@@ -28,7 +29,7 @@ def states(more: tuple = ()) -> dict:
                         *names))
 
 
-def parse(text):
+def parse(text: str) -> dict[str, dict]:
     """From `systemctl show` to states by name, of the units that there are."""
     found = {}
     for block in text.split("\n\n"):
@@ -49,12 +50,12 @@ def give_way(before: dict, companions: tuple = ()) -> None:
         output("systemctl", "stop", *(unit for unit in group if unit in before))
 
 
-def filters_to_stop(before):
+def filters_to_stop(before: dict[str, dict]) -> list[str]:
     """Names of running filters that give way."""
     return [unit for unit in FILTERS if before.get(unit, {}).get("active")]
 
 
-def restore(before):
+def restore(before: dict[str, dict]) -> None:
     """Brings all units to the states that they had."""
     now = states(tuple(before))
     _switch("unmask", [unit for unit in now
@@ -67,17 +68,17 @@ def restore(before):
         output("systemctl", "start", *start)
 
 
-def _is(found, unit, wanted):
+def _is(found: dict[str, dict], unit: str, wanted: str) -> bool:
     return found.get(unit, {}).get("enabled") == wanted
 
 
-def _switch(verb, names):
+def _switch(verb: str, names: Sequence[str]) -> None:
     if names:
         # What stands in for units on machines of another kind stays.
         output("env", "SYSTEMCTL_SKIP_SYSV=1", "systemctl", "--quiet", verb, *names)
 
 
-def place_drop_ins(target, *names):
+def place_drop_ins(target: str, *names: str) -> None:
     """Makes units run with the generated configuration."""
     for unit in names:
         folder = "%s/%s.d" % (OVERRIDES, unit)
@@ -87,7 +88,7 @@ def place_drop_ins(target, *names):
     output("systemctl", "daemon-reload")
 
 
-def remove_drop_ins():
+def remove_drop_ins() -> None:
     """Makes the units run as their packages brought them."""
     for unit in DROP_INS:
         folder = "%s/%s.d" % (OVERRIDES, unit)
