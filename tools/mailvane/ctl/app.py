@@ -1,8 +1,8 @@
 """The command line of mailvanectl: options, subcommands, and everything else is an action.
 
-To add a subcommand: write its module with `WORDS`, `SUMMARY` and `run(session, words)`, which gives
-the exit status, and add its row to SUBCOMMANDS in session.py. A name there must be no action's. A
-module may have `OPTIONS`, those of FLAGS that it takes, and `candidates(before)` for the completion.
+To add a subcommand: write its module with `run(session, words)`, which gives the exit status, and add
+its row to SUBCOMMANDS in session.py. A name there must be no action's. A module may have `OPTIONS`,
+those of FLAGS that it takes, and `candidates(before)` for the completion.
 """
 import getopt
 import os

@@ -24,8 +24,6 @@ TYPE_CHECKING = False
 if TYPE_CHECKING:
     from typing import IO
 
-WORDS = "FILE"
-SUMMARY = "writes settings, lists, keys and user data to an archive"
 
 RULES_IN_FORCE = paths.CURRENT + "/amavis/" + stored_files.RULES
 PENDING = paths.GENERATED + "/pending"

@@ -7,8 +7,6 @@ from mailvane.common.errors import Usage
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "[--json]"
-SUMMARY = "the self-check as a table, the worst first"
 OPTIONS = {"--json"}
 
 WORST_FIRST = ("FAILED", "WARNING", "UNKNOWN", "OK", "OFF")

@@ -4,8 +4,6 @@ from mailvane.common.reference import Action
 from mailvane.ctl import answers
 from mailvane.ctl.session import Session
 
-WORDS = "WORD…"
-SUMMARY = "what the last word can become, for the shell"
 WITH_VALUE = ("--as", "-o", "--output")
 EVERYWHERE = ["--as", "--raw", "--output", "--help"]
 

@@ -14,8 +14,6 @@ from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "list|restore [DATE]"
-SUMMARY = "the key pairs that sign mail"
 OPTIONS = {"--json"}
 
 FOLDER = paths.ETC + "/dkim.key"

@@ -12,8 +12,6 @@ from mailvane.common.settings import stored
 from mailvane.ctl import answers, dkim, resolver, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "[--json] [--check]"
-SUMMARY = "the DNS records to publish for each mail domain"
 OPTIONS = {"--json", "--check"}
 
 LONGEST_STRING = 255  # bytes of one string of a TXT record

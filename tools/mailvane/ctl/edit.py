@@ -5,9 +5,6 @@ from mailvane.common.reference import did_you_mean
 from mailvane.ctl import answers, arguments, call
 from mailvane.ctl.session import Session
 
-WORDS = "PAGE name=value…"
-SUMMARY = "changes single members of a page"
-
 
 def run(session: Session, words: list[str]) -> int:
     """Loads the page, changes it, saves it."""

@@ -12,8 +12,6 @@ from mailvane.common.settings import changed
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "[--json]"
-SUMMARY = "the states of the settings that are kept"
 OPTIONS = {"--json"}
 
 PREFIX = "gen-"

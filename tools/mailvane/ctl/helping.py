@@ -1,13 +1,10 @@
 """mailvanectl help [NAME]: what there is, or what an action or a subcommand takes."""
 from collections.abc import Iterator
-from types import ModuleType
 
 from mailvane.common.reference import Action, Member
 from mailvane.ctl import alias_members, answers, pages
-from mailvane.ctl.session import Session
+from mailvane.ctl.session import SUBCOMMANDS, Session
 
-WORDS = "[NAME]"
-SUMMARY = "lists the actions, or says what an action or a subcommand takes"
 
 HEAD = """\
 usage: mailvanectl [OPTION]... ACTION [name=value… | JSON | -] [FILE]
@@ -26,8 +23,7 @@ Exit status: 0 done, 1 refused, 2 wrong usage, 3 no answer."""
 def run(session: Session, words: list[str]) -> int:
     """Prints the help."""
     if not words:
-        subcommands = _subcommands(session.subcommands())
-        print("\n".join([HEAD, "", "Subcommands", *subcommands, *_actions(session)]))
+        print("\n".join([HEAD, "", "Subcommands", *_subcommands(), *_actions(session)]))
         return answers.DONE
     module = session.subcommand(words[0])
     if module:
@@ -80,9 +76,9 @@ def _about(member: Member) -> str:
     return ", ".join(notes) + (": " + member.text if member.text else "")
 
 
-def _subcommands(modules: dict[str, ModuleType]) -> list[str]:
-    return ["  %-30s %s" % ("%s %s" % (name, module.WORDS), module.SUMMARY)
-            for name, module in modules.items()]
+def _subcommands() -> list[str]:
+    return ["  %-30s %s" % ("%s %s" % (name, words), summary)
+            for name, (_, words, summary) in SUBCOMMANDS.items()]
 
 
 def _actions(session: Session) -> Iterator[str]:

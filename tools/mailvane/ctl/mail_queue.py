@@ -16,8 +16,6 @@ from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "list|flush|hold|release|delete [ID]"
-SUMMARY = "the mail that waits to be delivered"
 OPTIONS = {"--json", "--yes"}
 
 CONFIGURATION = paths.CURRENT + "/postfix"

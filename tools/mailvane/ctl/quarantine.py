@@ -24,8 +24,6 @@ TYPE_CHECKING = False
 if TYPE_CHECKING:
     from typing import IO
 
-WORDS = "list|show|release|delete [ID]"
-SUMMARY = "the mail that the scanner has kept aside"
 OPTIONS = {"--json"}
 
 FOLDER = "/var/lib/mailvane/quarantine"

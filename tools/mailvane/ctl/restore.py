@@ -20,8 +20,6 @@ from mailvane.ctl.archive import State
 from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
-WORDS = "FILE"
-SUMMARY = "puts the state in an archive in force"
 
 WEB_LOGINS = "htpasswd"
 PREFIX = "staged-"

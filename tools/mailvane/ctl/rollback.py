@@ -10,9 +10,6 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, generations, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "[N]"
-SUMMARY = "brings the settings of an earlier generation back"
-
 
 def run(_session: Session, words: list[str]) -> int:
     """Rolls back."""

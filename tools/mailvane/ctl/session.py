@@ -7,22 +7,38 @@ from mailvane.common.errors import Usage
 from mailvane.common.reference import Action, did_you_mean
 from mailvane.common.requests import Requests
 
+# By name: the module, the words that it takes, what it does.
 SUBCOMMANDS = {
-    "help": "mailvane.ctl.helping",
-    "edit": "mailvane.ctl.edit",
-    "upload": "mailvane.ctl.upload",
-    "complete": "mailvane.ctl.completion",
-    "queue": "mailvane.ctl.mail_queue",
-    "quarantine": "mailvane.ctl.quarantine",
-    "backup": "mailvane.ctl.backup",
-    "restore": "mailvane.ctl.restore",
-    "generations": "mailvane.ctl.generations",
-    "rollback": "mailvane.ctl.rollback",
-    "tls": "mailvane.ctl.tls",
-    "dkim": "mailvane.ctl.dkim",
-    "dns": "mailvane.ctl.dns",
-    "check": "mailvane.ctl.check",
-    "user": "mailvane.ctl.user",
+    "help": ("mailvane.ctl.helping", "[NAME]",
+             "lists the actions, or says what an action or a subcommand takes"),
+    "edit": ("mailvane.ctl.edit", "PAGE name=value…",
+             "changes single members of a page"),
+    "upload": ("mailvane.ctl.upload", "FILE",
+               "uploads the file of an announced import"),
+    "complete": ("mailvane.ctl.completion", "WORD…",
+                 "what the last word can become, for the shell"),
+    "queue": ("mailvane.ctl.mail_queue", "list|flush|hold|release|delete [ID]",
+              "the mail that waits to be delivered"),
+    "quarantine": ("mailvane.ctl.quarantine", "list|show|release|delete [ID]",
+                   "the mail that the scanner has kept aside"),
+    "backup": ("mailvane.ctl.backup", "FILE",
+               "writes settings, lists, keys and user data to an archive"),
+    "restore": ("mailvane.ctl.restore", "FILE",
+                "puts the state in an archive in force"),
+    "generations": ("mailvane.ctl.generations", "[--json]",
+                    "the states of the settings that are kept"),
+    "rollback": ("mailvane.ctl.rollback", "[N]",
+                 "brings the settings of an earlier generation back"),
+    "tls": ("mailvane.ctl.tls", "show|install|remove [CERT KEY]",
+            "the certificate that the services show"),
+    "dkim": ("mailvane.ctl.dkim", "list|restore [DATE]",
+             "the key pairs that sign mail"),
+    "dns": ("mailvane.ctl.dns", "[--json] [--check]",
+            "the DNS records to publish for each mail domain"),
+    "check": ("mailvane.ctl.check", "[--json]",
+              "the self-check as a table, the worst first"),
+    "user": ("mailvane.ctl.user", "list|show|add|password|remove [NAME]",
+             "the people who have mail on this machine"),
 }
 
 
@@ -59,11 +75,6 @@ class Session(Requests):
         return list(SUBCOMMANDS)
 
     @staticmethod
-    def subcommands() -> dict[str, ModuleType]:
-        """The modules of all subcommands by name."""
-        return {name: importlib.import_module(module) for name, module in SUBCOMMANDS.items()}
-
-    @staticmethod
     def subcommand(name: str) -> ModuleType | None:
         """The module of a subcommand; None for another name."""
-        return importlib.import_module(SUBCOMMANDS[name]) if name in SUBCOMMANDS else None
+        return importlib.import_module(SUBCOMMANDS[name][0]) if name in SUBCOMMANDS else None

@@ -20,8 +20,6 @@ from mailvane.ctl import answers, restore, upkeep
 from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
-WORDS = "show|install|remove [CERT KEY]"
-SUMMARY = "the certificate that the services show"
 OPTIONS = {"--json"}
 
 OWN = paths.ETC + "/tls"

@@ -3,9 +3,6 @@ from mailvane.common.errors import Usage
 from mailvane.ctl import call
 from mailvane.ctl.session import Session
 
-WORDS = "FILE"
-SUMMARY = "uploads the file of an announced import"
-
 
 def run(session: Session, words: list[str]) -> int:
     """Uploads the file."""

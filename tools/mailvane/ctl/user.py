@@ -24,8 +24,6 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, local_users, mail_program, upkeep
 from mailvane.ctl.session import Session
 
-WORDS = "list|show|add|password|remove [NAME]"
-SUMMARY = "the people who have mail on this machine"
 OPTIONS = {"--json", "--yes", "--delete-mailbox", "--keep-mailbox"}
 
 PERSONAL = paths.ETC + "/personal"
