@@ -27,7 +27,7 @@ armhf_libraries=(
 )
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
-lint_packages=(ccache clang-format clang-tidy git shellcheck)
+lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)
 
 say() { echo "$*" >&2; }
 

@@ -11,10 +11,12 @@ import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools")
 
-from ctl import arguments, edit
-from ctl.reference import Reference, Usage
+from mailvane.common import requests
+from mailvane.common.errors import Usage
+from mailvane.common.reference import Reference
+from mailvane.ctl import arguments
 
 MASK = "\ufffd" * 8
 
@@ -133,7 +135,7 @@ class Sent(unittest.TestCase):
     def test_a_page_goes_back_without_its_passwords(self):
         save = REFERENCE.action("save_smtp")
         page = {name: "" if member.secret else 1 for name, member in save.members.items()}
-        sent = arguments.complete(save, edit.edited(save, {**page, "acc_items": []},
+        sent = arguments.complete(save, requests.edited(save, {**page, "acc_items": []},
                                                     {"smtp_port": 26}))
         self.assertEqual(sent, {**{name: 1 for name, member in save.members.items()
                                    if member.required}, "smtp_port": 26})
@@ -141,7 +143,7 @@ class Sent(unittest.TestCase):
     def test_the_mask_keeps_a_password_that_leaving_out_would_remove(self):
         save = REFERENCE.action("save_report")
         page = {name: 1 for name in save.members}
-        sent = arguments.complete(save, edit.edited(save, {**page, "auth_password": "leaked"}, {}))
+        sent = arguments.complete(save, requests.edited(save, {**page, "auth_password": "leaked"}, {}))
         self.assertEqual(sent["auth_password"], MASK)
         for password, sent in (("new", "new"), ("*" * 8, MASK)):
             given = {**page, "auth_password": password}

@@ -7,12 +7,13 @@ import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path[:0] = [TOP + "/tools/mailvane_setup", TOP + "/tools/mailvanectl"]
+sys.path.insert(0, TOP + "/tools")
 
-from ctl.reference import Usage
-from setup import (aliases, companions, domains, dovecot, files, listeners, logins, originals, ports,
-                   postfix, reach, relay, report, shipped, survey, tables, units)
-from setup.findings import Findings
+from mailvane.common import files, passwords
+from mailvane.common.errors import Usage
+from mailvane.setup import (aliases, companions, domains, dovecot, listeners, logins, originals,
+                            ports, postfix, reach, relay, report, shipped, survey, tables, units)
+from mailvane.setup.findings import Findings
 
 USERS = ("alice", "bob", "carol")
 
@@ -52,7 +53,7 @@ class Texts(unittest.TestCase):
             with mock.patch("sys.stdin") as stream:
                 stream.isatty.return_value = False
                 stream.readline.return_value = typed
-                self.assertRaises(Usage, logins.ask_password, "alice")
+                self.assertRaises(Usage, passwords.ask, "alice", "the web")
 
 
 def old(services="", options="", **parameters):

@@ -13,10 +13,10 @@ import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools")
 
-from ctl import app, arguments, upkeep
-from ctl.reference import Reference
+from mailvane.common.reference import Reference
+from mailvane.ctl import app, arguments, upkeep
 
 MASK = "\ufffd" * 8
 PROGRAM = """#!/bin/sh
@@ -32,8 +32,8 @@ class Commands(unittest.TestCase):
     def setUp(self):
         self.target = self.enterContext(tempfile.TemporaryDirectory())
         os.makedirs(self.target + "/ui")
-        os.makedirs(self.target + "/share/mailvanectl")
-        os.symlink(os.path.abspath(ACTIONS), self.target + "/share/mailvanectl/actions.json")
+        os.makedirs(self.target + "/share/mailvane")
+        os.symlink(os.path.abspath(ACTIONS), self.target + "/share/mailvane/actions.json")
         with open(self.target + "/ui/mailvane.cgi", "w", encoding="ascii") as file:
             file.write(PROGRAM % ((self.target,) * 3))
         os.chmod(self.target + "/ui/mailvane.cgi", 0o755)
@@ -164,7 +164,8 @@ class Commands(unittest.TestCase):
                                     (False, False, False)):
             words = json.dumps({**json.loads(full_page("save_security")),
                                 "anti_virus_enable": scans})
-            with mock.patch("ctl.consequences._scans_already", lambda before=before: before):
+            with mock.patch("mailvane.ctl.consequences._scans_already",
+                            lambda before=before: before):
                 errors = self.run_line("save_security", words, answer=answer)[2]
             self.assertEqual("mail is refused" in errors, told)
 

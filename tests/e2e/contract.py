@@ -9,7 +9,7 @@ import sys
 import urllib.parse
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools/reference")
 
 import openapi
 
