@@ -144,7 +144,8 @@ show_progress() {
             echo "$line" >>"$1"
             IFS='[/] ' read -r _ at total text <<<"$line"
             [ "$last" ] || say "Building in $total steps; log in $1"
-            show_step built "$at" "$total"
+            # An installation runs ninja once more, for next to nothing.
+            [ "$at" = 0 ] || show_step built "$at" "$total"
             ;;
         *) echo "$line" >>"$1" ;;
         esac
