@@ -143,9 +143,9 @@ show_progress() {
         '['[0-9]*/*'] '*)
             echo "$line" >>"$1"
             IFS='[/] ' read -r _ at total text <<<"$line"
+            [ "$at" != 0 ] || continue  # the installation, for which ninja runs once more
             [ "$last" ] || say "Building in $total steps; log in $1"
-            # An installation runs ninja once more, for next to nothing.
-            [ "$at" = 0 ] || show_step built "$at" "$total"
+            show_step built "$at" "$total"
             ;;
         *) echo "$line" >>"$1" ;;
         esac

@@ -73,6 +73,7 @@ def hand_over(wanted, *texts, use=lambda: None):
     text = run(SETUP, "adopt", "--yes")
     for line in texts:
         check(line in text, True, line + " in\n" + text)
+    check(text.count("People reach"), 1, "what people reach is told once in\n" + text)
     check(listening(), wanted, "ports\n" + text)
     check(run("sh", "-c", "systemctl is-active amavisd-milter || :"), "inactive\n", "its milter")
     use()
