@@ -143,6 +143,7 @@ show_progress() {
         '['[0-9]*/*'] '*)
             echo "$line" >>"$1"
             IFS='[/] ' read -r _ at total text <<<"$line"
+            [ "$at" != 0 ] || continue  # the installation, for which ninja runs once more
             [ "$last" ] || say "Building in $total steps; log in $1"
             show_step built "$at" "$total"
             ;;

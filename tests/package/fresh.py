@@ -15,6 +15,7 @@ COMPANIONS = {80: "lighttpd", 783: "spamd", 8461: "postfix-mta-sts-resolver", 11
 OLD_BOXES = {110, 143, 993, 995}  # of Debian's Dovecot as it comes
 PEOPLE = {25, 587, 143, 993}
 WATCHED = {*COMPANIONS, *OLD_BOXES, *PEOPLE, 465, 1143}
+APT = ("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", "-y", "-o", "Dpkg::Use-Pty=0")
 
 BARE = r"""
 set -e
@@ -40,8 +41,7 @@ systemctl restart postfix 2>/dev/null
 def install():
     """The installation tells what listens now, also what is configured after the package."""
     run("sh", "-c", BARE)
-    apt = ("env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "-qq", "-y", "-o", "Dpkg::Use-Pty=0")
-    text = run(*apt, "install", "/root/" + sys.argv[1], longest=1800)
+    text = run(*APT, "install", "/root/" + sys.argv[1], longest=1800)
     told = {line.split()[0]: line.split()[-1] for line in text.splitlines() if line.strip()}
     for port, package in COMPANIONS.items():
         check(told.get(str(port)), package, "told in\n" + text[-2000:])
@@ -73,6 +73,7 @@ def hand_over(wanted, *texts, use=lambda: None):
     text = run(SETUP, "adopt", "--yes")
     for line in texts:
         check(line in text, True, line + " in\n" + text)
+    check(text.count("People reach"), 1, "what people reach is told once in\n" + text)
     check(listening(), wanted, "ports\n" + text)
     check(run("sh", "-c", "systemctl is-active amavisd-milter || :"), "inactive\n", "its milter")
     use()
@@ -144,6 +145,16 @@ def dovecot_only():
     run("sh", "-c", "rm $0 && systemctl restart dovecot", own)
 
 
+def purge():
+    """Purged while it has the mail, the package gives back what it has ended, and leaves nothing."""
+    answered("Internet Site")
+    before, states = listening(), units()
+    run(SETUP, "adopt", "--yes")
+    run(*APT, "purge", "mailvane")
+    check((listening(), units()), (before, states), "given back")
+    inside.nothing_left()
+
+
 if __name__ == "__main__":
     inside.walk(install, internet, no_configuration, local_only, relayed, site, postfix_only,
-                dovecot_only)
+                dovecot_only, purge)

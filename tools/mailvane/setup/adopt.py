@@ -31,11 +31,11 @@ def run(session: app.Session, options: set[str], words: list[str]) -> int:
     states = units.states(tuple(companion.unit for companion in companions.KNOWN))
     ends, stays = companions.look(states, packages, findings.postfix_values)
     keeps_settings = "--keep-settings" in options
+    reached = reach.show(reach.planned(program, None if keeps_settings else findings))
     print("\n".join([
         *report.show(findings, keeps_settings, program.text_of),
         *report.around(postfix.waiting(), units.filters_to_stop(states), ends, stays), "",
-        *reach.show(reach.planned(program, None if keeps_settings else findings)),
-        *report.against(findings, keeps_settings)]))
+        *reached, *report.against(findings, keeps_settings)]))
     if findings.against(keeps_settings) and "--force" not in options:
         return app.UNSEEN
     if "--dry-run" in options:
@@ -43,8 +43,10 @@ def run(session: app.Session, options: set[str], words: list[str]) -> int:
     if not _agreed(session, options):
         return app.ASKED
     _take_over(session, program, None if keeps_settings else findings, ends)
-    print("\n".join(["", "The machine's mail is handed over. `mailvane-setup remove` gives it back.",
-                     "", *reach.show(reach.planned(program, None))]))
+    print("\nThe machine's mail is handed over. `mailvane-setup remove` gives it back.")
+    now = reach.show(reach.planned(program, None))
+    if now != reached:
+        print("\n".join(["", *now]))
     return app.DONE
 
 
