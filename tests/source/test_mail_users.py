@@ -6,9 +6,9 @@ import unittest
 from pathlib import Path
 
 TOP = Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(TOP / "tools/mailvane_setup"), str(TOP / "tools/mailvanectl")]
+sys.path.insert(0, str(TOP / "tools"))
 
-from setup import survey
+from mailvane.setup import survey
 
 NUMBER = re.compile(r"^constexpr unsigned (\w+) = (\d+);$", re.MULTILINE)
 
