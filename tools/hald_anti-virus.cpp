@@ -23,6 +23,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
 #include "host/libmailvane/daemons/service_control.h"
@@ -79,8 +80,8 @@ void Break(const host::StartedProgram& program)
     (void)kill(-program.pid, SIGTERM);
     if (!WaitForEnd(program, -1, kGrace)) (void)kill(-program.pid, SIGKILL);
     const std::string folder = kSignatures;
-    (void)host::RunProgram(host::system::AsUser(
-        "clamav", {"/usr/bin/find", folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
+    (void)host::RunProgram(host::system::AsUser("clamav", {host::programs::kFind, folder, "-depth",
+                                                           "-path", folder + "/tmp.*", "-delete"}));
 }
 
 /// Runs the updater; whether the signatures are up to date. It logs by itself what goes wrong.
@@ -90,8 +91,8 @@ bool Update()
     const host::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
     const std::string configuration =
         host::PackagePath("etc/generated/current/clamav/freshclam.conf");
-    const auto command =
-        host::system::AsUser("clamav", {"/usr/bin/freshclam", "--config-file=" + configuration});
+    const auto command = host::system::AsUser(
+        "clamav", {host::programs::kFreshclam, "--config-file=" + configuration});
     host::StartedProgram program;
     if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
         host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());
@@ -117,7 +118,8 @@ int RunUpdate()
     if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
 
     // An engine that had no signatures yet can start now; one that runs has been told.
-    const bool updated = Update() && host::daemons::RunControlScript("antivirus.sh", "start") == 0;
+    const bool updated =
+        Update() && host::daemons::RunControlScript(host::daemons::kAntiVirus, "start") == 0;
     (void)unlink(pidFile.c_str());
     return updated ? 0 : -1;
 }

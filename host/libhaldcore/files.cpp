@@ -99,18 +99,6 @@ bool ReadToEnd(int file, off_t expected, std::string& bytes)
     return true;
 }
 
-bool WriteAll(int file, const std::string& bytes)
-{
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t put = write(file, bytes.data() + done, bytes.size() - done);
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) return false;
-        done += static_cast<std::size_t>(put);
-    }
-    return true;
-}
-
 /// Creates a file with an unpredictable name, for its owner alone, and stores the name in `name`.
 Descriptor CreateBeside(const Place& place, std::string& name)
 {
@@ -194,6 +182,17 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode)
     // The new file is in place; a file system that cannot sync a directory changes nothing about
     // it.
     (void)fsync(directory);
+    return true;
+}
+
+bool WriteAll(int descriptor, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t put = write(descriptor, bytes.data(), bytes.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(put));
+    }
     return true;
 }
 

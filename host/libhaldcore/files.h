@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <string_view>
 
 namespace host {
 
@@ -15,6 +16,9 @@ bool ReadFile(const std::string& path, std::string& bytes);
 /// when it failed; the old file is then untouched and the temporary one removed. A symbolic link is
 /// followed, so that its target is replaced, but never in a world-writable directory.
 bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode);
+
+/// Writes all bytes to a descriptor that waits. False, with errno set, on failure.
+bool WriteAll(int descriptor, std::string_view bytes);
 
 /// Makes a directory and its missing parents with `mode`; true when it exists afterwards.
 bool MakeDirectories(const std::string& path, mode_t mode);

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 
 namespace host {
 

@@ -5,7 +5,10 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+
+#include "host/libhaldcore/text.h"
 
 void host::Log(int priority, const char* format, ...)
 {
@@ -18,10 +21,12 @@ void host::Log(int priority, const char* format, ...)
 
     if (length >= 0) {
         for (char* at = line.data(); *at != '\0'; ++at) {
-            const auto byte = static_cast<unsigned char>(*at);
-            if (byte < 0x20 || byte == 0x7f) *at = '?';
+            if (IsControl(*at)) *at = '?';
         }
         syslog(priority, "mailvane: %s", line.data());
+        if (getenv("MAILVANE_ECHO_LOG") != nullptr) {
+            (void)fprintf(stderr, "<%d>mailvane: %s\n", priority, line.data());
+        }
     }
     errno = saved;
 }

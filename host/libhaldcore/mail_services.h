@@ -10,16 +10,17 @@ struct MailService {
     int port;      ///< where the settings do not say
     bool enabled;  ///< likewise
     bool isSmtp;   ///< off while the SMTP server as a whole is
+    bool isTls;    ///< greets after a handshake
 };
 
 constexpr MailService kMailServices[] = {
-    {"smtp_enabled", "smtp_port", 25, true, true},
-    {"smtp_ssl_enabled", "smtps_port", 465, false, true},
-    {"smtp_tls_enabled", "smtp_tls_port", 587, true, true},
-    {"imap_enabled", "imap_port", 143, true, false},
-    {"imaps_enabled", "imaps_port", 993, true, false},
-    {"pop3_enabled", "pop3_port", 110, false, false},
-    {"pop3s_enabled", "pop3s_port", 995, false, false},
+    {"smtp_enabled", "smtp_port", 25, true, true, false},
+    {"smtp_ssl_enabled", "smtps_port", 465, false, true, true},
+    {"smtp_tls_enabled", "smtp_tls_port", 587, true, true, false},
+    {"imap_enabled", "imap_port", 143, true, false, false},
+    {"imaps_enabled", "imaps_port", 993, true, false, true},
+    {"pop3_enabled", "pop3_port", 110, false, false, false},
+    {"pop3s_enabled", "pop3s_port", 995, false, false, true},
 };
 
 }  // namespace host

@@ -8,12 +8,12 @@
 #include <array>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/run_program.h"
 
 namespace host {
 
 namespace {
 
-constexpr std::size_t kKeptBytes = 1U << 20;
 constexpr std::size_t kLineBytes = 800;
 constexpr int kLoggedLines = 200;
 constexpr int kReadsInOneGo = 64;  // so that a stream that never pauses holds nobody up
@@ -55,7 +55,7 @@ void ProgramOutput::Finish()
 void ProgramOutput::Add(const char* bytes, std::size_t size)
 {
     if (name_.empty()) {
-        text_.append(bytes, std::min(size, kKeptBytes - text_.size()));
+        text_.append(bytes, std::min(size, kMostCaptured - text_.size()));
     } else {
         std::for_each(bytes, bytes + size, [this](char byte) { AddToLine(byte); });
     }

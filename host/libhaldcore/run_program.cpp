@@ -13,8 +13,10 @@
 #include <csignal>
 #include <deque>
 #include <optional>
+#include <utility>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/program_output.h"
 #include "host/libhaldcore/start_program.h"
@@ -38,13 +40,8 @@ Descriptor InputOf(const std::string& text)
     if (text.empty()) return Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
 
     Descriptor file(memfd_create("input", MFD_CLOEXEC));
-    for (std::size_t done = 0; file && done < text.size();) {
-        const ssize_t put = write(file.get(), text.data() + done, text.size() - done);
-        if (put < 0 && errno != EINTR) return Descriptor();
-        if (put > 0) done += static_cast<std::size_t>(put);
-    }
-    if (file && lseek(file.get(), 0, SEEK_SET) < 0) return Descriptor();
-    return file;
+    const bool ready = file && WriteAll(file.get(), text) && lseek(file.get(), 0, SEEK_SET) == 0;
+    return ready ? std::move(file) : Descriptor();
 }
 
 /// One program from its start to its end.

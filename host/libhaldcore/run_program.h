@@ -2,10 +2,14 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace host {
+
+/// As much of the output of a program as is captured, of each stream.
+constexpr std::size_t kMostCaptured = std::size_t{1} << 20;
 
 struct ProgramResult {
     int status = -1;     ///< exit status; -1 when it could not run, was killed or ran too long
@@ -17,8 +21,8 @@ struct ProgramResult {
 
 struct ProgramOptions {
     std::chrono::milliseconds limit{120000};  ///< zero for none; the program is killed after it
-    bool capture = false;  ///< keep the output (1 MiB each at most) instead of logging it
-    std::string input;     ///< written to its standard input
+    bool capture = false;                     ///< keep the output instead of logging it
+    std::string input;                        ///< written to its standard input
 };
 
 /// Runs `arguments[0]` (an absolute path) and waits. A program under the package's `bin` inherits

@@ -14,6 +14,7 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldfirewall/firewall_rules.h"
 
@@ -48,7 +49,7 @@ int Install(const std::string& rules)
         return host::FailWithErrno();
     }
 
-    const std::string nft = host::Path("/usr/sbin/nft");
+    const std::string nft = host::Path(host::programs::kNft);
     if (access(nft.c_str(), X_OK) < 0) {
         host::Log(LOG_NOTICE, "the packet filter stays as it is: nft is not installed");
         return 0;

@@ -14,10 +14,8 @@ namespace host {
 
 namespace {
 
-constexpr uid_t kFirstMailUser = 1000;
-constexpr gid_t kFirstMailGroup = 1000;
+constexpr gid_t kFirstMailGroup = kFirstMailUser;
 constexpr gid_t kUsers = 100;
-constexpr unsigned kNobody = 65534;
 
 /// Asks the C library's name service through `get` (getpwnam_r or one of its kind).
 template <typename Record>

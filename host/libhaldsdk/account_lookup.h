@@ -7,6 +7,11 @@
 
 namespace host {
 
+/// Numbers of the accounts that get mail, and that of the account "nobody" behind them.
+constexpr unsigned kFirstMailUser = 1000;
+constexpr unsigned kLastMailUser = 65533;
+constexpr unsigned kNobody = 65534;
+
 /// Whether an account can have mail: those of the system and "nobody" cannot.
 bool IsMailUser(const User& user);
 

@@ -6,6 +6,7 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
 #include "host/libkos/account_sources.h"
 
 namespace kos {
@@ -17,10 +18,7 @@ constexpr std::time_t kDay = 86400;
 
 bool HoldsControlCharacter(const std::string& text)
 {
-    return std::any_of(text.begin(), text.end(), [](char character) {
-        const auto byte = static_cast<unsigned char>(character);
-        return byte < 0x20 || byte == 0x7f;
-    });
+    return std::any_of(text.begin(), text.end(), host::IsControl);
 }
 
 struct AdminSettings {

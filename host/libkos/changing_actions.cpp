@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "host/libhaldcore/key_value_file.h"
@@ -28,7 +27,7 @@ std::string ReadNames()
 {
     const auto file = host::KeyValueFile::Read(host::PackagePath(kFile));
     if (!file && errno != ENOENT)
-        host::Log(LOG_ERR, "%s cannot be read: %s", kFile, strerror(errno));
+        host::Log(LOG_ERR, "%s cannot be read: %s", kFile, host::ErrnoText());
     return file ? file->Get(kKey).value_or(kBuiltIn) : kBuiltIn;
 }
 

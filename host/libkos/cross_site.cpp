@@ -24,7 +24,7 @@ std::optional<std::string> WithPort(std::string_view authority, std::string_view
     const std::size_t colon = authority.rfind(':');
     const bool hasPort =
         colon != std::string_view::npos && authority.find(']', colon) == std::string_view::npos;
-    std::string text = Lower(authority);
+    std::string text = InLowerCase(authority);
     if (!hasPort) text.append(":").append(defaultPort);
     return text;
 }

@@ -28,7 +28,7 @@ std::string TakeQuoted(std::string_view& rest)
 HeaderValue HeaderValue::Parse(std::string_view text)
 {
     HeaderValue header;
-    header.value_ = Lower(Trim(CutAt(text, ';')));
+    header.value_ = InLowerCase(Trim(CutAt(text, ';')));
     while (!text.empty()) {
         const std::size_t equals = text.find_first_of("=;");
         if (equals == std::string_view::npos) break;
@@ -37,7 +37,7 @@ HeaderValue HeaderValue::Parse(std::string_view text)
             continue;
         }
 
-        std::string name = Lower(Trim(CutAt(text, '=')));
+        std::string name = InLowerCase(Trim(CutAt(text, '=')));
         text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
         const bool quoted = !text.empty() && text.front() == '"';
         std::string value = quoted ? TakeQuoted(text) : std::string();

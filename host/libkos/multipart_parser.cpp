@@ -18,7 +18,7 @@ std::optional<std::string_view> FindHeader(std::string_view header, std::string_
 {
     while (!header.empty()) {
         std::string_view line = CutAt(header, '\n');
-        if (Lower(Trim(CutAt(line, ':'))) == name) return Trim(line);
+        if (InLowerCase(Trim(CutAt(line, ':'))) == name) return Trim(line);
     }
     return std::nullopt;
 }

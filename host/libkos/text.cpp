@@ -5,15 +5,6 @@
 
 namespace kos {
 
-std::string Lower(std::string_view text)
-{
-    std::string lower(text);
-    for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    return lower;
-}
-
 std::string_view CutAt(std::string_view& rest, char separator)
 {
     const std::size_t end = std::min(rest.find(separator), rest.size());

@@ -4,9 +4,7 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -145,7 +143,7 @@ bool WebMan::State::LoadUpload(const char* directory)
         case Result::kNoSpace:
             break;
     }
-    host::Log(LOG_ERR, "the upload cannot be stored: %s", strerror(errno));
+    host::Log(LOG_ERR, "the upload cannot be stored: %s", host::ErrnoText());
     return false;
 }
 

@@ -60,8 +60,10 @@ start_services() {
     done
 }
 
+# in_use PORT: whether something of this machine listens there.
+in_use() { (: <"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
 stop_demo() {
-    "$world" alive "$state" || return 0
     local name
     for name in web postfix dovecot maillog; do
         service "$name" stop || :
@@ -93,8 +95,8 @@ show_examples() {
     login=$(admin_login)
     echo
     echo "Three requests to try, with their answers:"
-    run_example curl -s -u "$login" "$url?action=load_smtp"
-    answer=$example_answer
+    run_example curl -s -u "$login" "$url?action=load_imap_pop3"
+    answer=$(curl -s -u "$login" "$url?action=load_smtp")
     host=$(setting smtp_hostname)
     [ "$host" != mv.test ] || host=mail.mv.test
     body=$(save_body "$host" <<<"$answer")
@@ -114,7 +116,7 @@ body.update((name, loaded[name]) for name in names)
 print(json.dumps(body))' "$1"
 }
 
-# run_example COMMAND...: shows the command, runs it, shows what it printed.
+# run_example COMMAND...: shows the command, runs it, shows what it printed, in lines.
 run_example() {
     local word line='$'
     for word; do
@@ -123,6 +125,6 @@ run_example() {
         *) line+=" $word" ;;
         esac
     done
-    example_answer=$("$@")
-    printf '\n  %s\n  %s\n' "$line" "$example_answer"
+    printf '\n  %s\n' "$line"
+    printf '%s\n' "$("$@")" | sed 's/^/  /; s/.\{60,80\},/&\n   /g'
 }

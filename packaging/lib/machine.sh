@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034
-# What the commands at the top share: the packages they need from Debian, and builds.
+# What the commands at the top share: the packages they need from Debian, builds, and how far they are.
 
 build_packages=(
     g++ cmake ninja-build pkg-config
@@ -13,20 +13,21 @@ world_packages=(
     amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd lighttpd-mod-openssl fcgiwrap
-    curl hostname iproute2 logrotate openssl passwd procps python3-minimal libpython3-stdlib sqlite3
-    systemd util-linux
+    curl hostname iproute2 logrotate mount nftables openssl passwd procps
+    python3-minimal libpython3-stdlib sqlite3 systemd util-linux
 )
 test_packages=(
-    libgtest-dev libgmock-dev dnsmasq-base python3-dkim apache2-bin nginx-light
-    slapd nslcd libnss-ldapd fail2ban
+    libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
+    slapd nslcd libnss-ldapd fail2ban shfmt
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
-package_packages=(debhelper dpkg-dev fakeroot git lintian rsync)
-lint_packages=(clang-format clang-tidy git shellcheck)
+package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
+machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
+lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)
 
 say() { echo "$*" >&2; }
 
@@ -52,14 +53,31 @@ install_packages() {
     [ ${#missing[@]} -gt 0 ] || return 0
     is_root || fail "as root: apt-get install --no-install-recommends ${missing[*]}"
 
-    say "Installing ${missing[*]}"
+    local log=build/install.log
+    rm -f $log
     (
         hold_services
-        export DEBIAN_FRONTEND=noninteractive
-        apt-get -qq update
-        apt-get -qq -y --no-install-recommends install "${missing[@]}"
-    ) </dev/null >&2
+        export DEBIAN_FRONTEND=noninteractive LC_ALL=C
+        apt=(apt-get -q --no-install-recommends -o Dpkg::Use-Pty=0 -o APT::Status-Fd=3)
+        with_progress $log "${apt[@]}" update
+        announce_packages $log "${missing[@]}"
+        with_progress $log "${apt[@]}" -y install "${missing[@]}"
+    )
     [ ! -d /run/systemd/system ] || disable_services "${missing[@]}"
+}
+
+# announce_packages LOG NAME...: says how many will be installed with all they need, and how big.
+announce_packages() {
+    local log=$1
+    shift
+    apt-get --no-install-recommends --assume-no install "$@" 2>/dev/null | awk -v log_file="$log" '
+        / newly installed, / { count = $3 }
+        /^Need to get / { fetched = $4 " " $5; sub(/\/.*/, "", fetched) }
+        /^After this operation, / { size = $4 " " $5 }
+        END {
+            printf "Installing %s packages, %s", count, size
+            print (fetched + 0 ? ", " fetched " to fetch" : "") "; log in " log_file
+        }' >&2
 }
 
 # Until the shell ends, packages that are being installed start nothing.
@@ -89,9 +107,61 @@ disable_services() {
 
 # build PRESET [TARGET]...: configures once, then builds what changed.
 build() {
-    local preset=$1
+    local preset=$1 log=build/$1.log
     shift
+    rm -f "$log"
     if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
-    [ -e "build/$preset/build.ninja" ] || cmake --preset "$preset" >&2
-    cmake --build --preset "$preset" ${1:+--target "$@"} >&2
+    [ -e "build/$preset/build.ninja" ] || with_progress "$log" cmake --preset "$preset"
+    with_progress "$log" cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# --- commands that take their time ---------------------------------------------------------------
+
+# with_progress LOG COMMAND...: runs it and adds what it says to the log. How far it is, is shown by
+# what apt and ninja say of that; when it fails, the end of the log is.
+with_progress() {
+    local log=$1
+    shift
+    mkdir -p "${log%/*}"
+    echo "\$ $*" >>"$log"
+    (
+        set -o pipefail
+        "$@" </dev/null 2>&1 3>&1 | show_progress "$log"  # apt keeps its third to itself
+    ) && return
+    tail -n 30 "$log" >&2
+    fail "$1 fails; log in $log"
+}
+
+# show_progress LOG: adds the input to the log but for apt's lines that say how far it is. Shows
+# those and ninja's.
+show_progress() {
+    local line at total text last=
+    while IFS= read -r line; do
+        case $line in
+        dlstatus:*) IFS=: read -r _ _ at text <<<"$line" && show_step fetched "${at%.*}" 100 ;;
+        pmstatus:*) IFS=: read -r _ _ at text <<<"$line" && show_step installed "${at%.*}" 100 ;;
+        '['[0-9]*/*'] '*)
+            echo "$line" >>"$1"
+            IFS='[/] ' read -r _ at total text <<<"$line"
+            [ "$at" != 0 ] || continue  # the installation, for which ninja runs once more
+            [ "$last" ] || say "Building in $total steps; log in $1"
+            show_step built "$at" "$total"
+            ;;
+        *) echo "$line" >>"$1" ;;
+        esac
+    done
+    [ ! -t 2 ] || printf '\r\e[K' >&2
+}
+
+# show_step WHAT NUMBER TOTAL: one moving line with `text` on a terminal, else one at each quarter,
+# which `last` remembers.
+show_step() {
+    local percent=$(($2 * 100 / $3))
+    if [ -t 2 ]; then
+        printf '\r\e[K  %s %d %%  %.60s' "$1" $percent "$text" >&2
+        last=$1
+    elif [ "$last" != "$1 $((percent / 25))" ]; then
+        last="$1 $((percent / 25))"
+        say "  $1 $percent %"
+    fi
 }

@@ -4,9 +4,9 @@
 
 . "${BASH_SOURCE%/*}/common.sh"
 
-load_settings anti_virus_enable
-! is_on anti_virus_enable || "$package/target/bin/hald_anti-virus" update
-status=$?
+status=0
+! "$package/target/bin/hald_service" clamd wanted ||
+    "$package/target/bin/hald_anti-virus" update || status=$?
 "${BASH_SOURCE%/*}/clean_quarantine.sh" || status=$?
 "${BASH_SOURCE%/*}/clean_leftovers.sh" || status=$?
 exit "$status"

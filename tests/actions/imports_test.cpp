@@ -157,32 +157,33 @@ TEST_F(Uploads, AreImportedAsTheyWereStaged)
         "HLIBCExec /bin/mv /tmp/upload.1 /var/packages/Mailvane/etc/rules/r.cf";
     const struct {
         Description staged;
-        std::string calls;  ///< the last of them fails
+        std::vector<std::string> calls;  ///< the last of them fails
         const char* log;
     } rows[] = {
-        {access, "Access::getInstance", ""},
-        {access, "Access::getInstance > Access::importAccess 2 /tmp/upload.1",
+        {access, {"Access::getInstance"}, ""},
+        {access,
+         {"Access::getInstance", "Access::importAccess 2 /tmp/upload.1"},
          "import access fail"},
-        {copies, "BCC::getInstance", ""},
-        {copies, "BCC::getInstance > BCC::importBCC 1 /tmp/upload.1", "import access fail"},
-        {copies, "BCC::getInstance > BCC::importBCC 1 /tmp/upload.1 > BCC::GenerateBccMap",
+        {copies, {"BCC::getInstance"}, ""},
+        {copies, {"BCC::getInstance", "BCC::importBCC 1 /tmp/upload.1"}, "import access fail"},
+        {copies,
+         {"BCC::getInstance", "BCC::importBCC 1 /tmp/upload.1", "BCC::GenerateBccMap"},
          "fail to generate bcc map"},
-        {rule, "Spam::getInstance", ""},
+        {rule, {"Spam::getInstance"}, ""},
         {rule,
-         "Spam::getInstance > " + move +
-             " > Spam::enableRule r.cf > "
-             "Spam::isEnableSpamassassin > MailScanner::Service restart",
+         {"Spam::getInstance", move, "Spam::enableRule r.cf", "Spam::isEnableSpamassassin",
+          "MailScanner::Service restart"},
          "fail to restart mailscanner service"},
-        {blacks, "Spam::getInstance", ""},
-        {blacks, "Spam::getInstance > Spam::importBlackWhite 1 /tmp/upload.1",
+        {blacks, {"Spam::getInstance"}, ""},
+        {blacks,
+         {"Spam::getInstance", "Spam::importBlackWhite 1 /tmp/upload.1"},
          "import spam black white fail"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.calls);
-        const auto calls = Split(row.calls, " > ");
+        SCOPED_TRACE(Lines(row.calls));
         world.spamAssassin = true;
-        world.Fail(calls.back());
-        EXPECT_EQ(Import(row.staged), Lines(calls));
+        world.Fail(row.calls.back());
+        EXPECT_EQ(Import(row.staged), Lines(row.calls));
         if (*row.log != '\0') world.ExpectLog(row.log);
         NextCase();
     }

@@ -1,7 +1,4 @@
-// Key pair of the signer, security page, status of the anti-virus side.
-#include <cerrno>
-
-#include "filtering/anti_virus_status.h"
+// Security page.
 #include "tests/recording/action_test.h"
 
 using namespace recording;
@@ -10,23 +7,16 @@ namespace {
 
 const std::string kPrivate = "/var/packages/Mailvane/etc/dkim.key//dkim.private";
 const std::string kPublic = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
-const std::string kBegin = "-----BEGIN PUBLIC KEY-----";
-const std::string kEnd = "-----END PUBLIC KEY-----";
 
 const std::string kMakeDirectory = "mkdir /var/packages/Mailvane/etc/dkim.key/ 0644";
 const std::string kMakePrivate = "GenerateRSAPrivateKey " + kPrivate + " 1024";
 const std::string kMakePublic = "GenerateRSAPublicKey " + kPrivate + " " + kPublic;
 const std::string kReadPublic = "ReadRSAPublicKey " + kPublic;
 const std::string kAskPublic = "HLIBCFileExist " + kPublic;
-const std::string kRestartSigner =
-    "HLIBCExec /var/packages/Mailvane/target/scripts/opendkim.sh restart";
-
-using GenerateDkimKey = ActionTest;
-using AntiVirus = RecordedTest;
 
 class Security : public ActionTest {
 protected:
-    void Prepare() override { world.publicKey = kBegin + "\nQUJD\n" + kEnd + "\n"; }
+    void Prepare() override { world.publicKey = "QUJD\n"; }
 
     /// All settings of both services, with these changed.
     Json::Value Stored(const std::string& changes = "{}")
@@ -62,82 +52,6 @@ const char kStays[] = "mailscanner service:restart";
 
 }  // namespace
 
-TEST_F(GenerateDkimKey, MakesThePairAndRestartsASignerThatIsOn)
-{
-    const std::string want =
-        Lines({"Postfix::LoadSettings", kMakeDirectory, kMakePrivate, kMakePublic, kReadPublic});
-    world.FailWith("mkdir", EEXIST);  // makes no difference
-    EXPECT_EQ(Read("generate_dkim_key").status, 0);
-    EXPECT_EQ(world.Calls(), want);
-    NextCase();
-
-    world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
-    world.Fail(kRestartSigner);  // nor does this
-    world.publicKey = kBegin + "\nQUJD\nREVG\n" + kEnd + "\n";
-    EXPECT_EQ(Read("generate_dkim_key").output,
-              Answer(R"({"success": true, "dkim_public_key": "QUJDREVG"})"));
-    EXPECT_EQ(world.Calls(), want + kRestartSigner + "\n");
-}
-
-TEST_F(GenerateDkimKey, CutsTheTextAsThePublishedRecordsHaveIt)
-{
-    const std::pair<std::string, std::string> rows[] = {
-        {kBegin + "\r\nQUJD\r\nREVG\r\n" + kEnd + "\r\n", "\rQUJD\rREVG\r"},
-        {kBegin + "\nQUJD\nREVG\n", "QUJDREVG"},
-        {"QUJD\nREVG\n" + kEnd + "\n", "QUJDREVG"},
-        {"", ""},
-        {kBegin + "\nQUJD\n" + kEnd + "\nmore\n" + kBegin + "\n", "QUJD"},
-        // the place of the mark is that of the text as read
-        {"x\n" + kBegin + "\nQUJD\n" + kEnd, "x-UJD"},
-        {"\n\n" + kBegin, "--"},
-    };
-    for (const auto& [text, want] : rows) {
-        world.publicKey = text;
-        Json::Value answer = ParseJson(kSuccess);
-        answer["dkim_public_key"] = want;
-        EXPECT_EQ(Read("generate_dkim_key").output, Answer(Compact(answer)));
-    }
-
-    world.publicKey = std::string(kBegin.size() + 1, '\n') + kBegin;
-    const Reply reply = Read("generate_dkim_key");
-    EXPECT_EQ(reply.status, 255);
-    EXPECT_EQ(reply.output, "");
-    EXPECT_NE(world.TakeLog(), "");
-}
-
-TEST_F(AntiVirus, StatusIsThatOfTheFirstLiveProcessThatTellsIt)
-{
-    const std::string pids[] = {"/var/run/hald_freshclam.pid", "/var/run/hald_anti-virus.pid",
-                                "/var/run/clamd.pid", "/var/run/MailScanner.pid"};
-    const struct {
-        bool enabled;
-        const char* alive;  ///< a "1" for each of these that is
-        std::size_t asked;  ///< how many of them are looked at
-        const char* want;
-    } rows[] = {
-        {false, "0000", 2, "done"}, {true, "1111", 1, "fresh_clam"},
-        {true, "0001", 3, "error"}, {true, "0111", 2, "service_starting"},
-        {true, "0010", 4, "error"}, {false, "0100", 2, "service_starting"},
-        {true, "0011", 4, "done"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.alive);
-        if (row.enabled) world.mailScanner.Set(ParseJson(R"({"anti_virus_enable": true})"));
-        std::vector<std::string> calls = {"MailScanner::LoadSettings"};
-        for (std::size_t i = 0; i < 4; ++i) {
-            if (row.alive[i] == '1') world.livePidFiles.insert(pids[i]);
-            if (i < row.asked) calls.push_back("HLIBCProcAliveByPidFile " + pids[i]);
-        }
-        EXPECT_STREQ(AntiVirusStatus(), row.want);
-        EXPECT_EQ(world.Calls(), Lines(calls));
-        NextCase();
-    }
-
-    world.livePidFiles = {pids[0]};
-    world.Fail("MailScanner::LoadSettings");
-    EXPECT_STREQ(AntiVirusStatus(), "error");
-}
-
 TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
 {
     world.mailScanner =
@@ -166,17 +80,42 @@ TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "anti_virus_status": "error"})");
 }
 
-TEST_F(Security, AnswersAFailureOfALoadOrASave)
+TEST_F(Security, TheFirstFailureEndsAnAction)
 {
-    ExpectFailures(R"(
-generate_dkim_key | Postfix::LoadSettings | system
-load_security | Postfix::LoadSettings | system
-load_security | Postfix::LoadSettings > MailScanner::LoadSettings | system
-save_security | Postfix::LoadSettings | system
-save_security | Postfix::LoadSettings > MailScanner::LoadSettings | system
-)");
+    ExpectFailures({
+        {"load_security", "Postfix::LoadSettings"},
+        {"load_security", "MailScanner::LoadSettings"},
+        {"save_security", "Postfix::LoadSettings"},
+        {"save_security", "MailScanner::LoadSettings"},
+    });
+}
 
-    // The key pair that a failing save has made is there, so it is told.
+TEST_F(Security, AFailureOfTheFirstKeyPairIsLoggedByItsNumbers)
+{
+    const struct {
+        std::string call;
+        int line;
+        const char* log;
+        int lineOfTheSave;
+        const char* logOfTheSave;
+    } rows[] = {
+        {kMakePrivate, 1809, "Failed to GenerateRSAPrivateKey", 2036,
+         "Failed to CreateDKIMKeyPair"},
+        {kMakePublic, 1814, "Failed to GenerateRSAPublicKey", 2036, "Failed to CreateDKIMKeyPair"},
+        {kReadPublic, 1828, "Failed to ReadRSAPublicKey", 2041, "Failed to GetDKIMPublicKey"},
+    };
+    for (const auto& row : rows) {
+        world.Fail(row.call);
+        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, SystemError());
+        EXPECT_TRUE(world.LastCallIs(row.call)) << world.Calls();
+        world.ExpectLog(row.line, row.log);
+        world.ExpectLog(row.lineOfTheSave, row.logOfTheSave);
+        NextCase();
+    }
+}
+
+TEST_F(Security, AFailingSaveTellsTheKeyPairThatItHasMade)
+{
     const std::string failed = Answer(R"({"success": false, "dkim_public_key": "QUJD",
         "errinfo": {"sec": "common", "key": "error_system"}})");
     world.Fail("MailScanner::SaveSettings");
@@ -238,7 +177,6 @@ TEST_F(Security, SavePlansTheStepsOfEachChangeInOrder)
         const char *stored, *wanted;
         std::string scanner, server;
     } rows[] = {
-        {R"({"spam_enable": true})", R"({"spam_enable": true})", restart, ""},
         {R"({"spam_enable": true})", R"({"spam_enable": false, "anti_virus_enable": true})",
          restart + ", anti-virus service:start", ""},
         {R"({"anti_virus_enable": true, "spam_enable": true})", R"({"anti_virus_enable": false})",
@@ -280,35 +218,4 @@ TEST_F(Security, SaveReadsMissingMembersAsOffAndKeepsWhatIsStored)
                         "dkim service:stop, dmarc service:stop, memcache service:stop, "
                         "postfix service:restart, requeue hold:"));
     EXPECT_EQ(Stored(), before);
-}
-
-TEST_F(Security, AFailureOfANewKeyPairEndsTheRequest)
-{
-    const struct {
-        std::string call;
-        int line, saveLine;
-        const char* saveMessage;
-    } rows[] = {{kMakePrivate, 1809, 2036, "Failed to CreateDKIMKeyPair"},
-                {kMakePublic, 1814, 2036, "Failed to CreateDKIMKeyPair"},
-                {kReadPublic, 1828, 2041, "Failed to GetDKIMPublicKey"}};
-    std::string calls = kMakeDirectory + "\n";
-    for (const auto& row : rows) {
-        calls += row.call + "\n";
-        const std::string message = "Failed to " + row.call.substr(0, row.call.find(' '));
-        world.postfix.Set(ParseJson(R"({"enable_dkim": true})"));
-        world.Fail(row.call);
-        EXPECT_EQ(Read("generate_dkim_key").output, SystemError());
-        EXPECT_EQ(world.Calls(), "Postfix::LoadSettings\n" + calls);
-        world.ExpectLog(row.line, message);
-        NextCase();
-
-        world.Fail(row.call);
-        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, SystemError());
-        EXPECT_EQ(
-            world.Calls(),
-            Lines({"Postfix::LoadSettings", "MailScanner::LoadSettings", kAskPublic}) + calls);
-        world.ExpectLog(row.line, message);
-        world.ExpectLog(row.saveLine, row.saveMessage);
-        NextCase();
-    }
 }

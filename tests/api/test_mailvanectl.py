@@ -1,4 +1,4 @@
-"""mailvanectl: what becomes of the words of its command line.
+"""mailvanectl: whole command lines on a program that answers and logs as it is told.
 
   test_mailvanectl.py ACTIONS.JSON
 """
@@ -6,105 +6,24 @@ import contextlib
 import io
 import json
 import os
+import shlex
 import sys
 import tempfile
 import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools")
 
-from ctl import app, arguments, edit
-from ctl.reference import Reference, Usage
+from mailvane.common.reference import Reference
+from mailvane.ctl import app, arguments, upkeep
 
 MASK = "\ufffd" * 8
 PROGRAM = """#!/bin/sh
 { echo "$REQUEST_METHOD $QUERY_STRING $REMOTE_USER $HTTP_X_MAILVANE $CONTENT_TYPE"; cat; } >>%s/sent
+cat %s/log >&2
 cat %s/answer
 """
-
-
-class Words(unittest.TestCase):
-    """From words to members."""
-
-    def members(self, action, *words, typed=""):
-        with mock.patch("sys.stdin", io.StringIO(typed)):
-            return arguments.members_of(REFERENCE.action(action), words)
-
-    def test_values_are_of_the_documented_type(self):
-        for action, words, wanted in (
-            ("save_smtp", ["smtp_enabled=yes", "smtp_ssl_enabled=false", "smtp_port=2525"],
-             {"smtp_enabled": True, "smtp_ssl_enabled": False, "smtp_port": 2525}),
-            ("save_smtp", ["smtp_hostname=a=b", "acc_domain_name="],
-             {"smtp_hostname": "a=b", "acc_domain_name": ""}),
-            ("alias_del", ["alias=info", "alias=[x]"], None),
-            ("alias_del", ['alias=["a","b"]', "alias=c"], {"alias": ["a", "b", "c"]}),
-            ("delete_domain", ['domainList={"domain":"a"}'], {"domainList": [{"domain": "a"}]}),
-            ("set_sender_quota", ['orgSetting={"sasl_sender":"x"}', "quota=-1"],
-             {"orgSetting": {"sasl_sender": "x"}, "quota": -1}),
-            ("save_smtp", ['{"action":"x","smtp_port":25}', "smtp_enabled=no"],
-             {"smtp_port": 25, "smtp_enabled": False}),
-            ("load_log", ['{"start":5,"searchParams":{"mail_status":2}}'],
-             {"start": 5, "searchParams": '{"mail_status": 2}'}),
-            ("save_smtp", ["smtp_enabled=maybe"], None),
-            ("save_smtp", ["smtp_port=25x"], None),
-            ("save_smtp", ["smtp_port=2147483648"], None),
-            ("save_smtp", ["smtp_port=25", "smtp_port=26"], None),
-            ("save_smtp", ["smtp_prot=25"], None),
-            ("save_smtp", ['{"smtp_port":"25"}'], None),
-            ("delete_domain", ["domainList=a.test"], None),
-        ):
-            with self.subTest(action=action, words=words):
-                if wanted is None:
-                    self.assertRaises(Usage, self.members, action, *words)
-                else:
-                    self.assertEqual(self.members(action, *words), (wanted, []))
-
-    def test_passwords_are_never_taken_from_the_command_line(self):
-        for words in (["smtp_relay_password=secret"], ["smtp_relay_password="],
-                      ['{"smtp_relay_password":"secret"}']):
-            with self.assertRaises(Usage) as refusal:
-                self.members("save_relay", *words)
-            self.assertNotIn("secret", str(refusal.exception))
-
-    def test_passwords_come_from_standard_input_or_a_file(self):
-        wanted = ({"smtp_relay_password": "se cret"}, [])
-        self.assertEqual(self.members("save_relay", "smtp_relay_password=-", typed="se cret\n"),
-                         wanted)
-        self.assertEqual(self.members("save_relay", "-",
-                                      typed='{"smtp_relay_password": "se cret"}'), wanted)
-        with tempfile.NamedTemporaryFile("w") as file:
-            file.write("se cret\nmore\n")
-            file.flush()
-            self.assertEqual(self.members("save_relay", "smtp_relay_password=@" + file.name),
-                             wanted)
-        self.assertRaises(Usage, self.members, "save_relay", "smtp_relay_password=@/nowhere")
-
-
-class Sent(unittest.TestCase):
-    """Which members leave."""
-
-    def test_a_save_is_not_sent_with_members_that_would_count_as_off(self):
-        with self.assertRaisesRegex(Usage, "smtp_enabled .*edit smtp"):
-            arguments.complete(REFERENCE.action("save_smtp"), {"smtp_hostname": "a.test"})
-        given = {"smtp_relay_port": 25}
-        self.assertEqual(arguments.complete(REFERENCE.action("save_relay"), given), given)
-
-    def test_a_page_goes_back_without_its_passwords(self):
-        save = REFERENCE.action("save_smtp")
-        page = {name: "" if member.secret else 1 for name, member in save.members.items()}
-        sent = arguments.complete(save, edit.edited(save, {**page, "acc_items": []},
-                                                    {"smtp_port": 26}))
-        self.assertEqual(sent, {**{name: 1 for name, member in save.members.items()
-                                   if member.required}, "smtp_port": 26})
-
-    def test_the_mask_keeps_a_password_that_leaving_out_would_remove(self):
-        save = REFERENCE.action("save_report")
-        page = {name: 1 for name in save.members}
-        sent = arguments.complete(save, edit.edited(save, {**page, "auth_password": "leaked"}, {}))
-        self.assertEqual(sent["auth_password"], MASK)
-        given = {**page, "auth_password": "new"}
-        self.assertEqual(arguments.complete(save, given)["auth_password"], "new")
 
 
 class Commands(unittest.TestCase):
@@ -113,15 +32,17 @@ class Commands(unittest.TestCase):
     def setUp(self):
         self.target = self.enterContext(tempfile.TemporaryDirectory())
         os.makedirs(self.target + "/ui")
-        os.makedirs(self.target + "/share/mailvanectl")
-        os.symlink(os.path.abspath(ACTIONS), self.target + "/share/mailvanectl/actions.json")
+        os.makedirs(self.target + "/share/mailvane")
+        os.symlink(os.path.abspath(ACTIONS), self.target + "/share/mailvane/actions.json")
         with open(self.target + "/ui/mailvane.cgi", "w", encoding="ascii") as file:
-            file.write(PROGRAM % (self.target, self.target))
+            file.write(PROGRAM % ((self.target,) * 3))
         os.chmod(self.target + "/ui/mailvane.cgi", 0o755)
         self.enterContext(mock.patch("os.geteuid", lambda: 0))
 
-    def run_line(self, *words, answer=""):
+    def run_line(self, *words, answer="", log=""):
         """Exit status, standard output and standard error."""
+        with open(self.target + "/log", "w", encoding="utf-8") as file:
+            file.write(log)
         with open(self.target + "/answer", "w", encoding="utf-8") as file:
             file.write(answer)
         with open(self.target + "/out", "w+", encoding="utf-8") as out, \
@@ -135,6 +56,19 @@ class Commands(unittest.TestCase):
         with open(self.target + "/sent", encoding="utf-8", newline="") as file:
             return file.read()
 
+    def test_the_examples_of_the_help_are_taken(self):
+        for name in REFERENCE.names():
+            action = REFERENCE.action(name)
+            self.assertTrue(action.examples, name)
+            for line in action.examples:
+                with self.subTest(line), mock.patch.object(
+                        arguments, "_secret", lambda _, text: text):
+                    session, command, words = app._parse(self.target, shlex.split(line))
+                    given, files = arguments.members_of(action, words)
+                    self.assertEqual((command, len(files)), (name, int(action.then_upload)))
+                    self.assertLessEqual(bool(session.output), action.download)
+                    arguments.complete(action, given)
+
     def test_exit_status_and_streams(self):
         head = "Content-Type: application/json\n\n"
         for answer, status, out, err in (
@@ -142,13 +76,13 @@ class Commands(unittest.TestCase):
             ('{"success":false,"errinfo":{"sec":"error","key":"error_port_conflict",'
              '"errField":"SMTP"}}', 1, "",
              "error/error_port_conflict (SMTP): another service holds the port"),
-            ('{"success":false}', 1, "", "system log"),
+            ('{"success":false}', 1, "", "the system log says why (journalctl -t mailvane.cgi)"),
             ('{"success":true,"errinfo":{"sec":"a","key":"b"}}', 1, "", "a/b"),
             ("null", 1, "", "system log"),
-            ("no json", 3, "", "no JSON"),
+            ("no json", 3, "", "no JSON; the system log says why"),
         ):
             with self.subTest(answer):
-                got = self.run_line("save_smtp", FULL_PAGE, answer=head + answer)
+                got = self.run_line("save_smtp", full_page("save_smtp"), answer=head + answer)
                 self.assertEqual(got[:2], (status, out))
                 self.assertIn(err, got[2])
         for answer in ("", "Content-Type: text/html\n", "</table>\n"):
@@ -161,10 +95,90 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.run_line("-o", "/nowhere", "load_smtp")[0], 2)
         self.assertEqual(self.run_line("add_domain", "domain=a.test", "b.test")[0], 2)
 
+    def test_what_the_program_logs_about_the_request_is_told(self):
+        log = ('<5>mailvane: audit: user "eve", action x: done\n'
+               "<6>mailvane: step postfix restart: done\n<4>mailvane: a hint\n")
+        why = "<3>mailvane: refused \033 a value\n<3>mailvane:45 it fails\nodd\n"
+        head = 'Status: 200\n\n{"success":'
+        self.assertEqual(self.run_line("add_domain", "domain=x", answer=head + "true}", log=log),
+                         (0, '{\n  "success": true\n}\n', "mailvanectl: a hint\n"))
+        told = ("odd\nmailvanectl: add_domain: it failed:\n"
+                "  refused ? a value\n  it fails\n")
+        self.assertEqual(self.run_line("add_domain", "domain=x", answer=head + "false}",
+                                       log=log + why), (1, "", told))
+        self.assertEqual(self.run_line("load_smtp", answer="", log=why), (3, "", (
+            "odd\nmailvanectl: no answer:\n  refused ? a value\n  it fails\n")))
+
+    def test_what_cannot_be_taken_back_is_asked_for(self):
+        answer = 'Status: 200\n\n{"success":true}'
+        with mock.patch("sys.stdin", io.StringIO()):
+            self.assertEqual(self.run_line("clear_log", answer=answer)[0], 2)
+        for typed, status in (("n", 1), ("", 1), ("y", 0)):
+            with mock.patch.object(upkeep.sys, "stdin") as terminal, \
+                    mock.patch("builtins.input", lambda _, typed=typed: typed):
+                terminal.isatty.return_value = True
+                self.assertEqual(self.run_line("clear_log", answer=answer)[0], status)
+        self.assertEqual(len(self.sent().splitlines()), 2)
+        self.assertEqual(self.run_line("clear_log", "--yes", answer=answer)[0], 0)
+        self.assertEqual(self.run_line("load_smtp", "--yes", answer=answer)[0], 2)
+
+    def test_lists_come_by_pages_that_say_when_there_is_more(self):
+        answer = 'Status: 200\n\n{"success":true,"items":[],"total":%d}'
+        for words, total, query, note in (
+                ([], 51, "&limit=50", "50 of 51; the next with start=50"), ([], 50, "", ""),
+                (["start=50"], 100, "", ""), (["limit=0"], 3, "&limit=0", "0 of 3"),
+                (["limit=20", "start=20"], 41, "&start=20", "20 of 41; the next with start=40")):
+            status, out, errors = self.run_line("alias_enum", *words, answer=answer % total)
+            self.assertEqual((status, json.loads(out)["total"]), (0, total))
+            self.assertIn(query, self.sent().splitlines()[-1])
+            self.assertEqual((note in errors, bool(errors)), (True, bool(note)))
+
+    def test_markup_and_masks_are_not_for_people(self):
+        for action, answer, shown in (
+                ("alias_enum", '{"alias_member":"bob, <font color=#115ba6>R&amp;D</font>"}',
+                 {"alias_member": "bob, R&D"}),
+                ("load_report", '{"auth_password":"%s","x":"<b>"}' % MASK,
+                 {"auth_password": "*" * 8, "x": "<b>"})):
+            answer = "Status: 200\n\n" + answer
+            self.assertEqual(json.loads(self.run_line(action, answer=answer)[1]), shown)
+            raw = self.run_line("--raw", action, answer=answer)[1]
+            self.assertEqual(raw, answer.partition("\n\n")[2])
+
+    def test_the_self_check_as_a_table(self):
+        answer = "Status: 200\n\n" + json.dumps({"success": True, "settings": [
+            {"key": key, "status": status} for key, status in (
+                ("dovecot", "OK"), ("dns_mx", "FAILED"), ("pop3_port", "OFF"),
+                ("dns_spf", "WARNING"))]})
+        log = ("<4>mailvane: self-check: dns_mx is FAILED: a.test: no MX\n"
+               "<4>mailvane: self-check: dns_spf is WARNING: none\n")
+        self.assertEqual(self.run_line("check", answer=answer, log=log), (1, (
+            "STATUS   CHECK      REASON\nFAILED   dns_mx     a.test: no MX\n"
+            "WARNING  dns_spf    none\nOK       dovecot\nOFF      pop3_port\n"), ""))
+        fine = "Status: 200\n\n" + '{"success":true,"settings":[{"key":"a","status":"OFF"}]}'
+        self.assertEqual(self.run_line("check", "--json", answer=fine)[0], 0)
+
+    def test_scanning_without_signatures_is_told(self):
+        answer = "Status: 200\n\n" + json.dumps({"success": True, "settings": [
+            {"key": "virus_signatures", "status": "FAILED"}]})
+        for scans, before, told in ((True, False, True), (True, True, False),
+                                    (False, False, False)):
+            words = json.dumps({**json.loads(full_page("save_security")),
+                                "anti_virus_enable": scans})
+            with mock.patch("mailvane.ctl.consequences._scans_already",
+                            lambda before=before: before):
+                errors = self.run_line("save_security", words, answer=answer)[2]
+            self.assertEqual("mail is refused" in errors, told)
+
+    def test_users_of_a_directory_are_not_made_here(self):
+        page = 'Status: 200\n\n{"success":true,"account_type":"ldap"}'
+        for words in (["list"], ["add", "dora"], ["remove", "dora"]):
+            status, _, errors = self.run_line("user", *words, answer=page)
+            self.assertEqual((status, "an LDAP directory" in errors), (1, True))
+
     def test_reads_are_queries_and_writes_are_json(self):
         self.run_line("load_access", "search_key=a b&c=ü", "start=-1", answer="Status: 200\n\n{}")
         self.assertEqual(self.sent().splitlines()[0].split(" ")[:4], [
-            "GET", "action=load_access&search_key=a%20b%26c%3D%C3%BC&start=-1", "eve",
+            "GET", "action=load_access&limit=50&search_key=a%20b%26c%3D%C3%BC&start=-1", "eve",
             "mailvanectl"])
         self.run_line("add_domain", "domain=a.test", answer="Status: 200\n\n{}")
         head, body = self.sent().splitlines()[1:]
@@ -179,6 +193,11 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.run_line("import_access", "type=0", path, answer=answer)[0], 0)
         self.assertRegex(self.sent(), r'(?s)"type": 0\}.*multipart/form-data; boundary=(\w+)\n'
                          r'--\1\r\n.*filename="li_st"\r\n.*\r\n\r\nx@y.test OK\r\n--\1--\r\n$')
+        # The answer of an upload does not tell that the file was refused; the log does.
+        wrong = "<3>mailvane: list to import, line 2: there is no such permission\n"
+        status, out, errors = self.run_line("upload", path, answer=answer, log=wrong)
+        self.assertEqual((status, out), (1, ""))
+        self.assertIn("line 2: there is no such permission", errors)
         before = self.sent()
         self.assertEqual(self.run_line("import_access", "type=0", "/nowhere")[0], 2)
         self.assertEqual(self.sent(), before)
@@ -194,10 +213,14 @@ class Commands(unittest.TestCase):
             self.assertEqual(file.read(), "a: b\n")
 
 
+def full_page(action):
+    """All that a save must not lack, as JSON."""
+    return json.dumps({name: {"integer": 1, "boolean": True, "string": ""}[member.type]
+                       for name, member in REFERENCE.action(action).members.items()
+                       if member.required})
+
+
 if __name__ == "__main__":
     ACTIONS = sys.argv.pop(1)
     REFERENCE = Reference(ACTIONS)
-    FULL_PAGE = json.dumps({name: {"integer": 1, "boolean": True, "string": ""}[member.type]
-                            for name, member in REFERENCE.action("save_smtp").members.items()
-                            if member.required})
     unittest.main()

@@ -13,10 +13,10 @@ import unittest
 from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools")
 
-from ctl import archive, mail_queue, quarantine, resolver
-from ctl.answers import Refused
+from mailvane.ctl import archive, mail_queue, quarantine, resolver
+from mailvane.common.errors import Refused
 
 FILES = {"mailvane.conf": b'smtp_port="25"\n', "rules/my rules.cf": b"", "alias.db": b"\0" * 600,
          "dkim.key/pair-20260101T000000Z/dkim.private": b"key"}

@@ -9,13 +9,13 @@ import sys
 import urllib.parse
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools/mailvanectl")
+sys.path.insert(0, TOP + "/tools/reference")
 
 import openapi
 
 CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask"}
 SAID_ONLY = {"description", "default", "minimum", "maximum", "format", "writeOnly",
-             "contentMediaType", "contentSchema"}
+             "contentMediaType", "contentSchema", "x-time", "x-word"}
 TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None)}
 
 

@@ -28,6 +28,8 @@ SYSLOG = "/var/log/syslog"
 POSTFIX_CONFIGURATION = ETC + "/generated/current/postfix"
 WEB = ("127.0.0.1", 8080)
 
+PATIENCE = 150  # seconds after which something is not slow any more, but broken
+
 CONTRACT = contract.Contract()
 
 # What save_smtp takes besides its action.
@@ -57,7 +59,7 @@ def request(path="/mailvane.cgi", user="admin", body=None, headers=None, method=
     if user is not None:
         login = "%s:pw-%s" % (user, user)
         head["Authorization"] = "Basic " + base64.b64encode(login.encode()).decode()
-    connection = http.client.HTTPConnection(*WEB, timeout=60)
+    connection = http.client.HTTPConnection(*WEB, timeout=PATIENCE)
     with contextlib.closing(connection):
         connection.request(method or ("GET" if body is None else "POST"), path, body, head)
         answer = Answer(connection.getresponse())
@@ -120,7 +122,7 @@ def settings():
 def run(*command, check=True, **more):
     """Output of a program."""
     return subprocess.run(command, check=check, text=True, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL, timeout=60,
+                          stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL, timeout=PATIENCE,
                           **more).stdout
 
 
@@ -128,7 +130,7 @@ def control(service, verb):
     """Exit status of a control script."""
     script = "%s/scripts/%s.sh" % (TARGET, service)
     return subprocess.run([script, verb], check=False, stdin=subprocess.DEVNULL,
-                          timeout=60).returncode
+                          timeout=PATIENCE).returncode
 
 
 def postconf(name):
@@ -164,9 +166,9 @@ def listener(port, family=socket.AF_INET):
         yield
 
 
-def wait_for(condition, what, seconds=20):
+def wait_for(condition, what):
     """Waits until the condition gives something true, and returns that."""
-    end = time.monotonic() + seconds
+    end = time.monotonic() + PATIENCE
     while True:
         result = condition()
         if result:
@@ -191,7 +193,7 @@ def send(sender, recipients, subject, port=25, login=None):
     message["To"] = ", ".join(recipients)
     message["Subject"] = subject
     message.set_content("A message.\n")
-    with smtplib.SMTP("127.0.0.1", port, local_hostname="client.test", timeout=20) as client:
+    with smtplib.SMTP("127.0.0.1", port, "client.test", PATIENCE) as client:
         if login:
             client.starttls(context=unverified())
             client.login(login, "pw-" + login.partition("@")[0])
@@ -212,7 +214,7 @@ def smtp_answer(transaction, recipient):
 
 def mails(user, subject, port=143):
     """Texts of a user's mails with a subject, read by IMAP."""
-    with imaplib.IMAP4("127.0.0.1", port, timeout=20) as client:
+    with imaplib.IMAP4("127.0.0.1", port, timeout=PATIENCE) as client:
         client.starttls(unverified())
         client.login(user, "pw-" + user.partition("@")[0])
         client.select("INBOX")

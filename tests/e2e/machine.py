@@ -4,7 +4,7 @@ import os
 import signal
 import smtplib
 
-from harness import ETC, POSTFIX_CONFIGURATION, run, wait_for
+from harness import ETC, PATIENCE, POSTFIX_CONFIGURATION, run, wait_for
 
 QUEUE = ("/usr/sbin/postqueue", "-c", POSTFIX_CONFIGURATION)
 
@@ -55,7 +55,7 @@ def stopped(pid):
 
 def say_recipient(recipient, sender="x@elsewhere.test", source="203.0.113.1", helo="c.test"):
     """What the mail server answers to a client that names a recipient."""
-    with smtplib.SMTP("127.0.0.1", 25, local_hostname=helo, timeout=20,
+    with smtplib.SMTP("127.0.0.1", 25, local_hostname=helo, timeout=PATIENCE,
                       source_address=(source, 0)) as client:
         client.ehlo()
         client.command_encoding = "utf-8"

@@ -4,6 +4,8 @@ import ctypes
 import os
 import subprocess
 
+import harness
+
 SERVER = "10.1.0.1", "fd00:1::1"      # this machine in the net that it shares with the router
 ROUTER = "10.1.0.254", "fd00:1::fe"
 CLIENTS = "10.3.0.0/24", "fd00:3::/64"  # each address of them is one of the client's
@@ -41,7 +43,7 @@ _NEW_NETWORK = 0x40000000  # CLONE_NEWNET
 def make():
     """Makes it out of network namespaces; it ends with the world."""
     def run(*command):
-        subprocess.run(command, check=True, stdin=subprocess.DEVNULL, timeout=20)
+        subprocess.run(command, check=True, stdin=subprocess.DEVNULL, timeout=harness.PATIENCE)
 
     lines = _COMMANDS.split("\n")[1:-1]
     for line in lines[:2]:

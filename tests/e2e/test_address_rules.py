@@ -88,7 +88,7 @@ class Access(Pages):
         command("apply_access_setting")
         self.assertIn("Relay access denied", say(recipient="x@else.test"))
         self.assertIn("Relay access denied", say(recipient="x@else.test", sender=ALICE))
-        with smtplib.SMTP("127.0.0.1", 587, timeout=20) as client:
+        with smtplib.SMTP("127.0.0.1", 587, timeout=harness.PATIENCE) as client:
             client.starttls(context=harness.unverified())
             client.mail(ALICE)
             self.assertEqual(client.rcpt(BOB)[0], 554)
@@ -231,7 +231,7 @@ class Attachments(Pages):
         text = ("From: x@elsewhere.test\r\nSubject: attached\r\nMIME-Version: 1.0\r\n"
                 "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\ntext\r\n--b\r\n"
                 "%s; %s\r\n\r\nx\r\n--b--\r\n" % (header, parameter))
-        with smtplib.SMTP("127.0.0.1", 25, local_hostname="c.test", timeout=20) as client:
+        with smtplib.SMTP("127.0.0.1", 25, "c.test", harness.PATIENCE) as client:
             client.ehlo()
             client.mail("x@elsewhere.test")
             client.rcpt(BOB)

@@ -106,7 +106,8 @@ class ControlScripts(harness.Story):
 
 
 class UnderSystemd(unittest.TestCase):
-    """The world gets a systemctl that writes down what it is asked for, and starts one unit."""
+    """The world gets a systemctl that writes down what it is asked for, and starts and stops one
+    unit."""
 
     UNIT = "mailvane-maillog.service"
     SCRIPT = TARGET + "/scripts/maillog.sh"
@@ -116,7 +117,8 @@ class UnderSystemd(unittest.TestCase):
 
     def setUp(self):
         stand_in = ("echo \"$*\" >>%s\n[ \"$*\" != 'start %s' ] || exec %s launch\n"
-                    % (self.CALLS, self.UNIT, self.SCRIPT))
+                    "[ \"$*\" != '--no-block stop %s' ] || kill $(cat %s) || :\n"
+                    % (self.CALLS, self.UNIT, self.SCRIPT, self.UNIT, self.PID_FILE))
         self.addCleanup(control, "maillog", "start")
         self.enterContext(in_place_of("/usr/bin/systemctl", stand_in))
         os.makedirs("/run/systemd/system")

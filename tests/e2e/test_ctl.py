@@ -14,7 +14,7 @@ CTL = TARGET + "/bin/mailvanectl"
 def ctl(*words, typed="", command=(CTL,)):
     """Exit status, standard output and standard error."""
     done = subprocess.run([*command, *words], input=typed, text=True, capture_output=True,
-                          check=False, timeout=60)
+                          check=False, timeout=harness.PATIENCE)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -41,8 +41,34 @@ class Ctl(Pages):
             status, output, errors = ctl("edit", "smtp", "smtp_port=2626")
         self.assertEqual((status, output), (1, ""))
         self.assertIn("error/error_port_conflict (SMTP)", errors)
+        self.assertIn("\n  refused a value for smtp_port",
+                      ctl("edit", "smtp", "smtp_port=99999")[2])
         self.assertEqual(ctl("export_rule", "rule_name=nothing")[0], 3)
         self.assertTrue(harness.answers(25))
+
+    def test_a_refused_import_is_no_success(self):
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        write(folder + "/list", "good@far.example OK\nbad@far.example MAYBE\n")
+        for words in (["import_access", "type=0"], ["import_alias"],
+                      ["import_spam_rule", "rule_name=refused.cf"]):
+            status, output, errors = ctl(*words, folder + "/list")
+            self.assertEqual((status, output), (1, ""), words)
+            self.assertRegex(errors, "line 2|rule set|spam filter")
+        self.addCleanup(ctl, "delete_rules", "deleteList=refused.cf")
+        write(folder + "/list", "good@far.example OK\n")
+        self.done("import_access", "type=0", folder + "/list")
+        self.done("delete_access", 'deleteList={"type":0,"nameType":0,"name":"good@far.example"}')
+
+    def test_members_that_nobody_knows_are_told(self):
+        self.addCleanup(ctl, "alias_del", "alias=one", "alias=two")
+        status, _, errors = ctl("apply_alias_info", "aliasname=one", "member=bob",
+                                "member=nosuch", "member=@nogroup9", "member=x@far.example")
+        self.assertEqual((status, errors.count("\n")), (0, 2), errors)
+        self.assertIn("nosuch is not a mail user", errors)
+        self.assertIn("there is no group nogroup9", errors)
+        self.done("apply_alias_info", "orgalias=one", "aliasname=one", "member=-@nogroup9")
+        self.done("apply_alias_info", "aliasname=two", "member=one", "member=alias:one")
+        self.assertNotIn("<", self.done("alias_enum", "query=two"))
 
     def test_in_whose_name(self):
         self.assertEqual(ctl("--as", "alice", "load_smtp")[::2],

@@ -38,7 +38,7 @@ def setUpModule():
 def web(source, name, password):
     login = base64.b64encode(b"%s:%s" % (name, password)).decode()
     connection = http.client.HTTPSConnection(
-        CLIENTS[source], TLS_PORT, timeout=60, context=harness.unverified(),
+        CLIENTS[source], TLS_PORT, timeout=harness.PATIENCE, context=harness.unverified(),
         source_address=(source, 0))
     with contextlib.closing(connection):
         connection.request("GET", "/mailvane.cgi?action=load_smtp", None,
@@ -50,7 +50,8 @@ def mail(port, conversation, success):
     """A door of a mail server, opened by a conversation that has the login in it."""
     def log_in(source, name, password):
         word = base64.b64encode(b"\0%s\0%s" % (name, password))
-        with socket.create_connection((CLIENTS[source], port), 60, (source, 0)) as connection:
+        with socket.create_connection((CLIENTS[source], port), harness.PATIENCE,
+                                      (source, 0)) as connection:
             connection.sendall(conversation % word)
             return success in connection.makefile("rb").read()
     return log_in

@@ -24,7 +24,7 @@ SPOOLED = "# a comment that makes a file of more than the memory of an upload\n"
 def say(kind, *recipients, sender=STRANGER, source="127.0.0.1", subject=None):
     """The last code of the server for a message."""
     recipients = recipients or [BOB]
-    with smtplib.SMTP("127.0.0.1", 25, "client.test", 60, (source, 0)) as client:
+    with smtplib.SMTP("127.0.0.1", 25, "client.test", harness.PATIENCE, (source, 0)) as client:
         return harness.smtp_answer(
             lambda: client.send_message(message(kind, subject), sender, recipients),
             recipients[0])[0]
@@ -88,12 +88,14 @@ class Rules(Filtering):
         self.assertEqual(download.body.decode(), ZEBRA + "score LOCAL_ZEBRA 20\n")
         self.assertIn('filename="my zebra.cf"', download.headers["Content-Disposition"])
 
-        bring_in(SPOOLED + ZEBRA + "score LOCAL_ZEBRA 6\n", "import_spam_rule",
+        bring_in(SPOOLED + ZEBRA + "score LOCAL_ZEBRA 9\n", "import_spam_rule",
                  rule_name="my zebra.cf")
-        self.assertEqual(say("zebra", subject="six points"), 250)
-        text = delivered("bob", "six points")
-        self.assertIn("ubject: [SPAM] six points", text)
-        self.assertIn("LOCAL_ZEBRA=6", text)
+        self.assertEqual(say("zebra", subject="nine points"), 250)
+        text = delivered("bob", "nine points")
+        self.assertIn("ubject: [SPAM] nine points", text)
+        self.assertIn("LOCAL_ZEBRA=9", text)
+        self.configure(spam_reject_score=0)
+        self.assertEqual(say("zebra"), 554)
         self.delete()
         self.assertEqual(self.rules(), {})
         self.assertEqual(read("export_rule&rule_name=my%20zebra.cf").status, 502, "no answer")

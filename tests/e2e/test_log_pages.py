@@ -13,7 +13,6 @@ ALICE = "alice@" + DOMAIN
 FOLDER = TARGET + "/etc/maillog/"
 LIVE = TARGET + "/etc/maillog.live/"
 TEXT_LOG = "/var/log/mailvane/maillog"
-SECONDS = 2  # until an entry is shown
 
 
 def page(action, **parameters):
@@ -37,14 +36,14 @@ def period(counts, name):
 
 class Pages(harness.Story):
     def row_of(self, recipient, sender, status):
-        """Waits, not long, for the one row with a status."""
+        """Waits for the one row with a status."""
         def found():
             rows = sent_to(recipient, sender)
             return rows if [row["status"] for row in rows] == [status] else None
         return wait_for(found, "%r from %s to %s: %r" % (
-            status, sender, recipient, sent_to(recipient, sender)), SECONDS)[0]
+            status, sender, recipient, sent_to(recipient, sender)))[0]
 
-    def test_mail_shows_within_two_seconds(self):
+    def test_mail_shows(self):
         before = page("overview_load")["statistic"]
         send("first@elsewhere.test", [BOB], "incoming")
         row = self.row_of(BOB, "first@elsewhere.test", "Received")

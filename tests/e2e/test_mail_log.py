@@ -41,16 +41,17 @@ tearDownModule = file_modes.check
 
 
 class MailLog(unittest.TestCase):
-    def assert_appears(self, sender, want, seconds=2.0):
+    def assert_appears(self, sender, want):
         """Waits until the entries of a sender are those wanted: (recipient, status)."""
         def found():
             return [(to, status) for to, status, _ in entries(sender)] == want
         try:
-            wait_for(found, "entries", seconds)
+            wait_for(found, "entries")
         except AssertionError:
             self.fail("%r: got %r, want %r" % (sender, entries(sender), want))
 
-    def test_received_within_two_seconds(self):
+    def test_received(self):
+        start = int(time.time())
         send("one@elsewhere.test", [BOB, "carol@" + DOMAIN], "to be logged")
         delivered("bob", "to be logged")
         self.assert_appears("one@elsewhere.test",
@@ -59,7 +60,7 @@ class MailLog(unittest.TestCase):
         self.assertTrue(all(100 < size < 5000 for size in sizes), sizes)
         date, message_id = ask("SELECT date, queue_id FROM entry WHERE mail_from = ?",
                                "one@elsewhere.test")[0]
-        self.assertLess(abs(time.time() - date), 30)
+        self.assertTrue(start <= date <= time.time(), date - start)
         self.assertGreater(len(message_id), 8)
         self.assertNotEqual(os.stat("/proc/%d" % pid_of(PID_FILE)).st_uid, 0)
 
@@ -77,7 +78,7 @@ class MailLog(unittest.TestCase):
 
     def test_deferred_then_sent(self):
         send("bob@" + DOMAIN, ["x@far.test"], "waits", port=587, login="bob")
-        self.assert_appears("bob@" + DOMAIN, [("x@far.test", RESENT)], 10)
+        self.assert_appears("bob@" + DOMAIN, [("x@far.test", RESENT)])
 
         sink = subprocess.Popen(["/usr/sbin/smtp-sink", "-u", "nobody", "127.0.0.1:2599", "10"])
         self.addCleanup(lambda: (sink.kill(), sink.wait()))
@@ -87,7 +88,7 @@ class MailLog(unittest.TestCase):
                  [(SENT,)], "the second attempt")
         self.assert_appears("bob@" + DOMAIN, [("x@far.test", RESENT)])
         send("carol@" + DOMAIN, ["y@far.test"], "at once", port=587, login="carol")
-        self.assert_appears("carol@" + DOMAIN, [("y@far.test", SENT)], 5)
+        self.assert_appears("carol@" + DOMAIN, [("y@far.test", SENT)])
 
     def test_nothing_is_lost_or_doubled_by_a_kill_and_a_rotation(self):
         os.kill(pid_of(PID_FILE), signal.SIGKILL)
@@ -108,5 +109,5 @@ class MailLog(unittest.TestCase):
         run("setpriv", "--reuid=bob", "--regid=bob", "--clear-groups", "logger", "-p", "mail.info",
             "-t", "postfix/smtp[1]", line)
         send("five@elsewhere.test", [BOB], "after the forgery")
-        self.assert_appears("five@elsewhere.test", [(BOB, RECEIVED)], 5)
+        self.assert_appears("five@elsewhere.test", [(BOB, RECEIVED)])
         self.assertEqual(ask("SELECT 1 FROM entry WHERE mail_to LIKE 'forged%'"), [])

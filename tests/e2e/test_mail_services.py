@@ -26,7 +26,7 @@ def setUpModule():
 
 def talk(port, *lines, tls=False, source=STRANGER):
     """What a server says to some lines sent one after the other, its greeting first."""
-    with socket.create_connection(("127.0.0.1", port), 20, (source, 0)) as connection:
+    with socket.create_connection(("127.0.0.1", port), harness.PATIENCE, (source, 0)) as connection:
         if tls:
             connection = harness.unverified().wrap_socket(connection)
         with connection, connection.makefile("rb") as answer:

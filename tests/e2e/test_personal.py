@@ -32,7 +32,7 @@ def setUpModule():
 
 def submit(text, sender=BOB, recipient=ALICE):
     """Hands in a message as it stands."""
-    with smtplib.SMTP("127.0.0.1", 25, local_hostname="client.test", timeout=20) as client:
+    with smtplib.SMTP("127.0.0.1", 25, "client.test", harness.PATIENCE) as client:
         client.sendmail(sender, [recipient], text.encode().replace(b"\n", b"\r\n"))
 
 
@@ -214,7 +214,7 @@ class Report(harness.Story):
         self.change("save_report", **{**page, **members})
 
     def send_report(self, option="--now"):
-        return subprocess.run([REPORT, option], check=False, timeout=60).returncode
+        return subprocess.run([REPORT, option], check=False, timeout=harness.PATIENCE).returncode
 
     def reports(self):
         return parsed(mails("bob", "Mail report of"))

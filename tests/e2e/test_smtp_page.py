@@ -64,7 +64,7 @@ class Mail(harness.Story):
                 send(*arguments)
 
     def test_passwords_are_checked(self):
-        with smtplib.SMTP("127.0.0.1", 587, timeout=20) as client:
+        with smtplib.SMTP("127.0.0.1", 587, timeout=harness.PATIENCE) as client:
             client.ehlo()
             self.assertNotIn("auth", client.esmtp_features, "no password in the clear")
             client.starttls(context=harness.unverified())

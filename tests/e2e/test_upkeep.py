@@ -1,7 +1,10 @@
 """The day-to-day tools of mailvanectl: what they do to real mail, keys and daemons."""
 import hashlib
+import imaplib
 import json
 import os
+import pwd
+import shutil
 import smtplib
 import ssl
 
@@ -68,7 +71,7 @@ class Mail(Upkeep):
     def test_the_quarantine(self):
         tell("save_spam_config", spam_enable=True, spam_action="quarantine", spam_reject_score=12)
         self.addCleanup(tell, "save_spam_config", spam_enable=False)
-        with smtplib.SMTP("127.0.0.1", 25, "client.test", 60) as client:
+        with smtplib.SMTP("127.0.0.1", 25, "client.test", harness.PATIENCE) as client:
             client.send_message(message("spam", "kept aside"))
         kept = wait_for(lambda: self.told("quarantine", "list"), "the quarantine")[0]
         self.assertEqual((kept["subject"], kept["recipients"]), ("kept aside", ["bob@" + DOMAIN]))
@@ -196,11 +199,110 @@ class Keys(Upkeep):
         self.assertEqual((status, states), (1, ["published"] * 3 + ["missing"]))
 
 
+def mail_program(access, password, subject):
+    """Sends a user a mail of its own and fetches it by what the user was told; the connection."""
+    outgoing, incoming = access["outgoing"][0], access["incoming"][0]
+    with smtplib.SMTP(outgoing["server"], outgoing["port"], timeout=20) as client:
+        client.starttls(context=harness.unverified())
+        client.login(access["login"], password)
+        client.sendmail(access["address"], [access["address"]],
+                        "From: %s\nSubject: %s\n\nHello\n" % (access["address"], subject))
+    client = imaplib.IMAP4_SSL(incoming["server"], incoming["port"], timeout=20,
+                               ssl_context=harness.unverified())
+    client.login(access["login"], password)
+
+    def found():
+        client.select("INBOX")
+        return client.search(None, "SUBJECT", subject)[1][0]
+
+    wait_for(found, "the mail " + subject)
+    return client
+
+
+class Users(Upkeep):
+    def setUp(self):
+        super().setUp()
+        self.done("edit", "imap_pop3", "imaps_enabled=yes")
+
+    def add(self, name, password):
+        status, output, errors = ctl("user", "add", name, "--json", typed=password + "\n")
+        self.assertEqual((status, errors), (0, ""))
+        return json.loads(output)
+
+    def test_from_the_first_mail_to_the_last(self):
+        log = SystemLog()
+        access = self.add("dora", "the first one")
+        account = pwd.getpwnam("dora")
+        self.assertEqual((os.stat(account.pw_dir).st_mode & 0o777, account.pw_shell),
+                         (0o700, "/usr/sbin/nologin"))
+        self.assertEqual([(one["protocol"], one["port"], one["encryption"], one["answers"])
+                          for one in access["incoming"] + access["outgoing"]],
+                         [("IMAP", 993, "SSL/TLS", True), ("IMAP", 143, "STARTTLS", True),
+                          ("SMTP", 587, "STARTTLS", True)])
+        mail_program(access, "the first one", "one").logout()
+        self.assertEqual(ctl("user", "password", "dora", typed="the second one\n")[0], 0)
+        self.assertRaises(smtplib.SMTPAuthenticationError, mail_program, access,
+                          "the first one", "refused")
+        connected = mail_program(access, "the second one", "two")
+        tell("save_personal", user="dora", forward_enable=True, forward_addr="x@far.example",
+             keep_copy=True, reply_enable=False, subject="", message="")
+        tell("apply_alias_info", aliasname="music",
+             member=[{"name": "dora", "type": 0, "is_join": True}])
+
+        for words in (["--yes"], ["--keep-mailbox"], ["--keep-mailbox", "--delete-mailbox"]):
+            self.refused("user", "remove", "dora", *words, status=2)
+        status, output, errors = ctl("user", "remove", "dora", "--keep-mailbox", "--yes")
+        self.assertEqual((status, "stays in /home/dora" in output), (0, True))
+        self.assertIn("dora is still a member of the alias music", errors)
+        self.assertRaises(imaplib.IMAP4.error, connected.noop)
+        connected.shutdown()
+        self.assertRaises(KeyError, pwd.getpwnam, "dora")
+        self.assertFalse(os.path.exists(ETC + "/personal/dora.json"))
+        self.assertTrue(os.listdir("/home/dora/Maildir/cur"))
+        kept = os.stat("/home/dora")
+        self.assertEqual((kept.st_uid, kept.st_mode & 0o777), (0, 0o700))
+        audit = "\n".join(log.audit())
+        self.assertIn("action user remove: done; to change: dora", audit)
+        self.assertNotIn("the first one", audit)
+
+        # Who comes later does not get that mail.
+        self.done("alias_del", "alias=music")
+        self.assertEqual(ctl("user", "add", "dora", typed="the third one\n")[0], 1)
+        shutil.rmtree("/home/dora")
+        self.add("dora", "the third one")
+        self.done("user", "remove", "dora", "--delete-mailbox", "--yes")
+        self.assertFalse(os.path.exists("/home/dora"))
+
+    def test_what_is_refused(self):
+        tell("apply_alias_info", aliasname="sales",
+             member=[{"name": "bob", "type": 0, "is_join": True}])
+        self.addCleanup(tell, "alias_del", alias=["sales"])
+        before = pwd.getpwall()
+        for words, why in ((["add", "Dora"], "no name"), (["add", "../x"], "no name"),
+                           (["add", "a:b"], "no name"), (["add", "bob"], "already"),
+                           (["add", "sales"], "alias"), (["add", "postmaster"], "elsewhere"),
+                           (["add", "nobody"], "already"),
+                           (["password", "root"], "no mail user"),
+                           (["password", "nobody"], "no mail user"),
+                           (["remove", "root", "--yes", "--keep-mailbox"], "no mail user"),
+                           (["remove", "admin", "--yes", "--keep-mailbox"], "administrator")):
+            with self.subTest(words):
+                status, output, errors = ctl("user", *words, typed="long enough\n")
+                self.assertEqual((status, output), (1, ""))
+                self.assertIn(why, errors)
+        for password in ("", "short\n", "with a \t tab in it\n"):
+            self.assertEqual(ctl("user", "add", "dora", typed=password)[0], 2)
+        self.assertEqual(pwd.getpwall(), before)
+        self.assertLessEqual({"alice", "bob", "admin"},
+                             {user["name"] for user in self.told("user", "list")})
+
+
 class WhoMay(Upkeep):
     def test_root_alone(self):
         as_bob = ["/usr/bin/setpriv", "--reuid=bob", "--clear-groups", CTL]
         for words in (["queue", "list"], ["quarantine", "list"], ["backup", "/tmp/x"],
-                      ["restore", "/tmp/x"], ["rollback"], ["tls", "show"], ["dkim", "list"]):
+                      ["restore", "/tmp/x"], ["rollback"], ["tls", "show"], ["dkim", "list"], ["user", "list"],
+                      ["check"]):
             self.assertEqual(ctl(*words, command=as_bob),
                              (2, "", "mailvanectl: only root can do this\n"))
             self.assertIn(words[0], self.done("help", words[0]))

@@ -16,7 +16,8 @@ class Web(harness.Story):
     def test_an_administrator_is_made(self):
         def make(password):
             return subprocess.run([harness.TARGET + "/bin/mailvane-setup", "admin", "dorothea"],
-                                  input=password, text=True, check=False, timeout=60).returncode
+                                  input=password, text=True, check=False,
+                                  timeout=harness.PATIENCE).returncode
 
         before = snapshot(ETC)
         self.assertEqual((make("too short\n"), make("")), (2, 2))

@@ -37,7 +37,8 @@ def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, hea
     if body is not None:
         head.setdefault("Content-Type", "application/json")
     context = ssl.create_default_context(cafile=ETC + "/tls/cert.pem")
-    connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=60, context=context)
+    connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=harness.PATIENCE,
+                                             context=context)
     with contextlib.closing(connection):
         connection.request("GET" if body is None else "POST", path, body, head)
         yield connection.getresponse()
@@ -71,7 +72,7 @@ def start(name):
     """Starts a server with TLS."""
     environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
     subprocess.run(SERVERS[name][0], check=True, env=environment, stdin=subprocess.DEVNULL,
-                   timeout=60)
+                   timeout=harness.PATIENCE)
 
 
 @contextlib.contextmanager

@@ -19,7 +19,7 @@ class World(unittest.TestCase):
     def world(self, verb, *arguments):
         return subprocess.run([WORLD, verb, self.state, *arguments], check=False, text=True,
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, timeout=30)
+                              stderr=subprocess.STDOUT, timeout=150)
 
     def inside(self, script):
         return self.world("enter", "/bin/sh", "-c", script)

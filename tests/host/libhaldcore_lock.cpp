@@ -73,7 +73,17 @@ TEST_F(Lock, IsReentrantAndEndsWithItsLastRelease)
 TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
 {
     const std::string log = root + "/log";
-    ASSERT_EQ(LockResult::kHeld, TakeLock(kAtOnce));
+    // The holder has waited itself, and has given its place back.
+    const pid_t before = Taker(kAtOnce, [] { pause(); });
+    while (TryInAnotherProcess() == kHeld) std::this_thread::sleep_for(milliseconds(5));
+    std::thread end([before] {
+        std::this_thread::sleep_for(milliseconds(50));
+        kill(before, SIGKILL);
+    });
+    ASSERT_EQ(LockResult::kHeld, TakeLock(seconds(20)));
+    end.join();
+    EXPECT_EQ(-SIGKILL, StatusOf(before));
+
     for (int i = 0; i < 8; ++i) {
         Taker(seconds(20), [&] {
             const int file = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);

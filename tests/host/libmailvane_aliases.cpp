@@ -143,6 +143,7 @@ TEST_F(Aliases, ReachEachRecipientOnceWithoutLoops)
         {"a: \\bob\nbob: carol\n", "a", "carol "},
         {"f: \\g\ng: \\f\n", "f", "f "},
         {"a: g@mv.test\ng: A+x@two.TEST, z@localhost\n", "a", "A+x z "},
+        {"a: g+news@mv.test\ng: bob\n", "a", "bob "},
         {"sales: %staff\n", "sales", "alice sales bob "},
         {"a: root@mv.test\n", "a", "alice "},
         {"a: root\nroot: bob\n", "a", "bob "},

@@ -45,6 +45,7 @@ TEST_F(Totals, HavePeriodsOfTheMachinesTimeZone)
         std::int64_t seconds;            ///< length of the last period
     } rows[] = {
         {"UTC", 24, "2026-11-21 13:30", "2026-11-20 14:00", "2026-11-21 14:00", 3600},
+        {"UTC", 59, "2026-11-21 13:30", "2026-11-19 03:00", "2026-11-21 14:00", 3600},
         {"Asia/Kolkata", 2, "2026-11-21 13:30", "2026-11-21 12:00", "2026-11-21 14:00", 3600},
         // Days that are longer and shorter than others.
         {"Europe/Berlin", 7, "2026-10-25 01:00", "2026-10-19 00:00", "2026-10-26 00:00", 90000},

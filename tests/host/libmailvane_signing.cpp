@@ -11,6 +11,7 @@
 #include "host/libmailvane/render/postfix.h"
 #include "platform/mailvane/rsa_key.h"
 #include "tests/host/machine.h"
+#include "tools/from_check/authors.h"
 
 namespace {
 
@@ -119,7 +120,8 @@ TEST_F(RsaKeys, KeysPutThereByHandAreKeptAsPairsToo)
 TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
 {
     const std::string dkim = "{ unix:/run/mailvane/opendkim/socket, default_action=tempfail }";
-    const std::string dmarc = "{ unix:/run/mailvane/opendmarc/socket, default_action=accept }";
+    const std::string dmarc = "{ unix:/run/mailvane/opendmarc/socket, default_action=tempfail }";
+    const std::string from = "{ unix:private/from-check, default_action=tempfail }, ";
     const std::string scan =
         "{ unix:/run/mailvane/amavisd-milter/socket, default_action=tempfail }";
     const struct {
@@ -127,9 +129,10 @@ TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
     } rows[] = {
         {"", "", "", ""},
         {"enable_dkim ", dkim, dkim, dkim},
-        {"enable_dmarc ", dkim + ", " + dmarc, "", ""},  // the checker needs the verifier first
+        {"enable_dmarc ", from + dkim + ", " + dmarc, "",
+         ""},  // the checker needs the verifier first
         // What the scanner changes must not break a signature, and what is refused needs no scan.
-        {"enable_dkim enable_dmarc spam_enable ", dkim + ", " + dmarc + ", " + scan,
+        {"enable_dkim enable_dmarc spam_enable ", from + dkim + ", " + dmarc + ", " + scan,
          scan + ", " + dkim, dkim},
     };
     for (const auto& row : rows) {
@@ -158,6 +161,53 @@ TEST(Filters, SpfIsAskedLast)
                         "check_policy_service unix:private/policyd-spf\n"),
               std::string::npos)
         << main;
+}
+
+TEST(FromCheck, TellsOneDomainOrNothing)
+{
+    const std::string address = "b@c.d";
+    const std::pair<std::string, const char*> rows[] = {
+        {address, "c.d"},
+        {"\n\tA B <" + address + " >\r\n", "c.d"},
+        {"b@c.d (of (the) board), \"A, (B \\\" <\" <x@C.D>", "C.D"},
+        {"=?utf-8?Q?=41?= [news]: x <b@c.d>", "c.d"},
+        {"A :) <b@c.d>", "c.d"},
+        {"b@\xc3\xa4-_1", "\xc3\xa4-_1"},
+        {std::string(2048 - address.size(), ' ') + address, "c.d"},
+        {std::string(2049 - address.size(), ' ') + address, ""},
+        {"", ""},
+        {"b", ""},
+        {"@c.d", ""},
+        {"b@", ""},
+        {"b@c..d", ""},
+        {"b@.c", ""},
+        {"b@c.d.", ""},
+        {"b@[192.0.2.1]", ""},
+        {"b@x@c.d", ""},
+        {"b@c.d x", ""},
+        {"b@c.d\x01", ""},
+        {"b@c.d, x@e.f", ""},
+        {"b@c.d,", ""},
+        {", b@c.d", ""},
+        {"A, B <b@c.d>", ""},
+        {"<b@c.d> <x@e.f>", ""},
+        {"x@e.f> <b@c.d>", ""},
+        {"x@e.f: <b@c.d>", ""},
+        {"<@e.f:b@c.d>", ""},
+        {"G: b@c.d;", ""},
+        // What has no end, or ends in one place for some and in another for others.
+        {"\"A <b@c.d>", ""},
+        {"A\\\" <b@c.d>", ""},
+        {"(A <b@c.d>", ""},
+        {"(\") \"A, B\" <b@c.d>", ""},
+        {"(\\) <b@c.d>", ""},
+        {"[A <b@c.d>", ""},
+        {"[ \"] <x@e.f> \" ] <b@c.d>", ""},
+        {"[A, B] <b@c.d>", ""},
+    };
+    for (const auto& [value, want] : rows) {
+        EXPECT_EQ(from_check::DomainOfAuthors(value), want) << value;
+    }
 }
 
 }  // namespace

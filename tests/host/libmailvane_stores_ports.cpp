@@ -3,7 +3,7 @@
 #include <map>
 #include <set>
 
-#include "host/libmailvane/system/listening_ports.h"
+#include "host/libmailvane/daemons/listening_ports.h"
 #include "platform/mailvane/web_utils.h"
 #include "tests/host/machine.h"
 
@@ -71,7 +71,7 @@ TEST_F(Ports, TellOurServersFromOthers)
             << row.name;
     }
     EXPECT_EQ((std::set<int>{465, 587}),
-              host::system::PortsHeldByOthers({25, 26, 143, 465, 587, 2525}));
+              host::daemons::PortsHeldByOthers({25, 26, 143, 465, 587, 2525}));
 }
 
 }  // namespace

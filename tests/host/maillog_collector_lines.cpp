@@ -5,7 +5,7 @@
 #include <ctime>
 #include <string>
 
-#include "tools/maillog_collector/log_clock.h"
+#include "host/libmailvane/maillog/log_clock.h"
 #include "tools/maillog_collector/log_event.h"
 #include "tools/maillog_collector/log_fields.h"
 
@@ -51,12 +51,27 @@ TEST(LogClock, YearAndZone)
     ASSERT_EQ(0, setenv("TZ", "UTC", 1));
     tzset();
     constexpr std::int64_t kNow = 1798761600;  // 2027-01-01 00:00:00
-    collector::LogClock clock(kNow);
+    host::maillog::LogClock clock(kNow);
     EXPECT_EQ(kNow - 1, clock.Seconds("Dec 31 23:59:59"));
     EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));
     for (const char* stamp : {"", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21T04:16:59"})
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
+}
+
+TEST(LogClock, AnHourThatComesTwice)
+{
+    ASSERT_EQ(0, setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1));
+    tzset();
+    constexpr std::int64_t kAgain = 1792890000;  // 2026-10-25 02:00:00 for the second time
+    host::maillog::LogClock clock(kAgain - 1);
+    EXPECT_EQ(kAgain - 3601, clock.Seconds("Oct 25 01:59:59"));
+    EXPECT_EQ(kAgain - 3600, clock.Seconds("Oct 25 02:00:00"));
+    clock.SetNow(kAgain + 10);
+    EXPECT_EQ(kAgain - 1, clock.Seconds("Oct 25 02:59:59"));
+    EXPECT_EQ(kAgain + 5, clock.Seconds("Oct 25 02:00:05"));
+    clock.SetNow(kAgain + 3600);
+    EXPECT_EQ(kAgain + 3600, clock.Seconds("Oct 25 03:00:00"));
 }
 
 TEST(LogEvent, TextsOfStrangersNameNoQueueId)
@@ -72,6 +87,8 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         {"smtp" + to + "mx.far.test[203.0.113.9]:25" + sent + other + ")", EventKind::kSent, ""},
         {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + other + ")", EventKind::kScanned,
          other},
+        {"lmtp" + to + "127.0.0.1[127.0.0.1]:10024" + sent + "4jWf7T69kfzm4Dv, queued as " + other,
+         EventKind::kScanned, other},
         {"smtpd[1]: " + other + ": client=x[203.0.113.9], orig_queue_id=4jWf7T69kfzm4Dv",
          EventKind::kAccepted, ""},
     };
@@ -81,6 +98,15 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         EXPECT_EQ(row.kind, event->kind) << row.line;
         EXPECT_EQ(row.other, event->other) << row.line;
     }
+}
+
+TEST(LogEvent, AMessagePutIntoTheQueueAgainIsNoNewOne)
+{
+    const auto event =
+        Parse("pickup[1]: 4jWf6M2n8mzm4JH: uid=0 from=<a@b.test> orig_id=4jWf7T69kfzm4Dv");
+    ASSERT_TRUE(event);
+    EXPECT_EQ("4jWf7T69kfzm4Dv", event->other);
+    EXPECT_TRUE(event->requeued);
 }
 
 TEST(LogEvent, AddressesEndWhereTheyEnd)
@@ -111,6 +137,30 @@ TEST(LogEvent, WhatSaysNothingAboutAMessage)
           "smtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=deliverable (ok)",
           "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)"})
         EXPECT_FALSE(Parse(text)) << text;
+}
+
+TEST(LogEvent, OnlyTheSelfChecksOwnProbeIsLeftOut)
+{
+    const std::string reason = ": 554 5.7.1 <somebody@self-check.invalid>: Relay access denied";
+    const std::string to = " to=<somebody@self-check.invalid>";
+    const std::string helo = " proto=ESMTP helo=<self-check.invalid>";
+    const std::string envelope = "; from=<>" + to + helo;
+    const auto isEntry = [](const std::string& rest) {
+        return Parse("smtpd[1]: NOQUEUE: reject: RCPT from " + rest).has_value();
+    };
+    for (const std::string client : {"unknown[127.0.0.2]", "localhost[::1]"})
+        EXPECT_FALSE(isEntry(client + reason + envelope)) << client;
+
+    const std::string client = "unknown[127.0.0.2]";
+    for (const std::string& rest :
+         {"x[203.0.113.9]" + reason + envelope, "unknown[127.0.0.1]" + reason + envelope,
+          client + reason + "; from=<a@b.test>" + to + helo,
+          client + reason + "; from=<> to=<bob@mv.test>" + helo,
+          client + reason + "; from=<>" + to + " proto=ESMTP helo=<x>",
+          client + reason + "; from=<a@b.test> to=<c@d.test> proto=ESMTP helo=<x" + envelope})
+        EXPECT_TRUE(isEntry(rest)) << rest;
+    EXPECT_TRUE(
+        Parse("cleanup[1]: 4jWf6r34W6zm4H4: reject: RCPT from " + client + reason + envelope));
 }
 
 TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)

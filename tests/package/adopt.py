@@ -120,7 +120,7 @@ def refuse():
     text = run(SETUP, "adopt", "--dry-run")
     for line in ("smtp_hostname = mail.old.test", "acc_domain_name = old.test", "second.test",
                  "smtp_relay_server = 127.0.0.1", "smtp_relay_account = relay-user",
-                 "message_size_limit_mb = 20", "office: alice, bob", "pop3_enabled = no",
+                 "message_size_limit_mb = 20", "mail to office goes to alice, bob", "pop3_enabled = no",
                  "alias tickets: |/usr/bin/logger -t tickets"):
         check(line in text, True, line + " in\n" + text)
     check(RELAY_PASSWORD in text, False, "the password is shown")

@@ -32,11 +32,24 @@ for number in range(int(sys.argv[2])):
 print("%.1f" % longest)
 """
 
+# Sends one message as a user's mail program does.
+SUBMITTER = r"""
+import smtplib, sys
+user, password, sender, recipient, subject = sys.argv[1:]
+with smtplib.SMTP("127.0.0.1", 587, timeout=60) as server:
+    server.starttls()
+    server.login(user, password)
+    server.sendmail(sender, [recipient], "From: %s\nSubject: %s\n\nbody\n" % (sender, subject))
+"""
+
 # All subjects in a mailbox, as its user sees them.
 READER = r"""
 import imaplib, sys
-box = imaplib.IMAP4("127.0.0.1")
-box.starttls()
+if sys.argv[3] == "993":
+    box = imaplib.IMAP4_SSL("127.0.0.1")
+else:
+    box = imaplib.IMAP4("127.0.0.1")
+    box.starttls()
 box.login(sys.argv[1], sys.argv[2])
 box.select()
 for part in box.fetch("1:*", "(BODY[HEADER.FIELDS (SUBJECT)])")[1]:
@@ -50,10 +63,10 @@ def command(*words):
     return [MACHINE, "run", STATE, *words]
 
 
-def run(*words, typed="", wanted=0):
-    """Standard output of a command in the machine."""
+def run(*words, typed="", wanted=0, longest=300):
+    """Standard output of a command in the machine, which takes so many seconds at most."""
     done = subprocess.run(command(*words), input=typed, text=True, capture_output=True, check=False,
-                          timeout=300)
+                          timeout=longest)
     if done.returncode != wanted:
         raise SystemExit("%s: status %d instead of %d\n%s%s" % (
             " ".join(words)[:200], done.returncode, wanted, done.stdout, done.stderr))
@@ -80,9 +93,9 @@ def check(got, wanted, what):
         raise SystemExit("%s: got %r, want %r" % (what, got, wanted))
 
 
-def subjects(user):
+def subjects(user, port=143):
     """Subjects of a user's mail in any order."""
-    return sorted(python(READER, user, PASSWORD).splitlines())
+    return sorted(python(READER, user, PASSWORD, str(port)).splitlines())
 
 
 class Sending:
@@ -119,9 +132,17 @@ def send_locally(address, subject):
     run("/usr/sbin/sendmail", "-i", address, typed="Subject: %s\n\nbody\n" % subject)
 
 
+def nothing_left():
+    """No file of the package is in the machine after it was purged."""
+    left = run("sh", "-c", "find / -xdev -iname '*mailvane*' -not -path '/proc/*' "
+                           "-not -path '/root/*' -not -path '/var/lib/dpkg/*' "
+                           "-not -path '/var/cache/*' -not -path '/var/log/*'")
+    check(left, "", "files")
+
+
 def walk(*steps):
     """Takes steps, and says how long each took."""
     for step in steps:
         start = time.monotonic()
         step()
-        print("%-8s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)
+        print("%-16s ok, %.1f s" % (step.__name__, time.monotonic() - start), flush=True)

@@ -117,10 +117,7 @@ def remove():
 def purge():
     """Nothing of it is left but mail."""
     run(*APT, "purge", "mailvane")
-    left = run("sh", "-c", "find / -xdev -iname '*mailvane*' -not -path '/proc/*' "
-                           "-not -path '/root/*' -not -path '/var/lib/dpkg/*' "
-                           "-not -path '/var/cache/*' -not -path '/var/log/*'")
-    check(left, "", "files")
+    inside.nothing_left()
     for subject in ("old 0", "in use 0", "removed 0"):
         check(subject in inside.subjects("alice"), True, subject)
 

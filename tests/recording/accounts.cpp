@@ -8,11 +8,7 @@
 #include "platform/hlib/string_list.h"
 #include "tests/recording/call.h"
 
-using recording::Account;
-using recording::Call;
-using recording::CallOr;
-using recording::Group;
-using recording::TheWorld;
+using namespace recording;
 
 namespace {
 
@@ -41,10 +37,16 @@ int AppendNames(HLIBCSzList** list, const Entries& entries, int source)
 
 }  // namespace
 
-DONE(HLIBUserEnum, (ListPointer list, int source, const char* domain), (source, domain),
-     return AppendNames(list, TheWorld().users, source));
-DONE(HLIBGroupEnum, (ListPointer list, int source, const char* domain), (source, domain),
-     return AppendNames(list, TheWorld().groups, source));
+int HLIBUserEnum(ListPointer list, int source, const char* domain)
+{
+    const int result = Call("HLIBUserEnum", source, domain);
+    return result < 0 ? result : AppendNames(list, TheWorld().users, source);
+}
+int HLIBGroupEnum(ListPointer list, int source, const char* domain)
+{
+    const int result = Call("HLIBGroupEnum", source, domain);
+    return result < 0 ? result : AppendNames(list, TheWorld().groups, source);
+}
 
 int HLIBUserRealNameGet(const char* login, char* buffer, int size)
 {
@@ -52,12 +54,14 @@ int HLIBUserRealNameGet(const char* login, char* buffer, int size)
     const int result = CallOr(user == nullptr ? -1 : 0, "HLIBUserRealNameGet", login, size);
     if (result < 0 || user == nullptr) return result;
 
-    recording::CopyText(user->realName, buffer, size);
+    CopyText(user->realName, buffer, size);
     return result;
 }
 
-NOTED_OR(TheWorld().enabledServices.count(service), HLIBServiceIsEnabled, (const char* service),
-         (service));
+int HLIBServiceIsEnabled(const char* service)
+{
+    return CallOr(TheWorld().enabledServices.count(service), "HLIBServiceIsEnabled", service);
+}
 
 int HALDUserGet(const char* name, HALDUser** user)
 {
@@ -98,12 +102,12 @@ int HALDGroupListMember(const char* group, HLIBCSzList** list)
     return result;
 }
 
-NOTED_OR(TheWorld().domainJoined, HALDWinsIsJoined, (), ());
-NOTED_OR(TheWorld().ldapSuffix.has_value(), HALDLDAPIsBinded, (), ());
+int HALDWinsIsJoined() { return CallOr(TheWorld().domainJoined, "HALDWinsIsJoined"); }
+int HALDLDAPIsBinded() { return CallOr(TheWorld().ldapSuffix.has_value(), "HALDLDAPIsBinded"); }
 
 int HALDLDAPLoginSuffixGet(char* buffer, int size)
 {
     const int result = Call("HALDLDAPLoginSuffixGet", size);
-    recording::CopyText(result == 0 ? TheWorld().ldapSuffix.value_or("") : "", buffer, size);
+    CopyText(result == 0 ? TheWorld().ldapSuffix.value_or("") : "", buffer, size);
     return result;
 }

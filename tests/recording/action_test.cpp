@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -62,25 +61,13 @@ void KeepAnswer(const Request& request, const std::string& output)
         << KindOf(request) << ' ' << ActionOf(request) << ' ' << output.substr(body + 2);
 }
 
-std::map<std::string, std::string> ParametersOf(const std::string& query)
+std::map<std::string, std::string> ParametersOf(const Json::Value& request)
 {
     std::map<std::string, std::string> parameters;
-    for (const std::string& pair : Split(query, "&")) {
-        parameters[pair.substr(0, pair.find('='))] = pair.substr(pair.find('=') + 1);
+    for (const std::string& name : request.getMemberNames()) {
+        parameters[name] = request[name].asString();
     }
     return parameters;
-}
-
-/// The output that the word of a table means.
-std::string AnswerOf(const std::string& word)
-{
-    if (word == "nothing") return "";
-    if (word == "failure") return Answer(kFailure);
-    if (word == "system") return SystemError();
-
-    const std::size_t slash = word.find('/');
-    if (word[0] == '{' || slash == std::string::npos) return Answer(word);
-    return Refusal(word.substr(0, slash), word.substr(slash + 1));
 }
 
 bool IsRead(const std::string& action)
@@ -121,40 +108,27 @@ Reply ActionTest::Write(const std::string& action, const std::string& body)
     return Run();
 }
 
-void ActionTest::ExpectFailures(const std::string& table)
+void ActionTest::ExpectFailures(const std::vector<Failure>& rows)
 {
-    std::istringstream lines(table);
-    std::vector<std::string> rows;
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t start = line.find_first_not_of(' ');
-        if (start == 0) rows.push_back(line);
-        if (start != 0 && !rows.empty())
-            rows.back() += ' ' + line.substr(std::min(start, line.size()));
+    for (const Failure& row : rows) {
+        SCOPED_TRACE(row.action + " " + row.request + " when " + row.call + " fails");
+        world.Fail(row.call);
+        const Reply reply = IsRead(row.action)
+                                ? Read(row.action, ParametersOf(ParseJson(row.request)))
+                                : Write(row.action, row.request);
+        EXPECT_EQ(reply.output, row.output);
+        EXPECT_TRUE(world.LastCallIs(row.call)) << world.Calls();
+        for (const std::string& log : row.logs) world.ExpectLog(log);
+        NextCase();
     }
-    for (const std::string& row : rows) ExpectFailure(row);
 }
 
-void ActionTest::ExpectFailure(const std::string& row)
+void ActionTest::LeadNowhere(const std::string& exportCall)
 {
-    SCOPED_TRACE(row);
-    const std::vector<std::string> columns = Split(row, " | ");
-    ASSERT_GE(columns.size(), 3U);
-    const std::string action = columns[0].substr(0, columns[0].find(' '));
-    const std::string more = columns[0].substr(std::min(action.size() + 1, columns[0].size()));
-    const std::vector<std::string> calls = Split(columns[1], " > ");
-
-    world.Fail(calls.back());
-    const Reply reply = IsRead(action) ? Read(action, ParametersOf(more))
-                                       : Write(action, more.empty() ? "{}" : more);
-    EXPECT_EQ(reply.output, AnswerOf(columns[2]));
-    if (calls.front() == "...") {
-        const std::size_t last = world.Calls().rfind('\n', world.Calls().size() - 2) + 1;
-        EXPECT_EQ(world.Calls().compare(last, calls.back().size(), calls.back()), 0);
-    } else {
-        EXPECT_EQ(world.Calls(), Lines(calls));
-    }
-    if (columns.size() > 3) world.ExpectLogs(columns[3]);
-    NextCase();
+    world.On(exportCall, [this] {
+        const std::string path = world.temporaryNames.begin()->first;
+        return std::remove(path.c_str()) + symlink("/nonexistent/file", path.c_str());
+    });
 }
 
 std::string Answer(const std::string& json)
@@ -174,9 +148,8 @@ std::string Refusal(const std::string& section, const std::string& key)
                   R"("}})");
 }
 
-std::string SystemError()
-{
-    return Refusal("common", "error_system");
-}
+std::string Failed() { return Answer(R"({"success": false})"); }
+
+std::string SystemError() { return Refusal("common", "error_system"); }
 
 }  // namespace recording

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "tests/recording/json_text.h"
 #include "tests/recording/world.h"
@@ -32,6 +33,28 @@ struct Reply {
     std::string output;  ///< bytes of standard output
 };
 
+constexpr char kSuccess[] = R"({"success": true})";
+
+/// The whole output of an action that answers once, with the default header and this body.
+std::string Answer(const std::string& json);
+/// The answer of a failure without a message.
+std::string Failed();
+/// The whole output of an action that sends a file.
+std::string Download(const std::string& name, const std::string& bytes);
+/// An answer of a failure with its message.
+std::string Refusal(const std::string& section, const std::string& key);
+std::string SystemError();
+
+/// A request of which one call fails, which is then the last one. Unless a row says otherwise,
+/// nothing is logged and the answer is a system error.
+struct Failure {
+    std::string action;
+    std::string call;                    ///< the failing one, as `World::On` takes it
+    std::vector<std::string> logs = {};  ///< the texts of the log lines
+    std::string output = SystemError();
+    std::string request = "{}";  ///< a JSON object: the body, or parameters of a read
+};
+
 class ActionTest : public RecordedTest {
 protected:
     /// Runs the request as it stands in `world.request`.
@@ -41,26 +64,11 @@ protected:
     /// Runs an action of the write table; `body` is the rest of the JSON body.
     Reply Write(const std::string& action, const std::string& body = "{}");
 
-    /// A table of failures, a request in each line and in those after it that are indented:
-    ///     action [JSON body, or parameters as a=1&b=2] | calls | answer | log
-    /// The calls, separated by " > ", are all that is called; the last of them fails. With "..." in
-    /// front they are the last one's beginning, after others. The answer is
-    /// "failure", "system", "section/key", "nothing" or JSON; log lines are separated by "; ".
-    void ExpectFailures(const std::string& table);
+    /// Each of these requests on a fresh machine. A failure names its row.
+    void ExpectFailures(const std::vector<Failure>& rows);
 
-private:
-    void ExpectFailure(const std::string& row);
+    /// The file that an export writes leads nowhere: it can neither be written nor read.
+    void LeadNowhere(const std::string& exportCall);
 };
-
-constexpr char kSuccess[] = R"({"success": true})";
-constexpr char kFailure[] = R"({"success": false})";
-
-/// The whole output of an action that answers once, with the default header and this body.
-std::string Answer(const std::string& json);
-/// The whole output of an action that sends a file.
-std::string Download(const std::string& name, const std::string& bytes);
-/// An answer of a failure with its message.
-std::string Refusal(const std::string& section, const std::string& key);
-std::string SystemError();
 
 }  // namespace recording

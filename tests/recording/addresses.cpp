@@ -6,43 +6,37 @@
 #include "platform/mailvane/filter.h"
 #include "tests/recording/call.h"
 
-using recording::Call;
-using recording::CallOr;
-using recording::TheWorld;
-using recording::WriteExport;
+using namespace recording;
 
 namespace {
-
-using recording::Line;
-using recording::Word;
 
 using Text = std::string;
 using Texts = std::list<std::string>;
 using Members = std::list<MemberInfo>;
 
-recording::Words Describe(const Filter& filter)
+Words Describe(const Filter& filter)
 {
     return {Line("{start", filter.start) + " " + Line("limit", filter.limit) + " " +
             Line("search", filter.searchType, filter.searchKey) + "}"};
 }
 
-recording::Words Describe(const Members& members)
+Words Describe(const Members& members)
 {
-    return recording::ListWords(members, [](const MemberInfo& member) {
+    return ListWords(members, [](const MemberInfo& member) {
         return Line(Word(member.name).c_str(), member.type);
     });
 }
 
-recording::Words Describe(const std::list<AccessInfo>& entries)
+Words Describe(const std::list<AccessInfo>& entries)
 {
-    return recording::ListWords(entries, [](const AccessInfo& entry) {
+    return ListWords(entries, [](const AccessInfo& entry) {
         return Line(Word(entry.name).c_str(), entry.status, entry.type, entry.nameType);
     });
 }
 
-recording::Words Describe(const std::list<BccInfo>& rules)
+Words Describe(const std::list<BccInfo>& rules)
 {
-    return recording::ListWords(rules, [](const BccInfo& rule) {
+    return ListWords(rules, [](const BccInfo& rule) {
         return Line(Word(rule.name).c_str(), rule.bccTo, rule.type);
     });
 }
@@ -51,12 +45,12 @@ recording::Words Describe(const std::list<BccInfo>& rules)
 
 Alias::Alias() : state_(nullptr) {}
 Alias::~Alias() {}
-NOTED(Alias::load, (), ());
-NOTED(Alias::save, (), ());
+int Alias::load() { return Call("Alias::load"); }
+int Alias::save() { return Call("Alias::save"); }
 
 std::list<std::string> Alias::getAliasNameList()
 {
-    recording::Detail("Alias::getAliasNameList");
+    Detail("Alias::getAliasNameList");
     std::list<std::string> names;
     for (const auto& entry : TheWorld().aliases) names.push_back(entry.first);
     return names;
@@ -72,12 +66,21 @@ int Alias::loadMember(const std::string& alias, Members& members)
     return result;
 }
 
-NOTED(Alias::addMember, (const Text& alias, const Members& members), (alias, Describe(members)));
-NOTED(Alias::delMember, (const Text& alias, const Members& members), (alias, Describe(members)));
-NOTED(Alias::changeAliasName, (const Text& from, const Text& to), (from, to));
-NOTED(Alias::delAlias, (const Texts& names), (names));
-DONE(Alias::ExportAlias, (const Text& path), (path), WriteExport(path));
-NOTED(Alias::ImportAlias, (const Text& path), (path));
+int Alias::addMember(const Text& alias, const Members& members)
+{
+    return Call("Alias::addMember", alias, Describe(members));
+}
+int Alias::delMember(const Text& alias, const Members& members)
+{
+    return Call("Alias::delMember", alias, Describe(members));
+}
+int Alias::changeAliasName(const Text& from, const Text& to)
+{
+    return Call("Alias::changeAliasName", from, to);
+}
+int Alias::delAlias(const Texts& names) { return Call("Alias::delAlias", names); }
+int Alias::ExportAlias(const Text& path) { return Export(path, Call("Alias::ExportAlias", path)); }
+int Alias::ImportAlias(const Text& path) { return Call("Alias::ImportAlias", path); }
 
 Access::Access() : state_(nullptr) {}
 
@@ -94,16 +97,31 @@ Access* Access::getInstance()
     return *TheWorld().accessObjects.insert(new Access).first;
 }
 
-NOTED_OR(TheWorld().access.size(), Access::getTotalAccessNum, (const Filter& filter),
-         (Describe(filter)));
-GIVEN(std::list<AccessInfo>, Access::getAllAccessList, (const Filter& filter), (Describe(filter)),
-      TheWorld().access);
-NOTED(Access::addAccess, (Type type, NameType nameType, const Text& name, AccessStatus status),
-      (type, nameType, name, status));
-NOTED(Access::deleteAccess, (const std::list<AccessInfo>& entries), (Describe(entries)));
-DONE(Access::exportAccess, (Type type, const Text& path), (type, path), WriteExport(path));
-NOTED(Access::importAccess, (Type type, const Text& path), (type, path));
-NOTED(Access::GenerateAccessMap, (), ());
+int Access::getTotalAccessNum(const Filter& filter)
+{
+    return CallOr(TheWorld().access.size(), "Access::getTotalAccessNum", Describe(filter));
+}
+std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
+{
+    return Given(TheWorld().access, "Access::getAllAccessList", Describe(filter));
+}
+int Access::addAccess(Type type, NameType nameType, const Text& name, AccessStatus status)
+{
+    return Call("Access::addAccess", type, nameType, name, status);
+}
+int Access::deleteAccess(const std::list<AccessInfo>& entries)
+{
+    return Call("Access::deleteAccess", Describe(entries));
+}
+int Access::exportAccess(Type type, const Text& path)
+{
+    return Export(path, Call("Access::exportAccess", type, path));
+}
+int Access::importAccess(Type type, const Text& path)
+{
+    return Call("Access::importAccess", type, path);
+}
+int Access::GenerateAccessMap() { return Call("Access::GenerateAccessMap"); }
 
 AccessStatus Access::StrToStatus(const char* text)
 {
@@ -128,25 +146,51 @@ BCC* BCC::getInstance()
     return Call("BCC::getInstance") < 0 ? nullptr : &instance;
 }
 
-NOTED_OR(TheWorld().bcc.size(), BCC::getTotalBccNum, (const Filter& filter), (Describe(filter)));
-GIVEN(std::list<BccInfo>, BCC::getAllBCCList, (const Filter& filter), (Describe(filter)),
-      TheWorld().bcc);
-GIVEN(std::string, BCC::getAlwaysBCC, (), (), TheWorld().alwaysBcc);
-NOTED(BCC::addBCC, (BccType type, const Text& name, const Text& bccTo), (type, name, bccTo));
-NOTED(BCC::deleteBCC, (const std::list<BccInfo>& rules), (Describe(rules)));
-DONE(BCC::exportBCC, (BccType type, const Text& path), (type, path), WriteExport(path));
-NOTED(BCC::importBCC, (BccType type, const Text& path), (type, path));
-NOTED(BCC::GenerateBccMap, (), ());
+int BCC::getTotalBccNum(const Filter& filter)
+{
+    return CallOr(TheWorld().bcc.size(), "BCC::getTotalBccNum", Describe(filter));
+}
+std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
+{
+    return Given(TheWorld().bcc, "BCC::getAllBCCList", Describe(filter));
+}
+std::string BCC::getAlwaysBCC() { return Given(TheWorld().alwaysBcc, "BCC::getAlwaysBCC"); }
+int BCC::addBCC(BccType type, const Text& name, const Text& bccTo)
+{
+    return Call("BCC::addBCC", type, name, bccTo);
+}
+int BCC::deleteBCC(const std::list<BccInfo>& rules)
+{
+    return Call("BCC::deleteBCC", Describe(rules));
+}
+int BCC::exportBCC(BccType type, const Text& path)
+{
+    return Export(path, Call("BCC::exportBCC", type, path));
+}
+int BCC::importBCC(BccType type, const Text& path) { return Call("BCC::importBCC", type, path); }
+int BCC::GenerateBccMap() { return Call("BCC::GenerateBccMap"); }
 
-DONE_OR(TheWorld().quotas.size(), SenderQuota::GetSettingList,
-        (std::list<Setting> & settings, unsigned int start, unsigned int limit), (start, limit),
-        settings = TheWorld().quotas);
-NOTED(SenderQuota::Set, (const Text& saslSender, unsigned int quota), (saslSender, quota));
-NOTED(SenderQuota::DeleteList, (const Texts& saslSenders), (saslSenders));
-NOTED(SenderQuota::GenerateConfig, (), ());
+int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
+                                unsigned int limit)
+{
+    return Fill(settings, TheWorld().quotas,
+                CallOr(TheWorld().quotas.size(), "SenderQuota::GetSettingList", start, limit));
+}
+int SenderQuota::Set(const Text& saslSender, unsigned int quota)
+{
+    return Call("SenderQuota::Set", saslSender, quota);
+}
+int SenderQuota::DeleteList(const Texts& saslSenders)
+{
+    return Call("SenderQuota::DeleteList", saslSenders);
+}
+int SenderQuota::GenerateConfig() { return Call("SenderQuota::GenerateConfig"); }
 
-DONE_OR(TheWorld().attachmentTypes.size(), AttachmentFilter::GetList,
-        (Texts & types, const Text& query), (query), types = TheWorld().attachmentTypes);
-NOTED(AttachmentFilter::Delete, (const Texts& types), (types));
-NOTED(AttachmentFilter::Add, (const Texts& types), (types));
-NOTED(AttachmentFilter::GenerateConfig, (), ());
+int AttachmentFilter::GetList(Texts& types, const Text& query)
+{
+    return Fill(types, TheWorld().attachmentTypes,
+                CallOr(TheWorld().attachmentTypes.size(), "AttachmentFilter::GetList", query));
+}
+int AttachmentFilter::Delete(const Texts& types) { return Call("AttachmentFilter::Delete", types); }
+int AttachmentFilter::Add(const Texts& types) { return Call("AttachmentFilter::Add", types); }
+int AttachmentFilter::GenerateConfig() { return Call("AttachmentFilter::GenerateConfig"); }

@@ -19,10 +19,7 @@ std::string Word(const std::list<std::string>& texts);
 struct Words {
     std::string text;
 };
-inline const std::string& Word(const Words& words)
-{
-    return words.text;
-}
+inline const std::string& Word(const Words& words) { return words.text; }
 
 template <typename Number,
           typename = std::enable_if_t<std::is_arithmetic_v<Number> || std::is_enum_v<Number>>>
@@ -55,10 +52,11 @@ Words ListWords(const List& list, const Describe& describe)
 }
 
 /// Notes a call and gives its scripted result; `otherwise` without a script.
-template <typename... Arguments>
-int CallOr(int otherwise, const char* operation, const Arguments&... arguments)
+template <typename Number, typename... Arguments>
+int CallOr(Number otherwise, const char* operation, const Arguments&... arguments)
 {
-    return TheWorld().Called(Line(operation, arguments...), false).value_or(otherwise);
+    const auto scripted = TheWorld().Called(Line(operation, arguments...), false);
+    return scripted.value_or(static_cast<int>(otherwise));
 }
 
 template <typename... Arguments>
@@ -74,54 +72,27 @@ int Detail(const char* operation, const Arguments&... arguments)
     return TheWorld().Called(Line(operation, arguments...), true).value_or(0);
 }
 
-/// A call by its name, with its result when no script gives one.
-struct Operation {
-    const char* name;
-    int otherwise = 0;
+/// Notes a call that gives what the machine holds, whatever its script says.
+template <typename Value, typename... Arguments>
+Value Given(const Value& value, const char* operation, const Arguments&... arguments)
+{
+    Call(operation, arguments...);
+    return value;
+}
 
-    template <typename... Arguments>
-    int operator()(const Arguments&... arguments) const
-    {
-        return CallOr(otherwise, name, arguments...);
-    }
-};
+/// The effect of a call: `target` takes the value unless `result` tells a failure, which is passed
+/// on.
+template <typename Target, typename Value>
+int Fill(Target& target, const Value& value, int result)
+{
+    if (result >= 0) target = value;
+    return result;
+}
 
-/// Writes the text of an export to a file that exists.
-void WriteExport(const std::string& path);
+/// The effect of an export: writes its text to a file that exists.
+int Export(const std::string& path, int result);
 
 /// Copies a text to a buffer of `size` bytes, cut to fit.
 void CopyText(const std::string& text, char* buffer, int size);
 
 }  // namespace recording
-
-// Operations of the platform in one line: parameters and, in brackets too, what of them is shown.
-
-// NOLINTBEGIN(bugprone-macro-parentheses): what they are given are pieces of a definition.
-
-/// One that has no effect: noted, with its scripted result, or `otherwise`.
-#define NOTED_OR(otherwise, operation, parameters, shown)              \
-    int operation parameters                                           \
-    {                                                                  \
-        return recording::Operation{#operation, int(otherwise)} shown; \
-    }
-#define NOTED(operation, parameters, shown) NOTED_OR(0, operation, parameters, shown)
-
-/// One that has an effect unless it fails.
-#define DONE_OR(otherwise, operation, parameters, shown, effect)                   \
-    int operation parameters                                                       \
-    {                                                                              \
-        const int result = recording::Operation{#operation, int(otherwise)} shown; \
-        if (result >= 0) effect;                                                   \
-        return result;                                                             \
-    }
-#define DONE(operation, parameters, shown, effect) DONE_OR(0, operation, parameters, shown, effect)
-
-/// One that gives what the machine holds, whatever its script says.
-#define GIVEN(type, operation, parameters, shown, value) \
-    type operation parameters                            \
-    {                                                    \
-        recording::Operation{#operation} shown;          \
-        return value;                                    \
-    }
-
-// NOLINTEND(bugprone-macro-parentheses)

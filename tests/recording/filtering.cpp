@@ -3,11 +3,7 @@
 
 #include "tests/recording/call.h"
 
-using recording::Call;
-using recording::Line;
-using recording::TheWorld;
-using recording::Words;
-using recording::WriteExport;
+using namespace recording;
 
 namespace {
 
@@ -19,8 +15,7 @@ Words Describe(const BlackWhite& entry)
 
 Words Describe(const std::list<BlackWhite>& entries)
 {
-    return recording::ListWords(entries,
-                                [](const BlackWhite& entry) { return Describe(entry).text; });
+    return ListWords(entries, [](const BlackWhite& entry) { return Describe(entry).text; });
 }
 
 Words Describe(const BlackWhiteFilter& filter)
@@ -41,26 +36,49 @@ Spam* Spam::getInstance()
     return Call("Spam::getInstance") < 0 ? nullptr : &instance;
 }
 
-GIVEN(std::list<SpamRule>, Spam::getSpamRules, (), (), TheWorld().spamRules);
-NOTED(Spam::enableRule, (const std::string& name), (name));
-NOTED(Spam::disableRule, (const std::string& name), (name));
-NOTED(Spam::deleteRule, (const std::string& name), (name));
+std::list<SpamRule> Spam::getSpamRules()
+{
+    return Given(TheWorld().spamRules, "Spam::getSpamRules");
+}
+int Spam::enableRule(const std::string& name) { return Call("Spam::enableRule", name); }
+int Spam::disableRule(const std::string& name) { return Call("Spam::disableRule", name); }
+int Spam::deleteRule(const std::string& name) { return Call("Spam::deleteRule", name); }
 
 bool Spam::isEnableSpamassassin() const
 {
-    return recording::CallOr(TheWorld().spamAssassin ? 1 : 0, "Spam::isEnableSpamassassin") != 0;
+    return CallOr(TheWorld().spamAssassin ? 1 : 0, "Spam::isEnableSpamassassin") != 0;
 }
 
-GIVEN(std::string, Spam::GetImportRulePath, (const std::string& name), (name),
-      TheWorld().rulePaths[name]);
-GIVEN(std::list<BlackWhite>, Spam::getBlackWhiteList, (const BlackWhiteFilter& filter),
-      (Describe(filter)), TheWorld().blackWhite);
-NOTED_OR(TheWorld().blackWhite.size(), Spam::countQueryData, (const BlackWhiteFilter& filter),
-         (Describe(filter)));
-NOTED(Spam::addBlackWhite, (const BlackWhite& entry), (Describe(entry)));
-NOTED(Spam::deleteBlackWhite, (const BlackWhite& entry), (Describe(entry)));
-NOTED(Spam::deleteBlackWhiteList, (const std::list<BlackWhite>& entries), (Describe(entries)));
-DONE(Spam::exportBlackWhite, (BlackWhiteType type, const std::string& path), (type, path),
-     WriteExport(path));
-NOTED(Spam::importBlackWhite, (BlackWhiteType type, const std::string& path), (type, path));
-NOTED(Spam::GenerateBlackWhite, (), ());
+std::string Spam::GetImportRulePath(const std::string& name)
+{
+    return Given(TheWorld().rulePaths[name], "Spam::GetImportRulePath", name);
+}
+std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
+{
+    return Given(TheWorld().blackWhite, "Spam::getBlackWhiteList", Describe(filter));
+}
+int Spam::countQueryData(const BlackWhiteFilter& filter)
+{
+    return CallOr(TheWorld().blackWhite.size(), "Spam::countQueryData", Describe(filter));
+}
+int Spam::addBlackWhite(const BlackWhite& entry)
+{
+    return Call("Spam::addBlackWhite", Describe(entry));
+}
+int Spam::deleteBlackWhite(const BlackWhite& entry)
+{
+    return Call("Spam::deleteBlackWhite", Describe(entry));
+}
+int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
+{
+    return Call("Spam::deleteBlackWhiteList", Describe(entries));
+}
+int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
+{
+    return Export(path, Call("Spam::exportBlackWhite", type, path));
+}
+int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
+{
+    return Call("Spam::importBlackWhite", type, path);
+}
+int Spam::GenerateBlackWhite() { return Call("Spam::GenerateBlackWhite"); }

@@ -16,7 +16,7 @@
 
 #include "tests/recording/call.h"
 
-using recording::TheWorld;
+using namespace recording;
 
 namespace {
 
@@ -32,7 +32,7 @@ __attribute__((format(printf, 2, 0))) void Log(int priority, const char* format,
 template <typename... Arguments>
 std::optional<int> Scripted(const char* operation, const Arguments&... arguments)
 {
-    return TheWorld().Called(recording::Line(operation, arguments...), false);
+    return TheWorld().Called(Line(operation, arguments...), false);
 }
 
 /// A temporary file is really made, so that the program can read it back.
@@ -90,15 +90,9 @@ int RecordRename(const char* from, const char* to)
     return TheWorld().Move(from, to) ? 0 : renameat(AT_FDCWD, from, AT_FDCWD, to);
 }
 
-int RecordMkstemp(char* name)
-{
-    return MakeTemporary(name);
-}
+int RecordMkstemp(char* name) { return MakeTemporary(name); }
 
-int RecordMkstemp64(char* name)
-{
-    return MakeTemporary(name);
-}
+int RecordMkstemp64(char* name) { return MakeTemporary(name); }
 
 void RecordSyslog(int priority, const char* format, ...)
 {

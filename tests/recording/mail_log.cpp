@@ -3,15 +3,14 @@
 
 #include "tests/recording/call.h"
 
-using recording::Line;
-using recording::TheWorld;
+using namespace recording;
 
 namespace {
 
 using Rows = std::vector<MailLogInfo>;
 using Text = std::string;
 
-recording::Words Describe(const LogFilter& filter)
+Words Describe(const LogFilter& filter)
 {
     return {Line("{columns", filter.columns) + " " + Line("start", filter.start) + " " +
             Line("limit", filter.limit) + " " + Line("order", filter.order, filter.sortField) +
@@ -23,27 +22,42 @@ recording::Words Describe(const LogFilter& filter)
 
 }  // namespace
 
-MailLog::MailLog(const char* path) : state_(nullptr)
-{
-    recording::Call("MailLog::MailLog", path);
-}
+MailLog::MailLog(const char* path) : state_(nullptr) { Call("MailLog::MailLog", path); }
 
 MailLog::~MailLog() {}
-NOTED(MailLog::error, (), ());
-DONE(MailLog::load, (const LogFilter& filter, Rows& rows), (Describe(filter)),
-     rows = TheWorld().logRows);
-DONE(MailLog::load, (int limit, int start, const Text& sort, const Text& order, Rows& rows),
-     (limit, start, sort, order), rows = TheWorld().logRows);
+int MailLog::error() { return Call("MailLog::error"); }
+int MailLog::load(const LogFilter& filter, Rows& rows)
+{
+    return Fill(rows, TheWorld().logRows, Call("MailLog::load", Describe(filter)));
+}
+int MailLog::load(int limit, int start, const Text& sort, const Text& order, Rows& rows)
+{
+    return Fill(rows, TheWorld().logRows, Call("MailLog::load", limit, start, sort, order));
+}
 // NOLINTNEXTLINE(readability-function-size): the platform declares it so.
-DONE(MailLog::search,
-     (int limit, int start, const Text& sort, const Text& order, const Text& query, Rows& rows),
-     (limit, start, sort, order, query), rows = TheWorld().logRows);
-NOTED_OR(TheWorld().logRows.size(), MailLog::getLogNum, (const LogFilter& filter),
-         (Describe(filter)));
-NOTED_OR(TheWorld().logRows.size(), MailLog::getLogNum, (Text & query), (query));
-NOTED(MailLog::clear, (), ());
-DONE(MailLog::getQuantityStatistic, (Statistic & statistic, long endTime, TimeScale scale),
-     (endTime, scale), statistic = TheWorld().statistic);
-DONE(MailLog::getBandwidthStatistic, (Statistic & statistic, long endTime, TimeScale scale),
-     (endTime, scale), statistic = TheWorld().statistic);
-GIVEN(std::string, GetPostfixLogPath, (), (), TheWorld().postfixLogPath);
+int MailLog::search(int limit, int start, const Text& sort, const Text& order, const Text& query,
+                    Rows& rows)
+{
+    return Fill(rows, TheWorld().logRows,
+                Call("MailLog::search", limit, start, sort, order, query));
+}
+int MailLog::getLogNum(const LogFilter& filter)
+{
+    return CallOr(TheWorld().logRows.size(), "MailLog::getLogNum", Describe(filter));
+}
+int MailLog::getLogNum(Text& query)
+{
+    return CallOr(TheWorld().logRows.size(), "MailLog::getLogNum", query);
+}
+int MailLog::clear() { return Call("MailLog::clear"); }
+int MailLog::getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale)
+{
+    return Fill(statistic, TheWorld().statistic,
+                Call("MailLog::getQuantityStatistic", endTime, scale));
+}
+int MailLog::getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale)
+{
+    return Fill(statistic, TheWorld().statistic,
+                Call("MailLog::getBandwidthStatistic", endTime, scale));
+}
+std::string GetPostfixLogPath() { return Given(TheWorld().postfixLogPath, "GetPostfixLogPath"); }

@@ -8,12 +8,7 @@
 #include "platform/mailvane/smtp.h"
 #include "tests/recording/call.h"
 
-using recording::Call;
-using recording::CallOr;
-using recording::PersonalData;
-using recording::ReplyText;
-using recording::ReportData;
-using recording::TheWorld;
+using namespace recording;
 
 struct Personal::State {
     std::string user;
@@ -22,49 +17,27 @@ struct Personal::State {
     PersonalData& Stored() const { return TheWorld().personal[user]; }
 };
 
-// NOLINTBEGIN(bugprone-macro-parentheses): pieces of a definition.
-#define MEMBER(type, operation, member) \
-    type operation                      \
-    {                                   \
-        return state_->data.member;     \
-    }
-#define SETTER(operation, type)               \
-    void Personal::operation(type value)      \
-    {                                         \
-        Call("Personal::" #operation, value); \
-    }
-#define REPORT_SETTER(operation, type, member, ...)                \
-    int Reporter::operation(type value)                            \
-    {                                                              \
-        state_->data.member = value;                               \
-        return Thrown(Call("Reporter::" #operation, __VA_ARGS__)); \
-    }
-// NOLINTEND(bugprone-macro-parentheses)
-
 Personal::Personal(const std::string& user) : state_(new State{user, TheWorld().personal[user]})
 {
     Call("Personal::Personal", user);
 }
 
-Personal::~Personal()
-{
-    delete state_;
-}
+Personal::~Personal() { delete state_; }
 
-MEMBER(bool, Personal::isValid(), valid);
-MEMBER(std::string, Personal::getErrKey(), errKey);
-MEMBER(bool, Personal::isEnabledForward(), forward);
-MEMBER(std::string, Personal::getForwardAddr(), forwardAddr);
-MEMBER(bool, Personal::isKeepCopy(), keepCopy);
-MEMBER(bool, Personal::isEnabledReply(), reply);
-MEMBER(long, Personal::GetReplyBeginTime() const, replyBegin);
-MEMBER(long, Personal::GetReplyEndTime() const, replyEnd);
-SETTER(setForward, bool);
-SETTER(setForwardAddr, const std::string&);
-SETTER(setKeepCopy, bool);
-SETTER(setReply, bool);
-SETTER(SetReplyBeginTime, long);
-SETTER(SetReplyEndTime, long);
+bool Personal::isValid() { return state_->data.valid; }
+std::string Personal::getErrKey() { return state_->data.errKey; }
+bool Personal::isEnabledForward() { return state_->data.forward; }
+std::string Personal::getForwardAddr() { return state_->data.forwardAddr; }
+bool Personal::isKeepCopy() { return state_->data.keepCopy; }
+bool Personal::isEnabledReply() { return state_->data.reply; }
+long Personal::GetReplyBeginTime() const { return state_->data.replyBegin; }
+long Personal::GetReplyEndTime() const { return state_->data.replyEnd; }
+void Personal::setForward(bool value) { Call("Personal::setForward", value); }
+void Personal::setForwardAddr(const std::string& value) { Call("Personal::setForwardAddr", value); }
+void Personal::setKeepCopy(bool value) { Call("Personal::setKeepCopy", value); }
+void Personal::setReply(bool value) { Call("Personal::setReply", value); }
+void Personal::SetReplyBeginTime(long value) { Call("Personal::SetReplyBeginTime", value); }
+void Personal::SetReplyEndTime(long value) { Call("Personal::SetReplyEndTime", value); }
 
 int Personal::ReadReplyContent(const char* sender, std::string& subject, std::string& message)
 {
@@ -82,11 +55,16 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
     return result;
 }
 
-DONE(Personal::WriteReplyContent,
-     (const char* sender, const std::string& subject, const std::string& message),
-     (sender, subject, message),
-     (sender == nullptr ? state_->Stored().generalReply
-                        : state_->Stored().senderReplies[sender]) = ReplyText(subject, message));
+int Personal::WriteReplyContent(const char* sender, const std::string& subject,
+                                const std::string& message)
+{
+    const int result = Call("Personal::WriteReplyContent", sender, subject, message);
+    PersonalData& stored = state_->Stored();
+    if (result < 0) return result;
+
+    (sender == nullptr ? stored.generalReply : stored.senderReplies[sender]) = {subject, message};
+    return result;
+}
 
 std::list<std::string> Personal::GetReplyList()
 {
@@ -96,9 +74,13 @@ std::list<std::string> Personal::GetReplyList()
     return senders;
 }
 
-DONE(Personal::RemoveReplySetting, (const std::string& sender), (sender),
-     state_->Stored().senderReplies.erase(sender));
-NOTED(Personal::save, (), ());
+int Personal::RemoveReplySetting(const std::string& sender)
+{
+    const int result = Call("Personal::RemoveReplySetting", sender);
+    if (result >= 0) state_->Stored().senderReplies.erase(sender);
+    return result;
+}
+int Personal::save() { return Call("Personal::save"); }
 
 struct SMTP::State {
     std::string accountType;
@@ -106,18 +88,15 @@ struct SMTP::State {
 
 SMTP::SMTP() : state_(new State) {}
 
-SMTP::~SMTP()
+SMTP::~SMTP() { delete state_; }
+
+int SMTP::load()
 {
-    delete state_;
+    return Fill(state_->accountType, TheWorld().postfix.ToJson()["account_type"].asString(),
+                Call("SMTP::load"));
 }
 
-DONE(SMTP::load, (), (),
-     state_->accountType = TheWorld().postfix.ToJson()["account_type"].asString());
-
-std::string SMTP::getAccountType() const
-{
-    return state_->accountType;
-}
+std::string SMTP::getAccountType() const { return state_->accountType; }
 
 struct Reporter::State {
     ReportData data;
@@ -156,10 +135,7 @@ Reporter& Reporter::operator=(const Reporter& other)
     return *this;
 }
 
-Reporter::~Reporter()
-{
-    delete state_;
-}
+Reporter::~Reporter() { delete state_; }
 
 Reporter Reporter::LoadSetting()
 {
@@ -174,14 +150,34 @@ int Reporter::SaveSetting()
     return result;
 }
 
-MEMBER(bool, Reporter::IsEnabled() const, enabled);
-MEMBER(std::string, Reporter::GetRcpt() const, rcpt);
-MEMBER(Reporter::Sender, Reporter::GetSender() const, sender);
-MEMBER(Reporter::Time, Reporter::GetReportTime() const, time);
-MEMBER(Reporter::SMTP, Reporter::GetSMTP() const, smtp);
-REPORT_SETTER(SetEnable, bool, enabled, value);
-REPORT_SETTER(SetRcpt, const std::string&, rcpt, value);
-REPORT_SETTER(SetSender, const Sender&, sender, value.name, value.mail);
-REPORT_SETTER(SetTime, const Time&, time, value.hours, value.mins);
-REPORT_SETTER(SetSMTP, const SMTP&, smtp, value.provider, value.server, value.port, value.auth,
-              value.account, value.password, value.secure);
+bool Reporter::IsEnabled() const { return state_->data.enabled; }
+std::string Reporter::GetRcpt() const { return state_->data.rcpt; }
+Reporter::Sender Reporter::GetSender() const { return state_->data.sender; }
+Reporter::Time Reporter::GetReportTime() const { return state_->data.time; }
+Reporter::SMTP Reporter::GetSMTP() const { return state_->data.smtp; }
+int Reporter::SetEnable(bool value)
+{
+    state_->data.enabled = value;
+    return Thrown(Call("Reporter::SetEnable", value));
+}
+int Reporter::SetRcpt(const std::string& value)
+{
+    state_->data.rcpt = value;
+    return Thrown(Call("Reporter::SetRcpt", value));
+}
+int Reporter::SetSender(const Sender& value)
+{
+    state_->data.sender = value;
+    return Thrown(Call("Reporter::SetSender", value.name, value.mail));
+}
+int Reporter::SetTime(const Time& value)
+{
+    state_->data.time = value;
+    return Thrown(Call("Reporter::SetTime", value.hours, value.mins));
+}
+int Reporter::SetSMTP(const SMTP& value)
+{
+    state_->data.smtp = value;
+    return Thrown(Call("Reporter::SetSMTP", value.provider, value.server, value.port, value.auth,
+                       value.account, value.password, value.secure));
+}

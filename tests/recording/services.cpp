@@ -10,9 +10,7 @@
 #include "platform/mailvane/web_utils.h"
 #include "tests/recording/call.h"
 
-using recording::Detail;
-using recording::Settings;
-using recording::TheWorld;
+using namespace recording;
 
 struct Config::State {
     Settings settings;
@@ -33,7 +31,7 @@ int Save(const std::string& operation, const std::list<Callback>& steps, Setting
          Settings& stored)
 {
     TheWorld().plan = steps;
-    const std::string line = operation + " [" + recording::PlanText(steps) + "]";
+    const std::string line = operation + " [" + PlanText(steps) + "]";
     const int result = TheWorld().Called(line, false).value_or(0);
     if (result < 0) return result;
 
@@ -48,10 +46,7 @@ int Save(const std::string& operation, const std::list<Callback>& steps, Setting
 
 Config::Config() : state_(new State) {}
 
-Config::~Config()
-{
-    delete state_;
-}
+Config::~Config() { delete state_; }
 
 void Config::Set(const std::string& name, const boost::any& value)
 {
@@ -87,45 +82,97 @@ Postfix::DNSBL::DNSBL(const std::string& zone, const std::string& kind) : server
 {
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses): pieces of a definition.
-#define SERVICE(type, stored)                                                            \
-    type::type() = default;                                                              \
-    type::~type() = default;                                                             \
-    DONE(type::LoadSettings, (), (), state_->settings = TheWorld().stored)               \
-    int type::SaveSettings(const std::list<Callback>& steps)                             \
-    {                                                                                    \
-        return Save(#type "::SaveSettings", steps, state_->settings, TheWorld().stored); \
-    }                                                                                    \
-    NOTED(type::Service, (const std::string& verb), (verb))
-// NOLINTEND(bugprone-macro-parentheses)
+Postfix::Postfix() = default;
+Postfix::~Postfix() = default;
+int Postfix::LoadSettings()
+{
+    return Fill(state_->settings, TheWorld().postfix, Call("Postfix::LoadSettings"));
+}
+int Postfix::SaveSettings(const std::list<Callback>& steps)
+{
+    return Save("Postfix::SaveSettings", steps, state_->settings, TheWorld().postfix);
+}
+int Postfix::Service(const std::string& verb) { return Call("Postfix::Service", verb); }
+std::list<std::string> Postfix::GetAdditionDomain()
+{
+    return Given(TheWorld().domains, "Postfix::GetAdditionDomain");
+}
+int Postfix::AddDomain(const std::string& domain) { return Call("Postfix::AddDomain", domain); }
+int Postfix::DeleteDomain(const std::string& domain)
+{
+    return Call("Postfix::DeleteDomain", domain);
+}
+std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
+{
+    return Given(TheWorld().dnsbls, "Postfix::GetDNSBLList");
+}
+int Postfix::AddDNSBL(const DNSBL& entry)
+{
+    return Call("Postfix::AddDNSBL", entry.server, entry.type);
+}
+int Postfix::DeleteDNSBL(const DNSBL& entry)
+{
+    return Call("Postfix::DeleteDNSBL", entry.server, entry.type);
+}
 
-SERVICE(Postfix, postfix);
-GIVEN(std::list<std::string>, Postfix::GetAdditionDomain, (), (), TheWorld().domains);
-NOTED(Postfix::AddDomain, (const std::string& domain), (domain));
-NOTED(Postfix::DeleteDomain, (const std::string& domain), (domain));
-GIVEN(std::list<Postfix::DNSBL>, Postfix::GetDNSBLList, (), (), TheWorld().dnsbls);
-NOTED(Postfix::AddDNSBL, (const DNSBL& entry), (entry.server, entry.type));
-NOTED(Postfix::DeleteDNSBL, (const DNSBL& entry), (entry.server, entry.type));
+ImapPop3::ImapPop3() = default;
+ImapPop3::~ImapPop3() = default;
+int ImapPop3::LoadSettings()
+{
+    return Fill(state_->settings, TheWorld().imapPop3, Call("ImapPop3::LoadSettings"));
+}
+int ImapPop3::SaveSettings(const std::list<Callback>& steps)
+{
+    return Save("ImapPop3::SaveSettings", steps, state_->settings, TheWorld().imapPop3);
+}
+int ImapPop3::Service(const std::string& verb) { return Call("ImapPop3::Service", verb); }
 
-SERVICE(ImapPop3, imapPop3);
-
-SERVICE(MailScanner, mailScanner);
-NOTED(MailScanner::AntiVirusService, (const std::string& verb), (verb));
+MailScanner::MailScanner() = default;
+MailScanner::~MailScanner() = default;
+int MailScanner::LoadSettings()
+{
+    return Fill(state_->settings, TheWorld().mailScanner, Call("MailScanner::LoadSettings"));
+}
+int MailScanner::SaveSettings(const std::list<Callback>& steps)
+{
+    return Save("MailScanner::SaveSettings", steps, state_->settings, TheWorld().mailScanner);
+}
+int MailScanner::Service(const std::string& verb) { return Call("MailScanner::Service", verb); }
+int MailScanner::AntiVirusService(const std::string& verb)
+{
+    return Call("MailScanner::AntiVirusService", verb);
+}
 
 Analyzer::Analyzer() = default;
 Analyzer::~Analyzer() {}
-DONE(Analyzer::Analyze, (std::list<Result> & results), (), results = TheWorld().analysis);
+int Analyzer::Analyze(std::list<Result>& results)
+{
+    return Fill(results, TheWorld().analysis, Call("Analyzer::Analyze"));
+}
 
 bool IsSupportAntiVirus()
 {
-    return recording::CallOr(TheWorld().antiVirusSupport ? 1 : 0, "IsSupportAntiVirus") != 0;
+    return CallOr(TheWorld().antiVirusSupport ? 1 : 0, "IsSupportAntiVirus") != 0;
 }
 
-NOTED(GenerateRSAPrivateKey, (const char* path, unsigned int bits), (path, bits));
-DONE(GenerateRSAPublicKey, (const char* privatePath, const char* publicPath),
-     (privatePath, publicPath), TheWorld().files[publicPath] = "public key");
-DONE(ReadRSAPublicKey, (const char* path, std::string& text), (path), text = TheWorld().publicKey);
-NOTED(WebUtils::IsPortConflict, (const char* services, int from, int to), (services, from, to));
+int GenerateRSAPrivateKey(const char* path, unsigned int bits)
+{
+    return Call("GenerateRSAPrivateKey", path, bits);
+}
+int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
+{
+    const int result = Call("GenerateRSAPublicKey", privatePath, publicPath);
+    if (result >= 0) TheWorld().files[publicPath] = "public key";
+    return result;
+}
+int ReadRSAPublicKey(const char* path, std::string& text)
+{
+    return Fill(text, TheWorld().publicKey, Call("ReadRSAPublicKey", path));
+}
+int WebUtils::IsPortConflict(const char* services, int from, int to)
+{
+    return Call("WebUtils::IsPortConflict", services, from, to);
+}
 
 std::string StringJoin(const std::list<std::string>& texts, const char* separator)
 {

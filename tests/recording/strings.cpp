@@ -8,17 +8,13 @@
 #include "platform/hlib/string_list.h"
 #include "tests/recording/call.h"
 
-using recording::Detail;
-using recording::TheWorld;
+using namespace recording;
 
 namespace {
 
 using Strings = std::vector<std::string>;
 
-Strings& Elements(const HLIBCSzList* list)
-{
-    return *static_cast<Strings*>(list->elements);
-}
+Strings& Elements(const HLIBCSzList* list) { return *static_cast<Strings*>(list->elements); }
 
 }  // namespace
 

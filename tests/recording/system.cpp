@@ -10,9 +10,7 @@
 #include "platform/hlib/text.h"
 #include "tests/recording/call.h"
 
-using recording::Call;
-using recording::CallOr;
-using recording::TheWorld;
+using namespace recording;
 
 int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* arg3,
               const char* arg4)
@@ -20,8 +18,8 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
     const char* const arguments[] = {arg1, arg2, arg3, arg4};
     int count = 4;
     while (count > 0 && arguments[count - 1] == nullptr) --count;
-    std::string line = recording::Line("HLIBCExec", path);
-    for (int i = 0; i < count; ++i) line += " " + recording::Word(arguments[i]);
+    std::string line = Line("HLIBCExec", path);
+    for (int i = 0; i < count; ++i) line += " " + Word(arguments[i]);
 
     if (const auto scripted = TheWorld().Called(line, false)) return *scripted;
 
@@ -30,10 +28,15 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
     return 0;
 }
 
-NOTED_OR(4711, HLIBCProcFork, (), ());  // the parent
-NOTED_OR(TheWorld().livePidFiles.count(pidFile), HLIBCProcAliveByPidFile, (const char* pidFile),
-         (pidFile));
-NOTED_OR(TheWorld().Exists(path), HLIBCFileExist, (const char* path), (path));
+int HLIBCProcFork() { return CallOr(4711, "HLIBCProcFork"); }  // the parent
+int HLIBCProcAliveByPidFile(const char* pidFile)
+{
+    return CallOr(TheWorld().livePidFiles.count(pidFile), "HLIBCProcAliveByPidFile", pidFile);
+}
+int HLIBCFileExist(const char* path)
+{
+    return CallOr(TheWorld().Exists(path), "HLIBCFileExist", path);
+}
 
 int HLIBCFileEnumDir(const char* directory, int flags, HLIBCSzList** list, int max)
 {
@@ -58,16 +61,20 @@ int HLIBCFileGetKeyValue(const char* file, const char* key, char* buffer, int si
     const auto found = files.find(file);
     const int result =
         CallOr(found == files.end() ? -1 : 0, "HLIBCFileGetKeyValue", file, key, size, flags);
-    recording::CopyText("", buffer, size);
+    CopyText("", buffer, size);
     if (result < 0 || found == files.end()) return result;
 
     const auto value = found->second.find(key);
-    if (value != found->second.end()) recording::CopyText(value->second, buffer, size);
+    if (value != found->second.end()) CopyText(value->second, buffer, size);
     return result;
 }
 
-DONE(HLIBCFileSetKeyValue, (const char* file, const char* key, const char* value, int flags),
-     (file, key, value, flags), TheWorld().keyValueFiles[file][key] = value);
+int HLIBCFileSetKeyValue(const char* file, const char* key, const char* value, int flags)
+{
+    const int result = Call("HLIBCFileSetKeyValue", file, key, value, flags);
+    if (result >= 0) TheWorld().keyValueFiles[file][key] = value;
+    return result;
+}
 
 int HLIBCFileCheckKeyValue(const char* file, const char* key, const char* value, int flags)
 {
@@ -77,13 +84,13 @@ int HLIBCFileCheckKeyValue(const char* file, const char* key, const char* value,
     return CallOr(same ? 1 : 0, "HLIBCFileCheckKeyValue", file, key, value, flags);
 }
 
-GIVEN(int, HLIBCErrGet, (), (), TheWorld().lastError);
+int HLIBCErrGet() { return Given(TheWorld().lastError, "HLIBCErrGet"); }
 
 /// Knows ASCII and the Latin letters that UTF-8 starts with the byte C3.
 int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targetSize)
 {
     const std::string text = source;
-    const int result = recording::Detail("HLIBCUnicodeUTF8StrUpper", text);
+    const int result = Detail("HLIBCUnicodeUTF8StrUpper", text);
     if (result < 0) return result;
     if (text.size() >= targetSize) return -1;
 
@@ -93,8 +100,8 @@ int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targe
         const bool latin = i > 0 && upper[i - 1] == '\xc3' && byte >= 0xa0 && byte != 0xb7;
         if (latin || (byte >= 'a' && byte <= 'z')) upper[i] = static_cast<char>(byte - 0x20);
     }
-    recording::CopyText(upper, target, static_cast<int>(targetSize));
+    CopyText(upper, target, static_cast<int>(targetSize));
     return result;
 }
 
-NOTED(HALDFwRuleHup, (), ());
+int HALDFwRuleHup() { return Call("HALDFwRuleHup"); }

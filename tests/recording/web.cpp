@@ -10,9 +10,7 @@
 #include "tests/recording/call.h"
 #include "tests/recording/json_text.h"
 
-using recording::Call;
-using recording::Detail;
-using recording::TheWorld;
+using namespace recording;
 
 struct WebMan::State {
     bool uploadLoaded = false;
@@ -34,10 +32,7 @@ bool WebMan::IsUploadRequest()
     return TheWorld().request.upload;
 }
 
-bool WebMan::LoadIn()
-{
-    return Detail("WebMan::LoadIn") >= 0;
-}
+bool WebMan::LoadIn() { return Detail("WebMan::LoadIn") >= 0; }
 
 bool WebMan::LoadIn(const char* directory)
 {
@@ -55,7 +50,7 @@ Json::Value* WebMan::In()
 const char* WebMan::In(const char* name, const char* fallback)
 {
     Detail("WebMan::In", name, fallback);
-    const recording::Request& request = TheWorld().request;
+    const Request& request = TheWorld().request;
     if (state_->uploadLoaded && request.uploadPath && std::string(name) == "upload_file_tmp") {
         return request.uploadPath->c_str();
     }
@@ -72,7 +67,7 @@ void WebMan::WriteHeader(const char* contentType)
 void WebMan::WriteBody(const Json::Value& body)
 {
     Detail("WebMan::WriteBody");
-    std::printf("%s\n", recording::Compact(body).c_str());
+    std::printf("%s\n", Compact(body).c_str());
 }
 
 const char* WebMan::GetLoginUserName()
@@ -98,15 +93,9 @@ ServerFormHandler::~ServerFormHandler() noexcept(false)
     Detail("ServerFormHandler::~ServerFormHandler");
 }
 
-int ServerFormHandler::ExLock()
-{
-    return Call("ServerFormHandler::ExLock");
-}
+int ServerFormHandler::ExLock() { return Call("ServerFormHandler::ExLock"); }
 
-int ServerFormHandler::ShLock()
-{
-    return Call("ServerFormHandler::ShLock");
-}
+int ServerFormHandler::ShLock() { return Call("ServerFormHandler::ShLock"); }
 
 Json::Value HALD::HDX::LocalizedStringParser::ParseTexts(const std::string& path)
 {

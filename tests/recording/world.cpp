@@ -1,8 +1,10 @@
 // The machine that the program runs on in a test.
 #include "tests/recording/world.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -54,6 +56,7 @@ void World::Reset()
     runSteps = false;
     journalAll = false;
     plan.clear();
+    for (const auto& made : temporaryNames) unlinkat(AT_FDCWD, made.first.c_str(), 0);
     temporaryNames.clear();
     liveObjects = 0;
     lastError = 0;
@@ -84,9 +87,17 @@ void World::FailWith(const std::string& call, int error, int nth)
         nth);
 }
 
-std::string World::Calls() const
+std::string World::Calls() const { return Lines(journal_); }
+
+bool World::HasCalled(const std::string& call) const
 {
-    return Lines(journal_);
+    const auto like = [&call](const std::string& line) { return Matches(line, call); };
+    return std::any_of(journal_.begin(), journal_.end(), like);
+}
+
+bool World::LastCallIs(const std::string& call) const
+{
+    return !journal_.empty() && Matches(journal_.back(), call);
 }
 
 std::string World::TakeLog()
@@ -106,11 +117,6 @@ void World::ExpectLog(const std::string& text)
     const int found = std::sscanf(line.c_str(), "mailvane:%d %n", &number, &length);
     EXPECT_TRUE(found == 1 && line.substr(static_cast<std::size_t>(length)) == text)
         << "got log line \"" << line << "\", want \"" << text << "\"";
-}
-
-void World::ExpectLogs(const std::string& lines)
-{
-    for (const std::string& text : Split(lines, "; ")) ExpectLog(text);
 }
 
 void World::ExpectLog(int line, const std::string& text)
@@ -174,18 +180,6 @@ bool World::Move(const std::string& from, const std::string& to)
     return false;
 }
 
-std::vector<std::string> Split(const std::string& text, const std::string& separator)
-{
-    std::vector<std::string> parts;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find(separator, start), text.size());
-        parts.push_back(text.substr(start, end - start));
-        parts.back().erase(parts.back().find_last_not_of(' ') + 1);
-        start = end + separator.size();
-    }
-    return parts;
-}
-
 std::string Lines(const std::vector<std::string>& lines)
 {
     std::string text;
@@ -219,10 +213,7 @@ std::string PlanText(const std::list<Callback>& steps)
     return text;
 }
 
-std::string Word(const char* text)
-{
-    return text == nullptr ? "null" : Word(std::string(text));
-}
+std::string Word(const char* text) { return text == nullptr ? "null" : Word(std::string(text)); }
 
 std::string Word(const std::string& text)
 {
@@ -238,9 +229,10 @@ std::string Word(const std::list<std::string>& texts)
     return ListWords(texts, [](const std::string& text) { return Word(text); }).text;
 }
 
-void WriteExport(const std::string& path)
+int Export(const std::string& path, int result)
 {
-    std::ofstream(path, std::ios::binary) << TheWorld().exportText;
+    if (result >= 0) std::ofstream(path, std::ios::binary) << TheWorld().exportText;
+    return result;
 }
 
 void CopyText(const std::string& text, char* buffer, int size)

@@ -156,6 +156,9 @@ public:
 
     /// The calls so far, one a line; `Lines` makes the text to compare with.
     std::string Calls() const;
+    /// Whether a call like this was made; whether it was the last one. Named as `On` takes them.
+    bool HasCalled(const std::string& call) const;
+    bool LastCallIs(const std::string& call) const;
     /// The plan of the last save.
     std::list<Callback> plan;
 
@@ -163,8 +166,6 @@ public:
     std::string TakeLog();
     /// Takes the first log line out; it must be this text, after "mailvane:<any number> ".
     void ExpectLog(const std::string& text);
-    /// The same for lines separated by "; ".
-    void ExpectLogs(const std::string& lines);
     /// A line with its number.
     void ExpectLog(int line, const std::string& text);
     bool LogIsEmpty() const { return log_.empty(); }
@@ -204,9 +205,6 @@ private:
 };
 
 World& TheWorld();
-
-/// The pieces of a text, without the blanks before a separator.
-std::vector<std::string> Split(const std::string& text, const std::string& separator);
 
 /// The lines of a journal as one text.
 std::string Lines(const std::vector<std::string>& lines);

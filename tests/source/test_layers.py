@@ -1,4 +1,5 @@
-"""Holds the includes of the sources against the table of rooms in ARCHITECTURE.md."""
+"""Holds the includes of the sources against the table of rooms in ARCHITECTURE.md, and the imports
+of the package of Python against its own order."""
 
 import re
 import unittest
@@ -7,6 +8,8 @@ from pathlib import Path
 TOP = Path(__file__).resolve().parents[2]
 ROW = re.compile(r"^\| `([a-z_/]+)/` \|[^|]*\|([^|]*)\|$", re.MULTILINE)
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
+IMPORT = re.compile(r"^ *(?:from|import) mailvane\.(\w+)", re.MULTILINE)
+PYTHON = {"common": {"common"}, "ctl": {"common", "ctl"}, "setup": {"common", "setup"}}
 NAMESPACE = re.compile(r"^namespace host[a-z:]* \{|\}  // namespace host[a-z:]*$", re.MULTILINE)
 LIBRARY = "host/libmailvane/"
 
@@ -66,6 +69,13 @@ class Layers(unittest.TestCase):
             header = str(path.with_suffix(".h").relative_to(TOP))
             if path.suffix == ".cpp" and path.with_suffix(".h").exists():
                 self.assertEqual(INCLUDE.findall(path.read_text())[0], header, str(path))
+
+    def test_the_two_commands_know_only_what_they_share(self) -> None:
+        for room, allowed in PYTHON.items():
+            modules = list((TOP / "tools/mailvane" / room).glob("*.py"))
+            self.assertGreater(len(modules), 10, room)
+            for path in modules:
+                self.assertLessEqual(set(IMPORT.findall(path.read_text())), allowed, str(path))
 
 
 if __name__ == "__main__":

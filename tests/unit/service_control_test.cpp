@@ -13,12 +13,9 @@ TEST_F(ServiceControl, RunsTheCommandOfEachFunctionAndReturnsItsResult)
         int (*function)(const std::string&);
         std::string argument, want;
     } rows[] = {
-        {RunOpenDkimScript, "restart", target + "scripts/opendkim.sh restart"},
         {RunOpenDmarcScript, "stop", target + "scripts/opendmarc.sh stop"},
         {RunMemcachedScript, "any text", target + "scripts/memcached.sh \"any text\""},
         {RequeueHold, "restart", target + "sbin/postsuper -r ALL hold"},
-        {GenerateLoginMap, "restart", target + "bin/hald_gen_login_map"},
-        {HupFirewall, "restart", "HALDFwRuleHup"},
     };
     for (const auto& row : rows) {
         world.Return(row.want, -7);

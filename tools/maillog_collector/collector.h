@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/maillog_collector/log_clock.h"
+#include "host/libmailvane/maillog/log_clock.h"
 #include "tools/maillog_collector/log_follower.h"
 #include "tools/maillog_collector/mail_joiner.h"
 #include "tools/maillog_collector/mail_store.h"
@@ -31,7 +31,7 @@ private:
     void KeepMonth(std::int64_t time, std::size_t start);
     void Store(const LogPosition& position);
 
-    LogClock clock_;
+    host::maillog::LogClock clock_;
     std::optional<MailStore> store_;
     std::optional<MailJoiner> joiner_;
     std::optional<LogFollower> follower_;

@@ -1,8 +1,11 @@
 // What a line of Postfix says about a message.
 #include "tools/maillog_collector/log_event.h"
 
+#include <algorithm>
 #include <charconv>
+#include <string>
 
+#include "host/libmailvane/names/relay_probe.h"
 #include "tools/maillog_collector/log_fields.h"
 
 namespace collector {
@@ -163,11 +166,29 @@ Result ParseVerdict(std::string_view id, std::string_view text)
     return event;
 }
 
+/// Whether the self-check was refused, as it wants to be, when it asked whether strangers may
+/// relay. The client's address tells: what follows the reason, a client may have put into its name.
+bool IsOwnProbe(std::string_view text)
+{
+    static const std::string envelope = std::string("; from=<> to=<") +
+                                        host::names::kProbeRecipient + "> proto=ESMTP helo=<" +
+                                        host::names::kProbeName + ">";
+    if (!SkipPrefix(text, "reject: RCPT from ")) return false;
+
+    const std::string_view client = text.substr(0, text.find(": "));
+    for (const std::string address : {host::names::kProbeAddress, host::names::kProbeAddress6}) {
+        if (!EndsWith(client, "[" + address + "]")) continue;
+        return text.substr(std::min(text.find("; from=<"), text.size())) == envelope;
+    }
+    return false;
+}
+
 /// A line without a queue id at its start.
 Result ParseWithoutId(const LogLine& line)
 {
     std::string_view text = line.text;
     if (line.daemon == "smtpd" && SkipPrefix(text, "NOQUEUE: ")) {
+        if (IsOwnProbe(text)) return std::nullopt;
         const Result event = ParseVerdict({}, text);
         return event && event->kind == EventKind::kRefused ? event : std::nullopt;
     }

@@ -3,53 +3,24 @@
 
 #include <charconv>
 
+#include "host/libhaldcore/text.h"
+#include "host/libhaldcore/utf8.h"
+
 namespace collector {
 namespace {
 
-bool IsTail(char letter)
+/// Length of the character that the text begins with and that a page can show as it is; 0 when it
+/// begins with none.
+std::size_t PlainLength(std::string_view text)
 {
-    return (static_cast<unsigned char>(letter) & 0xc0) == 0x80;
-}
-
-/// Bytes that the lead byte promises, by UTF-8; 0 for no lead byte.
-std::size_t PromisedLength(unsigned char lead)
-{
-    if (lead < 0x80) return 1;
-    if (lead >= 0xc2 && lead <= 0xdf) return 2;
-    if (lead >= 0xe0 && lead <= 0xef) return 3;
-    return lead >= 0xf0 && lead <= 0xf4 ? 4 : 0;
-}
-
-/// Whether the second byte makes an overlong form, a surrogate, something beyond Unicode, or a
-/// control character of two bytes.
-bool IsForbiddenPair(unsigned char lead, unsigned char second)
-{
-    switch (lead) {
-        case 0xc2:
-        case 0xe0:
-            return second < 0xa0;
-        case 0xed:
-            return second >= 0xa0;
-        case 0xf0:
-            return second < 0x90;
-        case 0xf4:
-            return second >= 0x90;
-        default:
-            return false;
+    const char first = text.front();
+    if (static_cast<unsigned char>(first) < 0x80) {
+        return host::IsControl(first) || first == '<' || first == '>' ? 0 : 1;
     }
-}
-
-/// Length of the printable character that the text begins with; 0 when it begins with none.
-std::size_t CharacterLength(std::string_view text)
-{
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = PromisedLength(lead);
-    if (length == 1) return lead < 0x20 || lead == 0x7f || lead == '<' || lead == '>' ? 0 : 1;
-    if (length == 0 || length > text.size()) return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!IsTail(text[i])) return 0;
-    }
-    return IsForbiddenPair(lead, static_cast<unsigned char>(text[1])) ? 0 : length;
+    const std::size_t length = host::CharacterLength(text);
+    const std::string_view character = text.substr(0, length);
+    const bool isControl = character >= "\xc2\x80" && character < "\xc2\xa0";
+    return isControl ? 0 : length;
 }
 
 }  // namespace
@@ -105,7 +76,7 @@ std::string CleanText(std::string_view text)
     std::string clean;
     clean.reserve(text.size());
     while (!text.empty()) {
-        const std::size_t length = CharacterLength(text);
+        const std::size_t length = PlainLength(text);
         if (clean.size() + (length == 0 ? 1 : length) > kLongestText) break;
         if (length == 0) {
             clean += '?';

@@ -11,7 +11,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/log.h"
+#include "tools/maillog_collector/log_fields.h"
 
 namespace collector {
 namespace {
@@ -24,17 +26,14 @@ struct LogFile {
     std::pair<std::int64_t, std::int64_t> changed;  ///< seconds, nanoseconds
 };
 
-/// Checksum (FNV-1a) of the file's bytes before `offset`, at most `kHeadSize`.
+/// Checksum of the file's bytes before `offset`, at most `kHeadSize`.
 std::int64_t Checksum(int file, std::int64_t offset)
 {
     char head[kHeadSize];
     const auto wanted = static_cast<std::size_t>(std::min(offset, kHeadSize));
     const ssize_t count = ::pread(file, head, wanted, 0);
-    std::uint64_t sum = 14695981039346656037ULL;
-    for (ssize_t i = 0; i < count; ++i) {
-        sum = (sum ^ static_cast<unsigned char>(head[i])) * 1099511628211ULL;
-    }
-    return static_cast<std::int64_t>(sum >> 1);
+    const auto size = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    return static_cast<std::int64_t>(host::Fnv64({head, size}) >> 1);
 }
 
 std::int64_t SizeOf(int file)
@@ -45,13 +44,9 @@ std::int64_t SizeOf(int file)
 
 bool IsPacked(const std::string& name)
 {
-    for (const char* end : {".gz", ".xz", ".bz2", ".zst"}) {
-        const std::string ending = end;
-        if (name.size() > ending.size() &&
-            name.compare(name.size() - ending.size(), ending.size(), ending) == 0)
-            return true;
-    }
-    return false;
+    const auto ends = {".gz", ".xz", ".bz2", ".zst"};
+    return std::any_of(ends.begin(), ends.end(),
+                       [&name](const char* end) { return EndsWith(name, end); });
 }
 
 /// The log's older parts beside it, the oldest first.

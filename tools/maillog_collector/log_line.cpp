@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "host/libhaldcore/text.h"
+
 namespace collector {
 namespace {
 
@@ -12,10 +14,7 @@ constexpr std::size_t kShortestShortId = 6;
 constexpr std::size_t kLongestId = 32;
 constexpr std::size_t kTimePart = 10;  // of a long id, at least
 
-bool IsDigit(char letter)
-{
-    return letter >= '0' && letter <= '9';
-}
+using host::IsDigit;
 
 bool IsHex(char letter)
 {

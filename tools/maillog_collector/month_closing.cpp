@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -52,7 +52,7 @@ std::string SuccessorPath()
 
 void Require(bool done, const char* what)
 {
-    if (!done) throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+    if (!done) throw std::runtime_error(std::string(what) + ": " + host::ErrnoText());
 }
 
 std::string MonthName(std::int64_t time)
@@ -105,9 +105,8 @@ void LinkMonth(const std::string& month)
 
 bool IsMonth(const std::string& name)
 {
-    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
-    return name.size() >= 10 && std::all_of(name.begin(), name.begin() + 4, isDigit) &&
-           name[4] == '-' && std::all_of(name.begin() + 5, name.begin() + 7, isDigit) &&
+    return name.size() >= 10 && std::all_of(name.begin(), name.begin() + 4, host::IsDigit) &&
+           name[4] == '-' && std::all_of(name.begin() + 5, name.begin() + 7, host::IsDigit) &&
            name.compare(name.size() - 3, 3, ".db") == 0;
 }
 

@@ -8,10 +8,11 @@
 #include <unistd.h>
 
 #include <cinttypes>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <utility>
+
+#include "host/libhaldcore/hash.h"
 
 namespace rate_policy {
 namespace {
@@ -20,16 +21,6 @@ constexpr int kSecondsOfAnHour = 3600;
 constexpr long kPatienceInMicroseconds = 500000;
 constexpr std::size_t kLongestEncoding = 200;  // of the 250 bytes that a key may have
 constexpr std::size_t kLongestLine = 512;
-
-/// A short number for a long text.
-std::uint64_t Hash(const std::string& text)
-{
-    constexpr std::uint64_t kStart = 14695981039346656037U;
-    constexpr std::uint64_t kFactor = 1099511628211U;
-    std::uint64_t hash = kStart;
-    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * kFactor;
-    return hash;
-}
 
 bool IsPlain(char c)
 {
@@ -68,7 +59,7 @@ std::string Counters::KeyOf(const std::string& login)
     }
     if (key.size() <= kLongestEncoding) return key;
 
-    std::snprintf(text, sizeof(text), "%%%%%016" PRIx64, Hash(login));
+    std::snprintf(text, sizeof(text), "%%%%%016" PRIx64, host::Fnv64(login));
     return key.substr(0, kLongestEncoding) + text;
 }
 

@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "host/libhaldcore/random_text.h"
+#include "host/libhaldcore/text.h"
 
 namespace report {
 
@@ -38,8 +39,8 @@ std::string Base64(const std::string& bytes)
 std::string HeaderText(const std::string& text, const std::string& marks)
 {
     const auto isPlain = [&marks](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-               c == ' ' || c == '-' || marks.find(c) != std::string::npos;
+        return host::IsLetterOrDigit(c) || c == ' ' || c == '-' ||
+               marks.find(c) != std::string::npos;
     };
     if (std::all_of(text.begin(), text.end(), isPlain)) return text;
 

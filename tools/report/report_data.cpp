@@ -2,21 +2,18 @@
 // postqueue, asks the file systems and runs the self-check.
 #include "tools/report/report_data.h"
 
-#include <json/json.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
-#include <ctime>
 #include <fstream>
 #include <map>
-#include <memory>
-#include <sstream>
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/maillog/log_clock.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
+#include "host/libmailvane/system/mail_queue.h"
 #include "platform/mailvane/analyzer.h"
 
 namespace report {
@@ -24,10 +21,7 @@ namespace report {
 namespace {
 
 constexpr std::size_t kRanks = 10;
-constexpr std::int64_t kDay = 86400;
-constexpr std::size_t kMostOutput = std::size_t{1} << 20;  // of a program that is captured
 const char kScanLog[] = "/var/log/mailvane/amavis.log";
-const char kPostfixFiles[] = "etc/generated/current/postfix";
 
 using Tally = std::map<std::string, Volume>;
 
@@ -89,24 +83,6 @@ std::vector<Rank> Highest(const Tally& tally)
     return ranks;
 }
 
-/// When a line of the scanner's log was written; it begins as "Nov  1 04:17:52 ". 0 for other
-/// lines.
-std::int64_t TimeOf(const std::string& line, std::int64_t now)
-{
-    const auto seconds = static_cast<std::time_t>(now);
-    std::tm parts{};
-    (void)localtime_r(&seconds, &parts);
-    parts.tm_isdst = -1;
-    if (strptime(line.c_str(), "%b %e %H:%M:%S", &parts) == nullptr) return 0;
-
-    std::int64_t time = std::mktime(&parts);
-    if (time <= now + kDay) return time;
-    --parts.tm_year;
-    parts.tm_isdst = -1;
-    time = std::mktime(&parts);
-    return time;
-}
-
 bool Has(const std::string& line, const char* text)
 {
     return line.find(text) != std::string::npos;
@@ -118,12 +94,14 @@ bool AddScans(const std::string& path, const Period& period, std::int64_t now, S
     std::ifstream log(path);
     if (!log) return false;
 
+    // Lines begin as "Nov  1 04:17:52 ".
+    host::maillog::LogClock clock(now);
     for (std::string line; std::getline(log, line);) {
         const bool virus = Has(line, ") Blocked INFECTED") || Has(line, ") Passed INFECTED");
         const bool spam = Has(line, ") Blocked SPAM") || Has(line, ") Passed SPAM");
         if (!virus && !spam) continue;
 
-        const std::int64_t time = TimeOf(line, now);
+        const std::int64_t time = clock.Seconds(line);
         if (time < period.begin || time >= period.end) continue;
         counts.viruses += virus ? 1 : 0;
         counts.spam += spam ? 1 : 0;
@@ -131,32 +109,18 @@ bool AddScans(const std::string& path, const Period& period, std::int64_t now, S
     return true;
 }
 
-void AddMessage(const std::string& line, std::int64_t now, QueueState& state)
-{
-    Json::Value message;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    if (!reader->parse(line.data(), line.data() + line.size(), &message, nullptr)) return;
-
-    ++state.waiting;
-    if (message["queue_name"] == Json::Value("deferred")) ++state.deferred;
-    if (message["arrival_time"].isInt64()) {
-        state.oldest =
-            std::max<std::int64_t>(state.oldest, now - message["arrival_time"].asInt64());
-    }
-}
-
 std::optional<QueueState> LookAtQueue(std::int64_t now)
 {
-    host::ProgramOptions options;
-    options.capture = true;
-    const host::ProgramResult list = host::RunProgram(
-        {"/usr/sbin/postqueue", "-c", host::PackagePath(kPostfixFiles), "-j"}, options);
-    if (!list.Succeeded()) return std::nullopt;
+    const auto queue = host::system::ReadMailQueue();
+    if (!queue) return std::nullopt;
 
     QueueState state;
-    state.isWhole = list.output.size() < kMostOutput;
-    std::istringstream lines(list.output);
-    for (std::string line; std::getline(lines, line);) AddMessage(line, now, state);
+    state.isWhole = queue->isWhole;
+    for (const host::system::QueuedMessage& message : queue->messages) {
+        ++state.waiting;
+        if (message.deferred) ++state.deferred;
+        state.oldest = std::max(state.oldest, now - message.arrival);
+    }
     return state;
 }
 

@@ -10,6 +10,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/pem.h"
 
 namespace report {
 
@@ -39,25 +40,16 @@ std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* r
     return given;
 }
 
-/// The first certificate of a PEM file, without what else is in it; empty for none.
-std::string CertificateOf(const std::string& path)
-{
-    const char end[] = "-----END CERTIFICATE-----";
-    std::string text;
-    if (!host::ReadFile(path, text)) return "";
-    const auto first = text.find("-----BEGIN CERTIFICATE-----");
-    const auto last = text.find(end);
-    if (first == std::string::npos || last == std::string::npos || last < first) return "";
-    return text.substr(first, last + sizeof end - 1 - first) + '\n';
-}
-
 /// Whom to believe: the machine's authorities, and the certificate that this mail server shows.
 std::string TrustedCertificates()
 {
     std::string trusted;
     if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
+    // Of our own files the certificate alone: they may hold more than that.
     for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
-        trusted += '\n' + CertificateOf(host::PackagePath(own));
+        std::string text;
+        if (!host::ReadFile(host::PackagePath(own), text)) continue;
+        trusted.append("\n").append(host::PemBlock(text, "CERTIFICATE")).append("\n");
     }
     return trusted;
 }

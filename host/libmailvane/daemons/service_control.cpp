@@ -13,14 +13,56 @@
 
 namespace host::daemons {
 
-int RunControlScript(const char* script, const std::string& verb)
+namespace {
+
+int DkimFilterService(const std::string& verb)
 {
+    return RunControlScript(daemons::kDkimFilter, verb);
+}
+
+int DmarcFilterService(const std::string& verb)
+{
+    return RunControlScript(daemons::kDmarcFilter, verb);
+}
+
+int MemcachedService(const std::string& verb)
+{
+    return RunControlScript(daemons::kMemcached, verb);
+}
+
+/// What a step calls for a service.
+const struct {
+    const daemons::Daemon& daemon;
+    int (*run)(const std::string& verb);
+} kServices[] = {
+    {daemons::kPostfix, &Postfix::Service},
+    {daemons::kDovecot, &ImapPop3::Service},
+    {daemons::kScanner, &MailScanner::Service},
+    {daemons::kAntiVirus, &MailScanner::AntiVirusService},
+    {daemons::kDkimFilter, &DkimFilterService},
+    {daemons::kDmarcFilter, &DmarcFilterService},
+    {daemons::kMemcached, &MemcachedService},
+};
+
+}  // namespace
+
+int RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
+{
+    const std::string script = std::string(daemon.service) + ".sh";
     if (verb != "start" && verb != "stop" && verb != "restart") {
-        Log(LOG_ERR, "%s takes no verb \"%s\"", script, verb.c_str());
+        Log(LOG_ERR, "%s takes no verb \"%s\"", script.c_str(), verb.c_str());
         return -1;
     }
-    const std::string program = PackagePath(std::string("target/scripts/") + script);
-    return RunProgram({program, verb}).Succeeded() ? 0 : -1;
+    return RunProgram({PackagePath("target/scripts/" + script), verb}).Succeeded() ? 0 : -1;
+}
+
+Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb)
+{
+    Callback step{std::string(daemon.label), nullptr, verb};
+    for (const auto& service : kServices) {
+        if (service.daemon.service == daemon.service) step.func = service.run;
+    }
+    return step;
 }
 
 bool ServicesAreOurs()
@@ -33,20 +75,20 @@ bool ServicesAreOurs()
 
 int Postfix::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript("postfix.sh", verb);
+    return host::daemons::RunControlScript(host::daemons::kPostfix, verb);
 }
 
 int ImapPop3::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript("dovecot.sh", verb);
+    return host::daemons::RunControlScript(host::daemons::kDovecot, verb);
 }
 
 int MailScanner::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript("mailscanner.sh", verb);
+    return host::daemons::RunControlScript(host::daemons::kScanner, verb);
 }
 
 int MailScanner::AntiVirusService(const std::string& verb)
 {
-    return host::daemons::RunControlScript("antivirus.sh", verb);
+    return host::daemons::RunControlScript(host::daemons::kAntiVirus, verb);
 }

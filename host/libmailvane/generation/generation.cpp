@@ -7,8 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -17,8 +16,10 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
 
@@ -32,43 +33,22 @@ const char kPrefix[] = "gen-";
 const char kManifest[] = "manifest";
 const char kSettings[] = "mailvane.conf";
 const char kMaps[] = "postfix/maps/";
-const char kPostmap[] = "/usr/sbin/postmap";
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds a changed file is dated back
 
 /// Checksum of a file's bytes: enough to see that somebody edited it.
 std::string Checksum(const std::string& bytes)
 {
-    std::uint64_t hash = 0xcbf29ce484222325U;
-    for (const char c : bytes) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
-
     char text[17];
-    std::snprintf(text, sizeof(text), "%016llx", static_cast<unsigned long long>(hash));
+    std::snprintf(text, sizeof(text), "%016" PRIx64, Fnv64(bytes));
     return text;
-}
-
-bool SyncPath(const std::string& path)
-{
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-
-    const bool synced = fsync(descriptor) == 0;
-    close(descriptor);
-    return synced;
 }
 
 /// Writes a file that is not there yet; what waits for the disk comes later, for all files at once.
 bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode)
 {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    if (!file || fchmod(file.get(), mode) < 0) return false;
-
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t put = write(file.get(), bytes.data() + done, bytes.size() - done);
-        if (put < 0 && errno != EINTR) return false;
-        if (put > 0) done += static_cast<std::size_t>(put);
-    }
-    return true;
+    return file && fchmod(file.get(), mode) == 0 && WriteAll(file.get(), bytes);
 }
 
 void DateBack(const std::string& path)
@@ -145,8 +125,7 @@ bool ReplaceByLink(const std::string& path, const std::string& target)
     const std::string temporary = path + ".new";
     (void)unlink(temporary.c_str());
     return symlink(target.c_str(), temporary.c_str()) == 0 &&
-           rename(temporary.c_str(), path.c_str()) == 0 &&
-           SyncPath(fs::path(path).parent_path().string());
+           rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path);
 }
 
 Result<void> PutInForce(const std::string& name)
@@ -196,6 +175,13 @@ Manifest ReadManifest(const std::string& name)
     std::istringstream lines(text);
     for (std::string checksum, relative; lines >> checksum >> relative;) files[relative] = checksum;
     return files;
+}
+
+bool IsGeneration(const std::string& name)
+{
+    return name.rfind(kPrefix, 0) == 0 &&
+           name.find_first_not_of("0123456789", sizeof(kPrefix) - 1) == std::string::npos &&
+           !ReadManifest(name).empty();
 }
 
 NextGeneration::NextGeneration() : before_(CurrentGeneration()), beforeFiles_(ReadManifest(before_))
@@ -299,7 +285,7 @@ void NextGeneration::CompileMaps()
 {
     std::vector<std::vector<std::string>> programs;
     for (const auto& [source, mode] : uncompiled_) {
-        programs.push_back({kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
+        programs.push_back({programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
     }
     const std::vector<ProgramResult> results = RunPrograms(programs);
     auto result = results.begin();
@@ -333,7 +319,7 @@ void NextGeneration::SyncAll()
         paths.insert(fs::path(PathOf(relative)).parent_path().string());
     }
     for (const std::string& path : paths) {
-        if (!SyncPath(path)) Fail("sync", path);
+        if (!system::SyncPath(path)) Fail("sync", path);
     }
 }
 

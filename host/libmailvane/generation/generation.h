@@ -105,4 +105,7 @@ private:
 /// The files of a complete generation; empty when it is none.
 Manifest ReadManifest(const std::string& name);
 
+/// Whether this is the name of a complete generation.
+bool IsGeneration(const std::string& name);
+
 }  // namespace host::generation

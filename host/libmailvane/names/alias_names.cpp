@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -11,11 +12,6 @@ namespace {
 
 constexpr std::size_t kLongestLocalPart = 64;
 constexpr std::size_t kLongestGroup = 256;
-
-bool IsLetterOrDigit(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
 
 bool IsUser(const std::string& name)
 {

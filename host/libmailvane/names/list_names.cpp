@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -118,19 +119,11 @@ std::optional<std::string> StoredTree(const std::string& text)
 
 std::optional<std::string> StoredAddress(const std::string& text)
 {
-    if (!IsMailAddress(text) || text.find('@') == std::string::npos) return std::nullopt;
+    if (!IsFullAddress(text)) return std::nullopt;
     return InLowerCase(text);
 }
 
 }  // namespace
-
-std::string InLowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return text;
-}
 
 std::optional<std::string> StoredName(NameType kind, const std::string& text)
 {

@@ -30,7 +30,4 @@ NameType KindInText(const std::string& name);
 /// Bits of the prefix of a stored address or network; 32 or 128 for an address.
 int PrefixLength(const std::string& name);
 
-/// ASCII letters in lower case, the rest as it is.
-std::string InLowerCase(std::string text);
-
 }  // namespace host::names

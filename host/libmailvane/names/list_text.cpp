@@ -5,7 +5,8 @@
 #include <string_view>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {

@@ -3,16 +3,15 @@
 
 #include <algorithm>
 
+#include "host/libhaldcore/text.h"
+
 namespace host::names {
 
 std::string LoginKey(const std::string& login)
 {
     std::string key = login.substr(login.find('\\') + 1);
     key.erase(std::min(key.find('@'), key.size()));
-    std::transform(key.begin(), key.end(), key.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return key;
+    return InLowerCase(key);
 }
 
 }  // namespace host::names

@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/text_checks.h"
 

@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/libhaldcore/text.h"
+#include "host/libhaldcore/utf8.h"
+
 namespace host::names {
 
 namespace {
@@ -14,17 +17,6 @@ constexpr std::string::size_type kLongestHostName = 253;
 constexpr std::string::size_type kLongestLabel = 63;
 constexpr std::string::size_type kLongestAddress = 254;
 constexpr std::string::size_type kLongestShortDomain = 15;
-
-bool IsLetterOrDigit(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
-bool IsControl(char c)
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7f;
-}
 
 bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
 {
@@ -44,30 +36,6 @@ bool IsAddress(const std::string& text)
 bool IsAddressCharacter(char c)
 {
     return !IsControl(c) && std::strchr(" \"\\<>(),;:[]|#/", c) == nullptr;
-}
-
-/// How many bytes follow the lead byte of a UTF-8 character; -1 when it leads none.
-int FollowingBytes(unsigned char lead)
-{
-    if (lead < 0x80) return 0;
-    if (lead >= 0xc2 && lead < 0xe0) return 1;
-    if (lead >= 0xe0 && lead < 0xf0) return 2;
-    if (lead >= 0xf0 && lead < 0xf5) return 3;
-    return -1;
-}
-
-bool IsUtf8(const std::string& text)
-{
-    int expected = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool follows = (byte & 0xc0U) == 0x80;
-        if (follows != (expected > 0)) return false;
-
-        expected = follows ? expected - 1 : FollowingBytes(byte);
-        if (expected < 0) return false;
-    }
-    return expected == 0;
 }
 
 }  // namespace
@@ -147,6 +115,11 @@ bool IsMailAddress(const std::string& text)
     if (!std::all_of(local.begin(), local.end(), IsAddressCharacter)) return false;
 
     return at == std::string::npos || IsHostName(text.substr(at + 1));
+}
+
+bool IsFullAddress(const std::string& text)
+{
+    return IsMailAddress(text) && text.find('@') != std::string::npos;
 }
 
 bool IsSpamAction(const std::string& text)

@@ -41,6 +41,9 @@ bool IsShortDomainOrEmpty(const std::string& text);
 /// angle brackets, commas and map syntax; at most 254 bytes.
 bool IsMailAddress(const std::string& text);
 
+/// As `IsMailAddress`, but no bare local part.
+bool IsFullAddress(const std::string& text);
+
 /// What the scanner does with spam and with viruses.
 bool IsSpamAction(const std::string& text);
 bool IsVirusAction(const std::string& text);

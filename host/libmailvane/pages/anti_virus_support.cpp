@@ -4,9 +4,10 @@
 #include <unistd.h>
 
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 
 bool IsSupportAntiVirus()
 {
-    return access(host::Path("/usr/sbin/clamd").c_str(), X_OK) == 0 &&
-           access(host::Path("/usr/bin/freshclam").c_str(), X_OK) == 0;
+    return access(host::Path(host::programs::kClamd).c_str(), X_OK) == 0 &&
+           access(host::Path(host::programs::kFreshclam).c_str(), X_OK) == 0;
 }

@@ -16,6 +16,8 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/pem.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
@@ -24,11 +26,8 @@
 
 namespace {
 
-const char kOpenssl[] = "/usr/bin/openssl";
 const char kPair[] = "pair";
-const char kPublicMark[] = "-----BEGIN PUBLIC KEY-----";
 constexpr int kMostPairsASecond = 100;
-const char kSigner[] = "opendkim.sh";
 
 /// Both halves, in PEM form.
 struct KeyTexts {
@@ -62,7 +61,7 @@ std::string WaitingKey(const std::string& privatePath)
 /// What OpenSSL's own tool prints; empty, logged, when it failed.
 std::string OpensslOutput(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> command{kOpenssl};
+    std::vector<std::string> command{host::programs::kOpenssl};
     command.insert(command.end(), arguments.begin(), arguments.end());
     host::ProgramOptions options;
     options.capture = true;
@@ -183,7 +182,7 @@ bool MakePair(const KeyNames& names, const std::string& privateKey)
 {
     KeyTexts keys;
     keys.publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
-    if (keys.publicKey.find(kPublicMark) == std::string::npos) return false;
+    if (host::PemBlock(keys.publicKey, "PUBLIC KEY").empty()) return false;
 
     if (host::ReadFile(privateKey, keys.privateKey) && PutPair(names, keys)) return true;
 
@@ -208,10 +207,11 @@ host::Result<void> host::pages::RestoreKeyPair(const std::string& pair)
     std::error_code error;
     const std::string before =
         std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
-    if (TurnTo(names, pair) && daemons::RunControlScript(kSigner, "restart") == 0) return {};
+    if (TurnTo(names, pair) && daemons::RunControlScript(daemons::kDkimFilter, "restart") == 0)
+        return {};
 
     if (!before.empty() && TurnTo(names, before))
-        (void)daemons::RunControlScript(kSigner, "restart");
+        (void)daemons::RunControlScript(daemons::kDkimFilter, "restart");
     return Reason{ReasonCode::kDaemonRefuses, pair,
                   "the key pair '" + pair + "' is not taken; the one before stays"};
 }

@@ -27,11 +27,6 @@ struct Personal::State {
 
 namespace {
 
-bool IsFullAddress(const std::string& text)
-{
-    return host::names::IsMailAddress(text) && text.find('@') != std::string::npos;
-}
-
 /// Whether an address, with or without an extension, is one of the user's own.
 bool IsOwnAddress(const std::string& address, const std::string& user)
 {
@@ -54,7 +49,7 @@ bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user
 {
     const std::string& address = settings.forwardAddress;
     if (address.empty() && !settings.forward) return true;
-    if (!IsFullAddress(address)) {
+    if (!host::names::IsFullAddress(address)) {
         host::Log(LOG_ERR, "personal settings of %s: mail cannot be forwarded to that address",
                   user.c_str());
         return false;
@@ -107,7 +102,7 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
 /// Adds or overwrites the reply to one sender.
 bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const Reply& reply)
 {
-    if (!IsFullAddress(sender)) return false;
+    if (!host::names::IsFullAddress(sender)) return false;
     if (SenderReply* entry = host::stores::FindSenderReply(settings, sender)) {
         *entry = {sender, reply};
         return true;

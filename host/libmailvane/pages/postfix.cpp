@@ -4,20 +4,12 @@
 #include <algorithm>
 
 #include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/pages/config.h"
 #include "host/libmailvane/save/account_switch.h"
 
 namespace {
-
-/// Domain names are stored in lower case.
-std::string LowerCase(std::string text)
-{
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
 
 template <typename T>
 bool Contains(const std::list<T>& list, const T& element)
@@ -70,7 +62,7 @@ int Postfix::AddDomain(const std::string& domain)
 {
     if (!host::names::IsMailDomain(domain)) return host::pages::Refuse(*state_, "a mail domain");
 
-    const std::string name = LowerCase(domain);
+    const std::string name = host::InLowerCase(domain);
     state_->listsChanged = true;
     if (!Contains(state_->domains, name)) state_->domains.push_back(name);
     return 0;
@@ -79,7 +71,7 @@ int Postfix::AddDomain(const std::string& domain)
 int Postfix::DeleteDomain(const std::string& domain)
 {
     state_->listsChanged = true;
-    state_->domains.remove(LowerCase(domain));
+    state_->domains.remove(host::InLowerCase(domain));
     return 0;
 }
 
@@ -98,7 +90,7 @@ int Postfix::AddDNSBL(const DNSBL& entry)
         return host::pages::Refuse(*state_, "a blocklist");
     }
 
-    const host::settings::Blocklist stored{LowerCase(entry.server), entry.type};
+    const host::settings::Blocklist stored{host::InLowerCase(entry.server), entry.type};
     state_->listsChanged = true;
     if (!Contains(state_->blocklists, stored)) state_->blocklists.push_back(stored);
     return 0;
@@ -107,6 +99,7 @@ int Postfix::AddDNSBL(const DNSBL& entry)
 int Postfix::DeleteDNSBL(const DNSBL& entry)
 {
     state_->listsChanged = true;
-    state_->blocklists.remove(host::settings::Blocklist{LowerCase(entry.server), entry.type});
+    state_->blocklists.remove(
+        host::settings::Blocklist{host::InLowerCase(entry.server), entry.type});
     return 0;
 }

@@ -12,7 +12,7 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/transaction.h"
 
@@ -44,11 +44,6 @@ std::string YesNo(bool flag)
 unsigned int Number(const std::string& text)
 {
     return static_cast<unsigned int>(strtoul(text.c_str(), nullptr, 10));
-}
-
-bool IsFullAddress(const std::string& text)
-{
-    return host::names::IsMailAddress(text) && text.find('@') != std::string::npos;
 }
 
 /// Refuses a setting by an exception that names it, never its value.
@@ -195,7 +190,7 @@ int Reporter::SetRcpt(const std::string& recipient)
 {
     const std::vector<std::string> recipients = host::pages::ReportRecipients(recipient);
     Require(host::names::IsPlainText(recipient) &&
-                std::all_of(recipients.begin(), recipients.end(), IsFullAddress),
+                std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
             "rcpt");
     state_->rcpt = recipient;
     return 0;
@@ -204,7 +199,7 @@ int Reporter::SetRcpt(const std::string& recipient)
 int Reporter::SetSender(const Sender& sender)
 {
     Require(host::names::IsPlainText(sender.name), "sender_name");
-    Require(sender.mail.empty() || IsFullAddress(sender.mail), "sender_mail");
+    Require(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
     state_->sender = sender;
     return 0;
 }

@@ -1,11 +1,11 @@
 // Helpers of the settings pages: port conflicts and joined texts.
 #include "platform/mailvane/web_utils.h"
 
-#include "host/libmailvane/system/listening_ports.h"
+#include "host/libmailvane/daemons/listening_ports.h"
 
 int WebUtils::IsPortConflict(const char* services, int from, int to)
 {
-    return host::system::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
+    return host::daemons::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
 }
 
 std::string StringJoin(const std::list<std::string>& texts, const char* separator)

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/names/list_names.h"
 
@@ -36,7 +37,7 @@ struct AliasExpansion::Walk {
 
     void Add(std::vector<std::string>& list, const std::string& recipient)
     {
-        if (!seen.insert(names::InLowerCase(recipient)).second) return;
+        if (!seen.insert(InLowerCase(recipient)).second) return;
         if (seen.size() > kMostRecipientsOfAlias) throw std::runtime_error("too many recipients");
         list.push_back(recipient);
     }
@@ -51,7 +52,7 @@ AliasExpansion::AliasExpansion(const stores::AliasTable& table,
                                const std::vector<std::string>& domains, Group group)
     : table_(table), domains_{"localhost"}, group_(std::move(group))
 {
-    for (const std::string& domain : domains) domains_.insert(names::InLowerCase(domain));
+    for (const std::string& domain : domains) domains_.insert(InLowerCase(domain));
 }
 
 void AliasExpansion::AddRole(const std::string& name, const std::string& user)
@@ -64,7 +65,7 @@ const AliasExpansion::Members* AliasExpansion::AliasMembers(const std::string& n
     const stores::AliasEntry* alias = table_.FindAnyCase(name);
     if (alias != nullptr) return &alias->members;
 
-    const auto role = roles_.find(names::InLowerCase(name));
+    const auto role = roles_.find(InLowerCase(name));
     return role == roles_.end() ? nullptr : &role->second;
 }
 
@@ -135,7 +136,7 @@ void AliasExpansion::VisitLocal(Walk& walk, const std::string& name)
 void AliasExpansion::VisitAddress(Walk& walk, const std::string& address)
 {
     const std::size_t at = address.find('@');
-    if (domains_.count(names::InLowerCase(address.substr(at + 1))) != 0) {
+    if (domains_.count(InLowerCase(address.substr(at + 1))) != 0) {
         VisitLocal(walk, address.substr(0, at));
     } else {
         walk.Add(walk.found.outside, address);

@@ -1,8 +1,6 @@
 // The maps that the aliases fill: where their mail goes, and which logins may send from them.
 #include "host/libmailvane/render/alias_maps.h"
 
-#include <cerrno>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -31,7 +29,7 @@ std::vector<std::string> MembersOf(GroupMembers& groups, const std::string& grou
     std::vector<std::string> members;
     const Lookup result = groups.Find(group, members);
     if (result == Lookup::kFailed) {
-        throw std::runtime_error("the group " + group + " cannot be read: " + std::strerror(errno));
+        throw std::runtime_error("the group " + group + " cannot be read: " + ErrnoText());
     }
     if (result == Lookup::kAbsent) {
         Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/stores/attachment_types.h"
 
 namespace host::render {
@@ -35,11 +36,6 @@ const char kCut[] = R"re((?:"?\s*;\s*(?:file)?name\*\d+\*?\s*=\s*"?|\?=\s+=\?[^?
 bool IsLetter(char c)
 {
     return c >= 'a' && c <= 'z';
-}
-
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
 }
 
 /// The bytes that stand for a character of a type: a letter in either case.

@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
 
@@ -15,7 +16,6 @@ namespace {
 const char kCertificate[] = "tls/cert.pem";
 const char kPrivateKey[] = "tls/key.pem";
 const char kHostname[] = "tls/hostname";
-const char kOpenssl[] = "/usr/bin/openssl";
 const char kDays[] = "3650";
 
 /// Makes a certificate and its key with OpenSSL's own tool; false on failure.
@@ -27,9 +27,9 @@ bool SelfSign(const std::string& directory, const std::string& hostname, std::st
     ProgramOptions quiet;
     quiet.capture = true;
     const ProgramResult made = RunProgram(
-        {kOpenssl, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-         "-nodes", "-days", kDays, "-subj", "/CN=" + hostname, "-addext",
-         "subjectAltName=DNS:" + hostname, "-keyout", keyPath, "-out", certificatePath},
+        {programs::kOpenssl, "req", "-x509", "-newkey", "ec", "-pkeyopt",
+         "ec_paramgen_curve:prime256v1", "-nodes", "-days", kDays, "-subj", "/CN=" + hostname,
+         "-addext", "subjectAltName=DNS:" + hostname, "-keyout", keyPath, "-out", certificatePath},
         quiet);
     const bool read =
         made.Succeeded() && ReadFile(keyPath, key) && ReadFile(certificatePath, certificate);

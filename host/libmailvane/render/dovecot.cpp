@@ -3,6 +3,8 @@
 
 #include "host/libmailvane/render/context.h"
 
+#include "host/libhaldsdk/account_lookup.h"
+
 namespace host::render {
 
 namespace {
@@ -50,16 +52,18 @@ const char kPostfixSockets[] =
     "  unix_listener /var/spool/postfix/private/dovecot-lmtp {\n"
     "    mode = 0600\n    user = postfix\n    group = postfix\n  }\n}\n";
 
-const char kAccounts[] =
-    "auth_mechanisms = plain login\n"
-    "auth_username_format = %Ln\n"
-    "passdb {\n  driver = pam\n}\n"
-    "userdb {\n  driver = passwd\n}\n"
-    "first_valid_uid = 1000\n"
-    "last_valid_uid = 65533\n"
-    "mail_location = maildir:~/Maildir\n"
-    "recipient_delimiter = +\n"
-    "namespace inbox {\n  inbox = yes\n}\n";
+std::string Accounts()
+{
+    return "auth_mechanisms = plain login\n"
+           "auth_username_format = %Ln\n"
+           "passdb {\n  driver = pam\n}\n"
+           "userdb {\n  driver = passwd\n}\n"
+           "first_valid_uid = " +
+           std::to_string(kFirstMailUser) + "\nlast_valid_uid = " + std::to_string(kLastMailUser) +
+           "\nmail_location = maildir:~/Maildir\n"
+           "recipient_delimiter = +\n"
+           "namespace inbox {\n  inbox = yes\n}\n";
+}
 
 }  // namespace
 
@@ -83,7 +87,7 @@ std::string RenderDovecot(const settings::StoredSettings& settings, const Render
            "ssl_min_protocol = TLSv1.2\n"
            "disable_plaintext_auth = " +
            YesNo(!settings.Bool("plaintext_auth")) + "\nmail_max_userip_connections = " +
-           std::to_string(settings.Int("max_user_connections")) + "\n" + kAccounts +
+           std::to_string(settings.Int("max_user_connections")) + "\n" + Accounts() +
            MailboxServices(settings) + kClosedDoors + kPostfixSockets +
            "protocol lmtp {\n"
            "  mail_plugins = $mail_plugins sieve\n"

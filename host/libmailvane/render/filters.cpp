@@ -2,6 +2,11 @@
 #include "host/libmailvane/render/filters.h"
 
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/settings/derived_settings.h"
+
+#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
@@ -15,16 +20,15 @@ const char kKeyName[] = "server";
 
 /// Clients that are this machine itself: their mail is signed, and no policy applies to it. The
 /// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
-const char kThisMachine[] = "127.0.0.1\n::1\n";
+const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
-const char kDkimFilter[] = "opendkim";
-const char kDmarcFilter[] = "opendmarc";
+const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
 
-/// A filter's socket lies in a folder that only the filter and Postfix may enter.
-std::string Socket(const std::string& filter)
-{
-    return "/run/mailvane/" + filter + "/socket";
-}
+using daemons::Daemon;
+using daemons::kDkimFilter;
+using daemons::kDmarcFilter;
+using daemons::kScanner;
+using daemons::kScannerMilter;
 
 /// Daemons go through the link, so that the paths stay the same.
 std::string InForce(const std::string& relative)
@@ -38,29 +42,43 @@ std::string Line(const std::string& name, const std::string& value)
     return name + " " + value + "\n";
 }
 
-/// How both filters run: under a user of their own, started again when they die.
-std::string ProcessLines(const std::string& filter)
+/// How both filters run: under a user of their own, started again at once when they die, unless
+/// they die without end.
+std::string ProcessLines(const daemons::Daemon& filter)
 {
+    const std::string user(filter.user);
     std::string text = kHeader;
-    text += Line("UserID", filter + ":" + filter);
+    text += Line("UserID", user + ":" + user);
     text += Line("UMask", "007");
-    text += Line("Socket", "local:" + Socket(filter));
-    text += Line("PidFile", "/run/mailvane/" + filter + ".pid");
+    text += Line("Socket", "local:" + std::string(filter.socket));
+    text += Line("PidFile", std::string(filter.pidFile));
     text += Line("AutoRestart", "yes");
-    text += Line("AutoRestartRate", "10/1h");
+    text += Line("AutoRestartRate", "100/1m");
     text += Line("Syslog", "yes");
     text += Line("SyslogFacility", "mail");
     return text;
 }
 
+/// The addresses of this machine, each followed by the same.
+std::string OwnAddresses(char separator)
+{
+    std::string text;
+    for (const char* address : kThisMachine) text += address + std::string(1, separator);
+    return text;
+}
+
 std::string DkimFilterText(const settings::StoredSettings& settings)
 {
-    std::string text = ProcessLines(kDkimFilter);
-    text += Line("Mode", settings.Bool("enable_dkim") ? "sv" : "v");
+    std::string text = ProcessLines(daemons::kDkimFilter);
+    const bool signs = settings.Bool("enable_dkim");
+    text += Line("Mode", signs ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
     text += Line("OversignHeaders", "From");
-    text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
-    text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    // With these it would also look for the key, which need not be there, while it only verifies.
+    if (signs) {
+        text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
+        text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
+    }
     text += Line("InternalHosts", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("ExternalIgnoreList", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("AuthservID", settings.Text("smtp_hostname"));
@@ -103,7 +121,7 @@ std::string ResolverText(const RenderContext& context)
 
 std::string DmarcFilterText(const settings::StoredSettings& settings)
 {
-    std::string text = ProcessLines(kDmarcFilter);
+    std::string text = ProcessLines(daemons::kDmarcFilter);
     text += Line("AuthservID", settings.Text("smtp_hostname"));
     text += Line("TrustedAuthservIDs", settings.Text("smtp_hostname"));
     text += Line("RejectFailures", "true");
@@ -131,20 +149,18 @@ std::string SpfText(const settings::StoredSettings& settings)
     return text;
 }
 
-std::string FilterAt(const std::string& socket, const char* whenItFails)
+/// A filter as the mail server names it. Mail that a filter cannot look at has to wait, also when
+/// the filter died of it: who can bring one down must not get past it by that.
+std::string FilterAt(std::string_view socket)
 {
-    return "{ unix:" + socket + ", default_action=" + whenItFails + " }";
+    return "{ unix:" + std::string(socket) + ", default_action=tempfail }";
 }
 
-std::string Filter(const char* filter, const char* whenItFails)
-{
-    return FilterAt(Socket(filter), whenItFails);
-}
-
-/// The scanner, while it runs. Mail that it cannot look at has to wait.
+/// The scanner, while it runs.
 std::string Scanner(const settings::StoredSettings& settings)
 {
-    return ScannerRuns(settings) ? FilterAt(kScannerMilter, "tempfail") : "";
+    return daemons::Runs(daemons::kScanner, settings) ? FilterAt(daemons::kScannerMilter.socket)
+                                                      : "";
 }
 
 std::string Joined(std::initializer_list<std::string> filters)
@@ -159,26 +175,17 @@ std::string Joined(std::initializer_list<std::string> filters)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
-
-bool DkimFilterRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("enable_dkim") || settings.Bool("enable_dmarc");
-}
-
-bool DmarcFilterRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("enable_dmarc");
-}
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
 {
-    // Without the signer mail would leave unsigned, and what others have signed would look forged
-    // to the DMARC checker: senders have to try again. The DMARC checker is less than the mail.
-    return Joined({DkimFilterRuns(settings) ? Filter(kDkimFilter, "tempfail") : "",
-                   DmarcFilterRuns(settings) ? Filter(kDmarcFilter, "accept") : "",
-                   Scanner(settings)});
+    // The DMARC checker passes what has no author that it can read. What others have signed would
+    // look forged to it without the verifier.
+    const bool checksAuthors = daemons::Runs(daemons::kDmarcFilter, settings);
+    return Joined(
+        {checksAuthors ? FilterAt(kFromFilterSocket) : "",
+         daemons::Runs(daemons::kDkimFilter, settings) ? FilterAt(daemons::kDkimFilter.socket) : "",
+         checksAuthors ? FilterAt(daemons::kDmarcFilter.socket) : "", Scanner(settings)});
 }
 
 std::string SubmissionFilters(const settings::StoredSettings& settings)
@@ -188,7 +195,7 @@ std::string SubmissionFilters(const settings::StoredSettings& settings)
 
 std::string LocalMailFilters(const settings::StoredSettings& settings)
 {
-    return settings.Bool("enable_dkim") ? Filter(kDkimFilter, "tempfail") : "";
+    return settings.Bool("enable_dkim") ? FilterAt(daemons::kDkimFilter.socket) : "";
 }
 
 std::string SpfService(const settings::StoredSettings& settings)
@@ -200,14 +207,23 @@ std::string SpfService(const settings::StoredSettings& settings)
            InForce("spf/policyd-spf.conf") + "\n";
 }
 
+std::string FromCheckService(const settings::StoredSettings& settings)
+{
+    if (!daemons::Runs(daemons::kDmarcFilter, settings)) return "";
+
+    return "from-check unix - n n - 0 spawn\n"
+           "  user=mailvane-policy argv=" +
+           PackagePath("target/bin/hald_from_check") + " " + OwnAddresses(' ') + "\n";
+}
+
 std::string RatePolicyService(const settings::StoredSettings& settings)
 {
-    if (!settings.Bool(kRateSwitch)) return "";
+    if (!daemons::Runs(daemons::kMemcached, settings)) return "";
 
     return "rate-policy unix - n n - 0 spawn\n"
            "  user=mailvane-policy argv=" +
            PackagePath("target/bin/hald_rate_policy") + " " + InForce(generation::kQuotaFile) +
-           " " + Socket("memcached") + " " +
+           " " + std::string(daemons::kMemcached.socket) + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 
@@ -217,10 +233,10 @@ void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSett
     next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
     next.Put("opendkim/KeyTable", KeyTableText(settings), 0644);
     next.Put("opendkim/SigningTable", SigningTableText(settings), 0644);
-    next.Put("opendkim/TrustedHosts", kThisMachine, 0644);
+    next.Put("opendkim/TrustedHosts", OwnAddresses('\n'), 0644);
     next.Put("opendkim/resolver.conf", ResolverText(context), 0644);
     next.Put("opendmarc/opendmarc.conf", DmarcFilterText(settings), 0644);
-    next.Put("opendmarc/ignore.hosts", kThisMachine, 0644);
+    next.Put("opendmarc/ignore.hosts", OwnAddresses('\n'), 0644);
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);
 }
 

@@ -1,5 +1,5 @@
-// The filters that mail passes on its way through the SMTP server: the DKIM signer and verifier,
-// the DMARC checker, the SPF checker, the rate policy, the scanner.
+// The filters that mail passes on its way through the SMTP server: the check of From fields, the
+// DKIM signer and verifier, the DMARC checker, the SPF checker, the rate policy, the scanner.
 #pragma once
 
 #include <string>
@@ -9,12 +9,6 @@
 #include "host/libmailvane/settings/stored_settings.h"
 
 namespace host::render {
-
-/// Whether OpenDKIM is to run: it signs, and it verifies for the DMARC checker.
-bool DkimFilterRuns(const settings::StoredSettings& settings);
-
-/// Whether OpenDMARC is to run.
-bool DmarcFilterRuns(const settings::StoredSettings& settings);
 
 /// Postfix's list of filters for mail that comes in by SMTP, in their order: the scanner, which
 /// costs most, sees what the others let pass.
@@ -32,8 +26,10 @@ extern const char kAskSpf[];
 /// The service of master.cf that runs the SPF checker; empty while that is off.
 std::string SpfService(const settings::StoredSettings& settings);
 
-/// The switch of the rate policy, and the item of a restriction list that asks it.
-extern const char kRateSwitch[];
+/// The service of master.cf that runs the check of From fields; empty while DMARC is off.
+std::string FromCheckService(const settings::StoredSettings& settings);
+
+/// The item of a restriction list that asks the rate policy, which runs while its counters do.
 extern const char kAskRatePolicy[];
 
 /// The service of master.cf that runs the rate policy; empty while that is off.

@@ -1,10 +1,12 @@
 // Text of Postfix's main.cf and master.cf, and of the rules that follow from the settings.
 #include "host/libmailvane/render/postfix.h"
 
-#include <set>
+#include <map>
 #include <sstream>
 #include <vector>
 
+#include "host/libhaldsdk/account_lookup.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
@@ -24,9 +26,13 @@ public:
     explicit Parameters(const std::string& fragment)
     {
         std::istringstream lines(fragment);
+        std::string name;
         for (std::string line; std::getline(lines, line);) {
-            if (line.empty() || line.front() == '#' || line.front() == ' ') continue;
-            own_.insert(line.substr(0, line.find_first_of(" \t=")));
+            const auto start = line.find_first_not_of(" \t");
+            if (start == std::string::npos || line[start] == '#') continue;
+            if (start == 0) name = line.substr(0, line.find_first_of(" \t="));
+            std::string& value = own_[name];
+            value = start == 0 ? line.substr(line.find('=') + 1) : value + line;
         }
     }
 
@@ -35,10 +41,17 @@ public:
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
     }
 
+    /// What the administrator sets a parameter to; empty when he does not set it.
+    std::string Own(const std::string& name) const
+    {
+        const auto own = own_.find(name);
+        return own == own_.end() ? "" : own->second;
+    }
+
     const std::string& text() const { return text_; }
 
 private:
-    std::set<std::string> own_;
+    std::map<std::string, std::string> own_;
     std::string text_;
 };
 
@@ -95,6 +108,29 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
     main.Add("recipient_delimiter", "+");
 }
 
+/// What is taken out of the header of a stranger's message. Results of checks, whatever they say
+/// and whoever they claim to be from: what reads them later, the DMARC checker first of all, must
+/// find those of this server only. By name alone, since comments and quotes hide anything else.
+/// Signatures with what no honest one has in its domain, selector, identity or value: the verifier
+/// writes these into its results as they are, where they would read as results themselves. And
+/// results of a chain (ARC) without a number or of a server with an endless name, of which the
+/// DMARC checker dies.
+const char kForgedResults[] =
+    R"x(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE},)x"
+    R"x({/^DKIM-Signature[ \t]*:(.*;)?\s*([ads]\s*=[^;]*[^;\s\w.-])x"
+    R"x(|b\s*=[^;]*([^;\s\w+\/=]|[\w+\/]\s*=[=\s]*[\w+\/]))x"
+    R"x(|i\s*=[^;]*([()"\\]|=(?!\s*3\s*D)))/ IGNORE},)x"
+    R"x({/^ARC-Authentication-Results[ \t]*:(.*;)?\s*i\s*(;|\z|=[^;]*;[^;]{500})/ IGNORE}})x";
+
+/// The administrator's own header checks hold for everybody; of a message that is attached the
+/// results stay.
+void AddHeaderChecks(Parameters& main)
+{
+    const std::string own = main.Own("header_checks");
+    main.Add("stranger_header_checks", own.empty() ? kForgedResults : kForgedResults + ("," + own));
+    main.Add("nested_header_checks", own);
+}
+
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
     // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
@@ -103,10 +139,12 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     main.Add("mailbox_size_limit", "0");
     main.Add("alias_maps", "");
     main.Add("alias_database", "");
-    // Accounts from uid 1000 are mail users, but for nobody.
+    // Mail users are the accounts whose number has four digits at least, but for nobody.
+    static_assert(kFirstMailUser == 1000);
     main.Add("local_recipient_maps",
              "pipemap:{unix:passwd.byname, "
-             "pcre:{{/^[^:]*:[^:]*:(?!65534:)[0-9]{4,}:/ OK}}}");
+             "pcre:{{/^[^:]*:[^:]*:(?!" +
+                 std::to_string(kNobody) + ":)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
     main.Add("virtual_alias_maps",
              Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
@@ -114,6 +152,7 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
     main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
+    AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
     main.Add("always_bcc", settings.AlwaysBcc());
@@ -241,7 +280,8 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
              Restrictions()
                  .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
                  .text());
-    if (settings.Bool(kRateSwitch)) main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
+    if (daemons::Runs(daemons::kMemcached, settings))
+        main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
 
 void AddFilters(Parameters& main, const settings::StoredSettings& settings)
@@ -255,7 +295,8 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
-    if (settings.Bool(kRateSwitch)) main.Add("rate-policy_time_limit", "3600");
+    if (daemons::Runs(daemons::kDmarcFilter, settings)) main.Add("from-check_time_limit", "3600");
+    if (daemons::Runs(daemons::kMemcached, settings)) main.Add("rate-policy_time_limit", "3600");
 }
 
 void AddLimits(Parameters& main, const settings::StoredSettings& settings)
@@ -280,6 +321,8 @@ std::string SmtpService(int port, const std::vector<const char*>& options)
 const char kInnerServices[] =
     "pickup unix n - n 60 1 pickup\n"
     "cleanup unix n - n - 0 cleanup\n"
+    "stranger-cleanup unix n - n - 0 cleanup\n"
+    "  -o header_checks=$stranger_header_checks\n"
     "qmgr unix n - n 300 1 qmgr\n"
     "tlsmgr unix - - n 1000? 1 tlsmgr\n"
     "rewrite unix - - n - - trivial-rewrite\n"
@@ -342,7 +385,7 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                 const RenderContext& context)
 {
     std::string text = kHeader;
-    text += SmtpService(settings.Int("smtp_port"), {});
+    text += SmtpService(settings.Int("smtp_port"), {"cleanup_service_name=stranger-cleanup"});
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",
@@ -358,8 +401,8 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
-    return text + kInnerServices + SpfService(settings) + RatePolicyService(settings) +
-           context.masterFragment;
+    return text + kInnerServices + SpfService(settings) + FromCheckService(settings) +
+           RatePolicyService(settings) + context.masterFragment;
 }
 
 std::string RenderRelayPassword(const settings::StoredSettings& settings)

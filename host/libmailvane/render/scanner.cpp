@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/stores/attachment_types.h"
 #include "host/libmailvane/system/database.h"
@@ -17,15 +18,10 @@ const char kHeader[] = "# Made by mailvane from its stored settings.\n";
 
 /// What does not depend on settings. Lists are read when the scanner starts; a missing one is
 /// empty. No value of a user stands in the text but quoted.
-const char kScannerBase[] = R"(
-# Processes, and the doors between them.
-$daemon_user = $daemon_group = 'amavis';
-$MYHOME = $helpers_home = '/var/lib/amavis';
+const char kScannerBase[] = R"($MYHOME = $helpers_home = '/var/lib/amavis';
 $TEMPBASE = $ENV{TMPDIR} = "$MYHOME/tmp";
 $ENV{PATH} = $path = '/usr/sbin:/usr/bin:/sbin:/bin';
-$pid_file = '/run/mailvane/amavis/pid';
 $lock_file = '/run/mailvane/amavis/lock';
-$unix_socketname = '/run/mailvane/amavis/socket';
 $unix_socket_mode = 0600;
 $inet_socket_port = undef;
 $interface_policy{'SOCK'} = 'MILTER';
@@ -71,7 +67,7 @@ $sa_userprefs_file = '/dev/null';
 $policy_bank{'SMTP_AUTH'} = { originating => 1, bypass_spam_checks_maps => [1] };
 
 # A scanner that cannot ask the engine must not take mail for clean.
-@av_scanners = (['clamd', \&ask_daemon, ["CONTSCAN {}\n", '/run/mailvane/clamd/socket'],
+@av_scanners = (['clamd', \&ask_daemon, ["CONTSCAN {}\n", $engine],
     qr/\bOK$/m, qr/\bFOUND$/m, qr/^.*?: (?!Infected Archive)(.*) FOUND$/m]);
 @av_scanners_backup = ();
 $virus_scanners_failure_is_fatal = 1;
@@ -140,6 +136,18 @@ std::string PerlText(const std::string& text)
         quoted += c;
     }
     return quoted + "'";
+}
+
+/// Who the scanner is, and where it is found.
+std::string DoorsText()
+{
+    const daemons::Daemon& scanner = daemons::kScanner;
+    std::string text = "\n# Processes, and the doors between them.\n";
+    text += "$daemon_user = $daemon_group = " + PerlText(std::string(scanner.user)) + ";\n";
+    text += "$pid_file = " + PerlText(std::string(scanner.pidFile)) + ";\n";
+    text += "$unix_socketname = " + PerlText(std::string(scanner.socket)) + ";\n";
+    text += "my $engine = " + PerlText(std::string(daemons::kAntiVirus.socket)) + ";\n";
+    return text;
 }
 
 std::string Assign(const std::string& variable, const std::string& value)
@@ -226,11 +234,11 @@ std::string EngineText(const settings::StoredSettings& settings)
     std::string text = kHeader;
     text += "MaxScanSize " + std::to_string(ScannedMegabytes(settings)) + "M\n";
     text += "MaxFileSize " + std::to_string(largest) + "M\n";
-    text += std::string("LocalSocket ") + kAntiVirusSocket + "\n";
+    text += "LocalSocket " + std::string(daemons::kAntiVirus.socket) + "\n";
+    text += "PidFile " + std::string(daemons::kAntiVirus.pidFile) + "\n";
     text +=
         "LocalSocketMode 660\n"
         "FixStaleSocket yes\n"
-        "PidFile /run/mailvane/clamd/pid\n"
         "DatabaseDirectory /var/lib/clamav\n"
         "LogSyslog yes\n"
         "LogFacility LOG_MAIL\n"
@@ -258,17 +266,6 @@ std::string UpdaterText(const std::string& fragment)
 
 }  // namespace
 
-bool ScannerRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("anti_virus_enable") || settings.Bool("spam_enable") ||
-           settings.Bool("enable_dangerous_content_scan");
-}
-
-bool AntiVirusRuns(const settings::StoredSettings& settings)
-{
-    return settings.Bool("anti_virus_enable");
-}
-
 Result<std::vector<generation::ListFile>> BannedTypeFiles()
 {
     Result<std::vector<std::string>> types = stores::AttachmentTypes();
@@ -292,7 +289,7 @@ std::string RenderScanner(const settings::StoredSettings& settings)
     text += Assign("$MAX_EXPANSION_QUOTA",
                    std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
-    text += kScannerBase;
+    text += DoorsText() + kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
     return text + kScannerEnd;
 }

@@ -12,24 +12,11 @@
 
 namespace host::render {
 
-/// Where the scanner's daemons listen.
-constexpr char kScannerSocket[] = "/run/mailvane/amavis/socket";
-constexpr char kScannerMilter[] = "/run/mailvane/amavisd-milter/socket";
-constexpr char kAntiVirusSocket[] = "/run/mailvane/clamd/socket";
-
-/// The program that looks at mail; `showkeys` makes it check its file.
-constexpr char kScannerProgram[] = "/usr/sbin/amavisd";
-
-/// Paths in a generation: the scanner's own file, and what lists of the package fill.
+/// Paths in a generation: the scanner's own file (`amavisd showkeys` checks it), and what lists of
+/// the package fill.
 constexpr char kScannerFile[] = "amavis/amavisd.conf";
 constexpr char kSpamRules[] = "amavis/rules.cf";
 constexpr char kBannedTypes[] = "amavis/banned_types";
-
-/// Whether the scanner is to run: one of its three switches is on.
-bool ScannerRuns(const settings::StoredSettings& settings);
-
-/// Whether the anti-virus engine is to run.
-bool AntiVirusRuns(const settings::StoredSettings& settings);
 
 /// The refused attachment types, which the scanner finds in archives too.
 Result<std::vector<generation::ListFile>> BannedTypeFiles();

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "platform/firewall/firewall.h"
-#include "platform/mailvane/imap_pop3.h"
-#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
 namespace host::save {
@@ -26,25 +25,38 @@ bool Calls(const std::list<Callback>& steps, Step service)
 
 const char kFirewallStep[] = "hup firewall";
 
-int DkimFilterService(const std::string& verb)
-{
-    return daemons::RunControlScript("opendkim.sh", verb);
-}
-
-int DmarcFilterService(const std::string& verb)
-{
-    return daemons::RunControlScript("opendmarc.sh", verb);
-}
-
 int ReloadFirewall(const std::string& /*unused*/)
 {
     return HALDFwRuleHup();
 }
 
-/// Whether a change reaches a filter that ran before or runs now.
-bool ReachesFilter(bool ran, bool runs, bool filesChanged)
+/// Whether the plan calls a service itself. The filters of signatures are reached whatever a plan
+/// does with them, since a step of a page speaks for signing or for checking alone.
+bool Calls(const std::list<Callback>& plan, const daemons::Daemon& daemon)
 {
-    return ran != runs || (runs && filesChanged);
+    return Calls(plan, daemons::ServiceStep(daemon, "").func);
+}
+
+/// Whether one of the files that a daemon reads differs.
+bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneration& next)
+{
+    std::string_view files = daemon.files;
+    while (!files.empty()) {
+        if (next.Changed(std::string(daemons::NextWord(files)))) return true;
+    }
+    return false;
+}
+
+/// Whether a change reaches a daemon. The two servers themselves look whether they are to run.
+bool Reaches(const daemons::Daemon& daemon, const generation::NextGeneration& next,
+             const settings::StoredSettings& stored, const settings::StoredSettings& wanted)
+{
+    if (daemon.files.empty()) return false;
+
+    const bool ran = daemons::Runs(daemon, stored);
+    const bool runs = daemons::Runs(daemon, wanted);
+    const bool changed = FilesChanged(daemon, next);
+    return ran != runs || (changed && (runs || !daemons::IsCalledByMailServer(daemon)));
 }
 
 }  // namespace
@@ -52,8 +64,7 @@ bool ReachesFilter(bool ran, bool runs, bool filesChanged)
 Reached BothServers()
 {
     Reached reached;
-    reached.mailServer = true;
-    reached.mailboxServer = true;
+    reached.services = {daemons::kPostfix.service, daemons::kDovecot.service};
     return reached;
 }
 
@@ -65,26 +76,23 @@ bool HasFirewallStep(const std::list<Callback>& steps)
 
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached)
 {
+    const Callback mailServerStep = daemons::ServiceStep(daemons::kPostfix, "restart");
     std::list<Callback> plan = steps;
-    if (reached.mailboxServer && !Calls(plan, &ImapPop3::Service)) {
-        plan.push_back({"dovecot service", &ImapPop3::Service, "restart"});
-    }
-    const Callback mailServerStep{"postfix service", &Postfix::Service, "restart"};
+    const auto isMissing = [&plan, &reached](const daemons::Daemon& daemon) {
+        return reached.services.count(daemon.service) > 0 && !Calls(plan, daemon);
+    };
+    if (isMissing(daemons::kDovecot))
+        plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
     // No mail may be handed to a scanner that is about to end.
     if (reached.scannerEnds) plan.push_front(mailServerStep);
-    if (reached.mailServer && !Calls(plan, &Postfix::Service)) plan.push_back(mailServerStep);
+    if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
     });
-    if (reached.dkimFilter) plan.insert(mailServer, {"dkim filter", &DkimFilterService, "restart"});
-    if (reached.dmarcFilter) {
-        plan.insert(mailServer, {"dmarc filter", &DmarcFilterService, "restart"});
-    }
-    if (reached.scanner && !Calls(plan, &MailScanner::Service)) {
-        plan.insert(mailServer, {"mailscanner service", &MailScanner::Service, "restart"});
-    }
-    if (reached.antiVirus && !Calls(plan, &MailScanner::AntiVirusService)) {
-        plan.insert(mailServer, {"anti-virus service", &MailScanner::AntiVirusService, "restart"});
+    for (const daemons::Daemon& daemon : daemons::kDaemons) {
+        if (daemons::IsCalledByMailServer(daemon) && isMissing(daemon)) {
+            plan.insert(mailServer, daemons::ServiceStep(daemon, "restart"));
+        }
     }
     if (reached.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
@@ -96,22 +104,12 @@ Reached ReachedBy(const generation::NextGeneration& next, const settings::Stored
 {
     const Result<settings::StoredSettings> read = settings::StoredSettings::Read();
     const settings::StoredSettings& stored = Succeeded(read) ? *read : wanted;
-    const bool certificate = next.Changed("tls/");
     Reached reached;
-    reached.mailServer = next.Changed("postfix/") || certificate;
-    reached.mailboxServer =
-        next.Changed("dovecot/") || certificate ||
-        settings::MailboxServerRuns(stored) != settings::MailboxServerRuns(wanted);
-    reached.dkimFilter = ReachesFilter(render::DkimFilterRuns(stored),
-                                       render::DkimFilterRuns(wanted), next.Changed("opendkim/"));
-    reached.dmarcFilter =
-        ReachesFilter(render::DmarcFilterRuns(stored), render::DmarcFilterRuns(wanted),
-                      next.Changed("opendmarc/"));
-    reached.scanner = ReachesFilter(render::ScannerRuns(stored), render::ScannerRuns(wanted),
-                                    next.Changed("amavis/"));
-    reached.scannerEnds = render::ScannerRuns(stored) && !render::ScannerRuns(wanted);
-    reached.antiVirus = ReachesFilter(render::AntiVirusRuns(stored), render::AntiVirusRuns(wanted),
-                                      next.Changed("clamav/clamd.conf"));
+    for (const daemons::Daemon& daemon : daemons::kDaemons) {
+        if (Reaches(daemon, next, stored, wanted)) reached.services.insert(daemon.service);
+    }
+    reached.scannerEnds =
+        daemons::Runs(daemons::kScanner, stored) && !daemons::Runs(daemons::kScanner, wanted);
     reached.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
     return reached;
 }

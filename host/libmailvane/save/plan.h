@@ -3,6 +3,8 @@
 #pragma once
 
 #include <list>
+#include <set>
+#include <string_view>
 
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -10,15 +12,10 @@
 
 namespace host::save {
 
-/// Daemons that a change reaches, whether or not a step is theirs.
+/// What a change reaches, whether or not a step is for it.
 struct Reached {
-    bool mailServer = false;
-    bool mailboxServer = false;
-    bool dkimFilter = false;
-    bool dmarcFilter = false;
-    bool scanner = false;
+    std::set<std::string_view> services;  ///< as the table of daemons names them
     bool scannerEnds = false;
-    bool antiVirus = false;
     bool firewall = false;
 };
 

@@ -30,20 +30,9 @@ namespace host::save {
 namespace {
 
 const char kRestart[] = "restart";
-const char kRateSwitch[] = "reject_sasl_sender_rate_exceed";
 const char kRules[] = "rules.cf";
 constexpr std::size_t kLongestToldName = 128;
 const char* const kDatabases[] = {"alias.db", "mailvane.db"};
-
-int MemcachedService(const std::string& verb)
-{
-    return daemons::RunControlScript("memcached.sh", verb);
-}
-
-int SignerService(const std::string& verb)
-{
-    return daemons::RunControlScript("opendkim.sh", verb);
-}
 
 /// The steps of these changes. Restart brings each service to what is stored by then.
 Callback Follow()
@@ -53,14 +42,14 @@ Callback Follow()
 
 Callback MemcachedStep()
 {
-    return {"memcached service", &MemcachedService, kRestart};
+    return daemons::ServiceStep(daemons::kMemcached, kRestart);
 }
 
 /// Mailboxes and mail server, in the order in which they can do without each other.
 std::list<Callback> ServerSteps()
 {
-    return {{"dovecot service", &ImapPop3::Service, kRestart},
-            {"postfix service", &Postfix::Service, kRestart}};
+    return {daemons::ServiceStep(daemons::kDovecot, kRestart),
+            daemons::ServiceStep(daemons::kPostfix, kRestart)};
 }
 
 Reason Refused(const std::string& what, const char* why)
@@ -165,14 +154,6 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
     return done;
 }
 
-bool IsGeneration(const std::string& name)
-{
-    const std::string prefix = "gen-";
-    return name.rfind(prefix, 0) == 0 &&
-           name.find_first_not_of("0123456789", prefix.size()) == std::string::npos &&
-           !generation::ReadManifest(name).empty();
-}
-
 /// The copy address belongs to the accounts: where others are served, that of the present ones is
 /// parked, and theirs comes back.
 Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
@@ -184,19 +165,22 @@ Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
-Result<void> RollBackTo(const std::string& generation)
+Result<void> RollBackTo(const std::string& name)
 {
-    if (!IsGeneration(generation)) return Refused(generation, "is no generation");
+    if (!generation::IsGeneration(name)) return Refused(name, "is no generation");
 
     const auto stored = settings::StoredSettings::Read();
-    auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(generation));
+    auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(name));
     if (!stored) return stored.reason();
     if (!wanted) return std::move(wanted).reason();
     Result<void> exchanged = ExchangeAlwaysBcc(*stored, *wanted);
     if (!exchanged) return exchanged;
 
     std::list<Callback> steps = ServerSteps();
-    if (stored->Bool(kRateSwitch) != wanted->Bool(kRateSwitch)) steps.push_front(MemcachedStep());
+    if (daemons::Runs(daemons::kMemcached, *stored) !=
+        daemons::Runs(daemons::kMemcached, *wanted)) {
+        steps.push_front(MemcachedStep());
+    }
     steps.push_front(Follow());
     return SaveTransaction(*wanted, steps);
 }
@@ -209,7 +193,7 @@ Result<void> RestoreStaged(const std::string& staged)
     if (!settled) return settled;
 
     std::list<Callback> steps = ServerSteps();
-    steps.push_front({"dkim filter", &SignerService, kRestart});
+    steps.push_front(daemons::ServiceStep(daemons::kDkimFilter, kRestart));
     steps.push_front(MemcachedStep());
     steps.push_front(Follow());
     return ExchangeAndSave(staged, true, *state, steps);

@@ -8,6 +8,8 @@
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/user_command.h"
@@ -71,7 +73,7 @@ Result<void> SpamFilterTakes(const std::string& rules)
     options.capture = true;
     const ProgramResult result = RunProgram(
         system::AsUser(kUser,
-                       {"/usr/bin/env", "HOME=" + home.path(), "/usr/bin/spamassassin", "--lint",
+                       {programs::kEnv, "HOME=" + home.path(), programs::kSpamassassin, "--lint",
                         "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);
     if (result.Succeeded()) return {};

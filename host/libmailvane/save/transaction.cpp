@@ -2,11 +2,14 @@
 #include "host/libmailvane/save/transaction.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/context.h"
@@ -128,24 +131,26 @@ bool AccountChangedSince(const std::string& before)
              now->Account());
 }
 
-/// Services that the mail server calls, and the switches they run for.
-const struct {
-    const char* setting;
-    const char* script;
-} kCalledServices[] = {
-    {"enable_dkim", "opendkim.sh"},        {"enable_dmarc", "opendkim.sh"},
-    {"enable_dmarc", "opendmarc.sh"},      {"reject_sasl_sender_rate_exceed", "memcached.sh"},
-    {"anti_virus_enable", "antivirus.sh"}, {"anti_virus_enable", "mailscanner.sh"},
-    {"spam_enable", "mailscanner.sh"},     {"enable_dangerous_content_scan", "mailscanner.sh"}};
+/// What was stored before a save, as far as it can be read: a switch that cannot was on.
+struct SwitchesBefore {
+    std::optional<KeyValueFile> file;
+
+    bool Bool(std::string_view name) const
+    {
+        return !file || file->Get(std::string(name)) == "yes";
+    }
+};
 
 /// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
 int RestartCalledServices(const std::string& before, const settings::StoredSettings& settings)
 {
-    const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
-    for (const auto& [setting, script] : kCalledServices) {
-        const bool ran = !old || old->Get(setting) == "yes";
-        if ((ran || settings.Bool(setting)) && daemons::RunControlScript(script, "restart") < 0)
-            return -1;
+    const SwitchesBefore old{
+        KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf")};
+    std::set<std::string_view> done;
+    for (const daemons::Daemon& daemon : daemons::kDaemons) {
+        if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
+        if (!daemons::Runs(daemon, old) && !daemons::Runs(daemon, settings)) continue;
+        if (daemons::RunControlScript(daemon, "restart") < 0) return -1;
     }
     return 0;
 }

@@ -9,23 +9,19 @@
 #include <utility>
 
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/listening_ports.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
-#include "host/libmailvane/system/listening_ports.h"
 #include "host/libmailvane/system/user_command.h"
 
 namespace host::save {
 
 namespace {
-
-const char kPostconf[] = "/usr/sbin/postconf";
-const char kPostfix[] = "/usr/sbin/postfix";
-const char kPostmap[] = "/usr/sbin/postmap";
-const char kDoveconf[] = "/usr/bin/doveconf";
-const char kOpenDkim[] = "/usr/sbin/opendkim";
-const char kOpenDmarc[] = "/usr/sbin/opendmarc";
 
 /// Map types whose tables are files; others are answered by daemons or need no table.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
@@ -41,7 +37,7 @@ Result<void> PortsAreFree(const settings::StoredSettings& wanted)
         return Reason{ReasonCode::kTaken, about, "refused: " + about + " is given to two services"};
     }
 
-    const std::set<int> taken = system::PortsHeldByOthers(ports);
+    const std::set<int> taken = daemons::PortsHeldByOthers(ports);
     if (taken.empty()) return {};
     const std::string about = "port " + std::to_string(*taken.begin());
     return Reason{ReasonCode::kPortInUse, about, "refused: " + about + " is in use"};
@@ -107,7 +103,7 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
     std::vector<std::vector<std::string>> queries;
     queries.reserve(tables.size());
     for (const std::string& table : tables) {
-        queries.push_back({kPostmap, "-c", configuration, "-q", "probe", table});
+        queries.push_back({programs::kPostmap, "-c", configuration, "-q", "probe", table});
     }
     ProgramOptions options;
     options.capture = true;
@@ -129,8 +125,8 @@ std::vector<ProgramResult> DumpParameters(const std::string& configuration)
 {
     ProgramOptions options;
     options.capture = true;
-    return RunPrograms({{kPostconf, "-c", configuration, "-x", "-n"},
-                        {kPostconf, "-c", configuration, "-x", "-P"}},
+    return RunPrograms({{programs::kPostconf, "-c", configuration, "-x", "-n"},
+                        {programs::kPostconf, "-c", configuration, "-x", "-P"}},
                        options);
 }
 
@@ -150,9 +146,9 @@ Result<void> OwnChecksPass(const generation::NextGeneration& next)
 {
     // Dovecot's files include the administrator's own, which may have changed at any time.
     std::vector<std::vector<std::string>> checks{
-        {kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
+        {programs::kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
     if (next.Changed("postfix/")) {
-        checks.push_back({kPostfix, "-c", next.directory() + "/postfix", "check"});
+        checks.push_back({programs::kPostfix, "-c", next.directory() + "/postfix", "check"});
     }
     ProgramOptions options;
     options.capture = true;
@@ -192,13 +188,14 @@ Result<void> FiltersAccept(const generation::NextGeneration& next,
 {
     // The mail server's file changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
-    const bool dkim = render::DkimFilterRuns(wanted) && (mailServer || next.Changed("opendkim/"));
+    const bool dkim =
+        daemons::Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
     const bool dmarc =
-        render::DmarcFilterRuns(wanted) && (mailServer || next.Changed("opendmarc/"));
+        daemons::Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
     Result<void> accepted;
-    if (dkim) accepted = FilterAccepts(next, kOpenDkim, "-x", "opendkim/opendkim.conf");
+    if (dkim) accepted = FilterAccepts(next, programs::kOpenDkim, "-x", "opendkim/opendkim.conf");
     if (accepted && dmarc) {
-        accepted = FilterAccepts(next, kOpenDmarc, "-c", "opendmarc/opendmarc.conf");
+        accepted = FilterAccepts(next, programs::kOpenDmarc, "-c", "opendmarc/opendmarc.conf");
     }
     return accepted;
 }
@@ -208,7 +205,7 @@ Result<void> ScannerAccepts(const generation::NextGeneration& next,
                             const settings::StoredSettings& wanted)
 {
     // The mail server's file changes when the scanner is switched on.
-    if (!render::ScannerRuns(wanted) ||
+    if (!daemons::Runs(daemons::kScanner, wanted) ||
         !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
         return {};
     }
@@ -216,11 +213,11 @@ Result<void> ScannerAccepts(const generation::NextGeneration& next,
     ProgramOptions options;
     options.capture = true;
     const ProgramResult check = RunProgram(
-        system::AsUser("amavis", {render::kScannerProgram, "-c",
+        system::AsUser("amavis", {programs::kAmavisd, "-c",
                                   next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
     if (check.Succeeded()) return {};
-    return RefusedBy(render::kScannerProgram, check);
+    return RefusedBy(programs::kAmavisd, check);
 }
 
 }  // namespace

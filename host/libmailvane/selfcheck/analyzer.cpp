@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
 
@@ -14,30 +15,45 @@ namespace {
 constexpr std::chrono::seconds kQuick{2};
 constexpr std::chrono::seconds kUsual{5};
 
-constexpr char kScannerSwitches[] = "anti_virus_enable spam_enable enable_dangerous_content_scan";
+using daemons::kAntiVirus;
+using daemons::kDkimFilter;
+using daemons::kDmarcFilter;
+using daemons::kDovecot;
+using daemons::kMemcached;
+using daemons::kPostfix;
+using daemons::kScanner;
+using daemons::kScannerMilter;
+
+// The table's texts are literals, so that each ends with a NUL.
+constexpr const char* kScannerSwitches = daemons::kScanner.switches.data();
+
+/// The row of a daemon that is asked at its socket.
+constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run,
+                         const char* meaning)
+{
+    return {
+        daemon.check.data(), daemon.switches.data(), run, daemon.socket.data(), kUsual, meaning};
+}
 
 // To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
 // in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
 constexpr Check kChecks[] = {
-    {"postfix", nullptr, CheckProcess,
-     "/var/spool/postfix/pid/master.pid /usr/lib/postfix/sbin/master", kQuick,
+    {daemons::kPostfix.check.data(), nullptr, CheckProcess, daemons::kPostfix.name.data(), kQuick,
      "the SMTP server runs"},
-    {"dovecot", nullptr, CheckProcess, "/run/dovecot/master.pid /usr/sbin/dovecot", kQuick,
+    {daemons::kDovecot.check.data(), nullptr, CheckProcess, daemons::kDovecot.name.data(), kQuick,
      "the IMAP and POP3 server, which checks logins too, runs"},
-    {"opendkim", "enable_dkim enable_dmarc", CheckMilter, "/run/mailvane/opendkim/socket", kUsual,
-     "the DKIM filter answers"},
-    {"opendmarc", "enable_dmarc", CheckMilter, "/run/mailvane/opendmarc/socket", kUsual,
-     "the DMARC checker answers"},
-    {"memcached", "reject_sasl_sender_rate_exceed", CheckCounters, "/run/mailvane/memcached/socket",
-     kUsual, "the store of the senders' counters answers"},
-    {"mailscanner", kScannerSwitches, CheckScanner, render::kScannerSocket, kUsual,
-     "the mail scanner is ready for mail"},
-    {"mailscanner_milter", kScannerSwitches, CheckMilter, render::kScannerMilter, kUsual,
-     "so is the milter that hands it over"},
-    {"antivirus", "anti_virus_enable", CheckAntiVirus, render::kAntiVirusSocket, kUsual,
-     "the anti-virus engine answers"},
-    {"virus_signatures", "anti_virus_enable", CheckSignatures, "/var/lib/clamav", kQuick,
-     "the engine's signatures are new"},
+    {daemons::kDkimFilter.check.data(), daemons::kDkimFilter.switches.data(), CheckFilter,
+     daemons::kDkimFilter.name.data(), kUsual,
+     "the DKIM filter answers and has not died since it was started"},
+    {daemons::kDmarcFilter.check.data(), daemons::kDmarcFilter.switches.data(), CheckFilter,
+     daemons::kDmarcFilter.name.data(), kUsual,
+     "the DMARC checker answers and has not died since it was started"},
+    OfDaemon(daemons::kMemcached, CheckCounters, "the store of the senders' counters answers"),
+    OfDaemon(daemons::kScanner, CheckScanner, "the mail scanner is ready for mail"),
+    OfDaemon(daemons::kScannerMilter, CheckMilter, "so is the milter that hands it over"),
+    OfDaemon(daemons::kAntiVirus, CheckAntiVirus, "the anti-virus engine answers"),
+    {"virus_signatures", daemons::kAntiVirus.switches.data(), CheckSignatures, "/var/lib/clamav",
+     kQuick, "the engine's signatures are new"},
     {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
     {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
      "submission with TLS greets on its port"},
@@ -66,10 +82,10 @@ constexpr Check kChecks[] = {
      "the SMTP server finds no fault in its files"},
     {"config_dovecot", nullptr, CheckDovecotFiles, nullptr, kLongestCheck,
      "the IMAP and POP3 server finds no fault in its file"},
-    {"config_opendkim", "enable_dkim enable_dmarc", CheckDkimFiles, nullptr, kLongestCheck,
-     "the DKIM filter finds no fault in its files"},
-    {"config_opendmarc", "enable_dmarc", CheckDmarcFiles, nullptr, kLongestCheck,
-     "the DMARC checker finds no fault in its file"},
+    {"config_opendkim", daemons::kDkimFilter.switches.data(), CheckDkimFiles, nullptr,
+     kLongestCheck, "the DKIM filter finds no fault in its files"},
+    {"config_opendmarc", daemons::kDmarcFilter.switches.data(), CheckDmarcFiles, nullptr,
+     kLongestCheck, "the DMARC checker finds no fault in its file"},
     {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
      "the mail scanner finds no fault in its file"},
     {"disk_queue", nullptr, CheckDisk, "/var/spool/postfix", kQuick,

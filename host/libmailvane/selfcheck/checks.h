@@ -7,8 +7,6 @@
 
 namespace host::selfcheck {
 
-constexpr char kOpenssl[] = "/usr/bin/openssl";
-constexpr char kPostconf[] = "/usr/sbin/postconf";
 constexpr char kPostfixFiles[] = "/var/packages/Mailvane/etc/generated/current/postfix";
 
 /// For the programs that checks run: kept output, and a limit that with the time for the kill is
@@ -28,10 +26,13 @@ Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* sub
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp
-/// Whether the daemon `subject` ("PIDFILE PROGRAM") runs.
+/// Whether the daemon named `subject` runs.
 Finding CheckProcess(const settings::StoredSettings& settings, const char* subject);
 /// Whether the mail filter at the socket `subject` agrees on options.
 Finding CheckMilter(const settings::StoredSettings& settings, const char* subject);
+/// The same for the daemon named `subject` that is started again when it dies, and whether it
+/// did since it was started.
+Finding CheckFilter(const settings::StoredSettings& settings, const char* subject);
 /// Whether the store of the senders' counters at the socket `subject` answers.
 Finding CheckCounters(const settings::StoredSettings& settings, const char* subject);
 /// Number and age of the messages that wait for another try.

@@ -5,6 +5,8 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/pem.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/dns_query.h"
 
@@ -38,14 +40,6 @@ Finding ForEachDomain(const settings::StoredSettings& settings, DomainCheck chec
         Add(sum, finding);
     }
     return sum;
-}
-
-std::string LowerCase(std::string text)
-{
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
 }
 
 bool Has(const Records& records, const std::string& record)
@@ -85,14 +79,7 @@ std::string OwnPublicKey()
     std::string pem;
     if (!ReadFile(PackagePath("etc/dkim.key/dkim.public"), pem)) return "";
 
-    std::string key;
-    std::string::size_type start = 0;
-    while (start < pem.size()) {
-        const auto end = std::min(pem.find('\n', start), pem.size());
-        if (pem.compare(start, 5, "-----") != 0) key += pem.substr(start, end - start);
-        start = end + 1;
-    }
-    return key;
+    return PemBody(pem, "PUBLIC KEY");
 }
 
 /// Whether a blocklist's answer is a listing: 127.255.255.x says that the list refuses to answer.
@@ -129,7 +116,7 @@ Finding CheckHostAddress(const settings::StoredSettings& settings, const char* /
 
 Finding CheckHostReverse(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    const std::string name = LowerCase(settings.Text("smtp_hostname"));
+    const std::string name = InLowerCase(settings.Text("smtp_hostname"));
     const auto addresses = system::DnsAddresses(name);
     if (!addresses) return NoAnswer();
     if (addresses->empty()) return Warning(name + " has no address");
@@ -145,7 +132,7 @@ Finding CheckHostReverse(const settings::StoredSettings& settings, const char* /
 
 Finding CheckMx(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    const std::string host = LowerCase(settings.Text("smtp_hostname"));
+    const std::string host = InLowerCase(settings.Text("smtp_hostname"));
     return ForEachDomain(settings, [&host](const std::string& domain) -> Finding {
         const auto servers = system::DnsRecords(domain, system::DnsType::kMailServer);
         if (!servers) return NoAnswer();

@@ -5,16 +5,13 @@
 #include <cstdint>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libmailvane/selfcheck/checks.h"
 
 namespace host::selfcheck {
 
 namespace {
 
-const char kPostfix[] = "/usr/sbin/postfix";
-const char kDoveconf[] = "/usr/bin/doveconf";
-const char kOpendkim[] = "/usr/sbin/opendkim";
-const char kOpendmarc[] = "/usr/sbin/opendmarc";
 const char kDkimFile[] = "/var/packages/Mailvane/etc/generated/current/opendkim/opendkim.conf";
 const char kDmarcFile[] = "/var/packages/Mailvane/etc/generated/current/opendmarc/opendmarc.conf";
 const char kDovecotFile[] = "/var/packages/Mailvane/etc/generated/current/dovecot/dovecot.conf";
@@ -32,7 +29,7 @@ std::string FirstLine(const std::string& text)
 std::string ConfiguredFile(const char* parameter)
 {
     const auto result =
-        RunProgram({kPostconf, "-c", kPostfixFiles, "-h", parameter}, CheckOptions());
+        RunProgram({programs::kPostconf, "-c", kPostfixFiles, "-h", parameter}, CheckOptions());
     return FirstLine(result.output);
 }
 
@@ -61,7 +58,8 @@ Finding Judge(const ProgramResult& result)
 Finding CheckCertificateAge(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const std::string path = ConfiguredFile("smtpd_tls_cert_file");
-    const std::vector<std::string> program{kOpenssl, "x509", "-in", path, "-noout", "-checkend"};
+    const std::vector<std::string> program{programs::kOpenssl, "x509",     "-in", path,
+                                           "-noout",           "-checkend"};
     auto later = program;
     later.emplace_back(kTwoWeeks);
     auto now = program;
@@ -77,9 +75,10 @@ Finding CheckCertificateKey(const settings::StoredSettings& /*settings*/, const 
 {
     const std::string certificate = ConfiguredFile("smtpd_tls_cert_file");
     const std::string key = ConfiguredFile("smtpd_tls_key_file");
-    const auto results = RunPrograms({{kOpenssl, "x509", "-in", certificate, "-noout", "-pubkey"},
-                                      {kOpenssl, "pkey", "-in", key, "-pubout"}},
-                                     CheckOptions());
+    const auto results =
+        RunPrograms({{programs::kOpenssl, "x509", "-in", certificate, "-noout", "-pubkey"},
+                     {programs::kOpenssl, "pkey", "-in", key, "-pubout"}},
+                    CheckOptions());
     if (results[0].status < 0 || results[1].status < 0) return CouldNotRun();
 
     const bool fits = results[0].Succeeded() && results[0].output == results[1].output;
@@ -103,9 +102,9 @@ Finding CheckDisk(const settings::StoredSettings& /*settings*/, const char* subj
 
 Finding CheckPostfixFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    const auto results = RunPrograms(
-        {{kPostfix, "-c", kPostfixFiles, "check"}, {kPostconf, "-c", kPostfixFiles, "-n"}},
-        CheckOptions());
+    const auto results = RunPrograms({{programs::kPostfix, "-c", kPostfixFiles, "check"},
+                                      {programs::kPostconf, "-c", kPostfixFiles, "-n"}},
+                                     CheckOptions());
     Finding finding = Judge(results[0]);
     Add(finding, Judge(results[1]));
     // Unknown parameters are passed with a warning.
@@ -116,17 +115,17 @@ Finding CheckPostfixFiles(const settings::StoredSettings& /*settings*/, const ch
 
 Finding CheckDovecotFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    return Judge(RunProgram({kDoveconf, "-c", kDovecotFile, "-n"}, CheckOptions()));
+    return Judge(RunProgram({programs::kDoveconf, "-c", kDovecotFile, "-n"}, CheckOptions()));
 }
 
 Finding CheckDkimFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    return Judge(RunProgram({kOpendkim, "-x", kDkimFile, "-n"}, CheckOptions()));
+    return Judge(RunProgram({programs::kOpenDkim, "-x", kDkimFile, "-n"}, CheckOptions()));
 }
 
 Finding CheckDmarcFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    return Judge(RunProgram({kOpendmarc, "-c", kDmarcFile, "-n"}, CheckOptions()));
+    return Judge(RunProgram({programs::kOpenDmarc, "-c", kDmarcFile, "-n"}, CheckOptions()));
 }
 
 }  // namespace host::selfcheck

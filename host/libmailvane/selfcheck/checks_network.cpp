@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/libhaldcore/pem.h"
+#include "host/libhaldcore/programs.h"
+#include "host/libmailvane/names/relay_probe.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
 
@@ -14,7 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const char kNft[] = "/usr/sbin/nft";
 const char kOurTable[] = "table inet mailvane ";
 constexpr std::chrono::seconds kSlow{2};
 
@@ -60,7 +62,7 @@ std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& 
     const std::string number = std::to_string(port);
     std::vector<std::vector<std::string>> commands;
     for (const std::string& address : {"127.0.0.1:" + number, "[::1]:" + number}) {
-        commands.push_back({kOpenssl, "s_client", "-connect", address});
+        commands.push_back({programs::kOpenssl, "s_client", "-connect", address});
         commands.back().insert(commands.back().end(), options.begin(), options.end());
     }
     ProgramOptions how = CheckOptions();
@@ -68,13 +70,9 @@ std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& 
     return RunPrograms(commands, how);
 }
 
-/// The first certificate (PEM) in a text; empty when there is none.
 std::string FirstCertificate(const std::string& text)
 {
-    const std::string last = "-----END CERTIFICATE-----";
-    const auto start = text.find("-----BEGIN CERTIFICATE-----");
-    const auto end = text.find(last, start);
-    return end == std::string::npos ? "" : text.substr(start, end + last.size() - start);
+    return std::string(PemBlock(text, "CERTIFICATE"));
 }
 
 /// Whether the port greets a client from an address of this machine; nothing when it takes no
@@ -98,10 +96,10 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     system::LineClient client(port, stranger);
     if (!client.connected() || !client.ReadLine()) return std::nullopt;
 
-    (void)client.Ask("EHLO self-check.invalid");
+    (void)client.Ask(std::string("EHLO ") + names::kProbeName);
     (void)client.Ask("MAIL FROM:<>");
-    const std::string reply =
-        client.Ask("RCPT TO:<somebody@self-check.invalid>").value_or("no reply");
+    const std::string recipient = std::string("<") + names::kProbeRecipient + ">";
+    const std::string reply = client.Ask("RCPT TO:" + recipient).value_or("no reply");
     client.Send("QUIT");
     if (StartsWith(reply, "2")) return Failed("a stranger may send to strangers");
     if (StartsWith(reply, "5")) return Finding();
@@ -173,10 +171,11 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
     }
     if (served.empty()) return Failed("SMTP shows no certificate");
 
-    const ProgramResult name =
-        RunProgram({kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
+    const ProgramResult name = RunProgram(
+        {programs::kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
     const std::string path = name.output.substr(0, name.output.find('\n'));
-    const ProgramResult configured = RunProgram({kOpenssl, "x509", "-in", path}, CheckOptions());
+    const ProgramResult configured =
+        RunProgram({programs::kOpenssl, "x509", "-in", path}, CheckOptions());
     if (served == FirstCertificate(configured.output)) return {};
     return Failed("SMTP shows another certificate than " + path);
 }
@@ -185,8 +184,8 @@ Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*s
 {
     // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
     // has one such address, which is a stranger only where nobody relays without a login.
-    std::vector<const char*> strangers = {"127.0.0.2"};
-    if (settings.Bool("smtp_auth_required")) strangers.push_back(kIpv6);
+    std::vector<const char*> strangers = {names::kProbeAddress};
+    if (settings.Bool("smtp_auth_required")) strangers.push_back(names::kProbeAddress6);
     Finding last = {CheckWord::kUnknown, "SMTP does not greet"};
     for (const char* stranger : strangers) {
         const auto finding = RelayFor(stranger, settings.Int("smtp_port"));
@@ -198,9 +197,9 @@ Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*s
 
 Finding CheckPacketFilter(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    if (access(kNft, X_OK) != 0) return {CheckWord::kOff, ""};
+    if (access(programs::kNft, X_OK) != 0) return {CheckWord::kOff, ""};
 
-    const ProgramResult chains = RunProgram({kNft, "list", "chains"}, CheckOptions());
+    const ProgramResult chains = RunProgram({programs::kNft, "list", "chains"}, CheckOptions());
     if (!chains.Succeeded()) return {CheckWord::kUnknown, "the packet filter cannot be read"};
 
     const std::string names = DroppingTables(chains.output);

@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
+#include <iterator>
 #include <memory>
 
+#include "host/libhaldcore/programs.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
@@ -20,8 +23,22 @@ constexpr int kSecondsADay = 86400;
 constexpr int kOldDays = 2;
 constexpr int kTooOldDays = 7;
 
-/// When the newest file of a directory was written; 0 when there is none.
-std::time_t NewestFile(const std::string& directory)
+/// Endings of the files that the engine finds viruses with. Others beside them hold what is known
+/// to be clean, or the state of the updater.
+constexpr const char* kSignatureFiles[] = {
+    ".cbc", ".cdb", ".cld", ".cud", ".cvd", ".db",  ".gdb", ".hdb", ".hdu", ".hsb", ".hsu", ".ldb",
+    ".ldu", ".mdb", ".mdu", ".msb", ".msu", ".ndb", ".ndu", ".pdb", ".sdb", ".yar", ".yara"};
+
+bool HoldsSignatures(const char* name, const struct stat& file)
+{
+    const std::filesystem::path ending = std::filesystem::path(name).extension();
+    return S_ISREG(file.st_mode) && file.st_size > 0 &&
+           std::find(std::begin(kSignatureFiles), std::end(kSignatureFiles), ending) !=
+               std::end(kSignatureFiles);
+}
+
+/// When the newest signatures in a directory were written; 0 when there are none.
+std::time_t NewestSignatures(const std::string& directory)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
     std::time_t newest = 0;
@@ -31,7 +48,7 @@ std::time_t NewestFile(const std::string& directory)
         struct stat file = {};
         const bool found =
             fstatat(dirfd(entries.get()), entry->d_name, &file, AT_SYMLINK_NOFOLLOW) == 0;
-        if (found && S_ISREG(file.st_mode)) newest = std::max(newest, file.st_mtime);
+        if (found && HoldsSignatures(entry->d_name, file)) newest = std::max(newest, file.st_mtime);
     }
     return newest;
 }
@@ -57,7 +74,7 @@ Finding CheckAntiVirus(const settings::StoredSettings& /*settings*/, const char*
 
 Finding CheckSignatures(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    const std::time_t newest = NewestFile(subject);
+    const std::time_t newest = NewestSignatures(subject);
     if (newest == 0) return {CheckWord::kFailed, "there are no signatures"};
 
     const auto days = (std::time(nullptr) - newest) / kSecondsADay;
@@ -69,9 +86,8 @@ Finding CheckSignatures(const settings::StoredSettings& /*settings*/, const char
 Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const std::string file = generation::GeneratedDirectory() + "/current/" + render::kScannerFile;
-    const ProgramResult check =
-        RunProgram(system::AsUser("amavis", {render::kScannerProgram, "-c", file, "showkeys"}),
-                   CheckOptions());
+    const ProgramResult check = RunProgram(
+        system::AsUser("amavis", {programs::kAmavisd, "-c", file, "showkeys"}), CheckOptions());
     if (check.Succeeded()) return {};
     if (check.status < 0)
         return {CheckWord::kUnknown, "the scanner's file was not checked in time"};

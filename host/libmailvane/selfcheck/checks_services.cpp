@@ -1,15 +1,15 @@
 // Checks of the self-check on what runs: the daemons, the mail queue, the account directory.
-#include <json/json.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <ctime>
-#include <memory>
 #include <sstream>
 
+#include "host/libhaldcore/files.h"
+#include "host/libmailvane/daemons/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/selfcheck/checks.h"
-#include "host/libmailvane/system/daemon_process.h"
 #include "host/libmailvane/system/line_client.h"
+#include "host/libmailvane/system/mail_queue.h"
 #include "platform/hlib/accounts.h"
 #include "platform/hlib/string_list.h"
 
@@ -17,31 +17,17 @@ namespace host::selfcheck {
 
 namespace {
 
-const char kPostqueue[] = "/usr/sbin/postqueue";
-
 constexpr int kManyDeferred = 50;
 constexpr int kTooManyDeferred = 500;
 constexpr std::int64_t kOld = 14400;  // seconds
+
+constexpr int kFaultsOfChildren = 11;  // field of /proc/PID/stat
 
 /// The messages that wait for another try.
 struct Deferred {
     int count = 0;
     std::int64_t oldest = 0;  ///< seconds
 };
-
-/// Takes one line of the queue's list, a message; what is no message is passed over.
-void Count(const std::string& line, std::int64_t now, Deferred& deferred)
-{
-    Json::Value message;
-    const Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    if (!reader->parse(line.data(), line.data() + line.size(), &message, nullptr)) return;
-
-    const Json::Value& arrival = message["arrival_time"];
-    if (message["queue_name"] != Json::Value("deferred") || !arrival.isInt64()) return;
-    ++deferred.count;
-    deferred.oldest = std::max<std::int64_t>(deferred.oldest, now - arrival.asInt64());
-}
 
 Finding JudgeQueue(const Deferred& deferred)
 {
@@ -54,14 +40,27 @@ Finding JudgeQueue(const Deferred& deferred)
     return {};
 }
 
+/// Whether a daemon has outlived children of its own. The kernel adds up the page faults of the
+/// children that a process has waited for (proc(5), `cminflt`), and there is none without any.
+bool LostChildren(const std::string& process)
+{
+    std::string text;
+    if (!ReadFile(process + "/stat", text)) return false;
+
+    // The name, which stands in parentheses, may hold anything.
+    std::istringstream fields(text.substr(text.rfind(')') + 1));
+    std::string field;
+    for (int number = 3; number <= kFaultsOfChildren; ++number) fields >> field;
+    return fields && field != "0";
+}
+
 }  // namespace
 
 Finding CheckProcess(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    const std::string text = subject;
-    const auto blank = text.find(' ');
-    const std::string program = text.substr(blank + 1);
-    if (!system::DaemonProcess(text.substr(0, blank), program).empty()) return {};
+    const daemons::Daemon& daemon = daemons::DaemonOf(subject);
+    const std::string program(daemon.program);
+    if (!daemons::DaemonProcess(std::string(daemon.pidFile), program).empty()) return {};
     return {CheckWord::kFailed, program + " does not run"};
 }
 
@@ -77,6 +76,17 @@ Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* su
     return {CheckWord::kFailed, std::string(subject) + " does not answer"};
 }
 
+Finding CheckFilter(const settings::StoredSettings& settings, const char* subject)
+{
+    const daemons::Daemon& daemon = daemons::DaemonOf(subject);
+    const Finding finding = CheckMilter(settings, daemon.socket.data());
+    if (finding.word != CheckWord::kOk) return finding;
+
+    const std::string program(daemon.program);
+    if (!LostChildren(daemons::DaemonProcess(std::string(daemon.pidFile), program))) return {};
+    return {CheckWord::kWarning, program + " died and was started again; the mail log says when"};
+}
+
 Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* subject)
 {
     system::LineClient client(subject);
@@ -87,13 +97,16 @@ Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* 
 
 Finding CheckQueue(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
-    const ProgramResult queue = RunProgram({kPostqueue, "-c", kPostfixFiles, "-j"}, CheckOptions());
-    if (!queue.Succeeded()) return {CheckWord::kUnknown, "the mail queue cannot be read"};
+    const auto queue = system::ReadMailQueue(CheckOptions().limit);
+    if (!queue) return {CheckWord::kUnknown, "the mail queue cannot be read"};
 
     Deferred deferred;
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
-    std::istringstream lines(queue.output);
-    for (std::string line; std::getline(lines, line);) Count(line, now, deferred);
+    for (const system::QueuedMessage& message : queue->messages) {
+        if (!message.deferred) continue;
+        ++deferred.count;
+        deferred.oldest = std::max(deferred.oldest, now - message.arrival);
+    }
     return JudgeQueue(deferred);
 }
 

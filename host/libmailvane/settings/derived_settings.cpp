@@ -14,11 +14,6 @@ bool IsOn(const StoredSettings& settings, const MailService& service)
 
 }  // namespace
 
-bool MailboxServerRuns(const StoredSettings& settings)
-{
-    return !EnabledPorts(settings).empty();
-}
-
 std::vector<int> EnabledPorts(const StoredSettings& settings)
 {
     std::vector<int> ports;

@@ -8,10 +8,6 @@
 
 namespace host::settings {
 
-/// Whether the IMAP and POP3 server runs: for its mailbox services, or for SMTP, which needs it for
-/// logins and delivery.
-bool MailboxServerRuns(const StoredSettings& settings);
-
 /// The ports of all services that are on; one given to two services stands there twice.
 std::vector<int> EnabledPorts(const StoredSettings& settings);
 

@@ -65,9 +65,9 @@ Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
     return settings;
 }
 
-bool StoredSettings::Bool(const char* name) const
+bool StoredSettings::Bool(std::string_view name) const
 {
-    return values_.at(name) == "yes";
+    return values_.at(std::string(name)) == "yes";
 }
 
 int StoredSettings::Int(const char* name) const

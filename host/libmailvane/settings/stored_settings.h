@@ -3,6 +3,7 @@
 
 #include <list>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -39,7 +40,7 @@ public:
     StoredSettings();
 
     /// Values by name; the name must be one of the table, of that type.
-    bool Bool(const char* name) const;
+    bool Bool(std::string_view name) const;
     int Int(const char* name) const;
     const std::string& Text(const char* name) const;
     /// The value as it is stored, whatever its type.

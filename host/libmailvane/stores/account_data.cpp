@@ -16,7 +16,9 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -43,10 +45,8 @@ std::string ParkedPath(const settings::AccountCombination& combination, const ch
 bool CanBeParked(const settings::AccountCombination& combination)
 {
     const std::string name = combination.type + "_" + combination.domain;
-    const bool plain = std::none_of(name.begin(), name.end(), [](char letter) {
-        const auto byte = static_cast<unsigned char>(letter);
-        return letter == '/' || byte < 0x20 || byte == 0x7f;
-    });
+    const bool plain = std::none_of(name.begin(), name.end(),
+                                    [](char letter) { return letter == '/' || IsControl(letter); });
     return plain && name.find("..") == std::string::npos;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/hash.h"
 #include "host/libmailvane/system/durable_move.h"
 
 namespace host::stores {
@@ -17,12 +18,10 @@ namespace {
 /// Where SQLite keeps the application id: four bytes, the highest first.
 constexpr off_t kStampOffset = 68;
 
-/// FNV-1a over type, a zero byte and domain; never 0, which is what an unstamped database carries.
+/// The hash of type, a zero byte and domain; never 0, which is what an unstamped database carries.
 uint32_t StampOf(const settings::AccountCombination& combination)
 {
-    const std::string text = combination.type + '\0' + combination.domain;
-    uint32_t hash = 2166136261U;
-    for (const char byte : text) hash = (hash ^ static_cast<unsigned char>(byte)) * 16777619U;
+    const std::uint32_t hash = Fnv32(combination.type + '\0' + combination.domain);
     return hash == 0 ? 1 : hash;
 }
 

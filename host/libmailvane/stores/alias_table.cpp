@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/names/list_names.h"
 
@@ -43,14 +44,14 @@ AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
 {
     byName_.reserve(entries_.size());
     for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-        byName_.emplace(names::InLowerCase(entry->name), entry);
+        byName_.emplace(InLowerCase(entry->name), entry);
         nextId_ = std::max(nextId_, entry->id + 1);
     }
 }
 
 const AliasEntry* AliasTable::FindAnyCase(const std::string& name) const
 {
-    const auto found = byName_.find(names::InLowerCase(name));
+    const auto found = byName_.find(InLowerCase(name));
     return found == byName_.end() ? nullptr : &*found->second;
 }
 
@@ -67,13 +68,13 @@ void AliasTable::Touch(const AliasEntry& entry)
 
 AliasEntry& AliasTable::Edit(const std::string& name)
 {
-    const auto found = byName_.find(names::InLowerCase(name));
+    const auto found = byName_.find(InLowerCase(name));
     if (found != byName_.end()) {
         Touch(*found->second);
         return *found->second;
     }
     entries_.push_back({0, name, {}});
-    byName_.emplace(names::InLowerCase(name), std::prev(entries_.end()));
+    byName_.emplace(InLowerCase(name), std::prev(entries_.end()));
     return entries_.back();
 }
 
@@ -131,12 +132,12 @@ Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
         return Reason{ReasonCode::kTaken, to, "a name that another alias has"};
     }
 
-    auto node = byName_.extract(names::InLowerCase(from));
+    auto node = byName_.extract(InLowerCase(from));
     Touch(*node.mapped());
     node.mapped()->name = to;
-    node.key() = names::InLowerCase(to);
+    node.key() = InLowerCase(to);
     byName_.insert(std::move(node));
-    Follow({{names::InLowerCase(from), to}});
+    Follow({{InLowerCase(from), to}});
     return {};
 }
 
@@ -151,10 +152,10 @@ void AliasTable::Delete(const std::list<std::string>& names)
     for (const std::string& name : names) {
         if (Find(name) == nullptr) continue;
 
-        const auto node = byName_.extract(names::InLowerCase(name));
+        const auto node = byName_.extract(InLowerCase(name));
         Touch(*node.mapped());
         entries_.erase(node.mapped());
-        gone.emplace(names::InLowerCase(name), "");
+        gone.emplace(InLowerCase(name), "");
     }
     if (!gone.empty()) Follow(gone);
 }
@@ -162,8 +163,7 @@ void AliasTable::Delete(const std::list<std::string>& names)
 void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newNames)
 {
     const auto isAffected = [&newNames](const MemberInfo& member) {
-        return member.type == names::kAliasMember &&
-               newNames.count(names::InLowerCase(member.name)) != 0;
+        return member.type == names::kAliasMember && newNames.count(InLowerCase(member.name)) != 0;
     };
     for (AliasEntry& entry : entries_) {
         auto& members = entry.members;
@@ -171,7 +171,7 @@ void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newN
 
         Touch(entry);
         for (MemberInfo& member : members) {
-            if (isAffected(member)) member.name = newNames.at(names::InLowerCase(member.name));
+            if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
         }
         const auto hasNoName = [](const MemberInfo& member) { return member.name.empty(); };
         members.erase(std::remove_if(members.begin(), members.end(), hasNoName), members.end());

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/alias_names.h"
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/list_text.h"
@@ -83,7 +83,7 @@ private:
         if (!names::IsLocalPart(name)) {
             return Reason{ReasonCode::kRefused, name, "no name of an alias"};
         }
-        if (!byName_.emplace(names::InLowerCase(name), aliases_.size() - 1).second) {
+        if (!byName_.emplace(InLowerCase(name), aliases_.size() - 1).second) {
             return Reason{ReasonCode::kTaken, name, "an alias that stands in the file twice"};
         }
         return taken;
@@ -115,7 +115,7 @@ private:
         if (member.type != kBareName) return;
 
         member.type = names::kUserMember;
-        const auto here = byName_.find(names::InLowerCase(member.name));
+        const auto here = byName_.find(InLowerCase(member.name));
         const AliasEntry* stored = table.FindAnyCase(member.name);
         if (here == byName_.end() && stored == nullptr) return;
 

@@ -8,6 +8,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/list_names.h"
 
 namespace host::stores {
@@ -48,7 +49,7 @@ Result<std::vector<std::string>> AttachmentTypes()
 
 std::optional<std::string> StoredAttachmentType(const std::string& text)
 {
-    std::string type = names::InLowerCase(text);
+    std::string type = InLowerCase(text);
     if (type.rfind("*.", 0) == 0) type.erase(0, 1);
     if (!type.empty() && type.front() == '.') type.erase(0, 1);
 

@@ -3,6 +3,7 @@
 
 #include <SQLiteCpp/VariadicBind.h>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/stores/list_store.h"
@@ -49,7 +50,7 @@ int Insert(SQLite::Statement& insert, const BccInfo& rule)
 
 Result<BccInfo> MakeStored(BccInfo rule)
 {
-    rule.name = names::InLowerCase(rule.name);
+    rule.name = InLowerCase(rule.name);
     if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
         return Reason{ReasonCode::kRefused, rule.name, "there is no such type of rules"};
     }
@@ -121,7 +122,7 @@ std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& 
     SQLite::Statement find(store, std::string(kColumns) + kByName);
     SQLite::Statement remove(store, std::string("DELETE FROM bcc WHERE ") + kByName);
     for (const BccInfo& rule : rules) {
-        const std::string name = names::InLowerCase(rule.name);
+        const std::string name = InLowerCase(rule.name);
         SQLite::bind(find, static_cast<int>(rule.type), name);
         removed.splice(removed.end(), Rules(find));
         find.reset();

@@ -12,7 +12,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libhaldcore/trim.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::stores {
@@ -26,12 +26,6 @@ constexpr std::string::size_type kLongestMessage = 16384;
 std::string FileOf(const system::MailAccount& account)
 {
     return PackagePath(std::string(kFolder) + '/' + account.name + ".json");
-}
-
-bool IsControl(char c)
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7f;
 }
 
 /// The text with blanks for control characters but those in `kept`, and without carriage returns

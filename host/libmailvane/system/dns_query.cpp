@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <array>
 
+#include "host/libhaldcore/text.h"
+
 namespace host::system {
 
 namespace {
@@ -112,12 +114,7 @@ private:
     {
         char text[NS_MAXDNAME];
         if (dn_expand(start_, end_, data, text, sizeof text) < 0) return std::nullopt;
-
-        std::string name = text;
-        for (char& c : name) {
-            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-        }
-        return name;
+        return InLowerCase(text);
     }
 
     /// The parts of a text record, each preceded by its length.

@@ -8,35 +8,15 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 
 namespace host::system {
 
-bool SyncFolderOf(const std::string& path)
-{
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Some file systems cannot sync a directory and say so by EINVAL.
-    return descriptor && (::fsync(descriptor.get()) == 0 || errno == EINVAL);
-}
-
 namespace {
-
-bool WriteAll(int descriptor, const char* bytes, size_t size)
-{
-    while (size > 0) {
-        const ssize_t written = ::write(descriptor, bytes, size);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        bytes += written;
-        size -= static_cast<size_t>(written);
-    }
-    return true;
-}
 
 bool CopyBytes(int from, int to)
 {
@@ -45,7 +25,7 @@ bool CopyBytes(int from, int to)
         const ssize_t count = ::read(from, buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return count == 0;
-        if (!WriteAll(to, buffer.data(), static_cast<size_t>(count))) return false;
+        if (!WriteAll(to, {buffer.data(), static_cast<size_t>(count)})) return false;
     }
 }
 
@@ -111,6 +91,18 @@ bool NameExists(const std::string& path)
 {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0;
+}
+
+bool SyncPath(const std::string& path)
+{
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Some file systems cannot sync a folder and say so by EINVAL.
+    return descriptor && (::fsync(descriptor.get()) == 0 || errno == EINVAL);
+}
+
+bool SyncFolderOf(const std::string& path)
+{
+    return SyncPath(path.substr(0, path.rfind('/') + 1));
 }
 
 Result<void> MoveDurably(const std::string& from, const std::string& to)

@@ -10,8 +10,11 @@ namespace host::system {
 /// Whether anything, a dangling link included, has this name.
 bool NameExists(const std::string& path);
 
-/// Waits until the disk knows the names in the folder that `path` lies in. False, with errno set,
-/// on failure.
+/// Waits until the disk has what is in a file, or the names in a folder. False, with errno set, on
+/// failure.
+bool SyncPath(const std::string& path);
+
+/// The same for the folder that `path` lies in.
 bool SyncFolderOf(const std::string& path);
 
 /// Moves a file to a name that is free, on another file system too (then by copying), and waits

@@ -1,11 +1,13 @@
 // Commands that are run under a user other than root.
 #include "host/libmailvane/system/user_command.h"
 
+#include "host/libhaldcore/programs.h"
+
 namespace host::system {
 
 std::vector<std::string> AsUser(const std::string& user, const std::vector<std::string>& command)
 {
-    std::vector<std::string> arguments{"/usr/bin/setpriv", "--reuid=" + user, "--regid=" + user,
+    std::vector<std::string> arguments{programs::kSetpriv, "--reuid=" + user, "--regid=" + user,
                                        "--init-groups",    "--reset-env",     "--"};
     arguments.insert(arguments.end(), command.begin(), command.end());
     return arguments;

@@ -10,8 +10,10 @@
 #include <cstdio>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/random_text.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/user_child.h"
@@ -22,7 +24,6 @@ namespace {
 
 const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
-const char kCompiler[] = "/usr/bin/sievec";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
 constexpr std::chrono::seconds kCompilerLimit{20};
 constexpr std::chrono::seconds kChildLimit{25};  // others wait for the request lock for 30
@@ -37,15 +38,7 @@ bool WriteNew(int home, const std::string& name, const std::string& text)
 {
     const Descriptor file(
         openat(home, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file) return false;
-
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t put = write(file.get(), text.data() + done, text.size() - done);
-        if (put < 0 && errno != EINTR) return false;
-        if (put > 0) done += static_cast<std::size_t>(put);
-    }
-    return fsync(file.get()) == 0;
+    return file && WriteAll(file.get(), text) && fsync(file.get()) == 0;
 }
 
 /// Whether the delivery agent will take the script. What it says against it is logged.
@@ -55,7 +48,7 @@ bool Compiles(const std::string& script, const std::string& binary)
     options.limit = kCompilerLimit;
     options.capture = true;
     const ProgramResult result =
-        RunProgram({kCompiler, "-c", PackagePath(kDovecotFile), script, binary}, options);
+        RunProgram({programs::kSievec, "-c", PackagePath(kDovecotFile), script, binary}, options);
     if (result.Succeeded()) return true;
 
     Log(LOG_ERR, "script refused with status %d: %s%s", result.status, result.errors.c_str(),

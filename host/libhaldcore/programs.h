@@ -1,0 +1,24 @@
+// Where Debian's packages put the programs that are run.
+#pragma once
+
+namespace host::programs {
+
+constexpr char kAmavisd[] = "/usr/sbin/amavisd";
+constexpr char kClamd[] = "/usr/sbin/clamd";
+constexpr char kDoveconf[] = "/usr/bin/doveconf";
+constexpr char kEnv[] = "/usr/bin/env";
+constexpr char kFind[] = "/usr/bin/find";
+constexpr char kFreshclam[] = "/usr/bin/freshclam";
+constexpr char kNft[] = "/usr/sbin/nft";
+constexpr char kOpenDkim[] = "/usr/sbin/opendkim";
+constexpr char kOpenDmarc[] = "/usr/sbin/opendmarc";
+constexpr char kOpenssl[] = "/usr/bin/openssl";
+constexpr char kPostconf[] = "/usr/sbin/postconf";
+constexpr char kPostfix[] = "/usr/sbin/postfix";
+constexpr char kPostmap[] = "/usr/sbin/postmap";
+constexpr char kPostqueue[] = "/usr/sbin/postqueue";
+constexpr char kSetpriv[] = "/usr/bin/setpriv";
+constexpr char kSievec[] = "/usr/bin/sievec";
+constexpr char kSpamassassin[] = "/usr/bin/spamassassin";
+
+}  // namespace host::programs

@@ -1,0 +1,159 @@
+// The table of daemons: all that the package knows about each, in the order in which they start.
+//
+// What runs, stops and checks them, what saves settings, and the administrator's programs read it;
+// units, file modes and control scripts are held against it by tests. To add a daemon: a row here,
+// a unit, a renderer of its files and a check of the self-check.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace host::daemons {
+
+/// How a daemon becomes one.
+enum class Launch {
+    kForks,      ///< its command ends when it has gone to the background, and writes the pid file
+    kForeground  ///< its command is the daemon; whoever starts it writes the pid file
+};
+
+/// Empty names are those that a daemon has not.
+struct Daemon {
+    std::string_view name;
+    std::string_view service;   ///< target/scripts/SERVICE.sh starts and stops it
+    std::string_view switches;  ///< settings, one of which has to be on; empty: it always runs
+    std::string_view program;   ///< what its process is seen to run
+    std::string_view command;   ///< words that start it
+    Launch launch;
+    bool startsAsUser;       ///< the command is run as `user`, not as root
+    std::string_view user;   ///< under which it works
+    std::string_view group;  ///< whose members may call its socket
+    std::string_view pidFile;
+    std::string_view pidLink;  ///< another name of that file
+    std::string_view socket;   ///< a unix socket in a folder of its own
+    std::string_view unit;
+    std::string_view bootUnit;  ///< the unit that is enabled in its place
+    std::string_view files;     ///< what it reads of a generation: names, or folders with a slash
+    std::string_view settings;  ///< it has to start anew when one of these changes
+    std::string_view label;     ///< of its steps in a plan of a save
+    std::string_view check;     ///< its row in the self-check
+};
+
+// The words of a command are separated by one blank each. Names that lead through the link follow
+// every generation.
+inline constexpr Daemon kDaemons[] = {
+    {"dovecot", "dovecot", "smtp_enabled imap_enabled imaps_enabled pop3_enabled pop3s_enabled",
+     "/usr/sbin/dovecot",
+     "/usr/sbin/dovecot -c /var/packages/Mailvane/etc/generated/current/dovecot/dovecot.conf",
+     Launch::kForks, false, "", "", "/run/dovecot/master.pid", "", "", "dovecot.service", "",
+     "dovecot/ tls/", "", "dovecot service", "dovecot"},
+    {"memcached", "memcached", "reject_sasl_sender_rate_exceed", "/usr/bin/memcached",
+     "/usr/bin/memcached -d -u memcache -s /run/mailvane/memcached/socket -a 0770"
+     " -P /run/mailvane/memcached/pid -m 16",
+     Launch::kForks, false, "memcache", "mailvane-policy", "/run/mailvane/memcached/pid", "",
+     "/run/mailvane/memcached/socket", "mailvane-memcached.service", "", "",
+     "smtpd_sasl_sender_rate_limit", "memcache service", "memcached"},
+    {"opendkim", "opendkim", "enable_dkim enable_dmarc", "/usr/sbin/opendkim",
+     "/usr/sbin/opendkim -x /var/packages/Mailvane/etc/generated/current/opendkim/opendkim.conf",
+     Launch::kForks, false, "opendkim", "postfix", "/run/mailvane/opendkim.pid", "",
+     "/run/mailvane/opendkim/socket", "mailvane-opendkim.service", "", "opendkim/", "",
+     "dkim service", "opendkim"},
+    {"opendmarc", "opendmarc", "enable_dmarc", "/usr/sbin/opendmarc",
+     "/usr/sbin/opendmarc -c"
+     " /var/packages/Mailvane/etc/generated/current/opendmarc/opendmarc.conf",
+     Launch::kForks, false, "opendmarc", "postfix", "/run/mailvane/opendmarc.pid", "",
+     "/run/mailvane/opendmarc/socket", "mailvane-opendmarc.service", "", "opendmarc/", "",
+     "dmarc service", "opendmarc"},
+    {"clamd", "antivirus", "anti_virus_enable", "/usr/sbin/clamd",
+     "/usr/sbin/clamd --config-file=/var/packages/Mailvane/etc/generated/current/clamav/clamd.conf",
+     Launch::kForks, true, "clamav", "amavis", "/run/mailvane/clamd/pid", "/run/clamd.pid",
+     "/run/mailvane/clamd/socket", "mailvane-clamd.service", "", "clamav/clamd.conf", "",
+     "anti-virus service", "antivirus"},
+    // Its program is one of many in Perl: it is known by the first word of its own name too.
+    {"amavis", "mailscanner", "anti_virus_enable spam_enable enable_dangerous_content_scan",
+     "/usr/bin/perl",
+     "/usr/sbin/amavisd -c /var/packages/Mailvane/etc/generated/current/amavis/amavisd.conf",
+     Launch::kForks, true, "amavis", "amavis", "/run/mailvane/amavis/pid", "/run/MailScanner.pid",
+     "/run/mailvane/amavis/socket", "mailvane-amavis.service", "", "amavis/", "",
+     "mailscanner service", "mailscanner"},
+    {"amavisd-milter", "mailscanner", "anti_virus_enable spam_enable enable_dangerous_content_scan",
+     "/usr/sbin/amavisd-milter",
+     "/usr/sbin/amavisd-milter -s local:/run/mailvane/amavisd-milter/socket"
+     " -S /run/mailvane/amavis/socket -p /run/mailvane/amavisd-milter/pid -w /var/lib/amavis/tmp",
+     Launch::kForks, true, "amavis", "postfix", "/run/mailvane/amavisd-milter/pid", "",
+     "/run/mailvane/amavisd-milter/socket", "mailvane-amavisd-milter.service", "", "", "",
+     "mailscanner service", "mailscanner_milter"},
+    {"maillog", "maillog", "", "/var/packages/Mailvane/target/bin/maillog_collector",
+     "/var/packages/Mailvane/target/bin/maillog_collector", Launch::kForeground, true,
+     "mailvane-log", "", "/run/mailvane/maillog.pid", "", "", "mailvane-maillog.service", "", "",
+     "", "maillog service", ""},
+    // Its own unit brings the one that does the work.
+    {"postfix", "postfix", "smtp_enabled", "/usr/lib/postfix/sbin/master",
+     "/usr/sbin/postfix -c /var/packages/Mailvane/etc/generated/current/postfix start",
+     Launch::kForks, false, "", "", "/var/spool/postfix/pid/master.pid", "", "",
+     "postfix@-.service", "postfix.service", "postfix/ tls/", "", "postfix service", "postfix"},
+    // Whoever opens its socket is root on this machine.
+    {"gate", "web", "", "/usr/sbin/fcgiwrap",
+     "/usr/sbin/fcgiwrap -c 16 -s unix:/run/mailvane/web/fcgi.sock"
+     " -p /var/packages/Mailvane/target/ui/mailvane.cgi",
+     Launch::kForeground, false, "", "", "/run/mailvane/web/fcgi.pid", "", "",
+     "mailvane-gate.service", "mailvane-gate.socket", "", "", "web service", ""},
+    {"web", "web", "", "/usr/sbin/lighttpd", "/usr/sbin/lighttpd -f", Launch::kForks, false, "", "",
+     "/run/mailvane/web/lighttpd.pid", "", "", "mailvane-web.service", "", "", "", "web service",
+     ""},
+};
+
+/// The row of a name. Looked up while compiling, an unknown name is an error.
+constexpr const Daemon& DaemonOf(std::string_view name)
+{
+    for (const Daemon& daemon : kDaemons) {
+        if (daemon.name == name) return daemon;
+    }
+    throw "no such daemon";
+}
+
+inline constexpr const Daemon& kDovecot = DaemonOf("dovecot");
+inline constexpr const Daemon& kMemcached = DaemonOf("memcached");
+inline constexpr const Daemon& kDkimFilter = DaemonOf("opendkim");
+inline constexpr const Daemon& kDmarcFilter = DaemonOf("opendmarc");
+inline constexpr const Daemon& kAntiVirus = DaemonOf("clamd");
+inline constexpr const Daemon& kScanner = DaemonOf("amavis");
+inline constexpr const Daemon& kScannerMilter = DaemonOf("amavisd-milter");
+inline constexpr const Daemon& kPostfix = DaemonOf("postfix");
+inline constexpr const Daemon& kGate = DaemonOf("gate");
+inline constexpr const Daemon& kWebServer = DaemonOf("web");
+
+/// Services that are the machine's mail, handed over as one; the web server is there before.
+constexpr bool IsMail(const Daemon& daemon)
+{
+    return daemon.service != "web";
+}
+
+/// The next of the words in a row, which are separated by one blank each; it is taken off `words`.
+constexpr std::string_view NextWord(std::string_view& words)
+{
+    const std::size_t end = words.find(' ');
+    const std::string_view word = words.substr(0, end);
+    words.remove_prefix(end == std::string_view::npos ? words.size() : end + 1);
+    return word;
+}
+
+/// Whether the mail server calls it, so that it is there before that one and after it.
+constexpr bool IsCalledByMailServer(const Daemon& daemon)
+{
+    return !daemon.socket.empty();
+}
+
+/// Whether the settings, whose `Bool` says of each whether it is on, want it to run.
+template <class Settings>
+bool Runs(const Daemon& daemon, const Settings& settings)
+{
+    std::string_view names = daemon.switches;
+    if (names.empty()) return true;
+    while (!names.empty()) {
+        if (settings.Bool(NextWord(names))) return true;
+    }
+    return false;
+}
+
+}  // namespace host::daemons

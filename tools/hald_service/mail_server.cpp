@@ -1,0 +1,247 @@
+// The two servers of mail, Postfix and Dovecot.
+#include "tools/hald_service/mail_server.h"
+
+#include <netdb.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <sstream>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+#include "tools/hald_service/greeting.h"
+
+namespace service {
+
+namespace {
+
+using host::daemons::Inode;
+using host::daemons::Listener;
+
+std::string ProcessFile(pid_t process, const char* name)
+{
+    std::string text;
+    const std::string path = host::Path("/proc/" + std::to_string(process));
+    return host::ReadFile(path + "/" + name, text) ? text : "";
+}
+
+/// Whether one of the NUL-separated texts in a file of a process is this.
+bool HasText(pid_t process, const char* name, const std::string& text)
+{
+    const std::string all = std::string(1, '\0') + ProcessFile(process, name) + '\0';
+    return all.find('\0' + text + '\0') != std::string::npos;
+}
+
+std::set<Inode> OpenBy(pid_t process)
+{
+    const std::string path = host::Path("/proc/" + std::to_string(process));
+    return host::daemons::OpenSockets(path, true);
+}
+
+/// Where a process listens.
+std::vector<Listener> ListenersOf(pid_t process)
+{
+    const std::set<Inode> open = OpenBy(process);
+    std::vector<Listener> listeners = host::daemons::TcpListeners();
+    listeners.erase(
+        std::remove_if(listeners.begin(), listeners.end(),
+                       [&open](const Listener& one) { return open.count(one.inode) == 0; }),
+        listeners.end());
+    return listeners;
+}
+
+/// Whether none of these sockets is listening any more. A process that still serves a client holds
+/// the daemon's sockets until it has done.
+Progress AreClosed(const std::set<Inode>& sockets)
+{
+    for (const Listener& listener : host::daemons::TcpListeners()) {
+        if (sockets.count(listener.inode) > 0) return Progress::kNotYet;
+    }
+    return Progress::kDone;
+}
+
+/// The word after "-c" in the row's command.
+std::string ConfigurationOf(const host::daemons::Daemon& daemon)
+{
+    const std::vector<std::string> words = Words(daemon.command);
+    return *(std::find(words.begin(), words.end(), "-c") + 1);
+}
+
+class Postfix : public MailServer {
+public:
+    using MailServer::MailServer;
+
+protected:
+    bool Reload(pid_t /*master*/) override
+    {
+        Command command = StartCommand();
+        command.words.back() = "reload";
+        return RunQuietly(daemon().service, command);
+    }
+
+    /// No port is open that master.cf does not ask for: what was closed is closed last.
+    bool IsSettled(const std::set<int>& listening) override
+    {
+        const std::set<int> asked = AskedPorts();
+        return std::includes(asked.begin(), asked.end(), listening.begin(), listening.end());
+    }
+
+    /// Another instance of Postfix on this machine has the same pid file and takes a reload for its
+    /// own.
+    bool HasOurConfiguration(pid_t master) const override
+    {
+        return HasText(master, "environ", "MAIL_CONFIG=" + ConfigurationOf(daemon()));
+    }
+
+private:
+    /// The ports of the services in master.cf, by number or by name.
+    std::set<int> AskedPorts() const
+    {
+        std::set<int> ports;
+        std::string text;
+        (void)host::ReadFile(host::Path(ConfigurationOf(daemon()) + "/master.cf"), text);
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            std::string name;
+            std::string type;
+            if (line.empty() || line[0] == '#' || line[0] == ' ' || line[0] == '\t') continue;
+            std::istringstream(line) >> name >> type;
+            if (type == "inet") ports.insert(PortNamed(name.substr(name.rfind(':') + 1)));
+        }
+        return ports;
+    }
+
+    static int PortNamed(const std::string& name)
+    {
+        if (name.find_first_not_of("0123456789") == std::string::npos) {
+            return std::atoi(name.c_str());
+        }
+        const servent* const service = getservbyname(name.c_str(), "tcp");
+        return service == nullptr ? 0 : ntohs(static_cast<std::uint16_t>(service->s_port));
+    }
+};
+
+class Dovecot : public MailServer {
+public:
+    using MailServer::MailServer;
+
+    bool BringUp() override
+    {
+        if (!MailServer::BringUp()) return false;
+        // A delivery that was cut short would wait for the queue's next run.
+        Command flush;
+        flush.words = {"/usr/sbin/postqueue", "-c", ConfigurationOf(host::daemons::kPostfix), "-f"};
+        (void)Run(flush);
+        return true;
+    }
+
+protected:
+    /// A reload with a faulty configuration says nothing and changes nothing, so it is checked
+    /// first.
+    bool Reload(pid_t master) override
+    {
+        Command check;
+        check.words = {"/usr/bin/doveconf", "-n", "-c", ConfigurationOf(daemon())};
+        return RunQuietly(daemon().service, check) && kill(master, SIGHUP) == 0;
+    }
+
+    bool IsSettled(const std::set<int>& /*listening*/) override
+    {
+        struct stat info {};
+        for (const char* name : {"auth", "dovecot-lmtp"}) {
+            const std::string path = std::string("/var/spool/postfix/private/") + name;
+            if (stat(host::Path(path).c_str(), &info) < 0 || !S_ISSOCK(info.st_mode)) return false;
+        }
+        return true;
+    }
+
+    bool HasOurConfiguration(pid_t master) const override
+    {
+        return HasText(master, "cmdline", ConfigurationOf(daemon()));
+    }
+};
+
+}  // namespace
+
+bool MailServer::IsUpAt(pid_t master)
+{
+    const std::vector<Listener> listeners = ListenersOf(master);
+    std::set<int> listening;
+    for (const Listener& listener : listeners) listening.insert(listener.port);
+
+    const Ports ports = PortsOf(daemon(), stored());
+    std::vector<Listener> called;
+    for (const int port : ports.plain) {
+        // IPv4 comes first, and can be called even while no interface has an IPv6 address.
+        const auto first = std::find_if(listeners.begin(), listeners.end(),
+                                        [port](const Listener& one) { return one.port == port; });
+        if (first == listeners.end()) return false;
+        called.push_back(*first);
+    }
+    const bool isOpen = std::all_of(ports.tls.begin(), ports.tls.end(),
+                                    [&listening](int port) { return listening.count(port) > 0; });
+    return isOpen && IsSettled(listening) && Greet(called);
+}
+
+bool MailServer::IsUp()
+{
+    const pid_t master = Master();
+    return master != 0 && IsUpAt(master);
+}
+
+/// Whether it has taken up its configuration: it has then replaced the pipes to its processes, most
+/// of what it had open.
+bool MailServer::HasTakenUp(const std::set<Inode>& had)
+{
+    return WaitFor(limits.reload, [this, &had] {
+        const pid_t master = Master();
+        if (master == 0) return Progress::kInVain;
+        const std::set<Inode> open = OpenBy(master);
+        const auto left = std::count_if(had.begin(), had.end(),
+                                        [&open](Inode one) { return open.count(one) > 0; });
+        const bool isNew = static_cast<std::size_t>(left) * 2 <= had.size();
+        return isNew && IsUpAt(master) ? Progress::kDone : Progress::kNotYet;
+    });
+}
+
+/// Makes a running one take up its configuration. Where it does not, a fresh start does.
+bool MailServer::Renew(pid_t master)
+{
+    const std::set<Inode> had = OpenBy(master);
+    if (Reload(master)) return HasTakenUp(had) || StartAfresh();
+    if (Master() != 0) return Fail("refuses its configuration");
+    return StartAfresh();  // it was about to end when it was found
+}
+
+bool MailServer::BringUp()
+{
+    const pid_t master = Master();
+    if (master == 0 || !HasOurConfiguration(master)) return StartAfresh();
+
+    const std::vector<Listener> before = ListenersOf(master);
+    if (!Renew(master)) return false;
+    std::set<int> stay;
+    for (const Listener& one : ListenersOf(Master())) stay.insert(one.port);
+    std::set<Inode> closed;
+    for (const Listener& one : before) {
+        if (stay.count(one.port) == 0) closed.insert(one.inode);
+    }
+    if (!WaitFor(std::chrono::seconds(2), [&closed] { return AreClosed(closed); })) {
+        Tell(daemon().service, "a client still holds a closed port");
+    }
+    return true;
+}
+
+std::unique_ptr<Supervisor> MakePostfix(const host::daemons::Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Postfix>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeDovecot(const host::daemons::Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Dovecot>(daemon, stored);
+}
+
+}  // namespace service

@@ -1,0 +1,46 @@
+// Which daemon has which ways, and the plainest of them: a process that takes up no configuration.
+#include "tools/hald_service/mail_server.h"
+#include "tools/hald_service/own_daemons.h"
+
+namespace service {
+
+namespace {
+
+/// A running one is as it should be.
+class PlainDaemon : public Supervisor {
+public:
+    using Supervisor::Supervisor;
+
+    bool BringUp() override { return IsUp() || StartAfresh(); }
+    bool IsUp() override { return Master() != 0; }
+
+protected:
+    bool Prepare() override { return MakeFolder("/run/mailvane", 0755); }
+};
+
+constexpr struct {
+    const host::daemons::Daemon& daemon;
+    Maker make;
+} kMakers[] = {
+    {host::daemons::kDovecot, MakeDovecot},
+    {host::daemons::kPostfix, MakePostfix},
+    {host::daemons::kDkimFilter, MakeDkimFilter},
+    {host::daemons::kAntiVirus, MakeVirusEngine},
+    {host::daemons::kScanner, MakeScanner},
+    {host::daemons::kScannerMilter, MakeScannerMilter},
+    {host::daemons::kGate, MakeGate},
+    {host::daemons::kWebServer, MakeWebServer},
+};
+
+}  // namespace
+
+std::unique_ptr<Supervisor> SupervisorOf(const host::daemons::Daemon& daemon, const Stored& stored)
+{
+    for (const auto& row : kMakers) {
+        if (row.daemon.name == daemon.name) return row.make(daemon, stored);
+    }
+    if (daemon.socket.empty()) return std::make_unique<PlainDaemon>(daemon, stored);
+    return std::make_unique<InnerDaemon>(daemon, stored);
+}
+
+}  // namespace service

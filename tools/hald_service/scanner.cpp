@@ -1,0 +1,149 @@
+// What single daemons behind unix sockets need beyond the others: the scanner, its entrance, the
+// DKIM filter.
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+#include "tools/hald_service/own_daemons.h"
+
+namespace service {
+
+namespace {
+
+using host::daemons::Daemon;
+
+/// The scanner: a program in Perl that reads all rules first, and runs as a user of its own.
+class Scanner : public InnerDaemon {
+public:
+    Scanner(const Daemon& daemon, const Stored& stored) : InnerDaemon(daemon, stored)
+    {
+        limits.start = std::chrono::seconds(60);
+    }
+
+protected:
+    /// Its user writes the pid file, and its program is one of many in Perl.
+    bool IsOurs(pid_t process) const override
+    {
+        const std::string folder = host::Path("/proc/" + std::to_string(process));
+        const passwd* const user = getpwnam(std::string(daemon().user).c_str());
+        struct stat info {};
+        std::string command;
+        return user != nullptr && stat(folder.c_str(), &info) == 0 && info.st_uid == user->pw_uid &&
+               host::ReadFile(folder + "/cmdline", command) &&
+               command.rfind(Words(daemon().command).front(), 0) == 0;
+    }
+
+    bool PrepareMore() override
+    {
+        const std::string user(daemon().user);
+        return MakeFolder("/var/lib/mailvane", 0755) &&
+               MakeFolder("/var/lib/mailvane/quarantine", 0750, user, user) && MakeLog() &&
+               // Where the tool looks that releases mail from the quarantine.
+               RunAs(user, {"/usr/bin/ln", "-sfn", std::string(daemon().socket),
+                            "/var/lib/amavis/amavisd.sock"}) &&
+               // What a scanner that was killed had unpacked; a milter may be at work in a newer
+               // folder.
+               RunAs("", {"/usr/bin/find", "/var/lib/amavis/tmp", "-mindepth", "1", "-maxdepth",
+                          "1", "-mmin", "+60", "-exec", "rm", "-rf", "{}", "+"}) &&
+               RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
+    }
+
+    /// One of its children has to be ready, not just the socket.
+    bool Answers() override
+    {
+        const std::string wanted = "action=";
+        return Ask(std::string(daemon().socket), "request=smtpd_access_policy\n\n",
+                   wanted.size()) == wanted;
+    }
+
+private:
+    bool RunAs(const std::string& user, std::vector<std::string> words) const
+    {
+        Command command;
+        command.words = std::move(words);
+        command.user = user;
+        return RunQuietly(daemon().service, command);
+    }
+
+    bool MakeLog() const
+    {
+        const std::string path = host::Path("/var/log/mailvane/amavis.log");
+        if (access(path.c_str(), F_OK) == 0) return true;
+        return RunAs("", {"/usr/bin/install", "-m", "640", "-o", std::string(daemon().user), "-g",
+                          "adm", "/dev/null", path});
+    }
+};
+
+/// Its socket is for its group too.
+class ScannerMilter : public InnerDaemon {
+public:
+    using InnerDaemon::InnerDaemon;
+
+protected:
+    Command StartCommand() const override
+    {
+        Command command = InnerDaemon::StartCommand();
+        command.mask = 007;
+        return command;
+    }
+};
+
+/// The filter may not enter the folder of the keys: it has a copy of the private one.
+class DkimFilter : public InnerDaemon {
+public:
+    using InnerDaemon::InnerDaemon;
+
+protected:
+    bool PrepareMore() override
+    {
+        const std::string own = "/var/packages/Mailvane/etc/dkim.signer";
+        if (!MakeFolder(own, 0750, "root", std::string(daemon().user))) return false;
+
+        std::string key;
+        std::string copy;
+        if (!host::ReadFile(Key(), key)) return errno == ENOENT;
+        const std::string path = host::Path(own + "/dkim.private");
+        if (host::ReadFile(path, copy) && copy == key) return true;
+        return host::ReplaceFile(path, key, 0600) && Give(path);
+    }
+
+    std::vector<std::string> MoreFiles() const override
+    {
+        if (access(Key().c_str(), R_OK) < 0) return {};
+        return {Key()};
+    }
+
+private:
+    static std::string Key() { return host::PackagePath("etc/dkim.key/dkim.private"); }
+
+    bool Give(const std::string& path) const
+    {
+        const passwd* const user = getpwnam(std::string(daemon().user).c_str());
+        return user != nullptr && lchown(path.c_str(), user->pw_uid, user->pw_gid) == 0;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Supervisor> MakeScanner(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Scanner>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeScannerMilter(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<ScannerMilter>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeDkimFilter(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<DkimFilter>(daemon, stored);
+}
+
+}  // namespace service

@@ -1,0 +1,181 @@
+// The anti-virus engine. It may take minutes to fetch its first signatures and to load them, so a
+// start returns when a starter in the background is at work, which /run/hald_anti-virus.pid tells,
+// or when the engine is up already. A stop returns when both are gone.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemon_process.h"
+#include "tools/hald_service/own_daemons.h"
+#include "tools/hald_service/units.h"
+
+namespace service {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char kStarterFile[] = "/run/hald_anti-virus.pid";
+const char kLockFile[] = "/run/mailvane/clamd.lock";
+constexpr int kNoSignatures = 75;  // the unit does not try again
+constexpr std::chrono::seconds kToBegin{10};
+constexpr std::chrono::minutes kToFetch{40};
+
+std::string OwnProgram()
+{
+    return host::PackagePath("target/bin/hald_service");
+}
+
+/// The number of the running starter; 0 when there is none.
+pid_t Starter()
+{
+    const std::string process = host::daemons::DaemonProcess(kStarterFile, OwnProgram());
+    if (process.empty()) return 0;
+    return static_cast<pid_t>(std::atoi(process.c_str() + process.rfind('/') + 1));
+}
+
+bool IsSignatureFile(const fs::path& path)
+{
+    const std::string kind = path.extension().string();
+    const bool isBase = kind == ".cvd" || kind == ".cld";
+    const bool isPart = kind.size() == 4 &&
+                        std::string("hlmn").find(kind[1]) != std::string::npos &&
+                        (kind[2] == 'd' || kind[2] == 's') && kind[3] == 'b';
+    std::error_code error;
+    return (isBase || isPart) && fs::is_regular_file(path, error);
+}
+
+bool HasSignatures()
+{
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(host::Path("/var/lib/clamav"), error)) {
+        if (IsSignatureFile(entry.path())) return true;
+    }
+    return false;
+}
+
+void FetchSignatures()
+{
+    Command command;
+    command.words = {host::PackagePath("target/bin/hald_anti-virus"), "update"};
+    (void)Run(command, kToFetch);
+}
+
+class VirusEngine : public InnerDaemon {
+public:
+    VirusEngine(const host::daemons::Daemon& daemon, const Stored& stored)
+        : InnerDaemon(daemon, stored)
+    {
+        limits.start = std::chrono::minutes(10);
+    }
+
+    bool BringUp() override
+    {
+        for (const char* program : {"/usr/sbin/clamd", "/usr/bin/freshclam"}) {
+            if (access(host::Path(program).c_str(), X_OK) < 0)
+                return Fail("is not on this machine");
+        }
+        if (Starter() != 0 || IsUpToDate()) return true;
+        return (UnderSystemd() ? BeginInUnit() : BeginAside()) || Fail("has no starter");
+    }
+
+    bool TakeDown() override
+    {
+        const pid_t starter = UnderSystemd() ? 0 : Starter();
+        if (starter != 0 && !End(starter)) return Fail("has a starter that does not end");
+        if (!InnerDaemon::TakeDown()) return false;
+        (void)unlink(host::Path(kStarterFile).c_str());
+        return true;
+    }
+
+    int Launch() override { return Begin(); }
+
+    /// What the starter does.
+    int Begin()
+    {
+        const std::string file = host::Path(kStarterFile);
+        if (!host::ReplaceFile(file, std::to_string(getpid()) + "\n", 0644)) return EXIT_FAILURE;
+        if (!HasSignatures()) FetchSignatures();
+        const int status = StartNow();
+        (void)unlink(file.c_str());
+        return status;
+    }
+
+protected:
+    bool Answers() override
+    {
+        return Ask(std::string(daemon().socket), std::string("zPING", sizeof "zPING"), 4) == "PONG";
+    }
+
+private:
+    int StartNow()
+    {
+        if (!HasSignatures()) {
+            (void)Fail("has no signatures, and they could not be fetched");
+            return kNoSignatures;
+        }
+        return (UnderSystemd() ? StartDaemon() : StartAfresh()) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+
+    bool BeginInUnit()
+    {
+        if (!InnerDaemon::TakeDown()) return false;
+        const std::string unit(daemon().unit);
+        (void)Systemctl({"--no-block", "start", unit});
+        if (BootRecovers()) return true;
+        return WaitFor(kToBegin, [&unit] {
+            return Starter() != 0 || Systemctl({"--quiet", "is-active", unit}) ? Progress::kDone
+                                                                               : Progress::kNotYet;
+        });
+    }
+
+    /// Starts one; it tells by its file that it is at work, or has done it.
+    bool BeginAside()
+    {
+        Command command;
+        command.words = {OwnProgram(), std::string(daemon().service), "begin"};
+        const pid_t child = Start(command);
+        if (child < 0) return false;
+        const ProcessSet starter = ProcessSet::Of(child);
+        return WaitFor(kToBegin, [&starter] {
+            return Starter() != 0 || starter.gone() ? Progress::kDone : Progress::kNotYet;
+        });
+    }
+
+    bool End(pid_t starter)
+    {
+        const ProcessSet processes = ProcessSet::Of(starter, true);
+        processes.Signal(SIGTERM);
+        return WaitFor(kToBegin, [&processes] {
+            return processes.gone() ? Progress::kDone : Progress::kNotYet;
+        });
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon& daemon,
+                                            const Stored& stored)
+{
+    return std::make_unique<VirusEngine>(daemon, stored);
+}
+
+int BeginVirusEngine(const Stored& stored)
+{
+    // One starter at a time; what it starts does not inherit the lock.
+    if (!MakeFolder("/run/mailvane", 0755)) return EXIT_FAILURE;
+    const host::Descriptor lock(
+        open(host::Path(kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
+    if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) < 0) return EXIT_FAILURE;
+    return VirusEngine(host::daemons::kAntiVirus, stored).Begin();
+}
+
+}  // namespace service

@@ -1,0 +1,168 @@
+// The web server of the package: fcgiwrap, as root, runs the program for whoever may open its
+// socket, and that is lighttpd alone, as a user of its own.
+//
+// The address is 127.0.0.1 and the port MAILVANE_WEB_PORT. Once a certificate lies in etc/tls, the
+// other machines of the network are served too, over TLS on port MAILVANE_WEB_TLS_PORT; an empty
+// one keeps that off. Both are read from /etc/default/mailvane where the environment has none.
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/paths.h"
+#include "tools/hald_service/greeting.h"
+#include "tools/hald_service/own_daemons.h"
+#include "tools/hald_service/units.h"
+
+namespace service {
+
+namespace {
+
+using host::daemons::Daemon;
+
+const char kFolder[] = "/run/mailvane/web";
+const char kSocket[] = "/run/mailvane/web/fcgi.sock";
+const char kGateSocket[] = "mailvane-gate.socket";
+const char kPort[] = "MAILVANE_WEB_PORT";
+const char kTlsPort[] = "MAILVANE_WEB_TLS_PORT";
+
+/// A port, as the environment or the machine's file has it; nothing where neither does.
+std::optional<std::string> PortOf(const char* name)
+{
+    if (const char* const value = std::getenv(name)) return value;
+    const auto file = host::KeyValueFile::Read(host::Path("/etc/default/mailvane"));
+    const auto value = file ? file->Get(name) : std::nullopt;
+    const bool isNumber = value && value->find_first_not_of("0123456789") == std::string::npos;
+    return isNumber ? value : std::nullopt;
+}
+
+std::string PlainPort()
+{
+    const auto port = PortOf(kPort);
+    return port && !port->empty() ? *port : "8080";
+}
+
+std::string TlsPort()
+{
+    return PortOf(kTlsPort).value_or("8443");
+}
+
+/// By whether there is a certificate, and IPv6.
+std::string Configuration()
+{
+    std::string kind;
+    const bool hasCertificate = access(host::PackagePath("etc/tls/cert.pem").c_str(), R_OK) == 0 &&
+                                access(host::PackagePath("etc/tls/key.pem").c_str(), R_OK) == 0;
+    if (!TlsPort().empty() && hasCertificate) {
+        std::string addresses;
+        const bool hasIpv6 =
+            host::ReadFile(host::Path("/proc/net/if_inet6"), addresses) && !addresses.empty();
+        kind = hasIpv6 ? "-tls-ipv6" : "-tls";
+    }
+    return host::PackagePath("target/etc/web/lighttpd" + kind + ".conf");
+}
+
+class Gate : public Supervisor {
+public:
+    using Supervisor::Supervisor;
+
+    bool BringUp() override
+    {
+        if (UnderSystemd()) {
+            return Systemctl({"start", kGateSocket}) || Fail("cannot have its socket");
+        }
+        // Nobody calls it meanwhile.
+        return MakeWebServer(host::daemons::kWebServer, stored())->TakeDown() && TakeDown() &&
+               StartDaemon();
+    }
+
+    bool TakeDown() override
+    {
+        if (UnderSystemd()) {
+            return Systemctl({"stop", kGateSocket, std::string(daemon().unit)});
+        }
+        // Its workers do not end with it: each takes the signal when its request is answered.
+        if (const pid_t master = Master(); master != 0) {
+            ProcessSet::Of(master).SignalGroups(SIGTERM);
+        }
+        return Supervisor::TakeDown();
+    }
+
+    bool IsUp() override { return Master() != 0 && host::daemons::ListensAt(kSocket); }
+
+protected:
+    bool Prepare() override
+    {
+        (void)unlink(host::Path(kSocket).c_str());
+        return MakeFolder("/run/mailvane", 0755) && MakeFolder(kFolder, 0700, "root", "root");
+    }
+
+    Command StartCommand() const override
+    {
+        Command command = Supervisor::StartCommand();
+        command.isBare = true;
+        command.output = host::Path("/var/log/mailvane/web.log");
+        command.appends = true;
+        return command;
+    }
+
+    /// The folder opens to the web server's group once the socket has its own mode.
+    bool Finish() override
+    {
+        const group* const members = getgrnam("mailvane-web");
+        const std::string socket = host::Path(kSocket);
+        return (members != nullptr && lchown(socket.c_str(), 0, members->gr_gid) == 0 &&
+                chmod(socket.c_str(), 0660) == 0 &&
+                MakeFolder(kFolder, 0750, "root", "mailvane-web")) ||
+               Fail("cannot open its socket to the web server");
+    }
+};
+
+class WebServer : public Supervisor {
+public:
+    using Supervisor::Supervisor;
+
+    bool BringUp() override { return StartAfresh(); }
+
+    bool IsUp() override { return Master() != 0 && TakesCalls(std::atoi(PlainPort().c_str())); }
+
+protected:
+    Command StartCommand() const override
+    {
+        Command command = Supervisor::StartCommand();
+        command.words.push_back(Configuration());
+        command.environment = {std::string(kPort) + "=" + PlainPort(),
+                               std::string(kTlsPort) + "=" + TlsPort()};
+        return command;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Supervisor> MakeGate(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Gate>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeWebServer(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<WebServer>(daemon, stored);
+}
+
+int DrainGate(pid_t leader)
+{
+    if (leader <= 0) return EXIT_SUCCESS;
+    const ProcessSet processes = ProcessSet::Of(leader);
+    processes.SignalGroups(SIGTERM);
+    const bool isGone = WaitFor(std::chrono::seconds(140), [&processes] {
+        return processes.gone() ? Progress::kDone : Progress::kNotYet;
+    });
+    return isGone ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace service

@@ -1,0 +1,1 @@
+"""What mailvanectl and mailvane-setup share."""

@@ -1,0 +1,35 @@
+"""The line in the system log about each change."""
+import contextlib
+import os
+import syslog
+from collections.abc import Iterator, Sequence
+
+from mailvane.common.display import plain
+from mailvane.common.errors import Refused
+
+LONGEST_USER, LONGEST_RESULT, LONGEST_LINE = 64, 128, 1000
+
+
+@contextlib.contextmanager
+def audited(action: str, changes: Sequence[str] = ()) -> Iterator[None]:
+    """A change, with its line in the system log: who, which action, the result, and what it is
+    about by name, never a secret."""
+    result = "failed"
+    try:
+        yield
+        result = "done"
+    except Refused as problem:
+        result = "failed (%s)" % problem
+        raise
+    finally:
+        _log(action, result, changes)
+
+
+def _log(action: str, result: str, names: Sequence[str]) -> None:
+    user = os.environ.get("SUDO_USER") or "root"
+    line = 'audit: user "%s", address console, action %s: %s' % (
+        plain(user)[:LONGEST_USER], action, plain(result)[:LONGEST_RESULT])
+    if names:
+        line += "; to change: " + plain(", ".join(names))
+    syslog.openlog("mailvanectl")
+    syslog.syslog(syslog.LOG_NOTICE, "mailvane: " + line[:LONGEST_LINE])

@@ -1,0 +1,146 @@
+"""Requests to the program: it is run as the web server would run it, on this machine itself."""
+from __future__ import annotations
+
+import json
+import os
+import shutil
+import subprocess
+
+from mailvane.common import request_log
+from mailvane.common.errors import NoAnswer
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import Any, IO
+
+STEP = 1 << 16
+UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~")
+
+
+class Answer:
+    """What the program wrote: its headers, its body, which is read once, and after that its lines
+    in the system log."""
+
+    def __init__(self, process: subprocess.Popen, log: request_log.RequestLog) -> None:
+        assert process.stdout  # that is how it is started
+        self._process = process
+        self._output: IO[bytes] = process.stdout
+        self.log = log
+        self.headers: dict[str, str] = {}
+        for line in iter(self._output.readline, b"\n"):
+            name, colon, value = line.decode(errors="replace").partition(":")
+            if not colon:
+                self._end()
+                raise NoAnswer("no answer", self.log.errors())
+            self.headers[name.lower()] = value.strip()
+        self.status = int(self.headers.get("status", "200").split()[0])
+
+    def copy(self, target: IO[bytes]) -> None:
+        """Writes the body to a stream."""
+        try:
+            shutil.copyfileobj(self._output, target, STEP)
+        finally:
+            self._end()
+
+    def content(self) -> bytes:
+        """The body."""
+        try:
+            return self._output.read()
+        finally:
+            self._end()
+
+    def json(self) -> Any:
+        """The body as a value."""
+        return self.value(self.content())
+
+    def value(self, body: bytes) -> Any:
+        """The body, which was read, as a value."""
+        try:
+            return json.loads(body)
+        except ValueError as problem:
+            raise NoAnswer("the answer is no JSON", self.log.errors()) from problem
+
+    def _end(self) -> None:
+        self._output.close()
+        self._process.wait()
+        self.log.end()
+
+
+class Gateway:
+    """Sends requests in the name of one user."""
+
+    def __init__(self, program: str, user: str) -> None:
+        self._program = program
+        self._user = user
+
+    def read(self, action: str, parameters: dict) -> Answer:
+        """Answer to a read action."""
+        pairs = [("action", action), *parameters.items()]
+        query = "&".join(quoted(name) + "=" + quoted(str(value)) for name, value in pairs)
+        return self._send({"REQUEST_METHOD": "GET", "QUERY_STRING": query}, [])
+
+    def write(self, action: str, members: dict) -> Answer:
+        """Answer to a write action."""
+        body = json.dumps({"action": action, **members}).encode()
+        return self._post("application/json", len(body), [body])
+
+    def upload(self, path: str) -> Answer:
+        """Answer to the upload of a file."""
+        boundary = os.urandom(16).hex()
+        name = "".join(sign if sign.isprintable() and sign not in '"\\' else "_"
+                       for sign in os.path.basename(path))
+        head = ('--%s\r\nContent-Disposition: form-data; name="file"; filename="%s"\r\n'
+                "Content-Type: application/octet-stream\r\n\r\n" % (boundary, name)).encode()
+        tail = ("\r\n--%s--\r\n" % boundary).encode()
+        with open(path, "rb") as file:
+            size = os.fstat(file.fileno()).st_size
+            return self._post("multipart/form-data; boundary=" + boundary,
+                              len(head) + size + len(tail), [head, file, tail])
+
+    def _post(self, kind: str, length: int, parts: list) -> Answer:
+        return self._send({"REQUEST_METHOD": "POST", "CONTENT_TYPE": kind,
+                           "CONTENT_LENGTH": str(length)}, parts)
+
+    def _send(self, head: dict[str, str], parts: list) -> Answer:
+        # In a session of its own, so that the terminal's interrupt key ends this program and not a
+        # change halfway.
+        log = request_log.RequestLog()
+        with open(os.devnull, "rb") as nothing:
+            process = subprocess.Popen(
+                [self._program], env={**self._environment(), **head}, cwd="/",
+                stdin=subprocess.PIPE if parts else nothing, stdout=subprocess.PIPE,
+                stderr=log.descriptor, start_new_session=True)
+        if process.stdin:
+            _feed(process.stdin, parts)
+        return Answer(process, log)
+
+    def _environment(self) -> dict[str, str]:
+        language = os.environ.get("LC_ALL") or os.environ.get("LANG") or ""
+        return {
+            **request_log.ENVIRONMENT,
+            "GATEWAY_INTERFACE": "CGI/1.1",
+            "PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
+            "REMOTE_USER": self._user,
+            "REMOTE_ADDR": "local",
+            "HTTP_HOST": "localhost",
+            "HTTP_X_MAILVANE": "mailvanectl",
+            "HTTP_ACCEPT_LANGUAGE": language.partition("_")[0].partition(".")[0],
+        }
+
+
+def quoted(text: str) -> str:
+    """A text as it stands in a query."""
+    return "".join(chr(byte) if byte in UNRESERVED else "%%%02X" % byte
+                   for byte in text.encode(errors="surrogateescape"))
+
+
+def _feed(stream: IO[bytes], parts: list) -> None:
+    try:
+        with stream:
+            for part in parts:
+                if isinstance(part, bytes):
+                    stream.write(part)
+                else:
+                    shutil.copyfileobj(part, stream, STEP)
+    except BrokenPipeError:
+        pass  # it has answered without the rest

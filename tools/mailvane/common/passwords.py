@@ -1,0 +1,31 @@
+"""New passwords: how they are asked for, and what they have to be."""
+import sys
+
+from mailvane.common.display import plain
+from mailvane.common.errors import Usage
+
+SHORTEST, LONGEST = 10, 128  # characters
+
+
+def ask(name: str, purpose: str) -> str:
+    """A password, typed twice at a terminal, else the first line of standard input."""
+    if sys.stdin.isatty():
+        import getpass
+        password = getpass.getpass("Password of %s for %s: " % (plain(name), purpose))
+        _check(password)
+        if getpass.getpass("Again: ") != password:
+            raise Usage("the two passwords differ")
+        return password
+    password = sys.stdin.readline().removesuffix("\n")
+    if not password.strip():
+        raise Usage("no password: run it at a terminal, which asks for one, or write one of at "
+                    "least %d characters to standard input" % SHORTEST)
+    _check(password)
+    return password
+
+
+def _check(password: str) -> None:
+    if len(password) < SHORTEST:
+        raise Usage("a password has at least %d characters" % SHORTEST)
+    if len(password) > LONGEST or not password.isprintable():
+        raise Usage("a password has at most %d characters, and none that control" % LONGEST)

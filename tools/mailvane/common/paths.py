@@ -1,0 +1,6 @@
+"""Where the installed package keeps what."""
+PACKAGE = "/var/packages/Mailvane"
+ETC = PACKAGE + "/etc"
+GENERATED = ETC + "/generated"
+CURRENT = GENERATED + "/current"  # the generation in force
+SETTINGS_TOOL = PACKAGE + "/target/bin/hald_set_config"

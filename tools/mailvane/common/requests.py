@@ -1,0 +1,73 @@
+"""Requests to the program in somebody's name, and what its answers mean."""
+import os
+
+from mailvane.common.errors import Refused, Usage
+from mailvane.common.reference import Action, Reference
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from mailvane.common.gateway import Gateway
+
+
+class Requests:
+    """The actions of an installed package, and the way to them."""
+
+    def __init__(self, target: str, user: str = "") -> None:
+        self.reference = Reference(target + "/share/mailvane/actions.json")
+        self._program = target + "/ui/mailvane.cgi"
+        self._user = user
+        self._gateway: Gateway | None = None
+
+    def gateway(self) -> "Gateway":
+        """The way to the program; made when it is first needed, for help needs none."""
+        from mailvane.common.gateway import Gateway
+        if self._gateway is None:
+            if os.geteuid() != 0:
+                raise Usage("only root can run the program")
+            self._gateway = Gateway(self._program, self._user or _administrator())
+        return self._gateway
+
+    def value(self, name: str, members: dict | None = None) -> dict:
+        """What an action answers; Refused when that is a refusal."""
+        action = self.reference.action(name)
+        gateway = self.gateway()
+        answer = (gateway.read if action.kind == "read" else gateway.write)(name, members or {})
+        value = answer.json()
+        why = refusal(action, answer.status, value)
+        if why:
+            raise Refused("%s: %s" % (name, why), answer.log.errors())
+        return value
+
+
+def _administrator() -> str:
+    from mailvane.common.administrators import first_administrator
+    return first_administrator()
+
+
+def refusal(action: Action, status: int, value: object) -> str:
+    """Why an answer is none that its action should give; "" when it is one."""
+    if not isinstance(value, dict):
+        return "nothing could be told; the system log says why"
+    if status != 200:
+        return "%s (%d)" % (value.get("error", "refused"), status)
+    errinfo = value.get("errinfo")
+    if errinfo:
+        return _reason(action, errinfo)
+    return "" if value.get("success", True) else "it failed; the system log says why"
+
+
+def _reason(action: Action, errinfo: dict) -> str:
+    section, key = errinfo.get("sec", ""), errinfo.get("key", "")
+    text = "%s/%s" % (section, key)
+    if "errField" in errinfo:
+        text += " (%s)" % errinfo["errField"]
+    meaning = action.reason(section, key)
+    return text + (": " + meaning if meaning else "")
+
+
+def edited(save: Action, page: dict, given: dict) -> dict:
+    """What is sent to change a page: the changes, and of the page as it was loaded what counts as
+    off when it is left out. Never a password: what is not sent keeps what is stored."""
+    kept = {name: page[name] for name, member in save.members.items()
+            if member.required and not member.secret and name in page}
+    return {**kept, **given}

@@ -1,0 +1,109 @@
+"""What becomes of an answer: standard output, standard error, the exit status."""
+from __future__ import annotations
+
+import json
+import os
+import re
+import sys
+from collections.abc import Callable
+
+from mailvane.common import requests
+from mailvane.common.reference import Action
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import Any
+    from mailvane.common.gateway import Answer
+
+DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
+READABLE_MASK = "*" * 8  # for that of a stored password, whose signs few terminals have
+LOOK = re.compile(r"; the system log says wh\w+")
+
+
+def complain(text: str) -> None:
+    """A line on standard error."""
+    print("mailvanectl: " + text, file=sys.stderr)
+
+
+def explain(text: str, lines: list[str]) -> None:
+    """A complaint, with the lines of the system log that are about it; without any, where to look
+    for them."""
+    if lines:
+        text = LOOK.sub("", text) + ":" + "".join("\n  " + line for line in lines)
+    elif LOOK.search(text):
+        text += " (journalctl -t mailvane.cgi)"
+    complain(text)
+
+
+def _shows_all_letters() -> bool:
+    return (sys.stdout.encoding or "").lower().startswith("utf")
+
+
+def judged(action: Action, answer: Answer, value: object) -> int:
+    """Says what is wrong with an answer; gives the exit status."""
+    why = requests.refusal(action, answer.status, value)
+    errors = answer.log.errors()
+    if not why and action.kind == "upload" and errors:
+        why = "the file was refused"  # which the answer does not tell
+    if why:
+        explain("%s: %s" % (action.name, why), errors)
+        return REFUSED
+    for line in answer.log.warnings() if action.kind != "read" else []:
+        complain(line)
+    return DONE
+
+
+def show(action: Action, answer: Answer, raw: bool,
+         note: Callable[[dict], str] = lambda value: "") -> int:
+    """Prints a JSON answer, and on standard error what there is to note about it; gives the exit
+    status."""
+    text = answer.content()
+    if raw:
+        sys.stdout.buffer.write(text)
+    value = answer.value(text)
+    status = judged(action, answer, value)
+    if status != DONE:
+        return status
+    if not raw:
+        print(json.dumps(readable(action, value), indent=2, ensure_ascii=not _shows_all_letters()))
+    remark = note(value)
+    if remark:
+        complain("%s: %s" % (action.name, remark))
+    return DONE
+
+
+def readable(action: Action, value: object) -> Any:
+    """An answer as it is for people: no markup, and a mask that a terminal shows."""
+    if isinstance(value, list):
+        return [readable(action, entry) for entry in value]
+    if isinstance(value, dict):
+        return {name: _without_markup(entry) if name in action.markup else readable(action, entry)
+                for name, entry in value.items()}
+    return READABLE_MASK if value and value == action.mask else value
+
+
+def _without_markup(text: str) -> str:
+    import html
+    return html.unescape(re.sub(r"<[^>]*>", "", text))
+
+
+def store(action: Action, answer: Answer, output: str, raw: bool) -> int:
+    """Writes a download to a file or to standard output; gives the exit status."""
+    if "content-disposition" not in answer.headers:
+        return show(action, answer, raw)
+    if not output:
+        answer.copy(sys.stdout.buffer)
+        return DONE
+
+    # The file that is there already goes when the new one is whole.
+    new = "%s.%d" % (output, os.getpid())
+    try:
+        with open(new, "xb") as file:
+            answer.copy(file)
+        os.rename(new, output)
+    except OSError as problem:
+        complain("%s: %s" % (output, problem.strerror))
+        if os.path.exists(new):
+            os.unlink(new)
+        return NO_ANSWER
+    return DONE

@@ -1,0 +1,136 @@
+"""The archive of a backup: a tar file, first in it a manifest with format, version, and size and
+hash of every file. Nothing but regular files with names known here is written or taken."""
+from __future__ import annotations
+
+import hashlib
+import io
+import json
+import os
+import tarfile
+
+from mailvane.common.errors import Refused
+from mailvane.common.files import sync_folder
+from mailvane.ctl import stored_files
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from typing import IO
+
+FORMAT = 1
+MANIFEST = "manifest.json"
+LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, bytes, number
+
+
+class State:
+    """The stored state: bytes by name, and which key pair signs."""
+
+    def __init__(self, files: dict[str, bytes], pair: str = "", made: int = 0,
+                 version: str = "") -> None:
+        self.files = files
+        self.pair = pair
+        self.made = made
+        self.version = version
+
+
+def write(path: str, state: State) -> None:
+    """Writes an archive, whole or not at all; a file that is there is replaced."""
+    new = "%s.%d" % (path, os.getpid())
+    try:
+        descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+        try:
+            with os.fdopen(descriptor, "wb") as file:
+                os.fchmod(file.fileno(), 0o600)
+                _put(file, state)
+                file.flush()
+                os.fsync(file.fileno())
+            os.rename(new, path)
+        except BaseException:
+            os.unlink(new)
+            raise
+        sync_folder(os.path.dirname(os.path.abspath(path)))
+    except OSError as problem:
+        raise Refused("%s: %s" % (path, problem.strerror)) from problem
+
+
+def _put(file: IO[bytes], state: State) -> None:
+    manifest = {
+        "format": FORMAT, "program": "mailvane", "version": state.version, "made": state.made,
+        "signing_pair": state.pair,
+        "files": {name: _print_of(data) for name, data in state.files.items()},
+    }
+    with tarfile.open(fileobj=file, mode="w", format=tarfile.PAX_FORMAT) as tar:
+        _add(tar, MANIFEST, json.dumps(manifest, indent=1).encode(), 0o600, state.made)
+        for name, data in sorted(state.files.items()):
+            _add(tar, name, data, stored_files.mode_of(name) or 0o600, state.made)
+
+
+def _print_of(data: bytes) -> dict[str, object]:
+    return {"size": len(data), "sha256": hashlib.sha256(data).hexdigest()}
+
+
+def _add(tar: tarfile.TarFile, name: str, data: bytes, mode: int, made: int) -> None:
+    about = tarfile.TarInfo(name)
+    about.size, about.mode, about.mtime = len(data), mode, made
+    tar.addfile(about, io.BytesIO(data))
+
+
+def read(path: str) -> State:
+    """The state in an archive; Refused unless all of it is as its manifest says."""
+    try:
+        with tarfile.open(path, "r:") as tar:
+            return _state(tar)
+    except OSError as problem:
+        raise Refused("%s: %s" % (path, problem.strerror)) from problem
+    except (tarfile.TarError, EOFError, ValueError) as problem:
+        raise Refused("%s is no whole archive" % path) from problem
+
+
+def _state(tar: tarfile.TarFile) -> State:
+    manifest = _manifest(tar.next(), tar)
+    listed, files, size = manifest["files"], {}, 0
+    for about in iter(tar.next, None):
+        name = about.name
+        if name in files or name not in listed or stored_files.mode_of(name) is None:
+            raise Refused("the archive holds %r, which is none of its files" % name[:100])
+        files[name] = _data(tar, about)
+        if _print_of(files[name]) != listed[name]:
+            raise Refused("%s is not what the manifest says" % name)
+        size += len(files[name])
+        if size > LARGEST_SUM or len(files) > MOST_FILES:
+            raise Refused("the archive is too large")
+    missing = listed.keys() - files.keys()
+    if missing:
+        raise Refused("the archive lacks %r" % min(missing)[:100])
+    pair = manifest["signing_pair"]
+    if pair and (not stored_files.PAIR.fullmatch(pair) or
+                 "dkim.key/%s/dkim.private" % pair not in files):
+        raise Refused("the archive lacks the key pair that signs")
+    return State(files, pair, manifest["made"], manifest["version"])
+
+
+def _manifest(about: tarfile.TarInfo | None, tar: tarfile.TarFile) -> dict:
+    if about is None or about.name != MANIFEST:
+        raise Refused("it is no archive of mailvane")
+    manifest = json.loads(_data(tar, about))
+    kinds = {"format": int, "program": str, "version": str, "made": int, "signing_pair": str,
+             "files": dict}
+    if not isinstance(manifest, dict) or manifest.get("program") != "mailvane" or not all(
+            isinstance(manifest.get(name), kind) for name, kind in kinds.items()):
+        raise Refused("it is no archive of mailvane")
+    if manifest["format"] != FORMAT:
+        raise Refused("the archive has format %d; this program knows %d" %
+                      (manifest["format"], FORMAT))
+    return manifest
+
+
+def _data(tar: tarfile.TarFile, about: tarfile.TarInfo) -> bytes:
+    """Bytes of a member, which has to be a plain file: no link, no device, nothing sparse."""
+    if about.type != tarfile.REGTYPE or about.issparse():
+        raise Refused("%r is no regular file" % about.name[:100])
+    if about.size > LARGEST_FILE:
+        raise Refused("%r is too large" % about.name[:100])
+    stream = tar.extractfile(about)
+    data = stream.read() if stream else b""
+    if len(data) != about.size:
+        raise Refused("the archive is cut short")
+    return data

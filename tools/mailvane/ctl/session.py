@@ -1,0 +1,80 @@
+"""What a command works with, and the subcommands that there are."""
+import importlib
+from collections.abc import Iterable
+from types import ModuleType
+
+from mailvane.common.errors import Usage
+from mailvane.common.reference import Action, did_you_mean
+from mailvane.common.requests import Requests
+
+# By name: the module, the words that it takes, what it does.
+SUBCOMMANDS = {
+    "help": ("mailvane.ctl.helping", "[NAME]",
+             "lists the actions, or says what an action or a subcommand takes"),
+    "edit": ("mailvane.ctl.edit", "PAGE name=value…",
+             "changes single members of a page"),
+    "upload": ("mailvane.ctl.upload", "FILE",
+               "uploads the file of an announced import"),
+    "complete": ("mailvane.ctl.completion", "WORD…",
+                 "what the last word can become, for the shell"),
+    "queue": ("mailvane.ctl.mail_queue", "list|flush|hold|release|delete [ID]",
+              "the mail that waits to be delivered"),
+    "quarantine": ("mailvane.ctl.quarantine", "list|show|release|delete [ID]",
+                   "the mail that the scanner has kept aside"),
+    "backup": ("mailvane.ctl.backup", "FILE",
+               "writes settings, lists, keys and user data to an archive"),
+    "restore": ("mailvane.ctl.restore", "FILE",
+                "puts the state in an archive in force"),
+    "generations": ("mailvane.ctl.generations", "[--json]",
+                    "the states of the settings that are kept"),
+    "rollback": ("mailvane.ctl.rollback", "[N]",
+                 "brings the settings of an earlier generation back"),
+    "tls": ("mailvane.ctl.tls", "show|install|remove [CERT KEY]",
+            "the certificate that the services show"),
+    "dkim": ("mailvane.ctl.dkim", "list|restore [DATE]",
+             "the key pairs that sign mail"),
+    "dns": ("mailvane.ctl.dns", "[--json] [--check]",
+            "the DNS records to publish for each mail domain"),
+    "check": ("mailvane.ctl.check", "[--json]",
+              "the self-check as a table, the worst first"),
+    "user": ("mailvane.ctl.user", "list|show|add|password|remove [NAME]",
+             "the people who have mail on this machine"),
+}
+
+
+class Session(Requests):
+    """The options of a command line, and the way to the program."""
+
+    def __init__(self, target: str, user: str = "", raw: bool = False, output: str = "",
+                 flags: Iterable[str] = ()) -> None:
+        super().__init__(target, user)
+        self.flags = frozenset(flags)
+        self.raw = raw
+        self.output = output
+        self._version = target + "/share/mailvane/version"
+
+    def action(self, name: str) -> Action:
+        """The action of a name; Usage, with what was perhaps meant, when there is none."""
+        known = [*self.reference.names(), *SUBCOMMANDS]
+        if name not in known:
+            raise Usage("no action or subcommand %s%s; `mailvanectl help` lists them" % (
+                name, did_you_mean(name, known)))
+        return self.reference.action(name)
+
+    def version(self) -> str:
+        """The version of the package; empty when it does not say."""
+        try:
+            with open(self._version, encoding="ascii") as file:
+                return file.read().strip()
+        except FileNotFoundError:
+            return ""
+
+    @staticmethod
+    def subcommand_names() -> list[str]:
+        """Names of the subcommands, whose modules need not be loaded for that."""
+        return list(SUBCOMMANDS)
+
+    @staticmethod
+    def subcommand(name: str) -> ModuleType | None:
+        """The module of a subcommand; None for another name."""
+        return importlib.import_module(SUBCOMMANDS[name][0]) if name in SUBCOMMANDS else None
