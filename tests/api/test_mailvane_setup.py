@@ -234,7 +234,7 @@ class Unconfigured(WithFiles):
                 ({}, grown, False, [True]), (LOCAL_ONLY, grown, False, [True]),
                 ({"biff": "yes"}, grown, True, [True]),
                 ({"relayhost": "smtp.a.test"}, grown, True, [True]),
-                ({"mailbox_command": "/bin/mine"}, grown, True, [True]),
+                ({"mailbox_command": "/opt/mine"}, grown, True, [True]),
                 ({"mynetworks": "10.0.0.0/8"}, grown, True, [True]),
                 ({}, grown + "465 inet n - y - - smtpd", False, [True, False])):
             server = old(services, "465/inet/smtpd_tls_wrappermode = yes\n",

@@ -23,7 +23,7 @@ PLACES = (
      r"|personal|platform|services|tools)/", "control"),
     ("", "build world"),
 )
-MADE_BY_US = {"/usr/sbin/policy-rc.d"}
+MADE_BY_US = {"/usr/sbin/policy-rc.d", "/usr/bin/sa-compile"}
 APT = "apt"  # is there wherever a package can be installed
 
 
