@@ -91,7 +91,7 @@ TEST_F(StoredData, IsTakenBackFromWhereverAKillLeftIt)
             fs::rename(etc + moves[i].first, etc + moves[i].second);
         }
         for (const char* time : {"once", "again"}) {
-            EXPECT_TRUE(host::save::TakeExchangeBack()) << undone << time;
+            EXPECT_TRUE(host::save::RollBackExchange()) << undone << time;
             EXPECT_EQ(Stored(), before) << undone << time;
         }
         host::save::DropExchange();

@@ -132,7 +132,7 @@ TEST_F(Lists, RulesOfCopiesSurviveExportAndImport)
     for (const char* bad : {"bob\n", "a b c\n", "@ bob\n", "ann one\nANN two\n"}) {
         EXPECT_EQ(ImportBcc(bad), "refused, @x.example a@b.example\nann Copies\n") << bad;
     }
-    EXPECT_EQ(FileOf(host::render::BlindCopyFiles(), "sender_bcc"),
+    EXPECT_EQ(FileOf(host::render::BccFiles(), "sender_bcc"),
               "@x.example a@b.example\nann Copies\n");
 }
 

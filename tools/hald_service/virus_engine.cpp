@@ -14,6 +14,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemons/daemon_process.h"
+#include "host/libmailvane/daemons/signatures.h"
 #include "tools/hald_service/own_daemons.h"
 #include "tools/hald_service/units.h"
 
@@ -42,22 +43,12 @@ pid_t Starter()
     return static_cast<pid_t>(std::atoi(process.c_str() + process.rfind('/') + 1));
 }
 
-bool IsSignatureFile(const fs::path& path)
-{
-    const std::string kind = path.extension().string();
-    const bool isBase = kind == ".cvd" || kind == ".cld";
-    const bool isPart = kind.size() == 4 &&
-                        std::string("hlmn").find(kind[1]) != std::string::npos &&
-                        (kind[2] == 'd' || kind[2] == 's') && kind[3] == 'b';
-    std::error_code error;
-    return (isBase || isPart) && fs::is_regular_file(path, error);
-}
-
 bool HasSignatures()
 {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(host::Path("/var/lib/clamav"), error)) {
-        if (IsSignatureFile(entry.path())) return true;
+        if (host::daemons::IsSignatureFile(entry.path()) && entry.is_regular_file(error))
+            return true;
     }
     return false;
 }

@@ -36,21 +36,21 @@ Collector::Collector() : clock_(std::time(nullptr))
 
 void Collector::Open()
 {
-    joiner_.reset();
+    correlator_.reset();
     store_.emplace(host::maillog::MailLogLivePath());
-    joiner_.emplace(*store_);
+    correlator_.emplace(*store_);
     const std::int64_t latest = store_->LatestDate();
     nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
     const LogPosition position = store_->Position();
-    if (!follower_) follower_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    if (!tail_) tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
 }
 
 /// Stores all that was taken in.
 void Collector::Store(const LogPosition& position)
 {
-    if (!store_->Store(joiner_->Changed(), joiner_->Ended(), position)) throw LogCleared();
+    if (!store_->Store(correlator_->Changed(), correlator_->Ended(), position)) throw LogCleared();
 
-    joiner_->Stored();
+    correlator_->Stored();
     if (storedRuns_++ % kRunsBetweenForgetting == 0) store_->Forget(lastTime_);
     linesHeld_ = 0;
 }
@@ -62,8 +62,8 @@ void Collector::KeepMonth(std::int64_t time, std::size_t start)
     const std::int64_t now = std::time(nullptr);
     if (time < nextMonth_ || now < closingTried_ + kBetweenClosings) return;
 
-    Store(follower_->PositionAt(start));
-    joiner_.reset();
+    Store(tail_->PositionAt(start));
+    correlator_.reset();
     store_.reset();
     closingTried_ = CloseMonth() ? 0 : now;
     Open();
@@ -81,8 +81,8 @@ void Collector::TakeInLine(std::string_view line, std::size_t start)
 
     KeepMonth(time, start);
     lastTime_ = time;
-    joiner_->Apply(*event, time,
-                   event->id.empty() ? NameOf(follower_->PositionAt(start)) : std::string());
+    correlator_->Apply(*event, time,
+                       event->id.empty() ? NameOf(tail_->PositionAt(start)) : std::string());
 }
 
 void Collector::TakeIn(std::string_view lines)
@@ -94,19 +94,19 @@ void Collector::TakeIn(std::string_view lines)
         start = end + 1;
         ++linesHeld_;
     }
-    if (linesHeld_ >= kMostLinesHeld) Store(follower_->PositionAt(lines.size()));
+    if (linesHeld_ >= kMostLinesHeld) Store(tail_->PositionAt(lines.size()));
 }
 
 /// Takes in what there is; false when that was nothing.
 bool Collector::TakeInAll()
 {
-    std::string_view lines = follower_->Read();
+    std::string_view lines = tail_->Read();
     const bool any = !lines.empty();
     while (!lines.empty()) {
         TakeIn(lines);
-        lines = follower_->Read();
+        lines = tail_->Read();
     }
-    if (linesHeld_ > 0) Store(follower_->PositionAt(0));
+    if (linesHeld_ > 0) Store(tail_->PositionAt(0));
     return any;
 }
 
@@ -116,7 +116,7 @@ bool Collector::Step()
     try {
         return TakeInAll();
     } catch (const LogCleared&) {
-        follower_.reset();
+        tail_.reset();
         linesHeld_ = 0;
         Open();
         return true;

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "host/libmailvane/maillog/log_clock.h"
-#include "tools/maillog_collector/log_follower.h"
-#include "tools/maillog_collector/mail_joiner.h"
+#include "tools/maillog_collector/log_tail.h"
+#include "tools/maillog_collector/mail_correlator.h"
 #include "tools/maillog_collector/mail_store.h"
 
 namespace collector {
@@ -33,8 +33,8 @@ private:
 
     host::maillog::LogClock clock_;
     std::optional<MailStore> store_;
-    std::optional<MailJoiner> joiner_;
-    std::optional<LogFollower> follower_;
+    std::optional<MailCorrelator> correlator_;
+    std::optional<LogTail> tail_;
     std::int64_t nextMonth_ = 0;  ///< when it begins; 0 while there is no entry
     std::int64_t lastTime_ = 0;
     std::int64_t closingTried_ = 0;

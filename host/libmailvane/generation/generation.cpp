@@ -128,7 +128,7 @@ bool ReplaceByLink(const std::string& path, const std::string& target)
            rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path);
 }
 
-Result<void> PutInForce(const std::string& name)
+Result<void> Activate(const std::string& name)
 {
     if (ReplaceByLink(GeneratedDirectory() + "/current", name)) return {};
     return SystemReason(name, "cannot put " + name + " in force");
@@ -334,7 +334,7 @@ Result<void> NextGeneration::Complete()
 
 Result<void> NextGeneration::Commit()
 {
-    if (state_) state_ = PutInForce(name_);
+    if (state_) state_ = Activate(name_);
     inForce_ = static_cast<bool>(state_);
     return state_;
 }

@@ -21,7 +21,7 @@ std::string GenerationDirectory(const std::string& name);
 std::string CurrentGeneration();
 
 /// Puts a complete generation in force and waits until the disk knows.
-Result<void> PutInForce(const std::string& name);
+Result<void> Activate(const std::string& name);
 
 /// Removes what is left of abandoned generations and all complete ones but those in force, `keep`
 /// and the newest others, five in all.

@@ -70,7 +70,7 @@ Result<void> Import(Type type, const std::string& path)
     if (!entries) return std::move(entries).reason();
 
     return save::ChangeLists(
-        kWhat, [&entries](SQLite::Database& store) { stores::ReplaceAccess(store, *entries); });
+        kWhat, [&entries](SQLite::Database& store) { stores::MergeAccess(store, *entries); });
 }
 
 }  // namespace

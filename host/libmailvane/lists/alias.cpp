@@ -46,7 +46,7 @@ namespace {
 
 /// Puts the table in force, then stores it: an account engine or a mail server that does not answer
 /// is met before anything is stored.
-host::Result<void> PutInForce(host::stores::AliasTable& table)
+host::Result<void> ActivateAliases(host::stores::AliasTable& table)
 {
     host::Result<void> done =
         host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
@@ -91,7 +91,7 @@ int Alias::save()
 
     return host::Status(host::system::Attempt("aliases", [this] {
         const host::save::WriteScope scope;
-        return scope.ready() ? PutInForce(state_->table) : scope.ready();
+        return scope.ready() ? ActivateAliases(state_->table) : scope.ready();
     }));
 }
 

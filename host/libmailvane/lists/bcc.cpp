@@ -31,14 +31,14 @@ Result<void> ChangeStore(Change change)
 
 /// Puts the stored rules in force. When that fails, `undo` takes the change of the store back.
 template <typename Undo>
-Result<void> PutInForceOr(Undo undo)
+Result<void> ActivateOr(Undo undo)
 {
-    Result<void> done = save::RebuildLists({render::BlindCopyFiles});
+    Result<void> done = save::RebuildLists({render::BccFiles});
     if (done) return done;
 
     // The caller gets the first reason: those of going back are told nowhere else.
     if (Succeeded(ChangeStore(undo))) {
-        (void)Succeeded(save::RebuildLists({render::BlindCopyFiles}));
+        (void)Succeeded(save::RebuildLists({render::BccFiles}));
     }
     return done;
 }
@@ -52,7 +52,7 @@ Result<void> AddRule(const BccInfo& rule)
         return stores::InsertBcc(store, *stored).Prefixed(kRefused);
     });
     if (!inserted) return inserted;
-    return PutInForceOr(
+    return ActivateOr(
         [&stored](SQLite::Database& store) { (void)stores::RemoveBcc(store, {*stored}); });
 }
 
@@ -62,8 +62,7 @@ Result<void> RemoveRules(const std::list<BccInfo>& rules)
     Result<void> done =
         ChangeStore([&](SQLite::Database& store) { removed = stores::RemoveBcc(store, rules); });
     if (!done) return done;
-    return PutInForceOr(
-        [&removed](SQLite::Database& store) { stores::ReplaceBcc(store, removed); });
+    return ActivateOr([&removed](SQLite::Database& store) { stores::MergeBcc(store, removed); });
 }
 
 /// Sets the address that gets a copy of all mail; empty for none.
@@ -136,7 +135,7 @@ Result<void> Import(BccType type, const std::string& path)
     if (!rules) return std::move(rules).reason();
 
     return save::ChangeLists(
-        kWhat, [&rules](SQLite::Database& store) { stores::ReplaceBcc(store, *rules); });
+        kWhat, [&rules](SQLite::Database& store) { stores::MergeBcc(store, *rules); });
 }
 
 /// Runs a change under the lock.
@@ -217,5 +216,5 @@ int BCC::importBCC(BccType type, const std::string& path)
 
 int BCC::GenerateBccMap()
 {
-    return host::Status(host::save::RebuildLists({host::render::BlindCopyFiles}));
+    return host::Status(host::save::RebuildLists({host::render::BccFiles}));
 }

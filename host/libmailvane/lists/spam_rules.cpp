@@ -71,7 +71,7 @@ std::string TextOf(const RuleSets& sets)
 }
 
 /// Puts the rule sets in force; the scanner takes them when it is restarted.
-Result<void> PutInForce(const RuleSets& sets)
+Result<void> ActivateRules(const RuleSets& sets)
 {
     generation::NextGeneration next;
     next.Put(render::kSpamRules, TextOf(sets), 0644);
@@ -112,13 +112,13 @@ Result<void> Enable(const std::string& name)
     inForce = *rules;
     Result<void> taken = save::SpamFilterTakes(TextOf(sets));
     if (!taken) return Refused(name, std::move(taken).reason());
-    return PutInForce(sets);
+    return ActivateRules(sets);
 }
 
 Result<void> Disable(const std::string& name)
 {
     RuleSets sets = EnabledSets();
-    if (sets.erase(name) != 0) return PutInForce(sets);
+    if (sets.erase(name) != 0) return ActivateRules(sets);
 
     if (HasFile(name)) return {};
     return NotThere(name);

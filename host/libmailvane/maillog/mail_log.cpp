@@ -73,7 +73,7 @@ public:
     }
 
     /// Whether the entry with this number, counted in this order, is still to come.
-    bool Reaches(const host::maillog::LogOrder& order, int start) const
+    bool Affects(const host::maillog::LogOrder& order, int start) const
     {
         return order_ == order && start >= position_;
     }
@@ -172,7 +172,7 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
 {
     const int result = host::Status(Attempt([&] {
         const host::maillog::LogOrder wanted(sortField, order);
-        if (!state_->list || !state_->list->Reaches(wanted, start)) {
+        if (!state_->list || !state_->list->Affects(wanted, start)) {
             state_->list.emplace(state_->database.value(), wanted);
         }
         state_->list->ReadPage(start, limit, rows);

@@ -64,8 +64,8 @@ bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user
 
 /// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
 /// written even when it says the same as before.
-int PutInForce(const MailAccount& account, const PersonalSettings& before,
-               const PersonalSettings& after, bool anew)
+int ActivateScript(const MailAccount& account, const PersonalSettings& before,
+                   const PersonalSettings& after, bool anew)
 {
     const std::string old = host::render::RenderPersonalScript(before);
     const std::string script = host::render::RenderPersonalScript(after);
@@ -93,7 +93,7 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
 
         PersonalSettings changed = *stored;
         if (!change(changed)) return -1;
-        if (PutInForce(account, *stored, changed, anew) < 0) return -1;
+        if (ActivateScript(account, *stored, changed, anew) < 0) return -1;
         settings = changed;
         return 0;
     });

@@ -7,7 +7,7 @@
 
 namespace host::render {
 
-std::vector<generation::ListFile> BlindCopyFiles()
+std::vector<generation::ListFile> BccFiles()
 {
     std::optional<SQLite::Database> store = stores::OpenListStore();
     if (!store) return {{"sender_bcc", ""}, {"recipient_bcc", ""}};

@@ -8,7 +8,7 @@
 namespace host::render {
 
 /// The maps of the blind copies; a missing store is an empty one. Throws when it cannot be read.
-std::vector<generation::ListFile> BlindCopyFiles();
+std::vector<generation::ListFile> BccFiles();
 
 /// What the rate policy reads: how much each login may send. As above.
 std::vector<generation::ListFile> QuotaFiles();

@@ -103,7 +103,7 @@ Result<void> PrepareExchange(const std::string& staged)
     return SystemReason(staged, "cannot prepare the exchange of " + staged);
 }
 
-Result<void> TakeBack(const std::string& name, bool wasAdded)
+Result<void> RollBackEntry(const std::string& name, bool wasAdded)
 {
     // Where `new` still has it, it was not put in place.
     const bool replaced = system::NameExists(OldOf(name));
@@ -184,13 +184,13 @@ bool ExchangeIsUnderWay()
     return system::NameExists(ExchangeFolder() + "/new");
 }
 
-Result<void> TakeExchangeBack()
+Result<void> RollBackExchange()
 {
     if (!ExchangeIsUnderWay()) return {};
 
     const std::set<std::string> added = AddedNames();
     for (const char* name : kStoredData) {
-        Result<void> taken = TakeBack(name, added.count(name) != 0);
+        Result<void> taken = RollBackEntry(name, added.count(name) != 0);
         if (!taken) return taken;
     }
     return SyncAll();

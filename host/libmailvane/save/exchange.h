@@ -23,7 +23,7 @@ bool ExchangeIsUnderWay();
 
 /// Puts the stored data before the exchange in force again, if there is one. May be killed and
 /// repeated. What was put there remains at hand until the exchange is dropped.
-Result<void> TakeExchangeBack();
+Result<void> RollBackExchange();
 
 /// Ends an exchange that holds: what it replaced is kept as etc/replaced until the next one.
 void KeepExchange();

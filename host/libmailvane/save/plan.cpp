@@ -30,7 +30,7 @@ int ReloadFirewall(const std::string& /*unused*/)
     return HALDFwRuleHup();
 }
 
-/// Whether the plan calls a service itself. The filters of signatures are reached whatever a plan
+/// Whether the plan calls a service itself. The filters of signatures are affected whatever a plan
 /// does with them, since a step of a page speaks for signing or for checking alone.
 bool Calls(const std::list<Callback>& plan, const daemons::Daemon& daemon)
 {
@@ -48,7 +48,7 @@ bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneratio
 }
 
 /// Whether a change reaches a daemon. The two servers themselves look whether they are to run.
-bool Reaches(const daemons::Daemon& daemon, const generation::NextGeneration& next,
+bool Affects(const daemons::Daemon& daemon, const generation::NextGeneration& next,
              const settings::StoredSettings& stored, const settings::StoredSettings& wanted)
 {
     if (daemon.files.empty()) return false;
@@ -61,11 +61,11 @@ bool Reaches(const daemons::Daemon& daemon, const generation::NextGeneration& ne
 
 }  // namespace
 
-Reached BothServers()
+AffectedServices BothServers()
 {
-    Reached reached;
-    reached.services = {daemons::kPostfix.service, daemons::kDovecot.service};
-    return reached;
+    AffectedServices affected;
+    affected.services = {daemons::kPostfix.service, daemons::kDovecot.service};
+    return affected;
 }
 
 bool HasFirewallStep(const std::list<Callback>& steps)
@@ -74,17 +74,17 @@ bool HasFirewallStep(const std::list<Callback>& steps)
                        [](const Callback& step) { return step.name == kFirewallStep; });
 }
 
-std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached)
+std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected)
 {
     const Callback mailServerStep = daemons::ServiceStep(daemons::kPostfix, "restart");
     std::list<Callback> plan = steps;
-    const auto isMissing = [&plan, &reached](const daemons::Daemon& daemon) {
-        return reached.services.count(daemon.service) > 0 && !Calls(plan, daemon);
+    const auto isMissing = [&plan, &affected](const daemons::Daemon& daemon) {
+        return affected.services.count(daemon.service) > 0 && !Calls(plan, daemon);
     };
     if (isMissing(daemons::kDovecot))
         plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
     // No mail may be handed to a scanner that is about to end.
-    if (reached.scannerEnds) plan.push_front(mailServerStep);
+    if (affected.scannerEnds) plan.push_front(mailServerStep);
     if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
@@ -94,24 +94,25 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& r
             plan.insert(mailServer, daemons::ServiceStep(daemon, "restart"));
         }
     }
-    if (reached.firewall && !HasFirewallStep(plan)) {
+    if (affected.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
     }
     return plan;
 }
 
-Reached ReachedBy(const generation::NextGeneration& next, const settings::StoredSettings& wanted)
+AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
+                                    const settings::StoredSettings& wanted)
 {
     const Result<settings::StoredSettings> read = settings::StoredSettings::Read();
     const settings::StoredSettings& stored = Succeeded(read) ? *read : wanted;
-    Reached reached;
+    AffectedServices affected;
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
-        if (Reaches(daemon, next, stored, wanted)) reached.services.insert(daemon.service);
+        if (Affects(daemon, next, stored, wanted)) affected.services.insert(daemon.service);
     }
-    reached.scannerEnds =
+    affected.scannerEnds =
         daemons::Runs(daemons::kScanner, stored) && !daemons::Runs(daemons::kScanner, wanted);
-    reached.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
-    return reached;
+    affected.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
+    return affected;
 }
 
 }  // namespace host::save

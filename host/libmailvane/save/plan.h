@@ -13,22 +13,23 @@
 namespace host::save {
 
 /// What a change reaches, whether or not a step is for it.
-struct Reached {
+struct AffectedServices {
     std::set<std::string_view> services;  ///< as the table of daemons names them
     bool scannerEnds = false;
     bool firewall = false;
 };
 
 /// The two servers, whatever has changed.
-Reached BothServers();
+AffectedServices BothServers();
 
 /// What a change from the stored settings and files to these reaches.
-Reached ReachedBy(const generation::NextGeneration& next, const settings::StoredSettings& wanted);
+AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
+                                    const settings::StoredSettings& wanted);
 
 /// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
 /// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
 /// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
-std::list<Callback> WholePlan(const std::list<Callback>& steps, const Reached& reached);
+std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
 
 /// Whether a plan reloads the firewall.
 bool HasFirewallStep(const std::list<Callback>& steps);

@@ -28,7 +28,7 @@ Result<void> RestartReaders(bool scanner, bool mailServer)
     return Reason{ReasonCode::kDaemonIsDown, scannerIsUp ? "mail server" : "mail scanner", ""};
 }
 
-Result<void> PutListsInForce(const std::vector<generation::ListFile>& files)
+Result<void> ActivateLists(const std::vector<generation::ListFile>& files)
 {
     generation::NextGeneration next;
     for (const generation::ListFile& file : files) {
@@ -62,7 +62,7 @@ Result<void> PutListsInForce(const std::vector<generation::ListFile>& files)
 
 std::vector<ListFileMaker> AccountLists()
 {
-    return {render::AliasFiles, render::BlindCopyFiles, render::AccessFiles, render::QuotaFiles,
+    return {render::AliasFiles, render::BccFiles, render::AccessFiles, render::QuotaFiles,
             render::BlackWhiteFiles};
 }
 
@@ -78,7 +78,7 @@ Result<void> RebuildLists(const std::vector<ListFileMaker>& makers)
             if (!made) return Result<void>(std::move(made).reason());
             for (generation::ListFile& file : *made) files.push_back(std::move(file));
         }
-        return PutListsInForce(files);
+        return ActivateLists(files);
     });
 }
 

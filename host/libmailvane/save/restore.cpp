@@ -94,7 +94,7 @@ Result<void> CheckRules(const std::string& rules)
     return SpamFilterTakes(rules);
 }
 
-/// A state that was judged as far as it can be before it is put in place.
+/// A state that was validated as far as it can be before it is put in place.
 struct StagedState {
     settings::StoredSettings settings;
     std::string rules;
@@ -147,7 +147,7 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
     done = BeginExchange(staged, whole);
     if (done) done = SaveTransaction(state.settings, steps, files);
     // A save that came as far as its steps has done this already, or left it to the next writer.
-    if (!done && generation::CurrentGeneration() == before && Succeeded(TakeExchangeBack())) {
+    if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
         DropExchange();
         (void)Succeeded(generation::ClearPendingSave());
     }

@@ -58,12 +58,12 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
 /// Puts the generation before the save in force again, with the stored data that belongs to it, and
 /// brings the services that the save had touched back to it. What fails here is only logged: the
 /// caller gets the reason why the save failed.
-void TakeBack(const generation::PendingSave& save, const std::list<Callback>& begun)
+void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = generation::CurrentGeneration();
     // Where this fails, the mark stays for the next writer.
-    if (!Succeeded(generation::PutInForce(save.before)) || !Succeeded(TakeExchangeBack())) return;
+    if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
 
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
@@ -84,7 +84,7 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
     std::list<Callback> begun;
     Result<void> done = RunSteps(plan, begun);
     if (!done) {
-        TakeBack(save, begun);
+        RollBackSave(save, begun);
         return done;
     }
 
@@ -109,13 +109,13 @@ Result<void> LinkStoredFiles()
 }
 
 /// The first generation's files are read through the link, which must therefore be there before
-/// anything can be judged.
-Result<void> PutFirstInForce(generation::NextGeneration& next,
-                             const settings::StoredSettings& settings)
+/// anything can be validated.
+Result<void> ActivateFirst(generation::NextGeneration& next,
+                           const settings::StoredSettings& settings)
 {
     Result<void> done = next.Commit();
     if (done) done = LinkStoredFiles();
-    if (done) done = JudgeGeneration(next, settings);
+    if (done) done = ValidateGeneration(next, settings);
     return done;
 }
 
@@ -180,7 +180,7 @@ Result<void> FinishSave(const generation::PendingSave& save)
 
     const bool undone = generation::CurrentGeneration() == save.before;
     Result<void> done =
-        undone ? TakeExchangeBack() : stores::ForgetParkedAlwaysBcc(settings->Account());
+        undone ? RollBackExchange() : stores::ForgetParkedAlwaysBcc(settings->Account());
     if (done && undone) generation::RemoveGenerationsAfter(save.before);
     if (done) done = BringInLine(save, *settings);
     if (!done) return done;
@@ -206,8 +206,8 @@ Result<void> RenderFromStored()
     if (!done) return done;
 
     const std::string before = generation::CurrentGeneration();
-    if (before.empty()) return PutFirstInForce(next, *settings);
-    if (next.Changed("")) done = JudgeGeneration(next, *settings);
+    if (before.empty()) return ActivateFirst(next, *settings);
+    if (next.Changed("")) done = ValidateGeneration(next, *settings);
     if (done && next.Changed("")) done = next.Commit();
     if (!done) return done;
 
@@ -243,10 +243,10 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
     for (const generation::ListFile& file : files) next.Put(file.name, file.text, 0644);
     render::PutSettingsFiles(next, wanted);
     Result<void> done = next.Complete();
-    if (done) done = JudgeGeneration(next, wanted);
+    if (done) done = ValidateGeneration(next, wanted);
     if (!done) return done;
 
-    const Reached reached = ReachedBy(next, wanted);
+    const AffectedServices affected = ServicesAffectedBy(next, wanted);
     const generation::PendingSave save{generation::CurrentGeneration()};
     done = generation::MarkPendingSave(save);
     if (!done) return done;
@@ -257,7 +257,7 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
         return done;
     }
 
-    return Apply(save, wanted, WholePlan(steps, reached));
+    return Apply(save, wanted, WholePlan(steps, affected));
 }
 
 Result<void> FinishInterruptedSave()

@@ -27,7 +27,7 @@ private:
     Result<void> ready_;
 };
 
-/// Renders the next generation of the daemons' files from `wanted`, judges it, puts it in force and
+/// Renders the next generation of the daemons' files from `wanted`, validates it, activates it and
 /// runs the steps. Requires the request lock. Fails when the files were refused (nothing changed)
 /// or a step failed (the previous generation is in force again). `files` replace those of the same
 /// path in the generation.
@@ -44,8 +44,8 @@ Result<void> FinishInterruptedSave();
 /// databases. Restarts no service.
 Result<void> RenderAll();
 
-/// Renders all daemon files from the stored settings as a save that changes no setting: judged, in
-/// force afterwards, or taken back.
+/// Renders all daemon files from the stored settings as a save that changes no setting: validated,
+/// in force afterwards, or taken back.
 Result<void> ApplyStored();
 
 /// What a machine does before its mail services start: finishes an interrupted save, and renders

@@ -1,4 +1,4 @@
-// Judging a generation before it is put in force: Postfix's own check passes a missing map, a
+// Validates a generation before it is put in force: Postfix's own check passes a missing map, a
 // service that stands twice and a port out of range, so more is asked than that.
 #include "host/libmailvane/save/validate.h"
 
@@ -227,8 +227,8 @@ Result<void> MapsAnswer(const generation::NextGeneration& next)
     return ParametersAndTablesAreGood(next.directory() + "/postfix");
 }
 
-Result<void> JudgeGeneration(const generation::NextGeneration& next,
-                             const settings::StoredSettings& wanted)
+Result<void> ValidateGeneration(const generation::NextGeneration& next,
+                                const settings::StoredSettings& wanted)
 {
     Result<void> good = PortsAreFree(wanted);
     if (good) good = ServicesStandOnce(next);

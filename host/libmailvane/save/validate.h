@@ -1,4 +1,4 @@
-// Judging a generation before it is put in force.
+// Validates a generation before it is put in force.
 #pragma once
 
 #include "host/libhaldcore/result.h"
@@ -10,8 +10,8 @@ namespace host::save {
 /// Refuses the files of a complete generation that the daemons would not take: no port may be given
 /// twice or be in others' hands, every parameter is known, every map answers, each daemon's own
 /// check passes for what changed.
-Result<void> JudgeGeneration(const generation::NextGeneration& next,
-                             const settings::StoredSettings& wanted);
+Result<void> ValidateGeneration(const generation::NextGeneration& next,
+                                const settings::StoredSettings& wanted);
 
 /// Refuses a complete generation whose Postfix files name a map that cannot be queried.
 Result<void> MapsAnswer(const generation::NextGeneration& next);

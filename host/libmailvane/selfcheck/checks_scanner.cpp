@@ -5,11 +5,10 @@
 
 #include <algorithm>
 #include <ctime>
-#include <filesystem>
-#include <iterator>
 #include <memory>
 
 #include "host/libhaldcore/programs.h"
+#include "host/libmailvane/daemons/signatures.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
@@ -23,18 +22,9 @@ constexpr int kSecondsADay = 86400;
 constexpr int kOldDays = 2;
 constexpr int kTooOldDays = 7;
 
-/// Endings of the files that the engine finds viruses with. Others beside them hold what is known
-/// to be clean, or the state of the updater.
-constexpr const char* kSignatureFiles[] = {
-    ".cbc", ".cdb", ".cld", ".cud", ".cvd", ".db",  ".gdb", ".hdb", ".hdu", ".hsb", ".hsu", ".ldb",
-    ".ldu", ".mdb", ".mdu", ".msb", ".msu", ".ndb", ".ndu", ".pdb", ".sdb", ".yar", ".yara"};
-
 bool HoldsSignatures(const char* name, const struct stat& file)
 {
-    const std::filesystem::path ending = std::filesystem::path(name).extension();
-    return S_ISREG(file.st_mode) && file.st_size > 0 &&
-           std::find(std::begin(kSignatureFiles), std::end(kSignatureFiles), ending) !=
-               std::end(kSignatureFiles);
+    return S_ISREG(file.st_mode) && file.st_size > 0 && daemons::IsSignatureFile(name);
 }
 
 /// When the newest signatures in a directory were written; 0 when there are none.

@@ -130,7 +130,7 @@ Result<void> InsertAccess(SQLite::Database& store, const AccessInfo& entry)
     return Reason{ReasonCode::kTaken, entry.name, "there is an entry of this name"};
 }
 
-void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
+void MergeAccess(SQLite::Database& store, const std::list<AccessInfo>& entries)
 {
     SQLite::Transaction transaction(store);
     SQLite::Statement insert(store, "INSERT OR REPLACE INTO access VALUES (?, ?, ?, ?)");

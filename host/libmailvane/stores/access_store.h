@@ -38,7 +38,7 @@ std::list<AccessInfo> ReadAccess(SQLite::Database& store, Type type);
 Result<void> InsertAccess(SQLite::Database& store, const AccessInfo& entry);
 
 /// Add a stored entry or give the one of that name its permission.
-void ReplaceAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);
+void MergeAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);
 
 /// Removes entries, all in one transaction; names may be in any spelling.
 void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);

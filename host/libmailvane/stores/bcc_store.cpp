@@ -107,7 +107,7 @@ Result<void> InsertBcc(SQLite::Database& store, const BccInfo& rule)
     return Reason{ReasonCode::kTaken, rule.name, "there is a rule of this name"};
 }
 
-void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules)
+void MergeBcc(SQLite::Database& store, const std::list<BccInfo>& rules)
 {
     SQLite::Transaction transaction(store);
     SQLite::Statement insert(store, "INSERT OR REPLACE INTO bcc VALUES (?, ?, ?)");

@@ -38,7 +38,7 @@ std::string BccText(SQLite::Database& store, BccType type);
 Result<void> InsertBcc(SQLite::Database& store, const BccInfo& rule);
 
 /// Adds stored rules, or gives those of their type and name another target.
-void ReplaceBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
+void MergeBcc(SQLite::Database& store, const std::list<BccInfo>& rules);
 
 /// Removes rules by type and name; names may be in any case. Returns the rules that were removed.
 std::list<BccInfo> RemoveBcc(SQLite::Database& store, const std::list<BccInfo>& rules);

@@ -17,10 +17,10 @@ class MailStore;
 
 /// Follows every message from its first line to its last. Lines come from many processes, so only
 /// queue ids tell which belong together.
-class MailJoiner {
+class MailCorrelator {
 public:
     /// `store` (borrowed) knows the messages that are under way since earlier.
-    explicit MailJoiner(MailStore& store) : store_(store) {}
+    explicit MailCorrelator(MailStore& store) : store_(store) {}
 
     /// Takes an event in. `lineName` is the line's own name, the same whenever it is read: the key
     /// of what is refused without a queue id. Throws SQLite::Exception.

@@ -13,11 +13,11 @@ namespace collector {
 
 /// Follows one log. A log that was moved away (to a name that begins with its own, beside it) is
 /// read to its end before its successor; one that was cut off is read from its new start.
-class LogFollower {
+class LogTail {
 public:
     /// Goes on at `position` of the log at `path`. When no file has that place any more, or for a
     /// place in no file, it begins with the log of that name.
-    LogFollower(const std::string& path, const LogPosition& position);
+    LogTail(const std::string& path, const LogPosition& position);
 
     /// The next lines, each with its line feed, valid until the next call; empty when there are no
     /// more by now. Lines that are longer than any of Postfix are left out. Throws

@@ -1,5 +1,5 @@
 // Reads the mail server's log as it grows, through its rotations.
-#include "tools/maillog_collector/log_follower.h"
+#include "tools/maillog_collector/log_tail.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -78,7 +78,7 @@ std::vector<LogFile> OlderParts(const std::string& path)
 
 }  // namespace
 
-LogFollower::LogFollower(const std::string& path, const LogPosition& position) : path_(path)
+LogTail::LogTail(const std::string& path, const LogPosition& position) : path_(path)
 {
     if (position.inode == 0) {
         Open(path_, 0);
@@ -89,7 +89,7 @@ LogFollower::LogFollower(const std::string& path, const LogPosition& position) :
 }
 
 /// Without such a file there is nothing to read yet.
-void LogFollower::Open(const std::string& path, std::int64_t offset)
+void LogTail::Open(const std::string& path, std::int64_t offset)
 {
     file_ = host::Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file_ && errno != ENOENT)
@@ -106,14 +106,14 @@ void LogFollower::Open(const std::string& path, std::int64_t offset)
 }
 
 /// Whoever goes on in the middle of a line has nothing of it.
-void LogFollower::SkipTornLine()
+void LogTail::SkipTornLine()
 {
     char before = '\n';
     if (start_ > 0) (void)!::pread(file_.get(), &before, 1, start_ - 1);
     skipping_ = before != '\n';
 }
 
-bool LogFollower::Find(const LogPosition& position)
+bool LogTail::Find(const LogPosition& position)
 {
     std::vector<LogFile> parts = OlderParts(path_);
     parts.push_back({path_, position.inode, {}});
@@ -131,7 +131,7 @@ bool LogFollower::Find(const LogPosition& position)
 
 /// Goes on with the log's next part once that has something in it: until then, lines may still be
 /// added to this one. False when there is none yet.
-bool LogFollower::FindNext()
+bool LogTail::FindNext()
 {
     struct stat current {};
     const bool present = ::stat(path_.c_str(), &current) == 0;
@@ -153,14 +153,14 @@ bool LogFollower::FindNext()
 }
 
 /// Whether the log was cut off, or written anew, below what was read of it.
-bool LogFollower::HasChangedBelow() const
+bool LogTail::HasChangedBelow() const
 {
     const std::int64_t end = start_ + static_cast<std::int64_t>(buffer_.size());
     return SizeOf(file_.get()) < end || (head_ != 0 && Checksum(file_.get(), kHeadSize) != head_);
 }
 
 /// Reads on; false at the end of the file.
-bool LogFollower::Fill()
+bool LogTail::Fill()
 {
     const std::size_t had = buffer_.size();
     buffer_.resize(had + kChunk);
@@ -172,7 +172,7 @@ bool LogFollower::Fill()
 }
 
 /// What the buffer holds up to the last line feed, without the rest of a line that is too long.
-std::string_view LogFollower::WholeLines()
+std::string_view LogTail::WholeLines()
 {
     if (skipping_) {
         const std::size_t end = buffer_.find('\n');
@@ -192,7 +192,7 @@ std::string_view LogFollower::WholeLines()
     return std::string_view(buffer_).substr(0, returned_);
 }
 
-std::string_view LogFollower::Read()
+std::string_view LogTail::Read()
 {
     buffer_.erase(0, returned_);
     start_ += static_cast<std::int64_t>(returned_);
@@ -208,7 +208,7 @@ std::string_view LogFollower::Read()
     }
 }
 
-LogPosition LogFollower::PositionAt(std::size_t consumed) const
+LogPosition LogTail::PositionAt(std::size_t consumed) const
 {
     LogPosition position;
     position.inode = inode_;

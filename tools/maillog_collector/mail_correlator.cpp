@@ -1,5 +1,5 @@
 // Puts together what the lines of the log say about each message.
-#include "tools/maillog_collector/mail_joiner.h"
+#include "tools/maillog_collector/mail_correlator.h"
 
 #include <algorithm>
 #include <ctime>
@@ -50,7 +50,7 @@ void SetOutcome(Recipient& entry, int status, int countsAs)
 
 }  // namespace
 
-MailJoiner::MailPointer MailJoiner::Find(std::string_view id)
+MailCorrelator::MailPointer MailCorrelator::Find(std::string_view id)
 {
     std::string name(id);
     const auto found = mails_.find(name);
@@ -69,7 +69,7 @@ MailJoiner::MailPointer MailJoiner::Find(std::string_view id)
     return mail;
 }
 
-MailJoiner::MailPointer MailJoiner::Begin(std::string_view id, std::int64_t time)
+MailCorrelator::MailPointer MailCorrelator::Begin(std::string_view id, std::int64_t time)
 {
     auto mail = std::make_shared<Mail>();
     mail->key = KeyOf(id, time);
@@ -79,7 +79,7 @@ MailJoiner::MailPointer MailJoiner::Begin(std::string_view id, std::int64_t time
 }
 
 /// From now on the id is the message's.
-void MailJoiner::Name(const MailPointer& mail, std::string_view id)
+void MailCorrelator::Name(const MailPointer& mail, std::string_view id)
 {
     mail->ids.emplace_back(id);
     MailPointer& named = mails_[mail->ids.back()];
@@ -88,7 +88,7 @@ void MailJoiner::Name(const MailPointer& mail, std::string_view id)
 }
 
 /// The message that another continues. It may have left the queue.
-MailJoiner::MailPointer MailJoiner::FindContinued(std::string_view id, std::int64_t time)
+MailCorrelator::MailPointer MailCorrelator::FindContinued(std::string_view id, std::int64_t time)
 {
     MailPointer mail = Find(id);
     if (mail) return mail;
@@ -97,20 +97,20 @@ MailJoiner::MailPointer MailJoiner::FindContinued(std::string_view id, std::int6
     return mail ? mail : Begin(id, time);
 }
 
-MailJoiner::MailPointer MailJoiner::FindOrBegin(std::string_view id, std::int64_t time)
+MailCorrelator::MailPointer MailCorrelator::FindOrBegin(std::string_view id, std::int64_t time)
 {
     MailPointer mail = Find(id);
     return mail ? mail : Begin(id, time);
 }
 
-void MailJoiner::Touch(const MailPointer& mail)
+void MailCorrelator::Touch(const MailPointer& mail)
 {
     if (!mail->changed) changed_.push_back(mail);
     mail->changed = true;
 }
 
 /// The entry of a recipient, to be changed. What is known of it counts; a new one has no outcome.
-Recipient& MailJoiner::EntryOf(Mail& mail, std::string_view to)
+Recipient& MailCorrelator::EntryOf(Mail& mail, std::string_view to)
 {
     std::string address = CleanText(to);
     if (!address.empty()) DropUnknown(mail);
@@ -126,7 +126,8 @@ Recipient& MailJoiner::EntryOf(Mail& mail, std::string_view to)
     return mail.entries.back();
 }
 
-void MailJoiner::RefuseWithoutId(const Event& event, std::int64_t time, const std::string& lineName)
+void MailCorrelator::RefuseWithoutId(const Event& event, std::int64_t time,
+                                     const std::string& lineName)
 {
     auto mail = std::make_shared<Mail>();
     mail->key = lineName;
@@ -137,7 +138,7 @@ void MailJoiner::RefuseWithoutId(const Event& event, std::int64_t time, const st
 }
 
 /// Adds a message that turned out to be part of another.
-void MailJoiner::Absorb(const MailPointer& whole, const MailPointer& part)
+void MailCorrelator::Absorb(const MailPointer& whole, const MailPointer& part)
 {
     Mail& mail = *whole;
     for (const Recipient& entry : part->entries) {
@@ -168,7 +169,7 @@ void MailJoiner::Absorb(const MailPointer& whole, const MailPointer& part)
     part->headChanged = false;
 }
 
-void MailJoiner::Join(const Event& event, std::int64_t time)
+void MailCorrelator::Join(const Event& event, std::int64_t time)
 {
     const MailPointer mail = FindContinued(event.other, time);
     const MailPointer part = Find(event.id);
@@ -182,7 +183,7 @@ void MailJoiner::Join(const Event& event, std::int64_t time)
     Touch(mail);
 }
 
-void MailJoiner::Describe(Mail& mail, const Event& event)
+void MailCorrelator::Describe(Mail& mail, const Event& event)
 {
     if (event.kind == EventKind::kMessageId) {
         if (!mail.messageId.empty()) return;
@@ -201,7 +202,7 @@ void MailJoiner::Describe(Mail& mail, const Event& event)
     mail.headChanged = true;
 }
 
-void MailJoiner::Deliver(Mail& mail, const Event& event)
+void MailCorrelator::Deliver(Mail& mail, const Event& event)
 {
     Recipient& entry = EntryOf(mail, event.to);
     switch (event.kind) {
@@ -230,7 +231,7 @@ void MailJoiner::Deliver(Mail& mail, const Event& event)
 }
 
 /// No recipient that still waits will get the message.
-void MailJoiner::GiveUp(Mail& mail)
+void MailCorrelator::GiveUp(Mail& mail)
 {
     if (mail.hasEntries) {
         for (const Recipient& entry : store_.UndeliveredOf(mail.key)) {
@@ -242,7 +243,7 @@ void MailJoiner::GiveUp(Mail& mail)
     }
 }
 
-void MailJoiner::End(const MailPointer& mail, std::string_view id)
+void MailCorrelator::End(const MailPointer& mail, std::string_view id)
 {
     const std::string name(id);
     const auto gone = std::remove(mail->ids.begin(), mail->ids.end(), name);
@@ -250,7 +251,7 @@ void MailJoiner::End(const MailPointer& mail, std::string_view id)
     mail->ids.erase(gone, mail->ids.end());
 }
 
-void MailJoiner::Apply(const Event& event, std::int64_t time, const std::string& lineName)
+void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::string& lineName)
 {
     if (event.id.empty()) {
         RefuseWithoutId(event, time, lineName);
@@ -299,7 +300,7 @@ void MailJoiner::Apply(const Event& event, std::int64_t time, const std::string&
     Join(join, time);
 }
 
-void MailJoiner::Stored()
+void MailCorrelator::Stored()
 {
     for (const MailPointer& mail : changed_) {
         mail->hasEntries = mail->hasEntries || !mail->entries.empty();
