@@ -98,7 +98,7 @@ TEST_F(Supervision, BringsUpAndEndsDaemonsOfManyManners)
         EXPECT_EQ(fake->Master(), master) << ways << ": was started again";
         const auto processes = service::ProcessSet::Of(master);
         EXPECT_TRUE(fake->TakeDown()) << ways;
-        EXPECT_TRUE(processes.gone()) << ways << ": something is left";
+        EXPECT_TRUE(processes.AreGone()) << ways << ": something is left";
         EXPECT_TRUE(fake->TakeDown()) << ways << ": the second time";
     }
 }
@@ -111,7 +111,7 @@ TEST_F(Supervision, KillsWhatDoesNotEnd)
         ASSERT_TRUE(BringUp()) << ways;
         const auto processes = service::ProcessSet::Of(fake->Master());
         EXPECT_TRUE(fake->TakeDown()) << ways;
-        EXPECT_TRUE(processes.gone()) << ways;
+        EXPECT_TRUE(processes.AreGone()) << ways;
     }
 }
 
@@ -121,11 +121,11 @@ TEST_F(Supervision, EndsWhatOutlivedItsDaemonBeforeANewOneStarts)
     ASSERT_TRUE(BringUp());
     const pid_t master = fake->Master();
     const auto processes = service::ProcessSet::Of(master);
-    ASSERT_EQ(processes.running().size(), 2U);
+    ASSERT_EQ(processes.Running().size(), 2U);
     (void)kill(master, SIGKILL);
     ASSERT_EQ(waitpid(master, nullptr, 0), master);
     ASSERT_TRUE(BringUp());
-    EXPECT_TRUE(processes.gone());
+    EXPECT_TRUE(processes.AreGone());
     fake->limits.stop = kShort;
     EXPECT_TRUE(fake->TakeDown());
 }

@@ -93,18 +93,18 @@ bool Lead(const std::string& name, const std::string& file)
 
 std::string InnerDaemon::StartedFile() const
 {
-    return host::Path("/run/mailvane/" + std::string(daemon().name) + ".started");
+    return host::Path("/run/mailvane/" + std::string(Row().name) + ".started");
 }
 
 /// What it is started with: command, settings, and the digests of its files.
 std::string InnerDaemon::Fingerprint() const
 {
-    std::string text(daemon().command);
-    std::string_view names = daemon().settings;
-    while (!names.empty()) text += "\n" + stored().Text(host::daemons::NextWord(names));
+    std::string text(Row().command);
+    std::string_view names = Row().settings;
+    while (!names.empty()) text += "\n" + Settings().Text(host::daemons::NextWord(names));
 
     std::vector<std::string> files = MoreFiles();
-    std::string_view parts = daemon().files;
+    std::string_view parts = Row().files;
     while (!parts.empty()) {
         const std::string part(host::daemons::NextWord(parts));
         AddFiles(host::PackagePath("etc/generated/current/" + part), files);
@@ -119,7 +119,7 @@ std::string InnerDaemon::Fingerprint() const
 
 bool InnerDaemon::IsUp()
 {
-    return Master() != 0 && host::daemons::ListensAt(std::string(daemon().socket)) && Answers();
+    return Master() != 0 && host::daemons::ListensAt(std::string(Row().socket)) && Answers();
 }
 
 bool InnerDaemon::IsUpToDate()
@@ -137,16 +137,15 @@ bool InnerDaemon::BringUp()
 /// user, so that nothing leads what root writes elsewhere.
 bool InnerDaemon::Prepare()
 {
-    const std::string socket(daemon().socket);
+    const std::string socket(Row().socket);
     const std::string folder = socket.substr(0, socket.rfind('/'));
     if (!MakeFolder("/run/mailvane", 0755) ||
-        !MakeFolder(folder, 02750, std::string(daemon().user), std::string(daemon().group))) {
+        !MakeFolder(folder, 02750, std::string(Row().user), std::string(Row().group))) {
         return false;
     }
-    if (!MakePidFile(daemon()))
+    if (!MakePidFile(Row()))
         return Fail("cannot have its pid file: " + std::string(host::ErrnoText()));
-    if (!daemon().pidLink.empty() &&
-        !Lead(std::string(daemon().pidLink), std::string(daemon().pidFile))) {
+    if (!Row().pidLink.empty() && !Lead(std::string(Row().pidLink), std::string(Row().pidFile))) {
         return Fail("cannot have its second pid file");
     }
     if (!PrepareMore()) return Fail("cannot have what it needs");
@@ -163,16 +162,16 @@ bool InnerDaemon::Finish()
 /// A filter that was told to end looks at that when it is called, else every five seconds.
 void InnerDaemon::Knock()
 {
-    (void)Call(std::string(daemon().socket), SOCK_NONBLOCK);
+    (void)Call(std::string(Row().socket), SOCK_NONBLOCK);
 }
 
 /// The daemon's user may write the pid file, so what it names must be the daemon's.
 bool InnerDaemon::AreOurs(const ProcessSet& orphans) const
 {
-    const std::vector<pid_t> running = orphans.running();
+    const std::vector<pid_t> running = orphans.Running();
     return std::any_of(running.begin(), running.end(), [this](pid_t process) {
         const std::string path = host::Path("/proc/" + std::to_string(process) + "/exe");
-        return host::daemons::LinkTarget(path).rfind(daemon().program, 0) == 0;
+        return host::daemons::LinkTarget(path).rfind(Row().program, 0) == 0;
     });
 }
 

@@ -78,7 +78,7 @@ protected:
     {
         Command command = StartCommand();
         command.words.back() = "reload";
-        return RunQuietly(daemon().service, command);
+        return RunQuietly(Row().service, command);
     }
 
     /// No port is open that master.cf does not ask for: what was closed is closed last.
@@ -92,7 +92,7 @@ protected:
     /// own.
     bool HasOurConfiguration(pid_t master) const override
     {
-        return HasText(master, "environ", "MAIL_CONFIG=" + ConfigurationOf(daemon()));
+        return HasText(master, "environ", "MAIL_CONFIG=" + ConfigurationOf(Row()));
     }
 
 private:
@@ -101,7 +101,7 @@ private:
     {
         std::set<int> ports;
         std::string text;
-        (void)host::ReadFile(host::Path(ConfigurationOf(daemon()) + "/master.cf"), text);
+        (void)host::ReadFile(host::Path(ConfigurationOf(Row()) + "/master.cf"), text);
         std::istringstream lines(text);
         for (std::string line; std::getline(lines, line);) {
             std::string name;
@@ -143,8 +143,8 @@ protected:
     bool Reload(pid_t master) override
     {
         Command check;
-        check.words = {"/usr/bin/doveconf", "-n", "-c", ConfigurationOf(daemon())};
-        return RunQuietly(daemon().service, check) && kill(master, SIGHUP) == 0;
+        check.words = {"/usr/bin/doveconf", "-n", "-c", ConfigurationOf(Row())};
+        return RunQuietly(Row().service, check) && kill(master, SIGHUP) == 0;
     }
 
     bool IsSettled(const std::set<int>& /*listening*/) override
@@ -159,7 +159,7 @@ protected:
 
     bool HasOurConfiguration(pid_t master) const override
     {
-        return HasText(master, "cmdline", ConfigurationOf(daemon()));
+        return HasText(master, "cmdline", ConfigurationOf(Row()));
     }
 };
 
@@ -171,7 +171,7 @@ bool MailServer::IsUpAt(pid_t master)
     std::set<int> listening;
     for (const Listener& listener : listeners) listening.insert(listener.port);
 
-    const Ports ports = PortsOf(daemon(), stored());
+    const Ports ports = PortsOf(Row(), Settings());
     std::vector<Listener> called;
     for (const int port : ports.plain) {
         // IPv4 comes first, and can be called even while no interface has an IPv6 address.
@@ -229,7 +229,7 @@ bool MailServer::BringUp()
         if (stay.count(one.port) == 0) closed.insert(one.inode);
     }
     if (!WaitFor(std::chrono::seconds(2), [&closed] { return AreClosed(closed); })) {
-        Tell(daemon().service, "a client still holds a closed port");
+        Tell(Row().service, "a client still holds a closed port");
     }
     return true;
 }

@@ -59,8 +59,8 @@ host::Descriptor TakeTurn(const std::string& service)
 
 bool FollowsAtBoot(const Supervisor& daemon)
 {
-    return !UnderSystemd() || !IsMail(daemon.daemon()) ||
-           (daemon.IsDecided() && FollowAtBoot(daemon.daemon(), daemon.IsWanted()));
+    return !UnderSystemd() || !IsMail(daemon.Row()) ||
+           (daemon.IsDecided() && FollowAtBoot(daemon.Row(), daemon.IsWanted()));
 }
 
 bool StopAll(const Service& service)
@@ -85,7 +85,7 @@ int ShowStatus(const Service& service)
     for (const auto& daemon : service) {
         const pid_t master = daemon->Master();
         const bool isUp = master != 0 && daemon->IsUp();
-        const std::string name(daemon->daemon().name);
+        const std::string name(daemon->Row().name);
         const char* const wanted = daemon->IsWanted() ? "switched on" : "switched off";
         if (master == 0) {
             (void)std::printf("%s does not run, %s\n", name.c_str(), wanted);
@@ -102,9 +102,9 @@ int ShowStatus(const Service& service)
 int Control(const Service& service, const std::string& verb)
 {
     const Supervisor& first = *service.front();
-    const std::string name(first.daemon().service);
+    const std::string name(first.Row().service);
     const bool isOff = verb == "stop" || !first.IsWanted();
-    if (IsMail(first.daemon()) && !HandedOver()) {
+    if (IsMail(first.Row()) && !HandedOver()) {
         if (isOff) return EXIT_SUCCESS;
         Tell(name,
              "this machine's mail services are not handed over yet: run mailvane-setup adopt");

@@ -96,7 +96,7 @@ ProcessSet ProcessSet::Orphans(pid_t group)
     return set;
 }
 
-std::vector<pid_t> ProcessSet::running() const
+std::vector<pid_t> ProcessSet::Running() const
 {
     std::vector<pid_t> numbers;
     if (groups_.empty()) {
@@ -114,9 +114,9 @@ std::vector<pid_t> ProcessSet::running() const
     return numbers;
 }
 
-bool ProcessSet::gone() const
+bool ProcessSet::AreGone() const
 {
-    return running().empty();
+    return Running().empty();
 }
 
 void ProcessSet::SignalGroups(int number) const
@@ -126,7 +126,7 @@ void ProcessSet::SignalGroups(int number) const
 
 void ProcessSet::Signal(int number) const
 {
-    for (const pid_t process : running()) (void)kill(process, number);
+    for (const pid_t process : Running()) (void)kill(process, number);
 }
 
 }  // namespace service

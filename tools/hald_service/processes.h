@@ -22,7 +22,7 @@ public:
 
     /// Whether none of them runs, nor any that has joined their groups since. One that has ended
     /// and only waits to be looked after does not run.
-    bool gone() const;
+    bool AreGone() const;
 
     /// Sends a signal to all of them.
     void Signal(int number) const;
@@ -31,7 +31,7 @@ public:
     void SignalGroups(int number) const;
 
     /// The processes that run.
-    std::vector<pid_t> running() const;
+    std::vector<pid_t> Running() const;
 
 private:
     std::map<pid_t, unsigned long long> members_;  ///< and when each was started

@@ -31,21 +31,21 @@ protected:
     bool IsOurs(pid_t process) const override
     {
         const std::string folder = host::Path("/proc/" + std::to_string(process));
-        const passwd* const user = getpwnam(std::string(daemon().user).c_str());
+        const passwd* const user = getpwnam(std::string(Row().user).c_str());
         struct stat info {};
         std::string command;
         return user != nullptr && stat(folder.c_str(), &info) == 0 && info.st_uid == user->pw_uid &&
                host::ReadFile(folder + "/cmdline", command) &&
-               command.rfind(Words(daemon().command).front(), 0) == 0;
+               command.rfind(Words(Row().command).front(), 0) == 0;
     }
 
     bool PrepareMore() override
     {
-        const std::string user(daemon().user);
+        const std::string user(Row().user);
         return MakeFolder("/var/lib/mailvane", 0755) &&
                MakeFolder("/var/lib/mailvane/quarantine", 0750, user, user) && MakeLog() &&
                // Where the tool looks that releases mail from the quarantine.
-               RunAs(user, {"/usr/bin/ln", "-sfn", std::string(daemon().socket),
+               RunAs(user, {"/usr/bin/ln", "-sfn", std::string(Row().socket),
                             "/var/lib/amavis/amavisd.sock"}) &&
                // What a scanner that was killed had unpacked; a milter may be at work in a newer
                // folder.
@@ -58,8 +58,8 @@ protected:
     bool Answers() override
     {
         const std::string wanted = "action=";
-        return Ask(std::string(daemon().socket), "request=smtpd_access_policy\n\n",
-                   wanted.size()) == wanted;
+        return Ask(std::string(Row().socket), "request=smtpd_access_policy\n\n", wanted.size()) ==
+               wanted;
     }
 
 private:
@@ -68,14 +68,14 @@ private:
         Command command;
         command.words = std::move(words);
         command.user = user;
-        return RunQuietly(daemon().service, command);
+        return RunQuietly(Row().service, command);
     }
 
     bool MakeLog() const
     {
         const std::string path = host::Path("/var/log/mailvane/amavis.log");
         if (access(path.c_str(), F_OK) == 0) return true;
-        return RunAs("", {"/usr/bin/install", "-m", "640", "-o", std::string(daemon().user), "-g",
+        return RunAs("", {"/usr/bin/install", "-m", "640", "-o", std::string(Row().user), "-g",
                           "adm", "/dev/null", path});
     }
 };
@@ -103,7 +103,7 @@ protected:
     bool PrepareMore() override
     {
         const std::string own = "/var/packages/Mailvane/etc/dkim.signer";
-        if (!MakeFolder(own, 0750, "root", std::string(daemon().user))) return false;
+        if (!MakeFolder(own, 0750, "root", std::string(Row().user))) return false;
 
         std::string key;
         std::string copy;
@@ -124,7 +124,7 @@ private:
 
     bool Give(const std::string& path) const
     {
-        const passwd* const user = getpwnam(std::string(daemon().user).c_str());
+        const passwd* const user = getpwnam(std::string(Row().user).c_str());
         return user != nullptr && lchown(path.c_str(), user->pw_uid, user->pw_gid) == 0;
     }
 };

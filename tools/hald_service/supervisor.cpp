@@ -139,7 +139,7 @@ void Supervisor::StopUnit()
         const ProcessSet processes = ProcessSet::Of(master);
         (void)WaitFor(limits.stop, [this, &processes] {
             Knock();
-            return processes.gone() ? Progress::kDone : Progress::kNotYet;
+            return processes.AreGone() ? Progress::kDone : Progress::kNotYet;
         });
     }
     (void)Systemctl({"stop", unit});
@@ -148,7 +148,7 @@ void Supervisor::StopUnit()
 ProcessSet Supervisor::WhatIsLeft() const
 {
     const ProcessSet orphans = ProcessSet::Orphans(NumberInFile());
-    return !orphans.gone() && AreOurs(orphans) ? orphans : ProcessSet();
+    return !orphans.AreGone() && AreOurs(orphans) ? orphans : ProcessSet();
 }
 
 bool Supervisor::TakeDown()
@@ -158,7 +158,7 @@ bool Supervisor::TakeDown()
     const ProcessSet processes = master != 0 ? ProcessSet::Of(master) : WhatIsLeft();
     const auto gone = [this, &processes] {
         Knock();
-        return processes.gone() ? Progress::kDone : Progress::kNotYet;
+        return processes.AreGone() ? Progress::kDone : Progress::kNotYet;
     };
     if (master != 0) {
         (void)kill(master, SIGTERM);

@@ -47,7 +47,7 @@ public:
     Supervisor& operator=(const Supervisor&) = delete;
     virtual ~Supervisor();
 
-    const host::daemons::Daemon& daemon() const { return daemon_; }
+    const host::daemons::Daemon& Row() const { return daemon_; }
     bool IsWanted() const { return Runs(daemon_, stored_); }
 
     /// Whether the settings say that at all; told when not.
@@ -72,7 +72,7 @@ public:
     Limits limits;
 
 protected:
-    const Stored& stored() const { return stored_; }
+    const Stored& Settings() const { return stored_; }
 
     /// Makes what it needs before it starts.
     virtual bool Prepare() { return true; }

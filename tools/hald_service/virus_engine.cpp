@@ -103,7 +103,7 @@ public:
 protected:
     bool Answers() override
     {
-        return Ask(std::string(daemon().socket), std::string("zPING", sizeof "zPING"), 4) == "PONG";
+        return Ask(std::string(Row().socket), std::string("zPING", sizeof "zPING"), 4) == "PONG";
     }
 
 private:
@@ -119,7 +119,7 @@ private:
     bool BeginInUnit()
     {
         if (!InnerDaemon::TakeDown()) return false;
-        const std::string unit(daemon().unit);
+        const std::string unit(Row().unit);
         (void)Systemctl({"--no-block", "start", unit});
         if (BootRecovers()) return true;
         return WaitFor(kToBegin, [&unit] {
@@ -132,12 +132,12 @@ private:
     bool BeginAside()
     {
         Command command;
-        command.words = {OwnProgram(), std::string(daemon().service), "begin"};
+        command.words = {OwnProgram(), std::string(Row().service), "begin"};
         const pid_t child = Start(command);
         if (child < 0) return false;
         const ProcessSet starter = ProcessSet::Of(child);
         return WaitFor(kToBegin, [&starter] {
-            return Starter() != 0 || starter.gone() ? Progress::kDone : Progress::kNotYet;
+            return Starter() != 0 || starter.AreGone() ? Progress::kDone : Progress::kNotYet;
         });
     }
 
@@ -146,7 +146,7 @@ private:
         const ProcessSet processes = ProcessSet::Of(starter, true);
         processes.Signal(SIGTERM);
         return WaitFor(kToBegin, [&processes] {
-            return processes.gone() ? Progress::kDone : Progress::kNotYet;
+            return processes.AreGone() ? Progress::kDone : Progress::kNotYet;
         });
     }
 };

@@ -77,14 +77,14 @@ public:
             return Systemctl({"start", kGateSocket}) || Fail("cannot have its socket");
         }
         // Nobody calls it meanwhile.
-        return MakeWebServer(host::daemons::kWebServer, stored())->TakeDown() && TakeDown() &&
+        return MakeWebServer(host::daemons::kWebServer, Settings())->TakeDown() && TakeDown() &&
                StartDaemon();
     }
 
     bool TakeDown() override
     {
         if (UnderSystemd()) {
-            return Systemctl({"stop", kGateSocket, std::string(daemon().unit)});
+            return Systemctl({"stop", kGateSocket, std::string(Row().unit)});
         }
         // Its workers do not end with it: each takes the signal when its request is answered.
         if (const pid_t master = Master(); master != 0) {
@@ -160,7 +160,7 @@ int DrainGate(pid_t leader)
     const ProcessSet processes = ProcessSet::Of(leader);
     processes.SignalGroups(SIGTERM);
     const bool isGone = WaitFor(std::chrono::seconds(140), [&processes] {
-        return processes.gone() ? Progress::kDone : Progress::kNotYet;
+        return processes.AreGone() ? Progress::kDone : Progress::kNotYet;
     });
     return isGone ? EXIT_SUCCESS : EXIT_FAILURE;
 }

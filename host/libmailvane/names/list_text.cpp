@@ -43,8 +43,9 @@ public:
     {
         if (++count_ > kMostToldLines) return;
 
-        reason.about = "line " + std::to_string(number);
-        lines_.push_back(std::move(reason).Prefixed("list to import, " + reason.about + ": "));
+        const std::string line = "line " + std::to_string(number);
+        reason.about = line;
+        lines_.push_back(std::move(reason).Prefixed("list to import, " + line + ": "));
     }
 
     Result<void> All() &&

@@ -32,7 +32,11 @@ public:
             if (start == std::string::npos || line[start] == '#') continue;
             if (start == 0) name = line.substr(0, line.find_first_of(" \t="));
             std::string& value = own_[name];
-            value = start == 0 ? line.substr(line.find('=') + 1) : value + line;
+            if (start == 0) {
+                value = line.substr(line.find('=') + 1);
+            } else {
+                value += line;
+            }
         }
     }
 

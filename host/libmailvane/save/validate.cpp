@@ -61,7 +61,7 @@ Result<void> ServicesStandOnce(const generation::NextGeneration& next)
         if (!isEntry || !(words >> name >> type)) continue;
         if (services.emplace(name, type).second) continue;
 
-        const std::string service = name + "/" + type;
+        const std::string service = name.append("/").append(type);
         return Reason{ReasonCode::kTaken, service,
                       "refused: the service " + service + " stands twice"};
     }

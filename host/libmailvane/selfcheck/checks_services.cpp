@@ -79,7 +79,7 @@ Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* su
 Finding CheckFilter(const settings::StoredSettings& settings, const char* subject)
 {
     const daemons::Daemon& daemon = daemons::DaemonOf(subject);
-    const Finding finding = CheckMilter(settings, daemon.socket.data());
+    Finding finding = CheckMilter(settings, daemon.socket.data());
     if (finding.word != CheckWord::kOk) return finding;
 
     const std::string program(daemon.program);
