@@ -91,4 +91,17 @@ TEST(DaemonTable, EachDaemonThatServesMailIsChecked)
     }
 }
 
+TEST(DaemonTable, StepsOfPlansHaveItsLabels)
+{
+    const std::string text = Text("frame/save_steps.cpp");
+    const std::regex label("\"([^\"]+ service)\"");
+    std::set<std::string_view> known;
+    for (const Daemon& daemon : kDaemons) known.insert(daemon.label);
+    const auto begin = std::sregex_iterator(text.begin(), text.end(), label);
+    EXPECT_GE(std::distance(begin, std::sregex_iterator()), 7);
+    for (auto found = begin; found != std::sregex_iterator(); ++found) {
+        EXPECT_EQ(known.count((*found)[1].str()), 1U) << (*found)[1];
+    }
+}
+
 }  // namespace
