@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "tools/hald_service/greeting.h"
 
 namespace service {
@@ -132,7 +133,8 @@ public:
         if (!MailServer::BringUp()) return false;
         // A delivery that was cut short would wait for the queue's next run.
         Command flush;
-        flush.words = {"/usr/sbin/postqueue", "-c", ConfigurationOf(host::daemons::kPostfix), "-f"};
+        flush.words = {host::programs::kPostqueue, "-c", ConfigurationOf(host::daemons::kPostfix),
+                       "-f"};
         (void)Run(flush);
         return true;
     }
@@ -143,7 +145,7 @@ protected:
     bool Reload(pid_t master) override
     {
         Command check;
-        check.words = {"/usr/bin/doveconf", "-n", "-c", ConfigurationOf(Row())};
+        check.words = {host::programs::kDoveconf, "-n", "-c", ConfigurationOf(Row())};
         return RunQuietly(Row().service, check) && kill(master, SIGHUP) == 0;
     }
 

@@ -13,6 +13,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libmailvane/daemons/daemon_process.h"
 #include "host/libmailvane/daemons/signatures.h"
 #include "tools/hald_service/own_daemons.h"
@@ -70,7 +71,7 @@ public:
 
     bool BringUp() override
     {
-        for (const char* program : {"/usr/sbin/clamd", "/usr/bin/freshclam"}) {
+        for (const char* program : {host::programs::kClamd, host::programs::kFreshclam}) {
             if (access(host::Path(program).c_str(), X_OK) < 0)
                 return Fail("is not on this machine");
         }
