@@ -147,6 +147,11 @@ TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
             const std::string line = name + (value.empty() ? "" : " " + value) + "\n";
             EXPECT_NE(main.find(line), std::string::npos) << row.on << line;
         }
+        // An SMTP server that started before the save asks for as long as it runs.
+        const std::string master = host::render::RenderPostfixMaster(settings, {});
+        for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
+            EXPECT_NE(master.find("\n" + std::string(service) + " unix "), std::string::npos);
+        }
     }
 }
 

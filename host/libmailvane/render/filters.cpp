@@ -198,32 +198,15 @@ std::string LocalMailFilters(const settings::StoredSettings& settings)
     return settings.Bool("enable_dkim") ? FilterAt(daemons::kDkimFilter.socket) : "";
 }
 
-std::string SpfService(const settings::StoredSettings& settings)
+std::string FilterServices(const settings::StoredSettings& settings)
 {
-    if (!settings.Bool("enable_spf_check")) return "";
-
-    return "policyd-spf unix - n n - 0 spawn\n"
-           "  user=policyd-spf argv=/usr/bin/policyd-spf " +
-           InForce("spf/policyd-spf.conf") + "\n";
-}
-
-std::string FromCheckService(const settings::StoredSettings& settings)
-{
-    if (!daemons::Runs(daemons::kDmarcFilter, settings)) return "";
-
-    return "from-check unix - n n - 0 spawn\n"
-           "  user=mailvane-policy argv=" +
-           PackagePath("target/bin/hald_from_check") + " " + OwnAddresses(' ') + "\n";
-}
-
-std::string RatePolicyService(const settings::StoredSettings& settings)
-{
-    if (!daemons::Runs(daemons::kMemcached, settings)) return "";
-
-    return "rate-policy unix - n n - 0 spawn\n"
-           "  user=mailvane-policy argv=" +
-           PackagePath("target/bin/hald_rate_policy") + " " + InForce(generation::kQuotaFile) +
-           " " + std::string(daemons::kMemcached.socket) + " " +
+    const char kService[] = " unix - n n - 0 spawn\n";
+    return std::string("policyd-spf") + kService + "  user=policyd-spf argv=/usr/bin/policyd-spf " +
+           InForce("spf/policyd-spf.conf") + "\nfrom-check" + kService +
+           "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_from_check") + " " +
+           OwnAddresses(' ') + "\nrate-policy" + kService +
+           "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_rate_policy") + " " +
+           InForce(generation::kQuotaFile) + " " + std::string(daemons::kMemcached.socket) + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
 }
 

@@ -23,17 +23,14 @@ std::string LocalMailFilters(const settings::StoredSettings& settings);
 /// The item of a restriction list that asks the SPF checker.
 extern const char kAskSpf[];
 
-/// The service of master.cf that runs the SPF checker; empty while that is off.
-std::string SpfService(const settings::StoredSettings& settings);
-
-/// The service of master.cf that runs the check of From fields; empty while DMARC is off.
-std::string FromCheckService(const settings::StoredSettings& settings);
-
 /// The item of a restriction list that asks the rate policy, which runs while its counters do.
 extern const char kAskRatePolicy[];
 
-/// The service of master.cf that runs the rate policy; empty while that is off.
-std::string RatePolicyService(const settings::StoredSettings& settings);
+/// The services of master.cf that run the SPF checker, the check of From fields and the rate policy
+/// when they are asked. They are there while nothing asks them too: an SMTP server goes on with the
+/// parameters that it started with until it ends, and one that starts during a save has the next
+/// ones already. What either asks must answer.
+std::string FilterServices(const settings::StoredSettings& settings);
 
 /// Puts the filters' own files into the next generation, whether they run or not.
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,

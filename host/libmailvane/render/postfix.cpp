@@ -298,9 +298,9 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    if (settings.Bool("enable_spf_check")) main.Add("policyd-spf_time_limit", "3600");
-    if (daemons::Runs(daemons::kDmarcFilter, settings)) main.Add("from-check_time_limit", "3600");
-    if (daemons::Runs(daemons::kMemcached, settings)) main.Add("rate-policy_time_limit", "3600");
+    for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
+        main.Add(std::string(service) + "_time_limit", "3600");
+    }
 }
 
 void AddLimits(Parameters& main, const settings::StoredSettings& settings)
@@ -405,8 +405,7 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
-    return text + kInnerServices + SpfService(settings) + FromCheckService(settings) +
-           RatePolicyService(settings) + context.masterFragment;
+    return text + kInnerServices + FilterServices(settings) + context.masterFragment;
 }
 
 std::string RenderRelayPassword(const settings::StoredSettings& settings)
