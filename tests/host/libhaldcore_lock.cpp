@@ -74,7 +74,7 @@ TEST_F(Lock, LetsFourWaitAndTurnsTheRestAway)
 {
     const std::string log = root + "/log";
     // The holder has waited itself, and has given its place back.
-    const pid_t before = Taker(kAtOnce, [] { pause(); });
+    const pid_t before = Taker(seconds(20), [] { pause(); });
     while (TryInAnotherProcess() == kHeld) std::this_thread::sleep_for(milliseconds(5));
     std::thread end([before] {
         std::this_thread::sleep_for(milliseconds(50));
