@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/result.h"
 
 namespace host::system {
@@ -75,19 +74,6 @@ auto Attempt(const std::string& what, Operation operation) ->
         }
     } catch (const std::exception& failure) {
         return ReasonOf(failure, what);
-    }
-}
-
-/// Runs `operation`, which returns an int, and turns an exception into a log line and -1: none
-/// leaves the library.
-template <typename Operation>
-int WithoutExceptions(const char* what, Operation operation)
-{
-    try {
-        return operation();
-    } catch (const std::exception& failure) {
-        Log(LOG_ERR, "%s: %s", what, failure.what());
-        return -1;
     }
 }
 
