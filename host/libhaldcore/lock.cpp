@@ -146,7 +146,7 @@ void ReleaseLock()
 
 Result<void> ScopedLock::ready() const
 {
-    const char kAbout[] = "request lock";
+    constexpr char kAbout[] = "request lock";
     switch (result_) {
         case LockResult::kHeld:
             return {};

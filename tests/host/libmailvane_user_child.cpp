@@ -71,7 +71,7 @@ private:
 Result<void> Stop(int /*home*/)
 {
     (void)raise(SIGSTOP);
-    WaitForEver();
+    return WaitForEver();
 }
 
 Result<void> HearNothing(int /*home*/)
@@ -79,7 +79,7 @@ Result<void> HearNothing(int /*home*/)
     sigset_t all;
     sigfillset(&all);
     (void)sigprocmask(SIG_SETMASK, &all, nullptr);
-    WaitForEver();
+    return WaitForEver();
 }
 
 Result<void> WriteForEver(int /*home*/)
@@ -97,7 +97,7 @@ pid_t StartTracer()
         (void)alarm(300);
         if (ptrace(PTRACE_SEIZE, traced, nullptr, nullptr) < 0) return 1;
         (void)!write(ready[1], "x", 1);
-        WaitForEver();
+        (void)WaitForEver();
     });
     (void)close(ready[1]);
     char byte = 0;
