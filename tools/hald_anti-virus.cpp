@@ -26,6 +26,7 @@
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/system/user_command.h"
 
@@ -80,8 +81,9 @@ void Break(const host::StartedProgram& program)
     (void)kill(-program.pid, SIGTERM);
     if (!WaitForEnd(program, -1, kGrace)) (void)kill(-program.pid, SIGKILL);
     const std::string folder = kSignatures;
-    (void)host::RunProgram(host::system::AsUser("clamav", {host::programs::kFind, folder, "-depth",
-                                                           "-path", folder + "/tmp.*", "-delete"}));
+    (void)host::RunProgram(host::system::AsUser(
+        host::daemons::kAntiVirus.user,
+        {host::programs::kFind, folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
 }
 
 /// Runs the updater; whether the signatures are up to date. It logs by itself what goes wrong.
@@ -91,8 +93,9 @@ bool Update()
     const host::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
     const std::string configuration =
         host::PackagePath("etc/generated/current/clamav/freshclam.conf");
-    const auto command = host::system::AsUser(
-        "clamav", {host::programs::kFreshclam, "--config-file=" + configuration});
+    const auto command =
+        host::system::AsUser(host::daemons::kAntiVirus.user,
+                             {host::programs::kFreshclam, "--config-file=" + configuration});
     host::StartedProgram program;
     if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
         host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());

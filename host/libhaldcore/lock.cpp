@@ -144,6 +144,19 @@ void ReleaseLock()
     ForgetLock();
 }
 
+Result<void> ScopedLock::ready() const
+{
+    constexpr char kAbout[] = "request lock";
+    switch (result_) {
+        case LockResult::kHeld:
+            return {};
+        case LockResult::kBusy:
+            return Reason{ReasonCode::kBusy, kAbout, "the request lock was not had in time"};
+        default:
+            return Reason{ReasonCode::kSystem, kAbout, "the request lock cannot be used"};
+    }
+}
+
 bool LockIsHeld()
 {
     AdoptCallersLock();

@@ -3,6 +3,8 @@
 
 #include <chrono>
 
+#include "host/libhaldcore/result.h"
+
 namespace host {
 
 enum class LockResult {
@@ -38,20 +40,23 @@ constexpr char kLockVariable[] = "MAILVANE_LOCK_FD";
 class ScopedLock {
 public:
     explicit ScopedLock(std::chrono::milliseconds patience = kLockPatience)
-        : held_(TakeLock(patience) == LockResult::kHeld)
+        : result_(TakeLock(patience))
     {
     }
     ~ScopedLock()
     {
-        if (held_) ReleaseLock();
+        if (held()) ReleaseLock();
     }
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
-    bool held() const { return held_; }
+    bool held() const { return result_ == LockResult::kHeld; }
+
+    /// The same, with the reason when it is not held.
+    Result<void> ready() const;
 
 private:
-    bool held_;
+    LockResult result_;
 };
 
 }  // namespace host

@@ -51,6 +51,25 @@ TEST(DaemonTable, UnitsStartWhatItSays)
     }
 }
 
+// Units of the machine's own packages are handed over; they get their drop-ins in this order.
+TEST(DaemonTable, SetupHandsItsUnitsOver)
+{
+    std::string dropIns;
+    const std::string text = Text("tools/mailvane/setup/units.py");
+    const std::string mail = text.substr(std::min(text.find("\nMAIL = ("), text.size()));
+    const std::string units = mail.substr(0, mail.find(')'));
+    for (const Daemon& daemon : kDaemons) {
+        const std::string unit(daemon.unit);
+        if (unit.rfind("mailvane-", 0) == 0) continue;
+        dropIns += (dropIns.empty() ? "\"" : ", \"") + unit + "\"";
+        for (const std::string& name : {unit, std::string(daemon.bootUnit)}) {
+            EXPECT_NE(units.find(name.empty() ? "" : "\"" + name + "\""), std::string::npos)
+                << name;
+        }
+    }
+    EXPECT_NE(text.find("\nDROP_INS = (" + dropIns + ")"), std::string::npos) << dropIns;
+}
+
 TEST(DaemonTable, ControlScriptsAreFronts)
 {
     for (const Daemon& daemon : kDaemons) {

@@ -18,7 +18,7 @@ protected:
             const host::stores::AccountStore& store = host::stores::StoreOf(which);
             const std::string path = host::PackagePath(store.live);
             ASSERT_TRUE(host::stores::CreateAccountDatabase(path, store.schema, {"local", ""}));
-            host::stores::Stamp(path, store.schema, {"local", ""});
+            ASSERT_TRUE(host::stores::Stamp(path, store.schema, {"local", ""}));
         }
     }
 

@@ -22,7 +22,7 @@ protected:
     /// The current database as the collector opens it.
     static SQLite::Database Open()
     {
-        return host::maillog::OpenMailLogForChange(host::maillog::MailLogLivePath());
+        return *host::maillog::OpenMailLogForChange(host::maillog::MailLogLivePath());
     }
 
     /// Stores entries: `values` is "(queue_id, message_id, subject, date, size, status, mail_to,

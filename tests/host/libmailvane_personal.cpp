@@ -74,7 +74,9 @@ TEST_F(PersonalSettingsTest, ComeBackAsTheyWereStored)
     EXPECT_TRUE(host::stores::ReadPersonalSettings(alice)->forwardAddress.empty());
     for (const char* damage : {"", "[]", R"({"uid": {}})"}) {
         Write(StorePath(), damage);
-        EXPECT_FALSE(host::stores::ReadPersonalSettings(alice)) << damage;
+        const auto read = host::stores::ReadPersonalSettings(alice);
+        ASSERT_FALSE(read) << damage;
+        EXPECT_EQ(read.reason().code, host::ReasonCode::kDamaged) << damage;
     }
 }
 

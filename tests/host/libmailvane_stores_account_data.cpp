@@ -75,7 +75,7 @@ void MakeDatabase(const std::string& path, const AccountCombination& owner, cons
 {
     const host::system::Schema schema = StoreOf(kAlias).schema;
     ASSERT_TRUE(host::stores::CreateAccountDatabase(path, schema, owner));
-    host::stores::Stamp(path, schema, owner);
+    ASSERT_TRUE(host::stores::Stamp(path, schema, owner));
     SQLite::Database(path, SQLite::OPEN_READWRITE)
         .exec("CREATE TABLE mark (text TEXT); INSERT INTO mark VALUES ('" + mark + "')");
 }

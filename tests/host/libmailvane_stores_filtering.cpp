@@ -195,7 +195,7 @@ TEST_F(BlackWhiteLists, TheNearestEntryCountsInEveryFile)
         {"amavis/black_clients", "!10.0.0.1\n!10.1.0.0/16\n10.0.0.0/8\n"},
         {"amavis/white_clients", "10.0.0.1\n10.1.0.0/16\n!10.0.0.0/8\n"},
     };
-    const std::vector<host::generation::ListFile> made = host::render::BlackWhiteFiles();
+    const std::vector<host::generation::ListFile> made = *host::render::BlackWhiteFiles();
     ASSERT_EQ(made.size(), std::size(files));
     for (std::size_t i = 0; i < made.size(); ++i) {
         EXPECT_EQ(made[i].name, files[i].first);

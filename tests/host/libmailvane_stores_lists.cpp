@@ -112,7 +112,7 @@ TEST_F(Lists, TheNearestEntryComesFirstInTheMaps)
     ASSERT_EQ(0, ImportAccess(TYPE_CLIENT,
                               "10.0.0.0/8 OK\n10.1.0.0/16 REJECT\n::/0 DISCARD\n"
                               "10.0.0.1 OK\n.x.example REJECT\n"));
-    const auto files = host::render::AccessFiles();
+    const auto files = *host::render::AccessFiles();
     EXPECT_EQ(FileOf(files, "recipient_access"),
               "a@x.example DUNNO\nb@x.example OK\nx.example REJECT\n.x.example DUNNO\n");
     EXPECT_EQ(FileOf(files, "recipient_transport"),
@@ -132,7 +132,7 @@ TEST_F(Lists, RulesOfCopiesSurviveExportAndImport)
     for (const char* bad : {"bob\n", "a b c\n", "@ bob\n", "ann one\nANN two\n"}) {
         EXPECT_EQ(ImportBcc(bad), "refused, @x.example a@b.example\nann Copies\n") << bad;
     }
-    EXPECT_EQ(FileOf(host::render::BccFiles(), "sender_bcc"),
+    EXPECT_EQ(FileOf(*host::render::BccFiles(), "sender_bcc"),
               "@x.example a@b.example\nann Copies\n");
 }
 
@@ -152,7 +152,7 @@ TEST_F(Lists, AQuotaIsFoundByTheLoginInAnySpelling)
     EXPECT_EQ(0, SenderQuota::Set("ann", 0));
     for (const std::string bad : {"a\nb", "\xff", "", "@x"})
         EXPECT_EQ(-1, SenderQuota::Set(bad, 1));
-    EXPECT_EQ(FileOf(host::render::QuotaFiles(), host::generation::kQuotaFile),
+    EXPECT_EQ(FileOf(*host::render::QuotaFiles(), host::generation::kQuotaFile),
               "0 ann\n4294967295 bob\n");
     EXPECT_EQ(0, SenderQuota::DeleteList({"BOB", "nobody"}));
     std::list<SenderQuota::Setting> page;

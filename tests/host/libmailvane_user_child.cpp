@@ -18,8 +18,11 @@
 namespace {
 
 using host::Descriptor;
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
 using std::chrono::milliseconds;
-using Work = std::function<bool(int home)>;
+using Work = std::function<Result<void>(int home)>;
 
 class UserChild : public Machine {
 protected:
@@ -30,15 +33,13 @@ protected:
         Write("/home/alice/x", "");
     }
 
-    static bool Run(milliseconds limit, const Work& work)
+    static Result<void> Run(milliseconds limit, const Work& work)
     {
         return host::system::RunAsUser({"alice", getuid(), getgid(), "/home/alice"}, "script",
                                        limit, work);
     }
 
-    static std::string LastLine() { return Logged().empty() ? "" : Logged().back(); }
-
-    static bool RunLong(const Work& work) { return Run(std::chrono::minutes(1), work); }
+    static Result<void> RunLong(const Work& work) { return Run(std::chrono::minutes(1), work); }
 };
 
 /// While it lives, this process opens no further descriptors.
@@ -62,26 +63,26 @@ private:
     Descriptor taken_[4];
 };
 
-[[noreturn]] bool WaitForEver()
+[[noreturn]] Result<void> WaitForEver()
 {
     for (;;) (void)pause();
 }
 
-bool Stop(int /*home*/)
+Result<void> Stop(int /*home*/)
 {
     (void)raise(SIGSTOP);
-    WaitForEver();
+    return WaitForEver();
 }
 
-bool HearNothing(int /*home*/)
+Result<void> HearNothing(int /*home*/)
 {
     sigset_t all;
     sigfillset(&all);
     (void)sigprocmask(SIG_SETMASK, &all, nullptr);
-    WaitForEver();
+    return WaitForEver();
 }
 
-bool WriteForEver(int /*home*/)
+Result<void> WriteForEver(int /*home*/)
 {
     for (;;) (void)!write(STDOUT_FILENO, "forged answer\n", 14);
 }
@@ -96,7 +97,7 @@ pid_t StartTracer()
         (void)alarm(300);
         if (ptrace(PTRACE_SEIZE, traced, nullptr, nullptr) < 0) return 1;
         (void)!write(ready[1], "x", 1);
-        WaitForEver();
+        (void)WaitForEver();
     });
     (void)close(ready[1]);
     char byte = 0;
@@ -110,15 +111,16 @@ TEST_F(UserChild, HoldsNothingOfItsParent)
     const host::ScopedLock lock;
     const Descriptor answer(open("/dev/null", O_WRONLY));
     ASSERT_TRUE(lock.held() && answer);
-    EXPECT_TRUE(RunLong([](int home) {
+    EXPECT_TRUE(RunLong([](int home) -> Result<void> {
         struct stat null = {};
         (void)stat("/dev/null", &null);
         for (int number = 0; number < 1000; ++number) {
             struct stat found = {};
             if (fstat(number, &found) < 0 || number == home) continue;
-            if (number > STDERR_FILENO || found.st_rdev != null.st_rdev) return false;
+            if (number > STDERR_FILENO || found.st_rdev != null.st_rdev) return Reason();
         }
-        return !host::LockIsHeld();
+        if (host::LockIsHeld()) return Reason();
+        return {};
     }));
     EXPECT_TRUE(host::LockIsHeld());
 }
@@ -126,24 +128,36 @@ TEST_F(UserChild, HoldsNothingOfItsParent)
 TEST_F(UserChild, IsKilledAfterItsLimit)
 {
     for (const Work& work : {Work(Stop), Work(HearNothing), Work(WriteForEver)}) {
-        EXPECT_FALSE(Run(milliseconds(50), work));
-        EXPECT_EQ(LastLine(),
-                  "mailvane: script of alice: its process took too long and was killed");
+        const Result<void> done = Run(milliseconds(50), work);
+        ASSERT_FALSE(done);
+        EXPECT_EQ(done.reason().code, ReasonCode::kOutOfTime);
+        EXPECT_EQ(done.reason().text, "script of alice: its process took too long and was killed");
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "it is still there";
     }
 }
 
 TEST_F(UserChild, SaysWhyItFailed)
 {
-    const std::pair<Work, const char*> rows[] = {
-        {[](int) { return errno = ENOSPC, false; }, "No space left on device"},
-        {[](int) { return errno = 0, false; }, "Input/output error"},
-        {[](int) { return raise(SIGKILL) != 0; }, "its process was killed"},
-        {[](int) -> bool { throw 1; }, "its process was killed"},
+    const auto fail = [](const std::string& text) {
+        return [text](int) { return Reason{ReasonCode::kBusy, "x", text}; };
     };
-    for (const auto& [work, reason] : rows) {
-        EXPECT_FALSE(RunLong(work));
-        EXPECT_EQ(LastLine(), std::string("mailvane: script of alice: ") + reason);
+    const struct {
+        Work work;
+        ReasonCode code;
+        std::string text;
+    } rows[] = {
+        {fail("the disk is full"), ReasonCode::kBusy, "the disk is full"},
+        {fail(std::string(5000, 'x')), ReasonCode::kBusy, std::string(1000, 'x')},
+        {[](int) { return raise(SIGKILL), Result<void>(); }, ReasonCode::kSystem,
+         "its process was killed"},
+        {[](int) -> Result<void> { throw 1; }, ReasonCode::kSystem, "its process was killed"},
+    };
+    for (const auto& [work, code, text] : rows) {
+        const Result<void> done = RunLong(work);
+        ASSERT_FALSE(done);
+        EXPECT_EQ(done.reason().code, code);
+        EXPECT_EQ(done.reason().about, "alice");
+        EXPECT_EQ(done.reason().text, "script of alice: " + text);
     }
 }
 
@@ -151,7 +165,7 @@ TEST_F(UserChild, IsWaitedForWithoutItsDescriptorAndWhereChildrenAreIgnored)
 {
     const NoMoreDescriptors limit;
     const auto before = signal(SIGCHLD, SIG_IGN);
-    EXPECT_TRUE(RunLong([](int) { return usleep(30000) == 0; }));
+    EXPECT_TRUE(RunLong([](int) { return usleep(30000), Result<void>(); }));
     EXPECT_FALSE(Run(milliseconds(50), Stop));
     (void)signal(SIGCHLD, before);
 }
@@ -162,17 +176,17 @@ TEST_F(UserChild, IsLeftBehindWhenItCannotEvenBeKilled)
         mmap(nullptr, sizeof(pid_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(shared, MAP_FAILED);
     pid_t& tracer = *static_cast<pid_t*>(shared);
-    bool done = false;
+    Result<void> done = Reason();
     // A busy machine may take longer to start the tracer than the child may live.
     for (milliseconds limit(200); !done && tracer == 0; limit *= 2) {
         done = Run(limit, [&](int) {
             tracer = StartTracer();
-            return tracer == 0 || WaitForEver();
+            return tracer == 0 ? Result<void>() : WaitForEver();
         });
     }
     if (done) GTEST_SKIP() << "nothing can be traced here";
 
-    EXPECT_TRUE(WasLogged("cannot even be killed, and is left behind"));
+    EXPECT_NE(done.reason().text.find("cannot even be killed"), std::string::npos);
     (void)kill(tracer, SIGKILL);
     (void)munmap(shared, sizeof(pid_t));
     EXPECT_GT(waitpid(-1, nullptr, 0), 0);

@@ -1,6 +1,8 @@
 // The mail-log database as the collector writes it.
 #include "tools/maillog_collector/mail_store.h"
 
+#include <stdexcept>
+
 #include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
@@ -21,9 +23,10 @@ int StateOf(const Mail& mail)
 
 SQLite::Database Open(const std::string& path)
 {
-    SQLite::Database database = host::maillog::OpenMailLogForChange(path);
-    database.exec("PRAGMA cache_size = -8192");
-    return database;
+    auto database = host::maillog::OpenMailLogForChange(path);
+    if (!database) throw std::runtime_error(database.reason().text);
+    database->exec("PRAGMA cache_size = -8192");
+    return *std::move(database);
 }
 
 /// Binds values in their order, runs the statement and makes it ready for the next time.

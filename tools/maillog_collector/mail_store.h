@@ -17,7 +17,8 @@ namespace collector {
 /// functions throw SQLite::Exception.
 class MailStore {
 public:
-    /// Opens the database at `path` and creates it as needed.
+    /// Opens the database at `path` and creates it as needed. Throws std::runtime_error for one of
+    /// a later version.
     explicit MailStore(const std::string& path);
 
     LogPosition Position();

@@ -159,8 +159,9 @@ bool CloseMonth()
         Require(host::Succeeded(host::system::RemoveDurably(SuccessorPath())),
                 "cannot remove the unfinished successor");
         {
-            const SQLite::Database next =
+            const auto next =
                 host::system::OpenForChange(SuccessorPath(), host::maillog::MailLogSchema());
+            if (!next) throw std::runtime_error(next.reason().text);
         }
         Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
         MoveOn(database, LatestDate(database));

@@ -8,7 +8,6 @@
 #include <fstream>
 #include <map>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -68,6 +67,31 @@ void AddRanks(SQLite::Database& database, const Period& period, const char* sele
         Add(tally[query.getColumn(0).getString()],
             {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
     }
+}
+
+struct Tallies {
+    MailCounts counts;
+    Tally senders;
+    Tally recipients;
+};
+
+/// Takes one of the mail log's databases; false when there is none.
+host::Result<bool> AddLog(const std::string& path, const Period& period, Tallies& tallies)
+{
+    auto database = host::system::OpenAsItIs(path);
+    if (!database) return std::move(database).reason();
+    if (!*database) return false;
+
+    AddStatuses(**database, period, tallies.counts);
+    AddRanks(**database, period,
+             "SELECT mail_from, count(*), sum(size) FROM entry "
+             "WHERE date >= ? AND date < ? GROUP BY mail_from",
+             tallies.senders);
+    AddRanks(**database, period,
+             "SELECT mail_to, count(*), sum(size) FROM entry "
+             "WHERE date >= ? AND date < ? GROUP BY mail_to",
+             tallies.recipients);
+    return true;
 }
 
 std::vector<Rank> Highest(const Tally& tally)
@@ -155,33 +179,20 @@ std::vector<CheckResult> RunSelfCheck()
 
 std::optional<MailCounts> CountMail(const Period& period)
 {
-    MailCounts counts;
-    Tally senders;
-    Tally recipients;
+    Tallies tallies;
     bool found = false;
     for (const std::string& path : LogFiles(period)) {
-        try {
-            auto database = host::system::OpenAsItIs(path);
-            if (!database) continue;
-            AddStatuses(*database, period, counts);
-            AddRanks(*database, period,
-                     "SELECT mail_from, count(*), sum(size) FROM entry "
-                     "WHERE date >= ? AND date < ? GROUP BY mail_from",
-                     senders);
-            AddRanks(*database, period,
-                     "SELECT mail_to, count(*), sum(size) FROM entry "
-                     "WHERE date >= ? AND date < ? GROUP BY mail_to",
-                     recipients);
-            found = true;
-        } catch (const std::exception& failure) {
-            host::Log(LOG_ERR, "report: %s: %s", path.c_str(), failure.what());
-        }
+        // What a damaged file holds is missing from the report; the rest is not.
+        const host::Result<bool> added = host::system::Attempt(path, [&] {
+                                             return AddLog(path, period, tallies);
+                                         }).Prefixed("report: ");
+        if (host::Succeeded(added) && *added) found = true;
     }
     if (!found) return std::nullopt;
 
-    counts.senders = Highest(senders);
-    counts.recipients = Highest(recipients);
-    return counts;
+    tallies.counts.senders = Highest(tallies.senders);
+    tallies.counts.recipients = Highest(tallies.recipients);
+    return std::move(tallies.counts);
 }
 
 std::optional<ScanCounts> CountScans(const Period& period, std::int64_t now)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "host/libhaldcore/result.h"
 #include "platform/mailvane/reporter.h"
 #include "tools/report/report_data.h"
 
@@ -18,8 +19,7 @@ struct Progress {
 
 /// Nothing before the first run.
 std::optional<Progress> ReadProgress();
-/// False, logged, on failure.
-bool WriteProgress(const Progress& progress);
+host::Result<void> WriteProgress(const Progress& progress);
 
 /// The last moment, `now` at the latest, at which the clock showed the report's time. Hours above
 /// 23 and minutes above 59 count as 23 and 59.

@@ -12,6 +12,10 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/pem.h"
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 namespace report {
 
 namespace {
@@ -103,22 +107,40 @@ void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& enve
     curl_easy_setopt(curl, CURLOPT_PASSWORD, account.password.c_str());
 }
 
-}  // namespace
-
-std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+ReasonCode CodeOf(CURLcode code)
 {
-    if (account.server.empty()) return "no SMTP server is set";
-    if (account.port <= 0) return "no port of the SMTP server is set";
-    if (recipients.empty()) return "no recipient is set";
-    if (account.auth && account.account.empty()) return "no account name is set";
-    return "";
+    switch (code) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return ReasonCode::kOutOfTime;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_CONNECT:
+            return ReasonCode::kDaemonIsDown;
+        default:
+            return ReasonCode::kDaemonRefuses;
+    }
 }
 
-std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
-                 const std::string& message)
+}  // namespace
+
+Result<void> CheckAccount(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+{
+    const auto missing = [](const char* setting, const char* text) {
+        return Reason{ReasonCode::kMissing, setting, text};
+    };
+    if (account.server.empty()) return missing("smtp_server", "no SMTP server is set");
+    if (account.port <= 0) return missing("smtp_port", "no port of the SMTP server is set");
+    if (recipients.empty()) return missing("rcpt", "no recipient is set");
+    if (account.auth && account.account.empty()) {
+        return missing("smtp_account", "no account name is set");
+    }
+    return {};
+}
+
+Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
+                  const std::string& message)
 {
     const Curl curl(curl_easy_init(), curl_easy_cleanup);
-    if (!curl) return "out of memory";
+    if (!curl) return Reason{ReasonCode::kSystem, account.server, "out of memory"};
 
     const List recipients = RecipientList(envelope.to);
     Rest rest{message.data(), message.size()};
@@ -130,8 +152,9 @@ std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
     curl_easy_setopt(curl.get(), CURLOPT_READDATA, &rest);
     curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
     const CURLcode result = curl_easy_perform(curl.get());
-    if (result == CURLE_OK) return "";
-    return reason[0] != '\0' ? reason.data() : curl_easy_strerror(result);
+    if (result == CURLE_OK) return {};
+    return Reason{CodeOf(result), account.server,
+                  reason[0] != '\0' ? reason.data() : curl_easy_strerror(result)};
 }
 
 }  // namespace report

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "platform/mailvane/reporter.h"
 
 namespace report {
@@ -14,14 +15,15 @@ struct Envelope {
     std::vector<std::string> to;
 };
 
-/// What the account lacks to send to these recipients; "" for nothing.
-std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients);
+/// Fails with what the account lacks to send to these recipients.
+host::Result<void> CheckAccount(const Reporter::SMTP& account,
+                                const std::vector<std::string>& recipients);
 
-/// Hands a message (with "\r\n" line ends) to the account's server. Returns "" when it was taken
-/// for every recipient, else why not; the password is in no such text. A secure connection means
-/// TLS from the start on port 465 and STARTTLS elsewhere, with a certificate that is valid for the
-/// server's name: signed by an authority that the machine trusts, or this mail server's own.
-std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
-                 const std::string& message);
+/// Hands a message (with "\r\n" line ends) to the account's server. Fails unless it was taken for
+/// every recipient; the password is in no such reason. A secure connection means TLS from the start
+/// on port 465 and STARTTLS elsewhere, with a certificate that is valid for the server's name:
+/// signed by an authority that the machine trusts, or this mail server's own.
+host::Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
+                        const std::string& message);
 
 }  // namespace report

@@ -120,18 +120,21 @@ std::string CurrentGeneration()
     return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
 }
 
-bool ReplaceByLink(const std::string& path, const std::string& target)
+Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 {
     const std::string temporary = path + ".new";
     (void)unlink(temporary.c_str());
-    return symlink(target.c_str(), temporary.c_str()) == 0 &&
-           rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path);
+    if (symlink(target.c_str(), temporary.c_str()) == 0 &&
+        rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path)) {
+        return {};
+    }
+    return SystemReason(path, "cannot link " + path + " to " + target);
 }
 
 Result<void> Activate(const std::string& name)
 {
-    if (ReplaceByLink(GeneratedDirectory() + "/current", name)) return {};
-    return SystemReason(name, "cannot put " + name + " in force");
+    return ReplaceByLink(GeneratedDirectory() + "/current", name)
+        .Prefixed("cannot put " + name + " in force: ");
 }
 
 void RemoveGeneration(const std::string& name)

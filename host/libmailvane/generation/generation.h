@@ -33,9 +33,8 @@ void RemoveGeneration(const std::string& name);
 /// Removes the generations after `name` that never came into force.
 void RemoveGenerationsAfter(const std::string& name);
 
-/// Makes `path` a symbolic link to `target` in one step, whatever it was before. False, with errno
-/// set, on failure.
-bool ReplaceByLink(const std::string& path, const std::string& target);
+/// Makes `path` a symbolic link to `target` in one step, whatever it was before.
+Result<void> ReplaceByLink(const std::string& path, const std::string& target);
 
 /// Name and checksum of each file of a generation, by its path there.
 using Manifest = std::map<std::string, std::string>;

@@ -50,12 +50,8 @@ host::Result<void> ActivateAliases(host::stores::AliasTable& table)
 {
     host::Result<void> done =
         host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
-    if (done) {
-        done = host::system::Attempt("aliases", [&table] {
-            return host::stores::ChangeAliases(table.Pending()).Prefixed("aliases: ");
-        });
-        if (done) table.Stored();
-    }
+    if (done) done = host::stores::ChangeAliases(table.Pending());
+    if (done) table.Stored();
     // The caller gets the first reason: that of going back is told nowhere else.
     if (!done) (void)host::Succeeded(host::save::RebuildLists({host::render::AliasFiles}));
     return done;
@@ -77,7 +73,7 @@ int Alias::load()
     Postfix settings;
     if (settings.LoadSettings() < 0) return -1;
 
-    auto entries = host::system::Attempt("aliases", host::stores::ReadAliases);
+    auto entries = host::stores::ReadAliases();
     if (!host::Succeeded(entries)) return -1;
 
     state_->table = host::stores::AliasTable(*std::move(entries));

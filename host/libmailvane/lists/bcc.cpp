@@ -160,23 +160,21 @@ BCC* BCC::getInstance()
 {
     static BCC instance;
     const host::Result<void> opened =
-        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+        host::stores::ReadLists(host::lists::kWhat, [](SQLite::Database& /*store*/) {});
     return host::Succeeded(opened) ? &instance : nullptr;
 }
 
 int BCC::getTotalBccNum(const Filter& filter)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::CountBcc(*store, filter) : 0;
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::CountBcc(store, filter);
     }));
 }
 
 std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 {
-    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::PageOfBcc(*store, filter) : std::list<BccInfo>();
+    auto page = host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::PageOfBcc(store, filter);
     });
     return host::Succeeded(page) ? *std::move(page) : std::list<BccInfo>();
 }
@@ -203,9 +201,8 @@ int BCC::deleteBCC(const std::list<BccInfo>& rules)
 
 int BCC::exportBCC(BccType type, const std::string& path)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return host::names::WriteExport(path, store ? host::stores::BccText(*store, type) : "");
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::names::WriteExport(path, host::stores::BccText(store, type));
     }));
 }
 

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/paths.h"
@@ -33,28 +32,33 @@ bool LiesIn(const std::string& real, const std::string& folder)
     return !parent.empty() && real.substr(0, real.rfind('/')) == parent;
 }
 
+constexpr char kWhat[] = "mail log";
+constexpr char kPrefix[] = "mail log: ";
+
 /// The database that a request names, if it is one of the log's own.
-std::string LogDatabase(const char* path)
+host::Result<std::string> LogDatabase(const char* path)
 {
     std::string real = RealPath(host::Path(path));
     if (LiesIn(real, host::maillog::MailLogFolder()) ||
         LiesIn(real, host::maillog::MailLogLiveFolder()))
         return real;
 
-    throw std::runtime_error(std::string(path) + " is no database of the log");
+    return host::Reason{host::ReasonCode::kRefused, path,
+                        std::string(path) + " is no database of the log"};
 }
 
-SQLite::Database OpenLog(const char* path)
+host::Result<SQLite::Database> OpenLog(const char* path)
 {
-    const std::string real = LogDatabase(path);
-    std::optional<SQLite::Database> database = host::system::OpenAsItIs(real);
-    if (!database) throw std::runtime_error(real + " is missing");
+    const host::Result<std::string> real = LogDatabase(path);
+    if (!real) return real.reason();
+    auto database = host::system::OpenAsItIs(*real);
+    if (!database) return std::move(database).reason();
+    if (!*database) return host::Reason{host::ReasonCode::kMissing, *real, *real + " is missing"};
 
-    const int version = database->execAndGet("PRAGMA user_version").getInt();
-    if (version != host::maillog::MailLogSchema().version) {
-        throw std::runtime_error(real + " has the unknown version " + std::to_string(version));
-    }
-    return std::move(*database);
+    const int version = (*database)->execAndGet("PRAGMA user_version").getInt();
+    if (version == host::maillog::MailLogSchema().version) return std::move(**database);
+    return host::Reason{host::ReasonCode::kDamaged, *real,
+                        *real + " has the unknown version " + std::to_string(version)};
 }
 
 int AsCount(std::int64_t count)
@@ -138,14 +142,15 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
 template <typename Operation>
 auto Attempt(Operation operation)
 {
-    return host::system::Attempt("mail log", operation);
+    return host::system::Attempt(kWhat, operation);
 }
 
 }  // namespace
 
 MailLog::MailLog(const char* path) : state_(new State)
 {
-    (void)host::Succeeded(Attempt([this, path] { state_->database.emplace(OpenLog(path)); }));
+    auto database = Attempt([path] { return OpenLog(path).Prefixed(kPrefix); });
+    if (host::Succeeded(database)) state_->database = *std::move(database);
 }
 
 MailLog::~MailLog()
@@ -208,14 +213,14 @@ int MailLog::clear()
 {
     return host::Status(Attempt([this]() -> host::Result<void> {
         const host::ScopedLock lock;
-        if (!lock.held()) return host::Reason{host::ReasonCode::kBusy, "request lock", ""};
+        if (!lock.held()) return lock.ready();
 
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
-        SQLite::Database database = host::maillog::OpenMailLogForChange(path);
-        host::maillog::ClearMailLog(database);
-        return {};
+        auto database = host::maillog::OpenMailLogForChange(path).Prefixed(kPrefix);
+        if (!database) return std::move(database).reason();
+        return host::maillog::ClearMailLog(*database);
     }));
 }
 

@@ -148,7 +148,7 @@ const system::Schema& MailLogSchema()
     return schema;
 }
 
-SQLite::Database OpenMailLogForChange(const std::string& path)
+Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0640);
     if (descriptor >= 0) ::close(descriptor);
@@ -157,14 +157,15 @@ SQLite::Database OpenMailLogForChange(const std::string& path)
     database.exec("PRAGMA journal_mode = WAL");
     // A power cut may take the last transactions, position included; the lines are read again.
     database.exec("PRAGMA synchronous = NORMAL");
-    system::BringUpToDate(database, MailLogSchema());
+    Result<void> done = system::BringUpToDate(database, MailLogSchema());
+    if (!done) return std::move(done).reason();
     return database;
 }
 
 namespace {
 
 /// Has the collector go on behind what the log holds now, and forget what it has not stored yet.
-void SkipLog(SQLite::Database& database)
+Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
     const bool known = ::stat(Path(kPostfixLog).c_str(), &status) == 0;
@@ -175,12 +176,13 @@ void SkipLog(SQLite::Database& database)
     skip.bind(2, static_cast<std::int64_t>(status.st_ino));
     skip.bind(3, static_cast<std::int64_t>(status.st_size));
     // Without a position it is a month that is just being closed: its successor is to be cleared.
-    if (skip.exec() == 0) throw std::runtime_error("the month is being closed");
+    if (skip.exec() != 0) return {};
+    return Reason{ReasonCode::kBusy, "mail log", "mail log: the month is being closed"};
 }
 
 }  // namespace
 
-void ClearMailLog(SQLite::Database& database)
+Result<void> ClearMailLog(SQLite::Database& database)
 {
     database.exec("PRAGMA secure_delete = ON");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
@@ -189,12 +191,14 @@ void ClearMailLog(SQLite::Database& database)
         "DROP TABLE entry; DROP TABLE entry_text; DROP TABLE tally; DROP TABLE totals;"
         "DROP VIEW share; DELETE FROM message;");
     database.exec(kEntries);
-    SkipLog(database);
+    Result<void> skipped = SkipLog(database);
+    if (!skipped) return skipped;
     transaction.commit();
 
     // The entries are gone by now; what follows gives their space back.
     database.tryExec("VACUUM");
     database.tryExec("PRAGMA wal_checkpoint (TRUNCATE)");
+    return {};
 }
 
 }  // namespace host::maillog

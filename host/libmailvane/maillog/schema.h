@@ -31,12 +31,14 @@ const system::Schema& MailLogSchema();
 constexpr int kTotalsPeriod = 900;
 
 /// Opens the database at `path` for changes, with a write-ahead log, so that pages are read while
-/// rows arrive. Creates it (mode 0640) and brings it up to date. Throws SQLite::Exception.
-SQLite::Database OpenMailLogForChange(const std::string& path);
+/// rows arrive. Creates it (mode 0640) and brings it up to date. Fails for one of a later version.
+/// Throws SQLite::Exception.
+Result<SQLite::Database> OpenMailLogForChange(const std::string& path);
 
 /// Deletes all entries, their search index and totals, and what of them is left in the free pages
 /// of the file. The collector goes on behind what the mail server has logged by now, so that
-/// nothing comes back. Throws std::exception, nothing has changed then.
-void ClearMailLog(SQLite::Database& database);
+/// nothing comes back. Fails while the month is being closed; nothing has changed then. Throws
+/// SQLite::Exception.
+Result<void> ClearMailLog(SQLite::Database& database);
 
 }  // namespace host::maillog

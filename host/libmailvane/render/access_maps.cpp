@@ -13,7 +13,7 @@
 
 #include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/stores/access_store.h"
-#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/list_store.h"
 
 namespace host::render {
 namespace {
@@ -81,18 +81,11 @@ std::string NetworksText(const Entries& clients)
     return text;
 }
 
-}  // namespace
-
-std::vector<generation::ListFile> AccessFiles()
+std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
 {
-    Entries senders;
-    Entries recipients;
-    Entries clients;
-    if (auto store = stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane)) {
-        senders = stores::ReadAccess(*store, TYPE_SENDER);
-        recipients = stores::ReadAccess(*store, TYPE_RECIPIENT);
-        clients = stores::ReadAccess(*store, TYPE_CLIENT);
-    }
+    const Entries senders = stores::ReadAccess(store, TYPE_SENDER);
+    const Entries recipients = stores::ReadAccess(store, TYPE_RECIPIENT);
+    const Entries clients = stores::ReadAccess(store, TYPE_CLIENT);
     return {{"sender_access", names::NamesText(senders, Answer)},
             {"recipient_access", names::NamesText(recipients, RecipientAnswer)},
             {"discarded_recipients", DiscardedText(recipients)},
@@ -100,6 +93,13 @@ std::vector<generation::ListFile> AccessFiles()
             {"client_access", names::NamesText(clients, Answer)},
             {"client_addresses", AddressesText(clients)},
             {generation::kClientNetworksFile, NetworksText(clients), false}};
+}
+
+}  // namespace
+
+Result<std::vector<generation::ListFile>> AccessFiles()
+{
+    return stores::ReadLists("access lists", FilesOf);
 }
 
 }  // namespace host::render

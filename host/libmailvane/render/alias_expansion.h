@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::render {
@@ -25,8 +26,8 @@ struct Recipients {
 /// or expands into itself, and no loop is left to the mail server.
 class AliasExpansion {
 public:
-    /// Gives the members of a group; none for one that does not exist. May throw.
-    using Group = std::function<std::vector<std::string>(const std::string& group)>;
+    /// Gives the members of a group; none for one that does not exist.
+    using Group = std::function<Result<std::vector<std::string>>(const std::string& group)>;
 
     /// `table` must outlive the object. `domains` are those of the server.
     AliasExpansion(const stores::AliasTable& table, const std::vector<std::string>& domains,
@@ -35,17 +36,16 @@ public:
     /// Makes names of the machine that are no aliases reach a user.
     void AddRole(const std::string& name, const std::string& user);
 
-    /// Each recipient of an alias once. Throws std::runtime_error when there are too many, and what
-    /// the groups throw.
-    Recipients Expand(const stores::AliasEntry& alias);
+    /// Each recipient of an alias once. Fails when there are too many, and as the groups do.
+    Result<Recipients> Expand(const stores::AliasEntry& alias);
 
 private:
     using Members = std::vector<MemberInfo>;
     struct Walk;
 
     const Members* AliasMembers(const std::string& name) const;
-    const Members& GroupMembers(const std::string& name);
-    void Visit(Walk& walk, const MemberInfo& member);
+    Result<const Members*> GroupMembers(const std::string& name);
+    Result<void> Visit(Walk& walk, const MemberInfo& member);
     void VisitLocal(Walk& walk, const std::string& name);
     void VisitAddress(Walk& walk, const std::string& address);
 

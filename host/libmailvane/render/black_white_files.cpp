@@ -5,8 +5,8 @@
 
 #include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/stores/list_store.h"
 
 namespace host::render {
 namespace {
@@ -51,18 +51,11 @@ generation::ListFile ScannerFile(const char* name, const Entries& entries, Black
     return {std::string("amavis/") + name, ScannerText(entries, list), false};
 }
 
-}  // namespace
-
-std::vector<generation::ListFile> BlackWhiteFiles()
+std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
 {
-    Entries senders;
-    Entries recipients;
-    Entries clients;
-    if (auto store = stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane)) {
-        senders = stores::ReadBlackWhite(*store, TYPE_SENDER);
-        recipients = stores::ReadBlackWhite(*store, TYPE_RECIPIENT);
-        clients = stores::ReadBlackWhite(*store, TYPE_CLIENT);
-    }
+    const Entries senders = stores::ReadBlackWhite(store, TYPE_SENDER);
+    const Entries recipients = stores::ReadBlackWhite(store, TYPE_RECIPIENT);
+    const Entries clients = stores::ReadBlackWhite(store, TYPE_CLIENT);
     return {{"black_senders", names::NamesText(senders, Answer)},
             {"black_recipients", names::NamesText(recipients, Answer)},
             {generation::kBlackClientsFile, ClientsText(clients), false},
@@ -72,6 +65,13 @@ std::vector<generation::ListFile> BlackWhiteFiles()
             ScannerFile("white_recipients", recipients, WHITE_LIST),
             ScannerFile("black_clients", clients, BLACK_LIST),
             ScannerFile("white_clients", clients, WHITE_LIST)};
+}
+
+}  // namespace
+
+Result<std::vector<generation::ListFile>> BlackWhiteFiles()
+{
+    return stores::ReadLists("black and white list", FilesOf);
 }
 
 }  // namespace host::render

@@ -3,12 +3,13 @@
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
 /// The files of the mail server and of the scanner that the black and white list fills; a missing
-/// store is an empty one. Throws when it cannot be read.
-std::vector<generation::ListFile> BlackWhiteFiles();
+/// store is an empty one.
+Result<std::vector<generation::ListFile>> BlackWhiteFiles();
 
 }  // namespace host::render

@@ -3,14 +3,15 @@
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
-/// The maps of the blind copies; a missing store is an empty one. Throws when it cannot be read.
-std::vector<generation::ListFile> BccFiles();
+/// The maps of the blind copies; a missing store is an empty one.
+Result<std::vector<generation::ListFile>> BccFiles();
 
 /// What the rate policy reads: how much each login may send. As above.
-std::vector<generation::ListFile> QuotaFiles();
+Result<std::vector<generation::ListFile>> QuotaFiles();
 
 }  // namespace host::render

@@ -299,8 +299,8 @@ void PutBannedTypes(generation::NextGeneration& next)
     Result<std::vector<generation::ListFile>> files =
         BannedTypeFiles().Prefixed("attachment types: ");
     if (!files) {
-        const std::string end = std::string(kBannedTypes) + ": " + ErrnoText();
-        next.Fail(std::move(files).reason().Causing(kBannedTypes, "cannot make " + end));
+        next.Fail(std::move(files).reason().Causing(kBannedTypes,
+                                                    std::string("cannot make ") + kBannedTypes));
         return;
     }
     for (const generation::ListFile& file : *files) next.Put(file.name, file.text, 0644);

@@ -133,29 +133,32 @@ std::string StoredText(const std::string& folder, const std::string& user)
 
 /// Puts the script of a user in force that the stored settings ask for. One who is no user of this
 /// machine has none.
-bool FollowPersonalSettings(const std::string& user)
+Result<void> FollowPersonalSettings(const std::string& user)
 {
-    system::MailAccount account;
-    const std::string problem = system::FindMailAccount(user, account);
-    if (!problem.empty()) {
-        Log(LOG_WARNING, "personal settings of %.64s: %s", user.c_str(), problem.c_str());
-        return problem != "accounts_unavailable";
+    const Result<system::MailAccount> account = system::FindMailAccount(user);
+    if (!account) {
+        if (account.reason().code == ReasonCode::kDaemonIsDown) return account.reason();
+        Log(LOG_WARNING, "no script for personal settings: %s", account.reason().text.c_str());
+        return {};
     }
-    const auto settings = stores::ReadPersonalSettings(account);
-    return settings && system::PutUserScript(account, render::RenderPersonalScript(*settings));
+    const auto settings = stores::ReadPersonalSettings(*account);
+    if (!settings) return settings.reason();
+    return system::PutUserScript(*account, render::RenderPersonalScript(*settings));
 }
 
-bool FollowAllPersonalSettings()
+Result<void> FollowAllPersonalSettings()
 {
     // Before and after it was taken back, an exchange has the other settings in one of the two.
     const std::string folders[] = {InForce(kPersonal), OldOf(kPersonal), NewOf(kPersonal)};
     std::set<std::string> users;
     for (const std::string& folder : folders) AddUsers(folder, users);
-    return std::all_of(users.begin(), users.end(), [&folders](const std::string& user) {
-        const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
-        return StoredText(folders[0], user) == StoredText(other, user) ||
-               FollowPersonalSettings(user);
-    });
+    const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
+    for (const std::string& user : users) {
+        if (StoredText(folders[0], user) == StoredText(other, user)) continue;
+        Result<void> done = FollowPersonalSettings(user);
+        if (!done) return done;
+    }
+    return {};
 }
 
 }  // namespace
@@ -228,8 +231,7 @@ Result<void> BringStoredDataInLine()
     lists.emplace_back(render::AttachmentFiles);
     lists.emplace_back(render::BannedTypeFiles);
     done = RebuildLists(lists);
-    if (!done || !ExchangeIsUnderWay() || FollowAllPersonalSettings()) return done;
-    return Reason{ReasonCode::kSystem, "personal settings", ""};
+    return done && ExchangeIsUnderWay() ? FollowAllPersonalSettings() : done;
 }
 
 int FollowStoredData(const std::string& /*unused*/)

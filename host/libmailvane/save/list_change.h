@@ -9,7 +9,7 @@
 namespace host::save {
 
 /// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
-/// Requires the request lock. Throws SQLite::Exception.
+/// Requires the request lock.
 Result<SQLite::Database> ChangeListStore();
 
 /// Runs a change of the lists, which gets their store and gives nothing or a Result<void>, under

@@ -10,7 +10,6 @@
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/save/validate.h"
-#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
@@ -25,7 +24,8 @@ Result<void> RestartReaders(bool scanner, bool mailServer)
     const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
     const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
     if (scannerIsUp && mailServerIsUp) return {};
-    return Reason{ReasonCode::kDaemonIsDown, scannerIsUp ? "mail server" : "mail scanner", ""};
+    const std::string down(scannerIsUp ? daemons::kPostfix.label : daemons::kScanner.label);
+    return Reason{ReasonCode::kDaemonIsDown, down, "the " + down + " does not come up again"};
 }
 
 Result<void> ActivateLists(const std::vector<generation::ListFile>& files)
@@ -68,18 +68,16 @@ std::vector<ListFileMaker> AccountLists()
 
 Result<void> RebuildLists(const std::vector<ListFileMaker>& makers)
 {
-    return system::Attempt("maps", [&makers] {
-        const WriteScope scope;
-        if (!scope.ready()) return scope.ready();
+    const WriteScope scope;
+    if (!scope.ready()) return scope.ready();
 
-        std::vector<generation::ListFile> files;
-        for (const ListFileMaker& maker : makers) {
-            Result<std::vector<generation::ListFile>> made = maker().Prefixed("maps: ");
-            if (!made) return Result<void>(std::move(made).reason());
-            for (generation::ListFile& file : *made) files.push_back(std::move(file));
-        }
-        return ActivateLists(files);
-    });
+    std::vector<generation::ListFile> files;
+    for (const ListFileMaker& maker : makers) {
+        Result<std::vector<generation::ListFile>> made = maker().Prefixed("maps: ");
+        if (!made) return std::move(made).reason();
+        for (generation::ListFile& file : *made) files.push_back(std::move(file));
+    }
+    return ActivateLists(files);
 }
 
 }  // namespace host::save

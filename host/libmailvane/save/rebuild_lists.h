@@ -9,8 +9,7 @@
 
 namespace host::save {
 
-/// Makes the files of one list, as they are to be in the next generation. May throw
-/// SQLite::Exception when the list cannot be read.
+/// Makes the files of one list, as they are to be in the next generation.
 using ListFileMaker = std::function<Result<std::vector<generation::ListFile>>()>;
 
 /// Makes the files of one or more lists and puts them in force together; Postfix takes them at

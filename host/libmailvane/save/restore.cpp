@@ -72,16 +72,23 @@ bool IsStagedName(const std::string& name)
            name == kRules;
 }
 
-/// Whether the databases are whole and those of the accounts that the settings speak of. Looking
-/// at one settles what a killed writer left beside it.
-bool DatabasesAreOf(const std::string& folder, const settings::AccountCombination& account)
+/// Fails unless the databases are whole and those of the accounts that the settings speak of.
+/// Looking at one settles what a killed writer left beside it.
+Result<void> CheckDatabases(const std::string& folder, const settings::AccountCombination& account)
 {
     for (const char* name : kDatabases) {
         const std::string path = folder + "/" + name;
         const auto owner = stores::RecordedCombination(path);
-        if (!owner || !(*owner == account) || system::NameExists(path + "-journal")) return false;
+        if (!owner) return owner.reason();
+        if (!*owner || !(**owner == account)) {
+            return Reason{ReasonCode::kDamaged, name,
+                          path + " is no whole database of the accounts that the settings serve"};
+        }
+        if (system::NameExists(path + "-journal")) {
+            return Reason{ReasonCode::kDamaged, name, path + " has a journal beside it"};
+        }
     }
-    return true;
+    return {};
 }
 
 /// Has the spam filter check the rules; it need not take them twice.
@@ -112,10 +119,8 @@ Result<StagedState> ReadStaged(const std::string& staged)
     if (!ReadFile(staged + "/" + kRules, state.rules)) {
         return SystemReason(kRules, std::string("cannot read ") + kRules);
     }
-    if (!DatabasesAreOf(staged, settings->Account())) {
-        return Refused(staged, "has no databases of the accounts that its settings serve");
-    }
-    Result<void> checked = CheckRules(state.rules);
+    Result<void> checked = CheckDatabases(staged, settings->Account());
+    if (checked) checked = CheckRules(state.rules);
     if (!checked) return std::move(checked).reason();
 
     state.settings = std::move(*settings);
@@ -129,8 +134,7 @@ Result<void> SettleLiveDatabases()
     const auto stored = settings::StoredSettings::Read();
     if (!stored) return stored.reason();
     Result<void> healed = HealAccounts(stored->Account());
-    if (!healed || DatabasesAreOf(PackagePath("etc"), stored->Account())) return healed;
-    return Reason{ReasonCode::kDamaged, "account databases", ""};
+    return healed ? CheckDatabases(PackagePath("etc"), stored->Account()) : healed;
 }
 
 /// Exchanges the stored data and saves, both or neither.

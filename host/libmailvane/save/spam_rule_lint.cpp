@@ -11,6 +11,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/user_command.h"
 
@@ -19,7 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char kUser[] = "amavis";
 const char kPlugins[] = "mailvane.pre";
 constexpr std::chrono::seconds kLimit{60};
 constexpr std::size_t kLongestComplaint = 2000;
@@ -50,7 +50,7 @@ private:
 /// the home of the filter's user.
 bool Furnish(const std::string& directory, const std::string& rules)
 {
-    const struct passwd* user = getpwnam(kUser);
+    const struct passwd* user = getpwnam(std::string(daemons::kScanner.user).c_str());
     std::string plugins;
     const std::string inForce =
         generation::GeneratedDirectory() + "/current/amavis/spamassassin/" + std::string(kPlugins);
@@ -72,7 +72,7 @@ Result<void> SpamFilterTakes(const std::string& rules)
     options.limit = kLimit;
     options.capture = true;
     const ProgramResult result = RunProgram(
-        system::AsUser(kUser,
+        system::AsUser(daemons::kScanner.user,
                        {programs::kEnv, "HOME=" + home.path(), programs::kSpamassassin, "--lint",
                         "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);

@@ -33,15 +33,16 @@ bool IsServiceStep(const Callback& step)
     return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
 }
 
-/// Runs a step, which is a border of its own, and logs how it went.
+/// Runs a step, which is a border of its own: what keeps it from its work is in the log by then.
 Result<void> RunStep(const Callback& step)
 {
-    const int result = step.func(step.arg);
-    Log(result < 0 ? LOG_ERR : LOG_INFO, "step %s %s: %s", step.name.c_str(), step.arg.c_str(),
-        result < 0 ? "failed" : "done");
-    if (result >= 0) return {};
+    const std::string title = "step " + step.name + " " + step.arg;
+    if (step.func(step.arg) >= 0) {
+        Log(LOG_INFO, "%s: done", title.c_str());
+        return {};
+    }
     return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
-                  ""};
+                  title + ": failed"};
 }
 
 /// Runs steps in order up to the first that fails; `begun` gets those that were begun.
@@ -69,7 +70,7 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
     if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
     // Even a daemon that no step had reached may have read the files meanwhile.
     for (const Callback& step : WholePlan(begun, BothServers())) {
-        if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
+        if (IsServiceStep(step)) (void)Succeeded(RunStep({step.name, step.func, "restart"}));
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
     DropExchange();
@@ -101,9 +102,9 @@ Result<void> LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
         const std::string path = PackagePath(std::string("etc/") + name);
-        if (!generation::ReplaceByLink(path, std::string("generated/current/") + name)) {
-            return SystemReason(path, "cannot link " + path);
-        }
+        Result<void> linked =
+            generation::ReplaceByLink(path, std::string("generated/current/") + name);
+        if (!linked) return linked;
     }
     return {};
 }
@@ -142,7 +143,8 @@ struct SwitchesBefore {
 };
 
 /// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
-int RestartCalledServices(const std::string& before, const settings::StoredSettings& settings)
+Result<void> RestartCalledServices(const std::string& before,
+                                   const settings::StoredSettings& settings)
 {
     const SwitchesBefore old{
         KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf")};
@@ -150,9 +152,11 @@ int RestartCalledServices(const std::string& before, const settings::StoredSetti
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
         if (!daemons::Runs(daemon, old) && !daemons::Runs(daemon, settings)) continue;
-        if (daemons::RunControlScript(daemon, "restart") < 0) return -1;
+        if (daemons::RunControlScript(daemon, "restart") >= 0) continue;
+        const std::string label(daemon.label);
+        return Reason{ReasonCode::kDaemonIsDown, label, "the " + label + " does not come up"};
     }
-    return 0;
+    return {};
 }
 
 /// Brings account data, maps and services in line with the generation in force. A service that does
@@ -165,8 +169,8 @@ Result<void> BringInLine(const generation::PendingSave& save,
     if (done && AccountChangedSince(save.before)) done = RebuildLists(AccountLists());
     if (!done) return done;
 
-    if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
-    for (const Callback& step : WholePlan({}, BothServers())) (void)RunStep(step);
+    (void)Succeeded(RestartCalledServices(save.before, settings));
+    for (const Callback& step : WholePlan({}, BothServers())) (void)Succeeded(RunStep(step));
     return {};
 }
 
@@ -228,11 +232,8 @@ bool KernelHasChanged()
 
 WriteScope::WriteScope()
 {
-    if (!lock_.held()) {
-        ready_ = Reason{ReasonCode::kBusy, "request lock", ""};
-    } else {
-        ready_ = FinishInterruptedSave();
-    }
+    ready_ = lock_.ready();
+    if (ready_) ready_ = FinishInterruptedSave();
 }
 
 Result<void> SaveTransaction(const settings::StoredSettings& wanted,

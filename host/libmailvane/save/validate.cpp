@@ -213,8 +213,9 @@ Result<void> ScannerAccepts(const generation::NextGeneration& next,
     ProgramOptions options;
     options.capture = true;
     const ProgramResult check = RunProgram(
-        system::AsUser("amavis", {programs::kAmavisd, "-c",
-                                  next.directory() + "/" + render::kScannerFile, "showkeys"}),
+        system::AsUser(
+            daemons::kScanner.user,
+            {programs::kAmavisd, "-c", next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
     if (check.Succeeded()) return {};
     return RefusedBy(programs::kAmavisd, check);

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "host/libhaldcore/programs.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/signatures.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/selfcheck/checks.h"
@@ -77,7 +78,8 @@ Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const ch
 {
     const std::string file = generation::GeneratedDirectory() + "/current/" + render::kScannerFile;
     const ProgramResult check = RunProgram(
-        system::AsUser("amavis", {programs::kAmavisd, "-c", file, "showkeys"}), CheckOptions());
+        system::AsUser(daemons::kScanner.user, {programs::kAmavisd, "-c", file, "showkeys"}),
+        CheckOptions());
     if (check.Succeeded()) return {};
     if (check.status < 0)
         return {CheckWord::kUnknown, "the scanner's file was not checked in time"};

@@ -50,6 +50,12 @@ bool CanBeParked(const settings::AccountCombination& combination)
     return plain && name.find("..") == std::string::npos;
 }
 
+Reason UnsafeDomain(const settings::AccountCombination& combination)
+{
+    return {ReasonCode::kRefused, "acc_domain_name",
+            "the account domain " + combination.domain + " cannot be part of a file name"};
+}
+
 /// Whether a journal with something in it lies beside a database.
 bool HasJournal(const std::string& database)
 {
@@ -83,10 +89,11 @@ Result<void> ClearLive(const AccountStore& store, const settings::AccountCombina
         return system::KeepAside(live, "is missing and left a journal");
     }
 
-    const std::optional<settings::AccountCombination> owner = RecordedCombination(live);
-    if (owner == stored) return {};
-    if (!owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
-    return Park(store, *owner);
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(live);
+    if (!owner) return owner.reason();
+    if (*owner == stored) return {};
+    if (!*owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
+    return Park(store, **owner);
 }
 
 /// Brings back the parked database of the `stored` combination, if there is a usable one.
@@ -94,8 +101,9 @@ Result<void> Unpark(const AccountStore& store, const settings::AccountCombinatio
 {
     const std::string parked = ParkedPath(stored, store.parkedSuffix);
     if (!system::NameExists(parked)) return {};
-    if (RecordedCombination(parked) == stored)
-        return system::MoveDurably(parked, PackagePath(store.live));
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(parked);
+    if (!owner) return owner.reason();
+    if (*owner == stored) return system::MoveDurably(parked, PackagePath(store.live));
     return system::KeepAside(parked, "is damaged or not what its name says");
 }
 
@@ -113,8 +121,7 @@ Result<void> HealStore(const AccountStore& store, const settings::AccountCombina
             done = CreateAccountDatabase(live, store.schema, stored);
         }
     }
-    if (done && !CarriesStamp(live, stored)) Stamp(live, store.schema, stored);
-    return done;
+    return done && !CarriesStamp(live, stored) ? Stamp(live, store.schema, stored) : done;
 }
 
 /// The settings file as it is; an empty one when there is none yet.
@@ -176,10 +183,7 @@ Result<void> HealAccountData(const settings::AccountCombination& stored, bool& e
         return Reason{ReasonCode::kBusy, "request lock",
                       "account data cannot be healed without the lock"};
     }
-    if (!CanBeParked(stored)) {
-        return Reason{ReasonCode::kRefused, "acc_domain_name",
-                      "the account domain " + stored.domain + " cannot be part of a file name"};
-    }
+    if (!CanBeParked(stored)) return UnsafeDomain(stored);
     return system::Attempt("healing account data", [&] { return HealAll(stored, exchanged); });
 }
 
@@ -194,8 +198,8 @@ Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
                            const std::string& address)
 {
     KeyValueFile parked = KeyValueFile::Parse("");
-    if (CanBeParked(combination) && MakeDirectories(ParkingFolder(), 0755) &&
-        parked.Set(kAlwaysBccKey, address) &&
+    if (!CanBeParked(combination)) return UnsafeDomain(combination);
+    if (MakeDirectories(ParkingFolder(), 0755) && parked.Set(kAlwaysBccKey, address) &&
         parked.Write(ParkedPath(combination, kAlwaysBccSuffix), 0600)) {
         return {};
     }
@@ -204,7 +208,7 @@ Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
 
 Result<void> ForgetParkedAlwaysBcc(const settings::AccountCombination& stored)
 {
-    if (!CanBeParked(stored)) return Reason{ReasonCode::kRefused, "acc_domain_name", ""};
+    if (!CanBeParked(stored)) return UnsafeDomain(stored);
     return system::RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix));
 }
 

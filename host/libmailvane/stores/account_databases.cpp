@@ -30,7 +30,7 @@ const AccountStore& StoreOf(AccountDatabase which)
     return which == AccountDatabase::kAlias ? kAlias : kMailvane;
 }
 
-std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
+Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
     return system::OpenForReading(PackagePath(store.live), store.schema);

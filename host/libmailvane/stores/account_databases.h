@@ -1,8 +1,6 @@
 // The two databases that the mail server keeps per account combination.
 #pragma once
 
-#include <optional>
-
 #include "host/libmailvane/system/database.h"
 
 namespace host::stores {
@@ -21,12 +19,11 @@ struct AccountStore {
 
 const AccountStore& StoreOf(AccountDatabase which);
 
-/// Opens an account database for reading; nothing when there is none, which is an empty one to the
-/// caller. Throws as `OpenForReading`.
-std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
+/// Opens an account database for reading; an empty one when there is none.
+Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
 /// Opens an account database for changes. It must be there: callers heal the account data first, so
-/// that a new one records its combination. Throws as `OpenForChange`.
+/// that a new one records its combination.
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
 
 }  // namespace host::stores

@@ -19,9 +19,9 @@ constexpr char kAccountTable[] = "CREATE TABLE account (type TEXT NOT NULL, doma
 bool CarriesStamp(const std::string& path, const settings::AccountCombination& combination);
 
 /// The combination recorded in the database at `path`, after rolling back what a killed writer left
-/// behind; nothing when the file is damaged or records none. Throws SQLite::Exception when it
-/// cannot be told (locked for too long, an error of the disk).
-std::optional<settings::AccountCombination> RecordedCombination(const std::string& path);
+/// behind; nothing when the file is damaged or records none. Fails when it cannot be told (locked
+/// for too long, an error of the disk).
+Result<std::optional<settings::AccountCombination>> RecordedCombination(const std::string& path);
 
 /// Makes an empty database that records `combination`, not yet stamped; it gets its name only when
 /// it is complete. Throws SQLite::Exception.
@@ -29,7 +29,7 @@ Result<void> CreateAccountDatabase(const std::string& path, const system::Schema
                                    const settings::AccountCombination& combination);
 
 /// Writes the stamp of a database that records `combination`. Throws SQLite::Exception.
-void Stamp(const std::string& path, const system::Schema& schema,
-           const settings::AccountCombination& combination);
+Result<void> Stamp(const std::string& path, const system::Schema& schema,
+                   const settings::AccountCombination& combination);
 
 }  // namespace host::stores

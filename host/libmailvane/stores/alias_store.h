@@ -11,11 +11,10 @@ constexpr char kAliasTables[] =
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases in order; none when there is no database. Throws as `ReadAccountDatabase`.
-AliasEntries ReadAliases();
+/// All aliases in order; none when there is no database.
+Result<AliasEntries> ReadAliases();
 
-/// Makes a change in one transaction; nothing has changed after a failure. Throws as
-/// `ChangeAccountDatabase`.
+/// Makes a change in one transaction; nothing has changed after a failure.
 Result<void> ChangeAliases(const AliasChange& change);
 
 }  // namespace host::stores

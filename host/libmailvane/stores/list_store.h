@@ -3,10 +3,10 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/filter.h"
 
@@ -40,7 +40,14 @@ constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
 /// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
 void BindPage(SQLite::Statement& query, const Filter& filter);
 
-/// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
-std::optional<SQLite::Database> OpenListStore();
+/// Runs a query on the store of the lists. `what` is the name of the lists.
+template <typename Query>
+auto ReadLists(const char* what, Query query)
+{
+    auto store = ReadAccountDatabase(AccountDatabase::kMailvane).Prefixed(std::string(what) + ": ");
+    const auto run = [&query, &store] { return query(*store); };
+    using Answer = decltype(system::Attempt(what, run));
+    return store ? system::Attempt(what, run) : Answer(std::move(store).reason());
+}
 
 }  // namespace host::stores

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/system/mail_account.h"
 
 namespace host::stores {
@@ -36,18 +36,18 @@ struct PersonalSettings {
 };
 
 /// A reply as it can be stored: a subject with a line feed becomes one line, control characters
-/// become blanks. Nothing for a text that is not UTF-8 or longer than 500 bytes (subject) or 16 KiB
+/// become blanks. Refused are texts that are not UTF-8 or longer than 500 bytes (subject) or 16 KiB
 /// (message).
-std::optional<Reply> StorableReply(const std::string& subject, const std::string& message);
+Result<Reply> StorableReply(const std::string& subject, const std::string& message);
 
 /// The reply to a sender, whatever the case of its letters; null for none.
 SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& sender);
 
-/// Reads the settings of an account; defaults when it has none. Nothing, logged, when they cannot
-/// be read.
-std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
+/// Reads the settings of an account; defaults when it has none.
+Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
 
-/// Stores the settings; false, logged, on failure.
-bool WritePersonalSettings(const system::MailAccount& account, const PersonalSettings& settings);
+/// Stores the settings.
+Result<void> WritePersonalSettings(const system::MailAccount& account,
+                                   const PersonalSettings& settings);
 
 }  // namespace host::stores

@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/result.h"
 
 namespace host::system {
@@ -27,21 +26,21 @@ struct Schema {
     int version;
 };
 
-/// Runs the scripts that an open store lacks, all or none. Throws SQLite::Exception, and
-/// std::runtime_error for a store of a later version.
-void BringUpToDate(SQLite::Database& database, const Schema& schema);
+/// Runs the scripts that an open store lacks, all or none. Fails for a store of a later version.
+/// Throws SQLite::Exception.
+Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema);
 
 /// Opens a store for changes, creating it (mode 0600) and bringing it to the newest version as
-/// needed. Throws SQLite::Exception, and std::runtime_error for a store of a later version.
-SQLite::Database OpenForChange(const std::string& path, const Schema& schema);
+/// needed. Fails for a store of a later version.
+Result<SQLite::Database> OpenForChange(const std::string& path, const Schema& schema);
 
-/// Opens a store for reading; nothing when there is none. An older version is brought up to date
-/// first. Throws as `OpenForChange`.
-std::optional<SQLite::Database> OpenForReading(const std::string& path, const Schema& schema);
+/// Opens a store for reading: an empty one in memory when there is none. An older version is
+/// brought up to date first. Fails as `OpenForChange`.
+Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& schema);
 
 /// Opens whatever database lies at `path` for reading; nothing when there is none. What a killed
-/// writer left unfinished is rolled back by the first query. Throws SQLite::Exception.
-std::optional<SQLite::Database> OpenAsItIs(const std::string& path);
+/// writer left unfinished is rolled back by the first query.
+Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path);
 
 namespace detail {
 
@@ -75,19 +74,6 @@ auto Attempt(const std::string& what, Operation operation) ->
         }
     } catch (const std::exception& failure) {
         return ReasonOf(failure, what);
-    }
-}
-
-/// Runs `operation`, which returns an int, and turns an exception into a log line and -1: none
-/// leaves the library.
-template <typename Operation>
-int WithoutExceptions(const char* what, Operation operation)
-{
-    try {
-        return operation();
-    } catch (const std::exception& failure) {
-        Log(LOG_ERR, "%s: %s", what, failure.what());
-        return -1;
     }
 }
 

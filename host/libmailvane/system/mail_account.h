@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::system {
 
 struct MailAccount {
@@ -14,9 +16,9 @@ struct MailAccount {
     std::string home;  ///< an absolute path
 };
 
-/// Finds the account behind a login name. Returns nothing but "" on success, else the message key
-/// that tells why there are no personal settings: "no_such_user", "no_user_home" or
-/// "accounts_unavailable".
-std::string FindMailAccount(const std::string& user, MailAccount& account);
+/// Finds the account behind a login name. Fails as missing when there is no such mail user, as
+/// unreadable without a home that is the user's, and as a daemon that is down when the source of
+/// the accounts does not answer.
+Result<MailAccount> FindMailAccount(const std::string& user);
 
 }  // namespace host::system

@@ -11,7 +11,6 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/random_text.h"
@@ -34,55 +33,59 @@ std::string NewName()
     return ".mailvane-" + RandomDigits();
 }
 
-bool WriteNew(int home, const std::string& name, const std::string& text)
+Result<void> WriteNew(int home, const std::string& name, const std::string& text)
 {
     const Descriptor file(
         openat(home, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    return file && WriteAll(file.get(), text) && fsync(file.get()) == 0;
+    if (file && WriteAll(file.get(), text) && fsync(file.get()) == 0) return {};
+    return SystemReason(kScript, "cannot be written");
 }
 
-/// Whether the delivery agent will take the script. What it says against it is logged.
-bool Compiles(const std::string& script, const std::string& binary)
+/// Fails with what the delivery agent says against the script.
+Result<void> Compile(const std::string& script, const std::string& binary)
 {
     ProgramOptions options;
     options.limit = kCompilerLimit;
     options.capture = true;
     const ProgramResult result =
         RunProgram({programs::kSievec, "-c", PackagePath(kDovecotFile), script, binary}, options);
-    if (result.Succeeded()) return true;
-
-    Log(LOG_ERR, "script refused with status %d: %s%s", result.status, result.errors.c_str(),
-        result.output.c_str());
-    errno = EINVAL;
-    return false;
+    if (result.Succeeded()) return {};
+    return Reason{ReasonCode::kDaemonRefuses, kScript,
+                  "refused with status " + std::to_string(result.status) + ": " + result.errors +
+                      result.output};
 }
 
-bool Replace(const MailAccount& account, int home, const std::string& text)
+Result<void> PutInPlace(int home, const std::string& script)
+{
+    if (renameat(home, script.c_str(), home, kScript) == 0 && fsync(home) == 0) return {};
+    return SystemReason(kScript, "cannot be put in place");
+}
+
+Result<void> Replace(const MailAccount& account, int home, const std::string& text)
 {
     const std::string name = NewName();
     const std::string script = name + ".sieve";
     const std::string binary = name + ".svbin";
     const std::string folder = Path(account.home) + '/';
-    const bool placed = WriteNew(home, script, text) &&
-                        Compiles(folder + script, folder + binary) &&
-                        renameat(home, script.c_str(), home, kScript) == 0 && fsync(home) == 0;
-    const int saved = errno;
+    Result<void> done = WriteNew(home, script, text);
+    if (done) done = Compile(folder + script, folder + binary);
+    if (done) done = PutInPlace(home, script);
     // The delivery agent makes a binary of its own: one under another name it would not believe.
     (void)unlinkat(home, binary.c_str(), 0);
-    if (!placed) (void)unlinkat(home, script.c_str(), 0);
-    errno = saved;
-    return placed;
+    if (!done) (void)unlinkat(home, script.c_str(), 0);
+    return done;
 }
 
-bool Remove(int home)
+Result<void> Remove(int home)
 {
     (void)unlinkat(home, kBinary, 0);
-    return unlinkat(home, kScript, 0) == 0 || errno == ENOENT;
+    if (unlinkat(home, kScript, 0) == 0 || errno == ENOENT) return {};
+    return SystemReason(kScript, "cannot be removed");
 }
 
 }  // namespace
 
-bool PutUserScript(const MailAccount& account, const std::string& text)
+Result<void> PutUserScript(const MailAccount& account, const std::string& text)
 {
     return RunAsUser(account, "script", kChildLimit, [&](int home) {
         return text.empty() ? Remove(home) : Replace(account, home, text);
