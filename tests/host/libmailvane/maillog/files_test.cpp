@@ -1,5 +1,5 @@
 // The mail log: which files are opened, damaged ones, readers beside the writer, the clearing.
-#include "tests/host/libmailvane_mail_log_machine.h"
+#include "tests/host/libmailvane/maillog/machine.h"
 
 namespace fs = std::filesystem;
 

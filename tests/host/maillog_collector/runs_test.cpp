@@ -4,7 +4,7 @@
 #include <csignal>
 #include <memory>
 
-#include "tests/host/libmailvane_mail_log_machine.h"
+#include "tests/host/libmailvane/maillog/machine.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/libkos/cross_site.h"
-#include "tests/host/libkos_request.h"
+#include "tests/host/libkos/request.h"
 
 namespace {
 

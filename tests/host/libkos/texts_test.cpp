@@ -2,8 +2,8 @@
 
 #include "host/libkos/languages.h"
 #include "platform/texts/localized_string_parser.h"
-#include "tests/host/libkos_request.h"
-#include "tests/host/multipart_record.h"
+#include "tests/host/libkos/multipart_record.h"
+#include "tests/host/libkos/request.h"
 
 namespace {
 

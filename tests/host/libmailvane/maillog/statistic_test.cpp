@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "tests/host/libmailvane_mail_log_machine.h"
+#include "tests/host/libmailvane/maillog/machine.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/host/libmailvane_mail_log_machine.h"
+#include "tests/host/libmailvane/maillog/machine.h"
 
 namespace {
 

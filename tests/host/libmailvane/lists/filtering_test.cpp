@@ -6,7 +6,7 @@
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
-#include "tests/host/libmailvane_lists_machine.h"
+#include "tests/host/libmailvane/lists/machine.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/sender_quota.h"
-#include "tests/host/libmailvane_lists_machine.h"
+#include "tests/host/libmailvane/lists/machine.h"
 #include "tools/rate_policy/counters.h"
 
 namespace {

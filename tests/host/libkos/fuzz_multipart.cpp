@@ -1,6 +1,6 @@
 // Fuzz target: form uploads. The parts must not depend on how the bytes arrive.
 #include "tests/host/fuzz_driver.h"
-#include "tests/host/multipart_record.h"
+#include "tests/host/libkos/multipart_record.h"
 
 std::vector<std::string> FuzzSeeds()
 {

@@ -1,5 +1,5 @@
 // Runs one request as a web server would.
-#include "tests/host/libkos_request.h"
+#include "tests/host/libkos/request.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -12,7 +12,7 @@
 
 #include "host/libhaldcore/run_program.h"
 #include "platform/web/web_man.h"
-#include "tests/host/libkos_request.h"
+#include "tests/host/libkos/request.h"
 
 namespace fs = std::filesystem;
 using std::string_literals::operator""s;
