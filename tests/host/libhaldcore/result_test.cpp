@@ -2,7 +2,6 @@
 #include "host/libhaldcore/result.h"
 
 #include <cerrno>
-#include <memory>
 
 #include "tests/host/machine.h"
 
@@ -13,28 +12,6 @@ using host::ReasonCode;
 using host::Result;
 
 using Results = Machine;
-
-TEST_F(Results, HandOnValuesThatCannotBeCopied)
-{
-    Result<std::unique_ptr<int>> result(std::make_unique<int>(7));
-    ASSERT_TRUE(result);
-    const std::unique_ptr<int> taken = *std::move(result);
-    EXPECT_EQ(*taken, 7);
-}
-
-TEST_F(Results, BringAReasonUpUnbrokenThroughOtherTypes)
-{
-    const auto below = []() -> Result<std::string> {
-        return Reason{ReasonCode::kTaken, "port 25", "port 25 is in use"};
-    };
-    const auto above = [&below]() -> Result<void> { return below().reason(); };
-    const Result<void> result = above();
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.reason().code, ReasonCode::kTaken);
-    EXPECT_EQ(result.reason().about, "port 25");
-    EXPECT_EQ(result.reason().text, "port 25 is in use");
-    EXPECT_TRUE(Logged().empty()) << "a reason is logged at the border only";
-}
 
 TEST_F(Results, AreLoggedOnceAtTheBorderCausesFirst)
 {
