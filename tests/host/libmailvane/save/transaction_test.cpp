@@ -227,6 +227,16 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
 }
 
+TEST_F(SaveTransaction, PortsThatChangeAreOpenedAndOthersLeaveThePacketFilterAlone)
+{
+    const fs::path rules = kPackage / "etc/firewall.nft";
+    EXPECT_EQ(Save("smtp_port", Value<int>(2525)), 0);
+    EXPECT_NE(ReadText(rules).find(" 2525 } accept"), std::string::npos) << ReadText(rules);
+    fs::remove(rules);
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_FALSE(fs::exists(rules));
+}
+
 TEST_F(SaveTransaction, ADaemonThatDoesNotComeUpAfterAKillDoesNotBlockTheSaveThatMendsIt)
 {
     EXPECT_EQ(Save("smtp_port", Value<int>(1025), {kKills}), kKilled);

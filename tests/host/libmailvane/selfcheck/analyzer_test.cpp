@@ -2,6 +2,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -60,6 +61,12 @@ const Run kHangsAndTakesNoSignal = [](const auto& settings, auto subject) {
     signal(SIGTERM, SIG_IGN);
     return kHangs(settings, subject);
 };
+int begun[2];  ///< a pipe that tells when the next one has begun
+const Run kBeginsAndHangs = [](const auto& settings, auto subject) {
+    (void)alarm(30);
+    (void)!write(begun[1], "x", 1);
+    return kHangs(settings, subject);
+};
 const Run kCrashes = [](const auto&, auto) -> Finding { std::abort(); };
 const Run kThrows = [](const auto&, auto) -> Finding {
     throw std::runtime_error("a check throws");
@@ -115,6 +122,26 @@ TEST(SelfCheckRunner, EndsWhatHangsAtItsLimitAndLeavesNoProcess)
     EXPECT_EQ("took too long", findings[20].detail);
     EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
     EXPECT_EQ(ECHILD, errno);
+}
+
+TEST(SelfCheckRunner, LeavesNoCheckBehindWhenItIsKilledItself)
+{
+    (void)prctl(PR_SET_CHILD_SUBREAPER, 1);  // what it leaves is found here
+    ASSERT_EQ(0, pipe(begun));
+    const pid_t request = fork();
+    if (request == 0) {
+        (void)FindingsOf({Row(kBeginsAndHangs)});
+        _exit(0);
+    }
+    char byte = 0;
+    EXPECT_EQ(1, read(begun[0], &byte, 1));
+    (void)kill(request, SIGKILL);
+    int status = 0;
+    EXPECT_EQ(request, waitpid(request, &status, 0));
+    EXPECT_GT(waitpid(-1, &status, 0), 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+    (void)close(begun[0]);
+    (void)close(begun[1]);
 }
 
 /// A server on a port of its own that greets one client, with nothing for silence, and answers each

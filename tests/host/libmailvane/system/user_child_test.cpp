@@ -1,6 +1,7 @@
 // Work under a user's number: what it holds, and what becomes of work that does not end.
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -131,6 +132,24 @@ TEST_F(UserChild, IsKilledAfterItsLimit)
                   "mailvane: script of alice: its process took too long and was killed");
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "it is still there";
     }
+}
+
+TEST_F(UserChild, EndsWithItsParent)
+{
+    (void)prctl(PR_SET_CHILD_SUBREAPER, 1);  // what the parent leaves is found here
+    const pid_t parent = InChild([] {
+        const auto begin = [](int home) {
+            (void)alarm(30);
+            (void)mkdirat(home, "begun", 0700);
+            return WaitForEver();
+        };
+        return RunLong(begin) ? 0 : 1;
+    });
+    const std::string begun = host::Path("/home/alice/begun");
+    for (int i = 0; i < 3000 && !std::filesystem::exists(begun); ++i) (void)usleep(10000);
+    (void)kill(parent, SIGKILL);
+    EXPECT_EQ(-SIGKILL, StatusOf(parent));
+    EXPECT_EQ(-SIGKILL, StatusOf(-1)) << "its child";
 }
 
 TEST_F(UserChild, SaysWhyItFailed)
