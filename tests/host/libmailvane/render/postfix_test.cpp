@@ -1,4 +1,4 @@
-// Texts of the daemons' files, made of settings.
+// Texts of Postfix's files, made of settings.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -6,7 +6,6 @@
 
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/postfix.h"
-#include "host/libmailvane/render/scanner.h"
 
 namespace {
 
@@ -111,13 +110,6 @@ TEST(RenderPostfix, ADomainIsNamedOnceAndDotsOfTheLoginRuleAreDots)
         const bool owned = std::regex_match(address, match, pattern);
         EXPECT_EQ(owned ? match[1].str() : "nobody", login) << address;
     }
-}
-
-TEST(RenderScanner, QuotesTheSubjectTag)
-{
-    const std::string text =
-        host::render::RenderScanner(With({{"spam_subject_tag", "\\'; die; '"}}));
-    EXPECT_NE(text.find("\n$sa_spam_subject_tag = '\\\\\\'; die; \\' ';\n"), std::string::npos);
 }
 
 }  // namespace
