@@ -40,12 +40,12 @@ TEST_F(EveryAction, EndsWithASystemErrorWhereSettingsCannotBeLoadedOrSaved)
         {true, MailvaneHandler::ReadActions()}, {false, MailvaneHandler::WriteActions()}};
     for (const auto& [isRead, actions] : tables) {
         for (const std::string& action : actions) {
-            for (const std::string service : {"Postfix", "ImapPop3", "MailScanner"}) {
-                for (const std::string step : {"::LoadSettings", "::SaveSettings"}) {
-                    const std::string call = service + step;
+            for (const char* service : {"Postfix", "ImapPop3", "MailScanner"}) {
+                for (const char* step : {"::LoadSettings", "::SaveSettings"}) {
+                    const std::string call = std::string(service).append(step);
                     if (kOthers.count(action) > 0 || !Makes(call, action, isRead)) continue;
 
-                    SCOPED_TRACE(action + " when " + call + " fails");
+                    SCOPED_TRACE(std::string(action).append(" when ").append(call));
                     ++found;
                     world.Fail(call);
                     EXPECT_EQ(Request(action, isRead).output, SystemError());
