@@ -7,8 +7,8 @@
 
 namespace host::render {
 
-/// The maps and tables that the access lists fill; a missing store is an empty one. Throws when it
-/// cannot be read.
+/// The maps and tables made from the access lists; empty ones when there is no store. Throws when
+/// the store cannot be read.
 std::vector<generation::ListFile> AccessFiles();
 
 }  // namespace host::render

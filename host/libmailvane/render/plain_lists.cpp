@@ -1,4 +1,4 @@
-// What blind copies and sender quotas fill: their entries as they stand.
+// The files made from blind carbon copies and sender quotas.
 #include "host/libmailvane/render/plain_lists.h"
 
 #include "host/libmailvane/names/login_key.h"
@@ -11,7 +11,7 @@ std::vector<generation::ListFile> BccFiles()
 {
     std::optional<SQLite::Database> store = stores::OpenListStore();
     if (!store) return {{"sender_bcc", ""}, {"recipient_bcc", ""}};
-    // Postfix finds a bare name for every mail domain of this server.
+    // For a name without a domain Postfix finds the entry for all mail domains of this server.
     return {{"sender_bcc", stores::BccText(*store, BCC_SENDER)},
             {"recipient_bcc", stores::BccText(*store, BCC_RECIPIENT)}};
 }
