@@ -28,8 +28,7 @@ std::string FileOf(const system::MailAccount& account)
     return PackagePath(std::string(kFolder) + '/' + account.name + ".json");
 }
 
-/// The text with blanks for control characters but those in `kept`, and without carriage returns
-/// of line ends.
+/// The text with control characters replaced by blanks, except those in `kept`; CR LF becomes LF.
 std::string WithoutControls(std::string text, const char* kept)
 {
     const std::string keep = kept;
@@ -78,7 +77,7 @@ Json::Value ToJson(const PersonalSettings& settings, const system::MailAccount& 
 PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& account)
 {
     PersonalSettings settings;
-    // The name has gone to another account since: the settings of the old one are not its own.
+    // Settings of another user id are ignored: the name was reused for a new account.
     if (json["uid"].asUInt64() != account.uid) return settings;
 
     settings.forward = json["forward"].asBool();
@@ -94,7 +93,7 @@ PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& 
     return settings;
 }
 
-/// Throws std::exception for a text that is no object of the right members.
+/// Parses the stored JSON. Throws std::exception when it is not an object with the right members.
 PersonalSettings Parse(const std::string& text, const system::MailAccount& account)
 {
     Json::Value json;
