@@ -1,6 +1,6 @@
-// RSA key files for DKIM. Each pair has a directory of its own, named by its date, beside the two
-// names that are asked for; these lead through one link, `pair`, so that both halves change at
-// once. Replaced pairs stay.
+// RSA key pairs for DKIM. Each pair is in a directory named by its date. The paths of the two keys
+// are symbolic links through one link, `pair`, so that both change at once. Replaced pairs are
+// kept.
 #include "host/libmailvane/pages/key_pairs.h"
 
 #include "platform/mailvane/rsa_key.h"
@@ -29,13 +29,13 @@ namespace {
 const char kPair[] = "pair";
 constexpr int kMostPairsASecond = 100;
 
-/// Both halves, in PEM form.
+/// Private and public key in PEM format.
 struct KeyTexts {
     std::string privateKey;
     std::string publicKey;
 };
 
-/// The two names of a pair and the folder they lie in.
+/// The folder of a pair's links, and their names.
 struct KeyNames {
     std::string folder;  ///< ends with a slash
     std::string privateName;
@@ -52,13 +52,13 @@ std::string NameOf(const std::string& path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Where a new private key waits for its public half.
+/// Path of a new private key until its public key is stored.
 std::string WaitingKey(const std::string& privatePath)
 {
     return privatePath + ".new";
 }
 
-/// What OpenSSL's own tool prints; empty, logged, when it failed.
+/// The output of the openssl program; empty (logged) when it fails.
 std::string OpensslOutput(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> command{host::programs::kOpenssl};
@@ -72,7 +72,7 @@ std::string OpensslOutput(const std::vector<std::string>& arguments)
     return "";
 }
 
-/// Makes the directory of a new pair, named by `when`; empty, with errno set, on failure.
+/// Makes the directory of a new pair, named by the time `when`; empty, with errno set, on failure.
 std::string MakePairDirectory(const std::string& folder, time_t when)
 {
     struct tm parts {};
@@ -88,14 +88,13 @@ std::string MakePairDirectory(const std::string& folder, time_t when)
     return "";
 }
 
-/// Writes a half of a pair, unless there is none.
+/// Writes one key of a pair; an empty text is skipped.
 bool WriteHalf(const std::string& path, const std::string& text, mode_t mode)
 {
     return text.empty() || host::ReplaceFile(path, text, mode);
 }
 
-/// Writes both halves into a directory of their own and returns its name; empty, with errno set, on
-/// failure.
+/// Writes both keys into a new directory and returns its name; empty, with errno set, on failure.
 std::string StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
 {
     std::string pair = MakePairDirectory(names.folder, when);
@@ -113,21 +112,21 @@ std::string StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
     return "";
 }
 
-/// Whether a file was put there by hand, and not by this library as a link.
+/// Whether a path is a regular file, put there by hand, and not one of this library's links.
 bool IsPlainFile(const std::string& path)
 {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-/// Reads a half of a pair; one that is not there is empty.
+/// Reads one key of a pair; a missing file is empty text.
 bool ReadHalf(const std::string& path, std::string& text)
 {
     return host::ReadFile(path, text) || errno == ENOENT;
 }
 
-/// Gives plain files a directory like that of other pairs. Nothing that is read by the two names
-/// changes by it.
+/// Moves key files that are no links into a directory like that of other pairs, and links to them.
+/// What is read at the two paths stays the same.
 bool AdoptPlainFiles(const KeyNames& names)
 {
     const std::string privatePath = names.folder + names.privateName;
@@ -145,14 +144,14 @@ bool AdoptPlainFiles(const KeyNames& names)
     return !pair.empty() && host::generation::ReplaceByLink(names.folder + kPair, pair);
 }
 
-/// Makes one of the two names lead through the link.
+/// Makes the path of one key a link through `pair`.
 bool LeadThroughLink(const KeyNames& names, const std::string& name)
 {
     const std::string target = std::string(kPair) + "/" + name;
     return host::generation::ReplaceByLink(names.folder + name, target);
 }
 
-/// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
+/// Makes a stored pair the current one. The previous pair stays complete until the last rename.
 bool TurnTo(const KeyNames& names, const std::string& pair)
 {
     return AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
@@ -160,14 +159,14 @@ bool TurnTo(const KeyNames& names, const std::string& pair)
            host::generation::ReplaceByLink(names.folder + kPair, pair);
 }
 
-/// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
+/// Stores both keys and makes them the current pair; likewise.
 bool PutPair(const KeyNames& names, const KeyTexts& keys)
 {
     const std::string pair = StorePair(names, keys, time(nullptr));
     return !pair.empty() && TurnTo(names, pair);
 }
 
-/// Whether a name is that of a stored pair with both halves.
+/// Whether this is the directory of a stored pair with both keys.
 bool IsStoredPair(const KeyNames& names, const std::string& pair)
 {
     const std::string inside = names.folder + pair + "/";
@@ -177,7 +176,7 @@ bool IsStoredPair(const KeyNames& names, const std::string& pair)
            IsPlainFile(inside + names.publicName);
 }
 
-/// Makes a pair of a private key and puts it in place.
+/// Makes the pair of a private key the current one.
 bool MakePair(const KeyNames& names, const std::string& privateKey)
 {
     KeyTexts keys;

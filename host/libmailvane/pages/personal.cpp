@@ -1,4 +1,4 @@
-// Personal settings of one user: stored by the package, carried out by a script in the user's home.
+// Personal settings of one user: stored by the package, executed by a script in the user's home.
 #include "platform/mailvane/personal.h"
 
 #include <strings.h>
@@ -21,13 +21,14 @@ using host::system::MailAccount;
 
 struct Personal::State {
     MailAccount account;
-    std::string errKey;  ///< empty when the settings can be used
+    std::string errKey;  ///< why there are no settings; empty when there are
     PersonalSettings settings;
 };
 
 namespace {
 
-/// Whether an address, with or without an extension, is one of the user's own.
+/// Whether an address, with or without an extension, is the user's own: anna+news@a.example is
+/// anna's.
 bool IsOwnAddress(const std::string& address, const std::string& user)
 {
     const auto settings = host::settings::StoredSettings::Read();
@@ -44,7 +45,7 @@ bool IsOwnAddress(const std::string& address, const std::string& user)
             std::any_of(settings->domains.begin(), settings->domains.end(), isDomain));
 }
 
-/// Whether the forwarding can be carried out; what is off may lack an address.
+/// Whether the forwarding is valid; when off it needs no address.
 bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user)
 {
     const std::string& address = settings.forwardAddress;
@@ -62,8 +63,8 @@ bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user
     return true;
 }
 
-/// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
-/// written even when it says the same as before.
+/// Puts the script of the settings in place and stores them, both or neither. With `anew` the
+/// script is written even when it has not changed.
 int ActivateScript(const MailAccount& account, const PersonalSettings& before,
                    const PersonalSettings& after, bool anew)
 {
@@ -77,8 +78,8 @@ int ActivateScript(const MailAccount& account, const PersonalSettings& before,
     return -1;
 }
 
-/// Stores a change: `change` gets the settings as they are stored now and returns whether it could
-/// be made. `settings` are replaced by what is stored then.
+/// Stores a change. `change` gets the settings stored now and returns false to refuse; `settings`
+/// then become what was stored.
 template <typename Change>
 int Store(const MailAccount& account, const std::string& errKey, PersonalSettings& settings,
           bool anew, const Change& change)
@@ -99,7 +100,7 @@ int Store(const MailAccount& account, const std::string& errKey, PersonalSetting
     });
 }
 
-/// Adds or overwrites the reply to one sender.
+/// Adds or replaces the reply to one sender.
 bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const Reply& reply)
 {
     if (!host::names::IsFullAddress(sender)) return false;
@@ -230,7 +231,7 @@ int Personal::WriteReplyContent(const char* sender, const std::string& subject,
         });
     if (result < 0) return result;
 
-    // What the setters were given stays.
+    // Takes only the replies from the store: other settings may be set and not saved yet.
     state_->settings.generalReply = stored.generalReply;
     state_->settings.senderReplies = stored.senderReplies;
     return result;
