@@ -1,5 +1,5 @@
-// The package's filter script in a user's home: ~/.mailvane.sieve. Everything in the home happens
-// in a child with the rights of the user.
+// The package's Sieve script in a user's home: ~/.mailvane.sieve. All work in the home directory is
+// done in a child with the user's rights.
 #include "host/libmailvane/system/user_script.h"
 
 #include <fcntl.h>
@@ -26,9 +26,9 @@ const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
 constexpr std::chrono::seconds kCompilerLimit{20};
-constexpr std::chrono::seconds kChildLimit{25};  // others wait for the request lock for 30
+constexpr std::chrono::seconds kChildLimit{25};  // other requests wait 30 seconds for the lock
 
-/// A name in the home that nobody can have put a link at.
+/// A random name in the home directory, at which the user cannot have put a link beforehand.
 std::string NewName()
 {
     return ".mailvane-" + RandomDigits();
@@ -41,7 +41,7 @@ bool WriteNew(int home, const std::string& name, const std::string& text)
     return file && WriteAll(file.get(), text) && fsync(file.get()) == 0;
 }
 
-/// Whether the delivery agent will take the script. What it says against it is logged.
+/// Whether the script compiles. Errors are logged.
 bool Compiles(const std::string& script, const std::string& binary)
 {
     ProgramOptions options;
@@ -67,7 +67,7 @@ bool Replace(const MailAccount& account, int home, const std::string& text)
                         Compiles(folder + script, folder + binary) &&
                         renameat(home, script.c_str(), home, kScript) == 0 && fsync(home) == 0;
     const int saved = errno;
-    // The delivery agent makes a binary of its own: one under another name it would not believe.
+    // The binary is removed: Dovecot accepts only the one that it makes itself beside the script.
     (void)unlinkat(home, binary.c_str(), 0);
     if (!placed) (void)unlinkat(home, script.c_str(), 0);
     errno = saved;
