@@ -1,4 +1,4 @@
-// Sends a message through an SMTP account.
+// Sending a message by an SMTP account.
 #pragma once
 
 #include <string>
@@ -9,18 +9,18 @@
 namespace report {
 
 struct Envelope {
-    std::string greeting;  ///< host name for the greeting
+    std::string greeting;  ///< host name for EHLO
     std::string from;
     std::vector<std::string> to;
 };
 
-/// What the account lacks to send to these recipients; "" for nothing.
+/// Which setting of the account is missing for sending to these recipients; "" for none.
 std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients);
 
-/// Hands a message (with "\r\n" line ends) to the account's server. Returns "" when it was taken
-/// for every recipient, else why not; the password is in no such text. A secure connection means
-/// TLS from the start on port 465 and STARTTLS elsewhere, with a certificate that is valid for the
-/// server's name: signed by an authority that the machine trusts, or this mail server's own.
+/// Sends a message (with "\r\n" line ends). Returns "" when it was accepted for every recipient,
+/// else the reason, never with the password. A secure connection means TLS on port 465 and STARTTLS
+/// on others, with a certificate valid for the server's name: from a trusted authority, or that of
+/// this mail server.
 std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
                  const std::string& message);
 
