@@ -13,6 +13,7 @@ enum AccountStatus {
 /// The status of a user; a null name is unknown. Failures are logged.
 AccountStatus UserStatus(const char* name);
 
-/// The worst status among the members of a group, as kStatusMemberUnusable. An empty group is
-/// usable.
+/// The status of a group: kStatusUsable when all members are usable (also when there are none),
+/// else kStatusMemberUnusable; kStatusUnknown when the members cannot be listed. Failures are
+/// logged.
 AccountStatus GroupStatus(const char* name);
