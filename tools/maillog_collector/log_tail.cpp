@@ -1,4 +1,4 @@
-// Reads the mail server's log as it grows, through its rotations.
+// Reads Postfix's log as it grows, across rotations.
 #include "tools/maillog_collector/log_tail.h"
 
 #include <dirent.h>
@@ -18,7 +18,7 @@
 namespace collector {
 namespace {
 
-constexpr std::size_t kChunk = 262144;  // longer lines do not occur
+constexpr std::size_t kChunk = 262144;  // a longer line is skipped
 
 struct LogFile {
     std::string path;
@@ -26,7 +26,7 @@ struct LogFile {
     std::pair<std::int64_t, std::int64_t> changed;  ///< seconds, nanoseconds
 };
 
-/// Checksum of the file's bytes before `offset`, at most `kHeadSize`.
+/// Hash of at most `kHeadSize` bytes before `offset`.
 std::int64_t Checksum(int file, std::int64_t offset)
 {
     char head[kHeadSize];
@@ -49,7 +49,7 @@ bool IsPacked(const std::string& name)
                        [&name](const char* end) { return EndsWith(name, end); });
 }
 
-/// The log's older parts beside it, the oldest first.
+/// The rotated files of the log beside it, oldest first.
 std::vector<LogFile> OlderParts(const std::string& path)
 {
     const std::size_t slash = path.rfind('/');
@@ -70,7 +70,7 @@ std::vector<LogFile> OlderParts(const std::string& path)
                          {status.st_mtim.tv_sec, status.st_mtim.tv_nsec}});
     }
     std::sort(parts.begin(), parts.end(), [](const LogFile& one, const LogFile& other) {
-        // Of two that changed in the same moment, the higher number is the older.
+        // With equal times, the one with the higher number is older.
         return one.changed != other.changed ? one.changed < other.changed : one.path > other.path;
     });
     return parts;
@@ -88,7 +88,7 @@ LogTail::LogTail(const std::string& path, const LogPosition& position) : path_(p
     }
 }
 
-/// Without such a file there is nothing to read yet.
+/// Opens a file; when there is none, there is nothing to read yet.
 void LogTail::Open(const std::string& path, std::int64_t offset)
 {
     file_ = host::Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
@@ -105,7 +105,7 @@ void LogTail::Open(const std::string& path, std::int64_t offset)
     if (file_) SkipTornLine();
 }
 
-/// Whoever goes on in the middle of a line has nothing of it.
+/// Skips the rest of a line when the position is within it.
 void LogTail::SkipTornLine()
 {
     char before = '\n';
@@ -129,8 +129,8 @@ bool LogTail::Find(const LogPosition& position)
     return false;
 }
 
-/// Goes on with the log's next part once that has something in it: until then, lines may still be
-/// added to this one. False when there is none yet.
+/// Changes to the log's next file once that has data: until then lines may still be added to this
+/// one. False when there is no next file yet.
 bool LogTail::FindNext()
 {
     struct stat current {};
@@ -152,14 +152,14 @@ bool LogTail::FindNext()
     return static_cast<bool>(file_);
 }
 
-/// Whether the log was cut off, or written anew, below what was read of it.
+/// Whether the file was truncated or rewritten before the position read so far.
 bool LogTail::HasChangedBelow() const
 {
     const std::int64_t end = start_ + static_cast<std::int64_t>(buffer_.size());
     return SizeOf(file_.get()) < end || (head_ != 0 && Checksum(file_.get(), kHeadSize) != head_);
 }
 
-/// Reads on; false at the end of the file.
+/// Reads more bytes; false at the end of the file.
 bool LogTail::Fill()
 {
     const std::size_t had = buffer_.size();
@@ -171,7 +171,7 @@ bool LogTail::Fill()
     return count > 0;
 }
 
-/// What the buffer holds up to the last line feed, without the rest of a line that is too long.
+/// The complete lines in the buffer, without the rest of a line that is skipped.
 std::string_view LogTail::WholeLines()
 {
     if (skipping_) {

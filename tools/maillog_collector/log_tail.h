@@ -1,4 +1,4 @@
-// Reads the mail server's log as it grows, through its rotations.
+// Reads Postfix's log as it grows, across rotations.
 #pragma once
 
 #include <cstdint>
@@ -11,20 +11,20 @@
 
 namespace collector {
 
-/// Follows one log. A log that was moved away (to a name that begins with its own, beside it) is
-/// read to its end before its successor; one that was cut off is read from its new start.
+/// The tail of one log. A rotated log (maillog.1 beside maillog) is read to its end before its
+/// successor; a truncated one is read from its new beginning.
 class LogTail {
 public:
-    /// Goes on at `position` of the log at `path`. When no file has that place any more, or for a
-    /// place in no file, it begins with the log of that name.
+    /// Continues at `position` of the log at `path`. When no file matches the position, or it has
+    /// no inode, begins with the file at `path`.
     LogTail(const std::string& path, const LogPosition& position);
 
-    /// The next lines, each with its line feed, valid until the next call; empty when there are no
-    /// more by now. Lines that are longer than any of Postfix are left out. Throws
-    /// std::runtime_error when the log cannot be read.
+    /// The next complete lines, with line feeds, valid until the next call; empty when there are no
+    /// more now. Lines over 256 KiB are skipped. Throws std::runtime_error when the log cannot be
+    /// read.
     std::string_view Read();
 
-    /// The place of the line that begins `consumed` bytes into what `Read` returned last.
+    /// The position `consumed` bytes after the beginning of the text that `Read` returned last.
     LogPosition PositionAt(std::size_t consumed) const;
 
 private:
@@ -39,11 +39,11 @@ private:
     std::string path_;
     host::Descriptor file_;
     std::int64_t inode_ = 0;
-    std::int64_t start_ = 0;    ///< offset of the buffer's first byte
-    std::string buffer_;        ///< read, from the start of a line
-    std::size_t returned_ = 0;  ///< bytes of it that `Read` returned last
+    std::int64_t start_ = 0;    ///< offset of the buffer in the file
+    std::string buffer_;        ///< bytes read; begins at a line
+    std::size_t returned_ = 0;  ///< bytes of the buffer that `Read` returned last
     std::int64_t head_ = 0;
-    bool skipping_ = false;  ///< within a line that is too long
+    bool skipping_ = false;  ///< within a line that is too long or torn
 };
 
 }  // namespace collector

@@ -1,4 +1,4 @@
-// The mail-log database as the collector writes it.
+// The mail log's database, written by the collector.
 #include "tools/maillog_collector/mail_store.h"
 
 #include <stdexcept>
@@ -8,8 +8,8 @@
 namespace collector {
 namespace {
 
-constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; a client may break off unseen
-constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // Postfix gives up long before
+constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; clients may disconnect unlogged
+constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // seconds; Postfix gives up long before
 constexpr int kMostUnderWay = 200000;
 
 enum StateBit : int { kQueued = 1, kRequeued = 2, kWaiting = 4, kHasEntries = 8 };
@@ -29,7 +29,7 @@ SQLite::Database Open(const std::string& path)
     return *std::move(database);
 }
 
-/// Binds values in their order, runs the statement and makes it ready for the next time.
+/// Binds values in order, runs the statement and resets it. Returns the number of rows changed.
 template <typename... Values>
 int Run(SQLite::Statement& statement, const Values&... values)
 {
@@ -40,7 +40,7 @@ int Run(SQLite::Statement& statement, const Values&... values)
     return changed;
 }
 
-/// Resets a query when its rows are read, or reading them failed.
+/// Resets a query at the end of the scope, also after an exception.
 class Query {
 public:
     explicit Query(SQLite::Statement& statement) : statement_(statement) {}
@@ -207,10 +207,11 @@ void MailStore::StorePosition(const LogPosition& position)
     (void)Run(setPosition_, position.inode, position.offset, position.head);
 }
 
-/// The texts go into the search index at once: entry by entry, it would be written out each time.
+/// Texts are added to the search index all at once; entry by entry, the index would be written each
+/// time.
 void MailStore::StoreMails(const std::vector<std::shared_ptr<Mail>>& mails)
 {
-    // First, since what is added next may get the number of what goes.
+    // Removed first, since a new entry may get the id of a removed one.
     for (const auto& mail : mails) {
         if (mail->nowKnown) (void)Run(removeUnknown_, mail->key);
         for (const std::string& key : mail->absorbed) Absorb(*mail, key);

@@ -1,8 +1,8 @@
-// The end of a month: its entries become a file of their own.
+// Closing a month: its entries are moved to a database of their own.
 //
-// In one transaction over both files, what goes on is moved from the current database to its
-// successor; the position in the log is part of that. So a current database without a position is a
-// closed month, and the successor beside it is whole. Until then, the successor is worth nothing.
+// One transaction over both files moves the log position and what else continues from the current
+// database to its successor. So a current database without a position is a closed month with a
+// complete successor beside it. With a position, the successor is an incomplete one and is removed.
 #include "tools/maillog_collector/month_closing.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -74,7 +74,7 @@ std::int64_t LatestDate(SQLite::Database& database)
     return database.execAndGet("SELECT coalesce(max(date), 0) FROM entry").getInt64();
 }
 
-/// Takes the database out of the write-ahead log, which needs it for itself.
+/// Switches the database back to a rollback journal; false while others have it open.
 bool LeaveWriteAheadLog(SQLite::Database& database)
 {
     return database.execAndGet("PRAGMA journal_mode = DELETE").getString() == "delete";
@@ -88,7 +88,7 @@ bool IsSameFile(const std::string& one, const std::string& other)
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Gives the closed month its name. Another file of that month is left alone.
+/// Gives the closed month its name. When another file has it, adds a number: 2026-10-2.db.
 void LinkMonth(const std::string& month)
 {
     const std::string live = host::maillog::MailLogLivePath();

@@ -1,5 +1,5 @@
-// Gathers what the report tells. Reads target/etc/maillog/*.db and the scanner's log, runs
-// postqueue, asks the file systems and runs the self-check.
+// Gathers the data of the report. Reads target/etc/maillog/*.db and the scanner's log, runs
+// postqueue and the self-check, and queries the file systems.
 #include "tools/report/report_data.h"
 
 #include <sys/statvfs.h>
@@ -30,7 +30,7 @@ void Add(Volume& sum, const Volume& more)
     sum.bytes += more.bytes;
 }
 
-/// The log of an older month than the current one lies beside it under that month's name.
+/// The databases of the period: the current one, and those of older months beside it.
 std::vector<std::string> LogFiles(const Period& period)
 {
     const auto begin = static_cast<std::time_t>(period.begin);
@@ -57,7 +57,7 @@ void AddStatuses(SQLite::Database& database, const Period& period, MailCounts& c
     }
 }
 
-/// `select` gives address, messages and bytes.
+/// Adds the rows of a query: address, messages, bytes.
 void AddRanks(SQLite::Database& database, const Period& period, const char* select, Tally& tally)
 {
     SQLite::Statement query(database, select);
@@ -112,7 +112,7 @@ bool Has(const std::string& line, const char* text)
     return line.find(text) != std::string::npos;
 }
 
-/// Takes one of the scanner's logs; false when there is none.
+/// Counts the lines of one of the scanner's logs; false when there is no such file.
 bool AddScans(const std::string& path, const Period& period, std::int64_t now, ScanCounts& counts)
 {
     std::ifstream log(path);

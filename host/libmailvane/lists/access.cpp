@@ -1,5 +1,5 @@
-// The access lists: who may send, receive, connect. They lie in etc/mailvane.db; the mail server
-// follows them once their maps are made.
+// The access lists: who may send, receive, connect. Stored in etc/mailvane.db; in force once their
+// maps are rebuilt.
 #include "platform/mailvane/access.h"
 
 #include <strings.h>
@@ -38,7 +38,7 @@ std::string ExportText(SQLite::Database& store, Type type)
     return text;
 }
 
-/// The entries of a file, each name once.
+/// Reads the entries of an import file, each name once. Refused for a name with two permissions.
 Result<std::list<AccessInfo>> ReadImport(Type type, const std::string& path)
 {
     std::list<AccessInfo> entries;

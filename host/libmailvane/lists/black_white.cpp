@@ -1,5 +1,5 @@
-// The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
-// server follow them once their files are made.
+// The black and the white list of the spam filter. Stored in etc/mailvane.db; in force once the
+// files of scanner and mail server are rebuilt.
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/render/black_white_files.h"
 #include "host/libmailvane/save/list_change.h"
@@ -26,7 +26,7 @@ std::string ExportText(SQLite::Database& store, BlackWhiteType type)
     return text;
 }
 
-/// Adds stored entries, all or none.
+/// Adds entries in stored spelling, all or none.
 Result<void> Insert(const std::list<BlackWhite>& entries, bool again)
 {
     return save::ChangeLists(kWhat, [&entries, again](SQLite::Database& store) {

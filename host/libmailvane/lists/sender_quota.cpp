@@ -1,4 +1,4 @@
-// How much each login may send: the table `sender_quota` of etc/mailvane.db.
+// The sender quotas: table `sender_quota` of etc/mailvane.db.
 #include "platform/mailvane/sender_quota.h"
 
 #include <SQLiteCpp/VariadicBind.h>

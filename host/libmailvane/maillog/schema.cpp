@@ -1,4 +1,4 @@
-// The mail-log database: its tables, and where it and its older months lie.
+// The mail log's database: its tables, and the paths of the current one and older months.
 #include "host/libmailvane/maillog/schema.h"
 
 #include <fcntl.h>
@@ -15,9 +15,9 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
 
-// Each order of the log page is an index of its own, so that a page is read, not sorted; equal
-// values are in the order of their dates. The view `share` adds an entry to the totals (sign 1) or
-// takes it off (-1).
+// Each sort order of the log page has an index, so that a page is read without sorting; equal
+// values are in the order of their dates. Inserting into the view `share` adds an entry to the
+// totals (sign 1) or subtracts it (-1).
 constexpr char kEntries[] = R"(
 CREATE TABLE entry (
     id INTEGER PRIMARY KEY,       -- order of arrival
@@ -98,7 +98,7 @@ BEGIN
 END;
 )";
 
-// What the collector knows between two runs: how far it has read, and the messages under way.
+// The collector's state between two runs: its position in the log, and unfinished messages.
 constexpr char kCollector[] = R"(
 CREATE TABLE position (
     only INTEGER PRIMARY KEY CHECK (only = 1),
@@ -155,7 +155,8 @@ Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
     database.exec("PRAGMA journal_mode = WAL");
-    // A power cut may take the last transactions, position included; the lines are read again.
+    // A power failure may lose the last transactions with their log position; the lines are then
+    // read again.
     database.exec("PRAGMA synchronous = NORMAL");
     Result<void> done = system::BringUpToDate(database, MailLogSchema());
     if (!done) return std::move(done).reason();
@@ -164,7 +165,7 @@ Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 
 namespace {
 
-/// Has the collector go on behind what the log holds now, and forget what it has not stored yet.
+/// Makes the collector continue at the present end of the log and forget unfinished messages.
 Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
@@ -175,7 +176,8 @@ Result<void> SkipLog(SQLite::Database& database)
     skip.bind(1, known ? 1 : 0);
     skip.bind(2, static_cast<std::int64_t>(status.st_ino));
     skip.bind(3, static_cast<std::int64_t>(status.st_size));
-    // Without a position it is a month that is just being closed: its successor is to be cleared.
+    // Without a position this database is being closed as a past month; the caller is to clear the
+    // new one.
     if (skip.exec() != 0) return {};
     return Reason{ReasonCode::kBusy, "mail log", "mail log: the month is being closed"};
 }
@@ -186,7 +188,8 @@ Result<void> ClearMailLog(SQLite::Database& database)
 {
     database.exec("PRAGMA secure_delete = ON");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    // Dropped and made again: row by row, with the triggers, a large log would take minutes.
+    // Tables are dropped and created again, since deleting a large log row by row would take
+    // minutes.
     database.exec(
         "DROP TABLE entry; DROP TABLE entry_text; DROP TABLE tally; DROP TABLE totals;"
         "DROP VIEW share; DELETE FROM message;");
@@ -195,7 +198,7 @@ Result<void> ClearMailLog(SQLite::Database& database)
     if (!skipped) return skipped;
     transaction.commit();
 
-    // The entries are gone by now; what follows gives their space back.
+    // Frees the space of the entries, which are deleted by now.
     database.tryExec("VACUUM");
     database.tryExec("PRAGMA wal_checkpoint (TRUNCATE)");
     return {};

@@ -1,4 +1,4 @@
-// Personal settings of one user: stored by the package, carried out by a script in the user's home.
+// Personal settings of one user: stored by the package, executed by a script in the user's home.
 #include "platform/mailvane/personal.h"
 
 #include <strings.h>
@@ -23,7 +23,7 @@ using host::system::MailAccount;
 
 struct Personal::State {
     MailAccount account;
-    std::string errKey;  ///< empty when the settings can be used
+    std::string errKey;  ///< why there are no settings; empty when there are
     PersonalSettings settings;
 };
 
@@ -57,7 +57,7 @@ bool IsOwnAddress(const host::settings::StoredSettings& settings, const std::str
             std::any_of(settings.domains.begin(), settings.domains.end(), isDomain));
 }
 
-/// Whether the forwarding can be carried out; what is off may lack an address.
+/// Whether the forwarding is valid; when off it needs no address.
 Result<void> CheckForwarding(const PersonalSettings& settings, const std::string& user)
 {
     const std::string& address = settings.forwardAddress;
@@ -75,8 +75,8 @@ Result<void> CheckForwarding(const PersonalSettings& settings, const std::string
                   "mail forwarded to its own address would loop"};
 }
 
-/// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
-/// written even when it says the same as before.
+/// Puts the script of the settings in place and stores them, both or neither. With `anew` the
+/// script is written even when it has not changed.
 Result<void> ActivateScript(const MailAccount& account, const PersonalSettings& before,
                             const PersonalSettings& after, bool anew)
 {
@@ -109,7 +109,7 @@ Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, con
     return changed;
 }
 
-/// Adds or overwrites the reply to one sender.
+/// Adds or replaces the reply to one sender.
 Result<void> PutSenderReply(PersonalSettings& settings, const std::string& sender,
                             const Reply& reply)
 {
@@ -260,7 +260,7 @@ int Personal::WriteReplyContent(const char* sender, const std::string& subject,
         });
     if (!host::Succeeded(stored)) return -1;
 
-    // What the setters were given stays.
+    // Takes only the replies from the store: other settings may be set and not saved yet.
     state_->settings.generalReply = stored->generalReply;
     state_->settings.senderReplies = stored->senderReplies;
     return 0;

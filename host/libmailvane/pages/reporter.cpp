@@ -1,5 +1,5 @@
-// Settings of the daily report: etc/report.conf, mode 0600, since it holds the password of the
-// account that sends.
+// Settings of the daily report: etc/report.conf, mode 0600, since it has the password of the
+// account that sends it.
 #include "host/libmailvane/pages/reporter.h"
 
 #include "platform/mailvane/reporter.h"
@@ -57,7 +57,7 @@ void Require(const Result<void>& result, const char* what)
     if (!host::Succeeded(result)) throw std::runtime_error(what);
 }
 
-/// Refuses a setting by an exception that names it, never its value.
+/// Throws an exception with the setting's name, but not its value, when it is invalid.
 void Require(bool sound, const char* setting)
 {
     if (sound) return;

@@ -8,7 +8,7 @@
 
 namespace host::render {
 
-/// The maps and tables that the access lists fill; a missing store is an empty one.
+/// The maps and tables made from the access lists; empty ones when there is no store.
 Result<std::vector<generation::ListFile>> AccessFiles();
 
 }  // namespace host::render

@@ -1,4 +1,4 @@
-// The maps that the aliases fill.
+// The maps made from the aliases.
 #pragma once
 
 #include <vector>
@@ -9,13 +9,13 @@
 
 namespace host::render {
 
-/// The maps of a table, as the settings and the groups of the machine are now.
+/// The maps made from a table, with the present settings and groups.
 Result<std::vector<generation::ListFile>> AliasFilesOf(const stores::AliasTable& table);
 
-/// The same of the stored aliases; a missing store is an empty one.
+/// The maps made from the stored aliases; empty ones when there is no store.
 Result<std::vector<generation::ListFile>> AliasFiles();
 
-/// The map of the logins that may send from an alias alone, which `AliasFiles` makes as well.
+/// Only the map of the logins that may send from an alias; `AliasFiles` includes it.
 Result<std::vector<generation::ListFile>> LoginFiles();
 
 }  // namespace host::render

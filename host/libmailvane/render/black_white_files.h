@@ -1,4 +1,4 @@
-// The files of the black and white list.
+// The files made from the black and white list.
 #pragma once
 
 #include <vector>
@@ -8,8 +8,8 @@
 
 namespace host::render {
 
-/// The files of the mail server and of the scanner that the black and white list fills; a missing
-/// store is an empty one.
+/// The files of mail server and scanner made from the black and white list; empty ones when there
+/// is no store.
 Result<std::vector<generation::ListFile>> BlackWhiteFiles();
 
 }  // namespace host::render

@@ -1,4 +1,4 @@
-// Putting what lists fill in force.
+// Rebuilding the files that lists fill, and activating them as a generation.
 #include "host/libmailvane/save/rebuild_lists.h"
 
 #include "host/libmailvane/daemons/service_control.h"
@@ -17,8 +17,8 @@ namespace host::save {
 
 namespace {
 
-/// Restarts daemons, whose services log what keeps them from it: the scanner, which reads its lists
-/// when it starts, and the mail server.
+/// Restarts the scanner, which reads its lists when it starts, and the mail server. Failures are
+/// logged by the services.
 Result<void> RestartReaders(bool scanner, bool mailServer)
 {
     const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
@@ -46,11 +46,12 @@ Result<void> ActivateLists(const std::vector<generation::ListFile>& files)
     if (done) done = next.Commit();
     if (!done) return done;
 
-    // Nothing reads them on a machine that is not ours.
+    // On a machine that is not handed over, its own mail servers read none of these files.
     const bool ours = daemons::ServicesAreOurs();
     const bool scanner = ours && next.Changed("amavis/");
     if (const auto pending = generation::ReadPendingSave()) {
-        // The save that is under way makes one generation of it all, and restarts Postfix itself.
+        // Within a save only the last of several generations is kept, and the save restarts Postfix
+        // itself.
         if (replaced != pending->before) generation::RemoveGeneration(replaced);
         return RestartReaders(scanner, false);
     }

@@ -33,7 +33,7 @@ bool IsServiceStep(const Callback& step)
     return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
 }
 
-/// Runs a step, which is a border of its own: what keeps it from its work is in the log by then.
+/// Runs a step and logs its result. The step itself logs the reason of a failure.
 Result<void> RunStep(const Callback& step)
 {
     const std::string title = "step " + step.name + " " + step.arg;
@@ -45,7 +45,7 @@ Result<void> RunStep(const Callback& step)
                   title + ": failed"};
 }
 
-/// Runs steps in order up to the first that fails; `begun` gets those that were begun.
+/// Runs steps in order until one fails; `begun` gets the steps run, the failed one included.
 Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
 {
     for (const Callback& step : steps) {
@@ -56,19 +56,20 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
     return {};
 }
 
-/// Puts the generation before the save in force again, with the stored data that belongs to it, and
-/// brings the services that the save had touched back to it. What fails here is only logged: the
-/// caller gets the reason why the save failed.
+/// Activates the generation from before the save, puts back the stored files that belong to it, and
+/// restarts the services that the save had touched. Failures are only logged: the caller returns
+/// the reason why the save failed.
 void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = generation::CurrentGeneration();
-    // Where this fails, the mark stays for the next writer.
+    // After a failure here the mark stays, and the next writer rolls back.
     if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
 
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
-    // Even a daemon that no step had reached may have read the files meanwhile.
+    // Postfix and Dovecot restart even when no step was run for them: they may have read the new
+    // files.
     for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)Succeeded(RunStep({step.name, step.func, "restart"}));
     }
@@ -78,7 +79,7 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
     generation::RemoveGeneration(abandoned);
 }
 
-/// Steps, and what follows when they are all done.
+/// Runs the steps, then ends the save, or rolls it back.
 Result<void> Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
                    const std::list<Callback>& plan)
 {
@@ -89,7 +90,7 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
         return done;
     }
 
-    // The save holds, whatever of these fails.
+    // From here on the save is in force, even when one of these fails.
     (void)Succeeded(stores::ForgetParkedAlwaysBcc(wanted.Account()));
     KeepExchange();
     (void)Succeeded(generation::ClearPendingSave());
@@ -97,7 +98,7 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
     return {};
 }
 
-/// The links by which the stored settings are found under their plain names.
+/// Makes the links under which administrators find the stored settings, as etc/mailvane.conf.
 Result<void> LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
@@ -109,8 +110,8 @@ Result<void> LinkStoredFiles()
     return {};
 }
 
-/// The first generation's files are read through the link, which must therefore be there before
-/// anything can be validated.
+/// Activates the first generation before it is validated: its files name each other by the link
+/// `current`, which does not exist until then.
 Result<void> ActivateFirst(generation::NextGeneration& next,
                            const settings::StoredSettings& settings)
 {
@@ -120,7 +121,7 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
     return done;
 }
 
-/// Whether the accounts that a killed save was to serve are others than before it.
+/// Whether the account combination in force differs from that before the killed save.
 bool AccountChangedSince(const std::string& before)
 {
     const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
@@ -132,7 +133,7 @@ bool AccountChangedSince(const std::string& before)
              now->Account());
 }
 
-/// What was stored before a save, as far as it can be read: a switch that cannot was on.
+/// The switches stored before a save. A switch that cannot be read counts as on.
 struct SwitchesBefore {
     std::optional<KeyValueFile> file;
 
@@ -142,7 +143,7 @@ struct SwitchesBefore {
     }
 };
 
-/// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
+/// Restarts the services that were switched on before a killed save or are now.
 Result<void> RestartCalledServices(const std::string& before,
                                    const settings::StoredSettings& settings)
 {
@@ -159,8 +160,8 @@ Result<void> RestartCalledServices(const std::string& before,
     return {};
 }
 
-/// Brings account data, maps and services in line with the generation in force. A service that does
-/// not come up is only logged: the save that is to mend it must not be refused for it.
+/// Heals the account databases and restarts the services, as the generation in force asks. A
+/// service that does not start is only logged: refusing here would block the save that repairs it.
 Result<void> BringInLine(const generation::PendingSave& save,
                          const settings::StoredSettings& settings)
 {
@@ -174,8 +175,8 @@ Result<void> BringInLine(const generation::PendingSave& save,
     return {};
 }
 
-/// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
-/// steps may have begun.
+/// Completes an interrupted save whose generation is in force, and undoes any other; some of its
+/// steps may have run.
 Result<void> FinishSave(const generation::PendingSave& save)
 {
     Log(LOG_NOTICE, "finishing a save that was interrupted");
@@ -219,7 +220,7 @@ Result<void> RenderFromStored()
     return LinkStoredFiles();
 }
 
-/// Whether the files in force are those of a kernel that differs in IPv6.
+/// Whether IPv6 was switched on or off in the kernel since the files in force were rendered.
 bool KernelHasChanged()
 {
     std::string text;
@@ -251,7 +252,7 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
     const generation::PendingSave save{generation::CurrentGeneration()};
     done = generation::MarkPendingSave(save);
     if (!done) return done;
-    // A save that changes nothing makes no generation, but its steps run.
+    // A save that changes no file makes no generation, but its steps still run.
     if (next.Changed("")) done = next.Commit();
     if (!done) {
         (void)Succeeded(generation::ClearPendingSave());
@@ -263,7 +264,7 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
 
 Result<void> FinishInterruptedSave()
 {
-    // Inside a save the mark is this process's own, or its parent's.
+    // A mark found later in this process, or by its child, is that of the save now under way.
     static bool finished = false;
     if (finished || !LockIsHeld() || LockIsInherited()) return {};
 
@@ -286,7 +287,7 @@ Result<void> RenderAll()
     if (done) done = RenderFromStored();
     if (!done) return done;
 
-    // A request that runs this tool may be in the middle of a switch of the account source.
+    // A request that runs this tool as its child may be switching the account source.
     const auto stored = settings::StoredSettings::Read();
     return LockIsInherited() || !Succeeded(stored) ? done : HealAccounts(stored->Account());
 }

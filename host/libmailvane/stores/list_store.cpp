@@ -41,7 +41,7 @@ void Search::Bind(SQLite::Statement& query) const
 
 void BindPage(SQLite::Statement& query, const Filter& filter)
 {
-    // SQLite itself takes a negative limit for none at all.
+    // For SQLite a negative limit means no limit; here it means no entries.
     query.bind(":limit", std::max(filter.limit, 0));
     query.bind(":start", std::max(filter.start, 0));
 }
