@@ -147,6 +147,12 @@ constexpr bool IsCalledByMailServer(const Daemon& daemon)
     return !daemon.socket.empty();
 }
 
+/// Whether it is a filter of the mail server: mail has to wait while it does not answer.
+constexpr bool IsMilter(const Daemon& daemon)
+{
+    return daemon.group == "postfix";
+}
+
 /// Whether a daemon is to run with these settings, whose `Bool(name)` tells which switches are on.
 template <class Settings>
 bool Runs(const Daemon& daemon, const Settings& settings)

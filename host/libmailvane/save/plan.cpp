@@ -84,8 +84,8 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     };
     if (isMissing(daemons::kDovecot))
         plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
-    // The mail server restarts first, so that it hands no mail to a scanner that is about to stop.
-    if (affected.scannerEnds) plan.push_front(mailServerStep);
+    // The mail server restarts first, so that it hands no mail to a filter that is about to stop.
+    if (affected.milterEnds) plan.push_front(mailServerStep);
     if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
@@ -109,9 +109,10 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
     AffectedServices affected;
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (Affects(daemon, next, stored, wanted)) affected.services.insert(daemon.service);
+        if (daemons::IsMilter(daemon) && daemons::Runs(daemon, stored) &&
+            !daemons::Runs(daemon, wanted))
+            affected.milterEnds = true;
     }
-    affected.scannerEnds =
-        daemons::Runs(daemons::kScanner, stored) && !daemons::Runs(daemons::kScanner, wanted);
     affected.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
     return affected;
 }

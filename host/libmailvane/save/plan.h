@@ -15,7 +15,7 @@ namespace host::save {
 /// What a change affects, whether or not the plan has a step for it.
 struct AffectedServices {
     std::set<std::string_view> services;  ///< as the table of daemons names them
-    bool scannerEnds = false;
+    bool milterEnds = false;  ///< one that the mail server calls now is not to run any more
     bool firewall = false;
 };
 

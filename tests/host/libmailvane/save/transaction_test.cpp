@@ -222,6 +222,12 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\npostfix restart\n");
     EXPECT_EQ(RequireHelo(), 0);
     EXPECT_EQ(Calls(), "postfix restart\n");
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(false)), 0);
+    EXPECT_EQ(Calls(),
+              "postfix restart\nopendkim restart\nopendmarc restart\npostfix restart\n")
+        << "a filter that ends is called no more by then";
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
+    (void)Calls();
     EXPECT_EQ(Save("enable_dmarc", Value<bool>(false), {kKills}), kKilled);
     EXPECT_EQ(Recover(), 0);
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
