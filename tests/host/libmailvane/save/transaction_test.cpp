@@ -223,8 +223,7 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(RequireHelo(), 0);
     EXPECT_EQ(Calls(), "postfix restart\n");
     EXPECT_EQ(Save("enable_dmarc", Value<bool>(false)), 0);
-    EXPECT_EQ(Calls(),
-              "postfix restart\nopendkim restart\nopendmarc restart\npostfix restart\n")
+    EXPECT_EQ(Calls(), "postfix restart\nopendkim restart\nopendmarc restart\npostfix restart\n")
         << "a filter that ends is called no more by then";
     EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
     (void)Calls();
