@@ -84,8 +84,6 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     };
     if (isMissing(daemons::kDovecot))
         plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
-    // The mail server restarts first, so that it hands no mail to a filter that is about to stop.
-    if (affected.milterEnds) plan.push_front(mailServerStep);
     if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
@@ -95,6 +93,8 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
             plan.insert(mailServer, daemons::ServiceStep(daemon, "restart"));
         }
     }
+    // The mail server restarts first, so that it hands no mail to a filter that is about to stop.
+    if (affected.milterEnds) plan.push_front(mailServerStep);
     if (affected.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
     }

@@ -228,6 +228,7 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
     (void)Calls();
     EXPECT_EQ(Save("enable_dmarc", Value<bool>(false), {kKills}), kKilled);
+    EXPECT_EQ(Calls(), "postfix restart\n");
     EXPECT_EQ(Recover(), 0);
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
 }
