@@ -23,6 +23,7 @@ enum class EventKind {
     kBounced,    ///< `to` cannot get it
     kDeferred,   ///< `to` gets it later
     kKept,       ///< accepted for `to` and put aside or thrown away
+    kProbed,     ///< no message: the mail server only asked whether `to` can be reached
     kRefused     ///< not accepted
 };
 

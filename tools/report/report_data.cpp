@@ -11,10 +11,12 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/mail_queue.h"
 #include "platform/mailvane/analyzer.h"
+#include "platform/mailvane/mail_log.h"
 
 namespace report {
 
@@ -31,30 +33,28 @@ void Add(Volume& sum, const Volume& more)
     sum.bytes += more.bytes;
 }
 
-/// The log of an older month than the current one lies beside it under that month's name.
+/// The databases that may hold entries of a period, which is a month at most.
 std::vector<std::string> LogFiles(const Period& period)
 {
-    const auto begin = static_cast<std::time_t>(period.begin);
-    std::tm parts{};
-    std::array<char, 16> month{};
-    (void)localtime_r(&begin, &parts);
-    (void)std::strftime(month.data(), month.size(), "%Y-%m.db", &parts);
-    const std::string folder = host::PackagePath("target/etc/maillog/");
-    return {folder + month.data(), folder + "maillog.db"};
+    std::vector<std::string> paths = host::maillog::MonthPaths(period.begin);
+    paths.push_back(host::maillog::MailLogFolder() + "/maillog.db");
+    return paths;
 }
 
-void AddStatuses(SQLite::Database& database, const Period& period, MailCounts& counts)
+void AddOutcomes(SQLite::Database& database, const Period& period, MailCounts& counts)
 {
     SQLite::Statement query(database,
-                            "SELECT status, count(*), sum(size) FROM entry "
-                            "WHERE date >= ? AND date < ? GROUP BY status");
+                            "SELECT coalesce(counts_as, status), status, count(*), sum(size) "
+                            "FROM entry WHERE date >= ? AND date < ? GROUP BY 1, 2");
     query.bind(1, period.begin);
     query.bind(2, period.end);
     while (query.executeStep()) {
-        const auto status = static_cast<std::size_t>(query.getColumn(0).getInt());
-        if (status >= counts.byStatus.size()) continue;
-        Add(counts.byStatus[status],
-            {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
+        const int outcome = query.getColumn(0).getInt();
+        const Volume volume{query.getColumn(2).getInt64(), query.getColumn(3).getInt64()};
+        const bool isKnown =
+            outcome == MAIL_SEND || outcome == MAIL_RECEIVE || outcome == MAIL_BOUNCE;
+        Add(isKnown ? counts.byOutcome[static_cast<std::size_t>(outcome)] : counts.waiting, volume);
+        if (isKnown && query.getColumn(1).getInt() == MAIL_RESEND) Add(counts.resent, volume);
     }
 }
 
@@ -163,14 +163,14 @@ std::optional<MailCounts> CountMail(const Period& period)
         try {
             auto database = host::system::OpenAsItIs(path);
             if (!database) continue;
-            AddStatuses(*database, period, counts);
+            AddOutcomes(*database, period, counts);
             AddRanks(*database, period,
                      "SELECT mail_from, count(*), sum(size) FROM entry "
                      "WHERE date >= ? AND date < ? GROUP BY mail_from",
                      senders);
             AddRanks(*database, period,
                      "SELECT mail_to, count(*), sum(size) FROM entry "
-                     "WHERE date >= ? AND date < ? GROUP BY mail_to",
+                     "WHERE date >= ? AND date < ? AND mail_to <> '' GROUP BY mail_to",
                      recipients);
             found = true;
         } catch (const std::exception& failure) {

@@ -51,7 +51,8 @@ SQLite::Database OpenLog(const char* path)
     if (!database) throw std::runtime_error(real + " is missing");
 
     const int version = database->execAndGet("PRAGMA user_version").getInt();
-    if (version != host::maillog::MailLogSchema().version) {
+    if (version < host::maillog::kOldestReadableVersion ||
+        version > host::maillog::MailLogSchema().version) {
         throw std::runtime_error(real + " has the unknown version " + std::to_string(version));
     }
     return std::move(*database);
