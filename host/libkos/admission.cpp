@@ -1,4 +1,4 @@
-// What the headers of a request decide.
+// Admission of requests by their headers.
 #include "host/libkos/admission.h"
 
 #include "host/libkos/caller_check.h"
@@ -30,7 +30,7 @@ std::optional<Refusal> JudgeUser(const std::string& user)
 
 std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
 {
-    // A foreign form can send these two kinds of body; it cannot send JSON.
+    // A form on another site can send these two types of body, but not JSON.
     const BodyKind kind = request.body.kind;
     const bool form = kind == BodyKind::kForm || kind == BodyKind::kUpload;
     const bool needsProof = form || (changes && kind != BodyKind::kJson);

@@ -3,8 +3,7 @@
 
 #include <string>
 
-/// Every operation tells a failure by an exception derived from `std::exception`; the int results
-/// are 0.
+/// All operations report failures by exceptions derived from `std::exception`; int results are 0.
 class Reporter {
 public:
     struct Sender {

@@ -5,7 +5,7 @@ import tempfile
 
 import harness
 from harness import TARGET, banner, listener, read, settings
-from machine import contents, write
+from machine import write
 from pages import Pages
 
 CTL = TARGET + "/bin/mailvanectl"
@@ -86,14 +86,3 @@ class Ctl(Pages):
         stored = settings()
         self.assertEqual([stored["smtp_relay_" + name] for name in ("password", "port", "account")],
                          ["se cret", "2526", "you"])
-
-    def test_lists_go_in_and_out_as_files(self):
-        folder = self.enterContext(tempfile.TemporaryDirectory())
-        given, got = folder + "/aliases", folder + "/got"
-        write(given, "sales: alice, bob\n")
-        self.done("import_alias", given)
-        self.addCleanup(ctl, "alias_del", "alias=sales")
-        self.done("export_alias", "-o", got)
-        self.assertIn("sales: alice, bob\n", contents(got))
-        self.assertEqual(self.done("export_alias"), contents(got))
-        self.assertEqual(json.loads(self.done("alias_enum", "limit=5", "query=SALES"))["total"], 1)

@@ -140,9 +140,3 @@ class SelfCheck(harness.Story):
         finally:
             os.unlink(certificate)
             os.unlink(key)
-
-    def test_a_server_that_is_switched_off(self):
-        self.assert_saved(smtp_enabled=False)
-        self.assertEqual(read("mailvane_check").json(),
-                         {"success": False, "errinfo": {
-                             "sec": "diagnose", "key": "smtp_is_not_enabled"}})

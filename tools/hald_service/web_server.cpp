@@ -1,9 +1,9 @@
-// The web server of the package: fcgiwrap, as root, runs the program for whoever may open its
-// socket, and that is lighttpd alone, as a user of its own.
+// The web server of the package. lighttpd, as its own user, passes requests to fcgiwrap, which runs
+// the program as root. Only lighttpd may connect to fcgiwrap's socket.
 //
-// The address is 127.0.0.1 and the port MAILVANE_WEB_PORT. Once a certificate lies in etc/tls, the
-// other machines of the network are served too, over TLS on port MAILVANE_WEB_TLS_PORT; an empty
-// one keeps that off. Both are read from /etc/default/mailvane where the environment has none.
+// It listens on 127.0.0.1, port MAILVANE_WEB_PORT. With a certificate in etc/tls it also serves
+// other machines, by TLS on port MAILVANE_WEB_TLS_PORT, unless that is empty. Both are taken from
+// the environment, else from /etc/default/mailvane.
 #include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,7 +31,7 @@ const char kGateSocket[] = "mailvane-gate.socket";
 const char kPort[] = "MAILVANE_WEB_PORT";
 const char kTlsPort[] = "MAILVANE_WEB_TLS_PORT";
 
-/// A port, as the environment or the machine's file has it; nothing where neither does.
+/// A port from the environment or /etc/default/mailvane; nothing when it is in neither.
 std::optional<std::string> PortOf(const char* name)
 {
     if (const char* const value = std::getenv(name)) return value;
@@ -52,7 +52,7 @@ std::string TlsPort()
     return PortOf(kTlsPort).value_or("8443");
 }
 
-/// By whether there is a certificate, and IPv6.
+/// The web server's configuration file for this machine: with or without a certificate, and IPv6.
 std::string Configuration()
 {
     std::string kind;
@@ -76,7 +76,7 @@ public:
         if (UnderSystemd()) {
             return Systemctl({"start", kGateSocket}) || Fail("cannot have its socket");
         }
-        // Nobody calls it meanwhile.
+        // The web server is stopped first, so that it does not connect meanwhile.
         return MakeWebServer(host::daemons::kWebServer, Settings())->TakeDown() && TakeDown() &&
                StartDaemon();
     }
@@ -86,7 +86,8 @@ public:
         if (UnderSystemd()) {
             return Systemctl({"stop", kGateSocket, std::string(Row().unit)});
         }
-        // Its workers do not end with it: each takes the signal when its request is answered.
+        // The workers outlive the main process, so they get the signal too; each ends after
+        // answering its request.
         if (const pid_t master = Master(); master != 0) {
             ProcessSet::Of(master).SignalGroups(SIGTERM);
         }
@@ -111,7 +112,7 @@ protected:
         return command;
     }
 
-    /// The folder opens to the web server's group once the socket has its own mode.
+    /// Opens the folder to the web server's group only when the socket has its mode.
     bool Finish() override
     {
         const group* const members = getgrnam("mailvane-web");

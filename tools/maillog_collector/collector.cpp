@@ -1,4 +1,4 @@
-// The collector: from the mail server's log into the mail-log database.
+// The collector: reads Postfix's log into the mail log's database.
 #include "tools/maillog_collector/collector.h"
 
 #include <ctime>
@@ -14,14 +14,14 @@ namespace {
 
 constexpr int kMostLinesHeld = 20000;
 constexpr int kRunsBetweenForgetting = 100;
-constexpr std::int64_t kBetweenClosings = 60;  // seconds, when somebody reads the month
+constexpr std::int64_t kBetweenClosings = 60;  // seconds, while a reader has the month open
 
 constexpr std::int64_t kClocksApart = 86400;  // seconds, of two machines, zones included
 
-/// Somebody cleared the log: what was taken in since does not come back.
+/// Thrown when the log was cleared: lines read before that are dropped.
 struct LogCleared {};
 
-/// The name of a line: where it begins.
+/// A unique name for a line: its position.
 std::string NameOf(const LogPosition& position)
 {
     return "line " + std::to_string(position.inode) + ":" + std::to_string(position.head) + ":" +
@@ -51,7 +51,7 @@ void Collector::Open()
     skippedUntil_ = position.inode == 0 || tail_->hasLostPlace() ? lastTime_ : 0;
 }
 
-/// Stores all that was taken in.
+/// Stores everything read so far.
 void Collector::Store(LogPosition position)
 {
     position.time = lastTime_;
@@ -62,7 +62,8 @@ void Collector::Store(LogPosition position)
     linesHeld_ = 0;
 }
 
-/// Closes the month before its successor's first entry. While somebody reads it, it goes on.
+/// Closes the month before the first entry of the next one. Put off while a reader has the month
+/// open.
 void Collector::KeepMonth(std::int64_t time, std::size_t start)
 {
     if (nextMonth_ == 0) nextMonth_ = NextMonth(time);
@@ -113,7 +114,7 @@ void Collector::TakeIn(std::string_view lines)
     if (linesHeld_ >= kMostLinesHeld) Store(tail_->PositionAt(lines.size()));
 }
 
-/// Takes in what there is; false when that was nothing.
+/// Reads all new lines; false when there are none.
 bool Collector::TakeInAll()
 {
     std::string_view lines = tail_->Read();

@@ -1,4 +1,4 @@
-// What a line of Postfix says about a message.
+// Parsing log lines of Postfix into events.
 #include "tools/maillog_collector/log_event.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 using Result = std::optional<Event>;
 
-// Where the scanner takes messages when it stands between two queues.
+// The scanner's address when it works as a content filter between two queues.
 constexpr std::string_view kScanner = "[127.0.0.1]:10024";
 
 Event Make(EventKind kind, std::string_view id)
@@ -30,7 +30,8 @@ Event MakeJoined(std::string_view id, std::string_view other)
     return event;
 }
 
-/// `client=localhost[127.0.0.1], orig_queue_id=ID, ...`: only a neighbour may name another id.
+/// Parses `client=localhost[127.0.0.1], orig_queue_id=ID, ...`. `orig_queue_id` counts only from
+/// this machine.
 Event ParseClient(std::string_view id, std::string_view text)
 {
     const std::size_t end = text.find(", ");
@@ -45,7 +46,7 @@ Event ParseClient(std::string_view id, std::string_view text)
     return IsQueueId(other) ? MakeJoined(id, other) : Make(EventKind::kAccepted, id);
 }
 
-/// `uid=N from=<F>`, with ` orig_id=ID` when it was requeued.
+/// Parses `uid=N from=<F>`; a requeued message also has ` orig_id=ID`.
 Event ParsePickup(std::string_view id, std::string_view text)
 {
     const std::size_t from = text.find(" from=<");
@@ -59,7 +60,7 @@ Event ParsePickup(std::string_view id, std::string_view text)
     return event;
 }
 
-/// `from=<F>, size=N, nrcpt=N (queue active)`, `from=<F>, status=expired, ...` or `removed`.
+/// Parses `from=<F>, size=N, nrcpt=N (queue active)`, `from=<F>, status=expired, ...` or `removed`.
 Result ParseQueue(std::string_view id, std::string_view text)
 {
     if (text == "removed") return Make(EventKind::kRemoved, id);
@@ -78,7 +79,7 @@ Result ParseQueue(std::string_view id, std::string_view text)
     return event;
 }
 
-/// `message-id=<...>`, without its brackets.
+/// Parses `message-id=<...>`; the id is without brackets.
 Result ParseMessageId(std::string_view id, std::string_view text)
 {
     if (!SkipPrefix(text, "message-id=")) return std::nullopt;
@@ -90,7 +91,8 @@ Result ParseMessageId(std::string_view id, std::string_view text)
     return event;
 }
 
-/// What became of the hop to the scanner. Its reply alone may name another id.
+/// Parses the scanner's reply, `250 OK: queued as ID`, which is the only one trusted to name
+/// another id.
 void JudgeScan(Event& event, std::string_view reply)
 {
     constexpr std::string_view kQueuedAs = "queued as ";
@@ -104,7 +106,7 @@ void JudgeScan(Event& event, std::string_view reply)
     if (IsQueueId(other)) event.other = other;
 }
 
-/// What a delivery with `status=sent` was.
+/// Determines the kind of a delivery with `status=sent`.
 void JudgeSent(Event& event, const LogLine& line, std::string_view relay, std::string_view reply)
 {
     event.kind = EventKind::kSent;
@@ -119,7 +121,7 @@ void JudgeSent(Event& event, const LogLine& line, std::string_view relay, std::s
     }
 }
 
-/// `to=<T>, orig_to=<O>, relay=R, ..., status=W (TEXT)`.
+/// Parses `to=<T>, orig_to=<O>, relay=R, ..., status=W (TEXT)`.
 Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view text)
 {
     Event event = Make(EventKind::kSent, id);
@@ -174,7 +176,7 @@ std::size_t FindEnvelope(std::string_view text)
     return found;
 }
 
-/// `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and its kin.
+/// Parses `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and similar verdicts.
 Result ParseVerdict(std::string_view id, std::string_view text)
 {
     EventKind kind = EventKind::kRefused;
@@ -207,8 +209,8 @@ bool IsOnMessage(std::string_view verdict)
     return false;
 }
 
-/// Whether the self-check was refused, as it wants to be, when it asked whether strangers may
-/// relay. The client's address tells: what follows the reason, a client may have put into its name.
+/// Whether this is the refusal of the self-check's test for an open relay. Decided by the client's
+/// address and the whole envelope, since a client can put any text into its host name or HELO.
 bool IsOwnProbe(std::string_view text)
 {
     static const std::string envelope = std::string("; from=<> to=<") +
@@ -224,7 +226,7 @@ bool IsOwnProbe(std::string_view text)
     return false;
 }
 
-/// A line without a queue id at its start.
+/// Parses a line that does not begin with a queue id.
 Result ParseWithoutId(const LogLine& line)
 {
     std::string_view text = line.text;

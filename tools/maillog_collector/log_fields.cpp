@@ -1,4 +1,4 @@
-// Reading the fields of a log line one after the other.
+// Reading the fields of a log line in order.
 #include "tools/maillog_collector/log_fields.h"
 
 #include <charconv>
@@ -9,8 +9,7 @@
 namespace collector {
 namespace {
 
-/// Length of the character that the text begins with and that a page can show as it is; 0 when it
-/// begins with none.
+/// Length in bytes of the first character, if pages can show it unchanged; else 0.
 std::size_t PlainLength(std::string_view text)
 {
     const char first = text.front();

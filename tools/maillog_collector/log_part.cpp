@@ -96,7 +96,7 @@ std::vector<LogFile> OlderParts(const std::string& path)
                          {status.st_mtim.tv_sec, status.st_mtim.tv_nsec}});
     }
     std::sort(parts.begin(), parts.end(), [](const LogFile& one, const LogFile& other) {
-        // Of two that changed in the same moment, the higher number is the older.
+        // With equal times, the one with the higher number is older.
         return one.changed != other.changed ? one.changed < other.changed : one.path > other.path;
     });
     return parts;

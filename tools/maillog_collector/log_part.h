@@ -37,7 +37,7 @@ public:
     /// in a packed part takes as long as to read it again. Throws std::runtime_error.
     std::size_t Read(std::int64_t offset, char* to, std::size_t size);
 
-    /// Checksum of the bytes before `offset`, of `kHeadSize` at most.
+    /// Hash of at most `kHeadSize` bytes before `offset`.
     std::int64_t Checksum(std::int64_t offset);
 
     /// Whether this is the part in which a position lies.

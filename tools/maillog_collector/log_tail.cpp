@@ -1,4 +1,4 @@
-// Reads the mail server's log as it grows, through its rotations.
+// Reads Postfix's log as it grows, across rotations.
 #include "tools/maillog_collector/log_tail.h"
 
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 namespace collector {
 namespace {
 
-constexpr std::size_t kChunk = 262144;  // longer lines do not occur
+constexpr std::size_t kChunk = 262144;  // a longer line is skipped
 
 }  // namespace
 
@@ -26,7 +26,7 @@ LogTail::LogTail(const std::string& path, const LogPosition& position) : path_(p
     }
 }
 
-/// Without such a file there is nothing to read yet.
+/// Opens a file; when there is none, there is nothing to read yet.
 void LogTail::Open(const std::string& path, std::int64_t offset)
 {
     part_ = LogPart(path);
@@ -40,7 +40,7 @@ void LogTail::Open(const std::string& path, std::int64_t offset)
     SkipTornLine();
 }
 
-/// Whoever goes on in the middle of a line has nothing of it.
+/// Skips the rest of a line when the position is within it.
 void LogTail::SkipTornLine()
 {
     char before = '\n';
@@ -84,8 +84,8 @@ bool LogTail::IsOver()
            part_.Size() <= start_ + static_cast<std::int64_t>(buffer_.size());
 }
 
-/// Goes on with the log's next part once that has something in it: until then, lines may still be
-/// added to this one. False when there is none yet.
+/// Changes to the log's next file once that has data: until then lines may still be added to this
+/// one. False when there is no next file yet.
 bool LogTail::FindNext()
 {
     if (!part_) {
@@ -105,7 +105,7 @@ bool LogTail::FindNext()
     return static_cast<bool>(part_);
 }
 
-/// Whether the log was cut off, or written anew, below what was read of it.
+/// Whether the file was truncated or rewritten before the position read so far.
 bool LogTail::HasChangedBelow()
 {
     if (part_.IsPacked()) return false;
@@ -113,7 +113,7 @@ bool LogTail::HasChangedBelow()
     return part_.Size() < end || (head_ != 0 && part_.Checksum(kHeadSize) != head_);
 }
 
-/// Reads on; false at the end of the file.
+/// Reads more bytes; false at the end of the file.
 bool LogTail::Fill()
 {
     const std::size_t had = buffer_.size();
@@ -124,7 +124,7 @@ bool LogTail::Fill()
     return count > 0;
 }
 
-/// What the buffer holds up to the last line feed, without the rest of a line that is too long.
+/// The complete lines in the buffer, without the rest of a line that is skipped.
 std::string_view LogTail::WholeLines()
 {
     if (skipping_) {

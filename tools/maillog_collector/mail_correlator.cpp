@@ -1,4 +1,4 @@
-// Puts together what the lines of the log say about each message.
+// The correlator: makes messages of log lines.
 #include "tools/maillog_collector/mail_correlator.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMostInMemory = 20000;
 
-/// The key of a message's entries. Short ids are used again: they count together with their day.
+/// The key of a message. A short id gets the day added, since Postfix uses it again.
 std::string KeyOf(std::string_view id, std::int64_t date)
 {
     if (!IsShortId(id)) return std::string(id);
@@ -30,7 +30,7 @@ bool IsUndelivered(const Recipient& entry)
     return entry.countsAs == kCountsNowhere;
 }
 
-/// A recipient becomes known: the entry that stood for all of them goes.
+/// Removes the entry that stood for the unknown recipients, when the first recipient is known.
 void DropUnknown(Mail& mail)
 {
     if (!mail.waiting) return;
@@ -59,7 +59,7 @@ MailCorrelator::MailPointer MailCorrelator::Find(std::string_view id)
     MailPointer mail = store_.Load(name);
     if (!mail) return nullptr;
 
-    // Another id of the same message may be here already.
+    // The message may be in memory already under another id.
     for (const std::string& other : store_.IdsOf(mail->key)) {
         const auto known = mails_.find(other);
         if (known != mails_.end() && known->second->key == mail->key) mail = known->second;
@@ -78,7 +78,7 @@ MailCorrelator::MailPointer MailCorrelator::Begin(std::string_view id, std::int6
     return mail;
 }
 
-/// From now on the id is the message's.
+/// Assigns a queue id to the message.
 void MailCorrelator::Name(const MailPointer& mail, std::string_view id)
 {
     mail->ids.emplace_back(id);
@@ -87,7 +87,7 @@ void MailCorrelator::Name(const MailPointer& mail, std::string_view id)
     named = mail;
 }
 
-/// The message that another continues. It may have left the queue.
+/// The message that an event continues, possibly one that has left the queue.
 MailCorrelator::MailPointer MailCorrelator::FindContinued(std::string_view id, std::int64_t time)
 {
     MailPointer mail = Find(id);
@@ -109,7 +109,8 @@ void MailCorrelator::Touch(const MailPointer& mail)
     mail->changed = true;
 }
 
-/// The entry of a recipient, to be changed. What is known of it counts; a new one has no outcome.
+/// The entry of a recipient, to be changed: from memory or the database, else a new one without
+/// outcome.
 Recipient& MailCorrelator::EntryOf(Mail& mail, std::string_view to)
 {
     std::string address = CleanText(to);
@@ -137,7 +138,7 @@ void MailCorrelator::JudgeWithoutId(const Event& event, std::int64_t time,
     Touch(mail);
 }
 
-/// Adds a message that turned out to be part of another.
+/// Merges a message that turned out to be part of another.
 void MailCorrelator::Absorb(const MailPointer& whole, const MailPointer& part)
 {
     Mail& mail = *whole;
@@ -231,7 +232,7 @@ void MailCorrelator::Deliver(Mail& mail, const Event& event)
     }
 }
 
-/// Gives all recipients that still wait the same outcome.
+/// Sets one outcome for all recipients without delivery.
 void MailCorrelator::SettleWaiting(Mail& mail, int status, int countsAs)
 {
     if (mail.hasEntries) {
@@ -304,7 +305,7 @@ void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::str
         default:
             Deliver(*mail, event);
     }
-    // The other id was mentioned before, by whoever made it; if not, it has left the queue.
+    // The other id is known from earlier lines, unless that message has left the queue.
     if (event.other.empty() || !Find(event.other)) return;
     Event join;
     join.id = event.other;

@@ -1,13 +1,15 @@
-// The mail-log database as the collector writes it.
+// The mail log's database, written by the collector.
 #include "tools/maillog_collector/mail_store.h"
+
+#include <stdexcept>
 
 #include "host/libmailvane/maillog/schema.h"
 
 namespace collector {
 namespace {
 
-constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; a client may break off unseen
-constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // Postfix gives up long before
+constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; clients may disconnect unlogged
+constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // seconds; Postfix gives up long before
 constexpr int kMostUnderWay = 200000;
 
 enum StateBit : int { kQueued = 1, kRequeued = 2, kWaiting = 4, kHasEntries = 8 };
@@ -21,12 +23,13 @@ int StateOf(const Mail& mail)
 
 SQLite::Database Open(const std::string& path)
 {
-    SQLite::Database database = host::maillog::OpenMailLogForChange(path);
-    database.exec("PRAGMA cache_size = -8192");
-    return database;
+    auto database = host::maillog::OpenMailLogForChange(path);
+    if (!database) throw std::runtime_error(database.reason().text);
+    database->exec("PRAGMA cache_size = -8192");
+    return *std::move(database);
 }
 
-/// Binds values in their order, runs the statement and makes it ready for the next time.
+/// Binds values in order, runs the statement and resets it. Returns the number of rows changed.
 template <typename... Values>
 int Run(SQLite::Statement& statement, const Values&... values)
 {
@@ -37,7 +40,7 @@ int Run(SQLite::Statement& statement, const Values&... values)
     return changed;
 }
 
-/// Resets a query when its rows are read, or reading them failed.
+/// Resets a query at the end of the scope, also after an exception.
 class Query {
 public:
     explicit Query(SQLite::Statement& statement) : statement_(statement) {}
@@ -205,10 +208,11 @@ void MailStore::StorePosition(const LogPosition& position)
     (void)Run(setPosition_, position.inode, position.offset, position.head, position.time);
 }
 
-/// The texts go into the search index at once: entry by entry, it would be written out each time.
+/// Texts are added to the search index all at once; entry by entry, the index would be written each
+/// time.
 void MailStore::StoreMails(const std::vector<std::shared_ptr<Mail>>& mails)
 {
-    // First, since what is added next may get the number of what goes.
+    // Removed first, since a new entry may get the id of a removed one.
     for (const auto& mail : mails) {
         if (mail->nowKnown) (void)Run(removeUnknown_, mail->key);
         for (const std::string& key : mail->absorbed) Absorb(*mail, key);

@@ -1,8 +1,8 @@
-// The end of a month: its entries become a file of their own.
+// Closing a month: its entries are moved to a database of their own.
 //
-// In one transaction over both files, what goes on is moved from the current database to its
-// successor; the position in the log is part of that. So a current database without a position is a
-// closed month, and the successor beside it is whole. Until then, the successor is worth nothing.
+// One transaction over both files moves the log position and what else continues from the current
+// database to its successor. So a current database without a position is a closed month with a
+// complete successor beside it. With a position, the successor is an incomplete one and is removed.
 #include "tools/maillog_collector/month_closing.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -60,8 +60,7 @@ bool HasPosition(SQLite::Database& database)
     return database.execAndGet("SELECT count(*) FROM position").getInt() != 0;
 }
 
-/// Takes the database out of the write-ahead log, which needs it for itself: false while somebody
-/// else has it open.
+/// Switches the database back to a rollback journal; false while others have it open.
 bool LeaveWriteAheadLog(SQLite::Database& database)
 {
     const int result = database.tryExec("PRAGMA journal_mode = DELETE");
@@ -78,8 +77,8 @@ bool IsSameFile(const std::string& one, const std::string& other)
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Gives the closed month its name, after the time of an entry. Another file of that month is left
-/// alone.
+/// Gives the closed month the name of the month of `time`. When another file has it, adds a number:
+/// 2026-10-2.db.
 void LinkMonth(std::int64_t time)
 {
     const std::string live = host::maillog::MailLogLivePath();
@@ -146,8 +145,9 @@ bool CloseMonth()
         Require(host::Succeeded(host::system::RemoveDurably(SuccessorPath())),
                 "cannot remove the unfinished successor");
         {
-            const SQLite::Database next =
+            const auto next =
                 host::system::OpenForChange(SuccessorPath(), host::maillog::MailLogSchema());
+            if (!next) throw std::runtime_error(next.reason().text);
         }
         Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
         MoveOn(database, host::maillog::LatestDate(database));

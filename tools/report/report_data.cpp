@@ -1,5 +1,5 @@
-// Gathers what the report tells. Reads target/etc/maillog/*.db and the scanner's log, runs
-// postqueue, asks the file systems and runs the self-check.
+// Gathers the data of the report. Reads target/etc/maillog/*.db and the scanner's log, runs
+// postqueue and the self-check, and queries the file systems.
 #include "tools/report/report_data.h"
 
 #include <sys/statvfs.h>
@@ -8,7 +8,6 @@
 #include <fstream>
 #include <map>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
 #include "host/libmailvane/maillog/schema.h"
@@ -58,7 +57,7 @@ void AddOutcomes(SQLite::Database& database, const Period& period, MailCounts& c
     }
 }
 
-/// `select` gives address, messages and bytes.
+/// Adds the rows of a query: address, messages, bytes.
 void AddRanks(SQLite::Database& database, const Period& period, const char* select, Tally& tally)
 {
     SQLite::Statement query(database, select);
@@ -68,6 +67,31 @@ void AddRanks(SQLite::Database& database, const Period& period, const char* sele
         Add(tally[query.getColumn(0).getString()],
             {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
     }
+}
+
+struct Tallies {
+    MailCounts counts;
+    Tally senders;
+    Tally recipients;
+};
+
+/// Takes one of the mail log's databases; false when there is none.
+host::Result<bool> AddLog(const std::string& path, const Period& period, Tallies& tallies)
+{
+    auto database = host::system::OpenAsItIs(path);
+    if (!database) return std::move(database).reason();
+    if (!*database) return false;
+
+    AddOutcomes(**database, period, tallies.counts);
+    AddRanks(**database, period,
+             "SELECT mail_from, count(*), sum(size) FROM entry "
+             "WHERE date >= ? AND date < ? GROUP BY mail_from",
+             tallies.senders);
+    AddRanks(**database, period,
+             "SELECT mail_to, count(*), sum(size) FROM entry "
+             "WHERE date >= ? AND date < ? AND mail_to <> '' GROUP BY mail_to",
+             tallies.recipients);
+    return true;
 }
 
 std::vector<Rank> Highest(const Tally& tally)
@@ -88,7 +112,7 @@ bool Has(const std::string& line, const char* text)
     return line.find(text) != std::string::npos;
 }
 
-/// Takes one of the scanner's logs; false when there is none.
+/// Counts the lines of one of the scanner's logs; false when there is no such file.
 bool AddScans(const std::string& path, const Period& period, std::int64_t now, ScanCounts& counts)
 {
     std::ifstream log(path);
@@ -155,33 +179,20 @@ std::vector<CheckResult> RunSelfCheck()
 
 std::optional<MailCounts> CountMail(const Period& period)
 {
-    MailCounts counts;
-    Tally senders;
-    Tally recipients;
+    Tallies tallies;
     bool found = false;
     for (const std::string& path : LogFiles(period)) {
-        try {
-            auto database = host::system::OpenAsItIs(path);
-            if (!database) continue;
-            AddOutcomes(*database, period, counts);
-            AddRanks(*database, period,
-                     "SELECT mail_from, count(*), sum(size) FROM entry "
-                     "WHERE date >= ? AND date < ? GROUP BY mail_from",
-                     senders);
-            AddRanks(*database, period,
-                     "SELECT mail_to, count(*), sum(size) FROM entry "
-                     "WHERE date >= ? AND date < ? AND mail_to <> '' GROUP BY mail_to",
-                     recipients);
-            found = true;
-        } catch (const std::exception& failure) {
-            host::Log(LOG_ERR, "report: %s: %s", path.c_str(), failure.what());
-        }
+        // What a damaged file holds is missing from the report; the rest is not.
+        const host::Result<bool> added = host::system::Attempt(path, [&] {
+                                             return AddLog(path, period, tallies);
+                                         }).Prefixed("report: ");
+        if (host::Succeeded(added) && *added) found = true;
     }
     if (!found) return std::nullopt;
 
-    counts.senders = Highest(senders);
-    counts.recipients = Highest(recipients);
-    return counts;
+    tallies.counts.senders = Highest(tallies.senders);
+    tallies.counts.recipients = Highest(tallies.recipients);
+    return std::move(tallies.counts);
 }
 
 std::optional<ScanCounts> CountScans(const Period& period, std::int64_t now)

@@ -1,4 +1,4 @@
-// The report in words. Both forms are made of the same sections.
+// The report as text. Plain text and HTML are made from the same sections.
 #include "tools/report/report_text.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ std::string TimeText(std::int64_t moment)
     return text.data();
 }
 
-/// A text that came from outside, fit to be shown.
+/// Foreign text, made safe to be shown.
 std::string Shown(std::string text)
 {
     if (host::names::IsPlainText(text)) return text;
@@ -173,7 +173,7 @@ std::string Escaped(const std::string& text)
     return escaped;
 }
 
-/// One line: the first column padded, the others behind it.
+/// One line: the first column padded, then the others.
 std::string PlainRow(const std::vector<std::string>& row)
 {
     constexpr std::size_t kFirstColumn = 40;

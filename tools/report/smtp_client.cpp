@@ -1,4 +1,4 @@
-// Sends a message through an SMTP account, with libcurl.
+// Sending a message by an SMTP account, with libcurl.
 #include "tools/report/smtp_client.h"
 
 #include <curl/curl.h>
@@ -12,6 +12,10 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/pem.h"
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 namespace report {
 
 namespace {
@@ -24,7 +28,7 @@ const char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
-/// What is left of the message.
+/// The part of the message still to be sent.
 struct Rest {
     const char* bytes;
     std::size_t size;
@@ -40,12 +44,13 @@ std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* r
     return given;
 }
 
-/// Whom to believe: the machine's authorities, and the certificate that this mail server shows.
+/// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail
+/// server.
 std::string TrustedCertificates()
 {
     std::string trusted;
     if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
-    // Of our own files the certificate alone: they may hold more than that.
+    // Only the certificate is taken from our files, which may also have a key.
     for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
         std::string text;
         if (!host::ReadFile(host::PackagePath(own), text)) continue;
@@ -62,7 +67,7 @@ std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
            ':' + std::to_string(account.port) + '/' + greeting;
 }
 
-/// Without a secure connection TLS is still used where the server offers it, whoever it is.
+/// Without `secure`, TLS is still used where the server offers it, with any certificate.
 void SetSecurity(CURL* curl, bool secure)
 {
     curl_easy_setopt(curl, CURLOPT_USE_SSL,
@@ -103,22 +108,40 @@ void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& enve
     curl_easy_setopt(curl, CURLOPT_PASSWORD, account.password.c_str());
 }
 
-}  // namespace
-
-std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+ReasonCode CodeOf(CURLcode code)
 {
-    if (account.server.empty()) return "no SMTP server is set";
-    if (account.port <= 0) return "no port of the SMTP server is set";
-    if (recipients.empty()) return "no recipient is set";
-    if (account.auth && account.account.empty()) return "no account name is set";
-    return "";
+    switch (code) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return ReasonCode::kOutOfTime;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_CONNECT:
+            return ReasonCode::kDaemonIsDown;
+        default:
+            return ReasonCode::kDaemonRefuses;
+    }
 }
 
-std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
-                 const std::string& message)
+}  // namespace
+
+Result<void> CheckAccount(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+{
+    const auto missing = [](const char* setting, const char* text) {
+        return Reason{ReasonCode::kMissing, setting, text};
+    };
+    if (account.server.empty()) return missing("smtp_server", "no SMTP server is set");
+    if (account.port <= 0) return missing("smtp_port", "no port of the SMTP server is set");
+    if (recipients.empty()) return missing("rcpt", "no recipient is set");
+    if (account.auth && account.account.empty()) {
+        return missing("smtp_account", "no account name is set");
+    }
+    return {};
+}
+
+Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
+                  const std::string& message)
 {
     const Curl curl(curl_easy_init(), curl_easy_cleanup);
-    if (!curl) return "out of memory";
+    if (!curl) return Reason{ReasonCode::kSystem, account.server, "out of memory"};
 
     const List recipients = RecipientList(envelope.to);
     Rest rest{message.data(), message.size()};
@@ -130,8 +153,9 @@ std::string Send(const Reporter::SMTP& account, const Envelope& envelope,
     curl_easy_setopt(curl.get(), CURLOPT_READDATA, &rest);
     curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
     const CURLcode result = curl_easy_perform(curl.get());
-    if (result == CURLE_OK) return "";
-    return reason[0] != '\0' ? reason.data() : curl_easy_strerror(result);
+    if (result == CURLE_OK) return {};
+    return Reason{CodeOf(result), account.server,
+                  reason[0] != '\0' ? reason.data() : curl_easy_strerror(result)};
 }
 
 }  // namespace report

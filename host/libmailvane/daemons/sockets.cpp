@@ -1,4 +1,4 @@
-// Which sockets listen, and who has them open.
+// Listening sockets, and the processes that have them open.
 #include "host/libmailvane/daemons/sockets.h"
 
 #include <arpa/inet.h>
@@ -25,9 +25,10 @@ namespace host::daemons {
 namespace {
 
 constexpr unsigned kListening = 0x0a;
-constexpr unsigned kTakesCalls = 0x10000;  // the kernel's flag of a listening unix socket
+constexpr unsigned kTakesCalls = 0x10000;  // flag of a listening unix socket
 
-/// The address in the kernel's tables: words of 32 bits in this machine's order.
+/// An address from the kernel's tables, as 32-bit words in host byte order. "Any" becomes the
+/// loopback.
 std::string CallableAddress(const char* hexadecimal)
 {
     std::array<std::uint32_t, 4> words = {};
@@ -44,7 +45,7 @@ std::string CallableAddress(const char* hexadecimal)
     return text.data();
 }
 
-/// Takes one line of the kernel's table:
+/// Parses one line of the kernel's table:
 /// "sl local:port remote:port state queues timer retransmits uid timeout inode ...".
 std::optional<Listener> ParseSocket(const char* line)
 {
@@ -74,7 +75,8 @@ void AddListeners(const char* name, std::vector<Listener>& listeners)
     }
 }
 
-/// The number in "socket:[NUMBER]"; 0 when the text begins otherwise.
+/// The number behind `start`, such as "socket:[" in "socket:[NUMBER]"; 0 when the text does not
+/// begin so.
 Inode NumberIn(const std::string& target, const char* start)
 {
     const std::size_t length = std::strlen(start);

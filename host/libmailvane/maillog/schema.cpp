@@ -1,4 +1,4 @@
-// The mail-log database: its tables, and where it and its older months lie.
+// The mail log's database: its tables, and the paths of the current one and older months.
 #include "host/libmailvane/maillog/schema.h"
 
 #include <fcntl.h>
@@ -18,9 +18,9 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
 
-// Each order of the log page is an index of its own, so that a page is read, not sorted; equal
-// values are in the order of their dates. The view `share` adds an entry to the totals (sign 1) or
-// takes it off (-1).
+// Each sort order of the log page has an index, so that a page is read without sorting; equal
+// values are in the order of their dates. Inserting into the view `share` adds an entry to the
+// totals (sign 1) or subtracts it (-1).
 constexpr char kEntries[] = R"(
 CREATE TABLE entry (
     id INTEGER PRIMARY KEY,       -- order of arrival
@@ -101,7 +101,7 @@ BEGIN
 END;
 )";
 
-// What the collector knows between two runs: how far it has read, and the messages under way.
+// The collector's state between two runs: its position in the log, and unfinished messages.
 constexpr char kCollector[] = R"(
 CREATE TABLE position (
     only INTEGER PRIMARY KEY CHECK (only = 1),
@@ -138,13 +138,14 @@ std::string ClearedPath()
     return MailLogLiveFolder() + "/cleared";
 }
 
-void NoteClearing()
+Result<void> NoteClearing()
 {
     const std::string path = ClearedPath();
     const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
     if (!file || ::futimens(file.get(), nullptr) < 0 || ::fsync(file.get()) < 0) {
-        throw std::runtime_error("cannot change " + path + ": " + ErrnoText());
+        return Reason{ReasonCode::kSystem, path, "cannot change " + path + ": " + ErrnoText()};
     }
+    return {};
 }
 
 }  // namespace
@@ -201,23 +202,25 @@ const system::Schema& MailLogSchema()
     return schema;
 }
 
-SQLite::Database OpenMailLogForChange(const std::string& path)
+Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0640);
     if (descriptor >= 0) ::close(descriptor);
 
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
     database.exec("PRAGMA journal_mode = WAL");
-    // A power cut may take the last transactions, position included; the lines are read again.
+    // A power failure may lose the last transactions with their log position; the lines are then
+    // read again.
     database.exec("PRAGMA synchronous = NORMAL");
-    system::BringUpToDate(database, MailLogSchema());
+    Result<void> done = system::BringUpToDate(database, MailLogSchema());
+    if (!done) return std::move(done).reason();
     return database;
 }
 
 namespace {
 
-/// Has the collector go on behind what the log holds now, and forget what it has not stored yet.
-void SkipLog(SQLite::Database& database)
+/// Makes the collector continue at the present end of the log and forget unfinished messages.
+Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
     const bool known = ::stat(Path(kPostfixLog).c_str(), &status) == 0;
@@ -229,28 +232,34 @@ void SkipLog(SQLite::Database& database)
     skip.bind(2, static_cast<std::int64_t>(status.st_ino));
     skip.bind(3, static_cast<std::int64_t>(status.st_size));
     skip.bind(4, static_cast<std::int64_t>(std::time(nullptr)));
-    // Without a position it is a month that is just being closed: its successor is to be cleared.
-    if (skip.exec() == 0) throw std::runtime_error("the month is being closed");
+    // Without a position this database is being closed as a past month; the caller is to clear the
+    // new one.
+    if (skip.exec() != 0) return {};
+    return Reason{ReasonCode::kBusy, "mail log", "mail log: the month is being closed"};
 }
 
 }  // namespace
 
-void ClearMailLog(SQLite::Database& database)
+Result<void> ClearMailLog(SQLite::Database& database)
 {
-    NoteClearing();
+    Result<void> noted = NoteClearing();
+    if (!noted) return noted;
     database.exec("PRAGMA secure_delete = ON");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    // Dropped and made again: row by row, with the triggers, a large log would take minutes.
+    // Tables are dropped and created again, since deleting a large log row by row would take
+    // minutes.
     database.exec(
         "DROP TABLE entry; DROP TABLE entry_text; DROP TABLE tally; DROP TABLE totals;"
         "DROP VIEW share; DELETE FROM message;");
     database.exec(kEntries);
-    SkipLog(database);
+    Result<void> skipped = SkipLog(database);
+    if (!skipped) return skipped;
     transaction.commit();
 
-    // The entries are gone by now; what follows gives their space back.
+    // Frees the space of the entries, which are deleted by now.
     database.tryExec("VACUUM");
     database.tryExec("PRAGMA wal_checkpoint (TRUNCATE)");
+    return {};
 }
 
 }  // namespace host::maillog

@@ -1,4 +1,4 @@
-// What a text must be before it reaches a generated file.
+// Checks of texts that are written into generated files.
 #include "host/libmailvane/names/text_checks.h"
 
 #include <arpa/inet.h>
@@ -24,7 +24,7 @@ bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
                        [&text](const char* word) { return text == word; });
 }
 
-/// An IPv4 or IPv6 address.
+/// Whether this is an IPv4 or IPv6 address.
 bool IsAddress(const std::string& text)
 {
     unsigned char bytes[sizeof(in6_addr)];
@@ -32,7 +32,7 @@ bool IsAddress(const std::string& text)
            inet_pton(AF_INET6, text.c_str(), bytes) == 1;
 }
 
-/// Bytes that would end or change an entry of a map.
+/// Whether a byte may be in an address: those excluded would end or change the line of a map.
 bool IsAddressCharacter(char c)
 {
     return !IsControl(c) && std::strchr(" \"\\<>(),;:[]|#/", c) == nullptr;

@@ -1,4 +1,4 @@
-// Typed settings in memory: loading, setting, saving.
+// Settings objects: typed values in memory, loaded and saved.
 #include "host/libmailvane/pages/config.h"
 
 #include "platform/mailvane/config.h"
@@ -12,7 +12,7 @@ namespace {
 using host::settings::SettingInfo;
 using host::settings::SettingType;
 
-/// A stored value as the program takes it.
+/// The typed value of a stored text.
 boost::any Typed(const SettingInfo& setting, const std::string& spelled)
 {
     switch (setting.type) {
@@ -26,7 +26,7 @@ boost::any Typed(const SettingInfo& setting, const std::string& spelled)
     return Value<std::string>(spelled);
 }
 
-/// A value of the program as it is stored; false when it is not of the setting's type.
+/// Makes the stored text of a typed value; false when the value does not have the setting's type.
 bool Spell(const SettingInfo& setting, const boost::any& value, std::string& spelled)
 {
     if (setting.type == SettingType::kInt) {
@@ -85,7 +85,7 @@ void Config::Set(const std::string& name, const boost::any& value)
         return;
     }
 
-    // Pages get the relay password masked and send the mask back: it means no change.
+    // An empty relay password means no change, since pages never get the stored one.
     if (spelled.empty() && name == "smtp_relay_password") return;
 
     state_->values[name] = value;

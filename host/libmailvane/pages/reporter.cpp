@@ -1,5 +1,5 @@
-// Settings of the daily report: etc/report.conf, mode 0600, since it holds the password of the
-// account that sends.
+// Settings of the daily report: etc/report.conf, mode 0600, since it has the password of the
+// account that sends it.
 #include "host/libmailvane/pages/reporter.h"
 
 #include "platform/mailvane/reporter.h"
@@ -10,13 +10,15 @@
 #include <stdexcept>
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/transaction.h"
 
 using host::KeyValueFile;
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
 
 struct Reporter::State {
     bool enabled = false;
@@ -46,13 +48,22 @@ unsigned int Number(const std::string& text)
     return static_cast<unsigned int>(strtoul(text.c_str(), nullptr, 10));
 }
 
-/// Refuses a setting by an exception that names it, never its value.
+const char kCannotRead[] = "cannot read the settings of the report";
+const char kCannotStore[] = "cannot store the settings of the report";
+
+/// The class tells a failure by an exception, which says `what` failed.
+void Require(const Result<void>& result, const char* what)
+{
+    if (!host::Succeeded(result)) throw std::runtime_error(what);
+}
+
+/// Throws an exception with the setting's name, but not its value, when it is invalid.
 void Require(bool sound, const char* setting)
 {
     if (sound) return;
-
-    host::Log(LOG_ERR, "report: %s is not one that can be used", setting);
-    throw std::invalid_argument(setting);
+    Require(Reason{ReasonCode::kRefused, setting,
+                   std::string("report: ") + setting + " is not one that can be used"},
+            setting);
 }
 
 }  // namespace
@@ -106,8 +117,7 @@ Reporter Reporter::LoadSetting()
     const auto file = KeyValueFile::Read(SettingsPath());
     if (!file) {
         if (errno == ENOENT) return reporter;
-        host::Log(LOG_ERR, "cannot read the settings of the report: %s", host::ErrnoText());
-        throw std::runtime_error("cannot read the settings of the report");
+        Require(host::SystemReason(SettingsPath(), kCannotRead), kCannotRead);
     }
 
     const auto text = [&file](const char* key) { return file->Get(key).value_or(""); };
@@ -129,7 +139,7 @@ Reporter Reporter::LoadSetting()
 int Reporter::SaveSetting()
 {
     const host::save::WriteScope scope;
-    if (!Succeeded(scope.ready())) throw std::runtime_error("the lock was not had in time");
+    Require(scope.ready(), "the lock was not had in time");
 
     const State& state = *state_;
     KeyValueFile file = KeyValueFile::Parse("");
@@ -149,10 +159,10 @@ int Reporter::SaveSetting()
         {"smtp_secure", YesNo(state.smtp.secure)},
     };
     for (const auto& line : lines) Require(file.Set(line.first, line.second), line.first);
-    if (file.Write(SettingsPath(), 0600)) return 0;
-
-    host::Log(LOG_ERR, "cannot store the settings of the report: %s", host::ErrnoText());
-    throw std::runtime_error("cannot store the settings of the report");
+    if (!file.Write(SettingsPath(), 0600)) {
+        Require(host::SystemReason(SettingsPath(), kCannotStore), kCannotStore);
+    }
+    return 0;
 }
 
 bool Reporter::IsEnabled() const

@@ -1,5 +1,4 @@
-// What the files of the daemons depend on besides the settings. Reads etc/local.d, /etc/resolv.conf
-// and the administrators' group.
+// The render context. Reads etc/local.d, /etc/resolv.conf and the administrators' group.
 #include "host/libmailvane/render/context.h"
 
 #include <unistd.h>
@@ -28,8 +27,8 @@ std::string ReadFragment(const char* name)
     return text;
 }
 
-/// Whether a text looks like an address. One of the link, as a router announces it, has its
-/// interface behind a percent sign.
+/// Whether a text looks like an IP address. A link-local one has its interface after a percent
+/// sign: fe80::1%eth0.
 bool LooksLikeAddress(const std::string& text)
 {
     constexpr char kAddress[] = "0123456789abcdefABCDEF.:";
@@ -40,7 +39,7 @@ bool LooksLikeAddress(const std::string& text)
            text.find_first_not_of(kInterface, end + 1) == std::string::npos;
 }
 
-/// Addresses of the name servers that programs of this machine ask.
+/// Addresses of the name servers in /etc/resolv.conf.
 std::vector<std::string> NameServers()
 {
     std::string text;

@@ -1,4 +1,4 @@
-// Text of Postfix's main.cf and master.cf, and of the rules that follow from the settings.
+// Texts of Postfix's main.cf and master.cf, and of the maps made from settings.
 #include "host/libmailvane/render/postfix.h"
 
 #include <map>
@@ -20,7 +20,7 @@ const char kHeader[] =
     "# Made by mailvane from its stored settings. Put what is your own into\n"
     "# /var/packages/Mailvane/etc/local.d/.\n";
 
-/// Lines of main.cf in order, without those that the administrator sets.
+/// The lines of main.cf in order, without parameters that the administrator's fragment sets.
 class Parameters {
 public:
     explicit Parameters(const std::string& fragment)
@@ -45,7 +45,7 @@ public:
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
     }
 
-    /// What the administrator sets a parameter to; empty when he does not set it.
+    /// The administrator's value of a parameter; empty when the fragment does not set it.
     std::string Own(const std::string& name) const
     {
         const auto own = own_.find(name);
@@ -59,7 +59,7 @@ private:
     std::string text_;
 };
 
-/// Items of a restriction list, joined as Postfix wants them.
+/// A restriction list: items separated by commas.
 class Restrictions {
 public:
     Restrictions& Add(const std::string& item)
@@ -81,7 +81,7 @@ std::string Map(const std::string& name)
     return "cdb:${config_directory}/maps/" + name;
 }
 
-/// A table that is read as it is, of another type.
+/// A table of another type that Postfix reads without compiling.
 std::string Table(const char* type, const std::string& name)
 {
     return std::string(type) + ":${config_directory}/maps/" + name;
@@ -114,13 +114,11 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
     main.Add("recipient_delimiter", "+");
 }
 
-/// What is taken out of the header of a stranger's message. Results of checks, whatever they say
-/// and whoever they claim to be from: what reads them later, the DMARC checker first of all, must
-/// find those of this server only. By name alone, since comments and quotes hide anything else.
-/// Signatures with what no honest one has in its domain, selector, identity or value: the verifier
-/// writes these into its results as they are, where they would read as results themselves. And
-/// results of a chain (ARC) without a number or of a server with an endless name, of which the
-/// DMARC checker dies.
+/// Header lines removed from mail of unknown clients, since the DMARC checker and others would
+/// trust them: results of checks, by name alone, since comments can disguise the rest; DKIM
+/// signatures with odd characters, which the verifier copies into its results, where they could
+/// read as results; and ARC results without a number or with a very long server name, which crash
+/// the DMARC checker.
 const char kForgedResults[] =
     R"x(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE},)x"
     R"x({/^DKIM-Signature[ \t]*:(.*;)?\s*([ads]\s*=[^;]*[^;\s\w.-])x"
@@ -128,8 +126,8 @@ const char kForgedResults[] =
     R"x(|i\s*=[^;]*([()"\\]|=(?!\s*3\s*D)))/ IGNORE},)x"
     R"x({/^ARC-Authentication-Results[ \t]*:(.*;)?\s*i\s*(;|\z|=[^;]*;[^;]{500})/ IGNORE}})x";
 
-/// The administrator's own header checks hold for everybody; of a message that is attached the
-/// results stay.
+/// Adds the header checks. Those of the administrator apply to all mail, also inside attached
+/// messages; results of checks inside attached messages stay.
 void AddHeaderChecks(Parameters& main)
 {
     const std::string own = main.Own("header_checks");
@@ -139,13 +137,13 @@ void AddHeaderChecks(Parameters& main)
 
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
-    // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
+    // The setting's largest value, 1024 * 1024 * 2000, fits into the 32 bits of a small machine.
     const int limit = settings.Int("message_size_limit_mb") * 1024 * 1024;
     main.Add("message_size_limit", std::to_string(limit));
     main.Add("mailbox_size_limit", "0");
     main.Add("alias_maps", "");
     main.Add("alias_database", "");
-    // Mail users are the accounts whose number has four digits at least, but for nobody.
+    // Mail users are accounts with a user id of at least four digits, except `nobody`.
     static_assert(kFirstMailUser == 1000);
     main.Add("local_recipient_maps",
              "pipemap:{unix:passwd.byname, "
@@ -154,7 +152,7 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
     main.Add("virtual_alias_maps",
              Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
-    // Aliases are expanded before they become a map; this must hold the largest of them.
+    // The maps hold aliases already expanded; the limit must allow for the largest.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
     main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
@@ -178,7 +176,7 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_security_options", "noanonymous");
 }
 
-/// The relay host as Postfix names it: no MX is looked up for it.
+/// The relay host in Postfix's syntax; brackets prevent a lookup of its MX.
 std::string RelayHost(const settings::StoredSettings& settings)
 {
     const std::string& server = settings.Text("smtp_relay_server");
@@ -201,7 +199,8 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     main.Add("smtp_sasl_tls_security_options", "noanonymous");
 }
 
-/// Answers outside of these say that the list refuses to answer, for example 127.255.255.254.
+/// The answers that mean "listed". Others, such as 127.255.255.254, mean that the query was
+/// refused.
 const char kListedAnswers[] = "=127.0.[0..255].[0..255]";
 
 void AddBlocklists(Restrictions& restrictions, const settings::StoredSettings& settings)
@@ -213,7 +212,7 @@ void AddBlocklists(Restrictions& restrictions, const settings::StoredSettings& s
     }
 }
 
-/// What the access list of clients says: to an address, to its networks, to its host name.
+/// Adds the access lists of clients: by address, by network, by host name.
 void AddClientAccess(Restrictions& restrictions)
 {
     restrictions.Add("check_client_access " + Map("client_addresses"))
@@ -221,10 +220,10 @@ void AddClientAccess(Restrictions& restrictions)
         .Add("check_client_access " + Map("client_access"));
 }
 
-/// What a recipient is refused for. Blocklists stand late: they cost a question to the DNS, and SPF
-/// costs several and a program. A client or recipient that is let in by the access lists is asked
-/// about neither; a sender is, since anybody can write any sender. None of this lets a stranger
-/// relay: that is judged before, by restrictions of its own.
+/// The restrictions for recipients. DNS blocklists come late since they cost a query, SPF last
+/// since it costs several and a process. Clients and recipients permitted by an access list skip
+/// both; senders do not, since anybody can forge one. None of this permits relaying:
+/// smtpd_relay_restrictions decide that.
 std::string RecipientRestrictions(const settings::StoredSettings& settings)
 {
     Restrictions restrictions;
@@ -243,14 +242,14 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
 void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
-    // An alias is looked up by its name alone, whatever the mail domain.
+    // The owners of an alias are found by its name alone, in every mail domain.
     main.Add("smtpd_sender_login_maps", "pipemap:{pcre:${config_directory}/maps/own_names, " +
                                             Map("login_aliases") +
                                             "}, pcre:${config_directory}/maps/login_rule");
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
-    // A message ends with CR LF dot CR LF alone: what others relay as text must not become a second
-    // message here. Programs of this machine, which may end it in their own way, can send anything
-    // as it is.
+    // Only CR LF . CR LF ends a message: with a bare LF accepted too, text relayed by another
+    // server could become a second message here (SMTP smuggling). Local programs may use a bare LF;
+    // they could send anything anyway.
     main.Add("smtpd_forbid_bare_newline", "normalize");
     main.Add("smtpd_forbid_bare_newline_exclusions", "$mynetworks");
     Restrictions client;
@@ -293,12 +292,12 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
 void AddFilters(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
-    // Postfix complains about a parameter that no service uses.
+    // Postfix warns about a parameter that no service uses.
     if (settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled")) {
         main.Add("submission_milters", SubmissionFilters(settings));
     }
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
-    // A policy program that does not work must not stop all mail.
+    // Mail is accepted when a policy program fails, so that a fault there does not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
     for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
@@ -314,7 +313,7 @@ void AddLimits(Parameters& main, const settings::StoredSettings& settings)
     main.Add("smtpd_recipient_limit", std::to_string(settings.Int("recipient_limit")));
 }
 
-/// One line of master.cf: an SMTP server on a port, with parameters of its own.
+/// A service of master.cf: an SMTP server on a port, with its own parameters.
 std::string SmtpService(int port, const std::vector<const char*>& options)
 {
     std::string text = std::to_string(port) + " inet n - n - - smtpd\n";
@@ -322,8 +321,8 @@ std::string SmtpService(int port, const std::vector<const char*>& options)
     return text;
 }
 
-/// The services that Postfix always needs. None is in a chroot, since logins, delivery and accounts
-/// are reached by sockets and files outside of one.
+/// The services that Postfix always needs. None runs in a chroot, since they use sockets and files
+/// for logins, delivery and accounts outside of it.
 const char kInnerServices[] =
     "pickup unix n - n 60 1 pickup\n"
     "cleanup unix n - n - 0 cleanup\n"
@@ -361,7 +360,7 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
-/// What an address of a mail domain, with or without an extension, stands for.
+/// The rule that maps an address of a mail domain, with or without an extension, to `result`.
 std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
 {
     std::string domains;
@@ -399,8 +398,8 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     if (settings.Bool("smtp_tls_enabled")) {
-        // Submission is for logins alone; a login must not cross the net in the clear unless the
-        // administrator allows that.
+        // Submission requires a login, and TLS unless the administrator allows logins in clear
+        // text.
         text += SmtpService(settings.Int("smtp_tls_port"),
                             {"syslog_name=postfix/submission", "smtpd_milters=$submission_milters",
                              settings.Bool("plaintext_auth") ? "smtpd_tls_security_level=may"

@@ -1,4 +1,4 @@
-// Puts the files that follow from the settings into the next generation.
+// Puts the files made from the settings into the next generation.
 #include "host/libmailvane/render/settings_files.h"
 
 #include "host/libmailvane/render/context.h"
@@ -14,7 +14,7 @@ namespace host::render {
 
 namespace {
 
-/// Maps that other lists fill; empty until they do.
+/// Maps filled by lists; empty ones are put until a list fills them.
 const char* const kListMaps[] = {"aliases",
                                  "login_aliases",
                                  "sender_bcc",
@@ -28,7 +28,7 @@ const char* const kListMaps[] = {"aliases",
                                  "black_senders",
                                  "black_recipients"};
 
-/// Files that other lists fill and that are read as they are.
+/// Tables and files filled by lists and not compiled; likewise.
 const char* const kListFiles[] = {generation::kQuotaFile, generation::kClientNetworksFile,
                                   generation::kBlackClientsFile, generation::kAttachmentChecksFile};
 

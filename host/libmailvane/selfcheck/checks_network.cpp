@@ -1,5 +1,5 @@
-// Checks of the self-check that look at the mail services from outside: their ports, what they show
-// there, whom they let through, and what stands before them.
+// Checks of the self-check that connect to the mail services as a client does: ports, certificate,
+// relaying, packet filter.
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ bool StartsWith(const std::string& text, const char* start)
     return text.compare(0, std::strlen(start), start) == 0;
 }
 
-/// What opens and what ends a conversation with a mail service.
+/// The start of a service's greeting, and the command that ends the connection.
 struct Protocol {
     const char* greeting;
     const char* farewell;
@@ -51,11 +51,11 @@ Finding JudgeGreeting(const std::string& line, const Protocol& protocol, Clock::
     return {};
 }
 
-/// Services are asked by IPv4 and by IPv6. Where they listen on one of them alone, the other takes
-/// no connection, and that is no fault.
+/// Services are tested by IPv4 and IPv6. Where one listens on only one of them, connections by the
+/// other fail, which is no fault.
 constexpr char kIpv6[] = "::1";
 
-/// What a client that knows TLS is told at a port, by IPv4 and by IPv6. Empty where nobody answers.
+/// The server's output to a TLS client at a port, by IPv4 and IPv6; empty where nothing answers.
 std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& options,
                                       const std::string& input)
 {
@@ -75,8 +75,8 @@ std::string FirstCertificate(const std::string& text)
     return std::string(PemBlock(text, "CERTIFICATE"));
 }
 
-/// Whether the port greets a client from an address of this machine; nothing when it takes no
-/// connection there.
+/// Whether the service at a port greets a client that connects from `from`; nothing when it does
+/// not accept the connection.
 std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& protocol)
 {
     const auto start = Clock::now();
@@ -90,7 +90,7 @@ std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& pr
     return JudgeGreeting(*line, protocol, start);
 }
 
-/// Whether a client from an address that may not relay is refused; nothing when it cannot ask.
+/// Whether a client that may not relay is refused; nothing when it cannot connect.
 std::optional<Finding> RelayFor(const char* stranger, int port)
 {
     system::LineClient client(port, stranger);
@@ -106,8 +106,8 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
 }
 
-/// What the packet filter's list of chains says: tables of others that drop what comes in unless a
-/// rule takes it.
+/// The names of tables in the packet filter's listing that drop incoming packets by default and are
+/// not the package's.
 std::string DroppingTables(const std::string& chains)
 {
     std::string names;
@@ -182,8 +182,8 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
 
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
-    // has one such address, which is a stranger only where nobody relays without a login.
+    // Postfix trusts at most 127.0.0.1, so 127.0.0.2 is unknown to it. IPv6 has only one loopback
+    // address; it is unknown only when local programs need a login too.
     std::vector<const char*> strangers = {names::kProbeAddress};
     if (settings.Bool("smtp_auth_required")) strangers.push_back(names::kProbeAddress6);
     Finding last = {CheckWord::kUnknown, "SMTP does not greet"};

@@ -6,6 +6,9 @@
 namespace host::stores {
 namespace {
 
+const char kWhat[] = "aliases";
+const char kPrefix[] = "aliases: ";
+
 void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
 {
     SQLite::Statement alias(database, "DELETE FROM alias WHERE id = ?");
@@ -46,7 +49,7 @@ void Add(SQLite::Database& database, const std::vector<AliasEntry>& entries)
     }
 }
 
-/// Fills in the members of aliases, which stand in the order of their numbers.
+/// Reads the members of the aliases; both are sorted by the alias's id.
 void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 {
     SQLite::Statement members(database,
@@ -64,33 +67,38 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
     }
 }
 
-}  // namespace
-
-AliasEntries ReadAliases()
+AliasEntries ReadEntries(SQLite::Database& database)
 {
     AliasEntries entries;
-    std::optional<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
-    if (!database) return entries;
-
-    const SQLite::Transaction oneState(*database);
-    SQLite::Statement aliases(*database, "SELECT id, name FROM alias ORDER BY id");
+    const SQLite::Transaction oneState(database);
+    SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
     while (aliases.executeStep()) {
         entries.push_back({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText(), {}});
     }
-    ReadMembers(*database, entries);
+    ReadMembers(database, entries);
     return entries;
+}
+
+}  // namespace
+
+Result<AliasEntries> ReadAliases()
+{
+    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
+    if (!database) return std::move(database).reason();
+    return system::Attempt(kWhat, [&database] { return ReadEntries(*database); });
 }
 
 Result<void> ChangeAliases(const AliasChange& change)
 {
-    Result<SQLite::Database> database = ChangeAccountDatabase(AccountDatabase::kAlias);
+    auto database = ChangeAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
     if (!database) return std::move(database).reason();
 
-    SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
-    Remove(*database, change.removed);
-    Add(*database, change.added);
-    transaction.commit();
-    return {};
+    return system::Attempt(kWhat, [&] {
+        SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
+        Remove(*database, change.removed);
+        Add(*database, change.added);
+        transaction.commit();
+    });
 }
 
 }  // namespace host::stores

@@ -1,4 +1,4 @@
-"""New passwords: how they are asked for, and what they have to be."""
+"""New passwords: asking for one, and its rules."""
 import sys
 
 from mailvane.common.display import plain
@@ -8,7 +8,7 @@ SHORTEST, LONGEST = 10, 128  # characters
 
 
 def ask(name: str, purpose: str) -> str:
-    """A password, typed twice at a terminal, else the first line of standard input."""
+    """A password, typed twice at a terminal, or else the first line of standard input."""
     if sys.stdin.isatty():
         import getpass
         password = getpass.getpass("Password of %s for %s: " % (plain(name), purpose))

@@ -14,7 +14,7 @@ OPTIONS: list[str] = []
 
 
 def run(session: app.Session, _: set[str], words: list[str]) -> int:
-    """Makes account, membership, web login; what is there already stays."""
+    """Makes account, group membership and web login; those that exist are kept."""
     if len(words) != 1 or set(words[0]) & set(":\n") or words[0].startswith("-"):
         raise Usage("admin takes the login name of one account")
     name = words[0]
