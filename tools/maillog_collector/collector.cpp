@@ -16,6 +16,8 @@ constexpr int kMostLinesHeld = 20000;
 constexpr int kRunsBetweenForgetting = 100;
 constexpr std::int64_t kBetweenClosings = 60;  // seconds, while a reader has the month open
 
+constexpr std::int64_t kClocksApart = 86400;  // seconds, of two machines, zones included
+
 /// Thrown when the log was cleared: lines read before that are dropped.
 struct LogCleared {};
 
@@ -41,13 +43,18 @@ void Collector::Open()
     correlator_.emplace(*store_);
     const std::int64_t latest = store_->LatestDate();
     nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
+    if (tail_) return;
     const LogPosition position = store_->Position();
-    if (!tail_) tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    // What was cleared does not come back from a log that is read again.
+    lastTime_ = position.inode == 0 ? host::maillog::ClearedAt() : position.time;
+    skippedUntil_ = position.inode == 0 || tail_->hasLostPlace() ? lastTime_ : 0;
 }
 
 /// Stores everything read so far.
-void Collector::Store(const LogPosition& position)
+void Collector::Store(LogPosition position)
 {
+    position.time = lastTime_;
     if (!store_->Store(correlator_->Changed(), correlator_->Ended(), position)) throw LogCleared();
 
     correlator_->Stored();
@@ -71,14 +78,23 @@ void Collector::KeepMonth(std::int64_t time, std::size_t start)
     if (closingTried_ == 0) nextMonth_ = NextMonth(time);
 }
 
+/// When a line was written; -1 when that cannot be read. A stamp of the far future, by a wrong
+/// clock of whoever wrote it, counts as now: it would keep months from being closed until it comes.
+std::int64_t Collector::TimeOf(const LogLine& line)
+{
+    const std::int64_t time = clock_.Seconds(line.stamp);
+    const std::int64_t now = std::time(nullptr);
+    return time > now + kClocksApart ? now : time;
+}
+
 void Collector::TakeInLine(std::string_view line, std::size_t start)
 {
     const std::optional<LogLine> parts = ParseLine(line);
     if (!parts) return;
     const std::optional<Event> event = ParseEvent(*parts);
     if (!event) return;
-    const std::int64_t time = clock_.Seconds(parts->stamp);
-    if (time < 0) return;
+    const std::int64_t time = TimeOf(*parts);
+    if (time < 0 || time < skippedUntil_) return;
 
     KeepMonth(time, start);
     lastTime_ = time;

@@ -29,14 +29,16 @@ private:
     void TakeIn(std::string_view lines);
     void TakeInLine(std::string_view line, std::size_t start);
     void KeepMonth(std::int64_t time, std::size_t start);
-    void Store(const LogPosition& position);
+    std::int64_t TimeOf(const LogLine& line);
+    void Store(LogPosition position);
 
     host::maillog::LogClock clock_;
     std::optional<MailStore> store_;
     std::optional<MailCorrelator> correlator_;
     std::optional<LogTail> tail_;
-    std::int64_t nextMonth_ = 0;  ///< its first second; 0 while there is no entry
-    std::int64_t lastTime_ = 0;
+    std::int64_t nextMonth_ = 0;     ///< its first second; 0 while there is no entry
+    std::int64_t lastTime_ = 0;      ///< of the last line that was taken in
+    std::int64_t skippedUntil_ = 0;  ///< lines of before are in already, or were cleared
     std::int64_t closingTried_ = 0;
     int linesHeld_ = 0;  ///< lines read but not yet stored
     int storedRuns_ = 0;

@@ -2,7 +2,6 @@
 #include "tools/maillog_collector/log_event.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
 
 #include "host/libmailvane/names/relay_probe.h"
@@ -129,6 +128,8 @@ Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view 
     std::string_view original;
     if (!SkipPrefix(text, "to=") || !TakeAddress(text, event.to)) return std::nullopt;
     if (SkipPrefix(text, ", orig_to=") && !TakeAddress(text, original)) return std::nullopt;
+    // Its own recipient is a name for nobody.
+    if (line.daemon == "discard" && !original.empty()) event.to = original;
     if (!SkipPrefix(text, ", relay=")) return std::nullopt;
 
     const std::string_view relay = text.substr(0, text.find(", "));
@@ -140,12 +141,39 @@ Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view 
         JudgeSent(event, line, relay, reply);
     } else if (status == "bounced") {
         event.kind = EventKind::kBounced;
-    } else if (status == "deferred") {
+    } else if (status == "deferred" || status == "SOFTBOUNCE") {
         event.kind = EventKind::kDeferred;
+    } else if (status == "deliverable" || status == "undeliverable") {
+        event.kind = EventKind::kProbed;
     } else {
         return std::nullopt;
     }
     return event;
+}
+
+/// Where the part of a verdict that names the envelope begins, `; from=<F> to=<T> proto=...`;
+/// nowhere when there are several. Whoever is refused may have put such a text into the name that
+/// it greets with, or into a header: what it says for itself is not to be told from the real one.
+std::size_t FindEnvelope(std::string_view text)
+{
+    constexpr std::string_view kEnvelope = "; from=";
+    // Verdicts on a step of the dialogue quote names in angle brackets; content may hold anything.
+    const bool isContent = !text.empty() && text.front() >= 'a';
+    std::size_t found = std::string_view::npos;
+    for (std::size_t i = 0; i < text.size();) {
+        std::string_view rest = text.substr(i);
+        std::string_view quoted;
+        if (rest.substr(0, kEnvelope.size() + 1) == "; from=<") {
+            if (found != std::string_view::npos) return std::string_view::npos;
+            found = i + kEnvelope.size();
+            i = found;
+        } else if (!isContent && TakeAddress(rest, quoted)) {
+            i = text.size() - rest.size();
+        } else {
+            ++i;
+        }
+    }
+    return found;
 }
 
 /// Parses `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and similar verdicts.
@@ -159,13 +187,26 @@ Result ParseVerdict(std::string_view id, std::string_view text)
             return std::nullopt;
     }
     Event event = Make(kind, id);
-    const std::size_t envelope = text.rfind("; from=<");
+    const std::size_t envelope = FindEnvelope(text);
     if (envelope == std::string_view::npos) return event;
 
-    std::string_view rest = text.substr(envelope + 7);
-    if (TakeAddress(rest, event.from) && SkipPrefix(rest, " to="))
-        (void)TakeAddress(rest, event.to);
+    std::string_view rest = text.substr(envelope);
+    if (!TakeAddress(rest, event.from)) return event;
+    (void)SkipPrefix(rest, ",");  // as postscreen writes it
+    if (SkipPrefix(rest, " to=")) (void)TakeAddress(rest, event.to);
     return event;
+}
+
+/// Whether a verdict is one on a message. A client that is refused before it names a sender, or
+/// that asks for a user's name, has none.
+bool IsOnMessage(std::string_view verdict)
+{
+    (void)TakeUntil(verdict, ' ');
+    const std::string_view step = verdict.substr(0, verdict.find_first_of(" :"));
+    for (const std::string_view command : {"MAIL", "RCPT", "DATA", "BDAT", "END-OF-MESSAGE"}) {
+        if (step == command) return true;
+    }
+    return false;
 }
 
 /// Whether this is the refusal of the self-check's test for an open relay. Decided by the client's
@@ -189,13 +230,16 @@ bool IsOwnProbe(std::string_view text)
 Result ParseWithoutId(const LogLine& line)
 {
     std::string_view text = line.text;
-    if (line.daemon == "smtpd" && SkipPrefix(text, "NOQUEUE: ")) {
-        if (IsOwnProbe(text)) return std::nullopt;
-        const Result event = ParseVerdict({}, text);
-        return event && event->kind == EventKind::kRefused ? event : std::nullopt;
+    const bool isServer = line.daemon == "smtpd" || line.daemon == "postscreen";
+    if (isServer && SkipPrefix(text, "NOQUEUE: ")) {
+        // A message that is to be held has an id later on.
+        const bool isHeld = text.substr(0, text.find(':')).find("hold") != std::string_view::npos;
+        return isHeld || IsOwnProbe(text) || !IsOnMessage(text) ? std::nullopt
+                                                                : ParseVerdict({}, text);
     }
     if (line.daemon == "smtpd" && SkipPrefix(text, "proxy-")) {
-        return text.substr(0, 8) == "reject: " ? ParseVerdict({}, text) : std::nullopt;
+        const bool isRefusal = text.substr(0, 8) == "reject: " && IsOnMessage(text);
+        return isRefusal ? ParseVerdict({}, text) : std::nullopt;
     }
     if (SkipPrefix(text, "warning: ")) {
         const std::string_view id = TakeUntil(text, ':');

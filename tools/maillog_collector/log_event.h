@@ -23,6 +23,7 @@ enum class EventKind {
     kBounced,    ///< `to` cannot be reached
     kDeferred,   ///< delivery to `to` is put off
     kKept,       ///< accepted for `to`, then held or dropped
+    kProbed,     ///< no message: the mail server only asked whether `to` can be reached
     kRefused     ///< not accepted
 };
 

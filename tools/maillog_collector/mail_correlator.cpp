@@ -127,14 +127,14 @@ Recipient& MailCorrelator::EntryOf(Mail& mail, std::string_view to)
     return mail.entries.back();
 }
 
-void MailCorrelator::RefuseWithoutId(const Event& event, std::int64_t time,
-                                     const std::string& lineName)
+void MailCorrelator::JudgeWithoutId(const Event& event, std::int64_t time,
+                                    const std::string& lineName)
 {
     auto mail = std::make_shared<Mail>();
     mail->key = lineName;
     mail->date = time;
     mail->from = CleanText(event.from);
-    SetOutcome(EntryOf(*mail, event.to), MAIL_BOUNCE, MAIL_BOUNCE);
+    Deliver(*mail, event);
     Touch(mail);
 }
 
@@ -181,6 +181,7 @@ void MailCorrelator::Join(const Event& event, std::int64_t time)
     } else if (part != mail) {
         Absorb(mail, part);
     }
+    if (event.requeued) End(mail, event.other);  // it has become this one
     Touch(mail);
 }
 
@@ -231,8 +232,8 @@ void MailCorrelator::Deliver(Mail& mail, const Event& event)
     }
 }
 
-/// Sets all recipients without delivery to bounced.
-void MailCorrelator::GiveUp(Mail& mail)
+/// Sets one outcome for all recipients without delivery.
+void MailCorrelator::SettleWaiting(Mail& mail, int status, int countsAs)
 {
     if (mail.hasEntries) {
         for (const Recipient& entry : store_.UndeliveredOf(mail.key)) {
@@ -240,8 +241,16 @@ void MailCorrelator::GiveUp(Mail& mail)
         }
     }
     for (Recipient& entry : mail.entries) {
-        if (IsUndelivered(entry)) SetOutcome(entry, MAIL_BOUNCE, MAIL_BOUNCE);
+        if (IsUndelivered(entry)) SetOutcome(entry, status, countsAs);
     }
+}
+
+/// The message has left the queue. Who still waits in one that was put into the queue again has
+/// been passed on: aliases were looked up anew, and gave others.
+void MailCorrelator::Remove(const MailPointer& mail, std::string_view id)
+{
+    if (mail->requeued && !mail->waiting) SettleWaiting(*mail, MAIL_RESEND, MAIL_RECEIVE);
+    End(mail, id);
 }
 
 void MailCorrelator::End(const MailPointer& mail, std::string_view id)
@@ -255,7 +264,7 @@ void MailCorrelator::End(const MailPointer& mail, std::string_view id)
 void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::string& lineName)
 {
     if (event.id.empty()) {
-        RefuseWithoutId(event, time, lineName);
+        JudgeWithoutId(event, time, lineName);
         return;
     }
     if (event.kind == EventKind::kJoined) {
@@ -279,14 +288,17 @@ void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::str
             Describe(*mail, event);
             break;
         case EventKind::kExpired:
-            GiveUp(*mail);
+            SettleWaiting(*mail, MAIL_BOUNCE, MAIL_BOUNCE);
             break;
         case EventKind::kDeleted:
-            GiveUp(*mail);
+            SettleWaiting(*mail, MAIL_BOUNCE, MAIL_BOUNCE);
             End(mail, event.id);
             break;
         case EventKind::kRemoved:
-            End(mail, event.id);
+            Remove(mail, event.id);
+            break;
+        case EventKind::kProbed:
+            DropUnknown(*mail);
             break;
         case EventKind::kScanned:
             break;

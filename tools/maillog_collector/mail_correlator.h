@@ -47,10 +47,11 @@ private:
     void Join(const Event& event, std::int64_t time);
     void Absorb(const MailPointer& whole, const MailPointer& part);
     Recipient& EntryOf(Mail& mail, std::string_view to);
-    void RefuseWithoutId(const Event& event, std::int64_t time, const std::string& lineName);
+    void JudgeWithoutId(const Event& event, std::int64_t time, const std::string& lineName);
     void Describe(Mail& mail, const Event& event);
     void Deliver(Mail& mail, const Event& event);
-    void GiveUp(Mail& mail);
+    void SettleWaiting(Mail& mail, int status, int countsAs);
+    void Remove(const MailPointer& mail, std::string_view id);
     void End(const MailPointer& mail, std::string_view id);
 
     MailStore& store_;

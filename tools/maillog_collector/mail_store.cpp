@@ -58,7 +58,7 @@ private:
 
 MailStore::MailStore(const std::string& path)
     : database_(Open(path)),
-      position_(database_, "SELECT inode, offset, head, clearings FROM position"),
+      position_(database_, "SELECT inode, offset, head, clearings, time FROM position"),
       load_(database_,
             "SELECT root_id, message_id, mail_from, size, recipients, date, seen, state "
             "FROM message WHERE queue_id = ?"),
@@ -81,7 +81,7 @@ MailStore::MailStore(const std::string& path)
       absorb_(database_, "UPDATE OR IGNORE entry SET queue_id = ? WHERE queue_id = ?"),
       addMessage_(database_, "INSERT OR REPLACE INTO message VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"),
       endMessage_(database_, "DELETE FROM message WHERE queue_id = ?"),
-      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?")
+      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?, time = ?")
 {
 }
 
@@ -94,12 +94,13 @@ LogPosition MailStore::Position()
     position.offset = position_.getColumn(1).getInt64();
     position.head = position_.getColumn(2).getInt64();
     clearings_ = position_.getColumn(3).getInt64();
+    position.time = position_.getColumn(4).getInt64();
     return position;
 }
 
 std::int64_t MailStore::LatestDate()
 {
-    return database_.execAndGet("SELECT coalesce(max(date), 0) FROM entry").getInt64();
+    return host::maillog::LatestDate(database_);
 }
 
 std::unique_ptr<Mail> MailStore::Load(const std::string& id)
@@ -204,7 +205,7 @@ void MailStore::StoreMail(const Mail& mail)
 
 void MailStore::StorePosition(const LogPosition& position)
 {
-    (void)Run(setPosition_, position.inode, position.offset, position.head);
+    (void)Run(setPosition_, position.inode, position.offset, position.head, position.time);
 }
 
 /// Texts are added to the search index all at once; entry by entry, the index would be written each

@@ -27,8 +27,10 @@ struct Rank {
 };
 
 struct MailCounts {
-    std::array<Volume, 4> byStatus;  ///< by `MailStatus`
-    std::vector<Rank> senders;       ///< those with most messages, the most first
+    std::array<Volume, 3> byOutcome;  ///< by `MailStatus`: sent, received, bounced
+    Volume waiting;                   ///< nothing has become of them yet
+    Volume resent;                    ///< of those with an outcome, at a later attempt or elsewhere
+    std::vector<Rank> senders;        ///< those with most messages, the most first
     std::vector<Rank> recipients;
 };
 

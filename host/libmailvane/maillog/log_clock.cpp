@@ -40,7 +40,9 @@ bool ZoneOffset(std::string_view rest, std::int64_t& offset)
     if (rest[zone] == 'Z') return true;
 
     const int hours = Number(rest, zone + 1, 2);
-    const int minutes = rest.size() >= zone + 6 ? Number(rest, zone + 4, 2) : -1;
+    const std::size_t colon = rest.size() > zone + 3 && rest[zone + 3] == ':' ? 1 : 0;
+    const std::size_t end = zone + 5 + colon;
+    const int minutes = rest.size() >= end ? Number(rest, end - 2, 2) : -1;
     if (hours < 0 || minutes < 0) return false;
     offset = std::int64_t{hours} * 3600 + std::int64_t{minutes} * 60;
     if (rest[zone] == '-') offset = -offset;

@@ -56,7 +56,9 @@ host::Result<SQLite::Database> OpenLog(const char* path)
     if (!*database) return host::Reason{host::ReasonCode::kMissing, *real, *real + " is missing"};
 
     const int version = (*database)->execAndGet("PRAGMA user_version").getInt();
-    if (version == host::maillog::MailLogSchema().version) return std::move(**database);
+    if (version >= host::maillog::kOldestReadableVersion &&
+        version <= host::maillog::MailLogSchema().version)
+        return std::move(**database);
     return host::Reason{host::ReasonCode::kDamaged, *real,
                         *real + " has the unknown version " + std::to_string(version)};
 }

@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <ctime>
 #include <stdexcept>
 
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 
 namespace host::maillog {
@@ -123,7 +126,27 @@ CREATE INDEX message_root ON message (root_id);
 CREATE INDEX message_seen ON message (seen);
 )";
 
-constexpr const char* kScripts[] = {kEntries, kCollector};
+// When the last line that is in was written, or the log was cleared, in seconds since the epoch.
+constexpr char kTimeOfPosition[] =
+    "ALTER TABLE position ADD COLUMN time INTEGER NOT NULL DEFAULT 0";
+
+constexpr const char* kScripts[] = {kEntries, kCollector, kTimeOfPosition};
+
+/// An empty file, changed when the log was last cleared.
+std::string ClearedPath()
+{
+    return MailLogLiveFolder() + "/cleared";
+}
+
+Result<void> NoteClearing()
+{
+    const std::string path = ClearedPath();
+    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
+    if (!file || ::futimens(file.get(), nullptr) < 0 || ::fsync(file.get()) < 0) {
+        return Reason{ReasonCode::kSystem, path, "cannot change " + path + ": " + ErrnoText()};
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -140,6 +163,37 @@ std::string MailLogLiveFolder()
 std::string MailLogLivePath()
 {
     return MailLogLiveFolder() + "/maillog.db";
+}
+
+std::vector<std::string> MonthPaths(std::int64_t time)
+{
+    constexpr int kMostOfAMonth = 9;
+    const auto seconds = static_cast<std::time_t>(time);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    char month[16];
+    (void)std::strftime(month, sizeof month, "/%Y-%m", &parts);
+    const std::string name = MailLogFolder() + month;
+
+    std::vector<std::string> paths{name + ".db"};
+    for (int number = 2; number <= kMostOfAMonth; ++number) {
+        paths.push_back(name + "-" + std::to_string(number) + ".db");
+    }
+    return paths;
+}
+
+std::int64_t ClearedAt()
+{
+    struct stat status {};
+    return ::lstat(ClearedPath().c_str(), &status) == 0 ? std::int64_t{status.st_mtime} : 0;
+}
+
+std::int64_t LatestDate(SQLite::Database& database)
+{
+    SQLite::Statement latest(database, "SELECT coalesce(max(date), 0) FROM entry WHERE date <= ?");
+    latest.bind(1, static_cast<std::int64_t>(std::time(nullptr)));
+    (void)latest.executeStep();
+    return latest.getColumn(0).getInt64();
 }
 
 const system::Schema& MailLogSchema()
@@ -170,12 +224,14 @@ Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
     const bool known = ::stat(Path(kPostfixLog).c_str(), &status) == 0;
-    SQLite::Statement skip(database,
-                           "UPDATE position SET clearings = clearings + 1, inode = iif(?1, ?2, "
-                           "inode), offset = iif(?1, ?3, offset), head = iif(?1, 0, head)");
+    SQLite::Statement skip(
+        database,
+        "UPDATE position SET clearings = clearings + 1, inode = iif(?1, ?2, "
+        "inode), offset = iif(?1, ?3, offset), head = iif(?1, 0, head), time = ?4");
     skip.bind(1, known ? 1 : 0);
     skip.bind(2, static_cast<std::int64_t>(status.st_ino));
     skip.bind(3, static_cast<std::int64_t>(status.st_size));
+    skip.bind(4, static_cast<std::int64_t>(std::time(nullptr)));
     // Without a position this database is being closed as a past month; the caller is to clear the
     // new one.
     if (skip.exec() != 0) return {};
@@ -186,6 +242,8 @@ Result<void> SkipLog(SQLite::Database& database)
 
 Result<void> ClearMailLog(SQLite::Database& database)
 {
+    Result<void> noted = NoteClearing();
+    if (!noted) return noted;
     database.exec("PRAGMA secure_delete = ON");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     // Tables are dropped and created again, since deleting a large log row by row would take

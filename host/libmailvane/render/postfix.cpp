@@ -100,6 +100,8 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
 
     main.Add("compatibility_level", "3.6");
     main.Add("maillog_file", "/var/log/mailvane/maillog");
+    // A short id is used again within the day, and the mail log takes two messages for one.
+    main.Add("enable_long_queue_ids", "yes");
     main.Add("inet_interfaces", "all");
     main.Add("inet_protocols", context.hasIpv6 ? "all" : "ipv4");
     main.Add("myhostname", settings.Text("smtp_hostname"));

@@ -55,6 +55,7 @@ TEST(LogClock, YearAndZone)
     EXPECT_EQ(kNow - 1, clock.Seconds("Dec 31 23:59:59"));
     EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));
+    EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59+0230"));
     for (const char* stamp : {"", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21T04:16:59"})
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
 }
@@ -123,8 +124,8 @@ TEST(LogEvent, AddressesEndWhereTheyEnd)
         "to=<forged@y.test> from mx[203.0.113.10]; from=<x@a.test> to=<b@mv.test> proto=SMTP: no");
     ASSERT_TRUE(event);
     EXPECT_EQ(EventKind::kRefused, event->kind);
-    EXPECT_EQ("x@a.test", event->from);
-    EXPECT_EQ("b@mv.test", event->to);
+    EXPECT_EQ("", event->from) << "two envelopes: nobody can tell which is the real one";
+    EXPECT_EQ("", event->to);
 }
 
 TEST(LogEvent, WhatSaysNothingAboutAMessage)
@@ -134,7 +135,6 @@ TEST(LogEvent, WhatSaysNothingAboutAMessage)
           "smtpd[1]: NOQUEUE: hold: RCPT from x[1.2.3.4]: y; from=<a@b.test> to=<c@d.test>",
           "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test>, size=x, nrcpt=1 (queue active)",
           "qmgr[1]: 4jWf6M2n8mzm4JH: from=<a@b.test", "lmtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>",
-          "smtp[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=deliverable (ok)",
           "scache[1]: 4jWf6M2n8mzm4JH: to=<a@b.test>, relay=r, status=sent (ok)"})
         EXPECT_FALSE(Parse(text)) << text;
 }

@@ -1,7 +1,9 @@
 // Runs of the collector over logs: what lands in the database, and that it lands there once.
 #include <unistd.h>
+#include <zlib.h>
 
 #include <csignal>
+#include <iterator>
 #include <memory>
 
 #include "tests/host/libmailvane/maillog/machine.h"
@@ -150,6 +152,81 @@ TEST_F(CollectorRuns, EveryKindOfRealLine)
               Ask("SELECT message_id FROM entry WHERE queue_id = '4jWf6n6hMgzm4H3'"));
 }
 
+TEST_F(CollectorRuns, RowsOfAFewLines)
+{
+    const std::string queued =
+        "qmgr[1]: 4jWf5tbbbbz77: from=<a@x.test>, size=9, nrcpt=1 (queue active)";
+    const std::string to = "[1]: 4jWf5tbbbbz77: to=<b@y.test>, relay=r, delay=0, status=";
+    const std::string refused = ": 554 5.7.1 no; from=<a@x.test> to=<b@mv.test> proto=SMTP helo=<";
+    const std::string forged = "\"; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<\"@x.test";
+    const std::string row = "a@x.test|b@y.test|";
+    const struct {
+        const char* what;
+        std::vector<std::string> lines;
+        std::string rows;  ///< sender, recipient, status, what it counts as
+    } tables[] = {
+        {"deferred, then bounced",
+         {queued, "smtp" + to + "deferred (x)", "smtp" + to + "bounced (x)"},
+         row + "2|2\n"},
+        {"bounced softly", {queued, "smtp" + to + "SOFTBOUNCE (x)"}, row + "3|-1\n"},
+        {"a probe",
+         {queued, "smtp" + to + "deliverable (x)", "qmgr[1]: 4jWf5tbbbbz77: removed"},
+         ""},
+        {"put into the queue again, for another recipient by now",
+         {queued, "smtp" + to + "deferred (x)",
+          "pickup[1]: 4jWf6cccccz77: uid=0 from=<a@x.test> orig_id=4jWf5tbbbbz77",
+          "smtp[1]: 4jWf6cccccz77: to=<c@y.test>, orig_to=<b@y.test>, relay=r, status=sent (ok)",
+          "qmgr[1]: 4jWf6cccccz77: removed"},
+         row + "3|1\na@x.test|c@y.test|3|0\n"},
+        {"thrown away for its recipient",
+         {queued,
+          "discard[1]: 4jWf5tbbbbz77: to=<discarded@discarded.invalid>, "
+          "orig_to=<b@y.test>, relay=none, delay=0, status=sent (x)"},
+         row + "1|1\n"},
+        {"thrown away for its sender",
+         {"smtpd[1]: NOQUEUE: discard: RCPT from x[203.0.113.9]: <a@x.test>: Sender address "
+          "triggers "
+          "DISCARD action; from=<a@x.test> to=<b@mv.test> proto=ESMTP helo=<x>"},
+         "a@x.test|b@mv.test|1|1\n"},
+        {"thrown away by a milter",
+         {queued,
+          "cleanup[1]: 4jWf5tbbbbz77: milter-discard: END-OF-MESSAGE from x[203.0.113.9]: x; "
+          "from=<a@x.test> to=<b@y.test> proto=ESMTP helo=<x>"},
+         row + "1|1\n"},
+        {"refused with no message",
+         {"smtpd[1]: NOQUEUE: reject: VRFY from x[203.0.113.9]: 550 no; to=<bob> proto=SMTP "
+          "helo=<x>",
+          "smtpd[1]: NOQUEUE: milter-reject: CONNECT from x[203.0.113.9]: 451 no; proto=SMTP",
+          "postscreen[1]: NOQUEUE: reject: CONNECT from [203.0.113.9]:25: all ports busy"},
+         ""},
+        {"refused before the door",
+         {"postscreen[1]: NOQUEUE: reject: RCPT from [203.0.113.9]:25: 550 5.7.1 no; client [x] "
+          "blocked; from=<a@x.test>, to=<b@mv.test>, proto=ESMTP, helo=<x>"},
+         "a@x.test|b@mv.test|2|2\n"},
+        {"a sender that looks like another",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]: 550 5.1.1 <" + forged +
+          ">: no; from=<" + forged + "> to=<b@mv.test> proto=SMTP helo=<x>"},
+         "\"; from=?x@f.test? to=?y@f.test? proto=SMTP helo=?\"@x.test|b@mv.test|2|2\n"},
+        {"a greeting that looks like an envelope",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused +
+          "h>; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<h>"},
+         "||2|2\n"},
+        {"a friendly one",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused + "h>"},
+         "a@x.test|b@mv.test|2|2\n"},
+    };
+    for (const auto& table : tables) {
+        StartAnew();
+        for (const std::string& line : table.lines) {
+            Append(Line(line));
+            Collect();
+        }
+        EXPECT_EQ(table.rows,
+                  Ask("SELECT mail_from, mail_to, status, counts_as FROM entry ORDER BY id"))
+            << table.what;
+    }
+}
+
 TEST_F(CollectorRuns, HoweverTheLogIsCutTheResultIsTheSame)
 {
     const std::string sample = Sample();
@@ -197,10 +274,36 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     Append(Message(7).substr(20));
     EXPECT_EQ("7\n", takeIn()) << "cut off";
 
+    run.reset();
+    const auto packed = [this](const std::string& name) {
+        std::ifstream file(log, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const gzFile to = gzopen((log + name).c_str(), "wb");
+        EXPECT_EQ(static_cast<int>(text.size()),
+                  gzwrite(to, text.data(), static_cast<unsigned>(text.size())));
+        EXPECT_EQ(Z_OK, gzclose(to));
+        fs::remove(log);
+    };
+    Append(Message(8));
+    packed(".4.gz");
+    Append(Message(9));
+    packed(".3.gz");
+    Append(Message(10));
+    run = std::make_unique<collector::Collector>();
+    EXPECT_EQ("10\n", takeIn()) << "packed twice while nobody read it";
+
+    run.reset();
     fs::remove(log);
-    EXPECT_EQ("7\n", takeIn());
-    Append(std::string(600000, 'x') + "\n" + std::string(3, '\0') + "\n" + Message(8));
-    EXPECT_EQ("8\n", takeIn()) << "a line without end in a new log";
+    Append(Message(11, "2026-11-22"));
+    fs::rename(log, log + ".0");
+    Append(Message(12, "2026-11-22"));
+    run = std::make_unique<collector::Collector>();
+    EXPECT_EQ("12\n", takeIn()) << "what was read last is gone, what came after it is not";
+
+    fs::remove(log);
+    EXPECT_EQ("12\n", takeIn());
+    Append(std::string(600000, 'x') + "\n" + std::string(3, '\0') + "\n" + Message(13));
+    EXPECT_EQ("13\n", takeIn()) << "a line without end in a new log";
 }
 
 TEST_F(CollectorRuns, WhatWasClearedStaysAway)
@@ -217,6 +320,34 @@ TEST_F(CollectorRuns, WhatWasClearedStaysAway)
     EXPECT_EQ("1\n", Ask("SELECT sum(inbound) FROM totals"));
     EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
     EXPECT_NO_THROW(CheckSearchIndex());
+
+    ASSERT_TRUE(collector::PutDamagedAside());
+    Append(Message(4, "2099-01-01"));
+    Collect();
+    EXPECT_EQ("m4@x\n", Ask("SELECT message_id FROM entry")) << "with a new database too";
+}
+
+TEST_F(CollectorRuns, AMonthThatIsReadGoesOn)
+{
+    Append(Message(1, "2025-10-30"));
+    Collect();
+    {
+        SQLite::Database reader(host::maillog::MailLogLivePath(), SQLite::OPEN_READONLY);
+        EXPECT_EQ(1, reader.execAndGet("SELECT count(*) FROM entry").getInt());
+        Append(Message(2, "2025-11-01"));
+        Collect();
+        EXPECT_EQ(2, reader.execAndGet("SELECT count(*) FROM entry").getInt());
+    }
+    Append(Message(3, "2025-12-01"));
+    Collect();
+    EXPECT_EQ("m3@x\n", Ask("SELECT message_id FROM entry"));
+}
+
+TEST_F(CollectorRuns, AStampFarAheadKeepsNoMonthOpen)
+{
+    Append(Message(1, "2099-10-30") + Message(2, "2099-12-01"));
+    Collect();
+    EXPECT_EQ("2\n", Ask("SELECT count(*) FROM entry WHERE abs(date - unixepoch()) < 600"));
 }
 
 TEST_F(CollectorRuns, AMonthBecomesAFile)

@@ -28,6 +28,34 @@ void UseEverything(MailLog&& log)
 
 }  // namespace
 
+TEST_F(LogFiles, MonthsOfEarlierVersionsStayReadable)
+{
+    const auto& newest = host::maillog::MailLogSchema();
+    for (int version = host::maillog::kOldestReadableVersion; version <= newest.version;
+         ++version) {
+        const std::string name = "/2026-0" + std::to_string(version) + ".db";
+        SQLite::Database month(host::maillog::MailLogFolder() + name,
+                               SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        for (int i = 0; i < version; ++i) month.exec(newest.scripts[i]);
+        month.exec("PRAGMA user_version = " + std::to_string(version));
+        month.exec(
+            "INSERT INTO entry (queue_id, message_id, subject, date, size, status, mail_to, "
+            "mail_from, recipients) SELECT *, 1 FROM (" +
+            std::string(kSecret) + ")");
+
+        MailLog log = Log("/var/packages/Mailvane/target/etc/maillog" + name);
+        ASSERT_EQ(log.error(), 0) << version;
+        std::vector<MailLogInfo> rows;
+        LogFilter filter;
+        filter.mailFrom = "b";
+        EXPECT_EQ(log.load(filter, rows), 0);
+        EXPECT_EQ(log.load(9, 0, "size", "asc", rows), 0);
+        EXPECT_EQ(log.search(9, 0, "date", "asc", "secret", rows), 0);
+        EXPECT_EQ(rows.size(), 3U) << version;
+        EXPECT_EQ(log.getLogNum(filter), 1);
+    }
+}
+
 TEST_F(LogFiles, OnlyDatabasesOfTheTwoFoldersAreOpened)
 {
     const std::string folder = host::maillog::MailLogFolder() + "/";

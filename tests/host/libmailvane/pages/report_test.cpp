@@ -32,7 +32,7 @@ protected:
         const std::string folder = host::PackagePath("target/etc/maillog");
         ASSERT_TRUE(host::MakeDirectories(folder, 0755));
         SQLite::Database log(folder + '/' + name, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-        log.exec("CREATE TABLE entry (date, size, status, mail_from, mail_to)");
+        log.exec("CREATE TABLE entry (date, size, status, mail_from, mail_to, counts_as)");
         log.exec("INSERT INTO entry VALUES " + rows);
     }
 };
@@ -95,15 +95,20 @@ TEST_F(ReportTest, CountsWhatTheLogsOfThePeriodHold)
     const std::int64_t begin = 1793491200;  // 2026-11-01 00:00 UTC
     const report::Period period{begin - 60, begin + kDay};
     const std::string first = std::to_string(begin);
-    MakeLog("maillog.db", "(" + first + ", 10, 1, 'b', 'a'), (" + first + ", 5, 0, 'a', 'c'), (" +
-                              std::to_string(begin + kDay) + ", 1, 0, 'a', 'c')");
-    MakeLog("2026-10.db", "(" + std::to_string(begin - 60) + ", 7, 1, 'b', 'a'), (" +
-                              std::to_string(begin - 61) + ", 1, 2, '', 'a')");
+    MakeLog("maillog.db", "(" + first + ", 10, 1, 'b', 'a', NULL), (" + first +
+                              ", 5, 0, 'a', 'c', 0), (" + first + ", 4, 3, 'a', 'c', 1), (" +
+                              first + ", 1, 3, 'a', '', -1), (" + std::to_string(begin + kDay) +
+                              ", 1, 0, 'a', 'c', 0)");
+    MakeLog("2026-10-2.db", "(" + std::to_string(begin - 60) + ", 7, 1, 'b', 'a', 1), (" +
+                                std::to_string(begin - 61) + ", 1, 2, '', 'a', 2)");
     const auto mail = report::CountMail(period);
     ASSERT_TRUE(mail);
-    EXPECT_EQ(mail->byStatus[1].messages, 2);
-    EXPECT_EQ(mail->byStatus[1].bytes, 17);
+    EXPECT_EQ(mail->byOutcome[1].messages, 3);
+    EXPECT_EQ(mail->byOutcome[1].bytes, 21);
+    EXPECT_EQ(mail->waiting.messages, 1);
+    EXPECT_EQ(mail->resent.bytes, 4);
     EXPECT_EQ(mail->senders.size(), 2U);
+    EXPECT_EQ(mail->recipients.size(), 2U) << "one has no recipient yet";
 
     const std::string prefix = " mv amavis[1]: (1-01) ";
     Write(root + "/var/log/mailvane/amavis.log",
