@@ -11,7 +11,7 @@ sys.path.insert(0, TOP + "/tools")
 
 from mailvane.common import files, passwords
 from mailvane.common.errors import Usage
-from mailvane.setup import (aliases, companions, domains, dovecot, listeners, logins, originals,
+from mailvane.setup import (admin, aliases, companions, domains, dovecot, listeners, logins, originals,
                             ports, postfix, reach, relay, report, shipped, survey, tables, units)
 from mailvane.setup.findings import Findings
 
@@ -59,6 +59,16 @@ class Texts(unittest.TestCase):
 def old(services="", options="", **parameters):
     """A configuration of Postfix."""
     return postfix.Postfix(parameters, parameters, postfix.parse_services(services, options))
+
+
+class Administrator(unittest.TestCase):
+    def test_the_mailbox_has_a_password_of_its_own_unless_that_is_wanted(self):
+        for answer, is_wanted in (("", False), ("n", False), ("maybe", False), ("y", True), ("Yes", True)):
+            wanted = "of the web" if is_wanted else "of the mailbox"
+            with mock.patch("sys.stdin.isatty", lambda: True), mock.patch("builtins.print"), \
+                 mock.patch("builtins.input", return_value=answer), \
+                 mock.patch("getpass.getpass", return_value="of the mailbox"):
+                self.assertEqual(admin._of_mailbox("alice", "of the web"), wanted, answer)
 
 
 class Relay(unittest.TestCase):
