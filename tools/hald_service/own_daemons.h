@@ -13,6 +13,7 @@ std::unique_ptr<Supervisor> MakeScannerMilter(const host::daemons::Daemon&, cons
 std::unique_ptr<Supervisor> MakeDkimFilter(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeGate(const host::daemons::Daemon&, const Stored&);
+std::unique_ptr<Supervisor> MakeGuard(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeWebServer(const host::daemons::Daemon&, const Stored&);
 
 /// What the engine's starter in the background does; nobody waits for it. The exit status.

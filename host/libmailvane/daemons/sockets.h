@@ -20,6 +20,9 @@ struct Listener {
 /// Every listening TCP socket, those of IPv4 first. Without IPv6 there is no second table.
 std::vector<Listener> TcpListeners();
 
+/// The address of the other side of every TCP connection to a port of this machine.
+std::vector<std::string> TcpClients(int port);
+
 /// Whether somebody listens at a unix socket (a path of the machine).
 bool ListensAt(const std::string& socket);
 

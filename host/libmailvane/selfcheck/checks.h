@@ -24,6 +24,8 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
 /// Whether other tables of the packet filter drop what they do not know.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
+/// Whether somebody keeps away who fails to log in to the web, where the network reaches that.
+Finding CheckWebLogin(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp
 /// Whether the daemon named `subject` runs.
