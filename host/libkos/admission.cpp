@@ -2,6 +2,7 @@
 #include "host/libkos/admission.h"
 
 #include "host/libkos/caller_check.h"
+#include "host/libkos/own_host.h"
 
 namespace kos {
 
@@ -30,6 +31,11 @@ std::optional<Refusal> JudgeUser(const std::string& user)
 
 std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
 {
+    if (!IsOwnHost(request.site.host)) {
+        return Refusal{403, "unknown_host",
+                       "no name of this machine (see MAILVANE_WEB_HOSTS): " + request.site.host};
+    }
+
     // A form on another site can send these two types of body, but not JSON.
     const BodyKind kind = request.body.kind;
     const bool form = kind == BodyKind::kForm || kind == BodyKind::kUpload;

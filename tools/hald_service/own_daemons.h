@@ -13,6 +13,7 @@ std::unique_ptr<Supervisor> MakeScannerMilter(const host::daemons::Daemon&, cons
 std::unique_ptr<Supervisor> MakeDkimFilter(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeGate(const host::daemons::Daemon&, const Stored&);
+std::unique_ptr<Supervisor> MakeGuard(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeWebServer(const host::daemons::Daemon&, const Stored&);
 
 /// Runs as the background process that starts the anti-virus engine. Returns the exit status.

@@ -29,6 +29,7 @@ constexpr struct {
     {host::daemons::kScanner, MakeScanner},
     {host::daemons::kScannerMilter, MakeScannerMilter},
     {host::daemons::kGate, MakeGate},
+    {host::daemons::kGuard, MakeGuard},
     {host::daemons::kWebServer, MakeWebServer},
 };
 

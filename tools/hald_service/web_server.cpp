@@ -1,5 +1,6 @@
 // The web server of the package. lighttpd, as its own user, passes requests to fcgiwrap, which runs
-// the program as root. Only lighttpd may connect to fcgiwrap's socket.
+// the program as root. Only lighttpd may connect to fcgiwrap's socket. The login guard keeps
+// addresses away that fail to log in.
 //
 // It listens on 127.0.0.1, port MAILVANE_WEB_PORT. With a certificate in etc/tls it also serves
 // other machines, by TLS on port MAILVANE_WEB_TLS_PORT, unless that is empty. Both are taken from
@@ -10,11 +11,10 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <optional>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/web_ports.h"
 #include "tools/hald_service/greeting.h"
 #include "tools/hald_service/own_daemons.h"
 #include "tools/hald_service/units.h"
@@ -24,41 +24,19 @@ namespace service {
 namespace {
 
 using host::daemons::Daemon;
+using host::daemons::WebPort;
+using host::daemons::WebTlsPort;
 
 const char kFolder[] = "/run/mailvane/web";
 const char kSocket[] = "/run/mailvane/web/fcgi.sock";
 const char kGateSocket[] = "mailvane-gate.socket";
-const char kPort[] = "MAILVANE_WEB_PORT";
-const char kTlsPort[] = "MAILVANE_WEB_TLS_PORT";
-
-/// A port from the environment or /etc/default/mailvane; nothing when it is in neither.
-std::optional<std::string> PortOf(const char* name)
-{
-    if (const char* const value = std::getenv(name)) return value;
-    const auto file = host::KeyValueFile::Read(host::Path("/etc/default/mailvane"));
-    const auto value = file ? file->Get(name) : std::nullopt;
-    const bool isNumber = value && value->find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? value : std::nullopt;
-}
-
-std::string PlainPort()
-{
-    const auto port = PortOf(kPort);
-    return port && !port->empty() ? *port : "8080";
-}
-
-std::string TlsPort()
-{
-    return PortOf(kTlsPort).value_or("8443");
-}
-
 /// The web server's configuration file for this machine: with or without a certificate, and IPv6.
 std::string Configuration()
 {
     std::string kind;
     const bool hasCertificate = access(host::PackagePath("etc/tls/cert.pem").c_str(), R_OK) == 0 &&
                                 access(host::PackagePath("etc/tls/key.pem").c_str(), R_OK) == 0;
-    if (!TlsPort().empty() && hasCertificate) {
+    if (!WebTlsPort().empty() && hasCertificate) {
         std::string addresses;
         const bool hasIpv6 =
             host::ReadFile(host::Path("/proc/net/if_inet6"), addresses) && !addresses.empty();
@@ -124,21 +102,40 @@ protected:
     }
 };
 
+/// It begins anew with each start, since the port may be another one.
+class Guard : public Supervisor {
+public:
+    using Supervisor::Supervisor;
+
+    bool BringUp() override { return StartAfresh(); }
+    bool IsUp() override { return Master() != 0; }
+
+protected:
+    bool Prepare() override { return MakeFolder("/run/mailvane", 0755); }
+
+    Command StartCommand() const override
+    {
+        Command command = Supervisor::StartCommand();
+        command.environment = {std::string(host::daemons::kWebTlsPort) + "=" + WebTlsPort()};
+        return command;
+    }
+};
+
 class WebServer : public Supervisor {
 public:
     using Supervisor::Supervisor;
 
     bool BringUp() override { return StartAfresh(); }
 
-    bool IsUp() override { return Master() != 0 && TakesCalls(std::atoi(PlainPort().c_str())); }
+    bool IsUp() override { return Master() != 0 && TakesCalls(std::atoi(WebPort().c_str())); }
 
 protected:
     Command StartCommand() const override
     {
         Command command = Supervisor::StartCommand();
         command.words.push_back(Configuration());
-        command.environment = {std::string(kPort) + "=" + PlainPort(),
-                               std::string(kTlsPort) + "=" + TlsPort()};
+        command.environment = {std::string(host::daemons::kWebPort) + "=" + WebPort(),
+                               std::string(host::daemons::kWebTlsPort) + "=" + WebTlsPort()};
         return command;
     }
 };
@@ -148,6 +145,11 @@ protected:
 std::unique_ptr<Supervisor> MakeGate(const Daemon& daemon, const Stored& stored)
 {
     return std::make_unique<Gate>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeGuard(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Guard>(daemon, stored);
 }
 
 std::unique_ptr<Supervisor> MakeWebServer(const Daemon& daemon, const Stored& stored)

@@ -100,6 +100,9 @@ inline constexpr Daemon kDaemons[] = {
      " -p /var/packages/Mailvane/target/ui/mailvane.cgi",
      Launch::kForeground, false, "", "", "/run/mailvane/web/fcgi.pid", "", "",
      "mailvane-gate.service", "mailvane-gate.socket", "", "", "web service", ""},
+    {"guard", "web", "", "/var/packages/Mailvane/target/bin/hald_login_guard",
+     "/var/packages/Mailvane/target/bin/hald_login_guard", Launch::kForeground, false, "", "",
+     "/run/mailvane/guard.pid", "", "", "mailvane-guard.service", "", "", "", "web service", ""},
     {"web", "web", "", "/usr/sbin/lighttpd", "/usr/sbin/lighttpd -f", Launch::kForks, false, "", "",
      "/run/mailvane/web/lighttpd.pid", "", "", "mailvane-web.service", "", "", "", "web service",
      ""},
@@ -123,6 +126,7 @@ inline constexpr const Daemon& kScanner = DaemonOf("amavis");
 inline constexpr const Daemon& kScannerMilter = DaemonOf("amavisd-milter");
 inline constexpr const Daemon& kPostfix = DaemonOf("postfix");
 inline constexpr const Daemon& kGate = DaemonOf("gate");
+inline constexpr const Daemon& kGuard = DaemonOf("guard");
 inline constexpr const Daemon& kWebServer = DaemonOf("web");
 
 /// Whether the daemon is handed over with the machine's mail servers; those of the service "web"

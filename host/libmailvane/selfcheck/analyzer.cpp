@@ -68,6 +68,8 @@ constexpr Check kChecks[] = {
     {"open_relay", nullptr, CheckOpenRelay, nullptr, kUsual, "strangers cannot send to strangers"},
     {"packet_filter", nullptr, CheckPacketFilter, nullptr, kLongestCheck,
      "no packet filter of others drops what it does not know"},
+    {"web_login", nullptr, CheckWebLogin, nullptr, kUsual,
+     "who fails to log in to the web is kept away"},
     {"mail_queue", nullptr, CheckQueue, nullptr, kLongestCheck,
      "few messages wait for another try, and not for long"},
     {"directory_accounts", "account_type", CheckDirectoryAccounts, nullptr, kUsual,

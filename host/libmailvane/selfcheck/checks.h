@@ -24,6 +24,8 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
 /// Whether tables of the packet filter that are not the package's drop unknown packets.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
+/// Whether somebody keeps away who fails to log in to the web, where the network reaches that.
+Finding CheckWebLogin(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp
 /// Whether the daemon `subject` runs.

@@ -4,9 +4,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <sstream>
 
 #include "host/libhaldcore/pem.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libmailvane/daemons/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/sockets.h"
+#include "host/libmailvane/daemons/web_ports.h"
 #include "host/libmailvane/names/relay_probe.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
@@ -125,6 +130,18 @@ std::string DroppingTables(const std::string& chains)
     return names;
 }
 
+/// Whether the guard of the web login runs and has its rules.
+bool IsGuarded()
+{
+    const daemons::Daemon& guard = daemons::kGuard;
+    if (daemons::DaemonProcess(std::string(guard.pidFile), std::string(guard.program)).empty())
+        return false;
+    std::vector<std::string> command = {programs::kNft, "list", "table"};
+    std::istringstream words(daemons::kWebGuardTable);
+    for (std::string word; words >> word;) command.push_back(word);
+    return RunProgram(command, CheckOptions()).Succeeded();
+}
+
 }  // namespace
 
 ProgramOptions CheckOptions()
@@ -205,6 +222,19 @@ Finding CheckPacketFilter(const settings::StoredSettings& /*settings*/, const ch
     const std::string names = DroppingTables(chains.output);
     if (names.empty()) return {};
     return {CheckWord::kWarning, "the mail ports must be open in " + names};
+}
+
+Finding CheckWebLogin(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const int port = daemons::WebPortOfNetwork();
+    const auto listeners = daemons::TcpListeners();
+    const bool isOpen =
+        std::any_of(listeners.begin(), listeners.end(),
+                    [port](const daemons::Listener& listener) { return listener.port == port; });
+    if (!isOpen) return {CheckWord::kOff, ""};
+    if (IsGuarded() || daemons::ListensAt("/run/fail2ban/fail2ban.sock")) return {};
+    return {CheckWord::kWarning,
+            "port " + std::to_string(port) + " is open, and nobody counts failed logins there"};
 }
 
 }  // namespace host::selfcheck

@@ -1,6 +1,9 @@
 // Who and what is let in, and how a refusal looks from outside.
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 
 #include "host/libkos/cross_site.h"
 #include "tests/host/libkos/request.h"
@@ -77,6 +80,36 @@ TEST_F(Admission, RefusesWithAWholeAnswerAndRunsNothing)
         EXPECT_EQ(R"({"success":false,"error":")" + word + "\"}\n", answer.Body());
         EXPECT_EQ(0U, answer.remaining.size()) << "left unread";
         EXPECT_EQ(1, std::count(answer.log.begin(), answer.log.end(), '\n')) << answer.log;
+    }
+}
+
+TEST_F(Admission, TakesRequestsToNamesOfItsOwn)
+{
+    const auto isTaken = [this](const std::string& host) {
+        return Run(Get("action=load_smtp", {{"HTTP_HOST", host}})).StatusLine().empty();
+    };
+    EXPECT_TRUE(isTaken("any.test")) << "where the machine's file does not say";
+
+    Write("/etc/default/mailvane", "MAILVANE_WEB_HOSTS=\"admin.lan  Pages.lan\"\n");
+    Write(host::PackagePath("etc/mailvane.conf"), "smtp_hostname=\"Mail.example.org\"\n");
+    Write(host::PackagePath("etc/tls/cert.pem"), "the certificate");
+    Write("/usr/bin/openssl",
+          "#!/bin/sh\n[ \"$6\" = of.certificate ] && not= || not=NOT\n"
+          "echo \"Hostname $6 does ${not:-}${not:+ }match certificate\"\n",
+          0755);
+    std::array<char, 256> machine = {};
+    ASSERT_EQ(0, gethostname(machine.data(), machine.size() - 1));
+    for (const char* own :
+         {"", "localhost", "LOCALHOST:8080", "127.0.0.1:8080", "192.0.2.1", "[::1]:8080",
+          "[2001:db8::1]", "admin.lan", "pages.lan:8443", "mail.example.org.",
+          "of.certificate:8443", static_cast<const char*>(machine.data())}) {
+        EXPECT_TRUE(isTaken(own)) << own;
+    }
+    for (const char* foreign :
+         {"attacker.example", "attacker.example:8098", "example.org", "localhost.attacker.example",
+          "127.0.0.1.attacker.example", "[::1].attacker.example", "[", ":8080", ".", "admin.lan@x",
+          "-checkend", "admin.lan pages.lan"}) {
+        EXPECT_FALSE(isTaken(foreign)) << foreign;
     }
 }
 
