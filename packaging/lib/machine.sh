@@ -4,7 +4,7 @@
 build_packages=(
     g++ cmake ninja-build pkg-config
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
-    python3-yaml
+    python3-yaml zlib1g-dev
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
@@ -23,8 +23,9 @@ test_packages=(
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
-    libgtest-dev libgmock-dev libstdc++-12-dev
+    libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
 )
+fuzz_packages=(clang libclang-rt-14-dev)
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
 lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)

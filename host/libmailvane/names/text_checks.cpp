@@ -24,9 +24,11 @@ bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
                        [&text](const char* word) { return text == word; });
 }
 
-/// Whether this is an IPv4 or IPv6 address.
+/// Whether this is an IPv4 or IPv6 address. inet_pton() would stop at a NUL.
 bool IsAddress(const std::string& text)
 {
+    if (text.find('\0') != std::string::npos) return false;
+
     unsigned char bytes[sizeof(in6_addr)];
     return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
            inet_pton(AF_INET6, text.c_str(), bytes) == 1;
