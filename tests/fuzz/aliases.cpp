@@ -57,6 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     host::render::AliasExpansion expansion(table, {"mv.test", "Two.test"}, MembersOf);
     expansion.AddRole("root", "alice");
-    for (const auto& alias : table.entries()) JudgeRecipients(expansion.Expand(alias), names + 1);
+    for (const auto& alias : table.entries()) {
+        if (const auto recipients = expansion.Expand(alias)) JudgeRecipients(*recipients, names + 1);
+    }
     return 0;
 }
