@@ -65,6 +65,13 @@ TEST(RenderPostfix, EachSettingShowsInItsParameter)
     }
 }
 
+TEST(RenderPostfix, ATypedValueIsNoMacro)
+{
+    StoredSettings settings = With({});
+    settings.SetAlwaysBcc("boss$biff${mail_version}@mv.test");
+    EXPECT_EQ(Parameter(MainOf(settings), "always_bcc"), " boss$$biff$${mail_version}@mv.test");
+}
+
 TEST(RenderPostfix, NoSettingsRelayForStrangers)
 {
     for (const char* authRequired : {"yes", "no"}) {

@@ -45,6 +45,14 @@ public:
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
     }
 
+    /// The same of a value that somebody has typed: what would be a parameter's name in it is text.
+    void AddTyped(const std::string& name, const std::string& value)
+    {
+        std::string text;
+        for (const char c : value) text.append(c == '$' ? 2 : 1, c);
+        Add(name, text);
+    }
+
     /// What the administrator sets a parameter to; empty when he does not set it.
     std::string Own(const std::string& name) const
     {
@@ -102,9 +110,9 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
     main.Add("maillog_file", "/var/log/mailvane/maillog");
     main.Add("inet_interfaces", "all");
     main.Add("inet_protocols", context.hasIpv6 ? "all" : "ipv4");
-    main.Add("myhostname", settings.Text("smtp_hostname"));
-    main.Add("myorigin", settings.MailDomain());
-    main.Add("mydestination", destinations);
+    main.AddTyped("myhostname", settings.Text("smtp_hostname"));
+    main.AddTyped("myorigin", settings.MailDomain());
+    main.AddTyped("mydestination", destinations);
     main.Add("parent_domain_matches_subdomains", "");
     main.Add("mynetworks_style", "host");
     main.Add("biff", "no");
@@ -159,7 +167,7 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
-    main.Add("always_bcc", settings.AlwaysBcc());
+    main.AddTyped("always_bcc", settings.AlwaysBcc());
 }
 
 void AddTls(Parameters& main, const settings::StoredSettings& settings,
@@ -191,7 +199,7 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const std::string relay = RelayHost(settings);
     const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
     const bool logsIn = !relay.empty() && settings.Bool("smtp_relay_auth");
-    main.Add("relayhost", relay);
+    main.AddTyped("relayhost", relay);
     main.Add("smtp_tls_security_level", mustEncrypt ? "encrypt" : "may");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
     main.Add("smtp_sasl_password_maps", Map("relay_password"));
