@@ -12,6 +12,9 @@ std::string Path(const std::string& path);
 /// A path inside the package, for example `PackagePath("etc/mailvane.conf")`.
 std::string PackagePath(const std::string& relative);
 
+/// The certificates of the authorities that this machine trusts.
+constexpr char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
+
 /// For tests: the directory that stands for "/". Empty for the machine's own root.
 void SetRoot(const std::string& directory);
 

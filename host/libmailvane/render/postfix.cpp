@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libhaldcore/paths.h"
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
@@ -199,8 +200,11 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const std::string relay = RelayHost(settings);
     const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
     const bool logsIn = !relay.empty() && settings.Bool("smtp_relay_auth");
+    const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
     main.AddTyped("relayhost", relay);
-    main.Add("smtp_tls_security_level", mustEncrypt ? "encrypt" : "may");
+    main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
+    // Who has the name of the relay host is for the authorities of the distribution to say.
+    main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
     main.Add("smtp_sasl_password_maps", Map("relay_password"));
     main.Add("smtp_sasl_security_options", "noanonymous");

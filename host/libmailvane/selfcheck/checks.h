@@ -22,6 +22,8 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* subject);
 /// Whether a stranger is refused as a sender to strangers.
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
+/// Whether the login at the relay host is told to nobody else.
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* subject);
 /// Whether other tables of the packet filter drop what they do not know.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
 

@@ -106,6 +106,14 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
 }
 
+/// What the files in force set a parameter of the mail server to.
+std::string PostfixParameter(const char* name)
+{
+    const ProgramResult value =
+        RunProgram({programs::kPostconf, "-c", kPostfixFiles, "-h", name}, CheckOptions());
+    return value.output.substr(0, value.output.find('\n'));
+}
+
 /// What the packet filter's list of chains says: tables of others that drop what comes in unless a
 /// rule takes it.
 std::string DroppingTables(const std::string& chains)
@@ -161,6 +169,23 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
     return last;
 }
 
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* /*subject*/)
+{
+    if (!settings.Bool("smtp_relay_enabled")) return {CheckWord::kOff, ""};
+    if (settings.Text("smtp_relay_password").empty()) return Failed("it has no password");
+    if (!settings.Bool("smtp_relay_tls")) {
+        return {CheckWord::kWarning, "it may cross the network in the clear"};
+    }
+
+    const std::string level = PostfixParameter("smtp_tls_security_level");
+    for (const char* verifying : {"secure", "verify", "fingerprint", "dane-only"}) {
+        if (level == verifying) return {};
+    }
+    return {CheckWord::kWarning, "with smtp_tls_security_level = " + level +
+                                     " the host need not prove its name; a save of the relay's "
+                                     "settings changes that, but not what is in local.d"};
+}
+
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
@@ -171,9 +196,7 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
     }
     if (served.empty()) return Failed("SMTP shows no certificate");
 
-    const ProgramResult name = RunProgram(
-        {programs::kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
-    const std::string path = name.output.substr(0, name.output.find('\n'));
+    const std::string path = PostfixParameter("smtpd_tls_cert_file");
     const ProgramResult configured =
         RunProgram({programs::kOpenssl, "x509", "-in", path}, CheckOptions());
     if (served == FirstCertificate(configured.output)) return {};

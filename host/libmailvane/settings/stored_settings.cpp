@@ -16,6 +16,7 @@ namespace host::settings {
 namespace {
 
 const char kAlwaysBccKey[] = "always_bcc";
+const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
 
 std::string ReadIfThere(const std::string& path)
 {
@@ -99,6 +100,16 @@ std::string StoredSettings::AlwaysBcc() const
 void StoredSettings::SetAlwaysBcc(const std::string& address)
 {
     file_.Set(kAlwaysBccKey, address);
+}
+
+bool StoredSettings::RelayIsVerified() const
+{
+    return file_.Get(kRelayIsVerifiedKey) == "yes";
+}
+
+void StoredSettings::SetRelayIsVerified()
+{
+    file_.Set(kRelayIsVerifiedKey, "yes");
 }
 
 AccountCombination StoredSettings::Account() const

@@ -52,6 +52,11 @@ public:
     std::string AlwaysBcc() const;
     void SetAlwaysBcc(const std::string& address);
 
+    /// Whether the relay host must prove its name before it is told the login. It need not where
+    /// the login was stored before that was asked for, until the relay is saved again.
+    bool RelayIsVerified() const;
+    void SetRelayIsVerified();
+
     /// Whose accounts are served.
     AccountCombination Account() const;
 

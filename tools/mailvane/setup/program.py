@@ -7,12 +7,16 @@ from mailvane.common.requests import Requests
 from mailvane.setup.run import Failed, attempt, heed, output
 
 
+# In the environment of requests that store what another mail server did, and no more than that.
+TAKES_OVER = "MAILVANE_TAKES_OVER"
+
+
 class Program:
     """The installed package, addressed in the name of an administrator."""
 
     def __init__(self, target: str, administrator: str) -> None:
         self._target = target
-        self._session = Requests(target, administrator)
+        self._session = Requests(target, administrator, {TAKES_OVER: "yes"})
 
     def prepare(self, first: dict[str, str]) -> None:
         """Finishes an interrupted save; where there is no configuration yet makes one of first
