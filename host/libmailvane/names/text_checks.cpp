@@ -28,8 +28,8 @@ bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
 bool IsAddress(const std::string& text)
 {
     unsigned char bytes[sizeof(in6_addr)];
-    return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
-           inet_pton(AF_INET6, text.c_str(), bytes) == 1;
+    return text.find('\0') == std::string::npos && (inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
+                                                    inet_pton(AF_INET6, text.c_str(), bytes) == 1);
 }
 
 /// Bytes that would end or change an entry of a map.
