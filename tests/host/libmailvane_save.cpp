@@ -283,6 +283,9 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
               0);
     EXPECT_EQ(save(false, ""), 0);
     EXPECT_EQ(StoredValue("smtp_relay_password"), "");
+    for (const auto& [path, bytes] : Everything()) {
+        EXPECT_EQ(bytes.find("secret"), std::string::npos) << path;
+    }
     struct stat info {};
     ASSERT_EQ(stat((kPackage / "etc/mailvane.conf").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 0600U);

@@ -120,6 +120,13 @@ std::string CurrentGeneration()
     return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
 }
 
+std::vector<std::string> EarlierGenerations()
+{
+    std::vector<std::string> names = AllGenerations();
+    names.erase(std::remove(names.begin(), names.end(), CurrentGeneration()), names.end());
+    return names;
+}
+
 bool ReplaceByLink(const std::string& path, const std::string& target)
 {
     const std::string temporary = path + ".new";

@@ -20,6 +20,9 @@ std::string GenerationDirectory(const std::string& name);
 /// Name of the generation in force; empty when there is none.
 std::string CurrentGeneration();
 
+/// Names of all others.
+std::vector<std::string> EarlierGenerations();
+
 /// Puts a complete generation in force and waits until the disk knows.
 Result<void> Activate(const std::string& name);
 
