@@ -67,9 +67,12 @@ TEST(RenderPostfix, EachSettingShowsInItsParameter)
 
 TEST(RenderPostfix, ATypedValueIsNoMacro)
 {
-    StoredSettings settings = With({});
-    settings.SetAlwaysBcc("boss$biff${mail_version}@mv.test");
-    EXPECT_EQ(Parameter(MainOf(settings), "always_bcc"), " boss$$biff$${mail_version}@mv.test");
+    StoredSettings settings = With({{"smtp_hostname", "$biff.${mail_version}"}});
+    settings.SetAlwaysBcc("boss$biff@mv.test");
+    EXPECT_EQ(Parameter(MainOf(settings), "myhostname"), " $$biff.$${mail_version}");
+    EXPECT_EQ(MainOf(settings).find("boss"), std::string::npos) << "everybody reads it";
+    EXPECT_EQ(host::render::RenderAlwaysBcc(settings),
+              Parameter(MainOf(settings), "always_bcc").substr(1) + " boss$biff@mv.test\n");
 }
 
 TEST(RenderPostfix, NoSettingsRelayForStrangers)

@@ -144,6 +144,9 @@ void AddHeaderChecks(Parameters& main)
     main.Add("nested_header_checks", own);
 }
 
+/// Stands for the address that gets a copy of all mail.
+const char kAlwaysCopied[] = "always-copied@mailvane.invalid";
+
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
     // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
@@ -159,8 +162,8 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
              "pcre:{{/^[^:]*:[^:]*:(?!" +
                  std::to_string(kNobody) + ":)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
-    main.Add("virtual_alias_maps",
-             Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
+    main.Add("virtual_alias_maps", Map("discarded_recipients") + ", " + Map("always_bcc") + ", " +
+                                       Map("aliases") + ", " + Map("roles"));
     // Aliases are expanded before they become a map; this must hold the largest of them.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
@@ -168,7 +171,8 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
-    main.AddTyped("always_bcc", settings.AlwaysBcc());
+    // Everybody reads this file: where the copies go stands in a map.
+    main.Add("always_bcc", settings.AlwaysBcc().empty() ? "" : kAlwaysCopied);
 }
 
 void AddTls(Parameters& main, const settings::StoredSettings& settings,
@@ -183,6 +187,14 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_path", "private/auth");
     main.Add("smtpd_sasl_auth_enable", "yes");
     main.Add("smtpd_sasl_security_options", "noanonymous");
+}
+
+/// What users of this machine may ask: who has a mailbox is told to nobody, what waits to root.
+void AddDiscretion(Parameters& main)
+{
+    main.Add("disable_vrfy_command", "yes");
+    main.Add("authorized_mailq_users", "root");
+    main.Add("authorized_flush_users", "root");
 }
 
 /// The relay host as Postfix names it: no MX is looked up for it.
@@ -390,6 +402,7 @@ std::string RenderPostfixMain(const settings::StoredSettings& settings,
     AddIdentity(main, settings, context);
     AddDelivery(main, settings);
     AddTls(main, settings, context);
+    AddDiscretion(main);
     AddRelay(main, settings);
     AddRestrictions(main, settings);
     AddFilters(main, settings);
@@ -418,6 +431,12 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     return text + kInnerServices + FilterServices(settings) + context.masterFragment;
+}
+
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings)
+{
+    const std::string address = settings.AlwaysBcc();
+    return address.empty() ? "" : kAlwaysCopied + (" " + address) + "\n";
 }
 
 std::string RenderRelayPassword(const settings::StoredSettings& settings)

@@ -27,6 +27,9 @@ std::string RenderOwnNames(const settings::StoredSettings& settings);
 /// Windows domain logins are known with and without the domain.
 std::string RenderLoginRule(const settings::StoredSettings& settings);
 
+/// Text of the map with the address that gets a copy of all mail.
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings);
+
 /// Text of the map with the login at the relay host.
 std::string RenderRelayPassword(const settings::StoredSettings& settings);
 
