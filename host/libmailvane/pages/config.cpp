@@ -6,6 +6,7 @@
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/pages/relay_login.h"
+#include "host/libmailvane/pages/taking_over.h"
 #include "host/libmailvane/save/transaction.h"
 
 namespace {
@@ -174,6 +175,7 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     }
     if (!Succeeded(JudgeRelayLogin(*stored, wanted, state.changed))) return -1;
 
+    if (TakesOver("logins")) wanted.SetSmtpPortTakesLogins();
     const int result = Status(save::SaveTransaction(wanted, steps));
     state.saved = result == 0;
     return result;

@@ -1,12 +1,10 @@
-// The login at the relay host: whom it is given to. Looks at MAILVANE_TAKES_OVER in the
-// environment, where mailvane-setup says that it stores what another mail server did, and no more
-// than that.
+// The login at the relay host: whom it is given to.
 #include "host/libmailvane/pages/relay_login.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "host/libhaldcore/request_note.h"
+#include "host/libmailvane/pages/taking_over.h"
 
 namespace host::pages {
 
@@ -50,9 +48,7 @@ Result<void> JudgeRelayLogin(const StoredSettings& stored, StoredSettings& wante
                       "the stored password of the relay was given for another server, another port "
                       "or TLS: type it again"};
     }
-    if (IsAboutRelay(stored, wanted, given) && std::getenv("MAILVANE_TAKES_OVER") == nullptr) {
-        wanted.SetRelayIsVerified();
-    }
+    if (IsAboutRelay(stored, wanted, given) && !TakesOver("relay")) wanted.SetRelayIsVerified();
     return {};
 }
 

@@ -262,6 +262,30 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
     return restrictions.text();
 }
 
+/// What a sender is refused for, whoever it is.
+std::string SenderRestrictions(const settings::StoredSettings& settings)
+{
+    return Restrictions()
+        .Add("check_sender_access " + Map("black_senders"))
+        .Add("check_sender_access " + Map("sender_access"))
+        .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
+        .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
+        .text();
+}
+
+bool HasSubmission(const settings::StoredSettings& settings)
+{
+    return settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled");
+}
+
+/// Whether logins are taken on the port of other servers. That speaks what TLS the others speak, so
+/// that a password would not be safe there; where it is the only port, it is another matter.
+bool SmtpPortTakesLogins(const settings::StoredSettings& settings)
+{
+    return settings.SmtpPortTakesLogins() || settings.Bool("plaintext_auth") ||
+           !HasSubmission(settings);
+}
+
 void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
@@ -289,15 +313,13 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
                  .Add("permit_sasl_authenticated")
                  .AddIf(settings.Bool("reject_invalid_helo"), "reject_invalid_helo_hostname")
                  .text());
-    main.Add(
-        "smtpd_sender_restrictions",
-        Restrictions()
-            .AddIf(settings.Bool("restrict_sender"), "reject_authenticated_sender_login_mismatch")
-            .Add("check_sender_access " + Map("black_senders"))
-            .Add("check_sender_access " + Map("sender_access"))
-            .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
-            .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
-            .text());
+    const std::string senders = SenderRestrictions(settings);
+    main.Add("smtpd_sender_restrictions", Restrictions()
+                                              .AddIf(settings.Bool("restrict_sender"),
+                                                     "reject_authenticated_sender_login_mismatch")
+                                              .Add(senders)
+                                              .text());
+    if (!SmtpPortTakesLogins(settings)) main.Add("stranger_sender_restrictions", senders);
     main.Add("smtpd_relay_restrictions", Restrictions()
                                              .AddIf(ownProgramsRelay, "permit_mynetworks")
                                              .Add("permit_sasl_authenticated")
@@ -316,7 +338,7 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
     // Postfix complains about a parameter that no service uses.
-    if (settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled")) {
+    if (HasSubmission(settings)) {
         main.Add("submission_milters", SubmissionFilters(settings));
     }
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
@@ -383,14 +405,20 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
-/// What an address of a mail domain, with or without an extension, stands for.
-std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+/// The mail domains, as the alternatives of a pattern.
+std::string OwnDomains(const settings::StoredSettings& settings)
 {
     std::string domains;
     for (const std::string& domain : settings::MailDomains(settings)) {
         domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
     }
-    return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ " + result + "\n";
+    return domains;
+}
+
+/// What an address of a mail domain, with or without an extension, stands for.
+std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+{
+    return "/^([^@+]+)(\\+[^@]*)?@(" + OwnDomains(settings) + ")$/ " + result + "\n";
 }
 
 }  // namespace
@@ -414,7 +442,14 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                 const RenderContext& context)
 {
     std::string text = kHeader;
-    text += SmtpService(settings.Int("smtp_port"), {"cleanup_service_name=stranger-cleanup"});
+    std::vector<const char*> strangers = {"cleanup_service_name=stranger-cleanup"};
+    if (!SmtpPortTakesLogins(settings)) {
+        strangers.push_back("smtpd_sasl_auth_enable=no");
+        strangers.push_back("smtpd_sender_restrictions=$stranger_sender_restrictions");
+    } else if (!settings.SmtpPortTakesLogins() && !settings.Bool("plaintext_auth")) {
+        strangers.push_back("smtpd_tls_protocols=>=TLSv1.2");
+    }
+    text += SmtpService(settings.Int("smtp_port"), strangers);
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",

@@ -17,6 +17,7 @@ namespace {
 
 const char kAlwaysBccKey[] = "always_bcc";
 const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
+const char kSmtpPortLoginsKey[] = "smtp_port_logins";
 
 std::string ReadIfThere(const std::string& path)
 {
@@ -110,6 +111,16 @@ bool StoredSettings::RelayIsVerified() const
 void StoredSettings::SetRelayIsVerified()
 {
     file_.Set(kRelayIsVerifiedKey, "yes");
+}
+
+bool StoredSettings::SmtpPortTakesLogins() const
+{
+    return file_.Get(kSmtpPortLoginsKey) != "no";
+}
+
+void StoredSettings::SetSmtpPortTakesLogins()
+{
+    file_.Set(kSmtpPortLoginsKey, "yes");
 }
 
 AccountCombination StoredSettings::Account() const

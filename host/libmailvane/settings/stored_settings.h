@@ -57,6 +57,11 @@ public:
     bool RelayIsVerified() const;
     void SetRelayIsVerified();
 
+    /// Whether logins are taken on the port of other servers as well, as before there were
+    /// submission ports; a first installation says no.
+    bool SmtpPortTakesLogins() const;
+    void SetSmtpPortTakesLogins();
+
     /// Whose accounts are served.
     AccountCombination Account() const;
 

@@ -16,7 +16,7 @@ class Requests:
         self.reference = Reference(target + "/share/mailvane/actions.json")
         self._program = target + "/ui/mailvane.cgi"
         self._user = user
-        self._more = more or {}
+        self._more = {} if more is None else more
         self._gateway: Gateway | None = None
 
     def gateway(self) -> "Gateway":

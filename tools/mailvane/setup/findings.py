@@ -11,6 +11,7 @@ class Findings:
         self.domains: list[str] = []
         self.aliases: dict[str, list[str]] = {}  # members by name
         self.certificate: tuple[str, str] | None = None  # files of certificate and key
+        self.port_logins = False                 # people log in on the port of other servers
         self.left: list[str] = []                # what is not taken over
         self.stops: list[str] = []               # why mail would not be seen any more
         self.conflicts: list[str] = []           # why mail would reach somebody else
