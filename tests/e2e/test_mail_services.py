@@ -234,7 +234,7 @@ class Relay(Pages):
         self.change("save_relay", **self.page)
         for change in ({"smtp_relay_server": "other.test"}, {"smtp_relay_port": 2527},
                        {"smtp_relay_tls": False}):
-            for action in ("save_relay", "save_security"):
+            for action in ("save_relay", "save_advance_anti_spam"):
                 with self.subTest(change, action=action):
                     log = harness.SystemLog()
                     self.assert_refused(action, **change)

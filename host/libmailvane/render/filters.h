@@ -23,6 +23,10 @@ std::string LocalMailFilters(const settings::StoredSettings& settings);
 /// The item of a restriction list that asks the SPF checker.
 extern const char kAskSpf[];
 
+/// The item of a restriction list that asks whether a stranger may be a sender of this server.
+/// While nobody answers, such mail waits.
+extern const char kAskOwnSenders[];
+
 /// The item of a restriction list that asks the rate policy, which runs while its counters do.
 extern const char kAskRatePolicy[];
 

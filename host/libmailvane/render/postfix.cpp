@@ -286,7 +286,25 @@ bool SmtpPortTakesLogins(const settings::StoredSettings& settings)
            !HasSubmission(settings);
 }
 
-void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
+/// The last look at a message before its text. Who has neither a login nor a place on the list of
+/// clients may be asked for proof of a sender that is this server's.
+void AddDataRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                         const RenderContext& context)
+{
+    Restrictions restrictions;
+    restrictions.AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining");
+    if (context.provesOwnSenders) {
+        restrictions.Add("permit_mynetworks").Add("permit_sasl_authenticated");
+        AddClientAccess(restrictions);
+        restrictions.Add("check_sender_access " + Table("pcre", "own_senders"));
+        main.Add("smtpd_restriction_classes", "own_senders");
+        main.Add("own_senders", kAskOwnSenders);
+    }
+    main.Add("smtpd_data_restrictions", restrictions.text());
+}
+
+void AddRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                     const RenderContext& context)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
     // An alias is looked up by its name alone, whatever the mail domain.
@@ -326,10 +344,7 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
                                              .Add("reject_unauth_destination")
                                              .text());
     main.Add("smtpd_recipient_restrictions", RecipientRestrictions(settings));
-    main.Add("smtpd_data_restrictions",
-             Restrictions()
-                 .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
-                 .text());
+    AddDataRestrictions(main, settings, context);
     if (daemons::Runs(daemons::kMemcached, settings))
         main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
@@ -344,7 +359,7 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // A policy program that does not work must not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
+    for (const char* service : {"policyd-spf", "own-senders", "from-check", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
     }
 }
@@ -432,7 +447,7 @@ std::string RenderPostfixMain(const settings::StoredSettings& settings,
     AddTls(main, settings, context);
     AddDiscretion(main);
     AddRelay(main, settings);
-    AddRestrictions(main, settings);
+    AddRestrictions(main, settings, context);
     AddFilters(main, settings);
     AddLimits(main, settings);
     return kHeader + main.text() + context.mainFragment;
@@ -498,6 +513,11 @@ std::string RenderLoginRule(const settings::StoredSettings& settings)
 {
     const std::string prefix = LoginPrefix(settings);
     return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
+}
+
+std::string RenderOwnSenders(const settings::StoredSettings& settings)
+{
+    return "/@(" + OwnDomains(settings) + ")$/ own_senders\n";
 }
 
 std::string RenderRoles(const RenderContext& context)

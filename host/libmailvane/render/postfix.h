@@ -27,6 +27,9 @@ std::string RenderOwnNames(const settings::StoredSettings& settings);
 /// Windows domain logins are known with and without the domain.
 std::string RenderLoginRule(const settings::StoredSettings& settings);
 
+/// Text of the rule by which strangers have to prove senders of this server.
+std::string RenderOwnSenders(const settings::StoredSettings& settings);
+
 /// Text of the map with the address that gets a copy of all mail.
 std::string RenderAlwaysBcc(const settings::StoredSettings& settings);
 
