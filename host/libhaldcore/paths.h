@@ -11,6 +11,9 @@ std::string Path(const std::string& path);
 /// A path inside the package, for example `PackagePath("etc/mailvane.conf")`.
 std::string PackagePath(const std::string& relative);
 
+/// The certificates of the authorities that this machine trusts.
+constexpr char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
+
 /// For tests: uses this directory as root. Empty means "/".
 void SetRoot(const std::string& directory);
 

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+#include "platform/mailvane/reporter.h"
+
 namespace kos {
 
 namespace {
@@ -52,6 +54,12 @@ std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*&
         reason = "a JSON body that is no object";
     }
     return reason == nullptr ? std::move(root) : nullptr;
+}
+
+bool TypesPassword(const Json::Value& body)
+{
+    const Json::Value& password = body["auth_password"];
+    return password.isString() && password.asString() != kReportPasswordMask;
 }
 
 }  // namespace kos

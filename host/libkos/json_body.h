@@ -12,4 +12,8 @@ namespace kos {
 /// or a NUL (raw or escaped). Null when invalid; `reason` then tells why.
 std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*& reason);
 
+/// Whether the password in a body is one that somebody typed, and not what a form shows in its
+/// place.
+bool TypesPassword(const Json::Value& body);
+
 }  // namespace kos

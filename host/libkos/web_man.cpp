@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
 #include "host/libkos/audit_line.h"
@@ -116,6 +117,7 @@ void WebMan::State::LoadJson()
     json = kos::ParseJsonBody(text, reason);
     if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
     kos::ClearStagingNames();
+    host::NoteRequest({Action(), kos::TypesPassword(*json)});
 }
 
 void WebMan::State::LoadForm()

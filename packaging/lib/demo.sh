@@ -19,6 +19,8 @@ first_settings=(
     'smtp_hostname="mv.test"' 'acc_domain_name="mv.test"'
 )
 
+mapfile -t -O ${#first_settings[@]} first_settings < <(grep '=' packaging/machine/first_settings)
+
 inside() { "$world" enter "$state" "$@"; }
 
 service() { inside "/var/packages/Mailvane/target/scripts/$1.sh" "$2"; }

@@ -80,7 +80,8 @@ class Ctl(Pages):
         self.done("save_relay", "smtp_relay_enabled=yes", "smtp_relay_server=relay.test",
                   "smtp_relay_auth=yes", "smtp_relay_account=me", "smtp_relay_password=-",
                   typed="se cret\n")
-        self.done("edit", "relay", "smtp_relay_port=2526")
+        self.done("edit", "relay", "smtp_relay_port=2526", "smtp_relay_password=-",
+                  typed="se cret\n")
         self.done("edit", "smtp", "smtp_hostname=kept.example.test")
         self.done("save_relay", '{"smtp_relay_account":"you"}')
         stored = settings()

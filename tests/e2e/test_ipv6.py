@@ -12,6 +12,7 @@ import routed_network
 import test_self_check
 import test_web_servers
 from harness import DOMAIN, ETC, command, control, read
+from machine import fragment
 from relay_host import RelayHost
 from routed_network import ROUTER, SERVER, standing_at
 from test_web_servers import TLS_PORT
@@ -189,7 +190,8 @@ class Ways(Pages):
     def test_mail_leaves_by_ipv6(self):
         tls = CURRENT + "/tls/"
         login = "relay", "word"
-        with RelayHost(2526, login, tls + "cert.pem", tls + "key.pem", "::1") as host:
+        with RelayHost(2526, login, tls + "cert.pem", tls + "key.pem", "::1") as host, \
+                fragment("main.cf", "smtp_tls_security_level = encrypt\n"):
             self.change_for_now(
                 "save_relay", {"smtp_relay_enabled": False, "smtp_relay_auth": False},
                 smtp_relay_enabled=True, smtp_relay_server="[::1]", smtp_relay_port=2526,

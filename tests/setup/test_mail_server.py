@@ -29,6 +29,26 @@ class Relay(unittest.TestCase):
             self.assertEqual(findings.relay["smtp_relay_tls"], wanted, level)
 
 
+class Logins(unittest.TestCase):
+    def test_what_people_could_send_goes_on(self):
+        smtp = "smtp inet n - y - - smtpd"
+        both = smtp + "\nsubmission inet n - y - - smtpd"
+        at_submission = "submission/inet/smtpd_sasl_auth_enable = yes"
+        for services, options, parameters, wanted in (
+                (smtp, "", {}, (None, False)),
+                (smtp, "", {"smtpd_sasl_auth_enable": "yes"}, (False, True)),
+                (both, at_submission, {}, (False, False))):
+            findings = Findings()
+            ports.take_logins(old(services, options, **parameters), findings)
+            self.assertEqual((findings.smtp.get("restrict_sender"), findings.port_logins), wanted)
+
+    def test_a_server_that_told_names_is_said_to_fall_silent(self):
+        for value, wanted in (("yes", []), ("no", ["main.cf: disable_vrfy_command = no"])):
+            findings = Findings()
+            survey.leave_others(old(disable_vrfy_command=value), {}, findings)
+            self.assertEqual(findings.left, wanted)
+
+
 class DomainNames(unittest.TestCase):
     def test_main_and_further_domains(self):
         for parameters, wanted in (

@@ -2,6 +2,7 @@
 #include "tools/maillog_collector/log_fields.h"
 
 #include <charconv>
+#include <cstring>
 
 #include "host/libhaldcore/text.h"
 #include "host/libhaldcore/utf8.h"
@@ -83,6 +84,16 @@ std::string CleanText(std::string_view text)
             clean += text.substr(0, length);
         }
         text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return clean;
+}
+
+std::string CleanId(std::string_view id)
+{
+    std::string clean = CleanText(id);
+    const std::size_t first = clean.find_first_not_of(' ');
+    if (first != std::string::npos && std::strchr("=+-@", clean[first]) != nullptr) {
+        clean[first] = '?';
     }
     return clean;
 }

@@ -25,6 +25,10 @@ bool TakeNumber(std::string_view& rest, std::int64_t& number);
 /// characters and bytes that are not UTF-8 replaced by `?`.
 std::string CleanText(std::string_view text);
 
+/// The same of a message id, which is anything that its sender likes: a first character by which a
+/// spreadsheet that opens an export would know a formula becomes `?` too.
+std::string CleanId(std::string_view id);
+
 constexpr std::size_t kLongestText = 1000;
 
 }  // namespace collector

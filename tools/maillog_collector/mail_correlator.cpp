@@ -189,7 +189,7 @@ void MailCorrelator::Describe(Mail& mail, const Event& event)
 {
     if (event.kind == EventKind::kMessageId) {
         if (!mail.messageId.empty()) return;
-        mail.messageId = CleanText(event.messageId);
+        mail.messageId = CleanId(event.messageId);
     } else {
         if (mail.queued) return;
         mail.from = CleanText(event.from);

@@ -23,7 +23,6 @@ namespace {
 constexpr int kTlsPort = 465;
 constexpr long kConnectLimit = 20;  // seconds
 constexpr long kLimit = 120;
-const char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
 
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
@@ -49,7 +48,7 @@ std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* r
 std::string TrustedCertificates()
 {
     std::string trusted;
-    if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
+    if (!host::ReadFile(host::Path(host::kAuthorities), trusted)) trusted.clear();
     // Only the certificate is taken from our files, which may also have a key.
     for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
         std::string text;

@@ -3,6 +3,7 @@
 #include "host/libmailvane/generation/generation.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,6 +36,29 @@ const char kSettings[] = "mailvane.conf";
 const char kMaps[] = "postfix/maps/";
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
+
+/// A folder with what administrators watch and whom, and the group of the daemon that reads it.
+struct ReservedFolder {
+    const char* name;
+    const char* group;
+};
+constexpr ReservedFolder kReservedFolders[] = {
+    {"postfix/maps", "postfix"}, {"amavis", "amavis"}, {"policy", "mailvane-policy"}};
+
+/// Closes the reserved folders of a generation to all but root and their daemons. A daemon that is
+/// not installed has no group, and one that another user generates for is not this machine's.
+bool CloseFolders(const std::string& generation)
+{
+    for (const ReservedFolder& folder : kReservedFolders) {
+        const std::string path = generation + "/" + folder.name;
+        if (!system::NameExists(path)) continue;
+        if (chmod(path.c_str(), 0750) < 0) return false;
+
+        const group* const reader = geteuid() == 0 ? getgrnam(folder.group) : nullptr;
+        if (reader != nullptr && chown(path.c_str(), 0, reader->gr_gid) < 0) return false;
+    }
+    return true;
+}
 
 /// Checksum of a file's bytes, to notice edits by hand; no protection against forgery.
 std::string Checksum(const std::string& bytes)
@@ -120,6 +144,13 @@ std::string CurrentGeneration()
     return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
 }
 
+std::vector<std::string> EarlierGenerations()
+{
+    std::vector<std::string> names = AllGenerations();
+    names.erase(std::remove(names.begin(), names.end(), CurrentGeneration()), names.end());
+    return names;
+}
+
 Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 {
     const std::string temporary = path + ".new";
@@ -163,6 +194,7 @@ void PruneGenerations(const std::string& keep)
         const bool complete = !ReadManifest(*name).empty();
         if (*name == current || *name == keep || (complete && kept < kKept)) {
             ++kept;
+            (void)CloseFolders(GenerationDirectory(*name));  // of an earlier version they were open
         } else {
             RemoveGeneration(*name);
         }
@@ -330,6 +362,7 @@ Result<void> NextGeneration::Complete()
 {
     KeepRest();
     if (state_) CompileMaps();
+    if (state_ && !CloseFolders(directory())) Fail("close folders of", name_);
     if (state_) SyncAll();
     if (state_) WriteManifest();
     return state_;

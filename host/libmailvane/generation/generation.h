@@ -20,6 +20,9 @@ std::string GenerationDirectory(const std::string& name);
 /// Name of the generation in force; empty when there is none.
 std::string CurrentGeneration();
 
+/// Names of all generations but the one in force.
+std::vector<std::string> EarlierGenerations();
+
 /// Points the link at a complete generation and syncs it to disk.
 Result<void> Activate(const std::string& name);
 

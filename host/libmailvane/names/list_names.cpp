@@ -38,6 +38,7 @@ bool WrapsIpv4(const IpAddress& address)
 std::optional<IpAddress> ParseIp(const std::string& text)
 {
     IpAddress address;
+    if (text.find('\0') != std::string::npos) return std::nullopt;
     if (inet_pton(AF_INET, text.c_str(), address.bytes) == 1) return address;
 
     address.family = AF_INET6;

@@ -30,8 +30,8 @@ bool IsAddress(const std::string& text)
     if (text.find('\0') != std::string::npos) return false;
 
     unsigned char bytes[sizeof(in6_addr)];
-    return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
-           inet_pton(AF_INET6, text.c_str(), bytes) == 1;
+    return text.find('\0') == std::string::npos && (inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
+                                                    inet_pton(AF_INET6, text.c_str(), bytes) == 1);
 }
 
 /// Whether a byte may be in an address: those excluded would end or change the line of a map.

@@ -5,6 +5,8 @@
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/pages/relay_login.h"
+#include "host/libmailvane/pages/taking_over.h"
 #include "host/libmailvane/save/transaction.h"
 
 namespace {
@@ -154,23 +156,27 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     const save::WriteScope scope;
     if (!Succeeded(scope.ready())) return -1;
 
-    auto wanted = settings::StoredSettings::Read();
-    if (!Succeeded(wanted)) return -1;
+    const auto stored = settings::StoredSettings::Read();
+    if (!Succeeded(stored)) return -1;
+
+    settings::StoredSettings wanted = *stored;
 
     for (const std::string& name : state.changed) {
         std::string spelled;
         Spell(*settings::FindSetting(name), state.values.at(name), spelled);
-        if (wanted->Spelled(name) != spelled) NoteChange(name);
-        wanted->Set(name, spelled);
+        if (wanted.Spelled(name) != spelled) NoteChange(name);
+        wanted.Set(name, spelled);
     }
     if (state.listsChanged) {
-        if (wanted->domains != state.domains) NoteChange("domains");
-        if (!(wanted->blocklists == state.blocklists)) NoteChange("blocklists");
-        wanted->domains = state.domains;
-        wanted->blocklists = state.blocklists;
+        if (wanted.domains != state.domains) NoteChange("domains");
+        if (!(wanted.blocklists == state.blocklists)) NoteChange("blocklists");
+        wanted.domains = state.domains;
+        wanted.blocklists = state.blocklists;
     }
-    if (!wanted->Bool("smtp_relay_auth")) wanted->Set("smtp_relay_password", "");
-    const int result = Status(save::SaveTransaction(*wanted, steps));
+    if (!Succeeded(JudgeRelayLogin(*stored, wanted, state.changed))) return -1;
+
+    if (TakesOver("logins")) wanted.SetSmtpPortTakesLogins();
+    const int result = Status(save::SaveTransaction(wanted, steps));
     state.saved = result == 0;
     return result;
 }

@@ -1,4 +1,5 @@
-// The render context. Reads etc/local.d, /etc/resolv.conf and the administrators' group.
+// The render context. Reads etc/local.d, /etc/resolv.conf, /etc/default/mailvane and the
+// administrators' group.
 #include "host/libmailvane/render/context.h"
 
 #include <unistd.h>
@@ -69,6 +70,8 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     context.masterFragment = ReadFragment("master.cf");
     context.updaterFragment = ReadFragment("freshclam.conf");
     context.nameServers = NameServers();
+    const auto defaults = KeyValueFile::Read(Path("/etc/default/mailvane"));
+    context.provesOwnSenders = defaults && defaults->Get("MAILVANE_OWN_SENDERS") == "proven";
     return context;
 }
 

@@ -176,6 +176,8 @@ std::string Joined(std::initializer_list<std::string> filters)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
+const char kAskOwnSenders[] =
+    "check_policy_service { unix:private/own-senders, default_action=DEFER }";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
@@ -204,7 +206,9 @@ std::string FilterServices(const settings::StoredSettings& settings)
 {
     const char kService[] = " unix - n n - 0 spawn\n";
     return std::string("policyd-spf") + kService + "  user=policyd-spf argv=/usr/bin/policyd-spf " +
-           InForce("spf/policyd-spf.conf") + "\nfrom-check" + kService +
+           InForce("spf/policyd-spf.conf") + "\nown-senders" + kService +
+           "  user=policyd-spf argv=" + PackagePath("target/bin/hald_own_senders") +
+           "\nfrom-check" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_from_check") + " " +
            OwnAddresses(' ') + "\nrate-policy" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_rate_policy") + " " +

@@ -22,6 +22,10 @@ std::string LocalMailFilters(const settings::StoredSettings& settings);
 /// The item of a restriction list that calls the SPF checker.
 extern const char kAskSpf[];
 
+/// The item of a restriction list that asks whether a stranger may be a sender of this server.
+/// While nobody answers, such mail waits.
+extern const char kAskOwnSenders[];
+
 /// The item of a restriction list that calls the rate policy; used while memcached, which counts,
 /// runs.
 extern const char kAskRatePolicy[];

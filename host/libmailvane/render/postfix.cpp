@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "host/libhaldcore/paths.h"
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
@@ -43,6 +44,14 @@ public:
     void Add(const std::string& name, const std::string& value)
     {
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
+    }
+
+    /// Adds a parameter with a value that an administrator typed: `$` is a dollar sign in it.
+    void AddTyped(const std::string& name, const std::string& value)
+    {
+        std::string text;
+        for (const char c : value) text.append(c == '$' ? 2 : 1, c);
+        Add(name, text);
     }
 
     /// The administrator's value of a parameter; empty when the fragment does not set it.
@@ -104,9 +113,9 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
     main.Add("enable_long_queue_ids", "yes");
     main.Add("inet_interfaces", "all");
     main.Add("inet_protocols", context.hasIpv6 ? "all" : "ipv4");
-    main.Add("myhostname", settings.Text("smtp_hostname"));
-    main.Add("myorigin", settings.MailDomain());
-    main.Add("mydestination", destinations);
+    main.AddTyped("myhostname", settings.Text("smtp_hostname"));
+    main.AddTyped("myorigin", settings.MailDomain());
+    main.AddTyped("mydestination", destinations);
     main.Add("parent_domain_matches_subdomains", "");
     main.Add("mynetworks_style", "host");
     main.Add("biff", "no");
@@ -135,6 +144,9 @@ void AddHeaderChecks(Parameters& main)
     main.Add("nested_header_checks", own);
 }
 
+/// Stands for the address that gets a copy of all mail.
+const char kAlwaysCopied[] = "always-copied@mailvane.invalid";
+
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
     // The setting's largest value, 1024 * 1024 * 2000, fits into the 32 bits of a small machine.
@@ -150,8 +162,8 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
              "pcre:{{/^[^:]*:[^:]*:(?!" +
                  std::to_string(kNobody) + ":)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
-    main.Add("virtual_alias_maps",
-             Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
+    main.Add("virtual_alias_maps", Map("discarded_recipients") + ", " + Map("always_bcc") + ", " +
+                                       Map("aliases") + ", " + Map("roles"));
     // The maps hold aliases already expanded; the limit must allow for the largest.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
@@ -159,7 +171,8 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
-    main.Add("always_bcc", settings.AlwaysBcc());
+    // Everybody reads this file: where the copies go stands in a map.
+    main.Add("always_bcc", settings.AlwaysBcc().empty() ? "" : kAlwaysCopied);
 }
 
 void AddTls(Parameters& main, const settings::StoredSettings& settings,
@@ -174,6 +187,14 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_path", "private/auth");
     main.Add("smtpd_sasl_auth_enable", "yes");
     main.Add("smtpd_sasl_security_options", "noanonymous");
+}
+
+/// What users of this machine may ask: who has a mailbox is told to nobody, what waits to root.
+void AddDiscretion(Parameters& main)
+{
+    main.Add("disable_vrfy_command", "yes");
+    main.Add("authorized_mailq_users", "root");
+    main.Add("authorized_flush_users", "root");
 }
 
 /// The relay host in Postfix's syntax; brackets prevent a lookup of its MX.
@@ -191,8 +212,11 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const std::string relay = RelayHost(settings);
     const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
     const bool logsIn = !relay.empty() && settings.Bool("smtp_relay_auth");
-    main.Add("relayhost", relay);
-    main.Add("smtp_tls_security_level", mustEncrypt ? "encrypt" : "may");
+    const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
+    main.AddTyped("relayhost", relay);
+    main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
+    // Who has the name of the relay host is for the authorities of the distribution to say.
+    main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
     main.Add("smtp_sasl_password_maps", Map("relay_password"));
     main.Add("smtp_sasl_security_options", "noanonymous");
@@ -239,7 +263,49 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
     return restrictions.text();
 }
 
-void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
+/// What a sender is refused for, whoever it is.
+std::string SenderRestrictions(const settings::StoredSettings& settings)
+{
+    return Restrictions()
+        .Add("check_sender_access " + Map("black_senders"))
+        .Add("check_sender_access " + Map("sender_access"))
+        .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
+        .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
+        .text();
+}
+
+bool HasSubmission(const settings::StoredSettings& settings)
+{
+    return settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled");
+}
+
+/// Whether logins are taken on the port of other servers. That speaks what TLS the others speak, so
+/// that a password would not be safe there; where it is the only port, it is another matter.
+bool SmtpPortTakesLogins(const settings::StoredSettings& settings)
+{
+    return settings.SmtpPortTakesLogins() || settings.Bool("plaintext_auth") ||
+           !HasSubmission(settings);
+}
+
+/// The last look at a message before its text. Who has neither a login nor a place on the list of
+/// clients may be asked for proof of a sender that is this server's.
+void AddDataRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                         const RenderContext& context)
+{
+    Restrictions restrictions;
+    restrictions.AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining");
+    if (context.provesOwnSenders) {
+        restrictions.Add("permit_mynetworks").Add("permit_sasl_authenticated");
+        AddClientAccess(restrictions);
+        restrictions.Add("check_sender_access " + Table("pcre", "own_senders"));
+        main.Add("smtpd_restriction_classes", "own_senders");
+        main.Add("own_senders", kAskOwnSenders);
+    }
+    main.Add("smtpd_data_restrictions", restrictions.text());
+}
+
+void AddRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                     const RenderContext& context)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
     // The owners of an alias are found by its name alone, in every mail domain.
@@ -266,25 +332,20 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
                  .Add("permit_sasl_authenticated")
                  .AddIf(settings.Bool("reject_invalid_helo"), "reject_invalid_helo_hostname")
                  .text());
-    main.Add(
-        "smtpd_sender_restrictions",
-        Restrictions()
-            .AddIf(settings.Bool("restrict_sender"), "reject_authenticated_sender_login_mismatch")
-            .Add("check_sender_access " + Map("black_senders"))
-            .Add("check_sender_access " + Map("sender_access"))
-            .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
-            .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
-            .text());
+    const std::string senders = SenderRestrictions(settings);
+    main.Add("smtpd_sender_restrictions", Restrictions()
+                                              .AddIf(settings.Bool("restrict_sender"),
+                                                     "reject_authenticated_sender_login_mismatch")
+                                              .Add(senders)
+                                              .text());
+    if (!SmtpPortTakesLogins(settings)) main.Add("stranger_sender_restrictions", senders);
     main.Add("smtpd_relay_restrictions", Restrictions()
                                              .AddIf(ownProgramsRelay, "permit_mynetworks")
                                              .Add("permit_sasl_authenticated")
                                              .Add("reject_unauth_destination")
                                              .text());
     main.Add("smtpd_recipient_restrictions", RecipientRestrictions(settings));
-    main.Add("smtpd_data_restrictions",
-             Restrictions()
-                 .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
-                 .text());
+    AddDataRestrictions(main, settings, context);
     if (daemons::Runs(daemons::kMemcached, settings))
         main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
@@ -293,13 +354,13 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
     // Postfix warns about a parameter that no service uses.
-    if (settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled")) {
+    if (HasSubmission(settings)) {
         main.Add("submission_milters", SubmissionFilters(settings));
     }
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // Mail is accepted when a policy program fails, so that a fault there does not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
+    for (const char* service : {"policyd-spf", "own-senders", "from-check", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
     }
 }
@@ -360,14 +421,20 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
-/// The rule that maps an address of a mail domain, with or without an extension, to `result`.
-std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+/// The mail domains, as the alternatives of a pattern.
+std::string OwnDomains(const settings::StoredSettings& settings)
 {
     std::string domains;
     for (const std::string& domain : settings::MailDomains(settings)) {
         domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
     }
-    return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ " + result + "\n";
+    return domains;
+}
+
+/// The rule that maps an address of a mail domain, with or without an extension, to `result`.
+std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+{
+    return "/^([^@+]+)(\\+[^@]*)?@(" + OwnDomains(settings) + ")$/ " + result + "\n";
 }
 
 }  // namespace
@@ -379,8 +446,9 @@ std::string RenderPostfixMain(const settings::StoredSettings& settings,
     AddIdentity(main, settings, context);
     AddDelivery(main, settings);
     AddTls(main, settings, context);
+    AddDiscretion(main);
     AddRelay(main, settings);
-    AddRestrictions(main, settings);
+    AddRestrictions(main, settings, context);
     AddFilters(main, settings);
     AddLimits(main, settings);
     return kHeader + main.text() + context.mainFragment;
@@ -390,7 +458,14 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                 const RenderContext& context)
 {
     std::string text = kHeader;
-    text += SmtpService(settings.Int("smtp_port"), {"cleanup_service_name=stranger-cleanup"});
+    std::vector<const char*> strangers = {"cleanup_service_name=stranger-cleanup"};
+    if (!SmtpPortTakesLogins(settings)) {
+        strangers.push_back("smtpd_sasl_auth_enable=no");
+        strangers.push_back("smtpd_sender_restrictions=$stranger_sender_restrictions");
+    } else if (!settings.SmtpPortTakesLogins() && !settings.Bool("plaintext_auth")) {
+        strangers.push_back("smtpd_tls_protocols=>=TLSv1.2");
+    }
+    text += SmtpService(settings.Int("smtp_port"), strangers);
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",
@@ -407,6 +482,12 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     return text + kInnerServices + FilterServices(settings) + context.masterFragment;
+}
+
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings)
+{
+    const std::string address = settings.AlwaysBcc();
+    return address.empty() ? "" : kAlwaysCopied + (" " + address) + "\n";
 }
 
 std::string RenderRelayPassword(const settings::StoredSettings& settings)
@@ -433,6 +514,11 @@ std::string RenderLoginRule(const settings::StoredSettings& settings)
 {
     const std::string prefix = LoginPrefix(settings);
     return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
+}
+
+std::string RenderOwnSenders(const settings::StoredSettings& settings)
+{
+    return "/@(" + OwnDomains(settings) + ")$/ own_senders\n";
 }
 
 std::string RenderRoles(const RenderContext& context)

@@ -28,6 +28,12 @@ std::string RenderOwnNames(const settings::StoredSettings& settings);
 /// Windows domain a login may be `anna` or `OFFICE\anna`.
 std::string RenderLoginRule(const settings::StoredSettings& settings);
 
+/// Text of the rule by which strangers have to prove senders of this server.
+std::string RenderOwnSenders(const settings::StoredSettings& settings);
+
+/// Text of the map with the address that gets a copy of all mail.
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings);
+
 /// Text of the map with user name and password for the relay host.
 std::string RenderRelayPassword(const settings::StoredSettings& settings);
 

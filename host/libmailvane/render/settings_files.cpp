@@ -45,7 +45,9 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.Put("postfix/master.cf", RenderPostfixMaster(settings, context), 0644);
     next.Put("postfix/maps/own_names", RenderOwnNames(settings), 0644);
     next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
+    next.Put("postfix/maps/own_senders", RenderOwnSenders(settings), 0644);
     next.PutMap("roles", RenderRoles(context));
+    next.PutMap("always_bcc", RenderAlwaysBcc(settings));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
     PutFilterFiles(next, settings, context);

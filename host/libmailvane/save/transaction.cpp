@@ -16,6 +16,7 @@
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
 #include "host/libmailvane/save/rebuild_lists.h"
@@ -95,6 +96,7 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
     KeepExchange();
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save.before);
+    ForgetClearedPassword(wanted);
     return {};
 }
 
@@ -277,6 +279,8 @@ Result<void> FinishInterruptedSave()
 
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save->before);
+    const auto stored = settings::StoredSettings::Read();
+    if (Succeeded(stored)) ForgetClearedPassword(*stored);
     return {};
 }
 

@@ -66,6 +66,8 @@ constexpr Check kChecks[] = {
     {"pop3s_port", "pop3s_enabled", CheckTlsGreeting, "pop3s_port", kLongestCheck,
      "POP3 with TLS greets on its port"},
     {"open_relay", nullptr, CheckOpenRelay, nullptr, kUsual, "strangers cannot send to strangers"},
+    {"relay_login", "smtp_relay_auth", CheckRelayLogin, nullptr, kLongestCheck,
+     "the login at the relay host is told to that host alone"},
     {"packet_filter", nullptr, CheckPacketFilter, nullptr, kLongestCheck,
      "no packet filter of others drops what it does not know"},
     {"web_login", nullptr, CheckWebLogin, nullptr, kUsual,

@@ -22,6 +22,8 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* subject);
 /// Whether mail from an unknown client to another server is refused (no open relay).
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
+/// Whether the login at the relay host is told to nobody else.
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* subject);
 /// Whether tables of the packet filter that are not the package's drop unknown packets.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
 /// Whether somebody keeps away who fails to log in to the web, where the network reaches that.

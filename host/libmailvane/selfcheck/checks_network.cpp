@@ -111,6 +111,14 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
 }
 
+/// The value of a parameter of the mail server in the files in force.
+std::string PostfixParameter(const char* name)
+{
+    const ProgramResult value =
+        RunProgram({programs::kPostconf, "-c", kPostfixFiles, "-h", name}, CheckOptions());
+    return value.output.substr(0, value.output.find('\n'));
+}
+
 /// The names of tables in the packet filter's listing that drop incoming packets by default and are
 /// not the package's.
 std::string DroppingTables(const std::string& chains)
@@ -178,6 +186,23 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
     return last;
 }
 
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* /*subject*/)
+{
+    if (!settings.Bool("smtp_relay_enabled")) return {CheckWord::kOff, ""};
+    if (settings.Text("smtp_relay_password").empty()) return Failed("it has no password");
+    if (!settings.Bool("smtp_relay_tls")) {
+        return {CheckWord::kWarning, "it may cross the network in the clear"};
+    }
+
+    const std::string level = PostfixParameter("smtp_tls_security_level");
+    for (const char* verifying : {"secure", "verify", "fingerprint", "dane-only"}) {
+        if (level == verifying) return {};
+    }
+    return {CheckWord::kWarning, "with smtp_tls_security_level = " + level +
+                                     " the host need not prove its name; a save of the relay's "
+                                     "settings changes that, but not what is in local.d"};
+}
+
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
@@ -188,9 +213,7 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
     }
     if (served.empty()) return Failed("SMTP shows no certificate");
 
-    const ProgramResult name = RunProgram(
-        {programs::kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
-    const std::string path = name.output.substr(0, name.output.find('\n'));
+    const std::string path = PostfixParameter("smtpd_tls_cert_file");
     const ProgramResult configured =
         RunProgram({programs::kOpenssl, "x509", "-in", path}, CheckOptions());
     if (served == FirstCertificate(configured.output)) return {};

@@ -51,6 +51,16 @@ public:
     std::string AlwaysBcc() const;
     void SetAlwaysBcc(const std::string& address);
 
+    /// Whether the relay host must prove its name before it is told the login. It need not where
+    /// the login was stored before that was asked for, until the relay is saved again.
+    bool RelayIsVerified() const;
+    void SetRelayIsVerified();
+
+    /// Whether logins are taken on the port of other servers as well, as before there were
+    /// submission ports; a first installation says no.
+    bool SmtpPortTakesLogins() const;
+    void SetSmtpPortTakesLogins();
+
     /// The account combination.
     AccountCombination Account() const;
 

@@ -173,3 +173,14 @@ TEST(CleanText, HoldsNothingThatAPageWouldTakeForItsOwn)
     const std::string cut(collector::kLongestText - 1, 'x');
     EXPECT_EQ(cut, collector::CleanText(cut + "\xc3\xa4"));
 }
+
+TEST(CleanId, BeginsNoFormulaOfASpreadsheet)
+{
+    for (const std::string first : {"=", "+", "-", "@", "  ="}) {
+        const std::string blanks(first.size() - 1, ' ');
+        EXPECT_EQ(blanks + "?HYPERLINK(1)-=2@x.test",
+                  collector::CleanId(first + "HYPERLINK(1)-=2@x.test"));
+    }
+    EXPECT_EQ("2026=1+a@x.test", collector::CleanId("2026=1+a@x.test"));
+    EXPECT_EQ("", collector::CleanId(""));
+}

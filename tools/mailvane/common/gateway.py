@@ -67,11 +67,12 @@ class Answer:
 
 
 class Gateway:
-    """Sends requests in the name of one user."""
+    """Sends requests in the name of one user, with more in their environment."""
 
-    def __init__(self, program: str, user: str) -> None:
+    def __init__(self, program: str, user: str, more: dict[str, str]) -> None:
         self._program = program
         self._user = user
+        self._more = more
 
     def read(self, action: str, parameters: dict) -> Answer:
         """Sends a read action and returns the answer."""
@@ -124,6 +125,7 @@ class Gateway:
             "HTTP_HOST": "localhost",
             "HTTP_X_MAILVANE": "mailvanectl",
             "HTTP_ACCEPT_LANGUAGE": language.partition("_")[0].partition(".")[0],
+            **self._more,
         }
 
 

@@ -12,10 +12,11 @@ if TYPE_CHECKING:
 class Requests:
     """The actions of an installed package, and the gateway for calling them."""
 
-    def __init__(self, target: str, user: str = "") -> None:
+    def __init__(self, target: str, user: str = "", more: dict[str, str] | None = None) -> None:
         self.reference = Reference(target + "/share/mailvane/actions.json")
         self._program = target + "/ui/mailvane.cgi"
         self._user = user
+        self._more = {} if more is None else more
         self._gateway: Gateway | None = None
 
     def gateway(self) -> "Gateway":
@@ -24,7 +25,7 @@ class Requests:
         if self._gateway is None:
             if os.geteuid() != 0:
                 raise Usage("only root can run the program")
-            self._gateway = Gateway(self._program, self._user or _administrator())
+            self._gateway = Gateway(self._program, self._user or _administrator(), self._more)
         return self._gateway
 
     def value(self, name: str, members: dict | None = None) -> dict:

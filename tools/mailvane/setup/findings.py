@@ -10,6 +10,7 @@ class Findings:
         self.mailboxes: dict = {}
         self.domains: list[str] = []
         self.aliases: dict[str, list[str]] = {}  # members by name
+        self.port_logins = False                 # people log in on the port of other servers
         self.certificate: tuple[str, str] | None = None  # paths of certificate and key
         self.left: list[str] = []                # not taken over
         self.stops: list[str] = []               # why mail would not be seen any more

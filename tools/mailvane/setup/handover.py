@@ -43,6 +43,8 @@ def take_over(state: State, target: str, program: Program, findings: Findings | 
     units.place_drop_ins(target, *(units.DROP_INS[:1] if was_configured else units.DROP_INS))
     program.prepare({"smtp_enabled": "no"} if findings else {})
     if findings:
+        if findings.port_logins:
+            program.keep_port_logins()
         program.save("smtp", {**findings.smtp, "smtp_enabled": False})
         _import(target, program, findings)
     units.place_drop_ins(target, *units.DROP_INS)

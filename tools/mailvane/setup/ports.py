@@ -49,6 +49,16 @@ def take_over(postfix: Postfix, findings: Findings) -> None:
         findings.leave("master.cf: no server on port %d; here there is one" % SMTP_PORT)
 
 
+def take_logins(postfix: Postfix, findings: Findings) -> None:
+    """Finds where people log in: what they could send so far, they still can."""
+    doors = [service for service in postfix.services
+             if service.takes_mail_in() and service.options.get(
+                 "smtpd_sasl_auth_enable", postfix.text("smtpd_sasl_auth_enable")) == "yes"]
+    if doors:
+        findings.smtp["restrict_sender"] = False
+    findings.port_logins = any(door.port(_number) == SMTP_PORT for door in doors)
+
+
 def _leave_own(service: Service, findings: Findings) -> None:
     known = INNER | SHIPPED
     if service.kind == "inet" or service.name not in known:

@@ -7,12 +7,17 @@ from mailvane.common.requests import Requests
 from mailvane.setup.run import Failed, attempt, heed, output
 
 
+# In the environment of requests: what is to be done as another mail server did it, and no better.
+TAKES_OVER = "MAILVANE_TAKES_OVER"
+
+
 class Program:
     """The installed package, used in the name of an administrator."""
 
     def __init__(self, target: str, administrator: str) -> None:
         self._target = target
-        self._session = Requests(target, administrator)
+        self._environment = {TAKES_OVER: "relay"}
+        self._session = Requests(target, administrator, self._environment)
 
     def prepare(self, first: dict[str, str]) -> None:
         """Finishes an interrupted save. Without a configuration, makes one from the settings
@@ -25,6 +30,10 @@ class Program:
                 text = "".join('%s="%s"\n' % pair for pair in first.items())
                 files.replace(etc + "/mailvane.conf", text.encode(), 0o600)
             output(tool, "render")
+
+    def keep_port_logins(self) -> None:
+        """Has the following requests leave logins on the port of other servers."""
+        self._environment[TAKES_OVER] = "relay logins"
 
     def call(self, name: str, members: dict) -> dict:
         """Calls an action and returns its answer."""

@@ -22,7 +22,7 @@ PEOPLE_READ = {"imap_enabled": True, "imaps_enabled": True}
 # Parameters that are taken over, or that the generated configuration sets itself.
 COVERED = {
     "alias_database", "alias_maps", "append_dot_mydomain", "biff", "compatibility_level",
-    "disable_vrfy_command", "home_mailbox", "inet_protocols", "local_recipient_maps",
+    "home_mailbox", "inet_protocols", "local_recipient_maps",
     "mailbox_size_limit", "message_size_limit", "mydestination", "mydomain", "myhostname",
     "mynetworks_style", "myorigin", "queue_directory", "readme_directory", "recipient_delimiter",
     "relayhost", "smtp_sasl_auth_enable", "smtp_sasl_password_maps", "smtp_sasl_security_options",
@@ -36,6 +36,7 @@ COVERED = {
     "alternate_config_directories", "html_directory", "manpage_directory", "sample_directory",
     "daemon_directory", "command_directory", "mail_owner", "setgid_group", "sendmail_path",
     "mailq_path", "newaliases_path"}
+AS_OURS = {"disable_vrfy_command": "yes"}
 SECRET_PARTS = ("passw", "_pw", "secret")  # of names of parameters
 
 
@@ -69,6 +70,7 @@ def _look_at_postfix(sender: Postfix, administrator: str, findings: Findings) ->
     own = domains.find(sender, findings)
     domains.take_over(own, findings)
     take_limits(sender, findings)
+    ports.take_logins(sender, findings)
     relay.take_over(sender, findings)
     take_doors(sender, brought, postfix.has_shipped_doors(sender), findings)
     routing = aliases.Routing(own, accounts.is_mail_user)
@@ -129,7 +131,7 @@ def look_at_delivery(sender: Postfix, findings: Findings) -> None:
 def leave_others(sender: postfix.Postfix, brought: dict, findings: Findings) -> None:
     """Adds lines about the parameters that are not taken over."""
     for name, value in sender.given.items():
-        if name in COVERED or shipped.is_debians(name, value, brought):
+        if name in COVERED or AS_OURS.get(name) == value or shipped.is_debians(name, value, brought):
             continue
         secret = any(part in name for part in SECRET_PARTS)
         findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else value))

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <sstream>
 
+#include "host/libhaldcore/request_note.h"
 #include "host/libmailvane/pages/reporter.h"
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/reporter.h"
@@ -63,6 +64,47 @@ TEST_F(ReportTest, SettingsComeBackAndOnlyRootReadsThem)
     }
     smtp.password = "a\nb";
     EXPECT_THROW(reporter.SetSMTP(smtp), std::exception);
+}
+
+TEST_F(ReportTest, AStoredPasswordGoesToTheServerItWasGivenForAlone)
+{
+    const Reporter::SMTP given = [] {
+        Reporter::SMTP smtp;
+        smtp.server = "smtp.test";
+        smtp.port = 587;
+        smtp.auth = smtp.secure = true;
+        smtp.password = "secret";
+        return smtp;
+    }();
+    const auto saves = [](const Reporter::SMTP& smtp) {
+        Reporter reporter = Reporter::LoadSetting();
+        reporter.SetSMTP(smtp);
+        try {
+            reporter.SaveSetting();
+        } catch (const std::exception&) {
+            return false;
+        }
+        return true;
+    };
+    Reporter::SMTP other = given, elsewhere = given, clear = given;
+    other.server = "other.test";
+    elsewhere.port = 588;
+    clear.secure = false;
+    ASSERT_TRUE(saves(given));
+    for (const Reporter::SMTP& wanted : {other, elsewhere, clear}) {
+        EXPECT_FALSE(saves(wanted)) << wanted.server << wanted.port;
+        Reporter::SMTP off = wanted;
+        off.auth = false;
+        EXPECT_TRUE(saves(off)) << "without a login nobody is told";
+        EXPECT_FALSE(saves(wanted)) << "by way of no login";
+        EXPECT_TRUE(saves(given)) << "back again";
+    }
+    EXPECT_TRUE(WasLogged("smtp_password, which was given for another server"));
+    EXPECT_EQ(Reporter::LoadSetting().GetSMTP().server, "smtp.test");
+    host::NoteRequest({"save_report", true});
+    EXPECT_TRUE(saves(other)) << "typed again";
+    host::NoteRequest({});
+    EXPECT_FALSE(saves(given));
 }
 
 TEST_F(ReportTest, IsDueOnceADayAndTriedAgainAfterLongerAndLongerPauses)

@@ -64,6 +64,16 @@ TEST(RenderPostfix, EachSettingShowsInItsParameter)
     }
 }
 
+TEST(RenderPostfix, ATypedValueIsNoMacro)
+{
+    StoredSettings settings = With({{"smtp_hostname", "$biff.${mail_version}"}});
+    settings.SetAlwaysBcc("boss$biff@mv.test");
+    EXPECT_EQ(Parameter(MainOf(settings), "myhostname"), " $$biff.$${mail_version}");
+    EXPECT_EQ(MainOf(settings).find("boss"), std::string::npos) << "everybody reads it";
+    EXPECT_EQ(host::render::RenderAlwaysBcc(settings),
+              Parameter(MainOf(settings), "always_bcc").substr(1) + " boss$biff@mv.test\n");
+}
+
 TEST(RenderPostfix, NoSettingsRelayForStrangers)
 {
     for (const char* authRequired : {"yes", "no"}) {

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -299,22 +300,47 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
               0);
     EXPECT_EQ(save(false, ""), 0);
     EXPECT_EQ(StoredValue("smtp_relay_password"), "");
+    for (const auto& [path, bytes] : Everything()) {
+        EXPECT_EQ(bytes.find("secret"), std::string::npos) << path;
+    }
     struct stat info {};
     ASSERT_EQ(stat((kPackage / "etc/mailvane.conf").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 0600U);
 }
 
+TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
+{
+    const auto save = [](const char* takesOver) {
+        return SaveIn([=](Postfix& postfix) {
+            if (takesOver != nullptr) setenv("MAILVANE_TAKES_OVER", takesOver, 1);
+            postfix.Set("smtp_relay_enabled", Value<bool>(true));
+            postfix.Set("smtp_relay_server", Value<std::string>("relay.example"));
+            postfix.Set("smtp_relay_auth", Value<bool>(true));
+            postfix.Set("smtp_relay_password", Value<std::string>("secret"));
+        });
+    };
+    EXPECT_EQ(save("relay logins"), 0);
+    EXPECT_EQ(Rename("other.example"), 0);
+    EXPECT_NE(MainCf().find("\nsmtp_tls_security_level = encrypt\n"), std::string::npos);
+    EXPECT_EQ(StoredValue("smtp_port_logins"), "yes");
+    EXPECT_EQ(save(nullptr), 0);
+    EXPECT_NE(MainCf().find("\nsmtp_tls_security_level = secure\n"), std::string::npos);
+}
+
 TEST_F(SaveTransaction, NothingButAnAddressBecomesTheCopyOfAllMail)
 {
     const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"a.example", "archive@old.example", "always_bcc = archive@old.example\n"},
-        {"b.example", "a b, |/bin/sh", "always_bcc =\n"}};
-    for (const auto& [name, address, line] : rows) {
+        {"a.example", "archive$biff@old.example", " archive$biff@old.example\n"},
+        {"b.example", "a b, |/bin/sh", ""}};
+    for (const auto& [name, address, target] : rows) {
         auto file = host::KeyValueFile::Read(kPackage / "etc/mailvane.conf");
         file->Set("always_bcc", address);
         file->Write(kPackage / "etc/mailvane.conf", 0600);
         EXPECT_EQ(Rename(name), 0);
-        EXPECT_NE(MainCf().find(line), std::string::npos) << address;
+        const std::string map =
+            ReadText(kPackage / "etc/generated/current/postfix/maps/always_bcc");
+        EXPECT_EQ(map.substr(std::min(map.find(' '), map.size())), target);
+        EXPECT_EQ(MainCf().find("\nalways_bcc =\n") == std::string::npos, *target != '\0');
     }
 }
 

@@ -30,6 +30,14 @@ TEST(SettingsTable, AgreesWithThePacketFilterOnTheDefaultsOfTheMailServices)
     }
 }
 
+TEST(HostsAndAddresses, EndWhereTheTextEnds)
+{
+    using std::string_literals::operator""s;
+    for (const std::string& text : {"::f\0x"s, "192.0.2.1\0x"s, "[::f\0x]"s, "a\0b"s}) {
+        EXPECT_FALSE(host::names::IsHostOrAddressOrEmpty(text)) << text;
+    }
+}
+
 TEST(SettingsTable, RefusesWhatWouldBreakAGeneratedFile)
 {
     const std::string longHost = std::string(63, 'a') + "." + std::string(63, 'b') + "." +
