@@ -122,11 +122,16 @@ class Discretion(harness.Story):
             self.assertIn("Permission denied", as_carol("/usr/bin/ls", folder + part))
         found = as_carol("/usr/bin/grep", "-rlsF", watcher, "/var/packages", "/etc/postfix")
         self.assertEqual(found, "")
-        self.assertIn("not allowed", as_carol("/usr/bin/mailq"))
+        mine = ("/usr/sbin/postqueue", "-c", harness.POSTFIX_CONFIGURATION, "-p")
+        self.assertIn("mail system is down", as_carol("/usr/bin/mailq"))
+        self.assertIn("not allowed", as_carol(*mine))
+        for command in (("/usr/bin/mailq",), mine):
+            self.assertIn("queue is empty", run(*command))
 
         as_carol("/bin/sh", "-c", "echo 'Subject: of carol' | /usr/sbin/sendmail alice")
         delivered("alice", "of carol")
-        self.assertIn("Delivered-To: <%s>" % watcher, delivered("bob", "of carol"))
+        delivered("bob", "of carol")
+        self.assertIn(" to=<%s>, " % watcher, contents("/var/log/mailvane/maillog"))
 
 
 @contextlib.contextmanager

@@ -189,10 +189,15 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_security_options", "noanonymous");
 }
 
+/// The service that shows the queue. The mail commands of users read the distribution's files and
+/// look for one of another name.
+const char kQueueService[] = "mailvane-showq";
+
 /// What users of this machine may ask: who has a mailbox is told to nobody, what waits to root.
 void AddDiscretion(Parameters& main)
 {
     main.Add("disable_vrfy_command", "yes");
+    main.Add("showq_service_name", kQueueService);
     main.Add("authorized_mailq_users", "root");
     main.Add("authorized_flush_users", "root");
 }
@@ -402,7 +407,6 @@ const char kInnerServices[] =
     "smtp unix - - n - - smtp\n"
     "relay unix - - n - - smtp\n"
     "  -o syslog_name=postfix/$service_name\n"
-    "showq unix n - n - - showq\n"
     "error unix - - n - - error\n"
     "retry unix - - n - - error\n"
     "discard unix - - n - - discard\n"
@@ -481,6 +485,7 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
+    text += std::string(kQueueService) + " unix n - n - - showq\n";
     return text + kInnerServices + FilterServices(settings) + context.masterFragment;
 }
 
