@@ -51,14 +51,19 @@ bool IsHostName(const std::string& name)
            !name.empty() && name[0] != '-';
 }
 
+/// A value of a key-value file; empty when the file or the key is missing.
+std::string ValueIn(const std::string& path, const char* key)
+{
+    const auto file = KeyValueFile::Read(path);
+    return file ? file->Get(key).value_or("") : "";
+}
+
 bool IsMachine(const std::string& name)
 {
     std::array<char, kLongestName + 1> own = {};
     if (gethostname(own.data(), own.size() - 1) == 0 && name == InLowerCase(own.data()))
         return true;
-    const auto settings = KeyValueFile::Read(host::PackagePath("etc/mailvane.conf"));
-    const auto mailServer = settings ? settings->Get("smtp_hostname") : std::nullopt;
-    return mailServer && name == InLowerCase(*mailServer);
+    return name == InLowerCase(ValueIn(host::PackagePath("etc/mailvane.conf"), "smtp_hostname"));
 }
 
 bool IsListed(const std::string& name, const std::string& list)
@@ -92,10 +97,11 @@ bool IsOwnHost(const std::string& header)
     const std::string name = NameIn(header);
     if (name == "localhost" || IsAddress(name)) return true;
 
-    const auto file = KeyValueFile::Read(host::Path("/etc/default/mailvane"));
-    const auto list = file ? file->Get("MAILVANE_WEB_HOSTS") : std::nullopt;
-    if (!list) return true;
-    return IsHostName(name) && (IsMachine(name) || IsListed(name, *list) || IsOfCertificate(name));
+    const std::string list = ValueIn(host::Path("/etc/default/mailvane"), "MAILVANE_WEB_HOSTS");
+    const bool isJudged =
+        !list.empty() || ValueIn(host::PackagePath("etc/mailvane.conf"), "web_names") == "own";
+    if (!isJudged) return true;
+    return IsHostName(name) && (IsMachine(name) || IsListed(name, list) || IsOfCertificate(name));
 }
 
 }  // namespace kos

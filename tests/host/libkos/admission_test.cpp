@@ -88,7 +88,10 @@ TEST_F(Admission, TakesRequestsToNamesOfItsOwn)
     const auto isTaken = [this](const std::string& host) {
         return Run(Get("action=load_smtp", {{"HTTP_HOST", host}})).StatusLine().empty();
     };
-    EXPECT_TRUE(isTaken("any.test")) << "where the machine's file does not say";
+    Write("/etc/default/mailvane", "MAILVANE_WEB_HOSTS=\"\"\n");
+    EXPECT_TRUE(isTaken("any.test")) << "where nobody has said which";
+    Write(host::PackagePath("etc/mailvane.conf"), "web_names=\"own\"\n");
+    EXPECT_FALSE(isTaken("any.test")) << "in a first installation";
 
     Write("/etc/default/mailvane", "MAILVANE_WEB_HOSTS=\"admin.lan  Pages.lan\"\n");
     Write(host::PackagePath("etc/mailvane.conf"), "smtp_hostname=\"Mail.example.org\"\n");
