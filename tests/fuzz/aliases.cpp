@@ -58,7 +58,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     host::render::AliasExpansion expansion(table, {"mv.test", "Two.test"}, MembersOf);
     expansion.AddRole("root", "alice");
     for (const auto& alias : table.entries()) {
-        if (const auto recipients = expansion.Expand(alias)) JudgeRecipients(*recipients, names + 1);
+        if (const auto recipients = expansion.Expand(alias))
+            JudgeRecipients(*recipients, names + 1);
     }
     return 0;
 }
