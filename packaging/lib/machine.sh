@@ -25,7 +25,7 @@ armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
     libgtest-dev libgmock-dev libstdc++-12-dev
 )
-package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
+package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian openssh-client rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
 lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)
 
