@@ -11,9 +11,11 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/mail_queue.h"
+#include "host/libmailvane/system/owner_rights.h"
 #include "platform/mailvane/analyzer.h"
 
 namespace report {
@@ -39,7 +41,7 @@ std::vector<std::string> LogFiles(const Period& period)
     std::array<char, 16> month{};
     (void)localtime_r(&begin, &parts);
     (void)std::strftime(month.data(), month.size(), "%Y-%m.db", &parts);
-    const std::string folder = host::PackagePath("target/etc/maillog/");
+    const std::string folder = host::maillog::MailLogFolder() + "/";
     return {folder + month.data(), folder + "maillog.db"};
 }
 
@@ -161,6 +163,7 @@ std::optional<MailCounts> CountMail(const Period& period)
     bool found = false;
     for (const std::string& path : LogFiles(period)) {
         try {
+            const host::system::OwnerRights rights(host::maillog::MailLogFolder());
             auto database = host::system::OpenAsItIs(path);
             if (!database) continue;
             AddStatuses(*database, period, counts);

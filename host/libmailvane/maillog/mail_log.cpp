@@ -1,4 +1,6 @@
-// The mail log as the pages read it. Opens databases of the log's two folders only.
+// The mail log as the pages read it. Opens databases of the log's two folders only. Those are the
+// collector's, which takes apart what strangers write: all that is done with them, from opening to
+// closing, is done with its rights.
 #include "platform/mailvane/mail_log.h"
 
 #include <unistd.h>
@@ -14,6 +16,7 @@
 #include "host/libmailvane/maillog/query.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/maillog/statistic.h"
+#include "host/libmailvane/system/owner_rights.h"
 
 namespace {
 
@@ -138,7 +141,10 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
 template <typename Operation>
 auto Attempt(Operation operation)
 {
-    return host::system::Attempt("mail log", operation);
+    return host::system::Attempt("mail log", [&operation] {
+        const host::system::OwnerRights rights(host::maillog::MailLogFolder());
+        return operation();
+    });
 }
 
 }  // namespace
@@ -150,7 +156,8 @@ MailLog::MailLog(const char* path) : state_(new State)
 
 MailLog::~MailLog()
 {
-    delete state_;
+    // Closing it may write it too.
+    (void)host::Succeeded(Attempt([this] { delete state_; }));
 }
 
 int MailLog::error()
@@ -206,16 +213,17 @@ int MailLog::getLogNum(std::string& query)
 
 int MailLog::clear()
 {
-    return host::Status(Attempt([this]() -> host::Result<void> {
-        const host::ScopedLock lock;
-        if (!lock.held()) return host::Reason{host::ReasonCode::kBusy, "request lock", ""};
-
+    const host::ScopedLock lock;
+    if (!lock.held()) {
+        return host::Status(
+            host::Result<void>(host::Reason{host::ReasonCode::kBusy, "request lock", ""}));
+    }
+    return host::Status(Attempt([this] {
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
         SQLite::Database database = host::maillog::OpenMailLogForChange(path);
         host::maillog::ClearMailLog(database);
-        return {};
     }));
 }
 

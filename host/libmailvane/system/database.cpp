@@ -52,6 +52,20 @@ bool IsOlder(SQLite::Database& database, const Schema& schema)
     return version < schema.version;
 }
 
+/// The scripts of all tables, indexes, views and triggers.
+std::string TablesOf(SQLite::Database& database)
+{
+    SQLite::Statement rows(database,
+                           "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY 1, 2");
+    std::string text;
+    while (rows.executeStep()) {
+        for (int column = 0; column < rows.getColumnCount(); ++column) {
+            text.append(rows.getColumn(column).getString()).append("\n");
+        }
+    }
+    return text;
+}
+
 ReasonCode CodeOf(int sqliteCode)
 {
     switch (sqliteCode) {
@@ -79,15 +93,28 @@ Reason ReasonOf(const std::exception& failure, const std::string& what)
     return {code, what, what + ": " + failure.what()};
 }
 
+void DistrustSchema(SQLite::Database& database)
+{
+    database.exec("PRAGMA trusted_schema = OFF");
+}
+
 void BringUpToDate(SQLite::Database& database, const Schema& schema)
 {
     if (IsOlder(database, schema)) Migrate(database, schema);
+}
+
+bool IsMadeBy(SQLite::Database& database, const Schema& schema)
+{
+    SQLite::Database model(":memory:", SQLite::OPEN_READWRITE);
+    BringUpToDate(model, schema);
+    return TablesOf(database) == TablesOf(model);
 }
 
 SQLite::Database OpenForChange(const std::string& path, const Schema& schema)
 {
     CreateIfMissing(path);
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+    DistrustSchema(database);
     database.exec("PRAGMA journal_mode = DELETE");
     BringUpToDate(database, schema);
     return database;
@@ -108,6 +135,7 @@ std::optional<SQLite::Database> OpenAsItIs(const std::string& path)
     try {
         // Not opened read-only: SQLite could not roll back a killed writer's journal then.
         SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        DistrustSchema(database);
         database.exec("PRAGMA query_only = 1");
         return database;
     } catch (const SQLite::Exception&) {

@@ -27,9 +27,17 @@ struct Schema {
     int version;
 };
 
+/// Keeps what stands in the schema of an open store, which somebody else may have written, from
+/// calling functions and tables that do more than give values. Throws SQLite::Exception.
+void DistrustSchema(SQLite::Database& database);
+
 /// Runs the scripts that an open store lacks, all or none. Throws SQLite::Exception, and
 /// std::runtime_error for a store of a later version.
 void BringUpToDate(SQLite::Database& database, const Schema& schema);
+
+/// Whether an open store, brought up to date, has the tables that the scripts make, and nothing
+/// else.
+bool IsMadeBy(SQLite::Database& database, const Schema& schema);
 
 /// Opens a store for changes, creating it (mode 0600) and bringing it to the newest version as
 /// needed. Throws SQLite::Exception, and std::runtime_error for a store of a later version.
