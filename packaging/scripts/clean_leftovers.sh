@@ -6,14 +6,21 @@
 . "${BASH_SOURCE%/*}/common.sh"
 
 generated=$package/etc/generated
+stored=$package/target/etc
 
 # A new file is named after the one it replaces: .NAME.0123456789abcdef, or NAME.new where nobody
-# else makes that name. The administrator's folders are his.
-find "$package/etc" "$package/target/etc" -xdev \
-    \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
-    -type f -mmin +1440 -regextype posix-extended \
-    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
+# else makes that name.
+replacement=(-type f -mmin +1440 -regextype posix-extended
+    '(' -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' ')' -exec rm -f '{}' +)
+
+# The administrator's folders are his. Those of the mail log are its collector's, who could put others
+# in the place of what has been found there: what is done in them is done with his rights.
+find "$package/etc" "$stored" -xdev \
+    \( -path "$package/etc/local.d" -o -path "$package/etc/tls" -o -path "$stored/maillog*" \) \
+    -prune -o "${replacement[@]}"
 status=$?
+setpriv --reuid=mailvane-log --regid=mailvane-log --init-groups --reset-env -- \
+    find "$stored/maillog" "$stored/maillog.live" -xdev "${replacement[@]}" || status=$?
 
 # The program's temporary files, where it was not started by the web server.
 find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \

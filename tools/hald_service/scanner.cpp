@@ -47,10 +47,7 @@ protected:
                // Where the tool looks that releases mail from the quarantine.
                RunAs(user, {"/usr/bin/ln", "-sfn", std::string(Row().socket),
                             "/var/lib/amavis/amavisd.sock"}) &&
-               // What a scanner that was killed had unpacked; a milter may be at work in a newer
-               // folder.
-               RunAs("", {"/usr/bin/find", "/var/lib/amavis/tmp", "-mindepth", "1", "-maxdepth",
-                          "1", "-mmin", "+60", "-exec", "rm", "-rf", "{}", "+"}) &&
+               ClearUnpacked() &&
                RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
     }
 
@@ -69,6 +66,42 @@ private:
         command.words = std::move(words);
         command.user = user;
         return RunQuietly(Row().service, command);
+    }
+
+    /// Removes what a scanner that was killed had unpacked; a milter may be at work in a newer
+    /// folder. Its user could put another folder in the place of one that has been found, so it is
+    /// done with that user's rights; archives may hold folders that their owner may not enter.
+    bool ClearUnpacked() const
+    {
+        return RunAs(std::string(Row().user), {"/usr/bin/find",
+                                               "/var/lib/amavis/tmp",
+                                               "-mindepth",
+                                               "1",
+                                               "-maxdepth",
+                                               "1",
+                                               "-user",
+                                               std::string(Row().user),
+                                               "-mmin",
+                                               "+60",
+                                               "(",
+                                               "!",
+                                               "-type",
+                                               "d",
+                                               "-o",
+                                               "-exec",
+                                               "chmod",
+                                               "-R",
+                                               "u+rwX",
+                                               "{}",
+                                               ";",
+                                               "-o",
+                                               "-true",
+                                               ")",
+                                               "-exec",
+                                               "rm",
+                                               "-rf",
+                                               "{}",
+                                               "+"});
     }
 
     bool MakeLog() const
