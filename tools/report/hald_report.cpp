@@ -2,6 +2,7 @@
 //
 //   hald_report --due   sends it if its time has come; for the timer
 //   hald_report --now   sends one about the last 24 hours, enabled or not
+//   hald_report --send  hands over what the two have composed; they run it under a user of its own
 //
 // Exit status 0 when nothing was due or the report was taken, 1 when it was not, 2 for a wrong
 // call.
@@ -18,6 +19,7 @@
 #include "tools/report/report_data.h"
 #include "tools/report/report_text.h"
 #include "tools/report/schedule.h"
+#include "tools/report/sender.h"
 #include "tools/report/smtp_client.h"
 
 namespace {
@@ -44,8 +46,10 @@ std::string SendReport(const Reporter& reporter, const report::Period& period, s
     letter.plainText = report::PlainText(data);
     letter.html = report::Html(data);
     letter.date = now;
-    return report::Send(reporter.GetSMTP(), {host, letter.fromMail, letter.to},
-                        report::MessageOf(letter));
+    return report::SendAsItsUser({reporter.GetSMTP(),
+                                  {host, letter.fromMail, letter.to},
+                                  report::MessageOf(letter),
+                                  report::TrustedCertificates()});
 }
 
 int SendNow(const Reporter& reporter, std::int64_t now)
@@ -92,12 +96,13 @@ int SendIfDue(const Reporter& reporter, std::int64_t now)
 int main(int count, char** arguments)
 {
     const std::string verb = count == 2 ? arguments[1] : "";
-    if (verb != "--due" && verb != "--now") {
+    if (verb != "--due" && verb != "--now" && verb != "--send") {
         (void)fputs("usage: hald_report --due | --now\n", stderr);
         return 2;
     }
 
     try {
+        if (verb == "--send") return report::SendFromInput();
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
         const Reporter reporter = Reporter::LoadSetting();
         return verb == "--now" ? SendNow(reporter, now) : SendIfDue(reporter, now);
