@@ -4,7 +4,6 @@
 #include <SQLiteCpp/VariadicBind.h>
 
 #include "host/libmailvane/names/login_key.h"
-#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
@@ -17,22 +16,15 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "sender quotas";
-constexpr std::size_t kLongestLogin = 255;
 
 std::optional<SQLite::Database> OpenQuotas()
 {
     return stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane);
 }
 
-bool IsLogin(const std::string& login)
-{
-    return !names::LoginKey(login).empty() && login.size() <= kLongestLogin &&
-           names::IsPlainText(login);
-}
-
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
-    if (!IsLogin(login)) {
+    if (!names::IsLogin(login)) {
         return Reason{ReasonCode::kRefused, login,
                       "sender quotas: refused: what is limited is no login"};
     }

@@ -8,6 +8,9 @@
 
 namespace host::names {
 
+/// What stands before the name of a rule set, on the line before its rules, in the rules in force.
+constexpr char kRuleSetHeading[] = "# rule set: ";
+
 /// Whether a rule set can have this name: it is that of its file.
 bool IsRuleSetName(const std::string& name);
 

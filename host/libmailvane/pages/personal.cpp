@@ -7,6 +7,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/pages/forwarding.h"
 #include "host/libmailvane/render/personal_script.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -27,39 +28,13 @@ struct Personal::State {
 
 namespace {
 
-/// Whether an address, with or without an extension, is one of the user's own.
-bool IsOwnAddress(const std::string& address, const std::string& user)
-{
-    const auto settings = host::settings::StoredSettings::Read();
-    if (!host::Succeeded(settings)) return false;
-
-    const auto at = address.find('@');
-    const std::string local = address.substr(0, std::min(at, address.find('+')));
-    const std::string domain = address.substr(at + 1);
-    const auto isDomain = [&domain](const std::string& own) {
-        return strcasecmp(own.c_str(), domain.c_str()) == 0;
-    };
-    return strcasecmp(local.c_str(), user.c_str()) == 0 &&
-           (isDomain(settings->MailDomain()) ||
-            std::any_of(settings->domains.begin(), settings->domains.end(), isDomain));
-}
-
-/// Whether the forwarding can be carried out; what is off may lack an address.
+/// Whether the forwarding can be carried out; logged when not.
 bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user)
 {
-    const std::string& address = settings.forwardAddress;
-    if (address.empty() && !settings.forward) return true;
-    if (!host::names::IsFullAddress(address)) {
-        host::Log(LOG_ERR, "personal settings of %s: mail cannot be forwarded to that address",
-                  user.c_str());
-        return false;
-    }
-    if (settings.forward && IsOwnAddress(address, user)) {
-        host::Log(LOG_ERR, "personal settings of %s: mail forwarded to its own address would loop",
-                  user.c_str());
-        return false;
-    }
-    return true;
+    auto stored = host::settings::StoredSettings::Read();
+    if (!host::Succeeded(stored)) stored = host::settings::StoredSettings();
+    return host::Succeeded(host::pages::CheckForwarding(settings, user, *stored)
+                               .Prefixed("personal settings of " + user + ": "));
 }
 
 /// Puts the changed settings in force and stores them, both or neither. `anew`: the script is

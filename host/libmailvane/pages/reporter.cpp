@@ -15,18 +15,20 @@
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/system/database.h"
 
 using host::KeyValueFile;
 
-struct Reporter::State {
+namespace {
+
+/// What the file holds.
+struct Stored {
     bool enabled = false;
     std::string rcpt;
-    Sender sender;
-    Time time;
-    SMTP smtp;
+    Reporter::Sender sender;
+    Reporter::Time time;
+    Reporter::SMTP smtp;
 };
-
-namespace {
 
 constexpr int kHighestPort = 65535;
 constexpr int kSubmissionPort = 587;
@@ -55,7 +57,66 @@ void Require(bool sound, const char* setting)
     throw std::invalid_argument(setting);
 }
 
+// What the page would store; each throws where it would not.
+
+void CheckRecipients(const std::string& list)
+{
+    const std::vector<std::string> recipients = host::pages::ReportRecipients(list);
+    Require(host::names::IsPlainText(list) &&
+                std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
+            "rcpt");
+}
+
+void CheckSender(const Reporter::Sender& sender)
+{
+    Require(host::names::IsPlainText(sender.name), "sender_name");
+    Require(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+}
+
+void CheckAccount(const Reporter::SMTP& account)
+{
+    Require(host::names::IsPlainText(account.provider), "smtp_provider");
+    Require(host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server");
+    Require(account.port >= 0 && account.port <= kHighestPort, "smtp_port");
+    Require(host::names::IsPlainText(account.account), "smtp_account");
+    Require(host::names::IsPlainText(account.password), "smtp_password");
+}
+
+Stored Parse(const KeyValueFile& file)
+{
+    const auto text = [&file](const char* key) { return file.Get(key).value_or(""); };
+    Stored stored;
+    stored.enabled = text("enabled") == "yes";
+    stored.rcpt = text("rcpt");
+    stored.sender = {text("sender_name"), text("sender_mail")};
+    stored.time = {Number(text("hours")), Number(text("mins"))};
+    stored.smtp.provider = text("smtp_provider");
+    stored.smtp.server = text("smtp_server");
+    stored.smtp.port = static_cast<int>(Number(text("smtp_port")));
+    stored.smtp.auth = text("smtp_auth") == "yes";
+    stored.smtp.account = text("smtp_account");
+    stored.smtp.password = text("smtp_password");
+    stored.smtp.secure = text("smtp_secure") == "yes";
+    return stored;
+}
+
 }  // namespace
+
+struct Reporter::State : Stored {};
+
+host::Result<void> host::pages::CheckReport(const std::string& path)
+{
+    const auto file = KeyValueFile::Read(path);
+    if (!file && errno != ENOENT) return SystemReason(path, "cannot read " + path);
+    if (!file) return {};
+
+    const Stored stored = Parse(*file);
+    return system::Attempt("report", [&stored] {
+        CheckRecipients(stored.rcpt);
+        CheckSender(stored.sender);
+        CheckAccount(stored.smtp);
+    });
+}
 
 std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
 {
@@ -110,19 +171,7 @@ Reporter Reporter::LoadSetting()
         throw std::runtime_error("cannot read the settings of the report");
     }
 
-    const auto text = [&file](const char* key) { return file->Get(key).value_or(""); };
-    State& state = *reporter.state_;
-    state.enabled = text("enabled") == "yes";
-    state.rcpt = text("rcpt");
-    state.sender = {text("sender_name"), text("sender_mail")};
-    state.time = {Number(text("hours")), Number(text("mins"))};
-    state.smtp.provider = text("smtp_provider");
-    state.smtp.server = text("smtp_server");
-    state.smtp.port = static_cast<int>(Number(text("smtp_port")));
-    state.smtp.auth = text("smtp_auth") == "yes";
-    state.smtp.account = text("smtp_account");
-    state.smtp.password = text("smtp_password");
-    state.smtp.secure = text("smtp_secure") == "yes";
+    static_cast<Stored&>(*reporter.state_) = Parse(*file);
     return reporter;
 }
 
@@ -188,18 +237,14 @@ int Reporter::SetEnable(bool enabled)
 
 int Reporter::SetRcpt(const std::string& recipient)
 {
-    const std::vector<std::string> recipients = host::pages::ReportRecipients(recipient);
-    Require(host::names::IsPlainText(recipient) &&
-                std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
-            "rcpt");
+    CheckRecipients(recipient);
     state_->rcpt = recipient;
     return 0;
 }
 
 int Reporter::SetSender(const Sender& sender)
 {
-    Require(host::names::IsPlainText(sender.name), "sender_name");
-    Require(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+    CheckSender(sender);
     state_->sender = sender;
     return 0;
 }
@@ -212,11 +257,7 @@ int Reporter::SetTime(const Time& time)
 
 int Reporter::SetSMTP(const SMTP& account)
 {
-    Require(host::names::IsPlainText(account.provider), "smtp_provider");
-    Require(host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server");
-    Require(account.port >= 0 && account.port <= kHighestPort, "smtp_port");
-    Require(host::names::IsPlainText(account.account), "smtp_account");
-    Require(host::names::IsPlainText(account.password), "smtp_password");
+    CheckAccount(account);
     state_->smtp = account;
     return 0;
 }

@@ -13,9 +13,10 @@ namespace host::save {
 bool IsStoredData(const std::string& name);
 
 /// Puts what lies in `staged`, a directory in etc/ that goes by it, in the place of the stored data
-/// of the same names. With `whole`, stored data that `staged` lacks is taken away. An exchange is
-/// under way from here on until it is kept or dropped. Requires the request lock and the mark of a
-/// pending save. After a failure it is to be taken back.
+/// of the same names. With `whole`, stored data that `staged` lacks is taken away, but for the
+/// administrator's fragments, which stay. An exchange is under way from here on until it is kept or
+/// dropped. Requires the request lock and the mark of a pending save. After a failure it is to be
+/// taken back.
 Result<void> BeginExchange(const std::string& staged, bool whole);
 
 /// Whether there is an exchange, this process's or that of a killed one.

@@ -68,16 +68,19 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 
 AliasEntries ReadAliases()
 {
-    AliasEntries entries;
     std::optional<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
-    if (!database) return entries;
+    return database ? ReadAliases(*database) : AliasEntries();
+}
 
-    const SQLite::Transaction oneState(*database);
-    SQLite::Statement aliases(*database, "SELECT id, name FROM alias ORDER BY id");
+AliasEntries ReadAliases(SQLite::Database& database)
+{
+    AliasEntries entries;
+    const SQLite::Transaction oneState(database);
+    SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
     while (aliases.executeStep()) {
         entries.push_back({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText(), {}});
     }
-    ReadMembers(*database, entries);
+    ReadMembers(database, entries);
     return entries;
 }
 

@@ -1,6 +1,8 @@
 // The aliases in etc/alias.db.
 #pragma once
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::stores {
@@ -13,6 +15,9 @@ constexpr char kAliasTables[] =
 
 /// All aliases in order; none when there is no database. Throws as `ReadAccountDatabase`.
 AliasEntries ReadAliases();
+
+/// The same of an open database.
+AliasEntries ReadAliases(SQLite::Database& database);
 
 /// Makes a change in one transaction; nothing has changed after a failure. Throws as
 /// `ChangeAccountDatabase`.

@@ -75,12 +75,9 @@ Json::Value ToJson(const PersonalSettings& settings, const system::MailAccount& 
     return json;
 }
 
-PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& account)
+PersonalSettings ToSettings(const Json::Value& json)
 {
     PersonalSettings settings;
-    // The name has gone to another account since: the settings of the old one are not its own.
-    if (json["uid"].asUInt64() != account.uid) return settings;
-
     settings.forward = json["forward"].asBool();
     settings.forwardAddress = json["forward_address"].asString();
     settings.keepCopy = json["keep_copy"].asBool();
@@ -94,8 +91,8 @@ PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& 
     return settings;
 }
 
-/// Throws std::exception for a text that is no object of the right members.
-PersonalSettings Parse(const std::string& text, const system::MailAccount& account)
+/// Throws std::exception for a text that is no JSON.
+Json::Value Parse(const std::string& text)
 {
     Json::Value json;
     std::string errors;
@@ -103,8 +100,7 @@ PersonalSettings Parse(const std::string& text, const system::MailAccount& accou
     if (!reader->parse(text.data(), text.data() + text.size(), &json, &errors)) {
         throw std::runtime_error("it is not JSON");
     }
-    const Json::Value& stored = json;
-    return ToSettings(stored, account);
+    return json;
 }
 
 }  // namespace
@@ -139,10 +135,24 @@ std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& 
     }
 
     try {
-        return Parse(text, account);
+        const Json::Value stored = Parse(text);
+        // When the name has gone to another account since, those of the old one are not its own.
+        if (stored["uid"].asUInt64() != account.uid) return PersonalSettings();
+        return ToSettings(stored);
     } catch (const std::exception& failure) {
         Log(LOG_ERR, "personal settings of %s: %s", account.name.c_str(), failure.what());
         return std::nullopt;
+    }
+}
+
+Result<PersonalSettings> ParsePersonalSettings(const std::string& text)
+{
+    try {
+        const Json::Value stored = Parse(text);
+        (void)stored["uid"].asUInt64();
+        return ToSettings(stored);
+    } catch (const std::exception& failure) {
+        return Reason{ReasonCode::kDamaged, "personal settings", failure.what()};
     }
 }
 

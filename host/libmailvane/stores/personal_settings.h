@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/system/mail_account.h"
 
 namespace host::stores {
@@ -46,6 +47,9 @@ SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& send
 /// Reads the settings of an account; defaults when it has none. Nothing, logged, when they cannot
 /// be read.
 std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
+
+/// The settings of a stored file's text, whoever's they are. Refused when it is none.
+Result<PersonalSettings> ParsePersonalSettings(const std::string& text);
 
 /// Stores the settings; false, logged, on failure.
 bool WritePersonalSettings(const system::MailAccount& account, const PersonalSettings& settings);
