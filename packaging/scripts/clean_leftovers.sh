@@ -4,6 +4,7 @@
 # at work made his within the last day.
 
 . "${BASH_SOURCE%/*}/common.sh"
+cd / || exit  # which every user may enter
 
 generated=$package/etc/generated
 stored=$package/target/etc

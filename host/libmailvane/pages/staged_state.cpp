@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
@@ -54,7 +55,10 @@ Result<void> CheckSettings(const std::string& folder, const StoredSettings& sett
         if (!isGood) return Bad(std::string("the value of the setting ") + setting.name);
     }
     const std::string copies = file->Get("always_bcc").value_or("");
-    if (!copies.empty()) return stores::CheckCopyTarget(copies);
+    if (!copies.empty()) {
+        Result<void> target = stores::CheckCopyTarget(copies);
+        if (!target) return target;
+    }
     for (const std::string& domain : settings.domains) {
         if (!names::IsMailDomain(domain)) return Bad("a mail domain");
     }
