@@ -22,7 +22,7 @@ Reason Altered(const std::string& what)
 /// The same names in an empty table are refused where the page would refuse them.
 Result<void> CheckAliases(SQLite::Database& database)
 {
-    const AliasEntries entries = ReadAliases(database);
+    const AliasEntries entries = AliasesIn(database);
     AliasTable table;
     Result<void> taken;
     for (const AliasEntry& entry : entries) {

@@ -69,10 +69,10 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 AliasEntries ReadAliases()
 {
     std::optional<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
-    return database ? ReadAliases(*database) : AliasEntries();
+    return database ? AliasesIn(*database) : AliasEntries();
 }
 
-AliasEntries ReadAliases(SQLite::Database& database)
+AliasEntries AliasesIn(SQLite::Database& database)
 {
     AliasEntries entries;
     const SQLite::Transaction oneState(database);

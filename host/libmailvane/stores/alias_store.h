@@ -17,7 +17,7 @@ constexpr char kAliasTables[] =
 AliasEntries ReadAliases();
 
 /// The same of an open database.
-AliasEntries ReadAliases(SQLite::Database& database);
+AliasEntries AliasesIn(SQLite::Database& database);
 
 /// Makes a change in one transaction; nothing has changed after a failure. Throws as
 /// `ChangeAccountDatabase`.
