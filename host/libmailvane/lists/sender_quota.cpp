@@ -3,7 +3,7 @@
 
 #include <SQLiteCpp/VariadicBind.h>
 
-#include "host/libmailvane/names/login_key.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"

@@ -154,7 +154,6 @@ SQLite::Database OpenMailLogForChange(const std::string& path)
     if (descriptor >= 0) ::close(descriptor);
 
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
-    system::DistrustSchema(database);
     database.exec("PRAGMA journal_mode = WAL");
     // A power cut may take the last transactions, position included; the lines are read again.
     database.exec("PRAGMA synchronous = NORMAL");

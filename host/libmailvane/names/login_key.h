@@ -9,7 +9,4 @@ namespace host::names {
 /// suffix ("@suffix"). The mail server calls logins by it, whatever the account source.
 std::string LoginKey(const std::string& login);
 
-/// Whether a text can be a login, in any spelling.
-bool IsLogin(const std::string& text);
-
 }  // namespace host::names

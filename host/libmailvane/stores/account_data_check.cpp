@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "host/libmailvane/names/login_key.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/stores/access_store.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/bcc_store.h"
