@@ -33,7 +33,7 @@ host::Result<void> Restore(const std::string& staged)
     return checked ? host::save::RestoreState(staged) : checked;
 }
 
-/// One of the two is set: a command takes an argument or none.
+/// A command, with or without an argument: one of the two functions is set.
 struct Command {
     const char* name;
     host::Result<void> (*run)();

@@ -6,13 +6,12 @@
 
 class AttachmentFilter {
 public:
-    /// Fills `types` with those that contain `query` (all for an empty one); their number,
+    /// Sets `types` to those that contain `query` (all when it is empty) and returns their number;
     /// negative on failure.
     static int GetList(std::list<std::string>& types, const std::string& query);
     /// Remove and add types; negative on failure.
     static int Delete(const std::list<std::string>& types);
     static int Add(const std::list<std::string>& types);
-    /// Rebuilds the mail server's filter; negative on failure, the filter in force is then the old
-    /// one.
+    /// Rebuilds the mail server's filter; negative on failure, with the old filter still in force.
     static int GenerateConfig();
 };

@@ -4,8 +4,8 @@
 //   hald_report --now   sends one about the last 24 hours, enabled or not
 //   hald_report --send  hands over what the two have composed; they run it under a user of its own
 //
-// Exit status 0 when nothing was due or the report was taken, 1 when it was not, 2 for a wrong
-// call.
+// Exit status: 0 when the report was sent or none was due, 1 when sending failed, 2 for wrong
+// arguments.
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -26,12 +26,13 @@ namespace {
 
 constexpr std::int64_t kDay = 86400;
 
-/// Composes and sends one; "" or why it was not sent.
-std::string SendReport(const Reporter& reporter, const report::Period& period, std::int64_t now)
+/// Makes and sends a report.
+host::Result<void> SendReport(const Reporter& reporter, const report::Period& period,
+                              std::int64_t now)
 {
     const std::vector<std::string> recipients = host::pages::ReportRecipients(reporter.GetRcpt());
-    std::string missing = report::Missing(reporter.GetSMTP(), recipients);
-    if (!missing.empty()) return missing;
+    host::Result<void> complete = report::CheckAccount(reporter.GetSMTP(), recipients);
+    if (!complete) return complete;
 
     const report::Data data = report::Gather(period);
     const std::string host = host::names::IsHostName(data.host) ? data.host : "localhost";
@@ -52,43 +53,37 @@ std::string SendReport(const Reporter& reporter, const report::Period& period, s
                                   report::TrustedCertificates()});
 }
 
-int SendNow(const Reporter& reporter, std::int64_t now)
+host::Result<void> SendNow(const Reporter& reporter, std::int64_t now)
 {
-    const std::string failure = SendReport(reporter, {now - kDay, now}, now);
-    if (failure.empty()) return 0;
-
-    host::Log(LOG_ERR, "report: not sent: %s", failure.c_str());
-    (void)fprintf(stderr, "hald_report: not sent: %s\n", failure.c_str());
-    return 1;
+    const host::Result<void> sent = SendReport(reporter, {now - kDay, now}, now);
+    if (!sent) (void)fprintf(stderr, "hald_report: not sent: %s\n", sent.reason().text.c_str());
+    return host::Result<void>(sent).Prefixed("not sent: ");
 }
 
-int SendIfDue(const Reporter& reporter, std::int64_t now)
+host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
 {
     const std::int64_t moment = report::LatestMoment(reporter.GetReportTime(), now);
     const auto progress = report::ReadProgress();
     if (!progress || !reporter.IsEnabled()) {
-        // The first report tells about what comes after the report was switched on.
+        // The first report covers the time since reports were switched on.
         const bool noted = progress && progress->doneUntil >= moment;
-        return noted || report::WriteProgress({moment, 0, 0}) ? 0 : 1;
+        return noted ? host::Result<void>() : report::WriteProgress({moment, 0, 0});
     }
 
     const auto period = report::DuePeriod(*progress, moment, now);
-    if (!period) return 0;
+    if (!period) return {};
 
-    // Noted before it is made: an attempt that is killed, or whose end cannot be noted, is not made
-    // again at every run.
+    // Stored before the attempt, so that one that is killed is not repeated at every run.
     const report::Progress after = report::AfterFailure(*progress, now);
-    if (!report::WriteProgress(after)) return 1;
+    host::Result<void> done = report::WriteProgress(after);
+    if (!done) return done;
 
-    const std::string failure = SendReport(reporter, *period, now);
-    if (failure.empty()) {
-        host::Log(LOG_INFO, "report: sent");
-        return report::WriteProgress({moment, 0, 0}) ? 0 : 1;
-    }
-
-    host::Log(LOG_ERR, "report: attempt %d failed, the next is in %d minutes: %s", after.attempts,
-              static_cast<int>((after.nextAttempt - now) / 60), failure.c_str());
-    return 1;
+    done = SendReport(reporter, *period, now)
+               .Prefixed("attempt " + std::to_string(after.attempts) + " failed, the next is in " +
+                         std::to_string((after.nextAttempt - now) / 60) + " minutes: ");
+    if (!done) return done;
+    host::Log(LOG_INFO, "report: sent");
+    return report::WriteProgress({moment, 0, 0});
 }
 
 }  // namespace
@@ -105,7 +100,9 @@ int main(int count, char** arguments)
         if (verb == "--send") return report::SendFromInput();
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
         const Reporter reporter = Reporter::LoadSetting();
-        return verb == "--now" ? SendNow(reporter, now) : SendIfDue(reporter, now);
+        host::Result<void> done =
+            verb == "--now" ? SendNow(reporter, now) : SendIfDue(reporter, now);
+        return host::Succeeded(std::move(done).Prefixed("report: ")) ? 0 : 1;
     } catch (const std::exception& failure) {
         host::Log(LOG_ERR, "report: %s", failure.what());
         return 1;

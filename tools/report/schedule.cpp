@@ -1,4 +1,4 @@
-// When the report is due. Keeps etc/report.state.
+// The times of the report. Reads and writes etc/report.state.
 #include "tools/report/schedule.h"
 
 #include <algorithm>
@@ -7,7 +7,6 @@
 #include <string>
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 
 namespace report {
@@ -39,17 +38,15 @@ std::optional<Progress> ReadProgress()
                     static_cast<int>(Number(*file, "attempts"))};
 }
 
-bool WriteProgress(const Progress& progress)
+host::Result<void> WriteProgress(const Progress& progress)
 {
     auto file = host::KeyValueFile::Parse("");
     if (file.Set("done_until", std::to_string(progress.doneUntil)) &&
         file.Set("next_attempt", std::to_string(progress.nextAttempt)) &&
         file.Set("attempts", std::to_string(progress.attempts)) && file.Write(StatePath(), 0600)) {
-        return true;
+        return {};
     }
-
-    host::Log(LOG_ERR, "report: cannot store how far it is: %s", host::ErrnoText());
-    return false;
+    return host::SystemReason(StatePath(), "cannot store how far it is");
 }
 
 std::int64_t LatestMoment(const Reporter::Time& time, std::int64_t now)

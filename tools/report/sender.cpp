@@ -12,6 +12,10 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/user_command.h"
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 namespace report {
 
 namespace {
@@ -60,7 +64,7 @@ Delivery FromJson(const Json::Value& json)
 
 }  // namespace
 
-std::string SendAsItsUser(const Delivery& delivery)
+Result<void> SendAsItsUser(const Delivery& delivery)
 {
     if (geteuid() != 0) return Send(delivery);
 
@@ -71,9 +75,12 @@ std::string SendAsItsUser(const Delivery& delivery)
     const host::ProgramResult result = host::RunProgram(
         host::system::AsUser(kUser, {host::PackagePath("target/bin/hald_report"), "--send"}),
         options);
-    if (result.Succeeded()) return "";
-    if (result.status == kNotTaken && !result.output.empty()) return result.output;
-    return "its sender, run as " + std::string(kUser) + ", failed " + result.errors;
+    if (result.Succeeded()) return {};
+    if (result.status == kNotTaken && !result.output.empty()) {
+        return Reason{ReasonCode::kDaemonRefuses, delivery.account.server, result.output};
+    }
+    return Reason{ReasonCode::kSystem, kUser,
+                  "its sender, run as " + std::string(kUser) + ", failed " + result.errors};
 }
 
 int SendFromInput()
@@ -81,9 +88,9 @@ int SendFromInput()
     Json::Value json;
     std::cin >> json;
     const Json::Value& told = json;
-    const std::string failure = Send(FromJson(told));
-    (void)fputs(failure.c_str(), stdout);
-    return failure.empty() ? 0 : kNotTaken;
+    const Result<void> sent = Send(FromJson(told));
+    if (!sent) (void)fputs(sent.reason().text.c_str(), stdout);
+    return sent ? 0 : kNotTaken;
 }
 
 }  // namespace report

@@ -1,5 +1,5 @@
-// The process that speaks to the account's server: a program with a user of its own, who has no
-// files and gets no more than the message and the account.
+// Sending by a process with a user of its own, who owns no files. It gets only the message and the
+// account.
 #pragma once
 
 #include <string>
@@ -8,12 +8,11 @@
 
 namespace report {
 
-/// Has a process under the sender's user hand the message over; as `Send`. Without the rights to
-/// become that user, this process does it.
-std::string SendAsItsUser(const Delivery& delivery);
+/// As `Send`, by a process of the sender's user; by this one when it is not root.
+host::Result<void> SendAsItsUser(const Delivery& delivery);
 
-/// What that process does: sends what standard input tells, and writes to standard output why it
-/// was not taken. The exit status of the program.
+/// The main function of that process: sends what standard input describes, and writes the reason of
+/// a failure to standard output. Returns the exit status.
 int SendFromInput();
 
 }  // namespace report

@@ -1,4 +1,4 @@
-// Sends a message through an SMTP account, with libcurl.
+// Sending a message by an SMTP account, with libcurl.
 #include "tools/report/smtp_client.h"
 
 #include <curl/curl.h>
@@ -12,6 +12,10 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/pem.h"
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 namespace report {
 
 namespace {
@@ -19,12 +23,11 @@ namespace {
 constexpr int kTlsPort = 465;
 constexpr long kConnectLimit = 20;  // seconds
 constexpr long kLimit = 120;
-const char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
 
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
-/// What is left of the message.
+/// The part of the message still to be sent.
 struct Rest {
     const char* bytes;
     std::size_t size;
@@ -48,7 +51,7 @@ std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
            ':' + std::to_string(account.port) + '/' + greeting;
 }
 
-/// Without a secure connection TLS is still used where the server offers it, whoever it is.
+/// Without `secure`, TLS is still used where the server offers it, with any certificate.
 void SetSecurity(CURL* curl, bool secure, const std::string& trusted)
 {
     curl_easy_setopt(curl, CURLOPT_USE_SSL,
@@ -89,13 +92,26 @@ void SetTransfer(CURL* curl, const Delivery& delivery)
     curl_easy_setopt(curl, CURLOPT_PASSWORD, account.password.c_str());
 }
 
+ReasonCode CodeOf(CURLcode code)
+{
+    switch (code) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return ReasonCode::kOutOfTime;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_CONNECT:
+            return ReasonCode::kDaemonIsDown;
+        default:
+            return ReasonCode::kDaemonRefuses;
+    }
+}
+
 }  // namespace
 
 std::string TrustedCertificates()
 {
     std::string trusted;
-    if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
-    // Of our own files the certificate alone: they may hold more than that.
+    if (!host::ReadFile(host::Path(host::kAuthorities), trusted)) trusted.clear();
+    // Only the certificate is taken from our files, which may also have a key.
     for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
         std::string text;
         if (!host::ReadFile(host::PackagePath(own), text)) continue;
@@ -104,19 +120,24 @@ std::string TrustedCertificates()
     return trusted;
 }
 
-std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
+Result<void> CheckAccount(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
 {
-    if (account.server.empty()) return "no SMTP server is set";
-    if (account.port <= 0) return "no port of the SMTP server is set";
-    if (recipients.empty()) return "no recipient is set";
-    if (account.auth && account.account.empty()) return "no account name is set";
-    return "";
+    const auto missing = [](const char* setting, const char* text) {
+        return Reason{ReasonCode::kMissing, setting, text};
+    };
+    if (account.server.empty()) return missing("smtp_server", "no SMTP server is set");
+    if (account.port <= 0) return missing("smtp_port", "no port of the SMTP server is set");
+    if (recipients.empty()) return missing("rcpt", "no recipient is set");
+    if (account.auth && account.account.empty()) {
+        return missing("smtp_account", "no account name is set");
+    }
+    return {};
 }
 
-std::string Send(const Delivery& delivery)
+Result<void> Send(const Delivery& delivery)
 {
     const Curl curl(curl_easy_init(), curl_easy_cleanup);
-    if (!curl) return "out of memory";
+    if (!curl) return Reason{ReasonCode::kSystem, delivery.account.server, "out of memory"};
 
     const List recipients = RecipientList(delivery.envelope.to);
     Rest rest{delivery.message.data(), delivery.message.size()};
@@ -128,8 +149,9 @@ std::string Send(const Delivery& delivery)
     curl_easy_setopt(curl.get(), CURLOPT_READDATA, &rest);
     curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
     const CURLcode result = curl_easy_perform(curl.get());
-    if (result == CURLE_OK) return "";
-    return reason[0] != '\0' ? reason.data() : curl_easy_strerror(result);
+    if (result == CURLE_OK) return {};
+    return Reason{CodeOf(result), delivery.account.server,
+                  reason[0] != '\0' ? reason.data() : curl_easy_strerror(result)};
 }
 
 }  // namespace report

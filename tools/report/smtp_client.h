@@ -1,20 +1,21 @@
-// Sends a message through an SMTP account.
+// Sending a message by an SMTP account.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "platform/mailvane/reporter.h"
 
 namespace report {
 
 struct Envelope {
-    std::string greeting;  ///< host name for the greeting
+    std::string greeting;  ///< host name for EHLO
     std::string from;
     std::vector<std::string> to;
 };
 
-/// A message (with "\r\n" line ends), whose it is, and the account that takes it.
+/// A message (with "\r\n" line ends), its envelope, and the account that it is sent through.
 struct Delivery {
     Reporter::SMTP account;
     Envelope envelope;
@@ -22,17 +23,17 @@ struct Delivery {
     std::string trusted;  ///< `TrustedCertificates`
 };
 
-/// Whom a secure connection believes, in PEM form: the machine's authorities, and the certificate
-/// that this mail server shows.
+/// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail
+/// server.
 std::string TrustedCertificates();
 
-/// What the account lacks to send to these recipients; "" for nothing.
-std::string Missing(const Reporter::SMTP& account, const std::vector<std::string>& recipients);
+/// Fails with the setting of the account that is missing for sending to these recipients.
+host::Result<void> CheckAccount(const Reporter::SMTP& account,
+                                const std::vector<std::string>& recipients);
 
-/// Hands a message to the account's server. Returns "" when it was taken
-/// for every recipient, else why not; the password is in no such text. A secure connection means
-/// TLS from the start on port 465 and STARTTLS elsewhere, with a certificate that is valid for the
-/// server's name and one of those that are trusted, or signed by one.
-std::string Send(const Delivery& delivery);
+/// Sends a message. Fails unless it was accepted for every recipient; the reason never holds the
+/// password. A secure connection means TLS on port 465 and STARTTLS on others, with a certificate
+/// valid for the server's name that is trusted, or signed by a trusted one.
+host::Result<void> Send(const Delivery& delivery);
 
 }  // namespace report

@@ -1,5 +1,5 @@
-// The access lists: who may send, receive, connect. They lie in etc/mailvane.db; the mail server
-// follows them once their maps are made.
+// The access lists: who may send, receive, connect. Stored in etc/mailvane.db; in force once their
+// maps are rebuilt.
 #include "platform/mailvane/access.h"
 
 #include <strings.h>
@@ -30,18 +30,15 @@ Result<void> Add(const AccessInfo& entry)
     });
 }
 
-std::string ExportText(Type type)
+std::string ExportText(SQLite::Database& store, Type type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = stores::OpenListStore();
-    if (!store) return text;
-
-    for (const AccessInfo& entry : stores::ReadAccess(*store, type))
+    for (const AccessInfo& entry : stores::ReadAccess(store, type))
         text += stores::AccessLine(entry) + "\n";
     return text;
 }
 
-/// The entries of a file, each name once.
+/// Reads the entries of an import file, each name once. Refused for a name with two permissions.
 Result<std::list<AccessInfo>> ReadImport(Type type, const std::string& path)
 {
     std::list<AccessInfo> entries;
@@ -83,23 +80,21 @@ Access::~Access() {}
 Access* Access::getInstance()
 {
     const host::Result<void> opened =
-        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+        host::stores::ReadLists(host::lists::kWhat, [](SQLite::Database& /*store*/) {});
     return host::Succeeded(opened) ? new Access : nullptr;
 }
 
 int Access::getTotalAccessNum(const Filter& filter)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::CountAccess(*store, filter) : 0;
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::CountAccess(store, filter);
     }));
 }
 
 std::list<AccessInfo> Access::getAllAccessList(const Filter& filter)
 {
-    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::PageOfAccess(*store, filter) : std::list<AccessInfo>();
+    auto page = host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::PageOfAccess(store, filter);
     });
     return host::Succeeded(page) ? *std::move(page) : std::list<AccessInfo>();
 }
@@ -118,8 +113,8 @@ int Access::deleteAccess(const std::list<AccessInfo>& entries)
 
 int Access::exportAccess(Type type, const std::string& path)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
-        return host::names::WriteExport(path, host::lists::ExportText(type));
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::names::WriteExport(path, host::lists::ExportText(store, type));
     }));
 }
 

@@ -1,4 +1,4 @@
-// The alias table of the platform, kept in etc/alias.db.
+// The platform's alias table. Stored in etc/alias.db.
 #include "platform/mailvane/alias.h"
 
 #include <cerrno>
@@ -17,12 +17,12 @@
 struct Alias::State {
     host::stores::AliasTable table;
     bool loaded = false;
-    bool refused = false;  ///< a change could not be made: none is stored
+    bool refused = false;  ///< a change was refused; the store is not written then
 
-    /// Whether the object can be worked with.
+    /// Whether the table was loaded and no change refused.
     bool ok() const { return loaded && !refused; }
 
-    /// The answer to a change: marks the object when that is refused, and logs why.
+    /// The result of a change: 0, or negative after logging the refusal and marking the object.
     int Answer(host::Result<void> change)
     {
         if (host::Succeeded(std::move(change).Prefixed("aliases: refused "))) return 0;
@@ -31,7 +31,7 @@ struct Alias::State {
         return host::Fail(EINVAL);
     }
 
-    /// Takes the aliases of a file over.
+    /// Adds the aliases of an import file to the table.
     host::Result<void> Import(const std::string& path)
     {
         auto aliases = host::stores::ReadAliasText(path, table);
@@ -44,19 +44,15 @@ struct Alias::State {
 
 namespace {
 
-/// Puts the table in force, then stores it: an account engine or a mail server that does not answer
-/// is met before anything is stored.
+/// Activates the aliases first and stores them then, so that a failing account engine or mail
+/// server leaves the store unchanged.
 host::Result<void> ActivateAliases(host::stores::AliasTable& table)
 {
     host::Result<void> done =
         host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
-    if (done) {
-        done = host::system::Attempt("aliases", [&table] {
-            return host::stores::ChangeAliases(table.Pending()).Prefixed("aliases: ");
-        });
-        if (done) table.Stored();
-    }
-    // The caller gets the first reason: that of going back is told nowhere else.
+    if (done) done = host::stores::ChangeAliases(table.Pending());
+    if (done) table.Stored();
+    // Rebuilds the maps from the stored aliases. Logged only: the caller returns the first reason.
     if (!done) (void)host::Succeeded(host::save::RebuildLists({host::render::AliasFiles}));
     return done;
 }
@@ -73,11 +69,11 @@ Alias::~Alias()
 int Alias::load()
 {
     *state_ = State();
-    // Makes the table that of the accounts which are served, after a switch that was broken off.
+    // Heals the account databases after an interrupted switch of the account combination.
     Postfix settings;
     if (settings.LoadSettings() < 0) return -1;
 
-    auto entries = host::system::Attempt("aliases", host::stores::ReadAliases);
+    auto entries = host::stores::ReadAliases();
     if (!host::Succeeded(entries)) return -1;
 
     state_->table = host::stores::AliasTable(*std::move(entries));
@@ -120,7 +116,7 @@ int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& memb
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
-    // Deliberate: a caller that removes from an alias which is gone is not worth a line.
+    // Deliberate: removing members of an alias that does not exist is not logged.
     return state_->table.Remove(alias, members) ? 0 : host::Fail(ENOENT);
 }
 

@@ -1,4 +1,4 @@
-// The list of refused attachment types: changing it, and putting it in force.
+// The list of refused attachment types: changing and activating it.
 #include "platform/mailvane/attachment_filter.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ Result<Types> StoredTypes()
     return stores::AttachmentTypes().Prefixed("attachment types: ");
 }
 
-/// Adds what is not there yet; all or nothing.
+/// Adds the types that the list lacks, all or none.
 Result<void> AddTypes(const std::list<std::string>& added)
 {
     const save::WriteScope scope;
@@ -64,7 +64,7 @@ Result<void> DeleteTypes(const std::list<std::string>& deleted)
 
 int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& query)
 {
-    // Types are asked for as they may be added, with a dot in front.
+    // A query can be written as a type can, with a dot in front: `.exe` finds `exe`.
     const std::string part = host::stores::StoredAttachmentType(query).value_or(query);
     types.clear();
     const auto stored = host::lists::StoredTypes();
@@ -87,7 +87,7 @@ int AttachmentFilter::Add(const std::list<std::string>& types)
 
 int AttachmentFilter::GenerateConfig()
 {
-    // The scanner looks for the same types inside archives.
+    // The scanner refuses the same types inside archives.
     return host::Status(
         host::save::RebuildLists({host::render::AttachmentFiles, host::render::BannedTypeFiles}));
 }

@@ -1,5 +1,5 @@
-// Automatic blind copies. The rules lie in etc/mailvane.db, the address that gets a copy of all
-// mail is always_bcc in etc/mailvane.conf; a change is in force when it returns.
+// Automatic blind carbon copies. The rules are in etc/mailvane.db; the address that gets a copy of
+// all mail is always_bcc in etc/mailvane.conf. A change is in force when the call returns.
 #include "platform/mailvane/bcc.h"
 
 #include <algorithm>
@@ -22,21 +22,21 @@ namespace {
 const char kWhat[] = "blind copies";
 const char kRefused[] = "blind copies: refused: ";
 
-/// Changes the store, which is open no longer afterwards.
+/// Changes the store and closes it.
 template <typename Change>
 Result<void> ChangeStore(Change change)
 {
     return save::ChangeLists(kWhat, change);
 }
 
-/// Puts the stored rules in force. When that fails, `undo` takes the change of the store back.
+/// Activates the stored rules. On failure runs `undo` on the store and rebuilds the maps from it.
 template <typename Undo>
 Result<void> ActivateOr(Undo undo)
 {
     Result<void> done = save::RebuildLists({render::BccFiles});
     if (done) return done;
 
-    // The caller gets the first reason: those of going back are told nowhere else.
+    // Logged only: the caller returns the first reason.
     if (Succeeded(ChangeStore(undo))) {
         (void)Succeeded(save::RebuildLists({render::BccFiles}));
     }
@@ -65,7 +65,7 @@ Result<void> RemoveRules(const std::list<BccInfo>& rules)
     return ActivateOr([&removed](SQLite::Database& store) { stores::MergeBcc(store, removed); });
 }
 
-/// Sets the address that gets a copy of all mail; empty for none.
+/// Sets always_bcc, the address that gets a copy of all mail; empty for none.
 Result<void> SetAlwaysCopy(const std::string& address)
 {
     if (!address.empty()) {
@@ -77,7 +77,7 @@ Result<void> SetAlwaysCopy(const std::string& address)
     Result<void> healed = save::HealAccounts(found->Account());
     if (!healed) return healed;
 
-    // Healing may have brought another address back.
+    // Read after healing, which may have put back another always_bcc.
     Result<settings::StoredSettings> settings = settings::StoredSettings::Read();
     if (!settings) return std::move(settings).reason();
 
@@ -97,7 +97,7 @@ Result<void> DeleteAll(std::list<BccInfo> rules)
     return rules.empty() ? Result<void>() : RemoveRules(rules);
 }
 
-/// The rule of one line, as it is stored.
+/// Parses a line, `name target`; the rule has the stored spelling.
 Result<BccInfo> ParseRule(const std::string& line, BccType type)
 {
     const auto end = line.find(' ');
@@ -108,7 +108,7 @@ Result<BccInfo> ParseRule(const std::string& line, BccType type)
     return stores::MakeStored({line.substr(0, end), line.substr(second), type});
 }
 
-/// The rules of a file, each name once.
+/// Reads the rules of an import file, each name once. Refused for a name with two targets.
 Result<std::list<BccInfo>> ReadImport(BccType type, const std::string& path)
 {
     std::list<BccInfo> rules;
@@ -138,7 +138,7 @@ Result<void> Import(BccType type, const std::string& path)
         kWhat, [&rules](SQLite::Database& store) { stores::MergeBcc(store, *rules); });
 }
 
-/// Runs a change under the lock.
+/// Runs a change under the request lock.
 template <typename Change>
 Result<void> ChangeRules(Change change)
 {
@@ -160,23 +160,21 @@ BCC* BCC::getInstance()
 {
     static BCC instance;
     const host::Result<void> opened =
-        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+        host::stores::ReadLists(host::lists::kWhat, [](SQLite::Database& /*store*/) {});
     return host::Succeeded(opened) ? &instance : nullptr;
 }
 
 int BCC::getTotalBccNum(const Filter& filter)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::CountBcc(*store, filter) : 0;
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::CountBcc(store, filter);
     }));
 }
 
 std::list<BccInfo> BCC::getAllBCCList(const Filter& filter)
 {
-    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::PageOfBcc(*store, filter) : std::list<BccInfo>();
+    auto page = host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::PageOfBcc(store, filter);
     });
     return host::Succeeded(page) ? *std::move(page) : std::list<BccInfo>();
 }
@@ -203,9 +201,8 @@ int BCC::deleteBCC(const std::list<BccInfo>& rules)
 
 int BCC::exportBCC(BccType type, const std::string& path)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return host::names::WriteExport(path, store ? host::stores::BccText(*store, type) : "");
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::names::WriteExport(path, host::stores::BccText(store, type));
     }));
 }
 

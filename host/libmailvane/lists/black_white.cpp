@@ -1,5 +1,5 @@
-// The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
-// server follow them once their files are made.
+// The black and the white list of the spam filter. Stored in etc/mailvane.db; in force once the
+// files of scanner and mail server are rebuilt.
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/render/black_white_files.h"
 #include "host/libmailvane/save/list_change.h"
@@ -15,21 +15,18 @@ namespace {
 const char kWhat[] = "black and white list";
 const char kRefused[] = "black and white list: refused: ";
 
-std::string ExportText(BlackWhiteType type)
+std::string ExportText(SQLite::Database& store, BlackWhiteType type)
 {
     std::string text;
-    std::optional<SQLite::Database> store = stores::OpenListStore();
-    if (!store) return text;
-
     for (int which = TYPE_SENDER; which <= TYPE_CLIENT; ++which) {
-        for (const BlackWhite& entry : stores::ReadBlackWhite(*store, which)) {
+        for (const BlackWhite& entry : stores::ReadBlackWhite(store, which)) {
             if (entry.blackWhite == type) text += stores::BlackWhiteLine(entry) + "\n";
         }
     }
     return text;
 }
 
-/// Adds stored entries, all or none.
+/// Adds entries in stored spelling, all or none.
 Result<void> Insert(const std::list<BlackWhite>& entries, bool again)
 {
     return save::ChangeLists(kWhat, [&entries, again](SQLite::Database& store) {
@@ -68,24 +65,22 @@ Spam* Spam::getInstance()
 {
     static Spam instance;
     const host::Result<void> opened =
-        host::system::Attempt(host::lists::kWhat, [] { (void)host::stores::OpenListStore(); });
+        host::stores::ReadLists(host::lists::kWhat, [](SQLite::Database& /*store*/) {});
     return host::Succeeded(opened) ? &instance : nullptr;
 }
 
 std::list<BlackWhite> Spam::getBlackWhiteList(const BlackWhiteFilter& filter)
 {
-    auto page = host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::PageOfBlackWhite(*store, filter) : std::list<BlackWhite>();
+    auto page = host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::PageOfBlackWhite(store, filter);
     });
     return host::Succeeded(page) ? *std::move(page) : std::list<BlackWhite>();
 }
 
 int Spam::countQueryData(const BlackWhiteFilter& filter)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&filter] {
-        std::optional<SQLite::Database> store = host::stores::OpenListStore();
-        return store ? host::stores::CountBlackWhite(*store, filter) : 0;
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::stores::CountBlackWhite(store, filter);
     }));
 }
 
@@ -108,8 +103,9 @@ int Spam::deleteBlackWhiteList(const std::list<BlackWhite>& entries)
 
 int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [type, &path] {
-        return host::names::WriteExport(path, host::lists::ExportText(host::stores::ListOf(type)));
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::names::WriteExport(path,
+                                        host::lists::ExportText(store, host::stores::ListOf(type)));
     }));
 }
 

@@ -1,4 +1,4 @@
-// How much each login may send: the table `sender_quota` of etc/mailvane.db.
+// The sender quotas: table `sender_quota` of etc/mailvane.db.
 #include "platform/mailvane/sender_quota.h"
 
 #include <SQLiteCpp/VariadicBind.h>
@@ -8,7 +8,6 @@
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/list_store.h"
 #include "host/libmailvane/stores/sender_quota_table.h"
 
@@ -16,11 +15,6 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "sender quotas";
-
-std::optional<SQLite::Database> OpenQuotas()
-{
-    return stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane);
-}
 
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
@@ -69,10 +63,9 @@ int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, uns
 int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start,
                                 unsigned int limit)
 {
-    return host::Status(host::system::Attempt(host::lists::kWhat, [&] {
-        settings.clear();
-        std::optional<SQLite::Database> store = host::lists::OpenQuotas();
-        return store ? host::lists::Page(*store, settings, start, limit) : 0;
+    settings.clear();
+    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+        return host::lists::Page(store, settings, start, limit);
     }));
 }
 

@@ -1,6 +1,6 @@
-// The mail log as the pages read it. Opens databases of the log's two folders only. Those are the
-// collector's, which takes apart what strangers write: all that is done with them, from opening to
-// closing, is done with its rights.
+// The mail log as the pages read it. Opens only databases in the log's own two folders. These
+// belong to the collector, which parses what strangers write; so everything done with them, from
+// opening to closing, is done with the rights of the collector's user.
 #include "platform/mailvane/mail_log.h"
 
 #include <unistd.h>
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/paths.h"
@@ -22,7 +21,7 @@ namespace {
 
 constexpr int kMostPeriods = 100000;
 
-/// Where a name leads in the end; empty when nowhere.
+/// The path with links resolved; empty when it does not exist.
 std::string RealPath(const std::string& path)
 {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
@@ -36,28 +35,35 @@ bool LiesIn(const std::string& real, const std::string& folder)
     return !parent.empty() && real.substr(0, real.rfind('/')) == parent;
 }
 
-/// The database that a request names, if it is one of the log's own.
-std::string LogDatabase(const char* path)
+constexpr char kWhat[] = "mail log";
+constexpr char kPrefix[] = "mail log: ";
+
+/// The path of the database that a request names; empty when it is outside of the log's folders.
+host::Result<std::string> LogDatabase(const char* path)
 {
     std::string real = RealPath(host::Path(path));
     if (LiesIn(real, host::maillog::MailLogFolder()) ||
         LiesIn(real, host::maillog::MailLogLiveFolder()))
         return real;
 
-    throw std::runtime_error(std::string(path) + " is no database of the log");
+    return host::Reason{host::ReasonCode::kRefused, path,
+                        std::string(path) + " is no database of the log"};
 }
 
-SQLite::Database OpenLog(const char* path)
+host::Result<SQLite::Database> OpenLog(const char* path)
 {
-    const std::string real = LogDatabase(path);
-    std::optional<SQLite::Database> database = host::system::OpenAsItIs(real);
-    if (!database) throw std::runtime_error(real + " is missing");
+    const host::Result<std::string> real = LogDatabase(path);
+    if (!real) return real.reason();
+    auto database = host::system::OpenAsItIs(*real);
+    if (!database) return std::move(database).reason();
+    if (!*database) return host::Reason{host::ReasonCode::kMissing, *real, *real + " is missing"};
 
-    const int version = database->execAndGet("PRAGMA user_version").getInt();
-    if (version != host::maillog::MailLogSchema().version) {
-        throw std::runtime_error(real + " has the unknown version " + std::to_string(version));
-    }
-    return std::move(*database);
+    const int version = (*database)->execAndGet("PRAGMA user_version").getInt();
+    if (version >= host::maillog::kOldestReadableVersion &&
+        version <= host::maillog::MailLogSchema().version)
+        return std::move(**database);
+    return host::Reason{host::ReasonCode::kDamaged, *real,
+                        *real + " has the unknown version " + std::to_string(version)};
 }
 
 int AsCount(std::int64_t count)
@@ -65,7 +71,7 @@ int AsCount(std::int64_t count)
     return count > INT_MAX ? INT_MAX : static_cast<int>(count);
 }
 
-/// A list that is read page by page: the next page begins where the last one ended.
+/// A sorted list read page by page. The query stays open, so the next page continues it.
 class ContinuedList {
 public:
     ContinuedList(SQLite::Database& database, host::maillog::LogOrder order)
@@ -75,13 +81,13 @@ public:
     {
     }
 
-    /// Whether the entry with this number, counted in this order, is still to come.
+    /// Whether the entry number `start` in this order has not been read yet.
     bool Affects(const host::maillog::LogOrder& order, int start) const
     {
         return order_ == order && start >= position_;
     }
 
-    /// Appends the entries from number `start` on, which is still to come.
+    /// Appends the entries from number `start` on, none of which may have been read yet.
     void ReadPage(int start, int limit, std::vector<MailLogInfo>& rows)
     {
         while (position_ < start && Step()) continue;
@@ -98,7 +104,7 @@ private:
 
     host::maillog::LogOrder order_;
     SQLite::Statement rows_;
-    int position_ = 0;  ///< number of the row that comes next
+    int position_ = 0;  ///< number of the next row
     bool ended_ = false;
 };
 
@@ -109,7 +115,7 @@ struct MailLog::State {
     std::optional<ContinuedList> list;
     std::optional<host::maillog::LogSelection> selection;
 
-    /// The entries that meet criteria; kept, since a page is followed by the number of them all.
+    /// The entries that meet the criteria; kept, since a page's request also asks for their number.
     const host::maillog::LogSelection& Select(const host::maillog::LogCriteria& criteria)
     {
         if (!selection || !selection->IsStill(criteria)) {
@@ -121,7 +127,7 @@ struct MailLog::State {
 
 namespace {
 
-/// Negative for more periods than any chart has.
+/// Fills a chart. Negative when there are more periods than any chart has.
 int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime, int scale,
          Statistic& statistic)
 {
@@ -141,7 +147,7 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
 template <typename Operation>
 auto Attempt(Operation operation)
 {
-    return host::system::Attempt("mail log", [&operation] {
+    return host::system::Attempt(kWhat, [&operation] {
         const host::system::OwnerRights rights(host::maillog::MailLogFolder());
         return operation();
     });
@@ -151,12 +157,13 @@ auto Attempt(Operation operation)
 
 MailLog::MailLog(const char* path) : state_(new State)
 {
-    (void)host::Succeeded(Attempt([this, path] { state_->database.emplace(OpenLog(path)); }));
+    auto database = Attempt([path] { return OpenLog(path).Prefixed(kPrefix); });
+    if (host::Succeeded(database)) state_->database = *std::move(database);
 }
 
 MailLog::~MailLog()
 {
-    // Closing it may write it too.
+    // Closing a database can write to it.
     (void)host::Succeeded(Attempt([this] { delete state_; }));
 }
 
@@ -184,7 +191,7 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
         }
         state_->list->ReadPage(start, limit, rows);
     }));
-    // After a failure SQLite would go on with the first entry.
+    // After a failure SQLite would begin the query again at the first entry.
     if (result < 0) state_->list.reset();
     return result;
 }
@@ -214,16 +221,15 @@ int MailLog::getLogNum(std::string& query)
 int MailLog::clear()
 {
     const host::ScopedLock lock;
-    if (!lock.held()) {
-        return host::Status(
-            host::Result<void>(host::Reason{host::ReasonCode::kBusy, "request lock", ""}));
-    }
-    return host::Status(Attempt([this] {
+    if (!lock.held()) return host::Status(lock.ready());
+
+    return host::Status(Attempt([this]() -> host::Result<void> {
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();
-        SQLite::Database database = host::maillog::OpenMailLogForChange(path);
-        host::maillog::ClearMailLog(database);
+        auto database = host::maillog::OpenMailLogForChange(path).Prefixed(kPrefix);
+        if (!database) return std::move(database).reason();
+        return host::maillog::ClearMailLog(*database);
     }));
 }
 

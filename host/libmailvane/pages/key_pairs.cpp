@@ -1,6 +1,6 @@
-// RSA key files for DKIM. Each pair has a directory of its own, named by its date, beside the two
-// names that are asked for; these lead through one link, `pair`, so that both halves change at
-// once. Replaced pairs stay.
+// RSA key pairs for DKIM. Each pair is in a directory named by its date. The paths of the two keys
+// are symbolic links through one link, `pair`, so that both change at once. Replaced pairs are
+// kept.
 #include "host/libmailvane/pages/key_pairs.h"
 
 #include "platform/mailvane/rsa_key.h"
@@ -14,7 +14,6 @@
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/pem.h"
 #include "host/libhaldcore/programs.h"
@@ -26,16 +25,20 @@
 
 namespace {
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 const char kPair[] = "pair";
 constexpr int kMostPairsASecond = 100;
 
-/// Both halves, in PEM form.
+/// Private and public key in PEM format.
 struct KeyTexts {
     std::string privateKey;
     std::string publicKey;
 };
 
-/// The two names of a pair and the folder they lie in.
+/// The folder of a pair's links, and their names.
 struct KeyNames {
     std::string folder;  ///< ends with a slash
     std::string privateName;
@@ -52,28 +55,33 @@ std::string NameOf(const std::string& path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Where a new private key waits for its public half.
+/// Path of a new private key until its public key is stored.
 std::string WaitingKey(const std::string& privatePath)
 {
     return privatePath + ".new";
 }
 
-/// What OpenSSL's own tool prints; empty, logged, when it failed.
-std::string OpensslOutput(const std::vector<std::string>& arguments)
+/// The output of the openssl program.
+Result<std::string> OpensslOutput(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> command{host::programs::kOpenssl};
     command.insert(command.end(), arguments.begin(), arguments.end());
     host::ProgramOptions options;
     options.capture = true;
-    const host::ProgramResult result = host::RunProgram(command, options);
-    if (result.Succeeded() && !result.output.empty()) return result.output;
-
-    host::Log(LOG_ERR, "openssl %s failed: %s", arguments.front().c_str(), result.errors.c_str());
-    return "";
+    host::ProgramResult result = host::RunProgram(command, options);
+    if (result.Succeeded() && !result.output.empty()) return std::move(result.output);
+    return Reason{ReasonCode::kSystem, arguments.front(),
+                  "openssl " + arguments.front() + " failed: " + result.errors};
 }
 
-/// Makes the directory of a new pair, named by `when`; empty, with errno set, on failure.
-std::string MakePairDirectory(const std::string& folder, time_t when)
+/// What a system call has just said about the pairs in a folder.
+Reason PairReason(const KeyNames& names, const char* what)
+{
+    return host::SystemReason(names.folder, std::string(what) + " in " + names.folder);
+}
+
+/// Makes the directory of a new pair, named by the time `when`.
+Result<std::string> MakePairDirectory(const KeyNames& names, time_t when)
 {
     struct tm parts {};
     char date[32];
@@ -82,92 +90,93 @@ std::string MakePairDirectory(const std::string& folder, time_t when)
     for (int number = 1; number <= kMostPairsASecond; ++number) {
         std::string name = std::string(kPair) + "-" + date;
         if (number > 1) name += "-" + std::to_string(number);
-        if (mkdir((folder + name).c_str(), 0700) == 0) return name;
+        if (mkdir((names.folder + name).c_str(), 0700) == 0) return name;
         if (errno != EEXIST) break;
     }
-    return "";
+    return PairReason(names, "cannot make the folder of a key pair");
 }
 
-/// Writes a half of a pair, unless there is none.
+/// Writes one key of a pair; an empty text is skipped.
 bool WriteHalf(const std::string& path, const std::string& text, mode_t mode)
 {
     return text.empty() || host::ReplaceFile(path, text, mode);
 }
 
-/// Writes both halves into a directory of their own and returns its name; empty, with errno set, on
-/// failure.
-std::string StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
+/// Writes both keys into a new directory and returns its name.
+Result<std::string> StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
 {
-    std::string pair = MakePairDirectory(names.folder, when);
-    if (pair.empty()) return "";
+    Result<std::string> pair = MakePairDirectory(names, when);
+    if (!pair) return pair;
 
-    const std::string inside = names.folder + pair + "/";
+    const std::string inside = names.folder + *pair + "/";
     if (WriteHalf(inside + names.privateName, keys.privateKey, 0600) &&
         WriteHalf(inside + names.publicName, keys.publicKey, 0644)) {
         return pair;
     }
-    const int why = errno;
+    Reason reason = PairReason(names, "cannot write a key pair");
     (void)unlink((inside + names.privateName).c_str());
     (void)rmdir(inside.c_str());
-    errno = why;
-    return "";
+    return reason;
 }
 
-/// Whether a file was put there by hand, and not by this library as a link.
+/// Whether a path is a regular file, put there by hand, and not one of this library's links.
 bool IsPlainFile(const std::string& path)
 {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-/// Reads a half of a pair; one that is not there is empty.
+/// Reads one key of a pair; a missing file is empty text.
 bool ReadHalf(const std::string& path, std::string& text)
 {
     return host::ReadFile(path, text) || errno == ENOENT;
 }
 
-/// Gives plain files a directory like that of other pairs. Nothing that is read by the two names
-/// changes by it.
-bool AdoptPlainFiles(const KeyNames& names)
+/// Moves key files that are no links into a directory like that of other pairs, and links to them.
+/// What is read at the two paths stays the same.
+Result<void> AdoptPlainFiles(const KeyNames& names)
 {
     const std::string privatePath = names.folder + names.privateName;
     const std::string publicPath = names.folder + names.publicName;
-    if (!IsPlainFile(privatePath) && !IsPlainFile(publicPath)) return true;
+    if (!IsPlainFile(privatePath) && !IsPlainFile(publicPath)) return {};
 
     KeyTexts keys;
     if (!ReadHalf(privatePath, keys.privateKey) || !ReadHalf(publicPath, keys.publicKey)) {
-        return false;
+        return PairReason(names, "cannot read the key pair");
     }
 
     struct stat info {};
     (void)lstat((IsPlainFile(privatePath) ? privatePath : publicPath).c_str(), &info);
-    const std::string pair = StorePair(names, keys, info.st_mtime);
-    return !pair.empty() && host::generation::ReplaceByLink(names.folder + kPair, pair);
+    Result<std::string> pair = StorePair(names, keys, info.st_mtime);
+    if (!pair) return std::move(pair).reason();
+    return host::generation::ReplaceByLink(names.folder + kPair, *pair);
 }
 
-/// Makes one of the two names lead through the link.
-bool LeadThroughLink(const KeyNames& names, const std::string& name)
+/// Makes the path of one key a link through `pair`.
+Result<void> LeadThroughLink(const KeyNames& names, const std::string& name)
 {
     const std::string target = std::string(kPair) + "/" + name;
     return host::generation::ReplaceByLink(names.folder + name, target);
 }
 
-/// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
-bool TurnTo(const KeyNames& names, const std::string& pair)
+/// Makes a stored pair the current one. The previous pair stays complete until the last rename.
+Result<void> TurnTo(const KeyNames& names, const std::string& pair)
 {
-    return AdoptPlainFiles(names) && LeadThroughLink(names, names.privateName) &&
-           LeadThroughLink(names, names.publicName) &&
-           host::generation::ReplaceByLink(names.folder + kPair, pair);
+    Result<void> done = AdoptPlainFiles(names);
+    if (done) done = LeadThroughLink(names, names.privateName);
+    if (done) done = LeadThroughLink(names, names.publicName);
+    if (done) done = host::generation::ReplaceByLink(names.folder + kPair, pair);
+    return done;
 }
 
-/// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
-bool PutPair(const KeyNames& names, const KeyTexts& keys)
+/// Stores both keys and makes them the current pair; likewise.
+Result<void> PutPair(const KeyNames& names, const KeyTexts& keys)
 {
-    const std::string pair = StorePair(names, keys, time(nullptr));
-    return !pair.empty() && TurnTo(names, pair);
+    Result<std::string> pair = StorePair(names, keys, time(nullptr));
+    return pair ? TurnTo(names, *pair) : std::move(pair).reason();
 }
 
-/// Whether a name is that of a stored pair with both halves.
+/// Whether this is the directory of a stored pair with both keys.
 bool IsStoredPair(const KeyNames& names, const std::string& pair)
 {
     const std::string inside = names.folder + pair + "/";
@@ -177,18 +186,30 @@ bool IsStoredPair(const KeyNames& names, const std::string& pair)
            IsPlainFile(inside + names.publicName);
 }
 
-/// Makes a pair of a private key and puts it in place.
-bool MakePair(const KeyNames& names, const std::string& privateKey)
+/// Makes the pair of a private key the current one.
+Result<void> MakePair(const KeyNames& names, const std::string& privateKey)
 {
     KeyTexts keys;
-    keys.publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
-    if (host::PemBlock(keys.publicKey, "PUBLIC KEY").empty()) return false;
+    Result<std::string> publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
+    if (!publicKey) return std::move(publicKey).reason();
+    if (host::PemBlock(*publicKey, "PUBLIC KEY").empty()) {
+        return Reason{ReasonCode::kDamaged, privateKey, privateKey + " gives no public key"};
+    }
+    keys.publicKey = *std::move(publicKey);
+    if (!host::ReadFile(privateKey, keys.privateKey)) {
+        return PairReason(names, "cannot read the private key");
+    }
+    return PutPair(names, keys);
+}
 
-    if (host::ReadFile(privateKey, keys.privateKey) && PutPair(names, keys)) return true;
-
-    host::Log(LOG_ERR, "cannot put the keys in %s in place: %s", names.folder.c_str(),
-              host::ErrnoText());
-    return false;
+/// Puts a stored pair in place that the signer takes.
+Result<void> SignWith(const KeyNames& names, const std::string& pair)
+{
+    Result<void> done = TurnTo(names, pair);
+    if (!done || host::daemons::RunControlScript(host::daemons::kDkimFilter, "restart") == 0) {
+        return done;
+    }
+    return Reason{ReasonCode::kDaemonRefuses, pair, "the signer does not come up with it"};
 }
 
 }  // namespace
@@ -198,7 +219,8 @@ host::Result<void> host::pages::RestoreKeyPair(const std::string& pair)
     const save::WriteScope scope;
     if (!scope.ready()) return scope.ready();
     const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
-    if (!AdoptPlainFiles(names)) return Reason{ReasonCode::kSystem, names.folder, ""};
+    Result<void> done = AdoptPlainFiles(names);
+    if (!done) return done;
     if (!IsStoredPair(names, pair)) {
         return Reason{ReasonCode::kMissing, pair,
                       "there is no key pair '" + pair.substr(0, 64) + "'"};
@@ -207,25 +229,21 @@ host::Result<void> host::pages::RestoreKeyPair(const std::string& pair)
     std::error_code error;
     const std::string before =
         std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
-    if (TurnTo(names, pair) && daemons::RunControlScript(daemons::kDkimFilter, "restart") == 0)
-        return {};
+    done = SignWith(names, pair);
+    if (done) return done;
 
-    if (!before.empty() && TurnTo(names, before))
-        (void)daemons::RunControlScript(daemons::kDkimFilter, "restart");
-    return Reason{ReasonCode::kDaemonRefuses, pair,
-                  "the key pair '" + pair + "' is not taken; the one before stays"};
+    if (!before.empty()) (void)Succeeded(SignWith(names, before));
+    return std::move(done).reason().Causing(
+        pair, "the key pair '" + pair + "' is not taken; the one before stays");
 }
 
 int GenerateRSAPrivateKey(const char* path, unsigned int bits)
 {
     const std::string waiting = WaitingKey(host::Path(path));
-    const std::string key = OpensslOutput({"genrsa", std::to_string(bits)});
-    if (key.empty()) return -1;
-
-    if (host::ReplaceFile(waiting, key, 0600)) return 0;
-
-    host::Log(LOG_ERR, "cannot write %s: %s", waiting.c_str(), host::ErrnoText());
-    return -1;
+    const Result<std::string> key = OpensslOutput({"genrsa", std::to_string(bits)});
+    if (!host::Succeeded(key)) return -1;
+    if (host::ReplaceFile(waiting, *key, 0600)) return 0;
+    return host::Status(Result<void>(host::SystemReason(waiting, "cannot write " + waiting)));
 }
 
 int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
@@ -233,17 +251,18 @@ int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
     const std::string current = host::Path(privatePath);
     const std::string waiting = WaitingKey(current);
     const KeyNames names{FolderOf(current), NameOf(privatePath), NameOf(publicPath)};
-    const bool done = MakePair(names, host::system::NameExists(waiting) ? waiting : current);
+    const Result<void> done =
+        MakePair(names, host::system::NameExists(waiting) ? waiting : current);
     (void)unlink(waiting.c_str());
-    return done ? 0 : -1;
+    return host::Status(done);
 }
 
 int ReadRSAPublicKey(const char* path, std::string& text)
 {
     std::string read;
     if (!host::ReadFile(host::Path(path), read)) {
-        host::Log(LOG_ERR, "cannot read %s: %s", path, host::ErrnoText());
-        return -1;
+        return host::Status(
+            Result<void>(host::SystemReason(path, std::string("cannot read ") + path)));
     }
     text = read;
     return 0;

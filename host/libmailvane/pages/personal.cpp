@@ -1,20 +1,22 @@
-// Personal settings of one user: stored by the package, carried out by a script in the user's home.
+// Personal settings of one user: stored by the package, executed by a script in the user's home.
 #include "platform/mailvane/personal.h"
 
 #include <strings.h>
 
 #include <algorithm>
 
-#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/pages/forwarding.h"
 #include "host/libmailvane/render/personal_script.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/personal_settings.h"
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/user_script.h"
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
 using host::stores::PersonalSettings;
 using host::stores::Reply;
 using host::stores::SenderReply;
@@ -22,79 +24,110 @@ using host::system::MailAccount;
 
 struct Personal::State {
     MailAccount account;
-    std::string errKey;  ///< empty when the settings can be used
+    std::string errKey;  ///< why there are no settings; empty when there are
     PersonalSettings settings;
 };
 
 namespace {
 
-/// Whether the forwarding can be carried out; logged when not.
-bool ForwardingIsSound(const PersonalSettings& settings, const std::string& user)
+/// The message key that tells why there is no account with personal settings.
+std::string ErrKeyOf(const Reason& reason)
 {
-    auto stored = host::settings::StoredSettings::Read();
-    if (!host::Succeeded(stored)) stored = host::settings::StoredSettings();
-    return host::Succeeded(host::pages::CheckForwarding(settings, user, *stored)
-                               .Prefixed("personal settings of " + user + ": "));
+    switch (reason.code) {
+        case ReasonCode::kMissing:
+            return "no_such_user";
+        case ReasonCode::kUnreadable:
+            return "no_user_home";
+        default:
+            return "accounts_unavailable";
+    }
 }
 
-/// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
-/// written even when it says the same as before.
-int ActivateScript(const MailAccount& account, const PersonalSettings& before,
-                   const PersonalSettings& after, bool anew)
+/// Whether the forwarding is valid; when off it needs no address.
+Result<void> CheckForwarding(const PersonalSettings& settings, const std::string& user)
+{
+    auto stored = Result<host::settings::StoredSettings>(host::settings::StoredSettings());
+    if (settings.forward) stored = host::settings::StoredSettings::Read();
+    if (!stored) return std::move(stored).reason();
+    return host::pages::CheckForwarding(settings, user, *stored);
+}
+
+/// Puts the script of the settings in place and stores them, both or neither. With `anew` the
+/// script is written even when it has not changed.
+Result<void> ActivateScript(const MailAccount& account, const PersonalSettings& before,
+                            const PersonalSettings& after, bool anew)
 {
     const std::string old = host::render::RenderPersonalScript(before);
     const std::string script = host::render::RenderPersonalScript(after);
     const bool replaced = anew || script != old;
-    if (replaced && !host::system::PutUserScript(account, script)) return -1;
-    if (host::stores::WritePersonalSettings(account, after)) return 0;
+    Result<void> done;
+    if (replaced) done = host::system::PutUserScript(account, script);
+    if (!done) return done;
 
-    if (replaced) (void)host::system::PutUserScript(account, old);
-    return -1;
+    done = host::stores::WritePersonalSettings(account, after);
+    if (!done && replaced) (void)host::Succeeded(host::system::PutUserScript(account, old));
+    return done;
 }
 
-/// Stores a change: `change` gets the settings as they are stored now and returns whether it could
-/// be made. `settings` are replaced by what is stored then.
+/// Stores a change, which gets the settings as they are stored now. Gives what is stored then.
 template <typename Change>
-int Store(const MailAccount& account, const std::string& errKey, PersonalSettings& settings,
-          bool anew, const Change& change)
+Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, const Change& change)
 {
-    if (!errKey.empty()) return -1;
+    const host::save::WriteScope scope;
+    if (!scope.ready()) return scope.ready().reason();
+    auto stored = host::stores::ReadPersonalSettings(account);
+    if (!stored) return stored;
 
-    return host::system::WithoutExceptions("personal settings", [&] {
-        const host::save::WriteScope scope;
-        if (!host::Succeeded(scope.ready())) return -1;
-        const auto stored = host::stores::ReadPersonalSettings(account);
-        if (!stored) return -1;
-
-        PersonalSettings changed = *stored;
-        if (!change(changed)) return -1;
-        if (ActivateScript(account, *stored, changed, anew) < 0) return -1;
-        settings = changed;
-        return 0;
-    });
+    PersonalSettings changed = *stored;
+    Result<void> done =
+        Result<void>(change(changed)).Prefixed("personal settings of " + account.name + ": ");
+    if (done) done = ActivateScript(account, *stored, changed, anew);
+    if (!done) return std::move(done).reason();
+    return changed;
 }
 
-/// Adds or overwrites the reply to one sender.
-bool PutSenderReply(PersonalSettings& settings, const std::string& sender, const Reply& reply)
+/// Adds or replaces the reply to one sender.
+Result<void> PutSenderReply(PersonalSettings& settings, const std::string& sender,
+                            const Reply& reply)
 {
-    if (!host::names::IsFullAddress(sender)) return false;
+    if (!host::names::IsFullAddress(sender)) {
+        return Reason{ReasonCode::kRefused, "sender", "a reply needs the address of a sender"};
+    }
     if (SenderReply* entry = host::stores::FindSenderReply(settings, sender)) {
         *entry = {sender, reply};
-        return true;
+        return {};
     }
-    if (settings.senderReplies.size() >= host::stores::kMostSenderReplies) return false;
+    if (settings.senderReplies.size() >= host::stores::kMostSenderReplies) {
+        return Reason{ReasonCode::kRefused, "sender", "there are replies to too many senders"};
+    }
     settings.senderReplies.push_back({sender, reply});
-    return true;
+    return {};
+}
+
+Result<void> RemoveSenderReply(PersonalSettings& settings, const std::string& sender)
+{
+    const SenderReply* entry = host::stores::FindSenderReply(settings, sender);
+    if (entry == nullptr) {
+        return Reason{ReasonCode::kMissing, "sender", "there is no reply to that sender"};
+    }
+    settings.senderReplies.erase(settings.senderReplies.begin() +
+                                 (entry - settings.senderReplies.data()));
+    return {};
 }
 
 }  // namespace
 
 Personal::Personal(const std::string& user) : state_(new State)
 {
-    state_->errKey = host::system::FindMailAccount(user, state_->account);
-    if (!state_->errKey.empty()) return;
+    auto account = host::system::FindMailAccount(user);
+    if (!host::Succeeded(account)) {
+        state_->errKey = ErrKeyOf(account.reason());
+        return;
+    }
+    state_->account = std::move(*account);
 
-    if (auto stored = host::stores::ReadPersonalSettings(state_->account)) {
+    auto stored = host::stores::ReadPersonalSettings(state_->account);
+    if (host::Succeeded(stored)) {
         state_->settings = std::move(*stored);
     } else {
         state_->errKey = "settings_unreadable";
@@ -194,21 +227,20 @@ int Personal::WriteReplyContent(const char* sender, const std::string& subject,
                                 const std::string& message)
 {
     const auto reply = host::stores::StorableReply(subject, message);
-    if (!reply) return -1;
+    if (!isValid() || !host::Succeeded(reply)) return -1;
 
-    PersonalSettings stored;
-    const int result =
-        Store(state_->account, state_->errKey, stored, false, [&](PersonalSettings& settings) {
+    const auto stored =
+        ChangeStored(state_->account, false, [&](PersonalSettings& settings) -> Result<void> {
             if (sender != nullptr) return PutSenderReply(settings, sender, *reply);
             settings.generalReply = *reply;
-            return true;
+            return {};
         });
-    if (result < 0) return result;
+    if (!host::Succeeded(stored)) return -1;
 
-    // What the setters were given stays.
-    state_->settings.generalReply = stored.generalReply;
-    state_->settings.senderReplies = stored.senderReplies;
-    return result;
+    // Takes only the replies from the store: other settings may be set and not saved yet.
+    state_->settings.generalReply = stored->generalReply;
+    state_->settings.senderReplies = stored->senderReplies;
+    return 0;
 }
 
 std::list<std::string> Personal::GetReplyList()
@@ -220,28 +252,28 @@ std::list<std::string> Personal::GetReplyList()
 
 int Personal::RemoveReplySetting(const std::string& sender)
 {
-    PersonalSettings stored;
-    const int result =
-        Store(state_->account, state_->errKey, stored, false, [&](PersonalSettings& settings) {
-            const SenderReply* entry = host::stores::FindSenderReply(settings, sender);
-            if (entry == nullptr) return false;
-            settings.senderReplies.erase(settings.senderReplies.begin() +
-                                         (entry - settings.senderReplies.data()));
-            return true;
-        });
-    if (result == 0) state_->settings.senderReplies = stored.senderReplies;
-    return result;
+    if (!isValid()) return -1;
+    const auto stored = ChangeStored(state_->account, false, [&](PersonalSettings& settings) {
+        return RemoveSenderReply(settings, sender);
+    });
+    if (!host::Succeeded(stored)) return -1;
+
+    state_->settings.senderReplies = stored->senderReplies;
+    return 0;
 }
 
 int Personal::save()
 {
-    PersonalSettings& settings = state_->settings;
-    return Store(state_->account, state_->errKey, settings, true, [&](PersonalSettings& stored) {
-        PersonalSettings wanted = settings;
-        wanted.generalReply = stored.generalReply;
-        wanted.senderReplies = stored.senderReplies;
-        if (!ForwardingIsSound(wanted, state_->account.name)) return false;
-        stored = wanted;
-        return true;
+    if (!isValid()) return -1;
+    const auto stored = ChangeStored(state_->account, true, [&](PersonalSettings& settings) {
+        PersonalSettings wanted = state_->settings;
+        wanted.generalReply = settings.generalReply;
+        wanted.senderReplies = settings.senderReplies;
+        settings = wanted;
+        return CheckForwarding(settings, state_->account.name);
     });
+    if (!host::Succeeded(stored)) return -1;
+
+    state_->settings = *stored;
+    return 0;
 }

@@ -1,5 +1,5 @@
-// Settings of the daily report: etc/report.conf, mode 0600, since it holds the password of the
-// account that sends.
+// Settings of the daily report: etc/report.conf, mode 0600, since it has the password of the
+// account that sends it.
 #include "host/libmailvane/pages/reporter.h"
 
 #include "platform/mailvane/reporter.h"
@@ -10,14 +10,17 @@
 #include <stdexcept>
 
 #include "host/libhaldcore/key_value_file.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/system/database.h"
 
 using host::KeyValueFile;
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
 
 namespace {
 
@@ -28,6 +31,9 @@ struct Stored {
     Reporter::Sender sender;
     Reporter::Time time;
     Reporter::SMTP smtp;
+    std::string stored;        ///< the stored password
+    std::string givenFor;      ///< the server and port that it was given for
+    bool givenForTls = false;  ///< to be told with TLS alone
 };
 
 constexpr int kHighestPort = 65535;
@@ -48,38 +54,63 @@ unsigned int Number(const std::string& text)
     return static_cast<unsigned int>(strtoul(text.c_str(), nullptr, 10));
 }
 
-/// Refuses a setting by an exception that names it, never its value.
-void Require(bool sound, const char* setting)
+/// The server that these settings send a password to.
+std::string ServerOf(const Reporter::SMTP& account)
 {
-    if (sound) return;
-
-    host::Log(LOG_ERR, "report: %s is not one that can be used", setting);
-    throw std::invalid_argument(setting);
+    return account.server + ":" + std::to_string(account.port);
 }
 
-// What the page would store; each throws where it would not.
+const char kCannotRead[] = "cannot read the settings of the report";
+const char kCannotStore[] = "cannot store the settings of the report";
 
-void CheckRecipients(const std::string& list)
+/// The class tells a failure by an exception, which says `what` failed.
+void Require(const Result<void>& result, const char* what)
+{
+    if (!host::Succeeded(result)) throw std::runtime_error(what);
+}
+
+/// Throws an exception with the name of what is invalid, but not its value.
+void Require(const Result<void>& checked)
+{
+    if (!checked) Require(checked, checked.reason().about.c_str());
+}
+
+/// Refuses a setting that is not sound.
+Result<void> Sound(bool sound, const char* setting)
+{
+    if (sound) return {};
+    return Reason{ReasonCode::kRefused, setting,
+                  std::string("report: ") + setting + " is not one that can be used"};
+}
+
+Result<void> CheckRecipients(const std::string& list)
 {
     const std::vector<std::string> recipients = host::pages::ReportRecipients(list);
-    Require(host::names::IsPlainText(list) &&
-                std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
-            "rcpt");
+    return Sound(host::names::IsPlainText(list) &&
+                     std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
+                 "rcpt");
 }
 
-void CheckSender(const Reporter::Sender& sender)
+Result<void> CheckSender(const Reporter::Sender& sender)
 {
-    Require(host::names::IsPlainText(sender.name), "sender_name");
-    Require(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+    Result<void> checked = Sound(host::names::IsPlainText(sender.name), "sender_name");
+    if (!checked) return checked;
+    return Sound(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
 }
 
-void CheckAccount(const Reporter::SMTP& account)
+Result<void> CheckAccount(const Reporter::SMTP& account)
 {
-    Require(host::names::IsPlainText(account.provider), "smtp_provider");
-    Require(host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server");
-    Require(account.port >= 0 && account.port <= kHighestPort, "smtp_port");
-    Require(host::names::IsPlainText(account.account), "smtp_account");
-    Require(host::names::IsPlainText(account.password), "smtp_password");
+    const std::pair<bool, const char*> settings[] = {
+        {host::names::IsPlainText(account.provider), "smtp_provider"},
+        {host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server"},
+        {account.port >= 0 && account.port <= kHighestPort, "smtp_port"},
+        {host::names::IsPlainText(account.account), "smtp_account"},
+        {host::names::IsPlainText(account.password), "smtp_password"},
+    };
+    for (const auto& [sound, setting] : settings) {
+        if (!sound) return Sound(sound, setting);
+    }
+    return {};
 }
 
 Stored Parse(const KeyValueFile& file)
@@ -97,25 +128,43 @@ Stored Parse(const KeyValueFile& file)
     stored.smtp.account = text("smtp_account");
     stored.smtp.password = text("smtp_password");
     stored.smtp.secure = text("smtp_secure") == "yes";
+    stored.stored = stored.smtp.password;
+    stored.givenFor = file.Get("smtp_password_for").value_or(ServerOf(stored.smtp));
+    stored.givenForTls = file.Get("smtp_password_tls").value_or(YesNo(stored.smtp.secure)) == "yes";
     return stored;
 }
 
 }  // namespace
 
-struct Reporter::State : Stored {};
+struct Reporter::State : Stored {
+    void JudgePassword();
+};
+
+/// A password that was not typed stays that of the server it was given for, also while no login is
+/// asked for.
+void Reporter::State::JudgePassword()
+{
+    if (host::NotedRequest().typesPassword || smtp.password != stored) {
+        givenFor = ServerOf(smtp);
+        givenForTls = smtp.secure;
+    } else if (smtp.auth && !stored.empty()) {
+        Require(Sound(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
+                      "smtp_password, which was given for another server, another port or TLS,"));
+        givenForTls = smtp.secure;
+    }
+}
 
 host::Result<void> host::pages::CheckReport(const std::string& path)
 {
     const auto file = KeyValueFile::Read(path);
-    if (!file && errno != ENOENT) return SystemReason(path, "cannot read " + path);
-    if (!file) return {};
+    if (!file && errno == ENOENT) return {};
+    if (!file) return SystemReason(path, kCannotRead);
 
     const Stored stored = Parse(*file);
-    return system::Attempt("report", [&stored] {
-        CheckRecipients(stored.rcpt);
-        CheckSender(stored.sender);
-        CheckAccount(stored.smtp);
-    });
+    Result<void> checked = CheckRecipients(stored.rcpt);
+    if (checked) checked = CheckSender(stored.sender);
+    if (checked) checked = CheckAccount(stored.smtp);
+    return checked;
 }
 
 std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
@@ -167,8 +216,7 @@ Reporter Reporter::LoadSetting()
     const auto file = KeyValueFile::Read(SettingsPath());
     if (!file) {
         if (errno == ENOENT) return reporter;
-        host::Log(LOG_ERR, "cannot read the settings of the report: %s", host::ErrnoText());
-        throw std::runtime_error("cannot read the settings of the report");
+        Require(host::SystemReason(SettingsPath(), kCannotRead), kCannotRead);
     }
 
     static_cast<Stored&>(*reporter.state_) = Parse(*file);
@@ -178,8 +226,9 @@ Reporter Reporter::LoadSetting()
 int Reporter::SaveSetting()
 {
     const host::save::WriteScope scope;
-    if (!Succeeded(scope.ready())) throw std::runtime_error("the lock was not had in time");
+    Require(scope.ready(), "the lock was not had in time");
 
+    state_->JudgePassword();
     const State& state = *state_;
     KeyValueFile file = KeyValueFile::Parse("");
     const std::pair<const char*, std::string> lines[] = {
@@ -196,12 +245,14 @@ int Reporter::SaveSetting()
         {"smtp_account", state.smtp.account},
         {"smtp_password", state.smtp.password},
         {"smtp_secure", YesNo(state.smtp.secure)},
+        {"smtp_password_for", state.givenFor},
+        {"smtp_password_tls", YesNo(state.givenForTls)},
     };
     for (const auto& line : lines) Require(file.Set(line.first, line.second), line.first);
-    if (file.Write(SettingsPath(), 0600)) return 0;
-
-    host::Log(LOG_ERR, "cannot store the settings of the report: %s", host::ErrnoText());
-    throw std::runtime_error("cannot store the settings of the report");
+    if (!file.Write(SettingsPath(), 0600)) {
+        Require(host::SystemReason(SettingsPath(), kCannotStore), kCannotStore);
+    }
+    return 0;
 }
 
 bool Reporter::IsEnabled() const
@@ -237,14 +288,14 @@ int Reporter::SetEnable(bool enabled)
 
 int Reporter::SetRcpt(const std::string& recipient)
 {
-    CheckRecipients(recipient);
+    Require(CheckRecipients(recipient));
     state_->rcpt = recipient;
     return 0;
 }
 
 int Reporter::SetSender(const Sender& sender)
 {
-    CheckSender(sender);
+    Require(CheckSender(sender));
     state_->sender = sender;
     return 0;
 }
@@ -257,7 +308,7 @@ int Reporter::SetTime(const Time& time)
 
 int Reporter::SetSMTP(const SMTP& account)
 {
-    CheckAccount(account);
+    Require(CheckAccount(account));
     state_->smtp = account;
     return 0;
 }

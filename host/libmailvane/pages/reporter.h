@@ -1,4 +1,4 @@
-// Who gets the report, and settings of it that come from elsewhere.
+// The recipients of the report, and checks of its settings that come from elsewhere.
 #pragma once
 
 #include <string>
@@ -8,8 +8,7 @@
 
 namespace host::pages {
 
-/// The addresses of a list divided by commas or semicolons, without the blanks around them and
-/// without empty ones.
+/// The addresses of a list separated by commas or semicolons, trimmed, without empty ones.
 std::vector<std::string> ReportRecipients(const std::string& list);
 
 /// Refuses the stored settings at `path` when the page would; there may be none.

@@ -3,12 +3,12 @@
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
-/// The maps and tables that the access lists fill; a missing store is an empty one. Throws when it
-/// cannot be read.
-std::vector<generation::ListFile> AccessFiles();
+/// The maps and tables made from the access lists; empty ones when there is no store.
+Result<std::vector<generation::ListFile>> AccessFiles();
 
 }  // namespace host::render

@@ -1,7 +1,6 @@
-// Who gets the mail of an alias in the end.
+// Expansion of aliases to their final recipients.
 #include "host/libmailvane/render/alias_expansion.h"
 
-#include <stdexcept>
 #include <unordered_set>
 #include <utility>
 
@@ -13,7 +12,7 @@
 namespace host::render {
 namespace {
 
-/// The name of a user without its Windows domain: what stands before the "@".
+/// The name of a user without its Windows domain: `anna` of `OFFICE\anna`.
 std::string LocalName(const std::string& user)
 {
     return user.substr(user.find('\\') + 1);
@@ -21,7 +20,8 @@ std::string LocalName(const std::string& user)
 
 }  // namespace
 
-/// The way through the members of one alias. Lists of members are told apart by where they lie.
+/// A depth-first walk through the members of one alias. A list of members is identified by its
+/// address.
 struct AliasExpansion::Walk {
     enum class State { kOpen, kDone };
     struct Step {
@@ -29,7 +29,7 @@ struct AliasExpansion::Walk {
         std::size_t next;
     };
 
-    /// Goes through a list of members next, unless that has been done.
+    /// Makes a list of members the next to be visited, unless it has been visited.
     void Enter(const Members* members)
     {
         if (states.emplace(members, State::kOpen).second) path.push_back({members, 0});
@@ -37,10 +37,10 @@ struct AliasExpansion::Walk {
 
     void Add(std::vector<std::string>& list, const std::string& recipient)
     {
-        if (!seen.insert(InLowerCase(recipient)).second) return;
-        if (seen.size() > kMostRecipientsOfAlias) throw std::runtime_error("too many recipients");
-        list.push_back(recipient);
+        if (seen.insert(InLowerCase(recipient)).second) list.push_back(recipient);
     }
+
+    bool HasTooMany() const { return seen.size() > kMostRecipientsOfAlias; }
 
     std::vector<Step> path;
     std::unordered_map<const Members*, State> states;
@@ -69,30 +69,39 @@ const AliasExpansion::Members* AliasExpansion::AliasMembers(const std::string& n
     return role == roles_.end() ? nullptr : &role->second;
 }
 
-const AliasExpansion::Members& AliasExpansion::GroupMembers(const std::string& name)
+Result<const AliasExpansion::Members*> AliasExpansion::GroupMembers(const std::string& name)
 {
-    const auto [entry, isNew] = groups_.try_emplace(name);
-    if (!isNew) return entry->second;
+    const auto known = groups_.find(name);
+    if (known != groups_.end()) return &known->second;
 
-    for (const std::string& user : group_(name)) {
+    Result<std::vector<std::string>> users = group_(name);
+    if (!users) return std::move(users).reason();
+
+    Members& members = groups_[name];
+    for (const std::string& user : *users) {
         const MemberInfo member{user, names::kUserMember};
         if (names::CheckMember(member)) {
-            entry->second.push_back(member);
+            members.push_back(member);
         } else {
             Log(LOG_WARNING, "aliases: a member of the group %s cannot have mail", name.c_str());
         }
     }
-    return entry->second;
+    return &members;
 }
 
-Recipients AliasExpansion::Expand(const stores::AliasEntry& alias)
+Result<Recipients> AliasExpansion::Expand(const stores::AliasEntry& alias)
 {
     Walk walk;
     walk.Enter(&alias.members);
     while (!walk.path.empty()) {
+        if (walk.HasTooMany()) {
+            return Reason{ReasonCode::kRefused, alias.name,
+                          "the alias " + alias.name + " has too many recipients"};
+        }
         Walk::Step& step = walk.path.back();
         if (step.next < step.members->size()) {
-            Visit(walk, (*step.members)[step.next++]);
+            Result<void> done = Visit(walk, (*step.members)[step.next++]);
+            if (!done) return std::move(done).reason();
         } else {
             walk.states[step.members] = Walk::State::kDone;
             walk.path.pop_back();
@@ -101,12 +110,15 @@ Recipients AliasExpansion::Expand(const stores::AliasEntry& alias)
     return std::move(walk.found);
 }
 
-void AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
+Result<void> AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
 {
     switch (member.type) {
-        case names::kGroupMember:
-            walk.Enter(&GroupMembers(member.name));
+        case names::kGroupMember: {
+            Result<const Members*> members = GroupMembers(member.name);
+            if (!members) return std::move(members).reason();
+            walk.Enter(*members);
             break;
+        }
         case names::kAliasMember:
             if (const Members* members = AliasMembers(member.name)) walk.Enter(members);
             break;
@@ -116,12 +128,13 @@ void AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
         default:
             VisitLocal(walk, LocalName(member.name));
     }
+    return {};
 }
 
 void AliasExpansion::VisitLocal(Walk& walk, const std::string& name)
 {
     const Members* alias = AliasMembers(name);
-    // The mail server also knows an alias with an extension after a plus sign.
+    // As Postfix does: mail for `sales+news` goes to the alias `sales`.
     if (alias == nullptr) alias = AliasMembers(name.substr(0, name.find('+')));
 
     const auto state = walk.states.find(alias);

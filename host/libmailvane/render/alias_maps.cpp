@@ -1,7 +1,6 @@
-// The maps that the aliases fill: where their mail goes, and which logins may send from them.
+// The maps made from the aliases: where their mail goes, and which logins may send from them.
 #include "host/libmailvane/render/alias_maps.h"
 
-#include <stdexcept>
 #include <utility>
 
 #include "host/libhaldcore/log.h"
@@ -16,20 +15,24 @@
 namespace host::render {
 namespace {
 
+using Files = std::vector<generation::ListFile>;
+
 int SourceOf(const std::string& accountType)
 {
     if (accountType == "ldap") return HLIB_ACCOUNT_LDAP;
     return accountType == "win" ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LOCAL;
 }
 
-/// Mail must not go to fewer than it should because an engine is down, so that is an error. A group
-/// that was removed is none.
-std::vector<std::string> MembersOf(GroupMembers& groups, const std::string& group)
+/// The members of a group. An account engine that cannot be asked is an error, since mail would
+/// reach too few; a group that no longer exists only has no members.
+Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::string& group)
 {
     std::vector<std::string> members;
     const Lookup result = groups.Find(group, members);
     if (result == Lookup::kFailed) {
-        throw std::runtime_error("the group " + group + " cannot be read: " + ErrnoText());
+        Reason reason = SystemReason(group, "the group " + group + " cannot be read");
+        reason.code = ReasonCode::kDaemonIsDown;
+        return reason;
     }
     if (result == Lookup::kAbsent) {
         Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());
@@ -37,7 +40,7 @@ std::vector<std::string> MembersOf(GroupMembers& groups, const std::string& grou
     return members;
 }
 
-/// A list as a line of a map; none for an empty list.
+/// A line of a map with the values separated by commas; no line when there are no values.
 std::string MapLine(const std::string& key, const std::vector<std::string>& values)
 {
     std::string line;
@@ -47,14 +50,14 @@ std::string MapLine(const std::string& key, const std::vector<std::string>& valu
 
 class MapTexts {
 public:
-    /// `loginPrefix` may stand before the name of an account when it logs in.
+    /// `loginPrefix` (such as `OFFICE\`) may stand before the account's name in a login.
     explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
 
     void Add(const std::string& alias, Recipients recipients)
     {
         std::vector<std::string> logins;
         for (const std::string& user : recipients.users) AddLogins(user, logins);
-        AddLogins(alias, logins);  // a login owns the address of its name
+        AddLogins(alias, logins);  // the login of the same name may send from it
         logins_ += MapLine(alias, logins);
 
         std::vector<std::string>& all = recipients.users;
@@ -77,10 +80,10 @@ private:
     std::string logins_;
 };
 
-MapTexts MakeTexts(const stores::AliasTable& table)
+Result<MapTexts> MakeTexts(const stores::AliasTable& table)
 {
     const auto settings = settings::StoredSettings::Read();
-    if (!Succeeded(settings)) throw std::runtime_error("the settings cannot be read");
+    if (!settings) return settings.reason();
 
     GroupMembers groups(SourceOf(settings->Text("account_type")));
     AliasExpansion expansion(
@@ -92,27 +95,42 @@ MapTexts MakeTexts(const stores::AliasTable& table)
     }
     MapTexts texts(LoginPrefix(*settings));
     for (const stores::AliasEntry& alias : table.entries()) {
-        texts.Add(alias.name, expansion.Expand(alias));
+        Result<Recipients> recipients = expansion.Expand(alias);
+        if (!recipients) return std::move(recipients).reason();
+        texts.Add(alias.name, *std::move(recipients));
     }
     return texts;
 }
 
+Result<stores::AliasTable> StoredTable()
+{
+    Result<stores::AliasEntries> aliases = stores::ReadAliases();
+    if (!aliases) return std::move(aliases).reason();
+    return stores::AliasTable(*std::move(aliases));
+}
+
 }  // namespace
 
-std::vector<generation::ListFile> AliasFilesOf(const stores::AliasTable& table)
+Result<Files> AliasFilesOf(const stores::AliasTable& table)
 {
-    const MapTexts texts = MakeTexts(table);
-    return {{"aliases", texts.aliases()}, {"login_aliases", texts.logins()}};
+    const Result<MapTexts> texts = MakeTexts(table);
+    if (!texts) return texts.reason();
+    return Files{{"aliases", texts->aliases()}, {"login_aliases", texts->logins()}};
 }
 
-std::vector<generation::ListFile> AliasFiles()
+Result<Files> AliasFiles()
 {
-    return AliasFilesOf(stores::AliasTable(stores::ReadAliases()));
+    const Result<stores::AliasTable> table = StoredTable();
+    return table ? AliasFilesOf(*table) : table.reason();
 }
 
-std::vector<generation::ListFile> LoginFiles()
+Result<Files> LoginFiles()
 {
-    return {{"login_aliases", MakeTexts(stores::AliasTable(stores::ReadAliases())).logins()}};
+    const Result<stores::AliasTable> table = StoredTable();
+    if (!table) return table.reason();
+    const Result<MapTexts> texts = MakeTexts(*table);
+    if (!texts) return texts.reason();
+    return Files{{"login_aliases", texts->logins()}};
 }
 
 }  // namespace host::render

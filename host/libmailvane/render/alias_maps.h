@@ -1,21 +1,21 @@
-// The maps that the aliases fill.
+// The maps made from the aliases.
 #pragma once
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::render {
 
-/// The maps of a table, as the settings and the groups of the machine are now. Throws when one of
-/// these cannot be read.
-std::vector<generation::ListFile> AliasFilesOf(const stores::AliasTable& table);
+/// The maps made from a table, with the present settings and groups.
+Result<std::vector<generation::ListFile>> AliasFilesOf(const stores::AliasTable& table);
 
-/// The same of the stored aliases; a missing store is an empty one.
-std::vector<generation::ListFile> AliasFiles();
+/// The maps made from the stored aliases; empty ones when there is no store.
+Result<std::vector<generation::ListFile>> AliasFiles();
 
-/// The map of the logins that may send from an alias alone, which `AliasFiles` makes as well.
-std::vector<generation::ListFile> LoginFiles();
+/// Only the map of the logins that may send from an alias; `AliasFiles` includes it.
+Result<std::vector<generation::ListFile>> LoginFiles();
 
 }  // namespace host::render

@@ -8,7 +8,7 @@
 
 namespace host::render {
 
-/// The header checks that the refused attachment types fill.
+/// The table of header checks made from the refused attachment types.
 Result<std::vector<generation::ListFile>> AttachmentFiles();
 
 }  // namespace host::render

@@ -1,12 +1,12 @@
-// The files of the black and white list. The scanner's have one name a line, with "!" in front of
-// those of the other list: the nearest entry counts, so a white address in a black domain is white.
-// The mail server's refuse what is black, also while the scanner looks for no spam.
+// The files made from the black and white list. The scanner's have one name a line; "!" marks a
+// name of the opposite list. The most specific entry decides: a white address in a black domain is
+// white. The mail server's files refuse black entries, also while the spam check is off.
 #include "host/libmailvane/render/black_white_files.h"
 
 #include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/stores/list_store.h"
 
 namespace host::render {
 namespace {
@@ -24,7 +24,8 @@ std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
     return (entry.blackWhite == list ? "" : "!") + name + "\n";
 }
 
-/// Networks stand in the order in which they are looked at; the scanner sorts names itself.
+/// Text of a scanner's file, with the smallest networks first: the first match decides. The scanner
+/// sorts names itself.
 std::string ScannerText(const Entries& entries, BlackWhiteType list)
 {
     std::string text;
@@ -51,18 +52,11 @@ generation::ListFile ScannerFile(const char* name, const Entries& entries, Black
     return {std::string("amavis/") + name, ScannerText(entries, list), false};
 }
 
-}  // namespace
-
-std::vector<generation::ListFile> BlackWhiteFiles()
+std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
 {
-    Entries senders;
-    Entries recipients;
-    Entries clients;
-    if (auto store = stores::ReadAccountDatabase(stores::AccountDatabase::kMailvane)) {
-        senders = stores::ReadBlackWhite(*store, TYPE_SENDER);
-        recipients = stores::ReadBlackWhite(*store, TYPE_RECIPIENT);
-        clients = stores::ReadBlackWhite(*store, TYPE_CLIENT);
-    }
+    const Entries senders = stores::ReadBlackWhite(store, TYPE_SENDER);
+    const Entries recipients = stores::ReadBlackWhite(store, TYPE_RECIPIENT);
+    const Entries clients = stores::ReadBlackWhite(store, TYPE_CLIENT);
     return {{"black_senders", names::NamesText(senders, Answer)},
             {"black_recipients", names::NamesText(recipients, Answer)},
             {generation::kBlackClientsFile, ClientsText(clients), false},
@@ -72,6 +66,13 @@ std::vector<generation::ListFile> BlackWhiteFiles()
             ScannerFile("white_recipients", recipients, WHITE_LIST),
             ScannerFile("black_clients", clients, BLACK_LIST),
             ScannerFile("white_clients", clients, WHITE_LIST)};
+}
+
+}  // namespace
+
+Result<std::vector<generation::ListFile>> BlackWhiteFiles()
+{
+    return stores::ReadLists("black and white list", FilesOf);
 }
 
 }  // namespace host::render

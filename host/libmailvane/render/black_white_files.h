@@ -1,14 +1,15 @@
-// The files of the black and white list.
+// The files made from the black and white list.
 #pragma once
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
-/// The files of the mail server and of the scanner that the black and white list fills; a missing
-/// store is an empty one. Throws when it cannot be read.
-std::vector<generation::ListFile> BlackWhiteFiles();
+/// The files of mail server and scanner made from the black and white list; empty ones when there
+/// is no store.
+Result<std::vector<generation::ListFile>> BlackWhiteFiles();
 
 }  // namespace host::render

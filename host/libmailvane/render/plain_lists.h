@@ -1,16 +1,17 @@
-// What blind copies and sender quotas fill.
+// The files made from blind carbon copies and sender quotas.
 #pragma once
 
 #include <vector>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
 
 namespace host::render {
 
-/// The maps of the blind copies; a missing store is an empty one. Throws when it cannot be read.
-std::vector<generation::ListFile> BccFiles();
+/// The maps of blind carbon copies; empty ones when there is no store.
+Result<std::vector<generation::ListFile>> BccFiles();
 
-/// What the rate policy reads: how much each login may send. As above.
-std::vector<generation::ListFile> QuotaFiles();
+/// The file of the rate policy: how many messages each login may send. Throws as `BccFiles`.
+Result<std::vector<generation::ListFile>> QuotaFiles();
 
 }  // namespace host::render

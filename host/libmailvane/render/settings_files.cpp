@@ -1,4 +1,4 @@
-// Puts the files that follow from the settings into the next generation.
+// Puts the files made from the settings into the next generation.
 #include "host/libmailvane/render/settings_files.h"
 
 #include "host/libmailvane/render/context.h"
@@ -14,7 +14,7 @@ namespace host::render {
 
 namespace {
 
-/// Maps that other lists fill; empty until they do.
+/// Maps filled by lists; empty ones are put until a list fills them.
 const char* const kListMaps[] = {"aliases",
                                  "login_aliases",
                                  "sender_bcc",
@@ -28,7 +28,7 @@ const char* const kListMaps[] = {"aliases",
                                  "black_senders",
                                  "black_recipients"};
 
-/// Files that other lists fill and that are read as they are.
+/// Tables and files filled by lists and not compiled; likewise.
 const char* const kListFiles[] = {generation::kQuotaFile, generation::kClientNetworksFile,
                                   generation::kBlackClientsFile, generation::kAttachmentChecksFile};
 
@@ -45,7 +45,9 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.Put("postfix/master.cf", RenderPostfixMaster(settings, context), 0644);
     next.Put("postfix/maps/own_names", RenderOwnNames(settings), 0644);
     next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
+    next.Put("postfix/maps/own_senders", RenderOwnSenders(settings), 0644);
     next.PutMap("roles", RenderRoles(context));
+    next.PutMap("always_bcc", RenderAlwaysBcc(settings));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
     PutFilterFiles(next, settings, context);

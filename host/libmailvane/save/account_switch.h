@@ -1,4 +1,4 @@
-// Keeping the account data what the stored settings say, and what is generated from it.
+// Healing: making the account databases, and the lists generated from them, match the settings.
 #pragma once
 
 #include "host/libhaldcore/result.h"
@@ -6,9 +6,9 @@
 
 namespace host::save {
 
-/// Makes the account data that of the stored account combination, `stored`, when it is not, and
-/// rebuilds the lists that were generated from it. A reader that finds the request lock taken, or
-/// stored data that is being exchanged, leaves that to the writer.
+/// Replaces the account databases by those of the combination `stored` when they belong to another
+/// one, and rebuilds the lists that are generated from them. Does nothing when another process
+/// holds the request lock or an exchange is under way: the writer heals then.
 Result<void> HealAccounts(const settings::AccountCombination& stored);
 
 }  // namespace host::save

@@ -1,6 +1,6 @@
-// What is stored beside the settings. An exchange lies in etc/exchange: `new` is what is to be put
-// in place, `old` gets what it replaces, `added` names what nothing was in the place of. Which of
-// them is where tells how far it is.
+// The exchange of stored files. It lies in etc/exchange: `new` has the files to be put in place,
+// `old` gets the files that they replace, `added` lists the names of which there was no file
+// before. Example: tls is in `old` and not in `new`, so it has been replaced.
 #include "host/libmailvane/save/exchange.h"
 
 #include <sys/stat.h>
@@ -63,7 +63,7 @@ std::string AddedPath()
     return ExchangeFolder() + "/added";
 }
 
-/// Renames what is there; having nothing is fine.
+/// Renames a file or directory; succeeds when there is none.
 Result<void> MoveIfThere(const std::string& from, const std::string& to)
 {
     if (!system::NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return {};
@@ -89,7 +89,7 @@ std::set<std::string> AddedNames()
     return names;
 }
 
-/// Makes the folder of an exchange; from the last rename on it is under way.
+/// Makes the folder of an exchange. The exchange is under way once the last rename here is done.
 Result<void> PrepareExchange(const std::string& staged)
 {
     DropExchange();
@@ -107,7 +107,7 @@ Result<void> PrepareExchange(const std::string& staged)
 
 Result<void> RollBackEntry(const std::string& name, bool wasAdded)
 {
-    // Where `new` still has it, it was not put in place.
+    // A file that is still in `new` was not put in place.
     const bool replaced = system::NameExists(OldOf(name));
     if (!replaced && (!wasAdded || system::NameExists(NewOf(name)))) return {};
 
@@ -115,7 +115,7 @@ Result<void> RollBackEntry(const std::string& name, bool wasAdded)
     return moved ? MoveIfThere(OldOf(name), InForce(name)) : moved;
 }
 
-/// Names of the users whose personal settings lie in a folder.
+/// Adds the names of the users whose personal settings are in a folder.
 void AddUsers(const std::string& folder, std::set<std::string>& users)
 {
     std::error_code error;
@@ -125,7 +125,7 @@ void AddUsers(const std::string& folder, std::set<std::string>& users)
     }
 }
 
-/// A user's stored text in a folder; empty when there is none.
+/// The stored text of a user in a folder; empty when there is none.
 std::string StoredText(const std::string& folder, const std::string& user)
 {
     std::string text;
@@ -133,31 +133,34 @@ std::string StoredText(const std::string& folder, const std::string& user)
     return text;
 }
 
-/// Puts the script of a user in force that the stored settings ask for. One who is no user of this
-/// machine has none.
-bool FollowPersonalSettings(const std::string& user)
+/// Writes the script that the stored personal settings of a user ask for, or removes it. A name
+/// that is no user of this machine has no script.
+Result<void> FollowPersonalSettings(const std::string& user)
 {
-    system::MailAccount account;
-    const std::string problem = system::FindMailAccount(user, account);
-    if (!problem.empty()) {
-        Log(LOG_WARNING, "personal settings of %.64s: %s", user.c_str(), problem.c_str());
-        return problem != "accounts_unavailable";
+    const Result<system::MailAccount> account = system::FindMailAccount(user);
+    if (!account) {
+        if (account.reason().code == ReasonCode::kDaemonIsDown) return account.reason();
+        Log(LOG_WARNING, "no script for personal settings: %s", account.reason().text.c_str());
+        return {};
     }
-    const auto settings = stores::ReadPersonalSettings(account);
-    return settings && system::PutUserScript(account, render::RenderPersonalScript(*settings));
+    const auto settings = stores::ReadPersonalSettings(*account);
+    if (!settings) return settings.reason();
+    return system::PutUserScript(*account, render::RenderPersonalScript(*settings));
 }
 
-bool FollowAllPersonalSettings()
+Result<void> FollowAllPersonalSettings()
 {
-    // Before and after it was taken back, an exchange has the other settings in one of the two.
+    // The settings that the exchange replaced are in `old`, after it was rolled back in `new`.
     const std::string folders[] = {InForce(kPersonal), OldOf(kPersonal), NewOf(kPersonal)};
     std::set<std::string> users;
     for (const std::string& folder : folders) AddUsers(folder, users);
-    return std::all_of(users.begin(), users.end(), [&folders](const std::string& user) {
-        const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
-        return StoredText(folders[0], user) == StoredText(other, user) ||
-               FollowPersonalSettings(user);
-    });
+    const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
+    for (const std::string& user : users) {
+        if (StoredText(folders[0], user) == StoredText(other, user)) continue;
+        Result<void> done = FollowPersonalSettings(user);
+        if (!done) return done;
+    }
+    return {};
 }
 
 }  // namespace
@@ -203,7 +206,7 @@ void KeepExchange()
 {
     if (!ExchangeIsUnderWay()) return;
 
-    // From the first rename on nothing is under way any more.
+    // After this rename no exchange is under way.
     const std::string kept = ExchangeFolder() + ".kept";
     std::error_code error;
     fs::remove_all(kept, error);
@@ -231,8 +234,7 @@ Result<void> BringStoredDataInLine()
     lists.emplace_back(render::AttachmentFiles);
     lists.emplace_back(render::BannedTypeFiles);
     done = RebuildLists(lists);
-    if (!done || !ExchangeIsUnderWay() || FollowAllPersonalSettings()) return done;
-    return Reason{ReasonCode::kSystem, "personal settings", ""};
+    return done && ExchangeIsUnderWay() ? FollowAllPersonalSettings() : done;
 }
 
 int FollowStoredData(const std::string& /*unused*/)

@@ -8,12 +8,12 @@
 
 namespace host::save {
 
-/// Opens etc/mailvane.db for changes, after making it the one of the stored account combination.
-/// Requires the request lock. Throws SQLite::Exception.
+/// Opens etc/mailvane.db for changes, after healing the account databases. Requires the request
+/// lock.
 Result<SQLite::Database> ChangeListStore();
 
-/// Runs a change of the lists, which gets their store and gives nothing or a Result<void>, under
-/// the lock. `what` is the name of the lists.
+/// Runs `change` under the request lock with the opened etc/mailvane.db; it returns void or
+/// Result<void>. `what` names the lists in reasons.
 template <typename Change>
 Result<void> ChangeLists(const char* what, Change change)
 {

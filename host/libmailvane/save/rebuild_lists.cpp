@@ -1,4 +1,4 @@
-// Putting what lists fill in force.
+// Rebuilding the files that lists fill, and activating them as a generation.
 #include "host/libmailvane/save/rebuild_lists.h"
 
 #include "host/libmailvane/daemons/service_control.h"
@@ -10,7 +10,6 @@
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/save/validate.h"
-#include "host/libmailvane/system/database.h"
 #include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
@@ -18,14 +17,15 @@ namespace host::save {
 
 namespace {
 
-/// Restarts daemons, whose services log what keeps them from it: the scanner, which reads its lists
-/// when it starts, and the mail server.
+/// Restarts the scanner, which reads its lists when it starts, and the mail server. Failures are
+/// logged by the services.
 Result<void> RestartReaders(bool scanner, bool mailServer)
 {
     const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
     const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
     if (scannerIsUp && mailServerIsUp) return {};
-    return Reason{ReasonCode::kDaemonIsDown, scannerIsUp ? "mail server" : "mail scanner", ""};
+    const std::string down(scannerIsUp ? daemons::kPostfix.label : daemons::kScanner.label);
+    return Reason{ReasonCode::kDaemonIsDown, down, "the " + down + " does not come up again"};
 }
 
 Result<void> ActivateLists(const std::vector<generation::ListFile>& files)
@@ -46,11 +46,12 @@ Result<void> ActivateLists(const std::vector<generation::ListFile>& files)
     if (done) done = next.Commit();
     if (!done) return done;
 
-    // Nothing reads them on a machine that is not ours.
+    // On a machine that is not handed over, its own mail servers read none of these files.
     const bool ours = daemons::ServicesAreOurs();
     const bool scanner = ours && next.Changed("amavis/");
     if (const auto pending = generation::ReadPendingSave()) {
-        // The save that is under way makes one generation of it all, and restarts Postfix itself.
+        // Within a save only the last of several generations is kept, and the save restarts Postfix
+        // itself.
         if (replaced != pending->before) generation::RemoveGeneration(replaced);
         return RestartReaders(scanner, false);
     }
@@ -68,18 +69,16 @@ std::vector<ListFileMaker> AccountLists()
 
 Result<void> RebuildLists(const std::vector<ListFileMaker>& makers)
 {
-    return system::Attempt("maps", [&makers] {
-        const WriteScope scope;
-        if (!scope.ready()) return scope.ready();
+    const WriteScope scope;
+    if (!scope.ready()) return scope.ready();
 
-        std::vector<generation::ListFile> files;
-        for (const ListFileMaker& maker : makers) {
-            Result<std::vector<generation::ListFile>> made = maker().Prefixed("maps: ");
-            if (!made) return Result<void>(std::move(made).reason());
-            for (generation::ListFile& file : *made) files.push_back(std::move(file));
-        }
-        return ActivateLists(files);
-    });
+    std::vector<generation::ListFile> files;
+    for (const ListFileMaker& maker : makers) {
+        Result<std::vector<generation::ListFile>> made = maker().Prefixed("maps: ");
+        if (!made) return std::move(made).reason();
+        for (generation::ListFile& file : *made) files.push_back(std::move(file));
+    }
+    return ActivateLists(files);
 }
 
 }  // namespace host::save

@@ -1,4 +1,4 @@
-// Putting what lists fill in force, as a generation of its own.
+// Rebuilding the files that lists fill, and activating them as a generation.
 #pragma once
 
 #include <functional>
@@ -9,16 +9,15 @@
 
 namespace host::save {
 
-/// Makes the files of one list, as they are to be in the next generation. May throw
-/// SQLite::Exception when the list cannot be read.
+/// Makes the text of the files of one list from the stored list.
 using ListFileMaker = std::function<Result<std::vector<generation::ListFile>>()>;
 
-/// Makes the files of one or more lists and puts them in force together; Postfix takes them at
-/// once, or with the save that is under way. After a failure, but for that of a daemon to restart,
-/// what was in force still is.
+/// Makes the files of one or more lists and activates them together. Restarts Postfix unless a save
+/// is under way, which does so itself. After a failure the previous generation is in force, except
+/// when only a restart failed.
 Result<void> RebuildLists(const std::vector<ListFileMaker>& makers);
 
-/// All lists whose entries belong to one account combination.
+/// The makers of all lists whose entries belong to one account combination.
 std::vector<ListFileMaker> AccountLists();
 
 }  // namespace host::save

@@ -1,4 +1,4 @@
-// Putting an earlier state in force: from a staged directory, or the settings of a generation.
+// Putting an earlier state in force, from a staged directory or from an old generation.
 #include "host/libmailvane/save/restore.h"
 
 #include <sys/stat.h>
@@ -34,7 +34,7 @@ const char kRules[] = "rules.cf";
 constexpr std::size_t kLongestToldName = 128;
 const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
-/// The steps of these changes. Restart brings each service to what is stored by then.
+/// The step that follows an exchange of stored files.
 Callback Follow()
 {
     return {"stored data", &FollowStoredData, kRestart};
@@ -45,7 +45,7 @@ Callback MemcachedStep()
     return daemons::ServiceStep(daemons::kMemcached, kRestart);
 }
 
-/// Mailboxes and mail server, in the order in which they can do without each other.
+/// The steps of the two servers: Dovecot first, since Postfix delivers to it.
 std::list<Callback> ServerSteps()
 {
     return {daemons::ServiceStep(daemons::kDovecot, kRestart),
@@ -57,7 +57,8 @@ Reason Refused(const std::string& what, const char* why)
     return {ReasonCode::kRefused, what, "'" + what.substr(0, kLongestToldName) + "' " + why};
 }
 
-/// Whether a directory in etc/ is root's alone, as is all that a user could have put there.
+/// Whether a directory belongs to root and nobody else can read it, so that no user has put files
+/// there.
 bool IsOurs(const std::string& staged)
 {
     struct stat info {};
@@ -72,19 +73,26 @@ bool IsStagedName(const std::string& name)
            name == kRules;
 }
 
-/// Whether the databases are whole and those of the accounts that the settings speak of. Looking
-/// at one settles what a killed writer left beside it.
-bool DatabasesAreOf(const std::string& folder, const settings::AccountCombination& account)
+/// Fails unless the databases are sound and belong to the account combination. Opening one also
+/// finishes what a killed writer left in its journal.
+Result<void> CheckDatabases(const std::string& folder, const settings::AccountCombination& account)
 {
     for (const char* name : kDatabases) {
         const std::string path = folder + "/" + name;
         const auto owner = stores::RecordedCombination(path);
-        if (!owner || !(*owner == account) || system::NameExists(path + "-journal")) return false;
+        if (!owner) return owner.reason();
+        if (!*owner || !(**owner == account)) {
+            return Reason{ReasonCode::kDamaged, name,
+                          path + " is no whole database of the accounts that the settings serve"};
+        }
+        if (system::NameExists(path + "-journal")) {
+            return Reason{ReasonCode::kDamaged, name, path + " has a journal beside it"};
+        }
     }
-    return true;
+    return {};
 }
 
-/// Has the spam filter check the rules; it need not take them twice.
+/// Has the spam filter check the rules, unless they are those in force.
 Result<void> CheckRules(const std::string& rules)
 {
     std::string inForce;
@@ -94,7 +102,7 @@ Result<void> CheckRules(const std::string& rules)
     return SpamFilterTakes(rules);
 }
 
-/// A state that was validated as far as it can be before it is put in place.
+/// A state to be restored, validated as far as possible before its files are put in place.
 struct StagedState {
     settings::StoredSettings settings;
     std::string rules;
@@ -112,28 +120,25 @@ Result<StagedState> ReadStaged(const std::string& staged)
     if (!ReadFile(staged + "/" + kRules, state.rules)) {
         return SystemReason(kRules, std::string("cannot read ") + kRules);
     }
-    if (!DatabasesAreOf(staged, settings->Account())) {
-        return Refused(staged, "has no databases of the accounts that its settings serve");
-    }
-    Result<void> checked = CheckRules(state.rules);
+    Result<void> checked = CheckDatabases(staged, settings->Account());
+    if (checked) checked = CheckRules(state.rules);
     if (!checked) return std::move(checked).reason();
 
     state.settings = std::move(*settings);
     return state;
 }
 
-/// Makes sure that the databases in force can be taken away: a journal beside one would be rolled
-/// back into the next one of its name.
+/// Finishes interrupted writes of the databases in force before they are replaced. Otherwise SQLite
+/// would apply the journal left beside mailvane.db to the new mailvane.db.
 Result<void> SettleLiveDatabases()
 {
     const auto stored = settings::StoredSettings::Read();
     if (!stored) return stored.reason();
     Result<void> healed = HealAccounts(stored->Account());
-    if (!healed || DatabasesAreOf(PackagePath("etc"), stored->Account())) return healed;
-    return Reason{ReasonCode::kDamaged, "account databases", ""};
+    return healed ? CheckDatabases(PackagePath("etc"), stored->Account()) : healed;
 }
 
-/// Exchanges the stored data and saves, both or neither.
+/// Exchanges the stored files and saves; after a failure neither has happened.
 Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
                              const std::list<Callback>& steps)
 {
@@ -146,7 +151,8 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
 
     done = BeginExchange(staged, whole);
     if (done) done = SaveTransaction(state.settings, steps, files);
-    // A save that came as far as its steps has done this already, or left it to the next writer.
+    // A save that failed in its steps has rolled the exchange back already, or left that to the
+    // next writer.
     if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
         DropExchange();
         (void)Succeeded(generation::ClearPendingSave());
@@ -154,8 +160,8 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
     return done;
 }
 
-/// The copy address belongs to the accounts: where others are served, that of the present ones is
-/// parked, and theirs comes back.
+/// Replaces the address that gets a copy of every mail, when the account combination changes: the
+/// address of the present accounts is parked, and the parked one of the new accounts is put back.
 Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
                                settings::StoredSettings& wanted)
 {
@@ -210,7 +216,7 @@ Result<void> ReplaceStagedCertificate(const std::string& staged)
     return ExchangeAndSave(staged, false, {*stored, ""}, ServerSteps());
 }
 
-/// Runs a change under the lock.
+/// Runs a change under the request lock.
 Result<void> Change(Result<void> (*change)(const std::string&), const std::string& what)
 {
     return system::Attempt("an earlier state", [change, &what] {

@@ -11,6 +11,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/system/user_command.h"
 
@@ -19,12 +20,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char kUser[] = "amavis";
 const char kPlugins[] = "mailvane.pre";
 constexpr std::chrono::seconds kLimit{60};
 constexpr std::size_t kLongestComplaint = 2000;
 
-/// A directory that is gone at the end of the scope.
+/// A temporary directory, removed at the end of the scope.
 class TemporaryDirectory {
 public:
     TemporaryDirectory()
@@ -46,11 +46,11 @@ private:
     std::string path_;
 };
 
-/// Gives the directory what the filter reads: the plugins in force and the rules. Last it becomes
-/// the home of the filter's user.
+/// Fills the directory with what the spam filter reads, the plugins in force and the rules, and
+/// gives it to the filter's user as home.
 bool Furnish(const std::string& directory, const std::string& rules)
 {
-    const struct passwd* user = getpwnam(kUser);
+    const struct passwd* user = getpwnam(std::string(daemons::kScanner.user).c_str());
     std::string plugins;
     const std::string inForce =
         generation::GeneratedDirectory() + "/current/amavis/spamassassin/" + std::string(kPlugins);
@@ -72,7 +72,7 @@ Result<void> SpamFilterTakes(const std::string& rules)
     options.limit = kLimit;
     options.capture = true;
     const ProgramResult result = RunProgram(
-        system::AsUser(kUser,
+        system::AsUser(daemons::kScanner.user,
                        {programs::kEnv, "HOME=" + home.path(), programs::kSpamassassin, "--lint",
                         "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);

@@ -16,6 +16,7 @@
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
 #include "host/libmailvane/save/rebuild_lists.h"
@@ -33,18 +34,19 @@ bool IsServiceStep(const Callback& step)
     return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
 }
 
-/// Runs a step, which is a border of its own, and logs how it went.
+/// Runs a step and logs its result. The step itself logs the reason of a failure.
 Result<void> RunStep(const Callback& step)
 {
-    const int result = step.func(step.arg);
-    Log(result < 0 ? LOG_ERR : LOG_INFO, "step %s %s: %s", step.name.c_str(), step.arg.c_str(),
-        result < 0 ? "failed" : "done");
-    if (result >= 0) return {};
+    const std::string title = "step " + step.name + " " + step.arg;
+    if (step.func(step.arg) >= 0) {
+        Log(LOG_INFO, "%s: done", title.c_str());
+        return {};
+    }
     return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
-                  ""};
+                  title + ": failed"};
 }
 
-/// Runs steps in order up to the first that fails; `begun` gets those that were begun.
+/// Runs steps in order until one fails; `begun` gets the steps run, the failed one included.
 Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
 {
     for (const Callback& step : steps) {
@@ -55,21 +57,22 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
     return {};
 }
 
-/// Puts the generation before the save in force again, with the stored data that belongs to it, and
-/// brings the services that the save had touched back to it. What fails here is only logged: the
-/// caller gets the reason why the save failed.
+/// Activates the generation from before the save, puts back the stored files that belong to it, and
+/// restarts the services that the save had touched. Failures are only logged: the caller returns
+/// the reason why the save failed.
 void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = generation::CurrentGeneration();
-    // Where this fails, the mark stays for the next writer.
+    // After a failure here the mark stays, and the next writer rolls back.
     if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
 
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
-    // Even a daemon that no step had reached may have read the files meanwhile.
+    // Postfix and Dovecot restart even when no step was run for them: they may have read the new
+    // files.
     for (const Callback& step : WholePlan(begun, BothServers())) {
-        if (IsServiceStep(step)) (void)RunStep({step.name, step.func, "restart"});
+        if (IsServiceStep(step)) (void)Succeeded(RunStep({step.name, step.func, "restart"}));
     }
     if (HasFirewallStep(begun)) (void)HALDFwRuleHup();
     DropExchange();
@@ -77,7 +80,7 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
     generation::RemoveGeneration(abandoned);
 }
 
-/// Steps, and what follows when they are all done.
+/// Runs the steps, then ends the save, or rolls it back.
 Result<void> Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
                    const std::list<Callback>& plan)
 {
@@ -88,28 +91,29 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
         return done;
     }
 
-    // The save holds, whatever of these fails.
+    // From here on the save is in force, even when one of these fails.
     (void)Succeeded(stores::ForgetParkedAlwaysBcc(wanted.Account()));
     KeepExchange();
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save.before);
+    ForgetClearedPassword(wanted);
     return {};
 }
 
-/// The links by which the stored settings are found under their plain names.
+/// Makes the links under which administrators find the stored settings, as etc/mailvane.conf.
 Result<void> LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
         const std::string path = PackagePath(std::string("etc/") + name);
-        if (!generation::ReplaceByLink(path, std::string("generated/current/") + name)) {
-            return SystemReason(path, "cannot link " + path);
-        }
+        Result<void> linked =
+            generation::ReplaceByLink(path, std::string("generated/current/") + name);
+        if (!linked) return linked;
     }
     return {};
 }
 
-/// The first generation's files are read through the link, which must therefore be there before
-/// anything can be validated.
+/// Activates the first generation before it is validated: its files name each other by the link
+/// `current`, which does not exist until then.
 Result<void> ActivateFirst(generation::NextGeneration& next,
                            const settings::StoredSettings& settings)
 {
@@ -119,7 +123,7 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
     return done;
 }
 
-/// Whether the accounts that a killed save was to serve are others than before it.
+/// Whether the account combination in force differs from that before the killed save.
 bool AccountChangedSince(const std::string& before)
 {
     const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
@@ -131,7 +135,7 @@ bool AccountChangedSince(const std::string& before)
              now->Account());
 }
 
-/// What was stored before a save, as far as it can be read: a switch that cannot was on.
+/// The switches stored before a save. A switch that cannot be read counts as on.
 struct SwitchesBefore {
     std::optional<KeyValueFile> file;
 
@@ -141,8 +145,9 @@ struct SwitchesBefore {
     }
 };
 
-/// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
-int RestartCalledServices(const std::string& before, const settings::StoredSettings& settings)
+/// Restarts the services that were switched on before a killed save or are now.
+Result<void> RestartCalledServices(const std::string& before,
+                                   const settings::StoredSettings& settings)
 {
     const SwitchesBefore old{
         KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf")};
@@ -150,13 +155,15 @@ int RestartCalledServices(const std::string& before, const settings::StoredSetti
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
         if (!daemons::Runs(daemon, old) && !daemons::Runs(daemon, settings)) continue;
-        if (daemons::RunControlScript(daemon, "restart") < 0) return -1;
+        if (daemons::RunControlScript(daemon, "restart") >= 0) continue;
+        const std::string label(daemon.label);
+        return Reason{ReasonCode::kDaemonIsDown, label, "the " + label + " does not come up"};
     }
-    return 0;
+    return {};
 }
 
-/// Brings account data, maps and services in line with the generation in force. A service that does
-/// not come up is only logged: the save that is to mend it must not be refused for it.
+/// Heals the account databases and restarts the services, as the generation in force asks. A
+/// service that does not start is only logged: refusing here would block the save that repairs it.
 Result<void> BringInLine(const generation::PendingSave& save,
                          const settings::StoredSettings& settings)
 {
@@ -165,13 +172,13 @@ Result<void> BringInLine(const generation::PendingSave& save,
     if (done && AccountChangedSince(save.before)) done = RebuildLists(AccountLists());
     if (!done) return done;
 
-    if (RestartCalledServices(save.before, settings) < 0) Log(LOG_ERR, "a filter does not come up");
-    for (const Callback& step : WholePlan({}, BothServers())) (void)RunStep(step);
+    (void)Succeeded(RestartCalledServices(save.before, settings));
+    for (const Callback& step : WholePlan({}, BothServers())) (void)Succeeded(RunStep(step));
     return {};
 }
 
-/// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
-/// steps may have begun.
+/// Completes an interrupted save whose generation is in force, and undoes any other; some of its
+/// steps may have run.
 Result<void> FinishSave(const generation::PendingSave& save)
 {
     Log(LOG_NOTICE, "finishing a save that was interrupted");
@@ -215,7 +222,7 @@ Result<void> RenderFromStored()
     return LinkStoredFiles();
 }
 
-/// Whether the files in force are those of a kernel that differs in IPv6.
+/// Whether IPv6 was switched on or off in the kernel since the files in force were rendered.
 bool KernelHasChanged()
 {
     std::string text;
@@ -228,11 +235,8 @@ bool KernelHasChanged()
 
 WriteScope::WriteScope()
 {
-    if (!lock_.held()) {
-        ready_ = Reason{ReasonCode::kBusy, "request lock", ""};
-    } else {
-        ready_ = FinishInterruptedSave();
-    }
+    ready_ = lock_.ready();
+    if (ready_) ready_ = FinishInterruptedSave();
 }
 
 Result<void> SaveTransaction(const settings::StoredSettings& wanted,
@@ -250,7 +254,7 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
     const generation::PendingSave save{generation::CurrentGeneration()};
     done = generation::MarkPendingSave(save);
     if (!done) return done;
-    // A save that changes nothing makes no generation, but its steps run.
+    // A save that changes no file makes no generation, but its steps still run.
     if (next.Changed("")) done = next.Commit();
     if (!done) {
         (void)Succeeded(generation::ClearPendingSave());
@@ -262,7 +266,7 @@ Result<void> SaveTransaction(const settings::StoredSettings& wanted,
 
 Result<void> FinishInterruptedSave()
 {
-    // Inside a save the mark is this process's own, or its parent's.
+    // A mark found later in this process, or by its child, is that of the save now under way.
     static bool finished = false;
     if (finished || !LockIsHeld() || LockIsInherited()) return {};
 
@@ -275,6 +279,8 @@ Result<void> FinishInterruptedSave()
 
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save->before);
+    const auto stored = settings::StoredSettings::Read();
+    if (Succeeded(stored)) ForgetClearedPassword(*stored);
     return {};
 }
 
@@ -285,7 +291,7 @@ Result<void> RenderAll()
     if (done) done = RenderFromStored();
     if (!done) return done;
 
-    // A request that runs this tool may be in the middle of a switch of the account source.
+    // A request that runs this tool as its child may be switching the account source.
     const auto stored = settings::StoredSettings::Read();
     return LockIsInherited() || !Succeeded(stored) ? done : HealAccounts(stored->Account());
 }

@@ -12,14 +12,14 @@
 
 namespace host::save {
 
-/// What every operation that changes stored state stands in.
-/// Holds the request lock and has an interrupted save finished first.
+/// The scope of every operation that changes stored state: holds the request lock, and finishes an
+/// interrupted save first.
 class WriteScope {
 public:
     WriteScope();
 
-    /// Whether anything may be written: not when the lock was not had in time or the interrupted
-    /// save could not be finished.
+    /// Success when changes are allowed; the reason when the lock was not obtained in time or the
+    /// interrupted save could not be finished.
     const Result<void>& ready() const { return ready_; }
 
 private:
@@ -27,29 +27,28 @@ private:
     Result<void> ready_;
 };
 
-/// Renders the next generation of the daemons' files from `wanted`, validates it, activates it and
-/// runs the steps. Requires the request lock. Fails when the files were refused (nothing changed)
-/// or a step failed (the previous generation is in force again). `files` replace those of the same
-/// path in the generation.
+/// Renders the next generation from `wanted`, validates it, activates it and runs the steps.
+/// `files` replace the files of the same path. Requires the request lock. Fails when the generation
+/// was refused (nothing has changed) or a step failed (the previous generation is in force again).
 Result<void> SaveTransaction(const settings::StoredSettings& wanted,
                              const std::list<Callback>& steps,
                              const std::vector<generation::ListFile>& files = {});
 
-/// Finishes or undoes the save that a killed process left behind, when this process holds the
-/// request lock; does nothing otherwise. Fails when the services cannot be brought in line.
+/// Completes or undoes the save of a killed process. Does nothing unless this process itself took
+/// the request lock. Fails when the account databases or stored files cannot be repaired.
 Result<void> FinishInterruptedSave();
 
-/// Renders all daemon files from the stored settings and stores, making the first generation where
-/// there is none (from etc/mailvane.conf if it exists, else from the defaults), and the account
-/// databases. Restarts no service.
+/// Renders all daemon files from the stored settings and lists, and heals the account databases.
+/// Where there is no generation, makes the first one from etc/mailvane.conf or, without it, the
+/// defaults. Restarts no service.
 Result<void> RenderAll();
 
-/// Renders all daemon files from the stored settings as a save that changes no setting: validated,
-/// in force afterwards, or taken back.
+/// Saves the stored settings again without a change: all files are rendered, validated and
+/// activated, or rolled back.
 Result<void> ApplyStored();
 
-/// What a machine does before its mail services start: finishes an interrupted save, and renders
-/// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
+/// Prepares a starting machine, before its mail services: finishes an interrupted save, and renders
+/// anew when the kernel has gained or lost IPv6. A server told to listen on IPv6 without it does
 /// not start.
 Result<void> RecoverAll();
 

@@ -37,14 +37,15 @@ std::list<AccessInfo> Entries(SQLite::Statement& query)
     return entries;
 }
 
-/// Clients are known by host names and addresses, senders and recipients by mail addresses.
+/// Whether a list can have names of this kind. All have domains; only the list of clients has IP
+/// addresses and networks, only the others have mail addresses.
 bool SuitsList(Type type, NameType kind)
 {
     if (kind == NAME_DOMAIN || kind == NAME_DOMAIN_TREE) return true;
     return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
 }
 
-/// What keeps an entry from the lists; null when nothing does.
+/// Why an entry cannot be stored; null when it can.
 const char* FaultOf(const AccessInfo& entry, bool nameIsGood)
 {
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such list";
@@ -56,7 +57,7 @@ const char* FaultOf(const AccessInfo& entry, bool nameIsGood)
     return suits ? nullptr : "the list does not look at names of this kind";
 }
 
-/// Runs an INSERT of one entry; the number of rows that came in.
+/// Inserts one entry; returns the number of rows added.
 int Insert(SQLite::Statement& insert, const AccessInfo& entry)
 {
     SQLite::bind(insert, static_cast<int>(entry.type), entry.name, static_cast<int>(entry.nameType),

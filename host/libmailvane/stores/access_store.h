@@ -11,36 +11,37 @@
 
 namespace host::stores {
 
-/// The script that makes the table of the access lists. Its order is the order of the lists.
+/// The SQL script that creates the table. Its primary key is also the order of the lists.
 constexpr char kAccessTable[] =
     "CREATE TABLE access (type INTEGER NOT NULL, name TEXT NOT NULL, name_type INTEGER NOT NULL, "
     "status INTEGER NOT NULL, PRIMARY KEY (type, name, name_type)) WITHOUT ROWID";
 
-/// The entry as it is stored. Refused for a type, kind, name or permission that no list can hold.
+/// The entry in stored spelling. Refused for an unknown type, kind or permission and for a bad
+/// name.
 Result<AccessInfo> MakeStored(AccessInfo entry);
 
-/// What an entry does with names of its list: text of the file format, `name permission`. A domain
-/// tree has a dot in front, so that the kind of every name shows.
+/// The entry as a line of the export format, `name permission`. A domain tree begins with a dot:
+/// `.a.example REJECT` is for a.example and all below it.
 std::string AccessLine(const AccessInfo& entry);
 
-/// The entry of a line of that format, as it is stored.
+/// Parses a line of that format; the entry has the stored spelling.
 Result<AccessInfo> ParseAccessLine(const std::string& line, Type type);
 
-/// Number of entries that match the filter's search, and the page of them. Throw SQLite::Exception,
-/// as do the operations below.
+/// The number of entries that match the filter's search, and the filter's page of them. These and
+/// the operations below throw SQLite::Exception.
 int CountAccess(SQLite::Database& store, const Filter& filter);
 std::list<AccessInfo> PageOfAccess(SQLite::Database& store, const Filter& filter);
 
-/// All entries of one list, in order.
+/// All entries of one list, in stored order.
 std::list<AccessInfo> ReadAccess(SQLite::Database& store, Type type);
 
-/// Adds a stored entry. Refused when there is one of that name.
+/// Adds an entry in stored spelling. Refused when its list has the name already.
 Result<void> InsertAccess(SQLite::Database& store, const AccessInfo& entry);
 
-/// Add a stored entry or give the one of that name its permission.
+/// Adds entries in stored spelling; a name that is there already gets the new permission.
 void MergeAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);
 
-/// Removes entries, all in one transaction; names may be in any spelling.
+/// Removes entries in one transaction; names may be in any spelling.
 void RemoveAccess(SQLite::Database& store, const std::list<AccessInfo>& entries);
 
 }  // namespace host::stores

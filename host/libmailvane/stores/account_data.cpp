@@ -1,10 +1,9 @@
-// The data that the mail server keeps per account combination. Reads and writes etc/alias.db,
-// etc/mailvane.db, the key always_bcc of etc/mailvane.conf and target/etc/alias_bkp/.
+// The data kept per account combination. Reads and writes etc/alias.db, etc/mailvane.db, the key
+// always_bcc of etc/mailvane.conf and target/etc/alias_bkp/ (the parked files).
 //
-// A switch of the program moves each live file to the parked name of the old combination, then the
-// file parked under the new one, if any, to the live name; it stores the new combination last. So a
-// parked always-BCC file of the stored combination means that a switch away from it began and did
-// not end, and that the value in it is the true one.
+// A switch to another combination parks each file in force, brings back the file parked under the
+// new combination, and stores the new combination last. So an always_bcc address parked under the
+// stored combination shows a switch that did not end; that address is the valid one.
 #include "host/libmailvane/stores/account_data.h"
 
 #include <sys/stat.h>
@@ -40,8 +39,7 @@ std::string ParkedPath(const settings::AccountCombination& combination, const ch
     return ParkingFolder() + "/" + combination.type + "_" + combination.domain + suffix;
 }
 
-/// Whether the combination can be part of a file name: a name that leads elsewhere never becomes a
-/// path.
+/// Whether type and domain are safe in a file name: no "/", ".." or control characters.
 bool CanBeParked(const settings::AccountCombination& combination)
 {
     const std::string name = combination.type + "_" + combination.domain;
@@ -50,14 +48,21 @@ bool CanBeParked(const settings::AccountCombination& combination)
     return plain && name.find("..") == std::string::npos;
 }
 
-/// Whether a journal with something in it lies beside a database.
+Reason UnsafeDomain(const settings::AccountCombination& combination)
+{
+    return {ReasonCode::kRefused, "acc_domain_name",
+            "the account domain " + combination.domain + " cannot be part of a file name"};
+}
+
+/// Whether a database has a journal that is not empty.
 bool HasJournal(const std::string& database)
 {
     struct stat status {};
     return ::stat((database + "-journal").c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// Moves a live database to the parked name of its combination. What lies there already is kept.
+/// Moves a database in force to the parked name of its combination; a file already there is set
+/// aside.
 Result<void> Park(const AccountStore& store, const settings::AccountCombination& owner)
 {
     const std::string live = PackagePath(store.live);
@@ -73,29 +78,32 @@ Result<void> Park(const AccountStore& store, const settings::AccountCombination&
     return free ? system::MoveDurably(live, parked) : free;
 }
 
-/// Takes away a live database that is not one of the `stored` combination.
+/// Parks or sets aside a database in force that does not belong to the `stored` combination.
 Result<void> ClearLive(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string live = PackagePath(store.live);
-    // A journal without its database would be rolled back into the next one of that name.
+    // A journal without its database is moved away: SQLite would apply it to the next file of that
+    // name.
     if (!system::NameExists(live)) {
         if (!HasJournal(live)) return {};
         return system::KeepAside(live, "is missing and left a journal");
     }
 
-    const std::optional<settings::AccountCombination> owner = RecordedCombination(live);
-    if (owner == stored) return {};
-    if (!owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
-    return Park(store, *owner);
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(live);
+    if (!owner) return owner.reason();
+    if (*owner == stored) return {};
+    if (!*owner) return system::KeepAside(live, "is damaged or belongs to no account domain");
+    return Park(store, **owner);
 }
 
-/// Brings back the parked database of the `stored` combination, if there is a usable one.
+/// Brings back the database parked under the `stored` combination, if it is usable.
 Result<void> Unpark(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string parked = ParkedPath(stored, store.parkedSuffix);
     if (!system::NameExists(parked)) return {};
-    if (RecordedCombination(parked) == stored)
-        return system::MoveDurably(parked, PackagePath(store.live));
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(parked);
+    if (!owner) return owner.reason();
+    if (*owner == stored) return system::MoveDurably(parked, PackagePath(store.live));
     return system::KeepAside(parked, "is damaged or not what its name says");
 }
 
@@ -113,11 +121,10 @@ Result<void> HealStore(const AccountStore& store, const settings::AccountCombina
             done = CreateAccountDatabase(live, store.schema, stored);
         }
     }
-    if (done && !CarriesStamp(live, stored)) Stamp(live, store.schema, stored);
-    return done;
+    return done && !CarriesStamp(live, stored) ? Stamp(live, store.schema, stored) : done;
 }
 
-/// The settings file as it is; an empty one when there is none yet.
+/// Reads the settings file; empty when there is none.
 std::optional<KeyValueFile> ReadSettings(const std::string& path)
 {
     std::optional<KeyValueFile> settings = KeyValueFile::Read(path);
@@ -176,10 +183,7 @@ Result<void> HealAccountData(const settings::AccountCombination& stored, bool& e
         return Reason{ReasonCode::kBusy, "request lock",
                       "account data cannot be healed without the lock"};
     }
-    if (!CanBeParked(stored)) {
-        return Reason{ReasonCode::kRefused, "acc_domain_name",
-                      "the account domain " + stored.domain + " cannot be part of a file name"};
-    }
+    if (!CanBeParked(stored)) return UnsafeDomain(stored);
     return system::Attempt("healing account data", [&] { return HealAll(stored, exchanged); });
 }
 
@@ -194,8 +198,8 @@ Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
                            const std::string& address)
 {
     KeyValueFile parked = KeyValueFile::Parse("");
-    if (CanBeParked(combination) && MakeDirectories(ParkingFolder(), 0755) &&
-        parked.Set(kAlwaysBccKey, address) &&
+    if (!CanBeParked(combination)) return UnsafeDomain(combination);
+    if (MakeDirectories(ParkingFolder(), 0755) && parked.Set(kAlwaysBccKey, address) &&
         parked.Write(ParkedPath(combination, kAlwaysBccSuffix), 0600)) {
         return {};
     }
@@ -204,7 +208,7 @@ Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
 
 Result<void> ForgetParkedAlwaysBcc(const settings::AccountCombination& stored)
 {
-    if (!CanBeParked(stored)) return Reason{ReasonCode::kRefused, "acc_domain_name", ""};
+    if (!CanBeParked(stored)) return UnsafeDomain(stored);
     return system::RemoveDurably(ParkedPath(stored, kAlwaysBccSuffix));
 }
 

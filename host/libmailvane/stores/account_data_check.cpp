@@ -8,6 +8,7 @@
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/bcc_store.h"
 #include "host/libmailvane/stores/black_white_store.h"
+#include "host/libmailvane/system/durable_move.h"
 
 namespace host::stores {
 namespace {
@@ -92,9 +93,13 @@ Result<void> CheckLists(SQLite::Database& store)
 Result<void> CheckAccountDatabase(AccountDatabase which, const std::string& path)
 {
     const system::Schema& schema = StoreOf(which).schema;
-    std::optional<SQLite::Database> database = system::OpenForReading(path, schema);
-    if (!database) return Reason{ReasonCode::kMissing, path, path + " is missing"};
-    if (!system::IsMadeBy(*database, schema)) return Altered(path);
+    if (!system::NameExists(path)) return Reason{ReasonCode::kMissing, path, path + " is missing"};
+    auto database = system::OpenForReading(path, schema);
+    if (!database) return std::move(database).reason();
+
+    const Result<bool> isOriginal = system::IsMadeBy(*database, schema);
+    if (!isOriginal) return isOriginal.reason();
+    if (!*isOriginal) return Altered(path);
     return which == AccountDatabase::kAlias ? CheckAliases(*database) : CheckLists(*database);
 }
 

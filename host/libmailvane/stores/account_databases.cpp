@@ -1,5 +1,4 @@
-// The two databases that the mail server keeps per account combination: etc/alias.db and
-// etc/mailvane.db.
+// The two databases kept per account combination: etc/alias.db and etc/mailvane.db.
 #include "host/libmailvane/stores/account_databases.h"
 
 #include "host/libhaldcore/paths.h"
@@ -14,7 +13,7 @@
 namespace host::stores {
 namespace {
 
-// Features add their tables as further scripts.
+// A new table is added as a further script.
 constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
                                             kSenderQuotaTable, kBlackWhiteTable};
@@ -30,7 +29,7 @@ const AccountStore& StoreOf(AccountDatabase which)
     return which == AccountDatabase::kAlias ? kAlias : kMailvane;
 }
 
-std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
+Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
     return system::OpenForReading(PackagePath(store.live), store.schema);

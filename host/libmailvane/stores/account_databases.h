@@ -1,7 +1,5 @@
-// The two databases that the mail server keeps per account combination.
+// The two databases kept per account combination.
 #pragma once
-
-#include <optional>
 
 #include "host/libmailvane/system/database.h"
 
@@ -9,24 +7,23 @@ namespace host::stores {
 
 enum class AccountDatabase {
     kAlias,    ///< etc/alias.db: aliases and their members
-    kMailvane  ///< etc/mailvane.db: access, blind copies, black and white list, sender quota
+    kMailvane  ///< etc/mailvane.db: access, bcc, black and white list, sender quota
 };
 
-/// Where a database lies and what it looks like.
+/// Path and schema of an account database.
 struct AccountStore {
-    const char* live;          ///< relative to the package
-    const char* parkedSuffix;  ///< of its name among the parked files
+    const char* live;          ///< path in force, relative to the package
+    const char* parkedSuffix;  ///< end of the name of a parked file
     system::Schema schema;
 };
 
 const AccountStore& StoreOf(AccountDatabase which);
 
-/// Opens an account database for reading; nothing when there is none, which is an empty one to the
-/// caller. Throws as `OpenForReading`.
-std::optional<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
+/// Opens an account database for reading; an empty one when there is none.
+Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
-/// Opens an account database for changes. It must be there: callers heal the account data first, so
-/// that a new one records its combination. Throws as `OpenForChange`.
+/// Opens an account database for changes. It must exist: callers heal first, which creates it with
+/// its combination recorded.
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
 
 }  // namespace host::stores

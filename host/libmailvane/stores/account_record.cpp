@@ -1,4 +1,4 @@
-// Which account combination a database belongs to.
+// The account combination that a database belongs to.
 #include "host/libmailvane/stores/account_record.h"
 
 #include <fcntl.h>
@@ -15,10 +15,10 @@
 namespace host::stores {
 namespace {
 
-/// Where SQLite keeps the application id: four bytes, the highest first.
+/// Offset of SQLite's application id in the file: four bytes, big-endian.
 constexpr off_t kStampOffset = 68;
 
-/// The hash of type, a zero byte and domain; never 0, which is what an unstamped database carries.
+/// A hash of type, a zero byte and domain. Never 0, the value in a database without a stamp.
 uint32_t StampOf(const settings::AccountCombination& combination)
 {
     const std::uint32_t hash = Fnv32(combination.type + '\0' + combination.domain);
@@ -62,14 +62,16 @@ bool CarriesStamp(const std::string& path, const settings::AccountCombination& c
     return stamp == StampOf(combination);
 }
 
-std::optional<settings::AccountCombination> RecordedCombination(const std::string& path)
+Result<std::optional<settings::AccountCombination>> RecordedCombination(const std::string& path)
 {
+    const std::optional<settings::AccountCombination> none;
+    auto database = system::OpenAsItIs(path);
+    if (!database) return std::move(database).reason();
     try {
-        std::optional<SQLite::Database> database = system::OpenAsItIs(path);
-        return database ? ReadRecord(*database) : std::nullopt;
+        return *database ? ReadRecord(**database) : none;
     } catch (const SQLite::Exception& failure) {
-        if (!MeansUnusable(failure)) throw;
-        return std::nullopt;
+        if (MeansUnusable(failure)) return none;
+        return system::ReasonOf(failure, path);
     }
 }
 
@@ -82,8 +84,9 @@ Result<void> CreateAccountDatabase(const std::string& path, const system::Schema
         if (!removed) return removed;
     }
     {
-        SQLite::Database database = system::OpenForChange(unfinished, schema);
-        SQLite::Statement insert(database, "INSERT INTO account (type, domain) VALUES (?, ?)");
+        Result<SQLite::Database> database = system::OpenForChange(unfinished, schema);
+        if (!database) return std::move(database).reason();
+        SQLite::Statement insert(*database, "INSERT INTO account (type, domain) VALUES (?, ?)");
         insert.bind(1, combination.type);
         insert.bind(2, combination.domain);
         insert.exec();
@@ -91,11 +94,14 @@ Result<void> CreateAccountDatabase(const std::string& path, const system::Schema
     return system::MoveDurably(unfinished, path);
 }
 
-void Stamp(const std::string& path, const system::Schema& schema,
-           const settings::AccountCombination& combination)
+Result<void> Stamp(const std::string& path, const system::Schema& schema,
+                   const settings::AccountCombination& combination)
 {
     const auto stamp = static_cast<int32_t>(StampOf(combination));
-    system::OpenForChange(path, schema).exec("PRAGMA application_id = " + std::to_string(stamp));
+    Result<SQLite::Database> database = system::OpenForChange(path, schema);
+    if (!database) return std::move(database).reason();
+    database->exec("PRAGMA application_id = " + std::to_string(stamp));
+    return {};
 }
 
 }  // namespace host::stores

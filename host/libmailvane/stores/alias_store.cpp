@@ -6,6 +6,9 @@
 namespace host::stores {
 namespace {
 
+const char kWhat[] = "aliases";
+const char kPrefix[] = "aliases: ";
+
 void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
 {
     SQLite::Statement alias(database, "DELETE FROM alias WHERE id = ?");
@@ -46,7 +49,7 @@ void Add(SQLite::Database& database, const std::vector<AliasEntry>& entries)
     }
 }
 
-/// Fills in the members of aliases, which stand in the order of their numbers.
+/// Reads the members of the aliases; both are sorted by the alias's id.
 void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 {
     SQLite::Statement members(database,
@@ -66,12 +69,6 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 
 }  // namespace
 
-AliasEntries ReadAliases()
-{
-    std::optional<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
-    return database ? AliasesIn(*database) : AliasEntries();
-}
-
 AliasEntries AliasesIn(SQLite::Database& database)
 {
     AliasEntries entries;
@@ -84,16 +81,24 @@ AliasEntries AliasesIn(SQLite::Database& database)
     return entries;
 }
 
+Result<AliasEntries> ReadAliases()
+{
+    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
+    if (!database) return std::move(database).reason();
+    return system::Attempt(kWhat, [&database] { return AliasesIn(*database); });
+}
+
 Result<void> ChangeAliases(const AliasChange& change)
 {
-    Result<SQLite::Database> database = ChangeAccountDatabase(AccountDatabase::kAlias);
+    auto database = ChangeAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
     if (!database) return std::move(database).reason();
 
-    SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
-    Remove(*database, change.removed);
-    Add(*database, change.added);
-    transaction.commit();
-    return {};
+    return system::Attempt(kWhat, [&] {
+        SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
+        Remove(*database, change.removed);
+        Add(*database, change.added);
+        transaction.commit();
+    });
 }
 
 }  // namespace host::stores

@@ -7,20 +7,19 @@
 
 namespace host::stores {
 
-/// The script that makes the tables. The mail server's names do not differ by case.
+/// The SQL script that creates the tables. Names are compared without case, as Postfix does.
 constexpr char kAliasTables[] =
     "CREATE TABLE alias (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE COLLATE NOCASE);"
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases in order; none when there is no database. Throws as `ReadAccountDatabase`.
-AliasEntries ReadAliases();
+/// All aliases in order; none when there is no database.
+Result<AliasEntries> ReadAliases();
 
-/// The same of an open database.
+/// All aliases of an open database in order. Throws SQLite::Exception.
 AliasEntries AliasesIn(SQLite::Database& database);
 
-/// Makes a change in one transaction; nothing has changed after a failure. Throws as
-/// `ChangeAccountDatabase`.
+/// Stores a change in one transaction; after a failure nothing has changed.
 Result<void> ChangeAliases(const AliasChange& change);
 
 }  // namespace host::stores

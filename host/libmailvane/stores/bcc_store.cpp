@@ -1,4 +1,4 @@
-// The rules of blind copies in etc/mailvane.db, table `bcc`.
+// The rules of blind carbon copies in etc/mailvane.db, table `bcc`.
 #include "host/libmailvane/stores/bcc_store.h"
 
 #include <SQLiteCpp/VariadicBind.h>
@@ -37,7 +37,7 @@ bool IsRuleName(const std::string& name)
     return names::IsNameOfKind(NAME_DOMAIN, name.substr(1));
 }
 
-/// Runs an INSERT of one rule; the number of rows that came in.
+/// Inserts one rule; returns the number of rows added.
 int Insert(SQLite::Statement& insert, const BccInfo& rule)
 {
     SQLite::bind(insert, static_cast<int>(rule.type), rule.name, rule.bccTo);

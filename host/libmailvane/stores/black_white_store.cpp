@@ -48,7 +48,7 @@ void BindFilter(SQLite::Statement& query, const BlackWhiteFilter& filter)
     query.bind(":pattern", names::LikeAnywhere(filter.searchKey));
 }
 
-/// The list that the name of the entry stands on; -1 for none.
+/// The list (black or white) that has the name of the entry; -1 for none.
 int ListOfStored(SQLite::Statement& find, const BlackWhite& entry)
 {
     find.reset();
@@ -65,12 +65,12 @@ Result<void> MayStand(int stored, const BlackWhite& entry, bool again)
                   "'" + entry.name + "' stands on the " + list + " list already"};
 }
 
-/// What keeps an entry from the lists; null when nothing does.
+/// Why an entry cannot be stored; null when it can.
 const char* FaultOf(const BlackWhite& entry, bool nameIsGood)
 {
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such type";
     if (!nameIsGood) return "the name is none of its kind";
-    // Clients are known by their addresses, senders and recipients by mail addresses.
+    // Clients have IP addresses or networks, senders and recipients mail addresses or domains.
     const bool suits = IsIp(entry) == (entry.type == TYPE_CLIENT);
     return suits ? nullptr : "the type does not go with a name of this kind";
 }

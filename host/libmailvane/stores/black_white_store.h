@@ -11,42 +11,41 @@
 
 namespace host::stores {
 
-/// The script that makes the table of both lists: a name stands on one of them. Its order is the
-/// order of the lists.
+/// The SQL script that creates the table of both lists. A name can be on one of them only. The
+/// primary key is also the order of the lists.
 constexpr char kBlackWhiteTable[] =
     "CREATE TABLE black_white (type INTEGER NOT NULL, name TEXT NOT NULL, "
     "name_type INTEGER NOT NULL, black_white INTEGER NOT NULL, "
     "PRIMARY KEY (type, name, name_type)) WITHOUT ROWID";
 
-/// The list that a number selects.
+/// The list selected by a number: the white list unless it is BLACK_LIST.
 BlackWhiteType ListOf(int blackWhite);
 
-/// The entry as it is stored. Refused for a type, kind or name that no list can hold.
+/// The entry in stored spelling. Refused for an unknown type or kind and for a bad name.
 Result<BlackWhite> MakeStored(BlackWhite entry);
 
-/// A line of the file format: `sender`, `recipient` or `client`, and the name. A domain tree has a
-/// dot in front, so that the kind of every name shows.
+/// The entry as a line of the export format: `sender`, `recipient` or `client`, and the name. A
+/// domain tree begins with a dot: `sender .a.example`.
 std::string BlackWhiteLine(const BlackWhite& entry);
 
-/// The entry of a line of that format for `list`, as it is stored. Refused when it is not two
-/// words, the first one of the three. A name alone is a sender, or a client if it is an IP address
-/// or network.
+/// Parses a line of that format as an entry of `list`, in stored spelling. A name alone is a client
+/// when it is an IP address or network, else a sender. Any other line is refused.
 Result<BlackWhite> ParseBlackWhiteLine(const std::string& line, BlackWhiteType list);
 
-/// Number of entries that match the filter, whatever the page, and the page of them. Throw
-/// SQLite::Exception, as do the operations below.
+/// The number of entries that match the filter's search, and the filter's page of them. These and
+/// the operations below throw SQLite::Exception.
 int CountBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter);
 std::list<BlackWhite> PageOfBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter);
 
-/// All entries of one type, of both lists, in order.
+/// All entries of one type from both lists, in stored order.
 std::list<BlackWhite> ReadBlackWhite(SQLite::Database& store, int type);
 
-/// Adds stored entries, all or none. Refused when one of them stands on the other list, or, unless
-/// `again` allows it, on its own.
+/// Adds entries in stored spelling, all or none. Refused when a name is on the other list, or on
+/// the same list unless `again` allows that.
 Result<void> InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries,
                               bool again);
 
-/// Removes entries, all in one transaction; names may be in any spelling.
+/// Removes entries in one transaction; names may be in any spelling.
 void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries);
 
 }  // namespace host::stores

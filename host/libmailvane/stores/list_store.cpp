@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "host/libmailvane/names/list_text.h"
-#include "host/libmailvane/stores/account_databases.h"
 
 namespace host::stores {
 namespace {
@@ -42,14 +41,9 @@ void Search::Bind(SQLite::Statement& query) const
 
 void BindPage(SQLite::Statement& query, const Filter& filter)
 {
-    // SQLite itself takes a negative limit for none at all.
+    // For SQLite a negative limit means no limit; here it means no entries.
     query.bind(":limit", std::max(filter.limit, 0));
     query.bind(":start", std::max(filter.start, 0));
-}
-
-std::optional<SQLite::Database> OpenListStore()
-{
-    return ReadAccountDatabase(AccountDatabase::kMailvane);
 }
 
 }  // namespace host::stores

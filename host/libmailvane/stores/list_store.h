@@ -3,22 +3,22 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/filter.h"
 
 namespace host::stores {
 
-/// A field that a search can look at: its name in a request, and the SQL expression of its text.
+/// A field that can be searched: its name in a request, and the SQL expression for its text.
 struct SearchField {
     const char* name;
     const char* expression;
 };
 
-/// The search of a filter as SQL. A search in a field that the list does not have finds nothing.
+/// The search of a filter as SQL. A search in a field that the list lacks finds nothing.
 class Search {
 public:
     Search(const Filter& filter, const std::vector<SearchField>& fields);
@@ -26,7 +26,7 @@ public:
     /// The condition for a WHERE clause.
     const std::string& condition() const { return condition_; }
 
-    /// Fills in the condition's parameter.
+    /// Binds the parameter of the condition.
     void Bind(SQLite::Statement& query) const;
 
 private:
@@ -34,13 +34,20 @@ private:
     std::string pattern_;  ///< empty when the condition has no parameter
 };
 
-/// The end of a query for one page, with the parameters :limit and :start.
+/// The end of a query for one page; its parameters are :limit and :start.
 constexpr char kOnePage[] = " LIMIT :limit OFFSET :start";
 
-/// Fills in the page of a filter; a negative start is the first entry, a negative limit none.
+/// Binds the filter's page. A negative start means 0, a negative limit no entries.
 void BindPage(SQLite::Statement& query, const Filter& filter);
 
-/// The store of the lists for reading; nothing when there is none. Throws SQLite::Exception.
-std::optional<SQLite::Database> OpenListStore();
+/// Runs a query on the store of the lists. `what` is the name of the lists.
+template <typename Query>
+auto ReadLists(const char* what, Query query)
+{
+    auto store = ReadAccountDatabase(AccountDatabase::kMailvane).Prefixed(std::string(what) + ": ");
+    const auto run = [&query, &store] { return query(*store); };
+    using Answer = decltype(system::Attempt(what, run));
+    return store ? system::Attempt(what, run) : Answer(std::move(store).reason());
+}
 
 }  // namespace host::stores

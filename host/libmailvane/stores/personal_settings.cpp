@@ -7,10 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
-#include <stdexcept>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
@@ -28,8 +26,12 @@ std::string FileOf(const system::MailAccount& account)
     return PackagePath(std::string(kFolder) + '/' + account.name + ".json");
 }
 
-/// The text with blanks for control characters but those in `kept`, and without carriage returns
-/// of line ends.
+std::string Title(const system::MailAccount& account)
+{
+    return "personal settings of " + account.name;
+}
+
+/// The text with control characters replaced by blanks, except those in `kept`; CR LF becomes LF.
 std::string WithoutControls(std::string text, const char* kept)
 {
     const std::string keep = kept;
@@ -91,27 +93,36 @@ PersonalSettings ToSettings(const Json::Value& json)
     return settings;
 }
 
-/// Throws std::exception for a text that is no JSON.
-Json::Value Parse(const std::string& text)
+/// Settings as stored, and the id of the user they belong to.
+struct StoredPersonal {
+    std::uint64_t uid;
+    PersonalSettings settings;
+};
+
+Result<StoredPersonal> Parse(const std::string& text, const std::string& about)
 {
     Json::Value json;
     std::string errors;
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     if (!reader->parse(text.data(), text.data() + text.size(), &json, &errors)) {
-        throw std::runtime_error("it is not JSON");
+        return Reason{ReasonCode::kDamaged, about, "it is not JSON"};
     }
-    return json;
+    try {
+        const Json::Value& stored = json;
+        return StoredPersonal{stored["uid"].asUInt64(), ToSettings(stored)};
+    } catch (const Json::Exception& failure) {  // a member of another kind
+        return Reason{ReasonCode::kDamaged, about, failure.what()};
+    }
 }
 
 }  // namespace
 
-std::optional<Reply> StorableReply(const std::string& subject, const std::string& message)
+Result<Reply> StorableReply(const std::string& subject, const std::string& message)
 {
-    const Reply reply{std::string(Trim(WithoutControls(subject, ""))),
-                      WithoutControls(message, "\n\t")};
+    Reply reply{std::string(Trim(WithoutControls(subject, ""))), WithoutControls(message, "\n\t")};
     if (reply.subject.size() > kLongestSubject || reply.message.size() > kLongestMessage ||
         !names::IsPlainText(reply.subject + WithoutControls(reply.message, ""))) {
-        return std::nullopt;
+        return Reason{ReasonCode::kRefused, "reply", "the reply is too long or no text in UTF-8"};
     }
     return reply;
 }
@@ -125,47 +136,37 @@ SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& send
     return entry == settings.senderReplies.end() ? nullptr : &*entry;
 }
 
-std::optional<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account)
+Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account)
 {
     std::string text;
     if (!ReadFile(FileOf(account), text)) {
         if (errno == ENOENT) return PersonalSettings();
-        Log(LOG_ERR, "personal settings of %s: %s", account.name.c_str(), ErrnoText());
-        return std::nullopt;
+        return SystemReason(account.name, Title(account));
     }
+    auto stored = Parse(text, account.name).Prefixed(Title(account) + ": ");
+    if (!stored) return std::move(stored).reason();
 
-    try {
-        const Json::Value stored = Parse(text);
-        // When the name has gone to another account since, those of the old one are not its own.
-        if (stored["uid"].asUInt64() != account.uid) return PersonalSettings();
-        return ToSettings(stored);
-    } catch (const std::exception& failure) {
-        Log(LOG_ERR, "personal settings of %s: %s", account.name.c_str(), failure.what());
-        return std::nullopt;
-    }
+    // Settings of another user id are ignored: the name was reused for a new account.
+    if (stored->uid != account.uid) return PersonalSettings();
+    return std::move(stored->settings);
 }
 
 Result<PersonalSettings> ParsePersonalSettings(const std::string& text)
 {
-    try {
-        const Json::Value stored = Parse(text);
-        (void)stored["uid"].asUInt64();
-        return ToSettings(stored);
-    } catch (const std::exception& failure) {
-        return Reason{ReasonCode::kDamaged, "personal settings", failure.what()};
-    }
+    auto stored = Parse(text, "personal settings");
+    if (!stored) return std::move(stored).reason();
+    return std::move(stored->settings);
 }
 
-bool WritePersonalSettings(const system::MailAccount& account, const PersonalSettings& settings)
+Result<void> WritePersonalSettings(const system::MailAccount& account,
+                                   const PersonalSettings& settings)
 {
     const std::string text =
         Json::writeString(Json::StreamWriterBuilder(), ToJson(settings, account)) + '\n';
     if (MakeDirectories(PackagePath(kFolder), 0700) && ReplaceFile(FileOf(account), text, 0600)) {
-        return true;
+        return {};
     }
-
-    Log(LOG_ERR, "personal settings of %s: %s", account.name.c_str(), ErrnoText());
-    return false;
+    return SystemReason(account.name, Title(account));
 }
 
 }  // namespace host::stores

@@ -3,7 +3,7 @@
 
 namespace host::stores {
 
-/// The script that makes it. Logins differ in more than the case of letters.
+/// The SQL script that creates the table. Logins are compared without case.
 constexpr char kSenderQuotaTable[] =
     "CREATE TABLE sender_quota (login TEXT PRIMARY KEY COLLATE NOCASE, quota INTEGER NOT NULL) "
     "WITHOUT ROWID";

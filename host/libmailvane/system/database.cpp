@@ -1,11 +1,9 @@
-// SQLite stores of the service library.
+// SQLite databases of the library.
 #include "host/libmailvane/system/database.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
-
-#include <stdexcept>
 
 #include "host/libmailvane/system/durable_move.h"
 
@@ -19,15 +17,15 @@ int StoredVersion(SQLite::Database& database)
     return database.execAndGet("PRAGMA user_version").getInt();
 }
 
-/// Makes an empty store that nobody else can read; SQLite gives its journals the same mode.
+/// Creates an empty file with mode 0600. SQLite gives its journals the same mode.
 void CreateIfMissing(const std::string& path)
 {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor >= 0) ::close(descriptor);
 }
 
-/// Runs the scripts that are missing, all or none. The version is read again under the lock, since
-/// another process may have done the same meanwhile.
+/// Runs the missing scripts, all or none. Reads the version again inside the transaction: another
+/// process may have run them since.
 void Migrate(SQLite::Database& database, const Schema& schema)
 {
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
@@ -41,15 +39,27 @@ void Migrate(SQLite::Database& database, const Schema& schema)
     transaction.commit();
 }
 
-/// Whether the store has to be brought up to date.
-bool IsOlder(SQLite::Database& database, const Schema& schema)
+/// Whether the store is of an older version.
+Result<bool> IsOlder(SQLite::Database& database, const Schema& schema)
 {
     const int version = StoredVersion(database);
-    if (version > schema.version) {
-        throw std::runtime_error(database.getFilename() + " has the unknown version " +
-                                 std::to_string(version));
-    }
-    return version < schema.version;
+    if (version <= schema.version) return version < schema.version;
+    return Reason{ReasonCode::kDamaged, database.getFilename(),
+                  database.getFilename() + " has the unknown version " + std::to_string(version)};
+}
+
+void AllowNoChange(SQLite::Database& database)
+{
+    database.exec("PRAGMA query_only = 1");
+}
+
+Result<SQLite::Database> EmptyStore(const Schema& schema)
+{
+    SQLite::Database database(":memory:", SQLite::OPEN_READWRITE);
+    Result<void> done = BringUpToDate(database, schema);
+    if (!done) return std::move(done).reason();
+    AllowNoChange(database);
+    return database;
 }
 
 /// The scripts of all tables, indexes, views and triggers.
@@ -98,50 +108,63 @@ void DistrustSchema(SQLite::Database& database)
     database.exec("PRAGMA trusted_schema = OFF");
 }
 
-void BringUpToDate(SQLite::Database& database, const Schema& schema)
+Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema)
 {
-    if (IsOlder(database, schema)) Migrate(database, schema);
+    const Result<bool> older = IsOlder(database, schema);
+    if (!older) return older.reason();
+    if (*older) Migrate(database, schema);
+    return {};
 }
 
-bool IsMadeBy(SQLite::Database& database, const Schema& schema)
+Result<bool> IsMadeBy(SQLite::Database& database, const Schema& schema)
 {
-    SQLite::Database model(":memory:", SQLite::OPEN_READWRITE);
-    BringUpToDate(model, schema);
-    return TablesOf(database) == TablesOf(model);
+    auto model = EmptyStore(schema);
+    if (!model) return std::move(model).reason();
+    return TablesOf(database) == TablesOf(*model);
 }
 
-SQLite::Database OpenForChange(const std::string& path, const Schema& schema)
+Result<SQLite::Database> OpenForChange(const std::string& path, const Schema& schema)
 {
     CreateIfMissing(path);
-    SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
-    DistrustSchema(database);
-    database.exec("PRAGMA journal_mode = DELETE");
-    BringUpToDate(database, schema);
-    return database;
-}
-
-std::optional<SQLite::Database> OpenForReading(const std::string& path, const Schema& schema)
-{
-    std::optional<SQLite::Database> database = OpenAsItIs(path);
-    if (!database || !IsOlder(*database, schema)) return database;
-
-    database.reset();
-    (void)OpenForChange(path, schema);
-    return OpenAsItIs(path);
-}
-
-std::optional<SQLite::Database> OpenAsItIs(const std::string& path)
-{
-    try {
-        // Not opened read-only: SQLite could not roll back a killed writer's journal then.
+    return Attempt(path, [&]() -> Result<SQLite::Database> {
         SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
         DistrustSchema(database);
-        database.exec("PRAGMA query_only = 1");
+        database.exec("PRAGMA journal_mode = DELETE");
+        Result<void> done = BringUpToDate(database, schema);
+        if (!done) return std::move(done).reason();
         return database;
-    } catch (const SQLite::Exception&) {
-        if (!NameExists(path)) return std::nullopt;
-        throw;
-    }
+    });
+}
+
+Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& schema)
+{
+    return Attempt(path, [&]() -> Result<SQLite::Database> {
+        {
+            auto found = OpenAsItIs(path);
+            if (!found) return std::move(found).reason();
+            if (!*found) return EmptyStore(schema);
+
+            const Result<bool> older = IsOlder(**found, schema);
+            if (!older) return older.reason();
+            if (!*older) return std::move(**found);
+        }
+        Result<SQLite::Database> current = OpenForChange(path, schema);
+        if (current) AllowNoChange(*current);
+        return current;
+    });
+}
+
+Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path)
+{
+    // Not opened read-only, since SQLite could not roll back the journal of a killed writer then.
+    auto opened = Attempt(path, [&path]() -> std::optional<SQLite::Database> {
+        SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        DistrustSchema(database);
+        AllowNoChange(database);
+        return database;
+    });
+    if (!opened && !NameExists(path)) return std::optional<SQLite::Database>();
+    return opened;
 }
 
 }  // namespace host::system

@@ -1,4 +1,4 @@
-// The account of one mail user. Asks the account databases and looks at the home directory.
+// The account of one mail user. Reads the account databases and checks the home directory.
 #include "host/libmailvane/system/mail_account.h"
 
 #include "host/libhaldsdk/account_lookup.h"
@@ -12,35 +12,50 @@ namespace {
 constexpr std::string::size_type kLongestName = 200;
 constexpr std::chrono::seconds kHomeLimit{5};
 
-/// A name that can be part of a path.
+/// Whether a name is safe as part of a path.
 bool IsAccountName(const std::string& name)
 {
     return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
            name.find('/') == std::string::npos && names::IsPlainText(name);
 }
 
-/// Looked at with the user's own rights: nobody but the user answers for what is mounted there.
-bool OwnsHome(const MailAccount& account)
+/// Whether the home directory belongs to the user. Checked with the user's rights, since the user
+/// can mount file systems there that hang or refuse root.
+Result<void> CheckHome(const MailAccount& account)
 {
-    return !account.home.empty() && account.home.front() == '/' &&
-           RunAsUser(account, "home", kHomeLimit, [](int) { return true; });
+    if (account.home.empty() || account.home.front() != '/') {
+        return Reason{ReasonCode::kUnreadable, account.name, "home of " + account.name + ": none"};
+    }
+    Result<void> had = RunAsUser(account, "home", kHomeLimit, [](int) { return Result<void>(); });
+    if (had) return had;
+    return Reason{ReasonCode::kUnreadable, account.name, std::move(had).reason().text};
+}
+
+Reason NoMailUser(const std::string& name)
+{
+    return {ReasonCode::kMissing, name, "there is no mail user '" + name + "'"};
 }
 
 }  // namespace
 
-std::string FindMailAccount(const std::string& user, MailAccount& account)
+Result<MailAccount> FindMailAccount(const std::string& user)
 {
-    if (!IsAccountName(user)) return "no_such_user";
+    if (!IsAccountName(user)) return NoMailUser(user.substr(0, kLongestName));
 
     User found;
     const Lookup lookup = FindUser(user, found);
-    if (lookup == Lookup::kFailed) return "accounts_unavailable";
+    if (lookup == Lookup::kFailed) {
+        return Reason{ReasonCode::kDaemonIsDown, "account source",
+                      "the account of '" + user + "' cannot be looked up"};
+    }
     if (lookup == Lookup::kAbsent || !IsMailUser(found) || !IsAccountName(found.name)) {
-        return "no_such_user";
+        return NoMailUser(user);
     }
 
-    account = {found.name, found.uid, found.gid, found.home};
-    return OwnsHome(account) ? "" : "no_user_home";
+    MailAccount account{found.name, found.uid, found.gid, found.home};
+    Result<void> home = CheckHome(account);
+    if (!home) return std::move(home).reason();
+    return account;
 }
 
 }  // namespace host::system

@@ -1,12 +1,14 @@
-// Commands that are run under a user other than root.
+// Commands that run as a user other than root.
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host::system {
 
-/// The command as it is run under `user` and its groups alone, with a fresh environment.
-std::vector<std::string> AsUser(const std::string& user, const std::vector<std::string>& command);
+/// The command line that runs `command` as `user`, with only that user's groups and a fresh
+/// environment.
+std::vector<std::string> AsUser(std::string_view user, const std::vector<std::string>& command);
 
 }  // namespace host::system

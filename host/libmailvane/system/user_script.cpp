@@ -1,5 +1,5 @@
-// The package's filter script in a user's home: ~/.mailvane.sieve. Everything in the home happens
-// in a child with the rights of the user.
+// The package's Sieve script in a user's home: ~/.mailvane.sieve. All work in the home directory is
+// done in a child with the user's rights.
 #include "host/libmailvane/system/user_script.h"
 
 #include <fcntl.h>
@@ -11,7 +11,6 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/random_text.h"
@@ -26,63 +25,67 @@ const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
 constexpr std::chrono::seconds kCompilerLimit{20};
-constexpr std::chrono::seconds kChildLimit{25};  // others wait for the request lock for 30
+constexpr std::chrono::seconds kChildLimit{25};  // other requests wait 30 seconds for the lock
 
-/// A name in the home that nobody can have put a link at.
+/// A random name in the home directory, at which the user cannot have put a link beforehand.
 std::string NewName()
 {
     return ".mailvane-" + RandomDigits();
 }
 
-bool WriteNew(int home, const std::string& name, const std::string& text)
+Result<void> WriteNew(int home, const std::string& name, const std::string& text)
 {
     const Descriptor file(
         openat(home, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    return file && WriteAll(file.get(), text) && fsync(file.get()) == 0;
+    if (file && WriteAll(file.get(), text) && fsync(file.get()) == 0) return {};
+    return SystemReason(kScript, "cannot be written");
 }
 
-/// Whether the delivery agent will take the script. What it says against it is logged.
-bool Compiles(const std::string& script, const std::string& binary)
+/// Fails with the errors of the compiler when the script does not compile.
+Result<void> Compile(const std::string& script, const std::string& binary)
 {
     ProgramOptions options;
     options.limit = kCompilerLimit;
     options.capture = true;
     const ProgramResult result =
         RunProgram({programs::kSievec, "-c", PackagePath(kDovecotFile), script, binary}, options);
-    if (result.Succeeded()) return true;
-
-    Log(LOG_ERR, "script refused with status %d: %s%s", result.status, result.errors.c_str(),
-        result.output.c_str());
-    errno = EINVAL;
-    return false;
+    if (result.Succeeded()) return {};
+    return Reason{ReasonCode::kDaemonRefuses, kScript,
+                  "refused with status " + std::to_string(result.status) + ": " + result.errors +
+                      result.output};
 }
 
-bool Replace(const MailAccount& account, int home, const std::string& text)
+Result<void> PutInPlace(int home, const std::string& script)
+{
+    if (renameat(home, script.c_str(), home, kScript) == 0 && fsync(home) == 0) return {};
+    return SystemReason(kScript, "cannot be put in place");
+}
+
+Result<void> Replace(const MailAccount& account, int home, const std::string& text)
 {
     const std::string name = NewName();
     const std::string script = name + ".sieve";
     const std::string binary = name + ".svbin";
     const std::string folder = Path(account.home) + '/';
-    const bool placed = WriteNew(home, script, text) &&
-                        Compiles(folder + script, folder + binary) &&
-                        renameat(home, script.c_str(), home, kScript) == 0 && fsync(home) == 0;
-    const int saved = errno;
-    // The delivery agent makes a binary of its own: one under another name it would not believe.
+    Result<void> done = WriteNew(home, script, text);
+    if (done) done = Compile(folder + script, folder + binary);
+    if (done) done = PutInPlace(home, script);
+    // The binary is removed: Dovecot accepts only the one that it makes itself beside the script.
     (void)unlinkat(home, binary.c_str(), 0);
-    if (!placed) (void)unlinkat(home, script.c_str(), 0);
-    errno = saved;
-    return placed;
+    if (!done) (void)unlinkat(home, script.c_str(), 0);
+    return done;
 }
 
-bool Remove(int home)
+Result<void> Remove(int home)
 {
     (void)unlinkat(home, kBinary, 0);
-    return unlinkat(home, kScript, 0) == 0 || errno == ENOENT;
+    if (unlinkat(home, kScript, 0) == 0 || errno == ENOENT) return {};
+    return SystemReason(kScript, "cannot be removed");
 }
 
 }  // namespace
 
-bool PutUserScript(const MailAccount& account, const std::string& text)
+Result<void> PutUserScript(const MailAccount& account, const std::string& text)
 {
     return RunAsUser(account, "script", kChildLimit, [&](int home) {
         return text.empty() ? Remove(home) : Replace(account, home, text);

@@ -1,6 +1,6 @@
-"""The archive of a backup: a tar file, first in it a manifest with format, version, and size and
-hash of every file; then, of one that is signed, the manifest's signature. Nothing but regular files
-with names known here is written or taken."""
+"""The archive of a backup: a tar file whose first member is a manifest with format, version, and
+size and hash of every file. In a signed one the signature of the manifest follows. Only regular
+files with known names are written and read."""
 from __future__ import annotations
 
 import hashlib
@@ -23,7 +23,7 @@ LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, by
 
 
 class State:
-    """The stored state: bytes by name, and which key pair signs."""
+    """The stored state: contents of files by name, and the name of the key pair that signs."""
 
     def __init__(self, files: dict[str, bytes], pair: str = "", made: int = 0,
                  version: str = "") -> None:
@@ -35,8 +35,8 @@ class State:
 
 
 def write(path: str, state: State, key: str | None = None) -> None:
-    """Writes an archive, whole or not at all; a file that is there is replaced. It is signed by the
-    private key in the file `key`."""
+    """Writes an archive atomically, replacing an existing file. Signs it with the private key in the
+    file `key`, if given."""
     new = "%s.%d" % (path, os.getpid())
     try:
         descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
@@ -80,8 +80,8 @@ def _add(tar: tarfile.TarFile, name: str, data: bytes, mode: int, made: int) -> 
 
 
 def read(path: str, key: str | None = None) -> State:
-    """The state in an archive; Refused unless all of it is as its manifest says, and that is signed by
-    the pair whose public key is in the file `key`, if one is given."""
+    """Reads the state from an archive; Refused unless everything is as in the manifest and, if `key`
+    (the file of a public key) is given, the manifest is signed by its pair."""
     try:
         with tarfile.open(path, "r:") as tar:
             return _state(tar, key)
@@ -121,7 +121,7 @@ def _state(tar: tarfile.TarFile, key: str | None) -> State:
 
 
 def _beginning(tar: tarfile.TarFile) -> tuple[bytes, bytes, tarfile.TarInfo | None]:
-    """Text of the manifest, its signature, which may be empty, and the member behind them."""
+    """The text of the manifest, its signature (empty if not signed) and the next member."""
     about = tar.next()
     if about is None or about.name != MANIFEST:
         raise Refused("it is no archive of mailvane")
@@ -149,7 +149,8 @@ def _manifest(text: bytes) -> dict:
 
 
 def _data(tar: tarfile.TarFile, about: tarfile.TarInfo) -> bytes:
-    """Bytes of a member, which has to be a plain file: no link, no device, nothing sparse."""
+    """The contents of a member. Refused unless it is a regular file: no link, device or sparse
+    file."""
     if about.type != tarfile.REGTYPE or about.issparse():
         raise Refused("%r is no regular file" % about.name[:100])
     if about.size > LARGEST_FILE:

@@ -37,7 +37,7 @@ LEFT_BEHIND = 3600  # seconds
 
 
 def run(session: Session, words: list[str]) -> int:
-    """Restores."""
+    """Restores the state."""
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("restore one file")
@@ -99,7 +99,7 @@ def _tell(state: State, changed: list[str], with_local: bool) -> None:
 
 @contextlib.contextmanager
 def staging() -> Iterator[str]:
-    """A folder of root's alone beside the stored data; what is left of it goes in the end."""
+    """A folder in etc/ that only root can enter; what is left of it is removed at the end."""
     _sweep()
     folder = tempfile.mkdtemp(prefix=PREFIX, dir=paths.ETC)
     try:
@@ -109,14 +109,14 @@ def staging() -> Iterator[str]:
 
 
 def _sweep() -> None:
-    """Removes what killed processes left."""
+    """Removes folders left by killed processes."""
     for entry in os.scandir(paths.ETC):
         if entry.name.startswith(PREFIX) and entry.stat().st_mtime < time.time() - LEFT_BEHIND:
             shutil.rmtree(entry.path, ignore_errors=True)
 
 
 def stage(folder: str, state: State, with_local: bool) -> None:
-    """Writes the files of a state with the owners and modes that they have in their place."""
+    """Writes the files of a state with the owners and modes that they are to have."""
     os.umask(0o077)
     left_out = "" if with_local else FRAGMENTS
     for name, mode in stored_files.FOLDERS.items():
@@ -140,7 +140,7 @@ def stage(folder: str, state: State, with_local: bool) -> None:
 
 
 def put(path: str, data: bytes, mode: int) -> None:
-    """Writes one new file."""
+    """Writes a new file."""
     descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
     with os.fdopen(descriptor, "wb") as file:
         os.fchmod(descriptor, mode)
