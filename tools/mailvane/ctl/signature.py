@@ -1,4 +1,4 @@
-"""Signatures of archives: openssl makes and checks them, by a key pair of the administrator's own."""
+"""Signatures of archives, made and checked by openssl with a key pair of the administrator."""
 import os
 import tempfile
 
@@ -10,7 +10,7 @@ LARGEST = 4096  # bytes
 
 
 def sign(data: bytes, key: str) -> bytes:
-    """The signature by a private key in a file."""
+    """Signs with the private key in the file `key`."""
     with tempfile.TemporaryDirectory() as folder:
         signature = folder + "/signature"
         command = [OPENSSL, "pkeyutl", "-sign", "-rawin", "-inkey", _readable(key),
@@ -22,7 +22,7 @@ def sign(data: bytes, key: str) -> bytes:
 
 
 def check(data: bytes, signature: bytes, key: str) -> None:
-    """Refuses what is not signed by the pair whose public key is in a file."""
+    """Refused unless signed by the pair whose public key is in the file `key`."""
     with tempfile.TemporaryDirectory() as folder:
         command = [OPENSSL, "pkeyutl", "-verify", "-rawin", "-pubin", "-inkey", _readable(key),
                    "-in", _written(folder, "data", data),
