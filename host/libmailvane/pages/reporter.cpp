@@ -248,7 +248,7 @@ int Reporter::SaveSetting()
         {"smtp_password_for", state.givenFor},
         {"smtp_password_tls", YesNo(state.givenForTls)},
     };
-    for (const auto& line : lines) Require(file.Set(line.first, line.second), line.first);
+    for (const auto& line : lines) Require(Sound(file.Set(line.first, line.second), line.first));
     if (!file.Write(SettingsPath(), 0600)) {
         Require(host::SystemReason(SettingsPath(), kCannotStore), kCannotStore);
     }
