@@ -154,13 +154,13 @@ TEST_F(ReportTest, CountsWhatTheLogsOfThePeriodHold)
     EXPECT_EQ(mail->senders.size(), 2U);
     EXPECT_EQ(mail->recipients.size(), 2U) << "one has no recipient yet";
 
-    // Nor does the report do to them what it would not do with the rights of whose they are.
+    // They are read with the rights of their owner only.
     const std::string folder = host::PackagePath("target/etc/maillog");
     const std::string victim = root + "/victim";
     Write(victim, "a key");
-    Write(folder + "/2026-10.db-journal", HostileJournal(victim));
+    Write(folder + "/2026-10-2.db-journal", HostileJournal(victim));
     std::filesystem::permissions(root, std::filesystem::perms(0755));
-    for (const char* name : {"", "/maillog.db", "/2026-10.db", "/2026-10.db-journal"}) {
+    for (const char* name : {"", "/maillog.db", "/2026-10-2.db", "/2026-10-2.db-journal"}) {
         if (geteuid() != 0) continue;
         ASSERT_EQ(lchown((folder + name).c_str(), 65534, 65534), 0);
     }
