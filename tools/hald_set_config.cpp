@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "host/libmailvane/pages/key_pairs.h"
+#include "host/libmailvane/pages/staged_state.h"
 #include "host/libmailvane/render/alias_maps.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/restore.h"
@@ -24,6 +25,12 @@ namespace {
 host::Result<void> RebuildAliases()
 {
     return host::save::RebuildLists({host::render::AliasFiles});
+}
+
+host::Result<void> Restore(const std::string& staged)
+{
+    host::Result<void> checked = host::pages::CheckStagedState(staged);
+    return checked ? host::save::RestoreState(staged) : checked;
 }
 
 /// A command, with or without an argument: one of the two functions is set.
@@ -39,7 +46,7 @@ constexpr Command kCommands[] = {
     {"apply", host::save::ApplyStored, nullptr},
     {"recover", host::save::RecoverAll, nullptr},
     {"rollback", nullptr, host::save::RollBack},
-    {"restore", nullptr, host::save::RestoreState},
+    {"restore", nullptr, Restore},
     {"tls", nullptr, host::save::ReplaceCertificate},
     {"dkim", nullptr, host::pages::RestoreKeyPair},
 };

@@ -3,7 +3,6 @@
 
 #include <SQLiteCpp/VariadicBind.h>
 
-#include "host/libmailvane/names/login_key.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/list_change.h"
@@ -16,17 +15,10 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "sender quotas";
-constexpr std::size_t kLongestLogin = 255;
-
-bool IsLogin(const std::string& login)
-{
-    return !names::LoginKey(login).empty() && login.size() <= kLongestLogin &&
-           names::IsPlainText(login);
-}
 
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
-    if (!IsLogin(login)) {
+    if (!names::IsLogin(login)) {
         return Reason{ReasonCode::kRefused, login,
                       "sender quotas: refused: what is limited is no login"};
     }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -30,9 +31,10 @@ namespace host::save {
 
 namespace {
 
+constexpr char kFragments[] = "local.d";
 constexpr const char* kStoredData[] = {"alias.db", "mailvane.db", "attachment_types", "rules",
                                        "dkim.key", "tls",         "personal",         "report.conf",
-                                       "htpasswd", "local.d",     "report.state"};
+                                       "htpasswd", kFragments,    "report.state"};
 const char kPersonal[] = "personal";
 const char kNameEnd[] = ".json";
 
@@ -174,7 +176,8 @@ Result<void> BeginExchange(const std::string& staged, bool whole)
     if (!done) return done;
 
     for (const char* name : kStoredData) {
-        if (!whole && !system::NameExists(NewOf(name))) continue;
+        const bool mayStay = !whole || std::strcmp(name, kFragments) == 0;
+        if (mayStay && !system::NameExists(NewOf(name))) continue;
         done = MoveIfThere(InForce(name), OldOf(name));
         if (done) done = MoveIfThere(NewOf(name), InForce(name));
         if (!done) return done;

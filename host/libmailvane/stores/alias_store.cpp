@@ -67,7 +67,9 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
     }
 }
 
-AliasEntries ReadEntries(SQLite::Database& database)
+}  // namespace
+
+AliasEntries AliasesIn(SQLite::Database& database)
 {
     AliasEntries entries;
     const SQLite::Transaction oneState(database);
@@ -79,13 +81,11 @@ AliasEntries ReadEntries(SQLite::Database& database)
     return entries;
 }
 
-}  // namespace
-
 Result<AliasEntries> ReadAliases()
 {
     auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
     if (!database) return std::move(database).reason();
-    return system::Attempt(kWhat, [&database] { return ReadEntries(*database); });
+    return system::Attempt(kWhat, [&database] { return AliasesIn(*database); });
 }
 
 Result<void> ChangeAliases(const AliasChange& change)

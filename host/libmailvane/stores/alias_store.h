@@ -1,6 +1,8 @@
 // The aliases in etc/alias.db.
 #pragma once
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::stores {
@@ -13,6 +15,9 @@ constexpr char kAliasTables[] =
 
 /// All aliases in order; none when there is no database.
 Result<AliasEntries> ReadAliases();
+
+/// All aliases of an open database in order. Throws SQLite::Exception.
+AliasEntries AliasesIn(SQLite::Database& database);
 
 /// Stores a change in one transaction; after a failure nothing has changed.
 Result<void> ChangeAliases(const AliasChange& change);
