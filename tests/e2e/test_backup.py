@@ -142,8 +142,8 @@ class Archives(Upkeep):
         for path, key in ((INITIAL, "mine.pub"), (ARCHIVE, "other.pub"), (ARCHIVE, "none"),
                           (ARCHIVE, ""), ("/root/altered.tar", "mine.pub")):
             self.refused_restore(path, "key in", option, key and "/root/" + key)
-        self.assertIn(", signed", self.done("restore", ARCHIVE, option, "/root/mine.pub"))
-        self.assertIn(", signed", self.done("restore", ARCHIVE))
+        self.assertIn(", signed by", self.done("restore", ARCHIVE, option, "/root/mine.pub"))
+        self.assertIn("signature not checked", self.done("restore", ARCHIVE))
 
     def killed(self, states):
         """Kills restores at some moments: what is then in force is one of the two states."""

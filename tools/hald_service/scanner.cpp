@@ -74,35 +74,11 @@ private:
     /// may hold folders that their owner may not enter, hence the chmod.
     bool ClearUnpacked() const
     {
-        return RunAs(std::string(Row().user), {"/usr/bin/find",
-                                               "/var/lib/amavis/tmp",
-                                               "-mindepth",
-                                               "1",
-                                               "-maxdepth",
-                                               "1",
-                                               "-user",
-                                               std::string(Row().user),
-                                               "-mmin",
-                                               "+60",
-                                               "(",
-                                               "!",
-                                               "-type",
-                                               "d",
-                                               "-o",
-                                               "-exec",
-                                               "chmod",
-                                               "-R",
-                                               "u+rwX",
-                                               "{}",
-                                               ";",
-                                               "-o",
-                                               "-true",
-                                               ")",
-                                               "-exec",
-                                               "rm",
-                                               "-rf",
-                                               "{}",
-                                               "+"});
+        const std::string user(Row().user);
+        const std::string find =
+            "/usr/bin/find /var/lib/amavis/tmp -mindepth 1 -maxdepth 1 -user " + user +
+            " -mmin +60 " + "( ! -type d -o -exec chmod -R u+rwX {} ; -o -true ) -exec rm -rf {} +";
+        return RunAs(user, Words(find));
     }
 
     bool MakeLog() const

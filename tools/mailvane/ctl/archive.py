@@ -31,7 +31,7 @@ class State:
         self.pair = pair
         self.made = made
         self.version = version
-        self.signed = False
+        self.signature = "not signed"
 
 
 def write(path: str, state: State, key: str | None = None) -> None:
@@ -116,7 +116,8 @@ def _state(tar: tarfile.TarFile, key: str | None) -> State:
                  "dkim.key/%s/dkim.private" % pair not in files):
         raise Refused("the archive lacks the key pair that signs")
     state = State(files, pair, manifest["made"], manifest["version"])
-    state.signed = bool(signed)
+    if signed:
+        state.signature = "its signature not checked" if key is None else "signed by the key in " + key
     return state
 
 

@@ -26,7 +26,6 @@ from mailvane.ctl.archive import State
 from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
-
 OPTIONS = {"--with-local", "--require-signature"}
 
 WEB_LOGINS = "htpasswd"
@@ -79,7 +78,7 @@ def _tell(state: State, changed: list[str], with_local: bool) -> None:
                       if name.startswith(folder + "/"))
 
     rows = [
-        ("archive", ["of " + display.date_text(state.made), "signed" if state.signed else "not signed"]),
+        ("archive", ["of " + display.date_text(state.made), state.signature]),
         ("settings that change", changed),
         ("spam rule sets", below("rules")),
         ("key pair that signs", [state.pair] if state.pair else []),
