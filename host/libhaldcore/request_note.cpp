@@ -1,4 +1,4 @@
-// What the services must know of the request that they serve, beyond the settings that it names.
+// Facts about the current request that its settings do not tell.
 #include "host/libhaldcore/request_note.h"
 
 namespace host {

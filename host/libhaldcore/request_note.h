@@ -1,4 +1,4 @@
-// What the services must know of the request that they serve, beyond the settings that it names.
+// Facts about the current request that its settings do not tell.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ struct RequestNote {
     bool typesPassword = false;  ///< the password in it was typed, not left as the form showed it
 };
 
-/// Sets what is known; it holds for the rest of the process.
+/// Sets the facts, for the rest of the process.
 void NoteRequest(const RequestNote& note);
 
 const RequestNote& NotedRequest();

@@ -12,8 +12,7 @@ namespace kos {
 /// or a NUL (raw or escaped). Null when invalid; `reason` then tells why.
 std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*& reason);
 
-/// Whether the password in a body is one that somebody typed, and not what a form shows in its
-/// place.
+/// Whether the password in a body was typed, and is not the mask that a form shows instead.
 bool TypesPassword(const Json::Value& body);
 
 }  // namespace kos

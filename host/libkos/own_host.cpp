@@ -1,5 +1,4 @@
-// The names under which pages may ask for this machine. Reads /etc/default/mailvane, the settings
-// and the certificate.
+// Host names of this machine. Reads /etc/default/mailvane, the settings and the certificate.
 #include "host/libkos/own_host.h"
 
 #include <arpa/inet.h>
@@ -23,7 +22,7 @@ using host::KeyValueFile;
 
 constexpr std::size_t kLongestName = 253;
 
-/// The header's name in lower case, without its port, brackets and the dot of the root.
+/// The name in a Host header in lower case, without port, brackets and final dot.
 std::string NameIn(const std::string& header)
 {
     std::string name = InLowerCase(header);

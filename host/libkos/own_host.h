@@ -1,15 +1,16 @@
-// The names under which pages may ask for this machine.
+// Host names of this machine.
 #pragma once
 
 #include <string>
 
 namespace kos {
 
-/// Whether a Host header, port included, is one of ours. A browser can be led here under a name of
-/// somebody else, whose pages would then count as ours. Ours are localhost, addresses, the name of
-/// the machine and of the mail server, those of MAILVANE_WEB_HOSTS in /etc/default/mailvane, and
-/// those of the certificate, for which a program is run; without a header there is no page. On an
-/// installation from before names were judged, all are while MAILVANE_WEB_HOSTS is empty.
+/// Whether a Host header names this machine: localhost, an IP address, the host name of the machine
+/// or of the mail server, a name in MAILVANE_WEB_HOSTS of /etc/default/mailvane, or a name of the
+/// certificate (runs openssl). This prevents DNS rebinding, by which a foreign page's host name
+/// resolves to this machine and the page counts as same-origin. A missing header passes, since
+/// browsers always send one. Every name passes on older installations while MAILVANE_WEB_HOSTS is
+/// empty.
 bool IsOwnHost(const std::string& header);
 
 }  // namespace kos

@@ -14,8 +14,8 @@ stored=$package/target/etc
 replacement=(-type f -mmin +1440 -regextype posix-extended
     '(' -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' ')' -exec rm -f '{}' +)
 
-# The administrator's folders are left out. The folders of the mail log are searched with the rights
-# of the collector, which owns them and could replace what was found there by a link.
+# The administrator's folders are left out. The folders of the mail log are searched as the
+# collector's user, who owns them and could replace a found file by a link.
 find "$package/etc" "$stored" -xdev \
     \( -path "$package/etc/local.d" -o -path "$package/etc/tls" -o -path "$stored/maillog*" \) \
     -prune -o "${replacement[@]}"

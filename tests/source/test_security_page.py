@@ -14,8 +14,11 @@ def read(path):
 
 
 def tests():
-    """Names of all tests: `test_name` in Python, `Suite.Name` in C++, `fuzz_target`."""
+    """Names of all tests: `test_name` in Python, `Suite.Name` in C++, `fuzz_target`, and the paths of
+    programs."""
     for folder, _, names in os.walk(os.path.join(TOP, "tests")):
+        paths = (os.path.join(folder, name) for name in names)
+        yield from (os.path.relpath(path, TOP) for path in paths if os.access(path, os.X_OK))
         for text in (read(os.path.join(folder, name)) for name in names
                      if name.endswith((".py", ".cpp", "CMakeLists.txt"))):
             yield from re.findall(r"def (test_\w+)\(", text)
@@ -29,7 +32,7 @@ class SecurityPage(unittest.TestCase):
     def test_names_tests_that_are_there(self):
         """Those in the last column of its table."""
         cells = re.findall(r"^\|.*\| *(.+) \|$", read("docs/security.md"), re.M)
-        named = set(re.findall(r"`(test_\w+|fuzz_\w+|[A-Z]\w+\.[A-Z]\w+)`", "".join(cells)))
+        named = set(re.findall(r"`(test_\w+|fuzz_\w+|[A-Z]\w+\.[A-Z]\w+|tests/[\w/]+)`", "".join(cells)))
         self.assertGreater(len(named), 20)
         self.assertEqual(sorted(named - set(tests())), [])
 

@@ -134,15 +134,16 @@ bool InnerDaemon::BringUp()
     return IsUpToDate() || StartAfresh();
 }
 
-/// Makes the daemon's folder. The pid file is in that folder only when the daemon's user writes it.
-/// A pid file that root writes is elsewhere, so that the user cannot make it a link to another
-/// file.
+/// Makes the daemon's folder, whose files get its group, that of the callers. The pid file is in
+/// that folder only when the daemon's user writes it. A pid file that root writes is elsewhere, so
+/// that the user cannot make it a link to another file.
 bool InnerDaemon::Prepare()
 {
     const std::string socket(Row().socket);
     const std::string folder = socket.substr(0, socket.rfind('/'));
+    const mode_t mode = Row().user == Row().group ? 0750 : 02750;
     if (!MakeFolder("/run/mailvane", 0755) ||
-        !MakeFolder(folder, 02750, std::string(Row().user), std::string(Row().group))) {
+        !MakeFolder(folder, mode, std::string(Row().user), std::string(Row().group))) {
         return false;
     }
     if (!MakePidFile(Row()))

@@ -69,9 +69,9 @@ private:
         return RunQuietly(Row().service, command);
     }
 
-    /// Removes unpacked mail that a killed scanner left; newer folders may be in use by the milter.
-    /// Runs as the scanner's user, who could replace a folder that was found by a link. An archive
-    /// may hold folders that their owner may not enter, hence the chmod.
+    /// Removes unpacked mail left by a killed scanner, except newer folders, which the milter may
+    /// use. Runs as the scanner's user, who could replace a found folder by a link. The chmod is
+    /// for folders from archives that their owner may not enter.
     bool ClearUnpacked() const
     {
         const std::string user(Row().user);

@@ -1,6 +1,6 @@
 // The web server of the package. lighttpd, as its own user, passes requests to fcgiwrap, which runs
-// the program as root. Only lighttpd may connect to fcgiwrap's socket. The login guard keeps
-// addresses away that fail to log in.
+// the program as root. Only lighttpd may connect to fcgiwrap's socket. The login guard blocks
+// addresses whose logins fail too often.
 //
 // It listens on 127.0.0.1, port MAILVANE_WEB_PORT. With a certificate in etc/tls it also serves
 // other machines, by TLS on port MAILVANE_WEB_TLS_PORT, unless that is empty. Both are taken from
@@ -30,6 +30,7 @@ using host::daemons::WebTlsPort;
 const char kFolder[] = "/run/mailvane/web";
 const char kSocket[] = "/run/mailvane/web/fcgi.sock";
 const char kGateSocket[] = "mailvane-gate.socket";
+
 /// The web server's configuration file for this machine: with or without a certificate, and IPv6.
 std::string Configuration()
 {
@@ -102,7 +103,7 @@ protected:
     }
 };
 
-/// It begins anew with each start, since the port may be another one.
+/// The login guard. It is restarted with the web server, whose port may have changed.
 class Guard : public Supervisor {
 public:
     using Supervisor::Supervisor;

@@ -1,11 +1,11 @@
-// How often logins from each source have failed.
+// Counters of failed logins by source.
 #include "tools/login_guard/failures.h"
 
 #include <algorithm>
 
 namespace guard {
 
-/// Forgets whose time is over, and when that is nobody, the oldest.
+/// Removes expired counters, or the oldest one when none has expired.
 void Failures::MakeRoom(Clock::time_point now)
 {
     for (auto count = counts_.begin(); count != counts_.end();) {

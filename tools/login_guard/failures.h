@@ -1,4 +1,4 @@
-// How often logins from each source have failed.
+// Counters of failed logins by source.
 #pragma once
 
 #include <chrono>
@@ -13,15 +13,16 @@ using Clock = std::chrono::steady_clock;
 
 class Failures {
 public:
-    static constexpr int kMost = 10;  ///< of a source, within the time
+    static constexpr int kMost = 10;  ///< failures of a source within kWithin
     static constexpr std::chrono::minutes kWithin{10};
     static constexpr std::size_t kMostSources = 4096;
 
-    /// Counts one. True when the source has had as many as it may have; it begins anew then. The
-    /// time begins with its first failure. Where too many sources fail, the oldest is forgotten.
+    /// Counts a failed login. Returns true, and removes the counter, when the source has failed
+    /// `kMost` times within `kWithin` of its first failure. With more than `kMostSources` counters
+    /// the oldest is removed.
     bool Add(const Source& source, Clock::time_point now);
 
-    /// Sources that are counted.
+    /// Number of counters.
     std::size_t Size() const { return counts_.size(); }
 
 private:

@@ -1,7 +1,7 @@
-// hald_login_guard: keeps addresses away from the web for a while that fail to log in again and
-// again, or have so many connections open that others get none. It reads the web server's log,
-// where failed logins stand and requests do not. The port is MAILVANE_WEB_TLS_PORT, else that of
-// the machine's file.
+// hald_login_guard: blocks addresses in the packet filter for ten minutes when too many of their
+// logins to the web fail, or when they hold too many connections. Failed logins are read from the
+// web server's log; successful requests are not logged there. The guarded port is
+// MAILVANE_WEB_TLS_PORT, from the environment or /etc/default/mailvane.
 #include <poll.h>
 #include <sys/stat.h>
 
@@ -42,7 +42,7 @@ void EndOnSignals()
     for (const int signal : {SIGTERM, SIGINT}) (void)sigaction(signal, &action, nullptr);
 }
 
-/// Where a log ends by now: what was before is not looked at.
+/// The current end of a log. Lines before it are not read.
 collector::LogPosition EndOf(const std::string& path)
 {
     struct stat status {};
@@ -68,7 +68,8 @@ public:
         }
     }
 
-    /// Those of whom is kept away stay open until the web server finds that nothing comes in.
+    /// Blocks the sources with too many connections. A source blocked at the last look is not
+    /// blocked again, since its connections stay open until the web server closes idle ones.
     void LookAtConnections()
     {
         if (guard::Clock::now() < nextLook_) return;
@@ -93,7 +94,7 @@ private:
     std::set<guard::Source> crowds_;  ///< seen at the last look
 };
 
-/// Follows the log until a signal or a failure ends it.
+/// Reads the log as it grows, until a signal ends the program. Throws on failure.
 void Follow(Guard& guard)
 {
     const std::string path = host::Path("/var/log/mailvane/web.log");

@@ -1,4 +1,4 @@
-// The guard's own table of the packet filter. Runs nft.
+// The table of the packet filter that blocks sources. Runs nft.
 #include "tools/login_guard/packet_filter.h"
 
 #include "host/libhaldcore/log.h"
@@ -26,7 +26,7 @@ std::string Table()
     return std::string("table ") + kWebGuardTable;
 }
 
-/// A set of sources, each of which leaves it by itself.
+/// A set of sources, each with a timeout.
 std::string Set(const char* name, const char* type)
 {
     return std::string("    set ") + name + " {\n        type " + type +
@@ -61,7 +61,7 @@ void PacketFilter::Block(const Source& source, const char* reason)
     const std::string command = std::string("add element ") + kWebGuardTable +
                                 (source.isIpv6 ? " failed6" : " failed4") + " { " + source.address +
                                 " }\n";
-    // What else reloads the packet filter may have taken the table away.
+    // Another program that reloads the packet filter may have removed the table.
     const bool isDone = Tell(command) || (Load() && Tell(command));
     host::Log(isDone ? LOG_NOTICE : LOG_ERR, "web login: %s %s%s: %s", source.address.c_str(),
               isDone ? "is kept away" : "cannot be kept away",

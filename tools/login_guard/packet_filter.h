@@ -1,4 +1,4 @@
-// The guard's own table of the packet filter.
+// The table of the packet filter that blocks sources.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace guard {
 
-/// Resets connections to one port of whom it is told to keep away. It forgets each after ten
-/// minutes, and all at its end.
+/// Rejects connections from blocked sources to one port. A block ends after ten minutes; the
+/// destructor removes all of them.
 class PacketFilter {
 public:
     explicit PacketFilter(int port);
@@ -16,7 +16,7 @@ public:
     PacketFilter& operator=(const PacketFilter&) = delete;
     ~PacketFilter();
 
-    /// Keeps a source away; the reason goes to the system log.
+    /// Blocks a source, and logs it with the reason.
     void Block(const Source& source, const char* reason);
 
 private:

@@ -1,4 +1,4 @@
-// Where attempts come from, and how web servers tell.
+// Sources of failed logins, and the lines of web servers' logs that name them.
 #include "tools/login_guard/source.h"
 
 #include <arpa/inet.h>
@@ -12,8 +12,9 @@ namespace guard {
 
 namespace {
 
-/// lighttpd writes "DATE TIME: (mod_auth.c.LINE) password doesn't match for PATH username: NAME IP:
-/// ADDRESS", the others "TIME failed login IP: ADDRESS", as their configurations say.
+/// A failed login in lighttpd's log is "DATE TIME: (mod_auth.c.LINE) password doesn't match for
+/// PATH username: NAME IP: ADDRESS"; in the log of nginx and Apache, by the configurations in
+/// packaging/web, "TIME failed login IP: ADDRESS".
 constexpr std::string_view kModule = ": (mod_auth.c.";
 constexpr std::string_view kMismatch = ") password doesn't match for ";
 constexpr std::string_view kFailed = " failed login";
@@ -27,7 +28,7 @@ bool HasAt(std::string_view text, std::size_t place, std::string_view part)
     return place < text.size() && text.substr(place, part.size()) == part;
 }
 
-/// What stands before the address.
+/// Whether the part of a line before " IP: " says that a login failed.
 bool TellsFailure(std::string_view text)
 {
     if (const std::size_t blank = text.find(' ');

@@ -1,4 +1,4 @@
-// Where attempts come from, as they are counted and kept away.
+// Sources of failed logins.
 #pragma once
 
 #include <optional>
@@ -7,7 +7,7 @@
 
 namespace guard {
 
-/// An address of IPv4, or a network of 64 bits of IPv6, of which one client may have every address.
+/// An IPv4 address or an IPv6 /64, of which one client can use every address.
 struct Source {
     bool isIpv6 = false;
     std::string address;
@@ -15,12 +15,12 @@ struct Source {
     bool operator<(const Source& other) const { return address < other.address; }
 };
 
-/// The source that an address belongs to; nothing for one of this machine's own loopback, behind
-/// which anybody may be, and for what is no address.
+/// The source of an address. Nothing for a loopback address, which may stand for any client of a
+/// proxy, and for invalid text.
 std::optional<Source> SourceOf(const std::string& address);
 
-/// Whose login failed, by a line of the web server's log; nothing when the line says something
-/// else. The names in it are the client's, the address is the server's own word.
+/// The source of the failed login that a line of the web server's log tells of; nothing for other
+/// lines. The client chooses the user name in the line, but not the address after it.
 std::optional<Source> FailedLogin(std::string_view line);
 
 }  // namespace guard

@@ -1,4 +1,4 @@
-// The process that speaks to the account's server.
+// Sending by a separate process, with a user of its own.
 #include "tools/report/sender.h"
 
 #include <json/json.h>

@@ -1,5 +1,5 @@
-// Sending by a process with a user of its own, who owns no files. It gets only the message and the
-// account.
+// Sending by a separate process, with a user of its own who owns no files. It gets only the message
+// and the account.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace report {
 
-/// As `Send`, by a process of the sender's user; by this one when it is not root.
+/// As `Send`, in a process of user mailvane-report; in this process when it is not root.
 host::Result<void> SendAsItsUser(const Delivery& delivery);
 
 /// The main function of that process: sends what standard input describes, and writes the reason of

@@ -20,7 +20,7 @@ struct Listener {
 /// All listening TCP sockets, IPv4 first; only those when the kernel has no IPv6.
 std::vector<Listener> TcpListeners();
 
-/// The address of the other side of every TCP connection to a port of this machine.
+/// The client addresses of all TCP connections to a local port.
 std::vector<std::string> TcpClients(int port);
 
 /// Whether a process listens on a unix socket, given by its path.

@@ -1,4 +1,4 @@
-// Where the package's web server listens. Reads the environment and /etc/default/mailvane.
+// Ports of the web server. Reads the environment and /etc/default/mailvane.
 #include "host/libmailvane/daemons/web_ports.h"
 
 #include <cstdlib>
@@ -13,7 +13,7 @@ namespace {
 
 const char kUsualTlsPort[] = "8443";
 
-/// Nothing where neither has it.
+/// The value in the environment, or a number in the file; nothing when neither has one.
 std::optional<std::string> PortOf(const char* name)
 {
     if (const char* const value = std::getenv(name)) return value;

@@ -1,4 +1,4 @@
-// Where the package's web server listens, as the environment or the machine's file has it.
+// Ports of the web server, from the environment or /etc/default/mailvane.
 #pragma once
 
 #include <string>
@@ -8,16 +8,16 @@ namespace host::daemons {
 constexpr char kWebPort[] = "MAILVANE_WEB_PORT";
 constexpr char kWebTlsPort[] = "MAILVANE_WEB_TLS_PORT";
 
-/// The table of the packet filter that keeps away who fails to log in to the web.
+/// The login guard's table in the packet filter.
 constexpr char kWebGuardTable[] = "inet mailvane_web";
 
-/// The port on 127.0.0.1.
+/// Its port on 127.0.0.1.
 std::string WebPort();
 
-/// The port for the network, with TLS; empty when the package's web server is to have none.
+/// Its port with TLS for other machines; empty when it is to have none.
 std::string WebTlsPort();
 
-/// The port by which the network reaches whatever web server is there.
+/// The port with TLS where other machines reach the program, through this or another web server.
 int WebPortOfNetwork();
 
 }  // namespace host::daemons

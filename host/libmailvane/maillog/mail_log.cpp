@@ -1,6 +1,6 @@
-// The mail log as the pages read it. Opens only databases in the log's own two folders. These
-// belong to the collector, which parses what strangers write; so everything done with them, from
-// opening to closing, is done with the rights of the collector's user.
+// The mail log as the pages read it. Opens only databases in the log's own two folders, from
+// opening to closing with the rights of the collector's user, who owns them: the collector parses
+// text of strangers, so its files are not trusted.
 #include "platform/mailvane/mail_log.h"
 
 #include <unistd.h>

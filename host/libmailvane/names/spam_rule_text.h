@@ -8,8 +8,7 @@
 
 namespace host::names {
 
-/// The beginning of the line before the rules of a rule set in the rules in force; its name
-/// follows.
+/// The start of the line that precedes a rule set in the rules in force; the set's name follows.
 constexpr char kRuleSetHeading[] = "# rule set: ";
 
 /// Whether a rule set can have this name, which is also its file's name.

@@ -1,4 +1,4 @@
-// Where a user's mail may be forwarded to.
+// Checks of a user's forwarding address.
 #include "host/libmailvane/pages/forwarding.h"
 
 #include <strings.h>
@@ -11,7 +11,7 @@ namespace host::pages {
 
 namespace {
 
-/// Whether an address, with or without an extension, is one of the user's own.
+/// Whether an address, with or without an extension, is delivered to the user.
 bool IsOwnAddress(const std::string& address, const std::string& user,
                   const settings::StoredSettings& stored)
 {

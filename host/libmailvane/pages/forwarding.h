@@ -1,4 +1,4 @@
-// Where a user's mail may be forwarded to.
+// Checks of a user's forwarding address.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace host::pages {
 
-/// Refuses a forwarding that cannot be carried out on a server with the settings `stored`; what is
-/// off may lack an address.
+/// Refuses an invalid address, and a loop: a user's own address on a server with the settings
+/// `stored`. The address may be empty while forwarding is off.
 Result<void> CheckForwarding(const stores::PersonalSettings& settings, const std::string& user,
                              const settings::StoredSettings& stored);
 

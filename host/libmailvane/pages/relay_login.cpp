@@ -1,4 +1,4 @@
-// The login at the relay host: whom it is given to.
+// Checks of the login at the relay host.
 #include "host/libmailvane/pages/relay_login.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ const char kPassword[] = "smtp_relay_password";
 const char kTls[] = "smtp_relay_tls";
 const char kRelaySettings[] = "smtp_relay_";
 
-/// Whether what is sent to the relay host would reach another one, or others on the way to it.
+/// Whether the password would be sent to another server or port, or without TLS when it had TLS.
 bool GoesElsewhere(const StoredSettings& stored, const StoredSettings& wanted)
 {
     return stored.Spelled("smtp_relay_server") != wanted.Spelled("smtp_relay_server") ||
@@ -24,7 +24,7 @@ bool GoesElsewhere(const StoredSettings& stored, const StoredSettings& wanted)
            (stored.Bool(kTls) && !wanted.Bool(kTls));
 }
 
-/// Whether a form is about the relay. Other pages send the relay's settings along as they are.
+/// Whether a form changes the relay. Other pages send the relay's settings along unchanged.
 bool IsAboutRelay(const StoredSettings& stored, const StoredSettings& wanted,
                   const std::set<std::string>& given)
 {

@@ -1,4 +1,4 @@
-// The login at the relay host: whom it is given to.
+// Checks of the login at the relay host.
 #pragma once
 
 #include <set>
@@ -9,10 +9,10 @@
 
 namespace host::pages {
 
-/// Judges what a form wants to store in place of `stored`; `given` are the settings that it names.
-/// A stored password belongs to the server that it was given for: to another one, another port or
-/// without TLS it goes only when it is given again. From the first form on that is about the relay,
-/// the relay host must prove its name.
+/// Checks the relay settings of a form that is to replace `stored`; `given` are the settings it
+/// names. Refuses to keep a stored password when server or port change or TLS is switched off: it
+/// must be typed again. A form that changes the relay also makes its certificate be verified from
+/// now on.
 Result<void> JudgeRelayLogin(const settings::StoredSettings& stored,
                              settings::StoredSettings& wanted, const std::set<std::string>& given);
 

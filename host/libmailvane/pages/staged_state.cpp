@@ -1,4 +1,4 @@
-// A stored state that comes from elsewhere: each part is held against the checks of its page.
+// Validation of a stored state before a restore: each part is checked as its page checks it.
 #include "host/libmailvane/pages/staged_state.h"
 
 #include <cerrno>
@@ -81,7 +81,8 @@ Result<void> CheckAttachmentTypes(const std::string& folder)
     return {};
 }
 
-/// A rule set that is not in force is judged when it is switched on.
+/// Checks the names of rule sets and the rules in force. Other rules are checked when their set is
+/// switched on.
 Result<void> CheckRules(const std::string& folder)
 {
     const fs::path sets = folder + "/rules";

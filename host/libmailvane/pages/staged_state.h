@@ -1,4 +1,4 @@
-// A stored state that comes from elsewhere, as an archive does.
+// Validation of a stored state before a restore.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace host::pages {
 
-/// Refuses a state in a folder of root's alone, as `save::RestoreState` takes it, that holds
-/// anything which its page would not have stored. Nothing of it is run or put in place.
+/// Refuses a state that holds anything its pages would not have stored. `folder` is the one that
+/// `save::RestoreState` takes; only root can write there. Nothing is run or put in place.
 Result<void> CheckStagedState(const std::string& folder);
 
 }  // namespace host::pages

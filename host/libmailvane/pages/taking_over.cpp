@@ -1,4 +1,4 @@
-// Settings that another mail server had. Reads the environment.
+// Whether a request takes over settings from another mail server. Reads the environment.
 #include "host/libmailvane/pages/taking_over.h"
 
 #include <cstdlib>

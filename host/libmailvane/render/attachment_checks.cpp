@@ -30,7 +30,7 @@ const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*+\s*+=\s
 const char kRest[] = R"((?:(?!name[*0-9]*\s*=)[^;])*)";
 const char kUnquoted[] = R"((?:(?!name[*0-9]*\s*=)[^";])*)";
 
-/// More in one pattern would be too much for the library that matches it.
+/// The largest number of types in one pattern; the library limits the size of patterns.
 constexpr std::size_t kTypesAtOnce = 16;
 
 /// Refuses very long headers, which cost much time to match. No proper one is as long, not even a
@@ -75,7 +75,7 @@ std::string CharacterPattern(char c)
     return pattern + "))";
 }
 
-/// What follows the dot of a name.
+/// Matches one of the types after the dot of a name.
 std::string NamePattern(const std::string& type)
 {
     std::string pattern;
@@ -129,13 +129,13 @@ std::string DigitsOfAnyPlace(const std::string& ending)
            DigitsPattern(ending, 2);
 }
 
-/// A word in base64 that ends in one of these.
+/// Matches a base64 word that ends in one of the types.
 std::string WordPattern(const std::string& digits)
 {
     return R"(=\?[^?]{1,60}\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + digits + R"()=*\?=))";
 }
 
-/// What finds a name that ends in one of the types.
+/// The pattern for names that end in one of the types.
 std::string Pattern(const std::vector<std::string>& types)
 {
     std::string names;
@@ -157,7 +157,7 @@ std::string Check(const std::string& type)
     return Pattern({type}) + " REJECT attachments of type ." + type + " are not accepted\n";
 }
 
-/// The checks of some types behind one look for them all: a header that none of them finds costs
+/// The checks of some types, behind one pattern for all of them: a header that does not match costs
 /// little more than with one type.
 std::string ChecksOf(const std::vector<std::string>& types)
 {

@@ -22,8 +22,8 @@ std::string LocalMailFilters(const settings::StoredSettings& settings);
 /// The item of a restriction list that calls the SPF checker.
 extern const char kAskSpf[];
 
-/// The item of a restriction list that asks whether a stranger may be a sender of this server.
-/// While nobody answers, such mail waits.
+/// The item of a restriction list that checks by SPF whether a client without a login may use a
+/// sender address of this server. Mail is deferred while the checker does not answer.
 extern const char kAskOwnSenders[];
 
 /// The item of a restriction list that calls the rate policy; used while memcached, which counts,

@@ -144,7 +144,8 @@ void AddHeaderChecks(Parameters& main)
     main.Add("nested_header_checks", own);
 }
 
-/// Stands for the address that gets a copy of all mail.
+/// Stands in main.cf, which everybody may read, for the address that gets a copy of all mail. A map
+/// replaces it by that address.
 const char kAlwaysCopied[] = "always-copied@mailvane.invalid";
 
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
@@ -171,7 +172,6 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
-    // Everybody reads this file: where the copies go stands in a map.
     main.Add("always_bcc", settings.AlwaysBcc().empty() ? "" : kAlwaysCopied);
 }
 
@@ -189,11 +189,11 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_security_options", "noanonymous");
 }
 
-/// The service that shows the queue. The mail commands of users read the distribution's files and
-/// look for one of another name.
+/// The name of the service that lists the queue. The mail commands of other users read the
+/// distribution's configuration, where it has another name, and so do not reach it.
 const char kQueueService[] = "mailvane-showq";
 
-/// What users of this machine may ask: who has a mailbox is told to nobody, what waits to root.
+/// Adds the limits of queries: nobody may verify addresses, only root may list or flush the queue.
 void AddDiscretion(Parameters& main)
 {
     main.Add("disable_vrfy_command", "yes");
@@ -220,7 +220,7 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
     main.AddTyped("relayhost", relay);
     main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
-    // Who has the name of the relay host is for the authorities of the distribution to say.
+    // Certificates of the relay host are verified by the authorities that the distribution trusts.
     main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
     main.Add("smtp_sasl_password_maps", Map("relay_password"));
@@ -268,7 +268,7 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
     return restrictions.text();
 }
 
-/// What a sender is refused for, whoever it is.
+/// The restrictions for all senders.
 std::string SenderRestrictions(const settings::StoredSettings& settings)
 {
     return Restrictions()
@@ -284,16 +284,17 @@ bool HasSubmission(const settings::StoredSettings& settings)
     return settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled");
 }
 
-/// Whether logins are taken on the port of other servers. That speaks what TLS the others speak, so
-/// that a password would not be safe there; where it is the only port, it is another matter.
+/// Whether logins are accepted on the port for other servers. It allows old versions of TLS, which
+/// do not protect a password, so logins are accepted there only on older installations, when
+/// passwords in clear text are allowed, and when no submission port is on.
 bool SmtpPortTakesLogins(const settings::StoredSettings& settings)
 {
     return settings.SmtpPortTakesLogins() || settings.Bool("plaintext_auth") ||
            !HasSubmission(settings);
 }
 
-/// The last look at a message before its text. Who has neither a login nor a place on the list of
-/// clients may be asked for proof of a sender that is this server's.
+/// The restrictions at DATA. They check clients without a login that are not on the list of clients
+/// when their sender is an address of this server.
 void AddDataRestrictions(Parameters& main, const settings::StoredSettings& settings,
                          const RenderContext& context)
 {
@@ -425,7 +426,7 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
-/// The mail domains, as the alternatives of a pattern.
+/// Matches one of the mail domains.
 std::string OwnDomains(const settings::StoredSettings& settings)
 {
     std::string domains;

@@ -28,7 +28,7 @@ std::string RenderOwnNames(const settings::StoredSettings& settings);
 /// Windows domain a login may be `anna` or `OFFICE\anna`.
 std::string RenderLoginRule(const settings::StoredSettings& settings);
 
-/// Text of the rule by which strangers have to prove senders of this server.
+/// Text of the map that has the sender checked when it is an address of this server.
 std::string RenderOwnSenders(const settings::StoredSettings& settings);
 
 /// Text of the map with the address that gets a copy of all mail.

@@ -1,5 +1,5 @@
-// A password that was cleared, in the generations that are kept: their mailvane.conf and the map
-// that was made from it.
+// Removal of a cleared relay password from the earlier generations: from their mailvane.conf, and
+// with the map made from it.
 #include "host/libmailvane/save/cleared_password.h"
 
 #include <unistd.h>
@@ -18,7 +18,7 @@ const char kPassword[] = "smtp_relay_password";
 const char* const kMadeFromIt[] = {"/postfix/maps/relay_password",
                                    "/postfix/maps/relay_password.cdb"};
 
-/// Leaves the generation as it is but for the password; false, with errno set, on failure.
+/// Removes the password from a generation; false, with errno set, on failure.
 bool ForgetPassword(const std::string& generation)
 {
     const std::string settings = generation + "/mailvane.conf";

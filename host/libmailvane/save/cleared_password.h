@@ -1,13 +1,12 @@
-// A password that was cleared, in the generations that are kept.
+// Removal of a cleared relay password from the earlier generations.
 #pragma once
 
 #include "host/libmailvane/settings/stored_settings.h"
 
 namespace host::save {
 
-/// Where the settings in force have no password for the relay, takes it out of the earlier
-/// generations too: it would lie there for long, and come back by a rollback. What cannot be
-/// changed is logged.
+/// When the settings in force have no password for the relay, removes it from the earlier
+/// generations too, where it would stay readable and return by a rollback. Failures are logged.
 void ForgetClearedPassword(const settings::StoredSettings& inForce);
 
 }  // namespace host::save

@@ -22,11 +22,11 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* subject);
 /// Whether mail from an unknown client to another server is refused (no open relay).
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
-/// Whether the login at the relay host is told to nobody else.
+/// Whether the relay host must show a valid certificate before it gets the login.
 Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* subject);
 /// Whether tables of the packet filter that are not the package's drop unknown packets.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
-/// Whether somebody keeps away who fails to log in to the web, where the network reaches that.
+/// Whether failed logins to the web are limited when other machines can reach it.
 Finding CheckWebLogin(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp

@@ -138,7 +138,7 @@ std::string DroppingTables(const std::string& chains)
     return names;
 }
 
-/// Whether the guard of the web login runs and has its rules.
+/// Whether the login guard runs and its table is in the packet filter.
 bool IsGuarded()
 {
     const daemons::Daemon& guard = daemons::kGuard;

@@ -1,4 +1,4 @@
-// Account databases that come from elsewhere.
+// Validation of account databases before a restore.
 #include "host/libmailvane/stores/account_data_check.h"
 
 #include <limits>
@@ -20,7 +20,8 @@ Reason Altered(const std::string& what)
     return {ReasonCode::kRefused, what, what + " is not as it was stored"};
 }
 
-/// The same names in an empty table are refused where the page would refuse them.
+/// Adds all aliases to an empty table, which refuses what the page would refuse. Names go first,
+/// since aliases may be members of others.
 Result<void> CheckAliases(SQLite::Database& database)
 {
     const AliasEntries entries = AliasesIn(database);
@@ -50,7 +51,7 @@ bool Same(const BlackWhite& left, const BlackWhite& right)
     return left.name == right.name && left.blackWhite == right.blackWhite;
 }
 
-/// Refuses entries that would not be stored as they are. They have to be all that the table holds.
+/// Refuses entries that would be stored in another form, and rows of `table` beyond `entries`.
 template <typename Entries>
 Result<void> CheckEntries(SQLite::Database& store, const char* table, const Entries& entries)
 {

@@ -1,4 +1,4 @@
-// Account databases that come from elsewhere.
+// Validation of account databases before a restore.
 #pragma once
 
 #include <string>
@@ -7,9 +7,8 @@
 
 namespace host::stores {
 
-/// Refuses the database at `path` unless it is one that the scripts of `which` make, and holds
-/// nothing but what the pages of its lists would have stored. Brings an older one up to date.
-/// Throws SQLite::Exception.
+/// Brings the database at `path` up to date, and refuses it unless it has exactly the schema of
+/// `which` and only entries that the pages would have stored. Throws SQLite::Exception.
 Result<void> CheckAccountDatabase(AccountDatabase which, const std::string& path);
 
 }  // namespace host::stores

@@ -62,7 +62,7 @@ Result<SQLite::Database> EmptyStore(const Schema& schema)
     return database;
 }
 
-/// The scripts of all tables, indexes, views and triggers.
+/// The SQL of all tables, indexes, views and triggers.
 std::string TablesOf(SQLite::Database& database)
 {
     SQLite::Statement rows(database,

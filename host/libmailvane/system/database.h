@@ -26,8 +26,8 @@ struct Schema {
     int version;
 };
 
-/// Makes SQLite run only harmless functions for the views, triggers and indexes of an open store,
-/// which may have been written by somebody else. Throws SQLite::Exception.
+/// Restricts the views, triggers and indexes of an open store to harmless functions, in case
+/// somebody else has written them. Throws SQLite::Exception.
 void DistrustSchema(SQLite::Database& database);
 
 /// Runs the scripts that an open store lacks, all or none. Fails for a store of a later version.

@@ -1,4 +1,4 @@
-// Work on files of a user who is not to be trusted, with no more rights than that user has.
+// Access to files of an untrusted user with the rights of that user.
 #include "host/libmailvane/system/owner_rights.h"
 
 #include <grp.h>
@@ -39,7 +39,7 @@ OwnerRights::OwnerRights(const std::string& folder) : group_(getegid())
     if (geteuid() != 0 || info.st_uid == 0) return;
 
     groups_ = FurtherGroups();
-    // The user last: after that, nothing else could be changed.
+    // The user comes last: only root may change the groups.
     if (setgroups(0, nullptr) < 0 || setegid(info.st_gid) < 0 || seteuid(info.st_uid) < 0) {
         const int number = errno;
         if (!Restore()) std::abort();

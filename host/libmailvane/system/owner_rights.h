@@ -1,4 +1,4 @@
-// Work on files of a user who is not to be trusted, with no more rights than that user has.
+// Access to files of an untrusted user with the rights of that user.
 #pragma once
 
 #include <sys/types.h>
@@ -8,15 +8,15 @@
 
 namespace host::system {
 
-/// While it lives, this process has the effective user and group of whom a folder belongs to, and
-/// no other groups: whatever lies there makes it do nothing that its owner could not do himself. A
-/// process that is not root's, and a folder of root's or none, change nothing. The rights are those
-/// of the process as a whole, so it must have one thread only.
+/// Switches a process of root to the effective user and group that own a folder, without further
+/// groups, for the lifetime of the object: files in the folder cannot make it do anything that the
+/// owner could not do. Does nothing for another user's process, and for a folder of root or a
+/// missing one. Requires a process with one thread.
 class OwnerRights {
 public:
-    /// Throws std::system_error when the rights cannot be had.
+    /// Throws std::system_error when the switch fails.
     explicit OwnerRights(const std::string& folder);
-    /// Ends the process when its own rights cannot be had back.
+    /// Aborts when the switch back fails.
     ~OwnerRights();
     OwnerRights(const OwnerRights&) = delete;
     OwnerRights& operator=(const OwnerRights&) = delete;

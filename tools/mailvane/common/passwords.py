@@ -25,7 +25,7 @@ def ask(name: str, purpose: str) -> str:
 
 
 def checked(password: str) -> str:
-    """A password that may be one; refused else."""
+    """The password; refused when it breaks the rules."""
     if len(password) < SHORTEST:
         raise Usage("a password has at least %d characters" % SHORTEST)
     if len(password) > LONGEST or not password.isprintable():

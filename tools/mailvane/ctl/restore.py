@@ -65,14 +65,14 @@ def _logins(state: State) -> list[str]:
 
 
 def _check_logins(state: State) -> None:
-    """What this package writes there, or a tool of the web servers: names and salted hashes."""
+    """Refuses lines that are not a name and a salted hash, as this package and htpasswd write them."""
     for number, line in enumerate(_logins(state), 1):
         if not LOGIN.fullmatch(line):
             raise Refused("line %d of the web logins is no name with a hash" % number)
 
 
 def _tell(state: State, changed: list[str], with_local: bool) -> None:
-    """Says what a restore is about to bring."""
+    """Prints what the restore will change."""
     def below(folder: str) -> list[str]:
         return sorted(name[len(folder) + 1:] for name in state.files
                       if name.startswith(folder + "/"))

@@ -1,4 +1,4 @@
-"""Signatures of archives, made and checked by openssl with a key pair of the administrator."""
+"""Signatures of archives, by openssl with a key pair of the administrator."""
 import os
 import tempfile
 

@@ -38,8 +38,8 @@ def run(session: app.Session, _: set[str], words: list[str]) -> int:
 
 
 def _of_mailbox(name: str, password: str) -> str:
-    """The password of a new account's mailbox: one of its own unless that is not wanted. Without a
-    terminal the next line, or where there is none, that of the web."""
+    """Asks for the password of a new account's mailbox, which may be that of the web. Without a
+    terminal: the next line of standard input, or the web's password when there is none."""
     if not sys.stdin.isatty():
         line = sys.stdin.readline().removesuffix("\n")
         return passwords.checked(line) if line else password

@@ -50,7 +50,7 @@ def take_over(postfix: Postfix, findings: Findings) -> None:
 
 
 def take_logins(postfix: Postfix, findings: Findings) -> None:
-    """Finds where people log in: what they could send so far, they still can."""
+    """Finds the ports with logins. Their users may keep sending from any address."""
     doors = [service for service in postfix.services
              if service.takes_mail_in() and service.options.get(
                  "smtpd_sasl_auth_enable", postfix.text("smtpd_sasl_auth_enable")) == "yes"]

@@ -7,7 +7,8 @@ from mailvane.common.requests import Requests
 from mailvane.setup.run import Failed, attempt, heed, output
 
 
-# In the environment of requests: what is to be done as another mail server did it, and no better.
+# In the environment of requests: the stricter defaults that must stay off while settings are taken
+# over from another mail server.
 TAKES_OVER = "MAILVANE_TAKES_OVER"
 
 
@@ -32,7 +33,7 @@ class Program:
             output(tool, "render")
 
     def keep_port_logins(self) -> None:
-        """Has the following requests leave logins on the port of other servers."""
+        """Makes later requests keep logins on the port for other servers, as they were."""
         self._environment[TAKES_OVER] = "relay logins"
 
     def call(self, name: str, members: dict) -> dict:
