@@ -8,14 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
-#include <optional>
 #include <string>
 
 #include <poll.h>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
@@ -48,23 +46,25 @@ std::string LogFolder()
 /// Collects until a signal or a failure; false after a failure. Logs a repeated failure only once.
 bool Collect(std::string& lastFailure, bool once)
 {
-    try {
-        // Made before the first read, so that no change is missed in between.
-        collector::LogWatch watch(LogFolder());
-        collector::Collector collector;
-        while (ended == 0) {
-            const bool any = collector.Step();
-            lastFailure.clear();
-            if (once && !any) return true;
-            if (!any) watch.Wait();
+    // Made before the first read, so that no change is missed in between.
+    collector::LogWatch watch(LogFolder());
+    collector::Collector collector;
+    while (ended == 0) {
+        const host::Result<bool> any = collector.Step();
+        if (!any) {
+            const host::Reason& reason = any.reason();
+            if (lastFailure != reason.text) host::LogReason(reason);
+            lastFailure = reason.text;
+            if (reason.code == host::ReasonCode::kDamaged) {
+                (void)host::Succeeded(collector::PutDamagedAside());
+            }
+            return false;
         }
-        return true;
-    } catch (const std::exception& failure) {
-        if (lastFailure != failure.what()) host::Log(LOG_ERR, "mail log: %s", failure.what());
-        lastFailure = failure.what();
-        if (collector::TellsDamage(failure)) (void)collector::PutDamagedAside();
-        return false;
+        lastFailure.clear();
+        if (once && !*any) return true;
+        if (!*any) watch.Wait();
     }
+    return true;
 }
 
 }  // namespace
