@@ -29,7 +29,10 @@ Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::stri
 {
     auto members = groups.Find(group);
     if (!members) {
-        return std::move(members).reason().Causing(group, "the group " + group + " cannot be read");
+        return Reason{ReasonCode::kDaemonIsDown,
+                      group,
+                      "the group " + group + " cannot be read",
+                      {std::move(members).reason()}};
     }
     if (*members) return **std::move(members);
 
