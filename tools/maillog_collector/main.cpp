@@ -43,7 +43,17 @@ std::string LogFolder()
     return path.substr(0, path.rfind('/'));
 }
 
-/// Collects until a signal or a failure; false after a failure. Logs a repeated failure only once.
+/// Logs a failure, a repeated one only once, and puts a damaged database aside.
+void Report(const host::Reason& failure, std::string& lastFailure)
+{
+    if (lastFailure != failure.text) host::LogReason(failure);
+    lastFailure = failure.text;
+    if (failure.code == host::ReasonCode::kDamaged) {
+        (void)host::Succeeded(collector::PutDamagedAside());
+    }
+}
+
+/// Collects until a signal or a failure; false after a failure.
 bool Collect(std::string& lastFailure, bool once)
 {
     // Made before the first read, so that no change is missed in between.
@@ -52,12 +62,7 @@ bool Collect(std::string& lastFailure, bool once)
     while (ended == 0) {
         const host::Result<bool> any = collector.Step();
         if (!any) {
-            const host::Reason& reason = any.reason();
-            if (lastFailure != reason.text) host::LogReason(reason);
-            lastFailure = reason.text;
-            if (reason.code == host::ReasonCode::kDamaged) {
-                (void)host::Succeeded(collector::PutDamagedAside());
-            }
+            Report(any.reason(), lastFailure);
             return false;
         }
         lastFailure.clear();
