@@ -100,11 +100,14 @@ def of_shell(script):
             words = [literal(word) for word in node["Args"]]
             if words[:2] == ["command", "-v"]:  # only asks whether it is there
                 continue
-            found |= inner_scripts(words) | {word for word in words[:1] if word and NAME.fullmatch(word)}
+            found |= inner_scripts(words)
+            found |= {word for word in words[:1] if word and NAME.fullmatch(word)}
             if words[0] not in BUILTINS - {"exec", "command", "trap"}:
                 found |= programs_among(words[1:])
         elif node.get("Array") and not node["Name"]["Value"].endswith("_packages"):
-            found |= programs_among([literal(item["Value"]) for item in node["Array"].get("Elems", [])][:1])
+            # Often a command to come.
+            first = node["Array"].get("Elems", [])[:1]
+            found |= programs_among([literal(item["Value"]) for item in first])
         if "Parts" in node and PROGRAM_PATH.fullmatch(literal(node) or ""):
             found.add(literal(node))
     return found - BUILTINS
@@ -150,8 +153,9 @@ def owners_of(paths):
     """The package of each path that belongs to one; /bin is /usr/bin on some machines."""
     forms = {path: [form for known in (path, os.path.realpath(path))
                     for form in (known, "/usr" + known, known.removeprefix("/usr"))] for path in paths}
+    lines = output("dpkg-query", "-S", *sum(forms.values(), []))
     told = {form: package for package, form in re.findall(
-        r"^(?!diversion )([^:,]+).*: (\S+)$", output("dpkg-query", "-S", *sum(forms.values(), [])), re.M)}
+        r"^(?!diversion )([^:,]+).*: (\S+)$", lines, re.M)}
     return {path: next((told[form] for form in some if form in told), None)
             for path, some in forms.items()}
 
