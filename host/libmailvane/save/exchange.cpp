@@ -5,7 +5,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <set>
@@ -20,6 +19,7 @@
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/stores/stored_files.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "host/libmailvane/system/user_script.h"
@@ -30,9 +30,6 @@ namespace host::save {
 
 namespace {
 
-constexpr const char* kStoredData[] = {"alias.db", "mailvane.db", "attachment_types", "rules",
-                                       "dkim.key", "tls",         "personal",         "report.conf",
-                                       "htpasswd", "local.d",     "report.state"};
 const char kPersonal[] = "personal";
 const char kNameEnd[] = ".json";
 
@@ -68,6 +65,16 @@ Result<void> MoveIfThere(const std::string& from, const std::string& to)
     return SystemReason(from, "cannot move " + from + " to " + to);
 }
 
+/// The names of all that an exchange moves.
+std::vector<std::string> ExchangedNames()
+{
+    std::vector<std::string> names;
+    for (const stores::StoredFile& file : stores::kStoredFiles) {
+        if (stores::IsExchanged(file)) names.emplace_back(file.name);
+    }
+    return names;
+}
+
 Result<void> SyncAll()
 {
     for (const std::string& path : {InForce("x"), OldOf("x"), NewOf("x")}) {
@@ -92,7 +99,7 @@ Result<void> PrepareExchange(const std::string& staged)
 {
     DropExchange();
     std::string added;
-    for (const char* name : kStoredData) {
+    for (const std::string& name : ExchangedNames()) {
         if (!system::NameExists(InForce(name))) added.append(name).append("\n");
     }
     const std::string folder = ExchangeFolder();
@@ -163,17 +170,12 @@ Result<void> FollowAllPersonalSettings()
 
 }  // namespace
 
-bool IsStoredData(const std::string& name)
-{
-    return std::find(std::begin(kStoredData), std::end(kStoredData), name) != std::end(kStoredData);
-}
-
 Result<void> BeginExchange(const std::string& staged, bool whole)
 {
     Result<void> done = PrepareExchange(staged);
     if (!done) return done;
 
-    for (const char* name : kStoredData) {
+    for (const std::string& name : ExchangedNames()) {
         if (!whole && !system::NameExists(NewOf(name))) continue;
         done = MoveIfThere(InForce(name), OldOf(name));
         if (done) done = MoveIfThere(NewOf(name), InForce(name));
@@ -192,7 +194,7 @@ Result<void> RollBackExchange()
     if (!ExchangeIsUnderWay()) return {};
 
     const std::set<std::string> added = AddedNames();
-    for (const char* name : kStoredData) {
+    for (const std::string& name : ExchangedNames()) {
         Result<void> taken = RollBackEntry(name, added.count(name) != 0);
         if (!taken) return taken;
     }

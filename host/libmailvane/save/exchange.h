@@ -9,9 +9,6 @@
 
 namespace host::save {
 
-/// Whether a name in etc/ is one of the stored data.
-bool IsStoredData(const std::string& name);
-
 /// Puts what lies in `staged`, a directory in etc/ that goes by it, in the place of the stored data
 /// of the same names. With `whole`, stored data that `staged` lacks is taken away. An exchange is
 /// under way from here on until it is kept or dropped. Requires the request lock and the mark of a

@@ -18,6 +18,7 @@
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/account_record.h"
+#include "host/libmailvane/stores/stored_files.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -30,9 +31,7 @@ namespace host::save {
 namespace {
 
 const char kRestart[] = "restart";
-const char kRules[] = "rules.cf";
 constexpr std::size_t kLongestToldName = 128;
-const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
 /// The steps of these changes. Restart brings each service to what is stored by then.
 Callback Follow()
@@ -68,15 +67,19 @@ bool IsOurs(const std::string& staged)
 
 bool IsStagedName(const std::string& name)
 {
-    return IsStoredData(name) || name == "mailvane.conf" || name == "domains" || name == "dnsbl" ||
-           name == kRules;
+    const stores::StoredFile* file = stores::FindStoredFile(name);
+    return name == stores::kStagedRules ||
+           (file != nullptr && file->keeping != stores::Keeping::kNotExchanged);
 }
 
 /// Fails unless the databases are whole and those of the accounts that the settings speak of.
 /// Looking at one settles what a killed writer left beside it.
 Result<void> CheckDatabases(const std::string& folder, const settings::AccountCombination& account)
 {
-    for (const char* name : kDatabases) {
+    for (const stores::StoredFile& file : stores::kStoredFiles) {
+        if (file.keeping != stores::Keeping::kDatabase) continue;
+
+        const std::string name(file.name);
         const std::string path = folder + "/" + name;
         const auto owner = stores::RecordedCombination(path);
         if (!owner) return owner.reason();
@@ -116,8 +119,9 @@ Result<StagedState> ReadStaged(const std::string& staged)
     auto settings = settings::StoredSettings::ReadFrom(staged);
     StagedState state;
     if (!settings) return std::move(settings).reason();
-    if (!ReadFile(staged + "/" + kRules, state.rules)) {
-        return SystemReason(kRules, std::string("cannot read ") + kRules);
+    const std::string rules(stores::kStagedRules);
+    if (!ReadFile(staged + "/" + rules, state.rules)) {
+        return SystemReason(rules, "cannot read " + rules);
     }
     Result<void> checked = CheckDatabases(staged, settings->Account());
     if (checked) checked = CheckRules(state.rules);
