@@ -9,10 +9,10 @@ public:
     /// Fills `types` with those that contain `query` (all for an empty one); their number,
     /// negative on failure.
     static int GetList(std::list<std::string>& types, const std::string& query);
-    /// Remove and add types; negative on failure.
+    /// Remove and add types, with the next `GenerateConfig`; negative on failure.
     static int Delete(const std::list<std::string>& types);
     static int Add(const std::list<std::string>& types);
-    /// Rebuilds the mail server's filter; negative on failure, the filter in force is then the old
-    /// one.
+    /// Stores what was changed and rebuilds the mail server's filter; negative on failure, the
+    /// types, stored and in force, are then the old ones.
     static int GenerateConfig();
 };

@@ -13,11 +13,11 @@ public:
 
     /// Fills `settings` with the page; the number of all limits, negative on failure.
     static int GetSettingList(std::list<Setting>& settings, unsigned int start, unsigned int limit);
-    /// Adds or replaces one limit; negative on failure.
+    /// Adds or replaces one limit, with the next `GenerateConfig`; negative on failure.
     static int Set(const std::string& saslSender, unsigned int quota);
-    /// Removes limits; negative on failure.
+    /// Removes limits, with the next `GenerateConfig`; negative on failure.
     static int DeleteList(const std::list<std::string>& saslSenders);
-    /// Rebuilds what the rate policy reads; negative on failure, the limits in force are then the
-    /// old ones.
+    /// Stores what was changed and rebuilds what the rate policy reads; negative on failure, the
+    /// limits, stored and in force, are then the old ones.
     static int GenerateConfig();
 };

@@ -15,9 +15,14 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/list_change.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
+#include "platform/mailvane/alias.h"
+#include "platform/mailvane/bcc.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
+#include "platform/mailvane/sender_quota.h"
 
 namespace fs = std::filesystem;
 
@@ -131,6 +136,7 @@ protected:
             const fs::path script = kPackage / "target/scripts" / name;
             WriteFile(script,
                       "#!/bin/sh\necho $(basename $0 .sh) $1 >>/tmp/calls\n"
+                      "[ ! -e /tmp/kill ] || { rm /tmp/kill; kill -9 $PPID; }\n"
                       "[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; }\n");
             chmod(script.c_str(), 0755);
         }
@@ -300,6 +306,81 @@ TEST_F(SaveTransaction, NothingButAnAddressBecomesTheCopyOfAllMail)
         EXPECT_EQ(Rename(name), 0);
         EXPECT_NE(MainCf().find(line), std::string::npos) << address;
     }
+}
+
+/// Changes of lists that are in force when they return, by the file that each fills.
+const struct {
+    const char* file;
+    int (*change)(const char* name);
+} kListChanges[] = {
+    {"postfix/maps/aliases",
+     [](const char* name) {
+         Alias alias;
+         const bool added = alias.load() == 0 && alias.addMember(name, {{"bob", 0}}) == 0;
+         return added ? alias.save() : -2;
+     }},
+    {"postfix/maps/sender_bcc",
+     [](const char* name) { return BCC::getInstance()->addBCC(BCC_SENDER, name, "bob"); }},
+    {"policy/limits",
+     [](const char* name) {
+         const bool set = SenderQuota::Set(name, 7) == 0;
+         return set ? SenderQuota::GenerateConfig() : -2;
+     }},
+};
+
+std::string InForce(const char* file)
+{
+    return ReadText(kPackage / "etc/generated/current" / file);
+}
+
+TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
+{
+    for (const auto& list : kListChanges) {
+        SCOPED_TRACE(list.file);
+        ASSERT_EQ(InRequest([&] { return list.change("first"); }), 0);
+        EXPECT_EQ(Calls(), "postfix restart\n");
+        const std::string before = InForce(list.file);
+        EXPECT_NE(before.find("first"), std::string::npos);
+
+        const auto everything = Everything();
+        WriteFile("/tmp/fail", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), -1);
+        EXPECT_EQ(Everything(), everything);
+        EXPECT_EQ(Calls(), "postfix restart\npostfix restart\n");
+
+        WriteFile("/tmp/kill", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), kKilled);
+        EXPECT_NE(InForce(list.file), before);
+        Calls();
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(list.file), before);
+        EXPECT_FALSE(fs::exists(kPackage / "etc/generated/pending"));
+        EXPECT_EQ(Calls(), "postfix restart\n");
+
+        ASSERT_EQ(InRequest([&] { return list.change("third"); }), 0);
+        EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
+    }
+}
+
+TEST_F(SaveTransaction, LostListsStayInForceAndKeepTheirChangesAway)
+{
+    const fs::path aliases = kPackage / "etc/alias.db";
+    ASSERT_EQ(InRequest([] { return kListChanges[0].change("first"); }), 0);
+    const std::string before = InForce(kListChanges[0].file);
+    const std::function<void()> losses[] = {[&] { WriteFile(aliases, std::string(9000, 'x')); },
+                                            [&] { WriteFile(aliases, ""); },
+                                            [&] { fs::remove(aliases); }};
+    for (const auto& lose : losses) {
+        lose();
+        EXPECT_EQ(InRequest([] { return Postfix().LoadSettings(); }), 0);
+        EXPECT_LT(InRequest([] { return kListChanges[0].change("second"); }), 0);
+        EXPECT_EQ(Save("require_helo", Value<bool>(true)), 0);
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(kListChanges[0].file), before);
+    }
+    EXPECT_EQ(InRequest([] { return host::Status(host::save::RepairLists()); }), 0);
+    EXPECT_EQ(InForce(kListChanges[0].file), "");
+    EXPECT_EQ(InRequest([] { return kListChanges[0].change("second"); }), 0);
 }
 
 }  // namespace

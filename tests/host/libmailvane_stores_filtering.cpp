@@ -2,8 +2,7 @@
 #include <unistd.h>
 
 #include "host/libmailvane/names/spam_rule_text.h"
-#include "host/libmailvane/render/black_white_files.h"
-#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/list_change.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 #include "tests/host/libmailvane_lists_machine.h"
@@ -195,7 +194,8 @@ TEST_F(BlackWhiteLists, TheNearestEntryCountsInEveryFile)
         {"amavis/black_clients", "!10.0.0.1\n!10.1.0.0/16\n10.0.0.0/8\n"},
         {"amavis/white_clients", "10.0.0.1\n10.1.0.0/16\n!10.0.0.0/8\n"},
     };
-    const std::vector<host::generation::ListFile> made = *host::render::BlackWhiteFiles();
+    const std::vector<host::generation::ListFile> made =
+        *host::save::StoredListFiles({&host::render::kBlackWhiteList}, {});
     ASSERT_EQ(made.size(), std::size(files));
     for (std::size_t i = 0; i < made.size(); ++i) {
         EXPECT_EQ(made[i].name, files[i].first);

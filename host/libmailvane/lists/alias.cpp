@@ -6,9 +6,7 @@
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
-#include "host/libmailvane/render/alias_maps.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "host/libmailvane/system/database.h"
@@ -42,23 +40,6 @@ struct Alias::State {
     }
 };
 
-namespace {
-
-/// Puts the table in force, then stores it: an account engine or a mail server that does not answer
-/// is met before anything is stored.
-host::Result<void> ActivateAliases(host::stores::AliasTable& table)
-{
-    host::Result<void> done =
-        host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
-    if (done) done = host::stores::ChangeAliases(table.Pending());
-    if (done) table.Stored();
-    // The caller gets the first reason: that of going back is told nowhere else.
-    if (!done) (void)host::Succeeded(host::save::RebuildLists({host::render::AliasFiles}));
-    return done;
-}
-
-}  // namespace
-
 Alias::Alias() : state_(new State) {}
 
 Alias::~Alias()
@@ -85,10 +66,14 @@ int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    return host::Status(host::system::Attempt("aliases", [this] {
-        const host::save::WriteScope scope;
-        return scope.ready() ? ActivateAliases(state_->table) : scope.ready();
-    }));
+    host::stores::AliasTable& table = state_->table;
+    const host::Result<void> done = host::save::StoreAndApply(
+        host::render::kAliasList, "aliases", [&table](SQLite::Database& store) {
+            host::stores::ChangeAliases(store, table.Pending());
+            return host::Result<void>();
+        });
+    if (done) table.Stored();
+    return host::Status(done);
 }
 
 std::list<std::string> Alias::getAliasNameList()

@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
 
 namespace {

@@ -7,11 +7,10 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/text_checks.h"
-#include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/personal_change.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/personal_settings.h"
-#include "host/libmailvane/system/user_script.h"
 
 using host::Reason;
 using host::ReasonCode;
@@ -75,23 +74,6 @@ Result<void> CheckForwarding(const PersonalSettings& settings, const std::string
                   "mail forwarded to its own address would loop"};
 }
 
-/// Puts the changed settings in force and stores them, both or neither. `anew`: the script is
-/// written even when it says the same as before.
-Result<void> ActivateScript(const MailAccount& account, const PersonalSettings& before,
-                            const PersonalSettings& after, bool anew)
-{
-    const std::string old = host::render::RenderPersonalScript(before);
-    const std::string script = host::render::RenderPersonalScript(after);
-    const bool replaced = anew || script != old;
-    Result<void> done;
-    if (replaced) done = host::system::PutUserScript(account, script);
-    if (!done) return done;
-
-    done = host::stores::WritePersonalSettings(account, after);
-    if (!done && replaced) (void)host::Succeeded(host::system::PutUserScript(account, old));
-    return done;
-}
-
 /// Stores a change, which gets the settings as they are stored now. Gives what is stored then.
 template <typename Change>
 Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, const Change& change)
@@ -104,7 +86,7 @@ Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, con
     PersonalSettings changed = *stored;
     Result<void> done =
         Result<void>(change(changed)).Prefixed("personal settings of " + account.name + ": ");
-    if (done) done = ActivateScript(account, *stored, changed, anew);
+    if (done) done = host::save::StoreAndApplyPersonal(account, *stored, changed, anew);
     if (!done) return std::move(done).reason();
     return changed;
 }

@@ -45,7 +45,9 @@ int Postfix::LoadSettings()
     if (healed) return 0;
 
     healed = true;
-    return host::Status(host::save::HealAccounts(state_->account));
+    // Lost account data keeps its own changes away, not those of the settings.
+    (void)host::Succeeded(host::save::HealAccounts(state_->account));
+    return 0;
 }
 
 int Postfix::SaveSettings(const std::list<Callback>& steps)

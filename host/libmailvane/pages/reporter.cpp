@@ -13,7 +13,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/recovery.h"
 
 using host::KeyValueFile;
 using host::Reason;

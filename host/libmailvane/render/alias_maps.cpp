@@ -1,12 +1,11 @@
 // The maps that the aliases fill: where their mail goes, and which logins may send from them.
-#include "host/libmailvane/render/alias_maps.h"
-
 #include <utility>
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/lists.h"
 #include "host/libmailvane/render/postfix.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/stores/alias_store.h"
@@ -14,8 +13,6 @@
 
 namespace host::render {
 namespace {
-
-using Files = std::vector<generation::ListFile>;
 
 int SourceOf(const std::string& accountType)
 {
@@ -80,57 +77,26 @@ private:
     std::string logins_;
 };
 
-Result<MapTexts> MakeTexts(const stores::AliasTable& table)
-{
-    const auto settings = settings::StoredSettings::Read();
-    if (!settings) return settings.reason();
+}  // namespace
 
-    GroupMembers groups(SourceOf(settings->Text("account_type")));
+ListTexts AliasTexts(const ListSources& sources)
+{
+    const stores::AliasTable table(stores::ReadAliases(sources.database));
+    GroupMembers groups(SourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
-        table, settings::MailDomains(*settings),
+        table, settings::MailDomains(sources.settings),
         [&groups](const std::string& group) { return MembersOf(groups, group); });
     const std::string administrator = FirstAdministrator();
     for (const char* role : kRoles) {
         if (!administrator.empty()) expansion.AddRole(role, administrator);
     }
-    MapTexts texts(LoginPrefix(*settings));
+    MapTexts texts(LoginPrefix(sources.settings));
     for (const stores::AliasEntry& alias : table.entries()) {
         Result<Recipients> recipients = expansion.Expand(alias);
         if (!recipients) return std::move(recipients).reason();
         texts.Add(alias.name, *std::move(recipients));
     }
-    return texts;
-}
-
-Result<stores::AliasTable> StoredTable()
-{
-    Result<stores::AliasEntries> aliases = stores::ReadAliases();
-    if (!aliases) return std::move(aliases).reason();
-    return stores::AliasTable(*std::move(aliases));
-}
-
-}  // namespace
-
-Result<Files> AliasFilesOf(const stores::AliasTable& table)
-{
-    const Result<MapTexts> texts = MakeTexts(table);
-    if (!texts) return texts.reason();
-    return Files{{"aliases", texts->aliases()}, {"login_aliases", texts->logins()}};
-}
-
-Result<Files> AliasFiles()
-{
-    const Result<stores::AliasTable> table = StoredTable();
-    return table ? AliasFilesOf(*table) : table.reason();
-}
-
-Result<Files> LoginFiles()
-{
-    const Result<stores::AliasTable> table = StoredTable();
-    if (!table) return table.reason();
-    const Result<MapTexts> texts = MakeTexts(*table);
-    if (!texts) return texts.reason();
-    return Files{{"login_aliases", texts->logins()}};
+    return std::vector<std::string>{texts.aliases(), texts.logins()};
 }
 
 }  // namespace host::render

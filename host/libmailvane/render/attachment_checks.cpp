@@ -1,14 +1,13 @@
 // The header checks that refuse attachments by name. A name can be written in many ways: quoted,
 // cut into numbered parts (RFC 2231), with bytes as %65 or =65, as a word in base64 (RFC 2047); a
 // program that opens it sees one and the same. Names inside archives are the scanner's matter.
-#include "host/libmailvane/render/attachment_checks.h"
+#include "host/libmailvane/render/lists.h"
 
 #include <array>
 #include <string>
 #include <vector>
 
 #include "host/libhaldcore/text.h"
-#include "host/libmailvane/stores/attachment_types.h"
 
 namespace host::render {
 namespace {
@@ -133,17 +132,19 @@ std::string Check(const std::string& type)
 
 }  // namespace
 
-Result<std::vector<generation::ListFile>> AttachmentFiles()
+ListTexts AttachmentTexts(const ListSources& sources)
 {
-    Result<std::vector<std::string>> types = stores::AttachmentTypes();
-    if (!types) return std::move(types).reason();
-
-    std::string text;
-    for (const std::string& type : *types) text += Check(type);
-    if (!text.empty()) {
-        text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
+    std::string checks;
+    std::string types;
+    for (const std::string& type : sources.types) {
+        checks += Check(type);
+        types += type + "\n";
     }
-    return std::vector<generation::ListFile>{{generation::kAttachmentChecksFile, text, false}};
+    if (!checks.empty()) {
+        checks = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + checks + "endif\n";
+    }
+    // The scanner looks for the same types inside archives.
+    return std::vector<std::string>{checks, types};
 }
 
 }  // namespace host::render

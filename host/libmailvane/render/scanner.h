@@ -16,10 +16,6 @@ namespace host::render {
 /// the package fill.
 constexpr char kScannerFile[] = "amavis/amavisd.conf";
 constexpr char kSpamRules[] = "amavis/rules.cf";
-constexpr char kBannedTypes[] = "amavis/banned_types";
-
-/// The refused attachment types, which the scanner finds in archives too.
-Result<std::vector<generation::ListFile>> BannedTypeFiles();
 
 /// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
 /// that comes from users is quoted, or read from files of its own.

@@ -13,16 +13,9 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/render/attachment_checks.h"
-#include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/save/personal_change.h"
 #include "host/libmailvane/stores/stored_files.h"
-#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/system/user_script.h"
 
 namespace fs = std::filesystem;
 
@@ -138,21 +131,6 @@ std::string StoredText(const std::string& folder, const std::string& user)
     return text;
 }
 
-/// Puts the script of a user in force that the stored settings ask for. One who is no user of this
-/// machine has none.
-Result<void> FollowPersonalSettings(const std::string& user)
-{
-    const Result<system::MailAccount> account = system::FindMailAccount(user);
-    if (!account) {
-        if (account.reason().code == ReasonCode::kDaemonIsDown) return account.reason();
-        Log(LOG_WARNING, "no script for personal settings: %s", account.reason().text.c_str());
-        return {};
-    }
-    const auto settings = stores::ReadPersonalSettings(*account);
-    if (!settings) return settings.reason();
-    return system::PutUserScript(*account, render::RenderPersonalScript(*settings));
-}
-
 Result<void> FollowAllPersonalSettings()
 {
     // Before and after it was taken back, an exchange has the other settings in one of the two.
@@ -162,7 +140,7 @@ Result<void> FollowAllPersonalSettings()
     const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
     for (const std::string& user : users) {
         if (StoredText(folders[0], user) == StoredText(other, user)) continue;
-        Result<void> done = FollowPersonalSettings(user);
+        Result<void> done = FinishPersonalChange(user);
         if (!done) return done;
     }
     return {};
@@ -222,23 +200,14 @@ void DropExchange()
     fs::remove_all(ExchangeFolder(), error);
 }
 
-Result<void> BringStoredDataInLine()
+Result<void> FollowPersonalSettings()
 {
-    const auto settings = settings::StoredSettings::Read();
-    if (!settings) return settings.reason();
-    Result<void> done = HealAccounts(settings->Account());
-    if (!done) return done;
-
-    std::vector<ListFileMaker> lists = AccountLists();
-    lists.emplace_back(render::AttachmentFiles);
-    lists.emplace_back(render::BannedTypeFiles);
-    done = RebuildLists(lists);
-    return done && ExchangeIsUnderWay() ? FollowAllPersonalSettings() : done;
+    return ExchangeIsUnderWay() ? FollowAllPersonalSettings() : Result<void>();
 }
 
 int FollowStoredData(const std::string& /*unused*/)
 {
-    return Status(BringStoredDataInLine());
+    return Status(FollowPersonalSettings());
 }
 
 }  // namespace host::save

@@ -28,9 +28,8 @@ void KeepExchange();
 /// Ends an exchange that was taken back.
 void DropExchange();
 
-/// Brings what is made from the stored data in line with it, that is the account databases, the
-/// lists of the daemons, and the scripts of the users whose personal settings an exchange changed.
-Result<void> BringStoredDataInLine();
+/// Brings the scripts of the users in line whose personal settings an exchange changed.
+Result<void> FollowPersonalSettings();
 
 /// The same as a step of a save. 0, or -1 (logged).
 int FollowStoredData(const std::string& verb);

@@ -6,6 +6,7 @@
 #include <set>
 #include <string_view>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
@@ -30,6 +31,12 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
 /// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
 /// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
+
+/// Whether a step starts or stops a service.
+bool IsServiceStep(const Callback& step);
+
+/// Runs a step, which is a border of its own: what keeps it from its work is in the log by then.
+Result<void> RunStep(const Callback& step);
 
 /// Whether a plan reloads the firewall.
 bool HasFirewallStep(const std::list<Callback>& steps);

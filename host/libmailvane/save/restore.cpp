@@ -14,6 +14,7 @@
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/exchange.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/spam_rule_lint.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/stores/account_data.h"
@@ -145,15 +146,15 @@ Result<void> SettleLiveDatabases()
 Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
                              const std::list<Callback>& steps)
 {
-    std::vector<generation::ListFile> files;
-    if (whole) files.push_back({render::kSpamRules, state.rules, false});
+    SaveExtent extent;
+    if (whole) extent = {{{render::kSpamRules, state.rules, false}}, AllLists()};
 
     const std::string before = generation::CurrentGeneration();
-    Result<void> done = generation::MarkPendingSave({before});
+    Result<void> done = generation::MarkPendingSave({before, "restore"});
     if (!done) return done;
 
     done = BeginExchange(staged, whole);
-    if (done) done = SaveTransaction(state.settings, steps, files);
+    if (done) done = SaveTransaction(state.settings, steps, extent);
     // A save that came as far as its steps has done this already, or left it to the next writer.
     if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
         DropExchange();
@@ -169,7 +170,7 @@ Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
 {
     if (stored.Account() == wanted.Account()) return {};
 
-    wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()));
+    wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()).value_or(""));
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
@@ -189,8 +190,8 @@ Result<void> RollBackTo(const std::string& name)
         daemons::Runs(daemons::kMemcached, *wanted)) {
         steps.push_front(MemcachedStep());
     }
-    steps.push_front(Follow());
-    return SaveTransaction(*wanted, steps);
+    // Who gets the mail of an alias also follows from the settings.
+    return SaveTransaction(*wanted, steps, {{}, {&render::kAliasList}});
 }
 
 Result<void> RestoreStaged(const std::string& staged)

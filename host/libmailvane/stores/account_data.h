@@ -2,6 +2,7 @@
 // gets a copy of every message. What the stored combination needs is live, the rest is parked.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/libhaldcore/result.h"
@@ -13,16 +14,19 @@ namespace host::stores {
 /// SQLite and without the lock. Not to be called while this process has one of the databases open.
 bool AccountDataIsSound(const settings::AccountCombination& stored);
 
-/// Makes the live data that of the `stored` combination, after a switch that was not completed or a
-/// loss: a database of another combination is parked under that one's name, the copy parked under
-/// the stored combination comes back, and only where there is none an empty one is made. A damaged
-/// file is kept under another name. Needs the request lock; may be killed and repeated at any
-/// moment. `exchanged` tells whether anything live was changed, so that what was generated from it
-/// is out of date; it is set on failure too.
-Result<void> HealAccountData(const settings::AccountCombination& stored, bool& exchanged);
+/// Makes the live data that of the `stored` combination, after a switch that was not completed: a
+/// database of another combination is parked under that one's name, and the copy parked under the
+/// stored combination comes back. One that is missing or damaged, and of which no copy is parked,
+/// is lost: it stays as it is, and that is the reason. Needs the request lock; may be killed and
+/// repeated at any moment.
+Result<void> HealAccountData(const settings::AccountCombination& stored);
 
-/// The copy address parked under a combination, and parking one there.
-std::string ParkedAlwaysBcc(const settings::AccountCombination& combination);
+/// Makes the live databases those of a combination that comes in force: as above, but of which no
+/// copy is parked an empty one is made. A damaged file is kept under another name.
+Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
+
+/// The copy address parked under a combination, if one is, and parking one there.
+std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination);
 Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
                            const std::string& address);
 

@@ -6,9 +6,6 @@
 namespace host::stores {
 namespace {
 
-const char kWhat[] = "aliases";
-const char kPrefix[] = "aliases: ";
-
 void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
 {
     SQLite::Statement alias(database, "DELETE FROM alias WHERE id = ?");
@@ -67,10 +64,11 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
     }
 }
 
-AliasEntries ReadEntries(SQLite::Database& database)
+}  // namespace
+
+AliasEntries ReadAliases(SQLite::Database& database)
 {
     AliasEntries entries;
-    const SQLite::Transaction oneState(database);
     SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
     while (aliases.executeStep()) {
         entries.push_back({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText(), {}});
@@ -79,26 +77,20 @@ AliasEntries ReadEntries(SQLite::Database& database)
     return entries;
 }
 
-}  // namespace
-
 Result<AliasEntries> ReadAliases()
 {
-    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
+    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed("aliases: ");
     if (!database) return std::move(database).reason();
-    return system::Attempt(kWhat, [&database] { return ReadEntries(*database); });
+    return system::Attempt("aliases", [&database] {
+        const SQLite::Transaction oneState(*database);
+        return ReadAliases(*database);
+    });
 }
 
-Result<void> ChangeAliases(const AliasChange& change)
+void ChangeAliases(SQLite::Database& database, const AliasChange& change)
 {
-    auto database = ChangeAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
-    if (!database) return std::move(database).reason();
-
-    return system::Attempt(kWhat, [&] {
-        SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
-        Remove(*database, change.removed);
-        Add(*database, change.added);
-        transaction.commit();
-    });
+    Remove(database, change.removed);
+    Add(database, change.added);
 }
 
 }  // namespace host::stores

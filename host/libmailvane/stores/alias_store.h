@@ -1,6 +1,9 @@
 // The aliases in etc/alias.db.
 #pragma once
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::stores {
@@ -11,10 +14,13 @@ constexpr char kAliasTables[] =
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases in order; none when there is no database.
+/// All aliases in order. Throw SQLite::Exception, as does the change below.
+AliasEntries ReadAliases(SQLite::Database& database);
+
+/// The same of etc/alias.db. Fails as `ReadAccountDatabase`.
 Result<AliasEntries> ReadAliases();
 
-/// Makes a change in one transaction; nothing has changed after a failure.
-Result<void> ChangeAliases(const AliasChange& change);
+/// Makes a change, in the caller's transaction.
+void ChangeAliases(SQLite::Database& database, const AliasChange& change);
 
 }  // namespace host::stores

@@ -1,0 +1,121 @@
+// The lists of rules in etc/mailvane.db: what a name of mail may, where its copies go, whether it
+// is black or white. All are stored, searched, paged and changed in the same way.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <algorithm>
+#include <list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/libhaldcore/result.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/system/database.h"
+#include "platform/mailvane/filter.h"
+
+namespace host::stores {
+
+/// One rule, of whatever list.
+struct Rule {
+    int type = 0;       ///< what the name is of: a sender, a recipient, a client
+    std::string name;   ///< as it is stored
+    int nameType = 0;   ///< kind of the name, in lists that know kinds
+    std::string value;  ///< what the rule says; a number in some lists
+};
+using Rules = std::list<Rule>;
+
+/// A field that a search can look at: its name in a request, and the SQL expression of its text.
+struct SearchField {
+    const char* name;
+    const char* expression;
+};
+
+/// What differs from list to list.
+struct RuleList {
+    std::string_view table;
+    std::string_view columns;  ///< of the table, in its order, which is that of the list
+    std::string_view key;      ///< those of them that no two rules share
+    SearchField fields[2];
+
+    /// A rule in the file format of the list, and back: its line, without the end.
+    std::string (*line)(const Rule& rule);
+    Result<Rule> (*parse)(const std::string& line, int type);
+};
+
+/// A search as SQL.
+struct RuleSearch {
+    struct Bound {
+        const char* parameter;
+        std::string text;
+    };
+
+    std::string condition = "1";
+    std::vector<Bound> bound;  ///< what fills the parameters of the condition
+    int start = 0;
+    int limit = 0;
+};
+
+/// Whether a script makes the table of a list, with these columns in this order.
+constexpr bool IsMadeBy(const RuleList& list, std::string_view script)
+{
+    constexpr std::string_view kCreate = "CREATE TABLE ";
+    if (script.substr(kCreate.size(), list.table.size()) != list.table) return false;
+
+    std::size_t at = script.find('(');
+    std::string_view columns = list.columns;
+    while (!columns.empty() && at != std::string_view::npos) {
+        const std::string_view name = columns.substr(0, columns.find(','));
+        if (script.substr(at + 1, name.size()) != name) return false;
+        columns.remove_prefix(std::min(name.size() + 2, columns.size()));
+        at = script.find(", ", at);
+        if (at != std::string_view::npos) ++at;
+    }
+    return script.find(list.key) != std::string_view::npos;
+}
+
+/// The search of a filter. One in a field that the list does not have finds nothing.
+RuleSearch SearchOf(const RuleList& list, const Filter& filter);
+
+/// Number of rules that match a search, whatever the page, and the page of them; a negative start
+/// is the first rule, a negative limit none. Throw SQLite::Exception, as do the operations below.
+int CountRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
+Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
+
+/// All rules of one type, in order.
+Rules ReadRules(SQLite::Database& store, const RuleList& list, int type);
+
+/// What becomes of a rule whose name is stored already.
+enum class Standing {
+    kInTheWay,   ///< nothing is added
+    kMayRepeat,  ///< the same, unless both say the same
+    kReplaced
+};
+
+/// Adds rules, in the caller's transaction. Gives the stored one that is in the way, which it is to
+/// be taken back for; nothing when all are there.
+std::optional<Rule> AddRules(SQLite::Database& store, const RuleList& list, const Rules& rules,
+                             Standing standing);
+
+/// Removes rules by their keys and, where one is given, their value; in the caller's transaction.
+void RemoveRules(SQLite::Database& store, const RuleList& list, const Rules& rules);
+
+/// The text of one type in the file format of the list.
+std::string RulesText(SQLite::Database& store, const RuleList& list, int type);
+
+/// The rules of a file of that format.
+Result<Rules> ReadRulesText(const RuleList& list, int type, const std::string& path);
+
+/// Runs a query on the lists in etc/mailvane.db. `what` begins its line in the log.
+template <typename Query>
+auto AskLists(const char* what, Query query)
+{
+    auto store = ReadAccountDatabase(AccountDatabase::kMailvane).Prefixed(std::string(what) + ": ");
+    const auto run = [&query, &store] { return query(*store); };
+    using Answer = decltype(system::Attempt(what, run));
+    return store ? system::Attempt(what, run) : Answer(std::move(store).reason());
+}
+
+}  // namespace host::stores
