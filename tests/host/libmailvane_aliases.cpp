@@ -36,7 +36,8 @@ protected:
         host::render::AliasExpansion expansion(
             table, {"mv.test", "Two.test"},
             [](const std::string& group) -> host::Result<std::vector<std::string>> {
-                if (group == "down") return host::Reason{host::ReasonCode::kDaemonIsDown, group};
+                if (group == "down")
+                    return host::Reason{host::ReasonCode::kDaemonIsDown, group, ""};
                 if (group != "staff") return std::vector<std::string>();
                 return std::vector<std::string>{"alice", "sales", "a b", "bob"};
             });

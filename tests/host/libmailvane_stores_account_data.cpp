@@ -294,7 +294,9 @@ TEST_F(AccountData, ComesFromTheParkedCopyOrIsLostUntilASwitchMakesItAnew)
         const std::string before = MarkOf(Live(kAlias));
         const bool isLost = *row.want == '\0';
         EXPECT_EQ(static_cast<bool>(host::stores::HealAccountData(kOld)), !isLost);
-        if (isLost) EXPECT_EQ(before + "nothing", MarkOf(Live(kAlias)) + MarkKeptAside());
+        if (isLost) {
+            EXPECT_EQ(before + "nothing", MarkOf(Live(kAlias)) + MarkKeptAside());
+        }
 
         EXPECT_TRUE(host::stores::SwitchDatabases(kOld));
         EXPECT_EQ(row.want, MarkOf(Live(kAlias)));
