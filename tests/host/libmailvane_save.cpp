@@ -359,6 +359,7 @@ TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
 
         ASSERT_EQ(InRequest([&] { return list.change("third"); }), 0);
         EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
+        EXPECT_EQ(Calls(), "postfix restart\n");
     }
 }
 
