@@ -4,6 +4,6 @@
 #include "platform/mailvane/filter.h"
 #include "platform/web/web_man.h"
 
-/// The parameters "start", "limit", "search_type" and "search_key" of the access and blind-copy
-/// lists; absent ones ask for the first 50 entries, unsearched.
+/// Reads the parameters "start", "limit", "search_type" and "search_key" of the access lists and
+/// blind carbon copies. Without them, the filter selects the first 50 entries, unsearched.
 Filter ReadListFilter(WebMan& web);

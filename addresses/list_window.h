@@ -3,7 +3,7 @@
 
 class ListWindow {
 public:
-    /// From the parameters "start" and "limit", decimal numbers. Both may be negative: the window
+    /// Parses the parameters "start" and "limit", decimal numbers. Both may be negative: the window
     /// then begins before the list, or shows nothing.
     ListWindow(const char* start, const char* limit);
 

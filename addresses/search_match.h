@@ -1,7 +1,7 @@
 // The search of the address lists.
 #pragma once
 
-/// Whether `query` occurs anywhere in `text`, whatever the case of either (both UTF-8). An empty
-/// query matches any text but an empty one; null matches nothing. False, logged, when one of them
-/// cannot be put in upper case.
+/// Whether `query` occurs in `text`, without regard to case (both UTF-8). An empty query matches
+/// any text except an empty one; null matches nothing. False (logged) when the conversion to upper
+/// case fails.
 bool SearchMatches(const char* text, const char* query);

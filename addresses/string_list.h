@@ -1,9 +1,9 @@
-// Lists of strings as the platform's account functions fill them.
+// Lists of strings filled by the platform's account functions.
 #pragma once
 
 #include "platform/hlib/string_list.h"
 
-/// Owns one list.
+/// Owns a list.
 class StringList {
 public:
     StringList() : list_(HLIBCSzListAlloc(kCapacity)) {}
@@ -11,10 +11,10 @@ public:
     StringList(const StringList&) = delete;
     StringList& operator=(const StringList&) = delete;
 
-    /// False when memory was short: it can then only be destroyed.
+    /// False when there was not enough memory; the object can then only be destroyed.
     bool Ok() const { return list_ != nullptr; }
 
-    /// Where the operations of the platform append.
+    /// The argument for platform functions that append.
     HLIBCSzList** Address() { return &list_; }
 
     /// Appends a copy; false on failure.

@@ -1,4 +1,4 @@
-// Whether the anti-virus side is busy, ready or broken.
+// The state of the anti-virus engine and its updater.
 #pragma once
 
 /// The status word: "error", "fresh_clam", "service_starting" or "done".

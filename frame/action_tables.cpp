@@ -4,7 +4,7 @@
 // To add an action:
 // 1. write the worker and the member function in its page's source (services/, addresses/, ...);
 // 2. declare the member in mailvane_handler.h under the name of that folder;
-// 3. add its row below, in the order of the full list in tests/actions/;
+// 3. add its row below;
 // 4. write its tests in tests/actions/.
 #include <iterator>
 #include <stdexcept>

@@ -1,6 +1,6 @@
-// The road of one request from process start to exit.
+// Handling of one request from the start of the process to its end.
 #pragma once
 
-/// Answers the request that the web server started this process for. 0, or -1 (exit status 255)
-/// after an exception that ended the request without an answer; it is then in the system log.
+/// Handles the request for which the web server started this process. 0, or -1 (exit status 255)
+/// when an exception, which is logged, ended the request without an answer.
 int RunRequest();

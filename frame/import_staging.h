@@ -1,12 +1,13 @@
-// The description of an import that waits for its upload: written by one request, read by the next.
+// Staged imports: the description of an import, written by one request and read by the upload that
+// follows.
 #pragma once
 
 #include <string>
 
-/// What is imported, and the one detail that its kind asks for.
+/// What is imported; the other members depend on `type`.
 struct StagedImport {
     std::string type;  ///< "access", "bcc", "spam_rule", "spam_blackwhite" or "alias"
-    int nameType = 0;  ///< the list, of "access" and "bcc"
+    int nameType = 0;  ///< of "access" and "bcc": the list
     std::string ruleName;
     int blackWhiteType = 0;  ///< a `BlackWhiteType`
 };
@@ -14,6 +15,6 @@ struct StagedImport {
 /// Whether an import was staged.
 bool ImportIsStaged();
 
-/// Reads the description; a part that the import has no use for is empty or 0. False, logged, when
-/// it cannot be read.
+/// Reads the description; members that `type` does not use are empty or 0. False (logged) on
+/// failure.
 bool ReadStagedImport(StagedImport& staged);

@@ -5,6 +5,6 @@
 
 #include "frame/import_staging.h"
 
-/// Carries out the import that was staged, from the file at `path`. 0, or -1 (logged) when it
-/// failed; an unknown type imports nothing.
+/// Runs a staged import from the file at `path`. 0, or -1 (logged) on failure; an unknown type
+/// imports nothing.
 int RunImport(const StagedImport& staged, const std::string& path);

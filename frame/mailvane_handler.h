@@ -14,8 +14,8 @@ class MailvaneHandler : public ServerFormHandler {
 public:
     MailvaneHandler();
 
-    /// Answers the request: refuses strangers, then uploads, then the action by its name. Throws
-    /// `std::invalid_argument` for an unknown action.
+    /// Answers the request: refuses callers who are not administrators, then handles an upload,
+    /// else the named action. Throws `std::invalid_argument` for an unknown action.
     void Run() override;
     void PreHook() override;
     void PostHook() override;
@@ -24,7 +24,7 @@ public:
     /// Whether the caller may administer the mail server.
     virtual bool IsAuthorizedAdmin();
 
-    /// Names of the rows of both action tables, in order.
+    /// The names in both action tables, in order.
     static std::vector<std::string> ReadActions();
     static std::vector<std::string> WriteActions();
 
@@ -36,9 +36,9 @@ public:
     void SetErrorLine(Json::Value& response, const char* section, const char* key, int line);
     /// Writes the answer with the default header of a JSON answer.
     void SendResponse(const Json::Value& response);
-    /// Writes the answer with a content type of its own.
+    /// Writes the answer with another content type.
     void SendResponseAs(const Json::Value& response, const char* contentType);
-    /// Answers any request of a demonstration system.
+    /// Writes the refusal that a demonstration system answers to every request.
     void SendDemoRefusal();
 
 private:
@@ -51,16 +51,17 @@ private:
         Handler handler;
     };
 
-    // Both tables stand in action_tables.cpp.
+    // Both tables are in action_tables.cpp.
     static const Row<ReadHandler> kReadTable[];
     static const Row<WriteHandler> kWriteTable[];
 
     void ReadDispatch();
     void WriteDispatch(Json::Value& in);
     void HandleUpload();
-    /// Carries out the import that an upload is for; a failure is told in `response`.
+    /// Runs the import that an upload is for; a failure is reported in `response`.
     void ImportUpload(Json::Value& response);
-    /// Takes the uploaded file in and returns its path; empty, told in `response`, when that fails.
+    /// Stores the uploaded file and returns its path; empty, and reported in `response`, on
+    /// failure.
     std::string SaveUploadFile(Json::Value& response);
 
     /// Writes the one answer of an action: its members, its message, its success flag.

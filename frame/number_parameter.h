@@ -1,8 +1,8 @@
-// Parameters of a request that are numbers.
+// Numeric parameters of a request.
 #pragma once
 
 #include "platform/web/web_man.h"
 
-/// A number parameter in decimal; text without leading digits is 0. `fallback` is the text that
-/// stands for an absent one.
+/// The value of a decimal parameter; 0 when it does not begin with digits. `fallback` is parsed
+/// instead when the parameter is absent.
 long NumberParameter(WebMan& web, const char* name, const char* fallback);

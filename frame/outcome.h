@@ -1,18 +1,18 @@
-// What became of an action: success, or the message that the client shall show.
+// The outcome of an action: success, or the message that the client shows.
 #pragma once
 
 #include <optional>
 
 class [[nodiscard]] Outcome {
 public:
-    /// The action did what it was asked.
+    /// The action has succeeded.
     static Outcome Success() { return Outcome(true); }
 
-    /// Failed, without a message: the client sees the flag alone.
+    /// Failed, without a message: the client gets only the flag.
     static Outcome Fail() { return Outcome(false); }
 
-    /// Failed; `section` and `key` name a message of the interface's catalogue. Both texts must be
-    /// literals or outlive the outcome.
+    /// Failed; `section` and `key` name a message in the interface's texts. Both must be literals
+    /// or outlive the outcome.
     static Outcome Fail(const char* section, const char* key)
     {
         Outcome outcome(false);
@@ -21,7 +21,7 @@ public:
         return outcome;
     }
 
-    /// As above, with the source line that support asks for.
+    /// As `Fail`, with the number of the source line, for support.
     static Outcome FailAt(int line, const char* section, const char* key)
     {
         Outcome outcome = Fail(section, key);

@@ -1,11 +1,11 @@
-// The steps of save plans, so that their labels are spelled once.
+// The steps of save plans, with their labels.
 #pragma once
 
 #include <string>
 
 #include "platform/mailvane/callback.h"
 
-/// The SMTP server: "start", "stop" or "restart".
+/// A step for the SMTP server: "start", "stop" or "restart". The others are alike.
 Callback PostfixStep(const std::string& verb);
 
 /// The IMAP and POP3 server.
@@ -17,7 +17,7 @@ Callback DkimStep(const std::string& verb);
 /// The DMARC checker.
 Callback DmarcStep(const std::string& verb);
 
-/// The store of the senders' rates.
+/// memcached, which has the counters of the rate policy.
 Callback MemcachedStep(const std::string& verb);
 
 /// The mail scanner.
@@ -26,14 +26,14 @@ Callback ScannerStep(const std::string& verb);
 /// The anti-virus engine.
 Callback AntiVirusStep(const std::string& verb);
 
-/// Mail held for the scanner goes on its way.
+/// Puts mail held for the scanner into the queue again.
 Callback RequeueStep();
 
-/// The maps of blind copies, access lists and sender quotas.
+/// Rebuilds the maps of blind carbon copies, access lists and sender quotas.
 Callback MapsStep();
 
-/// The map of logins and the addresses they may send from.
+/// Rebuilds the map of the addresses that each login may send from.
 Callback LoginMapStep();
 
-/// The packet filter.
+/// Reloads the packet filter.
 Callback FirewallStep();

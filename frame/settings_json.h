@@ -1,4 +1,4 @@
-// Typed settings and JSON: one generic conversion in each direction.
+// Conversion of typed settings to JSON and back.
 #pragma once
 
 #include <json/value.h>
@@ -8,20 +8,20 @@
 
 #include "platform/mailvane/config.h"
 
-/// Adds one setting to `out` under its own name. Throws `std::invalid_argument` for a key of an
-/// unknown type and `boost::bad_any_cast` for a value that does not match its key.
+/// Adds a setting to `out` under its name. Throws `std::invalid_argument` for a key of unknown
+/// type, `boost::bad_any_cast` for a value of another type than its key.
 void SetJsonFromConfig(Json::Value& out, Config& store, const boost::any& key);
 
-/// Takes one setting from `in`; a name that `in` does not have leaves the setting as it is. Throws
-/// `std::invalid_argument` for a key of an unknown type, and what the JSON library throws for a
-/// member that it cannot convert.
+/// Sets a setting to the member of its name in `in`, if there is one. Throws
+/// `std::invalid_argument` for a key of unknown type, and the JSON library's exception for a member
+/// that cannot be converted.
 void SetConfigFromJson(const Json::Value& in, Config& store, const boost::any& key);
 
-/// The same for every key of the store, in order.
+/// The same for all settings of the store, in order.
 void AllSettingsToJson(Json::Value& out, Config& store);
 void AllSettingsFromJson(const Json::Value& in, Config& store);
 
-/// The value of one setting; throws `boost::bad_any_cast` when it is of another type.
+/// The value of a setting; throws `boost::bad_any_cast` when it has another type.
 template <typename T>
 T Setting(Config& store, const std::string& name)
 {

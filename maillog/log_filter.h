@@ -1,4 +1,4 @@
-// Criteria, order and page of a mail-log query, as requests name them.
+// Criteria, order and page of a mail-log query, from the request.
 #pragma once
 
 #include <json/value.h>
@@ -11,9 +11,9 @@
 /// The current database.
 constexpr char kMailLogPath[] = "/var/packages/Mailvane/target/etc/maillog/maillog.db";
 
-/// The column that a sort key stands for; "date" for an unknown one.
+/// The column for a sort key; "date" for an unknown key.
 std::string SortColumn(const std::string& key);
 
-/// The filter of the parameters "start", "limit", "dir" and "sort" and of the criteria, an object
-/// or null. Throws Json::LogicError for a criterion that cannot be converted.
+/// The filter from the parameters "start", "limit", "dir" and "sort", and from the criteria, an
+/// object or null. Throws Json::LogicError for a criterion that cannot be converted.
 LogFilter ReadLogFilter(WebMan& web, const Json::Value& criteria);

@@ -4,9 +4,6 @@
 
 namespace {
 
-// Stands for the stored password: eight replacement characters, which nobody types.
-const char kPasswordMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
-
 void ReadReport(Json::Value& response)
 {
     const Reporter reporter = Reporter::LoadSetting();
@@ -24,7 +21,7 @@ void ReadReport(Json::Value& response)
     response["smtp_port"] = smtp.port;
     response["smtp_auth"] = smtp.auth;
     response["auth_name"] = smtp.account;
-    response["auth_password"] = kPasswordMask;  // write-only: never sent to the client
+    response["auth_password"] = kReportPasswordMask;  // write-only: never sent to the client
     response["smtp_security_conn"] = smtp.secure;
 }
 
@@ -44,7 +41,7 @@ void StoreReport(const Json::Value& in)
     smtp.auth = in["smtp_auth"].asBool();
     smtp.account = in["auth_name"].asString();
     const std::string password = in["auth_password"].asString();
-    if (password != kPasswordMask) smtp.password = password;
+    if (password != kReportPasswordMask) smtp.password = password;
     smtp.secure = in["smtp_security_conn"].asBool();
     reporter.SetSMTP(smtp);
     reporter.SaveSetting();

@@ -3,12 +3,11 @@
 
 #include <string>
 
-/// Path of the public half.
+/// Path of the public key.
 extern const char kDkimPublicKey[];
 
-/// Makes a new pair. Negative after a failure, which is logged.
+/// Makes a new key pair. Negative (logged) on failure.
 int CreateDkimKeyPair();
 
-/// The public half as one line, as it goes into a TXT record. Negative after a failure, which is
-/// logged.
+/// Reads the public key as one line, as in a TXT record. Negative (logged) on failure.
 int ReadDkimPublicKey(std::string& text);

@@ -1,4 +1,4 @@
-// What a save of the security page has to restart, start or stop.
+// The plan of a save of the security page.
 #pragma once
 
 #include <list>
@@ -20,10 +20,11 @@ struct SecurityState {
     bool spfSoftFail = false;
 };
 
-/// The verb that takes the scanner from `stored` to `wanted`: "start", "stop" or "restart". It
-/// counts as on while any of its three switches is.
+/// The verb that takes the scanner from `stored` to `wanted`: "start", "stop" or "restart". The
+/// scanner is on when any of its three switches is.
 std::string ScannerVerb(const SecurityState& stored, const SecurityState& wanted);
 
-/// The steps of the scanner's save and, after it, of the SMTP server's, in the order they must run.
+/// The steps for the scanner, and the steps for the SMTP server, which run after these; both in
+/// order.
 std::list<Callback> PlanScannerSave(const SecurityState& stored, const SecurityState& wanted);
 std::list<Callback> PlanSecuritySave(const SecurityState& stored, const SecurityState& wanted);

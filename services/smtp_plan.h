@@ -1,4 +1,4 @@
-// What a save of the SMTP page has to restart, start, stop or rebuild.
+// The plan of a save of the SMTP page.
 #pragma once
 
 #include <list>
@@ -22,6 +22,6 @@ struct SmtpState {
     bool dmarcEnabled = false;  ///< only the stored one counts
 };
 
-/// The steps that take the server from `stored` to `wanted`, in the order they must run. There is
-/// always one for the SMTP server.
+/// The steps that take the services from `stored` to `wanted`, in order. One for the SMTP server is
+/// always among them.
 std::list<Callback> PlanSmtpSave(const SmtpState& stored, const SmtpState& wanted);

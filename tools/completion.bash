@@ -3,7 +3,7 @@
 # /usr/share/bash-completion/completions/mailvanectl.
 _mailvanectl() {
     local words
-    # By blanks only: bash itself also splits at "=".
+    # Split at blanks only: bash itself also splits at "=".
     read -ra words <<<"${COMP_LINE:0:COMP_POINT}"
     [[ ${COMP_LINE:0:COMP_POINT} != *[[:blank:]] ]] || words+=("")
     mapfile -t COMPREPLY < <("$1" complete "${words[@]:1}" 2>/dev/null)

@@ -1,5 +1,4 @@
-// describe_settings: writes what the documents say about the settings, from the table of all
-// settings.
+// describe_settings: writes the documents about the settings from the table of settings.
 //
 //   describe_settings FOLDER     writes FOLDER/settings.md and FOLDER/settings.yaml
 #include <cstdio>
@@ -127,12 +126,12 @@ std::string YamlProperty(const SettingInfo& setting)
         text += "      minimum: " + std::to_string(setting.lowest) +
                 "\n      maximum: " + std::to_string(setting.highest) + "\n";
     }
-    // Every page shows an empty text for it, and an empty text in a save keeps the stored one.
+    // Pages show this setting as empty, and saving an empty text keeps the stored value.
     if (IsPassword(setting)) text += "      writeOnly: true\n      x-mask: \"\"\n";
     return text;
 }
 
-/// What a save takes, and what a load answers: all of it.
+/// The schemas of what a save accepts and what a load returns (all settings).
 std::string YamlSchemas(const ObjectTitle& object)
 {
     std::string properties;

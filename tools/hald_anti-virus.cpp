@@ -1,9 +1,8 @@
-// hald_anti-virus: brings the signatures of the anti-virus engine up to date.
+// hald_anti-virus: updates the signatures of the anti-virus engine.
 //
 //   hald_anti-virus update    fetches what is new, once; while another run does, waits for that
 //
-// Whoever wants to know whether it is at work reads /run/hald_freshclam.pid. It ends by itself
-// within half an hour.
+// /run/hald_freshclam.pid exists while it runs. It ends within half an hour.
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -41,8 +40,7 @@ constexpr std::chrono::seconds kGrace{5};
 
 enum class Turn { kOurs, kDoneByAnother, kFailed };
 
-/// Takes the lock. When another run has it, waits until that is through: there is nothing left to
-/// do then.
+/// Takes the lock. When another run has it, waits for its end: then there is nothing left to do.
 Turn TakeTurn(host::Descriptor& lock)
 {
     (void)host::MakeDirectories(host::Path(kLockFolder), 0755);
@@ -54,7 +52,7 @@ Turn TakeTurn(host::Descriptor& lock)
     return flock(lock.get(), LOCK_EX) == 0 ? Turn::kDoneByAnother : Turn::kFailed;
 }
 
-/// Signals that ask to end can be read from the descriptor.
+/// A descriptor from which signals that ask the process to end can be read.
 host::Descriptor CatchEndSignals()
 {
     sigset_t ends;
@@ -64,7 +62,7 @@ host::Descriptor CatchEndSignals()
     return host::Descriptor(signalfd(-1, &ends, SFD_CLOEXEC));
 }
 
-/// Waits for the end of the program; false when time was up or a signal came first.
+/// Waits for the program's end; false when the limit was over or a signal came first.
 bool WaitForEnd(const host::StartedProgram& program, int signals, std::chrono::milliseconds limit)
 {
     pollfd waits[] = {{program.process.get(), POLLIN, 0}, {signals, POLLIN, 0}};
@@ -75,7 +73,7 @@ bool WaitForEnd(const host::StartedProgram& program, int signals, std::chrono::m
     return waits[0].revents != 0;
 }
 
-/// Ends a program that has not ended by itself, and removes what it leaves half done.
+/// Kills a program that has not ended, and removes its incomplete files.
 void Break(const host::StartedProgram& program)
 {
     (void)kill(-program.pid, SIGTERM);
@@ -86,7 +84,7 @@ void Break(const host::StartedProgram& program)
         {host::programs::kFind, folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
 }
 
-/// Runs the updater; whether the signatures are up to date. It logs by itself what goes wrong.
+/// Runs the updater, which logs its own failures; whether the signatures are up to date.
 bool Update()
 {
     const host::Descriptor signals = CatchEndSignals();
@@ -120,7 +118,7 @@ int RunUpdate()
     const std::string pidFile = host::Path(kPidFile);
     if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
 
-    // An engine that had no signatures yet can start now; one that runs has been told.
+    // Starts an engine that had no signatures before; one that runs was notified by the updater.
     const bool updated =
         Update() && host::daemons::RunControlScript(host::daemons::kAntiVirus, "start") == 0;
     (void)unlink(pidFile.c_str());

@@ -1,4 +1,4 @@
-// hald_gen_login_map: rebuilds the map of logins and the addresses they may send from.
+// hald_gen_login_map: rebuilds the map of the addresses that each login may send from.
 #include <cstdio>
 #include <cstdlib>
 

@@ -26,7 +26,7 @@ host::Result<void> RebuildAliases()
     return host::save::ApplyLists({&host::render::kAliasList});
 }
 
-/// One of the two is set: a command takes an argument or none.
+/// A command, with or without an argument: one of the two functions is set.
 struct Command {
     const char* name;
     host::Result<void> (*run)();

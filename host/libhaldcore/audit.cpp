@@ -1,4 +1,4 @@
-// What a request changes, for the line about it in the system log.
+// The names of what a request changes, for the audit line in the system log.
 #include "host/libhaldcore/audit.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Resource limits of the process that answers a request, and their absence in what it starts.
+// Resource limits of the process that answers a request; programs that it starts do not have them.
 #include "host/libhaldcore/child_limits.h"
 
 #include <sys/resource.h>
@@ -16,7 +16,7 @@ constexpr rlim_t kAddressSpace = rlim_t{512} << 20;
 #endif
 constexpr rlim_t kProcessorTime = 60;
 
-/// One limit: what this process gets and what it had before.
+/// One limit: its new soft value and the values before.
 struct Limit {
     decltype(RLIMIT_CORE) resource;
     rlim_t wanted;
@@ -38,7 +38,7 @@ void LimitThisProcess()
 
     for (Limit& limit : limits) {
         (void)getrlimit(limit.resource, &limit.before);
-        // The hard limit stays, so that the soft one can be raised again without privilege.
+        // The hard limit stays, so that the soft limit can be raised again without privileges.
         struct rlimit lowered = limit.before;
         lowered.rlim_cur = std::min(lowered.rlim_cur, limit.wanted);
         (void)setrlimit(limit.resource, &lowered);

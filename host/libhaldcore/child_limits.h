@@ -1,16 +1,15 @@
-// Resource limits of the process that answers a request, and their absence in what it starts.
+// Resource limits of the process that answers a request; programs that it starts do not have them.
 #pragma once
 
 namespace host {
 
-/// Lowers the soft limits of this process: no core dump, 512 MiB of address space, 60 s of
-/// processor time. A request that asks for more memory then ends as `std::bad_alloc`. Built with a
-/// sanitizer, memory stays unlimited, since the sanitizer reserves terabytes of addresses.
+/// Lowers the soft limits of this process: no core dump, 512 MiB of address space, 60 s of CPU
+/// time. A request that needs more memory gets `std::bad_alloc`. Sanitizer builds keep unlimited
+/// memory, since a sanitizer reserves terabytes of addresses.
 void LimitThisProcess();
 
-/// Sets the limits back to those that `LimitThisProcess` found, in a child between fork and exec:
-/// a daemon started by a request runs as one started at boot. Does nothing when this process was
-/// never limited. Safe where only async-signal-safe calls are.
+/// Restores the limits from before `LimitThisProcess`, in a child between fork and exec, so that a
+/// daemon started by a request has the limits of one started at boot. Async-signal-safe.
 void RestoreLimits();
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// A file descriptor that closes itself.
+// A file descriptor that is closed by its destructor.
 #pragma once
 
 #include <unistd.h>
@@ -8,7 +8,7 @@
 
 namespace host {
 
-/// Owns a descriptor, or none (-1). Closing it leaves errno as it was.
+/// Owns a descriptor, or none (-1). Closing does not change errno.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -26,7 +26,7 @@ public:
     explicit operator bool() const { return number_ >= 0; }
     int get() const { return number_; }
 
-    /// Gives the descriptor away; the caller closes it.
+    /// Returns the descriptor, which the caller now owns.
     int Release() { return std::exchange(number_, -1); }
 
     void Close()

@@ -1,4 +1,4 @@
-// The code of the last failure.
+// The error code of the last failure.
 #include "host/libhaldcore/error.h"
 
 #include <cerrno>

@@ -1,13 +1,13 @@
-// Where the libraries of the platform leave the code of their last failure.
+// The error code of the last failure, for callers of the platform.
 #pragma once
 
 namespace host {
 
-/// Records `code` (an errno value) as the reason of the last failure and returns -1, so that an
-/// operation fails with `return Fail(ENOENT);`.
+/// Stores `code` (an errno value) as the error of the last failure and returns -1, for `return
+/// Fail(ENOENT);`.
 int Fail(int code);
 
-/// The same with the current errno.
+/// As `Fail(errno)`.
 int FailWithErrno();
 
 }  // namespace host

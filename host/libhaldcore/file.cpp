@@ -1,4 +1,4 @@
-// Files and directories for the program.
+// Files and directories: the platform's functions.
 #include "platform/hlib/file.h"
 
 #include <dirent.h>
@@ -21,7 +21,7 @@ struct CloseDirectory {
     void operator()(DIR* directory) const { (void)closedir(directory); }
 };
 
-/// The next name but for "." and ".."; null at the end (errno 0) and on failure.
+/// The next name other than "." and ".."; null at the end (errno 0) and on failure.
 const char* NextName(DIR* directory)
 {
     for (;;) {

@@ -1,5 +1,5 @@
-// Reading and replacing whole files. Directories that anybody may write to are treated with
-// distrust: links in them are not followed and files of others not believed.
+// Reading and replacing whole files. In world-writable directories, such as /tmp, links are not
+// followed and files of other users are refused.
 #include "host/libhaldcore/files.h"
 
 #include <fcntl.h>
@@ -21,11 +21,11 @@ namespace {
 
 constexpr int kMaxLinks = 16;
 
-/// An entry of an open directory; it need not exist.
+/// A name in an open directory; it need not exist.
 struct Place {
     Descriptor directory;
     std::string name;
-    bool shared = false;  // anybody may write to the directory
+    bool shared = false;  // the directory is world-writable
 };
 
 std::string ParentOf(const std::string& path)
@@ -35,7 +35,7 @@ std::string ParentOf(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// Opens the directory that holds `path`; `access` is O_RDONLY or O_PATH.
+/// Opens the directory of `path`; `access` is O_RDONLY or O_PATH.
 std::optional<Place> OpenPlace(const std::string& path, int access)
 {
     Place place;
@@ -53,7 +53,7 @@ std::optional<Place> OpenPlace(const std::string& path, int access)
     return place;
 }
 
-/// The target of the symbolic link at `place`; nothing, with errno EINVAL, when it is none.
+/// The target of the symbolic link at `place`; nothing, with errno EINVAL, when that is no link.
 std::optional<std::string> ReadLink(const Place& place)
 {
     std::string target(4096, '\0');
@@ -65,7 +65,7 @@ std::optional<std::string> ReadLink(const Place& place)
     return target;
 }
 
-/// The place that `path` names after its links, which may dangle.
+/// The place of `path` after its symbolic links, whose target may be missing.
 std::optional<Place> FollowLinks(std::string path)
 {
     for (int links = 0; links < kMaxLinks; ++links) {
@@ -99,7 +99,7 @@ bool ReadToEnd(int file, off_t expected, std::string& bytes)
     return true;
 }
 
-/// Creates a file with an unpredictable name, for its owner alone, and stores the name in `name`.
+/// Creates a file with an unpredictable name and mode 0600; stores the name in `name`.
 Descriptor CreateBeside(const Place& place, std::string& name)
 {
     std::uint64_t number = 0;
@@ -112,7 +112,7 @@ Descriptor CreateBeside(const Place& place, std::string& name)
                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
 }
 
-/// Gives the new file the owner of the one it replaces, but for a stranger's in a shared directory.
+/// Gives the new file the owner of the old one, except in a world-writable directory.
 bool KeepOwner(const Place& place, int file)
 {
     struct stat old;
@@ -179,8 +179,8 @@ bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode)
         return false;
     }
 
-    // The new file is in place; a file system that cannot sync a directory changes nothing about
-    // it.
+    // The new file is in place. The result of this fsync is ignored, since some file systems cannot
+    // sync directories.
     (void)fsync(directory);
     return true;
 }

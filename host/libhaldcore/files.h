@@ -8,22 +8,23 @@
 
 namespace host {
 
-/// Reads a regular file whole into `bytes`. False, with errno set, when it cannot be read.
+/// Reads a whole regular file into `bytes`. False, with errno set, when it cannot be read.
 bool ReadFile(const std::string& path, std::string& bytes);
 
-/// Replaces a file in one step: a temporary file beside it, fsync, rename, fsync of the directory.
-/// The file gets exactly `mode` and keeps the owner of the one it replaces. False, with errno set,
-/// when it failed; the old file is then untouched and the temporary one removed. A symbolic link is
-/// followed, so that its target is replaced, but never in a world-writable directory.
+/// Replaces a file atomically: temporary file beside it, fsync, rename, fsync of the directory. The
+/// file has `mode` exactly and keeps its owner. A symbolic link is followed and its target
+/// replaced, except in a world-writable directory. False, with errno set and the old file
+/// unchanged, on failure.
 bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode);
 
-/// Writes all bytes to a descriptor that waits. False, with errno set, on failure.
+/// Writes all bytes to a blocking descriptor. False, with errno set, on failure.
 bool WriteAll(int descriptor, std::string_view bytes);
 
-/// Makes a directory and its missing parents with `mode`; true when it exists afterwards.
+/// Creates a directory and its missing parents with `mode`, whatever the umask. True when it exists
+/// then.
 bool MakeDirectories(const std::string& path, mode_t mode);
 
-/// Whether a path has a component that is "..".
+/// Whether a component of the path is "..".
 bool ClimbsUp(const std::string& path);
 
 }  // namespace host

@@ -1,6 +1,5 @@
-// FNV-1a, a short number for a long text: enough to see that something changed by accident, nothing
-// against a person. Such numbers are stored, so they never change. Inline, so that a program that
-// links no library of the package can use them too.
+// The hash FNV-1a. It detects accidental changes, not forgery. Hashes are stored, so the function
+// never changes. Inline, so that programs that do not link the library can use it.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Key-value files for the program.
+// Key-value files: the platform's functions.
 #include "platform/hlib/key_value.h"
 
 #include <sys/stat.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0600;
 
-/// The file under the machine's root; nothing for a path that is none or climbs up.
+/// The path under the machine's root; nothing when it is empty or has "..".
 std::optional<std::string> Resolve(const char* file)
 {
     if (file == nullptr || *file == '\0' || host::ClimbsUp(file)) return std::nullopt;
@@ -33,11 +33,11 @@ mode_t ModeOf(const std::string& path)
     return status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
 }
 
-/// Reads the file, changes the key and replaces the file.
+/// Reads the file, sets or removes the key and replaces the file.
 int SetKey(const std::string& path, const char* key, const char* value)
 {
     std::optional<host::KeyValueFile> file = host::KeyValueFile::Read(path);
-    // A stranger's file in a shared directory is replaced, not continued.
+    // In a world-writable directory, another user's file is replaced without being read.
     if (!file && errno != ENOENT && errno != EPERM && errno != ELOOP) return host::FailWithErrno();
 
     const mode_t mode = file ? ModeOf(path) : kNewFileMode;

@@ -1,4 +1,5 @@
-// Key-value files in memory. Lines keep their own endings, so that what is not set stays as it is.
+// Key-value files in memory. Lines keep their line ends, so that a change touches only its own
+// line.
 #include "host/libhaldcore/key_value_file.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ bool StartsLikeNoEntry(std::string_view text)
     return text.empty() || std::string_view("#;[").find(text.front()) != std::string_view::npos;
 }
 
-/// The parts of a `key=value` line; nothing for comments, section lines and all others.
+/// Key and value of a line; nothing for comments, section lines and other lines.
 std::optional<Entry> Split(std::string_view line)
 {
     const std::string_view text = Trim(line);
@@ -97,7 +98,7 @@ bool KeyValueFile::Set(const std::string& key, const std::string& value)
 {
     if (!IsKey(key) || HasLineBreak(value)) return false;
 
-    // Always quoted: the pair of quotes keeps blanks and quotes of the value itself as they are.
+    // Always quoted, so that blanks and quotes at the ends of the value are preserved.
     std::string wanted = key + "=\"" + value + "\"\n";
     const auto found = std::find_if(lines_.begin(), lines_.end(),
                                     [&](const std::string& line) { return HoldsKey(line, key); });

@@ -1,5 +1,5 @@
-// A key-value file in memory: `key=value` or `key="value"` lines; comments, section lines and
-// unknown lines are kept byte for byte.
+// A file of lines `key=value` or `key="value"`, in memory. Comments, section lines and unknown
+// lines are kept byte for byte.
 #pragma once
 
 #include <sys/types.h>
@@ -16,27 +16,27 @@ public:
     /// Reads `path`. Nothing, with errno set, when it cannot be read (ENOENT when it is missing).
     static std::optional<KeyValueFile> Read(const std::string& path);
 
-    /// Takes a text instead of a file.
+    /// Parses a text instead of a file.
     static KeyValueFile Parse(const std::string& text);
 
-    /// The value of the first line with this key, blanks trimmed and one pair of double quotes
-    /// stripped.
+    /// The value of the first line with this key, without blanks around it and one pair of double
+    /// quotes.
     std::optional<std::string> Get(const std::string& key) const;
 
-    /// The values of all keys, as `Get` gives them.
+    /// The values of all keys, as returned by `Get`.
     std::unordered_map<std::string, std::string> Values() const;
 
-    /// Sets the first line with this key, or adds one, as `key="value"`. False when key or value
-    /// holds a line feed, carriage return or NUL, or the key is no key; nothing is changed then.
+    /// Sets the first line with this key to `key="value"`, or adds that line. False, with nothing
+    /// changed, when key or value has a line feed, carriage return or NUL, or the key is invalid.
     bool Set(const std::string& key, const std::string& value);
 
     /// Removes every line with this key.
     void Remove(const std::string& key);
 
-    /// The whole text.
+    /// The text of the whole file.
     std::string Text() const;
 
-    /// Replaces the file at `path` by this text; false, with errno set, on failure.
+    /// Replaces the file at `path` by the text; false, with errno set, on failure.
     bool Write(const std::string& path, mode_t mode) const;
 
 private:

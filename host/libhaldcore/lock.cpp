@@ -1,6 +1,6 @@
 // The request lock: /var/packages/Mailvane/etc/lock. Byte 0 of the file is the lock, the bytes
-// after it are places of those who wait. The locks belong to the open file, so the kernel drops
-// them with its last descriptor however a process ends, and a package tool shares its caller's.
+// after it are places for waiting processes. The kernel ties these locks to the open file: a
+// package tool shares its caller's, and they end with the last descriptor, even after a kill.
 #include "host/libhaldcore/lock.h"
 
 #include <fcntl.h>
@@ -25,17 +25,17 @@ constexpr off_t kLockByte = 0;
 constexpr off_t kFirstPlace = 1;
 constexpr timespec kPoll{0, 5'000'000};
 
-int lockFile = -1;         // held exactly while this is a descriptor
-int depth = 0;             // how often the lock was taken here
+int lockFile = -1;         // the lock is held while this is a descriptor
+int depth = 0;             // how often this process has taken the lock
 bool inherited = false;    // held by the process that started this tool
-bool askedCaller = false;  // whether the caller's lock was looked for
+bool askedCaller = false;  // whether an inherited lock was looked for
 
 std::string LockPath()
 {
     return PackagePath("etc/lock");
 }
 
-/// Locks or unlocks one byte without waiting; false with EAGAIN or EACCES when another has it.
+/// Locks or unlocks one byte without waiting; false, with EAGAIN or EACCES, when another holds it.
 bool SetByte(int file, off_t byte, short type)
 {
     struct flock range = {};
@@ -56,7 +56,7 @@ bool HeldByAnother()
     return errno == EAGAIN || errno == EACCES;
 }
 
-/// Whether the descriptor is the lock file itself, not another file under the same number.
+/// Whether the descriptor refers to the lock file and not, by chance, to another file.
 bool IsLockFile(int descriptor)
 {
     struct stat here;
@@ -65,8 +65,9 @@ bool IsLockFile(int descriptor)
            here.st_dev == there.st_dev && here.st_ino == there.st_ino;
 }
 
-/// Looks once for the lock that the caller of a package tool holds and handed over. Locking the
-/// byte through the caller's own open file succeeds at once when it is held through that file.
+/// Uses the lock inherited from the caller of a package tool, if there is one; checked only once.
+/// Locking the byte through the caller's open file succeeds when the caller holds it through the
+/// same file.
 void AdoptCallersLock()
 {
     if (askedCaller) return;
@@ -82,7 +83,7 @@ void AdoptCallersLock()
     inherited = true;
 }
 
-/// A place among those who wait, -1 when all are taken.
+/// Takes a place for waiting; -1 when all are taken.
 off_t TakePlace(int file)
 {
     for (off_t place = kFirstPlace; place < kFirstPlace + kMaxWaiters; ++place) {
@@ -91,7 +92,7 @@ off_t TakePlace(int file)
     return -1;
 }
 
-/// Waits for the lock in a place of its own.
+/// Waits for the lock, which takes a place for waiting.
 LockResult WaitFor(int file, std::chrono::milliseconds patience)
 {
     const off_t place = TakePlace(file);
@@ -140,7 +141,7 @@ void ReleaseLock()
 {
     if (depth == 0 || --depth > 0 || inherited) return;
 
-    (void)SetByte(lockFile, kLockByte, F_UNLCK);  // also where a tool still has the descriptor
+    (void)SetByte(lockFile, kLockByte, F_UNLCK);  // a tool may still have it open
     ForgetLock();
 }
 

@@ -1,4 +1,4 @@
-// The one lock that keeps changing requests and package tools apart.
+// The request lock: only one changing request or package tool runs at a time.
 #pragma once
 
 #include <chrono>
@@ -9,13 +9,13 @@ namespace host {
 
 enum class LockResult {
     kHeld,   ///< this process holds the lock
-    kBusy,   ///< not had in time, or too many wait already
+    kBusy,   ///< not obtained in time, or too many are waiting
     kFailed  ///< the lock file cannot be used
 };
 
-/// Takes the lock exclusively, waiting at most `patience`, and holds it until `ReleaseLock` has
-/// been called as often or the process ends. Re-entrant. At most `kMaxWaiters` processes wait at a
-/// time. A package tool that was started by the holder inherits the lock and takes none itself.
+/// Takes the lock, waiting at most `patience`. Re-entrant: held until `ReleaseLock` is called as
+/// often, or the process ends. At most `kMaxWaiters` processes wait at a time. A package tool
+/// started by the holder inherits the lock.
 LockResult TakeLock(std::chrono::milliseconds patience);
 void ReleaseLock();
 
@@ -25,14 +25,14 @@ constexpr std::chrono::milliseconds kLockPatience{30000};
 /// Whether this process, or the one that started this tool, holds the lock.
 bool LockIsHeld();
 
-/// Whether the lock is the one of the process that started this tool.
+/// Whether the lock was inherited from the process that started this tool.
 bool LockIsInherited();
 
-/// In a forked child: forgets the lock without releasing the parent's.
+/// To be called in a forked child: drops the lock, while the parent keeps it.
 void ForgetLock();
 
-/// The descriptor to hand to a package tool, -1 when the lock is not held; and the variable of the
-/// environment that names it there.
+/// The descriptor by which a package tool inherits the lock, -1 when it is not held, and the
+/// environment variable with its number.
 int LockDescriptor();
 constexpr char kLockVariable[] = "MAILVANE_LOCK_FD";
 

@@ -1,4 +1,4 @@
-// The system log. Writes to syslog under the program's own identity.
+// The system log. Writes to syslog under the program's name.
 #include "host/libhaldcore/log.h"
 
 #include <array>

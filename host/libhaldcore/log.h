@@ -1,17 +1,17 @@
-// The system log as the host libraries use it.
+// The system log.
 #pragma once
 
 #include <syslog.h>
 
 namespace host {
 
-/// Writes one line to syslog, preceded by the name of the package. Line breaks and control
-/// characters in the result are replaced, so that no text from outside forges a line.
-/// With MAILVANE_ECHO_LOG in the environment it also goes to standard error, behind its priority as
-/// "<3>": mailvanectl tells by that why its own request was refused.
+/// Writes one line to syslog, after the name of the package. Line breaks and control characters are
+/// replaced, so that foreign text cannot forge a line. With MAILVANE_ECHO_LOG in the environment
+/// the line also goes to standard error, after its priority as in "<3>"; mailvanectl shows it as
+/// the reason of a refusal.
 void Log(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-/// Why the last system call failed, in words.
+/// The error of the last system call (errno) in words.
 const char* ErrnoText();
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// The ports of the mail services: by which settings each is opened, and where it listens as long as
-// the settings do not say.
+// The ports of the mail services: the settings of each, and their values where the settings file
+// has none.
 #pragma once
 
 namespace host {
@@ -7,10 +7,10 @@ namespace host {
 struct MailService {
     const char* enabledKey;
     const char* portKey;
-    int port;      ///< where the settings do not say
-    bool enabled;  ///< likewise
-    bool isSmtp;   ///< off while the SMTP server as a whole is
-    bool isTls;    ///< greets after a handshake
+    int port;      ///< default
+    bool enabled;  ///< default
+    bool isSmtp;   ///< also off when the SMTP server is off
+    bool isTls;    ///< the TLS handshake comes before the greeting
 };
 
 constexpr MailService kMailServices[] = {

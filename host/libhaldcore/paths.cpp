@@ -1,4 +1,4 @@
-// Where things lie on the machine. Everything of the package is below /var/packages/Mailvane.
+// Paths on the machine. All files of the package are below /var/packages/Mailvane.
 #include "host/libhaldcore/paths.h"
 
 namespace host {
@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kPackage[] = "/var/packages/Mailvane/";
 
-/// Null for the machine's own root, so that nothing is constructed at program start.
+/// Null for "/". A pointer, so that nothing is constructed at program start.
 const std::string* testRoot = nullptr;
 
 bool LiesUnder(const std::string& path, const std::string& root)

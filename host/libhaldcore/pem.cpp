@@ -1,4 +1,4 @@
-// Keys and certificates in PEM form.
+// Keys and certificates in PEM format.
 #include "host/libhaldcore/pem.h"
 
 namespace host {

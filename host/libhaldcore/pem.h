@@ -1,4 +1,4 @@
-// Keys and certificates in PEM form.
+// Keys and certificates in PEM format.
 #pragma once
 
 #include <string>
@@ -6,11 +6,11 @@
 
 namespace host {
 
-/// The first block of a kind ("CERTIFICATE", "PUBLIC KEY") in a text, with the lines that begin and
-/// end it but without a line end; empty when there is none that is whole.
+/// The first block of a kind ("CERTIFICATE", "PUBLIC KEY") in a text, from its BEGIN to its END
+/// line, without the last line end; empty when there is no complete one.
 std::string_view PemBlock(std::string_view text, std::string_view kind);
 
-/// What such a block holds, in base64 on one line; empty when there is none that is whole.
+/// The base64 content of that block in one line; empty when there is no complete one.
 std::string PemBody(std::string_view text, std::string_view kind);
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// Programs and processes for the program.
+// Programs and processes: the platform's functions.
 #include "platform/hlib/process.h"
 
 #include <fcntl.h>
@@ -25,9 +25,9 @@
 
 namespace {
 
-constexpr std::int64_t kClockSlack = 2000;  // milliseconds
+constexpr std::int64_t kClockSlack = 2000;  // milliseconds by which clocks may differ
 
-bool isBackground = false;  // in a child of HLIBCProcFork
+bool isBackground = false;  // set in a child of HLIBCProcFork
 
 void DetachStreams()
 {
@@ -53,9 +53,9 @@ void BecomeBackground()
     (void)sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// What is asked about a process.
+/// State and start of a process.
 struct ProcessStatus {
-    char state = '\0';         ///< its state letter; none for a process that does not exist
+    char state = '\0';         ///< the state letter of /proc; NUL when there is no such process
     std::int64_t started = 0;  ///< milliseconds since 1970
 };
 
@@ -64,7 +64,7 @@ std::int64_t Milliseconds(const timespec& time)
     return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
 }
 
-/// When the machine was started, in milliseconds since 1970.
+/// The time of the machine's boot, in milliseconds since 1970.
 std::int64_t BootTime()
 {
     timespec now{};
@@ -74,10 +74,11 @@ std::int64_t BootTime()
     return Milliseconds(now) - Milliseconds(sinceBoot);
 }
 
-/// From /proc/PID/stat: the fields follow the name, which may itself hold blanks and parentheses.
+/// Reads /proc/PID/stat. Fields are counted after the process name, which may have blanks and
+/// parentheses.
 ProcessStatus StatusOf(pid_t pid)
 {
-    constexpr int kFieldsBetween = 18;  // from the state to the time of the start, in clock ticks
+    constexpr int kFieldsBetween = 18;  // from the state to the start time, which is in clock ticks
     ProcessStatus process;
     std::string text;
     if (!host::ReadFile("/proc/" + std::to_string(pid) + "/stat", text)) return process;
@@ -109,7 +110,7 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
     }
 
     host::ProgramOptions options;
-    if (isBackground) options.limit = options.limit.zero();  // the tool has a limit of its own
+    if (isBackground) options.limit = options.limit.zero();  // the tool has its own limit
     return host::RunProgram(arguments, options).Succeeded() ? 0 : host::Fail(ECHILD);
 }
 
@@ -135,6 +136,7 @@ int HLIBCProcAliveByPidFile(const char* pidFile)
     const ProcessStatus process = StatusOf(static_cast<pid_t>(pid));
     if (process.state == '\0' || process.state == 'Z' || process.state == 'X') return 0;
 
-    // A process that is younger than the file has got the number of one that has ended.
+    // A process that started after the file was written has only reused the number of the one that
+    // wrote it.
     return process.started <= Milliseconds(file.st_mtim) + kClockSlack ? 1 : 0;
 }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kLineBytes = 800;
 constexpr int kLoggedLines = 200;
-constexpr int kReadsInOneGo = 64;  // so that a stream that never pauses holds nobody up
+constexpr int kReadsInOneGo = 64;  // so that an endless stream does not block the others
 
 }  // namespace
 

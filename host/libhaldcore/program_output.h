@@ -1,4 +1,4 @@
-// What becomes of the output of a program.
+// The output of programs.
 #pragma once
 
 #include <cstddef>
@@ -8,28 +8,28 @@
 
 namespace host {
 
-/// The reading end of one output stream of a running program. The text is kept, or goes to the log
+/// The reading end of one output stream of a running program. The output is captured, or logged
 /// line by line under the program's name.
 class ProgramOutput {
 public:
-    /// Makes the pipe and returns its writing end, for the program. None, with errno set, on
+    /// Creates the pipe and returns its writing end, for the program. None, with errno set, on
     /// failure.
     Descriptor Open();
 
-    /// Logs instead of keeping, under this name.
+    /// Makes the output be logged under this name instead of captured.
     void LogAs(const std::string& name) { name_ = name; }
 
-    /// Takes what is there and never waits. Closes the stream at its end.
+    /// Reads what is available, without waiting. Closes the stream at its end.
     void Read();
 
-    /// After the program has ended: takes what is there and closes the stream. A daemon that the
-    /// program left behind may hold the other end open for ever.
+    /// To be called after the program's end: reads what is available and closes the stream. It does
+    /// not wait for the end of the stream, since a daemon left behind may keep that open for ever.
     void Finish();
 
-    /// The descriptor to wait for, -1 when the stream has ended.
+    /// The descriptor for poll; -1 when the stream has ended.
     int descriptor() const { return pipe_.get(); }
 
-    /// What was kept, at most 1 MiB.
+    /// The captured output, at most 1 MiB.
     std::string& text() { return text_; }
 
 private:
@@ -38,8 +38,8 @@ private:
     void LogLine();
 
     Descriptor pipe_;
-    std::string name_;  // empty: keep
-    std::string text_;  // what is kept, or the line under way
+    std::string name_;  // empty: capture
+    std::string text_;  // captured output, or the incomplete line
     int lines_ = 0;
 };
 

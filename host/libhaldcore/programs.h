@@ -1,4 +1,4 @@
-// Where Debian's packages put the programs that are run.
+// Paths of the programs that are run, as Debian installs them.
 #pragma once
 
 namespace host::programs {

@@ -1,4 +1,4 @@
-// Texts that nobody can guess.
+// Unpredictable texts.
 #include "host/libhaldcore/random_text.h"
 
 #include <sys/random.h>

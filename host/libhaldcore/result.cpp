@@ -1,4 +1,4 @@
-// How an operation fails.
+// Results of operations that can fail.
 #include "host/libhaldcore/result.h"
 
 #include <cerrno>

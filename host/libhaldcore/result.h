@@ -1,4 +1,5 @@
-// How an operation fails: with a reason, which travels up unbroken to whoever has to tell it.
+// Results of operations that can fail: a value, or the reason of the failure for the log and the
+// caller.
 #pragma once
 
 #include <cassert>
@@ -11,39 +12,40 @@
 
 namespace host {
 
-/// What callers tell apart.
+/// The kind of failure, as far as callers distinguish them.
 enum class ReasonCode {
-    kRefused,        ///< a value that is not taken
-    kTaken,          ///< somebody or something has the name already
-    kMissing,        ///< there is no such thing
-    kDamaged,        ///< it is there, but it is not what it should be
-    kUnreadable,     ///< it is there, but it cannot be read
-    kBusy,           ///< another process has it in hand
-    kDaemonRefuses,  ///< a daemon does not take its files
-    kDaemonIsDown,   ///< a daemon does not come up, or does not answer
-    kPortInUse,      ///< a port is in others' hands
-    kOutOfTime,      ///< it took too long
-    kSystem          ///< the system says no: a full disk, say
+    kRefused,        ///< an invalid value
+    kTaken,          ///< a name or number that is in use already
+    kMissing,        ///< something that does not exist
+    kDamaged,        ///< something that exists with invalid content
+    kUnreadable,     ///< something that exists but cannot be read
+    kBusy,           ///< used by another process at the moment
+    kDaemonRefuses,  ///< a daemon rejects its files
+    kDaemonIsDown,   ///< a daemon does not start, or does not answer
+    kPortInUse,      ///< another program uses a port
+    kOutOfTime,      ///< took too long
+    kSystem          ///< a system call failed, for example because the disk is full
 };
 
 /// Why an operation failed.
 struct Reason {
     ReasonCode code = ReasonCode::kSystem;
     std::string about;  ///< name of a setting, list, line, daemon or file; never a secret
-    std::string text;   ///< the line for the log; empty when the causes say it all
-    std::vector<Reason> causes = {};  ///< what led to it, such as the lines of a list it is made of
+    std::string text;   ///< the line for the log; empty when the causes say enough
+    std::vector<Reason> causes = {};  ///< what caused it, for example lines of an imported list
 
-    /// The same, its own line begun with `beginning`.
+    /// The same reason with `beginning` put before its text.
     Reason Prefixed(const std::string& beginning) &&;
 
-    /// The same code, about something that failed because of this.
+    /// A reason of the same code for something that failed because of this one, which becomes its
+    /// cause.
     Reason Causing(std::string about, std::string text) &&;
 };
 
-/// What a system call has just said, by errno: `text`, a colon and the error in words.
+/// The reason for a failed system call: `text`, a colon and the error (errno) in words.
 Reason SystemReason(const std::string& about, const std::string& text);
 
-/// A value, or the reason why there is none. To be asked before either is looked at.
+/// A value, or the reason why there is none. Must be tested before the value or the reason is used:
 ///
 ///     Result<std::string> rules = ReadRuleFile(path);
 ///     if (!rules) return std::move(rules).reason();
@@ -64,7 +66,7 @@ public:
     T* operator->() { return &Get<0>(state_); }
     const T* operator->() const { return &Get<0>(state_); }
 
-    /// The same; a reason's own line begins with `beginning`.
+    /// The same result; the text of a reason gets `beginning` put before it.
     Result Prefixed(const std::string& beginning) &&
     {
         if (!*this) return std::move(*this).reason().Prefixed(beginning);
@@ -86,7 +88,7 @@ private:
     std::variant<T, Reason> state_;
 };
 
-/// Done, which is the default, or the reason why not.
+/// Success, which is the default, or the reason of a failure.
 template <>
 class [[nodiscard]] Result<void> {
 public:
@@ -116,11 +118,11 @@ private:
     std::optional<Reason> reason_;
 };
 
-/// Logs a reason, its causes first, each in a line of its own. Nobody but a border logs a reason:
-/// the classes of the platform, the main functions of tools, the steps of a save.
+/// Logs a reason, each of its causes first in a line of its own. Only borders log reasons: the
+/// platform's classes, the main functions of tools, the steps of a save.
 void LogReason(const Reason& reason);
 
-/// At a border: true, or false with the reason logged.
+/// For borders: whether an operation succeeded; a reason is logged.
 template <typename T>
 [[nodiscard]] bool Succeeded(const Result<T>& result)
 {
@@ -128,8 +130,7 @@ template <typename T>
     return static_cast<bool>(result);
 }
 
-/// At a border that answers with a number: the value, 0 for `Result<void>`, or -1 with the reason
-/// logged.
+/// For borders that return a number: the value, 0 for `Result<void>`, or -1 with the reason logged.
 int Status(const Result<int>& result);
 int Status(const Result<void>& result);
 

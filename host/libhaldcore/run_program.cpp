@@ -1,5 +1,5 @@
-// Runs programs and waits for them, several at a time. Nobody waits for the end of their output:
-// daemons that a program leaves behind keep it open.
+// Runs programs in parallel and waits for their end, not for the end of their output, which a
+// daemon left behind may keep open.
 #include "host/libhaldcore/run_program.h"
 
 #include <fcntl.h>
@@ -27,14 +27,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kGrace{2};  // between the request to end and the kill
+constexpr std::chrono::seconds kGrace{2};  // between SIGTERM and SIGKILL
 
 std::string BaseName(const std::string& path)
 {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// A descriptor that reads as `text`; none, with errno set, on failure.
+/// A descriptor from which `text` can be read; none, with errno set, on failure.
 Descriptor InputOf(const std::string& text)
 {
     if (text.empty()) return Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -44,7 +44,7 @@ Descriptor InputOf(const std::string& text)
     return ready ? std::move(file) : Descriptor();
 }
 
-/// One program from its start to its end.
+/// One running program, from start to end.
 class Run {
 public:
     Run(const std::vector<std::string>& arguments, const ProgramOptions& options)
@@ -62,7 +62,7 @@ public:
     bool running() const { return program_.pid > 0; }
     ProgramResult& result() { return result_; }
 
-    /// When something is due though nothing happens.
+    /// When `Advance` must be called even without an event.
     std::optional<Clock::time_point> deadline() const { return deadline_; }
 
     void AddTo(std::vector<pollfd>& waits) const
@@ -73,8 +73,7 @@ public:
         }
     }
 
-    /// Does what is to be done by now: reads output, notices the end, ends a program that takes
-    /// too long.
+    /// Reads output, notices the program's end, and stops a program that exceeds its limit.
     void Advance()
     {
         int status = 0;
@@ -95,7 +94,7 @@ private:
 
     std::string path_;
     StartedProgram program_;
-    ProgramOutput output_;  // both streams when they are logged
+    ProgramOutput output_;  // of both streams when logged
     ProgramOutput errors_;
     std::optional<Clock::time_point> deadline_;
     bool tookTooLong_ = false;
@@ -116,7 +115,7 @@ bool Run::Start(const std::vector<std::string>& arguments, const ProgramOptions&
     return StartProgram(arguments, {input.get(), output.get(), errorStream}, program_);
 }
 
-/// Asks the program and all it has started to end, the second time without asking.
+/// Stops the program's process group: SIGTERM at the first call, SIGKILL at the second.
 void Run::Stop()
 {
     (void)kill(-program_.pid, tookTooLong_ ? SIGKILL : SIGTERM);
@@ -127,7 +126,7 @@ void Run::Stop()
 
 void Run::End(int status)
 {
-    if (tookTooLong_) (void)kill(-program_.pid, SIGKILL);  // what it has left behind
+    if (tookTooLong_) (void)kill(-program_.pid, SIGKILL);  // processes that it left behind
     output_.Finish();
     errors_.Finish();
     program_ = StartedProgram();
@@ -147,7 +146,7 @@ void Run::End(int status)
     }
 }
 
-/// Milliseconds to wait for `deadline` as poll wants them, rounded up.
+/// Milliseconds until `deadline` for poll, rounded up.
 int WaitUntil(std::optional<Clock::time_point> deadline)
 {
     if (!deadline) return -1;
@@ -156,7 +155,7 @@ int WaitUntil(std::optional<Clock::time_point> deadline)
     return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, 3'600'000));
 }
 
-/// Waits until one of the running programs needs attention; false when none is left.
+/// Waits for an event of a running program; false when none is running.
 bool WaitForAny(const std::deque<Run>& runs)
 {
     std::vector<pollfd> waits;

@@ -1,4 +1,5 @@
-// Starting programs: argument vectors, a fixed PATH, a clean environment, no shell.
+// Running programs: by argument vectors, with a fixed PATH and a clean environment, without a
+// shell.
 #pragma once
 
 #include <chrono>
@@ -8,32 +9,31 @@
 
 namespace host {
 
-/// As much of the output of a program as is captured, of each stream.
+/// The largest captured output of each stream, in bytes; the rest is dropped.
 constexpr std::size_t kMostCaptured = std::size_t{1} << 20;
 
 struct ProgramResult {
-    int status = -1;     ///< exit status; -1 when it could not run, was killed or ran too long
-    std::string output;  ///< standard output, only when `capture` was asked for
-    std::string errors;  ///< standard error, only when `capture` was asked for
+    int status = -1;     ///< exit status; -1 when not started, killed or out of time
+    std::string output;  ///< standard output, if captured
+    std::string errors;  ///< standard error, if captured
 
     bool Succeeded() const { return status == 0; }
 };
 
 struct ProgramOptions {
-    std::chrono::milliseconds limit{120000};  ///< zero for none; the program is killed after it
-    bool capture = false;                     ///< keep the output instead of logging it
+    std::chrono::milliseconds limit{120000};  ///< the program is killed after it; zero for none
+    bool capture = false;                     ///< return the output instead of logging it
     std::string input;                        ///< written to its standard input
 };
 
-/// Runs `arguments[0]` (an absolute path) and waits. A program under the package's `bin` inherits
-/// the request lock. Failure is logged with name and status, never with the arguments; the exit
-/// status of a program whose output is captured is the caller's to judge and is not logged. Its end
-/// is not that of its output: a daemon that it leaves behind needs output streams of its own, since
-/// these have no reader any more.
+/// Runs `arguments[0]` (an absolute path) and waits for its end. A program below the package's
+/// `bin` inherits the request lock. A failure is logged with name and status, never with the
+/// arguments; with `capture` the exit status is not logged. Output ends with the program: a daemon
+/// that it leaves behind must open its own streams, since these are not read any more.
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
                          const ProgramOptions& options = {});
 
-/// Runs several programs at the same time and waits for all; results in the order given.
+/// Runs several programs in parallel and waits for all. Results are in the same order.
 std::vector<ProgramResult> RunPrograms(const std::vector<std::vector<std::string>>& programs,
                                        const ProgramOptions& options = {});
 

@@ -1,5 +1,5 @@
-// Starts programs. The child borrows this process's memory until its exec (a copy would cost more
-// than the rest), so it makes plain system calls only and runs on a stack of its own.
+// Starts programs. Until its exec the child shares this process's memory, which is faster than a
+// copy. So it runs on its own stack and makes only plain system calls.
 #include "host/libhaldcore/start_program.h"
 
 #include <fcntl.h>
@@ -20,16 +20,16 @@ namespace host {
 
 namespace {
 
-constexpr int kHandedLock = 3;  // the number of the lock's descriptor in a package tool
+constexpr int kHandedLock = 3;  // number of the lock's descriptor in a package tool
 constexpr std::size_t kStackSize = 65536;
 
-/// What the child needs, made ready before it starts.
+/// What the child needs, prepared before it starts.
 struct Plan {
     std::vector<char*> arguments;
     std::vector<char*> environment;
     ProgramStreams streams;
     int lock = -1;
-    int failure = 0;  // set by the child when it could not become the program
+    int failure = 0;  // errno of the child when exec failed
 };
 
 bool IsPackageTool(const std::string& path)
@@ -50,7 +50,7 @@ std::vector<std::string> Environment(bool handsLockOver)
     return environment;
 }
 
-/// The texts as exec wants them; they are not changed.
+/// Pointers to the texts for exec, ended by null; exec does not change the texts.
 std::vector<char*> Pointers(const std::vector<std::string>& texts)
 {
     std::vector<char*> pointers;
@@ -60,7 +60,7 @@ std::vector<char*> Pointers(const std::vector<std::string>& texts)
     return pointers;
 }
 
-/// In the child: no handler of the parent may run in the memory they share.
+/// Runs in the child: resets signal handlers, which would run in the memory shared with the parent.
 void DefaultSignals()
 {
     struct sigaction standard = {};
@@ -68,13 +68,13 @@ void DefaultSignals()
     for (int number = 1; number < NSIG; ++number) (void)sigaction(number, &standard, nullptr);
 }
 
-/// In the child: a number above those that are about to be overwritten.
+/// Runs in the child: a copy of the descriptor with a number that is not about to be overwritten.
 int Lifted(int descriptor)
 {
     return descriptor > kHandedLock ? descriptor : fcntl(descriptor, F_DUPFD, kHandedLock + 1);
 }
 
-/// In the child: puts the streams and the lock in their places and closes everything else.
+/// Runs in the child: puts streams and lock at their numbers and closes all other descriptors.
 bool PlaceDescriptors(const Plan& plan)
 {
     const int input = Lifted(plan.streams.input);
@@ -89,7 +89,7 @@ bool PlaceDescriptors(const Plan& plan)
     return true;
 }
 
-/// In the child: becomes the program.
+/// Runs in the child: executes the program.
 int Become(void* data)
 {
     Plan& plan = *static_cast<Plan*>(data);
@@ -107,7 +107,7 @@ int Become(void* data)
     _exit(127);
 }
 
-/// Runs `Become` in a new process; returns once that is the program or has failed.
+/// Runs `Become` in a new process; returns when exec has succeeded or failed.
 pid_t Clone(Plan& plan, int& process)
 {
     const std::unique_ptr<char[]> stack(new char[kStackSize]);

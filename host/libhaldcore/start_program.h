@@ -1,4 +1,4 @@
-// The start of a program: everything between the decision to run it and its first instruction.
+// Starting programs.
 #pragma once
 
 #include <sys/types.h>
@@ -10,7 +10,7 @@
 
 namespace host {
 
-/// The standard streams of a program; they stay the caller's.
+/// The standard streams of a program; the caller closes them.
 struct ProgramStreams {
     int input = -1;
     int output = -1;
@@ -18,17 +18,17 @@ struct ProgramStreams {
 };
 
 struct StartedProgram {
-    pid_t pid = -1;      ///< to be waited for; also the id of its process group
-    Descriptor process;  ///< readable once it has ended
+    pid_t pid = -1;      ///< to be waited for; also the id of the process group
+    Descriptor process;  ///< pidfd; readable when the program has ended
 };
 
-/// To be called before a process is started whose exit status matters: it is lost while SIGCHLD is
-/// ignored, as some web servers leave it.
+/// Prepares for starting processes whose exit status matters: some web servers leave SIGCHLD
+/// ignored, and then the kernel drops exit statuses.
 void ExpectChildren();
 
-/// Starts `arguments[0]` in a process group of its own with a fixed environment, default signals,
-/// umask 022, "/" as its directory and no descriptors but `streams`; a package tool gets the
-/// request lock as well, when it is held. False, with errno set, when it cannot be started.
+/// Starts `arguments[0]` in a new process group with a fixed environment, default signals, umask
+/// 022, working directory "/" and only the descriptors `streams`. A package tool also inherits the
+/// request lock, when it is held. False, with errno set, when it cannot be started.
 bool StartProgram(const std::vector<std::string>& arguments, const ProgramStreams& streams,
                   StartedProgram& started);
 

@@ -1,4 +1,4 @@
-// The platform's hash of strings, in the order of insertion.
+// The platform's hash table of strings, which keeps the order of insertion.
 #include "platform/hlib/string_hash.h"
 
 #include <cerrno>

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A deque, so that texts given out stay where they are while the list grows.
+/// A deque, so that pointers to texts stay valid while the list grows.
 using Elements = std::deque<std::string>;
 
 Elements& ElementsOf(const HLIBCSzList* list)

@@ -1,5 +1,5 @@
-// Texts in ASCII: kinds of characters, lower case, cutting of blanks. All of it is inline, so that
-// a program that links no library of the package can use it too.
+// ASCII texts: character classes, lower case, trimming. Inline, so that programs that do not link
+// the library can use them.
 #pragma once
 
 #include <string>
@@ -23,7 +23,7 @@ inline bool IsControl(char c)
     return byte < 0x20 || byte == 0x7f;
 }
 
-/// The text with its ASCII letters in lower case, the rest as it is.
+/// The text with ASCII letters in lower case and other bytes unchanged.
 inline std::string InLowerCase(std::string_view text)
 {
     std::string lower(text);
@@ -33,7 +33,7 @@ inline std::string InLowerCase(std::string_view text)
     return lower;
 }
 
-/// `text` without the blanks, tabs and line ends at both of its ends.
+/// `text` without blanks, tabs and line ends at its beginning and end.
 inline std::string_view Trim(std::string_view text)
 {
     constexpr std::string_view kBlanks = " \t\r\n";

@@ -1,4 +1,4 @@
-// Text in UTF-8, by the Unicode tables of utf8proc.
+// UTF-8, by the tables of utf8proc.
 #include "host/libhaldcore/utf8.h"
 
 #include <utf8proc.h>

@@ -1,4 +1,4 @@
-// What is text in UTF-8.
+// UTF-8.
 #pragma once
 
 #include <cstddef>
@@ -6,11 +6,11 @@
 
 namespace host {
 
-/// Length of the character in UTF-8 that the text begins with; 0 when it begins with none. Overlong
-/// forms, surrogates and what lies beyond U+10FFFF are none.
+/// Length in bytes of the first character of the text; 0 when it is invalid. Overlong forms,
+/// surrogates and code points above U+10FFFF are invalid.
 std::size_t CharacterLength(std::string_view text);
 
-/// Whether the text is made of nothing but such characters.
+/// Whether the whole text is valid UTF-8.
 bool IsUtf8(std::string_view text);
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// Loads the packet filter's rules. Reads the settings in /var/packages/Mailvane/etc/mailvane.conf,
-// writes etc/firewall.nft beside it (also loaded when the machine starts), and runs nft.
+// Loads the packet filter's rules. Reads etc/mailvane.conf of the package, writes etc/firewall.nft
+// (also loaded at boot), and runs nft.
 #include "platform/firewall/firewall.h"
 
 #include <unistd.h>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr mode_t kRulesMode = 0644;
 
-/// The stored settings; none yet is like all at their defaults.
+/// The stored settings; empty, that is all defaults, when there is no file.
 std::optional<host::KeyValueFile> Settings()
 {
     std::optional<host::KeyValueFile> settings =
@@ -38,7 +38,7 @@ void PutBack(const std::string& file, const std::optional<std::string>& rules)
     if (!done) host::Log(LOG_ERR, "cannot put %s back: %s", file.c_str(), host::ErrnoText());
 }
 
-/// Writes the rules and loads them; the file follows what is in force.
+/// Writes the rules and loads them; when loading fails, the old file is restored.
 int Install(const std::string& rules)
 {
     const std::string file = host::PackagePath("etc/firewall.nft");

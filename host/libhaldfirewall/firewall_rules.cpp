@@ -1,4 +1,4 @@
-// Derives the packet filter's rules from the stored settings.
+// Makes the packet filter's rules from the stored settings.
 #include "host/libhaldfirewall/firewall_rules.h"
 
 #include <cstdlib>
@@ -25,7 +25,7 @@ int Port(const KeyValueFile& settings, const MailService& service)
     return *end == '\0' && port >= 1 && port <= 65535 ? static_cast<int>(port) : service.port;
 }
 
-/// The head of a rule for these ports.
+/// The beginning of a rule for these ports.
 std::string ToPorts(const std::set<int>& ports)
 {
     std::string text;
@@ -47,17 +47,18 @@ std::string FirewallRules(const KeyValueFile& settings)
                         (mailServer || !service.isSmtp);
         (on ? open : closed).insert(Port(settings, service));
     }
-    for (const int port : open) closed.erase(port);  // another service may have the port by now
+    for (const int port : open) closed.erase(port);  // another service may use the port
 
     std::string rules =
         "# Made from the mail settings; changes are lost with the next one.\n"
-        "table inet mailvane\n"  // so that there is one to delete
+        "table inet mailvane\n"  // so that the next line can delete it
         "delete table inet mailvane\n"
         "table inet mailvane {\n"
         "    chain input {\n"
         "        type filter hook input priority filter; policy accept;\n"
         "        iifname \"lo\" accept\n"
-        // Only what opens a connection is judged: those that exist go on, and nothing is tracked.
+        // Only packets that open a connection are filtered; others pass, without connection
+        // tracking.
         "        tcp flags & (fin | syn | rst | ack) != syn accept\n";
     if (!open.empty()) rules += "        " + ToPorts(open) + " accept\n";
     if (!closed.empty()) rules += "        " + ToPorts(closed) + " reject with tcp reset\n";

@@ -1,4 +1,4 @@
-// The packet filter's rules as a text.
+// Text of the packet filter's rules.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace host {
 
-/// The rules for nft that follow the stored settings: a table `inet mailvane` that accepts new
-/// connections to the ports of the services that are on and resets those to the others' ports, but
-/// for the machine's own. Loading it replaces the table in one transaction.
+/// The nft rules for the stored settings: a table `inet mailvane` that accepts new connections to
+/// the ports of services that are on and resets those to ports of services that are off, except
+/// local ones. Loading the text replaces the table in one transaction.
 std::string FirewallRules(const KeyValueFile& settings);
 
 }  // namespace host

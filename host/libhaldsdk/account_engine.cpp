@@ -1,4 +1,4 @@
-// Chooses engines by /etc/nsswitch.conf.
+// Selects engines by /etc/nsswitch.conf.
 #include "host/libhaldsdk/account_engine.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ constexpr char kDomainService[] = "winbind";
 constexpr const char* kLdapServices[] = {"sss", "ldap"};
 constexpr char kDatabase[] = "passwd:";
 
-/// What follows "passwd:" in nsswitch.conf.
+/// The text after "passwd:" in nsswitch.conf.
 std::string PasswdLine()
 {
     std::string text;
@@ -36,7 +36,7 @@ std::string PasswdLine()
     return "";
 }
 
-/// The services of the passwd line, without the reactions in brackets between them.
+/// The services of that line without the actions in brackets, such as [NOTFOUND=return].
 std::vector<std::string> ConfiguredServices()
 {
     std::vector<std::string> services;

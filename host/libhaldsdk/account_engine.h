@@ -1,4 +1,5 @@
-// The engines that know accounts: the machine's own files and the modules of its name service.
+// Account engines: the sources of accounts, that is local files and modules of the C library's name
+// service.
 #pragma once
 
 #include <sys/types.h>
@@ -26,15 +27,15 @@ struct Group {
 
 enum class Lookup {
     kFound,
-    kAbsent,  ///< the engine says that there is no such entry
-    kFailed   ///< the engine does not answer; errno says why
+    kAbsent,  ///< the engine has no such entry
+    kFailed   ///< the engine does not answer; errno tells why
 };
 
 using UserVisitor = std::function<void(const User&)>;
 using GroupVisitor = std::function<void(const Group&)>;
 
-/// One engine, asked alone. glibc's own enumeration cannot serve for that: it reports an engine
-/// that is down as one without accounts.
+/// An engine, asked without the others. The C library's enumeration is not used, since it reports
+/// an engine that does not answer as one without accounts.
 class AccountEngine {
 public:
     AccountEngine() = default;
@@ -42,8 +43,8 @@ public:
     AccountEngine& operator=(const AccountEngine&) = delete;
     virtual ~AccountEngine() = default;
 
-    /// Hands every user, or group, to `visit`. False, with errno set, when the engine does not
-    /// answer; some may have been visited then.
+    /// Calls `visit` for every user or group. False, with errno set, when the engine does not
+    /// answer, possibly after some calls.
     virtual bool EachUser(const UserVisitor& visit) = 0;
     virtual bool EachGroup(const GroupVisitor& visit) = 0;
 
@@ -54,15 +55,15 @@ public:
 /// The engine of /etc/passwd and /etc/group.
 std::unique_ptr<AccountEngine> LocalAccounts();
 
-/// The engine behind a service of nsswitch.conf, for example "winbind". Null, with errno set and
-/// the reason logged, when the machine has no such module.
+/// The engine of a service in nsswitch.conf, for example "winbind". Null, with errno set and the
+/// reason logged, when its module is not installed.
 std::unique_ptr<AccountEngine> NameServiceModule(const std::string& service);
 
-/// The engine of the local files, the Windows domain or the LDAP directory, by the selector of
-/// platform/hlib/accounts.h. Null, with errno set, when nsswitch.conf does not name one.
+/// The engine of local files, Windows domain or LDAP directory; `source` is a selector of
+/// platform/hlib/accounts.h. Null, with errno set, when nsswitch.conf has none.
 std::unique_ptr<AccountEngine> EngineOf(int source);
 
-/// The engines of nsswitch.conf that are not the machine's own.
+/// The engines in nsswitch.conf other than the local files.
 std::vector<std::unique_ptr<AccountEngine>> RemoteEngines();
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// Finds single accounts and groups: local files first, whatever the order in nsswitch.conf.
+// Finding single accounts and groups: in local files first, whatever the order in nsswitch.conf.
 #include "host/libhaldsdk/account_lookup.h"
 
 #include <shadow.h>
@@ -17,7 +17,7 @@ namespace {
 constexpr gid_t kFirstMailGroup = kFirstMailUser;
 constexpr gid_t kUsers = 100;
 
-/// Asks the C library's name service through `get` (getpwnam_r or one of its kind).
+/// Asks the C library's name service by `get`, which is getpwnam_r or getgrnam_r.
 template <typename Record>
 Lookup AskNameService(int (*get)(const char*, Record*, char*, std::size_t, Record**),
                       const std::string& name, RecordBuffer& buffer, Record& record)
@@ -33,8 +33,8 @@ Lookup AskNameService(int (*get)(const char*, Record*, char*, std::size_t, Recor
     return status == NSS_STATUS_NOTFOUND ? Lookup::kAbsent : Lookup::kFailed;
 }
 
-/// Asks the engines beyond the local files one by one: the C library reports one that is down as
-/// one that knows nobody.
+/// Asks the engines other than the local files one by one, since the C library reports an engine
+/// that does not answer as one without accounts.
 template <typename Record>
 Lookup AskRemoteEngines(Lookup (AccountEngine::*find)(const std::string&, Record&),
                         const std::string& name, Record& record)
@@ -49,7 +49,7 @@ Lookup AskRemoteEngines(Lookup (AccountEngine::*find)(const std::string&, Record
     return failure == 0 ? Lookup::kAbsent : Lookup::kFailed;
 }
 
-/// `name` without the suffix of the LDAP directory; empty when it does not end with it.
+/// `name` without the suffix of the LDAP directory; empty when it does not end with that.
 std::string WithoutLdapSuffix(const std::string& name)
 {
     std::array<char, 1024> suffix;

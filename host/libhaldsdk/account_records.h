@@ -1,4 +1,4 @@
-// Records of the C library's account functions, and calls that want a buffer for their texts.
+// Account records of the C library, and calls that need a buffer for their texts.
 #pragma once
 
 #include <grp.h>
@@ -18,7 +18,7 @@ using RecordBuffer = std::vector<char>;
 constexpr std::size_t kFirstRecordBuffer = 4096;
 constexpr std::size_t kLargestRecordBuffer = std::size_t{64} << 20;  // a group of a million
 
-/// Repeats `call(bytes, size, &code)` with more room for as long as it asks for it. On failure
+/// Repeats `call(bytes, size, &code)` with a larger buffer while it reports ERANGE. On failure
 /// errno is set.
 template <typename Call>
 nss_status CallWithBuffer(RecordBuffer& buffer, const Call& call)
@@ -36,8 +36,8 @@ nss_status CallWithBuffer(RecordBuffer& buffer, const Call& call)
     }
 }
 
-/// Visits the records that `next(record, bytes, size, &code)` yields one after the other. False,
-/// with errno set, when it fails.
+/// Calls `visit` for each record returned by `next(record, bytes, size, &code)`. False, with errno
+/// set, on failure.
 template <typename Record, typename Next, typename Visit>
 bool EachRecord(const Next& next, const Visit& visit)
 {
@@ -53,7 +53,7 @@ bool EachRecord(const Next& next, const Visit& visit)
     }
 }
 
-/// Copies of the C library's records. The real name is the first field of the comment.
+/// Copies of the C library's records. The real name is the first field of the comment (GECOS).
 User ToUser(const passwd& record);
 Group ToGroup(const group& record);
 

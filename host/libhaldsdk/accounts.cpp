@@ -1,4 +1,4 @@
-// Accounts and groups for the program.
+// Accounts and groups: the platform's functions.
 #include "platform/hlib/accounts.h"
 #include "platform/hald/account.h"
 
@@ -26,12 +26,12 @@ using host::Lookup;
 
 constexpr long kSecondsOfDay = 86400;
 
-/// A record with the text that it shows.
+/// A platform record, and the text to which its pointers point.
 struct OwnedUser : HALDUser {
     std::string text;
 };
 
-/// Turns the outcome of a lookup into a result: 0, or negative with the reason recorded.
+/// The result for a lookup: 0, or negative with the error stored.
 int Result(Lookup lookup)
 {
     if (lookup == Lookup::kFound) return 0;
@@ -46,8 +46,8 @@ int FindMailUser(const char* name, host::User& user)
     return host::IsMailUser(user) ? 0 : host::Fail(ENOENT);
 }
 
-/// Whether a name as winbind gives it (`DOMAIN\name`, or plain for the machine's own domain)
-/// belongs to the domain.
+/// Whether a name from winbind, `DOMAIN\name` or plain in the machine's own domain, belongs to
+/// `domain`.
 bool BelongsTo(const std::string& name, const char* domain)
 {
     const std::size_t backslash = name.find('\\');
@@ -55,7 +55,7 @@ bool BelongsTo(const std::string& name, const char* domain)
     return strcasecmp(name.substr(0, backslash).c_str(), domain) == 0;
 }
 
-/// Appends all names; the number appended.
+/// Appends all names to the list; returns their number.
 int Append(HLIBCSzList** list, const std::vector<std::string>& names)
 {
     for (const std::string& name : names) {
@@ -64,9 +64,9 @@ int Append(HLIBCSzList** list, const std::vector<std::string>& names)
     return static_cast<int>(names.size());
 }
 
-/// The mail users of all engines beyond the local files by their primary group, read once: that
-/// takes as long as there are users, and a page may show many groups. Null, with errno set, when
-/// one does not answer.
+/// The mail users of all engines other than the local files, by primary group. Read only once,
+/// since that takes long with many users and a page may show many groups. Null, with errno set,
+/// when an engine does not answer.
 const std::unordered_map<gid_t, std::vector<std::string>>* RemoteUsersByGroup()
 {
     static std::unordered_map<gid_t, std::vector<std::string>> names;
@@ -84,7 +84,7 @@ const std::unordered_map<gid_t, std::vector<std::string>>* RemoteUsersByGroup()
     return &names;
 }
 
-/// Adds the users that have this group as their primary one.
+/// Adds the users whose primary group this is.
 bool AddPrimaryMembers(const host::Group& group, bool local, std::vector<std::string>& members)
 {
     if (local) {
@@ -101,7 +101,7 @@ bool AddPrimaryMembers(const host::Group& group, bool local, std::vector<std::st
     return true;
 }
 
-/// The names without repetitions, in their order.
+/// The names without duplicates, in their order.
 std::vector<std::string> Distinct(const std::vector<std::string>& names)
 {
     std::unordered_set<std::string> seen;

@@ -1,5 +1,5 @@
-// Whether the machine takes part in a Windows domain (/usr/hald/etc/smb.conf: `security = ads` and
-// a realm) or an LDAP directory (/etc/haldinfo.conf: ldap_enabled="yes", ldap_suffix="...").
+// Whether the machine is a member of a Windows domain (/usr/hald/etc/smb.conf: `security = ads` and
+// a realm) or uses an LDAP directory (/etc/haldinfo.conf: ldap_enabled="yes", ldap_suffix="...").
 #include "platform/hald/directory.h"
 
 #include <strings.h>
@@ -42,7 +42,7 @@ int HALDLDAPLoginSuffixGet(char* buffer, int size)
     buffer[0] = '\0';
     const std::string suffix = ValueOf("/etc/haldinfo.conf", "ldap_suffix");
     if (suffix.empty()) return host::Fail(ENOENT);
-    // A suffix cut short would name another directory.
+    // An error, since a truncated suffix would name another directory.
     if (suffix.size() >= static_cast<std::size_t>(size)) return host::Fail(ENOSPC);
 
     memcpy(buffer, suffix.c_str(), suffix.size() + 1);

@@ -1,4 +1,4 @@
-// Members of the groups of one account source, for whoever expands many of them.
+// Members of many groups of one account source.
 #pragma once
 
 #include <memory>
@@ -12,11 +12,11 @@ namespace host {
 
 class GroupMembers {
 public:
-    /// `source` is a selector of platform/hlib/accounts.h. Its engine is asked when a group is
-    /// first looked for.
+    /// `source` is a selector of platform/hlib/accounts.h. Its engine is opened at the first
+    /// `Find`.
     explicit GroupMembers(int source) : source_(source) {}
 
-    /// The names of the members, those that have it as their primary group included, each once.
+    /// The names of a group's members, those with it as primary group included, without duplicates.
     /// kFailed, with errno set, when the engine does not answer.
     Lookup Find(const std::string& group, std::vector<std::string>& members);
 

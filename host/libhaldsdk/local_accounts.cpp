@@ -1,4 +1,4 @@
-// Reads /etc/passwd, /etc/group and /etc/shadow.
+// The local account files: reads /etc/passwd, /etc/group and /etc/shadow.
 #include "host/libhaldsdk/local_accounts.h"
 
 #include <shadow.h>
@@ -20,7 +20,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-/// Which state of which file something was read from.
+/// Identifies the file and the version of it that was read.
 struct Stamp {
     std::string path;
     dev_t device = 0;
@@ -70,13 +70,15 @@ gid_t GroupOf(const Expiry& /*expiry*/)
     return 0;
 }
 
-/// Lines that begin so include accounts of another source; they are none themselves.
+/// Whether a record is empty or includes accounts of another source ("+" or "-" first); it is
+/// skipped.
+/// skipped.
 bool IsInclusion(const std::string& name)
 {
     return name.empty() || name.front() == '+' || name.front() == '-';
 }
 
-/// The records of one file. `get` is fgetpwent_r or one of its kind.
+/// The records of one file, kept in memory. `get` is fgetpwent_r, fgetgrent_r or fgetspent_r.
 template <typename Record, typename Entry>
 class KeptFile {
 public:
@@ -87,7 +89,7 @@ public:
     {
     }
 
-    /// Reads the file if it has changed. False, with errno set, when that fails.
+    /// Reads the file again if it has changed. False, with errno set, when that fails.
     bool Refresh()
     {
         Stamp stamp;
@@ -105,7 +107,7 @@ public:
 
     const std::vector<Entry>& entries() const { return entries_; }
 
-    /// Hands the entries that belong to a group to `visit`, in the file's order.
+    /// Calls `visit` for the entries of a group, in the order of the file.
     template <typename Visit>
     void EachOf(gid_t group, const Visit& visit) const
     {
@@ -152,7 +154,7 @@ private:
     Convert convert_;
     Stamp stamp_;
     std::vector<Entry> entries_;
-    std::unordered_map<std::string, std::size_t> byName_;  ///< the first of a name counts
+    std::unordered_map<std::string, std::size_t> byName_;  ///< the first entry of a name
     std::unordered_map<gid_t, std::vector<std::size_t>> byGroup_;
 };
 

@@ -1,6 +1,6 @@
-// The machine's own account files. They are read here, so that an engine that hangs elsewhere never
-// stands between the machine and its own accounts. What a process has read of them it keeps until
-// they change: a page may ask for thousands of accounts.
+// The local account files, /etc/passwd, /etc/group and /etc/shadow. Read without the C library's
+// name service, so that a remote engine that hangs does not block local accounts. Kept in memory
+// until the files change, since a page may ask for thousands of accounts.
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@
 
 namespace host {
 
-/// The group of /etc/group with this name.
+/// The group of this name in /etc/group.
 Lookup FindLocalGroup(const std::string& name, Group& group);
 
-/// The day (since 1970) on which the account of /etc/shadow expires, -1 for never.
+/// The day (since 1970) on which an account of /etc/shadow expires, -1 for never.
 Lookup FindLocalExpiry(const std::string& name, long& day);
 
-/// Hands the users of /etc/passwd that have this group as their primary one to `visit`. False, with
-/// errno set, when it cannot be read.
+/// Calls `visit` for the users of /etc/passwd with this primary group. False, with errno set, when
+/// the file cannot be read.
 bool EachLocalUserOf(gid_t group, const UserVisitor& visit);
 
 }  // namespace host

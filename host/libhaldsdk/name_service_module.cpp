@@ -1,5 +1,5 @@
-// Modules of the C library's name service (libnss_winbind, libnss_sss, libnss_ldap), called through
-// the interface that the C library itself uses.
+// Modules of the C library's name service (libnss_winbind, libnss_sss, libnss_ldap), called
+// directly by the functions that the C library calls.
 #include <dlfcn.h>
 
 #include <cerrno>
@@ -24,7 +24,7 @@ struct Enumeration {
 template <typename Record>
 using Find = nss_status (*)(const char*, Record*, char*, std::size_t, int*);
 
-/// Asks for one record; `buffer` keeps its texts.
+/// Asks for one record, whose texts are in `buffer`.
 template <typename Record>
 Lookup Ask(Find<Record> find, const std::string& name, RecordBuffer& buffer, Record& record)
 {
@@ -54,7 +54,7 @@ bool Enumerate(const Enumeration<Record>& calls, const Visit& visit)
 
 class ModuleEngine : public AccountEngine {
 public:
-    /// `library` stays loaded: the C library may be using it as well.
+    /// `library` stays loaded, since the C library may use it too.
     ModuleEngine(void* library, const std::string& service) : library_(library), service_(service)
     {
         Resolve("setpwent", users_.begin);

@@ -1,5 +1,5 @@
-// Whether the system starts a service: by the links that systemd and the older init follow, so that
-// no program is run for it.
+// Whether a service is started at boot. Checks the links of systemd and of SysV init instead of
+// running systemctl.
 #include <glob.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,7 +23,7 @@ bool Exists(const std::string& pattern)
     return found;
 }
 
-/// A masked unit is a link to /dev/null.
+/// Whether a unit is masked, which is a link to /dev/null.
 bool IsMasked(const std::string& unit)
 {
     std::array<char, 16> target = {};
@@ -37,7 +37,8 @@ bool IsFile(const std::string& path)
     return access(host::Path(path).c_str(), F_OK) == 0;
 }
 
-/// Whether there is anything to start: the usual answer is no, and it needs no look at the links.
+/// Whether the service is installed. Checked first: usually it is not, and then no links need to be
+/// read.
 bool IsInstalled(const std::string& name, const std::string& unit)
 {
     return IsFile("/lib/systemd/system/" + unit) || IsFile("/etc/systemd/system/" + unit) ||

@@ -1,5 +1,5 @@
-// Where the accounts of administrators come from. Reads /etc/passwd, /etc/shadow and /etc/group, or
-// asks the name services.
+// Sources of the administrators' accounts. Reads /etc/passwd, /etc/shadow and /etc/group, or asks
+// the name services.
 #include "host/libkos/account_sources.h"
 
 #include <grp.h>
@@ -20,7 +20,7 @@ namespace {
 
 using Fields = std::vector<std::string>;
 
-/// The fields of the line of `name` in a file of lines like `name:field:field`.
+/// The fields after `name:` in its line of a file like /etc/passwd.
 Lookup FindLine(const char* path, const std::string& name, Fields& fields)
 {
     std::string text;
@@ -37,7 +37,7 @@ Lookup FindLine(const char* path, const std::string& name, Fields& fields)
     return Lookup::kAbsent;
 }
 
-/// The number in one of the fields, nothing when it is empty or no number.
+/// The number in a field; nothing when it is empty or no number.
 template <typename Number>
 std::optional<Number> NumberAt(const Fields& fields, std::size_t index)
 {
@@ -51,7 +51,7 @@ std::optional<Number> NumberAt(const Fields& fields, std::size_t index)
     return number;
 }
 
-/// Calls a re-entrant look-up with a buffer that grows until the record fits.
+/// Calls a re-entrant look-up, such as getpwnam_r, with a buffer that grows until the record fits.
 template <typename Record, typename Function>
 Lookup Ask(Function function, const char* name, Record& record, std::vector<char>& buffer)
 {
@@ -69,8 +69,8 @@ Lookup Ask(Function function, const char* name, Record& record, std::vector<char
 
 }  // namespace
 
-// After the name: password, uid, gid of /etc/passwd; seven fields of /etc/shadow, the seventh being
-// the expiry; password, gid, members of /etc/group.
+// Fields after the name: password, uid, gid in /etc/passwd; seven in /etc/shadow, of which the last
+// is the expiry; password, gid, members in /etc/group.
 
 Lookup FindLocalAccount(const std::string& name, CallerAccount& account)
 {

@@ -1,4 +1,4 @@
-// Where the accounts of administrators come from.
+// Sources of the administrators' accounts.
 #pragma once
 
 #include <string>
@@ -13,12 +13,12 @@ enum class Lookup {
     kFailed  ///< the source does not answer
 };
 
-/// /etc/passwd with the expiry of /etc/shadow, and /etc/group. They are read directly, so that no
-/// further module of the name services is loaded and their set-up for later questions stays.
+/// Find in /etc/passwd, with the expiry in /etc/shadow, and in /etc/group. Read directly, so that
+/// no module of the name services is loaded and their state for later calls is not changed.
 Lookup FindLocalAccount(const std::string& name, CallerAccount& account);
 Lookup FindLocalGroup(const std::string& name, CallerGroup& group);
 
-/// The same through the name services of the machine.
+/// Find by the name services of the machine.
 Lookup FindNssAccount(const std::string& name, CallerAccount& account);
 Lookup FindNssGroup(const std::string& name, CallerGroup& group);
 

@@ -1,7 +1,8 @@
-// What the headers of a request decide.
+// Admission of requests by their headers.
 #include "host/libkos/admission.h"
 
 #include "host/libkos/caller_check.h"
+#include "host/libkos/own_host.h"
 
 namespace kos {
 
@@ -30,7 +31,12 @@ std::optional<Refusal> JudgeUser(const std::string& user)
 
 std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
 {
-    // A foreign form can send these two kinds of body; it cannot send JSON.
+    if (!IsOwnHost(request.site.host)) {
+        return Refusal{403, "unknown_host",
+                       "no name of this machine (see MAILVANE_WEB_HOSTS): " + request.site.host};
+    }
+
+    // A form on another site can send these two types of body, but not JSON.
     const BodyKind kind = request.body.kind;
     const bool form = kind == BodyKind::kForm || kind == BodyKind::kUpload;
     const bool needsProof = form || (changes && kind != BodyKind::kJson);

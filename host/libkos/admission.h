@@ -1,4 +1,4 @@
-// What the headers of a request decide.
+// Admission of requests by their headers.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,9 @@
 
 namespace kos {
 
-/// Judges the caller, the method, where the request came from and what its body is said to be, in
-/// this order. `changes`: whether its parameters ask for a change. `goodQuery`: whether its query
-/// string was understood. Nothing when the request may go on.
+/// Checks in this order: the caller, the method, the site that the request came from, type and
+/// length of the body. `changes`: its parameters ask for a change. `goodQuery`: its query string is
+/// valid. Nothing when the request is admitted.
 std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool changes, bool goodQuery);
 
 }  // namespace kos

@@ -1,4 +1,4 @@
-// What every answer of the program looks like. Writes to the C stream `stdout`.
+// Output of answers. Writes to the C stream `stdout`.
 #include "host/libkos/answer.h"
 
 #include <json/writer.h>

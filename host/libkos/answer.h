@@ -1,4 +1,4 @@
-// What every answer of the program looks like on standard output.
+// Output of answers.
 #pragma once
 
 #include <json/value.h>
@@ -7,11 +7,11 @@ namespace kos {
 
 constexpr char kJsonType[] = "application/json; charset=\"UTF-8\"";
 
-/// Writes the end of the header: content type, no caching, no guessing of types, and a blank line.
+/// Writes the end of the HTTP header: content type, no-store, nosniff, and the blank line.
 void WriteHead(const char* contentType);
 
-/// Writes a value as one line of JSON in pure ASCII and hands everything to the web server. Bytes
-/// that are no UTF-8 become U+FFFD, so that the answer is JSON whatever the value holds.
+/// Writes a value as one line of ASCII JSON and flushes stdout. Bytes that are not UTF-8 become
+/// U+FFFD, so that the JSON is always valid.
 void WriteJson(const Json::Value& value);
 
 }  // namespace kos

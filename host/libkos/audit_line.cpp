@@ -1,4 +1,4 @@
-// The line about each request that changes something. Writes to syslog.
+// The audit line: a log line about each request that changes something. Writes to syslog.
 #include "host/libkos/audit_line.h"
 
 #include "host/libhaldcore/audit.h"
@@ -7,7 +7,7 @@
 namespace kos {
 namespace {
 
-/// A member that is a text; empty otherwise.
+/// The text of a member; empty when it is none.
 std::string TextOf(const Json::Value& object, const char* name)
 {
     const Json::Value& member = object[name];
@@ -20,7 +20,7 @@ std::string ResultOf(const Json::Value& answer)
 {
     if (!answer.isObject()) return "done";
 
-    // An import tells a failure by its message alone.
+    // The answer of an import has no "success"; a failure has "errinfo".
     const Json::Value& message = answer["errinfo"];
     if (message.isObject()) {
         return "failed (" + TextOf(message, "sec") + "/" + TextOf(message, "key") + ")";

@@ -1,4 +1,4 @@
-// The line about each request that changes something.
+// The audit line: a log line about each request that changes something.
 #pragma once
 
 #include <json/value.h>
@@ -9,10 +9,10 @@
 
 namespace kos {
 
-/// How an answer tells what became of the request: "done", "failed", or "failed (section/key)".
+/// The result of an action by its answer: "done", "failed", or "failed (section/key)".
 std::string ResultOf(const Json::Value& answer);
 
-/// Logs who did what, from where, with which result, and the names of what was to change.
+/// Logs caller, client address, action, result, and the names of what was to change.
 void WriteAuditLine(const CgiRequest& request, const std::string& action,
                     const std::string& result);
 

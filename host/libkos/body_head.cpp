@@ -1,4 +1,4 @@
-// What the header of a request says about its body.
+// Type and length of a request's body, by its headers.
 #include "host/libkos/body_head.h"
 
 #include <charconv>
@@ -39,7 +39,8 @@ void ReadLength(const BodyHeaders& headers, BodyHead& body)
 
 BodyKind KindOf(const std::string& type, bool empty)
 {
-    // An empty body of these two types is a body that got lost, never a plain request.
+    // With these two types an empty body was lost on the way; it must not count as a request
+    // without a body.
     if (type == "application/json") return BodyKind::kJson;
     if (type == "multipart/form-data") return BodyKind::kUpload;
     if (empty) return BodyKind::kNone;

@@ -1,4 +1,4 @@
-// What the header of a request says about its body.
+// Type and length of a request's body, by its headers.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace kos {
 
-/// The longest bodies that are taken, in bytes.
+/// The longest accepted bodies, in bytes.
 constexpr std::uint64_t kMaxFormBytes = std::uint64_t{1} << 20;
 constexpr std::uint64_t kMaxJsonBytes = std::uint64_t{4} << 20;
 constexpr std::uint64_t kMaxUploadBytes = std::uint64_t{64} << 20;
@@ -19,34 +19,34 @@ enum class BodyKind {
     kForm,    ///< parameters, application/x-www-form-urlencoded
     kJson,    ///< application/json, empty or not
     kUpload,  ///< multipart/form-data, empty or not
-    kOther    ///< a body of a type that is not taken
+    kOther    ///< any other type, which is refused
 };
 
 enum class LengthKind {
-    kKnown,     ///< `length` is the promised length; 0 without a body
-    kMissing,   ///< a body may follow, its length is not told
-    kMalformed  ///< the length is no number of bytes
+    kKnown,     ///< `length` is the announced length; 0 without a body
+    kMissing,   ///< there may be a body, of unknown length
+    kMalformed  ///< the length is not a number
 };
 
 struct BodyHead {
     BodyKind kind = BodyKind::kNone;
     LengthKind lengthKind = LengthKind::kKnown;
     std::uint64_t length = 0;
-    std::string boundary;  ///< of an upload; empty when it has none that is allowed
+    std::string boundary;  ///< of an upload; empty when missing or invalid
 };
 
-/// The headers that tell about the body, as they came.
+/// The headers about the body, unchecked.
 struct BodyHeaders {
     std::string method;
     std::string type;
-    std::string length;  ///< empty when it is absent; some web servers send it empty
+    std::string length;  ///< empty when absent; some web servers pass an empty one
     bool chunked = false;
 };
 
-/// Makes out kind and length of the body.
+/// Determines type and length of the body.
 BodyHead DescribeBody(const BodyHeaders& headers);
 
-/// The refusal that kind and length of the body call for.
+/// The refusal because of type or length of the body; nothing when it is accepted.
 std::optional<Refusal> JudgeBody(const BodyHead& body);
 
 }  // namespace kos

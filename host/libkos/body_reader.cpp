@@ -46,7 +46,7 @@ ssize_t BodyReader::Read(char* buffer, std::size_t size)
 
 bool BodyReader::ReadAll(std::string& bytes)
 {
-    // The memory follows what has arrived, not what was promised.
+    // Memory is allocated for received bytes only: the announced length may be false.
     std::array<char, kStep> buffer;
     while (left_ > 0) {
         const ssize_t got = Read(buffer.data(), buffer.size());

@@ -9,24 +9,24 @@
 
 namespace kos {
 
-/// Reads exactly the promised bytes. What follows them is left alone, since the web server may
-/// keep the stream open. A client that sends nothing for 30 s counts as gone.
+/// Reads exactly the announced number of bytes and not what follows, since the web server may keep
+/// the stream open. A client that sends nothing for 30 s counts as disconnected.
 class BodyReader {
 public:
-    /// `descriptor` stays the caller's; `length` in bytes.
+    /// `descriptor` is not closed by this object; `length` is in bytes.
     BodyReader(int descriptor, std::uint64_t length) : descriptor_(descriptor), left_(length) {}
 
-    /// Reads up to `size` bytes of the body; 0 at its end. -1 when it was cut short.
+    /// Reads up to `size` bytes; 0 at the end of the body, -1 when the client stops before.
     ssize_t Read(char* buffer, std::size_t size);
 
-    /// Reads all that is left into `bytes`; false when it was cut short.
+    /// Reads all remaining bytes into `bytes`; false when the client stops before the end.
     bool ReadAll(std::string& bytes);
 
-    /// Bytes that were promised and not read yet.
+    /// The announced bytes that have not been read.
     std::uint64_t left() const { return left_; }
 
-    /// Reads and forgets what is left, for 30 s at most: a web server may cut the answer to a body
-    /// that nobody reads.
+    /// Reads and drops the remaining bytes, for 30 s at most: some web servers truncate an answer
+    /// when the body was not read.
     void Drain();
 
 private:

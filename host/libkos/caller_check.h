@@ -11,18 +11,18 @@ namespace kos {
 
 enum class Caller {
     kAdministrator,
-    kNobody,     ///< no name
-    kBadName,    ///< a name with control characters
+    kNobody,     ///< the web server authenticated nobody
+    kBadName,    ///< the name has control characters
     kNoAccount,  ///< no such account
-    kExpired,    ///< its account has expired
-    kNoMember,   ///< not in the administrators group
+    kExpired,    ///< the account has expired
+    kNoMember,   ///< not a member of the administrators' group
     kUnknown     ///< accounts or groups could not be read
 };
 
 struct CallerAccount {
-    std::string name;  ///< as the account source spells it
+    std::string name;  ///< as in the account source
     gid_t group = 0;
-    std::optional<long> expires;  ///< first day it is no longer valid, in days since 1970
+    std::optional<long> expires;  ///< first day on which it is not valid, in days since 1970
 };
 
 struct CallerGroup {
@@ -30,12 +30,12 @@ struct CallerGroup {
     std::vector<std::string> members;
 };
 
-/// Judges an account against the administrators group. `today` in days since 1970.
+/// Decides whether an account is one of an administrator. `today` is in days since 1970.
 Caller JudgeCaller(const CallerAccount& account, const CallerGroup& administrators, long today);
 
-/// Looks `user` up. /etc/haldinfo.conf names the group (`admin_group`, else "administrators") and
-/// where accounts come from: /etc/passwd, /etc/group and /etc/shadow, or the name services of the
-/// machine with `admin_source="nss"`. Nothing is remembered between requests.
+/// Looks `user` up. /etc/haldinfo.conf has the name of the group (`admin_group`, default
+/// "administrators") and the source of accounts: local files, or the name services with
+/// `admin_source="nss"`. Nothing is cached between requests.
 Caller CheckCaller(const std::string& user);
 
 }  // namespace kos

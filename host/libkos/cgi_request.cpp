@@ -1,4 +1,4 @@
-// The head of a CGI request. Reads the environment.
+// The head of a CGI request. Reads environment variables.
 #include "host/libkos/cgi_request.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// The head of a CGI request: what the web server put into the environment (RFC 3875).
+// The head of a CGI request: environment variables set by the web server (RFC 3875).
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace kos {
 
-/// Texts are empty when absent. All but the caller's name are the client's own words.
+/// Texts are empty when absent. All except `user` come from the client and may be anything.
 struct CgiRequest {
-    std::string method;  ///< "GET" when absent, as for a program started by hand
+    std::string method;  ///< "GET" when absent, as when run by hand
     std::string query;
-    std::string user;     ///< whom the web server authenticated
+    std::string user;     ///< authenticated by the web server
     std::string address;  ///< of the client
     std::string cookies;
     std::string acceptLanguage;
@@ -20,7 +20,7 @@ struct CgiRequest {
     BodyHead body;
 };
 
-/// Reads the environment.
+/// Reads the environment variables.
 CgiRequest ReadCgiRequest();
 
 }  // namespace kos

@@ -1,4 +1,4 @@
-// The actions that change something although they come as plain parameters. Reads
+// The actions that change something although they are called by plain parameters. Reads
 // /var/packages/Mailvane/target/etc/web.conf.
 #include "host/libkos/changing_actions.h"
 
@@ -18,8 +18,8 @@ namespace {
 constexpr char kFile[] = "target/etc/web.conf";
 constexpr char kKey[] = "state_changing_actions";
 
-// As packaging/web.conf has it. Without this a damaged file would open these actions to forged
-// requests, and refusing every read instead would lock the administrator out.
+// The same list as in packaging/web.conf. Without it, a damaged file would leave these actions open
+// to forged requests, or would have to lock the administrator out.
 constexpr char kBuiltIn[] =
     "apply_access_setting fresh_clam apply_spam_blackwhite generate_dkim_key";
 

@@ -1,4 +1,4 @@
-// The actions that change something although they come as plain parameters.
+// The actions that change something although they are called by plain parameters.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@ namespace kos {
 
 class ChangingActions {
 public:
-    /// Reads `state_changing_actions` of the package's etc/web.conf: names with blanks between.
-    /// When the file or the key is missing, the actions of the package as it was built count.
+    /// Reads `state_changing_actions` of the package's etc/web.conf, names separated by blanks.
+    /// Without file or key the built-in list is used.
     static ChangingActions Read();
 
     bool Contains(const std::string& action) const;

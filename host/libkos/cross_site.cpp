@@ -1,4 +1,4 @@
-// Requests that a page of another site made the administrator's browser send.
+// Protection against cross-site requests (CSRF).
 #include "host/libkos/cross_site.h"
 
 #include <algorithm>
@@ -10,8 +10,8 @@ namespace kos {
 
 namespace {
 
-/// "host:port" in lower case, the port being the scheme's own when none is written. Nothing for a
-/// text that is no authority; user names before an @ are none.
+/// "host:port" in lower case; the port defaults to that of the scheme. Nothing when the text is
+/// invalid or has a user name: "me@host".
 std::optional<std::string> WithPort(std::string_view authority, std::string_view defaultPort)
 {
     constexpr std::string_view kAllowed =
@@ -20,7 +20,7 @@ std::optional<std::string> WithPort(std::string_view authority, std::string_view
         return std::nullopt;
     }
 
-    // A colon before a bracket belongs to an IPv6 address.
+    // A colon before "]" is part of an IPv6 address.
     const std::size_t colon = authority.rfind(':');
     const bool hasPort =
         colon != std::string_view::npos && authority.find(']', colon) == std::string_view::npos;
@@ -29,7 +29,7 @@ std::optional<std::string> WithPort(std::string_view authority, std::string_view
     return text;
 }
 
-/// Whether a URL (of a page, or an Origin, which is its front) names this host.
+/// Whether a URL (a Referer, or an Origin, which is a URL without path) has this host.
 bool NamesHost(std::string_view url, const std::string& host)
 {
     constexpr std::string_view kPlain = "http://";

@@ -1,4 +1,4 @@
-// Requests that a page of another site made the administrator's browser send.
+// Protection against cross-site requests (CSRF): those that another site makes the browser send.
 #pragma once
 
 #include <optional>
@@ -6,24 +6,24 @@
 
 namespace kos {
 
-/// What a request tells about the page it came from; each may hold anything.
+/// The headers that tell which site a request came from; unchecked.
 struct SiteHeaders {
-    std::string host;                      ///< Host, port included; empty when absent
+    std::string host;                      ///< with port; empty when absent
     std::optional<std::string> fetchSite;  ///< Sec-Fetch-Site
     std::optional<std::string> origin;
     std::optional<std::string> referer;
-    bool ownHeader = false;  ///< X-Mailvane is there, which no foreign page can add
+    bool ownHeader = false;  ///< X-Mailvane is present; forms of other sites cannot add it
 };
 
 enum class SiteVerdict {
     kPass,     ///< go on
     kForeign,  ///< sent by a page of another site
-    kUnproven  ///< changes something and does not prove where it came from
+    kUnproven  ///< changes something without proof of its site
 };
 
-/// Browsers tell the kind of site in Sec-Fetch-Site (over HTTPS or loopback), else in Origin or
-/// Referer; programs like curl tell nothing and pass. A request with `needsProof`, one that changes
-/// something and that a foreign form could send, must be same-origin or have X-Mailvane.
+/// Decides by Sec-Fetch-Site, which browsers send over HTTPS and loopback, else by Origin or
+/// Referer. Without any, as from curl, the request passes, unless `needsProof` (it changes
+/// something, and a form could send it): then it must be same-origin or have X-Mailvane.
 SiteVerdict JudgeSite(const SiteHeaders& headers, bool needsProof);
 
 }  // namespace kos

@@ -9,10 +9,10 @@ namespace kos {
 
 namespace {
 
-/// Reads two hexadecimal digits; -1 when they are none.
+/// The byte of two hexadecimal digits; -1 when they are none.
 int HexByte(std::string_view digits)
 {
-    unsigned char byte = 0;  // unsigned, so that no sign is taken for a digit
+    unsigned char byte = 0;  // unsigned, since from_chars accepts "-" for signed types
     const char* const end = digits.data() + digits.size();
     const std::from_chars_result result = std::from_chars(digits.data(), end, byte, 16);
     return digits.size() == 2 && result.ptr == end ? byte : -1;

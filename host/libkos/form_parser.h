@@ -9,26 +9,27 @@
 
 namespace kos {
 
-/// Bytes of all names and values of a request together, and how many there may be.
+/// The longest names and values of a request, added up in bytes, and the most parameters.
 constexpr std::size_t kMaxParameterBytes = std::size_t{1} << 20;
 constexpr std::size_t kMaxParameters = 1000;
 
 class Parameters {
 public:
-    /// Adds one. False when there are too many, or when it holds a NUL: the program reads texts
-    /// that end at a NUL, and what was checked here must be what it sees there.
+    /// Adds a parameter. False when there are too many, or when it has a NUL: callers read texts
+    /// that end at a NUL and would see another value than the one checked here.
     bool Add(std::string name, std::string value);
 
-    /// The first value of this name, null when there is none. Valid as long as this object.
+    /// The first value of this name; null when there is none. Valid as long as this object.
     const std::string* Find(std::string_view name) const;
 
 private:
-    std::deque<std::pair<std::string, std::string>> list_;  // texts stay where they are
+    std::deque<std::pair<std::string, std::string>> list_;  // keeps texts in place as it grows
     std::size_t bytes_ = 0;
 };
 
-/// Adds the `name=value` pairs of a query string or of an `application/x-www-form-urlencoded` body.
-/// A broken percent sequence stands for itself. False when a parameter was not taken.
+/// Adds the `name=value` pairs of a query string or an `application/x-www-form-urlencoded` body. An
+/// invalid percent sequence is kept as it is: `50%` means "50%". False when a parameter was
+/// refused.
 bool ParseForm(std::string_view text, Parameters& parameters);
 
 }  // namespace kos

@@ -9,13 +9,13 @@ namespace kos {
 
 namespace {
 
-/// Cuts a quoted text off the front of `rest`, which starts with its opening quote.
+/// Removes a quoted text, which begins with its quote, from `rest` and returns it without quotes.
 std::string TakeQuoted(std::string_view& rest)
 {
     std::string text;
     std::size_t at = 1;
     while (at < rest.size() && rest[at] != '"') {
-        // Only the quote is ever escaped: a backslash of a Windows path stands for itself.
+        // Only \" is an escape; other backslashes are kept, as in C:\mail.
         if (rest[at] == '\\' && at + 1 < rest.size() && rest[at + 1] == '"') ++at;
         text += rest[at++];
     }

@@ -11,13 +11,13 @@ namespace kos {
 
 class HeaderValue {
 public:
-    /// Takes apart what a client sent; never fails, unknown pieces are left out.
+    /// Parses the value of a header. Never fails; parts that it does not understand are left out.
     static HeaderValue Parse(std::string_view text);
 
-    /// What stands before the first semicolon, in lower case.
+    /// The text before the first semicolon, in lower case.
     const std::string& value() const { return value_; }
 
-    /// The first parameter of this name (lower case), its quotes removed.
+    /// The first parameter of this name (in lower case), without quotes.
     std::optional<std::string> Parameter(std::string_view name) const;
 
 private:

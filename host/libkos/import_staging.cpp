@@ -1,4 +1,4 @@
-// The description of an import that waits for its upload. May remove /tmp/mailvane.import.
+// Staged imports. May remove /tmp/mailvane.import.
 #include "host/libkos/import_staging.h"
 
 #include <sys/stat.h>
@@ -20,7 +20,7 @@ constexpr const char* kNames[] = {"/tmp/mailvane.import", "/tmp/mailvane.importx
 
 bool IsCurrent(const struct stat& status)
 {
-    // A time in the future, left by a clock that was set back, is no better than an old one.
+    // A time in the future, after the clock was set back, counts as well: it may be just as old.
     const auto age =
         static_cast<long long>(std::time(nullptr)) - static_cast<long long>(status.st_mtime);
     return S_ISREG(status.st_mode) && status.st_uid == geteuid() && std::llabs(age) <= kValid;

@@ -1,15 +1,15 @@
-// The description of an import that waits for its upload.
+// Staged imports: the description of an import whose file is still to be uploaded.
 #pragma once
 
 namespace kos {
 
-/// Removes /tmp/mailvane.import when the upload that arrives now cannot belong to it: when it was
-/// staged more than 15 minutes ago, belongs to somebody else or is no plain file. The upload is
-/// then answered as one that was never staged.
+/// Removes /tmp/mailvane.import when it cannot belong to the upload that arrives now: it is older
+/// than 15 minutes, owned by another user, or no regular file. The upload is then treated as
+/// unannounced.
 void RemoveStaleStaging();
 
-/// Moves directories away that have the name of the description or of its draft: everybody can make
-/// them in /tmp, and the program could neither replace nor remove them.
+/// Moves aside directories with the names of the description and its temporary file. Any user can
+/// make them in /tmp, and they would block replacing and removing these files.
 void ClearStagingNames();
 
 }  // namespace kos

@@ -1,9 +1,11 @@
-// A JSON body from a client that may send anything.
+// Parsing the JSON body of a request.
 #include "host/libkos/json_body.h"
 
 #include <json/reader.h>
 
 #include <string_view>
+
+#include "platform/mailvane/reporter.h"
 
 namespace kos {
 
@@ -11,8 +13,8 @@ namespace {
 
 constexpr int kMaxDepth = 100;
 
-/// Whether the text holds a NUL byte or the escape that stands for one. The program hands texts to
-/// operations that end at a NUL: what was checked would not be what is used.
+/// Whether the text has a NUL byte or its escape \u0000. Callers read texts that end at a NUL and
+/// would see another value than the one checked here.
 bool HoldsNul(std::string_view text)
 {
     if (text.find('\0') != std::string_view::npos) return true;
@@ -32,7 +34,7 @@ bool Parse(const std::string& text, Json::Value& root)
     try {
         return reader->parse(text.data(), text.data() + text.size(), &root, nullptr);
     } catch (const Json::Exception&) {
-        return false;  // nested too deep
+        return false;  // too many levels
     }
 }
 
@@ -52,6 +54,12 @@ std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*&
         reason = "a JSON body that is no object";
     }
     return reason == nullptr ? std::move(root) : nullptr;
+}
+
+bool TypesPassword(const Json::Value& body)
+{
+    const Json::Value& password = body["auth_password"];
+    return password.isString() && password.asString() != kReportPasswordMask;
 }
 
 }  // namespace kos

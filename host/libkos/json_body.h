@@ -1,4 +1,4 @@
-// A JSON body from a client that may send anything.
+// Parsing the JSON body of a request.
 #pragma once
 
 #include <json/value.h>
@@ -8,8 +8,12 @@
 
 namespace kos {
 
-/// Reads one JSON object: strict JSON, nothing after it, no name twice, at most 100 levels deep, no
-/// NUL, raw or escaped. Null for anything else, with `reason` saying what is wrong.
+/// Parses one JSON object: strict JSON without text after it, duplicate names, more than 100 levels
+/// or a NUL (raw or escaped). Null when invalid; `reason` then tells why.
 std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*& reason);
+
+/// Whether the password in a body is one that somebody typed, and not what a form shows in its
+/// place.
+bool TypesPassword(const Json::Value& body);
 
 }  // namespace kos

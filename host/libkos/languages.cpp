@@ -1,4 +1,4 @@
-// The language of the interface. Looks which texts are installed in the package.
+// The language of the interface. Checks which languages the package has texts for.
 #include "host/libkos/languages.h"
 
 #include <unistd.h>
@@ -17,7 +17,7 @@ namespace kos {
 namespace {
 
 constexpr char kDefault[] = "en";
-constexpr std::size_t kMaxAccepted = 20;  // entries of Accept-Language that are looked at
+constexpr std::size_t kMaxAccepted = 20;  // entries of Accept-Language that are read
 
 bool IsLanguage(std::string_view text)
 {
@@ -41,7 +41,7 @@ struct Accepted {
     double quality;
 };
 
-/// The languages of an Accept-Language header without their regions, the best first.
+/// The languages of an Accept-Language header without their regions, best first: "de-AT" is "de".
 std::vector<Accepted> ParseAccepted(std::string_view header)
 {
     std::vector<Accepted> list;

@@ -5,9 +5,9 @@
 
 namespace kos {
 
-/// The language that the client chose: `parameter` (null when absent), else the cookie "lang", else
-/// the best one of Accept-Language that there are texts in, else "en". Always two to eight
-/// lower-case letters, since it becomes part of a file name; other values count as absent.
+/// The language chosen by the client: `parameter` (null when absent), else the cookie "lang", else
+/// the best installed one of Accept-Language, else "en". Always two to eight lower-case letters,
+/// since it becomes part of a file name; other values are ignored.
 std::string ChooseLanguage(const std::string* parameter, const std::string& cookies,
                            const std::string& acceptLanguage);
 

@@ -1,4 +1,4 @@
-// Texts of the interface. Reads the file it is given.
+// Texts of the interface, read from a file.
 #include "platform/texts/localized_string_parser.h"
 
 #include <string_view>
@@ -19,7 +19,7 @@ std::string_view Unquote(std::string_view text)
     return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-/// The name in a line `[name]`, empty for every other line.
+/// The name in a line `[name]`; empty for other lines.
 std::string SectionName(std::string_view line)
 {
     const bool section = line.size() > 2 && line.front() == '[' && line.back() == ']';

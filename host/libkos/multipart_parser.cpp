@@ -1,4 +1,4 @@
-// multipart/form-data (RFC 7578) as it arrives, in pieces of any size.
+// A parser for multipart/form-data (RFC 7578) that is fed pieces of any size.
 #include "host/libkos/multipart_parser.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-/// The value of one header line of a part's header, nothing when it is not there.
+/// The value of a line in a part's header; nothing when there is no such line.
 std::optional<std::string_view> FindHeader(std::string_view header, std::string_view name)
 {
     while (!header.empty()) {
@@ -26,7 +26,7 @@ std::optional<std::string_view> FindHeader(std::string_view header, std::string_
 }  // namespace
 
 MultipartParser::MultipartParser(const std::string& boundary, Sink& sink)
-    // The first delimiter has no line before it: the parser starts as if it had read a line end.
+    // Nothing precedes the first delimiter, so a line end is put before the body.
     : delimiter_("\r\n--" + boundary), sink_(sink), pending_(kLineEnd)
 {
 }
@@ -41,7 +41,7 @@ bool MultipartParser::Feed(std::string_view bytes)
     return state_ != State::kMalformed;
 }
 
-/// Deals with what is pending as far as one state goes; false when more bytes are needed.
+/// Parses pending bytes until the state changes; false when more bytes are needed.
 bool MultipartParser::Step()
 {
     switch (state_) {
@@ -79,7 +79,7 @@ bool MultipartParser::SkipPreamble()
     return false;
 }
 
-/// After a boundary: two dashes end the body, a line end begins a part; blanks may come between.
+/// After a boundary: "--" ends the body, a line end begins a part; blanks may precede either.
 bool MultipartParser::EndDelimiter()
 {
     const std::string_view text = Pending();
@@ -127,7 +127,7 @@ bool MultipartParser::PassData()
     const std::string_view text = Pending();
     const std::size_t found = text.find(delimiter_);
     const bool ends = found != std::string_view::npos;
-    // The last bytes may be the front of a delimiter.
+    // The last bytes may be the beginning of a delimiter.
     const std::size_t sure =
         ends ? found : text.size() - std::min(text.size(), delimiter_.size() - 1);
     if (sure > 0) sink_.PartData(text.substr(0, sure));

@@ -1,4 +1,4 @@
-// multipart/form-data (RFC 7578) as it arrives, in pieces of any size.
+// A parser for multipart/form-data (RFC 7578) that is fed pieces of any size.
 #pragma once
 
 #include <cstddef>
@@ -7,27 +7,28 @@
 
 namespace kos {
 
-/// Cuts a form upload into its parts and hands their contents on at once; it keeps no more than one
-/// part's header and the piece it was fed.
+/// Passes the contents of the parts on as they arrive. Stores no more than the header of one part
+/// and the piece being parsed.
 class MultipartParser {
 public:
-    /// Header bytes of one part, and parts of one body, beyond which a body is malformed.
+    /// A body is malformed when the header of a part has more bytes or the body has more parts than
+    /// these.
     static constexpr std::size_t kMaxHeaderBytes = 8192;
     static constexpr int kMaxParts = 64;
 
-    /// Receives the parts in their order.
+    /// Receives the parts in order.
     class Sink {
     public:
         Sink() = default;
         Sink(const Sink&) = delete;
         Sink& operator=(const Sink&) = delete;
 
-        /// A part begins: name of its field, and whether it is a file. `fileName` is the client's
-        /// name for it, empty when no file was chosen.
+        /// Called at the beginning of a part, with the name of its field and whether it is a file.
+        /// `fileName` is the client's name for the file, empty when none was chosen.
         virtual void PartBegins(const std::string& field, bool file,
                                 const std::string& fileName) = 0;
 
-        /// Some of its content; the text is valid during the call only.
+        /// Called with a piece of its content, which is valid during the call only.
         virtual void PartData(std::string_view data) = 0;
 
         virtual void PartEnds() = 0;
@@ -36,13 +37,14 @@ public:
         ~Sink() = default;
     };
 
-    /// `boundary` as in the content type; `sink` must outlive the parser.
+    /// `boundary` is that of the content type; `sink` must outlive the parser.
     MultipartParser(const std::string& boundary, Sink& sink);
 
-    /// Takes the next bytes of the body. False when the body is malformed, now and from then on.
+    /// Parses the next bytes of the body. False, also at all later calls, when the body is
+    /// malformed.
     bool Feed(std::string_view bytes);
 
-    /// Whether the body has come to its proper end; what follows that is ignored.
+    /// Whether the end of the body was reached; bytes after it are ignored.
     bool Finished() const { return state_ == State::kEpilogue; }
 
 private:
@@ -60,8 +62,8 @@ private:
     const std::string delimiter_;  // line end, two dashes, boundary
     Sink& sink_;
     State state_ = State::kPreamble;
-    std::string pending_;   // what was fed and is not dealt with
-    std::size_t used_ = 0;  // bytes of it that are
+    std::string pending_;   // bytes fed
+    std::size_t used_ = 0;  // how many of these are parsed
     int parts_ = 0;
 };
 

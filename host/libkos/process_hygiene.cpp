@@ -12,7 +12,7 @@ namespace kos {
 
 namespace {
 
-/// Blocked rather than ignored: an ignored signal would stay ignored in every program started.
+/// Blocks signals instead of ignoring them: programs that are started would inherit ignored ones.
 void Change(int how, std::initializer_list<int> signals)
 {
     sigset_t set;

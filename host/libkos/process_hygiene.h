@@ -3,17 +3,17 @@
 
 namespace kos {
 
-/// At the start of a request: sets the umask to 077, lowers the limits of this process, lets a
-/// download whose client has gone end by SIGPIPE, whatever was inherited, and makes SIGTERM and
-/// SIGHUP wait, since what the request will do is not known yet.
+/// Called at the start of a request: sets umask 077, lowers resource limits, and lets SIGPIPE end a
+/// download whose client has disconnected. Blocks SIGTERM and SIGHUP until it is known what the
+/// request does.
 void PrepareProcess();
 
-/// For a request that changes something: SIGPIPE waits as well, so that no signal ends the process
-/// between two steps. All three wait until it ends. Programs it starts are not concerned.
+/// For a request that changes something: also blocks SIGPIPE, so that no signal ends the process
+/// halfway. Programs that it starts have no signals blocked.
 void DeferSignals();
 
-/// For a request that only reads: SIGTERM and SIGHUP end it again, as a web server ends a long
-/// search whose client has gone.
+/// For a request that only reads: unblocks SIGTERM and SIGHUP, by which web servers end a long
+/// request whose client has disconnected.
 void AllowSignals();
 
 }  // namespace kos

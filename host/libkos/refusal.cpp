@@ -1,4 +1,4 @@
-// A request that is not carried out. Writes to standard output and syslog.
+// Refused requests. Writes to standard output and syslog.
 #include "host/libkos/refusal.h"
 
 #include <cstdio>
@@ -12,7 +12,7 @@ namespace {
 
 struct StatusLine {
     int status;
-    const char* line;  // with the header that belongs to this status
+    const char* line;  // with the further headers of this status
 };
 
 constexpr StatusLine kLines[] = {

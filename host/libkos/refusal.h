@@ -1,4 +1,4 @@
-// A request that is not carried out.
+// Refused requests.
 #pragma once
 
 #include <string>
@@ -11,8 +11,8 @@ struct Refusal {
     std::string reason;  ///< for the system log
 };
 
-/// Writes the whole answer to `stdout` (a short JSON body under the status) and one line naming
-/// the caller and the reason to the system log. Texts may hold anything.
+/// Writes a refusal to `stdout`, a short JSON body under the HTTP status, and logs caller, client
+/// address and reason. Texts may have any bytes.
 void WriteRefusal(const Refusal& refusal, const std::string& user, const std::string& address);
 
 }  // namespace kos

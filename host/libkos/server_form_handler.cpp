@@ -12,7 +12,7 @@ int ServerFormHandler::ExLock()
     return host::TakeLock(host::kLockPatience) == host::LockResult::kHeld ? 0 : -1;
 }
 
-// Readers exclude nobody: all they read is replaced in one step or read in one transaction.
+// Readers take no lock: everything they read is replaced atomically or read in one transaction.
 int ServerFormHandler::ShLock()
 {
     return 0;

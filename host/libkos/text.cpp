@@ -1,4 +1,4 @@
-// Small cuts of header texts.
+// Splitting header texts.
 #include "host/libkos/text.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Small cuts of header texts.
+// Splitting header texts.
 #pragma once
 
 #include <string_view>
@@ -10,8 +10,8 @@ namespace kos {
 using host::InLowerCase;
 using host::Trim;
 
-/// Cuts what stands before the first `separator` off the front of `rest`, the separator with it;
-/// all of `rest` when there is none.
+/// Removes the text up to the first `separator`, and the separator, from `rest` and returns the
+/// text; all of `rest` when there is no separator.
 std::string_view CutAt(std::string_view& rest, char separator);
 
 }  // namespace kos

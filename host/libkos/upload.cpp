@@ -54,13 +54,13 @@ Upload::Result Upload::Finish(const char* directory)
     return stored ? Result::kDone : Result::kNoSpace;
 }
 
-/// Moves what is in memory to the spool file.
+/// Appends the bytes in memory to the spool file.
 bool Upload::Store(const char* directory)
 {
     if (broken_) return false;
     if (!hasFile_) return true;
     if (spool_ == nullptr && !Create(directory))
-        return false;  // nothing is lost: it may be tried again
+        return false;  // nothing is lost, so the caller may try again
 
     broken_ = fwrite(memory_.data(), 1, memory_.size(), spool_.get()) != memory_.size();
     memory_.clear();
@@ -87,7 +87,7 @@ void Upload::PartBegins(const std::string& field, bool file, const std::string& 
     part_ = file ? Part::kFile : Part::kText;
     if (!file) return;
 
-    // A page sends an empty name for a file field that was left alone.
+    // A file field without a chosen file has an empty file name.
     if (fileName.empty()) {
         part_ = Part::kIgnored;
     } else if (hasFile_) {

@@ -1,4 +1,4 @@
-// A form upload: text fields become parameters, the file goes to a spool file.
+// A form upload: text fields become parameters, the file is written to a spool file.
 #pragma once
 
 #include <cstdio>
@@ -11,31 +11,31 @@
 
 namespace kos {
 
-/// Reads the body of one upload. It may hold one file; the spool file is mode 0600 and is removed
-/// with this object.
+/// Reads the body of one upload, which may have one file. The spool file has mode 0600 and is
+/// removed by the destructor.
 class Upload final : private MultipartParser::Sink {
 public:
     enum class Result {
-        kDone,       ///< all has been read and stored
-        kLarge,      ///< more than `kMaxInMemory`, and no directory was given
-        kMalformed,  ///< not what its content type promises
+        kDone,       ///< everything was read and stored
+        kLarge,      ///< more than `kMaxInMemory`, without a directory
+        kMalformed,  ///< not as its content type says
         kCutShort,   ///< the body ended early
         kNoSpace     ///< the spool file could not be written
     };
 
-    /// The largest file that needs no directory, in bytes.
+    /// The largest file kept in memory, in bytes; a larger one needs a directory.
     static constexpr std::size_t kMaxInMemory = std::size_t{256} << 10;
 
-    /// Text fields are added to `parameters`, which must outlive this object.
+    /// Adds text fields to `parameters`, which must outlive the object.
     Upload(const std::string& boundary, Parameters& parameters);
     ~Upload();
 
-    /// Reads on until the end. `directory` is where the file is spooled; null keeps it in memory
-    /// and, at the end, in /tmp. After `kLarge` a second call with a directory goes on where the
-    /// first stopped, nothing is lost.
+    /// Reads the rest of the body. `directory` is for the spool file; with null the file is kept in
+    /// memory and, at the end, written to /tmp. After `kLarge` a second call with a directory
+    /// continues without loss.
     Result Load(BodyReader& body, const char* directory);
 
-    /// The spool file, empty when there is none.
+    /// Path of the spool file; empty when there is none.
     const std::string& path() const { return path_; }
 
 private:
@@ -59,8 +59,8 @@ private:
     std::string text_;
     bool hasFile_ = false;
     bool malformed_ = false;
-    bool broken_ = false;  // the spool file lacks bytes
-    std::string memory_;   // of the file, not written yet
+    bool broken_ = false;  // the spool file is incomplete
+    std::string memory_;   // part of the file, not yet written
     std::unique_ptr<std::FILE, CloseFile> spool_;
     std::string path_;
 };

@@ -1,5 +1,5 @@
-// The request object: one CGI request. Reads the environment and standard input, writes standard
-// output; takes the request lock for what changes something.
+// The request object for one CGI request. Reads the environment and standard input, writes standard
+// output; holds the request lock when the request changes something.
 #include "platform/web/web_man.h"
 
 #include <unistd.h>
@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
 #include "host/libkos/audit_line.h"
@@ -31,7 +32,7 @@ namespace {
 
 constexpr char kUploadPath[] = "upload_file_tmp";
 
-/// How much has to be read before the answer; a body of unknown length ends with the stream.
+/// The bytes to read before the answer. A body of unknown length ends with the stream.
 std::uint64_t BytesToRead(const kos::BodyHead& body)
 {
     return body.lengthKind == LengthKind::kKnown ? body.length : UINT64_MAX;
@@ -62,7 +63,7 @@ struct WebMan::State {
     void Begin();
 };
 
-/// Whether the request changes something, as far as it has been read.
+/// Whether the request changes something, judging by what has been read.
 bool WebMan::State::Changes() const
 {
     const BodyKind kind = request.body.kind;
@@ -76,7 +77,7 @@ std::string WebMan::State::Action() const
 {
     if (request.body.kind == BodyKind::kUpload) return "upload";
     if (json != nullptr) {
-        const Json::Value& members = *json;  // constant: a look-up adds nothing
+        const Json::Value& members = *json;  // const, so that operator[] adds no member
         const Json::Value& action = members["action"];
         return action.isString() ? action.asString() : "";
     }
@@ -84,7 +85,7 @@ std::string WebMan::State::Action() const
     return action != nullptr ? *action : "";
 }
 
-/// Logs what became of a request that changes something, once.
+/// Writes the audit line of a request that changes something, once.
 void WebMan::State::Audit(const std::string& result)
 {
     if (audited || !loaded || !Changes()) return;
@@ -93,8 +94,8 @@ void WebMan::State::Audit(const std::string& result)
     kos::WriteAuditLine(request, Action(), result);
 }
 
-/// Answers with the refusal, after the rest of the body: a web server may cut an answer that comes
-/// before the client has sent everything.
+/// Writes a refusal after reading the rest of the body: some web servers truncate an answer that
+/// comes before the client has sent everything.
 void WebMan::State::Refuse(const Refusal& refusal)
 {
     body.Drain();
@@ -116,6 +117,7 @@ void WebMan::State::LoadJson()
     json = kos::ParseJsonBody(text, reason);
     if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
     kos::ClearStagingNames();
+    host::NoteRequest({Action(), kos::TypesPassword(*json)});
 }
 
 void WebMan::State::LoadForm()
@@ -147,8 +149,8 @@ bool WebMan::State::LoadUpload(const char* directory)
     return false;
 }
 
-/// Lets what was loaded act: a change gets the lock, until the process ends, and is not
-/// interrupted.
+/// Begins a loaded request. One that changes something gets the request lock until the process
+/// ends, and signals are blocked.
 void WebMan::State::Begin()
 {
     loaded = true;
@@ -180,7 +182,7 @@ WebMan::~WebMan()
     state_->Audit("no answer");
 }
 
-// There is one privilege, to administer, and one caller, so the arguments select nothing.
+// Arguments are ignored: there is one privilege, administration, and one caller.
 bool WebMan::IsAuthorized(const char* /*user*/, int /*privilege*/, int /*position*/)
 {
     const std::optional<Refusal> refusal =
@@ -226,7 +228,7 @@ Json::Value* WebMan::In()
 
 const char* WebMan::In(const char* name, const char* fallback)
 {
-    // Never what the client sends under this name: the program opens and moves the file.
+    // Never a parameter of this name from the client, since the program opens and moves the file.
     if (std::string_view(name) == kUploadPath) {
         const bool stored = state_->upload && !state_->upload->path().empty();
         return stored ? state_->upload->path().c_str() : fallback;
@@ -237,7 +239,7 @@ const char* WebMan::In(const char* name, const char* fallback)
 
 void WebMan::WriteHeader(const char* contentType)
 {
-    state_->body.Drain();  // an upload that the program gave up halfway
+    state_->body.Drain();  // an upload that was not read to its end
     const bool standard = contentType == nullptr || *contentType == '\0';
     kos::WriteHead(standard ? kos::kJsonType : contentType);
 }

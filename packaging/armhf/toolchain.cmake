@@ -1,5 +1,4 @@
-# Cross-builds for 32-bit ARM against the folder that `sysroot` beside this file makes; tests run
-# under qemu.
+# Cross-builds for 32-bit ARM with the libraries that `sysroot` unpacks; tests run under qemu.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
@@ -15,7 +14,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# pkg-config answers from the folder alone.
+# Makes pkg-config use only the libraries in the folder.
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${MAILVANE_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR}
     ${MAILVANE_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:${MAILVANE_SYSROOT}/usr/share/pkgconfig)

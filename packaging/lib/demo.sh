@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# The demonstration: a private world on this machine's own network with the package in it.
+# The demonstration: the package in a private world that shares this machine's network.
 
 state=$(readlink -m "${MAILVANE_WORLD:-.world}")
 world=$PWD/packaging/world
@@ -7,7 +7,7 @@ accounts=$state/accounts  # lines "name password"
 web_port=${MAILVANE_WEB_PORT:-8080}
 url=http://127.0.0.1:$web_port/mailvane.cgi
 
-# The machine may have mail ports in use, and the demonstration is nobody else's business.
+# Other ports than usual, since the machine may use those, and only local ones.
 first_settings=(
     'smtp_enabled="yes"' 'smtp_port="2525"'
     'smtp_ssl_enabled="yes"' 'smtps_port="2465"'
@@ -18,6 +18,8 @@ first_settings=(
     'pop3s_enabled="yes"' 'pop3s_port="2995"'
     'smtp_hostname="mv.test"' 'acc_domain_name="mv.test"'
 )
+
+mapfile -t -O ${#first_settings[@]} first_settings < <(grep '=' packaging/machine/first_settings)
 
 inside() { "$world" enter "$state" "$@"; }
 
@@ -32,7 +34,7 @@ start_world() {
         echo "inet_interfaces = 127.0.0.1" >main.cf
         echo "listen = 127.0.0.1" >loopback.dovecot.conf'
     inside "$PWD/packaging/install-into" "$PWD/build/release" "${first_settings[@]}"
-    # The network gets nothing of it, even when there is a certificate.
+    # Nothing is served to the network, even with a certificate.
     printf '%s\n' "MAILVANE_WEB_PORT=$web_port" MAILVANE_WEB_TLS_PORT= |
         inside /bin/sh -c 'cat >/etc/default/mailvane'
 }
@@ -60,7 +62,7 @@ start_services() {
     done
 }
 
-# in_use PORT: whether something of this machine listens there.
+# in_use PORT: whether a program on this machine listens on it.
 in_use() { (: <"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
 stop_demo() {
@@ -85,11 +87,11 @@ show_access() {
     echo "  End        ./run stop"
 }
 
-# setting NAME: its stored value.
+# setting NAME: the stored value of a setting.
 setting() { inside sed -n "s/^$1=\"\(.*\)\"/\1/p" /var/packages/Mailvane/etc/mailvane.conf; }
 
-# Three requests as anybody could type them, with what they are answered. The saved host name is
-# the stored one after the first time.
+# Three example requests, as anybody could type them, with their answers. From the second run on the
+# host name is already the one that is saved.
 show_examples() {
     local login answer body host
     login=$(admin_login)
@@ -104,7 +106,7 @@ show_examples() {
     run_example bash -c "exec 3<>/dev/tcp/127.0.0.1/$(setting smtp_port); head -1 <&3"
 }
 
-# save_body HOST: the body of a save that changes the host name in the loaded settings.
+# save_body HOST: the body of a save that changes only the host name of the loaded settings.
 save_body() {
     python3 -c '
 import json, sys
@@ -116,7 +118,7 @@ body.update((name, loaded[name]) for name in names)
 print(json.dumps(body))' "$1"
 }
 
-# run_example COMMAND...: shows the command, runs it, shows what it printed, in lines.
+# run_example COMMAND...: prints the command, runs it, prints its output line by line.
 run_example() {
     local word line='$'
     for word; do

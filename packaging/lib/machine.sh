@@ -1,16 +1,16 @@
 # shellcheck shell=bash disable=SC2034
-# What the commands at the top share: the packages they need from Debian, builds, and how far they are.
+# Functions for the commands at the top: installing Debian packages, building, showing progress.
 
 build_packages=(
     g++ cmake ninja-build pkg-config
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
-    python3-yaml
+    python3-yaml zlib1g-dev
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
     dovecot-core dovecot-imapd dovecot-pop3d dovecot-lmtpd dovecot-sieve
     opendkim opendmarc publicsuffix postfix-policyd-spf-python memcached
-    amavisd-new amavisd-milter spamassassin clamav-daemon clamav-freshclam clamdscan
+    amavisd-new amavisd-milter spamassassin ca-certificates clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd lighttpd-mod-openssl fcgiwrap
     curl hostname iproute2 logrotate mount nftables openssl passwd procps
@@ -23,8 +23,9 @@ test_packages=(
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev libutf8proc-dev
-    libgtest-dev libgmock-dev libstdc++-12-dev
+    libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
 )
+fuzz_packages=(clang libclang-rt-14-dev)
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
 lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)
@@ -38,15 +39,15 @@ fail() {
 
 is_root() { [ "$(id -u)" = 0 ]; }
 
-# missing_packages NAME...: those that are not installed, one a line.
+# missing_packages NAME...: prints those that are not installed, one a line.
 missing_packages() {
     dpkg-query -W -f '${Package} ${db:Status-Status}\n' "$@" 2>/dev/null |
         sed -n 's/ installed$//p' | sort -u |
         comm -13 - <(printf '%s\n' "$@" | sort -u)
 }
 
-# install_packages NAME...: installs what is missing. No service of this machine is started by it,
-# now or at its next boot.
+# install_packages NAME...: installs missing packages, without starting their services, now or at
+# the next boot.
 install_packages() {
     local missing
     mapfile -t missing < <(missing_packages "$@")
@@ -66,7 +67,8 @@ install_packages() {
     [ ! -d /run/systemd/system ] || disable_services "${missing[@]}"
 }
 
-# announce_packages LOG NAME...: says how many will be installed with all they need, and how big.
+# announce_packages LOG NAME...: says how many packages will be installed with their dependencies,
+# and their size.
 announce_packages() {
     local log=$1
     shift
@@ -80,7 +82,7 @@ announce_packages() {
         }' >&2
 }
 
-# Until the shell ends, packages that are being installed start nothing.
+# Until the shell ends, the installation of a package starts no service.
 hold_services() {
     local policy=/usr/sbin/policy-rc.d
     [ ! -e $policy ] || return 0
@@ -105,7 +107,7 @@ disable_services() {
     done
 }
 
-# build PRESET [TARGET]...: configures once, then builds what changed.
+# build PRESET [TARGET]...: configures if necessary, then builds.
 build() {
     local preset=$1 log=build/$1.log
     shift
@@ -117,8 +119,8 @@ build() {
 
 # --- commands that take their time ---------------------------------------------------------------
 
-# with_progress LOG COMMAND...: runs it and adds what it says to the log. How far it is, is shown by
-# what apt and ninja say of that; when it fails, the end of the log is.
+# with_progress LOG COMMAND...: runs a command with its output in the log. Shows the progress that
+# apt and ninja report; after a failure shows the end of the log.
 with_progress() {
     local log=$1
     shift
@@ -126,14 +128,14 @@ with_progress() {
     echo "\$ $*" >>"$log"
     (
         set -o pipefail
-        "$@" </dev/null 2>&1 3>&1 | show_progress "$log"  # apt keeps its third to itself
+        "$@" </dev/null 2>&1 3>&1 | show_progress "$log"  # apt opens a third stream for its own use
     ) && return
     tail -n 30 "$log" >&2
     fail "$1 fails; log in $log"
 }
 
-# show_progress LOG: adds the input to the log but for apt's lines that say how far it is. Shows
-# those and ninja's.
+# show_progress LOG: copies its input to the log, except apt's progress lines. Shows these and
+# ninja's.
 show_progress() {
     local line at total text last=
     while IFS= read -r line; do
@@ -143,7 +145,7 @@ show_progress() {
         '['[0-9]*/*'] '*)
             echo "$line" >>"$1"
             IFS='[/] ' read -r _ at total text <<<"$line"
-            [ "$at" != 0 ] || continue  # the installation, for which ninja runs once more
+            [ "$at" != 0 ] || continue  # ninja runs once more for the installation
             [ "$last" ] || say "Building in $total steps; log in $1"
             show_step built "$at" "$total"
             ;;
@@ -153,8 +155,8 @@ show_progress() {
     [ ! -t 2 ] || printf '\r\e[K' >&2
 }
 
-# show_step WHAT NUMBER TOTAL: one moving line with `text` on a terminal, else one at each quarter,
-# which `last` remembers.
+# show_step WHAT NUMBER TOTAL: shows `text` as one updated line on a terminal, else a line at each
+# quarter, which `last` remembers.
 show_step() {
     local percent=$(($2 * 100 / $3))
     if [ -t 2 ]; then

@@ -12,7 +12,8 @@ CONTROL = re.compile(rb"[\x00-\x1f\x7f]")
 
 
 def as_line(datagram):
-    """One line of the log: no priority, control characters as #octal, as syslog daemons do."""
+    """A line of the log: without the priority, control characters as #octal, as syslog daemons
+    write them."""
     text = PRIORITY.sub(b"", datagram).rstrip(b"\n\x00")
     return CONTROL.sub(lambda found: b"#%03o" % found[0][0], text) + b"\n"
 

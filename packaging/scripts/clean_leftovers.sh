@@ -1,21 +1,21 @@
 #!/bin/bash
-# Removes what a process that was killed in the middle of its work has left behind: files that were
-# to replace others, and directories of generated files that were never completed. Whoever is still
-# at work made his within the last day.
+# Removes files that killed processes left: temporary files that were to replace others, and
+# incomplete generations. Files changed within the last day are kept, since their process may still
+# run.
 
 . "${BASH_SOURCE%/*}/common.sh"
 
 generated=$package/etc/generated
 
-# A new file is named after the one it replaces: .NAME.0123456789abcdef, or NAME.new where nobody
-# else makes that name. The administrator's folders are his.
+# The name of a temporary file is that of the file to be replaced: .NAME.0123456789abcdef, or
+# NAME.new in folders where nobody else uses that name. The administrator's folders are left out.
 find "$package/etc" "$package/target/etc" -xdev \
     \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
     -type f -mmin +1440 -regextype posix-extended \
     \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
 status=$?
 
-# The program's temporary files, where it was not started by the web server.
+# Temporary files of a program that was not started by the web server.
 find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \
     \( -name 'mailvane-lint.??????' -o -user root \( \
     -name 'aliases??????' -o -name 'accessList??????' -o -name 'BccFile??????' -o \

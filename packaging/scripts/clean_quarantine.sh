@@ -1,6 +1,6 @@
 #!/bin/bash
-# Keeps the scanner's quarantine within its bounds: what is too old goes, and of the rest what is
-# oldest until it is small enough. Run every day and when the scanner starts.
+# Limits the scanner's quarantine: deletes mail that is too old, then the oldest mail until the rest
+# is small enough. Runs every day and when the scanner starts.
 
 . "${BASH_SOURCE%/*}/common.sh"
 
@@ -8,7 +8,7 @@ quarantine=/var/lib/mailvane/quarantine
 days=30
 megabytes=500
 
-# The folder is the scanner's, and so is all that is done in it.
+# Runs as the scanner's user, who owns the folder.
 [[ $(id -un) == amavis ]] ||
     exec setpriv --reuid=amavis --regid=amavis --init-groups --reset-env -- "$0"
 

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034
-# What the daily tasks share; sourced by each of them.
+# Settings shared by the daily tasks, which source this file.
 
 set -u
 LC_ALL=C

@@ -1,6 +1,6 @@
 #!/bin/bash
-# What the package does every day: new signatures for the anti-virus engine, old mail out of the
-# scanner's quarantine, and away with what killed processes have left behind.
+# The daily tasks of the package: updates the anti-virus signatures, deletes old mail from the
+# scanner's quarantine, removes files that killed processes left.
 
 . "${BASH_SOURCE%/*}/common.sh"
 

@@ -1,3 +1,3 @@
 #!/bin/sh
-# The store of the senders' counters: memcached.sh start|stop|restart|reload|status.
+# The counters of the rate policy: memcached.sh start|stop|restart|reload|status.
 exec /var/packages/Mailvane/target/bin/hald_service memcached "$@"

@@ -1,6 +1,6 @@
 // The machine's packet filter. Provided by libhaldfirewall.so.
 #pragma once
 
-/// Makes the packet filter follow the enabled services. 0; negative on failure, the rules in force
-/// are then the old ones.
+/// Makes the packet filter accept the ports of the enabled services. 0; negative on failure, with
+/// the old rules still in force.
 int HALDFwRuleHup();

@@ -7,13 +7,13 @@ struct HALDUser {
     const char* name = nullptr;  ///< the account's own name; may be null
 };
 
-/// Looks an account up. 0 and a record in `*user`, to be freed by the caller, or negative.
+/// Finds an account. 0, with a record in `*user` that the caller frees; else negative.
 int HALDUserGet(const char* name, HALDUser** user);
 
 /// Frees a record; null is fine.
 void HALDUserFree(HALDUser* user);
 
-/// Exactly 1 for an expired account, 0 for a living one, negative on failure. `reserved` is null.
+/// 1 for an expired account, 0 for a valid one, negative on failure. `reserved` is null.
 int HALDUserCheckExpired(const char* name, void* reserved);
 
 /// Appends the names of the members of a group. 0; negative when there is no such group or its

@@ -1,5 +1,5 @@
-// Why the last operation of the core library failed. Provided by libhaldcore.so.6.
+// The error code of the core library. Provided by libhaldcore.so.6.
 #pragma once
 
-/// Code of the last failure in this process, 0 when there was none; logged with "0x%04X".
+/// The code of the last failure in this process, 0 without one. It is logged with "0x%04X".
 int HLIBCErrGet();

@@ -8,10 +8,10 @@ struct HLIBCSzList;
 /// Non-zero when the file exists, else 0; never negative.
 int HLIBCFileExist(const char* path);
 
-/// Appends to `list` the names (no paths) of at most `max` entries of a directory, without "." and
-/// "..". `flags` is 0. The number appended; negative when the directory cannot be read.
+/// Appends the names (without path) of at most `max` entries of a directory, except "." and "..",
+/// to `list`, and returns their number; negative when the directory cannot be read. `flags` is 0.
 int HLIBCFileEnumDir(const char* directory, int flags, HLIBCSzList** list, int max);
 
-/// Bytes that an unprivileged user may still write to the file system that holds `path`; negative
-/// on failure.
+/// The bytes that unprivileged users can still write to the file system of `path`; negative on
+/// failure.
 std::int64_t HLIBGetFsFreeSize(const char* path);

@@ -3,6 +3,6 @@
 
 #include <cstddef>
 
-/// Writes the upper-case form of `source` to `target` (of `targetSize` bytes, terminated). 0;
-/// negative when `source` is no UTF-8 or the result does not fit.
+/// Writes `source` in upper case, with a NUL, to `target` (of `targetSize` bytes). 0; negative when
+/// `source` is not UTF-8 or the result does not fit.
 int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targetSize);

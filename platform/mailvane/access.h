@@ -6,10 +6,10 @@
 
 #include "platform/mailvane/filter.h"
 
-/// Which list an entry belongs to.
+/// The list of an entry.
 enum Type : int { TYPE_SENDER = 0, TYPE_RECIPIENT = 1, TYPE_CLIENT = 2 };
 
-/// What kind of name an entry holds.
+/// The kind of name of an entry.
 enum NameType : int {
     NAME_ADDRESS = 0,
     NAME_DOMAIN = 1,
@@ -18,8 +18,8 @@ enum NameType : int {
     NAME_NETWORK = 4
 };
 
-/// The permission of an entry. `ACCESS_UNKNOWN` comes from a text that names none and is refused
-/// when it is stored.
+/// The permission of an entry. `ACCESS_UNKNOWN` stands for a text that is no permission; it cannot
+/// be stored.
 enum AccessStatus : int {
     ACCESS_OK = 0,
     ACCESS_REJECT = 1,
@@ -42,24 +42,23 @@ public:
     Access(const Access&) = delete;
     Access& operator=(const Access&) = delete;
 
-    /// Number of entries that match the search, whatever the page; negative on failure.
+    /// The number of entries that match the search, on all pages; negative on failure.
     int getTotalAccessNum(const Filter& filter);
     /// The page of matching entries.
     std::list<AccessInfo> getAllAccessList(const Filter& filter);
 
-    /// Adds one entry; negative on failure or for a name that is not of its kind.
+    /// Adds an entry; negative on failure or when the name is not of its kind.
     int addAccess(Type type, NameType nameType, const std::string& name, AccessStatus status);
-    /// Deletes the listed entries (an empty list is fine), whatever their status; negative on
-    /// failure.
+    /// Deletes entries, whatever their permission; negative on failure. The list may be empty.
     int deleteAccess(const std::list<AccessInfo>& entries);
 
-    /// Write one list to a file, read one list from a file, in the same text format. The import is
-    /// all or nothing. Negative on failure.
+    /// Export a list to a text file, and import it from one. The import is all or nothing. Negative
+    /// on failure.
     int exportAccess(Type type, const std::string& path);
     int importAccess(Type type, const std::string& path);
 
-    /// Rebuilds the SMTP server's access maps from the stored lists; negative on failure, the maps
-    /// in force are then the old ones.
+    /// Rebuilds the SMTP server's access maps from the stored lists; negative on failure, with the
+    /// old maps still in force.
     static int GenerateAccessMap();
 
     static AccessStatus StrToStatus(const char* text);

@@ -20,13 +20,13 @@ public:
 
     /// Reads the table; negative on failure.
     int load();
-    /// Writes the table back in one step and makes the mail server use it; negative on failure or
-    /// when a change was refused. After a failed `load` the stored table is left alone.
+    /// Stores the table atomically and makes the mail server use it; negative on failure, after a
+    /// refused change, or after a failed `load`, with the stored table unchanged.
     int save();
 
-    /// Names in the table's order.
+    /// The names in the order of the table.
     std::list<std::string> getAliasNameList();
-    /// Replaces the contents of `members`; negative when there is no such alias.
+    /// Sets `members` to those of an alias; negative when there is no such alias.
     int loadMember(const std::string& alias, std::list<MemberInfo>& members);
     /// Adds members, creating a missing alias; negative when refused.
     int addMember(const std::string& alias, const std::list<MemberInfo>& members);
@@ -37,8 +37,8 @@ public:
     /// Removes aliases; negative on failure.
     int delAlias(const std::list<std::string>& names);
 
-    /// Write the table to an existing file, read it from a file: `name: member, member` a line.
-    /// The import is all or nothing. Negative on failure.
+    /// Export the table to an existing file, and import it from a file, with lines `name: member,
+    /// member`. The import is all or nothing. Negative on failure.
     int ExportAlias(const std::string& path);
     int ImportAlias(const std::string& path);
 

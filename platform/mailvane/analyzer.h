@@ -6,10 +6,10 @@
 
 class Analyzer {
 public:
-    /// Outcome of one check.
+    /// The result of one check.
     struct Result {
         std::string status;
-        std::string key;  ///< name of the checked item
+        std::string key;  ///< name of the check
     };
 
     Analyzer();

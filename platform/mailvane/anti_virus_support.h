@@ -1,4 +1,4 @@
-// Whether this machine can scan for viruses. Provided by libmailvane.so.
+// Whether this machine has an anti-virus engine. Provided by libmailvane.so.
 #pragma once
 
 /// True when the anti-virus engine and its tools are installed.

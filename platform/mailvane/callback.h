@@ -3,9 +3,9 @@
 
 #include <string>
 
-/// A step that the service library runs after it has stored settings.
+/// A step that a save runs after the new settings are in force.
 struct Callback {
-    std::string name;                 ///< shown in the service library's log
+    std::string name;                 ///< for the log
     int (*func)(const std::string&);  ///< the step; negative on failure
-    std::string arg;                  ///< handed to `func`
+    std::string arg;                  ///< passed to `func`
 };

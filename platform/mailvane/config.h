@@ -1,4 +1,4 @@
-// Typed settings: the store that the settings classes share. Provided by libmailvane.so.
+// Typed settings: the base of the settings classes. Provided by libmailvane.so.
 #pragma once
 
 #include <boost/any.hpp>
@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-/// Identity of one setting; T is int, std::string or bool. Travels inside a `boost::any`.
+/// The key of a setting; T is int, std::string or bool. Stored in a `boost::any`.
 template <typename T>
 class Key {
 public:
@@ -18,7 +18,7 @@ private:
     std::string name_;
 };
 
-/// Value of one setting: exactly one T. Travels inside a `boost::any`.
+/// The value of a setting, of type T. Stored in a `boost::any`.
 template <typename T>
 class Value {
 public:
@@ -29,29 +29,28 @@ private:
     T value_;
 };
 
-/// The settings of one service in memory. The classes derived from it load and save them.
+/// The settings of one service in memory. Derived classes load and save them.
 class Config {
 public:
-    struct State;  ///< what the implementation keeps
+    struct State;  ///< of the implementation
 
     Config();
     Config(const Config&) = delete;
     Config& operator=(const Config&) = delete;
 
-    /// Stores a value (a `Value<T>`) under a setting's name. A value that the setting cannot take
-    /// marks the object, and the save that follows fails.
+    /// Sets a setting to a value (a `Value<T>`). After an invalid value the next save fails.
     virtual void Set(const std::string& name, const boost::any& value);
     virtual ~Config();
 
-    /// The stored value, a `Value<T>`; an empty `boost::any` for an unknown name. Owned by this
-    /// object and valid until it is set again.
+    /// The value of a setting, a `Value<T>`; an empty `boost::any` for an unknown name. Owned by
+    /// this object and valid until the setting is set again.
     boost::any& Get(const std::string& name);
 
-    /// The keys in their fixed order; each element holds a `Key<int>`, `Key<std::string>` or
+    /// The keys in a fixed order; each element contains a `Key<int>`, `Key<std::string>` or
     /// `Key<bool>`.
     std::list<boost::any> GetKeyList() const;
 
-    /// Name of a key of any kind.
+    /// The name of a key of any type.
     static std::string GetKeyName(const boost::any& key);
 
 protected:

@@ -18,7 +18,7 @@ public:
     /// As `Postfix::SaveSettings`, for these settings.
     int SaveSettings(const std::list<Callback>& steps);
 
-    /// As `Postfix::Service`. The server runs while any mailbox service or SMTP is on, since SMTP
-    /// needs it for logins and delivery.
+    /// As `Postfix::Service`. The server runs while a mailbox service or SMTP is on, since SMTP
+    /// uses it for logins and local delivery.
     static int Service(const std::string& verb);
 };

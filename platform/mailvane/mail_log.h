@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What became of a message.
+/// The state of a message.
 enum MailStatus : int { MAIL_SEND = 0, MAIL_RECEIVE = 1, MAIL_BOUNCE = 2, MAIL_RESEND = 3 };
 
 /// Criteria, order and page of a query.
@@ -19,7 +19,7 @@ struct LogFilter {
     std::string messageId;
     std::string mailTo;
     std::string mailFrom;
-    std::string sizeOp = "any";  ///< how `sizeBytes` bounds the size
+    std::string sizeOp = "any";  ///< how the size compares with `sizeBytes`
     int sizeBytes = 0;
     int status = -1;    ///< a `MailStatus`, -1 for any
     long dateFrom = 0;  ///< seconds since the epoch, 0 for no bound
@@ -38,19 +38,19 @@ struct MailLogInfo {
     std::string mailFrom;
 };
 
-/// Totals of consecutive periods, oldest first.
+/// Totals of consecutive periods, the oldest first.
 struct Statistic {
     std::vector<std::uint64_t> inbound;
     std::vector<std::uint64_t> outbound;
     std::vector<std::uint64_t> bounce;
 };
 
-/// How many periods a statistic has; the width of a period follows from it.
+/// The number of periods of a statistic, from which their length follows.
 enum TimeScale : int {};
 
 class MailLog {
 public:
-    /// Opens the database at `path`; never throws, `error` tells.
+    /// Opens the database at `path`. Never throws; `error` tells whether it failed.
     explicit MailLog(const char* path);
     ~MailLog();
     MailLog(const MailLog&) = delete;
@@ -64,18 +64,18 @@ public:
     /// A page of the whole log; negative on failure. Mind the order of the first two arguments.
     int load(int limit, int start, const std::string& sortField, const std::string& order,
              std::vector<MailLogInfo>& rows);
-    /// A page of the rows that hold a text; negative on failure.
+    /// A page of the rows that contain a text; negative on failure.
     int search(int limit, int start, const std::string& sortField, const std::string& order,
                const std::string& query, std::vector<MailLogInfo>& rows);
-    /// Number of rows that a filter, or a text, selects; negative on failure.
+    /// The number of rows that a filter or a text selects; negative on failure.
     int getLogNum(const LogFilter& filter);
     int getLogNum(std::string& query);
 
     /// Deletes all entries; negative on failure.
     int clear();
 
-    /// Messages, or bytes, of the `scale` periods that end at `endTime` (seconds since the epoch);
-    /// at least `scale` elements in each sequence. Negative on failure.
+    /// The messages, or bytes, in `scale` periods, the last of which contains `endTime` (seconds
+    /// since the epoch). Each sequence has at least `scale` elements. Negative on failure.
     int getQuantityStatistic(Statistic& statistic, long endTime, TimeScale scale);
     int getBandwidthStatistic(Statistic& statistic, long endTime, TimeScale scale);
 
@@ -84,5 +84,5 @@ private:
     State* state_;  ///< owned
 };
 
-/// Path of the mail server's text log; empty when it is unknown.
+/// Path of the mail server's text log; empty when unknown.
 std::string GetPostfixLogPath();

@@ -18,8 +18,8 @@ public:
     /// As `Postfix::SaveSettings`, for these settings.
     int SaveSettings(const std::list<Callback>& steps);
 
-    /// As `Postfix::Service`, for the scanner. A scanner whose switches are all off is stopped, and
-    /// that is success.
+    /// As `Postfix::Service`, for the scanner. When all its switches are off, it is stopped and the
+    /// call succeeds.
     static int Service(const std::string& verb);
 
     /// As `Postfix::Service`, for the anti-virus engine.

@@ -11,7 +11,8 @@ public:
     Personal(const Personal&) = delete;
     Personal& operator=(const Personal&) = delete;
 
-    /// Whether the user's settings can be used, and if not the message key that tells why.
+    /// Whether there are settings for the user; if not, `getErrKey` is the key of the message that
+    /// tells why.
     bool isValid();
     std::string getErrKey();
 
@@ -19,7 +20,7 @@ public:
     std::string getForwardAddr();
     bool isKeepCopy();
     bool isEnabledReply();
-    /// Bounds of the reply period in seconds since the epoch; 0 and less for none.
+    /// First and last second of the reply period, since the epoch; 0 or less for no limit.
     long GetReplyBeginTime() const;
     long GetReplyEndTime() const;
 
@@ -30,17 +31,17 @@ public:
     void SetReplyBeginTime(long seconds);
     void SetReplyEndTime(long seconds);
 
-    /// The reply to one sender, or for null the general reply. Negative on failure. Replies are
-    /// stored at once, without `save`.
+    /// The reply to one sender, or the general reply when `sender` is null. Negative on failure.
+    /// Written replies are stored at once, without `save`.
     int ReadReplyContent(const char* sender, std::string& subject, std::string& message);
     int WriteReplyContent(const char* sender, const std::string& subject,
                           const std::string& message);
-    /// The senders that have a reply of their own.
+    /// The senders with their own reply.
     std::list<std::string> GetReplyList();
     /// Removes the reply to one sender; negative on failure.
     int RemoveReplySetting(const std::string& sender);
 
-    /// Stores what the setters were given; negative on failure.
+    /// Stores the values of the setters; negative on failure.
     int save();
 
 private:

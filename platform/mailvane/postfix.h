@@ -9,7 +9,7 @@
 
 class Postfix : public Config {
 public:
-    /// One DNS blocklist: its zone and the kind of list.
+    /// A DNS blocklist: its zone and type.
     struct DNSBL {
         DNSBL(const std::string& server, const std::string& type);
 
@@ -23,27 +23,26 @@ public:
     /// Reads the stored settings, domains and blocklists. 0, negative on failure.
     int LoadSettings();
 
-    /// Stores settings, domains and blocklists and brings the mail server in line as one
-    /// transaction, running `func(arg)` of each step in list order. 0; negative when a value or a
-    /// generated file was refused (nothing changed) or a step failed (the old configuration is in
-    /// force again).
+    /// Stores settings, domains and blocklists and updates the mail server in one transaction,
+    /// calling `func(arg)` of each step in order. 0; negative when a value or a generated file was
+    /// refused (nothing has changed) or a step failed (the old configuration is in force again).
     int SaveSettings(const std::list<Callback>& steps);
 
-    /// "start", "stop" or "restart": brings the SMTP server to what its stored settings ask for;
-    /// "stop" ends it. Returns when it is really up or gone. 0, negative on failure.
+    /// Runs a verb: "start" and "restart" bring the SMTP server to the state in its stored
+    /// settings, "stop" stops it. Returns when that state is reached. 0, negative on failure.
     static int Service(const std::string& verb);
 
-    /// The additional mail domains in stored order.
+    /// The additional mail domains, in stored order.
     std::list<std::string> GetAdditionDomain();
-    /// Change the loaded list of domains. A name that is no domain is refused by the save that
-    /// follows; deleting an absent one is harmless. Negative when refused.
+    /// Change the loaded list of domains. Negative when refused. The next save fails after an
+    /// invalid name; deleting a domain that is not there is no error.
     int AddDomain(const std::string& domain);
     int DeleteDomain(const std::string& domain);
 
-    /// The blocklists in stored order.
+    /// The blocklists, in stored order.
     std::list<DNSBL> GetDNSBLList();
-    /// Change the loaded list of blocklists; deletion matches both fields. An entry that is none is
-    /// refused by the save that follows. Negative when refused.
+    /// Change the loaded list of blocklists; a deletion compares both members. Negative when
+    /// refused; the next save fails after an invalid entry.
     int AddDNSBL(const DNSBL& entry);
     int DeleteDNSBL(const DNSBL& entry);
 };

@@ -3,8 +3,11 @@
 
 #include <string>
 
-/// Every operation tells a failure by an exception derived from `std::exception`; the int results
-/// are 0.
+/// What forms show in place of the stored password, and send back to keep it: eight replacement
+/// characters, which nobody types.
+constexpr char kReportPasswordMask[] = "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD";
+
+/// All operations report failures by exceptions derived from `std::exception`; int results are 0.
 class Reporter {
 public:
     struct Sender {
@@ -40,7 +43,9 @@ public:
     Reporter& operator=(const Reporter& other);
     ~Reporter();
 
-    /// Stores the settings.
+    /// Stores the settings. A password that the request has not typed but kept belongs to the
+    /// server that it was given for: with a login at another server, at another port or without TLS
+    /// where there was TLS, that is a failure.
     int SaveSetting();
 
     bool IsEnabled() const;

@@ -3,13 +3,13 @@
 
 #include <string>
 
-/// Makes a private key of `bits` bits, in PEM form, to be used once its public half is written.
-/// Negative on failure, an older key is then untouched.
+/// Makes a private key of `bits` bits in PEM format; it is used once `GenerateRSAPublicKey` has
+/// run. Negative on failure, with an older key unchanged.
 int GenerateRSAPrivateKey(const char* path, unsigned int bits);
 
-/// Derives the public half, in PEM form "PUBLIC KEY", and puts both halves in place together.
-/// Negative on failure, an older pair is then untouched.
+/// Derives the public key ("PUBLIC KEY" in PEM format) and puts both keys in place together.
+/// Negative on failure, with an older pair unchanged.
 int GenerateRSAPublicKey(const char* privatePath, const char* publicPath);
 
-/// Reads the PEM text of a public key as it stands; negative on failure.
+/// Reads the PEM text of a public key; negative on failure.
 int ReadRSAPublicKey(const char* path, std::string& text);

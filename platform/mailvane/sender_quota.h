@@ -1,4 +1,4 @@
-// How much each login may send. Provided by libmailvane.so.
+// Sender quotas: how many messages each login may send. Provided by libmailvane.so.
 #pragma once
 
 #include <list>
@@ -11,13 +11,13 @@ public:
         unsigned int quota = 0;   ///< messages per hour
     };
 
-    /// Fills `settings` with the page; the number of all limits, negative on failure.
+    /// Sets `settings` to the page and returns the number of all quotas; negative on failure.
     static int GetSettingList(std::list<Setting>& settings, unsigned int start, unsigned int limit);
-    /// Adds or replaces one limit, with the next `GenerateConfig`; negative on failure.
+    /// Adds or replaces a quota, with the next `GenerateConfig`; negative on failure.
     static int Set(const std::string& saslSender, unsigned int quota);
-    /// Removes limits, with the next `GenerateConfig`; negative on failure.
+    /// Removes quotas, with the next `GenerateConfig`; negative on failure.
     static int DeleteList(const std::list<std::string>& saslSenders);
-    /// Stores what was changed and rebuilds what the rate policy reads; negative on failure, the
-    /// limits, stored and in force, are then the old ones.
+    /// Stores what was changed and rebuilds the file of the rate policy; negative on failure, with
+    /// the old quotas still stored and in force.
     static int GenerateConfig();
 };

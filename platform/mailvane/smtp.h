@@ -1,4 +1,4 @@
-// Which accounts the mail server serves. Provided by libmailvane.so.
+// The account type of the mail server. Provided by libmailvane.so.
 #pragma once
 
 #include <string>

@@ -9,7 +9,7 @@ struct SpamRule {
     bool enabled = false;
 };
 
-/// `BLACK_LIST` selects the black list, every other value the white list.
+/// `BLACK_LIST` means the black list, any other value the white list.
 enum BlackWhiteType : int { WHITE_LIST = 0, BLACK_LIST = 1 };
 
 struct BlackWhite {
@@ -23,42 +23,42 @@ struct BlackWhiteFilter {
     int start = 0;
     int limit = 50;
     int searchType = -1;        ///< a `BlackWhiteType`, -1 for both lists
-    int type = -1;              ///< a further criterion, -1 for any
-    std::string columns = "*";  ///< what to select; the count copes with any
-    std::string searchKey;      ///< part of a name, empty for all
+    int type = -1;              ///< another criterion, -1 for any
+    std::string columns = "*";  ///< what to select; ignored when counting
+    std::string searchKey;      ///< part of a name; empty for all
 };
 
 class Spam {
 public:
-    /// An object that lives as long as the process, or null when it is unavailable.
+    /// The object of this process, which must not be deleted; null on failure.
     static Spam* getInstance();
     ~Spam();
     Spam(const Spam&) = delete;
     Spam& operator=(const Spam&) = delete;
 
     std::list<SpamRule> getSpamRules();
-    /// Switch or remove one rule set; negative on failure.
+    /// Switch a rule set on or off, or remove it; negative on failure.
     int enableRule(const std::string& name);
     int disableRule(const std::string& name);
     int deleteRule(const std::string& name);
     bool isEnableSpamassassin() const;
-    /// Full path of an imported rule file; empty when there is none.
+    /// Path of an imported rule file; empty when there is none.
     std::string GetImportRulePath(const std::string& name);
 
-    /// The page of matching entries, and their number whatever the page (negative on failure).
+    /// The page of matching entries, and the number of all matching entries (negative on failure).
     std::list<BlackWhite> getBlackWhiteList(const BlackWhiteFilter& filter);
     int countQueryData(const BlackWhiteFilter& filter);
     /// Change the stored lists; negative on failure.
     int addBlackWhite(const BlackWhite& entry);
     int deleteBlackWhite(const BlackWhite& entry);
     int deleteBlackWhiteList(const std::list<BlackWhite>& entries);
-    /// Write one list to a file, read one list from a file, in the same text format. The import is
-    /// all or nothing. Negative on failure.
+    /// Export a list to a text file, and import it from one. The import is all or nothing. Negative
+    /// on failure.
     int exportBlackWhite(BlackWhiteType type, const std::string& path);
     int importBlackWhite(BlackWhiteType type, const std::string& path);
 
-    /// Rebuilds the lists that scanner and SMTP server read, from the package database; a missing
-    /// database is an empty one. Negative on failure, the lists in force are then the old ones.
+    /// Rebuilds the lists of scanner and SMTP server from the stored ones (empty without a
+    /// database). Negative on failure, with the old lists still in force.
     static int GenerateBlackWhite();
 
 private:

@@ -1,4 +1,4 @@
-// Helpers of the settings pages. Provided by libmailvane.so.
+// Functions for the settings pages. Provided by libmailvane.so.
 #pragma once
 
 #include <list>
@@ -6,10 +6,10 @@
 
 class WebUtils {
 public:
-    /// Non-zero when a TCP port in [from, to] is in use by anything other than the named services
-    /// (comma-separated; blanks around a name do not count).
+    /// Non-zero when a TCP port in [from, to] is used by something other than the services named in
+    /// `services` (separated by commas; blanks are ignored).
     static int IsPortConflict(const char* services, int from, int to);
 };
 
-/// The texts with `separator` between them; "" for none.
+/// The texts, joined with `separator`; "" for none.
 std::string StringJoin(const std::list<std::string>& texts, const char* separator);

@@ -9,8 +9,8 @@ namespace HALD::HDX {
 
 class LocalizedStringParser {
 public:
-    /// Reads a text file: `[section]` lines and `key="text"` lines. An object of sections of keys;
-    /// null when the file cannot be read.
+    /// Parses a file with `[section]` and `key="text"` lines into an object of sections, each an
+    /// object of texts by key; null when the file cannot be read.
     static Json::Value ParseTexts(const std::string& path);
 };
 

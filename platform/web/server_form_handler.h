@@ -3,12 +3,12 @@
 
 #include "platform/web/web_man.h"
 
-/// Owns the request object for the life of the request. The order of the virtual operations is
-/// part of the binary interface.
+/// Owns the request object during the request. The order of the virtual functions is part of the
+/// binary interface.
 class ServerFormHandler {
 public:
-    /// Both arguments select services of the framework that this package does not use; built with
-    /// `(false, nullptr)`.
+    /// Both parameters select features that this package does not use; called with `(false,
+    /// nullptr)`.
     ServerFormHandler(bool background, const char* name);
     ServerFormHandler(const ServerFormHandler&) = delete;
     ServerFormHandler& operator=(const ServerFormHandler&) = delete;
@@ -18,9 +18,9 @@ public:
     virtual void PostHook() = 0;
     virtual ~ServerFormHandler() noexcept(false);
 
-    /// Takes the request lock exclusively; 0, or negative when it is not had in time.
+    /// Takes the request lock exclusively; 0, or negative when not obtained in time.
     virtual int ExLock();
-    /// Takes the request lock shared; 0, or negative when it is not had in time.
+    /// Takes the request lock shared; 0, or negative when not obtained in time.
     virtual int ShLock();
 
 protected:

@@ -41,16 +41,3 @@ TEST_F(Blocklists, AreListedInStoredOrder)
     EXPECT_EQ(Read("enum_dnsb").output, Answer(R"({"success": true, "items":
                   [{"server": "z", "type": "t"}, {"server": "a", "type": ""}]})"));
 }
-
-TEST_F(Blocklists, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"enum_dnsb", "Postfix::LoadSettings"},
-        {"add_dnsb", "Postfix::LoadSettings"},
-        {"add_dnsb", "Postfix::SaveSettings"},
-        {"edit_dnsb", "Postfix::LoadSettings"},
-        {"edit_dnsb", "Postfix::SaveSettings"},
-        {"del_dnsb", "Postfix::LoadSettings"},
-        {"del_dnsb", "Postfix::SaveSettings"},
-    });
-}

@@ -45,16 +45,3 @@ TEST_F(Domains, AreListedInStoredOrder)
     EXPECT_EQ(Read("enum_domain").output, Answer(R"({"success": true, "items":
                   [{"domain": "b.example"}, {"domain": "a.example"}]})"));
 }
-
-TEST_F(Domains, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"enum_domain", "Postfix::LoadSettings"},
-        {"add_domain", "Postfix::LoadSettings"},
-        {"add_domain", "Postfix::SaveSettings"},
-        {"edit_domain", "Postfix::LoadSettings"},
-        {"edit_domain", "Postfix::SaveSettings"},
-        {"delete_domain", "Postfix::LoadSettings"},
-        {"delete_domain", "Postfix::SaveSettings"},
-    });
-}

@@ -53,12 +53,3 @@ TEST_F(Mailboxes, ThatTheSaveBringsUpAreInConflictWithNothing)
     });
     EXPECT_EQ(Write("save_imap_pop3", R"({"pop3_enabled": true})").output, Answer(kSuccess));
 }
-
-TEST_F(Mailboxes, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"load_imap_pop3", "ImapPop3::LoadSettings"},
-        {"save_imap_pop3", "ImapPop3::LoadSettings"},
-        {"save_imap_pop3", "ImapPop3::SaveSettings"},
-    });
-}

@@ -33,12 +33,3 @@ TEST_F(Relay, NeverAnswersThePasswordAndRestartsAServerThatIsOnAfterTheSave)
         NextCase();
     }
 }
-
-TEST_F(Relay, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"load_relay", "Postfix::LoadSettings"},
-        {"save_relay", "Postfix::LoadSettings"},
-        {"save_relay", "Postfix::SaveSettings"},
-    });
-}

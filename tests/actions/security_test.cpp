@@ -80,16 +80,6 @@ TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "anti_virus_status": "error"})");
 }
 
-TEST_F(Security, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"load_security", "Postfix::LoadSettings"},
-        {"load_security", "MailScanner::LoadSettings"},
-        {"save_security", "Postfix::LoadSettings"},
-        {"save_security", "MailScanner::LoadSettings"},
-    });
-}
-
 TEST_F(Security, AFailureOfTheFirstKeyPairIsLoggedByItsNumbers)
 {
     const struct {

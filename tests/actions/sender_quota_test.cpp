@@ -72,7 +72,6 @@ TEST_F(SenderQuotas, TheFirstFailureEndsAnAction)
         {"set_sender_quota", kFindAnn, {}, Refusal("user", "no_such_user"), kQuotaOfAnn},
         {"set_sender_quota", kSetAnn, {}, SystemError(), kQuotaOfAnn},
         {"set_sender_quota", kGenerate, {}, SystemError(), kQuotaOfAnn},
-        {"delete_sender_quota", kLoad},
         {"delete_sender_quota", "SenderQuota::DeleteList"},
         {"delete_sender_quota", kGenerate},
         {"load_sender_quota", "SenderQuota::GetSettingList 0 50"},

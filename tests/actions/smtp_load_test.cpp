@@ -35,11 +35,6 @@ TEST_F(LoadSmtp, AnswersEverySettingAndMasksThePassword)
                      "HLIBCFileGetKeyValue " + kRealm + " realm 512 0", "HALDLDAPIsBinded"}));
 }
 
-TEST_F(LoadSmtp, FailsWhenTheSettingsCannotBeLoaded)
-{
-    ExpectFailures({{"load_smtp", "Postfix::LoadSettings"}});
-}
-
 TEST_F(LoadSmtp, AsksForTheHomesOfTheStoredAccountType)
 {
     const std::pair<const char*, const char*> rows[] = {

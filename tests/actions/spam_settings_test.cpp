@@ -18,12 +18,3 @@ TEST_F(SpamSettings, ASaveRestartsTheScannerWhenItNowLooksForSpam)
         NextCase();
     }
 }
-
-TEST_F(SpamSettings, TheFirstFailureEndsAnAction)
-{
-    ExpectFailures({
-        {"load_spam_config", "MailScanner::LoadSettings"},
-        {"save_spam_config", "MailScanner::LoadSettings"},
-        {"save_spam_config", "MailScanner::SaveSettings []"},
-    });
-}

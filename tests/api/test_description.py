@@ -30,13 +30,10 @@ def names(kind):
 
 class Actions(unittest.TestCase):
     def test_the_document_has_the_actions_of_the_program(self):
-        full = text_of("tests/actions/action_lists_test.cpp")
-        rows = text_of("frame/action_tables.cpp")
         for kind, table in (("read", "Read"), ("write", "Write")):
-            wanted = re.search(r'k%sActions\[\] = R"\((.*?)\)"' % table, full, re.S)[1]
-            self.assertEqual(sorted(names(kind)), sorted(wanted.split()))
-            landed = re.search(r"k%sTable\[\] = \{(.*?)\};" % table, rows, re.S)[1]
-            self.assertLessEqual(set(re.findall(r'\{"(\w+)"', landed)), set(names(kind)))
+            rows = re.search(r"k%sTable\[\] = \{(.*?)\};" % table,
+                             text_of("frame/action_tables.cpp"), re.S)[1]
+            self.assertEqual(sorted(re.findall(r'\{"(\w+)"', rows)), sorted(names(kind)))
 
     def test_reads_that_change_something_say_that_they_want_proof(self):
         configured = re.search(r'state_changing_actions="(.*)"', text_of("packaging/web.conf"))[1]

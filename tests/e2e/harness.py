@@ -269,10 +269,18 @@ class SystemLog:
         return [line.partition(" audit: ")[2] for line in self._all() if " audit: " in line]
 
     def _all(self):
+        # What was sent before this line is in the file once the line is.
+        mark = "read up to here %d" % time.monotonic_ns()
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as log:
+            log.sendto(mark.encode(), "/dev/log")
+        wait_for(lambda: mark.encode() in self._rest(), "the system log")
+        text = self._rest().decode(errors="replace")
+        return [line for line in text.splitlines() if "mailvane" in line]
+
+    def _rest(self):
         with open(SYSLOG, "rb") as file:
             file.seek(self._start)
-            text = file.read().decode(errors="replace")
-        return [line for line in text.splitlines() if "mailvane" in line]
+            return file.read()
 
 
 class Story(unittest.TestCase):

@@ -49,6 +49,7 @@ class _Session(socketserver.StreamRequestHandler):
 
     def on_auth(self, rest):
         answer = base64.b64decode(rest.partition(" ")[2])
+        self.server.logins.append(answer)
         self.logged_in = tuple(answer.decode().split("\0")[1:]) == self.server.login
         self.say("235 welcome" if self.logged_in else "535 5.7.8 wrong login")
 
@@ -85,6 +86,7 @@ class RelayHost(socketserver.ThreadingTCPServer):
         self.offers_tls = certificate is not None
         self.mails = []
         self.recipients = []
+        self.logins = []
         if self.offers_tls:
             self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             self.context.load_cert_chain(certificate, key)

@@ -224,7 +224,9 @@ class Attachments(Pages):
                'name="=?utf-8?B?eC50YXIuN3o=?="')
     TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.7z"',
              'filename=ok.pdf; x="run.exe"', 'filename="=?utf-8?B?cnVuLnBkZg==?="',
-             'filename="run exe"', "filename*=utf-8''run%2Eexecutable")
+             'filename="run exe"', "filename*=utf-8''run%2Eexecutable",
+             'filename="=?utf-8?B?%s?=";\r\n filename*=utf-8\'\'%s' % ("4oKs" * 85,
+                                                                     "%E2%82%AC" * 85))
 
     def attach(self, parameter, header="Content-Disposition: attachment"):
         """What the mail server answers to a mail with such an attachment."""
@@ -249,7 +251,7 @@ class Attachments(Pages):
             answer = self.attach(parameter)
             self.assertIn("550 5.7.1 attachments of type .", answer, parameter)
         self.assertEqual(self.attach("name=run.exe", "Content-Type: application/x")[:3], "550")
-        self.assertIn("too long", self.attach("x=1;\r\n " * 900))
+        self.assertIn("too long", self.attach("x=1;\r\n " * 400))
         for parameter in self.TAKEN:
             self.assertEqual(self.attach(parameter)[:3], "250", parameter)
         self.assert_refused("set_attachment_filter", add_list=["zip", "a/ OK"])

@@ -235,14 +235,4 @@ class Imports(Filtering):
         self.assertEqual(total("load_access"), before + 3)
 
 
-class AntiVirus(Filtering):
-    def test_an_update_is_never_waited_for(self):
-        for _ in range(2):
-            self.assertEqual(command("fresh_clam"), {"success": True})
-            # Without a network it takes its time to fail.
-            answer = read("check_virus_status").json()
-            self.assertEqual((answer["status"], answer["isFinish"]), ("fresh_clam", False))
-        self.assertEqual(run("/usr/bin/pgrep", "-c", "-f", "hald_anti-virus update").strip(), "1")
-
-
 tearDownModule = file_modes.check

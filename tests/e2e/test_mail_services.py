@@ -1,5 +1,6 @@
 """The pages of the mailboxes and of the relay host."""
 import contextlib
+import json
 import os
 import smtplib
 import socket
@@ -9,19 +10,26 @@ import threading
 import harness
 import nameserver
 from harness import DOMAIN, ETC, answers, delivered, post, read, send
-from machine import QUEUE
+from machine import QUEUE, contents, write
 from pages import Pages
 from relay_host import RelayHost
 
 ALICE = "alice@" + DOMAIN
 BOB = "bob@" + DOMAIN
 STRANGER = "203.0.113.1"  # one of a network that the machine does not know
-CURRENT = ETC + "/generated/current"
+OWN_LINES = ETC + "/local.d/main.cf"
 PASSWORD = "S3cret: %word"
+RELAY_KEY, RELAY_CERTIFICATE = "/etc/relay-key.pem", "/etc/relay-cert.pem"  # of relay.test
+AUTHORITY = "smtp_tls_CAfile = %s\n" % RELAY_CERTIFICATE
+DNS = nameserver.NameServer("host-record=relay.test,127.0.0.1", "host-record=other.test,127.0.0.1")
 
 
 def setUpModule():
     nameserver.local_network("203.0.113.0/24")
+    DNS.start()
+    harness.run("/usr/bin/openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "9",
+                "-subj", "/CN=relay.test", "-addext", "subjectAltName=DNS:relay.test",
+                "-keyout", RELAY_KEY, "-out", RELAY_CERTIFICATE)
 
 
 def talk(port, *lines, tls=False, source=STRANGER):
@@ -143,25 +151,47 @@ class EndOfMessage(harness.Story):
 class Relay(Pages):
     def setUp(self):
         super().setUp()
-        tls = CURRENT + "/tls/"
-        self.host = RelayHost(2526, ("us er@isp.test", PASSWORD), tls + "cert.pem", tls + "key.pem")
+        self.host = RelayHost(2526, ("us er@isp.test", PASSWORD), RELAY_CERTIFICATE, RELAY_KEY)
         self.enterContext(self.host)
+        self.addCleanup(os.unlink, OWN_LINES)
+        write(OWN_LINES, AUTHORITY)
 
-    page = {"smtp_relay_enabled": True, "smtp_relay_server": "127.0.0.1", "smtp_relay_port": 2526,
+    page = {"smtp_relay_enabled": True, "smtp_relay_server": "relay.test", "smtp_relay_port": 2526,
             "smtp_relay_tls": True, "smtp_relay_auth": True,
             "smtp_relay_account": "us er@isp.test", "smtp_relay_password": PASSWORD}
 
     def send_out(self, subject):
-        send(ALICE, ["someone@faraway.test"], subject, port=587, login="alice")
+        send(ALICE, [subject.replace(" ", ".") + "@faraway.test"], subject, port=587, login="alice")
 
     def relayed(self, subject):
         """Waits for a mail at the relay host; whether it came by TLS."""
         return harness.wait_for(lambda: self.host.has(subject), subject)[0]
 
+    def stays(self, subject, why="certificate not verified"):
+        """Sends a mail that waits, and is not lost."""
+        self.send_out(subject)
+        reason = harness.wait_for(lambda: self.delay(subject.replace(" ", ".")), "the reason")
+        self.assertIn(why, reason)
+        self.assertEqual(self.host.logins, [])
+
+    @staticmethod
+    def delay(name):
+        """Why mail to somebody waits."""
+        rows = [row for line in harness.run(*QUEUE, "-j").splitlines()
+                for row in json.loads(line)["recipients"]]
+        return "".join(row.get("delay_reason", "") for row in rows
+                       if row["address"] == name + "@faraway.test")
+
+    @staticmethod
+    def login_check():
+        words = {row["key"]: row["status"] for row in read("mailvane_check").json()["settings"]}
+        return words["relay_login"]
+
     def test_mail_leaves_with_the_login(self):
         self.change("save_relay", **self.page)
         self.send_out("relayed")
         self.assertTrue(self.relayed("relayed"), "with TLS")
+        self.assertEqual(self.login_check(), "OK")
         send("x@elsewhere.test", [BOB], "at home")
         delivered("bob", "at home")
         self.assertIsNone(self.host.has("at home"))
@@ -169,11 +199,53 @@ class Relay(Pages):
     def test_a_host_without_tls(self):
         self.host.offers_tls = False
         self.change("save_relay", **self.page)
-        self.send_out("in the clear")
-        harness.wait_for(lambda: "TLS is required" in harness.run(*QUEUE, "-p"), "the reason")
-        self.change("save_relay", smtp_relay_tls=False)
+        self.stays("in the clear", "TLS is required")
+        self.change("save_relay", **{**self.page, "smtp_relay_tls": False})
         harness.run(*QUEUE, "-f")
         self.assertFalse(self.relayed("in the clear"), "as allowed")
+        self.assertEqual(self.login_check(), "WARNING")
+
+    def test_the_login_is_for_who_proves_the_name(self):
+        write(OWN_LINES, "")
+        self.change("save_relay", **self.page)
+        self.stays("nobody vouches")
+        write(OWN_LINES, AUTHORITY)
+        for name, server in (("another name", "other.test"), ("an address", "127.0.0.1")):
+            self.change("save_relay", **{**self.page, "smtp_relay_server": server})
+            self.stays(name)
+        write(OWN_LINES, AUTHORITY + "smtp_tls_secure_cert_match = relay.test\n")
+        self.change("save_relay")
+        harness.run(*QUEUE, "-f")
+        self.assertTrue(self.relayed("an address"))
+
+    def test_a_relay_from_before_goes_on_until_it_is_saved(self):
+        write(OWN_LINES, "")
+        self.change("save_relay", **self.page)
+        stored = contents(ETC + "/mailvane.conf")
+        write(ETC + "/mailvane.conf", stored.replace('smtp_relay_verified="yes"\n', ""))
+        harness.run(harness.TARGET + "/bin/hald_set_config", "apply")
+        self.assert_saved(smtp_hostname="host1.example.test")
+        self.send_out("as before")
+        self.assertTrue(self.relayed("as before"))
+        self.assertEqual(self.login_check(), "WARNING")
+        self.change("save_relay")
+        self.assertEqual(harness.postconf("smtp_tls_security_level"), "secure")
+
+    def test_the_password_goes_to_its_server_alone(self):
+        self.change("save_relay", **self.page)
+        for change in ({"smtp_relay_server": "other.test"}, {"smtp_relay_port": 2527},
+                       {"smtp_relay_tls": False}):
+            for action in ("save_relay", "save_advance_anti_spam"):
+                with self.subTest(change, action=action):
+                    log = harness.SystemLog()
+                    self.assert_refused(action, **change)
+                    self.assertIn("type it again", "".join(log.lines()))
+        self.change("save_relay", smtp_relay_account="other")
+        self.change("save_relay", **{**self.page, "smtp_relay_password": ""})
+        self.send_out("kept")
+        self.relayed("kept")
+        self.change("save_relay", smtp_relay_server="other.test", smtp_relay_password=PASSWORD)
+        self.change("save_relay", smtp_relay_auth=False, smtp_relay_server="relay.test")
 
     def test_the_password_is_nowhere_to_be_seen(self):
         seen, done = [], threading.Event()
@@ -210,3 +282,6 @@ class Relay(Pages):
             if secret in file.read():
                 info = os.stat(path)
                 self.assertEqual((info.st_uid, info.st_mode & 0o077), (0, 0), path)
+
+
+tearDownModule = DNS.stop

@@ -76,14 +76,6 @@ class Killed(harness.Story):
             old = self.assert_whole(old, new)
         self.assert_mail_flows("after all kills")
 
-    def test_after_the_commit(self):
-        before = os.readlink(CURRENT)
-        process = self.start_save("committed.example.test")
-        harness.wait_for(lambda: os.readlink(CURRENT) != before, "the commit")
-        self.kill(process, with_children=True)
-        self.assertEqual(self.assert_whole("mv.test", "committed.example.test"),
-                         "committed.example.test")
-
     def kill(self, process, with_children):
         if with_children:
             with contextlib.suppress(ProcessLookupError):

@@ -1,4 +1,5 @@
 """What the web server serves, what becomes of requests without an answer, and who changed what."""
+import imaplib
 import json
 import subprocess
 
@@ -23,8 +24,21 @@ class Web(harness.Story):
         self.assertEqual((make("too short\n"), make("")), (2, 2))
         self.assertEqual(snapshot(ETC), before)
         self.assertEqual(read("load_smtp", user="dorothea").status, 401)
-        self.assertEqual(make("pw-dorothea\n"), 0)
+        self.assertEqual(make("pw-dorothea\ntoo short\n"), 2)
+        self.assertEqual(snapshot(ETC), before)
+        self.assertEqual(make("pw-dorothea\nof-her-mailbox\n"), 0)
         self.assertEqual(read("load_smtp", user="dorothea").status, 200)
+        self.assertEqual([self.opens_mailbox("dorothea", password)
+                          for password in ("pw-dorothea", "of-her-mailbox")], [False, True])
+
+    @staticmethod
+    def opens_mailbox(user, password):
+        with imaplib.IMAP4("127.0.0.1", timeout=harness.PATIENCE) as client:
+            client.starttls(harness.unverified())
+            try:
+                return client.login(user, password)[0] == "OK"
+            except client.error:
+                return False
 
     def test_a_client_that_hangs_up_changes_nothing(self):
         head = (b"POST /mailvane.cgi HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"

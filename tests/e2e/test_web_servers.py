@@ -24,6 +24,11 @@ SERVERS = {
 }
 POSTFIX_LOG = "/var/log/mailvane/maillog"
 OWN_HOST = "127.0.0.1:%d" % TLS_PORT
+# What every answer has, and nothing else has twice.
+HEADERS = {"Cache-Control": "no-store", "X-Content-Type-Options": "nosniff",
+           "X-Frame-Options": "SAMEORIGIN",
+           "Content-Security-Policy": "default-src 'none'; frame-ancestors 'self'",
+           "Strict-Transport-Security": "max-age=31536000"}
 CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).encode()
 
 
@@ -115,6 +120,7 @@ class WebServers(harness.Story):
         for name in SERVERS:
             with server(name):
                 self.check_entrance(name)
+                self.check_headers(name)
 
     def test_each_passes_a_long_download_on_as_it_comes(self):
         self.addCleanup(harness.control, "web", "restart")
@@ -167,3 +173,11 @@ class WebServers(harness.Story):
         relay = json.dumps({"action": "save_relay", "smtp_relay_enabled": False}).encode()
         with self.subTest(server=name, what="change"):
             self.assertIs(request(body=relay).json()["success"], True)
+
+    def check_headers(self, name):
+        for what, parts in (("answer", {}), ("other file", {"path": "/x"}), ("refusal", {"user": "alice"}),
+                            ("download", {"path": "/mailvane.cgi?action=export_postfix_log"})):
+            with self.subTest(server=name, what=what):
+                got = request(**parts).headers
+                self.assertEqual({key: got.get_all(key) for key in HEADERS},
+                                 {key: [value] for key, value in HEADERS.items()})

@@ -15,6 +15,7 @@ LISTS = "packaging/lib/machine.sh"
 PLACES = (
     (".ci/", "build test world lint"),
     ("tests/package/", "build test world package machine"),
+    ("tests/fuzz/", "build test fuzz"),
     ("tests/", "build test world"),
     ("test", "build test world"),
     ("packaging/make-package", "build package"),

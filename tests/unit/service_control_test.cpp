@@ -6,25 +6,6 @@
 using namespace recording;
 using ServiceControl = RecordedTest;
 
-TEST_F(ServiceControl, RunsTheCommandOfEachFunctionAndReturnsItsResult)
-{
-    const std::string target = "HLIBCExec /var/packages/Mailvane/target/";
-    const struct {
-        int (*function)(const std::string&);
-        std::string argument, want;
-    } rows[] = {
-        {RunOpenDmarcScript, "stop", target + "scripts/opendmarc.sh stop"},
-        {RunMemcachedScript, "any text", target + "scripts/memcached.sh \"any text\""},
-        {RequeueHold, "restart", target + "sbin/postsuper -r ALL hold"},
-    };
-    for (const auto& row : rows) {
-        world.Return(row.want, -7);
-        EXPECT_EQ(row.function(row.argument), -7);
-        EXPECT_EQ(world.Calls(), row.want + "\n");
-        NextCase();
-    }
-}
-
 TEST_F(ServiceControl, RegeneratesTheMapsInOrderAndStopsAtTheFirstFailure)
 {
     const std::pair<std::string, std::string> steps[] = {

@@ -1,5 +1,5 @@
-// Who wrote a message. Stricter than RFC 5322 in what is quoted or commented, where programs
-// differ, and laxer in what display names hold, since many senders do not quote them.
+// The authors of a message. Stricter than RFC 5322 on quotes and comments, where programs differ;
+// laxer on display names, which many senders do not quote.
 #include "tools/from_check/authors.h"
 
 #include <strings.h>
@@ -10,7 +10,7 @@
 namespace from_check {
 namespace {
 
-// The DMARC checker looks at no more.
+// The DMARC checker reads no more bytes than these.
 constexpr std::size_t kLongestValue = 2048;
 
 const char kBlanks[] = " \t\r\n";
@@ -21,7 +21,7 @@ bool IsText(char c)
     return (byte >= ' ' && byte != 0x7f) || c == '\t' || c == '\r' || c == '\n';
 }
 
-/// Where the quoted string that opens at `at` is closed.
+/// The end of the quoted string that begins at `at`.
 std::size_t EndOfQuoted(const std::string& value, std::size_t at)
 {
     do {
@@ -32,7 +32,7 @@ std::size_t EndOfQuoted(const std::string& value, std::size_t at)
     return std::string::npos;
 }
 
-/// Where the comment that opens at `at` is closed. None that holds quotes is.
+/// The end of the comment that begins at `at`; npos when it contains quotes.
 std::size_t EndOfComment(const std::string& value, std::size_t at)
 {
     int depth = 0;
@@ -44,15 +44,14 @@ std::size_t EndOfComment(const std::string& value, std::size_t at)
     return std::string::npos;
 }
 
-/// Where the bracket that opens at `at` is closed. None that holds anything special is.
+/// The end of the square brackets that begin at `at`; npos when they contain special characters.
 std::size_t EndOfBracket(const std::string& value, std::size_t at)
 {
     at = value.find_first_of("[]<>(),\"\\", at + 1);
     return at != std::string::npos && value[at] == ']' ? at : std::string::npos;
 }
 
-/// The value without comments, and with nothing between quotes and brackets; false when any of it
-/// has no end.
+/// Removes comments, and the contents of quotes and brackets; false when one is not closed.
 bool Simplify(const std::string& value, std::string& simple)
 {
     for (std::size_t at = 0; at < value.size(); ++at) {
@@ -90,7 +89,7 @@ bool IsDomain(const std::string& text)
     return before != '.';
 }
 
-/// The domain of `local@domain`; empty when the text is not that.
+/// The domain of `local@domain`; empty when the text has another form.
 std::string DomainOfAddress(const std::string& address)
 {
     const auto at = address.find('@');
@@ -101,14 +100,15 @@ std::string DomainOfAddress(const std::string& address)
     return IsDomain(domain) ? domain : "";
 }
 
-/// The domain of one author, an address or a name and an address in angles.
+/// The domain of one author: an address, or a name and an address in angle brackets.
 std::string DomainOfAuthor(const std::string& author)
 {
     const auto open = author.find('<');
     if (open == std::string::npos) return DomainOfAddress(author);
     if (author.back() != '>') return "";
 
-    // A colon ends the name of a group, unless what comes before looks like an address.
+    // A colon ends the name of a group, as in `Friends: <a@b.example>`. A name with an "@" is
+    // ambiguous.
     const std::string name = author.substr(0, open);
     const bool isGroup = name.find_first_of(":;") != std::string::npos;
     if (name.find('>') != std::string::npos) return "";

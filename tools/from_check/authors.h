@@ -1,13 +1,12 @@
-// Who wrote a message, by its From field.
+// The authors of a message, by its From field.
 #pragma once
 
 #include <string>
 
 namespace from_check {
 
-/// The domain of all authors that the value of a From field names. Empty when they are of several
-/// domains, or when any of it can be read in more than one way: mail programs, and the DMARC
-/// checker behind, must see the same author in it.
+/// The domain of all authors in the value of a From field. Empty when there are several domains, or
+/// when the value is ambiguous: mail programs and the DMARC checker must see the same author.
 std::string DomainOfAuthors(const std::string& value);
 
 }  // namespace from_check

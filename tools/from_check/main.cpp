@@ -1,11 +1,11 @@
-// hald_from_check: a mail filter that refuses mail of strangers without exactly one From field that
-// tells one domain. A policy for senders says nothing about other mail, so it must not pass by
-// that. The mail server runs it through spawn(8), once a session, and speaks the protocol of
-// filters (milter, version 6) on its standard input and output.
+// hald_from_check: a milter that refuses mail of unknown clients unless it has exactly one From
+// field with one domain. The DMARC policy of a domain does not apply to other mail, which would so
+// bypass it. Postfix runs it by spawn(8), once a session; it speaks the milter protocol (version 6)
+// on standard input and output.
 //
 //   hald_from_check ADDRESS...
 //
-// Clients with these addresses and those that log in are no strangers.
+// Clients with these addresses, and those that have logged in, are not checked.
 #include <arpa/inet.h>
 #include <strings.h>
 #include <unistd.h>
@@ -22,7 +22,7 @@
 
 namespace {
 
-// Commands of the mail server, and answers.
+// Commands of the mail server, and replies.
 constexpr char kNegotiate = 'O';
 constexpr char kMacros = 'D';
 constexpr char kConnect = 'C';
@@ -34,8 +34,8 @@ constexpr char kAbort = 'A';
 constexpr char kContinue = 'c';
 constexpr char kRefuse = 'y';
 
-// Not sent: greeting, recipients, body, unknown commands, start of the data. Not answered: headers,
-// client, sender.
+// The steps left out. Not sent: HELO, recipients, body, unknown commands, DATA. Sent, but not
+// replied to: headers, client, sender.
 constexpr std::uint32_t kSteps = 0x02 | 0x08 | 0x10 | 0x100 | 0x200 | 0x80 | 0x1000 | 0x4000;
 constexpr std::uint32_t kVersion = 6;
 constexpr std::uint32_t kLongestPacket = 1 << 20;
@@ -82,7 +82,7 @@ std::string Number(std::uint32_t number)
     return {reinterpret_cast<const char*>(&number), sizeof(number)};
 }
 
-/// Takes the text up to the next zero off the data.
+/// Removes and returns the text up to the next NUL.
 std::string Take(std::string& data)
 {
     std::string text = data.substr(0, data.find('\0'));
@@ -94,7 +94,7 @@ class Session {
 public:
     explicit Session(std::set<std::string> own) : own_(std::move(own)) {}
 
-    /// Takes a command; false when the session is over or out of step.
+    /// Handles a command; false when the session ends or violates the protocol.
     bool Handle(char command, std::string data)
     {
         switch (command) {
@@ -142,7 +142,7 @@ private:
         return true;
     }
 
-    /// A login holds for the whole session.
+    /// Notes a login, which applies to the whole session.
     bool SetLogin(std::string data)
     {
         if (data.empty() || data.front() != kSender) return true;

@@ -1,4 +1,4 @@
-// Calling a service at its port.
+// Connecting to a service at its port.
 #include "tools/hald_service/greeting.h"
 
 #include <arpa/inet.h>
@@ -38,7 +38,7 @@ Descriptor Call(const Listener& listener)
     return call;
 }
 
-/// The first line, as far as it tells the service.
+/// The first line of the service, as far as needed to recognise it.
 std::string Opening(const Descriptor& call)
 {
     std::string line;
@@ -47,7 +47,7 @@ std::string Opening(const Descriptor& call)
     return line;
 }
 
-/// What a client says that has seen enough; empty when it was not welcomed.
+/// The command that ends the connection politely; empty when the service did not greet.
 std::string Farewell(const std::string& opening)
 {
     if (opening.rfind("* OK", 0) == 0) return "a LOGOUT\r\n";

@@ -1,4 +1,4 @@
-// Calling a service at its port.
+// Connecting to a service at its port.
 #pragma once
 
 #include <vector>
@@ -7,12 +7,12 @@
 
 namespace service {
 
-/// Whether a port of this machine takes a connection.
+/// Whether a port of this machine accepts a connection.
 bool TakesCalls(int port);
 
-/// Whether a mail service answers at each of these and welcomes its clients, or tells them that too
-/// many are there. All are called before the first is listened to, since each may have to start a
-/// process.
+/// Whether a mail service greets at each of these addresses, or says that it has too many
+/// connections. All are connected to before the first greeting is awaited, since each may need to
+/// start a process.
 bool Greet(const std::vector<host::daemons::Listener>& listeners);
 
 }  // namespace service

@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
 
 using host::Descriptor;
 
-/// A connection to a unix socket; none when nobody listens.
+/// A connection to a unix socket; none when nothing listens there.
 Descriptor Call(const std::string& socketName, int more)
 {
     Descriptor call(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | more, 0));
@@ -41,8 +41,8 @@ Descriptor Call(const std::string& socketName, int more)
     return call;
 }
 
-/// An empty file of the daemon's user, which it is to fill with its number; one that is there
-/// stays.
+/// Creates an empty pid file that belongs to the daemon's user, who writes the number; an existing
+/// one is kept.
 bool MakePidFile(const host::daemons::Daemon& daemon)
 {
     const Descriptor file(open(host::Path(std::string(daemon.pidFile)).c_str(),
@@ -52,7 +52,7 @@ bool MakePidFile(const host::daemons::Daemon& daemon)
     return user != nullptr && fchown(file.get(), user->pw_uid, static_cast<gid_t>(-1)) == 0;
 }
 
-/// All files below a path that are there, links followed.
+/// Adds all existing files below a path, following links.
 void AddFiles(const fs::path& path, std::vector<std::string>& files)
 {
     std::error_code error;
@@ -73,7 +73,8 @@ std::string Ask(const std::string& socket, const std::string& text, std::size_t 
     std::string answer(size, '\0');
     const ssize_t got = recv(call.get(), answer.data(), size, MSG_WAITALL);
     answer.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-    // What is left unread would reset the connection, which some take for a fault of theirs.
+    // Reads the rest: closing with unread bytes resets the connection, which some daemons log as an
+    // error.
     (void)shutdown(call.get(), SHUT_WR);
     char rest[256];
     while (recv(call.get(), rest, sizeof rest, 0) > 0) continue;
@@ -96,7 +97,7 @@ std::string InnerDaemon::StartedFile() const
     return host::Path("/run/mailvane/" + std::string(Row().name) + ".started");
 }
 
-/// What it is started with: command, settings, and the digests of its files.
+/// What the daemon is started with: command, settings, and digests of its files.
 std::string InnerDaemon::Fingerprint() const
 {
     std::string text(Row().command);
@@ -133,8 +134,9 @@ bool InnerDaemon::BringUp()
     return IsUpToDate() || StartAfresh();
 }
 
-/// The folder is the daemon's; its pid file lies there only where it writes that under its own
-/// user, so that nothing leads what root writes elsewhere.
+/// Makes the daemon's folder. The pid file is in that folder only when the daemon's user writes it.
+/// A pid file that root writes is elsewhere, so that the user cannot make it a link to another
+/// file.
 bool InnerDaemon::Prepare()
 {
     const std::string socket(Row().socket);
@@ -159,13 +161,15 @@ bool InnerDaemon::Finish()
     return host::ReplaceFile(StartedFile(), started_, 0644) || Fail("cannot be noted as started");
 }
 
-/// A filter that was told to end looks at that when it is called, else every five seconds.
+/// Connects once: a filter that is stopping notices that at a connection, else only every five
+/// seconds.
 void InnerDaemon::Knock()
 {
     (void)Call(std::string(Row().socket), SOCK_NONBLOCK);
 }
 
-/// The daemon's user may write the pid file, so what it names must be the daemon's.
+/// Whether these run the daemon's program. The pid file alone is not trusted: the daemon's user may
+/// write it.
 bool InnerDaemon::AreOurs(const ProcessSet& orphans) const
 {
     const std::vector<pid_t> running = orphans.Running();

@@ -1,5 +1,5 @@
-// A daemon behind a unix socket. It takes up a new configuration by a fresh start, and gets none
-// while nothing it was started with has changed.
+// A daemon behind a unix socket. It gets a new configuration by a restart, which is left out when
+// its command, settings and files are those of its last start.
 #pragma once
 
 #include "tools/hald_service/supervisor.h"
@@ -19,14 +19,14 @@ protected:
     void Knock() override;
     bool AreOurs(const ProcessSet& orphans) const override;
 
-    /// What else it needs, in the folder that it now has.
+    /// Prepares what else the daemon needs; its folder exists by then.
     virtual bool PrepareMore() { return true; }
-    /// Files that it reads beside those of the generation.
+    /// Files that it reads besides those in the generation.
     virtual std::vector<std::string> MoreFiles() const { return {}; }
-    /// Whether it answers at its socket as it should.
+    /// Whether it answers correctly at its socket.
     virtual bool Answers() { return true; }
 
-    /// Whether it is up and was started with what there is now.
+    /// Whether it is up and was started with the present command, settings and files.
     bool IsUpToDate();
 
 private:
@@ -36,11 +36,11 @@ private:
     std::string started_;
 };
 
-/// What a server at a unix socket answers to a text, up to as many bytes; less when it takes longer
-/// than a few seconds.
+/// Sends a text to the server at a unix socket and returns its answer, up to `size` bytes; fewer
+/// when it takes longer than five seconds.
 std::string Ask(const std::string& socket, const std::string& text, std::size_t size);
 
-/// Makes a name a link to a file (both as the machine has them).
+/// Makes `name` a link to `file`; both are paths on the machine.
 bool Lead(const std::string& name, const std::string& file);
 
 }  // namespace service

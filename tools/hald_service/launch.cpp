@@ -1,4 +1,4 @@
-// The start of a command that is or becomes a daemon.
+// Starting the command of a daemon.
 #include "tools/hald_service/launch.h"
 
 #include <fcntl.h>
@@ -27,7 +27,7 @@ namespace {
 
 const char kPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
 
-/// All that the child needs, made ready before it is there.
+/// What the child needs, prepared before the fork.
 struct Plan {
     std::vector<std::string> environment;
     host::Descriptor input;
@@ -86,7 +86,7 @@ std::optional<Plan> PlanOf(const Command& command)
     return plan;
 }
 
-/// In the child.
+/// Runs in the child: takes on user and groups.
 bool BecomeUser(const Plan& plan)
 {
     return !plan.changesUser || (initgroups(plan.name.c_str(), plan.group) == 0 &&
@@ -94,7 +94,7 @@ bool BecomeUser(const Plan& plan)
                                  setresuid(plan.user, plan.user, plan.user) == 0);
 }
 
-/// In the child: becomes the command.
+/// Runs in the child: executes the command.
 [[noreturn]] void Become(const Command& command, const Plan& plan)
 {
     (void)setsid();
@@ -116,7 +116,8 @@ bool BecomeUser(const Plan& plan)
     _exit(127);
 }
 
-/// Waits for a child; -1 when it was killed or had to be.
+/// Waits for a child's exit status; -1 when it was killed by a signal, or by this function after
+/// `limit`.
 int Await(pid_t child, std::chrono::milliseconds limit)
 {
     const host::Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));

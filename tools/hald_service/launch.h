@@ -1,4 +1,4 @@
-// The start of a command that is or becomes a daemon.
+// Starting the command of a daemon.
 #pragma once
 
 #include <sys/types.h>
@@ -10,35 +10,37 @@
 
 namespace service {
 
-/// A command and what it gets: an environment of its own, no descriptor but the streams, a session
-/// of its own.
+/// A command and its environment. It gets its own session and no descriptors but the standard
+/// streams.
 struct Command {
     std::vector<std::string> words;
-    std::string user;                      ///< empty: root
-    std::vector<std::string> environment;  ///< NAME=VALUE, beside PATH and its like
-    bool isBare = false;                   ///< it gets PATH alone
-    std::string output;                    ///< file for what it says, written anew; empty: nowhere
-    bool appends = false;                  ///< instead of writing it anew
+    std::string user;                      ///< runs as this user; empty: root
+    std::vector<std::string> environment;  ///< NAME=VALUE, besides PATH and the like
+    bool isBare = false;                   ///< PATH is its only variable
+    std::string output;                    ///< file for its output; empty: /dev/null
+    bool appends = false;                  ///< appends to that file instead of replacing it
     mode_t mask = 022;
 };
 
-/// The words of a row of the table.
+/// The words of a text from the table of daemons.
 std::vector<std::string> Words(std::string_view text);
 
-/// Starts it; the process is the caller's child. -1 (told) when that fails.
+/// Starts a command as a child of the caller. -1 (reported) on failure.
 pid_t Start(const Command& command);
 
-/// Starts it and waits for its end, at most so long; it is killed then. Its exit status, or -1.
+/// Runs a command and returns its exit status; -1 when it failed or was killed after `limit`.
 int Run(const Command& command, std::chrono::milliseconds limit = std::chrono::minutes(1));
 
-/// Where what a service says while it starts is kept.
+/// Path of the file with what a service printed at its last start.
 std::string MessagesOf(std::string_view service);
 
-/// Runs it with its messages kept, which are told when it fails. Whether it succeeded in time.
+/// Runs a command with its output in that file; the output is reported on failure. False on failure
+/// or when killed after `limit`.
 bool RunQuietly(std::string_view service, Command command,
                 std::chrono::milliseconds limit = std::chrono::minutes(1));
 
-/// Makes a directory, or gives one its owner, group and mode; false, told, on failure.
+/// Makes a directory, or sets owner, group and mode of an existing one; false (reported) on
+/// failure.
 bool MakeFolder(const std::string& path, mode_t mode, const std::string& user = "",
                 const std::string& group = "");
 

@@ -1,4 +1,4 @@
-// The two servers of mail, Postfix and Dovecot.
+// The two mail servers, Postfix and Dovecot.
 #include "tools/hald_service/mail_server.h"
 
 #include <netdb.h>
@@ -28,7 +28,7 @@ std::string ProcessFile(pid_t process, const char* name)
     return host::ReadFile(path + "/" + name, text) ? text : "";
 }
 
-/// Whether one of the NUL-separated texts in a file of a process is this.
+/// Whether a file of a process in /proc, a list of texts that end with NUL, has this text.
 bool HasText(pid_t process, const char* name, const std::string& text)
 {
     const std::string all = std::string(1, '\0') + ProcessFile(process, name) + '\0';
@@ -41,7 +41,7 @@ std::set<Inode> OpenBy(pid_t process)
     return host::daemons::OpenSockets(path, true);
 }
 
-/// Where a process listens.
+/// The listening sockets of a process.
 std::vector<Listener> ListenersOf(pid_t process)
 {
     const std::set<Inode> open = OpenBy(process);
@@ -53,8 +53,8 @@ std::vector<Listener> ListenersOf(pid_t process)
     return listeners;
 }
 
-/// Whether none of these sockets is listening any more. A process that still serves a client holds
-/// the daemon's sockets until it has done.
+/// Done when none of these sockets is listening. A process that still serves a client keeps a
+/// socket open until it has finished.
 Progress AreClosed(const std::set<Inode>& sockets)
 {
     for (const Listener& listener : host::daemons::TcpListeners()) {
@@ -63,7 +63,7 @@ Progress AreClosed(const std::set<Inode>& sockets)
     return Progress::kDone;
 }
 
-/// The word after "-c" in the row's command.
+/// The directory or file after "-c" in the row's command.
 std::string ConfigurationOf(const host::daemons::Daemon& daemon)
 {
     const std::vector<std::string> words = Words(daemon.command);
@@ -82,22 +82,21 @@ protected:
         return RunQuietly(Row().service, command);
     }
 
-    /// No port is open that master.cf does not ask for: what was closed is closed last.
+    /// Settled when no port is open that master.cf does not have: Postfix closes ports last.
     bool IsSettled(const std::set<int>& listening) override
     {
         const std::set<int> asked = AskedPorts();
         return std::includes(asked.begin(), asked.end(), listening.begin(), listening.end());
     }
 
-    /// Another instance of Postfix on this machine has the same pid file and takes a reload for its
-    /// own.
+    /// Another instance of Postfix on this machine would have the same pid file and obey a reload.
     bool HasOurConfiguration(pid_t master) const override
     {
         return HasText(master, "environ", "MAIL_CONFIG=" + ConfigurationOf(Row()));
     }
 
 private:
-    /// The ports of the services in master.cf, by number or by name.
+    /// The ports of the services in master.cf, given by number or name.
     std::set<int> AskedPorts() const
     {
         std::set<int> ports;
@@ -131,7 +130,7 @@ public:
     bool BringUp() override
     {
         if (!MailServer::BringUp()) return false;
-        // A delivery that was cut short would wait for the queue's next run.
+        // A delivery that the restart interrupted would otherwise wait for the next queue run.
         Command flush;
         flush.words = {host::programs::kPostqueue, "-c", ConfigurationOf(host::daemons::kPostfix),
                        "-f"};
@@ -140,8 +139,7 @@ public:
     }
 
 protected:
-    /// A reload with a faulty configuration says nothing and changes nothing, so it is checked
-    /// first.
+    /// Checks the configuration first: a reload with a faulty one does nothing and reports nothing.
     bool Reload(pid_t master) override
     {
         Command check;
@@ -176,7 +174,7 @@ bool MailServer::IsUpAt(pid_t master)
     const Ports ports = PortsOf(Row(), Settings());
     std::vector<Listener> called;
     for (const int port : ports.plain) {
-        // IPv4 comes first, and can be called even while no interface has an IPv6 address.
+        // The IPv4 socket comes first; it works even before any interface has an IPv6 address.
         const auto first = std::find_if(listeners.begin(), listeners.end(),
                                         [port](const Listener& one) { return one.port == port; });
         if (first == listeners.end()) return false;
@@ -193,8 +191,8 @@ bool MailServer::IsUp()
     return master != 0 && IsUpAt(master);
 }
 
-/// Whether it has taken up its configuration: it has then replaced the pipes to its processes, most
-/// of what it had open.
+/// Whether the server has reloaded: it has then replaced the pipes to its child processes, which
+/// are more than half of its open sockets and pipes.
 bool MailServer::HasTakenUp(const std::set<Inode>& had)
 {
     return WaitFor(limits.reload, [this, &had] {
@@ -208,13 +206,13 @@ bool MailServer::HasTakenUp(const std::set<Inode>& had)
     });
 }
 
-/// Makes a running one take up its configuration. Where it does not, a fresh start does.
+/// Makes a running server reload, or restarts it when that has no effect.
 bool MailServer::Renew(pid_t master)
 {
     const std::set<Inode> had = OpenBy(master);
     if (Reload(master)) return HasTakenUp(had) || StartAfresh();
     if (Master() != 0) return Fail("refuses its configuration");
-    return StartAfresh();  // it was about to end when it was found
+    return StartAfresh();  // it was ending when it was found
 }
 
 bool MailServer::BringUp()

@@ -1,5 +1,5 @@
-// The two servers of mail, Postfix and Dovecot: they listen at the ports that the settings say, and
-// take up a new configuration while they run.
+// The two mail servers, Postfix and Dovecot. They listen on the ports in the settings, and reload a
+// new configuration without a restart.
 #pragma once
 
 #include <set>
@@ -17,21 +17,21 @@ public:
     bool IsUp() override;
 
 protected:
-    /// Makes it take up its configuration.
+    /// Makes the server reload its configuration.
     virtual bool Reload(pid_t master) = 0;
-    /// Whether what its ports do not show is up too.
+    /// Whether the rest is up too, which its ports do not show.
     virtual bool IsSettled(const std::set<int>& listening) = 0;
-    /// Whether the process has read the configuration in force, and not another one.
+    /// Whether the process uses the configuration in force and not another one.
     virtual bool HasOurConfiguration(pid_t master) const = 0;
 
 private:
-    /// Whether it listens wherever the settings ask and greets.
+    /// Whether it listens on all ports in the settings, and greets.
     bool IsUpAt(pid_t master);
     bool HasTakenUp(const std::set<host::daemons::Inode>& had);
     bool Renew(pid_t master);
 };
 
-/// The rows of the table.
+/// The supervisors of these two rows of the table.
 std::unique_ptr<Supervisor> MakePostfix(const host::daemons::Daemon& daemon, const Stored& stored);
 std::unique_ptr<Supervisor> MakeDovecot(const host::daemons::Daemon& daemon, const Stored& stored);
 

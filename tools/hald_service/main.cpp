@@ -7,9 +7,10 @@
 //   hald_service NAME status          says what runs; 0 when that is as it should be, else 3
 //   hald_service table                prints what is known about each daemon, as JSON
 //
-// NAME is that of a control script. Each verb returns when the state is true, and can be repeated.
-// For units alone, where NAME is that of a daemon: `wanted` (0 when the settings want it), `launch`
-// (starts it; 75: in vain), and `drain`, which ends the web server's gate when it is idle.
+// NAME is that of a control script. Each verb returns when the state is reached, and can be
+// repeated. Only for units, with the name of a daemon: `wanted` (0 when the settings switch it on),
+// `launch` (starts it; status 75: do not retry), and `drain`, which stops the web server's gate
+// when it is idle.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -36,14 +37,14 @@ using Service = std::vector<std::unique_ptr<Supervisor>>;
 
 constexpr int kNotAsItShould = 3;
 constexpr int kUsage = 2;
-constexpr std::chrono::seconds kTurn{100};  // a caller waits for two minutes at most
+constexpr std::chrono::seconds kTurn{100};  // callers wait for two minutes at most
 
 int Status(bool isGood)
 {
     return isGood ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-/// One verb at a time for a service.
+/// Waits until no other verb runs for this service.
 host::Descriptor TakeTurn(const std::string& service)
 {
     if (!MakeFolder("/run/mailvane", 0755)) return {};
@@ -120,7 +121,7 @@ int Control(const Service& service, const std::string& verb)
     return Status(isOff ? StopAll(service) : StartAll(service));
 }
 
-/// What a unit asks of its daemon.
+/// Runs a verb that the daemon's unit uses.
 int RunForUnit(Supervisor& daemon, const std::string& verb)
 {
     if (verb == "wanted") return Status(daemon.IsWanted());
@@ -135,7 +136,7 @@ bool IsOneOf(const std::string& word, std::initializer_list<const char*> words)
 int Act(const std::string& name, const std::string& verb)
 {
     const bool isForUnit = IsOneOf(verb, {"wanted", "launch"});
-    // What no switch decides on is started and stopped whether they can be read or not.
+    // Services without switches can be started and stopped even when the settings cannot be read.
     const Stored stored = Stored::Read();
     Service service;
     for (const Daemon& daemon : host::daemons::kDaemons) {
@@ -175,7 +176,7 @@ int Main(const std::vector<std::string>& words)
 int main(int count, char** arguments)
 {
     (void)umask(022);
-    // A child that ends is to be waited for, whatever the caller left.
+    // The caller may have left SIGCHLD ignored; children could not be waited for then.
     (void)std::signal(SIGCHLD, SIG_DFL);
     (void)std::signal(SIGPIPE, SIG_IGN);
     return service::Main({arguments + 1, arguments + count});

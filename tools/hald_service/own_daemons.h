@@ -1,4 +1,4 @@
-// Daemons with ways of their own; a row of the table that is not here behaves as the others do.
+// Daemons that differ from the standard supervisors; rows of the table that are not here do not.
 #pragma once
 
 #include "tools/hald_service/inner_daemon.h"
@@ -13,12 +13,14 @@ std::unique_ptr<Supervisor> MakeScannerMilter(const host::daemons::Daemon&, cons
 std::unique_ptr<Supervisor> MakeDkimFilter(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeGate(const host::daemons::Daemon&, const Stored&);
+std::unique_ptr<Supervisor> MakeGuard(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeWebServer(const host::daemons::Daemon&, const Stored&);
 
-/// What the engine's starter in the background does; nobody waits for it. The exit status.
+/// Runs as the background process that starts the anti-virus engine. Returns the exit status.
 int BeginVirusEngine(const Stored& stored);
 
-/// What stops the gate's unit: a request that is under way is answered.
+/// Stops the gate's unit, whose main process is `leader`, after it has answered the requests under
+/// way.
 int DrainGate(pid_t leader);
 
 }  // namespace service

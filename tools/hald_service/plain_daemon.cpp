@@ -1,4 +1,4 @@
-// Which daemon has which ways, and the plainest of them: a process that takes up no configuration.
+// The supervisor of each daemon, and the simplest one: for daemons that need no new configuration.
 #include "tools/hald_service/mail_server.h"
 #include "tools/hald_service/own_daemons.h"
 
@@ -6,7 +6,7 @@ namespace service {
 
 namespace {
 
-/// A running one is as it should be.
+/// A daemon that is left alone while it runs.
 class PlainDaemon : public Supervisor {
 public:
     using Supervisor::Supervisor;
@@ -29,6 +29,7 @@ constexpr struct {
     {host::daemons::kScanner, MakeScanner},
     {host::daemons::kScannerMilter, MakeScannerMilter},
     {host::daemons::kGate, MakeGate},
+    {host::daemons::kGuard, MakeGuard},
     {host::daemons::kWebServer, MakeWebServer},
 };
 

@@ -27,15 +27,16 @@ struct Process {
     unsigned long long start;
 };
 
-/// A running process, by /proc/NUMBER/stat: "number (name) state parent group ... start ...".
+/// A running process, parsed from /proc/PID/stat: "number (name) state parent group session ...
+/// start ...".
 std::optional<Process> ReadProcess(pid_t number)
 {
-    // Its size is not known before, as of all files there.
+    // Files in /proc have no size, so the file is read to its end.
     const std::string path = host::Path("/proc/" + std::to_string(number) + "/stat");
     std::string text;
     if (!host::ReadFile(path, text)) return std::nullopt;
 
-    const std::size_t name = text.rfind(')');  // a name may hold anything
+    const std::size_t name = text.rfind(')');  // the name may have any characters
     if (name == std::string::npos) return std::nullopt;
     char state = 0;
     Process process{number, 0, 0, 0, 0};

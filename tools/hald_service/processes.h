@@ -1,4 +1,4 @@
-// The processes of a daemon: its master, those that it has started, and what is left of them.
+// The processes of a daemon: its main process (master), its descendants, and leftovers.
 #pragma once
 
 #include <sys/types.h>
@@ -9,32 +9,30 @@
 
 namespace service {
 
-/// All that has to end for a daemon to be gone.
+/// The processes that must end before a daemon counts as stopped.
 class ProcessSet {
 public:
-    /// The master, what descends from it in its session, and the group of processes that it is in,
-    /// when that is its own: when it leads the group, or nobody does. With `all`, what descends
-    /// from it in other sessions too.
+    /// The master, its descendants in the same session, and its process group, unless another
+    /// process leads that group. With `all`, also descendants in other sessions.
     static ProcessSet Of(pid_t master, bool all = false);
 
-    /// A group of processes whose leader has ended.
+    /// A process group whose leader has ended.
     static ProcessSet Orphans(pid_t group);
 
-    /// Whether none of them runs, nor any that has joined their groups since. One that has ended
-    /// and only waits to be looked after does not run.
+    /// Whether none of these processes runs, nor any new one in their groups. Zombies do not count.
     bool AreGone() const;
 
-    /// Sends a signal to all of them.
+    /// Sends a signal to all running ones.
     void Signal(int number) const;
 
-    /// Sends a signal to their groups alone.
+    /// Sends a signal to the groups only.
     void SignalGroups(int number) const;
 
-    /// The processes that run.
+    /// The processes that are still running.
     std::vector<pid_t> Running() const;
 
 private:
-    std::map<pid_t, unsigned long long> members_;  ///< and when each was started
+    std::map<pid_t, unsigned long long> members_;  ///< with the time at which each started
     std::set<pid_t> groups_;
 };
 

@@ -1,5 +1,5 @@
-// What single daemons behind unix sockets need beyond the others: the scanner, its entrance, the
-// DKIM filter.
+// Supervisors of the scanner, its milter and the DKIM filter, which need more than other daemons
+// behind sockets.
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -18,7 +18,7 @@ namespace {
 
 using host::daemons::Daemon;
 
-/// The scanner: a program in Perl that reads all rules first, and runs as a user of its own.
+/// The scanner: a Perl program that loads all rules before it listens and changes to its own user.
 class Scanner : public InnerDaemon {
 public:
     Scanner(const Daemon& daemon, const Stored& stored) : InnerDaemon(daemon, stored)
@@ -27,7 +27,8 @@ public:
     }
 
 protected:
-    /// Its user writes the pid file, and its program is one of many in Perl.
+    /// The process must be the scanner: its user writes the pid file, and any Perl program has the
+    /// same executable.
     bool IsOurs(pid_t process) const override
     {
         const std::string folder = host::Path("/proc/" + std::to_string(process));
@@ -44,17 +45,17 @@ protected:
         const std::string user(Row().user);
         return MakeFolder("/var/lib/mailvane", 0755) &&
                MakeFolder("/var/lib/mailvane/quarantine", 0750, user, user) && MakeLog() &&
-               // Where the tool looks that releases mail from the quarantine.
+               // The path where the tool that releases mail from the quarantine expects the socket.
                RunAs(user, {"/usr/bin/ln", "-sfn", std::string(Row().socket),
                             "/var/lib/amavis/amavisd.sock"}) &&
-               // What a scanner that was killed had unpacked; a milter may be at work in a newer
-               // folder.
+               // Unpacked mail that a killed scanner left. Newer folders may be in use by the
+               // milter.
                RunAs("", {"/usr/bin/find", "/var/lib/amavis/tmp", "-mindepth", "1", "-maxdepth",
                           "1", "-mmin", "+60", "-exec", "rm", "-rf", "{}", "+"}) &&
                RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
     }
 
-    /// One of its children has to be ready, not just the socket.
+    /// A child process must answer: the socket alone accepts connections before that.
     bool Answers() override
     {
         const std::string wanted = "action=";
@@ -80,7 +81,7 @@ private:
     }
 };
 
-/// Its socket is for its group too.
+/// The scanner's milter: its socket is writable for its group, so the umask is 007.
 class ScannerMilter : public InnerDaemon {
 public:
     using InnerDaemon::InnerDaemon;
@@ -94,7 +95,8 @@ protected:
     }
 };
 
-/// The filter may not enter the folder of the keys: it has a copy of the private one.
+/// The DKIM filter: it gets a copy of the private key, since it cannot enter the folder of the
+/// keys.
 class DkimFilter : public InnerDaemon {
 public:
     using InnerDaemon::InnerDaemon;

@@ -1,4 +1,4 @@
-// The stored settings, as far as they say which daemons run and at which ports.
+// The stored settings that decide which daemons run and on which ports.
 #include "tools/hald_service/stored.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// The stored settings, as far as they say which daemons run and at which ports.
+// The stored settings that decide which daemons run and on which ports.
 #pragma once
 
 #include <string>
@@ -12,16 +12,16 @@ namespace service {
 
 class Stored {
 public:
-    /// Reads etc/mailvane.conf; there is nothing in it when it cannot be read.
+    /// Reads etc/mailvane.conf; empty when it cannot be read.
     static Stored Read();
 
     bool Bool(std::string_view name) const { return Text(name) == "yes"; }
 
-    /// The value as it is stored; empty when there is none.
+    /// The stored value; empty when there is none.
     std::string Text(std::string_view name) const;
 
-    /// Whether all that decides on the daemon is there; told when not. To take a missing switch for
-    /// "off" would end a daemon for a damaged file.
+    /// Whether all switches of the daemon are in the file; reported when not. A switch that is
+    /// missing in a damaged file must not stop a daemon.
     bool HasAllOf(const host::daemons::Daemon& daemon) const;
 
 private:
@@ -30,14 +30,14 @@ private:
     host::KeyValueFile file_;
 };
 
-/// The ports that one of the two mail servers is to have, by how it greets there.
+/// The ports of one of the two mail servers.
 struct Ports {
     std::vector<int> plain;
-    std::vector<int> tls;  ///< after a handshake
+    std::vector<int> tls;  ///< those where the TLS handshake comes first
 };
 Ports PortsOf(const host::daemons::Daemon& daemon, const Stored& stored);
 
-/// Tells whoever called what is wrong. The control scripts' callers log it.
+/// Writes an error to standard error. The callers of control scripts log it.
 void Tell(std::string_view who, const std::string& what);
 
 }  // namespace service

@@ -1,4 +1,4 @@
-// One daemon and what is done with it.
+// The supervisor of one daemon.
 #include "tools/hald_service/supervisor.h"
 
 #include <sys/wait.h>
@@ -64,7 +64,8 @@ Command Supervisor::StartCommand() const
     return command;
 }
 
-/// Runs what starts it. What stays in the foreground is left there, and gets its pid file.
+/// Runs the start command. One that stays in the foreground is left running, and its pid file is
+/// written.
 bool Supervisor::LaunchCommand()
 {
     const Command command = StartCommand();
@@ -89,14 +90,14 @@ bool Supervisor::StartDaemon()
     return Prepare() && LaunchCommand() && ComeUp(limits.start) && Finish();
 }
 
-/// Whether it is up. In vain once the process that was it has been gone for a second: another one
-/// may take its place, as when it forks twice.
+/// Whether the daemon is up. In vain when its process has been gone for a second; before that
+/// another one may take its place, as when it forks twice.
 Progress Supervisor::LookUp(pid_t& seen, Clock::time_point& lost)
 {
     while (waitpid(-1, nullptr, WNOHANG) > 0) continue;
     if (IsUp()) return Progress::kDone;
 
-    // One that dies at once may never be seen but for its number.
+    // A daemon that dies at once is known only by the number that it wrote.
     const pid_t number = NumberInFile();
     if (number != before_) seen = number;
     if (Master() != 0) lost = Clock::now();
@@ -123,12 +124,12 @@ bool Supervisor::StartUnit()
 
 bool Supervisor::StartAfresh()
 {
-    // What a unit has started would be the unit's no more.
+    // A daemon stays in the unit that started it, so the old unit must end before the new start.
     if (!Supervisor::TakeDown()) return false;
     return UnderSystemd() ? StartUnit() : StartDaemon();
 }
 
-/// Stops its unit, looking meanwhile whether it is gone: some daemons end when they are called.
+/// Stops its unit. Calls `Knock` meanwhile, since some daemons end only at a connection.
 void Supervisor::StopUnit()
 {
     const std::string unit(daemon_.unit);

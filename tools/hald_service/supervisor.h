@@ -1,5 +1,5 @@
-// One daemon and what is done with it. Every verb brings it to a state and returns when that is
-// true, whatever state it was in.
+// The supervisor of one daemon. Each operation brings the daemon from any state into the one asked
+// for, and returns when that is reached.
 #pragma once
 
 #include <sys/types.h>
@@ -18,16 +18,16 @@ namespace service {
 struct Limits {
     std::chrono::milliseconds start = std::chrono::seconds(20);
     std::chrono::milliseconds reload = std::chrono::seconds(10);
-    std::chrono::milliseconds stop = std::chrono::seconds(20);  ///< before it is killed
+    std::chrono::milliseconds stop = std::chrono::seconds(20);  ///< then it is killed
     std::chrono::milliseconds kill = std::chrono::seconds(5);
 };
 
-/// A hundredth of a second.
+/// Sleeps for 10 ms.
 void Pause();
 
 enum class Progress { kNotYet, kDone, kInVain };
 
-/// Repeats a question until it says that it is done or in vain, or time is up.
+/// Repeats a question until the answer is kDone (true), or kInVain or `limit` is over (false).
 template <class Question>
 bool WaitFor(std::chrono::milliseconds limit, Question question)
 {
@@ -50,23 +50,23 @@ public:
     const host::daemons::Daemon& Row() const { return daemon_; }
     bool IsWanted() const { return Runs(daemon_, stored_); }
 
-    /// Whether the settings say that at all; told when not.
+    /// Whether the settings tell if it is to run; reported when not.
     bool IsDecided() const { return stored_.HasAllOf(daemon_); }
 
-    /// To what the settings ask for.
+    /// Makes it run as the settings ask, with the configuration in force.
     virtual bool BringUp() = 0;
 
-    /// Until none of its processes runs.
+    /// Stops it; returns when none of its processes is left.
     virtual bool TakeDown();
 
-    /// What its unit does: starts it where none of it runs. The exit status.
+    /// Starts it for its unit, unless it runs. Returns the exit status.
     virtual int Launch();
 
-    /// Its number, when it runs; 0 when not. A stale pid file, or one that by now names another
-    /// program, does not count.
+    /// The id of its main process; 0 when it does not run. A pid file with the number of another
+    /// program counts as none.
     pid_t Master() const;
 
-    /// Whether it is up, as the settings ask.
+    /// Whether it is up as the settings ask.
     virtual bool IsUp() = 0;
 
     Limits limits;
@@ -74,17 +74,18 @@ public:
 protected:
     const Stored& Settings() const { return stored_; }
 
-    /// Makes what it needs before it starts.
+    /// Prepares what it needs before its start.
     virtual bool Prepare() { return true; }
-    /// What starts it.
+    /// The command that starts it.
     virtual Command StartCommand() const;
-    /// Whether the process that the pid file names is the daemon's.
+    /// Whether the process in the pid file is really the daemon.
     virtual bool IsOurs(pid_t /*process*/) const { return true; }
-    /// What waiting for its end does again and again: some look when they are called.
+    /// Called repeatedly while waiting for its end; connects to daemons that notice a stop only
+    /// then.
     virtual void Knock() {}
-    /// After it has come up.
+    /// Called when it has come up.
     virtual bool Finish() { return true; }
-    /// Whether processes that outlived their daemon are to be ended.
+    /// Whether these processes without a leader belong to the daemon and are to be stopped.
     virtual bool AreOurs(const ProcessSet& /*orphans*/) const { return true; }
 
     bool StartAfresh();
@@ -102,10 +103,10 @@ private:
 
     const host::daemons::Daemon& daemon_;
     const Stored& stored_;
-    pid_t before_ = 0;  ///< the number in its file before it was started
+    pid_t before_ = 0;  ///< the number in the pid file before the start
 };
 
-/// The one that knows the daemon's ways.
+/// The supervisor for a daemon of the table.
 std::unique_ptr<Supervisor> SupervisorOf(const host::daemons::Daemon& daemon, const Stored& stored);
 
 }  // namespace service

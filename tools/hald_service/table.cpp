@@ -1,4 +1,4 @@
-// The table of daemons as JSON, for programs in other languages. None of its texts needs quoting.
+// The table of daemons as JSON, for programs in other languages. None of its texts needs escaping.
 #include "tools/hald_service/table.h"
 
 #include <cstdio>
@@ -18,7 +18,7 @@ std::string Quoted(std::string_view text)
     return '"' + std::string(text) + '"';
 }
 
-/// A list of the words.
+/// The words as a JSON list.
 std::string List(std::string_view words)
 {
     std::string text;

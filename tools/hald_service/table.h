@@ -3,7 +3,7 @@
 
 namespace service {
 
-/// Prints it: a member "daemons", a list in the order in which they start. 0, or 1 on failure.
+/// Prints an object with the list "daemons", in the order of their start. 0, or 1 on failure.
 int PrintTable();
 
 }  // namespace service

@@ -1,4 +1,4 @@
-// The daemons' units, where systemd runs the machine.
+// The units of the daemons, on machines with systemd.
 #include "tools/hald_service/units.h"
 
 #include <sys/stat.h>
@@ -39,7 +39,7 @@ bool Systemctl(std::vector<std::string> words)
     command.words = std::move(words);
     command.words.insert(command.words.begin(), "/usr/bin/systemctl");
     command.environment = {"SYSTEMCTL_SKIP_SYSV=1"};
-    // Whoever called gives up after two minutes.
+    // Callers give up after two minutes.
     return RunQuietly("systemctl", command, std::chrono::seconds(110));
 }
 

@@ -1,5 +1,5 @@
-// The daemons' units, where systemd runs the machine: each daemon is in one, so that it is started
-// when the machine is, and watched over.
+// The units of the daemons, on machines with systemd. The unit starts its daemon at boot and
+// restarts it when it dies.
 #pragma once
 
 #include <string>
@@ -11,18 +11,18 @@ namespace service {
 
 bool UnderSystemd();
 
-/// Whether the mail services of this machine are ours to start and stop.
+/// Whether the package controls the mail services of this machine.
 bool HandedOver();
 
-/// Whether this is part of what finishes an interrupted save when the machine starts. All daemons
-/// wait for the end of that: what is asked of them then is put in the queue.
+/// Whether this process belongs to the recovery of an interrupted save at boot. All daemons start
+/// after the recovery, so a start asked for now is only queued.
 bool BootRecovers();
 
-/// Runs systemctl with these words; whether it succeeded.
+/// Runs systemctl with these arguments; whether it succeeded.
 bool Systemctl(std::vector<std::string> words);
 
-/// The machine starts the daemon exactly when its settings want it. A change makes systemd read all
-/// its units anew: there is none while the link is as it should be.
+/// Enables or disables the daemon's unit for the boot. Skipped when its link is right already,
+/// since systemd reloads all units after a change.
 bool FollowAtBoot(const host::daemons::Daemon& daemon, bool isWanted);
 
 }  // namespace service

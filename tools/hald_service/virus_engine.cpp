@@ -1,6 +1,6 @@
-// The anti-virus engine. It may take minutes to fetch its first signatures and to load them, so a
-// start returns when a starter in the background is at work, which /run/hald_anti-virus.pid tells,
-// or when the engine is up already. A stop returns when both are gone.
+// The anti-virus engine. Its first signatures may take minutes to download and load. So a start
+// returns when a background process, the starter, is at work (its pid is in
+// /run/hald_anti-virus.pid), or when the engine is up already. A stop returns when both have ended.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 
 const char kStarterFile[] = "/run/hald_anti-virus.pid";
 const char kLockFile[] = "/run/mailvane/clamd.lock";
-constexpr int kNoSignatures = 75;  // the unit does not try again
+constexpr int kNoSignatures = 75;  // tells the unit not to retry
 constexpr std::chrono::seconds kToBegin{10};
 constexpr std::chrono::minutes kToFetch{40};
 
@@ -36,7 +36,7 @@ std::string OwnProgram()
     return host::PackagePath("target/bin/hald_service");
 }
 
-/// The number of the running starter; 0 when there is none.
+/// The pid of the running starter; 0 when there is none.
 pid_t Starter()
 {
     const std::string process = host::daemons::DaemonProcess(kStarterFile, OwnProgram());
@@ -90,7 +90,7 @@ public:
 
     int Launch() override { return Begin(); }
 
-    /// What the starter does.
+    /// Runs as the starter.
     int Begin()
     {
         const std::string file = host::Path(kStarterFile);
@@ -129,7 +129,7 @@ private:
         });
     }
 
-    /// Starts one; it tells by its file that it is at work, or has done it.
+    /// Starts the starter. It has begun when its pid file is there, or when it has already ended.
     bool BeginAside()
     {
         Command command;
@@ -162,7 +162,7 @@ std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon& daemon,
 
 int BeginVirusEngine(const Stored& stored)
 {
-    // One starter at a time; what it starts does not inherit the lock.
+    // Only one starter runs at a time. Programs that it starts do not inherit the lock.
     if (!MakeFolder("/run/mailvane", 0755)) return EXIT_FAILURE;
     const host::Descriptor lock(
         open(host::Path(kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));

@@ -1,20 +1,20 @@
-// The web server of the package: fcgiwrap, as root, runs the program for whoever may open its
-// socket, and that is lighttpd alone, as a user of its own.
+// The web server of the package. lighttpd, as its own user, passes requests to fcgiwrap, which runs
+// the program as root. Only lighttpd may connect to fcgiwrap's socket. The login guard keeps
+// addresses away that fail to log in.
 //
-// The address is 127.0.0.1 and the port MAILVANE_WEB_PORT. Once a certificate lies in etc/tls, the
-// other machines of the network are served too, over TLS on port MAILVANE_WEB_TLS_PORT; an empty
-// one keeps that off. Both are read from /etc/default/mailvane where the environment has none.
+// It listens on 127.0.0.1, port MAILVANE_WEB_PORT. With a certificate in etc/tls it also serves
+// other machines, by TLS on port MAILVANE_WEB_TLS_PORT, unless that is empty. Both are taken from
+// the environment, else from /etc/default/mailvane.
 #include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <optional>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/web_ports.h"
 #include "tools/hald_service/greeting.h"
 #include "tools/hald_service/own_daemons.h"
 #include "tools/hald_service/units.h"
@@ -24,41 +24,19 @@ namespace service {
 namespace {
 
 using host::daemons::Daemon;
+using host::daemons::WebPort;
+using host::daemons::WebTlsPort;
 
 const char kFolder[] = "/run/mailvane/web";
 const char kSocket[] = "/run/mailvane/web/fcgi.sock";
 const char kGateSocket[] = "mailvane-gate.socket";
-const char kPort[] = "MAILVANE_WEB_PORT";
-const char kTlsPort[] = "MAILVANE_WEB_TLS_PORT";
-
-/// A port, as the environment or the machine's file has it; nothing where neither does.
-std::optional<std::string> PortOf(const char* name)
-{
-    if (const char* const value = std::getenv(name)) return value;
-    const auto file = host::KeyValueFile::Read(host::Path("/etc/default/mailvane"));
-    const auto value = file ? file->Get(name) : std::nullopt;
-    const bool isNumber = value && value->find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? value : std::nullopt;
-}
-
-std::string PlainPort()
-{
-    const auto port = PortOf(kPort);
-    return port && !port->empty() ? *port : "8080";
-}
-
-std::string TlsPort()
-{
-    return PortOf(kTlsPort).value_or("8443");
-}
-
-/// By whether there is a certificate, and IPv6.
+/// The web server's configuration file for this machine: with or without a certificate, and IPv6.
 std::string Configuration()
 {
     std::string kind;
     const bool hasCertificate = access(host::PackagePath("etc/tls/cert.pem").c_str(), R_OK) == 0 &&
                                 access(host::PackagePath("etc/tls/key.pem").c_str(), R_OK) == 0;
-    if (!TlsPort().empty() && hasCertificate) {
+    if (!WebTlsPort().empty() && hasCertificate) {
         std::string addresses;
         const bool hasIpv6 =
             host::ReadFile(host::Path("/proc/net/if_inet6"), addresses) && !addresses.empty();
@@ -76,7 +54,7 @@ public:
         if (UnderSystemd()) {
             return Systemctl({"start", kGateSocket}) || Fail("cannot have its socket");
         }
-        // Nobody calls it meanwhile.
+        // The web server is stopped first, so that it does not connect meanwhile.
         return MakeWebServer(host::daemons::kWebServer, Settings())->TakeDown() && TakeDown() &&
                StartDaemon();
     }
@@ -86,7 +64,8 @@ public:
         if (UnderSystemd()) {
             return Systemctl({"stop", kGateSocket, std::string(Row().unit)});
         }
-        // Its workers do not end with it: each takes the signal when its request is answered.
+        // The workers outlive the main process, so they get the signal too; each ends after
+        // answering its request.
         if (const pid_t master = Master(); master != 0) {
             ProcessSet::Of(master).SignalGroups(SIGTERM);
         }
@@ -111,7 +90,7 @@ protected:
         return command;
     }
 
-    /// The folder opens to the web server's group once the socket has its own mode.
+    /// Opens the folder to the web server's group only when the socket has its mode.
     bool Finish() override
     {
         const group* const members = getgrnam("mailvane-web");
@@ -123,21 +102,40 @@ protected:
     }
 };
 
+/// It begins anew with each start, since the port may be another one.
+class Guard : public Supervisor {
+public:
+    using Supervisor::Supervisor;
+
+    bool BringUp() override { return StartAfresh(); }
+    bool IsUp() override { return Master() != 0; }
+
+protected:
+    bool Prepare() override { return MakeFolder("/run/mailvane", 0755); }
+
+    Command StartCommand() const override
+    {
+        Command command = Supervisor::StartCommand();
+        command.environment = {std::string(host::daemons::kWebTlsPort) + "=" + WebTlsPort()};
+        return command;
+    }
+};
+
 class WebServer : public Supervisor {
 public:
     using Supervisor::Supervisor;
 
     bool BringUp() override { return StartAfresh(); }
 
-    bool IsUp() override { return Master() != 0 && TakesCalls(std::atoi(PlainPort().c_str())); }
+    bool IsUp() override { return Master() != 0 && TakesCalls(std::atoi(WebPort().c_str())); }
 
 protected:
     Command StartCommand() const override
     {
         Command command = Supervisor::StartCommand();
         command.words.push_back(Configuration());
-        command.environment = {std::string(kPort) + "=" + PlainPort(),
-                               std::string(kTlsPort) + "=" + TlsPort()};
+        command.environment = {std::string(host::daemons::kWebPort) + "=" + WebPort(),
+                               std::string(host::daemons::kWebTlsPort) + "=" + WebTlsPort()};
         return command;
     }
 };
@@ -147,6 +145,11 @@ protected:
 std::unique_ptr<Supervisor> MakeGate(const Daemon& daemon, const Stored& stored)
 {
     return std::make_unique<Gate>(daemon, stored);
+}
+
+std::unique_ptr<Supervisor> MakeGuard(const Daemon& daemon, const Stored& stored)
+{
+    return std::make_unique<Guard>(daemon, stored);
 }
 
 std::unique_ptr<Supervisor> MakeWebServer(const Daemon& daemon, const Stored& stored)

@@ -1,4 +1,4 @@
-// The collector: from the mail server's log into the mail-log database.
+// The collector: reads Postfix's log into the mail log's database.
 #include "tools/maillog_collector/collector.h"
 
 #include <ctime>
@@ -14,12 +14,14 @@ namespace {
 
 constexpr int kMostLinesHeld = 20000;
 constexpr int kRunsBetweenForgetting = 100;
-constexpr std::int64_t kBetweenClosings = 60;  // seconds, when somebody reads the month
+constexpr std::int64_t kBetweenClosings = 60;  // seconds, while a reader has the month open
 
-/// Somebody cleared the log: what was taken in since does not come back.
+constexpr std::int64_t kClocksApart = 86400;  // seconds, of two machines, zones included
+
+/// Thrown when the log was cleared: lines read before that are dropped.
 struct LogCleared {};
 
-/// The name of a line: where it begins.
+/// A unique name for a line: its position.
 std::string NameOf(const LogPosition& position)
 {
     return "line " + std::to_string(position.inode) + ":" + std::to_string(position.head) + ":" +
@@ -41,13 +43,18 @@ void Collector::Open()
     correlator_.emplace(*store_);
     const std::int64_t latest = store_->LatestDate();
     nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
+    if (tail_) return;
     const LogPosition position = store_->Position();
-    if (!tail_) tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    // What was cleared does not come back from a log that is read again.
+    lastTime_ = position.inode == 0 ? host::maillog::ClearedAt() : position.time;
+    skippedUntil_ = position.inode == 0 || tail_->hasLostPlace() ? lastTime_ : 0;
 }
 
-/// Stores all that was taken in.
-void Collector::Store(const LogPosition& position)
+/// Stores everything read so far.
+void Collector::Store(LogPosition position)
 {
+    position.time = lastTime_;
     if (!store_->Store(correlator_->Changed(), correlator_->Ended(), position)) throw LogCleared();
 
     correlator_->Stored();
@@ -55,7 +62,8 @@ void Collector::Store(const LogPosition& position)
     linesHeld_ = 0;
 }
 
-/// Closes the month before its successor's first entry. While somebody reads it, it goes on.
+/// Closes the month before the first entry of the next one. Put off while a reader has the month
+/// open.
 void Collector::KeepMonth(std::int64_t time, std::size_t start)
 {
     if (nextMonth_ == 0) nextMonth_ = NextMonth(time);
@@ -70,14 +78,23 @@ void Collector::KeepMonth(std::int64_t time, std::size_t start)
     if (closingTried_ == 0) nextMonth_ = NextMonth(time);
 }
 
+/// When a line was written; -1 when that cannot be read. A stamp of the far future, by a wrong
+/// clock of whoever wrote it, counts as now: it would keep months from being closed until it comes.
+std::int64_t Collector::TimeOf(const LogLine& line)
+{
+    const std::int64_t time = clock_.Seconds(line.stamp);
+    const std::int64_t now = std::time(nullptr);
+    return time > now + kClocksApart ? now : time;
+}
+
 void Collector::TakeInLine(std::string_view line, std::size_t start)
 {
     const std::optional<LogLine> parts = ParseLine(line);
     if (!parts) return;
     const std::optional<Event> event = ParseEvent(*parts);
     if (!event) return;
-    const std::int64_t time = clock_.Seconds(parts->stamp);
-    if (time < 0) return;
+    const std::int64_t time = TimeOf(*parts);
+    if (time < 0 || time < skippedUntil_) return;
 
     KeepMonth(time, start);
     lastTime_ = time;
@@ -97,7 +114,7 @@ void Collector::TakeIn(std::string_view lines)
     if (linesHeld_ >= kMostLinesHeld) Store(tail_->PositionAt(lines.size()));
 }
 
-/// Takes in what there is; false when that was nothing.
+/// Reads all new lines; false when there are none.
 bool Collector::TakeInAll()
 {
     std::string_view lines = tail_->Read();

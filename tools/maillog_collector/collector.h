@@ -1,4 +1,4 @@
-// The collector: from the mail server's log into the mail-log database.
+// The collector: reads Postfix's log into the mail log's database.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@
 
 namespace collector {
 
-/// One run over the log. What was read and its entries are stored together; whatever fails throws,
-/// and the next collector goes on where the last one stored.
+/// Reads the log from the stored position on. Entries and position are stored in one transaction;
+/// after an exception a new object continues from the last one.
 class Collector {
 public:
-    /// Opens the log and the database of this machine. Throws std::exception.
+    /// Opens the machine's log and database. Throws std::exception.
     Collector();
 
-    /// Takes in what the log holds by now. False when that was nothing. Throws std::exception.
+    /// Reads what the log has by now. False when there was nothing new. Throws std::exception.
     bool Step();
 
 private:
@@ -29,16 +29,18 @@ private:
     void TakeIn(std::string_view lines);
     void TakeInLine(std::string_view line, std::size_t start);
     void KeepMonth(std::int64_t time, std::size_t start);
-    void Store(const LogPosition& position);
+    std::int64_t TimeOf(const LogLine& line);
+    void Store(LogPosition position);
 
     host::maillog::LogClock clock_;
     std::optional<MailStore> store_;
     std::optional<MailCorrelator> correlator_;
     std::optional<LogTail> tail_;
-    std::int64_t nextMonth_ = 0;  ///< when it begins; 0 while there is no entry
-    std::int64_t lastTime_ = 0;
+    std::int64_t nextMonth_ = 0;     ///< its first second; 0 while there is no entry
+    std::int64_t lastTime_ = 0;      ///< of the last line that was taken in
+    std::int64_t skippedUntil_ = 0;  ///< lines of before are in already, or were cleared
     std::int64_t closingTried_ = 0;
-    int linesHeld_ = 0;  ///< taken in and not stored
+    int linesHeld_ = 0;  ///< lines read but not yet stored
     int storedRuns_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// A mail-log database that cannot be read any more.
+// A damaged database of the mail log.
 #include "tools/maillog_collector/damaged_log.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -24,7 +24,7 @@ bool PutDamagedAside()
 {
     const std::string live = host::maillog::MailLogLivePath();
     const std::string aside = live + ".damaged";
-    // The write-ahead log goes first: it must not be taken for the new database's.
+    // The write-ahead log is moved first, so that SQLite does not apply it to the new database.
     for (const char* companion : {"-wal", "-shm", ""}) {
         const std::string from = live + companion;
         const std::string to = aside + companion;

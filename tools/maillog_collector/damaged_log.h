@@ -1,15 +1,15 @@
-// A mail-log database that cannot be read any more.
+// A damaged database of the mail log.
 #pragma once
 
 #include <exception>
 
 namespace collector {
 
-/// Whether a failure says that the database itself is damaged: another try would not help.
+/// Whether a failure means that the database is damaged, so that another attempt is useless.
 bool TellsDamage(const std::exception& failure);
 
-/// Moves the current database aside, as maillog.db.damaged in the live folder, in the place of an
-/// earlier one, so that a new one can be begun. False, logged, when that fails.
+/// Moves the current database aside as maillog.db.damaged, replacing an earlier one, so that a new
+/// database can be made. False (logged) on failure.
 bool PutDamagedAside();
 
 }  // namespace collector

@@ -1,8 +1,7 @@
-// What a line of Postfix says about a message.
+// Parsing log lines of Postfix into events.
 #include "tools/maillog_collector/log_event.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
 
 #include "host/libmailvane/names/relay_probe.h"
@@ -13,7 +12,7 @@ namespace {
 
 using Result = std::optional<Event>;
 
-// Where the scanner takes messages when it stands between two queues.
+// The scanner's address when it works as a content filter between two queues.
 constexpr std::string_view kScanner = "[127.0.0.1]:10024";
 
 Event Make(EventKind kind, std::string_view id)
@@ -31,7 +30,8 @@ Event MakeJoined(std::string_view id, std::string_view other)
     return event;
 }
 
-/// `client=localhost[127.0.0.1], orig_queue_id=ID, ...`: only a neighbour may name another id.
+/// Parses `client=localhost[127.0.0.1], orig_queue_id=ID, ...`. `orig_queue_id` counts only from
+/// this machine.
 Event ParseClient(std::string_view id, std::string_view text)
 {
     const std::size_t end = text.find(", ");
@@ -46,7 +46,7 @@ Event ParseClient(std::string_view id, std::string_view text)
     return IsQueueId(other) ? MakeJoined(id, other) : Make(EventKind::kAccepted, id);
 }
 
-/// `uid=N from=<F>`, with ` orig_id=ID` when it was requeued.
+/// Parses `uid=N from=<F>`; a requeued message also has ` orig_id=ID`.
 Event ParsePickup(std::string_view id, std::string_view text)
 {
     const std::size_t from = text.find(" from=<");
@@ -60,7 +60,7 @@ Event ParsePickup(std::string_view id, std::string_view text)
     return event;
 }
 
-/// `from=<F>, size=N, nrcpt=N (queue active)`, `from=<F>, status=expired, ...` or `removed`.
+/// Parses `from=<F>, size=N, nrcpt=N (queue active)`, `from=<F>, status=expired, ...` or `removed`.
 Result ParseQueue(std::string_view id, std::string_view text)
 {
     if (text == "removed") return Make(EventKind::kRemoved, id);
@@ -79,7 +79,7 @@ Result ParseQueue(std::string_view id, std::string_view text)
     return event;
 }
 
-/// `message-id=<...>`, without its brackets.
+/// Parses `message-id=<...>`; the id is without brackets.
 Result ParseMessageId(std::string_view id, std::string_view text)
 {
     if (!SkipPrefix(text, "message-id=")) return std::nullopt;
@@ -91,7 +91,8 @@ Result ParseMessageId(std::string_view id, std::string_view text)
     return event;
 }
 
-/// What became of the hop to the scanner. Its reply alone may name another id.
+/// Parses the scanner's reply, `250 OK: queued as ID`, which is the only one trusted to name
+/// another id.
 void JudgeScan(Event& event, std::string_view reply)
 {
     constexpr std::string_view kQueuedAs = "queued as ";
@@ -105,7 +106,7 @@ void JudgeScan(Event& event, std::string_view reply)
     if (IsQueueId(other)) event.other = other;
 }
 
-/// What a delivery with `status=sent` was.
+/// Determines the kind of a delivery with `status=sent`.
 void JudgeSent(Event& event, const LogLine& line, std::string_view relay, std::string_view reply)
 {
     event.kind = EventKind::kSent;
@@ -120,13 +121,15 @@ void JudgeSent(Event& event, const LogLine& line, std::string_view relay, std::s
     }
 }
 
-/// `to=<T>, orig_to=<O>, relay=R, ..., status=W (TEXT)`.
+/// Parses `to=<T>, orig_to=<O>, relay=R, ..., status=W (TEXT)`.
 Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view text)
 {
     Event event = Make(EventKind::kSent, id);
     std::string_view original;
     if (!SkipPrefix(text, "to=") || !TakeAddress(text, event.to)) return std::nullopt;
     if (SkipPrefix(text, ", orig_to=") && !TakeAddress(text, original)) return std::nullopt;
+    // Its own recipient is a name for nobody.
+    if (line.daemon == "discard" && !original.empty()) event.to = original;
     if (!SkipPrefix(text, ", relay=")) return std::nullopt;
 
     const std::string_view relay = text.substr(0, text.find(", "));
@@ -138,15 +141,42 @@ Result ParseDelivery(const LogLine& line, std::string_view id, std::string_view 
         JudgeSent(event, line, relay, reply);
     } else if (status == "bounced") {
         event.kind = EventKind::kBounced;
-    } else if (status == "deferred") {
+    } else if (status == "deferred" || status == "SOFTBOUNCE") {
         event.kind = EventKind::kDeferred;
+    } else if (status == "deliverable" || status == "undeliverable") {
+        event.kind = EventKind::kProbed;
     } else {
         return std::nullopt;
     }
     return event;
 }
 
-/// `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and its kin.
+/// Where the part of a verdict that names the envelope begins, `; from=<F> to=<T> proto=...`;
+/// nowhere when there are several. Whoever is refused may have put such a text into the name that
+/// it greets with, or into a header: what it says for itself is not to be told from the real one.
+std::size_t FindEnvelope(std::string_view text)
+{
+    constexpr std::string_view kEnvelope = "; from=";
+    // Verdicts on a step of the dialogue quote names in angle brackets; content may hold anything.
+    const bool isContent = !text.empty() && text.front() >= 'a';
+    std::size_t found = std::string_view::npos;
+    for (std::size_t i = 0; i < text.size();) {
+        std::string_view rest = text.substr(i);
+        std::string_view quoted;
+        if (rest.substr(0, kEnvelope.size() + 1) == "; from=<") {
+            if (found != std::string_view::npos) return std::string_view::npos;
+            found = i + kEnvelope.size();
+            i = found;
+        } else if (!isContent && TakeAddress(rest, quoted)) {
+            i = text.size() - rest.size();
+        } else {
+            ++i;
+        }
+    }
+    return found;
+}
+
+/// Parses `reject: WHAT from CLIENT: REASON; from=<F> to=<T> proto=...` and similar verdicts.
 Result ParseVerdict(std::string_view id, std::string_view text)
 {
     EventKind kind = EventKind::kRefused;
@@ -157,17 +187,30 @@ Result ParseVerdict(std::string_view id, std::string_view text)
             return std::nullopt;
     }
     Event event = Make(kind, id);
-    const std::size_t envelope = text.rfind("; from=<");
+    const std::size_t envelope = FindEnvelope(text);
     if (envelope == std::string_view::npos) return event;
 
-    std::string_view rest = text.substr(envelope + 7);
-    if (TakeAddress(rest, event.from) && SkipPrefix(rest, " to="))
-        (void)TakeAddress(rest, event.to);
+    std::string_view rest = text.substr(envelope);
+    if (!TakeAddress(rest, event.from)) return event;
+    (void)SkipPrefix(rest, ",");  // as postscreen writes it
+    if (SkipPrefix(rest, " to=")) (void)TakeAddress(rest, event.to);
     return event;
 }
 
-/// Whether the self-check was refused, as it wants to be, when it asked whether strangers may
-/// relay. The client's address tells: what follows the reason, a client may have put into its name.
+/// Whether a verdict is one on a message. A client that is refused before it names a sender, or
+/// that asks for a user's name, has none.
+bool IsOnMessage(std::string_view verdict)
+{
+    (void)TakeUntil(verdict, ' ');
+    const std::string_view step = verdict.substr(0, verdict.find_first_of(" :"));
+    for (const std::string_view command : {"MAIL", "RCPT", "DATA", "BDAT", "END-OF-MESSAGE"}) {
+        if (step == command) return true;
+    }
+    return false;
+}
+
+/// Whether this is the refusal of the self-check's test for an open relay. Decided by the client's
+/// address and the whole envelope, since a client can put any text into its host name or HELO.
 bool IsOwnProbe(std::string_view text)
 {
     static const std::string envelope = std::string("; from=<> to=<") +
@@ -183,17 +226,20 @@ bool IsOwnProbe(std::string_view text)
     return false;
 }
 
-/// A line without a queue id at its start.
+/// Parses a line that does not begin with a queue id.
 Result ParseWithoutId(const LogLine& line)
 {
     std::string_view text = line.text;
-    if (line.daemon == "smtpd" && SkipPrefix(text, "NOQUEUE: ")) {
-        if (IsOwnProbe(text)) return std::nullopt;
-        const Result event = ParseVerdict({}, text);
-        return event && event->kind == EventKind::kRefused ? event : std::nullopt;
+    const bool isServer = line.daemon == "smtpd" || line.daemon == "postscreen";
+    if (isServer && SkipPrefix(text, "NOQUEUE: ")) {
+        // A message that is to be held has an id later on.
+        const bool isHeld = text.substr(0, text.find(':')).find("hold") != std::string_view::npos;
+        return isHeld || IsOwnProbe(text) || !IsOnMessage(text) ? std::nullopt
+                                                                : ParseVerdict({}, text);
     }
     if (line.daemon == "smtpd" && SkipPrefix(text, "proxy-")) {
-        return text.substr(0, 8) == "reject: " ? ParseVerdict({}, text) : std::nullopt;
+        const bool isRefusal = text.substr(0, 8) == "reject: " && IsOnMessage(text);
+        return isRefusal ? ParseVerdict({}, text) : std::nullopt;
     }
     if (SkipPrefix(text, "warning: ")) {
         const std::string_view id = TakeUntil(text, ':');

@@ -1,4 +1,4 @@
-// What a line of Postfix says about a message. Texts refer to the line.
+// Parsing log lines of Postfix into events. The texts of an event point into the line.
 #pragma once
 
 #include <cstdint>
@@ -10,25 +10,26 @@
 namespace collector {
 
 enum class EventKind {
-    kAccepted,   ///< a client or a local user hands in a new message
-    kJoined,     ///< the message `id` continues the message `other`
+    kAccepted,   ///< a new message from a client or a local user
+    kJoined,     ///< the message `id` continues `other`, as after the scanner
     kMessageId,  ///< `messageId`
     kQueued,     ///< `from`, `size`, `recipients`
-    kExpired,    ///< recipients that still wait are given up
+    kExpired,    ///< too old; the remaining recipients are given up
     kRemoved,    ///< the message has left the queue
     kDeleted,    ///< an administrator removed the message
-    kSent,       ///< `to` has it; `local`: in a mailbox here
+    kSent,       ///< delivered to `to`; `local`: into a mailbox of this machine
     kPassedOn,   ///< delivered as the new message `other`
-    kScanned,    ///< handed to the scanner, which may have made `other` of it
-    kBounced,    ///< `to` cannot get it
-    kDeferred,   ///< `to` gets it later
-    kKept,       ///< accepted for `to` and put aside or thrown away
+    kScanned,    ///< passed to the scanner; `other`, if set, came back from it
+    kBounced,    ///< `to` cannot be reached
+    kDeferred,   ///< delivery to `to` is put off
+    kKept,       ///< accepted for `to`, then held or dropped
+    kProbed,     ///< no message: the mail server only asked whether `to` can be reached
     kRefused     ///< not accepted
 };
 
 struct Event {
     EventKind kind = EventKind::kAccepted;
-    std::string_view id;  ///< empty: refused before it had one
+    std::string_view id;  ///< empty: refused before it got an id
     std::string_view other;
     std::string_view messageId;
     std::string_view from;
@@ -36,10 +37,10 @@ struct Event {
     std::int64_t size = 0;
     int recipients = 0;
     bool local = false;
-    bool requeued = false;  ///< joined because an administrator put it into the queue again
+    bool requeued = false;  ///< joined since an administrator requeued the message
 };
 
-/// What the line says; nothing for a line that says nothing about a message.
+/// The event of a line; nothing for a line that is not about a message.
 std::optional<Event> ParseEvent(const LogLine& line);
 
 }  // namespace collector

@@ -1,7 +1,8 @@
-// Reading the fields of a log line one after the other.
+// Reading the fields of a log line in order.
 #include "tools/maillog_collector/log_fields.h"
 
 #include <charconv>
+#include <cstring>
 
 #include "host/libhaldcore/text.h"
 #include "host/libhaldcore/utf8.h"
@@ -9,8 +10,7 @@
 namespace collector {
 namespace {
 
-/// Length of the character that the text begins with and that a page can show as it is; 0 when it
-/// begins with none.
+/// Length in bytes of the first character, if pages can show it unchanged; else 0.
 std::size_t PlainLength(std::string_view text)
 {
     const char first = text.front();
@@ -84,6 +84,16 @@ std::string CleanText(std::string_view text)
             clean += text.substr(0, length);
         }
         text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return clean;
+}
+
+std::string CleanId(std::string_view id)
+{
+    std::string clean = CleanText(id);
+    const std::size_t first = clean.find_first_not_of(' ');
+    if (first != std::string::npos && std::strchr("=+-@", clean[first]) != nullptr) {
+        clean[first] = '?';
     }
     return clean;
 }

@@ -1,4 +1,4 @@
-// One line of the mail server's log, taken apart.
+// Splitting a line of Postfix's log.
 #include "tools/maillog_collector/log_line.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ constexpr std::string_view kProgram = "postfix/";
 constexpr std::size_t kClassicStamp = 15;  // "Nov 21 04:16:18"
 constexpr std::size_t kShortestShortId = 6;
 constexpr std::size_t kLongestId = 32;
-constexpr std::size_t kTimePart = 10;  // of a long id, at least
+constexpr std::size_t kTimePart = 10;  // of a long id: its least length
 
 using host::IsDigit;
 
@@ -21,7 +21,7 @@ bool IsHex(char letter)
     return IsDigit(letter) || (letter >= 'A' && letter <= 'F');
 }
 
-/// Long ids are written without vowels.
+/// Whether a character can be in a long id, which has no vowels.
 bool IsConsonantOrDigit(char letter)
 {
     if (IsDigit(letter)) return true;
@@ -30,7 +30,7 @@ bool IsConsonantOrDigit(char letter)
            std::string_view("aeiou").find(lower) == std::string_view::npos;
 }
 
-/// Cuts off what stands before the next blank.
+/// Removes and returns the text before the next blank.
 std::string_view TakeWord(std::string_view& rest)
 {
     const std::size_t end = std::min(rest.find(' '), rest.size());
@@ -49,7 +49,7 @@ std::string_view TakeStamp(std::string_view& rest)
     return stamp;
 }
 
-/// The daemon in `postfix/SERVICE/DAEMON[PID]:`; empty for anything else.
+/// The daemon in `postfix/SERVICE/DAEMON[PID]:`; empty for other texts.
 std::string_view DaemonOf(std::string_view program)
 {
     if (program.substr(0, kProgram.size()) != kProgram) return {};

@@ -1,4 +1,4 @@
-// One line of the mail server's log, taken apart. Everything refers to the line's own text.
+// Splitting a line of Postfix's log. The parts point into the line.
 #pragma once
 
 #include <optional>
@@ -9,18 +9,18 @@ namespace collector {
 /// `STAMP HOST postfix/SERVICE/DAEMON[PID]: TEXT`
 struct LogLine {
     std::string_view stamp;
-    std::string_view daemon;  ///< the last part of the program's name
+    std::string_view daemon;  ///< after the last "/": smtpd
     std::string_view text;
 };
 
-/// Takes a line (without its line feed) apart; nothing for what no daemon of Postfix wrote.
+/// Splits a line without its line feed; nothing when it is not from a daemon of Postfix.
 std::optional<LogLine> ParseLine(std::string_view line);
 
-/// Whether a text is a queue id: short (hexadecimal) or long (digits and consonants; the last `z`
-/// parts time and file).
+/// Whether a text is a queue id: short, `3F2A01B7C2` (hexadecimal), or long, `4Xy1Pq2bRzz9Q`
+/// (digits and consonants; the last `z` separates time and file number).
 bool IsQueueId(std::string_view text);
 
-/// Whether an id is a short one, which Postfix uses again.
+/// Whether this is a short id; Postfix uses these again after a while.
 bool IsShortId(std::string_view id);
 
 }  // namespace collector

@@ -1,80 +1,17 @@
-// Reads the mail server's log as it grows, through its rotations.
+// Reads Postfix's log as it grows, across rotations.
 #include "tools/maillog_collector/log_tail.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
-#include <stdexcept>
-#include <utility>
+#include <vector>
 
-#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/log.h"
-#include "tools/maillog_collector/log_fields.h"
 
 namespace collector {
 namespace {
 
-constexpr std::size_t kChunk = 262144;  // longer lines do not occur
-
-struct LogFile {
-    std::string path;
-    std::int64_t inode = 0;
-    std::pair<std::int64_t, std::int64_t> changed;  ///< seconds, nanoseconds
-};
-
-/// Checksum of the file's bytes before `offset`, at most `kHeadSize`.
-std::int64_t Checksum(int file, std::int64_t offset)
-{
-    char head[kHeadSize];
-    const auto wanted = static_cast<std::size_t>(std::min(offset, kHeadSize));
-    const ssize_t count = ::pread(file, head, wanted, 0);
-    const auto size = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    return static_cast<std::int64_t>(host::Fnv64({head, size}) >> 1);
-}
-
-std::int64_t SizeOf(int file)
-{
-    struct stat status {};
-    return ::fstat(file, &status) == 0 ? static_cast<std::int64_t>(status.st_size) : -1;
-}
-
-bool IsPacked(const std::string& name)
-{
-    const auto ends = {".gz", ".xz", ".bz2", ".zst"};
-    return std::any_of(ends.begin(), ends.end(),
-                       [&name](const char* end) { return EndsWith(name, end); });
-}
-
-/// The log's older parts beside it, the oldest first.
-std::vector<LogFile> OlderParts(const std::string& path)
-{
-    const std::size_t slash = path.rfind('/');
-    const std::string folder = path.substr(0, slash);
-    const std::string name = path.substr(slash + 1);
-    std::vector<LogFile> parts;
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
-    while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
-        const std::string other = entry->d_name;
-        std::string full = folder;
-        full.append("/").append(other);
-        struct stat status {};
-        if (other == name || other.compare(0, name.size(), name) != 0 || IsPacked(other) ||
-            ::lstat(full.c_str(), &status) < 0 || !S_ISREG(status.st_mode))
-            continue;
-        parts.push_back({std::move(full),
-                         static_cast<std::int64_t>(status.st_ino),
-                         {status.st_mtim.tv_sec, status.st_mtim.tv_nsec}});
-    }
-    std::sort(parts.begin(), parts.end(), [](const LogFile& one, const LogFile& other) {
-        // Of two that changed in the same moment, the higher number is the older.
-        return one.changed != other.changed ? one.changed < other.changed : one.path > other.path;
-    });
-    return parts;
-}
+constexpr std::size_t kChunk = 262144;  // a longer line is skipped
 
 }  // namespace
 
@@ -84,94 +21,110 @@ LogTail::LogTail(const std::string& path, const LogPosition& position) : path_(p
         Open(path_, 0);
     } else if (!Find(position)) {
         host::Log(LOG_WARNING, "mail log: the part of %s that was read last is gone", path.c_str());
-        Open(path_, 0);
+        hasLostPlace_ = true;
+        OpenOldestAfter(position.time);
     }
 }
 
-/// Without such a file there is nothing to read yet.
+/// Opens a file; when there is none, there is nothing to read yet.
 void LogTail::Open(const std::string& path, std::int64_t offset)
 {
-    file_ = host::Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!file_ && errno != ENOENT)
-        throw std::runtime_error("cannot open " + path + ": " + host::ErrnoText());
-    struct stat status {};
-    if (file_) (void)::fstat(file_.get(), &status);
-    inode_ = static_cast<std::int64_t>(status.st_ino);
+    part_ = LogPart(path);
     start_ = offset;
     buffer_.clear();
     returned_ = 0;
     head_ = 0;
     skipping_ = false;
-    if (file_) SkipTornLine();
+    if (!part_) return;
+    if (part_.IsPacked()) head_ = part_.Checksum(kHeadSize);  // to go back for it later takes long
+    SkipTornLine();
 }
 
-/// Whoever goes on in the middle of a line has nothing of it.
+/// Skips the rest of a line when the position is within it.
 void LogTail::SkipTornLine()
 {
     char before = '\n';
-    if (start_ > 0) (void)!::pread(file_.get(), &before, 1, start_ - 1);
+    if (start_ > 0) (void)part_.Read(start_ - 1, &before, 1);
     skipping_ = before != '\n';
 }
 
 bool LogTail::Find(const LogPosition& position)
 {
     std::vector<LogFile> parts = OlderParts(path_);
-    parts.push_back({path_, position.inode, {}});
+    parts.push_back({path_, 0, {}});
     for (const LogFile& part : parts) {
-        if (part.inode != position.inode) continue;
+        LogPart candidate(part.path);
+        if (!candidate || !candidate.Holds(position)) continue;
         Open(part.path, position.offset);
-        const bool same =
-            file_ && inode_ == position.inode && SizeOf(file_.get()) >= position.offset &&
-            (position.head == 0 || Checksum(file_.get(), position.offset) == position.head);
-        head_ = position.offset >= kHeadSize ? position.head : 0;
-        if (same) return true;
+        if (position.offset >= kHeadSize) head_ = position.head;
+        return true;
     }
     return false;
 }
 
-/// Goes on with the log's next part once that has something in it: until then, lines may still be
-/// added to this one. False when there is none yet.
+/// Begins with the oldest part that was written after a moment (seconds since the epoch).
+void LogTail::OpenOldestAfter(std::int64_t time)
+{
+    for (const LogFile& part : OlderParts(path_)) {
+        if (part.changed.first < time) continue;
+        Open(part.path, 0);
+        return;
+    }
+    Open(path_, 0);
+}
+
+/// Whether the log itself is still to come after the part that is being read, and lines are no more
+/// added to that one.
+bool LogTail::IsOver()
+{
+    if (part_.IsPacked()) return true;
+    struct stat current {};
+    return ::stat(path_.c_str(), &current) == 0 && current.st_size > 0 &&
+           static_cast<std::int64_t>(current.st_ino) != part_.inode() &&
+           part_.Size() <= start_ + static_cast<std::int64_t>(buffer_.size());
+}
+
+/// Changes to the log's next file once that has data: until then lines may still be added to this
+/// one. False when there is no next file yet.
 bool LogTail::FindNext()
 {
-    struct stat current {};
-    const bool present = ::stat(path_.c_str(), &current) == 0;
-    if (file_ && (!present || static_cast<std::int64_t>(current.st_ino) == inode_)) return false;
-    if (!file_) {
+    if (!part_) {
         Open(path_, 0);
-        return static_cast<bool>(file_);
+        return static_cast<bool>(part_);
     }
-    if (current.st_size == 0 ||
-        SizeOf(file_.get()) > start_ + static_cast<std::int64_t>(buffer_.size()))
-        return false;
+    if (!IsOver()) return false;
 
+    // It may have been packed meanwhile.
+    const LogPosition place = PositionAt(returned_);
     const std::vector<LogFile> parts = OlderParts(path_);
-    const auto own = std::find_if(parts.begin(), parts.end(),
-                                  [this](const LogFile& part) { return part.inode == inode_; });
+    const auto own = std::find_if(parts.begin(), parts.end(), [&place](const LogFile& part) {
+        return part.inode == place.inode || LogPart(part.path).Holds(place);
+    });
     const bool between = own != parts.end() && own + 1 != parts.end();
     Open(between ? (own + 1)->path : path_, 0);
-    return static_cast<bool>(file_);
+    return static_cast<bool>(part_);
 }
 
-/// Whether the log was cut off, or written anew, below what was read of it.
-bool LogTail::HasChangedBelow() const
+/// Whether the file was truncated or rewritten before the position read so far.
+bool LogTail::HasChangedBelow()
 {
+    if (part_.IsPacked()) return false;
     const std::int64_t end = start_ + static_cast<std::int64_t>(buffer_.size());
-    return SizeOf(file_.get()) < end || (head_ != 0 && Checksum(file_.get(), kHeadSize) != head_);
+    return part_.Size() < end || (head_ != 0 && part_.Checksum(kHeadSize) != head_);
 }
 
-/// Reads on; false at the end of the file.
+/// Reads more bytes; false at the end of the file.
 bool LogTail::Fill()
 {
     const std::size_t had = buffer_.size();
     buffer_.resize(had + kChunk);
-    const ssize_t count = ::pread(file_.get(), buffer_.data() + had, kChunk,
-                                  static_cast<off_t>(start_ + static_cast<std::int64_t>(had)));
-    buffer_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    if (count < 0) throw std::runtime_error("cannot read " + path_ + ": " + host::ErrnoText());
+    const std::size_t count =
+        part_.Read(start_ + static_cast<std::int64_t>(had), buffer_.data() + had, kChunk);
+    buffer_.resize(had + count);
     return count > 0;
 }
 
-/// What the buffer holds up to the last line feed, without the rest of a line that is too long.
+/// The complete lines in the buffer, without the rest of a line that is skipped.
 std::string_view LogTail::WholeLines()
 {
     if (skipping_) {
@@ -197,10 +150,10 @@ std::string_view LogTail::Read()
     buffer_.erase(0, returned_);
     start_ += static_cast<std::int64_t>(returned_);
     returned_ = 0;
-    if (file_ && HasChangedBelow()) Open(path_, 0);
-    if (file_ && head_ == 0 && start_ >= kHeadSize) head_ = Checksum(file_.get(), kHeadSize);
+    if (part_ && HasChangedBelow()) Open(path_, 0);
+    if (part_ && head_ == 0 && start_ >= kHeadSize) head_ = part_.Checksum(kHeadSize);
     for (;;) {
-        while (file_ && Fill()) {
+        while (part_ && Fill()) {
             const std::string_view lines = WholeLines();
             if (!lines.empty()) return lines;
         }
@@ -208,12 +161,13 @@ std::string_view LogTail::Read()
     }
 }
 
-LogPosition LogTail::PositionAt(std::size_t consumed) const
+LogPosition LogTail::PositionAt(std::size_t consumed)
 {
     LogPosition position;
-    position.inode = inode_;
+    position.inode = part_.inode();
     position.offset = start_ + static_cast<std::int64_t>(consumed);
-    position.head = file_ ? Checksum(file_.get(), position.offset) : 0;
+    const bool isKnown = head_ != 0 && position.offset >= kHeadSize;
+    if (part_) position.head = isKnown ? head_ : part_.Checksum(position.offset);
     return position;
 }
 

@@ -1,4 +1,4 @@
-// Waits for the mail server's log to grow.
+// Waiting for Postfix's log to grow.
 #include "tools/maillog_collector/log_watch.h"
 
 #include <poll.h>
@@ -8,7 +8,7 @@
 namespace collector {
 namespace {
 
-constexpr int kLongestWaitMs = 1000;  // also when the kernel tells nothing
+constexpr int kLongestWaitMs = 1000;  // also when inotify reports nothing
 constexpr int kGatherMs = 50;
 
 }  // namespace

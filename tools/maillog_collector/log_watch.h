@@ -1,4 +1,4 @@
-// Waits for the mail server's log to grow.
+// Waiting for Postfix's log to grow.
 #pragma once
 
 #include <string>
@@ -7,13 +7,13 @@
 
 namespace collector {
 
-/// Watches the folder of a log, so that its rotations are seen as well.
+/// Watches the folder of a log, so that rotations are noticed too.
 class LogWatch {
 public:
     explicit LogWatch(const std::string& folder);
 
-    /// Waits until something changed in the folder, at most about a second; lets what belongs
-    /// together gather. Returns early on a signal.
+    /// Waits for a change in the folder, at most about a second, and then 50 ms more for further
+    /// lines. Returns early on a signal.
     void Wait();
 
 private:

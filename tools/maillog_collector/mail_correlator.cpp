@@ -1,4 +1,4 @@
-// Puts together what the lines of the log say about each message.
+// The correlator: makes messages of log lines.
 #include "tools/maillog_collector/mail_correlator.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMostInMemory = 20000;
 
-/// The key of a message's entries. Short ids are used again: they count together with their day.
+/// The key of a message. A short id gets the day added, since Postfix uses it again.
 std::string KeyOf(std::string_view id, std::int64_t date)
 {
     if (!IsShortId(id)) return std::string(id);
@@ -30,7 +30,7 @@ bool IsUndelivered(const Recipient& entry)
     return entry.countsAs == kCountsNowhere;
 }
 
-/// A recipient becomes known: the entry that stood for all of them goes.
+/// Removes the entry that stood for the unknown recipients, when the first recipient is known.
 void DropUnknown(Mail& mail)
 {
     if (!mail.waiting) return;
@@ -59,7 +59,7 @@ MailCorrelator::MailPointer MailCorrelator::Find(std::string_view id)
     MailPointer mail = store_.Load(name);
     if (!mail) return nullptr;
 
-    // Another id of the same message may be here already.
+    // The message may be in memory already under another id.
     for (const std::string& other : store_.IdsOf(mail->key)) {
         const auto known = mails_.find(other);
         if (known != mails_.end() && known->second->key == mail->key) mail = known->second;
@@ -78,7 +78,7 @@ MailCorrelator::MailPointer MailCorrelator::Begin(std::string_view id, std::int6
     return mail;
 }
 
-/// From now on the id is the message's.
+/// Assigns a queue id to the message.
 void MailCorrelator::Name(const MailPointer& mail, std::string_view id)
 {
     mail->ids.emplace_back(id);
@@ -87,7 +87,7 @@ void MailCorrelator::Name(const MailPointer& mail, std::string_view id)
     named = mail;
 }
 
-/// The message that another continues. It may have left the queue.
+/// The message that an event continues, possibly one that has left the queue.
 MailCorrelator::MailPointer MailCorrelator::FindContinued(std::string_view id, std::int64_t time)
 {
     MailPointer mail = Find(id);
@@ -109,7 +109,8 @@ void MailCorrelator::Touch(const MailPointer& mail)
     mail->changed = true;
 }
 
-/// The entry of a recipient, to be changed. What is known of it counts; a new one has no outcome.
+/// The entry of a recipient, to be changed: from memory or the database, else a new one without
+/// outcome.
 Recipient& MailCorrelator::EntryOf(Mail& mail, std::string_view to)
 {
     std::string address = CleanText(to);
@@ -126,18 +127,18 @@ Recipient& MailCorrelator::EntryOf(Mail& mail, std::string_view to)
     return mail.entries.back();
 }
 
-void MailCorrelator::RefuseWithoutId(const Event& event, std::int64_t time,
-                                     const std::string& lineName)
+void MailCorrelator::JudgeWithoutId(const Event& event, std::int64_t time,
+                                    const std::string& lineName)
 {
     auto mail = std::make_shared<Mail>();
     mail->key = lineName;
     mail->date = time;
     mail->from = CleanText(event.from);
-    SetOutcome(EntryOf(*mail, event.to), MAIL_BOUNCE, MAIL_BOUNCE);
+    Deliver(*mail, event);
     Touch(mail);
 }
 
-/// Adds a message that turned out to be part of another.
+/// Merges a message that turned out to be part of another.
 void MailCorrelator::Absorb(const MailPointer& whole, const MailPointer& part)
 {
     Mail& mail = *whole;
@@ -180,6 +181,7 @@ void MailCorrelator::Join(const Event& event, std::int64_t time)
     } else if (part != mail) {
         Absorb(mail, part);
     }
+    if (event.requeued) End(mail, event.other);  // it has become this one
     Touch(mail);
 }
 
@@ -187,7 +189,7 @@ void MailCorrelator::Describe(Mail& mail, const Event& event)
 {
     if (event.kind == EventKind::kMessageId) {
         if (!mail.messageId.empty()) return;
-        mail.messageId = CleanText(event.messageId);
+        mail.messageId = CleanId(event.messageId);
     } else {
         if (mail.queued) return;
         mail.from = CleanText(event.from);
@@ -230,8 +232,8 @@ void MailCorrelator::Deliver(Mail& mail, const Event& event)
     }
 }
 
-/// No recipient that still waits will get the message.
-void MailCorrelator::GiveUp(Mail& mail)
+/// Sets one outcome for all recipients without delivery.
+void MailCorrelator::SettleWaiting(Mail& mail, int status, int countsAs)
 {
     if (mail.hasEntries) {
         for (const Recipient& entry : store_.UndeliveredOf(mail.key)) {
@@ -239,8 +241,16 @@ void MailCorrelator::GiveUp(Mail& mail)
         }
     }
     for (Recipient& entry : mail.entries) {
-        if (IsUndelivered(entry)) SetOutcome(entry, MAIL_BOUNCE, MAIL_BOUNCE);
+        if (IsUndelivered(entry)) SetOutcome(entry, status, countsAs);
     }
+}
+
+/// The message has left the queue. Who still waits in one that was put into the queue again has
+/// been passed on: aliases were looked up anew, and gave others.
+void MailCorrelator::Remove(const MailPointer& mail, std::string_view id)
+{
+    if (mail->requeued && !mail->waiting) SettleWaiting(*mail, MAIL_RESEND, MAIL_RECEIVE);
+    End(mail, id);
 }
 
 void MailCorrelator::End(const MailPointer& mail, std::string_view id)
@@ -254,7 +264,7 @@ void MailCorrelator::End(const MailPointer& mail, std::string_view id)
 void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::string& lineName)
 {
     if (event.id.empty()) {
-        RefuseWithoutId(event, time, lineName);
+        JudgeWithoutId(event, time, lineName);
         return;
     }
     if (event.kind == EventKind::kJoined) {
@@ -278,21 +288,24 @@ void MailCorrelator::Apply(const Event& event, std::int64_t time, const std::str
             Describe(*mail, event);
             break;
         case EventKind::kExpired:
-            GiveUp(*mail);
+            SettleWaiting(*mail, MAIL_BOUNCE, MAIL_BOUNCE);
             break;
         case EventKind::kDeleted:
-            GiveUp(*mail);
+            SettleWaiting(*mail, MAIL_BOUNCE, MAIL_BOUNCE);
             End(mail, event.id);
             break;
         case EventKind::kRemoved:
-            End(mail, event.id);
+            Remove(mail, event.id);
+            break;
+        case EventKind::kProbed:
+            DropUnknown(*mail);
             break;
         case EventKind::kScanned:
             break;
         default:
             Deliver(*mail, event);
     }
-    // The other id was mentioned before, by whoever made it; if not, it has left the queue.
+    // The other id is known from earlier lines, unless that message has left the queue.
     if (event.other.empty() || !Find(event.other)) return;
     Event join;
     join.id = event.other;

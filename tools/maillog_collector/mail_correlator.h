@@ -1,4 +1,4 @@
-// Puts together what the lines of the log say about each message.
+// The correlator: makes messages of log lines.
 #pragma once
 
 #include <cstdint>
@@ -15,23 +15,24 @@ namespace collector {
 
 class MailStore;
 
-/// Follows every message from its first line to its last. Lines come from many processes, so only
+/// Follows each message from its first line to its last. Lines of many processes are mixed; only
 /// queue ids tell which belong together.
 class MailCorrelator {
 public:
-    /// `store` (borrowed) knows the messages that are under way since earlier.
+    /// `store` must outlive the object; it has the unfinished messages of earlier runs.
     explicit MailCorrelator(MailStore& store) : store_(store) {}
 
-    /// Takes an event in. `lineName` is the line's own name, the same whenever it is read: the key
-    /// of what is refused without a queue id. Throws SQLite::Exception.
+    /// Processes an event. `lineName` identifies the line, the same at each reading; it is the key
+    /// of a message refused without a queue id. Throws SQLite::Exception.
     void Apply(const Event& event, std::int64_t time, const std::string& lineName);
 
-    /// Messages that changed since the last call of `Stored`.
+    /// The messages changed since the last call of `Stored`.
     const std::vector<std::shared_ptr<Mail>>& Changed() const { return changed_; }
-    /// Queue ids that will not be mentioned any more.
+    /// Queue ids that no later line will have.
     const std::vector<std::string>& Ended() const { return ended_; }
 
-    /// All changes are stored. Keeps memory bounded, whatever is under way.
+    /// To be called when all changes are stored. Also limits the memory used for unfinished
+    /// messages.
     void Stored();
 
 private:
@@ -46,14 +47,15 @@ private:
     void Join(const Event& event, std::int64_t time);
     void Absorb(const MailPointer& whole, const MailPointer& part);
     Recipient& EntryOf(Mail& mail, std::string_view to);
-    void RefuseWithoutId(const Event& event, std::int64_t time, const std::string& lineName);
+    void JudgeWithoutId(const Event& event, std::int64_t time, const std::string& lineName);
     void Describe(Mail& mail, const Event& event);
     void Deliver(Mail& mail, const Event& event);
-    void GiveUp(Mail& mail);
+    void SettleWaiting(Mail& mail, int status, int countsAs);
+    void Remove(const MailPointer& mail, std::string_view id);
     void End(const MailPointer& mail, std::string_view id);
 
     MailStore& store_;
-    std::unordered_map<std::string, MailPointer> mails_;  ///< by queue id; the ended ones too
+    std::unordered_map<std::string, MailPointer> mails_;  ///< by queue id, ended ones too
     std::vector<MailPointer> changed_;
     std::vector<std::string> ended_;
 };

@@ -1,4 +1,4 @@
-// The mail-log database as the collector writes it.
+// The mail log's database, written by the collector.
 #include "tools/maillog_collector/mail_store.h"
 
 #include <stdexcept>
@@ -8,8 +8,8 @@
 namespace collector {
 namespace {
 
-constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; a client may break off unseen
-constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // Postfix gives up long before
+constexpr std::int64_t kUnqueuedLife = 3600;        // seconds; clients may disconnect unlogged
+constexpr std::int64_t kQueuedLife = 45 * 86400LL;  // seconds; Postfix gives up long before
 constexpr int kMostUnderWay = 200000;
 
 enum StateBit : int { kQueued = 1, kRequeued = 2, kWaiting = 4, kHasEntries = 8 };
@@ -29,7 +29,7 @@ SQLite::Database Open(const std::string& path)
     return *std::move(database);
 }
 
-/// Binds values in their order, runs the statement and makes it ready for the next time.
+/// Binds values in order, runs the statement and resets it. Returns the number of rows changed.
 template <typename... Values>
 int Run(SQLite::Statement& statement, const Values&... values)
 {
@@ -40,7 +40,7 @@ int Run(SQLite::Statement& statement, const Values&... values)
     return changed;
 }
 
-/// Resets a query when its rows are read, or reading them failed.
+/// Resets a query at the end of the scope, also after an exception.
 class Query {
 public:
     explicit Query(SQLite::Statement& statement) : statement_(statement) {}
@@ -58,7 +58,7 @@ private:
 
 MailStore::MailStore(const std::string& path)
     : database_(Open(path)),
-      position_(database_, "SELECT inode, offset, head, clearings FROM position"),
+      position_(database_, "SELECT inode, offset, head, clearings, time FROM position"),
       load_(database_,
             "SELECT root_id, message_id, mail_from, size, recipients, date, seen, state "
             "FROM message WHERE queue_id = ?"),
@@ -81,7 +81,7 @@ MailStore::MailStore(const std::string& path)
       absorb_(database_, "UPDATE OR IGNORE entry SET queue_id = ? WHERE queue_id = ?"),
       addMessage_(database_, "INSERT OR REPLACE INTO message VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"),
       endMessage_(database_, "DELETE FROM message WHERE queue_id = ?"),
-      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?")
+      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?, time = ?")
 {
 }
 
@@ -94,12 +94,13 @@ LogPosition MailStore::Position()
     position.offset = position_.getColumn(1).getInt64();
     position.head = position_.getColumn(2).getInt64();
     clearings_ = position_.getColumn(3).getInt64();
+    position.time = position_.getColumn(4).getInt64();
     return position;
 }
 
 std::int64_t MailStore::LatestDate()
 {
-    return database_.execAndGet("SELECT coalesce(max(date), 0) FROM entry").getInt64();
+    return host::maillog::LatestDate(database_);
 }
 
 std::unique_ptr<Mail> MailStore::Load(const std::string& id)
@@ -204,13 +205,14 @@ void MailStore::StoreMail(const Mail& mail)
 
 void MailStore::StorePosition(const LogPosition& position)
 {
-    (void)Run(setPosition_, position.inode, position.offset, position.head);
+    (void)Run(setPosition_, position.inode, position.offset, position.head, position.time);
 }
 
-/// The texts go into the search index at once: entry by entry, it would be written out each time.
+/// Texts are added to the search index all at once; entry by entry, the index would be written each
+/// time.
 void MailStore::StoreMails(const std::vector<std::shared_ptr<Mail>>& mails)
 {
-    // First, since what is added next may get the number of what goes.
+    // Removed first, since a new entry may get the id of a removed one.
     for (const auto& mail : mails) {
         if (mail->nowKnown) (void)Run(removeUnknown_, mail->key);
         for (const std::string& key : mail->absorbed) Absorb(*mail, key);

@@ -1,4 +1,4 @@
-// The mail-log database as the collector writes it.
+// The mail log's database, written by the collector.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -13,8 +13,8 @@
 
 namespace collector {
 
-/// Entries, messages under way and the position in the log, changed together or not at all. All
-/// functions throw SQLite::Exception.
+/// Entries, unfinished messages and the log position; changed in one transaction. All functions
+/// throw SQLite::Exception.
 class MailStore {
 public:
     /// Opens the database at `path` and creates it as needed. Throws std::runtime_error for one of
@@ -22,26 +22,27 @@ public:
     explicit MailStore(const std::string& path);
 
     LogPosition Position();
-    /// Time of the latest entry; 0 without any.
+    /// Time of the latest entry; 0 when there is none.
     std::int64_t LatestDate();
 
-    /// The message with this queue id that is under way; null when there is none.
+    /// The unfinished message with this queue id; null when there is none.
     std::unique_ptr<Mail> Load(const std::string& id);
-    /// The message with this key that has entries but is not under way; null when there is none.
+    /// The finished message with this key, if it has entries; null when there is none.
     std::unique_ptr<Mail> LoadEnded(const std::string& key);
     /// All queue ids of the message with this key.
     std::vector<std::string> IdsOf(const std::string& key);
-    /// Completes the entry for `entry.to`, if there is one.
+    /// Completes `entry` from the stored one for `entry.to`, if there is one.
     void LoadEntry(const std::string& key, Recipient& entry);
-    /// Entries nothing has become of so far.
+    /// The entries of a message that have no outcome yet.
     std::vector<Recipient> UndeliveredOf(const std::string& key);
 
-    /// Stores changed messages, ended queue ids and the position in one transaction. False, and
-    /// nothing stored, when somebody cleared the log since the position was read.
+    /// Stores changed messages, ended queue ids and the position in one transaction. False, with
+    /// nothing stored, when the log was cleared since the position was read.
     bool Store(const std::vector<std::shared_ptr<Mail>>& mails,
                const std::vector<std::string>& ended, const LogPosition& position);
 
-    /// Forgets messages that were not mentioned for long by `now`, and the oldest of too many.
+    /// Forgets unfinished messages without a line for long before `now`, and the oldest when there
+    /// are too many.
     void Forget(std::int64_t now);
 
 private:

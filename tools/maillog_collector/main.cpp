@@ -3,7 +3,7 @@
 //
 //   maillog_collector [--root FOLDER] [--once]
 //
-// FOLDER stands for "/"; with --once it takes in what the log holds and ends.
+// FOLDER is used as "/"; with --once it reads what the log has and ends.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -45,11 +45,11 @@ std::string LogFolder()
     return path.substr(0, path.rfind('/'));
 }
 
-/// Collects until a signal or a failure ends it; false for a failure. Says the same failure once.
+/// Collects until a signal or a failure; false after a failure. Logs a repeated failure only once.
 bool Collect(std::string& lastFailure, bool once)
 {
     try {
-        // Before the first look, so that nothing comes in between unseen.
+        // Made before the first read, so that no change is missed in between.
         collector::LogWatch watch(LogFolder());
         collector::Collector collector;
         while (ended == 0) {

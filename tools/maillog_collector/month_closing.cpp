@@ -1,12 +1,13 @@
-// The end of a month: its entries become a file of their own.
+// Closing a month: its entries are moved to a database of their own.
 //
-// In one transaction over both files, what goes on is moved from the current database to its
-// successor; the position in the log is part of that. So a current database without a position is a
-// closed month, and the successor beside it is whole. Until then, the successor is worth nothing.
+// One transaction over both files moves the log position and what else continues from the current
+// database to its successor. So a current database without a position is a closed month with a
+// complete successor beside it. With a position, the successor is an incomplete one and is removed.
 #include "tools/maillog_collector/month_closing.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <dirent.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,7 +31,6 @@ namespace {
 constexpr std::size_t kMonthsKept = 12;
 constexpr std::int64_t kTotalsKept = 400 * 86400LL;  // seconds
 constexpr int kPatienceMs = 1000;
-constexpr int kMostOfAMonth = 9;
 
 constexpr char kMoveOn[] = R"(
 INSERT INTO next.entry
@@ -55,29 +55,18 @@ void Require(bool done, const char* what)
     if (!done) throw std::runtime_error(std::string(what) + ": " + host::ErrnoText());
 }
 
-std::string MonthName(std::int64_t time)
-{
-    const auto seconds = static_cast<std::time_t>(time);
-    std::tm parts{};
-    (void)localtime_r(&seconds, &parts);
-    char name[16];
-    return {name, std::strftime(name, sizeof name, "%Y-%m", &parts)};
-}
-
 bool HasPosition(SQLite::Database& database)
 {
     return database.execAndGet("SELECT count(*) FROM position").getInt() != 0;
 }
 
-std::int64_t LatestDate(SQLite::Database& database)
-{
-    return database.execAndGet("SELECT coalesce(max(date), 0) FROM entry").getInt64();
-}
-
-/// Takes the database out of the write-ahead log, which needs it for itself.
+/// Switches the database back to a rollback journal; false while others have it open.
 bool LeaveWriteAheadLog(SQLite::Database& database)
 {
-    return database.execAndGet("PRAGMA journal_mode = DELETE").getString() == "delete";
+    const int result = database.tryExec("PRAGMA journal_mode = DELETE");
+    if (result == SQLITE_BUSY) return false;
+    if (result != SQLITE_OK) throw SQLite::Exception(database.getHandle(), result);
+    return true;
 }
 
 bool IsSameFile(const std::string& one, const std::string& other)
@@ -88,19 +77,16 @@ bool IsSameFile(const std::string& one, const std::string& other)
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Gives the closed month its name. Another file of that month is left alone.
-void LinkMonth(const std::string& month)
+/// Gives the closed month the name of the month of `time`. When another file has it, adds a number:
+/// 2026-10-2.db.
+void LinkMonth(std::int64_t time)
 {
     const std::string live = host::maillog::MailLogLivePath();
-    const std::string name = host::maillog::MailLogFolder() + "/" + month;
-    for (int number = 1; number <= kMostOfAMonth; ++number) {
-        std::string path = name;
-        if (number > 1) path.append("-").append(std::to_string(number));
-        path.append(".db");
+    for (const std::string& path : host::maillog::MonthPaths(time)) {
         if (::link(live.c_str(), path.c_str()) == 0 || IsSameFile(live, path)) return;
         Require(errno == EEXIST, "cannot name the month");
     }
-    throw std::runtime_error("too many files of the month " + month);
+    throw std::runtime_error("too many files of one month");
 }
 
 bool IsMonth(const std::string& name)
@@ -164,7 +150,7 @@ bool CloseMonth()
             if (!next) throw std::runtime_error(next.reason().text);
         }
         Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
-        MoveOn(database, LatestDate(database));
+        MoveOn(database, host::maillog::LatestDate(database));
     }
     FinishClosing();
     return true;
@@ -179,9 +165,9 @@ void FinishClosing()
     {
         SQLite::Database database(live, SQLite::OPEN_READWRITE, kPatienceMs);
         if (HasPosition(database)) return;
-        latest = LatestDate(database);
+        latest = host::maillog::LatestDate(database);
     }
-    if (latest != 0) LinkMonth(MonthName(latest));
+    if (latest != 0) LinkMonth(latest);
     Require(::rename(SuccessorPath().c_str(), live.c_str()) == 0,
             "cannot put the successor in place");
     host::Log(LOG_INFO, "mail log: a month was closed");

@@ -1,4 +1,4 @@
-// The end of a month: its entries become a file of their own.
+// Closing a month: its entries are moved to a database of their own.
 #pragma once
 
 #include <cstdint>
@@ -6,16 +6,16 @@
 
 namespace collector {
 
-/// The first second of the month after the one that holds `time` (this machine's time zone).
+/// The first second of the month after that of `time`, in the machine's time zone.
 std::int64_t NextMonth(std::int64_t time);
 
-/// Moves the current database into the log's folder, named by the month of its latest entry, and
-/// puts one in its place that goes on: with the totals, the position and what belongs to messages
-/// under way. The closed month has no write-ahead log. Nobody may have the current database open;
-/// false, and all is as before, while somebody has. Throws std::exception.
+/// Moves the current database into the log's folder, as 2026-10.db for example, and replaces it by
+/// a new one (the successor) with the totals, the log position and the unfinished messages. The
+/// closed month has no write-ahead log. False, with nothing changed, while a reader has the current
+/// database open. Throws std::exception.
 bool CloseMonth();
 
-/// Finishes what a kill interrupted. Throws std::exception.
+/// Completes a closing that was interrupted by a kill. Throws std::exception.
 void FinishClosing();
 
 }  // namespace collector

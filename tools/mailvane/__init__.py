@@ -1,2 +1,2 @@
-"""What the administrator runs: mailvanectl (ctl), mailvane-setup (setup), and what both need
-(common), which knows of neither."""
+"""The administrator's commands: mailvanectl (ctl) and mailvane-setup (setup), and the modules that
+both use (common). common imports neither of the others."""

@@ -1,5 +1,5 @@
-// The counters of the messages, kept in memcached. One command of its protocol counts, makes the
-// counter and tells what is left of its life, so that programs that count at once lose nothing.
+// Counters of messages, kept in memcached. One command increments or creates the counter and
+// returns the rest of its life, so that no count is lost when several programs count.
 #include "tools/rate_policy/counters.h"
 
 #include <sys/socket.h>
@@ -86,7 +86,7 @@ std::optional<Count> Counters::Ask(const std::string& command)
         const std::optional<std::string> number = ReadLine();
         if (number && std::sscanf(number->c_str(), "%llu", &count.messages) == 1) return count;
     }
-    // What may still come would be taken for the answer to the next question.
+    // A late answer would otherwise be read as the answer to the next command.
     Disconnect();
     return std::nullopt;
 }

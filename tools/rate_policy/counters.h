@@ -1,4 +1,4 @@
-// The counters of the messages, kept in memcached.
+// Counters of messages, kept in memcached.
 #pragma once
 
 #include <optional>
@@ -7,12 +7,12 @@
 namespace rate_policy {
 
 struct Count {
-    unsigned long long messages = 0;  ///< in the current hour, the one just counted included
-    long secondsLeft = 0;             ///< until the hour is over
+    unsigned long long messages = 0;  ///< in the current hour, with the one just counted
+    long secondsLeft = 0;             ///< until the hour ends
 };
 
-/// A client of the one memcached that keeps the counters. An hour of a login begins with its first
-/// message and ends with the life of its counter. No answer takes longer than half a second.
+/// A client of memcached. The hour of a login begins with its first message and ends when its
+/// counter expires. Each answer takes half a second at most.
 class Counters {
 public:
     explicit Counters(std::string socketPath);
@@ -20,14 +20,14 @@ public:
     Counters(const Counters&) = delete;
     Counters& operator=(const Counters&) = delete;
 
-    /// Counts one message of a login, by its key. Nothing when memcached does not answer.
+    /// Counts one message of a login (its key). Nothing when memcached does not answer.
     std::optional<Count> Add(const std::string& login);
 
-    /// Takes one message back, so that the counter holds what was let through.
+    /// Uncounts one message, since the counter is for accepted messages only.
     void TakeBack(const std::string& login);
 
-    /// The name of a login's counter: free of blanks and control characters, and no longer than
-    /// memcached takes, whatever the login.
+    /// The name of a login's counter in memcached: without blanks and control characters, and
+    /// within the length limit, whatever the login.
     static std::string KeyOf(const std::string& login);
 
 private:
@@ -39,7 +39,7 @@ private:
 
     std::string path_;
     int socket_ = -1;
-    std::string pending_;  ///< read and not yet used
+    std::string pending_;  ///< received and not yet read
 };
 
 }  // namespace rate_policy

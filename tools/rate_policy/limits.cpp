@@ -1,4 +1,4 @@
-// How many messages a login may send in an hour.
+// The number of messages that a login may send in an hour.
 #include "tools/rate_policy/limits.h"
 
 #include <syslog.h>

@@ -1,10 +1,10 @@
-// hald_rate_policy: refuses for now what a login sends beyond its limit of messages per hour. The
-// mail server runs it through spawn(8) and asks it about each message once, at its end.
+// hald_rate_policy: defers messages of a login beyond its limit per hour. Postfix runs it by
+// spawn(8) and asks it once for each message, at the end of its data.
 //
 //   hald_rate_policy LIMITS SOCKET GENERAL
 //
-// LIMITS is the file of the logins' own limits, SOCKET that of memcached, GENERAL the limit of all
-// other logins.
+// LIMITS is the file with limits of single logins, SOCKET that of memcached, GENERAL the limit of
+// all others.
 #include <syslog.h>
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// One question of the mail server.
+// A policy request of Postfix.
 #include "tools/rate_policy/request.h"
 
 namespace rate_policy {
@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kLongestRequest = std::size_t{64} * 1024;
 
-/// Reads a line without its end, of at most `room` bytes; false when there is none.
+/// Reads a line without its line end, of at most `room` bytes; false when there is none.
 bool ReadLine(std::FILE* input, std::size_t room, std::string& line)
 {
     line.clear();

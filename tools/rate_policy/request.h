@@ -1,4 +1,4 @@
-// One question of the mail server: the lines "name=value" up to an empty one.
+// A policy request of Postfix: lines "name=value" up to an empty one.
 #pragma once
 
 #include <cstdio>
@@ -9,8 +9,7 @@ namespace rate_policy {
 
 using Attributes = std::map<std::string, std::string>;
 
-/// Reads one question. False at the end of the input, and for what is longer than any question of
-/// the mail server: whoever writes that is not it.
+/// Reads one request. False at the end of the input, and for a request longer than any of Postfix.
 bool ReadRequest(std::FILE* input, Attributes& attributes);
 
 }  // namespace rate_policy

@@ -1,7 +1,6 @@
-"""Writes what mailvanectl knows of the actions, from the description of the API.
+"""Writes the reference of the actions for mailvanectl, from the description of the API.
 
-  make_reference.py OPENAPI.YAML ACTIONS.JSON
-"""
+make_reference.py OPENAPI.YAML ACTIONS.JSON"""
 import json
 import sys
 
@@ -9,8 +8,8 @@ import openapi
 
 
 def member(name, schema, required):
-    """One member of a body or one parameter, without what says nothing. A member of a body that is
-    left out keeps what is stored, so that only parameters have a default."""
+    """A member of a body or a parameter, without empty values. Only parameters have a default: a
+    member that is left out keeps what is stored."""
     about = {
         "type": schema.get("type", "string"),
         "items": schema.get("items", {}).get("type"),
@@ -28,7 +27,7 @@ def member(name, schema, required):
 
 
 def word(schema):
-    """How one word stands for an object: the name of its only member, when that is a text, or what
+    """How one word stands for an object: the name of its only member if that is a text, else what
     the schema says."""
     properties = schema.get("properties", {})
     only = list(properties) if len(properties) == 1 else []
@@ -62,7 +61,7 @@ def members(kind, operation):
 
 
 def reasons(operation):
-    """What each errinfo means, by section and key."""
+    """The meaning of each errinfo, by section and key."""
     found = {}
     for schema in openapi.answer_schemas(operation):
         section = openapi.constant(schema, "errinfo", "sec")
@@ -74,7 +73,7 @@ def reasons(operation):
 
 
 def shown(node, found):
-    """Collects of an answer's members those that hold markup, and the masks of passwords."""
+    """Collects the members of an answer that contain markup, and the masks of passwords."""
     for child in node if isinstance(node, list) else []:
         shown(child, found)
     for name, child in node.items() if isinstance(node, dict) else []:
@@ -87,8 +86,8 @@ def shown(node, found):
 
 
 def examples(name, operation):
-    """Command lines behind `mailvanectl`: those that are written, else, for what needs nothing
-    more, the name alone."""
+    """Command lines after `mailvanectl`: the examples of the document, or, for an action without
+    required members, its name."""
     return [" ".join([name, words]).rstrip() for words in operation.get("x-examples", [""])]
 
 

@@ -1,7 +1,6 @@
-"""docs/openapi.yaml as plain data: every reference replaced by what it names, every allOf merged.
+"""Loads docs/openapi.yaml as plain data, with every reference and every allOf resolved.
 
-Read when the package is built and by the tests; needs python3-yaml.
-"""
+Used by the build of the package and by the tests; needs python3-yaml."""
 import os
 
 import yaml
@@ -10,11 +9,11 @@ READ, WRITE, UPLOAD = "read", "write", "upload"
 
 
 class Document:
-    """The files of one document."""
+    """A document of one or more files."""
 
     def __init__(self, path):
         self._files = {}
-        self.references = set()  # every $ref as it is written, for who looks for loose ends
+        self.references = set()  # every $ref as written, to find unused parts
         self._top = os.path.abspath(path)
         self.raw = self._file(self._top)
         self.root = self._expand(self.raw, self._top)
@@ -66,7 +65,7 @@ class Document:
 
 
 def merged(below, above):
-    """One schema that asks for what both ask for; a key of both is the upper one's."""
+    """The schema that requires what both require; for a key of both, that of `above`."""
     result = {**below, **above}
     if "required" in below and "required" in above:
         result["required"] = list(dict.fromkeys(below["required"] + above["required"]))
@@ -78,7 +77,7 @@ def merged(below, above):
 
 
 def answer_schemas(operation):
-    """The shapes that the answer of an operation can have; none for a download."""
+    """The schemas of an operation's answer; none for a download."""
     for media in operation["responses"]["200"]["content"].values():
         schema = media.get("schema")
         return schema.get("anyOf", [schema]) if schema else []
@@ -86,7 +85,7 @@ def answer_schemas(operation):
 
 
 def constant(schema, *path):
-    """The only value that a member of a schema can have, None when there are several."""
+    """The only value that a member of a schema can have; None when there are several."""
     for name in path:
         schema = schema.get("properties", {}).get(name, {})
     return schema.get("const")

@@ -3,8 +3,8 @@
 //   hald_report --due   sends it if its time has come; for the timer
 //   hald_report --now   sends one about the last 24 hours, enabled or not
 //
-// Exit status 0 when nothing was due or the report was taken, 1 when it was not, 2 for a wrong
-// call.
+// Exit status: 0 when the report was sent or none was due, 1 when sending failed, 2 for wrong
+// arguments.
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::int64_t kDay = 86400;
 
-/// Composes and sends one.
+/// Makes and sends a report.
 host::Result<void> SendReport(const Reporter& reporter, const report::Period& period,
                               std::int64_t now)
 {
@@ -61,7 +61,7 @@ host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
     const std::int64_t moment = report::LatestMoment(reporter.GetReportTime(), now);
     const auto progress = report::ReadProgress();
     if (!progress || !reporter.IsEnabled()) {
-        // The first report tells about what comes after the report was switched on.
+        // The first report covers the time since reports were switched on.
         const bool noted = progress && progress->doneUntil >= moment;
         return noted ? host::Result<void>() : report::WriteProgress({moment, 0, 0});
     }
@@ -69,8 +69,7 @@ host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
     const auto period = report::DuePeriod(*progress, moment, now);
     if (!period) return {};
 
-    // Noted before it is made: an attempt that is killed, or whose end cannot be noted, is not made
-    // again at every run.
+    // Stored before the attempt, so that one that is killed is not repeated at every run.
     const report::Progress after = report::AfterFailure(*progress, now);
     host::Result<void> done = report::WriteProgress(after);
     if (!done) return done;

@@ -1,5 +1,5 @@
-// The report as a mail message: multipart/alternative, everything that may hold more than plain
-// ASCII in base64.
+// The report as a mail message: multipart/alternative, with base64 for everything that is not plain
+// ASCII.
 #include "tools/report/letter.h"
 
 #include <algorithm>
@@ -34,8 +34,8 @@ std::string Base64(const std::string& bytes)
     return text;
 }
 
-/// As it can stand in a header: plain words, which may hold these marks too, as they are; anything
-/// else as encoded words that break between characters.
+/// A text for a header: unchanged when it is ASCII letters, digits, blanks and `marks`, else as
+/// encoded words (RFC 2047) that do not split characters.
 std::string HeaderText(const std::string& text, const std::string& marks)
 {
     const auto isPlain = [&marks](char c) {

@@ -1,5 +1,5 @@
-// Gathers what the report tells. Reads target/etc/maillog/*.db and the scanner's log, runs
-// postqueue, asks the file systems and runs the self-check.
+// Gathers the data of the report. Reads target/etc/maillog/*.db and the scanner's log, runs
+// postqueue and the self-check, and queries the file systems.
 #include "tools/report/report_data.h"
 
 #include <sys/statvfs.h>
@@ -10,10 +10,12 @@
 
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
+#include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/mail_queue.h"
 #include "platform/mailvane/analyzer.h"
+#include "platform/mailvane/mail_log.h"
 
 namespace report {
 
@@ -30,34 +32,32 @@ void Add(Volume& sum, const Volume& more)
     sum.bytes += more.bytes;
 }
 
-/// The log of an older month than the current one lies beside it under that month's name.
+/// The databases that may hold entries of a period, which is a month at most.
 std::vector<std::string> LogFiles(const Period& period)
 {
-    const auto begin = static_cast<std::time_t>(period.begin);
-    std::tm parts{};
-    std::array<char, 16> month{};
-    (void)localtime_r(&begin, &parts);
-    (void)std::strftime(month.data(), month.size(), "%Y-%m.db", &parts);
-    const std::string folder = host::PackagePath("target/etc/maillog/");
-    return {folder + month.data(), folder + "maillog.db"};
+    std::vector<std::string> paths = host::maillog::MonthPaths(period.begin);
+    paths.push_back(host::maillog::MailLogFolder() + "/maillog.db");
+    return paths;
 }
 
-void AddStatuses(SQLite::Database& database, const Period& period, MailCounts& counts)
+void AddOutcomes(SQLite::Database& database, const Period& period, MailCounts& counts)
 {
     SQLite::Statement query(database,
-                            "SELECT status, count(*), sum(size) FROM entry "
-                            "WHERE date >= ? AND date < ? GROUP BY status");
+                            "SELECT coalesce(counts_as, status), status, count(*), sum(size) "
+                            "FROM entry WHERE date >= ? AND date < ? GROUP BY 1, 2");
     query.bind(1, period.begin);
     query.bind(2, period.end);
     while (query.executeStep()) {
-        const auto status = static_cast<std::size_t>(query.getColumn(0).getInt());
-        if (status >= counts.byStatus.size()) continue;
-        Add(counts.byStatus[status],
-            {query.getColumn(1).getInt64(), query.getColumn(2).getInt64()});
+        const int outcome = query.getColumn(0).getInt();
+        const Volume volume{query.getColumn(2).getInt64(), query.getColumn(3).getInt64()};
+        const bool isKnown =
+            outcome == MAIL_SEND || outcome == MAIL_RECEIVE || outcome == MAIL_BOUNCE;
+        Add(isKnown ? counts.byOutcome[static_cast<std::size_t>(outcome)] : counts.waiting, volume);
+        if (isKnown && query.getColumn(1).getInt() == MAIL_RESEND) Add(counts.resent, volume);
     }
 }
 
-/// `select` gives address, messages and bytes.
+/// Adds the rows of a query: address, messages, bytes.
 void AddRanks(SQLite::Database& database, const Period& period, const char* select, Tally& tally)
 {
     SQLite::Statement query(database, select);
@@ -82,14 +82,14 @@ host::Result<bool> AddLog(const std::string& path, const Period& period, Tallies
     if (!database) return std::move(database).reason();
     if (!*database) return false;
 
-    AddStatuses(**database, period, tallies.counts);
+    AddOutcomes(**database, period, tallies.counts);
     AddRanks(**database, period,
              "SELECT mail_from, count(*), sum(size) FROM entry "
              "WHERE date >= ? AND date < ? GROUP BY mail_from",
              tallies.senders);
     AddRanks(**database, period,
              "SELECT mail_to, count(*), sum(size) FROM entry "
-             "WHERE date >= ? AND date < ? GROUP BY mail_to",
+             "WHERE date >= ? AND date < ? AND mail_to <> '' GROUP BY mail_to",
              tallies.recipients);
     return true;
 }
@@ -112,7 +112,7 @@ bool Has(const std::string& line, const char* text)
     return line.find(text) != std::string::npos;
 }
 
-/// Takes one of the scanner's logs; false when there is none.
+/// Counts the lines of one of the scanner's logs; false when there is no such file.
 bool AddScans(const std::string& path, const Period& period, std::int64_t now, ScanCounts& counts)
 {
     std::ifstream log(path);

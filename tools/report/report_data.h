@@ -1,5 +1,5 @@
-// What the report tells about a period: gathered from the mail log, the scanner's log, the queue,
-// the disks and the self-check.
+// The data of the report about a period, from the mail log, the scanner's log, the queue, the file
+// systems and the self-check.
 #pragma once
 
 #include <array>
@@ -10,14 +10,14 @@
 
 namespace report {
 
-/// Seconds since the epoch; the end does not belong to it.
+/// Seconds since the epoch, without `end` itself.
 struct Period {
     std::int64_t begin = 0;
     std::int64_t end = 0;
 };
 
 struct Volume {
-    std::int64_t messages = 0;  ///< one per message and recipient
+    std::int64_t messages = 0;  ///< number of messages and recipients: two for one to two
     std::int64_t bytes = 0;
 };
 
@@ -27,8 +27,10 @@ struct Rank {
 };
 
 struct MailCounts {
-    std::array<Volume, 4> byStatus;  ///< by `MailStatus`
-    std::vector<Rank> senders;       ///< those with most messages, first the greatest
+    std::array<Volume, 3> byOutcome;  ///< by `MailStatus`: sent, received, bounced
+    Volume waiting;                   ///< nothing has become of them yet
+    Volume resent;                    ///< of those with an outcome, at a later attempt or elsewhere
+    std::vector<Rank> senders;        ///< those with most messages, the most first
     std::vector<Rank> recipients;
 };
 
@@ -38,10 +40,10 @@ struct ScanCounts {
 };
 
 struct QueueState {
-    bool isWhole = true;      ///< false: the queue is longer than what was counted
+    bool isWhole = true;      ///< false when the queue is longer than what was counted
     int waiting = 0;          ///< messages of all queues
-    int deferred = 0;         ///< of these, waiting for another try
-    std::int64_t oldest = 0;  ///< age of the oldest, seconds
+    int deferred = 0;         ///< of these, to be tried again
+    std::int64_t oldest = 0;  ///< age of the oldest in seconds
 };
 
 struct Disk {
@@ -55,7 +57,7 @@ struct CheckResult {
     std::string status;
 };
 
-/// What could not be had is empty.
+/// Data that could not be obtained is empty.
 struct Data {
     std::string host;  ///< name of the mail server
     Period period;
@@ -68,8 +70,8 @@ struct Data {
 
 Data Gather(const Period& period);
 
-/// Parts of `Gather` that read files: the mail log's databases, and the scanner's logs as they are
-/// on `now` (their lines have no year).
+/// Parts of `Gather`: count the entries of the mail log's databases, and the lines of the scanner's
+/// logs, whose year follows from `now` (their lines have none).
 std::optional<MailCounts> CountMail(const Period& period);
 std::optional<ScanCounts> CountScans(const Period& period, std::int64_t now);
 

@@ -1,4 +1,4 @@
-// The report in words. Both forms are made of the same sections.
+// The report as text. Plain text and HTML are made from the same sections.
 #include "tools/report/report_text.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ struct Section {
     std::string remark;                          ///< instead of rows
 };
 
-const char* const kStatusNames[] = {"Sent", "Received", "Bounced", "Being retried"};
+const char* const kOutcomeNames[] = {"Sent", "Received", "Bounced"};
 
 std::string SizeText(std::uint64_t bytes)
 {
@@ -43,7 +43,7 @@ std::string TimeText(std::int64_t moment)
     return text.data();
 }
 
-/// A text that came from outside, fit to be shown.
+/// Foreign text, made safe to be shown.
 std::string Shown(std::string text)
 {
     if (host::names::IsPlainText(text)) return text;
@@ -59,16 +59,18 @@ std::vector<std::string> VolumeRow(const std::string& name, const Volume& volume
             SizeText(static_cast<std::uint64_t>(std::max<std::int64_t>(volume.bytes, 0)))};
 }
 
-Section StatusSection(const Data& data)
+Section OutcomeSection(const Data& data)
 {
-    Section section{"Messages by status", {}, ""};
+    Section section{"Messages by outcome", {}, ""};
     if (!data.mail) {
         section.remark = "There is no mail log.";
         return section;
     }
-    for (std::size_t i = 0; i < data.mail->byStatus.size(); ++i) {
-        section.rows.push_back(VolumeRow(kStatusNames[i], data.mail->byStatus[i]));
+    for (std::size_t i = 0; i < data.mail->byOutcome.size(); ++i) {
+        section.rows.push_back(VolumeRow(kOutcomeNames[i], data.mail->byOutcome[i]));
     }
+    section.rows.push_back(VolumeRow("Waiting", data.mail->waiting));
+    section.rows.push_back(VolumeRow("Resent, of all but the waiting", data.mail->resent));
     return section;
 }
 
@@ -131,7 +133,7 @@ Section CheckSection(const Data& data)
 
 std::vector<Section> Sections(const Data& data)
 {
-    std::vector<Section> sections{StatusSection(data)};
+    std::vector<Section> sections{OutcomeSection(data)};
     if (data.mail) {
         sections.push_back(RankSection("Top senders", data.mail->senders));
         sections.push_back(RankSection("Top recipients", data.mail->recipients));
@@ -171,7 +173,7 @@ std::string Escaped(const std::string& text)
     return escaped;
 }
 
-/// One line: the first column padded, the others behind it.
+/// One line: the first column padded, then the others.
 std::string PlainRow(const std::vector<std::string>& row)
 {
     constexpr std::size_t kFirstColumn = 40;

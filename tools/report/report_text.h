@@ -1,4 +1,4 @@
-// The report in words: plain text and HTML.
+// The report as text: plain and HTML.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace report {
 
-/// The day that the report is about, for its subject.
+/// The subject, with the day of the report.
 std::string Title(const Data& data);
 
-/// The whole report, UTF-8 with "\n" line ends. What comes from mail is shown, never believed: in
-/// HTML it is escaped, and control characters and bytes that are no UTF-8 become "?".
+/// The whole report, in UTF-8 with "\n" line ends. Foreign text is escaped in HTML, and control
+/// characters and bytes that are not UTF-8 become "?".
 std::string PlainText(const Data& data);
 std::string Html(const Data& data);
 

@@ -1,4 +1,4 @@
-// When the report is due. Keeps etc/report.state.
+// The times of the report. Reads and writes etc/report.state.
 #include "tools/report/schedule.h"
 
 #include <algorithm>

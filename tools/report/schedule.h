@@ -1,4 +1,4 @@
-// When the report is due.
+// The times of the report.
 #pragma once
 
 #include <cstdint>
@@ -10,27 +10,27 @@
 
 namespace report {
 
-/// What is known of the reports so far: etc/report.state.
+/// State of the reports: etc/report.state.
 struct Progress {
-    std::int64_t doneUntil = 0;    ///< end of the period that the last report told about
-    std::int64_t nextAttempt = 0;  ///< not before this moment; 0 when nothing has failed
-    int attempts = 0;              ///< failed ones since the last report
+    std::int64_t doneUntil = 0;    ///< end of the period of the last report
+    std::int64_t nextAttempt = 0;  ///< earliest time of the next attempt; 0 without failures
+    int attempts = 0;              ///< failed attempts since the last report
 };
 
-/// Nothing before the first run.
+/// Reads the state; nothing before the first run.
 std::optional<Progress> ReadProgress();
 host::Result<void> WriteProgress(const Progress& progress);
 
-/// The last moment, `now` at the latest, at which the clock showed the report's time. Hours above
-/// 23 and minutes above 59 count as 23 and 59.
+/// The latest time, not after `now`, at which the clock showed the report's time. Hours above 23
+/// and minutes above 59 count as 23 and 59.
 std::int64_t LatestMoment(const Reporter::Time& time, std::int64_t now);
 
-/// The period that a report due now tells about: from the end of the last one, a week at most. Days
-/// whose report could not be sent are in it. Nothing when no report is due.
+/// The period of a report that is due now: from the end of the last one, but a week at most, so
+/// that it covers days whose report could not be sent. Nothing when none is due.
 std::optional<Period> DuePeriod(const Progress& progress, std::int64_t moment, std::int64_t now);
 
-/// After another failed attempt: the next one is 5 minutes later, then 10, 20, 40, and 60 from
-/// there on.
+/// The state after a failed attempt. The next attempt is 5 minutes later, then 10, 20, 40, and 60
+/// from then on.
 Progress AfterFailure(const Progress& progress, std::int64_t now);
 
 }  // namespace report

@@ -1,4 +1,4 @@
-// Sends a message through an SMTP account, with libcurl.
+// Sending a message by an SMTP account, with libcurl.
 #include "tools/report/smtp_client.h"
 
 #include <curl/curl.h>
@@ -23,12 +23,11 @@ namespace {
 constexpr int kTlsPort = 465;
 constexpr long kConnectLimit = 20;  // seconds
 constexpr long kLimit = 120;
-const char kAuthorities[] = "/etc/ssl/certs/ca-certificates.crt";
 
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
-/// What is left of the message.
+/// The part of the message still to be sent.
 struct Rest {
     const char* bytes;
     std::size_t size;
@@ -44,12 +43,13 @@ std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* r
     return given;
 }
 
-/// Whom to believe: the machine's authorities, and the certificate that this mail server shows.
+/// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail
+/// server.
 std::string TrustedCertificates()
 {
     std::string trusted;
-    if (!host::ReadFile(host::Path(kAuthorities), trusted)) trusted.clear();
-    // Of our own files the certificate alone: they may hold more than that.
+    if (!host::ReadFile(host::Path(host::kAuthorities), trusted)) trusted.clear();
+    // Only the certificate is taken from our files, which may also have a key.
     for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
         std::string text;
         if (!host::ReadFile(host::PackagePath(own), text)) continue;
@@ -66,7 +66,7 @@ std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
            ':' + std::to_string(account.port) + '/' + greeting;
 }
 
-/// Without a secure connection TLS is still used where the server offers it, whoever it is.
+/// Without `secure`, TLS is still used where the server offers it, with any certificate.
 void SetSecurity(CURL* curl, bool secure)
 {
     curl_easy_setopt(curl, CURLOPT_USE_SSL,

@@ -1,4 +1,4 @@
-// Sends a message through an SMTP account.
+// Sending a message by an SMTP account.
 #pragma once
 
 #include <string>
@@ -10,19 +10,19 @@
 namespace report {
 
 struct Envelope {
-    std::string greeting;  ///< host name for the greeting
+    std::string greeting;  ///< host name for EHLO
     std::string from;
     std::vector<std::string> to;
 };
 
-/// Fails with what the account lacks to send to these recipients.
+/// Fails with the setting of the account that is missing for sending to these recipients.
 host::Result<void> CheckAccount(const Reporter::SMTP& account,
                                 const std::vector<std::string>& recipients);
 
-/// Hands a message (with "\r\n" line ends) to the account's server. Fails unless it was taken for
-/// every recipient; the password is in no such reason. A secure connection means TLS from the start
-/// on port 465 and STARTTLS elsewhere, with a certificate that is valid for the server's name:
-/// signed by an authority that the machine trusts, or this mail server's own.
+/// Sends a message (with "\r\n" line ends). Fails unless it was accepted for every recipient; the
+/// reason never holds the password. A secure connection means TLS on port 465 and STARTTLS on
+/// others, with a certificate valid for the server's name: from a trusted authority, or that of
+/// this mail server.
 host::Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
                         const std::string& message);
 

@@ -1,4 +1,4 @@
-// The running daemons. Reads pid files and /proc.
+// Finding the processes of daemons. Reads pid files and /proc.
 #include "host/libmailvane/daemons/daemon_process.h"
 
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// What has to hold in the table of daemons, checked while it is compiled.
+// Compile-time checks of the table of daemons.
 #include "host/libmailvane/daemons/daemons.h"
 
 namespace host::daemons {
@@ -20,7 +20,7 @@ constexpr bool EndsWith(std::string_view text, std::string_view end)
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-/// Whether a text can stand between double quotes as it is, its words one blank apart.
+/// Whether a text can be put between double quotes unchanged, with its words one blank apart.
 constexpr bool IsPlain(std::string_view text)
 {
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -49,7 +49,8 @@ constexpr bool AllPlain(const Daemon& daemon)
     return true;
 }
 
-/// What is called by a socket has a folder of its own for it, which its user and group share.
+/// Whether a daemon's socket, if it has one, is /run/mailvane/NAME/socket, and its user and group
+/// are given.
 constexpr bool HasItsFolder(const Daemon& daemon)
 {
     constexpr std::string_view kFolder = "/run/mailvane/";
@@ -84,7 +85,7 @@ constexpr bool AreApart(const Daemon& one, const Daemon& other)
            (one.socket.empty() || one.socket != other.socket);
 }
 
-/// The daemons of a service run together.
+/// Whether two daemons, if they are of one service, have the same switches and label.
 constexpr bool AgreeInAService(const Daemon& one, const Daemon& other)
 {
     return one.service != other.service ||

@@ -1,8 +1,9 @@
-// The table of daemons: all that the package knows about each, in the order in which they start.
+// The table of daemons: all that the package knows about each one, in the order in which they
+// start.
 //
-// What runs, stops and checks them, what saves settings, and the administrator's programs read it;
-// units, file modes and control scripts are held against it by tests. To add a daemon: a row here,
-// a unit, a renderer of its files and a check of the self-check.
+// Supervisor, self-check, saves and the administrator's programs read it; tests compare units, file
+// modes and control scripts with it. To add a daemon, add a row here, a unit, a renderer of its
+// files and a check to the self-check.
 #pragma once
 
 #include <array>
@@ -11,35 +12,35 @@
 
 namespace host::daemons {
 
-/// How a daemon becomes one.
+/// How the daemon's command starts it.
 enum class Launch {
-    kForks,      ///< its command ends when it has gone to the background, and writes the pid file
-    kForeground  ///< its command is the daemon; whoever starts it writes the pid file
+    kForks,      ///< the command goes to the background and writes the pid file
+    kForeground  ///< the command stays; whoever starts it writes the pid file
 };
 
-/// Empty names are those that a daemon has not.
+/// A row of the table. A daemon without one of these has an empty text there.
 struct Daemon {
     std::string_view name;
     std::string_view service;   ///< target/scripts/SERVICE.sh starts and stops it
-    std::string_view switches;  ///< settings, one of which has to be on; empty: it always runs
-    std::string_view program;   ///< what its process is seen to run
-    std::string_view command;   ///< words that start it
+    std::string_view switches;  ///< settings, one of which must be on; empty: it always runs
+    std::string_view program;   ///< the executable that its process shows in /proc
+    std::string_view command;   ///< the words of its command line
     Launch launch;
-    bool startsAsUser;       ///< the command is run as `user`, not as root
-    std::string_view user;   ///< under which it works
-    std::string_view group;  ///< whose members may call its socket
+    bool startsAsUser;       ///< the command runs as `user`, not as root
+    std::string_view user;   ///< that the daemon works as
+    std::string_view group;  ///< whose members may connect to its socket
     std::string_view pidFile;
-    std::string_view pidLink;  ///< another name of that file
-    std::string_view socket;   ///< a unix socket in a folder of its own
+    std::string_view pidLink;  ///< a link to that file under another name
+    std::string_view socket;   ///< path of its unix socket, in its own directory
     std::string_view unit;
-    std::string_view bootUnit;  ///< the unit that is enabled in its place
-    std::string_view files;     ///< what it reads of a generation: names, or folders with a slash
-    std::string_view settings;  ///< it has to start anew when one of these changes
-    std::string_view label;     ///< of its steps in a plan of a save
+    std::string_view bootUnit;  ///< the unit that is enabled for the boot instead
+    std::string_view files;     ///< its files in a generation; directories end with "/"
+    std::string_view settings;  ///< a change of one of these settings restarts it
+    std::string_view label;     ///< of its steps in the plan of a save
     std::string_view check;     ///< its row in the self-check
 };
 
-// The words of a command are separated by one blank each. Names that lead through the link follow
+// The words of a command are separated by one blank. Paths through the link `current` are valid for
 // every generation.
 inline constexpr Daemon kDaemons[] = {
     {"dovecot", "dovecot", "smtp_enabled imap_enabled imaps_enabled pop3_enabled pop3s_enabled",
@@ -69,7 +70,8 @@ inline constexpr Daemon kDaemons[] = {
      Launch::kForks, true, "clamav", "amavis", "/run/mailvane/clamd/pid", "/run/clamd.pid",
      "/run/mailvane/clamd/socket", "mailvane-clamd.service", "", "clamav/clamd.conf", "",
      "anti-virus service", "antivirus"},
-    // Its program is one of many in Perl: it is known by the first word of its own name too.
+    // It is a Perl program, like many others, so its process is also recognised by the first word
+    // of its name.
     {"amavis", "mailscanner", "anti_virus_enable spam_enable enable_dangerous_content_scan",
      "/usr/bin/perl",
      "/usr/sbin/amavisd -c /var/packages/Mailvane/etc/generated/current/amavis/amavisd.conf",
@@ -87,23 +89,26 @@ inline constexpr Daemon kDaemons[] = {
      "/var/packages/Mailvane/target/bin/maillog_collector", Launch::kForeground, true,
      "mailvane-log", "", "/run/mailvane/maillog.pid", "", "", "mailvane-maillog.service", "", "",
      "", "maillog service", ""},
-    // Its own unit brings the one that does the work.
+    // `postfix.service` is an empty unit that starts this one.
     {"postfix", "postfix", "smtp_enabled", "/usr/lib/postfix/sbin/master",
      "/usr/sbin/postfix -c /var/packages/Mailvane/etc/generated/current/postfix start",
      Launch::kForks, false, "", "", "/var/spool/postfix/pid/master.pid", "", "",
      "postfix@-.service", "postfix.service", "postfix/ tls/", "", "postfix service", "postfix"},
-    // Whoever opens its socket is root on this machine.
+    // Access to this socket is equal to root on this machine.
     {"gate", "web", "", "/usr/sbin/fcgiwrap",
      "/usr/sbin/fcgiwrap -c 16 -s unix:/run/mailvane/web/fcgi.sock"
      " -p /var/packages/Mailvane/target/ui/mailvane.cgi",
      Launch::kForeground, false, "", "", "/run/mailvane/web/fcgi.pid", "", "",
      "mailvane-gate.service", "mailvane-gate.socket", "", "", "web service", ""},
+    {"guard", "web", "", "/var/packages/Mailvane/target/bin/hald_login_guard",
+     "/var/packages/Mailvane/target/bin/hald_login_guard", Launch::kForeground, false, "", "",
+     "/run/mailvane/guard.pid", "", "", "mailvane-guard.service", "", "", "", "web service", ""},
     {"web", "web", "", "/usr/sbin/lighttpd", "/usr/sbin/lighttpd -f", Launch::kForks, false, "", "",
      "/run/mailvane/web/lighttpd.pid", "", "", "mailvane-web.service", "", "", "", "web service",
      ""},
 };
 
-/// The row of a name. Looked up while compiling, an unknown name is an error.
+/// The row of a daemon. In a constant expression an unknown name is a compile error.
 constexpr const Daemon& DaemonOf(std::string_view name)
 {
     for (const Daemon& daemon : kDaemons) {
@@ -121,15 +126,17 @@ inline constexpr const Daemon& kScanner = DaemonOf("amavis");
 inline constexpr const Daemon& kScannerMilter = DaemonOf("amavisd-milter");
 inline constexpr const Daemon& kPostfix = DaemonOf("postfix");
 inline constexpr const Daemon& kGate = DaemonOf("gate");
+inline constexpr const Daemon& kGuard = DaemonOf("guard");
 inline constexpr const Daemon& kWebServer = DaemonOf("web");
 
-/// Services that are the machine's mail, handed over as one; the web server is there before.
+/// Whether the daemon is handed over with the machine's mail servers; those of the service "web"
+/// are not.
 constexpr bool IsMail(const Daemon& daemon)
 {
     return daemon.service != "web";
 }
 
-/// The next of the words in a row, which are separated by one blank each; it is taken off `words`.
+/// Removes the first word from `words` and returns it; words are separated by one blank.
 constexpr std::string_view NextWord(std::string_view& words)
 {
     const std::size_t end = words.find(' ');
@@ -138,13 +145,19 @@ constexpr std::string_view NextWord(std::string_view& words)
     return word;
 }
 
-/// Whether the mail server calls it, so that it is there before that one and after it.
+/// Whether the mail server calls the daemon, which then starts before it and stops after it.
 constexpr bool IsCalledByMailServer(const Daemon& daemon)
 {
     return !daemon.socket.empty();
 }
 
-/// Whether the settings, whose `Bool` says of each whether it is on, want it to run.
+/// Whether it is a filter of the mail server: mail has to wait while it does not answer.
+constexpr bool IsMilter(const Daemon& daemon)
+{
+    return daemon.group == "postfix";
+}
+
+/// Whether a daemon is to run with these settings, whose `Bool(name)` tells which switches are on.
 template <class Settings>
 bool Runs(const Daemon& daemon, const Settings& settings)
 {

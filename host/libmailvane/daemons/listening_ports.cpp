@@ -1,5 +1,5 @@
-// Who listens on which TCP port. Our two servers are known by the open descriptors of their
-// masters, which keep every listening socket open.
+// Which programs listen on which TCP ports. The sockets of Postfix and Dovecot are those that their
+// master processes have open.
 #include "host/libmailvane/daemons/listening_ports.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kHighestPort = 65535;
 
-/// A server of ours, and the services that its sockets belong to.
+/// Postfix or Dovecot, and the services that its sockets belong to.
 struct Server {
     const Daemon& daemon;
     std::set<std::string> services;
@@ -29,7 +29,7 @@ std::vector<Server> OurServers()
 
 using SocketServices = std::map<Inode, std::set<std::string>>;
 
-/// The services that each socket of our own servers belongs to.
+/// The services that each listening socket of Postfix and Dovecot belongs to.
 SocketServices OurSockets()
 {
     SocketServices services;

@@ -1,4 +1,4 @@
-// Who listens on which TCP port, by the kernel's own tables.
+// Which programs listen on which TCP ports, by the kernel's tables.
 #pragma once
 
 #include <set>
@@ -6,16 +6,13 @@
 
 namespace host::daemons {
 
-/// Whether a port in [from, to] is listened on by anything other than the services named in
-/// `services` (comma-separated, blanks around a name do not count). Sockets of our mail server
-/// belong to mail_smtp, mail_smtps and mail_smtp_tls alike, those of our mailbox server to
-/// mail_imap, mail_imaps, mail_pop3 and mail_pop3s; every other socket belongs to no service. A
-/// range that is none (reversed, or outside 1 to 65535) is no conflict: whether a port is valid is
-/// for those to judge who store it.
+/// Whether a port in [from, to] is taken by something other than `services` (names separated by
+/// commas, blanks ignored). Sockets of Postfix belong to mail_smtp, mail_smtps and mail_smtp_tls,
+/// those of Dovecot to mail_imap, mail_imaps, mail_pop3 and mail_pop3s, others to no service. An
+/// invalid range (reversed, or outside 1 to 65535) is no conflict: saving refuses it.
 bool PortsConflict(const std::string& services, int from, int to);
 
-/// Those of `ports` that something other than our mail server and our mailbox server listens on,
-/// at whatever address.
+/// Those of `ports` on which a program other than Postfix and Dovecot listens, at any address.
 std::set<int> PortsHeldByOthers(const std::set<int>& ports);
 
 }  // namespace host::daemons

@@ -1,5 +1,5 @@
-// Starting and stopping the servers: runs target/scripts/*.sh. What a verb means for a service that
-// the stored settings switch off is for its script to decide.
+// Starting and stopping services by target/scripts/*.sh. The script decides what a verb means for a
+// service that the stored settings switch off.
 #include "host/libmailvane/daemons/service_control.h"
 
 #include <unistd.h>
@@ -30,7 +30,7 @@ int MemcachedService(const std::string& verb)
     return RunControlScript(daemons::kMemcached, verb);
 }
 
-/// What a step calls for a service.
+/// The function of each service that a step of a plan calls.
 const struct {
     const daemons::Daemon& daemon;
     int (*run)(const std::string& verb);

@@ -1,4 +1,4 @@
-// Starting and stopping the servers through the package's control scripts.
+// Starting and stopping services by the package's control scripts.
 #pragma once
 
 #include <string>
@@ -8,16 +8,15 @@
 
 namespace host::daemons {
 
-/// Runs the control script of a daemon's service with a verb, "start", "stop" or "restart", and
-/// waits until the service is up or gone. 0, or -1 (logged) for another verb or when the script
-/// failed.
+/// Runs the control script of a daemon's service with "start", "stop" or "restart" and waits until
+/// the service runs or has stopped. 0, or -1 (logged) for any other verb or when the script fails.
 int RunControlScript(const daemons::Daemon& daemon, const std::string& verb);
 
-/// The same as a step of a plan.
+/// The same call as a step of a plan.
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb);
 
-/// Whether the machine's mail services are ours to start and stop. A machine run by systemd has to
-/// be handed over first (etc/adopted).
+/// Whether the package controls the machine's mail services. A machine with systemd must be handed
+/// over first, which creates etc/adopted.
 bool ServicesAreOurs();
 
 }  // namespace host::daemons

@@ -1,4 +1,4 @@
-// Files of the anti-virus engine.
+// Signature files of the anti-virus engine.
 #include "host/libmailvane/daemons/signatures.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Which sockets listen, and who has them open.
+// Listening sockets, and the processes that have them open.
 #include "host/libmailvane/daemons/sockets.h"
 
 #include <arpa/inet.h>
@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
@@ -24,10 +25,12 @@ namespace host::daemons {
 
 namespace {
 
+constexpr unsigned kConnected = 0x01;
 constexpr unsigned kListening = 0x0a;
-constexpr unsigned kTakesCalls = 0x10000;  // the kernel's flag of a listening unix socket
+constexpr unsigned kTakesCalls = 0x10000;  // flag of a listening unix socket
 
-/// The address in the kernel's tables: words of 32 bits in this machine's order.
+/// An address from the kernel's tables, as 32-bit words in host byte order. "Any" becomes the
+/// loopback.
 std::string CallableAddress(const char* hexadecimal)
 {
     std::array<std::uint32_t, 4> words = {};
@@ -44,37 +47,55 @@ std::string CallableAddress(const char* hexadecimal)
     return text.data();
 }
 
-/// Takes one line of the kernel's table:
-/// "sl local:port remote:port state queues timer retransmits uid timeout inode ...".
-std::optional<Listener> ParseSocket(const char* line)
-{
+/// A line of the kernel's table; addresses as it has them.
+struct Socket {
+    std::string local, remote;
     unsigned port = 0;
     unsigned state = 0;
     Inode inode = 0;
-    std::array<char, 33> address = {};
-    const int fields = std::sscanf(  // NOLINT(cert-err34-c)
-        line, " %*d: %32[0-9A-Fa-f]:%4x %*s %2x %*s %*s %*s %*s %*s %llu", address.data(), &port,
-        &state, &inode);
-    if (fields != 4 || state != kListening) return std::nullopt;
-    const std::size_t digits = std::strlen(address.data());
-    if (digits != 8 && digits != 32) return std::nullopt;
-    return Listener{static_cast<int>(port), inode, digits == 32, CallableAddress(address.data())};
-}
+};
 
-void AddListeners(const char* name, std::vector<Listener>& listeners)
+bool IsAddress(const std::string& digits)
 {
-    std::string table;
-    if (!ReadFile(Path(name), table)) {
-        if (errno != ENOENT) Log(LOG_ERR, "cannot read %s: %s", name, ErrnoText());
-        return;
-    }
-    std::istringstream lines(table);
-    for (std::string line; std::getline(lines, line);) {
-        if (const auto listener = ParseSocket(line.c_str())) listeners.push_back(*listener);
-    }
+    return digits.size() == 8 || digits.size() == 32;
 }
 
-/// The number in "socket:[NUMBER]"; 0 when the text begins otherwise.
+/// Takes one line of the kernel's table:
+/// "sl local:port remote:port state queues timer retransmits uid timeout inode ...".
+std::optional<Socket> ParseSocket(const char* line)
+{
+    Socket socket;
+    std::array<char, 33> local = {};
+    std::array<char, 33> remote = {};
+    const int fields = std::sscanf(  // NOLINT(cert-err34-c)
+        line, " %*d: %32[0-9A-Fa-f]:%4x %32[0-9A-Fa-f]:%*x %2x %*s %*s %*s %*s %*s %llu",
+        local.data(), &socket.port, remote.data(), &socket.state, &socket.inode);
+    socket.local = local.data();
+    socket.remote = remote.data();
+    if (fields != 5 || !IsAddress(socket.local) || !IsAddress(socket.remote)) return std::nullopt;
+    return socket;
+}
+
+/// Every TCP socket, those of IPv4 first.
+std::vector<Socket> TcpSockets()
+{
+    std::vector<Socket> sockets;
+    for (const char* name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+        std::string table;
+        if (!ReadFile(Path(name), table)) {
+            if (errno != ENOENT) Log(LOG_ERR, "cannot read %s: %s", name, ErrnoText());
+            continue;
+        }
+        std::istringstream lines(table);
+        for (std::string line; std::getline(lines, line);) {
+            if (auto socket = ParseSocket(line.c_str())) sockets.push_back(std::move(*socket));
+        }
+    }
+    return sockets;
+}
+
+/// The number behind `start`, such as "socket:[" in "socket:[NUMBER]"; 0 when the text does not
+/// begin so.
 Inode NumberIn(const std::string& target, const char* start)
 {
     const std::size_t length = std::strlen(start);
@@ -87,9 +108,22 @@ Inode NumberIn(const std::string& target, const char* start)
 std::vector<Listener> TcpListeners()
 {
     std::vector<Listener> listeners;
-    AddListeners("/proc/net/tcp", listeners);
-    AddListeners("/proc/net/tcp6", listeners);
+    for (const Socket& socket : TcpSockets()) {
+        if (socket.state != kListening) continue;
+        listeners.push_back({static_cast<int>(socket.port), socket.inode, socket.local.size() == 32,
+                             CallableAddress(socket.local.c_str())});
+    }
     return listeners;
+}
+
+std::vector<std::string> TcpClients(int port)
+{
+    std::vector<std::string> addresses;
+    for (const Socket& socket : TcpSockets()) {
+        if (socket.state != kConnected || static_cast<int>(socket.port) != port) continue;
+        addresses.push_back(CallableAddress(socket.remote.c_str()));
+    }
+    return addresses;
 }
 
 bool ListensAt(const std::string& socket)

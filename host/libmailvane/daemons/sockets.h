@@ -1,4 +1,4 @@
-// Which sockets listen, and who has them open. Reads /proc/net and the descriptors of processes.
+// Listening sockets, and the processes that have them open. Reads /proc/net and /proc/PID/fd.
 #pragma once
 
 #include <set>
@@ -14,17 +14,20 @@ struct Listener {
     int port;
     Inode inode;
     bool isIpv6;
-    std::string address;  ///< to call it at: "127.0.0.1" or "::1" where it listens at all
+    std::string address;  ///< to connect to: "127.0.0.1" or "::1" when it listens on all
 };
 
-/// Every listening TCP socket, those of IPv4 first. Without IPv6 there is no second table.
+/// All listening TCP sockets, IPv4 first; only those when the kernel has no IPv6.
 std::vector<Listener> TcpListeners();
 
-/// Whether somebody listens at a unix socket (a path of the machine).
+/// The address of the other side of every TCP connection to a port of this machine.
+std::vector<std::string> TcpClients(int port);
+
+/// Whether a process listens on a unix socket, given by its path.
 bool ListensAt(const std::string& socket);
 
-/// The numbers of the sockets, and with `pipes` of the pipes, that a process (its folder in /proc)
-/// has open.
+/// The inodes of the sockets, and with `pipes` of the pipes, that a process has open. `process` is
+/// its directory in /proc.
 std::set<Inode> OpenSockets(const std::string& process, bool pipes = false);
 
 }  // namespace host::daemons

@@ -1,8 +1,9 @@
-// Generations of the daemons' files: etc/generated/gen-NNNNNN, the link `current`, and `manifest`
-// in each directory, which is written last.
+// Generations of the daemons' files: directories etc/generated/gen-NNNNNN and the link `current`.
+// The file `manifest` is written last and marks a generation as complete.
 #include "host/libmailvane/generation/generation.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,9 +34,32 @@ const char kPrefix[] = "gen-";
 const char kManifest[] = "manifest";
 const char kSettings[] = "mailvane.conf";
 constexpr std::size_t kKept = 5;
-constexpr time_t kAge = 60;  // seconds a changed file is dated back
+constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
 
-/// Checksum of a file's bytes: enough to see that somebody edited it.
+/// A folder with what administrators watch and whom, and the group of the daemon that reads it.
+struct ReservedFolder {
+    const char* name;
+    const char* group;
+};
+constexpr ReservedFolder kReservedFolders[] = {
+    {"postfix/maps", "postfix"}, {"amavis", "amavis"}, {"policy", "mailvane-policy"}};
+
+/// Closes the reserved folders of a generation to all but root and their daemons. A daemon that is
+/// not installed has no group, and one that another user generates for is not this machine's.
+bool CloseFolders(const std::string& generation)
+{
+    for (const ReservedFolder& folder : kReservedFolders) {
+        const std::string path = generation + "/" + folder.name;
+        if (!system::NameExists(path)) continue;
+        if (chmod(path.c_str(), 0750) < 0) return false;
+
+        const group* const reader = geteuid() == 0 ? getgrnam(folder.group) : nullptr;
+        if (reader != nullptr && chown(path.c_str(), 0, reader->gr_gid) < 0) return false;
+    }
+    return true;
+}
+
+/// Checksum of a file's bytes, to notice edits by hand; no protection against forgery.
 std::string Checksum(const std::string& bytes)
 {
     char text[17];
@@ -43,7 +67,7 @@ std::string Checksum(const std::string& bytes)
     return text;
 }
 
-/// Writes a file that is not there yet; what waits for the disk comes later, for all files at once.
+/// Writes a new file without syncing it: `SyncAll` does that for all files at once.
 bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode)
 {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
@@ -80,11 +104,11 @@ std::string NextName()
     return name;
 }
 
-/// Copies aside and reports the generated files that somebody edited in the generation in force.
+/// Saves a copy of each file in force that was edited by hand, and logs it.
 void KeepEditedFiles(const std::string& name, const Manifest& files)
 {
     for (const auto& [relative, checksum] : files) {
-        // The settings are written by more than the generator.
+        // The settings file is changed by other writers too.
         if (relative == kSettings) continue;
 
         std::string bytes;
@@ -119,6 +143,13 @@ std::string CurrentGeneration()
     return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
 }
 
+std::vector<std::string> EarlierGenerations()
+{
+    std::vector<std::string> names = AllGenerations();
+    names.erase(std::remove(names.begin(), names.end(), CurrentGeneration()), names.end());
+    return names;
+}
+
 Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 {
     const std::string temporary = path + ".new";
@@ -147,7 +178,7 @@ void RemoveGeneration(const std::string& name)
     if (name.empty() || name == CurrentGeneration()) return;
 
     std::error_code error;
-    // The manifest goes first, so that what a kill leaves is seen to be incomplete.
+    // The manifest goes first, so that a killed removal leaves an incomplete generation.
     fs::remove(GenerationDirectory(name) + "/" + kManifest, error);
     fs::remove_all(GenerationDirectory(name), error);
 }
@@ -168,6 +199,7 @@ void PruneGenerations(const std::string& keep)
         const bool complete = !ReadManifest(*name).empty();
         if (*name == current || *name == keep || (complete && kept < kKept)) {
             ++kept;
+            (void)CloseFolders(GenerationDirectory(*name));  // of an earlier version they were open
         } else {
             RemoveGeneration(*name);
         }
@@ -195,7 +227,7 @@ bool IsGeneration(const std::string& name)
 NextGeneration::NextGeneration() : before_(CurrentGeneration()), beforeFiles_(ReadManifest(before_))
 {
     name_ = NextName();
-    // Without its list of files nothing of it could be taken over.
+    // Without its manifest, no file of the generation in force could be kept.
     if (!before_.empty() && beforeFiles_.empty()) Fail("read the manifest of", before_);
     KeepEditedFiles(before_, beforeFiles_);
     if (!MakeDirectories(directory(), 0755)) Fail("make directory", directory());
@@ -243,7 +275,7 @@ bool NextGeneration::ShareUnchanged(const std::string& relative, const std::stri
 void NextGeneration::Begin(const std::string& relative)
 {
     files_.insert(relative);
-    // Daemons read what is not secret under users of their own.
+    // Directories can be read by all, since the daemons run as different users.
     const std::string folder = fs::path(PathOf(relative)).parent_path().string();
     if (!MakeDirectories(folder, 0755)) Fail("make directory", folder);
 }
@@ -327,7 +359,7 @@ void NextGeneration::WriteManifest()
     if (state_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
 }
 
-/// Waits until the disk has all that is new. The first wait takes nearly all of the time.
+/// Syncs all new files and directories. The first sync takes nearly all of the time.
 void NextGeneration::SyncAll()
 {
     std::set<std::string> paths{directory()};
@@ -344,6 +376,7 @@ Result<void> NextGeneration::Complete()
 {
     KeepRest();
     if (state_) CompileMaps();
+    if (state_ && !CloseFolders(directory())) Fail("close folders of", name_);
     if (state_) SyncAll();
     if (state_) WriteManifest();
     return state_;

@@ -1,5 +1,5 @@
-// Generations: everything that is generated for the daemons lies in one directory, and one symbolic
-// link says which directory is in force. Changing it is one rename.
+// Generations: directories with everything that is generated for the daemons. The symbolic link
+// `current` names the one in force; activating another is one rename.
 #pragma once
 
 #include <sys/types.h>
@@ -14,36 +14,39 @@
 
 namespace host::generation {
 
-/// etc/generated, and the directory of one generation in it.
+/// Path of etc/generated, and of the directory of one generation in it.
 std::string GeneratedDirectory();
 std::string GenerationDirectory(const std::string& name);
 
 /// Name of the generation in force; empty when there is none.
 std::string CurrentGeneration();
 
-/// Puts a complete generation in force and waits until the disk knows.
+/// Names of all generations but the one in force.
+std::vector<std::string> EarlierGenerations();
+
+/// Points the link at a complete generation and syncs it to disk.
 Result<void> Activate(const std::string& name);
 
-/// Removes what is left of abandoned generations and all complete ones but those in force, `keep`
-/// and the newest others, five in all.
+/// Removes incomplete generations and all but five complete ones: the one in force, `keep` and the
+/// newest others stay.
 void PruneGenerations(const std::string& keep);
 
 /// Removes one generation that is not in force.
 void RemoveGeneration(const std::string& name);
 
-/// Removes the generations after `name` that never came into force.
+/// Removes the generations after `name` that were never activated.
 void RemoveGenerationsAfter(const std::string& name);
 
-/// Makes `path` a symbolic link to `target` in one step, whatever it was before.
+/// Makes `path` a symbolic link to `target` atomically, replacing a file or link.
 Result<void> ReplaceByLink(const std::string& path, const std::string& target);
 
-/// Name and checksum of each file of a generation, by its path there.
+/// The files of a generation: path in it, and checksum.
 using Manifest = std::map<std::string, std::string>;
 
-/// The generation that a change is about to put in force. It starts empty; files whose bytes are
-/// those of the generation in force are shared with it and keep their times. Others get a time a
-/// minute ago, since Postfix waits two seconds for a file that has just changed. Everything fails
-/// quietly after the first failure; `Complete` tells which it was. Requires the request lock.
+/// The generation being built for a change. Files with the same bytes as in the generation in force
+/// are shared with it (hard links) and keep their times. The others are dated a minute back, since
+/// Postfix waits for a file changed in the last two seconds. After a failure all operations do
+/// nothing, and `Complete` returns the first reason. Requires the request lock.
 class NextGeneration {
 public:
     NextGeneration();
@@ -55,32 +58,33 @@ public:
     /// Writes a file; `relative` is its path in the generation.
     void Put(const std::string& relative, const std::string& bytes, mode_t mode);
 
-    /// Writes the text of a map and has it compiled (`name`.cdb) when it changed.
+    /// Writes the source text of a map; `Complete` compiles it to `name`.cdb when it changed.
     void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
 
     /// Writes, and compiles, a file that a list fills.
     void Put(const ListFile& file);
 
-    /// Whether `relative` was put, or stands in the generation in force.
+    /// Whether `relative` was put or is in the generation in force.
     bool Has(const std::string& relative) const;
 
-    /// Takes a file over from the generation in force; one that is not there is left out.
+    /// Takes a file over from the generation in force, if it is there.
     void Keep(const std::string& relative);
 
-    /// Makes `Complete` fail with what could not be done, and errno.
+    /// Makes `Complete` fail with "cannot `doing` `what`" and errno.
     void Fail(const char* doing, const std::string& what);
 
-    /// Makes `Complete` fail.
+    /// Makes `Complete` fail with this reason.
     void Fail(Reason reason);
 
-    /// Takes over every file that was not put, compiles maps, writes the manifest. Fails when
-    /// anything has failed.
+    /// Compiles maps and writes the manifest, after taking over all files of the generation in
+    /// force that were not put. Returns the first failure.
     Result<void> Complete();
 
-    /// Puts it in force. After a failure the old one is in force.
+    /// Activates the generation. After a failure the previous one is in force.
     Result<void> Commit();
 
-    /// Whether a file under `prefix` differs from the generation in force. After `Complete`.
+    /// Whether a file whose path begins with `prefix` differs from the generation in force; ""
+    /// means any file. To be called after `Complete`.
     bool Changed(const std::string& prefix) const;
 
     const std::string& name() const { return name_; }
@@ -100,12 +104,12 @@ private:
     Manifest beforeFiles_;
     std::set<std::string> files_;
     std::set<std::string> changed_;
-    std::map<std::string, mode_t> uncompiled_;  ///< maps to compile, and the mode of the result
+    std::map<std::string, mode_t> uncompiled_;  ///< maps to compile, with the mode of the result
     Result<void> state_;                        ///< the first failure
     bool inForce_ = false;
 };
 
-/// The files of a complete generation; empty when it is none.
+/// The files of a complete generation; empty when it is incomplete or missing.
 Manifest ReadManifest(const std::string& name);
 
 /// Whether this is the name of a complete generation.

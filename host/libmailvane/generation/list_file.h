@@ -9,16 +9,16 @@ namespace host::generation {
 struct ListFile {
     std::string name;  ///< of a map in postfix/maps, or a path in the generation
     std::string text;
-    bool isMap = true;  ///< compiled for lookups
+    bool isMap = true;  ///< to be compiled for lookups
 
     /// Its path in the generation.
     std::string Path() const { return isMap ? "postfix/maps/" + name : name; }
 };
 
-/// Path in a generation of what the rate policy reads.
+/// Path in a generation of the file that the rate policy reads.
 constexpr char kQuotaFile[] = "policy/limits";
 
-/// Paths of tables that Postfix reads as they are.
+/// Paths in a generation of tables that Postfix reads without compiling.
 constexpr char kClientNetworksFile[] = "postfix/maps/client_networks";
 constexpr char kBlackClientsFile[] = "postfix/maps/black_clients";
 constexpr char kAttachmentChecksFile[] = "postfix/maps/attachment_checks";

@@ -1,5 +1,5 @@
-// The access lists: who may send, receive, connect. They lie in etc/mailvane.db; the mail server
-// follows them once their maps are made.
+// The access lists: who may send, receive, connect. Stored in etc/mailvane.db; in force once their
+// maps are rebuilt.
 #include "platform/mailvane/access.h"
 
 #include <strings.h>

@@ -1,4 +1,4 @@
-// The alias table of the platform, kept in etc/alias.db.
+// The platform's alias table. Stored in etc/alias.db.
 #include "platform/mailvane/alias.h"
 
 #include <cerrno>
@@ -15,12 +15,12 @@
 struct Alias::State {
     host::stores::AliasTable table;
     bool loaded = false;
-    bool refused = false;  ///< a change could not be made: none is stored
+    bool refused = false;  ///< a change was refused; the store is not written then
 
-    /// Whether the object can be worked with.
+    /// Whether the table was loaded and no change refused.
     bool ok() const { return loaded && !refused; }
 
-    /// The answer to a change: marks the object when that is refused, and logs why.
+    /// The result of a change: 0, or negative after logging the refusal and marking the object.
     int Answer(host::Result<void> change)
     {
         if (host::Succeeded(std::move(change).Prefixed("aliases: refused "))) return 0;
@@ -29,7 +29,7 @@ struct Alias::State {
         return host::Fail(EINVAL);
     }
 
-    /// Takes the aliases of a file over.
+    /// Adds the aliases of an import file to the table.
     host::Result<void> Import(const std::string& path)
     {
         auto aliases = host::stores::ReadAliasText(path, table);
@@ -50,7 +50,7 @@ Alias::~Alias()
 int Alias::load()
 {
     *state_ = State();
-    // Makes the table that of the accounts which are served, after a switch that was broken off.
+    // Heals the account databases after an interrupted switch of the account combination.
     Postfix settings;
     if (settings.LoadSettings() < 0) return -1;
 
@@ -101,7 +101,7 @@ int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& memb
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
-    // Deliberate: a caller that removes from an alias which is gone is not worth a line.
+    // Deliberate: removing members of an alias that does not exist is not logged.
     return state_->table.Remove(alias, members) ? 0 : host::Fail(ENOENT);
 }
 

@@ -1,5 +1,5 @@
-// The list of refused attachment types. What a request changes is stored and in force at once, when
-// it asks for that, or not at all.
+// The list of refused attachment types. What a request changes is stored and activated together,
+// when it asks for that, or not at all.
 #include "platform/mailvane/attachment_filter.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ Result<Types> WantedTypes()
     return stores::AttachmentTypes().Prefixed("attachment types: ");
 }
 
-/// Adds what is not there yet; all or nothing.
+/// Adds the types that the list lacks, all or none.
 Result<void> AddTypes(const std::list<std::string>& added)
 {
     Result<Types> types = WantedTypes();
@@ -73,7 +73,7 @@ Result<void> ApplyTypes()
 
 int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& query)
 {
-    // Types are asked for as they may be added, with a dot in front.
+    // A query can be written as a type can, with a dot in front: `.exe` finds `exe`.
     const std::string part = host::stores::StoredAttachmentType(query).value_or(query);
     types.clear();
     const auto stored = host::lists::WantedTypes();

@@ -1,5 +1,5 @@
-// Automatic blind copies. The rules lie in etc/mailvane.db, the address that gets a copy of all
-// mail is always_bcc in etc/mailvane.conf; a change is in force when it returns.
+// Automatic blind carbon copies. The rules are in etc/mailvane.db; the address that gets a copy of
+// all mail is always_bcc in etc/mailvane.conf. A change is in force when the call returns.
 #include "platform/mailvane/bcc.h"
 
 #include "host/libmailvane/lists/rule_pages.h"
@@ -35,7 +35,7 @@ Result<void> Import(BccType type, const std::string& path)
     return kPages.StoreAndApply(kPages.Adding(*std::move(rules), stores::Standing::kReplaced));
 }
 
-/// Sets the address that gets a copy of all mail; empty for none.
+/// Sets always_bcc, the address that gets a copy of all mail; empty for none.
 Result<void> SetAlwaysCopy(const std::string& address)
 {
     if (!address.empty()) {
@@ -47,7 +47,7 @@ Result<void> SetAlwaysCopy(const std::string& address)
     Result<void> healed = save::HealAccounts(found->Account());
     if (!healed) return healed;
 
-    // Healing may have brought another address back.
+    // Read after healing, which may have put back another always_bcc.
     Result<settings::StoredSettings> settings = settings::StoredSettings::Read();
     if (!settings) return std::move(settings).reason();
 
@@ -67,7 +67,7 @@ Result<void> DeleteAll(std::list<BccInfo> rules)
     return rules.empty() ? Result<void>() : RemoveRules(rules);
 }
 
-/// Runs a change under the lock.
+/// Runs a change under the request lock.
 template <typename Change>
 Result<void> ChangeRules(Change change)
 {

@@ -1,5 +1,5 @@
-// The black and the white list of the spam filter. They lie in etc/mailvane.db; scanner and mail
-// server follow them once their files are made.
+// The black and the white list of the spam filter. Stored in etc/mailvane.db; in force once the
+// files of scanner and mail server are rebuilt.
 #include "host/libmailvane/lists/rule_pages.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"

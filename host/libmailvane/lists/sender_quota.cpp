@@ -1,5 +1,5 @@
-// How much each login may send: the table `sender_quota` of etc/mailvane.db. What a request changes
-// is stored and in force at once, when it asks for that, or not at all.
+// The sender quotas: table `sender_quota` of etc/mailvane.db. What a request changes is stored and
+// activated together, when it asks for that, or not at all.
 #include "platform/mailvane/sender_quota.h"
 
 #include <utility>

@@ -1,7 +1,6 @@
-// Rule sets of the spam filter. Their files lie in etc/rules; what the filter reads is a copy of
-// the enabled ones in the generation in force, each behind a line with its name. So a rule set is
-// in force exactly when it is enabled, and a file that is replaced changes nothing before it
-// passed.
+// Rule sets of the spam filter. Their files are in etc/rules. The filter reads amavis/rules.cf of
+// the generation in force: a copy of the enabled sets, each after a line with its name. Replacing
+// the file of a set has no effect until it is enabled again and passes the filter's check.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,7 +29,7 @@ const char kWhat[] = "spam rules";
 const char kHeading[] = "# rule set: ";
 constexpr std::size_t kLongestToldName = 128;
 
-/// The enabled rule sets: their rules by name.
+/// The enabled rule sets: name and rules.
 using RuleSets = std::map<std::string, std::string>;
 
 std::string RuleFile(const std::string& name)
@@ -70,7 +69,7 @@ std::string TextOf(const RuleSets& sets)
     return text;
 }
 
-/// Puts the rule sets in force; the scanner takes them when it is restarted.
+/// Activates the rule sets and restarts the scanner, which reads them at its start.
 Result<void> ActivateRules(const RuleSets& sets)
 {
     generation::NextGeneration next;
@@ -92,7 +91,7 @@ Reason NotThere(const std::string& name)
     return {ReasonCode::kMissing, name, Sentence(name, "is not there")};
 }
 
-/// The reason why a rule set is not enabled, with what the file or the filter has against it.
+/// The reason why a rule set is not enabled; `cause` is what is wrong with its file or rules.
 Reason Refused(const std::string& name, Reason cause)
 {
     return std::move(cause).Causing(name, Sentence(name, "is refused; what was in force stays so"));
@@ -132,7 +131,7 @@ Result<void> Delete(const std::string& name)
     return SystemReason(name, "cannot remove a rule set");
 }
 
-/// Runs a change of one rule set under the lock.
+/// Runs a change of one rule set under the request lock.
 Result<void> ChangeRule(Result<void> (*change)(const std::string&), const std::string& name)
 {
     return system::Attempt(kWhat, [change, &name] {

@@ -1,4 +1,4 @@
-// The time stamps of the mail server's log and the scanner's.
+// Time stamps in the logs of mail server and scanner.
 #include "host/libmailvane/maillog/log_clock.h"
 
 #include <ctime>
@@ -12,7 +12,7 @@ constexpr std::int64_t kDay = 86400;
 constexpr std::size_t kHourEnd = 9;  // "Nov 21 04"
 constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
 
-/// The number in a part of the stamp, which may have a leading blank; -1 when there is none.
+/// The number in a part of the stamp, which may begin with a blank; -1 when there is none.
 int Number(std::string_view text, std::size_t start, std::size_t length)
 {
     int value = -1;
@@ -31,7 +31,7 @@ bool HasTime(std::string_view stamp, std::size_t hour)
            Number(stamp, hour + 6, 2) >= 0;
 }
 
-/// Seconds east of Greenwich of what follows the seconds and their fraction; false when unreadable.
+/// Parses the time zone after the seconds and their fraction; `offset` is in seconds east of UTC.
 bool ZoneOffset(std::string_view rest, std::int64_t& offset)
 {
     const std::size_t zone = rest.find_first_of("Z+-");
@@ -40,7 +40,9 @@ bool ZoneOffset(std::string_view rest, std::int64_t& offset)
     if (rest[zone] == 'Z') return true;
 
     const int hours = Number(rest, zone + 1, 2);
-    const int minutes = rest.size() >= zone + 6 ? Number(rest, zone + 4, 2) : -1;
+    const std::size_t colon = rest.size() > zone + 3 && rest[zone + 3] == ':' ? 1 : 0;
+    const std::size_t end = zone + 5 + colon;
+    const int minutes = rest.size() >= end ? Number(rest, end - 2, 2) : -1;
     if (hours < 0 || minutes < 0) return false;
     offset = std::int64_t{hours} * 3600 + std::int64_t{minutes} * 60;
     if (rest[zone] == '-') offset = -offset;
@@ -63,7 +65,7 @@ std::int64_t Rfc3339(std::string_view stamp)
     return parts.tm_mon < 0 || parts.tm_mday < 0 ? -1 : timegm(&parts) - offset;
 }
 
-/// How much later a local time comes again, as when summer time ends; 0 when it comes once.
+/// The seconds after which a local time occurs again, as when summer time ends; 0 when it does not.
 std::int64_t ComesAgain(const std::tm& local)
 {
     std::tm summer = local;

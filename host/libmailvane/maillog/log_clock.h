@@ -1,4 +1,4 @@
-// The time stamps of the mail server's log and the scanner's.
+// Time stamps in the logs of mail server and scanner.
 #pragma once
 
 #include <cstdint>
@@ -7,12 +7,12 @@
 
 namespace host::maillog {
 
-/// Turns stamps into seconds since the epoch. Lines come in order, so the hour of the last one is
-/// kept.
+/// Converts time stamps to seconds since the epoch. Remembers the hour of the last line, since
+/// lines come in order and an hour can occur twice.
 class LogClock {
 public:
-    /// `now` decides the year of stamps that have none, and which of two hours of the same name
-    /// they mean: the latest that is not in the future.
+    /// `now`, in seconds since the epoch, decides what an incomplete stamp means: the latest such
+    /// time that is not in the future. In January 2027, `Dec 31 23:59:59` is of 2026.
     explicit LogClock(std::int64_t now) : now_(now) {}
 
     void SetNow(std::int64_t now) { now_ = now; }
@@ -27,7 +27,7 @@ private:
     std::int64_t now_;
     std::string lastHour_;
     std::int64_t lastSeconds_ = -1;
-    std::int64_t again_ = 0;  ///< how much later that hour comes a second time
+    std::int64_t again_ = 0;  ///< seconds until that hour comes again
 };
 
 }  // namespace host::maillog

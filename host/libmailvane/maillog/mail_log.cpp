@@ -1,4 +1,4 @@
-// The mail log as the pages read it. Opens databases of the log's two folders only.
+// The mail log as the pages read it. Opens only databases in the log's own two folders.
 #include "platform/mailvane/mail_log.h"
 
 #include <unistd.h>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kMostPeriods = 100000;
 
-/// Where a name leads in the end; empty when nowhere.
+/// The path with links resolved; empty when it does not exist.
 std::string RealPath(const std::string& path)
 {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
@@ -35,7 +35,7 @@ bool LiesIn(const std::string& real, const std::string& folder)
 constexpr char kWhat[] = "mail log";
 constexpr char kPrefix[] = "mail log: ";
 
-/// The database that a request names, if it is one of the log's own.
+/// The path of the database that a request names; empty when it is outside of the log's folders.
 host::Result<std::string> LogDatabase(const char* path)
 {
     std::string real = RealPath(host::Path(path));
@@ -56,7 +56,9 @@ host::Result<SQLite::Database> OpenLog(const char* path)
     if (!*database) return host::Reason{host::ReasonCode::kMissing, *real, *real + " is missing"};
 
     const int version = (*database)->execAndGet("PRAGMA user_version").getInt();
-    if (version == host::maillog::MailLogSchema().version) return std::move(**database);
+    if (version >= host::maillog::kOldestReadableVersion &&
+        version <= host::maillog::MailLogSchema().version)
+        return std::move(**database);
     return host::Reason{host::ReasonCode::kDamaged, *real,
                         *real + " has the unknown version " + std::to_string(version)};
 }
@@ -66,7 +68,7 @@ int AsCount(std::int64_t count)
     return count > INT_MAX ? INT_MAX : static_cast<int>(count);
 }
 
-/// A list that is read page by page: the next page begins where the last one ended.
+/// A sorted list read page by page. The query stays open, so the next page continues it.
 class ContinuedList {
 public:
     ContinuedList(SQLite::Database& database, host::maillog::LogOrder order)
@@ -76,13 +78,13 @@ public:
     {
     }
 
-    /// Whether the entry with this number, counted in this order, is still to come.
+    /// Whether the entry number `start` in this order has not been read yet.
     bool Affects(const host::maillog::LogOrder& order, int start) const
     {
         return order_ == order && start >= position_;
     }
 
-    /// Appends the entries from number `start` on, which is still to come.
+    /// Appends the entries from number `start` on, none of which may have been read yet.
     void ReadPage(int start, int limit, std::vector<MailLogInfo>& rows)
     {
         while (position_ < start && Step()) continue;
@@ -99,7 +101,7 @@ private:
 
     host::maillog::LogOrder order_;
     SQLite::Statement rows_;
-    int position_ = 0;  ///< number of the row that comes next
+    int position_ = 0;  ///< number of the next row
     bool ended_ = false;
 };
 
@@ -110,7 +112,7 @@ struct MailLog::State {
     std::optional<ContinuedList> list;
     std::optional<host::maillog::LogSelection> selection;
 
-    /// The entries that meet criteria; kept, since a page is followed by the number of them all.
+    /// The entries that meet the criteria; kept, since a page's request also asks for their number.
     const host::maillog::LogSelection& Select(const host::maillog::LogCriteria& criteria)
     {
         if (!selection || !selection->IsStill(criteria)) {
@@ -122,7 +124,7 @@ struct MailLog::State {
 
 namespace {
 
-/// Negative for more periods than any chart has.
+/// Fills a chart. Negative when there are more periods than any chart has.
 int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime, int scale,
          Statistic& statistic)
 {
@@ -182,7 +184,7 @@ int MailLog::load(int limit, int start, const std::string& sortField, const std:
         }
         state_->list->ReadPage(start, limit, rows);
     }));
-    // After a failure SQLite would go on with the first entry.
+    // After a failure SQLite would begin the query again at the first entry.
     if (result < 0) state_->list.reset();
     return result;
 }

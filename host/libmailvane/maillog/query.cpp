@@ -17,8 +17,8 @@ const char kEntryColumns[] =
 namespace {
 
 constexpr const char* kColumns[] = {"date", "message_id", "mail_from", "mail_to", "size", "status"};
-constexpr int kIndexedCharacters = 3;  // the search index holds groups of three
-// Fewer entries with a text than this are listed, and sorted for a page.
+constexpr int kIndexedCharacters = 3;  // the search index has groups of three characters
+// A text with fewer matches than this is looked up first, and the matches are then sorted.
 constexpr int kRareEntries = 2000;
 
 struct SizeWord {
@@ -56,7 +56,7 @@ void BindValue(SQLite::Statement& statement, int index,
     }
 }
 
-/// A number that changes with every change that another connection makes.
+/// A number that changes whenever another connection changes the database.
 int DataVersion(SQLite::Database& database)
 {
     return database.execAndGet("PRAGMA data_version").getInt();
@@ -114,7 +114,7 @@ void LogCriteria::AddText(const std::vector<std::string>& columns, const std::st
         comparison.values.emplace_back(names::LikeAnywhere(text));
     }
     comparison.sql += ")";
-    // What follows a NUL would be lost to the search index.
+    // The search index would ignore what follows a NUL.
     const bool indexed =
         Characters(text) >= kIndexedCharacters && text.find('\0') == std::string::npos;
     if (indexed) {
@@ -163,7 +163,7 @@ std::string LogCriteria::Where(TextsBy by) const
         add(by == TextsBy::kList ? "id IN (SELECT value FROM json_each(?))"
                                  : "id IN (SELECT rowid FROM entry_text WHERE entry_text MATCH ?)");
     }
-    // With a list no index of the other columns is to be used: it is short.
+    // The list of ids is short: "+" keeps SQLite from using an index of another column.
     const char* withoutIndex = by == TextsBy::kList ? "+" : "";
     for (const Condition& condition : conditions_) add(withoutIndex + condition.sql);
     return where;
@@ -253,8 +253,7 @@ void LogSelection::ReadPage(const LogOrder& order, int start, int limit,
 
     std::int64_t first = std::max(start, 0);
     std::int64_t length = limit;
-    // Of a whole log the number of entries is known: what lies in its second half is read from the
-    // end.
+    // In the second half of the whole log, whose size is known, the page is read from the end.
     const std::int64_t all = criteria_.SelectsAll() ? Count() : 0;
     const bool fromEnd = first > all / 2 && criteria_.SelectsAll();
     if (fromEnd) {
@@ -263,8 +262,8 @@ void LogSelection::ReadPage(const LogOrder& order, int start, int limit,
         first = all - end;
     }
 
-    // The page is found in an index alone; entries are read for what is on it. Texts that are
-    // common are soon found by going through the entries in order.
+    // The inner query sorts ids by an index alone; entries are read just for the page. Common texts
+    // are compared entry by entry in that order, since a page is soon full.
     const TextsBy many = criteria_.NeedsIndex() ? TextsBy::kIndex : TextsBy::kComparison;
     const TextsBy by = rare_ ? TextsBy::kList : many;
     SQLite::Statement page(database_, std::string("SELECT ") + kEntryColumns +

@@ -13,14 +13,14 @@
 
 namespace host::maillog {
 
-/// An order of entries: one of the columns that have an index, equal values by date and arrival.
+/// A sort order: an indexed column, then date, then order of arrival.
 class LogOrder {
 public:
-    /// `field` is "date", "message_id", "mail_from", "mail_to", "size" or "status"; anything else
-    /// is "date". `direction` is "asc" in any case; anything else is descending.
+    /// `field` is "date", "message_id", "mail_from", "mail_to", "size" or "status"; any other means
+    /// "date". `direction` is "asc" in upper or lower case; any other means descending.
     LogOrder(const std::string& field, const std::string& direction);
 
-    /// `ORDER BY` and its terms; `reversed` for the opposite order.
+    /// The ORDER BY clause; with `reversed` for the opposite order.
     std::string Sql(bool reversed = false) const;
 
     bool operator==(const LogOrder& other) const;
@@ -30,37 +30,37 @@ private:
     bool ascending_;
 };
 
-/// What entries a query selects.
+/// The conditions by which a query selects entries.
 class LogCriteria {
 public:
-    /// All entries.
+    /// Selects all entries.
     LogCriteria() = default;
-    /// Those that meet every criterion of `filter`.
+    /// Selects the entries that meet all criteria of `filter`.
     explicit LogCriteria(const LogFilter& filter);
-    /// Those with `text` in their Message-ID, subject, recipient or sender.
+    /// Selects the entries with `text` in Message-ID, subject, recipient or sender.
     explicit LogCriteria(const std::string& text);
 
     bool operator==(const LogCriteria& other) const;
 
     bool SelectsAll() const { return conditions_.empty() && words_.empty(); }
-    /// Only texts, all of them long enough for the search index.
+    /// Whether all conditions are texts long enough for the search index.
     bool IsIndexedText() const { return conditions_.empty() && !words_.empty(); }
 
     /// The expression for the search index; empty when no text is long enough.
     std::string Match() const;
 
-    /// Whether only the search index knows the upper and lower case of all its texts.
+    /// Whether a text has letters whose case only the search index can ignore, such as "É".
     bool NeedsIndex() const;
 
-    /// How entries with the texts are found: on a list of ids, in the search index, or by comparing
-    /// each one.
+    /// How entries with the texts are found: by a list of ids, by the search index, or by comparing
+    /// each entry.
     enum class TextsBy { kList, kIndex, kComparison };
 
-    /// `WHERE` and the conditions. Empty when all entries are selected.
+    /// The WHERE clause; empty when all entries are selected.
     std::string Where(TextsBy by) const;
 
-    /// Binds the values of `Where` from parameter 1 on, `list` being a JSON array of ids; the next
-    /// free one.
+    /// Binds the values of `Where` from parameter 1 on; `list` is a JSON array of ids. Returns the
+    /// number of the next free parameter.
     int Bind(SQLite::Statement& statement, TextsBy by, const std::string& list) const;
 
 private:
@@ -74,7 +74,7 @@ private:
         }
     };
     struct Word {
-        std::string columns;  ///< for the search index; empty for every one
+        std::string columns;  ///< for the search index; empty for all columns
         std::string text;
         Condition comparison;
 
@@ -88,25 +88,26 @@ private:
     std::vector<Word> words_;
 };
 
-/// The columns that `ReadEntry` takes.
+/// The columns that `ReadEntry` needs, for a SELECT.
 extern const char kEntryColumns[];
 
 /// The entry in the current row of a query of `kEntryColumns`.
 MailLogInfo ReadEntry(SQLite::Statement& row);
 
-/// The entries that meet criteria. Looks texts up once, for the page and for the number.
+/// The entries that meet criteria. Texts are searched once, for both the page and the number of
+/// entries.
 class LogSelection {
 public:
-    /// `database` has to outlive this. Throws SQLite::Exception.
+    /// `database` must outlive the object. Throws SQLite::Exception.
     LogSelection(SQLite::Database& database, LogCriteria criteria);
 
-    /// Whether it is of these criteria and the log is as it was.
+    /// Whether the selection is for these criteria and the log has not changed since.
     bool IsStill(const LogCriteria& criteria) const;
 
-    /// Number of the entries. Throws SQLite::Exception.
+    /// The number of entries. Throws SQLite::Exception.
     std::int64_t Count() const;
 
-    /// Appends the entries from number `start` on (0 is the first), `limit` at most. Throws
+    /// Appends at most `limit` entries from number `start` on; the first is number 0. Throws
     /// SQLite::Exception.
     void ReadPage(const LogOrder& order, int start, int limit,
                   std::vector<MailLogInfo>& rows) const;
@@ -117,7 +118,7 @@ private:
     SQLite::Database& database_;
     LogCriteria criteria_;
     int version_;
-    std::optional<std::string> rare_;  ///< ids of the entries with the texts, when they are few
+    std::optional<std::string> rare_;  ///< ids of the entries with the texts, if few; a JSON array
     std::int64_t rareCount_ = 0;
 };
 

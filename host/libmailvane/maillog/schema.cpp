@@ -1,4 +1,4 @@
-// The mail-log database: its tables, and where it and its older months lie.
+// The mail log's database: its tables, and the paths of the current one and older months.
 #include "host/libmailvane/maillog/schema.h"
 
 #include <fcntl.h>
@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <ctime>
 #include <stdexcept>
 
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 
 namespace host::maillog {
@@ -15,9 +18,9 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
 
-// Each order of the log page is an index of its own, so that a page is read, not sorted; equal
-// values are in the order of their dates. The view `share` adds an entry to the totals (sign 1) or
-// takes it off (-1).
+// Each sort order of the log page has an index, so that a page is read without sorting; equal
+// values are in the order of their dates. Inserting into the view `share` adds an entry to the
+// totals (sign 1) or subtracts it (-1).
 constexpr char kEntries[] = R"(
 CREATE TABLE entry (
     id INTEGER PRIMARY KEY,       -- order of arrival
@@ -98,7 +101,7 @@ BEGIN
 END;
 )";
 
-// What the collector knows between two runs: how far it has read, and the messages under way.
+// The collector's state between two runs: its position in the log, and unfinished messages.
 constexpr char kCollector[] = R"(
 CREATE TABLE position (
     only INTEGER PRIMARY KEY CHECK (only = 1),
@@ -123,7 +126,27 @@ CREATE INDEX message_root ON message (root_id);
 CREATE INDEX message_seen ON message (seen);
 )";
 
-constexpr const char* kScripts[] = {kEntries, kCollector};
+// When the last line that is in was written, or the log was cleared, in seconds since the epoch.
+constexpr char kTimeOfPosition[] =
+    "ALTER TABLE position ADD COLUMN time INTEGER NOT NULL DEFAULT 0";
+
+constexpr const char* kScripts[] = {kEntries, kCollector, kTimeOfPosition};
+
+/// An empty file, changed when the log was last cleared.
+std::string ClearedPath()
+{
+    return MailLogLiveFolder() + "/cleared";
+}
+
+Result<void> NoteClearing()
+{
+    const std::string path = ClearedPath();
+    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0640));
+    if (!file || ::futimens(file.get(), nullptr) < 0 || ::fsync(file.get()) < 0) {
+        return Reason{ReasonCode::kSystem, path, "cannot change " + path + ": " + ErrnoText()};
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -142,6 +165,37 @@ std::string MailLogLivePath()
     return MailLogLiveFolder() + "/maillog.db";
 }
 
+std::vector<std::string> MonthPaths(std::int64_t time)
+{
+    constexpr int kMostOfAMonth = 9;
+    const auto seconds = static_cast<std::time_t>(time);
+    std::tm parts{};
+    (void)localtime_r(&seconds, &parts);
+    char month[16];
+    (void)std::strftime(month, sizeof month, "/%Y-%m", &parts);
+    const std::string name = MailLogFolder() + month;
+
+    std::vector<std::string> paths{name + ".db"};
+    for (int number = 2; number <= kMostOfAMonth; ++number) {
+        paths.push_back(name + "-" + std::to_string(number) + ".db");
+    }
+    return paths;
+}
+
+std::int64_t ClearedAt()
+{
+    struct stat status {};
+    return ::lstat(ClearedPath().c_str(), &status) == 0 ? std::int64_t{status.st_mtime} : 0;
+}
+
+std::int64_t LatestDate(SQLite::Database& database)
+{
+    SQLite::Statement latest(database, "SELECT coalesce(max(date), 0) FROM entry WHERE date <= ?");
+    latest.bind(1, static_cast<std::int64_t>(std::time(nullptr)));
+    (void)latest.executeStep();
+    return latest.getColumn(0).getInt64();
+}
+
 const system::Schema& MailLogSchema()
 {
     static constexpr system::Schema schema(kScripts);
@@ -155,7 +209,8 @@ Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 
     SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
     database.exec("PRAGMA journal_mode = WAL");
-    // A power cut may take the last transactions, position included; the lines are read again.
+    // A power failure may lose the last transactions with their log position; the lines are then
+    // read again.
     database.exec("PRAGMA synchronous = NORMAL");
     Result<void> done = system::BringUpToDate(database, MailLogSchema());
     if (!done) return std::move(done).reason();
@@ -164,18 +219,21 @@ Result<SQLite::Database> OpenMailLogForChange(const std::string& path)
 
 namespace {
 
-/// Has the collector go on behind what the log holds now, and forget what it has not stored yet.
+/// Makes the collector continue at the present end of the log and forget unfinished messages.
 Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
     const bool known = ::stat(Path(kPostfixLog).c_str(), &status) == 0;
-    SQLite::Statement skip(database,
-                           "UPDATE position SET clearings = clearings + 1, inode = iif(?1, ?2, "
-                           "inode), offset = iif(?1, ?3, offset), head = iif(?1, 0, head)");
+    SQLite::Statement skip(
+        database,
+        "UPDATE position SET clearings = clearings + 1, inode = iif(?1, ?2, "
+        "inode), offset = iif(?1, ?3, offset), head = iif(?1, 0, head), time = ?4");
     skip.bind(1, known ? 1 : 0);
     skip.bind(2, static_cast<std::int64_t>(status.st_ino));
     skip.bind(3, static_cast<std::int64_t>(status.st_size));
-    // Without a position it is a month that is just being closed: its successor is to be cleared.
+    skip.bind(4, static_cast<std::int64_t>(std::time(nullptr)));
+    // Without a position this database is being closed as a past month; the caller is to clear the
+    // new one.
     if (skip.exec() != 0) return {};
     return Reason{ReasonCode::kBusy, "mail log", "mail log: the month is being closed"};
 }
@@ -184,9 +242,12 @@ Result<void> SkipLog(SQLite::Database& database)
 
 Result<void> ClearMailLog(SQLite::Database& database)
 {
+    Result<void> noted = NoteClearing();
+    if (!noted) return noted;
     database.exec("PRAGMA secure_delete = ON");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
-    // Dropped and made again: row by row, with the triggers, a large log would take minutes.
+    // Tables are dropped and created again, since deleting a large log row by row would take
+    // minutes.
     database.exec(
         "DROP TABLE entry; DROP TABLE entry_text; DROP TABLE tally; DROP TABLE totals;"
         "DROP VIEW share; DELETE FROM message;");
@@ -195,7 +256,7 @@ Result<void> ClearMailLog(SQLite::Database& database)
     if (!skipped) return skipped;
     transaction.commit();
 
-    // The entries are gone by now; what follows gives their space back.
+    // Frees the space of the entries, which are deleted by now.
     database.tryExec("VACUUM");
     database.tryExec("PRAGMA wal_checkpoint (TRUNCATE)");
     return {};

@@ -1,4 +1,4 @@
-// Totals of the mail log in the periods of the overview.
+// Totals of the mail log for the periods of the overview.
 #include "host/libmailvane/maillog/statistic.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ constexpr int kWeeksOfYear = 52;
 constexpr int kMonthsOfYear = 12;
 constexpr int kShortestMonth = 28;
 constexpr int kLongestMonth = 31;
-constexpr int kMostHours = 59;                      // charts of more periods than this are of days
+constexpr int kMostHours = 59;                      // charts of more than 59 periods are of days
 constexpr std::int64_t kLastSecond = 253402300799;  // of the year 9999
 
 enum class Width { kHour, kDay, kWeek, kMonth };
@@ -29,7 +29,7 @@ Width WidthOf(int scale)
     return scale == kDaysOfWeek || month || scale > kMostHours ? Width::kDay : Width::kHour;
 }
 
-/// Start of the period that lies `back` before the one that holds `last`.
+/// The start of the period that is `back` periods before that of `last`.
 std::int64_t StartOf(Width width, std::tm last, int back)
 {
     last.tm_sec = 0;
@@ -55,11 +55,11 @@ std::int64_t StartOf(Width width, std::tm last, int back)
 std::vector<std::int64_t> PeriodBounds(std::int64_t endTime, int scale)
 {
     const Width width = WidthOf(scale);
-    // A request may name any number; beyond these bounds calendars end.
+    // A request may have any number; times beyond these limits cannot be converted.
     const auto end = static_cast<std::time_t>(std::clamp<std::int64_t>(endTime, 0, kLastSecond));
     std::tm last{};
     (void)localtime_r(&end, &last);
-    // Full hours of zones that are half an hour off as well.
+    // The full hour is computed locally, since zones may differ from UTC by half an hour.
     const std::int64_t hour = end - std::int64_t{60} * last.tm_min - last.tm_sec;
 
     std::vector<std::int64_t> bounds;

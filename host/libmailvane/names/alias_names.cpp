@@ -1,4 +1,4 @@
-// What the names of aliases and of their members must be.
+// Rules for the names of aliases and their members.
 #include "host/libmailvane/names/alias_names.h"
 
 #include <algorithm>

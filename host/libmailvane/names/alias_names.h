@@ -1,4 +1,4 @@
-// What the names of aliases and of their members must be.
+// Rules for the names of aliases and their members.
 #pragma once
 
 #include <string>
@@ -11,14 +11,14 @@ namespace host::names {
 /// The types of members.
 enum MemberType { kUserMember = 0, kGroupMember = 1, kAliasMember = 2, kOutsideMember = 3 };
 
-/// Whether a name can stand before the "@" of an address of this server: at most 64 letters, digits
-/// and ._-+=&'~$, the first a letter, a digit or an underscore, no dots side by side or at the end.
-/// Neither maps nor the text format of the aliases give any of these a meaning.
+/// Whether a name can be the part of an address before the "@": 1 to 64 letters, digits and
+/// ._-+=&'~$; the first a letter, a digit or "_"; no dot at the end or next to another. None of
+/// these characters is special in maps or in the text format of the aliases.
 bool IsLocalPart(const std::string& name);
 
-/// Refuses a member whose name its type does not allow. Users are local parts, also with a Windows
-/// domain and a backslash before them; groups are plain text without <>,:" and are never part of a
-/// map; outside addresses have a domain and nothing beyond ASCII.
+/// Refuses a member with an invalid name. Users are local parts, also as `OFFICE\anna`; groups are
+/// plain text without <>,:" (they are never written into a map); outside addresses have a domain
+/// and only ASCII.
 Result<void> CheckMember(const MemberInfo& member);
 
 }  // namespace host::names

@@ -1,4 +1,4 @@
-// Names that the access lists and the black and white lists hold.
+// The names in the access lists and the black and white list.
 #include "host/libmailvane/names/list_names.h"
 
 #include <arpa/inet.h>
@@ -20,7 +20,7 @@ constexpr int kBitsOfIpv6 = 128;
 constexpr int kBitsOfWrapping = kBitsOfIpv6 - kBitsOfIpv4;
 constexpr std::size_t kLongestPrefix = 3;  // digits
 
-/// An IP address in the order of the network.
+/// An IP address in network byte order.
 struct IpAddress {
     int family = AF_INET;
     unsigned char bytes[sizeof(in6_addr)] = {};
@@ -38,6 +38,7 @@ bool WrapsIpv4(const IpAddress& address)
 std::optional<IpAddress> ParseIp(const std::string& text)
 {
     IpAddress address;
+    if (text.find('\0') != std::string::npos) return std::nullopt;
     if (inet_pton(AF_INET, text.c_str(), address.bytes) == 1) return address;
 
     address.family = AF_INET6;
@@ -45,7 +46,8 @@ std::optional<IpAddress> ParseIp(const std::string& text)
     return std::nullopt;
 }
 
-/// Postfix shows an IPv4 client that came through an IPv6 socket by its IPv4 address.
+/// Turns an IPv4-mapped IPv6 address, ::ffff:192.0.2.1, into IPv4, which is how Postfix shows such
+/// clients.
 void Unwrap(IpAddress& address)
 {
     constexpr std::size_t size = kBitsOfIpv4 / 8;
@@ -77,7 +79,7 @@ void ClearHostBits(IpAddress& address, int prefix)
     }
 }
 
-/// A number of bits; -1 when it is none.
+/// The length of a network's prefix; -1 when the text is no such number.
 int ParsePrefix(const std::string& text)
 {
     if (text.empty() || text.size() > kLongestPrefix) return -1;
@@ -102,7 +104,8 @@ std::optional<std::string> StoredNetwork(const std::string& text)
     return IpText(*address) + "/" + std::to_string(prefix);
 }
 
-/// A domain, not what only looks like one: no top-level domain is a number.
+/// The stored spelling of a domain; nothing for 192.0.2.1 and the like: no top-level domain is a
+/// number.
 std::optional<std::string> StoredDomain(const std::string& text)
 {
     const std::string last = text.substr(text.rfind('.') + 1);
@@ -127,7 +130,7 @@ std::optional<std::string> StoredAddress(const std::string& text)
 
 std::optional<std::string> StoredName(NameType kind, const std::string& text)
 {
-    // A NUL would end the text for whoever reads it as a C string.
+    // A NUL would end the text in programs that read it as a C string.
     if (text.find('\0') != std::string::npos) return std::nullopt;
 
     switch (kind) {

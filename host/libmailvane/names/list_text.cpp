@@ -1,4 +1,4 @@
-// The text files that lists are imported from.
+// Text files of lists, for import and export.
 #include "host/libmailvane/names/list_text.h"
 
 #include <algorithm>
@@ -13,9 +13,9 @@ namespace host::names {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-constexpr int kMostToldLines = 20;  // a wrong file must not flood the log
+constexpr int kMostToldLines = 20;  // so that a wrong file does not flood the log
 
-/// Cuts the first line off `rest`, with whatever ends it.
+/// Removes the first line and its line end from `rest` and returns the line.
 std::string_view CutLine(std::string_view& rest)
 {
     const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
@@ -36,7 +36,7 @@ Result<void> Take(const std::string& line, const TakeLine& take)
     return Reason{ReasonCode::kRefused, "", "holds what is no text in UTF-8"};
 }
 
-/// Why lines of a list were refused.
+/// Collects the reasons why lines of a list were refused.
 class RefusedLines {
 public:
     void Add(int number, Reason reason)

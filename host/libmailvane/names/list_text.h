@@ -1,4 +1,4 @@
-// The text files that lists are imported from.
+// Text files of lists, for import and export.
 #pragma once
 
 #include <functional>
@@ -8,19 +8,18 @@
 
 namespace host::names {
 
-/// Takes one line of a list, trimmed, its tabs made blanks, or refuses it.
+/// Reads one line, trimmed and with tabs replaced by blanks, or refuses it.
 using TakeLine = std::function<Result<void>(const std::string& line)>;
 
-/// Hands the lines of an imported list to `take`: UTF-8, any kind of line end. Blank lines and
-/// comments, which begin with "#", are left out. Every line is handed over, whatever was refused
-/// before it; each refused one, up to a number, is a cause of the reason, about "line 12" for
-/// example.
+/// Calls `take` for each line of an import file: UTF-8, any line ends; empty lines and comments
+/// ("#") are skipped. Reads on after a refused line; the first refused lines become causes of the
+/// reason, each about "line 12" or the like.
 Result<void> ReadListText(const std::string& path, const TakeLine& take);
 
-/// Writes an export to the file at `path`.
+/// Writes the text of an export to the file at `path`.
 Result<void> WriteExport(const std::string& path, const std::string& text);
 
-/// Pattern for SQL's `LIKE ? ESCAPE '\'` that finds `text` anywhere.
+/// Pattern for SQL's `LIKE ? ESCAPE '\'` that matches texts that contain `text`.
 std::string LikeAnywhere(const std::string& text);
 
 }  // namespace host::names

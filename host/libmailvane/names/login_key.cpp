@@ -1,4 +1,4 @@
-// One name for a login, however it is spelled.
+// The name of the account behind a login.
 #include "host/libmailvane/names/login_key.h"
 
 #include <algorithm>

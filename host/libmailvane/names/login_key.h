@@ -1,12 +1,12 @@
-// One name for a login, however it is spelled.
+// The name of the account behind a login.
 #pragma once
 
 #include <string>
 
 namespace host::names {
 
-/// The account's own name in lower case: what stands between a Windows domain ("DOMAIN\") and a
-/// suffix ("@suffix"). The mail server calls logins by it, whatever the account source.
+/// The account's name in lower case, without a Windows domain or a suffix: `OFFICE\Anna` and
+/// `anna@a.example` become `anna`. Postfix logs logins under this name.
 std::string LoginKey(const std::string& login);
 
 }  // namespace host::names

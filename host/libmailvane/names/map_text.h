@@ -1,5 +1,6 @@
-// Texts of lookup tables made from lists of names, in which the nearest entry counts: an address
-// before its domain, a domain before the tree it is in, a small network before one around it.
+// Texts of lookup tables made from lists of names. The most specific entry decides: an address
+// before its domain, a domain before the tree that contains it, a small network before a larger
+// one.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +13,7 @@
 
 namespace host::names {
 
-/// Text of a map in which each key stands once: what is added first counts.
+/// Text of a map with unique keys: the value added first stays.
 class MapText {
 public:
     void Add(const std::vector<std::string>& keys, const std::string& value)
@@ -29,8 +30,8 @@ private:
     std::string text_;
 };
 
-/// A map of the entries with mail addresses and domains, `valueOf` each entry's value. A domain's
-/// own entry comes before that of its tree, which has the domain as a key too.
+/// Text of a map of the entries with mail addresses and domains. A domain's own entry is added
+/// before that of its tree, which also has the domain as a key.
 template <typename Entries, typename ValueOf>
 std::string NamesText(const Entries& entries, ValueOf valueOf)
 {
@@ -43,8 +44,8 @@ std::string NamesText(const Entries& entries, ValueOf valueOf)
     return map.Take();
 }
 
-/// The entries with addresses and networks of the given kinds, the small networks first: where the
-/// first one that holds an address counts.
+/// The entries with addresses and networks of the given kinds, the longest prefix first: Postfix
+/// takes the first that matches.
 template <typename Entries>
 auto SmallestFirst(const Entries& entries, const std::vector<NameType>& kinds)
 {

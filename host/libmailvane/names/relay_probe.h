@@ -1,14 +1,14 @@
-// What the self-check says when it asks the mail server whether strangers may relay. The mail log
-// knows it by all of this together, and leaves it out.
+// The SMTP dialogue by which the self-check tests for an open relay. The mail log recognises it by
+// all of these values together and leaves it out.
 #pragma once
 
 namespace host::names {
 
-/// Addresses of this machine's own from which it asks: no client elsewhere can have them.
+/// The addresses of this machine that the probe comes from; no remote client can have them.
 constexpr char kProbeAddress[] = "127.0.0.2";
 constexpr char kProbeAddress6[] = "::1";
 
-/// The name that it gives itself, and the recipient, whom nobody can have.
+/// The probe's HELO name, and its recipient; both are in a domain that cannot exist.
 constexpr char kProbeName[] = "self-check.invalid";
 constexpr char kProbeRecipient[] = "somebody@self-check.invalid";
 

@@ -1,4 +1,4 @@
-// What a file of rules for the spam filter may say.
+// What is allowed in a file of rules for the spam filter.
 #include "host/libmailvane/names/spam_rule_text.h"
 
 #include <sys/stat.h>
@@ -23,8 +23,8 @@ constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kWordCharacters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
 
-/// Characters besides letters, digits and "_" in what follows the name of a rule. Null: any, which
-/// is a pattern or a text.
+/// A directive that is allowed. `furtherCharacters` are allowed after the rule's name besides
+/// letters, digits and "_"; null allows any, for patterns and texts.
 struct Directive {
     std::string_view name;
     const char* furtherCharacters;
@@ -36,10 +36,10 @@ constexpr Directive kDirectives[] = {
     {"tflags", " .-="},    {"priority", "-"},
 };
 
-/// Beginnings of what a pattern would run as a program.
+/// The beginnings of constructs by which a pattern would execute Perl code.
 constexpr std::string_view kCode[] = {"(?{", "(??{", "(?p{", "(*{", "(**{"};
 
-/// Cuts the first word off `rest`, and the blanks behind it.
+/// Removes the first word and the blanks after it from `rest` and returns the word.
 std::string_view CutWord(std::string_view& rest)
 {
     const std::string_view word = rest.substr(0, rest.find(' '));
@@ -70,7 +70,8 @@ bool Consists(std::string_view text, std::string_view furtherCharacters)
     });
 }
 
-/// Blanks can be left out of patterns, so they do not tell whether one is code.
+/// Whether a pattern would execute code. Blanks are removed first, since Perl may ignore them: `(
+/// ?{`.
 bool HoldsCode(std::string_view text)
 {
     std::string dense(text);
@@ -80,13 +81,14 @@ bool HoldsCode(std::string_view text)
     });
 }
 
-/// Whether a rule calls a function of the filter with the name of a file.
+/// Whether a rule calls one of the filter's functions with a file name:
+/// `eval:check_x('/etc/passwd')`.
 bool CallsWithPath(std::string_view text)
 {
     return text.substr(0, 5) == "eval:" && text.find('/') != std::string_view::npos;
 }
 
-/// A comment ends the line, but for a "#" behind a backslash.
+/// The line without its comment. A "#" after a backslash begins no comment.
 std::string WithoutComment(const std::string& line)
 {
     for (auto at = line.find('#'); at != std::string::npos; at = line.find('#', at + 1)) {
@@ -95,7 +97,7 @@ std::string WithoutComment(const std::string& line)
     return line;
 }
 
-/// What is wrong with a line; null when nothing is.
+/// Why a line is refused; null when it is not.
 const char* FaultOf(const std::string& line)
 {
     if (line.size() > kLongestLine) return "is too long";

@@ -1,5 +1,5 @@
-// What a file of rules for the spam filter may say. The filter's own language can also load code,
-// read other files and change every setting, so only rules are taken.
+// What is allowed in a file of rules for the spam filter: only rules, since the filter's language
+// can also load code, read other files and change every setting.
 #pragma once
 
 #include <string>
@@ -8,15 +8,14 @@
 
 namespace host::names {
 
-/// Whether a rule set can have this name: it is that of its file.
+/// Whether a rule set can have this name, which is also its file's name.
 bool IsRuleSetName(const std::string& name);
 
-/// Refuses a line of a rule file, trimmed and without its comment, that is no rule and says nothing
-/// about one.
+/// Refuses a line, trimmed and without its comment, unless it defines a rule or describes one.
 Result<void> CheckRuleLine(const std::string& line);
 
-/// The rules of the file at `path`, one a line, without comments. Refused when it says anything but
-/// rules, as `ReadListText` does.
+/// Reads the rules from the file at `path`, one a line, without comments. Refuses the file when a
+/// line is not allowed, with causes as `ReadListText`.
 Result<std::string> ReadRuleFile(const std::string& path);
 
 }  // namespace host::names

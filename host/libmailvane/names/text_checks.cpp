@@ -1,4 +1,4 @@
-// What a text must be before it reaches a generated file.
+// Checks of texts that are written into generated files.
 #include "host/libmailvane/names/text_checks.h"
 
 #include <arpa/inet.h>
@@ -24,15 +24,17 @@ bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
                        [&text](const char* word) { return text == word; });
 }
 
-/// An IPv4 or IPv6 address.
+/// Whether this is an IPv4 or IPv6 address. inet_pton() would stop at a NUL.
 bool IsAddress(const std::string& text)
 {
+    if (text.find('\0') != std::string::npos) return false;
+
     unsigned char bytes[sizeof(in6_addr)];
-    return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
-           inet_pton(AF_INET6, text.c_str(), bytes) == 1;
+    return text.find('\0') == std::string::npos && (inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
+                                                    inet_pton(AF_INET6, text.c_str(), bytes) == 1);
 }
 
-/// Bytes that would end or change an entry of a map.
+/// Whether a byte may be in an address: those excluded would end or change the line of a map.
 bool IsAddressCharacter(char c)
 {
     return !IsControl(c) && std::strchr(" \"\\<>(),;:[]|#/", c) == nullptr;

@@ -1,4 +1,4 @@
-// Whether this machine can scan for viruses: the engine and its update tool.
+// Whether the anti-virus engine and its updater are installed.
 #include "platform/mailvane/anti_virus_support.h"
 
 #include <unistd.h>

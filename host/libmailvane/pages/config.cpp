@@ -1,10 +1,12 @@
-// Typed settings in memory: loading, setting, saving.
+// Settings objects: typed values in memory, loaded and saved.
 #include "host/libmailvane/pages/config.h"
 
 #include "platform/mailvane/config.h"
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/pages/relay_login.h"
+#include "host/libmailvane/pages/taking_over.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
 
@@ -13,7 +15,7 @@ namespace {
 using host::settings::SettingInfo;
 using host::settings::SettingType;
 
-/// A stored value as the program takes it.
+/// The typed value of a stored text.
 boost::any Typed(const SettingInfo& setting, const std::string& spelled)
 {
     switch (setting.type) {
@@ -27,7 +29,7 @@ boost::any Typed(const SettingInfo& setting, const std::string& spelled)
     return Value<std::string>(spelled);
 }
 
-/// A value of the program as it is stored; false when it is not of the setting's type.
+/// Makes the stored text of a typed value; false when the value does not have the setting's type.
 bool Spell(const SettingInfo& setting, const boost::any& value, std::string& spelled)
 {
     if (setting.type == SettingType::kInt) {
@@ -86,7 +88,7 @@ void Config::Set(const std::string& name, const boost::any& value)
         return;
     }
 
-    // Pages get the relay password masked and send the mask back: it means no change.
+    // An empty relay password means no change, since pages never get the stored one.
     if (spelled.empty() && name == "smtp_relay_password") return;
 
     state_->values[name] = value;
@@ -155,23 +157,27 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     const save::WriteScope scope;
     if (!Succeeded(scope.ready())) return -1;
 
-    auto wanted = settings::StoredSettings::Read();
-    if (!Succeeded(wanted)) return -1;
+    const auto stored = settings::StoredSettings::Read();
+    if (!Succeeded(stored)) return -1;
+
+    settings::StoredSettings wanted = *stored;
 
     for (const std::string& name : state.changed) {
         std::string spelled;
         Spell(*settings::FindSetting(name), state.values.at(name), spelled);
-        if (wanted->Spelled(name) != spelled) NoteChange(name);
-        wanted->Set(name, spelled);
+        if (wanted.Spelled(name) != spelled) NoteChange(name);
+        wanted.Set(name, spelled);
     }
     if (state.listsChanged) {
-        if (wanted->domains != state.domains) NoteChange("domains");
-        if (!(wanted->blocklists == state.blocklists)) NoteChange("blocklists");
-        wanted->domains = state.domains;
-        wanted->blocklists = state.blocklists;
+        if (wanted.domains != state.domains) NoteChange("domains");
+        if (!(wanted.blocklists == state.blocklists)) NoteChange("blocklists");
+        wanted.domains = state.domains;
+        wanted.blocklists = state.blocklists;
     }
-    if (!wanted->Bool("smtp_relay_auth")) wanted->Set("smtp_relay_password", "");
-    const int result = Status(save::SaveTransaction(*wanted, steps));
+    if (!Succeeded(JudgeRelayLogin(*stored, wanted, state.changed))) return -1;
+
+    if (TakesOver("logins")) wanted.SetSmtpPortTakesLogins();
+    const int result = Status(save::SaveTransaction(wanted, steps));
     state.saved = result == 0;
     return result;
 }

@@ -1,4 +1,4 @@
-// What the settings classes keep in memory.
+// The state of the settings objects.
 #pragma once
 
 #include <boost/any.hpp>
@@ -16,23 +16,23 @@ struct Config::State {
     host::settings::SettingsObject object = host::settings::SettingsObject::kPostfix;
     std::unordered_map<std::string, boost::any> values;
     std::set<std::string> changed;               ///< names set since the load
-    host::settings::AccountCombination account;  ///< whose accounts are served, as loaded
+    host::settings::AccountCombination account;  ///< the account combination when loaded
     std::list<std::string> domains;
     std::list<host::settings::Blocklist> blocklists;
     bool listsChanged = false;
     bool loaded = false;
-    bool saved = false;    ///< what was loaded has been stored
-    bool refused = false;  ///< a setter was given what it cannot take
-    boost::any nothing;    ///< what an unknown name yields
+    bool saved = false;    ///< a save has succeeded since the load
+    bool refused = false;  ///< a setter has refused a value
+    boost::any nothing;    ///< returned for an unknown name
 };
 
 namespace host::pages {
 
-/// The calls of the settings classes, on their state. Results are those of the classes.
+/// Loading and saving of all settings classes. Results: 0, or negative on failure.
 int LoadConfig(Config::State& state);
 int SaveConfig(Config::State& state, const std::list<Callback>& steps);
 
-/// Marks the state, so that the next save fails, and logs what was refused. Negative.
+/// Logs what was refused and makes the next save fail. Returns a negative number.
 int Refuse(Config::State& state, const char* what);
 
 }  // namespace host::pages

@@ -1,6 +1,6 @@
-// RSA key files for DKIM. Each pair has a directory of its own, named by its date, beside the two
-// names that are asked for; these lead through one link, `pair`, so that both halves change at
-// once. Replaced pairs stay.
+// RSA key pairs for DKIM. Each pair is in a directory named by its date. The paths of the two keys
+// are symbolic links through one link, `pair`, so that both change at once. Replaced pairs are
+// kept.
 #include "host/libmailvane/pages/key_pairs.h"
 
 #include "platform/mailvane/rsa_key.h"
@@ -32,13 +32,13 @@ using host::Result;
 const char kPair[] = "pair";
 constexpr int kMostPairsASecond = 100;
 
-/// Both halves, in PEM form.
+/// Private and public key in PEM format.
 struct KeyTexts {
     std::string privateKey;
     std::string publicKey;
 };
 
-/// The two names of a pair and the folder they lie in.
+/// The folder of a pair's links, and their names.
 struct KeyNames {
     std::string folder;  ///< ends with a slash
     std::string privateName;
@@ -55,13 +55,13 @@ std::string NameOf(const std::string& path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Where a new private key waits for its public half.
+/// Path of a new private key until its public key is stored.
 std::string WaitingKey(const std::string& privatePath)
 {
     return privatePath + ".new";
 }
 
-/// What OpenSSL's own tool prints.
+/// The output of the openssl program.
 Result<std::string> OpensslOutput(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> command{host::programs::kOpenssl};
@@ -80,7 +80,7 @@ Reason PairReason(const KeyNames& names, const char* what)
     return host::SystemReason(names.folder, std::string(what) + " in " + names.folder);
 }
 
-/// Makes the directory of a new pair, named by `when`.
+/// Makes the directory of a new pair, named by the time `when`.
 Result<std::string> MakePairDirectory(const KeyNames& names, time_t when)
 {
     struct tm parts {};
@@ -96,13 +96,13 @@ Result<std::string> MakePairDirectory(const KeyNames& names, time_t when)
     return PairReason(names, "cannot make the folder of a key pair");
 }
 
-/// Writes a half of a pair, unless there is none.
+/// Writes one key of a pair; an empty text is skipped.
 bool WriteHalf(const std::string& path, const std::string& text, mode_t mode)
 {
     return text.empty() || host::ReplaceFile(path, text, mode);
 }
 
-/// Writes both halves into a directory of their own and returns its name.
+/// Writes both keys into a new directory and returns its name.
 Result<std::string> StorePair(const KeyNames& names, const KeyTexts& keys, time_t when)
 {
     Result<std::string> pair = MakePairDirectory(names, when);
@@ -119,21 +119,21 @@ Result<std::string> StorePair(const KeyNames& names, const KeyTexts& keys, time_
     return reason;
 }
 
-/// Whether a file was put there by hand, and not by this library as a link.
+/// Whether a path is a regular file, put there by hand, and not one of this library's links.
 bool IsPlainFile(const std::string& path)
 {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-/// Reads a half of a pair; one that is not there is empty.
+/// Reads one key of a pair; a missing file is empty text.
 bool ReadHalf(const std::string& path, std::string& text)
 {
     return host::ReadFile(path, text) || errno == ENOENT;
 }
 
-/// Gives plain files a directory like that of other pairs. Nothing that is read by the two names
-/// changes by it.
+/// Moves key files that are no links into a directory like that of other pairs, and links to them.
+/// What is read at the two paths stays the same.
 Result<void> AdoptPlainFiles(const KeyNames& names)
 {
     const std::string privatePath = names.folder + names.privateName;
@@ -152,14 +152,14 @@ Result<void> AdoptPlainFiles(const KeyNames& names)
     return host::generation::ReplaceByLink(names.folder + kPair, *pair);
 }
 
-/// Makes one of the two names lead through the link.
+/// Makes the path of one key a link through `pair`.
 Result<void> LeadThroughLink(const KeyNames& names, const std::string& name)
 {
     const std::string target = std::string(kPair) + "/" + name;
     return host::generation::ReplaceByLink(names.folder + name, target);
 }
 
-/// Puts a stored pair in place. Until the last link is turned the old pair is in place, whole.
+/// Makes a stored pair the current one. The previous pair stays complete until the last rename.
 Result<void> TurnTo(const KeyNames& names, const std::string& pair)
 {
     Result<void> done = AdoptPlainFiles(names);
@@ -169,14 +169,14 @@ Result<void> TurnTo(const KeyNames& names, const std::string& pair)
     return done;
 }
 
-/// Puts both halves in place. Until the last link is turned the old pair is in place, whole.
+/// Stores both keys and makes them the current pair; likewise.
 Result<void> PutPair(const KeyNames& names, const KeyTexts& keys)
 {
     Result<std::string> pair = StorePair(names, keys, time(nullptr));
     return pair ? TurnTo(names, *pair) : std::move(pair).reason();
 }
 
-/// Whether a name is that of a stored pair with both halves.
+/// Whether this is the directory of a stored pair with both keys.
 bool IsStoredPair(const KeyNames& names, const std::string& pair)
 {
     const std::string inside = names.folder + pair + "/";
@@ -186,7 +186,7 @@ bool IsStoredPair(const KeyNames& names, const std::string& pair)
            IsPlainFile(inside + names.publicName);
 }
 
-/// Makes a pair of a private key and puts it in place.
+/// Makes the pair of a private key the current one.
 Result<void> MakePair(const KeyNames& names, const std::string& privateKey)
 {
     KeyTexts keys;

@@ -1,4 +1,4 @@
-// Key pairs for DKIM that were replaced.
+// Going back to a replaced DKIM key pair.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace host::pages {
 
-/// Makes a replaced pair the one that signs; the present one is kept in its turn. `pair` is the
-/// name of its directory in etc/dkim.key. When there is none of that name or the signer does not
-/// take it, the pair in force is the one before.
+/// Makes a replaced pair the one that signs; the present one is kept. `pair` is the name of its
+/// directory in etc/dkim.key. When there is no such pair or the DKIM filter does not accept it,
+/// nothing changes.
 Result<void> RestoreKeyPair(const std::string& pair);
 
 }  // namespace host::pages

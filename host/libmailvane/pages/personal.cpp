@@ -1,4 +1,4 @@
-// Personal settings of one user: stored by the package, carried out by a script in the user's home.
+// Personal settings of one user: stored by the package, executed by a script in the user's home.
 #include "platform/mailvane/personal.h"
 
 #include <strings.h>
@@ -22,7 +22,7 @@ using host::system::MailAccount;
 
 struct Personal::State {
     MailAccount account;
-    std::string errKey;  ///< empty when the settings can be used
+    std::string errKey;  ///< why there are no settings; empty when there are
     PersonalSettings settings;
 };
 
@@ -56,7 +56,7 @@ bool IsOwnAddress(const host::settings::StoredSettings& settings, const std::str
             std::any_of(settings.domains.begin(), settings.domains.end(), isDomain));
 }
 
-/// Whether the forwarding can be carried out; what is off may lack an address.
+/// Whether the forwarding is valid; when off it needs no address.
 Result<void> CheckForwarding(const PersonalSettings& settings, const std::string& user)
 {
     const std::string& address = settings.forwardAddress;
@@ -91,7 +91,7 @@ Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, con
     return changed;
 }
 
-/// Adds or overwrites the reply to one sender.
+/// Adds or replaces the reply to one sender.
 Result<void> PutSenderReply(PersonalSettings& settings, const std::string& sender,
                             const Reply& reply)
 {
@@ -242,7 +242,7 @@ int Personal::WriteReplyContent(const char* sender, const std::string& subject,
         });
     if (!host::Succeeded(stored)) return -1;
 
-    // What the setters were given stays.
+    // Takes only the replies from the store: other settings may be set and not saved yet.
     state_->settings.generalReply = stored->generalReply;
     state_->settings.senderReplies = stored->senderReplies;
     return 0;

@@ -30,7 +30,8 @@ Postfix::Postfix()
 
 Postfix::~Postfix()
 {
-    // A switch of the account source that was not completed is taken back with the object.
+    // A switch of the account combination that was not saved is undone when the object is
+    // destroyed.
     if (state_->loaded && !state_->saved && host::LockIsHeld()) {
         (void)host::Succeeded(host::save::HealAccounts(state_->account));
     }
@@ -40,7 +41,7 @@ int Postfix::LoadSettings()
 {
     if (host::pages::LoadConfig(*state_) < 0) return -1;
 
-    // Healing twice in a process would undo the switch that it is making.
+    // Healing a second time would undo the switch that this process is making.
     static bool healed = false;
     if (healed) return 0;
 

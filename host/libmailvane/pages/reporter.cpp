@@ -1,5 +1,5 @@
-// Settings of the daily report: etc/report.conf, mode 0600, since it holds the password of the
-// account that sends.
+// Settings of the daily report: etc/report.conf, mode 0600, since it has the password of the
+// account that sends it.
 #include "host/libmailvane/pages/reporter.h"
 
 #include "platform/mailvane/reporter.h"
@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/recovery.h"
@@ -26,6 +27,11 @@ struct Reporter::State {
     Sender sender;
     Time time;
     SMTP smtp;
+    std::string stored;        ///< the stored password
+    std::string givenFor;      ///< the server and port that it was given for
+    bool givenForTls = false;  ///< to be told with TLS alone
+
+    void JudgePassword();
 };
 
 namespace {
@@ -48,6 +54,12 @@ unsigned int Number(const std::string& text)
     return static_cast<unsigned int>(strtoul(text.c_str(), nullptr, 10));
 }
 
+/// The server that these settings send a password to.
+std::string ServerOf(const Reporter::SMTP& account)
+{
+    return account.server + ":" + std::to_string(account.port);
+}
+
 const char kCannotRead[] = "cannot read the settings of the report";
 const char kCannotStore[] = "cannot store the settings of the report";
 
@@ -57,7 +69,7 @@ void Require(const Result<void>& result, const char* what)
     if (!host::Succeeded(result)) throw std::runtime_error(what);
 }
 
-/// Refuses a setting by an exception that names it, never its value.
+/// Throws an exception with the setting's name, but not its value, when it is invalid.
 void Require(bool sound, const char* setting)
 {
     if (sound) return;
@@ -67,6 +79,20 @@ void Require(bool sound, const char* setting)
 }
 
 }  // namespace
+
+/// A password that was not typed stays that of the server it was given for, also while no login is
+/// asked for.
+void Reporter::State::JudgePassword()
+{
+    if (host::NotedRequest().typesPassword || smtp.password != stored) {
+        givenFor = ServerOf(smtp);
+        givenForTls = smtp.secure;
+    } else if (smtp.auth && !stored.empty()) {
+        Require(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
+                "smtp_password, which was given for another server, another port or TLS,");
+        givenForTls = smtp.secure;
+    }
+}
 
 std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
 {
@@ -133,6 +159,9 @@ Reporter Reporter::LoadSetting()
     state.smtp.account = text("smtp_account");
     state.smtp.password = text("smtp_password");
     state.smtp.secure = text("smtp_secure") == "yes";
+    state.stored = state.smtp.password;
+    state.givenFor = file->Get("smtp_password_for").value_or(ServerOf(state.smtp));
+    state.givenForTls = file->Get("smtp_password_tls").value_or(YesNo(state.smtp.secure)) == "yes";
     return reporter;
 }
 
@@ -141,6 +170,7 @@ int Reporter::SaveSetting()
     const host::save::WriteScope scope;
     Require(scope.ready(), "the lock was not had in time");
 
+    state_->JudgePassword();
     const State& state = *state_;
     KeyValueFile file = KeyValueFile::Parse("");
     const std::pair<const char*, std::string> lines[] = {
@@ -157,6 +187,8 @@ int Reporter::SaveSetting()
         {"smtp_account", state.smtp.account},
         {"smtp_password", state.smtp.password},
         {"smtp_secure", YesNo(state.smtp.secure)},
+        {"smtp_password_for", state.givenFor},
+        {"smtp_password_tls", YesNo(state.givenForTls)},
     };
     for (const auto& line : lines) Require(file.Set(line.first, line.second), line.first);
     if (!file.Write(SettingsPath(), 0600)) {

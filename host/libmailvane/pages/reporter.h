@@ -1,4 +1,4 @@
-// Who gets the report.
+// The recipients of the report.
 #pragma once
 
 #include <string>
@@ -6,8 +6,7 @@
 
 namespace host::pages {
 
-/// The addresses of a list divided by commas or semicolons, without the blanks around them and
-/// without empty ones.
+/// The addresses of a list separated by commas or semicolons, trimmed, without empty ones.
 std::vector<std::string> ReportRecipients(const std::string& list);
 
 }  // namespace host::pages

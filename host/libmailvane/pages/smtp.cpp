@@ -1,4 +1,4 @@
-// Whose accounts the mail server uses.
+// The account type of the mail server.
 #include "platform/mailvane/smtp.h"
 #include "host/libmailvane/settings/stored_settings.h"
 

@@ -1,4 +1,4 @@
-// Helpers of the settings pages: port conflicts and joined texts.
+// Functions for the settings pages: port conflicts, joining texts.
 #include "platform/mailvane/web_utils.h"
 
 #include "host/libmailvane/daemons/listening_ports.h"

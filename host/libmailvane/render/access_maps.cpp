@@ -1,11 +1,10 @@
 // The maps of the access lists: what the SMTP server answers to senders, recipients and clients.
 //
-// The nearest entry counts: an address before its domain, a domain before the tree it is in, a tree
-// before one above it; an IP address before its networks, a small network before one around it,
-// both before the client's host name.
+// The most specific entry decides: user@a.example before a.example, before the tree .example; an IP
+// address before its networks, a small network before a larger one, both before the host name.
 //
-// Mail for a discarded recipient is taken in and then thrown away by its transport, since DISCARD
-// as an answer of the SMTP server would throw it away for all recipients of the message.
+// Mail for a discarded recipient is accepted and then dropped by a transport. If the SMTP server
+// answered DISCARD itself, all recipients of the message would lose it.
 #include <algorithm>
 
 #include "host/libmailvane/names/map_text.h"
@@ -14,7 +13,8 @@
 namespace host::render {
 namespace {
 
-/// Where the mail for discarded addresses goes; no domain of this name can exist.
+/// The domain of the transport and of addresses for discarded mail; no domain of this name can
+/// exist.
 const char kNowhere[] = "discarded.invalid";
 
 using Entries = std::list<AccessInfo>;
@@ -29,7 +29,7 @@ std::string Answer(const AccessInfo& entry)
     return Access::StatusToStr(entry.status);
 }
 
-/// As `Answer`, for recipients: those that are discarded are no reason to refuse.
+/// The answer for a recipient. A discarded one is accepted: its transport drops the mail.
 std::string RecipientAnswer(const AccessInfo& entry)
 {
     return entry.status == ACCESS_DISCARD ? "DUNNO" : Answer(entry);
@@ -40,7 +40,7 @@ bool IsDiscarded(const AccessInfo& entry)
     return entry.status == ACCESS_DISCARD;
 }
 
-/// Transports: those of discarded recipients, and none of their own for the rest.
+/// The transport map: the discard transport for discarded recipients, the usual one for all others.
 std::string TransportText(const Entries& recipients)
 {
     if (std::none_of(recipients.begin(), recipients.end(), IsDiscarded)) return "";
@@ -51,7 +51,7 @@ std::string TransportText(const Entries& recipients)
            });
 }
 
-/// Discarded addresses, which may be those of aliases: they must not be followed to their members.
+/// The map of discarded recipients. One that is an alias must not be expanded to its members.
 std::string DiscardedText(const Entries& recipients)
 {
     names::MapText map;
@@ -72,7 +72,7 @@ std::string AddressesText(const Entries& clients)
     return map.Take();
 }
 
-/// Networks, the small ones first: the first that holds an address counts.
+/// The table of networks, the smallest first, since Postfix takes the first that matches.
 std::string NetworksText(const Entries& clients)
 {
     std::string text;

@@ -1,4 +1,4 @@
-// Who gets the mail of an alias in the end.
+// Expansion of aliases to their final recipients.
 #include "host/libmailvane/render/alias_expansion.h"
 
 #include <unordered_set>
@@ -12,7 +12,7 @@
 namespace host::render {
 namespace {
 
-/// The name of a user without its Windows domain: what stands before the "@".
+/// The name of a user without its Windows domain: `anna` of `OFFICE\anna`.
 std::string LocalName(const std::string& user)
 {
     return user.substr(user.find('\\') + 1);
@@ -20,7 +20,8 @@ std::string LocalName(const std::string& user)
 
 }  // namespace
 
-/// The way through the members of one alias. Lists of members are told apart by where they lie.
+/// A depth-first walk through the members of one alias. A list of members is identified by its
+/// address.
 struct AliasExpansion::Walk {
     enum class State { kOpen, kDone };
     struct Step {
@@ -28,7 +29,7 @@ struct AliasExpansion::Walk {
         std::size_t next;
     };
 
-    /// Goes through a list of members next, unless that has been done.
+    /// Makes a list of members the next to be visited, unless it has been visited.
     void Enter(const Members* members)
     {
         if (states.emplace(members, State::kOpen).second) path.push_back({members, 0});
@@ -133,7 +134,7 @@ Result<void> AliasExpansion::Visit(Walk& walk, const MemberInfo& member)
 void AliasExpansion::VisitLocal(Walk& walk, const std::string& name)
 {
     const Members* alias = AliasMembers(name);
-    // The mail server also knows an alias with an extension after a plus sign.
+    // As Postfix does: mail for `sales+news` goes to the alias `sales`.
     if (alias == nullptr) alias = AliasMembers(name.substr(0, name.find('+')));
 
     const auto state = walk.states.find(alias);

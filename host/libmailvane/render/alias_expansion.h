@@ -1,4 +1,4 @@
-// Who gets the mail of an alias in the end.
+// Expansion of aliases to their final recipients.
 #pragma once
 
 #include <functional>
@@ -12,31 +12,33 @@
 
 namespace host::render {
 
-/// More than this many recipients of one alias are refused.
+/// An alias with more recipients than this is refused.
 constexpr int kMostRecipientsOfAlias = 100000;
 
 struct Recipients {
-    std::vector<std::string> users;    ///< mailboxes here: what stands before the "@"
-    std::vector<std::string> outside;  ///< whole addresses
+    std::vector<std::string> users;    ///< mailboxes of this server, by their names before the "@"
+    std::vector<std::string> outside;  ///< complete addresses
 };
 
-/// Expands aliases: nested ones, groups, addresses of the server's own domains. A name that is an
-/// alias stands for the alias wherever it is met, as it does in the mail server; one that leads
-/// back to itself reaches the mailbox of that name. So what is expanded needs no expansion any more
-/// or expands into itself, and no loop is left to the mail server.
+/// Expands aliases, with nested aliases, groups and addresses in the server's own domains. An alias
+/// that contains itself reaches the mailbox of its name: with `info: info, anna`, mail goes to the
+/// mailboxes info and anna. The result has no aliases left but such ones, so that Postfix meets no
+/// loop.
 class AliasExpansion {
 public:
-    /// Gives the members of a group; none for one that does not exist.
+    /// Returns the members of a group, none when it does not exist.
     using Group = std::function<Result<std::vector<std::string>>(const std::string& group)>;
 
-    /// `table` must outlive the object. `domains` are those of the server.
+    /// `table` must outlive the object. `domains` are the server's mail domains.
     AliasExpansion(const stores::AliasTable& table, const std::vector<std::string>& domains,
                    Group group);
 
-    /// Makes names of the machine that are no aliases reach a user.
+    /// Makes the role `name` (such as postmaster) reach `user`, unless there is an alias of that
+    /// name.
     void AddRole(const std::string& name, const std::string& user);
 
-    /// Each recipient of an alias once. Fails when there are too many, and as the groups do.
+    /// The recipients of an alias, without duplicates. Fails when there are too many, or when
+    /// `Group` does.
     Result<Recipients> Expand(const stores::AliasEntry& alias);
 
 private:
@@ -52,7 +54,7 @@ private:
     const stores::AliasTable& table_;
     std::set<std::string> domains_;  ///< in lower case
     Group group_;
-    std::unordered_map<std::string, Members> groups_;  ///< those met so far
+    std::unordered_map<std::string, Members> groups_;  ///< those looked up so far
     std::unordered_map<std::string, Members> roles_;
 };
 

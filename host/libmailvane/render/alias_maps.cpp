@@ -1,4 +1,4 @@
-// The maps that the aliases fill: where their mail goes, and which logins may send from them.
+// The maps made from the aliases: where their mail goes, and which logins may send from them.
 #include <utility>
 
 #include "host/libhaldcore/log.h"
@@ -20,8 +20,8 @@ int SourceOf(const std::string& accountType)
     return accountType == "win" ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LOCAL;
 }
 
-/// Mail must not go to fewer than it should because an engine is down, so that is an error. A group
-/// that was removed is none.
+/// The members of a group. An account engine that cannot be asked is an error, since mail would
+/// reach too few; a group that no longer exists only has no members.
 Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::string& group)
 {
     std::vector<std::string> members;
@@ -37,7 +37,7 @@ Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::stri
     return members;
 }
 
-/// A list as a line of a map; none for an empty list.
+/// A line of a map with the values separated by commas; no line when there are no values.
 std::string MapLine(const std::string& key, const std::vector<std::string>& values)
 {
     std::string line;
@@ -47,14 +47,14 @@ std::string MapLine(const std::string& key, const std::vector<std::string>& valu
 
 class MapTexts {
 public:
-    /// `loginPrefix` may stand before the name of an account when it logs in.
+    /// `loginPrefix` (such as `OFFICE\`) may stand before the account's name in a login.
     explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
 
     void Add(const std::string& alias, Recipients recipients)
     {
         std::vector<std::string> logins;
         for (const std::string& user : recipients.users) AddLogins(user, logins);
-        AddLogins(alias, logins);  // a login owns the address of its name
+        AddLogins(alias, logins);  // the login of the same name may send from it
         logins_ += MapLine(alias, logins);
 
         std::vector<std::string>& all = recipients.users;

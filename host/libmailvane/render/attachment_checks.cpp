@@ -1,9 +1,11 @@
-// The header checks that refuse attachments by name. A name can be written in many ways: quoted,
-// cut into numbered parts (RFC 2231), with bytes as %65 or =65, as a word in base64 (RFC 2047); a
-// program that opens it sees one and the same. Names inside archives are the scanner's matter.
+// The header checks that refuse attachments by name. A name can be encoded in many ways: quoted,
+// split into numbered parts (RFC 2231), with bytes as %65 or =65, as a base64 word (RFC 2047). All
+// forms of evil.exe are refused. Names inside archives are checked by the scanner.
 #include "host/libmailvane/render/lists.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -19,17 +21,23 @@ constexpr unsigned kDigitBits = 6;
 constexpr std::size_t kDigits = 64;
 const char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// A parameter's name before what follows it. Names of a part have "*", a number and "*" after it.
+/// The parameter `name` or `filename` up to its "="; a part of a split name is `name*0` or
+/// `name*0*`.
 const char kParameter[] = R"(^Content-(?:Disposition|Type):.*name[*0-9]*+\s*+=\s*+)";
 
-/// What else may stand in a value; it ends where the next parameter begins.
+/// The rest of a value, which ends at ";" or at the next name parameter.
 const char kRest[] = R"((?:(?!name[*0-9]*\s*=)[^;])*)";
 const char kUnquoted[] = R"((?:(?!name[*0-9]*\s*=)[^";])*)";
 
-/// No honest header is as long, and a long one would cost the time that its sender likes.
-const char kTooLong[] = "/^.{4096}/ REJECT this header of an attachment is too long\n";
+/// More in one pattern would be too much for the library that matches it.
+constexpr std::size_t kTypesAtOnce = 16;
 
-/// What may stand between two characters of a name that is cut there, or be put before one.
+/// Refuses very long headers, which cost much time to match. No proper one is as long, not even a
+/// name of 255 bytes in every encoding at once.
+const char kTooLong[] = "/^.{2048}/ REJECT this header of an attachment is too long\n";
+
+/// What may separate two characters of a name: the end of one part and start of the next, or a
+/// backslash.
 const char kCut[] = R"re((?:"?\s*;\s*(?:file)?name\*\d+\*?\s*=\s*"?|\?=\s+=\?[^?]+\?Q\?)?\\?)re";
 
 bool IsLetter(char c)
@@ -37,7 +45,7 @@ bool IsLetter(char c)
     return c >= 'a' && c <= 'z';
 }
 
-/// The bytes that stand for a character of a type: a letter in either case.
+/// The bytes that may stand for a character: a letter in both cases, anything else itself.
 Bytes BytesOf(char c)
 {
     constexpr unsigned caseBit = 0x20;
@@ -51,7 +59,7 @@ std::string Hex(unsigned byte)
     return {digits[byte / 16], digits[byte % 16]};
 }
 
-/// A character as it is or as its number.
+/// Matches a character itself or its number, `%65` or `=65`.
 std::string CharacterPattern(char c)
 {
     std::string pattern = "(?:";
@@ -66,14 +74,16 @@ std::string CharacterPattern(char c)
     return pattern + "))";
 }
 
-std::string NamePattern(const std::string& ending)
+/// What follows the dot of a name.
+std::string NamePattern(const std::string& type)
 {
-    std::string pattern = CharacterPattern(ending.front());
-    for (std::size_t i = 1; i < ending.size(); ++i) pattern += kCut + CharacterPattern(ending[i]);
+    std::string pattern;
+    for (const char c : type) pattern += kCut + CharacterPattern(c);
     return pattern;
 }
 
-/// The base64 digits for six bits from `bit` on of a text of which every byte may be one of some.
+/// Matches the base64 digit for the six bits from `bit` on; each byte of the text is a set of
+/// choices.
 std::string DigitPattern(const std::vector<Bytes>& text, std::size_t bit)
 {
     const std::size_t first = bit / kByteBits;
@@ -95,7 +105,7 @@ std::string DigitPattern(const std::vector<Bytes>& text, std::size_t bit)
     return pattern + "]";
 }
 
-/// The base64 digits of a text that ends so, `before` bytes of any kind in front of it.
+/// Matches the base64 digits of `before` arbitrary bytes and the ending.
 std::string DigitsPattern(const std::string& ending, std::size_t before)
 {
     Bytes any;
@@ -110,40 +120,69 @@ std::string DigitsPattern(const std::string& ending, std::size_t before)
     return pattern;
 }
 
-/// A word in base64 that ends so. Three bytes make four digits: the ending begins at one of three
-/// places in them.
-std::string WordPattern(const std::string& ending)
+/// Matches base64 digits with this ending. Three bytes make four digits, so the ending can begin at
+/// three positions within them.
+std::string DigitsOfAnyPlace(const std::string& ending)
 {
-    return R"(=\?[^?]{1,60}\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + DigitsPattern(ending, 0) + "|" +
-           DigitsPattern(ending, 1) + "|" + DigitsPattern(ending, 2) + R"()=*\?=))";
+    return DigitsPattern(ending, 0) + "|" + DigitsPattern(ending, 1) + "|" +
+           DigitsPattern(ending, 2);
+}
+
+/// A word in base64 that ends in one of these.
+std::string WordPattern(const std::string& digits)
+{
+    return R"(=\?[^?]{1,60}\?B\?(?-i:(?:[A-Za-z0-9+\/]{4})*(?:)" + digits + R"()=*\?=))";
+}
+
+/// What finds a name that ends in one of the types.
+std::string Pattern(const std::vector<std::string>& types)
+{
+    std::string names;
+    std::string words;
+    for (const std::string& type : types) {
+        names += (names.empty() ? "" : "|") + NamePattern(type);
+        words += (words.empty() ? "" : "|") + DigitsOfAnyPlace("." + type);
+    }
+    // The pattern of the name is defined once and called from both forms, quoted and unquoted.
+    const std::string name = "(?(DEFINE)(?<name>" + CharacterPattern('.') + "(?:" + names + ")))";
+    const std::string quoted = R"("[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$))";
+    const std::string plain = kUnquoted + std::string(R"((?&name)\.*(?:\?=)?(?:[\s;("]|$))");
+    const std::string word = kRest + WordPattern(words);
+    return "/" + name + kParameter + "(?:" + quoted + "|" + plain + "|" + word + ")/";
 }
 
 std::string Check(const std::string& type)
 {
-    const std::string ending = "." + type;
-    // Written once, called from both forms, quoted and not.
-    const std::string name = "(?(DEFINE)(?<name>" + NamePattern(ending) + "))";
-    const std::string quoted = R"("[^"]*(?&name)[\s.]*(?:\?=\s*)?(?:"|$))";
-    const std::string plain = kUnquoted + std::string(R"((?&name)\.*(?:\?=)?(?:[\s;("]|$))");
-    const std::string word = kRest + WordPattern(ending);
-    return "/" + name + kParameter + "(?:" + quoted + "|" + plain + "|" + word +
-           ")/ REJECT attachments of type " + ending + " are not accepted\n";
+    return Pattern({type}) + " REJECT attachments of type ." + type + " are not accepted\n";
+}
+
+/// The checks of some types behind one look for them all: a header that none of them finds costs
+/// little more than with one type.
+std::string ChecksOf(const std::vector<std::string>& types)
+{
+    std::string text = "if " + Pattern(types) + "\n";
+    for (const std::string& type : types) text += Check(type);
+    return text + "endif\n";
 }
 
 }  // namespace
 
 ListTexts AttachmentTexts(const ListSources& sources)
 {
+    const std::vector<std::string>& all = sources.types;
     std::string checks;
-    std::string types;
-    for (const std::string& type : sources.types) {
-        checks += Check(type);
-        types += type + "\n";
+    for (std::size_t start = 0; start < all.size(); start += kTypesAtOnce) {
+        const std::size_t end = std::min(start + kTypesAtOnce, all.size());
+        const auto first = all.begin();
+        checks += ChecksOf(
+            {first + static_cast<std::ptrdiff_t>(start), first + static_cast<std::ptrdiff_t>(end)});
     }
+    std::string types;
+    for (const std::string& type : all) types += type + "\n";
     if (!checks.empty()) {
         checks = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + checks + "endif\n";
     }
-    // The scanner looks for the same types inside archives.
+    // The scanner refuses the same types inside archives.
     return std::vector<std::string>{checks, types};
 }
 

@@ -1,6 +1,6 @@
-// The files of the black and white list. The scanner's have one name a line, with "!" in front of
-// those of the other list: the nearest entry counts, so a white address in a black domain is white.
-// The mail server's refuse what is black, also while the scanner looks for no spam.
+// The files made from the black and white list. The scanner's have one name a line; "!" marks a
+// name of the opposite list. The most specific entry decides: a white address in a black domain is
+// white. The mail server's files refuse black entries, also while the spam check is off.
 #include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/render/lists.h"
 #include "platform/mailvane/access.h"
@@ -26,7 +26,8 @@ std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
     return (entry.blackWhite == list ? "" : "!") + name + "\n";
 }
 
-/// Networks stand in the order in which they are looked at; the scanner sorts names itself.
+/// Text of a scanner's file, with the smallest networks first: the first match decides. The scanner
+/// sorts names itself.
 std::string ScannerText(const Entries& entries, BlackWhiteType list)
 {
     std::string text;

@@ -1,4 +1,4 @@
-// The certificate that the mail services show: etc/tls/, or tls/ of the generation in force.
+// The certificate of the mail services: in etc/tls/, or in tls/ of the generation in force.
 #include "host/libmailvane/render/certificate.h"
 
 #include <unistd.h>
@@ -18,7 +18,7 @@ const char kPrivateKey[] = "tls/key.pem";
 const char kHostname[] = "tls/hostname";
 const char kDays[] = "3650";
 
-/// Makes a certificate and its key with OpenSSL's own tool; false on failure.
+/// Makes a self-signed certificate and its key with openssl; false on failure.
 bool SelfSign(const std::string& directory, const std::string& hostname, std::string& certificate,
               std::string& key)
 {
@@ -65,7 +65,7 @@ CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::
         next.Put(kPrivateKey, key, 0600);
         next.Put(kHostname, hostname, 0644);
     }
-    // Daemons go through the link, so that the paths stay the same.
+    // Paths through the link `current`, so that they are the same in every generation.
     const std::string current = generation::GeneratedDirectory() + "/current/";
     return {current + kCertificate, current + kPrivateKey};
 }

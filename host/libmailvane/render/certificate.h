@@ -1,4 +1,4 @@
-// The certificate that the mail services show.
+// The certificate of the mail services.
 #pragma once
 
 #include <string>
@@ -7,15 +7,15 @@
 
 namespace host::render {
 
-/// Paths of a certificate chain and its key.
+/// Paths of a certificate chain and its key (PEM).
 struct CertificateFiles {
     std::string certificate;
     std::string privateKey;
 };
 
-/// The certificate to use for `hostname`: the administrator's (etc/tls/cert.pem and key.pem) where
-/// there is one, else one signed by itself that is kept in the generations and made anew when the
-/// host name changes.
+/// Chooses the certificate for `hostname`: the administrator's (etc/tls/cert.pem and key.pem) if
+/// there is one, else a self-signed one, which is kept in the generations until the host name
+/// changes.
 CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::string& hostname);
 
 }  // namespace host::render

@@ -1,5 +1,5 @@
-// What the files of the daemons depend on besides the settings. Reads etc/local.d, /etc/resolv.conf
-// and the administrators' group.
+// The render context. Reads etc/local.d, /etc/resolv.conf, /etc/default/mailvane and the
+// administrators' group.
 #include "host/libmailvane/render/context.h"
 
 #include <unistd.h>
@@ -28,8 +28,8 @@ std::string ReadFragment(const char* name)
     return text;
 }
 
-/// Whether a text looks like an address. One of the link, as a router announces it, has its
-/// interface behind a percent sign.
+/// Whether a text looks like an IP address. A link-local one has its interface after a percent
+/// sign: fe80::1%eth0.
 bool LooksLikeAddress(const std::string& text)
 {
     constexpr char kAddress[] = "0123456789abcdefABCDEF.:";
@@ -40,7 +40,7 @@ bool LooksLikeAddress(const std::string& text)
            text.find_first_not_of(kInterface, end + 1) == std::string::npos;
 }
 
-/// Addresses of the name servers that programs of this machine ask.
+/// Addresses of the name servers in /etc/resolv.conf.
 std::vector<std::string> NameServers()
 {
     std::string text;
@@ -70,6 +70,8 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     context.masterFragment = ReadFragment("master.cf");
     context.updaterFragment = ReadFragment("freshclam.conf");
     context.nameServers = NameServers();
+    const auto defaults = KeyValueFile::Read(Path("/etc/default/mailvane"));
+    context.provesOwnSenders = defaults && defaults->Get("MAILVANE_OWN_SENDERS") == "proven";
     return context;
 }
 

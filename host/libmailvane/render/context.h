@@ -1,4 +1,4 @@
-// What the files of the daemons depend on besides the settings.
+// The render context: what the daemons' files depend on besides the settings.
 #pragma once
 
 #include <string>
@@ -8,22 +8,23 @@
 
 namespace host::render {
 
-/// What the files of the daemons depend on besides the settings.
+/// What the daemons' files depend on besides the settings.
 struct RenderContext {
     bool hasIpv6 = false;
-    std::string administrator;             ///< gets the mail of the machine's roles; empty for none
+    std::string administrator;             ///< gets the mail for the roles (`kRoles`); may be empty
     std::string certificate;               ///< path of the server's certificate chain (PEM)
     std::string privateKey;                ///< path of its key (PEM)
     std::string mainFragment;              ///< the administrator's own etc/local.d/main.cf
     std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
     std::string updaterFragment;           ///< the administrator's own etc/local.d/freshclam.conf
+    bool provesOwnSenders = false;         ///< MAILVANE_OWN_SENDERS of the package's defaults file
     std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 
-/// The machine as it is now; `tls` is the certificate that the mail services show.
+/// Reads the context of this machine; `tls` is the certificate of the mail services.
 RenderContext ReadRenderContext(const CertificateFiles& tls);
 
-/// Whether the kernel knows IPv6: it can be started without.
+/// Whether the kernel supports IPv6; it can be booted without.
 bool KernelHasIpv6();
 
 /// The first member of the administrators' group; empty when there is none.

@@ -1,4 +1,4 @@
-// Text of Dovecot's configuration: mailbox services, logins for SMTP, local delivery.
+// Text of Dovecot's configuration: mailbox services, SMTP authentication, local delivery.
 #include "host/libmailvane/render/dovecot.h"
 
 #include "host/libmailvane/render/context.h"
@@ -34,8 +34,8 @@ std::string MailboxServices(const settings::StoredSettings& settings)
            Listener("pop3", settings, false) + Listener("pop3s", settings, true) + "}\n";
 }
 
-/// Doors that Dovecot opens to every user of the machine: mail could be put into any mailbox past
-/// all checks, and others' mailboxes be indexed. Nobody but root needs them.
+/// Restricts to root the sockets that Dovecot opens to all local users by default. Through these, a
+/// user could deliver to any mailbox past all checks, or index others' mailboxes.
 const char kClosedDoors[] =
     "service auth {\n  unix_listener auth-userdb {\n    mode = 0600\n  }\n}\n"
     "service dns-client {\n  unix_listener dns-client {\n    mode = 0600\n  }\n}\n"
@@ -43,7 +43,7 @@ const char kClosedDoors[] =
     "service indexer {\n  unix_listener indexer {\n    mode = 0600\n  }\n}\n"
     "service lmtp {\n  unix_listener lmtp {\n    mode = 0600\n  }\n}\n";
 
-/// How Postfix reaches logins and delivery; the sockets belong to it alone.
+/// The sockets for authentication and delivery, which only Postfix may use.
 const char kPostfixSockets[] =
     "service auth {\n"
     "  unix_listener /var/spool/postfix/private/auth {\n"
@@ -94,7 +94,7 @@ std::string RenderDovecot(const settings::StoredSettings& settings, const Render
            "  postmaster_address = postmaster@" +
            settings.MailDomain() +
            "\n}\n"
-           // What the pages ask for runs before a script of the user's own; either may be missing.
+           // The script of the personal settings runs before the user's own; either may be missing.
            "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n"
            "  sieve_before = file:~/.mailvane.sieve\n}\n"
            "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";

@@ -8,7 +8,7 @@
 
 namespace host::render {
 
-/// Whether Dovecot's configuration is one for a kernel with IPv6.
+/// Whether a text of Dovecot's configuration was made for a kernel with IPv6.
 bool ListensOnIpv6(const std::string& dovecotConfiguration);
 
 /// Text of Dovecot's configuration.

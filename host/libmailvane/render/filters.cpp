@@ -1,4 +1,4 @@
-// Texts of the filters' files: OpenDKIM, OpenDMARC and the SPF checker; how the rate policy runs.
+// Texts of the files of OpenDKIM, OpenDMARC and the SPF checker, and how the rate policy is run.
 #include "host/libmailvane/render/filters.h"
 
 #include "host/libhaldcore/paths.h"
@@ -18,8 +18,8 @@ namespace {
 const char kHeader[] = "# Made by mailvane from its stored settings.\n";
 const char kKeyName[] = "server";
 
-/// Clients that are this machine itself: their mail is signed, and no policy applies to it. The
-/// same that Postfix takes for its own, so that nobody's mail is signed who may not relay.
+/// The addresses of this machine itself: mail from these is signed and not checked. The same as
+/// Postfix's $mynetworks, so that only mail of clients that may relay is signed.
 const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
 const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
@@ -30,20 +30,20 @@ using daemons::kDmarcFilter;
 using daemons::kScanner;
 using daemons::kScannerMilter;
 
-/// Daemons go through the link, so that the paths stay the same.
+/// A path through the link `current`, so that it is the same in every generation.
 std::string InForce(const std::string& relative)
 {
     return generation::GeneratedDirectory() + "/current/" + relative;
 }
 
-/// One line of a configuration: name and value.
+/// One line of a configuration file: name and value.
 std::string Line(const std::string& name, const std::string& value)
 {
     return name + " " + value + "\n";
 }
 
-/// How both filters run: under a user of their own, started again at once when they die, unless
-/// they die without end.
+/// How the DKIM and the DMARC filter run: as their own users, restarted when they die, but no more
+/// than 100 times a minute.
 std::string ProcessLines(const daemons::Daemon& filter)
 {
     const std::string user(filter.user);
@@ -59,7 +59,7 @@ std::string ProcessLines(const daemons::Daemon& filter)
     return text;
 }
 
-/// The addresses of this machine, each followed by the same.
+/// The addresses of this machine, each followed by the separator.
 std::string OwnAddresses(char separator)
 {
     std::string text;
@@ -74,7 +74,7 @@ std::string DkimFilterText(const settings::StoredSettings& settings)
     text += Line("Mode", signs ? "sv" : "v");
     text += Line("Canonicalization", "relaxed/simple");
     text += Line("OversignHeaders", "From");
-    // With these it would also look for the key, which need not be there, while it only verifies.
+    // With these two the filter requires the key, which may not exist when it only verifies.
     if (signs) {
         text += Line("KeyTable", "file:" + InForce("opendkim/KeyTable"));
         text += Line("SigningTable", "refile:" + InForce("opendkim/SigningTable"));
@@ -82,16 +82,16 @@ std::string DkimFilterText(const settings::StoredSettings& settings)
     text += Line("InternalHosts", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("ExternalIgnoreList", "file:" + InForce("opendkim/TrustedHosts"));
     text += Line("AuthservID", settings.Text("smtp_hostname"));
-    // What a failed signature means is for the domain's policy to say.
+    // A bad signature is not refused here: the DMARC policy of the sender's domain decides.
     text += Line("On-BadSignature", "accept");
     text += Line("ResolverConfiguration", InForce("opendkim/resolver.conf"));
     return text;
 }
 
-/// One key for all domains.
+/// The key table: one key for all domains.
 std::string KeyTableText(const settings::StoredSettings& settings)
 {
-    // The domain of the sender stands for the percent sign.
+    // The filter replaces "%" by the sender's domain.
     return std::string(kKeyName) + " %:" + settings.Text("dkim_selector") + ":" +
            PackagePath("etc/dkim.signer/dkim.private") + "\n";
 }
@@ -105,7 +105,8 @@ std::string SigningTableText(const settings::StoredSettings& settings)
     return text;
 }
 
-/// The filter's resolver by itself asks neither the machine's name servers nor one on this machine.
+/// The resolver's configuration. By default the filter's resolver uses neither the name servers of
+/// the machine nor one that runs on it.
 std::string ResolverText(const RenderContext& context)
 {
     std::string text = kHeader;
@@ -127,7 +128,7 @@ std::string DmarcFilterText(const settings::StoredSettings& settings)
     text += Line("RejectFailures", "true");
     text += Line("IgnoreHosts", InForce("opendmarc/ignore.hosts"));
     text += Line("IgnoreAuthenticatedClients", "true");
-    // A sender can write any result into the message's header.
+    // Results already in a message are ignored: the sender could have written them.
     text += Line("SPFIgnoreResults", "true");
     text += Line("SPFSelfValidate", "true");
     text += Line("PublicSuffixList", "/usr/share/publicsuffix/public_suffix_list.dat");
@@ -138,7 +139,7 @@ std::string SpfText(const settings::StoredSettings& settings)
 {
     std::string text = kHeader;
     text += "debugLevel = 1\n";
-    text += "TestOnly = 1\n";  // despite its name, 1 makes it act
+    text += "TestOnly = 1\n";  // 1 makes the checker refuse mail, in spite of the name
     text += "HELO_reject = Fail\n";
     text += std::string("Mail_From_reject = ") +
             (settings.Bool("reject_spf_soft_fail") ? "Softfail" : "Fail") + "\n";
@@ -149,14 +150,14 @@ std::string SpfText(const settings::StoredSettings& settings)
     return text;
 }
 
-/// A filter as the mail server names it. Mail that a filter cannot look at has to wait, also when
-/// the filter died of it: who can bring one down must not get past it by that.
+/// The entry of a filter in Postfix's list. While a filter does not answer, mail is deferred.
+/// Accepting it would let senders bypass a filter by crashing it.
 std::string FilterAt(std::string_view socket)
 {
     return "{ unix:" + std::string(socket) + ", default_action=tempfail }";
 }
 
-/// The scanner, while it runs.
+/// The entry of the scanner, empty when it does not run.
 std::string Scanner(const settings::StoredSettings& settings)
 {
     return daemons::Runs(daemons::kScanner, settings) ? FilterAt(daemons::kScannerMilter.socket)
@@ -175,12 +176,15 @@ std::string Joined(std::initializer_list<std::string> filters)
 }  // namespace
 
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
+const char kAskOwnSenders[] =
+    "check_policy_service { unix:private/own-senders, default_action=DEFER }";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
 {
-    // The DMARC checker passes what has no author that it can read. What others have signed would
-    // look forged to it without the verifier.
+    // The DMARC checker accepts mail without a readable From, so the check of From fields stands
+    // before it. It needs the DKIM verifier's results: without them even validly signed mail would
+    // fail.
     const bool checksAuthors = daemons::Runs(daemons::kDmarcFilter, settings);
     return Joined(
         {checksAuthors ? FilterAt(kFromFilterSocket) : "",
@@ -202,7 +206,9 @@ std::string FilterServices(const settings::StoredSettings& settings)
 {
     const char kService[] = " unix - n n - 0 spawn\n";
     return std::string("policyd-spf") + kService + "  user=policyd-spf argv=/usr/bin/policyd-spf " +
-           InForce("spf/policyd-spf.conf") + "\nfrom-check" + kService +
+           InForce("spf/policyd-spf.conf") + "\nown-senders" + kService +
+           "  user=policyd-spf argv=" + PackagePath("target/bin/hald_own_senders") +
+           "\nfrom-check" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_from_check") + " " +
            OwnAddresses(' ') + "\nrate-policy" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_rate_policy") + " " +

@@ -1,5 +1,5 @@
-// The filters that mail passes on its way through the SMTP server: the check of From fields, the
-// DKIM signer and verifier, the DMARC checker, the SPF checker, the rate policy, the scanner.
+// The filters of the SMTP server: check of From fields, DKIM signer and verifier, DMARC checker,
+// SPF checker, rate policy, scanner.
 #pragma once
 
 #include <string>
@@ -10,29 +10,32 @@
 
 namespace host::render {
 
-/// Postfix's list of filters for mail that comes in by SMTP, in their order: the scanner, which
-/// costs most, sees what the others let pass.
+/// Postfix's list of filters for mail received by SMTP. The scanner, which costs most, comes last.
 std::string SmtpFilters(const settings::StoredSettings& settings);
 
-/// The same for mail that logins submit: it is scanned before it is signed.
+/// The list of filters for mail submitted by logins: scanned, then signed.
 std::string SubmissionFilters(const settings::StoredSettings& settings);
 
-/// The same for mail that programs of this machine hand to the sendmail command.
+/// The list of filters for mail that local programs give to the sendmail command.
 std::string LocalMailFilters(const settings::StoredSettings& settings);
 
-/// The item of a restriction list that asks the SPF checker.
+/// The item of a restriction list that calls the SPF checker.
 extern const char kAskSpf[];
 
-/// The item of a restriction list that asks the rate policy, which runs while its counters do.
+/// The item of a restriction list that asks whether a stranger may be a sender of this server.
+/// While nobody answers, such mail waits.
+extern const char kAskOwnSenders[];
+
+/// The item of a restriction list that calls the rate policy; used while memcached, which counts,
+/// runs.
 extern const char kAskRatePolicy[];
 
-/// The services of master.cf that run the SPF checker, the check of From fields and the rate policy
-/// when they are asked. They are there while nothing asks them too: an SMTP server goes on with the
-/// parameters that it started with until it ends, and one that starts during a save has the next
-/// ones already. What either asks must answer.
+/// The services in master.cf that run the SPF checker, the check of From fields and the rate
+/// policy. They are there even when switched off. While a save changes the files, some SMTP servers
+/// run with old parameters and some with new ones, and both must find the services that they call.
 std::string FilterServices(const settings::StoredSettings& settings);
 
-/// Puts the filters' own files into the next generation, whether they run or not.
+/// Puts the files of the filters into the next generation, even of those that are switched off.
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                     const RenderContext& context);
 

@@ -1,6 +1,5 @@
-// The Sieve script of one user. The vacation action itself answers no lists, no bulk mail, no
-// bounces, no automatic replies and nobody who did not write to the user's own address; each sender
-// gets the same reply once a day.
+// The Sieve script of one user. The vacation action sends no reply to lists, bulk mail, bounces,
+// automatic replies and mail not addressed to the user. Each sender gets the same reply once a day.
 #include "host/libmailvane/render/personal_script.h"
 
 #include <algorithm>
@@ -16,10 +15,10 @@ const char kHead[] =
     "# your own runs after this one.\n"
     "require [\"copy\", \"date\", \"relational\", \"vacation\"];\n";
 
-constexpr std::int64_t kLastSecond = 253402300798;  // the last but one of the year 9999
+constexpr std::int64_t kLastSecond = 253402300798;  // the last second of the year 9999 but one
 
-/// A string of the script. Nothing in it means anything but the quote and the backslash: the
-/// extensions that expand "${...}" are not required.
+/// A string of the script. Only quote and backslash are special, since the script does not require
+/// the extensions that expand "${...}".
 std::string Quoted(const std::string& text)
 {
     std::string quoted = "\"";
@@ -30,8 +29,8 @@ std::string Quoted(const std::string& text)
     return quoted + '"';
 }
 
-/// Whether the time of delivery compares so with a moment (seconds since the epoch). Both are taken
-/// in UTC and compared as texts, to the second.
+/// A test that compares the time of delivery with a moment (seconds since the epoch). Both are
+/// compared as texts, in UTC and to the second.
 std::string TimeTest(const char* comparison, std::int64_t moment)
 {
     const auto seconds = static_cast<std::time_t>(std::min(moment, kLastSecond + 1));
@@ -43,8 +42,9 @@ std::string TimeTest(const char* comparison, std::int64_t moment)
            text.data() + '"';
 }
 
-/// Whether the reply is due now. The end belongs to the period; the time of delivery goes on with
-/// its zone, so that it is greater than the text of its own second.
+/// A test whether the reply is due now, the last second of the period included. The time of
+/// delivery is the greater text within its second, as "…:59+00:00" > "…:59", so the end is compared
+/// by "lt" end + 1.
 std::string PeriodTest(const stores::PersonalSettings& settings)
 {
     std::string tests = "true";
@@ -62,7 +62,7 @@ std::string ReplyWhen(const std::string& test, const stores::Reply& reply)
            ";\n}";
 }
 
-/// One chain: the reply to the sender, or else the general one.
+/// A chain of tests: the reply for this sender, else the general reply.
 std::string Replies(const stores::PersonalSettings& settings)
 {
     std::string chain;

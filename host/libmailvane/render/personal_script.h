@@ -1,4 +1,4 @@
-// The mail filter script that carries out a user's personal settings.
+// The Sieve script of a user's personal settings.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace host::render {
 
-/// Text of the Sieve script; empty when there is nothing to do. The texts of the settings become
-/// strings of the script, whatever they hold.
+/// Text of the script; empty when no setting needs one. Texts of the user are quoted, so they
+/// cannot add commands.
 std::string RenderPersonalScript(const stores::PersonalSettings& settings);
 
 }  // namespace host::render

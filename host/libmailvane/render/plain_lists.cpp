@@ -1,4 +1,4 @@
-// What blind copies and sender quotas fill: their entries as they stand.
+// The files made from blind carbon copies and sender quotas.
 #include "host/libmailvane/names/login_key.h"
 #include "host/libmailvane/render/lists.h"
 

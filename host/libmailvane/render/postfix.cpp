@@ -1,10 +1,11 @@
-// Text of Postfix's main.cf and master.cf, and of the rules that follow from the settings.
+// Texts of Postfix's main.cf and master.cf, and of the maps made from settings.
 #include "host/libmailvane/render/postfix.h"
 
 #include <map>
 #include <sstream>
 #include <vector>
 
+#include "host/libhaldcore/paths.h"
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
@@ -20,7 +21,7 @@ const char kHeader[] =
     "# Made by mailvane from its stored settings. Put what is your own into\n"
     "# /var/packages/Mailvane/etc/local.d/.\n";
 
-/// Lines of main.cf in order, without those that the administrator sets.
+/// The lines of main.cf in order, without parameters that the administrator's fragment sets.
 class Parameters {
 public:
     explicit Parameters(const std::string& fragment)
@@ -45,7 +46,15 @@ public:
         if (own_.count(name) == 0) text_ += name + " =" + (value.empty() ? "" : " ") + value + "\n";
     }
 
-    /// What the administrator sets a parameter to; empty when he does not set it.
+    /// Adds a parameter with a value that an administrator typed: `$` is a dollar sign in it.
+    void AddTyped(const std::string& name, const std::string& value)
+    {
+        std::string text;
+        for (const char c : value) text.append(c == '$' ? 2 : 1, c);
+        Add(name, text);
+    }
+
+    /// The administrator's value of a parameter; empty when the fragment does not set it.
     std::string Own(const std::string& name) const
     {
         const auto own = own_.find(name);
@@ -59,7 +68,7 @@ private:
     std::string text_;
 };
 
-/// Items of a restriction list, joined as Postfix wants them.
+/// A restriction list: items separated by commas.
 class Restrictions {
 public:
     Restrictions& Add(const std::string& item)
@@ -81,7 +90,7 @@ std::string Map(const std::string& name)
     return "cdb:${config_directory}/maps/" + name;
 }
 
-/// A table that is read as it is, of another type.
+/// A table of another type that Postfix reads without compiling.
 std::string Table(const char* type, const std::string& name)
 {
     return std::string(type) + ":${config_directory}/maps/" + name;
@@ -100,11 +109,13 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
 
     main.Add("compatibility_level", "3.6");
     main.Add("maillog_file", "/var/log/mailvane/maillog");
+    // A short id is used again within the day, and the mail log takes two messages for one.
+    main.Add("enable_long_queue_ids", "yes");
     main.Add("inet_interfaces", "all");
     main.Add("inet_protocols", context.hasIpv6 ? "all" : "ipv4");
-    main.Add("myhostname", settings.Text("smtp_hostname"));
-    main.Add("myorigin", settings.MailDomain());
-    main.Add("mydestination", destinations);
+    main.AddTyped("myhostname", settings.Text("smtp_hostname"));
+    main.AddTyped("myorigin", settings.MailDomain());
+    main.AddTyped("mydestination", destinations);
     main.Add("parent_domain_matches_subdomains", "");
     main.Add("mynetworks_style", "host");
     main.Add("biff", "no");
@@ -112,13 +123,11 @@ void AddIdentity(Parameters& main, const settings::StoredSettings& settings,
     main.Add("recipient_delimiter", "+");
 }
 
-/// What is taken out of the header of a stranger's message. Results of checks, whatever they say
-/// and whoever they claim to be from: what reads them later, the DMARC checker first of all, must
-/// find those of this server only. By name alone, since comments and quotes hide anything else.
-/// Signatures with what no honest one has in its domain, selector, identity or value: the verifier
-/// writes these into its results as they are, where they would read as results themselves. And
-/// results of a chain (ARC) without a number or of a server with an endless name, of which the
-/// DMARC checker dies.
+/// Header lines removed from mail of unknown clients, since the DMARC checker and others would
+/// trust them: results of checks, by name alone, since comments can disguise the rest; DKIM
+/// signatures with odd characters, which the verifier copies into its results, where they could
+/// read as results; and ARC results without a number or with a very long server name, which crash
+/// the DMARC checker.
 const char kForgedResults[] =
     R"x(pcre:{{/^Authentication-Results[ \t]*:/ IGNORE},)x"
     R"x({/^DKIM-Signature[ \t]*:(.*;)?\s*([ads]\s*=[^;]*[^;\s\w.-])x"
@@ -126,8 +135,8 @@ const char kForgedResults[] =
     R"x(|i\s*=[^;]*([()"\\]|=(?!\s*3\s*D)))/ IGNORE},)x"
     R"x({/^ARC-Authentication-Results[ \t]*:(.*;)?\s*i\s*(;|\z|=[^;]*;[^;]{500})/ IGNORE}})x";
 
-/// The administrator's own header checks hold for everybody; of a message that is attached the
-/// results stay.
+/// Adds the header checks. Those of the administrator apply to all mail, also inside attached
+/// messages; results of checks inside attached messages stay.
 void AddHeaderChecks(Parameters& main)
 {
     const std::string own = main.Own("header_checks");
@@ -135,31 +144,35 @@ void AddHeaderChecks(Parameters& main)
     main.Add("nested_header_checks", own);
 }
 
+/// Stands for the address that gets a copy of all mail.
+const char kAlwaysCopied[] = "always-copied@mailvane.invalid";
+
 void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
 {
-    // 1024 * 1024 * 2000 still fits into the 32 bits that Postfix has on small machines.
+    // The setting's largest value, 1024 * 1024 * 2000, fits into the 32 bits of a small machine.
     const int limit = settings.Int("message_size_limit_mb") * 1024 * 1024;
     main.Add("message_size_limit", std::to_string(limit));
     main.Add("mailbox_size_limit", "0");
     main.Add("alias_maps", "");
     main.Add("alias_database", "");
-    // Mail users are the accounts whose number has four digits at least, but for nobody.
+    // Mail users are accounts with a user id of at least four digits, except `nobody`.
     static_assert(kFirstMailUser == 1000);
     main.Add("local_recipient_maps",
              "pipemap:{unix:passwd.byname, "
              "pcre:{{/^[^:]*:[^:]*:(?!" +
                  std::to_string(kNobody) + ":)[0-9]{4,}:/ OK}}}");
     main.Add("local_transport", "lmtp:unix:private/dovecot-lmtp");
-    main.Add("virtual_alias_maps",
-             Map("discarded_recipients") + ", " + Map("aliases") + ", " + Map("roles"));
-    // Aliases are expanded before they become a map; this must hold the largest of them.
+    main.Add("virtual_alias_maps", Map("discarded_recipients") + ", " + Map("always_bcc") + ", " +
+                                       Map("aliases") + ", " + Map("roles"));
+    // The maps hold aliases already expanded; the limit must allow for the largest.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
     main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
-    main.Add("always_bcc", settings.AlwaysBcc());
+    // Everybody reads this file: where the copies go stands in a map.
+    main.Add("always_bcc", settings.AlwaysBcc().empty() ? "" : kAlwaysCopied);
 }
 
 void AddTls(Parameters& main, const settings::StoredSettings& settings,
@@ -176,7 +189,20 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_sasl_security_options", "noanonymous");
 }
 
-/// The relay host as Postfix names it: no MX is looked up for it.
+/// The service that shows the queue. The mail commands of users read the distribution's files and
+/// look for one of another name.
+const char kQueueService[] = "mailvane-showq";
+
+/// What users of this machine may ask: who has a mailbox is told to nobody, what waits to root.
+void AddDiscretion(Parameters& main)
+{
+    main.Add("disable_vrfy_command", "yes");
+    main.Add("showq_service_name", kQueueService);
+    main.Add("authorized_mailq_users", "root");
+    main.Add("authorized_flush_users", "root");
+}
+
+/// The relay host in Postfix's syntax; brackets prevent a lookup of its MX.
 std::string RelayHost(const settings::StoredSettings& settings)
 {
     const std::string& server = settings.Text("smtp_relay_server");
@@ -191,15 +217,19 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const std::string relay = RelayHost(settings);
     const bool mustEncrypt = !relay.empty() && settings.Bool("smtp_relay_tls");
     const bool logsIn = !relay.empty() && settings.Bool("smtp_relay_auth");
-    main.Add("relayhost", relay);
-    main.Add("smtp_tls_security_level", mustEncrypt ? "encrypt" : "may");
+    const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
+    main.AddTyped("relayhost", relay);
+    main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
+    // Who has the name of the relay host is for the authorities of the distribution to say.
+    main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
     main.Add("smtp_sasl_password_maps", Map("relay_password"));
     main.Add("smtp_sasl_security_options", "noanonymous");
     main.Add("smtp_sasl_tls_security_options", "noanonymous");
 }
 
-/// Answers outside of these say that the list refuses to answer, for example 127.255.255.254.
+/// The answers that mean "listed". Others, such as 127.255.255.254, mean that the query was
+/// refused.
 const char kListedAnswers[] = "=127.0.[0..255].[0..255]";
 
 void AddBlocklists(Restrictions& restrictions, const settings::StoredSettings& settings)
@@ -211,7 +241,7 @@ void AddBlocklists(Restrictions& restrictions, const settings::StoredSettings& s
     }
 }
 
-/// What the access list of clients says: to an address, to its networks, to its host name.
+/// Adds the access lists of clients: by address, by network, by host name.
 void AddClientAccess(Restrictions& restrictions)
 {
     restrictions.Add("check_client_access " + Map("client_addresses"))
@@ -219,10 +249,10 @@ void AddClientAccess(Restrictions& restrictions)
         .Add("check_client_access " + Map("client_access"));
 }
 
-/// What a recipient is refused for. Blocklists stand late: they cost a question to the DNS, and SPF
-/// costs several and a program. A client or recipient that is let in by the access lists is asked
-/// about neither; a sender is, since anybody can write any sender. None of this lets a stranger
-/// relay: that is judged before, by restrictions of its own.
+/// The restrictions for recipients. DNS blocklists come late since they cost a query, SPF last
+/// since it costs several and a process. Clients and recipients permitted by an access list skip
+/// both; senders do not, since anybody can forge one. None of this permits relaying:
+/// smtpd_relay_restrictions decide that.
 std::string RecipientRestrictions(const settings::StoredSettings& settings)
 {
     Restrictions restrictions;
@@ -238,17 +268,59 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
     return restrictions.text();
 }
 
-void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
+/// What a sender is refused for, whoever it is.
+std::string SenderRestrictions(const settings::StoredSettings& settings)
+{
+    return Restrictions()
+        .Add("check_sender_access " + Map("black_senders"))
+        .Add("check_sender_access " + Map("sender_access"))
+        .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
+        .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
+        .text();
+}
+
+bool HasSubmission(const settings::StoredSettings& settings)
+{
+    return settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled");
+}
+
+/// Whether logins are taken on the port of other servers. That speaks what TLS the others speak, so
+/// that a password would not be safe there; where it is the only port, it is another matter.
+bool SmtpPortTakesLogins(const settings::StoredSettings& settings)
+{
+    return settings.SmtpPortTakesLogins() || settings.Bool("plaintext_auth") ||
+           !HasSubmission(settings);
+}
+
+/// The last look at a message before its text. Who has neither a login nor a place on the list of
+/// clients may be asked for proof of a sender that is this server's.
+void AddDataRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                         const RenderContext& context)
+{
+    Restrictions restrictions;
+    restrictions.AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining");
+    if (context.provesOwnSenders) {
+        restrictions.Add("permit_mynetworks").Add("permit_sasl_authenticated");
+        AddClientAccess(restrictions);
+        restrictions.Add("check_sender_access " + Table("pcre", "own_senders"));
+        main.Add("smtpd_restriction_classes", "own_senders");
+        main.Add("own_senders", kAskOwnSenders);
+    }
+    main.Add("smtpd_data_restrictions", restrictions.text());
+}
+
+void AddRestrictions(Parameters& main, const settings::StoredSettings& settings,
+                     const RenderContext& context)
 {
     const bool ownProgramsRelay = !settings.Bool("smtp_auth_required");
-    // An alias is looked up by its name alone, whatever the mail domain.
+    // The owners of an alias are found by its name alone, in every mail domain.
     main.Add("smtpd_sender_login_maps", "pipemap:{pcre:${config_directory}/maps/own_names, " +
                                             Map("login_aliases") +
                                             "}, pcre:${config_directory}/maps/login_rule");
     main.Add("smtpd_helo_required", YesNo(settings.Bool("require_helo")));
-    // A message ends with CR LF dot CR LF alone: what others relay as text must not become a second
-    // message here. Programs of this machine, which may end it in their own way, can send anything
-    // as it is.
+    // Only CR LF . CR LF ends a message: with a bare LF accepted too, text relayed by another
+    // server could become a second message here (SMTP smuggling). Local programs may use a bare LF;
+    // they could send anything anyway.
     main.Add("smtpd_forbid_bare_newline", "normalize");
     main.Add("smtpd_forbid_bare_newline_exclusions", "$mynetworks");
     Restrictions client;
@@ -265,25 +337,20 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
                  .Add("permit_sasl_authenticated")
                  .AddIf(settings.Bool("reject_invalid_helo"), "reject_invalid_helo_hostname")
                  .text());
-    main.Add(
-        "smtpd_sender_restrictions",
-        Restrictions()
-            .AddIf(settings.Bool("restrict_sender"), "reject_authenticated_sender_login_mismatch")
-            .Add("check_sender_access " + Map("black_senders"))
-            .Add("check_sender_access " + Map("sender_access"))
-            .AddIf(settings.Bool("reject_non_fqdn_sender"), "reject_non_fqdn_sender")
-            .AddIf(settings.Bool("reject_unknown_sender_domain"), "reject_unknown_sender_domain")
-            .text());
+    const std::string senders = SenderRestrictions(settings);
+    main.Add("smtpd_sender_restrictions", Restrictions()
+                                              .AddIf(settings.Bool("restrict_sender"),
+                                                     "reject_authenticated_sender_login_mismatch")
+                                              .Add(senders)
+                                              .text());
+    if (!SmtpPortTakesLogins(settings)) main.Add("stranger_sender_restrictions", senders);
     main.Add("smtpd_relay_restrictions", Restrictions()
                                              .AddIf(ownProgramsRelay, "permit_mynetworks")
                                              .Add("permit_sasl_authenticated")
                                              .Add("reject_unauth_destination")
                                              .text());
     main.Add("smtpd_recipient_restrictions", RecipientRestrictions(settings));
-    main.Add("smtpd_data_restrictions",
-             Restrictions()
-                 .AddIf(settings.Bool("reject_unauth_pipelining"), "reject_unauth_pipelining")
-                 .text());
+    AddDataRestrictions(main, settings, context);
     if (daemons::Runs(daemons::kMemcached, settings))
         main.Add("smtpd_end_of_data_restrictions", kAskRatePolicy);
 }
@@ -291,14 +358,14 @@ void AddRestrictions(Parameters& main, const settings::StoredSettings& settings)
 void AddFilters(Parameters& main, const settings::StoredSettings& settings)
 {
     main.Add("smtpd_milters", SmtpFilters(settings));
-    // Postfix complains about a parameter that no service uses.
-    if (settings.Bool("smtp_ssl_enabled") || settings.Bool("smtp_tls_enabled")) {
+    // Postfix warns about a parameter that no service uses.
+    if (HasSubmission(settings)) {
         main.Add("submission_milters", SubmissionFilters(settings));
     }
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
-    // A policy program that does not work must not stop all mail.
+    // Mail is accepted when a policy program fails, so that a fault there does not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
+    for (const char* service : {"policyd-spf", "own-senders", "from-check", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
     }
 }
@@ -312,7 +379,7 @@ void AddLimits(Parameters& main, const settings::StoredSettings& settings)
     main.Add("smtpd_recipient_limit", std::to_string(settings.Int("recipient_limit")));
 }
 
-/// One line of master.cf: an SMTP server on a port, with parameters of its own.
+/// A service of master.cf: an SMTP server on a port, with its own parameters.
 std::string SmtpService(int port, const std::vector<const char*>& options)
 {
     std::string text = std::to_string(port) + " inet n - n - - smtpd\n";
@@ -320,8 +387,8 @@ std::string SmtpService(int port, const std::vector<const char*>& options)
     return text;
 }
 
-/// The services that Postfix always needs. None is in a chroot, since logins, delivery and accounts
-/// are reached by sockets and files outside of one.
+/// The services that Postfix always needs. None runs in a chroot, since they use sockets and files
+/// for logins, delivery and accounts outside of it.
 const char kInnerServices[] =
     "pickup unix n - n 60 1 pickup\n"
     "cleanup unix n - n - 0 cleanup\n"
@@ -340,7 +407,6 @@ const char kInnerServices[] =
     "smtp unix - - n - - smtp\n"
     "relay unix - - n - - smtp\n"
     "  -o syslog_name=postfix/$service_name\n"
-    "showq unix n - n - - showq\n"
     "error unix - - n - - error\n"
     "retry unix - - n - - error\n"
     "discard unix - - n - - discard\n"
@@ -359,14 +425,20 @@ std::string EscapedForPattern(const std::string& domain)
     return pattern;
 }
 
-/// What an address of a mail domain, with or without an extension, stands for.
-std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+/// The mail domains, as the alternatives of a pattern.
+std::string OwnDomains(const settings::StoredSettings& settings)
 {
     std::string domains;
     for (const std::string& domain : settings::MailDomains(settings)) {
         domains += (domains.empty() ? "" : "|") + EscapedForPattern(domain);
     }
-    return "/^([^@+]+)(\\+[^@]*)?@(" + domains + ")$/ " + result + "\n";
+    return domains;
+}
+
+/// The rule that maps an address of a mail domain, with or without an extension, to `result`.
+std::string OwnAddressRule(const settings::StoredSettings& settings, const std::string& result)
+{
+    return "/^([^@+]+)(\\+[^@]*)?@(" + OwnDomains(settings) + ")$/ " + result + "\n";
 }
 
 }  // namespace
@@ -378,8 +450,9 @@ std::string RenderPostfixMain(const settings::StoredSettings& settings,
     AddIdentity(main, settings, context);
     AddDelivery(main, settings);
     AddTls(main, settings, context);
+    AddDiscretion(main);
     AddRelay(main, settings);
-    AddRestrictions(main, settings);
+    AddRestrictions(main, settings, context);
     AddFilters(main, settings);
     AddLimits(main, settings);
     return kHeader + main.text() + context.mainFragment;
@@ -389,7 +462,14 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                 const RenderContext& context)
 {
     std::string text = kHeader;
-    text += SmtpService(settings.Int("smtp_port"), {"cleanup_service_name=stranger-cleanup"});
+    std::vector<const char*> strangers = {"cleanup_service_name=stranger-cleanup"};
+    if (!SmtpPortTakesLogins(settings)) {
+        strangers.push_back("smtpd_sasl_auth_enable=no");
+        strangers.push_back("smtpd_sender_restrictions=$stranger_sender_restrictions");
+    } else if (!settings.SmtpPortTakesLogins() && !settings.Bool("plaintext_auth")) {
+        strangers.push_back("smtpd_tls_protocols=>=TLSv1.2");
+    }
+    text += SmtpService(settings.Int("smtp_port"), strangers);
     if (settings.Bool("smtp_ssl_enabled")) {
         text += SmtpService(settings.Int("smtps_port"),
                             {"syslog_name=postfix/smtps", "smtpd_tls_wrappermode=yes",
@@ -397,15 +477,22 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     if (settings.Bool("smtp_tls_enabled")) {
-        // Submission is for logins alone; a login must not cross the net in the clear unless the
-        // administrator allows that.
+        // Submission requires a login, and TLS unless the administrator allows logins in clear
+        // text.
         text += SmtpService(settings.Int("smtp_tls_port"),
                             {"syslog_name=postfix/submission", "smtpd_milters=$submission_milters",
                              settings.Bool("plaintext_auth") ? "smtpd_tls_security_level=may"
                                                              : "smtpd_tls_security_level=encrypt",
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
+    text += std::string(kQueueService) + " unix n - n - - showq\n";
     return text + kInnerServices + FilterServices(settings) + context.masterFragment;
+}
+
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings)
+{
+    const std::string address = settings.AlwaysBcc();
+    return address.empty() ? "" : kAlwaysCopied + (" " + address) + "\n";
 }
 
 std::string RenderRelayPassword(const settings::StoredSettings& settings)
@@ -432,6 +519,11 @@ std::string RenderLoginRule(const settings::StoredSettings& settings)
 {
     const std::string prefix = LoginPrefix(settings);
     return OwnAddressRule(settings, prefix.empty() ? "${1}" : "${1}, " + prefix + "${1}");
+}
+
+std::string RenderOwnSenders(const settings::StoredSettings& settings)
+{
+    return "/@(" + OwnDomains(settings) + ")$/ own_senders\n";
 }
 
 std::string RenderRoles(const RenderContext& context)

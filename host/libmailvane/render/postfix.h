@@ -1,4 +1,4 @@
-// Postfix's configuration, and the maps that follow from settings.
+// Postfix's configuration, and the maps made from settings.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace host::render {
 
-/// Text of Postfix's main.cf. Parameters that the administrator's fragment sets are left out, so
-/// that none stands twice.
+/// Text of Postfix's main.cf. Parameters that the administrator's fragment sets are left out:
+/// Postfix warns about a parameter set twice.
 std::string RenderPostfixMain(const settings::StoredSettings& settings,
                               const RenderContext& context);
 
@@ -17,23 +17,30 @@ std::string RenderPostfixMain(const settings::StoredSettings& settings,
 std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                                 const RenderContext& context);
 
-/// What logins of a Windows domain have before the name of the account, `DOMAIN\`; else empty.
+/// What precedes the account's name in logins of a Windows domain, `DOMAIN\`; empty without a
+/// domain.
 std::string LoginPrefix(const settings::StoredSettings& settings);
 
-/// Text of the rule that leaves the name of an address in a mail domain.
+/// Text of the rule that maps an address in a mail domain to its name: anna@a.example to anna.
 std::string RenderOwnNames(const settings::StoredSettings& settings);
 
-/// Text of the rule by which a login owns the addresses made of its name and a mail domain. In a
-/// Windows domain logins are known with and without the domain.
+/// Text of the rule that lets a login send from the addresses of its name in the mail domains. In a
+/// Windows domain a login may be `anna` or `OFFICE\anna`.
 std::string RenderLoginRule(const settings::StoredSettings& settings);
 
-/// Text of the map with the login at the relay host.
+/// Text of the rule by which strangers have to prove senders of this server.
+std::string RenderOwnSenders(const settings::StoredSettings& settings);
+
+/// Text of the map with the address that gets a copy of all mail.
+std::string RenderAlwaysBcc(const settings::StoredSettings& settings);
+
+/// Text of the map with user name and password for the relay host.
 std::string RenderRelayPassword(const settings::StoredSettings& settings);
 
-/// The roles of the machine that somebody must answer.
+/// The roles whose mail somebody must read.
 constexpr const char* kRoles[] = {"postmaster", "abuse", "root"};
 
-/// Text of the map that brings mail for postmaster, abuse and root to the administrator.
+/// Text of the map that sends the mail of the roles to the administrator.
 std::string RenderRoles(const RenderContext& context);
 
 }  // namespace host::render

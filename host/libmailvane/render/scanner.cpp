@@ -15,8 +15,8 @@ constexpr int kUsualMegabytes = 400;
 
 const char kHeader[] = "# Made by mailvane from its stored settings.\n";
 
-/// What does not depend on settings. Lists are read when the scanner starts; a missing one is
-/// empty. No value of a user stands in the text but quoted.
+/// The part that does not depend on settings. Lists are read when the scanner starts; a missing
+/// file is an empty list.
 const char kScannerBase[] = R"($MYHOME = $helpers_home = '/var/lib/amavis';
 $TEMPBASE = $ENV{TMPDIR} = "$MYHOME/tmp";
 $ENV{PATH} = $path = '/usr/sbin:/usr/bin:/sbin:/bin';
@@ -99,8 +99,7 @@ $policy_bank{'BLACK'} = { blacklist_sender_maps => [1] };
 my @banned = map { m{/} ? qr{^\Q$_\E$}i : qr{\.\Q$_\E$}i } $list->('banned_types');
 )";
 
-/// Attachments that can run: by name, by declared type and by what their bytes are, in archives
-/// too.
+/// Patterns of executable attachments: by name, by declared type and by content, also in archives.
 const char kDangerousContent[] = R"(push @banned,
     qr'\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$'i,
     qr'\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$'i,
@@ -114,7 +113,7 @@ $banned_filename_re = new_RE(@banned);
 1;
 )";
 
-/// SpamAssassin's plugins: those that score by what the mail itself says.
+/// The plugins of SpamAssassin that are loaded: those that score a message by its own content.
 const char* const kPlugins[] = {
     "AutoLearnThreshold", "Bayes",       "BodyEval",      "Check",     "DNSEval",  "FreeMail",
     "HTMLEval",           "HeaderEval",  "HTTPSMismatch", "ImageInfo", "MIMEEval", "MIMEHeader",
@@ -126,7 +125,7 @@ std::string InForce(const std::string& relative)
     return generation::GeneratedDirectory() + "/current/" + relative;
 }
 
-/// A text in Perl: in single quotes nothing but quote and backslash has a meaning.
+/// A Perl string in single quotes, where only quote and backslash are special.
 std::string PerlText(const std::string& text)
 {
     std::string quoted = "'";
@@ -137,7 +136,7 @@ std::string PerlText(const std::string& text)
     return quoted + "'";
 }
 
-/// Who the scanner is, and where it is found.
+/// The scanner's user, its sockets and its pid file.
 std::string DoorsText()
 {
     const daemons::Daemon& scanner = daemons::kScanner;
@@ -154,14 +153,14 @@ std::string Assign(const std::string& variable, const std::string& value)
     return variable + " = " + value + ";\n";
 }
 
-/// Switches of the scanner are lists whose first entry says whether a check is left out. A 1 that
-/// stands alone also keeps the scanner from loading what the check needs.
+/// A switch of the scanner: a list whose first entry tells whether the check is bypassed, so "(0)"
+/// means checked. With "(1)" alone the scanner does not even load the code of the check.
 std::string Check(const std::string& what, bool wanted)
 {
     return Assign("@bypass_" + what + "_checks_maps", wanted ? "(0)" : "(1)");
 }
 
-/// What becomes of mail with a finding, and whether a copy is kept.
+/// What happens to mail with a finding, and whether a copy is quarantined.
 std::string Action(const std::string& finding, const std::string& action, bool keepsCopy)
 {
     const std::string destiny = action == "tag"      ? "D_PASS"
@@ -172,8 +171,8 @@ std::string Action(const std::string& finding, const std::string& action, bool k
                   keepsCopy ? "'local:" + finding + "-%m.gz'" : "undef");
 }
 
-/// Refused spam is kept too: where one recipient's list lets a message pass, the others' copies
-/// are taken out of it without anybody being told.
+/// The settings for spam and viruses. Rejected spam is quarantined too: when one recipient's white
+/// list accepts a message, the other recipients are dropped from it without a bounce.
 std::string Actions(const settings::StoredSettings& settings)
 {
     const std::string& spam = settings.Text("spam_action");
@@ -190,7 +189,7 @@ std::string Scores(const settings::StoredSettings& settings)
            Assign("$sa_spam_subject_tag", tag.empty() ? "undef" : PerlText(tag + " "));
 }
 
-/// Domains whose mail gets the scanner's headers.
+/// The domains to whose mail the scanner adds its headers.
 std::string LocalDomains(const settings::StoredSettings& settings)
 {
     std::string domains;
@@ -221,7 +220,7 @@ std::string SpamAssassinSettings(const settings::StoredSettings& settings)
     return text;
 }
 
-/// How much of a message is looked at, unpacked: what may be sent must not be too large to scan.
+/// How many megabytes of a message, unpacked, are scanned: twice the largest message accepted.
 int ScannedMegabytes(const settings::StoredSettings& settings)
 {
     return std::max(kUsualMegabytes, 2 * settings.Int("message_size_limit_mb"));
@@ -241,7 +240,7 @@ std::string EngineText(const settings::StoredSettings& settings)
         "DatabaseDirectory /var/lib/clamav\n"
         "LogSyslog yes\n"
         "LogFacility LOG_MAIL\n"
-        // Two sets of signatures at once would take twice the memory.
+        // Loading new signatures beside the old ones would take twice the memory.
         "ConcurrentDatabaseReload no\n"
         "MaxThreads 4\n"
         "ExitOnOOM yes\n";

@@ -1,5 +1,5 @@
-// The mail scanner (amavis with SpamAssassin inside, behind a milter) and the anti-virus engine it
-// asks (clamd): when they run, and the files they read.
+// The files of the mail scanner (amavis with SpamAssassin inside, called as a milter) and of the
+// anti-virus engine (clamd) that it asks.
 #pragma once
 
 #include <string>
@@ -12,13 +12,12 @@
 
 namespace host::render {
 
-/// Paths in a generation: the scanner's own file (`amavisd showkeys` checks it), and what lists of
-/// the package fill.
+/// Paths in a generation: the scanner's configuration, and the files that the package's lists fill.
 constexpr char kScannerFile[] = "amavis/amavisd.conf";
 constexpr char kSpamRules[] = "amavis/rules.cf";
 
-/// Text of the scanner's configuration. It is a program in Perl, read by the scanner's user: all
-/// that comes from users is quoted, or read from files of its own.
+/// Text of the scanner's configuration, a Perl program that runs as the scanner's user. Texts of
+/// users are quoted in it or kept in other files.
 std::string RenderScanner(const settings::StoredSettings& settings);
 
 /// Puts the files of scanner and engine into the next generation, whether they run or not.

@@ -1,4 +1,4 @@
-// Puts the files that follow from the settings into the next generation.
+// Puts the files made from the settings into the next generation.
 #include "host/libmailvane/render/settings_files.h"
 
 #include "host/libmailvane/render/context.h"
@@ -14,7 +14,7 @@ namespace host::render {
 
 namespace {
 
-/// Puts empty files where lists have none yet.
+/// Puts empty files for the lists that have filled none yet.
 void PutEmptyLists(generation::NextGeneration& next)
 {
     for (const List& list : kLists) {
@@ -37,7 +37,9 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.Put("postfix/master.cf", RenderPostfixMaster(settings, context), 0644);
     next.Put("postfix/maps/own_names", RenderOwnNames(settings), 0644);
     next.Put("postfix/maps/login_rule", RenderLoginRule(settings), 0644);
+    next.Put("postfix/maps/own_senders", RenderOwnSenders(settings), 0644);
     next.PutMap("roles", RenderRoles(context));
+    next.PutMap("always_bcc", RenderAlwaysBcc(settings));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
     PutFilterFiles(next, settings, context);

@@ -1,4 +1,4 @@
-// From the stored settings to the daemons' files.
+// The files made from the stored settings.
 #pragma once
 
 #include "host/libmailvane/generation/generation.h"
@@ -6,8 +6,8 @@
 
 namespace host::render {
 
-/// Puts all files that follow from the settings into the next generation, and empty maps where the
-/// generation in force has none yet.
+/// Puts all files made from the settings into the next generation, and empty maps and tables where
+/// the generation in force has none.
 void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSettings& settings);
 
 }  // namespace host::render

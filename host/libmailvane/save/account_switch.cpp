@@ -1,4 +1,5 @@
-// Keeping the account data what the stored settings say, and switching it to what a save wants.
+// Healing: making the account databases match the settings; and switching them to what a save
+// wants.
 #include "host/libmailvane/save/account_switch.h"
 
 #include "host/libhaldcore/lock.h"
@@ -28,10 +29,11 @@ Result<void> HealAccounts(const settings::AccountCombination& stored)
     if (stores::AccountDataIsSound(stored) && !generation::SwitchIsMarked()) return {};
 
     const ScopedLock lock(std::chrono::milliseconds(0));
-    // What a killed process was exchanging is the next writer's to finish.
+    // An exchange that a killed process left unfinished is completed or undone by the next writer.
     if (!lock.held() || ExchangeIsUnderWay()) return {};
 
-    // Another process may have healed it in between, or changed the settings.
+    // Read again under the lock: another process may have healed the databases or changed the
+    // settings.
     const auto current = settings::StoredSettings::Read();
     if (!current) return current.reason();
 

@@ -1,10 +1,11 @@
-// Keeping the account data what the stored settings say, and switching it to what a save wants.
+// Healing: making the account databases match the settings; and switching them to what a save
+// wants.
 //
-// A switch begins with the program's moves of the account databases, which no mark precedes: until
-// the mark is there nothing else has changed, and what was moved lies under the parked name of the
-// stored combination, from where it comes back. From the first request to make lists anew on, the
-// mark names the switch. The save that ends it makes all lists of the accounts, from the databases
-// and with the settings that come in force.
+// A switch begins with the program's moves of the account databases, which no mark precedes. Until
+// the mark is there nothing else has changed, and what was moved comes back from the parked name of
+// the stored combination. The mark names the switch from the first request to rebuild lists on. The
+// save that ends the switch makes all lists of the accounts, from the databases and with the
+// settings that come in force.
 #pragma once
 
 #include "host/libhaldcore/result.h"
@@ -13,9 +14,10 @@
 
 namespace host::save {
 
-/// Makes the account data that of the stored account combination, `stored`, when it is not, and so
-/// takes a switch back that was not completed; what is in force is never changed. A reader that
-/// finds the request lock taken, or stored data that is being exchanged, leaves that to the writer.
+/// Replaces the account databases by those of the combination `stored` when they belong to another
+/// one, which takes back a switch that was not completed; the generation in force stays. Does
+/// nothing when another process holds the request lock or an exchange is under way: the writer
+/// heals then.
 Result<void> HealAccounts(const settings::AccountCombination& stored);
 
 /// Whether a switch away from the stored combination has begun. Marks one that a request has begun

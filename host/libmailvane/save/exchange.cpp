@@ -1,6 +1,6 @@
-// What is stored beside the settings. An exchange lies in etc/exchange: `new` is what is to be put
-// in place, `old` gets what it replaces, `added` names what nothing was in the place of. Which of
-// them is where tells how far it is.
+// The exchange of stored files. It lies in etc/exchange: `new` has the files to be put in place,
+// `old` gets the files that they replace, `added` lists the names of which there was no file
+// before. Example: tls is in `old` and not in `new`, so it has been replaced.
 #include "host/libmailvane/save/exchange.h"
 
 #include <sys/stat.h>
@@ -51,7 +51,7 @@ std::string AddedPath()
     return ExchangeFolder() + "/added";
 }
 
-/// Renames what is there; having nothing is fine.
+/// Renames a file or directory; succeeds when there is none.
 Result<void> MoveIfThere(const std::string& from, const std::string& to)
 {
     if (!system::NameExists(from) || std::rename(from.c_str(), to.c_str()) == 0) return {};
@@ -87,7 +87,7 @@ std::set<std::string> AddedNames()
     return names;
 }
 
-/// Makes the folder of an exchange; from the last rename on it is under way.
+/// Makes the folder of an exchange. The exchange is under way once the last rename here is done.
 Result<void> PrepareExchange(const std::string& staged)
 {
     DropExchange();
@@ -105,7 +105,7 @@ Result<void> PrepareExchange(const std::string& staged)
 
 Result<void> RollBackEntry(const std::string& name, bool wasAdded)
 {
-    // Where `new` still has it, it was not put in place.
+    // A file that is still in `new` was not put in place.
     const bool replaced = system::NameExists(OldOf(name));
     if (!replaced && (!wasAdded || system::NameExists(NewOf(name)))) return {};
 
@@ -113,7 +113,7 @@ Result<void> RollBackEntry(const std::string& name, bool wasAdded)
     return moved ? MoveIfThere(OldOf(name), InForce(name)) : moved;
 }
 
-/// Names of the users whose personal settings lie in a folder.
+/// Adds the names of the users whose personal settings are in a folder.
 void AddUsers(const std::string& folder, std::set<std::string>& users)
 {
     std::error_code error;
@@ -123,7 +123,7 @@ void AddUsers(const std::string& folder, std::set<std::string>& users)
     }
 }
 
-/// A user's stored text in a folder; empty when there is none.
+/// The stored text of a user in a folder; empty when there is none.
 std::string StoredText(const std::string& folder, const std::string& user)
 {
     std::string text;
@@ -133,7 +133,7 @@ std::string StoredText(const std::string& folder, const std::string& user)
 
 Result<void> FollowAllPersonalSettings()
 {
-    // Before and after it was taken back, an exchange has the other settings in one of the two.
+    // The settings that the exchange replaced are in `old`, after it was rolled back in `new`.
     const std::string folders[] = {InForce(kPersonal), OldOf(kPersonal), NewOf(kPersonal)};
     std::set<std::string> users;
     for (const std::string& folder : folders) AddUsers(folder, users);
@@ -183,7 +183,7 @@ void KeepExchange()
 {
     if (!ExchangeIsUnderWay()) return;
 
-    // From the first rename on nothing is under way any more.
+    // After this rename no exchange is under way.
     const std::string kept = ExchangeFolder() + ".kept";
     std::error_code error;
     fs::remove_all(kept, error);

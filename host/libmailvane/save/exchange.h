@@ -1,6 +1,6 @@
-// What is stored beside the settings, in etc/: lists, keys, the certificate, the administrator's
-// fragments, personal settings, web logins. Several of them change together by an exchange, which a
-// process that is killed leaves as one that can be completed or taken back.
+// The stored files beside the settings, in etc/: lists, keys, the certificate, the administrator's
+// fragments, personal settings, web logins. An exchange replaces several of them together; when the
+// process is killed in between, it can still be completed or rolled back.
 #pragma once
 
 #include <string>
@@ -9,29 +9,29 @@
 
 namespace host::save {
 
-/// Puts what lies in `staged`, a directory in etc/ that goes by it, in the place of the stored data
-/// of the same names. With `whole`, stored data that `staged` lacks is taken away. An exchange is
-/// under way from here on until it is kept or dropped. Requires the request lock and the mark of a
-/// pending save. After a failure it is to be taken back.
+/// Replaces the stored files by those of the same names in `staged`, a directory in etc/ that is
+/// used up. With `whole`, stored files that `staged` lacks are removed. The exchange is under way
+/// until `KeepExchange` or `DropExchange`; the caller rolls back a failed one. Requires the request
+/// lock and the mark of a pending save.
 Result<void> BeginExchange(const std::string& staged, bool whole);
 
-/// Whether there is an exchange, this process's or that of a killed one.
+/// Whether an exchange is under way, begun by this process or by a killed one.
 bool ExchangeIsUnderWay();
 
-/// Puts the stored data before the exchange in force again, if there is one. May be killed and
-/// repeated. What was put there remains at hand until the exchange is dropped.
+/// Puts the files from before the exchange back, if one is under way. Can be repeated after a kill.
+/// The files that were taken out again stay in etc/exchange until `DropExchange`.
 Result<void> RollBackExchange();
 
-/// Ends an exchange that holds: what it replaced is kept as etc/replaced until the next one.
+/// Ends an exchange that stays in force. The replaced files are in etc/replaced until the next one.
 void KeepExchange();
 
-/// Ends an exchange that was taken back.
+/// Ends an exchange that was rolled back.
 void DropExchange();
 
-/// Brings the scripts of the users in line whose personal settings an exchange changed.
+/// Writes the scripts of the users whose personal settings an exchange changed.
 Result<void> FollowPersonalSettings();
 
-/// The same as a step of a save. 0, or -1 (logged).
+/// `FollowPersonalSettings` as a step of a save; `verb` is ignored. 0, or -1 (logged).
 int FollowStoredData(const std::string& verb);
 
 }  // namespace host::save

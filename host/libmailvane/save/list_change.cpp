@@ -45,8 +45,8 @@ Lists ListsOf(const generation::PendingSave& mark)
     return lists;
 }
 
-/// Restarts daemons, whose services log what keeps them from it: the scanner, which reads its lists
-/// when it starts, and the mail server. Nothing reads lists on a machine that is not ours.
+/// Restarts the scanner, which reads its lists when it starts, and the mail server. Failures are
+/// logged by the services. On a machine that is not handed over, its own mail servers read no list.
 Result<void> RestartReaders(bool scanner, bool mailServer)
 {
     if (!daemons::ServicesAreOurs()) return {};
@@ -70,13 +70,13 @@ bool ScannerReads(const Lists& lists)
     });
 }
 
-/// Puts the generation before a change in force again. What fails here is only logged: the caller
-/// gets the reason why the change failed.
+/// Activates the generation from before a change again. Failures are only logged: the caller
+/// returns the reason why the change failed.
 void TakeBack(const generation::PendingSave& mark, bool scanner)
 {
     Log(LOG_ERR, "the change of %s is taken back", mark.change.c_str());
     const std::string abandoned = generation::CurrentGeneration();
-    // Where this fails, the mark stays for the next writer.
+    // After a failure here the mark stays, and the next writer rolls back.
     if (abandoned != mark.before && !Succeeded(generation::Activate(mark.before))) return;
 
     (void)Succeeded(RestartReaders(scanner, true));

@@ -31,14 +31,14 @@ int ReloadFirewall(const std::string& /*unused*/)
     return HALDFwRuleHup();
 }
 
-/// Whether the plan calls a service itself. The filters of signatures are affected whatever a plan
-/// does with them, since a step of a page speaks for signing or for checking alone.
+/// Whether the plan has a step of this service. The filters for DKIM and DMARC never count as
+/// called: a page's step is for signing or for checking alone, and the filter may serve both.
 bool Calls(const std::list<Callback>& plan, const daemons::Daemon& daemon)
 {
     return Calls(plan, daemons::ServiceStep(daemon, "").func);
 }
 
-/// Whether one of the files that a daemon reads differs.
+/// Whether one of the files that a daemon reads differs from the generation in force.
 bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneration& next)
 {
     std::string_view files = daemon.files;
@@ -48,7 +48,8 @@ bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneratio
     return false;
 }
 
-/// Whether a change reaches a daemon. The two servers themselves look whether they are to run.
+/// Whether a change affects a daemon. Postfix and Dovecot count even when switched off: a restart
+/// checks the switch itself.
 bool Affects(const daemons::Daemon& daemon, const generation::NextGeneration& next,
              const settings::StoredSettings& stored, const settings::StoredSettings& wanted)
 {
@@ -100,8 +101,6 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     };
     if (isMissing(daemons::kDovecot))
         plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
-    // No mail may be handed to a scanner that is about to end.
-    if (affected.scannerEnds) plan.push_front(mailServerStep);
     if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
     const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
         return step.func == &Postfix::Service;
@@ -111,6 +110,8 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
             plan.insert(mailServer, daemons::ServiceStep(daemon, "restart"));
         }
     }
+    // The mail server restarts first, so that it hands no mail to a filter that is about to stop.
+    if (affected.milterEnds) plan.push_front(mailServerStep);
     if (affected.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
     }
@@ -125,9 +126,10 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
     AffectedServices affected;
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (Affects(daemon, next, stored, wanted)) affected.services.insert(daemon.service);
+        if (daemons::IsMilter(daemon) && daemons::Runs(daemon, stored) &&
+            !daemons::Runs(daemon, wanted))
+            affected.milterEnds = true;
     }
-    affected.scannerEnds =
-        daemons::Runs(daemons::kScanner, stored) && !daemons::Runs(daemons::kScanner, wanted);
     affected.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
     return affected;
 }

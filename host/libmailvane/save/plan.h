@@ -1,5 +1,5 @@
-// The plan of a save: the steps that a page asks for, and those that it leaves out although its
-// change reaches a daemon.
+// The plan of a save: the steps that a page asks for, and restarts of the other services that its
+// change affects.
 #pragma once
 
 #include <list>
@@ -13,29 +13,30 @@
 
 namespace host::save {
 
-/// What a change reaches, whether or not a step is for it.
+/// What a change affects, whether or not the plan has a step for it.
 struct AffectedServices {
     std::set<std::string_view> services;  ///< as the table of daemons names them
-    bool scannerEnds = false;
+    bool milterEnds = false;  ///< one that the mail server calls now is not to run any more
     bool firewall = false;
 };
 
-/// The two servers, whatever has changed.
+/// Postfix and Dovecot as affected services, for a caller that does not know what has changed.
 AffectedServices BothServers();
 
-/// What a change from the stored settings and files to these reaches.
+/// What the change from the stored settings and the generation in force to these affects.
 AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
                                     const settings::StoredSettings& wanted);
 
-/// The plan, and a restart of each daemon that it leaves out although the change reaches it. The
-/// filters are restarted whatever the plan does with them: the one for DKIM serves signing and the
-/// DMARC checker, and a step speaks for one of them. The mail server, which calls them, comes last.
+/// The page's steps, and a restart of each affected service that they leave out. The filters for
+/// DKIM and DMARC are always restarted when affected: the DKIM filter both signs and checks for
+/// DMARC, while a step stands for one of them. The mail server, which calls the filters, comes
+/// last.
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
 
 /// Whether a step starts or stops a service.
 bool IsServiceStep(const Callback& step);
 
-/// Runs a step, which is a border of its own: what keeps it from its work is in the log by then.
+/// Runs a step and logs its result. The step itself logs the reason of a failure.
 Result<void> RunStep(const Callback& step);
 
 /// Whether a plan reloads the firewall.

@@ -10,7 +10,7 @@
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/generation/pending_save.h"
-#include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/personal_change.h"
@@ -22,7 +22,7 @@ namespace host::save {
 
 namespace {
 
-/// What was stored before a save, as far as it can be read: a switch that cannot was on.
+/// The switches stored before a save. A switch that cannot be read counts as on.
 struct SwitchesBefore {
     std::optional<KeyValueFile> file;
 
@@ -32,7 +32,7 @@ struct SwitchesBefore {
     }
 };
 
-/// Brings the services that a switch ran before a killed save, or runs now, to what is stored.
+/// Restarts the services that were switched on before a killed save or are now.
 Result<void> RestartCalledServices(const std::string& before,
                                    const settings::StoredSettings& settings)
 {
@@ -49,8 +49,9 @@ Result<void> RestartCalledServices(const std::string& before,
     return {};
 }
 
-/// Brings account data, scripts and services in line with the generation in force. A service that
-/// does not come up is only logged: the save that is to mend it must not be refused for it.
+/// Heals the account databases, writes the users' scripts and restarts the services, as the
+/// generation in force asks. A service that does not start is only logged: refusing here would
+/// block the save that repairs it.
 Result<void> BringInLine(const generation::PendingSave& save,
                          const settings::StoredSettings& settings)
 {
@@ -64,8 +65,8 @@ Result<void> BringInLine(const generation::PendingSave& save,
     return {};
 }
 
-/// Finishes a save whose generation is in force. One that is not, or no longer, is undone; its
-/// steps may have begun.
+/// Completes an interrupted save whose generation is in force, and undoes any other; some of its
+/// steps may have run.
 Result<void> FinishSave(const generation::PendingSave& save)
 {
     const auto settings = settings::StoredSettings::Read();
@@ -109,7 +110,7 @@ WriteScope::WriteScope()
 
 Result<void> FinishInterruptedSave()
 {
-    // Inside a change the mark is this process's own, or its parent's.
+    // A mark found later in this process, or by its child, is that of the change now under way.
     static bool finished = false;
     if (finished || !LockIsHeld() || LockIsInherited()) return {};
 
@@ -122,6 +123,8 @@ Result<void> FinishInterruptedSave()
 
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(mark->before);
+    const auto stored = settings::StoredSettings::Read();
+    if (Succeeded(stored)) ForgetClearedPassword(*stored);
     return {};
 }
 

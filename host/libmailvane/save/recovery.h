@@ -6,14 +6,14 @@
 
 namespace host::save {
 
-/// What every operation that changes stored state stands in.
-/// Holds the request lock and has an interrupted change finished first.
+/// The scope of every operation that changes stored state: holds the request lock, and finishes an
+/// interrupted change first.
 class WriteScope {
 public:
     WriteScope();
 
-    /// Whether anything may be written: not when the lock was not had in time or the interrupted
-    /// change could not be finished.
+    /// Success when changes are allowed; the reason when the lock was not obtained in time or the
+    /// interrupted change could not be finished.
     const Result<void>& ready() const { return ready_; }
 
 private:
@@ -21,8 +21,8 @@ private:
     Result<void> ready_;
 };
 
-/// Finishes or undoes the change that a killed process left behind, when this process holds the
-/// request lock; does nothing otherwise. Fails when the services cannot be brought in line.
+/// Completes or undoes the change of a killed process. Does nothing unless this process itself took
+/// the request lock. Fails when the account databases or stored files cannot be repaired.
 Result<void> FinishInterruptedSave();
 
 }  // namespace host::save

@@ -1,4 +1,4 @@
-// Putting an earlier state in force: from a staged directory, or the settings of a generation.
+// Putting an earlier state in force, from a staged directory or from an old generation.
 #include "host/libmailvane/save/restore.h"
 
 #include <sys/stat.h>
@@ -34,7 +34,7 @@ namespace {
 const char kRestart[] = "restart";
 constexpr std::size_t kLongestToldName = 128;
 
-/// The steps of these changes. Restart brings each service to what is stored by then.
+/// The step that follows an exchange of stored files.
 Callback Follow()
 {
     return {"stored data", &FollowStoredData, kRestart};
@@ -45,7 +45,7 @@ Callback MemcachedStep()
     return daemons::ServiceStep(daemons::kMemcached, kRestart);
 }
 
-/// Mailboxes and mail server, in the order in which they can do without each other.
+/// The steps of the two servers: Dovecot first, since Postfix delivers to it.
 std::list<Callback> ServerSteps()
 {
     return {daemons::ServiceStep(daemons::kDovecot, kRestart),
@@ -57,7 +57,8 @@ Reason Refused(const std::string& what, const char* why)
     return {ReasonCode::kRefused, what, "'" + what.substr(0, kLongestToldName) + "' " + why};
 }
 
-/// Whether a directory in etc/ is root's alone, as is all that a user could have put there.
+/// Whether a directory belongs to root and nobody else can read it, so that no user has put files
+/// there.
 bool IsOurs(const std::string& staged)
 {
     struct stat info {};
@@ -73,8 +74,8 @@ bool IsStagedName(const std::string& name)
            (file != nullptr && file->keeping != stores::Keeping::kNotExchanged);
 }
 
-/// Fails unless the databases are whole and those of the accounts that the settings speak of.
-/// Looking at one settles what a killed writer left beside it.
+/// Fails unless the databases are sound and belong to the account combination. Opening one also
+/// finishes what a killed writer left in its journal.
 Result<void> CheckDatabases(const std::string& folder, const settings::AccountCombination& account)
 {
     for (const stores::StoredFile& file : stores::kStoredFiles) {
@@ -95,7 +96,7 @@ Result<void> CheckDatabases(const std::string& folder, const settings::AccountCo
     return {};
 }
 
-/// Has the spam filter check the rules; it need not take them twice.
+/// Has the spam filter check the rules, unless they are those in force.
 Result<void> CheckRules(const std::string& rules)
 {
     std::string inForce;
@@ -105,7 +106,7 @@ Result<void> CheckRules(const std::string& rules)
     return SpamFilterTakes(rules);
 }
 
-/// A state that was validated as far as it can be before it is put in place.
+/// A state to be restored, validated as far as possible before its files are put in place.
 struct StagedState {
     settings::StoredSettings settings;
     std::string rules;
@@ -132,8 +133,8 @@ Result<StagedState> ReadStaged(const std::string& staged)
     return state;
 }
 
-/// Makes sure that the databases in force can be taken away: a journal beside one would be rolled
-/// back into the next one of its name.
+/// Finishes interrupted writes of the databases in force before they are replaced. Otherwise SQLite
+/// would apply the journal left beside mailvane.db to the new mailvane.db.
 Result<void> SettleLiveDatabases()
 {
     const auto stored = settings::StoredSettings::Read();
@@ -142,7 +143,7 @@ Result<void> SettleLiveDatabases()
     return healed ? CheckDatabases(PackagePath("etc"), stored->Account()) : healed;
 }
 
-/// Exchanges the stored data and saves, both or neither.
+/// Exchanges the stored files and saves; after a failure neither has happened.
 Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
                              const std::list<Callback>& steps)
 {
@@ -155,7 +156,8 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
 
     done = BeginExchange(staged, whole);
     if (done) done = SaveTransaction(state.settings, steps, extent);
-    // A save that came as far as its steps has done this already, or left it to the next writer.
+    // A save that failed in its steps has rolled the exchange back already, or left that to the
+    // next writer.
     if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
         DropExchange();
         (void)Succeeded(generation::ClearPendingSave());
@@ -163,8 +165,8 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
     return done;
 }
 
-/// The copy address belongs to the accounts: where others are served, that of the present ones is
-/// parked, and theirs comes back.
+/// Replaces the address that gets a copy of every mail, when the account combination changes: the
+/// address of the present accounts is parked, and the parked one of the new accounts is put back.
 Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
                                settings::StoredSettings& wanted)
 {
@@ -219,7 +221,7 @@ Result<void> ReplaceStagedCertificate(const std::string& staged)
     return ExchangeAndSave(staged, false, {*stored, ""}, ServerSteps());
 }
 
-/// Runs a change under the lock.
+/// Runs a change under the request lock.
 Result<void> Change(Result<void> (*change)(const std::string&), const std::string& what)
 {
     return system::Attempt("an earlier state", [change, &what] {

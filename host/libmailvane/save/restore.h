@@ -7,17 +7,17 @@
 
 namespace host::save {
 
-/// Puts the whole state that lies in `staged` in force: a directory of root's alone in etc/, with
-/// mailvane.conf, domains, dnsbl and rules.cf (the rules in force) and the stored data. It is used
-/// up. When it was refused or a step failed, the state before is in force.
+/// Restores the state in `staged`: a directory in etc/ that only root can enter, with
+/// mailvane.conf, domains, dnsbl, rules.cf (the spam rules in force) and the stored files. `staged`
+/// is used up. After a refusal or a failed step the previous state is in force.
 Result<void> RestoreState(const std::string& staged);
 
-/// Puts the certificate in force that lies in `staged`, which holds nothing but the folder `tls`;
-/// an empty one brings back the certificate that the package signs itself. As `RestoreState`.
+/// Replaces the certificate by the one in `staged`, which has only the folder `tls`; an empty `tls`
+/// brings back the package's self-signed certificate. Failures as for `RestoreState`.
 Result<void> ReplaceCertificate(const std::string& staged);
 
-/// Puts the settings, domains and blocklists of an earlier generation in force; lists and keys stay
-/// as they are. As `RestoreState`.
+/// Restores the settings, domains and blocklists of an earlier generation; lists and keys stay as
+/// they are. Failures as for `RestoreState`.
 Result<void> RollBack(const std::string& generation);
 
 }  // namespace host::save

@@ -24,7 +24,7 @@ const char kPlugins[] = "mailvane.pre";
 constexpr std::chrono::seconds kLimit{60};
 constexpr std::size_t kLongestComplaint = 2000;
 
-/// A directory that is gone at the end of the scope.
+/// A temporary directory, removed at the end of the scope.
 class TemporaryDirectory {
 public:
     TemporaryDirectory()
@@ -46,8 +46,8 @@ private:
     std::string path_;
 };
 
-/// Gives the directory what the filter reads: the plugins in force and the rules. Last it becomes
-/// the home of the filter's user.
+/// Fills the directory with what the spam filter reads, the plugins in force and the rules, and
+/// gives it to the filter's user as home.
 bool Furnish(const std::string& directory, const std::string& rules)
 {
     const struct passwd* user = getpwnam(std::string(daemons::kScanner.user).c_str());

@@ -7,9 +7,8 @@
 
 namespace host::save {
 
-/// Has the spam filter check these rules, next to those that it brings along. It is asked as the
-/// scanner's user, with a home of its own that is gone afterwards. Refused also when it cannot be
-/// asked or takes too long.
+/// Has the spam filter check these rules together with its built-in ones. It runs as the scanner's
+/// user with a temporary home. Also refused when the filter cannot be run or takes too long.
 Result<void> SpamFilterTakes(const std::string& rules);
 
 }  // namespace host::save

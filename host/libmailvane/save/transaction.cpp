@@ -10,6 +10,7 @@
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
 #include "host/libmailvane/save/recovery.h"
@@ -23,7 +24,7 @@ namespace host::save {
 
 namespace {
 
-/// Runs steps in order up to the first that fails; `begun` gets those that were begun.
+/// Runs steps in order until one fails; `begun` gets the steps run, the failed one included.
 Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
 {
     for (const Callback& step : steps) {
@@ -34,19 +35,20 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
     return {};
 }
 
-/// Puts the generation before the save in force again, with the stored data that belongs to it, and
-/// brings the services that the save had touched back to it. What fails here is only logged: the
-/// caller gets the reason why the save failed.
+/// Activates the generation from before the save, puts back the stored files that belong to it, and
+/// restarts the services that the save had touched. Failures are only logged: the caller returns
+/// the reason why the save failed.
 void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun)
 {
     Log(LOG_ERR, "the save is taken back");
     const std::string abandoned = generation::CurrentGeneration();
-    // Where this fails, the mark stays for the next writer.
+    // After a failure here the mark stays, and the next writer rolls back.
     if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
 
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) (void)Succeeded(stores::HealAccountData(stored->Account()));
-    // Even a daemon that no step had reached may have read the files meanwhile.
+    // Postfix and Dovecot restart even when no step was run for them: they may have read the new
+    // files.
     for (const Callback& step : WholePlan(begun, BothServers())) {
         if (IsServiceStep(step)) (void)Succeeded(RunStep({step.name, step.func, "restart"}));
     }
@@ -56,7 +58,7 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
     generation::RemoveGeneration(abandoned);
 }
 
-/// Steps, and what follows when they are all done.
+/// Runs the steps, then ends the save, or rolls it back.
 Result<void> Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
                    const std::list<Callback>& plan)
 {
@@ -67,15 +69,16 @@ Result<void> Apply(const generation::PendingSave& save, const settings::StoredSe
         return done;
     }
 
-    // The save holds, whatever of these fails.
+    // From here on the save is in force, even when one of these fails.
     (void)Succeeded(stores::ForgetParkedAlwaysBcc(wanted.Account()));
     KeepExchange();
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(save.before);
+    ForgetClearedPassword(wanted);
     return {};
 }
 
-/// The links by which the stored settings are found under their plain names.
+/// Makes the links under which administrators find the stored settings, as etc/mailvane.conf.
 Result<void> LinkStoredFiles()
 {
     for (const char* name : {"mailvane.conf", "domains", "dnsbl"}) {
@@ -87,8 +90,8 @@ Result<void> LinkStoredFiles()
     return {};
 }
 
-/// The first generation's files are read through the link, which must therefore be there before
-/// anything can be validated.
+/// Activates the first generation before it is validated: its files name each other by the link
+/// `current`, which does not exist until then.
 Result<void> ActivateFirst(generation::NextGeneration& next,
                            const settings::StoredSettings& settings)
 {
@@ -124,7 +127,7 @@ Result<void> RenderFromStored()
     return LinkStoredFiles();
 }
 
-/// Whether the files in force are those of a kernel that differs in IPv6.
+/// Whether IPv6 was switched on or off in the kernel since the files in force were rendered.
 bool KernelHasChanged()
 {
     std::string text;
@@ -158,7 +161,7 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
     const generation::PendingSave save{generation::CurrentGeneration(), change};
     done = generation::MarkPendingSave(save);
     if (!done) return done;
-    // A save that changes nothing makes no generation, but its steps run.
+    // A save that changes no file makes no generation, but its steps still run.
     if (next.Changed("")) done = next.Commit();
     if (!done) {
         // The data of a switch goes back before its mark.
@@ -195,7 +198,7 @@ Result<void> RenderAll()
     if (done) done = RenderFromStored();
     if (!done) return done;
 
-    // A request that runs this tool may be in the middle of a switch of the account source.
+    // A request that runs this tool as its child may be switching the account source.
     const auto stored = settings::StoredSettings::Read();
     if (!LockIsInherited() && Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
     return done;

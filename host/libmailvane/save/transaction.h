@@ -18,24 +18,24 @@ struct SaveExtent {
     Lists lists = {};                              ///< made anew as they are stored
 };
 
-/// Renders the next generation of the daemons' files from `wanted`, validates it, activates it and
-/// runs the steps. Requires the request lock. Fails when the files were refused (nothing changed)
-/// or a step failed (the previous generation is in force again). Where it changes the account
-/// combination, or ends a switch that began, the lists of the accounts come in force with it.
+/// Renders the next generation from `wanted`, validates it, activates it and runs the steps.
+/// Requires the request lock. Fails when the generation was refused (nothing has changed) or a step
+/// failed (the previous generation is in force again). Where it changes the account combination, or
+/// ends a switch that began, the lists of the accounts come in force with it.
 Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Callback>& steps,
                              const SaveExtent& extent = {});
 
-/// Renders all daemon files from the stored settings and stores, making the first generation where
-/// there is none (from etc/mailvane.conf if it exists, else from the defaults), and the account
-/// databases. Restarts no service.
+/// Renders all daemon files from the stored settings and lists, and heals the account databases.
+/// Where there is no generation, makes the first one from etc/mailvane.conf or, without it, the
+/// defaults. Restarts no service.
 Result<void> RenderAll();
 
-/// Renders all daemon files from the stored settings as a save that changes no setting: validated,
-/// in force afterwards, or taken back.
+/// Saves the stored settings again without a change: all files are rendered, validated and
+/// activated, or rolled back.
 Result<void> ApplyStored();
 
-/// What a machine does before its mail services start: finishes an interrupted save, and renders
-/// anew when the kernel has got or lost IPv6, since a server that is to listen where it cannot does
+/// Prepares a starting machine, before its mail services: finishes an interrupted save, and renders
+/// anew when the kernel has gained or lost IPv6. A server told to listen on IPv6 without it does
 /// not start.
 Result<void> RecoverAll();
 

@@ -1,5 +1,5 @@
-// Validates a generation before it is put in force: Postfix's own check passes a missing map, a
-// service that stands twice and a port out of range, so more is asked than that.
+// Validates a generation before it is activated. `postfix check` accepts a missing map, a service
+// listed twice and a port out of range, so these are checked here.
 #include "host/libmailvane/save/validate.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ namespace host::save {
 
 namespace {
 
-/// Map types whose tables are files; others are answered by daemons or need no table.
+/// Types of maps that are kept in files. Other types are served by daemons or need no data.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
                                   "regexp", "pcre",  "cidr", "sqlite", "ldap"};
 
@@ -43,8 +43,8 @@ Result<void> PortsAreFree(const settings::StoredSettings& wanted)
     return Reason{ReasonCode::kPortInUse, about, "refused: " + about + " is in use"};
 }
 
-/// Refuses a service that stands twice in master.cf, where the administrator's own are added to
-/// ours.
+/// Refuses a service that master.cf lists twice: the administrator may add one that the package
+/// has.
 Result<void> ServicesStandOnce(const generation::NextGeneration& next)
 {
     std::string text;
@@ -73,14 +73,14 @@ Reason RefusedBy(const std::string& program, const ProgramResult& result)
     return {ReasonCode::kDaemonRefuses, program, "refused by " + program + ": " + result.errors};
 }
 
-/// What a check of a daemon's files must not do: end with a failure, or complain.
+/// Success when a check ended well and printed no complaint; else the reason.
 Result<void> Passed(const ProgramResult& result, const char* check)
 {
     if (result.Succeeded() && result.errors.empty()) return {};
     return RefusedBy(check, result);
 }
 
-/// The tables that a dump of Postfix parameters names, as `type:path`.
+/// The file-based tables that a dump of Postfix parameters names, as `type:path`.
 std::set<std::string> TablesIn(const std::string& parameters)
 {
     std::set<std::string> tables;
@@ -110,7 +110,7 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
     const std::vector<ProgramResult> results = RunPrograms(queries, options);
     auto table = tables.begin();
     for (const ProgramResult& result : results) {
-        // Status 1 with nothing to say: the table has no such entry.
+        // Exit status 1 without output only means that the table has no such key.
         if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
             return Reason{ReasonCode::kDaemonRefuses, *table,
                           "refused: the table " + *table + " cannot be queried"};
@@ -120,7 +120,7 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
     return {};
 }
 
-/// The parameters of both Postfix files, expanded.
+/// The parameters of main.cf and master.cf that are set, with variables expanded.
 std::vector<ProgramResult> DumpParameters(const std::string& configuration)
 {
     ProgramOptions options;
@@ -144,7 +144,7 @@ Result<void> ParametersAndTablesAreGood(const std::string& configuration)
 
 Result<void> OwnChecksPass(const generation::NextGeneration& next)
 {
-    // Dovecot's files include the administrator's own, which may have changed at any time.
+    // Always checked: Dovecot's files include the administrator's, which can change between saves.
     std::vector<std::vector<std::string>> checks{
         {programs::kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
     if (next.Changed("postfix/")) {
@@ -159,7 +159,7 @@ Result<void> OwnChecksPass(const generation::NextGeneration& next)
     return {};
 }
 
-/// A filter's configuration as it would be were the generation in force.
+/// A filter's configuration with paths through the link `current` replaced by the new generation's.
 std::string AsInForce(const generation::NextGeneration& next, const std::string& relative)
 {
     const std::string link = generation::GeneratedDirectory() + "/current/";
@@ -173,7 +173,7 @@ std::string AsInForce(const generation::NextGeneration& next, const std::string&
     return text;
 }
 
-/// Has a filter check a configuration that it reads from its standard input.
+/// Has a filter check a configuration, given on its standard input.
 Result<void> FilterAccepts(const generation::NextGeneration& next, const char* program,
                            const char* option, const std::string& relative)
 {
@@ -186,7 +186,7 @@ Result<void> FilterAccepts(const generation::NextGeneration& next, const char* p
 Result<void> FiltersAccept(const generation::NextGeneration& next,
                            const settings::StoredSettings& wanted)
 {
-    // The mail server's file changes when a filter is switched on.
+    // main.cf changes when a filter is switched on.
     const bool mailServer = next.Changed("postfix/main.cf");
     const bool dkim =
         daemons::Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
@@ -200,11 +200,12 @@ Result<void> FiltersAccept(const generation::NextGeneration& next,
     return accepted;
 }
 
-/// The scanner's file is a program: it is run under the scanner's user.
+/// Has the scanner load its configuration. The file is a Perl program, so it runs as the scanner's
+/// user.
 Result<void> ScannerAccepts(const generation::NextGeneration& next,
                             const settings::StoredSettings& wanted)
 {
-    // The mail server's file changes when the scanner is switched on.
+    // main.cf changes when the scanner is switched on.
     if (!daemons::Runs(daemons::kScanner, wanted) ||
         !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
         return {};

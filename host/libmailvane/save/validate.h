@@ -7,13 +7,14 @@
 
 namespace host::save {
 
-/// Refuses the files of a complete generation that the daemons would not take: no port may be given
-/// twice or be in others' hands, every parameter is known, every map answers, each daemon's own
-/// check passes for what changed.
+/// Refuses a complete generation that the daemons would not accept: a port given to two services or
+/// held by another program, an unknown parameter, a map that cannot be queried, or files that a
+/// daemon's own check rejects.
 Result<void> ValidateGeneration(const generation::NextGeneration& next,
                                 const settings::StoredSettings& wanted);
 
-/// Refuses a complete generation whose Postfix files name a map that cannot be queried.
+/// Refuses a complete generation whose Postfix files have an unknown parameter or name a map that
+/// cannot be queried.
 Result<void> MapsAnswer(const generation::NextGeneration& next);
 
 }  // namespace host::save

@@ -24,10 +24,10 @@ using daemons::kPostfix;
 using daemons::kScanner;
 using daemons::kScannerMilter;
 
-// The table's texts are literals, so that each ends with a NUL.
+// Check holds char pointers; the table's texts are literals, which end with a NUL.
 constexpr const char* kScannerSwitches = daemons::kScanner.switches.data();
 
-/// The row of a daemon that is asked at its socket.
+/// The row of a check that connects to a daemon's socket.
 constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run,
                          const char* meaning)
 {
@@ -35,8 +35,8 @@ constexpr Check OfDaemon(const daemons::Daemon& daemon, decltype(Check::run) run
         daemon.check.data(), daemon.switches.data(), run, daemon.socket.data(), kUsual, meaning};
 }
 
-// To add a check: write its function (checks_*.cpp), declare it in checks.h, add a row here and one
-// in docs/self_check.md. A finding that is not OK should say what is wrong: its detail is logged.
+// To add a check, write its function (checks_*.cpp), declare it in checks.h, and add a row here and
+// in docs/self_check.md. A finding other than OK says in its detail what is wrong; that is logged.
 constexpr Check kChecks[] = {
     {daemons::kPostfix.check.data(), nullptr, CheckProcess, daemons::kPostfix.name.data(), kQuick,
      "the SMTP server runs"},
@@ -66,8 +66,12 @@ constexpr Check kChecks[] = {
     {"pop3s_port", "pop3s_enabled", CheckTlsGreeting, "pop3s_port", kLongestCheck,
      "POP3 with TLS greets on its port"},
     {"open_relay", nullptr, CheckOpenRelay, nullptr, kUsual, "strangers cannot send to strangers"},
+    {"relay_login", "smtp_relay_auth", CheckRelayLogin, nullptr, kLongestCheck,
+     "the login at the relay host is told to that host alone"},
     {"packet_filter", nullptr, CheckPacketFilter, nullptr, kLongestCheck,
      "no packet filter of others drops what it does not know"},
+    {"web_login", nullptr, CheckWebLogin, nullptr, kUsual,
+     "who fails to log in to the web is kept away"},
     {"mail_queue", nullptr, CheckQueue, nullptr, kLongestCheck,
      "few messages wait for another try, and not for long"},
     {"directory_accounts", "account_type", CheckDirectoryAccounts, nullptr, kUsual,
@@ -126,7 +130,7 @@ int Analyzer::Analyze(std::list<Result>& results)
     const auto settings = host::settings::StoredSettings::Read();
     if (!host::Succeeded(settings)) return -1;
 
-    // What is switched off as a whole is not looked at.
+    // With the mail server switched off nothing is checked.
     const std::vector<host::selfcheck::Check> checks = host::selfcheck::AllChecks();
     const std::vector<host::selfcheck::Finding> findings =
         settings->Bool("smtp_enabled") ? host::selfcheck::RunChecks(checks, *settings)

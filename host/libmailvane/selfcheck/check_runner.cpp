@@ -1,5 +1,5 @@
-// Runs the checks of the self-check, each in a child of its own that writes its finding to a pipe:
-// the first byte is the word, the rest is the detail. A check that hangs is killed at its limit.
+// Runs the checks, each in a child process that writes its finding to a pipe: first a byte for the
+// word, then the detail. A check is killed when it exceeds its limit.
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -25,13 +25,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kLongestReport = 1000;  // fits a pipe, so that writing never waits
+constexpr std::size_t kLongestReport = 1000;  // fits into a pipe, so that writing never blocks
 
-/// In the child: runs the check, reports and ends. What the check throws ends the child as well.
+/// Runs in the child: performs the check, writes the finding and exits, also after an exception.
 [[noreturn]] void RunInChild(const Check& check, const settings::StoredSettings& settings,
                              int report) noexcept
 {
-    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);  // nobody waits for the finding of a killed request
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);  // a check does not outlive a killed request
     const Finding finding = check.run(settings, check.subject);
     std::string text(1, static_cast<char>('0' + static_cast<int>(finding.word)));
     text += finding.detail;
@@ -40,7 +40,7 @@ constexpr std::size_t kLongestReport = 1000;  // fits a pipe, so that writing ne
     _exit(0);
 }
 
-/// A check that was started.
+/// A check whose child process was started.
 class RunningCheck {
 public:
     RunningCheck(const Check& check, const settings::StoredSettings& settings)
@@ -65,7 +65,7 @@ public:
     int descriptor() const { return pipe_.get(); }
     Clock::time_point deadline() const { return deadline_; }
 
-    /// Takes the report, if it is there, or gives the check up when its time is over.
+    /// Reads the finding when there is one, or kills the check when its time is over.
     void Advance(bool isReadable)
     {
         if (isReadable) {
@@ -102,7 +102,7 @@ void RunningCheck::Receive()
     End();
 }
 
-/// Kills what still runs and waits for its end.
+/// Kills the child if it still runs, and waits for it.
 void RunningCheck::End()
 {
     pipe_.Close();
@@ -113,7 +113,7 @@ void RunningCheck::End()
     pid_ = -1;
 }
 
-/// Milliseconds until `deadline` as poll wants them, rounded up.
+/// Milliseconds until `deadline` for poll, rounded up.
 int WaitUntil(Clock::time_point deadline)
 {
     using std::chrono::milliseconds;
@@ -121,13 +121,13 @@ int WaitUntil(Clock::time_point deadline)
     return static_cast<int>(std::max<milliseconds::rep>(left.count(), 0));
 }
 
-/// Waits until a check has reported or its time is over; false when none runs.
+/// Waits until a check has a finding or exceeds its limit; false when none is running.
 bool AdvanceAny(std::deque<RunningCheck>& runs)
 {
     std::vector<pollfd> waits;
     auto next = Clock::time_point::max();
     for (const RunningCheck& run : runs) {
-        // poll passes over negative descriptors.
+        // poll ignores negative descriptors.
         waits.push_back({run.descriptor(), POLLIN, 0});
         if (run.running()) next = std::min(next, run.deadline());
     }

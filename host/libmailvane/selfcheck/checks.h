@@ -1,5 +1,5 @@
-// The checks of the self-check, by topic. What each finds good or bad stands in docs/self_check.md;
-// `subject` is what the row of the table names.
+// The checks of the self-check, by topic. docs/self_check.md tells what each reports; `subject`
+// comes from the check's row in the table.
 #pragma once
 
 #include "host/libhaldcore/run_program.h"
@@ -9,45 +9,49 @@ namespace host::selfcheck {
 
 constexpr char kPostfixFiles[] = "/var/packages/Mailvane/etc/generated/current/postfix";
 
-/// For the programs that checks run: kept output, and a limit that with the time for the kill is
-/// less than that of a check, so that no program outlives its check.
+/// Options for programs that checks run: output is captured, and the time limit is below that of a
+/// check, so that no program outlives its check.
 ProgramOptions CheckOptions();
 
 // checks_network.cpp
-/// Whether a mail service greets on the port that the setting `subject` names.
+/// Whether a mail service sends its greeting on the port that the setting `subject` names.
 Finding CheckGreeting(const settings::StoredSettings& settings, const char* subject);
-/// The same after a TLS handshake.
+/// As `CheckGreeting`, after a TLS handshake.
 Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* subject);
-/// Whether SMTP shows the certificate that is configured.
+/// Whether the SMTP server presents the configured certificate.
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* subject);
-/// Whether a stranger is refused as a sender to strangers.
+/// Whether mail from an unknown client to another server is refused (no open relay).
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* subject);
-/// Whether other tables of the packet filter drop what they do not know.
+/// Whether the login at the relay host is told to nobody else.
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* subject);
+/// Whether tables of the packet filter that are not the package's drop unknown packets.
 Finding CheckPacketFilter(const settings::StoredSettings& settings, const char* subject);
+/// Whether somebody keeps away who fails to log in to the web, where the network reaches that.
+Finding CheckWebLogin(const settings::StoredSettings& settings, const char* subject);
 
 // checks_services.cpp
-/// Whether the daemon named `subject` runs.
+/// Whether the daemon `subject` runs.
 Finding CheckProcess(const settings::StoredSettings& settings, const char* subject);
-/// Whether the mail filter at the socket `subject` agrees on options.
+/// Whether the milter at the socket `subject` negotiates options.
 Finding CheckMilter(const settings::StoredSettings& settings, const char* subject);
-/// The same for the daemon named `subject` that is started again when it dies, and whether it
-/// did since it was started.
+/// As `CheckMilter` for the daemon `subject`, whose parent restarts it when it dies; also whether
+/// that has happened since its start.
 Finding CheckFilter(const settings::StoredSettings& settings, const char* subject);
-/// Whether the store of the senders' counters at the socket `subject` answers.
+/// Whether memcached, which counts what senders send, answers at the socket `subject`.
 Finding CheckCounters(const settings::StoredSettings& settings, const char* subject);
-/// Number and age of the messages that wait for another try.
+/// Number and age of deferred messages.
 Finding CheckQueue(const settings::StoredSettings& settings, const char* subject);
 /// Whether the accounts of the directory can be listed.
 Finding CheckDirectoryAccounts(const settings::StoredSettings& settings, const char* subject);
 
 // checks_scanner.cpp
-/// Whether the mail scanner at the socket `subject` is ready for mail.
+/// Whether the mail scanner at the socket `subject` accepts mail.
 Finding CheckScanner(const settings::StoredSettings& settings, const char* subject);
 /// Whether the anti-virus engine at the socket `subject` answers.
 Finding CheckAntiVirus(const settings::StoredSettings& settings, const char* subject);
-/// Age of the newest signatures in the folder `subject`.
+/// Age of the newest virus signatures in the folder `subject`.
 Finding CheckSignatures(const settings::StoredSettings& settings, const char* subject);
-/// What the scanner itself says about its file.
+/// Whether the scanner accepts its configuration.
 Finding CheckScannerFiles(const settings::StoredSettings& settings, const char* subject);
 
 // checks_files.cpp
@@ -55,24 +59,24 @@ Finding CheckScannerFiles(const settings::StoredSettings& settings, const char* 
 Finding CheckCertificateAge(const settings::StoredSettings& settings, const char* subject);
 /// Whether certificate and key belong together.
 Finding CheckCertificateKey(const settings::StoredSettings& settings, const char* subject);
-/// Space and files left on the file system of the path `subject`.
+/// Space and inodes left on the file system of the path `subject`.
 Finding CheckDisk(const settings::StoredSettings& settings, const char* subject);
-/// What the daemons' own checks say about their files.
+/// Whether each daemon's own check accepts its configuration.
 Finding CheckPostfixFiles(const settings::StoredSettings& settings, const char* subject);
 Finding CheckDovecotFiles(const settings::StoredSettings& settings, const char* subject);
 Finding CheckDkimFiles(const settings::StoredSettings& settings, const char* subject);
 Finding CheckDmarcFiles(const settings::StoredSettings& settings, const char* subject);
 
 // checks_dns.cpp
-/// Whether the host name has an address, and whether that leads back to the name.
+/// Whether the host name has an address, and whether the address resolves back to the name.
 Finding CheckHostAddress(const settings::StoredSettings& settings, const char* subject);
 Finding CheckHostReverse(const settings::StoredSettings& settings, const char* subject);
-/// Records of the mail domains.
+/// The DNS records of the mail domains.
 Finding CheckMx(const settings::StoredSettings& settings, const char* subject);
 Finding CheckSpf(const settings::StoredSettings& settings, const char* subject);
 Finding CheckDmarc(const settings::StoredSettings& settings, const char* subject);
 Finding CheckDkim(const settings::StoredSettings& settings, const char* subject);
-/// Whether a blocklist lists the address of this host.
+/// Whether a DNS blocklist lists the address of this host.
 Finding CheckOwnListing(const settings::StoredSettings& settings, const char* subject);
 
 }  // namespace host::selfcheck

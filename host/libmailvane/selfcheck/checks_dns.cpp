@@ -1,5 +1,5 @@
-// Checks of the self-check that ask the DNS: the host's names, the records of the mail domains, the
-// blocklists. A DNS that does not answer makes them UNKNOWN, never a failure of the mail server.
+// Checks of the self-check by DNS queries: names of the host, records of the mail domains,
+// blocklists. When the DNS does not answer, they are UNKNOWN, never FAILED.
 #include <algorithm>
 #include <set>
 
@@ -21,7 +21,8 @@ Finding NoAnswer()
     return {CheckWord::kUnknown, "the DNS does not answer"};
 }
 
-/// What mail is accepted for, the host name only when it is the domain of the accounts.
+/// The domains of mail addresses. The host name is one only when it is also the domain of the
+/// accounts.
 std::set<std::string> AddressDomains(const settings::StoredSettings& settings)
 {
     std::set<std::string> domains(settings.domains.begin(), settings.domains.end());
@@ -29,7 +30,7 @@ std::set<std::string> AddressDomains(const settings::StoredSettings& settings)
     return domains;
 }
 
-/// What `check` finds for every mail domain. A DNS that is silent once is not asked again.
+/// Runs `check` for every mail domain and joins the findings; stops when the DNS does not answer.
 template <typename DomainCheck>
 Finding ForEachDomain(const settings::StoredSettings& settings, DomainCheck check)
 {
@@ -59,7 +60,7 @@ Finding Warning(const std::string& detail)
     return {CheckWord::kWarning, detail};
 }
 
-/// The value of the tag `p` of a DKIM record, without blanks.
+/// The value of tag `p` of a DKIM record, without blanks.
 std::string PublicKeyIn(const std::string& record)
 {
     std::string plain;
@@ -73,7 +74,7 @@ std::string PublicKeyIn(const std::string& record)
     return plain.substr(start, plain.find(';', start) - start);
 }
 
-/// The key that mail is signed with, in one line; empty when there is none.
+/// The public half of the signing key, in one line; empty when there is none.
 std::string OwnPublicKey()
 {
     std::string pem;
@@ -82,7 +83,7 @@ std::string OwnPublicKey()
     return PemBody(pem, "PUBLIC KEY");
 }
 
-/// Whether a blocklist's answer is a listing: 127.255.255.x says that the list refuses to answer.
+/// Whether a blocklist's answer means "listed". 127.255.255.x means that the query was refused.
 bool IsListing(const std::string& answer)
 {
     return answer.compare(0, 4, "127.") == 0 && answer.compare(0, 12, "127.255.255.") != 0;
@@ -157,7 +158,7 @@ Finding CheckSpf(const settings::StoredSettings& settings, const char* /*subject
 Finding CheckDmarc(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     return ForEachDomain(settings, [](const std::string& domain) {
-        // A domain without a policy of its own has that of a domain above it.
+        // A subdomain without its own policy has that of its parent domain.
         for (std::string zone = domain; zone.find('.') != std::string::npos;
              zone.erase(0, zone.find('.') + 1)) {
             const auto texts = system::DnsRecords("_dmarc." + zone, system::DnsType::kText);

@@ -1,4 +1,4 @@
-// Checks of the self-check on files: certificate and key, disk space, configurations.
+// Checks of the self-check on files: certificate and key, disk space, daemons' configurations.
 #include <sys/statvfs.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ std::string FirstLine(const std::string& text)
     return text.substr(0, text.find('\n'));
 }
 
-/// A file that Postfix is configured to use.
+/// The path of a file that a parameter of Postfix names.
 std::string ConfiguredFile(const char* parameter)
 {
     const auto result =
@@ -33,19 +33,19 @@ std::string ConfiguredFile(const char* parameter)
     return FirstLine(result.output);
 }
 
-/// How much of `total` is left, in per cent; 100 where nothing is counted.
+/// `left` in per cent of `total`; 100 when the file system does not count.
 int PerCent(std::uint64_t left, std::uint64_t total)
 {
     return total == 0 ? 100 : static_cast<int>(left * 100 / total);
 }
 
-/// What is found when a program took too long or could not be started.
+/// The finding when a program took too long or could not be started.
 Finding CouldNotRun()
 {
     return {CheckWord::kUnknown, "the program for it does not answer"};
 }
 
-/// What a daemon finds wrong: that it ends with a failure, and at most what it says about it.
+/// The finding of a daemon's own check: FAILED, with the first line of its output, when it ends so.
 Finding Judge(const ProgramResult& result)
 {
     if (result.Succeeded()) return {};
@@ -107,7 +107,7 @@ Finding CheckPostfixFiles(const settings::StoredSettings& /*settings*/, const ch
                                      CheckOptions());
     Finding finding = Judge(results[0]);
     Add(finding, Judge(results[1]));
-    // Unknown parameters are passed with a warning.
+    // postconf warns about unknown parameters, but succeeds.
     if (!results[1].errors.empty())
         Add(finding, {CheckWord::kWarning, FirstLine(results[1].errors)});
     return finding;

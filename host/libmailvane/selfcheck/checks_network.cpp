@@ -1,12 +1,17 @@
-// Checks of the self-check that look at the mail services from outside: their ports, what they show
-// there, whom they let through, and what stands before them.
+// Checks of the self-check that connect to the mail services as a client does: ports, certificate,
+// relaying, packet filter.
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+#include <sstream>
 
 #include "host/libhaldcore/pem.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libmailvane/daemons/daemon_process.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/sockets.h"
+#include "host/libmailvane/daemons/web_ports.h"
 #include "host/libmailvane/names/relay_probe.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
@@ -25,7 +30,7 @@ bool StartsWith(const std::string& text, const char* start)
     return text.compare(0, std::strlen(start), start) == 0;
 }
 
-/// What opens and what ends a conversation with a mail service.
+/// The start of a service's greeting, and the command that ends the connection.
 struct Protocol {
     const char* greeting;
     const char* farewell;
@@ -51,11 +56,11 @@ Finding JudgeGreeting(const std::string& line, const Protocol& protocol, Clock::
     return {};
 }
 
-/// Services are asked by IPv4 and by IPv6. Where they listen on one of them alone, the other takes
-/// no connection, and that is no fault.
+/// Services are tested by IPv4 and IPv6. Where one listens on only one of them, connections by the
+/// other fail, which is no fault.
 constexpr char kIpv6[] = "::1";
 
-/// What a client that knows TLS is told at a port, by IPv4 and by IPv6. Empty where nobody answers.
+/// The server's output to a TLS client at a port, by IPv4 and IPv6; empty where nothing answers.
 std::vector<ProgramResult> AskWithTls(int port, const std::vector<std::string>& options,
                                       const std::string& input)
 {
@@ -75,8 +80,8 @@ std::string FirstCertificate(const std::string& text)
     return std::string(PemBlock(text, "CERTIFICATE"));
 }
 
-/// Whether the port greets a client from an address of this machine; nothing when it takes no
-/// connection there.
+/// Whether the service at a port greets a client that connects from `from`; nothing when it does
+/// not accept the connection.
 std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& protocol)
 {
     const auto start = Clock::now();
@@ -90,7 +95,7 @@ std::optional<Finding> GreetingTo(const char* from, int port, const Protocol& pr
     return JudgeGreeting(*line, protocol, start);
 }
 
-/// Whether a client from an address that may not relay is refused; nothing when it cannot ask.
+/// Whether a client that may not relay is refused; nothing when it cannot connect.
 std::optional<Finding> RelayFor(const char* stranger, int port)
 {
     system::LineClient client(port, stranger);
@@ -106,8 +111,16 @@ std::optional<Finding> RelayFor(const char* stranger, int port)
     return Finding{CheckWord::kUnknown, "SMTP answers " + reply};
 }
 
-/// What the packet filter's list of chains says: tables of others that drop what comes in unless a
-/// rule takes it.
+/// The value of a parameter of the mail server in the files in force.
+std::string PostfixParameter(const char* name)
+{
+    const ProgramResult value =
+        RunProgram({programs::kPostconf, "-c", kPostfixFiles, "-h", name}, CheckOptions());
+    return value.output.substr(0, value.output.find('\n'));
+}
+
+/// The names of tables in the packet filter's listing that drop incoming packets by default and are
+/// not the package's.
 std::string DroppingTables(const std::string& chains)
 {
     std::string names;
@@ -123,6 +136,18 @@ std::string DroppingTables(const std::string& chains)
         if (drops && table != kOurTable) names += table;
     }
     return names;
+}
+
+/// Whether the guard of the web login runs and has its rules.
+bool IsGuarded()
+{
+    const daemons::Daemon& guard = daemons::kGuard;
+    if (daemons::DaemonProcess(std::string(guard.pidFile), std::string(guard.program)).empty())
+        return false;
+    std::vector<std::string> command = {programs::kNft, "list", "table"};
+    std::istringstream words(daemons::kWebGuardTable);
+    for (std::string word; words >> word;) command.push_back(word);
+    return RunProgram(command, CheckOptions()).Succeeded();
 }
 
 }  // namespace
@@ -161,6 +186,23 @@ Finding CheckTlsGreeting(const settings::StoredSettings& settings, const char* s
     return last;
 }
 
+Finding CheckRelayLogin(const settings::StoredSettings& settings, const char* /*subject*/)
+{
+    if (!settings.Bool("smtp_relay_enabled")) return {CheckWord::kOff, ""};
+    if (settings.Text("smtp_relay_password").empty()) return Failed("it has no password");
+    if (!settings.Bool("smtp_relay_tls")) {
+        return {CheckWord::kWarning, "it may cross the network in the clear"};
+    }
+
+    const std::string level = PostfixParameter("smtp_tls_security_level");
+    for (const char* verifying : {"secure", "verify", "fingerprint", "dane-only"}) {
+        if (level == verifying) return {};
+    }
+    return {CheckWord::kWarning, "with smtp_tls_security_level = " + level +
+                                     " the host need not prove its name; a save of the relay's "
+                                     "settings changes that, but not what is in local.d"};
+}
+
 Finding CheckServedCertificate(const settings::StoredSettings& settings, const char* /*subject*/)
 {
     const auto results = AskWithTls(settings.Int("smtp_port"), {"-starttls", "smtp"}, "QUIT");
@@ -171,9 +213,7 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
     }
     if (served.empty()) return Failed("SMTP shows no certificate");
 
-    const ProgramResult name = RunProgram(
-        {programs::kPostconf, "-c", kPostfixFiles, "-h", "smtpd_tls_cert_file"}, CheckOptions());
-    const std::string path = name.output.substr(0, name.output.find('\n'));
+    const std::string path = PostfixParameter("smtpd_tls_cert_file");
     const ProgramResult configured =
         RunProgram({programs::kOpenssl, "x509", "-in", path}, CheckOptions());
     if (served == FirstCertificate(configured.output)) return {};
@@ -182,8 +222,8 @@ Finding CheckServedCertificate(const settings::StoredSettings& settings, const c
 
 Finding CheckOpenRelay(const settings::StoredSettings& settings, const char* /*subject*/)
 {
-    // The mail server trusts 127.0.0.1 at most: other addresses of the loopback are strangers. IPv6
-    // has one such address, which is a stranger only where nobody relays without a login.
+    // Postfix trusts at most 127.0.0.1, so 127.0.0.2 is unknown to it. IPv6 has only one loopback
+    // address; it is unknown only when local programs need a login too.
     std::vector<const char*> strangers = {names::kProbeAddress};
     if (settings.Bool("smtp_auth_required")) strangers.push_back(names::kProbeAddress6);
     Finding last = {CheckWord::kUnknown, "SMTP does not greet"};
@@ -205,6 +245,19 @@ Finding CheckPacketFilter(const settings::StoredSettings& /*settings*/, const ch
     const std::string names = DroppingTables(chains.output);
     if (names.empty()) return {};
     return {CheckWord::kWarning, "the mail ports must be open in " + names};
+}
+
+Finding CheckWebLogin(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const int port = daemons::WebPortOfNetwork();
+    const auto listeners = daemons::TcpListeners();
+    const bool isOpen =
+        std::any_of(listeners.begin(), listeners.end(),
+                    [port](const daemons::Listener& listener) { return listener.port == port; });
+    if (!isOpen) return {CheckWord::kOff, ""};
+    if (IsGuarded() || daemons::ListensAt("/run/fail2ban/fail2ban.sock")) return {};
+    return {CheckWord::kWarning,
+            "port " + std::to_string(port) + " is open, and nobody counts failed logins there"};
 }
 
 }  // namespace host::selfcheck

@@ -28,7 +28,7 @@ bool HoldsSignatures(const char* name, const struct stat& file)
     return S_ISREG(file.st_mode) && file.st_size > 0 && daemons::IsSignatureFile(name);
 }
 
-/// When the newest signatures in a directory were written; 0 when there are none.
+/// Modification time of the newest signatures in a directory; 0 when there are none.
 std::time_t NewestSignatures(const std::string& directory)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
@@ -48,7 +48,7 @@ std::time_t NewestSignatures(const std::string& directory)
 
 Finding CheckScanner(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    // Any request is answered, but only by a process that is ready for mail.
+    // The scanner answers any request, but only while a process is free for mail.
     system::LineClient client(subject);
     client.SendBytes("request=smtpd_access_policy\n\n");
     if (client.ReadLine().value_or("").rfind("action=", 0) == 0) return {};

@@ -1,4 +1,4 @@
-// Checks of the self-check on what runs: the daemons, the mail queue, the account directory.
+// Checks of the self-check on daemons, the mail queue and the account directory.
 #include <algorithm>
 #include <cstdint>
 #include <ctime>
@@ -23,7 +23,7 @@ constexpr std::int64_t kOld = 14400;  // seconds
 
 constexpr int kFaultsOfChildren = 11;  // field of /proc/PID/stat
 
-/// The messages that wait for another try.
+/// The deferred messages: number, and age of the oldest.
 struct Deferred {
     int count = 0;
     std::int64_t oldest = 0;  ///< seconds
@@ -40,14 +40,14 @@ Finding JudgeQueue(const Deferred& deferred)
     return {};
 }
 
-/// Whether a daemon has outlived children of its own. The kernel adds up the page faults of the
-/// children that a process has waited for (proc(5), `cminflt`), and there is none without any.
+/// Whether child processes of a daemon have died. The kernel adds the page faults of waited-for
+/// children to `cminflt` (proc(5)); it is 0 as long as none has ended.
 bool LostChildren(const std::string& process)
 {
     std::string text;
     if (!ReadFile(process + "/stat", text)) return false;
 
-    // The name, which stands in parentheses, may hold anything.
+    // The process name, in parentheses, may have blanks, so fields are counted after it.
     std::istringstream fields(text.substr(text.rfind(')') + 1));
     std::string field;
     for (int number = 3; number <= kFaultsOfChildren; ++number) fields >> field;
@@ -66,7 +66,7 @@ Finding CheckProcess(const settings::StoredSettings& /*settings*/, const char* s
 
 Finding CheckMilter(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    // The request to agree on options: length, command, version, actions, steps.
+    // The milter's option negotiation: length, command, version, actions, steps.
     constexpr char kOptions[] = "\0\0\0\x0dO\0\0\0\x06\0\0\x01\xff\0\x1f\xff\xff";
     constexpr std::size_t kLength = 4;
     system::LineClient client(subject);

@@ -1,4 +1,4 @@
-// The parts of the self-check: what a check is, the table of all checks, and how they are run.
+// The self-check: what a check is, the table of all checks, and running them.
 #pragma once
 
 #include <chrono>
@@ -9,16 +9,16 @@
 
 namespace host::selfcheck {
 
-/// Outcome of a check, from the best to the worst.
+/// The result of a check, from best to worst.
 enum class CheckWord {
     kOff,      ///< switched off by the administrator
     kOk,       ///< as it should be
-    kUnknown,  ///< could not be told: out of time, no network
+    kUnknown,  ///< not known: out of time, no network
     kWarning,  ///< works, but needs attention
     kFailed    ///< does not work
 };
 
-/// The word as the page gets it: "OFF", "OK", "UNKNOWN", "WARNING", "FAILED".
+/// The word as the page shows it: "OFF", "OK", "UNKNOWN", "WARNING", "FAILED".
 const char* Spelling(CheckWord word);
 
 struct Finding {
@@ -26,28 +26,29 @@ struct Finding {
     std::string detail;  ///< for the log; empty when there is nothing to say
 };
 
-/// Keeps the worse word of the two in `sum` and joins the details of what is worse than OK.
+/// Adds a finding to `sum`: the worse word, and the details of findings worse than OK.
 void Add(Finding& sum, const Finding& finding);
 
-/// One row of the table. The check runs in a process of its own, and may leak, hang or crash there.
+/// A row of the table. The check runs in its own process, so it may leak, hang or crash.
 struct Check {
-    const char* key;  ///< what the page knows it by
-    /// OFF while these, with blanks between them, are all "no" or "local"; null: never OFF
+    const char* key;  ///< its name on the page
+    /// Names of settings, separated by blanks; the check is OFF while all are "no" or "local".
+    /// Null: never OFF.
     const char* settings;
     Finding (*run)(const settings::StoredSettings& settings, const char* subject);
-    const char* subject;         ///< what `run` looks at, null when that goes without saying
-    std::chrono::seconds limit;  ///< the check is killed after it, and UNKNOWN
+    const char* subject;         ///< what `run` checks; null when it needs none
+    std::chrono::seconds limit;  ///< the check is killed after this time and is UNKNOWN
     const char* meaning;
 };
 
-/// Every check, in the order of the page.
+/// All checks in the order of the page.
 std::vector<Check> AllChecks();
 
-/// Longest time that any check may take: the limits of the table are no greater.
+/// No check may have a limit longer than this.
 constexpr std::chrono::seconds kLongestCheck{8};
 
-/// Runs the checks at the same time and returns their findings in the order given. Takes no longer
-/// than the greatest limit among them and leaves no process behind.
+/// Runs the checks in parallel and returns their findings in the same order. Takes no longer than
+/// the longest limit, and leaves no process behind.
 std::vector<Finding> RunChecks(const std::vector<Check>& checks,
                                const settings::StoredSettings& settings);
 

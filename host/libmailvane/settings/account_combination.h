@@ -1,11 +1,11 @@
-// Whose accounts the mail server serves.
+// The account combination.
 #pragma once
 
 #include <string>
 
 namespace host::settings {
 
-/// The accounts that the mail server serves: "local", "ldap" or "win", and their domain.
+/// The accounts that the mail server serves: source ("local", "ldap" or "win") and domain.
 struct AccountCombination {
     std::string type;
     std::string domain;

@@ -1,4 +1,4 @@
-// What follows from the stored settings: the ports of the mail services, the mail domains.
+// Values derived from the stored settings: ports of the mail services, mail domains.
 #include "host/libmailvane/settings/derived_settings.h"
 
 #include "host/libhaldcore/mail_services.h"

@@ -1,4 +1,4 @@
-// What follows from the stored settings: the ports of the mail services, the mail domains.
+// Values derived from the stored settings: ports of the mail services, mail domains.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace host::settings {
 
-/// The ports of all services that are on; one given to two services stands there twice.
+/// The ports of all services that are switched on; a port of two services is in the list twice.
 std::vector<int> EnabledPorts(const StoredSettings& settings);
 
-/// The host name, the accounts' domain and the additional domains, each once.
+/// Host name, domain of the accounts and additional domains, without duplicates.
 std::vector<std::string> MailDomains(const StoredSettings& settings);
 
 }  // namespace host::settings

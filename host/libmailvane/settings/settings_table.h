@@ -6,7 +6,7 @@
 
 namespace host::settings {
 
-/// Which settings object shows a setting.
+/// The settings object that has a setting.
 enum class SettingsObject { kPostfix, kImapPop3, kMailScanner };
 
 enum class SettingType { kInt, kText, kBool };
@@ -15,20 +15,20 @@ struct SettingInfo {
     SettingsObject object;
     const char* name;
     SettingType type;
-    const char* fallback;                 ///< the default, spelled as it is stored
-    int lowest;                           ///< ints: smallest value; texts: fewest bytes
-    int highest;                          ///< ints: greatest value; texts: most bytes
-    bool (*accepts)(const std::string&);  ///< texts: what else a value must be
+    const char* fallback;                 ///< the default, in stored spelling
+    int lowest;                           ///< numbers: smallest value; texts: fewest bytes
+    int highest;                          ///< numbers: largest value; texts: most bytes
+    bool (*accepts)(const std::string&);  ///< texts: a further check of the value
     const char* meaning;
 };
 
 /// Every setting, grouped by object, in the order of the key lists.
 const std::vector<SettingInfo>& AllSettings();
 
-/// The row of a setting, null for an unknown name.
+/// The row of a setting; null for an unknown name.
 const SettingInfo* FindSetting(const std::string& name);
 
-/// Whether `text` (spelled as it is stored) is a value that the setting can take.
+/// Whether `text`, in stored spelling, is a valid value of the setting.
 bool SettingAccepts(const SettingInfo& setting, const std::string& text);
 
 }  // namespace host::settings

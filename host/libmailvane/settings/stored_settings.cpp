@@ -16,6 +16,8 @@ namespace host::settings {
 namespace {
 
 const char kAlwaysBccKey[] = "always_bcc";
+const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
+const char kSmtpPortLoginsKey[] = "smtp_port_logins";
 
 std::string ReadIfThere(const std::string& path)
 {
@@ -99,6 +101,26 @@ std::string StoredSettings::AlwaysBcc() const
 void StoredSettings::SetAlwaysBcc(const std::string& address)
 {
     file_.Set(kAlwaysBccKey, address);
+}
+
+bool StoredSettings::RelayIsVerified() const
+{
+    return file_.Get(kRelayIsVerifiedKey) == "yes";
+}
+
+void StoredSettings::SetRelayIsVerified()
+{
+    file_.Set(kRelayIsVerifiedKey, "yes");
+}
+
+bool StoredSettings::SmtpPortTakesLogins() const
+{
+    return file_.Get(kSmtpPortLoginsKey) != "no";
+}
+
+void StoredSettings::SetSmtpPortTakesLogins()
+{
+    file_.Set(kSmtpPortLoginsKey, "yes");
 }
 
 AccountCombination StoredSettings::Account() const

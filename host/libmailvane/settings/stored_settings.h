@@ -1,4 +1,4 @@
-// The stored settings as a whole: what the daemons' files are rendered from.
+// The stored settings, from which the daemons' files are rendered.
 #pragma once
 
 #include <list>
@@ -13,7 +13,7 @@
 
 namespace host::settings {
 
-/// One DNS blocklist: zone and kind.
+/// One DNS blocklist: its zone (`server`) and what is looked up in it (`type`).
 struct Blocklist {
     std::string server;
     std::string type;
@@ -24,35 +24,44 @@ struct Blocklist {
     }
 };
 
-/// All settings with their values spelled as they are stored, plus the lists that belong to them.
-/// Keys of the file that are no settings (always_bcc among them) are kept.
+/// All settings, with values in stored spelling, and the lists of domains and blocklists. Other
+/// keys of the file (such as always_bcc) are kept.
 class StoredSettings {
 public:
-    /// Reads etc/mailvane.conf, etc/domains and etc/dnsbl. A setting that the file lacks, or has
-    /// with a value it cannot take (logged), has its default. Fails when the settings file cannot
-    /// be read.
+    /// Reads etc/mailvane.conf, etc/domains and etc/dnsbl. A setting that is missing or invalid
+    /// (logged) has its default. Fails when etc/mailvane.conf cannot be read.
     static Result<StoredSettings> Read();
 
-    /// The same of the three files in another folder.
+    /// Reads the three files from another folder.
     static Result<StoredSettings> ReadFrom(const std::string& folder);
 
-    /// The defaults.
+    /// All settings at their defaults.
     StoredSettings();
 
-    /// Values by name; the name must be one of the table, of that type.
+    /// The value of a setting. The name must be in the table, with this type.
     bool Bool(std::string_view name) const;
     int Int(const char* name) const;
     const std::string& Text(const char* name) const;
-    /// The value as it is stored, whatever its type.
+    /// The value in stored spelling, whatever its type.
     const std::string& Spelled(const std::string& name) const;
-    /// Sets a value spelled as it is stored; it must be one that the setting accepts.
+    /// Sets a value in stored spelling; it must be one that the setting accepts.
     void Set(const std::string& name, const std::string& spelled);
 
-    /// Where a copy of all mail goes; empty for nowhere.
+    /// The address that gets a copy of all mail; empty for none.
     std::string AlwaysBcc() const;
     void SetAlwaysBcc(const std::string& address);
 
-    /// Whose accounts are served.
+    /// Whether the relay host must prove its name before it is told the login. It need not where
+    /// the login was stored before that was asked for, until the relay is saved again.
+    bool RelayIsVerified() const;
+    void SetRelayIsVerified();
+
+    /// Whether logins are taken on the port of other servers as well, as before there were
+    /// submission ports; a first installation says no.
+    bool SmtpPortTakesLogins() const;
+    void SetSmtpPortTakesLogins();
+
+    /// The account combination.
     AccountCombination Account() const;
 
     /// The mail domain of the accounts.

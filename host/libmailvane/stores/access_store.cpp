@@ -16,14 +16,15 @@ AccessInfo EntryOf(const Rule& rule)
     return entry;
 }
 
-/// Clients are known by host names and addresses, senders and recipients by mail addresses.
+/// Whether a list can have names of this kind. All have domains; only the list of clients has IP
+/// addresses and networks, only the others have mail addresses.
 bool SuitsList(Type type, NameType kind)
 {
     if (kind == NAME_DOMAIN || kind == NAME_DOMAIN_TREE) return true;
     return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
 }
 
-/// What keeps an entry from the lists; null when nothing does.
+/// Why an entry cannot be stored; null when it can.
 const char* FaultOf(const AccessInfo& entry, bool nameIsGood)
 {
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such list";

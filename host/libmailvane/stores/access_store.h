@@ -9,14 +9,16 @@
 
 namespace host::stores {
 
-/// The script that makes the table of the access lists.
+/// The SQL script that creates the table.
 constexpr char kAccessTable[] =
     "CREATE TABLE access (type INTEGER NOT NULL, name TEXT NOT NULL, name_type INTEGER NOT NULL, "
     "status INTEGER NOT NULL, PRIMARY KEY (type, name, name_type)) WITHOUT ROWID";
 
-/// What an entry does with names of its list: `name permission`. A domain tree has a dot in front,
-/// so that the kind of every name shows.
+/// The entry as a line of the export format, `name permission`. A domain tree begins with a dot:
+/// `.a.example REJECT` is for a.example and all below it.
 std::string AccessLine(const Rule& rule);
+
+/// Parses a line of that format; the entry has the stored spelling.
 Result<Rule> ParseAccessLine(const std::string& line, int type);
 
 inline constexpr RuleList kAccessRules = {
@@ -29,7 +31,8 @@ inline constexpr RuleList kAccessRules = {
     ParseAccessLine};
 static_assert(IsMadeBy(kAccessRules, kAccessTable));
 
-/// The entry as it is stored. Refused for a type, kind, name or permission that no list can hold.
+/// The entry in stored spelling. Refused for an unknown type, kind or permission and for a bad
+/// name.
 Result<Rule> StoredRule(const AccessInfo& entry);
 
 /// What removes an entry, whatever its permission; its name may be in any spelling.

@@ -1,10 +1,9 @@
-// The data that the mail server keeps per account combination. Reads and writes etc/alias.db,
-// etc/mailvane.db, the key always_bcc of etc/mailvane.conf and target/etc/alias_bkp/.
+// The data kept per account combination. Reads and writes etc/alias.db, etc/mailvane.db, the key
+// always_bcc of etc/mailvane.conf and target/etc/alias_bkp/ (the parked files).
 //
-// A switch of the program moves each live file to the parked name of the old combination, then the
-// file parked under the new one, if any, to the live name; it stores the new combination last. So a
-// parked always-BCC file of the stored combination means that a switch away from it began and did
-// not end, and that the value in it is the true one.
+// A switch to another combination parks each file in force, brings back the file parked under the
+// new combination, and stores the new combination last. So an always_bcc address parked under the
+// stored combination shows a switch that did not end; that address is the valid one.
 #include "host/libmailvane/stores/account_data.h"
 
 #include <sys/stat.h>
@@ -40,8 +39,7 @@ std::string ParkedPath(const settings::AccountCombination& combination, const ch
     return ParkingFolder() + "/" + combination.type + "_" + combination.domain + suffix;
 }
 
-/// Whether the combination can be part of a file name: a name that leads elsewhere never becomes a
-/// path.
+/// Whether type and domain are safe in a file name: no "/", ".." or control characters.
 bool CanBeParked(const settings::AccountCombination& combination)
 {
     const std::string name = combination.type + "_" + combination.domain;
@@ -56,14 +54,15 @@ Reason UnsafeDomain(const settings::AccountCombination& combination)
             "the account domain " + combination.domain + " cannot be part of a file name"};
 }
 
-/// Whether a journal with something in it lies beside a database.
+/// Whether a database has a journal that is not empty.
 bool HasJournal(const std::string& database)
 {
     struct stat status {};
     return ::stat((database + "-journal").c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// Moves a live database to the parked name of its combination. What lies there already is kept.
+/// Moves a database in force to the parked name of its combination; a file already there is set
+/// aside.
 Result<void> Park(const AccountStore& store, const settings::AccountCombination& owner)
 {
     const std::string live = PackagePath(store.live);
@@ -79,11 +78,12 @@ Result<void> Park(const AccountStore& store, const settings::AccountCombination&
     return free ? system::MoveDurably(live, parked) : free;
 }
 
-/// Takes away a live database that is not one of the `stored` combination.
+/// Parks or sets aside a database in force that does not belong to the `stored` combination.
 Result<void> ClearLive(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string live = PackagePath(store.live);
-    // A journal without its database would be rolled back into the next one of that name.
+    // A journal without its database is moved away: SQLite would apply it to the next file of that
+    // name.
     if (!system::NameExists(live)) {
         if (!HasJournal(live)) return {};
         return system::KeepAside(live, "is missing and left a journal");
@@ -96,7 +96,7 @@ Result<void> ClearLive(const AccountStore& store, const settings::AccountCombina
     return Park(store, **owner);
 }
 
-/// Brings back the parked database of the `stored` combination, if there is a usable one.
+/// Brings back the database parked under the `stored` combination, if it is usable.
 Result<void> Unpark(const AccountStore& store, const settings::AccountCombination& stored)
 {
     const std::string parked = ParkedPath(stored, store.parkedSuffix);
@@ -163,7 +163,7 @@ Result<void> HealDatabases(const settings::AccountCombination& stored, Missing m
     return {};
 }
 
-/// The settings file as it is; an empty one when there is none yet.
+/// Reads the settings file; empty when there is none.
 std::optional<KeyValueFile> ReadSettings(const std::string& path)
 {
     std::optional<KeyValueFile> settings = KeyValueFile::Read(path);

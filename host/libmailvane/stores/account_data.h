@@ -1,5 +1,5 @@
-// The data that the mail server keeps per account combination: two databases and the address that
-// gets a copy of every message. What the stored combination needs is live, the rest is parked.
+// The data kept per account combination: two databases and the address that gets a copy of all
+// mail. That of the stored combination is in force, that of others is parked.
 #pragma once
 
 #include <optional>
@@ -10,28 +10,27 @@
 
 namespace host::stores {
 
-/// Whether the live data belongs to the `stored` combination. Cheap: a few small reads without
-/// SQLite and without the lock. Not to be called while this process has one of the databases open.
+/// Whether the databases in force belong to the `stored` combination. A few small reads, without
+/// SQLite or the lock. Must not be called while this process has one of the databases open.
 bool AccountDataIsSound(const settings::AccountCombination& stored);
 
-/// Makes the live data that of the `stored` combination, after a switch that was not completed: a
-/// database of another combination is parked under that one's name, and the copy parked under the
-/// stored combination comes back. One that is missing or damaged, and of which no copy is parked,
-/// is lost: it stays as it is, and that is the reason. Needs the request lock; may be killed and
-/// repeated at any moment.
+/// Puts the databases of the `stored` combination in force, after a switch that was not completed.
+/// A database of another combination is parked; the one parked under `stored` comes back. One that
+/// is missing or damaged, and of which no copy is parked, is lost: it stays as it is, and that is
+/// the reason. Requires the request lock; can be repeated after a kill.
 Result<void> HealAccountData(const settings::AccountCombination& stored);
 
-/// Makes the live databases those of a combination that comes in force: as above, but of which no
-/// copy is parked an empty one is made. A damaged file is kept under another name.
+/// Puts the databases of a combination that comes in force in place: as above, but where no copy is
+/// parked an empty one is made. Damaged files are set aside.
 Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
 
-/// The copy address parked under a combination, if one is, and parking one there.
+/// Reads the always_bcc address parked under a combination, if one is, and parks one.
 std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination);
 Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
                            const std::string& address);
 
-/// Forgets the copy address that was parked under the `stored` combination when a switch away from
-/// it began. To be called once that combination's settings are saved, whether or not it changed.
+/// Removes the always_bcc address parked under the `stored` combination by a switch away from it.
+/// To be called once the settings of that combination are saved.
 Result<void> ForgetParkedAlwaysBcc(const settings::AccountCombination& stored);
 
 }  // namespace host::stores

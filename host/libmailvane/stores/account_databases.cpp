@@ -1,5 +1,4 @@
-// The two databases that the mail server keeps per account combination: etc/alias.db and
-// etc/mailvane.db.
+// The two databases kept per account combination: etc/alias.db and etc/mailvane.db.
 #include "host/libmailvane/stores/account_databases.h"
 
 #include "host/libhaldcore/paths.h"
@@ -15,7 +14,7 @@
 namespace host::stores {
 namespace {
 
-// Features add their tables as further scripts.
+// A new table is added as a further script.
 constexpr const char* kAliasScripts[] = {kAccountTable, kAliasTables};
 constexpr const char* kMailvaneScripts[] = {kAccountTable, kAccessTable, kBccTable,
                                             kSenderQuotaTable, kBlackWhiteTable};

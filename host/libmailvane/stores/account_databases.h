@@ -1,4 +1,4 @@
-// The two databases that the mail server keeps per account combination.
+// The two databases kept per account combination.
 #pragma once
 
 #include "host/libmailvane/system/database.h"
@@ -7,13 +7,13 @@ namespace host::stores {
 
 enum class AccountDatabase {
     kAlias,    ///< etc/alias.db: aliases and their members
-    kMailvane  ///< etc/mailvane.db: access, blind copies, black and white list, sender quota
+    kMailvane  ///< etc/mailvane.db: access, bcc, black and white list, sender quota
 };
 
-/// Where a database lies and what it looks like.
+/// Path and schema of an account database.
 struct AccountStore {
-    const char* live;          ///< relative to the package
-    const char* parkedSuffix;  ///< of its name among the parked files
+    const char* live;          ///< path in force, relative to the package
+    const char* parkedSuffix;  ///< end of the name of a parked file
     system::Schema schema;
 };
 
@@ -23,7 +23,7 @@ const AccountStore& StoreOf(AccountDatabase which);
 /// that is not there is empty; otherwise it is lost, and that is the reason.
 Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
-/// Opens an account database for changes. It must be there: callers heal the account data first.
+/// Opens an account database for changes. It must exist: callers heal the account data first.
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
 
 }  // namespace host::stores

@@ -1,4 +1,4 @@
-// Which account combination a database belongs to.
+// The account combination that a database belongs to.
 #include "host/libmailvane/stores/account_record.h"
 
 #include <fcntl.h>
@@ -15,10 +15,10 @@
 namespace host::stores {
 namespace {
 
-/// Where SQLite keeps the application id: four bytes, the highest first.
+/// Offset of SQLite's application id in the file: four bytes, big-endian.
 constexpr off_t kStampOffset = 68;
 
-/// The hash of type, a zero byte and domain; never 0, which is what an unstamped database carries.
+/// A hash of type, a zero byte and domain. Never 0, the value in a database without a stamp.
 uint32_t StampOf(const settings::AccountCombination& combination)
 {
     const std::uint32_t hash = Fnv32(combination.type + '\0' + combination.domain);

@@ -46,7 +46,7 @@ void Add(SQLite::Database& database, const std::vector<AliasEntry>& entries)
     }
 }
 
-/// Fills in the members of aliases, which stand in the order of their numbers.
+/// Reads the members of the aliases; both are sorted by the alias's id.
 void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 {
     SQLite::Statement members(database,

@@ -8,7 +8,7 @@
 
 namespace host::stores {
 
-/// The script that makes the tables. The mail server's names do not differ by case.
+/// The SQL script that creates the tables. Names are compared without case, as Postfix does.
 constexpr char kAliasTables[] =
     "CREATE TABLE alias (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE COLLATE NOCASE);"
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
@@ -20,7 +20,7 @@ AliasEntries ReadAliases(SQLite::Database& database);
 /// The same of etc/alias.db. Fails as `ReadAccountDatabase`.
 Result<AliasEntries> ReadAliases();
 
-/// Makes a change, in the caller's transaction.
+/// Stores a change, in the caller's transaction.
 void ChangeAliases(SQLite::Database& database, const AliasChange& change);
 
 }  // namespace host::stores

@@ -1,4 +1,4 @@
-// The alias table in memory, with what has changed since it was read.
+// The alias table in memory, and its changes since it was read.
 #pragma once
 
 #include <cstdint>
@@ -14,56 +14,58 @@
 namespace host::stores {
 
 struct AliasEntry {
-    std::int64_t id = 0;  ///< in the store; 0 for one that is not there yet
+    std::int64_t id = 0;  ///< row id in the database; 0 until it is stored
     std::string name;
     std::vector<MemberInfo> members;
 };
 using AliasEntries = std::list<AliasEntry>;
 
-/// A change of the store: what goes by its number, then what comes.
+/// A change to be stored: ids of aliases to delete, then aliases to add. A changed alias is in
+/// both.
 struct AliasChange {
     std::vector<std::int64_t> removed;
     std::vector<AliasEntry> added;
 };
 
-/// Names that differ by case alone are the same name to the mail server, so no two aliases have
-/// them. A member that is an alias follows the alias when that is renamed or removed.
+/// The aliases. Names that differ only in case are the same name: `Sales` cannot be added beside
+/// `sales`. A member that is an alias follows that alias when it is renamed or removed.
 class AliasTable {
 public:
-    /// The table as it was read, in order.
+    /// A table of stored aliases, in order.
     explicit AliasTable(AliasEntries entries = {});
 
     const AliasEntries& entries() const { return entries_; }
 
-    /// The alias of exactly this name, or of this name in whatever case; null when there is none.
+    /// The alias of exactly this name, and the one of this name in any case; null when there is
+    /// none.
     const AliasEntry* Find(const std::string& name) const;
     const AliasEntry* FindAnyCase(const std::string& name) const;
 
-    /// Adds members that are not there yet. A missing alias is made, at the end of the table.
-    /// Nothing has changed when it is refused.
+    /// Adds those members that the alias lacks. A missing alias is added at the end of the table.
+    /// After a refusal nothing has changed.
     Result<void> Add(const std::string& name, const std::list<MemberInfo>& members);
-    /// Removes members; those that are none are left out. Refused when there is no such alias.
+    /// Removes those members that the alias has. Refused when there is no such alias.
     Result<void> Remove(const std::string& name, const std::list<MemberInfo>& members);
-    /// Refused, with nothing changed, when there is no such alias, or the new name is none or
-    /// taken.
+    /// Renames an alias. Refused, with nothing changed, when there is no such alias or the new name
+    /// is invalid or taken.
     Result<void> Rename(const std::string& from, const std::string& to);
-    /// Gives aliases, some of them new, exactly these members. All names must be good.
+    /// Sets the members of aliases, existing or new. All names must be valid.
     void Replace(const std::vector<AliasEntry>& aliases);
-    /// Removes aliases; absent ones are left out.
+    /// Removes aliases; names that are not there are ignored.
     void Delete(const std::list<std::string>& names);
 
-    /// What the store lacks; new aliases get their numbers here.
+    /// The change still to be stored; new aliases get their ids here.
     AliasChange Pending();
-    /// The store has it all.
+    /// To be called when `Pending` has been stored.
     void Stored() { touched_.clear(); }
 
 private:
-    /// An alias about to change, made when it is missing.
+    /// The alias of this name, marked as changed; added when missing.
     AliasEntry& Edit(const std::string& name);
     void Touch(const AliasEntry& entry);
     Result<void> Check(const MemberInfo& member, const std::string& owner) const;
-    /// Renames the members that are one of these aliases, by their names in lower case; removes
-    /// those whose new name is empty.
+    /// Renames members that are aliases, by their old names in lower case; a member whose new name
+    /// is empty is removed.
     void Follow(const std::unordered_map<std::string, std::string>& newNames);
 
     AliasEntries entries_;

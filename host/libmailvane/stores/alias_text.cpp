@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kGroupMark = '%';
 constexpr char kUserMark = '\\';
-constexpr int kBareName = -1;  // an alias or a user: the whole file tells
+constexpr int kBareName = -1;  // an alias or a user: known once the whole file is read
 
 std::string MemberText(const AliasTable& table, const MemberInfo& member)
 {
@@ -43,14 +43,14 @@ MemberInfo ParseMember(std::string_view text)
     return member;
 }
 
-/// Whether a bare name could be that of a user, which every alias's name could.
+/// Refuses a bare name that no user could have; names of aliases are a subset of those.
 Result<void> Check(MemberInfo member)
 {
     if (member.type == kBareName) member.type = names::kUserMember;
     return names::CheckMember(member);
 }
 
-/// Takes the lines of a file one after the other.
+/// Reads the lines of a file one after the other.
 class AliasReader {
 public:
     Result<void> Take(const std::string& line)
@@ -63,7 +63,7 @@ public:
         return TakeMembers(line);
     }
 
-    /// The aliases, once all lines are taken.
+    /// The aliases, once all lines are read, with bare names resolved.
     std::vector<AliasEntry> Resolve(const AliasTable& table)
     {
         for (AliasEntry& alias : aliases_) {
@@ -77,7 +77,7 @@ private:
     Result<void> TakeAlias(const std::string& line, std::size_t colon)
     {
         const std::string name(Trim(std::string_view(line).substr(0, colon)));
-        open_ = true;  // members may follow, whatever is wrong with the name
+        open_ = true;  // lines of members may follow, even when the name is refused
         aliases_.push_back({0, name, {}});
         Result<void> taken = TakeMembers(line.substr(colon + 1));
         if (!names::IsLocalPart(name)) {
@@ -89,7 +89,7 @@ private:
         return taken;
     }
 
-    /// A list that ends with a comma, or has not begun, goes on in the next line.
+    /// Reads members. A list that is empty so far or ends with a comma goes on in the next line.
     Result<void> TakeMembers(std::string_view text)
     {
         text = Trim(text);

@@ -11,8 +11,8 @@ namespace host::stores {
 /// The whole table as text.
 std::string AliasText(const AliasTable& table);
 
-/// Reads the aliases of a text file. A bare name is an alias when the file or `table` has one of
-/// that name, else a user. Refused as a whole, as `ReadListText` does, when anything is wrong.
+/// Reads aliases from a text file. A bare member is an alias when the file or `table` has one of
+/// that name, else a user. Any error refuses the whole file, as with `ReadListText`.
 Result<std::vector<AliasEntry>> ReadAliasText(const std::string& path, const AliasTable& table);
 
 }  // namespace host::stores

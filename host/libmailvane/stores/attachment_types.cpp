@@ -1,5 +1,4 @@
-// The types of attachments that are refused. Reads and writes etc/attachment_types, one type a
-// line.
+// The refused attachment types. Reads and writes etc/attachment_types, one type a line.
 #include "host/libmailvane/stores/attachment_types.h"
 
 #include <algorithm>
@@ -41,7 +40,7 @@ Result<std::vector<std::string>> AttachmentTypes()
     std::vector<std::string> types;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        // Whoever writes the file by hand must not reach into what is made of it.
+        // Checked again, since a line added by hand could break the files generated from it.
         if (auto type = StoredAttachmentType(word)) types.push_back(std::move(*type));
     }
     return types;

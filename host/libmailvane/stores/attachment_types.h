@@ -1,4 +1,4 @@
-// The types of attachments that are refused: etc/attachment_types.
+// The refused attachment types: etc/attachment_types.
 #pragma once
 
 #include <optional>
@@ -9,15 +9,15 @@
 
 namespace host::stores {
 
-/// The types in stored order: file name extensions in lower case, without a dot in front. None when
-/// there is no list.
+/// The types in stored order: file name extensions in lower case without the dot, such as "exe".
+/// None when there is no file.
 Result<std::vector<std::string>> AttachmentTypes();
 
 /// Replaces the list. Requires the request lock.
 Result<void> StoreAttachmentTypes(const std::vector<std::string>& types);
 
-/// The one spelling under which a type is stored (`.EXE` and `*.exe` are `exe`); nothing when
-/// `text` is no extension: letters, digits, "_", "+", "-", inner dots, 32 bytes at most.
+/// The stored spelling of a type: `.EXE` and `*.exe` become `exe`. Nothing when `text` is no
+/// extension: letters, digits, "_", "+", "-" and inner dots, at most 32 bytes.
 std::optional<std::string> StoredAttachmentType(const std::string& text);
 
 }  // namespace host::stores

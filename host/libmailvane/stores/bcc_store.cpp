@@ -1,4 +1,4 @@
-// The rules of blind copies in etc/mailvane.db, table `bcc`.
+// The rules of blind carbon copies in etc/mailvane.db, table `bcc`.
 #include "host/libmailvane/stores/bcc_store.h"
 
 #include "host/libhaldcore/text.h"

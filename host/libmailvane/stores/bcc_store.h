@@ -1,4 +1,4 @@
-// The rules of blind copies in etc/mailvane.db.
+// The rules of blind carbon copies in etc/mailvane.db.
 #pragma once
 
 #include <list>
@@ -9,13 +9,15 @@
 
 namespace host::stores {
 
-/// The script that makes the table of the rules.
+/// The SQL script that creates the table.
 constexpr char kBccTable[] =
     "CREATE TABLE bcc (type INTEGER NOT NULL, name TEXT NOT NULL, bcc_to TEXT NOT NULL, "
     "PRIMARY KEY (type, name)) WITHOUT ROWID";
 
-/// A name and where its copies go, which is also a line of a map of Postfix.
+/// The rule as a line, `name target`: the format of exports and of the Postfix map.
 std::string BccLine(const Rule& rule);
+
+/// Parses a line of that format; the rule has the stored spelling.
 Result<Rule> ParseBccLine(const std::string& line, int type);
 
 inline constexpr RuleList kBccRules = {"bcc",        "type, name, bcc_to",
@@ -23,11 +25,11 @@ inline constexpr RuleList kBccRules = {"bcc",        "type, name, bcc_to",
                                        BccLine,      ParseBccLine};
 static_assert(IsMadeBy(kBccRules, kBccTable));
 
-/// The rule as it is stored. A rule is for an address, for a user of this server by the bare name,
-/// or for a whole domain, "@domain"; others are refused.
+/// The rule in stored spelling. Its name must be an address, the bare name of a user of this
+/// server, or "@domain"; others are refused.
 Result<Rule> StoredRule(const BccInfo& rule);
 
-/// Refuses what is no address or user that copies could go to.
+/// Refuses a text that is neither an address nor a user, so that copies cannot go there.
 Result<void> CheckCopyTarget(const std::string& address);
 
 /// What removes a rule, wherever its copies go; its name may be in any case.

@@ -22,12 +22,12 @@ bool IsIp(const BlackWhite& entry)
     return entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
 }
 
-/// What keeps an entry from the lists; null when nothing does.
+/// Why an entry cannot be stored; null when it can.
 const char* FaultOf(const BlackWhite& entry, bool nameIsGood)
 {
     if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such type";
     if (!nameIsGood) return "the name is none of its kind";
-    // Clients are known by their addresses, senders and recipients by mail addresses.
+    // Clients have IP addresses or networks, senders and recipients mail addresses or domains.
     const bool suits = IsIp(entry) == (entry.type == TYPE_CLIENT);
     return suits ? nullptr : "the type does not go with a name of this kind";
 }

@@ -9,16 +9,18 @@
 
 namespace host::stores {
 
-/// The script that makes the table of both lists: a name stands on one of them.
+/// The SQL script that creates the table of both lists. A name can be on one of them only.
 constexpr char kBlackWhiteTable[] =
     "CREATE TABLE black_white (type INTEGER NOT NULL, name TEXT NOT NULL, "
     "name_type INTEGER NOT NULL, black_white INTEGER NOT NULL, "
     "PRIMARY KEY (type, name, name_type)) WITHOUT ROWID";
 
-/// `sender`, `recipient` or `client`, and the name, whichever list it stands on. A domain tree has
-/// a dot in front, so that the kind of every name shows. A name alone is that of a sender, or of a
-/// client if it is an IP address or network. What is read is an entry of the list `which`.
+/// The entry as a line of the export format: `sender`, `recipient` or `client`, and the name. A
+/// domain tree begins with a dot: `sender .a.example`.
 std::string BlackWhiteLine(const Rule& rule);
+
+/// Parses a line of that format as an entry of the list `which`, in stored spelling. A name alone
+/// is a client when it is an IP address or network, else a sender. Any other line is refused.
 Result<Rule> ParseBlackWhiteLine(const std::string& line, int which);
 
 inline constexpr RuleList kBlackWhiteRules = {
@@ -27,10 +29,10 @@ inline constexpr RuleList kBlackWhiteRules = {
     BlackWhiteLine,          ParseBlackWhiteLine};
 static_assert(IsMadeBy(kBlackWhiteRules, kBlackWhiteTable));
 
-/// The list that a number selects.
+/// The list selected by a number: the white list unless it is BLACK_LIST.
 BlackWhiteType ListOf(int blackWhite);
 
-/// The entry as it is stored. Refused for a type, kind or name that no list can hold.
+/// The entry in stored spelling. Refused for an unknown type or kind and for a bad name.
 Result<Rule> StoredRule(const BlackWhite& entry);
 
 /// What removes an entry of its list; its name may be in any spelling.

@@ -31,8 +31,7 @@ std::string Title(const system::MailAccount& account)
     return "personal settings of " + account.name;
 }
 
-/// The text with blanks for control characters but those in `kept`, and without carriage returns
-/// of line ends.
+/// The text with control characters replaced by blanks, except those in `kept`; CR LF becomes LF.
 std::string WithoutControls(std::string text, const char* kept)
 {
     const std::string keep = kept;
@@ -81,7 +80,7 @@ Json::Value ToJson(const PersonalSettings& settings, const system::MailAccount& 
 PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& account)
 {
     PersonalSettings settings;
-    // The name has gone to another account since: the settings of the old one are not its own.
+    // Settings of another user id are ignored: the name was reused for a new account.
     if (json["uid"].asUInt64() != account.uid) return settings;
 
     settings.forward = json["forward"].asBool();

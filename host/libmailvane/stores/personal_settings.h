@@ -11,7 +11,7 @@
 
 namespace host::stores {
 
-/// Text of an automatic reply: a subject of one line and a message with "\n" line ends, UTF-8.
+/// Text of an automatic reply, in UTF-8: a subject of one line, a message with "\n" line ends.
 struct Reply {
     std::string subject;
     std::string message;
@@ -29,21 +29,20 @@ struct PersonalSettings {
     std::string forwardAddress;
     bool keepCopy = false;
     bool reply = false;
-    std::int64_t replyBegin = 0;  ///< first second of the period; 0 and less for no bound
-    std::int64_t replyEnd = 0;    ///< last second of the period; 0 and less for no bound
+    std::int64_t replyBegin = 0;  ///< first second of the period; 0 or less for no start
+    std::int64_t replyEnd = 0;    ///< last second of the period; 0 or less for no end
     Reply generalReply;
     std::vector<SenderReply> senderReplies;  ///< in the order they were made
 };
 
-/// A reply as it can be stored: a subject with a line feed becomes one line, control characters
-/// become blanks. Refused are texts that are not UTF-8 or longer than 500 bytes (subject) or 16 KiB
-/// (message).
+/// A reply in storable form: line ends in the subject and control characters become blanks. Fails
+/// when a text is not UTF-8 or is longer than 500 bytes (subject) or 16 KiB (message).
 Result<Reply> StorableReply(const std::string& subject, const std::string& message);
 
-/// The reply to a sender, whatever the case of its letters; null for none.
+/// The reply to a sender, compared without case; null when there is none.
 SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& sender);
 
-/// Reads the settings of an account; defaults when it has none.
+/// Reads the settings of an account; defaults when none are stored.
 Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
 
 /// Stores the settings.

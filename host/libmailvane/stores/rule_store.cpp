@@ -110,7 +110,7 @@ Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearc
     SQLite::Statement query(
         store, Select(list, search.condition) + InOrder(list) + " LIMIT :limit OFFSET :start");
     Bind(query, search);
-    // SQLite itself takes a negative limit for none at all.
+    // For SQLite a negative limit means no limit; here it means no rules.
     query.bind(":limit", std::max(search.limit, 0));
     query.bind(":start", std::max(search.start, 0));
     return RowsOf(query);

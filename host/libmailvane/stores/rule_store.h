@@ -27,7 +27,7 @@ struct Rule {
 };
 using Rules = std::list<Rule>;
 
-/// A field that a search can look at: its name in a request, and the SQL expression of its text.
+/// A field that can be searched: its name in a request, and the SQL expression for its text.
 struct SearchField {
     const char* name;
     const char* expression;
@@ -76,15 +76,15 @@ constexpr bool IsMadeBy(const RuleList& list, std::string_view script)
     return script.find(list.key) != std::string_view::npos;
 }
 
-/// The search of a filter. One in a field that the list does not have finds nothing.
+/// The search of a filter. A search in a field that the list lacks finds nothing.
 RuleSearch SearchOf(const RuleList& list, const Filter& filter);
 
-/// Number of rules that match a search, whatever the page, and the page of them; a negative start
-/// is the first rule, a negative limit none. Throw SQLite::Exception, as do the operations below.
+/// The number of rules that match a search, and the search's page of them. A negative start means
+/// 0, a negative limit no rules. These and the operations below throw SQLite::Exception.
 int CountRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 
-/// All rules of one type, in order.
+/// All rules of one type, in stored order.
 Rules ReadRules(SQLite::Database& store, const RuleList& list, int type);
 
 /// What becomes of a rule whose name is stored already.

@@ -1,4 +1,4 @@
-// How much each login may send: the table `sender_quota` of etc/mailvane.db.
+// The sender quotas: table `sender_quota` of etc/mailvane.db.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -9,7 +9,7 @@
 
 namespace host::stores {
 
-/// The script that makes it. Logins differ in more than the case of letters.
+/// The SQL script that creates the table. Logins are compared without case.
 constexpr char kSenderQuotaTable[] =
     "CREATE TABLE sender_quota (login TEXT PRIMARY KEY COLLATE NOCASE, quota INTEGER NOT NULL) "
     "WITHOUT ROWID";

@@ -1,4 +1,4 @@
-// SQLite stores of the service library.
+// SQLite databases of the library.
 #include "host/libmailvane/system/database.h"
 
 #include <fcntl.h>
@@ -17,15 +17,15 @@ int StoredVersion(SQLite::Database& database)
     return database.execAndGet("PRAGMA user_version").getInt();
 }
 
-/// Makes an empty store that nobody else can read; SQLite gives its journals the same mode.
+/// Creates an empty file with mode 0600. SQLite gives its journals the same mode.
 void CreateIfMissing(const std::string& path)
 {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor >= 0) ::close(descriptor);
 }
 
-/// Runs the scripts that are missing, all or none. The version is read again under the lock, since
-/// another process may have done the same meanwhile.
+/// Runs the missing scripts, all or none. Reads the version again inside the transaction: another
+/// process may have run them since.
 void Migrate(SQLite::Database& database, const Schema& schema)
 {
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
@@ -39,7 +39,7 @@ void Migrate(SQLite::Database& database, const Schema& schema)
     transaction.commit();
 }
 
-/// Whether the store has to be brought up to date.
+/// Whether the store is of an older version.
 Result<bool> IsOlder(SQLite::Database& database, const Schema& schema)
 {
     const int version = StoredVersion(database);
@@ -129,7 +129,7 @@ Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& s
 
 Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path)
 {
-    // Not opened read-only: SQLite could not roll back a killed writer's journal then.
+    // Not opened read-only, since SQLite could not roll back the journal of a killed writer then.
     auto opened = Attempt(path, [&path]() -> std::optional<SQLite::Database> {
         SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
         AllowNoChange(database);

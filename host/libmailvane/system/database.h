@@ -1,5 +1,5 @@
-// SQLite stores of the service library. Each is opened for one operation and closed after it, and
-// keeps a rollback journal: no companion file outlives an operation, so a store can be moved.
+// SQLite databases of the library (stores). Each is opened for one operation. They use a rollback
+// journal, so that no companion file is left after an operation and the file can be moved.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -13,8 +13,8 @@
 
 namespace host::system {
 
-/// The scripts that brought a store to its present form, oldest first. Script N turns version N - 1
-/// into version N; a script that has been delivered never changes.
+/// The SQL scripts that make a store, oldest first. Script N brings version N - 1 to version N; a
+/// script that was released never changes.
 struct Schema {
     template <size_t Count>
     constexpr explicit Schema(const char* const (&list)[Count])
@@ -30,16 +30,16 @@ struct Schema {
 /// Throws SQLite::Exception.
 Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema);
 
-/// Opens a store for changes, creating it (mode 0600) and bringing it to the newest version as
-/// needed. Fails for a store of a later version.
+/// Opens a store for changes; creates it (mode 0600) or brings it up to date first. Fails for a
+/// store of a later version.
 Result<SQLite::Database> OpenForChange(const std::string& path, const Schema& schema);
 
-/// Opens a store for reading: an empty one in memory when there is none. An older version is
-/// brought up to date first. Fails as `OpenForChange`.
+/// Opens a store for reading, up to date; an empty one in memory when there is none. Fails as
+/// `OpenForChange`.
 Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& schema);
 
-/// Opens whatever database lies at `path` for reading; nothing when there is none. What a killed
-/// writer left unfinished is rolled back by the first query.
+/// Opens the database at `path`, of any schema, for reading; nothing when there is none. The first
+/// query rolls back what a killed writer left unfinished.
 Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path);
 
 namespace detail {
@@ -55,12 +55,12 @@ struct ResultOf<Result<T>> {
 
 }  // namespace detail
 
-/// The reason behind an exception that is being handled: what SQLite, or another library below an
-/// operation on `what`, has thrown.
+/// The reason for an exception that is being handled, thrown by SQLite or another library in an
+/// operation on `what`.
 Reason ReasonOf(const std::exception& failure, const std::string& what);
 
-/// Runs an operation on `what`, which may give a value, nothing, or a Result, and makes a reason of
-/// whatever a library throws meanwhile: no exception goes further up.
+/// Runs an operation on `what` that returns a value, void or a Result. Returns a Result: an
+/// exception of a library becomes its reason.
 template <typename Operation>
 auto Attempt(const std::string& what, Operation operation) ->
     typename detail::ResultOf<decltype(operation())>::Type

@@ -1,4 +1,4 @@
-// Questions to the DNS by the resolver of the C library; reads /etc/resolv.conf.
+// DNS queries by the resolver of the C library. Reads /etc/resolv.conf.
 #include "host/libmailvane/system/dns_query.h"
 
 #include <arpa/inet.h>
@@ -35,12 +35,12 @@ int CodeOf(DnsType type)
     return ns_t_txt;
 }
 
-/// An answer of the DNS, read from its start to its end.
+/// Parses an answer of the DNS.
 class Answer {
 public:
     Answer(const unsigned char* bytes, int size) : start_(bytes), at_(bytes), end_(bytes + size) {}
 
-    /// The texts of all records of this type.
+    /// The texts of all records of a type.
     std::vector<std::string> Records(DnsType type)
     {
         std::vector<std::string> records;
@@ -70,7 +70,7 @@ private:
 
     bool SkipName() { return Skip(std::max(dn_skipname(at_, end_), 0)) && at_ < end_; }
 
-    /// Goes over one record; adds it when it has the type. False at the end of what can be read.
+    /// Parses one record and adds it when it has the type. False at the end or at a damaged record.
     bool TakeRecord(DnsType type, std::vector<std::string>& records)
     {
         if (!SkipName() || end_ - at_ < NS_RRFIXEDSZ) return false;
@@ -117,7 +117,7 @@ private:
         return InLowerCase(text);
     }
 
-    /// The parts of a text record, each preceded by its length.
+    /// The parts of a TXT record, each preceded by a byte with its length, joined.
     static Record Parts(const unsigned char* data, int size)
     {
         std::string text;

@@ -1,4 +1,4 @@
-// Moving files so that a kill or a power failure loses none of them.
+// Moving files so that a kill or a power failure loses none.
 #include "host/libmailvane/system/durable_move.h"
 
 #include <fcntl.h>
@@ -29,7 +29,7 @@ bool CopyBytes(int from, int to)
     }
 }
 
-/// Copies to `to` with mode and owner and waits until the disk has the bytes.
+/// Copies a file with mode and owner, and syncs it.
 bool CopyFile(const std::string& from, const std::string& to)
 {
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
@@ -45,7 +45,7 @@ bool CopyFile(const std::string& from, const std::string& to)
            CopyBytes(source.get(), target.get()) && ::fsync(target.get()) == 0;
 }
 
-/// A move between file systems: the copy gets its name only when it is whole.
+/// Moves a file to another file system: the copy is renamed to `to` once it is complete.
 bool MoveByCopy(const std::string& from, const std::string& to)
 {
     const std::string unfinished = to + ".part";
@@ -76,7 +76,7 @@ std::string TimeStamp()
     return text.data();
 }
 
-/// A free name beside `path` that tells when the file was put there.
+/// A free name beside `path`, with the time in it.
 std::string NameAside(const std::string& path)
 {
     const std::string base = path + ".kept-" + TimeStamp();
@@ -96,7 +96,7 @@ bool NameExists(const std::string& path)
 bool SyncPath(const std::string& path)
 {
     const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    // Some file systems cannot sync a folder and say so by EINVAL.
+    // Some file systems cannot sync a directory and return EINVAL.
     return descriptor && (::fsync(descriptor.get()) == 0 || errno == EINVAL);
 }
 
@@ -113,8 +113,8 @@ Result<void> MoveDurably(const std::string& from, const std::string& to)
 
 Result<void> KeepAside(const std::string& path, const char* reason)
 {
-    // The journal goes first: alone under the old name it would be rolled back into whatever
-    // database gets that name next.
+    // The journal is moved first. Left alone, SQLite would apply it to the next database of that
+    // name.
     const std::string aside = NameAside(path);
     const std::string journal = path + "-journal";
     Result<void> moved;

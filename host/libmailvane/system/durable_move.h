@@ -1,4 +1,4 @@
-// Moving files so that a kill or a power failure loses none of them.
+// Moving files so that a kill or a power failure loses none.
 #pragma once
 
 #include <string>
@@ -7,26 +7,24 @@
 
 namespace host::system {
 
-/// Whether anything, a dangling link included, has this name.
+/// Whether this path exists, also as a dangling link.
 bool NameExists(const std::string& path);
 
-/// Waits until the disk has what is in a file, or the names in a folder. False, with errno set, on
-/// failure.
+/// Syncs a file, or a directory with its names, to disk. False, with errno set, on failure.
 bool SyncPath(const std::string& path);
 
-/// The same for the folder that `path` lies in.
+/// Syncs the directory of `path`; as `SyncPath`.
 bool SyncFolderOf(const std::string& path);
 
-/// Moves a file to a name that is free, on another file system too (then by copying), and waits
-/// until the disk has it. A kill leaves the file under the old name, the new name or both, whole in
-/// each case. Fails also when the new name is taken.
+/// Moves a file to a free name, also on another file system (by copying), and syncs. After a kill
+/// the file is complete under the old name, the new one or both. Fails when the new name is taken.
 Result<void> MoveDurably(const std::string& from, const std::string& to);
 
-/// Moves a SQLite database and its journal to a name of its own beside it, made of the name and the
-/// time, and logs that with `reason`.
+/// Sets a SQLite database and its journal aside: renames them to `path`.kept-TIME and logs that
+/// with `reason`.
 Result<void> KeepAside(const std::string& path, const char* reason);
 
-/// Removes a file, which need not be there, and waits until the disk knows.
+/// Removes a file, if it exists, and syncs its directory.
 Result<void> RemoveDurably(const std::string& path);
 
 }  // namespace host::system

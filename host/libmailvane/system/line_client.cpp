@@ -17,7 +17,7 @@ namespace {
 constexpr int kPatience = 3;  // seconds
 constexpr std::size_t kLongestLine = 2000;
 
-/// The name of a socket, of either family.
+/// A socket address of IPv4 or IPv6.
 struct SocketName {
     SocketName(const char* address, int port)
     {

@@ -8,10 +8,10 @@
 
 namespace host::system {
 
-/// A connection to a server on this machine. No step waits longer than three seconds.
+/// A connection to a server on this machine. Each step waits three seconds at most.
 class LineClient {
 public:
-    /// Connects from an address of this machine, to 127.0.0.1 or, from an IPv6 address, to ::1.
+    /// Connects from an address of this machine: to 127.0.0.1, or to ::1 from an IPv6 address.
     LineClient(int port, const char* from);
 
     /// Connects to a unix socket.
@@ -20,17 +20,17 @@ public:
     /// Whether it is connected.
     bool connected() const { return static_cast<bool>(socket_); }
 
-    /// The next line without its end; nothing when none comes.
+    /// The next line without its line end; nothing when none comes in time.
     std::optional<std::string> ReadLine();
 
-    /// Sends a line and returns the last line of the reply to it, as SMTP replies are: every line
-    /// but the last has a hyphen after its number. Nothing when none comes.
+    /// Sends a line and returns the last line of the SMTP-style reply: "250 OK" after "250-SIZE"
+    /// and the like. Nothing when none comes in time.
     std::optional<std::string> Ask(const std::string& line);
 
-    /// Sends a line; what follows tells whether it arrived.
+    /// Sends a line. A failure shows only when the reply is read.
     void Send(const std::string& line) { SendBytes(line + "\r\n"); }
 
-    /// The same without lines: `ReadBytes` returns fewer than `size` when no more come.
+    /// Send and receive bytes; `ReadBytes` returns fewer than `size` when no more come in time.
     void SendBytes(const std::string& bytes);
     std::string ReadBytes(std::size_t size);
 

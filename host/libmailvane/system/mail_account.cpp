@@ -1,4 +1,4 @@
-// The account of one mail user. Asks the account databases and looks at the home directory.
+// The account of one mail user. Reads the account databases and checks the home directory.
 #include "host/libmailvane/system/mail_account.h"
 
 #include "host/libhaldsdk/account_lookup.h"
@@ -12,14 +12,15 @@ namespace {
 constexpr std::string::size_type kLongestName = 200;
 constexpr std::chrono::seconds kHomeLimit{5};
 
-/// A name that can be part of a path.
+/// Whether a name is safe as part of a path.
 bool IsAccountName(const std::string& name)
 {
     return !name.empty() && name.size() <= kLongestName && name != "." && name != ".." &&
            name.find('/') == std::string::npos && names::IsPlainText(name);
 }
 
-/// Looked at with the user's own rights: nobody but the user answers for what is mounted there.
+/// Whether the home directory belongs to the user. Checked with the user's rights, since the user
+/// can mount file systems there that hang or refuse root.
 Result<void> CheckHome(const MailAccount& account)
 {
     if (account.home.empty() || account.home.front() != '/') {

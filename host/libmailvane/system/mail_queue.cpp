@@ -1,4 +1,4 @@
-// The mail queue, as postqueue(1) lists it: a line of JSON for each message.
+// The mail queue as listed by postqueue(1): one JSON object a line for each message.
 #include "host/libmailvane/system/mail_queue.h"
 
 #include <json/json.h>
@@ -13,8 +13,7 @@
 namespace host::system {
 namespace {
 
-/// Takes one line of the list; what is no message, as the last line of a list that was cut off, is
-/// passed over.
+/// Parses one line of the list; nothing for other lines, such as a last line that was cut off.
 std::optional<QueuedMessage> MessageIn(const std::string& line)
 {
     Json::Value message;

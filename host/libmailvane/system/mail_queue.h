@@ -1,4 +1,4 @@
-// The mail that waits in the mail server's queues.
+// The messages in the mail server's queues.
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,16 @@
 namespace host::system {
 
 struct QueuedMessage {
-    bool deferred = false;     ///< it waits for another try
+    bool deferred = false;     ///< waits for another attempt at delivery
     std::int64_t arrival = 0;  ///< seconds since the epoch
 };
 
 struct MailQueue {
     std::vector<QueuedMessage> messages;
-    bool isWhole = true;  ///< false: the queue is longer than what was read
+    bool isWhole = true;  ///< false when the list was longer than what was read
 };
 
-/// Lists the queues. Nothing when the mail server's tool fails or takes longer than `limit`.
+/// Lists the queues. Nothing when postqueue fails or takes longer than `limit`.
 std::optional<MailQueue> ReadMailQueue(std::chrono::milliseconds limit = ProgramOptions().limit);
 
 }  // namespace host::system

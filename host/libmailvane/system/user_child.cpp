@@ -1,5 +1,5 @@
-// Work in a user's home, done with the user's own rights. The user may stop such a process, and the
-// home may lie on a file system that hangs, so the parent waits for a bounded time only.
+// Work in a user's home directory, in a child with the user's rights. The user can stop such a
+// process, and the file system can hang, so the parent waits for a limited time.
 #include "host/libmailvane/system/user_child.h"
 
 #include <fcntl.h>
@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
 using HomeWork = std::function<Result<void>(int home)>;
 using std::chrono::milliseconds;
 
-constexpr milliseconds kGrace{1000};  // from the kill to the end
+constexpr milliseconds kGrace{1000};  // between SIGKILL and giving up
 constexpr milliseconds kPoll{10};
 constexpr std::size_t kLongestText = 1000;
 
@@ -77,19 +77,19 @@ private:
     void* memory_;
 };
 
-/// In the child: keeps nothing of the parent's, neither the request lock nor the answer. What is
-/// written to the standard streams goes nowhere.
+/// Runs in the child: gives up the request lock and all descriptors of the parent, the response
+/// among them. The standard streams lead to /dev/null.
 bool LetGo()
 {
     ForgetLock();
-    closelog();  // its descriptor is about to be closed under it
+    closelog();  // which uses a descriptor that the next line closes
     closefrom(STDIN_FILENO);
     return open("/dev/null", O_RDWR) == STDIN_FILENO &&
            dup2(STDIN_FILENO, STDOUT_FILENO) == STDOUT_FILENO &&
            dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
 }
 
-/// From here on the process has no rights but the user's.
+/// Gives up all rights but those of the user.
 bool BecomeUser(const MailAccount& account)
 {
     return initgroups(account.name.c_str(), account.gid) == 0 &&
@@ -97,8 +97,8 @@ bool BecomeUser(const MailAccount& account)
            setresuid(account.uid, account.uid, account.uid) == 0;
 }
 
-/// Signals as a program has them at its start. The process ends with its parent, after which the
-/// lock is free for others.
+/// Resets signal handling and makes the child die with its parent: the request lock is then free
+/// for others.
 bool BecomeMortal(pid_t parent)
 {
     sigset_t none;
@@ -107,7 +107,7 @@ bool BecomeMortal(pid_t parent)
     return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
 }
 
-/// The home, if it is still the user's.
+/// Opens the home directory, if it still belongs to the user.
 Result<Descriptor> OpenHome(const MailAccount& account)
 {
     Descriptor home(open(Path(account.home).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -121,7 +121,7 @@ Result<Descriptor> OpenHome(const MailAccount& account)
 
 Result<void> DoWork(const MailAccount& account, pid_t parent, const HomeWork& work)
 {
-    // A change of the user undoes the wish to end with the parent.
+    // Called last: changing the user clears the request to die with the parent.
     if (!LetGo() || !BecomeUser(account) || !BecomeMortal(parent)) {
         return SystemReason(account.name, "cannot become the user");
     }
@@ -140,8 +140,8 @@ int ChildStatus(const MailAccount& account, pid_t parent, const HomeWork& work,
     return 1;
 }
 
-/// Waits until the child has ended, for `limit` at most; false when it has not. `process` is
-/// readable once it has ended; without one, on old kernels, it is asked for again and again.
+/// Waits at most `limit` for the child's end; false when it still runs. `process` is its pidfd,
+/// which becomes readable at the end; without one (old kernels) the child is polled.
 bool EndsWithin(milliseconds limit, pid_t child, const Descriptor& process, int& status)
 {
     const Clock::time_point end = Clock::now() + limit;
@@ -154,18 +154,18 @@ bool EndsWithin(milliseconds limit, pid_t child, const Descriptor& process, int&
         const milliseconds pause = process ? left : std::min(left, kPoll);
         (void)poll(&wait, 1, static_cast<int>(pause.count()));
     }
-    if (ended < 0) status = SIGKILL;  // nobody can tell how it went
+    if (ended < 0) status = SIGKILL;  // the status is lost
     return true;
 }
 
-/// How the child has done its work.
+/// Waits for the child and returns how its work ended.
 Result<void> ResultOf(pid_t child, const std::string& user, milliseconds limit,
                       const SharedReason& shared)
 {
     const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
     int status = 0;
     if (!EndsWithin(limit, child, process, status)) {
-        (void)kill(child, SIGKILL);  // the one signal that a stopped process gets
+        (void)kill(child, SIGKILL);  // also ends a stopped process
         const bool ended = EndsWithin(kGrace, child, process, status);
         return Reason{ReasonCode::kOutOfTime, user,
                       ended

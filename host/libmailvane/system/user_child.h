@@ -1,4 +1,4 @@
-// Work in a user's home, done with the user's own rights.
+// Work in a user's home directory, with the user's rights.
 #pragma once
 
 #include <chrono>
@@ -10,11 +10,10 @@
 
 namespace host::system {
 
-/// Runs `work` in a child that has become the user, with a descriptor of the home directory, which
-/// must be the user's; the child has no other descriptor of this process. Fails when the work does,
-/// the home was not had, or `limit` was over, with the name of the user as what it is about and a
-/// line that begins with `what`. After its limit the child is killed; one that does not end even so
-/// is left behind.
+/// Runs `work` in a child process with the user's rights. It gets a descriptor of the home
+/// directory, which must belong to the user, and no other descriptor of this process. Fails when
+/// `work` does, the home cannot be opened, or `limit` is over; the reason is about the user and its
+/// line begins with `what`. The child is killed then; if even that fails it is left behind.
 Result<void> RunAsUser(const MailAccount& account, const std::string& what,
                        std::chrono::milliseconds limit,
                        const std::function<Result<void>(int home)>& work);

@@ -1,4 +1,4 @@
-// Commands that are run under a user other than root.
+// Commands that run as a user other than root.
 #include "host/libmailvane/system/user_command.h"
 
 #include "host/libhaldcore/programs.h"

@@ -1,4 +1,4 @@
-// Commands that are run under a user other than root.
+// Commands that run as a user other than root.
 #pragma once
 
 #include <string>
@@ -7,7 +7,8 @@
 
 namespace host::system {
 
-/// The command as it is run under `user` and its groups alone, with a fresh environment.
+/// The command line that runs `command` as `user`, with only that user's groups and a fresh
+/// environment.
 std::vector<std::string> AsUser(std::string_view user, const std::vector<std::string>& command);
 
 }  // namespace host::system

@@ -1,5 +1,5 @@
-// The package's filter script in a user's home: ~/.mailvane.sieve. Everything in the home happens
-// in a child with the rights of the user.
+// The package's Sieve script in a user's home: ~/.mailvane.sieve. All work in the home directory is
+// done in a child with the user's rights.
 #include "host/libmailvane/system/user_script.h"
 
 #include <fcntl.h>
@@ -25,9 +25,9 @@ const char kScript[] = ".mailvane.sieve";
 const char kBinary[] = ".mailvane.svbin";
 const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
 constexpr std::chrono::seconds kCompilerLimit{20};
-constexpr std::chrono::seconds kChildLimit{25};  // others wait for the request lock for 30
+constexpr std::chrono::seconds kChildLimit{25};  // other requests wait 30 seconds for the lock
 
-/// A name in the home that nobody can have put a link at.
+/// A random name in the home directory, at which the user cannot have put a link beforehand.
 std::string NewName()
 {
     return ".mailvane-" + RandomDigits();
@@ -41,7 +41,7 @@ Result<void> WriteNew(int home, const std::string& name, const std::string& text
     return SystemReason(kScript, "cannot be written");
 }
 
-/// Fails with what the delivery agent says against the script.
+/// Fails with the errors of the compiler when the script does not compile.
 Result<void> Compile(const std::string& script, const std::string& binary)
 {
     ProgramOptions options;
@@ -70,7 +70,7 @@ Result<void> Replace(const MailAccount& account, int home, const std::string& te
     Result<void> done = WriteNew(home, script, text);
     if (done) done = Compile(folder + script, folder + binary);
     if (done) done = PutInPlace(home, script);
-    // The delivery agent makes a binary of its own: one under another name it would not believe.
+    // The binary is removed: Dovecot accepts only the one that it makes itself beside the script.
     (void)unlinkat(home, binary.c_str(), 0);
     if (!done) (void)unlinkat(home, script.c_str(), 0);
     return done;

@@ -1,4 +1,4 @@
-// The package's filter script in a user's home.
+// The package's Sieve script in a user's home.
 #pragma once
 
 #include <string>
@@ -8,10 +8,9 @@
 
 namespace host::system {
 
-/// Puts a script in force for a user: compiled for a trial, then put in place in one step as
-/// ~/.mailvane.sieve. An empty text removes the script. All of it is done by a child that has
-/// become the user, so that the home holds nothing that could lead further than its owner's own
-/// rights. On failure the script that was there stays in force.
+/// Installs a script for a user as ~/.mailvane.sieve, replacing the old one atomically after a test
+/// by the compiler. An empty text removes the script. Done in a child with the user's rights, so
+/// links that the user puts into the home gain nothing. On failure the old script stays.
 Result<void> PutUserScript(const MailAccount& account, const std::string& text);
 
 }  // namespace host::system

@@ -1,1 +1,1 @@
-"""What mailvanectl and mailvane-setup share."""
+"""Modules that mailvanectl and mailvane-setup share."""

@@ -1,4 +1,4 @@
-"""Accounts that get mail: which they are, and how one is made, by Debian's own tools."""
+"""Accounts that can have mail: which these are, and how one is made with Debian's own tools."""
 import os
 import pwd
 import re
@@ -7,13 +7,13 @@ from mailvane.common.display import plain
 from mailvane.common.errors import Refused
 from mailvane.common.programs import checked
 
-LOWEST, HIGHEST = 1000, 65533  # the user numbers that the mail server serves
-NAME = re.compile(r"[a-z_][a-z0-9_-]{0,31}")  # a login of Debian that is an address as it stands
+LOWEST, HIGHEST = 1000, 65533  # user ids that the mail server serves
+NAME = re.compile(r"[a-z_][a-z0-9_-]{0,31}")  # a Debian login that can be an address
 SHELL = "/usr/sbin/nologin"
 
 
 def is_mail_user(name: str) -> bool:
-    """Whether the name service, whatever is behind it, knows a user whom the mail server serves."""
+    """Whether the name service knows this name as one of the mail server's users."""
     account = find(name)
     return account is not None and serves(account)
 
@@ -24,7 +24,7 @@ def serves(account: pwd.struct_passwd) -> bool:
 
 
 def find(name: str) -> pwd.struct_passwd | None:
-    """An account by its name."""
+    """The account of a name; None when there is none."""
     try:
         return pwd.getpwnam(name)
     except (KeyError, ValueError):
@@ -32,13 +32,13 @@ def find(name: str) -> pwd.struct_passwd | None:
 
 
 def add(name: str, password: str) -> None:
-    """Makes an account that gets mail and reads it, but has no shell."""
+    """Makes an account that can have and read mail, but has no shell."""
     if not NAME.fullmatch(name):
         raise Refused("%s is no name for a mail user: at most 32 small letters, digits, _ and -, "
                       "the first a letter or _" % plain(name))
     if find(name):
         raise Refused("there is an account %s already" % name)
-    # Nothing that lies there may become the new user's: a mailbox that was kept is its owner's.
+    # A directory that is already there stays the old owner's; the new user must not get its mail.
     home = "/home/" + name
     if os.path.lexists(home):
         raise Refused("%s is there already: move it away first" % home)
@@ -53,5 +53,5 @@ def add(name: str, password: str) -> None:
 
 
 def set_password(name: str, password: str) -> None:
-    """Gives an account a password, which no command line sees."""
+    """Sets the password of an account, without showing it on a command line."""
     checked(["/usr/sbin/chpasswd"], "%s:%s\n" % (name, password))

@@ -1,4 +1,4 @@
-"""In whose name a request is made when nobody is named: the first administrator."""
+"""The first administrator, in whose name requests are made unless another is given."""
 import grp
 import pwd
 
@@ -10,7 +10,7 @@ SETTINGS = "/etc/haldinfo.conf"
 
 
 def first_administrator(settings: str = SETTINGS) -> str:
-    """Login name of the first member of the administrators group."""
+    """Login name of the first member of the administrators' group."""
     name = group_name(settings)
     try:
         group = grp.getgrnam(name)
@@ -24,5 +24,5 @@ def first_administrator(settings: str = SETTINGS) -> str:
 
 
 def group_name(settings: str = SETTINGS) -> str:
-    """Name of the administrators group."""
+    """Name of the administrators' group."""
     return parsed(lines_of(settings)).get("admin_group") or "administrators"

@@ -1,4 +1,4 @@
-"""The line in the system log about each change."""
+"""The audit line in the system log."""
 import contextlib
 import os
 import syslog
@@ -12,8 +12,8 @@ LONGEST_USER, LONGEST_RESULT, LONGEST_LINE = 64, 128, 1000
 
 @contextlib.contextmanager
 def audited(action: str, changes: Sequence[str] = ()) -> Iterator[None]:
-    """A change, with its line in the system log: who, which action, the result, and what it is
-    about by name, never a secret."""
+    """Context of a change; at its end writes who made it, the action, the result, and the names of
+    what it changes, never a secret."""
     result = "failed"
     try:
         yield

@@ -1,4 +1,4 @@
-"""The daemons of the package, as its own table has them: names, services, units, pid files."""
+"""The table of daemons, as `hald_service table` prints it: names, services, units, pid files."""
 import json
 import os
 import subprocess
@@ -10,7 +10,7 @@ TARGET = paths.PACKAGE + "/target"
 
 
 def table(target: str = TARGET) -> list[dict[str, Any]]:
-    """Every daemon, in the order in which they start; none where the package is not there."""
+    """All daemons in the order of their start; none when the package is not installed."""
     tool = target + "/bin/hald_service"
     if not os.path.exists(tool):
         return []
@@ -21,16 +21,16 @@ def table(target: str = TARGET) -> list[dict[str, Any]]:
 
 
 def named(name: str) -> dict[str, Any]:
-    """The daemon of a name."""
+    """The daemon of this name."""
     return next(daemon for daemon in table() if daemon["name"] == name)
 
 
 def mail(target: str = TARGET) -> list[dict[str, Any]]:
-    """Those that serve mail, and are handed over together."""
+    """The daemons of the mail service, which are handed over together."""
     return [daemon for daemon in table(target) if daemon["is_mail"]]
 
 
 def mail_services(target: str = TARGET) -> list[str]:
-    """The control scripts of those, each once, in the order in which they start: the mail server
-    comes when all that it asks is there."""
+    """The names of their control scripts, without duplicates, in the order of their start. The mail
+    server comes last, after the filters that it calls."""
     return list(dict.fromkeys(daemon["service"] for daemon in mail(target)))

@@ -1,12 +1,12 @@
-"""How what was asked for fails."""
+"""Exceptions for requests that fail."""
 
 
 class Usage(Exception):
-    """The command line asks for something that cannot be; nothing was sent."""
+    """The command line is wrong; nothing was sent."""
 
 
 class NoAnswer(Exception):
-    """The program ended without an answer; what the system log has about it."""
+    """The program ended without an answer. `lines` are its lines in the system log."""
 
     def __init__(self, what: str, lines: list[str] | None = None) -> None:
         super().__init__(what)
@@ -14,7 +14,7 @@ class NoAnswer(Exception):
 
 
 class Refused(Exception):
-    """What was asked for is not done, and nothing has changed; what the system log has about it."""
+    """The request was refused, and nothing has changed. `lines` are its lines in the system log."""
 
     def __init__(self, why: str, lines: list[str] | None = None) -> None:
         super().__init__(why)

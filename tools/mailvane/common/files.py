@@ -1,11 +1,12 @@
-"""Files as these programs read and write them: whole or not at all."""
+"""Reading whole files, and replacing files atomically."""
 import os
 
 
 
 def replace(path: str, data: bytes, mode: int = 0o644,
             owner: tuple[int, int] | None = None) -> None:
-    """Puts bytes in a file's place; `owner` is a pair of numbers, by default this process's."""
+    """Replaces a file atomically. `owner` is a user id and a group id, by default this process's.
+    """
     new = "%s.%d" % (path, os.getpid())
     descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_NOFOLLOW, 0o600)
     try:
@@ -24,7 +25,7 @@ def replace(path: str, data: bytes, mode: int = 0o644,
 
 
 def remove(path: str) -> None:
-    """Removes a file that may be there."""
+    """Removes a file, if it exists."""
     try:
         os.unlink(path)
     except FileNotFoundError:
@@ -32,7 +33,7 @@ def remove(path: str) -> None:
 
 
 def content(path: str) -> bytes | None:
-    """A file's bytes; None when it is not there."""
+    """A file's bytes; None when it does not exist."""
     try:
         with open(path, "rb") as file:
             return file.read()
@@ -41,14 +42,14 @@ def content(path: str) -> bytes | None:
 
 
 def digest(path: str) -> str:
-    """SHA-256 of a file's bytes in hexadecimal digits; "" when it is not there."""
+    """SHA-256 of a file in hexadecimal digits; "" when it does not exist."""
     import hashlib
     data = content(path)
     return "" if data is None else hashlib.sha256(data).hexdigest()
 
 
 def lines_of(path: str) -> list[str]:
-    """Lines of a file; none when it is not there."""
+    """Lines of a file; none when it does not exist."""
     try:
         with open(path, encoding="utf-8", errors="replace") as file:
             return file.read().splitlines()
@@ -57,7 +58,7 @@ def lines_of(path: str) -> list[str]:
 
 
 def sync_folder(folder: str) -> None:
-    """Waits until the disk knows the names in a folder."""
+    """Syncs a directory, with the names in it, to disk."""
     descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY)
     try:
         os.fsync(descriptor)

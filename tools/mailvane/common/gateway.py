@@ -1,4 +1,4 @@
-"""Requests to the program: it is run as the web server would run it, on this machine itself."""
+"""Requests to the program, which is run on this machine as the web server runs it."""
 from __future__ import annotations
 
 import json
@@ -18,8 +18,8 @@ UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ012345678
 
 
 class Answer:
-    """What the program wrote: its headers, its body, which is read once, and after that its lines
-    in the system log."""
+    """The program's answer: its headers, its body, which can be read once, and then its lines in
+    the system log."""
 
     def __init__(self, process: subprocess.Popen, log: request_log.RequestLog) -> None:
         assert process.stdout  # that is how it is started
@@ -36,25 +36,25 @@ class Answer:
         self.status = int(self.headers.get("status", "200").split()[0])
 
     def copy(self, target: IO[bytes]) -> None:
-        """Writes the body to a stream."""
+        """Copies the body to a stream."""
         try:
             shutil.copyfileobj(self._output, target, STEP)
         finally:
             self._end()
 
     def content(self) -> bytes:
-        """The body."""
+        """Reads the body."""
         try:
             return self._output.read()
         finally:
             self._end()
 
     def json(self) -> Any:
-        """The body as a value."""
+        """Reads the body and parses it as JSON."""
         return self.value(self.content())
 
     def value(self, body: bytes) -> Any:
-        """The body, which was read, as a value."""
+        """Parses a body, read before, as JSON."""
         try:
             return json.loads(body)
         except ValueError as problem:
@@ -67,25 +67,26 @@ class Answer:
 
 
 class Gateway:
-    """Sends requests in the name of one user."""
+    """Sends requests in the name of one user, with more in their environment."""
 
-    def __init__(self, program: str, user: str) -> None:
+    def __init__(self, program: str, user: str, more: dict[str, str]) -> None:
         self._program = program
         self._user = user
+        self._more = more
 
     def read(self, action: str, parameters: dict) -> Answer:
-        """Answer to a read action."""
+        """Sends a read action and returns the answer."""
         pairs = [("action", action), *parameters.items()]
         query = "&".join(quoted(name) + "=" + quoted(str(value)) for name, value in pairs)
         return self._send({"REQUEST_METHOD": "GET", "QUERY_STRING": query}, [])
 
     def write(self, action: str, members: dict) -> Answer:
-        """Answer to a write action."""
+        """Sends a write action and returns the answer."""
         body = json.dumps({"action": action, **members}).encode()
         return self._post("application/json", len(body), [body])
 
     def upload(self, path: str) -> Answer:
-        """Answer to the upload of a file."""
+        """Uploads a file and returns the answer."""
         boundary = os.urandom(16).hex()
         name = "".join(sign if sign.isprintable() and sign not in '"\\' else "_"
                        for sign in os.path.basename(path))
@@ -102,8 +103,7 @@ class Gateway:
                            "CONTENT_LENGTH": str(length)}, parts)
 
     def _send(self, head: dict[str, str], parts: list) -> Answer:
-        # In a session of its own, so that the terminal's interrupt key ends this program and not a
-        # change halfway.
+        # In its own session, so that Ctrl-C ends this command and not a change halfway.
         log = request_log.RequestLog()
         with open(os.devnull, "rb") as nothing:
             process = subprocess.Popen(
@@ -125,11 +125,12 @@ class Gateway:
             "HTTP_HOST": "localhost",
             "HTTP_X_MAILVANE": "mailvanectl",
             "HTTP_ACCEPT_LANGUAGE": language.partition("_")[0].partition(".")[0],
+            **self._more,
         }
 
 
 def quoted(text: str) -> str:
-    """A text as it stands in a query."""
+    """A text, percent-encoded for a query string."""
     return "".join(chr(byte) if byte in UNRESERVED else "%%%02X" % byte
                    for byte in text.encode(errors="surrogateescape"))
 
@@ -143,4 +144,4 @@ def _feed(stream: IO[bytes], parts: list) -> None:
                 else:
                     shutil.copyfileobj(part, stream, STEP)
     except BrokenPipeError:
-        pass  # it has answered without the rest
+        pass  # the program has answered without reading the rest

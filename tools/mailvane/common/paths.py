@@ -1,4 +1,4 @@
-"""Where the installed package keeps what."""
+"""Paths of the installed package."""
 PACKAGE = "/var/packages/Mailvane"
 ETC = PACKAGE + "/etc"
 GENERATED = ETC + "/generated"

@@ -1,5 +1,5 @@
-"""Runs the machine's programs: by argument vectors, in a clean environment, out of the reach of the
-terminal's interrupt key."""
+"""Runs programs by argument vectors, in a clean environment and their own session, which Ctrl-C
+does not reach."""
 import os
 import subprocess
 from collections.abc import Sequence
@@ -12,9 +12,9 @@ ENVIRONMENT = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C"}
 
 def run(command: Sequence[str], more_environment: dict[str, str] | None = None, typed: str = "",
         patience: int | None = None) -> tuple[int, str, str]:
-    """Status, output and errors of a program; Refused when it does not start, or does not end
-    within the seconds of `patience`. It has a session of its own, so that the terminal's interrupt
-    key ends this program and not a change halfway."""
+    """Runs a program and returns status, output and errors. Refused when it does not start, or runs
+    longer than `patience` seconds. It gets its own session, so that Ctrl-C ends mailvanectl and
+    not a change halfway."""
     try:
         done = subprocess.run(
             command, env={**ENVIRONMENT, **(more_environment or {})}, cwd="/", check=False,
@@ -28,7 +28,8 @@ def run(command: Sequence[str], more_environment: dict[str, str] | None = None, 
 
 
 def checked(command: Sequence[str], typed: str = "") -> str:
-    """Output of a program; Refused, with what it says, when it fails."""
+    """Runs a program and returns its output. Refused, with the last line of its errors, when it
+    fails."""
     status, output, errors = run(command, typed=typed)
     if status != 0:
         raise Refused(last_line(errors) or "%s failed" % os.path.basename(command[0]))

@@ -1,4 +1,5 @@
-"""What the actions take and answer: actions.json, which is made from docs/openapi.yaml."""
+"""The reference: what the actions accept and answer, from actions.json, made from
+docs/openapi.yaml."""
 import json
 from collections.abc import Iterable
 
@@ -6,7 +7,7 @@ from mailvane.common.errors import Usage
 
 
 def did_you_mean(word: str, known: Iterable[str]) -> str:
-    """The known words that are most like one that is not known, as part of a sentence."""
+    """The known words most similar to an unknown one, as part of a sentence."""
     import difflib
     by_form = {_form(name): name for name in known}
     wanted = _form(word)
@@ -20,7 +21,7 @@ def _form(name: str) -> str:
 
 
 class Member:
-    """One member of a body, or one parameter."""
+    """A member of a body, or a parameter."""
 
     def __init__(self, about: dict) -> None:
         self.name = about["name"]
@@ -38,7 +39,7 @@ class Member:
 
 
 class Action:
-    """One row of the reference."""
+    """An action of the reference."""
 
     def __init__(self, about: dict) -> None:
         self.name = about["name"]
@@ -57,7 +58,7 @@ class Action:
         self.members = {row["name"]: Member(row) for row in about.get("members", [])}
 
     def member(self, name: str) -> Member:
-        """The member of a name; Usage when the action does not take it."""
+        """The member of this name; Usage when the action has none."""
         if name not in self.members:
             known = " ".join(self.members) or "nothing"
             raise Usage("%s takes no %s%s; it takes %s" % (
@@ -65,13 +66,13 @@ class Action:
         return self.members[name]
 
     def holder(self, name: str) -> Member | None:
-        """The member that is an object and has a field of this name, when the action takes none of
-        it itself."""
+        """The member that is an object with a field of this name, unless the action has a member of
+        this name itself."""
         holders = [member for member in self.members.values() if name in member.fields]
         return holders[0] if holders and name not in self.members else None
 
     def reason(self, section: str, key: str) -> str:
-        """What an errinfo means, "" when the reference does not say."""
+        """The meaning of an errinfo; "" when the reference does not have it."""
         return self.reasons.get(section + "/" + key, "")
 
 
@@ -83,16 +84,17 @@ class Reference:
             self._rows = {row["name"]: row for row in json.load(file)}
 
     def names(self) -> list[str]:
-        """The actions that can be called by name."""
+        """The names of all actions except uploads."""
         return [name for name, row in self._rows.items() if row["kind"] != "upload"]
 
     def action(self, name: str) -> Action:
-        """The action of a name; Usage when there is none."""
+        """The action of this name; Usage when there is none."""
         if name not in self._rows:
             raise Usage("no action %s; `mailvanectl help` lists them" % name)
         return Action(self._rows[name])
 
     def pages(self) -> dict[str, str]:
-        """The saves of the pages that can be edited, by the page's name: that of its load."""
+        """The save action of each page that can be edited, by the page's name: "smtp" for
+        load_smtp."""
         return {row["edits"][len("load_"):]: name
                 for name, row in self._rows.items() if "edits" in row}

@@ -1,11 +1,8 @@
-"""What the system log has about one request or one run of the settings tool: the one place that
-knows where such lines come from.
+"""The log lines of one request, or of one run of the settings tool.
 
-The program repeats its lines on standard error when it is asked to; so do its forks, which work on
-the same request. These lines are therefore all of the request and none of anybody else, whatever
-keeps the system log. Programs that it starts do not repeat theirs: what it makes of their output
-and their end is among its own lines.
-"""
+When asked to, the program and its forks repeat their log lines on standard error. So these are
+exactly the lines of the request, whatever system log is installed. Programs that it starts do not
+repeat theirs, but it logs their output and exit status itself."""
 import os
 import re
 import syslog
@@ -19,30 +16,30 @@ ABOUT_EVERY_CHANGE = "audit: "
 
 
 class RequestLog:
-    """The lines of one process, which gets `descriptor` as its standard error."""
+    """The log lines of one process, whose standard error is `descriptor`."""
 
     def __init__(self) -> None:
         self.descriptor = os.memfd_create("log")
         self._lines: list[tuple[int, str]] = []
 
     def end(self) -> None:
-        """Takes the lines of a process that has ended."""
+        """Reads the lines; to be called when the process has ended."""
         with os.fdopen(self.descriptor, "rb") as file:
             file.seek(0)
             self._lines = parsed(file.read().decode(errors="replace"))
 
     def errors(self) -> list[str]:
-        """Why something failed or was refused."""
+        """The lines about failures and refusals."""
         return [text for priority, text in self._lines if priority <= syslog.LOG_ERR]
 
     def warnings(self) -> list[str]:
-        """What went well, but needs attention."""
+        """The lines about what succeeded but needs attention."""
         return [text for priority, text in self._lines if priority == syslog.LOG_WARNING]
 
 
 def parsed(output: str) -> list[tuple[int, str]]:
-    """Priorities and texts of the lines in a standard error. What else it holds goes on to this
-    one's."""
+    """Priority and text of each log line in a standard error. Other lines are passed on to this
+    process's standard error."""
     lines = []
     for line in output.splitlines():
         match = LINE.fullmatch(line)

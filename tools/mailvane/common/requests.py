@@ -1,4 +1,4 @@
-"""Requests to the program in somebody's name, and what its answers mean."""
+"""Requests to the program in a user's name, and the meaning of its answers."""
 import os
 
 from mailvane.common.errors import Refused, Usage
@@ -10,25 +10,26 @@ if TYPE_CHECKING:
 
 
 class Requests:
-    """The actions of an installed package, and the way to them."""
+    """The actions of an installed package, and the gateway for calling them."""
 
-    def __init__(self, target: str, user: str = "") -> None:
+    def __init__(self, target: str, user: str = "", more: dict[str, str] | None = None) -> None:
         self.reference = Reference(target + "/share/mailvane/actions.json")
         self._program = target + "/ui/mailvane.cgi"
         self._user = user
+        self._more = {} if more is None else more
         self._gateway: Gateway | None = None
 
     def gateway(self) -> "Gateway":
-        """The way to the program; made when it is first needed, for help needs none."""
+        """The gateway to the program, made when first needed; `help` needs none."""
         from mailvane.common.gateway import Gateway
         if self._gateway is None:
             if os.geteuid() != 0:
                 raise Usage("only root can run the program")
-            self._gateway = Gateway(self._program, self._user or _administrator())
+            self._gateway = Gateway(self._program, self._user or _administrator(), self._more)
         return self._gateway
 
     def value(self, name: str, members: dict | None = None) -> dict:
-        """What an action answers; Refused when that is a refusal."""
+        """Calls an action and returns its answer; Refused when that is a refusal."""
         action = self.reference.action(name)
         gateway = self.gateway()
         answer = (gateway.read if action.kind == "read" else gateway.write)(name, members or {})
@@ -45,7 +46,7 @@ def _administrator() -> str:
 
 
 def refusal(action: Action, status: int, value: object) -> str:
-    """Why an answer is none that its action should give; "" when it is one."""
+    """Why an answer is a refusal or not as its action should give it; "" when it is good."""
     if not isinstance(value, dict):
         return "nothing could be told; the system log says why"
     if status != 200:
@@ -66,8 +67,8 @@ def _reason(action: Action, errinfo: dict) -> str:
 
 
 def edited(save: Action, page: dict, given: dict) -> dict:
-    """What is sent to change a page: the changes, and of the page as it was loaded what counts as
-    off when it is left out. Never a password: what is not sent keeps what is stored."""
+    """The members to send for a change of a page: the changes, and those loaded members that would
+    count as off when missing. Passwords are left out, which keeps the stored ones."""
     kept = {name: page[name] for name, member in save.members.items()
             if member.required and not member.secret and name in page}
     return {**kept, **given}

@@ -1,4 +1,4 @@
-"""Settings as they are stored: files of lines name="value"."""
+"""The stored settings: files with lines name="value"."""
 from collections.abc import Iterable
 
 from mailvane.common.files import lines_of
@@ -13,7 +13,7 @@ def parsed(lines: Iterable[str]) -> dict[str, str]:
 
 
 def stored(folder: str = ETC) -> dict[str, str]:
-    """The settings stored in a folder by name, as texts."""
+    """The settings stored in a folder, by name, as texts."""
     return parsed(lines_of(folder + "/mailvane.conf"))
 
 

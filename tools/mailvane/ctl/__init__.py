@@ -1,2 +1,2 @@
-"""mailvanectl. Every start pays for what is imported: modules load what only some calls need
-there."""
+"""mailvanectl. Imports cost time at every start, so modules import what only some calls need where
+they need it."""

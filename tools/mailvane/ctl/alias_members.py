@@ -9,14 +9,14 @@
 from mailvane.ctl.session import Session
 
 USER, GROUP, ALIAS, OUTSIDE = range(4)
-KIND = "member"  # what the reference calls such words
+KIND = "member"  # the reference's name for such words
 FORMS = "bob, @staff, alias:sales or eve@example.org, with - before it to remove"
 ALIAS_MARK = "alias:"
 ACTION = "apply_alias_info"
 
 
 def entry(word: str) -> dict:
-    """The change of members that a word asks for."""
+    """The entry for the action that a word stands for."""
     joins = not word.startswith("-")
     word = word.removeprefix("-")
     if word.startswith("@"):
@@ -29,8 +29,8 @@ def entry(word: str) -> dict:
 
 
 def unknown(session: Session, entries: list[dict]) -> list[str]:
-    """What is to be said of members that have no mailbox here: the program takes them, and mail to
-    the alias would come back. Of unknown groups the program tells itself."""
+    """Warnings about new members without a mailbox here: the program accepts them, but mail to them
+    would bounce. About unknown groups the program warns itself."""
     from mailvane.common import accounts
     names = [one["name"] for one in entries if one.get("type") == USER and one.get("is_join")]
     return ["%s is not a mail user: mail to the alias comes back from there" % name

@@ -1,4 +1,4 @@
-"""What becomes of an answer: standard output, standard error, the exit status."""
+"""Output of answers: standard output, standard error, exit status."""
 from __future__ import annotations
 
 import json
@@ -16,18 +16,18 @@ if TYPE_CHECKING:
     from mailvane.common.gateway import Answer
 
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
-READABLE_MASK = "*" * 8  # for that of a stored password, whose signs few terminals have
+READABLE_MASK = "*" * 8  # shown instead of a password's mask, which few terminals can show
 LOOK = re.compile(r"; the system log says wh\w+")
 
 
 def complain(text: str) -> None:
-    """A line on standard error."""
+    """Prints a line on standard error."""
     print("mailvanectl: " + text, file=sys.stderr)
 
 
 def explain(text: str, lines: list[str]) -> None:
-    """A complaint, with the lines of the system log that are about it; without any, where to look
-    for them."""
+    """Prints an error with the related lines of the system log; without any, says where to look for
+    them."""
     if lines:
         text = LOOK.sub("", text) + ":" + "".join("\n  " + line for line in lines)
     elif LOOK.search(text):
@@ -40,11 +40,11 @@ def _shows_all_letters() -> bool:
 
 
 def judged(action: Action, answer: Answer, value: object) -> int:
-    """Says what is wrong with an answer; gives the exit status."""
+    """Prints what is wrong with an answer; returns the exit status."""
     why = requests.refusal(action, answer.status, value)
     errors = answer.log.errors()
     if not why and action.kind == "upload" and errors:
-        why = "the file was refused"  # which the answer does not tell
+        why = "the file was refused"  # the answer does not tell
     if why:
         explain("%s: %s" % (action.name, why), errors)
         return REFUSED
@@ -55,8 +55,7 @@ def judged(action: Action, answer: Answer, value: object) -> int:
 
 def show(action: Action, answer: Answer, raw: bool,
          note: Callable[[dict], str] = lambda value: "") -> int:
-    """Prints a JSON answer, and on standard error what there is to note about it; gives the exit
-    status."""
+    """Prints a JSON answer, and notes about it on standard error; returns the exit status."""
     text = answer.content()
     if raw:
         sys.stdout.buffer.write(text)
@@ -73,7 +72,7 @@ def show(action: Action, answer: Answer, raw: bool,
 
 
 def readable(action: Action, value: object) -> Any:
-    """An answer as it is for people: no markup, and a mask that a terminal shows."""
+    """An answer for people: without markup, with a password mask that terminals can show."""
     if isinstance(value, list):
         return [readable(action, entry) for entry in value]
     if isinstance(value, dict):
@@ -88,14 +87,14 @@ def _without_markup(text: str) -> str:
 
 
 def store(action: Action, answer: Answer, output: str, raw: bool) -> int:
-    """Writes a download to a file or to standard output; gives the exit status."""
+    """Writes a download to a file or to standard output; returns the exit status."""
     if "content-disposition" not in answer.headers:
         return show(action, answer, raw)
     if not output:
         answer.copy(sys.stdout.buffer)
         return DONE
 
-    # The file that is there already goes when the new one is whole.
+    # An existing file is replaced only when the new one is complete.
     new = "%s.%d" % (output, os.getpid())
     try:
         with open(new, "xb") as file:

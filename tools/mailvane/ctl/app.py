@@ -1,9 +1,9 @@
-"""The command line of mailvanectl: options, subcommands, and everything else is an action.
+"""The command line of mailvanectl: options, then a subcommand or the name of an action.
 
-To add a subcommand: write its module with `run(session, words)`, which gives the exit status, and add
-its row to SUBCOMMANDS in session.py. A name there must be no action's. A module may have `OPTIONS`,
-those of FLAGS that it takes, and `candidates(before)` for the completion.
-"""
+To add a subcommand, write its module with `run(session, words)`, which returns the exit status, and
+add its row to SUBCOMMANDS in session.py, under a name that no action has. The module may define
+`OPTIONS` (those of FLAGS that it accepts) and `candidates(before)` for completion. `help` prints
+its docstring."""
 import getopt
 import os
 import sys
@@ -16,7 +16,7 @@ FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox")
 
 
 def main(target: str, words: list[str]) -> int:
-    """Runs a command line; gives the exit status."""
+    """Runs a command line; returns the exit status."""
     try:
         status = _run(target, words)
         sys.stdout.flush()
@@ -30,18 +30,18 @@ def main(target: str, words: list[str]) -> int:
     except NoAnswer as problem:
         answers.explain("%s; the system log says why" % problem, problem.lines)
         return answers.NO_ANSWER
-    except BrokenPipeError:  # nobody reads the output any more
+    except BrokenPipeError:  # the reader of the output has ended
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return answers.REFUSED
     except OSError as problem:
         answers.complain(str(problem))
         return answers.REFUSED
-    except (KeyboardInterrupt, EOFError):  # also where an answer was asked for
+    except (KeyboardInterrupt, EOFError):  # also at a question
         return 130
 
 
 def _run(target: str, words: list[str]) -> int:
-    if words[:1] == ["complete"]:  # what follows is somebody else's command line
+    if words[:1] == ["complete"]:  # the words that follow are the command line to complete
         session, command, rest = Session(target), "complete", words[1:]
     else:
         session, command, rest = _parse(target, words)

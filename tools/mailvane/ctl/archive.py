@@ -1,5 +1,5 @@
-"""The archive of a backup: a tar file, first in it a manifest with format, version, and size and
-hash of every file. Nothing but regular files with names known here is written or taken."""
+"""The archive of a backup: a tar file whose first member is a manifest with format, version, and
+size and hash of every file. Only regular files with known names are written and read."""
 from __future__ import annotations
 
 import hashlib
@@ -22,7 +22,7 @@ LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, by
 
 
 class State:
-    """The stored state: bytes by name, and which key pair signs."""
+    """The stored state: contents of files by name, and the name of the key pair that signs."""
 
     def __init__(self, files: dict[str, bytes], pair: str = "", made: int = 0,
                  version: str = "") -> None:
@@ -33,7 +33,7 @@ class State:
 
 
 def write(path: str, state: State) -> None:
-    """Writes an archive, whole or not at all; a file that is there is replaced."""
+    """Writes an archive atomically, replacing an existing file."""
     new = "%s.%d" % (path, os.getpid())
     try:
         descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
@@ -75,7 +75,7 @@ def _add(tar: tarfile.TarFile, name: str, data: bytes, mode: int, made: int) -> 
 
 
 def read(path: str) -> State:
-    """The state in an archive; Refused unless all of it is as its manifest says."""
+    """Reads the state from an archive; Refused unless everything is as in the manifest."""
     try:
         with tarfile.open(path, "r:") as tar:
             return _state(tar)
@@ -124,7 +124,8 @@ def _manifest(about: tarfile.TarInfo | None, tar: tarfile.TarFile) -> dict:
 
 
 def _data(tar: tarfile.TarFile, about: tarfile.TarInfo) -> bytes:
-    """Bytes of a member, which has to be a plain file: no link, no device, nothing sparse."""
+    """The contents of a member. Refused unless it is a regular file: no link, device or sparse
+    file."""
     if about.type != tarfile.REGTYPE or about.issparse():
         raise Refused("%r is no regular file" % about.name[:100])
     if about.size > LARGEST_FILE:

@@ -1,4 +1,4 @@
-"""From the words of the command line to the members that an action is sent.
+"""Converts the words of a command line into the members of a request.
 
 A word is name=value, a JSON object, "-" for a JSON object on standard input, or a file to upload.
 """
@@ -22,10 +22,10 @@ NAME = set("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_")
 
 
 def members_of(action: Action, words: list[str]) -> tuple[dict, list[str]]:
-    """Members that the words give an action, by name, and the words that name files."""
+    """The members that the words give, by name, and the words that are names of files."""
     given: dict = {}
     files: list[str] = []
-    lists: set[str] = set()  # names of the lists that the words have begun
+    lists: set[str] = set()  # lists for which there was a word
     fields: dict[str, dict] = {}
     for word in words:
         name, equals, text = word.partition("=")
@@ -46,8 +46,8 @@ def members_of(action: Action, words: list[str]) -> tuple[dict, list[str]]:
 
 
 def complete(action: Action, given: dict) -> dict:
-    """The members that are sent: those given, and for a password that was not given, or as an answer
-    showed it, the text that keeps the stored one, where leaving it out would remove it."""
+    """The members to send. A password that was not given, or was given as its mask, is sent as the
+    text that keeps the stored one, where leaving it out would remove it."""
     kept = {member.name: member.mask for member in action.members.values()
             if member.secret and member.mask and
             given.get(member.name, READABLE_MASK) == READABLE_MASK}
@@ -67,7 +67,7 @@ def _edit_hint(action: Action) -> str:
 
 
 def _add(given: dict, lists: set[str], member: Member, text: str) -> None:
-    """Takes one name=value; a list grows with each."""
+    """Adds one name=value; for a list, each adds an entry."""
     if member.type != "array":
         if member.name in given:
             raise Usage("%s is given twice" % member.name)
@@ -90,7 +90,7 @@ def _entries(member: Member, text: str) -> list:
 
 
 def _object_of(member: Member, text: str) -> Any:
-    """An object as JSON, or as the one word that stands for it."""
+    """An object, from JSON or from the one word that stands for it."""
     if text.startswith("{") or not member.word:
         return _json(text)
     if member.word == alias_members.KIND:
@@ -122,7 +122,8 @@ def _seconds(member: Member, text: str) -> str:
 
 
 def _secret(member: Member, text: str) -> str:
-    """A password, which other users of the machine could see on the command line."""
+    """A password from standard input or a file: other users of the machine can see command lines.
+    """
     if text == "-":
         line = _ask(member.name) if sys.stdin.isatty() else sys.stdin.readline()
     elif text.startswith("@"):
@@ -152,13 +153,13 @@ def _object(action: Action, word: str) -> dict:
         if member.secret and word != "-":
             raise Usage("%s is a password: give the JSON on standard input, as -" % name)
         if action.kind == "read" and isinstance(entry, dict):
-            value[name] = json.dumps(_with_times(entry, member.fields))  # JSON as text
+            value[name] = json.dumps(_with_times(entry, member.fields))  # parameters are texts
         _check(member, value[name])
     return _with_times(value, action.members)
 
 
 def _with_times(value: dict, members: dict[str, Member]) -> dict:
-    """An object whose dates are seconds."""
+    """An object with its dates converted to seconds."""
     return {name: _seconds(members[name], entry)
             if name in members and members[name].time and isinstance(entry, str) else entry
             for name, entry in value.items()}
@@ -172,7 +173,7 @@ def _json(text: str) -> Any:
 
 
 def _check(member: Member, value: object) -> None:
-    """Refuses what the program could not convert: it would end without an answer."""
+    """Refuses a value of the wrong type, on which the program would end without an answer."""
     if not _fits(member.type, value):
         raise Usage("%s is of type %s" % (member.name, member.type))
     if isinstance(value, list) and not all(_fits(member.items, entry) for entry in value):

@@ -46,7 +46,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def _undisturbed() -> IO[bytes]:
-    """Holds the lock that changes are made under, with no save left unfinished."""
+    """Takes the request lock while no save is left unfinished."""
     end = time.monotonic() + PATIENCE
     while time.monotonic() < end:
         file = open(paths.ETC + "/lock", "r+b")
@@ -91,8 +91,8 @@ def _bytes(name: str) -> bytes:
 
 
 def _names_below(folder: str) -> Iterator[str]:
-    """Names of the files in a folder. Key pairs lie in folders of their own, and two names lead to
-    the one that signs."""
+    """Names of the files in a folder. Key pairs are in subfolders, and links name the one that
+    signs."""
     if not os.path.isdir(_path(folder)):
         return
     for name in sorted(os.listdir(_path(folder))):
@@ -106,7 +106,7 @@ def _names_below(folder: str) -> Iterator[str]:
 def _database(name: str) -> bytes:
     """A database as one consistent file."""
     import sqlite3
-    here = "file:%s?mode=rw" % _path(name)  # one that is missing is not made
+    here = "file:%s?mode=rw" % _path(name)  # does not create a missing file
     try:
         with contextlib.closing(sqlite3.connect(here, uri=True)) as source, \
                 contextlib.closing(sqlite3.connect(":memory:")) as copy:

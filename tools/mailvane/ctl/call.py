@@ -1,4 +1,4 @@
-"""Calls one action, with the upload that follows where it announces one."""
+"""Calls an action, followed by the upload if it announces one."""
 import os
 
 from mailvane.common.errors import Usage
@@ -31,7 +31,7 @@ def run(session: Session, action: Action, words: list[str]) -> int:
 
 
 def send(session: Session, action: Action, members: dict) -> int:
-    """Sends an action and shows its answer."""
+    """Calls an action and prints its answer."""
     if action.kind == "read":
         answer = session.gateway().read(action.name, members)
         if action.download:
@@ -53,7 +53,7 @@ def upload(session: Session, path: str) -> int:
 
 
 def readable(path: str) -> None:
-    """Refuses a file that cannot be uploaded before anything is announced."""
+    """Refuses a file that cannot be read, before an upload is announced."""
     if not os.path.isfile(path):
         raise Usage("%s: no such file" % path)
     if not os.access(path, os.R_OK):

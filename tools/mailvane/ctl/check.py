@@ -15,7 +15,7 @@ MARK = "self-check: "
 
 
 def run(session: Session, words: list[str]) -> int:
-    """Checks and prints."""
+    """Runs the checks and prints them."""
     upkeep.require_root()
     if words:
         raise Usage("check takes no words")
@@ -36,7 +36,8 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def reasons(lines: list[str]) -> dict[str, str]:
-    """Why each check is as it is, from "self-check: dns_mx is FAILED: example.com has no …"."""
+    """The reason of each check, from lines as "self-check: dns_mx is FAILED: example.com has no …".
+    """
     found = {}
     for line in lines:
         about, _, reason = line.removeprefix(MARK).partition(": ")

@@ -1,4 +1,4 @@
-"""What somebody should know about a change that was made as asked."""
+"""Warnings about consequences of a change that was made."""
 from collections.abc import Callable
 
 from mailvane.common.reference import Action
@@ -9,7 +9,8 @@ SCANS = "anti_virus_enable"
 
 
 def of(session: Session, action: Action, members: dict) -> Callable[[], list[str]]:
-    """What finds that out once the change is made; asked before, since it may depend on what was."""
+    """A function that returns the warnings; to be called after the change. Made before it, since
+    the warnings may depend on the state before."""
     if action.name == alias_members.ACTION:
         return lambda: alias_members.unknown(session, members.get("member", []))
     if members.get(SCANS) is True and not _scans_already():

@@ -11,13 +11,13 @@ from mailvane.common.errors import Usage
 
 DAY = r"\d{4}-\d\d-\d\d"
 DATE = re.compile(DAY + r"([T ]\d\d:\d\d(:\d\d)?(Z|[+-]\d\d:\d\d)?)?")
-EARLIEST = 10**8  # a smaller number is rather a year or a date without its dashes
+EARLIEST = 10**8  # a smaller number is probably a year, or a date without dashes
 BEGIN, END = "begin", "end"
 
 
 def seconds(name: str, text: str, kind: str) -> str:
-    """A time as decimal seconds since 1970; `kind` says what it is for, BEGIN or END. Empty and 0
-    stand for no bound."""
+    """A time as decimal seconds since 1970; `kind` is BEGIN or END of a period. "" and "0" mean no
+    bound."""
     if text in ("", "0"):
         return text
     if text.isascii() and text.isdigit() and len(text) <= 18 and int(text) >= EARLIEST:

@@ -26,14 +26,14 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow the words so far, for the shell."""
+    """The words that can follow, for completion."""
     if not before:
         return list(VERBS)
     return [pair["date"] for pair in _pairs()] if before == ["restore"] else []
 
 
 def public_key(path: str = FOLDER + "/dkim.public") -> str:
-    """A public key in one line, as it is published; empty when there is none."""
+    """A public key in one line, as in the DNS; empty when there is none."""
     return "".join(line for line in files.lines_of(path) if not line.startswith("-----"))
 
 

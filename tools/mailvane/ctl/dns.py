@@ -53,7 +53,7 @@ def _records(settings: dict[str, str], domain: str) -> Iterator[dict[str, str]]:
 
 
 def strings(value: str) -> str:
-    """A text as the quoted strings of a TXT record."""
+    """A text as the quoted strings of a TXT record, each of at most 255 bytes."""
     parts = [value[start:start + LONGEST_STRING] for start in range(0, len(value), LONGEST_STRING)]
     return " ".join('"%s"' % part for part in parts)
 
@@ -100,7 +100,8 @@ def _mail_server(value: str, found: list[str]) -> str:
 
 
 def _policy(mark: str) -> Callable[[str, list[str]], str]:
-    """SPF and DMARC: what a domain publishes is its own choice, so one that is there will do."""
+    """A check for SPF and DMARC: any single record is right, since its contents are the domain's
+    choice."""
     def check(_value: str, found: list[str]) -> str:
         count = sum(text.startswith(mark) for text in found)
         return PUBLISHED if count == 1 else DIFFERS if count else MISSING

@@ -7,7 +7,7 @@ from mailvane.ctl.session import Session
 
 
 def run(session: Session, words: list[str]) -> int:
-    """Loads the page, changes it, saves it."""
+    """Loads the page, changes members, saves it."""
     pages = session.reference.pages()
     if not words or words[0] not in pages:
         raise Usage("edit one of the pages %s%s" % (

@@ -18,7 +18,7 @@ PREFIX = "gen-"
 
 
 def run(session: Session, words: list[str]) -> int:
-    """Lists them."""
+    """Prints the generations."""
     upkeep.require_root()
     if words:
         raise Usage("generations takes no words")
@@ -42,7 +42,7 @@ def kept() -> list[dict]:
 
 
 def folder_of(name: str) -> str:
-    """Where the files of a generation lie."""
+    """The directory of a generation."""
     return paths.GENERATED + "/" + name
 
 
@@ -67,7 +67,7 @@ def _about(name: str, before: str | None) -> dict:
 
 
 def _changed_files(before: str, after: str) -> list[str]:
-    """Names of the generated files that differ, without what only is compiled from another."""
+    """Names of the generated files that differ, without compiled maps."""
     old, new = _manifest(before), _manifest(after)
     differing = {file for file in old.keys() | new.keys() if old.get(file) != new.get(file)}
     return sorted(os.path.basename(file) for file in differing if not file.endswith(".cdb")

@@ -34,7 +34,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def about_action(action: Action) -> str:
-    """What the reference says of one action."""
+    """The help for an action, from the reference."""
     lines = ["%s: %s" % (action.name, action.summary)]
     if action.description:
         lines += ["", action.description]

@@ -1,5 +1,4 @@
-"""The machine's mail users: those in the machine's own file, and how one is removed, by Debian's
-own tools."""
+"""Mail users in /etc/passwd: listing them, and removing one with Debian's own tools."""
 import os
 import pwd
 import shutil
@@ -10,12 +9,12 @@ from mailvane.common import accounts, display, files, paths, programs
 from mailvane.common.errors import Refused
 
 DOVECOT = paths.CURRENT + "/dovecot/dovecot.conf"
-IN_USE = 8  # how userdel ends while a process of the user runs
+IN_USE = 8  # exit status of userdel while a process of the user runs
 PATIENCE, PAUSE = 10, 0.1  # seconds
 
 
 def every() -> list[pwd.struct_passwd]:
-    """The mail users in the machine's own file, by name."""
+    """The mail users in /etc/passwd, by name."""
     found = []
     for line in files.lines_of("/etc/passwd"):
         fields = line.split(":")
@@ -27,7 +26,7 @@ def every() -> list[pwd.struct_passwd]:
 
 
 def named(name: str) -> pwd.struct_passwd:
-    """A mail user of the machine's own file; Refused for anybody else."""
+    """A mail user in /etc/passwd; Refused for any other name."""
     for account in every():
         if account.pw_name == name:
             return account
@@ -35,10 +34,10 @@ def named(name: str) -> pwd.struct_passwd:
 
 
 def remove(account: pwd.struct_passwd, with_mailbox: bool) -> None:
-    """Removes an account, whose mail programs are disconnected. Its home goes, or stays as root's:
-    the next account may get the same number."""
+    """Removes an account and disconnects its mail programs. Its home is deleted or given to root,
+    since a new account may get the same user id."""
     name = account.pw_name
-    programs.checked(["/usr/sbin/usermod", "--lock", "--", name])  # so that none comes back
+    programs.checked(["/usr/sbin/usermod", "--lock", "--", name])  # so that it cannot log in again
     programs.run(["/usr/bin/doveadm", "-c", DOVECOT, "kick", name])
     try:
         _delete(name)
@@ -66,7 +65,7 @@ def _delete(name: str) -> None:
 
 
 def _is_home(account: pwd.struct_passwd) -> bool:
-    """Whether a home is this user's own and nobody else's, so that it may be deleted."""
+    """Whether a home belongs to this user alone, so that it may be deleted."""
     path = account.pw_dir.rstrip("/")
     try:
         info, above = os.lstat(path), os.lstat(os.path.dirname(path))

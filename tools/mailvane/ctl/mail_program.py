@@ -1,4 +1,4 @@
-"""What a user types into a mail program: address, login, servers, ports, encryption."""
+"""Settings for a user's mail program: address, login, servers, ports, encryption."""
 import os
 import socket
 from collections.abc import Iterable
@@ -7,7 +7,7 @@ from mailvane.ctl import tls
 
 TLS, STARTTLS = "SSL/TLS", "STARTTLS"
 PATIENCE = 2  # seconds
-# Protocol, the settings of its switch and its port, how the connection is encrypted.
+# Protocol, the settings with its switch and its port, encryption.
 INCOMING = (("IMAP", "imaps_enabled", "imaps_port", TLS),
             ("IMAP", "imap_enabled", "imap_port", STARTTLS),
             ("POP3", "pop3s_enabled", "pop3s_port", TLS),
@@ -22,7 +22,7 @@ def domain(page: dict) -> str:
 
 
 def access(name: str, page: dict, mailboxes: dict) -> dict:
-    """All of it for one user, from the SMTP page and the mailbox page."""
+    """The settings for a user, from the SMTP page and the mailbox page."""
     server = page["smtp_hostname"]
     return {
         "address": "%s@%s" % (name, domain(page)),
@@ -48,7 +48,7 @@ def _answers(port: int) -> bool:
 
 
 def as_text(told: dict) -> str:
-    """The same for people."""
+    """The same as text."""
     lines = ["What to type into a mail program:", "  %-16s %s" % ("mail address", told["address"]),
              "  %-16s %s" % ("login name", told["login"]),
              "  %-16s %s" % ("password", "the one that was given here")]

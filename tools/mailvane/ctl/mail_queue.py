@@ -31,7 +31,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow the words so far, for the shell."""
+    """The words that can follow, for completion."""
     if not before:
         return list(VERBS)
     return [ALL] if before[0] in ("hold", "release", "delete") and len(before) == 1 else []
@@ -88,7 +88,7 @@ def _release(_session: Session, which: str) -> int:
     with audited("queue release", [which]):
         target = _target(which)
         programs.checked([*POSTSUPER, "-H", target])
-        # What was let go would wait for the queue's next run.
+        # Released messages would otherwise wait for the next queue run.
         if which == ALL:
             postqueue.flush(CONFIGURATION)
         else:
@@ -111,8 +111,8 @@ def _told(which: str, done: str) -> str:
 
 
 def _target(which: str) -> str:
-    """What the queue's own tool calls one message or all. It has no word for one that is not
-    there."""
+    """The argument of postsuper for one message or all. Refused when there is no such message, of
+    which postsuper says nothing."""
     if which == ALL:
         return "ALL"
     if not which or set(which) - ID_SIGNS or len(which) > LONGEST_ID:

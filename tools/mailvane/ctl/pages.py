@@ -1,4 +1,4 @@
-"""Lists by pages: how much of one is asked for, and what is said when there is more."""
+"""Lists that are shown in pages: the number of rows asked for, and a note when there are more."""
 from mailvane.common.reference import Action
 
 LIMIT = "limit"
@@ -6,15 +6,15 @@ USUAL = 50  # rows
 
 
 def first(action: Action, given: dict) -> dict:
-    """What is sent for a list of which no number of rows was asked: the program would give none, or
-    as many as it likes."""
+    """The parameters to send, with a number of rows when none was given: the program would return
+    none, or all."""
     if action.kind != "read" or LIMIT not in action.members:
         return given
     return {LIMIT: USUAL, **given}
 
 
 class Note:
-    """Says of an answer to some parameters that the list has more."""
+    """Makes the note that a list has more rows than an answer."""
 
     def __init__(self, parameters: dict) -> None:
         self._limit = parameters.get(LIMIT, -1)

@@ -31,7 +31,7 @@ RELEASE = ["/usr/bin/setpriv", "--reuid=amavis", "--regid=amavis", "--init-group
            "--", "/usr/sbin/amavisd-release"]
 ID_SIGNS = set(string.ascii_letters + string.digits + "_+-.")
 LONGEST_ID = 80
-HEAD = 1 << 16  # bytes in which the header of a message is looked for
+HEAD = 1 << 16  # bytes read to find a message's header
 
 
 def run(session: Session, words: list[str]) -> int:
@@ -40,7 +40,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow the words so far, for the shell."""
+    """The words that can follow, for completion."""
     if not before:
         return list(VERBS)
     return _ids() if before[0] in ("show", "release", "delete") and len(before) == 1 else []
@@ -59,7 +59,7 @@ def _ids() -> list[str]:
 
 
 def _open(name: str) -> IO[bytes]:
-    """A kept message. The folder is the scanner's: nothing in it may lead elsewhere."""
+    """Opens a message. Links are not followed, since the scanner's user could have made them."""
     if not _is_id(name):
         raise Refused("%s is no id of a message" % display.plain(name))
     try:
@@ -139,7 +139,7 @@ def _print(text: IO[bytes] | gzip.GzipFile) -> None:
     if not sys.stdout.isatty():
         shutil.copyfileobj(text, sys.stdout.buffer)
         return
-    for line in text:  # nothing that it says may steer the terminal
+    for line in text:  # control characters could change the terminal
         print(display.plain(line.decode(errors="replace").rstrip("\r\n").replace("\t", "    ")))
 
 
@@ -147,7 +147,7 @@ def _release(_session: Session, name: str) -> int:
     with audited("quarantine release", [name]):
         _open(name).close()
         status, output, errors = programs.run([*RELEASE, name])
-        reply = display.last_line(output + errors)  # it talks on standard error
+        reply = display.last_line(output + errors)  # it writes to standard error
         if status != 0 or not reply.startswith("250 "):
             raise Refused("the scanner does not release it: " + (reply or "no answer"))
     print("%s is on its way to its recipients; it stays in the quarantine too" % name)

@@ -1,23 +1,23 @@
-"""A question to the name servers of this machine, past /etc/hosts: what the rest of the world is
-told."""
+"""DNS queries to this machine's name servers. /etc/hosts is not used, so that the answers are those
+that other hosts get."""
 import os
 import socket
 import struct
 from collections.abc import Iterator
 
 MX, TEXT = 15, 16
-PORT, PATIENCE, TRIES = 53, 3, 2  # the second in seconds
+PORT, PATIENCE, TRIES = 53, 3, 2  # PATIENCE in seconds
 LARGEST = 1232  # bytes of an answer by UDP
 LONGEST_LABEL = 63
 TRUNCATED, NAME_ERROR = 0x0200, 3
 
 
 class NoAnswer(Exception):
-    """No name server could tell."""
+    """No name server answered."""
 
 
 def records(name: str, kind: int) -> list[str]:
-    """The mail servers (lower case, no dot at the end) or the texts (parts joined) of a name."""
+    """The MX hosts (lower case, without the final dot) or texts (parts joined) of a name."""
     for server in _servers() * TRIES:
         try:
             return _ask(server, name, kind)
@@ -82,7 +82,7 @@ def _parsed(answer: bytes, kind: int) -> Iterator[str]:
 
 
 def _name(answer: bytes, place: int) -> tuple[str, int]:
-    """A name, in lower case, and where it ends."""
+    """The name at `place` in lower case, and the place after it."""
     labels: list[str] = []
     end = 0
     for _ in range(128):

@@ -27,7 +27,7 @@ LEFT_BEHIND = 3600  # seconds
 
 
 def run(_session: Session, words: list[str]) -> int:
-    """Restores."""
+    """Restores the state."""
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("restore one file")
@@ -48,7 +48,7 @@ def run(_session: Session, words: list[str]) -> int:
 
 @contextlib.contextmanager
 def staging() -> Iterator[str]:
-    """A folder of root's alone beside the stored data; what is left of it goes in the end."""
+    """A folder in etc/ that only root can enter; what is left of it is removed at the end."""
     _sweep()
     folder = tempfile.mkdtemp(prefix=PREFIX, dir=paths.ETC)
     try:
@@ -58,14 +58,14 @@ def staging() -> Iterator[str]:
 
 
 def _sweep() -> None:
-    """Removes what killed processes left."""
+    """Removes folders left by killed processes."""
     for entry in os.scandir(paths.ETC):
         if entry.name.startswith(PREFIX) and entry.stat().st_mtime < time.time() - LEFT_BEHIND:
             shutil.rmtree(entry.path, ignore_errors=True)
 
 
 def stage(folder: str, state: State) -> None:
-    """Writes the files of a state with the owners and modes that they have in their place."""
+    """Writes the files of a state with the owners and modes that they are to have."""
     os.umask(0o077)
     for name, mode in stored_files.FOLDERS.items():
         os.mkdir(os.path.join(folder, name))
@@ -85,7 +85,7 @@ def stage(folder: str, state: State) -> None:
 
 
 def put(path: str, data: bytes, mode: int) -> None:
-    """Writes one new file."""
+    """Writes a new file."""
     descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
     with os.fdopen(descriptor, "wb") as file:
         os.fchmod(descriptor, mode)

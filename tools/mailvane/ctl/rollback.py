@@ -25,7 +25,7 @@ def run(_session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow, for the shell."""
+    """The words that can follow, for completion."""
     return [] if before else [str(one["number"]) for one in generations.kept()]
 
 

@@ -1,4 +1,4 @@
-"""What a command works with, and the subcommands that there are."""
+"""What commands share, and the table of subcommands."""
 import importlib
 from collections.abc import Iterable
 from types import ModuleType
@@ -7,7 +7,7 @@ from mailvane.common.errors import Usage
 from mailvane.common.reference import Action, did_you_mean
 from mailvane.common.requests import Requests
 
-# By name: the module, the words that it takes, what it does.
+# For each name: its module, its arguments, its summary.
 SUBCOMMANDS = {
     "help": ("mailvane.ctl.helping", "[NAME]",
              "lists the actions, or says what an action or a subcommand takes"),
@@ -45,7 +45,7 @@ SUBCOMMANDS = {
 
 
 class Session(Requests):
-    """The options of a command line, and the way to the program."""
+    """The options of a command line, and the gateway to the program."""
 
     def __init__(self, target: str, user: str = "", raw: bool = False, output: str = "",
                  flags: Iterable[str] = ()) -> None:
@@ -56,7 +56,7 @@ class Session(Requests):
         self._version = target + "/share/mailvane/version"
 
     def action(self, name: str) -> Action:
-        """The action of a name; Usage, with what was perhaps meant, when there is none."""
+        """The action of this name; Usage, with similar names, when there is none."""
         known = [*self.reference.names(), *SUBCOMMANDS]
         if name not in known:
             raise Usage("no action or subcommand %s%s; `mailvanectl help` lists them" % (
@@ -64,7 +64,7 @@ class Session(Requests):
         return self.reference.action(name)
 
     def version(self) -> str:
-        """The version of the package; empty when it does not say."""
+        """The version of the package; empty when unknown."""
         try:
             with open(self._version, encoding="ascii") as file:
                 return file.read().strip()
@@ -73,7 +73,7 @@ class Session(Requests):
 
     @staticmethod
     def subcommand_names() -> list[str]:
-        """Names of the subcommands, whose modules need not be loaded for that."""
+        """Names of the subcommands, without loading their modules."""
         return list(SUBCOMMANDS)
 
     @staticmethod

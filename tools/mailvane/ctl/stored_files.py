@@ -1,4 +1,4 @@
-"""The files that a backup holds, by their names below etc/, and the modes that they have there."""
+"""The files in a backup: their names below etc/, and their modes."""
 import re
 
 PLAIN = {
@@ -6,9 +6,9 @@ PLAIN = {
     "report.conf": 0o600, "report.state": 0o600, "htpasswd": 0o640,
 }
 DATABASES = {"alias.db": 0o600, "mailvane.db": 0o600}
-RULES = "rules.cf"  # of which a generation has the one in force
+RULES = "rules.cf"  # the rules in force, from a generation
 
-# The folders are there even when they are empty. {NAME} is any file name, but for hidden ones.
+# Folders are there even when empty. {NAME} matches any file name that does not begin with a dot.
 FOLDERS = {"rules": 0o755, "dkim.key": 0o700, "tls": 0o755, "personal": 0o700, "local.d": 0o755}
 IN_FOLDERS = (
     (r"dkim\.key/(pair-[0-9TZ-]+/)?dkim\.public", 0o644),
@@ -23,7 +23,7 @@ MODES = {**PLAIN, **DATABASES, RULES: 0o600}
 
 
 def mode_of(name: str) -> int | None:
-    """The mode of a file in its place; None for a name that no backup holds."""
+    """The mode of a stored file; None for a name that is not in backups."""
     if name in MODES:
         return MODES[name]
     return next((mode for pattern, mode in PATTERNS if pattern.fullmatch(name)), None)

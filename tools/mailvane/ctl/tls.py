@@ -36,7 +36,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow the words so far, for the shell."""
+    """The words that can follow, for completion."""
     return [] if before else list(VERBS)
 
 
@@ -107,7 +107,7 @@ def _read(path: str) -> bytes:
 
 
 def _stage(folder: str, pair: dict[str, bytes]) -> str:
-    """The folder tls as it is to be; what else lies in the present one stays."""
+    """Makes the new folder tls in `folder`; other files of the present tls are copied to it."""
     staged = os.path.join(folder, "tls")
     os.mkdir(staged)
     os.chmod(staged, 0o755)

@@ -1,5 +1,5 @@
-"""What the subcommands of the day-to-day upkeep share: verbs, who may, questions, changes by the
-settings tool."""
+"""Functions for the administrative subcommands: verbs, the check for root, questions, changes by
+the settings tool."""
 import os
 import sys
 import syslog
@@ -10,13 +10,13 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.common.reference import did_you_mean
 from mailvane.ctl.session import Session
 
-# What runs a verb, and how many words it takes, at least and at most.
+# For each verb: its function, and the least and greatest number of its words.
 Verbs = Mapping[str, tuple[Callable[..., int], int, int]]
 
 
 def dispatch(session: Session, words: list[str],
              verbs: Verbs, name: str) -> int:
-    """Runs one of the verbs of a subcommand."""
+    """Runs a verb of a subcommand."""
     require_root()
     run, least, most = verbs.get(words[0] if words else "", (None, 0, 0))
     if run is None or not least <= len(words) - 1 <= most:
@@ -27,13 +27,14 @@ def dispatch(session: Session, words: list[str],
 
 
 def require_root() -> None:
-    """Refuses everybody else: what the upkeep reads is as secret as what it changes."""
+    """Refuses users other than root: what these subcommands read is as secret as what they change.
+    """
     if os.geteuid() != 0:
         raise Usage("only root can do this")
 
 
 def configure(*words: str) -> None:
-    """Runs the settings tool, which changes all or nothing."""
+    """Runs the settings tool, which makes its change completely or not at all."""
     status, _, errors = programs.run([paths.SETTINGS_TOOL, *words], request_log.ENVIRONMENT)
     if status != 0:
         why = [text for priority, text in request_log.parsed(errors) if priority <= syslog.LOG_ERR]
@@ -41,7 +42,7 @@ def configure(*words: str) -> None:
 
 
 def confirm(session: Session, question: str) -> None:
-    """Asks before what cannot be taken back. A script says --yes instead."""
+    """Asks before a change that cannot be undone. Scripts pass --yes instead."""
     if "--yes" in session.flags:
         return
     if not sys.stdin.isatty():

@@ -37,7 +37,7 @@ def run(session: Session, words: list[str]) -> int:
 
 
 def candidates(before: list[str]) -> list[str]:
-    """What can follow the words so far, for the shell."""
+    """The words that can follow, for completion."""
     if not before:
         return list(VERBS)
     named = before[0] in ("show", "password", "remove") and len(before) == 1
@@ -45,7 +45,7 @@ def candidates(before: list[str]) -> list[str]:
 
 
 def _own_accounts(session: Session) -> dict:
-    """The SMTP page. Refused where the users are not the machine's own accounts."""
+    """The values of the SMTP page. Refused when the users are not accounts of this machine."""
     page = session.value("load_smtp")
     if page["account_type"] in DIRECTORIES:
         raise Refused("the mail users live in %s (account_type is %s): manage them there" % (
@@ -125,7 +125,7 @@ def _remove(session: Session, name: str) -> int:
     deletes = _mailbox_goes(session, account)
     with audited("user remove", [name]):
         local_users.remove(account, deletes)
-        # A later user of that name must not inherit how mail was forwarded.
+        # A later user of that name must not inherit these settings, such as the forwarding of mail.
         if os.path.lexists("%s/%s.json" % (PERSONAL, name)):
             os.unlink("%s/%s.json" % (PERSONAL, name))
     kept = os.path.isdir(account.pw_dir)
@@ -146,7 +146,7 @@ def _mailbox_goes(session: Session, account: pwd.struct_passwd) -> bool:
 
 
 def _aliases(session: Session, name: str, where: str) -> list[str]:
-    """Aliases that have a name as their own, or among their members."""
+    """Aliases with this name, or with a member of this name."""
     rows = answers.readable(session.reference.action("alias_enum"),
                             session.value("alias_enum", {"query": name, "limit": 1000}))
     return [row["alias_name"] for row in rows["items"]

@@ -1,5 +1,4 @@
-"""The package's own web server, which shows the mail server's certificate when it serves the
-network."""
+"""The package's web server, which uses the mail server's certificate when it serves the network."""
 from mailvane.common import daemons, paths, programs
 from mailvane.common.errors import Refused
 
@@ -9,20 +8,21 @@ PORTS = ("MAILVANE_WEB_PORT", TLS_PORT)
 
 
 class WebServer:
-    """The one that runs when this is made; it can be started again after it has failed."""
+    """The web server that runs when the object is made; it can also be started again after a
+    failure."""
 
     def __init__(self) -> None:
         self._ports = _ports()
 
     def renew(self) -> None:
-        """Makes it take up the certificate. It reads the key before it gives up its rights, so that
-        it has to start again. Refused when it does not come up."""
+        """Restarts it with the new certificate; a reload is not enough, since it reads the key
+        before it gives up root's rights. Refused when it does not start."""
         if self._ports.get(TLS_PORT) and programs.run([SCRIPT, "restart"], self._ports)[0] != 0:
             raise Refused("the web server does not come up")
 
 
 def _ports() -> dict[str, str]:
-    """The ports in the environment of the one that runs; empty when none does."""
+    """The ports in the environment of the running web server; empty when none runs."""
     try:
         with open(daemons.named("web")["pid_file"], encoding="ascii") as file:
             number = int(file.read())

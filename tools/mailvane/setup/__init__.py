@@ -1,1 +1,1 @@
-"""mailvane-setup: administrators, and the change between a machine's own mail server and ours."""
+"""mailvane-setup: makes administrators, hands the machine's mail over to the package, and back."""

@@ -15,7 +15,7 @@ OPTIONS = ["dry-run", "yes", "force", "keep-settings"]
 
 
 def run(session: app.Session, options: set[str], words: list[str]) -> int:
-    """Surveys, shows, asks, takes over."""
+    """Surveys the machine, shows the plan, asks, and hands the mail over."""
     if words:
         raise Usage("adopt takes no %s" % words[0])
     if not units.has_systemd():
@@ -68,7 +68,7 @@ def _agreed(session: app.Session, options: set[str]) -> bool | None:
 
 
 def _end_interrupted(session: app.Session, options: set[str]) -> None:
-    """Takes back what an earlier run left half done."""
+    """Takes back an earlier run that was interrupted."""
     if session.state.exists() and "--dry-run" not in options:
         app.complain("an earlier run was cut short; the machine is given back first")
         with between_steps():
@@ -89,7 +89,7 @@ def _take_over(session: app.Session, program: Program, findings: Findings | None
 
 
 def _again(session: app.Session) -> int:
-    """What an upgrade brought is put in place, and what does not run is started."""
+    """Updates the drop-ins after an upgrade, and starts services that do not run."""
     units.place_drop_ins(session.target, *units.DROP_INS)
     Program(session.target, "").start_services()
     print("The machine's mail was handed over already: since %s." % session.state.values["since"])

@@ -1,5 +1,5 @@
-"""Aliases of the machine's own Postfix, where a name may differ from domain to domain, as aliases
-here, where it is the same at every one."""
+"""Takes over the aliases of the machine's own Postfix, where sales@a.example and sales@b.example
+may differ. Here an alias is the same in every domain."""
 import re
 from collections.abc import Callable, Iterator
 
@@ -10,28 +10,28 @@ from mailvane.setup.postfix import Postfix
 
 NAME = re.compile(r"[A-Za-z0-9_](?!.*\.\.)[A-Za-z0-9._+=&'~$-]{0,63}(?<!\.)")
 OUTSIDE = re.compile(r"[A-Za-z0-9_][!-?A-~]{0,63}@[A-Za-z0-9.-]+\.[A-Za-z0-9-]+")
-ROLES = ("postmaster", "abuse", "root")  # reach the administrator until they are aliases
+ROLES = ("postmaster", "abuse", "root")  # go to the administrator unless they are aliases
 
 
 class Routing:
-    """Where mail goes, by the old configuration."""
+    """The aliases of the old configuration."""
 
     def __init__(self, domains: Domains, is_user: Callable[[str], bool]) -> None:
         self.domains = domains
         self.is_user = is_user
-        # Members by name, of /etc/aliases.
+        # Members by name, from /etc/aliases.
         self.local: dict[str, list[str]] = {}
-        # Members by name, of virtual maps, at the local domains.
+        # Members by name, from virtual maps, for all local domains.
         self.bare: dict[str, list[str]] = {}
-        # Members by name and domain.
+        # Members by name and domain, from virtual maps.
         self.full: dict[tuple[str, str], list[str]] = {}
 
     def names(self) -> dict[str, None]:
-        """Every name that is aliased somewhere."""
+        """All names that have an alias anywhere."""
         return dict.fromkeys([*self.local, *self.bare, *(name for name, _ in self.full)])
 
     def target(self, name: str, domain: str) -> list[str] | None:
-        """Members that an address stands for; None when there is no such address."""
+        """The members that an address stands for; None when there is no such address."""
         if (name, domain) in self.full:
             return self.full[name, domain]
         if domain not in self.domains.local:
@@ -43,7 +43,7 @@ class Routing:
         return [name] if self.is_user(name) else None
 
     def targets(self, name: str) -> dict[str, list[str]]:
-        """The members by domain, where there are any."""
+        """The members of a name by domain; domains without are left out."""
         found = {domain: self.target(name, domain) for domain in self.domains.all()}
         if name in self.local and not self.domains.local:
             found["localhost"] = self.local[name]
@@ -61,7 +61,7 @@ def find(postfix: Postfix, routing: Routing, findings: Findings) -> None:
 
 
 def take_over(routing: Routing, administrator: str, findings: Findings) -> None:
-    """Finds the aliases that stand for the old ones."""
+    """Finds the aliases that replace the old ones."""
     names = routing.names()
     for name in names:
         by_domain = routing.targets(name)
@@ -76,12 +76,12 @@ def take_over(routing: Routing, administrator: str, findings: Findings) -> None:
 
 
 def text(aliases: dict[str, list[str]]) -> str:
-    """The aliases as the import takes them."""
+    """The aliases in the format of the import."""
     return "".join("%s: %s\n" % (name, ", ".join(own)) for name, own in aliases.items())
 
 
 def _texts(postfix: Postfix, parameter: str, findings: Findings) -> Iterator[tuple[str, str]]:
-    """The tables of a parameter with their texts."""
+    """The tables of a parameter, each with its text."""
     for table in postfix.words(parameter):
         try:
             path = tables.source_of(table)
@@ -107,7 +107,7 @@ def _take_virtual(routing: Routing, table: str, key: str, own: list[str],
 
 
 def _plain(own: list[str], domains: Domains) -> list[str]:
-    """Members, those at a domain of this server by their names alone."""
+    """The members; those in a domain of this server without the domain."""
     found = []
     for member in own:
         name, _, domain = member.rpartition("@")
@@ -135,8 +135,8 @@ def _take_alias(routing: Routing, name: str, own: list[str], administrator: str,
 
 
 def _member(routing: Routing, member: str, administrator: str) -> str:
-    """How a member is written here; "" for one that cannot be: a program, a file, an account that
-    gets no mail."""
+    """A member in the package's spelling; "" for one that it cannot have: a program, a file, an
+    account that gets no mail."""
     if "@" in member:
         return member if OUTSIDE.fullmatch(member) else ""
     name = member.removeprefix("\\")

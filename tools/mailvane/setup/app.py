@@ -30,7 +30,7 @@ seen any more (adopt without --force), 4 nothing was changed because nobody said
 
 
 class Session:
-    """What a command works with."""
+    """What commands share: options, paths, the state of the hand-over."""
 
     def __init__(self, target: str) -> None:
         self.target = target
@@ -39,20 +39,20 @@ class Session:
 
     @staticmethod
     def confirm(question: str) -> bool | None:
-        """Asks at the terminal; None when there is none."""
+        """Asks at the terminal; None when there is no terminal."""
         if not sys.stdin.isatty():
             return None
         return input(question + " [y/N] ").strip().lower() in ("y", "yes")
 
 
 def complain(text: str) -> None:
-    """A line on standard error, after all that was said before."""
+    """Prints a line on standard error, after flushing standard output."""
     sys.stdout.flush()
     print("mailvane-setup: " + text, file=sys.stderr)
 
 
 def main(target: str, words: list[str]) -> int:
-    """Runs a command line; gives the exit status."""
+    """Runs a command line; returns the exit status."""
     try:
         return _run(target, words)
     except Usage as problem:
@@ -85,7 +85,7 @@ def _run(target: str, words: list[str]) -> int:
 
 
 def _take(lock: IO[str]) -> None:
-    """One change at a time; the lock is held until this process ends."""
+    """Takes the lock, so that only one change runs; it is held until this process ends."""
     try:
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
     except BlockingIOError as problem:

@@ -1,4 +1,5 @@
-"""The certificate that the machine's own servers show, if it is one that others trust."""
+"""Takes over the certificate of the machine's own servers, if it is signed by a trusted authority.
+"""
 import os
 
 from mailvane.setup.dovecot import Section
@@ -8,7 +9,8 @@ from mailvane.setup.run import Failed, attempt, output
 
 
 def take_over(postfix: Postfix | None, dovecot: Section | None, findings: Findings) -> None:
-    """Finds the first usable pair; the SMTP server's before the mailbox server's."""
+    """Finds the first usable pair, first that of the SMTP server, then that of the mailbox server.
+    """
     for certificate, key in _pairs(postfix, dovecot):
         fault = _fault(certificate, key)
         if not fault:
@@ -22,7 +24,7 @@ def take_over(postfix: Postfix | None, dovecot: Section | None, findings: Findin
 
 
 def install(target: str, certificate: str, key: str) -> None:
-    """Installs a pair as ours."""
+    """Installs a certificate and its key in the package."""
     status, _, errors = attempt(target + "/bin/mailvanectl", "tls", "install", certificate, key)
     if status != 0:
         raise Failed("%s cannot be installed: %s" % (certificate, errors.strip()))
@@ -42,7 +44,7 @@ def _pairs(postfix: Postfix | None, dovecot: Section | None) -> list[tuple[str, 
 
 
 def _fault(certificate: str, key: str) -> str:
-    """Why a pair cannot be taken; "" when it can."""
+    """Why a pair cannot be used; "" when it can."""
     if not (os.path.isfile(certificate) and os.path.isfile(key)):
         return "no such file, or its key"
     try:

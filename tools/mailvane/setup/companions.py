@@ -1,5 +1,5 @@
-"""Services that Debian starts when it installs what ours are made of, and what that recommends.
-None of ours asks them for anything: they end when nobody wanted them."""
+"""Companions: services that Debian starts when it installs the package's dependencies, and that the
+package does not use. They are stopped unless somebody else wanted them."""
 import os
 
 from mailvane.common import files
@@ -10,14 +10,14 @@ OWN_UNITS = "/etc/systemd/system/"
 
 
 class Companion:
-    """A service named as its package; folders that are its own, and the files that the package's
-    scripts make, with those that they are made from."""
+    """A companion: its package (and service), its own folders, and the files that the package's
+    scripts make, each with the file that it is made from."""
 
     def __init__(self, package: str, folders: tuple[str, ...] = (),
                  made: dict[str, str] | None = None, named_as: str = "") -> None:
         self.package, self.unit = package, package + ".service"
         self.folders, self.made = folders, made or {}
-        self.named_as = named_as  # in a configuration of Postfix that uses it
+        self.named_as = named_as  # a word in Postfix's settings that shows its use
 
 
 KNOWN = (
@@ -35,8 +35,9 @@ KNOWN = (
 
 
 def look(states: dict, packages: set, postfix_values: list) -> tuple:
-    """Which units end, and why others stay, by unit. `states` has those of all known units,
-    `packages` those that came along, `postfix_values` what Postfix is told."""
+    """Which companions' units to stop, and why others are kept, by unit. `states` are those of all
+    known units, `packages` those that came with mailvane, `postfix_values` the settings of
+    Postfix."""
     ends, stays = [], {}
     conffiles = shipped.conffiles()
     for companion in KNOWN:
@@ -58,7 +59,7 @@ def _starts_at_boot(state: dict) -> bool:
 
 def _who_wants(companion: Companion, state: dict, packages: set[str],
                postfix_values: list[str]) -> str:
-    """Why a service was wanted by somebody; "" when it was not."""
+    """Why somebody else wanted a service; "" when nobody did."""
     if companion.package not in packages:
         return "its package did not come with mailvane alone"
     if not _starts_at_boot(state) or state["enabled"] == "enabled" and not os.path.exists(
@@ -70,7 +71,7 @@ def _who_wants(companion: Companion, state: dict, packages: set[str],
 
 
 def _first_changed(companion: Companion, conffiles: dict[str, tuple[str, str]]) -> str:
-    """A file that somebody has changed, added or taken away; "" when there is none."""
+    """A file that somebody has changed, added or removed; "" when there is none."""
     tops = tuple(folder + "/" for folder in companion.folders)
     brought = {path for path, (package, _) in conffiles.items()
                if package == companion.package or path.startswith(tops)}

@@ -1,4 +1,4 @@
-"""Domains whose mail the machine's own Postfix takes in."""
+"""Takes over the domains for which the machine's own Postfix accepts mail."""
 import os
 
 from mailvane.common.files import content
@@ -8,13 +8,14 @@ from mailvane.setup.postfix import Postfix
 
 
 class Domains:
-    """Domains of the machine's users, those where only aliases exist, and the main one."""
+    """Domains of the machine's users, domains with aliases only, the main domain, and the host
+    name."""
 
     def __init__(self, local: list[str], virtual: list[str], main: str, hostname: str) -> None:
         self.local, self.virtual, self.main, self.hostname = local, virtual, main, hostname
 
     def all(self) -> list[str]:
-        """Every domain once: the main one first."""
+        """All domains without duplicates, the main one first."""
         return list(dict.fromkeys(filter(None, [self.main, self.hostname, *self.local,
                                                 *self.virtual])))
 
@@ -29,7 +30,7 @@ def find(postfix: Postfix, findings: Findings) -> Domains:
 
 
 def take_over(domains: Domains, findings: Findings) -> None:
-    """Finds the host name and the domains' settings."""
+    """Finds the host name and the settings of the domains."""
     findings.smtp["smtp_hostname"] = domains.hostname
     main = "" if domains.main == domains.hostname else domains.main
     findings.smtp["acc_domain_name"] = main
@@ -40,7 +41,7 @@ def take_over(domains: Domains, findings: Findings) -> None:
 
 
 def _main(postfix: Postfix, local: list[str], virtual: list[str]) -> str:
-    """The domain that the users' addresses have."""
+    """The domain of the users' addresses."""
     origin = postfix.text("myorigin")
     if os.path.isabs(origin):
         origin = (content(origin) or b"").decode(errors="replace").strip().partition("\n")[0]
@@ -52,7 +53,7 @@ def _main(postfix: Postfix, local: list[str], virtual: list[str]) -> str:
 
 
 def _entries(postfix: Postfix, parameter: str, findings: Findings) -> list[str]:
-    """Full domain names of a list, which may name files and maps."""
+    """Fully qualified domain names of a list, which may refer to files and maps."""
     found = []
     for word in postfix.words(parameter):
         try:
@@ -74,7 +75,7 @@ def _names(word: str) -> list[str]:
 
 
 def _is_full(name: str) -> bool:
-    """Whether other machines could write to it."""
+    """Whether other machines can send mail to this domain: not to "localhost" or "office"."""
     last = name.rpartition(".")[2]
     return "." in name and "@" not in name and last not in ("localdomain", "localhost") and \
         not name.startswith(("localhost.", "["))

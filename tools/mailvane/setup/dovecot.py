@@ -1,4 +1,5 @@
-"""The machine's own Dovecot: what doveconf prints, and the settings of the mailbox page in it."""
+"""Takes over the machine's own Dovecot: parses doveconf's output into the settings of the mailbox
+page."""
 import os
 
 from mailvane.setup import shipped
@@ -12,24 +13,24 @@ SERVICES = ((("imap", False), ("imaps", True)), (("pop3", False), ("pop3s", True
 
 
 class Section:
-    """A block: its values by name, and the blocks in it with their names."""
+    """A block of the configuration: values by name, and inner blocks with their names."""
 
     def __init__(self) -> None:
         self.values: dict[str, str] = {}
         self.blocks: list[tuple[str, Section]] = []
 
     def named(self, name: str) -> "Section":
-        """The first block of a name; an empty one when there is none."""
+        """The first inner block of this name; an empty one when there is none."""
         return next((block for own, block in self.blocks if own == name), Section())
 
     def drivers(self, kind: str) -> list[str]:
-        """Drivers of all blocks of a kind."""
+        """The drivers of all inner blocks of a kind."""
         return [block.values.get("driver", "") for own, block in self.blocks
                 if own.split()[:1] == [kind]]
 
 
 def parse(text: str) -> Section:
-    """From doveconf's output to a section."""
+    """Parses doveconf's output."""
     open_blocks = [Section()]
     for line in text.splitlines():
         line = line.strip()
@@ -46,15 +47,15 @@ def parse(text: str) -> Section:
 
 
 def read() -> Section | None:
-    """The configuration in /etc/dovecot; None when nobody has changed what the packages brought."""
+    """The configuration in /etc/dovecot; None when it is as the packages installed it."""
     if not os.path.exists(MAIN) or untouched():
         return None
     return parse(output("doveconf", "-aP"))
 
 
 def untouched(folder: str = FOLDER, digests_file: str = shipped.UCF_DIGESTS) -> bool:
-    """Whether every file that Dovecot reads is there as its package brought it, and it finds none
-    that a package did not bring. Copies that editors and upgrades leave are not read."""
+    """Whether all files that Dovecot reads are as their packages installed them, with none added.
+    Backup copies of editors and upgrades do not count."""
     brought = {path: digest for path, digest in shipped.digests_of_ucf(digests_file).items()
                if path.startswith(folder + "/")}
     added = [path for path in shipped.files_below(folder)
@@ -63,8 +64,9 @@ def untouched(folder: str = FOLDER, digests_file: str = shipped.UCF_DIGESTS) -> 
 
 
 def take_over(dovecot: Section, findings: Findings, packages: set) -> None:
-    """Finds the mailbox page's settings, and what would hide mail. A protocol is on as soon as its
-    package is there: POP3 was nobody's wish where that came along with ours."""
+    """Finds the settings of the mailbox page, and what would make mail invisible. A protocol is on
+    when its package is installed; POP3 stays off where its package only came as a dependency of
+    mailvane."""
     _take_ports(dovecot, findings, "dovecot-pop3d" in packages)
     values = dovecot.values
     findings.mailboxes["plaintext_auth"] = values.get("disable_plaintext_auth") == "no"

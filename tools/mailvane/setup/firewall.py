@@ -1,4 +1,5 @@
-"""Our table of the packet filter, which closes the ports of mail services that are off."""
+"""The package's table in the packet filter, which closes the ports of switched-off mail services.
+"""
 import os
 
 from mailvane.common.files import sync_folder
@@ -8,17 +9,17 @@ NFT = "/usr/sbin/nft"
 
 
 def lift(etc: str) -> None:
-    """Opens what it closes, now and at the next boot."""
+    """Removes the table, now and for the next boot."""
     rules = etc + "/firewall.nft"
     if os.path.exists(rules):
         os.replace(rules, rules + ".lifted")
         sync_folder(etc)
     if os.path.exists(NFT):
-        attempt(NFT, "delete", "table", "inet", "mailvane")  # none may be loaded
+        attempt(NFT, "delete", "table", "inet", "mailvane")  # it may not be loaded
 
 
 def put_back(etc: str) -> None:
-    """Loads again what was lifted; a save makes the rules anew."""
+    """Loads the removed table again; the next save renders new rules."""
     rules = etc + "/firewall.nft"
     if os.path.exists(rules + ".lifted"):
         os.replace(rules + ".lifted", rules)

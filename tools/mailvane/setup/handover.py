@@ -1,5 +1,5 @@
-"""The steps from the machine's own mail server to ours, and the way back. Every step can be taken
-again: a change that was cut short is gone through anew."""
+"""Handing the machine's mail over to the package, and back. Every step can be repeated, so that a
+run after an interruption starts again from the first."""
 import contextlib
 import datetime
 import hashlib
@@ -13,7 +13,8 @@ from mailvane.setup.program import Program, stop_services
 from mailvane.setup.run import Failed
 from mailvane.setup.state import ADOPTED, ADOPTING, REMOVING, State
 
-# Where Postfix was never configured, its mail commands and its unit ask for a main.cf all the same.
+# Debian's mail commands and unit need an /etc/postfix/main.cf, even where Postfix was never
+# configured.
 MADE_MAIN = b"""\
 # Made by mailvane-setup, which removes it again, for the mail commands of this machine. What the
 # mail server itself reads is generated, and limits the size of messages.
@@ -23,25 +24,27 @@ message_size_limit = 0
 
 
 def begin(state: State, findings: Findings | None, companions: list) -> None:
-    """Remembers everything that is needed to give the machine back; `companions` are services that
-    end beside those of the mail."""
+    """Stores all that is needed to give the machine back; `companions` are the other services that
+    are stopped."""
     state.store(state=ADOPTING, since=_now(), units=units.states(tuple(companions)), made={},
                 companions=companions)
     state.store(files=originals.keep(state.originals, findings.tables if findings else []))
 
 
 def take_over(state: State, target: str, program: Program, findings: Findings | None) -> None:
-    """Hands the machine's mail over; without findings with the settings that are stored. The mail
-    server stays off until all that it needs to know is stored: meanwhile others keep what they have
-    for us."""
+    """Hands the mail over: with findings, these are stored as settings; without, the stored
+    settings are used. The mail server is off until everything is stored; other servers keep
+    their mail for us meanwhile."""
     units.give_way(state.values["units"], tuple(state.values["companions"]))
     was_configured = os.path.exists(postfix.MAIN)
     if not was_configured:
         _make_main(state)
-    # While ours does not know all domains and aliases, only the old one may start.
+    # Until domains and aliases are stored, the old mail server may start, but not the package's.
     units.place_drop_ins(target, *(units.DROP_INS[:1] if was_configured else units.DROP_INS))
     program.prepare({"smtp_enabled": "no"} if findings else {})
     if findings:
+        if findings.port_logins:
+            program.keep_port_logins()
         program.save("smtp", {**findings.smtp, "smtp_enabled": False})
         _import(target, program, findings)
     units.place_drop_ins(target, *units.DROP_INS)
@@ -55,8 +58,8 @@ def take_over(state: State, target: str, program: Program, findings: Findings | 
 
 
 def give_back(state: State, target: str) -> tuple[list[str], str]:
-    """The way back, from wherever it was; gives the files that are not what they were, and the
-    folder with their originals. A step that fails does not keep the next ones from being taken."""
+    """Gives the machine back, whatever state it is in. Returns the files that have changed since,
+    and the folder with their originals. After a step that fails the next ones are still done."""
     state.store(state=REMOVING)
     faults = stop_services(target)
     before = state.values.get("units", {})
@@ -77,12 +80,12 @@ def give_back(state: State, target: str) -> tuple[list[str], str]:
 
 
 def _try_queue() -> None:
-    with contextlib.suppress(Refused):  # where nobody takes mail, nothing is tried
+    with contextlib.suppress(Refused):  # without a running mail server nothing is tried
         postqueue.flush()
 
 
 def _import(target: str, program: Program, findings: Findings) -> None:
-    """Stores what was found, by normal requests."""
+    """Stores the findings by ordinary requests."""
     if findings.certificate:
         certificates.install(target, *findings.certificate)
     if findings.mailboxes:

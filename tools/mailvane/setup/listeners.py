@@ -14,7 +14,7 @@ ROW = re.compile(r'^LISTEN\s+\S+\s+\S+\s+(\S+):(\d+)\s.*users:\(\("([^"]*)",pid=
 
 
 def run(_session: app.Session, _options: set[str], words: list[str]) -> int:
-    """Prints those of packages that are here because of ours alone."""
+    """Prints the ports opened by packages that are installed only as dependencies of mailvane."""
     if words:
         raise Usage("listeners takes no %s" % words[0])
     rows = came_along() if units.has_systemd() else []
@@ -26,7 +26,7 @@ def run(_session: app.Session, _options: set[str], words: list[str]) -> int:
 
 
 def came_along() -> list[tuple[int, str, str, str]]:
-    """Port, addresses, program and package of each that listens."""
+    """Port, addresses, program and package of each listener of such packages."""
     packages = shipped.came_along()
     found: dict[tuple[int, str, str], list[str]] = {}
     for address, port, program, process in parse(output("ss", "-Hltnp")):
@@ -43,7 +43,7 @@ def parse(text: str) -> list[tuple[str, str, str, str]]:
 
 
 def _package(process: str) -> str:
-    """The package whose unit a process belongs to; "" when there is none."""
+    """The package with the unit that a process belongs to; "" when there is none."""
     group = (content("/proc/%s/cgroup" % process) or b"").decode(errors="replace")
     unit = group.rstrip().rpartition("/")[2]
     if not unit.endswith(".service"):

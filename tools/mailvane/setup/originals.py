@@ -1,4 +1,4 @@
-"""Copies of the configuration that a machine had, and what has become of it since."""
+"""Copies of the machine's mail configuration, and which files have changed since."""
 import os
 import shutil
 
@@ -9,7 +9,8 @@ FILES = ("/etc/aliases", "/etc/aliases.db", "/etc/mailname")
 
 
 def keep(folder: str, tables: list[str]) -> dict[str, dict]:
-    """Copies all of it, and the texts of tables elsewhere; gives what is remembered, by path."""
+    """Copies the configuration, and tables outside of it; returns a record of each file, by path.
+    """
     os.makedirs(folder, 0o700, exist_ok=True)
     kept: dict[str, dict] = {}
     for path in _paths(tables):
@@ -28,7 +29,7 @@ def keep(folder: str, tables: list[str]) -> dict[str, dict]:
 
 
 def changed(kept: dict[str, dict]) -> list[str]:
-    """Paths of files that are no longer what they were."""
+    """Paths of the files that have changed since."""
     return [path for path, was in kept.items()
             if (_link(path) != was["link"] if "link" in was else
                 files.digest(path) != was["sha256"])]

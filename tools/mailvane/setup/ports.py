@@ -1,28 +1,28 @@
-"""SMTP ports of the machine's own Postfix as the settings of the SMTP page."""
+"""Takes over the SMTP ports of the machine's own Postfix."""
 import socket
 
 from mailvane.setup.findings import Findings
 from mailvane.setup.postfix import Postfix, Service
 
 SMTP_PORT = 25
-SHIPPED = {  # services that do nothing unless something else names them
+SHIPPED = {  # unused services that Debian's master.cf has
     "maildrop", "uucp", "ifmail", "bsmtp", "scalemail-backend", "mailman"}
 INNER = {
     "pickup", "cleanup", "qmgr", "tlsmgr", "rewrite", "bounce", "defer", "trace", "verify", "flush",
     "proxymap", "proxywrite", "smtp", "relay", "showq", "error", "retry", "discard", "local",
     "virtual", "lmtp", "anvil", "scache", "postlog"}
-COVERED = {  # what our own ports set
+COVERED = {  # options that our own ports set
     "syslog_name", "smtpd_tls_wrappermode", "smtpd_tls_security_level", "smtpd_sasl_auth_enable",
     "smtpd_sasl_type", "smtpd_sasl_path", "smtpd_tls_auth_only", "smtpd_reject_unlisted_recipient",
     "smtpd_relay_restrictions", "smtpd_recipient_restrictions", "smtpd_client_restrictions",
     "milter_macro_daemon_name"}
 
 
-LOOPBACK = ("127.", "[127.", "[::1]", "localhost")  # what addresses of this machine alone begin with
+LOOPBACK = ("127.", "[127.", "[::1]", "localhost")  # beginnings of local addresses
 
 
 def take_over(postfix: Postfix, findings: Findings) -> None:
-    """Finds ports; services of the administrator's own are left."""
+    """Finds the ports; other services of the administrator are not taken over."""
     kinds: dict[str, list[tuple[int, Service]]] = {"smtp": [], "smtps": [], "smtp_tls": []}
     for service in postfix.services:
         if not service.takes_mail_in() or service.address().startswith(LOOPBACK):
@@ -47,6 +47,16 @@ def take_over(postfix: Postfix, findings: Findings) -> None:
         findings.leave("master.cf: no server for mail programs; here there is one, submission")
     if not kinds["smtp"]:
         findings.leave("master.cf: no server on port %d; here there is one" % SMTP_PORT)
+
+
+def take_logins(postfix: Postfix, findings: Findings) -> None:
+    """Finds where people log in: what they could send so far, they still can."""
+    doors = [service for service in postfix.services
+             if service.takes_mail_in() and service.options.get(
+                 "smtpd_sasl_auth_enable", postfix.text("smtpd_sasl_auth_enable")) == "yes"]
+    if doors:
+        findings.smtp["restrict_sender"] = False
+    findings.port_logins = any(door.port(_number) == SMTP_PORT for door in doors)
 
 
 def _leave_own(service: Service, findings: Findings) -> None:

@@ -1,4 +1,5 @@
-"""What the machine's own Postfix is told: its parameters and services, as postconf prints them."""
+"""The configuration of the machine's own Postfix: parameters and services, as postconf prints them.
+"""
 import os
 from collections.abc import Callable
 
@@ -12,7 +13,7 @@ MAIN = "/etc/postfix/main.cf"
 
 
 class Service:
-    """One line of master.cf and what it sets for itself."""
+    """A line of master.cf with its own options."""
 
     def __init__(self, name: str, kind: str, command: str, options: dict[str, str]) -> None:
         self.name, self.kind, self.command, self.options = name, kind, command, options
@@ -27,36 +28,36 @@ class Service:
         return int(name) if name.isdigit() else number_of(name)
 
     def address(self) -> str:
-        """The one address it listens on; "" for all."""
+        """The address on which it listens; "" for all."""
         return self.name.rpartition(":")[0]
 
     def wrapped(self) -> bool:
-        """Whether it begins with TLS."""
+        """Whether the TLS handshake comes before the greeting."""
         return self.options.get("smtpd_tls_wrappermode") == "yes"
 
 
 class Postfix:
-    """A configuration: all parameters, names of those that were set, services."""
+    """A configuration: all parameters, those that were set explicitly, and the services."""
 
     def __init__(self, parameters: dict[str, str], given: dict[str, str],
                  services: list[Service]) -> None:
         self.parameters, self.given, self.services = parameters, given, services
 
     def text(self, name: str) -> str:
-        """A parameter's value, "" when there is none."""
+        """The value of a parameter; "" when there is none."""
         return self.parameters.get(name, "")
 
     def words(self, name: str) -> list[str]:
-        """A parameter that is a list."""
+        """The value of a parameter that is a list."""
         return words(self.text(name))
 
     def is_on(self, name: str) -> bool:
-        """A parameter that is yes or no."""
+        """The value of a parameter that is yes or no."""
         return self.text(name) == "yes"
 
 
 def words(text: str) -> list[str]:
-    """The items of a list, which commas and blanks separate outside of braces."""
+    """The items of a list, separated by commas and blanks outside of braces."""
     items, depth = [""], 0
     for sign in text:
         depth += (sign == "{") - (sign == "}")
@@ -68,13 +69,13 @@ def words(text: str) -> list[str]:
 
 
 def parse_parameters(text: str) -> dict[str, str]:
-    """From lines "name = value" to a dictionary."""
+    """Parses lines "name = value"."""
     pairs = (line.partition("=") for line in text.splitlines() if "=" in line)
     return {name.strip(): value.strip() for name, _, value in pairs}
 
 
 def parse_services(lines: str, options: str) -> list[Service]:
-    """From `postconf -M` and `postconf -P` to a list of services."""
+    """Parses the output of `postconf -M` and `postconf -P`."""
     own: dict[tuple[str, str], dict[str, str]] = {}
     for path, value in parse_parameters(options).items():
         name, kind, parameter = path.rsplit("/", 2)
@@ -94,7 +95,7 @@ def read() -> Postfix | None:
 
 
 def waiting() -> int:
-    """How many messages wait in the queue; 0 when that cannot be told."""
+    """The number of messages in the queue; 0 when postqueue fails."""
     try:
         return len(postqueue.waiting())
     except Refused:
@@ -102,14 +103,14 @@ def waiting() -> int:
 
 
 def doors(services: list) -> list:
-    """What is open to the network: of each service its name, its program, what it sets."""
+    """The services that listen on the network: name, program, options."""
     return sorted((service.name, service.command, sorted(service.options.items()))
                   for service in services if service.kind == "inet")
 
 
 def has_shipped_doors(postfix: Postfix, path: str = shipped.MASTER_CF) -> bool:
-    """Whether the same is open as in the master.cf that the package brings. What else stands in it
-    may differ: upgrades and other packages add services to it."""
+    """Whether the same services listen on the network as in Debian's master.cf. Other lines may
+    differ, since upgrades and other packages add services."""
     text = (content(path) or b"").decode(errors="replace")
     return doors(postfix.services) == doors(
         parse_services("\n".join(tables.logical_lines(text)), ""))

@@ -1,4 +1,4 @@
-"""The program's own doors: requests as the web server would send them, control scripts, tools."""
+"""Use of the installed package: requests as the web server sends them, control scripts, tools."""
 import os
 import tempfile
 
@@ -7,16 +7,21 @@ from mailvane.common.requests import Requests
 from mailvane.setup.run import Failed, attempt, heed, output
 
 
+# In the environment of requests: what is to be done as another mail server did it, and no better.
+TAKES_OVER = "MAILVANE_TAKES_OVER"
+
+
 class Program:
-    """The installed package, addressed in the name of an administrator."""
+    """The installed package, used in the name of an administrator."""
 
     def __init__(self, target: str, administrator: str) -> None:
         self._target = target
-        self._session = Requests(target, administrator)
+        self._environment = {TAKES_OVER: "relay"}
+        self._session = Requests(target, administrator, self._environment)
 
     def prepare(self, first: dict[str, str]) -> None:
-        """Finishes an interrupted save; where there is no configuration yet makes one of first
-        settings."""
+        """Finishes an interrupted save. Without a configuration, makes one from the settings
+        `first`."""
         tool = self._target + "/bin/hald_set_config"
         etc = os.path.dirname(self._target) + "/etc"
         output(tool, "recover")
@@ -26,8 +31,12 @@ class Program:
                 files.replace(etc + "/mailvane.conf", text.encode(), 0o600)
             output(tool, "render")
 
+    def keep_port_logins(self) -> None:
+        """Has the following requests leave logins on the port of other servers."""
+        self._environment[TAKES_OVER] = "relay logins"
+
     def call(self, name: str, members: dict) -> dict:
-        """Sends an action; gives its answer."""
+        """Calls an action and returns its answer."""
         heed()
         action = self._session.reference.action(name)
         gateway = self._session.gateway()
@@ -39,11 +48,11 @@ class Program:
         return value
 
     def page(self, name: str) -> dict:
-        """A page as it is stored."""
+        """The stored values of a page."""
         return self.call("load_" + name, {})
 
     def text_of(self, page: str, member: str) -> str:
-        """What a member of a page is, in words."""
+        """The description of a member of a page."""
         reference = self._session.reference
         return reference.action(reference.pages()[page]).member(member).text
 
@@ -66,14 +75,14 @@ class Program:
             raise Failed("%s: %s" % (name, why))
 
     def start_services(self) -> None:
-        """Brings every service to what the settings ask for."""
+        """Starts, restarts or stops each mail service as the settings ask."""
         for name in daemons.mail_services(self._target):
             heed()
             output("%s/scripts/%s.sh" % (self._target, name), "start")
 
 
 def stop_services(target: str) -> list[str]:
-    """Stops every service; gives what went wrong."""
+    """Stops all mail services; returns what failed."""
     faults = []
     for name in reversed(daemons.mail_services(target)):
         script = "%s/scripts/%s.sh" % (target, name)

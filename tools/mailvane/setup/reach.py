@@ -1,4 +1,4 @@
-"""What people reach of the mail server: which services on which ports, under which names."""
+"""How users reach the mail server: services, ports, host name, domains."""
 from mailvane.setup.findings import Findings
 from mailvane.setup.program import Program
 
@@ -16,8 +16,8 @@ SERVICES = (  # name, page, its switch, its port, what it is for
 
 
 def planned(program: Program, findings: Findings | None) -> dict:
-    """The pages by name as they will be once the findings are stored, with the further domains;
-    without findings, as they are."""
+    """The pages by name as they will be once the findings are stored, and the additional domains;
+    without findings, as they are stored now."""
     pages: dict = {SMTP: program.page(SMTP), BOXES: program.page(BOXES),
                    "domains": [row["domain"] for row in program.call("enum_domain", {})["items"]]}
     if findings:
@@ -28,7 +28,7 @@ def planned(program: Program, findings: Findings | None) -> dict:
 
 
 def show(pages: dict) -> list:
-    """The lines that tell it."""
+    """The lines to show."""
     host = pages[SMTP]["smtp_hostname"]
     lines = ["People reach this server, %s:" % host]
     off = []

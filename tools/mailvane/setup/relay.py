@@ -1,4 +1,4 @@
-"""The relay host of the machine's own Postfix, as the settings of the relay page."""
+"""Takes over the relay host of the machine's own Postfix."""
 import socket
 
 from mailvane.setup import tables
@@ -9,7 +9,8 @@ SMTP_PORT = 25
 
 
 def parse(text: str) -> tuple[str, int]:
-    """Host and port of a relayhost; the port is 25 where none is named, 0 where it is unknown."""
+    """Host and port of a `relayhost` value; the port is 25 when none is given, 0 when its name is
+    unknown."""
     if text.startswith("["):
         host, _, rest = text[1:].partition("]")
         port = rest.removeprefix(":")
@@ -30,7 +31,7 @@ def _number(port: str) -> int:
 
 
 def login(relayhost: str, rows: list[tuple[str, str]]) -> tuple[str, str] | None:
-    """Account and password for a relayhost; None when the map has none."""
+    """Account and password for a relay host; None when the map has none."""
     found = dict(rows)
     value = found.get(relayhost, found.get(parse(relayhost)[0]))
     if value is None or ":" not in value:
@@ -40,7 +41,7 @@ def login(relayhost: str, rows: list[tuple[str, str]]) -> tuple[str, str] | None
 
 
 def take_over(postfix: Postfix, findings: Findings) -> None:
-    """Finds the relay page's settings."""
+    """Finds the settings of the relay page."""
     relayhost = postfix.text("relayhost")
     if not relayhost:
         return

@@ -10,7 +10,7 @@ OPTIONS = ["yes"]
 
 
 def run(session: app.Session, options: set[str], words: list[str]) -> int:
-    """Asks, gives back, tells which files have changed meanwhile."""
+    """Asks, gives the machine back, and lists the files that have changed meanwhile."""
     if words:
         raise Usage("remove takes no %s" % words[0])
     if not session.state.exists():

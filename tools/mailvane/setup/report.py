@@ -1,4 +1,4 @@
-"""What the administrator is shown before anything changes."""
+"""The plan that the administrator is shown before anything changes."""
 from collections.abc import Callable
 
 from mailvane.setup.findings import Findings
@@ -9,8 +9,8 @@ UNASKED = "Ended, since they came along with packages and nobody has configured 
 
 
 def show(findings: Findings, keeps_settings: bool, text_of: Callable[[str, str], str]) -> list:
-    """The lines that tell what is taken over and what not; `text_of` says in words what a member
-    of a page is."""
+    """The lines about what is taken over and what is not; `text_of` returns the description of a
+    member of a page."""
     if keeps_settings:
         return ["The stored settings are used as they are."]
     lines = ["Nobody has configured %s here: what Debian's package has set is no wish of yours."
@@ -29,7 +29,7 @@ def show(findings: Findings, keeps_settings: bool, text_of: Callable[[str, str],
 
 
 def around(queued: int, filters: list, ends: list, stays: dict) -> list:
-    """The lines that tell what becomes of the machine's services."""
+    """The lines about the machine's other services."""
     lines = ["", "Then postfix and dovecot run with the generated configuration."]
     if queued:
         lines.append("Mail that waits in the queue stays there: %d." % queued)
@@ -42,7 +42,7 @@ def around(queued: int, filters: list, ends: list, stays: dict) -> list:
 
 
 def against(findings: Findings, keeps_settings: bool) -> list:
-    """The lines that tell why mail would be lost sight of."""
+    """The lines about why mail would be lost or go astray."""
     found = findings.against(keeps_settings)
     return _list("Mail would not be seen any more, or would reach somebody else:", found) + \
         ([WAY_OUT] if found else [])

@@ -1,4 +1,5 @@
-"""Runs the machine's programs between the steps of a change, and hears of signals to end there."""
+"""Runs programs as steps of a change. Signals that ask the process to end take effect between
+steps."""
 import contextlib
 import signal
 from collections.abc import Iterator
@@ -7,19 +8,19 @@ from mailvane.common import programs
 from mailvane.common.errors import Refused
 
 LONGEST = 180  # seconds
-NEVER_RAN = 127  # in place of the exit status of a program that did not start, or did not end
+NEVER_RAN = 127  # exit status for a program that did not start or took too long
 
 
 class Failed(Exception):
-    """A step that did not succeed; its text tells the administrator why."""
+    """A step failed; the text tells the administrator why."""
 
 
-_told = []  # numbers of the signals that came
+_told = []  # signals received
 
 
 @contextlib.contextmanager
 def between_steps() -> Iterator[None]:
-    """In it, a signal to end interrupts nothing: `heed` hears it."""
+    """Context in which signals to end do not interrupt; `heed` acts on them."""
     numbers = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
     before = [signal.signal(number, lambda own, _: _told.append(own)) for number in numbers]
     try:
@@ -30,13 +31,13 @@ def between_steps() -> Iterator[None]:
 
 
 def heed() -> None:
-    """Fails when this process was told to end."""
+    """Raises Failed when a signal to end was received."""
     if _told:
         raise Failed("interrupted by %s" % signal.Signals(_told[0]).name)
 
 
 def attempt(*words: str, typed: str = "") -> tuple[int, str, str]:
-    """Exit status and what was written to standard output and standard error."""
+    """Runs a program and returns exit status, standard output and standard error."""
     try:
         return programs.run(words, typed=typed, patience=LONGEST)
     except Refused as problem:
@@ -44,7 +45,7 @@ def attempt(*words: str, typed: str = "") -> tuple[int, str, str]:
 
 
 def output(*words: str, typed: str = "") -> str:
-    """What a program writes; Failed when it does not succeed."""
+    """Runs a program and returns its output; Failed when it does not succeed."""
     status, text, errors = attempt(*words, typed=typed)
     if status != 0:
         raise Failed("%s: %s" % (" ".join(words[:3]), errors.strip() or "status %d" % status))

@@ -1,6 +1,5 @@
-"""What Debian's packages bring and write themselves, so that it can be told from what an
-administrator has configured. Everything is read on the machine, so that it is right for the
-versions that are installed."""
+"""What Debian's packages install and write themselves, to tell it from an administrator's
+configuration. Read from the machine, so that it fits the installed versions."""
 import hashlib
 import os
 
@@ -11,8 +10,7 @@ UCF_DIGESTS = "/var/lib/ucf/hashfile"
 MAIN_CF = ("/usr/share/postfix/main.cf.debian", "/usr/share/postfix/main.cf.tls")
 MASTER_CF = "/usr/share/postfix/master.cf.dist"
 
-# What postinst of Postfix writes into main.cf, whatever debconf is answered: facts about the
-# machine, and values from a few.
+# Parameters that the postinst of Postfix writes into main.cf whatever debconf is answered.
 FACTS = {"myhostname", "mydomain", "myorigin", "mydestination", "alias_maps", "alias_database",
          "mailbox_size_limit", "recipient_delimiter", "inet_protocols", "readme_directory",
          "html_directory"}
@@ -31,7 +29,7 @@ ANSWERS = {
 
 
 def parameters(files: tuple = MAIN_CF) -> dict:
-    """Parameters of the main.cf that the package starts from, with their values."""
+    """The parameters, with values, of the main.cf that the package starts from."""
     found = {}
     for path in files:
         for line in _text(path).splitlines():
@@ -42,42 +40,42 @@ def parameters(files: tuple = MAIN_CF) -> dict:
 
 
 def is_debians(name: str, value: str, brought: dict) -> bool:
-    """Whether a parameter of Postfix is what the installation of the package has written."""
+    """Whether a parameter of Postfix has a value that the package's installation writes."""
     return name in FACTS or value in ANSWERS.get(name, ()) or brought.get(name) == value
 
 
 def digests_of_ucf(path: str = UCF_DIGESTS) -> dict:
-    """MD5 of the files that ucf looks after, as their packages brought them."""
+    """MD5 of the files under ucf, as their packages installed them."""
     pairs = (line.partition("  ") for line in _text(path).splitlines())
     return {name: digest for digest, _, name in pairs}
 
 
 def conffiles() -> dict:
-    """Package and MD5 of every conffile by its path, as the packages brought them."""
+    """Package and MD5 of each conffile, by path, as the packages installed them."""
     return parse_conffiles(output("dpkg-query", "-W", "-f", "${Package}\\n${Conffiles}\\n"))
 
 
 def parse_conffiles(text: str) -> dict:
-    """From lines with a package's name, each followed by " path digest" for its conffiles."""
+    """Parses lines with a package's name, each followed by " path digest" for its conffiles."""
     found, package = {}, ""
     for line in text.splitlines():
         words = line.split()
         if len(words) == 1:
             package = words[0]
-        elif len(words) == 2:  # a third word says that it is no longer the package's
+        elif len(words) == 2:  # a third word means that it is obsolete
             found[words[0]] = (package, words[1])
     return found
 
 
 def is_as_brought(path: str, digest: str) -> bool:
-    """Whether a file is there with the bytes of a digest."""
+    """Whether a file exists with this MD5."""
     data = content(path)
     return data is not None and hashlib.md5(data, usedforsecurity=False).hexdigest() == digest
 
 
 def came_along() -> set:
-    """Packages that are installed because of ours alone: those that apt would take away with it.
-    Nobody asked for them by name, and nothing else needs, recommends or suggests them."""
+    """Packages that are installed only as dependencies of mailvane: those that apt would remove
+    with it."""
     status, text, _ = attempt("apt-get", "--simulate", "-o", "Debug::NoLocking=1", "autoremove",
                               "mailvane")
     lines = text.splitlines() if status == 0 else []
@@ -85,7 +83,7 @@ def came_along() -> set:
 
 
 def files_below(folder: str) -> list:
-    """All files of a folder and of those in it."""
+    """All files in a folder and its subfolders."""
     return [os.path.join(top, name) for top, _, names in os.walk(folder) for name in names]
 
 

@@ -1,5 +1,5 @@
-"""What is remembered of a machine that was taken over: etc/adopted/manifest.json. The control
-scripts take the folder itself for the sign that the mail services are ours."""
+"""The state of the hand-over: etc/adopted/manifest.json. The existence of the folder tells the
+control scripts that the package controls the machine's mail services."""
 import json
 import os
 import shutil
@@ -11,7 +11,7 @@ ADOPTING, ADOPTED, REMOVING = "adopting", "adopted", "removing"
 
 
 class State:
-    """The manifest in a package's etc/adopted; empty when nothing was taken over."""
+    """The manifest in etc/adopted; empty when nothing was handed over."""
 
     def __init__(self, folder: str) -> None:
         self.folder = folder
@@ -20,21 +20,22 @@ class State:
         self.values = json.loads(files.content(self._path) or "{}")
 
     def phase(self) -> str:
-        """ADOPTING or REMOVING when that was cut short, ADOPTED, or "" for neither."""
+        """ADOPTING or REMOVING when interrupted in that, ADOPTED, or "" when not handed over."""
         return self.values.get("state", "")
 
     def exists(self) -> bool:
-        """Whether anything was begun."""
+        """Whether a hand-over was begun."""
         return os.path.isdir(self.folder)
 
     def store(self, **values: object) -> None:
-        """Remembers values, and that before it returns."""
+        """Adds values and writes them to disk."""
         self.values.update(values)
         text = json.dumps(self.values, indent=1, sort_keys=True).encode()
         if self.exists():
             files.replace(self._path, text, 0o600)
             return
-        # The folder is never without a manifest: who finds it stops the machine's mail services.
+        # The folder appears together with its manifest, since its existence stops the machine's own
+        # services.
         new = self.folder + ".new"
         shutil.rmtree(new, ignore_errors=True)
         os.mkdir(new, 0o700)
@@ -42,7 +43,8 @@ class State:
         self._rename(new, self.folder)
 
     def forget(self, keep_originals: bool) -> str:
-        """Ends it; with the originals put aside, gives the folder where they are then."""
+        """Removes the state. With `keep_originals`, moves the originals aside and returns their
+        folder."""
         kept = ""
         if keep_originals and os.path.isdir(self.originals):
             kept = _free_name(os.path.dirname(self.folder) + "/originals")

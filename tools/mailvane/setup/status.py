@@ -7,7 +7,7 @@ from mailvane.setup import app, originals
 WORDS = ""
 SUMMARY = "what was handed over and since when, and who serves the mail"
 OPTIONS: list[str] = []
-# What shows the configuration that a server has read.
+# The file in /proc that shows which configuration a server has read.
 SERVERS = (("SMTP", "postfix", "environ"), ("mailboxes", "dovecot", "cmdline"))
 OURS = b"/var/packages/Mailvane/etc/generated/current/"
 PHASES = {"adopted": "handed over since %s", "": "not handed over",
@@ -16,7 +16,7 @@ PHASES = {"adopted": "handed over since %s", "": "not handed over",
 
 
 def run(session: app.Session, _: set[str], words: list[str]) -> int:
-    """Prints it."""
+    """Prints the status."""
     if words:
         raise Usage("status takes no %s" % words[0])
     phase = session.state.phase()

@@ -1,4 +1,5 @@
-"""Looks a machine's own mail server over: what can be taken over, what not, what would be lost."""
+"""Surveys the machine's own mail server: what can be taken over, what cannot, what would be lost.
+"""
 import os
 import pwd
 import socket
@@ -9,19 +10,19 @@ from mailvane.setup.findings import Findings
 from mailvane.setup.postfix import Postfix
 
 MAIL_SPOOL = "/var/mail"
-OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of a Dovecot nobody has configured
-OWN_RULES = (".forward", ".procmailrc")  # files in a home that say what becomes of mail
+OLD_PLACES = [MAIL_SPOOL + "/{0.pw_name}", "{0.pw_dir}/mail"]  # of an unconfigured Dovecot
+OWN_RULES = (".forward", ".procmailrc")  # files in a home directory that redirect mail
 MEGABYTE, LARGEST = 1 << 20, 2000
 QUEUE = "/var/spool/postfix"
 
-# What people get where nobody has said anything else; the ports are the settings' defaults.
+# The settings where nobody has configured anything; ports are the defaults.
 PEOPLE_SEND = {"smtp_tls_enabled": True}
 PEOPLE_READ = {"imap_enabled": True, "imaps_enabled": True}
 
-# Parameters that are taken over, or that our own configuration has an answer to.
+# Parameters that are taken over, or that the generated configuration sets itself.
 COVERED = {
     "alias_database", "alias_maps", "append_dot_mydomain", "biff", "compatibility_level",
-    "disable_vrfy_command", "home_mailbox", "inet_protocols", "local_recipient_maps",
+    "home_mailbox", "inet_protocols", "local_recipient_maps",
     "mailbox_size_limit", "message_size_limit", "mydestination", "mydomain", "myhostname",
     "mynetworks_style", "myorigin", "queue_directory", "readme_directory", "recipient_delimiter",
     "relayhost", "smtp_sasl_auth_enable", "smtp_sasl_password_maps", "smtp_sasl_security_options",
@@ -35,12 +36,13 @@ COVERED = {
     "alternate_config_directories", "html_directory", "manpage_directory", "sample_directory",
     "daemon_directory", "command_directory", "mail_owner", "setgid_group", "sendmail_path",
     "mailq_path", "newaliases_path"}
+AS_OURS = {"disable_vrfy_command": "yes"}
 SECRET_PARTS = ("passw", "_pw", "secret")  # of names of parameters
 
 
 def survey(administrator: str, packages: set) -> Findings:
-    """Looks at the configurations in /etc/postfix and /etc/dovecot; `packages` are those that came
-    along with ours."""
+    """Examines the configurations in /etc/postfix and /etc/dovecot; `packages` are those installed
+    as dependencies of mailvane."""
     findings = Findings()
     sender, boxes = postfix.read(), dovecot.read()
     if sender:
@@ -68,6 +70,7 @@ def _look_at_postfix(sender: Postfix, administrator: str, findings: Findings) ->
     own = domains.find(sender, findings)
     domains.take_over(own, findings)
     take_limits(sender, findings)
+    ports.take_logins(sender, findings)
     relay.take_over(sender, findings)
     take_doors(sender, brought, postfix.has_shipped_doors(sender), findings)
     routing = aliases.Routing(own, accounts.is_mail_user)
@@ -79,8 +82,8 @@ def _look_at_postfix(sender: Postfix, administrator: str, findings: Findings) ->
 
 def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
                findings: Findings) -> None:
-    """Finds what is open to whom. What Debian's installation alone has opened or kept shut is
-    nobody's wish."""
+    """Finds which services are open to whom. What only Debian's installation has opened or closed
+    is not taken over."""
     if as_shipped:
         findings.smtp.update(PEOPLE_SEND)
     else:
@@ -98,7 +101,7 @@ def take_doors(sender: postfix.Postfix, brought: dict, as_shipped: bool,
 
 
 def take_limits(sender: Postfix, findings: Findings) -> None:
-    """Finds the greatest size of a message."""
+    """Finds the largest size of a message."""
     size = sender.text("message_size_limit")
     if "message_size_limit" in sender.given and size.isdigit():
         megabytes = -(-int(size) // MEGABYTE) or LARGEST
@@ -113,7 +116,7 @@ def _own_programs_relay(sender: Postfix) -> bool:
 
 
 def look_at_delivery(sender: Postfix, findings: Findings) -> None:
-    """Finds mailboxes and queues that ours would not look into."""
+    """Finds mailboxes and queues that the package would not read."""
     if sender.text("virtual_mailbox_domains") or sender.text("virtual_mailbox_maps"):
         findings.stop("virtual_mailbox_domains: here mailboxes belong to the machine's accounts")
     home, queue = sender.text("home_mailbox"), sender.text("queue_directory")
@@ -126,16 +129,16 @@ def look_at_delivery(sender: Postfix, findings: Findings) -> None:
 
 
 def leave_others(sender: postfix.Postfix, brought: dict, findings: Findings) -> None:
-    """Names the parameters that nothing is made of."""
+    """Adds lines about the parameters that are not taken over."""
     for name, value in sender.given.items():
-        if name in COVERED or shipped.is_debians(name, value, brought):
+        if name in COVERED or AS_OURS.get(name) == value or shipped.is_debians(name, value, brought):
             continue
         secret = any(part in name for part in SECRET_PARTS)
         findings.leave("main.cf: %s = %s" % (name, "(not shown)" if secret else value))
 
 
 def _look_at_mail(places: list[str], findings: Findings) -> None:
-    """Mail that lies where our Dovecot does not look, and what the users' own files ask for."""
+    """Finds mail where our Dovecot does not look, and users' own files that redirect mail."""
     users = [user for user in pwd.getpwall() if accounts.serves(user)]
     for path in (place.format(user) for user in users for place in places):
         if _has_bytes(path):
@@ -148,7 +151,7 @@ def _look_at_mail(places: list[str], findings: Findings) -> None:
 
 
 def _has_bytes(path: str) -> bool:
-    """Whether mail is there: in a file, or in a folder of files."""
+    """Whether there is mail: in a file, or in a folder of files."""
     try:
         return bool(os.listdir(path) if os.path.isdir(path) else os.path.getsize(path))
     except OSError:

@@ -1,24 +1,24 @@
-"""Lookup tables that are made from texts: the texts, line by line."""
+"""Texts of Postfix's lookup tables, parsed line by line."""
 
 MADE_FROM_TEXT = ("hash", "btree", "dbm", "sdbm", "cdb", "lmdb", "texthash")
 
 
 class Unreadable(Exception):
-    """A table that is not made from a text, or whose text cannot be read."""
+    """The table is not made from a text file, or the file cannot be read."""
 
 
 def source_of(table: str) -> str:
-    """The text that a table is made from."""
+    """The path of the text file of a table."""
     kind, colon, path = table.removeprefix("proxy:").partition(":")
     if not colon or kind not in MADE_FROM_TEXT:
-        # What stands in the parameter itself may be a password.
+        # An inline table may have a password in it, so only its type is shown.
         shown = table if path.startswith("/") else kind + ":..."
         raise Unreadable("%s is not made from a text" % shown)
     return path
 
 
 def text_of(path: str) -> str:
-    """What stands in a text file."""
+    """The text of a file."""
     try:
         with open(path, encoding="utf-8", errors="surrogateescape") as file:
             return file.read()
@@ -27,7 +27,7 @@ def text_of(path: str) -> str:
 
 
 def logical_lines(text: str) -> list[str]:
-    """Lines without comments; those that begin with a blank go on from the one before."""
+    """Lines without comments; a line that begins with a blank continues the previous one."""
     lines: list[str] = []
     for line in text.splitlines():
         if not line.strip() or line.lstrip().startswith("#"):
@@ -56,7 +56,7 @@ def alias_rows(text: str) -> list[tuple[str, list[str]]]:
 
 
 def members(text: str) -> list[str]:
-    """The members of a list that commas separate outside of quotes, without the quotes."""
+    """The members of a list, separated by commas outside of quotes; quotes are removed."""
     items, quoted = [""], False
     for sign in text:
         if sign == '"':

@@ -1,17 +1,18 @@
-"""The machine's units: which of them give way to ours, drop-ins, states before and after."""
+"""systemd units of the machine: replacing them by the package's, drop-ins, and their previous
+states."""
 import os
 from collections.abc import Sequence
 
 from mailvane.common import daemons, files
 from mailvane.setup.run import output
 
-DROP_INS = ("dovecot.service", "postfix@-.service")  # in the order in which they are put in place
+DROP_INS = ("dovecot.service", "postfix@-.service")  # in the order of installation
 MAIL = ("postfix.service", "postfix@-.service", "dovecot.socket", "dovecot.service")
-# Filters of which we run instances of our own.
+# Filters of which the package runs its own instances.
 FILTERS = ("amavis.service", "amavis-mc.service", "opendkim.service", "opendmarc.service",
            "clamav-daemon.socket", "clamav-daemon.service", "clamav-freshclam.service")
 OVERRIDES = "/etc/systemd/system"
-WITHOUT_UNIT = "generated"  # made at boot from a script in /etc/init.d: there is no link to remove
+WITHOUT_UNIT = "generated"  # from a script in /etc/init.d, so it cannot be disabled by a link
 
 
 def has_systemd() -> bool:
@@ -20,7 +21,7 @@ def has_systemd() -> bool:
 
 
 def states(more: tuple = ()) -> dict:
-    """What each unit is, and more than those of the mail services: whether enabled for the next
+    """The states of the mail services' units, and of the units `more`: whether enabled for the
     boot, and whether active."""
     ours = [daemon["unit"] for daemon in daemons.mail() if daemon["unit"].startswith("mailvane-")]
     names = (*MAIL, *FILTERS, *ours, *more)
@@ -29,7 +30,7 @@ def states(more: tuple = ()) -> dict:
 
 
 def parse(text: str) -> dict[str, dict]:
-    """From `systemctl show` to states by name, of the units that there are."""
+    """Parses `systemctl show`: states by name, of the units that exist."""
     found = {}
     for block in text.split("\n\n"):
         row = dict(line.split("=", 1) for line in block.splitlines() if "=" in line)
@@ -40,8 +41,8 @@ def parse(text: str) -> dict[str, dict]:
 
 
 def give_way(before: dict, companions: tuple = ()) -> None:
-    """Stops the machine's own daemons, and those that came along with packages. They are not
-    started at the next boot either; for the mail servers that is up to the stored settings."""
+    """Stops the machine's own daemons and the companions, and disables them for the boot. The mail
+    servers' units stay enabled as the stored settings ask."""
     others = (*FILTERS, *companions)
     _switch("disable", [unit for unit in others if _is(before, unit, "enabled")])
     _switch("mask", [unit for unit in companions if _is(before, unit, WITHOUT_UNIT)])
@@ -50,12 +51,12 @@ def give_way(before: dict, companions: tuple = ()) -> None:
 
 
 def filters_to_stop(before: dict[str, dict]) -> list[str]:
-    """Names of running filters that give way."""
+    """Names of the running filters that are to be stopped."""
     return [unit for unit in FILTERS if before.get(unit, {}).get("active")]
 
 
 def restore(before: dict[str, dict]) -> None:
-    """Brings all units to the states that they had."""
+    """Brings all units back to their previous states."""
     now = states(tuple(before))
     _switch("unmask", [unit for unit in now
                        if _is(before, unit, WITHOUT_UNIT) and _is(now, unit, "masked")])
@@ -73,12 +74,12 @@ def _is(found: dict[str, dict], unit: str, wanted: str) -> bool:
 
 def _switch(verb: str, names: Sequence[str]) -> None:
     if names:
-        # What stands in for units on machines of another kind stays.
+        # Scripts in /etc/init.d keep their links.
         output("env", "SYSTEMCTL_SKIP_SYSV=1", "systemctl", "--quiet", verb, *names)
 
 
 def place_drop_ins(target: str, *names: str) -> None:
-    """Makes units run with the generated configuration."""
+    """Installs drop-ins, so that the units use the generated configuration."""
     for unit in names:
         folder = "%s/%s.d" % (OVERRIDES, unit)
         os.makedirs(folder, 0o755, exist_ok=True)
@@ -88,13 +89,13 @@ def place_drop_ins(target: str, *names: str) -> None:
 
 
 def remove_drop_ins() -> None:
-    """Makes the units run as their packages brought them."""
+    """Removes the drop-ins."""
     for unit in DROP_INS:
         folder = "%s/%s.d" % (OVERRIDES, unit)
         files.remove(folder + "/mailvane.conf")
         try:
             os.rmdir(folder)
         except OSError:
-            pass  # not there, or the administrator has drop-ins of his own
+            pass  # missing, or with other drop-ins of the administrator
     output("systemctl", "daemon-reload")
 

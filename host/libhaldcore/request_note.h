@@ -1,0 +1,18 @@
+// What the services must know of the request that they serve, beyond the settings that it names.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+struct RequestNote {
+    std::string action;          ///< empty where no request is served
+    bool typesPassword = false;  ///< the password in it was typed, not left as the form showed it
+};
+
+/// Sets what is known; it holds for the rest of the process.
+void NoteRequest(const RequestNote& note);
+
+const RequestNote& NotedRequest();
+
+}  // namespace host

@@ -1,0 +1,429 @@
+// Saves as transactions: the real checks of Postfix and Dovecot, control scripts that only record.
+// Each request runs in a process of its own, as in life.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <tuple>
+
+#include "host/libhaldcore/key_value_file.h"
+#include "host/libhaldcore/lock.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/list_change.h"
+#include "host/libmailvane/save/recovery.h"
+#include "host/libmailvane/save/transaction.h"
+#include "platform/mailvane/alias.h"
+#include "platform/mailvane/bcc.h"
+#include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/postfix.h"
+#include "platform/mailvane/sender_quota.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kPackage = "/var/packages/Mailvane";
+const fs::path kCalls = "/tmp/calls";
+constexpr int kKilled = 9;
+
+void WriteFile(const fs::path& path, const std::string& text)
+{
+    std::ofstream(path) << text;
+}
+
+std::string ReadText(const fs::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+/// What `body` returns, 0 or negative, from a process of its own; `kKilled` when that was killed.
+int InRequest(const std::function<int()>& body)
+{
+    const pid_t child = fork();
+    if (child == 0) _exit(body() < 0 ? 1 : 0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? kKilled : -WEXITSTATUS(status);
+}
+
+/// What the next writer does first.
+int Recover()
+{
+    return InRequest([] { return host::Status(host::save::WriteScope().ready()); });
+}
+
+/// A request that changes settings of the SMTP server.
+int SaveIn(const std::function<void(Postfix&)>& change, const std::list<Callback>& steps = {})
+{
+    return InRequest([&] {
+        const host::ScopedLock lock;
+        Postfix postfix;
+        if (postfix.LoadSettings() < 0) return -2;
+        change(postfix);
+        return postfix.SaveSettings(steps);
+    });
+}
+
+int Save(const char* name, const boost::any& value, const std::list<Callback>& steps = {})
+{
+    return SaveIn([&](Postfix& postfix) { postfix.Set(name, value); }, steps);
+}
+
+int Rename(const char* name, const std::list<Callback>& steps = {})
+{
+    return Save("smtp_hostname", Value<std::string>(name), steps);
+}
+
+int RequireHelo(const std::list<Callback>& steps = {})
+{
+    return Save("require_helo", Value<bool>(true), steps);
+}
+
+const Callback kKills{"killed", [](const std::string&) { return raise(SIGKILL); }, ""};
+
+std::string StoredValue(const char* name)
+{
+    const auto file = host::KeyValueFile::Read(kPackage / "etc/mailvane.conf");
+    return file ? file->Get(name).value_or("(none)") : "(no file)";
+}
+
+/// The calls of control scripts since the last look.
+std::string Calls()
+{
+    const std::string calls = ReadText(kCalls);
+    fs::remove(kCalls);
+    return calls;
+}
+
+std::string MainCf()
+{
+    return ReadText(kPackage / "etc/generated/current/postfix/main.cf");
+}
+
+/// Every file of the package's state: what a refused save leaves as it was.
+std::map<std::string, std::string> Everything()
+{
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(kPackage / "etc")) {
+        if (entry.is_symlink()) files[entry.path()] = fs::read_symlink(entry.path());
+        if (entry.is_regular_file()) files[entry.path()] = ReadText(entry.path());
+    }
+    return files;
+}
+
+class SaveTransaction : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (std::getenv("MAILVANE_IN_WORLD") == nullptr) GTEST_SKIP() << "needs a private machine";
+
+        fs::remove_all(kPackage);
+        fs::remove("/tmp/fail");
+        for (const char* folder : {"etc/generated", "etc/local.d", "target/scripts"}) {
+            fs::create_directories(kPackage / folder);
+        }
+        fs::create_directories("/var/log/mailvane");
+        for (const char* name :
+             {"postfix.sh", "dovecot.sh", "opendkim.sh", "opendmarc.sh", "mailscanner.sh"}) {
+            const fs::path script = kPackage / "target/scripts" / name;
+            WriteFile(script,
+                      "#!/bin/sh\necho $(basename $0 .sh) $1 >>/tmp/calls\n"
+                      "[ ! -e /tmp/kill ] || { rm /tmp/kill; kill -9 $PPID; }\n"
+                      "[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; }\n");
+            chmod(script.c_str(), 0755);
+        }
+        ASSERT_EQ(InRequest([] { return host::Status(host::save::RenderAll()); }), 0);
+        // The first request makes the account databases and what follows from them.
+        ASSERT_EQ(Rename("old.example"), 0);
+        fs::remove(kCalls);
+    }
+};
+
+TEST_F(SaveTransaction, KeepsWhatAnotherObjectSavedSinceTheLoad)
+{
+    EXPECT_EQ(SaveIn([](Postfix& postfix) {
+                  ImapPop3 mailbox;
+                  EXPECT_EQ(mailbox.LoadSettings(), 0);
+                  mailbox.Set("imap_port", Value<int>(1143));
+                  EXPECT_EQ(mailbox.SaveSettings({}), 0);
+                  postfix.Set("require_helo", Value<bool>(true));
+              }),
+              0);
+    EXPECT_EQ(StoredValue("imap_port"), "1143");
+    EXPECT_EQ(StoredValue("require_helo"), "yes");
+}
+
+TEST_F(SaveTransaction, RefusesBadValuesAndFilesWithoutChangingAnything)
+{
+    const struct {
+        const char* name;
+        boost::any value;
+        const char* fragment;  ///< the administrator's file meanwhile
+        const char* file = "main.cf";
+    } rows[] = {
+        {"smtp_port", Value<int>(587), ""},  // the port of submission
+        {"smtp_port", Value<std::string>("26"), ""},
+        {"smtp_hostname", Value<std::string>("a.example\nrelayhost = evil.example"), ""},
+        {"no_such_setting", Value<bool>(true), ""},
+        {"imap_port", Value<int>(1143), ""},  // another object's
+        {"require_helo", Value<bool>(true), "canonical_maps = pcre:/nowhere/map\n"},
+        {"require_helo", Value<bool>(true), "default_process_limit = many\n"},
+        {"require_helo", Value<bool>(true), "a line that is none\n"},
+        {"require_helo", Value<bool>(true), "25 inet n - n - - smtpd\n", "master.cf"},
+        {"require_helo", Value<bool>(true), "no_such_setting = yes\n", "own.dovecot.conf"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name + std::string(" ") + row.fragment);
+        WriteFile(kPackage / "etc/local.d" / row.file, row.fragment);
+        const auto before = Everything();
+        EXPECT_LT(Save(row.name, row.value), 0);
+        EXPECT_EQ(Everything(), before);
+        EXPECT_EQ(Calls(), "");
+        fs::remove(kPackage / "etc/local.d" / row.file);
+    }
+}
+
+TEST_F(SaveTransaction, TakesTheSaveBackWhenAStepFails)
+{
+    const auto before = Everything();
+    WriteFile("/tmp/fail", "");
+    EXPECT_LT(Rename("new.example", {{"postfix", &Postfix::Service, "start"}}), 0);
+    EXPECT_EQ(Everything(), before);
+    EXPECT_EQ(Calls(), "postfix start\npostfix restart\ndovecot restart\n");
+}
+
+TEST_F(SaveTransaction, RunsNoStepAfterOneThatFailsAndNeverRepeatsOneThatIsNoService)
+{
+    const Callback restart{"dovecot", &ImapPop3::Service, "restart"};
+    const Callback fails{"fails", [](const std::string&) { return -1; }, ""};
+    EXPECT_LT(RequireHelo({restart, fails, {"postfix", &Postfix::Service, "stop"}}), 0);
+    EXPECT_EQ(Calls(), "dovecot restart\ndovecot restart\npostfix restart\n");
+    EXPECT_EQ(StoredValue("require_helo"), "no");
+}
+
+TEST_F(SaveTransaction, AKilledSaveIsFinishedByTheNextWriter)
+{
+    EXPECT_EQ(Rename("new.example", {kKills}), kKilled);
+    EXPECT_EQ(StoredValue("smtp_hostname"), "new.example");
+    EXPECT_EQ(InRequest([] { return Postfix().LoadSettings(); }), 0);
+    EXPECT_EQ(Calls(), "") << "a reader leaves it alone";
+    EXPECT_EQ(Recover(), 0);
+    EXPECT_EQ(Calls(), "dovecot restart\npostfix restart\n");
+    EXPECT_FALSE(fs::exists(kPackage / "etc/generated/pending"));
+    EXPECT_NE(MainCf().find("myhostname = new.example"), std::string::npos);
+}
+
+TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer)
+{
+    // The DMARC checker needs the verifier, and no step speaks for that.
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
+    EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\npostfix restart\n");
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_EQ(Calls(), "postfix restart\n");
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(false)), 0);
+    EXPECT_EQ(Calls(), "postfix restart\nopendkim restart\nopendmarc restart\npostfix restart\n")
+        << "a filter that ends is called no more by then";
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(true)), 0);
+    (void)Calls();
+    EXPECT_EQ(Save("enable_dmarc", Value<bool>(false), {kKills}), kKilled);
+    EXPECT_EQ(Calls(), "postfix restart\n");
+    EXPECT_EQ(Recover(), 0);
+    EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
+}
+
+TEST_F(SaveTransaction, PortsThatChangeAreOpenedAndOthersLeaveThePacketFilterAlone)
+{
+    const fs::path rules = kPackage / "etc/firewall.nft";
+    EXPECT_EQ(Save("smtp_port", Value<int>(2525)), 0);
+    EXPECT_NE(ReadText(rules).find(" 2525 } accept"), std::string::npos) << ReadText(rules);
+    fs::remove(rules);
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_FALSE(fs::exists(rules));
+}
+
+TEST_F(SaveTransaction, ADaemonThatDoesNotComeUpAfterAKillDoesNotBlockTheSaveThatMendsIt)
+{
+    EXPECT_EQ(Save("smtp_port", Value<int>(1025), {kKills}), kKilled);
+    WriteFile("/tmp/fail", "");
+    EXPECT_EQ(Save("smtp_port", Value<int>(1026)), 0);
+    EXPECT_EQ(StoredValue("smtp_port"), "1026");
+    EXPECT_FALSE(fs::exists("/tmp/fail"));
+}
+
+TEST_F(SaveTransaction, ASaveKilledBeforeItsCommitLeavesNothingBehind)
+{
+    const auto before = Everything();
+    const std::string current = host::generation::CurrentGeneration();
+    // What a kill between the mark and the commit leaves: the mark and a whole generation.
+    fs::copy(host::generation::GenerationDirectory(current),
+             host::generation::GenerationDirectory("gen-000099"), fs::copy_options::recursive);
+    WriteFile(kPackage / "etc/generated/pending", "before=\"" + current + "\"\n");
+
+    EXPECT_EQ(Recover(), 0);
+    EXPECT_EQ(Everything(), before);
+    // It may have come back from its steps, so the daemons are asked to look again.
+    EXPECT_NE(Calls().find("postfix restart\n"), std::string::npos);
+}
+
+TEST_F(SaveTransaction, KeepsAFileThatSomebodyEditedAside)
+{
+    const fs::path main = kPackage / "etc/generated/current/postfix/main.cf";
+    const std::string edited = ReadText(main) + "relayhost = edited.example\n";
+    const std::string generation = host::generation::CurrentGeneration();
+    fs::remove(main);
+    WriteFile(main, edited);
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_EQ(MainCf().find("edited.example"), std::string::npos);
+    EXPECT_EQ(ReadText(kPackage / "etc/edited" / (generation + "-postfix-main.cf")), edited);
+}
+
+TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwitchedOff)
+{
+    const auto save = [](bool auth, const char* password) {
+        return SaveIn([=](Postfix& postfix) {
+            postfix.Set("smtp_relay_auth", Value<bool>(auth));
+            postfix.Set("smtp_relay_password", Value<std::string>(password));
+        });
+    };
+    EXPECT_EQ(save(true, " secret \"x\" "), 0);
+    EXPECT_EQ(save(true, ""), 0);
+    EXPECT_EQ(InRequest([] {
+                  Postfix postfix;
+                  if (postfix.LoadSettings() < 0) return -1;
+                  const boost::any stored = postfix.Get("smtp_relay_password");
+                  return boost::any_cast<Value<std::string>>(stored).get() == " secret \"x\" " ? 0
+                                                                                               : -1;
+              }),
+              0);
+    EXPECT_EQ(save(false, ""), 0);
+    EXPECT_EQ(StoredValue("smtp_relay_password"), "");
+    for (const auto& [path, bytes] : Everything()) {
+        EXPECT_EQ(bytes.find("secret"), std::string::npos) << path;
+    }
+    struct stat info {};
+    ASSERT_EQ(stat((kPackage / "etc/mailvane.conf").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777U, 0600U);
+}
+
+TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
+{
+    const auto save = [](const char* takesOver) {
+        return SaveIn([=](Postfix& postfix) {
+            if (takesOver != nullptr) setenv("MAILVANE_TAKES_OVER", takesOver, 1);
+            postfix.Set("smtp_relay_enabled", Value<bool>(true));
+            postfix.Set("smtp_relay_server", Value<std::string>("relay.example"));
+            postfix.Set("smtp_relay_auth", Value<bool>(true));
+            postfix.Set("smtp_relay_password", Value<std::string>("secret"));
+        });
+    };
+    EXPECT_EQ(save("relay logins"), 0);
+    EXPECT_EQ(Rename("other.example"), 0);
+    EXPECT_NE(MainCf().find("\nsmtp_tls_security_level = encrypt\n"), std::string::npos);
+    EXPECT_EQ(StoredValue("smtp_port_logins"), "yes");
+    EXPECT_EQ(save(nullptr), 0);
+    EXPECT_NE(MainCf().find("\nsmtp_tls_security_level = secure\n"), std::string::npos);
+}
+
+TEST_F(SaveTransaction, NothingButAnAddressBecomesTheCopyOfAllMail)
+{
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"a.example", "archive$biff@old.example", " archive$biff@old.example\n"},
+        {"b.example", "a b, |/bin/sh", ""}};
+    for (const auto& [name, address, target] : rows) {
+        auto file = host::KeyValueFile::Read(kPackage / "etc/mailvane.conf");
+        file->Set("always_bcc", address);
+        file->Write(kPackage / "etc/mailvane.conf", 0600);
+        EXPECT_EQ(Rename(name), 0);
+        const std::string map =
+            ReadText(kPackage / "etc/generated/current/postfix/maps/always_bcc");
+        EXPECT_EQ(map.substr(std::min(map.find(' '), map.size())), target);
+        EXPECT_EQ(MainCf().find("\nalways_bcc =\n") == std::string::npos, *target != '\0');
+    }
+}
+
+/// Changes of lists that are in force when they return, by the file that each fills.
+const struct {
+    const char* file;
+    int (*change)(const char* name);
+} kListChanges[] = {
+    {"postfix/maps/aliases",
+     [](const char* name) {
+         Alias alias;
+         const bool added = alias.load() == 0 && alias.addMember(name, {{"bob", 0}}) == 0;
+         return added ? alias.save() : -2;
+     }},
+    {"postfix/maps/sender_bcc",
+     [](const char* name) { return BCC::getInstance()->addBCC(BCC_SENDER, name, "bob"); }},
+    {"policy/limits",
+     [](const char* name) {
+         const bool set = SenderQuota::Set(name, 7) == 0;
+         return set ? SenderQuota::GenerateConfig() : -2;
+     }},
+};
+
+std::string InForce(const char* file)
+{
+    return ReadText(kPackage / "etc/generated/current" / file);
+}
+
+TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
+{
+    for (const auto& list : kListChanges) {
+        SCOPED_TRACE(list.file);
+        ASSERT_EQ(InRequest([&] { return list.change("first"); }), 0);
+        EXPECT_EQ(Calls(), "postfix restart\n");
+        const std::string before = InForce(list.file);
+        EXPECT_NE(before.find("first"), std::string::npos);
+
+        const auto everything = Everything();
+        WriteFile("/tmp/fail", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), -1);
+        EXPECT_EQ(Everything(), everything);
+        EXPECT_EQ(Calls(), "postfix restart\npostfix restart\n");
+
+        WriteFile("/tmp/kill", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), kKilled);
+        EXPECT_NE(InForce(list.file), before);
+        Calls();
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(list.file), before);
+        EXPECT_FALSE(fs::exists(kPackage / "etc/generated/pending"));
+        EXPECT_EQ(Calls(), "postfix restart\n");
+
+        ASSERT_EQ(InRequest([&] { return list.change("third"); }), 0);
+        EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
+        EXPECT_EQ(Calls(), "postfix restart\n");
+    }
+}
+
+TEST_F(SaveTransaction, LostListsStayInForceAndKeepTheirChangesAway)
+{
+    const fs::path aliases = kPackage / "etc/alias.db";
+    ASSERT_EQ(InRequest([] { return kListChanges[0].change("first"); }), 0);
+    const std::string before = InForce(kListChanges[0].file);
+    const std::function<void()> losses[] = {[&] { WriteFile(aliases, std::string(9000, 'x')); },
+                                            [&] { WriteFile(aliases, ""); },
+                                            [&] { fs::remove(aliases); }};
+    for (const auto& lose : losses) {
+        lose();
+        EXPECT_EQ(InRequest([] { return Postfix().LoadSettings(); }), 0);
+        EXPECT_LT(InRequest([] { return kListChanges[0].change("second"); }), 0);
+        EXPECT_EQ(Save("require_helo", Value<bool>(true)), 0);
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(kListChanges[0].file), before);
+    }
+    EXPECT_EQ(InRequest([] { return host::Status(host::save::RepairLists()); }), 0);
+    EXPECT_EQ(InForce(kListChanges[0].file), "");
+    EXPECT_EQ(InRequest([] { return kListChanges[0].change("second"); }), 0);
+}
+
+}  // namespace

@@ -1,0 +1,432 @@
+// Runs of the collector over logs: what lands in the database, and that it lands there once.
+#include <unistd.h>
+#include <zlib.h>
+
+#include <csignal>
+#include <iterator>
+#include <memory>
+
+#include "tests/host/libmailvane/maillog/machine.h"
+#include "tools/maillog_collector/collector.h"
+#include "tools/maillog_collector/damaged_log.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class CollectorRuns : public LogMachine {
+protected:
+    void SetUp() override
+    {
+        LogMachine::SetUp();
+        ASSERT_EQ(0, setenv("TZ", "UTC", 1));
+        tzset();
+        log = host::Path(host::maillog::kPostfixLog);
+        fs::create_directories(fs::path(log).parent_path());
+    }
+
+    void Append(const std::string& text)
+    {
+        std::ofstream(log, std::ios::app | std::ios::binary) << text;
+    }
+
+    static std::string Line(const std::string& text, const std::string& day = "2026-11-21")
+    {
+        return day + "T04:16:18Z mail postfix/" + text + "\n";
+    }
+
+    /// A message of its own from its first line to its last.
+    static std::string Message(int number, const std::string& day = "2026-11-21")
+    {
+        const std::string id = "4jWf5tbbbbz" + std::to_string(1000 + number) + ": ";
+        return Line("smtpd[1]: " + id + "client=x[203.0.113.1]", day) +
+               Line("cleanup[1]: " + id + "message-id=<m" + std::to_string(number) + "@x>", day) +
+               Line("qmgr[1]: " + id + "from=<a@x.test>, size=100, nrcpt=1 (queue active)", day) +
+               Line("lmtp[1]: " + id + "to=<b@mv.test>, relay=l, delay=0, status=sent (ok)", day) +
+               Line("qmgr[1]: " + id + "removed", day);
+    }
+
+    static void Collect()
+    {
+        collector::Collector run;
+        while (run.Step()) continue;
+    }
+
+    static std::string Ask(const std::string& query,
+                           const std::string& path = host::maillog::MailLogLivePath())
+    {
+        SQLite::Database database(path, SQLite::OPEN_READWRITE);
+        SQLite::Statement statement(database, query);
+        std::string answer;
+        while (statement.executeStep()) {
+            for (int i = 0; i < statement.getColumnCount(); ++i) {
+                answer += (i > 0 ? "|" : "") + statement.getColumn(i).getString();
+            }
+            answer += '\n';
+        }
+        return answer;
+    }
+
+    /// What one recipient of one message became: status and what it counts as.
+    static std::string Entry(const std::string& id, const std::string& to)
+    {
+        return Ask("SELECT mail_from, size, status, counts_as FROM entry WHERE queue_id LIKE '" +
+                   id + "%' AND mail_to = '" + to + "'");
+    }
+
+    /// Throws when the search index and the entries disagree.
+    static void CheckSearchIndex()
+    {
+        (void)Ask("INSERT INTO entry_text (entry_text, rank) VALUES ('integrity-check', 1)");
+    }
+
+    /// All that a run leaves, but for what names the log's inode.
+    static std::string Everything()
+    {
+        return Ask("SELECT message_id, mail_from, mail_to, size, status, counts_as, date "
+                   "FROM entry ORDER BY date, message_id, mail_from, mail_to, size") +
+               Ask("SELECT * FROM totals") + Ask("SELECT * FROM tally") +
+               Ask("SELECT queue_id, root_id, state FROM message ORDER BY queue_id");
+    }
+
+    /// The lines of the sample, of which each was written by a real machine. Those that leave the
+    /// year to the reader get it.
+    static std::string Sample()
+    {
+        const std::string day = "Nov 21 ";
+        std::ifstream file(MAILVANE_SAMPLE_LOG);
+        std::string text;
+        for (std::string line; std::getline(file, line); text += line + "\n") {
+            if (line.rfind(day, 0) == 0)
+                line.replace(day.size() + 8, 0, "Z").replace(0, day.size(), "2026-11-21T");
+        }
+        return text;
+    }
+
+    /// No database and no log any more.
+    void StartAnew() const
+    {
+        fs::remove_all(host::maillog::MailLogLiveFolder());
+        fs::create_directories(host::maillog::MailLogLiveFolder());
+        fs::remove(log);
+    }
+
+    std::string log;
+};
+
+}  // namespace
+
+TEST_F(CollectorRuns, EveryKindOfRealLine)
+{
+    Append(Sample());
+    Collect();
+
+    EXPECT_EQ("0|0|6\n1|1|33\n2|2|20\n3|-1|3\n3|0|1\n3|1|1\n",
+              Ask("SELECT status, counts_as, count(*) FROM entry GROUP BY 1, 2 ORDER BY 1, 2"));
+    EXPECT_EQ("34|7|20\n", Ask("SELECT sum(inbound), sum(outbound), sum(bounce) FROM totals"));
+    EXPECT_EQ("64\n", Ask("SELECT entries FROM tally"));
+
+    const struct {
+        const char *what, *id, *to, *want;
+    } cases[] = {
+        {"alias", "4jWf5w4qCxzm4Dp", "bob@lab.test", "x@plain.test|578|1|1\n"},
+        {"passed on", "4jWf6G2KHbzm4FF", "ext@lab.test", "x@plain.test|575|3|1\n"},
+        {"its second id", "4jWf6G2KHbzm4FF", "someone@remote.test", "x@plain.test|575|0|0\n"},
+        {"bounced", "4jWf6M2n8mzm4JH", "nobody@refuse.test", "bob@lab.test|404|2|2\n"},
+        {"deferred", "4jWf642pZZzm4F9", "x@plain.test", "|2692|3|-1\n"},
+        {"then sent", "4jWf6S3F6Wzm4FS", "slowpoke@slow.test", "bob@lab.test|403|3|0\n"},
+        {"expired", "4jWfF23bqCzm4FB", "slowpoke@slow.test", "bob@lab.test|404|2|2\n"},
+        {"deleted", "4jWfHW5fw3zm48r", "slowpoke@slow.test", "bob@lab.test|403|2|2\n"},
+        {"refused", "line", "ghost@lab.test", "x@plain.test|0|2|2\n"},
+        {"by a milter", "4jWf6n6hMgzm4H3", "alice@lab.test", "x@plain.test|0|2|2\n"},
+        {"held, released", "4jWf6x2H6nzm4H6", "alice@lab.test", "x@plain.test|582|1|1\n"},
+        {"too large", "4jWf770trgzm4Xs", "", "|0|2|2\n"},
+        {"scanned, two ids", "4jWf7T69kfzm4Dv", "alice@lab.test", "x@plain.test|579|1|1\n"},
+        {"scanned, alias", "4jWf7b02Vqzm4Dw", "bob@lab.test", "x@plain.test|559|1|1\n"},
+        {"no entry of the hop", "4jWf7b02Vqzm4Dw", "sales@lab.test", ""},
+        {"quarantined", "4jWf7h1V5Tzm4FD", "alice@lab.test", "x@plain.test|749|1|1\n"},
+        {"short id", "AAB6D5121F7/20261121", "alice@lab.test", "bob@lab.test|375|1|1\n"},
+    };
+    for (const auto& one : cases) EXPECT_EQ(one.want, Entry(one.id, one.to)) << one.what;
+    EXPECT_EQ("179523462594.11001.16734174806374602012@client.test\n",
+              Ask("SELECT message_id FROM entry WHERE queue_id = '4jWf6n6hMgzm4H3'"));
+}
+
+TEST_F(CollectorRuns, RowsOfAFewLines)
+{
+    const std::string queued =
+        "qmgr[1]: 4jWf5tbbbbz77: from=<a@x.test>, size=9, nrcpt=1 (queue active)";
+    const std::string to = "[1]: 4jWf5tbbbbz77: to=<b@y.test>, relay=r, delay=0, status=";
+    const std::string refused = ": 554 5.7.1 no; from=<a@x.test> to=<b@mv.test> proto=SMTP helo=<";
+    const std::string forged = "\"; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<\"@x.test";
+    const std::string row = "a@x.test|b@y.test|";
+    const struct {
+        const char* what;
+        std::vector<std::string> lines;
+        std::string rows;  ///< sender, recipient, status, what it counts as
+    } tables[] = {
+        {"deferred, then bounced",
+         {queued, "smtp" + to + "deferred (x)", "smtp" + to + "bounced (x)"},
+         row + "2|2\n"},
+        {"bounced softly", {queued, "smtp" + to + "SOFTBOUNCE (x)"}, row + "3|-1\n"},
+        {"a probe",
+         {queued, "smtp" + to + "deliverable (x)", "qmgr[1]: 4jWf5tbbbbz77: removed"},
+         ""},
+        {"put into the queue again, for another recipient by now",
+         {queued, "smtp" + to + "deferred (x)",
+          "pickup[1]: 4jWf6cccccz77: uid=0 from=<a@x.test> orig_id=4jWf5tbbbbz77",
+          "smtp[1]: 4jWf6cccccz77: to=<c@y.test>, orig_to=<b@y.test>, relay=r, status=sent (ok)",
+          "qmgr[1]: 4jWf6cccccz77: removed"},
+         row + "3|1\na@x.test|c@y.test|3|0\n"},
+        {"thrown away for its recipient",
+         {queued,
+          "discard[1]: 4jWf5tbbbbz77: to=<discarded@discarded.invalid>, "
+          "orig_to=<b@y.test>, relay=none, delay=0, status=sent (x)"},
+         row + "1|1\n"},
+        {"thrown away for its sender",
+         {"smtpd[1]: NOQUEUE: discard: RCPT from x[203.0.113.9]: <a@x.test>: Sender address "
+          "triggers "
+          "DISCARD action; from=<a@x.test> to=<b@mv.test> proto=ESMTP helo=<x>"},
+         "a@x.test|b@mv.test|1|1\n"},
+        {"thrown away by a milter",
+         {queued,
+          "cleanup[1]: 4jWf5tbbbbz77: milter-discard: END-OF-MESSAGE from x[203.0.113.9]: x; "
+          "from=<a@x.test> to=<b@y.test> proto=ESMTP helo=<x>"},
+         row + "1|1\n"},
+        {"refused with no message",
+         {"smtpd[1]: NOQUEUE: reject: VRFY from x[203.0.113.9]: 550 no; to=<bob> proto=SMTP "
+          "helo=<x>",
+          "smtpd[1]: NOQUEUE: milter-reject: CONNECT from x[203.0.113.9]: 451 no; proto=SMTP",
+          "postscreen[1]: NOQUEUE: reject: CONNECT from [203.0.113.9]:25: all ports busy"},
+         ""},
+        {"refused before the door",
+         {"postscreen[1]: NOQUEUE: reject: RCPT from [203.0.113.9]:25: 550 5.7.1 no; client [x] "
+          "blocked; from=<a@x.test>, to=<b@mv.test>, proto=ESMTP, helo=<x>"},
+         "a@x.test|b@mv.test|2|2\n"},
+        {"a sender that looks like another",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]: 550 5.1.1 <" + forged +
+          ">: no; from=<" + forged + "> to=<b@mv.test> proto=SMTP helo=<x>"},
+         "\"; from=?x@f.test? to=?y@f.test? proto=SMTP helo=?\"@x.test|b@mv.test|2|2\n"},
+        {"a greeting that looks like an envelope",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused +
+          "h>; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<h>"},
+         "||2|2\n"},
+        {"a friendly one",
+         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused + "h>"},
+         "a@x.test|b@mv.test|2|2\n"},
+    };
+    for (const auto& table : tables) {
+        StartAnew();
+        for (const std::string& line : table.lines) {
+            Append(Line(line));
+            Collect();
+        }
+        EXPECT_EQ(table.rows,
+                  Ask("SELECT mail_from, mail_to, status, counts_as FROM entry ORDER BY id"))
+            << table.what;
+    }
+}
+
+TEST_F(CollectorRuns, HoweverTheLogIsCutTheResultIsTheSame)
+{
+    const std::string sample = Sample();
+    Append(sample);
+    Collect();
+    const std::string want = Everything();
+    for (const std::size_t step : {313U, 4096U, 20011U}) {
+        StartAnew();
+        for (std::size_t done = 0; done < sample.size(); done += step) {
+            Append(sample.substr(done, step));
+            Collect();
+        }
+        EXPECT_EQ(want, Everything()) << step;
+        EXPECT_NO_THROW(CheckSearchIndex()) << step;
+    }
+}
+
+TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
+{
+    std::unique_ptr<collector::Collector> run = std::make_unique<collector::Collector>();
+    const auto takeIn = [&run] {
+        while (run->Step()) continue;
+        return Ask("SELECT entries FROM tally");
+    };
+    Append(Message(1));
+    EXPECT_EQ("1\n", takeIn());
+
+    Append(Message(2));
+    fs::rename(log, log + ".1");
+    Append(Message(3));
+    EXPECT_EQ("3\n", takeIn()) << "moved away while it is read";
+
+    Append(Message(4));
+    run.reset();
+    fs::rename(log, log + ".2");
+    Append(Message(5));
+    fs::rename(log, log + ".1");
+    Append(Message(6));
+    run = std::make_unique<collector::Collector>();
+    EXPECT_EQ("6\n", takeIn()) << "moved twice while nobody read it";
+
+    fs::resize_file(log, 0);
+    Append(Message(7).substr(0, 20));
+    EXPECT_EQ("6\n", takeIn());
+    Append(Message(7).substr(20));
+    EXPECT_EQ("7\n", takeIn()) << "cut off";
+
+    run.reset();
+    const auto packed = [this](const std::string& name) {
+        std::ifstream file(log, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const gzFile to = gzopen((log + name).c_str(), "wb");
+        EXPECT_EQ(static_cast<int>(text.size()),
+                  gzwrite(to, text.data(), static_cast<unsigned>(text.size())));
+        EXPECT_EQ(Z_OK, gzclose(to));
+        fs::remove(log);
+    };
+    Append(Message(8));
+    packed(".4.gz");
+    Append(Message(9));
+    packed(".3.gz");
+    Append(Message(10));
+    run = std::make_unique<collector::Collector>();
+    EXPECT_EQ("10\n", takeIn()) << "packed twice while nobody read it";
+
+    run.reset();
+    fs::remove(log);
+    Append(Message(11, "2026-11-22"));
+    fs::rename(log, log + ".0");
+    Append(Message(12, "2026-11-22"));
+    run = std::make_unique<collector::Collector>();
+    EXPECT_EQ("12\n", takeIn()) << "what was read last is gone, what came after it is not";
+
+    fs::remove(log);
+    EXPECT_EQ("12\n", takeIn());
+    Append(std::string(600000, 'x') + "\n" + std::string(3, '\0') + "\n" + Message(13));
+    EXPECT_EQ("13\n", takeIn()) << "a line without end in a new log";
+}
+
+TEST_F(CollectorRuns, WhatWasClearedStaysAway)
+{
+    Append(Message(1) +
+           Line("qmgr[1]: 4jWf5tbbbbz77: from=<a@x.test>, size=1, nrcpt=1 (queue active)"));
+    collector::Collector run;
+    while (run.Step()) continue;
+    Append(Message(2));
+    ASSERT_EQ(0, Log().clear());
+    Append(Message(3));
+    while (run.Step()) continue;
+    EXPECT_EQ("m3@x\n", Ask("SELECT message_id FROM entry"));
+    EXPECT_EQ("1\n", Ask("SELECT sum(inbound) FROM totals"));
+    EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
+    EXPECT_NO_THROW(CheckSearchIndex());
+
+    ASSERT_TRUE(collector::PutDamagedAside());
+    Append(Message(4, "2099-01-01"));
+    Collect();
+    EXPECT_EQ("m4@x\n", Ask("SELECT message_id FROM entry")) << "with a new database too";
+}
+
+TEST_F(CollectorRuns, AMonthThatIsReadGoesOn)
+{
+    Append(Message(1, "2025-10-30"));
+    Collect();
+    {
+        SQLite::Database reader(host::maillog::MailLogLivePath(), SQLite::OPEN_READONLY);
+        EXPECT_EQ(1, reader.execAndGet("SELECT count(*) FROM entry").getInt());
+        Append(Message(2, "2025-11-01"));
+        Collect();
+        EXPECT_EQ(2, reader.execAndGet("SELECT count(*) FROM entry").getInt());
+    }
+    Append(Message(3, "2025-12-01"));
+    Collect();
+    EXPECT_EQ("m3@x\n", Ask("SELECT message_id FROM entry"));
+}
+
+TEST_F(CollectorRuns, AStampFarAheadKeepsNoMonthOpen)
+{
+    Append(Message(1, "2099-10-30") + Message(2, "2099-12-01"));
+    Collect();
+    EXPECT_EQ("2\n", Ask("SELECT count(*) FROM entry WHERE abs(date - unixepoch()) < 600"));
+}
+
+TEST_F(CollectorRuns, AMonthBecomesAFile)
+{
+    const std::string id = "[1]: 4jWf5tbbbbz77: ";
+    const std::string to = "to=<far@y.test>, relay=r, delay=0, status=";
+    const std::string october = host::maillog::MailLogFolder() + "/2026-10.db";
+    Append(Message(1, "2026-10-30") +
+           Line("qmgr" + id + "from=<a@x.test>, size=1, nrcpt=1 (queue active)", "2026-10-31") +
+           Line("smtp" + id + to + "deferred (no)", "2026-10-31") + Message(2, "2026-11-01") +
+           Line("smtp" + id + to + "sent (ok)", "2026-11-01"));
+    for (int year = 2001; year < 2020; ++year)
+        Write(host::maillog::MailLogFolder() + "/" + std::to_string(year) + "-01.db", "");
+    Collect();
+
+    EXPECT_EQ("m1@x\n", Ask("SELECT message_id FROM entry", october));
+    EXPECT_EQ("delete\n", Ask("PRAGMA journal_mode", october));
+    EXPECT_EQ("far@y.test|3|0\nb@mv.test|1|1\n",
+              Ask("SELECT mail_to, status, counts_as FROM entry ORDER BY date"));
+    EXPECT_EQ("2|1\n", Ask("SELECT sum(inbound), sum(outbound) FROM totals"));
+    EXPECT_EQ("2\n", Ask("SELECT entries FROM tally"));
+    EXPECT_FALSE(fs::exists(host::maillog::MailLogLivePath() + ".next"));
+    EXPECT_FALSE(fs::exists(host::maillog::MailLogFolder() + "/2008-01.db"));
+    EXPECT_TRUE(fs::exists(host::maillog::MailLogFolder() + "/2009-01.db"));
+}
+
+TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
+{
+    Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]"));
+    Collect();
+    EXPECT_EQ("1\n", Ask("SELECT count(*) FROM message"));
+    Append(Message(1, "2026-11-22"));
+    Collect();
+    EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
+}
+
+TEST_F(CollectorRuns, ADamagedDatabaseGivesWayToANewOne)
+{
+    for (int number = 1; number <= 50; ++number) Append(Message(number));
+    Collect();
+    std::fstream(host::maillog::MailLogLivePath(), std::ios::in | std::ios::out | std::ios::binary)
+            .seekp(4096)
+        << std::string(8 * 4096, '\x55');
+    Append(Message(51));
+    try {
+        Collect();
+        FAIL() << "the damage was not seen";
+    } catch (const std::exception& failure) {
+        ASSERT_TRUE(collector::TellsDamage(failure)) << failure.what();
+    }
+    ASSERT_TRUE(collector::PutDamagedAside());
+    Collect();
+    EXPECT_EQ("51\n", Ask("SELECT count(*) FROM entry"));
+    EXPECT_TRUE(fs::exists(host::maillog::MailLogLivePath() + ".damaged"));
+}
+
+TEST_F(CollectorRuns, KillsLeaveNoTrace)
+{
+    std::string text = Sample();
+    for (int i = 0; i < 400; ++i) text += Message(i);
+    Append(text);
+    Collect();
+    const std::string want = Everything();
+    StartAnew();
+
+    // Killed at another moment each time: while it starts, reads or stores.
+    const std::size_t piece = text.size() / 160;
+    for (std::size_t part = 0; part * piece < text.size();) {
+        const pid_t child = InChild([this] {
+            return ::execl(MAILVANE_COLLECTOR, MAILVANE_COLLECTOR, "--root", root.c_str(), nullptr);
+        });
+        for (std::size_t end = part + 4; part < end && part * piece < text.size(); ++part) {
+            Append(text.substr(part * piece, piece));
+            ::usleep(static_cast<useconds_t>((part / 4 * 7 + part % 4 * 5) % 23) * 1000);
+        }
+        ::kill(child, SIGKILL);
+        EXPECT_EQ(-SIGKILL, StatusOf(child));
+    }
+    Collect();
+    EXPECT_EQ(want, Everything());
+    EXPECT_NO_THROW(CheckSearchIndex());
+}
