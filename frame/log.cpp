@@ -3,7 +3,6 @@
 
 #include <syslog.h>
 
-#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -21,10 +20,6 @@ void LogError(int line, const char* format, ...)
     std::string text(length > 0 ? static_cast<std::string::size_type>(length) : 0, '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
-    // What a client sends may stand in it; a line stays one line.
-    for (char& c : text) {
-        if (std::iscntrl(static_cast<unsigned char>(c)) != 0) c = '?';
-    }
     syslog(LOG_ERR, "%s:%d %s", "mailvane", line, text.c_str());
     // As host::Log does, for the one at the console who made the request.
     if (std::getenv("MAILVANE_ECHO_LOG") == nullptr) return;

@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "host/libmailvane/pages/key_pairs.h"
+#include "host/libmailvane/pages/staged_state.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/restore.h"
 #include "host/libmailvane/save/transaction.h"
@@ -24,6 +25,12 @@ namespace {
 host::Result<void> RebuildAliases()
 {
     return host::save::ApplyLists({&host::render::kAliasList});
+}
+
+host::Result<void> Restore(const std::string& staged)
+{
+    host::Result<void> checked = host::pages::CheckStagedState(staged);
+    return checked ? host::save::RestoreState(staged) : checked;
 }
 
 /// A command, with or without an argument: one of the two functions is set.
@@ -40,7 +47,7 @@ constexpr Command kCommands[] = {
     {"recover", host::save::RecoverAll, nullptr},
     {"repair", host::save::RepairLists, nullptr},
     {"rollback", nullptr, host::save::RollBack},
-    {"restore", nullptr, host::save::RestoreState},
+    {"restore", nullptr, Restore},
     {"tls", nullptr, host::save::ReplaceCertificate},
     {"dkim", nullptr, host::pages::RestoreKeyPair},
 };

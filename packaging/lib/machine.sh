@@ -26,7 +26,7 @@ armhf_libraries=(
     libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
 )
 fuzz_packages=(clang libclang-rt-14-dev)
-package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian rsync)
+package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian openssh-client rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
 lint_packages=(ccache clang-format clang-tidy git mypy shellcheck)
 

@@ -4,16 +4,24 @@
 # run.
 
 . "${BASH_SOURCE%/*}/common.sh"
+cd / || exit  # a folder that every user may enter
 
 generated=$package/etc/generated
+stored=$package/target/etc
 
 # The name of a temporary file is that of the file to be replaced: .NAME.0123456789abcdef, or
-# NAME.new in folders where nobody else uses that name. The administrator's folders are left out.
-find "$package/etc" "$package/target/etc" -xdev \
-    \( -path "$package/etc/local.d" -o -path "$package/etc/tls" \) -prune -o \
-    -type f -mmin +1440 -regextype posix-extended \
-    \( -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' \) -exec rm -f {} +
+# NAME.new in folders where nobody else uses that name.
+replacement=(-type f -mmin +1440 -regextype posix-extended
+    '(' -regex '.*/\..+\.[0-9a-f]{16}' -o -name '*.new' ')' -exec rm -f '{}' +)
+
+# The administrator's folders are left out. The folders of the mail log are searched with the rights
+# of the collector, which owns them and could replace what was found there by a link.
+find "$package/etc" "$stored" -xdev \
+    \( -path "$package/etc/local.d" -o -path "$package/etc/tls" -o -path "$stored/maillog*" \) \
+    -prune -o "${replacement[@]}"
 status=$?
+setpriv --reuid=mailvane-log --regid=mailvane-log --init-groups --reset-env -- \
+    find "$stored/maillog" "$stored/maillog.live" -xdev "${replacement[@]}" || status=$?
 
 # Temporary files of a program that was not started by the web server.
 find /tmp -xdev -mindepth 1 -maxdepth 1 -mmin +1440 \

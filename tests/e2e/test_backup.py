@@ -4,10 +4,14 @@ import os
 import random
 import signal
 import subprocess
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tools"))
 
 import harness
 from harness import (DOMAIN, ETC, TARGET, SystemLog, command, delivered, read, run, send, snapshot,
                      tell, wait_for)
+from mailvane.ctl import archive
 from test_ctl import CTL, ctl
 from test_filtering import ZEBRA, bring_in
 from test_transaction import failing
@@ -96,6 +100,50 @@ class Archives(Upkeep):
         with open("/root/bad.tar", "wb") as file:
             file.write(good[:place] + b"worse" + good[place + 5:])
         self.refused("restore", "/root/bad.tar")
+
+    def altered(self, name, data):
+        """An archive that is not what was backed up, with a manifest that says it is."""
+        state = archive.read(INITIAL)
+        state.files[name] = data
+        archive.write("/root/altered.tar", state)
+        return "/root/altered.tar"
+
+    def refused_restore(self, path, why, *options):
+        before = snapshot(ETC)
+        status, _, errors = ctl("restore", path, *options)
+        self.assertEqual((status, snapshot(ETC)), (1, before))
+        self.assertIn(why, errors)
+
+    def test_an_archive_brings_nothing_that_runs(self):
+        self.done("backup", INITIAL)
+        self.addCleanup(self.done, "restore", INITIAL, "--with-local")
+        self.refused_restore(self.altered("rules.cf", b"loadplugin Mine /root/mine.pm\n"),
+                             "is no rule")
+        self.refused_restore(self.altered("htpasswd", b"eve:secret\n"), "line 1 of the web logins")
+        fragment, text = "local.d/zz.dovecot.conf", "service mine {\n  user = root\n}\n"
+        path = self.altered(fragment, text.encode())
+        self.assertRegex(self.done("restore", path), "local.d, left out: .*zz.dovecot.conf")
+        self.assertFalse(os.path.exists(os.path.join(ETC, fragment)))
+        path = self.altered(fragment, b"# what it would do\n")
+        self.assertIn("# what it would do", self.done("restore", path, "--with-local"))
+        self.assertTrue(os.path.exists(os.path.join(ETC, fragment)))
+
+    def test_an_archive_can_be_signed(self):
+        for name in ("mine", "other"):
+            run("/usr/bin/openssl", "genpkey", "-algorithm", "ed25519", "-out", "/root/" + name)
+            run("/usr/bin/openssl", "pkey", "-in", "/root/" + name, "-pubout", "-out",
+                "/root/%s.pub" % name)
+        self.done("backup", INITIAL)
+        self.done("backup", ARCHIVE, "--sign", "/root/mine")
+        self.refused("backup", OTHER, "--sign", "/root/mine.pub")
+        with open(ARCHIVE, "rb") as good, open("/root/altered.tar", "wb") as bad:
+            bad.write(good.read().replace(b'"made": 1', b'"made": 2', 1))
+        option = "--require-signature"
+        for path, key in ((INITIAL, "mine.pub"), (ARCHIVE, "other.pub"), (ARCHIVE, "none"),
+                          (ARCHIVE, ""), ("/root/altered.tar", "mine.pub")):
+            self.refused_restore(path, "key in", option, key and "/root/" + key)
+        self.assertIn(", signed", self.done("restore", ARCHIVE, option, "/root/mine.pub"))
+        self.assertIn(", signed", self.done("restore", ARCHIVE))
 
     def killed(self, states):
         """Kills restores at some moments: what is then in force is one of the two states."""

@@ -4,6 +4,7 @@ import email.policy
 import os
 import pwd
 import smtplib
+import socket
 import subprocess
 import time
 
@@ -249,6 +250,18 @@ class Report(harness.Story):
         wait_for(lambda: len(self.reports()) > before, "the report")
         self.assertEqual(self.send_report("--due"), 0, "only once")
         self.assertEqual(len(self.reports()), before + 1)
+
+    def test_the_process_that_speaks_to_the_server_has_a_user_of_its_own(self):
+        with socket.create_server(("127.0.0.1", 0)) as server:
+            server.settimeout(harness.PATIENCE)
+            self.store(smtp_server="127.0.0.1", smtp_port=server.getsockname()[1])
+            with subprocess.Popen([REPORT, "--now"], stderr=subprocess.DEVNULL) as sender:
+                with server.accept()[0] as call:
+                    end = "0100007F:%04X" % call.getpeername()[1]
+                    rows = map(str.split, contents("/proc/net/tcp").splitlines())
+                    user = next(int(row[7]) for row in rows if row[1] == end)
+        self.assertEqual(user, pwd.getpwnam("mailvane-report").pw_uid)
+        self.assertEqual(sender.returncode, 1)
 
     def test_a_secure_connection_needs_a_certificate_for_the_servers_name(self):
         log = SystemLog()

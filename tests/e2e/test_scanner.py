@@ -211,6 +211,19 @@ class Processes(Scanner):
         self.assertEqual(wanted - set(file_modes.doors()), set(), "not all doors are there")
         file_modes.check()
 
+    def test_what_a_killed_scanner_had_unpacked_is_cleared_with_its_own_rights(self):
+        self.secure(spam_enable=True)
+        for name, owner, stays in (("locked", "amavis", False), ("foreign", "root", True)):
+            path = "/var/lib/amavis/tmp/" + name
+            os.makedirs(path + "/inner")
+            self.addCleanup(shutil.rmtree, path, ignore_errors=True)
+            for folder in (path + "/inner", path):
+                shutil.chown(folder, owner)
+                os.chmod(folder, 0)
+            os.utime(path, (time.time() - 7200,) * 2)
+            self.assertEqual([control("mailscanner", verb) for verb in ("stop", "start")], [0, 0])
+            self.assertEqual(os.path.exists(path), stays, name)
+
     def test_a_scanner_that_cannot_tell_lets_nothing_through(self):
         self.secure(anti_virus_enable=True)
         self.assertEqual(finished(), "done")

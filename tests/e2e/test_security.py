@@ -250,10 +250,10 @@ class Checking(Security):
             with self.subTest(sender, source=source):
                 code, words = come_in(sender, "proven", source, text_of(ALICE, "proven"))
                 self.assertEqual(code, want, words)
-        harness.send(ALICE, [BOB], "of a login", 587, "alice")
+        harness.send(ALICE, [BOB], "proven by a login", 587, "alice")
         subprocess.run(["/usr/sbin/sendmail", "-f", ALICE, BOB], check=True,
-                       input=text_of(ALICE, "of a program").replace(b"\r", b""))
-        for subject in ("of a login", "of a program"):
+                       input=text_of(ALICE, "proven by a uid").replace(b"\r", b""))
+        for subject in ("proven by a login", "proven by a uid"):
             harness.delivered("bob", subject)
 
     def test_dmarc_refuses_a_spoof_and_nothing_else(self):

@@ -16,9 +16,6 @@ TEST_F(Log, IsOneLineWithNameNumberAndTheTextAsItStands)
     LogError(7, "%s", longText.c_str());
     world.ExpectLog(7, longText);
 
-    LogError(8, "invalid action: %s", "a\nb\r\x1b[2J\x7f");
-    world.ExpectLog(8, "invalid action: a?b??[2J?");
-
     const int line = __LINE__ + 1;
     LogError(Here(), "halderr=[0x%04X]", 0xd);
     world.ExpectLog(line, "halderr=[0x000D]");

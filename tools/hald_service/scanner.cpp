@@ -48,10 +48,7 @@ protected:
                // The path where the tool that releases mail from the quarantine expects the socket.
                RunAs(user, {"/usr/bin/ln", "-sfn", std::string(Row().socket),
                             "/var/lib/amavis/amavisd.sock"}) &&
-               // Unpacked mail that a killed scanner left. Newer folders may be in use by the
-               // milter.
-               RunAs("", {"/usr/bin/find", "/var/lib/amavis/tmp", "-mindepth", "1", "-maxdepth",
-                          "1", "-mmin", "+60", "-exec", "rm", "-rf", "{}", "+"}) &&
+               ClearUnpacked() &&
                RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
     }
 
@@ -70,6 +67,42 @@ private:
         command.words = std::move(words);
         command.user = user;
         return RunQuietly(Row().service, command);
+    }
+
+    /// Removes unpacked mail that a killed scanner left; newer folders may be in use by the milter.
+    /// Runs as the scanner's user, who could replace a folder that was found by a link. An archive
+    /// may hold folders that their owner may not enter, hence the chmod.
+    bool ClearUnpacked() const
+    {
+        return RunAs(std::string(Row().user), {"/usr/bin/find",
+                                               "/var/lib/amavis/tmp",
+                                               "-mindepth",
+                                               "1",
+                                               "-maxdepth",
+                                               "1",
+                                               "-user",
+                                               std::string(Row().user),
+                                               "-mmin",
+                                               "+60",
+                                               "(",
+                                               "!",
+                                               "-type",
+                                               "d",
+                                               "-o",
+                                               "-exec",
+                                               "chmod",
+                                               "-R",
+                                               "u+rwX",
+                                               "{}",
+                                               ";",
+                                               "-o",
+                                               "-true",
+                                               ")",
+                                               "-exec",
+                                               "rm",
+                                               "-rf",
+                                               "{}",
+                                               "+"});
     }
 
     bool MakeLog() const

@@ -48,7 +48,7 @@ void Collector::Open()
     tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
     // What was cleared does not come back from a log that is read again.
     lastTime_ = position.inode == 0 ? host::maillog::ClearedAt() : position.time;
-    skippedUntil_ = position.inode == 0 || tail_->hasLostPlace() ? lastTime_ : 0;
+    skippedUntil_ = position.inode == 0 || tail_->HasLostPlace() ? lastTime_ : 0;
 }
 
 /// Stores everything read so far.

@@ -28,7 +28,7 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(file_); }
     bool IsPacked() const { return packed_ != nullptr; }
-    std::int64_t inode() const { return inode_; }
+    std::int64_t Inode() const { return inode_; }
 
     /// Size in bytes by now, of a part that is not packed.
     std::int64_t Size() const;

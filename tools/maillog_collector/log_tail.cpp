@@ -80,7 +80,7 @@ bool LogTail::IsOver()
     if (part_.IsPacked()) return true;
     struct stat current {};
     return ::stat(path_.c_str(), &current) == 0 && current.st_size > 0 &&
-           static_cast<std::int64_t>(current.st_ino) != part_.inode() &&
+           static_cast<std::int64_t>(current.st_ino) != part_.Inode() &&
            part_.Size() <= start_ + static_cast<std::int64_t>(buffer_.size());
 }
 
@@ -164,7 +164,7 @@ std::string_view LogTail::Read()
 LogPosition LogTail::PositionAt(std::size_t consumed)
 {
     LogPosition position;
-    position.inode = part_.inode();
+    position.inode = part_.Inode();
     position.offset = start_ + static_cast<std::int64_t>(consumed);
     const bool isKnown = head_ != 0 && position.offset >= kHeadSize;
     if (part_) position.head = isKnown ? head_ : part_.Checksum(position.offset);

@@ -20,7 +20,7 @@ public:
     LogTail(const std::string& path, const LogPosition& position);
 
     /// Whether no file matched the position: lines that were read before may come again.
-    bool hasLostPlace() const { return hasLostPlace_; }
+    bool HasLostPlace() const { return hasLostPlace_; }
 
     /// The next complete lines, with line feeds, valid until the next call; empty when there are no
     /// more now. Lines over 256 KiB are skipped. Throws std::runtime_error when the log cannot be

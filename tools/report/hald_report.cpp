@@ -2,6 +2,7 @@
 //
 //   hald_report --due   sends it if its time has come; for the timer
 //   hald_report --now   sends one about the last 24 hours, enabled or not
+//   hald_report --send  hands over what the two have composed; they run it under a user of its own
 //
 // Exit status: 0 when the report was sent or none was due, 1 when sending failed, 2 for wrong
 // arguments.
@@ -18,6 +19,7 @@
 #include "tools/report/report_data.h"
 #include "tools/report/report_text.h"
 #include "tools/report/schedule.h"
+#include "tools/report/sender.h"
 #include "tools/report/smtp_client.h"
 
 namespace {
@@ -45,8 +47,10 @@ host::Result<void> SendReport(const Reporter& reporter, const report::Period& pe
     letter.plainText = report::PlainText(data);
     letter.html = report::Html(data);
     letter.date = now;
-    return report::Send(reporter.GetSMTP(), {host, letter.fromMail, letter.to},
-                        report::MessageOf(letter));
+    return report::SendAsItsUser({reporter.GetSMTP(),
+                                  {host, letter.fromMail, letter.to},
+                                  report::MessageOf(letter),
+                                  report::TrustedCertificates()});
 }
 
 host::Result<void> SendNow(const Reporter& reporter, std::int64_t now)
@@ -87,12 +91,13 @@ host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
 int main(int count, char** arguments)
 {
     const std::string verb = count == 2 ? arguments[1] : "";
-    if (verb != "--due" && verb != "--now") {
+    if (verb != "--due" && verb != "--now" && verb != "--send") {
         (void)fputs("usage: hald_report --due | --now\n", stderr);
         return 2;
     }
 
     try {
+        if (verb == "--send") return report::SendFromInput();
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
         const Reporter reporter = Reporter::LoadSetting();
         host::Result<void> done =

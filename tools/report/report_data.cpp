@@ -14,6 +14,7 @@
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/mail_queue.h"
+#include "host/libmailvane/system/owner_rights.h"
 #include "platform/mailvane/analyzer.h"
 #include "platform/mailvane/mail_log.h"
 
@@ -183,9 +184,11 @@ std::optional<MailCounts> CountMail(const Period& period)
     bool found = false;
     for (const std::string& path : LogFiles(period)) {
         // What a damaged file holds is missing from the report; the rest is not.
-        const host::Result<bool> added = host::system::Attempt(path, [&] {
-                                             return AddLog(path, period, tallies);
-                                         }).Prefixed("report: ");
+        const host::Result<bool> added =
+            host::system::Attempt(path, [&] {
+                const host::system::OwnerRights rights(host::maillog::MailLogFolder());
+                return AddLog(path, period, tallies);
+            }).Prefixed("report: ");
         if (host::Succeeded(added) && *added) found = true;
     }
     if (!found) return std::nullopt;

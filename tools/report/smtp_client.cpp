@@ -43,21 +43,6 @@ std::size_t GiveBytes(char* buffer, std::size_t size, std::size_t count, void* r
     return given;
 }
 
-/// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail
-/// server.
-std::string TrustedCertificates()
-{
-    std::string trusted;
-    if (!host::ReadFile(host::Path(host::kAuthorities), trusted)) trusted.clear();
-    // Only the certificate is taken from our files, which may also have a key.
-    for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
-        std::string text;
-        if (!host::ReadFile(host::PackagePath(own), text)) continue;
-        trusted.append("\n").append(host::PemBlock(text, "CERTIFICATE")).append("\n");
-    }
-    return trusted;
-}
-
 std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
 {
     const bool tls = account.secure && account.port == kTlsPort;
@@ -67,7 +52,7 @@ std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
 }
 
 /// Without `secure`, TLS is still used where the server offers it, with any certificate.
-void SetSecurity(CURL* curl, bool secure)
+void SetSecurity(CURL* curl, bool secure, const std::string& trusted)
 {
     curl_easy_setopt(curl, CURLOPT_USE_SSL,
                      static_cast<long>(secure ? CURLUSESSL_ALL : CURLUSESSL_TRY));
@@ -76,7 +61,6 @@ void SetSecurity(CURL* curl, bool secure)
     curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     if (!secure) return;
 
-    const std::string trusted = TrustedCertificates();
     curl_blob blob{const_cast<char*>(trusted.data()), trusted.size(), CURL_BLOB_COPY};
     curl_easy_setopt(curl, CURLOPT_CAINFO_BLOB, &blob);
     curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
@@ -91,16 +75,17 @@ List RecipientList(const std::vector<std::string>& recipients)
     return {list, curl_slist_free_all};
 }
 
-void SetTransfer(CURL* curl, const Reporter::SMTP& account, const Envelope& envelope)
+void SetTransfer(CURL* curl, const Delivery& delivery)
 {
-    curl_easy_setopt(curl, CURLOPT_URL, UrlOf(account, envelope.greeting).c_str());
+    const Reporter::SMTP& account = delivery.account;
+    curl_easy_setopt(curl, CURLOPT_URL, UrlOf(account, delivery.envelope.greeting).c_str());
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectLimit);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, kLimit);
-    curl_easy_setopt(curl, CURLOPT_MAIL_FROM, ('<' + envelope.from + '>').c_str());
-    SetSecurity(curl, account.secure);
+    curl_easy_setopt(curl, CURLOPT_MAIL_FROM, ('<' + delivery.envelope.from + '>').c_str());
+    SetSecurity(curl, account.secure, delivery.trusted);
     if (!account.auth) return;
 
     curl_easy_setopt(curl, CURLOPT_USERNAME, account.account.c_str());
@@ -122,6 +107,19 @@ ReasonCode CodeOf(CURLcode code)
 
 }  // namespace
 
+std::string TrustedCertificates()
+{
+    std::string trusted;
+    if (!host::ReadFile(host::Path(host::kAuthorities), trusted)) trusted.clear();
+    // Only the certificate is taken from our files, which may also have a key.
+    for (const char* own : {"etc/tls/cert.pem", "etc/generated/current/tls/cert.pem"}) {
+        std::string text;
+        if (!host::ReadFile(host::PackagePath(own), text)) continue;
+        trusted.append("\n").append(host::PemBlock(text, "CERTIFICATE")).append("\n");
+    }
+    return trusted;
+}
+
 Result<void> CheckAccount(const Reporter::SMTP& account, const std::vector<std::string>& recipients)
 {
     const auto missing = [](const char* setting, const char* text) {
@@ -136,16 +134,15 @@ Result<void> CheckAccount(const Reporter::SMTP& account, const std::vector<std::
     return {};
 }
 
-Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
-                  const std::string& message)
+Result<void> Send(const Delivery& delivery)
 {
     const Curl curl(curl_easy_init(), curl_easy_cleanup);
-    if (!curl) return Reason{ReasonCode::kSystem, account.server, "out of memory"};
+    if (!curl) return Reason{ReasonCode::kSystem, delivery.account.server, "out of memory"};
 
-    const List recipients = RecipientList(envelope.to);
-    Rest rest{message.data(), message.size()};
+    const List recipients = RecipientList(delivery.envelope.to);
+    Rest rest{delivery.message.data(), delivery.message.size()};
     std::array<char, CURL_ERROR_SIZE> reason{};
-    SetTransfer(curl.get(), account, envelope);
+    SetTransfer(curl.get(), delivery);
     curl_easy_setopt(curl.get(), CURLOPT_MAIL_RCPT, recipients.get());
     curl_easy_setopt(curl.get(), CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(curl.get(), CURLOPT_READFUNCTION, GiveBytes);
@@ -153,7 +150,7 @@ Result<void> Send(const Reporter::SMTP& account, const Envelope& envelope,
     curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
     const CURLcode result = curl_easy_perform(curl.get());
     if (result == CURLE_OK) return {};
-    return Reason{CodeOf(result), account.server,
+    return Reason{CodeOf(result), delivery.account.server,
                   reason[0] != '\0' ? reason.data() : curl_easy_strerror(result)};
 }
 

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "host/libmailvane/names/login_key.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/stores/rule_store.h"
@@ -15,7 +14,6 @@ namespace host::lists {
 namespace {
 
 const char kWhat[] = "sender quotas";
-constexpr std::size_t kLongestLogin = 255;
 
 /// What this request has asked for and not put in force yet.
 std::vector<stores::QuotaChange>& Pending()
@@ -24,15 +22,9 @@ std::vector<stores::QuotaChange>& Pending()
     return changes;
 }
 
-bool IsLogin(const std::string& login)
-{
-    return !names::LoginKey(login).empty() && login.size() <= kLongestLogin &&
-           names::IsPlainText(login);
-}
-
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
-    if (!IsLogin(login)) {
+    if (!names::IsLogin(login)) {
         return Reason{ReasonCode::kRefused, login,
                       "sender quotas: refused: what is limited is no login"};
     }

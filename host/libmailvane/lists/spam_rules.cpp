@@ -26,7 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const char kWhat[] = "spam rules";
-const char kHeading[] = "# rule set: ";
 constexpr std::size_t kLongestToldName = 128;
 
 /// The enabled rule sets: name and rules.
@@ -53,8 +52,8 @@ RuleSets EnabledSets()
     std::string* set = nullptr;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        if (line.rfind(kHeading, 0) == 0) {
-            set = &sets[line.substr(sizeof(kHeading) - 1)];
+        if (line.rfind(names::kRuleSetHeading, 0) == 0) {
+            set = &sets[line.substr(sizeof(names::kRuleSetHeading) - 1)];
         } else if (set != nullptr) {
             set->append(line).append("\n");
         }
@@ -65,7 +64,8 @@ RuleSets EnabledSets()
 std::string TextOf(const RuleSets& sets)
 {
     std::string text;
-    for (const auto& [name, rules] : sets) text.append(kHeading).append(name + "\n").append(rules);
+    for (const auto& [name, rules] : sets)
+        text.append(names::kRuleSetHeading).append(name + "\n").append(rules);
     return text;
 }
 

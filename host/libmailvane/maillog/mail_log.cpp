@@ -1,4 +1,6 @@
-// The mail log as the pages read it. Opens only databases in the log's own two folders.
+// The mail log as the pages read it. Opens only databases in the log's own two folders. These
+// belong to the collector, which parses what strangers write; so everything done with them, from
+// opening to closing, is done with the rights of the collector's user.
 #include "platform/mailvane/mail_log.h"
 
 #include <unistd.h>
@@ -13,6 +15,7 @@
 #include "host/libmailvane/maillog/query.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/maillog/statistic.h"
+#include "host/libmailvane/system/owner_rights.h"
 
 namespace {
 
@@ -144,7 +147,10 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
 template <typename Operation>
 auto Attempt(Operation operation)
 {
-    return host::system::Attempt(kWhat, operation);
+    return host::system::Attempt(kWhat, [&operation] {
+        const host::system::OwnerRights rights(host::maillog::MailLogFolder());
+        return operation();
+    });
 }
 
 }  // namespace
@@ -157,7 +163,8 @@ MailLog::MailLog(const char* path) : state_(new State)
 
 MailLog::~MailLog()
 {
-    delete state_;
+    // Closing a database can write to it.
+    (void)host::Succeeded(Attempt([this] { delete state_; }));
 }
 
 int MailLog::error()
@@ -213,10 +220,10 @@ int MailLog::getLogNum(std::string& query)
 
 int MailLog::clear()
 {
-    return host::Status(Attempt([this]() -> host::Result<void> {
-        const host::ScopedLock lock;
-        if (!lock.held()) return lock.ready();
+    const host::ScopedLock lock;
+    if (!lock.held()) return host::Status(lock.ready());
 
+    return host::Status(Attempt([this]() -> host::Result<void> {
         state_->list.reset();
         state_->selection.reset();
         const std::string path = state_->database.value().getFilename();

@@ -8,6 +8,10 @@
 
 namespace host::names {
 
+/// The beginning of the line before the rules of a rule set in the rules in force; its name
+/// follows.
+constexpr char kRuleSetHeading[] = "# rule set: ";
+
 /// Whether a rule set can have this name, which is also its file's name.
 bool IsRuleSetName(const std::string& name);
 

@@ -8,6 +8,7 @@
 
 #include "host/libhaldcore/text.h"
 #include "host/libhaldcore/utf8.h"
+#include "host/libmailvane/names/login_key.h"
 
 namespace host::names {
 
@@ -16,6 +17,7 @@ namespace {
 constexpr std::string::size_type kLongestHostName = 253;
 constexpr std::string::size_type kLongestLabel = 63;
 constexpr std::string::size_type kLongestAddress = 254;
+constexpr std::string::size_type kLongestLogin = 255;
 constexpr std::string::size_type kLongestShortDomain = 15;
 
 bool IsOneOf(const std::string& text, std::initializer_list<const char*> words)
@@ -81,6 +83,11 @@ bool IsMailDomain(const std::string& text)
 bool IsBlocklistType(const std::string& text)
 {
     return IsOneOf(text, {"rbl_client", "rhsbl_sender", "rhsbl_helo"});
+}
+
+bool IsLogin(const std::string& text)
+{
+    return !LoginKey(text).empty() && text.size() <= kLongestLogin && IsPlainText(text);
 }
 
 bool IsRelayAccount(const std::string& text)

@@ -22,6 +22,9 @@ bool IsMailDomain(const std::string& text);
 /// senders) or "rhsbl_helo" (names that clients greet with).
 bool IsBlocklistType(const std::string& text);
 
+/// A login of this server, in any of the forms that clients use.
+bool IsLogin(const std::string& text);
+
 /// A login for another server: plain text without a colon.
 bool IsRelayAccount(const std::string& text);
 

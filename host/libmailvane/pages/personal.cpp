@@ -7,6 +7,7 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/text_checks.h"
+#include "host/libmailvane/pages/forwarding.h"
 #include "host/libmailvane/save/personal_change.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -41,37 +42,13 @@ std::string ErrKeyOf(const Reason& reason)
     }
 }
 
-/// Whether an address, with or without an extension, is one of the user's own.
-bool IsOwnAddress(const host::settings::StoredSettings& settings, const std::string& address,
-                  const std::string& user)
-{
-    const auto at = address.find('@');
-    const std::string local = address.substr(0, std::min(at, address.find('+')));
-    const std::string domain = address.substr(at + 1);
-    const auto isDomain = [&domain](const std::string& own) {
-        return strcasecmp(own.c_str(), domain.c_str()) == 0;
-    };
-    return strcasecmp(local.c_str(), user.c_str()) == 0 &&
-           (isDomain(settings.MailDomain()) ||
-            std::any_of(settings.domains.begin(), settings.domains.end(), isDomain));
-}
-
 /// Whether the forwarding is valid; when off it needs no address.
 Result<void> CheckForwarding(const PersonalSettings& settings, const std::string& user)
 {
-    const std::string& address = settings.forwardAddress;
-    if (address.empty() && !settings.forward) return {};
-    if (!host::names::IsFullAddress(address)) {
-        return Reason{ReasonCode::kRefused, "forward_address",
-                      "mail cannot be forwarded to that address"};
-    }
-    if (!settings.forward) return {};
-
-    const auto stored = host::settings::StoredSettings::Read();
-    if (!stored) return stored.reason();
-    if (!IsOwnAddress(*stored, address, user)) return {};
-    return Reason{ReasonCode::kRefused, "forward_address",
-                  "mail forwarded to its own address would loop"};
+    auto stored = Result<host::settings::StoredSettings>(host::settings::StoredSettings());
+    if (settings.forward) stored = host::settings::StoredSettings::Read();
+    if (!stored) return std::move(stored).reason();
+    return host::pages::CheckForwarding(settings, user, *stored);
 }
 
 /// Stores a change, which gets the settings as they are stored now. Gives what is stored then.

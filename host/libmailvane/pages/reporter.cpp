@@ -15,26 +15,26 @@
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/save/recovery.h"
+#include "host/libmailvane/system/database.h"
 
 using host::KeyValueFile;
 using host::Reason;
 using host::ReasonCode;
 using host::Result;
 
-struct Reporter::State {
+namespace {
+
+/// What the file holds.
+struct Stored {
     bool enabled = false;
     std::string rcpt;
-    Sender sender;
-    Time time;
-    SMTP smtp;
+    Reporter::Sender sender;
+    Reporter::Time time;
+    Reporter::SMTP smtp;
     std::string stored;        ///< the stored password
     std::string givenFor;      ///< the server and port that it was given for
     bool givenForTls = false;  ///< to be told with TLS alone
-
-    void JudgePassword();
 };
-
-namespace {
 
 constexpr int kHighestPort = 65535;
 constexpr int kSubmissionPort = 587;
@@ -69,16 +69,76 @@ void Require(const Result<void>& result, const char* what)
     if (!host::Succeeded(result)) throw std::runtime_error(what);
 }
 
-/// Throws an exception with the setting's name, but not its value, when it is invalid.
-void Require(bool sound, const char* setting)
+/// Throws an exception with the name of what is invalid, but not its value.
+void Require(const Result<void>& checked)
 {
-    if (sound) return;
-    Require(Reason{ReasonCode::kRefused, setting,
-                   std::string("report: ") + setting + " is not one that can be used"},
-            setting);
+    if (!checked) Require(checked, checked.reason().about.c_str());
+}
+
+/// Refuses a setting that is not sound.
+Result<void> Sound(bool sound, const char* setting)
+{
+    if (sound) return {};
+    return Reason{ReasonCode::kRefused, setting,
+                  std::string("report: ") + setting + " is not one that can be used"};
+}
+
+Result<void> CheckRecipients(const std::string& list)
+{
+    const std::vector<std::string> recipients = host::pages::ReportRecipients(list);
+    return Sound(host::names::IsPlainText(list) &&
+                     std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
+                 "rcpt");
+}
+
+Result<void> CheckSender(const Reporter::Sender& sender)
+{
+    Result<void> checked = Sound(host::names::IsPlainText(sender.name), "sender_name");
+    if (!checked) return checked;
+    return Sound(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+}
+
+Result<void> CheckAccount(const Reporter::SMTP& account)
+{
+    const std::pair<bool, const char*> settings[] = {
+        {host::names::IsPlainText(account.provider), "smtp_provider"},
+        {host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server"},
+        {account.port >= 0 && account.port <= kHighestPort, "smtp_port"},
+        {host::names::IsPlainText(account.account), "smtp_account"},
+        {host::names::IsPlainText(account.password), "smtp_password"},
+    };
+    for (const auto& [sound, setting] : settings) {
+        if (!sound) return Sound(sound, setting);
+    }
+    return {};
+}
+
+Stored Parse(const KeyValueFile& file)
+{
+    const auto text = [&file](const char* key) { return file.Get(key).value_or(""); };
+    Stored stored;
+    stored.enabled = text("enabled") == "yes";
+    stored.rcpt = text("rcpt");
+    stored.sender = {text("sender_name"), text("sender_mail")};
+    stored.time = {Number(text("hours")), Number(text("mins"))};
+    stored.smtp.provider = text("smtp_provider");
+    stored.smtp.server = text("smtp_server");
+    stored.smtp.port = static_cast<int>(Number(text("smtp_port")));
+    stored.smtp.auth = text("smtp_auth") == "yes";
+    stored.smtp.account = text("smtp_account");
+    stored.smtp.password = text("smtp_password");
+    stored.smtp.secure = text("smtp_secure") == "yes";
+    stored.stored = stored.smtp.password;
+    stored.givenFor = file.Get("smtp_password_for").value_or(ServerOf(stored.smtp));
+    stored.givenForTls = file.Get("smtp_password_tls").value_or(YesNo(stored.smtp.secure)) == "yes";
+    return stored;
 }
 
 }  // namespace
+
+struct Reporter::State : Stored {
+    void JudgePassword();
+};
 
 /// A password that was not typed stays that of the server it was given for, also while no login is
 /// asked for.
@@ -88,10 +148,23 @@ void Reporter::State::JudgePassword()
         givenFor = ServerOf(smtp);
         givenForTls = smtp.secure;
     } else if (smtp.auth && !stored.empty()) {
-        Require(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
-                "smtp_password, which was given for another server, another port or TLS,");
+        Require(Sound(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
+                      "smtp_password, which was given for another server, another port or TLS,"));
         givenForTls = smtp.secure;
     }
+}
+
+host::Result<void> host::pages::CheckReport(const std::string& path)
+{
+    const auto file = KeyValueFile::Read(path);
+    if (!file && errno == ENOENT) return {};
+    if (!file) return SystemReason(path, kCannotRead);
+
+    const Stored stored = Parse(*file);
+    Result<void> checked = CheckRecipients(stored.rcpt);
+    if (checked) checked = CheckSender(stored.sender);
+    if (checked) checked = CheckAccount(stored.smtp);
+    return checked;
 }
 
 std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
@@ -146,22 +219,7 @@ Reporter Reporter::LoadSetting()
         Require(host::SystemReason(SettingsPath(), kCannotRead), kCannotRead);
     }
 
-    const auto text = [&file](const char* key) { return file->Get(key).value_or(""); };
-    State& state = *reporter.state_;
-    state.enabled = text("enabled") == "yes";
-    state.rcpt = text("rcpt");
-    state.sender = {text("sender_name"), text("sender_mail")};
-    state.time = {Number(text("hours")), Number(text("mins"))};
-    state.smtp.provider = text("smtp_provider");
-    state.smtp.server = text("smtp_server");
-    state.smtp.port = static_cast<int>(Number(text("smtp_port")));
-    state.smtp.auth = text("smtp_auth") == "yes";
-    state.smtp.account = text("smtp_account");
-    state.smtp.password = text("smtp_password");
-    state.smtp.secure = text("smtp_secure") == "yes";
-    state.stored = state.smtp.password;
-    state.givenFor = file->Get("smtp_password_for").value_or(ServerOf(state.smtp));
-    state.givenForTls = file->Get("smtp_password_tls").value_or(YesNo(state.smtp.secure)) == "yes";
+    static_cast<Stored&>(*reporter.state_) = Parse(*file);
     return reporter;
 }
 
@@ -190,7 +248,7 @@ int Reporter::SaveSetting()
         {"smtp_password_for", state.givenFor},
         {"smtp_password_tls", YesNo(state.givenForTls)},
     };
-    for (const auto& line : lines) Require(file.Set(line.first, line.second), line.first);
+    for (const auto& line : lines) Require(Sound(file.Set(line.first, line.second), line.first));
     if (!file.Write(SettingsPath(), 0600)) {
         Require(host::SystemReason(SettingsPath(), kCannotStore), kCannotStore);
     }
@@ -230,18 +288,14 @@ int Reporter::SetEnable(bool enabled)
 
 int Reporter::SetRcpt(const std::string& recipient)
 {
-    const std::vector<std::string> recipients = host::pages::ReportRecipients(recipient);
-    Require(host::names::IsPlainText(recipient) &&
-                std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
-            "rcpt");
+    Require(CheckRecipients(recipient));
     state_->rcpt = recipient;
     return 0;
 }
 
 int Reporter::SetSender(const Sender& sender)
 {
-    Require(host::names::IsPlainText(sender.name), "sender_name");
-    Require(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+    Require(CheckSender(sender));
     state_->sender = sender;
     return 0;
 }
@@ -254,11 +308,7 @@ int Reporter::SetTime(const Time& time)
 
 int Reporter::SetSMTP(const SMTP& account)
 {
-    Require(host::names::IsPlainText(account.provider), "smtp_provider");
-    Require(host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server");
-    Require(account.port >= 0 && account.port <= kHighestPort, "smtp_port");
-    Require(host::names::IsPlainText(account.account), "smtp_account");
-    Require(host::names::IsPlainText(account.password), "smtp_password");
+    Require(CheckAccount(account));
     state_->smtp = account;
     return 0;
 }

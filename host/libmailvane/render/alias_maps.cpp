@@ -81,7 +81,7 @@ private:
 
 ListTexts AliasTexts(const ListSources& sources)
 {
-    const stores::AliasTable table(stores::ReadAliases(sources.database));
+    const stores::AliasTable table(stores::AliasesIn(sources.database));
     GroupMembers groups(SourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
         table, settings::MailDomains(sources.settings),

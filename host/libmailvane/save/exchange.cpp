@@ -154,7 +154,9 @@ Result<void> BeginExchange(const std::string& staged, bool whole)
     if (!done) return done;
 
     for (const std::string& name : ExchangedNames()) {
-        if (!whole && !system::NameExists(NewOf(name))) continue;
+        const bool mayStay =
+            !whole || stores::FindStoredFile(name)->keeping == stores::Keeping::kFolderOnRequest;
+        if (mayStay && !system::NameExists(NewOf(name))) continue;
         done = MoveIfThere(InForce(name), OldOf(name));
         if (done) done = MoveIfThere(NewOf(name), InForce(name));
         if (!done) return done;

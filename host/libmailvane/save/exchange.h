@@ -10,9 +10,9 @@
 namespace host::save {
 
 /// Replaces the stored files by those of the same names in `staged`, a directory in etc/ that is
-/// used up. With `whole`, stored files that `staged` lacks are removed. The exchange is under way
-/// until `KeepExchange` or `DropExchange`; the caller rolls back a failed one. Requires the request
-/// lock and the mark of a pending save.
+/// used up. With `whole`, stored files that `staged` lacks are removed, except the administrator's
+/// fragments. The exchange is under way until `KeepExchange` or `DropExchange`; the caller rolls
+/// back a failed one. Requires the request lock and the mark of a pending save.
 Result<void> BeginExchange(const std::string& staged, bool whole);
 
 /// Whether an exchange is under way, begun by this process or by a killed one.

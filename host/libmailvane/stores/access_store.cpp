@@ -12,7 +12,7 @@ AccessInfo EntryOf(const Rule& rule)
     entry.type = static_cast<Type>(rule.type);
     entry.name = rule.name;
     entry.nameType = static_cast<NameType>(rule.nameType);
-    entry.status = static_cast<AccessStatus>(std::stoi(rule.value));
+    entry.status = static_cast<AccessStatus>(ValueAsNumber(rule));
     return entry;
 }
 

@@ -66,7 +66,7 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 
 }  // namespace
 
-AliasEntries ReadAliases(SQLite::Database& database)
+AliasEntries AliasesIn(SQLite::Database& database)
 {
     AliasEntries entries;
     SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
@@ -83,7 +83,7 @@ Result<AliasEntries> ReadAliases()
     if (!database) return std::move(database).reason();
     return system::Attempt("aliases", [&database] {
         const SQLite::Transaction oneState(*database);
-        return ReadAliases(*database);
+        return AliasesIn(*database);
     });
 }
 

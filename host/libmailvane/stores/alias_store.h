@@ -14,10 +14,10 @@ constexpr char kAliasTables[] =
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases in order. Throw SQLite::Exception, as does the change below.
-AliasEntries ReadAliases(SQLite::Database& database);
+/// All aliases of an open database, in order. Throws SQLite::Exception, as does the change below.
+AliasEntries AliasesIn(SQLite::Database& database);
 
-/// The same of etc/alias.db. Fails as `ReadAccountDatabase`.
+/// All aliases of etc/alias.db. Fails as `ReadAccountDatabase`.
 Result<AliasEntries> ReadAliases();
 
 /// Stores a change, in the caller's transaction.

@@ -99,7 +99,7 @@ std::list<BlackWhite> BlackWhiteEntries(const Rules& rules)
 {
     std::list<BlackWhite> entries;
     for (const Rule& rule : rules) {
-        entries.push_back({rule.name, std::stoi(rule.value), rule.type, rule.nameType});
+        entries.push_back({rule.name, ValueAsNumber(rule), rule.type, rule.nameType});
     }
     return entries;
 }

@@ -77,12 +77,9 @@ Json::Value ToJson(const PersonalSettings& settings, const system::MailAccount& 
     return json;
 }
 
-PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& account)
+PersonalSettings ToSettings(const Json::Value& json)
 {
     PersonalSettings settings;
-    // Settings of another user id are ignored: the name was reused for a new account.
-    if (json["uid"].asUInt64() != account.uid) return settings;
-
     settings.forward = json["forward"].asBool();
     settings.forwardAddress = json["forward_address"].asString();
     settings.keepCopy = json["keep_copy"].asBool();
@@ -96,19 +93,25 @@ PersonalSettings ToSettings(const Json::Value& json, const system::MailAccount& 
     return settings;
 }
 
-Result<PersonalSettings> Parse(const std::string& text, const system::MailAccount& account)
+/// Settings as stored, and the id of the user they belong to.
+struct StoredPersonal {
+    std::uint64_t uid;
+    PersonalSettings settings;
+};
+
+Result<StoredPersonal> Parse(const std::string& text, const std::string& about)
 {
     Json::Value json;
     std::string errors;
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     if (!reader->parse(text.data(), text.data() + text.size(), &json, &errors)) {
-        return Reason{ReasonCode::kDamaged, account.name, Title(account) + ": it is not JSON"};
+        return Reason{ReasonCode::kDamaged, about, "it is not JSON"};
     }
     try {
         const Json::Value& stored = json;
-        return ToSettings(stored, account);
+        return StoredPersonal{stored["uid"].asUInt64(), ToSettings(stored)};
     } catch (const Json::Exception& failure) {  // a member of another kind
-        return Reason{ReasonCode::kDamaged, account.name, Title(account) + ": " + failure.what()};
+        return Reason{ReasonCode::kDamaged, about, failure.what()};
     }
 }
 
@@ -140,7 +143,19 @@ Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account
         if (errno == ENOENT) return PersonalSettings();
         return SystemReason(account.name, Title(account));
     }
-    return Parse(text, account);
+    auto stored = Parse(text, account.name).Prefixed(Title(account) + ": ");
+    if (!stored) return std::move(stored).reason();
+
+    // Settings of another user id are ignored: the name was reused for a new account.
+    if (stored->uid != account.uid) return PersonalSettings();
+    return std::move(stored->settings);
+}
+
+Result<PersonalSettings> ParsePersonalSettings(const std::string& text)
+{
+    auto stored = Parse(text, "personal settings");
+    if (!stored) return std::move(stored).reason();
+    return std::move(stored->settings);
 }
 
 Result<void> WritePersonalSettings(const system::MailAccount& account,

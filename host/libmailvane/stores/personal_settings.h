@@ -45,6 +45,9 @@ SenderReply* FindSenderReply(PersonalSettings& settings, const std::string& send
 /// Reads the settings of an account; defaults when none are stored.
 Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account);
 
+/// Reads the settings from the text of a stored file of any user.
+Result<PersonalSettings> ParsePersonalSettings(const std::string& text);
+
 /// Stores the settings.
 Result<void> WritePersonalSettings(const system::MailAccount& account,
                                    const PersonalSettings& settings);

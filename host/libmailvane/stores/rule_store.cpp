@@ -2,6 +2,7 @@
 #include "host/libmailvane/stores/rule_store.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <utility>
 
@@ -74,6 +75,11 @@ bool IsInTheWay(const Rules& stored, const Rule& rule, Standing standing)
 }
 
 }  // namespace
+
+int ValueAsNumber(const Rule& rule)
+{
+    return static_cast<int>(std::strtol(rule.value.c_str(), nullptr, 10));
+}
 
 RuleSearch SearchOf(const RuleList& list, const Filter& filter)
 {

@@ -27,6 +27,9 @@ struct Rule {
 };
 using Rules = std::list<Rule>;
 
+/// What the rule says as a number; that of a text which is none differs from it as a text.
+int ValueAsNumber(const Rule& rule);
+
 /// A field that can be searched: its name in a request, and the SQL expression for its text.
 struct SearchField {
     const char* name;

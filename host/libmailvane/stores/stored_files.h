@@ -13,11 +13,12 @@ namespace host::stores {
 
 /// How a stored file changes.
 enum class Keeping {
-    kInGeneration,  ///< with the settings: etc/NAME leads into the generation in force
-    kDatabase,      ///< by transactions of its own; belongs to one account combination
-    kPlain,         ///< replaced whole
-    kFolder,        ///< its files are replaced one by one
-    kNotExchanged   ///< no backup holds it: made anew, or of this machine alone
+    kInGeneration,     ///< with the settings: etc/NAME leads into the generation in force
+    kDatabase,         ///< by transactions of its own; belongs to one account combination
+    kPlain,            ///< replaced whole
+    kFolder,           ///< its files are replaced one by one
+    kFolderOnRequest,  ///< a folder that a restore leaves as it is, unless it is asked to bring one
+    kNotExchanged      ///< no backup holds it: made anew, or of this machine alone
 };
 
 struct StoredFile {
@@ -41,7 +42,7 @@ inline constexpr StoredFile kStoredFiles[] = {
     {"personal", Keeping::kFolder, "root", "root", 0700},
     {"report.conf", Keeping::kPlain, "root", "root", 0600},
     {"htpasswd", Keeping::kPlain, "root", "mailvane-web", 0640},
-    {"local.d", Keeping::kFolder, "root", "root", 0755},
+    {"local.d", Keeping::kFolderOnRequest, "root", "root", 0755},
     {"report.state", Keeping::kPlain, "root", "root", 0600},
     {"lock", Keeping::kNotExchanged, "root", "root", 0600},
     {"firewall.nft", Keeping::kNotExchanged, "root", "root", 0644},

@@ -62,6 +62,20 @@ Result<SQLite::Database> EmptyStore(const Schema& schema)
     return database;
 }
 
+/// The scripts of all tables, indexes, views and triggers.
+std::string TablesOf(SQLite::Database& database)
+{
+    SQLite::Statement rows(database,
+                           "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY 1, 2");
+    std::string text;
+    while (rows.executeStep()) {
+        for (int column = 0; column < rows.getColumnCount(); ++column) {
+            text.append(rows.getColumn(column).getString()).append("\n");
+        }
+    }
+    return text;
+}
+
 ReasonCode CodeOf(int sqliteCode)
 {
     switch (sqliteCode) {
@@ -89,6 +103,11 @@ Reason ReasonOf(const std::exception& failure, const std::string& what)
     return {code, what, what + ": " + failure.what()};
 }
 
+void DistrustSchema(SQLite::Database& database)
+{
+    database.exec("PRAGMA trusted_schema = OFF");
+}
+
 Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema)
 {
     const Result<bool> older = IsOlder(database, schema);
@@ -97,11 +116,19 @@ Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema)
     return {};
 }
 
+Result<bool> IsMadeBy(SQLite::Database& database, const Schema& schema)
+{
+    auto model = EmptyStore(schema);
+    if (!model) return std::move(model).reason();
+    return TablesOf(database) == TablesOf(*model);
+}
+
 Result<SQLite::Database> OpenForChange(const std::string& path, const Schema& schema)
 {
     CreateIfMissing(path);
     return Attempt(path, [&]() -> Result<SQLite::Database> {
         SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        DistrustSchema(database);
         database.exec("PRAGMA journal_mode = DELETE");
         Result<void> done = BringUpToDate(database, schema);
         if (!done) return std::move(done).reason();
@@ -132,6 +159,7 @@ Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path)
     // Not opened read-only, since SQLite could not roll back the journal of a killed writer then.
     auto opened = Attempt(path, [&path]() -> std::optional<SQLite::Database> {
         SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        DistrustSchema(database);
         AllowNoChange(database);
         return database;
     });

@@ -26,9 +26,17 @@ struct Schema {
     int version;
 };
 
+/// Makes SQLite run only harmless functions for the views, triggers and indexes of an open store,
+/// which may have been written by somebody else. Throws SQLite::Exception.
+void DistrustSchema(SQLite::Database& database);
+
 /// Runs the scripts that an open store lacks, all or none. Fails for a store of a later version.
 /// Throws SQLite::Exception.
 Result<void> BringUpToDate(SQLite::Database& database, const Schema& schema);
+
+/// Whether an up-to-date store has exactly the tables, indexes, views and triggers that the scripts
+/// make. Throws SQLite::Exception.
+Result<bool> IsMadeBy(SQLite::Database& database, const Schema& schema);
 
 /// Opens a store for changes; creates it (mode 0600) or brings it up to date first. Fails for a
 /// store of a later version.

@@ -2,8 +2,8 @@
 
 To add a subcommand, write its module with `run(session, words)`, which returns the exit status, and
 add its row to SUBCOMMANDS in session.py, under a name that no action has. The module may define
-`OPTIONS` (those of FLAGS that it accepts) and `candidates(before)` for completion. `help` prints
-its docstring."""
+`OPTIONS` (those of FLAGS and VALUES that it accepts) and `candidates(before)` for completion. `help`
+prints its docstring."""
 import getopt
 import os
 import sys
@@ -12,7 +12,8 @@ from mailvane.common.errors import NoAnswer, Refused, Usage
 from mailvane.ctl import answers
 from mailvane.ctl.session import Session
 
-FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox")
+FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local")
+VALUES = ("--sign", "--require-signature")
 
 
 def main(target: str, words: list[str]) -> int:
@@ -47,7 +48,7 @@ def _run(target: str, words: list[str]) -> int:
         session, command, rest = _parse(target, words)
 
     module = session.subcommand(command)
-    foreign = session.flags - getattr(module, "OPTIONS", {"--yes"} if not module else set())
+    foreign = (session.flags | session.values.keys()) - getattr(module, "OPTIONS", {"--yes"} if not module else set())
     if foreign:
         raise Usage("%s takes no %s" % (command, min(foreign)))
     return module.run(session, rest) if module else _call(session, command, rest)
@@ -56,12 +57,14 @@ def _run(target: str, words: list[str]) -> int:
 def _parse(target: str, words: list[str]) -> tuple[Session, str, list[str]]:
     try:
         options, rest = getopt.gnu_getopt(words, "ho:", [
-            "help", "as=", "raw", "output=", *(flag[2:] for flag in FLAGS)])
+            "help", "as=", "raw", "output=", *(flag[2:] for flag in FLAGS),
+            *(name[2:] + "=" for name in VALUES)])
     except getopt.GetoptError as problem:
         raise Usage(str(problem)) from problem
     given = dict(options)
     session = Session(target, given.get("--as", ""), "--raw" in given,
                       given.get("--output", given.get("-o", "")), given.keys() & FLAGS)
+    session.values = {name: given[name] for name in VALUES if name in given}
     if not rest or {"-h", "--help"} & given.keys():
         rest = ["help", *rest[:1]]
     return session, rest[0], rest[1:]

@@ -1,5 +1,6 @@
 """The archive of a backup: a tar file whose first member is a manifest with format, version, and
-size and hash of every file. Only regular files with known names are written and read."""
+size and hash of every file. In a signed one the signature of the manifest follows. Only regular
+files with known names are written and read."""
 from __future__ import annotations
 
 import hashlib
@@ -10,14 +11,14 @@ import tarfile
 
 from mailvane.common.errors import Refused
 from mailvane.common.files import sync_folder
-from mailvane.ctl import stored_files
+from mailvane.ctl import signature, stored_files
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
     from typing import IO
 
 FORMAT = 1
-MANIFEST = "manifest.json"
+MANIFEST, SIGNATURE = "manifest.json", "manifest.sig"
 LARGEST_FILE, LARGEST_SUM, MOST_FILES = 64 << 20, 512 << 20, 200000  # bytes, bytes, number
 
 
@@ -30,17 +31,19 @@ class State:
         self.pair = pair
         self.made = made
         self.version = version
+        self.signed = False
 
 
-def write(path: str, state: State) -> None:
-    """Writes an archive atomically, replacing an existing file."""
+def write(path: str, state: State, key: str | None = None) -> None:
+    """Writes an archive atomically, replacing an existing file. Signs it with the private key in the
+    file `key`, if given."""
     new = "%s.%d" % (path, os.getpid())
     try:
         descriptor = os.open(new, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
         try:
             with os.fdopen(descriptor, "wb") as file:
                 os.fchmod(file.fileno(), 0o600)
-                _put(file, state)
+                _put(file, state, key)
                 file.flush()
                 os.fsync(file.fileno())
             os.rename(new, path)
@@ -52,14 +55,16 @@ def write(path: str, state: State) -> None:
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
 
 
-def _put(file: IO[bytes], state: State) -> None:
-    manifest = {
+def _put(file: IO[bytes], state: State, key: str | None) -> None:
+    manifest = json.dumps({
         "format": FORMAT, "program": "mailvane", "version": state.version, "made": state.made,
         "signing_pair": state.pair,
         "files": {name: _print_of(data) for name, data in state.files.items()},
-    }
+    }, indent=1).encode()
     with tarfile.open(fileobj=file, mode="w", format=tarfile.PAX_FORMAT) as tar:
-        _add(tar, MANIFEST, json.dumps(manifest, indent=1).encode(), 0o600, state.made)
+        _add(tar, MANIFEST, manifest, 0o600, state.made)
+        if key is not None:
+            _add(tar, SIGNATURE, signature.sign(manifest, key), 0o600, state.made)
         for name, data in sorted(state.files.items()):
             _add(tar, name, data, stored_files.mode_of(name) or 0o600, state.made)
 
@@ -74,21 +79,25 @@ def _add(tar: tarfile.TarFile, name: str, data: bytes, mode: int, made: int) -> 
     tar.addfile(about, io.BytesIO(data))
 
 
-def read(path: str) -> State:
-    """Reads the state from an archive; Refused unless everything is as in the manifest."""
+def read(path: str, key: str | None = None) -> State:
+    """Reads the state from an archive; Refused unless everything is as in the manifest and, if `key`
+    (the file of a public key) is given, the manifest is signed by its pair."""
     try:
         with tarfile.open(path, "r:") as tar:
-            return _state(tar)
+            return _state(tar, key)
     except OSError as problem:
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
     except (tarfile.TarError, EOFError, ValueError) as problem:
         raise Refused("%s is no whole archive" % path) from problem
 
 
-def _state(tar: tarfile.TarFile) -> State:
-    manifest = _manifest(tar.next(), tar)
+def _state(tar: tarfile.TarFile, key: str | None) -> State:
+    text, signed, about = _beginning(tar)
+    if key is not None:
+        signature.check(text, signed, key)
+    manifest = _manifest(text)
     listed, files, size = manifest["files"], {}, 0
-    for about in iter(tar.next, None):
+    while about is not None:
         name = about.name
         if name in files or name not in listed or stored_files.mode_of(name) is None:
             raise Refused("the archive holds %r, which is none of its files" % name[:100])
@@ -98,6 +107,7 @@ def _state(tar: tarfile.TarFile) -> State:
         size += len(files[name])
         if size > LARGEST_SUM or len(files) > MOST_FILES:
             raise Refused("the archive is too large")
+        about = tar.next()
     missing = listed.keys() - files.keys()
     if missing:
         raise Refused("the archive lacks %r" % min(missing)[:100])
@@ -105,13 +115,28 @@ def _state(tar: tarfile.TarFile) -> State:
     if pair and (not stored_files.PAIR.fullmatch(pair) or
                  "dkim.key/%s/dkim.private" % pair not in files):
         raise Refused("the archive lacks the key pair that signs")
-    return State(files, pair, manifest["made"], manifest["version"])
+    state = State(files, pair, manifest["made"], manifest["version"])
+    state.signed = bool(signed)
+    return state
 
 
-def _manifest(about: tarfile.TarInfo | None, tar: tarfile.TarFile) -> dict:
+def _beginning(tar: tarfile.TarFile) -> tuple[bytes, bytes, tarfile.TarInfo | None]:
+    """The text of the manifest, its signature (empty if not signed) and the next member."""
+    about = tar.next()
     if about is None or about.name != MANIFEST:
         raise Refused("it is no archive of mailvane")
-    manifest = json.loads(_data(tar, about))
+    text, signed = _data(tar, about), b""
+    about = tar.next()
+    if about is not None and about.name == SIGNATURE:
+        if about.size > signature.LARGEST:
+            raise Refused("%r is too large" % SIGNATURE)
+        signed = _data(tar, about)
+        about = tar.next()
+    return text, signed, about
+
+
+def _manifest(text: bytes) -> dict:
+    manifest = json.loads(text)
     kinds = {"format": int, "program": str, "version": str, "made": int, "signing_pair": str,
              "files": dict}
     if not isinstance(manifest, dict) or manifest.get("program") != "mailvane" or not all(

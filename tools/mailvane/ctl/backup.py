@@ -1,11 +1,14 @@
-"""mailvanectl backup FILE: writes the stored state to an archive, mode 0600.
+"""mailvanectl backup FILE [--sign KEY]: writes the stored state to an archive, mode 0600.
 
 In it are settings, domains and blocklists; aliases and lists; refused attachment types and rule
 sets; the keys that sign mail and the certificate with its key; personal settings, the report's, web
 logins, and local.d. It holds passwords and private keys: keep it as safe as the server. Not in it:
 mail, the mail log, and lists of other accounts than those that are served.
 
-All of it is of one moment: no change comes between. `mailvanectl restore` puts it in force."""
+All of it is of one moment: no change comes between. `mailvanectl restore` puts it in force.
+
+KEY is the file of a private key, by which the archive is signed:
+  openssl genpkey -algorithm ed25519 -out KEY; openssl pkey -in KEY -pubout -out PUBLIC"""
 from __future__ import annotations
 
 import contextlib
@@ -25,6 +28,8 @@ if TYPE_CHECKING:
     from typing import IO
 
 
+OPTIONS = {"--sign"}
+
 RULES_IN_FORCE = paths.CURRENT + "/amavis/" + stored_files.RULES
 PENDING = paths.GENERATED + "/pending"
 PATIENCE, PAUSE = 30, 0.05  # seconds
@@ -39,7 +44,7 @@ def run(session: Session, words: list[str]) -> int:
         with _undisturbed():
             state = _stored_state()
         state.version = session.version()
-        archive.write(words[0], state)
+        archive.write(words[0], state, session.values.get("--sign"))
     print("%d files, %s" % (len(state.files),
                             display.size_text(sum(map(len, state.files.values())))))
     return answers.DONE

@@ -1,13 +1,19 @@
-"""mailvanectl restore FILE: puts the state in an archive of `mailvanectl backup` in force.
+"""mailvanectl restore FILE [--with-local] [--require-signature KEY]: puts the state in an archive of
+`mailvanectl backup` in force.
 
 The archive is checked first: nothing but files of known names, each with the size and the hash that
-its manifest says. Then everything is put in force as a save is: rendered, judged, and the services
+its manifest says, and nothing in them that the pages would not have stored. With the file of a public
+key, it must be signed by the private one. What it brings is told. The fragments in local.d can have
+the services run any program as root: those here stay, unless --with-local brings the archive's, which
+are shown whole. Then everything is put in force as a save is: rendered, judged, and the services
 brought to it. When anything is refused or fails, the state before is in force; after a kill the next
 change completes it or takes it back. What a restore replaced is kept in etc/replaced until the next
 one."""
 import contextlib
 import os
+import re
 import shutil
+import sys
 import tempfile
 import time
 from collections.abc import Iterator
@@ -21,22 +27,30 @@ from mailvane.ctl.session import Session
 from mailvane.ctl.web_server import WebServer
 
 
+OPTIONS = {"--with-local", "--require-signature"}
+
 WEB_LOGINS = "htpasswd"
+LOGIN = re.compile(r"([^:\x00-\x1f\x7f]{1,64}):\$[0-9a-z]{1,8}\$[A-Za-z0-9./$=,+-]{8,512}")
+FRAGMENTS = "local.d"
 PREFIX = "staged-"
 LEFT_BEHIND = 3600  # seconds
 
 
-def run(_session: Session, words: list[str]) -> int:
+def run(session: Session, words: list[str]) -> int:
     """Restores the state."""
     upkeep.require_root()
     if len(words) != 1:
         raise Usage("restore one file")
     changes = ["lists", "keys", "user data"]
     with audited("restore", changes):
-        state = archive.read(words[0])
+        state = archive.read(words[0], session.values.get("--require-signature"))
+        _check_logins(state)
+        with_local = "--with-local" in session.flags
         with staging() as folder:
-            stage(folder, state)
-            changes += settings.changed(paths.ETC, folder)
+            stage(folder, state, with_local)
+            changed = settings.changed(paths.ETC, folder)
+            _tell(state, changed, with_local)
+            changes += changed
             upkeep.configure("restore", folder)
     try:
         WebServer().renew()
@@ -44,6 +58,43 @@ def run(_session: Session, words: list[str]) -> int:
         answers.complain("restored, but %s; the system log says why" % problem)
     print("restored the state of " + display.date_text(state.made))
     return answers.DONE
+
+
+def _logins(state: State) -> list[str]:
+    """Lines of the web logins."""
+    return state.files.get(WEB_LOGINS, b"").decode(errors="replace").splitlines()
+
+
+def _check_logins(state: State) -> None:
+    """What this package writes there, or a tool of the web servers: names and salted hashes."""
+    for number, line in enumerate(_logins(state), 1):
+        if not LOGIN.fullmatch(line):
+            raise Refused("line %d of the web logins is no name with a hash" % number)
+
+
+def _tell(state: State, changed: list[str], with_local: bool) -> None:
+    """Says what a restore is about to bring."""
+    def below(folder: str) -> list[str]:
+        return sorted(name[len(folder) + 1:] for name in state.files
+                      if name.startswith(folder + "/"))
+
+    rows = [
+        ("archive", ["of " + display.date_text(state.made), "signed" if state.signed else "not signed"]),
+        ("settings that change", changed),
+        ("spam rule sets", below("rules")),
+        ("key pair that signs", [state.pair] if state.pair else []),
+        ("certificate", below("tls")),
+        ("personal settings", [name.removesuffix(".json") for name in below("personal")]),
+        ("web logins", [line.partition(":")[0] for line in _logins(state)]),
+        ("local.d" if with_local else "local.d, left out", below(FRAGMENTS)),
+    ]
+    for name, values in rows:
+        print("%-22s%s" % (name + ":", display.plain(", ".join(values) or "none")))
+    for name in below(FRAGMENTS) if with_local else []:
+        print("--- %s/%s" % (FRAGMENTS, display.plain(name)))
+        text = state.files[FRAGMENTS + "/" + name].decode(errors="replace")
+        print("\n".join(display.plain(line) for line in text.splitlines()))
+    sys.stdout.flush()
 
 
 @contextlib.contextmanager
@@ -64,13 +115,17 @@ def _sweep() -> None:
             shutil.rmtree(entry.path, ignore_errors=True)
 
 
-def stage(folder: str, state: State) -> None:
+def stage(folder: str, state: State, with_local: bool) -> None:
     """Writes the files of a state with the owners and modes that they are to have."""
     os.umask(0o077)
+    left_out = "" if with_local else FRAGMENTS
     for name, mode in stored_files.FOLDERS.items():
-        os.mkdir(os.path.join(folder, name))
-        os.chmod(os.path.join(folder, name), mode)
+        if name != left_out:
+            os.mkdir(os.path.join(folder, name))
+            os.chmod(os.path.join(folder, name), mode)
     for name, data in state.files.items():
+        if name.partition("/")[0] == left_out:
+            continue
         path = os.path.join(folder, name)
         os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
         put(path, data, stored_files.mode_of(name) or 0o600)

@@ -21,9 +21,9 @@ SUBCOMMANDS = {
               "the mail that waits to be delivered"),
     "quarantine": ("mailvane.ctl.quarantine", "list|show|release|delete [ID]",
                    "the mail that the scanner has kept aside"),
-    "backup": ("mailvane.ctl.backup", "FILE",
+    "backup": ("mailvane.ctl.backup", "FILE [--sign KEY]",
                "writes settings, lists, keys and user data to an archive"),
-    "restore": ("mailvane.ctl.restore", "FILE",
+    "restore": ("mailvane.ctl.restore", "FILE [--with-local] [--require-signature KEY]",
                 "puts the state in an archive in force"),
     "generations": ("mailvane.ctl.generations", "[--json]",
                     "the states of the settings that are kept"),
@@ -53,6 +53,7 @@ class Session(Requests):
         self.flags = frozenset(flags)
         self.raw = raw
         self.output = output
+        self.values: dict[str, str] = {}  # of options that take one, by their names
         self._version = target + "/share/mailvane/version"
 
     def action(self, name: str) -> Action:

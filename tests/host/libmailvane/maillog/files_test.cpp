@@ -89,6 +89,34 @@ TEST_F(LogFiles, OnlyDatabasesOfTheTwoFoldersAreOpened)
     EXPECT_FALSE(fs::exists(folder + "missing.db"));
 }
 
+// The log's folders are the collector's, which reads what strangers write.
+TEST_F(LogFiles, NothingIsDoneToTheLogWithOtherRightsThanItsOwners)
+{
+    if (geteuid() != 0) GTEST_SKIP() << "needs root";
+    constexpr uid_t kCollector = 65534;
+    const std::string victim = root + "/victim";
+    const std::string planted = host::maillog::MailLogFolder() + "/2026-01.db";
+    fs::permissions(root, fs::perms(0755));
+    Store(kSecret);
+    Open().exec("VACUUM INTO '" + planted + "'");
+    Write(victim, "a key");
+    Write(planted + "-journal", HostileJournal(victim));
+    for (const auto& file : fs::recursive_directory_iterator(host::PackagePath("target/etc"))) {
+        ASSERT_EQ(lchown(file.path().c_str(), kCollector, kCollector), 0);
+    }
+    UseEverything(Log("/var/packages/Mailvane/target/etc/maillog/2026-01.db"));
+    EXPECT_TRUE(fs::exists(victim));
+    EXPECT_FALSE(fs::exists(planted + "-journal")) << "it was not played back";
+    EXPECT_EQ(geteuid(), 0U);
+
+    MailLog log = Log();
+    EXPECT_EQ(log.getLogNum(LogFilter()), 1);
+    EXPECT_EQ(log.clear(), 0);
+    EXPECT_EQ(log.getLogNum(LogFilter()), 0);
+    EXPECT_EQ(geteuid(), 0U);
+    EXPECT_EQ(getegid(), getgid());
+}
+
 TEST_F(LogFiles, DamageAnywhereIsAnErrorAtMost)
 {
     Store(

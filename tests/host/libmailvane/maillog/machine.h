@@ -1,8 +1,11 @@
 // A machine with a mail log.
 #pragma once
 
+#include <unistd.h>
+
 #include "host/libmailvane/maillog/schema.h"
 #include "platform/mailvane/mail_log.h"
+#include "tests/host/hostile_journal.h"
 #include "tests/host/machine.h"
 
 class LogMachine : public Machine {

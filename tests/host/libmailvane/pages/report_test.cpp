@@ -1,5 +1,6 @@
 // The report: its settings, when it is due, what it counts, how it is written.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <ctime>
 #include <sstream>
@@ -8,6 +9,7 @@
 #include "host/libmailvane/pages/reporter.h"
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/reporter.h"
+#include "tests/host/hostile_journal.h"
 #include "tests/host/machine.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_text.h"
@@ -151,6 +153,19 @@ TEST_F(ReportTest, CountsWhatTheLogsOfThePeriodHold)
     EXPECT_EQ(mail->resent.bytes, 4);
     EXPECT_EQ(mail->senders.size(), 2U);
     EXPECT_EQ(mail->recipients.size(), 2U) << "one has no recipient yet";
+
+    // They are read with the rights of their owner only.
+    const std::string folder = host::PackagePath("target/etc/maillog");
+    const std::string victim = root + "/victim";
+    Write(victim, "a key");
+    Write(folder + "/2026-10-2.db-journal", HostileJournal(victim));
+    std::filesystem::permissions(root, std::filesystem::perms(0755));
+    for (const char* name : {"", "/maillog.db", "/2026-10-2.db", "/2026-10-2.db-journal"}) {
+        if (geteuid() != 0) continue;
+        ASSERT_EQ(lchown((folder + name).c_str(), 65534, 65534), 0);
+    }
+    (void)report::CountMail(period);
+    EXPECT_TRUE(geteuid() != 0 || std::filesystem::exists(victim));
 
     const std::string prefix = " mv amavis[1]: (1-01) ";
     Write(root + "/var/log/mailvane/amavis.log",

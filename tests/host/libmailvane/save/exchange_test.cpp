@@ -1,4 +1,5 @@
-// Exchanging stored data: wherever a process is killed, it can be taken back.
+// Exchanging stored data: wherever a process is killed, it can be taken back; what comes from
+// elsewhere is held against the checks of its pages before.
 #include "host/libmailvane/save/exchange.h"
 
 #include <cstdio>
@@ -7,6 +8,10 @@
 #include <set>
 #include <sstream>
 
+#include "host/libmailvane/pages/staged_state.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/stores/stored_files.h"
 #include "tests/host/machine.h"
 
@@ -77,6 +82,21 @@ TEST_F(StoredData, ExchangesSingleThingsAlone)
     }
     ASSERT_TRUE(host::save::BeginExchange(etc + "staged", false));
     EXPECT_EQ(Stored(), wanted);
+}
+
+TEST_F(StoredData, FragmentsOfTheAdministratorStayUnlessOthersComeWithTheRest)
+{
+    Write(etc + "local.d/main.cf", "mine");
+    ASSERT_TRUE(host::save::BeginExchange(etc + "staged", true));
+    EXPECT_EQ(Contents(etc + "local.d/main.cf"), "mine");
+    host::save::KeepExchange();
+
+    Stage();
+    Write(etc + "staged/local.d/main.cf", "theirs");
+    ASSERT_TRUE(host::save::BeginExchange(etc + "staged", true));
+    EXPECT_EQ(Contents(etc + "local.d/main.cf"), "theirs");
+    ASSERT_TRUE(host::save::RollBackExchange());
+    EXPECT_EQ(Contents(etc + "local.d/main.cf"), "mine");
 }
 
 TEST_F(StoredData, IsTakenBackFromWhereverAKillLeftIt)
@@ -161,6 +181,120 @@ TEST(StoredFiles, HaveTheOwnersAndModesOfTheMachine)
         }
     }
     EXPECT_EQ(found, wanted);
+}
+
+/// A state as an archive brings it, one part of each kind.
+class StagedState : public Machine {
+protected:
+    using Database = host::stores::AccountDatabase;
+
+    void SetUp() override
+    {
+        Machine::SetUp();
+        folder = host::PackagePath("etc/staged");
+        Fill();
+    }
+
+    void Fill() const
+    {
+        fs::remove_all(folder);
+        const host::settings::StoredSettings settings;
+        Write(folder + "/mailvane.conf", settings.SettingsText() + "always_bcc=\"boss\"\n");
+        Write(folder + "/domains", "example.test\n");
+        Write(folder + "/dnsbl", "bl.example.test rbl_client\n");
+        Write(folder + "/attachment_types", "exe\ntar.gz\n");
+        Write(folder + "/rules.cf", "# rule set: mine.cf\nbody ZEBRA /zebra/\nscore ZEBRA 2\n");
+        Write(folder + "/rules/mine.cf", "anything: it is judged when it is switched on");
+        Write(folder + "/report.conf", "rcpt=\"a@b.test, c@d.test\"\nsmtp_port=\"587\"\n");
+        Write(folder + "/personal/alice.json", Personal("x@far.test", "I am away"));
+        for (const auto& [which, name] : {std::pair(Database::kAlias, "/alias.db"),
+                                          std::pair(Database::kMailvane, "/mailvane.db")}) {
+            ASSERT_TRUE(host::stores::CreateAccountDatabase(
+                folder + name, host::stores::StoreOf(which).schema, settings.Account()));
+        }
+        Execute("alias.db",
+                "INSERT INTO alias VALUES (1, 'info'), (2, 'all');"
+                "INSERT INTO member VALUES (1, 0, 'all', 2), (2, 0, 'HOUSE\\bob', 0)");
+        Execute("mailvane.db",
+                "INSERT INTO access VALUES (0, 'x@y.test', 0, 1), (2, '10.0.0.0/8', 4, 1);"
+                "INSERT INTO bcc VALUES (0, 'alice', 'boss@b.test');"
+                "INSERT INTO sender_quota VALUES ('bob', 10);"
+                "INSERT INTO black_white VALUES (2, '10.0.0.1', 3, 1)");
+    }
+
+    static std::string Personal(const std::string& address, const std::string& text)
+    {
+        return R"({"uid": 1000, "forward": true, "forward_address": ")" + address +
+               R"(", "keep_copy": true, "reply": true, "reply_begin": 0, "reply_end": 0,
+                  "general_reply": {"subject": ")" +
+               text + R"(", "message": "x"}, "sender_replies": []})";
+    }
+
+    void Execute(const std::string& name, const std::string& sql) const
+    {
+        SQLite::Database(folder + "/" + name, SQLite::OPEN_READWRITE).exec(sql);
+    }
+
+    bool IsTaken() const { return host::Succeeded(host::pages::CheckStagedState(folder)); }
+
+    std::string folder;
+};
+
+TEST_F(StagedState, IsTakenWhereEachPageWouldHaveStoredIt)
+{
+    EXPECT_TRUE(IsTaken());
+    for (const char* name : {"report.conf", "attachment_types", "rules", "personal", "dnsbl"}) {
+        fs::remove_all(folder + "/" + name);
+    }
+    EXPECT_TRUE(IsTaken()) << "what is not there is not wrong";
+}
+
+TEST_F(StagedState, IsRefusedForAnyPartThatAPageWouldNotHaveStored)
+{
+    const std::pair<const char*, std::string> files[] = {
+        {"mailvane.conf", "smtp_port=\"70000\"\n"},
+        {"mailvane.conf", "smtp_hostname=\"a b\"\n"},
+        {"mailvane.conf", "always_bcc=\"a,b@c.test\"\n"},
+        {"domains", "example.test\npermit\n"},
+        {"dnsbl", "bl.test,permit rbl_client\n"},
+        {"dnsbl", "bl.example.test reject\n"},
+        {"attachment_types", "exe (.*\n"},
+        {"rules.cf", "loadplugin Mine /tmp/mine.pm\n"},
+        {"rules.cf", "# rule set: <b>\n"},
+        {"rules/<b>", ""},
+        {"report.conf", "rcpt=\"a@b.test <c>\"\n"},
+        {"report.conf", "smtp_server=\"a b\"\n"},
+        {"report.conf", "smtp_port=\"70000\"\n"},
+        {"personal/alice.json", "x"},
+        {"personal/alice.json", "[1]"},
+        {"personal/alice.json", Personal("alice@localhost, x", "")},
+        {"personal/alice.json", Personal("alice@example.test", "")},
+        {"personal/alice.json", Personal("x@far.test", std::string(501, 'x'))},
+    };
+    for (const auto& [name, text] : files) {
+        Write(folder + "/" + name, text);
+        EXPECT_FALSE(IsTaken()) << name << ": " << text;
+        Fill();
+    }
+    const std::pair<const char*, const char*> changes[] = {
+        {"alias.db", "INSERT INTO alias VALUES (3, 'a b')"},
+        {"alias.db", "INSERT INTO member VALUES (1, 1, '|/bin/sh', 3)"},
+        {"alias.db", "INSERT INTO member VALUES (1, 1, 'nobody', 2)"},
+        {"alias.db", "CREATE TRIGGER t AFTER INSERT ON member BEGIN SELECT 1; END"},
+        {"mailvane.db", "INSERT INTO access VALUES (0, 'a@b.test OK', 0, 0)"},
+        {"mailvane.db", "INSERT INTO access VALUES (0, 'A@b.test', 0, 0)"},
+        {"mailvane.db", "INSERT INTO access VALUES (7, 'a@b.test', 0, 0)"},
+        {"mailvane.db", "INSERT INTO bcc VALUES (1, 'bob', 'a b')"},
+        {"mailvane.db", "INSERT INTO sender_quota VALUES (char(10), 1)"},
+        {"mailvane.db", "INSERT INTO sender_quota VALUES ('eve', -1)"},
+        {"mailvane.db", "INSERT INTO black_white VALUES (0, '10.0.0.1', 3, 1)"},
+        {"mailvane.db", "CREATE VIEW v AS SELECT 1"},
+    };
+    for (const auto& [name, sql] : changes) {
+        Execute(name, sql);
+        EXPECT_FALSE(IsTaken()) << name << ": " << sql;
+        Fill();
+    }
 }
 
 }  // namespace

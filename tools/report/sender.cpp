@@ -1,0 +1,96 @@
+// The process that speaks to the account's server.
+#include "tools/report/sender.h"
+
+#include <json/json.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/system/user_command.h"
+
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
+namespace report {
+
+namespace {
+
+const char kUser[] = "mailvane-report";
+constexpr std::chrono::minutes kLimit{3};
+constexpr int kNotTaken = 1;
+
+std::string ToJson(const Delivery& delivery)
+{
+    Json::Value json;
+    Json::Value& account = json["account"];
+    account["server"] = delivery.account.server;
+    account["port"] = delivery.account.port;
+    account["auth"] = delivery.account.auth;
+    account["account"] = delivery.account.account;
+    account["password"] = delivery.account.password;
+    account["secure"] = delivery.account.secure;
+    json["greeting"] = delivery.envelope.greeting;
+    json["from"] = delivery.envelope.from;
+    for (const std::string& recipient : delivery.envelope.to) json["to"].append(recipient);
+    json["message"] = delivery.message;
+    json["trusted"] = delivery.trusted;
+    return Json::writeString(Json::StreamWriterBuilder(), json);
+}
+
+Delivery FromJson(const Json::Value& json)
+{
+    Delivery delivery;
+    const Json::Value& account = json["account"];
+    delivery.account.server = account["server"].asString();
+    delivery.account.port = account["port"].asInt();
+    delivery.account.auth = account["auth"].asBool();
+    delivery.account.account = account["account"].asString();
+    delivery.account.password = account["password"].asString();
+    delivery.account.secure = account["secure"].asBool();
+    delivery.envelope.greeting = json["greeting"].asString();
+    delivery.envelope.from = json["from"].asString();
+    for (const Json::Value& recipient : json["to"]) {
+        delivery.envelope.to.push_back(recipient.asString());
+    }
+    delivery.message = json["message"].asString();
+    delivery.trusted = json["trusted"].asString();
+    return delivery;
+}
+
+}  // namespace
+
+Result<void> SendAsItsUser(const Delivery& delivery)
+{
+    if (geteuid() != 0) return Send(delivery);
+
+    host::ProgramOptions options;
+    options.limit = kLimit;
+    options.capture = true;
+    options.input = ToJson(delivery);
+    const host::ProgramResult result = host::RunProgram(
+        host::system::AsUser(kUser, {host::PackagePath("target/bin/hald_report"), "--send"}),
+        options);
+    if (result.Succeeded()) return {};
+    if (result.status == kNotTaken && !result.output.empty()) {
+        return Reason{ReasonCode::kDaemonRefuses, delivery.account.server, result.output};
+    }
+    return Reason{ReasonCode::kSystem, kUser,
+                  "its sender, run as " + std::string(kUser) + ", failed " + result.errors};
+}
+
+int SendFromInput()
+{
+    Json::Value json;
+    std::cin >> json;
+    const Json::Value& told = json;
+    const Result<void> sent = Send(FromJson(told));
+    if (!sent) (void)fputs(sent.reason().text.c_str(), stdout);
+    return sent ? 0 : kNotTaken;
+}
+
+}  // namespace report
