@@ -294,14 +294,14 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
             postfix.Set("smtp_relay_password", Value<std::string>(password));
         });
     };
-    EXPECT_EQ(save(true, " secret \"x\" "), 0);
+    EXPECT_EQ(save(true, "secret \"x\""), 0);
     EXPECT_EQ(save(true, ""), 0);
     EXPECT_EQ(InRequest([] {
                   Postfix postfix;
                   if (postfix.LoadSettings() < 0) return -1;
                   const boost::any stored = postfix.Get("smtp_relay_password");
-                  return boost::any_cast<Value<std::string>>(stored).get() == " secret \"x\" " ? 0
-                                                                                               : -1;
+                  return boost::any_cast<Value<std::string>>(stored).get() == "secret \"x\"" ? 0
+                                                                                             : -1;
               }),
               0);
     EXPECT_EQ(save(false, ""), 0);
@@ -314,6 +314,37 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
     EXPECT_EQ(info.st_mode & 07777U, 0600U);
 }
 
+TEST_F(SaveTransaction, ARelayThatNoDaemonCouldUseIsRefusedButKeepsNoOtherFormAway)
+{
+    const auto save = [](const std::map<std::string, std::string>& texts) {
+        return SaveIn([&texts](Postfix& postfix) {
+            for (const char* name : {"smtp_relay_enabled", "smtp_relay_auth"}) {
+                postfix.Set(name, Value<bool>(true));
+            }
+            for (const auto& [name, text] : texts) postfix.Set(name, Value<std::string>(text));
+        });
+    };
+    const std::pair<const char*, const char*> good[] = {{"smtp_relay_server", "relay.example"},
+                                                        {"smtp_relay_account", "me"},
+                                                        {"smtp_relay_password", "secret"}};
+    const std::pair<const char*, const char*> bad[] = {{"smtp_relay_server", ""},
+                                                       {"smtp_relay_account", ""},
+                                                       {"smtp_relay_account", "me "},
+                                                       {"smtp_relay_password", " secret"}};
+    for (const auto& [name, text] : bad) {
+        std::map<std::string, std::string> texts(std::begin(good), std::end(good));
+        texts[name] = text;
+        EXPECT_EQ(save(texts), -1) << name << " '" << text << "'";
+    }
+    EXPECT_EQ(save({std::begin(good), std::end(good)}), 0);
+
+    auto file = host::KeyValueFile::Read(kPackage / "etc/mailvane.conf");
+    file->Set("smtp_relay_account", "");
+    file->Set("smtp_relay_password", " x ");
+    file->Write(kPackage / "etc/mailvane.conf", 0600);
+    EXPECT_EQ(Rename("other.example"), 0);
+}
+
 TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
 {
     const auto save = [](const char* takesOver) {
@@ -322,6 +353,7 @@ TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
             postfix.Set("smtp_relay_enabled", Value<bool>(true));
             postfix.Set("smtp_relay_server", Value<std::string>("relay.example"));
             postfix.Set("smtp_relay_auth", Value<bool>(true));
+            postfix.Set("smtp_relay_account", Value<std::string>("me"));
             postfix.Set("smtp_relay_password", Value<std::string>("secret"));
         });
     };
