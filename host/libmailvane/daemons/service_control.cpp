@@ -4,6 +4,9 @@
 
 #include <unistd.h>
 
+#include <utility>
+
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
@@ -44,7 +47,18 @@ const struct {
     {daemons::kMemcached, &MemcachedService},
 };
 
+bool& ScannerIsMarked()
+{
+    static bool marked = false;
+    return marked;
+}
+
 }  // namespace
+
+void MarkScanner()
+{
+    ScannerIsMarked() = true;
+}
 
 int RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
 {
@@ -53,7 +67,9 @@ int RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
         Log(LOG_ERR, "%s takes no verb \"%s\"", script.c_str(), verb.c_str());
         return -1;
     }
-    return RunProgram({PackagePath("target/scripts/" + script), verb}).Succeeded() ? 0 : -1;
+    if (RunProgram({PackagePath("target/scripts/" + script), verb}).Succeeded()) return 0;
+    NoteFailure(script + " " + verb + " failed");
+    return -1;
 }
 
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb)
@@ -85,7 +101,8 @@ int ImapPop3::Service(const std::string& verb)
 
 int MailScanner::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript(host::daemons::kScanner, verb);
+    const int result = host::daemons::RunControlScript(host::daemons::kScanner, verb);
+    return std::exchange(host::daemons::ScannerIsMarked(), false) ? -1 : result;
 }
 
 int MailScanner::AntiVirusService(const std::string& verb)

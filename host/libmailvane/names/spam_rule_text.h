@@ -12,6 +12,9 @@ namespace host::names {
 /// follows.
 constexpr char kRuleSetHeading[] = "# rule set: ";
 
+/// The beginning of the names of uploads, which a rule set cannot have.
+constexpr char kUploadedFile[] = "mailvane-upload.";
+
 /// Whether a rule set can have this name, which is also its file's name.
 bool IsRuleSetName(const std::string& name);
 

@@ -1,6 +1,10 @@
 // What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
+#include <filesystem>
+
+#include "host/libhaldcore/audit.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libmailvane/names/spam_rule_text.h"
 #include "host/libmailvane/save/list_change.h"
 #include "platform/mailvane/access.h"
@@ -120,7 +124,24 @@ TEST_F(RuleFiles, AreFoundByTheirNameAloneAndAreDisabledUntilTheyPass)
         EXPECT_EQ(-1, spam.deleteRule(name)) << name;
     }
     EXPECT_EQ(0, spam.deleteRule("bad.cf"));
+    EXPECT_EQ(1, spam.getSpamRules().size());
     EXPECT_EQ("kept", Contents(root + "/outside"));
+}
+
+TEST_F(RuleFiles, LeaveNothingBehindWhenTheirUploadIsRefused)
+{
+    const std::string rules = host::PackagePath("etc/rules/");
+    Write(rules + "good.cf", "body A /a/\n");
+    host::NoteRequest({host::kUploadAction});
+    for (const std::string name : {".hidden", "a<b>", " lead", "bad.cf", "good.cf"}) {
+        Write(rules + name, "include /etc/shadow\n");
+        EXPECT_EQ(-1, spam.enableRule(name));
+    }
+    Write(rules + "mailvane-upload.AbCdEf", "body A /a/\n");  // moved to a name that is a folder
+    EXPECT_EQ(-1, spam.enableRule(""));
+    host::NoteRequest({});
+    EXPECT_TRUE(std::filesystem::is_empty(rules));
+    EXPECT_EQ(0U, host::NotedFailure().find("the rule set '.hidden'"));
 }
 
 TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
