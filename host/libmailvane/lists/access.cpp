@@ -16,7 +16,7 @@ Result<void> Add(const AccessInfo& entry)
 {
     Result<stores::Rule> stored = kPages.Refused(stores::StoredRule(entry));
     if (!stored) return std::move(stored).reason();
-    return kPages.Store(kPages.Adding({*std::move(stored)}, stores::Standing::kInTheWay));
+    return kPages.Store(kPages.Adding(*std::move(stored)));
 }
 
 Result<void> Remove(const std::list<AccessInfo>& entries)
@@ -28,9 +28,7 @@ Result<void> Remove(const std::list<AccessInfo>& entries)
 
 Result<void> Import(Type type, const std::string& path)
 {
-    Result<stores::Rules> rules = stores::ReadRulesText(kPages.rules(), type, path);
-    if (!rules) return std::move(rules).reason();
-    return kPages.Store(kPages.Adding(*std::move(rules), stores::Standing::kReplaced));
+    return kPages.Store(kPages.Importing(type, path, true));
 }
 
 }  // namespace
@@ -65,7 +63,7 @@ int Access::addAccess(Type type, NameType nameType, const std::string& name, Acc
 
 int Access::deleteAccess(const std::list<AccessInfo>& entries)
 {
-    return host::Status(host::lists::Remove(entries));
+    return kPages.Told(host::lists::Remove(entries));
 }
 
 int Access::exportAccess(Type type, const std::string& path)
@@ -77,7 +75,7 @@ int Access::exportAccess(Type type, const std::string& path)
 
 int Access::importAccess(Type type, const std::string& path)
 {
-    return host::Status(host::lists::Import(type, path));
+    return kPages.Told(host::lists::Import(type, path));
 }
 
 int Access::GenerateAccessMap()

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
@@ -33,9 +34,12 @@ struct Alias::State {
     host::Result<void> Import(const std::string& path)
     {
         auto aliases = host::stores::ReadAliasText(path, table);
-        if (!aliases) return std::move(aliases).reason().Causing(path, "a list to import");
-
-        table.Replace(*aliases);
+        if (!aliases) {
+            host::NoteFailure("aliases: lines are refused");
+            return std::move(aliases).reason().Causing(path, "a list to import");
+        }
+        host::NoteChange("aliases (" + std::to_string(aliases->size()) + " imported)");
+        table.Replace(*std::move(aliases));
         return {};
     }
 };
@@ -73,6 +77,7 @@ int Alias::save()
             return host::Result<void>();
         });
     if (done) table.Stored();
+    if (!done) host::NoteFailure(done.reason().text);
     return host::Status(done);
 }
 

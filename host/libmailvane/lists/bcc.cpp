@@ -18,7 +18,7 @@ Result<void> AddRule(const BccInfo& rule)
 {
     Result<stores::Rule> stored = kPages.Refused(stores::StoredRule(rule));
     if (!stored) return std::move(stored).reason();
-    return kPages.StoreAndApply(kPages.Adding({*std::move(stored)}, stores::Standing::kInTheWay));
+    return kPages.StoreAndApply(kPages.Adding(*std::move(stored)));
 }
 
 Result<void> RemoveRules(const std::list<BccInfo>& rules)
@@ -30,18 +30,15 @@ Result<void> RemoveRules(const std::list<BccInfo>& rules)
 
 Result<void> Import(BccType type, const std::string& path)
 {
-    Result<stores::Rules> rules = stores::ReadRulesText(kPages.rules(), type, path);
-    if (!rules) return std::move(rules).reason();
-    return kPages.StoreAndApply(kPages.Adding(*std::move(rules), stores::Standing::kReplaced));
+    return kPages.StoreAndApply(kPages.Importing(type, path, true));
 }
 
 /// Sets always_bcc, the address that gets a copy of all mail; empty for none.
 Result<void> SetAlwaysCopy(const std::string& address)
 {
-    if (!address.empty()) {
-        Result<void> target = kPages.Refused(stores::CheckCopyTarget(address));
-        if (!target) return target;
-    }
+    Result<std::string> target = address;
+    if (!address.empty()) target = kPages.Refused(stores::StoredCopyTarget(address));
+    if (!target) return std::move(target).reason();
     Result<settings::StoredSettings> found = settings::StoredSettings::Read();
     if (!found) return std::move(found).reason();
     Result<void> healed = save::HealAccounts(found->Account());
@@ -51,7 +48,7 @@ Result<void> SetAlwaysCopy(const std::string& address)
     Result<settings::StoredSettings> settings = settings::StoredSettings::Read();
     if (!settings) return std::move(settings).reason();
 
-    settings->SetAlwaysBcc(address);
+    settings->SetAlwaysBcc(*target);
     return save::SaveTransaction(*settings, {});
 }
 
@@ -132,7 +129,7 @@ int BCC::exportBCC(BccType type, const std::string& path)
 
 int BCC::importBCC(BccType type, const std::string& path)
 {
-    return host::Status(host::lists::Import(type, path));
+    return kPages.Told(host::lists::Import(type, path));
 }
 
 int BCC::GenerateBccMap()

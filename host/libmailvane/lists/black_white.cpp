@@ -24,7 +24,7 @@ Result<void> Add(const BlackWhite& entry)
 {
     Result<stores::Rule> stored = kPages.Refused(stores::StoredRule(entry));
     if (!stored) return std::move(stored).reason();
-    return kPages.Store(kPages.Adding({*std::move(stored)}, stores::Standing::kInTheWay));
+    return kPages.Store(kPages.Adding(*std::move(stored)));
 }
 
 Result<void> Remove(const std::list<BlackWhite>& entries)
@@ -36,9 +36,7 @@ Result<void> Remove(const std::list<BlackWhite>& entries)
 
 Result<void> Import(BlackWhiteType type, const std::string& path)
 {
-    Result<stores::Rules> rules = stores::ReadRulesText(kPages.rules(), type, path);
-    if (!rules) return std::move(rules).reason();
-    return kPages.Store(kPages.Adding(*std::move(rules), stores::Standing::kMayRepeat));
+    return kPages.Store(kPages.Importing(type, path, false));
 }
 
 }  // namespace
@@ -90,7 +88,7 @@ int Spam::exportBlackWhite(BlackWhiteType type, const std::string& path)
 
 int Spam::importBlackWhite(BlackWhiteType type, const std::string& path)
 {
-    return host::Status(host::lists::Import(type, path));
+    return kPages.Told(host::lists::Import(type, path));
 }
 
 int Spam::GenerateBlackWhite()

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "host/libhaldcore/audit.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/stores/account_databases.h"
 
@@ -35,14 +36,32 @@ int RulePages::Export(const std::string& path,
     return Status(made ? names::WriteExport(path, *made) : made.reason());
 }
 
-save::ListChange RulePages::Adding(stores::Rules rules, stores::Standing standing) const
+save::ListChange RulePages::Adding(stores::Rule rule) const
 {
-    return [this, rules = std::move(rules), standing](SQLite::Database& store) -> Result<void> {
-        const auto inTheWay = stores::AddRules(store, this->rules(), rules, standing);
-        if (!inTheWay) return {};
-        return Refused(Result<void>(Reason{ReasonCode::kTaken, inTheWay->name,
-                                           "'" + inTheWay->name + "' stands on the list already"}));
+    return [this, rule = std::move(rule)](SQLite::Database& store) -> Result<void> {
+        if (stores::AddRule(store, rules(), rule)) return {};
+        return Refused(Result<void>(stores::InTheWay(rule.name)));
     };
+}
+
+save::ListChange RulePages::Importing(int type, const std::string& path, bool replaces) const
+{
+    return [this, type, path, replaces](SQLite::Database& store) -> Result<void> {
+        Result<int> count = stores::ImportRules(store, rules(), type, path, replaces);
+        if (!count && count.reason().causes.empty()) count = Refused(std::move(count));
+        if (!count) return std::move(count).reason();
+        NoteChange(std::string(what_) + " (" + std::to_string(*count) + " imported)");
+        return {};
+    };
+}
+
+int RulePages::Told(const Result<void>& done) const
+{
+    if (!done) {
+        const std::string& reason = done.reason().text;
+        NoteFailure(reason.empty() ? std::string(what_) + ": lines are refused" : reason);
+    }
+    return Status(done);
 }
 
 save::ListChange RulePages::Removing(stores::Rules rules) const

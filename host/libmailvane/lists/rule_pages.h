@@ -30,8 +30,15 @@ public:
     int Export(const std::string& path,
                const std::function<std::string(SQLite::Database&)>& text) const;
 
-    /// A change that adds rules. Refused when a stored one is in the way.
-    save::ListChange Adding(stores::Rules rules, stores::Standing standing) const;
+    /// A change that adds a rule. Refused when a stored one is in the way.
+    save::ListChange Adding(stores::Rule rule) const;
+
+    /// A change that adds the rules of a file, as `ImportRules`.
+    save::ListChange Importing(int type, const std::string& path, bool replaces) const;
+
+    /// The status of a change at whose result nobody looks: a failure is told in the audit line
+    /// too.
+    int Told(const Result<void>& done) const;
 
     /// A change that removes rules.
     save::ListChange Removing(stores::Rules rules) const;

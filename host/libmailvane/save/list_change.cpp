@@ -165,8 +165,6 @@ Result<void> Within(const render::List& list, const char* what, const ListChange
 
         Result<SQLite::Database> store = ChangeDatabaseOf(list).Prefixed(std::string(what) + ": ");
         if (!store) return std::move(store).reason();
-        // Others read on until the end.
-        store->exec("PRAGMA cache_spill = OFF");
         SQLite::Transaction transaction(*store, SQLite::TransactionBehavior::IMMEDIATE);
         Result<void> done = change(*store);
         if (!done) return done;
@@ -224,7 +222,12 @@ Result<void> StoreChange(const render::List& list, const char* what, const ListC
 
 Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change)
 {
-    return Within(list, what, change, [&list](SQLite::Database& store, const Store& commit) {
+    const ListChange quiet = [&change](SQLite::Database& store) {
+        // Others read on until the end: no page of it is written before.
+        store.exec("PRAGMA main.cache_spill = 1000000000");
+        return change(store);
+    };
+    return Within(list, what, quiet, [&list](SQLite::Database& store, const Store& commit) {
         const auto settings = settings::StoredSettings::Read();
         if (!settings) return Result<void>(settings.reason());
         const Result<Files> files = FilesOf(list, {*settings, store, {}});

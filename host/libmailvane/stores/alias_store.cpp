@@ -32,17 +32,17 @@ void AddMembers(SQLite::Statement& insert, const AliasEntry& entry)
     }
 }
 
-void Add(SQLite::Database& database, const std::vector<AliasEntry>& entries)
+void Add(SQLite::Database& database, const std::vector<const AliasEntry*>& entries)
 {
     SQLite::Statement alias(database, "INSERT INTO alias (id, name) VALUES (?, ?)");
     SQLite::Statement member(
         database, "INSERT INTO member (alias, position, name, type) VALUES (?, ?, ?, ?)");
-    for (const AliasEntry& entry : entries) {
-        alias.bind(1, entry.id);
-        alias.bindNoCopy(2, entry.name);
+    for (const AliasEntry* entry : entries) {
+        alias.bind(1, entry->id);
+        alias.bindNoCopy(2, entry->name);
         alias.exec();
         alias.reset();
-        AddMembers(member, entry);
+        AddMembers(member, *entry);
     }
 }
 

@@ -2,6 +2,7 @@
 #include "host/libmailvane/stores/bcc_store.h"
 
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/text_checks.h"
 
@@ -34,27 +35,28 @@ Result<Rule> ParseBccLine(const std::string& line, int type)
 
 Result<Rule> StoredRule(const BccInfo& rule)
 {
-    const std::string name = InLowerCase(rule.name);
+    const std::string name = InLowerCase(names::WithALabels(rule.name));
     if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
         return Reason{ReasonCode::kRefused, name, "there is no such type of rules"};
     }
     if (!IsRuleName(name)) {
         return Reason{ReasonCode::kRefused, name, "the name is no address, user or @domain"};
     }
-    Result<void> target = CheckCopyTarget(rule.bccTo);
+    Result<std::string> target = StoredCopyTarget(rule.bccTo);
     if (!target) return std::move(target).reason();
-    return Rule{rule.type, name, 0, rule.bccTo};
+    return Rule{rule.type, name, 0, *std::move(target)};
 }
 
-Result<void> CheckCopyTarget(const std::string& address)
+Result<std::string> StoredCopyTarget(const std::string& address)
 {
-    if (names::IsMailAddress(address)) return {};
+    std::string stored = names::WithALabels(address);
+    if (names::IsMailAddress(stored)) return stored;
     return Reason{ReasonCode::kRefused, address, "the copy goes to what is no address or user"};
 }
 
 Rule KeyOf(const BccInfo& rule)
 {
-    return {rule.type, InLowerCase(rule.name), 0, ""};
+    return {rule.type, InLowerCase(names::WithALabels(rule.name)), 0, ""};
 }
 
 std::list<BccInfo> BccEntries(const Rules& rules)

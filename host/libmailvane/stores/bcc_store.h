@@ -29,8 +29,8 @@ static_assert(IsMadeBy(kBccRules, kBccTable));
 /// server, or "@domain"; others are refused.
 Result<Rule> StoredRule(const BccInfo& rule);
 
-/// Refuses a text that is neither an address nor a user, so that copies cannot go there.
-Result<void> CheckCopyTarget(const std::string& address);
+/// The stored spelling of where copies go. Refused when it is neither an address nor a user.
+Result<std::string> StoredCopyTarget(const std::string& address);
 
 /// What removes a rule, wherever its copies go; its name may be in any case.
 Rule KeyOf(const BccInfo& rule);

@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "host/libmailvane/names/list_names.h"
-#include "host/libmailvane/names/list_text.h"
 
 namespace host::stores {
 namespace {
@@ -82,8 +81,7 @@ RuleSearch SearchOf(const BlackWhiteFilter& filter)
     RuleSearch search;
     search.start = filter.start;
     search.limit = filter.limit;
-    search.condition = "name LIKE :pattern ESCAPE '\\'";
-    search.bound = {{":pattern", names::LikeAnywhere(filter.searchKey)}};
+    search.condition = Contains(search, "name", filter.searchKey);
     if (filter.searchType >= 0) {
         search.condition += " AND black_white = :list";
         search.bound.push_back({":list", std::to_string(ListOf(filter.searchType))});

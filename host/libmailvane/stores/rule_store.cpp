@@ -3,16 +3,16 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
+#include <optional>
 #include <utility>
 
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/list_text.h"
 
 namespace host::stores {
 namespace {
 
 const char kEveryField[] = "all";
-const char kPattern[] = ":pattern";
 constexpr std::string_view kNameType = "name_type";
 
 bool KnowsKinds(const RuleList& list)
@@ -53,13 +53,16 @@ void BindKey(SQLite::Statement& statement, const RuleList& list, const Rule& rul
     if (KnowsKinds(list)) statement.bind(":name_type", rule.nameType);
 }
 
+Rule RowOf(SQLite::Statement& query)
+{
+    return {query.getColumn(0).getInt(), query.getColumn(1).getString(),
+            query.getColumn(2).getInt(), query.getColumn(3).getString()};
+}
+
 Rules RowsOf(SQLite::Statement& query)
 {
     Rules rules;
-    while (query.executeStep()) {
-        rules.push_back({query.getColumn(0).getInt(), query.getColumn(1).getString(),
-                         query.getColumn(2).getInt(), query.getColumn(3).getString()});
-    }
+    while (query.executeStep()) rules.push_back(RowOf(query));
     return rules;
 }
 
@@ -68,11 +71,73 @@ void Bind(SQLite::Statement& query, const RuleSearch& search)
     for (const RuleSearch::Bound& bound : search.bound) query.bind(bound.parameter, bound.text);
 }
 
-bool IsInTheWay(const Rules& stored, const Rule& rule, Standing standing)
-{
-    if (stored.empty() || standing == Standing::kReplaced) return false;
-    return standing == Standing::kInTheWay || stored.front().value != rule.value;
-}
+/// The rules of a file on their way into the store: a table in a temporary file, by which one of
+/// them is found again, and which gives them in the order of the store.
+class IncomingRules {
+public:
+    explicit IncomingRules(SQLite::Database& store) : store_(store)
+    {
+        store_.exec(
+            "PRAGMA temp.cache_size = -8192;"  // KiB
+            "CREATE TEMP TABLE incoming (type INTEGER, name TEXT, name_type INTEGER, value TEXT, "
+            "PRIMARY KEY (type, name, name_type)) WITHOUT ROWID");
+        insert_.emplace(store_, "INSERT OR IGNORE INTO incoming VALUES (?, ?, ?, ?)");
+        find_.emplace(store_,
+                      "SELECT value FROM incoming WHERE type = ? AND name = ? AND name_type = ?");
+    }
+
+    Result<void> Add(const Rule& rule)
+    {
+        Bind(*insert_, rule);
+        insert_->bind(4, rule.value);
+        if (insert_->exec() > 0) return {};
+
+        Bind(*find_, rule);
+        const bool isRepeated =
+            find_->executeStep() && find_->getColumn(0).getString() == rule.value;
+        find_->reset();
+        if (isRepeated) return {};
+        return Reason{ReasonCode::kTaken, rule.name,
+                      "the name stands there, and says something else"};
+    }
+
+    /// A stored rule of the same name that says something else; nothing when there is none.
+    std::optional<std::string> Contradicted(const RuleList& list)
+    {
+        SQLite::Statement stands(store_, "SELECT name FROM incoming JOIN " +
+                                             std::string(list.table) + " AS stored USING (" +
+                                             Key(list) + ") WHERE CAST(stored." +
+                                             ValueColumn(list) + " AS TEXT) <> value LIMIT 1");
+        if (!stands.executeStep()) return std::nullopt;
+        return stands.getColumn(0).getString();
+    }
+
+    /// Adds all to the rules of a list, in the place of those with their names; gives their number.
+    int MoveInto(const RuleList& list)
+    {
+        return store_.exec("INSERT OR REPLACE INTO " + std::string(list.table) + " SELECT " +
+                           Key(list) + ", value FROM incoming ORDER BY type, name, name_type");
+    }
+
+private:
+    /// The columns that no two rules share.
+    static std::string Key(const RuleList& list)
+    {
+        return std::string("type, name") + (KnowsKinds(list) ? ", name_type" : "");
+    }
+
+    static void Bind(SQLite::Statement& statement, const Rule& rule)
+    {
+        statement.reset();
+        statement.bind(1, rule.type);
+        statement.bind(2, rule.name);
+        statement.bind(3, rule.nameType);
+    }
+
+    SQLite::Database& store_;
+    std::optional<SQLite::Statement> insert_;
+    std::optional<SQLite::Statement> find_;
+};
 
 }  // namespace
 
@@ -88,16 +153,26 @@ RuleSearch SearchOf(const RuleList& list, const Filter& filter)
     search.limit = filter.limit;
     if (filter.searchKey.empty()) return search;
 
-    std::string found;
+    search.condition = "0";
     for (const SearchField& field : list.fields) {
         if (filter.searchType != kEveryField && filter.searchType != field.name) continue;
-
-        found += found.empty() ? "(" : " OR ";
-        found.append(field.expression).append(" LIKE ").append(kPattern).append(" ESCAPE '\\'");
+        search.condition += " OR " + Contains(search, field.expression, filter.searchKey);
     }
-    search.condition = found.empty() ? "0" : found + ")";
-    if (!found.empty()) search.bound = {{kPattern, names::LikeAnywhere(filter.searchKey)}};
     return search;
+}
+
+std::string Contains(RuleSearch& search, const std::string& expression, const std::string& text)
+{
+    std::string found;
+    std::vector<RuleSearch::Bound> bound;
+    for (std::string& pattern : names::SearchPatterns(text)) {
+        const char* const parameter = bound.empty() ? ":pattern" : ":stored_pattern";
+        found.append(found.empty() ? "(" : " OR ").append(expression);
+        found.append(" LIKE ").append(parameter).append(" ESCAPE '\\'");
+        bound.push_back({parameter, std::move(pattern)});
+    }
+    search.bound = std::move(bound);
+    return found + ")";
 }
 
 int CountRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search)
@@ -122,31 +197,29 @@ Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearc
     return RowsOf(query);
 }
 
-Rules ReadRules(SQLite::Database& store, const RuleList& list, int type)
+void EachRule(SQLite::Database& store, const RuleList& list, int type,
+              const std::function<void(const Rule&)>& take)
 {
     SQLite::Statement query(store, Select(list, "type = ?") + InOrder(list));
     query.bind(1, type);
-    return RowsOf(query);
+    while (query.executeStep()) take(RowOf(query));
 }
 
-std::optional<Rule> AddRules(SQLite::Database& store, const RuleList& list, const Rules& rules,
-                             Standing standing)
+Rules ReadRules(SQLite::Database& store, const RuleList& list, int type)
 {
-    SQLite::Statement find(store, Select(list, IsOfKey(list)));
-    SQLite::Statement insert(store, std::string("INSERT OR REPLACE INTO ").append(list.table) +
+    Rules rules;
+    EachRule(store, list, type, [&rules](const Rule& rule) { rules.push_back(rule); });
+    return rules;
+}
+
+bool AddRule(SQLite::Database& store, const RuleList& list, const Rule& rule)
+{
+    SQLite::Statement insert(store, std::string("INSERT OR IGNORE INTO ").append(list.table) +
                                         " VALUES (:type, :name" +
                                         (KnowsKinds(list) ? ", :name_type" : "") + ", :value)");
-    for (const Rule& rule : rules) {
-        BindKey(find, list, rule);
-        const Rules stored = RowsOf(find);
-        if (IsInTheWay(stored, rule, standing)) return stored.front();
-
-        BindKey(insert, list, rule);
-        insert.bind(":value", rule.value);
-        (void)insert.exec();
-    }
-    find.reset();
-    return std::nullopt;
+    BindKey(insert, list, rule);
+    insert.bind(":value", rule.value);
+    return insert.exec() > 0;
 }
 
 void RemoveRules(SQLite::Database& store, const RuleList& list, const Rules& rules)
@@ -164,30 +237,29 @@ void RemoveRules(SQLite::Database& store, const RuleList& list, const Rules& rul
 std::string RulesText(SQLite::Database& store, const RuleList& list, int type)
 {
     std::string text;
-    for (const Rule& rule : ReadRules(store, list, type)) text += list.line(rule) + "\n";
+    EachRule(store, list, type,
+             [&](const Rule& rule) { text.append(list.line(rule)).append("\n"); });
     return text;
 }
 
-Result<Rules> ReadRulesText(const RuleList& list, int type, const std::string& path)
+Reason InTheWay(const std::string& name)
 {
-    Rules rules;
-    std::map<std::string, std::string> values;  // by the name, with what else is in a key
+    return {ReasonCode::kTaken, name, "'" + name + "' stands on the list already"};
+}
+
+Result<int> ImportRules(SQLite::Database& store, const RuleList& list, int type,
+                        const std::string& path, bool replaces)
+{
+    IncomingRules incoming(store);
     Result<void> read = names::ReadListText(path, [&](const std::string& line) -> Result<void> {
         Result<Rule> rule = list.parse(line, type);
-        if (!rule) return std::move(rule).reason();
-
-        const std::string key =
-            std::to_string(rule->type) + " " + std::to_string(rule->nameType) + " " + rule->name;
-        const auto [known, isNew] = values.emplace(key, rule->value);
-        if (known->second != rule->value) {
-            return Reason{ReasonCode::kTaken, rule->name,
-                          "the name stands there, and says something else"};
-        }
-        if (isNew) rules.push_back(std::move(*rule));
-        return {};
+        return rule ? incoming.Add(*rule) : std::move(rule).reason();
     });
     if (!read) return std::move(read).reason();
-    return rules;
+    if (!replaces) {
+        if (const auto name = incoming.Contradicted(list)) return InTheWay(*name);
+    }
+    return incoming.MoveInto(list);
 }
 
 }  // namespace host::stores

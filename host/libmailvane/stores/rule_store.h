@@ -5,8 +5,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <algorithm>
+#include <functional>
 #include <list>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +79,9 @@ constexpr bool IsMadeBy(const RuleList& list, std::string_view script)
     return script.find(list.key) != std::string_view::npos;
 }
 
+/// The condition that a text is in an SQL expression, whose parameters become those of the search.
+std::string Contains(RuleSearch& search, const std::string& expression, const std::string& text);
+
 /// The search of a filter. A search in a field that the list lacks finds nothing.
 RuleSearch SearchOf(const RuleList& list, const Filter& filter);
 
@@ -87,20 +90,16 @@ RuleSearch SearchOf(const RuleList& list, const Filter& filter);
 int CountRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 
-/// All rules of one type, in stored order.
+/// Calls `take` for each rule of one type, in stored order.
+void EachRule(SQLite::Database& store, const RuleList& list, int type,
+              const std::function<void(const Rule&)>& take);
+
+/// All of them.
 Rules ReadRules(SQLite::Database& store, const RuleList& list, int type);
 
-/// What becomes of a rule whose name is stored already.
-enum class Standing {
-    kInTheWay,   ///< nothing is added
-    kMayRepeat,  ///< the same, unless both say the same
-    kReplaced
-};
-
-/// Adds rules, in the caller's transaction. Gives the stored one that is in the way, which it is to
-/// be taken back for; nothing when all are there.
-std::optional<Rule> AddRules(SQLite::Database& store, const RuleList& list, const Rules& rules,
-                             Standing standing);
+/// Adds a rule, in the caller's transaction. False, with nothing added, when one with its key is
+/// stored.
+bool AddRule(SQLite::Database& store, const RuleList& list, const Rule& rule);
 
 /// Removes rules by their keys and, where one is given, their value; in the caller's transaction.
 void RemoveRules(SQLite::Database& store, const RuleList& list, const Rules& rules);
@@ -108,8 +107,14 @@ void RemoveRules(SQLite::Database& store, const RuleList& list, const Rules& rul
 /// The text of one type in the file format of the list.
 std::string RulesText(SQLite::Database& store, const RuleList& list, int type);
 
-/// The rules of a file of that format.
-Result<Rules> ReadRulesText(const RuleList& list, int type, const std::string& path);
+/// Adds the rules of a file of that format, in the caller's transaction, whose memory does not grow
+/// with the file. Gives their number. A stored rule of the same name is replaced, or refuses the
+/// file when it says something else.
+Result<int> ImportRules(SQLite::Database& store, const RuleList& list, int type,
+                        const std::string& path, bool replaces);
+
+/// What the log says of a stored rule that is in the way.
+Reason InTheWay(const std::string& name);
 
 /// Runs a query on the lists in etc/mailvane.db. `what` begins its line in the log.
 template <typename Query>

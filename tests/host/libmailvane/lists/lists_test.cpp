@@ -35,14 +35,16 @@ protected:
     std::string ImportBcc(const std::string& text)
     {
         Write(File(), text);
-        const auto rules = host::stores::ReadRulesText(host::stores::kBccRules, BCC_SENDER, File());
-        if (rules) {
+        bool done = false;
+        {
             auto store = Store();
-            EXPECT_FALSE(host::stores::AddRules(store, host::stores::kBccRules, *rules,
-                                                host::stores::Standing::kReplaced));
+            SQLite::Transaction change(store);
+            done = bool(host::stores::ImportRules(store, host::stores::kBccRules, BCC_SENDER,
+                                                  File(), true));
+            if (done) change.commit();
         }
         EXPECT_EQ(0, BCC::getInstance()->exportBCC(BCC_SENDER, File()));
-        return (rules ? "" : "refused, ") + Contents(File());
+        return (done ? "" : "refused, ") + Contents(File());
     }
 
     static SQLite::Database Store()
@@ -71,6 +73,18 @@ TEST(ListNames, AreStoredInOneSpelling)
         {NAME_ADDRESS, "A.b+C@X.Example", "a.b+c@x.example"},
         {NAME_ADDRESS, "bob", "none"},
         {NAME_ADDRESS, "@x.example", "none"},
+        {NAME_ADDRESS, "a@192.0.2.1", "none"},
+        {NAME_ADDRESS,
+         "A@B\xc3\x9c"
+         "CHER.Example",
+         "a@xn--bcher-kva.example"},
+        {NAME_DOMAIN,
+         "bu\xcc\x88"
+         "cher.example",
+         "xn--bcher-kva.example"},
+        {NAME_DOMAIN, "\xc3\xbc..example", "none"},
+        {NAME_DOMAIN, "\xef\xbc\x91\xef\xbc\x90.0.0.1", "none"},  // wide digits
+        {NAME_DOMAIN_TREE, ".\xd0\xbf\xd1\x80\xd0\xb8.test", "xn--h1akf.test"},
         {NAME_DOMAIN, "X.Example", "x.example"},
         {NAME_DOMAIN, ".x.example", "none"},
         {NAME_DOMAIN, "10.0.0.1", "none"},
@@ -109,6 +123,15 @@ TEST_F(Lists, AnAccessListSurvivesExportAndImport)
     EXPECT_EQ(0, access->exportAccess(TYPE_CLIENT, File()));
     EXPECT_EQ(Contents(File()), text);
     EXPECT_EQ(0, ImportAccess(TYPE_CLIENT, "10.0.0.1 REJECT\n"));  // gives it another permission
+    EXPECT_EQ(5, access->getTotalAccessNum({}));
+    const char name[] =
+        "b\xc3\xbc"
+        "cher.example";
+    EXPECT_EQ(0, access->addAccess(TYPE_CLIENT, NAME_DOMAIN, name, ACCESS_OK));
+    EXPECT_EQ(1, access->getTotalAccessNum({0, 9, "name",
+                                            "B\xc3\x9c"
+                                            "CHER"}));
+    EXPECT_EQ(0, access->deleteAccess({{name, ACCESS_OK, TYPE_CLIENT, NAME_DOMAIN}}));
     EXPECT_EQ(5, access->getTotalAccessNum({}));
     for (const char* bad : {"new.example OK\na@b.example OK\n", "new.example\n",
                             "new.example OK\nnew.example REJECT\n", "x\x01 OK\n", "\xff OK\n"}) {

@@ -191,7 +191,8 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
 
     host::stores::AliasChange clash;
-    clash.added = {{90, "new", {}}, {91, "B", {}}};
+    const host::stores::AliasEntry clashing[] = {{90, "new", {}}, {91, "B", {}}};
+    clash.added = {&clashing[0], &clashing[1]};
     EXPECT_THROW(change(clash), std::exception);
     EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
 }
