@@ -390,7 +390,7 @@ const struct {
     {"postfix/maps/aliases",
      [](const char* name) {
          Alias alias;
-         const bool added = alias.load() == 0 && alias.addMember(name, {{"bob", 0}}) == 0;
+         const bool added = alias.load() == 0 && alias.addMember(name, {{"bob@x.example", 3}}) == 0;
          return added ? alias.save() : -2;
      }},
     {"postfix/maps/sender_bcc",
