@@ -67,10 +67,21 @@ Outcome ListEntries(const Filter& filter, Json::Value& response)
     return Outcome::Success();
 }
 
-Outcome AddEntry(Access& access, const Json::Value& in)
+/// The entry that a request wants, with its permission in words.
+struct WantedEntry {
+    explicit WantedEntry(const Json::Value& in)
+        : entry(Entry(in, kWanted)), permission(in["permission"].asString())
+    {
+    }
+
+    AccessInfo entry;
+    std::string permission;
+};
+
+Outcome AddEntry(Access& access, const WantedEntry& wanted)
 {
-    const AccessInfo entry = Entry(in, kWanted);
-    const AccessStatus status = Access::StrToStatus(in["permission"].asString().c_str());
+    const AccessInfo& entry = wanted.entry;
+    const AccessStatus status = Access::StrToStatus(wanted.permission.c_str());
     if (access.addAccess(entry.type, entry.nameType, entry.name, status) < 0) {
         LogError(Here(), "add access fail");
         return Outcome::Fail();
@@ -81,15 +92,17 @@ Outcome AddEntry(Access& access, const Json::Value& in)
 
 Outcome StoreNewEntry(const Json::Value& in)
 {
+    const WantedEntry wanted(in);
     Access* access = GetAccess();
     if (access == nullptr) return Outcome::Fail();
 
-    return AddEntry(*access, in);
+    return AddEntry(*access, wanted);
 }
 
 Outcome ReplaceEntry(const Json::Value& in)
 {
     const std::list<AccessInfo> original = {Entry(in, kOriginal)};
+    const WantedEntry wanted(in);
     Access* access = GetAccess();
     if (access == nullptr) return Outcome::Fail();
 
@@ -99,7 +112,7 @@ Outcome ReplaceEntry(const Json::Value& in)
     }
 
     // Deliberate: the old entry stays deleted when the new one is refused; an edit is two steps.
-    return AddEntry(*access, in);
+    return AddEntry(*access, wanted);
 }
 
 Outcome RemoveEntries(const Json::Value& in)

@@ -36,9 +36,8 @@ Outcome ListTypes(const std::string& query, Json::Value& response)
 Outcome ChangeTypes(const Json::Value& in)
 {
     const std::list<std::string> removed = Texts(in["modified_list"]);
-    if (!removed.empty()) (void)AttachmentFilter::Delete(removed);
-
     const std::list<std::string> added = Texts(in["add_list"]);
+    if (!removed.empty()) (void)AttachmentFilter::Delete(removed);
     if (!added.empty() && AttachmentFilter::Add(added) < 0) return Outcome::SystemError();
     if (AttachmentFilter::GenerateConfig() < 0) return Outcome::SystemError();
 

@@ -73,18 +73,24 @@ Outcome ListRules(Filter filter, Json::Value& response)
     return Outcome::Success();
 }
 
-int AddRule(BCC& bcc, const Json::Value& in)
+BccInfo WantedRule(const Json::Value& in)
 {
-    return bcc.addBCC(TypeOf(in["bccType"]), in["name"].asString(), in["bccTo"].asString());
+    return {in["name"].asString(), in["bccTo"].asString(), TypeOf(in["bccType"])};
+}
+
+int AddRule(BCC& bcc, const BccInfo& rule)
+{
+    return bcc.addBCC(rule.type, rule.name, rule.bccTo);
 }
 
 Outcome StoreNewRule(const Json::Value& in)
 {
+    const BccInfo wanted = WantedRule(in);
     BCC* bcc = BCC::getInstance();
     if (bcc == nullptr) return Outcome::SystemError();
 
-    if (!IsValidBccTarget(in["bccTo"].asString())) return Outcome::Fail("bcc", "invalid_name");
-    if (AddRule(*bcc, in) < 0) return Outcome::SystemError();
+    if (!IsValidBccTarget(wanted.bccTo)) return Outcome::Fail("bcc", "invalid_name");
+    if (AddRule(*bcc, wanted) < 0) return Outcome::SystemError();
 
     return Outcome::Success();
 }
@@ -92,20 +98,21 @@ Outcome StoreNewRule(const Json::Value& in)
 Outcome ReplaceRule(const Json::Value& in)
 {
     const std::list<BccInfo> original = {{in["orgName"].asString(), "", TypeOf(in["orgBccType"])}};
+    const BccInfo wanted = WantedRule(in);
     BCC* bcc = BCC::getInstance();
     if (bcc == nullptr) {
         LogError(Here(), "load fail");
         return Outcome::SystemError();
     }
 
-    if (!IsValidBccTarget(in["bccTo"].asString())) return Outcome::Fail("bcc", "invalid_name");
+    if (!IsValidBccTarget(wanted.bccTo)) return Outcome::Fail("bcc", "invalid_name");
     if (bcc->deleteBCC(original) < 0) {
         LogError(Here(), "delete bcc fail");
         return Outcome::SystemError();
     }
 
     // Deliberate: the old rule stays deleted when the new one is refused; an edit is two steps.
-    if (AddRule(*bcc, in) < 0) {
+    if (AddRule(*bcc, wanted) < 0) {
         LogError(Here(), "add bcc fail");
         return Outcome::SystemError();
     }

@@ -1,5 +1,7 @@
 // Rule sets of the spam filter: load_spam_rules, save_spam_rules, delete_rules, export_rule.
 #include <boost/foreach.hpp>
+#include <list>
+#include <string>
 
 #include "frame/download.h"
 #include "frame/log.h"
@@ -37,27 +39,31 @@ int RestartSpamFilter(const Spam& spam)
 
 Outcome SwitchRules(const Json::Value& in)
 {
-    const Json::Value& rules = in["modifiedList"];
+    const Json::Value& listed = in["modifiedList"];
     Spam* spam = Spam::getInstance();
     if (spam == nullptr) return Outcome::SystemError();
 
-    for (Json::ArrayIndex i = 0; i < rules.size(); ++i) {
-        const std::string name = rules[i]["ruleName"].asString();
-        const bool enable = rules[i]["isEnable"].asBool();
-        (void)(enable ? spam->enableRule(name) : spam->disableRule(name));
+    std::list<SpamRule> rules;
+    for (Json::ArrayIndex i = 0; i < listed.size(); ++i) {
+        rules.push_back({listed[i]["ruleName"].asString(), listed[i]["isEnable"].asBool()});
+    }
+    BOOST_FOREACH (const SpamRule& rule, rules) {
+        (void)(rule.enabled ? spam->enableRule(rule.name) : spam->disableRule(rule.name));
     }
     return RestartSpamFilter(*spam) < 0 ? Outcome::SystemError() : Outcome::Success();
 }
 
 Outcome RemoveRules(const Json::Value& in)
 {
-    const Json::Value& rules = in["deleteList"];
+    const Json::Value& listed = in["deleteList"];
     Spam* spam = Spam::getInstance();
     if (spam == nullptr) return Outcome::SystemError();
 
-    for (Json::ArrayIndex i = 0; i < rules.size(); ++i) {
-        (void)spam->deleteRule(rules[i]["ruleName"].asString());
+    std::list<std::string> names;
+    for (Json::ArrayIndex i = 0; i < listed.size(); ++i) {
+        names.push_back(listed[i]["ruleName"].asString());
     }
+    BOOST_FOREACH (const std::string& name, names) (void)spam->deleteRule(name);
     if (RestartSpamFilter(*spam) < 0) {
         LogError(Here(), "fail to restart mailscanner service");
         // Deliberate: without a message. The rules are gone, only the scanner has not noticed.

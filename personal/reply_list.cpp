@@ -1,5 +1,8 @@
 // Automatic replies to single senders, always those of the caller: load_reply_list,
 // set_reply_setting, delete_reply_setting.
+#include <list>
+#include <string>
+
 #include "frame/mailvane_handler.h"
 #include "platform/mailvane/personal.h"
 
@@ -37,20 +40,21 @@ Outcome ListReplies(const std::string& user, Json::Value& response, std::string&
 
 Outcome StoreReply(const std::string& user, const Json::Value& in, std::string& errKey)
 {
+    const std::string replaced = in["orgSetting"]["sender"].asString();
+    const std::string sender = in["sender"].asString();
+    const std::string subject = in["subject"].asString();
+    const std::string message = in["message"].asString();
     Personal personal(user);
     if (!personal.isValid()) return Unusable(personal, errKey);
 
     // Deliberate: an edit removes the old entry first, so that it may change the sender and does
     // not count against the limit; a failure further down does not bring it back.
-    if (in.isMember("orgSetting")) {
-        (void)personal.RemoveReplySetting(in["orgSetting"]["sender"].asString());
-    }
+    if (in.isMember("orgSetting")) (void)personal.RemoveReplySetting(replaced);
     if (personal.GetReplyList().size() >= kMostReplies) {
         return Outcome::Fail("common", "reach_limitation");
     }
 
-    if (personal.WriteReplyContent(in["sender"].asString().c_str(), in["subject"].asString(),
-                                   in["message"].asString()) < 0) {
+    if (personal.WriteReplyContent(sender.c_str(), subject, message) < 0) {
         return Outcome::SystemError();
     }
 
@@ -62,10 +66,12 @@ Outcome RemoveReplies(const std::string& user, const Json::Value& in, std::strin
     Personal personal(user);
     if (!personal.isValid()) return Unusable(personal, errKey);
 
-    const Json::Value& senders = in["delete_list"];
-    for (Json::ArrayIndex i = 0; i < senders.size(); ++i) {
+    const Json::Value& listed = in["delete_list"];
+    std::list<std::string> senders;
+    for (Json::ArrayIndex i = 0; i < listed.size(); ++i) senders.push_back(listed[i].asString());
+    for (const std::string& sender : senders) {
         // Deliberate: an entry that is gone already is as good as removed.
-        (void)personal.RemoveReplySetting(senders[i].asString());
+        (void)personal.RemoveReplySetting(sender);
     }
     return Outcome::Success();
 }

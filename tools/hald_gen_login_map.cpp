@@ -2,13 +2,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/libmailvane/render/alias_maps.h"
-#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/list_change.h"
 
 int main()
 {
-    const auto rebuilt = host::save::RebuildLists({host::render::LoginFiles});
-    if (host::Succeeded(rebuilt)) return EXIT_SUCCESS;
+    // It is made with the map of the aliases.
+    const auto applied = host::save::ApplyLists({&host::render::kAliasList});
+    if (host::Succeeded(applied)) return EXIT_SUCCESS;
 
     std::fprintf(stderr, "hald_gen_login_map: failed, see the system log\n");
     return EXIT_FAILURE;

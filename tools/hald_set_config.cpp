@@ -5,6 +5,7 @@
 //   hald_set_config apply                the same, and puts it in force as a save does
 //   hald_set_config recover              finishes or undoes a save that was interrupted; renders
 //                                        when the kernel has got or lost IPv6
+//   hald_set_config repair               makes empty account databases in the place of lost ones
 //   hald_set_config rollback GENERATION  puts the settings of an earlier generation in force
 //   hald_set_config restore DIRECTORY    puts the state in a staged directory in force
 //   hald_set_config tls DIRECTORY        puts the certificate in a staged directory in force
@@ -15,8 +16,7 @@
 
 #include "host/libmailvane/pages/key_pairs.h"
 #include "host/libmailvane/pages/staged_state.h"
-#include "host/libmailvane/render/alias_maps.h"
-#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/restore.h"
 #include "host/libmailvane/save/transaction.h"
 
@@ -24,7 +24,7 @@ namespace {
 
 host::Result<void> RebuildAliases()
 {
-    return host::save::RebuildLists({host::render::AliasFiles});
+    return host::save::ApplyLists({&host::render::kAliasList});
 }
 
 host::Result<void> Restore(const std::string& staged)
@@ -45,6 +45,7 @@ constexpr Command kCommands[] = {
     {"render", host::save::RenderAll, nullptr},
     {"apply", host::save::ApplyStored, nullptr},
     {"recover", host::save::RecoverAll, nullptr},
+    {"repair", host::save::RepairLists, nullptr},
     {"rollback", nullptr, host::save::RollBack},
     {"restore", nullptr, Restore},
     {"tls", nullptr, host::save::ReplaceCertificate},
@@ -64,8 +65,9 @@ int main(int count, char** arguments)
         std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);
         return EXIT_FAILURE;
     }
-    std::fprintf(stderr,
-                 "usage: hald_set_config alias | render | apply | recover | rollback GENERATION |\n"
-                 "           restore DIRECTORY | tls DIRECTORY | dkim PAIR\n");
+    std::fprintf(
+        stderr,
+        "usage: hald_set_config alias | render | apply | recover | repair |\n"
+        "           rollback GENERATION | restore DIRECTORY | tls DIRECTORY | dkim PAIR\n");
     return 2;
 }

@@ -1,4 +1,4 @@
-// The names of what a request changes, for the audit line in the system log.
+// What a request changes and what of it fails, for the audit line in the system log.
 #include "host/libhaldcore/audit.h"
 
 #include <algorithm>
@@ -11,6 +11,12 @@ std::vector<std::string>& Names()
 {
     static std::vector<std::string> names;
     return names;
+}
+
+std::string& Failure()
+{
+    static std::string reason;
+    return reason;
 }
 
 }  // namespace
@@ -26,6 +32,16 @@ std::string NotedChanges()
     std::string text;
     for (const std::string& name : Names()) text += (text.empty() ? "" : ", ") + name;
     return text;
+}
+
+void NoteFailure(const std::string& reason)
+{
+    if (Failure().empty()) Failure() = reason;
+}
+
+const std::string& NotedFailure()
+{
+    return Failure();
 }
 
 }  // namespace host

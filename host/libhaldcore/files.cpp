@@ -20,6 +20,7 @@ namespace host {
 namespace {
 
 constexpr int kMaxLinks = 16;
+constexpr std::size_t kPiece = 65536;
 
 /// A name in an open directory; it need not exist.
 struct Place {
@@ -138,27 +139,65 @@ bool IsDirectory(const std::string& path)
     return false;
 }
 
+/// Whether a world-writable directory has at this place what is not a regular file of our own:
+/// another user can have put it there, also as a second name of a file elsewhere. Asked before
+/// opening, which can block, or fail in many ways. False, with errno, also where nothing is.
+bool IsStrangers(const Place& place)
+{
+    struct stat status;
+    if (fstatat(place.directory.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0) {
+        return false;
+    }
+    return !S_ISREG(status.st_mode) || status.st_uid != geteuid() || status.st_nlink > 1;
+}
+
+/// Opens a regular file for reading; an empty descriptor, with errno set, when that cannot be.
+Descriptor OpenToRead(const std::string& path, struct stat& status)
+{
+    const std::optional<Place> place = OpenPlace(path, O_PATH);
+    if (!place) return Descriptor();
+    if (place->shared && IsStrangers(*place)) {
+        errno = EPERM;
+        return Descriptor();
+    }
+
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    Descriptor file(openat(place->directory.get(), place->name.c_str(),
+                           flags | (place->shared ? O_NOFOLLOW : 0)));
+    if (!file || fstat(file.get(), &status) < 0) return Descriptor();
+    if (place->shared && status.st_uid != geteuid()) {
+        errno = EPERM;
+        return Descriptor();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return Descriptor();
+    }
+    return file;
+}
+
 }  // namespace
 
 bool ReadFile(const std::string& path, std::string& bytes)
 {
-    const std::optional<Place> place = OpenPlace(path, O_PATH);
-    if (!place) return false;
-
-    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const Descriptor file(openat(place->directory.get(), place->name.c_str(),
-                                 flags | (place->shared ? O_NOFOLLOW : 0)));
     struct stat status;
-    if (!file || fstat(file.get(), &status) < 0) return false;
-    if (place->shared && status.st_uid != geteuid()) {
-        errno = EPERM;
-        return false;
+    const Descriptor file = OpenToRead(path, status);
+    return file && ReadToEnd(file.get(), status.st_size, bytes);
+}
+
+bool ReadInPieces(const std::string& path, const std::function<void(std::string_view)>& take)
+{
+    struct stat status;
+    const Descriptor file = OpenToRead(path, status);
+    if (!file) return false;
+
+    std::string piece(kPiece, '\0');
+    for (;;) {
+        const ssize_t got = read(file.get(), piece.data(), piece.size());
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return got == 0;
+        take({piece.data(), static_cast<std::size_t>(got)});
     }
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
-    return ReadToEnd(file.get(), status.st_size, bytes);
 }
 
 bool ReplaceFile(const std::string& path, const std::string& bytes, mode_t mode)

@@ -3,13 +3,18 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 
 namespace host {
 
-/// Reads a whole regular file into `bytes`. False, with errno set, when it cannot be read.
+/// Reads a whole regular file into `bytes`. False, with errno set, when it cannot be read; EPERM
+/// for whatever another user can have put into a world-writable directory.
 bool ReadFile(const std::string& path, std::string& bytes);
+
+/// Reads a whole regular file in pieces of bounded size; else as `ReadFile`.
+bool ReadInPieces(const std::string& path, const std::function<void(std::string_view)>& take);
 
 /// Replaces a file atomically: temporary file beside it, fsync, rename, fsync of the directory. The
 /// file has `mode` exactly and keeps its owner. A symbolic link is followed and its target

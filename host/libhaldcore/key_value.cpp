@@ -37,8 +37,9 @@ mode_t ModeOf(const std::string& path)
 int SetKey(const std::string& path, const char* key, const char* value)
 {
     std::optional<host::KeyValueFile> file = host::KeyValueFile::Read(path);
-    // In a world-writable directory, another user's file is replaced without being read.
-    if (!file && errno != ENOENT && errno != EPERM && errno != ELOOP) return host::FailWithErrno();
+    // In a world-writable directory, what another user has put there is replaced without being
+    // read.
+    if (!file && errno != ENOENT && errno != EPERM) return host::FailWithErrno();
 
     const mode_t mode = file ? ModeOf(path) : kNewFileMode;
     if (!file) file.emplace();

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
@@ -111,7 +112,9 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
 
     host::ProgramOptions options;
     if (isBackground) options.limit = options.limit.zero();  // the tool has its own limit
-    return host::Succeeded(host::RunProgram(arguments, options).done) ? 0 : host::Fail(ECHILD);
+    if (host::Succeeded(host::RunProgram(arguments, options).done)) return 0;
+    host::NoteFailure(std::string(path) + " failed");
+    return host::Fail(ECHILD);
 }
 
 int HLIBCProcFork()

@@ -5,6 +5,9 @@
 
 namespace host {
 
+/// What an upload is called, which names no action.
+constexpr char kUploadAction[] = "upload";
+
 struct RequestNote {
     std::string action;          ///< empty where no request is served
     bool typesPassword = false;  ///< the password in it was typed, not left as the form showed it

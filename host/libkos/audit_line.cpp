@@ -18,21 +18,23 @@ std::string TextOf(const Json::Value& object, const char* name)
 
 std::string ResultOf(const Json::Value& answer)
 {
-    if (!answer.isObject()) return "done";
+    // Some answers say success whatever became of the request.
+    const std::string& noted = host::NotedFailure();
+    const std::string done = noted.empty() ? "done" : "failed (" + noted + ")";
+    if (!answer.isObject()) return done;
 
-    // The answer of an import has no "success"; a failure has "errinfo".
     const Json::Value& message = answer["errinfo"];
     if (message.isObject()) {
         return "failed (" + TextOf(message, "sec") + "/" + TextOf(message, "key") + ")";
     }
     const Json::Value& success = answer["success"];
-    return success.isBool() && !success.asBool() ? "failed" : "done";
+    return success.isBool() && !success.asBool() ? "failed" : done;
 }
 
 void WriteAuditLine(const CgiRequest& request, const std::string& action, const std::string& result)
 {
     const std::string names = host::NotedChanges();
-    host::Log(LOG_NOTICE, "audit: user \"%.64s\", address %.64s, action %.64s: %.128s%s%s",
+    host::Log(LOG_NOTICE, "audit: user \"%.64s\", address %.64s, action %.64s: %.256s%s%s",
               request.user.c_str(), request.address.c_str(), action.c_str(), result.c_str(),
               names.empty() ? "" : "; to change: ", names.c_str());
 }

@@ -9,7 +9,8 @@
 
 namespace kos {
 
-/// The result of an action by its answer: "done", "failed", or "failed (section/key)".
+/// The result of an action by its answer and by what was noted: "done", "failed", "failed
+/// (section/key)" or "failed (reason)".
 std::string ResultOf(const Json::Value& answer);
 
 /// Logs caller, client address, action, result, and the names of what was to change.

@@ -3,6 +3,7 @@
 
 #include <charconv>
 
+#include "host/libhaldcore/utf8.h"
 #include "host/libkos/text.h"
 
 namespace kos {
@@ -34,9 +35,10 @@ std::string Decode(std::string_view text)
     return decoded;
 }
 
-bool HoldsNul(const std::string& text)
+/// Whether a text is UTF-8 without a NUL.
+bool IsGoodText(const std::string& text)
 {
-    return text.find('\0') != std::string::npos;
+    return text.find('\0') == std::string::npos && host::IsUtf8(text);
 }
 
 }  // namespace
@@ -45,7 +47,7 @@ bool Parameters::Add(std::string name, std::string value)
 {
     bytes_ += name.size() + value.size();
     if (bytes_ > kMaxParameterBytes || list_.size() >= kMaxParameters) return false;
-    if (HoldsNul(name) || HoldsNul(value)) return false;
+    if (!IsGoodText(name) || !IsGoodText(value)) return false;
 
     list_.emplace_back(std::move(name), std::move(value));
     return true;

@@ -15,8 +15,8 @@ constexpr std::size_t kMaxParameters = 1000;
 
 class Parameters {
 public:
-    /// Adds a parameter. False when there are too many, or when it has a NUL: callers read texts
-    /// that end at a NUL and would see another value than the one checked here.
+    /// Adds a parameter. False when there are too many, when it is not UTF-8, or when it has a NUL:
+    /// callers read texts that end at a NUL and would see another value than the one checked here.
     bool Add(std::string name, std::string value);
 
     /// The first value of this name; null when there is none. Valid as long as this object.

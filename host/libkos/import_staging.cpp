@@ -23,7 +23,8 @@ bool IsCurrent(const struct stat& status)
     // A time in the future, after the clock was set back, counts as well: it may be just as old.
     const auto age =
         static_cast<long long>(std::time(nullptr)) - static_cast<long long>(status.st_mtime);
-    return S_ISREG(status.st_mode) && status.st_uid == geteuid() && std::llabs(age) <= kValid;
+    return S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1 &&
+           std::llabs(age) <= kValid;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "host/libhaldcore/utf8.h"
 #include "platform/mailvane/reporter.h"
 
 namespace kos {
@@ -23,6 +24,23 @@ bool HoldsNul(std::string_view text)
         if (text.substr(at + 1, 5) == "u0000") return true;
     }
     return false;
+}
+
+/// Whether all texts and names are UTF-8. They need not be although the body is: an escape can
+/// stand for half of a surrogate pair.
+bool IsUtf8(const Json::Value& value)
+{
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    if (value.isString()) {
+        return !value.getString(&begin, &end) ||
+               host::IsUtf8({begin, static_cast<std::size_t>(end - begin)});
+    }
+    for (auto member = value.begin(); member != value.end(); ++member) {
+        if (value.isObject() && !host::IsUtf8(member.name())) return false;
+        if (!IsUtf8(*member)) return false;
+    }
+    return true;
 }
 
 bool Parse(const std::string& text, Json::Value& root)
@@ -52,6 +70,8 @@ std::unique_ptr<Json::Value> ParseJsonBody(const std::string& text, const char*&
         reason = "a body that is not JSON";
     } else if (!root->isObject()) {
         reason = "a JSON body that is no object";
+    } else if (!IsUtf8(*root)) {
+        reason = "a JSON body that is not UTF-8";
     }
     return reason == nullptr ? std::move(root) : nullptr;
 }

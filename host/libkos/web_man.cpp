@@ -75,7 +75,7 @@ bool WebMan::State::Changes() const
 
 std::string WebMan::State::Action() const
 {
-    if (request.body.kind == BodyKind::kUpload) return "upload";
+    if (request.body.kind == BodyKind::kUpload) return host::kUploadAction;
     if (json != nullptr) {
         const Json::Value& members = *json;  // const, so that operator[] adds no member
         const Json::Value& action = members["action"];
@@ -104,6 +104,7 @@ void WebMan::State::Refuse(const Refusal& refusal)
 
 void WebMan::State::RefuseAndThrow(const Refusal& refusal)
 {
+    Audit("refused (" + std::to_string(refusal.status) + ", " + refusal.reason + ")");
     Refuse(refusal);
     throw std::runtime_error("request refused: " + refusal.reason);
 }
@@ -132,6 +133,7 @@ void WebMan::State::LoadForm()
 bool WebMan::State::LoadUpload(const char* directory)
 {
     using Result = kos::Upload::Result;
+    host::NoteRequest({Action()});
     if (!upload) upload.emplace(request.body.boundary, parameters);
     switch (upload->Load(body, directory)) {
         case Result::kDone:

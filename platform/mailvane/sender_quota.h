@@ -13,11 +13,11 @@ public:
 
     /// Sets `settings` to the page and returns the number of all quotas; negative on failure.
     static int GetSettingList(std::list<Setting>& settings, unsigned int start, unsigned int limit);
-    /// Adds or replaces a quota; negative on failure.
+    /// Adds or replaces a quota, with the next `GenerateConfig`; negative on failure.
     static int Set(const std::string& saslSender, unsigned int quota);
-    /// Removes quotas; negative on failure.
+    /// Removes quotas, with the next `GenerateConfig`; negative on failure.
     static int DeleteList(const std::list<std::string>& saslSenders);
-    /// Rebuilds the file of the rate policy; negative on failure, with the old quotas still in
-    /// force.
+    /// Stores what was changed and rebuilds the file of the rate policy; negative on failure, with
+    /// the old quotas still stored and in force.
     static int GenerateConfig();
 };

@@ -37,7 +37,9 @@ public:
     Spam& operator=(const Spam&) = delete;
 
     std::list<SpamRule> getSpamRules();
-    /// Switch a rule set on or off, or remove it; negative on failure.
+    /// Switch a rule set on or off, or remove it, with effect once `isEnableSpamassassin` or
+    /// `getSpamRules` is called; negative when there is no such set or its file is refused. After a
+    /// refusal the next `MailScanner::Service` answers a negative number.
     int enableRule(const std::string& name);
     int disableRule(const std::string& name);
     int deleteRule(const std::string& name);

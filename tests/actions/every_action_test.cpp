@@ -58,3 +58,33 @@ TEST_F(EveryAction, EndsWithASystemErrorWhereSettingsCannotBeLoadedOrSaved)
     }
     EXPECT_GT(found, 30);
 }
+
+TEST_F(EveryAction, ReadsAllMembersOfAnEditBeforeItsFirstChange)
+{
+    const struct {
+        const char* action;
+        const char* body;  ///< the last member that is read has a value of a wrong kind
+    } rows[] = {
+        {"edit_access", R"({"name": "n", "accessType": 0, "nameType": 0, "permission": {}})"},
+        {"edit_bcc", R"({"bccTo": "a@b", "name": "n", "bccType": "1"})"},
+        {"edit_spam_blackwhite_list", R"({"name": "n", "nameType": "0"})"},
+        {"set_sender_quota", R"({"orgSetting": {"sasl_sender": "a"}, "quota": 4294967295})"},
+        {"set_attachment_filter", R"({"modified_list": ["exe"], "add_list": [{}]})"},
+        {"set_reply_setting", R"({"orgSetting": {"sender": "a"}, "sender": "b", "message": {}})"},
+        {"delete_reply_setting", R"({"delete_list": ["a", {}]})"},
+        {"save_personal", R"({"subject": "s", "message": {}})"},
+        {"save_spam_rules", R"({"modifiedList": [{"ruleName": "a"}, {"isEnable": "x"}]})"},
+        {"delete_rules", R"({"deleteList": [{"ruleName": "a"}, {"ruleName": {}}]})"},
+    };
+    for (const auto& [action, body] : rows) {
+        SCOPED_TRACE(action);
+        EXPECT_EQ(Write(action, body).status, 255);
+        EXPECT_FALSE(world.LogIsEmpty());
+        (void)world.TakeLog();
+        for (const char* change : {"::delete", "::add", "::Delete", "::Add", "::Set", "::Write",
+                                   "::Remove", "::enable", "::disable"}) {
+            EXPECT_EQ(world.Calls().find(change), std::string::npos) << world.Calls();
+        }
+        NextCase();
+    }
+}

@@ -84,6 +84,18 @@ class Aliases(Pages):
         answer = post({"action": "apply_alias_info", "aliasname": "outer", "member": []}).json()
         self.assertEqual(answer["errinfo"], {"sec": "error", "key": "alias_conflict"})
 
+    def test_an_alias_of_unknown_users_alone_is_refused(self):
+        log = harness.SystemLog()
+        self.make("some", member("nobody-here"), member("bob"))
+        self.make("none", member("nobody-here"), member("BOB+x"), member("none", ALIAS))
+        self.assert_reaches("none", "bob")
+        self.make("none", member("BOB+x", is_join=False), before="none")
+        self.assert_unknown("none")
+        self.assertIn("mail for none is refused", "\n".join(log.lines()))
+        self.make("alice", member("nobody-here"))  # her mail must not come to the mailbox
+        self.assertEqual(run("postmap", "-c", POSTFIX_CONFIGURATION, "-q", "alice",
+                             "cdb:%s/maps/aliases" % POSTFIX_CONFIGURATION).strip(), "nobody-here")
+
     def test_loops_end(self):
         self.make("one", member("one", ALIAS), member("bob"))
         self.make("two", member("one", ALIAS), member("one@" + DOMAIN, OUTSIDE))

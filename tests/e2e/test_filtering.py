@@ -1,11 +1,12 @@
 """The pages of the spam filter and the uploads: what they do to real mail."""
 import json
 import os
+import re
 import smtplib
 
 import file_modes
 import harness
-from harness import DOMAIN, ETC, SystemLog, command, delivered, mails, read, run, tell
+from harness import DOMAIN, ETC, SystemLog, command, delivered, mails, post, read, run, tell
 from machine import contents, write
 from test_scanner import message
 
@@ -111,19 +112,45 @@ class Rules(Filtering):
             with self.subTest(text):
                 self.log = SystemLog()
                 bring_in(text, "import_spam_rule", rule_name="bad.cf")
-                self.assertIs(self.rules()["bad.cf"], False)
+                self.assertNotIn("bad.cf", self.rules())
                 self.assert_logged(why, "'bad.cf' is refused")
+                self.assertRegex(self.log.audit()[-1], "action upload: failed .*'bad.cf'")
         bring_in("body BROKEN /(/\n", "import_spam_rule", rule_name="zebra.cf")
         self.assertEqual(say("zebra"), 554, "what was in force stays so")
+        self.assertIn("score LOCAL_ZEBRA 20", read("export_rule&rule_name=zebra.cf").body.decode())
         self.assertFalse(os.path.exists("/tmp/evil.ran"))
         self.assertEqual(harness.pid_of("/run/MailScanner.pid"), scanner)
 
-        for name in ("../evil.cf", "a/b.cf", ""):
+        for name in ("../evil.cf", "a/b.cf", "", ".", ".hidden", "a<b>"):
             bring_in(ZEBRA, "import_spam_rule", rule_name=name)
-            self.assertNotIn(name, self.rules())
+            self.assertEqual(os.listdir(ETC + "/rules"), ["zebra.cf"], name)
         left = [name for name in os.listdir(ETC) + os.listdir("/tmp")
                 if name.startswith(("evil", "mailvane-upload", "mailvane-lint"))]
         self.assertEqual(left, [], "uploads and homes are gone")
+
+    def test_many_sets_come_in_force_together_without_those_that_are_refused(self):
+        names = ["set %02d.cf" % number for number in range(20)]
+        for number, name in enumerate(names):
+            write(ETC + "/rules/" + name, "header SET_%d Subject =~ /set%d!/\n"
+                  "score SET_%d 20\n" % (number, number, number))
+        generation = int(re.sub(r"\D", "", os.readlink(ETC + "/generated/current")))
+        tell("save_spam_rules", modifiedList=[{"ruleName": name, "isEnable": True} for name in names])
+        self.assertEqual(set(self.rules().values()), {True})
+        self.assertEqual(int(re.sub(r"\D", "", os.readlink(ETC + "/generated/current"))),
+                         generation + 1)
+        self.assertEqual([say("clean", subject="set%d!" % number) for number in (0, 19)], [554, 554])
+
+        write(ETC + "/rules/broken.cf", "body BROKEN /(/\n")
+        request = {"action": "save_spam_rules", "modifiedList": [
+            {"ruleName": "broken.cf", "isEnable": True}, {"ruleName": names[0], "isEnable": False}]}
+        self.assertEqual(post(request).json()["errinfo"],
+                         {"sec": "common", "key": "error_system"})
+        self.assertEqual([say("clean", subject="set%d!" % number) for number in (0, 19)], [250, 554], "the others are in force")
+        self.assertIs(self.rules()["broken.cf"], False)
+
+        self.configure(spam_enable=False)
+        self.assertEqual(post(request).json(), {"success": True}, "nobody reads rules")
+        self.assertRegex(self.log.audit()[-1], "save_spam_rules: failed .*'broken.cf' is refused")
 
 
 class Lists(Filtering):
@@ -233,6 +260,16 @@ class Imports(Filtering):
         as_alice("mkdir -p %s/a %s/a" % (STAGED, DRAFT))
         bring_in("directory@x.test REJECT\n", "import_access", type=0)
         self.assertEqual(total("load_access"), before + 3)
+
+        os.unlink(STAGED)
+        for path in (STAGED, DRAFT):
+            as_alice("exec /usr/bin/python3 -c 'import socket; "
+                     "socket.socket(socket.AF_UNIX).bind(\"%s\")'" % path)
+        self.assertEqual(upload("socket@x.test REJECT\n"), refusal)
+        bring_in("socket@x.test REJECT\n", "import_access", type=0)
+        self.assertEqual(total("load_access"), before + 4)
+        self.assertIn("action upload: done; to change: access lists (1 imported)",
+                      self.log.audit()[-1])
 
 
 tearDownModule = file_modes.check

@@ -60,10 +60,24 @@ class Domains(Pages):
 
     def test_names_that_are_no_mail_domain(self):
         for name in ("", "nodots", "two words.test", "a..test", "-a.test", "x.test, evil.test",
-                     "x.test\ny.test", "$myhostname.test", "a" * 64 + ".test", "<b>.test"):
+                     "x.test\ny.test", "$myhostname.test", "a" * 64 + ".test", "<b>.test",
+                     "192.0.2.1", "ü..test"):
             with self.subTest(name):
                 self.assert_refused("add_domain", domain=name)
                 self.assert_refused("edit_domain", orgDomain="x.test", newDomain=name)
+
+
+    def test_a_name_in_another_script_is_one_domain_however_it_is_written(self):
+        def listed():
+            return [item["domain"] for item in read("enum_domain").json()["items"]]
+
+        self.change("add_domain", domain="Bücher.test")
+        self.change("add_domain", domain="xn--bcher-kva.test")
+        self.assertEqual(listed(), ["xn--bcher-kva.test"])
+        self.change("edit_domain", orgDomain="bücher.test", newDomain="пример.test")
+        self.assertEqual(listed(), ["xn--e1afmkfd.test"])
+        self.change("delete_domain", domainList=[{"domain": "ПРИМЕР.test"}])
+        self.assertEqual(listed(), [])
 
 
 class Blocklists(Pages):

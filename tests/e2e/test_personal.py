@@ -120,6 +120,14 @@ class Personal(harness.Story):
                 self.assertEqual(contents(SCRIPT), script)
                 self.assertEqual(self.loaded()["forward_addr"], CAROL)
 
+    def test_a_reply_that_cannot_be_stored_fails_the_save(self):
+        self.save(reply_enable=True, subject="old", message="old text")
+        for change in ({"message": "x" * 20000}, {"subject": "x" * 600}):
+            self.assert_refused(**{"reply_enable": False, "subject": "new", "message": "new",
+                                   **change})
+            self.assertEqual([self.loaded()[name] for name in ("reply_enable", "subject")],
+                             [True, "old"])
+
     def test_a_reply_within_its_period_and_none_outside(self):
         now = int(time.time())
         text = 'Bin weg: "Grüße"\n.\n${hex:41} \\ stop; 日本'

@@ -26,7 +26,7 @@ bool HoldsControl(const std::string& text)
 void TryNames(const std::string& text)
 {
     for (const auto accepts :
-         {IsPlainText, IsLabel, IsHostName, IsHostNameOrEmpty, IsMailDomain, IsBlocklistType,
+         {IsPlainText, IsLabel, IsHostName, IsHostNameOrEmpty, IsDomain, IsBlocklistType,
           IsRelayAccount, IsHostOrAddressOrEmpty, IsAccountType, IsShortDomainOrEmpty,
           IsMailAddress, IsFullAddress, IsSpamAction, IsVirusAction, IsLocalPart, IsRuleSetName}) {
         fuzz::Expect(!accepts(text) || !HoldsControl(text));

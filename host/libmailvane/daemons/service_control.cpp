@@ -4,6 +4,9 @@
 
 #include <unistd.h>
 
+#include <utility>
+
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -43,7 +46,18 @@ const struct {
     {daemons::kMemcached, &MemcachedService},
 };
 
+bool& ScannerIsMarked()
+{
+    static bool marked = false;
+    return marked;
+}
+
 }  // namespace
+
+void MarkScanner()
+{
+    ScannerIsMarked() = true;
+}
 
 Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
 {
@@ -51,7 +65,9 @@ Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& 
     if (verb != "start" && verb != "stop" && verb != "restart") {
         return Reason{ReasonCode::kRefused, script, script + " takes no verb \"" + verb + "\""};
     }
-    return RunProgram({PackagePath("target/scripts/" + script), verb}).done;
+    Result<void> done = RunProgram({PackagePath("target/scripts/" + script), verb}).done;
+    if (!done) NoteFailure(script + " " + verb + " failed");
+    return done;
 }
 
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb)
@@ -83,7 +99,9 @@ int ImapPop3::Service(const std::string& verb)
 
 int MailScanner::Service(const std::string& verb)
 {
-    return host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
+    const int result =
+        host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
+    return std::exchange(host::daemons::ScannerIsMarked(), false) ? -1 : result;
 }
 
 int MailScanner::AntiVirusService(const std::string& verb)

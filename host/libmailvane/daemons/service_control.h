@@ -16,6 +16,10 @@ Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& 
 /// The same call as a step of a plan.
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb);
 
+/// Makes the next answer of `MailScanner::Service` negative, after it has done what it is asked
+/// for: something that the scanner was to read was refused, and nobody has looked at that.
+void MarkScanner();
+
 /// Whether the package controls the machine's mail services. A machine with systemd must be handed
 /// over first, which creates etc/adopted.
 bool ServicesAreOurs();

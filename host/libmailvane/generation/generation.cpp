@@ -33,7 +33,6 @@ namespace {
 const char kPrefix[] = "gen-";
 const char kManifest[] = "manifest";
 const char kSettings[] = "mailvane.conf";
-const char kMaps[] = "postfix/maps/";
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
 
@@ -164,8 +163,14 @@ Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 
 Result<void> Activate(const std::string& name)
 {
-    return ReplaceByLink(GeneratedDirectory() + "/current", name)
-        .Prefixed("cannot put " + name + " in force: ");
+    const std::string link = GeneratedDirectory() + "/current";
+    const std::string before = CurrentGeneration();
+    Result<void> done = ReplaceByLink(link, name).Prefixed("cannot put " + name + " in force: ");
+    // A link that was turned, but not so that the disk knows, is turned back.
+    if (!done && !before.empty() && CurrentGeneration() != before) {
+        (void)Succeeded(ReplaceByLink(link, before));
+    }
+    return done;
 }
 
 void RemoveGeneration(const std::string& name)
@@ -289,12 +294,21 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
 
 void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
 {
-    const std::string source = kMaps + name;
+    const std::string source = ListFile{name, "", true}.Path();
     Put(source, text, mode);
     if (changed_.count(source) == 0 && beforeFiles_.count(source + ".cdb") != 0) {
         Keep(source + ".cdb");
     } else {
         uncompiled_[source] = mode;
+    }
+}
+
+void NextGeneration::Put(const ListFile& file)
+{
+    if (file.isMap) {
+        PutMap(file.name, file.text);
+    } else {
+        Put(file.name, file.text, 0644);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/libhaldcore/result.h"
+#include "host/libmailvane/generation/list_file.h"
 
 namespace host::generation {
 
@@ -59,6 +60,9 @@ public:
 
     /// Writes the source text of a map; `Complete` compiles it to `name`.cdb when it changed.
     void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
+
+    /// Writes, and compiles, a file that a list fills.
+    void Put(const ListFile& file);
 
     /// Whether `relative` was put or is in the generation in force.
     bool Has(const std::string& relative) const;

@@ -10,6 +10,9 @@ struct ListFile {
     std::string name;  ///< of a map in postfix/maps, or a path in the generation
     std::string text;
     bool isMap = true;  ///< to be compiled for lookups
+
+    /// Its path in the generation.
+    std::string Path() const { return isMap ? "postfix/maps/" + name : name; }
 };
 
 /// Path in a generation of the file that the rate policy reads.

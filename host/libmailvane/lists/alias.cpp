@@ -3,12 +3,11 @@
 
 #include <cerrno>
 
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/error.h"
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
-#include "host/libmailvane/render/alias_maps.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "host/libmailvane/system/database.h"
@@ -35,29 +34,15 @@ struct Alias::State {
     host::Result<void> Import(const std::string& path)
     {
         auto aliases = host::stores::ReadAliasText(path, table);
-        if (!aliases) return std::move(aliases).reason().Causing(path, "a list to import");
-
-        table.Replace(*aliases);
+        if (!aliases) {
+            host::NoteFailure("aliases: lines are refused");
+            return std::move(aliases).reason().Causing(path, "a list to import");
+        }
+        host::NoteChange("aliases (" + std::to_string(aliases->size()) + " imported)");
+        table.Replace(*std::move(aliases));
         return {};
     }
 };
-
-namespace {
-
-/// Activates the aliases first and stores them then, so that a failing account engine or mail
-/// server leaves the store unchanged.
-host::Result<void> ActivateAliases(host::stores::AliasTable& table)
-{
-    host::Result<void> done =
-        host::save::RebuildLists({[&table] { return host::render::AliasFilesOf(table); }});
-    if (done) done = host::stores::ChangeAliases(table.Pending());
-    if (done) table.Stored();
-    // Rebuilds the maps from the stored aliases. Logged only: the caller returns the first reason.
-    if (!done) (void)host::Succeeded(host::save::RebuildLists({host::render::AliasFiles}));
-    return done;
-}
-
-}  // namespace
 
 Alias::Alias() : state_(new State) {}
 
@@ -85,10 +70,15 @@ int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    return host::Status(host::system::Attempt("aliases", [this] {
-        const host::save::WriteScope scope;
-        return scope.ready() ? ActivateAliases(state_->table) : scope.ready();
-    }));
+    host::stores::AliasTable& table = state_->table;
+    const host::Result<void> done = host::save::StoreAndApply(
+        host::render::kAliasList, "aliases", [&table](SQLite::Database& store) {
+            host::stores::ChangeAliases(store, table.Pending());
+            return host::Result<void>();
+        });
+    if (done) table.Stored();
+    if (!done) host::NoteFailure(done.reason().text);
+    return host::Status(done);
 }
 
 std::list<std::string> Alias::getAliasNameList()

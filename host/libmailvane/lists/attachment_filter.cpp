@@ -1,14 +1,13 @@
-// The list of refused attachment types: changing and activating it.
+// The list of refused attachment types. What a request changes is stored and activated together,
+// when it asks for that, or not at all.
 #include "platform/mailvane/attachment_filter.h"
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "host/libhaldcore/result.h"
-#include "host/libmailvane/render/attachment_checks.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/stores/attachment_types.h"
 
 namespace host::lists {
@@ -18,18 +17,23 @@ using Types = std::vector<std::string>;
 
 constexpr std::size_t kLongestToldType = 64;
 
-Result<Types> StoredTypes()
+/// The types as this request wants them; nothing while it has changed none.
+std::optional<Types>& Pending()
 {
+    static std::optional<Types> types;
+    return types;
+}
+
+Result<Types> WantedTypes()
+{
+    if (Pending()) return *Pending();
     return stores::AttachmentTypes().Prefixed("attachment types: ");
 }
 
 /// Adds the types that the list lacks, all or none.
 Result<void> AddTypes(const std::list<std::string>& added)
 {
-    const save::WriteScope scope;
-    if (!scope.ready()) return scope.ready();
-
-    Result<Types> types = StoredTypes();
+    Result<Types> types = WantedTypes();
     if (!types) return std::move(types).reason();
     for (const std::string& text : added) {
         const std::optional<std::string> type = stores::StoredAttachmentType(text);
@@ -42,21 +46,26 @@ Result<void> AddTypes(const std::list<std::string>& added)
             types->push_back(*type);
         }
     }
-    return stores::StoreAttachmentTypes(*types);
+    Pending() = *std::move(types);
+    return {};
 }
 
 Result<void> DeleteTypes(const std::list<std::string>& deleted)
 {
-    const save::WriteScope scope;
-    if (!scope.ready()) return scope.ready();
-
-    Result<Types> types = StoredTypes();
+    Result<Types> types = WantedTypes();
     if (!types) return std::move(types).reason();
     for (const std::string& text : deleted) {
         const std::string type = stores::StoredAttachmentType(text).value_or(text);
         types->erase(std::remove(types->begin(), types->end(), type), types->end());
     }
-    return stores::StoreAttachmentTypes(*types);
+    Pending() = *std::move(types);
+    return {};
+}
+
+Result<void> ApplyTypes()
+{
+    const std::optional<Types> types = std::exchange(Pending(), std::nullopt);
+    return types ? save::StoreAndApplyTypes(*types) : save::ApplyLists({&render::kAttachmentList});
 }
 
 }  // namespace
@@ -67,7 +76,7 @@ int AttachmentFilter::GetList(std::list<std::string>& types, const std::string& 
     // A query can be written as a type can, with a dot in front: `.exe` finds `exe`.
     const std::string part = host::stores::StoredAttachmentType(query).value_or(query);
     types.clear();
-    const auto stored = host::lists::StoredTypes();
+    const auto stored = host::lists::WantedTypes();
     if (!host::Succeeded(stored)) return -1;
     for (const std::string& type : *stored) {
         if (type.find(part) != std::string::npos) types.push_back(type);
@@ -87,7 +96,5 @@ int AttachmentFilter::Add(const std::list<std::string>& types)
 
 int AttachmentFilter::GenerateConfig()
 {
-    // The scanner refuses the same types inside archives.
-    return host::Status(
-        host::save::RebuildLists({host::render::AttachmentFiles, host::render::BannedTypeFiles}));
+    return host::Status(host::lists::ApplyTypes());
 }

@@ -1,14 +1,13 @@
-// The sender quotas: table `sender_quota` of etc/mailvane.db.
+// The sender quotas: table `sender_quota` of etc/mailvane.db. What a request changes is stored and
+// activated together, when it asks for that, or not at all.
 #include "platform/mailvane/sender_quota.h"
 
-#include <SQLiteCpp/VariadicBind.h>
+#include <utility>
+#include <vector>
 
 #include "host/libmailvane/names/text_checks.h"
-#include "host/libmailvane/render/plain_lists.h"
 #include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/save/transaction.h"
-#include "host/libmailvane/stores/list_store.h"
+#include "host/libmailvane/stores/rule_store.h"
 #include "host/libmailvane/stores/sender_quota_table.h"
 
 namespace host::lists {
@@ -16,38 +15,40 @@ namespace {
 
 const char kWhat[] = "sender quotas";
 
+/// What this request has asked for and not put in force yet.
+std::vector<stores::QuotaChange>& Pending()
+{
+    static std::vector<stores::QuotaChange> changes;
+    return changes;
+}
+
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
     if (!names::IsLogin(login)) {
         return Reason{ReasonCode::kRefused, login,
                       "sender quotas: refused: what is limited is no login"};
     }
-    return save::ChangeLists(kWhat, [&](SQLite::Database& store) {
-        SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");
-        SQLite::bind(set, login, static_cast<std::int64_t>(quota));
-        (void)set.exec();
-    });
+    Pending().push_back({login, quota});
+    return {};
 }
 
-Result<void> DeleteQuotas(const std::list<std::string>& logins)
+/// The changes of this request, whose end they do not outlive.
+Result<void> ApplyQuotas()
 {
-    return save::ChangeLists(kWhat, [&logins](SQLite::Database& store) {
-        SQLite::Transaction transaction(store);
-        SQLite::Statement remove(store, "DELETE FROM sender_quota WHERE login = ?");
-        for (const std::string& login : logins) {
-            remove.bind(1, login);
-            (void)remove.exec();
-            remove.reset();
-        }
-        transaction.commit();
+    const std::vector<stores::QuotaChange> changes = std::exchange(Pending(), {});
+    if (changes.empty()) return save::ApplyLists({&render::kQuotaList});
+    return save::StoreAndApply(render::kQuotaList, kWhat, [&changes](SQLite::Database& store) {
+        stores::ChangeQuotas(store, changes);
+        return Result<void>();
     });
 }
 
 int Page(SQLite::Database& store, std::list<SenderQuota::Setting>& settings, unsigned int start,
          unsigned int limit)
 {
-    SQLite::Statement page(store, "SELECT login, quota FROM sender_quota ORDER BY login" +
-                                      std::string(stores::kOnePage));
+    SQLite::Statement page(store,
+                           "SELECT login, quota FROM sender_quota ORDER BY login "
+                           "LIMIT :limit OFFSET :start");
     page.bind(":limit", static_cast<std::int64_t>(limit));
     page.bind(":start", static_cast<std::int64_t>(start));
     while (page.executeStep()) {
@@ -64,7 +65,7 @@ int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start
                                 unsigned int limit)
 {
     settings.clear();
-    return host::Status(host::stores::ReadLists(host::lists::kWhat, [&](SQLite::Database& store) {
+    return host::Status(host::stores::AskLists(host::lists::kWhat, [&](SQLite::Database& store) {
         return host::lists::Page(store, settings, start, limit);
     }));
 }
@@ -76,10 +77,13 @@ int SenderQuota::Set(const std::string& saslSender, unsigned int quota)
 
 int SenderQuota::DeleteList(const std::list<std::string>& saslSenders)
 {
-    return host::Status(host::lists::DeleteQuotas(saslSenders));
+    for (const std::string& login : saslSenders) {
+        host::lists::Pending().push_back({login, std::nullopt});
+    }
+    return 0;
 }
 
 int SenderQuota::GenerateConfig()
 {
-    return host::Status(host::save::RebuildLists({host::render::QuotaFiles}));
+    return host::Status(host::lists::ApplyQuotas());
 }

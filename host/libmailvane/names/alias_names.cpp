@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -49,6 +50,12 @@ bool IsLocalPart(const std::string& name)
     return std::all_of(name.begin(), name.end(), [](char c) {
         return IsLetterOrDigit(c) || (c != '\0' && std::strchr("._-+=&'~$", c) != nullptr);
     });
+}
+
+MemberInfo StoredMember(MemberInfo member)
+{
+    if (member.type == kOutsideMember) member.name = WithALabels(member.name);
+    return member;
 }
 
 Result<void> CheckMember(const MemberInfo& member)

@@ -16,6 +16,9 @@ enum MemberType { kUserMember = 0, kGroupMember = 1, kAliasMember = 2, kOutsideM
 /// these characters is special in maps or in the text format of the aliases.
 bool IsLocalPart(const std::string& name);
 
+/// The member in stored spelling: the domains of outside addresses in A-labels.
+MemberInfo StoredMember(MemberInfo member);
+
 /// Refuses a member with an invalid name. Users are local parts, also as `OFFICE\anna`; groups are
 /// plain text without <>,:" (they are never written into a map); outside addresses have a domain
 /// and only ASCII.

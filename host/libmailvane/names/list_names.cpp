@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/text_checks.h"
 
 namespace host::names {
@@ -104,16 +105,6 @@ std::optional<std::string> StoredNetwork(const std::string& text)
     return IpText(*address) + "/" + std::to_string(prefix);
 }
 
-/// The stored spelling of a domain; nothing for 192.0.2.1 and the like: no top-level domain is a
-/// number.
-std::optional<std::string> StoredDomain(const std::string& text)
-{
-    const std::string last = text.substr(text.rfind('.') + 1);
-    const bool isNumber = last.find_first_not_of(kDigits) == std::string::npos;
-    if (!IsHostName(text) || isNumber) return std::nullopt;
-    return InLowerCase(text);
-}
-
 std::optional<std::string> StoredTree(const std::string& text)
 {
     const bool dotted = !text.empty() && text.front() == '.';
@@ -122,8 +113,8 @@ std::optional<std::string> StoredTree(const std::string& text)
 
 std::optional<std::string> StoredAddress(const std::string& text)
 {
-    if (!IsFullAddress(text)) return std::nullopt;
-    return InLowerCase(text);
+    const std::string address = InLowerCase(WithALabels(text));
+    return IsFullAddress(address) ? std::make_optional(address) : std::nullopt;
 }
 
 }  // namespace

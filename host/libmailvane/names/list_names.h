@@ -10,9 +10,9 @@
 
 namespace host::names {
 
-/// The stored spelling of a name: lower case, short form of IPv6, networks without host bits,
-/// domain trees without the leading dot, IPv4-mapped addresses as IPv4. `.A.Example` becomes
-/// `a.example`. Nothing when `text` is no name of that kind.
+/// The stored spelling of a name: lower case, A-labels for other scripts, short form of IPv6,
+/// networks without host bits, domain trees without the leading dot, IPv4-mapped addresses as IPv4.
+/// `.A.Example` becomes `a.example`. Nothing when `text` is no name of that kind.
 std::optional<std::string> StoredName(NameType kind, const std::string& text);
 
 /// Whether `text`, in any spelling, is a name of that kind.

@@ -15,15 +15,44 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 constexpr int kMostToldLines = 20;  // so that a wrong file does not flood the log
 
-/// Removes the first line and its line end from `rest` and returns the line.
-std::string_view CutLine(std::string_view& rest)
-{
-    const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
-    const std::string_view line = rest.substr(0, end);
-    const bool two = rest.substr(end, 2) == "\r\n";
-    rest.remove_prefix(std::min(rest.size(), end + (two ? 2 : 1)));
-    return line;
-}
+/// Cuts a text that comes in pieces into lines with any line ends.
+class Lines {
+public:
+    using TakeRaw = std::function<void(std::string_view line)>;
+
+    explicit Lines(TakeRaw take) : take_(std::move(take)) {}
+
+    void Feed(std::string_view piece)
+    {
+        while (!piece.empty()) {
+            const bool endsPair = afterReturn_ && piece.front() == '\n';
+            afterReturn_ = false;
+            if (endsPair) {
+                piece.remove_prefix(1);
+                continue;
+            }
+            const std::size_t end = std::min(piece.find_first_of("\r\n"), piece.size());
+            line_.append(piece.substr(0, end));
+            if (end == piece.size()) return;
+
+            afterReturn_ = piece[end] == '\r';
+            piece.remove_prefix(end + 1);
+            End();
+        }
+    }
+
+    /// Passes the line on that stands there.
+    void End()
+    {
+        take_(line_);
+        line_.clear();
+    }
+
+private:
+    TakeRaw take_;
+    std::string line_;
+    bool afterReturn_ = false;
+};
 
 bool IsLeftOut(const std::string& line)
 {
@@ -67,22 +96,23 @@ private:
 
 Result<void> ReadListText(const std::string& path, const TakeLine& take)
 {
-    std::string bytes;
-    if (!ReadFile(path, bytes)) return SystemReason("list to import", "list to import");
-
-    std::string_view rest = bytes;
-    if (rest.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        rest.remove_prefix(kByteOrderMark.size());
-    }
     RefusedLines refused;
-    for (int number = 1; !rest.empty(); ++number) {
-        std::string line(Trim(CutLine(rest)));
-        if (IsLeftOut(line)) continue;
+    int number = 0;
+    Lines lines([&](std::string_view text) {
+        const bool isMarked =
+            ++number == 1 && text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+        if (isMarked) text.remove_prefix(kByteOrderMark.size());
+        std::string line(Trim(text));
+        if (IsLeftOut(line)) return;
 
         std::replace(line.begin(), line.end(), '\t', ' ');
         Result<void> taken = Take(line, take);
         if (!taken) refused.Add(number, std::move(taken).reason());
+    });
+    if (!ReadInPieces(path, [&lines](std::string_view piece) { lines.Feed(piece); })) {
+        return SystemReason("list to import", "list to import");
     }
+    lines.End();
     return std::move(refused).All();
 }
 

@@ -19,7 +19,7 @@ Result<void> ReadListText(const std::string& path, const TakeLine& take);
 /// Writes the text of an export to the file at `path`.
 Result<void> WriteExport(const std::string& path, const std::string& text);
 
-/// Pattern for SQL's `LIKE ? ESCAPE '\'` that matches texts that contain `text`.
+/// A pattern for SQL's `LIKE ? ESCAPE '\'` that matches texts that contain `text`.
 std::string LikeAnywhere(const std::string& text);
 
 }  // namespace host::names

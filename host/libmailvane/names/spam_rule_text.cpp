@@ -131,7 +131,7 @@ bool IsRuleSetName(const std::string& name)
 {
     return !name.empty() && name.size() <= kLongestSetName && name.front() != '.' &&
            name.front() != ' ' && name.back() != ' ' && IsPlainText(name) &&
-           name.find_first_of("/<>") == std::string::npos;
+           name.find_first_of("/<>") == std::string::npos && name.rfind(kUploadedFile, 0) != 0;
 }
 
 Result<void> CheckRuleLine(const std::string& line)

@@ -11,6 +11,9 @@ namespace host::names {
 /// The start of the line that precedes a rule set in the rules in force; the set's name follows.
 constexpr char kRuleSetHeading[] = "# rule set: ";
 
+/// The beginning of the names of uploads, which a rule set cannot have.
+constexpr char kUploadedFile[] = "mailvane-upload.";
+
 /// Whether a rule set can have this name, which is also its file's name.
 bool IsRuleSetName(const std::string& name);
 

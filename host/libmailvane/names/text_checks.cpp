@@ -75,9 +75,10 @@ bool IsHostNameOrEmpty(const std::string& text)
     return text.empty() || IsHostName(text);
 }
 
-bool IsMailDomain(const std::string& text)
+bool IsDomain(const std::string& text)
 {
-    return IsHostName(text) && text.find('.') != std::string::npos;
+    const std::string last = text.substr(text.rfind('.') + 1);  // npos + 1 is 0
+    return IsHostName(text) && !std::all_of(last.begin(), last.end(), IsDigit);
 }
 
 bool IsBlocklistType(const std::string& text)
@@ -123,7 +124,7 @@ bool IsMailAddress(const std::string& text)
     if (local.empty() || text.size() > kLongestAddress || !IsUtf8(text)) return false;
     if (!std::all_of(local.begin(), local.end(), IsAddressCharacter)) return false;
 
-    return at == std::string::npos || IsHostName(text.substr(at + 1));
+    return at == std::string::npos || IsDomain(text.substr(at + 1));
 }
 
 bool IsFullAddress(const std::string& text)

@@ -15,8 +15,9 @@ bool IsHostName(const std::string& text);
 /// As `IsHostName`, or empty.
 bool IsHostNameOrEmpty(const std::string& text);
 
-/// A host name of two or more labels, such as mail domains and DNS zones.
-bool IsMailDomain(const std::string& text);
+/// A domain: a host name that does not end with a number, as IP addresses do. No top-level domain
+/// is one.
+bool IsDomain(const std::string& text);
 
 /// What a DNS blocklist lists: "rbl_client" (addresses of clients), "rhsbl_sender" (domains of
 /// senders) or "rhsbl_helo" (names that clients greet with).

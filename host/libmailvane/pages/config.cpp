@@ -7,6 +7,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/pages/relay_login.h"
 #include "host/libmailvane/pages/taking_over.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
 
 namespace {

@@ -20,7 +20,7 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/system/durable_move.h"
 
 namespace {

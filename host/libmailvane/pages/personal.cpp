@@ -5,14 +5,15 @@
 
 #include <algorithm>
 
+#include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/result.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/pages/forwarding.h"
-#include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/personal_change.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/personal_settings.h"
-#include "host/libmailvane/system/user_script.h"
 
 using host::Reason;
 using host::ReasonCode;
@@ -26,6 +27,7 @@ struct Personal::State {
     MailAccount account;
     std::string errKey;  ///< why there are no settings; empty when there are
     PersonalSettings settings;
+    bool refused = false;  ///< the general reply was; nothing is saved then
 };
 
 namespace {
@@ -52,23 +54,6 @@ Result<void> CheckForwarding(const PersonalSettings& settings, const std::string
     return host::pages::CheckForwarding(settings, user, *stored);
 }
 
-/// Puts the script of the settings in place and stores them, both or neither. With `anew` the
-/// script is written even when it has not changed.
-Result<void> ActivateScript(const MailAccount& account, const PersonalSettings& before,
-                            const PersonalSettings& after, bool anew)
-{
-    const std::string old = host::render::RenderPersonalScript(before);
-    const std::string script = host::render::RenderPersonalScript(after);
-    const bool replaced = anew || script != old;
-    Result<void> done;
-    if (replaced) done = host::system::PutUserScript(account, script);
-    if (!done) return done;
-
-    done = host::stores::WritePersonalSettings(account, after);
-    if (!done && replaced) (void)host::Succeeded(host::system::PutUserScript(account, old));
-    return done;
-}
-
 /// Stores a change, which gets the settings as they are stored now. Gives what is stored then.
 template <typename Change>
 Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, const Change& change)
@@ -81,7 +66,7 @@ Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, con
     PersonalSettings changed = *stored;
     Result<void> done =
         Result<void>(change(changed)).Prefixed("personal settings of " + account.name + ": ");
-    if (done) done = ActivateScript(account, *stored, changed, anew);
+    if (done) done = host::save::StoreAndApplyPersonal(account, *stored, changed, anew);
     if (!done) return std::move(done).reason();
     return changed;
 }
@@ -186,7 +171,7 @@ void Personal::setForward(bool enabled)
 
 void Personal::setForwardAddr(const std::string& address)
 {
-    state_->settings.forwardAddress = address;
+    state_->settings.forwardAddress = host::names::WithALabels(address);
 }
 
 void Personal::setKeepCopy(bool keep)
@@ -213,7 +198,8 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
 {
     const Reply* reply = &state_->settings.generalReply;
     if (sender != nullptr) {
-        const SenderReply* entry = host::stores::FindSenderReply(state_->settings, sender);
+        const std::string stored = host::names::WithALabels(sender);
+        const SenderReply* entry = host::stores::FindSenderReply(state_->settings, stored);
         reply = entry == nullptr ? nullptr : &entry->reply;
     }
     if (!isValid() || reply == nullptr) return -1;
@@ -226,12 +212,16 @@ int Personal::ReadReplyContent(const char* sender, std::string& subject, std::st
 int Personal::WriteReplyContent(const char* sender, const std::string& subject,
                                 const std::string& message)
 {
+    // Nobody looks at what becomes of the general reply: the save has to tell.
+    if (sender == nullptr) state_->refused = true;
     const auto reply = host::stores::StorableReply(subject, message);
     if (!isValid() || !host::Succeeded(reply)) return -1;
 
     const auto stored =
         ChangeStored(state_->account, false, [&](PersonalSettings& settings) -> Result<void> {
-            if (sender != nullptr) return PutSenderReply(settings, sender, *reply);
+            if (sender != nullptr) {
+                return PutSenderReply(settings, host::names::WithALabels(sender), *reply);
+            }
             settings.generalReply = *reply;
             return {};
         });
@@ -240,6 +230,7 @@ int Personal::WriteReplyContent(const char* sender, const std::string& subject,
     // Takes only the replies from the store: other settings may be set and not saved yet.
     state_->settings.generalReply = stored->generalReply;
     state_->settings.senderReplies = stored->senderReplies;
+    if (sender == nullptr) state_->refused = false;
     return 0;
 }
 
@@ -254,8 +245,12 @@ int Personal::RemoveReplySetting(const std::string& sender)
 {
     if (!isValid()) return -1;
     const auto stored = ChangeStored(state_->account, false, [&](PersonalSettings& settings) {
-        return RemoveSenderReply(settings, sender);
+        return RemoveSenderReply(settings, host::names::WithALabels(sender));
     });
+    // Nobody looks at the result; one that was gone already is as it was wanted.
+    if (!stored && stored.reason().code != ReasonCode::kMissing) {
+        host::NoteFailure(stored.reason().text);
+    }
     if (!host::Succeeded(stored)) return -1;
 
     state_->settings.senderReplies = stored->senderReplies;
@@ -264,7 +259,7 @@ int Personal::RemoveReplySetting(const std::string& sender)
 
 int Personal::save()
 {
-    if (!isValid()) return -1;
+    if (!isValid() || state_->refused) return -1;
     const auto stored = ChangeStored(state_->account, true, [&](PersonalSettings& settings) {
         PersonalSettings wanted = state_->settings;
         wanted.generalReply = settings.generalReply;

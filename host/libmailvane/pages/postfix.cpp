@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/pages/config.h"
 #include "host/libmailvane/save/account_switch.h"
@@ -15,6 +16,12 @@ template <typename T>
 bool Contains(const std::list<T>& list, const T& element)
 {
     return std::find(list.begin(), list.end(), element) != list.end();
+}
+
+/// A domain as it is stored; what is none may have been stored by an earlier version.
+std::string StoredOrAsItIs(const std::string& domain)
+{
+    return host::names::StoredDomain(domain).value_or(host::InLowerCase(domain));
 }
 
 }  // namespace
@@ -46,7 +53,9 @@ int Postfix::LoadSettings()
     if (healed) return 0;
 
     healed = true;
-    return host::Status(host::save::HealAccounts(state_->account));
+    // Lost account data keeps its own changes away, not those of the settings.
+    (void)host::Succeeded(host::save::HealAccounts(state_->account));
+    return 0;
 }
 
 int Postfix::SaveSettings(const std::list<Callback>& steps)
@@ -61,18 +70,18 @@ std::list<std::string> Postfix::GetAdditionDomain()
 
 int Postfix::AddDomain(const std::string& domain)
 {
-    if (!host::names::IsMailDomain(domain)) return host::pages::Refuse(*state_, "a mail domain");
+    const auto name = host::names::StoredMailDomain(domain);
+    if (!name) return host::pages::Refuse(*state_, "a mail domain");
 
-    const std::string name = host::InLowerCase(domain);
     state_->listsChanged = true;
-    if (!Contains(state_->domains, name)) state_->domains.push_back(name);
+    if (!Contains(state_->domains, *name)) state_->domains.push_back(*name);
     return 0;
 }
 
 int Postfix::DeleteDomain(const std::string& domain)
 {
     state_->listsChanged = true;
-    state_->domains.remove(host::InLowerCase(domain));
+    state_->domains.remove(StoredOrAsItIs(domain));
     return 0;
 }
 
@@ -87,11 +96,12 @@ std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
 
 int Postfix::AddDNSBL(const DNSBL& entry)
 {
-    if (!host::names::IsMailDomain(entry.server) || !host::names::IsBlocklistType(entry.type)) {
+    const auto server = host::names::StoredMailDomain(entry.server);
+    if (!server || !host::names::IsBlocklistType(entry.type)) {
         return host::pages::Refuse(*state_, "a blocklist");
     }
 
-    const host::settings::Blocklist stored{host::InLowerCase(entry.server), entry.type};
+    const host::settings::Blocklist stored{*server, entry.type};
     state_->listsChanged = true;
     if (!Contains(state_->blocklists, stored)) state_->blocklists.push_back(stored);
     return 0;
@@ -100,7 +110,6 @@ int Postfix::AddDNSBL(const DNSBL& entry)
 int Postfix::DeleteDNSBL(const DNSBL& entry)
 {
     state_->listsChanged = true;
-    state_->blocklists.remove(
-        host::settings::Blocklist{host::InLowerCase(entry.server), entry.type});
+    state_->blocklists.remove(host::settings::Blocklist{StoredOrAsItIs(entry.server), entry.type});
     return 0;
 }

@@ -14,7 +14,7 @@
 #include "host/libhaldcore/request_note.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
-#include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/system/database.h"
 
 using host::KeyValueFile;

@@ -8,6 +8,7 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
+#include "host/libmailvane/names/domains.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/spam_rule_text.h"
 #include "host/libmailvane/names/text_checks.h"
@@ -56,14 +57,14 @@ Result<void> CheckSettings(const std::string& folder, const StoredSettings& sett
     }
     const std::string copies = file->Get("always_bcc").value_or("");
     if (!copies.empty()) {
-        Result<void> target = stores::CheckCopyTarget(copies);
-        if (!target) return target;
+        Result<std::string> target = stores::StoredCopyTarget(copies);
+        if (!target) return std::move(target).reason();
     }
     for (const std::string& domain : settings.domains) {
-        if (!names::IsMailDomain(domain)) return Bad("a mail domain");
+        if (!names::StoredMailDomain(domain)) return Bad("a mail domain");
     }
     for (const settings::Blocklist& list : settings.blocklists) {
-        if (!names::IsMailDomain(list.server) || !names::IsBlocklistType(list.type)) {
+        if (!names::StoredMailDomain(list.server) || !names::IsBlocklistType(list.type)) {
             return Bad("a blocklist");
         }
     }

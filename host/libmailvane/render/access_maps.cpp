@@ -5,14 +5,10 @@
 //
 // Mail for a discarded recipient is accepted and then dropped by a transport. If the SMTP server
 // answered DISCARD itself, all recipients of the message would lose it.
-#include "host/libmailvane/render/access_maps.h"
-
 #include <algorithm>
-#include <optional>
 
 #include "host/libmailvane/names/map_text.h"
-#include "host/libmailvane/stores/access_store.h"
-#include "host/libmailvane/stores/list_store.h"
+#include "host/libmailvane/render/lists.h"
 
 namespace host::render {
 namespace {
@@ -22,6 +18,11 @@ namespace {
 const char kNowhere[] = "discarded.invalid";
 
 using Entries = std::list<AccessInfo>;
+
+Entries EntriesOf(SQLite::Database& database, Type type)
+{
+    return stores::AccessEntries(stores::ReadRules(database, stores::kAccessRules, type));
+}
 
 std::string Answer(const AccessInfo& entry)
 {
@@ -81,25 +82,20 @@ std::string NetworksText(const Entries& clients)
     return text;
 }
 
-std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
-{
-    const Entries senders = stores::ReadAccess(store, TYPE_SENDER);
-    const Entries recipients = stores::ReadAccess(store, TYPE_RECIPIENT);
-    const Entries clients = stores::ReadAccess(store, TYPE_CLIENT);
-    return {{"sender_access", names::NamesText(senders, Answer)},
-            {"recipient_access", names::NamesText(recipients, RecipientAnswer)},
-            {"discarded_recipients", DiscardedText(recipients)},
-            {"recipient_transport", TransportText(recipients)},
-            {"client_access", names::NamesText(clients, Answer)},
-            {"client_addresses", AddressesText(clients)},
-            {generation::kClientNetworksFile, NetworksText(clients), false}};
-}
-
 }  // namespace
 
-Result<std::vector<generation::ListFile>> AccessFiles()
+ListTexts AccessTexts(const ListSources& sources)
 {
-    return stores::ReadLists("access lists", FilesOf);
+    const Entries senders = EntriesOf(sources.database, TYPE_SENDER);
+    const Entries recipients = EntriesOf(sources.database, TYPE_RECIPIENT);
+    const Entries clients = EntriesOf(sources.database, TYPE_CLIENT);
+    return std::vector<std::string>{names::NamesText(senders, Answer),
+                                    names::NamesText(recipients, RecipientAnswer),
+                                    DiscardedText(recipients),
+                                    TransportText(recipients),
+                                    names::NamesText(clients, Answer),
+                                    AddressesText(clients),
+                                    NetworksText(clients)};
 }
 
 }  // namespace host::render

@@ -1,12 +1,16 @@
 // The maps made from the aliases: where their mail goes, and which logins may send from them.
-#include "host/libmailvane/render/alias_maps.h"
-
+#include <algorithm>
+#include <set>
+#include <unordered_map>
 #include <utility>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/text.h"
+#include "host/libhaldsdk/account_lookup.h"
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/lists.h"
 #include "host/libmailvane/render/postfix.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/stores/alias_store.h"
@@ -14,8 +18,6 @@
 
 namespace host::render {
 namespace {
-
-using Files = std::vector<generation::ListFile>;
 
 int SourceOf(const std::string& accountType)
 {
@@ -39,6 +41,71 @@ Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::stri
     Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());
     return std::vector<std::string>();
 }
+
+/// Which users of this server there are, asked once for each name.
+class KnownUsers {
+public:
+    /// `loginPrefix` (such as `OFFICE\`) may stand before the account's name.
+    explicit KnownUsers(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
+
+    /// Whether there is certainly no such user: where an account engine does not answer, any may
+    /// exist.
+    bool IsUnknown(const std::string& user)
+    {
+        if (engineIsDown_) return false;
+        const std::string name = InLowerCase(user.substr(0, user.find('+')));
+        const auto [known, isNew] = isUnknown_.emplace(name, false);
+        if (isNew) known->second = Ask({user, name, loginPrefix_ + name});
+        return known->second;
+    }
+
+private:
+    bool Ask(const std::set<std::string>& spellings)
+    {
+        for (const std::string& spelling : spellings) {
+            const auto found = FindUser(spelling);
+            engineIsDown_ = !Succeeded(found);
+            if (engineIsDown_ || *found) return false;
+        }
+        return true;
+    }
+
+    std::string loginPrefix_;
+    bool engineIsDown_ = false;
+    std::unordered_map<std::string, bool> isUnknown_;
+};
+
+/// Whether mail for an alias would reach nobody: all its members are unknown, and there is no
+/// mailbox of its name.
+bool ReachesNobody(KnownUsers& known, const std::string& alias, const Recipients& recipients)
+{
+    if (recipients.users.empty() || !recipients.outside.empty()) return false;
+    return std::all_of(recipients.users.begin(), recipients.users.end(),
+                       [&known](const std::string& user) { return known.IsUnknown(user); }) &&
+           known.IsUnknown(alias);
+}
+
+/// Warns of aliases that reach nobody; of the first ones by name, so that a directory that has
+/// lost its users does not flood the log.
+class Warnings {
+public:
+    void Add(const std::string& alias)
+    {
+        if (++count_ > kMostTold) return;
+        Log(LOG_WARNING, "aliases: mail for %s is refused: none of its members is a user",
+            alias.c_str());
+    }
+
+    void End() const
+    {
+        if (count_ <= kMostTold) return;
+        Log(LOG_WARNING, "aliases: so is mail for %d others", count_ - kMostTold);
+    }
+
+private:
+    static constexpr int kMostTold = 20;
+    int count_ = 0;
+};
 
 /// A line of a map with the values separated by commas; no line when there are no values.
 std::string MapLine(const std::string& key, const std::vector<std::string>& values)
@@ -80,57 +147,34 @@ private:
     std::string logins_;
 };
 
-Result<MapTexts> MakeTexts(const stores::AliasTable& table)
-{
-    const auto settings = settings::StoredSettings::Read();
-    if (!settings) return settings.reason();
+}  // namespace
 
-    GroupMembers groups(SourceOf(settings->Text("account_type")));
+ListTexts AliasTexts(const ListSources& sources)
+{
+    const stores::AliasTable table(stores::AliasesIn(sources.database));
+    GroupMembers groups(SourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
-        table, settings::MailDomains(*settings),
+        table, settings::MailDomains(sources.settings),
         [&groups](const std::string& group) { return MembersOf(groups, group); });
     const std::string administrator = FirstAdministrator();
     for (const char* role : kRoles) {
         if (!administrator.empty()) expansion.AddRole(role, administrator);
     }
-    MapTexts texts(LoginPrefix(*settings));
+    MapTexts texts(LoginPrefix(sources.settings));
+    KnownUsers known(LoginPrefix(sources.settings));
+    Warnings warnings;
     for (const stores::AliasEntry& alias : table.entries()) {
         Result<Recipients> recipients = expansion.Expand(alias);
         if (!recipients) return std::move(recipients).reason();
+        // The mail server refuses mail for whom no map has; what it took it would have to bounce.
+        if (ReachesNobody(known, alias.name, *recipients)) {
+            warnings.Add(alias.name);
+            recipients->users.clear();
+        }
         texts.Add(alias.name, *std::move(recipients));
     }
-    return texts;
-}
-
-Result<stores::AliasTable> StoredTable()
-{
-    Result<stores::AliasEntries> aliases = stores::ReadAliases();
-    if (!aliases) return std::move(aliases).reason();
-    return stores::AliasTable(*std::move(aliases));
-}
-
-}  // namespace
-
-Result<Files> AliasFilesOf(const stores::AliasTable& table)
-{
-    const Result<MapTexts> texts = MakeTexts(table);
-    if (!texts) return texts.reason();
-    return Files{{"aliases", texts->aliases()}, {"login_aliases", texts->logins()}};
-}
-
-Result<Files> AliasFiles()
-{
-    const Result<stores::AliasTable> table = StoredTable();
-    return table ? AliasFilesOf(*table) : table.reason();
-}
-
-Result<Files> LoginFiles()
-{
-    const Result<stores::AliasTable> table = StoredTable();
-    if (!table) return table.reason();
-    const Result<MapTexts> texts = MakeTexts(*table);
-    if (!texts) return texts.reason();
-    return Files{{"login_aliases", texts->logins()}};
+    warnings.End();
+    return std::vector<std::string>{texts.aliases(), texts.logins()};
 }
 
 }  // namespace host::render

@@ -1,7 +1,7 @@
 // The header checks that refuse attachments by name. A name can be encoded in many ways: quoted,
 // split into numbered parts (RFC 2231), with bytes as %65 or =65, as a base64 word (RFC 2047). All
 // forms of evil.exe are refused. Names inside archives are checked by the scanner.
-#include "host/libmailvane/render/attachment_checks.h"
+#include "host/libmailvane/render/lists.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "host/libhaldcore/text.h"
-#include "host/libmailvane/stores/attachment_types.h"
 
 namespace host::render {
 namespace {
@@ -168,22 +167,23 @@ std::string ChecksOf(const std::vector<std::string>& types)
 
 }  // namespace
 
-Result<std::vector<generation::ListFile>> AttachmentFiles()
+ListTexts AttachmentTexts(const ListSources& sources)
 {
-    Result<std::vector<std::string>> types = stores::AttachmentTypes();
-    if (!types) return std::move(types).reason();
-
-    std::string text;
-    for (std::size_t start = 0; start < types->size(); start += kTypesAtOnce) {
-        const std::size_t end = std::min(start + kTypesAtOnce, types->size());
-        const auto first = types->begin();
-        text += ChecksOf(
+    const std::vector<std::string>& all = sources.types;
+    std::string checks;
+    for (std::size_t start = 0; start < all.size(); start += kTypesAtOnce) {
+        const std::size_t end = std::min(start + kTypesAtOnce, all.size());
+        const auto first = all.begin();
+        checks += ChecksOf(
             {first + static_cast<std::ptrdiff_t>(start), first + static_cast<std::ptrdiff_t>(end)});
     }
-    if (!text.empty()) {
-        text = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + text + "endif\n";
+    std::string types;
+    for (const std::string& type : all) types += type + "\n";
+    if (!checks.empty()) {
+        checks = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + checks + "endif\n";
     }
-    return std::vector<generation::ListFile>{{generation::kAttachmentChecksFile, text, false}};
+    // The scanner refuses the same types inside archives.
+    return std::vector<std::string>{checks, types};
 }
 
 }  // namespace host::render

@@ -1,17 +1,19 @@
 // The files made from the black and white list. The scanner's have one name a line; "!" marks a
 // name of the opposite list. The most specific entry decides: a white address in a black domain is
 // white. The mail server's files refuse black entries, also while the spam check is off.
-#include "host/libmailvane/render/black_white_files.h"
-
 #include "host/libmailvane/names/map_text.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/stores/black_white_store.h"
-#include "host/libmailvane/stores/list_store.h"
+#include "host/libmailvane/render/lists.h"
+#include "platform/mailvane/access.h"
 
 namespace host::render {
 namespace {
 
 using Entries = std::list<BlackWhite>;
+
+Entries EntriesOf(SQLite::Database& database, int type)
+{
+    return stores::BlackWhiteEntries(stores::ReadRules(database, stores::kBlackWhiteRules, type));
+}
 
 std::string Answer(const BlackWhite& entry)
 {
@@ -47,32 +49,20 @@ std::string ClientsText(const Entries& clients)
     return text;
 }
 
-generation::ListFile ScannerFile(const char* name, const Entries& entries, BlackWhiteType list)
-{
-    return {std::string("amavis/") + name, ScannerText(entries, list), false};
-}
-
-std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
-{
-    const Entries senders = stores::ReadBlackWhite(store, TYPE_SENDER);
-    const Entries recipients = stores::ReadBlackWhite(store, TYPE_RECIPIENT);
-    const Entries clients = stores::ReadBlackWhite(store, TYPE_CLIENT);
-    return {{"black_senders", names::NamesText(senders, Answer)},
-            {"black_recipients", names::NamesText(recipients, Answer)},
-            {generation::kBlackClientsFile, ClientsText(clients), false},
-            ScannerFile("black_senders", senders, BLACK_LIST),
-            ScannerFile("white_senders", senders, WHITE_LIST),
-            ScannerFile("black_recipients", recipients, BLACK_LIST),
-            ScannerFile("white_recipients", recipients, WHITE_LIST),
-            ScannerFile("black_clients", clients, BLACK_LIST),
-            ScannerFile("white_clients", clients, WHITE_LIST)};
-}
-
 }  // namespace
 
-Result<std::vector<generation::ListFile>> BlackWhiteFiles()
+ListTexts BlackWhiteTexts(const ListSources& sources)
 {
-    return stores::ReadLists("black and white list", FilesOf);
+    const Entries senders = EntriesOf(sources.database, TYPE_SENDER);
+    const Entries recipients = EntriesOf(sources.database, TYPE_RECIPIENT);
+    const Entries clients = EntriesOf(sources.database, TYPE_CLIENT);
+    std::vector<std::string> texts{names::NamesText(senders, Answer),
+                                   names::NamesText(recipients, Answer), ClientsText(clients)};
+    for (const Entries* entries : {&senders, &recipients, &clients}) {
+        texts.push_back(ScannerText(*entries, BLACK_LIST));
+        texts.push_back(ScannerText(*entries, WHITE_LIST));
+    }
+    return texts;
 }
 
 }  // namespace host::render

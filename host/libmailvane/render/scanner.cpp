@@ -5,7 +5,6 @@
 
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/settings/derived_settings.h"
-#include "host/libmailvane/stores/attachment_types.h"
 #include "host/libmailvane/system/database.h"
 
 namespace host::render {
@@ -265,16 +264,6 @@ std::string UpdaterText(const std::string& fragment)
 
 }  // namespace
 
-Result<std::vector<generation::ListFile>> BannedTypeFiles()
-{
-    Result<std::vector<std::string>> types = stores::AttachmentTypes();
-    if (!types) return std::move(types).reason();
-
-    std::string text;
-    for (const std::string& type : *types) text += type + "\n";
-    return std::vector<generation::ListFile>{{kBannedTypes, text, false}};
-}
-
 std::string RenderScanner(const settings::StoredSettings& settings)
 {
     std::string text = kHeader;
@@ -293,23 +282,10 @@ std::string RenderScanner(const settings::StoredSettings& settings)
     return text + kScannerEnd;
 }
 
-void PutBannedTypes(generation::NextGeneration& next)
-{
-    Result<std::vector<generation::ListFile>> files =
-        BannedTypeFiles().Prefixed("attachment types: ");
-    if (!files) {
-        next.Fail(std::move(files).reason().Causing(kBannedTypes,
-                                                    std::string("cannot make ") + kBannedTypes));
-        return;
-    }
-    for (const generation::ListFile& file : *files) next.Put(file.name, file.text, 0644);
-}
-
 void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context)
 {
     next.Put(kScannerFile, RenderScanner(settings), 0644);
-    PutBannedTypes(next);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);

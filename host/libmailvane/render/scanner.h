@@ -15,10 +15,6 @@ namespace host::render {
 /// Paths in a generation: the scanner's configuration, and the files that the package's lists fill.
 constexpr char kScannerFile[] = "amavis/amavisd.conf";
 constexpr char kSpamRules[] = "amavis/rules.cf";
-constexpr char kBannedTypes[] = "amavis/banned_types";
-
-/// The refused attachment types, which the scanner also looks for in archives.
-Result<std::vector<generation::ListFile>> BannedTypeFiles();
 
 /// Text of the scanner's configuration, a Perl program that runs as the scanner's user. Texts of
 /// users are quoted in it or kept in other files.

@@ -5,32 +5,24 @@
 #include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/postfix.h"
 
-#include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/render/certificate.h"
 #include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/render/lists.h"
 #include "host/libmailvane/render/scanner.h"
 
 namespace host::render {
 
 namespace {
 
-/// Maps filled by lists; empty ones are put until a list fills them.
-const char* const kListMaps[] = {"aliases",
-                                 "login_aliases",
-                                 "sender_bcc",
-                                 "recipient_bcc",
-                                 "sender_access",
-                                 "recipient_access",
-                                 "client_access",
-                                 "client_addresses",
-                                 "discarded_recipients",
-                                 "recipient_transport",
-                                 "black_senders",
-                                 "black_recipients"};
-
-/// Tables and files filled by lists and not compiled; likewise.
-const char* const kListFiles[] = {generation::kQuotaFile, generation::kClientNetworksFile,
-                                  generation::kBlackClientsFile, generation::kAttachmentChecksFile};
+/// Puts empty files for the lists that have filled none yet.
+void PutEmptyLists(generation::NextGeneration& next)
+{
+    for (const List& list : kLists) {
+        for (const generation::ListFile& file : EmptyFiles(list)) {
+            if (!next.Has(file.Path())) next.Put(file);
+        }
+    }
+}
 
 }  // namespace
 
@@ -52,12 +44,7 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
     PutFilterFiles(next, settings, context);
     PutScannerFiles(next, settings, context);
-    for (const char* map : kListMaps) {
-        if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
-    }
-    for (const char* file : kListFiles) {
-        if (!next.Has(file)) next.Put(file, "", 0644);
-    }
+    PutEmptyLists(next);
 }
 
 }  // namespace host::render

@@ -5,9 +5,7 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -15,15 +13,9 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/render/attachment_checks.h"
-#include "host/libmailvane/render/personal_script.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/save/account_switch.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/settings/stored_settings.h"
-#include "host/libmailvane/system/database.h"
+#include "host/libmailvane/save/personal_change.h"
+#include "host/libmailvane/stores/stored_files.h"
 #include "host/libmailvane/system/durable_move.h"
-#include "host/libmailvane/system/user_script.h"
 
 namespace fs = std::filesystem;
 
@@ -31,10 +23,6 @@ namespace host::save {
 
 namespace {
 
-constexpr char kFragments[] = "local.d";
-constexpr const char* kStoredData[] = {"alias.db", "mailvane.db", "attachment_types", "rules",
-                                       "dkim.key", "tls",         "personal",         "report.conf",
-                                       "htpasswd", kFragments,    "report.state"};
 const char kPersonal[] = "personal";
 const char kNameEnd[] = ".json";
 
@@ -70,6 +58,16 @@ Result<void> MoveIfThere(const std::string& from, const std::string& to)
     return SystemReason(from, "cannot move " + from + " to " + to);
 }
 
+/// The names of all that an exchange moves.
+std::vector<std::string> ExchangedNames()
+{
+    std::vector<std::string> names;
+    for (const stores::StoredFile& file : stores::kStoredFiles) {
+        if (stores::IsExchanged(file)) names.emplace_back(file.name);
+    }
+    return names;
+}
+
 Result<void> SyncAll()
 {
     for (const std::string& path : {InForce("x"), OldOf("x"), NewOf("x")}) {
@@ -94,7 +92,7 @@ Result<void> PrepareExchange(const std::string& staged)
 {
     DropExchange();
     std::string added;
-    for (const char* name : kStoredData) {
+    for (const std::string& name : ExchangedNames()) {
         if (!system::NameExists(InForce(name))) added.append(name).append("\n");
     }
     const std::string folder = ExchangeFolder();
@@ -133,21 +131,6 @@ std::string StoredText(const std::string& folder, const std::string& user)
     return text;
 }
 
-/// Writes the script that the stored personal settings of a user ask for, or removes it. A name
-/// that is no user of this machine has no script.
-Result<void> FollowPersonalSettings(const std::string& user)
-{
-    const Result<system::MailAccount> account = system::FindMailAccount(user);
-    if (!account) {
-        if (account.reason().code == ReasonCode::kDaemonIsDown) return account.reason();
-        Log(LOG_WARNING, "no script for personal settings: %s", account.reason().text.c_str());
-        return {};
-    }
-    const auto settings = stores::ReadPersonalSettings(*account);
-    if (!settings) return settings.reason();
-    return system::PutUserScript(*account, render::RenderPersonalScript(*settings));
-}
-
 Result<void> FollowAllPersonalSettings()
 {
     // The settings that the exchange replaced are in `old`, after it was rolled back in `new`.
@@ -157,7 +140,7 @@ Result<void> FollowAllPersonalSettings()
     const std::string& other = system::NameExists(folders[1]) ? folders[1] : folders[2];
     for (const std::string& user : users) {
         if (StoredText(folders[0], user) == StoredText(other, user)) continue;
-        Result<void> done = FollowPersonalSettings(user);
+        Result<void> done = FinishPersonalChange(user);
         if (!done) return done;
     }
     return {};
@@ -165,18 +148,14 @@ Result<void> FollowAllPersonalSettings()
 
 }  // namespace
 
-bool IsStoredData(const std::string& name)
-{
-    return std::find(std::begin(kStoredData), std::end(kStoredData), name) != std::end(kStoredData);
-}
-
 Result<void> BeginExchange(const std::string& staged, bool whole)
 {
     Result<void> done = PrepareExchange(staged);
     if (!done) return done;
 
-    for (const char* name : kStoredData) {
-        const bool mayStay = !whole || std::strcmp(name, kFragments) == 0;
+    for (const std::string& name : ExchangedNames()) {
+        const bool mayStay =
+            !whole || stores::FindStoredFile(name)->keeping == stores::Keeping::kFolderOnRequest;
         if (mayStay && !system::NameExists(NewOf(name))) continue;
         done = MoveIfThere(InForce(name), OldOf(name));
         if (done) done = MoveIfThere(NewOf(name), InForce(name));
@@ -195,7 +174,7 @@ Result<void> RollBackExchange()
     if (!ExchangeIsUnderWay()) return {};
 
     const std::set<std::string> added = AddedNames();
-    for (const char* name : kStoredData) {
+    for (const std::string& name : ExchangedNames()) {
         Result<void> taken = RollBackEntry(name, added.count(name) != 0);
         if (!taken) return taken;
     }
@@ -223,23 +202,14 @@ void DropExchange()
     fs::remove_all(ExchangeFolder(), error);
 }
 
-Result<void> BringStoredDataInLine()
+Result<void> FollowPersonalSettings()
 {
-    const auto settings = settings::StoredSettings::Read();
-    if (!settings) return settings.reason();
-    Result<void> done = HealAccounts(settings->Account());
-    if (!done) return done;
-
-    std::vector<ListFileMaker> lists = AccountLists();
-    lists.emplace_back(render::AttachmentFiles);
-    lists.emplace_back(render::BannedTypeFiles);
-    done = RebuildLists(lists);
-    return done && ExchangeIsUnderWay() ? FollowAllPersonalSettings() : done;
+    return ExchangeIsUnderWay() ? FollowAllPersonalSettings() : Result<void>();
 }
 
 int FollowStoredData(const std::string& /*unused*/)
 {
-    return Status(BringStoredDataInLine());
+    return Status(FollowPersonalSettings());
 }
 
 }  // namespace host::save

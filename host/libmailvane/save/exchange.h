@@ -9,9 +9,6 @@
 
 namespace host::save {
 
-/// Whether a name in etc/ is that of a stored file.
-bool IsStoredData(const std::string& name);
-
 /// Replaces the stored files by those of the same names in `staged`, a directory in etc/ that is
 /// used up. With `whole`, stored files that `staged` lacks are removed, except the administrator's
 /// fragments. The exchange is under way until `KeepExchange` or `DropExchange`; the caller rolls
@@ -31,11 +28,10 @@ void KeepExchange();
 /// Ends an exchange that was rolled back.
 void DropExchange();
 
-/// Makes again what depends on the stored files: the account databases, the daemons' lists, and the
-/// scripts of the users whose personal settings an exchange changed.
-Result<void> BringStoredDataInLine();
+/// Writes the scripts of the users whose personal settings an exchange changed.
+Result<void> FollowPersonalSettings();
 
-/// `BringStoredDataInLine` as a step of a save; `verb` is ignored. 0, or -1 (logged).
+/// `FollowPersonalSettings` as a step of a save; `verb` is ignored. 0, or -1 (logged).
 int FollowStoredData(const std::string& verb);
 
 }  // namespace host::save

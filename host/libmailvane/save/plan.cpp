@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/libhaldcore/log.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/render/filters.h"
@@ -61,6 +62,22 @@ bool Affects(const daemons::Daemon& daemon, const generation::NextGeneration& ne
 }
 
 }  // namespace
+
+bool IsServiceStep(const Callback& step)
+{
+    return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
+}
+
+Result<void> RunStep(const Callback& step)
+{
+    const std::string title = "step " + step.name + " " + step.arg;
+    if (step.func(step.arg) >= 0) {
+        Log(LOG_INFO, "%s: done", title.c_str());
+        return {};
+    }
+    return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
+                  title + ": failed"};
+}
 
 AffectedServices BothServers()
 {

@@ -6,6 +6,7 @@
 #include <set>
 #include <string_view>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
@@ -31,6 +32,12 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
 /// DMARC, while a step stands for one of them. The mail server, which calls the filters, comes
 /// last.
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
+
+/// Whether a step starts or stops a service.
+bool IsServiceStep(const Callback& step);
+
+/// Runs a step and logs its result. The step itself logs the reason of a failure.
+Result<void> RunStep(const Callback& step);
 
 /// Whether a plan reloads the firewall.
 bool HasFirewallStep(const std::list<Callback>& steps);

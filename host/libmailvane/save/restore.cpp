@@ -14,10 +14,12 @@
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/exchange.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/spam_rule_lint.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/account_record.h"
+#include "host/libmailvane/stores/stored_files.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -30,9 +32,7 @@ namespace host::save {
 namespace {
 
 const char kRestart[] = "restart";
-const char kRules[] = "rules.cf";
 constexpr std::size_t kLongestToldName = 128;
-const char* const kDatabases[] = {"alias.db", "mailvane.db"};
 
 /// The step that follows an exchange of stored files.
 Callback Follow()
@@ -69,15 +69,19 @@ bool IsOurs(const std::string& staged)
 
 bool IsStagedName(const std::string& name)
 {
-    return IsStoredData(name) || name == "mailvane.conf" || name == "domains" || name == "dnsbl" ||
-           name == kRules;
+    const stores::StoredFile* file = stores::FindStoredFile(name);
+    return name == stores::kStagedRules ||
+           (file != nullptr && file->keeping != stores::Keeping::kNotExchanged);
 }
 
 /// Fails unless the databases are sound and belong to the account combination. Opening one also
 /// finishes what a killed writer left in its journal.
 Result<void> CheckDatabases(const std::string& folder, const settings::AccountCombination& account)
 {
-    for (const char* name : kDatabases) {
+    for (const stores::StoredFile& file : stores::kStoredFiles) {
+        if (file.keeping != stores::Keeping::kDatabase) continue;
+
+        const std::string name(file.name);
         const std::string path = folder + "/" + name;
         const auto owner = stores::RecordedCombination(path);
         if (!owner) return owner.reason();
@@ -117,8 +121,9 @@ Result<StagedState> ReadStaged(const std::string& staged)
     auto settings = settings::StoredSettings::ReadFrom(staged);
     StagedState state;
     if (!settings) return std::move(settings).reason();
-    if (!ReadFile(staged + "/" + kRules, state.rules)) {
-        return SystemReason(kRules, std::string("cannot read ") + kRules);
+    const std::string rules(stores::kStagedRules);
+    if (!ReadFile(staged + "/" + rules, state.rules)) {
+        return SystemReason(rules, "cannot read " + rules);
     }
     Result<void> checked = CheckDatabases(staged, settings->Account());
     if (checked) checked = CheckRules(state.rules);
@@ -142,15 +147,15 @@ Result<void> SettleLiveDatabases()
 Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
                              const std::list<Callback>& steps)
 {
-    std::vector<generation::ListFile> files;
-    if (whole) files.push_back({render::kSpamRules, state.rules, false});
+    SaveExtent extent;
+    if (whole) extent = {{{render::kSpamRules, state.rules, false}}, AllLists()};
 
     const std::string before = generation::CurrentGeneration();
-    Result<void> done = generation::MarkPendingSave({before});
+    Result<void> done = generation::MarkPendingSave({before, "restore"});
     if (!done) return done;
 
     done = BeginExchange(staged, whole);
-    if (done) done = SaveTransaction(state.settings, steps, files);
+    if (done) done = SaveTransaction(state.settings, steps, extent);
     // A save that failed in its steps has rolled the exchange back already, or left that to the
     // next writer.
     if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
@@ -167,7 +172,7 @@ Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
 {
     if (stored.Account() == wanted.Account()) return {};
 
-    wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()));
+    wanted.SetAlwaysBcc(stores::ParkedAlwaysBcc(wanted.Account()).value_or(""));
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
@@ -187,8 +192,8 @@ Result<void> RollBackTo(const std::string& name)
         daemons::Runs(daemons::kMemcached, *wanted)) {
         steps.push_front(MemcachedStep());
     }
-    steps.push_front(Follow());
-    return SaveTransaction(*wanted, steps);
+    // Who gets the mail of an alias also follows from the settings.
+    return SaveTransaction(*wanted, steps, {{}, {&render::kAliasList}});
 }
 
 Result<void> RestoreStaged(const std::string& staged)

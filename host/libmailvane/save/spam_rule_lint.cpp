@@ -77,7 +77,8 @@ Result<void> SpamFilterTakes(const std::string& rules)
                         "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
         options);
     if (result.Succeeded()) return {};
-    return Reason{ReasonCode::kDaemonRefuses, "spam filter",
+    const bool isJudged = result.status > 0;
+    return Reason{isJudged ? ReasonCode::kDaemonRefuses : ReasonCode::kDaemonIsDown, "spam filter",
                   "refused by the spam filter: " + result.errors.substr(0, kLongestComplaint),
                   result.Causes()};
 }

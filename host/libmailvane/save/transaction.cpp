@@ -1,16 +1,10 @@
 // Saving settings as one transaction.
 #include "host/libmailvane/save/transaction.h"
 
-#include <algorithm>
-#include <optional>
-#include <set>
-
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libmailvane/daemons/daemons.h"
-#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/dovecot.h"
@@ -19,32 +13,16 @@
 #include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
-#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/validate.h"
 #include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "platform/firewall/firewall.h"
 
 namespace host::save {
 
 namespace {
-
-bool IsServiceStep(const Callback& step)
-{
-    return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
-}
-
-/// Runs a step and logs its result. The step itself logs the reason of a failure.
-Result<void> RunStep(const Callback& step)
-{
-    const std::string title = "step " + step.name + " " + step.arg;
-    if (step.func(step.arg) >= 0) {
-        Log(LOG_INFO, "%s: done", title.c_str());
-        return {};
-    }
-    return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
-                  title + ": failed"};
-}
 
 /// Runs steps in order until one fails; `begun` gets the steps run, the failed one included.
 Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
@@ -68,7 +46,7 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
     if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
 
     const auto stored = settings::StoredSettings::Read();
-    if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
+    if (Succeeded(stored)) (void)Succeeded(stores::HealAccountData(stored->Account()));
     // Postfix and Dovecot restart even when no step was run for them: they may have read the new
     // files.
     for (const Callback& step : WholePlan(begun, BothServers())) {
@@ -123,87 +101,6 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
     return done;
 }
 
-/// Whether the account combination in force differs from that before the killed save.
-bool AccountChangedSince(const std::string& before)
-{
-    const auto old = KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf");
-    const auto now = settings::StoredSettings::Read();
-    if (!old || !Succeeded(now)) return true;
-
-    return !(settings::AccountCombination{old->Get("account_type").value_or("local"),
-                                          old->Get("acc_domain_name").value_or("")} ==
-             now->Account());
-}
-
-/// The switches stored before a save. A switch that cannot be read counts as on.
-struct SwitchesBefore {
-    std::optional<KeyValueFile> file;
-
-    bool Bool(std::string_view name) const
-    {
-        return !file || file->Get(std::string(name)) == "yes";
-    }
-};
-
-/// Restarts the services that were switched on before a killed save or are now.
-Result<void> RestartCalledServices(const std::string& before,
-                                   const settings::StoredSettings& settings)
-{
-    const SwitchesBefore old{
-        KeyValueFile::Read(generation::GenerationDirectory(before) + "/mailvane.conf")};
-    std::set<std::string_view> done;
-    for (const daemons::Daemon& daemon : daemons::kDaemons) {
-        if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
-        if (!daemons::Runs(daemon, old) && !daemons::Runs(daemon, settings)) continue;
-        Result<void> restarted = daemons::RunControlScript(daemon, "restart");
-        if (restarted) continue;
-        const std::string label(daemon.label);
-        return Reason{ReasonCode::kDaemonIsDown,
-                      label,
-                      "the " + label + " does not come up",
-                      {std::move(restarted).reason()}};
-    }
-    return {};
-}
-
-/// Heals the account databases and restarts the services, as the generation in force asks. A
-/// service that does not start is only logged: refusing here would block the save that repairs it.
-Result<void> BringInLine(const generation::PendingSave& save,
-                         const settings::StoredSettings& settings)
-{
-    Result<void> done = HealAccounts(settings.Account());
-    if (done && ExchangeIsUnderWay()) done = BringStoredDataInLine();
-    if (done && AccountChangedSince(save.before)) done = RebuildLists(AccountLists());
-    if (!done) return done;
-
-    (void)Succeeded(RestartCalledServices(save.before, settings));
-    for (const Callback& step : WholePlan({}, BothServers())) (void)Succeeded(RunStep(step));
-    return {};
-}
-
-/// Completes an interrupted save whose generation is in force, and undoes any other; some of its
-/// steps may have run.
-Result<void> FinishSave(const generation::PendingSave& save)
-{
-    Log(LOG_NOTICE, "finishing a save that was interrupted");
-    const auto settings = settings::StoredSettings::Read();
-    if (!settings) return settings.reason();
-
-    const bool undone = generation::CurrentGeneration() == save.before;
-    Result<void> done =
-        undone ? RollBackExchange() : stores::ForgetParkedAlwaysBcc(settings->Account());
-    if (done && undone) generation::RemoveGenerationsAfter(save.before);
-    if (done) done = BringInLine(save, *settings);
-    if (!done) return done;
-
-    if (undone) {
-        DropExchange();
-    } else {
-        KeepExchange();
-    }
-    return {};
-}
-
 Result<void> RenderFromStored()
 {
     const bool hasSettings = system::NameExists(PackagePath("etc/mailvane.conf"));
@@ -217,7 +114,11 @@ Result<void> RenderFromStored()
     if (!done) return done;
 
     const std::string before = generation::CurrentGeneration();
-    if (before.empty()) return ActivateFirst(next, *settings);
+    if (before.empty()) {
+        // A machine that is made has no account data yet.
+        done = stores::SwitchDatabases(settings->Account());
+        return done ? ActivateFirst(next, *settings) : done;
+    }
     if (next.Changed("")) done = ValidateGeneration(next, *settings);
     if (done && next.Changed("")) done = next.Commit();
     if (!done) return done;
@@ -235,57 +136,59 @@ bool KernelHasChanged()
     return ReadFile(file, text) && render::ListensOnIpv6(text) != render::KernelHasIpv6();
 }
 
-}  // namespace
-
-WriteScope::WriteScope()
+/// Makes the next generation and validates it.
+Result<void> Stage(generation::NextGeneration& next, const settings::StoredSettings& wanted,
+                   const SaveExtent& extent)
 {
-    ready_ = lock_.ready();
-    if (ready_) ready_ = FinishInterruptedSave();
-}
-
-Result<void> SaveTransaction(const settings::StoredSettings& wanted,
-                             const std::list<Callback>& steps,
-                             const std::vector<generation::ListFile>& files)
-{
-    generation::NextGeneration next;
-    for (const generation::ListFile& file : files) next.Put(file.name, file.text, 0644);
+    const auto lists = StoredListFiles(extent.lists, wanted);
+    if (!lists) return lists.reason();
+    for (const auto* files : {&extent.files, &*lists}) {
+        for (const generation::ListFile& file : *files) next.Put(file);
+    }
     render::PutSettingsFiles(next, wanted);
     Result<void> done = next.Complete();
-    if (done) done = ValidateGeneration(next, wanted);
+    return done ? ValidateGeneration(next, wanted) : done;
+}
+
+Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
+                  const SaveExtent& extent, const char* change)
+{
+    generation::NextGeneration next;
+    Result<void> done = system::Attempt("maps", [&] { return Stage(next, wanted, extent); });
     if (!done) return done;
 
     const AffectedServices affected = ServicesAffectedBy(next, wanted);
-    const generation::PendingSave save{generation::CurrentGeneration()};
+    const generation::PendingSave save{generation::CurrentGeneration(), change};
     done = generation::MarkPendingSave(save);
     if (!done) return done;
     // A save that changes no file makes no generation, but its steps still run.
     if (next.Changed("")) done = next.Commit();
     if (!done) {
-        (void)Succeeded(generation::ClearPendingSave());
+        // The data of a switch goes back before its mark.
+        if (*change == '\0') (void)Succeeded(generation::ClearPendingSave());
         return done;
     }
 
     return Apply(save, wanted, WholePlan(steps, affected));
 }
 
-Result<void> FinishInterruptedSave()
+}  // namespace
+
+Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Callback>& steps,
+                             const SaveExtent& extent)
 {
-    // A mark found later in this process, or by its child, is that of the save now under way.
-    static bool finished = false;
-    if (finished || !LockIsHeld() || LockIsInherited()) return {};
-
-    finished = true;
-    const auto save = generation::ReadPendingSave();
-    if (!save) return {};
-
-    Result<void> done = FinishSave(*save);
-    if (!done) return done;
-
-    (void)Succeeded(generation::ClearPendingSave());
-    generation::PruneGenerations(save->before);
     const auto stored = settings::StoredSettings::Read();
-    if (Succeeded(stored)) ForgetClearedPassword(*stored);
-    return {};
+    if (!stored || !EndsSwitch(stored->Account(), wanted.Account())) {
+        return Save(wanted, steps, extent, "");
+    }
+
+    SaveExtent whole = extent;
+    if (whole.lists.size() < AccountLists().size()) whole.lists = AccountLists();
+    Result<void> done = SwitchAccounts(wanted);
+    if (done) done = Save(wanted, steps, whole, generation::kAccountSwitch);
+    // A save that came as far as its commit has done this already, or left it to the next writer.
+    if (!done) (void)Succeeded(HealAccounts(stored->Account()));
+    return done;
 }
 
 Result<void> RenderAll()
@@ -297,7 +200,8 @@ Result<void> RenderAll()
 
     // A request that runs this tool as its child may be switching the account source.
     const auto stored = settings::StoredSettings::Read();
-    return LockIsInherited() || !Succeeded(stored) ? done : HealAccounts(stored->Account());
+    if (!LockIsInherited() && Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
+    return done;
 }
 
 Result<void> ApplyStored()
@@ -313,6 +217,9 @@ Result<void> RecoverAll()
 {
     const WriteScope scope;
     if (!scope.ready()) return scope.ready();
+    // A switch that was broken off before its mark has changed nothing but these.
+    const auto stored = settings::StoredSettings::Read();
+    if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
     if (!KernelHasChanged()) return {};
 
     Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");

@@ -107,21 +107,60 @@ Result<void> Unpark(const AccountStore& store, const settings::AccountCombinatio
     return system::KeepAside(parked, "is damaged or not what its name says");
 }
 
+/// Whether a database that is not there may be made.
+enum class Missing { kIsLost, kIsEmpty };
+
+/// Whether a file is a database of a combination. Looking at it settles what a killed writer left
+/// beside it.
+Result<bool> IsOf(const std::string& path, const settings::AccountCombination& combination)
+{
+    if (!system::NameExists(path)) return false;
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(path);
+    if (!owner) return owner.reason();
+    return *owner == combination;
+}
+
+Reason Lost(const std::string& live)
+{
+    if (!system::NameExists(live)) return {ReasonCode::kMissing, live, live + " is missing"};
+    return {ReasonCode::kDamaged, live, live + " is damaged or belongs to no account domain"};
+}
+
+/// Exchanges a live database that is not one of the stored combination for the one that is.
+Result<void> Exchange(const AccountStore& store, const settings::AccountCombination& stored,
+                      Missing missing)
+{
+    const std::string live = PackagePath(store.live);
+    const Result<bool> isParked = IsOf(ParkedPath(stored, store.parkedSuffix), stored);
+    if (!isParked) return isParked.reason();
+    if (missing == Missing::kIsLost && !*isParked) return Lost(live);
+
+    Result<void> done = ClearLive(store, stored);
+    if (done) done = Unpark(store, stored);
+    if (!done || system::NameExists(live)) return done;
+    return CreateAccountDatabase(live, store.schema, stored);
+}
+
 Result<void> HealStore(const AccountStore& store, const settings::AccountCombination& stored,
-                       bool& exchanged)
+                       Missing missing)
 {
     const std::string live = PackagePath(store.live);
     if (CarriesStamp(live, stored) && !HasJournal(live)) return {};
 
-    Result<void> done = ClearLive(store, stored);
-    if (done && !system::NameExists(live)) {
-        exchanged = true;
-        done = Unpark(store, stored);
-        if (done && !system::NameExists(live)) {
-            done = CreateAccountDatabase(live, store.schema, stored);
-        }
-    }
+    const Result<bool> isOurs = IsOf(live, stored);
+    if (!isOurs) return isOurs.reason();
+    Result<void> done;
+    if (!*isOurs) done = Exchange(store, stored, missing);
     return done && !CarriesStamp(live, stored) ? Stamp(live, store.schema, stored) : done;
+}
+
+Result<void> HealDatabases(const settings::AccountCombination& stored, Missing missing)
+{
+    for (const AccountDatabase which : kDatabases) {
+        Result<void> healed = HealStore(StoreOf(which), stored, missing);
+        if (!healed) return healed;
+    }
+    return {};
 }
 
 /// Reads the settings file; empty when there is none.
@@ -132,37 +171,39 @@ std::optional<KeyValueFile> ReadSettings(const std::string& path)
     return settings;
 }
 
-bool StoreAlwaysBcc(const std::string& address, bool& exchanged)
+bool StoreAlwaysBcc(const std::string& address)
 {
     const std::string path = PackagePath("etc/mailvane.conf");
     std::optional<KeyValueFile> settings = ReadSettings(path);
     if (!settings) return false;
     if (settings->Get(kAlwaysBccKey).value_or("") == address) return true;
 
-    exchanged = true;
     return settings->Set(kAlwaysBccKey, address) && settings->Write(path, 0600);
 }
 
-Result<void> HealAlwaysBcc(const settings::AccountCombination& stored, bool& exchanged)
+Result<void> HealAlwaysBcc(const settings::AccountCombination& stored)
 {
     const std::string path = ParkedPath(stored, kAlwaysBccSuffix);
     if (!system::NameExists(path)) return {};
 
     const std::optional<KeyValueFile> parked = KeyValueFile::Read(path);
-    if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""), exchanged)) {
+    if (!parked || !StoreAlwaysBcc(parked->Get(kAlwaysBccKey).value_or(""))) {
         return SystemReason(path,
                             std::string("cannot bring back ") + kAlwaysBccKey + " from " + path);
     }
     return system::RemoveDurably(path);
 }
 
-Result<void> HealAll(const settings::AccountCombination& stored, bool& exchanged)
+/// Runs an operation on the data of a combination, which has to be one that can be parked.
+template <typename Operation>
+Result<void> WithCombination(const settings::AccountCombination& combination, Operation operation)
 {
-    for (const AccountDatabase which : kDatabases) {
-        Result<void> healed = HealStore(StoreOf(which), stored, exchanged);
-        if (!healed) return healed;
+    if (!LockIsHeld()) {
+        return Reason{ReasonCode::kBusy, "request lock",
+                      "account data cannot be healed without the lock"};
     }
-    return HealAlwaysBcc(stored, exchanged);
+    if (!CanBeParked(combination)) return UnsafeDomain(combination);
+    return system::Attempt("healing account data", operation);
 }
 
 }  // namespace
@@ -176,22 +217,26 @@ bool AccountDataIsSound(const settings::AccountCombination& stored)
     return !CanBeParked(stored) || !system::NameExists(ParkedPath(stored, kAlwaysBccSuffix));
 }
 
-Result<void> HealAccountData(const settings::AccountCombination& stored, bool& exchanged)
+Result<void> HealAccountData(const settings::AccountCombination& stored)
 {
-    exchanged = false;
-    if (!LockIsHeld()) {
-        return Reason{ReasonCode::kBusy, "request lock",
-                      "account data cannot be healed without the lock"};
-    }
-    if (!CanBeParked(stored)) return UnsafeDomain(stored);
-    return system::Attempt("healing account data", [&] { return HealAll(stored, exchanged); });
+    return WithCombination(stored, [&stored] {
+        Result<void> healed = HealDatabases(stored, Missing::kIsLost);
+        Result<void> address = HealAlwaysBcc(stored);
+        return healed ? address : healed;
+    });
 }
 
-std::string ParkedAlwaysBcc(const settings::AccountCombination& combination)
+Result<void> SwitchDatabases(const settings::AccountCombination& wanted)
 {
-    if (!CanBeParked(combination)) return "";
+    return WithCombination(wanted, [&wanted] { return HealDatabases(wanted, Missing::kIsEmpty); });
+}
+
+std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination)
+{
+    if (!CanBeParked(combination)) return std::nullopt;
     const auto parked = KeyValueFile::Read(ParkedPath(combination, kAlwaysBccSuffix));
-    return parked ? parked->Get(kAlwaysBccKey).value_or("") : "";
+    if (!parked) return std::nullopt;
+    return parked->Get(kAlwaysBccKey).value_or("");
 }
 
 Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,

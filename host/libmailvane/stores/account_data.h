@@ -2,6 +2,7 @@
 // mail. That of the stored combination is in force, that of others is parked.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/libhaldcore/result.h"
@@ -13,15 +14,18 @@ namespace host::stores {
 /// SQLite or the lock. Must not be called while this process has one of the databases open.
 bool AccountDataIsSound(const settings::AccountCombination& stored);
 
-/// Puts the databases of the `stored` combination in force, after an interrupted switch or a loss.
-/// A database of another combination is parked; the one parked under `stored` comes back, or an
-/// empty one is made. Damaged files are set aside. Requires the request lock; can be repeated after
-/// a kill. `exchanged` is set, on failure too, when a database was replaced, so that lists must be
-/// rebuilt.
-Result<void> HealAccountData(const settings::AccountCombination& stored, bool& exchanged);
+/// Puts the databases of the `stored` combination in force, after a switch that was not completed.
+/// A database of another combination is parked; the one parked under `stored` comes back. One that
+/// is missing or damaged, and of which no copy is parked, is lost: it stays as it is, and that is
+/// the reason. Requires the request lock; can be repeated after a kill.
+Result<void> HealAccountData(const settings::AccountCombination& stored);
 
-/// Reads the always_bcc address parked under a combination, and parks one.
-std::string ParkedAlwaysBcc(const settings::AccountCombination& combination);
+/// Puts the databases of a combination that comes in force in place: as above, but where no copy is
+/// parked an empty one is made. Damaged files are set aside.
+Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
+
+/// Reads the always_bcc address parked under a combination, if one is, and parks one.
+std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination);
 Result<void> ParkAlwaysBcc(const settings::AccountCombination& combination,
                            const std::string& address);
 

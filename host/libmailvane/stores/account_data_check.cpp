@@ -13,8 +13,6 @@
 namespace host::stores {
 namespace {
 
-constexpr int kAll = std::numeric_limits<int>::max();
-
 Reason Altered(const std::string& what)
 {
     return {ReasonCode::kRefused, what, what + " is not as it was stored"};
@@ -36,32 +34,23 @@ Result<void> CheckAliases(SQLite::Database& database)
     return taken;
 }
 
-bool Same(const AccessInfo& left, const AccessInfo& right)
+bool Same(const Rule& left, const Rule& right)
 {
-    return left.name == right.name;
+    return left.type == right.type && left.name == right.name && left.nameType == right.nameType &&
+           left.value == right.value;
 }
 
-bool Same(const BccInfo& left, const BccInfo& right)
-{
-    return left.name == right.name && left.bccTo == right.bccTo;
-}
-
-bool Same(const BlackWhite& left, const BlackWhite& right)
-{
-    return left.name == right.name && left.blackWhite == right.blackWhite;
-}
-
-/// Refuses entries that would be stored in another form, and rows of `table` beyond `entries`.
+/// Refuses rules that would be stored in another form; `entriesOf` gives them as a page has them.
 template <typename Entries>
-Result<void> CheckEntries(SQLite::Database& store, const char* table, const Entries& entries)
+Result<void> CheckRules(SQLite::Database& store, const RuleList& list, const Entries& entriesOf)
 {
-    for (const auto& entry : entries) {
-        const auto stored = MakeStored(entry);
+    RuleSearch all;
+    all.limit = std::numeric_limits<int>::max();
+    for (const Rule& rule : PageOfRules(store, list, all)) {
+        const Result<Rule> stored = StoredRule(entriesOf({rule}).front());
         if (!stored) return stored.reason();
-        if (!Same(*stored, entry)) return Altered(entry.name);
+        if (!Same(*stored, rule)) return Altered(rule.name);
     }
-    const auto count = store.execAndGet(std::string("SELECT count(*) FROM ") + table).getInt64();
-    if (count != static_cast<std::int64_t>(entries.size())) return Altered(table);
     return {};
 }
 
@@ -80,12 +69,9 @@ Result<void> CheckQuotas(SQLite::Database& store)
 
 Result<void> CheckLists(SQLite::Database& store)
 {
-    Filter filter;
-    BlackWhiteFilter blackWhite;
-    filter.limit = blackWhite.limit = kAll;
-    Result<void> checked = CheckEntries(store, "access", PageOfAccess(store, filter));
-    if (checked) checked = CheckEntries(store, "bcc", PageOfBcc(store, filter));
-    if (checked) checked = CheckEntries(store, "black_white", PageOfBlackWhite(store, blackWhite));
+    Result<void> checked = CheckRules(store, kAccessRules, AccessEntries);
+    if (checked) checked = CheckRules(store, kBccRules, BccEntries);
+    if (checked) checked = CheckRules(store, kBlackWhiteRules, BlackWhiteEntries);
     return checked ? CheckQuotas(store) : checked;
 }
 

@@ -2,6 +2,7 @@
 #include "host/libmailvane/stores/account_databases.h"
 
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/stores/access_store.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/stores/alias_store.h"
@@ -32,7 +33,11 @@ const AccountStore& StoreOf(AccountDatabase which)
 Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
-    return system::OpenForReading(PackagePath(store.live), store.schema);
+    const std::string path = PackagePath(store.live);
+    if (!system::NameExists(path) && !generation::SwitchIsMarked()) {
+        return Reason{ReasonCode::kMissing, path, path + " is missing"};
+    }
+    return system::OpenForReading(path, store.schema);
 }
 
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which)

@@ -19,11 +19,11 @@ struct AccountStore {
 
 const AccountStore& StoreOf(AccountDatabase which);
 
-/// Opens an account database for reading; an empty one when there is none.
+/// Opens an account database for reading. While a switch of the account source is under way one
+/// that is not there is empty; otherwise it is lost, and that is the reason.
 Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
-/// Opens an account database for changes. It must exist: callers heal first, which creates it with
-/// its combination recorded.
+/// Opens an account database for changes. It must exist: callers heal the account data first.
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
 
 }  // namespace host::stores

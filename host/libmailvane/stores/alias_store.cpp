@@ -6,9 +6,6 @@
 namespace host::stores {
 namespace {
 
-const char kWhat[] = "aliases";
-const char kPrefix[] = "aliases: ";
-
 void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
 {
     SQLite::Statement alias(database, "DELETE FROM alias WHERE id = ?");
@@ -35,17 +32,17 @@ void AddMembers(SQLite::Statement& insert, const AliasEntry& entry)
     }
 }
 
-void Add(SQLite::Database& database, const std::vector<AliasEntry>& entries)
+void Add(SQLite::Database& database, const std::vector<const AliasEntry*>& entries)
 {
     SQLite::Statement alias(database, "INSERT INTO alias (id, name) VALUES (?, ?)");
     SQLite::Statement member(
         database, "INSERT INTO member (alias, position, name, type) VALUES (?, ?, ?, ?)");
-    for (const AliasEntry& entry : entries) {
-        alias.bind(1, entry.id);
-        alias.bindNoCopy(2, entry.name);
+    for (const AliasEntry* entry : entries) {
+        alias.bind(1, entry->id);
+        alias.bindNoCopy(2, entry->name);
         alias.exec();
         alias.reset();
-        AddMembers(member, entry);
+        AddMembers(member, *entry);
     }
 }
 
@@ -72,7 +69,6 @@ void ReadMembers(SQLite::Database& database, AliasEntries& entries)
 AliasEntries AliasesIn(SQLite::Database& database)
 {
     AliasEntries entries;
-    const SQLite::Transaction oneState(database);
     SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
     while (aliases.executeStep()) {
         entries.push_back({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText(), {}});
@@ -83,22 +79,18 @@ AliasEntries AliasesIn(SQLite::Database& database)
 
 Result<AliasEntries> ReadAliases()
 {
-    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
+    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed("aliases: ");
     if (!database) return std::move(database).reason();
-    return system::Attempt(kWhat, [&database] { return AliasesIn(*database); });
+    return system::Attempt("aliases", [&database] {
+        const SQLite::Transaction oneState(*database);
+        return AliasesIn(*database);
+    });
 }
 
-Result<void> ChangeAliases(const AliasChange& change)
+void ChangeAliases(SQLite::Database& database, const AliasChange& change)
 {
-    auto database = ChangeAccountDatabase(AccountDatabase::kAlias).Prefixed(kPrefix);
-    if (!database) return std::move(database).reason();
-
-    return system::Attempt(kWhat, [&] {
-        SQLite::Transaction transaction(*database, SQLite::TransactionBehavior::IMMEDIATE);
-        Remove(*database, change.removed);
-        Add(*database, change.added);
-        transaction.commit();
-    });
+    Remove(database, change.removed);
+    Add(database, change.added);
 }
 
 }  // namespace host::stores

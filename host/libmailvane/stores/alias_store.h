@@ -3,6 +3,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/stores/alias_table.h"
 
 namespace host::stores {
@@ -13,13 +14,13 @@ constexpr char kAliasTables[] =
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases in order; none when there is no database.
-Result<AliasEntries> ReadAliases();
-
-/// All aliases of an open database in order. Throws SQLite::Exception.
+/// All aliases of an open database, in order. Throws SQLite::Exception, as does the change below.
 AliasEntries AliasesIn(SQLite::Database& database);
 
-/// Stores a change in one transaction; after a failure nothing has changed.
-Result<void> ChangeAliases(const AliasChange& change);
+/// All aliases of etc/alias.db. Fails as `ReadAccountDatabase`.
+Result<AliasEntries> ReadAliases();
+
+/// Stores a change, in the caller's transaction.
+void ChangeAliases(SQLite::Database& database, const AliasChange& change);
 
 }  // namespace host::stores

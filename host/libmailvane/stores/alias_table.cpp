@@ -27,6 +27,12 @@ std::set<Identity> Identities(const Members& members)
     return identities;
 }
 
+std::list<MemberInfo> StoredMembers(std::list<MemberInfo> members)
+{
+    for (MemberInfo& member : members) member = names::StoredMember(std::move(member));
+    return members;
+}
+
 Reason Missing(const std::string& name)
 {
     return {ReasonCode::kMissing, name, "an alias that does not exist"};
@@ -87,8 +93,9 @@ Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owne
     return Missing(member.name);
 }
 
-Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo>& members)
+Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo>& asked)
 {
+    const std::list<MemberInfo> members = StoredMembers(asked);
     Result<void> named = CheckName(name);
     if (!named) return named;
     if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
@@ -111,7 +118,7 @@ Result<void> AliasTable::Remove(const std::string& name, const std::list<MemberI
     if (Find(name) == nullptr) return Missing(name);
 
     AliasEntry& entry = Edit(name);
-    const std::set<Identity> leaving = Identities(members);
+    const std::set<Identity> leaving = Identities(StoredMembers(members));
     const auto isLeaving = [&leaving](const MemberInfo& member) {
         return leaving.count(IdentityOf(member)) != 0;
     };
@@ -141,9 +148,9 @@ Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
     return {};
 }
 
-void AliasTable::Replace(const std::vector<AliasEntry>& aliases)
+void AliasTable::Replace(std::vector<AliasEntry> aliases)
 {
-    for (const AliasEntry& alias : aliases) Edit(alias.name).members = alias.members;
+    for (AliasEntry& alias : aliases) Edit(alias.name).members = std::move(alias.members);
 }
 
 void AliasTable::Delete(const std::list<std::string>& names)
@@ -185,7 +192,7 @@ AliasChange AliasTable::Pending()
     for (AliasEntry& entry : entries_) {
         const bool isNew = entry.id == 0;
         if (isNew) entry.id = nextId_++;
-        if (isNew || touched_.count(entry.id) != 0) change.added.push_back(entry);
+        if (isNew || touched_.count(entry.id) != 0) change.added.push_back(&entry);
     }
     return change;
 }

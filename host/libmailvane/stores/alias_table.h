@@ -21,10 +21,10 @@ struct AliasEntry {
 using AliasEntries = std::list<AliasEntry>;
 
 /// A change to be stored: ids of aliases to delete, then aliases to add. A changed alias is in
-/// both.
+/// both. Those to add are the table's.
 struct AliasChange {
     std::vector<std::int64_t> removed;
-    std::vector<AliasEntry> added;
+    std::vector<const AliasEntry*> added;
 };
 
 /// The aliases. Names that differ only in case are the same name: `Sales` cannot be added beside
@@ -50,7 +50,7 @@ public:
     /// is invalid or taken.
     Result<void> Rename(const std::string& from, const std::string& to);
     /// Sets the members of aliases, existing or new. All names must be valid.
-    void Replace(const std::vector<AliasEntry>& aliases);
+    void Replace(std::vector<AliasEntry> aliases);
     /// Removes aliases; names that are not there are ignored.
     void Delete(const std::list<std::string>& names);
 

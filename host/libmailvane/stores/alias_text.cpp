@@ -40,7 +40,7 @@ MemberInfo ParseMember(std::string_view text)
     }
     const bool marked = member.type == names::kGroupMember || member.type == names::kUserMember;
     member.name = Trim(text.substr(marked ? 1 : 0));
-    return member;
+    return names::StoredMember(std::move(member));
 }
 
 /// Refuses a bare name that no user could have; names of aliases are a subset of those.

@@ -1,68 +1,24 @@
 // The black and the white list of the spam filter in etc/mailvane.db, table `black_white`.
 #include "host/libmailvane/stores/black_white_store.h"
 
-#include <SQLiteCpp/VariadicBind.h>
-
 #include <algorithm>
 #include <iterator>
 
 #include "host/libmailvane/names/list_names.h"
-#include "host/libmailvane/names/list_text.h"
-#include "host/libmailvane/stores/list_store.h"
 
 namespace host::stores {
 namespace {
 
-const char kColumns[] = "SELECT type, name, name_type, black_white FROM black_white WHERE ";
-const char kOrder[] = " ORDER BY type, name, name_type";
-const char kMatches[] =
-    "(:list < 0 OR black_white = :list) AND (:type < 0 OR type = :type) AND "
-    "name LIKE :pattern ESCAPE '\\'";
 const char* const kTypeNames[] = {"sender", "recipient", "client"};
 
-NameType KindOf(const BlackWhite& entry)
+NameType KindOf(int nameType)
 {
-    return static_cast<NameType>(entry.nameType);
+    return static_cast<NameType>(nameType);
 }
 
 bool IsIp(const BlackWhite& entry)
 {
     return entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
-}
-
-std::list<BlackWhite> Entries(SQLite::Statement& query)
-{
-    std::list<BlackWhite> entries;
-    while (query.executeStep()) {
-        entries.push_back({query.getColumn(1).getString(), query.getColumn(3).getInt(),
-                           query.getColumn(0).getInt(), query.getColumn(2).getInt()});
-    }
-    return entries;
-}
-
-void BindFilter(SQLite::Statement& query, const BlackWhiteFilter& filter)
-{
-    const bool both = filter.searchType < 0;
-    query.bind(":list", both ? -1 : static_cast<int>(ListOf(filter.searchType)));
-    query.bind(":type", filter.type);
-    query.bind(":pattern", names::LikeAnywhere(filter.searchKey));
-}
-
-/// The list (black or white) that has the name of the entry; -1 for none.
-int ListOfStored(SQLite::Statement& find, const BlackWhite& entry)
-{
-    find.reset();
-    SQLite::bind(find, entry.type, entry.name, entry.nameType);
-    return find.executeStep() ? find.getColumn(0).getInt() : -1;
-}
-
-Result<void> MayStand(int stored, const BlackWhite& entry, bool again)
-{
-    if (stored < 0 || (again && stored == entry.blackWhite)) return {};
-
-    const char* list = stored == BLACK_LIST ? "black" : "white";
-    return Reason{ReasonCode::kTaken, entry.name,
-                  "'" + entry.name + "' stands on the " + list + " list already"};
 }
 
 /// Why an entry cannot be stored; null when it can.
@@ -77,28 +33,13 @@ const char* FaultOf(const BlackWhite& entry, bool nameIsGood)
 
 }  // namespace
 
-BlackWhiteType ListOf(int blackWhite)
+std::string BlackWhiteLine(const Rule& rule)
 {
-    return blackWhite == BLACK_LIST ? BLACK_LIST : WHITE_LIST;
+    return std::string(kTypeNames[rule.type]) + " " +
+           names::NameInText(KindOf(rule.nameType), rule.name);
 }
 
-Result<BlackWhite> MakeStored(BlackWhite entry)
-{
-    const std::optional<std::string> name = names::StoredName(KindOf(entry), entry.name);
-    const char* fault = FaultOf(entry, name.has_value());
-    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
-
-    entry.name = *name;
-    entry.blackWhite = ListOf(entry.blackWhite);
-    return entry;
-}
-
-std::string BlackWhiteLine(const BlackWhite& entry)
-{
-    return std::string(kTypeNames[entry.type]) + " " + names::NameInText(KindOf(entry), entry.name);
-}
-
-Result<BlackWhite> ParseBlackWhiteLine(const std::string& line, BlackWhiteType list)
+Result<Rule> ParseBlackWhiteLine(const std::string& line, int which)
 {
     const auto end = line.find(' ');
     const auto second = line.find_first_not_of(' ', end);
@@ -108,75 +49,57 @@ Result<BlackWhite> ParseBlackWhiteLine(const std::string& line, BlackWhiteType l
         return Reason{ReasonCode::kRefused, line, "is not sender, recipient or client and a name"};
     }
     BlackWhite entry;
-    entry.blackWhite = list;
+    entry.blackWhite = which;
     entry.name = isAlone ? line : line.substr(second);
     entry.nameType = names::KindInText(entry.name);
     const int typeOfKind = IsIp(entry) ? TYPE_CLIENT : TYPE_SENDER;
     entry.type = isAlone ? typeOfKind : static_cast<int>(type - std::begin(kTypeNames));
-    return MakeStored(std::move(entry));
+    return StoredRule(entry);
 }
 
-int CountBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter)
+BlackWhiteType ListOf(int blackWhite)
 {
-    SQLite::Statement query(store,
-                            std::string("SELECT count(*) FROM black_white WHERE ") + kMatches);
-    BindFilter(query, filter);
-    (void)query.executeStep();
-    return query.getColumn(0).getInt();
+    return blackWhite == BLACK_LIST ? BLACK_LIST : WHITE_LIST;
 }
 
-std::list<BlackWhite> PageOfBlackWhite(SQLite::Database& store, const BlackWhiteFilter& filter)
+Result<Rule> StoredRule(const BlackWhite& entry)
 {
-    SQLite::Statement query(store, std::string(kColumns) + kMatches + kOrder + kOnePage);
-    BindFilter(query, filter);
-    Filter page;
-    page.start = filter.start;
-    page.limit = filter.limit;
-    BindPage(query, page);
-    return Entries(query);
+    const std::optional<std::string> name = names::StoredName(KindOf(entry.nameType), entry.name);
+    const char* fault = FaultOf(entry, name.has_value());
+    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
+    return Rule{entry.type, *name, entry.nameType, std::to_string(ListOf(entry.blackWhite))};
 }
 
-std::list<BlackWhite> ReadBlackWhite(SQLite::Database& store, int type)
+Rule KeyOf(const BlackWhite& entry)
 {
-    SQLite::Statement query(store, std::string(kColumns) + "type = ?" + kOrder);
-    query.bind(1, type);
-    return Entries(query);
+    return {entry.type, names::StoredName(KindOf(entry.nameType), entry.name).value_or(entry.name),
+            entry.nameType, std::to_string(ListOf(entry.blackWhite))};
 }
 
-Result<void> InsertBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries,
-                              bool again)
+RuleSearch SearchOf(const BlackWhiteFilter& filter)
 {
-    SQLite::Transaction transaction(store);
-    SQLite::Statement find(
-        store, "SELECT black_white FROM black_white WHERE type = ? AND name = ? AND name_type = ?");
-    SQLite::Statement insert(store, "INSERT OR IGNORE INTO black_white VALUES (?, ?, ?, ?)");
-    for (const BlackWhite& entry : entries) {
-        Result<void> free = MayStand(ListOfStored(find, entry), entry, again);
-        if (!free) return free;
-
-        SQLite::bind(insert, entry.type, entry.name, entry.nameType, entry.blackWhite);
-        (void)insert.exec();
-        insert.reset();
+    RuleSearch search;
+    search.start = filter.start;
+    search.limit = filter.limit;
+    search.condition = Contains(search, "name", filter.searchKey);
+    if (filter.searchType >= 0) {
+        search.condition += " AND black_white = :list";
+        search.bound.push_back({":list", std::to_string(ListOf(filter.searchType))});
     }
-    find.reset();
-    transaction.commit();
-    return {};
+    if (filter.type >= 0) {
+        search.condition += " AND type = :type";
+        search.bound.push_back({":type", std::to_string(filter.type)});
+    }
+    return search;
 }
 
-void RemoveBlackWhite(SQLite::Database& store, const std::list<BlackWhite>& entries)
+std::list<BlackWhite> BlackWhiteEntries(const Rules& rules)
 {
-    SQLite::Transaction transaction(store);
-    SQLite::Statement remove(store,
-                             "DELETE FROM black_white WHERE type = ? AND name = ? AND "
-                             "name_type = ? AND black_white = ?");
-    for (const BlackWhite& entry : entries) {
-        const std::string name = names::StoredName(KindOf(entry), entry.name).value_or(entry.name);
-        SQLite::bind(remove, entry.type, name, entry.nameType,
-                     static_cast<int>(ListOf(entry.blackWhite)));
-        (void)remove.exec();
-        remove.reset();
+    std::list<BlackWhite> entries;
+    for (const Rule& rule : rules) {
+        entries.push_back({rule.name, ValueAsNumber(rule), rule.type, rule.nameType});
     }
-    transaction.commit();
+    return entries;
 }
 
 }  // namespace host::stores

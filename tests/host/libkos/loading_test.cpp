@@ -65,17 +65,20 @@ TEST_F(Loading, RefusesBrokenBodiesAndRunsNothing)
     for (const std::string& json :
          {""s, "{"s, "[1]"s, "{} x"s, "{'a':1}"s, R"({"a":1,"a":2})"s, R"({"a":1,})"s,
           "{\"a\":1} // b"s, R"({"a":NaN})"s, "{\"a\":1}\0"s, R"({"a":"b\u0000c"})"s,
-          R"({"a":"\\\u0000c"})"s, "{\"a\":" + deep + "}"}) {
+          R"({"a":"\\\u0000c"})"s, "{\"a\":" + deep + "}", "{\"a\":\"\xed\xa0\x80\"}"s,
+          R"({"a":[{"b":"\udc00"}]})"s, R"({"\udc00":1})"s}) {
         refuse("application/json", json);
     }
     refuse("application/json", R"({"action":"save_smtp"})", 1);
     refuse("application/x-www-form-urlencoded", "action=load_smtp", 1);
     refuse("application/x-www-form-urlencoded", "action=load_smtp&x=%00");
+    refuse("application/x-www-form-urlencoded", "action=load_smtp&x=%FF");
     const std::string part = "name=\"file\"; filename=\"a\"\r\n\r\nabc";
     refuse(kMultipart, Multipart({part}), 1000);
     for (const std::string& body :
          {""s, "no multipart"s, "--XyZ\r\nContent-Disposition: form-data; " + part + "\r\n",
           Multipart({part, part}), Multipart({"name=\"field\"\r\n\r\na\0b"s}),
+          Multipart({"name=\"field\"\r\n\r\n\xff"s}),
           "--XyZ\r\nContent-Type: text/plain\r\n\r\nabc\r\n--XyZ--\r\n"s,
           "--XyZ\r\nContent-Disposition: attachment; " + part + "\r\n--XyZ--\r\n"}) {
         refuse(kMultipart, body);
@@ -187,6 +190,7 @@ TEST_F(Loading, LocksForChangesAlone)
     EXPECT_EQ("Status: 503 Service Unavailable", answer.StatusLine());
     EXPECT_NE(std::string::npos, answer.output.find("\nRetry-After: "));
     EXPECT_EQ("{\"success\":false,\"error\":\"busy\"}\n", answer.Body());
+    EXPECT_NE(std::string::npos, answer.log.find(": refused (503, another change is under way)"));
     EXPECT_FALSE(Saw(Read("action=load_smtp"))["locked"].asBool());
     (void)close(file);
 

@@ -29,6 +29,8 @@ SUBCOMMANDS = {
                     "the states of the settings that are kept"),
     "rollback": ("mailvane.ctl.rollback", "[N]",
                  "brings the settings of an earlier generation back"),
+    "repair": ("mailvane.ctl.repair", "[--yes]",
+               "begins lists anew whose database is lost"),
     "tls": ("mailvane.ctl.tls", "show|install|remove [CERT KEY]",
             "the certificate that the services show"),
     "dkim": ("mailvane.ctl.dkim", "list|restore [DATE]",

@@ -1,9 +1,11 @@
 // What the spam filter is given: rule files, hostile until read, the black and the white list.
 #include <unistd.h>
 
+#include <filesystem>
+
+#include "host/libhaldcore/request_note.h"
 #include "host/libmailvane/names/spam_rule_text.h"
-#include "host/libmailvane/render/black_white_files.h"
-#include "host/libmailvane/save/rebuild_lists.h"
+#include "host/libmailvane/save/list_change.h"
 #include "platform/mailvane/access.h"
 #include "platform/mailvane/spam.h"
 #include "tests/host/libmailvane/lists/machine.h"
@@ -121,7 +123,23 @@ TEST_F(RuleFiles, AreFoundByTheirNameAloneAndAreDisabledUntilTheyPass)
         EXPECT_EQ(-1, spam.deleteRule(name)) << name;
     }
     EXPECT_EQ(0, spam.deleteRule("bad.cf"));
+    EXPECT_EQ(1, spam.getSpamRules().size());
     EXPECT_EQ("kept", Contents(root + "/outside"));
+}
+
+TEST_F(RuleFiles, LeaveNothingBehindWhenTheirUploadIsRefused)
+{
+    const std::string rules = host::PackagePath("etc/rules/");
+    Write(rules + "good.cf", "body A /a/\n");
+    host::NoteRequest({host::kUploadAction});
+    for (const std::string name : {".hidden", "a<b>", " lead", "bad.cf", "good.cf"}) {
+        Write(rules + name, "include /etc/shadow\n");
+        EXPECT_EQ(-1, spam.enableRule(name));
+    }
+    Write(rules + "mailvane-upload.AbCdEf", "body A /a/\n");  // moved to a name that is a folder
+    EXPECT_EQ(-1, spam.enableRule(""));
+    host::NoteRequest({});
+    EXPECT_TRUE(std::filesystem::is_empty(rules));
 }
 
 TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
@@ -195,7 +213,8 @@ TEST_F(BlackWhiteLists, TheNearestEntryCountsInEveryFile)
         {"amavis/black_clients", "!10.0.0.1\n!10.1.0.0/16\n10.0.0.0/8\n"},
         {"amavis/white_clients", "10.0.0.1\n10.1.0.0/16\n!10.0.0.0/8\n"},
     };
-    const std::vector<host::generation::ListFile> made = *host::render::BlackWhiteFiles();
+    const std::vector<host::generation::ListFile> made =
+        *host::save::StoredListFiles({&host::render::kBlackWhiteList}, {});
     ASSERT_EQ(made.size(), std::size(files));
     for (std::size_t i = 0; i < made.size(); ++i) {
         EXPECT_EQ(made[i].name, files[i].first);

@@ -6,11 +6,9 @@
 #include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/names/login_key.h"
-#include "host/libmailvane/render/access_maps.h"
-#include "host/libmailvane/render/plain_lists.h"
-#include "host/libmailvane/save/rebuild_lists.h"
-#include "host/libmailvane/stores/access_store.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/stores/attachment_types.h"
+#include "host/libmailvane/stores/sender_quota_table.h"
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/sender_quota.h"
@@ -37,16 +35,28 @@ protected:
     std::string ImportBcc(const std::string& text)
     {
         Write(File(), text);
-        const int result = BCC::getInstance()->importBCC(BCC_SENDER, File());
+        bool done = false;
+        {
+            auto store = Store();
+            SQLite::Transaction change(store);
+            done = bool(host::stores::ImportRules(store, host::stores::kBccRules, BCC_SENDER,
+                                                  File(), true));
+            if (done) change.commit();
+        }
         EXPECT_EQ(0, BCC::getInstance()->exportBCC(BCC_SENDER, File()));
-        return (result < 0 ? "refused, " : "") + Contents(File());
+        return (done ? "" : "refused, ") + Contents(File());
+    }
+
+    static SQLite::Database Store()
+    {
+        return *host::stores::ChangeAccountDatabase(host::stores::AccountDatabase::kMailvane);
     }
 
     /// Text of one of the files that a list fills.
-    static std::string FileOf(const std::vector<host::generation::ListFile>& files,
-                              const std::string& name)
+    static std::string FileOf(const host::render::List& list, const std::string& name)
     {
-        for (const host::generation::ListFile& file : files) {
+        const auto files = host::save::StoredListFiles({&list}, {});
+        for (const host::generation::ListFile& file : *files) {
             if (file.name == name) return file.text;
         }
         return "no such file";
@@ -63,6 +73,18 @@ TEST(ListNames, AreStoredInOneSpelling)
         {NAME_ADDRESS, "A.b+C@X.Example", "a.b+c@x.example"},
         {NAME_ADDRESS, "bob", "none"},
         {NAME_ADDRESS, "@x.example", "none"},
+        {NAME_ADDRESS, "a@192.0.2.1", "none"},
+        {NAME_ADDRESS,
+         "A@B\xc3\x9c"
+         "CHER.Example",
+         "a@xn--bcher-kva.example"},
+        {NAME_DOMAIN,
+         "bu\xcc\x88"
+         "cher.example",
+         "xn--bcher-kva.example"},
+        {NAME_DOMAIN, "\xc3\xbc..example", "none"},
+        {NAME_DOMAIN, "\xef\xbc\x91\xef\xbc\x90.0.0.1", "none"},  // wide digits
+        {NAME_DOMAIN_TREE, ".\xd0\xbf\xd1\x80\xd0\xb8.test", "xn--h1and.test"},
         {NAME_DOMAIN, "X.Example", "x.example"},
         {NAME_DOMAIN, ".x.example", "none"},
         {NAME_DOMAIN, "10.0.0.1", "none"},
@@ -102,6 +124,15 @@ TEST_F(Lists, AnAccessListSurvivesExportAndImport)
     EXPECT_EQ(Contents(File()), text);
     EXPECT_EQ(0, ImportAccess(TYPE_CLIENT, "10.0.0.1 REJECT\n"));  // gives it another permission
     EXPECT_EQ(5, access->getTotalAccessNum({}));
+    const char name[] =
+        "b\xc3\xbc"
+        "cher.example";
+    EXPECT_EQ(0, access->addAccess(TYPE_CLIENT, NAME_DOMAIN, name, ACCESS_OK));
+    EXPECT_EQ(1, access->getTotalAccessNum({0, 9, "name",
+                                            "B\xc3\x9c"
+                                            "CHER"}));
+    EXPECT_EQ(0, access->deleteAccess({{name, ACCESS_OK, TYPE_CLIENT, NAME_DOMAIN}}));
+    EXPECT_EQ(5, access->getTotalAccessNum({}));
     for (const char* bad : {"new.example OK\na@b.example OK\n", "new.example\n",
                             "new.example OK\nnew.example REJECT\n", "x\x01 OK\n", "\xff OK\n"}) {
         EXPECT_EQ(-1, ImportAccess(TYPE_CLIENT, bad)) << bad;
@@ -117,7 +148,7 @@ TEST_F(Lists, TheNearestEntryComesFirstInTheMaps)
     ASSERT_EQ(0, ImportAccess(TYPE_CLIENT,
                               "10.0.0.0/8 OK\n10.1.0.0/16 REJECT\n::/0 DISCARD\n"
                               "10.0.0.1 OK\n.x.example REJECT\n"));
-    const auto files = *host::render::AccessFiles();
+    const host::render::List& files = host::render::kAccessList;
     EXPECT_EQ(FileOf(files, "recipient_access"),
               "a@x.example DUNNO\nb@x.example OK\nx.example REJECT\n.x.example DUNNO\n");
     EXPECT_EQ(FileOf(files, "recipient_transport"),
@@ -137,7 +168,7 @@ TEST_F(Lists, RulesOfCopiesSurviveExportAndImport)
     for (const char* bad : {"bob\n", "a b c\n", "@ bob\n", "ann one\nANN two\n"}) {
         EXPECT_EQ(ImportBcc(bad), "refused, @x.example a@b.example\nann Copies\n") << bad;
     }
-    EXPECT_EQ(FileOf(*host::render::BccFiles(), "sender_bcc"),
+    EXPECT_EQ(FileOf(host::render::kCopyList, "sender_bcc"),
               "@x.example a@b.example\nann Copies\n");
 }
 
@@ -152,16 +183,15 @@ TEST_F(Lists, AChangeOfCopiesThatDoesNotComeInForceIsTakenBack)
 
 TEST_F(Lists, AQuotaIsFoundByTheLoginInAnySpelling)
 {
-    EXPECT_EQ(0, SenderQuota::Set("Bob", 7));
-    EXPECT_EQ(0, SenderQuota::Set("bob", 4294967295U));
-    EXPECT_EQ(0, SenderQuota::Set("ann", 0));
-    for (const std::string bad : {"a\nb", "\xff", "", "@x"})
-        EXPECT_EQ(-1, SenderQuota::Set(bad, 1));
-    EXPECT_EQ(FileOf(*host::render::QuotaFiles(), host::generation::kQuotaFile),
+    auto store = Store();
+    host::stores::ChangeQuotas(store, {{"Bob", 7}, {"bob", 4294967295U}, {"ann", 0}});
+    EXPECT_EQ(FileOf(host::render::kQuotaList, host::generation::kQuotaFile),
               "0 ann\n4294967295 bob\n");
-    EXPECT_EQ(0, SenderQuota::DeleteList({"BOB", "nobody"}));
+    host::stores::ChangeQuotas(store, {{"BOB", std::nullopt}, {"nobody", std::nullopt}});
     std::list<SenderQuota::Setting> page;
     EXPECT_EQ(1, SenderQuota::GetSettingList(page, 0, 1));
+    for (const std::string bad : {"a\nb", "\xff", "", "@x"})
+        EXPECT_EQ(-1, SenderQuota::Set(bad, 1));
     for (const char* login : {"bob", "BOB", "bob@x.example", "DOM\\Bob"}) {
         EXPECT_EQ(host::names::LoginKey(login), "bob");
     }
@@ -180,13 +210,21 @@ TEST(RateCounters, HaveNamesThatMemcachedTakesWhateverTheLogin)
 
 TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
 {
+    const auto wanted = [] {
+        std::list<std::string> types;
+        EXPECT_LE(0, AttachmentFilter::GetList(types, ""));
+        return types;
+    };
     EXPECT_EQ(0, AttachmentFilter::Add({".EXE", "*.tar.gz", "exe"}));
-    EXPECT_EQ(*host::stores::AttachmentTypes(), (std::vector<std::string>{"exe", "tar.gz"}));
+    EXPECT_EQ(wanted(), (std::list<std::string>{"exe", "tar.gz"}));
     for (const char* bad : {"", ".", "a b", "a/", "$1", "a..b", "\xc3\xa9"}) {
         EXPECT_EQ(-1, AttachmentFilter::Add({"zip", bad})) << bad;
     }
     EXPECT_EQ(0, AttachmentFilter::Delete({"EXE", "zip", "a b"}));
-    EXPECT_EQ(*host::stores::AttachmentTypes(), std::vector<std::string>{"tar.gz"});
+    EXPECT_EQ(wanted(), std::list<std::string>{"tar.gz"});
+    // There is no mail server here that would take them.
+    EXPECT_EQ(-1, AttachmentFilter::GenerateConfig());
+    EXPECT_TRUE(host::stores::AttachmentTypes()->empty());
 }
 
 TEST_F(Lists, ImportsTellEachRefusedLineAndWhy)

@@ -2,13 +2,17 @@
 // elsewhere is held against the checks of its pages before.
 #include "host/libmailvane/save/exchange.h"
 
+#include <cstdio>
+#include <cstring>
 #include <map>
+#include <set>
+#include <sstream>
 
 #include "host/libmailvane/pages/staged_state.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
-
+#include "host/libmailvane/stores/stored_files.h"
 #include "tests/host/machine.h"
 
 namespace fs = std::filesystem;
@@ -43,7 +47,7 @@ protected:
         for (const auto& entry : fs::recursive_directory_iterator(etc)) {
             const std::string name = entry.path().string().substr(etc.size());
             const std::string top = name.substr(0, name.find('/'));
-            if (entry.is_regular_file() && (host::save::IsStoredData(top) || top == "lock")) {
+            if (entry.is_regular_file() && host::stores::FindStoredFile(top) != nullptr) {
                 files[name] = Contents(entry.path());
             }
         }
@@ -118,6 +122,65 @@ TEST_F(StoredData, IsTakenBackFromWhereverAKillLeftIt)
         host::save::DropExchange();
         Stage();
     }
+}
+
+/// What a command prints, a set of lines.
+std::set<std::string> Lines(const std::string& command)
+{
+    std::set<std::string> lines;
+    FILE* pipe = popen(command.c_str(), "r");
+    char line[256];
+    while (pipe != nullptr && fgets(line, sizeof(line), pipe) != nullptr) {
+        lines.insert(std::string(line, strcspn(line, "\n")));
+    }
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return lines;
+}
+
+std::string ModeText(const host::stores::StoredFile& file)
+{
+    char text[8];
+    std::snprintf(text, sizeof(text), "%04o", file.mode);
+    return text;
+}
+
+TEST(StoredFiles, AreThoseOfABackup)
+{
+    std::set<std::string> held{std::string(host::stores::kStagedRules) + " 0600"};
+    for (const host::stores::StoredFile& file : host::stores::kStoredFiles) {
+        if (file.keeping != host::stores::Keeping::kNotExchanged) {
+            held.insert(std::string(file.name) + " " + ModeText(file));
+        }
+    }
+    EXPECT_EQ(Lines("cd " MAILVANE_SOURCE "/tools && /usr/bin/python3 -B -c '"
+                    "from mailvane.ctl import stored_files as s\n"
+                    "for row in {**s.MODES, **s.FOLDERS}.items(): print(\"%s %04o\" % row)'"),
+              held);
+}
+
+TEST(StoredFiles, HaveTheOwnersAndModesOfTheMachine)
+{
+    const std::string etc = "/var/packages/Mailvane/etc/";
+    std::set<std::string> wanted;
+    for (const host::stores::StoredFile& file : host::stores::kStoredFiles) {
+        const bool isLink = file.keeping == host::stores::Keeping::kInGeneration;
+        wanted.insert(std::string(file.name) + " " + std::string(file.owner) + " " +
+                      std::string(file.group) + " " + (isLink ? "link" : ModeText(file)));
+    }
+    std::set<std::string> found;
+    std::ifstream rows(MAILVANE_SOURCE "/packaging/machine/file_modes");
+    for (std::string line; std::getline(rows, line);) {
+        std::string path, owner, group, mode;
+        std::istringstream(line) >> path >> owner >> group >> mode;
+        if (path.rfind(etc, 0) != 0) continue;
+
+        const std::string name = path.substr(etc.size());
+        std::string top = name.substr(0, name.find('/'));
+        if (!top.empty() && name.size() <= top.size() + 1) {
+            found.insert(top.append(" ").append(owner).append(" ").append(group + " " + mode));
+        }
+    }
+    EXPECT_EQ(found, wanted);
 }
 
 /// A state as an archive brings it, one part of each kind.

@@ -16,9 +16,14 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/list_change.h"
+#include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
+#include "platform/mailvane/alias.h"
+#include "platform/mailvane/bcc.h"
 #include "platform/mailvane/imap_pop3.h"
 #include "platform/mailvane/postfix.h"
+#include "platform/mailvane/sender_quota.h"
 
 namespace fs = std::filesystem;
 
@@ -132,6 +137,7 @@ protected:
             const fs::path script = kPackage / "target/scripts" / name;
             WriteFile(script,
                       "#!/bin/sh\necho $(basename $0 .sh) $1 >>/tmp/calls\n"
+                      "[ ! -e /tmp/kill ] || { rm /tmp/kill; kill -9 $PPID; }\n"
                       "[ ! -e /tmp/fail ] || { rm /tmp/fail; exit 1; }\n");
             chmod(script.c_str(), 0755);
         }
@@ -288,14 +294,14 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
             postfix.Set("smtp_relay_password", Value<std::string>(password));
         });
     };
-    EXPECT_EQ(save(true, " secret \"x\" "), 0);
+    EXPECT_EQ(save(true, "secret \"x\""), 0);
     EXPECT_EQ(save(true, ""), 0);
     EXPECT_EQ(InRequest([] {
                   Postfix postfix;
                   if (postfix.LoadSettings() < 0) return -1;
                   const boost::any stored = postfix.Get("smtp_relay_password");
-                  return boost::any_cast<Value<std::string>>(stored).get() == " secret \"x\" " ? 0
-                                                                                               : -1;
+                  return boost::any_cast<Value<std::string>>(stored).get() == "secret \"x\"" ? 0
+                                                                                             : -1;
               }),
               0);
     EXPECT_EQ(save(false, ""), 0);
@@ -308,6 +314,37 @@ TEST_F(SaveTransaction, AnEmptyRelayPasswordKeepsTheStoredOneUntilItsLoginIsSwit
     EXPECT_EQ(info.st_mode & 07777U, 0600U);
 }
 
+TEST_F(SaveTransaction, ARelayThatNoDaemonCouldUseIsRefusedButKeepsNoOtherFormAway)
+{
+    const auto save = [](const std::map<std::string, std::string>& texts) {
+        return SaveIn([&texts](Postfix& postfix) {
+            for (const char* name : {"smtp_relay_enabled", "smtp_relay_auth"}) {
+                postfix.Set(name, Value<bool>(true));
+            }
+            for (const auto& [name, text] : texts) postfix.Set(name, Value<std::string>(text));
+        });
+    };
+    const std::pair<const char*, const char*> good[] = {{"smtp_relay_server", "relay.example"},
+                                                        {"smtp_relay_account", "me"},
+                                                        {"smtp_relay_password", "secret"}};
+    const std::pair<const char*, const char*> bad[] = {{"smtp_relay_server", ""},
+                                                       {"smtp_relay_account", ""},
+                                                       {"smtp_relay_account", "me "},
+                                                       {"smtp_relay_password", " secret"}};
+    for (const auto& [name, text] : bad) {
+        std::map<std::string, std::string> texts(std::begin(good), std::end(good));
+        texts[name] = text;
+        EXPECT_EQ(save(texts), -1) << name << " '" << text << "'";
+    }
+    EXPECT_EQ(save({std::begin(good), std::end(good)}), 0);
+
+    auto file = host::KeyValueFile::Read(kPackage / "etc/mailvane.conf");
+    file->Set("smtp_relay_account", "");
+    file->Set("smtp_relay_password", " x ");
+    file->Write(kPackage / "etc/mailvane.conf", 0600);
+    EXPECT_EQ(Rename("other.example"), 0);
+}
+
 TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
 {
     const auto save = [](const char* takesOver) {
@@ -316,6 +353,7 @@ TEST_F(SaveTransaction, ARelayThatIsTakenOverNeedNotProveItsNameUntilItIsSaved)
             postfix.Set("smtp_relay_enabled", Value<bool>(true));
             postfix.Set("smtp_relay_server", Value<std::string>("relay.example"));
             postfix.Set("smtp_relay_auth", Value<bool>(true));
+            postfix.Set("smtp_relay_account", Value<std::string>("me"));
             postfix.Set("smtp_relay_password", Value<std::string>("secret"));
         });
     };
@@ -342,6 +380,82 @@ TEST_F(SaveTransaction, NothingButAnAddressBecomesTheCopyOfAllMail)
         EXPECT_EQ(map.substr(std::min(map.find(' '), map.size())), target);
         EXPECT_EQ(MainCf().find("\nalways_bcc =\n") == std::string::npos, *target != '\0');
     }
+}
+
+/// Changes of lists that are in force when they return, by the file that each fills.
+const struct {
+    const char* file;
+    int (*change)(const char* name);
+} kListChanges[] = {
+    {"postfix/maps/aliases",
+     [](const char* name) {
+         Alias alias;
+         const bool added = alias.load() == 0 && alias.addMember(name, {{"bob@x.example", 3}}) == 0;
+         return added ? alias.save() : -2;
+     }},
+    {"postfix/maps/sender_bcc",
+     [](const char* name) { return BCC::getInstance()->addBCC(BCC_SENDER, name, "bob"); }},
+    {"policy/limits",
+     [](const char* name) {
+         const bool set = SenderQuota::Set(name, 7) == 0;
+         return set ? SenderQuota::GenerateConfig() : -2;
+     }},
+};
+
+std::string InForce(const char* file)
+{
+    return ReadText(kPackage / "etc/generated/current" / file);
+}
+
+TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
+{
+    for (const auto& list : kListChanges) {
+        SCOPED_TRACE(list.file);
+        ASSERT_EQ(InRequest([&] { return list.change("first"); }), 0);
+        EXPECT_EQ(Calls(), "postfix restart\n");
+        const std::string before = InForce(list.file);
+        EXPECT_NE(before.find("first"), std::string::npos);
+
+        const auto everything = Everything();
+        WriteFile("/tmp/fail", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), -1);
+        EXPECT_EQ(Everything(), everything);
+        EXPECT_EQ(Calls(), "postfix restart\npostfix restart\n");
+
+        WriteFile("/tmp/kill", "");
+        EXPECT_EQ(InRequest([&] { return list.change("second"); }), kKilled);
+        EXPECT_NE(InForce(list.file), before);
+        Calls();
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(list.file), before);
+        EXPECT_FALSE(fs::exists(kPackage / "etc/generated/pending"));
+        EXPECT_EQ(Calls(), "postfix restart\n");
+
+        ASSERT_EQ(InRequest([&] { return list.change("third"); }), 0);
+        EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
+        EXPECT_EQ(Calls(), "postfix restart\n");
+    }
+}
+
+TEST_F(SaveTransaction, LostListsStayInForceAndKeepTheirChangesAway)
+{
+    const fs::path aliases = kPackage / "etc/alias.db";
+    ASSERT_EQ(InRequest([] { return kListChanges[0].change("first"); }), 0);
+    const std::string before = InForce(kListChanges[0].file);
+    const std::function<void()> losses[] = {[&] { WriteFile(aliases, std::string(9000, 'x')); },
+                                            [&] { WriteFile(aliases, ""); },
+                                            [&] { fs::remove(aliases); }};
+    for (const auto& lose : losses) {
+        lose();
+        EXPECT_EQ(InRequest([] { return Postfix().LoadSettings(); }), 0);
+        EXPECT_LT(InRequest([] { return kListChanges[0].change("second"); }), 0);
+        EXPECT_EQ(Save("require_helo", Value<bool>(true)), 0);
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(InForce(kListChanges[0].file), before);
+    }
+    EXPECT_EQ(InRequest([] { return host::Status(host::save::RepairLists()); }), 0);
+    EXPECT_EQ(InForce(kListChanges[0].file), "");
+    EXPECT_EQ(InRequest([] { return kListChanges[0].change("second"); }), 0);
 }
 
 }  // namespace

@@ -172,19 +172,17 @@ protected:
     {
         for (const auto& step : Switch(from, to)) step();
         EXPECT_TRUE(host::stores::ForgetParkedAlwaysBcc(to));
+        EXPECT_TRUE(host::stores::SwitchDatabases(to));
         Heal(to);
     }
 
     /// Heals where it is needed, and checks that nothing is left to do then.
     static void Heal(const AccountCombination& stored)
     {
-        bool exchanged = false;
         if (!host::stores::AccountDataIsSound(stored)) {
-            EXPECT_TRUE(host::stores::HealAccountData(stored, exchanged));
+            EXPECT_TRUE(host::stores::HealAccountData(stored));
         }
         EXPECT_TRUE(host::stores::AccountDataIsSound(stored));
-        EXPECT_TRUE(host::stores::HealAccountData(stored, exchanged));
-        EXPECT_FALSE(exchanged);
     }
 
     std::string LiveMarks() const
@@ -221,10 +219,7 @@ TEST_F(AccountData, SurvivesASwitchThatStopsAfterAnyStep)
 TEST_F(AccountData, SurvivesAKillAtAnyMomentOfTheHealing)
 {
     const std::string elsewhere = OtherFileSystem();
-    const auto heal = [] {
-        bool exchanged = false;
-        (void)host::stores::HealAccountData(kOld, exchanged);
-    };
+    const auto heal = [] { (void)host::stores::HealAccountData(kOld); };
     for (const bool otherDisk : {false, true}) {
         bool finished = false;
         for (int calls = 1; !finished; ++calls) {
@@ -274,7 +269,7 @@ std::string MarkKeptAside()
     return "nothing";
 }
 
-TEST_F(AccountData, ComesFromTheParkedCopyWhereTheLiveOneIsNoGood)
+TEST_F(AccountData, ComesFromTheParkedCopyOrIsLostUntilASwitchMakesItAnew)
 {
     const struct {
         const char *live, *parked, *parkedOther;  ///< before; parked of the old and the new one
@@ -295,7 +290,15 @@ TEST_F(AccountData, ComesFromTheParkedCopyWhereTheLiveOneIsNoGood)
         Make(Live(kAlias), row.live);
         Make(Parked(kOld, kAlias), row.parked);
         Make(Parked(kNew, kAlias), row.parkedOther);
-        Heal(kOld);
+        Make(Live(kRest), "old");
+        const std::string before = MarkOf(Live(kAlias));
+        const bool isLost = *row.want == '\0';
+        EXPECT_EQ(static_cast<bool>(host::stores::HealAccountData(kOld)), !isLost);
+        if (isLost) {
+            EXPECT_EQ(before + "nothing", MarkOf(Live(kAlias)) + MarkKeptAside());
+        }
+
+        EXPECT_TRUE(host::stores::SwitchDatabases(kOld));
         EXPECT_EQ(row.want, MarkOf(Live(kAlias)));
         EXPECT_EQ(row.aside, MarkKeptAside());
         EXPECT_FALSE(fs::exists(host::PackagePath("etc/evil")));
@@ -337,22 +340,18 @@ TEST_F(AccountData, BringsBackTheCopyAddressAlone)
     Prepare(false);
     WriteBcc(Parked(kOld, "_alwaysBCC"), "true@a");
     EXPECT_FALSE(host::stores::AccountDataIsSound(kOld));
-    bool exchanged = false;
-    EXPECT_TRUE(host::stores::HealAccountData(kOld, exchanged));
-    EXPECT_TRUE(exchanged);
+    EXPECT_TRUE(host::stores::HealAccountData(kOld));
     EXPECT_EQ("smtp_port=\"25\"\nalways_bcc=\"true@a\"\n", Contents(settings));
 }
 
 TEST_F(AccountData, IsLeftAloneWithoutTheLockOrASafeName)
 {
     Prepare(false);
-    bool exchanged = true;
     for (const char* domain : {"a/b", "a\nb", ".."}) {
-        EXPECT_FALSE(host::stores::HealAccountData({"local", domain}, exchanged)) << domain;
+        EXPECT_FALSE(host::stores::HealAccountData({"local", domain})) << domain;
     }
     lock.reset();
-    EXPECT_FALSE(host::stores::HealAccountData(kNew, exchanged));
-    EXPECT_FALSE(exchanged);
+    EXPECT_FALSE(host::stores::HealAccountData(kNew));
     EXPECT_EQ("old alias, old rest, old@a", LiveMarks());
 }
 

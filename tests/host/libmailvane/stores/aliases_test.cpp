@@ -166,13 +166,18 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
 {
     ASSERT_TRUE(host::MakeDirectories(host::Path("/run"), 0755));
     const host::ScopedLock lock;
-    bool exchanged = false;
-    ASSERT_TRUE(host::stores::HealAccountData({"local", ""}, exchanged));
+    ASSERT_TRUE(host::stores::SwitchDatabases({"local", ""}));
+    auto store = host::stores::ChangeAccountDatabase(host::stores::AccountDatabase::kAlias);
+    const auto change = [&store](const host::stores::AliasChange& wanted) {
+        SQLite::Transaction transaction(*store);
+        host::stores::ChangeAliases(*store, wanted);
+        transaction.commit();
+    };
 
     AliasTable table(*host::stores::ReadAliases());
     const std::string first = "a: bob, x@y.example\nb: a, %staff\nc:\n";
     ASSERT_EQ(Imported(table, first), first);
-    ASSERT_TRUE(host::stores::ChangeAliases(table.Pending()));
+    change(table.Pending());
     AliasTable again(*host::stores::ReadAliases());
     EXPECT_EQ(host::stores::AliasText(again), first);
 
@@ -181,13 +186,14 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     EXPECT_TRUE(again.Rename("c", "A"));
     EXPECT_TRUE(again.Rename("t", "c"));
     EXPECT_TRUE(again.Add("d", {{"dora", 0}}));
-    ASSERT_TRUE(host::stores::ChangeAliases(again.Pending()));
+    change(again.Pending());
     const std::string second = "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n";
     EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
 
     host::stores::AliasChange clash;
-    clash.added = {{90, "new", {}}, {91, "B", {}}};
-    EXPECT_FALSE(host::stores::ChangeAliases(clash));
+    const host::stores::AliasEntry clashing[] = {{90, "new", {}}, {91, "B", {}}};
+    clash.added = {&clashing[0], &clashing[1]};
+    EXPECT_THROW(change(clash), std::exception);
     EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
 }
 
