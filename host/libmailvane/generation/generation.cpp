@@ -8,21 +8,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <sstream>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/system/manifest.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +29,6 @@ namespace host::generation {
 namespace {
 
 const char kPrefix[] = "gen-";
-const char kManifest[] = "manifest";
 const char kSettings[] = "mailvane.conf";
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
@@ -57,14 +54,6 @@ bool CloseFolders(const std::string& generation)
         if (reader != nullptr && chown(path.c_str(), 0, reader->gr_gid) < 0) return false;
     }
     return true;
-}
-
-/// Checksum of a file's bytes, to notice edits by hand; no protection against forgery.
-std::string Checksum(const std::string& bytes)
-{
-    char text[17];
-    std::snprintf(text, sizeof(text), "%016" PRIx64, Fnv64(bytes));
-    return text;
 }
 
 /// Writes a new file without syncing it: `SyncAll` does that for all files at once.
@@ -113,7 +102,7 @@ void KeepEditedFiles(const std::string& name, const Manifest& files)
 
         std::string bytes;
         const std::string path = GenerationDirectory(name) + "/" + relative;
-        if (!ReadFile(path, bytes) || Checksum(bytes) == checksum) continue;
+        if (!ReadFile(path, bytes) || system::Checksum(bytes) == checksum) continue;
 
         std::string flat = name;
         flat.append("-").append(relative);
@@ -179,7 +168,7 @@ void RemoveGeneration(const std::string& name)
 
     std::error_code error;
     // The manifest goes first, so that a killed removal leaves an incomplete generation.
-    fs::remove(GenerationDirectory(name) + "/" + kManifest, error);
+    fs::remove(GenerationDirectory(name) + "/" + system::kManifestName, error);
     fs::remove_all(GenerationDirectory(name), error);
 }
 
@@ -208,13 +197,31 @@ void PruneGenerations(const std::string& keep)
 
 Manifest ReadManifest(const std::string& name)
 {
-    std::string text;
-    Manifest files;
-    if (name.empty() || !ReadFile(GenerationDirectory(name) + "/" + kManifest, text)) return files;
+    return name.empty() ? Manifest() : system::ReadManifest(GenerationDirectory(name));
+}
 
-    std::istringstream lines(text);
-    for (std::string checksum, relative; lines >> checksum >> relative;) files[relative] = checksum;
-    return files;
+Result<void> RepairManifest()
+{
+    const std::string name = CurrentGeneration();
+    if (name.empty() || !ReadManifest(name).empty()) return {};
+
+    const std::string folder = GenerationDirectory(name);
+    std::error_code error;
+    Manifest files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+        const std::string relative = entry.path().lexically_relative(folder).string();
+        std::string bytes;
+        if (!entry.is_regular_file(error) || relative == system::kManifestName) continue;
+        if (!ReadFile(entry.path().string(), bytes)) {
+            return SystemReason(relative, "cannot read " + entry.path().string());
+        }
+        files[relative] = system::Checksum(bytes);
+    }
+    if (files.empty() || !system::WriteManifest(folder, files)) {
+        return SystemReason(name, "cannot make the manifest of " + name);
+    }
+    Log(LOG_NOTICE, "the manifest of %s was made anew from its files", name.c_str());
+    return {};
 }
 
 bool IsGeneration(const std::string& name)
@@ -228,7 +235,11 @@ NextGeneration::NextGeneration() : before_(CurrentGeneration()), beforeFiles_(Re
 {
     name_ = NextName();
     // Without its manifest, no file of the generation in force could be kept.
-    if (!before_.empty() && beforeFiles_.empty()) Fail("read the manifest of", before_);
+    if (!before_.empty() && beforeFiles_.empty()) {
+        Fail(
+            Reason{ReasonCode::kDamaged, before_,
+                   "the manifest of " + before_ + " is damaged; mailvanectl repair makes it anew"});
+    }
     KeepEditedFiles(before_, beforeFiles_);
     if (!MakeDirectories(directory(), 0755)) Fail("make directory", directory());
 }
@@ -350,13 +361,13 @@ void NextGeneration::CompileMaps()
 
 void NextGeneration::WriteManifest()
 {
-    std::string text;
+    Manifest files;
     for (const std::string& relative : files_) {
         std::string bytes;
         if (!ReadFile(PathOf(relative), bytes)) Fail("read back", relative);
-        text.append(Checksum(bytes)).append(" ").append(relative).append("\n");
+        files[relative] = system::Checksum(bytes);
     }
-    if (state_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
+    if (state_ && !system::WriteManifest(directory(), files)) Fail("write", system::kManifestName);
 }
 
 /// Syncs all new files and directories. The first sync takes nearly all of the time.

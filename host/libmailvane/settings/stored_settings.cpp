@@ -3,6 +3,7 @@
 #include "host/libmailvane/settings/stored_settings.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
@@ -10,10 +11,13 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/settings/settings_table.h"
+#include "host/libmailvane/system/manifest.h"
 
 namespace host::settings {
 
 namespace {
+
+using StoredValues = std::unordered_map<std::string, std::string>;
 
 const char kAlwaysBccKey[] = "always_bcc";
 const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
@@ -24,6 +28,27 @@ std::string ReadIfThere(const std::string& path)
     std::string text;
     if (!ReadFile(path, text)) text.clear();
     return text;
+}
+
+/// Fails when a file in a generation is not what was written there and lacks settings: it was cut.
+/// One that was edited by hand has them all, one of an earlier version is as it was written.
+Result<void> CheckThatIsWhole(const std::string& path, const StoredValues& stored)
+{
+    std::error_code error;
+    const auto file = std::filesystem::canonical(path, error);
+    std::string text;
+    if (error || !ReadFile(file.string(), text)) return {};
+    for (const SettingInfo& setting : AllSettings()) {
+        if (stored.count(setting.name) != 0) continue;
+        if (!system::DiffersFromManifest(file.parent_path().string(), file.filename().string(),
+                                         text)) {
+            return {};
+        }
+        return Reason{ReasonCode::kDamaged, path,
+                      path + " is damaged, it lacks " + setting.name +
+                          "; mailvanectl rollback brings the settings of before back"};
+    }
+    return {};
 }
 
 }  // namespace
@@ -45,7 +70,9 @@ Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
 
     StoredSettings settings;
     settings.file_ = std::move(*file);
-    const auto stored = settings.file_.Values();
+    const StoredValues stored = settings.file_.Values();
+    Result<void> whole = CheckThatIsWhole(folder + "/mailvane.conf", stored);
+    if (!whole) return std::move(whole).reason();
     for (const SettingInfo& setting : AllSettings()) {
         const auto value = stored.find(setting.name);
         if (value == stored.end()) continue;
