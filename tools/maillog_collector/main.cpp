@@ -56,7 +56,9 @@ bool Collect(std::string& lastFailure, bool once)
             const bool any = collector.Step();
             lastFailure.clear();
             if (once && !any) return true;
-            if (!any) watch.Wait();
+            if (any) continue;
+            watch.Wait();
+            collector::CheckFile();
         }
         return true;
     } catch (const std::exception& failure) {
