@@ -93,6 +93,15 @@ std::string NextName()
     return name;
 }
 
+/// Makes a path a symbolic link, in one step.
+bool TurnLink(const std::string& path, const std::string& target)
+{
+    const std::string temporary = path + ".new";
+    (void)unlink(temporary.c_str());
+    return symlink(target.c_str(), temporary.c_str()) == 0 &&
+           rename(temporary.c_str(), path.c_str()) == 0;
+}
+
 /// Saves a copy of each file in force that was edited by hand, and logs it.
 void KeepEditedFiles(const std::string& name, const Manifest& files)
 {
@@ -141,25 +150,22 @@ std::vector<std::string> EarlierGenerations()
 
 Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 {
-    const std::string temporary = path + ".new";
-    (void)unlink(temporary.c_str());
-    if (symlink(target.c_str(), temporary.c_str()) == 0 &&
-        rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path)) {
-        return {};
+    std::error_code error;
+    const std::string before = fs::read_symlink(path, error).string();
+    if (TurnLink(path, target) && system::SyncFolderOf(path)) return {};
+
+    Result<void> failed = SystemReason(path, "cannot link " + path + " to " + target);
+    // A link that was turned, but not so that the disk knows, is turned back.
+    if (!before.empty() && fs::read_symlink(path, error) != before && TurnLink(path, before)) {
+        (void)system::SyncFolderOf(path);
     }
-    return SystemReason(path, "cannot link " + path + " to " + target);
+    return failed;
 }
 
 Result<void> Activate(const std::string& name)
 {
-    const std::string link = GeneratedDirectory() + "/current";
-    const std::string before = CurrentGeneration();
-    Result<void> done = ReplaceByLink(link, name).Prefixed("cannot put " + name + " in force: ");
-    // A link that was turned, but not so that the disk knows, is turned back.
-    if (!done && !before.empty() && CurrentGeneration() != before) {
-        (void)Succeeded(ReplaceByLink(link, before));
-    }
-    return done;
+    return ReplaceByLink(GeneratedDirectory() + "/current", name)
+        .Prefixed("cannot put " + name + " in force: ");
 }
 
 void RemoveGeneration(const std::string& name)
