@@ -24,10 +24,6 @@ CHANGING = ("open", "openat", *BY_DESCRIPTOR, *BY_NAME)
 NEEDS_SPACE = {"write", "pwrite64", "ftruncate", "rename", "renameat", "renameat2", "link",
                "linkat", "symlink", "symlinkat", "mkdir", "mkdirat", "fsync", "fdatasync"}
 
-# A call that changes files: which run of which program ("" for the first), and which one of its
-# calls of that name. `user` is the user whose home it lies in, worked on by a child with his rights.
-Site = collections.namedtuple("Site", "program run call number user text")
-
 # How a tool is started while FOLDER is there: each start has a number, and strace's options for it.
 WRAPPER = """
 name=${0##*/} count=1
@@ -40,7 +36,10 @@ exec %(strace)s -qq $options -o %(folder)s/$name.$count.calls "$0.real" "$@"
 """
 
 
-class Site(Site):
+class Site(collections.namedtuple("Site", "program run call number user text")):
+    """A call that changes files: which run of which program ("" for the first one), and which of its
+    calls of that name. `user` is the one in whose home a child works with his rights; or ""."""
+
     def __str__(self):
         return "%s%s %d: %s" % (self.program + " " if self.program else "", self.call, self.number,
                                 self.text[:110])
@@ -55,7 +54,7 @@ class Site(Site):
         return errors + ["SIGKILL"]
 
 
-Run = collections.namedtuple("Run", "killed status output")
+Run = collections.namedtuple("Run", "status output")
 
 
 @contextlib.contextmanager
@@ -93,7 +92,7 @@ def run(arguments, environment=None, data=b"", options=()):
     done = subprocess.run([*traced, program, *arguments[1:]], env=environment, input=data, check=False,
                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                           timeout=harness.PATIENCE)
-    return Run(done.returncode == -9, done.returncode, done.stdout)
+    return Run(done.returncode, done.stdout)
 
 
 def find(arguments, environment, data, user=None):

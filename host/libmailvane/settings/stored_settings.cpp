@@ -19,6 +19,7 @@ namespace {
 
 using StoredValues = std::unordered_map<std::string, std::string>;
 
+const char kEndLine[] = "# all settings are above\n";
 const char kAlwaysBccKey[] = "always_bcc";
 const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
 const char kSmtpPortLoginsKey[] = "smtp_port_logins";
@@ -30,14 +31,14 @@ std::string ReadIfThere(const std::string& path)
     return text;
 }
 
-/// Fails when a file in a generation is not what was written there and lacks settings: it was cut.
-/// One that was edited by hand has them all, one of an earlier version is as it was written.
+/// Fails when a file in a generation was cut: it lacks settings and its last line, and is not what
+/// was written there. One of an earlier version may lack settings and this line, too.
 Result<void> CheckThatIsWhole(const std::string& path, const StoredValues& stored)
 {
     std::error_code error;
     const auto file = std::filesystem::canonical(path, error);
     std::string text;
-    if (error || !ReadFile(file.string(), text)) return {};
+    if (error || !ReadFile(file.string(), text) || text.find(kEndLine) != text.npos) return {};
     for (const SettingInfo& setting : AllSettings()) {
         if (stored.count(setting.name) != 0) continue;
         if (!system::DiffersFromManifest(file.parent_path().string(), file.filename().string(),
@@ -167,7 +168,10 @@ std::string StoredSettings::SettingsText() const
     for (const SettingInfo& setting : AllSettings()) {
         file.Set(setting.name, values_.at(setting.name));
     }
-    return file.Text();
+    std::string text = file.Text();
+    const auto end = text.find(kEndLine);
+    if (end != text.npos) text.erase(end, sizeof(kEndLine) - 1);
+    return text + kEndLine;
 }
 
 std::string StoredSettings::DomainsText() const
