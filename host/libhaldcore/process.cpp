@@ -12,8 +12,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "host/libhaldcore/audit.h"
@@ -23,6 +26,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -94,6 +99,22 @@ ProcessStatus StatusOf(pid_t pid)
     return process;
 }
 
+/// Whether a process runs the program that a pid file is named after, by its own name or by that of
+/// its folder: /run/NAME.pid, /run/NAME/pid, /run/NAME/master.pid.
+bool RunsNamesake(pid_t pid, const std::string& pidFile)
+{
+    std::error_code error;
+    const fs::path file = fs::canonical(pidFile, error);
+    std::string name = file.stem().string();
+    if (name == "pid" || name == "master") name = file.parent_path().filename().string();
+
+    std::string command;
+    if (error || !host::ReadFile("/proc/" + std::to_string(pid) + "/cmdline", command))
+        return false;
+    command.resize(std::min(command.find_first_of(std::string_view(" \0", 2)), command.size()));
+    return fs::path(command).filename().string().rfind(name, 0) == 0;
+}
+
 }  // namespace
 
 int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* arg3,
@@ -140,6 +161,9 @@ int HLIBCProcAliveByPidFile(const char* pidFile)
     if (process.state == '\0' || process.state == 'Z' || process.state == 'X') return 0;
 
     // A process that started after the file was written has only reused the number of the one that
-    // wrote it.
-    return process.started <= Milliseconds(file.st_mtim) + kClockSlack ? 1 : 0;
+    // wrote it; or the clock was set forward since.
+    return process.started <= Milliseconds(file.st_mtim) + kClockSlack ||
+                   RunsNamesake(static_cast<pid_t>(pid), host::Path(pidFile))
+               ? 1
+               : 0;
 }

@@ -50,8 +50,10 @@ Upload::Result Upload::Finish(const char* directory)
     if (directory == nullptr && memory_.size() > kMaxInMemory) return Result::kLarge;
 
     const char* const place = directory != nullptr ? directory : kSpoolDirectory;
-    const bool stored = Store(place) && (spool_ == nullptr || fflush(spool_.get()) == 0);
-    return stored ? Result::kDone : Result::kNoSpace;
+    if (!Store(place)) return Result::kNoSpace;
+    // What a failed flush has lost does not come with another one.
+    broken_ = spool_ != nullptr && fflush(spool_.get()) != 0;
+    return broken_ ? Result::kNoSpace : Result::kDone;
 }
 
 /// Appends the bytes in memory to the spool file.

@@ -18,7 +18,7 @@ world_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
-    slapd nslcd libnss-ldapd fail2ban shfmt
+    slapd nslcd libnss-ldapd fail2ban shfmt strace
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(

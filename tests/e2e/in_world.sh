@@ -1,15 +1,17 @@
 #!/bin/bash
 # Runs one file of end-to-end tests in a private world with the package installed and running:
 #
-#   in_world.sh BUILD FILE.py [TEST]...
+#   in_world.sh BUILD FILE.py [TEST]...    FILE.py lies here, or is a path from here
 #
 # Exit status 77 (skipped) without root. MAILVANE_KEEP_WORLD=yes leaves the world running.
 set -eu
 
 [ "$(id -u)" = 0 ] || { echo "needs root: skipped"; exit 77; }
-top=$(readlink -f "$(dirname "$0")/../..")
+here=$(readlink -f "$(dirname "$0")")
+top=${here%/*/*}
 build=$(readlink -f "$1")
-story=$2
+folder=$(readlink -f "$(dirname "$here/$2")")
+story=$(basename "$2")
 shift 2
 tests=("${@/#/${story%.py}.}")
 [ $# -gt 0 ] || tests=("${story%.py}")
@@ -55,5 +57,5 @@ finish() {
 trap finish EXIT
 trap 'exit 1' TERM INT
 start
-inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$top/tests/e2e" \
+inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$folder:$here" \
     /usr/bin/python3 -m unittest -v "${tests[@]}"

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kMostLinesHeld = 20000;
 constexpr int kRunsBetweenForgetting = 100;
-constexpr std::int64_t kBetweenClosings = 60;  // seconds, while a reader has the month open
+constexpr std::chrono::seconds kBetweenClosings{60};  // while a reader has the month open
 
 constexpr std::int64_t kClocksApart = 86400;  // seconds, of two machines, zones included
 
@@ -64,15 +64,16 @@ void Collector::Store(LogPosition position)
 void Collector::KeepMonth(std::int64_t time, std::size_t start)
 {
     if (nextMonth_ == 0) nextMonth_ = NextMonth(time);
-    const std::int64_t now = std::time(nullptr);
-    if (time < nextMonth_ || now < closingTried_ + kBetweenClosings) return;
+    const Clock::time_point now = Clock::now();
+    if (time < nextMonth_ || (closingTried_ && now < *closingTried_ + kBetweenClosings)) return;
 
     Store(tail_->PositionAt(start));
     correlator_.reset();
     store_.reset();
-    closingTried_ = CloseMonth() ? 0 : now;
+    closingTried_.reset();
+    if (!CloseMonth()) closingTried_ = now;
     Open();
-    if (closingTried_ == 0) nextMonth_ = NextMonth(time);
+    if (!closingTried_) nextMonth_ = NextMonth(time);
 }
 
 /// When a line was written; -1 when that cannot be read. A stamp of the far future, by a wrong

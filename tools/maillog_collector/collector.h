@@ -1,6 +1,7 @@
 // The collector: reads Postfix's log into the mail log's database.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,8 @@ public:
     host::Result<bool> Step();
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void Open();
     bool TakeInNew();
     bool TakeInAll();
@@ -42,7 +45,7 @@ private:
     std::int64_t nextMonth_ = 0;     ///< its first second; 0 while there is no entry
     std::int64_t lastTime_ = 0;      ///< of the last line that was taken in
     std::int64_t skippedUntil_ = 0;  ///< lines of before are in already, or were cleared
-    std::int64_t closingTried_ = 0;
+    std::optional<Clock::time_point> closingTried_;
     int linesHeld_ = 0;  ///< lines read but not yet stored
     int storedRuns_ = 0;
 };

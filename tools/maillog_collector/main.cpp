@@ -53,6 +53,19 @@ void Report(const host::Reason& failure, std::string& lastFailure)
     }
 }
 
+/// Takes in what is new and gives true, or gives false when there was nothing; then, unless this is
+/// to run `once`, waits for a change.
+host::Result<bool> Advance(collector::Collector& collector, collector::LogWatch& watch, bool once)
+{
+    host::Result<bool> any = collector.Step();
+    if (!any || *any || once) return any;
+
+    watch.Wait();
+    host::Result<void> whole = collector::CheckFile();
+    if (!whole) return std::move(whole).reason();
+    return any;
+}
+
 /// Collects until a signal or a failure; false after a failure.
 bool Collect(std::string& lastFailure, bool once)
 {
@@ -60,14 +73,13 @@ bool Collect(std::string& lastFailure, bool once)
     collector::LogWatch watch(LogFolder());
     collector::Collector collector;
     while (ended == 0) {
-        const host::Result<bool> any = collector.Step();
+        const host::Result<bool> any = Advance(collector, watch, once);
         if (!any) {
             Report(any.reason(), lastFailure);
             return false;
         }
         lastFailure.clear();
         if (once && !*any) return true;
-        if (!*any) watch.Wait();
     }
     return true;
 }

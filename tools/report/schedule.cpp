@@ -66,8 +66,11 @@ std::int64_t LatestMoment(const Reporter::Time& time, std::int64_t now)
     return std::mktime(&parts);
 }
 
-std::optional<Period> DuePeriod(const Progress& progress, std::int64_t moment, std::int64_t now)
+std::optional<Period> DuePeriod(const Progress& stored, std::int64_t moment, std::int64_t now)
 {
+    // What was noted while the clock was ahead would keep reports away until then.
+    const bool wasAhead = stored.doneUntil > now + kDay || stored.nextAttempt > now + kLongestPause;
+    const Progress progress = wasAhead ? Progress{moment - kDay, 0, 0} : stored;
     if (moment <= progress.doneUntil || now < progress.nextAttempt) return std::nullopt;
 
     return Period{std::max(progress.doneUntil, moment - 7 * kDay), moment};

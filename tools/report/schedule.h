@@ -26,8 +26,9 @@ host::Result<void> WriteProgress(const Progress& progress);
 std::int64_t LatestMoment(const Reporter::Time& time, std::int64_t now);
 
 /// The period of a report that is due now: from the end of the last one, but a week at most, so
-/// that it covers days whose report could not be sent. Nothing when none is due.
-std::optional<Period> DuePeriod(const Progress& progress, std::int64_t moment, std::int64_t now);
+/// that it covers days whose report could not be sent; the last day when the state is of a clock
+/// that was more than a day ahead. Nothing when none is due.
+std::optional<Period> DuePeriod(const Progress& stored, std::int64_t moment, std::int64_t now);
 
 /// The state after a failed attempt. The next attempt is 5 minutes later, then 10, 20, 40, and 60
 /// from then on.

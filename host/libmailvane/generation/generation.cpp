@@ -8,21 +8,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <sstream>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
+#include "host/libmailvane/system/manifest.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +29,6 @@ namespace host::generation {
 namespace {
 
 const char kPrefix[] = "gen-";
-const char kManifest[] = "manifest";
 const char kSettings[] = "mailvane.conf";
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
@@ -57,14 +54,6 @@ bool CloseFolders(const std::string& generation)
         if (reader != nullptr && chown(path.c_str(), 0, reader->gr_gid) < 0) return false;
     }
     return true;
-}
-
-/// Checksum of a file's bytes, to notice edits by hand; no protection against forgery.
-std::string Checksum(const std::string& bytes)
-{
-    char text[17];
-    std::snprintf(text, sizeof(text), "%016" PRIx64, Fnv64(bytes));
-    return text;
 }
 
 /// Writes a new file without syncing it: `SyncAll` does that for all files at once.
@@ -104,6 +93,15 @@ std::string NextName()
     return name;
 }
 
+/// Makes a path a symbolic link, in one step.
+bool TurnLink(const std::string& path, const std::string& target)
+{
+    const std::string temporary = path + ".new";
+    (void)unlink(temporary.c_str());
+    return symlink(target.c_str(), temporary.c_str()) == 0 &&
+           rename(temporary.c_str(), path.c_str()) == 0;
+}
+
 /// Saves a copy of each file in force that was edited by hand, and logs it.
 void KeepEditedFiles(const std::string& name, const Manifest& files)
 {
@@ -113,7 +111,7 @@ void KeepEditedFiles(const std::string& name, const Manifest& files)
 
         std::string bytes;
         const std::string path = GenerationDirectory(name) + "/" + relative;
-        if (!ReadFile(path, bytes) || Checksum(bytes) == checksum) continue;
+        if (!ReadFile(path, bytes) || system::Checksum(bytes) == checksum) continue;
 
         std::string flat = name;
         flat.append("-").append(relative);
@@ -152,25 +150,22 @@ std::vector<std::string> EarlierGenerations()
 
 Result<void> ReplaceByLink(const std::string& path, const std::string& target)
 {
-    const std::string temporary = path + ".new";
-    (void)unlink(temporary.c_str());
-    if (symlink(target.c_str(), temporary.c_str()) == 0 &&
-        rename(temporary.c_str(), path.c_str()) == 0 && system::SyncFolderOf(path)) {
-        return {};
+    std::error_code error;
+    const std::string before = fs::read_symlink(path, error).string();
+    if (TurnLink(path, target) && system::SyncFolderOf(path)) return {};
+
+    Result<void> failed = SystemReason(path, "cannot link " + path + " to " + target);
+    // A link that was turned, but not so that the disk knows, is turned back.
+    if (!before.empty() && fs::read_symlink(path, error) != before && TurnLink(path, before)) {
+        (void)system::SyncFolderOf(path);
     }
-    return SystemReason(path, "cannot link " + path + " to " + target);
+    return failed;
 }
 
 Result<void> Activate(const std::string& name)
 {
-    const std::string link = GeneratedDirectory() + "/current";
-    const std::string before = CurrentGeneration();
-    Result<void> done = ReplaceByLink(link, name).Prefixed("cannot put " + name + " in force: ");
-    // A link that was turned, but not so that the disk knows, is turned back.
-    if (!done && !before.empty() && CurrentGeneration() != before) {
-        (void)Succeeded(ReplaceByLink(link, before));
-    }
-    return done;
+    return ReplaceByLink(GeneratedDirectory() + "/current", name)
+        .Prefixed("cannot put " + name + " in force: ");
 }
 
 void RemoveGeneration(const std::string& name)
@@ -179,7 +174,7 @@ void RemoveGeneration(const std::string& name)
 
     std::error_code error;
     // The manifest goes first, so that a killed removal leaves an incomplete generation.
-    fs::remove(GenerationDirectory(name) + "/" + kManifest, error);
+    fs::remove(GenerationDirectory(name) + "/" + system::kManifestName, error);
     fs::remove_all(GenerationDirectory(name), error);
 }
 
@@ -208,13 +203,31 @@ void PruneGenerations(const std::string& keep)
 
 Manifest ReadManifest(const std::string& name)
 {
-    std::string text;
-    Manifest files;
-    if (name.empty() || !ReadFile(GenerationDirectory(name) + "/" + kManifest, text)) return files;
+    return name.empty() ? Manifest() : system::ReadManifest(GenerationDirectory(name));
+}
 
-    std::istringstream lines(text);
-    for (std::string checksum, relative; lines >> checksum >> relative;) files[relative] = checksum;
-    return files;
+Result<void> RepairManifest()
+{
+    const std::string name = CurrentGeneration();
+    if (name.empty() || !ReadManifest(name).empty()) return {};
+
+    const std::string folder = GenerationDirectory(name);
+    std::error_code error;
+    Manifest files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+        const std::string relative = entry.path().lexically_relative(folder).string();
+        std::string bytes;
+        if (!entry.is_regular_file(error) || relative == system::kManifestName) continue;
+        if (!ReadFile(entry.path().string(), bytes)) {
+            return SystemReason(relative, "cannot read " + entry.path().string());
+        }
+        files[relative] = system::Checksum(bytes);
+    }
+    if (files.empty() || !system::WriteManifest(folder, files)) {
+        return SystemReason(name, "cannot make the manifest of " + name);
+    }
+    Log(LOG_NOTICE, "the manifest of %s was made anew from its files", name.c_str());
+    return {};
 }
 
 bool IsGeneration(const std::string& name)
@@ -228,7 +241,11 @@ NextGeneration::NextGeneration() : before_(CurrentGeneration()), beforeFiles_(Re
 {
     name_ = NextName();
     // Without its manifest, no file of the generation in force could be kept.
-    if (!before_.empty() && beforeFiles_.empty()) Fail("read the manifest of", before_);
+    if (!before_.empty() && beforeFiles_.empty()) {
+        Fail(
+            Reason{ReasonCode::kDamaged, before_,
+                   "the manifest of " + before_ + " is damaged; mailvanectl repair makes it anew"});
+    }
     KeepEditedFiles(before_, beforeFiles_);
     if (!MakeDirectories(directory(), 0755)) Fail("make directory", directory());
 }
@@ -354,13 +371,13 @@ void NextGeneration::CompileMaps()
 
 void NextGeneration::WriteManifest()
 {
-    std::string text;
+    Manifest files;
     for (const std::string& relative : files_) {
         std::string bytes;
         if (!ReadFile(PathOf(relative), bytes)) Fail("read back", relative);
-        text.append(Checksum(bytes)).append(" ").append(relative).append("\n");
+        files[relative] = system::Checksum(bytes);
     }
-    if (state_ && !ReplaceFile(PathOf(kManifest), text, 0644)) Fail("write", kManifest);
+    if (state_ && !system::WriteManifest(directory(), files)) Fail("write", system::kManifestName);
 }
 
 /// Syncs all new files and directories. The first sync takes nearly all of the time.

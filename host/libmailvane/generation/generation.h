@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/system/manifest.h"
 
 namespace host::generation {
 
@@ -37,11 +38,11 @@ void RemoveGeneration(const std::string& name);
 /// Removes the generations after `name` that were never activated.
 void RemoveGenerationsAfter(const std::string& name);
 
-/// Makes `path` a symbolic link to `target` atomically, replacing a file or link.
+/// Makes `path` a symbolic link to `target` atomically, replacing a file or link. After a failure it
+/// is the link that it was.
 Result<void> ReplaceByLink(const std::string& path, const std::string& target);
 
-/// The files of a generation: path in it, and checksum.
-using Manifest = std::map<std::string, std::string>;
+using system::Manifest;
 
 /// The generation being built for a change. Files with the same bytes as in the generation in force
 /// are shared with it (hard links) and keep their times. The others are dated a minute back, since
@@ -111,6 +112,10 @@ private:
 
 /// The files of a complete generation; empty when it is incomplete or missing.
 Manifest ReadManifest(const std::string& name);
+
+/// Makes the manifest of the generation in force anew from its files where it is missing or
+/// damaged, which keeps every change away. Requires the request lock.
+Result<void> RepairManifest();
 
 /// Whether this is the name of a complete generation.
 bool IsGeneration(const std::string& name);

@@ -285,9 +285,11 @@ Result<void> RepairLists()
     const WriteScope scope;
     if (!scope.ready()) return scope.ready();
 
+    Result<void> repaired = generation::RepairManifest();
+    if (!repaired) return repaired;
     const auto settings = settings::StoredSettings::Read();
     if (!settings) return settings.reason();
-    Result<void> repaired = stores::SwitchDatabases(settings->Account());
+    repaired = stores::SwitchDatabases(settings->Account());
     return repaired ? ApplyLists(AccountLists()) : repaired;
 }
 

@@ -182,14 +182,15 @@ Result<void> RollBackTo(const std::string& name)
 
     const auto stored = settings::StoredSettings::Read();
     auto wanted = settings::StoredSettings::ReadFrom(generation::GenerationDirectory(name));
-    if (!stored) return stored.reason();
     if (!wanted) return std::move(wanted).reason();
-    Result<void> exchanged = ExchangeAlwaysBcc(*stored, *wanted);
+    // Damaged settings are what a rollback is to bring back.
+    Result<void> exchanged;
+    if (Succeeded(stored)) exchanged = ExchangeAlwaysBcc(*stored, *wanted);
     if (!exchanged) return exchanged;
 
     std::list<Callback> steps = ServerSteps();
-    if (daemons::Runs(daemons::kMemcached, *stored) !=
-        daemons::Runs(daemons::kMemcached, *wanted)) {
+    if (!stored || daemons::Runs(daemons::kMemcached, *stored) !=
+                       daemons::Runs(daemons::kMemcached, *wanted)) {
         steps.push_front(MemcachedStep());
     }
     // Who gets the mail of an alias also follows from the settings.

@@ -3,6 +3,7 @@
 #include "host/libmailvane/settings/stored_settings.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
@@ -10,11 +11,15 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/settings/settings_table.h"
+#include "host/libmailvane/system/manifest.h"
 
 namespace host::settings {
 
 namespace {
 
+using StoredValues = std::unordered_map<std::string, std::string>;
+
+const char kEndLine[] = "# all settings are above\n";
 const char kAlwaysBccKey[] = "always_bcc";
 const char kRelayIsVerifiedKey[] = "smtp_relay_verified";
 const char kSmtpPortLoginsKey[] = "smtp_port_logins";
@@ -24,6 +29,27 @@ std::string ReadIfThere(const std::string& path)
     std::string text;
     if (!ReadFile(path, text)) text.clear();
     return text;
+}
+
+/// Fails when a file in a generation was cut: it lacks settings and its last line, and is not what
+/// was written there. One of an earlier version may lack settings and this line, too.
+Result<void> CheckThatIsWhole(const std::string& path, const StoredValues& stored)
+{
+    std::error_code error;
+    const auto file = std::filesystem::canonical(path, error);
+    std::string text;
+    if (error || !ReadFile(file.string(), text) || text.find(kEndLine) != text.npos) return {};
+    for (const SettingInfo& setting : AllSettings()) {
+        if (stored.count(setting.name) != 0) continue;
+        if (!system::DiffersFromManifest(file.parent_path().string(), file.filename().string(),
+                                         text)) {
+            return {};
+        }
+        return Reason{ReasonCode::kDamaged, path,
+                      path + " is damaged, it lacks " + setting.name +
+                          "; mailvanectl rollback brings the settings of before back"};
+    }
+    return {};
 }
 
 }  // namespace
@@ -45,7 +71,9 @@ Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
 
     StoredSettings settings;
     settings.file_ = std::move(*file);
-    const auto stored = settings.file_.Values();
+    const StoredValues stored = settings.file_.Values();
+    Result<void> whole = CheckThatIsWhole(folder + "/mailvane.conf", stored);
+    if (!whole) return std::move(whole).reason();
     for (const SettingInfo& setting : AllSettings()) {
         const auto value = stored.find(setting.name);
         if (value == stored.end()) continue;
@@ -140,7 +168,10 @@ std::string StoredSettings::SettingsText() const
     for (const SettingInfo& setting : AllSettings()) {
         file.Set(setting.name, values_.at(setting.name));
     }
-    return file.Text();
+    std::string text = file.Text();
+    const auto end = text.find(kEndLine);
+    if (end != text.npos) text.erase(end, sizeof(kEndLine) - 1);
+    return text + kEndLine;
 }
 
 std::string StoredSettings::DomainsText() const

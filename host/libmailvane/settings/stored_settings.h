@@ -29,7 +29,7 @@ struct Blocklist {
 class StoredSettings {
 public:
     /// Reads etc/mailvane.conf, etc/domains and etc/dnsbl. A setting that is missing or invalid
-    /// (logged) has its default. Fails when etc/mailvane.conf cannot be read.
+    /// (logged) has its default. Fails when etc/mailvane.conf cannot be read, or was cut.
     static Result<StoredSettings> Read();
 
     /// Reads the three files from another folder.

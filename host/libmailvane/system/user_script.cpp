@@ -2,12 +2,15 @@
 // done in a child with the user's rights.
 #include "host/libmailvane/system/user_script.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <string_view>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
@@ -27,10 +30,34 @@ const char kDovecotFile[] = "etc/generated/current/dovecot/dovecot.conf";
 constexpr std::chrono::seconds kCompilerLimit{20};
 constexpr std::chrono::seconds kChildLimit{25};  // other requests wait 30 seconds for the lock
 
+constexpr std::string_view kNewName = ".mailvane-";
+
 /// A random name in the home directory, at which the user cannot have put a link beforehand.
 std::string NewName()
 {
-    return ".mailvane-" + RandomDigits();
+    return std::string(kNewName) + RandomDigits();
+}
+
+/// Whether a name is one of `NewName`, with an ending: of a script, its binary, or what the
+/// compiler writes first.
+bool IsNewName(std::string_view name)
+{
+    constexpr std::size_t kEnding = kNewName.size() + 16;
+    return name.substr(0, kNewName.size()) == kNewName &&
+           name.find_first_not_of("0123456789abcdef", kNewName.size()) == kEnding &&
+           name.substr(kEnding, 2) == ".s";
+}
+
+/// Removes what a killed change has left. The request lock keeps other changes away.
+void RemoveLeftovers(int home)
+{
+    const int copy = openat(home, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(copy < 0 ? nullptr : fdopendir(copy),
+                                                     &closedir);
+    if (!folder) return;
+    while (const dirent* entry = readdir(folder.get())) {
+        if (IsNewName(entry->d_name)) (void)unlinkat(home, entry->d_name, 0);
+    }
 }
 
 Result<void> WriteNew(int home, const std::string& name, const std::string& text)
@@ -89,6 +116,7 @@ Result<void> Remove(int home)
 Result<void> PutUserScript(const MailAccount& account, const std::string& text)
 {
     return RunAsUser(account, "script", kChildLimit, [&](int home) {
+        RemoveLeftovers(home);
         return text.empty() ? Remove(home) : Replace(account, home, text);
     });
 }

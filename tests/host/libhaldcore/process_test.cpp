@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 
 #include "host/libhaldcore/lock.h"
@@ -71,6 +72,10 @@ TEST_F(Processes, AreAliveByTheirPidFile)
     const timespec before[2] = {{1000000000, 0}, {1000000000, 0}};
     ASSERT_EQ(0, utimensat(AT_FDCWD, (root + "/run/x.pid").c_str(), before, 0));
     EXPECT_EQ(0, HLIBCProcAliveByPidFile("/run/x.pid")) << "the number was given anew";
+    const std::string namesake = std::string("/run/") + program_invocation_short_name + ".pid";
+    Write(namesake, std::to_string(getpid()));
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (root + namesake).c_str(), before, 0));
+    EXPECT_NE(0, HLIBCProcAliveByPidFile(namesake.c_str())) << "the clock was set forward";
     for (const char* text : {"", "x", "0", "-1", "999999999", "99999999999999999999"}) {
         EXPECT_FALSE(Alive(text)) << text;
     }

@@ -76,4 +76,4 @@ def _changed_files(before: str, after: str) -> list[str]:
 
 def _manifest(name: str) -> dict[str, str]:
     pairs = (line.partition(" ") for line in lines_of(folder_of(name) + "/manifest"))
-    return {file: checksum for checksum, _, file in pairs}
+    return {file: checksum for checksum, _, file in pairs if checksum != "files"}

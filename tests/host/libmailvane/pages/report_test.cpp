@@ -119,6 +119,8 @@ TEST_F(ReportTest, IsDueOnceADayAndTriedAgainAfterLongerAndLongerPauses)
         {{kNoon - kDay, kNoon + 11, 2}, 0},
         {{kNoon - 2 * kDay, kNoon + 10, 2}, kNoon - 2 * kDay},
         {{0, 0, 0}, kNoon - 7 * kDay},
+        {{kNoon + 400 * kDay, 0, 0}, kNoon - kDay},  // of a clock that was ahead
+        {{kNoon - 2 * kDay, kNoon + 2 * 3600, 1}, kNoon - kDay},
     };
     for (const auto& [progress, begin] : rows) {
         const auto period = report::DuePeriod(progress, kNoon, kNoon + 10);

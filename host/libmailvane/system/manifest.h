@@ -1,0 +1,27 @@
+// Manifests: the file `manifest` of a folder names its files, with a checksum of each.
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace host::system {
+
+constexpr char kManifestName[] = "manifest";
+
+/// The files of a folder: path in it, and checksum.
+using Manifest = std::map<std::string, std::string>;
+
+/// Checksum of a file's bytes, to notice damage and edits by hand; no protection against forgery.
+std::string Checksum(const std::string& bytes);
+
+/// The manifest of a folder; empty when there is none or it was cut.
+Manifest ReadManifest(const std::string& folder);
+
+/// Writes the manifest of a folder. False, with errno, on failure.
+bool WriteManifest(const std::string& folder, const Manifest& files);
+
+/// Whether the folder's manifest has another checksum of a file than these bytes.
+bool DiffersFromManifest(const std::string& folder, const std::string& name,
+                         const std::string& bytes);
+
+}  // namespace host::system
