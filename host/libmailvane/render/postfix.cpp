@@ -220,6 +220,10 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
     main.AddTyped("relayhost", relay);
     main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
+    // On this port TLS begins with the first byte.
+    constexpr int kTlsPort = 465;
+    main.Add("smtp_tls_wrappermode",
+             YesNo(mustEncrypt && settings.Int("smtp_relay_port") == kTlsPort));
     // Who has the name of the relay host is for the authorities of the distribution to say.
     main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
