@@ -6,7 +6,6 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/render/attachment_checks.h"
-#include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/save/rebuild_lists.h"
 #include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/stores/attachment_types.h"
@@ -87,7 +86,5 @@ int AttachmentFilter::Add(const std::list<std::string>& types)
 
 int AttachmentFilter::GenerateConfig()
 {
-    // The scanner refuses the same types inside archives.
-    return host::Status(
-        host::save::RebuildLists({host::render::AttachmentFiles, host::render::BannedTypeFiles}));
+    return host::Status(host::save::RebuildLists({host::render::AttachmentFiles}));
 }

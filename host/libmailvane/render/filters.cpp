@@ -210,7 +210,9 @@ std::string FilterServices(const settings::StoredSettings& settings)
            "  user=policyd-spf argv=" + PackagePath("target/bin/hald_own_senders") +
            "\nfrom-check" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_from_check") + " " +
-           OwnAddresses(' ') + "\nrate-policy" + kService +
+           OwnAddresses(' ') + "\nattachment-names" + kService +
+           "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_attachment_names") +
+           "\nrate-policy" + kService +
            "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_rate_policy") + " " +
            InForce(generation::kQuotaFile) + " " + std::string(daemons::kMemcached.socket) + " " +
            std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";

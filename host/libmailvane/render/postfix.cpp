@@ -9,6 +9,7 @@
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/render/alias_expansion.h"
+#include "host/libmailvane/render/attachment_checks.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/settings/derived_settings.h"
@@ -167,7 +168,7 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     // The maps hold aliases already expanded; the limit must allow for the largest.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
-    main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
+    main.Add("mime_header_checks", kAttachmentChecks);
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
@@ -369,7 +370,8 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // Mail is accepted when a policy program fails, so that a fault there does not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    for (const char* service : {"policyd-spf", "own-senders", "from-check", "rate-policy"}) {
+    for (const char* service :
+         {"policyd-spf", "own-senders", "from-check", "attachment-names", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
     }
 }

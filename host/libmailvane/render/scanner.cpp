@@ -5,7 +5,6 @@
 
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/settings/derived_settings.h"
-#include "host/libmailvane/stores/attachment_types.h"
 #include "host/libmailvane/system/database.h"
 
 namespace host::render {
@@ -97,19 +96,26 @@ $per_recip_blacklist_sender_lookup_tables = $table->('black_recipients', { '.' =
     [ $list->('white_clients') ] => 'WHITE', [ $list->('black_clients') ] => 'BLACK');
 $policy_bank{'WHITE'} = { bypass_spam_checks_maps => [1] };
 $policy_bank{'BLACK'} = { blacklist_sender_maps => [1] };
-my @banned = map { m{/} ? qr{^\Q$_\E$}i : qr{\.\Q$_\E$}i } $list->('banned_types');
+# What follows the type is lost where the name becomes that of a file.
+my $end = qr{(?:[\x00-\x20.]|\xc2?\xa0)*\z};
+my @banned = map { qr{\.\Q$_\E$end}i } $list->('banned_types');
 )";
 
 /// Patterns of executable attachments: by name, by declared type and by content, also in archives.
 const char kDangerousContent[] = R"(push @banned,
-    qr'\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$'i,
-    qr'\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$'i,
+    qr{\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$end}i,
+    qr{\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$end}i,
     qr'^application/(x-msdownload|x-msdos-program|hta)$'i,
     qr'^message/(partial|external-body)$'i,
     qr'^\.(exe-ms)$';
 )";
 
-const char kScannerEnd[] = R"(@bypass_banned_checks_maps = (@banned ? 0 : 1);
+/// What is packed so that nobody here can look into it. Encrypted mail is none of it.
+const char kClosedArchives[] = R"($banned_namepath_re = new_RE(
+    qr'(?#closed archive)^(?![^\n]*\t(M=[^\t\n]*encrypted|T=pgp))[^\n]*\tA=[CU](\t|$)'mi);
+)";
+
+const char kScannerEnd[] = R"(@bypass_banned_checks_maps = (@banned || $banned_namepath_re ? 0 : 1);
 $banned_filename_re = new_RE(@banned);
 1;
 )";
@@ -265,17 +271,7 @@ std::string UpdaterText(const std::string& fragment)
 
 }  // namespace
 
-Result<std::vector<generation::ListFile>> BannedTypeFiles()
-{
-    Result<std::vector<std::string>> types = stores::AttachmentTypes();
-    if (!types) return std::move(types).reason();
-
-    std::string text;
-    for (const std::string& type : *types) text += type + "\n";
-    return std::vector<generation::ListFile>{{kBannedTypes, text, false}};
-}
-
-std::string RenderScanner(const settings::StoredSettings& settings)
+std::string RenderScanner(const settings::StoredSettings& settings, const RenderContext& context)
 {
     std::string text = kHeader;
     text += "use strict;\nmy $lists = " + PerlText(InForce("amavis")) + ";\n";
@@ -290,26 +286,14 @@ std::string RenderScanner(const settings::StoredSettings& settings)
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
     text += DoorsText() + kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
+    if (context.refusesClosedArchives) text += kClosedArchives;
     return text + kScannerEnd;
-}
-
-void PutBannedTypes(generation::NextGeneration& next)
-{
-    Result<std::vector<generation::ListFile>> files =
-        BannedTypeFiles().Prefixed("attachment types: ");
-    if (!files) {
-        next.Fail(std::move(files).reason().Causing(kBannedTypes,
-                                                    std::string("cannot make ") + kBannedTypes));
-        return;
-    }
-    for (const generation::ListFile& file : *files) next.Put(file.name, file.text, 0644);
 }
 
 void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context)
 {
-    next.Put(kScannerFile, RenderScanner(settings), 0644);
-    PutBannedTypes(next);
+    next.Put(kScannerFile, RenderScanner(settings, context), 0644);
     next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
     next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
     if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);

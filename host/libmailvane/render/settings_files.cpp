@@ -6,6 +6,7 @@
 #include "host/libmailvane/render/postfix.h"
 
 #include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/render/attachment_checks.h"
 #include "host/libmailvane/render/certificate.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
@@ -30,7 +31,7 @@ const char* const kListMaps[] = {"aliases",
 
 /// Tables and files filled by lists and not compiled; likewise.
 const char* const kListFiles[] = {generation::kQuotaFile, generation::kClientNetworksFile,
-                                  generation::kBlackClientsFile, generation::kAttachmentChecksFile};
+                                  generation::kBlackClientsFile};
 
 }  // namespace
 
@@ -52,6 +53,7 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
     PutFilterFiles(next, settings, context);
     PutScannerFiles(next, settings, context);
+    PutAttachmentFiles(next);
     for (const char* map : kListMaps) {
         if (!next.Has(std::string("postfix/maps/") + map)) next.PutMap(map, "");
     }

@@ -232,7 +232,6 @@ Result<void> BringStoredDataInLine()
 
     std::vector<ListFileMaker> lists = AccountLists();
     lists.emplace_back(render::AttachmentFiles);
-    lists.emplace_back(render::BannedTypeFiles);
     done = RebuildLists(lists);
     return done && ExchangeIsUnderWay() ? FollowAllPersonalSettings() : done;
 }
