@@ -60,7 +60,6 @@ std::vector<generation::ListFile> FilesOf(SQLite::Database& store)
     return {{"black_senders", names::NamesText(senders, Answer)},
             {"black_recipients", names::NamesText(recipients, Answer)},
             {generation::kBlackClientsFile, ClientsText(clients), false},
-            ScannerFile("black_senders", senders, BLACK_LIST),
             ScannerFile("white_senders", senders, WHITE_LIST),
             ScannerFile("black_recipients", recipients, BLACK_LIST),
             ScannerFile("white_recipients", recipients, WHITE_LIST),

@@ -23,6 +23,7 @@ $ENV{PATH} = $path = '/usr/sbin:/usr/bin:/sbin:/bin';
 $lock_file = '/run/mailvane/amavis/lock';
 $unix_socket_mode = 0600;
 $inet_socket_port = undef;
+$recipient_delimiter = '+';
 $interface_policy{'SOCK'} = 'MILTER';
 $policy_bank{'MILTER'} = { protocol => 'AM.PDP', auth_required_release => 0 };
 $release_method = $forward_method = $notify_method =
@@ -85,9 +86,7 @@ my $table = sub {
     my ($file, $listed, $excepted) = @_;
     return { map { my $not = s/^!//; lc($_) => $not ? $excepted : $listed } $list->($file) };
 };
-@whitelist_sender_maps = ($table->('white_senders', 1, 0));
-@blacklist_sender_maps = ($table->('black_senders', 1, 0));
-@score_sender_maps = ();
+@whitelist_sender_maps = @blacklist_sender_maps = @score_sender_maps = ();
 unshift @bypass_spam_checks_maps, $table->('white_recipients', 1, 0)
     unless $bypass_spam_checks_maps[0];
 $per_recip_whitelist_sender_lookup_tables = {};
@@ -96,6 +95,42 @@ $per_recip_blacklist_sender_lookup_tables = $table->('black_recipients', { '.' =
     [ $list->('white_clients') ] => 'WHITE', [ $list->('black_clients') ] => 'BLACK');
 $policy_bank{'WHITE'} = { bypass_spam_checks_maps => [1] };
 $policy_bank{'BLACK'} = { blacklist_sender_maps => [1] };
+
+# The scanner's own lists look at the senders of the header, too. These are for that of the envelope,
+# as the mail server's are.
+my $white_senders = $table->('white_senders', 1, 0);
+{
+    package Amavis::Custom;
+    no warnings 'redefine';
+
+    sub new {
+        my ($class, $connection, $message) = @_;
+        my ($white) = Amavis::Lookup::lookup2(0, $message->sender, [$white_senders]);
+        if ($white) { $_->recip_whitelisted_sender(1) for @{$message->per_recip_data} }
+        return bless {}, $class;
+    }
+
+    # What the DMARC policy of the sender's domain wants set aside has the score of tagged spam.
+    sub checks {
+        my ($self, $connection, $message) = @_;
+        my $quarantines = qr{^\s*\Q$Amavis::Conf::myhostname\E;\s*dmarc=fail \(p=\w+ dis=quarantine\)};
+        my ($number, $found) = (0, 0);
+        while (defined(my $result =
+            $message->get_header_field_body('authentication-results', $number++))) {
+            $found = 1 if $result =~ $quarantines;
+        }
+        return if !$found;
+        my $least = $Amavis::Conf::sa_tag2_level_deflt;
+        for my $recipient (@{$message->per_recip_data}) {
+            my $score = $recipient->spam_level || 0;
+            next if $recipient->bypass_spam_checks || $score >= $least;
+            my $test = sprintf('DMARC_QUARANTINE=%.3f', $least - $score);
+            $recipient->spam_level($least);
+            $recipient->spam_tests([@{$recipient->spam_tests || []}, \$test]);
+        }
+    }
+}
+
 # What follows the type is lost where the name becomes that of a file.
 my $end = qr{(?:[\x00-\x20.]|\xc2?\xa0)*\z};
 my @banned = map { qr{\.\Q$_\E$end}i } $list->('banned_types');
