@@ -76,6 +76,7 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     };
     context.provesOwnSenders = says("MAILVANE_OWN_SENDERS", "proven");
     context.refusesClosedArchives = says("MAILVANE_CLOSED_ARCHIVES", "refuse");
+    context.asksNetwork = says("MAILVANE_SPAM_NETWORK", "yes") && !context.nameServers.empty();
     return context;
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/render/spam_filter.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/system/database.h"
 
@@ -55,10 +56,10 @@ $clean_quarantine_method = $unchecked_quarantine_method = undef;
 @bypass_header_checks_maps = (1);
 $QUARANTINEDIR = '/var/lib/mailvane/quarantine';
 
-# Scores: every mail of ours shows its own. Rules that ask the net are not used.
+# Scores: every mail of ours shows its own, by the rules that were fetched or by the distribution's.
 $sa_tag_level_deflt = -999;
 $sa_dsn_cutoff_level = 0;
-$sa_local_tests_only = 1;
+$sa_configpath = $rules if -d $rules;
 $sa_mail_body_size_limit = 400*1024;
 $sa_userprefs_file = '/dev/null';
 
@@ -155,13 +156,6 @@ $banned_filename_re = new_RE(@banned);
 1;
 )";
 
-/// The plugins of SpamAssassin that are loaded: those that score a message by its own content.
-const char* const kPlugins[] = {
-    "AutoLearnThreshold", "Bayes",       "BodyEval",      "Check",     "DNSEval",  "FreeMail",
-    "HTMLEval",           "HeaderEval",  "HTTPSMismatch", "ImageInfo", "MIMEEval", "MIMEHeader",
-    "RelayEval",          "ReplaceTags", "URIDetail",     "URIEval",   "VBounce",  "WLBLEval",
-    "WelcomeListSubject"};
-
 std::string InForce(const std::string& relative)
 {
     return generation::GeneratedDirectory() + "/current/" + relative;
@@ -241,27 +235,6 @@ std::string LocalDomains(const settings::StoredSettings& settings)
     return Assign("@local_domains_maps", "([" + domains + "])");
 }
 
-std::string SpamAssassinPlugins()
-{
-    std::string text = kHeader;
-    text += "enable_compat welcomelist_blocklist\n";
-    for (const char* plugin : kPlugins) {
-        text += std::string("loadplugin Mail::SpamAssassin::Plugin::") + plugin + "\n";
-    }
-    return text;
-}
-
-std::string SpamAssassinSettings(const settings::StoredSettings& settings)
-{
-    const char* const learns = settings.Bool("spam_bayes") ? "1" : "0";
-    std::string text = kHeader;
-    text += std::string("use_bayes ") + learns + "\n";
-    text += std::string("bayes_auto_learn ") + learns + "\n";
-    text += "bayes_path /var/lib/amavis/.spamassassin/bayes\n";
-    text += "include " + InForce(kSpamRules) + "\n";
-    return text;
-}
-
 /// How many megabytes of a message, unpacked, are scanned: twice the largest message accepted.
 int ScannedMegabytes(const settings::StoredSettings& settings)
 {
@@ -318,6 +291,8 @@ std::string RenderScanner(const settings::StoredSettings& settings, const Render
     text += Assign("$sa_siteconfigpath", PerlText(InForce("amavis/spamassassin")));
     text += Assign("$MAX_EXPANSION_QUOTA",
                    std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
+    text += "my $rules = " + PerlText(kFetchedRules) + ";\n";
+    text += Assign("$sa_local_tests_only", context.asksNetwork ? "0" : "1");
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
     text += DoorsText() + kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
@@ -329,9 +304,7 @@ void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSet
                      const RenderContext& context)
 {
     next.Put(kScannerFile, RenderScanner(settings, context), 0644);
-    next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
-    next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
-    if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
+    PutSpamFilterFiles(next, settings, context);
     next.Put("clamav/clamd.conf", EngineText(settings), 0644);
     next.Put("clamav/freshclam.conf", UpdaterText(context.updaterFragment), 0644);
 }
