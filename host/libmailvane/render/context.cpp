@@ -76,6 +76,8 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     };
     context.provesOwnSenders = says("MAILVANE_OWN_SENDERS", "proven");
     context.refusesClosedArchives = says("MAILVANE_CLOSED_ARCHIVES", "refuse");
+    context.filesJunk = says("MAILVANE_JUNK_FOLDER", "yes");
+    context.learnsFromMoves = says("MAILVANE_LEARN_FROM_MOVES", "yes");
     context.asksNetwork = says("MAILVANE_SPAM_NETWORK", "yes") && !context.nameServers.empty();
     return context;
 }
