@@ -24,6 +24,7 @@ QUARANTINE = "/var/lib/mailvane/quarantine"
 POSTFIX_FRAGMENT = ETC + "/local.d/main.cf"
 RELEASE = "/usr/sbin/amavisd-release"
 FRESHCLAM = "/usr/bin/freshclam"
+DEFAULTS = "/etc/default/mailvane"
 UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
 SWITCHES = ("anti_virus_enable", "spam_enable", "enable_dangerous_content_scan")
 OTHERS = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
@@ -44,13 +45,22 @@ def zipped(name, data):
     return archive.getvalue()
 
 
+def closed(archive):
+    """An archive whose only member calls itself encrypted."""
+    data = bytearray(archive)
+    data[6] |= 1
+    data[data.rfind(b"PK\1\2") + 8] |= 1
+    return bytes(data)
+
+
 MESSAGES = {
     "clean": ("Nothing special.", None, None),
     "spam": (GTUBE, None, None),
     "zebra": ("A zebra.", None, None),
     "virus": ("Look at this.", "eicar.txt", EICAR.encode()),
     "program": ("Run this.", "setup.exe", b"not really"),
-    "archive": ("Run this.", "docs.zip", zipped("run.exe", b"not really")),
+    "archive": ("Run this.", "docs.zip", zipped("run.exe. .", b"not really")),
+    "closed": ("Run this.", "docs.zip", closed(zipped("run.txt", b"not really"))),
 }
 
 
@@ -122,7 +132,7 @@ class Scanner(harness.Story):
 
     def assert_codes(self, **refused):
         """All messages are taken but for these."""
-        for kind in ("clean", "spam", "virus", "program", "archive"):
+        for kind in ("clean", "spam", "virus", "program", "archive", "closed"):
             self.assertEqual(verdict(kind)[0], refused.get(kind, 250), kind)
 
 
@@ -183,7 +193,14 @@ class Spam(Scanner):
         self.addCleanup(os.unlink, ETC + "/attachment_types")
         write(ETC + "/attachment_types", "exe\n(.*\n")
         self.secure(spam_enable=True)
-        self.assert_codes(spam=554, program=554, archive=554)
+        self.assert_codes(spam=554, program=550, archive=554)
+
+    def test_archives_that_nobody_can_look_into(self):
+        stored = contents(DEFAULTS)
+        self.addCleanup(write, DEFAULTS, stored)
+        write(DEFAULTS, stored.replace("CLOSED_ARCHIVES=pass", "CLOSED_ARCHIVES=refuse"))
+        self.secure(spam_enable=True)
+        self.assert_codes(spam=554, closed=554)
 
     def test_the_quarantine_is_bounded(self):
         run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)

@@ -309,15 +309,35 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
     DateBack(PathOf(relative));
 }
 
+void NextGeneration::PutSource(const std::string& source, const std::string& text,
+                               Compilation compilation)
+{
+    Put(source, text, compilation.mode);
+    if (changed_.count(source) == 0 && beforeFiles_.count(compilation.result) != 0) {
+        Keep(compilation.result);
+    } else {
+        uncompiled_[source] = std::move(compilation);
+    }
+}
+
 void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
 {
     const std::string source = ListFile{name, "", true}.Path();
-    Put(source, text, mode);
-    if (changed_.count(source) == 0 && beforeFiles_.count(source + ".cdb") != 0) {
-        Keep(source + ".cdb");
-    } else {
-        uncompiled_[source] = mode;
-    }
+    PutSource(source, text,
+              {source + ".cdb",
+               mode,
+               {programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)}});
+}
+
+void NextGeneration::PutScript(const std::string& relative, const std::string& text)
+{
+    const std::string compiled = fs::path(relative).replace_extension(".svbin");
+    PutSource(
+        relative, text,
+        {compiled,
+         0644,
+         {programs::kSievec, "-c", "/dev/null", "-P", "sieve_imapsieve", "-P", "sieve_extprograms",
+          "-x", "+imapsieve +vnd.dovecot.pipe", PathOf(relative), PathOf(compiled)}});
 }
 
 void NextGeneration::Put(const ListFile& file)
@@ -341,28 +361,26 @@ void NextGeneration::Keep(const std::string& relative)
 void NextGeneration::KeepRest()
 {
     std::set<std::string> renewed;
-    for (const auto& [source, mode] : uncompiled_) renewed.insert(source + ".cdb");
+    for (const auto& [source, compilation] : uncompiled_) renewed.insert(compilation.result);
     for (const auto& [relative, checksum] : beforeFiles_) {
         if (renewed.count(relative) == 0) Keep(relative);
     }
 }
 
-void NextGeneration::CompileMaps()
+void NextGeneration::Compile()
 {
     std::vector<std::vector<std::string>> programs;
-    for (const auto& [source, mode] : uncompiled_) {
-        programs.push_back({programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
-    }
+    for (const auto& [source, compilation] : uncompiled_) programs.push_back(compilation.command);
     const std::vector<ProgramResult> results = RunPrograms(programs);
     auto result = results.begin();
-    for (const auto& [source, mode] : uncompiled_) {
-        const std::string compiled = source + ".cdb";
+    for (const auto& [source, compilation] : uncompiled_) {
+        const std::string& compiled = compilation.result;
         if (!result->Succeeded()) {
             Reason reason = result->done.reason();
             Fail(std::move(reason).Causing(source, "cannot compile " + source));
         }
         ++result;
-        (void)chmod(PathOf(compiled).c_str(), mode);
+        (void)chmod(PathOf(compiled).c_str(), compilation.mode);
         DateBack(PathOf(compiled));
         files_.insert(compiled);
         changed_.insert(compiled);
@@ -396,7 +414,7 @@ void NextGeneration::SyncAll()
 Result<void> NextGeneration::Complete()
 {
     KeepRest();
-    if (state_) CompileMaps();
+    if (state_) Compile();
     if (state_ && !CloseFolders(directory())) Fail("close folders of", name_);
     if (state_) SyncAll();
     if (state_) WriteManifest();
