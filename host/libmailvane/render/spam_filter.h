@@ -7,7 +7,7 @@
 
 namespace host::render {
 
-/// The rules that were fetched last, for whatever filter; those of the distribution lie in the other.
+/// The rules that were fetched last, and those of the distribution.
 constexpr char kFetchedRules[] = "/var/lib/mailvane/spam_rules/in_force";
 constexpr char kShippedRules[] = "/usr/share/spamassassin";
 
