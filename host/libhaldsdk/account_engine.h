@@ -63,6 +63,9 @@ std::unique_ptr<AccountEngine> NameServiceModule(const std::string& service);
 /// platform/hlib/accounts.h. Null, with errno set, when nsswitch.conf has none.
 std::unique_ptr<AccountEngine> EngineOf(int source);
 
+/// Whether nsswitch.conf has a source, or it is the local files.
+bool IsNamedSource(int source);
+
 /// The engines in nsswitch.conf other than the local files.
 std::vector<std::unique_ptr<AccountEngine>> RemoteEngines();
 

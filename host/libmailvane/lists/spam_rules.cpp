@@ -14,6 +14,7 @@
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/names/spam_rule_text.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/spam_rule_lint.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -69,18 +70,6 @@ std::string TextOf(const RuleSets& sets)
     return text;
 }
 
-/// Activates the rule sets and restarts the scanner, which reads them at its start.
-Result<void> ActivateRules(const RuleSets& sets)
-{
-    generation::NextGeneration next;
-    next.Put(render::kSpamRules, TextOf(sets), 0644);
-    const std::string replaced = generation::CurrentGeneration();
-    Result<void> done = next.Complete();
-    if (done) done = next.Commit();
-    if (done) generation::PruneGenerations(replaced);
-    return done;
-}
-
 std::string Sentence(const std::string& name, const char* end)
 {
     return "the rule set '" + name.substr(0, kLongestToldName) + "' " + end;
@@ -111,13 +100,13 @@ Result<void> Enable(const std::string& name)
     inForce = *rules;
     Result<void> taken = save::SpamFilterTakes(TextOf(sets));
     if (!taken) return Refused(name, std::move(taken).reason());
-    return ActivateRules(sets);
+    return save::ApplySpamRules(TextOf(sets));
 }
 
 Result<void> Disable(const std::string& name)
 {
     RuleSets sets = EnabledSets();
-    if (sets.erase(name) != 0) return ActivateRules(sets);
+    if (sets.erase(name) != 0) return save::ApplySpamRules(TextOf(sets));
 
     if (HasFile(name)) return {};
     return NotThere(name);
