@@ -179,9 +179,9 @@ class Spam(Scanner):
         self.assertIn("required=7", mail)
 
     def test_refused_attachment_types_are_read(self):
-        self.addCleanup(render)
-        self.addCleanup(os.unlink, ETC + "/attachment_types")
-        write(ETC + "/attachment_types", "exe\n(.*\n")
+        write(ETC + "/attachment_types", "(.*\n")  # as nobody but a hand would
+        self.change("set_attachment_filter", add_list=["exe"])
+        self.addCleanup(self.change, "set_attachment_filter", modified_list=["exe"])
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=554, archive=554)
 

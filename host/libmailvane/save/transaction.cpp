@@ -140,7 +140,7 @@ bool KernelHasChanged()
 Result<void> Stage(generation::NextGeneration& next, const settings::StoredSettings& wanted,
                    const SaveExtent& extent)
 {
-    const auto lists = StoredListFiles(extent.lists, wanted);
+    const auto lists = StoredListFiles(extent.lists, wanted, extent.silence);
     if (!lists) return lists.reason();
     for (const auto* files : {&extent.files, &*lists}) {
         for (const generation::ListFile& file : *files) next.Put(file);
@@ -184,6 +184,7 @@ Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Ca
 
     SaveExtent whole = extent;
     if (whole.lists.size() < AccountLists().size()) whole.lists = AccountLists();
+    whole.silence = render::Silence::kWaits;
     Result<void> done = SwitchAccounts(wanted);
     if (done) done = Save(wanted, steps, whole, generation::kAccountSwitch);
     // A save that came as far as its commit has done this already, or left it to the next writer.
