@@ -25,8 +25,8 @@ Result<void> HealAccountData(const settings::AccountCombination& stored);
 /// parked an empty one is made. Damaged files are set aside.
 Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
 
-/// Puts databases from a folder in the place of those of the `stored` combination that are lost; the
-/// others stay. Damaged files are set aside. Requires the request lock.
+/// Puts databases from a folder in the place of those of the `stored` combination that are lost;
+/// the others stay. Damaged files are set aside. Requires the request lock.
 Result<void> BringBack(const std::string& folder, const settings::AccountCombination& stored);
 
 /// Fails when a database of the `stored` combination is missing or damaged. Reads them whole.
