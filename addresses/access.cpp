@@ -13,7 +13,7 @@
 
 namespace {
 
-/// The names of the members by which a request identifies an entry.
+/// The JSON members that identify an entry; an edit has them twice, for the old and the new one.
 struct EntryMembers {
     const char* name;
     const char* type;
@@ -23,7 +23,7 @@ constexpr EntryMembers kWanted = {"name", "accessType", "nameType"};
 constexpr EntryMembers kOriginal = {"orgName", "orgAccessType", "orgNameType"};
 constexpr EntryMembers kListed = {"name", "type", "nameType"};
 
-/// The entry that a request names, without its permission.
+/// Reads what identifies an entry from a request; whether it permits or refuses is left out.
 AccessInfo Entry(const Json::Value& in, const EntryMembers& members)
 {
     AccessInfo entry;
@@ -34,7 +34,7 @@ AccessInfo Entry(const Json::Value& in, const EntryMembers& members)
     return entry;
 }
 
-/// The instance is the caller's.
+/// The list; the caller deletes it. Null, with the failure logged, when it cannot be opened.
 Access* GetAccess()
 {
     Access* access = Access::getInstance();

@@ -15,7 +15,7 @@ struct FreeUser {
     void operator()(HALDUser* user) const { HALDUserFree(user); }
 };
 
-/// No blanks and nothing beyond ASCII.
+/// Whether a name can stand before an @: it has no blanks and is plain ASCII.
 bool CanBeAddress(std::string_view name)
 {
     return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) {

@@ -18,12 +18,12 @@
 
 namespace {
 
-/// The kinds of candidates are types of members.
+/// What to list; the numbers are those of the types of members.
 enum Kind { kUser = 0, kGroup = 1, kAlias = 2 };
 
 struct Request {
     bool editing;
-    std::string alias;  ///< the one that is edited
+    std::string alias;  ///< name of the alias that is edited
     std::string query;
     ListWindow window;
     Kind kind;
@@ -36,7 +36,7 @@ Kind KindOf(const char* filter)
     return kUser;
 }
 
-/// Where users and groups come from.
+/// The account source that users and groups are listed from: local, LDAP or a Windows domain.
 struct Source {
     explicit Source(Postfix& settings)
     {
@@ -97,7 +97,7 @@ bool GatherKind(const Request& request, const Source& source, StringList& names)
     }
 }
 
-/// The candidates that match and stand in the window; their number without it.
+/// Puts the matches that the page shows into `page`; returns the number of all matches.
 int FillPage(const Request& request, const StringList& names, StringList& page)
 {
     int matches = 0;
@@ -113,7 +113,7 @@ int FillPage(const Request& request, const StringList& names, StringList& page)
     return matches;
 }
 
-/// Gathers the candidates and pages them. False after a failure.
+/// Lists the candidates of the kind asked for, one page of them. False, logged, on failure.
 bool FindCandidates(const Request& request, StringList& page, int& total)
 {
     Postfix settings;
@@ -130,7 +130,7 @@ bool FindCandidates(const Request& request, StringList& page, int& total)
     return true;
 }
 
-/// The members of the alias that are of the kind asked for.
+/// The present members of the edited alias that are of the kind asked for.
 class JoinedNames {
 public:
     JoinedNames() = default;
@@ -138,7 +138,7 @@ public:
     JoinedNames(const JoinedNames&) = delete;
     JoinedNames& operator=(const JoinedNames&) = delete;
 
-    /// Reads them, and how many members of any kind there are. False, logged, on failure.
+    /// Reads them, and counts the members of all kinds. False, logged, on failure.
     bool Load(const Request& request)
     {
         names_ = HLIBCSzHashAlloc(kCapacity);
@@ -162,13 +162,13 @@ public:
 
     int Count() const { return count_; }
 
-    /// Takes one name out; whether it was there.
+    /// Removes a name; true when it was a member.
     bool Take(const char* name)
     {
         return names_ != nullptr && HLIBCSzHashRemoveKey(names_, name) >= 0;
     }
 
-    /// The name after `previous`, the first one for null; null at the end.
+    /// Iterates: the name after `previous`, the first for null; null after the last.
     const char* Next(const char* previous) const
     {
         return names_ == nullptr ? nullptr : HLIBCSzHashEnumKey(names_, previous);
@@ -201,7 +201,7 @@ int StatusOf(Kind kind, const char* name)
     return kind == kGroup ? GroupStatus(name) : UserStatus(name);
 }
 
-/// The page, then the members that are not on it.
+/// The rows of the answer: the candidates of the page, then all members that are not among them.
 Json::Value Items(const Request& request, const StringList& page, JoinedNames& joined)
 {
     Json::Value items(Json::arrayValue);
@@ -221,7 +221,7 @@ Json::Value Items(const Request& request, const StringList& page, JoinedNames& j
     return items;
 }
 
-/// Failures of this action have no message.
+/// Answers the action. Its failures carry no errinfo: the client shows an empty list.
 Outcome ListCandidates(const Request& request, Json::Value& response)
 {
     StringList page;

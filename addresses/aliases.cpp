@@ -18,7 +18,7 @@ constexpr int kGroup = 1;
 constexpr int kAlias = 2;
 constexpr int kOutside = 3;
 
-/// Loads the table, which every action begins with. Negative, logged, on failure.
+/// Loads the aliases, as every action here does first. Negative, with the failure logged.
 int Load(Alias& alias)
 {
     const int result = alias.load();
@@ -33,7 +33,7 @@ int LoadMembers(Alias& alias, const std::string& name, std::list<MemberInfo>& me
     return result;
 }
 
-/// The member as the list shows it. What is searched is its plain name.
+/// A member as the list shows it, with markup for its colour; searches look at the plain name.
 std::string Coloured(const MemberInfo& member)
 {
     if (member.type == kGroup) return "<font color=#115ba6>" + member.name + "</font>";
@@ -81,7 +81,7 @@ Outcome ListAliases(const std::string& query, const ListWindow& window, Json::Va
     return Outcome::Success();
 }
 
-/// Failures of this action have no message.
+/// Lists the addresses outside of this server. Failures carry no errinfo.
 Outcome ReadOutsideAddresses(const std::string& name, Json::Value& response)
 {
     Alias alias;
@@ -96,7 +96,7 @@ Outcome ReadOutsideAddresses(const std::string& name, Json::Value& response)
     return Outcome::Success();
 }
 
-/// What happens to the name of an alias, and to its members.
+/// A change of one alias as requested: its name, and the members that join and leave.
 struct Change {
     explicit Change(const Json::Value& in)
         : name(in["aliasname"].asString()), before(in["orgalias"].asString())
@@ -117,7 +117,7 @@ struct Change {
     std::list<MemberInfo> leaving;
 };
 
-/// Gives a new or renamed alias its name. False when another one has it.
+/// Renames an alias that gets another name. False when that name, or a new alias's, is taken.
 bool TakeName(Alias& alias, const Change& change)
 {
     if (!change.before.empty() && change.before == change.name) return true;
@@ -152,7 +152,7 @@ Outcome StoreAlias(const Json::Value& in)
     return Outcome::Success();
 }
 
-/// Negative after a failure, which is logged.
+/// Deletes aliases one by one. Negative, with the failure logged.
 int DeleteAliases(const std::list<std::string>& names)
 {
     Alias alias;

@@ -17,7 +17,7 @@ BccType TypeOf(const Json::Value& number)
     return static_cast<BccType>(number.asInt());
 }
 
-/// The same number less one, whatever it is.
+/// The number less one; the smallest wraps around to the largest, without undefined behaviour.
 int OneLess(int number)
 {
     return static_cast<int>(static_cast<unsigned int>(number) - 1U);
@@ -31,8 +31,8 @@ bool ShowsAlwaysCopy(const std::string& always, const Filter& filter)
     return filter.searchType == "all" && always.find(filter.searchKey) != std::string::npos;
 }
 
-/// Puts the copy of all mail at the head of the list: it is row 0, and the rules are one row
-/// further down.
+/// Makes room for the copy of all mail, which is row 0 of the list: rule N is row N + 1. On the
+/// first page the row is added to `items`, on a later one the page begins one rule earlier.
 void ShiftByAlwaysCopy(const std::string& always, Filter& filter, Json::Value& items)
 {
     if (filter.start != 0) {

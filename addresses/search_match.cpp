@@ -9,7 +9,7 @@
 
 namespace {
 
-/// False when `text` has no upper-case form of at most twice its length.
+/// Converts UTF-8 to upper case. False when the result is longer than twice the text.
 bool UpperCase(const char* text, std::string& upper)
 {
     upper.assign(2 * std::strlen(text) + 1, '\0');

@@ -20,7 +20,7 @@ bool IsAccount(const std::string& login)
     return HLIBUserRealNameGet(login.c_str(), realName, sizeof(realName) - 1) >= 0;
 }
 
-/// Brings the mail server, and the store of the rates where it is used, in line.
+/// Restarts the mail server, and memcached, which counts the messages, where quotas are enforced.
 Outcome RestartServices(Postfix& postfix)
 {
     (void)Postfix::Service("restart");

@@ -14,7 +14,7 @@ const char kUpdatePid[] = "/var/run/hald_freshclam.pid";
 const char kUpdateTool[] = "/var/packages/Mailvane/target/bin/hald_anti-virus";
 constexpr unsigned kHeadStart = 1;  // seconds
 
-/// Never returns: the child is no request any more.
+/// Runs the update tool in the child process and ends it: the parent answers the request.
 [[noreturn]] void UpdateSignatures()
 {
     (void)HLIBCExec(kUpdateTool, "update", nullptr, nullptr, nullptr);
@@ -30,7 +30,7 @@ Outcome StartUpdate()
     if (child < 0) return Outcome::SystemError();
     if (child == 0) UpdateSignatures();
 
-    // By then the tool has written its pid file, and the client that asks next sees it at work.
+    // Gives the tool time to write its pid file, by which the next request sees that it runs.
     (void)sleep(kHeadStart);
     return Outcome::Success();
 }

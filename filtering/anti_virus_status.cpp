@@ -1,4 +1,4 @@
-// Whether the anti-virus side is busy, ready or broken, told by the processes that are alive.
+// Status of the anti-virus engine, by the processes that run: updating, ready or not working.
 #include "filtering/anti_virus_status.h"
 
 #include "frame/settings_json.h"

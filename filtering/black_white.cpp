@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The names of the members by which a request names an entry.
+/// The JSON members that identify an entry; an edit has them twice, for the old and the new one.
 struct EntryMembers {
     const char* name;
     const char* blackWhite;
@@ -134,7 +134,7 @@ Outcome Apply()
     return Outcome::Success();
 }
 
-/// Answers with one list; a failure writes nothing. The file at `path` is what it goes through.
+/// Sends one list as a download, by way of a temporary file at `path`. On failure sends nothing.
 void SendList(BlackWhiteType type, const std::string& path)
 {
     Spam* spam = Spam::getInstance();

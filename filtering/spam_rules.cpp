@@ -26,7 +26,7 @@ Outcome ListRules(Json::Value& response)
     return Outcome::Success();
 }
 
-/// The scanner takes changed rules when it starts. 0, also when it does not look for spam.
+/// Restarts the scanner, which reads rules at its start. Does nothing (0) while it checks no spam.
 int RestartSpamFilter(const Spam& spam)
 {
     return spam.isEnableSpamassassin() ? MailScanner::Service("restart") : 0;

@@ -20,7 +20,7 @@ Outcome StoreScanner(const Json::Value& in)
     if (scanner.LoadSettings() < 0) return Outcome::SystemError();
 
     AllSettingsFromJson(in, scanner);
-    // Decided on the settings as they now stand, not on the stored ones.
+    // By the settings of the request, which the object has by now, not by the stored ones.
     std::list<Callback> plan;
     if (Setting<bool>(scanner, "spam_enable")) {
         plan.push_back({"MailScanner service", &MailScanner::Service, "restart"});

@@ -24,13 +24,13 @@ const char kRuleNameKey[] = "rule_name";
 const char kBlackWhiteKey[] = "blackwhite_type";
 constexpr int kValueSize = 512;  // bytes, with the end
 
-/// A key of the description besides the type.
+/// One more key of the description, for example the name of the rule to import.
 struct Detail {
     const char* key;
     std::string value;
 };
 
-/// The field of the description takes seven characters.
+/// A number as text, cut to the seven characters that the field of the description holds.
 std::string NumberText(int number)
 {
     constexpr std::size_t kLongest = 7;
@@ -56,7 +56,7 @@ Outcome Stage(const char* type, const Detail* detail)
         return Outcome::SystemError();
     }
 
-    // Without the description the upload says that there is none.
+    // Ignored: when it fails there is no description, and the upload reports that.
     (void)std::rename(file.c_str(), kDescription);
     return Outcome::Success();
 }

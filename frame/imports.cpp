@@ -52,7 +52,7 @@ int ImportRule(const std::string& name, const std::string& path)
     Spam* spam = Spam::getInstance();
     if (spam == nullptr) return -1;
 
-    // A file that could not be moved is one that cannot be enabled.
+    // Not checked: when the file was not moved, enabling the rule fails.
     (void)HLIBCExec(kMove, path.c_str(), (kRules + name).c_str(), nullptr, nullptr);
     (void)spam->enableRule(name);
     if (!spam->isEnableSpamassassin()) return 0;

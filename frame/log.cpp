@@ -21,7 +21,7 @@ void LogError(int line, const char* format, ...)
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     syslog(LOG_ERR, "%s:%d %s", "mailvane", line, text.c_str());
-    // As host::Log does, for the one at the console who made the request.
+    // Tools that make a request at a console set the variable and see the line there as well.
     if (std::getenv("MAILVANE_ECHO_LOG") == nullptr) return;
     (void)std::fprintf(stderr, "<%d>mailvane:%d %s\n", LOG_ERR, line, text.c_str());
 }

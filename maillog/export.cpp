@@ -56,7 +56,7 @@ void WriteEntry(const MailLogInfo& entry, const Json::Value& texts)
     std::fflush(stdout);
 }
 
-/// Page by page, so that a log of any length is never in memory.
+/// Writes all entries, reading the log page by page: it may not fit into memory.
 void WriteEntries(MailLog& log, const std::string& sortField, const std::string& direction,
                   const Json::Value& texts)
 {

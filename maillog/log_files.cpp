@@ -18,7 +18,7 @@ constexpr int kMostFiles = 128;
 
 using StringList = std::unique_ptr<HLIBCSzList, decltype(&HLIBCSzListFree)>;
 
-/// The names in the folder, ascending; null, logged, on failure.
+/// File names in the log's folder in ascending order; null, with the failure logged.
 StringList FolderNames()
 {
     HLIBCSzList* names = HLIBCSzListAlloc(kCapacity);
@@ -44,7 +44,7 @@ Json::Value File(const std::string& name, const std::string& label)
     return file;
 }
 
-/// The current database first, then the others, the latest of them first.
+/// The rows of the answer: the current database, then the closed months from the latest on.
 Json::Value Files(const HLIBCSzList& names, const Json::Value& texts)
 {
     Json::Value files(Json::arrayValue);

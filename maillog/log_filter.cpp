@@ -7,14 +7,14 @@
 
 namespace {
 
-/// Seconds since the epoch, which requests carry as decimal text.
+/// A time in seconds since 1970; requests have it as decimal text.
 long Seconds(const Json::Value& text)
 {
     constexpr int kDecimal = 10;
     return std::strtol(text.asString().c_str(), nullptr, kDecimal);
 }
 
-/// Kilobytes in bytes; what does not fit is cut off.
+/// Kilobytes as bytes, modulo 2^32: 4194304 KB become 0.
 int KilobytesToBytes(int kilobytes)
 {
     return static_cast<int>(static_cast<unsigned int>(kilobytes) << 10U);

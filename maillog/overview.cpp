@@ -18,7 +18,7 @@ constexpr double kKilobytesPerByte = 0.0009765625;
 
 using Totals = std::vector<std::uint64_t>;
 
-/// The total of a period; 0 for one that is missing.
+/// The total of the period with this index; 0 when the list is shorter.
 std::uint64_t At(const Totals& totals, int index)
 {
     const auto position = static_cast<std::size_t>(index);

@@ -12,12 +12,12 @@
 
 namespace {
 
-/// The criteria of the page's form; null when the text is no JSON object.
+/// Parses the criteria, a JSON object as text; null for anything else.
 Json::Value ParseCriteria(const std::string& text)
 {
     Json::Value criteria;
     Json::Reader reader;
-    // A text that breaks off leaves its first members behind.
+    // `whole` counts: a text that is cut off leaves its first members in `criteria`.
     const bool whole = reader.parse(text, criteria, false);
     return whole && criteria.isObject() ? criteria : Json::Value();
 }
@@ -61,7 +61,7 @@ struct SearchRequest {
     std::string language;
 };
 
-/// What a search without a match shows: one row of empty texts.
+/// The answer to a search without a match: one row of empty texts.
 Json::Value NoMatch()
 {
     Json::Value row;

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The times of the period are exchanged as decimal texts; one that is no bound is left out.
+/// Adds one end of the period for automatic replies, as decimal text; nothing when it is open.
 void AddBound(Json::Value& response, const char* name, long seconds)
 {
     if (seconds > 0) response[name] = std::to_string(seconds);
@@ -20,7 +20,7 @@ long ReadBound(const Json::Value& text)
     return strtol(text.asString().c_str(), nullptr, 10);
 }
 
-/// `errKey` outlives the outcome that names it.
+/// Reads the settings of one user. The outcome points to `errKey`, which must outlive it.
 Outcome ReadPersonal(const char* user, Json::Value& response, std::string& errKey)
 {
     Personal personal(user);

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kMostReplies = 64;
 
-/// What stands when the caller's settings cannot be used; `errKey` outlives it.
+/// The outcome when the settings cannot be used; points to `errKey`, which must outlive it.
 Outcome Unusable(Personal& personal, std::string& errKey)
 {
     errKey = personal.getErrKey();

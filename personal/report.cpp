@@ -47,8 +47,8 @@ void StoreReport(const Json::Value& in)
     reporter.SaveSetting();
 }
 
-/// The report tells its failures, and the JSON library those of the body, by exceptions. Whatever
-/// is thrown ends as an answer here.
+/// Runs `steps` and answers a system error for every exception: the platform's report throws on
+/// failure, the JSON library on a member of another type.
 template <typename Steps>
 Outcome Guarded(const Steps& steps)
 {

@@ -26,9 +26,9 @@ const char kConfigTool[] = "/var/packages/Mailvane/target/bin/hald_set_config";
 const char kAlwaysBccKey[] = "always_bcc";
 constexpr int kValueSize = 512;
 
-// The line numbers below are those that support looks for.
+// `line` is a fixed number in the log, by which support recognizes each failure.
 
-/// Where the data of a combination is parked; the three kinds of data add a suffix.
+/// Path prefix for the parked data of a combination, for example ".../win_OFFICE".
 std::string BackupName(const std::string& type, const std::string& domain)
 {
     return kBackupDir + type + "_" + domain;
@@ -44,7 +44,7 @@ int MakeBackupDir(int line)
     return 0;
 }
 
-/// Brings a parked file back; having none is fine.
+/// Moves a parked file back into use; success when none was parked.
 int Restore(const std::string& backup, const char* live, int line)
 {
     if (HLIBCFileExist(backup.c_str()) == 0) return 0;
@@ -101,7 +101,7 @@ int MoveServerDatabase(const std::string& oldBackup, const std::string& newBacku
     return 0;
 }
 
-/// Reads the always-BCC address of a file; one that cannot be read has none.
+/// Reads the always-BCC address from a file; empty, with a line logged, when it cannot be read.
 void ReadAlwaysBcc(const char* file, char (&address)[kValueSize], int line)
 {
     if (HLIBCFileGetKeyValue(file, kAlwaysBccKey, address, kValueSize, 0) < 0) {

@@ -12,7 +12,7 @@
 #include "platform/mailvane/postfix.h"
 #include "platform/mailvane/rsa_key.h"
 
-// The paths hold two slashes, as they are stored elsewhere.
+// The double slash is part of the path as other programs have stored it.
 const char kDkimPublicKey[] = "/var/packages/Mailvane/etc/dkim.key//dkim.public";
 
 namespace {
@@ -23,7 +23,7 @@ constexpr unsigned int kKeyBits = 1024;
 const std::string kBeginMark = "-----BEGIN PUBLIC KEY-----";
 const std::string kEndMark = "-----END PUBLIC KEY-----";
 
-/// The base64 body of a PEM text, on one line.
+/// The base64 text between the BEGIN and END lines of a PEM file, joined to one line.
 std::string KeyBody(std::string text)
 {
     // Deliberate: the place of the mark is that in the text with its line feeds, and carriage

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Saves a changed list of domains; the signer and the SMTP server take it when they are on.
+/// Saves the list of domains and restarts the DKIM signer and the SMTP server, if they are on.
 Outcome SaveDomains(Postfix& postfix)
 {
     std::list<Callback> plan;

@@ -28,8 +28,8 @@ constexpr MailboxService kMailboxServices[] = {
     {"imaps_enabled", "993"},
 };
 
-/// Adds the standard ports of the services that are on, when another groupware package is enabled
-/// and the server does not run: that package has taken its ports then.
+/// Adds the ports in conflict: when the server does not run and another groupware package is
+/// enabled, that package holds the standard ports of the services that are on here.
 void ReportConflict(Json::Value& response, ImapPop3& mailbox)
 {
     if (HLIBCFileExist(kOtherPackage) == 0) return;

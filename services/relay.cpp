@@ -31,7 +31,7 @@ Outcome StoreRelay(const Json::Value& in)
         SetConfigFromJson(in, postfix, key);
     }
 
-    // Decided on the settings as they now stand, not on the stored ones.
+    // By the settings of the request, which the object has by now, not by the stored ones.
     std::list<Callback> plan;
     if (Setting<bool>(postfix, "smtp_enabled")) plan.push_back(PostfixStep("restart"));
     if (postfix.SaveSettings(plan) < 0) return Outcome::SystemError();

@@ -28,7 +28,7 @@ SecurityState StoredState(Postfix& postfix, MailScanner& scanner)
     return state;
 }
 
-/// What the request asks for; a member that it lacks reads as false or 0.
+/// The switches as the request has them; a missing member counts as false or 0.
 SecurityState WantedState(const Json::Value& in)
 {
     SecurityState state;
@@ -69,7 +69,7 @@ Outcome ReadSecurity(Json::Value& response)
     return Outcome::Success();
 }
 
-/// Makes the first key pair when signing is wanted and there is none.
+/// Generates a DKIM key pair when signing is switched on and there is none yet.
 int MakeFirstKeyPair(bool wanted, Json::Value& response)
 {
     if (HLIBCFileExist(kDkimPublicKey) != 0 || !wanted) return 0;

@@ -15,7 +15,7 @@ const char* SwitchVerb(bool on)
     return on ? "start" : "stop";
 }
 
-/// Whether anything changed that the SMTP server itself reads.
+/// Whether a setting changed that is part of the SMTP server's own configuration.
 bool ServerReadsAnother(const SecurityState& stored, const SecurityState& wanted)
 {
     return stored.dnsbl != wanted.dnsbl || stored.rejectOverRate != wanted.rejectOverRate ||
@@ -26,7 +26,7 @@ bool ServerReadsAnother(const SecurityState& stored, const SecurityState& wanted
 
 void PlanSigner(std::list<Callback>& plan, bool stored, bool wanted)
 {
-    // A signer that stays on is restarted by every save.
+    // Switched on or off: start or stop. Staying on: restarted by every save.
     if (stored != wanted) {
         plan.push_back(DkimStep(SwitchVerb(wanted)));
     } else if (wanted) {
@@ -50,7 +50,7 @@ std::string ScannerVerb(const SecurityState& stored, const SecurityState& wanted
 {
     if (!ScannerIsOn(stored) && ScannerIsOn(wanted)) return "start";
     if (ScannerIsOn(stored) && !ScannerIsOn(wanted)) return "stop";
-    // Off and staying off included: the restart of a switched-off scanner stops it.
+    // Also when it stays off: the restart of a scanner that is switched off stops it.
     return "restart";
 }
 
@@ -74,7 +74,7 @@ std::list<Callback> PlanSecuritySave(const SecurityState& stored, const Security
     if (scanner != "restart" || ServerReadsAnother(stored, wanted)) {
         plan.push_back(PostfixStep("restart"));
     }
-    // Mail that was held for the scanner goes out.
+    // Mail that waits for the stopped scanner is queued again without it.
     if (scanner == "stop") plan.push_back(RequeueStep());
     return plan;
 }

@@ -11,7 +11,7 @@ namespace {
 
 Outcome CheckServer(Json::Value& response)
 {
-    // The check runs first: its own failure counts before a server that is switched off.
+    // Before the settings are asked: when both fail, the failed check is what is answered.
     Analyzer analyzer;
     Postfix postfix;
     std::list<Analyzer::Result> results;

@@ -21,7 +21,7 @@ const char kDomainHomes[] = "enableduserhome";
 constexpr int kRealmSize = 512;
 constexpr int kSuffixSize = 1024;
 
-/// The key that tells whether the users of an account type have homes.
+/// The setting that says whether users of an account type have home directories.
 const char* HomesKey(const std::string& accountType, const char* unknownType)
 {
     if (accountType == "local") return kLocalHomes;
@@ -43,8 +43,8 @@ void AppendAccountItem(Json::Value& items, const char* type, const char* name)
     items.append(item);
 }
 
-/// Adds the account sources this machine has; negative when the domain's file cannot be read, the
-/// local source is then there all the same.
+/// Lists the account sources of this machine, local accounts always. Negative when the domain's
+/// configuration cannot be read; the local source has been listed then.
 int AddAccountItems(Json::Value& response)
 {
     Json::Value& items = response["acc_items"] = Json::Value(Json::arrayValue);
@@ -99,7 +99,7 @@ SmtpState StoredState(Postfix& postfix)
     return state;
 }
 
-/// What the request asks for; a member that it lacks reads as false, 0 or "".
+/// The settings as the request has them; a missing member counts as false, 0 or "".
 SmtpState WantedState(const Json::Value& in)
 {
     SmtpState state;
@@ -116,7 +116,7 @@ SmtpState WantedState(const Json::Value& in)
     return state;
 }
 
-/// One of the three ports of the page: how the client calls it and which services may hold it.
+/// One of the page's three ports: its label at the client, and the services that may listen on it.
 struct PortField {
     const char* label;
     const char* services;
@@ -124,7 +124,7 @@ struct PortField {
     int SmtpState::*port;
 };
 
-// The blanks before the commas are part of the names the service registry knows.
+// The blanks before the commas belong there: the service registry knows the names with them.
 constexpr PortField kPortFields[] = {
     {"SMTP", "mail_smtp ,mail_haproxy_smtp", &SmtpState::smtpEnabled, &SmtpState::smtpPort},
     {"SMTP-SSL", "mail_smtps ,mail_haproxy_smtp_ssl", &SmtpState::sslEnabled,
@@ -133,8 +133,8 @@ constexpr PortField kPortFields[] = {
      &SmtpState::tlsPort},
 };
 
-/// Label of the first port that another service holds; null when there is none. A port that this
-/// service holds already is not asked for.
+/// Label of the first port that another program listens on; null when there is none. Ports that
+/// the service already uses are not checked.
 const char* FindPortConflict(const SmtpState& stored, const SmtpState& wanted)
 {
     if (!wanted.smtpEnabled) return nullptr;

@@ -9,7 +9,7 @@ const char* PostfixVerb(const SmtpState& stored, const SmtpState& wanted)
 {
     if (stored.smtpEnabled && !wanted.smtpEnabled) return "stop";
     if (!stored.smtpEnabled && wanted.smtpEnabled) return "start";
-    // Off and staying off included: the restart of a switched-off server stops it.
+    // Also when it stays off: the restart of a server that is switched off stops it.
     return "restart";
 }
 

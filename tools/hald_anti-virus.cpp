@@ -20,9 +20,9 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libhaldcore/result.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
 #include "host/libmailvane/daemons/daemons.h"
@@ -31,6 +31,10 @@
 
 namespace {
 
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+
 const char kPidFile[] = "/run/hald_freshclam.pid";
 const char kLockFolder[] = "/run/mailvane";
 const char kLockFile[] = "/run/mailvane/freshclam.lock";
@@ -38,18 +42,18 @@ const char kSignatures[] = "/var/lib/clamav";
 constexpr std::chrono::minutes kLimit{30};
 constexpr std::chrono::seconds kGrace{5};
 
-enum class Turn { kOurs, kDoneByAnother, kFailed };
+enum class Turn { kOurs, kDoneByAnother };
 
 /// Takes the lock. When another run has it, waits for its end: then there is nothing left to do.
-Turn TakeTurn(host::Descriptor& lock)
+Result<Turn> TakeTurn(host::Descriptor& lock)
 {
     (void)host::MakeDirectories(host::Path(kLockFolder), 0755);
     lock = host::Descriptor(
         open(host::Path(kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!lock) return Turn::kFailed;
-    if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return Turn::kOurs;
-    if (errno != EWOULDBLOCK) return Turn::kFailed;
-    return flock(lock.get(), LOCK_EX) == 0 ? Turn::kDoneByAnother : Turn::kFailed;
+    if (lock && flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return Turn::kOurs;
+    const bool isHeld = lock && errno == EWOULDBLOCK;
+    if (isHeld && flock(lock.get(), LOCK_EX) == 0) return Turn::kDoneByAnother;
+    return host::SystemReason(kLockFile, std::string("cannot lock ") + kLockFile);
 }
 
 /// A descriptor from which signals that ask the process to end can be read.
@@ -84,8 +88,17 @@ void Break(const host::StartedProgram& program)
         {host::programs::kFind, folder, "-depth", "-path", folder + "/tmp.*", "-delete"}));
 }
 
-/// Runs the updater, which logs its own failures; whether the signatures are up to date.
-bool Update()
+/// How the updater ended.
+Result<void> Judge(int status)
+{
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return {};
+    return Reason{ReasonCode::kSystem, kSignatures,
+                  "the signatures could not be updated: status " +
+                      std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1)};
+}
+
+/// Runs the updater, which also logs why it fails.
+Result<void> Update()
 {
     const host::Descriptor signals = CatchEndSignals();
     const host::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
@@ -94,35 +107,32 @@ bool Update()
     const auto command =
         host::system::AsUser(host::daemons::kAntiVirus.user,
                              {host::programs::kFreshclam, "--config-file=" + configuration});
-    host::StartedProgram program;
-    if (!StartProgram(command, {null.get(), null.get(), null.get()}, program)) {
-        host::Log(LOG_ERR, "the updater cannot be started: %s", host::ErrnoText());
-        return false;
-    }
+    const auto program = host::StartProgram(command, {null.get(), null.get(), null.get()});
+    if (!program) return program.reason();
 
-    if (!WaitForEnd(program, signals.get(), kLimit)) Break(program);
+    if (!WaitForEnd(*program, signals.get(), kLimit)) Break(*program);
     int status = 0;
-    if (waitpid(program.pid, &status, 0) < 0) return false;
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
-    host::Log(LOG_ERR, "the signatures could not be updated: status %d",
-              WIFEXITED(status) ? WEXITSTATUS(status) : -1);
-    return false;
+    if (waitpid(program->pid, &status, 0) >= 0) return Judge(status);
+    return host::SystemReason(kSignatures, "the updater cannot be waited for");
 }
 
-int RunUpdate()
+Result<void> RunUpdate()
 {
     host::Descriptor lock;
-    const Turn turn = TakeTurn(lock);
-    if (turn != Turn::kOurs) return turn == Turn::kDoneByAnother ? 0 : -1;
+    const Result<Turn> turn = TakeTurn(lock);
+    if (!turn) return turn.reason();
+    if (*turn == Turn::kDoneByAnother) return {};
 
     const std::string pidFile = host::Path(kPidFile);
-    if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) return -1;
+    if (!host::ReplaceFile(pidFile, std::to_string(getpid()) + "\n", 0644)) {
+        return host::SystemReason(pidFile, "cannot write " + pidFile);
+    }
 
     // Starts an engine that had no signatures before; one that runs was notified by the updater.
-    const bool updated =
-        Update() && host::daemons::RunControlScript(host::daemons::kAntiVirus, "start") == 0;
+    Result<void> done = Update();
+    if (done) done = host::daemons::RunControlScript(host::daemons::kAntiVirus, "start");
     (void)unlink(pidFile.c_str());
-    return updated ? 0 : -1;
+    return done;
 }
 
 }  // namespace
@@ -133,7 +143,7 @@ int main(int count, char** arguments)
         std::fprintf(stderr, "usage: hald_anti-virus update\n");
         return 2;
     }
-    if (RunUpdate() == 0) return EXIT_SUCCESS;
+    if (host::Succeeded(RunUpdate())) return EXIT_SUCCESS;
 
     std::fprintf(stderr, "hald_anti-virus: failed, see the system log\n");
     return EXIT_FAILURE;

@@ -111,7 +111,7 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
 
     host::ProgramOptions options;
     if (isBackground) options.limit = options.limit.zero();  // the tool has its own limit
-    return host::RunProgram(arguments, options).Succeeded() ? 0 : host::Fail(ECHILD);
+    return host::Succeeded(host::RunProgram(arguments, options).done) ? 0 : host::Fail(ECHILD);
 }
 
 int HLIBCProcFork()

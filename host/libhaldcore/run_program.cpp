@@ -17,7 +17,6 @@
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/program_output.h"
 #include "host/libhaldcore/start_program.h"
 
@@ -50,13 +49,10 @@ public:
     Run(const std::vector<std::string>& arguments, const ProgramOptions& options)
         : path_(arguments.empty() ? std::string() : arguments[0])
     {
-        if (path_.empty() || path_[0] != '/') {
-            errno = EINVAL;
-        } else if (Start(arguments, options)) {
-            if (options.limit > options.limit.zero()) deadline_ = Clock::now() + options.limit;
-            return;
+        result_.done = Start(arguments, options);
+        if (result_.done && options.limit > options.limit.zero()) {
+            deadline_ = Clock::now() + options.limit;
         }
-        Log(LOG_ERR, "%s could not be started: %s", path_.c_str(), ErrnoText());
     }
 
     bool running() const { return program_.pid > 0; }
@@ -88,9 +84,10 @@ public:
     }
 
 private:
-    bool Start(const std::vector<std::string>& arguments, const ProgramOptions& options);
+    Result<void> Start(const std::vector<std::string>& arguments, const ProgramOptions& options);
     void Stop();
     void End(int status);
+    Reason WhyNot(int status) const;
 
     std::string path_;
     StartedProgram program_;
@@ -98,21 +95,22 @@ private:
     ProgramOutput errors_;
     std::optional<Clock::time_point> deadline_;
     bool tookTooLong_ = false;
-    bool captures_ = false;
     ProgramResult result_;
 };
 
-bool Run::Start(const std::vector<std::string>& arguments, const ProgramOptions& options)
+Result<void> Run::Start(const std::vector<std::string>& arguments, const ProgramOptions& options)
 {
     const Descriptor input = InputOf(options.input);
     const Descriptor output = output_.Open();
     const Descriptor errors = options.capture ? errors_.Open() : Descriptor();
-    if (!input || !output || (options.capture && !errors)) return false;
+    if (!input || !output || (options.capture && !errors)) return CannotBeStarted(path_);
 
-    captures_ = options.capture;
-    if (!captures_) output_.LogAs(BaseName(path_));
+    if (!options.capture) output_.LogAs(BaseName(path_));
     const int errorStream = options.capture ? errors.get() : output.get();
-    return StartProgram(arguments, {input.get(), output.get(), errorStream}, program_);
+    auto started = StartProgram(arguments, {input.get(), output.get(), errorStream});
+    if (!started) return std::move(started).reason();
+    program_ = *std::move(started);
+    return {};
 }
 
 /// Stops the program's process group: SIGTERM at the first call, SIGKILL at the second.
@@ -134,16 +132,20 @@ void Run::End(int status)
 
     result_.output = std::move(output_.text());
     result_.errors = std::move(errors_.text());
+    if (WIFEXITED(status) && !tookTooLong_) result_.status = WEXITSTATUS(status);
+    if (!result_.Succeeded()) result_.done = WhyNot(status);
+}
+
+/// The reason for a program that did not end with 0.
+Reason Run::WhyNot(int status) const
+{
     if (tookTooLong_) {
-        Log(LOG_ERR, "%s took too long and was stopped", path_.c_str());
-    } else if (WIFSIGNALED(status)) {
-        Log(LOG_ERR, "%s was killed by signal %d", path_.c_str(), WTERMSIG(status));
-    } else {
-        result_.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        if (result_.status != 0 && !captures_) {
-            Log(LOG_ERR, "%s ended with status %d", path_.c_str(), result_.status);
-        }
+        return {ReasonCode::kOutOfTime, path_, path_ + " took too long and was stopped"};
     }
+    const bool killed = WIFSIGNALED(status);
+    return {ReasonCode::kSystem, path_,
+            path_ + (killed ? " was killed by signal " : " ended with status ") +
+                std::to_string(killed ? WTERMSIG(status) : result_.status)};
 }
 
 /// Milliseconds until `deadline` for poll, rounded up.
@@ -172,6 +174,11 @@ bool WaitForAny(const std::deque<Run>& runs)
 }
 
 }  // namespace
+
+std::vector<Reason> ProgramResult::Causes() const
+{
+    return status < 0 && !done ? std::vector<Reason>{done.reason()} : std::vector<Reason>();
+}
 
 ProgramResult RunProgram(const std::vector<std::string>& arguments, const ProgramOptions& options)
 {

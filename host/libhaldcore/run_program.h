@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
+
 namespace host {
 
 /// The largest captured output of each stream, in bytes; the rest is dropped.
@@ -17,7 +19,13 @@ struct ProgramResult {
     std::string output;  ///< standard output, if captured
     std::string errors;  ///< standard error, if captured
 
+    /// Fails unless the exit status is 0. The reason has the program's path, never its arguments.
+    Result<void> done;
+
     bool Succeeded() const { return status == 0; }
+
+    /// The causes of a reason that is made of `errors`: why there is no exit status, if so.
+    std::vector<Reason> Causes() const;
 };
 
 struct ProgramOptions {
@@ -27,9 +35,8 @@ struct ProgramOptions {
 };
 
 /// Runs `arguments[0]` (an absolute path) and waits for its end. A program below the package's
-/// `bin` inherits the request lock. A failure is logged with name and status, never with the
-/// arguments; with `capture` the exit status is not logged. Output ends with the program: a daemon
-/// that it leaves behind must open its own streams, since these are not read any more.
+/// `bin` inherits the request lock. Output ends with the program: a daemon that it leaves behind
+/// must open its own streams, since these are not read any more.
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
                          const ProgramOptions& options = {});
 

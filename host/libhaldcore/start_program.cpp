@@ -132,27 +132,37 @@ void ExpectChildren()
     }
 }
 
-bool StartProgram(const std::vector<std::string>& arguments, const ProgramStreams& streams,
-                  StartedProgram& started)
+Reason CannotBeStarted(const std::string& path)
 {
+    return SystemReason(path, path + " could not be started");
+}
+
+Result<StartedProgram> StartProgram(const std::vector<std::string>& arguments,
+                                    const ProgramStreams& streams)
+{
+    const std::string path = arguments.empty() ? "" : arguments[0];
+    if (path.empty() || path[0] != '/') {
+        errno = EINVAL;
+        return CannotBeStarted(path);
+    }
+
     Plan plan;
     plan.streams = streams;
-    plan.lock = IsPackageTool(arguments[0]) ? LockDescriptor() : -1;
+    plan.lock = IsPackageTool(path) ? LockDescriptor() : -1;
     const std::vector<std::string> environment = Environment(plan.lock >= 0);
     plan.arguments = Pointers(arguments);
     plan.environment = Pointers(environment);
 
     ExpectChildren();
     int process = -1;
-    started.pid = Clone(plan, process);
-    if (started.pid < 0) return false;
+    const pid_t pid = Clone(plan, process);
+    if (pid < 0) return CannotBeStarted(path);
 
-    started.process = Descriptor(process);
-    if (plan.failure == 0) return true;
-    (void)waitpid(started.pid, nullptr, 0);
-    started = StartedProgram();
+    StartedProgram started{pid, Descriptor(process)};
+    if (plan.failure == 0) return started;
+    (void)waitpid(pid, nullptr, 0);
     errno = plan.failure;
-    return false;
+    return CannotBeStarted(path);
 }
 
 }  // namespace host

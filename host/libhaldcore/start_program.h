@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/result.h"
 
 namespace host {
 
@@ -26,10 +27,13 @@ struct StartedProgram {
 /// ignored, and then the kernel drops exit statuses.
 void ExpectChildren();
 
-/// Starts `arguments[0]` in a new process group with a fixed environment, default signals, umask
-/// 022, working directory "/" and only the descriptors `streams`. A package tool also inherits the
-/// request lock, when it is held. False, with errno set, when it cannot be started.
-bool StartProgram(const std::vector<std::string>& arguments, const ProgramStreams& streams,
-                  StartedProgram& started);
+/// Starts `arguments[0]`, an absolute path, in a new process group with a fixed environment,
+/// default signals, umask 022, working directory "/" and only the descriptors `streams`. A package
+/// tool also inherits the request lock, when it is held.
+Result<StartedProgram> StartProgram(const std::vector<std::string>& arguments,
+                                    const ProgramStreams& streams);
+
+/// The reason when a program could not be started; errno tells why.
+Reason CannotBeStarted(const std::string& path);
 
 }  // namespace host

@@ -15,6 +15,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libhaldcore/result.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldfirewall/firewall_rules.h"
 
@@ -31,32 +32,44 @@ std::optional<host::KeyValueFile> Settings()
     return settings;
 }
 
-void PutBack(const std::string& file, const std::optional<std::string>& rules)
+host::Result<void> PutBack(const std::string& file, const std::optional<std::string>& rules)
 {
     const bool done =
         rules ? host::ReplaceFile(file, *rules, kRulesMode) : unlink(file.c_str()) == 0;
-    if (!done) host::Log(LOG_ERR, "cannot put %s back: %s", file.c_str(), host::ErrnoText());
+    if (done) return {};
+    return host::SystemReason(file, "cannot put " + file + " back");
 }
 
 /// Writes the rules and loads them; when loading fails, the old file is restored.
-int Install(const std::string& rules)
+host::Result<void> Install(const std::string& rules)
 {
     const std::string file = host::PackagePath("etc/firewall.nft");
     std::optional<std::string> before(std::in_place);
     if (!host::ReadFile(file, *before)) before.reset();
     if (!host::ReplaceFile(file, rules, kRulesMode)) {
-        host::Log(LOG_ERR, "cannot write %s: %s", file.c_str(), host::ErrnoText());
-        return host::FailWithErrno();
+        return host::SystemReason(file, "cannot write " + file);
     }
 
     const std::string nft = host::Path(host::programs::kNft);
     if (access(nft.c_str(), X_OK) < 0) {
         host::Log(LOG_NOTICE, "the packet filter stays as it is: nft is not installed");
-        return 0;
+        return {};
     }
-    if (host::RunProgram({nft, "-f", file}).Succeeded()) return 0;
-    PutBack(file, before);
-    return host::Fail(EIO);
+    host::Result<void> loaded = host::RunProgram({nft, "-f", file}).done;
+    if (loaded) return loaded;
+
+    host::Result<void> restored = PutBack(file, before);
+    if (restored) return loaded;
+    host::Reason reason = std::move(restored).reason();
+    reason.causes.push_back(std::move(loaded).reason());
+    return reason;
+}
+
+host::Result<void> Reload()
+{
+    const std::optional<host::KeyValueFile> settings = Settings();
+    if (settings) return Install(host::FirewallRules(*settings));
+    return host::SystemReason("firewall", "cannot read the settings for the packet filter");
 }
 
 }  // namespace
@@ -64,10 +77,7 @@ int Install(const std::string& rules)
 int HALDFwRuleHup()
 {
     const host::ScopedLock lock;
-    if (!lock.held()) return host::Fail(EBUSY);
+    if (!host::Succeeded(lock.ready())) return host::Fail(EBUSY);
 
-    const std::optional<host::KeyValueFile> settings = Settings();
-    if (settings) return Install(host::FirewallRules(*settings));
-    host::Log(LOG_ERR, "cannot read the settings for the packet filter: %s", host::ErrnoText());
-    return host::FailWithErrno();
+    return host::Succeeded(Reload()) ? 0 : host::Fail(EIO);
 }

@@ -2,11 +2,9 @@
 #include "host/libhaldsdk/account_engine.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "platform/hlib/accounts.h"
 
@@ -63,7 +61,7 @@ bool IsRemote(const std::string& service)
 
 }  // namespace
 
-std::unique_ptr<AccountEngine> EngineOf(int source)
+Result<std::unique_ptr<AccountEngine>> EngineOf(int source)
 {
     if (source == HLIB_ACCOUNT_LOCAL) return LocalAccounts();
 
@@ -72,14 +70,14 @@ std::unique_ptr<AccountEngine> EngineOf(int source)
         const int kind = service == kDomainService ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LDAP;
         if (kind == source) return NameServiceModule(service);
     }
-    Log(LOG_ERR, "account source %d: /etc/nsswitch.conf names no service for it", source);
-    errno = ENOENT;
-    return nullptr;
+    const std::string about = "account source " + std::to_string(source);
+    return Reason{ReasonCode::kMissing, about,
+                  about + ": /etc/nsswitch.conf names no service for it"};
 }
 
-std::vector<std::unique_ptr<AccountEngine>> RemoteEngines()
+std::vector<Result<std::unique_ptr<AccountEngine>>> RemoteEngines()
 {
-    std::vector<std::unique_ptr<AccountEngine>> engines;
+    std::vector<Result<std::unique_ptr<AccountEngine>>> engines;
     for (const std::string& service : ConfiguredServices()) {
         if (IsRemote(service)) engines.push_back(NameServiceModule(service));
     }

@@ -6,8 +6,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "host/libhaldcore/result.h"
 
 namespace host {
 
@@ -25,12 +28,6 @@ struct Group {
     std::vector<std::string> members;
 };
 
-enum class Lookup {
-    kFound,
-    kAbsent,  ///< the engine has no such entry
-    kFailed   ///< the engine does not answer; errno tells why
-};
-
 using UserVisitor = std::function<void(const User&)>;
 using GroupVisitor = std::function<void(const Group&)>;
 
@@ -43,27 +40,28 @@ public:
     AccountEngine& operator=(const AccountEngine&) = delete;
     virtual ~AccountEngine() = default;
 
-    /// Calls `visit` for every user or group. False, with errno set, when the engine does not
-    /// answer, possibly after some calls.
-    virtual bool EachUser(const UserVisitor& visit) = 0;
-    virtual bool EachGroup(const GroupVisitor& visit) = 0;
+    /// Calls `visit` for every user or group. Fails when the engine does not answer, possibly after
+    /// some calls.
+    virtual Result<void> EachUser(const UserVisitor& visit) = 0;
+    virtual Result<void> EachGroup(const GroupVisitor& visit) = 0;
 
-    virtual Lookup FindUser(const std::string& name, User& user) = 0;
-    virtual Lookup FindGroup(const std::string& name, Group& group) = 0;
+    /// The entry of a name; nothing when the engine has none. Fails when it does not answer.
+    virtual Result<std::optional<User>> FindUser(const std::string& name) = 0;
+    virtual Result<std::optional<Group>> FindGroup(const std::string& name) = 0;
 };
 
 /// The engine of /etc/passwd and /etc/group.
 std::unique_ptr<AccountEngine> LocalAccounts();
 
-/// The engine of a service in nsswitch.conf, for example "winbind". Null, with errno set and the
-/// reason logged, when its module is not installed.
-std::unique_ptr<AccountEngine> NameServiceModule(const std::string& service);
+/// The engine of a service in nsswitch.conf, for example "winbind". Fails when its module is not
+/// installed.
+Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& service);
 
 /// The engine of local files, Windows domain or LDAP directory; `source` is a selector of
-/// platform/hlib/accounts.h. Null, with errno set, when nsswitch.conf has none.
-std::unique_ptr<AccountEngine> EngineOf(int source);
+/// platform/hlib/accounts.h. Fails when nsswitch.conf has none.
+Result<std::unique_ptr<AccountEngine>> EngineOf(int source);
 
 /// The engines in nsswitch.conf other than the local files.
-std::vector<std::unique_ptr<AccountEngine>> RemoteEngines();
+std::vector<Result<std::unique_ptr<AccountEngine>>> RemoteEngines();
 
 }  // namespace host

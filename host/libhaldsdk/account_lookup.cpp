@@ -17,36 +17,36 @@ namespace {
 constexpr gid_t kFirstMailGroup = kFirstMailUser;
 constexpr gid_t kUsers = 100;
 
-/// Asks the C library's name service by `get`, which is getpwnam_r or getgrnam_r.
-template <typename Record>
-Lookup AskNameService(int (*get)(const char*, Record*, char*, std::size_t, Record**),
-                      const std::string& name, RecordBuffer& buffer, Record& record)
+/// Asks the C library's name service by `get`, which is getpwnam_r, getgrnam_r or getspnam_r.
+template <typename Record, typename Convert>
+auto AskNameService(int (*get)(const char*, Record*, char*, std::size_t, Record**),
+                    const std::string& name, const Convert& convert)
 {
-    const nss_status status = CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
+    const auto call = [&](Record* record, char* bytes, std::size_t size, int* code) {
         Record* found = nullptr;
-        *code = get(name.c_str(), &record, bytes, size, &found);
+        *code = get(name.c_str(), record, bytes, size, &found);
         if (*code == 0) return found != nullptr ? NSS_STATUS_SUCCESS : NSS_STATUS_NOTFOUND;
         if (*code == ENOENT) return NSS_STATUS_NOTFOUND;
         return *code == ERANGE ? NSS_STATUS_TRYAGAIN : NSS_STATUS_UNAVAIL;
-    });
-    if (status == NSS_STATUS_SUCCESS) return Lookup::kFound;
-    return status == NSS_STATUS_NOTFOUND ? Lookup::kAbsent : Lookup::kFailed;
+    };
+    return FindRecord<Record>("the name service", call, convert);
 }
 
 /// Asks the engines other than the local files one by one, since the C library reports an engine
 /// that does not answer as one without accounts.
-template <typename Record>
-Lookup AskRemoteEngines(Lookup (AccountEngine::*find)(const std::string&, Record&),
-                        const std::string& name, Record& record)
+template <typename Entry>
+Result<std::optional<Entry>> AskRemoteEngines(
+    Result<std::optional<Entry>> (AccountEngine::*find)(const std::string&),
+    const std::string& name)
 {
-    int failure = 0;
-    for (const std::unique_ptr<AccountEngine>& engine : RemoteEngines()) {
-        const Lookup one = engine ? (engine.get()->*find)(name, record) : Lookup::kFailed;
-        if (one == Lookup::kFound) return one;
-        if (one == Lookup::kFailed) failure = errno;
+    Result<std::optional<Entry>> result(std::nullopt);
+    for (const Result<std::unique_ptr<AccountEngine>>& engine : RemoteEngines()) {
+        auto one =
+            engine ? ((*engine).get()->*find)(name) : Result<std::optional<Entry>>(engine.reason());
+        if (one && *one) return one;
+        if (!one) result = std::move(one);
     }
-    errno = failure;
-    return failure == 0 ? Lookup::kAbsent : Lookup::kFailed;
+    return result;
 }
 
 /// `name` without the suffix of the LDAP directory; empty when it does not end with that.
@@ -62,13 +62,14 @@ std::string WithoutLdapSuffix(const std::string& name)
     return name.compare(length, ending.size(), ending) == 0 ? name.substr(0, length) : "";
 }
 
-Lookup FindInLdap(const std::string& name, User& user)
+Result<std::optional<User>> FindInLdap(const std::string& name)
 {
     const std::string bare = WithoutLdapSuffix(name);
-    if (bare.empty()) return Lookup::kAbsent;
+    if (bare.empty()) return {std::nullopt};
 
-    const std::unique_ptr<AccountEngine> engine = EngineOf(HLIB_ACCOUNT_LDAP);
-    return engine ? engine->FindUser(bare, user) : Lookup::kFailed;
+    Result<std::unique_ptr<AccountEngine>> engine = EngineOf(HLIB_ACCOUNT_LDAP);
+    if (!engine) return std::move(engine).reason();
+    return (*engine)->FindUser(bare);
 }
 
 }  // namespace
@@ -83,47 +84,33 @@ bool IsMailGroup(const Group& group)
     return group.gid == kUsers || (group.gid >= kFirstMailGroup && group.gid != kNobody);
 }
 
-Lookup FindUser(const std::string& name, User& user)
+Result<std::optional<User>> FindUser(const std::string& name)
 {
-    if (LocalAccounts()->FindUser(name, user) == Lookup::kFound) return Lookup::kFound;
-
-    RecordBuffer buffer;
-    passwd record;
-    if (AskNameService(getpwnam_r, name, buffer, record) == Lookup::kFound) {
-        user = ToUser(record);
-        return Lookup::kFound;
-    }
-    const Lookup result = AskRemoteEngines(&AccountEngine::FindUser, name, user);
-    if (result != Lookup::kAbsent) return result;
-    return FindInLdap(name, user);
+    auto user = LocalAccounts()->FindUser(name);
+    if (user && *user) return user;
+    user = AskNameService(getpwnam_r, name, ToUser);
+    if (user && *user) return user;
+    user = AskRemoteEngines(&AccountEngine::FindUser, name);
+    return !user || *user ? user : FindInLdap(name);
 }
 
-Lookup FindGroup(const std::string& name, Group& group, bool& local)
+Result<std::optional<FoundGroup>> FindGroup(const std::string& name)
 {
-    local = FindLocalGroup(name, group) == Lookup::kFound;
-    if (local) return Lookup::kFound;
+    auto group = FindLocalGroup(name);
+    if (group && *group) return std::make_optional(FoundGroup{**std::move(group), true});
 
-    RecordBuffer buffer;
-    ::group record;
-    if (AskNameService(getgrnam_r, name, buffer, record) == Lookup::kFound) {
-        group = ToGroup(record);
-        return Lookup::kFound;
-    }
-    return AskRemoteEngines(&AccountEngine::FindGroup, name, group);
+    group = AskNameService(getgrnam_r, name, ToGroup);
+    if (!group || !*group) group = AskRemoteEngines(&AccountEngine::FindGroup, name);
+    if (!group) return std::move(group).reason();
+    if (!*group) return {std::nullopt};
+    return std::make_optional(FoundGroup{**std::move(group), false});
 }
 
-Lookup FindExpiry(const std::string& account, long& day)
+Result<std::optional<long>> FindExpiry(const std::string& account)
 {
-    User user;
-    if (LocalAccounts()->FindUser(account, user) == Lookup::kFound) {
-        return FindLocalExpiry(account, day);
-    }
-
-    RecordBuffer buffer;
-    spwd record;
-    const Lookup result = AskNameService(getspnam_r, account, buffer, record);
-    if (result == Lookup::kFound) day = record.sp_expire;
-    return result;
+    const auto user = LocalAccounts()->FindUser(account);
+    if (user && *user) return FindLocalExpiry(account);
+    return AskNameService(getspnam_r, account, [](const spwd& record) { return record.sp_expire; });
 }
 
 }  // namespace host

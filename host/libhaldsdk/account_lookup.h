@@ -1,6 +1,7 @@
 // Finding single accounts and groups.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/libhaldsdk/account_engine.h"
@@ -20,14 +21,20 @@ bool IsMailUser(const User& user);
 bool IsMailGroup(const Group& group);
 
 /// Finds an account in the local files, then by the name service. The LDAP engine is asked again
-/// for `name` without its suffix when nothing is found with it.
-Lookup FindUser(const std::string& name, User& user);
+/// for `name` without its suffix when nothing is found with it. Fails when nothing is found and an
+/// engine does not answer.
+Result<std::optional<User>> FindUser(const std::string& name);
 
-/// Finds a group in the same order. `local` tells whether it is in the local files.
-Lookup FindGroup(const std::string& name, Group& group, bool& local);
+struct FoundGroup {
+    Group group;
+    bool isLocal;  ///< it is in the local files
+};
 
-/// The day (since 1970) on which an account expires, -1 for never. Absent when it is not in
+/// Finds a group in the same order.
+Result<std::optional<FoundGroup>> FindGroup(const std::string& name);
+
+/// The day (since 1970) on which an account expires, -1 for never. Nothing when it is not in
 /// /etc/shadow.
-Lookup FindExpiry(const std::string& account, long& day);
+Result<std::optional<long>> FindExpiry(const std::string& account);
 
 }  // namespace host

@@ -1,9 +1,16 @@
-// Copies of the C library's account records.
+// The C library's account records: copies of them, and the reason when there are none.
 #include "host/libhaldsdk/account_records.h"
 
 #include <algorithm>
 
 namespace host {
+
+Reason NoAnswerFrom(const std::string& source)
+{
+    Reason reason = SystemReason(source, "the accounts of " + source + " cannot be read");
+    reason.code = ReasonCode::kDaemonIsDown;
+    return reason;
+}
 
 User ToUser(const passwd& record)
 {

@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/libhaldsdk/account_engine.h"
@@ -34,6 +36,25 @@ nss_status CallWithBuffer(RecordBuffer& buffer, const Call& call)
         if (!wantsRoom || buffer.size() >= kLargestRecordBuffer) return status;
         buffer.resize(buffer.size() * 2);
     }
+}
+
+/// The reason when a source of accounts does not answer; errno tells why.
+Reason NoAnswerFrom(const std::string& source);
+
+/// The record that `call(&record, bytes, size, &code)` asks `source` for, as `convert` makes it;
+/// nothing when there is none.
+template <typename Record, typename Call, typename Convert>
+auto FindRecord(const std::string& source, const Call& call, const Convert& convert)
+    -> Result<std::optional<decltype(convert(std::declval<const Record&>()))>>
+{
+    RecordBuffer buffer;
+    Record record;
+    const nss_status status = CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
+        return call(&record, bytes, size, code);
+    });
+    if (status == NSS_STATUS_SUCCESS) return std::make_optional(convert(record));
+    if (status != NSS_STATUS_NOTFOUND) return NoAnswerFrom(source);
+    return {std::nullopt};
 }
 
 /// Calls `visit` for each record returned by `next(record, bytes, size, &code)`. False, with errno

@@ -9,20 +9,20 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "host/libhaldcore/error.h"
+#include "host/libhaldcore/result.h"
 #include "host/libhaldsdk/account_engine.h"
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libhaldsdk/local_accounts.h"
 #include "platform/hlib/string_list.h"
 
 namespace {
-
-using host::Lookup;
 
 constexpr long kSecondsOfDay = 86400;
 
@@ -31,18 +31,29 @@ struct OwnedUser : HALDUser {
     std::string text;
 };
 
-/// The result for a lookup: 0, or negative with the error stored.
-int Result(Lookup lookup)
+/// Logs the reason of a failure and stores the error that callers know it by.
+int FailFor(const host::Reason& reason)
 {
-    if (lookup == Lookup::kFound) return 0;
-    return lookup == Lookup::kAbsent ? host::Fail(ENOENT) : host::FailWithErrno();
+    host::LogReason(reason);
+    if (reason.code == host::ReasonCode::kDaemonIsDown) return host::Fail(ECONNREFUSED);
+    return host::Fail(reason.code == host::ReasonCode::kMissing ? ENOENT : EIO);
+}
+
+/// 0 when an entry was found; else negative with the error stored.
+template <typename Entry>
+int StatusOf(const host::Result<std::optional<Entry>>& found)
+{
+    if (!found) return FailFor(found.reason());
+    return *found ? 0 : host::Fail(ENOENT);
 }
 
 int FindMailUser(const char* name, host::User& user)
 {
     if (name == nullptr || *name == '\0') return host::Fail(EINVAL);
-    const int result = Result(host::FindUser(name, user));
+    const auto found = host::FindUser(name);
+    const int result = StatusOf(found);
     if (result < 0) return result;
+    user = **found;
     return host::IsMailUser(user) ? 0 : host::Fail(ENOENT);
 }
 
@@ -64,41 +75,46 @@ int Append(HLIBCSzList** list, const std::vector<std::string>& names)
     return static_cast<int>(names.size());
 }
 
+using UsersByGroup = std::unordered_map<gid_t, std::vector<std::string>>;
+
 /// The mail users of all engines other than the local files, by primary group. Read only once,
-/// since that takes long with many users and a page may show many groups. Null, with errno set,
-/// when an engine does not answer.
-const std::unordered_map<gid_t, std::vector<std::string>>* RemoteUsersByGroup()
+/// since that takes long with many users and a page may show many groups. Fails when an engine does
+/// not answer.
+host::Result<const UsersByGroup*> RemoteUsersByGroup()
 {
-    static std::unordered_map<gid_t, std::vector<std::string>> names;
+    static UsersByGroup names;
     static bool read = false;
     if (read) return &names;
 
     names.clear();
-    for (const std::unique_ptr<host::AccountEngine>& engine : host::RemoteEngines()) {
-        const bool answered = engine && engine->EachUser([](const host::User& user) {
+    for (const auto& engine : host::RemoteEngines()) {
+        if (!engine) return engine.reason();
+        const host::Result<void> answered = (*engine)->EachUser([](const host::User& user) {
             if (host::IsMailUser(user)) names[user.gid].push_back(user.name);
         });
-        if (!answered) return nullptr;
+        if (!answered) return answered.reason();
     }
     read = true;
     return &names;
 }
 
 /// Adds the users whose primary group this is.
-bool AddPrimaryMembers(const host::Group& group, bool local, std::vector<std::string>& members)
+host::Result<void> AddPrimaryMembers(const host::FoundGroup& found,
+                                     std::vector<std::string>& members)
 {
-    if (local) {
-        return host::EachLocalUserOf(group.gid, [&members](const host::User& user) {
+    const gid_t group = found.group.gid;
+    if (found.isLocal) {
+        return host::EachLocalUserOf(group, [&members](const host::User& user) {
             if (host::IsMailUser(user)) members.push_back(user.name);
         });
     }
-    const auto* names = RemoteUsersByGroup();
-    if (names == nullptr) return false;
+    const host::Result<const UsersByGroup*> names = RemoteUsersByGroup();
+    if (!names) return names.reason();
 
-    const auto found = names->find(group.gid);
-    if (found == names->end()) return true;
-    members.insert(members.end(), found->second.begin(), found->second.end());
-    return true;
+    const auto ofGroup = (*names)->find(group);
+    if (ofGroup == (*names)->end()) return {};
+    members.insert(members.end(), ofGroup->second.begin(), ofGroup->second.end());
+    return {};
 }
 
 /// The names without duplicates, in their order.
@@ -116,26 +132,26 @@ std::vector<std::string> Distinct(const std::vector<std::string>& names)
 
 int HLIBUserEnum(HLIBCSzList** list, int source, const char* domain)
 {
-    const std::unique_ptr<host::AccountEngine> engine = host::EngineOf(source);
-    if (!engine) return host::FailWithErrno();
+    const host::Result<std::unique_ptr<host::AccountEngine>> engine = host::EngineOf(source);
+    if (!engine) return FailFor(engine.reason());
 
     std::vector<std::string> names;
-    const bool answered = engine->EachUser([&](const host::User& user) {
+    const host::Result<void> answered = (*engine)->EachUser([&](const host::User& user) {
         if (host::IsMailUser(user) && BelongsTo(user.name, domain)) names.push_back(user.name);
     });
-    return answered ? Append(list, names) : host::FailWithErrno();
+    return answered ? Append(list, names) : FailFor(answered.reason());
 }
 
 int HLIBGroupEnum(HLIBCSzList** list, int source, const char* domain)
 {
-    const std::unique_ptr<host::AccountEngine> engine = host::EngineOf(source);
-    if (!engine) return host::FailWithErrno();
+    const host::Result<std::unique_ptr<host::AccountEngine>> engine = host::EngineOf(source);
+    if (!engine) return FailFor(engine.reason());
 
     std::vector<std::string> names;
-    const bool answered = engine->EachGroup([&](const host::Group& group) {
+    const host::Result<void> answered = (*engine)->EachGroup([&](const host::Group& group) {
         if (host::IsMailGroup(group) && BelongsTo(group.name, domain)) names.push_back(group.name);
     });
-    return answered ? Append(list, names) : host::FailWithErrno();
+    return answered ? Append(list, names) : FailFor(answered.reason());
 }
 
 int HLIBUserRealNameGet(const char* login, char* buffer, int size)
@@ -173,25 +189,22 @@ void HALDUserFree(HALDUser* user)
 int HALDUserCheckExpired(const char* name, void* /*reserved*/)
 {
     if (name == nullptr || *name == '\0') return host::Fail(EINVAL);
-    host::User user;
-    if (Result(host::FindUser(name, user)) < 0) return -1;
+    const auto user = host::FindUser(name);
+    if (StatusOf(user) < 0) return -1;
 
-    long day = -1;
-    const Lookup lookup = host::FindExpiry(user.name, day);
-    if (lookup == Lookup::kFailed) return host::FailWithErrno();
-    const bool expired =
-        lookup == Lookup::kFound && day >= 0 && time(nullptr) / kSecondsOfDay >= day;
-    return expired ? 1 : 0;
+    const host::Result<std::optional<long>> day = host::FindExpiry((*user)->name);
+    if (!day) return FailFor(day.reason());
+    return *day && **day >= 0 && time(nullptr) / kSecondsOfDay >= **day ? 1 : 0;
 }
 
 int HALDGroupListMember(const char* group, HLIBCSzList** list)
 {
     if (group == nullptr || *group == '\0') return host::Fail(EINVAL);
-    host::Group found;
-    bool local = false;
-    if (Result(host::FindGroup(group, found, local)) < 0) return -1;
+    const host::Result<std::optional<host::FoundGroup>> found = host::FindGroup(group);
+    if (StatusOf(found) < 0) return -1;
 
-    std::vector<std::string> members = found.members;
-    if (!AddPrimaryMembers(found, local, members)) return host::FailWithErrno();
+    std::vector<std::string> members = (*found)->group.members;
+    const host::Result<void> complete = AddPrimaryMembers(**found, members);
+    if (!complete) return FailFor(complete.reason());
     return Append(list, Distinct(members)) < 0 ? -1 : 0;
 }

@@ -7,37 +7,38 @@
 
 namespace host {
 
-bool GroupMembers::Connect()
+Result<void> GroupMembers::Connect()
 {
-    if (engine_) return true;
+    if (engine_) return {};
 
-    std::unique_ptr<AccountEngine> engine = EngineOf(source_);
-    if (!engine) return false;
+    Result<std::unique_ptr<AccountEngine>> engine = EngineOf(source_);
+    if (!engine) return std::move(engine).reason();
 
     primary_.clear();
-    const bool answered = engine->EachUser([this](const User& user) {
+    Result<void> answered = (*engine)->EachUser([this](const User& user) {
         if (IsMailUser(user)) primary_[user.gid].push_back(user.name);
     });
-    if (answered) engine_ = std::move(engine);
+    if (answered) engine_ = *std::move(engine);
     return answered;
 }
 
-Lookup GroupMembers::Find(const std::string& group, std::vector<std::string>& members)
+Result<std::optional<std::vector<std::string>>> GroupMembers::Find(const std::string& group)
 {
-    members.clear();
-    if (!Connect()) return Lookup::kFailed;
+    Result<void> connected = Connect();
+    if (!connected) return std::move(connected).reason();
 
-    Group found;
-    const Lookup result = engine_->FindGroup(group, found);
-    if (result != Lookup::kFound) return result;
+    const Result<std::optional<Group>> found = engine_->FindGroup(group);
+    if (!found) return found.reason();
+    if (!*found) return {std::nullopt};
 
+    std::vector<std::string> members;
     std::unordered_set<std::string> seen;
-    for (const std::vector<std::string>& names : {found.members, primary_[found.gid]}) {
+    for (const std::vector<std::string>& names : {(*found)->members, primary_[(*found)->gid]}) {
         for (const std::string& name : names) {
             if (seen.insert(name).second) members.push_back(name);
         }
     }
-    return Lookup::kFound;
+    return std::make_optional(std::move(members));
 }
 
 }  // namespace host

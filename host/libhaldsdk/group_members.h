@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,11 +18,11 @@ public:
     explicit GroupMembers(int source) : source_(source) {}
 
     /// The names of a group's members, those with it as primary group included, without duplicates.
-    /// kFailed, with errno set, when the engine does not answer.
-    Lookup Find(const std::string& group, std::vector<std::string>& members);
+    /// Nothing when there is no such group; fails when the engine does not answer.
+    Result<std::optional<std::vector<std::string>>> Find(const std::string& group);
 
 private:
-    bool Connect();
+    Result<void> Connect();
 
     int source_;
     std::unique_ptr<AccountEngine> engine_;

@@ -70,9 +70,8 @@ gid_t GroupOf(const Expiry& /*expiry*/)
     return 0;
 }
 
-/// Whether a record is empty or includes accounts of another source ("+" or "-" first); it is
-/// skipped.
-/// skipped.
+/// Whether a record is skipped: it is empty, or includes accounts of another source, as "+@staff"
+/// does.
 bool IsInclusion(const std::string& name)
 {
     return name.empty() || name.front() == '+' || name.front() == '-';
@@ -89,20 +88,20 @@ public:
     {
     }
 
-    /// Reads the file again if it has changed. False, with errno set, when that fails.
-    bool Refresh()
+    /// Reads the file again if it has changed.
+    Result<void> Refresh()
     {
         Stamp stamp;
-        if (!StampOf(Path(path_), stamp)) return false;
-        if (stamp == stamp_) return true;
+        if (!StampOf(Path(path_), stamp)) return CannotRead();
+        if (stamp == stamp_) return {};
 
         stamp_ = Stamp();
         entries_.clear();
         byName_.clear();
         byGroup_.clear();
-        if (!ReadAll()) return false;
+        if (!ReadAll()) return CannotRead();
         stamp_ = stamp;
-        return true;
+        return {};
     }
 
     const std::vector<Entry>& entries() const { return entries_; }
@@ -116,16 +115,19 @@ public:
         for (const std::size_t index : found->second) visit(entries_[index]);
     }
 
-    Lookup FindEntry(const std::string& name, Entry& entry)
+    Result<std::optional<Entry>> FindEntry(const std::string& name)
     {
-        if (!Refresh()) return Lookup::kFailed;
+        Result<void> fresh = Refresh();
+        if (!fresh) return std::move(fresh).reason();
         const auto found = byName_.find(name);
-        if (found == byName_.end()) return Lookup::kAbsent;
-        entry = entries_[found->second];
-        return Lookup::kFound;
+        if (found == byName_.end()) return {std::nullopt};
+        return std::make_optional(entries_[found->second]);
     }
 
 private:
+    Reason CannotRead() const { return SystemReason(path_, std::string("cannot read ") + path_); }
+
+    /// False, with errno set, on failure.
     bool ReadAll()
     {
         const File file(fopen(Path(path_).c_str(), "re"));
@@ -178,28 +180,30 @@ KeptFile<spwd, Expiry>& Expiries()
 
 class LocalEngine : public AccountEngine {
 public:
-    bool EachUser(const UserVisitor& visit) override
+    Result<void> EachUser(const UserVisitor& visit) override
     {
-        if (!Users().Refresh()) return false;
+        Result<void> fresh = Users().Refresh();
+        if (!fresh) return fresh;
         for (const User& user : Users().entries()) visit(user);
-        return true;
+        return {};
     }
 
-    bool EachGroup(const GroupVisitor& visit) override
+    Result<void> EachGroup(const GroupVisitor& visit) override
     {
-        if (!Groups().Refresh()) return false;
+        Result<void> fresh = Groups().Refresh();
+        if (!fresh) return fresh;
         for (const Group& group : Groups().entries()) visit(group);
-        return true;
+        return {};
     }
 
-    Lookup FindUser(const std::string& name, User& user) override
+    Result<std::optional<User>> FindUser(const std::string& name) override
     {
-        return Users().FindEntry(name, user);
+        return Users().FindEntry(name);
     }
 
-    Lookup FindGroup(const std::string& name, Group& group) override
+    Result<std::optional<Group>> FindGroup(const std::string& name) override
     {
-        return FindLocalGroup(name, group);
+        return FindLocalGroup(name);
     }
 };
 
@@ -210,24 +214,23 @@ std::unique_ptr<AccountEngine> LocalAccounts()
     return std::make_unique<LocalEngine>();
 }
 
-Lookup FindLocalGroup(const std::string& name, Group& group)
+Result<std::optional<Group>> FindLocalGroup(const std::string& name)
 {
-    return Groups().FindEntry(name, group);
+    return Groups().FindEntry(name);
 }
 
-Lookup FindLocalExpiry(const std::string& name, long& day)
+Result<std::optional<long>> FindLocalExpiry(const std::string& name)
 {
-    Expiry expiry{"", -1};
-    const Lookup result = Expiries().FindEntry(name, expiry);
-    if (result == Lookup::kFound) day = expiry.day;
-    return result;
+    Result<std::optional<Expiry>> expiry = Expiries().FindEntry(name);
+    if (!expiry) return std::move(expiry).reason();
+    return *expiry ? std::make_optional((*expiry)->day) : std::nullopt;
 }
 
-bool EachLocalUserOf(gid_t group, const UserVisitor& visit)
+Result<void> EachLocalUserOf(gid_t group, const UserVisitor& visit)
 {
-    if (!Users().Refresh()) return false;
-    Users().EachOf(group, visit);
-    return true;
+    Result<void> fresh = Users().Refresh();
+    if (fresh) Users().EachOf(group, visit);
+    return fresh;
 }
 
 }  // namespace host

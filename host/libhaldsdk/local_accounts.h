@@ -3,6 +3,7 @@
 // until the files change, since a page may ask for thousands of accounts.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/libhaldsdk/account_engine.h"
@@ -10,13 +11,12 @@
 namespace host {
 
 /// The group of this name in /etc/group.
-Lookup FindLocalGroup(const std::string& name, Group& group);
+Result<std::optional<Group>> FindLocalGroup(const std::string& name);
 
 /// The day (since 1970) on which an account of /etc/shadow expires, -1 for never.
-Lookup FindLocalExpiry(const std::string& name, long& day);
+Result<std::optional<long>> FindLocalExpiry(const std::string& name);
 
-/// Calls `visit` for the users of /etc/passwd with this primary group. False, with errno set, when
-/// the file cannot be read.
-bool EachLocalUserOf(gid_t group, const UserVisitor& visit);
+/// Calls `visit` for the users of /etc/passwd with this primary group.
+Result<void> EachLocalUserOf(gid_t group, const UserVisitor& visit);
 
 }  // namespace host

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldsdk/account_engine.h"
 #include "host/libhaldsdk/account_records.h"
 
@@ -24,17 +23,7 @@ struct Enumeration {
 template <typename Record>
 using Find = nss_status (*)(const char*, Record*, char*, std::size_t, int*);
 
-/// Asks for one record, whose texts are in `buffer`.
-template <typename Record>
-Lookup Ask(Find<Record> find, const std::string& name, RecordBuffer& buffer, Record& record)
-{
-    const nss_status status = CallWithBuffer(buffer, [&](char* bytes, std::size_t size, int* code) {
-        return find(name.c_str(), &record, bytes, size, code);
-    });
-    if (status == NSS_STATUS_SUCCESS) return Lookup::kFound;
-    return status == NSS_STATUS_NOTFOUND ? Lookup::kAbsent : Lookup::kFailed;
-}
-
+/// Whether every record was visited; errno tells why not.
 template <typename Record, typename Visit>
 bool Enumerate(const Enumeration<Record>& calls, const Visit& visit)
 {
@@ -50,6 +39,17 @@ bool Enumerate(const Enumeration<Record>& calls, const Visit& visit)
     (void)calls.end();
     errno = saved;
     return answered;
+}
+
+/// Asks the module of a service for one record by its name.
+template <typename Record, typename Convert>
+auto Ask(const std::string& service, Find<Record> find, const std::string& name,
+         const Convert& convert)
+{
+    const auto call = [&](Record* record, char* bytes, std::size_t size, int* code) {
+        return find(name.c_str(), record, bytes, size, code);
+    };
+    return FindRecord<Record>(service, call, convert);
 }
 
 class ModuleEngine : public AccountEngine {
@@ -73,32 +73,26 @@ public:
                findGroup_ != nullptr;
     }
 
-    bool EachUser(const UserVisitor& visit) override
+    Result<void> EachUser(const UserVisitor& visit) override
     {
-        return Enumerate(users_, [&](const passwd& record) { visit(ToUser(record)); });
+        if (Enumerate(users_, [&](const passwd& record) { visit(ToUser(record)); })) return {};
+        return NoAnswerFrom(service_);
     }
 
-    bool EachGroup(const GroupVisitor& visit) override
+    Result<void> EachGroup(const GroupVisitor& visit) override
     {
-        return Enumerate(groups_, [&](const group& record) { visit(ToGroup(record)); });
+        if (Enumerate(groups_, [&](const group& record) { visit(ToGroup(record)); })) return {};
+        return NoAnswerFrom(service_);
     }
 
-    Lookup FindUser(const std::string& name, User& user) override
+    Result<std::optional<User>> FindUser(const std::string& name) override
     {
-        RecordBuffer buffer;
-        passwd record;
-        const Lookup result = Ask(findUser_, name, buffer, record);
-        if (result == Lookup::kFound) user = ToUser(record);
-        return result;
+        return Ask(service_, findUser_, name, ToUser);
     }
 
-    Lookup FindGroup(const std::string& name, Group& group) override
+    Result<std::optional<Group>> FindGroup(const std::string& name) override
     {
-        RecordBuffer buffer;
-        ::group record;
-        const Lookup result = Ask(findGroup_, name, buffer, record);
-        if (result == Lookup::kFound) group = ToGroup(record);
-        return result;
+        return Ask(service_, findGroup_, name, ToGroup);
     }
 
 private:
@@ -119,17 +113,16 @@ private:
 
 }  // namespace
 
-std::unique_ptr<AccountEngine> NameServiceModule(const std::string& service)
+Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& service)
 {
     const std::string file = "libnss_" + service + ".so.2";
     void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library != nullptr) {
         auto engine = std::make_unique<ModuleEngine>(library, service);
-        if (engine->complete()) return engine;
+        if (engine->complete()) return std::unique_ptr<AccountEngine>(std::move(engine));
     }
-    Log(LOG_ERR, "the name service module %s cannot be used", file.c_str());
-    errno = ELIBACC;
-    return nullptr;
+    return Reason{ReasonCode::kDamaged, file,
+                  "the name service module " + file + " cannot be used"};
 }
 
 }  // namespace host

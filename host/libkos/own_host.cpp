@@ -80,11 +80,11 @@ bool IsOfCertificate(const std::string& name)
     if (access(file.c_str(), R_OK) < 0) return false;
     host::ProgramOptions options;
     options.capture = true;
-    const std::string told = host::RunProgram({host::Path(host::programs::kOpenssl), "x509", "-in",
-                                               file, "-noout", "-checkhost", name},
-                                              options)
-                                 .output;
-    return told.find(" does match ") != std::string::npos;
+    const host::ProgramResult told = host::RunProgram(
+        {host::Path(host::programs::kOpenssl), "x509", "-in", file, "-noout", "-checkhost", name},
+        options);
+    for (const host::Reason& cause : told.Causes()) host::LogReason(cause);
+    return told.output.find(" does match ") != std::string::npos;
 }
 
 }  // namespace

@@ -11,14 +11,14 @@ PRIORITY = re.compile(rb"^<\d{1,3}>")
 CONTROL = re.compile(rb"[\x00-\x1f\x7f]")
 
 
-def as_line(datagram):
+def as_line(datagram: bytes) -> bytes:
     """A line of the log: without the priority, control characters as #octal, as syslog daemons
     write them."""
     text = PRIORITY.sub(b"", datagram).rstrip(b"\n\x00")
     return CONTROL.sub(lambda found: b"#%03o" % found[0][0], text) + b"\n"
 
 
-def main(path, log):
+def main(path: str, log: str) -> None:
     if os.path.lexists(path):
         os.unlink(path)
     inbox = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)

@@ -20,19 +20,19 @@ void TryFiles(std::string_view text)
     for (const char* name : {"etc/passwd", "etc/group", "etc/shadow"}) fuzz::NewFile(name, text);
     host::SetRoot(fuzz::OwnFile(""));
     const auto engine = host::LocalAccounts();
-    fuzz::Expect(engine->EachUser([&engine](const host::User& user) {
+    const auto users = engine->EachUser([&engine](const host::User& user) {
         ExpectName(user.name);
-        host::User found;
-        fuzz::Expect(engine->FindUser(user.name, found) == host::Lookup::kFound);
-        fuzz::Expect(found.name == user.name && found.realName.find(',') == std::string::npos);
-        long day = 0;
-        (void)host::FindLocalExpiry(user.name, day);
-    }));
-    fuzz::Expect(engine->EachGroup([&engine](const host::Group& group) {
+        const auto found = engine->FindUser(user.name);
+        fuzz::Expect(found && *found && (*found)->name == user.name &&
+                     (*found)->realName.find(',') == std::string::npos);
+        (void)host::FindLocalExpiry(user.name);
+    });
+    const auto groups = engine->EachGroup([&engine](const host::Group& group) {
         ExpectName(group.name);
-        host::Group found;
-        fuzz::Expect(engine->FindGroup(group.name, found) == host::Lookup::kFound);
-    }));
+        const auto found = engine->FindGroup(group.name);
+        fuzz::Expect(found && *found);
+    });
+    fuzz::Expect(users && groups);
 }
 
 /// A module with a record in each line: the name, then the members or the comment and the home.

@@ -45,7 +45,10 @@ std::set<Inode> OpenBy(pid_t process)
 std::vector<Listener> ListenersOf(pid_t process)
 {
     const std::set<Inode> open = OpenBy(process);
-    std::vector<Listener> listeners = host::daemons::TcpListeners();
+    auto all = host::daemons::TcpListeners();
+    if (!host::Succeeded(all)) return {};
+
+    std::vector<Listener> listeners = *std::move(all);
     listeners.erase(
         std::remove_if(listeners.begin(), listeners.end(),
                        [&open](const Listener& one) { return open.count(one.inode) == 0; }),
@@ -57,7 +60,9 @@ std::vector<Listener> ListenersOf(pid_t process)
 /// socket open until it has finished.
 Progress AreClosed(const std::set<Inode>& sockets)
 {
-    for (const Listener& listener : host::daemons::TcpListeners()) {
+    const auto listeners = host::daemons::TcpListeners();
+    if (!host::Succeeded(listeners)) return Progress::kInVain;
+    for (const Listener& listener : *listeners) {
         if (sockets.count(listener.inode) > 0) return Progress::kNotYet;
     }
     return Progress::kDone;

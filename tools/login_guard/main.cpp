@@ -76,7 +76,9 @@ public:
         nextLook_ = guard::Clock::now() + kBetweenLooks;
         std::map<guard::Source, int> connections;
         std::set<guard::Source> crowds;
-        for (const std::string& address : host::daemons::TcpClients(port_)) {
+        const auto clients = host::daemons::TcpClients(port_);
+        if (!host::Succeeded(clients)) return;
+        for (const std::string& address : *clients) {
             const auto source = guard::SourceOf(address);
             if (source && ++connections[*source] == kMostConnections) crowds.insert(*source);
         }

@@ -13,12 +13,12 @@ namespace {
 
 using host::daemons::kWebGuardTable;
 
-bool Tell(const std::string& commands)
+host::Result<void> Tell(const std::string& commands)
 {
     host::ProgramOptions options;
     options.capture = true;
     options.input = commands;
-    return host::RunProgram({host::Path(host::programs::kNft), "-f", "-"}, options).Succeeded();
+    return host::RunProgram({host::Path(host::programs::kNft), "-f", "-"}, options).done;
 }
 
 std::string Table()
@@ -37,7 +37,7 @@ std::string Set(const char* name, const char* type)
 
 PacketFilter::PacketFilter(int port) : port_(port)
 {
-    if (!Load()) host::Log(LOG_WARNING, "web login: the packet filter takes no rules");
+    (void)host::Succeeded(Load().Prefixed("web login: the packet filter takes no rules: "));
 }
 
 PacketFilter::~PacketFilter()
@@ -45,7 +45,7 @@ PacketFilter::~PacketFilter()
     (void)Tell("delete " + Table() + "\n");
 }
 
-bool PacketFilter::Load() const
+host::Result<void> PacketFilter::Load() const
 {
     const std::string rule = "        tcp dport " + std::to_string(port_) + " ";
     return Tell(Table() + "\ndelete " + Table() + "\n" + Table() + " {\n" +
@@ -62,7 +62,12 @@ void PacketFilter::Block(const Source& source, const char* reason)
                                 (source.isIpv6 ? " failed6" : " failed4") + " { " + source.address +
                                 " }\n";
     // Another program that reloads the packet filter may have removed the table.
-    const bool isDone = Tell(command) || (Load() && Tell(command));
+    host::Result<void> done = Tell(command);
+    if (!done) {
+        done = Load();
+        if (done) done = Tell(command);
+    }
+    const bool isDone = host::Succeeded(std::move(done).Prefixed("web login: "));
     host::Log(isDone ? LOG_NOTICE : LOG_ERR, "web login: %s %s%s: %s", source.address.c_str(),
               isDone ? "is kept away" : "cannot be kept away",
               source.isIpv6 ? ", with its /64" : "", reason);

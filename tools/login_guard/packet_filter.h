@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
 #include "tools/login_guard/source.h"
 
 namespace guard {
@@ -20,7 +21,7 @@ public:
     void Block(const Source& source, const char* reason);
 
 private:
-    bool Load() const;
+    host::Result<void> Load() const;
 
     int port_;
 };

@@ -6,6 +6,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/schema.h"
+#include "host/libmailvane/system/database.h"
 #include "tools/maillog_collector/log_event.h"
 #include "tools/maillog_collector/month_closing.h"
 
@@ -30,11 +31,7 @@ std::string NameOf(const LogPosition& position)
 
 }  // namespace
 
-Collector::Collector() : clock_(std::time(nullptr))
-{
-    FinishClosing();
-    Open();
-}
+Collector::Collector() : clock_(std::time(nullptr)) {}
 
 void Collector::Open()
 {
@@ -127,9 +124,14 @@ bool Collector::TakeInAll()
     return any;
 }
 
-bool Collector::Step()
+/// Reads all new lines; begins anew where the log was cleared meanwhile.
+bool Collector::TakeInNew()
 {
-    clock_.SetNow(std::time(nullptr));
+    if (!isOpen_) {
+        FinishClosing();
+        Open();
+        isOpen_ = true;
+    }
     try {
         return TakeInAll();
     } catch (const LogCleared&) {
@@ -138,6 +140,12 @@ bool Collector::Step()
         Open();
         return true;
     }
+}
+
+host::Result<bool> Collector::Step()
+{
+    clock_.SetNow(std::time(nullptr));
+    return host::system::Attempt("mail log", [this] { return TakeInNew(); });
 }
 
 }  // namespace collector

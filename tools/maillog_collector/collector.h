@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/maillog/log_clock.h"
 #include "tools/maillog_collector/log_tail.h"
 #include "tools/maillog_collector/mail_correlator.h"
@@ -13,18 +14,19 @@
 
 namespace collector {
 
-/// Reads the log from the stored position on. Entries and position are stored in one transaction;
-/// after an exception a new object continues from the last one.
+/// Reads the machine's log from the stored position on. Entries and position are stored in one
+/// transaction; after a failure a new object continues from the last one.
 class Collector {
 public:
-    /// Opens the machine's log and database. Throws std::exception.
     Collector();
 
-    /// Reads what the log has by now. False when there was nothing new. Throws std::exception.
-    bool Step();
+    /// Reads what the log has by now. False when there was nothing new. The reason for a database
+    /// that is damaged, so that another attempt is useless, has the code kDamaged.
+    host::Result<bool> Step();
 
 private:
     void Open();
+    bool TakeInNew();
     bool TakeInAll();
     void TakeIn(std::string_view lines);
     void TakeInLine(std::string_view line, std::size_t start);
@@ -33,6 +35,7 @@ private:
     void Store(LogPosition position);
 
     host::maillog::LogClock clock_;
+    bool isOpen_ = false;
     std::optional<MailStore> store_;
     std::optional<MailCorrelator> correlator_;
     std::optional<LogTail> tail_;

@@ -1,9 +1,6 @@
 // A damaged database of the mail log.
 #include "tools/maillog_collector/damaged_log.h"
 
-#include <SQLiteCpp/SQLiteCpp.h>
-#include <sqlite3.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -13,14 +10,7 @@
 
 namespace collector {
 
-bool TellsDamage(const std::exception& failure)
-{
-    const auto* fault = dynamic_cast<const SQLite::Exception*>(&failure);
-    return fault != nullptr &&
-           (fault->getErrorCode() == SQLITE_CORRUPT || fault->getErrorCode() == SQLITE_NOTADB);
-}
-
-bool PutDamagedAside()
+host::Result<void> PutDamagedAside()
 {
     const std::string live = host::maillog::MailLogLivePath();
     const std::string aside = live + ".damaged";
@@ -29,13 +19,12 @@ bool PutDamagedAside()
         const std::string from = live + companion;
         const std::string to = aside + companion;
         if (std::rename(from.c_str(), to.c_str()) != 0 && errno != ENOENT) {
-            host::Log(LOG_ERR, "mail log: cannot move %s: %s", from.c_str(), host::ErrnoText());
-            return false;
+            return host::SystemReason(from, "mail log: cannot move " + from);
         }
     }
-    host::Log(LOG_ERR, "mail log: the database is damaged; it lies in %s now, and a new one begins",
+    host::Log(LOG_WARNING, "mail log: the damaged database lies in %s now, and a new one begins",
               aside.c_str());
-    return true;
+    return {};
 }
 
 }  // namespace collector

@@ -8,14 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
-#include <optional>
 #include <string>
 
 #include <poll.h>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "tools/maillog_collector/collector.h"
 #include "tools/maillog_collector/damaged_log.h"
@@ -45,26 +43,33 @@ std::string LogFolder()
     return path.substr(0, path.rfind('/'));
 }
 
-/// Collects until a signal or a failure; false after a failure. Logs a repeated failure only once.
+/// Logs a failure, a repeated one only once, and puts a damaged database aside.
+void Report(const host::Reason& failure, std::string& lastFailure)
+{
+    if (lastFailure != failure.text) host::LogReason(failure);
+    lastFailure = failure.text;
+    if (failure.code == host::ReasonCode::kDamaged) {
+        (void)host::Succeeded(collector::PutDamagedAside());
+    }
+}
+
+/// Collects until a signal or a failure; false after a failure.
 bool Collect(std::string& lastFailure, bool once)
 {
-    try {
-        // Made before the first read, so that no change is missed in between.
-        collector::LogWatch watch(LogFolder());
-        collector::Collector collector;
-        while (ended == 0) {
-            const bool any = collector.Step();
-            lastFailure.clear();
-            if (once && !any) return true;
-            if (!any) watch.Wait();
+    // Made before the first read, so that no change is missed in between.
+    collector::LogWatch watch(LogFolder());
+    collector::Collector collector;
+    while (ended == 0) {
+        const host::Result<bool> any = collector.Step();
+        if (!any) {
+            Report(any.reason(), lastFailure);
+            return false;
         }
-        return true;
-    } catch (const std::exception& failure) {
-        if (lastFailure != failure.what()) host::Log(LOG_ERR, "mail log: %s", failure.what());
-        lastFailure = failure.what();
-        if (collector::TellsDamage(failure)) (void)collector::PutDamagedAside();
-        return false;
+        lastFailure.clear();
+        if (once && !*any) return true;
+        if (!*any) watch.Wait();
     }
+    return true;
 }
 
 }  // namespace

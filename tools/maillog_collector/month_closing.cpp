@@ -55,6 +55,12 @@ void Require(bool done, const char* what)
     if (!done) throw std::runtime_error(std::string(what) + ": " + host::ErrnoText());
 }
 
+template <typename T>
+void Require(const host::Result<T>& result)
+{
+    if (!result) throw std::runtime_error(result.reason().text);
+}
+
 bool HasPosition(SQLite::Database& database)
 {
     return database.execAndGet("SELECT count(*) FROM position").getInt() != 0;
@@ -142,13 +148,8 @@ bool CloseMonth()
         SQLite::Database database(host::maillog::MailLogLivePath(), SQLite::OPEN_READWRITE,
                                   kPatienceMs);
         if (!LeaveWriteAheadLog(database)) return false;
-        Require(host::Succeeded(host::system::RemoveDurably(SuccessorPath())),
-                "cannot remove the unfinished successor");
-        {
-            const auto next =
-                host::system::OpenForChange(SuccessorPath(), host::maillog::MailLogSchema());
-            if (!next) throw std::runtime_error(next.reason().text);
-        }
+        Require(host::system::RemoveDurably(SuccessorPath()));
+        Require(host::system::OpenForChange(SuccessorPath(), host::maillog::MailLogSchema()));
         Require(::chmod(SuccessorPath().c_str(), 0640) == 0, "cannot make the successor readable");
         MoveOn(database, host::maillog::LatestDate(database));
     }

@@ -3,11 +3,13 @@
 make_reference.py OPENAPI.YAML ACTIONS.JSON"""
 import json
 import sys
+from typing import Any
 
 import openapi
+from openapi import Node
 
 
-def member(name, schema, required):
+def member(name: str, schema: Node, required: bool) -> Node:
     """A member of a body or a parameter, without empty values. Only parameters have a default: a
     member that is left out keeps what is stored."""
     about = {
@@ -26,17 +28,17 @@ def member(name, schema, required):
     return {"name": name, **{key: value for key, value in about.items() if value}}
 
 
-def word(schema):
+def word(schema: Node) -> str:
     """How one word stands for an object: the name of its only member if that is a text, else what
     the schema says."""
     properties = schema.get("properties", {})
     only = list(properties) if len(properties) == 1 else []
     if only and properties[only[0]].get("type") == "string":
         return only[0]
-    return schema.get("x-word", "")
+    return str(schema.get("x-word", ""))
 
 
-def parameter(entry):
+def parameter(entry: Node) -> Node:
     """One parameter of a query."""
     text = {"description": entry.get("description", "")}
     about = member(entry["name"], {**entry["schema"], **text}, entry.get("required", False))
@@ -44,11 +46,11 @@ def parameter(entry):
     return {**about, "default": str(default)} if default != "" else about
 
 
-def one_line(text):
+def one_line(text: str) -> str:
     return " ".join(text.split())
 
 
-def members(kind, operation):
+def members(kind: str, operation: Node) -> list[Node]:
     if kind == openapi.UPLOAD:
         return []
     if kind == openapi.READ:
@@ -60,7 +62,7 @@ def members(kind, operation):
             for name, about in schema["properties"].items() if name != "action"]
 
 
-def reasons(operation):
+def reasons(operation: Node) -> dict[str, str]:
     """The meaning of each errinfo, by section and key."""
     found = {}
     for schema in openapi.answer_schemas(operation):
@@ -72,7 +74,7 @@ def reasons(operation):
     return found
 
 
-def shown(node, found):
+def shown(node: Any, found: Node) -> Node:
     """Collects the members of an answer that contain markup, and the masks of passwords."""
     for child in node if isinstance(node, list) else []:
         shown(child, found)
@@ -85,13 +87,13 @@ def shown(node, found):
     return found
 
 
-def examples(name, operation):
+def examples(name: str, operation: Node) -> list[str]:
     """Command lines after `mailvanectl`: the examples of the document, or, for an action without
     required members, its name."""
     return [" ".join([name, words]).rstrip() for words in operation.get("x-examples", [""])]
 
 
-def action(name, kind, operation):
+def action(name: str, kind: str, operation: Node) -> Node:
     about = {
         "kind": kind,
         "page": operation["tags"][0],
@@ -109,7 +111,7 @@ def action(name, kind, operation):
     return {"name": name, **{key: value for key, value in about.items() if value}}
 
 
-def main(source, target):
+def main(source: str, target: str) -> None:
     document = openapi.Document(source)
     actions = [action(*operation) for operation in document.operations()]
     with open(target, "w", encoding="ascii") as file:

@@ -2,23 +2,27 @@
 
 Used by the build of the package and by the tests; needs python3-yaml."""
 import os
+from collections.abc import Iterator
+from typing import Any
 
 import yaml
 
 READ, WRITE, UPLOAD = "read", "write", "upload"
 
+Node = dict[str, Any]  # an object of the document: a schema, an operation
+
 
 class Document:
     """A document of one or more files."""
 
-    def __init__(self, path):
-        self._files = {}
-        self.references = set()  # every $ref as written, to find unused parts
+    def __init__(self, path: str) -> None:
+        self._files: dict[str, Any] = {}
+        self.references: set[str] = set()  # every $ref as written, to find unused parts
         self._top = os.path.abspath(path)
         self.raw = self._file(self._top)
         self.root = self._expand(self.raw, self._top)
 
-    def operations(self):
+    def operations(self) -> Iterator[tuple[str, str, Node]]:
         """Triples of name, kind and operation, in the order of the document."""
         for path, item in self.root["paths"].items():
             for method, operation in item.items():
@@ -29,14 +33,14 @@ class Document:
                     raise ValueError("%s stands under %s" % (name, path))
                 yield name, kind, operation
 
-    def _file(self, path):
+    def _file(self, path: str) -> Any:
         if path not in self._files:
             loader = getattr(yaml, "CSafeLoader", yaml.SafeLoader)
             with open(path, encoding="utf-8") as file:
                 self._files[path] = yaml.load(file, loader)
         return self._files[path]
 
-    def _expand(self, node, file):
+    def _expand(self, node: Any, file: str) -> Any:
         if isinstance(node, list):
             return [self._expand(entry, file) for entry in node]
         if not isinstance(node, dict):
@@ -51,7 +55,7 @@ class Document:
             own = merged(part, own)
         return own
 
-    def _target(self, reference, file):
+    def _target(self, reference: str, file: str) -> Any:
         self.references.add(reference)
         name, _, pointer = reference.partition("#")
         if name:
@@ -64,7 +68,7 @@ class Document:
         return self._expand(node, file)
 
 
-def merged(below, above):
+def merged(below: Node, above: Node) -> Node:
     """The schema that requires what both require; for a key of both, that of `above`."""
     result = {**below, **above}
     if "required" in below and "required" in above:
@@ -76,7 +80,7 @@ def merged(below, above):
     return result
 
 
-def answer_schemas(operation):
+def answer_schemas(operation: Node) -> list[Node]:
     """The schemas of an operation's answer; none for a download."""
     for media in operation["responses"]["200"]["content"].values():
         schema = media.get("schema")
@@ -84,7 +88,7 @@ def answer_schemas(operation):
     return []
 
 
-def constant(schema, *path):
+def constant(schema: Node, *path: str) -> Any:
     """The only value that a member of a schema can have; None when there are several."""
     for name in path:
         schema = schema.get("properties", {}).get(name, {})

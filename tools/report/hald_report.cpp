@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include "host/libhaldcore/log.h"
@@ -86,6 +87,16 @@ host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
     return report::WriteProgress({moment, 0, 0});
 }
 
+/// The stored settings; nothing when they cannot be read, which has been logged by then.
+std::optional<Reporter> StoredReporter()
+{
+    try {
+        return Reporter::LoadSetting();
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
 }  // namespace
 
 int main(int count, char** arguments)
@@ -99,9 +110,10 @@ int main(int count, char** arguments)
     try {
         if (verb == "--send") return report::SendFromInput();
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
-        const Reporter reporter = Reporter::LoadSetting();
+        const std::optional<Reporter> reporter = StoredReporter();
+        if (!reporter) return 1;
         host::Result<void> done =
-            verb == "--now" ? SendNow(reporter, now) : SendIfDue(reporter, now);
+            verb == "--now" ? SendNow(*reporter, now) : SendIfDue(*reporter, now);
         return host::Succeeded(std::move(done).Prefixed("report: ")) ? 0 : 1;
     } catch (const std::exception& failure) {
         host::Log(LOG_ERR, "report: %s", failure.what());

@@ -137,7 +137,7 @@ bool AddScans(const std::string& path, const Period& period, std::int64_t now, S
 std::optional<QueueState> LookAtQueue(std::int64_t now)
 {
     const auto queue = host::system::ReadMailQueue();
-    if (!queue) return std::nullopt;
+    if (!host::Succeeded(queue)) return std::nullopt;
 
     QueueState state;
     state.isWhole = queue->isWhole;

@@ -80,7 +80,8 @@ Result<void> SendAsItsUser(const Delivery& delivery)
         return Reason{ReasonCode::kDaemonRefuses, delivery.account.server, result.output};
     }
     return Reason{ReasonCode::kSystem, kUser,
-                  "its sender, run as " + std::string(kUser) + ", failed " + result.errors};
+                  "its sender, run as " + std::string(kUser) + ", failed " + result.errors,
+                  result.Causes()};
 }
 
 int SendFromInput()

@@ -70,24 +70,28 @@ bool BelongsToOne(const SocketServices& sockets, Inode inode, const std::vector<
 
 }  // namespace
 
-bool PortsConflict(const std::string& services, int from, int to)
+Result<bool> PortsConflict(const std::string& services, int from, int to)
 {
     if (from > to || from < 1 || to > kHighestPort) return false;
 
     const std::vector<std::string> names = SplitNames(services);
     const SocketServices ours = OurSockets();
-    for (const Listener& listener : TcpListeners()) {
+    const Result<std::vector<Listener>> listeners = TcpListeners();
+    if (!listeners) return listeners.reason();
+    for (const Listener& listener : *listeners) {
         if (listener.port < from || listener.port > to) continue;
         if (!BelongsToOne(ours, listener.inode, names)) return true;
     }
     return false;
 }
 
-std::set<int> PortsHeldByOthers(const std::set<int>& ports)
+Result<std::set<int>> PortsHeldByOthers(const std::set<int>& ports)
 {
     std::set<int> held;
     const SocketServices ours = OurSockets();
-    for (const Listener& listener : TcpListeners()) {
+    const Result<std::vector<Listener>> listeners = TcpListeners();
+    if (!listeners) return listeners.reason();
+    for (const Listener& listener : *listeners) {
         if (ports.count(listener.port) > 0 && ours.count(listener.inode) == 0) {
             held.insert(listener.port);
         }

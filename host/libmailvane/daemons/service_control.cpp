@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -17,17 +16,17 @@ namespace {
 
 int DkimFilterService(const std::string& verb)
 {
-    return RunControlScript(daemons::kDkimFilter, verb);
+    return Status(RunControlScript(daemons::kDkimFilter, verb));
 }
 
 int DmarcFilterService(const std::string& verb)
 {
-    return RunControlScript(daemons::kDmarcFilter, verb);
+    return Status(RunControlScript(daemons::kDmarcFilter, verb));
 }
 
 int MemcachedService(const std::string& verb)
 {
-    return RunControlScript(daemons::kMemcached, verb);
+    return Status(RunControlScript(daemons::kMemcached, verb));
 }
 
 /// The function of each service that a step of a plan calls.
@@ -46,14 +45,13 @@ const struct {
 
 }  // namespace
 
-int RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
+Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
 {
     const std::string script = std::string(daemon.service) + ".sh";
     if (verb != "start" && verb != "stop" && verb != "restart") {
-        Log(LOG_ERR, "%s takes no verb \"%s\"", script.c_str(), verb.c_str());
-        return -1;
+        return Reason{ReasonCode::kRefused, script, script + " takes no verb \"" + verb + "\""};
     }
-    return RunProgram({PackagePath("target/scripts/" + script), verb}).Succeeded() ? 0 : -1;
+    return RunProgram({PackagePath("target/scripts/" + script), verb}).done;
 }
 
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb)
@@ -75,20 +73,20 @@ bool ServicesAreOurs()
 
 int Postfix::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript(host::daemons::kPostfix, verb);
+    return host::Status(host::daemons::RunControlScript(host::daemons::kPostfix, verb));
 }
 
 int ImapPop3::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript(host::daemons::kDovecot, verb);
+    return host::Status(host::daemons::RunControlScript(host::daemons::kDovecot, verb));
 }
 
 int MailScanner::Service(const std::string& verb)
 {
-    return host::daemons::RunControlScript(host::daemons::kScanner, verb);
+    return host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
 }
 
 int MailScanner::AntiVirusService(const std::string& verb)
 {
-    return host::daemons::RunControlScript(host::daemons::kAntiVirus, verb);
+    return host::Status(host::daemons::RunControlScript(host::daemons::kAntiVirus, verb));
 }

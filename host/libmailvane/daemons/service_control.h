@@ -3,14 +3,15 @@
 
 #include <string>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "platform/mailvane/callback.h"
 
 namespace host::daemons {
 
 /// Runs the control script of a daemon's service with "start", "stop" or "restart" and waits until
-/// the service runs or has stopped. 0, or -1 (logged) for any other verb or when the script fails.
-int RunControlScript(const daemons::Daemon& daemon, const std::string& verb);
+/// the service runs or has stopped. Fails for any other verb, or when the script does.
+Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& verb);
 
 /// The same call as a step of a plan.
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb);

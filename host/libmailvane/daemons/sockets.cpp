@@ -17,7 +17,6 @@
 #include <utility>
 
 #include "host/libhaldcore/files.h"
-#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemons/daemon_process.h"
 
@@ -77,14 +76,14 @@ std::optional<Socket> ParseSocket(const char* line)
 }
 
 /// Every TCP socket, those of IPv4 first.
-std::vector<Socket> TcpSockets()
+Result<std::vector<Socket>> TcpSockets()
 {
     std::vector<Socket> sockets;
     for (const char* name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
         std::string table;
         if (!ReadFile(Path(name), table)) {
-            if (errno != ENOENT) Log(LOG_ERR, "cannot read %s: %s", name, ErrnoText());
-            continue;
+            if (errno == ENOENT) continue;
+            return SystemReason(name, std::string("cannot read ") + name);
         }
         std::istringstream lines(table);
         for (std::string line; std::getline(lines, line);) {
@@ -105,10 +104,13 @@ Inode NumberIn(const std::string& target, const char* start)
 
 }  // namespace
 
-std::vector<Listener> TcpListeners()
+Result<std::vector<Listener>> TcpListeners()
 {
+    const Result<std::vector<Socket>> sockets = TcpSockets();
+    if (!sockets) return sockets.reason();
+
     std::vector<Listener> listeners;
-    for (const Socket& socket : TcpSockets()) {
+    for (const Socket& socket : *sockets) {
         if (socket.state != kListening) continue;
         listeners.push_back({static_cast<int>(socket.port), socket.inode, socket.local.size() == 32,
                              CallableAddress(socket.local.c_str())});
@@ -116,10 +118,13 @@ std::vector<Listener> TcpListeners()
     return listeners;
 }
 
-std::vector<std::string> TcpClients(int port)
+Result<std::vector<std::string>> TcpClients(int port)
 {
+    const Result<std::vector<Socket>> sockets = TcpSockets();
+    if (!sockets) return sockets.reason();
+
     std::vector<std::string> addresses;
-    for (const Socket& socket : TcpSockets()) {
+    for (const Socket& socket : *sockets) {
         if (socket.state != kConnected || static_cast<int>(socket.port) != port) continue;
         addresses.push_back(CallableAddress(socket.remote.c_str()));
     }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
+
 namespace host::daemons {
 
 using Inode = unsigned long long;
@@ -18,10 +20,10 @@ struct Listener {
 };
 
 /// All listening TCP sockets, IPv4 first; only those when the kernel has no IPv6.
-std::vector<Listener> TcpListeners();
+Result<std::vector<Listener>> TcpListeners();
 
 /// The client addresses of all TCP connections to a local port.
-std::vector<std::string> TcpClients(int port);
+Result<std::vector<std::string>> TcpClients(int port);
 
 /// Whether a process listens on a unix socket, given by its path.
 bool ListensAt(const std::string& socket);

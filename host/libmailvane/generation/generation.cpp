@@ -326,7 +326,11 @@ void NextGeneration::CompileMaps()
     auto result = results.begin();
     for (const auto& [source, mode] : uncompiled_) {
         const std::string compiled = source + ".cdb";
-        if (!(result++)->Succeeded()) Fail("compile", source);
+        if (!result->Succeeded()) {
+            Reason reason = result->done.reason();
+            Fail(std::move(reason).Causing(source, "cannot compile " + source));
+        }
+        ++result;
         (void)chmod(PathOf(compiled).c_str(), mode);
         DateBack(PathOf(compiled));
         files_.insert(compiled);

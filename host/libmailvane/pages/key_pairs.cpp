@@ -71,7 +71,7 @@ Result<std::string> OpensslOutput(const std::vector<std::string>& arguments)
     host::ProgramResult result = host::RunProgram(command, options);
     if (result.Succeeded() && !result.output.empty()) return std::move(result.output);
     return Reason{ReasonCode::kSystem, arguments.front(),
-                  "openssl " + arguments.front() + " failed: " + result.errors};
+                  "openssl " + arguments.front() + " failed: " + result.errors, result.Causes()};
 }
 
 /// What a system call has just said about the pairs in a folder.
@@ -206,10 +206,13 @@ Result<void> MakePair(const KeyNames& names, const std::string& privateKey)
 Result<void> SignWith(const KeyNames& names, const std::string& pair)
 {
     Result<void> done = TurnTo(names, pair);
-    if (!done || host::daemons::RunControlScript(host::daemons::kDkimFilter, "restart") == 0) {
-        return done;
-    }
-    return Reason{ReasonCode::kDaemonRefuses, pair, "the signer does not come up with it"};
+    if (!done) return done;
+    Result<void> restarted = host::daemons::RunControlScript(host::daemons::kDkimFilter, "restart");
+    if (restarted) return restarted;
+    return Reason{ReasonCode::kDaemonRefuses,
+                  pair,
+                  "the signer does not come up with it",
+                  {std::move(restarted).reason()}};
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 
 int WebUtils::IsPortConflict(const char* services, int from, int to)
 {
-    return host::daemons::PortsConflict(services == nullptr ? "" : services, from, to) ? 1 : 0;
+    const host::Result<bool> conflict =
+        host::daemons::PortsConflict(services == nullptr ? "" : services, from, to);
+    return host::Succeeded(conflict) && *conflict ? 1 : 0;
 }
 
 std::string StringJoin(const std::list<std::string>& texts, const char* separator)

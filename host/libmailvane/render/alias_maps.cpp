@@ -27,17 +27,17 @@ int SourceOf(const std::string& accountType)
 /// reach too few; a group that no longer exists only has no members.
 Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::string& group)
 {
-    std::vector<std::string> members;
-    const Lookup result = groups.Find(group, members);
-    if (result == Lookup::kFailed) {
-        Reason reason = SystemReason(group, "the group " + group + " cannot be read");
-        reason.code = ReasonCode::kDaemonIsDown;
-        return reason;
+    auto members = groups.Find(group);
+    if (!members) {
+        return Reason{ReasonCode::kDaemonIsDown,
+                      group,
+                      "the group " + group + " cannot be read",
+                      {std::move(members).reason()}};
     }
-    if (result == Lookup::kAbsent) {
-        Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());
-    }
-    return members;
+    if (*members) return **std::move(members);
+
+    Log(LOG_WARNING, "aliases: there is no group %s", group.c_str());
+    return std::vector<std::string>();
 }
 
 /// A line of a map with the values separated by commas; no line when there are no values.

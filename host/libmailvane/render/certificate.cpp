@@ -18,9 +18,13 @@ const char kPrivateKey[] = "tls/key.pem";
 const char kHostname[] = "tls/hostname";
 const char kDays[] = "3650";
 
-/// Makes a self-signed certificate and its key with openssl; false on failure.
-bool SelfSign(const std::string& directory, const std::string& hostname, std::string& certificate,
-              std::string& key)
+struct SelfSigned {
+    std::string certificate;
+    std::string key;
+};
+
+/// Makes a self-signed certificate and its key with openssl.
+Result<SelfSigned> SelfSign(const std::string& directory, const std::string& hostname)
 {
     const std::string keyPath = directory + "/new-key.pem";
     const std::string certificatePath = directory + "/new-cert.pem";
@@ -31,11 +35,15 @@ bool SelfSign(const std::string& directory, const std::string& hostname, std::st
          "ec_paramgen_curve:prime256v1", "-nodes", "-days", kDays, "-subj", "/CN=" + hostname,
          "-addext", "subjectAltName=DNS:" + hostname, "-keyout", keyPath, "-out", certificatePath},
         quiet);
-    const bool read =
-        made.Succeeded() && ReadFile(keyPath, key) && ReadFile(certificatePath, certificate);
+    Result<SelfSigned> pair(SelfSigned{});
+    if (!made.Succeeded()) {
+        pair = made.done.reason();
+    } else if (!ReadFile(keyPath, pair->key) || !ReadFile(certificatePath, pair->certificate)) {
+        pair = SystemReason(directory, "cannot read it back");
+    }
     (void)unlink(keyPath.c_str());
     (void)unlink(certificatePath.c_str());
-    return read;
+    return std::move(pair).Prefixed("cannot make a certificate for " + hostname + ": ");
 }
 
 /// Whether the generation in force has a certificate for this host name.
@@ -56,14 +64,14 @@ CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::
     if (system::NameExists(own.certificate) && system::NameExists(own.privateKey)) return own;
 
     if (!HasCertificateFor(hostname)) {
-        std::string certificate;
-        std::string key;
-        if (!SelfSign(next.directory(), hostname, certificate, key)) {
-            next.Fail("make a certificate for", hostname);
+        const Result<SelfSigned> made = SelfSign(next.directory(), hostname);
+        if (made) {
+            next.Put(kCertificate, made->certificate, 0644);
+            next.Put(kPrivateKey, made->key, 0600);
+            next.Put(kHostname, hostname, 0644);
+        } else {
+            next.Fail(made.reason());
         }
-        next.Put(kCertificate, certificate, 0644);
-        next.Put(kPrivateKey, key, 0600);
-        next.Put(kHostname, hostname, 0644);
     }
     // Paths through the link `current`, so that they are the same in every generation.
     const std::string current = generation::GeneratedDirectory() + "/current/";

@@ -6,11 +6,6 @@
 #include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/settings/derived_settings.h"
 
-#include "host/libhaldcore/paths.h"
-#include "host/libmailvane/generation/list_file.h"
-#include "host/libmailvane/render/scanner.h"
-#include "host/libmailvane/settings/derived_settings.h"
-
 namespace host::render {
 
 namespace {
@@ -23,12 +18,6 @@ const char kKeyName[] = "server";
 const char* const kThisMachine[] = {"127.0.0.1", "::1"};
 
 const char kFromFilterSocket[] = "private/from-check";  // below the mail server's queue directory
-
-using daemons::Daemon;
-using daemons::kDkimFilter;
-using daemons::kDmarcFilter;
-using daemons::kScanner;
-using daemons::kScannerMilter;
 
 /// A path through the link `current`, so that it is the same in every generation.
 std::string InForce(const std::string& relative)
@@ -164,6 +153,18 @@ std::string Scanner(const settings::StoredSettings& settings)
                                                       : "";
 }
 
+std::string Tool(const std::string& name)
+{
+    return PackagePath("target/bin/" + name);
+}
+
+/// A service of master.cf: Postfix starts `command` for each connection, as `user`.
+std::string SpawnedService(const std::string& name, const std::string& user,
+                           const std::string& command)
+{
+    return name + " unix - n n - 0 spawn\n  user=" + user + " argv=" + command + "\n";
+}
+
 std::string Joined(std::initializer_list<std::string> filters)
 {
     std::string text;
@@ -204,16 +205,16 @@ std::string LocalMailFilters(const settings::StoredSettings& settings)
 
 std::string FilterServices(const settings::StoredSettings& settings)
 {
-    const char kService[] = " unix - n n - 0 spawn\n";
-    return std::string("policyd-spf") + kService + "  user=policyd-spf argv=/usr/bin/policyd-spf " +
-           InForce("spf/policyd-spf.conf") + "\nown-senders" + kService +
-           "  user=policyd-spf argv=" + PackagePath("target/bin/hald_own_senders") +
-           "\nfrom-check" + kService +
-           "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_from_check") + " " +
-           OwnAddresses(' ') + "\nrate-policy" + kService +
-           "  user=mailvane-policy argv=" + PackagePath("target/bin/hald_rate_policy") + " " +
-           InForce(generation::kQuotaFile) + " " + std::string(daemons::kMemcached.socket) + " " +
-           std::to_string(settings.Int("smtpd_sasl_sender_rate_limit")) + "\n";
+    const std::string quotas = InForce(generation::kQuotaFile);
+    const std::string counters(daemons::kMemcached.socket);
+    const std::string limit = std::to_string(settings.Int("smtpd_sasl_sender_rate_limit"));
+    return SpawnedService("policyd-spf", "policyd-spf",
+                          "/usr/bin/policyd-spf " + InForce("spf/policyd-spf.conf")) +
+           SpawnedService("own-senders", "policyd-spf", Tool("hald_own_senders")) +
+           SpawnedService("from-check", "mailvane-policy",
+                          Tool("hald_from_check") + " " + OwnAddresses(' ')) +
+           SpawnedService("rate-policy", "mailvane-policy",
+                          Tool("hald_rate_policy") + " " + quotas + " " + counters + " " + limit);
 }
 
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,

@@ -78,7 +78,8 @@ Result<void> SpamFilterTakes(const std::string& rules)
         options);
     if (result.Succeeded()) return {};
     return Reason{ReasonCode::kDaemonRefuses, "spam filter",
-                  "refused by the spam filter: " + result.errors.substr(0, kLongestComplaint)};
+                  "refused by the spam filter: " + result.errors.substr(0, kLongestComplaint),
+                  result.Causes()};
 }
 
 }  // namespace host::save

@@ -155,9 +155,13 @@ Result<void> RestartCalledServices(const std::string& before,
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (!daemons::IsCalledByMailServer(daemon) || !done.insert(daemon.service).second) continue;
         if (!daemons::Runs(daemon, old) && !daemons::Runs(daemon, settings)) continue;
-        if (daemons::RunControlScript(daemon, "restart") >= 0) continue;
+        Result<void> restarted = daemons::RunControlScript(daemon, "restart");
+        if (restarted) continue;
         const std::string label(daemon.label);
-        return Reason{ReasonCode::kDaemonIsDown, label, "the " + label + " does not come up"};
+        return Reason{ReasonCode::kDaemonIsDown,
+                      label,
+                      "the " + label + " does not come up",
+                      {std::move(restarted).reason()}};
     }
     return {};
 }

@@ -37,9 +37,10 @@ Result<void> PortsAreFree(const settings::StoredSettings& wanted)
         return Reason{ReasonCode::kTaken, about, "refused: " + about + " is given to two services"};
     }
 
-    const std::set<int> taken = daemons::PortsHeldByOthers(ports);
-    if (taken.empty()) return {};
-    const std::string about = "port " + std::to_string(*taken.begin());
+    const Result<std::set<int>> taken = daemons::PortsHeldByOthers(ports);
+    if (!taken) return taken.reason();
+    if (taken->empty()) return {};
+    const std::string about = "port " + std::to_string(*taken->begin());
     return Reason{ReasonCode::kPortInUse, about, "refused: " + about + " is in use"};
 }
 
@@ -70,7 +71,8 @@ Result<void> ServicesStandOnce(const generation::NextGeneration& next)
 
 Reason RefusedBy(const std::string& program, const ProgramResult& result)
 {
-    return {ReasonCode::kDaemonRefuses, program, "refused by " + program + ": " + result.errors};
+    return {ReasonCode::kDaemonRefuses, program, "refused by " + program + ": " + result.errors,
+            result.Causes()};
 }
 
 /// Success when a check ended well and printed no complaint; else the reason.
@@ -113,7 +115,7 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
         // Exit status 1 without output only means that the table has no such key.
         if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
             return Reason{ReasonCode::kDaemonRefuses, *table,
-                          "refused: the table " + *table + " cannot be queried"};
+                          "refused: the table " + *table + " cannot be queried", result.Causes()};
         }
         ++table;
     }

@@ -40,16 +40,16 @@ int PerCent(std::uint64_t left, std::uint64_t total)
 }
 
 /// The finding when a program took too long or could not be started.
-Finding CouldNotRun()
+Finding CouldNotRun(const ProgramResult& result)
 {
-    return {CheckWord::kUnknown, "the program for it does not answer"};
+    return {CheckWord::kUnknown, result.done.reason().text};
 }
 
 /// The finding of a daemon's own check: FAILED, with the first line of its output, when it ends so.
 Finding Judge(const ProgramResult& result)
 {
     if (result.Succeeded()) return {};
-    if (result.status < 0) return CouldNotRun();
+    if (result.status < 0) return CouldNotRun(result);
     return {CheckWord::kFailed, FirstLine(result.errors)};
 }
 
@@ -67,7 +67,7 @@ Finding CheckCertificateAge(const settings::StoredSettings& /*settings*/, const 
     const auto results = RunPrograms({later, now}, CheckOptions());
     if (results[0].Succeeded()) return {};
     if (results[1].Succeeded()) return {CheckWord::kWarning, path + " expires soon"};
-    if (results[1].status < 0) return CouldNotRun();
+    if (results[1].status < 0) return CouldNotRun(results[1]);
     return {CheckWord::kFailed, path + " has expired or cannot be read"};
 }
 
@@ -79,7 +79,9 @@ Finding CheckCertificateKey(const settings::StoredSettings& /*settings*/, const 
         RunPrograms({{programs::kOpenssl, "x509", "-in", certificate, "-noout", "-pubkey"},
                      {programs::kOpenssl, "pkey", "-in", key, "-pubout"}},
                     CheckOptions());
-    if (results[0].status < 0 || results[1].status < 0) return CouldNotRun();
+    for (const ProgramResult& result : results) {
+        if (result.status < 0) return CouldNotRun(result);
+    }
 
     const bool fits = results[0].Succeeded() && results[0].output == results[1].output;
     return fits ? Finding()

@@ -240,7 +240,7 @@ Finding CheckPacketFilter(const settings::StoredSettings& /*settings*/, const ch
     if (access(programs::kNft, X_OK) != 0) return {CheckWord::kOff, ""};
 
     const ProgramResult chains = RunProgram({programs::kNft, "list", "chains"}, CheckOptions());
-    if (!chains.Succeeded()) return {CheckWord::kUnknown, "the packet filter cannot be read"};
+    if (!chains.Succeeded()) return {CheckWord::kUnknown, chains.done.reason().text};
 
     const std::string names = DroppingTables(chains.output);
     if (names.empty()) return {};
@@ -251,8 +251,9 @@ Finding CheckWebLogin(const settings::StoredSettings& /*settings*/, const char* 
 {
     const int port = daemons::WebPortOfNetwork();
     const auto listeners = daemons::TcpListeners();
+    if (!listeners) return {CheckWord::kUnknown, listeners.reason().text};
     const bool isOpen =
-        std::any_of(listeners.begin(), listeners.end(),
+        std::any_of(listeners->begin(), listeners->end(),
                     [port](const daemons::Listener& listener) { return listener.port == port; });
     if (!isOpen) return {CheckWord::kOff, ""};
     if (IsGuarded() || daemons::ListensAt("/run/fail2ban/fail2ban.sock")) return {};

@@ -81,8 +81,7 @@ Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const ch
         system::AsUser(daemons::kScanner.user, {programs::kAmavisd, "-c", file, "showkeys"}),
         CheckOptions());
     if (check.Succeeded()) return {};
-    if (check.status < 0)
-        return {CheckWord::kUnknown, "the scanner's file was not checked in time"};
+    if (check.status < 0) return {CheckWord::kUnknown, check.done.reason().text};
     return {CheckWord::kFailed, check.errors.substr(0, check.errors.find('\n'))};
 }
 

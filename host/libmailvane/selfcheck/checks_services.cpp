@@ -98,7 +98,7 @@ Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* 
 Finding CheckQueue(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
 {
     const auto queue = system::ReadMailQueue(CheckOptions().limit);
-    if (!queue) return {CheckWord::kUnknown, "the mail queue cannot be read"};
+    if (!queue) return {CheckWord::kUnknown, queue.reason().text};
 
     Deferred deferred;
     const auto now = static_cast<std::int64_t>(std::time(nullptr));

@@ -42,17 +42,18 @@ Result<MailAccount> FindMailAccount(const std::string& user)
 {
     if (!IsAccountName(user)) return NoMailUser(user.substr(0, kLongestName));
 
-    User found;
-    const Lookup lookup = FindUser(user, found);
-    if (lookup == Lookup::kFailed) {
-        return Reason{ReasonCode::kDaemonIsDown, "account source",
-                      "the account of '" + user + "' cannot be looked up"};
+    Result<std::optional<User>> found = FindUser(user);
+    if (!found) {
+        return Reason{ReasonCode::kDaemonIsDown,
+                      "account source",
+                      "the account of '" + user + "' cannot be looked up",
+                      {std::move(found).reason()}};
     }
-    if (lookup == Lookup::kAbsent || !IsMailUser(found) || !IsAccountName(found.name)) {
+    if (!*found || !IsMailUser(**found) || !IsAccountName((*found)->name)) {
         return NoMailUser(user);
     }
 
-    MailAccount account{found.name, found.uid, found.gid, found.home};
+    MailAccount account{(*found)->name, (*found)->uid, (*found)->gid, (*found)->home};
     Result<void> home = CheckHome(account);
     if (!home) return std::move(home).reason();
     return account;

@@ -4,6 +4,7 @@
 #include <json/json.h>
 
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -27,14 +28,17 @@ std::optional<QueuedMessage> MessageIn(const std::string& line)
 
 }  // namespace
 
-std::optional<MailQueue> ReadMailQueue(std::chrono::milliseconds limit)
+Result<MailQueue> ReadMailQueue(std::chrono::milliseconds limit)
 {
     ProgramOptions options;
     options.limit = limit;
     options.capture = true;
     const ProgramResult list = RunProgram(
         {programs::kPostqueue, "-c", PackagePath("etc/generated/current/postfix"), "-j"}, options);
-    if (!list.Succeeded()) return std::nullopt;
+    if (!list.Succeeded()) {
+        return Reason{list.done.reason().code, "mail queue",
+                      "the mail queue cannot be read: " + list.done.reason().text};
+    }
 
     MailQueue queue;
     queue.isWhole = list.output.size() < kMostCaptured;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "host/libhaldcore/run_program.h"
@@ -19,7 +18,7 @@ struct MailQueue {
     bool isWhole = true;  ///< false when the list was longer than what was read
 };
 
-/// Lists the queues. Nothing when postqueue fails or takes longer than `limit`.
-std::optional<MailQueue> ReadMailQueue(std::chrono::milliseconds limit = ProgramOptions().limit);
+/// Lists the queues. Fails when postqueue does or takes longer than `limit`.
+Result<MailQueue> ReadMailQueue(std::chrono::milliseconds limit = ProgramOptions().limit);
 
 }  // namespace host::system

@@ -52,7 +52,8 @@ Result<void> Compile(const std::string& script, const std::string& binary)
     if (result.Succeeded()) return {};
     return Reason{ReasonCode::kDaemonRefuses, kScript,
                   "refused with status " + std::to_string(result.status) + ": " + result.errors +
-                      result.output};
+                      result.output,
+                  result.Causes()};
 }
 
 Result<void> PutInPlace(int home, const std::string& script)
