@@ -71,7 +71,8 @@ Lists ListsOf(const generation::PendingSave& mark)
 Result<void> RestartReaders(bool scanner, bool mailServer)
 {
     if (!daemons::ServicesAreOurs()) return {};
-    const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
+    const bool scannerIsUp =
+        !scanner || Succeeded(daemons::RunControlScript(daemons::kScanner, "restart"));
     const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
     if (scannerIsUp && mailServerIsUp) return {};
     const std::string down(scannerIsUp ? daemons::kPostfix.label : daemons::kScanner.label);
