@@ -175,7 +175,7 @@ Result<bool> Adopt(const AccountStore& store, const settings::AccountCombination
     candidates.insert(candidates.begin(), live);
     for (const std::string& path : candidates) {
         const Result<bool> isOurs = IsOfOtherSpelling(path, stored);
-        if (!isOurs) return isOurs;
+        if (!isOurs) return isOurs.reason();
         if (!*isOurs) continue;
 
         Result<void> done;
