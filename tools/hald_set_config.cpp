@@ -5,7 +5,9 @@
 //   hald_set_config apply                the same, and puts it in force as a save does
 //   hald_set_config recover              finishes or undoes a save that was interrupted; renders
 //                                        when the kernel has got or lost IPv6
-//   hald_set_config repair               makes empty account databases in the place of lost ones
+//   hald_set_config repair [DIRECTORY]   makes account databases in the place of lost ones: those
+//   in
+//                                        a staged directory, or empty ones
 //   hald_set_config rollback GENERATION  puts the settings of an earlier generation in force
 //   hald_set_config restore DIRECTORY    puts the state in a staged directory in force
 //   hald_set_config tls DIRECTORY        puts the certificate in a staged directory in force
@@ -33,6 +35,11 @@ host::Result<void> Restore(const std::string& staged)
     return checked ? host::save::RestoreState(staged) : checked;
 }
 
+host::Result<void> RepairWithNothing()
+{
+    return host::save::RepairLists();
+}
+
 /// A command, with or without an argument: one of the two functions is set.
 struct Command {
     const char* name;
@@ -45,7 +52,8 @@ constexpr Command kCommands[] = {
     {"render", host::save::RenderAll, nullptr},
     {"apply", host::save::ApplyStored, nullptr},
     {"recover", host::save::RecoverAll, nullptr},
-    {"repair", host::save::RepairLists, nullptr},
+    {"repair", RepairWithNothing, nullptr},
+    {"repair", nullptr, host::save::RepairLists},
     {"rollback", nullptr, host::save::RollBack},
     {"restore", nullptr, Restore},
     {"tls", nullptr, host::save::ReplaceCertificate},
@@ -67,7 +75,7 @@ int main(int count, char** arguments)
     }
     std::fprintf(
         stderr,
-        "usage: hald_set_config alias | render | apply | recover | repair |\n"
+        "usage: hald_set_config alias | render | apply | recover | repair [DIRECTORY] |\n"
         "           rollback GENERATION | restore DIRECTORY | tls DIRECTORY | dkim PAIR\n");
     return 2;
 }

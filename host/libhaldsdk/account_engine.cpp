@@ -59,17 +59,30 @@ bool IsRemote(const std::string& service)
                std::end(kLdapServices);
 }
 
+/// The first service of nsswitch.conf for a source; empty when there is none.
+std::string ServiceOf(int source)
+{
+    for (const std::string& service : ConfiguredServices()) {
+        if (!IsRemote(service)) continue;
+        const int kind = service == kDomainService ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LDAP;
+        if (kind == source) return service;
+    }
+    return "";
+}
+
 }  // namespace
+
+bool IsNamedSource(int source)
+{
+    return source == HLIB_ACCOUNT_LOCAL || !ServiceOf(source).empty();
+}
 
 Result<std::unique_ptr<AccountEngine>> EngineOf(int source)
 {
     if (source == HLIB_ACCOUNT_LOCAL) return LocalAccounts();
 
-    for (const std::string& service : ConfiguredServices()) {
-        if (!IsRemote(service)) continue;
-        const int kind = service == kDomainService ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LDAP;
-        if (kind == source) return NameServiceModule(service);
-    }
+    const std::string service = ServiceOf(source);
+    if (!service.empty()) return NameServiceModule(service);
     const std::string about = "account source " + std::to_string(source);
     return Reason{ReasonCode::kMissing, about,
                   about + ": /etc/nsswitch.conf names no service for it"};

@@ -61,6 +61,9 @@ Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& serv
 /// platform/hlib/accounts.h. Fails when nsswitch.conf has none.
 Result<std::unique_ptr<AccountEngine>> EngineOf(int source);
 
+/// Whether nsswitch.conf has a source, or it is the local files.
+bool IsNamedSource(int source);
+
 /// The engines in nsswitch.conf other than the local files.
 std::vector<Result<std::unique_ptr<AccountEngine>>> RemoteEngines();
 

@@ -20,7 +20,7 @@ std::string ResultOf(const Json::Value& answer)
 {
     // Some answers say success whatever became of the request.
     const std::string& noted = host::NotedFailure();
-    const std::string done = noted.empty() ? "done" : "failed (" + noted + ")";
+    std::string done = noted.empty() ? "done" : "failed (" + noted + ")";
     if (!answer.isObject()) return done;
 
     const Json::Value& message = answer["errinfo"];

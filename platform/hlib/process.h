@@ -13,6 +13,6 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
 int HLIBCProcFork();
 
 /// Non-zero when `pidFile` names a running process, else 0. A process that was started after the
-/// file was written does not count, since it only reused the number, unless it runs the program that
-/// the file or its folder is named after: then the clock was set forward.
+/// file was written does not count, since it only reused the number, unless it runs the program
+/// that the file or its folder is named after: then the clock was set forward.
 int HLIBCProcAliveByPidFile(const char* pidFile);

@@ -112,6 +112,20 @@ def save(**changes):
     return answer.json()
 
 
+def start_save(**changes):
+    """Starts the program as the web server does, to save the stored page with some changes."""
+    page = load()
+    body = {name: page[name] for name in PAGE}
+    data = json.dumps({"action": "save_smtp", **body, **changes}).encode()
+    environment = {"REQUEST_METHOD": "POST", "REMOTE_USER": "admin",
+                   "CONTENT_TYPE": "application/json", "CONTENT_LENGTH": str(len(data))}
+    process = subprocess.Popen([PROGRAM], env=environment, stdin=subprocess.PIPE,
+                               stdout=subprocess.DEVNULL, start_new_session=True)
+    process.stdin.write(data)
+    process.stdin.close()
+    return process
+
+
 def settings():
     """The stored settings by name, as texts."""
     with open(ETC + "/mailvane.conf", encoding="utf-8") as file:

@@ -4,7 +4,7 @@ import os
 import signal
 import smtplib
 
-from harness import ETC, PATIENCE, POSTFIX_CONFIGURATION, run, wait_for
+from harness import ETC, PATIENCE, POSTFIX_CONFIGURATION, TARGET, run, wait_for
 
 QUEUE = ("/usr/sbin/postqueue", "-c", POSTFIX_CONFIGURATION)
 
@@ -41,6 +41,22 @@ def in_place_of(program, script):
         yield
     finally:
         os.rename(program + ".real", program)
+
+
+@contextlib.contextmanager
+def failing(service, how="exit 1", after=0):
+    """While it lasts, the next verb of a control script, or run of another program, fails; or the
+    one after so many."""
+    script = service if "/" in service else "%s/scripts/%s.sh" % (TARGET, service)
+    mark = "/run/fail-" + os.path.basename(script)
+    write(mark, "x" * after)
+    with in_place_of(script, """if [ -s {0} ]; then truncate --size=-1 {0}
+elif [ -e {0} ]; then rm {0}; {1}; fi
+exec {2}.real "$@"
+""".format(mark, how, script)):
+        yield
+        if os.path.exists(mark):
+            raise AssertionError(script + " was not run")
 
 
 @contextlib.contextmanager

@@ -11,10 +11,10 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../
 import harness
 from harness import (DOMAIN, ETC, TARGET, SystemLog, command, delivered, read, run, send, snapshot,
                      tell, wait_for)
+from machine import failing
 from mailvane.ctl import archive
 from test_ctl import CTL, ctl
 from test_filtering import ZEBRA, bring_in
-from test_transaction import failing
 from test_upkeep import Upkeep
 
 LOADS = ("load_smtp", "load_imap_pop3", "load_relay", "load_security", "enum_domain", "enum_dnsb",
@@ -86,6 +86,19 @@ class Archives(Upkeep):
         send("someone@elsewhere.test", ["first@" + DOMAIN], "to the alias")
         delivered("alice", "to the alias")
         self.killed({ARCHIVE: before, OTHER: changed})
+
+    def test_a_list_that_is_lost_comes_back_alone(self):
+        tell("apply_alias_info", aliasname="kept",
+             member=[{"name": "bob", "type": 0, "is_join": True}])
+        self.done("backup", OTHER)
+        tell("set_sender_quota", sasl_sender="carol", quota=7)
+        with open(ETC + "/alias.db", "r+b") as file:
+            file.write(b"x" * 4096)
+        self.assertFalse(read("alias_enum").json()["success"])
+        self.done("repair", "--from", OTHER)
+        self.assertIn("kept", str(read("alias_enum&limit=50").json()["items"]))
+        self.assertIn("carol", str(read("load_sender_quota").json()))
+        tell("alias_del", alias=["kept"])
 
     def modes(self):
         """Owners and modes of what is stored."""

@@ -146,7 +146,8 @@ class Rules(Filtering):
             {"ruleName": "broken.cf", "isEnable": True}, {"ruleName": names[0], "isEnable": False}]}
         self.assertEqual(post(request).json()["errinfo"],
                          {"sec": "common", "key": "error_system"})
-        self.assertEqual([say("clean", subject="set%d!" % number) for number in (0, 19)], [250, 554], "the others are in force")
+        self.assertEqual([say("clean", subject="set%d!" % number) for number in (0, 19)], [250, 554],
+                         "what else was asked for is in force")
         self.assertIs(self.rules()["broken.cf"], False)
 
         self.configure(spam_enable=False)

@@ -1,6 +1,7 @@
 """The security page and the DKIM keys: what leaves is signed, what is forged is refused."""
 import email.utils
 import os
+import signal
 import smtplib
 import subprocess
 
@@ -91,6 +92,43 @@ def runs(service):
         return pid if service in os.readlink("/proc/%d/exe" % pid) else 0
     except (FileNotFoundError, ValueError):
         return 0
+
+
+class SavedInPart(harness.Story):
+    """What a page leaves out stays as it is stored, and what that asks for runs."""
+
+    SERVICES = {"enable_dkim": "opendkim", "enable_dmarc": "opendmarc",
+                "reject_sasl_sender_rate_exceed": "memcached", "spam_enable": "mailscanner"}
+
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(security, **dict.fromkeys(SWITCHES, False))
+
+    def save(self, value):
+        """Saves the page with these switches, or without them."""
+        switches = {} if value is None else dict.fromkeys(self.SERVICES, value)
+        self.change("save_security", spam_dnsbl_enable=False, **switches)
+
+    def test_services_run_as_it_is_stored(self):
+        for stored, sent in ((False, None), (False, True), (True, None), (True, False)):
+            self.save(stored)
+            self.save(sent)
+            wanted = "yes" if (stored if sent is None else sent) else "no"
+            for switch, service in self.SERVICES.items():
+                with self.subTest(switch=switch, stored=stored, sent=sent):
+                    self.assertEqual(settings()[switch], wanted)
+                    self.assertEqual(control(service, "status"), 0)
+            self.assert_mail_flows("stored %s, sent %s" % (stored, sent))
+
+    def test_what_died_is_started_by_the_next_save(self):
+        self.change("save_security", enable_dkim=True)
+        for service, pid_file in (("opendkim", "/run/mailvane/opendkim.pid"),
+                                  ("dovecot", "/run/dovecot/master.pid")):
+            os.kill(pid_of(pid_file), signal.SIGKILL)
+            harness.wait_for(lambda: control(service, "status") != 0, "the end of " + service)
+            self.change("save_relay", smtp_relay_enabled=False)
+            self.assertEqual(control(service, "status"), 0)
+        self.assert_mail_flows("after their deaths")
 
 
 class Security(harness.Story):

@@ -145,21 +145,21 @@ def of_a_first_installation():
             yield
 
 
-def speaking(version):
+def speaking(version, ciphers="ALL"):
     """TLS of one version alone."""
     context = harness.unverified()
-    context.set_ciphers("ALL:@SECLEVEL=0")
+    context.set_ciphers(ciphers + ":@SECLEVEL=0")
     context.minimum_version = context.maximum_version = version
     return context
 
 
 class Logins(harness.Story):
     @staticmethod
-    def offered(port, version=ssl.TLSVersion.TLSv1_2):
-        """Whether a login is offered after STARTTLS; None where the version is not spoken."""
+    def offered(port, version=ssl.TLSVersion.TLSv1_2, *ciphers):
+        """Whether a login is offered after STARTTLS; None where that TLS is not spoken."""
         with smtplib.SMTP("127.0.0.1", port, "client.test", harness.PATIENCE) as client:
             try:
-                client.starttls(context=speaking(version))
+                client.starttls(context=speaking(version, *ciphers))
             except OSError:
                 return None
             client.ehlo()
@@ -167,6 +167,9 @@ class Logins(harness.Story):
 
     def test_stay_where_they_were(self):
         self.assertEqual([self.offered(port) for port in (25, 587)], [True, True])
+
+    def test_are_told_to_no_server_without_a_certificate(self):
+        self.assertIsNone(self.offered(587, ssl.TLSVersion.TLSv1_2, "aNULL"))
 
     def test_of_a_first_installation_cross_no_old_tls(self):
         old = ssl.TLSVersion.TLSv1_1

@@ -1,32 +1,17 @@
 """A save happens as a whole or not at all, whatever comes between."""
 import concurrent.futures
 import contextlib
-import json
 import os
 import random
 import signal
-import subprocess
 import time
 
 import harness
-from harness import DOMAIN, ETC, PAGE, TARGET, banner, delivered, load, read, save, send, settings
-from machine import in_place_of, write
+from harness import ETC, PAGE, TARGET, banner, load, save, settings
+from machine import failing
 
 CURRENT = ETC + "/generated/current"
 PENDING = ETC + "/generated/pending"
-
-
-@contextlib.contextmanager
-def failing(service):
-    """While it lasts, the next verb of a control script fails."""
-    script = "%s/scripts/%s.sh" % (TARGET, service)
-    mark = "/run/fail-" + service
-    write(mark, "")
-    with in_place_of(script, 'if [ -e %s ]; then rm %s; exit 1; fi\nexec %s.real "$@"\n'
-                     % (mark, mark, script)):
-        yield
-    if os.path.exists(mark):
-        raise AssertionError(script + " was not run")
 
 
 class FailingSteps(harness.Story):
@@ -48,19 +33,6 @@ class Killed(harness.Story):
 
     ROUNDS = 24
 
-    def start_save(self, name):
-        page = load()
-        body = {key: page[key] for key in PAGE}
-        body.update(action="save_smtp", smtp_hostname=name)
-        data = json.dumps(body).encode()
-        environment = {"REQUEST_METHOD": "POST", "REMOTE_USER": "admin",
-                       "CONTENT_TYPE": "application/json", "CONTENT_LENGTH": str(len(data))}
-        process = subprocess.Popen([harness.PROGRAM], env=environment, stdin=subprocess.PIPE,
-                                   stdout=subprocess.DEVNULL, start_new_session=True)
-        process.stdin.write(data)
-        process.stdin.close()
-        return process
-
     def test_at_any_moment(self):
         start = time.monotonic()
         self.assert_saved(smtp_hostname="whole.example.test")
@@ -69,7 +41,7 @@ class Killed(harness.Story):
         old = "whole.example.test"
         for number in range(self.ROUNDS):
             new = "round%d.example.test" % number
-            process = self.start_save(new)
+            process = harness.start_save(smtp_hostname=new)
             time.sleep(chance.uniform(0, duration))
             # Alone, or with every program that it has started, as when the machine goes down.
             self.kill(process, with_children=chance.random() < 0.5)
@@ -97,7 +69,7 @@ class Killed(harness.Story):
         return stored
 
     def test_the_next_save_finishes_what_was_left(self):
-        process = self.start_save("killed.example.test")
+        process = harness.start_save(smtp_hostname="killed.example.test")
         harness.wait_for(lambda: os.path.exists(PENDING), "the mark")
         self.kill(process, with_children=True)
         self.assert_saved(smtp_hostname="next.example.test")
@@ -131,48 +103,3 @@ class Parallel(harness.Story):
         self.assertGreaterEqual(len(saved), 5, "one at work and four waiting are served")
         self.assertEqual(load()["smtp_hostname"], saved[-1])
         self.assertTrue(banner().startswith("220 %s " % saved[-1]))
-
-
-class AccountChange(harness.Story):
-    """Each combination of account type and domain has data of its own."""
-
-    def make(self, name):
-        """An entry in each of the two databases."""
-        self.change("apply_alias_info", aliasname=name,
-                    member=[{"name": "bob", "type": 0, "is_join": True}])
-        self.change("add_access", accessType=0, nameType=0, name=name + "@far.test",
-                    permission="REJECT")
-
-    def entries(self):
-        return [read(page).json()["items"] for page in ("alias_enum&limit=50", "load_access")]
-
-    def test_there_and_back(self):
-        self.make("first")
-        self.change("add_bcc", bccType=2, bccTo="carol@" + DOMAIN)
-        first = self.entries()
-
-        self.assert_saved(acc_domain_name="second.example.test")
-        self.assertEqual(self.entries(), [[], []])
-        self.assertEqual(settings().get("always_bcc", ""), "")
-        self.make("second")
-        second = self.entries()
-        send("x@elsewhere.test", ["bob@second.example.test"], "not copied")
-        delivered("bob", "not copied")
-
-        self.assert_saved(acc_domain_name=DOMAIN)
-        self.assertEqual(self.entries(), first)
-        send("x@elsewhere.test", ["bob@" + DOMAIN], "copied again")
-        delivered("carol", "copied again")
-        self.assertFalse(harness.mails("carol", "not copied"))
-        self.assert_saved(acc_domain_name="second.example.test")
-        self.assertEqual(self.entries(), second)
-
-    def test_a_change_that_fails_and_is_tried_again(self):
-        self.make("kept")
-        before = self.entries()
-        with failing("dovecot"):
-            self.assert_system_error(save(acc_domain_name="third.example.test"))
-        self.assertEqual(self.entries(), before)
-        self.assert_saved(acc_domain_name="third.example.test")
-        self.assert_saved(acc_domain_name=DOMAIN)
-        self.assertEqual(self.entries(), before)

@@ -13,11 +13,11 @@ import harness
 import nameserver
 from harness import (DOMAIN, ETC, SystemLog, command, control, delivered, read, run, send, tell,
                      wait_for)
+from machine import failing
 from pages import Pages
 from relay_host import RelayHost
 from test_ctl import CTL, ctl
 from test_scanner import message
-from test_transaction import failing
 
 OPENSSL = "/usr/bin/openssl"
 

@@ -99,8 +99,7 @@ int ImapPop3::Service(const std::string& verb)
 
 int MailScanner::Service(const std::string& verb)
 {
-    const int result =
-        host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
+    const int result = host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
     return std::exchange(host::daemons::ScannerIsMarked(), false) ? -1 : result;
 }
 

@@ -38,8 +38,8 @@ void RemoveGeneration(const std::string& name);
 /// Removes the generations after `name` that were never activated.
 void RemoveGenerationsAfter(const std::string& name);
 
-/// Makes `path` a symbolic link to `target` atomically, replacing a file or link. After a failure it
-/// is the link that it was.
+/// Makes `path` a symbolic link to `target` atomically, replacing a file or link. After a failure
+/// it is the link that it was.
 Result<void> ReplaceByLink(const std::string& path, const std::string& target);
 
 using system::Manifest;

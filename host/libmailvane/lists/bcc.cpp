@@ -21,13 +21,6 @@ Result<void> AddRule(const BccInfo& rule)
     return kPages.StoreAndApply(kPages.Adding(*std::move(stored)));
 }
 
-Result<void> RemoveRules(const std::list<BccInfo>& rules)
-{
-    stores::Rules keys;
-    for (const BccInfo& rule : rules) keys.push_back(stores::KeyOf(rule));
-    return kPages.StoreAndApply(kPages.Removing(std::move(keys)));
-}
-
 Result<void> Import(BccType type, const std::string& path)
 {
     return kPages.StoreAndApply(kPages.Importing(type, path, true));
@@ -52,16 +45,20 @@ Result<void> SetAlwaysCopy(const std::string& address)
     return save::SaveTransaction(*settings, {});
 }
 
-Result<void> DeleteAll(std::list<BccInfo> rules)
+/// Deletes rules, and the address that gets a copy of all mail with them.
+Result<void> Delete(const std::list<BccInfo>& rules)
 {
-    const auto isAlways = [](const BccInfo& rule) { return rule.type == BCC_ALWAYS; };
-    const auto all = rules.size();
-    rules.remove_if(isAlways);
-    if (rules.size() != all) {
-        Result<void> cleared = SetAlwaysCopy("");
-        if (!cleared) return cleared;
+    stores::Rules keys;
+    for (const BccInfo& rule : rules) {
+        if (rule.type != BCC_ALWAYS) keys.push_back(stores::KeyOf(rule));
     }
-    return rules.empty() ? Result<void>() : RemoveRules(rules);
+    const bool hasAlways = keys.size() != rules.size();
+    if (keys.empty()) return hasAlways ? SetAlwaysCopy("") : Result<void>();
+
+    const save::ListChange removing = kPages.Removing(std::move(keys));
+    if (!hasAlways) return kPages.StoreAndApply(removing);
+    return kPages.StoreAndApply(
+        removing, [](settings::StoredSettings& settings) { settings.SetAlwaysBcc(""); });
 }
 
 /// Runs a change under the request lock.
@@ -116,8 +113,7 @@ int BCC::addBCC(BccType type, const std::string& name, const std::string& bccTo)
 
 int BCC::deleteBCC(const std::list<BccInfo>& rules)
 {
-    return host::Status(
-        host::lists::ChangeRules([&rules] { return host::lists::DeleteAll(rules); }));
+    return host::Status(host::lists::ChangeRules([&rules] { return host::lists::Delete(rules); }));
 }
 
 int BCC::exportBCC(BccType type, const std::string& path)

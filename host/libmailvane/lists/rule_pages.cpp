@@ -72,9 +72,10 @@ save::ListChange RulePages::Removing(stores::Rules rules) const
     };
 }
 
-Result<void> RulePages::StoreAndApply(const save::ListChange& change) const
+Result<void> RulePages::StoreAndApply(const save::ListChange& change,
+                                      const save::SettingsChange& settingsChange) const
 {
-    return save::StoreAndApply(list_, what_, change);
+    return save::StoreAndApply(list_, what_, change, settingsChange);
 }
 
 Result<void> RulePages::Store(const save::ListChange& change) const

@@ -43,8 +43,10 @@ public:
     /// A change that removes rules.
     save::ListChange Removing(stores::Rules rules) const;
 
-    /// Runs a change at once, or with the next time that the list is applied.
-    Result<void> StoreAndApply(const save::ListChange& change) const;
+    /// Runs a change at once, one of the settings with it, or with the next time that the list is
+    /// applied.
+    Result<void> StoreAndApply(const save::ListChange& change,
+                               const save::SettingsChange& settingsChange = nullptr) const;
     Result<void> Store(const save::ListChange& change) const;
 
     /// The same line with what the list refuses.

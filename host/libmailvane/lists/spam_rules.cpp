@@ -20,6 +20,7 @@
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/names/spam_rule_text.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/spam_rule_lint.h"
 #include "host/libmailvane/settings/stored_settings.h"
@@ -73,18 +74,6 @@ std::string TextOf(const RuleSets& sets)
     for (const auto& [name, rules] : sets)
         text.append(names::kRuleSetHeading).append(name + "\n").append(rules);
     return text;
-}
-
-/// Activates the rule sets and restarts the scanner, which reads them at its start.
-Result<void> ActivateRules(const RuleSets& sets)
-{
-    generation::NextGeneration next;
-    next.Put(render::kSpamRules, TextOf(sets), 0644);
-    const std::string replaced = generation::CurrentGeneration();
-    Result<void> done = next.Complete();
-    if (done) done = next.Commit();
-    if (done) generation::PruneGenerations(replaced);
-    return done;
 }
 
 std::string Sentence(const std::string& name, const char* end)
@@ -229,7 +218,7 @@ Result<void> PutInForce()
         if (want.rules && isNew) added[name] = *want.rules;
     }
     AddGoodSets(sets, added);
-    Result<void> done = sets == inForce ? Result<void>() : ActivateRules(sets);
+    Result<void> done = sets == inForce ? Result<void>() : save::ApplySpamRules(TextOf(sets));
     return done ? RemoveFiles(wanted) : done;
 }
 

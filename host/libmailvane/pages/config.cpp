@@ -9,6 +9,7 @@
 #include "host/libmailvane/pages/taking_over.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/system/account_source.h"
 
 namespace {
 
@@ -175,6 +176,11 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
         wanted.blocklists = state.blocklists;
     }
     if (!Succeeded(JudgeRelayLogin(*stored, wanted, state.changed))) return -1;
+
+    if (wanted.Account().type != stored->Account().type &&
+        !Succeeded(system::AccountSourceIsNamed(wanted.Account().type))) {
+        return -1;
+    }
 
     if (TakesOver("logins")) wanted.SetSmtpPortTakesLogins();
     const int result = Status(save::SaveTransaction(wanted, steps));

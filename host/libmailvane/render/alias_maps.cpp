@@ -14,16 +14,10 @@
 #include "host/libmailvane/render/postfix.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/stores/alias_store.h"
-#include "platform/hlib/accounts.h"
+#include "host/libmailvane/system/account_source.h"
 
 namespace host::render {
 namespace {
-
-int SourceOf(const std::string& accountType)
-{
-    if (accountType == "ldap") return HLIB_ACCOUNT_LDAP;
-    return accountType == "win" ? HLIB_ACCOUNT_DOMAIN : HLIB_ACCOUNT_LOCAL;
-}
 
 /// The members of a group. An account engine that cannot be asked is an error, since mail would
 /// reach too few; a group that no longer exists only has no members.
@@ -132,8 +126,16 @@ public:
         aliases_ += MapLine(alias, all);
     }
 
-    const std::string& aliases() const { return aliases_; }
-    const std::string& logins() const { return logins_; }
+    /// An alias whose members cannot be told.
+    void AddWaiting(const std::string& alias)
+    {
+        waiting_ += alias + "@ 451 4.3.0 The members of this address cannot be told at present\n";
+    }
+
+    std::vector<std::string> Texts() &&
+    {
+        return {std::move(aliases_), std::move(logins_), std::move(waiting_)};
+    }
 
 private:
     void AddLogins(const std::string& user, std::vector<std::string>& logins) const
@@ -145,14 +147,21 @@ private:
     std::string loginPrefix_;
     std::string aliases_;
     std::string logins_;
+    std::string waiting_;
 };
+
+/// Whether mail for an alias is to wait until its members can be told.
+bool Waits(const Reason& reason, Silence silence)
+{
+    return silence == Silence::kWaits && reason.code == ReasonCode::kDaemonIsDown;
+}
 
 }  // namespace
 
 ListTexts AliasTexts(const ListSources& sources)
 {
     const stores::AliasTable table(stores::AliasesIn(sources.database));
-    GroupMembers groups(SourceOf(sources.settings.Text("account_type")));
+    GroupMembers groups(system::AccountSourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
         table, settings::MailDomains(sources.settings),
         [&groups](const std::string& group) { return MembersOf(groups, group); });
@@ -165,6 +174,11 @@ ListTexts AliasTexts(const ListSources& sources)
     Warnings warnings;
     for (const stores::AliasEntry& alias : table.entries()) {
         Result<Recipients> recipients = expansion.Expand(alias);
+        if (!recipients && Waits(recipients.reason(), sources.silence)) {
+            LogReason(recipients.reason());
+            texts.AddWaiting(alias.name);
+            continue;
+        }
         if (!recipients) return std::move(recipients).reason();
         // The mail server refuses mail for whom no map has; what it took it would have to bounce.
         if (ReachesNobody(known, alias.name, *recipients)) {
@@ -174,7 +188,7 @@ ListTexts AliasTexts(const ListSources& sources)
         texts.Add(alias.name, *std::move(recipients));
     }
     warnings.End();
-    return std::vector<std::string>{texts.aliases(), texts.logins()};
+    return std::move(texts).Texts();
 }
 
 }  // namespace host::render

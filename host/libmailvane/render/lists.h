@@ -21,11 +21,18 @@
 
 namespace host::render {
 
+/// What it means that the account source does not answer.
+enum class Silence {
+    kFails,  ///< the files are not made
+    kWaits   ///< mail for the aliases that depend on it is to be sent again later
+};
+
 /// What the files of lists are made from. May be read within a change that is not stored yet.
 struct ListSources {
     const settings::StoredSettings& settings;  ///< that are in force, or about to be
     SQLite::Database& database;                ///< the one of the list
     std::vector<std::string> types;            ///< of attachments that are refused
+    Silence silence = Silence::kFails;
 };
 
 using ListTexts = Result<std::vector<std::string>>;
@@ -55,7 +62,8 @@ struct List {
 };
 
 inline constexpr List kLists[] = {
-    {"aliases", ListStore::kAliasDatabase, nullptr, "aliases login_aliases", "", AliasTexts},
+    {"aliases", ListStore::kAliasDatabase, nullptr, "aliases login_aliases waiting_aliases", "",
+     AliasTexts},
     {"copies", ListStore::kListDatabase, &stores::kBccRules, "sender_bcc recipient_bcc", "",
      CopyTexts},
     {"access", ListStore::kListDatabase, &stores::kAccessRules,

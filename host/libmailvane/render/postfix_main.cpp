@@ -91,6 +91,8 @@ void AddTls(Parameters& main, const settings::StoredSettings& settings,
     main.Add("smtpd_tls_security_level", "may");
     main.Add("smtpd_tls_auth_only", YesNo(!settings.Bool("plaintext_auth")));
     main.Add("smtpd_tls_mandatory_protocols", ">=TLSv1.2");
+    // Where logins need TLS, a client that would take any server's word gets none.
+    main.Add("smtpd_tls_mandatory_exclude_ciphers", "aNULL");
     main.Add("smtpd_sasl_type", "dovecot");
     main.Add("smtpd_sasl_path", "private/auth");
     main.Add("smtpd_sasl_auth_enable", "yes");

@@ -40,6 +40,7 @@ std::string RecipientRestrictions(const settings::StoredSettings& settings)
     Restrictions restrictions;
     restrictions.Add("check_recipient_access " + Map("black_recipients"))
         .Add("check_recipient_access " + Map("recipient_access"))
+        .Add("check_recipient_access " + Map("waiting_aliases"))
         .Add("permit_mynetworks")
         .Add("permit_sasl_authenticated");
     if (settings.Bool("spam_dnsbl_enable") || settings.Bool("enable_spf_check")) {

@@ -62,13 +62,17 @@ Result<void> SwitchAccounts(settings::StoredSettings& wanted)
 {
     Result<void> done =
         generation::MarkPendingSave({generation::CurrentGeneration(), generation::kAccountSwitch});
-    if (done) done = stores::SwitchDatabases(wanted.Account());
+    if (!done) return done;
+    const bool wasParked = stores::ParkedAlwaysBcc(wanted.Account()).has_value();
+    done = stores::SwitchDatabases(wanted.Account());
     if (!done) return done;
 
-    // Of a switch that leads nowhere: what was parked at its beginning is the true one.
+    // Of a switch that leads nowhere, what was parked at its beginning is the true one; of one to
+    // another spelling of the domain, what has come from there.
     const auto stored = settings::StoredSettings::Read();
     const auto address = stores::ParkedAlwaysBcc(wanted.Account());
-    if (stored && stored->Account() == wanted.Account() && address) wanted.SetAlwaysBcc(*address);
+    const bool leadsNowhere = stored && stored->Account() == wanted.Account();
+    if (address && (leadsNowhere || !wasParked)) wanted.SetAlwaysBcc(*address);
     return {};
 }
 

@@ -7,6 +7,8 @@
 #include "host/libhaldcore/log.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/validate.h"
@@ -21,16 +23,35 @@ namespace host::save {
 
 namespace {
 
-using Files = std::vector<generation::ListFile>;
 using Store = std::function<Result<void>()>;
 
+// Words of a mark: the first of a change of lists, and others beside the names of lists.
 const char kListChange[] = "lists";
+const char kWithSettings[] = "settings";
+const char kRuleSets[] = "rules";
 
-generation::PendingSave MarkOf(const Lists& lists)
+/// What comes in force together.
+struct Change {
+    std::string words;  ///< of its mark
+    Files files;
+    const settings::StoredSettings* settings = nullptr;  ///< unless they stay as they are
+    Store store = [] { return Result<void>(); };         ///< run last
+};
+
+std::string WordsOf(const Lists& lists)
 {
-    generation::PendingSave mark{generation::CurrentGeneration(), kListChange};
-    for (const render::List* list : lists) mark.change.append(" ").append(list->name);
-    return mark;
+    std::string words = kListChange;
+    for (const render::List* list : lists) words.append(" ").append(list->name);
+    return words;
+}
+
+bool HasWord(const generation::PendingSave& mark, std::string_view wanted)
+{
+    std::string_view words = mark.change;
+    while (!words.empty()) {
+        if (daemons::NextWord(words) == wanted) return true;
+    }
+    return false;
 }
 
 Lists ListsOf(const generation::PendingSave& mark)
@@ -50,24 +71,33 @@ Lists ListsOf(const generation::PendingSave& mark)
 Result<void> RestartReaders(bool scanner, bool mailServer)
 {
     if (!daemons::ServicesAreOurs()) return {};
-    const bool scannerIsUp = !scanner || MailScanner::Service("restart") >= 0;
+    const bool scannerIsUp =
+        !scanner || Succeeded(daemons::RunControlScript(daemons::kScanner, "restart"));
     const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
     if (scannerIsUp && mailServerIsUp) return {};
     const std::string down(scannerIsUp ? daemons::kPostfix.label : daemons::kScanner.label);
     return Reason{ReasonCode::kDaemonIsDown, down, "the " + down + " does not come up again"};
 }
 
-/// Whether the scanner reads what has changed, or what one of the lists fills.
+/// Whether the scanner reads what has changed, or what a change fills.
 bool ScannerReads(const generation::NextGeneration& next)
 {
     return next.Changed("amavis/");
 }
 
-bool ScannerReads(const Lists& lists)
+bool ScannerReads(const generation::PendingSave& mark)
 {
-    return std::any_of(lists.begin(), lists.end(), [](const render::List* list) {
-        return list->files.find("amavis/") != std::string_view::npos;
-    });
+    const Lists lists = ListsOf(mark);
+    return HasWord(mark, kRuleSets) ||
+           std::any_of(lists.begin(), lists.end(), [](const render::List* list) {
+               return list->files.find("amavis/") != std::string_view::npos;
+           });
+}
+
+/// Whether the mail server reads what a change fills.
+bool MailServerReads(const generation::PendingSave& mark)
+{
+    return !HasWord(mark, kRuleSets);
 }
 
 /// Activates the generation from before a change again. Failures are only logged: the caller
@@ -79,7 +109,7 @@ void TakeBack(const generation::PendingSave& mark, bool scanner)
     // After a failure here the mark stays, and the next writer rolls back.
     if (abandoned != mark.before && !Succeeded(generation::Activate(mark.before))) return;
 
-    (void)Succeeded(RestartReaders(scanner, true));
+    (void)Succeeded(RestartReaders(scanner, MailServerReads(mark)));
     (void)Succeeded(generation::ClearPendingSave());
     if (abandoned != mark.before) generation::RemoveGeneration(abandoned);
 }
@@ -96,7 +126,7 @@ Result<void> ApplyMarked(generation::NextGeneration& next, const generation::Pen
         (void)Succeeded(generation::ClearPendingSave());
         return done;
     }
-    done = RestartReaders(ScannerReads(next), true);
+    done = RestartReaders(ScannerReads(next), MailServerReads(mark));
     if (done) done = store();
     if (!done) {
         TakeBack(mark, ScannerReads(next));
@@ -121,26 +151,27 @@ Result<void> ApplyWithin(generation::NextGeneration& next, const generation::Pen
     return done ? store() : done;
 }
 
-/// Makes a generation with these files and puts it in force, and runs `store` last.
-Result<void> Apply(const Lists& lists, const Files& files, const Store& store)
+Result<void> Validate(const generation::NextGeneration& next, const Change& change)
 {
-    const auto attempt = [&store] { return system::Attempt(kListChange, store); };
+    return change.settings == nullptr ? MapsAnswer(next)
+                                      : ValidateGeneration(next, *change.settings);
+}
+
+/// Makes a generation of a change and puts it in force.
+Result<void> Apply(const Change& change)
+{
+    const auto attempt = [&change] { return system::Attempt(kListChange, change.store); };
     generation::NextGeneration next;
-    for (const generation::ListFile& file : files) next.Put(file);
+    for (const generation::ListFile& file : change.files) next.Put(file);
+    if (change.settings != nullptr) render::PutSettingsFiles(next, *change.settings);
     Result<void> done = next.Complete();
     if (!done) return done;
     if (!next.Changed("")) return attempt();
 
-    done = MapsAnswer(next);
+    done = Validate(next, change);
     if (!done) return done;
     if (const auto save = generation::ReadPendingSave()) return ApplyWithin(next, *save, attempt);
-    return ApplyMarked(next, MarkOf(lists), attempt);
-}
-
-stores::AccountDatabase DatabaseOf(const render::List& list)
-{
-    return list.store == render::ListStore::kAliasDatabase ? stores::AccountDatabase::kAlias
-                                                           : stores::AccountDatabase::kMailvane;
+    return ApplyMarked(next, {generation::CurrentGeneration(), change.words}, attempt);
 }
 
 /// Opens the database of a list for changes, after making it that of the stored accounts.
@@ -175,44 +206,25 @@ Result<void> Within(const render::List& list, const char* what, const ListChange
     });
 }
 
-Result<Files> FilesOf(const render::List& list, const render::ListSources& sources)
+/// Makes what a killed change of lists left what the store says.
+Result<void> FollowStore(const generation::PendingSave& mark)
 {
-    return render::MakeFiles(list, sources).Prefixed("maps: ");
-}
+    const auto settings = settings::StoredSettings::Read();
+    if (!settings) return settings.reason();
+    const Result<Files> files = StoredListFiles(ListsOf(mark), *settings);
+    if (!files) return files.reason();
 
-/// The files of one list as it is stored.
-Result<Files> StoredFilesOf(const render::List& list, const settings::StoredSettings& settings)
-{
-    const bool hasDatabase = render::IsOfAccounts(list);
-    Result<std::vector<std::string>> types = std::vector<std::string>();
-    if (!hasDatabase) types = stores::AttachmentTypes();
-    if (!types) return std::move(types).reason();
-
-    auto database = hasDatabase ? stores::ReadAccountDatabase(DatabaseOf(list)).Prefixed("maps: ")
-                                : SQLite::Database(":memory:");
-    if (!database) return std::move(database).reason();
-    return system::Attempt("maps", [&] {
-        return FilesOf(list, {settings, *database, *std::move(types)});
-    });
+    generation::NextGeneration next;
+    for (const generation::ListFile& file : *files) next.Put(file);
+    Result<void> done = next.Complete();
+    if (!done || !next.Changed("")) return done;
+    // What is not stored yet takes its settings with it.
+    if (HasWord(mark, kWithSettings)) return generation::Activate(mark.before);
+    done = MapsAnswer(next);
+    return done ? next.Commit() : done;
 }
 
 }  // namespace
-
-Lists AllLists()
-{
-    Lists lists;
-    for (const render::List& list : render::kLists) lists.push_back(&list);
-    return lists;
-}
-
-Lists AccountLists()
-{
-    Lists lists;
-    for (const render::List& list : render::kLists) {
-        if (render::IsOfAccounts(list)) lists.push_back(&list);
-    }
-    return lists;
-}
 
 Result<void> StoreChange(const render::List& list, const char* what, const ListChange& change)
 {
@@ -220,18 +232,27 @@ Result<void> StoreChange(const render::List& list, const char* what, const ListC
                   [](SQLite::Database&, const Store& store) { return store(); });
 }
 
-Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change)
+Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change,
+                           const SettingsChange& settingsChange)
 {
     const ListChange quiet = [&change](SQLite::Database& store) {
         // Others read on until the end: no page of it is written before.
         store.exec("PRAGMA main.cache_spill = 1000000000");
         return change(store);
     };
-    return Within(list, what, quiet, [&list](SQLite::Database& store, const Store& commit) {
-        const auto settings = settings::StoredSettings::Read();
-        if (!settings) return Result<void>(settings.reason());
-        const Result<Files> files = FilesOf(list, {*settings, store, {}});
-        return files ? Apply({&list}, *files, commit) : files.reason();
+    return Within(list, what, quiet, [&](SQLite::Database& store, const Store& commit) {
+        auto settings = settings::StoredSettings::Read();
+        if (!settings) return Result<void>(std::move(settings).reason());
+        if (settingsChange) settingsChange(*settings);
+        Result<Files> files = FilesOf(list, {*settings, store, {}});
+        if (!files) return Result<void>(std::move(files).reason());
+
+        Change whole{WordsOf({&list}), *std::move(files), nullptr, commit};
+        if (settingsChange) {
+            whole.words.append(" ").append(kWithSettings);
+            whole.settings = &*settings;
+        }
+        return Apply(whole);
     });
 }
 
@@ -244,22 +265,19 @@ Result<void> StoreAndApplyTypes(const std::vector<std::string>& types)
         const auto settings = settings::StoredSettings::Read();
         if (!settings) return settings.reason();
         SQLite::Database none(":memory:");
-        const Result<Files> files = FilesOf(render::kAttachmentList, {*settings, none, types});
-        if (!files) return files.reason();
-        return Apply({&render::kAttachmentList}, *files,
-                     [&types] { return stores::StoreAttachmentTypes(types); });
+        Result<Files> files = FilesOf(render::kAttachmentList, {*settings, none, types});
+        if (!files) return std::move(files).reason();
+        return Apply({WordsOf({&render::kAttachmentList}), *std::move(files), nullptr,
+                      [&types] { return stores::StoreAttachmentTypes(types); }});
     });
 }
 
-Result<Files> StoredListFiles(const Lists& lists, const settings::StoredSettings& settings)
+Result<void> ApplySpamRules(const std::string& rules)
 {
-    Files all;
-    for (const render::List* list : lists) {
-        Result<Files> files = StoredFilesOf(*list, settings);
-        if (!files) return files;
-        for (generation::ListFile& file : *files) all.push_back(std::move(file));
-    }
-    return all;
+    const WriteScope scope;
+    if (!scope.ready()) return scope.ready();
+    return Apply(
+        {std::string(kListChange) + " " + kRuleSets, {{render::kSpamRules, rules, false}}});
 }
 
 Result<void> ApplyLists(const Lists& lists)
@@ -274,13 +292,12 @@ Result<void> ApplyLists(const Lists& lists)
         if (!switching) return switching.reason();
         if (*switching) return {};
 
-        const Result<Files> files = StoredListFiles(lists, *settings);
-        if (!files) return files.reason();
-        return Apply(lists, *files, [] { return Result<void>(); });
+        Result<Files> files = StoredListFiles(lists, *settings);
+        return files ? Apply({WordsOf(lists), *std::move(files)}) : std::move(files).reason();
     });
 }
 
-Result<void> RepairLists()
+Result<void> RepairLists(const std::string& folder)
 {
     const WriteScope scope;
     if (!scope.ready()) return scope.ready();
@@ -289,8 +306,17 @@ Result<void> RepairLists()
     if (!repaired) return repaired;
     const auto settings = settings::StoredSettings::Read();
     if (!settings) return settings.reason();
-    repaired = stores::SwitchDatabases(settings->Account());
-    return repaired ? ApplyLists(AccountLists()) : repaired;
+    const generation::PendingSave mark{generation::CurrentGeneration(), WordsOf(AccountLists())};
+    Result<void> done = generation::MarkPendingSave(mark);
+    if (!done) return done;
+
+    if (!folder.empty()) done = stores::BringBack(folder, settings->Account());
+    if (done) done = stores::SwitchDatabases(settings->Account());
+    if (done) done = system::Attempt("maps", [&mark] { return FollowStore(mark); });
+    if (done) done = RestartReaders(ScannerReads(mark), true);
+    (void)Succeeded(generation::ClearPendingSave());
+    generation::PruneGenerations(mark.before);
+    return done;
 }
 
 bool IsListChange(const generation::PendingSave& mark)
@@ -303,25 +329,16 @@ Result<void> FinishListChange(const generation::PendingSave& mark)
 {
     // What was made for it, and never came in force.
     generation::RemoveGenerationsAfter(generation::CurrentGeneration());
-    const Result<void> finished = system::Attempt("maps", [&mark]() -> Result<void> {
-        const auto settings = settings::StoredSettings::Read();
-        if (!settings) return settings.reason();
-        const Result<Files> files = StoredListFiles(ListsOf(mark), *settings);
-        if (!files) return files.reason();
-
-        generation::NextGeneration next;
-        for (const generation::ListFile& file : *files) next.Put(file);
-        Result<void> done = next.Complete();
-        if (done && next.Changed("")) done = MapsAnswer(next);
-        if (done && next.Changed("")) done = next.Commit();
-        return done;
-    });
+    const Result<void> finished = system::Attempt("maps", [&mark] { return FollowStore(mark); });
     if (!Succeeded(finished) && generation::CurrentGeneration() != mark.before) {
         Result<void> undone = generation::Activate(mark.before);
         if (!undone) return undone;
     }
+    if (generation::CurrentGeneration() == mark.before) {
+        generation::RemoveGenerationsAfter(mark.before);
+    }
     // A daemon that does not come up must not keep the next change away.
-    (void)Succeeded(RestartReaders(ScannerReads(ListsOf(mark)), true));
+    (void)Succeeded(RestartReaders(ScannerReads(mark), MailServerReads(mark)));
     return {};
 }
 

@@ -16,14 +16,9 @@
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/lists.h"
+#include "host/libmailvane/save/list_files.h"
 
 namespace host::save {
-
-using Lists = std::vector<const render::List*>;
-
-/// All lists, and those whose entries belong to one account combination.
-Lists AllLists();
-Lists AccountLists();
 
 /// A change of the store of a list, which may throw as SQLite does.
 using ListChange = std::function<Result<void>(SQLite::Database& store)>;
@@ -32,23 +27,28 @@ using ListChange = std::function<Result<void>(SQLite::Database& store)>;
 /// applied. `what` begins its line in the log.
 Result<void> StoreChange(const render::List& list, const char* what, const ListChange& change);
 
-/// Makes a change of a list and puts it in force, both or neither.
-Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change);
+/// A change of the settings that belongs to one of a list.
+using SettingsChange = std::function<void(settings::StoredSettings&)>;
+
+/// Makes a change of a list and puts it in force, both or neither; one of the settings, which only
+/// the mail server reads, with it.
+Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change,
+                           const SettingsChange& settingsChange = nullptr);
 
 /// Puts the types of attachments that are refused in force and stores them, both or neither.
 Result<void> StoreAndApplyTypes(const std::vector<std::string>& types);
+
+/// Puts rules of the spam filter in force, which are stored nowhere else. The scanner has to take
+/// them.
+Result<void> ApplySpamRules(const std::string& rules);
 
 /// Puts lists in force as they are stored. Within a switch of the account source it does nothing:
 /// the save that ends the switch makes all lists of the accounts.
 Result<void> ApplyLists(const Lists& lists);
 
-/// Makes empty databases of the stored accounts in the place of those that are lost, and puts the
-/// lists of the accounts in force as they are stored then.
-Result<void> RepairLists();
-
-/// The files of lists as they are stored, with these settings.
-Result<std::vector<generation::ListFile>> StoredListFiles(const Lists& lists,
-                                                          const settings::StoredSettings& settings);
+/// Puts the databases in a folder in the place of those of the stored accounts that are lost, empty
+/// ones without a folder, and the lists of the accounts in force as they are stored then.
+Result<void> RepairLists(const std::string& folder = "");
 
 /// Finishes or undoes a change of lists that was interrupted: what is in force then is what the
 /// store holds, or, when that cannot be made, what was in force before. Fails when neither can be

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/libhaldcore/log.h"
+#include "host/libmailvane/daemons/daemon_process.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/render/filters.h"
@@ -38,6 +39,14 @@ bool Calls(const std::list<Callback>& plan, const daemons::Daemon& daemon)
     return Calls(plan, daemons::ServiceStep(daemon, "").func);
 }
 
+/// Whether a daemon's process runs. Those of a machine that is not handed over are none of ours.
+bool IsRunning(const daemons::Daemon& daemon)
+{
+    return !daemons::ServicesAreOurs() ||
+           !daemons::DaemonProcess(std::string(daemon.pidFile), std::string(daemon.program))
+                .empty();
+}
+
 /// Whether one of the files that a daemon reads differs from the generation in force.
 bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneration& next)
 {
@@ -48,17 +57,28 @@ bool FilesChanged(const daemons::Daemon& daemon, const generation::NextGeneratio
     return false;
 }
 
-/// Whether a change affects a daemon. Postfix and Dovecot count even when switched off: a restart
-/// checks the switch itself.
+/// Whether a change affects a daemon: it comes or goes, reads what has changed, or has died.
+/// Postfix and Dovecot count even when switched off: a restart checks the switch itself.
 bool Affects(const daemons::Daemon& daemon, const generation::NextGeneration& next,
              const settings::StoredSettings& stored, const settings::StoredSettings& wanted)
 {
-    if (daemon.files.empty()) return false;
-
     const bool ran = daemons::Runs(daemon, stored);
     const bool runs = daemons::Runs(daemon, wanted);
+    if (runs && !IsRunning(daemon)) return true;
+    if (daemon.files.empty()) return false;
+
     const bool changed = FilesChanged(daemon, next);
     return ran != runs || (changed && (runs || !daemons::IsCalledByMailServer(daemon)));
+}
+
+/// Whether the service of the steps with this label is to run afterwards.
+bool IsWanted(const AffectedServices& affected, std::string_view label)
+{
+    return std::any_of(std::begin(daemons::kDaemons), std::end(daemons::kDaemons),
+                       [&](const daemons::Daemon& daemon) {
+                           return daemon.label == label &&
+                                  affected.wanted.count(daemon.service) > 0;
+                       });
 }
 
 }  // namespace
@@ -96,6 +116,9 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
 {
     const Callback mailServerStep = daemons::ServiceStep(daemons::kPostfix, "restart");
     std::list<Callback> plan = steps;
+    for (Callback& step : plan) {
+        if (step.arg == "stop" && IsWanted(affected, step.name)) step.arg = "restart";
+    }
     const auto isMissing = [&plan, &affected](const daemons::Daemon& daemon) {
         return affected.services.count(daemon.service) > 0 && !Calls(plan, daemon);
     };
@@ -125,7 +148,11 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
     const settings::StoredSettings& stored = Succeeded(read) ? *read : wanted;
     AffectedServices affected;
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
+        // The others are not started by saves.
+        if (daemons::ServiceStep(daemon, "restart").func == nullptr) continue;
+
         if (Affects(daemon, next, stored, wanted)) affected.services.insert(daemon.service);
+        if (daemons::Runs(daemon, wanted)) affected.wanted.insert(daemon.service);
         if (daemons::IsMilter(daemon) && daemons::Runs(daemon, stored) &&
             !daemons::Runs(daemon, wanted))
             affected.milterEnds = true;

@@ -16,6 +16,7 @@ namespace host::save {
 /// What a change affects, whether or not the plan has a step for it.
 struct AffectedServices {
     std::set<std::string_view> services;  ///< as the table of daemons names them
+    std::set<std::string_view> wanted;    ///< those that are to run afterwards
     bool milterEnds = false;  ///< one that the mail server calls now is not to run any more
     bool firewall = false;
 };
@@ -23,14 +24,16 @@ struct AffectedServices {
 /// Postfix and Dovecot as affected services, for a caller that does not know what has changed.
 AffectedServices BothServers();
 
-/// What the change from the stored settings and the generation in force to these affects.
+/// What the change from the stored settings and the generation in force to these affects. A service
+/// that is to run and does not is affected by every change.
 AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
                                     const settings::StoredSettings& wanted);
 
 /// The page's steps, and a restart of each affected service that they leave out. The filters for
 /// DKIM and DMARC are always restarted when affected: the DKIM filter both signs and checks for
 /// DMARC, while a step stands for one of them. The mail server, which calls the filters, comes
-/// last.
+/// last. A step that stops what is still to run, as the page has it when it is saved in part,
+/// restarts it instead.
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
 
 /// Whether a step starts or stops a service.

@@ -82,7 +82,7 @@ Result<void> CheckDatabases(const std::string& folder, const settings::AccountCo
         if (file.keeping != stores::Keeping::kDatabase) continue;
 
         const std::string name(file.name);
-        const std::string path = folder + "/" + name;
+        const std::string path = std::string(folder).append("/").append(name);
         const auto owner = stores::RecordedCombination(path);
         if (!owner) return owner.reason();
         if (!*owner || !(**owner == account)) {

@@ -105,13 +105,13 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
 
 /// Puts the files of lists, of the refused attachment types, and of the settings.
 Result<void> PutFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
-                      Lists lists)
+                      Lists lists, render::Silence silence = render::Silence::kFails)
 {
     // Each version of the package may write these in another form: postfix/main.cf and the program
     // that it asks belong together.
     const render::List* const types = &render::kAttachmentList;
     if (std::find(lists.begin(), lists.end(), types) == lists.end()) lists.push_back(types);
-    const auto files = StoredListFiles(lists, settings);
+    const auto files = StoredListFiles(lists, settings, silence);
     if (!files) return files.reason();
     for (const generation::ListFile& file : *files) next.Put(file);
     render::PutSettingsFiles(next, settings);
@@ -158,7 +158,7 @@ Result<void> Stage(generation::NextGeneration& next, const settings::StoredSetti
                    const SaveExtent& extent)
 {
     for (const generation::ListFile& file : extent.files) next.Put(file);
-    Result<void> done = PutFiles(next, wanted, extent.lists);
+    Result<void> done = PutFiles(next, wanted, extent.lists, extent.silence);
     if (done) done = next.Complete();
     return done ? ValidateGeneration(next, wanted) : done;
 }
@@ -197,6 +197,7 @@ Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Ca
 
     SaveExtent whole = extent;
     if (whole.lists.size() < AccountLists().size()) whole.lists = AccountLists();
+    whole.silence = render::Silence::kWaits;
     Result<void> done = SwitchAccounts(wanted);
     if (done) done = Save(wanted, steps, whole, generation::kAccountSwitch);
     // A save that came as far as its commit has done this already, or left it to the next writer.

@@ -14,8 +14,9 @@ namespace host::save {
 
 /// What a save puts in force besides the settings.
 struct SaveExtent {
-    std::vector<generation::ListFile> files = {};  ///< replace those of the same path
-    Lists lists = {};                              ///< made anew as they are stored
+    std::vector<generation::ListFile> files = {};       ///< replace those of the same path
+    Lists lists = {};                                   ///< made anew as they are stored
+    render::Silence silence = render::Silence::kFails;  ///< of the account source
 };
 
 /// Renders the next generation from `wanted`, validates it, activates it and runs the steps.

@@ -94,6 +94,8 @@ constexpr Check kChecks[] = {
      kLongestCheck, "the DMARC checker finds no fault in its file"},
     {"config_mailscanner", kScannerSwitches, CheckScannerFiles, nullptr, kLongestCheck,
      "the mail scanner finds no fault in its file"},
+    {"lists", nullptr, CheckLists, nullptr, kLongestCheck,
+     "the databases of aliases and lists are there and whole"},
     {"disk_queue", nullptr, CheckDisk, "/var/spool/postfix", kQuick,
      "the mail queue has space left"},
     {"disk_mail", nullptr, CheckDisk, "/home", kQuick, "the mailboxes have space left"},

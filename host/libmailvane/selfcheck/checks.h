@@ -61,6 +61,8 @@ Finding CheckScannerFiles(const settings::StoredSettings& settings, const char* 
 Finding CheckCertificateAge(const settings::StoredSettings& settings, const char* subject);
 /// Whether certificate and key belong together.
 Finding CheckCertificateKey(const settings::StoredSettings& settings, const char* subject);
+/// Whether the databases of lists are there and whole; what is in force stays when they are not.
+Finding CheckLists(const settings::StoredSettings& settings, const char* subject);
 /// Space and inodes left on the file system of the path `subject`.
 Finding CheckDisk(const settings::StoredSettings& settings, const char* subject);
 /// Whether each daemon's own check accepts its configuration.

@@ -6,7 +6,10 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/system/database.h"
 
 namespace host::selfcheck {
 
@@ -86,6 +89,15 @@ Finding CheckCertificateKey(const settings::StoredSettings& /*settings*/, const 
     const bool fits = results[0].Succeeded() && results[0].output == results[1].output;
     return fits ? Finding()
                 : Finding{CheckWord::kFailed, key + " is not the key of " + certificate};
+}
+
+Finding CheckLists(const settings::StoredSettings& settings, const char* /*subject*/)
+{
+    // Those of a switch that is under way are not all there.
+    if (generation::SwitchIsMarked()) return {};
+    const Result<void> checked =
+        system::Attempt("lists", [&] { return stores::CheckAccountData(settings.Account()); });
+    return checked ? Finding() : Finding{CheckWord::kFailed, checked.reason().text};
 }
 
 Finding CheckDisk(const settings::StoredSettings& /*settings*/, const char* subject)

@@ -10,7 +10,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <optional>
+#include <vector>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
@@ -18,9 +21,12 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/stores/account_data_check.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/system/durable_move.h"
+
+namespace fs = std::filesystem;
 
 namespace host::stores {
 namespace {
@@ -126,6 +132,74 @@ Reason Lost(const std::string& live)
     return {ReasonCode::kDamaged, live, live + " is damaged or belongs to no account domain"};
 }
 
+/// Whether both are the same but for the case of the domain.
+bool IsSpelledOtherwise(const settings::AccountCombination& one,
+                        const settings::AccountCombination& other)
+{
+    return one.type == other.type && InLowerCase(one.domain) == InLowerCase(other.domain) &&
+           !(one == other);
+}
+
+/// What is parked with this suffix under other spellings of a combination.
+std::vector<std::string> ParkedOtherwise(const settings::AccountCombination& combination,
+                                         const char* suffix)
+{
+    const std::string exact = fs::path(ParkedPath(combination, suffix)).filename().string();
+    const std::string type = combination.type + "_";
+    std::vector<std::string> found;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(ParkingFolder(), error)) {
+        const std::string name = entry.path().filename().string();
+        if (name != exact && InLowerCase(name) == InLowerCase(exact) && name.rfind(type, 0) == 0) {
+            found.push_back(entry.path().string());
+        }
+    }
+    return found;
+}
+
+/// Whether a file is a database of a combination in another spelling.
+Result<bool> IsOfOtherSpelling(const std::string& path,
+                               const settings::AccountCombination& combination)
+{
+    if (!system::NameExists(path)) return false;
+    const Result<std::optional<settings::AccountCombination>> owner = RecordedCombination(path);
+    if (!owner) return owner.reason();
+    return *owner && IsSpelledOtherwise(**owner, combination);
+}
+
+/// Makes the database of another spelling of the stored combination its own. Whether there was one.
+Result<bool> Adopt(const AccountStore& store, const settings::AccountCombination& stored)
+{
+    const std::string live = PackagePath(store.live);
+    std::vector<std::string> candidates = ParkedOtherwise(stored, store.parkedSuffix);
+    candidates.insert(candidates.begin(), live);
+    for (const std::string& path : candidates) {
+        const Result<bool> isOurs = IsOfOtherSpelling(path, stored);
+        if (!isOurs) return isOurs.reason();
+        if (!*isOurs) continue;
+
+        Result<void> done;
+        if (path != live) done = ClearLive(store, stored);
+        if (done && path != live) done = system::MoveDurably(path, live);
+        if (done) done = RecordCombination(live, store.schema, stored);
+        if (!done) return std::move(done).reason();
+        return true;
+    }
+    return false;
+}
+
+/// The same of the copy address, which follows the databases.
+Result<void> AdoptAlwaysBcc(const settings::AccountCombination& stored)
+{
+    const std::string exact = ParkedPath(stored, kAlwaysBccSuffix);
+    if (system::NameExists(exact)) return {};
+    for (const std::string& path : ParkedOtherwise(stored, kAlwaysBccSuffix)) {
+        const std::string database = path.substr(0, path.size() - std::strlen(kAlwaysBccSuffix));
+        if (!system::NameExists(database)) return system::MoveDurably(path, exact);
+    }
+    return {};
+}
+
 /// Exchanges a live database that is not one of the stored combination for the one that is.
 Result<void> Exchange(const AccountStore& store, const settings::AccountCombination& stored,
                       Missing missing)
@@ -133,6 +207,11 @@ Result<void> Exchange(const AccountStore& store, const settings::AccountCombinat
     const std::string live = PackagePath(store.live);
     const Result<bool> isParked = IsOf(ParkedPath(stored, store.parkedSuffix), stored);
     if (!isParked) return isParked.reason();
+    if (!*isParked) {
+        const Result<bool> adopted = Adopt(store, stored);
+        if (!adopted) return adopted.reason();
+        if (*adopted) return {};
+    }
     if (missing == Missing::kIsLost && !*isParked) return Lost(live);
 
     Result<void> done = ClearLive(store, stored);
@@ -221,14 +300,52 @@ Result<void> HealAccountData(const settings::AccountCombination& stored)
 {
     return WithCombination(stored, [&stored] {
         Result<void> healed = HealDatabases(stored, Missing::kIsLost);
-        Result<void> address = HealAlwaysBcc(stored);
+        Result<void> address = AdoptAlwaysBcc(stored);
+        if (address) address = HealAlwaysBcc(stored);
         return healed ? address : healed;
     });
 }
 
 Result<void> SwitchDatabases(const settings::AccountCombination& wanted)
 {
-    return WithCombination(wanted, [&wanted] { return HealDatabases(wanted, Missing::kIsEmpty); });
+    return WithCombination(wanted, [&wanted] {
+        Result<void> made = HealDatabases(wanted, Missing::kIsEmpty);
+        return made ? AdoptAlwaysBcc(wanted) : made;
+    });
+}
+
+Result<void> BringBack(const std::string& folder, const settings::AccountCombination& stored)
+{
+    return WithCombination(stored, [&]() -> Result<void> {
+        for (const AccountDatabase which : kDatabases) {
+            const AccountStore& store = StoreOf(which);
+            const std::string live = PackagePath(store.live);
+            const std::string source = folder + "/" + fs::path(live).filename().string();
+            const Result<bool> isOurs = IsOf(live, stored);
+            if (!isOurs) return isOurs.reason();
+            if (*isOurs) continue;
+
+            Result<void> done = CheckAccountDatabase(which, source);
+            const Result<bool> fits = done ? IsOf(source, stored) : done.reason();
+            if (!fits) return fits.reason();
+            if (!*fits) return Lost(source);
+            done = ClearLive(store, stored);
+            if (done) done = system::MoveDurably(source, live);
+            if (!done) return done;
+        }
+        return {};
+    });
+}
+
+Result<void> CheckAccountData(const settings::AccountCombination& stored)
+{
+    for (const AccountDatabase which : kDatabases) {
+        const std::string live = PackagePath(StoreOf(which).live);
+        const Result<bool> isOurs = IsOf(live, stored);
+        if (!isOurs) return isOurs.reason();
+        if (!*isOurs) return Lost(live);
+    }
+    return {};
 }
 
 std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination)

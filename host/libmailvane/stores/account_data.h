@@ -1,5 +1,6 @@
 // The data kept per account combination: two databases and the address that gets a copy of all
-// mail. That of the stored combination is in force, that of others is parked.
+// mail. That of the stored combination is in force, that of others is parked. A combination whose
+// domain is spelled in other letters, large or small, and has no data of its own takes this one's.
 #pragma once
 
 #include <optional>
@@ -23,6 +24,13 @@ Result<void> HealAccountData(const settings::AccountCombination& stored);
 /// Puts the databases of a combination that comes in force in place: as above, but where no copy is
 /// parked an empty one is made. Damaged files are set aside.
 Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
+
+/// Puts databases from a folder in the place of those of the `stored` combination that are lost;
+/// the others stay. Damaged files are set aside. Requires the request lock.
+Result<void> BringBack(const std::string& folder, const settings::AccountCombination& stored);
+
+/// Fails when a database of the `stored` combination is missing or damaged. Reads them whole.
+Result<void> CheckAccountData(const settings::AccountCombination& stored);
 
 /// Reads the always_bcc address parked under a combination, if one is, and parks one.
 std::optional<std::string> ParkedAlwaysBcc(const settings::AccountCombination& combination);

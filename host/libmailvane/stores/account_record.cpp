@@ -94,6 +94,18 @@ Result<void> CreateAccountDatabase(const std::string& path, const system::Schema
     return system::MoveDurably(unfinished, path);
 }
 
+Result<void> RecordCombination(const std::string& path, const system::Schema& schema,
+                               const settings::AccountCombination& combination)
+{
+    Result<SQLite::Database> database = system::OpenForChange(path, schema);
+    if (!database) return std::move(database).reason();
+    SQLite::Statement update(*database, "UPDATE account SET type = ?, domain = ?");
+    update.bind(1, combination.type);
+    update.bind(2, combination.domain);
+    update.exec();
+    return {};
+}
+
 Result<void> Stamp(const std::string& path, const system::Schema& schema,
                    const settings::AccountCombination& combination)
 {

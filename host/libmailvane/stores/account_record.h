@@ -28,6 +28,10 @@ Result<std::optional<settings::AccountCombination>> RecordedCombination(const st
 Result<void> CreateAccountDatabase(const std::string& path, const system::Schema& schema,
                                    const settings::AccountCombination& combination);
 
+/// Records another combination in a database, whose stamp has to follow. Throws SQLite::Exception.
+Result<void> RecordCombination(const std::string& path, const system::Schema& schema,
+                               const settings::AccountCombination& combination);
+
 /// Writes the stamp into a database that records `combination`. Throws SQLite::Exception.
 Result<void> Stamp(const std::string& path, const system::Schema& schema,
                    const settings::AccountCombination& combination);

@@ -23,35 +23,35 @@ enum class Keeping {
 
 struct StoredFile {
     std::string_view name;  ///< in etc/
-    Keeping keeping;
     std::string_view owner;
     std::string_view group;
+    Keeping keeping;
     unsigned mode;
 };
 
 inline constexpr StoredFile kStoredFiles[] = {
-    {"mailvane.conf", Keeping::kInGeneration, "root", "root", 0600},
-    {"domains", Keeping::kInGeneration, "root", "root", 0644},
-    {"dnsbl", Keeping::kInGeneration, "root", "root", 0644},
-    {"alias.db", Keeping::kDatabase, "root", "root", 0600},
-    {"mailvane.db", Keeping::kDatabase, "root", "root", 0600},
-    {"attachment_types", Keeping::kPlain, "root", "root", 0644},
-    {"rules", Keeping::kFolder, "root", "root", 0755},
-    {"dkim.key", Keeping::kFolder, "root", "root", 0700},
-    {"tls", Keeping::kFolder, "root", "root", 0755},
-    {"personal", Keeping::kFolder, "root", "root", 0700},
-    {"report.conf", Keeping::kPlain, "root", "root", 0600},
-    {"htpasswd", Keeping::kPlain, "root", "mailvane-web", 0640},
-    {"local.d", Keeping::kFolderOnRequest, "root", "root", 0755},
-    {"report.state", Keeping::kPlain, "root", "root", 0600},
-    {"lock", Keeping::kNotExchanged, "root", "root", 0600},
-    {"firewall.nft", Keeping::kNotExchanged, "root", "root", 0644},
-    {"firewall.nft.lifted", Keeping::kNotExchanged, "root", "root", 0644},
-    {"adopted", Keeping::kNotExchanged, "root", "root", 0700},
-    {"originals*", Keeping::kNotExchanged, "root", "root", 0700},
-    {"edited", Keeping::kNotExchanged, "root", "root", 0700},
-    {"dkim.signer", Keeping::kNotExchanged, "root", "opendkim", 0750},
-    {"generated", Keeping::kNotExchanged, "root", "root", 0755},
+    {"mailvane.conf", "root", "root", Keeping::kInGeneration, 0600},
+    {"domains", "root", "root", Keeping::kInGeneration, 0644},
+    {"dnsbl", "root", "root", Keeping::kInGeneration, 0644},
+    {"alias.db", "root", "root", Keeping::kDatabase, 0600},
+    {"mailvane.db", "root", "root", Keeping::kDatabase, 0600},
+    {"attachment_types", "root", "root", Keeping::kPlain, 0644},
+    {"rules", "root", "root", Keeping::kFolder, 0755},
+    {"dkim.key", "root", "root", Keeping::kFolder, 0700},
+    {"tls", "root", "root", Keeping::kFolder, 0755},
+    {"personal", "root", "root", Keeping::kFolder, 0700},
+    {"report.conf", "root", "root", Keeping::kPlain, 0600},
+    {"htpasswd", "root", "mailvane-web", Keeping::kPlain, 0640},
+    {"local.d", "root", "root", Keeping::kFolderOnRequest, 0755},
+    {"report.state", "root", "root", Keeping::kPlain, 0600},
+    {"lock", "root", "root", Keeping::kNotExchanged, 0600},
+    {"firewall.nft", "root", "root", Keeping::kNotExchanged, 0644},
+    {"firewall.nft.lifted", "root", "root", Keeping::kNotExchanged, 0644},
+    {"adopted", "root", "root", Keeping::kNotExchanged, 0700},
+    {"originals*", "root", "root", Keeping::kNotExchanged, 0700},
+    {"edited", "root", "root", Keeping::kNotExchanged, 0700},
+    {"dkim.signer", "root", "opendkim", Keeping::kNotExchanged, 0750},
+    {"generated", "root", "root", Keeping::kNotExchanged, 0755},
 };
 
 /// The name under which a backup holds the rules of the spam filter that are in force, which no

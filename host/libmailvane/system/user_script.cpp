@@ -107,7 +107,7 @@ Result<void> Replace(const MailAccount& account, int home, const std::string& te
 Result<void> Remove(int home)
 {
     (void)unlinkat(home, kBinary, 0);
-    if (unlinkat(home, kScript, 0) == 0 || errno == ENOENT) return {};
+    if (unlinkat(home, kScript, 0) == 0 ? fsync(home) == 0 : errno == ENOENT) return {};
     return SystemReason(kScript, "cannot be removed");
 }
 

@@ -13,7 +13,7 @@ from mailvane.ctl import answers
 from mailvane.ctl.session import Session
 
 FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local")
-VALUES = ("--sign", "--require-signature")
+VALUES = ("--sign", "--require-signature", "--from")
 
 
 def main(target: str, words: list[str]) -> int:

@@ -6,6 +6,7 @@
 
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/postfix.h"
+#include "tests/host/machine.h"
 
 namespace {
 
@@ -90,6 +91,27 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
             const std::string rule = "smtpd_relay_restrictions=permit_sasl_authenticated,reject\n";
             EXPECT_NE(master.find(rule), master.rfind(rule)) << "of two ports: " << master;
         }
+    }
+}
+
+using PortForServers = Machine;
+
+// Old TLS does not protect a password, but mail by it is better than mail in the clear.
+TEST_F(PortForServers, SpeaksOldTlsWhereNoPasswordCrossesIt)
+{
+    const std::string onlyPort = "smtp_tls_enabled=no\n", nextService = "mailvane-showq unix";
+    const std::pair<std::string, std::string> rows[] = {
+        {"smtp_port_logins=no\n", "  -o smtpd_sasl_auth_enable=no"},
+        {"smtp_port_logins=no\n" + onlyPort, "  -o smtpd_tls_protocols=>=TLSv1.2"},
+        {"smtp_port_logins=no\nplaintext_auth=yes\n" + onlyPort, nextService},
+        {onlyPort, nextService},
+    };
+    for (const auto& [stored, want] : rows) {
+        Write(host::PackagePath("etc/mailvane.conf"), stored);
+        const std::string master =
+            host::render::RenderPostfixMaster(*StoredSettings::Read(), RenderContext());
+        const std::string line = master.substr(master.find('\n', master.find("-cleanup")) + 1);
+        EXPECT_EQ(line.substr(0, want.size()), want) << stored;
     }
 }
 

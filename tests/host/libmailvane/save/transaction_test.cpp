@@ -1,11 +1,15 @@
 // Saves as transactions: the real checks of Postfix and Dovecot, control scripts that only record.
 // Each request runs in a process of its own, as in life.
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +19,8 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/lock.h"
+#include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/recovery.h"
@@ -120,8 +126,43 @@ std::map<std::string, std::string> Everything()
     return files;
 }
 
+/// Shows a process as that of a daemon, in whose place it does nothing.
+pid_t Pretend(const host::daemons::Daemon& daemon)
+{
+    const fs::path pidFile(daemon.pidFile);
+    fs::create_directories(pidFile.parent_path());
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string program(daemon.program);
+        (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (unshare(CLONE_NEWNS) == 0 &&
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+            mount("/bin/sleep", program.c_str(), nullptr, MS_BIND, nullptr) == 0) {
+            execl(program.c_str(), "sleep", "infinity", nullptr);
+        }
+        _exit(1);
+    }
+    WriteFile(pidFile, std::to_string(child));
+    return child;
+}
+
 class SaveTransaction : public testing::Test {
 protected:
+    static void SetUpTestSuite()
+    {
+        if (std::getenv("MAILVANE_IN_WORLD") == nullptr) return;
+        for (const host::daemons::Daemon& daemon : host::daemons::kDaemons) {
+            if (!daemon.switches.empty()) daemons_.push_back(Pretend(daemon));
+        }
+    }
+
+    static void TearDownTestSuite()
+    {
+        for (const pid_t daemon : daemons_) kill(daemon, SIGKILL);
+    }
+
+    static inline std::vector<pid_t> daemons_;
+
     void SetUp() override
     {
         if (std::getenv("MAILVANE_IN_WORLD") == nullptr) GTEST_SKIP() << "needs a private machine";
@@ -238,6 +279,22 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(Calls(), "postfix restart\n");
     EXPECT_EQ(Recover(), 0);
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
+}
+
+TEST_F(SaveTransaction, WhatTheSettingsRunIsRunningAfterwards)
+{
+    using host::daemons::kDkimFilter;
+    ASSERT_EQ(Save("enable_dkim", Value<bool>(true)), 0);
+    (void)Calls();
+    EXPECT_EQ(SaveIn([](Postfix&) {}, {host::daemons::ServiceStep(kDkimFilter, "stop")}), 0);
+    EXPECT_EQ(Calls(), "opendkim restart\n") << "a page saved in part stops nothing that stays on";
+
+    const fs::path pidFile(kDkimFilter.pidFile);
+    const fs::path aside = pidFile.string() + ".aside";
+    fs::rename(pidFile, aside);
+    EXPECT_EQ(SaveIn([](Postfix&) {}), 0);
+    EXPECT_EQ(Calls(), "opendkim restart\n") << "one that has died is started";
+    fs::rename(aside, pidFile);
 }
 
 TEST_F(SaveTransaction, PortsThatChangeAreOpenedAndOthersLeaveThePacketFilterAlone)
@@ -435,6 +492,33 @@ TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
         EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
         EXPECT_EQ(Calls(), "postfix restart\n");
     }
+}
+
+TEST_F(SaveTransaction, ARuleAndTheCopyOfAllMailAreDeletedTogetherOrNotAtAll)
+{
+    const auto inForce = [] {
+        return InForce("postfix/maps/sender_bcc") + InForce("postfix/maps/always_bcc") +
+               StoredValue("always_bcc");
+    };
+    const auto change = [](const std::function<int(BCC&)>& body) {
+        return InRequest([&] { return body(*BCC::getInstance()); });
+    };
+    const auto remove = [&] {
+        return change([](BCC& copies) {
+            return copies.deleteBCC({{"ann", "bob", BCC_SENDER}, {"", "carol", BCC_ALWAYS}});
+        });
+    };
+    ASSERT_EQ(change([](BCC& copies) { return copies.addBCC(BCC_SENDER, "ann", "bob"); }), 0);
+    ASSERT_EQ(change([](BCC& copies) { return copies.addBCC(BCC_ALWAYS, "", "carol@a.test"); }), 0);
+    const std::string before = inForce();
+    for (const char* fault : {"/tmp/fail", "/tmp/kill"}) {
+        WriteFile(fault, "");
+        EXPECT_NE(remove(), 0);
+        EXPECT_EQ(Recover(), 0);
+        EXPECT_EQ(inForce(), before);
+    }
+    EXPECT_EQ(remove(), 0);
+    EXPECT_EQ(inForce(), "");
 }
 
 TEST_F(SaveTransaction, LostListsStayInForceAndKeepTheirChangesAway)

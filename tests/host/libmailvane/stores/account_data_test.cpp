@@ -305,6 +305,27 @@ TEST_F(AccountData, ComesFromTheParkedCopyOrIsLostUntilASwitchMakesItAnew)
     }
 }
 
+TEST_F(AccountData, FollowsADomainThatIsSpelledOtherwise)
+{
+    const AccountCombination small{"local", "mv.test"};
+    const AccountCombination large{"local", "MV.test"};
+    for (const bool hasItsOwn : {false, true}) {
+        StartOver();
+        MakeDatabase(Live(kAlias), small, "small alias");
+        MakeDatabase(Live(kRest), small, "small rest");
+        if (hasItsOwn) MakeDatabase(Parked(large, kAlias), large, "large alias");
+        for (const auto& step : Switch(small, large)) step();
+        EXPECT_TRUE(host::stores::SwitchDatabases(large));
+        EXPECT_EQ(hasItsOwn ? "large alias, small rest, " : "small alias, small rest, ",
+                  LiveMarks());
+        EXPECT_EQ(host::stores::ParkedAlwaysBcc(large).value_or("none"),
+                  hasItsOwn ? "none" : "old@a");
+        // Where the save fails, it is taken back.
+        Heal(small);
+        EXPECT_EQ("small alias, small rest, old@a", LiveMarks());
+    }
+}
+
 /// A writer that is killed when part of its transaction is already in the file.
 void LeaveHalfATransaction(const std::string& path)
 {
