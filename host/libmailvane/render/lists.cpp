@@ -25,7 +25,7 @@ constexpr bool AreWords(std::string_view words)
 constexpr bool IsWhole(const List& list)
 {
     return AreWords(list.name) && list.name.find(' ') == std::string_view::npos &&
-           AreWords(list.maps) && AreWords(list.files) && list.make != nullptr &&
+           AreWords(list.maps) && AreWords(list.files) &&
            (!list.maps.empty() || !list.files.empty());
 }
 
