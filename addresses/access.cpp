@@ -102,10 +102,10 @@ Outcome StoreNewEntry(const Json::Value& in)
 Outcome ReplaceEntry(const Json::Value& in)
 {
     const std::list<AccessInfo> original = {Entry(in, kOriginal)};
-    const WantedEntry wanted(in);
     Access* access = GetAccess();
     if (access == nullptr) return Outcome::Fail();
 
+    const WantedEntry wanted(in);
     if (access->deleteAccess(original) < 0) {
         LogError(Here(), "delete access fail");
         return Outcome::Fail();

@@ -85,12 +85,11 @@ int AddRule(BCC& bcc, const BccInfo& rule)
 
 Outcome StoreNewRule(const Json::Value& in)
 {
-    const BccInfo wanted = WantedRule(in);
     BCC* bcc = BCC::getInstance();
     if (bcc == nullptr) return Outcome::SystemError();
 
-    if (!IsValidBccTarget(wanted.bccTo)) return Outcome::Fail("bcc", "invalid_name");
-    if (AddRule(*bcc, wanted) < 0) return Outcome::SystemError();
+    if (!IsValidBccTarget(in["bccTo"].asString())) return Outcome::Fail("bcc", "invalid_name");
+    if (AddRule(*bcc, WantedRule(in)) < 0) return Outcome::SystemError();
 
     return Outcome::Success();
 }
@@ -98,14 +97,14 @@ Outcome StoreNewRule(const Json::Value& in)
 Outcome ReplaceRule(const Json::Value& in)
 {
     const std::list<BccInfo> original = {{in["orgName"].asString(), "", TypeOf(in["orgBccType"])}};
-    const BccInfo wanted = WantedRule(in);
     BCC* bcc = BCC::getInstance();
     if (bcc == nullptr) {
         LogError(Here(), "load fail");
         return Outcome::SystemError();
     }
 
-    if (!IsValidBccTarget(wanted.bccTo)) return Outcome::Fail("bcc", "invalid_name");
+    if (!IsValidBccTarget(in["bccTo"].asString())) return Outcome::Fail("bcc", "invalid_name");
+    const BccInfo wanted = WantedRule(in);
     if (bcc->deleteBCC(original) < 0) {
         LogError(Here(), "delete bcc fail");
         return Outcome::SystemError();

@@ -50,14 +50,14 @@ Outcome ListQuotas(unsigned int start, unsigned int limit, Json::Value& response
 Outcome StoreQuota(const Json::Value& in)
 {
     const std::string sender = in["sasl_sender"].asString();
-    const auto quota = static_cast<unsigned int>(in["quota"].asInt());
-    const std::string replaced = in["orgSetting"]["sasl_sender"].asString();
     const std::string login = AccountLoginName(sender);
     Postfix postfix;
     if (postfix.LoadSettings() < 0) return Outcome::SystemError();
 
     if (!IsAccount(login)) return Outcome::Fail("user", "no_such_user");
 
+    const std::string replaced = in["orgSetting"]["sasl_sender"].asString();
+    const auto quota = static_cast<unsigned int>(in["quota"].asInt());
     if (in.isMember("orgSetting")) (void)SenderQuota::DeleteList({replaced});
     if (SenderQuota::Set(sender, quota) < 0) return Outcome::SystemError();
     if (SenderQuota::GenerateConfig() < 0) return Outcome::SystemError();

@@ -51,8 +51,6 @@ Outcome StorePersonal(const Json::Value& in)
 {
     // Deliberate: whether the settings can be used is not asked here, the save tells.
     Personal personal(in["user"].asString());
-    const std::string subject = in["subject"].asString();
-    const std::string message = in["message"].asString();
     const long begin = ReadBound(in["reply_begin_time"]);
     const long end = ReadBound(in["reply_end_time"]);
     personal.setForward(in["forward_enable"].asBool());
@@ -60,7 +58,7 @@ Outcome StorePersonal(const Json::Value& in)
     personal.setKeepCopy(in["keep_copy"].asBool());
     personal.setReply(in["reply_enable"].asBool());
     // Deliberate: the text is kept whether or not replies are on and the rest can be saved.
-    (void)personal.WriteReplyContent(nullptr, subject, message);
+    (void)personal.WriteReplyContent(nullptr, in["subject"].asString(), in["message"].asString());
     personal.SetReplyBeginTime(begin);
     personal.SetReplyEndTime(end);
     if (personal.save() < 0) {

@@ -40,13 +40,13 @@ Outcome ListReplies(const std::string& user, Json::Value& response, std::string&
 
 Outcome StoreReply(const std::string& user, const Json::Value& in, std::string& errKey)
 {
+    Personal personal(user);
+    if (!personal.isValid()) return Unusable(personal, errKey);
+
     const std::string replaced = in["orgSetting"]["sender"].asString();
     const std::string sender = in["sender"].asString();
     const std::string subject = in["subject"].asString();
     const std::string message = in["message"].asString();
-    Personal personal(user);
-    if (!personal.isValid()) return Unusable(personal, errKey);
-
     // Deliberate: an edit removes the old entry first, so that it may change the sender and does
     // not count against the limit; a failure further down does not bring it back.
     if (in.isMember("orgSetting")) (void)personal.RemoveReplySetting(replaced);

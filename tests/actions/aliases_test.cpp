@@ -111,14 +111,6 @@ TEST_F(Aliases, TakeNoNameThatAnotherOneHas)
     }
 }
 
-TEST_F(Aliases, GiveTheirOutsideAddresses)
-{
-    EXPECT_EQ(Read("load_extaddr", {{"aliasname", "Team"}}).output,
-              Answer(R"({"success": true, "ext_addr": "a@b.example,c@d.example"})"));
-    EXPECT_EQ(Read("load_extaddr", {{"aliasname", "empty"}}).output,
-              Answer(R"({"success": true, "ext_addr": ""})"));
-}
-
 TEST_F(Aliases, AreChangedAndSavedOnce)
 {
     const struct {
@@ -142,15 +134,6 @@ TEST_F(Aliases, AreChangedAndSavedOnce)
         EXPECT_EQ(world.Calls(), "Alias::load\n" + row.calls + "Alias::save\n");
         NextCase();
     }
-}
-
-TEST_F(Aliases, AreDeletedTogetherOrNotAtAll)
-{
-    const std::string body = R"({"alias": ["sales", "none"]})";
-    EXPECT_EQ(Write("alias_del", body).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(),
-              Lines({"Alias::load", "Alias::delAlias [sales, none]", "Alias::save"}));
-    EXPECT_EQ(Write("alias_del").output, Answer(kSuccess)) << "an empty list";
 }
 
 TEST_F(Aliases, AreDownloadedOrNothingIsAnswered)

@@ -16,15 +16,6 @@ protected:
 
 }  // namespace
 
-TEST_F(BlindCopies, AnEditIsADeletionAndAnAddition)
-{
-    const std::string bcc = R"({"orgBccType": 1, "orgName": "o", "bccType": 0, "name": "n",
-                                "bccTo": "x@y"})";
-    EXPECT_EQ(Write("edit_bcc", bcc).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(),
-              Lines({"BCC::getInstance", "BCC::deleteBCC [o \"\" 1]", "BCC::addBCC 0 n x@y"}));
-}
-
 TEST_F(BlindCopies, TheFirstFailureEndsAnAction)
 {
     const std::string toAnn = R"({"bccTo": "ann"})";

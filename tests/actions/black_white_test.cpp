@@ -38,21 +38,6 @@ TEST_F(BlackWhiteList, AnEditIsADeletionAndAnAddition)
                                     "Spam::addBlackWhite {name n list 4 type 5 nameType 6}"}));
 }
 
-TEST_F(BlackWhiteList, EntriesAreDeletedTogether)
-{
-    EXPECT_EQ(Write("delete_spam_blackwhite_list",
-                    R"({"deleteList": [{"name": "n", "blackWhite": 4, "type": 5, "nameType": 6}]})")
-                  .output,
-              Answer(kSuccess));
-    EXPECT_TRUE(world.LastCallIs("Spam::deleteBlackWhiteList [{name n list 4 type 5 nameType 6}]"));
-}
-
-TEST_F(BlackWhiteList, IsMadeBeforeTheScannerReadsIt)
-{
-    EXPECT_EQ(Read("apply_spam_blackwhite").output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(), Lines({"Spam::GenerateBlackWhite", "MailScanner::Service restart"}));
-}
-
 TEST_F(BlackWhiteList, IsDownloadedThroughAFileThatIsGoneAfterwards)
 {
     world.exportText = "sender x.test\n";

@@ -33,11 +33,3 @@ TEST_F(Blocklists, AChangeRestartsTheServicesThatAreOn)
         }
     }
 }
-
-TEST_F(Blocklists, AreListedInStoredOrder)
-{
-    EXPECT_EQ(Read("enum_dnsb").output, Answer(R"({"success": true, "items": []})"));
-    world.dnsbls = {{"z", "t"}, {"a", ""}};
-    EXPECT_EQ(Read("enum_dnsb").output, Answer(R"({"success": true, "items":
-                  [{"server": "z", "type": "t"}, {"server": "a", "type": ""}]})"));
-}

@@ -37,11 +37,3 @@ TEST_F(Domains, AChangeRestartsTheServicesThatAreOn)
         }
     }
 }
-
-TEST_F(Domains, AreListedInStoredOrder)
-{
-    EXPECT_EQ(Read("enum_domain").output, Answer(R"({"success": true, "items": []})"));
-    world.domains = {"b.example", "a.example"};
-    EXPECT_EQ(Read("enum_domain").output, Answer(R"({"success": true, "items":
-                  [{"domain": "b.example"}, {"domain": "a.example"}]})"));
-}

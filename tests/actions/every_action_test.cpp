@@ -15,6 +15,12 @@ const std::set<std::string> kOthers = {"add_bcc", "alias_mem_enum", "check_virus
 
 class EveryAction : public ActionTest {
 protected:
+    void Prepare() override
+    {
+        world.users.resize(1);
+        world.users.front().name = "ann";
+    }
+
     Reply Request(const std::string& action, bool isRead)
     {
         return isRead ? Read(action) : Write(action);
@@ -68,7 +74,7 @@ TEST_F(EveryAction, ReadsAllMembersOfAnEditBeforeItsFirstChange)
         {"edit_access", R"({"name": "n", "accessType": 0, "nameType": 0, "permission": {}})"},
         {"edit_bcc", R"({"bccTo": "a@b", "name": "n", "bccType": "1"})"},
         {"edit_spam_blackwhite_list", R"({"name": "n", "nameType": "0"})"},
-        {"set_sender_quota", R"({"orgSetting": {"sasl_sender": "a"}, "quota": 4294967295})"},
+        {"set_sender_quota", R"({"sasl_sender": "ann", "orgSetting": {}, "quota": 4294967295})"},
         {"set_attachment_filter", R"({"modified_list": ["exe"], "add_list": [{}]})"},
         {"set_reply_setting", R"({"orgSetting": {"sender": "a"}, "sender": "b", "message": {}})"},
         {"delete_reply_setting", R"({"delete_list": ["a", {}]})"},

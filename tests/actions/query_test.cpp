@@ -122,12 +122,6 @@ TEST_F(MailLogPage, SearchPassesItsPageOnAndShowsOneEmptyRowForNone)
                      "MailLog::getLogNum \"a b\""}));
 }
 
-TEST_F(MailLogPage, ClearEmptiesTheLog)
-{
-    EXPECT_EQ(Write("clear_log").output, Answer(R"({"success": true})"));
-    EXPECT_EQ(world.Calls(), Lines({kOpen, "MailLog::error", "MailLog::clear"}));
-}
-
 TEST_F(MailLogPage, TheFirstFailureEndsAnAction)
 {
     ExpectFailures({

@@ -24,12 +24,6 @@ const char kQuotaOfAnn[] = R"({"sasl_sender": "ann", "quota": -1})";
 
 }  // namespace
 
-TEST_F(SenderQuotas, AreSetOnceTheAccountIsFound)
-{
-    EXPECT_EQ(Write("set_sender_quota", kQuotaOfAnn).output, Answer(kSuccess));
-    EXPECT_EQ(world.Calls(), Lines({kLoad, kLoad, kFindAnn, kSetAnn, kGenerate, kRestart}));
-}
-
 TEST_F(SenderQuotas, AnEditDeletesTheOldOneWhateverComesOfIt)
 {
     world.Fail("SenderQuota::DeleteList");

@@ -64,14 +64,6 @@ class Strangers(harness.Story):
             with self.subTest(**caller):
                 self.assert_all_refused(status, **caller)
 
-    def test_browsers_that_do_not_say_where_a_change_comes_from(self):
-        before = snapshot(ETC)
-        for action in ("apply_access_setting", "apply_spam_blackwhite", "fresh_clam",
-                       "generate_dkim_key"):
-            self.assertEqual(read(action).status, 403, action)
-        self.assertEqual(request(**form("list", "x@y.test OK")).status, 403)
-        self.assertEqual(snapshot(ETC), before)
-
 
 class Unchanged(harness.Story):
     def test_a_page_saved_as_it_was_loaded_changes_nothing(self):

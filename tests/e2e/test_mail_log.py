@@ -2,18 +2,15 @@
 import os
 import signal
 import sqlite3
-import subprocess
-import time
 import unittest
 
 import file_modes
-from harness import (DOMAIN, ETC, POSTFIX_CONFIGURATION, TARGET, control, delivered, pid_of, run,
-                     send, wait_for)
+from harness import DOMAIN, TARGET, control, delivered, pid_of, run, send, wait_for
 
 LINK = TARGET + "/etc/maillog/maillog.db"
 PID_FILE = "/run/mailvane/maillog.pid"
 BOB = "bob@" + DOMAIN
-RECEIVED, BOUNCED = 1, 2
+RECEIVED = 1
 
 
 def ask(query, *values):
@@ -22,17 +19,7 @@ def ask(query, *values):
 
 
 def entries(sender):
-    return ask("SELECT mail_to, status, size FROM entry WHERE mail_from = ? ORDER BY mail_to",
-               sender)
-
-
-def setUpModule():
-    """A domain that nobody has."""
-    with open(ETC + "/local.d/main.cf", "w", encoding="ascii") as file:
-        file.write("transport_maps = inline:{ { gone.test = error:5.1.2 no such domain } }\n")
-    run(TARGET + "/bin/hald_set_config", "render")
-    if control("postfix", "restart") != 0:
-        raise AssertionError("the mail server does not take the routes")
+    return ask("SELECT mail_to, status FROM entry WHERE mail_from = ? ORDER BY mail_to", sender)
 
 
 tearDownModule = file_modes.check
@@ -42,32 +29,11 @@ class MailLog(unittest.TestCase):
     def assert_appears(self, sender, want):
         """Waits until the entries of a sender are those wanted: (recipient, status)."""
         def found():
-            return [(to, status) for to, status, _ in entries(sender)] == want
+            return entries(sender) == want
         try:
             wait_for(found, "entries")
         except AssertionError:
             self.fail("%r: got %r, want %r" % (sender, entries(sender), want))
-
-    def test_received(self):
-        start = int(time.time())
-        send("one@elsewhere.test", [BOB, "carol@" + DOMAIN], "to be logged")
-        delivered("bob", "to be logged")
-        self.assert_appears("one@elsewhere.test",
-                            [(BOB, RECEIVED), ("carol@" + DOMAIN, RECEIVED)])
-        sizes = {size for _, _, size in entries("one@elsewhere.test")}
-        self.assertTrue(all(100 < size < 5000 for size in sizes), sizes)
-        date, message_id = ask("SELECT date, queue_id FROM entry WHERE mail_from = ?",
-                               "one@elsewhere.test")[0]
-        self.assertTrue(start <= date <= time.time(), date - start)
-        self.assertGreater(len(message_id), 8)
-        self.assertNotEqual(os.stat("/proc/%d" % pid_of(PID_FILE)).st_uid, 0)
-
-    def test_bounced_and_its_report(self):
-        subprocess.run(["/usr/sbin/sendmail", "-C", POSTFIX_CONFIGURATION, "-f", "alice@" + DOMAIN,
-                        "x@gone.test"], input=b"Subject: bounces\n\nA message.\n", check=True)
-        wait_for(lambda: ("x@gone.test", BOUNCED) in
-                 [entry[:2] for entry in entries("alice@" + DOMAIN)], "the bounce")
-        self.assert_appears("", [("alice@" + DOMAIN, RECEIVED)])
 
     def test_nothing_is_lost_or_doubled_by_a_kill_and_a_rotation(self):
         os.kill(pid_of(PID_FILE), signal.SIGKILL)
@@ -80,6 +46,7 @@ class MailLog(unittest.TestCase):
         send("four@elsewhere.test", [BOB], "in a new log")
         delivered("bob", "in a new log")
         self.assertEqual(control("maillog", "start"), 0)
+        self.assertNotEqual(os.stat("/proc/%d" % pid_of(PID_FILE)).st_uid, 0)
         self.assert_appears("three@elsewhere.test", [(BOB, RECEIVED)])
         self.assert_appears("four@elsewhere.test", [(BOB, RECEIVED)])
 

@@ -16,7 +16,6 @@ const std::string kConf = "/var/packages/Mailvane/etc/mailvane.conf";
 const std::string kTool = "/var/packages/Mailvane/target/bin/hald_set_config";
 
 const char kToLdap[] = R"({"account_type": "ldap", "acc_domain_name": "dc=corp"})";
-const char kToLocal[] = R"({"account_type": "local", "acc_domain_name": "example.com"})";
 
 /// The calls of a switch from local, example.com to ldap, dc=corp with everything parked there.
 const std::vector<std::string> kWholeSwitch = {
@@ -77,32 +76,6 @@ TEST_F(AccountDomain, BuildsNamesFromTheTextsAsTheyAre)
         world.ExpectLog(1083, "get key:always_bcc from " + kDir + name + "_alwaysBCC fail");
         NextCase();
     }
-}
-
-TEST_F(AccountDomain, LeavesNoLiveDataAfterASwitchToANewCombination)
-{
-    EXPECT_EQ(Change(kToLdap), 0);
-    EXPECT_EQ(world.files.count(kAliasDb), 0U);
-    EXPECT_EQ(world.files.count(kServerDb), 0U);
-    EXPECT_EQ(world.keyValueFiles[kConf]["always_bcc"], "");
-    EXPECT_NE(calls.find(kTool + " alias\n"), std::string::npos);
-    EXPECT_NE(calls.find("Spam::GenerateBlackWhite\nMailScanner::Service restart\n"),
-              std::string::npos);
-    world.ExpectLog(1083, "get key:always_bcc from " + kDir + "ldap_dc=corp_alwaysBCC fail");
-}
-
-TEST_F(AccountDomain, RestoresEverythingOnTheWayBack)
-{
-    const Machine before = world;
-    ParkLdapData();
-    EXPECT_EQ(Change(kToLdap), 0);
-    world.postfix.Set(ParseJson(kToLdap));
-    EXPECT_EQ(Change(kToLocal), 0);
-
-    EXPECT_EQ(world.files[kAliasDb], before.files.at(kAliasDb));
-    EXPECT_EQ(world.files[kServerDb], before.files.at(kServerDb));
-    EXPECT_EQ(world.keyValueFiles[kConf], before.keyValueFiles.at(kConf));
-    EXPECT_EQ(world.files[kDir + "ldap_dc=corp"], "ldap aliases");
 }
 
 TEST_F(AccountDomain, StopsAtEachFailureWithItsLogLines)

@@ -3,8 +3,6 @@
 
 #include <json/value.h>
 
-#include <stdexcept>
-
 #include "platform/mailvane/imap_pop3.h"
 #include "tests/recording/action_test.h"
 
@@ -63,15 +61,4 @@ TEST_F(SettingsJson, ThrowsForAMemberThatCannotBeConverted)
         ASSERT_EQ(store.LoadSettings(), 0);
         EXPECT_THROW(AllSettingsFromJson(ParseJson(request), store), Json::LogicError);
     }
-}
-
-TEST_F(SettingsJson, RefusesAKeyOfAnotherTypeOnlyWhenItIsUsed)
-{
-    ImapPop3 store;
-    ASSERT_EQ(store.LoadSettings(), 0);
-    const boost::any odd = Key<double>("odd");
-    Json::Value out;
-    EXPECT_THROW(SetJsonFromConfig(out, store, odd), std::invalid_argument);
-    EXPECT_THROW(SetConfigFromJson(ParseJson(R"({"odd": 1})"), store, odd), std::invalid_argument);
-    EXPECT_NO_THROW(SetConfigFromJson(ParseJson(R"({"number": 1})"), store, odd));
 }

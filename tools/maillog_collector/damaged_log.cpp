@@ -32,13 +32,34 @@ std::uint32_t Number(const unsigned char* bytes, int count)
     return number;
 }
 
+/// The file of the current database. It stays open until another one has its name: when a process
+/// closes any descriptor of a file, the kernel ends all its locks on the file, SQLite's too.
+struct KeptFile {
+    host::Descriptor file;
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+
+/// The kept file of a path that names the file `info` tells of.
+const host::Descriptor& Keep(const std::string& path, const struct stat& info)
+{
+    static KeptFile kept;
+    if (!kept.file || kept.device != info.st_dev || kept.inode != info.st_ino) {
+        kept = {host::Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)), info.st_dev,
+                info.st_ino};
+    }
+    return kept.file;
+}
+
 /// Whether the file has a head, and all pages that the head counts.
 bool IsWhole(const std::string& path)
 {
     std::array<unsigned char, 32> head{};
     struct stat info {};
-    const host::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file || ::fstat(file.get(), &info) < 0 ||
+    if (::stat(path.c_str(), &info) < 0) return false;
+
+    const host::Descriptor& file = Keep(path, info);
+    if (!file ||
         ::pread(file.get(), head.data(), head.size(), 0) != static_cast<ssize_t>(head.size()) ||
         std::memcmp(head.data(), kMagic, sizeof kMagic) != 0) {
         return false;

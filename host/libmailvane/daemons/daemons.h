@@ -145,6 +145,15 @@ constexpr std::string_view NextWord(std::string_view& words)
     return word;
 }
 
+/// Whether one of the words, separated by one blank, is `wanted`.
+constexpr bool HasWord(std::string_view words, std::string_view wanted)
+{
+    while (!words.empty()) {
+        if (NextWord(words) == wanted) return true;
+    }
+    return false;
+}
+
 /// Whether the mail server calls the daemon, which then starts before it and stops after it.
 constexpr bool IsCalledByMailServer(const Daemon& daemon)
 {

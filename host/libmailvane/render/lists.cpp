@@ -9,6 +9,7 @@ namespace host::render {
 
 namespace {
 
+using daemons::HasWord;
 using daemons::NextWord;
 
 /// Whether words are one blank apart and start with no slash.
@@ -25,22 +26,14 @@ constexpr bool AreWords(std::string_view words)
 constexpr bool IsWhole(const List& list)
 {
     return AreWords(list.name) && list.name.find(' ') == std::string_view::npos &&
-           AreWords(list.maps) && AreWords(list.files) && list.make != nullptr &&
+           AreWords(list.maps) && AreWords(list.files) &&
            (!list.maps.empty() || !list.files.empty());
-}
-
-constexpr bool Holds(std::string_view words, std::string_view wanted)
-{
-    while (!words.empty()) {
-        if (NextWord(words) == wanted) return true;
-    }
-    return false;
 }
 
 constexpr bool ShareAWord(std::string_view words, std::string_view others)
 {
     while (!words.empty()) {
-        if (Holds(others, NextWord(words))) return true;
+        if (HasWord(others, NextWord(words))) return true;
     }
     return false;
 }
@@ -59,8 +52,8 @@ constexpr bool AllAreWholeAndApart()
 }
 
 static_assert(AllAreWholeAndApart(), "a row lacks something, or two make the same file");
-static_assert(Holds(kBlackWhiteList.files, generation::kBlackClientsFile) &&
-                  Holds(kAttachmentList.files, generation::kAttachmentChecksFile),
+static_assert(HasWord(kBlackWhiteList.files, generation::kBlackClientsFile) &&
+                  HasWord(kAttachmentList.files, generation::kAttachmentChecksFile),
               "the mail server reads another file");
 
 /// Files of these names with these texts. Names that are left over get an empty one.

@@ -58,7 +58,7 @@ struct List {
     const stores::RuleList* rules;  ///< its table, columns and file format; null for other lists
     std::string_view maps;          ///< compiled for lookups, in postfix/maps
     std::string_view files;         ///< read as they are: paths in a generation
-    ListTexts (*make)(const ListSources& sources);
+    ListTexts (&make)(const ListSources& sources);
 };
 
 inline constexpr List kLists[] = {

@@ -16,7 +16,6 @@
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/attachment_types.h"
 #include "host/libmailvane/system/database.h"
-#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 
 namespace host::save {
@@ -43,15 +42,6 @@ std::string WordsOf(const Lists& lists)
     std::string words = kListChange;
     for (const render::List* list : lists) words.append(" ").append(list->name);
     return words;
-}
-
-bool HasWord(const generation::PendingSave& mark, std::string_view wanted)
-{
-    std::string_view words = mark.change;
-    while (!words.empty()) {
-        if (daemons::NextWord(words) == wanted) return true;
-    }
-    return false;
 }
 
 Lists ListsOf(const generation::PendingSave& mark)
@@ -88,7 +78,7 @@ bool ScannerReads(const generation::NextGeneration& next)
 bool ScannerReads(const generation::PendingSave& mark)
 {
     const Lists lists = ListsOf(mark);
-    return HasWord(mark, kRuleSets) ||
+    return daemons::HasWord(mark.change, kRuleSets) ||
            std::any_of(lists.begin(), lists.end(), [](const render::List* list) {
                return list->files.find("amavis/") != std::string_view::npos;
            });
@@ -97,7 +87,7 @@ bool ScannerReads(const generation::PendingSave& mark)
 /// Whether the mail server reads what a change fills.
 bool MailServerReads(const generation::PendingSave& mark)
 {
-    return !HasWord(mark, kRuleSets);
+    return !daemons::HasWord(mark.change, kRuleSets);
 }
 
 /// Activates the generation from before a change again. Failures are only logged: the caller
@@ -219,7 +209,7 @@ Result<void> FollowStore(const generation::PendingSave& mark)
     Result<void> done = next.Complete();
     if (!done || !next.Changed("")) return done;
     // What is not stored yet takes its settings with it.
-    if (HasWord(mark, kWithSettings)) return generation::Activate(mark.before);
+    if (daemons::HasWord(mark.change, kWithSettings)) return generation::Activate(mark.before);
     done = MapsAnswer(next);
     return done ? next.Commit() : done;
 }

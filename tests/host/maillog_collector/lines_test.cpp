@@ -38,14 +38,6 @@ TEST(LogLine, OnlyPostfixIsHeard)
     EXPECT_EQ("smtpd", line->daemon);
 }
 
-TEST(LogLine, QueueIds)
-{
-    for (const char* id : {"4jWf5t0xfWzm4Dn", "AAB6D5121F7", "4jWfzzzzzzzzm4"})
-        EXPECT_TRUE(collector::IsQueueId(id)) << id;
-    for (const char* id : {"NOQUEUE", "", "ABCDE", "4jWf5t0xfWzz", "4jWf5t0x/Wzm4Dn"})
-        EXPECT_FALSE(collector::IsQueueId(id)) << id;
-}
-
 TEST(LogClock, YearAndZone)
 {
     ASSERT_EQ(0, setenv("TZ", "UTC", 1));
@@ -99,15 +91,6 @@ TEST(LogEvent, TextsOfStrangersNameNoQueueId)
         EXPECT_EQ(row.kind, event->kind) << row.line;
         EXPECT_EQ(row.other, event->other) << row.line;
     }
-}
-
-TEST(LogEvent, AMessagePutIntoTheQueueAgainIsNoNewOne)
-{
-    const auto event =
-        Parse("pickup[1]: 4jWf6M2n8mzm4JH: uid=0 from=<a@b.test> orig_id=4jWf7T69kfzm4Dv");
-    ASSERT_TRUE(event);
-    EXPECT_EQ("4jWf7T69kfzm4Dv", event->other);
-    EXPECT_TRUE(event->requeued);
 }
 
 TEST(LogEvent, AddressesEndWhereTheyEnd)

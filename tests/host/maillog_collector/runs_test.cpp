@@ -237,23 +237,6 @@ TEST_F(CollectorRuns, RowsOfAFewLines)
     }
 }
 
-TEST_F(CollectorRuns, HoweverTheLogIsCutTheResultIsTheSame)
-{
-    const std::string sample = Sample();
-    Append(sample);
-    Collect();
-    const std::string want = Everything();
-    for (const std::size_t step : {313U, 4096U, 20011U}) {
-        StartAnew();
-        for (std::size_t done = 0; done < sample.size(); done += step) {
-            Append(sample.substr(done, step));
-            Collect();
-        }
-        EXPECT_EQ(want, Everything()) << step;
-        EXPECT_NO_THROW(CheckSearchIndex()) << step;
-    }
-}
-
 TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
 {
     std::unique_ptr<collector::Collector> run = std::make_unique<collector::Collector>();

@@ -14,23 +14,30 @@ namespace {
 
 class Filtering : public ListMachine {
 protected:
+    void SetUp() override
+    {
+        ListMachine::SetUp();
+        spam = Spam::getInstance();
+        ASSERT_NE(spam, nullptr);
+    }
+
     int Import(BlackWhiteType list, const std::string& text)
     {
         Write(File(), text);
-        return spam.importBlackWhite(list, File());
+        return spam->importBlackWhite(list, File());
     }
 
     std::string Export(BlackWhiteType list)
     {
-        return spam.exportBlackWhite(list, File()) < 0 ? "failed" : Contents(File());
+        return spam->exportBlackWhite(list, File()) < 0 ? "failed" : Contents(File());
     }
 
     int Count(int list = -1, int type = -1, const std::string& key = "")
     {
-        return spam.countQueryData({0, 0, list, type, "*", key});
+        return spam->countQueryData({0, 0, list, type, "*", key});
     }
 
-    Spam& spam = *Spam::getInstance();
+    Spam* spam = nullptr;
 };
 using RuleFiles = Filtering;
 using BlackWhiteLists = Filtering;
@@ -110,20 +117,20 @@ TEST_F(RuleFiles, AreFoundByTheirNameAloneAndAreDisabledUntilTheyPass)
     Write(root + "/outside", "kept");
     ASSERT_EQ(0, symlink((root + "/outside").c_str(), (rules + "link.cf").c_str()));
     std::string listed;
-    for (const SpamRule& rule : spam.getSpamRules()) {
+    for (const SpamRule& rule : spam->getSpamRules()) {
         listed += rule.name + (rule.enabled ? " on;" : " off;");
     }
     EXPECT_EQ(listed, "a b.cf off;bad.cf off;");
-    EXPECT_EQ(spam.GetImportRulePath("a b.cf"), rules + "a b.cf");
-    EXPECT_EQ(-1, spam.enableRule("bad.cf"));
+    EXPECT_EQ(spam->GetImportRulePath("a b.cf"), rules + "a b.cf");
+    EXPECT_EQ(-1, spam->enableRule("bad.cf"));
     for (const std::string name : {"", ".", "..", "../mailvane.conf", "sub/x.cf", "/etc/passwd",
                                    ".hidden", "link.cf", "none", "x\ny", "<b>", " a b.cf"}) {
-        EXPECT_EQ(spam.GetImportRulePath(name), "") << name;
-        EXPECT_EQ(-1, spam.enableRule(name)) << name;
-        EXPECT_EQ(-1, spam.deleteRule(name)) << name;
+        EXPECT_EQ(spam->GetImportRulePath(name), "") << name;
+        EXPECT_EQ(-1, spam->enableRule(name)) << name;
+        EXPECT_EQ(-1, spam->deleteRule(name)) << name;
     }
-    EXPECT_EQ(0, spam.deleteRule("bad.cf"));
-    EXPECT_EQ(1, spam.getSpamRules().size());
+    EXPECT_EQ(0, spam->deleteRule("bad.cf"));
+    EXPECT_EQ(1, spam->getSpamRules().size());
     EXPECT_EQ("kept", Contents(root + "/outside"));
 }
 
@@ -134,10 +141,10 @@ TEST_F(RuleFiles, LeaveNothingBehindWhenTheirUploadIsRefused)
     host::NoteRequest({host::kUploadAction});
     for (const std::string name : {".hidden", "a<b>", " lead", "bad.cf", "good.cf"}) {
         Write(rules + name, "include /etc/shadow\n");
-        EXPECT_EQ(-1, spam.enableRule(name));
+        EXPECT_EQ(-1, spam->enableRule(name));
     }
     Write(rules + "mailvane-upload.AbCdEf", "body A /a/\n");  // moved to a name that is a folder
-    EXPECT_EQ(-1, spam.enableRule(""));
+    EXPECT_EQ(-1, spam->enableRule(""));
     host::NoteRequest({});
     EXPECT_TRUE(std::filesystem::is_empty(rules));
 }
@@ -146,14 +153,14 @@ TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
 {
     const BlackWhite black = {"Spam@X.Test", BLACK_LIST, TYPE_SENDER, NAME_ADDRESS};
     const BlackWhite white = {"spam@x.test", 2, TYPE_SENDER, NAME_ADDRESS};
-    EXPECT_EQ(0, spam.addBlackWhite(black));
-    EXPECT_EQ(-1, spam.addBlackWhite(black));
-    EXPECT_EQ(-1, spam.addBlackWhite(white));
+    EXPECT_EQ(0, spam->addBlackWhite(black));
+    EXPECT_EQ(-1, spam->addBlackWhite(black));
+    EXPECT_EQ(-1, spam->addBlackWhite(white));
     EXPECT_EQ(-1, Import(WHITE_LIST, "other@x.test\nspam@x.test\n"));
     EXPECT_EQ(0, Import(BLACK_LIST, "other@x.test\nspam@x.test\n"));
     EXPECT_EQ(2, Count());
-    EXPECT_EQ(0, spam.deleteBlackWhiteList({black, {"other@x.test", 1, 0, 0}}));
-    EXPECT_EQ(0, spam.addBlackWhite(white));
+    EXPECT_EQ(0, spam->deleteBlackWhiteList({black, {"other@x.test", 1, 0, 0}}));
+    EXPECT_EQ(0, spam->addBlackWhite(white));
 
     const BlackWhite refused[] = {{"a b@x.test", 1, TYPE_SENDER, NAME_ADDRESS},
                                   {"x.test\ny.test", 1, TYPE_SENDER, NAME_DOMAIN},
@@ -161,7 +168,7 @@ TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
                                   {"10.0.0.0/33", 1, TYPE_CLIENT, NAME_NETWORK},
                                   {"x.test", 1, -1, NAME_DOMAIN},
                                   {"x.test", 1, TYPE_SENDER, 9}};
-    for (const BlackWhite& entry : refused) EXPECT_EQ(-1, spam.addBlackWhite(entry)) << entry.name;
+    for (const BlackWhite& entry : refused) EXPECT_EQ(-1, spam->addBlackWhite(entry)) << entry.name;
     EXPECT_EQ(1, Count());
 }
 
@@ -170,7 +177,7 @@ TEST_F(BlackWhiteLists, AreSearchedAndPaged)
     ASSERT_EQ(0, Import(BLACK_LIST, "a@x.test\nrecipient b@x.test\n10.0.0.1\n"));
     ASSERT_EQ(0, Import(WHITE_LIST, "c%@x.test\n.x.test\n"));
     std::string names;
-    for (const BlackWhite& entry : spam.getBlackWhiteList({1, 3, -1, -1, "*", ""})) {
+    for (const BlackWhite& entry : spam->getBlackWhiteList({1, 3, -1, -1, "*", ""})) {
         names += entry.name + " ";
     }
     EXPECT_EQ(names, "c%@x.test x.test b@x.test ");
