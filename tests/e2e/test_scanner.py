@@ -2,12 +2,14 @@
 import email.message
 import email.utils
 import io
+import lzma
 import os
 import re
 import shutil
 import signal
 import smtplib
 import subprocess
+import tarfile
 import time
 import zipfile
 
@@ -38,11 +40,23 @@ EICAR = "X5O!P%@AP[4\\PZX54(P^)7CC)7}$" + "EICAR-STANDARD-ANTIVIRUS-TEST-FILE!$H
 SIGNATURE = "Local.Eicar-Body:0:*:" + EICAR.encode().hex() + "\n"
 
 
-def zipped(name, data):
+def zipped(name, data, first=None):
+    """An archive; the name and text of its first member can make it look like a document."""
     archive = io.BytesIO()
     with zipfile.ZipFile(archive, "w") as file:
+        if first:
+            file.writestr(*first)
         file.writestr(name, data)
     return archive.getvalue()
+
+
+def tarred(name, data, how):
+    archive = io.BytesIO()
+    with tarfile.open(fileobj=archive, mode="w") as file:
+        entry = tarfile.TarInfo(name)
+        entry.size = len(data)
+        file.addfile(entry, io.BytesIO(data))
+    return lzma.compress(archive.getvalue(), how)
 
 
 def closed(archive):
@@ -60,6 +74,10 @@ MESSAGES = {
     "virus": ("Look at this.", "eicar.txt", EICAR.encode()),
     "program": ("Run this.", "setup.exe", b"not really"),
     "archive": ("Run this.", "docs.zip", zipped("run.exe. .", b"not really")),
+    "xz": ("Run this.", "docs.tar.xz", tarred("run.exe", b"not really", lzma.FORMAT_XZ)),
+    "lzma": ("Run this.", "docs.tar.lzma", tarred("run.exe", b"not really", lzma.FORMAT_ALONE)),
+    "document": ("Run this.", "docs.zip",
+                 zipped("run.exe", b"not really", ("mimetype", "application/epub+zip"))),
     "closed": ("Run this.", "docs.zip", closed(zipped("run.txt", b"not really"))),
 }
 
@@ -194,6 +212,8 @@ class Spam(Scanner):
         self.addCleanup(self.change, "set_attachment_filter", modified_list=["exe"])
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=550, archive=554)  # by the mail server, by the scanner
+        for kind in ("xz", "lzma", "document"):
+            self.assertEqual(verdict(kind)[0], 554, kind)
 
     def test_archives_that_nobody_can_look_into(self):
         stored = contents(DEFAULTS)

@@ -47,6 +47,12 @@ $MIN_EXPANSION_QUOTA = 100*1024;
 @keep_decoded_original_maps = (new_RE(
     qr'^MAIL-UNDECIPHERABLE$', qr'^(ASCII(?! cpio)|text|uuencoded|xxencoded|binhex)'i));
 
+# Archives that the scanner does not know by the words of file(1), or takes for documents.
+unshift @map_full_type_to_short_type_maps, new_RE(
+    [qr'^XZ compressed\b' => 'xz'], [qr'^LZMA compressed\b' => 'lzma'],
+    [qr'^(Zip data|OpenDocument|EPUB document|Android package|Java archive data)\b' => 'zip'],
+    [qr'^Microsoft (OOXML|\w+ 2007\+)' => 'zip']);
+
 # Nobody is told but the sender, in the session.
 $virus_admin = $spam_admin = $banned_admin = undef;
 $final_banned_destiny = D_REJECT;
