@@ -88,7 +88,7 @@ put_in_force() {
     tell info "new ones are in force"
     # It takes mail meanwhile; a restart would turn it away.
     "$package/target/scripts/mailscanner.sh" status >/dev/null || return 0
-    as amavis amavisd -c "$package/etc/generated/current/amavis/amavisd.conf" reload >/dev/null
+    as amavis /usr/sbin/amavisd -c "$package/etc/generated/current/amavis/amavisd.conf" reload >/dev/null
 }
 
 main() {

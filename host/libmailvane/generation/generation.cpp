@@ -63,9 +63,9 @@ bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode
     return file && fchmod(file.get(), mode) == 0 && WriteAll(file.get(), bytes);
 }
 
-void DateBack(const std::string& path)
+void DateBack(const std::string& path, time_t age)
 {
-    const timespec then{time(nullptr) - kAge, 0};
+    const timespec then{time(nullptr) - age, 0};
     const timespec times[2] = {then, then};
     (void)utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
@@ -306,7 +306,7 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
 
     changed_.insert(relative);
     if (!WriteNewFile(PathOf(relative), bytes, mode)) Fail("write", relative);
-    DateBack(PathOf(relative));
+    DateBack(PathOf(relative), kAge);
 }
 
 void NextGeneration::PutSource(const std::string& source, const std::string& text,
@@ -381,7 +381,8 @@ void NextGeneration::Compile()
         }
         ++result;
         (void)chmod(PathOf(compiled).c_str(), compilation.mode);
-        DateBack(PathOf(compiled));
+        // Dovecot reads a compiled script that is newer than its source.
+        DateBack(PathOf(compiled), kAge - 1);
         files_.insert(compiled);
         changed_.insert(compiled);
     }

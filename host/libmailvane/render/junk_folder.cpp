@@ -39,6 +39,9 @@ if not environment :is "imap.mailbox" "Trash" {
 }
 )";
 
+/// The folder of the sockets on which messages are taken, by kind. Only mailbox processes enter it.
+const char kSockets[] = "/run/mailvane/learn";
+
 std::string InForce(const char* script)
 {
     return generation::GeneratedDirectory() + "/current/" + script;
@@ -51,7 +54,7 @@ std::string LearnService(const std::string& kind)
     return "service mailvane-learn-" + kind + " {\n  executable = script " +
            PackagePath("target/scripts/learn.sh") + " " + kind +
            "\n  user = " + std::string(daemons::kScanner.user) +
-           "\n  process_limit = 1\n  unix_listener mailvane-learn/" + kind +
+           "\n  process_limit = 1\n  unix_listener " + kSockets + "/" + kind +
            " {\n    mode = 0660\n    group = mailvane-learn\n  }\n}\n";
 }
 
@@ -62,8 +65,9 @@ std::string LearningText()
            "plugin {\n"
            "  sieve_plugins = sieve_imapsieve sieve_extprograms\n"
            "  sieve_global_extensions = +vnd.dovecot.pipe\n"
-           "  sieve_pipe_socket_dir = mailvane-learn\n"
-           "  imapsieve_mailbox1_name = Junk\n"
+           "  sieve_pipe_socket_dir = " +
+           std::string(kSockets) +
+           "\n  imapsieve_mailbox1_name = Junk\n"
            "  imapsieve_mailbox1_causes = COPY\n"
            "  imapsieve_mailbox1_before = file:" +
            InForce(kLearnSpam) +
