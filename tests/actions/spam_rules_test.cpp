@@ -40,7 +40,6 @@ TEST_F(SpamRules, AreDownloadedAsTheyWereUploaded)
     const int descriptor = mkostemp(path, 0);
     ASSERT_EQ(write(descriptor, "body A /a/\nlast", 15), 15);
     close(descriptor);
-    world.Fail("Spam::getInstance");
     world.rulePaths = {{"r \"1\".cf", path}, {"no_rule", path}, {"gone", "/nonexistent/rule"}};
     EXPECT_EQ(Read("export_rule", {{"rule_name", "r \"1\".cf"}}).output,
               Download("r \"1\".cf", "body A /a/\nlast"));
