@@ -309,35 +309,30 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
     DateBack(PathOf(relative), kAge);
 }
 
-void NextGeneration::PutSource(const std::string& source, const std::string& text,
-                               Compilation compilation)
-{
-    Put(source, text, compilation.mode);
-    if (changed_.count(source) == 0 && beforeFiles_.count(compilation.result) != 0) {
-        Keep(compilation.result);
-    } else {
-        uncompiled_[source] = std::move(compilation);
-    }
-}
-
 void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
 {
     const std::string source = ListFile{name, "", true}.Path();
-    PutSource(source, text,
-              {source + ".cdb",
-               mode,
-               {programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)}});
+    const std::string compiled = source + ".cdb";
+    Put(source, text, mode);
+    if (changed_.count(source) == 0 && beforeFiles_.count(compiled) != 0) {
+        Keep(compiled);
+    } else {
+        uncompiled_[source] = {
+            compiled, mode, {programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)}};
+    }
 }
 
 void NextGeneration::PutScript(const std::string& relative, const std::string& text)
 {
+    constexpr mode_t readable = 0644;
     const std::string compiled = fs::path(relative).replace_extension(".svbin");
-    PutSource(
-        relative, text,
-        {compiled,
-         0644,
-         {programs::kSievec, "-c", "/dev/null", "-P", "sieve_imapsieve", "-P", "sieve_extprograms",
-          "-x", "+imapsieve +vnd.dovecot.pipe", PathOf(relative), PathOf(compiled)}});
+    Put(relative, text, readable);
+    // What is compiled holds the path of its source, and is good for this generation alone.
+    uncompiled_[relative] = {
+        compiled,
+        readable,
+        {programs::kSievec, "-c", "/dev/null", "-P", "sieve_imapsieve", "-P", "sieve_extprograms",
+         "-x", "+imapsieve +vnd.dovecot.pipe", PathOf(relative), PathOf(compiled)}};
 }
 
 void NextGeneration::Put(const ListFile& file)
@@ -384,7 +379,9 @@ void NextGeneration::Compile()
         // Dovecot reads a compiled script that is newer than its source.
         DateBack(PathOf(compiled), kAge - 1);
         files_.insert(compiled);
-        changed_.insert(compiled);
+        if (changed_.count(source) != 0 || beforeFiles_.count(compiled) == 0) {
+            changed_.insert(compiled);
+        }
     }
 }
 

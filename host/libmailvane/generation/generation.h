@@ -62,8 +62,7 @@ public:
     /// Writes the source text of a map; `Complete` compiles it to `name`.cdb when it changed.
     void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
 
-    /// Writes the text of a Sieve script, `relative` ends with ".sieve"; `Complete` compiles it
-    /// when it changed.
+    /// Writes the text of a Sieve script, `relative` ends with ".sieve"; `Complete` compiles it.
     void PutScript(const std::string& relative, const std::string& text);
 
     /// Writes, and compiles, a file that a list fills.
@@ -107,7 +106,6 @@ private:
     std::string PathOf(const std::string& relative) const;
     bool ShareUnchanged(const std::string& relative, const std::string& bytes, mode_t mode);
     void KeepRest();
-    void PutSource(const std::string& source, const std::string& text, Compilation compilation);
     void Compile();
     void SyncAll();
     void WriteManifest();

@@ -65,9 +65,9 @@ std::string LearningText()
            "plugin {\n"
            "  sieve_plugins = sieve_imapsieve sieve_extprograms\n"
            "  sieve_global_extensions = +vnd.dovecot.pipe\n"
-           "  sieve_pipe_socket_dir = " +
-           std::string(kSockets) +
-           "\n  imapsieve_mailbox1_name = Junk\n"
+           // Seen from /run/dovecot.
+           "  sieve_pipe_socket_dir = ../mailvane/learn\n"
+           "  imapsieve_mailbox1_name = Junk\n"
            "  imapsieve_mailbox1_causes = COPY\n"
            "  imapsieve_mailbox1_before = file:" +
            InForce(kLearnSpam) +
@@ -78,13 +78,17 @@ std::string LearningText()
            InForce(kLearnHam) + "\n}\n" + LearnService("spam") + LearnService("ham");
 }
 
+bool FilesJunk(const settings::StoredSettings& settings, const RenderContext& context)
+{
+    // Who fetches mail by POP3 never sees another folder than the inbox.
+    return context.filesJunk && !settings.Bool("pop3_enabled") && !settings.Bool("pop3s_enabled");
+}
+
 }  // namespace
 
 std::string JunkFolderText(const settings::StoredSettings& settings, const RenderContext& context)
 {
-    // Who fetches mail by POP3 never sees another folder than the inbox.
-    const bool files =
-        context.filesJunk && !settings.Bool("pop3_enabled") && !settings.Bool("pop3s_enabled");
+    const bool files = FilesJunk(settings, context);
     std::string text;
     if (files || context.learnsFromMoves) text += kFolder;
     if (files) text += "plugin {\n  sieve_after = file:" + InForce(kFileJunk) + "\n}\n";
@@ -92,9 +96,12 @@ std::string JunkFolderText(const settings::StoredSettings& settings, const Rende
     return text;
 }
 
-void PutJunkFolderScripts(generation::NextGeneration& next)
+void PutJunkFolderScripts(generation::NextGeneration& next,
+                          const settings::StoredSettings& settings, const RenderContext& context)
 {
-    next.PutScript(kFileJunk, kFileJunkText);
+    if (FilesJunk(settings, context)) next.PutScript(kFileJunk, kFileJunkText);
+    if (!context.learnsFromMoves) return;
+
     next.PutScript(kLearnSpam, kLearnSpamText);
     next.PutScript(kLearnHam, kLearnHamText);
 }

@@ -13,6 +13,7 @@ namespace host::render {
 std::string JunkFolderText(const settings::StoredSettings& settings, const RenderContext& context);
 
 /// Puts the Sieve scripts of these lines into the next generation.
-void PutJunkFolderScripts(generation::NextGeneration& next);
+void PutJunkFolderScripts(generation::NextGeneration& next,
+                          const settings::StoredSettings& settings, const RenderContext& context);
 
 }  // namespace host::render

@@ -43,7 +43,7 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.PutMap("always_bcc", RenderAlwaysBcc(settings));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
-    PutJunkFolderScripts(next);
+    PutJunkFolderScripts(next, settings, context);
     PutFilterFiles(next, settings, context);
     PutScannerFiles(next, settings, context);
     PutEmptyLists(next);
