@@ -94,9 +94,7 @@ void MailvaneHandler::DeleteRules(Json::Value& in)
 
 void MailvaneHandler::ExportRule()
 {
-    Spam* spam = Spam::getInstance();
-    const std::string path =
-        spam == nullptr ? "" : spam->GetImportRulePath(web_.In("rule_name", "no_rule"));
+    const std::string path = Spam::GetImportRulePath(web_.In("rule_name", "no_rule"));
     if (path.empty()) {
         LogError(Here(), "import rule not exit");
         return;

@@ -44,8 +44,8 @@ public:
     int disableRule(const std::string& name);
     int deleteRule(const std::string& name);
     bool isEnableSpamassassin() const;
-    /// Path of an imported rule file; empty when there is none.
-    std::string GetImportRulePath(const std::string& name);
+    /// Path of an imported rule file; empty when there is none. Needs no database.
+    static std::string GetImportRulePath(const std::string& name);
 
     /// The page of matching entries, and the number of all matching entries (negative on failure).
     std::list<BlackWhite> getBlackWhiteList(const BlackWhiteFilter& filter);

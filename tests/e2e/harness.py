@@ -226,20 +226,20 @@ def smtp_answer(transaction, recipient):
     return code, words.decode()
 
 
-def mails(user, subject, port=143):
+def mails(user, subject, port=143, folder="INBOX"):
     """Texts of a user's mails with a subject, read by IMAP."""
     with imaplib.IMAP4("127.0.0.1", port, timeout=PATIENCE) as client:
         client.starttls(unverified())
         client.login(user, "pw-" + user.partition("@")[0])
-        client.select("INBOX")
+        client.select(folder)
         found = client.search(None, "SUBJECT", '"%s"' % subject)[1][0].split()
         return [client.fetch(number, "(RFC822)")[1][0][1].decode() for number in found]
 
 
-def delivered(user, subject):
+def delivered(user, subject, folder="INBOX"):
     """Waits for a mail and returns its text."""
     what = "the mail %r of %s" % (subject, user)
-    return wait_for(lambda: mails(user, subject), what)[0]
+    return wait_for(lambda: mails(user, subject, folder=folder), what)[0]
 
 
 def snapshot(*folders):

@@ -20,7 +20,7 @@ class NameServer:
 
     def __init__(self, *records, address="127.0.0.1"):
         self._address = address
-        self._options = ["--" + record for record in records]
+        self._records = records
         self._process = None
         self._resolver = ""
 
@@ -28,7 +28,8 @@ class NameServer:
         self._process = subprocess.Popen(
             ["/usr/sbin/dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--no-resolv",
              "--no-hosts", "--user=root", "--pid-file", "--listen-address=" + self._address,
-             "--bind-interfaces", "--local=/test/", "--local=/arpa/", *self._options],
+             "--bind-interfaces", "--local=/test/", "--local=/arpa/",
+             *["--" + record for record in self._records]],
             stdin=subprocess.DEVNULL)
         with open(RESOLVER, encoding="ascii") as file:
             self._resolver = file.read()
@@ -41,6 +42,12 @@ class NameServer:
         self._process.wait()
         with open(RESOLVER, "w", encoding="ascii") as file:
             file.write(self._resolver)
+
+    def restart(self, *records):
+        """Goes on with other records."""
+        self.stop()
+        self._records = records
+        self.start()
 
     @contextlib.contextmanager
     def silent(self):

@@ -15,8 +15,14 @@ class _Session(socketserver.StreamRequestHandler):
 
     timeout = 120  # seconds, for a busy machine
 
+    def setup(self):
+        if self.server.wraps:
+            self.request = self.server.context.wrap_socket(self.request, server_side=True)
+        super().setup()
+
     def handle(self):
-        self.logged_in = self.encrypted = False
+        self.logged_in = False
+        self.encrypted = self.server.wraps
         self.say("220 relay.test ESMTP")
         with contextlib.suppress(ConnectionError, TimeoutError, ssl.SSLError):
             while line := self.rfile.readline():  # STARTTLS replaces the file
@@ -74,15 +80,18 @@ class _Session(socketserver.StreamRequestHandler):
 
 class RelayHost(socketserver.ThreadingTCPServer):
     """Listens on a port of this machine while it is a context; `mails` are pairs of "came by TLS"
-    and text. Without a login everybody may send; without a certificate there is no TLS."""
+    and text. Without a login everybody may send; without a certificate there is no TLS.
+    With `wraps` it begins before the first line."""
 
     allow_reuse_address = True
     daemon_threads = True
 
-    def __init__(self, port, login=None, certificate=None, key=None, address="127.0.0.1"):
+    def __init__(self, port, login=None, certificate=None, key=None, address="127.0.0.1",
+                 wraps=False):
         self.address_family = socket.AF_INET6 if ":" in address else socket.AF_INET
         super().__init__((address, port), _Session)
         self.login = login
+        self.wraps = wraps
         self.offers_tls = certificate is not None
         self.mails = []
         self.recipients = []

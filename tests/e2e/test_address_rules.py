@@ -220,10 +220,17 @@ class Attachments(Pages):
                'filename="=?utf-8?B?cnVuLmV4ZQ==?="', 'filename="=?utf-8?B?cnVubi5FWGU=?="',
                'filename="=?utf-8?B?cnVubm4uZXhl?="', 'filename="r\\un.e\\xe"',
                'x=1; filename="a;b.exe"', "filename=x.tar.7z", "filename=run.exe (a program)",
-               'name="=?utf-8?B?eC50YXIuN3o=?="')
+               'name="=?utf-8?B?eC50YXIuN3o=?="',
+               # in parts of another order, in pieces of characters, with what is not seen behind it
+               'filename*1="xe"; filename*0="run.e"', "filename*=utf-8''run%2eexe%20%2e%C2%A0",
+               'filename="=?utf-8?Q?run=2Eexe=20_?="', 'filename="=?utf-8?B?cnVuLmV4ZSA=?="',
+               'filename="=?utf-8?B?LmV4Z?= =?utf-8?B?Q==?="', 'filename="run.=?utf-8?B?ZXhl?="',
+               'filename="=?utf-16?B?AHIAdQBuAC4AZQB4AGU=?="', "filename*=utf-16''%00.%00e%00x%00e",
+               'filename="=?utf-7?Q?run+AC4AZQB4AGU-?="', 'filename*0=run.exe; filename*2=.pdf',
+               'filename="run".exe', 'filename(x)=run.exe', 'filename="run.e\r\n\txe"')
     TAKEN = ('filename="run.exe.pdf"', "filename=exe", 'filename="myexe"', 'filename="a.7z"',
              'filename=ok.pdf; x="run.exe"', 'filename="=?utf-8?B?cnVuLnBkZg==?="',
-             'filename="run exe"', "filename*=utf-8''run%2Eexecutable",
+             'filename="run exe"', 'filename*0="run.exe"; filename*1=".pdf"', "filename*=utf-8''run%2Eexecutable",
              'filename="=?utf-8?B?%s?=";\r\n filename*=utf-8\'\'%s' % ("4oKs" * 85,
                                                                      "%E2%82%AC" * 85))
 
@@ -251,6 +258,7 @@ class Attachments(Pages):
             self.assertIn("550 5.7.1 attachments of type .", answer, parameter)
         self.assertEqual(self.attach("name=run.exe", "Content-Type: application/x")[:3], "550")
         self.assertIn("too long", self.attach("x=1;\r\n " * 400))
+        self.assertIn("two parts", self.attach("filename*0=run; filename*1=.e; filename*1=xe"))
         for parameter in self.TAKEN:
             self.assertEqual(self.attach(parameter)[:3], "250", parameter)
         self.assert_refused("set_attachment_filter", add_list=["zip", "a/ OK"])

@@ -22,13 +22,14 @@ ZEBRA = "# zebras\nbody LOCAL_ZEBRA /\\bzebra\\b/i\ndescribe LOCAL_ZEBRA A zebra
 SPOOLED = "# a comment that makes a file of more than the memory of an upload\n" * 5000
 
 
-def say(kind, *recipients, sender=STRANGER, source="127.0.0.1", subject=None):
-    """The last code of the server for a message."""
+def say(kind, *recipients, sender=STRANGER, source="127.0.0.1", subject=None, author=STRANGER):
+    """The last code of the server for a message, whose From field names the author."""
     recipients = recipients or [BOB]
+    mail = message(kind, subject)
+    mail.replace_header("From", author)
     with smtplib.SMTP("127.0.0.1", 25, "client.test", harness.PATIENCE, (source, 0)) as client:
         return harness.smtp_answer(
-            lambda: client.send_message(message(kind, subject), sender, recipients),
-            recipients[0])[0]
+            lambda: client.send_message(mail, sender, recipients), recipients[0])[0]
 
 
 def upload(text, *curl):
@@ -185,14 +186,17 @@ class Lists(Filtering):
         self.add(BLACK, SENDER, TREE, "tree.test")
         self.add(BLACK, RECIPIENT, ADDRESS, ALICE)
         self.add(BLACK, CLIENT, NETWORK, "127.0.0.4/30")
-        rows = [({"sender": "x@a.tree.test"}, 554), ({"source": "127.0.0.5"}, 554),
+        rows = [({"sender": "x@a.tree.test"}, 554), ({"sender": "good+x@tree.test"}, 250),
+                ({"author": "x@a.tree.test"}, 250), ({"source": "127.0.0.5"}, 554),
                 ({"source": "127.0.0.7"}, 250), ({"sender": "good@tree.test"}, 250)]
-        self.assertEqual([say("clean", **how) for how, _ in rows], [250] * 4, "not applied")
+        self.assertEqual({say("clean", **how) for how, _ in rows}, {250}, "not applied")
         self.apply()
-        for how in ({"sender": "good@tree.test"}, {"sender": "x@a.white.test"},
-                    {"source": "127.0.0.7"}):
+        self.assertEqual(say("spam", author="good@tree.test"), 554, "anybody can write this")
+        for how in ({"sender": "good@tree.test"}, {"sender": "good+x@tree.test"},
+                    {"sender": "x@a.white.test"}, {"source": "127.0.0.7"}):
             self.assertEqual(say("spam", **how), 250, how)
-        self.assertEqual(say("spam", CAROL), 250)
+        for recipient in (CAROL, CAROL.replace("@", "+x@")):
+            self.assertEqual(say("spam", recipient), 250)
         for on in (True, False):
             self.configure(spam_enable=on)
             for how, code in rows:

@@ -196,6 +196,12 @@ class Relay(Pages):
         delivered("bob", "at home")
         self.assertIsNone(self.host.has("at home"))
 
+    def test_a_host_that_begins_with_tls(self):
+        with RelayHost(465, self.host.login, RELAY_CERTIFICATE, RELAY_KEY, wraps=True) as self.host:
+            self.change("save_relay", **{**self.page, "smtp_relay_port": 465})
+            self.send_out("from the first byte")
+            self.assertTrue(self.relayed("from the first byte"))
+
     def test_a_host_without_tls(self):
         self.host.offers_tls = False
         self.change("save_relay", **self.page)

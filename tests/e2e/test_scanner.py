@@ -2,12 +2,14 @@
 import email.message
 import email.utils
 import io
+import lzma
 import os
 import re
 import shutil
 import signal
 import smtplib
 import subprocess
+import tarfile
 import time
 import zipfile
 
@@ -24,6 +26,7 @@ QUARANTINE = "/var/lib/mailvane/quarantine"
 POSTFIX_FRAGMENT = ETC + "/local.d/main.cf"
 RELEASE = "/usr/sbin/amavisd-release"
 FRESHCLAM = "/usr/bin/freshclam"
+DEFAULTS = "/etc/default/mailvane"
 UPDATER_FRAGMENT = ETC + "/local.d/freshclam.conf"
 SWITCHES = ("anti_virus_enable", "spam_enable", "enable_dangerous_content_scan")
 OTHERS = ("enable_spf_check", "reject_spf_soft_fail", "enable_dkim", "enable_dmarc",
@@ -37,11 +40,31 @@ EICAR = "X5O!P%@AP[4\\PZX54(P^)7CC)7}$" + "EICAR-STANDARD-ANTIVIRUS-TEST-FILE!$H
 SIGNATURE = "Local.Eicar-Body:0:*:" + EICAR.encode().hex() + "\n"
 
 
-def zipped(name, data):
+def zipped(name, data, first=None):
+    """An archive; the name and text of its first member can make it look like a document."""
     archive = io.BytesIO()
     with zipfile.ZipFile(archive, "w") as file:
+        if first:
+            file.writestr(*first)
         file.writestr(name, data)
     return archive.getvalue()
+
+
+def tarred(name, data, how):
+    archive = io.BytesIO()
+    with tarfile.open(fileobj=archive, mode="w") as file:
+        entry = tarfile.TarInfo(name)
+        entry.size = len(data)
+        file.addfile(entry, io.BytesIO(data))
+    return lzma.compress(archive.getvalue(), how)
+
+
+def closed(archive):
+    """An archive whose only member calls itself encrypted."""
+    data = bytearray(archive)
+    data[6] |= 1
+    data[data.rfind(b"PK\1\2") + 8] |= 1
+    return bytes(data)
 
 
 MESSAGES = {
@@ -50,7 +73,12 @@ MESSAGES = {
     "zebra": ("A zebra.", None, None),
     "virus": ("Look at this.", "eicar.txt", EICAR.encode()),
     "program": ("Run this.", "setup.exe", b"not really"),
-    "archive": ("Run this.", "docs.zip", zipped("run.exe", b"not really")),
+    "archive": ("Run this.", "docs.zip", zipped("run.exe. .", b"not really")),
+    "xz": ("Run this.", "docs.tar.xz", tarred("run.exe", b"not really", lzma.FORMAT_XZ)),
+    "lzma": ("Run this.", "docs.tar.lzma", tarred("run.exe", b"not really", lzma.FORMAT_ALONE)),
+    "document": ("Run this.", "docs.zip",
+                 zipped("run.exe", b"not really", ("mimetype", "application/epub+zip"))),
+    "closed": ("Run this.", "docs.zip", closed(zipped("run.txt", b"not really"))),
 }
 
 
@@ -122,7 +150,7 @@ class Scanner(harness.Story):
 
     def assert_codes(self, **refused):
         """All messages are taken but for these."""
-        for kind in ("clean", "spam", "virus", "program", "archive"):
+        for kind in ("clean", "spam", "virus", "program", "archive", "closed"):
             self.assertEqual(verdict(kind)[0], refused.get(kind, 250), kind)
 
 
@@ -184,6 +212,15 @@ class Spam(Scanner):
         self.addCleanup(self.change, "set_attachment_filter", modified_list=["exe"])
         self.secure(spam_enable=True)
         self.assert_codes(spam=554, program=550, archive=554)  # by the mail server, by the scanner
+        for kind in ("xz", "lzma", "document"):
+            self.assertEqual(verdict(kind)[0], 554, kind)
+
+    def test_archives_that_nobody_can_look_into(self):
+        stored = contents(DEFAULTS)
+        self.addCleanup(write, DEFAULTS, stored)
+        write(DEFAULTS, stored.replace("CLOSED_ARCHIVES=pass", "CLOSED_ARCHIVES=refuse"))
+        self.secure(spam_enable=True)
+        self.assert_codes(spam=554, closed=554)
 
     def test_the_quarantine_is_bounded(self):
         run("/bin/sh", "-c", "rm -rf %s/*" % QUARANTINE)

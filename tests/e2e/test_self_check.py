@@ -19,7 +19,8 @@ DNS = nameserver.NameServer(*RECORDS)
 
 # Those that the default settings switch off, and those that depend on the machine below the world.
 OFF = {"opendkim", "opendmarc", "memcached", "smtps_port", "imaps_port", "pop3_port", "pop3s_port",
-       "mailscanner", "mailscanner_milter", "antivirus", "virus_signatures", "config_mailscanner",
+       "mailscanner", "mailscanner_milter", "antivirus", "virus_signatures", "spam_rules",
+       "config_mailscanner",
        "disk_quarantine", "directory_accounts", "config_opendkim", "config_opendmarc", "dns_dkim",
        "dns_blocklists", "relay_login", "web_login"}
 MACHINE = {"packet_filter", "disk_queue", "disk_mail", "disk_logs", "disk_settings"}

@@ -8,6 +8,7 @@
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/render/personal_script.h"
 #include "tests/fuzz/fuzz.h"
+#include "tools/attachment_names/names.h"
 #include "tools/from_check/authors.h"
 #include "tools/rate_policy/counters.h"
 
@@ -120,6 +121,14 @@ void TryKeys(const std::string& text)
     fuzz::Expect(!HoldsControl(from_check::DomainOfAuthors(text)));
 }
 
+/// Whatever else stands in a header, the name of an attachment is seen.
+void TryAttachment(const std::string& text)
+{
+    const std::string header = "Content-Disposition: attachment; filename=run.exe; ";
+    fuzz::Expect(!attachment_names::Refusal(header + text, {"exe"}).empty());
+    (void)attachment_names::Refusal(text, {"exe", "tar.gz"});
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -131,5 +140,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TryKeyValues(text);
     TryScript(text);
     TryKeys(text);
+    TryAttachment(text);
     return 0;
 }

@@ -52,11 +52,22 @@ bool& ScannerIsMarked()
     return marked;
 }
 
+bool& ScannerIsSpared()
+{
+    static bool spared = false;
+    return spared;
+}
+
 }  // namespace
 
 void MarkScanner()
 {
     ScannerIsMarked() = true;
+}
+
+void SpareScanner()
+{
+    ScannerIsSpared() = true;
 }
 
 Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& verb)
@@ -99,7 +110,10 @@ int ImapPop3::Service(const std::string& verb)
 
 int MailScanner::Service(const std::string& verb)
 {
-    const int result = host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
+    const bool isSpared =
+        std::exchange(host::daemons::ScannerIsSpared(), false) && verb == "restart";
+    const int result =
+        isSpared ? 0 : host::Status(host::daemons::RunControlScript(host::daemons::kScanner, verb));
     return std::exchange(host::daemons::ScannerIsMarked(), false) ? -1 : result;
 }
 

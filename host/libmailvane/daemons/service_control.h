@@ -20,6 +20,10 @@ Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb);
 /// for: something that the scanner was to read was refused, and nobody has looked at that.
 void MarkScanner();
 
+/// Makes the next restart by `MailScanner::Service` do nothing: the scanner has just been restarted
+/// with all that is in force.
+void SpareScanner();
+
 /// Whether the package controls the machine's mail services. A machine with systemd must be handed
 /// over first, which creates etc/adopted.
 bool ServicesAreOurs();

@@ -63,9 +63,9 @@ bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode
     return file && fchmod(file.get(), mode) == 0 && WriteAll(file.get(), bytes);
 }
 
-void DateBack(const std::string& path)
+void DateBack(const std::string& path, time_t age)
 {
-    const timespec then{time(nullptr) - kAge, 0};
+    const timespec then{time(nullptr) - age, 0};
     const timespec times[2] = {then, then};
     (void)utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
@@ -306,18 +306,33 @@ void NextGeneration::Put(const std::string& relative, const std::string& bytes, 
 
     changed_.insert(relative);
     if (!WriteNewFile(PathOf(relative), bytes, mode)) Fail("write", relative);
-    DateBack(PathOf(relative));
+    DateBack(PathOf(relative), kAge);
 }
 
 void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
 {
     const std::string source = ListFile{name, "", true}.Path();
+    const std::string compiled = source + ".cdb";
     Put(source, text, mode);
-    if (changed_.count(source) == 0 && beforeFiles_.count(source + ".cdb") != 0) {
-        Keep(source + ".cdb");
+    if (changed_.count(source) == 0 && beforeFiles_.count(compiled) != 0) {
+        Keep(compiled);
     } else {
-        uncompiled_[source] = mode;
+        uncompiled_[source] = {
+            compiled, mode, {programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)}};
     }
+}
+
+void NextGeneration::PutScript(const std::string& relative, const std::string& text)
+{
+    constexpr mode_t readable = 0644;
+    const std::string compiled = fs::path(relative).replace_extension(".svbin");
+    Put(relative, text, readable);
+    // What is compiled holds the path of its source, and is good for this generation alone.
+    uncompiled_[relative] = {
+        compiled,
+        readable,
+        {programs::kSievec, "-c", "/dev/null", "-P", "sieve_imapsieve", "-P", "sieve_extprograms",
+         "-x", "+imapsieve +vnd.dovecot.pipe", PathOf(relative), PathOf(compiled)}};
 }
 
 void NextGeneration::Put(const ListFile& file)
@@ -341,31 +356,32 @@ void NextGeneration::Keep(const std::string& relative)
 void NextGeneration::KeepRest()
 {
     std::set<std::string> renewed;
-    for (const auto& [source, mode] : uncompiled_) renewed.insert(source + ".cdb");
+    for (const auto& [source, compilation] : uncompiled_) renewed.insert(compilation.result);
     for (const auto& [relative, checksum] : beforeFiles_) {
         if (renewed.count(relative) == 0) Keep(relative);
     }
 }
 
-void NextGeneration::CompileMaps()
+void NextGeneration::Compile()
 {
     std::vector<std::vector<std::string>> programs;
-    for (const auto& [source, mode] : uncompiled_) {
-        programs.push_back({programs::kPostmap, "-c", PathOf("postfix"), "cdb:" + PathOf(source)});
-    }
+    for (const auto& [source, compilation] : uncompiled_) programs.push_back(compilation.command);
     const std::vector<ProgramResult> results = RunPrograms(programs);
     auto result = results.begin();
-    for (const auto& [source, mode] : uncompiled_) {
-        const std::string compiled = source + ".cdb";
+    for (const auto& [source, compilation] : uncompiled_) {
+        const std::string& compiled = compilation.result;
         if (!result->Succeeded()) {
             Reason reason = result->done.reason();
             Fail(std::move(reason).Causing(source, "cannot compile " + source));
         }
         ++result;
-        (void)chmod(PathOf(compiled).c_str(), mode);
-        DateBack(PathOf(compiled));
+        (void)chmod(PathOf(compiled).c_str(), compilation.mode);
+        // Dovecot reads a compiled script that is newer than its source.
+        DateBack(PathOf(compiled), kAge - 1);
         files_.insert(compiled);
-        changed_.insert(compiled);
+        if (changed_.count(source) != 0 || beforeFiles_.count(compiled) == 0) {
+            changed_.insert(compiled);
+        }
     }
 }
 
@@ -396,7 +412,7 @@ void NextGeneration::SyncAll()
 Result<void> NextGeneration::Complete()
 {
     KeepRest();
-    if (state_) CompileMaps();
+    if (state_) Compile();
     if (state_ && !CloseFolders(directory())) Fail("close folders of", name_);
     if (state_) SyncAll();
     if (state_) WriteManifest();

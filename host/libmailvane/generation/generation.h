@@ -62,6 +62,9 @@ public:
     /// Writes the source text of a map; `Complete` compiles it to `name`.cdb when it changed.
     void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
 
+    /// Writes the text of a Sieve script, `relative` ends with ".sieve"; `Complete` compiles it.
+    void PutScript(const std::string& relative, const std::string& text);
+
     /// Writes, and compiles, a file that a list fills.
     void Put(const ListFile& file);
 
@@ -77,8 +80,8 @@ public:
     /// Makes `Complete` fail with this reason.
     void Fail(Reason reason);
 
-    /// Compiles maps and writes the manifest, after taking over all files of the generation in
-    /// force that were not put. Returns the first failure.
+    /// Compiles maps and scripts, and writes the manifest, after taking over all files of the
+    /// generation in force that were not put. Returns the first failure.
     Result<void> Complete();
 
     /// Activates the generation. After a failure the previous one is in force.
@@ -92,11 +95,18 @@ public:
     std::string directory() const { return GenerationDirectory(name_); }
 
 private:
+    /// What is to be made of a source.
+    struct Compilation {
+        std::string result;
+        mode_t mode;
+        std::vector<std::string> command;
+    };
+
     void Begin(const std::string& relative);
     std::string PathOf(const std::string& relative) const;
     bool ShareUnchanged(const std::string& relative, const std::string& bytes, mode_t mode);
     void KeepRest();
-    void CompileMaps();
+    void Compile();
     void SyncAll();
     void WriteManifest();
 
@@ -105,8 +115,8 @@ private:
     Manifest beforeFiles_;
     std::set<std::string> files_;
     std::set<std::string> changed_;
-    std::map<std::string, mode_t> uncompiled_;  ///< maps to compile, with the mode of the result
-    Result<void> state_;                        ///< the first failure
+    std::map<std::string, Compilation> uncompiled_;  ///< maps and scripts, by their sources
+    Result<void> state_;                             ///< the first failure
     bool inForce_ = false;
 };
 

@@ -58,7 +58,9 @@ ListTexts BlackWhiteTexts(const ListSources& sources)
     const Entries clients = EntriesOf(sources.database, TYPE_CLIENT);
     std::vector<std::string> texts{names::NamesText(senders, Answer),
                                    names::NamesText(recipients, Answer), ClientsText(clients)};
-    for (const Entries* entries : {&senders, &recipients, &clients}) {
+    // The scanner never sees black senders: the mail server refuses them.
+    texts.push_back(ScannerText(senders, WHITE_LIST));
+    for (const Entries* entries : {&recipients, &clients}) {
         texts.push_back(ScannerText(*entries, BLACK_LIST));
         texts.push_back(ScannerText(*entries, WHITE_LIST));
     }

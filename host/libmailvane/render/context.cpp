@@ -71,7 +71,14 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     context.updaterFragment = ReadFragment("freshclam.conf");
     context.nameServers = NameServers();
     const auto defaults = KeyValueFile::Read(Path("/etc/default/mailvane"));
-    context.provesOwnSenders = defaults && defaults->Get("MAILVANE_OWN_SENDERS") == "proven";
+    const auto says = [&defaults](const char* name, const char* value) {
+        return defaults && defaults->Get(name) == value;
+    };
+    context.provesOwnSenders = says("MAILVANE_OWN_SENDERS", "proven");
+    context.refusesClosedArchives = says("MAILVANE_CLOSED_ARCHIVES", "refuse");
+    context.filesJunk = says("MAILVANE_JUNK_FOLDER", "yes");
+    context.learnsFromMoves = says("MAILVANE_LEARN_FROM_MOVES", "yes");
+    context.asksNetwork = says("MAILVANE_SPAM_NETWORK", "yes") && !context.nameServers.empty();
     return context;
 }
 

@@ -18,6 +18,10 @@ struct RenderContext {
     std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
     std::string updaterFragment;           ///< the administrator's own etc/local.d/freshclam.conf
     bool provesOwnSenders = false;         ///< MAILVANE_OWN_SENDERS of the package's defaults file
+    bool filesJunk = false;                ///< MAILVANE_JUNK_FOLDER there
+    bool learnsFromMoves = false;          ///< MAILVANE_LEARN_FROM_MOVES there
+    bool asksNetwork = false;              ///< MAILVANE_SPAM_NETWORK, where there is a name server
+    bool refusesClosedArchives = false;    ///< MAILVANE_CLOSED_ARCHIVES there
     std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 

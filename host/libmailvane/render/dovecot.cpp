@@ -2,6 +2,7 @@
 #include "host/libmailvane/render/dovecot.h"
 
 #include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/junk_folder.h"
 
 #include "host/libhaldsdk/account_lookup.h"
 
@@ -96,7 +97,8 @@ std::string RenderDovecot(const settings::StoredSettings& settings, const Render
            "\n}\n"
            // The script of the personal settings runs before the user's own; either may be missing.
            "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n"
-           "  sieve_before = file:~/.mailvane.sieve\n}\n"
+           "  sieve_before = file:~/.mailvane.sieve\n}\n" +
+           JunkFolderText(settings, context) +
            "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";
 }
 

@@ -179,6 +179,9 @@ std::string Joined(std::initializer_list<std::string> filters)
 const char kAskSpf[] = "check_policy_service unix:private/policyd-spf";
 const char kAskOwnSenders[] =
     "check_policy_service { unix:private/own-senders, default_action=DEFER }";
+const char kAskAttachmentNames[] =
+    "pipemap:{pcre:${config_directory}/maps/attachment_checks, "
+    "socketmap:unix:private/attachment-names:names}";
 const char kAskRatePolicy[] = "check_policy_service unix:private/rate-policy";
 
 std::string SmtpFilters(const settings::StoredSettings& settings)
@@ -213,6 +216,7 @@ std::string FilterServices(const settings::StoredSettings& settings)
            SpawnedService("own-senders", "policyd-spf", Tool("hald_own_senders")) +
            SpawnedService("from-check", "mailvane-policy",
                           Tool("hald_from_check") + " " + OwnAddresses(' ')) +
+           SpawnedService("attachment-names", "mailvane-policy", Tool("hald_attachment_names")) +
            SpawnedService("rate-policy", "mailvane-policy",
                           Tool("hald_rate_policy") + " " + quotas + " " + counters + " " + limit);
 }

@@ -26,13 +26,18 @@ extern const char kAskSpf[];
 /// sender address of this server. Mail is deferred while the checker does not answer.
 extern const char kAskOwnSenders[];
 
+/// What finds refused names of attachments in headers: a table picks the headers, a service judges
+/// them.
+extern const char kAskAttachmentNames[];
+
 /// The item of a restriction list that calls the rate policy; used while memcached, which counts,
 /// runs.
 extern const char kAskRatePolicy[];
 
-/// The services in master.cf that run the SPF checker, the check of From fields and the rate
-/// policy. They are there even when switched off. While a save changes the files, some SMTP servers
-/// run with old parameters and some with new ones, and both must find the services that they call.
+/// The services in master.cf that run the SPF checker, the checks of From fields and of names of
+/// attachments, and the rate policy. They are there even when switched off. While a save changes
+/// the files, some SMTP servers run with old parameters and some with new ones, and both must find
+/// the services that they call.
 std::string FilterServices(const settings::StoredSettings& settings);
 
 /// Puts the files of the filters into the next generation, even of those that are switched off.

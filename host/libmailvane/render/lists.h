@@ -73,7 +73,7 @@ inline constexpr List kLists[] = {
     {"quotas", ListStore::kListDatabase, nullptr, "", generation::kQuotaFile, QuotaTexts},
     {"black_white", ListStore::kListDatabase, &stores::kBlackWhiteRules,
      "black_senders black_recipients",
-     "postfix/maps/black_clients amavis/black_senders amavis/white_senders"
+     "postfix/maps/black_clients amavis/white_senders"
      " amavis/black_recipients amavis/white_recipients amavis/black_clients amavis/white_clients",
      BlackWhiteTexts},
     {"attachments", ListStore::kTypesFile, nullptr, "",

@@ -76,7 +76,7 @@ void AddDelivery(Parameters& main, const settings::StoredSettings& settings)
     // The maps hold aliases already expanded; the limit must allow for the largest.
     main.Add("virtual_alias_expansion_limit", std::to_string(kMostRecipientsOfAlias));
     main.Add("transport_maps", Map("recipient_transport"));
-    main.Add("mime_header_checks", Table("pcre", "attachment_checks"));
+    main.Add("mime_header_checks", kAskAttachmentNames);
     AddHeaderChecks(main);
     main.Add("sender_bcc_maps", Map("sender_bcc"));
     main.Add("recipient_bcc_maps", Map("recipient_bcc"));
@@ -116,6 +116,10 @@ void AddRelay(Parameters& main, const settings::StoredSettings& settings)
     const bool verified = mustEncrypt && logsIn && settings.RelayIsVerified();
     main.AddTyped("relayhost", relay);
     main.Add("smtp_tls_security_level", verified ? "secure" : mustEncrypt ? "encrypt" : "may");
+    // On this port TLS begins with the first byte.
+    constexpr int kTlsPort = 465;
+    main.Add("smtp_tls_wrappermode",
+             YesNo(mustEncrypt && settings.Int("smtp_relay_port") == kTlsPort));
     // Certificates of the relay host are verified by the authorities that the distribution trusts.
     main.Add("smtp_tls_CAfile", verified ? kAuthorities : "");
     main.Add("smtp_sasl_auth_enable", YesNo(logsIn));
@@ -134,7 +138,8 @@ void AddFilters(Parameters& main, const settings::StoredSettings& settings)
     main.Add("non_smtpd_milters", LocalMailFilters(settings));
     // Mail is accepted when a policy program fails, so that a fault there does not stop all mail.
     main.Add("smtpd_policy_service_default_action", "DUNNO");
-    for (const char* service : {"policyd-spf", "own-senders", "from-check", "rate-policy"}) {
+    for (const char* service :
+         {"policyd-spf", "own-senders", "from-check", "attachment-names", "rate-policy"}) {
         main.Add(std::string(service) + "_time_limit", "3600");
     }
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/render/spam_filter.h"
 #include "host/libmailvane/settings/derived_settings.h"
 #include "host/libmailvane/system/database.h"
 
@@ -23,6 +24,7 @@ $ENV{PATH} = $path = '/usr/sbin:/usr/bin:/sbin:/bin';
 $lock_file = '/run/mailvane/amavis/lock';
 $unix_socket_mode = 0600;
 $inet_socket_port = undef;
+$recipient_delimiter = '+';
 $interface_policy{'SOCK'} = 'MILTER';
 $policy_bank{'MILTER'} = { protocol => 'AM.PDP', auth_required_release => 0 };
 $release_method = $forward_method = $notify_method =
@@ -45,6 +47,12 @@ $MIN_EXPANSION_QUOTA = 100*1024;
 @keep_decoded_original_maps = (new_RE(
     qr'^MAIL-UNDECIPHERABLE$', qr'^(ASCII(?! cpio)|text|uuencoded|xxencoded|binhex)'i));
 
+# Archives that the scanner does not know by the words of file(1), or takes for documents.
+unshift @map_full_type_to_short_type_maps, new_RE(
+    [qr'^XZ compressed\b' => 'xz'], [qr'^LZMA compressed\b' => 'lzma'],
+    [qr'^(Zip data|OpenDocument|EPUB document|Android package|Java archive data)\b' => 'zip'],
+    [qr'^Microsoft (OOXML|\w+ 2007\+)' => 'zip']);
+
 # Nobody is told but the sender, in the session.
 $virus_admin = $spam_admin = $banned_admin = undef;
 $final_banned_destiny = D_REJECT;
@@ -54,10 +62,10 @@ $clean_quarantine_method = $unchecked_quarantine_method = undef;
 @bypass_header_checks_maps = (1);
 $QUARANTINEDIR = '/var/lib/mailvane/quarantine';
 
-# Scores: every mail of ours shows its own. Rules that ask the net are not used.
+# Scores: every mail of ours shows its own, by the rules that were fetched or by the distribution's.
 $sa_tag_level_deflt = -999;
 $sa_dsn_cutoff_level = 0;
-$sa_local_tests_only = 1;
+$sa_configpath = $rules if -d $rules;
 $sa_mail_body_size_limit = 400*1024;
 $sa_userprefs_file = '/dev/null';
 
@@ -85,9 +93,7 @@ my $table = sub {
     my ($file, $listed, $excepted) = @_;
     return { map { my $not = s/^!//; lc($_) => $not ? $excepted : $listed } $list->($file) };
 };
-@whitelist_sender_maps = ($table->('white_senders', 1, 0));
-@blacklist_sender_maps = ($table->('black_senders', 1, 0));
-@score_sender_maps = ();
+@whitelist_sender_maps = @blacklist_sender_maps = @score_sender_maps = ();
 unshift @bypass_spam_checks_maps, $table->('white_recipients', 1, 0)
     unless $bypass_spam_checks_maps[0];
 $per_recip_whitelist_sender_lookup_tables = {};
@@ -96,29 +102,65 @@ $per_recip_blacklist_sender_lookup_tables = $table->('black_recipients', { '.' =
     [ $list->('white_clients') ] => 'WHITE', [ $list->('black_clients') ] => 'BLACK');
 $policy_bank{'WHITE'} = { bypass_spam_checks_maps => [1] };
 $policy_bank{'BLACK'} = { blacklist_sender_maps => [1] };
-my @banned = map { m{/} ? qr{^\Q$_\E$}i : qr{\.\Q$_\E$}i } $list->('banned_types');
+
+# The scanner's own lists look at the senders of the header, too. These are for that of the envelope,
+# as the mail server's are.
+my $white_senders = $table->('white_senders', 1, 0);
+{
+    package Amavis::Custom;
+    no warnings 'redefine';
+
+    sub new {
+        my ($class, $connection, $message) = @_;
+        my ($white) = Amavis::Lookup::lookup2(0, $message->sender, [$white_senders]);
+        if ($white) { $_->recip_whitelisted_sender(1) for @{$message->per_recip_data} }
+        return bless {}, $class;
+    }
+
+    # What the DMARC policy of the sender's domain wants set aside has the score of tagged spam.
+    sub checks {
+        my ($self, $connection, $message) = @_;
+        my $quarantines = qr{^\s*\Q$Amavis::Conf::myhostname\E;\s*dmarc=fail \(p=\w+ dis=quarantine\)};
+        my ($number, $found) = (0, 0);
+        while (defined(my $result =
+            $message->get_header_field_body('authentication-results', $number++))) {
+            $found = 1 if $result =~ $quarantines;
+        }
+        return if !$found;
+        my $least = $Amavis::Conf::sa_tag2_level_deflt;
+        for my $recipient (@{$message->per_recip_data}) {
+            my $score = $recipient->spam_level || 0;
+            next if $recipient->bypass_spam_checks || $score >= $least;
+            my $test = sprintf('DMARC_QUARANTINE=%.3f', $least - $score);
+            $recipient->spam_level($least);
+            $recipient->spam_tests([@{$recipient->spam_tests || []}, \$test]);
+        }
+    }
+}
+
+# What follows the type is lost where the name becomes that of a file.
+my $end = qr{(?:[\x00-\x20.]|\xc2?\xa0)*\z};
+my @banned = map { qr{\.\Q$_\E$end}i } $list->('banned_types');
 )";
 
 /// Patterns of executable attachments: by name, by declared type and by content, also in archives.
 const char kDangerousContent[] = R"(push @banned,
-    qr'\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$'i,
-    qr'\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$'i,
+    qr{\.(exe|vbs|vbe|pif|scr|bat|cmd|com|cpl|dll|js|jse|hta|jar|lnk|msi|ps1|wsf|wsh)$end}i,
+    qr{\{[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\}?$end}i,
     qr'^application/(x-msdownload|x-msdos-program|hta)$'i,
     qr'^message/(partial|external-body)$'i,
     qr'^\.(exe-ms)$';
 )";
 
-const char kScannerEnd[] = R"(@bypass_banned_checks_maps = (@banned ? 0 : 1);
+/// What is packed so that nobody here can look into it. Encrypted mail is none of it.
+const char kClosedArchives[] = R"($banned_namepath_re = new_RE(
+    qr'(?#closed archive)^(?![^\n]*\t(M=[^\t\n]*encrypted|T=pgp))[^\n]*\tA=[CU](\t|$)'mi);
+)";
+
+const char kScannerEnd[] = R"(@bypass_banned_checks_maps = (@banned || $banned_namepath_re ? 0 : 1);
 $banned_filename_re = new_RE(@banned);
 1;
 )";
-
-/// The plugins of SpamAssassin that are loaded: those that score a message by its own content.
-const char* const kPlugins[] = {
-    "AutoLearnThreshold", "Bayes",       "BodyEval",      "Check",     "DNSEval",  "FreeMail",
-    "HTMLEval",           "HeaderEval",  "HTTPSMismatch", "ImageInfo", "MIMEEval", "MIMEHeader",
-    "RelayEval",          "ReplaceTags", "URIDetail",     "URIEval",   "VBounce",  "WLBLEval",
-    "WelcomeListSubject"};
 
 std::string InForce(const std::string& relative)
 {
@@ -199,27 +241,6 @@ std::string LocalDomains(const settings::StoredSettings& settings)
     return Assign("@local_domains_maps", "([" + domains + "])");
 }
 
-std::string SpamAssassinPlugins()
-{
-    std::string text = kHeader;
-    text += "enable_compat welcomelist_blocklist\n";
-    for (const char* plugin : kPlugins) {
-        text += std::string("loadplugin Mail::SpamAssassin::Plugin::") + plugin + "\n";
-    }
-    return text;
-}
-
-std::string SpamAssassinSettings(const settings::StoredSettings& settings)
-{
-    const char* const learns = settings.Bool("spam_bayes") ? "1" : "0";
-    std::string text = kHeader;
-    text += std::string("use_bayes ") + learns + "\n";
-    text += std::string("bayes_auto_learn ") + learns + "\n";
-    text += "bayes_path /var/lib/amavis/.spamassassin/bayes\n";
-    text += "include " + InForce(kSpamRules) + "\n";
-    return text;
-}
-
 /// How many megabytes of a message, unpacked, are scanned: twice the largest message accepted.
 int ScannedMegabytes(const settings::StoredSettings& settings)
 {
@@ -264,7 +285,7 @@ std::string UpdaterText(const std::string& fragment)
 
 }  // namespace
 
-std::string RenderScanner(const settings::StoredSettings& settings)
+std::string RenderScanner(const settings::StoredSettings& settings, const RenderContext& context)
 {
     std::string text = kHeader;
     text += "use strict;\nmy $lists = " + PerlText(InForce("amavis")) + ";\n";
@@ -276,19 +297,20 @@ std::string RenderScanner(const settings::StoredSettings& settings)
     text += Assign("$sa_siteconfigpath", PerlText(InForce("amavis/spamassassin")));
     text += Assign("$MAX_EXPANSION_QUOTA",
                    std::to_string(ScannedMegabytes(settings)) + " * 1024 * 1024");
+    text += "my $rules = " + PerlText(kFetchedRules) + ";\n";
+    text += Assign("$sa_local_tests_only", context.asksNetwork ? "0" : "1");
     text += LocalDomains(settings) + Scores(settings) + Actions(settings);
     text += DoorsText() + kScannerBase;
     if (settings.Bool("enable_dangerous_content_scan")) text += kDangerousContent;
+    if (context.refusesClosedArchives) text += kClosedArchives;
     return text + kScannerEnd;
 }
 
 void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                      const RenderContext& context)
 {
-    next.Put(kScannerFile, RenderScanner(settings), 0644);
-    next.Put("amavis/spamassassin/mailvane.pre", SpamAssassinPlugins(), 0644);
-    next.Put("amavis/spamassassin/mailvane.cf", SpamAssassinSettings(settings), 0644);
-    if (!next.Has(kSpamRules)) next.Put(kSpamRules, "", 0644);
+    next.Put(kScannerFile, RenderScanner(settings, context), 0644);
+    PutSpamFilterFiles(next, settings, context);
     next.Put("clamav/clamd.conf", EngineText(settings), 0644);
     next.Put("clamav/freshclam.conf", UpdaterText(context.updaterFragment), 0644);
 }

@@ -3,10 +3,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "host/libmailvane/generation/generation.h"
-#include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
@@ -18,7 +16,7 @@ constexpr char kSpamRules[] = "amavis/rules.cf";
 
 /// Text of the scanner's configuration, a Perl program that runs as the scanner's user. Texts of
 /// users are quoted in it or kept in other files.
-std::string RenderScanner(const settings::StoredSettings& settings);
+std::string RenderScanner(const settings::StoredSettings& settings, const RenderContext& context);
 
 /// Puts the files of scanner and engine into the next generation, whether they run or not.
 void PutScannerFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,

@@ -7,6 +7,7 @@
 
 #include "host/libmailvane/render/certificate.h"
 #include "host/libmailvane/render/filters.h"
+#include "host/libmailvane/render/junk_folder.h"
 #include "host/libmailvane/render/lists.h"
 #include "host/libmailvane/render/scanner.h"
 
@@ -42,6 +43,7 @@ void PutSettingsFiles(generation::NextGeneration& next, const settings::StoredSe
     next.PutMap("always_bcc", RenderAlwaysBcc(settings));
     next.PutMap("relay_password", RenderRelayPassword(settings), 0600);
     next.Put("dovecot/dovecot.conf", RenderDovecot(settings, context), 0644);
+    PutJunkFolderScripts(next, settings, context);
     PutFilterFiles(next, settings, context);
     PutScannerFiles(next, settings, context);
     PutEmptyLists(next);

@@ -122,6 +122,9 @@ Result<void> ApplyMarked(generation::NextGeneration& next, const generation::Pen
         TakeBack(mark, ScannerReads(next));
         return done;
     }
+    // Whoever changes rule sets restarts the scanner after it.
+    const bool isRestarted = ScannerReads(next) && daemons::ServicesAreOurs();
+    if (isRestarted && daemons::HasWord(mark.change, kRuleSets)) daemons::SpareScanner();
     (void)Succeeded(generation::ClearPendingSave());
     generation::PruneGenerations(mark.before);
     return {};

@@ -9,10 +9,12 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/render/spam_filter.h"
 #include "host/libmailvane/system/user_command.h"
 
 namespace host::save {
@@ -71,11 +73,17 @@ Result<void> SpamFilterTakes(const std::string& rules)
     ProgramOptions options;
     options.limit = kLimit;
     options.capture = true;
-    const ProgramResult result = RunProgram(
-        system::AsUser(daemons::kScanner.user,
-                       {programs::kEnv, "HOME=" + home.path(), programs::kSpamassassin, "--lint",
-                        "--siteconfigpath=" + home.path(), "--prefspath=/dev/null"}),
-        options);
+    std::vector<std::string> command = {programs::kEnv,
+                                        "HOME=" + home.path(),
+                                        programs::kSpamassassin,
+                                        "--lint",
+                                        "--siteconfigpath=" + home.path(),
+                                        "--prefspath=/dev/null"};
+    // The rules that the scanner reads, too.
+    const std::string fetched = Path(render::kFetchedRules);
+    if (fs::is_directory(fetched)) command.push_back("--configpath=" + fetched);
+    const ProgramResult result =
+        RunProgram(system::AsUser(daemons::kScanner.user, command), options);
     if (result.Succeeded()) return {};
     const bool isJudged = result.status > 0;
     return Reason{isJudged ? ReasonCode::kDaemonRefuses : ReasonCode::kDaemonIsDown, "spam filter",

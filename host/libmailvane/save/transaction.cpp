@@ -1,6 +1,8 @@
 // Saving settings as one transaction.
 #include "host/libmailvane/save/transaction.h"
 
+#include <algorithm>
+
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
@@ -101,6 +103,21 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
     return done;
 }
 
+/// Puts the files of lists, of the refused attachment types, and of the settings.
+Result<void> PutFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
+                      Lists lists, render::Silence silence = render::Silence::kFails)
+{
+    // Each version of the package may write these in another form: postfix/main.cf and the program
+    // that it asks belong together.
+    const render::List* const types = &render::kAttachmentList;
+    if (std::find(lists.begin(), lists.end(), types) == lists.end()) lists.push_back(types);
+    const auto files = StoredListFiles(lists, settings, silence);
+    if (!files) return files.reason();
+    for (const generation::ListFile& file : *files) next.Put(file);
+    render::PutSettingsFiles(next, settings);
+    return {};
+}
+
 Result<void> RenderFromStored()
 {
     const bool hasSettings = system::NameExists(PackagePath("etc/mailvane.conf"));
@@ -109,8 +126,8 @@ Result<void> RenderFromStored()
     if (!settings) return settings.reason();
 
     generation::NextGeneration next;
-    render::PutSettingsFiles(next, *settings);
-    Result<void> done = next.Complete();
+    Result<void> done = PutFiles(next, *settings, {});
+    if (done) done = next.Complete();
     if (!done) return done;
 
     const std::string before = generation::CurrentGeneration();
@@ -140,13 +157,9 @@ bool KernelHasChanged()
 Result<void> Stage(generation::NextGeneration& next, const settings::StoredSettings& wanted,
                    const SaveExtent& extent)
 {
-    const auto lists = StoredListFiles(extent.lists, wanted, extent.silence);
-    if (!lists) return lists.reason();
-    for (const auto* files : {&extent.files, &*lists}) {
-        for (const generation::ListFile& file : *files) next.Put(file);
-    }
-    render::PutSettingsFiles(next, wanted);
-    Result<void> done = next.Complete();
+    for (const generation::ListFile& file : extent.files) next.Put(file);
+    Result<void> done = PutFiles(next, wanted, extent.lists, extent.silence);
+    if (done) done = next.Complete();
     return done ? ValidateGeneration(next, wanted) : done;
 }
 

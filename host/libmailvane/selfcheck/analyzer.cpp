@@ -54,6 +54,8 @@ constexpr Check kChecks[] = {
     OfDaemon(daemons::kAntiVirus, CheckAntiVirus, "the anti-virus engine answers"),
     {"virus_signatures", daemons::kAntiVirus.switches.data(), CheckSignatures, "/var/lib/clamav",
      kQuick, "the engine's signatures are new"},
+    {"spam_rules", "spam_enable", CheckSpamRules, nullptr, kQuick,
+     "the rules of the spam filter are new"},
     {"smtp_port", nullptr, CheckGreeting, "smtp_port", kUsual, "SMTP greets on its port"},
     {"smtps_port", "smtp_ssl_enabled", CheckTlsGreeting, "smtps_port", kLongestCheck,
      "submission with TLS greets on its port"},

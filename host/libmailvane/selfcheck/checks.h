@@ -51,6 +51,8 @@ Finding CheckScanner(const settings::StoredSettings& settings, const char* subje
 Finding CheckAntiVirus(const settings::StoredSettings& settings, const char* subject);
 /// Age of the newest virus signatures in the folder `subject`.
 Finding CheckSignatures(const settings::StoredSettings& settings, const char* subject);
+/// Age of the newest rules of the spam filter.
+Finding CheckSpamRules(const settings::StoredSettings& settings, const char* subject);
 /// Whether the scanner accepts its configuration.
 Finding CheckScannerFiles(const settings::StoredSettings& settings, const char* subject);
 

@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 
+#include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/signatures.h"
 #include "host/libmailvane/render/scanner.h"
+#include "host/libmailvane/render/spam_filter.h"
 #include "host/libmailvane/selfcheck/checks.h"
 #include "host/libmailvane/system/line_client.h"
 #include "host/libmailvane/system/user_command.h"
@@ -22,14 +25,23 @@ namespace {
 constexpr int kSecondsADay = 86400;
 constexpr int kOldDays = 2;
 constexpr int kTooOldDays = 7;
+constexpr int kOldRulesDays = 30;
+const char kUpdateSignatures[] =
+    "/var/packages/Mailvane/target/bin/hald_anti-virus update tells why, in the system log";
+const char kUpdateRules[] = "/var/packages/Mailvane/target/scripts/update_rules.sh tells why";
 
 bool HoldsSignatures(const char* name, const struct stat& file)
 {
     return S_ISREG(file.st_mode) && file.st_size > 0 && daemons::IsSignatureFile(name);
 }
 
-/// Modification time of the newest signatures in a directory; 0 when there are none.
-std::time_t NewestSignatures(const std::string& directory)
+bool HoldsRules(const char* name, const struct stat& file)
+{
+    return S_ISREG(file.st_mode) && std::filesystem::path(name).extension() == ".cf";
+}
+
+/// Modification time of the newest file of a kind in a directory; 0 when there are none.
+std::time_t Newest(const std::string& directory, bool (*isWanted)(const char*, const struct stat&))
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
     std::time_t newest = 0;
@@ -39,7 +51,7 @@ std::time_t NewestSignatures(const std::string& directory)
         struct stat file = {};
         const bool found =
             fstatat(dirfd(entries.get()), entry->d_name, &file, AT_SYMLINK_NOFOLLOW) == 0;
-        if (found && HoldsSignatures(entry->d_name, file)) newest = std::max(newest, file.st_mtime);
+        if (found && isWanted(entry->d_name, file)) newest = std::max(newest, file.st_mtime);
     }
     return newest;
 }
@@ -65,13 +77,25 @@ Finding CheckAntiVirus(const settings::StoredSettings& /*settings*/, const char*
 
 Finding CheckSignatures(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    const std::time_t newest = NewestSignatures(subject);
-    if (newest == 0) return {CheckWord::kFailed, "there are no signatures"};
+    const std::time_t newest = Newest(subject, HoldsSignatures);
+    if (newest == 0)
+        return {CheckWord::kFailed, "there are no signatures; " + std::string(kUpdateSignatures)};
 
     const auto days = (std::time(nullptr) - newest) / kSecondsADay;
     if (days < kOldDays) return {};
-    return {days < kTooOldDays ? CheckWord::kWarning : CheckWord::kFailed,
-            "the newest signatures are " + std::to_string(days) + " days old"};
+    return {
+        days < kTooOldDays ? CheckWord::kWarning : CheckWord::kFailed,
+        "the newest signatures are " + std::to_string(days) + " days old; " + kUpdateSignatures};
+}
+
+Finding CheckSpamRules(const settings::StoredSettings& /*settings*/, const char* /*subject*/)
+{
+    const std::time_t newest = std::max(Newest(Path(render::kFetchedRules), HoldsRules),
+                                        Newest(Path(render::kShippedRules), HoldsRules));
+    const auto days = (std::time(nullptr) - newest) / kSecondsADay;
+    if (days < kOldRulesDays) return {};
+    return {CheckWord::kWarning,
+            "the newest rules are " + std::to_string(days) + " days old; " + kUpdateRules};
 }
 
 Finding CheckScannerFiles(const settings::StoredSettings& /*settings*/, const char* /*subject*/)

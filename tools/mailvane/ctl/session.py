@@ -21,6 +21,8 @@ SUBCOMMANDS = {
               "the mail that waits to be delivered"),
     "quarantine": ("mailvane.ctl.quarantine", "list|show|release|delete [ID]",
                    "the mail that the scanner has kept aside"),
+    "spam": ("mailvane.ctl.spam", "learn|forget|status|reset [spam|ham] [PLACE…]",
+             "what the spam filter has learned"),
     "backup": ("mailvane.ctl.backup", "FILE [--sign KEY]",
                "writes settings, lists, keys and user data to an archive"),
     "restore": ("mailvane.ctl.restore", "FILE [--with-local] [--require-signature KEY]",

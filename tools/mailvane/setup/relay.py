@@ -6,6 +6,7 @@ from mailvane.setup.findings import Findings
 from mailvane.setup.postfix import Postfix
 
 SMTP_PORT = 25
+SMTPS_PORT = 465  # TLS from the first byte
 
 
 def parse(text: str) -> tuple[str, int]:
@@ -57,7 +58,7 @@ def take_over(postfix: Postfix, findings: Findings) -> None:
     if level not in ("", "none", "may", "encrypt"):
         findings.leave("smtp_tls_security_level = %s: here %s, unless local.d/main.cf says so"
                        % (level, "encrypt" if _must_encrypt(postfix) else "may"))
-    if postfix.is_on("smtp_tls_wrappermode"):
+    if postfix.is_on("smtp_tls_wrappermode") and port != SMTPS_PORT:
         findings.leave("smtp_tls_wrappermode: put it into local.d/main.cf, or mail does not leave")
     if postfix.is_on("smtp_sasl_auth_enable"):
         _take_login(postfix, relayhost, findings)

@@ -28,6 +28,7 @@
 #include "platform/mailvane/alias.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/imap_pop3.h"
+#include "platform/mailvane/mail_scanner.h"
 #include "platform/mailvane/postfix.h"
 #include "platform/mailvane/sender_quota.h"
 
@@ -464,6 +465,24 @@ std::string InForce(const char* file)
     return ReadText(kPackage / "etc/generated/current" / file);
 }
 
+TEST_F(SaveTransaction, WhatIsMadeOfTheAttachmentTypesFollowsThemWithEverySaveAndUpgrade)
+{
+    const struct {
+        const char* types;
+        std::function<int()> render;
+    } rows[] = {{"exe", [] { return RequireHelo(); }},
+                {"exe com",
+                 [] { return InRequest([] { return host::Status(host::save::RenderAll()); }); }}};
+    for (const auto& row : rows) {
+        std::string lines(row.types);
+        std::replace(lines.begin(), lines.end(), ' ', '\n');
+        WriteFile(kPackage / "etc/attachment_types", lines + "\n");
+        EXPECT_EQ(row.render(), 0);
+        const std::string checks = InForce("postfix/maps/attachment_checks");
+        EXPECT_NE(checks.find(std::string(" ") + row.types + "|"), std::string::npos) << checks;
+    }
+}
+
 TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
 {
     for (const auto& list : kListChanges) {
@@ -491,6 +510,20 @@ TEST_F(SaveTransaction, AChangeOfAListIsStoredAndInForceOrNeither)
         ASSERT_EQ(InRequest([&] { return list.change("third"); }), 0);
         EXPECT_EQ(InForce(list.file).find("second"), std::string::npos);
         EXPECT_EQ(Calls(), "postfix restart\n");
+    }
+}
+
+TEST_F(SaveTransaction, RuleSetsRestartTheScannerOnceWithThatOfTheirPage)
+{
+    const auto apply = [] {
+        return InRequest([] {
+            const bool applied = host::Succeeded(host::save::ApplySpamRules("body A /a/\n"));
+            return applied ? MailScanner::Service("restart") : -2;
+        });
+    };
+    for (const char* how : {"new rules", "the same"}) {
+        EXPECT_EQ(apply(), 0) << how;
+        EXPECT_EQ(Calls(), "mailscanner restart\n") << how;
     }
 }
 
