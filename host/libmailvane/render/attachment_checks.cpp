@@ -183,7 +183,7 @@ ListTexts AttachmentTexts(const ListSources& sources)
         checks = std::string("if /^Content-(Disposition|Type):/\n") + kTooLong + checks + "endif\n";
     }
     // The scanner refuses the same types inside archives.
-    return std::vector<std::string>{checks, types};
+    return TextsOf(std::move(checks), std::move(types));
 }
 
 }  // namespace host::render

@@ -8,6 +8,7 @@
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/dovecot.h"
+#include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/cleared_password.h"
@@ -142,9 +143,8 @@ Result<void> Stage(generation::NextGeneration& next, const settings::StoredSetti
 {
     const auto lists = StoredListFiles(extent.lists, wanted, extent.silence);
     if (!lists) return lists.reason();
-    for (const auto* files : {&extent.files, &*lists}) {
-        for (const generation::ListFile& file : *files) next.Put(file);
-    }
+    for (const generation::ListFile& file : *lists) next.Put(file);
+    if (extent.rules) next.Put(render::kSpamRules, *extent.rules, 0644);
     render::PutSettingsFiles(next, wanted);
     Result<void> done = next.Complete();
     return done ? ValidateGeneration(next, wanted) : done;
