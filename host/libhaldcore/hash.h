@@ -14,9 +14,9 @@ constexpr std::uint32_t Fnv32(std::string_view bytes)
     return hash;
 }
 
-constexpr std::uint64_t Fnv64(std::string_view bytes)
+/// `hash` is that of the bytes before, where a text comes in pieces.
+constexpr std::uint64_t Fnv64(std::string_view bytes, std::uint64_t hash = 14695981039346656037U)
 {
-    std::uint64_t hash = 14695981039346656037U;
     for (const char byte : bytes) {
         hash = (hash ^ static_cast<unsigned char>(byte)) * 1099511628211U;
     }

@@ -88,9 +88,10 @@ Result<std::optional<User>> FindUser(const std::string& name)
 {
     auto user = LocalAccounts()->FindUser(name);
     if (user && *user) return user;
-    user = AskNameService(getpwnam_r, name, ToUser);
-    if (user && *user) return user;
+    // An engine that hangs is not waited for twice: the name service would ask it again.
     user = AskRemoteEngines(&AccountEngine::FindUser, name);
+    if (!user || *user) return user;
+    user = AskNameService(getpwnam_r, name, ToUser);
     return !user || *user ? user : FindInLdap(name);
 }
 
@@ -99,8 +100,8 @@ Result<std::optional<FoundGroup>> FindGroup(const std::string& name)
     auto group = FindLocalGroup(name);
     if (group && *group) return std::make_optional(FoundGroup{**std::move(group), true});
 
-    group = AskNameService(getgrnam_r, name, ToGroup);
-    if (!group || !*group) group = AskRemoteEngines(&AccountEngine::FindGroup, name);
+    group = AskRemoteEngines(&AccountEngine::FindGroup, name);
+    if (group && !*group) group = AskNameService(getgrnam_r, name, ToGroup);
     if (!group) return std::move(group).reason();
     if (!*group) return {std::nullopt};
     return std::make_optional(FoundGroup{**std::move(group), false});

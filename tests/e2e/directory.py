@@ -1,5 +1,7 @@
 """A directory of accounts: slapd with a few entries, and the name service that asks it."""
+import contextlib
 import os
+import signal
 import subprocess
 
 from harness import answers, run, wait_for
@@ -75,6 +77,15 @@ class Directory:
         client = self._servers.pop()
         client.terminate()
         client.wait()
+
+    @contextlib.contextmanager
+    def hanging(self):
+        """While it lasts, the server does nothing."""
+        self._servers[0].send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self._servers[0].send_signal(signal.SIGCONT)
 
     def stop(self):
         while self._servers:

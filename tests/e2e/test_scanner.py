@@ -1,4 +1,5 @@
 """The mail scanner and the anti-virus engine: what they let through, and when they cannot tell."""
+import concurrent.futures
 import email.message
 import email.utils
 import io
@@ -279,6 +280,22 @@ class Processes(Scanner):
                 self.assertEqual(control(service, "restart"), 0)
                 self.assertEqual(finished(), "done")
                 self.assert_codes(virus=554)
+
+
+    def test_an_engine_that_hangs_keeps_mail_alone_waiting(self):
+        self.secure(anti_virus_enable=True)
+        self.assertEqual(finished(), "done")
+        os.kill(harness.pid_of("/run/clamd.pid"), signal.SIGSTOP)
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            waiting = pool.submit(verdict, "clean")
+            for limit, action in ((5, lambda: read("load_security")),
+                                  (40, lambda: self.change("add_domain", domain="hung.test")),
+                                  (40, self.secure)):
+                start = time.monotonic()
+                action()
+                self.assertLess(time.monotonic() - start, limit)
+            self.assertIn(waiting.result()[0], (250, 451))
+        self.assertEqual(verdict("clean")[0], 250)
 
 
 class Signatures(Scanner):

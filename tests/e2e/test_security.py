@@ -1,9 +1,13 @@
 """The security page and the DKIM keys: what leaves is signed, what is forged is refused."""
+import collections
+import concurrent.futures
+import contextlib
 import email.utils
 import os
 import signal
 import smtplib
 import subprocess
+import threading
 
 import dkim
 import file_modes
@@ -119,6 +123,25 @@ class SavedInPart(harness.Story):
                     self.assertEqual(settings()[switch], wanted)
                     self.assertEqual(control(service, "status"), 0)
             self.assert_mail_flows("stored %s, sent %s" % (stored, sent))
+
+    def test_mail_that_comes_while_filters_are_switched_off_is_taken(self):
+        self.save(True)
+        answers, ended = collections.Counter(), threading.Event()
+
+        def come():
+            while not ended.is_set():
+                with contextlib.suppress(OSError):  # the mail server starts anew
+                    answers[come_in("someone@elsewhere.test", "switching", OWN)[0]] += 1
+
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            coming = pool.submit(come)
+            self.save(False)
+            ended.set()
+            coming.result()
+        self.assertGreater(answers.pop(250), 4)
+        # What the scanner or a filter has in hand when it ends comes again.
+        self.assertLessEqual(answers.pop(451, 0), 2)
+        self.assertLessEqual(set(answers), {421})  # said by a server that ends
 
     def test_what_died_is_started_by_the_next_save(self):
         self.change("save_security", enable_dkim=True)

@@ -9,6 +9,7 @@ import time
 
 import harness
 import nameserver
+from directory import Directory, user
 from harness import DOMAIN, ETC, TARGET, SystemLog, banner, post, read, tell, wait_for
 from machine import contents, write
 from test_ctl import ctl
@@ -182,6 +183,20 @@ class Hanging(harness.Story):
             self.timed(limit, change)
         self.assertTrue(banner().startswith("220 hung.example.test "))
         self.assert_mail_flows("after all have hung")
+
+    def test_an_account_source_that_hangs(self):
+        directory = Directory(user("otto", 5002))
+        directory.start()
+        self.addCleanup(directory.stop)
+        with directory.hanging():
+            for load in LOADS:
+                answer = self.timed(LOAD, lambda load=load: read(load)).json()
+                self.assertIs(answer["success"], True, load)
+            answer = self.timed(30, lambda: read("load_personal&user=otto")).json()
+            self.assertEqual(answer["errinfo"]["key"], "accounts_unavailable")
+            self.timed(40, lambda: tell(**SAVES[0]))
+        self.addCleanup(tell, "alias_del", alias=["trouble"])
+        self.assert_mail_flows("after the account source has hung")
 
     def test_a_name_server_that_never_answers(self):
         server = nameserver.NameServer()

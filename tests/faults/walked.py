@@ -63,8 +63,11 @@ def do(*call):
 
 
 def ctl(*words):
-    subprocess.run([CTL, *words], check=True, stdin=subprocess.DEVNULL, timeout=harness.PATIENCE,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    done = subprocess.run([CTL, *words], check=False, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          timeout=harness.PATIENCE)
+    if done.returncode != 0:
+        raise AssertionError("%s: %s" % (words, done.stdout.decode()))
 
 
 def has(answered, key, name, list_key="items"):
@@ -84,6 +87,7 @@ class Walked:
     user = None         # whose home it works in
     honest = True       # the answer tells whether it succeeded
     stays = False       # nothing takes it back
+    outcome = True      # whether the new state is in force after one that nothing disturbs
 
     def set_up(self):
         """Once, before the first walk."""
@@ -365,6 +369,9 @@ class Personal(Walked):
 
 
 class Report(Walked):
+    def set_up(self):
+        self.undo(0)
+
     def save(self, name):
         return request("save_report", enable_report=False, report_rcpt="bob@" + DOMAIN,
                        report_sender_name=name, report_sender_mail="bob@" + DOMAIN, hours=1,
@@ -420,6 +427,8 @@ class Restore(Tool):
         page = ask("load_smtp")
         body = {name: page[name] for name in harness.PAGE}
         others = (BlindCopy(), AddAccess(), Personal(), Report())
+        for other in others:
+            other.set_up()
         ctl("backup", "/root/off.tar")
         self.states[False] = self.answers()
         for other in others:
@@ -509,9 +518,11 @@ class Certificate(Tool):
 
 
 class Recovery(Alias):
-    """Recovery itself, after an alias whose request was killed when its generation was in force."""
+    """Recovery itself, after an alias whose request was killed when its generation was in force: it
+    was not stored yet."""
 
     honest = False
+    outcome = False
     site = None
 
     def prepare(self, n):
@@ -545,7 +556,7 @@ class Collector(Tool):
     def prepare(self, n):
         queue_id = "4jWf5t%04dz9999" % n
         stamp = harness.run("/bin/date", "+%b %e %H:%M:%S").strip()
-        lines = ("postfix/qmgr[1]: %s: from=<walk%d@far.test>, size=300, nrcpt=1 (queue active)",
+        lines = ("postfix/qmgr[1]: %s: from=<collected%d@far.test>, size=300, nrcpt=1 (queue active)",
                  "postfix/lmtp[1]: %s: to=<bob@mv.test>, relay=x, delay=0, delays=0/0/0/0, "
                  "dsn=2.0.0, status=sent (ok) <!--%d-->", "postfix/qmgr[1]: %s: removed%.0d")
         with open(self.log, "a", encoding="ascii") as file:
@@ -564,7 +575,7 @@ class Collector(Tool):
 
     def shown(self, n):
         found = ask("load_log&limit=500")
-        rows = [item for item in found["items"] if "walk%d@" % n in json.dumps(item)]
+        rows = [item for item in found["items"] if "collected%d@" % n in json.dumps(item)]
         return len(rows) == 1 if len(rows) < 2 else "%d entries" % len(rows)
 
 

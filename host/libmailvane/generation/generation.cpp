@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
@@ -57,10 +58,23 @@ bool CloseFolders(const std::string& generation)
 }
 
 /// Writes a new file without syncing it: `SyncAll` does that for all files at once.
-bool WriteNewFile(const std::string& path, const std::string& bytes, mode_t mode)
+bool WriteNewFile(const std::string& path, const LongText& text, mode_t mode)
 {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    return file && fchmod(file.get(), mode) == 0 && WriteAll(file.get(), bytes);
+    return file && fchmod(file.get(), mode) == 0 &&
+           text.Each([&file](std::string_view piece) { return WriteAll(file.get(), piece); });
+}
+
+/// Whether a file has exactly this text.
+bool Holds(const std::string& path, const LongText& text)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes;
+    return text.Each([&](std::string_view piece) {
+        bytes.resize(piece.size());
+        file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        return file && bytes == piece;
+    }) && file.peek() == std::ifstream::traits_type::eof();
 }
 
 void DateBack(const std::string& path, time_t age)
@@ -111,7 +125,8 @@ void KeepEditedFiles(const std::string& name, const Manifest& files)
 
         std::string bytes;
         const std::string path = GenerationDirectory(name) + "/" + relative;
-        if (!ReadFile(path, bytes) || system::Checksum(bytes) == checksum) continue;
+        if (system::ChecksumOf(path).value_or(checksum) == checksum) continue;
+        if (!ReadFile(path, bytes)) continue;
 
         std::string flat = name;
         flat.append("-").append(relative);
@@ -216,12 +231,10 @@ Result<void> RepairManifest()
     Manifest files;
     for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
         const std::string relative = entry.path().lexically_relative(folder).string();
-        std::string bytes;
         if (!entry.is_regular_file(error) || relative == system::kManifestName) continue;
-        if (!ReadFile(entry.path().string(), bytes)) {
-            return SystemReason(relative, "cannot read " + entry.path().string());
-        }
-        files[relative] = system::Checksum(bytes);
+        const auto checksum = system::ChecksumOf(entry.path().string());
+        if (!checksum) return SystemReason(relative, "cannot read " + entry.path().string());
+        files[relative] = *checksum;
     }
     if (files.empty() || !system::WriteManifest(folder, files)) {
         return SystemReason(name, "cannot make the manifest of " + name);
@@ -275,14 +288,12 @@ bool NextGeneration::Has(const std::string& relative) const
     return files_.count(relative) != 0 || beforeFiles_.count(relative) != 0;
 }
 
-bool NextGeneration::ShareUnchanged(const std::string& relative, const std::string& bytes,
-                                    mode_t mode)
+bool NextGeneration::ShareUnchanged(const std::string& relative, const LongText& text, mode_t mode)
 {
     const std::string old = GenerationDirectory(before_) + "/" + relative;
     struct stat info {};
-    std::string oldBytes;
     if (before_.empty() || stat(old.c_str(), &info) < 0 || (info.st_mode & 07777U) != mode ||
-        !ReadFile(old, oldBytes) || oldBytes != bytes) {
+        !Holds(old, text)) {
         return false;
     }
 
@@ -297,19 +308,19 @@ void NextGeneration::Begin(const std::string& relative)
     if (!MakeDirectories(folder, 0755)) Fail("make directory", folder);
 }
 
-void NextGeneration::Put(const std::string& relative, const std::string& bytes, mode_t mode)
+void NextGeneration::Put(const std::string& relative, const LongText& text, mode_t mode)
 {
     if (!state_) return;
 
     Begin(relative);
-    if (ShareUnchanged(relative, bytes, mode)) return;
+    if (ShareUnchanged(relative, text, mode)) return;
 
     changed_.insert(relative);
-    if (!WriteNewFile(PathOf(relative), bytes, mode)) Fail("write", relative);
+    if (!WriteNewFile(PathOf(relative), text, mode)) Fail("write", relative);
     DateBack(PathOf(relative), kAge);
 }
 
-void NextGeneration::PutMap(const std::string& name, const std::string& text, mode_t mode)
+void NextGeneration::PutMap(const std::string& name, const LongText& text, mode_t mode)
 {
     const std::string source = ListFile{name, "", true}.Path();
     const std::string compiled = source + ".cdb";
@@ -389,9 +400,9 @@ void NextGeneration::WriteManifest()
 {
     Manifest files;
     for (const std::string& relative : files_) {
-        std::string bytes;
-        if (!ReadFile(PathOf(relative), bytes)) Fail("read back", relative);
-        files[relative] = system::Checksum(bytes);
+        const auto checksum = system::ChecksumOf(PathOf(relative));
+        if (!checksum) Fail("read back", relative);
+        files[relative] = checksum.value_or("");
     }
     if (state_ && !system::WriteManifest(directory(), files)) Fail("write", system::kManifestName);
 }

@@ -11,6 +11,7 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/generation/list_file.h"
+#include "host/libmailvane/generation/long_text.h"
 #include "host/libmailvane/system/manifest.h"
 
 namespace host::generation {
@@ -57,10 +58,10 @@ public:
     NextGeneration& operator=(const NextGeneration&) = delete;
 
     /// Writes a file; `relative` is its path in the generation.
-    void Put(const std::string& relative, const std::string& bytes, mode_t mode);
+    void Put(const std::string& relative, const LongText& text, mode_t mode);
 
     /// Writes the source text of a map; `Complete` compiles it to `name`.cdb when it changed.
-    void PutMap(const std::string& name, const std::string& text, mode_t mode = 0644);
+    void PutMap(const std::string& name, const LongText& text, mode_t mode = 0644);
 
     /// Writes the text of a Sieve script, `relative` ends with ".sieve"; `Complete` compiles it.
     void PutScript(const std::string& relative, const std::string& text);
@@ -104,7 +105,7 @@ private:
 
     void Begin(const std::string& relative);
     std::string PathOf(const std::string& relative) const;
-    bool ShareUnchanged(const std::string& relative, const std::string& bytes, mode_t mode);
+    bool ShareUnchanged(const std::string& relative, const LongText& text, mode_t mode);
     void KeepRest();
     void Compile();
     void SyncAll();

@@ -3,12 +3,14 @@
 
 #include <string>
 
+#include "host/libmailvane/generation/long_text.h"
+
 namespace host::generation {
 
 /// One file of the next generation that a list fills.
 struct ListFile {
     std::string name;  ///< of a map in postfix/maps, or a path in the generation
-    std::string text;
+    LongText text;
     bool isMap = true;  ///< to be compiled for lookups
 
     /// Its path in the generation.

@@ -70,13 +70,14 @@ int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    host::stores::AliasTable& table = state_->table;
     const host::Result<void> done = host::save::StoreAndApply(
-        host::render::kAliasList, "aliases", [&table](SQLite::Database& store) {
-            host::stores::ChangeAliases(store, table.Pending());
+        host::render::kAliasList, "aliases", [this](SQLite::Database& store) {
+            host::stores::ChangeAliases(store, state_->table.Pending());
+            // The maps are made from the store: a long table is not to be in memory twice.
+            *state_ = State();
             return host::Result<void>();
         });
-    if (done) table.Stored();
+    *state_ = State();
     if (!done) host::NoteFailure(done.reason().text);
     return host::Status(done);
 }

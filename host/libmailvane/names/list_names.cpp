@@ -163,11 +163,4 @@ NameType KindInText(const std::string& name)
     return IsNameOfKind(NAME_IP, name) ? NAME_IP : NAME_DOMAIN;
 }
 
-int PrefixLength(const std::string& name)
-{
-    const auto slash = name.find('/');
-    if (slash != std::string::npos) return ParsePrefix(name.substr(slash + 1));
-    return name.find(':') == std::string::npos ? kBitsOfIpv4 : kBitsOfIpv6;
-}
-
 }  // namespace host::names

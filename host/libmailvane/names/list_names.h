@@ -27,7 +27,4 @@ std::vector<std::string> AccessKeys(NameType kind, const std::string& name);
 std::string NameInText(NameType kind, const std::string& name);
 NameType KindInText(const std::string& name);
 
-/// The prefix length of a stored address or network; 32 or 128 for an address.
-int PrefixLength(const std::string& name);
-
 }  // namespace host::names

@@ -5,80 +5,76 @@
 //
 // Mail for a discarded recipient is accepted and then dropped by a transport. If the SMTP server
 // answered DISCARD itself, all recipients of the message would lose it.
-#include <algorithm>
-
-#include "host/libmailvane/names/map_text.h"
 #include "host/libmailvane/render/lists.h"
+#include "host/libmailvane/render/rule_texts.h"
 
 namespace host::render {
 namespace {
+
+using generation::LongText;
+using stores::kAccessRules;
+using stores::Rule;
 
 /// The domain of the transport and of addresses for discarded mail; no domain of this name can
 /// exist.
 const char kNowhere[] = "discarded.invalid";
 
-using Entries = std::list<AccessInfo>;
-
-Entries EntriesOf(SQLite::Database& database, Type type)
+std::string Answer(const Rule& rule)
 {
-    return stores::AccessEntries(stores::ReadRules(database, stores::kAccessRules, type));
+    return Access::StatusToStr(static_cast<AccessStatus>(ValueAsNumber(rule)));
 }
 
-std::string Answer(const AccessInfo& entry)
+bool IsDiscarded(const Rule& rule)
 {
-    return Access::StatusToStr(entry.status);
+    return ValueAsNumber(rule) == ACCESS_DISCARD;
 }
 
 /// The answer for a recipient. A discarded one is accepted: its transport drops the mail.
-std::string RecipientAnswer(const AccessInfo& entry)
+std::string RecipientAnswer(const Rule& rule)
 {
-    return entry.status == ACCESS_DISCARD ? "DUNNO" : Answer(entry);
-}
-
-bool IsDiscarded(const AccessInfo& entry)
-{
-    return entry.status == ACCESS_DISCARD;
+    return IsDiscarded(rule) ? "DUNNO" : Answer(rule);
 }
 
 /// The transport map: the discard transport for discarded recipients, the usual one for all others.
-std::string TransportText(const Entries& recipients)
+/// Empty when none is discarded.
+LongText TransportText(SQLite::Database& store)
 {
-    if (std::none_of(recipients.begin(), recipients.end(), IsDiscarded)) return "";
-
-    return std::string(kNowhere) + " discard:\n" +
-           names::NamesText(recipients, [](const AccessInfo& entry) {
-               return IsDiscarded(entry) ? "discard:" : ":";
-           });
+    bool discards = false;
+    const auto transport = [&discards](const Rule& rule) {
+        discards = discards || IsDiscarded(rule);
+        return IsDiscarded(rule) ? "discard:" : ":";
+    };
+    LongText text =
+        NamesText(store, kAccessRules, TYPE_RECIPIENT, transport, TableLine(kNowhere, "discard:"));
+    return discards ? std::move(text) : LongText();
 }
 
 /// The map of discarded recipients. One that is an alias must not be expanded to its members.
-std::string DiscardedText(const Entries& recipients)
+LongText DiscardedText(SQLite::Database& store)
 {
-    names::MapText map;
-    for (const AccessInfo& entry : recipients) {
-        if (entry.nameType == NAME_ADDRESS && IsDiscarded(entry)) {
-            map.Add({entry.name}, std::string("discarded@") + kNowhere);
-        }
-    }
-    return map.Take();
+    LongText text;
+    EachRuleOfKind(store, kAccessRules, TYPE_RECIPIENT, NAME_ADDRESS, [&text](const Rule& rule) {
+        if (!IsDiscarded(rule)) return;
+        text += TableLine(rule.name, std::string("discarded@") + kNowhere);
+    });
+    return text;
 }
 
-std::string AddressesText(const Entries& clients)
+LongText AddressesText(SQLite::Database& store)
 {
-    names::MapText map;
-    for (const AccessInfo& entry : clients) {
-        if (entry.nameType == NAME_IP) map.Add({entry.name}, Answer(entry));
-    }
-    return map.Take();
+    LongText text;
+    EachRuleOfKind(store, kAccessRules, TYPE_CLIENT, NAME_IP,
+                   [&text](const Rule& rule) { text += TableLine(rule.name, Answer(rule)); });
+    return text;
 }
 
 /// The table of networks, the smallest first, since Postfix takes the first that matches.
-std::string NetworksText(const Entries& clients)
+LongText NetworksText(SQLite::Database& store)
 {
-    std::string text;
-    for (const AccessInfo* entry : names::SmallestFirst(clients, {NAME_NETWORK})) {
-        text += entry->name + " " + Answer(*entry) + "\n";
-    }
+    LongText text;
+    EachNetwork(store, kAccessRules, TYPE_CLIENT, [&text](const Rule& rule) {
+        if (rule.nameType == NAME_NETWORK) text += TableLine(rule.name, Answer(rule));
+    });
     return text;
 }
 
@@ -86,16 +82,12 @@ std::string NetworksText(const Entries& clients)
 
 ListTexts AccessTexts(const ListSources& sources)
 {
-    const Entries senders = EntriesOf(sources.database, TYPE_SENDER);
-    const Entries recipients = EntriesOf(sources.database, TYPE_RECIPIENT);
-    const Entries clients = EntriesOf(sources.database, TYPE_CLIENT);
-    return std::vector<std::string>{names::NamesText(senders, Answer),
-                                    names::NamesText(recipients, RecipientAnswer),
-                                    DiscardedText(recipients),
-                                    TransportText(recipients),
-                                    names::NamesText(clients, Answer),
-                                    AddressesText(clients),
-                                    NetworksText(clients)};
+    SQLite::Database& store = sources.database;
+    return TextsOf(NamesText(store, kAccessRules, TYPE_SENDER, Answer),
+                   NamesText(store, kAccessRules, TYPE_RECIPIENT, RecipientAnswer),
+                   DiscardedText(store), TransportText(store),
+                   NamesText(store, kAccessRules, TYPE_CLIENT, Answer), AddressesText(store),
+                   NetworksText(store));
 }
 
 }  // namespace host::render

@@ -132,10 +132,7 @@ public:
         waiting_ += alias + "@ 451 4.3.0 The members of this address cannot be told at present\n";
     }
 
-    std::vector<std::string> Texts() &&
-    {
-        return {std::move(aliases_), std::move(logins_), std::move(waiting_)};
-    }
+    Texts All() && { return TextsOf(std::move(aliases_), std::move(logins_), std::move(waiting_)); }
 
 private:
     void AddLogins(const std::string& user, std::vector<std::string>& logins) const
@@ -145,9 +142,9 @@ private:
     }
 
     std::string loginPrefix_;
-    std::string aliases_;
-    std::string logins_;
-    std::string waiting_;
+    generation::LongText aliases_;
+    generation::LongText logins_;
+    generation::LongText waiting_;
 };
 
 /// Whether mail for an alias is to wait until its members can be told.
@@ -188,7 +185,7 @@ ListTexts AliasTexts(const ListSources& sources)
         texts.Add(alias.name, *std::move(recipients));
     }
     warnings.End();
-    return std::move(texts).Texts();
+    return std::move(texts).All();
 }
 
 }  // namespace host::render

@@ -3,6 +3,9 @@
 // inside archives.
 #include "host/libmailvane/render/lists.h"
 
+#include <string>
+#include <utility>
+
 namespace host::render {
 
 ListTexts AttachmentTexts(const ListSources& sources)
@@ -14,9 +17,9 @@ ListTexts AttachmentTexts(const ListSources& sources)
         lines += type + "\n";
     }
     // Without a type nobody is asked.
-    const std::string header =
+    std::string header =
         words.empty() ? "" : "/^(Content-(?:Disposition|Type):.*)/ " + words + "|${1}\n";
-    return std::vector<std::string>{header, lines};
+    return TextsOf(std::move(header), std::move(lines));
 }
 
 }  // namespace host::render

@@ -1,51 +1,48 @@
 // The files made from the black and white list. The scanner's have one name a line; "!" marks a
 // name of the opposite list. The most specific entry decides: a white address in a black domain is
 // white. The mail server's files refuse black entries, also while the spam check is off.
-#include "host/libmailvane/names/map_text.h"
+#include "host/libmailvane/names/list_names.h"
 #include "host/libmailvane/render/lists.h"
+#include "host/libmailvane/render/rule_texts.h"
 #include "platform/mailvane/access.h"
 
 namespace host::render {
 namespace {
 
-using Entries = std::list<BlackWhite>;
+using generation::LongText;
+using stores::kBlackWhiteRules;
+using stores::Rule;
 
-Entries EntriesOf(SQLite::Database& database, int type)
+std::string Answer(const Rule& rule)
 {
-    return stores::BlackWhiteEntries(stores::ReadRules(database, stores::kBlackWhiteRules, type));
+    return ValueAsNumber(rule) == BLACK_LIST ? "REJECT" : "DUNNO";
 }
 
-std::string Answer(const BlackWhite& entry)
+std::string ScannerLine(const Rule& rule, BlackWhiteType list)
 {
-    return entry.blackWhite == BLACK_LIST ? "REJECT" : "DUNNO";
-}
-
-std::string ScannerLine(const BlackWhite& entry, BlackWhiteType list)
-{
-    const std::string name = names::NameInText(static_cast<NameType>(entry.nameType), entry.name);
-    return (entry.blackWhite == list ? "" : "!") + name + "\n";
+    const std::string name = names::NameInText(static_cast<NameType>(rule.nameType), rule.name);
+    return (ValueAsNumber(rule) == list ? "" : "!") + name + "\n";
 }
 
 /// Text of a scanner's file, with the smallest networks first: the first match decides. The scanner
 /// sorts names itself.
-std::string ScannerText(const Entries& entries, BlackWhiteType list)
+LongText ScannerText(SQLite::Database& store, int type, BlackWhiteType list)
 {
-    std::string text;
-    for (const BlackWhite* entry : names::SmallestFirst(entries, {NAME_IP, NAME_NETWORK})) {
-        text += ScannerLine(*entry, list);
-    }
-    for (const BlackWhite& entry : entries) {
-        if (entry.type != TYPE_CLIENT) text += ScannerLine(entry, list);
+    LongText text;
+    const auto take = [&text, list](const Rule& rule) { text += ScannerLine(rule, list); };
+    if (type == TYPE_CLIENT) {
+        EachNetwork(store, kBlackWhiteRules, type, take);
+    } else {
+        EachRule(store, kBlackWhiteRules, type, take);
     }
     return text;
 }
 
-std::string ClientsText(const Entries& clients)
+LongText ClientsText(SQLite::Database& store)
 {
-    std::string text;
-    for (const BlackWhite* entry : names::SmallestFirst(clients, {NAME_IP, NAME_NETWORK})) {
-        text += entry->name + " " + Answer(*entry) + "\n";
-    }
+    LongText text;
+    EachNetwork(store, kBlackWhiteRules, TYPE_CLIENT,
+                [&text](const Rule& rule) { text += TableLine(rule.name, Answer(rule)); });
     return text;
 }
 
@@ -53,16 +50,15 @@ std::string ClientsText(const Entries& clients)
 
 ListTexts BlackWhiteTexts(const ListSources& sources)
 {
-    const Entries senders = EntriesOf(sources.database, TYPE_SENDER);
-    const Entries recipients = EntriesOf(sources.database, TYPE_RECIPIENT);
-    const Entries clients = EntriesOf(sources.database, TYPE_CLIENT);
-    std::vector<std::string> texts{names::NamesText(senders, Answer),
-                                   names::NamesText(recipients, Answer), ClientsText(clients)};
+    SQLite::Database& store = sources.database;
+    auto texts =
+        TextsOf(NamesText(store, kBlackWhiteRules, TYPE_SENDER, Answer),
+                NamesText(store, kBlackWhiteRules, TYPE_RECIPIENT, Answer), ClientsText(store));
     // The scanner never sees black senders: the mail server refuses them.
-    texts.push_back(ScannerText(senders, WHITE_LIST));
-    for (const Entries* entries : {&recipients, &clients}) {
-        texts.push_back(ScannerText(*entries, BLACK_LIST));
-        texts.push_back(ScannerText(*entries, WHITE_LIST));
+    texts.push_back(ScannerText(store, TYPE_SENDER, WHITE_LIST));
+    for (const int type : {TYPE_RECIPIENT, TYPE_CLIENT}) {
+        texts.push_back(ScannerText(store, type, BLACK_LIST));
+        texts.push_back(ScannerText(store, type, WHITE_LIST));
     }
     return texts;
 }

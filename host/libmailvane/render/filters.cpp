@@ -56,7 +56,7 @@ std::string OwnAddresses(char separator)
     return text;
 }
 
-std::string DkimFilterText(const settings::StoredSettings& settings)
+std::string DkimFilterText(const settings::StoredSettings& settings, const RenderContext& context)
 {
     std::string text = ProcessLines(daemons::kDkimFilter);
     const bool signs = settings.Bool("enable_dkim");
@@ -73,7 +73,14 @@ std::string DkimFilterText(const settings::StoredSettings& settings)
     text += Line("AuthservID", settings.Text("smtp_hostname"));
     // A bad signature is not refused here: the DMARC policy of the sender's domain decides.
     text += Line("On-BadSignature", "accept");
-    text += Line("ResolverConfiguration", InForce("opendkim/resolver.conf"));
+    // By default its resolver asks neither the name servers of the machine nor one that runs on it.
+    // A file for the resolver would be read again for each message, and libunbound's parser is one
+    // for all threads.
+    std::string nameServers;
+    for (const std::string& address : context.nameServers) {
+        nameServers += (nameServers.empty() ? "" : ",") + address;
+    }
+    if (!nameServers.empty()) text += Line("Nameservers", nameServers);
     return text;
 }
 
@@ -90,21 +97,6 @@ std::string SigningTableText(const settings::StoredSettings& settings)
     std::string text;
     for (const std::string& domain : settings::MailDomains(settings)) {
         text += "*@" + domain + " " + kKeyName + "\n";
-    }
-    return text;
-}
-
-/// The resolver's configuration. By default the filter's resolver uses neither the name servers of
-/// the machine nor one that runs on it.
-std::string ResolverText(const RenderContext& context)
-{
-    std::string text = kHeader;
-    text += "server:\n    do-not-query-localhost: no\n";
-    if (context.nameServers.empty()) return text;
-
-    text += "forward-zone:\n    name: \".\"\n";
-    for (const std::string& address : context.nameServers) {
-        text += "    forward-addr: " + address + "\n";
     }
     return text;
 }
@@ -224,11 +216,10 @@ std::string FilterServices(const settings::StoredSettings& settings)
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
                     const RenderContext& context)
 {
-    next.Put("opendkim/opendkim.conf", DkimFilterText(settings), 0644);
+    next.Put("opendkim/opendkim.conf", DkimFilterText(settings, context), 0644);
     next.Put("opendkim/KeyTable", KeyTableText(settings), 0644);
     next.Put("opendkim/SigningTable", SigningTableText(settings), 0644);
     next.Put("opendkim/TrustedHosts", OwnAddresses('\n'), 0644);
-    next.Put("opendkim/resolver.conf", ResolverText(context), 0644);
     next.Put("opendmarc/opendmarc.conf", DmarcFilterText(settings), 0644);
     next.Put("opendmarc/ignore.hosts", OwnAddresses('\n'), 0644);
     next.Put("spf/policyd-spf.conf", SpfText(settings), 0644);

@@ -57,18 +57,18 @@ static_assert(HasWord(kBlackWhiteList.files, generation::kBlackClientsFile) &&
               "the mail server reads another file");
 
 /// Files of these names with these texts. Names that are left over get an empty one.
-void AddFiles(std::string_view names, bool areMaps, std::vector<std::string>& texts,
-              std::size_t& next, std::vector<generation::ListFile>& files)
+void AddFiles(std::string_view names, bool areMaps, Texts& texts, std::size_t& next,
+              std::vector<generation::ListFile>& files)
 {
     while (!names.empty()) {
         files.push_back({std::string(NextWord(names)),
-                         next < texts.size() ? std::move(texts[next]) : "", areMaps});
+                         next < texts.size() ? std::move(texts[next]) : generation::LongText(),
+                         areMaps});
         ++next;
     }
 }
 
-std::vector<generation::ListFile> FilesWith(const List& list, std::vector<std::string> texts,
-                                            std::size_t& used)
+std::vector<generation::ListFile> FilesWith(const List& list, Texts texts, std::size_t& used)
 {
     std::vector<generation::ListFile> files;
     AddFiles(list.maps, true, texts, used, files);

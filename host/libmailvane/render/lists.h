@@ -10,6 +10,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/libhaldcore/result.h"
@@ -35,7 +36,16 @@ struct ListSources {
     Silence silence = Silence::kFails;
 };
 
-using ListTexts = Result<std::vector<std::string>>;
+using Texts = std::vector<generation::LongText>;
+using ListTexts = Result<Texts>;
+
+template <typename... Made>
+Texts TextsOf(Made&&... made)
+{
+    Texts texts;
+    (texts.push_back(std::forward<Made>(made)), ...);
+    return texts;
+}
 
 // The makers. They may throw SQLite::Exception.
 ListTexts AliasTexts(const ListSources& sources);

@@ -269,8 +269,9 @@ Result<void> ApplySpamRules(const std::string& rules)
 {
     const WriteScope scope;
     if (!scope.ready()) return scope.ready();
-    return Apply(
-        {std::string(kListChange) + " " + kRuleSets, {{render::kSpamRules, rules, false}}});
+    Change change{std::string(kListChange) + " " + kRuleSets, {}};
+    change.files.push_back({render::kSpamRules, rules, false});
+    return Apply(change);
 }
 
 Result<void> ApplyLists(const Lists& lists)

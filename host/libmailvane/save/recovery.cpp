@@ -6,6 +6,7 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
@@ -17,6 +18,8 @@
 #include "host/libmailvane/save/plan.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/account_data.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/system/database.h"
 
 namespace host::save {
 
@@ -91,6 +94,14 @@ Result<void> FinishSave(const generation::PendingSave& save)
     return {};
 }
 
+/// What was written in the databases of the accounts and not stored is taken back.
+void SettleDatabases()
+{
+    for (const auto which : {stores::AccountDatabase::kAlias, stores::AccountDatabase::kMailvane}) {
+        (void)Succeeded(system::SettleJournal(PackagePath(stores::StoreOf(which).live)));
+    }
+}
+
 Result<void> Finish(const generation::PendingSave& mark)
 {
     const char* what = mark.change.empty() ? "settings" : mark.change.c_str();
@@ -119,6 +130,7 @@ Result<void> FinishInterruptedSave()
     if (finished || !LockIsHeld() || LockIsInherited()) return {};
 
     finished = true;
+    SettleDatabases();
     const auto mark = generation::ReadPendingSave();
     if (!mark) return {};
 

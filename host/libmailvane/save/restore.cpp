@@ -148,7 +148,7 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole, const Staged
                              const std::list<Callback>& steps)
 {
     SaveExtent extent;
-    if (whole) extent = {{{render::kSpamRules, state.rules, false}}, AllLists()};
+    if (whole) extent = {state.rules, AllLists()};
 
     const std::string before = generation::CurrentGeneration();
     Result<void> done = generation::MarkPendingSave({before, "restore"});

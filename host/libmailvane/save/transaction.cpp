@@ -10,6 +10,7 @@
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/dovecot.h"
+#include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/cleared_password.h"
@@ -157,7 +158,7 @@ bool KernelHasChanged()
 Result<void> Stage(generation::NextGeneration& next, const settings::StoredSettings& wanted,
                    const SaveExtent& extent)
 {
-    for (const generation::ListFile& file : extent.files) next.Put(file);
+    if (extent.rules) next.Put(render::kSpamRules, *extent.rules, 0644);
     Result<void> done = PutFiles(next, wanted, extent.lists, extent.silence);
     if (done) done = next.Complete();
     return done ? ValidateGeneration(next, wanted) : done;

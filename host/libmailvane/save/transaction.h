@@ -2,10 +2,10 @@
 #pragma once
 
 #include <list>
-#include <vector>
+#include <optional>
+#include <string>
 
 #include "host/libhaldcore/result.h"
-#include "host/libmailvane/generation/list_file.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
@@ -14,7 +14,7 @@ namespace host::save {
 
 /// What a save puts in force besides the settings.
 struct SaveExtent {
-    std::vector<generation::ListFile> files = {};       ///< replace those of the same path
+    std::optional<std::string> rules = {};              ///< of the spam filter
     Lists lists = {};                                   ///< made anew as they are stored
     render::Silence silence = render::Silence::kFails;  ///< of the account source
 };

@@ -148,9 +148,19 @@ Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
     return {};
 }
 
-void AliasTable::Replace(std::vector<AliasEntry> aliases)
+void AliasTable::Replace(AliasEntries aliases)
 {
-    for (AliasEntry& alias : aliases) Edit(alias.name).members = std::move(alias.members);
+    while (!aliases.empty()) {
+        AliasEntry& alias = aliases.front();
+        const auto [found, isNew] = byName_.try_emplace(InLowerCase(alias.name), aliases.begin());
+        if (isNew) {
+            entries_.splice(entries_.end(), aliases, aliases.begin());
+        } else {
+            Touch(*found->second);
+            found->second->members = std::move(alias.members);
+            aliases.pop_front();
+        }
+    }
 }
 
 void AliasTable::Delete(const std::list<std::string>& names)

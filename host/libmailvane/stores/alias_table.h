@@ -50,14 +50,12 @@ public:
     /// is invalid or taken.
     Result<void> Rename(const std::string& from, const std::string& to);
     /// Sets the members of aliases, existing or new. All names must be valid.
-    void Replace(std::vector<AliasEntry> aliases);
+    void Replace(AliasEntries aliases);
     /// Removes aliases; names that are not there are ignored.
     void Delete(const std::list<std::string>& names);
 
     /// The change still to be stored; new aliases get their ids here.
     AliasChange Pending();
-    /// To be called when `Pending` has been stored.
-    void Stored() { touched_.clear(); }
 
 private:
     /// The alias of this name, marked as changed; added when missing.

@@ -64,7 +64,7 @@ public:
     }
 
     /// The aliases, once all lines are read, with bare names resolved.
-    std::vector<AliasEntry> Resolve(const AliasTable& table)
+    AliasEntries Resolve(const AliasTable& table)
     {
         for (AliasEntry& alias : aliases_) {
             for (MemberInfo& member : alias.members) ResolveName(table, member);
@@ -83,7 +83,7 @@ private:
         if (!names::IsLocalPart(name)) {
             return Reason{ReasonCode::kRefused, name, "no name of an alias"};
         }
-        if (!byName_.emplace(InLowerCase(name), aliases_.size() - 1).second) {
+        if (!byName_.emplace(InLowerCase(name), &aliases_.back()).second) {
             return Reason{ReasonCode::kTaken, name, "an alias that stands in the file twice"};
         }
         return taken;
@@ -120,7 +120,7 @@ private:
         if (here == byName_.end() && stored == nullptr) return;
 
         member.type = names::kAliasMember;
-        member.name = stored != nullptr ? stored->name : aliases_[here->second].name;
+        member.name = (stored != nullptr ? stored : here->second)->name;
     }
 
     static void DropRepetitions(std::vector<MemberInfo>& members)
@@ -135,8 +135,8 @@ private:
         members = std::move(distinct);
     }
 
-    std::vector<AliasEntry> aliases_;
-    std::unordered_map<std::string, std::size_t> byName_;  ///< by name in lower case
+    AliasEntries aliases_;
+    std::unordered_map<std::string, const AliasEntry*> byName_;  ///< by name in lower case
     bool open_ = false;
 };
 
@@ -157,7 +157,7 @@ std::string AliasText(const AliasTable& table)
     return text;
 }
 
-Result<std::vector<AliasEntry>> ReadAliasText(const std::string& path, const AliasTable& table)
+Result<AliasEntries> ReadAliasText(const std::string& path, const AliasTable& table)
 {
     AliasReader reader;
     const auto take = [&reader](const std::string& line) { return reader.Take(line); };

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "host/libmailvane/stores/alias_table.h"
 
@@ -13,6 +12,6 @@ std::string AliasText(const AliasTable& table);
 
 /// Reads aliases from a text file. A bare member is an alias when the file or `table` has one of
 /// that name, else a user. Any error refuses the whole file, as with `ReadListText`.
-Result<std::vector<AliasEntry>> ReadAliasText(const std::string& path, const AliasTable& table);
+Result<AliasEntries> ReadAliasText(const std::string& path, const AliasTable& table);
 
 }  // namespace host::stores

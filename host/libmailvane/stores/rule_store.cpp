@@ -197,12 +197,44 @@ Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearc
     return RowsOf(query);
 }
 
-void EachRule(SQLite::Database& store, const RuleList& list, int type,
-              const std::function<void(const Rule&)>& take)
+void EachRule(SQLite::Database& store, const RuleList& list, int type, const TakeRule& take)
 {
     SQLite::Statement query(store, Select(list, "type = ?") + InOrder(list));
     query.bind(1, type);
     while (query.executeStep()) take(RowOf(query));
+}
+
+void EachRuleOfKind(SQLite::Database& store, const RuleList& list, int type, NameType kind,
+                    const TakeRule& take)
+{
+    SQLite::Statement query(store, Select(list, "type = ? AND name_type = ?") + InOrder(list));
+    query.bind(1, type);
+    query.bind(2, kind);
+    while (query.executeStep()) take(RowOf(query));
+}
+
+void EachNetwork(SQLite::Database& store, const RuleList& list, int type, const TakeRule& take)
+{
+    const std::string prefix =
+        "CASE WHEN instr(name, '/') THEN CAST(substr(name, instr(name, '/') + 1) AS INTEGER) "
+        "WHEN instr(name, ':') THEN 128 ELSE 32 END";
+    SQLite::Statement query(store, Select(list, "type = ? AND name_type IN (?, ?)") + " ORDER BY " +
+                                       prefix + " DESC, " + std::string(list.key));
+    query.bind(1, type);
+    query.bind(2, NAME_IP);
+    query.bind(3, NAME_NETWORK);
+    while (query.executeStep()) take(RowOf(query));
+}
+
+RuleFinder::RuleFinder(SQLite::Database& store, const RuleList& list)
+    : list_(list), query_(store, Select(list, IsOfKey(list)))
+{
+}
+
+bool RuleFinder::Has(const Rule& rule)
+{
+    BindKey(query_, list_, rule);
+    return query_.executeStep();
 }
 
 Rules ReadRules(SQLite::Database& store, const RuleList& list, int type)

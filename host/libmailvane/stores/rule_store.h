@@ -14,6 +14,7 @@
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/system/database.h"
+#include "platform/mailvane/access.h"
 #include "platform/mailvane/filter.h"
 
 namespace host::stores {
@@ -90,9 +91,30 @@ RuleSearch SearchOf(const RuleList& list, const Filter& filter);
 int CountRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 Rules PageOfRules(SQLite::Database& store, const RuleList& list, const RuleSearch& search);
 
+using TakeRule = std::function<void(const Rule&)>;
+
 /// Calls `take` for each rule of one type, in stored order.
-void EachRule(SQLite::Database& store, const RuleList& list, int type,
-              const std::function<void(const Rule&)>& take);
+void EachRule(SQLite::Database& store, const RuleList& list, int type, const TakeRule& take);
+
+/// The same for those of one kind, in a list that knows kinds.
+void EachRuleOfKind(SQLite::Database& store, const RuleList& list, int type, NameType kind,
+                    const TakeRule& take);
+
+/// The same for addresses and networks, the smallest first.
+void EachNetwork(SQLite::Database& store, const RuleList& list, int type, const TakeRule& take);
+
+/// Finds rules of a list that knows kinds.
+class RuleFinder {
+public:
+    RuleFinder(SQLite::Database& store, const RuleList& list);
+
+    /// Whether there is one of its type, name and kind.
+    bool Has(const Rule& rule);
+
+private:
+    const RuleList& list_;
+    SQLite::Statement query_;
+};
 
 /// All of them.
 Rules ReadRules(SQLite::Database& store, const RuleList& list, int type);

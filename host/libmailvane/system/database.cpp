@@ -154,6 +154,18 @@ Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& s
     });
 }
 
+Result<void> SettleJournal(const std::string& path)
+{
+    const std::string journal = path + "-journal";
+    if (!NameExists(path) || !NameExists(journal)) return {};
+    return Attempt(path, [&]() -> Result<void> {
+        SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        DistrustSchema(database);
+        const SQLite::Transaction alone(database, SQLite::TransactionBehavior::EXCLUSIVE);
+        return RemoveDurably(journal);
+    });
+}
+
 Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path)
 {
     // Not opened read-only, since SQLite could not roll back the journal of a killed writer then.

@@ -16,13 +16,21 @@ namespace {
 
 const char kCount[] = "files";
 
-}  // namespace
-
-std::string Checksum(const std::string& bytes)
+std::string Text(std::uint64_t checksum)
 {
     char text[17];
-    std::snprintf(text, sizeof(text), "%016" PRIx64, Fnv64(bytes));
+    std::snprintf(text, sizeof(text), "%016" PRIx64, checksum);
     return text;
+}
+
+}  // namespace
+
+std::optional<std::string> ChecksumOf(const std::string& path)
+{
+    std::uint64_t checksum = Fnv64("");
+    const auto take = [&checksum](std::string_view piece) { checksum = Fnv64(piece, checksum); };
+    if (!ReadInPieces(path, take)) return std::nullopt;
+    return Text(checksum);
 }
 
 Manifest ReadManifest(const std::string& folder)
@@ -57,7 +65,7 @@ bool DiffersFromManifest(const std::string& folder, const std::string& name,
 {
     const Manifest files = ReadManifest(folder);
     const auto file = files.find(name);
-    return file != files.end() && file->second != Checksum(bytes);
+    return file != files.end() && file->second != Text(Fnv64(bytes));
 }
 
 }  // namespace host::system

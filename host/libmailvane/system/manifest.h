@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 namespace host::system {
@@ -12,7 +13,8 @@ constexpr char kManifestName[] = "manifest";
 using Manifest = std::map<std::string, std::string>;
 
 /// Checksum of a file's bytes, to notice damage and edits by hand; no protection against forgery.
-std::string Checksum(const std::string& bytes);
+/// Nothing, with errno set, when it cannot be read.
+std::optional<std::string> ChecksumOf(const std::string& path);
 
 /// The manifest of a folder; empty when there is none or it was cut.
 Manifest ReadManifest(const std::string& folder);

@@ -17,11 +17,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <vector>
 
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/start_program.h"
+#include "host/libhaldsdk/account_engine.h"
 
 namespace host::system {
 
@@ -89,11 +91,28 @@ bool LetGo()
            dup2(STDIN_FILENO, STDERR_FILENO) == STDERR_FILENO;
 }
 
+/// Takes the groups of a user. Those of a local one stand in the local files: a directory that
+/// hangs is not asked for him.
+bool TakeGroups(const MailAccount& account)
+{
+    const auto local = LocalAccounts();
+    const auto user = local->FindUser(account.name);
+    if (!user || !*user) return initgroups(account.name.c_str(), account.gid) == 0;
+
+    std::vector<gid_t> groups{account.gid};
+    const Result<void> read = local->EachGroup([&](const Group& group) {
+        const auto& members = group.members;
+        const bool isMember =
+            std::find(members.begin(), members.end(), account.name) != members.end();
+        if (isMember) groups.push_back(group.gid);
+    });
+    return read && setgroups(groups.size(), groups.data()) == 0;
+}
+
 /// Gives up all rights but those of the user.
 bool BecomeUser(const MailAccount& account)
 {
-    return initgroups(account.name.c_str(), account.gid) == 0 &&
-           setresgid(account.gid, account.gid, account.gid) == 0 &&
+    return TakeGroups(account) && setresgid(account.gid, account.gid, account.gid) == 0 &&
            setresuid(account.uid, account.uid, account.uid) == 0;
 }
 

@@ -57,7 +57,7 @@ protected:
     {
         const auto files = host::save::StoredListFiles({&list}, {});
         for (const host::generation::ListFile& file : *files) {
-            if (file.name == name) return file.text;
+            if (file.name == name) return Whole(file.text);
         }
         return "no such file";
     }
@@ -66,6 +66,18 @@ protected:
 };
 
 }  // namespace
+
+TEST_F(Lists, ALongTextIsAsItWasWritten)
+{
+    host::generation::LongText text;
+    std::string want;
+    for (int line = 0; line < 20000; ++line) {
+        want += std::to_string(line) + "\n";
+        text += std::to_string(line) + "\n";
+    }
+    EXPECT_EQ(Whole(text), want);
+    EXPECT_EQ(Whole(text), want) << "it is read more than once";
+}
 
 TEST(ListNames, AreStoredInOneSpelling)
 {

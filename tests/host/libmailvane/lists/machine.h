@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/libmailvane/generation/long_text.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "tests/host/machine.h"
@@ -23,4 +24,14 @@ protected:
     }
 
     std::string File() const { return root + "/list"; }
+
+    static std::string Whole(const host::generation::LongText& text)
+    {
+        std::string whole;
+        const bool isRead = text.Each([&whole](std::string_view piece) {
+            whole += piece;
+            return true;
+        });
+        return isRead ? whole : "cannot be read";
+    }
 };

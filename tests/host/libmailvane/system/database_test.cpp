@@ -68,6 +68,16 @@ TEST_F(Database, StaysAsItWasWhenAScriptFails)
                      .getInt());
 }
 
+TEST_F(Database, AJournalThatNeverCameToTheDiskIsRemoved)
+{
+    const std::string journal = std::string(kPath) + "-journal";
+    OpenForChange(host::Path(kPath), Schema(kFirst))->exec("INSERT INTO item VALUES ('a')");
+    Write(journal, std::string(512, '\0'));
+    ASSERT_TRUE(host::system::SettleJournal(host::Path(kPath)));
+    EXPECT_NE(access(host::Path(journal).c_str(), F_OK), 0);
+    EXPECT_TRUE(host::system::SettleJournal(host::Path(kPath))) << "there is none any more";
+}
+
 TEST_F(Database, WhatIsThrownMeanwhileBecomesAReason)
 {
     Write(kPath, "this is no database, whatever its name says, and long enough for a header");

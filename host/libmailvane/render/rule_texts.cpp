@@ -1,0 +1,30 @@
+// Texts of lookup tables made from lists of names.
+#include "host/libmailvane/render/rule_texts.h"
+
+#include "host/libmailvane/names/list_names.h"
+
+namespace host::render {
+
+std::string TableLine(const std::string& key, const std::string& answer)
+{
+    return key + " " + answer + "\n";
+}
+
+generation::LongText NamesText(SQLite::Database& store, const stores::RuleList& list, int type,
+                               const AnswerOf& answer, generation::LongText before)
+{
+    generation::LongText text = std::move(before);
+    stores::RuleFinder domains(store, list);
+    for (const NameType kind : {NAME_ADDRESS, NAME_DOMAIN, NAME_DOMAIN_TREE}) {
+        stores::EachRuleOfKind(store, list, type, kind, [&](const stores::Rule& rule) {
+            for (const std::string& key : names::AccessKeys(kind, rule.name)) {
+                const bool isTaken = kind == NAME_DOMAIN_TREE && key == rule.name &&
+                                     domains.Has({type, key, NAME_DOMAIN, ""});
+                if (!isTaken) text += TableLine(key, answer(rule));
+            }
+        });
+    }
+    return text;
+}
+
+}  // namespace host::render
