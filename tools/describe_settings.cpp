@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "host/libmailvane/settings/settings_table.h"
+#include "host/libmailvane/settings/settings_rows.h"
 
 namespace {
 
-using host::settings::SettingInfo;
+using host::settings::SettingRow;
 using host::settings::SettingsObject;
 using host::settings::SettingType;
 
@@ -43,13 +43,6 @@ constexpr char kYamlHead[] =
 # (cmake --build --preset dev --target documents).
 )";
 
-bool IsPassword(const SettingInfo& setting)
-{
-    constexpr std::string_view kEnding = "_password";
-    const std::string_view name = setting.name;
-    return name.size() > kEnding.size() && name.substr(name.size() - kEnding.size()) == kEnding;
-}
-
 const char* TypeName(SettingType type)
 {
     switch (type) {
@@ -73,21 +66,21 @@ std::string Quoted(std::string_view text)
     return quoted + '"';
 }
 
-std::string MarkdownRange(const SettingInfo& setting)
+std::string MarkdownRange(const SettingRow& setting)
 {
-    if (setting.type == SettingType::kBool) return "yes, no";
+    if (setting.value.type == SettingType::kBool) return "yes, no";
 
     const std::string range =
-        std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
-    return setting.type == SettingType::kInt ? range : range + " bytes";
+        std::to_string(setting.value.lowest) + " to " + std::to_string(setting.value.highest);
+    return setting.value.type == SettingType::kInt ? range : range + " bytes";
 }
 
-std::string MarkdownRow(const SettingInfo& setting)
+std::string MarkdownRow(const SettingRow& setting)
 {
-    const std::string fallback = setting.fallback;
-    return std::string("| `") + setting.name + "` | " + TypeName(setting.type) + " | " +
+    const std::string fallback = setting.value.fallback;
+    return std::string("| `") + setting.name.text + "` | " + TypeName(setting.value.type) + " | " +
            (fallback.empty() ? "" : "`" + fallback + "`") + " | " + MarkdownRange(setting) + " | " +
-           setting.meaning + " |\n";
+           std::string(setting.help.text) + " |\n";
 }
 
 std::string Markdown()
@@ -96,38 +89,38 @@ std::string Markdown()
     for (const ObjectTitle& object : kObjects) {
         text += std::string("\n## ") + object.title +
                 "\n\n| Setting | Type | Default | Range | Meaning |\n|---|---|---|---|---|\n";
-        for (const SettingInfo& setting : host::settings::AllSettings()) {
+        host::settings::ForEachRow([&](const SettingRow& setting) {
             if (setting.object == object.object) text += MarkdownRow(setting);
-        }
+        });
     }
     return text;
 }
 
-std::string YamlDefault(const SettingInfo& setting)
+std::string YamlDefault(const SettingRow& setting)
 {
-    switch (setting.type) {
+    switch (setting.value.type) {
         case SettingType::kInt:
-            return setting.fallback;
+            return setting.value.fallback;
         case SettingType::kBool:
-            return std::string_view(setting.fallback) == "yes" ? "true" : "false";
+            return std::string_view(setting.value.fallback) == "yes" ? "true" : "false";
         case SettingType::kText:
             break;
     }
-    return Quoted(setting.fallback);
+    return Quoted(setting.value.fallback);
 }
 
-std::string YamlProperty(const SettingInfo& setting)
+std::string YamlProperty(const SettingRow& setting)
 {
-    std::string text = std::string("    ") + setting.name +
-                       ":\n      type: " + TypeName(setting.type) +
+    std::string text = std::string("    ") + setting.name.text +
+                       ":\n      type: " + TypeName(setting.value.type) +
                        "\n      default: " + YamlDefault(setting) +
-                       "\n      description: " + Quoted(setting.meaning) + "\n";
-    if (setting.type == SettingType::kInt) {
-        text += "      minimum: " + std::to_string(setting.lowest) +
-                "\n      maximum: " + std::to_string(setting.highest) + "\n";
+                       "\n      description: " + Quoted(setting.help.text) + "\n";
+    if (setting.value.type == SettingType::kInt) {
+        text += "      minimum: " + std::to_string(setting.value.lowest) +
+                "\n      maximum: " + std::to_string(setting.value.highest) + "\n";
     }
     // Pages show this setting as empty, and saving an empty text keeps the stored value.
-    if (IsPassword(setting)) text += "      writeOnly: true\n      x-mask: \"\"\n";
+    if (setting.value.isPassword) text += "      writeOnly: true\n      x-mask: \"\"\n";
     return text;
 }
 
@@ -136,11 +129,11 @@ std::string YamlSchemas(const ObjectTitle& object)
 {
     std::string properties;
     std::string names;
-    for (const SettingInfo& setting : host::settings::AllSettings()) {
-        if (setting.object != object.object) continue;
+    host::settings::ForEachRow([&](const SettingRow& setting) {
+        if (setting.object != object.object) return;
         properties += YamlProperty(setting);
-        names += std::string("    - ") + setting.name + "\n";
-    }
+        names += std::string("    - ") + setting.name.text + "\n";
+    });
     return std::string("\n") + object.name + ":\n  type: object\n  properties:\n" + properties +
            "\nLoaded" + object.name + ":\n  allOf: [{$ref: '#/" + object.name +
            "'}]\n  required:\n" + names;
