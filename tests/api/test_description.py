@@ -18,6 +18,9 @@ import contract
 
 CONTRACT = contract.Contract()
 
+# Account types that no setting can have; the program is tried with them all the same.
+UNKNOWN_SOURCE = re.compile(r'"account_type":"(|LDAP|other)"')
+
 
 def text_of(path):
     with open(os.path.join(TOP, path), encoding="utf-8") as file:
@@ -61,10 +64,11 @@ class Actions(unittest.TestCase):
 class Settings(unittest.TestCase):
     def test_the_documents_are_up_to_date(self):
         with tempfile.TemporaryDirectory() as folder:
+            os.mkdir(os.path.join(folder, "docs"))
             subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
-            for name in ("settings.md", "settings.yaml"):
+            for name in ("docs/settings.md", "docs/settings.yaml"):
                 with open(os.path.join(folder, name), encoding="utf-8") as file:
-                    self.assertEqual(text_of("docs/" + name), file.read(),
+                    self.assertEqual(text_of(name), file.read(),
                                      "make it anew: cmake --build --preset dev --target documents")
 
 
@@ -79,7 +83,7 @@ class Answers(unittest.TestCase):
         wrong = collections.defaultdict(list)
         for line in lines:
             kind, name, body = line.split(" ", 2)
-            if (kind, name) in CONTRACT.operations:
+            if (kind, name) in CONTRACT.operations and not UNKNOWN_SOURCE.search(body):
                 found = contract.answer_faults(CONTRACT.operations[kind, name], json.loads(body))
                 for fault in found:
                     wrong[name + ": " + fault].append(body)
