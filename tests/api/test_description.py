@@ -64,9 +64,10 @@ class Actions(unittest.TestCase):
 class Settings(unittest.TestCase):
     def test_the_documents_are_up_to_date(self):
         with tempfile.TemporaryDirectory() as folder:
-            os.mkdir(os.path.join(folder, "docs"))
+            for part in ("docs", "packaging/texts"):
+                os.makedirs(os.path.join(folder, part))
             subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
-            for name in ("docs/settings.md", "docs/settings.yaml"):
+            for name in ("docs/settings.md", "docs/settings.yaml", "packaging/texts/en.settings"):
                 with open(os.path.join(folder, name), encoding="utf-8") as file:
                     self.assertEqual(text_of(name), file.read(),
                                      "make it anew: cmake --build --preset dev --target documents")

@@ -6,12 +6,14 @@ import unittest
 from pathlib import Path
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-sys.path.insert(0, TOP + "/tools")
+sys.path[:0] = [TOP + "/tools", TOP + "/tools/reference", TOP + "/tests/e2e"]
 
+import contract
+import openapi
 from mailvane.common import texts
 
 FOLDER = TOP + "/packaging/texts/"
-KEY = re.compile(r"\A[a-z0-9_./-]+\Z")
+KEY = re.compile(r"\A[a-z0-9_.-]+\Z")
 PLACEHOLDER = re.compile(r"\{[a-z]+\}")
 
 
@@ -21,9 +23,39 @@ def labels_of_the_log():
     return set(re.findall(r'"(\w+)"', source)) & set(catalogue()["en"][""]["maillog"])
 
 
+def described(node, key):
+    """Every value that stands under a key in a part of the description."""
+    children = list(node.values() if isinstance(node, dict) else node)
+    found = [node[key]] if isinstance(node, dict) and key in node else []
+    return found + [value for child in children if isinstance(child, (dict, list))
+                    for value in described(child, key)]
+
+
+DOCUMENT = contract.Contract().document.root
+SETTINGS = {name: about
+            for part in openapi.Document(TOP + "/docs/settings.yaml").root.values()
+            for name, about in part.get("properties", {}).items()}
+
+
+def keys_of(key):
+    return set(described(DOCUMENT, key))
+
+
+def referred(section):
+    """The keys of a section whose paths the description names."""
+    return lambda: {path[len(section):] for path in keys_of("text") | keys_of("x-text")
+                    if path.startswith(section)}
+
+
 # For each topic and section, a function that returns the keys that are used.
 USED = {
     ("", "maillog"): labels_of_the_log,
+    ("settings", "groups"): lambda: keys_of("x-group"),
+    ("settings", "units"): lambda: keys_of("x-unit"),
+    ("settings", "titles"): lambda: set(SETTINGS),
+    ("settings", "help"): lambda: set(SETTINGS),
+    ("settings", "warnings"): lambda: {name for name in SETTINGS if "x-warn" in SETTINGS[name]},
+    ("settings", "choices"): referred("settings/choices/"),
 }
 
 

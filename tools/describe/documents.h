@@ -27,4 +27,7 @@ std::string Markdown();
 /// The schemas that the description of the API refers to.
 std::string Yaml();
 
+/// The English texts of the settings for the catalogue.
+std::string Texts();
+
 }  // namespace describe

@@ -1,6 +1,7 @@
 // describe_settings: writes the documents about the settings from the rows of the settings.
 //
-//   describe_settings FOLDER     writes docs/settings.md and docs/settings.yaml below FOLDER
+//   describe_settings FOLDER     writes docs/settings.md, docs/settings.yaml and
+//                                packaging/texts/en.settings below FOLDER
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -30,6 +31,7 @@ int main(int count, char** arguments)
 
     const std::string folder = arguments[1];
     const bool written = WriteFile(folder + "/docs/settings.md", describe::Markdown()) &&
-                         WriteFile(folder + "/docs/settings.yaml", describe::Yaml());
+                         WriteFile(folder + "/docs/settings.yaml", describe::Yaml()) &&
+                         WriteFile(folder + "/packaging/texts/en.settings", describe::Texts());
     return written ? EXIT_SUCCESS : EXIT_FAILURE;
 }
