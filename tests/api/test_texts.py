@@ -56,6 +56,9 @@ USED = {
     ("settings", "help"): lambda: set(SETTINGS),
     ("settings", "warnings"): lambda: {name for name in SETTINGS if "x-warn" in SETTINGS[name]},
     ("settings", "choices"): referred("settings/choices/"),
+    ("pages", "pages"): lambda: keys_of("x-page"),
+    ("pages", "members"): referred("pages/members/"),
+    ("pages", "choices"): referred("pages/choices/"),
 }
 
 
