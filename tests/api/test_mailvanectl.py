@@ -33,7 +33,9 @@ class Commands(unittest.TestCase):
         self.target = self.enterContext(tempfile.TemporaryDirectory())
         os.makedirs(self.target + "/ui")
         os.makedirs(self.target + "/share/mailvane")
-        os.symlink(os.path.abspath(ACTIONS), self.target + "/share/mailvane/actions.json")
+        for name in ("actions.json", "settings.json"):
+            os.symlink(os.path.join(os.path.dirname(os.path.abspath(ACTIONS)), name),
+                       self.target + "/share/mailvane/" + name)
         with open(self.target + "/ui/mailvane.cgi", "w", encoding="ascii") as file:
             file.write(PROGRAM % ((self.target,) * 3))
         os.chmod(self.target + "/ui/mailvane.cgi", 0o755)
@@ -68,6 +70,16 @@ class Commands(unittest.TestCase):
                     self.assertEqual((command, len(files)), (name, int(action.then_upload)))
                     self.assertLessEqual(bool(session.output), action.download)
                     arguments.complete(action, given)
+
+    def test_the_help_tells_about_a_setting(self):
+        status, out, _ = self.run_line("help", "spam_action")
+        self.assertEqual(status, 0)
+        for words in ("quarantine Keep it aside", "edit spam_config spam_action=",
+                      "only with    spam_enable yes", "restarts     mailscanner", "is lost"):
+            self.assertIn(words, out)
+        status, _, err = self.run_line("help", "smtp_prot")
+        self.assertEqual(status, 2)
+        self.assertIn("did you mean smtp_port", err)
 
     def test_exit_status_and_streams(self):
         head = "Content-Type: application/json\n\n"

@@ -13,9 +13,15 @@ sys.path.insert(0, TOP + "/tools/reference")
 
 import openapi
 
-CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask"}
-SAID_ONLY = {"description", "default", "minimum", "maximum", "format", "writeOnly",
-             "contentMediaType", "contentSchema", "x-time", "x-word"}
+# What a limit measures, for the values that it concerns, and what may not be true of it.
+LIMITS = {"minimum": (int, lambda number: number, int.__lt__),
+          "maximum": (int, lambda number: number, int.__gt__),
+          "minLength": (str, len, int.__lt__), "maxLength": (str, len, int.__gt__),
+          "x-max-bytes": (str, lambda text: len(text.encode()), int.__gt__)}
+CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask", *LIMITS}
+SAID_ONLY = {"description", "default", "title", "format", "writeOnly", "contentMediaType",
+             "contentSchema", "x-time", "x-word", "x-format", "x-choices", "x-text", "x-unit",
+             "x-unit-title", "x-page", "x-group", "x-needs", "x-warn", "x-restarts", "x-since"}
 TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None)}
 
 
@@ -33,6 +39,9 @@ def faults(schema, value, where="answer"):
             return ["%s is %r, not %r" % (where, value, allowed)]
     if "type" in schema and not is_of(schema["type"], value):
         return ["%s is %r, not of type %s" % (where, value, schema["type"])]
+    for name, (kind, measure, breaks) in LIMITS.items():
+        if name in schema and type(value) is kind and breaks(measure(value), schema[name]):
+            return ["%s is %r, its %s is %d" % (where, value, name, schema[name])]
     if isinstance(value, dict):
         return _member_faults(schema, value, where)
     if isinstance(value, list) and "items" in schema:

@@ -1,6 +1,7 @@
-"""Writes the reference of the actions for mailvanectl, from the description of the API.
+"""Writes the reference of the actions for mailvanectl, from the description of the API, and that of
+the settings, which only the help reads.
 
-make_reference.py OPENAPI.YAML ACTIONS.JSON"""
+make_reference.py OPENAPI.YAML ACTIONS.JSON SETTINGS.JSON"""
 import json
 import sys
 from typing import Any
@@ -16,7 +17,7 @@ def member(name: str, schema: Node, required: bool) -> Node:
         "type": schema.get("type", "string"),
         "items": schema.get("items", {}).get("type"),
         "required": required,
-        "text": one_line(schema.get("description", "")),
+        "text": schema["title"] if is_setting(schema) else one_line(schema.get("description", "")),
         "secret": schema.get("writeOnly", False),
         "mask": schema.get("x-mask", ""),
         "parts": sorted(schema.get("items", schema).get("properties", {})),
@@ -26,6 +27,50 @@ def member(name: str, schema: Node, required: bool) -> Node:
                    schema.get("contentSchema", {}).get("properties", {}).items()],
     }
     return {"name": name, **{key: value for key, value in about.items() if value}}
+
+
+def is_setting(schema: Node) -> bool:
+    return "x-since" in schema
+
+
+def setting(schema: Node) -> Node:
+    """All that people are told about a setting."""
+    about = {
+        "title": schema["title"],
+        "help": schema["description"],
+        "value": bounds(schema),
+        "default": {True: "yes", False: "no"}.get(schema["default"], str(schema["default"])),
+        "choices": {one["value"]: one["title"] for one in schema.get("x-choices", [])},
+        "page": schema["x-page"],
+        "needs": {name: {True: "yes", False: "no"}.get(value, value)
+                  for name, value in schema.get("x-needs", {}).items()},
+        "warning": schema.get("x-warn", ""),
+        "restarts": schema["x-restarts"],
+        "since": schema["x-since"],
+    }
+    return {key: value for key, value in about.items() if value}
+
+
+def bounds(schema: Node) -> str:
+    """What values a setting takes, in words."""
+    if "x-choices" in schema:
+        return "one of " + " ".join(one["value"] for one in schema["x-choices"])
+    if schema["type"] == "boolean":
+        return "yes or no"
+    if schema["type"] == "integer":
+        unit = " (%s)" % schema["x-unit-title"] if "x-unit-title" in schema else ""
+        return "%d to %d%s" % (schema["minimum"], schema["maximum"], unit)
+    return "text of %d to %d bytes" % (schema.get("minLength", 0), schema["x-max-bytes"])
+
+
+def settings(document: openapi.Document) -> Node:
+    """The settings by name, in the order of the document."""
+    found = {}
+    for _, kind, operation in document.operations():
+        for name, about in body_members(operation).items() if kind == openapi.WRITE else ():
+            if is_setting(about):
+                found[name] = setting(about)
+    return found
 
 
 def word(schema: Node) -> str:
@@ -50,6 +95,11 @@ def one_line(text: str) -> str:
     return " ".join(text.split())
 
 
+def body_members(operation: Node) -> Node:
+    schema = operation["requestBody"]["content"]["application/json"]["schema"]
+    return {name: about for name, about in schema["properties"].items() if name != "action"}
+
+
 def members(kind: str, operation: Node) -> list[Node]:
     if kind == openapi.UPLOAD:
         return []
@@ -59,7 +109,7 @@ def members(kind: str, operation: Node) -> list[Node]:
     schema = operation["requestBody"]["content"]["application/json"]["schema"]
     required = schema.get("required", [])
     return [member(name, about, name in required)
-            for name, about in schema["properties"].items() if name != "action"]
+            for name, about in body_members(operation).items()]
 
 
 def reasons(operation: Node) -> dict[str, str]:
@@ -111,12 +161,16 @@ def action(name: str, kind: str, operation: Node) -> Node:
     return {"name": name, **{key: value for key, value in about.items() if value}}
 
 
-def main(source: str, target: str) -> None:
-    document = openapi.Document(source)
-    actions = [action(*operation) for operation in document.operations()]
+def write(target: str, value: Any) -> None:
     with open(target, "w", encoding="ascii") as file:
-        json.dump(actions, file, separators=(",", ":"))
+        json.dump(value, file, separators=(",", ":"))
         file.write("\n")
+
+
+def main(source: str, actions: str, about_settings: str) -> None:
+    document = openapi.Document(source)
+    write(actions, [action(*operation) for operation in document.operations()])
+    write(about_settings, settings(document))
 
 
 if __name__ == "__main__":

@@ -104,11 +104,6 @@ bool IsHostOrAddressOrEmpty(const std::string& text)
            IsHostOrAddressOrEmpty(text.substr(1, text.size() - 2));
 }
 
-bool IsAccountType(const std::string& text)
-{
-    return IsOneOf(text, {"local", "ldap", "win"});
-}
-
 bool IsShortDomainOrEmpty(const std::string& text)
 {
     return text.empty() ||
@@ -130,16 +125,6 @@ bool IsMailAddress(const std::string& text)
 bool IsFullAddress(const std::string& text)
 {
     return IsMailAddress(text) && text.find('@') != std::string::npos;
-}
-
-bool IsSpamAction(const std::string& text)
-{
-    return IsOneOf(text, {"tag", "quarantine", "reject", "discard"});
-}
-
-bool IsVirusAction(const std::string& text)
-{
-    return IsOneOf(text, {"reject", "quarantine", "discard"});
 }
 
 }  // namespace host::names

@@ -32,9 +32,6 @@ bool IsRelayAccount(const std::string& text);
 /// A host name, or an IP address in brackets or without, or empty.
 bool IsHostOrAddressOrEmpty(const std::string& text);
 
-/// "local", "ldap" or "win".
-bool IsAccountType(const std::string& text);
-
 /// One label of a domain name.
 bool IsLabel(const std::string& text);
 
@@ -47,9 +44,5 @@ bool IsMailAddress(const std::string& text);
 
 /// As `IsMailAddress`, but with a domain.
 bool IsFullAddress(const std::string& text);
-
-/// The actions of the scanner for spam and for viruses.
-bool IsSpamAction(const std::string& text);
-bool IsVirusAction(const std::string& text);
 
 }  // namespace host::names

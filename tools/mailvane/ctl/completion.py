@@ -36,7 +36,8 @@ def candidates(session: Session, before: list[str], last: str) -> list[str]:
 def _behind(session: Session, before: list[str], last: str) -> list[str]:
     first, rest = before[0], before[1:]
     if first == "help":
-        return [] if rest else [*session.reference.names(), *session.subcommand_names()]
+        return [] if rest else [*session.reference.names(), *session.subcommand_names(),
+                                *session.settings()]
     if first == "edit":
         pages = session.reference.pages()
         if not rest:

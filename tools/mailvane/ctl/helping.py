@@ -1,4 +1,4 @@
-"""mailvanectl help [NAME]: what there is, or what an action or a subcommand takes."""
+"""mailvanectl help [NAME]: what there is, what an action or a subcommand takes, what a setting is."""
 from collections.abc import Iterator
 
 from mailvane.common.reference import Action, Member
@@ -26,11 +26,30 @@ def run(session: Session, words: list[str]) -> int:
         print("\n".join([HEAD, "", "Subcommands", *_subcommands(), *_actions(session)]))
         return answers.DONE
     module = session.subcommand(words[0])
+    settings = session.settings()
     if module:
         print((module.__doc__ or "").strip())
+    elif words[0] in settings:
+        print(about_setting(words[0], settings[words[0]]))
     else:
-        print(about_action(session.action(words[0])))
+        print(about_action(session.action(words[0], settings)))
     return answers.DONE
+
+
+def about_setting(name: str, about: dict) -> str:
+    """The help for a setting, from the reference."""
+    value = about["value"] + (", default %s" % about["default"] if "default" in about else "")
+    facts = [
+        ("value", value),
+        *(("  " + choice, title) for choice, title in about.get("choices", {}).items()),
+        ("changed by", "mailvanectl edit %s %s=…" % (about["page"], name)),
+        *(("only with", "%s %s" % pair) for pair in about.get("needs", {}).items()),
+        ("restarts", " ".join(about["restarts"])),
+        ("since", about["since"]),
+    ]
+    lines = ["%s: %s" % (name, about["title"]), "", about["help"], ""]
+    lines += ["  %-12s %s" % fact for fact in facts]
+    return "\n".join(lines + ["", about["warning"]] if "warning" in about else lines)
 
 
 def about_action(action: Action) -> str:

@@ -1,5 +1,6 @@
 """What commands share, and the table of subcommands."""
 import importlib
+import json
 from collections.abc import Iterable
 from types import ModuleType
 
@@ -10,7 +11,7 @@ from mailvane.common.requests import Requests
 # For each name: its module, its arguments, its summary.
 SUBCOMMANDS = {
     "help": ("mailvane.ctl.helping", "[NAME]",
-             "lists the actions, or says what an action or a subcommand takes"),
+             "lists the actions, or tells about an action, a subcommand or a setting"),
     "edit": ("mailvane.ctl.edit", "PAGE name=value…",
              "changes single members of a page"),
     "upload": ("mailvane.ctl.upload", "FILE",
@@ -57,14 +58,20 @@ class Session(Requests):
         self.output = output
         self.values: dict[str, str] = {}  # of options that take one, by their names
         self._version = target + "/share/mailvane/version"
+        self._settings = target + "/share/mailvane/settings.json"
 
-    def action(self, name: str) -> Action:
-        """The action of this name; Usage, with similar names, when there is none."""
+    def action(self, name: str, more: Iterable[str] = ()) -> Action:
+        """The action of this name; Usage, with similar names, also of `more`, when there is none."""
         known = [*self.reference.names(), *SUBCOMMANDS]
         if name not in known:
             raise Usage("no action or subcommand %s%s; `mailvanectl help` lists them" % (
-                name, did_you_mean(name, known)))
+                name, did_you_mean(name, [*known, *more])))
         return self.reference.action(name)
+
+    def settings(self) -> dict[str, dict]:
+        """What there is to say about each setting, by its name."""
+        with open(self._settings, encoding="ascii") as file:
+            return json.load(file)
 
     def version(self) -> str:
         """The version of the package; empty when unknown."""
