@@ -221,7 +221,7 @@ TEST(CrossSite, TellsOwnPagesFromForeignOnes)
         {"mail.lan", none, "http://mail.lan:8080", none, kForeign, kForeign},
         {"mail.lan:8080", none, "http://mail.lan", none, kForeign, kForeign},
         {"[::1]:8080", none, none, "http://[::1]:8080/ui?x#y", kPass, kPass},
-        {"[::1]", none, "http://[::1]", none, kPass, kPass},
+        {"[::1]:80", none, "http://[::1]", none, kPass, kPass},
         {"mail.lan", none, "null", none, kForeign, kForeign},
         {"mail.lan", none, "", none, kForeign, kForeign},
         {"mail.lan", none, "https://mail.lan.evil", none, kForeign, kForeign},
