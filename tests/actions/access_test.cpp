@@ -17,11 +17,12 @@ TEST_F(AccessLists, ArePagedBySearchAndCountedFirst)
                                     "Access::~Access"}));
     NextCase();
 
-    world.Return("Access::getTotalAccessNum {start -3 limit 7 search name k}", 9);
-    EXPECT_EQ(Read("load_access",
-                   {{"start", "-3"}, {"limit", "7x"}, {"search_type", "name"}, {"search_key", "k"}})
-                  .output,
-              Answer(R"({"success": true, "total": 9, "items": []})"));
+    world.Return("Access::getTotalAccessNum {start -10 limit 7 search name k}", 9);
+    EXPECT_EQ(
+        Read("load_access",
+             {{"start", "-010"}, {"limit", "7x"}, {"search_type", "name"}, {"search_key", "k"}})
+            .output,
+        Answer(R"({"success": true, "total": 9, "items": []})"));
 }
 
 TEST_F(AccessLists, AnEditIsADeletionAndAnAddition)
@@ -32,6 +33,9 @@ TEST_F(AccessLists, AnEditIsADeletionAndAnAddition)
     EXPECT_EQ(Write("edit_access", access).output, Answer(kSuccess));
     EXPECT_EQ(world.Calls(), Lines({"Access::getInstance", "Access::deleteAccess [o 0 1 2]",
                                     "Access::addAccess 2 3 n 2"}));
+    const char* listed = R"({"deleteList": [{"name": "o", "type": 1, "nameType": 2}]})";
+    EXPECT_EQ(Write("delete_access", listed).output, Answer(kSuccess));
+    EXPECT_TRUE(world.LastCallIs("Access::deleteAccess [o 0 1 2]")) << world.Calls();
 }
 
 TEST_F(AccessLists, TheFirstFailureEndsAnAction)
@@ -57,6 +61,7 @@ TEST_F(AccessLists, DownloadsAreNamedByTheirList)
              {"0", "sender_access"}, {"1", "recipient_access"}, {"7", "client_access"}}) {
         EXPECT_EQ(Read("export_access", {{"accessType", type}}).output, Download(name, "a OK\nb"));
     }
+    EXPECT_EQ(Read("export_access").output, Download("sender_access", "a OK\nb"));
     NextCase();
 
     LeadNowhere("Access::exportAccess");

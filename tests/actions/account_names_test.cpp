@@ -32,6 +32,7 @@ TEST_F(AccountNames, AreThoseOfTheSource)
         EXPECT_EQ(AccountLoginName("bob"), want);
     }
     world.postfix.Set(ParseJson(R"({"account_type": "ldap"})"));
+    EXPECT_EQ(AccountLoginName("b@c"), "b@c@s.example");
     world.Fail("Postfix::LoadSettings");
     EXPECT_EQ(AccountLoginName("bob"), "bob");
 }

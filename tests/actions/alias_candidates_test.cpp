@@ -109,6 +109,8 @@ TEST_F(Candidates, CarryTheStatusOfTheirAccounts)
         {[](Account&) {}, "new 1, 4 and 0", "staff 1, 1 and 0"},
         {[](Account& user) { user.expired = true; }, "new 2, 4 and 0", "staff 4, 1 and 0"},
         {[](Account& user) { user.ownName = "a b"; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
+        {[](Account& user) { user.ownName = "a b", user.expired = true; }, "new 3, 4 and 0",
+         "staff 4, 1 and 0"},
         {[](Account& user) { user.ownName = "\x80"; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
         {[](Account& user) { user.hasOwnName = false; }, "new 3, 4 and 0", "staff 4, 1 and 0"},
     };
@@ -137,6 +139,12 @@ TEST_F(Candidates, OfUnknownStatusAreListedAllTheSame)
     EXPECT_EQ(Listed(groups), "staff -1, 2 and 0");
     world.ExpectLog("fail to get member list");
     NextCase();
+
+    world.Fail("HALDUserCheckExpired");
+    EXPECT_EQ(Listed({{"limit", "1"}}), "alice 1, 3 and 0");
+    world.Fail("HLIBCSzListPush alice", 2);
+    EXPECT_EQ(Listed({{"limit", "1"}}), "bob 1, 2 and 0") << "what cannot be listed is no match";
+    world.ExpectLog("HLIBCSzListPush failed");
 }
 
 TEST_F(Candidates, FailWithoutAMessage)

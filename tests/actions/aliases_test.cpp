@@ -70,6 +70,9 @@ TEST_F(Aliases, ThatCannotBeComparedDoNotMatch)
     world.Fail("HLIBCUnicodeUTF8StrUpper sales");
     EXPECT_EQ(Listed({{"query", "e"}, {"limit", "9"}}), "sales Team empty of 3") << "by a member";
     world.ExpectLog("HLIBCUnicodeUTF8StrUpper failed, szStr=sales.");
+    EXPECT_EQ(Listed({{"limit", "9"}}), "sales Team empty of 3") << "nothing is compared";
+    world.aliases = {{"stra\xc3\x9f", {}}};
+    EXPECT_EQ(Listed({{"query", "STRA\xe1\xba\x9e"}}), "of 1") << "longer in upper case";
 }
 
 TEST_F(Aliases, ThatCannotBeReadOrChangedStayAsTheyAre)
@@ -124,6 +127,8 @@ TEST_F(Aliases, AreChangedAndSavedOnce)
          "Alias::delMember sales [bob 0]\n"},
         {R"({"aliasname": "sold", "orgalias": "sales", "member": []})",
          "Alias::changeAliasName sales sold\n"},
+        {R"({"aliasname": "team", "orgalias": "sales", "member": [{"name": "z", "is_join": true}]})",
+         "Alias::changeAliasName sales team\nAlias::addMember team [z 0]\n"},
         {R"({"aliasname": "gone", "orgalias": "none"})", "Alias::changeAliasName none gone\n"},
         {"{}", ""},
     };

@@ -51,7 +51,7 @@ TEST_F(BlindCopies, ATargetThatIsNobodyIsRefusedBeforeAnythingChanges)
 TEST_F(BlindCopies, DownloadsAreNamedByTheirList)
 {
     world.exportText = "a b\nc";
-    EXPECT_EQ(Read("export_bcc", {{"bccType", "0"}}).output, Download("sender_bcc", "a b\nc"));
+    EXPECT_EQ(Read("export_bcc").output, Download("sender_bcc", "a b\nc"));
     EXPECT_EQ(Read("export_bcc", {{"bccType", "5"}}).output, Download("recipient_bcc", "a b\nc"));
     NextCase();
 
@@ -71,7 +71,7 @@ TEST_F(BlindCopies, TheCopyOfAllMailIsRowZeroOfTheList)
         {{{"start", "50"}}, true, false, "{start 49 limit 50 search all \"\"}"},
         {{{"limit", "0"}}, true, true, "{start 0 limit -1 search all \"\"}"},
         {{{"start", "-1"}}, true, false, "{start -2 limit 50 search all \"\"}"},
-        {{{"search_key", "Ops@"}}, true, true, "{start 0 limit 49 search all Ops@}"},
+        {{{"search_key", "ps@"}}, true, true, "{start 0 limit 49 search all ps@}"},
         {{{"search_key", "ops@"}}, false, false, "{start 0 limit 50 search all ops@}"},
         {{{"search_type", "name"}}, true, true, "{start 0 limit 49 search name \"\"}"},
         {{{"search_type", "name"}, {"search_key", "Ops"}},

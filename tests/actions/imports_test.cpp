@@ -175,6 +175,12 @@ TEST_F(Uploads, AreImportedAsTheyWereStaged)
         if (*row.log != '\0') world.ExpectLog(row.log);
         NextCase();
     }
+    for (const auto& [list, last] : {std::pair{access, "importAccess 2"},
+                                     {copies, "GenerateBccMap"},
+                                     {blacks, "importBlackWhite 1"}}) {
+        const std::string calls = Import(list);
+        EXPECT_NE(calls.find(last, calls.rfind("::")), std::string::npos) << calls;
+    }
     EXPECT_EQ(Import({{"import_type", "Alias"}}) + Import({{"name_type", "1"}}), "");
 
     // Whether the move or the switch succeeds makes no difference; without the filter nothing is

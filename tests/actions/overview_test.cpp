@@ -78,6 +78,7 @@ TEST_F(Overview, NeedsTheHomesOfTheUsers)
         world.keyValueFiles.clear();
         EXPECT_EQ(Read("overview_load", {{"type", type}}).output,
                   Refusal("warning", "err_enable_homes"));
+        EXPECT_FALSE(world.HasCalled("MailLog::MailLog"));
     }
 }
 

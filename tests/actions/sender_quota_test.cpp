@@ -44,6 +44,14 @@ TEST_F(SenderQuotas, WithTheRateLimitOnTheCounterIsRestartedToo)
         world.LastCallIs("HLIBCExec /var/packages/Mailvane/target/scripts/memcached.sh restart"));
 }
 
+TEST_F(SenderQuotas, AreStoredByTheTypedNameOfAnAccountOfTheSource)
+{
+    world.postfix.Set(ParseJson(R"({"account_type": "win", "win_domain_short_name": "C"})"));
+    world.users.front().name = "C\\ann";
+    EXPECT_EQ(Write("set_sender_quota", kQuotaOfAnn).output, Answer(kSuccess));
+    EXPECT_TRUE(world.HasCalled(kSetAnn));
+}
+
 TEST_F(SenderQuotas, AreDeletedTogether)
 {
     EXPECT_EQ(Write("delete_sender_quota", R"({"delete_list": ["ann", "b"]})").output,

@@ -117,7 +117,7 @@ TEST_F(SaveSmtp, PlansTheStepsOfEachChangeInOrder)
         {"{}", R"({"smtp_enabled": false})", "postfix service:stop"},
         {R"({"smtp_enabled": false})", R"({"smtp_enabled": true})", "postfix service:start"},
         {R"({"smtp_enabled": false})", "{}", restart},
-        {"{}", R"({"account_type": "ldap"})", account + restart},
+        {R"({"enable_dkim": true})", R"({"account_type": "ldap"})", account + restart},
         {"{}", R"({"acc_domain_name": "Example.com"})", account + restart},
         {"{}", R"({"acc_domain_name": "example.comx"})", account + restart},
         // the same bytes, split elsewhere

@@ -45,6 +45,7 @@ class Words(unittest.TestCase):
              {"start": 5, "searchParams": '{"mail_status": 2}'}),
             ("save_smtp", ["smtp_enabled=maybe"], None),
             ("save_smtp", ["smtp_port=25x"], None),
+            ("save_smtp", ["smtp_port=2147483647"], {"smtp_port": 2147483647}),
             ("save_smtp", ["smtp_port=2147483648"], None),
             ("save_smtp", ["smtp_port=25", "smtp_port=26"], None),
             ("save_smtp", ["smtp_prot=25"], None),

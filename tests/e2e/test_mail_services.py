@@ -202,6 +202,15 @@ class Relay(Pages):
             self.send_out("from the first byte")
             self.assertTrue(self.relayed("from the first byte"))
 
+    def test_a_wrong_login_loses_no_mail(self):
+        self.change("save_relay", **{**self.page, "smtp_relay_password": "wrong"})
+        self.send_out("wrong login")
+        reason = harness.wait_for(lambda: self.delay("wrong.login"), "the reason")
+        self.assertIn("535 5.7.8 wrong login", reason)
+        self.change("save_relay", **self.page)
+        harness.run(*QUEUE, "-f")
+        self.assertTrue(self.relayed("wrong login"))
+
     def test_a_host_without_tls(self):
         self.host.offers_tls = False
         self.change("save_relay", **self.page)

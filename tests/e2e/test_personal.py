@@ -259,6 +259,12 @@ class Report(harness.Story):
         self.assertEqual(self.send_report("--due"), 0, "only once")
         self.assertEqual(len(self.reports()), before + 1)
 
+        self.store(enable_report=False)
+        write(STATE, 'done_until="0"\n')
+        log = SystemLog()
+        self.assertEqual(self.send_report("--due"), 0)
+        self.assertNotIn("report: sent", "\n".join(log.lines()))
+
     def test_the_process_that_speaks_to_the_server_has_a_user_of_its_own(self):
         with socket.create_server(("127.0.0.1", 0)) as server:
             server.settimeout(harness.PATIENCE)

@@ -10,7 +10,6 @@ import harness
 from harness import ETC, PAGE, TARGET, banner, load, save, settings
 from machine import failing
 
-CURRENT = ETC + "/generated/current"
 PENDING = ETC + "/generated/pending"
 
 
@@ -67,17 +66,6 @@ class Killed(harness.Story):
         self.assertTrue(banner().startswith("220 %s " % stored), (banner(), stored))
         self.assertFalse(os.path.exists(PENDING))
         return stored
-
-    def test_the_next_save_finishes_what_was_left(self):
-        process = harness.start_save(smtp_hostname="killed.example.test")
-        harness.wait_for(lambda: os.path.exists(PENDING), "the mark")
-        self.kill(process, with_children=True)
-        self.assert_saved(smtp_hostname="next.example.test")
-        self.assertFalse(os.path.exists(PENDING))
-        self.assertTrue(banner().startswith("220 next.example.test "))
-        kept = [name for name in os.listdir(ETC + "/generated") if name.startswith("gen-")]
-        self.assertIn(os.readlink(CURRENT), kept)
-        self.assertLessEqual(len(kept), 5)
 
 
 class Parallel(harness.Story):

@@ -20,6 +20,7 @@ LISTS = "packaging/lib/machine.sh"
 # Where a source lies, the first that fits, and the lists that are installed for it.
 PLACES = (
     (".ci/", "build test world lint"),
+    ("tests/mutants/", "build test world lint"),
     ("tests/package/", "build test world package machine"),
     ("tests/fuzz/", "build test fuzz"),
     ("tests/", "build test world"),

@@ -86,13 +86,12 @@ int HLIBCFileCheckKeyValue(const char* file, const char* key, const char* value,
 
 int HLIBCErrGet() { return Given(TheWorld().lastError, "HLIBCErrGet"); }
 
-/// Knows ASCII and the Latin letters that UTF-8 starts with the byte C3.
+/// Knows ASCII and the Latin letters that UTF-8 starts with the byte C3; sharp s becomes longer.
 int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targetSize)
 {
     const std::string text = source;
     const int result = Detail("HLIBCUnicodeUTF8StrUpper", text);
     if (result < 0) return result;
-    if (text.size() >= targetSize) return -1;
 
     std::string upper = text;
     for (std::size_t i = 0; i < upper.size(); ++i) {
@@ -100,6 +99,11 @@ int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targe
         const bool latin = i > 0 && upper[i - 1] == '\xc3' && byte >= 0xa0 && byte != 0xb7;
         if (latin || (byte >= 'a' && byte <= 'z')) upper[i] = static_cast<char>(byte - 0x20);
     }
+    for (std::size_t at; (at = upper.find("\xc3\x9f")) != std::string::npos;) {
+        upper.replace(at, 2, "\xe1\xba\x9e");
+    }
+    if (upper.size() >= targetSize) return -1;
+
     CopyText(upper, target, static_cast<int>(targetSize));
     return result;
 }

@@ -21,4 +21,13 @@ TEST_F(ServiceControl, RegeneratesTheMapsInOrderAndStopsAtTheFirstFailure)
         world.ExpectLog(message);
         NextCase();
     }
+    for (const auto& [step, message] : steps) world.Return(step, 1);
+    EXPECT_EQ(RegenerateMapFiles("restart"), 0) << "only negative results are failures";
+}
+
+TEST_F(ServiceControl, MovesNothingThatHasNoName)
+{
+    EXPECT_LT(MoveFile("", "/tmp/x"), 0);
+    EXPECT_LT(MoveFile("/tmp/x", ""), 0);
+    EXPECT_EQ(world.Calls(), "");
 }

@@ -1,5 +1,6 @@
 // Files and directories: whole-file replacement, links, distrust in shared directories.
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,16 @@
 
 namespace fs = std::filesystem;
 using host::Path;
+
+/// In the place of the library's: a disk of which root may fill more than others.
+extern "C" int statvfs(const char* /*path*/, struct statvfs* disk) noexcept
+{
+    *disk = {};
+    disk->f_frsize = 4096;
+    disk->f_bavail = 5;
+    disk->f_bfree = 9;
+    return 0;
+}
 
 namespace {
 
@@ -29,6 +40,12 @@ protected:
         return host::ReadFile(Path(path), bytes) ? bytes : "errno " + std::to_string(errno);
     }
 };
+
+TEST(FreeSpace, IsWhatIsLeftToThoseWhoAreNotRoot)
+{
+    EXPECT_EQ(5 * 4096, HLIBGetFsFreeSize("/"));
+    EXPECT_LT(HLIBGetFsFreeSize(nullptr), 0);
+}
 
 TEST_F(Files, AreReplacedWholeWithTheWantedModeWhateverTheUmask)
 {

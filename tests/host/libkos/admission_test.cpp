@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 
+#include "host/libkos/audit_line.h"
+#include "host/libkos/caller_check.h"
 #include "host/libkos/cross_site.h"
 #include "tests/host/libkos/request.h"
 
@@ -70,6 +72,8 @@ TEST_F(Admission, RefusesWithAWholeAnswerAndRunsNothing)
         {"413 too_large", With(Sends(kMultipart, ""), {{"CONTENT_LENGTH", "67108865"}}), ""},
         {"415 unsupported_type", Sends("text/plain", json), json},
         {"400 bad_request", Sends("multipart/form-data", json), json},
+        {"400 bad_request", Sends("multipart/form-data; boundary=" + std::string(71, 'b'), json),
+         json},
     };
     for (const auto& [want, environment, body] : cases) {
         SCOPED_TRACE(want);
@@ -133,6 +137,22 @@ TEST_F(Admission, LetsAdministratorsIn)
         EXPECT_EQ("", answer.StatusLine()) << log;
         EXPECT_EQ(log, answer.log);
     }
+}
+
+TEST(Caller, IsExpiredFromTheDayOnThatTheAccountNames)
+{
+    const kos::CallerGroup administrators{900, {"alice"}};
+    EXPECT_EQ(kos::Caller::kAdministrator,
+              kos::JudgeCaller({"alice", 100, 20000}, administrators, 19999));
+    EXPECT_EQ(kos::Caller::kExpired,
+              kos::JudgeCaller({"alice", 100, 20000}, administrators, 20000));
+}
+
+TEST(AuditLine, TellsAFailureWithoutAMessage)
+{
+    Json::Value answer;
+    answer["success"] = false;
+    EXPECT_EQ("failed", kos::ResultOf(answer));
 }
 
 TEST_F(Admission, FollowsTheConfiguredGroupAndSource)
@@ -201,7 +221,7 @@ TEST(CrossSite, TellsOwnPagesFromForeignOnes)
         {"mail.lan", none, "http://mail.lan:8080", none, kForeign, kForeign},
         {"mail.lan:8080", none, "http://mail.lan", none, kForeign, kForeign},
         {"[::1]:8080", none, none, "http://[::1]:8080/ui?x#y", kPass, kPass},
-        {"[::1]", none, "http://[::1]", none, kPass, kPass},
+        {"[::1]:80", none, "http://[::1]", none, kPass, kPass},
         {"mail.lan", none, "null", none, kForeign, kForeign},
         {"mail.lan", none, "", none, kForeign, kForeign},
         {"mail.lan", none, "https://mail.lan.evil", none, kForeign, kForeign},

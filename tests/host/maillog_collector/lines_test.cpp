@@ -48,6 +48,7 @@ TEST(LogClock, YearAndZone)
     EXPECT_EQ(kNow + 5, clock.Seconds("Jan  1 00:00:05"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59.123456+02:30"));
     EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T06:46:59+0230"));
+    EXPECT_EQ(1795234619, clock.Seconds("2026-11-21T01:46:59-02:30"));
     for (const char* stamp : {"", "Nux 21 04:16:18", "Nov 21 04-16-18", "2026-11-21T04:16:59"})
         EXPECT_EQ(-1, clock.Seconds(stamp)) << stamp;
 }

@@ -162,79 +162,29 @@ TEST_F(CollectorRuns, EveryKindOfRealLine)
               Ask("SELECT message_id FROM entry WHERE queue_id = '4jWf6n6hMgzm4H3'"));
 }
 
+// The file has headings, lines as they come, and after "> " the rows that they leave.
 TEST_F(CollectorRuns, RowsOfAFewLines)
 {
-    const std::string queued =
-        "qmgr[1]: 4jWf5tbbbbz77: from=<a@x.test>, size=9, nrcpt=1 (queue active)";
-    const std::string to = "[1]: 4jWf5tbbbbz77: to=<b@y.test>, relay=r, delay=0, status=";
-    const std::string refused = ": 554 5.7.1 no; from=<a@x.test> to=<b@mv.test> proto=SMTP helo=<";
-    const std::string forged = "\"; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<\"@x.test";
-    const std::string row = "a@x.test|b@y.test|";
-    const struct {
-        const char* what;
-        std::vector<std::string> lines;
-        std::string rows;  ///< sender, recipient, status, what it counts as
-    } tables[] = {
-        {"deferred, then bounced",
-         {queued, "smtp" + to + "deferred (x)", "smtp" + to + "bounced (x)"},
-         row + "2|2\n"},
-        {"bounced softly", {queued, "smtp" + to + "SOFTBOUNCE (x)"}, row + "3|-1\n"},
-        {"a probe",
-         {queued, "smtp" + to + "deliverable (x)", "qmgr[1]: 4jWf5tbbbbz77: removed"},
-         ""},
-        {"put into the queue again, for another recipient by now",
-         {queued, "smtp" + to + "deferred (x)",
-          "pickup[1]: 4jWf6cccccz77: uid=0 from=<a@x.test> orig_id=4jWf5tbbbbz77",
-          "smtp[1]: 4jWf6cccccz77: to=<c@y.test>, orig_to=<b@y.test>, relay=r, status=sent (ok)",
-          "qmgr[1]: 4jWf6cccccz77: removed"},
-         row + "3|1\na@x.test|c@y.test|3|0\n"},
-        {"thrown away for its recipient",
-         {queued,
-          "discard[1]: 4jWf5tbbbbz77: to=<discarded@discarded.invalid>, "
-          "orig_to=<b@y.test>, relay=none, delay=0, status=sent (x)"},
-         row + "1|1\n"},
-        {"thrown away for its sender",
-         {"smtpd[1]: NOQUEUE: discard: RCPT from x[203.0.113.9]: <a@x.test>: Sender address "
-          "triggers "
-          "DISCARD action; from=<a@x.test> to=<b@mv.test> proto=ESMTP helo=<x>"},
-         "a@x.test|b@mv.test|1|1\n"},
-        {"thrown away by a milter",
-         {queued,
-          "cleanup[1]: 4jWf5tbbbbz77: milter-discard: END-OF-MESSAGE from x[203.0.113.9]: x; "
-          "from=<a@x.test> to=<b@y.test> proto=ESMTP helo=<x>"},
-         row + "1|1\n"},
-        {"refused with no message",
-         {"smtpd[1]: NOQUEUE: reject: VRFY from x[203.0.113.9]: 550 no; to=<bob> proto=SMTP "
-          "helo=<x>",
-          "smtpd[1]: NOQUEUE: milter-reject: CONNECT from x[203.0.113.9]: 451 no; proto=SMTP",
-          "postscreen[1]: NOQUEUE: reject: CONNECT from [203.0.113.9]:25: all ports busy"},
-         ""},
-        {"refused before the door",
-         {"postscreen[1]: NOQUEUE: reject: RCPT from [203.0.113.9]:25: 550 5.7.1 no; client [x] "
-          "blocked; from=<a@x.test>, to=<b@mv.test>, proto=ESMTP, helo=<x>"},
-         "a@x.test|b@mv.test|2|2\n"},
-        {"a sender that looks like another",
-         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]: 550 5.1.1 <" + forged +
-          ">: no; from=<" + forged + "> to=<b@mv.test> proto=SMTP helo=<x>"},
-         "\"; from=?x@f.test? to=?y@f.test? proto=SMTP helo=?\"@x.test|b@mv.test|2|2\n"},
-        {"a greeting that looks like an envelope",
-         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused +
-          "h>; from=<x@f.test> to=<y@f.test> proto=SMTP helo=<h>"},
-         "||2|2\n"},
-        {"a friendly one",
-         {"smtpd[1]: NOQUEUE: reject: RCPT from x[203.0.113.9]" + refused + "h>"},
-         "a@x.test|b@mv.test|2|2\n"},
-    };
-    for (const auto& table : tables) {
-        StartAnew();
-        for (const std::string& line : table.lines) {
+    std::ifstream cases(MAILVANE_FEW_LINES);
+    std::string what, rows;
+    for (std::string line; std::getline(cases, line);) {
+        const std::string begin = line.substr(0, 2);
+        if (begin == "# ") {
+            StartAnew();
+            what = line;
+            rows.clear();
+        } else if (begin == "> ") {
+            rows += line.substr(2) + "\n";
+        } else if (!line.empty()) {
             Append(Line(line));
-            Collect();
+            if (line.find("client=") == std::string::npos) Collect();
+        } else {
+            EXPECT_EQ(rows,
+                      Ask("SELECT mail_from, mail_to, status, counts_as FROM entry ORDER BY id"))
+                << what;
         }
-        EXPECT_EQ(table.rows,
-                  Ask("SELECT mail_from, mail_to, status, counts_as FROM entry ORDER BY id"))
-            << table.what;
     }
+    EXPECT_EQ("# the end", what);
 }
 
 TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
@@ -247,10 +197,11 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     Append(Message(1));
     EXPECT_EQ("1\n", takeIn());
 
-    Append(Message(2));
+    const std::size_t half = Message(2).find("lmtp");
+    Append(Message(2).substr(0, half));
     fs::rename(log, log + ".1");
-    Append(Message(3));
-    EXPECT_EQ("3\n", takeIn()) << "moved away while it is read";
+    Append(Message(2).substr(half) + Message(3));
+    EXPECT_EQ("3\n", takeIn()) << "moved away during a delivery";
 
     Append(Message(4));
     run.reset();
@@ -258,6 +209,8 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     Append(Message(5));
     fs::rename(log, log + ".1");
     Append(Message(6));
+    fs::last_write_time(log + ".2", fs::last_write_time(log) - std::chrono::minutes(2));
+    fs::last_write_time(log + ".1", fs::last_write_time(log) - std::chrono::minutes(1));
     run = std::make_unique<collector::Collector>();
     EXPECT_EQ("6\n", takeIn()) << "moved twice while nobody read it";
 
@@ -266,6 +219,9 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     EXPECT_EQ("6\n", takeIn());
     Append(Message(7).substr(20));
     EXPECT_EQ("7\n", takeIn()) << "cut off";
+    fs::resize_file(log, 0);
+    Append(Message(14) + Message(15) + Message(16));
+    EXPECT_EQ("10\n", takeIn()) << "cut off, and longer than before";
 
     run.reset();
     const auto packed = [this](const std::string& name) {
@@ -283,7 +239,7 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     packed(".3.gz");
     Append(Message(10));
     run = std::make_unique<collector::Collector>();
-    EXPECT_EQ("10\n", takeIn()) << "packed twice while nobody read it";
+    EXPECT_EQ("13\n", takeIn()) << "packed twice while nobody read it";
 
     run.reset();
     fs::remove(log);
@@ -291,12 +247,15 @@ TEST_F(CollectorRuns, RotationsAndTruncationsLoseNothing)
     fs::rename(log, log + ".0");
     Append(Message(12, "2026-11-22"));
     run = std::make_unique<collector::Collector>();
-    EXPECT_EQ("12\n", takeIn()) << "what was read last is gone, what came after it is not";
+    EXPECT_EQ("15\n", takeIn()) << "what was read last is gone, what came after it is not";
 
     fs::remove(log);
-    EXPECT_EQ("12\n", takeIn());
+    EXPECT_EQ("15\n", takeIn());
     Append(std::string(600000, 'x') + "\n" + std::string(3, '\0') + "\n" + Message(13));
-    EXPECT_EQ("13\n", takeIn()) << "a line without end in a new log";
+    EXPECT_EQ("16\n", takeIn()) << "a line without end in a new log";
+    Append(std::string(262144, 'x') +
+           Line("smtpd[1]: NOQUEUE: reject: RCPT from x[192.0.2.1]: 550"));
+    EXPECT_EQ("16\n", takeIn()) << "its end is no line of its own";
 }
 
 TEST_F(CollectorRuns, WhatWasClearedStaysAway)
@@ -348,7 +307,7 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
     const std::string id = "[1]: 4jWf5tbbbbz77: ";
     const std::string to = "to=<far@y.test>, relay=r, delay=0, status=";
     const std::string october = host::maillog::MailLogFolder() + "/2026-10.db";
-    Append(Message(1, "2026-10-30") +
+    Append(Message(0, "2026-08-01") + Message(1, "2026-10-30") +
            Line("qmgr" + id + "from=<a@x.test>, size=1, nrcpt=1 (queue active)", "2026-10-31") +
            Line("smtp" + id + to + "deferred (no)", "2026-10-31") + Message(2, "2026-11-01") +
            Line("smtp" + id + to + "sent (ok)", "2026-11-01"));
@@ -360,11 +319,11 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
     EXPECT_EQ("delete\n", Ask("PRAGMA journal_mode", october));
     EXPECT_EQ("far@y.test|3|0\nb@mv.test|1|1\n",
               Ask("SELECT mail_to, status, counts_as FROM entry ORDER BY date"));
-    EXPECT_EQ("2|1\n", Ask("SELECT sum(inbound), sum(outbound) FROM totals"));
+    EXPECT_EQ("3|1\n", Ask("SELECT sum(inbound), sum(outbound) FROM totals"));
     EXPECT_EQ("2\n", Ask("SELECT entries FROM tally"));
     EXPECT_FALSE(fs::exists(host::maillog::MailLogLivePath() + ".next"));
-    EXPECT_FALSE(fs::exists(host::maillog::MailLogFolder() + "/2008-01.db"));
-    EXPECT_TRUE(fs::exists(host::maillog::MailLogFolder() + "/2009-01.db"));
+    EXPECT_FALSE(fs::exists(host::maillog::MailLogFolder() + "/2009-01.db"));
+    EXPECT_TRUE(fs::exists(host::maillog::MailLogFolder() + "/2010-01.db"));
 }
 
 TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
@@ -372,9 +331,10 @@ TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
     Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]"));
     Collect();
     EXPECT_EQ("1\n", Ask("SELECT count(*) FROM message"));
-    Append(Message(1, "2026-11-22"));
+    Append(Line("qmgr[1]: 4jWf5tbbbbz78: from=<a@x.test>, size=1, nrcpt=1 (queue active)"));
+    Append(Message(1, "2026-11-28"));
     Collect();
-    EXPECT_EQ("0\n", Ask("SELECT count(*) FROM message"));
+    EXPECT_EQ("4jWf5tbbbbz78\n", Ask("SELECT queue_id FROM message")) << "one may wait for a week";
 }
 
 TEST_F(CollectorRuns, ADamagedDatabaseGivesWayToANewOne)

@@ -161,6 +161,8 @@ TEST_F(BlackWhiteLists, ANameStandsOnOneOfThem)
     EXPECT_EQ(2, Count());
     EXPECT_EQ(0, spam->deleteBlackWhiteList({black, {"other@x.test", 1, 0, 0}}));
     EXPECT_EQ(0, spam->addBlackWhite(white));
+    EXPECT_EQ(0, spam->deleteBlackWhite(black));
+    EXPECT_EQ(1, Count()) << "the white one stays";
 
     const BlackWhite refused[] = {{"a b@x.test", 1, TYPE_SENDER, NAME_ADDRESS},
                                   {"x.test\ny.test", 1, TYPE_SENDER, NAME_DOMAIN},

@@ -1,4 +1,5 @@
-// Access lists, rules of blind copies, sender quotas, attachment types, and the files made of them.
+// Access lists, rules of blind copies, sender quotas, attachment types, and the files made of them;
+// domains and blocklists.
 #include <algorithm>
 #include <memory>
 #include <tuple>
@@ -11,6 +12,7 @@
 #include "host/libmailvane/stores/sender_quota_table.h"
 #include "platform/mailvane/attachment_filter.h"
 #include "platform/mailvane/bcc.h"
+#include "platform/mailvane/postfix.h"
 #include "platform/mailvane/sender_quota.h"
 #include "tests/host/libmailvane/lists/machine.h"
 #include "tools/rate_policy/counters.h"
@@ -111,6 +113,7 @@ TEST(ListNames, AreStoredInOneSpelling)
         {NAME_DOMAIN, "2001:db8::1", "none"},
         {NAME_NETWORK, "10.1.2.3/12", "10.0.0.0/12"},
         {NAME_NETWORK, "10.0.0.0/0", "0.0.0.0/0"},
+        {NAME_NETWORK, "10.0.0.1/32", "10.0.0.1/32"},
         {NAME_NETWORK, "2001:DB8::1/33", "2001:db8::/33"},
         {NAME_NETWORK, "::ffff:10.1.2.3/112", "10.1.0.0/16"},
         {NAME_NETWORK, "[2001:db8::]/64", "none"},
@@ -150,6 +153,28 @@ TEST_F(Lists, AnAccessListSurvivesExportAndImport)
         EXPECT_EQ(-1, ImportAccess(TYPE_CLIENT, bad)) << bad;
     }
     EXPECT_EQ(5, access->getTotalAccessNum({}));
+}
+
+TEST_F(Lists, AreSearchedByTheFieldAskedForAndPaged)
+{
+    ASSERT_EQ(
+        0, ImportAccess(TYPE_SENDER, "b.example OK\nreject.example DISCARD\nz.example REJECT\n"));
+    const std::pair<Filter, const char*> rows[] = {
+        {{0, 9, "all", "reject"}, "reject.example z.example "},
+        {{0, 9, "name", "reject"}, "reject.example "},
+        {{0, 9, "status", "reject"}, "z.example "},
+        {{0, 9, "other", "reject"}, ""},
+        {{1, 1, "all", ""}, "reject.example "},
+        {{0, -1, "all", ""}, ""},
+    };
+    for (const auto& [filter, want] : rows) {
+        std::string names;
+        for (const AccessInfo& entry : access->getAllAccessList(filter)) names += entry.name + " ";
+        EXPECT_EQ(names, want) << filter.searchType;
+    }
+    (void)ImportBcc("ann copies\n");
+    EXPECT_EQ(1, BCC::getInstance()->getTotalBccNum({0, 9, "bcc_to", "copies"}));
+    EXPECT_EQ(0, BCC::getInstance()->getTotalBccNum({0, 9, "bcc_to", "ann"}));
 }
 
 TEST_F(Lists, TheNearestEntryComesFirstInTheMaps)
@@ -199,8 +224,10 @@ TEST_F(Lists, AQuotaIsFoundByTheLoginInAnySpelling)
     host::stores::ChangeQuotas(store, {{"Bob", 7}, {"bob", 4294967295U}, {"ann", 0}});
     EXPECT_EQ(FileOf(host::render::kQuotaList, host::generation::kQuotaFile),
               "0 ann\n4294967295 bob\n");
-    host::stores::ChangeQuotas(store, {{"BOB", std::nullopt}, {"nobody", std::nullopt}});
     std::list<SenderQuota::Setting> page;
+    EXPECT_EQ(2, SenderQuota::GetSettingList(page, 0, 1));
+    EXPECT_EQ(1U, page.size());
+    host::stores::ChangeQuotas(store, {{"BOB", std::nullopt}, {"nobody", std::nullopt}});
     EXPECT_EQ(1, SenderQuota::GetSettingList(page, 0, 1));
     for (const std::string bad : {"a\nb", "\xff", "", "@x"})
         EXPECT_EQ(-1, SenderQuota::Set(bad, 1));
@@ -229,6 +256,8 @@ TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
     };
     EXPECT_EQ(0, AttachmentFilter::Add({".EXE", "*.tar.gz", "exe"}));
     EXPECT_EQ(wanted(), (std::list<std::string>{"exe", "tar.gz"}));
+    std::list<std::string> found;
+    EXPECT_EQ(1, AttachmentFilter::GetList(found, "gz")) << "by any part";
     for (const char* bad : {"", ".", "a b", "a/", "$1", "a..b", "\xc3\xa9"}) {
         EXPECT_EQ(-1, AttachmentFilter::Add({"zip", bad})) << bad;
     }
@@ -237,6 +266,25 @@ TEST_F(Lists, AttachmentTypesAreTakenAllOrNone)
     // There is no mail server here that would take them.
     EXPECT_EQ(-1, AttachmentFilter::GenerateConfig());
     EXPECT_TRUE(host::stores::AttachmentTypes()->empty());
+}
+
+TEST(MailServerLists, HaveADomainOnceAndABlocklistOnceOfEachType)
+{
+    using Names = std::list<std::string>;
+    Postfix postfix;
+    for (const char* domain : {"A.example", "a.example", "b.example"}) {
+        EXPECT_EQ(0, postfix.AddDomain(domain));
+    }
+    EXPECT_EQ(postfix.GetAdditionDomain(), (Names{"a.example", "b.example"}));
+    EXPECT_EQ(0, postfix.DeleteDomain("B.example"));
+    EXPECT_EQ(postfix.GetAdditionDomain(), Names{"a.example"});
+
+    for (const char* type : {"rbl_client", "rhsbl_helo"}) {
+        EXPECT_EQ(0, postfix.AddDNSBL({"zone.example", type}));
+    }
+    EXPECT_EQ(0, postfix.DeleteDNSBL({"Zone.example", "rbl_client"}));
+    ASSERT_EQ(1U, postfix.GetDNSBLList().size());
+    EXPECT_EQ("rhsbl_helo", postfix.GetDNSBLList().front().type);
 }
 
 TEST_F(Lists, ImportsTellEachRefusedLineAndWhy)

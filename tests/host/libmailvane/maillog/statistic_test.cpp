@@ -96,6 +96,9 @@ TEST_F(Totals, FollowEveryChangeOfTheEntries)
         "UPDATE entry SET status = 0 WHERE queue_id = 'g'; DELETE FROM entry WHERE queue_id = 'd'; "
         "UPDATE entry SET size = 5, date = 1795269600 - 5400 WHERE queue_id = 'b'");
     EXPECT_EQ(counts(), "1/1/0 0/0/1 1/1/0 ");
+    ASSERT_EQ(Log().clear(), 0);
+    EXPECT_EQ(counts(), "0/0/0 0/0/0 0/0/0 ");
+    EXPECT_EQ(Log().getLogNum(LogFilter()), 0);
 }
 
 TEST_F(Totals, OfOddPeriodsNeverFailTheMachine)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/libmailvane/render/context.h"
+#include "host/libmailvane/render/dovecot.h"
 #include "host/libmailvane/render/postfix.h"
 #include "tests/host/machine.h"
 
@@ -57,10 +58,14 @@ TEST(RenderPostfix, EachSettingShowsInItsParameter)
         {"reject_invalid_helo", "yes", "smtpd_helo_restrictions", "reject_invalid_helo_hostname"},
         {"client_message_rate_limit", "8", "smtpd_client_message_rate_limit", "8"},
         {"recipient_limit", "9", "smtpd_recipient_limit", "9"},
+        {"max_user_connections", "7", "mail_max_userip_connections", "7"},
+        {"plaintext_auth", "yes", "disable_plaintext_auth", "no"},
     };
     for (const auto& row : rows) {
-        const std::string value =
-            Parameter(MainOf(With({{row.setting, row.value}})), row.parameter);
+        const StoredSettings settings = With({{row.setting, row.value}});
+        const std::string texts =
+            MainOf(settings) + host::render::RenderDovecot(settings, RenderContext());
+        const std::string value = Parameter(texts, row.parameter);
         EXPECT_NE(value.find(row.want), std::string::npos) << row.setting << ": " << value;
     }
 }
@@ -90,6 +95,9 @@ TEST(RenderPostfix, NoSettingsRelayForStrangers)
             const std::string master = host::render::RenderPostfixMaster(settings, RenderContext());
             const std::string rule = "smtpd_relay_restrictions=permit_sasl_authenticated,reject\n";
             EXPECT_NE(master.find(rule), master.rfind(rule)) << "of two ports: " << master;
+            const bool needsTls = plaintext == std::string("no");
+            EXPECT_EQ(master.find("smtpd_tls_security_level=encrypt") != std::string::npos,
+                      needsTls);
         }
     }
 }

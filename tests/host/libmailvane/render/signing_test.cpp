@@ -6,6 +6,7 @@
 #include <set>
 
 #include "host/libhaldcore/run_program.h"
+#include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/postfix.h"
@@ -152,6 +153,25 @@ TEST(Filters, StandInMainCfOnlyWhileTheirSwitchIsOn)
         for (const char* service : {"policyd-spf", "from-check", "rate-policy"}) {
             EXPECT_NE(master.find("\n" + std::string(service) + " unix "), std::string::npos);
         }
+    }
+}
+
+using FilterFiles = Machine;
+
+TEST_F(FilterFiles, HaveTheSelectorAndTheFailuresThatAreRefused)
+{
+    StoredSettings settings;
+    settings.Set("dkim_selector", "mine");
+    for (const bool soft : {false, true}) {
+        settings.Set("reject_spf_soft_fail", soft ? "yes" : "no");
+        host::generation::NextGeneration next;
+        host::render::PutFilterFiles(next, settings, {});
+        EXPECT_NE(Contents(next.directory() + "/opendkim/KeyTable").find("%:mine:"),
+                  std::string::npos);
+        EXPECT_NE(
+            Contents(next.directory() + "/spf/policyd-spf.conf")
+                .find(soft ? "\nMail_From_reject = Softfail\n" : "\nMail_From_reject = Fail\n"),
+            std::string::npos);
     }
 }
 

@@ -25,6 +25,7 @@
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/transaction.h"
+#include "host/libmailvane/stores/account_data.h"
 #include "platform/mailvane/alias.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -241,6 +242,49 @@ TEST_F(SaveTransaction, TakesTheSaveBackWhenAStepFails)
     EXPECT_LT(Rename("new.example", {{"postfix", &Postfix::Service, "start"}}), 0);
     EXPECT_EQ(Everything(), before);
     EXPECT_EQ(Calls(), "postfix start\npostfix restart\ndovecot restart\n");
+}
+
+TEST_F(SaveTransaction, AScannerThatDoesNotComeUpIsSwitchedOffAgain)
+{
+    const auto before = Everything();
+    WriteFile("/tmp/fail", "");
+    EXPECT_LT(InRequest([] {
+                  MailScanner scanner;
+                  EXPECT_EQ(scanner.LoadSettings(), 0);
+                  scanner.Set("spam_enable", Value<bool>(true));
+                  return scanner.SaveSettings({});
+              }),
+              0);
+    EXPECT_EQ(Everything(), before);
+    EXPECT_EQ(Calls().find("mailscanner restart\n"), 0U);
+}
+
+TEST_F(SaveTransaction, MakesAGenerationOfWhatChangesAndLinksTheRest)
+{
+    const auto inode = [](const char* file) {
+        struct stat info {};
+        EXPECT_EQ(stat((kPackage / "etc/generated/current" / file).c_str(), &info), 0);
+        return info.st_ino;
+    };
+    const std::string before = host::generation::CurrentGeneration();
+    const ino_t changed = inode("postfix/main.cf"), kept = inode("dovecot/dovecot.conf");
+    EXPECT_EQ(SaveIn([](Postfix&) {}), 0);
+    EXPECT_EQ(host::generation::CurrentGeneration(), before);
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_NE(host::generation::CurrentGeneration(), before);
+    EXPECT_NE(inode("postfix/main.cf"), changed);
+    EXPECT_EQ(inode("dovecot/dovecot.conf"), kept);
+}
+
+TEST_F(SaveTransaction, WhatASwitchHasParkedForItIsNotNeededAfterwards)
+{
+    const Callback parks{"parks",
+                         [](const std::string&) {
+                             return host::Status(host::stores::ParkAlwaysBcc({"local", ""}, "a@b"));
+                         },
+                         ""};
+    EXPECT_EQ(RequireHelo({parks}), 0);
+    EXPECT_EQ(host::stores::ParkedAlwaysBcc({"local", ""}), std::nullopt);
 }
 
 TEST_F(SaveTransaction, RunsNoStepAfterOneThatFailsAndNeverRepeatsOneThatIsNoService)
@@ -538,7 +582,7 @@ TEST_F(SaveTransaction, ARuleAndTheCopyOfAllMailAreDeletedTogetherOrNotAtAll)
     };
     const auto remove = [&] {
         return change([](BCC& copies) {
-            return copies.deleteBCC({{"ann", "bob", BCC_SENDER}, {"", "carol", BCC_ALWAYS}});
+            return copies.deleteBCC({{"Ann", "bob", BCC_SENDER}, {"", "carol", BCC_ALWAYS}});
         });
     };
     ASSERT_EQ(change([](BCC& copies) { return copies.addBCC(BCC_SENDER, "ann", "bob"); }), 0);
