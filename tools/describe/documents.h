@@ -30,4 +30,7 @@ std::string Yaml();
 /// The English texts of the settings for the catalogue.
 std::string Texts();
 
+/// The key of a choice's title there.
+std::string ChoiceKey(const char* setting, const char* value);
+
 }  // namespace describe

@@ -39,7 +39,8 @@ std::string Choices(const Value& value)
 {
     std::string text;
     for (std::size_t number = 0; number < value.choiceCount; ++number) {
-        text += (number == 0 ? "" : ", ") + Code(value.choices[number].value);
+        if (number > 0) text += ", ";
+        text += Code(value.choices[number].value);
     }
     return text;
 }

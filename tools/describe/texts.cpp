@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/libmailvane/settings/settings_rows.h"
 #include "tools/describe/documents.h"
@@ -39,6 +40,11 @@ private:
 
 }  // namespace
 
+std::string ChoiceKey(const char* setting, const char* value)
+{
+    return std::string(setting) + "." + value;
+}
+
 std::string Texts()
 {
     Section groups("groups");
@@ -48,7 +54,7 @@ std::string Texts()
     Section warnings("warnings");
     Section choices("choices");
     host::settings::ForEachRow([&](const SettingRow& row) {
-        const std::string name = row.name.text;
+        const std::string_view name = row.name.text;
         groups.Add(row.place.group, row.place.title.text);
         units.Add(row.value.unit.name, row.value.unit.title);
         titles.Add(name, row.title.text);
@@ -56,7 +62,7 @@ std::string Texts()
         warnings.Add(name, row.warning.text);
         for (std::size_t number = 0; number < row.value.choiceCount; ++number) {
             const host::settings::Choice& choice = row.value.choices[number];
-            choices.Add(name + "." + choice.value, choice.title.text);
+            choices.Add(ChoiceKey(row.name.text, choice.value), choice.title.text);
         }
     });
     std::string text = kHead;

@@ -57,18 +57,24 @@ std::string Line(const std::string& key, std::string_view value)
     return "      " + key + ": " + std::string(value) + "\n";
 }
 
+std::string ChoiceLines(const char* setting, const host::settings::Choice& choice)
+{
+    return std::string("        - value: ") + choice.value +
+           "\n          title: " + Quoted(choice.title.text) +
+           "\n          text: settings/choices/" + ChoiceKey(setting, choice.value) + "\n";
+}
+
 std::string Choices(const SettingRow& row)
 {
     std::string values;
-    std::string titled = "      x-choices:\n";
+    std::string titled;
     for (std::size_t number = 0; number < row.value.choiceCount; ++number) {
-        const std::string value = row.value.choices[number].value;
-        values += (number == 0 ? "" : ", ") + value;
-        titled += "        - value: " + value +
-                  "\n          title: " + Quoted(row.value.choices[number].title.text) +
-                  "\n          text: settings/choices/" + row.name.text + "." + value + "\n";
+        const host::settings::Choice& choice = row.value.choices[number];
+        if (number > 0) values += ", ";
+        values += choice.value;
+        titled += ChoiceLines(row.name.text, choice);
     }
-    return Line("enum", "[" + values + "]") + titled;
+    return Line("enum", "[" + values + "]") + "      x-choices:\n" + titled;
 }
 
 std::string Limits(const SettingRow& row)

@@ -87,13 +87,13 @@ protected:
             host::render::PutSettingsFiles(next, changed);
             for (const Daemon& daemon : host::daemons::kDaemons) {
                 if (Concerns(daemon, row, next)) {
-                    concerned_[row.name.text].emplace(daemon.service);
+                    concerned[row.name.text].emplace(daemon.service);
                 }
             }
         });
     }
 
-    std::map<std::string, std::set<std::string>> concerned_;
+    std::map<std::string, std::set<std::string>> concerned;
 };
 
 TEST_F(Restarts, AreThoseOfTheServicesThatASettingConcerns)
@@ -102,7 +102,7 @@ TEST_F(Restarts, AreThoseOfTheServicesThatASettingConcerns)
     AddConcerned(StoredSettings());
     host::settings::ForEachRow([this](const SettingRow& row) {
         std::set<std::string> wanted = ByPlan(row.name.text);
-        wanted.merge(concerned_[row.name.text]);
+        wanted.merge(concerned[row.name.text]);
         std::set<std::string> stated;
         std::string_view words = row.restarts.services;
         while (!words.empty()) stated.emplace(NextWord(words));
