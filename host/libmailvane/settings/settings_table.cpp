@@ -173,6 +173,26 @@ bool IsIntBetween(const std::string& text, int lowest, int highest)
     return error == std::errc() && rest == end && number >= lowest && number <= highest;
 }
 
+/// Whether a setting takes one of a few words only.
+bool HasChoices(const SettingInfo& setting)
+{
+    return setting.accepts == names::IsAccountType || setting.accepts == names::IsSpamAction ||
+           setting.accepts == names::IsVirusAction;
+}
+
+std::optional<ReasonCode> FaultOfText(const SettingInfo& setting, const std::string& text)
+{
+    if (text.size() > static_cast<std::string::size_type>(setting.highest)) {
+        return ReasonCode::kTooLong;
+    }
+    if (!names::IsPlainText(text)) return ReasonCode::kNotText;
+    if (text.size() < static_cast<std::string::size_type>(setting.lowest)) {
+        return ReasonCode::kEmpty;
+    }
+    if (setting.accepts(text)) return std::nullopt;
+    return HasChoices(setting) ? ReasonCode::kNoChoice : ReasonCode::kBadFormat;
+}
+
 }  // namespace
 
 const std::vector<SettingInfo>& AllSettings()
@@ -189,19 +209,20 @@ const SettingInfo* FindSetting(const std::string& name)
     return row == table.end() ? nullptr : &*row;
 }
 
+std::optional<ReasonCode> FaultOf(const SettingInfo& setting, const std::string& text)
+{
+    if (setting.type == SettingType::kText) return FaultOfText(setting, text);
+    if (setting.type == SettingType::kBool) {
+        return text == "yes" || text == "no" ? std::nullopt : std::optional(ReasonCode::kNoChoice);
+    }
+    return IsIntBetween(text, setting.lowest, setting.highest)
+               ? std::nullopt
+               : std::optional(ReasonCode::kOutOfRange);
+}
+
 bool SettingAccepts(const SettingInfo& setting, const std::string& text)
 {
-    switch (setting.type) {
-        case SettingType::kBool:
-            return text == "yes" || text == "no";
-        case SettingType::kInt:
-            return IsIntBetween(text, setting.lowest, setting.highest);
-        case SettingType::kText:
-            return text.size() >= static_cast<std::string::size_type>(setting.lowest) &&
-                   text.size() <= static_cast<std::string::size_type>(setting.highest) &&
-                   names::IsPlainText(text) && setting.accepts(text);
-    }
-    return false;
+    return !FaultOf(setting, text);
 }
 
 }  // namespace host::settings
