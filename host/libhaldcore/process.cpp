@@ -24,6 +24,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/noted_reasons.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
 
@@ -141,7 +142,10 @@ int HLIBCExec(const char* path, const char* arg1, const char* arg2, const char* 
 int HLIBCProcFork()
 {
     const pid_t pid = fork();
-    if (pid < 0) return host::FailWithErrno();
+    if (pid < 0) {
+        host::NoteReason(host::SystemReason("process", ""));
+        return host::FailWithErrno();
+    }
     if (pid == 0) BecomeBackground();
     return pid;
 }

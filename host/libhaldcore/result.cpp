@@ -1,9 +1,11 @@
 // Results of operations that can fail.
 #include "host/libhaldcore/result.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/noted_reasons.h"
 
 namespace host {
 namespace {
@@ -29,9 +31,18 @@ ReasonCode CodeOf(int error)
             return ReasonCode::kPortInUse;
         case ETIMEDOUT:
             return ReasonCode::kOutOfTime;
+        case ENOSPC:
+        case EDQUOT:
+            return ReasonCode::kNoSpace;
         default:
             return ReasonCode::kSystem;
     }
+}
+
+void LogLines(const Reason& reason)
+{
+    for (const Reason& cause : reason.causes) LogLines(cause);
+    if (!reason.text.empty()) Log(LOG_ERR, "%s", reason.text.c_str());
 }
 
 }  // namespace
@@ -42,21 +53,33 @@ Reason Reason::Prefixed(const std::string& beginning) &&
     return std::move(*this);
 }
 
-Reason Reason::Causing(std::string outer, std::string line) &&
+Reason Reason::Causing(Subject outer, std::string line) &&
 {
     const ReasonCode same = code;
     return {same, std::move(outer), std::move(line), {std::move(*this)}};
 }
 
-Reason SystemReason(const std::string& about, const std::string& text)
+bool Reason::IsTold() const
 {
-    return {CodeOf(errno), about, text + ": " + ErrnoText()};
+    return about.IsTold() || std::any_of(causes.begin(), causes.end(),
+                                         [](const Reason& cause) { return cause.IsTold(); });
+}
+
+Reason Reason::About(Subject subject) &&
+{
+    if (!IsTold()) about = std::move(subject);
+    return std::move(*this);
+}
+
+Reason SystemReason(Subject about, const std::string& text)
+{
+    return {CodeOf(errno), std::move(about), text + ": " + ErrnoText()};
 }
 
 void LogReason(const Reason& reason)
 {
-    for (const Reason& cause : reason.causes) LogReason(cause);
-    if (!reason.text.empty()) Log(LOG_ERR, "%s", reason.text.c_str());
+    LogLines(reason);
+    NoteReason(reason);
 }
 
 int Status(const Result<int>& result)

@@ -10,28 +10,16 @@
 #include <variant>
 #include <vector>
 
-namespace host {
+#include "host/libhaldcore/reason_code.h"
+#include "host/libhaldcore/subject.h"
 
-/// The kind of failure, as far as callers distinguish them.
-enum class ReasonCode {
-    kRefused,        ///< an invalid value
-    kTaken,          ///< a name or number that is in use already
-    kMissing,        ///< something that does not exist
-    kDamaged,        ///< something that exists with invalid content
-    kUnreadable,     ///< something that exists but cannot be read
-    kBusy,           ///< used by another process at the moment
-    kDaemonRefuses,  ///< a daemon rejects its files
-    kDaemonIsDown,   ///< a daemon does not start, or does not answer
-    kPortInUse,      ///< another program uses a port
-    kOutOfTime,      ///< took too long
-    kSystem          ///< a system call failed, for example because the disk is full
-};
+namespace host {
 
 /// Why an operation failed.
 struct Reason {
     ReasonCode code = ReasonCode::kSystem;
-    std::string about;  ///< name of a setting, list, line, daemon or file; never a secret
-    std::string text;   ///< the line for the log; empty when the causes say enough
+    Subject about;                    ///< never a secret
+    std::string text;                 ///< the line for the log; empty when the causes say enough
     std::vector<Reason> causes = {};  ///< what caused it, for example lines of an imported list
 
     /// The same reason with `beginning` put before its text.
@@ -39,11 +27,17 @@ struct Reason {
 
     /// A reason of the same code for something that failed because of this one, which becomes its
     /// cause.
-    Reason Causing(std::string about, std::string text) &&;
+    Reason Causing(Subject about, std::string text) &&;
+
+    /// Whether a client may be told what it or one of its causes is about.
+    bool IsTold() const;
+
+    /// The same reason; about `subject`, when it was not told what it is about.
+    Reason About(Subject subject) &&;
 };
 
 /// The reason for a failed system call: `text`, a colon and the error (errno) in words.
-Reason SystemReason(const std::string& about, const std::string& text);
+Reason SystemReason(Subject about, const std::string& text);
 
 /// A value, or the reason why there is none. Must be tested before the value or the reason is used:
 ///
@@ -70,6 +64,13 @@ public:
     Result Prefixed(const std::string& beginning) &&
     {
         if (!*this) return std::move(*this).reason().Prefixed(beginning);
+        return std::move(*this);
+    }
+
+    /// The same result; a reason is about `subject`, when it was not told what it is about.
+    Result About(Subject subject) &&
+    {
+        if (!*this) return std::move(*this).reason().About(std::move(subject));
         return std::move(*this);
     }
 
@@ -103,6 +104,12 @@ public:
         return {};
     }
 
+    Result About(Subject subject) &&
+    {
+        if (!*this) return std::move(*this).reason().About(std::move(subject));
+        return {};
+    }
+
     const Reason& reason() const&
     {
         assert(reason_);
@@ -118,8 +125,8 @@ private:
     std::optional<Reason> reason_;
 };
 
-/// Logs a reason, each of its causes first in a line of its own. Only borders log reasons: the
-/// platform's classes, the main functions of tools, the steps of a save.
+/// Logs a reason, each of its causes first in a line of its own, and notes it for the answer. Only
+/// borders log reasons: the platform's classes, the main functions of tools, the steps of a save.
 void LogReason(const Reason& reason);
 
 /// For borders: whether an operation succeeded; a reason is logged.

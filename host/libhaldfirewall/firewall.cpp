@@ -79,5 +79,6 @@ int HALDFwRuleHup()
     const host::ScopedLock lock;
     if (!host::Succeeded(lock.ready())) return host::Fail(EBUSY);
 
-    return host::Succeeded(Reload()) ? 0 : host::Fail(EIO);
+    return host::Succeeded(Reload().About(host::Subject::Service("firewall"))) ? 0
+                                                                               : host::Fail(EIO);
 }

@@ -84,7 +84,7 @@ Result<std::unique_ptr<AccountEngine>> EngineOf(int source)
     const std::string service = ServiceOf(source);
     if (!service.empty()) return NameServiceModule(service);
     const std::string about = "account source " + std::to_string(source);
-    return Reason{ReasonCode::kMissing, about,
+    return Reason{ReasonCode::kMissing, Subject::Service(kAccountSource),
                   about + ": /etc/nsswitch.conf names no service for it"};
 }
 

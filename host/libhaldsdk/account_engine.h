@@ -14,6 +14,9 @@
 
 namespace host {
 
+/// What all sources of accounts together are called.
+constexpr char kAccountSource[] = "directory";
+
 struct User {
     std::string name;
     std::string realName;

@@ -7,7 +7,8 @@ namespace host {
 
 Reason NoAnswerFrom(const std::string& source)
 {
-    Reason reason = SystemReason(source, "the accounts of " + source + " cannot be read");
+    Reason reason = SystemReason(Subject::Service(kAccountSource),
+                                 "the accounts of " + source + " cannot be read");
     reason.code = ReasonCode::kDaemonIsDown;
     return reason;
 }

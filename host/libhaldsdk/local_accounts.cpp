@@ -125,7 +125,10 @@ public:
     }
 
 private:
-    Reason CannotRead() const { return SystemReason(path_, std::string("cannot read ") + path_); }
+    Reason CannotRead() const
+    {
+        return SystemReason(Subject::Service(kAccountSource), std::string("cannot read ") + path_);
+    }
 
     /// False, with errno set, on failure.
     bool ReadAll()

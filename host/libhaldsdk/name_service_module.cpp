@@ -121,7 +121,7 @@ Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& serv
         auto engine = std::make_unique<ModuleEngine>(library, service);
         if (engine->complete()) return std::unique_ptr<AccountEngine>(std::move(engine));
     }
-    return Reason{ReasonCode::kDamaged, file,
+    return Reason{ReasonCode::kDamaged, Subject::Service(kAccountSource),
                   "the name service module " + file + " cannot be used"};
 }
 

@@ -4,14 +4,13 @@
 #include <json/writer.h>
 
 #include <cstdio>
-#include <string>
 
 namespace kos {
 
-void WriteHead(const char* contentType)
+void WriteHead(const std::string& contentType, const std::string& reasonLine)
 {
-    (void)printf("Content-Type: %s\nCache-Control: no-store\nX-Content-Type-Options: nosniff\n\n",
-                 contentType);
+    (void)printf("Content-Type: %s\nCache-Control: no-store\nX-Content-Type-Options: nosniff\n%s\n",
+                 contentType.c_str(), reasonLine.c_str());
 }
 
 void WriteJson(const Json::Value& value)

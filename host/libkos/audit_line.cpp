@@ -31,11 +31,13 @@ std::string ResultOf(const Json::Value& answer)
     return success.isBool() && !success.asBool() ? "failed" : done;
 }
 
-void WriteAuditLine(const CgiRequest& request, const std::string& action, const std::string& result)
+void WriteAuditLine(const CgiRequest& request, const std::string& action, const std::string& result,
+                    const std::string& reasons)
 {
     const std::string names = host::NotedChanges();
-    host::Log(LOG_NOTICE, "audit: user \"%.64s\", address %.64s, action %.64s: %.256s%s%s",
+    host::Log(LOG_NOTICE, "audit: user \"%.64s\", address %.64s, action %.64s: %.256s%s%s%s%s",
               request.user.c_str(), request.address.c_str(), action.c_str(), result.c_str(),
+              reasons.empty() ? "" : "; because: ", reasons.c_str(),
               names.empty() ? "" : "; to change: ", names.c_str());
 }
 

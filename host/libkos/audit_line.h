@@ -13,8 +13,9 @@ namespace kos {
 /// (section/key)" or "failed (reason)".
 std::string ResultOf(const Json::Value& answer);
 
-/// Logs caller, client address, action, result, and the names of what was to change.
-void WriteAuditLine(const CgiRequest& request, const std::string& action,
-                    const std::string& result);
+/// Logs caller, client address, action, result, the reasons of a refusal in words, and the names of
+/// what was to change.
+void WriteAuditLine(const CgiRequest& request, const std::string& action, const std::string& result,
+                    const std::string& reasons);
 
 }  // namespace kos

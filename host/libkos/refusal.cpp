@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libkos/answer.h"
+#include "host/libkos/answer_reasons.h"
 
 namespace kos {
 
@@ -42,7 +43,7 @@ void WriteRefusal(const Refusal& refusal, const std::string& user, const std::st
               refusal.status, refusal.reason.c_str(), user.c_str(), address.c_str());
 
     (void)fputs(LineOf(refusal.status), stdout);
-    WriteHead(kJsonType);
+    WriteHead(kJsonType, ReasonHeader(refusal));
     (void)printf("{\"success\":false,\"error\":\"%s\"}\n", refusal.error);
     (void)fflush(stdout);
 }

@@ -14,6 +14,7 @@
 #include "host/libhaldcore/request_note.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
+#include "host/libkos/answer_reasons.h"
 #include "host/libkos/audit_line.h"
 #include "host/libkos/body_reader.h"
 #include "host/libkos/changing_actions.h"
@@ -51,10 +52,12 @@ struct WebMan::State {
     std::string language;
     bool loaded = false;
     bool audited = false;
+    std::optional<std::string> heldType;  ///< of a head that waits for its body
 
     bool Changes() const;
     std::string Action() const;
-    void Audit(const std::string& result);
+    void Audit(const std::string& result, const std::string& reasons);
+    void WriteHeldHead(const kos::Reasons& reasons);
     void Refuse(const Refusal& refusal);
     [[noreturn]] void RefuseAndThrow(const Refusal& refusal);
     void LoadJson();
@@ -86,12 +89,19 @@ std::string WebMan::State::Action() const
 }
 
 /// Writes the audit line of a request that changes something, once.
-void WebMan::State::Audit(const std::string& result)
+void WebMan::State::Audit(const std::string& result, const std::string& reasons)
 {
     if (audited || !loaded || !Changes()) return;
 
     audited = true;
-    kos::WriteAuditLine(request, Action(), result);
+    kos::WriteAuditLine(request, Action(), result, reasons);
+}
+
+void WebMan::State::WriteHeldHead(const kos::Reasons& reasons)
+{
+    if (!heldType) return;
+    kos::WriteHead(*heldType, kos::ReasonHeader(reasons));
+    heldType.reset();
 }
 
 /// Writes a refusal after reading the rest of the body: some web servers truncate an answer that
@@ -104,7 +114,8 @@ void WebMan::State::Refuse(const Refusal& refusal)
 
 void WebMan::State::RefuseAndThrow(const Refusal& refusal)
 {
-    Audit("refused (" + std::to_string(refusal.status) + ", " + refusal.reason + ")");
+    Audit("refused (" + std::to_string(refusal.status) + ", " + refusal.reason + ")",
+          refusal.error);
     Refuse(refusal);
     throw std::runtime_error("request refused: " + refusal.reason);
 }
@@ -181,7 +192,8 @@ WebMan::WebMan()
 
 WebMan::~WebMan()
 {
-    state_->Audit("no answer");
+    state_->Audit("no answer", "");
+    state_->WriteHeldHead({});
 }
 
 // Arguments are ignored: there is one privilege, administration, and one caller.
@@ -243,12 +255,14 @@ void WebMan::WriteHeader(const char* contentType)
 {
     state_->body.Drain();  // an upload that was not read to its end
     const bool standard = contentType == nullptr || *contentType == '\0';
-    kos::WriteHead(standard ? kos::kJsonType : contentType);
+    state_->heldType = standard ? kos::kJsonType : contentType;
 }
 
 void WebMan::WriteBody(const Json::Value& body)
 {
-    state_->Audit(kos::ResultOf(body));
+    const kos::Reasons reasons = kos::ReasonsOf(body, state_->Action());
+    state_->Audit(kos::ResultOf(body), kos::InWords(reasons));
+    state_->WriteHeldHead(reasons);
     kos::WriteJson(body);
 }
 

@@ -41,7 +41,9 @@ public:
     /// as this object.
     const char* In(const char* name, const char* fallback);
 
-    /// Writes the header of the answer; "" means the default header of a JSON answer.
+    /// Writes the header of the answer; "" means the default header of a JSON answer. It is held
+    /// until the body is known, which may add to it why a request was refused; without a body it
+    /// goes out with this object.
     void WriteHeader(const char* contentType);
 
     /// Writes a value as JSON, also the null value.

@@ -10,6 +10,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from pathlib import Path
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tests/e2e")
@@ -25,6 +26,29 @@ UNKNOWN_SOURCE = re.compile(r'"account_type":"(|LDAP|other)"')
 def text_of(path):
     with open(os.path.join(TOP, path), encoding="utf-8") as file:
         return file.read()
+
+
+CODES = set(re.findall(r'\{ReasonCode::\w+, "(\w+)"\}',
+                       text_of("host/libhaldcore/reason_code.cpp")))
+
+
+def members_of(operation):
+    """The names of all that a request can hold, also within its lists and objects."""
+    found = {entry["name"] for entry in operation.get("parameters", [])}
+
+    def add(schema):
+        for name, about in schema.get("properties", {}).items():
+            found.add(name)
+            add(about.get("items", about))
+    for media in operation.get("requestBody", {}).get("content", {}).values():
+        add(media["schema"])
+    return found
+
+
+MEMBERS = {member for operation in CONTRACT.operations.values() for member in members_of(operation)}
+
+SETTINGS = {member for operation in CONTRACT.operations.values() if "x-edits" in operation
+            for member in members_of(operation)}
 
 
 def names(kind):
@@ -59,6 +83,31 @@ class Actions(unittest.TestCase):
                     CONTRACT.operations["read", operation["x-edits"]])[0]
                 self.assertLessEqual(set(body["required"]) - {"action"}, set(page["required"]),
                                      name)
+
+
+class Refusals(unittest.TestCase):
+    def test_nearly_all_causes_name_a_field_a_line_a_list_or_a_service(self):
+        causes = [cause for operation in CONTRACT.operations.values()
+                  for cause in CONTRACT.causes(operation)]
+        named = [cause for cause in causes if cause[1] != contract.PROGRAM]
+        self.assertGreater(len(causes), 500)
+        self.assertGreaterEqual(len(named), 0.95 * len(causes))
+
+    def test_what_they_name_is_known(self):
+        for (_, name), operation in CONTRACT.operations.items():
+            # What an upload is for was said by another request.
+            members = MEMBERS if name == "upload" else members_of(operation)
+            for kind, subject, code in CONTRACT.causes(operation):
+                with self.subTest(name, kind=kind, subject=subject):
+                    self.assertIn(code, CODES)
+                    if kind == "setting" and subject != contract.ANY:
+                        self.assertIn(subject, members | SETTINGS)
+
+    def test_every_field_that_the_host_names_is_a_member_of_a_request(self):
+        named = set(re.findall(r'Subject::Setting\("(\w+)"\)', "".join(
+            path.read_text(encoding="utf-8") for path in Path(TOP, "host").rglob("*.cpp"))))
+        self.assertGreater(len(named), 15)
+        self.assertLessEqual(named, MEMBERS)
 
 
 class Settings(unittest.TestCase):

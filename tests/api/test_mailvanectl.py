@@ -36,6 +36,8 @@ class Commands(unittest.TestCase):
         for name in ("actions.json", "settings.json"):
             os.symlink(os.path.join(os.path.dirname(os.path.abspath(ACTIONS)), name),
                        self.target + "/share/mailvane/" + name)
+        os.makedirs(self.target + "/app")
+        os.symlink(TOP + "/packaging/texts", self.target + "/app/texts")
         with open(self.target + "/ui/mailvane.cgi", "w", encoding="ascii") as file:
             file.write(PROGRAM % ((self.target,) * 3))
         os.chmod(self.target + "/ui/mailvane.cgi", 0o755)
@@ -121,6 +123,26 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.run_line("load_smtp", answer="", log=why), (3, "", (
             "odd\nmailvanectl: no answer:\n  refused ? a value\n  it fails\n")))
 
+    def test_the_reasons_of_a_refusal_are_told(self):
+        answer = "Content-Type: application/json\nX-Mailvane-Reason: %s\n\n%s"
+        entries = [{"setting": "smtp_port", "code": "in_use"},
+                   {"service": "other", "code": "holds_port"},
+                   {"line": 7, "code": "no_entry"}, {"list": "access", "code": "new_one"}]
+        failed = answer % (json.dumps(entries), '{"success":false}')
+        status, _, errors = self.run_line("save_smtp", full_page("save_smtp"), answer=failed)
+        self.assertEqual((status, errors.splitlines()[1:]), (1, [
+            "  smtp_port (in_use): Another program uses the port. Stop that program, or take "
+            "another port.",
+            "  a program that is none of the package's (holds_port): It holds the port. Stop it or "
+            "move it to another port.",
+            "  line 7 (no_entry): The line does not have the form of an entry. Compare it with a "
+            "file that was exported.", "  access lists (new_one)"]))
+        taken = answer % (json.dumps(entries[2:3]), '{"success":true}')
+        with tempfile.NamedTemporaryFile() as file:
+            status, out, errors = self.run_line("upload", file.name, answer=taken)
+        self.assertEqual((status, out), (1, ""))
+        self.assertIn("the file was refused:\n  line 7 (no_entry)", errors)
+
     def test_what_cannot_be_taken_back_is_asked_for(self):
         answer = 'Status: 200\n\n{"success":true}'
         with mock.patch("sys.stdin", io.StringIO()):
@@ -165,7 +187,14 @@ class Commands(unittest.TestCase):
                "<4>mailvane: self-check: dns_spf is WARNING: none\n")
         self.assertEqual(self.run_line("check", answer=answer, log=log), (1, (
             "STATUS   CHECK      REASON\nFAILED   dns_mx     a.test: no MX\n"
-            "WARNING  dns_spf    none\nOK       dovecot\nOFF      pop3_port\n"), ""))
+            "WARNING  dns_spf    none\nOK       dovecot\nOFF      pop3_port\n\nWhat to do:\n"
+            "  dns_mx: Publish the MX record that mailvanectl dns prints. If mail is meant to go "
+            "elsewhere first, nothing is to be done.\n"
+            "  dns_spf: Publish one SPF record for each domain, as mailvanectl dns prints it; "
+            "remove further ones.\n"), ""))
+        told = json.loads(self.run_line("check", "--json", answer=answer)[1])
+        self.assertEqual([(one["key"], bool(one["do"])) for one in told], [
+            ("dns_mx", True), ("dns_spf", True), ("dovecot", False), ("pop3_port", True)])
         fine = "Status: 200\n\n" + '{"success":true,"settings":[{"key":"a","status":"OFF"}]}'
         self.assertEqual(self.run_line("check", "--json", answer=fine)[0], 0)
 

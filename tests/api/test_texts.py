@@ -9,6 +9,7 @@ TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [TOP + "/tools", TOP + "/tools/reference", TOP + "/tests/e2e"]
 
 import contract
+import make_reference
 import openapi
 from mailvane.common import texts
 
@@ -47,6 +48,49 @@ def referred(section):
                     if path.startswith(section)}
 
 
+def found_in(path, pattern):
+    """What a pattern finds in a source, or in those of a folder."""
+    top = Path(TOP, path)
+    files = [top] if top.is_file() else top.rglob("*.cpp")
+    return {word for file in files for word in re.findall(
+        pattern, file.read_text(encoding="utf-8"))}
+
+
+def reasons():
+    return found_in("host/libhaldcore/reason_code.cpp", r'\{ReasonCode::\w+, "(\w+)"\}')
+
+
+def refusals_of_the_gate():
+    schemas = contract.Contract().document.root["components"]["schemas"]
+    return set(schemas["Refused"]["properties"]["error"]["enum"])
+
+
+def stored_things():
+    return (found_in("host", r'Subject::List\("(\w+)"\)') |
+            found_in("host/libkos/answer_reasons.cpp", r'Subject::List, "(\w+)"') |
+            found_in("host/libmailvane/render/lists.h", r'\{"(\w+)", ListStore') |
+            found_in("host/libmailvane/save/list_change.cpp", r'kRuleSets\[\] = "(\w+)"'))
+
+
+def services():
+    return (found_in("host/libmailvane/daemons/daemons.h", r'\n    \{"([\w-]+)", "') |
+            found_in("host/libhaldsdk/account_engine.h", r'kAccountSource\[\] = "(\w+)"') |
+            found_in("host", r'Subject::Service\("(\w+)"\)') |
+            found_in("host/libkos/answer_reasons.cpp", r'(?:kProgram|kGate)\[\] = "(\w+)"'))
+
+
+def errors_of(section):
+    """The keys of the messages that answers can have."""
+    pairs = [pair.split("/") for operation in contract.Contract().document.operations()
+             for pair in make_reference.reasons(operation[2])]
+    return lambda: {key for named, key in pairs if named == section}
+
+
+def checks():
+    source = Path(TOP, "docs/self_check.md").read_text(encoding="utf-8")
+    return set(re.findall(r"^\| `(\w+)` \|", source, re.M))
+
+
 # For each topic and section, a function that returns the keys that are used.
 USED = {
     ("", "maillog"): labels_of_the_log,
@@ -59,6 +103,15 @@ USED = {
     ("pages", "pages"): lambda: keys_of("x-page"),
     ("pages", "members"): referred("pages/members/"),
     ("pages", "choices"): referred("pages/choices/"),
+    **{("errors", section): errors_of(section)
+       for section in ("common", "msg", "error", "diagnose", "bcc", "user", "warning")},
+    ("checks", "titles"): checks,
+    ("checks", "do"): checks,
+    ("checks", "any"): lambda: {"off", "unknown"},
+    ("reasons", "reasons"): reasons,
+    ("reasons", "gate"): refusals_of_the_gate,
+    ("reasons", "lists"): stored_things,
+    ("reasons", "services"): services,
 }
 
 
@@ -92,7 +145,7 @@ class Catalogue(unittest.TestCase):
                 for key, text in (row for keys in sections.values() for row in keys.items()):
                     with self.subTest(language=language, topic=topic, key=key):
                         self.assertRegex(key, KEY)
-                        self.assertNotRegex(PLACEHOLDER.sub("", text), r"^\s*$|^\s|\s$|[{}]")
+                        self.assertNotRegex(PLACEHOLDER.sub("x", text), r"^\s*$|^\s|\s$|[{}]")
 
     def test_every_key_is_used_and_what_is_used_is_there(self):
         english = catalogue()["en"]

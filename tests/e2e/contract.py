@@ -22,6 +22,10 @@ CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", 
 SAID_ONLY = {"description", "default", "title", "format", "writeOnly", "contentMediaType",
              "contentSchema", "x-time", "x-word", "x-format", "x-choices", "x-text", "x-unit",
              "x-unit-title", "x-page", "x-group", "x-needs", "x-warn", "x-restarts", "x-since"}
+REASONS, LONGEST_REASONS = "X-Mailvane-Reason", 2048
+NAMED = ("setting", "list", "line", "service")  # what a reason may be about, one at a time
+ANY = "any"
+PROGRAM = "mailvane"  # the service that stands for nothing better
 TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None)}
 
 
@@ -88,6 +92,26 @@ def answer_faults(operation, value):
     return found + _member_faults({"properties": known}, rest, "answer")
 
 
+def has_failed(value):
+    return isinstance(value, dict) and ("errinfo" in value or value.get("success") is False)
+
+
+def header_faults(header, causes):
+    """What is wrong with the header that tells reasons; `causes` are those that may be told."""
+    if len(header) > LONGEST_REASONS or not header.isascii() or not header.isprintable():
+        return ["the reasons are too long, or no line of ASCII"]
+    found = []
+    for entry in json.loads(header):
+        kinds = [kind for kind in NAMED if kind in entry]
+        if len(kinds) != 1 or entry.keys() - {kinds[0], "code"}:
+            return ["a reason is %r" % entry]
+        kind, name = kinds[0], entry[kinds[0]]
+        known = ("",) if kind == "line" else (name, name if name == PROGRAM else ANY)
+        if not any((kind, one, entry["code"]) in causes for one in known):
+            found.append("the reason %r is not described" % entry)
+    return found
+
+
 class Contract:
     """The description, ready for the answers of a test."""
 
@@ -105,27 +129,48 @@ class Contract:
         kind = answer.headers.get("Content-Type", "")
         if answer.status != 200:
             if kind.startswith("application/json"):
-                complain("a refusal", faults(self._refusal(), answer.json()), answer)
+                self._check_refusal(answer)
             return
         key = action_of(path, headers, body)
         if key not in self.operations:
             raise AssertionError("%s %s is not described: %r" % (*key, answer))
         complain(" ".join(key), self._judge(self.operations[key], answer), answer)
 
-    def _refusal(self):
-        content = self.document.root["components"]["responses"]["Refused"]["content"]
-        return content["application/json"]["schema"]
+    def causes(self, operation):
+        """Why an operation can refuse: what that names (a kind, a name), and the code."""
+        groups = self.document.root["components"]["x-refusals"]
+        found = set()
+        for one in operation["x-refusals"]:
+            for kind, codes in (groups[one] if isinstance(one, str) else one).items():
+                for name, list_of in ({"": codes} if kind == "line" else codes).items():
+                    found.update((kind, name, code) for code in list_of)
+        return found
 
-    @staticmethod
-    def _judge(operation, answer):
+    def _check_refusal(self, answer):
+        schema = self.document.root["components"]["schemas"]["Refused"]
+        refusal = answer.json()
+        reason = ("service", "gate", refusal.get("error"))
+        complain("a refusal", faults(schema, refusal) + header_faults(
+            answer.headers.get(REASONS, ""), {reason}), answer)
+
+    def _judge(self, operation, answer):
         described = operation["responses"]["200"]
         kind = answer.headers.get("Content-Type", "").partition(";")[0]
         if kind not in described["content"]:
             return ["the type %s is not described" % kind]
         if kind != "application/octet-stream":
-            return answer_faults(operation, answer.json())
+            return answer_faults(operation, answer.json()) + self._reason_faults(operation, answer)
         name = answer.headers.get("Content-Disposition")
         return faults(described["headers"]["Content-Disposition"]["schema"], name, "name")
+
+    def _reason_faults(self, operation, answer):
+        header = answer.headers.get(REASONS)
+        if header is None:
+            return ["it does not say why"] if has_failed(answer.json()) else []
+        is_upload = "multipart/form-data" in operation.get("requestBody", {}).get("content", {})
+        if not has_failed(answer.json()) and not is_upload:
+            return ["it says why, and has not failed"]
+        return header_faults(header, self.causes(operation))
 
 
 def complain(what, found, answer):

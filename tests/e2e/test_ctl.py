@@ -41,19 +41,30 @@ class Ctl(Pages):
             status, output, errors = ctl("edit", "smtp", "smtp_port=2626")
         self.assertEqual((status, output), (1, ""))
         self.assertIn("error/error_port_conflict (SMTP)", errors)
-        self.assertIn("\n  refused a value for smtp_port",
-                      ctl("edit", "smtp", "smtp_port=99999")[2])
+        self.assertRegex(errors, r"\n  smtp_port \(in_use\): .*"
+                                 r"\n.*none of the package's \(holds_port\)")
+        for words, why in (
+                (("smtp", "smtp_port=99999"), r"\n  smtp_port \(out_of_range\): .*"
+                                              r"\n  refused a value for smtp_port"),
+                (("smtp", "smtp_port=8080"), r"web server of the package \(holds_port\)"),
+                (("relay", "smtp_relay_enabled=yes"), r"smtp_relay_server \(empty\)"),
+                (("imap_pop3", "imaps_enabled=yes", "imaps_port=25"),
+                 r"smtp_port \(given_twice\): .*\n  imaps_port \(given_twice\)")):
+            self.assertRegex(ctl("edit", *words)[2], why)
         self.assertEqual(ctl("export_rule", "rule_name=nothing")[0], 3)
         self.assertTrue(harness.answers(25))
 
     def test_a_refused_import_is_no_success(self):
         folder = self.enterContext(tempfile.TemporaryDirectory())
         write(folder + "/list", "good@far.example OK\nbad@far.example MAYBE\n")
-        for words in (["import_access", "type=0"], ["import_alias"],
-                      ["import_spam_rule", "rule_name=refused.cf"]):
+        for words, why in ((["import_access", "type=0"], "no_choice"),
+                           (["import_alias"], "no_entry"),
+                           (["import_spam_rule", "rule_name=refused.cf"], "no_rule")):
+            log = harness.SystemLog()
             status, output, errors = ctl(*words, folder + "/list")
             self.assertEqual((status, output), (1, ""), words)
-            self.assertRegex(errors, "line 2|rule set|spam filter")
+            self.assertIn("\n  line 2 (%s): " % why, errors)
+            self.assertRegex(log.audit()[-1], "action upload: failed .*; because: .*line 2 " + why)
         self.addCleanup(ctl, "delete_rules", "deleteList=refused.cf")
         write(folder + "/list", "good@far.example OK\n")
         self.done("import_access", "type=0", folder + "/list")
@@ -71,8 +82,9 @@ class Ctl(Pages):
         self.assertNotIn("<", self.done("alias_enum", "query=two"))
 
     def test_in_whose_name(self):
-        self.assertEqual(ctl("--as", "alice", "load_smtp")[::2],
-                         (1, "mailvanectl: load_smtp: forbidden (403)\n"))
+        status, _, errors = ctl("--as", "alice", "load_smtp")
+        self.assertEqual(status, 1)
+        self.assertIn("load_smtp: forbidden (403):\n  gate of the web (forbidden): ", errors)
 
     def test_a_password_that_was_not_given_stays(self):
         self.done("save_relay", "smtp_relay_enabled=yes", "smtp_relay_server=relay.test",

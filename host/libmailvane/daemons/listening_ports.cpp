@@ -3,11 +3,11 @@
 #include "host/libmailvane/daemons/listening_ports.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
-#include <vector>
+#include <utility>
 
 #include "host/libmailvane/daemons/daemon_process.h"
-#include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/sockets.h"
 
 namespace host::daemons {
@@ -15,31 +15,44 @@ namespace {
 
 constexpr int kHighestPort = 65535;
 
-/// Postfix or Dovecot, and the services that its sockets belong to.
-struct Server {
-    const Daemon& daemon;
-    std::set<std::string> services;
-};
-
-std::vector<Server> OurServers()
+/// The server whose sockets are those of a mail service.
+const Daemon& ServerOf(const MailService& service)
 {
-    return {{kPostfix, {"mail_smtp", "mail_smtps", "mail_smtp_tls"}},
-            {kDovecot, {"mail_imap", "mail_imaps", "mail_pop3", "mail_pop3s"}}};
+    return service.isSmtp ? kPostfix : kDovecot;
 }
 
-using SocketServices = std::map<Inode, std::set<std::string>>;
-
-/// The services that each listening socket of Postfix and Dovecot belongs to.
-SocketServices OurSockets()
+/// The sockets that a daemon's process has open.
+std::set<Inode> SocketsOf(const Daemon& daemon)
 {
-    SocketServices services;
-    for (const Server& server : OurServers()) {
-        const std::string process =
-            DaemonProcess(std::string(server.daemon.pidFile), std::string(server.daemon.program));
-        if (process.empty()) continue;
-        for (const Inode inode : OpenSockets(process)) services[inode] = server.services;
+    const std::string process =
+        DaemonProcess(std::string(daemon.pidFile), std::string(daemon.program));
+    return process.empty() ? std::set<Inode>() : OpenSockets(process);
+}
+
+/// The daemon that has a socket open; null for a program of others.
+const Daemon* OwnerOf(Inode inode)
+{
+    for (const Daemon& daemon : kDaemons) {
+        if (SocketsOf(daemon).count(inode) > 0) return &daemon;
     }
-    return services;
+    return nullptr;
+}
+
+/// The listening sockets on ports of a range that are not among `ours`, one of each port.
+Result<std::vector<HeldPort>> HeldBesides(const std::set<Inode>& ours,
+                                          const std::function<bool(int)>& isAskedFor)
+{
+    const Result<std::vector<Listener>> listeners = TcpListeners();
+    if (!listeners) return listeners.reason();
+    std::map<int, Inode> held;
+    for (const Listener& listener : *listeners) {
+        if (isAskedFor(listener.port) && ours.count(listener.inode) == 0) {
+            held.emplace(listener.port, listener.inode);
+        }
+    }
+    std::vector<HeldPort> ports;
+    for (const auto& [port, inode] : held) ports.push_back({port, OwnerOf(inode)});
+    return ports;
 }
 
 std::vector<std::string> SplitNames(const std::string& list)
@@ -58,45 +71,51 @@ std::vector<std::string> SplitNames(const std::string& list)
     return names;
 }
 
-bool BelongsToOne(const SocketServices& sockets, Inode inode, const std::vector<std::string>& names)
+/// The mail services that a list names.
+std::vector<const MailService*> NamedServices(const std::string& list)
 {
-    const auto found = sockets.find(inode);
-    if (found == sockets.end()) return false;
-    for (const std::string& name : names) {
-        if (found->second.count(name) > 0) return true;
+    std::vector<const MailService*> services;
+    for (const std::string& name : SplitNames(list)) {
+        for (const MailService& service : kMailServices) {
+            if (name == service.registered) services.push_back(&service);
+        }
     }
-    return false;
+    return services;
 }
 
 }  // namespace
 
-Result<bool> PortsConflict(const std::string& services, int from, int to)
+Reason PortIsHeld(const HeldPort& held, const MailService* wantedFor, std::string text)
 {
-    if (from > to || from < 1 || to > kHighestPort) return false;
-
-    const std::vector<std::string> names = SplitNames(services);
-    const SocketServices ours = OurSockets();
-    const Result<std::vector<Listener>> listeners = TcpListeners();
-    if (!listeners) return listeners.reason();
-    for (const Listener& listener : *listeners) {
-        if (listener.port < from || listener.port > to) continue;
-        if (!BelongsToOne(ours, listener.inode, names)) return true;
-    }
-    return false;
+    const Subject owner =
+        held.owner == nullptr ? Subject::Service("other") : Subject::Service(*held.owner);
+    Reason reason{ReasonCode::kPortInUse, "port " + std::to_string(held.port), std::move(text)};
+    if (wantedFor != nullptr) reason.about = Subject::Setting({*wantedFor, &MailService::portKey});
+    reason.causes = {{ReasonCode::kHoldsPort, owner, ""}};
+    return reason;
 }
 
-Result<std::set<int>> PortsHeldByOthers(const std::set<int>& ports)
+const MailService* NamedService(const std::string& services)
 {
-    std::set<int> held;
-    const SocketServices ours = OurSockets();
-    const Result<std::vector<Listener>> listeners = TcpListeners();
-    if (!listeners) return listeners.reason();
-    for (const Listener& listener : *listeners) {
-        if (ports.count(listener.port) > 0 && ours.count(listener.inode) == 0) {
-            held.insert(listener.port);
-        }
-    }
-    return held;
+    const auto named = NamedServices(services);
+    return named.empty() ? nullptr : named.front();
+}
+
+Result<std::vector<HeldPort>> PortsInConflict(const std::string& services, int from, int to)
+{
+    if (from > to || from < 1 || to > kHighestPort) return std::vector<HeldPort>();
+
+    std::set<Inode> ours;
+    for (const MailService* service : NamedServices(services))
+        ours.merge(SocketsOf(ServerOf(*service)));
+    return HeldBesides(ours, [from, to](int port) { return port >= from && port <= to; });
+}
+
+Result<std::vector<HeldPort>> PortsHeldByOthers(const std::set<int>& ports)
+{
+    std::set<Inode> ours = SocketsOf(kPostfix);
+    ours.merge(SocketsOf(kDovecot));
+    return HeldBesides(ours, [&ports](int port) { return ports.count(port) > 0; });
 }
 
 }  // namespace host::daemons

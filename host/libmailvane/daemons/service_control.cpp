@@ -76,9 +76,12 @@ Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& 
     if (verb != "start" && verb != "stop" && verb != "restart") {
         return Reason{ReasonCode::kRefused, script, script + " takes no verb \"" + verb + "\""};
     }
-    Result<void> done = RunProgram({PackagePath("target/scripts/" + script), verb}).done;
-    if (!done) NoteFailure(script + " " + verb + " failed");
-    return done;
+    const Result<void> done = RunProgram({PackagePath("target/scripts/" + script), verb}).done;
+    if (done) return done;
+    NoteFailure(script + " " + verb + " failed");
+    Reason reason = done.reason();
+    if (reason.code == ReasonCode::kSystem) reason.code = ReasonCode::kDaemonIsDown;
+    return std::move(reason).About(Subject::Service(daemon));
 }
 
 Callback ServiceStep(const daemons::Daemon& daemon, const std::string& verb)

@@ -5,6 +5,7 @@
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/error.h"
+#include "host/libhaldcore/noted_reasons.h"
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/save/list_change.h"
@@ -58,7 +59,7 @@ int Alias::load()
     Postfix settings;
     if (settings.LoadSettings() < 0) return -1;
 
-    auto entries = host::stores::ReadAliases();
+    auto entries = host::stores::ReadAliases().About(host::Subject::List(host::render::kAliasList));
     if (!host::Succeeded(entries)) return -1;
 
     state_->table = host::stores::AliasTable(*std::move(entries));
@@ -93,7 +94,10 @@ std::list<std::string> Alias::getAliasNameList()
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 {
     const host::stores::AliasEntry* entry = state_->table.Find(alias);
-    if (entry == nullptr) return host::Fail(ENOENT);
+    if (entry == nullptr) {
+        host::NoteReason({host::ReasonCode::kMissing, host::Subject::Setting("aliasname"), ""});
+        return host::Fail(ENOENT);
+    }
 
     members.assign(entry->members.begin(), entry->members.end());
     return 0;
@@ -108,7 +112,10 @@ int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& memb
 {
     if (!state_->ok()) return host::Fail(EINVAL);
     // Deliberate: removing members of an alias that does not exist is not logged.
-    return state_->table.Remove(alias, members) ? 0 : host::Fail(ENOENT);
+    const host::Result<void> removed = state_->table.Remove(alias, members);
+    if (removed) return 0;
+    host::NoteReason(removed.reason());
+    return host::Fail(ENOENT);
 }
 
 int Alias::changeAliasName(const std::string& from, const std::string& to)

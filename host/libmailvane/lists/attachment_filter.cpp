@@ -27,7 +27,9 @@ std::optional<Types>& Pending()
 Result<Types> WantedTypes()
 {
     if (Pending()) return *Pending();
-    return stores::AttachmentTypes().Prefixed("attachment types: ");
+    return stores::AttachmentTypes()
+        .Prefixed("attachment types: ")
+        .About(Subject::List(render::kAttachmentList));
 }
 
 /// Adds the types that the list lacks, all or none.
@@ -39,7 +41,7 @@ Result<void> AddTypes(const std::list<std::string>& added)
         const std::optional<std::string> type = stores::StoredAttachmentType(text);
         if (!type) {
             return Reason{
-                ReasonCode::kRefused, text,
+                ReasonCode::kBadFormat, Subject::Setting("add_list"),
                 "refused: '" + text.substr(0, kLongestToldType) + "' is no type of files"};
         }
         if (std::find(types->begin(), types->end(), *type) == types->end()) {

@@ -65,10 +65,11 @@ Result<void> Delete(const std::list<BccInfo>& rules)
 template <typename Change>
 Result<void> ChangeRules(Change change)
 {
-    return system::Attempt(kPages.what(), [&change] {
+    const auto changeWithLock = [&change] {
         const save::WriteScope scope;
         return scope.ready() ? change() : scope.ready();
-    });
+    };
+    return system::Attempt(kPages.what(), changeWithLock).About(Subject::List(render::kCopyList));
 }
 
 }  // namespace

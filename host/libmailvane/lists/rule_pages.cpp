@@ -11,28 +11,26 @@ namespace host::lists {
 
 bool RulePages::CanBeRead() const
 {
-    return Succeeded(stores::AskLists(what_, [](SQLite::Database&) { return true; }));
+    return Succeeded(Ask([](SQLite::Database&) { return true; }));
 }
 
 int RulePages::Count(const stores::RuleSearch& search) const
 {
-    return Status(stores::AskLists(what_, [&](SQLite::Database& store) {
-        return stores::CountRules(store, rules(), search);
-    }));
+    return Status(
+        Ask([&](SQLite::Database& store) { return stores::CountRules(store, rules(), search); }));
 }
 
 stores::Rules RulePages::Page(const stores::RuleSearch& search) const
 {
-    auto page = stores::AskLists(what_, [&](SQLite::Database& store) {
-        return stores::PageOfRules(store, rules(), search);
-    });
+    auto page =
+        Ask([&](SQLite::Database& store) { return stores::PageOfRules(store, rules(), search); });
     return Succeeded(page) ? *std::move(page) : stores::Rules();
 }
 
 int RulePages::Export(const std::string& path,
                       const std::function<std::string(SQLite::Database&)>& text) const
 {
-    const Result<std::string> made = stores::AskLists(what_, text);
+    const Result<std::string> made = Ask(text);
     return Status(made ? names::WriteExport(path, *made) : made.reason());
 }
 
@@ -40,7 +38,7 @@ save::ListChange RulePages::Adding(stores::Rule rule) const
 {
     return [this, rule = std::move(rule)](SQLite::Database& store) -> Result<void> {
         if (stores::AddRule(store, rules(), rule)) return {};
-        return Refused(Result<void>(stores::InTheWay(rule.name)));
+        return Refused(Result<void>(stores::InTheWay(rule.name, Subject::Setting("name"))));
     };
 }
 

@@ -57,6 +57,13 @@ public:
     }
 
 private:
+    /// Runs a query on the store.
+    template <typename Query>
+    auto Ask(const Query& query) const
+    {
+        return stores::AskLists(what_, query).About(Subject::List(list_));
+    }
+
     const render::List& list_;
     const char* what_;
 };

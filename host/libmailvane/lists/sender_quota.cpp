@@ -25,7 +25,7 @@ std::vector<stores::QuotaChange>& Pending()
 Result<void> SetQuota(const std::string& login, unsigned int quota)
 {
     if (!names::IsLogin(login)) {
-        return Reason{ReasonCode::kRefused, login,
+        return Reason{ReasonCode::kBadFormat, Subject::Setting("sasl_sender"),
                       "sender quotas: refused: what is limited is no login"};
     }
     Pending().push_back({login, quota});
@@ -65,9 +65,11 @@ int SenderQuota::GetSettingList(std::list<Setting>& settings, unsigned int start
                                 unsigned int limit)
 {
     settings.clear();
-    return host::Status(host::stores::AskLists(host::lists::kWhat, [&](SQLite::Database& store) {
+    const auto ask = [&](SQLite::Database& store) {
         return host::lists::Page(store, settings, start, limit);
-    }));
+    };
+    return host::Status(host::stores::AskLists(host::lists::kWhat, ask)
+                            .About(host::Subject::List(host::render::kQuotaList)));
 }
 
 int SenderQuota::Set(const std::string& saslSender, unsigned int quota)

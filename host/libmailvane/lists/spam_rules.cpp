@@ -33,6 +33,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const char kWhat[] = "spam rules";
+const char kMember[] = "ruleName";
 constexpr std::size_t kLongestToldName = 128;
 
 /// The enabled rule sets: name and rules.
@@ -83,13 +84,15 @@ std::string Sentence(const std::string& name, const char* end)
 
 Reason NotThere(const std::string& name)
 {
-    return {ReasonCode::kMissing, name, Sentence(name, "is not there")};
+    return {ReasonCode::kMissing, Subject::Setting(kMember), Sentence(name, "is not there")};
 }
 
 /// The reason why a rule set is not enabled; `cause` is what is wrong with its file or rules.
 Reason Refused(const std::string& name, Reason cause)
 {
-    return std::move(cause).Causing(name, Sentence(name, "is refused; what was in force stays so"));
+    return std::move(cause)
+        .Causing(name, Sentence(name, "is refused; what was in force stays so"))
+        .About(Subject::Setting(kMember));
 }
 
 /// What a request wants with a rule set.
@@ -123,7 +126,8 @@ void RemoveUpload(const std::string& name)
     const auto inForce = sets.find(name);
     struct stat status {};
     if (inForce != sets.end()) {
-        if (!ReplaceFile(path, inForce->second, 0600)) Tell(SystemReason(name, "rule set"));
+        if (!ReplaceFile(path, inForce->second, 0600))
+            Tell(SystemReason(Subject::Setting(kMember), "rule set"));
     } else if (!ClimbsUp(name) && lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         (void)unlink(path.c_str());
     }
@@ -193,7 +197,7 @@ Result<void> RemoveFiles(const std::map<std::string, Wanted>& wanted)
 {
     for (const auto& [name, want] : wanted) {
         if (!want.remove || !HasFile(name) || unlink(RuleFile(name).c_str()) == 0) continue;
-        return SystemReason(name, "cannot remove a rule set");
+        return SystemReason(Subject::Setting(kMember), "cannot remove a rule set");
     }
     return {};
 }

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr int kMostPeriods = 100000;
+const host::Subject kStore = host::Subject::List("mail_log");
 
 /// The path with links resolved; empty when it does not exist.
 std::string RealPath(const std::string& path)
@@ -36,6 +37,7 @@ bool LiesIn(const std::string& real, const std::string& folder)
 }
 
 constexpr char kWhat[] = "mail log";
+constexpr char kPathMember[] = "log_path";
 constexpr char kPrefix[] = "mail log: ";
 
 /// The path of the database that a request names; empty when it is outside of the log's folders.
@@ -46,7 +48,7 @@ host::Result<std::string> LogDatabase(const char* path)
         LiesIn(real, host::maillog::MailLogLiveFolder()))
         return real;
 
-    return host::Reason{host::ReasonCode::kRefused, path,
+    return host::Reason{host::ReasonCode::kNoChoice, host::Subject::Setting(kPathMember),
                         std::string(path) + " is no database of the log"};
 }
 
@@ -56,13 +58,16 @@ host::Result<SQLite::Database> OpenLog(const char* path)
     if (!real) return real.reason();
     auto database = host::system::OpenAsItIs(*real);
     if (!database) return std::move(database).reason();
-    if (!*database) return host::Reason{host::ReasonCode::kMissing, *real, *real + " is missing"};
+    if (!*database) {
+        return host::Reason{host::ReasonCode::kMissing, host::Subject::Setting(kPathMember),
+                            *real + " is missing"};
+    }
 
     const int version = (*database)->execAndGet("PRAGMA user_version").getInt();
     if (version >= host::maillog::kOldestReadableVersion &&
         version <= host::maillog::MailLogSchema().version)
         return std::move(**database);
-    return host::Reason{host::ReasonCode::kDamaged, *real,
+    return host::Reason{host::ReasonCode::kDamaged, kStore,
                         *real + " has the unknown version " + std::to_string(version)};
 }
 
@@ -127,11 +132,13 @@ struct MailLog::State {
 
 namespace {
 
-/// Fills a chart. Negative when there are more periods than any chart has.
-int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime, int scale,
-         Statistic& statistic)
+/// Fills a chart, which has a limited number of periods.
+host::Result<int> Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime,
+                       int scale, Statistic& statistic)
 {
-    if (scale > kMostPeriods) return -1;
+    if (scale > kMostPeriods) {
+        return host::Reason{host::ReasonCode::kOutOfRange, host::Subject::Setting("scale"), ""};
+    }
     if (scale <= 0) return 0;
 
     for (const host::maillog::PeriodTotals& total :
@@ -147,10 +154,11 @@ int Fill(SQLite::Database& database, host::maillog::LogTotals what, long endTime
 template <typename Operation>
 auto Attempt(Operation operation)
 {
-    return host::system::Attempt(kWhat, [&operation] {
+    const auto withRights = [&operation] {
         const host::system::OwnerRights rights(host::maillog::MailLogFolder());
         return operation();
-    });
+    };
+    return host::system::Attempt(kWhat, withRights).About(kStore);
 }
 
 }  // namespace

@@ -60,21 +60,23 @@ MemberInfo StoredMember(MemberInfo member)
 
 Result<void> CheckMember(const MemberInfo& member)
 {
-    const auto unless = [&member](bool good, const char* fault) -> Result<void> {
+    const auto unless = [](bool good, ReasonCode code, const char* fault) -> Result<void> {
         if (good) return {};
-        return Reason{ReasonCode::kRefused, member.name, fault};
+        return Reason{code, Subject::Setting("member"), fault};
     };
+    using Code = ReasonCode;
     switch (member.type) {
         case kUserMember:
-            return unless(IsUser(member.name), "a user whose name cannot be an address");
+            return unless(IsUser(member.name), Code::kNoAddress,
+                          "a user whose name cannot be an address");
         case kGroupMember:
-            return unless(IsGroup(member.name), "no name of a group");
+            return unless(IsGroup(member.name), Code::kNoName, "no name of a group");
         case kAliasMember:
-            return unless(IsLocalPart(member.name), "no name of an alias");
+            return unless(IsLocalPart(member.name), Code::kNoName, "no name of an alias");
         case kOutsideMember:
-            return unless(IsOutsideAddress(member.name), "no outside address");
+            return unless(IsOutsideAddress(member.name), Code::kNoAddress, "no outside address");
         default:
-            return unless(false, "a member of no known kind");
+            return unless(false, Code::kNoChoice, "a member of no known kind");
     }
 }
 

@@ -62,7 +62,7 @@ bool IsLeftOut(const std::string& line)
 Result<void> Take(const std::string& line, const TakeLine& take)
 {
     if (IsPlainText(line)) return take(line);
-    return Reason{ReasonCode::kRefused, "", "holds what is no text in UTF-8"};
+    return Reason{ReasonCode::kNotText, "", "holds what is no text in UTF-8"};
 }
 
 /// Collects the reasons why lines of a list were refused.
@@ -72,8 +72,8 @@ public:
     {
         if (++count_ > kMostToldLines) return;
 
-        const std::string line = "line " + std::to_string(number);
-        reason.about = line;
+        reason.about = Subject::Line(number);
+        const std::string line = reason.about.text();
         lines_.push_back(std::move(reason).Prefixed("list to import, " + line + ": "));
     }
 

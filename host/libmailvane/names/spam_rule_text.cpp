@@ -97,32 +97,21 @@ std::string WithoutComment(const std::string& line)
     return line;
 }
 
-/// Why a line is refused; null when it is not.
-const char* FaultOf(const std::string& line)
+Reason Fault(ReasonCode code, const char* text)
 {
-    if (line.size() > kLongestLine) return "is too long";
-
-    std::string_view rest = line;
-    const Directive* directive = FindDirective(CutWord(rest));
-    if (directive == nullptr) return "is no rule: only rules, scores and texts are taken";
-    if (!IsRuleName(CutWord(rest))) return "has no name of a rule";
-    if (rest.empty()) return "is incomplete";
-    if (HoldsCode(rest)) return "holds a program in a pattern";
-    if (CallsWithPath(rest)) return "names a file";
-
-    const char* further = directive->furtherCharacters;
-    if (further != nullptr && !Consists(rest, further)) return "has a value that is none";
-    return nullptr;
+    return {code, "", text};
 }
 
 Result<void> CheckSize(const std::string& path)
 {
     struct stat status {};
     if (lstat(path.c_str(), &status) < 0 || !S_ISREG(status.st_mode)) {
-        return Reason{ReasonCode::kMissing, path, "there is no rule file " + path};
+        return Reason{ReasonCode::kMissing, Subject::Setting("ruleName"),
+                      "there is no rule file " + path};
     }
     if (status.st_size <= kLargestFile) return {};
-    return Reason{ReasonCode::kRefused, path, "the rule file " + path + " is too large"};
+    return Reason{ReasonCode::kTooLong, Subject::Setting("ruleName"),
+                  "the rule file " + path + " is too large"};
 }
 
 }  // namespace
@@ -136,9 +125,21 @@ bool IsRuleSetName(const std::string& name)
 
 Result<void> CheckRuleLine(const std::string& line)
 {
-    const char* fault = FaultOf(line);
-    if (fault == nullptr) return {};
-    return Reason{ReasonCode::kRefused, "", fault};
+    if (line.size() > kLongestLine) return Fault(ReasonCode::kTooLong, "is too long");
+
+    std::string_view rest = line;
+    const Directive* directive = FindDirective(CutWord(rest));
+    if (directive == nullptr) {
+        return Fault(ReasonCode::kNoRule, "is no rule: only rules, scores and texts are taken");
+    }
+    if (!IsRuleName(CutWord(rest))) return Fault(ReasonCode::kNoName, "has no name of a rule");
+    if (rest.empty()) return Fault(ReasonCode::kEmpty, "is incomplete");
+    if (HoldsCode(rest)) return Fault(ReasonCode::kUnsafe, "holds a program in a pattern");
+    if (CallsWithPath(rest)) return Fault(ReasonCode::kUnsafe, "names a file");
+
+    const char* further = directive->furtherCharacters;
+    if (further == nullptr || Consists(rest, further)) return {};
+    return Fault(ReasonCode::kBadFormat, "has a value that is none");
 }
 
 Result<std::string> ReadRuleFile(const std::string& path)

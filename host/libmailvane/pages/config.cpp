@@ -4,7 +4,6 @@
 #include "platform/mailvane/config.h"
 
 #include "host/libhaldcore/audit.h"
-#include "host/libhaldcore/log.h"
 #include "host/libmailvane/pages/relay_login.h"
 #include "host/libmailvane/pages/taking_over.h"
 #include "host/libmailvane/save/recovery.h"
@@ -15,6 +14,8 @@ namespace {
 
 using host::settings::SettingInfo;
 using host::settings::SettingType;
+
+constexpr char kStore[] = "settings";
 
 /// The typed value of a stored text.
 boost::any Typed(const SettingInfo& setting, const std::string& spelled)
@@ -70,6 +71,11 @@ const std::string* NameOf(const boost::any& key)
     return typed == nullptr ? nullptr : &typed->name();
 }
 
+host::Reason RefusedValue(const std::string& name, host::ReasonCode code)
+{
+    return {code, name, "refused a value for " + name};
+}
+
 }  // namespace
 
 Config::Config() : state_(new State) {}
@@ -82,10 +88,17 @@ Config::~Config()
 void Config::Set(const std::string& name, const boost::any& value)
 {
     const SettingInfo* setting = host::settings::FindSetting(name);
+    if (setting == nullptr || setting->object != state_->object) {
+        (void)host::pages::Refuse(*state_, RefusedValue(name, host::ReasonCode::kMissing));
+        return;
+    }
     std::string spelled;
-    if (setting == nullptr || setting->object != state_->object ||
-        !Spell(*setting, value, spelled) || !host::settings::SettingAccepts(*setting, spelled)) {
-        (void)host::pages::Refuse(*state_, name.c_str());
+    const auto fault = Spell(*setting, value, spelled)
+                           ? host::settings::FaultOf(*setting, spelled)
+                           : std::optional(host::ReasonCode::kBadFormat);
+    if (fault) {
+        (void)host::pages::Refuse(
+            *state_, RefusedValue(name, *fault).About(host::Subject::Setting(*setting)));
         return;
     }
 
@@ -122,16 +135,16 @@ std::string Config::GetKeyName(const boost::any& key)
 
 namespace host::pages {
 
-int Refuse(Config::State& state, const char* what)
+int Refuse(Config::State& state, const Reason& reason)
 {
-    Log(LOG_ERR, "refused a value for %s", what);
+    LogReason(reason);
     state.refused = true;
     return -1;
 }
 
 int LoadConfig(Config::State& state)
 {
-    if (!Succeeded(save::FinishInterruptedSave())) return -1;
+    if (!Succeeded(save::FinishInterruptedSave().About(Subject::List(kStore)))) return -1;
 
     const auto stored = settings::StoredSettings::Read();
     if (!Succeeded(stored)) return -1;
@@ -156,7 +169,7 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     if (state.refused || !state.loaded) return -1;
 
     const save::WriteScope scope;
-    if (!Succeeded(scope.ready())) return -1;
+    if (!Succeeded(Result<void>(scope.ready()).About(Subject::List(kStore)))) return -1;
 
     const auto stored = settings::StoredSettings::Read();
     if (!Succeeded(stored)) return -1;
@@ -183,7 +196,7 @@ int SaveConfig(Config::State& state, const std::list<Callback>& steps)
     }
 
     if (TakesOver("logins")) wanted.SetSmtpPortTakesLogins();
-    const int result = Status(save::SaveTransaction(wanted, steps));
+    const int result = Status(save::SaveTransaction(wanted, steps).About(Subject::List(kStore)));
     state.saved = result == 0;
     return result;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/settings/settings_table.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
@@ -33,6 +34,6 @@ int LoadConfig(Config::State& state);
 int SaveConfig(Config::State& state, const std::list<Callback>& steps);
 
 /// Logs what was refused and makes the next save fail. Returns a negative number.
-int Refuse(Config::State& state, const char* what);
+int Refuse(Config::State& state, const Reason& reason);
 
 }  // namespace host::pages

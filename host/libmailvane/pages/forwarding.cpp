@@ -34,10 +34,12 @@ Result<void> CheckForwarding(const stores::PersonalSettings& settings, const std
     const std::string& address = settings.forwardAddress;
     if (address.empty() && !settings.forward) return {};
     if (!names::IsFullAddress(address)) {
-        return Reason{ReasonCode::kRefused, user, "mail cannot be forwarded to that address"};
+        return Reason{ReasonCode::kNoAddress, Subject::Setting("forward_addr"),
+                      "mail cannot be forwarded to that address"};
     }
     if (settings.forward && IsOwnAddress(address, user, stored)) {
-        return Reason{ReasonCode::kRefused, user, "mail forwarded to its own address would loop"};
+        return Reason{ReasonCode::kLoops, Subject::Setting("forward_addr"),
+                      "mail forwarded to its own address would loop"};
     }
     return {};
 }

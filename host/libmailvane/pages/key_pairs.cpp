@@ -30,6 +30,7 @@ using host::ReasonCode;
 using host::Result;
 
 const char kPair[] = "pair";
+const host::Subject kStore = host::Subject::List("keys");
 constexpr int kMostPairsASecond = 100;
 
 /// Private and public key in PEM format.
@@ -70,14 +71,14 @@ Result<std::string> OpensslOutput(const std::vector<std::string>& arguments)
     options.capture = true;
     host::ProgramResult result = host::RunProgram(command, options);
     if (result.Succeeded() && !result.output.empty()) return std::move(result.output);
-    return Reason{ReasonCode::kSystem, arguments.front(),
+    return Reason{ReasonCode::kSystem, kStore,
                   "openssl " + arguments.front() + " failed: " + result.errors, result.Causes()};
 }
 
 /// What a system call has just said about the pairs in a folder.
 Reason PairReason(const KeyNames& names, const char* what)
 {
-    return host::SystemReason(names.folder, std::string(what) + " in " + names.folder);
+    return host::SystemReason(kStore, std::string(what) + " in " + names.folder);
 }
 
 /// Makes the directory of a new pair, named by the time `when`.
@@ -193,7 +194,7 @@ Result<void> MakePair(const KeyNames& names, const std::string& privateKey)
     Result<std::string> publicKey = OpensslOutput({"pkey", "-in", privateKey, "-pubout"});
     if (!publicKey) return std::move(publicKey).reason();
     if (host::PemBlock(*publicKey, "PUBLIC KEY").empty()) {
-        return Reason{ReasonCode::kDamaged, privateKey, privateKey + " gives no public key"};
+        return Reason{ReasonCode::kDamaged, kStore, privateKey + " gives no public key"};
     }
     keys.publicKey = *std::move(publicKey);
     if (!host::ReadFile(privateKey, keys.privateKey)) {
@@ -246,7 +247,7 @@ int GenerateRSAPrivateKey(const char* path, unsigned int bits)
     const Result<std::string> key = OpensslOutput({"genrsa", std::to_string(bits)});
     if (!host::Succeeded(key)) return -1;
     if (host::ReplaceFile(waiting, *key, 0600)) return 0;
-    return host::Status(Result<void>(host::SystemReason(waiting, "cannot write " + waiting)));
+    return host::Status(Result<void>(host::SystemReason(kStore, "cannot write " + waiting)));
 }
 
 int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
@@ -257,7 +258,7 @@ int GenerateRSAPublicKey(const char* privatePath, const char* publicPath)
     const Result<void> done =
         MakePair(names, host::system::NameExists(waiting) ? waiting : current);
     (void)unlink(waiting.c_str());
-    return host::Status(done);
+    return host::Status(Result<void>(done).About(kStore));
 }
 
 int ReadRSAPublicKey(const char* path, std::string& text)
@@ -265,7 +266,7 @@ int ReadRSAPublicKey(const char* path, std::string& text)
     std::string read;
     if (!host::ReadFile(host::Path(path), read)) {
         return host::Status(
-            Result<void>(host::SystemReason(path, std::string("cannot read ") + path)));
+            Result<void>(host::SystemReason(kStore, std::string("cannot read ") + path)));
     }
     text = read;
     return 0;

@@ -18,6 +18,7 @@
 using host::Reason;
 using host::ReasonCode;
 using host::Result;
+using host::Subject;
 using host::stores::PersonalSettings;
 using host::stores::Reply;
 using host::stores::SenderReply;
@@ -67,7 +68,7 @@ Result<PersonalSettings> ChangeStored(const MailAccount& account, bool anew, con
     Result<void> done =
         Result<void>(change(changed)).Prefixed("personal settings of " + account.name + ": ");
     if (done) done = host::save::StoreAndApplyPersonal(account, *stored, changed, anew);
-    if (!done) return std::move(done).reason();
+    if (!done) return std::move(done).reason().About(Subject::List("personal"));
     return changed;
 }
 
@@ -76,14 +77,16 @@ Result<void> PutSenderReply(PersonalSettings& settings, const std::string& sende
                             const Reply& reply)
 {
     if (!host::names::IsFullAddress(sender)) {
-        return Reason{ReasonCode::kRefused, "sender", "a reply needs the address of a sender"};
+        return Reason{ReasonCode::kNoAddress, Subject::Setting("sender"),
+                      "a reply needs the address of a sender"};
     }
     if (SenderReply* entry = host::stores::FindSenderReply(settings, sender)) {
         *entry = {sender, reply};
         return {};
     }
     if (settings.senderReplies.size() >= host::stores::kMostSenderReplies) {
-        return Reason{ReasonCode::kRefused, "sender", "there are replies to too many senders"};
+        return Reason{ReasonCode::kTooMany, Subject::Setting("sender"),
+                      "there are replies to too many senders"};
     }
     settings.senderReplies.push_back({sender, reply});
     return {};
@@ -93,7 +96,8 @@ Result<void> RemoveSenderReply(PersonalSettings& settings, const std::string& se
 {
     const SenderReply* entry = host::stores::FindSenderReply(settings, sender);
     if (entry == nullptr) {
-        return Reason{ReasonCode::kMissing, "sender", "there is no reply to that sender"};
+        return Reason{ReasonCode::kMissing, Subject::Setting("sender"),
+                      "there is no reply to that sender"};
     }
     settings.senderReplies.erase(settings.senderReplies.begin() +
                                  (entry - settings.senderReplies.data()));

@@ -10,6 +10,9 @@
 #include "host/libmailvane/pages/config.h"
 #include "host/libmailvane/save/account_switch.h"
 
+using host::ReasonCode;
+using host::Subject;
+
 namespace {
 
 template <typename T>
@@ -71,7 +74,10 @@ std::list<std::string> Postfix::GetAdditionDomain()
 int Postfix::AddDomain(const std::string& domain)
 {
     const auto name = host::names::StoredMailDomain(domain);
-    if (!name) return host::pages::Refuse(*state_, "a mail domain");
+    if (!name) {
+        return host::pages::Refuse(*state_, {ReasonCode::kBadFormat, Subject::Setting("domain"),
+                                             "refused a value for a mail domain"});
+    }
 
     state_->listsChanged = true;
     if (!Contains(state_->domains, *name)) state_->domains.push_back(*name);
@@ -97,8 +103,14 @@ std::list<Postfix::DNSBL> Postfix::GetDNSBLList()
 int Postfix::AddDNSBL(const DNSBL& entry)
 {
     const auto server = host::names::StoredMailDomain(entry.server);
-    if (!server || !host::names::IsBlocklistType(entry.type)) {
-        return host::pages::Refuse(*state_, "a blocklist");
+    const char kRefused[] = "refused a value for a blocklist";
+    if (!server) {
+        return host::pages::Refuse(*state_,
+                                   {ReasonCode::kBadFormat, Subject::Setting("server"), kRefused});
+    }
+    if (!host::names::IsBlocklistType(entry.type)) {
+        return host::pages::Refuse(*state_,
+                                   {ReasonCode::kNoChoice, Subject::Setting("type"), kRefused});
     }
 
     const host::settings::Blocklist stored{*server, entry.type};

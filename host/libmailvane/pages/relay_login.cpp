@@ -6,6 +6,7 @@
 #include "host/libhaldcore/request_note.h"
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/pages/taking_over.h"
+#include "host/libmailvane/settings/settings_table.h"
 
 namespace host::pages {
 
@@ -49,10 +50,11 @@ Result<void> RelayIsComplete(const StoredSettings& settings)
 {
     if (!settings.Bool("smtp_relay_enabled")) return {};
     if (settings.Text(kServer).empty()) {
-        return Reason{ReasonCode::kRefused, kServer, "the relay needs a server"};
+        return Reason{ReasonCode::kEmpty, Subject::Setting(kServer), "the relay needs a server"};
     }
     if (settings.Bool("smtp_relay_auth") && settings.Text(kAccount).empty()) {
-        return Reason{ReasonCode::kRefused, kAccount, "the login at the relay needs an account"};
+        return Reason{ReasonCode::kEmpty, Subject::Setting(kAccount),
+                      "the login at the relay needs an account"};
     }
     return {};
 }
@@ -64,7 +66,7 @@ Result<void> JudgeRelay(const StoredSettings& stored, const StoredSettings& want
     for (const char* name : {kAccount, kPassword}) {
         const bool isNew = given.count(name) != 0 && wanted.Text(name) != stored.Text(name);
         if (isNew && HasBlanksAround(wanted.Text(name))) {
-            return Reason{ReasonCode::kRefused, name,
+            return Reason{ReasonCode::kBlanks, Subject::Setting(*settings::FindSetting(name)),
                           std::string(name) + " must not begin or end with a blank"};
         }
     }
@@ -84,7 +86,7 @@ Result<void> JudgeRelayLogin(const StoredSettings& stored, StoredSettings& wante
         wanted.Set(kPassword, "");
     } else if (!stored.Text(kPassword).empty() && given.count(kPassword) == 0 &&
                GoesElsewhere(stored, wanted)) {
-        return Reason{ReasonCode::kRefused, kPassword,
+        return Reason{ReasonCode::kTypeAgain, Subject::Setting(kPassword),
                       "the stored password of the relay was given for another server, another port "
                       "or TLS: type it again"};
     }

@@ -17,10 +17,12 @@
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/system/database.h"
 
+using host::BuiltInWord;
 using host::KeyValueFile;
 using host::Reason;
 using host::ReasonCode;
 using host::Result;
+using host::Subject;
 
 namespace {
 
@@ -60,6 +62,7 @@ std::string ServerOf(const Reporter::SMTP& account)
     return account.server + ":" + std::to_string(account.port);
 }
 
+const Subject kStore = Subject::List("report");
 const char kCannotRead[] = "cannot read the settings of the report";
 const char kCannotStore[] = "cannot store the settings of the report";
 
@@ -72,15 +75,35 @@ void Require(const Result<void>& result, const char* what)
 /// Throws an exception with the name of what is invalid, but not its value.
 void Require(const Result<void>& checked)
 {
-    if (!checked) Require(checked, checked.reason().about.c_str());
+    if (!checked) Require(checked, checked.reason().about.text().c_str());
 }
 
+/// A setting of the report as the file and the log name it, and as requests do.
+struct Setting {
+    const char* name;
+    BuiltInWord member;
+};
+
+constexpr Setting kRecipients{"rcpt", "report_rcpt"};
+constexpr Setting kSenderName{"sender_name", "report_sender_name"};
+constexpr Setting kSenderMail{"sender_mail", "report_sender_mail"};
+constexpr Setting kProvider{"smtp_provider", "smtp_provider"};
+constexpr Setting kServer{"smtp_server", "smtp_server"};
+constexpr Setting kPort{"smtp_port", "smtp_port"};
+constexpr Setting kAccount{"smtp_account", "auth_name"};
+constexpr Setting kPassword{"smtp_password", "auth_password"};
+
 /// Refuses a setting that is not sound.
-Result<void> Sound(bool sound, const char* setting)
+Result<void> Sound(bool sound, ReasonCode code, const Setting& setting)
 {
     if (sound) return {};
-    return Reason{ReasonCode::kRefused, setting,
-                  std::string("report: ") + setting + " is not one that can be used"};
+    return Reason{code, Subject::Setting(setting.member),
+                  std::string("report: ") + setting.name + " is not one that can be used"};
+}
+
+Result<void> IsText(const std::string& text, const Setting& setting)
+{
+    return Sound(host::names::IsPlainText(text), ReasonCode::kNotText, setting);
 }
 
 Result<void> CheckRecipients(const std::string& list)
@@ -88,29 +111,31 @@ Result<void> CheckRecipients(const std::string& list)
     const std::vector<std::string> recipients = host::pages::ReportRecipients(list);
     return Sound(host::names::IsPlainText(list) &&
                      std::all_of(recipients.begin(), recipients.end(), host::names::IsFullAddress),
-                 "rcpt");
+                 ReasonCode::kNoAddress, kRecipients);
 }
 
 Result<void> CheckSender(const Reporter::Sender& sender)
 {
-    Result<void> checked = Sound(host::names::IsPlainText(sender.name), "sender_name");
+    Result<void> checked = IsText(sender.name, kSenderName);
     if (!checked) return checked;
-    return Sound(sender.mail.empty() || host::names::IsFullAddress(sender.mail), "sender_mail");
+    return Sound(sender.mail.empty() || host::names::IsFullAddress(sender.mail),
+                 ReasonCode::kNoAddress, kSenderMail);
 }
 
 Result<void> CheckAccount(const Reporter::SMTP& account)
 {
-    const std::pair<bool, const char*> settings[] = {
-        {host::names::IsPlainText(account.provider), "smtp_provider"},
-        {host::names::IsHostOrAddressOrEmpty(account.server), "smtp_server"},
-        {account.port >= 0 && account.port <= kHighestPort, "smtp_port"},
-        {host::names::IsPlainText(account.account), "smtp_account"},
-        {host::names::IsPlainText(account.password), "smtp_password"},
-    };
-    for (const auto& [sound, setting] : settings) {
-        if (!sound) return Sound(sound, setting);
+    Result<void> checked = IsText(account.provider, kProvider);
+    if (checked) {
+        checked = Sound(host::names::IsHostOrAddressOrEmpty(account.server), ReasonCode::kBadFormat,
+                        kServer);
     }
-    return {};
+    if (checked) {
+        checked = Sound(account.port >= 0 && account.port <= kHighestPort, ReasonCode::kOutOfRange,
+                        kPort);
+    }
+    if (checked) checked = IsText(account.account, kAccount);
+    if (checked) checked = IsText(account.password, kPassword);
+    return checked;
 }
 
 Stored Parse(const KeyValueFile& file)
@@ -148,8 +173,11 @@ void Reporter::State::JudgePassword()
         givenFor = ServerOf(smtp);
         givenForTls = smtp.secure;
     } else if (smtp.auth && !stored.empty()) {
+        constexpr Setting kGivenElsewhere{
+            "smtp_password, which was given for another server, another port or TLS,",
+            kPassword.member};
         Require(Sound(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
-                      "smtp_password, which was given for another server, another port or TLS,"));
+                      ReasonCode::kTypeAgain, kGivenElsewhere));
         givenForTls = smtp.secure;
     }
 }
@@ -158,7 +186,7 @@ host::Result<void> host::pages::CheckReport(const std::string& path)
 {
     const auto file = KeyValueFile::Read(path);
     if (!file && errno == ENOENT) return {};
-    if (!file) return SystemReason(path, kCannotRead);
+    if (!file) return SystemReason(kStore, kCannotRead);
 
     const Stored stored = Parse(*file);
     Result<void> checked = CheckRecipients(stored.rcpt);
@@ -216,7 +244,7 @@ Reporter Reporter::LoadSetting()
     const auto file = KeyValueFile::Read(SettingsPath());
     if (!file) {
         if (errno == ENOENT) return reporter;
-        Require(host::SystemReason(SettingsPath(), kCannotRead), kCannotRead);
+        Require(host::SystemReason(kStore, kCannotRead), kCannotRead);
     }
 
     static_cast<Stored&>(*reporter.state_) = Parse(*file);
@@ -248,9 +276,13 @@ int Reporter::SaveSetting()
         {"smtp_password_for", state.givenFor},
         {"smtp_password_tls", YesNo(state.givenForTls)},
     };
-    for (const auto& line : lines) Require(Sound(file.Set(line.first, line.second), line.first));
+    for (const auto& [name, value] : lines) {
+        if (file.Set(name, value)) continue;
+        Require(Reason{ReasonCode::kNotText, kStore,
+                       std::string("report: ") + name + " is not one that can be stored"});
+    }
     if (!file.Write(SettingsPath(), 0600)) {
-        Require(host::SystemReason(SettingsPath(), kCannotStore), kCannotStore);
+        Require(host::SystemReason(kStore, kCannotStore), kCannotStore);
     }
     return 0;
 }

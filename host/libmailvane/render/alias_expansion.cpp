@@ -95,7 +95,7 @@ Result<Recipients> AliasExpansion::Expand(const stores::AliasEntry& alias)
     walk.Enter(&alias.members);
     while (!walk.path.empty()) {
         if (walk.HasTooMany()) {
-            return Reason{ReasonCode::kRefused, alias.name,
+            return Reason{ReasonCode::kTooMany, Subject::Setting("member"),
                           "the alias " + alias.name + " has too many recipients"};
         }
         Walk::Step& step = walk.path.back();

@@ -26,7 +26,7 @@ Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::stri
     auto members = groups.Find(group);
     if (!members) {
         return Reason{ReasonCode::kDaemonIsDown,
-                      group,
+                      Subject::Service(kAccountSource),
                       "the group " + group + " cannot be read",
                       {std::move(members).reason()}};
     }

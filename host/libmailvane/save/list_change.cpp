@@ -65,8 +65,9 @@ Result<void> RestartReaders(bool scanner, bool mailServer)
         !scanner || Succeeded(daemons::RunControlScript(daemons::kScanner, "restart"));
     const bool mailServerIsUp = !mailServer || Postfix::Service("restart") >= 0;
     if (scannerIsUp && mailServerIsUp) return {};
-    const std::string down(scannerIsUp ? daemons::kPostfix.label : daemons::kScanner.label);
-    return Reason{ReasonCode::kDaemonIsDown, down, "the " + down + " does not come up again"};
+    const daemons::Daemon& down = scannerIsUp ? daemons::kPostfix : daemons::kScanner;
+    return Reason{ReasonCode::kDaemonIsDown, Subject::Service(down),
+                  "the " + std::string(down.label) + " does not come up again"};
 }
 
 /// Whether the scanner reads what has changed, or what a change fills.
@@ -183,7 +184,7 @@ Result<SQLite::Database> ChangeDatabaseOf(const render::List& list)
 Result<void> Within(const render::List& list, const char* what, const ListChange& change,
                     const std::function<Result<void>(SQLite::Database&, const Store&)>& finish)
 {
-    return system::Attempt(what, [&]() -> Result<void> {
+    const auto changeAll = [&]() -> Result<void> {
         const WriteScope scope;
         if (!scope.ready()) return scope.ready();
 
@@ -196,7 +197,8 @@ Result<void> Within(const render::List& list, const char* what, const ListChange
             transaction.commit();
             return {};
         });
-    });
+    };
+    return system::Attempt(what, changeAll).About(Subject::List(list));
 }
 
 /// Makes what a killed change of lists left what the store says.
@@ -251,7 +253,7 @@ Result<void> StoreAndApply(const render::List& list, const char* what, const Lis
 
 Result<void> StoreAndApplyTypes(const std::vector<std::string>& types)
 {
-    return system::Attempt("attachment types", [&types]() -> Result<void> {
+    const auto storeAndApply = [&types]() -> Result<void> {
         const WriteScope scope;
         if (!scope.ready()) return scope.ready();
 
@@ -262,7 +264,9 @@ Result<void> StoreAndApplyTypes(const std::vector<std::string>& types)
         if (!files) return std::move(files).reason();
         return Apply({WordsOf({&render::kAttachmentList}), *std::move(files), nullptr,
                       [&types] { return stores::StoreAttachmentTypes(types); }});
-    });
+    };
+    return system::Attempt("attachment types", storeAndApply)
+        .About(Subject::List(render::kAttachmentList));
 }
 
 Result<void> ApplySpamRules(const std::string& rules)
@@ -271,12 +275,12 @@ Result<void> ApplySpamRules(const std::string& rules)
     if (!scope.ready()) return scope.ready();
     Change change{std::string(kListChange) + " " + kRuleSets, {}};
     change.files.push_back({render::kSpamRules, rules, false});
-    return Apply(change);
+    return Apply(change).About(Subject::List(kRuleSets));
 }
 
 Result<void> ApplyLists(const Lists& lists)
 {
-    return system::Attempt("maps", [&lists]() -> Result<void> {
+    const auto apply = [&lists]() -> Result<void> {
         const WriteScope scope;
         if (!scope.ready()) return scope.ready();
 
@@ -288,7 +292,8 @@ Result<void> ApplyLists(const Lists& lists)
 
         Result<Files> files = StoredListFiles(lists, *settings);
         return files ? Apply({WordsOf(lists), *std::move(files)}) : std::move(files).reason();
-    });
+    };
+    return system::Attempt("maps", apply).About(Subject::List(*lists.front()));
 }
 
 Result<void> RepairLists(const std::string& folder)

@@ -26,7 +26,8 @@ Result<void> StoreAndApplyPersonal(const system::MailAccount& account,
         generation::MarkPendingSave({generation::CurrentGeneration(), kChange + account.name});
     if (!done) return done;
 
-    done = system::PutUserScript(account, script);
+    // What fails there, fails in the user's home.
+    done = system::PutUserScript(account, script).About(Subject::Setting("user"));
     if (done) done = stores::WritePersonalSettings(account, after);
     // Where the old script cannot be put back, the mark stays for the next writer.
     if (!done && !Succeeded(system::PutUserScript(account, old))) return done;

@@ -81,6 +81,15 @@ bool IsWanted(const AffectedServices& affected, std::string_view label)
                        });
 }
 
+/// What a failure of a step is about. What is no step of a daemon tells of its own failures.
+Subject SubjectOf(const Callback& step)
+{
+    const auto* daemon =
+        std::find_if(std::begin(daemons::kDaemons), std::end(daemons::kDaemons),
+                     [&step](const daemons::Daemon& one) { return one.label == step.name; });
+    return daemon == std::end(daemons::kDaemons) ? step.name : Subject::Service(*daemon);
+}
+
 }  // namespace
 
 bool IsServiceStep(const Callback& step)
@@ -95,8 +104,8 @@ Result<void> RunStep(const Callback& step)
         Log(LOG_INFO, "%s: done", title.c_str());
         return {};
     }
-    return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem, step.name,
-                  title + ": failed"};
+    return Reason{IsServiceStep(step) ? ReasonCode::kDaemonIsDown : ReasonCode::kSystem,
+                  SubjectOf(step), title + ": failed"};
 }
 
 AffectedServices BothServers()

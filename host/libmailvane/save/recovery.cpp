@@ -49,7 +49,7 @@ Result<void> RestartCalledServices(const std::string& before,
         if (restarted) continue;
         const std::string label(daemon.label);
         return Reason{ReasonCode::kDaemonIsDown,
-                      label,
+                      Subject::Service(daemon),
                       "the " + label + " does not come up",
                       {std::move(restarted).reason()}};
     }

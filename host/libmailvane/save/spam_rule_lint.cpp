@@ -68,7 +68,8 @@ Result<void> SpamFilterTakes(const std::string& rules)
 {
     const TemporaryDirectory home;
     if (!Furnish(home.path(), rules)) {
-        return SystemReason("spam filter", "the spam filter cannot be asked about its rules");
+        return SystemReason(Subject::Service(daemons::kScanner),
+                            "the spam filter cannot be asked about its rules");
     }
     ProgramOptions options;
     options.limit = kLimit;
@@ -86,7 +87,8 @@ Result<void> SpamFilterTakes(const std::string& rules)
         RunProgram(system::AsUser(daemons::kScanner.user, command), options);
     if (result.Succeeded()) return {};
     const bool isJudged = result.status > 0;
-    return Reason{isJudged ? ReasonCode::kDaemonRefuses : ReasonCode::kDaemonIsDown, "spam filter",
+    return Reason{isJudged ? ReasonCode::kDaemonRefuses : ReasonCode::kDaemonIsDown,
+                  Subject::Service(daemons::kScanner),
                   "refused by the spam filter: " + result.errors.substr(0, kLongestComplaint),
                   result.Causes()};
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -27,21 +28,34 @@ namespace {
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
                                   "regexp", "pcre",  "cidr", "sqlite", "ldap"};
 
+Reason GivenTwice(int port, const MailService& one, const MailService& other)
+{
+    const auto setting = [](const MailService& service) {
+        return Subject::Setting({service, &MailService::portKey});
+    };
+    Reason reason{ReasonCode::kGivenTwice, setting(one),
+                  "refused: port " + std::to_string(port) + " is given to two services"};
+    reason.causes = {{ReasonCode::kGivenTwice, setting(other), ""}};
+    return reason;
+}
+
 Result<void> PortsAreFree(const settings::StoredSettings& wanted)
 {
+    std::map<int, const MailService*> services;
     std::set<int> ports;
-    for (const int port : settings::EnabledPorts(wanted)) {
-        if (ports.insert(port).second) continue;
-
-        const std::string about = "port " + std::to_string(port);
-        return Reason{ReasonCode::kTaken, about, "refused: " + about + " is given to two services"};
+    for (const MailService* service : settings::EnabledServices(wanted)) {
+        const int port = wanted.Int(service->portKey);
+        const auto [other, isNew] = services.emplace(port, service);
+        if (!isNew) return GivenTwice(port, *other->second, *service);
+        ports.insert(port);
     }
 
-    const Result<std::set<int>> taken = daemons::PortsHeldByOthers(ports);
-    if (!taken) return taken.reason();
-    if (taken->empty()) return {};
-    const std::string about = "port " + std::to_string(*taken->begin());
-    return Reason{ReasonCode::kPortInUse, about, "refused: " + about + " is in use"};
+    const auto held = daemons::PortsHeldByOthers(ports);
+    if (!held) return held.reason();
+    if (held->empty()) return {};
+    const daemons::HeldPort& first = held->front();
+    return daemons::PortIsHeld(first, services.at(first.port),
+                               "refused: port " + std::to_string(first.port) + " is in use");
 }
 
 /// Refuses a service that master.cf lists twice: the administrator may add one that the package
@@ -50,7 +64,8 @@ Result<void> ServicesStandOnce(const generation::NextGeneration& next)
 {
     std::string text;
     const std::string path = next.directory() + "/postfix/master.cf";
-    if (!ReadFile(path, text)) return SystemReason(path, "cannot read " + path);
+    if (!ReadFile(path, text))
+        return SystemReason(Subject::List("settings"), "cannot read " + path);
 
     std::istringstream lines(text);
     std::set<std::pair<std::string, std::string>> services;
@@ -63,23 +78,26 @@ Result<void> ServicesStandOnce(const generation::NextGeneration& next)
         if (services.emplace(name, type).second) continue;
 
         const std::string service = name.append("/").append(type);
-        return Reason{ReasonCode::kTaken, service,
+        return Reason{ReasonCode::kGivenTwice, Subject::Service(daemons::kPostfix),
                       "refused: the service " + service + " stands twice"};
     }
     return {};
 }
 
-Reason RefusedBy(const std::string& program, const ProgramResult& result)
+/// A daemon's own check, `program`, has found a fault in its files.
+Reason RefusedBy(const daemons::Daemon& daemon, const std::string& program,
+                 const ProgramResult& result)
 {
-    return {ReasonCode::kDaemonRefuses, program, "refused by " + program + ": " + result.errors,
-            result.Causes()};
+    const bool isLate = !result.done && result.done.reason().code == ReasonCode::kOutOfTime;
+    return {isLate ? ReasonCode::kOutOfTime : ReasonCode::kDaemonRefuses, Subject::Service(daemon),
+            "refused by " + program + ": " + result.errors, result.Causes()};
 }
 
 /// Success when a check ended well and printed no complaint; else the reason.
-Result<void> Passed(const ProgramResult& result, const char* check)
+Result<void> Passed(const daemons::Daemon& daemon, const char* check, const ProgramResult& result)
 {
     if (result.Succeeded() && result.errors.empty()) return {};
-    return RefusedBy(check, result);
+    return RefusedBy(daemon, check, result);
 }
 
 /// The file-based tables that a dump of Postfix parameters names, as `type:path`.
@@ -114,7 +132,7 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
     for (const ProgramResult& result : results) {
         // Exit status 1 without output only means that the table has no such key.
         if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
-            return Reason{ReasonCode::kDaemonRefuses, *table,
+            return Reason{ReasonCode::kDaemonRefuses, Subject::Service(daemons::kPostfix),
                           "refused: the table " + *table + " cannot be queried", result.Causes()};
         }
         ++table;
@@ -137,7 +155,7 @@ Result<void> ParametersAndTablesAreGood(const std::string& configuration)
     const std::vector<ProgramResult> dumps = DumpParameters(configuration);
     std::string parameters;
     for (const ProgramResult& dump : dumps) {
-        Result<void> passed = Passed(dump, "postconf");
+        Result<void> passed = Passed(daemons::kPostfix, "postconf", dump);
         if (!passed) return passed;
         parameters += dump.output;
     }
@@ -156,7 +174,9 @@ Result<void> OwnChecksPass(const generation::NextGeneration& next)
     options.capture = true;
     const std::vector<ProgramResult> results = RunPrograms(checks, options);
     for (std::size_t i = 0; i < results.size(); ++i) {
-        if (!results[i].Succeeded()) return RefusedBy(checks[i].front(), results[i]);
+        if (results[i].Succeeded()) continue;
+        return RefusedBy(i == 0 ? daemons::kDovecot : daemons::kPostfix, checks[i].front(),
+                         results[i]);
     }
     return {};
 }
@@ -176,13 +196,15 @@ std::string AsInForce(const generation::NextGeneration& next, const std::string&
 }
 
 /// Has a filter check a configuration, given on its standard input.
-Result<void> FilterAccepts(const generation::NextGeneration& next, const char* program,
+Result<void> FilterAccepts(const generation::NextGeneration& next, const daemons::Daemon& filter,
                            const char* option, const std::string& relative)
 {
     ProgramOptions options;
     options.capture = true;
     options.input = AsInForce(next, relative);
-    return Passed(RunProgram({program, "-n", option, "/dev/stdin"}, options), program);
+    const std::string program(filter.program);
+    return Passed(filter, program.c_str(),
+                  RunProgram({program, "-n", option, "/dev/stdin"}, options));
 }
 
 Result<void> FiltersAccept(const generation::NextGeneration& next,
@@ -195,9 +217,9 @@ Result<void> FiltersAccept(const generation::NextGeneration& next,
     const bool dmarc =
         daemons::Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
     Result<void> accepted;
-    if (dkim) accepted = FilterAccepts(next, programs::kOpenDkim, "-x", "opendkim/opendkim.conf");
+    if (dkim) accepted = FilterAccepts(next, daemons::kDkimFilter, "-x", "opendkim/opendkim.conf");
     if (accepted && dmarc) {
-        accepted = FilterAccepts(next, programs::kOpenDmarc, "-c", "opendmarc/opendmarc.conf");
+        accepted = FilterAccepts(next, daemons::kDmarcFilter, "-c", "opendmarc/opendmarc.conf");
     }
     return accepted;
 }
@@ -221,7 +243,7 @@ Result<void> ScannerAccepts(const generation::NextGeneration& next,
             {programs::kAmavisd, "-c", next.directory() + "/" + render::kScannerFile, "showkeys"}),
         options);
     if (check.Succeeded()) return {};
-    return RefusedBy(programs::kAmavisd, check);
+    return RefusedBy(daemons::kScanner, programs::kAmavisd, check);
 }
 
 }  // namespace

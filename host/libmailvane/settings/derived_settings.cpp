@@ -1,8 +1,6 @@
 // Values derived from the stored settings: ports of the mail services, mail domains.
 #include "host/libmailvane/settings/derived_settings.h"
 
-#include "host/libhaldcore/mail_services.h"
-
 namespace host::settings {
 
 namespace {
@@ -14,11 +12,20 @@ bool IsOn(const StoredSettings& settings, const MailService& service)
 
 }  // namespace
 
+std::vector<const MailService*> EnabledServices(const StoredSettings& settings)
+{
+    std::vector<const MailService*> services;
+    for (const MailService& service : kMailServices) {
+        if (IsOn(settings, service)) services.push_back(&service);
+    }
+    return services;
+}
+
 std::vector<int> EnabledPorts(const StoredSettings& settings)
 {
     std::vector<int> ports;
-    for (const MailService& service : kMailServices) {
-        if (IsOn(settings, service)) ports.push_back(settings.Int(service.portKey));
+    for (const MailService* service : EnabledServices(settings)) {
+        ports.push_back(settings.Int(service->portKey));
     }
     return ports;
 }

@@ -52,6 +52,21 @@ bool IsIntBetween(const std::string& text, int lowest, int highest)
     return error == std::errc() && rest == end && number >= lowest && number <= highest;
 }
 
+std::optional<ReasonCode> FaultOfText(const SettingInfo& setting, const std::string& text)
+{
+    if (setting.choices.front() != nullptr) {
+        return IsChoice(setting, text) ? std::nullopt : std::optional(ReasonCode::kNoChoice);
+    }
+    if (text.size() > static_cast<std::string::size_type>(setting.highest)) {
+        return ReasonCode::kTooLong;
+    }
+    if (!names::IsPlainText(text)) return ReasonCode::kNotText;
+    if (text.size() < static_cast<std::string::size_type>(setting.lowest)) {
+        return ReasonCode::kEmpty;
+    }
+    return setting.accepts(text) ? std::nullopt : std::optional(ReasonCode::kBadFormat);
+}
+
 }  // namespace
 
 SettingsTable AllSettings()
@@ -67,21 +82,20 @@ const SettingInfo* FindSetting(const std::string& name)
     return row == kTable.end() ? nullptr : row;
 }
 
+std::optional<ReasonCode> FaultOf(const SettingInfo& setting, const std::string& text)
+{
+    if (setting.type == SettingType::kText) return FaultOfText(setting, text);
+    if (setting.type == SettingType::kBool) {
+        return text == "yes" || text == "no" ? std::nullopt : std::optional(ReasonCode::kNoChoice);
+    }
+    return IsIntBetween(text, setting.lowest, setting.highest)
+               ? std::nullopt
+               : std::optional(ReasonCode::kOutOfRange);
+}
+
 bool SettingAccepts(const SettingInfo& setting, const std::string& text)
 {
-    switch (setting.type) {
-        case SettingType::kBool:
-            return text == "yes" || text == "no";
-        case SettingType::kInt:
-            return IsIntBetween(text, setting.lowest, setting.highest);
-        case SettingType::kText:
-            break;
-    }
-    if (setting.choices.front() != nullptr) return IsChoice(setting, text);
-
-    return text.size() >= static_cast<std::string::size_type>(setting.lowest) &&
-           text.size() <= static_cast<std::string::size_type>(setting.highest) &&
-           names::IsPlainText(text) && setting.accepts(text);
+    return !FaultOf(setting, text);
 }
 
 }  // namespace host::settings

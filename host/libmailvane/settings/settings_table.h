@@ -4,7 +4,10 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
+
+#include "host/libhaldcore/reason_code.h"
 
 namespace host::settings {
 
@@ -43,7 +46,10 @@ SettingsTable AllSettings();
 /// The row of a setting; null for an unknown name.
 const SettingInfo* FindSetting(const std::string& name);
 
-/// Whether `text`, in stored spelling, is a valid value of the setting.
+/// Why `text`, in stored spelling, is no value of the setting; nothing when it is one.
+std::optional<ReasonCode> FaultOf(const SettingInfo& setting, const std::string& text);
+
+/// Whether it is one.
 bool SettingAccepts(const SettingInfo& setting, const std::string& text);
 
 }  // namespace host::settings

@@ -45,7 +45,7 @@ Result<void> CheckThatIsWhole(const std::string& path, const StoredValues& store
                                          text)) {
             return {};
         }
-        return Reason{ReasonCode::kDamaged, path,
+        return Reason{ReasonCode::kDamaged, Subject::List("settings"),
                       path + " is damaged, it lacks " + setting.name +
                           "; mailvanectl rollback brings the settings of before back"};
     }
@@ -67,7 +67,7 @@ Result<StoredSettings> StoredSettings::Read()
 Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
 {
     std::optional<KeyValueFile> file = KeyValueFile::Read(folder + "/mailvane.conf");
-    if (!file) return SystemReason("settings", "cannot read the settings");
+    if (!file) return SystemReason(Subject::List("settings"), "cannot read the settings");
 
     StoredSettings settings;
     settings.file_ = std::move(*file);

@@ -24,16 +24,24 @@ bool SuitsList(Type type, NameType kind)
     return (kind == NAME_ADDRESS) != (type == TYPE_CLIENT);
 }
 
-/// Why an entry cannot be stored; null when it can.
-const char* FaultOf(const AccessInfo& entry, bool nameIsGood)
+/// Refuses an entry that cannot be stored.
+Result<void> Judge(const AccessInfo& entry, bool nameIsGood)
 {
-    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such list";
-    if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
-        return "there is no such permission";
+    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
+        return Reason{ReasonCode::kNoChoice, Subject::Setting("accessType"),
+                      "there is no such list"};
     }
-    if (!nameIsGood) return "the name is none of its kind";
-    const bool suits = SuitsList(entry.type, entry.nameType);
-    return suits ? nullptr : "the list does not look at names of this kind";
+    if (entry.status < ACCESS_OK || entry.status >= ACCESS_UNKNOWN) {
+        return Reason{ReasonCode::kNoChoice, Subject::Setting("permission"),
+                      "there is no such permission"};
+    }
+    if (!nameIsGood) {
+        return Reason{ReasonCode::kNoName, Subject::Setting("name"),
+                      "the name is none of its kind"};
+    }
+    if (SuitsList(entry.type, entry.nameType)) return {};
+    return Reason{ReasonCode::kWrongKind, Subject::Setting("nameType"),
+                  "the list does not look at names of this kind"};
 }
 
 }  // namespace
@@ -49,7 +57,7 @@ Result<Rule> ParseAccessLine(const std::string& line, int type)
     const auto end = line.find(' ');
     const auto second = line.find_first_not_of(' ', end);
     if (second == std::string::npos) {
-        return Reason{ReasonCode::kRefused, line, "is not a name and its permission"};
+        return Reason{ReasonCode::kNoEntry, line, "is not a name and its permission"};
     }
     AccessInfo entry;
     entry.type = static_cast<Type>(type);
@@ -62,8 +70,8 @@ Result<Rule> ParseAccessLine(const std::string& line, int type)
 Result<Rule> StoredRule(const AccessInfo& entry)
 {
     const std::optional<std::string> name = names::StoredName(entry.nameType, entry.name);
-    const char* fault = FaultOf(entry, name.has_value());
-    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
+    Result<void> judged = Judge(entry, name.has_value());
+    if (!judged) return std::move(judged).reason();
     return Rule{entry.type, *name, entry.nameType, std::to_string(entry.status)};
 }
 

@@ -56,7 +56,7 @@ bool CanBeParked(const settings::AccountCombination& combination)
 
 Reason UnsafeDomain(const settings::AccountCombination& combination)
 {
-    return {ReasonCode::kRefused, "acc_domain_name",
+    return {ReasonCode::kBadFormat, Subject::Setting("acc_domain_name"),
             "the account domain " + combination.domain + " cannot be part of a file name"};
 }
 

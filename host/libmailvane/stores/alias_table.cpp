@@ -33,15 +33,15 @@ std::list<MemberInfo> StoredMembers(std::list<MemberInfo> members)
     return members;
 }
 
-Reason Missing(const std::string& name)
+Reason Missing(BuiltInWord member)
 {
-    return {ReasonCode::kMissing, name, "an alias that does not exist"};
+    return {ReasonCode::kMissing, Subject::Setting(member), "an alias that does not exist"};
 }
 
 Result<void> CheckName(const std::string& name)
 {
     if (names::IsLocalPart(name)) return {};
-    return Reason{ReasonCode::kRefused, name, "no name of an alias"};
+    return Reason{ReasonCode::kNoName, Subject::Setting("aliasname"), "no name of an alias"};
 }
 
 }  // namespace
@@ -90,7 +90,7 @@ Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owne
     if (!checked || member.type != names::kAliasMember) return checked;
 
     if (member.name == owner || Find(member.name) != nullptr) return {};
-    return Missing(member.name);
+    return Missing("member");
 }
 
 Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo>& asked)
@@ -99,7 +99,8 @@ Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo
     Result<void> named = CheckName(name);
     if (!named) return named;
     if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
-        return Reason{ReasonCode::kTaken, name, "a name that another alias has in other letters"};
+        return Reason{ReasonCode::kTaken, Subject::Setting("aliasname"),
+                      "a name that another alias has in other letters"};
     }
     for (const MemberInfo& member : members) {
         Result<void> checked = Check(member, name);
@@ -115,7 +116,7 @@ Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo
 
 Result<void> AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& members)
 {
-    if (Find(name) == nullptr) return Missing(name);
+    if (Find(name) == nullptr) return Missing("aliasname");
 
     AliasEntry& entry = Edit(name);
     const std::set<Identity> leaving = Identities(StoredMembers(members));
@@ -130,13 +131,14 @@ Result<void> AliasTable::Remove(const std::string& name, const std::list<MemberI
 Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
 {
     const AliasEntry* old = Find(from);
-    if (old == nullptr) return Missing(from);
+    if (old == nullptr) return Missing("orgalias");
     Result<void> named = CheckName(to);
     if (!named) return named;
 
     const AliasEntry* taken = FindAnyCase(to);
     if (taken != nullptr && taken != old) {
-        return Reason{ReasonCode::kTaken, to, "a name that another alias has"};
+        return Reason{ReasonCode::kTaken, Subject::Setting("aliasname"),
+                      "a name that another alias has"};
     }
 
     auto node = byName_.extract(InLowerCase(from));

@@ -58,7 +58,7 @@ public:
         const std::size_t colon = line.find(':');
         if (colon != std::string::npos) return TakeAlias(line, colon);
         if (!open_) {
-            return Reason{ReasonCode::kRefused, line, "no colon after the name of an alias"};
+            return Reason{ReasonCode::kNoEntry, line, "no colon after the name of an alias"};
         }
         return TakeMembers(line);
     }
@@ -81,10 +81,10 @@ private:
         aliases_.push_back({0, name, {}});
         Result<void> taken = TakeMembers(line.substr(colon + 1));
         if (!names::IsLocalPart(name)) {
-            return Reason{ReasonCode::kRefused, name, "no name of an alias"};
+            return Reason{ReasonCode::kNoName, name, "no name of an alias"};
         }
         if (!byName_.emplace(InLowerCase(name), &aliases_.back()).second) {
-            return Reason{ReasonCode::kTaken, name, "an alias that stands in the file twice"};
+            return Reason{ReasonCode::kGivenTwice, name, "an alias that stands in the file twice"};
         }
         return taken;
     }

@@ -27,7 +27,7 @@ Result<Rule> ParseBccLine(const std::string& line, int type)
     const auto end = line.find(' ');
     const auto second = line.find_first_not_of(' ', end);
     if (second == std::string::npos) {
-        return Reason{ReasonCode::kRefused, line, "is not a name and where its copies go"};
+        return Reason{ReasonCode::kNoEntry, line, "is not a name and where its copies go"};
     }
     return StoredRule(
         BccInfo{line.substr(0, end), line.substr(second), static_cast<BccType>(type)});
@@ -37,10 +37,12 @@ Result<Rule> StoredRule(const BccInfo& rule)
 {
     const std::string name = InLowerCase(names::WithALabels(rule.name));
     if (rule.type != BCC_SENDER && rule.type != BCC_RECIPIENT) {
-        return Reason{ReasonCode::kRefused, name, "there is no such type of rules"};
+        return Reason{ReasonCode::kNoChoice, Subject::Setting("bccType"),
+                      "there is no such type of rules"};
     }
     if (!IsRuleName(name)) {
-        return Reason{ReasonCode::kRefused, name, "the name is no address, user or @domain"};
+        return Reason{ReasonCode::kNoAddress, Subject::Setting("name"),
+                      "the name is no address, user or @domain"};
     }
     Result<std::string> target = StoredCopyTarget(rule.bccTo);
     if (!target) return std::move(target).reason();
@@ -51,7 +53,8 @@ Result<std::string> StoredCopyTarget(const std::string& address)
 {
     std::string stored = names::WithALabels(address);
     if (names::IsMailAddress(stored)) return stored;
-    return Reason{ReasonCode::kRefused, address, "the copy goes to what is no address or user"};
+    return Reason{ReasonCode::kNoAddress, Subject::Setting("bccTo"),
+                  "the copy goes to what is no address or user"};
 }
 
 Rule KeyOf(const BccInfo& rule)

@@ -21,14 +21,20 @@ bool IsIp(const BlackWhite& entry)
     return entry.nameType == NAME_IP || entry.nameType == NAME_NETWORK;
 }
 
-/// Why an entry cannot be stored; null when it can.
-const char* FaultOf(const BlackWhite& entry, bool nameIsGood)
+/// Refuses an entry that cannot be stored.
+Result<void> Judge(const BlackWhite& entry, bool nameIsGood)
 {
-    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) return "there is no such type";
-    if (!nameIsGood) return "the name is none of its kind";
+    if (entry.type < TYPE_SENDER || entry.type > TYPE_CLIENT) {
+        return Reason{ReasonCode::kNoChoice, Subject::Setting("type"), "there is no such type"};
+    }
+    if (!nameIsGood) {
+        return Reason{ReasonCode::kNoName, Subject::Setting("name"),
+                      "the name is none of its kind"};
+    }
     // Clients have IP addresses or networks, senders and recipients mail addresses or domains.
-    const bool suits = IsIp(entry) == (entry.type == TYPE_CLIENT);
-    return suits ? nullptr : "the type does not go with a name of this kind";
+    if (IsIp(entry) == (entry.type == TYPE_CLIENT)) return {};
+    return Reason{ReasonCode::kWrongKind, Subject::Setting("nameType"),
+                  "the type does not go with a name of this kind"};
 }
 
 }  // namespace
@@ -46,7 +52,7 @@ Result<Rule> ParseBlackWhiteLine(const std::string& line, int which)
     const bool isAlone = second == std::string::npos;
     const auto* type = std::find(std::begin(kTypeNames), std::end(kTypeNames), line.substr(0, end));
     if (isAlone != (type == std::end(kTypeNames))) {
-        return Reason{ReasonCode::kRefused, line, "is not sender, recipient or client and a name"};
+        return Reason{ReasonCode::kNoEntry, line, "is not sender, recipient or client and a name"};
     }
     BlackWhite entry;
     entry.blackWhite = which;
@@ -65,8 +71,8 @@ BlackWhiteType ListOf(int blackWhite)
 Result<Rule> StoredRule(const BlackWhite& entry)
 {
     const std::optional<std::string> name = names::StoredName(KindOf(entry.nameType), entry.name);
-    const char* fault = FaultOf(entry, name.has_value());
-    if (fault != nullptr) return Reason{ReasonCode::kRefused, entry.name, fault};
+    Result<void> judged = Judge(entry, name.has_value());
+    if (!judged) return std::move(judged).reason();
     return Rule{entry.type, *name, entry.nameType, std::to_string(ListOf(entry.blackWhite))};
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <tuple>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
@@ -99,19 +100,19 @@ struct StoredPersonal {
     PersonalSettings settings;
 };
 
-Result<StoredPersonal> Parse(const std::string& text, const std::string& about)
+Result<StoredPersonal> Parse(const std::string& text)
 {
     Json::Value json;
     std::string errors;
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
     if (!reader->parse(text.data(), text.data() + text.size(), &json, &errors)) {
-        return Reason{ReasonCode::kDamaged, about, "it is not JSON"};
+        return Reason{ReasonCode::kDamaged, Subject::List("personal"), "it is not JSON"};
     }
     try {
         const Json::Value& stored = json;
         return StoredPersonal{stored["uid"].asUInt64(), ToSettings(stored)};
     } catch (const Json::Exception& failure) {  // a member of another kind
-        return Reason{ReasonCode::kDamaged, about, failure.what()};
+        return Reason{ReasonCode::kDamaged, Subject::List("personal"), failure.what()};
     }
 }
 
@@ -120,9 +121,18 @@ Result<StoredPersonal> Parse(const std::string& text, const std::string& about)
 Result<Reply> StorableReply(const std::string& subject, const std::string& message)
 {
     Reply reply{std::string(Trim(WithoutControls(subject, ""))), WithoutControls(message, "\n\t")};
-    if (reply.subject.size() > kLongestSubject || reply.message.size() > kLongestMessage ||
-        !names::IsPlainText(reply.subject + WithoutControls(reply.message, ""))) {
-        return Reason{ReasonCode::kRefused, "reply", "the reply is too long or no text in UTF-8"};
+    const auto isText = [](const std::string& text) {
+        return names::IsPlainText(WithoutControls(text, ""));
+    };
+    const std::tuple<bool, BuiltInWord, ReasonCode> faults[] = {
+        {reply.subject.size() > kLongestSubject, "subject", ReasonCode::kTooLong},
+        {reply.message.size() > kLongestMessage, "message", ReasonCode::kTooLong},
+        {!isText(reply.subject), "subject", ReasonCode::kNotText},
+        {!isText(reply.message), "message", ReasonCode::kNotText},
+    };
+    for (const auto& [isFault, member, code] : faults) {
+        if (!isFault) continue;
+        return Reason{code, Subject::Setting(member), "the reply is too long or no text in UTF-8"};
     }
     return reply;
 }
@@ -141,9 +151,9 @@ Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account
     std::string text;
     if (!ReadFile(FileOf(account), text)) {
         if (errno == ENOENT) return PersonalSettings();
-        return SystemReason(account.name, Title(account));
+        return SystemReason(Subject::List("personal"), Title(account));
     }
-    auto stored = Parse(text, account.name).Prefixed(Title(account) + ": ");
+    auto stored = Parse(text).Prefixed(Title(account) + ": ");
     if (!stored) return std::move(stored).reason();
 
     // Settings of another user id are ignored: the name was reused for a new account.
@@ -153,7 +163,7 @@ Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account
 
 Result<PersonalSettings> ParsePersonalSettings(const std::string& text)
 {
-    auto stored = Parse(text, "personal settings");
+    auto stored = Parse(text);
     if (!stored) return std::move(stored).reason();
     return std::move(stored->settings);
 }
@@ -166,7 +176,7 @@ Result<void> WritePersonalSettings(const system::MailAccount& account,
     if (MakeDirectories(PackagePath(kFolder), 0700) && ReplaceFile(FileOf(account), text, 0600)) {
         return {};
     }
-    return SystemReason(account.name, Title(account));
+    return SystemReason(Subject::List("personal"), Title(account));
 }
 
 }  // namespace host::stores

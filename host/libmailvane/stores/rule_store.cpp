@@ -97,7 +97,7 @@ public:
             find_->executeStep() && find_->getColumn(0).getString() == rule.value;
         find_->reset();
         if (isRepeated) return {};
-        return Reason{ReasonCode::kTaken, rule.name,
+        return Reason{ReasonCode::kGivenTwice, rule.name,
                       "the name stands there, and says something else"};
     }
 
@@ -274,9 +274,9 @@ std::string RulesText(SQLite::Database& store, const RuleList& list, int type)
     return text;
 }
 
-Reason InTheWay(const std::string& name)
+Reason InTheWay(const std::string& name, Subject about)
 {
-    return {ReasonCode::kTaken, name, "'" + name + "' stands on the list already"};
+    return {ReasonCode::kTaken, std::move(about), "'" + name + "' stands on the list already"};
 }
 
 Result<int> ImportRules(SQLite::Database& store, const RuleList& list, int type,
@@ -289,7 +289,7 @@ Result<int> ImportRules(SQLite::Database& store, const RuleList& list, int type,
     });
     if (!read) return std::move(read).reason();
     if (!replaces) {
-        if (const auto name = incoming.Contradicted(list)) return InTheWay(*name);
+        if (const auto name = incoming.Contradicted(list)) return InTheWay(*name, "list to import");
     }
     return incoming.MoveInto(list);
 }

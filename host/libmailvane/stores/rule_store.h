@@ -135,8 +135,8 @@ std::string RulesText(SQLite::Database& store, const RuleList& list, int type);
 Result<int> ImportRules(SQLite::Database& store, const RuleList& list, int type,
                         const std::string& path, bool replaces);
 
-/// What the log says of a stored rule that is in the way.
-Reason InTheWay(const std::string& name);
+/// A stored rule of a name that is in the way of what `about` says.
+Reason InTheWay(const std::string& name, Subject about);
 
 /// Runs a query on the lists in etc/mailvane.db. `what` begins its line in the log.
 template <typename Query>

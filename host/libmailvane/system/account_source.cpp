@@ -15,7 +15,7 @@ int AccountSourceOf(const std::string& type)
 Result<void> AccountSourceIsNamed(const std::string& type)
 {
     if (IsNamedSource(AccountSourceOf(type))) return {};
-    return Reason{ReasonCode::kRefused, "account_type",
+    return Reason{ReasonCode::kNotSetUp, Subject::Setting("account_type"),
                   "/etc/nsswitch.conf names no service of passwd for the account source " + type};
 }
 

@@ -85,6 +85,8 @@ ReasonCode CodeOf(int sqliteCode)
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
             return ReasonCode::kDamaged;
+        case SQLITE_FULL:
+            return ReasonCode::kNoSpace;
         case SQLITE_CANTOPEN:
         case SQLITE_PERM:
             return ReasonCode::kUnreadable;

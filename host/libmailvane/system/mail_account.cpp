@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string::size_type kLongestName = 200;
 constexpr std::chrono::seconds kHomeLimit{5};
+constexpr char kMember[] = "user";
 
 /// Whether a name is safe as part of a path.
 bool IsAccountName(const std::string& name)
@@ -24,16 +25,18 @@ bool IsAccountName(const std::string& name)
 Result<void> CheckHome(const MailAccount& account)
 {
     if (account.home.empty() || account.home.front() != '/') {
-        return Reason{ReasonCode::kUnreadable, account.name, "home of " + account.name + ": none"};
+        return Reason{ReasonCode::kUnreadable, Subject::Setting(kMember),
+                      "home of " + account.name + ": none"};
     }
     Result<void> had = RunAsUser(account, "home", kHomeLimit, [](int) { return Result<void>(); });
     if (had) return had;
-    return Reason{ReasonCode::kUnreadable, account.name, std::move(had).reason().text};
+    return Reason{ReasonCode::kUnreadable, Subject::Setting(kMember), std::move(had).reason().text};
 }
 
 Reason NoMailUser(const std::string& name)
 {
-    return {ReasonCode::kMissing, name, "there is no mail user '" + name + "'"};
+    return {ReasonCode::kMissing, Subject::Setting(kMember),
+            "there is no mail user '" + name + "'"};
 }
 
 }  // namespace
@@ -45,7 +48,7 @@ Result<MailAccount> FindMailAccount(const std::string& user)
     Result<std::optional<User>> found = FindUser(user);
     if (!found) {
         return Reason{ReasonCode::kDaemonIsDown,
-                      "account source",
+                      Subject::Service(kAccountSource),
                       "the account of '" + user + "' cannot be looked up",
                       {std::move(found).reason()}};
     }

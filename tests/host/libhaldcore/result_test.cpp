@@ -35,7 +35,7 @@ TEST_F(Results, TellWhatTheSystemSaid)
                                                {EEXIST, ReasonCode::kTaken},
                                                {EACCES, ReasonCode::kUnreadable},
                                                {EBUSY, ReasonCode::kBusy},
-                                               {ENOSPC, ReasonCode::kSystem}};
+                                               {ENOSPC, ReasonCode::kNoSpace}};
     for (const auto& [error, code] : rows) {
         errno = error;
         EXPECT_EQ(host::SystemReason("f", "cannot write f").code, code) << error;

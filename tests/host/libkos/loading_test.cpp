@@ -197,6 +197,9 @@ TEST_F(Loading, LocksForChangesAlone)
     EXPECT_EQ("Status: 503 Service Unavailable", answer.StatusLine());
     EXPECT_NE(std::string::npos, answer.output.find("\nRetry-After: "));
     EXPECT_EQ("{\"success\":false,\"error\":\"busy\"}\n", answer.Body());
+    EXPECT_NE(
+        std::string::npos,
+        answer.output.find("\nX-Mailvane-Reason: [{\"service\":\"gate\",\"code\":\"busy\"}]\n"));
     EXPECT_NE(std::string::npos, answer.log.find(": refused (503, another change is under way)"));
     EXPECT_FALSE(Saw(Read("action=load_smtp"))["locked"].asBool());
     (void)close(file);

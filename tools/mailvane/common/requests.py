@@ -1,8 +1,10 @@
 """Requests to the program in a user's name, and the meaning of its answers."""
 import os
 
+from mailvane.common import reasons
 from mailvane.common.errors import Refused, Usage
 from mailvane.common.reference import Action, Reference
+from mailvane.common.texts import Texts
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
@@ -14,6 +16,7 @@ class Requests:
 
     def __init__(self, target: str, user: str = "", more: dict[str, str] | None = None) -> None:
         self.reference = Reference(target + "/share/mailvane/actions.json")
+        self.texts = Texts(target)
         self._program = target + "/ui/mailvane.cgi"
         self._user = user
         self._more = {} if more is None else more
@@ -36,7 +39,8 @@ class Requests:
         value = answer.json()
         why = refusal(action, answer.status, value)
         if why:
-            raise Refused("%s: %s" % (name, why), answer.log.errors())
+            raise Refused("%s: %s" % (name, why), [
+                *reasons.told(answer, self.texts), *answer.log.errors()])
         return value
 
 

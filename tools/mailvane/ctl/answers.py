@@ -7,13 +7,15 @@ import re
 import sys
 from collections.abc import Callable
 
-from mailvane.common import requests
+from mailvane.common import reasons, requests
 from mailvane.common.reference import Action
+from mailvane.common.texts import Texts
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
     from typing import Any
     from mailvane.common.gateway import Answer
+    from mailvane.ctl.session import Session
 
 DONE, REFUSED, USAGE, NO_ANSWER = 0, 1, 2, 3
 READABLE_MASK = "*" * 8  # shown instead of a password's mask, which few terminals can show
@@ -39,12 +41,12 @@ def _shows_all_letters() -> bool:
     return (sys.stdout.encoding or "").lower().startswith("utf")
 
 
-def judged(action: Action, answer: Answer, value: object) -> int:
+def judged(action: Action, answer: Answer, value: object, texts: Texts) -> int:
     """Prints what is wrong with an answer; returns the exit status."""
     why = requests.refusal(action, answer.status, value)
-    errors = answer.log.errors()
+    errors = [*reasons.told(answer, texts), *answer.log.errors()]
     if not why and action.kind == "upload" and errors:
-        why = "the file was refused"  # the answer does not tell
+        why = "the file was refused"  # the body does not tell
     if why:
         explain("%s: %s" % (action.name, why), errors)
         return REFUSED
@@ -53,17 +55,17 @@ def judged(action: Action, answer: Answer, value: object) -> int:
     return DONE
 
 
-def show(action: Action, answer: Answer, raw: bool,
+def show(session: Session, action: Action, answer: Answer,
          note: Callable[[dict], str] = lambda value: "") -> int:
     """Prints a JSON answer, and notes about it on standard error; returns the exit status."""
     text = answer.content()
-    if raw:
+    if session.raw:
         sys.stdout.buffer.write(text)
     value = answer.value(text)
-    status = judged(action, answer, value)
+    status = judged(action, answer, value, session.texts)
     if status != DONE:
         return status
-    if not raw:
+    if not session.raw:
         print(json.dumps(readable(action, value), indent=2, ensure_ascii=not _shows_all_letters()))
     remark = note(value)
     if remark:
@@ -86,15 +88,16 @@ def _without_markup(text: str) -> str:
     return html.unescape(re.sub(r"<[^>]*>", "", text))
 
 
-def store(action: Action, answer: Answer, output: str, raw: bool) -> int:
+def store(session: Session, action: Action, answer: Answer) -> int:
     """Writes a download to a file or to standard output; returns the exit status."""
     if "content-disposition" not in answer.headers:
-        return show(action, answer, raw)
-    if not output:
+        return show(session, action, answer)
+    if not session.output:
         answer.copy(sys.stdout.buffer)
         return DONE
 
     # An existing file is replaced only when the new one is complete.
+    output = session.output
     new = "%s.%d" % (output, os.getpid())
     try:
         with open(new, "xb") as file:

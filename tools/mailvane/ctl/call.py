@@ -26,7 +26,7 @@ def run(session: Session, action: Action, words: list[str]) -> int:
     if not files:
         return send(session, action, sent)
     answer = session.gateway().write(action.name, sent)
-    status = answers.judged(action, answer, answer.json())
+    status = answers.judged(action, answer, answer.json(), session.texts)
     return upload(session, files[0]) if status == answers.DONE else status
 
 
@@ -35,11 +35,11 @@ def send(session: Session, action: Action, members: dict) -> int:
     if action.kind == "read":
         answer = session.gateway().read(action.name, members)
         if action.download:
-            return answers.store(action, answer, session.output, session.raw)
-        return answers.show(action, answer, session.raw, pages.Note(members))
+            return answers.store(session, action, answer)
+        return answers.show(session, action, answer, pages.Note(members))
     remarks = consequences.of(session, action, members)
     answer = session.gateway().write(action.name, members)
-    status = answers.show(action, answer, session.raw)
+    status = answers.show(session, action, answer)
     if status == answers.DONE:
         for remark in remarks():
             answers.complain(remark)
@@ -49,7 +49,7 @@ def send(session: Session, action: Action, members: dict) -> int:
 def upload(session: Session, path: str) -> int:
     """Uploads the file of an announced import."""
     answer = session.gateway().upload(path)
-    return answers.show(session.reference.action("upload"), answer, session.raw)
+    return answers.show(session, session.reference.action("upload"), answer)
 
 
 def readable(path: str) -> None:

@@ -20,6 +20,6 @@ def run(session: Session, words: list[str]) -> int:
     load = session.reference.action(save.edits)
     answer = session.gateway().read(load.name, {})
     page = answer.json()
-    if answers.judged(load, answer, page) != answers.DONE:
+    if answers.judged(load, answer, page, session.texts) != answers.DONE:
         return answers.REFUSED
     return call.send(session, save, arguments.complete(save, requests.edited(save, page, given)))

@@ -1,8 +1,9 @@
 // Who holds a port, by the tables of a made-up machine.
+#include <algorithm>
 #include <cstdio>
 #include <map>
-#include <set>
 
+#include "host/libhaldcore/noted_reasons.h"
 #include "host/libmailvane/daemons/listening_ports.h"
 #include "platform/mailvane/web_utils.h"
 #include "tests/host/machine.h"
@@ -44,6 +45,9 @@ TEST_F(Ports, TellOurServersFromOthers)
     AddSocket("tcp", 587, "0A", 300);   // somebody
     AddSocket("tcp", 2525, "01", 301);  // a connection, nobody listens
     AddSocket("tcp6", 465, "0A", 0);    // an owner that cannot be found
+    AddSocket("tcp", 8080, "0A", 400);  // our web server
+    AddProcess("3", "/usr/sbin/lighttpd", 400);
+    Write(root + "/run/mailvane/web/lighttpd.pid", "3\n");
     AddProcess("1", "/usr/lib/postfix/sbin/master", 100);
     AddProcess("2", "/usr/sbin/dovecot (deleted)", 200);
     Write(root + "/var/spool/postfix/pid/master.pid", "             1\n");
@@ -61,7 +65,7 @@ TEST_F(Ports, TellOurServersFromOthers)
         {"mailbox server's own, program replaced", kImap, 143, 143, false},
         {"nobody's", kSmtp, 26, 26, false},
         {"the near end of a connection", kSmtp, 2525, 2525, false},
-        {"only in the table of IPv6", kSmtp, 465, 465, true},
+        {"only in the table of IPv6", "mail_smtps ,mail_haproxy", 465, 465, true},
         {"ours and somebody's in a range", kSmtp, 20, 600, true},
         {"only ours in a range", kSmtp, 20, 30, false},
         {"beyond the last port", kSmtp, 25, 70000, false},
@@ -70,8 +74,20 @@ TEST_F(Ports, TellOurServersFromOthers)
         EXPECT_EQ(row.conflict, WebUtils::IsPortConflict(row.services, row.from, row.to) != 0)
             << row.name;
     }
-    const auto others = host::daemons::PortsHeldByOthers({25, 26, 143, 465, 587, 2525});
-    EXPECT_EQ((std::set<int>{465, 587}), *others);
+    const auto others = host::daemons::PortsHeldByOthers({25, 26, 143, 465, 587, 2525, 8080});
+    ASSERT_TRUE(others);
+    std::string owners;
+    for (const auto& held : *others) {
+        owners += std::to_string(held.port) + " ";
+        owners += std::string(held.owner == nullptr ? "other" : held.owner->name) + "; ";
+    }
+    EXPECT_EQ(owners, "465 other; 587 other; 8080 web; ");
+
+    const host::Subject setting = host::Subject::Setting("smtps_port");
+    const auto& told = host::NotedReasons();
+    EXPECT_TRUE(std::any_of(told.begin(), told.end(), [&setting](const host::NotedReason& one) {
+        return one.about == setting && one.code == host::ReasonCode::kPortInUse;
+    })) << "who is asked for a service's port tells which setting it is";
 }
 
 }  // namespace

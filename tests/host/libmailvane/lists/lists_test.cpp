@@ -297,12 +297,12 @@ TEST_F(Lists, ImportsTellEachRefusedLineAndWhy)
     const auto read = host::names::ReadListText(File(), evens);
     ASSERT_FALSE(read);
     ASSERT_EQ(read.reason().causes.size(), 3U);
-    EXPECT_EQ(read.reason().causes[0].about, "line 2");
+    EXPECT_EQ(read.reason().causes[0].about.text(), "line 2");
     EXPECT_EQ(read.reason().causes[0].code, host::ReasonCode::kTaken);
     EXPECT_EQ(read.reason().causes[0].text, "list to import, line 2: is odd");
     EXPECT_EQ(read.reason().causes[1].text,
               "list to import, line 5: holds what is no text in UTF-8");
-    EXPECT_EQ(read.reason().causes[2].about, "line 6");
+    EXPECT_EQ(read.reason().causes[2].about.text(), "line 6");
     EXPECT_EQ(read.reason().text, "");
 
     std::string flood;

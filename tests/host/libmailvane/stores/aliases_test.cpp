@@ -43,7 +43,7 @@ protected:
             });
         expansion.AddRole("root", "alice");
         const auto found = expansion.Expand(*table.Find(alias));
-        if (!found) return "about " + found.reason().about;
+        if (!found) return "about " + found.reason().about.text();
         std::string names;
         for (const auto& list : {found->users, found->outside}) {
             for (const std::string& name : list) names += name + " ";

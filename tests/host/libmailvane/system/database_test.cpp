@@ -84,7 +84,7 @@ TEST_F(Database, WhatIsThrownMeanwhileBecomesAReason)
     const auto opened = OpenForChange(host::Path(kPath), Schema(kFirst));
     ASSERT_FALSE(opened);
     EXPECT_EQ(opened.reason().code, host::ReasonCode::kDamaged);
-    EXPECT_EQ(opened.reason().about, host::Path(kPath));
+    EXPECT_EQ(opened.reason().about.text(), host::Path(kPath));
     EXPECT_EQ(opened.reason().text.rfind(host::Path(kPath) + ": ", 0), 0U);
 
     const auto refused = host::system::Attempt("lists", []() -> host::Result<int> {

@@ -175,7 +175,7 @@ TEST_F(UserChild, SaysWhyItFailed)
         const Result<void> done = RunLong(work);
         ASSERT_FALSE(done);
         EXPECT_EQ(done.reason().code, code);
-        EXPECT_EQ(done.reason().about, "alice");
+        EXPECT_EQ(done.reason().about.text(), "alice");
         EXPECT_EQ(done.reason().text, "script of alice: " + text);
     }
 }
