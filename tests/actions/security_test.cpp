@@ -80,30 +80,6 @@ TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "anti_virus_status": "error"})");
 }
 
-TEST_F(Security, AFailureOfTheFirstKeyPairIsLoggedByItsNumbers)
-{
-    const struct {
-        std::string call;
-        int line;
-        const char* log;
-        int lineOfTheSave;
-        const char* logOfTheSave;
-    } rows[] = {
-        {kMakePrivate, 1809, "Failed to GenerateRSAPrivateKey", 2036,
-         "Failed to CreateDKIMKeyPair"},
-        {kMakePublic, 1814, "Failed to GenerateRSAPublicKey", 2036, "Failed to CreateDKIMKeyPair"},
-        {kReadPublic, 1828, "Failed to ReadRSAPublicKey", 2041, "Failed to GetDKIMPublicKey"},
-    };
-    for (const auto& row : rows) {
-        world.Fail(row.call);
-        EXPECT_EQ(Save(R"({"enable_dkim": true})").output, SystemError());
-        EXPECT_TRUE(world.LastCallIs(row.call)) << world.Calls();
-        world.ExpectLog(row.line, row.log);
-        world.ExpectLog(row.lineOfTheSave, row.logOfTheSave);
-        NextCase();
-    }
-}
-
 TEST_F(Security, AFailingSaveTellsTheKeyPairThatItHasMade)
 {
     const std::string failed = Answer(R"({"success": false, "dkim_public_key": "QUJD",

@@ -144,12 +144,17 @@ def try_all(mutants: list[Mutant]) -> int:
     survived = left = 0
     print("| file | fault | noticed by |\n|---|---|---|")
     for mutant in mutants:
-        noticed = try_out(mutant, built)
+        nobody = mutant.story or "**nothing**"
+        try:
+            noticed = try_out(mutant, built)
+        except Refused as refused:
+            print("mutants: %s" % refused, file=sys.stderr)
+            noticed, nobody = [], "**it was not built**"
         if not noticed and mutant.story:
             left += 1
         elif not noticed:
             survived += 1
-        names = ", ".join(noticed[:2]) or mutant.story or "**nothing**"
+        names = ", ".join(noticed[:2]) or nobody
         print("| %s | %s | %s |" % (mutant.file, mutant.fault, names), flush=True)
     print("\n%d mutants: %d noticed, %d left to stories, %d survived"
           % (len(mutants), len(mutants) - left - survived, left, survived))

@@ -16,42 +16,6 @@ from inside import PACKAGE, PASSWORD, SETUP, arrive, check, run, send_locally, s
 HERE = os.path.dirname(os.path.abspath(__file__))
 RELAY_PASSWORD = "relay:secret 9"
 
-OLD_SERVER = r"""
-set -e
-echo '127.0.1.1 mail.old.test mail' >>/etc/hosts
-hostname mail.old.test
-for name in alice bob; do
-    id $name >/dev/null 2>&1 || useradd -m -K UMASK=077 -s /usr/sbin/nologin $name
-    echo "$name:$0" | chpasswd
-done
-echo old.test >/etc/mailname
-cat >/etc/aliases <<'end'
-postmaster: root
-root: alice
-office: alice, bob@second.test
-tickets: bob, "|/usr/bin/logger -t tickets"
-end
-cat >/etc/postfix/virtual <<'end'
-info@old.test     alice
-info@second.test  alice
-sales@second.test bob
-end
-echo "[127.0.0.1]:2587 relay-user:$1" >/etc/postfix/relay
-chmod 600 /etc/postfix/relay
-postconf -e myhostname=mail.old.test myorigin=/etc/mailname home_mailbox=Maildir/ \
-    'mydestination=$myhostname, old.test, second.test, localhost' \
-    virtual_alias_maps=hash:/etc/postfix/virtual message_size_limit=20971520 \
-    'relayhost=[127.0.0.1]:2587' smtp_sasl_auth_enable=yes \
-    smtp_sasl_password_maps=hash:/etc/postfix/relay smtp_sasl_security_options=noanonymous \
-    smtp_tls_security_level=none minimal_backoff_time=5m
-postconf -M 'submission/inet=submission inet n - y - - smtpd'
-postalias /etc/aliases
-postmap /etc/postfix/virtual /etc/postfix/relay
-printf '%s\n' 'mail_location = maildir:~/Maildir' 'protocols = imap lmtp' \
-    'disable_plaintext_auth = no' >/etc/dovecot/conf.d/99-own.conf
-systemctl restart postfix postfix@- dovecot
-"""
-
 # A change that is ended some seconds after it has begun.
 ENDED = """
 $0 adopt --yes >/dev/null &
@@ -108,7 +72,7 @@ class RelayHost:
 
 def prepare():
     """A machine that has served mail for years."""
-    run("bash", "-c", OLD_SERVER, PASSWORD, RELAY_PASSWORD)
+    run(HERE + "/old-server", PASSWORD, RELAY_PASSWORD)
     run(SETUP, "admin", "alice", typed=PASSWORD + "\n")
     arrive("office@old.test", "old", "alice", "bob")
     send_locally("friend@far.test", "waits for the relay host")

@@ -11,6 +11,12 @@ from mailvane.common import files
 from mailvane.setup import postfix
 
 
+def sample(name):
+    """A text as a program of the machine prints it, or its package brings it."""
+    with open(TOP + "/tests/setup/samples/" + name, encoding="utf-8") as file:
+        return file.read()
+
+
 def old(services="", options="", **parameters):
     """A configuration of Postfix."""
     return postfix.Postfix(parameters, parameters, postfix.parse_services(services, options))

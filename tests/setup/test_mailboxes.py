@@ -1,30 +1,11 @@
 """mailvane-setup: what becomes of a machine's own Dovecot, and what people are told to reach."""
 import unittest
 
-import parts  # where the modules are
+from parts import sample
 from mailvane.setup import dovecot, reach
 from mailvane.setup.findings import Findings
 
-DOVECOT = """\
-mail_location = %s
-protocols = " imap lmtp pop3"
-ssl = %s
-namespace inbox {
-  inbox = yes
-  prefix =
-}
-passdb {
-  driver = %s
-}
-service imap-login {
-  inet_listener imap {
-    port = 1143
-  }
-  inet_listener imaps {
-    port = 993
-  }
-}
-"""
+DOVECOT = sample("doveconf-n")
 
 
 class Mailboxes(unittest.TestCase):

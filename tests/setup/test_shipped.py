@@ -5,7 +5,7 @@ import tempfile
 import unittest
 from unittest import mock
 
-from parts import WithFiles, old
+from parts import WithFiles, old, sample
 from mailvane.common import files
 from mailvane.setup import companions, dovecot, originals, postfix, shipped, survey
 from mailvane.setup.findings import Findings
@@ -13,38 +13,11 @@ from mailvane.setup.findings import Findings
 
 # What `postconf -n` prints where Debian's package is installed: with the answer "Internet Site", and
 # what differs with others. The file that it starts from says the rest.
-INTERNET_SITE = """\
-alias_database = hash:/etc/aliases
-alias_maps = hash:/etc/aliases
-biff = no
-inet_interfaces = all
-inet_protocols = all
-mailbox_command = procmail -a "$EXTENSION"
-mailbox_size_limit = 0
-mydestination = $myhostname, mail.a.test, localhost.a.test, , localhost
-myhostname = mail.a.test
-mynetworks = 127.0.0.0/8 [::ffff:127.0.0.0]/104 [::1]/128
-recipient_delimiter = +
-relayhost =
-smtp_tls_session_cache_database = btree:${data_directory}/smtp_scache
-smtpd_relay_restrictions = permit_mynetworks permit_sasl_authenticated defer_unauth_destination
-"""
+INTERNET_SITE = sample("postconf-n")
 LOCAL_ONLY = {"inet_interfaces": "loopback-only", "default_transport": "error",
               "relay_transport": "error"}
-MAIN_CF = """\
-# biff = yes
-biff = no
-smtp_tls_session_cache_database = btree:${data_directory}/smtp_scache
-"""
-MASTER_CF = """\
-# ==========
-smtp      inet  n       -       y       -       -       smtpd
-#submission inet n       -       y       -       -       smtpd
-#  -o syslog_name=postfix/submission
-pickup    unix  n       -       y       60      1       pickup
-relay     unix  -       -       y       -       -       smtp
-        -o syslog_name=postfix/$service_name
-"""
+MAIN_CF = sample("main.cf")
+MASTER_CF = sample("master.cf")
 
 
 class Unconfigured(WithFiles):

@@ -70,16 +70,6 @@ TEST(DaemonTable, SetupHandsItsUnitsOver)
     EXPECT_NE(text.find("\nDROP_INS = (" + dropIns + ")"), std::string::npos) << dropIns;
 }
 
-TEST(DaemonTable, ControlScriptsAreFronts)
-{
-    for (const Daemon& daemon : kDaemons) {
-        const std::string service(daemon.service);
-        EXPECT_TRUE(
-            Has(Text("packaging/scripts/" + service + ".sh"), "exec " + Bin(service) + " \"$@\""))
-            << service;
-    }
-}
-
 TEST(DaemonTable, FilesHaveTheOwnersThatItSays)
 {
     std::set<std::string> rows;
