@@ -97,6 +97,10 @@ TEST(ListNames, AreStoredInOneSpelling)
          "cher.example",
          "xn--bcher-kva.example"},
         {NAME_DOMAIN, "\xc3\xbc..example", "none"},
+        {NAME_DOMAIN,
+         "stra\xc3\x9f"
+         "e.example",
+         "xn--strae-oqa.example"},
         {NAME_DOMAIN, "\xef\xbc\x91\xef\xbc\x90.0.0.1", "none"},  // wide digits
         {NAME_DOMAIN_TREE, ".\xd0\xbf\xd1\x80\xd0\xb8.test", "xn--h1and.test"},
         {NAME_DOMAIN, "X.Example", "x.example"},
@@ -164,6 +168,7 @@ TEST_F(Lists, AreSearchedByTheFieldAskedForAndPaged)
         {{0, 9, "name", "reject"}, "reject.example "},
         {{0, 9, "status", "reject"}, "z.example "},
         {{0, 9, "other", "reject"}, ""},
+        {{0, 9, "name", "rej_ct"}, ""},
         {{1, 1, "all", ""}, "reject.example "},
         {{0, -1, "all", ""}, ""},
     };
