@@ -47,7 +47,8 @@ class Ctl(Pages):
                 (("smtp", "smtp_port=99999"), r"\n  smtp_port \(out_of_range\): .*"
                                               r"\n  refused a value for smtp_port"),
                 (("smtp", "smtp_port=8080"), r"web server of the package \(holds_port\)"),
-                (("relay", "smtp_relay_enabled=yes"), r"smtp_relay_server \(empty\)"),
+                (("relay", "smtp_relay_enabled=yes", "smtp_relay_server="),
+                 r"smtp_relay_server \(empty\)"),
                 (("imap_pop3", "imaps_enabled=yes", "imaps_port=25"),
                  r"smtp_port \(given_twice\): .*\n  imaps_port \(given_twice\)")):
             self.assertRegex(ctl("edit", *words)[2], why)
