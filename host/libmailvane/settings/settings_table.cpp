@@ -16,7 +16,8 @@ constexpr SettingInfo InfoOf(const SettingRow& row)
     const Value& value = row.value;
     SettingInfo info{row.object,   row.name.text, value.type, value.fallback,
                      value.lowest, value.highest, nullptr,    {}};
-    if (value.format != nullptr) info.accepts = value.format->accepts;
+    const bool hasFormat = value.type == SettingType::kText && value.choiceCount == 0;
+    if (hasFormat) info.accepts = value.format->accepts;
     for (std::size_t number = 0; number < value.choiceCount; ++number) {
         info.choices[number] = value.choices[number].value;
     }
