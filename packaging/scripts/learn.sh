@@ -27,7 +27,7 @@ learn_some() {
     local files=("$folder/$1"/*.eml)
     [[ -e ${files[0]} ]] || return 1
     files=("${files[@]:0:at_once}")
-    nice -n 19 "${BASH_SOURCE%/*}/spam_learner.sh" "--$1" "${files[@]}"
+    nice -n 5 "${BASH_SOURCE%/*}/spam_learner.sh" "--$1" "${files[@]}"
     rm -f "${files[@]}"
 }
 

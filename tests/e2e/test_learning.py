@@ -219,6 +219,10 @@ class JunkFolder(harness.Story):
         self.assertIn("DMARC_QUARANTINE", text)
         self.assertEqual(say("clean", "genuine", sender, HOST), 250)
         delivered("bob", "genuine")
+        self.addCleanup(tell, "save_spam_config", **SETTINGS)
+        tell("save_spam_config", spam_enable=False)
+        self.assertEqual(say("clean", "without the filter", sender), 250)
+        delivered("bob", "without the filter", JUNK)
 
 
 tearDownModule = file_modes.check

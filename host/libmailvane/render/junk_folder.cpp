@@ -17,15 +17,7 @@ const char kFolder[] = R"(namespace inbox {
 }
 )";
 
-/// Runs after a user's own script, unless that has put the message somewhere.
 const char kFileJunk[] = "dovecot/file_junk.sieve";
-const char kFileJunkText[] = R"(require ["fileinto", "mailbox"];
-if anyof (header :is "X-Spam-Flag" "YES",
-          header :matches "Authentication-Results" "*; dmarc=fail (p=* dis=quarantine)*") {
-    fileinto :create "Junk";
-}
-)";
-
 const char kLearnSpam[] = "dovecot/learn_spam.sieve";
 const char kLearnSpamText[] = R"(require ["copy", "vnd.dovecot.pipe"];
 pipe :copy :try "spam";
@@ -45,6 +37,19 @@ const char kSockets[] = "/run/mailvane/learn";
 std::string InForce(const char* script)
 {
     return generation::GeneratedDirectory() + "/current/" + script;
+}
+
+/// Runs after a user's own script, unless that has put the message somewhere. What the checker of
+/// DMARC says is not read where somebody else has written it.
+std::string FileJunkText(const settings::StoredSettings& settings)
+{
+    const std::string failed = settings.Text("smtp_hostname") + "; dmarc=fail (p=";
+    return "require [\"fileinto\", \"mailbox\"];\n"
+           "if anyof (header :is \"X-Spam-Flag\" \"YES\",\n"
+           "          header :matches \"Authentication-Results\"\n"
+           "              [\"" +
+           failed + "quarantine *\", \"" + failed +
+           "reject *\"]) {\n    fileinto :create \"Junk\";\n}\n";
 }
 
 /// The service that takes a message of a kind, from processes of mail users alone. One runs at a
@@ -99,7 +104,7 @@ std::string JunkFolderText(const settings::StoredSettings& settings, const Rende
 void PutJunkFolderScripts(generation::NextGeneration& next,
                           const settings::StoredSettings& settings, const RenderContext& context)
 {
-    if (FilesJunk(settings, context)) next.PutScript(kFileJunk, kFileJunkText);
+    if (FilesJunk(settings, context)) next.PutScript(kFileJunk, FileJunkText(settings));
     if (!context.learnsFromMoves) return;
 
     next.PutScript(kLearnSpam, kLearnSpamText);

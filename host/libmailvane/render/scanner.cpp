@@ -120,7 +120,8 @@ my $white_senders = $table->('white_senders', 1, 0);
     # What the DMARC policy of the sender's domain wants set aside has the score of tagged spam.
     sub checks {
         my ($self, $connection, $message) = @_;
-        my $quarantines = qr{^\s*\Q$Amavis::Conf::myhostname\E;\s*dmarc=fail \(p=\w+ dis=quarantine\)};
+        my $quarantines =
+            qr{^\s*\Q$Amavis::Conf::myhostname\E;\s*dmarc=fail \(p=(?:quarantine|reject) };
         my ($number, $found) = (0, 0);
         while (defined(my $result =
             $message->get_header_field_body('authentication-results', $number++))) {
