@@ -21,7 +21,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 TREE = HERE.parent.parent
 COPY = TREE / "build" / "mutants"
 BUILD = COPY / "build" / "dev"
-LONGEST_RUN = 900  # seconds; a test that a fault lets hang has noticed it
+LONGEST_RUN = 600  # seconds; a test that a fault lets hang has noticed it
 
 # The lines in which the test programs name a test that failed.
 FAILED_TEST = re.compile(r"^\[  FAILED  \] ([\w/]+\.[\w/]+)|^(?:FAIL|ERROR): (\w+)", re.MULTILINE)
