@@ -50,7 +50,8 @@ class Web(harness.Story):
         lines = harness.wait_for(lambda: len(log.audit()) > 3 and log.audit(), "audit lines")
         self.assertEqual(lines[0], line("admin", "save_smtp",
                                         "done; to change: smtp_hostname, smtp_tls_enabled"))
-        self.assertEqual(lines[1], line("admin", "save_smtp", "failed (common/error_system); "
+        self.assertEqual(lines[1], line("admin", "save_smtp", "failed (common/error_system); because: "
+                                        "smtp_port given_twice, smtp_tls_port given_twice; "
                                         "to change: smtp_port, smtp_tls_enabled"))
         self.assertIn("smtp_relay_password", lines[2])
         self.assertEqual(lines[3], line("admin", "nonsense", "no answer"))
