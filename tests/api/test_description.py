@@ -144,7 +144,22 @@ def unbounded(schema, place):
     return [] if bounded or bounds.get(schema["type"], set()) <= schema.keys() else [place]
 
 
+def schemas_in(node):
+    """The schemas that stand anywhere in a part of the document."""
+    if isinstance(node, list):
+        return [found for part in node for found in schemas_in(part)]
+    if not isinstance(node, dict):
+        return []
+    itself = [node] if node.get("type") in ("integer", *contract.TYPES) else []
+    return itself + schemas_in(list(node.values()))
+
+
 class Members(unittest.TestCase):
+    def test_schemas_have_no_key_that_means_nothing(self):
+        known = contract.CHECKED | contract.SAID_ONLY
+        for schema in schemas_in(CONTRACT.document.root):
+            self.assertLessEqual(schema.keys(), known, schema)
+
     def test_all_of_a_request_have_bounds(self):
         for (kind, name), operation in CONTRACT.operations.items():
             schemas = [parameter["schema"] for parameter in operation.get("parameters", [])]
