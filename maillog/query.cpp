@@ -17,9 +17,13 @@ Json::Value ParseCriteria(const std::string& text)
 {
     Json::Value criteria;
     Json::Reader reader;
-    // `whole` counts: a text that is cut off leaves its first members in `criteria`.
-    const bool whole = reader.parse(text, criteria, false);
-    return whole && criteria.isObject() ? criteria : Json::Value();
+    try {
+        // `whole` counts: a text that is cut off leaves its first members in `criteria`.
+        const bool whole = reader.parse(text, criteria, false);
+        return whole && criteria.isObject() ? criteria : Json::Value();
+    } catch (const Json::Exception&) {
+        return Json::Value();  // more levels than the parser takes
+    }
 }
 
 Outcome ListEntries(MailLog& log, LogFilter filter, const std::string& language,

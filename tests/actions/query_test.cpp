@@ -68,6 +68,7 @@ TEST_F(MailLogPage, ListPassesPageOrderAndCriteriaOn)
         // A text that breaks off, or is no object, holds no criteria at all.
         {{{"searchParams", R"({"mail_status": 1,)"}}, kPage},
         {{{"searchParams", "[1]"}}, kPage},
+        {{{"searchParams", std::string(2000, '[')}}, kPage},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.page + " " + row.criteria);
