@@ -150,6 +150,7 @@ TEST_F(ReportTest, CountsWhatTheLogsOfThePeriodHold)
     const auto mail = report::CountMail(period);
     ASSERT_TRUE(mail);
     EXPECT_EQ(mail->byOutcome[1].messages, 3);
+    EXPECT_EQ(mail->byOutcome[0].messages, 1) << "not that of the next second";
     EXPECT_EQ(mail->byOutcome[1].bytes, 21);
     EXPECT_EQ(mail->waiting.messages, 1);
     EXPECT_EQ(mail->resent.bytes, 4);
@@ -204,6 +205,7 @@ TEST_F(ReportTest, WritesALetterThatNoTextBreaksOutOf)
     EXPECT_NE(text.find("\r\nTo: <c@d.test>,\r\n <e@f.test>\r\n"), std::string::npos);
     EXPECT_NE(text.find("From: =?UTF-8?B?w4QNCkJjYzog"), std::string::npos);
     EXPECT_EQ(text.find("Bcc"), std::string::npos);
+    EXPECT_EQ(text.find("==="), std::string::npos) << "no end of base64";
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         EXPECT_TRUE(!line.empty() && line.back() == '\r');
