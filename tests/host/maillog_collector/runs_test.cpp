@@ -328,11 +328,12 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
 
 TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
 {
-    Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]"));
+    Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]", "2026-11-12"));
     Collect();
     EXPECT_EQ("1\n", Ask("SELECT count(*) FROM message"));
-    Append(Line("qmgr[1]: 4jWf5tbbbbz78: from=<a@x.test>, size=1, nrcpt=1 (queue active)"));
-    Append(Message(1, "2026-11-28"));
+    Append(Line("qmgr[1]: 4jWf5tbbbbz78: from=<a@x.test>, size=1, nrcpt=1 (queue active)",
+                "2026-11-12"));
+    Append(Message(1, "2026-11-19"));
     Collect();
     EXPECT_EQ("4jWf5tbbbbz78\n", Ask("SELECT queue_id FROM message")) << "one may wait for a week";
 }
