@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include <cctype>
+#include <cstdint>
 #include <cstring>
 
 namespace attachment_names {
@@ -126,7 +127,7 @@ std::string FromCharset(const std::string& charset, const std::string& text)
         return text;
     }
     const iconv_t converter = iconv_open("UTF-8", "UTF-7");
-    if (converter == reinterpret_cast<iconv_t>(-1)) return text;
+    if (reinterpret_cast<std::intptr_t>(converter) == -1) return text;
 
     constexpr std::size_t kMostBytesOfOne = 4;
     std::string from = text;

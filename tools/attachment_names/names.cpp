@@ -75,7 +75,7 @@ class Header {
 public:
     explicit Header(std::string text) : text_(std::move(text))
     {
-        for (std::size_t at = 0; !isTooMuch() && (at = text_.find('=', at)) != std::string::npos;
+        for (std::size_t at = 0; !IsTooMuch() && (at = text_.find('=', at)) != std::string::npos;
              ++at) {
             Read(at);
         }
@@ -83,13 +83,13 @@ public:
 
     /// Whether there is more to look at than in any proper header: each value may begin within
     /// another.
-    bool isTooMuch() const
+    bool IsTooMuch() const
     {
         return parameters_.size() > kMostParameters || strictBytes_ > kLongestHeader ||
                laxBytes_ > kLongestHeader;
     }
 
-    const std::vector<Parameter>& parameters() const { return parameters_; }
+    const std::vector<Parameter>& Parameters() const { return parameters_; }
 
 private:
     /// Reads the parameter whose "=" this is, if it is a name.
@@ -184,7 +184,7 @@ public:
     /// Why a header is refused, in one of its readings.
     std::string Look(const Header& header)
     {
-        if (header.isTooMuch()) return kTooLong;
+        if (header.IsTooMuch()) return kTooLong;
 
         std::string refusal = LookAt(header, &Parameter::strict);
         return refusal.empty() ? LookAt(header, &Parameter::lax) : refusal;
@@ -196,7 +196,7 @@ private:
         std::map<std::string, Parts> split;
         std::map<std::string, std::string> inTurn;
         std::string refusal;
-        for (const Parameter& parameter : header.parameters()) {
+        for (const Parameter& parameter : header.Parameters()) {
             const std::string& text = parameter.*value;
             if (parameter.part < 0) {
                 refusal = LookAt(text);
@@ -260,7 +260,7 @@ private:
 
     std::string LookAtEnd(const std::string& name)
     {
-        const std::string refusal = LookAtVisible(Visible(name));
+        std::string refusal = LookAtVisible(Visible(name));
         // Where a NUL ends a text, what follows it is not seen.
         const auto nul = name.find('\0');
         if (!refusal.empty() || nul == std::string::npos) return refusal;

@@ -51,6 +51,7 @@ Result<std::vector<HeldPort>> HeldBesides(const std::set<Inode>& ours,
         }
     }
     std::vector<HeldPort> ports;
+    ports.reserve(held.size());
     for (const auto& [port, inode] : held) ports.push_back({port, OwnerOf(inode)});
     return ports;
 }

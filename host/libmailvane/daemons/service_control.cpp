@@ -76,10 +76,10 @@ Result<void> RunControlScript(const daemons::Daemon& daemon, const std::string& 
     if (verb != "start" && verb != "stop" && verb != "restart") {
         return Reason{ReasonCode::kRefused, script, script + " takes no verb \"" + verb + "\""};
     }
-    const Result<void> done = RunProgram({PackagePath("target/scripts/" + script), verb}).done;
+    Result<void> done = RunProgram({PackagePath("target/scripts/" + script), verb}).done;
     if (done) return done;
     NoteFailure(script + " " + verb + " failed");
-    Reason reason = done.reason();
+    Reason reason = std::move(done).reason();
     if (reason.code == ReasonCode::kSystem) reason.code = ReasonCode::kDaemonIsDown;
     return std::move(reason).About(Subject::Service(daemon));
 }
