@@ -1,0 +1,132 @@
+// The messages in the mail server's queues, by the names of their files. The queue of deferred mail
+// is divided into folders of one hexadecimal digit.
+#include "upkeep/queue_names.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+
+namespace upkeep {
+
+namespace {
+
+constexpr std::size_t kLongestId = 30;
+constexpr std::array<const char*, 4> kQueues = {"incoming", "active", "deferred", "hold"};
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+// A long id: six digits of the seconds, four of the microseconds, the separator, the file's number.
+constexpr std::string_view kDigits = "0123456789BCDFGHJKLMNPQRSTVWXYZbcdfghjklmnpqrstvwxyz";
+constexpr std::size_t kSecondsDigits = 6;
+constexpr std::size_t kMicrosecondsDigits = 4;
+constexpr char kSeparator = 'z';
+
+bool IsLong(std::string_view id)
+{
+    constexpr std::size_t kTime = kSecondsDigits + kMicrosecondsDigits;
+    return id.size() > kTime && id[kTime] == kSeparator &&
+           id.substr(0, kTime).find_first_not_of(kDigits) == std::string_view::npos;
+}
+
+std::int64_t NumberOf(std::string_view digits)
+{
+    std::int64_t number = 0;
+    for (const char digit : digits) {
+        number = number * static_cast<std::int64_t>(kDigits.size()) +
+                 static_cast<std::int64_t>(kDigits.find(digit));
+    }
+    return number;
+}
+
+/// The digit of the folder that a message lies in, in a queue that is divided: the first of five of
+/// the microseconds, or of a short id, which begins with them.
+char FolderOf(std::string_view id)
+{
+    if (!IsLong(id)) return id.front();
+    const std::int64_t microseconds = NumberOf(id.substr(kSecondsDigits, kMicrosecondsDigits));
+    return kHexDigits[(microseconds >> 16) & 0xF];
+}
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { (void)closedir(folder); }
+};
+
+/// Adds what a folder holds; false, with errno, when it cannot be read.
+bool AddNames(const std::string& path, Queue queue, std::vector<QueueName>& names)
+{
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    if (folder == nullptr) return errno == ENOENT;
+
+    errno = 0;
+    while (const dirent* entry = readdir(folder.get())) {
+        const std::string_view name = entry->d_name;
+        // What is shorter than any id divides the queue.
+        if (name.size() == 1 && name != ".") {
+            if (!AddNames(path + "/" + entry->d_name, queue, names)) return false;
+        } else if (IsQueueId(name)) {
+            names.push_back({entry->d_name, queue});
+        }
+        errno = 0;
+    }
+    return errno == 0;
+}
+
+bool ComesBefore(const QueueName& one, const QueueName& other)
+{
+    const bool isLong = IsLong(one.id);
+    return isLong != IsLong(other.id) ? !isLong : one.id < other.id;
+}
+
+}  // namespace
+
+const char* NameOf(Queue queue)
+{
+    return kQueues.at(static_cast<std::size_t>(queue));
+}
+
+bool IsQueueId(std::string_view text)
+{
+    constexpr std::string_view kSigns =
+        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    return text.size() > 1 && text.size() <= kLongestId &&
+           text.find_first_not_of(kSigns) == std::string_view::npos;
+}
+
+std::optional<std::int64_t> ArrivalOf(std::string_view id)
+{
+    if (!IsLong(id)) return std::nullopt;
+    return NumberOf(id.substr(0, kSecondsDigits));
+}
+
+host::Result<std::vector<QueueName>> ReadQueueNames(const std::string& spool)
+{
+    std::vector<QueueName> names;
+    for (std::size_t queue = 0; queue < kQueues.size(); ++queue) {
+        const std::string path = spool + "/" + kQueues.at(queue);
+        if (!AddNames(path, static_cast<Queue>(queue), names)) {
+            return host::SystemReason("mail queue", "the mail queue cannot be read");
+        }
+    }
+    std::stable_sort(names.begin(), names.end(), ComesBefore);
+    const auto isSame = [](const QueueName& one, const QueueName& other) {
+        return one.id == other.id;
+    };
+    names.erase(std::unique(names.begin(), names.end(), isSame), names.end());
+    return names;
+}
+
+std::string FileOf(const std::string& spool, const QueueName& message)
+{
+    std::string path = spool + "/" + NameOf(message.queue) + "/";
+    if (message.queue == Queue::kDeferred) path.append(1, FolderOf(message.id)).append("/");
+    return path.append(message.id);
+}
+
+std::string DeferLogOf(const std::string& spool, std::string_view id)
+{
+    return (spool + "/defer/").append(1, FolderOf(id)).append("/").append(id);
+}
+
+}  // namespace upkeep
