@@ -29,7 +29,7 @@ std::optional<Refusal> JudgeUser(const std::string& user)
     return Refusal{503, "unavailable", "accounts or groups cannot be read"};
 }
 
-std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
+std::optional<Refusal> JudgePage(const CgiRequest& request, bool wantsProof)
 {
     if (!IsOwnHost(request.site.host)) {
         return Refusal{403, "unknown_host",
@@ -39,7 +39,7 @@ std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
     // A form on another site can send these two types of body, but not JSON.
     const BodyKind kind = request.body.kind;
     const bool form = kind == BodyKind::kForm || kind == BodyKind::kUpload;
-    const bool needsProof = form || (changes && kind != BodyKind::kJson);
+    const bool needsProof = form || (wantsProof && kind != BodyKind::kJson);
     switch (JudgeSite(request.site, needsProof)) {
         case SiteVerdict::kPass:
             return std::nullopt;
@@ -53,13 +53,13 @@ std::optional<Refusal> JudgePage(const CgiRequest& request, bool changes)
 
 }  // namespace
 
-std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool changes, bool goodQuery)
+std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool wantsProof, bool goodQuery)
 {
     if (std::optional<Refusal> refusal = JudgeUser(request.user)) return refusal;
     if (request.method != "GET" && request.method != "POST") {
         return Refusal{405, "method_not_allowed", "a method that is not taken"};
     }
-    if (std::optional<Refusal> refusal = JudgePage(request, changes)) return refusal;
+    if (std::optional<Refusal> refusal = JudgePage(request, wantsProof)) return refusal;
     if (!goodQuery) return Refusal{400, "bad_request", "query parameters that are not taken"};
     return JudgeBody(request.body);
 }

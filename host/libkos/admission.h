@@ -9,8 +9,8 @@
 namespace kos {
 
 /// Checks in this order: the caller, the method, the site that the request came from, type and
-/// length of the body. `changes`: its parameters ask for a change. `goodQuery`: its query string is
-/// valid. Nothing when the request is admitted.
-std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool changes, bool goodQuery);
+/// length of the body. `wantsProof`: what its parameters ask for is not done for pages of other
+/// sites. `goodQuery`: its query string is valid. Nothing when the request is admitted.
+std::optional<Refusal> JudgeRequest(const CgiRequest& request, bool wantsProof, bool goodQuery);
 
 }  // namespace kos

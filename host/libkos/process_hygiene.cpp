@@ -2,6 +2,7 @@
 #include "host/libkos/process_hygiene.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <initializer_list>
@@ -40,6 +41,13 @@ void DeferSignals()
 void AllowSignals()
 {
     Change(SIG_UNBLOCK, {SIGTERM, SIGHUP});
+}
+
+void EndAfter(unsigned seconds)
+{
+    (void)signal(SIGALRM, SIG_DFL);
+    Change(SIG_UNBLOCK, {SIGALRM});
+    (void)alarm(seconds);
 }
 
 }  // namespace kos

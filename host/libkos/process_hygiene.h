@@ -16,4 +16,7 @@ void DeferSignals();
 /// request whose client has disconnected.
 void AllowSignals();
 
+/// Ends this process after so many seconds, whatever it does then; never for 0.
+void EndAfter(unsigned seconds);
+
 }  // namespace kos

@@ -12,17 +12,18 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/request_note.h"
+#include "host/libkos/action_rules.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
 #include "host/libkos/answer_reasons.h"
 #include "host/libkos/audit_line.h"
 #include "host/libkos/body_reader.h"
-#include "host/libkos/changing_actions.h"
 #include "host/libkos/form_parser.h"
 #include "host/libkos/import_staging.h"
 #include "host/libkos/json_body.h"
 #include "host/libkos/languages.h"
 #include "host/libkos/process_hygiene.h"
+#include "host/libkos/turn.h"
 #include "host/libkos/upload.h"
 
 using kos::BodyKind;
@@ -42,8 +43,15 @@ std::uint64_t BytesToRead(const kos::BodyHead& body)
 }  // namespace
 
 struct WebMan::State {
+    explicit State(const RequestRules* othersRules)
+        : ownRules(othersRules == nullptr ? std::make_unique<kos::ActionRules>() : nullptr),
+          rules(othersRules == nullptr ? *ownRules : *othersRules)
+    {
+    }
+
+    const std::unique_ptr<const RequestRules> ownRules;
+    const RequestRules& rules;
     const kos::CgiRequest request = kos::ReadCgiRequest();
-    const kos::ChangingActions changingActions = kos::ChangingActions::Read();
     kos::Parameters parameters;
     const bool goodQuery = kos::ParseForm(request.query, parameters);
     kos::BodyReader body{STDIN_FILENO, BytesToRead(request.body)};
@@ -54,8 +62,8 @@ struct WebMan::State {
     bool audited = false;
     std::optional<std::string> heldType;  ///< of a head that waits for its body
 
-    bool Changes() const;
-    std::string Action() const;
+    std::string Name() const;
+    RequestDemands Demands() const;
     void Audit(const std::string& result, const std::string& reasons);
     void WriteHeldHead(const kos::Reasons& reasons);
     void Refuse(const Refusal& refusal);
@@ -64,37 +72,36 @@ struct WebMan::State {
     void LoadForm();
     bool LoadUpload(const char* directory);
     void Begin();
+    void TakeLock();
 };
 
-/// Whether the request changes something, judging by what has been read.
-bool WebMan::State::Changes() const
-{
-    const BodyKind kind = request.body.kind;
-    if (kind == BodyKind::kJson || kind == BodyKind::kUpload) return true;
-
-    const std::string* const action = parameters.Find("action");
-    return action != nullptr && changingActions.Contains(*action);
-}
-
-std::string WebMan::State::Action() const
+/// What is asked for; empty until it has been read.
+std::string WebMan::State::Name() const
 {
     if (request.body.kind == BodyKind::kUpload) return host::kUploadAction;
     if (json != nullptr) {
         const Json::Value& members = *json;  // const, so that operator[] adds no member
-        const Json::Value& action = members["action"];
-        return action.isString() ? action.asString() : "";
+        const Json::Value& name = members[rules.NameMember()];
+        return name.isString() ? name.asString() : "";
     }
-    const std::string* const action = parameters.Find("action");
-    return action != nullptr ? *action : "";
+    const std::string* const name = parameters.Find(rules.NameMember());
+    return name != nullptr ? *name : "";
+}
+
+/// What the request has to bring, judging by what has been read.
+RequestDemands WebMan::State::Demands() const
+{
+    const BodyKind kind = request.body.kind;
+    return rules.DemandsOf(Name(), kind == BodyKind::kJson || kind == BodyKind::kUpload);
 }
 
 /// Writes the audit line of a request that changes something, once.
 void WebMan::State::Audit(const std::string& result, const std::string& reasons)
 {
-    if (audited || !loaded || !Changes()) return;
+    if (audited || !loaded || !Demands().changes) return;
 
     audited = true;
-    kos::WriteAuditLine(request, Action(), result, reasons);
+    kos::WriteAuditLine(request, Name(), result, reasons);
 }
 
 void WebMan::State::WriteHeldHead(const kos::Reasons& reasons)
@@ -129,7 +136,7 @@ void WebMan::State::LoadJson()
     json = kos::ParseJsonBody(text, reason);
     if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
     kos::ClearStagingNames();
-    host::NoteRequest({Action(), kos::TypesPassword(*json)});
+    host::NoteRequest({Name(), kos::TypesPassword(*json)});
 }
 
 void WebMan::State::LoadForm()
@@ -144,7 +151,7 @@ void WebMan::State::LoadForm()
 bool WebMan::State::LoadUpload(const char* directory)
 {
     using Result = kos::Upload::Result;
-    host::NoteRequest({Action()});
+    host::NoteRequest({Name()});
     if (!upload) upload.emplace(request.body.boundary, parameters);
     switch (upload->Load(body, directory)) {
         case Result::kDone:
@@ -162,17 +169,26 @@ bool WebMan::State::LoadUpload(const char* directory)
     return false;
 }
 
-/// Begins a loaded request. One that changes something gets the request lock until the process
-/// ends, and signals are blocked.
+/// Begins a loaded request: takes what keeps others away, until the process ends. Of one that
+/// changes something signals are blocked.
 void WebMan::State::Begin()
 {
     loaded = true;
-    if (!Changes()) {
+    const RequestDemands demands = Demands();
+    if (demands.changes) {
+        kos::DeferSignals();
+    } else {
         kos::AllowSignals();
-        return;
     }
+    if (demands.lock) TakeLock();
+    if (demands.alone && !kos::TakeTurn(Name())) {
+        RefuseAndThrow({503, "busy", "another request of this name is under way"});
+    }
+    kos::EndAfter(demands.seconds);
+}
 
-    kos::DeferSignals();
+void WebMan::State::TakeLock()
+{
     switch (host::TakeLock(host::kLockPatience)) {
         case host::LockResult::kHeld:
             return;
@@ -187,7 +203,13 @@ void WebMan::State::Begin()
 WebMan::WebMan()
 {
     kos::PrepareProcess();
-    state_ = std::make_unique<State>();
+    state_ = std::make_unique<State>(nullptr);
+}
+
+WebMan::WebMan(const RequestRules& rules)
+{
+    kos::PrepareProcess();
+    state_ = std::make_unique<State>(&rules);
 }
 
 WebMan::~WebMan()
@@ -200,7 +222,7 @@ WebMan::~WebMan()
 bool WebMan::IsAuthorized(const char* /*user*/, int /*privilege*/, int /*position*/)
 {
     const std::optional<Refusal> refusal =
-        kos::JudgeRequest(state_->request, state_->Changes(), state_->goodQuery);
+        kos::JudgeRequest(state_->request, state_->Demands().proof, state_->goodQuery);
     if (refusal) {
         state_->Refuse(*refusal);
         return false;
@@ -260,7 +282,7 @@ void WebMan::WriteHeader(const char* contentType)
 
 void WebMan::WriteBody(const Json::Value& body)
 {
-    const kos::Reasons reasons = kos::ReasonsOf(body, state_->Action());
+    const kos::Reasons reasons = kos::ReasonsOf(body, state_->Name());
     state_->Audit(kos::ResultOf(body), kos::InWords(reasons));
     state_->WriteHeldHead(reasons);
     kos::WriteJson(body);

@@ -6,12 +6,19 @@
 
 #include <memory>
 
+#include "platform/web/request_rules.h"
+
 /// One HTTP request and its answer. Output is written to the C stream `stdout`, so that a download
 /// which the program itself writes there comes in order. Only functions that say so below write
 /// anything.
 class WebMan {
 public:
+    /// The rules of the actions: every body changes something, and so do the actions that the
+    /// package's etc/web.conf names.
     WebMan();
+
+    /// Other rules, which stay the caller's and outlive this object.
+    explicit WebMan(const RequestRules& rules);
     ~WebMan();
     WebMan(const WebMan&) = delete;
     WebMan& operator=(const WebMan&) = delete;

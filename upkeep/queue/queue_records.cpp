@@ -1,5 +1,5 @@
 // The records that a file of the mail server's queue is made of.
-#include "upkeep/queue_records.h"
+#include "upkeep/queue/queue_records.h"
 
 #include <unistd.h>
 

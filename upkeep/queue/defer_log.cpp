@@ -1,6 +1,6 @@
-// Why recipients have not got a message yet. The mail server writes a paragraph for each attempt, of
-// lines "name=value".
-#include "upkeep/defer_log.h"
+// Why recipients have not got a message yet. The mail server writes a paragraph for each attempt,
+// of lines "name=value".
+#include "upkeep/queue/defer_log.h"
 
 #include <algorithm>
 #include <string_view>

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "upkeep/queue_file.h"
-#include "upkeep/queue_names.h"
+#include "upkeep/queue/queue_file.h"
+#include "upkeep/queue/queue_names.h"
 
 namespace upkeep {
 

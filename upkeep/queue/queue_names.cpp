@@ -1,6 +1,6 @@
 // The messages in the mail server's queues, by the names of their files. The queue of deferred mail
 // is divided into folders of one hexadecimal digit.
-#include "upkeep/queue_names.h"
+#include "upkeep/queue/queue_names.h"
 
 #include <dirent.h>
 

@@ -1,5 +1,5 @@
 // The mail that waits to be delivered, with what its files say.
-#include "upkeep/queued_mail.h"
+#include "upkeep/queue/queued_mail.h"
 
 #include <fcntl.h>
 

@@ -1,10 +1,10 @@
 // A message's file in the mail server's queue. Its envelope stands before the message, and what was
 // taken from the message's own header behind it.
-#include "upkeep/queue_file.h"
+#include "upkeep/queue/queue_file.h"
 
 #include <charconv>
 
-#include "upkeep/queue_records.h"
+#include "upkeep/queue/queue_records.h"
 
 namespace upkeep {
 

@@ -1,6 +1,5 @@
-// The actions that change something although they are called by plain parameters. Reads
-// /var/packages/Mailvane/target/etc/web.conf.
-#include "host/libkos/changing_actions.h"
+// The rules of the actions' requests. Reads /var/packages/Mailvane/target/etc/web.conf.
+#include "host/libkos/action_rules.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -33,22 +32,30 @@ std::string ReadNames()
 
 }  // namespace
 
-ChangingActions ChangingActions::Read()
+ActionRules::ActionRules()
 {
-    ChangingActions actions;
     std::string names = ReadNames();
     std::replace(names.begin(), names.end(), '\t', ' ');
     std::string_view rest = names;
     while (!rest.empty()) {
         const std::string_view name = CutAt(rest, ' ');
-        if (!name.empty()) actions.names_.emplace_back(name);
+        if (!name.empty()) changing_.emplace_back(name);
     }
-    return actions;
 }
 
-bool ChangingActions::Contains(const std::string& action) const
+const char* ActionRules::NameMember() const
 {
-    return std::find(names_.begin(), names_.end(), action) != names_.end();
+    return "action";
+}
+
+RequestDemands ActionRules::DemandsOf(const std::string& name, bool hasBody) const
+{
+    RequestDemands demands;
+    demands.changes =
+        hasBody || std::find(changing_.begin(), changing_.end(), name) != changing_.end();
+    demands.proof = demands.changes;
+    demands.lock = demands.changes;
+    return demands;
 }
 
 }  // namespace kos

@@ -1,0 +1,58 @@
+// What the installed package says about itself. The hand-over is told by the manifest that
+// mailvane-setup keeps in etc/adopted.
+#include "upkeep/about/about.h"
+
+#include <json/reader.h>
+
+#include <memory>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/text.h"
+#include "host/libmailvane/settings/stored_settings.h"
+
+namespace upkeep {
+
+namespace {
+
+constexpr char kVersionFile[] = "target/share/mailvane/version";
+constexpr char kManifest[] = "etc/adopted/manifest.json";
+constexpr char kHandedOver[] = "adopted";
+
+std::string Version()
+{
+    std::string text;
+    (void)host::ReadFile(host::PackagePath(kVersionFile), text);
+    return std::string(host::Trim(text));
+}
+
+/// The manifest; null when nothing was handed over.
+Json::Value HandOver()
+{
+    std::string text;
+    if (!host::ReadFile(host::PackagePath(kManifest), text)) return {};
+
+    Json::Value manifest;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    const bool parsed = reader->parse(text.data(), text.data() + text.size(), &manifest, nullptr);
+    return parsed && manifest.isObject() ? manifest : Json::Value();
+}
+
+}  // namespace
+
+Answer About(const Request& request)
+{
+    host::Result<host::settings::StoredSettings> settings = host::settings::StoredSettings::Read();
+    if (!settings) return std::move(settings).reason();
+
+    const Json::Value handOver = HandOver();
+    Json::Value answer;
+    answer["caller"] = request.Caller();
+    answer["version"] = Version();
+    answer["host"] = settings->Text("smtp_hostname");
+    answer["handed_over"] = handOver["state"] == Json::Value(kHandedOver);
+    answer["since"] = handOver["since"].isString() ? handOver["since"] : Json::Value("");
+    return answer;
+}
+
+}  // namespace upkeep

@@ -1,0 +1,90 @@
+// The calls of the program: those that tell something, and those that do something.
+#include "upkeep/call_table.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "upkeep/about/about.h"
+#include "upkeep/queue/calls.h"
+
+namespace upkeep {
+
+namespace {
+
+constexpr unsigned kSeconds = 20;  // for a call that waits for no other
+
+/// Tells what is there. It takes little of the machine.
+constexpr RequestDemands Tells()
+{
+    RequestDemands demands;
+    demands.seconds = kSeconds;
+    return demands;
+}
+
+/// Asks programs, or machines elsewhere, and changes nothing that is stored.
+constexpr RequestDemands Asks()
+{
+    RequestDemands demands = Tells();
+    demands.proof = true;
+    demands.alone = true;
+    return demands;
+}
+
+/// Does something that is no part of what is stored: with mail, or by the daemons.
+constexpr RequestDemands Does()
+{
+    RequestDemands demands = Asks();
+    demands.changes = true;
+    return demands;
+}
+
+/// Changes what is stored or in force.
+constexpr RequestDemands Stores()
+{
+    RequestDemands demands;
+    demands.changes = true;
+    demands.proof = true;
+    demands.lock = true;
+    return demands;
+}
+
+constexpr Call kReads[] = {
+    {"about", About, Tells()},
+};
+
+constexpr Call kChanges[] = {
+    {"queue_flush", QueueFlush, Does()},
+};
+
+template <std::size_t size>
+const Call* Find(const Call (&table)[size], const std::string& name)
+{
+    const auto* const found = std::find_if(std::begin(table), std::end(table),
+                                           [&](const Call& call) { return call.name == name; });
+    return found != std::end(table) ? found : nullptr;
+}
+
+}  // namespace
+
+const Call* FindRead(const std::string& name)
+{
+    return Find(kReads, name);
+}
+
+const Call* FindChange(const std::string& name)
+{
+    return Find(kChanges, name);
+}
+
+const char* CallRules::NameMember() const
+{
+    return kCallMember;
+}
+
+RequestDemands CallRules::DemandsOf(const std::string& name, bool hasBody) const
+{
+    const Call* const call = hasBody ? FindChange(name) : FindRead(name);
+    return call != nullptr ? call->demands : RequestDemands();
+}
+
+}  // namespace upkeep
