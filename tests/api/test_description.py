@@ -1,4 +1,5 @@
-"""docs/openapi.yaml against the program: actions, settings, answers of the action tests.
+"""docs/openapi.yaml and docs/upkeep.yaml against the programs: actions, calls, settings, answers of
+the action tests.
 
   test_description.py DESCRIBE_SETTINGS ACTION_TESTS
 """
@@ -17,7 +18,8 @@ sys.path.insert(0, TOP + "/tests/e2e")
 
 import contract
 
-CONTRACT = contract.Contract()
+CONTRACT = contract.Contract("openapi")
+CALLS = contract.Contract("upkeep")
 
 # Account types that no setting can have; the program is tried with them all the same.
 UNKNOWN_SOURCE = re.compile(r'"account_type":"(|LDAP|other)"')
@@ -51,8 +53,15 @@ SETTINGS = {member for operation in CONTRACT.operations.values() if "x-edits" in
             for member in members_of(operation)}
 
 
-def names(kind):
-    return [name for known, name in CONTRACT.operations if known == kind]
+def every_operation():
+    """Triples of the description, name and operation of all actions and calls."""
+    for described in (CONTRACT, CALLS):
+        for (_, name), operation in described.operations.items():
+            yield described, name, operation
+
+
+def names(kind, described=CONTRACT):
+    return [name for known, name in described.operations if known == kind]
 
 
 class Actions(unittest.TestCase):
@@ -70,10 +79,12 @@ class Actions(unittest.TestCase):
         self.assertEqual(sorted(described), sorted(configured.split()))
 
     def test_nothing_is_described_that_nothing_refers_to(self):
-        parts = CONTRACT.document.raw["components"]
-        for kind in ("parameters", "responses", "schemas"):
-            for name in parts[kind]:
-                self.assertIn("#/components/%s/%s" % (kind, name), CONTRACT.document.references)
+        used = CONTRACT.document.references | {
+            name.replace("openapi.yaml", "") for name in CALLS.document.references}
+        for document in (CONTRACT.document, CALLS.document):
+            for kind in ("parameters", "responses", "schemas"):
+                for name in document.raw["components"].get(kind, {}):
+                    self.assertIn("#/components/%s/%s" % (kind, name), used)
 
     def test_what_a_save_must_not_lack_is_loaded(self):
         for (kind, name), operation in CONTRACT.operations.items():
@@ -85,6 +96,14 @@ class Actions(unittest.TestCase):
                                      name)
 
 
+class Calls(unittest.TestCase):
+    def test_the_document_has_the_calls_of_the_program(self):
+        for kind, table in (("read", "Reads"), ("write", "Changes")):
+            rows = re.search(r"k%s\[\] = \{(.*?)\};" % table,
+                             text_of("upkeep/call_table.cpp"), re.S)[1]
+            self.assertEqual(sorted(re.findall(r'\{"(\w+)"', rows)), sorted(names(kind, CALLS)))
+
+
 class Refusals(unittest.TestCase):
     def test_nearly_all_causes_name_a_field_a_line_a_list_or_a_service(self):
         causes = [cause for operation in CONTRACT.operations.values()
@@ -94,10 +113,10 @@ class Refusals(unittest.TestCase):
         self.assertGreaterEqual(len(named), 0.95 * len(causes))
 
     def test_what_they_name_is_known(self):
-        for (_, name), operation in CONTRACT.operations.items():
+        for described, name, operation in every_operation():
             # What an upload is for was said by another request.
             members = MEMBERS if name == "upload" else members_of(operation)
-            for kind, subject, code in CONTRACT.causes(operation):
+            for kind, subject, code in described.causes(operation):
                 with self.subTest(name, kind=kind, subject=subject):
                     self.assertIn(code, CODES)
                     if kind == "setting" and subject != contract.ANY:

@@ -32,14 +32,14 @@ def described(node, key):
                     for value in described(child, key)]
 
 
-DOCUMENT = contract.Contract().document.root
+DOCUMENTS = [contract.Contract(name).document.root for name in ("openapi", "upkeep")]
 SETTINGS = {name: about
             for part in openapi.Document(TOP + "/docs/settings.yaml").root.values()
             for name, about in part.get("properties", {}).items()}
 
 
 def keys_of(key):
-    return set(described(DOCUMENT, key))
+    return {value for document in DOCUMENTS for value in described(document, key)}
 
 
 def referred(section):
@@ -61,12 +61,13 @@ def reasons():
 
 
 def refusals_of_the_gate():
-    schemas = contract.Contract().document.root["components"]["schemas"]
+    schemas = DOCUMENTS[0]["components"]["schemas"]
     return set(schemas["Refused"]["properties"]["error"]["enum"])
 
 
 def stored_things():
     return (found_in("host", r'Subject::List\("(\w+)"\)') |
+            found_in("upkeep", r'Subject::List\("(\w+)"\)') |
             found_in("host/libkos/answer_reasons.cpp", r'Subject::List, "(\w+)"') |
             found_in("host/libmailvane/render/lists.h", r'\{"(\w+)", ListStore') |
             found_in("host/libmailvane/save/list_change.cpp", r'kRuleSets\[\] = "(\w+)"'))
@@ -76,12 +77,13 @@ def services():
     return (found_in("host/libmailvane/daemons/daemons.h", r'\n    \{"([\w-]+)", "') |
             found_in("host/libhaldsdk/account_engine.h", r'kAccountSource\[\] = "(\w+)"') |
             found_in("host", r'Subject::Service\("(\w+)"\)') |
+            found_in("upkeep", r'Subject::Service\("(\w+)"\)') |
             found_in("host/libkos/answer_reasons.cpp", r'(?:kProgram|kGate)\[\] = "(\w+)"'))
 
 
 def errors_of(section):
     """The keys of the messages that answers can have."""
-    pairs = [pair.split("/") for operation in contract.Contract().document.operations()
+    pairs = [pair.split("/") for operation in contract.Contract("openapi").document.operations()
              for pair in make_reference.reasons(operation[2])]
     return lambda: {key for named, key in pairs if named == section}
 

@@ -1,4 +1,4 @@
-"""Answers held against docs/openapi.yaml: what is not written there is a fault.
+"""Answers held against docs/openapi.yaml and docs/upkeep.yaml: what is not written there is a fault.
 
 Stricter than the document's own language: an object has no member that is not named, and a password
 is always its mask.
@@ -113,10 +113,10 @@ def header_faults(header, causes):
 
 
 class Contract:
-    """The description, ready for the answers of a test."""
+    """The description of one program, ready for the answers of a test."""
 
-    def __init__(self):
-        self.document = openapi.Document(TOP + "/docs/openapi.yaml")
+    def __init__(self, name):
+        self.document = openapi.Document("%s/docs/%s.yaml" % (TOP, name))
         self.operations = {(kind, name): operation
                            for name, kind, operation in self.document.operations()}
 
@@ -124,8 +124,6 @@ class Contract:
         """Raises AssertionError for an answer that the description does not have. `request` is the
         path, the headers and the body."""
         path, headers, body = request
-        if path.partition("?")[0] != "/mailvane.cgi":
-            return
         kind = answer.headers.get("Content-Type", "")
         if answer.status != 200:
             if kind.startswith("application/json"):
@@ -173,6 +171,11 @@ class Contract:
         return header_faults(header, self.causes(operation))
 
 
+def by_address():
+    """The descriptions by the addresses of their programs."""
+    return {"/mailvane.cgi": Contract("openapi"), "/upkeep.cgi": Contract("upkeep")}
+
+
 def complain(what, found, answer):
     """Raises AssertionError when something was found."""
     if found:
@@ -180,14 +183,15 @@ def complain(what, found, answer):
 
 
 def action_of(path, headers, body):
-    """Kind and name of the action that a request names."""
+    """Kind and name of the action or call that a request names."""
+    address, _, text = path.partition("?")
+    member = openapi.PROGRAMS[address]
     kind = headers.get("Content-Type", "").partition(";")[0]
     if kind == "multipart/form-data":
         return openapi.UPLOAD, "upload"
     if kind == "application/json":
         # Some tests send bytes that are no UTF-8 on purpose; no action's name has any.
-        return openapi.WRITE, json.loads(body.decode(errors="replace")).get("action", "")
-    text = path.partition("?")[2]
+        return openapi.WRITE, json.loads(body.decode(errors="replace")).get(member, "")
     if kind == "application/x-www-form-urlencoded":
         text += "&" + body.decode(errors="replace")
-    return openapi.READ, urllib.parse.parse_qs(text).get("action", ["load"])[0]
+    return openapi.READ, urllib.parse.parse_qs(text).get(member, ["load"])[0]

@@ -30,7 +30,7 @@ WEB = ("127.0.0.1", 8080)
 
 PATIENCE = 150  # seconds after which something is not slow any more, but broken
 
-CONTRACT = contract.Contract()
+CONTRACTS = contract.by_address()
 
 # What save_smtp takes besides its action.
 PAGE = ("smtp_enabled", "smtp_port", "smtp_ssl_enabled", "smtps_port", "smtp_tls_enabled",
@@ -63,7 +63,9 @@ def request(path="/mailvane.cgi", user="admin", body=None, headers=None, method=
     with contextlib.closing(connection):
         connection.request(method or ("GET" if body is None else "POST"), path, body, head)
         answer = Answer(connection.getresponse())
-    CONTRACT.check((path, head, body), answer)
+    address = path.partition("?")[0]
+    if address in CONTRACTS:
+        CONTRACTS[address].check((path, head, body), answer)
     return answer
 
 
@@ -78,6 +80,14 @@ def post(body, **more):
         body = json.dumps(body).encode()
     headers = {"Content-Type": "application/json", **more.pop("headers", {})}
     return request(body=body, headers=headers, **more)
+
+
+def ask(call, body=None, **more):
+    """JSON answer of a call: one that tells something, or with the members of its body one that
+    does something."""
+    if body is None:
+        return request("/upkeep.cgi?call=" + call, **more).json()
+    return post({"call": call, **body}, path="/upkeep.cgi", **more).json()
 
 
 def tell(action, **members):

@@ -1,4 +1,5 @@
-"""Loads docs/openapi.yaml as plain data, with every reference and every allOf resolved.
+"""Loads docs/openapi.yaml or docs/upkeep.yaml as plain data, with every reference and every allOf
+resolved.
 
 Used by the build of the package and by the tests; needs python3-yaml."""
 import os
@@ -8,6 +9,9 @@ from typing import Any
 import yaml
 
 READ, WRITE, UPLOAD = "read", "write", "upload"
+
+# The programs by their addresses, and what names an action or a call in a request to each.
+PROGRAMS = {"/mailvane.cgi": "action", "/upkeep.cgi": "call"}
 
 Node = dict[str, Any]  # an object of the document: a schema, an operation
 
@@ -28,8 +32,9 @@ class Document:
             for method, operation in item.items():
                 name = operation["operationId"]
                 kind = READ if method == "get" else UPLOAD if name == "upload" else WRITE
-                wanted = {READ: "?action="}.get(kind, "#") + name
-                if path != "/mailvane.cgi" + wanted:
+                possible = ["%s?%s=%s" % (address, member, name) if kind == READ else
+                            "%s#%s" % (address, name) for address, member in PROGRAMS.items()]
+                if path not in possible:
                     raise ValueError("%s stands under %s" % (name, path))
                 yield name, kind, operation
 

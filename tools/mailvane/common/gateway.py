@@ -1,4 +1,4 @@
-"""Requests to the program, which is run on this machine as the web server runs it."""
+"""Requests to the programs, which are run on this machine as the web server runs them."""
 from __future__ import annotations
 
 import json
@@ -18,7 +18,7 @@ UNRESERVED = set(b"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ012345678
 
 
 class Answer:
-    """The program's answer: its headers, its body, which can be read once, and then its lines in
+    """A program's answer: its headers, its body, which can be read once, and then its lines in
     the system log."""
 
     def __init__(self, process: subprocess.Popen, log: request_log.RequestLog) -> None:
@@ -67,22 +67,24 @@ class Answer:
 
 
 class Gateway:
-    """Sends requests in the name of one user, with more in their environment."""
+    """Sends requests to one program in the name of one user, with more in their environment. `naming`
+    is the parameter or member that says what is asked for."""
 
-    def __init__(self, program: str, user: str, more: dict[str, str]) -> None:
+    def __init__(self, program: str, naming: str, user: str, more: dict[str, str]) -> None:
         self._program = program
+        self._naming = naming
         self._user = user
         self._more = more
 
-    def read(self, action: str, parameters: dict) -> Answer:
-        """Sends a read action and returns the answer."""
-        pairs = [("action", action), *parameters.items()]
-        query = "&".join(quoted(name) + "=" + quoted(str(value)) for name, value in pairs)
+    def read(self, name: str, parameters: dict) -> Answer:
+        """Asks for something that needs no body and returns the answer."""
+        pairs = [(self._naming, name), *parameters.items()]
+        query = "&".join(quoted(key) + "=" + quoted(str(value)) for key, value in pairs)
         return self._send({"REQUEST_METHOD": "GET", "QUERY_STRING": query}, [])
 
-    def write(self, action: str, members: dict) -> Answer:
-        """Sends a write action and returns the answer."""
-        body = json.dumps({"action": action, **members}).encode()
+    def write(self, name: str, members: dict) -> Answer:
+        """Asks for something by a body and returns the answer."""
+        body = json.dumps({self._naming: name, **members}).encode()
         return self._post("application/json", len(body), [body])
 
     def upload(self, path: str) -> Answer:

@@ -1,4 +1,4 @@
-"""Requests to the program in a user's name, and the meaning of its answers."""
+"""Requests to the programs in a user's name, and the meaning of their answers."""
 import os
 
 from mailvane.common import reasons
@@ -8,7 +8,7 @@ from mailvane.common.texts import Texts
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
-    from mailvane.common.gateway import Gateway
+    from mailvane.common.gateway import Answer, Gateway
 
 
 class Requests:
@@ -17,19 +17,42 @@ class Requests:
     def __init__(self, target: str, user: str = "", more: dict[str, str] | None = None) -> None:
         self.reference = Reference(target + "/share/mailvane/actions.json")
         self.texts = Texts(target)
-        self._program = target + "/ui/mailvane.cgi"
+        self._folder = target + "/ui/"
         self._user = user
         self._more = {} if more is None else more
-        self._gateway: Gateway | None = None
+        self._gateways: dict[str, Gateway] = {}
 
     def gateway(self) -> "Gateway":
-        """The gateway to the program, made when first needed; `help` needs none."""
+        """The gateway to the actions, made when first needed; `help` needs none."""
+        return self._gateway("mailvane.cgi", "action")
+
+    def calls(self) -> "Gateway":
+        """The gateway to the calls of upkeep."""
+        return self._gateway("upkeep.cgi", "call")
+
+    def _gateway(self, program: str, naming: str) -> "Gateway":
         from mailvane.common.gateway import Gateway
-        if self._gateway is None:
+        if program not in self._gateways:
             if os.geteuid() != 0:
                 raise Usage("only root can run the program")
-            self._gateway = Gateway(self._program, self._user or _administrator(), self._more)
-        return self._gateway
+            self._gateways[program] = Gateway(
+                self._folder + program, naming, self._user or _administrator(), self._more)
+        return self._gateways[program]
+
+    def told(self, name: str, parameters: dict | None = None) -> dict:
+        """What a call tells; Refused when it does not."""
+        return self._judged(name, self.calls().read(name, parameters or {}))
+
+    def call(self, name: str, members: dict | None = None) -> dict:
+        """The answer of a call that does something; Refused when it was not done."""
+        return self._judged(name, self.calls().write(name, members or {}))
+
+    def _judged(self, name: str, answer: "Answer") -> dict:
+        value = answer.json()
+        if answer.status == 200 and value.get("success") is True:
+            return value
+        raise Refused("%s: %s" % (name, value.get("error", "it was not done")), [
+            *reasons.told(answer, self.texts), *answer.log.errors()])
 
     def value(self, name: str, members: dict | None = None) -> dict:
         """Calls an action and returns its answer; Refused when that is a refusal."""
