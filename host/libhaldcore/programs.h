@@ -4,7 +4,9 @@
 namespace host::programs {
 
 constexpr char kAmavisd[] = "/usr/sbin/amavisd";
+constexpr char kChpasswd[] = "/usr/sbin/chpasswd";
 constexpr char kClamd[] = "/usr/sbin/clamd";
+constexpr char kDoveadm[] = "/usr/bin/doveadm";
 constexpr char kDoveconf[] = "/usr/bin/doveconf";
 constexpr char kEnv[] = "/usr/bin/env";
 constexpr char kFind[] = "/usr/bin/find";
@@ -17,8 +19,12 @@ constexpr char kPostconf[] = "/usr/sbin/postconf";
 constexpr char kPostfix[] = "/usr/sbin/postfix";
 constexpr char kPostmap[] = "/usr/sbin/postmap";
 constexpr char kPostqueue[] = "/usr/sbin/postqueue";
+constexpr char kPrlimit[] = "/usr/bin/prlimit";
 constexpr char kSetpriv[] = "/usr/bin/setpriv";
 constexpr char kSievec[] = "/usr/bin/sievec";
 constexpr char kSpamassassin[] = "/usr/bin/spamassassin";
+constexpr char kUseradd[] = "/usr/sbin/useradd";
+constexpr char kUserdel[] = "/usr/sbin/userdel";
+constexpr char kUsermod[] = "/usr/sbin/usermod";
 
 }  // namespace host::programs

@@ -16,6 +16,7 @@ struct Row {
 constexpr Row kWords[] = {
     {ReasonCode::kOutOfRange, "out_of_range"},
     {ReasonCode::kTooLong, "too_long"},
+    {ReasonCode::kTooShort, "too_short"},
     {ReasonCode::kEmpty, "empty"},
     {ReasonCode::kNotText, "not_text"},
     {ReasonCode::kNoChoice, "no_choice"},
@@ -30,6 +31,10 @@ constexpr Row kWords[] = {
     {ReasonCode::kGivenTwice, "given_twice"},
     {ReasonCode::kTaken, "taken"},
     {ReasonCode::kMissing, "missing"},
+    {ReasonCode::kNoMatch, "no_match"},
+    {ReasonCode::kEncrypted, "encrypted"},
+    {ReasonCode::kExpired, "expired"},
+    {ReasonCode::kNotYet, "not_yet"},
     {ReasonCode::kRefused, "refused"},
     {ReasonCode::kNoEntry, "no_entry"},
     {ReasonCode::kNoRule, "no_rule"},

@@ -9,6 +9,7 @@ enum class ReasonCode {
     // A value that was given.
     kOutOfRange,  ///< a number that is too small or too large
     kTooLong,     ///< more bytes than are taken
+    kTooShort,    ///< fewer characters than are needed
     kEmpty,       ///< nothing where something is needed
     kNotText,     ///< no UTF-8, or control characters
     kNoChoice,    ///< none of the few values that there are
@@ -23,6 +24,10 @@ enum class ReasonCode {
     kGivenTwice,  ///< the same for two things that must differ
     kTaken,       ///< a name that is in use already
     kMissing,     ///< something that does not exist
+    kNoMatch,     ///< does not belong to what it is given with
+    kEncrypted,   ///< protected by a password that nobody can type
+    kExpired,     ///< no longer valid
+    kNotYet,      ///< not valid yet
     kRefused,     ///< an invalid value, in other ways
     // A line of a file.
     kNoEntry,  ///< does not have the form of an entry

@@ -23,6 +23,7 @@ struct User {
     uid_t uid = 0;
     gid_t gid = 0;
     std::string home;
+    std::string shell;
 };
 
 struct Group {

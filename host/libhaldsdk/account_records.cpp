@@ -16,8 +16,10 @@ Reason NoAnswerFrom(const std::string& source)
 User ToUser(const passwd& record)
 {
     const std::string comment = record.pw_gecos != nullptr ? record.pw_gecos : "";
-    return {record.pw_name, comment.substr(0, comment.find(',')), record.pw_uid, record.pw_gid,
-            record.pw_dir != nullptr ? record.pw_dir : ""};
+    const auto text = [](const char* field) { return field != nullptr ? field : ""; };
+    return {record.pw_name,      comment.substr(0, comment.find(',')),
+            record.pw_uid,       record.pw_gid,
+            text(record.pw_dir), text(record.pw_shell)};
 }
 
 Group ToGroup(const group& record)

@@ -38,7 +38,28 @@ AdminSettings ReadAdminSettings()
     return settings;
 }
 
+Lookup FindGroupOf(const AdminSettings& settings, CallerGroup& group)
+{
+    return settings.nss ? FindNssGroup(settings.group, group)
+                        : FindLocalGroup(settings.group, group);
+}
+
 }  // namespace
+
+host::Result<std::optional<CallerGroup>> FindAdministrators()
+{
+    CallerGroup group;
+    switch (FindGroupOf(ReadAdminSettings(), group)) {
+        case Lookup::kFound:
+            return std::make_optional(std::move(group));
+        case Lookup::kAbsent:
+            return {std::nullopt};
+        case Lookup::kFailed:
+            break;
+    }
+    return host::Reason{host::ReasonCode::kDaemonIsDown, host::Subject::Service("directory"),
+                        "the administrators' group cannot be read"};
+}
 
 Caller JudgeCaller(const CallerAccount& account, const CallerGroup& administrators, long today)
 {
@@ -64,8 +85,7 @@ Caller CheckCaller(const std::string& user)
     if (found == Lookup::kAbsent) return Caller::kNoAccount;
 
     CallerGroup group;
-    const Lookup hasGroup =
-        settings.nss ? FindNssGroup(settings.group, group) : FindLocalGroup(settings.group, group);
+    const Lookup hasGroup = FindGroupOf(settings, group);
     if (hasGroup == Lookup::kFailed) return Caller::kUnknown;
     if (hasGroup == Lookup::kAbsent) return Caller::kNoMember;
     return JudgeCaller(account, group, static_cast<long>(std::time(nullptr) / kDay));

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/result.h"
+
 namespace kos {
 
 enum class Caller {
@@ -32,6 +34,10 @@ struct CallerGroup {
 
 /// Decides whether an account is one of an administrator. `today` is in days since 1970.
 Caller JudgeCaller(const CallerAccount& account, const CallerGroup& administrators, long today);
+
+/// Finds the group of the administrators; nothing when there is none. Fails when the groups cannot
+/// be read.
+host::Result<std::optional<CallerGroup>> FindAdministrators();
 
 /// Looks `user` up. /etc/haldinfo.conf has the name of the group (`admin_group`, default
 /// "administrators") and the source of accounts: local files, or the name services with

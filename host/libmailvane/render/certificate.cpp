@@ -58,10 +58,23 @@ bool HasCertificateFor(const std::string& hostname)
 
 }  // namespace
 
-CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::string& hostname)
+std::optional<CertificateFiles> InstalledCertificate()
 {
     CertificateFiles own{PackagePath("etc/tls/cert.pem"), PackagePath("etc/tls/key.pem")};
-    if (system::NameExists(own.certificate) && system::NameExists(own.privateKey)) return own;
+    const bool isThere = system::NameExists(own.certificate) && system::NameExists(own.privateKey);
+    return isThere ? std::make_optional(std::move(own)) : std::nullopt;
+}
+
+CertificateFiles OwnCertificate()
+{
+    // Paths through the link `current`, so that they are the same in every generation.
+    const std::string current = generation::GeneratedDirectory() + "/current/";
+    return {current + kCertificate, current + kPrivateKey};
+}
+
+CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::string& hostname)
+{
+    if (auto installed = InstalledCertificate()) return *std::move(installed);
 
     if (!HasCertificateFor(hostname)) {
         const Result<SelfSigned> made = SelfSign(next.directory(), hostname);
@@ -73,9 +86,7 @@ CertificateFiles ChooseCertificate(generation::NextGeneration& next, const std::
             next.Fail(made.reason());
         }
     }
-    // Paths through the link `current`, so that they are the same in every generation.
-    const std::string current = generation::GeneratedDirectory() + "/current/";
-    return {current + kCertificate, current + kPrivateKey};
+    return OwnCertificate();
 }
 
 }  // namespace host::render
