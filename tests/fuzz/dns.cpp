@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using host::system::DnsType;
     answer = fuzz::Text(data, size);
     for (const DnsType type : {DnsType::kAddress, DnsType::kIpv6Address, DnsType::kName,
-                               DnsType::kMailServer, DnsType::kText}) {
+                               DnsType::kMailServer, DnsType::kText, DnsType::kService}) {
         const auto records = host::system::DnsRecords("a.test", type);
         fuzz::Expect(records.has_value());
         for (const std::string& record : *records) {

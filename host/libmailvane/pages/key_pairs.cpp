@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -33,6 +34,10 @@ const char kPair[] = "pair";
 const host::Subject kStore = host::Subject::List("keys");
 constexpr int kMostPairsASecond = 100;
 
+const char kFolder[] = "etc/dkim.key/";
+const char kPrivate[] = "dkim.private";
+const char kPublic[] = "dkim.public";
+
 /// Private and public key in PEM format.
 struct KeyTexts {
     std::string privateKey;
@@ -45,6 +50,18 @@ struct KeyNames {
     std::string privateName;
     std::string publicName;
 };
+
+KeyNames OwnNames()
+{
+    return {host::PackagePath(kFolder), kPrivate, kPublic};
+}
+
+/// The public key in a file, in one line; empty when there is none.
+std::string PublicKeyIn(const std::string& path)
+{
+    std::string text;
+    return host::ReadFile(path, text) ? host::PemBody(text, "PUBLIC KEY") : "";
+}
 
 std::string FolderOf(const std::string& path)
 {
@@ -218,11 +235,35 @@ Result<void> SignWith(const KeyNames& names, const std::string& pair)
 
 }  // namespace
 
+std::vector<host::pages::StoredPair> host::pages::StoredPairs()
+{
+    const KeyNames names = OwnNames();
+    std::error_code error;
+    const std::string signing =
+        std::filesystem::read_symlink(names.folder + kPair, error).filename().string();
+    std::vector<StoredPair> pairs;
+    for (const auto& entry : std::filesystem::directory_iterator(names.folder, error)) {
+        const std::string name = entry.path().filename().string();
+        if (!IsStoredPair(names, name)) continue;
+        pairs.push_back({name.substr(sizeof kPair),
+                         PublicKeyIn(entry.path().string() + "/" + names.publicName),
+                         name == signing});
+    }
+    std::sort(pairs.begin(), pairs.end(),
+              [](const auto& one, const auto& other) { return one.date < other.date; });
+    return pairs;
+}
+
+std::string host::pages::SigningPublicKey()
+{
+    return PublicKeyIn(host::PackagePath(kFolder) + kPublic);
+}
+
 host::Result<void> host::pages::RestoreKeyPair(const std::string& pair)
 {
     const save::WriteScope scope;
     if (!scope.ready()) return scope.ready();
-    const KeyNames names{PackagePath("etc/dkim.key/"), "dkim.private", "dkim.public"};
+    const KeyNames names = OwnNames();
     Result<void> done = AdoptPlainFiles(names);
     if (!done) return done;
     if (!IsStoredPair(names, pair)) {

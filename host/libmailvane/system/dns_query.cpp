@@ -18,6 +18,8 @@ namespace {
 
 using Record = std::optional<std::string>;
 
+constexpr int kBeforeTarget = 6;  // bytes of an SRV record
+
 int CodeOf(DnsType type)
 {
     switch (type) {
@@ -29,6 +31,8 @@ int CodeOf(DnsType type)
             return ns_t_ptr;
         case DnsType::kMailServer:
             return ns_t_mx;
+        case DnsType::kService:
+            return ns_t_srv;
         case DnsType::kText:
             break;
     }
@@ -97,6 +101,8 @@ private:
                 return Name(data);
             case DnsType::kMailServer:
                 return size > 2 ? Name(data + 2) : std::nullopt;
+            case DnsType::kService:
+                return size > kBeforeTarget ? Service(data) : std::nullopt;
             case DnsType::kText:
                 break;
         }
@@ -115,6 +121,14 @@ private:
         char text[NS_MAXDNAME];
         if (dn_expand(start_, end_, data, text, sizeof text) < 0) return std::nullopt;
         return InLowerCase(text);
+    }
+
+    /// Priority, weight and port, two bytes each, then the name.
+    Record Service(const unsigned char* data) const
+    {
+        const Record target = Name(data + kBeforeTarget);
+        if (!target) return std::nullopt;
+        return std::to_string(Number(data + 4)).append(" ").append(*target);
     }
 
     /// The parts of a TXT record, each preceded by a byte with its length, joined.

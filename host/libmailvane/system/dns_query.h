@@ -7,11 +7,12 @@
 
 namespace host::system {
 
-enum class DnsType { kAddress, kIpv6Address, kName, kMailServer, kText };  // A, AAAA, PTR, MX, TXT
+/// A, AAAA, PTR, MX, TXT, SRV.
+enum class DnsType { kAddress, kIpv6Address, kName, kMailServer, kText, kService };
 
-/// The records of a name: addresses, names in lower case without the final dot, or texts with their
-/// parts joined. Empty when there are none; nothing when no server answers. Takes a few seconds at
-/// most.
+/// The records of a name: addresses, names in lower case without the final dot, texts with their
+/// parts joined, or of a service "PORT NAME". Empty when there are none; nothing when no server
+/// answers. Takes a few seconds at most.
 std::optional<std::vector<std::string>> DnsRecords(const std::string& name, DnsType type);
 
 /// The IPv4 and IPv6 addresses of a name, otherwise as `DnsRecords`.
