@@ -1,0 +1,176 @@
+// Putting another certificate in force. Stages it in a folder of etc/, which is exchanged for
+// etc/tls; what was there before lies in etc/replaced/tls then.
+#include "upkeep/certificates/change.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+#include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
+#include "host/libhaldcore/paths.h"
+#include "host/libmailvane/save/restore.h"
+#include "upkeep/certificates/web_server.h"
+
+namespace upkeep {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using host::PackagePath;
+using host::Reason;
+using host::ReasonCode;
+using host::Result;
+using host::Subject;
+
+constexpr char kCertificate[] = "cert.pem";
+constexpr char kKey[] = "key.pem";
+constexpr mode_t kFolderMode = 0755;
+
+const Subject kAbout = Subject::List("certificate");
+
+/// A folder in etc/ that only root can enter; what is left of it is removed at the end.
+class Staging {
+public:
+    Staging()
+    {
+        std::string path = PackagePath("etc/staged-XXXXXX");
+        if (mkdtemp(path.data()) != nullptr) path_ = path;
+    }
+    ~Staging()
+    {
+        std::error_code error;
+        if (!path_.empty()) (void)fs::remove_all(path_, error);
+    }
+    Staging(const Staging&) = delete;
+    Staging& operator=(const Staging&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string tls() const { return path_ + "/tls"; }
+
+private:
+    std::string path_;
+};
+
+Reason CannotStage()
+{
+    return host::SystemReason(kAbout, "the certificate cannot be staged");
+}
+
+/// Copies the other files of the present folder, which are the administrator's.
+bool CopyOthers(const std::string& folder)
+{
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(PackagePath("etc/tls"), error)) {
+        const fs::path name = entry.path().filename();
+        if (name == kCertificate || name == kKey || !entry.is_regular_file()) continue;
+        struct stat info {};
+        std::string bytes;
+        if (lstat(entry.path().c_str(), &info) < 0 || !S_ISREG(info.st_mode) ||
+            !host::ReadFile(entry.path(), bytes) ||
+            !host::ReplaceFile(folder + "/" + name.string(), bytes, info.st_mode & 07777U)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+Result<void> Stage(const Staging& staging, const CertificatePair& pair)
+{
+    const std::string folder = staging.tls();
+    const bool isStaged =
+        !staging.path().empty() && mkdir(folder.c_str(), kFolderMode) == 0 &&
+        chmod(folder.c_str(), kFolderMode) == 0 && CopyOthers(folder) &&
+        (pair.certificate.empty() ||
+         (host::ReplaceFile(folder + "/" + kCertificate, pair.certificate, 0644) &&
+          host::ReplaceFile(folder + "/" + kKey, pair.key, 0600)));
+    if (isStaged) return {};
+    return CannotStage();
+}
+
+/// Puts back what the last change has replaced.
+Result<void> TakeBack()
+{
+    const Staging staging;
+    if (staging.path().empty()) return CannotStage();
+    const std::string before = PackagePath("etc/replaced/tls");
+    if (std::rename(before.c_str(), staging.tls().c_str()) < 0) {
+        if (errno != ENOENT) return CannotStage();
+        Result<void> staged = Stage(staging, {});
+        if (!staged) return staged;
+    }
+    return host::save::ReplaceCertificate(staging.path());
+}
+
+/// Restarts the web server; takes the change back when it does not come up.
+Result<void> RenewWebServer(const WebServer& server)
+{
+    Result<void> up = server.Restart();
+    if (up) return up;
+    (void)host::Succeeded(TakeBack());
+    (void)host::Succeeded(server.Restart());
+    return up;
+}
+
+/// In a process of its own: waits for the end of the request, whose answer goes through the web
+/// server, then renews that.
+[[noreturn]] void RenewLater(const WebServer& server, const host::Descriptor& request) noexcept
+{
+    (void)setsid();
+    char byte = 0;
+    while (read(request.get(), &byte, 1) < 0 && errno == EINTR) continue;  // until its end
+    server.EndGently();
+    if (host::Succeeded(RenewWebServer(server))) {
+        host::Log(LOG_NOTICE, "the web server shows the certificate in force");
+    } else {
+        host::Log(LOG_ERR, "the certificate before is in force: the web server did not come up");
+    }
+    _exit(0);
+}
+
+/// Starts that process. It keeps the request lock, and is noticed by its end of no descriptor.
+bool StartRenewing(const WebServer& server)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) < 0) return false;
+    host::Descriptor reading(ends[0]);
+    host::Descriptor writing(ends[1]);
+    const pid_t child = fork();
+    if (child == 0) {
+        writing.Close();
+        const host::Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            (void)dup2(nothing.get(), stream);
+        }
+        RenewLater(server, reading);
+    }
+    // This process keeps its end of the pipe open until it has answered and ends.
+    if (child > 0) (void)writing.Release();
+    return child > 0;
+}
+
+}  // namespace
+
+Result<WebServerFate> PutInForce(const CertificatePair& pair)
+{
+    const WebServer server;
+    const Staging staging;
+    Result<void> done = Stage(staging, pair);
+    if (done) done = host::save::ReplaceCertificate(staging.path());
+    if (!done) return std::move(done).reason();
+
+    if (!server.ServesNetwork()) return WebServerFate::kUntouched;
+    if (server.IsOurCaller() && StartRenewing(server)) return WebServerFate::kRestarts;
+    done = RenewWebServer(server);
+    if (!done) return std::move(done).reason();
+    return WebServerFate::kRestarted;
+}
+
+}  // namespace upkeep
