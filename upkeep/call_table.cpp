@@ -5,7 +5,10 @@
 #include <iterator>
 
 #include "upkeep/about/about.h"
+#include "upkeep/certificates/calls.h"
+#include "upkeep/names/calls.h"
 #include "upkeep/queue/calls.h"
+#include "upkeep/users/calls.h"
 
 namespace upkeep {
 
@@ -49,11 +52,17 @@ constexpr RequestDemands Stores()
 }
 
 constexpr Call kReads[] = {
-    {"about", About, Tells()},
+    {"about", About, Tells()},        {"dkim_list", DkimList, Tells()},
+    {"dns_check", DnsCheck, Asks()},  {"dns_records", DnsRecordsToPublish, Tells()},
+    {"tls_show", TlsShow, Tells()},   {"user_list", UserList, Tells()},
+    {"user_show", UserShow, Tells()},
 };
 
 constexpr Call kChanges[] = {
-    {"queue_flush", QueueFlush, Does()},
+    {"own_password", OwnPassword, Stores()}, {"queue_flush", QueueFlush, Does()},
+    {"tls_install", TlsInstall, Stores()},   {"tls_remove", TlsRemove, Stores()},
+    {"user_add", UserAdd, Stores()},         {"user_password", UserPassword, Stores()},
+    {"user_remove", UserRemove, Stores()},
 };
 
 template <std::size_t size>
