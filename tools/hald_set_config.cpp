@@ -10,7 +10,6 @@
 //                                        a staged directory, or empty ones
 //   hald_set_config rollback GENERATION  puts the settings of an earlier generation in force
 //   hald_set_config restore DIRECTORY    puts the state in a staged directory in force
-//   hald_set_config tls DIRECTORY        puts the certificate in a staged directory in force
 //   hald_set_config dkim PAIR            makes a replaced key pair the one that signs
 #include <cstdio>
 #include <cstdlib>
@@ -56,7 +55,6 @@ constexpr Command kCommands[] = {
     {"repair", nullptr, host::save::RepairLists},
     {"rollback", nullptr, host::save::RollBack},
     {"restore", nullptr, Restore},
-    {"tls", nullptr, host::save::ReplaceCertificate},
     {"dkim", nullptr, host::pages::RestoreKeyPair},
 };
 
@@ -73,9 +71,8 @@ int main(int count, char** arguments)
         std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);
         return EXIT_FAILURE;
     }
-    std::fprintf(
-        stderr,
-        "usage: hald_set_config alias | render | apply | recover | repair [DIRECTORY] |\n"
-        "           rollback GENERATION | restore DIRECTORY | tls DIRECTORY | dkim PAIR\n");
+    std::fprintf(stderr,
+                 "usage: hald_set_config alias | render | apply | recover | repair [DIRECTORY] |\n"
+                 "           rollback GENERATION | restore DIRECTORY | dkim PAIR\n");
     return 2;
 }

@@ -5,29 +5,21 @@
                     private key, without a password
   remove            back to the one that the package signs itself
 
-A pair that does not fit, has expired or is not yet valid is refused. Certificate and key change in
+A pair that does not fit, a chain out of order, and a certificate that has expired or is not yet
+valid are refused. Certificate and key change in
 one step, and the services take them up; when one of them does not, the pair before is in force.
 A certificate client calls it after each renewal, for example by a deploy hook that says
   mailvanectl tls install "$RENEWED_LINEAGE/fullchain.pem" "$RENEWED_LINEAGE/privkey.pem\""""
-import os
-import re
-import shutil
+import time
 
-from mailvane.common import display, paths, programs, settings
-from mailvane.common.audit import audited
+from mailvane.common import display
 from mailvane.common.errors import Refused
-from mailvane.ctl import answers, restore, upkeep
+from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
-from mailvane.ctl.web_server import WebServer
 
 OPTIONS = {"--json"}
 
-OWN = paths.ETC + "/tls"
-SELF_SIGNED = paths.CURRENT + "/tls"
-REPLACED = paths.ETC + "/replaced/tls"
-CERTIFICATE, KEY = "cert.pem", "key.pem"
-OPENSSL = "/usr/bin/openssl"
-LARGEST = 1 << 20  # bytes
+LARGEST = 1 << 16  # bytes of certificate and key
 
 
 def run(session: Session, words: list[str]) -> int:
@@ -41,61 +33,41 @@ def candidates(before: list[str]) -> list[str]:
 
 
 def _show(session: Session) -> int:
-    own = all(os.path.exists("%s/%s" % (OWN, name)) for name in (CERTIFICATE, KEY))
-    about = {"from": "tls install" if own else "signed by itself",
-             **_about("%s/%s" % (OWN if own else SELF_SIGNED, CERTIFICATE))}
+    told = session.told("tls_show")
+    about = {"from": "tls install" if told["installed"] else "signed by itself",
+             "subject": told["subject"], "issuer": told["issuer"],
+             "names": ", ".join(told["names"]), "begins": _date(told["begins"]),
+             "ends": _date(told["ends"]), "fingerprint": told["fingerprint"]}
     if "--json" in session.flags:
         display.print_json(about)
     else:
         for name, value in about.items():
             print("%-12s %s" % (name, display.plain(value)))
-    _warn_of_names("%s/%s" % (OWN if own else SELF_SIGNED, CERTIFICATE))
+    _warn_of_names(told)
     return answers.DONE
 
 
-def _about(path: str) -> dict[str, str]:
-    lines = programs.checked([OPENSSL, "x509", "-in", path, "-noout", "-subject", "-issuer",
-                            "-startdate", "-enddate", "-fingerprint", "-sha256"]).splitlines()
-    # "notAfter=…", "sha256 Fingerprint=…"
-    values = {name.split()[-1]: value for name, _, value in
-              (line.partition("=") for line in lines)}
-    names = programs.run([OPENSSL, "x509", "-in", path, "-noout", "-ext", "subjectAltName"])[1]
-    return {
-        "subject": values["subject"],
-        "issuer": values["issuer"],
-        "names": ", ".join(re.findall(r"DNS:([^\s,]+)", names)),
-        "begins": values["notBefore"],
-        "ends": values["notAfter"],
-        "fingerprint": values["Fingerprint"],
-    }
+def _date(seconds: int) -> str:
+    return time.strftime("%b %e %H:%M:%S %Y GMT", time.gmtime(seconds))
 
 
-def _install(_session: Session, certificate: str, key: str) -> int:
-    with audited("tls install", ["certificate"]), restore.staging() as folder:
-        pair = {CERTIFICATE: _read(certificate), KEY: _read(key)}
-        staged = _stage(folder, pair)
-        _check(staged)
-        _put_in_force(folder)
-    _tell_of("%s/%s" % (OWN, CERTIFICATE))
-    return answers.DONE
+def _install(session: Session, certificate: str, key: str) -> int:
+    return _tell_of(session.call("tls_install", {"certificate": _read(certificate),
+                                                 "key": _read(key)}))
 
 
-def _remove(_session: Session) -> int:
-    with audited("tls remove", ["certificate"]), restore.staging() as folder:
-        _stage(folder, {})
-        _put_in_force(folder)
-    _tell_of("%s/%s" % (SELF_SIGNED, CERTIFICATE))
-    return answers.DONE
+def _remove(session: Session) -> int:
+    return _tell_of(session.call("tls_remove"))
 
 
-def _tell_of(path: str) -> None:
-    about = _about(path)
+def _tell_of(told: dict) -> int:
     print("in force: the certificate for %s, valid until %s" % (
-        display.plain(about["names"] or about["subject"]), about["ends"]))
-    _warn_of_names(path)
+        display.plain(", ".join(told["names"]) or told["subject"]), _date(told["ends"])))
+    _warn_of_names(told)
+    return answers.DONE
 
 
-def _read(path: str) -> bytes:
+def _read(path: str) -> str:
     try:
         with open(path, "rb") as file:
             data = file.read(LARGEST + 1)
@@ -103,67 +75,14 @@ def _read(path: str) -> bytes:
         raise Refused("%s: %s" % (path, problem.strerror)) from problem
     if len(data) > LARGEST:
         raise Refused("%s is too large" % path)
-    return data
+    # What is no text is no PEM either, which the program says.
+    return data.decode("ascii", "replace").replace("\0", "?")
 
 
-def _stage(folder: str, pair: dict[str, bytes]) -> str:
-    """Makes the new folder tls in `folder`; other files of the present tls are copied to it."""
-    staged = os.path.join(folder, "tls")
-    os.mkdir(staged)
-    os.chmod(staged, 0o755)
-    if os.path.isdir(OWN):
-        for name in set(os.listdir(OWN)) - {CERTIFICATE, KEY}:
-            source = os.path.join(OWN, name)
-            if os.path.isfile(source):
-                shutil.copy2(source, staged, follow_symlinks=False)
-    for name, data in pair.items():
-        restore.put(os.path.join(staged, name), data, 0o600 if name == KEY else 0o644)
-    os.sync()
-    return staged
-
-
-def _check(staged: str) -> None:
-    import ssl
-    import time
-
-    def no_password() -> str:
-        raise Refused("the key has a password, which no service could give")
-
-    certificate, key = "%s/%s" % (staged, CERTIFICATE), "%s/%s" % (staged, KEY)
-    try:
-        ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER).load_cert_chain(certificate, key, no_password)
-    except ssl.SSLError as problem:
-        mismatch = problem.reason == "KEY_VALUES_MISMATCH"
-        raise Refused("the key is not that of the certificate" if mismatch else
-                      "certificate or key cannot be read") from problem
-    about = _about(certificate)
-    if ssl.cert_time_to_seconds(about["ends"]) <= time.time():
-        raise Refused("the certificate has expired: " + about["ends"])
-    if ssl.cert_time_to_seconds(about["begins"]) > time.time():
-        raise Refused("the certificate is not valid before " + about["begins"])
-
-
-def _put_in_force(folder: str) -> None:
-    web_server = WebServer()
-    upkeep.configure("tls", folder)
-    try:
-        web_server.renew()
-    except Refused as problem:
-        with restore.staging() as before:
-            if os.path.isdir(REPLACED):
-                os.rename(REPLACED, os.path.join(before, "tls"))
-            else:
-                _stage(before, {})
-            upkeep.configure("tls", before)
-        web_server.renew()
-        raise Refused("%s; the certificate before is in force" % problem) from problem
-
-
-def _warn_of_names(path: str) -> None:
-    host = settings.stored().get("smtp_hostname", "")
-    told = programs.run([OPENSSL, "x509", "-in", path, "-noout", "-checkhost", host])[1]
-    if "does match" not in told:
-        answers.complain("the certificate is not for %s, the name of the mail server" % host)
+def _warn_of_names(told: dict) -> None:
+    if not told["for_host"]:
+        answers.complain("the certificate is not for %s, the name of the mail server" %
+                         told["host"])
 
 
 VERBS: upkeep.Verbs = {
