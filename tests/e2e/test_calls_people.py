@@ -7,6 +7,7 @@ import imaplib
 import json
 import os
 import pwd
+import shutil
 import smtplib
 import ssl
 import time
@@ -62,7 +63,9 @@ class Users(Calls):
         login("dora", SECOND)
         users = self.told("user_list", query="dor")
         self.assertEqual(([user["name"] for user in users["users"]], users["total"]), (["dora"], 1))
-        self.assertEqual(self.told("user_list", start=1, limit=1)["total"], 5)
+        page = self.told("user_list", start=1, limit=1)
+        self.assertEqual((len(page["users"]), page["total"]), (
+            1, sum(1000 <= user.pw_uid <= 65533 for user in pwd.getpwall())))
         self.assertEqual(self.told("user_show", name="dora")["login"], "dora")
 
         harness.tell("apply_alias_info", aliasname="music",
@@ -74,6 +77,7 @@ class Users(Calls):
         kept = os.stat("/home/dora")
         self.assertEqual((kept.st_uid, kept.st_mode & 0o777), (0, 0o700))
         self.assertRaises(KeyError, pwd.getpwnam, "dora")
+        self.addCleanup(shutil.rmtree, "/home/dora")
         self.refused("user_add", "home", "taken", name="dora", password=FIRST)
         audit = log.audit()
         self.assertIn('user "admin", address 127.0.0.1, action user_remove: done; to change: dora',
@@ -138,7 +142,9 @@ class Users(Calls):
                                    headers=head).status
 
         before = os.stat(ETC + "/htpasswd")
+        self.addCleanup(harness.control, "web", "restart")
         self.addCleanup(write, ETC + "/htpasswd", contents(ETC + "/htpasswd"))
+        self.assertEqual(status("pw-admin"), 200)  # which the web server remembers
         others = [line for line in contents(ETC + "/htpasswd").splitlines()
                   if not line.startswith("admin:")]
         self.refused("own_password", "old", "refused", old="wrong", new=SECOND)
@@ -169,7 +175,7 @@ class Names(Calls):
         parts = ",".join(key[start:start + 200] for start in range(0, len(key), 200))
         server = nameserver.NameServer(
             "mx-host=%s,other.test,10" % DOMAIN, "txt-record=%s,v=spf1 mx -all" % DOMAIN,
-            "txt-record=%s,something \x01 else" % DOMAIN,
+            "txt-record=%s,something é else" % DOMAIN,
             "txt-record=mail._domainkey.%s,%s" % (DOMAIN, parts),
             "srv-host=_imap._tcp.%s,mv.test,143,0,1" % DOMAIN)
         server.start()
@@ -180,7 +186,7 @@ class Names(Calls):
                          {"MX": "differs", "SPF": "published", "DKIM": "published",
                           "DMARC": "missing", "_submission": "missing", "_imap": "published"})
         self.assertEqual(records[0]["found"], ["other.test"])
-        self.assertIn("something ? else", records[1]["found"])
+        self.assertIn("something ?? else", records[1]["found"])
         with server.silent():
             begin = time.monotonic()
             states = {one["state"] for one in self.told("dns_check", domain=DOMAIN)["records"]}

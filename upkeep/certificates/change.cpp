@@ -2,21 +2,18 @@
 // etc/tls; what was there before lies in etc/replaced/tls then.
 #include "upkeep/certificates/change.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
-#include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/save/restore.h"
-#include "upkeep/certificates/web_server.h"
+#include "upkeep/web_server/web_server.h"
 
 namespace upkeep {
 
@@ -119,41 +116,15 @@ Result<void> RenewWebServer(const WebServer& server)
     return up;
 }
 
-/// In a process of its own: waits for the end of the request, whose answer goes through the web
-/// server, then renews that.
-[[noreturn]] void RenewLater(const WebServer& server, const host::Descriptor& request) noexcept
+/// The same once the answer, which goes through the web server, has got out.
+void RenewAfterAnswer(const WebServer& server)
 {
-    (void)setsid();
-    char byte = 0;
-    while (read(request.get(), &byte, 1) < 0 && errno == EINTR) continue;  // until its end
     server.EndGently();
     if (host::Succeeded(RenewWebServer(server))) {
         host::Log(LOG_NOTICE, "the web server shows the certificate in force");
     } else {
         host::Log(LOG_ERR, "the certificate before is in force: the web server did not come up");
     }
-    _exit(0);
-}
-
-/// Starts that process. It keeps the request lock, and is noticed by its end of no descriptor.
-bool StartRenewing(const WebServer& server)
-{
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) < 0) return false;
-    host::Descriptor reading(ends[0]);
-    host::Descriptor writing(ends[1]);
-    const pid_t child = fork();
-    if (child == 0) {
-        writing.Close();
-        const host::Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-            (void)dup2(nothing.get(), stream);
-        }
-        RenewLater(server, reading);
-    }
-    // This process keeps its end of the pipe open until it has answered and ends.
-    if (child > 0) (void)writing.Release();
-    return child > 0;
 }
 
 }  // namespace
@@ -167,7 +138,9 @@ Result<WebServerFate> PutInForce(const CertificatePair& pair)
     if (!done) return std::move(done).reason();
 
     if (!server.ServesNetwork()) return WebServerFate::kUntouched;
-    if (server.IsOurCaller() && StartRenewing(server)) return WebServerFate::kRestarts;
+    if (server.IsOurCaller() && DoAfterAnswer([server] { RenewAfterAnswer(server); })) {
+        return WebServerFate::kRestarts;
+    }
     done = RenewWebServer(server);
     if (!done) return std::move(done).reason();
     return WebServerFate::kRestarted;

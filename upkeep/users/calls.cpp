@@ -12,6 +12,7 @@
 #include "upkeep/users/mail_access.h"
 #include "upkeep/users/passwords.h"
 #include "upkeep/users/web_logins.h"
+#include "upkeep/web_server/web_server.h"
 
 namespace upkeep {
 
@@ -73,6 +74,20 @@ Result<bool> MailboxGoes(const Request& request)
     const std::string wish = request.Text("mailbox");
     if (wish == "keep" || wish == "delete") return wish == "delete";
     return Reason{ReasonCode::kNoChoice, Subject::Setting("mailbox"), "neither keep nor delete"};
+}
+
+/// Restarts the web server, which goes on for a while with a password that it has checked once; it
+/// would take the old one and refuse the new one.
+Result<void> ForgetOldPassword()
+{
+    const WebServer server;
+    if (!server.Runs()) return {};
+    const auto restart = [server] {
+        server.EndGently();
+        (void)host::Succeeded(server.Restart());
+    };
+    if (server.IsOurCaller() && DoAfterAnswer(restart)) return {};
+    return server.Restart();
 }
 
 /// Removes a user with all that is its own.
@@ -183,7 +198,9 @@ Answer OwnPassword(const Request& request)
     if (!checked) return checked.reason();
 
     host::NoteChange("logins");
-    return Done(ChangeWebPassword(request.Caller(), request.Text("old"), wanted));
+    Result<void> done = ChangeWebPassword(request.Caller(), request.Text("old"), wanted);
+    if (done) done = ForgetOldPassword();
+    return Done(std::move(done));
 }
 
 }  // namespace upkeep

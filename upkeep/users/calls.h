@@ -32,6 +32,7 @@ Answer UserPassword(const Request& request);
 Answer UserRemove(const Request& request);
 
 /// `own_password`: gives the caller's web login the password `new`, if `old` is the present one.
+/// The package's web server is restarted then, after the answer that goes through it.
 Answer OwnPassword(const Request& request);
 
 }  // namespace upkeep

@@ -1,10 +1,13 @@
 // The package's web server: reads its environment in /proc, runs its control script.
-#include "upkeep/certificates/web_server.h"
+#include "upkeep/web_server/web_server.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
@@ -24,6 +27,21 @@ namespace {
 namespace daemons = host::daemons;
 
 constexpr int kPatience = 10000;  // milliseconds
+
+/// In the new process: waits for the end of the request, which holds the other end of a pipe.
+[[noreturn]] void WaitAndDo(const std::function<void()>& work,
+                            const host::Descriptor& request) noexcept
+{
+    (void)setsid();
+    const host::Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        (void)dup2(nothing.get(), stream);
+    }
+    char byte = 0;
+    while (read(request.get(), &byte, 1) < 0 && errno == EINTR) continue;
+    work();
+    _exit(0);
+}
 
 }  // namespace
 
@@ -74,6 +92,22 @@ host::Result<void> WebServer::Restart() const
     return host::Reason{host::ReasonCode::kDaemonIsDown,
                         host::Subject::Service(daemons::kWebServer),
                         "the web server does not come up", result.Causes()};
+}
+
+bool DoAfterAnswer(const std::function<void()>& work)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) < 0) return false;
+    const host::Descriptor reading(ends[0]);
+    host::Descriptor writing(ends[1]);
+    const pid_t child = fork();
+    if (child == 0) {
+        writing.Close();
+        WaitAndDo(work, reading);
+    }
+    // This process keeps its end open until its own.
+    if (child > 0) (void)writing.Release();
+    return child > 0;
 }
 
 }  // namespace upkeep

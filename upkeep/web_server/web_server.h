@@ -1,7 +1,8 @@
-// The package's web server, which shows the mail server's certificate to other machines.
+// The package's web server, which shows the mail server's certificate to other machines, and knows
+// the logins of administrators.
 #pragma once
 
-#include <optional>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@ class WebServer {
 public:
     WebServer();
 
+    bool Runs() const { return process_ > 0; }
+
     /// Whether it has a port for other machines.
     bool ServesNetwork() const { return servesNetwork_; }
 
@@ -24,8 +27,8 @@ public:
     /// Has it answer what is under way and end, within a few seconds.
     void EndGently() const;
 
-    /// Restarts it with the certificate in force; a reload is not enough, since it reads the key
-    /// before it gives up root's rights.
+    /// Restarts it with the certificate and the logins in force; a reload is not enough, since it
+    /// reads the key before it gives up root's rights, and goes on with passwords that it knows.
     host::Result<void> Restart() const;
 
 private:
@@ -33,5 +36,9 @@ private:
     bool servesNetwork_ = false;
     int process_ = 0;
 };
+
+/// Starts a process of its own that does `work` once this one has answered and ended. It keeps the
+/// request lock. False when it cannot be started.
+bool DoAfterAnswer(const std::function<void()>& work);
 
 }  // namespace upkeep
