@@ -3,6 +3,7 @@ import email
 import email.policy
 import os
 import pwd
+import re
 import smtplib
 import socket
 import subprocess
@@ -21,6 +22,8 @@ CAROL = "carol@" + DOMAIN
 SCRIPT = "/home/alice/.mailvane.sieve"
 REPORT = TARGET + "/bin/hald_report"
 STATE = ETC + "/report.state"
+CHECKS = "/run/mailvane/check.state"
+DEFAULTS = "/etc/default/mailvane"
 HOUR = 3600
 
 
@@ -225,6 +228,9 @@ class Report(harness.Story):
     def send_report(self, option="--now"):
         return subprocess.run([REPORT, option], check=False, timeout=harness.PATIENCE).returncode
 
+    def letters(self):
+        return parsed(mails("bob", "of its checks turned bad"))
+
     def reports(self):
         return parsed(mails("bob", "Mail report of"))
 
@@ -264,6 +270,23 @@ class Report(harness.Story):
         log = SystemLog()
         self.assertEqual(self.send_report("--due"), 0)
         self.assertNotIn("report: sent", "\n".join(log.lines()))
+
+    def test_what_the_self_check_finds_twice_is_told_once(self):
+        self.store(enable_report=False)
+        self.addCleanup(write, DEFAULTS, contents(DEFAULTS))
+        self.addCleanup(os.unlink, CHECKS)
+        write(DEFAULTS, "MAILVANE_CHECK_MAIL=yes\n")
+        before = len(self.letters())
+        write(CHECKS, "")
+        for _ in range(2):
+            self.assertEqual(len(self.letters()), before)
+            write(CHECKS, re.sub("last_run.*", "", contents(CHECKS)))
+            self.assertEqual(self.send_report("--due"), 0)
+        wait_for(lambda: len(self.letters()) == before + 1, "the letter")
+        text = self.letters()[-1].get_body(("plain",)).get_content()
+        self.assertRegex(text, DOMAIN.join(("dns_mx +FAILED +", " has no MX record")))
+        self.assertRegex(contents(CHECKS), 'told=".*dns_mx')
+        self.assertEqual(self.send_report("--due"), 0, "not due")
 
     def test_the_process_that_speaks_to_the_server_has_a_user_of_its_own(self):
         with socket.create_server(("127.0.0.1", 0)) as server:

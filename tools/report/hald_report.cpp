@@ -1,10 +1,11 @@
-// hald_report: composes the report and sends it through the configured account.
+// hald_report: composes the report and sends it through the configured account; so it does with
+// what the self-check finds in between, where that is wanted.
 //
-//   hald_report --due   sends it if its time has come; for the timer
+//   hald_report --due   sends what is due, the report and news of the self-check; for the timer
 //   hald_report --now   sends one about the last 24 hours, enabled or not
 //   hald_report --send  hands over what the two have composed; they run it under a user of its own
 //
-// Exit status: 0 when the report was sent or none was due, 1 when sending failed, 2 for wrong
+// Exit status: 0 when all was sent or nothing was due, 1 when sending failed, 2 for wrong
 // arguments.
 #include <cstdio>
 #include <ctime>
@@ -13,9 +14,9 @@
 #include <string>
 
 #include "host/libhaldcore/log.h"
-#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/pages/reporter.h"
 #include "platform/mailvane/reporter.h"
+#include "tools/report/check_watch.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_data.h"
 #include "tools/report/report_text.h"
@@ -27,16 +28,14 @@ namespace {
 
 constexpr std::int64_t kDay = 86400;
 
-/// Makes and sends a report.
-host::Result<void> SendReport(const Reporter& reporter, const report::Period& period,
-                              std::int64_t now)
+/// Sends a page about the mail server `host` through the account.
+host::Result<void> SendPage(const Reporter& reporter, const report::Page& page,
+                            const std::string& host, std::int64_t now)
 {
     const std::vector<std::string> recipients = host::pages::ReportRecipients(reporter.GetRcpt());
     host::Result<void> complete = report::CheckAccount(reporter.GetSMTP(), recipients);
     if (!complete) return complete;
 
-    const report::Data data = report::Gather(period);
-    const std::string host = host::names::IsHostName(data.host) ? data.host : "localhost";
     const Reporter::Sender sender = reporter.GetSender();
 
     report::Letter letter;
@@ -44,14 +43,22 @@ host::Result<void> SendReport(const Reporter& reporter, const report::Period& pe
     letter.fromMail = sender.mail.empty() ? "postmaster@" + host : sender.mail;
     letter.to = recipients;
     letter.host = host;
-    letter.subject = report::Title(data);
-    letter.plainText = report::PlainText(data);
-    letter.html = report::Html(data);
+    letter.subject = page.title;
+    letter.plainText = report::PlainText(page);
+    letter.html = report::Html(page);
     letter.date = now;
     return report::SendAsItsUser({reporter.GetSMTP(),
                                   {host, letter.fromMail, letter.to},
                                   report::MessageOf(letter),
                                   report::TrustedCertificates()});
+}
+
+/// Makes and sends a report.
+host::Result<void> SendReport(const Reporter& reporter, const report::Period& period,
+                              std::int64_t now)
+{
+    const report::Data data = report::Gather(period);
+    return SendPage(reporter, report::PageOf(data), data.host, now);
 }
 
 host::Result<void> SendNow(const Reporter& reporter, std::int64_t now)
@@ -87,6 +94,34 @@ host::Result<void> SendIfDue(const Reporter& reporter, std::int64_t now)
     return report::WriteProgress({moment, 0, 0});
 }
 
+/// Runs the self-check if it is due, and tells what has become bad since.
+host::Result<void> WatchChecks(const Reporter& reporter, std::int64_t now)
+{
+    const report::CheckMemory memory = report::ReadCheckMemory();
+    if (!report::ChecksAreMailed() || !report::CheckIsDue(memory, now)) return {};
+
+    const auto results = report::RunSelfCheck();
+    if (results.empty()) {
+        return host::Reason{host::ReasonCode::kUnreadable, "self-check", "it cannot be run"};
+    }
+    const report::CheckNews news = report::NewsOf(results, memory);
+    const std::string host = report::ServerName();
+    const host::Result<void> sent = news.IsEmpty()
+                                        ? host::Result<void>()
+                                        : SendPage(reporter, report::PageOf(news, host), host, now);
+    host::Result<void> noted =
+        report::WriteCheckMemory(report::Remembered(results, memory, static_cast<bool>(sent), now));
+    return sent ? noted : sent;
+}
+
+/// Sends what is due.
+bool SendWhatIsDue(const Reporter& reporter, std::int64_t now)
+{
+    const bool checks =
+        host::Succeeded(WatchChecks(reporter, now).Prefixed("news of the checks: "));
+    return host::Succeeded(SendIfDue(reporter, now).Prefixed("report: ")) && checks;
+}
+
 /// The stored settings; nothing when they cannot be read, which has been logged by then.
 std::optional<Reporter> StoredReporter()
 {
@@ -112,9 +147,10 @@ int main(int count, char** arguments)
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
         const std::optional<Reporter> reporter = StoredReporter();
         if (!reporter) return 1;
-        host::Result<void> done =
-            verb == "--now" ? SendNow(*reporter, now) : SendIfDue(*reporter, now);
-        return host::Succeeded(std::move(done).Prefixed("report: ")) ? 0 : 1;
+        const bool done = verb == "--now"
+                              ? host::Succeeded(SendNow(*reporter, now).Prefixed("report: "))
+                              : SendWhatIsDue(*reporter, now);
+        return done ? 0 : 1;
     } catch (const std::exception& failure) {
         host::Log(LOG_ERR, "report: %s", failure.what());
         return 1;

@@ -11,11 +11,11 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/log_clock.h"
 #include "host/libmailvane/maillog/schema.h"
+#include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/mail_queue.h"
 #include "host/libmailvane/system/owner_rights.h"
-#include "platform/mailvane/analyzer.h"
 #include "platform/mailvane/mail_log.h"
 
 namespace report {
@@ -23,6 +23,7 @@ namespace report {
 namespace {
 
 constexpr std::size_t kRanks = 10;
+const char kNoName[] = "localhost";
 const char kScanLog[] = "/var/log/mailvane/amavis.log";
 
 using Tally = std::map<std::string, Volume>;
@@ -165,18 +166,24 @@ std::vector<Disk> LookAtDisks()
     return disks;
 }
 
-std::vector<CheckResult> RunSelfCheck()
-{
-    std::list<Analyzer::Result> results;
-    Analyzer analyzer;
-    if (analyzer.Analyze(results) < 0) return {};
+}  // namespace
 
-    std::vector<CheckResult> checks;
-    for (const Analyzer::Result& result : results) checks.push_back({result.key, result.status});
-    return checks;
+std::string ServerName()
+{
+    const auto settings = host::settings::StoredSettings::Read();
+    if (!host::Succeeded(settings)) return kNoName;
+
+    const std::string& host = settings->Text("smtp_hostname");
+    const std::string& name = host.empty() ? settings->MailDomain() : host;
+    return host::names::IsHostName(name) ? name : kNoName;
 }
 
-}  // namespace
+std::vector<host::selfcheck::CheckResult> RunSelfCheck()
+{
+    const auto settings = host::settings::StoredSettings::Read();
+    if (!host::Succeeded(settings)) return {};
+    return host::selfcheck::CheckServer(*settings);
+}
 
 std::optional<MailCounts> CountMail(const Period& period)
 {
@@ -214,10 +221,7 @@ Data Gather(const Period& period)
     const auto now = static_cast<std::int64_t>(std::time(nullptr));
     Data data;
     data.period = period;
-    if (const auto settings = host::settings::StoredSettings::Read(); host::Succeeded(settings)) {
-        data.host = settings->Text("smtp_hostname");
-        if (data.host.empty()) data.host = settings->MailDomain();
-    }
+    data.host = ServerName();
     data.mail = CountMail(period);
     data.scans = CountScans(period, now);
     data.queue = LookAtQueue(now);

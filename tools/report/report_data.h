@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/selfcheck/self_check.h"
+
 namespace report {
 
 /// Seconds since the epoch, without `end` itself.
@@ -52,11 +54,6 @@ struct Disk {
     std::uint64_t totalBytes;
 };
 
-struct CheckResult {
-    std::string key;
-    std::string status;
-};
-
 /// Data that could not be obtained is empty.
 struct Data {
     std::string host;  ///< name of the mail server
@@ -65,10 +62,16 @@ struct Data {
     std::optional<ScanCounts> scans;
     std::optional<QueueState> queue;
     std::vector<Disk> disks;
-    std::vector<CheckResult> checks;  ///< empty when the self-check failed
+    std::vector<host::selfcheck::CheckResult> checks;  ///< empty when the self-check failed
 };
 
 Data Gather(const Period& period);
+
+/// The mail server's name, that of its domain when it has none, or "localhost".
+std::string ServerName();
+
+/// The results of the self-check; empty, which is logged, when the settings cannot be read.
+std::vector<host::selfcheck::CheckResult> RunSelfCheck();
 
 /// Parts of `Gather`: count the entries of the mail log's databases, and the lines of the scanner's
 /// logs, whose year follows from `now` (their lines have none).

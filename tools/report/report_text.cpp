@@ -1,4 +1,4 @@
-// The report as text. Plain text and HTML are made from the same sections.
+// The pages that letters show, as text. Plain text and HTML are made from the same sections.
 #include "tools/report/report_text.h"
 
 #include <algorithm>
@@ -11,11 +11,7 @@ namespace report {
 
 namespace {
 
-struct Section {
-    std::string title;
-    std::vector<std::vector<std::string>> rows;  ///< of equal length
-    std::string remark;                          ///< instead of rows
-};
+using host::selfcheck::CheckWord;
 
 const char* const kOutcomeNames[] = {"Sent", "Received", "Bounced"};
 
@@ -114,6 +110,11 @@ Section DiskSection(const Data& data)
     return section;
 }
 
+std::vector<std::string> CheckRow(const host::selfcheck::CheckResult& check)
+{
+    return {check.key, host::selfcheck::Spelling(check.finding.word), Shown(check.finding.detail)};
+}
+
 Section CheckSection(const Data& data)
 {
     Section section{"Self-check", {}, ""};
@@ -121,10 +122,8 @@ Section CheckSection(const Data& data)
         section.remark = "The self-check could not be run.";
         return section;
     }
-    for (const CheckResult& check : data.checks) {
-        if (check.status != "OK" && check.status != "OFF") {
-            section.rows.push_back({check.key, check.status});
-        }
+    for (const host::selfcheck::CheckResult& check : data.checks) {
+        if (check.finding.word > CheckWord::kOk) section.rows.push_back(CheckRow(check));
     }
     section.remark = std::to_string(data.checks.size()) + " checks, " +
                      std::to_string(data.checks.size() - section.rows.size()) + " of them well.";
@@ -142,11 +141,6 @@ std::vector<Section> Sections(const Data& data)
         sections.push_back(make(data));
     }
     return sections;
-}
-
-std::string PeriodText(const Data& data)
-{
-    return "From " + TimeText(data.period.begin) + " to " + TimeText(data.period.end);
 }
 
 std::string Escaped(const std::string& text)
@@ -192,15 +186,37 @@ std::string HtmlRow(const std::vector<std::string>& row)
 
 }  // namespace
 
-std::string Title(const Data& data)
+Page PageOf(const Data& data)
 {
-    return "Mail report of " + data.host + ", " + TimeText(data.period.end).substr(0, 10);
+    return {"Mail report of " + data.host + ", " + TimeText(data.period.end).substr(0, 10),
+            "From " + TimeText(data.period.begin) + " to " + TimeText(data.period.end),
+            Sections(data)};
 }
 
-std::string PlainText(const Data& data)
+Page PageOf(const CheckNews& news, const std::string& host)
 {
-    std::string text = Title(data) + '\n' + PeriodText(data) + '\n';
-    for (const Section& section : Sections(data)) {
+    Page page;
+    page.title = "Mail server " + host + ": ";
+    page.title += news.turnedBad.empty()
+                      ? "all is well again"
+                      : std::to_string(news.turnedBad.size()) + " of its checks turned bad";
+    page.introduction = news.turnedBad.empty()
+                            ? "Every check that was told of is well again, or switched off."
+                            : "`mailvanectl check` tells what to do.";
+    const std::pair<const char*, const std::vector<host::selfcheck::CheckResult>*> parts[] = {
+        {"Turned bad", &news.turnedBad}, {"Bad before", &news.badBefore}};
+    for (const auto& [title, checks] : parts) {
+        Section section{title, {}, ""};
+        for (const auto& check : *checks) section.rows.push_back(CheckRow(check));
+        if (!section.rows.empty()) page.sections.push_back(std::move(section));
+    }
+    return page;
+}
+
+std::string PlainText(const Page& page)
+{
+    std::string text = page.title + '\n' + page.introduction + '\n';
+    for (const Section& section : page.sections) {
         text += '\n' + section.title + '\n';
         for (const auto& row : section.rows) text += PlainRow(row);
         if (!section.remark.empty()) text += "  " + section.remark + '\n';
@@ -208,12 +224,12 @@ std::string PlainText(const Data& data)
     return text;
 }
 
-std::string Html(const Data& data)
+std::string Html(const Page& page)
 {
     std::string html = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" +
-                       Escaped(Title(data)) + "</title></head><body>\n<h1>" + Escaped(Title(data)) +
-                       "</h1>\n<p>" + PeriodText(data) + "</p>\n";
-    for (const Section& section : Sections(data)) {
+                       Escaped(page.title) + "</title></head><body>\n<h1>" + Escaped(page.title) +
+                       "</h1>\n<p>" + Escaped(page.introduction) + "</p>\n";
+    for (const Section& section : page.sections) {
         html += "<h2>" + section.title + "</h2>\n";
         if (!section.rows.empty()) {
             html += "<table>\n";

@@ -123,6 +123,25 @@ std::vector<Check> AllChecks()
     return {std::begin(kChecks), std::end(kChecks)};
 }
 
+std::vector<CheckResult> CheckServer(const settings::StoredSettings& settings)
+{
+    const std::vector<Check> checks = AllChecks();
+    const std::vector<Finding> findings =
+        settings.Bool("smtp_enabled") ? RunChecks(checks, settings)
+                                      : std::vector<Finding>(checks.size(), {CheckWord::kOff, ""});
+
+    std::vector<CheckResult> results;
+    for (std::size_t i = 0; i < checks.size(); ++i) {
+        const Finding& finding = findings[i];
+        if (finding.word > CheckWord::kOk) {
+            Log(LOG_WARNING, "self-check: %s is %s: %s", checks[i].key, Spelling(finding.word),
+                finding.detail.c_str());
+        }
+        results.push_back({checks[i].key, finding});
+    }
+    return results;
+}
+
 }  // namespace host::selfcheck
 
 Analyzer::Analyzer() = default;
@@ -134,20 +153,8 @@ int Analyzer::Analyze(std::list<Result>& results)
     const auto settings = host::settings::StoredSettings::Read();
     if (!host::Succeeded(settings)) return -1;
 
-    // With the mail server switched off nothing is checked.
-    const std::vector<host::selfcheck::Check> checks = host::selfcheck::AllChecks();
-    const std::vector<host::selfcheck::Finding> findings =
-        settings->Bool("smtp_enabled") ? host::selfcheck::RunChecks(checks, *settings)
-                                       : std::vector<host::selfcheck::Finding>(
-                                             checks.size(), {host::selfcheck::CheckWord::kOff, ""});
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        const host::selfcheck::Finding& finding = findings[i];
-        const char* const word = host::selfcheck::Spelling(finding.word);
-        if (finding.word > host::selfcheck::CheckWord::kOk) {
-            host::Log(LOG_WARNING, "self-check: %s is %s: %s", checks[i].key, word,
-                      finding.detail.c_str());
-        }
-        results.push_back({word, checks[i].key});
+    for (const host::selfcheck::CheckResult& result : host::selfcheck::CheckServer(*settings)) {
+        results.push_back({host::selfcheck::Spelling(result.finding.word), result.key});
     }
     return 0;
 }

@@ -52,4 +52,13 @@ constexpr std::chrono::seconds kLongestCheck{8};
 std::vector<Finding> RunChecks(const std::vector<Check>& checks,
                                const settings::StoredSettings& settings);
 
+struct CheckResult {
+    std::string key;
+    Finding finding;
+};
+
+/// The results of all checks, in the order of the page; while the mail server is switched off, each
+/// is OFF. What is worse than OK is logged.
+std::vector<CheckResult> CheckServer(const settings::StoredSettings& settings);
+
 }  // namespace host::selfcheck

@@ -11,6 +11,7 @@
 #include "platform/mailvane/reporter.h"
 #include "tests/host/hostile_journal.h"
 #include "tests/host/machine.h"
+#include "tools/report/check_watch.h"
 #include "tools/report/letter.h"
 #include "tools/report/report_text.h"
 #include "tools/report/schedule.h"
@@ -187,11 +188,56 @@ TEST_F(ReportTest, ShowsWhatCameFromMailAndBelievesNothingOfIt)
     data.period = {kNoon - kDay, kNoon};
     data.mail = report::MailCounts();
     data.mail->senders = {{"<b>&\"@x.test", {3, 2048}}, {"", {1, 1}}, {"a\r\nb\xff@x", {1, 1}}};
-    const std::string html = report::Html(data);
+    const std::string html = report::Html(report::PageOf(data));
     EXPECT_NE(html.find("<td>&lt;b&gt;&amp;&quot;@x.test</td><td>3</td><td>2.0 KiB</td>"),
               std::string::npos);
     EXPECT_EQ(html.find("<b>"), std::string::npos);
     EXPECT_NE(html.find("<td>a??b?@x</td>"), std::string::npos);
+}
+
+TEST_F(ReportTest, TellsOnceOfEachCheckThatStaysBad)
+{
+    using host::selfcheck::CheckWord;
+    const CheckWord ok = CheckWord::kOk, bad = CheckWord::kFailed, unknown = CheckWord::kUnknown;
+    // Words of two checks, run after run; the first letter of each that a letter is about, "." when
+    // it says that all is well again; and whether that letter can be sent.
+    const struct {
+        CheckWord queue, relay;
+        std::string letter;
+        bool isSent;
+    } runs[] = {
+        {bad, ok, "", true},
+        {ok, ok, "", true},
+        {bad, ok, "", true},
+        {bad, ok, "q", false},
+        {bad, bad, "q", true},
+        {bad, bad, "r", true},
+        {unknown, bad, "", true},
+        {bad, CheckWord::kOff, "", true},
+        {unknown, ok, "", true},
+        {ok, ok, ".", false},
+        {ok, ok, ".", true},
+        {ok, bad, "", true},
+        {ok, CheckWord::kWarning, "r", true},
+    };
+    ASSERT_TRUE(host::MakeDirectories(root + "/run/mailvane", 0755));
+    std::int64_t now = kNoon;
+    for (const auto& run : runs) {
+        SCOPED_TRACE((now - kNoon) / 900);
+        const report::CheckMemory memory = report::ReadCheckMemory();
+        EXPECT_FALSE(now > kNoon && report::CheckIsDue(memory, now - 1));
+        EXPECT_TRUE(report::CheckIsDue(memory, now));
+        const std::vector<host::selfcheck::CheckResult> results = {{"queue", {run.queue, ""}},
+                                                                   {"relay", {run.relay, ""}}};
+        const report::CheckNews news = report::NewsOf(results, memory);
+        std::string letter = news.isWellAgain ? "." : "";
+        for (const auto& check : news.turnedBad) letter += check.key[0];
+        EXPECT_EQ(letter, run.letter);
+        const bool isTold = news.IsEmpty() || run.isSent;
+        ASSERT_TRUE(report::WriteCheckMemory(report::Remembered(results, memory, isTold, now)));
+        now += 900;
+    }
+    EXPECT_TRUE(report::CheckIsDue(report::ReadCheckMemory(), kNoon)) << "the clock was set back";
 }
 
 TEST_F(ReportTest, WritesALetterThatNoTextBreaksOutOf)
