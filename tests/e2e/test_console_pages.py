@@ -2,6 +2,7 @@
 import gzip
 import os
 import re
+import shutil
 import smtplib
 import sys
 from pathlib import Path
@@ -14,8 +15,14 @@ from browser import NARROW, WIDE, Browser
 from harness import DOMAIN, banner, load, read, send, tell, wait_for
 
 TOP = Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(TOP / "console/make"), str(TOP / "tests/api/added_setting")]
+
+import add_row
+import build
+
 HTPASSWD = harness.ETC + "/htpasswd"
 ROUTES = re.findall(r'route: "(\w+)"', (TOP / "console/src/pages.js").read_text(encoding="utf-8"))
+SITE = harness.TARGET + "/console"
 HOSTILE = '<img/src=x/onerror=alert(1)>"\'&amp;{{7*7}}'
 
 
@@ -230,19 +237,50 @@ class Everything(Console):
         self.fail("no way to %s %s" % (selector, text))
 
 
-class Functions(Console):
-    def test_do_what_they_say(self):
+class Sources(Console):
+    """What is built from the sources, and from other descriptions than those of the package."""
+
+    ESBUILD = "/usr/bin/esbuild"
+
+    def test_functions_do_what_they_say(self):
         """tests/console/functions.js, in the browser and under the policy of the page."""
-        sys.path.insert(0, str(TOP / "console/make"))
-        import build
-        site = harness.TARGET + "/console/assets/"
-        build.build("/tmp/console", "0", "/usr/bin/esbuild", [str(TOP / "docs/openapi.yaml")])
-        bundle = build.bundle("/usr/bin/esbuild", str(TOP / "tests/console/functions.js"),
+        build.build("/tmp/console", "0", self.ESBUILD, [str(TOP / "docs/openapi.yaml")])
+        bundle = build.bundle(self.ESBUILD, str(TOP / "tests/console/functions.js"),
                               "/tmp/console/functions.js", "/tmp/console/made")
-        Path(site + "functions.js.gz").write_bytes(gzip.compress(bundle))
-        self.addCleanup(os.remove, site + "functions.js.gz")
+        Path(SITE + "/assets/functions.js.gz").write_bytes(gzip.compress(bundle))
+        self.addCleanup(os.remove, SITE + "/assets/functions.js.gz")
         self.browser.open()
         failures = self.browser.driver.execute_async_script(
             "const done = arguments[0]; import('/assets/functions.js').then("
             "({run}) => done(run()), (fault) => done([String(fault)]))")
         self.assertEqual(failures, [])
+
+    def test_a_setting_that_is_added_has_its_field(self):
+        self.build_with_added_setting("/tmp/added")
+        self.addCleanup(os.rename, SITE + ".aside", SITE)
+        self.addCleanup(shutil.rmtree, SITE)
+        os.rename(SITE, SITE + ".aside")
+        shutil.copytree("/tmp/added/console/site", SITE)
+
+        browser = self.browser
+        browser.enter()
+        browser.go("relay")
+        field = "#field-" + add_row.NAME
+        label = browser.wait("label[for=%s]" % field[1:])
+        self.assertEqual((label.text, browser.find(field + "-help")[0].text, browser.find(field)[0].is_enabled()),
+                         (add_row.TITLE, add_row.HELP, False))
+        browser.wait("#field-smtp_relay_enabled").click()
+        browser.fill(field, "no host name")
+        browser.button("Save").click()
+        browser.wait(field + "-error", "does not have the form")
+        browser.button("Discard").click()
+
+    def build_with_added_setting(self, folder):
+        """The console, from the descriptions of a program with one setting more."""
+        shutil.copytree(TOP / "packaging/texts", folder + "/packaging/texts")
+        os.mkdir(folder + "/docs")
+        harness.run(os.environ["MAILVANE_BUILD"] + "/tests/api/added_setting/describe_with_added", folder)
+        shutil.copy(TOP / "docs/openapi.yaml", folder + "/docs")
+        self.addCleanup(setattr, build, "CATALOGUE", build.CATALOGUE)
+        build.CATALOGUE = folder + "/packaging/texts"
+        build.build(folder + "/console", "0", self.ESBUILD, [folder + "/docs/openapi.yaml"])
