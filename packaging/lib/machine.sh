@@ -2,7 +2,7 @@
 # Functions for the commands at the top: installing Debian packages, building, showing progress.
 
 build_packages=(
-    g++ cmake ninja-build pkg-config
+    g++ cmake ninja-build pkg-config esbuild
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
     libssl-dev libutf8proc-dev python3-yaml zlib1g-dev
 )
@@ -20,6 +20,7 @@ world_packages=(
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban gpg-agent shfmt strace
+    chromium chromium-driver node-typescript python3-selenium
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(

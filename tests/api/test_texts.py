@@ -14,6 +14,7 @@ import openapi
 from mailvane.common import texts
 
 FOLDER = TOP + "/packaging/texts/"
+CONSOLE = TOP + "/console/"
 KEY = re.compile(r"\A[a-z0-9_.-]+\Z")
 PLACEHOLDER = re.compile(r"\{[a-z]+\}")
 
@@ -93,6 +94,24 @@ def checks():
     return set(re.findall(r"^\| `(\w+)` \|", source, re.M))
 
 
+def sections_of_the_console():
+    """The sections of the console's own texts, each with the function that returns its used keys: those
+    that its sources name as "section/key", whole or up to a ${value}."""
+    source = "".join(path.read_text(encoding="utf-8") for path in Path(CONSOLE, "src").rglob("*.js"))
+    english = texts.read(CONSOLE + "texts/en")
+
+    def used(section):
+        named = set(re.findall(r'["`]%s/([a-z0-9_]*(?:\$\{)?)' % section, source))
+        begun = tuple(word[:-2] for word in named if word.endswith("${"))
+        whole = {word for word in named if not word.endswith("${")}
+        # A text for a number of things has a key for each form: NAME.one, NAME.other.
+        forms = {key: key.partition(".")[0] for key in english[section]}
+        return whole - set(forms.values()) | {
+            key for key, name in forms.items() if name in whole or begun and name.startswith(begun)}
+
+    return {("console", section): lambda section=section: used(section) for section in english}
+
+
 # For each topic and section, a function that returns the keys that are used.
 USED = {
     ("", "maillog"): labels_of_the_log,
@@ -114,6 +133,7 @@ USED = {
     ("reasons", "gate"): refusals_of_the_gate,
     ("reasons", "lists"): stored_things,
     ("reasons", "services"): services,
+    **sections_of_the_console(),
 }
 
 
@@ -123,6 +143,8 @@ def catalogue():
     for name in sorted(os.listdir(FOLDER)):
         language, _, topic = name.partition(".")
         found.setdefault(language, {})[topic] = texts.read(FOLDER + name)
+    for language, topics in found.items():
+        topics["console"] = texts.read(CONSOLE + "texts/" + language)
     return found
 
 

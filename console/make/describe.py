@@ -1,0 +1,92 @@
+"""What the console knows of the API: the descriptions of its programs, made small.
+
+Used by build.py; reads them with the parser that mailvanectl's reference is made with."""
+import os
+import sys
+from typing import Any
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tools/reference"))
+
+import openapi
+from openapi import Node
+
+USUAL_PROGRAM = "/mailvane.cgi"
+SENTENCES = "settings/help/"
+
+# Members of a schema that a form needs, by the names that they have in the console.
+KEPT = {
+    "type": "type", "minimum": "min", "maximum": "max", "minLength": "minLength",
+    "maxLength": "maxLength", "x-max-bytes": "maxBytes", "x-format": "format", "x-unit": "unit",
+    "x-group": "group", "x-needs": "needs", "x-restarts": "restarts", "writeOnly": "secret",
+    "x-mask": "mask",
+}
+
+
+def description(paths: list[str]) -> Node:
+    """Actions, pages with their fields, and choices of some documents."""
+    actions: Node = {}
+    pages: Node = {}
+    loads: dict[str, str] = {}
+    for path in paths:
+        document = openapi.Document(path)
+        programs = {operation["operationId"]: address.partition("?")[0].partition("#")[0]
+                    for address, item in document.root["paths"].items()
+                    for operation in item.values()}
+        for name, kind, operation in document.operations():
+            actions[name] = action(kind, operation, programs[name])
+            if kind == openapi.READ and "x-page" in operation:
+                loads[name] = operation["x-page"]
+            if "x-edits" in operation and operation["x-edits"] in loads:
+                page = loads[operation["x-edits"]]
+                pages[page] = form(page, name, operation)
+    return {"actions": actions, "pages": pages}
+
+
+def action(kind: str, operation: Node, program: str) -> Node:
+    """How an action is called."""
+    parameters = [entry["name"] for entry in operation.get("parameters", [])]
+    about = {
+        "kind": kind if kind != openapi.READ else None,
+        "program": program if program != USUAL_PROGRAM else None,
+        "proof": "X-Mailvane" in parameters,
+        "restarts": operation.get("x-restarts"),
+    }
+    return {key: value for key, value in about.items() if value}
+
+
+def body(operation: Node) -> Node:
+    schema: Node = operation["requestBody"]["content"]["application/json"]["schema"]
+    return schema
+
+
+def form(page: str, save: str, operation: Node) -> Node:
+    """A page of settings: its two actions, what a save has to have, its fields in their order."""
+    schema = body(operation)
+    members = {name: about for name, about in schema["properties"].items() if name != "action"}
+    # A page without settings of its own shows all that its save takes.
+    own = {name: about for name, about in members.items()
+           if about.get("x-page", page if "x-since" not in about else "") == page}
+    return {
+        "load": operation["x-edits"],
+        "save": save,
+        "required": [name for name in schema["required"] if name != "action"],
+        "fields": {name: field(name, about) for name, about in own.items()},
+        # Settings that others of this page need, and the page that they stand on.
+        "elsewhere": {name: {**field(name, members[name]), "page": members[name]["x-page"]}
+                      for about in own.values() for name in about.get("x-needs", {})
+                      if name in members and name not in own},
+    }
+
+
+def field(name: str, schema: Node) -> Node:
+    """A field of a form: what it takes, and where its texts stand in the catalogue."""
+    setting = "x-since" in schema
+    about: dict[str, Any] = {here: schema[there] for there, here in KEPT.items() if there in schema}
+    about["title"] = "settings/titles/" + name if setting else schema.get("x-text", name)
+    if setting:
+        about["help"] = SENTENCES + name
+    if "x-warn" in schema:
+        about["warn"] = "settings/warnings/" + name
+    if "x-choices" in schema:
+        about["choices"] = [[one["value"], one["text"]] for one in schema["x-choices"]]
+    return about

@@ -1,0 +1,72 @@
+// Texts for people, by their path in the catalogue: "topic/section/key". The console's own have paths
+// of two parts, "section/key".
+import site from "made-site";
+import { recall, remember } from "./storage.js";
+import { Store } from "./store.js";
+
+/** @typedef {Record<string, Record<string, Record<string, string>>>} Catalogue */
+
+/** The languages that there are. */
+export const LANGUAGES = Object.keys(site.texts);
+
+/** The language of what is shown; everything is drawn again when it changes. */
+export const language = new Store("");
+
+/** @type {Catalogue} */
+let catalogue = {};
+
+/** The language to begin with: the one that was chosen, else the first that the browser asks for. */
+export function firstLanguage() {
+    const asked = navigator.languages.map((name) => name.slice(0, 2));
+    return [recall("language", ""), ...asked].find((name) => LANGUAGES.includes(name)) ?? "en";
+}
+
+/** Loads the texts of a language and shows them.
+ *  @param {string} name */
+export async function speak(name) {
+    const answer = await fetch(site.texts[name], { credentials: "omit" });
+    if (!answer.ok) throw new Error(`${site.texts[name]}: ${answer.status}`);
+
+    catalogue = await answer.json();
+    document.documentElement.lang = name;
+    language.set(name);
+}
+
+/** @param {string} name */
+export async function chooseLanguage(name) {
+    await speak(name);
+    remember("language", name);
+}
+
+/** @param {string} path */
+function find(path) {
+    const parts = path.split("/");
+    const [topic, section, key] = parts.length === 2 ? ["console", ...parts] : parts;
+    return catalogue[topic]?.[section]?.[key];
+}
+
+/** Whether the catalogue has a text.
+ *  @param {string} path */
+export const hasText = (path) => find(path) !== undefined;
+
+/** A text with its placeholders {name} filled; its path, where there is none.
+ *  @param {string} path @param {Record<string, string | number>} [values] */
+export function t(path, values = {}) {
+    const text = find(path) ?? path;
+    return text.replace(/\{([a-z]+)\}/g, (whole, name) => String(values[name] ?? whole));
+}
+
+/** The text for a number of things, path.one or path.other, with {n} filled.
+ *  @param {string} path @param {number} n @param {Record<string, string | number>} [values] */
+export function tn(path, n, values = {}) {
+    const form = new Intl.PluralRules(language.value).select(n) === "one" ? "one" : "other";
+    return t(`${path}.${form}`, { n: number(n), ...values });
+}
+
+/** @param {number} value @param {Intl.NumberFormatOptions} [options] */
+export const number = (value, options) =>
+    new Intl.NumberFormat(language.value, options).format(value);
+
+/** @param {Date} value @param {Intl.DateTimeFormatOptions} options */
+export const moment = (value, options) =>
+    new Intl.DateTimeFormat(language.value, options).format(value);

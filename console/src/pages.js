@@ -1,0 +1,34 @@
+// The pages: a row for each, in the order of the navigation.
+//
+// To add one: write its component in src/pages/NAME.js, and a row here. `title` is a path of the
+// catalogue, `group` one of GROUPS, `route` what stands in the address.
+import { About } from "./pages/about.js";
+import { MailLog } from "./pages/mail_log.js";
+import { Overview } from "./pages/overview.js";
+import { SelfCheck } from "./pages/self_check.js";
+import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
+import { Security } from "./pages/security.js";
+import { Smtp } from "./pages/smtp.js";
+
+/** @typedef {{route: string, title: string, group: string, view: any}} PageRow */
+
+/** The parts of the navigation; one without pages is not shown. */
+export const GROUPS = ["watch", "services", "filtering", "addresses", "server"];
+
+/** @type {PageRow[]} */
+export const PAGES = [
+    { route: "overview", title: "pages/pages/overview", group: "watch", view: Overview },
+    { route: "log", title: "pages/pages/mail_log", group: "watch", view: MailLog },
+    { route: "self_check", title: "pages/pages/self_check", group: "watch", view: SelfCheck },
+
+    { route: "smtp", title: "pages/pages/smtp", group: "services", view: Smtp },
+    { route: "imap_pop3", title: "pages/pages/imap_pop3", group: "services", view: Mailboxes },
+    { route: "relay", title: "pages/pages/relay", group: "services", view: Relay },
+
+    { route: "security", title: "pages/pages/security", group: "filtering", view: Security },
+    { route: "spam_config", title: "pages/pages/spam_config", group: "filtering", view: SpamFilter },
+    { route: "adv_anti_spam", title: "pages/pages/adv_anti_spam", group: "filtering", view: AdvancedChecks },
+
+    { route: "report", title: "pages/pages/report", group: "server", view: Report },
+    { route: "about", title: "about/title", group: "server", view: About },
+];

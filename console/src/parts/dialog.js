@@ -1,0 +1,26 @@
+// A dialog over the page: the browser's own, which keeps the focus and closes by Esc.
+import { classes, html, useEffect, useId, useRef } from "../lib/ui.js";
+
+/** Without `close` it stays until its owner takes it away. `opaque`: nothing is seen behind it.
+ *  @param {{title: string, close?: () => void, opaque?: boolean, children?: any}} props */
+export function Dialog({ title, close, opaque = false, children }) {
+    const element = useRef(/** @type {HTMLDialogElement | null} */ (null));
+    const id = useId();
+    useEffect(() => {
+        const before = document.activeElement;
+        element.current?.showModal();
+        return () => before instanceof HTMLElement && before.isConnected && before.focus();
+    }, []);
+
+    /** @param {Event} event */
+    function cancel(event) {
+        event.preventDefault();
+        close?.();
+    }
+
+    return html`
+        <dialog ref=${element} class=${classes(opaque && "opaque")} aria-labelledby=${id} onCancel=${cancel}>
+            <h2 id=${id}>${title}</h2>
+            ${children}
+        </dialog>`;
+}

@@ -1,0 +1,85 @@
+// One field of a form: its title, its control, and what is to be said about it.
+import { meaning } from "../lib/failure.js";
+import { typed } from "../lib/fields.js";
+import { number, t } from "../lib/texts.js";
+import { classes, html } from "../lib/ui.js";
+
+/** @typedef {{name: string, field: Field, value: any, stored: any, changed: boolean, error?: string,
+ *             disabled: boolean, note?: any, change: (value: any) => void}} FieldProps */
+
+/** @param {FieldProps} props */
+export function FormField(props) {
+    const { name, field, changed, error, stored, note } = props;
+    return html`
+        <div class=${classes("field", changed && "changed", error && "wrong", props.disabled && "off")}>
+            <label for=${idOf(name)}>
+                ${t(field.title)}
+                ${changed && html`<span class="unseen"> (${t("form/changed")})</span>`}
+            </label>
+            <div class=${classes("control", field.type === "boolean" && "beside")}>
+                <${Control} ...${props} />
+                <div class="about">
+                ${error && html`<p class="error" id=${`${idOf(name)}-error`}>${meaning({ code: error })}</p>`}
+                ${changed && !field.secret && html`
+                    <p class="was">${t("form/was", { value: shown(field, stored) })}</p>`}
+                ${changed && field.warn && html`<p class="warning">${t(field.warn)}</p>`}
+                <p class="help" id=${`${idOf(name)}-help`}>${help(field)}</p>
+                ${note}
+                </div>
+            </div>
+        </div>`;
+}
+
+/** @param {string} name */
+export const idOf = (name) => `field-${name}`;
+
+/** @param {FieldProps} props */
+function Control({ name, field, value, error, disabled, change }) {
+    const common = {
+        "id": idOf(name), "name": name, disabled,
+        "aria-describedby": classes(error && `${idOf(name)}-error`, `${idOf(name)}-help`),
+        "aria-invalid": error ? "true" : undefined,
+    };
+    const take = (/** @type {any} */ event) => change(typed(field, event.currentTarget.value));
+    if (field.type === "boolean") {
+        return html`<input ...${common} type="checkbox" role="switch" checked=${Boolean(value)}
+            onChange=${(/** @type {any} */ event) => change(event.currentTarget.checked)} />`;
+    }
+    if (field.choices) {
+        return html`<select ...${common} value=${value} onChange=${take}>
+            ${field.choices.map(([key, text]) => html`
+                <option key=${key} value=${key} selected=${key === value}>${t(text)}</option>`)}
+        </select>`;
+    }
+    if (field.type === "integer") {
+        return html`<span class="with-unit">
+            <input ...${common} inputmode="numeric" class="number" autocomplete="off" value=${value} onInput=${take} />
+            ${field.unit && html`<span>${t(`settings/units/${field.unit}`)}</span>`}
+        </span>`;
+    }
+    if (field.secret) {
+        return html`<input ...${common} type="password" autocomplete="new-password"
+            placeholder=${t("form/secret")} value=${value === field.mask ? "" : value} onInput=${take} />`;
+    }
+    return html`<input ...${common} autocomplete="off" spellcheck=${false} value=${value} onInput=${take} />`;
+}
+
+/** @param {Field} field */
+function help(field) {
+    const limits = field.type === "integer" && field.min !== undefined && field.max !== undefined
+        ? t("form/limits", { min: plain(field.min), max: plain(field.max) }) : "";
+    return [field.help && t(field.help), limits].filter(Boolean).join(" ");
+}
+
+/** Ports and the like are read without separators.
+ *  @param {number} value */
+const plain = (value) => number(value, { useGrouping: value >= 100_000 });
+
+/** A value as people read it.
+ *  @param {Field} field @param {any} value */
+export function shown(field, value) {
+    if (field.type === "boolean") return t(value ? "form/on" : "form/off");
+    const choice = field.choices?.find(([key]) => key === value);
+    if (choice) return t(choice[1]);
+    return value === "" ? t("form/empty") : String(value);
+}

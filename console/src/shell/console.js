@@ -1,0 +1,39 @@
+// The frame around every page: navigation, the page itself, and what lies over it.
+import { route } from "../lib/router.js";
+import { session } from "../lib/session.js";
+import { useStore } from "../lib/store.js";
+import { t } from "../lib/texts.js";
+import { html, useEffect } from "../lib/ui.js";
+import { PAGES } from "../pages.js";
+import { Page } from "../parts/page.js";
+import { checkInBackground } from "../lib/self_check.js";
+import { Boundary } from "./boundary.js";
+import { IdleWarning } from "./idle_warning.js";
+import { Navigation } from "./navigation.js";
+import { SignInAgain } from "./sign_in.js";
+
+export function Console() {
+    const { name } = useStore(route);
+    const { user, state } = useStore(session);
+    useEffect(checkInBackground, [user]);
+    const row = PAGES.find((page) => page.route === (name || PAGES[0].route));
+    return html`
+        <div class="console" inert=${state === "locked"} key=${user}>
+            <button type="button" class="skip" onClick=${focusPage}>${t("shell/skip")}</button>
+            <${Navigation} />
+            <main>
+                <${Boundary} key=${name}>
+                    ${row ? html`<${row.view} />` : html`<${NoPage} />`}
+                <//>
+            </main>
+        </div>
+        ${state === "locked" && html`<${SignInAgain} />`}
+        <${IdleWarning} />`;
+}
+
+function focusPage() {
+    document.querySelector("h1")?.focus();
+}
+
+const NoPage = () => html`
+    <${Page} title=${t("shell/no_page")}><p><a href="#/">${t("shell/to_overview")}</a></p><//>`;

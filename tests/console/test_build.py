@@ -1,0 +1,53 @@
+"""What is built of the console: the same bytes each time, no way for markup into the page, and all that
+a first visit loads.
+
+  test_build.py ESBUILD
+"""
+import re
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+TOP = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(TOP / "console/make"))
+
+import build
+
+SOURCES = sorted((TOP / "console/src").rglob("*.js"))
+# What takes a text for markup, or for a program.
+SINKS = re.compile(r"innerHTML|outerHTML|insertAdjacentHTML|document\.write|srcdoc|DOMParser|"
+                   r"createContextualFragment|\beval\b|new Function|style=\"")
+FIRST_VISIT = 45 * 1024  # bytes on their way, with one language
+
+
+def built(folder):
+    build.build(folder, "1.2.3", ESBUILD, [str(TOP / "docs/openapi.yaml")])
+    site = Path(folder, "site")
+    return {str(path.relative_to(site)): path.read_bytes()
+            for path in site.rglob("*") if path.is_file()}
+
+
+class Console(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        with tempfile.TemporaryDirectory() as first, tempfile.TemporaryDirectory() as second:
+            cls.site, cls.again = built(first), built(second)
+
+    def test_has_the_same_bytes_in_any_folder(self):
+        self.assertEqual(self.site, self.again)
+
+    def test_is_small(self):
+        first = [name for name in self.site
+                 if name == "index.html" or re.search(r"/(app|en|icon)-\w+\.\w+\.gz$", name)]
+        self.assertEqual(len(first), 5)
+        self.assertLessEqual(sum(len(self.site[name]) for name in first), FIRST_VISIT)
+
+    def test_has_no_way_for_markup(self):
+        for path in SOURCES:
+            self.assertIsNone(SINKS.search(path.read_text(encoding="utf-8")), path)
+
+
+if __name__ == "__main__":
+    ESBUILD = sys.argv.pop(1)
+    unittest.main()
