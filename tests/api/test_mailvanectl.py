@@ -210,12 +210,6 @@ class Commands(unittest.TestCase):
                 errors = self.run_line("save_security", words, answer=answer)[2]
             self.assertEqual("mail is refused" in errors, told)
 
-    def test_users_of_a_directory_are_not_made_here(self):
-        page = 'Status: 200\n\n{"success":true,"account_type":"ldap"}'
-        for words in (["list"], ["add", "dora"], ["remove", "dora"]):
-            status, _, errors = self.run_line("user", *words, answer=page)
-            self.assertEqual((status, "an LDAP directory" in errors), (1, True))
-
     def test_reads_are_queries_and_writes_are_json(self):
         self.run_line("load_access", "search_key=a b&c=ü", "start=-1", answer="Status: 200\n\n{}")
         self.assertEqual(self.sent().splitlines()[0].split(" ")[:4], [

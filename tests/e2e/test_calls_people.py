@@ -113,6 +113,17 @@ class Users(Calls):
                           calls.tell("user_add", user="alice", name="x", password=FIRST).status],
                          [403, 403])
 
+    def test_users_of_a_directory_are_left_to_it(self):
+        stored = contents(ETC + "/mailvane.conf")
+        self.addCleanup(write, ETC + "/mailvane.conf", stored)
+        write(ETC + "/mailvane.conf", 'account_type="win"\n' + stored)
+        for call in ("user_list", "user_show"):
+            self.assertEqual(calls.ask(call, name="bob").reasons(),
+                             [("account_type", "refused")])
+        for call in ("user_add", "user_password", "user_remove"):
+            self.refused(call, "account_type", "refused", name="bob", password=FIRST,
+                         mailbox="delete")
+
     def test_a_failed_password_leaves_no_account(self):
         with failing("/usr/sbin/chpasswd"):
             self.refused("user_add", "password", "refused", name="dora", password=FIRST)

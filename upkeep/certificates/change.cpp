@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 
@@ -27,18 +28,33 @@ using host::ReasonCode;
 using host::Result;
 using host::Subject;
 
+constexpr char kStaged[] = "staged-";  // restored archives are staged by this name too
+constexpr std::chrono::hours kLeftBehind{1};
 constexpr char kCertificate[] = "cert.pem";
 constexpr char kKey[] = "key.pem";
 constexpr mode_t kFolderMode = 0755;
 
 const Subject kAbout = Subject::List("certificate");
 
+/// Removes folders that killed processes have left, with the keys in them.
+void RemoveLeftBehind()
+{
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(PackagePath("etc"), error)) {
+        if (entry.path().filename().string().rfind(kStaged, 0) != 0) continue;
+        const auto made = entry.last_write_time(error);
+        if (error || fs::file_time_type::clock::now() - made < kLeftBehind) continue;
+        (void)fs::remove_all(entry.path(), error);
+    }
+}
+
 /// A folder in etc/ that only root can enter; what is left of it is removed at the end.
 class Staging {
 public:
     Staging()
     {
-        std::string path = PackagePath("etc/staged-XXXXXX");
+        RemoveLeftBehind();
+        std::string path = PackagePath(std::string("etc/") + kStaged + "XXXXXX");
         if (mkdtemp(path.data()) != nullptr) path_ = path;
     }
     ~Staging()
@@ -49,8 +65,8 @@ public:
     Staging(const Staging&) = delete;
     Staging& operator=(const Staging&) = delete;
 
-    const std::string& path() const { return path_; }
-    std::string tls() const { return path_ + "/tls"; }
+    const std::string& Path() const { return path_; }
+    std::string TlsFolder() const { return path_ + "/tls"; }
 
 private:
     std::string path_;
@@ -81,9 +97,9 @@ bool CopyOthers(const std::string& folder)
 
 Result<void> Stage(const Staging& staging, const CertificatePair& pair)
 {
-    const std::string folder = staging.tls();
+    const std::string folder = staging.TlsFolder();
     const bool isStaged =
-        !staging.path().empty() && mkdir(folder.c_str(), kFolderMode) == 0 &&
+        !staging.Path().empty() && mkdir(folder.c_str(), kFolderMode) == 0 &&
         chmod(folder.c_str(), kFolderMode) == 0 && CopyOthers(folder) &&
         (pair.certificate.empty() ||
          (host::ReplaceFile(folder + "/" + kCertificate, pair.certificate, 0644) &&
@@ -96,14 +112,14 @@ Result<void> Stage(const Staging& staging, const CertificatePair& pair)
 Result<void> TakeBack()
 {
     const Staging staging;
-    if (staging.path().empty()) return CannotStage();
+    if (staging.Path().empty()) return CannotStage();
     const std::string before = PackagePath("etc/replaced/tls");
-    if (std::rename(before.c_str(), staging.tls().c_str()) < 0) {
+    if (std::rename(before.c_str(), staging.TlsFolder().c_str()) < 0) {
         if (errno != ENOENT) return CannotStage();
         Result<void> staged = Stage(staging, {});
         if (!staged) return staged;
     }
-    return host::save::ReplaceCertificate(staging.path());
+    return host::save::ReplaceCertificate(staging.Path());
 }
 
 /// Restarts the web server; takes the change back when it does not come up.
@@ -134,7 +150,7 @@ Result<WebServerFate> PutInForce(const CertificatePair& pair)
     const WebServer server;
     const Staging staging;
     Result<void> done = Stage(staging, pair);
-    if (done) done = host::save::ReplaceCertificate(staging.path());
+    if (done) done = host::save::ReplaceCertificate(staging.Path());
     if (!done) return std::move(done).reason();
 
     if (!server.ServesNetwork()) return WebServerFate::kUntouched;
