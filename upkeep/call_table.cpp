@@ -50,10 +50,15 @@ constexpr RequestDemands Stores()
 
 constexpr Call kReads[] = {
     {"about", About, Tells()},
+    {"queue_list", QueueList, Tells()},
+    {"queue_message", QueueMessage, Tells()},
 };
 
 constexpr Call kChanges[] = {
+    {"queue_delete", QueueDelete, Does()},
     {"queue_flush", QueueFlush, Does()},
+    {"queue_hold", QueueHold, Does()},
+    {"queue_release", QueueRelease, Does()},
 };
 
 template <std::size_t size>

@@ -17,6 +17,7 @@ constexpr char kPostconf[] = "/usr/sbin/postconf";
 constexpr char kPostfix[] = "/usr/sbin/postfix";
 constexpr char kPostmap[] = "/usr/sbin/postmap";
 constexpr char kPostqueue[] = "/usr/sbin/postqueue";
+constexpr char kPostsuper[] = "/usr/sbin/postsuper";
 constexpr char kSetpriv[] = "/usr/bin/setpriv";
 constexpr char kSievec[] = "/usr/bin/sievec";
 constexpr char kSpamassassin[] = "/usr/bin/spamassassin";
