@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "upkeep/about/about.h"
+#include "upkeep/quarantine/calls.h"
 #include "upkeep/queue/calls.h"
 
 namespace upkeep {
@@ -18,6 +19,14 @@ constexpr RequestDemands Tells()
 {
     RequestDemands demands;
     demands.seconds = kSeconds;
+    return demands;
+}
+
+/// Tells what people write to each other: it is audited who has looked.
+constexpr RequestDemands Shows()
+{
+    RequestDemands demands = Tells();
+    demands.changes = true;
     return demands;
 }
 
@@ -50,11 +59,17 @@ constexpr RequestDemands Stores()
 
 constexpr Call kReads[] = {
     {"about", About, Tells()},
+    {"quarantine_list", QuarantineList, Tells()},
+    {"quarantine_raw", nullptr, Shows(), QuarantineRaw},
+    {"quarantine_text", QuarantineText, Shows()},
     {"queue_list", QueueList, Tells()},
     {"queue_message", QueueMessage, Tells()},
 };
 
 constexpr Call kChanges[] = {
+    {"quarantine_delete", QuarantineDelete, Does()},
+    {"quarantine_learn", QuarantineLearn, Does()},
+    {"quarantine_release", QuarantineRelease, Does()},
     {"queue_delete", QueueDelete, Does()},
     {"queue_flush", QueueFlush, Does()},
     {"queue_hold", QueueHold, Does()},

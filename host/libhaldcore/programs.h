@@ -4,6 +4,7 @@
 namespace host::programs {
 
 constexpr char kAmavisd[] = "/usr/sbin/amavisd";
+constexpr char kAmavisdRelease[] = "/usr/sbin/amavisd-release";
 constexpr char kClamd[] = "/usr/sbin/clamd";
 constexpr char kDoveconf[] = "/usr/bin/doveconf";
 constexpr char kEnv[] = "/usr/bin/env";
