@@ -75,10 +75,17 @@ bool AddNames(const std::string& path, Queue queue, std::vector<QueueName>& name
     return errno == 0;
 }
 
-bool ComesBefore(const QueueName& one, const QueueName& other)
+/// Puts the oldest first, as far as ids tell.
+void PutInOrder(std::vector<QueueName>& names)
 {
-    const bool isLong = IsLong(one.id);
-    return isLong != IsLong(other.id) ? !isLong : one.id < other.id;
+    const auto comesBefore = [](const QueueName& one, const QueueName& other) {
+        const int order = one.id.compare(other.id);
+        return order != 0 ? order < 0 : one.queue < other.queue;
+    };
+    const auto firstLong = std::partition(names.begin(), names.end(),
+                                          [](const QueueName& name) { return !IsLong(name.id); });
+    std::sort(names.begin(), firstLong, comesBefore);
+    std::sort(firstLong, names.end(), comesBefore);
 }
 
 }  // namespace
@@ -111,7 +118,7 @@ host::Result<std::vector<QueueName>> ReadQueueNames(const std::string& spool)
             return host::SystemReason("mail queue", "the mail queue cannot be read");
         }
     }
-    std::stable_sort(names.begin(), names.end(), ComesBefore);
+    PutInOrder(names);
     const auto isSame = [](const QueueName& one, const QueueName& other) {
         return one.id == other.id;
     };

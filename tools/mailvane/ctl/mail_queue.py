@@ -94,7 +94,7 @@ def _told(which: str, done: str) -> str:
 
 def _do(session: Session, call: str, which: str) -> None:
     """Makes a call about one message or all; Refused when there is no such message."""
-    members = {"all": True, "confirm": True} if which == ALL else {"ids": [which]}
+    members: dict = {"all": True, "confirm": True} if which == ALL else {"ids": [which]}
     if session.call(call, members)["gone"]:
         raise Refused("no message %s waits" % display.plain(which))
 
