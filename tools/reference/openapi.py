@@ -86,11 +86,9 @@ def merged(below: Node, above: Node) -> Node:
 
 
 def answer_schemas(operation: Node) -> list[Node]:
-    """The schemas of an operation's answer; none for a download."""
-    for media in operation["responses"]["200"]["content"].values():
-        schema = media.get("schema")
-        return schema.get("anyOf", [schema]) if schema else []
-    return []
+    """The schemas of an operation's answer in JSON; none for a download alone."""
+    schema = operation["responses"]["200"]["content"].get("application/json", {}).get("schema")
+    return schema.get("anyOf", [schema]) if schema else []
 
 
 def constant(schema: Node, *path: str) -> Any:
