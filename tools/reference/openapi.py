@@ -86,9 +86,11 @@ def merged(below: Node, above: Node) -> Node:
 
 
 def answer_schemas(operation: Node) -> list[Node]:
-    """The schemas of an operation's answer in JSON; none for a download alone."""
-    schema = operation["responses"]["200"]["content"].get("application/json", {}).get("schema")
-    return schema.get("anyOf", [schema]) if schema else []
+    """The schemas of an operation's answer; none for a download alone."""
+    for media in operation["responses"]["200"]["content"].values():
+        if "schema" in media:
+            return media["schema"].get("anyOf", [media["schema"]])
+    return []
 
 
 def constant(schema: Node, *path: str) -> Any:

@@ -148,7 +148,7 @@ Result<void> TryNow(const Ids& ids)
         programs.push_back({host::programs::kPostqueue, "-c", MailServerFiles(), "-i", id});
         if (programs.size() < kAtOnce && id != ids.back()) continue;
         for (const host::ProgramResult& result : host::RunPrograms(programs, Captured())) {
-            const Result<void> done = DoneBy(result);
+            Result<void> done = DoneBy(result);
             if (!done) return done;
         }
         programs.clear();
