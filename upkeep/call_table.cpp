@@ -7,6 +7,7 @@
 #include "upkeep/about/about.h"
 #include "upkeep/certificates/calls.h"
 #include "upkeep/names/calls.h"
+#include "upkeep/quarantine/calls.h"
 #include "upkeep/queue/calls.h"
 #include "upkeep/users/calls.h"
 
@@ -21,6 +22,14 @@ constexpr RequestDemands Tells()
 {
     RequestDemands demands;
     demands.seconds = kSeconds;
+    return demands;
+}
+
+/// Tells what people write to each other: it is audited who has looked.
+constexpr RequestDemands Shows()
+{
+    RequestDemands demands = Tells();
+    demands.changes = true;
     return demands;
 }
 
@@ -52,16 +61,33 @@ constexpr RequestDemands Stores()
 }
 
 constexpr Call kReads[] = {
-    {"about", About, Tells()},        {"dkim_list", DkimList, Tells()},
-    {"dns_check", DnsCheck, Asks()},  {"dns_records", DnsRecordsToPublish, Tells()},
-    {"tls_show", TlsShow, Tells()},   {"user_list", UserList, Tells()},
+    {"about", About, Tells()},
+    {"dkim_list", DkimList, Tells()},
+    {"dns_check", DnsCheck, Asks()},
+    {"dns_records", DnsRecordsToPublish, Tells()},
+    {"quarantine_list", QuarantineList, Tells()},
+    {"quarantine_raw", nullptr, Shows(), QuarantineRaw},
+    {"quarantine_text", QuarantineText, Shows()},
+    {"queue_list", QueueList, Tells()},
+    {"queue_message", QueueMessage, Tells()},
+    {"tls_show", TlsShow, Tells()},
+    {"user_list", UserList, Tells()},
     {"user_show", UserShow, Tells()},
 };
 
 constexpr Call kChanges[] = {
-    {"own_password", OwnPassword, Stores()}, {"queue_flush", QueueFlush, Does()},
-    {"tls_install", TlsInstall, Stores()},   {"tls_remove", TlsRemove, Stores()},
-    {"user_add", UserAdd, Stores()},         {"user_password", UserPassword, Stores()},
+    {"own_password", OwnPassword, Stores()},
+    {"quarantine_delete", QuarantineDelete, Does()},
+    {"quarantine_learn", QuarantineLearn, Does()},
+    {"quarantine_release", QuarantineRelease, Does()},
+    {"queue_delete", QueueDelete, Does()},
+    {"queue_flush", QueueFlush, Does()},
+    {"queue_hold", QueueHold, Does()},
+    {"queue_release", QueueRelease, Does()},
+    {"tls_install", TlsInstall, Stores()},
+    {"tls_remove", TlsRemove, Stores()},
+    {"user_add", UserAdd, Stores()},
+    {"user_password", UserPassword, Stores()},
     {"user_remove", UserRemove, Stores()},
 };
 

@@ -11,11 +11,13 @@ namespace upkeep {
 /// The parameter of a query, or the member of a JSON body, that names a call.
 inline constexpr char kCallMember[] = "call";
 
-/// One call. Those of the first table come as a query, those of the second as a JSON body.
+/// One call. Those of the first table come as a query, those of the second as a JSON body. A row
+/// has one of the two functions.
 struct Call {
     const char* name;
     Answer (*run)(const Request& request);
     RequestDemands demands;
+    host::Result<Download> (*download)(const Request& request) = nullptr;
 };
 
 /// The call of a name in the first or second table; null when there is none.

@@ -17,14 +17,6 @@ Answer UnknownCall()
                         "there is no such call"};
 }
 
-Answer Run(WebMan& web)
-{
-    const Request request(web);
-    const std::string name = request.Text(kCallMember);
-    const Call* const call = web.In() != nullptr ? FindChange(name) : FindRead(name);
-    return call != nullptr ? call->run(request) : UnknownCall();
-}
-
 void Send(WebMan& web, const Answer& answer)
 {
     const bool done = host::Succeeded(answer);
@@ -32,6 +24,30 @@ void Send(WebMan& web, const Answer& answer)
     body["success"] = done;
     web.WriteHeader("");
     web.WriteBody(body);
+}
+
+void SendDownload(WebMan& web, const host::Result<Download>& download)
+{
+    if (!download) {
+        Send(web, download.reason());
+        return;
+    }
+    web.WriteDownloadHeader(download->name);
+    download->write();
+}
+
+void Run(WebMan& web)
+{
+    const Request request(web);
+    const std::string name = request.Text(kCallMember);
+    const Call* const call = web.In() != nullptr ? FindChange(name) : FindRead(name);
+    if (call == nullptr) {
+        Send(web, UnknownCall());
+    } else if (call->download != nullptr) {
+        SendDownload(web, call->download(request));
+    } else {
+        Send(web, call->run(request));
+    }
 }
 
 }  // namespace
@@ -43,8 +59,12 @@ int AnswerRequest()
         WebMan web(rules);
         if (!web.IsAuthorized(nullptr, 3, 1)) return EXIT_SUCCESS;
         // An upload is no call: it is not read.
-        if (!web.IsUploadRequest()) (void)web.LoadIn();
-        Send(web, web.IsUploadRequest() ? UnknownCall() : Run(web));
+        if (web.IsUploadRequest()) {
+            Send(web, UnknownCall());
+        } else {
+            (void)web.LoadIn();
+            Run(web);
+        }
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         host::Log(LOG_ERR, "%s", error.what());

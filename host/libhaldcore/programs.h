@@ -4,6 +4,7 @@
 namespace host::programs {
 
 constexpr char kAmavisd[] = "/usr/sbin/amavisd";
+constexpr char kAmavisdRelease[] = "/usr/sbin/amavisd-release";
 constexpr char kChpasswd[] = "/usr/sbin/chpasswd";
 constexpr char kClamd[] = "/usr/sbin/clamd";
 constexpr char kDoveadm[] = "/usr/bin/doveadm";
@@ -19,6 +20,7 @@ constexpr char kPostconf[] = "/usr/sbin/postconf";
 constexpr char kPostfix[] = "/usr/sbin/postfix";
 constexpr char kPostmap[] = "/usr/sbin/postmap";
 constexpr char kPostqueue[] = "/usr/sbin/postqueue";
+constexpr char kPostsuper[] = "/usr/sbin/postsuper";
 constexpr char kPrlimit[] = "/usr/bin/prlimit";
 constexpr char kSetpriv[] = "/usr/bin/setpriv";
 constexpr char kSievec[] = "/usr/bin/sievec";

@@ -100,7 +100,8 @@ private:
 
 Result<void> Run::Start(const std::vector<std::string>& arguments, const ProgramOptions& options)
 {
-    const Descriptor input = InputOf(options.input);
+    const Descriptor input = options.file >= 0 ? Descriptor(fcntl(options.file, F_DUPFD_CLOEXEC, 0))
+                                               : InputOf(options.input);
     const Descriptor output = output_.Open();
     const Descriptor errors = options.capture ? errors_.Open() : Descriptor();
     if (!input || !output || (options.capture && !errors)) return CannotBeStarted(path_);

@@ -32,6 +32,7 @@ struct ProgramOptions {
     std::chrono::milliseconds limit{120000};  ///< the program is killed after it; zero for none
     bool capture = false;                     ///< return the output instead of logging it
     std::string input;                        ///< written to its standard input
+    int file = -1;                            ///< its standard input instead; stays the caller's
 };
 
 /// Runs `arguments[0]` (an absolute path) and waits for its end. A program below the package's

@@ -3,11 +3,13 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 
 #include "host/libhaldcore/error.h"
+#include "host/libhaldcore/text.h"
 #include "platform/hlib/text.h"
 
 std::size_t host::CharacterLength(std::string_view text)
@@ -30,6 +32,45 @@ bool host::IsUtf8(std::string_view text)
         text.remove_prefix(length);
     }
     return true;
+}
+
+namespace {
+
+/// Whether a character of two bytes or more is a control character, U+0080 to U+009F.
+bool IsLongControl(std::string_view character)
+{
+    return character.size() == 2 && character[0] == '\xc2' &&
+           static_cast<unsigned char>(character[1]) < 0xa0;
+}
+
+/// Whether a character turns the direction of text: U+202A to U+202E, U+2066 to U+2069.
+bool TurnsDirection(std::string_view character)
+{
+    if (character.size() != 3 || character[0] != '\xe2') return false;
+    const auto last = static_cast<unsigned char>(character[2]);
+    return (character[1] == '\x80' && last >= 0xaa && last <= 0xae) ||
+           (character[1] == '\x81' && last >= 0xa6 && last <= 0xa9);
+}
+
+}  // namespace
+
+std::string host::ShownText(std::string_view bytes, std::size_t most)
+{
+    constexpr std::string_view kReplacement = "\xef\xbf\xbd";
+    std::string text;
+    while (!bytes.empty()) {
+        const std::size_t length = CharacterLength(bytes);
+        std::string_view character = bytes.substr(0, std::max<std::size_t>(length, 1));
+        bytes.remove_prefix(character.size());
+        if (length == 0 || TurnsDirection(character)) {
+            character = kReplacement;
+        } else if (IsControl(character.front()) || IsLongControl(character)) {
+            character = " ";
+        }
+        if (text.size() + character.size() > most) break;
+        text += character;
+    }
+    return text;
 }
 
 int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targetSize)

@@ -7,10 +7,10 @@
 
 namespace kos {
 
-void WriteHead(const std::string& contentType, const std::string& reasonLine)
+void WriteHead(const std::string& contentType, const std::string& moreLine)
 {
     (void)printf("Content-Type: %s\nCache-Control: no-store\nX-Content-Type-Options: nosniff\n%s\n",
-                 contentType.c_str(), reasonLine.c_str());
+                 contentType.c_str(), moreLine.c_str());
 }
 
 void WriteJson(const Json::Value& value)

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -286,6 +287,14 @@ void WebMan::WriteBody(const Json::Value& body)
     state_->Audit(kos::ResultOf(body), kos::InWords(reasons));
     state_->WriteHeldHead(reasons);
     kos::WriteJson(body);
+}
+
+void WebMan::WriteDownloadHeader(const std::string& name)
+{
+    state_->Audit("done", "");
+    kos::WriteHead("application/octet-stream",
+                   "Content-Disposition: attachment; filename=\"" + name + "\"\n");
+    (void)fflush(stdout);
 }
 
 const char* WebMan::GetLoginUserName()

@@ -5,6 +5,7 @@
 #include <json/value.h>
 
 #include <memory>
+#include <string>
 
 #include "platform/web/request_rules.h"
 
@@ -55,6 +56,10 @@ public:
 
     /// Writes a value as JSON, also the null value.
     void WriteBody(const Json::Value& body);
+
+    /// Writes the header of a download, which the client saves as `name`; its bytes are the
+    /// program's to write. No reason can follow, so the download is refused before or not at all.
+    void WriteDownloadHeader(const std::string& name);
 
     /// Login name of the caller; null when there is none. Owned by this object.
     const char* GetLoginUserName();

@@ -40,7 +40,9 @@ SETTINGS = {name: about
 
 
 def keys_of(key):
-    return {value for document in DOCUMENTS for value in described(document, key)}
+    # A member of an answer may have this name, too.
+    return {value for document in DOCUMENTS for value in described(document, key)
+            if isinstance(value, str)}
 
 
 def referred(section):

@@ -36,34 +36,13 @@ std::string NumbersDecoded(const std::string& text, char sign)
     return decoded;
 }
 
-std::string Base64Decoded(const std::string& text)
+std::string Decoded(const Word& word, Convert convert)
 {
-    constexpr unsigned kDigitBits = 6;
-    constexpr unsigned kByteBits = 8;
-    std::string decoded;
-    unsigned bits = 0;
-    unsigned held = 0;
-    for (const char c : text) {
-        if (c == '=') held = 0;
-        const char* const digit = c == 0 ? nullptr : std::strchr(kBase64, c);
-        if (digit == nullptr) continue;
-
-        bits = (bits << kDigitBits) | static_cast<unsigned>(digit - kBase64);
-        held += kDigitBits;
-        if (held < kByteBits) continue;
-        held -= kByteBits;
-        decoded += static_cast<char>((bits >> held) & 0xff);
-    }
-    return decoded;
-}
-
-std::string Decoded(const Word& word)
-{
-    if (word.encoding == 'B') return FromCharset(word.charset, Base64Decoded(word.text));
+    if (word.encoding == 'B') return convert(word.charset, Base64Decoded(word.text));
 
     std::string text = word.text;
     for (char& c : text) c = c == '_' ? ' ' : c;
-    return FromCharset(word.charset, NumbersDecoded(text, '='));
+    return convert(word.charset, NumbersDecoded(text, '='));
 }
 
 /// Reads the encoded word at `at`; false when there is none.
@@ -99,7 +78,33 @@ std::string PercentDecoded(const std::string& text)
     return NumbersDecoded(text, '%');
 }
 
-std::string WordsDecoded(const std::string& text, bool joined)
+std::string QuotedDecoded(const std::string& text)
+{
+    return NumbersDecoded(text, '=');
+}
+
+std::string Base64Decoded(const std::string& text)
+{
+    constexpr unsigned kDigitBits = 6;
+    constexpr unsigned kByteBits = 8;
+    std::string decoded;
+    unsigned bits = 0;
+    unsigned held = 0;
+    for (const char c : text) {
+        if (c == '=') held = 0;
+        const char* const digit = c == 0 ? nullptr : std::strchr(kBase64, c);
+        if (digit == nullptr) continue;
+
+        bits = (bits << kDigitBits) | static_cast<unsigned>(digit - kBase64);
+        held += kDigitBits;
+        if (held < kByteBits) continue;
+        held -= kByteBits;
+        decoded += static_cast<char>((bits >> held) & 0xff);
+    }
+    return decoded;
+}
+
+std::string WordsDecoded(const std::string& text, bool joined, Convert convert)
 {
     std::string decoded;
     for (std::size_t at = 0; at < text.size();) {
@@ -110,11 +115,11 @@ std::string WordsDecoded(const std::string& text, bool joined)
         }
         for (Word next; ReadNextWord(text, word, next);) {
             const bool continues = joined && next.encoding == word.encoding;
-            if (!continues) decoded += Decoded(word);
+            if (!continues) decoded += Decoded(word, convert);
             if (continues) next.text.insert(0, word.text);
             word = next;
         }
-        decoded += Decoded(word);
+        decoded += Decoded(word, convert);
         at = word.end;
     }
     return decoded;

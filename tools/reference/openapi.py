@@ -86,10 +86,10 @@ def merged(below: Node, above: Node) -> Node:
 
 
 def answer_schemas(operation: Node) -> list[Node]:
-    """The schemas of an operation's answer; none for a download."""
+    """The schemas of an operation's answer; none for a download alone."""
     for media in operation["responses"]["200"]["content"].values():
-        schema = media.get("schema")
-        return schema.get("anyOf", [schema]) if schema else []
+        if "schema" in media:
+            return media["schema"].get("anyOf", [media["schema"]])
     return []
 
 

@@ -6,8 +6,8 @@
 
 namespace upkeep {
 
-/// The reason of the last attempt, by recipient. Texts of other mail servers: bytes of any kind but
-/// control characters, at most 1,000 each. Empty when there is none or it cannot be read.
+/// The reason of the last attempt, by recipient; both are bytes of strangers. Empty when there is
+/// none or it cannot be read. What follows the first 256 KiB of the file is left out.
 std::map<std::string, std::string> ReadDeferLog(const std::string& path);
 
 }  // namespace upkeep

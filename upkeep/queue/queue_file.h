@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "upkeep/mail_text/header_block.h"
+
 namespace upkeep {
 
 /// What the envelope of a queued message says.
@@ -21,5 +23,8 @@ struct Envelope {
 /// Reads the envelope from a file of the queue. The file changes while it is read and ends where
 /// somebody wants it to: nothing when it is none, not complete yet, or longer than any envelope.
 std::optional<Envelope> ReadEnvelope(int file, std::size_t most);
+
+/// Reads the header of the message from a file of the queue.
+HeaderBlock ReadHeader(int file, const Envelope& envelope);
 
 }  // namespace upkeep

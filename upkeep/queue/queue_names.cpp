@@ -1,8 +1,9 @@
-// The messages in the mail server's queues, by the names of their files. The queue of deferred mail
-// is divided into folders of one hexadecimal digit.
+// The messages in the mail server's queues, by the names of their files. A queue may be divided
+// into folders of one hexadecimal digit, as that of deferred mail is.
 #include "upkeep/queue/queue_names.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 
 #include <algorithm>
 #include <array>
@@ -14,7 +15,8 @@ namespace upkeep {
 namespace {
 
 constexpr std::size_t kLongestId = 30;
-constexpr std::array<const char*, 4> kQueues = {"incoming", "active", "deferred", "hold"};
+constexpr std::array<const char*, 5> kQueues = {"maildrop", "incoming", "active", "deferred",
+                                                "hold"};
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 // A long id: six digits of the seconds, four of the microseconds, the separator, the file's number.
@@ -40,8 +42,8 @@ std::int64_t NumberOf(std::string_view digits)
     return number;
 }
 
-/// The digit of the folder that a message lies in, in a queue that is divided: the first of five of
-/// the microseconds, or of a short id, which begins with them.
+/// The digit of the folder that a message lies in, in a queue that is divided: the first of the
+/// five that the microseconds have, with which a short id begins.
 char FolderOf(std::string_view id)
 {
     if (!IsLong(id)) return id.front();
@@ -73,10 +75,17 @@ bool AddNames(const std::string& path, Queue queue, std::vector<QueueName>& name
     return errno == 0;
 }
 
-bool ComesBefore(const QueueName& one, const QueueName& other)
+/// Puts the oldest first, as far as ids tell.
+void PutInOrder(std::vector<QueueName>& names)
 {
-    const bool isLong = IsLong(one.id);
-    return isLong != IsLong(other.id) ? !isLong : one.id < other.id;
+    const auto comesBefore = [](const QueueName& one, const QueueName& other) {
+        const int order = one.id.compare(other.id);
+        return order != 0 ? order < 0 : one.queue < other.queue;
+    };
+    const auto firstLong = std::partition(names.begin(), names.end(),
+                                          [](const QueueName& name) { return !IsLong(name.id); });
+    std::sort(names.begin(), firstLong, comesBefore);
+    std::sort(firstLong, names.end(), comesBefore);
 }
 
 }  // namespace
@@ -109,7 +118,7 @@ host::Result<std::vector<QueueName>> ReadQueueNames(const std::string& spool)
             return host::SystemReason("mail queue", "the mail queue cannot be read");
         }
     }
-    std::stable_sort(names.begin(), names.end(), ComesBefore);
+    PutInOrder(names);
     const auto isSame = [](const QueueName& one, const QueueName& other) {
         return one.id == other.id;
     };
@@ -117,11 +126,25 @@ host::Result<std::vector<QueueName>> ReadQueueNames(const std::string& spool)
     return names;
 }
 
-std::string FileOf(const std::string& spool, const QueueName& message)
+std::optional<QueueName> FindQueued(const std::string& spool, const std::string& id)
 {
-    std::string path = spool + "/" + NameOf(message.queue) + "/";
-    if (message.queue == Queue::kDeferred) path.append(1, FolderOf(message.id)).append("/");
-    return path.append(message.id);
+    // A message goes from queue to queue as they stand in the list, and from the one of deferred
+    // mail back to that before: what has overtaken the first look is found by the second.
+    for (std::size_t look = 0; look < 2 * kQueues.size(); ++look) {
+        const QueueName message{id, static_cast<Queue>(look % kQueues.size())};
+        if (OpenQueued(spool, message)) return message;
+    }
+    return std::nullopt;
+}
+
+host::Descriptor OpenQueued(const std::string& spool, const QueueName& message)
+{
+    constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const std::string folder = spool + "/" + NameOf(message.queue) + "/";
+    const std::string divided = (folder + FolderOf(message.id)).append("/").append(message.id);
+    host::Descriptor file(open(divided.c_str(), kFlags));
+    if (!file) file = host::Descriptor(open((folder + message.id).c_str(), kFlags));
+    return file;
 }
 
 std::string DeferLogOf(const std::string& spool, std::string_view id)

@@ -7,13 +7,14 @@
 #include <string_view>
 #include <vector>
 
+#include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/result.h"
 
 namespace upkeep {
 
-enum class Queue { kIncoming, kActive, kDeferred, kHold };
+enum class Queue { kMaildrop, kIncoming, kActive, kDeferred, kHold };
 
-/// The queue's name: "incoming", "active", "deferred" or "hold".
+/// The queue's name: "maildrop", "incoming", "active", "deferred" or "hold".
 const char* NameOf(Queue queue);
 
 struct QueueName {
@@ -28,12 +29,15 @@ bool IsQueueId(std::string_view text);
 /// one, as mail has that came before they were switched on.
 std::optional<std::int64_t> ArrivalOf(std::string_view id);
 
-/// All messages in the queues below the mail server's queue directory, the oldest first, and those
-/// with short ids before the others. One that was moved meanwhile is told once.
+/// All messages in the queues below the mail server's queue directory, the oldest first; those with
+/// short ids, in no order, before the others. One that was moved meanwhile is told once.
 host::Result<std::vector<QueueName>> ReadQueueNames(const std::string& spool);
 
-/// The path of a message's file.
-std::string FileOf(const std::string& spool, const QueueName& message);
+/// The queue in which a message lies now; nothing when it has gone.
+std::optional<QueueName> FindQueued(const std::string& spool, const std::string& id);
+
+/// Opens a message's file; none when it has gone from that queue.
+host::Descriptor OpenQueued(const std::string& spool, const QueueName& message);
 
 /// The path of the file that says why a message was not delivered yet.
 std::string DeferLogOf(const std::string& spool, std::string_view id);

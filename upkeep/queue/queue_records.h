@@ -20,6 +20,9 @@ public:
         kSender = 'S',     ///< of the envelope
         kRecipient = 'R',  ///< who has not got it yet
         kMessage = 'M',    ///< the message follows
+        kLine = 'N',       ///< a line of the message, or the end of one
+        kPiece = 'L',      ///< of a longer line
+        kPadding = 'w',    ///< room for changes of the message
         kExtracted = 'X',  ///< what stands behind the message
         kPointer = 'p',    ///< where the next record is
         kEnd = 'E'

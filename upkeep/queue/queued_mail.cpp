@@ -1,11 +1,8 @@
 // The mail that waits to be delivered, with what its files say.
 #include "upkeep/queue/queued_mail.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 
-#include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/text.h"
 
 namespace upkeep {
@@ -14,7 +11,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMostShown = 50;  // recipients of a message on a page
+constexpr std::size_t kMostShown = 50;       // recipients of a message on a page
+constexpr std::size_t kMostSearched = 1000;  // of a message that is searched
+
+/// What pages are put in order by, of each message alone.
+struct Found {
+    QueueName name;
+    std::int64_t arrival = 0;
+    std::uint64_t size = 0;
+    std::string sender;
+};
 
 bool Holds(const std::string& text, const std::string& wanted)
 {
@@ -30,29 +36,47 @@ bool Matches(const QueuedMail& mail, const std::string& wanted)
                        [&](const std::string& one) { return Holds(one, wanted); });
 }
 
-bool ComesBefore(const QueuedMail& one, const QueuedMail& other, QueueOrder order)
+bool ComesBefore(const Found& one, const Found& other, QueueOrder order)
 {
-    if (order == QueueOrder::kSize) return one.envelope.size < other.envelope.size;
-    if (order == QueueOrder::kSender) return one.envelope.sender < other.envelope.sender;
-    return one.envelope.arrival < other.envelope.arrival;
+    if (order == QueueOrder::kSize) return one.size < other.size;
+    if (order == QueueOrder::kSender) return one.sender < other.sender;
+    return one.arrival < other.arrival;
 }
 
-template <typename Element>
-std::vector<Element> PageOf(const std::vector<Element>& all, const QueueQuery& query)
+/// The messages that have a text, which is in lower case; nothing when that takes too long.
+std::optional<std::vector<Found>> Search(const std::string& spool,
+                                         const std::vector<QueueName>& names,
+                                         const std::string& wanted, Clock::time_point end)
 {
-    const std::size_t first = std::min(query.start, all.size());
-    const std::size_t count = std::min(query.count, all.size() - first);
-    const auto begin = all.begin() + static_cast<std::ptrdiff_t>(first);
-    return {begin, begin + static_cast<std::ptrdiff_t>(count)};
+    std::vector<Found> found;
+    for (const QueueName& name : names) {
+        if (Clock::now() > end) return std::nullopt;
+        auto mail = ReadQueuedMail(spool, name, wanted.empty() ? 0 : kMostSearched);
+        if (!mail || !Matches(*mail, wanted)) continue;
+        Envelope& envelope = mail->envelope;
+        found.push_back({name, envelope.arrival, envelope.size, std::move(envelope.sender)});
+    }
+    return found;
 }
 
-QueuePage PageByArrival(const std::string& spool, std::vector<QueueName> names,
-                        const QueueQuery& query)
+/// The names in the order of a query that needs no file to be opened.
+bool NeedsNamesAlone(const std::vector<QueueName>& names, const QueueQuery& query)
 {
-    if (query.descending) std::reverse(names.begin(), names.end());
+    // Those with short ids, which say nothing, come first.
+    const bool allTell = names.empty() || ArrivalOf(names.front().id).has_value();
+    return allTell && query.text.empty() && query.order == QueueOrder::kArrival;
+}
+
+/// The messages of a page; those that have gone meanwhile are left out.
+QueuePage PageOf(const std::string& spool, const std::vector<QueueName>& names,
+                 const QueueQuery& query)
+{
     QueuePage page;
     page.total = names.size();
-    for (const QueueName& name : PageOf(names, query)) {
+    const std::size_t first = std::min(query.start, names.size());
+    const std::size_t last = first + std::min(query.count, names.size() - first);
+    for (std::size_t i = first; i < last; ++i) {
+        const QueueName& name = names[query.descending ? names.size() - 1 - i : i];
         if (auto mail = ReadQueuedMail(spool, name, kMostShown)) {
             page.mail.push_back(std::move(*mail));
         }
@@ -65,8 +89,7 @@ QueuePage PageByArrival(const std::string& spool, std::vector<QueueName> names,
 std::optional<QueuedMail> ReadQueuedMail(const std::string& spool, const QueueName& name,
                                          std::size_t most)
 {
-    const std::string path = FileOf(spool, name);
-    const host::Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const host::Descriptor file = OpenQueued(spool, name);
     if (!file) return std::nullopt;
 
     std::optional<Envelope> envelope = ReadEnvelope(file.get(), most);
@@ -80,25 +103,20 @@ host::Result<QueuePage> ReadQueuePage(const std::string& spool, const QueueQuery
     const Clock::time_point end = Clock::now() + patience;
     host::Result<std::vector<QueueName>> names = ReadQueueNames(spool);
     if (!names) return std::move(names).reason();
-    if (query.text.empty() && query.order == QueueOrder::kArrival) {
-        return PageByArrival(spool, std::move(*names), query);
-    }
+    if (NeedsNamesAlone(*names, query)) return PageOf(spool, *names, query);
 
-    const std::string wanted = host::InLowerCase(query.text);
-    std::vector<QueuedMail> found;
-    for (const QueueName& name : *names) {
-        if (Clock::now() > end) {
-            return host::Reason{host::ReasonCode::kOutOfTime, "mail queue",
-                                "too much mail waits to be searched"};
-        }
-        auto mail = ReadQueuedMail(spool, name, kMostShown);
-        if (mail && Matches(*mail, wanted)) found.push_back(std::move(*mail));
+    auto found = Search(spool, *names, host::InLowerCase(query.text), end);
+    if (!found) {
+        return host::Reason{host::ReasonCode::kTooMany, host::Subject::Setting("query"),
+                            "more mail waits than can be looked through"};
     }
-    std::stable_sort(found.begin(), found.end(), [&](const auto& one, const auto& other) {
-        return query.descending ? ComesBefore(other, one, query.order)
-                                : ComesBefore(one, other, query.order);
+    std::stable_sort(found->begin(), found->end(), [&](const Found& one, const Found& other) {
+        return ComesBefore(one, other, query.order);
     });
-    return QueuePage{PageOf(found, query), found.size()};
+    std::vector<QueueName> ordered;
+    ordered.reserve(found->size());
+    for (Found& one : *found) ordered.push_back(std::move(one.name));
+    return PageOf(spool, ordered, query);
 }
 
 }  // namespace upkeep

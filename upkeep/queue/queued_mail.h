@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,8 +37,8 @@ struct QueuePage {
 };
 
 /// One page of the mail that waits. By arrival and without a text it opens the files of that page
-/// alone; else those of all messages, and fails with `kOutOfTime` when that takes longer than
-/// `patience`.
+/// alone, unless there are short ids; else those of all messages, and fails with `kTooMany` about
+/// the query when that takes longer than `patience`.
 host::Result<QueuePage> ReadQueuePage(const std::string& spool, const QueueQuery& query,
                                       std::chrono::milliseconds patience);
 

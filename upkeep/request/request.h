@@ -3,6 +3,7 @@
 
 #include <json/value.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,6 +43,12 @@ private:
 
 /// The members of a call's answer.
 using Answer = host::Result<Json::Value>;
+
+/// What a call answers with in place of JSON.
+struct Download {
+    std::string name;             ///< of the file as which it is saved: letters, digits, "-_."
+    std::function<void()> write;  ///< writes its bytes to the standard output
+};
 
 /// The answer of a call that tells nothing but that it was done, or why not.
 Answer Done(host::Result<void> result);

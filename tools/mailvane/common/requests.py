@@ -47,6 +47,13 @@ class Requests:
         """The answer of a call that does something; Refused when it was not done."""
         return self._judged(name, self.calls().write(name, members or {}))
 
+    def download(self, name: str, parameters: dict) -> "Answer":
+        """The file that a call answers with; Refused when it does not."""
+        answer = self.calls().read(name, parameters)
+        if "content-disposition" not in answer.headers:
+            self._judged(name, answer)
+        return answer
+
     def _judged(self, name: str, answer: "Answer") -> dict:
         value = answer.json()
         if answer.status == 200 and value.get("success") is True:

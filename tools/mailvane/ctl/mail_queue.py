@@ -8,21 +8,17 @@
 
   mailvanectl queue list
   mailvanectl queue delete all --yes"""
-import string
+from collections.abc import Iterator
 
-from mailvane.common import display, paths, postqueue, programs
-from mailvane.common.audit import audited
+from mailvane.common import display
 from mailvane.common.errors import Refused
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
 
 OPTIONS = {"--json", "--yes"}
 
-CONFIGURATION = paths.CURRENT + "/postfix"
-POSTSUPER = ["/usr/sbin/postsuper", "-c", CONFIGURATION]
 ALL = "all"
-ID_SIGNS = set(string.ascii_letters + string.digits)
-LONGEST_ID = 30
+PAGE = 200  # messages that are asked for at once
 
 
 def run(session: Session, words: list[str]) -> int:
@@ -37,24 +33,20 @@ def candidates(before: list[str]) -> list[str]:
     return [ALL] if before[0] in ("hold", "release", "delete") and len(before) == 1 else []
 
 
-def _messages() -> list[dict]:
-    return [_message(about) for about in postqueue.waiting(CONFIGURATION)]
-
-
-def _message(about: dict) -> dict:
-    return {
-        "id": about["queue_id"],
-        "queue": about["queue_name"],
-        "size": about["message_size"],
-        "arrival": about["arrival_time"],
-        "sender": about["sender"],
-        "recipients": [{"address": one["address"], "reason": one.get("delay_reason", "")}
-                       for one in about["recipients"]],
-    }
+def _messages(session: Session) -> Iterator[dict]:
+    told: set[str] = set()  # one that was moved meanwhile can come again
+    start, total = 0, 1
+    while start < total:
+        page = session.told("queue_list", {"start": start, "limit": PAGE})
+        start, total = start + PAGE, page["total"]
+        for message in page["messages"]:
+            if message["id"] not in told:
+                told.add(message["id"])
+                yield {name: value for name, value in message.items() if name != "recipient_count"}
 
 
 def _list(session: Session) -> int:
-    messages = _messages()
+    messages = list(_messages(session))
     if "--json" in session.flags:
         display.print_json(messages)
         return answers.DONE
@@ -70,29 +62,20 @@ def _row(message: dict) -> tuple:
             display.age_text(message["arrival"]), message["sender"] or "<>", ", ".join(recipients))
 
 
-def _flush(_session: Session) -> int:
-    with audited("queue flush"):
-        postqueue.flush(CONFIGURATION)
+def _flush(session: Session) -> int:
+    _do(session, "queue_flush", ALL)
     print("everything that waits and is not held is tried now")
     return answers.DONE
 
 
-def _hold(_session: Session, which: str) -> int:
-    with audited("queue hold", [which]):
-        programs.checked([*POSTSUPER, "-h", _target(which)])
+def _hold(session: Session, which: str) -> int:
+    _do(session, "queue_hold", which)
     print("%s until it is released" % _told(which, "held"))
     return answers.DONE
 
 
-def _release(_session: Session, which: str) -> int:
-    with audited("queue release", [which]):
-        target = _target(which)
-        programs.checked([*POSTSUPER, "-H", target])
-        # Released messages would otherwise wait for the next queue run.
-        if which == ALL:
-            postqueue.flush(CONFIGURATION)
-        else:
-            programs.checked([*postqueue.command(CONFIGURATION), "-i", target])
+def _release(session: Session, which: str) -> int:
+    _do(session, "queue_release", which)
     print("%s and tried now" % _told(which, "released"))
     return answers.DONE
 
@@ -100,8 +83,7 @@ def _release(_session: Session, which: str) -> int:
 def _delete(session: Session, which: str) -> int:
     if which == ALL:
         upkeep.confirm(session, "This deletes all mail that waits.")
-    with audited("queue delete", [which]):
-        programs.checked([*POSTSUPER, "-d", _target(which)])
+    _do(session, "queue_delete", which)
     print(_told(which, "deleted"))
     return answers.DONE
 
@@ -110,16 +92,11 @@ def _told(which: str, done: str) -> str:
     return "all that waited is %s" % done if which == ALL else "%s is %s" % (which, done)
 
 
-def _target(which: str) -> str:
-    """The argument of postsuper for one message or all. Refused when there is no such message, of
-    which postsuper says nothing."""
-    if which == ALL:
-        return "ALL"
-    if not which or set(which) - ID_SIGNS or len(which) > LONGEST_ID:
-        raise Refused("%s is no id of a message" % display.plain(which))
-    if all(message["id"] != which for message in _messages()):
-        raise Refused("no message %s waits" % which)
-    return which
+def _do(session: Session, call: str, which: str) -> None:
+    """Makes a call about one message or all; Refused when there is no such message."""
+    members: dict = {"all": True, "confirm": True} if which == ALL else {"ids": [which]}
+    if session.call(call, members)["gone"]:
+        raise Refused("no message %s waits" % display.plain(which))
 
 
 VERBS: upkeep.Verbs = {
