@@ -145,10 +145,10 @@ Json::Value HeadOf(const std::string& folder, const std::string& name)
     Json::UInt64 count = 0;
     for (std::string_view rest = header.Value("x-envelope-to"); !rest.empty();) {
         const std::size_t comma = std::min(rest.find(','), rest.size());
-        std::string recipient = address(rest.substr(0, comma));
+        const std::string recipient = address(rest.substr(0, comma));
         rest.remove_prefix(std::min(comma + 1, rest.size()));
         if (recipient.empty() || count++ >= kMostRecipients) continue;
-        head["recipients"].append(std::move(recipient));
+        head["recipients"].append(recipient);
     }
     head["recipient_count"] = count;
     return head;

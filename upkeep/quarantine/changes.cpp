@@ -128,7 +128,7 @@ public:
     ScannersFolder& operator=(const ScannersFolder&) = delete;
 
     explicit operator bool() const { return good_; }
-    const std::string& path() const { return path_; }
+    const std::string& Path() const { return path_; }
 
 private:
     std::string path_;
@@ -146,7 +146,7 @@ bool Copy(const Ids& present, const ScannersFolder& folder, Outcome& outcome)
             continue;
         }
         // Under a name of its own: that of the file may say that it is packed.
-        const std::string path = folder.path() + "/" + std::to_string(outcome.done);
+        const std::string path = folder.Path() + "/" + std::to_string(outcome.done);
         if (!host::ReplaceFile(path, *message, 0644)) return false;
         ++outcome.done;
     }
@@ -163,7 +163,7 @@ Answer Learn(const Ids& chosen, const std::string& kind)
     }
     if (outcome.done == 0) return Told(outcome);
     const host::ProgramResult result = RunAsScanner(
-        {host::PackagePath("target/scripts/spam_learner.sh"), "--" + kind, folder.path()}, "");
+        {host::PackagePath("target/scripts/spam_learner.sh"), "--" + kind, folder.Path()}, "");
     return result.done ? Told(outcome) : Refusal(result, ReasonCode::kSystem);
 }
 
