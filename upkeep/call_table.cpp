@@ -5,6 +5,8 @@
 #include <iterator>
 
 #include "upkeep/about/about.h"
+#include "upkeep/history/calls.h"
+#include "upkeep/log_lines/calls.h"
 #include "upkeep/queue/calls.h"
 
 namespace upkeep {
@@ -50,10 +52,14 @@ constexpr RequestDemands Stores()
 
 constexpr Call kReads[] = {
     {"about", About, Tells()},
+    {"generations", Generations, Tells()},
+    {"log_lines", LogLines, Tells()},
+    {"progress", Progress, Tells()},
 };
 
 constexpr Call kChanges[] = {
     {"queue_flush", QueueFlush, Does()},
+    {"rollback", RollBack, Stores()},
 };
 
 template <std::size_t size>
