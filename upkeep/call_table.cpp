@@ -8,6 +8,7 @@
 #include "upkeep/history/calls.h"
 #include "upkeep/log_lines/calls.h"
 #include "upkeep/queue/calls.h"
+#include "upkeep/report/calls.h"
 
 namespace upkeep {
 
@@ -59,6 +60,7 @@ constexpr Call kReads[] = {
 
 constexpr Call kChanges[] = {
     {"queue_flush", QueueFlush, Does()},
+    {"report_now", ReportNow, Does()},
     {"rollback", RollBack, Stores()},
 };
 

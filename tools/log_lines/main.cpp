@@ -11,7 +11,6 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "tools/log_lines/message_lines.h"
-#include "tools/maillog_collector/log_fields.h"
 
 int main()
 {
@@ -21,7 +20,7 @@ int main()
             log_lines::FindLines(host::Path(host::maillog::kPostfixLog), id, {});
         Json::Value answer;
         Json::Value& lines = answer["lines"] = Json::Value(Json::arrayValue);
-        for (const std::string& line : found.lines) lines.append(collector::CleanText(line));
+        for (const std::string& line : found.lines) lines.append(log_lines::Shown(line));
         Json::Value& ids = answer["ids"] = Json::Value(Json::arrayValue);
         for (const std::string& one : found.ids) ids.append(one);
         answer["since"] = found.since;

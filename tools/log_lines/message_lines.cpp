@@ -6,6 +6,8 @@
 #include <deque>
 #include <optional>
 
+#include "host/libhaldcore/text.h"
+#include "host/libhaldcore/utf8.h"
 #include "tools/log_lines/log_parts.h"
 #include "tools/maillog_collector/log_fields.h"
 #include "tools/maillog_collector/log_line.h"
@@ -66,6 +68,18 @@ void EachLineWith(std::string_view piece, std::string_view bytes, const Take& ta
         if (parts) take(begin, line, *parts);
         at = end;
     }
+}
+
+constexpr std::size_t kLongestShown = 2000;
+
+bool CanBeShown(std::string_view character)
+{
+    const auto isWithin = [character](std::string_view first, std::string_view last) {
+        return character >= first && character <= last;
+    };
+    return !character.empty() && !host::IsControl(character.front()) &&
+           !isWithin("\xc2\x80", "\xc2\x9f") && !isWithin("\xe2\x80\x8e", "\xe2\x80\x8f") &&
+           !isWithin("\xe2\x80\xa8", "\xe2\x80\xae") && !isWithin("\xe2\x81\xa6", "\xe2\x81\xa9");
 }
 
 class Search {
@@ -156,9 +170,21 @@ private:
 
 }  // namespace
 
+std::string Shown(std::string_view line)
+{
+    std::string shown;
+    while (!line.empty() && shown.size() < kLongestShown) {
+        const std::string_view character = line.substr(0, host::CharacterLength(line));
+        shown += CanBeShown(character) ? character : "?";
+        line.remove_prefix(std::max<std::size_t>(character.size(), 1));
+    }
+    return shown;
+}
+
 Found FindLines(const std::string& path, const std::string& id, const Bounds& bounds)
 {
-    return id.empty() ? Found() : Search(path, bounds).Run(id);
+    const bool isOne = !id.empty() && std::none_of(id.begin(), id.end(), host::IsControl);
+    return isOne ? Search(path, bounds).Run(id) : Found();
 }
 
 }  // namespace log_lines
