@@ -1,6 +1,7 @@
 """What became of a message: its lines in the mail server's log."""
 import gzip
 import os
+import time
 import pwd
 import re
 import urllib.parse
@@ -59,8 +60,8 @@ class LogLines(harness.Story):
         for name, code in (("", "empty"), ("a" * 1001, "too_long")):
             self.assertIs(lines_of(name)["success"], False, code)
         with open(LOG, "ab") as log:
-            log.write(("2026-11-21T04:16:18Z mail postfix/smtp[1]: 4jWf5tbbbbz1000: %s\n" % STRANGE)
-                      .encode("latin-1", "replace"))
+            line = time.strftime("%Y-%m-%dT%H:%M:%SZ mail postfix/smtp[1]: 4jWf5tbbbbz1000: ", time.gmtime())
+            log.write((line + STRANGE + "\n").encode("latin-1", "replace"))
         [line] = lines_of("4jWf5tbbbbz1000")["lines"]
         self.assertTrue(line.isprintable(), line)
 
