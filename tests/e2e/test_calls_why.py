@@ -1,9 +1,9 @@
 """What became of a message: its lines in the mail server's log."""
 import gzip
 import os
-import time
 import pwd
 import re
+import time
 import urllib.parse
 
 import harness
