@@ -49,12 +49,22 @@ bool CanBeName(const std::string& name)
            host::names::IsPlainText(name) && host::Trim(name) == name;
 }
 
-/// The aliases of the document as a file for an import, with the line of the document for each of
-/// the file's.
+/// Whether a text can be one line of members: no alias and no comment of the file of an import.
+bool CanBeMember(const std::string& text)
+{
+    return text.front() != '#' && text.find_first_of(":,") == std::string::npos;
+}
+
+/// The aliases of the document as a file for an import: a line for each name and each member.
 struct ImportFile {
+    struct Place {
+        int line;  ///< of the document
+        std::string alias;
+    };
+
     std::string text;
-    std::vector<int> lines;
-    std::vector<std::string> names;
+    std::vector<Place> places;  ///< of its lines
+    std::set<std::string> names;
 };
 
 void AddAlias(const Section& section, const Node& name, const Node& members, Merge& merge,
@@ -65,19 +75,20 @@ void AddAlias(const Section& section, const Node& name, const Node& members, Mer
             {name.line, PathOf(section, name.text), ReasonCode::kNoName, "is no name of an alias"});
         return;
     }
-    std::string line = name.text + ":";
-    const char* separator = " ";
-    for (const Line& member : LinesOf(section, members, merge)) {
-        if (member.text.find(',') != std::string::npos) {
+    file.names.insert(name.text);
+    file.text.append(name.text).append(":\n");
+    file.places.push_back({name.line, name.text});
+    const std::vector<Line> lines = LinesOf(section, members, merge);
+    for (const Line& member : lines) {
+        if (!CanBeMember(member.text)) {
             merge.faults.push_back({member.line, PathOf(section, name.text), ReasonCode::kNoAddress,
                                     "is no member of an alias"});
+            continue;
         }
-        line.append(separator).append(member.text);
-        separator = ", ";
+        // A list goes on behind a comma.
+        file.text.append(member.text).append(&member == &lines.back() ? "\n" : ",\n");
+        file.places.push_back({member.line, name.text});
     }
-    file.text.append(line).append("\n");
-    file.lines.push_back(name.line);
-    file.names.push_back(name.text);
 }
 
 /// The faults that an import has found, each at its line of the document.
@@ -85,10 +96,10 @@ void AddFaults(const Section& section, const Reason& reason, const ImportFile& f
 {
     for (const Reason& cause : reason.causes) {
         const auto number = static_cast<std::size_t>(cause.about.number());
-        if (number == 0 || number > file.lines.size()) continue;
-        const auto beginning = cause.text.rfind(": ") + 1;  // npos + 1 is 0
-        merge.faults.push_back({file.lines[number - 1], PathOf(section, file.names[number - 1]),
-                                cause.code, std::string(host::Trim(cause.text.substr(beginning)))});
+        if (number == 0 || number > file.places.size()) continue;
+        const ImportFile::Place& place = file.places[number - 1];
+        merge.faults.push_back(
+            {place.line, PathOf(section, place.alias), cause.code, WhyOf(cause)});
     }
     if (reason.causes.empty()) {
         merge.faults.push_back(FaultAt(0, std::string(section.name), reason));
@@ -135,10 +146,9 @@ Result<void> MergeAliases(const Section& section, const Node& node, Merge& merge
         AddAlias(section, name, members, merge, file);
     }
     if (merge.prunes) {
-        const std::set<std::string> kept(file.names.begin(), file.names.end());
         std::list<std::string> gone;
         for (const auto& entry : table->entries()) {
-            if (kept.count(entry.name) == 0) gone.push_back(entry.name);
+            if (file.names.count(entry.name) == 0) gone.push_back(entry.name);
         }
         table->Delete(gone);
     }

@@ -122,9 +122,8 @@ std::optional<std::string> Checked(const Merge& merge, const Node& name, const N
     if (rules) return *std::move(rules);
     const Node* const text = said.Find(kRules);
     for (const Reason& cause : rules.reason().causes) {
-        const auto beginning = cause.text.rfind(": ") + 1;  // npos + 1 is 0
         reader.Refuse(text == nullptr ? name.line : LineIn(*text, cause), name.text, cause.code,
-                      std::string(host::Trim(cause.text.substr(beginning))));
+                      WhyOf(cause));
     }
     if (rules.reason().causes.empty()) {
         reader.Refuse(name.line, name.text, rules.reason().code, "there are no rules of this name");

@@ -146,6 +146,12 @@ std::map<std::string, Line> ValuesOf(const Section& section, const Node& node, M
     return values;
 }
 
+std::string WhyOf(const host::Reason& cause)
+{
+    const auto beginning = cause.text.find(": ");
+    return beginning == std::string::npos ? cause.text : cause.text.substr(beginning + 2);
+}
+
 std::string Switch(const std::string& text)
 {
     if (text == "true") return "yes";

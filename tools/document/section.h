@@ -133,6 +133,9 @@ std::vector<Line> LinesOf(const Section& section, const Node& node, Merge& merge
 /// it stands for, and left out where that is not known.
 std::map<std::string, Line> ValuesOf(const Section& section, const Node& node, Merge& merge);
 
+/// What a refused line of an import file tells, without its place in that file.
+std::string WhyOf(const host::Reason& cause);
+
 /// The name of the secret that a setting of the servers is.
 std::string SecretOfSetting(const std::string& name);
 

@@ -43,7 +43,7 @@ std::string_view TextOf(const yaml_char_t* text)
 
 class Reader {
 public:
-    explicit Reader(const std::string& text)
+    explicit Reader(const std::string& text) : text_(text)
     {
         (void)yaml_parser_initialize(&parser_);
         yaml_parser_set_encoding(&parser_, YAML_UTF8_ENCODING);
@@ -80,14 +80,14 @@ private:
     void Next(Event& event)
     {
         if (yaml_parser_parse(&parser_, event.get()) != 0) return;
-        const bool isAboutBytes = parser_.error == YAML_READER_ERROR;
-        const auto line = static_cast<int>(parser_.problem_mark.line);
-        throw Fault{isAboutBytes ? LineOfMark() : line + 1, "",
-                    isAboutBytes ? host::ReasonCode::kNotText : host::ReasonCode::kBadFormat,
-                    parser_.problem == nullptr ? "no YAML" : parser_.problem};
+        const char* const why = parser_.problem == nullptr ? "no YAML" : parser_.problem;
+        if (parser_.error != YAML_READER_ERROR) {
+            throw Bad(static_cast<int>(parser_.problem_mark.line) + 1, why);
+        }
+        const auto* const begin = text_.data();
+        const auto lines = std::count(begin, begin + parser_.problem_offset, '\n');
+        throw Fault{static_cast<int>(lines) + 1, "", host::ReasonCode::kNotText, why};
     }
-
-    int LineOfMark() const { return static_cast<int>(parser_.mark.line) + 1; }
 
     void Expect(yaml_event_type_t type)
     {
@@ -169,6 +169,7 @@ private:
         }
     }
 
+    const std::string& text_;
     yaml_parser_t parser_{};
 };
 

@@ -50,8 +50,7 @@ def _copied(path: str, folder: str, name: str) -> str:
 
 def _told(session: Session, path: str, fault: dict[str, Any]) -> str:
     place = "%s:%d" % (path, fault["line"]) if fault["line"] else path
-    text = session.texts.text("reasons", "reasons", fault["code"])
-    why = "; ".join(part for part in (fault["why"], text) if part)
+    why = fault["why"] or session.texts.text("reasons", "reasons", fault["code"])
     return display.plain("%s: %s (%s)%s" % (place, fault["about"], fault["code"],
                                             why and ": " + why))
 
