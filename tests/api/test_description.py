@@ -116,7 +116,8 @@ class Settings(unittest.TestCase):
             for part in ("docs", "packaging/texts"):
                 os.makedirs(os.path.join(folder, part))
             subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
-            for name in ("docs/settings.md", "docs/settings.yaml", "packaging/texts/en.settings"):
+            for name in ("docs/settings.md", "docs/settings.yaml", "docs/document.schema.json",
+                         "packaging/texts/en.settings"):
                 with open(os.path.join(folder, name), encoding="utf-8") as file:
                     self.assertEqual(text_of(name), file.read(),
                                      "make it anew: cmake --build --preset dev --target documents")
