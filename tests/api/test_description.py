@@ -1,6 +1,6 @@
 """docs/openapi.yaml against the program: actions, settings, answers of the action tests.
 
-  test_description.py DESCRIBE_SETTINGS ACTION_TESTS
+  test_description.py DESCRIBE_SETTINGS ACTION_TESTS DOCUMENT_TOOL
 """
 import collections
 import json
@@ -116,6 +116,8 @@ class Settings(unittest.TestCase):
             for part in ("docs", "packaging/texts"):
                 os.makedirs(os.path.join(folder, part))
             subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
+            subprocess.run([DOCUMENT_TOOL, "schema", folder + "/docs/document.schema.json"],
+                           check=True)
             for name in ("docs/settings.md", "docs/settings.yaml", "docs/document.schema.json",
                          "packaging/texts/en.settings"):
                 with open(os.path.join(folder, name), encoding="utf-8") as file:
@@ -255,6 +257,6 @@ class Checker(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    DESCRIBE_SETTINGS, ACTION_TESTS = sys.argv[1:3]
-    del sys.argv[1:3]
+    DESCRIBE_SETTINGS, ACTION_TESTS, DOCUMENT_TOOL = sys.argv[1:4]
+    del sys.argv[1:4]
     unittest.main()

@@ -1,4 +1,4 @@
-// The documents about the settings and lists, each made of the tables of these.
+// The documents about the settings, each made of the rows of the settings.
 #pragma once
 
 #include <array>
@@ -26,9 +26,6 @@ std::string Markdown();
 
 /// The schemas that the description of the API refers to.
 std::string Yaml();
-
-/// The schema of documents for editors.
-std::string Schema();
 
 /// The English texts of the settings for the catalogue.
 std::string Texts();

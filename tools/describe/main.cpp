@@ -1,8 +1,7 @@
 // describe_settings: writes the documents about the settings from the rows of the settings.
 //
-//   describe_settings FOLDER     writes docs/settings.md, docs/settings.yaml,
-//                                docs/document.schema.json and packaging/texts/en.settings below
-//                                FOLDER
+//   describe_settings FOLDER     writes docs/settings.md, docs/settings.yaml and
+//                                packaging/texts/en.settings below FOLDER
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -33,7 +32,6 @@ int main(int count, char** arguments)
     const std::string folder = arguments[1];
     const bool written = WriteFile(folder + "/docs/settings.md", describe::Markdown()) &&
                          WriteFile(folder + "/docs/settings.yaml", describe::Yaml()) &&
-                         WriteFile(folder + "/docs/document.schema.json", describe::Schema()) &&
                          WriteFile(folder + "/packaging/texts/en.settings", describe::Texts());
     return written ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -28,6 +28,9 @@ enum class Secrets {
 
 std::string TextOf(const Parts& parts, Secrets secrets);
 
+/// The JSON Schema of documents.
+std::string Schema();
+
 /// The stored secrets, by their names.
 std::map<std::string, Secret> StoredSecrets(const State& state);
 

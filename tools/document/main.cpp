@@ -1,6 +1,7 @@
 // hald_document: the stored state as one document in YAML.
 //
 //   hald_document export [--with-secrets] [--with-personal]    writes it to standard output
+//   hald_document schema FILE            writes the schema of documents
 //   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE
 //                                        merges the document in FILE into a copy of the state that
 //                                        is made in FOLDER, an empty one in etc/; says in JSON what
@@ -131,10 +132,17 @@ Result<void> Carry(const Words& words, document::Deed deed)
     return host::SystemReason("document", "cannot write what changes");
 }
 
+Result<void> WriteSchema(const Words& words)
+{
+    if (host::ReplaceFile(words.plain[1], document::Schema(), 0644)) return {};
+    return host::SystemReason(words.plain[1], words.plain[1]);
+}
+
 Result<void> Run(const Words& words)
 {
     const std::string& verb = words.plain[0];
     return host::system::Attempt("document", [&] {
+        if (verb == "schema") return WriteSchema(words);
         if (verb == "export") return Export(words);
         if (verb == "compare") return Carry(words, document::Deed::kCompared);
         if (verb == "rehearse") return Carry(words, document::Deed::kRehearsed);
@@ -146,6 +154,7 @@ bool IsUsage(const Words& words)
 {
     const std::size_t count = words.plain.size();
     if (count == 1) return words.plain[0] == "export";
+    if (count == 2) return words.plain[0] == "schema";
     const std::set<std::string> verbs = {"compare", "rehearse", "apply"};
     return count == 3 && verbs.count(words.plain[0]) != 0;
 }
@@ -159,6 +168,7 @@ int main(int count, char** arguments)
         (void)std::fprintf(
             stderr,
             "usage: hald_document export [--with-secrets] [--with-personal]\n"
+            "       hald_document schema FILE\n"
             "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE\n");
         return 2;
     }

@@ -1,4 +1,4 @@
-// docs/document.schema.json: the documents of `mailvanectl apply` for editors, as JSON Schema.
+// The documents as JSON Schema, for editors: docs/document.schema.json.
 #include <json/json.h>
 
 #include <limits>
@@ -9,10 +9,9 @@
 #include "host/libmailvane/pages/reporter.h"
 #include "host/libmailvane/settings/settings_rows.h"
 #include "host/libmailvane/stores/personal_settings.h"
-#include "tools/describe/documents.h"
 #include "tools/document/document.h"
 
-namespace describe {
+namespace document {
 
 namespace {
 
@@ -128,14 +127,14 @@ Json::Value Personal()
     return MapTo(Like(example));
 }
 
-Json::Value SchemaOf(const document::Section& section)
+Json::Value SchemaOf(const Section& section)
 {
-    if (section.form == document::Form::kLines) return ListOf(OfType("string"));
-    if (section.form == document::Form::kLists) return MapTo(ListOf(OfType("string")));
+    if (section.form == Form::kLines) return ListOf(OfType("string"));
+    if (section.form == Form::kLists) return MapTo(ListOf(OfType("string")));
     if (section.name == "settings") return Settings();
     if (section.name == "report") return Report();
     if (section.name == "rule_sets") return RuleSets();
-    if (section.name == document::kPersonalSection) return Personal();
+    if (section.name == kPersonalSection) return Personal();
     if (section.name == "limits") return MapTo(Number(0, std::numeric_limits<unsigned>::max()));
     throw std::logic_error("a section without a schema: " + std::string(section.name));
 }
@@ -145,8 +144,8 @@ Json::Value SchemaOf(const document::Section& section)
 std::string Schema()
 {
     Json::Value properties;
-    properties[document::kFormatName]["const"] = document::kFormat;
-    for (const document::Section& section : document::Sections()) {
+    properties[kFormatName]["const"] = kFormat;
+    for (const Section& section : Sections()) {
         const std::string name(section.name);
         properties[name] = SchemaOf(section);
         properties[name]["description"] = section.help;
@@ -154,10 +153,10 @@ std::string Schema()
     Json::Value schema = MapOf(properties);
     schema["$schema"] = "http://json-schema.org/draft-07/schema#";
     schema["title"] = "The settings and lists of a mail server";
-    schema["required"].append(document::kFormatName);
+    schema["required"].append(kFormatName);
     Json::StreamWriterBuilder writer;
     writer["indentation"] = " ";
     return Json::writeString(writer, schema) + "\n";
 }
 
-}  // namespace describe
+}  // namespace document
