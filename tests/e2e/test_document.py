@@ -5,7 +5,7 @@ import re
 import yaml
 
 import harness
-from harness import ETC, SystemLog, command, delivered, read, send, settings, snapshot, tell
+from harness import ETC, SystemLog, delivered, send, settings, snapshot
 from machine import failing
 from pages import Pages
 from test_ctl import ctl
@@ -239,6 +239,26 @@ nothing: 1
         # A stored password goes to no other server.
         status, _, errors = ctl("apply", self.write({"settings": relay}))
         self.assertEqual((status, "type_again" in errors), (1, True))
+
+    def test_lists_belong_to_the_accounts_that_are_served(self):
+        here = {"aliases": {"here": ["bob"]}, "copies_of_all": ["carol"],
+                "access_senders": ["here.example REJECT"]}
+        there = {"settings": {"acc_domain_name": "there.test"}, "aliases": {"there": ["alice"]}}
+        back = {"settings": {"acc_domain_name": "mv.test"}}
+        lists = ("aliases", "copies_of_all", "access_senders")
+        self.apply(here)
+        self.done("apply", self.write(there), "--dry-run")
+        with failing("postfix"):
+            self.assertEqual(ctl("apply", DOCUMENT)[0], 1)
+        self.assertEqual({name: parsed_export(self)[name] for name in lists}, here)
+        self.apply(there)
+        self.assertEqual({name: parsed_export(self)[name] for name in lists},
+                         {"aliases": there["aliases"], "copies_of_all": [], "access_senders": []})
+        self.apply(back)
+        self.assertEqual({name: parsed_export(self)[name] for name in lists}, here)
+        self.apply(there)
+        self.assertEqual(parsed_export(self)["aliases"], there["aliases"])
+        self.apply(back)
 
     def test_twenty_settings_restart_each_service_once(self):
         log = SystemLog()

@@ -92,9 +92,9 @@ void Compare(const Part& before, Part& after, std::vector<Difference>& differenc
 const Section* FindSection(const std::string& name)
 {
     const auto* const found =
-        std::find_if(Sections().begin(), Sections().end(),
+        std::find_if(AllSections().begin(), AllSections().end(),
                      [&name](const Section& section) { return section.name == name; });
-    return found == Sections().end() ? nullptr : found;
+    return found == AllSections().end() ? nullptr : found;
 }
 
 void CheckFrame(const Node& document, Merge& merge)
@@ -120,7 +120,7 @@ void CheckFrame(const Node& document, Merge& merge)
 Result<Parts> ReadParts(const State& state, bool withPersonal)
 {
     Parts parts;
-    for (const Section& section : Sections()) {
+    for (const Section& section : AllSections()) {
         if (section.name == kPersonalSection && !withPersonal) continue;
         Result<Entries> entries = section.read(section, state);
         if (!entries) return std::move(entries).reason();
@@ -170,7 +170,7 @@ Result<void> MergeDocument(const Node& document, Merge& merge)
         return {};
     }
     CheckFrame(document, merge);
-    for (const Section& section : Sections()) {
+    for (const Section& section : AllSections()) {
         const Node* const node = document.Find(std::string(section.name));
         Result<void> merged;
         if (node != nullptr) merged = section.merge(section, *node, merge);

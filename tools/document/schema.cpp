@@ -145,7 +145,7 @@ std::string Schema()
 {
     Json::Value properties;
     properties[kFormatName]["const"] = kFormat;
-    for (const Section& section : Sections()) {
+    for (const Section& section : AllSections()) {
         const std::string name(section.name);
         properties[name] = SchemaOf(section);
         properties[name]["description"] = section.help;

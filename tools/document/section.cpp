@@ -15,7 +15,7 @@ namespace {
 using host::ReasonCode;
 namespace render = host::render;
 
-constexpr Section kSections[] = {
+constexpr std::array<Section, kSectionCount> kSections = {{
     {kSettingsSection, Form::kValues, "", nullptr, 0,
      "The settings of the mail services. docs/settings.md tells about each.", ReadSettings,
      MergeSettings},
@@ -63,7 +63,7 @@ constexpr Section kSections[] = {
      "Forwarding and automatic replies of the users.", ReadPersonal, MergePersonal},
     {"report", Form::kValues, "report.conf", nullptr, 0, "The daily report.", ReadReport,
      MergeReport},
-};
+}};
 
 /// A text, or what it stands for as the name of a secret; nothing, with a fault, where that is not
 /// known.
@@ -82,14 +82,9 @@ std::optional<Line> Meant(const Section& section, const std::string& key, const 
 
 }  // namespace
 
-const Section* Sections::begin() const
+const std::array<Section, kSectionCount>& AllSections()
 {
-    return std::begin(kSections);
-}
-
-const Section* Sections::end() const
-{
-    return std::end(kSections);
+    return kSections;
 }
 
 std::string PathOf(const Section& section, const std::string& key)

@@ -5,6 +5,8 @@
 // line in docs/document.md.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <functional>
 #include <list>
 #include <map>
@@ -76,12 +78,10 @@ struct Section {
     host::Result<void> (*merge)(const Section& section, const Node& node, Merge& merge);
 };
 
-/// The begin and the end of the table.
-class Sections {
-public:
-    const Section* begin() const;
-    const Section* end() const;
-};
+inline constexpr std::size_t kSectionCount = 17;
+
+/// The table, in the order of a document.
+const std::array<Section, kSectionCount>& AllSections();
 
 /// The name of the first section, on which the others depend.
 inline constexpr std::string_view kSettingsSection = "settings";

@@ -26,6 +26,11 @@ namespace fs = std::filesystem;
 using host::ReasonCode;
 using host::Result;
 
+std::string Below(const std::string& folder, std::string_view name)
+{
+    return std::string(folder).append("/").append(name);
+}
+
 std::string Etc()
 {
     return host::PackagePath("etc");
@@ -35,7 +40,7 @@ std::string Etc()
 std::set<std::string> FilesOfSections()
 {
     std::set<std::string> files;
-    for (const Section& section : Sections()) {
+    for (const Section& section : AllSections()) {
         const host::stores::StoredFile* const file = host::stores::FindStoredFile(section.file);
         if (file != nullptr && file->keeping != host::stores::Keeping::kDatabase) {
             files.emplace(file->name);
@@ -47,11 +52,11 @@ std::set<std::string> FilesOfSections()
 void CopyFiles(const std::string& folder)
 {
     for (const std::string& name : FilesOfSections()) {
-        const fs::path from = Etc() + "/" + name;
+        const fs::path from = Below(Etc(), name);
         if (!fs::exists(from)) continue;
-        fs::copy(from, folder + "/" + name,
+        fs::copy(from, Below(folder, name),
                  fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-        fs::permissions(folder + "/" + name, fs::status(from).permissions());
+        fs::permissions(Below(folder, name), fs::status(from).permissions());
     }
 }
 
@@ -61,7 +66,7 @@ void MakeFolders(const std::string& folder)
     for (const std::string& name : FilesOfSections()) {
         const host::stores::StoredFile* const file = host::stores::FindStoredFile(name);
         if (file->keeping != host::stores::Keeping::kFolder) continue;
-        (void)host::MakeDirectories(folder + "/" + name, file->mode);
+        (void)host::MakeDirectories(Below(folder, name), file->mode);
     }
 }
 
@@ -120,7 +125,7 @@ Result<void> WriteSettings(const State& staged)
         {host::stores::kStagedRules, staged.rules},
     };
     for (const auto& [name, text] : files) {
-        const std::string path = staged.folder + "/" + std::string(name);
+        const std::string path = Below(staged.folder, name);
         if (!host::ReplaceFile(path, text, 0600)) return host::SystemReason(path, path);
     }
     return {};
