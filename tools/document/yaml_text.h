@@ -13,7 +13,7 @@ std::string Quoted(const std::string& text);
 /// indented by `depth` blanks.
 std::string Valued(const std::string& text, int depth);
 
-/// A comment of whole lines, indented.
+/// A comment of whole lines, indented; `text` is one of this program, in words of ASCII.
 std::string Comment(const std::string& text, int depth);
 
 }  // namespace document
