@@ -49,7 +49,7 @@ Json::Value StoredOf(const State& state, const MailAccount& account)
 {
     std::string text;
     if (host::ReadFile(FileOf(state, account.name), text)) {
-        const Json::Value stored = Parsed(text);
+        Json::Value stored = Parsed(text);
         if (stored.isObject() && stored[kUid].isUInt64() &&
             stored[kUid].asUInt64() == account.uid) {
             return stored;

@@ -87,20 +87,7 @@ public:
             return;
         }
         for (const auto& [member, value] : said.members) {
-            const std::string path = name.text + "." + member.text;
-            if (value.kind != Node::Kind::kText) {
-                Refuse(value.line, path, ReasonCode::kBadFormat, "is no single value");
-            } else if (member.text == kRules) {
-                set.rules = value.text;
-            } else if (member.text == kEnabled) {
-                const std::string spelled = Switch(value.text);
-                set.isEnabled = spelled == "yes";
-                if (spelled != "yes" && spelled != "no") {
-                    Refuse(value.line, path, ReasonCode::kNoChoice, "");
-                }
-            } else {
-                Refuse(member.line, path, ReasonCode::kMissing, "a rule set has no such member");
-            }
+            ReadMember(name.text + "." + member.text, member, value, set);
         }
     }
 
@@ -110,6 +97,24 @@ public:
     }
 
 private:
+    void ReadMember(const std::string& path, const Node& member, const Node& value, RuleSet& set)
+    {
+        if (value.kind != Node::Kind::kText) {
+            return Refuse(value.line, path, ReasonCode::kBadFormat, "is no single value");
+        }
+        if (member.text == kRules) {
+            set.rules = value.text;
+        } else if (member.text == kEnabled) {
+            const std::string spelled = Switch(value.text);
+            set.isEnabled = spelled == "yes";
+            if (!set.isEnabled && spelled != "no") {
+                Refuse(value.line, path, ReasonCode::kNoChoice, "");
+            }
+        } else {
+            Refuse(member.line, path, ReasonCode::kMissing, "a rule set has no such member");
+        }
+    }
+
     const Section& section_;
     Merge& merge_;
 };

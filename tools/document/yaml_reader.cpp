@@ -22,9 +22,9 @@ public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
-    yaml_event_t* get() { return &event_; }
-    yaml_event_type_t type() const { return event_.type; }
-    int line() const { return static_cast<int>(event_.start_mark.line) + 1; }
+    yaml_event_t* Get() { return &event_; }
+    yaml_event_type_t Type() const { return event_.type; }
+    int Line() const { return static_cast<int>(event_.start_mark.line) + 1; }
     const yaml_event_t& operator*() const { return event_; }
 
 private:
@@ -61,7 +61,7 @@ public:
         Node top;
         Event event;
         Next(event);
-        if (event.type() == YAML_STREAM_END_EVENT) return top;
+        if (event.Type() == YAML_STREAM_END_EVENT) return top;
         {
             Event begin;
             Next(begin);
@@ -70,8 +70,8 @@ public:
         Expect(YAML_DOCUMENT_END_EVENT);
         Event end;
         Next(end);
-        if (end.type() != YAML_STREAM_END_EVENT) {
-            throw Bad(end.line(), "a second document begins here");
+        if (end.Type() != YAML_STREAM_END_EVENT) {
+            throw Bad(end.Line(), "a second document begins here");
         }
         return top;
     }
@@ -79,7 +79,7 @@ public:
 private:
     void Next(Event& event)
     {
-        if (yaml_parser_parse(&parser_, event.get()) != 0) return;
+        if (yaml_parser_parse(&parser_, event.Get()) != 0) return;
         const char* const why = parser_.problem == nullptr ? "no YAML" : parser_.problem;
         if (parser_.error != YAML_READER_ERROR) {
             throw Bad(static_cast<int>(parser_.problem_mark.line) + 1, why);
@@ -93,25 +93,25 @@ private:
     {
         Event event;
         Next(event);
-        if (event.type() != type) throw Bad(event.line(), "no document");
+        if (event.Type() != type) throw Bad(event.Line(), "no document");
     }
 
     Node Read(const Event& begin, int depth)
     {
-        if (depth > kDeepest) throw Bad(begin.line(), "is nested too deeply");
-        switch (begin.type()) {
+        if (depth > kDeepest) throw Bad(begin.Line(), "is nested too deeply");
+        switch (begin.Type()) {
             case YAML_SCALAR_EVENT:
                 return Text(begin);
             case YAML_SEQUENCE_START_EVENT:
                 Refuse((*begin).data.sequence_start.anchor, (*begin).data.sequence_start.tag,
-                       begin.line());
+                       begin.Line());
                 return List(begin, depth);
             case YAML_MAPPING_START_EVENT:
                 Refuse((*begin).data.mapping_start.anchor, (*begin).data.mapping_start.tag,
-                       begin.line());
+                       begin.Line());
                 return Map(begin, depth);
             default:
-                throw Bad(begin.line(), "an alias of YAML is not taken");
+                throw Bad(begin.Line(), "an alias of YAML is not taken");
         }
     }
 
@@ -125,7 +125,7 @@ private:
     {
         const auto& scalar = (*event).data.scalar;
         Node node;
-        node.line = event.line();
+        node.line = event.Line();
         node.isSecret = TextOf(scalar.tag) == kSecretTag;
         Refuse(scalar.anchor, node.isSecret ? nullptr : scalar.tag, node.line);
         node.text.assign(reinterpret_cast<const char*>(scalar.value), scalar.length);
@@ -138,11 +138,11 @@ private:
     {
         Node node;
         node.kind = Node::Kind::kList;
-        node.line = begin.line();
+        node.line = begin.Line();
         while (true) {
             Event event;
             Next(event);
-            if (event.type() == YAML_SEQUENCE_END_EVENT) return node;
+            if (event.Type() == YAML_SEQUENCE_END_EVENT) return node;
             node.items.push_back(Read(event, depth + 1));
         }
     }
@@ -151,13 +151,13 @@ private:
     {
         Node node;
         node.kind = Node::Kind::kMap;
-        node.line = begin.line();
+        node.line = begin.Line();
         std::set<std::string> names;
         while (true) {
             Event event;
             Next(event);
-            if (event.type() == YAML_MAPPING_END_EVENT) return node;
-            if (event.type() != YAML_SCALAR_EVENT) throw Bad(event.line(), "no name stands here");
+            if (event.Type() == YAML_MAPPING_END_EVENT) return node;
+            if (event.Type() != YAML_SCALAR_EVENT) throw Bad(event.Line(), "no name stands here");
             Node name = Text(event);
             if (!names.insert(name.text).second) {
                 throw Fault{name.line, name.text, host::ReasonCode::kGivenTwice,
