@@ -39,13 +39,6 @@ host::Result<void> RepairWithNothing()
     return host::save::RepairLists();
 }
 
-/// Who runs a command: root, or who has become root.
-std::string User()
-{
-    const char* const before = std::getenv("SUDO_USER");
-    return before != nullptr && *before != '\0' ? before : "root";
-}
-
 /// Whether the machine runs a command by itself, or somebody at the console.
 enum class By { kMachine, kUser };
 
@@ -76,7 +69,7 @@ int main(int count, char** arguments)
         const int wanted = command.run != nullptr ? 2 : 3;
         if (count != wanted || std::strcmp(arguments[1], command.name) != 0) continue;
 
-        host::NoteRequest({command.name, command.by == By::kUser ? User() : ""});
+        host::NoteRequest({command.name, command.by == By::kUser ? host::ConsoleUser() : ""});
         const auto done = command.run != nullptr ? command.run() : command.runWith(arguments[2]);
         if (host::Succeeded(done)) return EXIT_SUCCESS;
         std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);

@@ -19,4 +19,7 @@ void NoteRequest(const RequestNote& note);
 
 const RequestNote& NotedRequest();
 
+/// Who runs a tool at the console: root, or who has become root by sudo.
+std::string ConsoleUser();
+
 }  // namespace host

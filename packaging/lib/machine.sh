@@ -4,7 +4,7 @@
 build_packages=(
     g++ cmake ninja-build pkg-config esbuild
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
-    libssl-dev libutf8proc-dev python3-yaml zlib1g-dev
+    libssl-dev libutf8proc-dev libyaml-dev python3-yaml zlib1g-dev
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
@@ -25,7 +25,7 @@ test_packages=(
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
-    libssl-dev libutf8proc-dev libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
+    libssl-dev libutf8proc-dev libyaml-dev libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
 )
 fuzz_packages=(clang libclang-rt-14-dev)
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian openssh-client rsync)

@@ -1,7 +1,7 @@
 """docs/openapi.yaml and docs/upkeep.yaml against the programs: actions, calls, settings, answers of
 the action tests.
 
-  test_description.py DESCRIBE_SETTINGS ACTION_TESTS
+  test_description.py DESCRIBE_SETTINGS ACTION_TESTS DOCUMENT_TOOL
 """
 import collections
 import json
@@ -135,7 +135,10 @@ class Settings(unittest.TestCase):
             for part in ("docs", "packaging/texts"):
                 os.makedirs(os.path.join(folder, part))
             subprocess.run([DESCRIBE_SETTINGS, folder], check=True)
-            for name in ("docs/settings.md", "docs/settings.yaml", "packaging/texts/en.settings"):
+            subprocess.run([DOCUMENT_TOOL, "schema", folder + "/docs/document.schema.json"],
+                           check=True)
+            for name in ("docs/settings.md", "docs/settings.yaml", "docs/document.schema.json",
+                         "packaging/texts/en.settings"):
                 with open(os.path.join(folder, name), encoding="utf-8") as file:
                     self.assertEqual(text_of(name), file.read(),
                                      "make it anew: cmake --build --preset dev --target documents")
@@ -273,6 +276,6 @@ class Checker(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    DESCRIBE_SETTINGS, ACTION_TESTS = sys.argv[1:3]
-    del sys.argv[1:3]
+    DESCRIBE_SETTINGS, ACTION_TESTS, DOCUMENT_TOOL = sys.argv[1:4]
+    del sys.argv[1:4]
     unittest.main()

@@ -15,7 +15,7 @@ from machine import write
 
 STRACE = "/usr/bin/strace"
 FOLDER = "/run/faults"
-TOOLS = ("hald_set_config", "hald_gen_login_map")
+TOOLS = ("hald_set_config", "hald_gen_login_map", "hald_document")
 KEPT = r'[<"](/var/packages/Mailvane/(etc|target/etc)|/home|/tmp|/var/lib/mailvane)\b'
 BY_DESCRIPTOR = ("write", "pwrite64", "fsync", "fdatasync", "ftruncate", "fchmod", "fchown")
 BY_NAME = ("rename", "renameat", "renameat2", "link", "linkat", "symlink", "symlinkat", "unlink",

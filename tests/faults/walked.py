@@ -437,14 +437,17 @@ class Restore(Tool):
         others = (BlindCopy(), AddAccess(), Personal(), Report())
         for other in others:
             other.set_up()
-        ctl("backup", "/root/off.tar")
+        self.keep("off")
         self.states[False] = self.answers()
         for other in others:
             do(*other.call(7))
         do(*request("save_smtp", **{**body, "smtp_hostname": "restored.test"}))
-        ctl("backup", "/root/on.tar")
+        self.keep("on")
         self.states[True] = self.answers()
         self.undo(0)
+
+    def keep(self, name):
+        ctl("backup", "/root/%s.tar" % name)
 
     def answers(self):
         return [ask(load) for load in self.loads]
@@ -463,6 +466,21 @@ class Restore(Tool):
         signs = {harness.banner().startswith("220 restored.test "), BlindCopy().in_force(7),
                  Personal().in_force(7), Report().in_force(7)}
         return signs.pop() if len(signs) == 1 else "a mixture in force"
+
+
+class Document(Restore):
+    """Two documents about the same."""
+
+    states = {}
+
+    def keep(self, name):
+        ctl("export", "/root/%s.yaml" % name, "--with-secrets", "--with-personal")
+
+    def call(self, n):
+        return [CTL, "apply", "--prune", "/root/on.yaml"], None, b""
+
+    def undo(self, n):
+        ctl("apply", "--prune", "/root/off.yaml")
 
 
 class RollBack(Walked):
@@ -609,6 +627,7 @@ REQUESTS = {
     "save_report": Report(),
     "generate_dkim_key": DkimKey(),
     "restore": Restore(),
+    "apply": Document(),
     "rollback": RollBack(),
     "tls": Certificate(),
     "recover": Recovery(),

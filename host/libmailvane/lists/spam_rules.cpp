@@ -9,7 +9,6 @@
 #include <iterator>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <utility>
 
 #include "host/libhaldcore/audit.h"
@@ -36,8 +35,7 @@ const char kWhat[] = "spam rules";
 const char kMember[] = "ruleName";
 constexpr std::size_t kLongestToldName = 128;
 
-/// The enabled rule sets: name and rules.
-using RuleSets = std::map<std::string, std::string>;
+using names::RuleSets;
 
 std::string RuleFile(const std::string& name)
 {
@@ -52,29 +50,12 @@ bool HasFile(const std::string& name)
            S_ISREG(status.st_mode);
 }
 
+/// The enabled rule sets.
 RuleSets EnabledSets()
 {
     std::string text;
     (void)ReadFile(generation::GeneratedDirectory() + "/current/" + render::kSpamRules, text);
-    RuleSets sets;
-    std::string* set = nullptr;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind(names::kRuleSetHeading, 0) == 0) {
-            set = &sets[line.substr(sizeof(names::kRuleSetHeading) - 1)];
-        } else if (set != nullptr) {
-            set->append(line).append("\n");
-        }
-    }
-    return sets;
-}
-
-std::string TextOf(const RuleSets& sets)
-{
-    std::string text;
-    for (const auto& [name, rules] : sets)
-        text.append(names::kRuleSetHeading).append(name + "\n").append(rules);
-    return text;
+    return names::RuleSetsIn(text);
 }
 
 std::string Sentence(const std::string& name, const char* end)
@@ -152,7 +133,7 @@ void AddGoodSets(RuleSets& sets, const RuleSets& added)
     if (added.empty()) return;
     RuleSets all = added;
     all.insert(sets.begin(), sets.end());
-    Result<void> taken = save::SpamFilterTakes(TextOf(all));
+    Result<void> taken = save::SpamFilterTakes(names::TextOfRuleSets(all));
     if (taken) {
         sets = std::move(all);
         return;
@@ -222,7 +203,8 @@ Result<void> PutInForce()
         if (want.rules && isNew) added[name] = *want.rules;
     }
     AddGoodSets(sets, added);
-    Result<void> done = sets == inForce ? Result<void>() : save::ApplySpamRules(TextOf(sets));
+    Result<void> done =
+        sets == inForce ? Result<void>() : save::ApplySpamRules(names::TextOfRuleSets(sets));
     return done ? RemoveFiles(wanted) : done;
 }
 

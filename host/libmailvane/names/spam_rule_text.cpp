@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string_view>
 
 #include "host/libhaldcore/log.h"
@@ -121,6 +122,30 @@ bool IsRuleSetName(const std::string& name)
     return !name.empty() && name.size() <= kLongestSetName && name.front() != '.' &&
            name.front() != ' ' && name.back() != ' ' && IsPlainText(name) &&
            name.find_first_of("/<>") == std::string::npos && name.rfind(kUploadedFile, 0) != 0;
+}
+
+RuleSets RuleSetsIn(const std::string& text)
+{
+    RuleSets sets;
+    std::string* set = nullptr;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind(kRuleSetHeading, 0) == 0) {
+            set = &sets[line.substr(sizeof(kRuleSetHeading) - 1)];
+        } else if (set != nullptr) {
+            set->append(line).append("\n");
+        }
+    }
+    return sets;
+}
+
+std::string TextOfRuleSets(const RuleSets& sets)
+{
+    std::string text;
+    for (const auto& [name, rules] : sets) {
+        text.append(kRuleSetHeading).append(name).append("\n").append(rules);
+    }
+    return text;
 }
 
 Result<void> CheckRuleLine(const std::string& line)

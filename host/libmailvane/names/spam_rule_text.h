@@ -2,6 +2,7 @@
 // can also load code, read other files and change every setting.
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "host/libhaldcore/result.h"
@@ -16,6 +17,13 @@ constexpr char kUploadedFile[] = "mailvane-upload.";
 
 /// Whether a rule set can have this name, which is also its file's name.
 bool IsRuleSetName(const std::string& name);
+
+/// Rule sets: name and rules.
+using RuleSets = std::map<std::string, std::string>;
+
+/// The rule sets in a text of rules in force, and the text of rule sets: each after its heading.
+RuleSets RuleSetsIn(const std::string& text);
+std::string TextOfRuleSets(const RuleSets& sets);
 
 /// Refuses a line, trimmed and without its comment, unless it defines a rule or describes one.
 Result<void> CheckRuleLine(const std::string& line);

@@ -78,26 +78,22 @@ void Require(const Result<void>& checked)
     if (!checked) Require(checked, checked.reason().about.text().c_str());
 }
 
-/// A setting of the report as the file and the log name it, and as requests do.
-struct Setting {
-    const char* name;
-    BuiltInWord member;
-};
+using Setting = host::pages::ReportSetting;
 
-constexpr Setting kRecipients{"rcpt", "report_rcpt"};
-constexpr Setting kSenderName{"sender_name", "report_sender_name"};
-constexpr Setting kSenderMail{"sender_mail", "report_sender_mail"};
-constexpr Setting kProvider{"smtp_provider", "smtp_provider"};
-constexpr Setting kServer{"smtp_server", "smtp_server"};
-constexpr Setting kPort{"smtp_port", "smtp_port"};
-constexpr Setting kAccount{"smtp_account", "auth_name"};
-constexpr Setting kPassword{"smtp_password", "auth_password"};
+constexpr const Setting& kRecipients = host::pages::ReportSettingOf("rcpt");
+constexpr const Setting& kSenderName = host::pages::ReportSettingOf("sender_name");
+constexpr const Setting& kSenderMail = host::pages::ReportSettingOf("sender_mail");
+constexpr const Setting& kProvider = host::pages::ReportSettingOf("smtp_provider");
+constexpr const Setting& kServer = host::pages::ReportSettingOf("smtp_server");
+constexpr const Setting& kPort = host::pages::ReportSettingOf("smtp_port");
+constexpr const Setting& kAccount = host::pages::ReportSettingOf("smtp_account");
+constexpr const Setting& kPassword = host::pages::ReportSettingOf("smtp_password");
 
 /// Refuses a setting that is not sound.
 Result<void> Sound(bool sound, ReasonCode code, const Setting& setting)
 {
     if (sound) return {};
-    return Reason{code, Subject::Setting(setting.member),
+    return Reason{code, Subject::Setting({setting, &Setting::member}),
                   std::string("report: ") + setting.name + " is not one that can be used"};
 }
 
@@ -159,40 +155,128 @@ Stored Parse(const KeyValueFile& file)
     return stored;
 }
 
-}  // namespace
-
-struct Reporter::State : Stored {
-    void JudgePassword();
-};
-
-/// A password that was not typed stays that of the server it was given for, also while no login is
-/// asked for.
-void Reporter::State::JudgePassword()
+Result<void> CheckAll(const Stored& stored)
 {
-    if (host::NotedRequest().typesPassword || smtp.password != stored) {
-        givenFor = ServerOf(smtp);
-        givenForTls = smtp.secure;
-    } else if (smtp.auth && !stored.empty()) {
-        constexpr Setting kGivenElsewhere{
-            "smtp_password, which was given for another server, another port or TLS,",
-            kPassword.member};
-        Require(Sound(givenFor == ServerOf(smtp) && (smtp.secure || !givenForTls),
-                      ReasonCode::kTypeAgain, kGivenElsewhere));
-        givenForTls = smtp.secure;
-    }
-}
-
-host::Result<void> host::pages::CheckReport(const std::string& path)
-{
-    const auto file = KeyValueFile::Read(path);
-    if (!file && errno == ENOENT) return {};
-    if (!file) return SystemReason(kStore, kCannotRead);
-
-    const Stored stored = Parse(*file);
     Result<void> checked = CheckRecipients(stored.rcpt);
     if (checked) checked = CheckSender(stored.sender);
     if (checked) checked = CheckAccount(stored.smtp);
     return checked;
+}
+
+/// A password that was not typed stays that of the server it was given for, also while no login is
+/// asked for.
+Result<void> JudgePassword(Stored& report, bool typed)
+{
+    const Reporter::SMTP& smtp = report.smtp;
+    if (typed || smtp.password != report.stored) {
+        report.givenFor = ServerOf(smtp);
+        report.givenForTls = smtp.secure;
+        return {};
+    }
+    if (!smtp.auth || report.stored.empty()) return {};
+    if (report.givenFor != ServerOf(smtp) || (report.givenForTls && !smtp.secure)) {
+        return Reason{ReasonCode::kTypeAgain, Subject::Setting({kPassword, &Setting::member}),
+                      "report: smtp_password, which was given for another server, another port or "
+                      "TLS, is not one that can be used"};
+    }
+    report.givenForTls = smtp.secure;
+    return {};
+}
+
+Stored Defaults()
+{
+    Stored report;
+    report.smtp.port = kSubmissionPort;
+    report.smtp.secure = true;
+    return report;
+}
+
+/// The file of these settings. Fails for a value with a line feed.
+Result<KeyValueFile> FileOf(const Stored& report)
+{
+    const std::pair<const char*, std::string> lines[] = {
+        {"enabled", YesNo(report.enabled)},
+        {"rcpt", report.rcpt},
+        {"sender_name", report.sender.name},
+        {"sender_mail", report.sender.mail},
+        {"hours", std::to_string(report.time.hours)},
+        {"mins", std::to_string(report.time.mins)},
+        {"smtp_provider", report.smtp.provider},
+        {"smtp_server", report.smtp.server},
+        {"smtp_port", std::to_string(report.smtp.port)},
+        {"smtp_auth", YesNo(report.smtp.auth)},
+        {"smtp_account", report.smtp.account},
+        {"smtp_password", report.smtp.password},
+        {"smtp_secure", YesNo(report.smtp.secure)},
+        {"smtp_password_for", report.givenFor},
+        {"smtp_password_tls", YesNo(report.givenForTls)},
+    };
+    KeyValueFile file = KeyValueFile::Parse("");
+    for (const auto& [name, value] : lines) {
+        if (file.Set(name, value)) continue;
+        return Reason{ReasonCode::kNotText, kStore,
+                      std::string("report: ") + name + " is not one that can be stored"};
+    }
+    return file;
+}
+
+/// The stored settings; the defaults when there are none.
+Result<Stored> ReadStored(const std::string& path)
+{
+    const auto file = KeyValueFile::Read(path);
+    if (file) return Parse(*file);
+    if (errno == ENOENT) return Defaults();
+    return host::SystemReason(kStore, kCannotRead);
+}
+
+Result<void> Write(const Stored& report, const std::string& path)
+{
+    const Result<KeyValueFile> file = FileOf(report);
+    if (!file) return file.reason();
+    if (file->Write(path, 0600)) return {};
+    return host::SystemReason(kStore, kCannotStore);
+}
+
+}  // namespace
+
+struct Reporter::State : Stored {};
+
+host::Result<void> host::pages::CheckReport(const std::string& path)
+{
+    const Result<Stored> report = ReadStored(path);
+    return report ? CheckAll(*report) : report.reason();
+}
+
+Result<std::map<std::string, std::string>> host::pages::ReadReport(const std::string& path)
+{
+    const Result<Stored> report = ReadStored(path);
+    const Result<KeyValueFile> file = report ? FileOf(*report) : report.reason();
+    if (!file) return file.reason();
+    std::map<std::string, std::string> values;
+    for (const ReportSetting& setting : kReportSettings) {
+        values[setting.name] = file->Get(setting.name).value_or("");
+    }
+    return values;
+}
+
+Result<void> host::pages::ChangeReport(const std::string& path,
+                                       const std::map<std::string, std::string>& changes,
+                                       bool typesPassword)
+{
+    const Result<Stored> before = ReadStored(path);
+    Result<KeyValueFile> file = before ? FileOf(*before) : before.reason();
+    if (!file) return std::move(file).reason();
+    for (const ReportSetting& setting : kReportSettings) {
+        const auto change = changes.find(setting.name);
+        if (change == changes.end() || file->Set(setting.name, change->second)) continue;
+        return Reason{ReasonCode::kNotText, Subject::Setting({setting, &Setting::member}),
+                      "is not one that can be stored"};
+    }
+    Stored report = Parse(*file);
+    report.stored = before->stored;
+    Result<void> good = CheckAll(report);
+    if (good) good = JudgePassword(report, typesPassword);
+    return good ? Write(report, path) : good;
 }
 
 std::vector<std::string> host::pages::ReportRecipients(const std::string& list)
@@ -219,11 +303,7 @@ Reporter::Time::Time() = default;
 
 Reporter::Time::Time(unsigned int hour, unsigned int minute) : hours(hour), mins(minute) {}
 
-Reporter::Reporter() : state_(new State)
-{
-    state_->smtp.port = kSubmissionPort;
-    state_->smtp.secure = true;
-}
+Reporter::Reporter() : state_(new State{Defaults()}) {}
 
 Reporter::Reporter(const Reporter& other) : state_(new State(*other.state_)) {}
 
@@ -241,13 +321,9 @@ Reporter::~Reporter()
 Reporter Reporter::LoadSetting()
 {
     Reporter reporter;
-    const auto file = KeyValueFile::Read(SettingsPath());
-    if (!file) {
-        if (errno == ENOENT) return reporter;
-        Require(host::SystemReason(kStore, kCannotRead), kCannotRead);
-    }
-
-    static_cast<Stored&>(*reporter.state_) = Parse(*file);
+    const Result<Stored> stored = ReadStored(SettingsPath());
+    if (!stored) Require(stored.reason(), kCannotRead);
+    static_cast<Stored&>(*reporter.state_) = *stored;
     return reporter;
 }
 
@@ -256,34 +332,9 @@ int Reporter::SaveSetting()
     const host::save::WriteScope scope;
     Require(scope.ready(), "the lock was not had in time");
 
-    state_->JudgePassword();
-    const State& state = *state_;
-    KeyValueFile file = KeyValueFile::Parse("");
-    const std::pair<const char*, std::string> lines[] = {
-        {"enabled", YesNo(state.enabled)},
-        {"rcpt", state.rcpt},
-        {"sender_name", state.sender.name},
-        {"sender_mail", state.sender.mail},
-        {"hours", std::to_string(state.time.hours)},
-        {"mins", std::to_string(state.time.mins)},
-        {"smtp_provider", state.smtp.provider},
-        {"smtp_server", state.smtp.server},
-        {"smtp_port", std::to_string(state.smtp.port)},
-        {"smtp_auth", YesNo(state.smtp.auth)},
-        {"smtp_account", state.smtp.account},
-        {"smtp_password", state.smtp.password},
-        {"smtp_secure", YesNo(state.smtp.secure)},
-        {"smtp_password_for", state.givenFor},
-        {"smtp_password_tls", YesNo(state.givenForTls)},
-    };
-    for (const auto& [name, value] : lines) {
-        if (file.Set(name, value)) continue;
-        Require(Reason{ReasonCode::kNotText, kStore,
-                       std::string("report: ") + name + " is not one that can be stored"});
-    }
-    if (!file.Write(SettingsPath(), 0600)) {
-        Require(host::SystemReason(kStore, kCannotStore), kCannotStore);
-    }
+    Require(JudgePassword(*state_, host::NotedRequest().typesPassword));
+    const Result<void> written = Write(*state_, SettingsPath());
+    if (!written) Require(written, kCannotStore);
     return 0;
 }
 

@@ -110,23 +110,6 @@ bool IsStorable(const stores::Reply& reply)
     return stored && stored->subject == reply.subject && stored->message == reply.message;
 }
 
-Result<void> CheckPersonal(const fs::path& file, const StoredSettings& stored)
-{
-    const Result<std::string> text = TextOf(file);
-    if (!text) return text.reason();
-    const auto settings = stores::ParsePersonalSettings(*text);
-    if (!settings) return settings.reason();
-
-    if (!IsStorable(settings->generalReply) ||
-        settings->senderReplies.size() > stores::kMostSenderReplies) {
-        return Bad("a reply");
-    }
-    for (const stores::SenderReply& entry : settings->senderReplies) {
-        if (!names::IsFullAddress(entry.sender) || !IsStorable(entry.reply)) return Bad("a reply");
-    }
-    return CheckForwarding(*settings, file.stem(), stored);
-}
-
 Result<void> CheckAllPersonal(const std::string& folder, const StoredSettings& stored)
 {
     const fs::path personal = folder + "/personal";
@@ -163,6 +146,23 @@ Result<void> CheckParts(const std::string& folder)
 }
 
 }  // namespace
+
+Result<void> CheckPersonal(const std::string& path, const StoredSettings& stored)
+{
+    const Result<std::string> text = TextOf(path);
+    if (!text) return text.reason();
+    const auto settings = stores::ParsePersonalSettings(*text);
+    if (!settings) return settings.reason();
+
+    if (!IsStorable(settings->generalReply) ||
+        settings->senderReplies.size() > stores::kMostSenderReplies) {
+        return Bad("a reply");
+    }
+    for (const stores::SenderReply& entry : settings->senderReplies) {
+        if (!names::IsFullAddress(entry.sender) || !IsStorable(entry.reply)) return Bad("a reply");
+    }
+    return CheckForwarding(*settings, fs::path(path).stem(), stored);
+}
 
 Result<void> CheckStagedState(const std::string& folder)
 {

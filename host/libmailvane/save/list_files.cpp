@@ -10,17 +10,25 @@ namespace host::save {
 
 namespace {
 
+Result<SQLite::Database> DatabaseIn(const std::string& folder, const render::List& list)
+{
+    const stores::AccountDatabase which = DatabaseOf(list);
+    return folder.empty() ? stores::ReadAccountDatabase(which) : stores::ReadCopy(which, folder);
+}
+
 /// The files of one list as it is stored.
 Result<Files> StoredFilesOf(const render::List& list, const settings::StoredSettings& settings,
-                            render::Silence silence)
+                            render::Silence silence, const std::string& folder)
 {
     const bool hasDatabase = render::IsOfAccounts(list);
     Result<std::vector<std::string>> types = std::vector<std::string>();
-    if (!hasDatabase) types = stores::AttachmentTypes();
+    if (!hasDatabase) {
+        types = folder.empty() ? stores::AttachmentTypes() : stores::AttachmentTypes(folder);
+    }
     if (!types) return std::move(types).reason();
 
-    auto database = hasDatabase ? stores::ReadAccountDatabase(DatabaseOf(list)).Prefixed("maps: ")
-                                : SQLite::Database(":memory:");
+    auto database =
+        hasDatabase ? DatabaseIn(folder, list).Prefixed("maps: ") : SQLite::Database(":memory:");
     if (!database) return std::move(database).reason();
     return system::Attempt("maps", [&] {
         return FilesOf(list, {settings, *database, *std::move(types), silence});
@@ -57,11 +65,11 @@ Result<Files> FilesOf(const render::List& list, const render::ListSources& sourc
 }
 
 Result<Files> StoredListFiles(const Lists& lists, const settings::StoredSettings& settings,
-                              render::Silence silence)
+                              render::Silence silence, const std::string& folder)
 {
     Files all;
     for (const render::List* list : lists) {
-        Result<Files> files = StoredFilesOf(*list, settings, silence);
+        Result<Files> files = StoredFilesOf(*list, settings, silence, folder);
         if (!files) return files;
         for (generation::ListFile& file : *files) all.push_back(std::move(file));
     }

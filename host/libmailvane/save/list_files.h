@@ -23,10 +23,10 @@ stores::AccountDatabase DatabaseOf(const render::List& list);
 /// The files of a list, from these sources. Throws SQLite::Exception.
 Result<Files> FilesOf(const render::List& list, const render::ListSources& sources);
 
-/// The files of lists as they are stored, with these settings. `silence` is what becomes of an
-/// alias with a group that the account source does not tell.
+/// The files of lists as they are stored in `folder`, by default in etc/, with these settings.
+/// `silence` is what becomes of an alias with a group that the account source does not tell.
 Result<std::vector<generation::ListFile>> StoredListFiles(
     const Lists& lists, const settings::StoredSettings& settings,
-    render::Silence silence = render::Silence::kFails);
+    render::Silence silence = render::Silence::kFails, const std::string& folder = "");
 
 }  // namespace host::save

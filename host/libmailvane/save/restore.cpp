@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/libhaldcore/files.h"
@@ -20,6 +21,7 @@
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/account_record.h"
 #include "host/libmailvane/stores/stored_files.h"
+#include "host/libmailvane/system/account_source.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "platform/mailvane/imap_pop3.h"
@@ -144,22 +146,25 @@ Result<void> SettleLiveDatabases()
 }
 
 /// Exchanges the stored files and saves; after a failure neither has happened.
-Result<void> ExchangeAndSave(const std::string& staged, bool whole, const StagedState& state,
-                             const std::list<Callback>& steps)
+Result<void> ExchangeAndSave(const std::string& staged, bool whole,
+                             const settings::StoredSettings& wanted,
+                             const std::list<Callback>& steps, const SaveExtent& extent = {})
 {
-    SaveExtent extent;
-    if (whole) extent = {state.rules, AllLists()};
-
     const std::string before = generation::CurrentGeneration();
+    const auto stored = settings::StoredSettings::Read();
     Result<void> done = generation::MarkPendingSave({before, "restore"});
     if (!done) return done;
 
-    done = BeginExchange(staged, whole);
-    if (done) done = SaveTransaction(state.settings, steps, extent);
+    // Lists that stay belong to the accounts that are left: they wait for these to come back.
+    const bool parks = !whole && stored && !(stored->Account() == wanted.Account());
+    if (parks) done = stores::SwitchDatabases(wanted.Account());
+    if (done) done = BeginExchange(staged, whole);
+    if (done) done = SaveTransaction(wanted, steps, extent);
     // A save that failed in its steps has rolled the exchange back already, or left that to the
     // next writer.
     if (!done && generation::CurrentGeneration() == before && Succeeded(RollBackExchange())) {
         DropExchange();
+        if (parks) (void)Succeeded(HealAccounts(stored->Account()));
         (void)Succeeded(generation::ClearPendingSave());
     }
     return done;
@@ -208,7 +213,7 @@ Result<void> RestoreStaged(const std::string& staged)
     steps.push_front(daemons::ServiceStep(daemons::kDkimFilter, kRestart));
     steps.push_front(MemcachedStep());
     steps.push_front(Follow());
-    return ExchangeAndSave(staged, true, *state, steps);
+    return ExchangeAndSave(staged, true, state->settings, steps, {state->rules, AllLists()});
 }
 
 Result<void> ReplaceStagedCertificate(const std::string& staged)
@@ -219,7 +224,55 @@ Result<void> ReplaceStagedCertificate(const std::string& staged)
     const auto stored = settings::StoredSettings::Read();
     if (!stored) return stored.reason();
 
-    return ExchangeAndSave(staged, false, {*stored, ""}, ServerSteps());
+    return ExchangeAndSave(staged, false, *stored, ServerSteps());
+}
+
+/// What no other table says about a change: personal scripts follow their settings, and a daemon
+/// that reads no file comes, goes or starts anew.
+std::list<Callback> StepsOf(const StateChange& change, const settings::StoredSettings& stored)
+{
+    std::list<Callback> steps;
+    if (system::NameExists(change.staged + "/personal")) steps.push_back(Follow());
+    bool restarts = daemons::Runs(daemons::kMemcached, stored) !=
+                    daemons::Runs(daemons::kMemcached, change.settings);
+    std::string_view names = daemons::kMemcached.settings;
+    while (!names.empty()) {
+        const std::string name(daemons::NextWord(names));
+        restarts = restarts || stored.Spelled(name) != change.settings.Spelled(name);
+    }
+    if (restarts) steps.push_back(MemcachedStep());
+    return steps;
+}
+
+SaveExtent ExtentOf(const StateChange& change)
+{
+    SaveExtent extent{change.rules, change.lists};
+    // Who gets the mail of an alias also follows from the settings.
+    const auto& lists = extent.lists;
+    if (std::find(lists.begin(), lists.end(), &render::kAliasList) == lists.end()) {
+        extent.lists.push_back(&render::kAliasList);
+    }
+    return extent;
+}
+
+/// Makes a change of the stored settings, which `make` gets.
+template <typename Make>
+auto MakeChange(const StateChange& change, Make make) -> Result<std::list<Callback>>
+{
+    if (!IsOurs(change.staged)) return Refused(change.staged, "is not root's alone");
+    return system::Attempt("a change of the state", [&]() -> Result<std::list<Callback>> {
+        const WriteScope scope;
+        if (!scope.ready()) return scope.ready().reason();
+        auto stored = settings::StoredSettings::Read();
+        if (!stored) return std::move(stored).reason();
+        Result<void> taken;
+        if (change.rules) taken = CheckRules(*change.rules);
+        if (taken && stored->Account().type != change.settings.Account().type) {
+            taken = system::AccountSourceIsNamed(change.settings.Account().type);
+        }
+        if (!taken) return std::move(taken).reason();
+        return make(*stored);
+    });
 }
 
 /// Runs a change under the request lock.
@@ -237,6 +290,39 @@ Result<void> RestoreState(const std::string& staged)
 {
     if (!IsOurs(staged)) return Refused(staged, "is not root's alone");
     return Change(RestoreStaged, staged);
+}
+
+Result<std::list<Callback>> PutInForce(const StateChange& change)
+{
+    return MakeChange(change,
+                      [&](const settings::StoredSettings& stored) -> Result<std::list<Callback>> {
+                          std::list<Callback> plan;
+                          Result<void> done = SettleLiveDatabases();
+                          if (done && !(stored.Account() == change.settings.Account())) {
+                              done = stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
+                          }
+                          SaveExtent extent = ExtentOf(change);
+                          extent.ran = &plan;
+                          if (done) {
+                              done = ExchangeAndSave(change.staged, false, change.settings,
+                                                     StepsOf(change, stored), extent);
+                          }
+                          if (!done) return std::move(done).reason();
+                          return plan;
+                      });
+}
+
+Result<std::list<Callback>> Rehearse(const StateChange& change)
+{
+    return MakeChange(change, [&](const settings::StoredSettings& stored) {
+        SaveExtent extent = ExtentOf(change);
+        extent.folder = change.staged;
+        if (!(stored.Account() == change.settings.Account())) {
+            extent.lists = AccountLists();
+            extent.silence = render::Silence::kWaits;
+        }
+        return Rehearse(change.settings, StepsOf(change, stored), extent);
+    });
 }
 
 Result<void> ReplaceCertificate(const std::string& staged)

@@ -1,9 +1,14 @@
 // Putting an earlier state in force, as one transaction with the steps of a save.
 #pragma once
 
+#include <list>
+#include <optional>
 #include <string>
 
 #include "host/libhaldcore/result.h"
+#include "host/libmailvane/save/list_files.h"
+#include "host/libmailvane/settings/stored_settings.h"
+#include "platform/mailvane/callback.h"
 
 namespace host::save {
 
@@ -11,6 +16,21 @@ namespace host::save {
 /// mailvane.conf, domains, dnsbl, rules.cf (the spam rules in force) and the stored files. `staged`
 /// is used up. After a refusal or a failed step the previous state is in force.
 Result<void> RestoreState(const std::string& staged);
+
+/// A part of the stored state that is to come in force.
+struct StateChange {
+    std::string staged;                 ///< as above, with the stored files that change alone
+    settings::StoredSettings settings;  ///< all of them
+    std::optional<std::string> rules;   ///< of the spam filter, when they change
+    Lists lists;                        ///< those that change
+};
+
+/// Puts a change of the stored state in force as one transaction: what it does not touch stays and
+/// runs on. Gives the plan that it has run. Failures as for `RestoreState`.
+Result<std::list<Callback>> PutInForce(const StateChange& change);
+
+/// The plan of that, after validating the change. `staged` has all databases here, and stays.
+Result<std::list<Callback>> Rehearse(const StateChange& change);
 
 /// Replaces the certificate by the one in `staged`, which has only the folder `tls`; an empty `tls`
 /// brings back the package's self-signed certificate. Failures as for `RestoreState`.

@@ -113,13 +113,14 @@ Result<void> ActivateFirst(generation::NextGeneration& next,
 
 /// Puts the files of lists, of the refused attachment types, and of the settings.
 Result<void> PutFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,
-                      Lists lists, render::Silence silence = render::Silence::kFails)
+                      const SaveExtent& extent)
 {
+    Lists lists = extent.lists;
     // Each version of the package may write these in another form: postfix/main.cf and the program
     // that it asks belong together.
     const render::List* const types = &render::kAttachmentList;
     if (std::find(lists.begin(), lists.end(), types) == lists.end()) lists.push_back(types);
-    const auto files = StoredListFiles(lists, settings, silence);
+    const auto files = StoredListFiles(lists, settings, extent.silence, extent.folder);
     if (!files) return files.reason();
     for (const generation::ListFile& file : *files) next.Put(file);
     render::PutSettingsFiles(next, settings);
@@ -167,7 +168,7 @@ Result<void> Stage(generation::NextGeneration& next, const settings::StoredSetti
 {
     progress.Begin("render");
     if (extent.rules) next.Put(render::kSpamRules, *extent.rules, 0644);
-    Result<void> done = PutFiles(next, wanted, extent.lists, extent.silence);
+    Result<void> done = PutFiles(next, wanted, extent);
     if (done) done = next.Complete();
     if (!done) return done;
 
@@ -196,7 +197,9 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
         return done;
     }
 
-    return Apply(save, wanted, WholePlan(steps, affected), progress);
+    const std::list<Callback> plan = WholePlan(steps, affected);
+    if (extent.ran != nullptr) *extent.ran = plan;
+    return Apply(save, wanted, plan, progress);
 }
 
 }  // namespace
@@ -217,6 +220,17 @@ Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Ca
     // A save that came as far as its commit has done this already, or left it to the next writer.
     if (!done) (void)Succeeded(HealAccounts(stored->Account()));
     return done;
+}
+
+Result<std::list<Callback>> Rehearse(const settings::StoredSettings& wanted,
+                                     const std::list<Callback>& steps, const SaveExtent& extent)
+{
+    Progress progress;
+    generation::NextGeneration next;
+    Result<void> done =
+        system::Attempt("maps", [&] { return Stage(next, wanted, extent, progress); });
+    if (!done) return std::move(done).reason();
+    return WholePlan(steps, ServicesAffectedBy(next, wanted));
 }
 
 Result<void> RenderAll()

@@ -17,6 +17,8 @@ struct SaveExtent {
     std::optional<std::string> rules = {};              ///< of the spam filter
     Lists lists = {};                                   ///< made anew as they are stored
     render::Silence silence = render::Silence::kFails;  ///< of the account source
+    std::string folder = {};                            ///< with the lists; empty for etc/
+    std::list<Callback>* ran = nullptr;                 ///< gets the plan that was run, if set
 };
 
 /// Renders the next generation from `wanted`, validates it, activates it and runs the steps.
@@ -25,6 +27,10 @@ struct SaveExtent {
 /// ends a switch that began, the lists of the accounts come in force with it.
 Result<void> SaveTransaction(settings::StoredSettings wanted, const std::list<Callback>& steps,
                              const SaveExtent& extent = {});
+
+/// The plan that a save would run. Its generation is made, validated and removed again.
+Result<std::list<Callback>> Rehearse(const settings::StoredSettings& wanted,
+                                     const std::list<Callback>& steps, const SaveExtent& extent);
 
 /// Renders all daemon files from the stored settings and lists, and heals the account databases.
 /// Where there is no generation, makes the first one from etc/mailvane.conf or, without it, the

@@ -242,6 +242,41 @@ Result<void> HealDatabases(const settings::AccountCombination& stored, Missing m
     return {};
 }
 
+/// The database that comes in force with a combination; empty when there is none.
+Result<std::string> FileOf(const AccountStore& store, const settings::AccountCombination& wanted)
+{
+    const std::string live = PackagePath(store.live);
+    for (const std::string& path : {live, ParkedPath(wanted, store.parkedSuffix)}) {
+        const Result<bool> isOurs = IsOf(path, wanted);
+        if (!isOurs) return isOurs.reason();
+        if (*isOurs) return path;
+    }
+    std::vector<std::string> others = ParkedOtherwise(wanted, store.parkedSuffix);
+    others.insert(others.begin(), live);
+    for (const std::string& path : others) {
+        const Result<bool> isOurs = IsOfOtherSpelling(path, wanted);
+        if (!isOurs) return isOurs.reason();
+        if (*isOurs) return path;
+    }
+    return std::string();
+}
+
+/// Makes a copy of that database in a folder.
+Result<void> CopyStore(const AccountStore& store, const settings::AccountCombination& wanted,
+                       const std::string& folder)
+{
+    const Result<std::string> source = FileOf(store, wanted);
+    if (!source) return source.reason();
+    const std::string copy = folder + "/" + fs::path(store.live).filename().string();
+    if (source->empty()) {
+        Result<void> made = CreateAccountDatabase(copy, store.schema, wanted);
+        return made ? Stamp(copy, store.schema, wanted) : made;
+    }
+    fs::copy_file(*source, copy);
+    return CarriesStamp(copy, wanted) ? Result<void>()
+                                      : RecordCombination(copy, store.schema, wanted);
+}
+
 /// Reads the settings file; empty when there is none.
 std::optional<KeyValueFile> ReadSettings(const std::string& path)
 {
@@ -332,6 +367,17 @@ Result<void> BringBack(const std::string& folder, const settings::AccountCombina
             done = ClearLive(store, stored);
             if (done) done = system::MoveDurably(source, live);
             if (!done) return done;
+        }
+        return {};
+    });
+}
+
+Result<void> CopyDatabases(const settings::AccountCombination& wanted, const std::string& folder)
+{
+    return WithCombination(wanted, [&]() -> Result<void> {
+        for (const AccountDatabase which : kDatabases) {
+            Result<void> copied = CopyStore(StoreOf(which), wanted, folder);
+            if (!copied) return copied;
         }
         return {};
     });

@@ -29,6 +29,10 @@ Result<void> SwitchDatabases(const settings::AccountCombination& wanted);
 /// the others stay. Damaged files are set aside. Requires the request lock.
 Result<void> BringBack(const std::string& folder, const settings::AccountCombination& stored);
 
+/// Copies the databases of a combination to a folder: those in force, those that are parked, or
+/// empty ones. Requires the request lock; those in force must be sound.
+Result<void> CopyDatabases(const settings::AccountCombination& wanted, const std::string& folder);
+
 /// Fails when a database of the `stored` combination is missing or damaged. Reads them whole.
 Result<void> CheckAccountData(const settings::AccountCombination& stored);
 

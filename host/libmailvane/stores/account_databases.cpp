@@ -1,6 +1,8 @@
 // The two databases kept per account combination: etc/alias.db and etc/mailvane.db.
 #include "host/libmailvane/stores/account_databases.h"
 
+#include <filesystem>
+
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/stores/access_store.h"
@@ -23,6 +25,16 @@ constexpr AccountStore kAlias = {"etc/alias.db", "", system::Schema(kAliasScript
 constexpr AccountStore kMailvane = {"etc/mailvane.db", "_mailvane",
                                     system::Schema(kMailvaneScripts)};
 
+std::string CopyIn(const std::string& folder, AccountDatabase which)
+{
+    return folder + "/" + std::filesystem::path(StoreOf(which).live).filename().string();
+}
+
+Reason Missing(const std::string& path)
+{
+    return {ReasonCode::kMissing, path, path + " is missing"};
+}
+
 }  // namespace
 
 const AccountStore& StoreOf(AccountDatabase which)
@@ -34,20 +46,27 @@ Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which)
 {
     const AccountStore& store = StoreOf(which);
     const std::string path = PackagePath(store.live);
-    if (!system::NameExists(path) && !generation::SwitchIsMarked()) {
-        return Reason{ReasonCode::kMissing, path, path + " is missing"};
-    }
-    return system::OpenForReading(path, store.schema);
+    const bool isThere = system::NameExists(path) || generation::SwitchIsMarked();
+    return isThere ? system::OpenForReading(path, store.schema) : Missing(path);
 }
 
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which)
 {
-    const AccountStore& store = StoreOf(which);
-    const std::string path = PackagePath(store.live);
-    if (!system::NameExists(path)) {
-        return Reason{ReasonCode::kMissing, path, path + " is missing"};
-    }
-    return system::OpenForChange(path, store.schema);
+    return ChangeCopy(which, PackagePath("etc"));
+}
+
+Result<SQLite::Database> ReadCopy(AccountDatabase which, const std::string& folder)
+{
+    const std::string path = CopyIn(folder, which);
+    if (!system::NameExists(path)) return Missing(path);
+    return system::OpenForReading(path, StoreOf(which).schema);
+}
+
+Result<SQLite::Database> ChangeCopy(AccountDatabase which, const std::string& folder)
+{
+    const std::string path = CopyIn(folder, which);
+    if (!system::NameExists(path)) return Missing(path);
+    return system::OpenForChange(path, StoreOf(which).schema);
 }
 
 }  // namespace host::stores

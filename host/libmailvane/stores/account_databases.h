@@ -1,6 +1,8 @@
 // The two databases kept per account combination.
 #pragma once
 
+#include <string>
+
 #include "host/libmailvane/system/database.h"
 
 namespace host::stores {
@@ -25,5 +27,9 @@ Result<SQLite::Database> ReadAccountDatabase(AccountDatabase which);
 
 /// Opens an account database for changes. It must exist: callers heal the account data first.
 Result<SQLite::Database> ChangeAccountDatabase(AccountDatabase which);
+
+/// The same with a copy of the database in a folder, which must be there.
+Result<SQLite::Database> ReadCopy(AccountDatabase which, const std::string& folder);
+Result<SQLite::Database> ChangeCopy(AccountDatabase which, const std::string& folder);
 
 }  // namespace host::stores

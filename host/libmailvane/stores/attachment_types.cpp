@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::size_t kLongestType = 32;
 
-std::string ListPath()
+std::string ListIn(const std::string& folder)
 {
-    return PackagePath("etc/attachment_types");
+    return folder + "/attachment_types";
 }
 
 bool IsTypeCharacter(char c)
@@ -28,13 +28,12 @@ bool IsTypeCharacter(char c)
 
 }  // namespace
 
-Result<std::vector<std::string>> AttachmentTypes()
+Result<std::vector<std::string>> AttachmentTypes(const std::string& folder)
 {
+    const std::string path = ListIn(folder);
     std::string text;
-    if (!ReadFile(ListPath(), text)) {
-        if (errno != ENOENT) {
-            return SystemReason(ListPath(), "cannot read " + ListPath());
-        }
+    if (!ReadFile(path, text)) {
+        if (errno != ENOENT) return SystemReason(path, "cannot read " + path);
         text.clear();
     }
     std::vector<std::string> types;
@@ -59,11 +58,11 @@ std::optional<std::string> StoredAttachmentType(const std::string& text)
     return type;
 }
 
-Result<void> StoreAttachmentTypes(const std::vector<std::string>& types)
+Result<void> StoreAttachmentTypes(const std::vector<std::string>& types, const std::string& folder)
 {
     std::string text;
     for (const std::string& type : types) text += type + "\n";
-    if (ReplaceFile(ListPath(), text, 0644)) return {};
+    if (ReplaceFile(ListIn(folder), text, 0644)) return {};
     return SystemReason("attachment types", "cannot write the attachment types");
 }
 

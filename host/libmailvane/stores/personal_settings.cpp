@@ -168,11 +168,15 @@ Result<PersonalSettings> ParsePersonalSettings(const std::string& text)
     return std::move(stored->settings);
 }
 
+std::string PersonalText(const system::MailAccount& account, const PersonalSettings& settings)
+{
+    return Json::writeString(Json::StreamWriterBuilder(), ToJson(settings, account)) + '\n';
+}
+
 Result<void> WritePersonalSettings(const system::MailAccount& account,
                                    const PersonalSettings& settings)
 {
-    const std::string text =
-        Json::writeString(Json::StreamWriterBuilder(), ToJson(settings, account)) + '\n';
+    const std::string text = PersonalText(account, settings);
     if (MakeDirectories(PackagePath(kFolder), 0700) && ReplaceFile(FileOf(account), text, 0600)) {
         return {};
     }

@@ -48,6 +48,9 @@ Result<PersonalSettings> ReadPersonalSettings(const system::MailAccount& account
 /// Reads the settings from the text of a stored file of any user.
 Result<PersonalSettings> ParsePersonalSettings(const std::string& text);
 
+/// The text of the stored file of an account with these settings.
+std::string PersonalText(const system::MailAccount& account, const PersonalSettings& settings);
+
 /// Stores the settings.
 Result<void> WritePersonalSettings(const system::MailAccount& account,
                                    const PersonalSettings& settings);

@@ -5,6 +5,16 @@
 
 namespace host::stores {
 
+std::vector<QuotaChange> QuotasIn(SQLite::Database& store)
+{
+    std::vector<QuotaChange> quotas;
+    SQLite::Statement rows(store, "SELECT login, quota FROM sender_quota ORDER BY login");
+    while (rows.executeStep()) {
+        quotas.push_back({rows.getColumn(0).getString(), rows.getColumn(1).getUInt()});
+    }
+    return quotas;
+}
+
 void ChangeQuotas(SQLite::Database& store, const std::vector<QuotaChange>& changes)
 {
     SQLite::Statement set(store, "INSERT OR REPLACE INTO sender_quota VALUES (?, ?)");

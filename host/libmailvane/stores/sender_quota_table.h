@@ -20,6 +20,9 @@ struct QuotaChange {
     std::optional<unsigned int> quota;
 };
 
+/// All limits, in order of the logins. Throws SQLite::Exception.
+std::vector<QuotaChange> QuotasIn(SQLite::Database& store);
+
 /// Makes changes one after the other, in the caller's transaction. Throws SQLite::Exception.
 void ChangeQuotas(SQLite::Database& store, const std::vector<QuotaChange>& changes);
 

@@ -3,4 +3,5 @@ PACKAGE = "/var/packages/Mailvane"
 ETC = PACKAGE + "/etc"
 GENERATED = ETC + "/generated"
 CURRENT = GENERATED + "/current"  # the generation in force
+DOCUMENT_TOOL = PACKAGE + "/target/bin/hald_document"
 SETTINGS_TOOL = PACKAGE + "/target/bin/hald_set_config"

@@ -12,8 +12,9 @@ from mailvane.common.errors import NoAnswer, Refused, Usage
 from mailvane.ctl import answers
 from mailvane.ctl.session import Session
 
-FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local")
-VALUES = ("--sign", "--require-signature", "--from")
+FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local",
+         "--with-secrets", "--with-personal", "--prune", "--dry-run")
+VALUES = ("--sign", "--require-signature", "--from", "--secrets")
 
 
 def main(target: str, words: list[str]) -> int:

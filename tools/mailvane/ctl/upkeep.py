@@ -35,12 +35,17 @@ def require_root() -> None:
 
 def configure(*words: str) -> None:
     """Runs the settings tool, which makes its change completely or not at all."""
+    run_tool(paths.SETTINGS_TOOL, *words)
+
+
+def run_tool(tool: str, *words: str) -> str:
+    """Runs a tool of the package, which does all it is told or nothing, and returns its output."""
     who = {"SUDO_USER": os.environ.get("SUDO_USER", "")}
-    status, _, errors = programs.run([paths.SETTINGS_TOOL, *words],
-                                     {**request_log.ENVIRONMENT, **who})
+    status, output, errors = programs.run([tool, *words], {**request_log.ENVIRONMENT, **who})
     if status != 0:
         why = [text for priority, text in request_log.parsed(errors) if priority <= syslog.LOG_ERR]
         raise Refused("it was refused, and nothing has changed; the system log says why", why)
+    return output
 
 
 def confirm(session: Session, question: str) -> None:

@@ -1,0 +1,178 @@
+// hald_document: the stored state as one document in YAML.
+//
+//   hald_document export [--with-secrets] [--with-personal]    writes it to standard output
+//   hald_document schema FILE            writes the schema of documents
+//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE
+//                                        merges the document in FILE into a copy of the state that
+//                                        is made in FOLDER, an empty one in etc/; says in JSON what
+//                                        that changes; `rehearse` validates the change, `apply`
+//                                        puts it in force
+#include <json/json.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/libhaldcore/files.h"
+#include "host/libhaldcore/request_note.h"
+#include "host/libmailvane/save/recovery.h"
+#include "host/libmailvane/system/database.h"
+#include "tools/document/document.h"
+#include "tools/document/staging.h"
+
+namespace {
+
+using host::Result;
+
+constexpr char kSecretsOption[] = "--secrets=";
+
+struct Words {
+    std::vector<std::string> plain;
+    std::set<std::string> options;
+    std::string secretsFile;
+};
+
+Words WordsOf(int count, char** arguments)
+{
+    Words words;
+    for (int number = 1; number < count; ++number) {
+        const std::string word = arguments[number];
+        if (word.rfind(kSecretsOption, 0) == 0) {
+            words.secretsFile = word.substr(std::strlen(kSecretsOption));
+        } else if (word.rfind("--", 0) == 0) {
+            words.options.insert(word);
+        } else {
+            words.plain.push_back(word);
+        }
+    }
+    return words;
+}
+
+Result<void> Export(const Words& words)
+{
+    const host::save::WriteScope scope;
+    if (!scope.ready()) return scope.ready();
+    const Result<document::State> state = document::StateInForce();
+    if (!state) return state.reason();
+    const auto parts = document::ReadParts(*state, words.options.count("--with-personal") != 0);
+    if (!parts) return parts.reason();
+    const bool shows = words.options.count("--with-secrets") != 0;
+    const std::string text =
+        document::TextOf(*parts, shows ? document::Secrets::kShown : document::Secrets::kNamed);
+    if (host::WriteAll(STDOUT_FILENO, text)) return {};
+    return host::SystemReason("export", "cannot write the document");
+}
+
+Json::Value ToJson(const document::Faults& faults)
+{
+    Json::Value list(Json::arrayValue);
+    for (const document::Fault& fault : faults) {
+        Json::Value json;
+        json["line"] = fault.line;
+        json["about"] = fault.about;
+        json["code"] = host::WordOf(fault.code);
+        json["why"] = fault.why;
+        list.append(json);
+    }
+    return list;
+}
+
+Json::Value ToJson(const std::vector<document::Difference>& differences)
+{
+    constexpr const char* kKinds[] = {"added", "removed", "changed", "moved"};
+    Json::Value list(Json::arrayValue);
+    for (const document::Difference& difference : differences) {
+        Json::Value json;
+        json["section"] = std::string(difference.section->name);
+        json["key"] = difference.key;
+        json["kind"] = kKinds[static_cast<std::size_t>(difference.kind)];
+        json["before"] = difference.before;
+        json["after"] = difference.after;
+        list.append(json);
+    }
+    return list;
+}
+
+Json::Value ToJson(const document::Outcome& outcome)
+{
+    Json::Value json;
+    json["faults"] = ToJson(outcome.faults);
+    json["changes"] = ToJson(outcome.differences);
+    json["before"] = outcome.before;
+    json["after"] = outcome.after;
+    json["steps"] = Json::Value(Json::arrayValue);
+    for (const Callback& step : outcome.plan) {
+        Json::Value one;
+        one["name"] = step.name;
+        one["verb"] = step.arg;
+        json["steps"].append(one);
+    }
+    return json;
+}
+
+Result<void> Carry(const Words& words, document::Deed deed)
+{
+    document::Request request;
+    request.folder = words.plain[1];
+    request.prunes = words.options.count("--prune") != 0;
+    if (!host::ReadFile(words.plain[2], request.text)) {
+        return host::SystemReason(words.plain[2], words.plain[2]);
+    }
+    if (!words.secretsFile.empty() && !host::ReadFile(words.secretsFile, request.secrets)) {
+        return host::SystemReason(words.secretsFile, words.secretsFile);
+    }
+    const host::save::WriteScope scope;
+    if (!scope.ready()) return scope.ready();
+    const auto outcome = document::Carry(request, deed);
+    if (!outcome) return outcome.reason();
+    const std::string text = Json::writeString(Json::StreamWriterBuilder(), ToJson(*outcome));
+    if (host::WriteAll(STDOUT_FILENO, text)) return {};
+    return host::SystemReason("document", "cannot write what changes");
+}
+
+Result<void> WriteSchema(const Words& words)
+{
+    if (host::ReplaceFile(words.plain[1], document::Schema(), 0644)) return {};
+    return host::SystemReason(words.plain[1], words.plain[1]);
+}
+
+Result<void> Run(const Words& words)
+{
+    const std::string& verb = words.plain[0];
+    return host::system::Attempt("document", [&] {
+        if (verb == "schema") return WriteSchema(words);
+        if (verb == "export") return Export(words);
+        if (verb == "compare") return Carry(words, document::Deed::kCompared);
+        if (verb == "rehearse") return Carry(words, document::Deed::kRehearsed);
+        return Carry(words, document::Deed::kPutInForce);
+    });
+}
+
+bool IsUsage(const Words& words)
+{
+    const std::size_t count = words.plain.size();
+    if (count == 1) return words.plain[0] == "export";
+    if (count == 2) return words.plain[0] == "schema";
+    const std::set<std::string> verbs = {"compare", "rehearse", "apply"};
+    return count == 3 && verbs.count(words.plain[0]) != 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+    const Words words = WordsOf(count, arguments);
+    if (!IsUsage(words)) {
+        (void)std::fprintf(
+            stderr,
+            "usage: hald_document export [--with-secrets] [--with-personal]\n"
+            "       hald_document schema FILE\n"
+            "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE\n");
+        return 2;
+    }
+    host::NoteRequest({words.plain[0], host::ConsoleUser()});
+    return host::Succeeded(Run(words)) ? EXIT_SUCCESS : EXIT_FAILURE;
+}

@@ -1,0 +1,44 @@
+// A document on its way into force: a staged copy of the stored state with the changes in it.
+#pragma once
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "platform/mailvane/callback.h"
+#include "tools/document/document.h"
+
+namespace document {
+
+/// What is wanted with a document.
+struct Request {
+    std::string folder;  ///< an empty one in etc/ that only root can enter
+    std::string text;
+    std::string secrets;  ///< a map of names and values in YAML; empty for none
+    bool prunes = false;
+};
+
+/// What a document makes of the stored state.
+struct Outcome {
+    Faults faults;  ///< with any, the rest is empty
+    std::string before;
+    std::string after;
+    std::vector<Difference> differences;
+    std::list<Callback> plan = {};  ///< that was run, or would be
+};
+
+/// What is done with what a document makes.
+enum class Deed {
+    kCompared,
+    kRehearsed,  ///< validated too
+    kPutInForce
+};
+
+/// The state in force.
+host::Result<State> StateInForce();
+
+/// Merges a document into a copy of the state in force, and compares the two, or puts the copy in
+/// force, when they differ. Requires the request lock throughout.
+host::Result<Outcome> Carry(const Request& request, Deed deed);
+
+}  // namespace document
