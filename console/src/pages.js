@@ -3,6 +3,8 @@
 // To add one: write its component in src/pages/NAME.js, and a row here. `title` is a path of the
 // catalogue, `group` one of GROUPS, `route` what stands in the address.
 import { About } from "./pages/about.js";
+import { AccessLists, Attachments, BlackWhite, BlindCopies, Blocklists, Domains, Replies, RuleSets, SenderLimits } from
+    "./pages/lists.js";
 import { MailLog } from "./pages/mail_log.js";
 import { Overview } from "./pages/overview.js";
 import { SelfCheck } from "./pages/self_check.js";
@@ -24,10 +26,20 @@ export const PAGES = [
     { route: "smtp", title: "pages/pages/smtp", group: "services", view: Smtp },
     { route: "imap_pop3", title: "pages/pages/imap_pop3", group: "services", view: Mailboxes },
     { route: "relay", title: "pages/pages/relay", group: "services", view: Relay },
+    { route: "domains", title: "pages/pages/domains", group: "services", view: Domains },
 
     { route: "security", title: "pages/pages/security", group: "filtering", view: Security },
     { route: "spam_config", title: "pages/pages/spam_config", group: "filtering", view: SpamFilter },
     { route: "adv_anti_spam", title: "pages/pages/adv_anti_spam", group: "filtering", view: AdvancedChecks },
+    { route: "blocklists", title: "pages/pages/blocklists", group: "filtering", view: Blocklists },
+    { route: "black_white", title: "pages/pages/black_white", group: "filtering", view: BlackWhite },
+    { route: "spam_rules", title: "pages/pages/spam_rules", group: "filtering", view: RuleSets },
+    { route: "attachments", title: "pages/pages/attachments", group: "filtering", view: Attachments },
+
+    { route: "access", title: "pages/pages/access", group: "addresses", view: AccessLists },
+    { route: "blind_copies", title: "pages/pages/blind_copies", group: "addresses", view: BlindCopies },
+    { route: "sender_quota", title: "pages/pages/sender_quota", group: "addresses", view: SenderLimits },
+    { route: "replies", title: "pages/pages/replies", group: "addresses", view: Replies },
 
     { route: "report", title: "pages/pages/report", group: "server", view: Report },
     { route: "about", title: "about/title", group: "server", view: About },
