@@ -57,5 +57,5 @@ finish() {
 trap finish EXIT
 trap 'exit 1' TERM INT
 start
-inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$folder:$here" \
+inside /usr/bin/env PYTHONDONTWRITEBYTECODE=1 PYTHONPATH="$folder:$here" MAILVANE_BUILD="$build" \
     /usr/bin/python3 -m unittest -v "${tests[@]}"

@@ -6,8 +6,8 @@ import harness
 from harness import ETC, post, read, request, snapshot
 
 class Web(harness.Story):
-    def test_only_the_program_is_served(self):
-        for path in ("/", "/mailvane", "/etc/htpasswd", "/../../etc/htpasswd"):
+    def test_only_program_and_console_are_served(self):
+        for path in ("/mailvane", "/console", "/etc/htpasswd", "/../../etc/htpasswd"):
             self.assertEqual(request(path).status, 404, path)
 
     def test_an_administrator_is_made(self):

@@ -89,12 +89,12 @@ function Entry({ row }) {
     const look = Object.values(LOOKS).find(({ label }) => t(label) === row.status);
     return html`
         <tr>
-            <td data-label=${t("pages/members/time")} class="when">${row.date} <b>${row.time}</b></td>
-            <td data-label=${t("pages/members/log_status")}>
+            <td class="when">${row.date} <b>${row.time}</b></td>
+            <td class="sign">
                 <${Status} tone=${look?.tone ?? "quiet"} text=${row.status} /></td>
-            <td data-label=${t("pages/members/sender")} class="address">${row.mail_from || "–"}</td>
-            <td data-label=${t("pages/members/recipient")} class="address">${row.mail_to || "–"}</td>
-            <td data-label=${t("pages/members/size")} class="number">${row.size}</td>
+            <td data-label=${t("pages/members/sender")} ><span>${row.mail_from || "–"}</span></td>
+            <td data-label=${t("pages/members/recipient")} ><span>${row.mail_to || "–"}</span></td>
+            <td class="number">${row.size}</td>
             <td><button type="button" class="plain more" aria-expanded=${isOpen}
                 aria-label=${t("mail_log/details")} onClick=${() => setOpen(!isOpen)}>
                 <span aria-hidden="true">${isOpen ? "▴" : "▾"}</span></button></td>

@@ -14,7 +14,7 @@ import { settingsPage } from "../parts/settings_page.js";
 function SigningKey({ stored, reload }) {
     const [busy, setBusy] = useState(false);
     const [failure, setFailure] = useState(/** @type {unknown} */ (null));
-    const key = stored.dkim_public_key;
+    const key = stored.dkim_public_key && `v=DKIM1; k=rsa; p=${stored.dkim_public_key}`;
 
     async function generate() {
         const sure = await confirm({

@@ -65,12 +65,12 @@ function Filter({ rows, wanted, choose }) {
 function Row({ id, status }) {
     const place = placeFor(id);
     return html`
-        <li>
+        <li class=${status.toLowerCase()}>
             <${Status} tone=${TONES[status]} text=${t(`self_check/${status.toLowerCase()}`)} />
             <div>
                 <b>${t(`checks/titles/${id}`)}</b>
-                ${status !== "OK" && html`<p>${todo(id, status)} ${place && html`
-                    <a href=${`#/${place}`}>${t(`pages/pages/${place}`)}</a>`}</p>`}
+                <p>${todo(id, status)} ${place && status !== "OK" && html`
+                    <a href=${`#/${place}`}>${t(`pages/pages/${place}`)}</a>`}</p>
             </div>
         </li>`;
 }
@@ -78,7 +78,7 @@ function Row({ id, status }) {
 /** @param {string} key @param {string} status */
 function todo(key, status) {
     const what = t(`checks/do/${key}`);
-    if (status === "OFF") return "";
+    if (status === "OK" || status === "OFF") return "";
     return status === "UNKNOWN" ? t("checks/any/unknown", { do: what }) : what;
 }
 

@@ -1,8 +1,10 @@
 // Bars beside one another for each period, as a drawing with its numbers in a table behind it.
 import { number, t } from "../lib/texts.js";
-import { html, useMemo } from "../lib/ui.js";
+import { html, useEffect, useMemo, useRef, useState } from "../lib/ui.js";
 
-const WIDTH = 720, HEIGHT = 200, LEFT = 44, BOTTOM = 22, TOP = 8;
+// In pixels: the drawing is as wide as its place, so that its texts keep their size.
+const HEIGHT = 200, LEFT = 44, BOTTOM = 22, TOP = 8;
+const LABEL = 70;  // room for one label
 
 /** @typedef {{name: string, tone: string, values: number[]}} Series */
 
@@ -17,6 +19,8 @@ export function ceiling(largest) {
 /** @param {{title: string, unit: string, labels: string[], series: Series[]}} props */
 export function Chart({ title, unit, labels, series }) {
     const top = useMemo(() => ceiling(Math.max(0, ...series.flatMap(({ values }) => values))), [series]);
+    const drawing = useRef(/** @type {SVGElement | null} */ (null));
+    const width = useWidth(drawing);
     return html`
         <figure class="chart">
             <figcaption>
@@ -27,10 +31,11 @@ export function Chart({ title, unit, labels, series }) {
                 </ul>
                 <span>${unit}</span>
             </figcaption>
-            <svg viewBox=${`0 0 ${WIDTH} ${HEIGHT}`} role="img" aria-label=${title} class="bars">
-                <${Grid} top=${top} />
+            <svg ref=${drawing} role="img" aria-label=${title} class="bars" height=${HEIGHT}>
+                <${Grid} top=${top} width=${width} />
                 ${labels.map((label, index) => html`
-                    <${Period} key=${index} index=${index} label=${label} count=${labels.length} top=${top} series=${series} />`)}
+                    <${Period} key=${index} index=${index} label=${label} count=${labels.length} top=${top}
+                        series=${series} width=${width} />`)}
             </svg>
             <details>
                 <summary>${t("chart/numbers")}</summary>
@@ -41,31 +46,44 @@ export function Chart({ title, unit, labels, series }) {
         </figure>`;
 }
 
+/** How wide an element is at present.
+ *  @param {{current: Element | null}} element */
+function useWidth(element) {
+    const [width, setWidth] = useState(720);
+    useEffect(() => {
+        const watcher = new ResizeObserver(([entry]) => setWidth(Math.round(entry.contentRect.width)));
+        if (element.current) watcher.observe(element.current);
+        return () => watcher.disconnect();
+    }, []);
+    return width;
+}
+
 /** @param {number[]} values */
 const sum = (values) => values.reduce((total, value) => total + value, 0);
 
 /** @param {number} value @param {number} top */
 const heightOf = (value, top) => (value / top) * (HEIGHT - TOP - BOTTOM);
 
-/** @param {{top: number}} props */
-const Grid = ({ top }) => [0, 1, 2, 3, 4].map((step) => {
+/** @param {{top: number, width: number}} props */
+const Grid = ({ top, width }) => [0, 1, 2, 3, 4].map((step) => {
     const value = (top * step) / 4;
     const y = HEIGHT - BOTTOM - heightOf(value, top);
     return html`
-        <line x1=${LEFT} x2=${WIDTH} y1=${y} y2=${y} />
+        <line x1=${LEFT} x2=${width} y1=${y} y2=${y} />
         <text x=${LEFT - 6} y=${y + 4} text-anchor="end">${number(value, { notation: "compact" })}</text>`;
 });
 
-/** @param {{index: number, label: string, count: number, top: number, series: Series[]}} props */
-function Period({ index, label, count, top, series }) {
-    const room = (WIDTH - LEFT) / count;
+/** @param {{index: number, label: string, count: number, top: number, series: Series[],
+ *          width: number}} props */
+function Period({ index, label, count, top, series, width }) {
+    const room = (width - LEFT) / count;
     const start = LEFT + index * room;
-    const width = (room * 0.76) / series.length;
-    const every = Math.ceil(count / 8);
+    const bar = (room * 0.76) / series.length;
+    const every = Math.ceil((count * LABEL) / (width - LEFT));
     return html`
         <g>
             ${series.map(({ tone, values }, place) => html`
-                <rect class=${tone} x=${start + room * 0.12 + place * width} width=${Math.max(width - 1, 1)}
+                <rect class=${tone} x=${start + room * 0.12 + place * bar} width=${Math.max(bar - 1, 1)}
                     y=${HEIGHT - BOTTOM - heightOf(values[index], top)} height=${heightOf(values[index], top)} />`)}
             ${index % every === 0 && html`
                 <text x=${start + room / 2} y=${HEIGHT - 6} text-anchor="middle">${label}</text>`}

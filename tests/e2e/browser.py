@@ -1,0 +1,129 @@
+"""Chromium in the world, as an administrator sees the console with it."""
+import json
+import os
+import tempfile
+
+from selenium import webdriver
+from selenium.common.exceptions import JavascriptException, StaleElementReferenceException
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
+import harness
+
+HOME = "http://127.0.0.1:8080/"
+AXE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../console/vendor/axe-core/axe.min.js")
+WIDE, NARROW = 1280, 320
+# Everything is checked once; what colours and widths change, again with those.
+RULES = ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"]
+
+
+class Browser:
+    """A window; use it in a `with` block."""
+
+    def __init__(self):
+        self._folder = tempfile.TemporaryDirectory()
+        options = webdriver.ChromeOptions()
+        options.binary_location = "/usr/bin/chromium"
+        for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
+                         "--no-first-run", "--lang=en", "--user-data-dir=" + self._folder.name):
+            options.add_argument(argument)
+        options.add_experimental_option("prefs", {"download.default_directory": self._folder.name})
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        self.driver.set_script_timeout(harness.PATIENCE)
+        self.resize(WIDE)
+        self._axe = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.driver.quit()
+        self._folder.cleanup()
+
+    def open(self):
+        """The page, before anybody has signed in."""
+        self._axe = None
+        self.driver.get(HOME)
+        self.wait("#user")
+
+    def sign_in(self, user="admin", password="pw-admin"):
+        self.fill("#user", user)
+        self.fill("#password", password + Keys.ENTER)
+
+    def enter(self):
+        """Opens the page and signs in."""
+        self.open()
+        self.sign_in()
+        self.wait("nav")
+
+    def go(self, route):
+        """Goes to a page and waits until it shows what it loads."""
+        self.driver.execute_script("location.hash = arguments[0]", "#/" + route)
+        self.settled()
+
+    def settled(self):
+        """Waits until nothing is being loaded."""
+        harness.wait_for(lambda: self.find("h1") and not self.find("[aria-busy=true]") and not self.find(
+            ".saving"), "the end of loading")
+
+    def find(self, selector):
+        return self.driver.find_elements(By.CSS_SELECTOR, selector)
+
+    def wait(self, selector, text=""):
+        """The first element of the selector that has the text."""
+        def shown():
+            try:
+                return [one for one in self.find(selector) if text in one.text]
+            except StaleElementReferenceException:
+                return []
+        return harness.wait_for(shown, "%s %r" % (selector, text))[0]
+
+    def button(self, text, within=""):
+        """The button with this text."""
+        return harness.wait_for(lambda: [one for one in self.find(within + " button")
+                                         if one.text.strip() == text], "the button " + text)[0]
+
+    def press(self, *keys):
+        """Types where the focus is."""
+        self.driver.switch_to.active_element.send_keys(*keys)
+
+    def fill(self, selector, text):
+        field = self.wait(selector)
+        field.send_keys(Keys.CONTROL + "a")
+        field.send_keys(text)
+
+    def resize(self, width):
+        self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
+
+    def sideways(self):
+        """By how many pixels the page is wider than the window."""
+        return self.driver.execute_script("return document.documentElement.scrollWidth - document.documentElement.clientWidth")
+
+    def log(self):
+        """What the browser has complained about since it was last asked."""
+        return [line["message"] for line in self.driver.get_log("browser")
+                if line["level"] in ("SEVERE", "WARNING")]
+
+    def faults(self, rules=None):
+        """What axe finds, as lines. It runs beside the page, whose policy stays as it is."""
+        if self._axe is None:
+            frame = self.driver.execute_cdp_cmd("Page.getFrameTree", {})["frameTree"]["frame"]["id"]
+            self._axe = self.driver.execute_cdp_cmd("Page.createIsolatedWorld", {
+                "frameId": frame, "worldName": "axe"})["executionContextId"]
+            with open(AXE, encoding="utf-8") as source:
+                self._evaluate(source.read() + "; 0")
+        only = {"type": "rule", "values": rules} if rules else {"type": "tag", "values": RULES}
+        found = self._evaluate("axe.run(document, %s).then((all) => all.violations)" % json.dumps(
+            {"runOnly": only, "resultTypes": ["violations"]}))
+        return ["%s: %s" % (one["id"], node["html"][:200]) for one in found for node in one["nodes"]]
+
+    def _evaluate(self, expression):
+        answer = self.driver.execute_cdp_cmd("Runtime.evaluate", {
+            "expression": expression, "contextId": self._axe, "awaitPromise": True,
+            "returnByValue": True})
+        if "exceptionDetails" in answer:
+            raise JavascriptException(json.dumps(answer["exceptionDetails"]))
+        return answer["result"].get("value")
