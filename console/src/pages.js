@@ -1,8 +1,10 @@
 // The pages: a row for each, in the order of the navigation.
 //
 // To add one: write its component in src/pages/NAME.js, and a row here. `title` is a path of the
-// catalogue, `group` one of GROUPS, `route` what stands in the address.
+// catalogue, `group` one of GROUPS or empty for what other pages lead to, `route` what stands in the address.
 import { About } from "./pages/about.js";
+import { AliasEditor } from "./pages/alias.js";
+import { Aliases } from "./pages/aliases.js";
 import { AccessLists, Attachments, BlackWhite, BlindCopies, Blocklists, Domains, Replies, RuleSets, SenderLimits } from
     "./pages/lists.js";
 import { MailLog } from "./pages/mail_log.js";
@@ -11,6 +13,7 @@ import { SelfCheck } from "./pages/self_check.js";
 import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
 import { Security } from "./pages/security.js";
 import { Smtp } from "./pages/smtp.js";
+import { User, Users } from "./pages/users.js";
 
 /** @typedef {{route: string, title: string, group: string, view: any}} PageRow */
 
@@ -36,6 +39,10 @@ export const PAGES = [
     { route: "spam_rules", title: "pages/pages/spam_rules", group: "filtering", view: RuleSets },
     { route: "attachments", title: "pages/pages/attachments", group: "filtering", view: Attachments },
 
+    { route: "aliases", title: "pages/pages/aliases", group: "addresses", view: Aliases },
+    { route: "alias", title: "pages/pages/aliases", group: "", view: AliasEditor },
+    { route: "users", title: "users/title", group: "addresses", view: Users },
+    { route: "user", title: "users/title", group: "", view: User },
     { route: "access", title: "pages/pages/access", group: "addresses", view: AccessLists },
     { route: "blind_copies", title: "pages/pages/blind_copies", group: "addresses", view: BlindCopies },
     { route: "sender_quota", title: "pages/pages/sender_quota", group: "addresses", view: SenderLimits },
