@@ -15,7 +15,8 @@ import { Security } from "./pages/security.js";
 import { Smtp } from "./pages/smtp.js";
 import { User, Users } from "./pages/users.js";
 
-/** @typedef {{route: string, title: string, group: string, view: any}} PageRow */
+/** @typedef {{route: string, title: string, group: string, view: any, within?: string}} PageRow
+ *  within: the route of the page that leads to it */
 
 /** The parts of the navigation; one without pages is not shown. */
 export const GROUPS = ["watch", "services", "filtering", "addresses", "server"];
@@ -40,9 +41,9 @@ export const PAGES = [
     { route: "attachments", title: "pages/pages/attachments", group: "filtering", view: Attachments },
 
     { route: "aliases", title: "pages/pages/aliases", group: "addresses", view: Aliases },
-    { route: "alias", title: "pages/pages/aliases", group: "", view: AliasEditor },
+    { route: "alias", title: "pages/pages/aliases", group: "", view: AliasEditor, within: "aliases" },
     { route: "users", title: "users/title", group: "addresses", view: Users },
-    { route: "user", title: "users/title", group: "", view: User },
+    { route: "user", title: "users/title", group: "", view: User, within: "users" },
     { route: "access", title: "pages/pages/access", group: "addresses", view: AccessLists },
     { route: "blind_copies", title: "pages/pages/blind_copies", group: "addresses", view: BlindCopies },
     { route: "sender_quota", title: "pages/pages/sender_quota", group: "addresses", view: SenderLimits },

@@ -81,10 +81,13 @@ export function changed(list, entry, name, value) {
     return next;
 }
 
-/** The members that have an effect beside the others.
+/** The members that have an effect beside the others. The kind of a name follows it: it is found out.
  *  @param {ListAbout} list @param {Row} entry */
-export const shownMembers = (list, entry) =>
-    Object.keys(list.fields).filter((name) => !missingFor(name, list.fields, entry).length);
+export function shownMembers({ fields }, entry) {
+    const names = Object.keys(fields).filter((name) => !missingFor(name, fields, entry).length);
+    const kinds = names.map((name) => fields[name].kind);
+    return names.filter((name) => !kinds.includes(name)).flatMap((name) => [name, fields[name].kind ?? []].flat());
+}
 
 /** The codes of what is wrong with an entry, by member.
  *  @param {ListAbout} list @param {Row} entry @returns {Record<string, string>} */

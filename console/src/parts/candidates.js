@@ -33,7 +33,7 @@ export function Candidates({ alias, kinds }) {
             </div>
             <div class="list-head">
                 <${SearchBox} value=${query} search=${(/** @type {string} */ text) => turn(() => setQuery(text))} />
-                <p class="count-line" role="status">${loaded.data && tn("lists/found", loaded.data.total)}</p>
+                <p class="count-line" role="status">${loaded.data && tn(query ? "lists/found" : "lists/total", loaded.data.total)}</p>
             </div>
             <${Shown} loaded=${loaded} lines=${4}>${(/** @type {any} */ { items, total }) => html`
                 <ul class="chips" aria-busy=${loaded.loading}>${items.map((/** @type {Candidate} */ one) => html`

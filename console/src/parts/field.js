@@ -76,7 +76,7 @@ const Moment = ({ common, value, change }) => html`
 
 /** @param {Field} field */
 function help(field) {
-    const limits = field.type === "integer" && field.min !== undefined && field.max !== undefined
+    const limits = field.type === "integer" && !field.choices && field.min !== undefined && field.max !== undefined
         ? t("form/limits", { min: plain(field.min), max: plain(field.max) }) : "";
     const form = `formats/${field.format}`;
     return [field.help && t(field.help), hasText(form) && t(form), limits].filter(Boolean).join(" ");
