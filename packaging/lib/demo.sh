@@ -78,7 +78,8 @@ admin_login() { sed -n 's/^admin /admin:/p' "$accounts"; }
 show_access() {
     echo "mailvane runs in a private world: $state"
     echo
-    echo "  Address    $url"
+    echo "  Console    http://127.0.0.1:$web_port/"
+    echo "  Program    $url"
     echo "  Accounts   (admin is the administrator; every login also has a mailbox)"
     sed 's/\(.*\) \(.*\)/             \1  password \2/' "$accounts"
     echo "  Mail       SMTP 127.0.0.1:$(setting smtp_port), submission $(setting smtp_tls_port)," \

@@ -80,6 +80,17 @@ class SigningIn(Console):
         browser.wait(".notice", "Saved and in force.")
         self.assertIn("kept.test", banner())
 
+    def test_is_asked_for_when_nobody_uses_the_page(self):
+        browser = self.browser
+        browser.open()
+        browser.driver.execute_script("localStorage.setItem('mailvane.idle', '0.05')")  # minutes
+        browser.open()
+        browser.sign_in()
+        browser.wait("dialog.opaque h2", "Sign in again")
+        self.assertEqual(len(browser.find(".console[inert]")), 1)
+        browser.button("Sign in as somebody else; changes that are not saved are lost", "dialog").click()
+        wait_for(lambda: not browser.find(".console"), "the end of the page")
+
     @staticmethod
     def change_password(password):
         made = harness.run("/usr/bin/openssl", "passwd", "-6", password).strip()
