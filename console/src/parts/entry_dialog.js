@@ -85,9 +85,13 @@ function fieldOf(list, name, entry, isMany) {
     return { ...field, choices: choicesFor(field, entry), ...(isMany && { format: "text" }) };
 }
 
+/** Whether an answer has a message of its own.
+ *  @param {any} failure */
+const saysMore = (failure) => (failure.errinfo?.sec ?? "common") !== "common";
+
 /** @param {{refusal: Refusal, errors: Record<string, string>, putBack: () => void}} props */
 const Refused = ({ refusal: { failure, lost }, errors, putBack }) => html`
-    ${(lost || !Object.keys(errors).length) && html`<${Problem} failure=${failure} />`}
+    ${(lost || saysMore(failure) || !Object.keys(errors).length) && html`<${Problem} failure=${failure} />`}
     ${lost && html`<div class="problem" role="alert">
         <p><b>${t("lists/lost")}</b></p>
         <p class="actions"><button type="button" onClick=${putBack}>${t("lists/put_back")}</button></p>
