@@ -2,6 +2,7 @@
 //
 // To add one: write its component in src/pages/NAME.js, and a row here. `title` is a path of the
 // catalogue, `group` one of GROUPS or empty for what other pages lead to, `route` what stands in the address.
+import api from "made-api";
 import { About } from "./pages/about.js";
 import { AliasEditor } from "./pages/alias.js";
 import { Aliases } from "./pages/aliases.js";
@@ -12,6 +13,7 @@ import { Overview } from "./pages/overview.js";
 import { SelfCheck } from "./pages/self_check.js";
 import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
 import { Security } from "./pages/security.js";
+import { listPage } from "./parts/list_page.js";
 import { Smtp } from "./pages/smtp.js";
 import { User, Users } from "./pages/users.js";
 
@@ -52,3 +54,8 @@ export const PAGES = [
     { route: "report", title: "pages/pages/report", group: "server", view: Report },
     { route: "about", title: "about/title", group: "server", view: About },
 ];
+
+// A list that is described has its page without a row.
+for (const name of Object.keys(api.lists).filter((list) => !PAGES.some(({ route }) => route === list))) {
+    PAGES.push({ route: name, title: `pages/pages/${name}`, group: "addresses", view: listPage(name) });
+}

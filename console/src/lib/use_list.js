@@ -28,11 +28,11 @@ export function useList(name) {
     }
 
     /** @param {Row} row */
-    function choose(row) {
-        const next = new Set(chosen);
+    const choose = (row) => setChosen((old) => {
+        const next = new Set(old);
         if (!next.delete(keyOf(list, row))) next.add(keyOf(list, row));
-        setChosen(next);
-    }
+        return next;
+    });
 
     /** Does a change and shows what the list is then. What is stored but not in force is told beside
      *  the list.

@@ -4,7 +4,7 @@ import { sentence } from "../lib/failure.js";
 import { tabsOf } from "../lib/list_requests.js";
 import { switchesOf, takesMany } from "../lib/lists.js";
 import { notify } from "../lib/notices.js";
-import { number, t, tn } from "../lib/texts.js";
+import { hasText, number, t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { SIZES, useList } from "../lib/use_list.js";
 import { EntryDialog } from "./entry_dialog.js";
@@ -113,7 +113,7 @@ function Rows({ state, shown, additions, edit }) {
                     <button type="button" class="danger" aria-disabled=${!state.chosen.size} onClick=${remove}>
                         ${state.chosen.size ? tn("lists/remove", state.chosen.size) : t("lists/remove_none")}</button>`}
             </div>
-            ${!total && html`<p class="card empty">${t(view.query ? "lists/no_match" : `lists/empty_${state.name}`)}
+            ${!total && html`<p class="card empty">${view.query ? t("lists/no_match") : emptyText(state.name)}
                 ${view.query && html` <button type="button" class="link" onClick=${() => state.show({ q: "" })}>
                     ${t("lists/show_all")}</button>`}</p>`}
             ${total > 0 && (takesMany(list) ? html`<${ListChips} ...${props} />`
@@ -122,6 +122,10 @@ function Rows({ state, shown, additions, edit }) {
             ${total > SIZES[0] && html`<${PageSize} state=${state} />`}
         </section>`;
 }
+
+/** What would be here.
+ *  @param {string} name */
+const emptyText = (name) => (hasText(`lists/empty_${name}`) ? t(`lists/empty_${name}`) : t("lists/nothing"));
 
 /** @param {{state: ListState}} props */
 const PageSize = ({ state: { view, show } }) => html`
