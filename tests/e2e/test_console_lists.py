@@ -119,7 +119,7 @@ class Entries(Lists):
         self.assertEqual(Select(browser.wait("dialog [name=name_type]")).first_selected_option.text, "Address")
         browser.wait("dialog .error", "It is no valid name of its kind.")
         self.fill({"type": "Clients", "name": "192.0.2.0/24"}, "Add")
-        self.wait_in("postfix/maps/client_access", "192.0.2.0/24")
+        self.wait_in("postfix/maps/client_networks", "192.0.2.0/24")
         self.add("access", name="bad@example.org", status="Refuse")
         self.wait_in(SENDERS, "bad@example.org REJECT")
         self.change("access?tab=0", "bad@example.org", status="Throw away")
@@ -130,7 +130,7 @@ class Entries(Lists):
         self.delete("access?tab=0&q=bad", "bad@example.org")
         self.wait_in(SENDERS, "bad@example.org", False)
         self.delete("access?tab=2", "192.0.2.0/24")
-        self.wait_in("postfix/maps/client_access", "192.0.2.0", False)
+        self.wait_in("postfix/maps/client_networks", "192.0.2.0", False)
 
     def test_blind_copies(self):
         self.add("blind_copies", type="All mail", bcc_to="alice")
@@ -150,9 +150,9 @@ class Entries(Lists):
         self.browser.wait("dialog .problem", "There is no such account.")
         self.browser.wait("dialog .error", "There is no such thing.")
         self.fill({"sasl_sender": "bob"}, "Add")
-        self.wait_in("policy/limits", "bob 5")
+        self.wait_in("policy/limits", "5 bob")
         self.change("sender_quota", "bob", quota="7")
-        self.wait_in("policy/limits", "bob 7")
+        self.wait_in("policy/limits", "7 bob")
         self.delete("sender_quota", "bob")
         self.wait_in("policy/limits", "bob", False)
 
@@ -338,6 +338,8 @@ class Aliases(Lists):
 class Users(Lists):
     def test_forwarding_and_reply(self):
         browser = self.browser
+        self.addCleanup(tell, "save_personal", user="bob", forward_enable=False, forward_addr="",
+                        keep_copy=False, reply_enable=False, subject="", message="")
         browser.go("users")
         browser.wait("td a", "bob").click()
         browser.wait("#field-forward_enable").click()

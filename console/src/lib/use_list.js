@@ -18,6 +18,7 @@ export function useList(name) {
     const view = viewOf(list, params);
     const loaded = useLoad((signal) => loadRows(list, view, signal), [name, JSON.stringify(view)]);
     const [chosen, setChosen] = useState(/** @type {Set<string>} */ (new Set()));
+    const [busy, setBusy] = useState(false);
     const [pending, setPending] = useState(/** @type {unknown} */ (null));
 
     /** Changes what is shown; the page's number is kept only where it is given.
@@ -38,19 +39,22 @@ export function useList(name) {
      *  the list.
      *  @param {() => Promise<void>} change */
     async function perform(change) {
+        setChosen(new Set());
+        setBusy(true);
         try {
             await change();
             setPending(null);
         } catch (failure) {
             if (!(failure instanceof NotInForce)) throw failure;
             setPending(failure.failure);
+        } finally {
+            setBusy(false);
         }
-        setChosen(new Set());
         await loaded.reload();
     }
 
     return {
-        name, list, view, loaded, chosen, choose, show, pending,
+        name, list, view, loaded, chosen, choose, show, pending, busy,
         isChosen: (/** @type {Row} */ row) => chosen.has(keyOf(list, row)),
         chooseAll: (/** @type {Row[]} */ rows) => setChosen(new Set(rows.map((row) => keyOf(list, row)))),
         applyAgain: () => perform(() => apply(list)),

@@ -103,12 +103,13 @@ function Rows({ state, shown, additions, edit }) {
         requestAnimationFrame(() => focusRow(place));
     }
 
-    const props = { state, rows, edit, additions, busy: loaded.loading };
+    const props = { state, rows, edit, additions, busy: loaded.loading || state.busy };
     return html`
         <section class="list">
             <div class="list-head">
                 <${SearchBox} value=${view.query} search=${(/** @type {string} */ q) => state.show({ q })} />
                 <p class="count-line" role="status">${tn(view.query ? "lists/found" : "lists/total", total)}</p>
+                ${state.busy && html`<progress aria-label=${t("form/saving")}></progress>`}
                 ${list.delete && rows.length > 0 && html`
                     <button type="button" class="danger" aria-disabled=${!state.chosen.size} onClick=${remove}>
                         ${state.chosen.size ? tn("lists/remove", state.chosen.size) : t("lists/remove_none")}</button>`}
