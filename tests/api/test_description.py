@@ -214,11 +214,12 @@ class Lists(unittest.TestCase):
     def test_rows_have_the_members_that_are_named(self):
         for name, about in self.LISTS.items():
             named = {column["member"] for column in about["columns"]} | set(about["key"])
+            named |= {about["tabs"]["member"]} if "tabs" in about else set()
             self.assertLessEqual(named, self.columns(name), name)
 
     def test_changes_say_what_comes_from_the_row(self):
         changed = {about[verb]: (name, verb) for name, about in self.LISTS.items()
-                   for verb in ("add", "edit", "delete") if verb in about}
+                   for verb in ("add", "edit", "delete", "import") if verb in about}
         for action, (name, verb) in changed.items():
             operation = CONTRACT.operations["write", action]
             from_row, old = operation.get("x-from-row", {}), operation.get("x-old", {})

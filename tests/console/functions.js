@@ -1,7 +1,11 @@
 // The console's functions that only compute, tried in the browser. `run` returns what went wrong.
+import { difference, membersIn } from "../../console/src/lib/alias_members.js";
 import { line } from "../../console/src/lib/csv.js";
 import { bodyOf, fault, missingFor, overtaken, remaining, typed } from "../../console/src/lib/fields.js";
 import { FORMATS } from "../../console/src/lib/formats.js";
+import { check, goodLines } from "../../console/src/lib/list_text.js";
+import { bodyFor, bodyToRemove, changed, emptyEntry, faultsOf, reasonsByMember, shownMembers } from
+    "../../console/src/lib/lists.js";
 import { criteria, pageOf, query } from "../../console/src/lib/log_query.js";
 import { link, parse } from "../../console/src/lib/router.js";
 import { beginnings } from "../../console/src/lib/traffic.js";
@@ -26,7 +30,43 @@ const TEXTS = {
     "relay-account": [["me", "me@x"], ["a:b", "a\tb"]],
     "address": [["", "a@b", "a+b@c.de"], ["a", "@b", "a@1.2.3.4", "a b@c", "a@b@c"]],
     "addresses": [["", "a@b; c@d,", "a@b"], ["a@b c@d", "a@b, c"]],
+    "mail-domain": [["a.b", "bücher.example"], ["", "a", "a.1", "a b.c", "ä ö.de"]],
+    "list-name": [["a@b", "a@bücher.example", "b", ".b.c", "1.2.3.4", "::1", "::/0", "1.2.3.4/32"],
+        ["", "@b", "1.2.3", "1.2.3.4/33", "a/8", "::1/129", "..b"]],
+    "copy-name": [["bob", "a@b", "@b.c"], ["", "@", "a b", "@1.2"]],
+    "copy-target": [["bob", "a@b"], ["", "@b"]],
+    "alias-name": [["a", "_x", "a.b'~$"], ["", "-a", "a.", "a..b", "ä", "a b", `${long}ab`]],
+    "outside-address": [["a@b", "a@bücher.example"], ["a", "-a@b", "@b", "ä@b"]],
+    "login": [["a", "D\\a", "a@b"], ["", "D\\", "@b", "a\tb"]],
+    "rule-set": [["a.cf", "ä b"], [".a", "a/b", " a", "a ", "a<"]],
+    "file-type": [["exe", ".EXE", "*.tar.gz"], ["", ".", "a..b", "a.", "a b", "ä"]],
 };
+
+const types = { choices: [[0, ""], [1, ""], [2, ""]], type: "integer" };
+const list = {
+    key: ["type", "kind", "name"], columns: ["type", "kind", "name"],
+    fields: {
+        type: types,
+        kind: { type: "integer", choices: [0, 1, 2, 3, 4].map((one) => [one, ""]), suits: { type: { 0: [0, 1, 2], 2: [3, 4] } } },
+        name: { type: "string", format: "list-name", kind: "kind" },
+        to: { type: "string", needs: { type: [0, 1] } },
+    },
+    add: { from: { t: "type", k: "kind", n: "name" } },
+    delete: { from: { "list.t": "type", "list.n": "name" }, shapes: { list: "objects" } },
+};
+const several = { from: { add: "x" }, old: { gone: "x", "was.x": "x" }, shapes: { add: "texts", gone: "texts", was: "object" } };
+
+/** What the check of a file's lines says of each. @type {[string, Record<string, any>, string, string[]][]} */
+const FILES = [
+    ["access", { type: 0 }, "\ufeffa@b OK\r\n# x\r\n\ta@b\tREJECT\ra@b NO\n1.2.3.4 OK\na OK x\nb", ["no_choice", "wrong_kind", "no_choice", "no_entry"]],
+    ["access", { type: 2 }, "1.2.3.4 OK\n::/0 OK\na.b OK\na@b OK", ["wrong_kind"]],
+    ["copies", {}, "bob a@b\n@x.de bob\nbob\n@ bob\nbob a\x01b", ["no_entry", "no_address", "not_text"]],
+    ["black_white", {}, "sender a@b\na@b\n1.2.3.4\nclient 1.2.3.0/24\nclient a@b\nclient\nx y", ["wrong_kind", "no_entry", "no_entry"]],
+    ["rules", {}, "header A Subject =~ /x/ # y\nscore A 1.5\nscore A x;\ninclude x\nbody B (?{ 1 })\nbody 1 /x/\nmeta M\nheader E eval:f('/x')",
+        ["bad_format", "no_rule", "unsafe", "no_name", "empty", "unsafe"]],
+    ["aliases", {}, "a: bob,\n x@y.de\nc:\n%staff, D\\bob, \\bob\nA: bob\n-x: bob\nd: |x\nstray",
+        ["given_twice", "no_name", "no_address", "no_entry"]],
+];
 
 /** What each case gives, and what it should. @returns {[string, unknown, unknown][]} */
 const cases = () => [
@@ -34,6 +74,26 @@ const cases = () => [
         ...good.map((text) => [`${format} takes ${text}`, FORMATS[format](text), true]),
         ...bad.map((text) => [`${format} refuses ${text}`, FORMATS[format](text), false]),
     ]),
+    ...FILES.map(([form, entry, text, bad]) => [`a file of ${form}`,
+        check(form, entry, text.replace("\ufeff", "")).bad.map(({ code }) => code), bad]),
+    ["good lines", goodLines(check("access", { type: 0 }, "a@b OK\nx\nc@d OK")), "a@b OK\n\nc@d OK"],
+    ["a new entry", emptyEntry(list, { type: 2 }), { type: 2, kind: 3, name: "", to: "" }],
+    ["a kind that is found out", changed(list, { type: 0, kind: 0 }, "name", ".b").kind, 2],
+    ["a kind that does not suit", changed(list, { type: 0, kind: 0 }, "name", "::1").kind, 0],
+    ["a kind that suits no more", changed(list, { type: 0, kind: 1 }, "type", 2).kind, 3],
+    ["shown members", [0, 2].map((type) => shownMembers(list, { type })), [["type", "name", "kind", "to"], ["type", "name", "kind"]]],
+    ["what is wrong", faultsOf(list, { type: 0, kind: 1, name: "a@b", to: "" }), { name: "no_name", to: "empty" }],
+    ["reasons at members", reasonsByMember(list.add, [{ setting: "n", code: "taken" }, { list: "x", code: "y" }]), { name: "taken" }],
+    ["a body", bodyFor(list.add, [{ type: 1, kind: 0, name: "x" }]), { t: 1, k: 0, n: "x" }],
+    ["what is removed", bodyToRemove(list, [{ type: 1, name: "x" }, { type: 2, name: "y" }]),
+        { list: [{ t: 1, n: "x" }, { t: 2, n: "y" }] }],
+    ["texts that replace others", bodyFor(several, [{ x: "a" }, { x: "b" }], { x: "c" }),
+        { add: ["a", "b"], gone: ["c"], was: { x: "c" } }],
+    ["members", membersIn("bob, <font color=#115ba6>staff</font>, <font color=#7a3d99>a</font>, x@y").map(({ name, type }) => name + type),
+        ["bob0", "staff1", "a2", "x@y3"]],
+    ["markup of another form", membersIn("<b>x</b>"), [{ name: "<b>x</b>", type: 0 }]],
+    ["a difference", difference([{ name: "a", type: 0 }, { name: "b", type: 0 }], [{ name: "b", type: 0 }, { name: "b", type: 2 }]),
+        { added: [{ name: "b", type: 2 }], removed: [{ name: "a", type: 0 }] }],
     ["a number", [typed(port, " 25 "), typed(port, "2x"), typed(port, "")], [25, "2x", ""]],
     ["limits", [0, 1, 65535, 65536, "", 1.5].map((value) => fault(port, value)),
         ["out_of_range", "", "", "out_of_range", "out_of_range", "out_of_range"]],

@@ -23,6 +23,7 @@ class Browser:
 
     def __init__(self):
         self._folder = tempfile.TemporaryDirectory()
+        self.downloads = self._folder.name
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
@@ -82,8 +83,12 @@ class Browser:
 
     def button(self, text, within=""):
         """The button with this text."""
-        return harness.wait_for(lambda: [one for one in self.find(within + " button")
-                                         if one.text.strip() == text], "the button " + text)[0]
+        def shown():
+            try:
+                return [one for one in self.find(within + " button") if one.text.strip() == text]
+            except StaleElementReferenceException:
+                return []
+        return harness.wait_for(shown, "the button " + text)[0]
 
     def press(self, *keys):
         """Types where the focus is."""
