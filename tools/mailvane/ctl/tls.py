@@ -18,7 +18,7 @@ from mailvane.common.audit import audited
 from mailvane.common.errors import Refused
 from mailvane.ctl import answers, restore, upkeep
 from mailvane.ctl.session import Session
-from mailvane.ctl.web_server import WebServer
+from mailvane.common.web_server import WebServer
 
 OPTIONS = {"--json"}
 
