@@ -34,7 +34,7 @@ CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).en
 
 
 @contextlib.contextmanager
-def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
+def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None, method=None):
     """The answer to a request over TLS, not yet read."""
     head = dict(headers or {})
     if user is not None:
@@ -46,7 +46,7 @@ def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, hea
     connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=harness.PATIENCE,
                                              context=context)
     with contextlib.closing(connection):
-        connection.request("GET" if body is None else "POST", path, body, head)
+        connection.request(method or ("GET" if body is None else "POST"), path, body, head)
         yield connection.getresponse()
 
 
@@ -72,6 +72,12 @@ def make_certificate():
         "-subj", "/CN=mv.test", "-addext", "subjectAltName=IP:127.0.0.1",
         "-keyout", ETC + "/tls/key.pem", "-out", ETC + "/tls/cert.pem")
     os.chmod(ETC + "/tls/key.pem", 0o600)
+
+
+def reserve_port():
+    """The package's own server leaves the port to the others."""
+    os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+    harness.control("web", "restart")
 
 
 def start(name):
@@ -118,8 +124,7 @@ class Certificates(harness.Story):
     def setUpClass(cls):
         super().setUpClass()
         make_certificate()
-        os.environ["MAILVANE_WEB_TLS_PORT"] = ""
-        harness.control("web", "restart")  # else the command restarts it with the port
+        reserve_port()
 
     def setUp(self):
         super().setUp()
@@ -183,8 +188,7 @@ class WebServers(harness.Story):
     def setUpClass(cls):
         super().setUpClass()
         make_certificate()
-        # The package's own server leaves the port to the others.
-        os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+        reserve_port()
 
     def test_a_certificate_opens_the_port_for_the_network(self):
         del os.environ["MAILVANE_WEB_TLS_PORT"]
