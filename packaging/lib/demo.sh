@@ -4,6 +4,8 @@
 state=$(readlink -m "${MAILVANE_WORLD:-.world}")
 world=$PWD/packaging/world
 accounts=$state/accounts  # lines "name password"
+mail_log=/var/log/mailvane/maillog
+filled=$state/filled  # is there once there is mail to look at
 web_port=${MAILVANE_WEB_PORT:-8080}
 url=http://127.0.0.1:$web_port/mailvane.cgi
 
@@ -53,6 +55,37 @@ make_accounts() {
             inside "$PWD/packaging/add-account" "$name" <<<"$password"
     done <"$accounts"
     inside usermod --append --groups administrators admin
+}
+
+# Before the collector starts: a month in the log that it reads.
+write_history() {
+    ! inside test -s "$mail_log" || return 0
+    inside /usr/bin/python3 -IS "$PWD/packaging/lib/demo_history.py" |
+        inside tee -a "$mail_log" >/dev/null
+}
+
+# Something to look at: mailboxes with mail, a queue that waits, a message that was kept aside. The save
+# takes up the hosts that cannot be reached, too.
+fill_demo() {
+    [ ! -e "$filled" ] || return 0
+    local etc=/var/packages/Mailvane/etc
+    say "Sending the first mail"
+    inside grep -q transport_maps "$etc/local.d/main.cf" || {
+        unreachable_hosts
+        inside postconf -c "$etc/generated/current/postfix" -h transport_maps | sed 's/^/ /'
+    } | inside tee -a "$etc/local.d/main.cf" >/dev/null
+    inside /var/packages/Mailvane/target/bin/mailvanectl \
+        edit spam_config spam_enable=yes spam_action=quarantine >/dev/null
+    inside /usr/bin/python3 -I "$PWD/packaging/lib/demo_mail.py" "$(setting smtp_port)"
+    : >"$filled"
+}
+
+unreachable_hosts() {
+    cat <<'EOT'
+transport_maps = inline:{
+ { slow.example = retry:4.4.1 connect to mx.slow.example[192.0.2.60]:25: Connection timed out }
+ { busy.example = retry:4.3.2 host mx.busy.example[198.51.100.61] said: 450 4.3.2 Try again later }}
+EOT
 }
 
 start_services() {

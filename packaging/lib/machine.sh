@@ -20,7 +20,7 @@ world_packages=(
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban gpg-agent shfmt strace
-    chromium chromium-driver node-typescript python3-selenium
+    chromium chromium-driver libnss3-tools node-typescript python3-selenium
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(

@@ -19,15 +19,16 @@ RULES = ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"
 
 
 class Browser:
-    """A window; use it in a `with` block."""
+    """A window; use it in a `with` block. Further words are options of the browser."""
 
-    def __init__(self):
+    def __init__(self, *more, home=HOME):
+        self._home = home
         self._folder = tempfile.TemporaryDirectory()
         self.downloads = self._folder.name
         options = webdriver.ChromeOptions()
         options.binary_location = "/usr/bin/chromium"
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
-                         "--no-first-run", "--lang=en", "--user-data-dir=" + self._folder.name):
+                         "--no-first-run", "--lang=en", "--user-data-dir=" + self._folder.name, *more):
             options.add_argument(argument)
         options.add_experimental_option("prefs", {"download.default_directory": self._folder.name})
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
@@ -46,7 +47,7 @@ class Browser:
     def open(self):
         """The page, before anybody has signed in."""
         self._axe = None
-        self.driver.get(HOME)
+        self.driver.get(self._home)
         self.wait("#user")
 
     def sign_in(self, user="admin", password="pw-admin"):

@@ -1,11 +1,13 @@
 """The files of the console, as each web server sends them."""
+import contextlib
 import http.client
+import json
 import os
 import re
 import ssl
-import contextlib
 
 import harness
+from browser import Browser
 from harness import TARGET
 import test_web_servers as servers
 
@@ -35,12 +37,25 @@ def fetch(path, **headers):
         return harness.Answer(connection.getresponse())
 
 
+@contextlib.contextmanager
+def without_lock():
+    """A machine that takes no change."""
+    lock = harness.ETC + "/lock"
+    os.rename(lock, lock + ".aside")
+    os.mkdir(lock)
+    try:
+        yield
+    finally:
+        os.rmdir(lock)
+        os.rename(lock + ".aside", lock)
+
+
 class Files(harness.Story):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
         servers.make_certificate()
-        os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+        servers.reserve_port()
 
     def test_each_server_sends_them_to_anybody_and_nothing_else(self):
         self.addCleanup(harness.control, "web", "restart")
@@ -48,11 +63,28 @@ class Files(harness.Story):
             with servers.server(name), self.subTest(server=name):
                 self.check_page()
                 self.check_assets()
+                self.check_statuses()
                 for path in OTHERS:
                     with self.subTest(path):
                         answer = fetch(path)
                         self.assertIn(answer.status, (400, 401))
                         self.assert_headers(answer, answer.headers.get("Content-Security-Policy"))
+
+    def check_statuses(self):
+        """What the programs, and the server before them, answer has every header, whatever its status."""
+        change = json.dumps({"action": "save_smtp"}).encode()
+        for wanted, parts in (
+                (200, {}), (401, {"user": None}), (403, {"user": "alice"}), (404, {"path": "/x"}),
+                (400, {"body": change[:-1]}), (405, {"method": "DELETE"}), (413, {"body": b" " * 5_000_000 + change}),
+                (415, {"body": change, "headers": {"Content-Type": "text/plain"}})):
+            answer = servers.request(**parts)
+            with self.subTest(wanted):
+                self.assertEqual(answer.status, wanted)
+                self.assert_headers(answer, "")
+        with without_lock():
+            answer = servers.request(body=change)
+            self.assertEqual(answer.status, 503)
+            self.assert_headers(answer, "")
 
     def check_page(self):
         for path in ("/", "/index.html"):
@@ -97,3 +129,36 @@ class Files(harness.Story):
             with servers.server(name), self.subTest(server=name):
                 for path in ("/", "/index.html"):
                     self.assertEqual((fetch(path).status, servers.request(path=path).status), (401, 404))
+
+
+class Certificate(harness.Story):
+    HOME = "https://127.0.0.1:%d/" % servers.TLS_PORT
+    POLICY = "/etc/chromium/policies/managed/certificate.json"
+    FILE, PASSWORD = "/tmp/admin.p12", "the password of the file"
+
+    def test_signs_in_to_the_page(self):
+        self.addCleanup(harness.control, "web", "restart")
+        servers.make_certificate()
+        servers.setup("certificate", "admin", self.FILE, typed=self.PASSWORD + "\n")
+        self.addCleanup(servers.setup, "certificate", "--forget", "admin")
+        self.give_to_the_browser()
+        with servers.server("lighttpd"), Browser("--ignore-certificate-errors", home=self.HOME) as browser:
+            browser.open()
+            browser.button("Sign in with a certificate of this browser").click()
+            browser.wait(".who", "the owner of the certificate")
+            browser.go("smtp")
+            browser.fill("#field-smtp_hostname", "by.certificate.test")
+            browser.button("Save").click()
+            browser.wait(".notice", "Saved and in force.")
+            self.assertEqual(harness.load()["smtp_hostname"], "by.certificate.test")
+            self.assertEqual(browser.log(), [])
+
+    def give_to_the_browser(self):
+        """Puts the certificate into the browser's store, and lets it send that without asking."""
+        store = "sql:" + os.path.expanduser("~/.pki/nssdb")
+        os.makedirs(store[4:], exist_ok=True)
+        harness.run("certutil", "-N", "-d", store, "--empty-password")
+        harness.run("pk12util", "-i", self.FILE, "-d", store, "-W", self.PASSWORD, "-K", "")
+        os.makedirs(os.path.dirname(self.POLICY), exist_ok=True)
+        with open(self.POLICY, "w", encoding="ascii") as file:
+            json.dump({"AutoSelectCertificateForUrls": [json.dumps({"pattern": self.HOME, "filter": {}})]}, file)

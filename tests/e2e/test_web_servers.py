@@ -8,6 +8,7 @@ import re
 import socket
 import ssl
 import subprocess
+import tempfile
 
 import harness
 from harness import ETC, TARGET, Answer, run, snapshot, wait_for
@@ -33,7 +34,7 @@ CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).en
 
 
 @contextlib.contextmanager
-def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None):
+def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None, method=None):
     """The answer to a request over TLS, not yet read."""
     head = dict(headers or {})
     if user is not None:
@@ -45,7 +46,7 @@ def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, hea
     connection = http.client.HTTPSConnection("127.0.0.1", TLS_PORT, timeout=harness.PATIENCE,
                                              context=context)
     with contextlib.closing(connection):
-        connection.request("GET" if body is None else "POST", path, body, head)
+        connection.request(method or ("GET" if body is None else "POST"), path, body, head)
         yield connection.getresponse()
 
 
@@ -73,6 +74,12 @@ def make_certificate():
     os.chmod(ETC + "/tls/key.pem", 0o600)
 
 
+def reserve_port():
+    """The package's own server leaves the port to the others."""
+    os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+    harness.control("web", "restart")
+
+
 def start(name):
     """Starts a server with TLS."""
     environment = {**os.environ, "MAILVANE_WEB_TLS_PORT": str(TLS_PORT)}
@@ -94,13 +101,94 @@ def server(name):
         wait_for(lambda: not os.path.exists("/proc/%d" % pid), "the end of " + name)
 
 
+def setup(*words, typed=""):
+    subprocess.run([TARGET + "/bin/mailvane-setup", *words], input=typed, text=True, check=True,
+                   stdout=subprocess.DEVNULL, timeout=harness.PATIENCE)
+
+
+def status_with(certificate, *more):
+    """What a request is answered that brings a certificate; 0 when the connection is not taken."""
+    text = subprocess.run(
+        ["curl", "-s", "--cacert", ETC + "/tls/cert.pem", "--cert", certificate, *more, "-o", "/dev/null", "-w",
+         "%{http_code}", "https://" + OWN_HOST + "/mailvane.cgi?action=load_smtp"],
+        check=False, stdout=subprocess.PIPE, text=True, timeout=harness.PATIENCE).stdout
+    return int(text)
+
+
+class Certificates(harness.Story):
+    """A certificate signs in whom it names, and nobody else's does."""
+
+    PASSWORD = "the password of the file"
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        make_certificate()
+        reserve_port()
+
+    def setUp(self):
+        super().setUp()
+        self.folder = self.enterContext(tempfile.TemporaryDirectory())
+        self.addCleanup(harness.control, "web", "restart")
+        self.addCleanup(setup, "certificate", "--forget", "admin")
+        self.admin = self.made("admin")
+
+    def made(self, name):
+        """Certificate and key of a new file, as curl takes them."""
+        packed = "%s/%s.p12" % (self.folder, name)
+        setup("certificate", name, packed, typed=self.PASSWORD + "\n")
+        run("openssl", "pkcs12", "-in", packed, "-passin", "pass:" + self.PASSWORD, "-nodes", "-out", packed + ".pem")
+        return packed + ".pem"
+
+    def forged(self, issuer=None):
+        """A certificate that calls itself the administrator's, signed by itself or by another one."""
+        key, made = self.folder + "/forged.key", self.folder + "/forged.pem"
+        request = ("openssl", "req", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=admin", "-keyout", key)
+        if issuer:
+            run(*request, "-out", made + ".request")
+            run("openssl", "x509", "-req", "-in", made + ".request", "-CA", issuer, "-CAkey", issuer, "-out", made)
+        else:
+            run(*request, "-x509", "-out", made)
+        with open(made, "a", encoding="ascii") as file, open(key, encoding="ascii") as secret:
+            file.write(secret.read())
+        return made
+
+    def test_signs_in_on_each_server(self):
+        self.assertEqual(os.stat(self.folder + "/admin.p12").st_mode & 0o777, 0o600)
+        run("gpasswd", "--add", "bob", "administrators")
+        self.addCleanup(setup, "certificate", "--forget", "bob")
+        bob = self.made("bob")
+        run("gpasswd", "--delete", "bob", "administrators")
+        for name in SERVERS:
+            with server(name), self.subTest(server=name):
+                self.assertEqual(status_with(self.admin), 200)
+                self.assertEqual(status_with(self.admin, "-u", "alice:pw-alice"), 200)
+                self.assertEqual(status_with(bob), 403)
+                self.assertEqual(status_with(bob, "-u", "admin:wrong"), 403)
+                self.assertIn(status_with(self.forged()), (0, 400, 401))
+                self.assertIn(status_with(self.forged(bob)), (0, 400, 401))
+                self.assertEqual((request().status, request(user=None).status), (200, 401))
+
+    def test_that_is_forgotten_signs_in_nobody(self):
+        old = self.folder + "/old.pem"
+        os.rename(self.admin, old)
+        os.unlink(self.folder + "/admin.p12")
+        self.made("admin")  # takes the place of the old one
+        for name in SERVERS:
+            with server(name), self.subTest(server=name):
+                self.assertIn(status_with(old), (0, 400, 401))
+        setup("certificate", "--forget", "admin")
+        for name in SERVERS:
+            with server(name), self.subTest(server=name):
+                self.assertEqual((status_with(old), request().status), (401, 200))
+
+
 class WebServers(harness.Story):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
         make_certificate()
-        # The package's own server leaves the port to the others.
-        os.environ["MAILVANE_WEB_TLS_PORT"] = ""
+        reserve_port()
 
     def test_a_certificate_opens_the_port_for_the_network(self):
         del os.environ["MAILVANE_WEB_TLS_PORT"]

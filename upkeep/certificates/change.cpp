@@ -77,20 +77,31 @@ Reason CannotStage()
     return host::SystemReason(kAbout, "the certificate cannot be staged");
 }
 
-/// Copies the other files of the present folder, which are the administrator's.
+/// Copies a file with its mode, or a link as it is.
+bool Copy(const fs::path& from, const std::string& to)
+{
+    struct stat info {};
+    std::error_code error;
+    std::string bytes;
+    if (lstat(from.c_str(), &info) < 0) return false;
+    if (S_ISLNK(info.st_mode)) {
+        fs::copy_symlink(from, to, error);
+        return !error;
+    }
+    return S_ISREG(info.st_mode) && host::ReadFile(from, bytes) &&
+           host::ReplaceFile(to, bytes, info.st_mode & 07777U);
+}
+
+/// Copies the other files of the present folder: those of certificates that sign in, and the
+/// administrator's.
 bool CopyOthers(const std::string& folder)
 {
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(PackagePath("etc/tls"), error)) {
         const fs::path name = entry.path().filename();
-        if (name == kCertificate || name == kKey || !entry.is_regular_file()) continue;
-        struct stat info {};
-        std::string bytes;
-        if (lstat(entry.path().c_str(), &info) < 0 || !S_ISREG(info.st_mode) ||
-            !host::ReadFile(entry.path(), bytes) ||
-            !host::ReplaceFile(folder + "/" + name.string(), bytes, info.st_mode & 07777U)) {
-            return false;
-        }
+        if (name == kCertificate || name == kKey || fs::is_directory(entry.symlink_status()))
+            continue;
+        if (!Copy(entry.path(), folder + "/" + name.string())) return false;
     }
     return true;
 }

@@ -3,11 +3,12 @@
 import { reasonsFrom } from "./answers.js";
 import { Failure } from "./failure.js";
 import { Store } from "./store.js";
-import { send } from "./transport.js";
+import { BY_BROWSER, send } from "./transport.js";
 
 const PROBE = "get_account_type";  // it never fails
 
-/** out: nobody; in: somebody; locked: somebody whose page waits for the password again.
+/** out: nobody; in: somebody; locked: somebody whose page waits for the password again. Whom a
+ *  certificate signs in has no name here.
  *  @typedef {{state: "out" | "in" | "locked", user: string, why: string}} Session */
 
 /** @type {Store<Session>} */
@@ -31,8 +32,14 @@ export const isSafeToSignIn = () => window.isSecureContext;
 
 /** Signs in; Failure when name or password are wrong, or the login is no administrator.
  *  @param {string} user @param {string} password */
-export async function signIn(user, password) {
-    const header = basic(user, password);
+export const signIn = (user, password) => enter(user, basic(user, password));
+
+/** Signs in by the certificate that the browser has for this server. Without one, it asks for a password
+ *  in a dialog of its own. */
+export const signInByBrowser = () => enter("", BY_BROWSER);
+
+/** @param {string} user @param {string} header */
+async function enter(user, header) {
     const answer = await send(PROBE, { login: header });
     if (answer.status === 401) throw new Failure("turned_away", { word: "unauthorized", status: 401 });
     if (!answer.ok) {

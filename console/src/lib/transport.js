@@ -5,6 +5,9 @@ import { Failure } from "./failure.js";
 /** @type {Record<string, number>} */
 const PATIENCE = { read: 60_000, write: 300_000, upload: 600_000 };  // in ms
 
+/** In the place of a header: the browser signs in by itself, with a certificate. */
+export const BY_BROWSER = "by browser";
+
 /** @typedef {{members?: Record<string, any>, login?: string, signal?: AbortSignal}} Request */
 
 /** @param {string} action */
@@ -19,8 +22,8 @@ export function described(action) {
 export async function send(action, { members = {}, login, signal }) {
     const about = described(action);
     /** @type {RequestInit & {headers: Record<string, string>}} */
-    const options = { credentials: "omit", cache: "no-store", headers: {} };
-    if (login) options.headers.Authorization = login;
+    const options = { credentials: login === BY_BROWSER ? "same-origin" : "omit", cache: "no-store", headers: {} };
+    if (login && login !== BY_BROWSER) options.headers.Authorization = login;
     if (about.proof) options.headers["X-Mailvane"] = "1";
     let address = about.program;
     if (about.kind === "write") {

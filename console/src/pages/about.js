@@ -18,7 +18,7 @@ export function About() {
                 <dl class="facts">
                     <dt>${t("about/version")}</dt><dd>${site.version}</dd>
                     <dt>${t("about/server")}</dt><dd>${location.host}</dd>
-                    <dt>${t("shell/signed_in_as")}</dt><dd>${user}</dd>
+                    <dt>${t("shell/signed_in_as")}</dt><dd>${user || t("sign_in/owner")}</dd>
                     <dt>${t("settings/titles/account_type")}</dt>
                     <dd><${Shown} loaded=${source} lines=${1}>${(/** @type {any} */ { accountType }) =>
                         t(`settings/choices/account_type.${accountType}`)}<//></dd>

@@ -28,7 +28,7 @@ export function Navigation() {
                 </nav>
                 <div class="account">
                     <${Preferences} />
-                    <p class="who">${t("shell/signed_in_as")} <b>${user}</b></p>
+                    <p class="who">${t("shell/signed_in_as")} <b>${user || t("sign_in/owner")}</b></p>
                     <button type="button" onClick=${leave}>${t("shell/sign_out")}</button>
                 </div>
             </div>

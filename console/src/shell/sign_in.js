@@ -1,7 +1,7 @@
 // The form to sign in: as a page of its own, and over a page whose login has ended.
 import { Dialog } from "../parts/dialog.js";
 import { sentence } from "../lib/failure.js";
-import { isSafeToSignIn, session, signIn, signOut } from "../lib/session.js";
+import { isSafeToSignIn, session, signIn, signInByBrowser, signOut } from "../lib/session.js";
 import { useStore } from "../lib/store.js";
 import { t } from "../lib/texts.js";
 import { html, useEffect, useRef, useState } from "../lib/ui.js";
@@ -9,41 +9,49 @@ import { LanguageChoice, ThemeChoice } from "./preferences.js";
 
 /** @param {{user: string, fixed?: boolean}} props fixed: the name cannot be changed */
 function SignInForm({ user, fixed = false }) {
-    const [failure, setFailure] = useState(/** @type {unknown} */ (null));
+    const [failure, setFailure] = useState("");
     const [busy, setBusy] = useState(false);
     const form = useRef(/** @type {HTMLFormElement | null} */ (null));
     const field = (/** @type {string} */ name) =>
         /** @type {HTMLInputElement} */ (form.current?.elements.namedItem(name));
     useEffect(() => field(user ? "password" : "user").focus(), []);
 
-    /** @param {Event} event */
-    async function submit(event) {
-        event.preventDefault();
+    /** @param {() => Promise<void>} enter @param {string} wrong what is said when nobody is known by it */
+    async function attempt(enter, wrong) {
         setBusy(true);
         try {
-            await signIn(field("user").value, field("password").value);
+            await enter();
         } catch (fault) {
-            setFailure(fault);
+            setFailure(said(fault, wrong));
             setBusy(false);
-            field("password").select();
+            field("password")?.select();
         }
+    }
+
+    /** @param {Event} event */
+    function submit(event) {
+        event.preventDefault();
+        attempt(() => signIn(field("user").value, field("password").value), "sign_in/wrong");
     }
 
     return html`
         <form ref=${form} class="sign-in-form" onSubmit=${submit}>
             <label for="user">${t("sign_in/user")}</label>
             <input id="user" name="user" autocomplete="username" autocapitalize="none" required
-                spellcheck=${false} defaultValue=${user} readonly=${fixed} />
+                spellcheck=${false} defaultValue=${user} readonly=${fixed && user !== ""} />
             <label for="password">${t("sign_in/password")}</label>
             <input id="password" name="password" type="password" autocomplete="current-password"
                 required aria-describedby="sign-in-failure" />
-            <p id="sign-in-failure" class="error" role="alert">${failure ? said(failure) : ""}</p>
+            <p id="sign-in-failure" class="error" role="alert">${failure}</p>
             <button class="main" aria-disabled=${busy}>${t("sign_in/sign_in")}</button>
+            ${location.protocol === "https:" && html`
+                <button type="button" class="link" aria-disabled=${busy}
+                    onClick=${() => attempt(signInByBrowser, "sign_in/no_certificate")}>${t("sign_in/certificate")}</button>`}
         </form>`;
 }
 
-/** @param {any} failure */
-const said = (failure) => (failure.word === "unauthorized" ? t("sign_in/wrong") : sentence(failure));
+/** @param {any} failure @param {string} wrong */
+const said = (failure, wrong) => (failure.word === "unauthorized" ? t(wrong) : sentence(failure));
 
 export function SignInPage() {
     const { why } = useStore(session);

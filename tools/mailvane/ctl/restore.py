@@ -24,7 +24,7 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, archive, stored_files, upkeep
 from mailvane.ctl.archive import State
 from mailvane.ctl.session import Session
-from mailvane.ctl.web_server import WebServer
+from mailvane.common.web_server import WebServer
 
 OPTIONS = {"--with-local", "--require-signature"}
 

@@ -21,7 +21,7 @@ if TYPE_CHECKING:
     from typing import IO
 
 DONE, FAILED, USAGE, UNSEEN, ASKED = 0, 1, 2, 3, 4
-COMMANDS = ("admin", "adopt", "remove", "status", "listeners")
+COMMANDS = ("admin", "certificate", "adopt", "remove", "status", "listeners")
 LOOKING = ("status", "listeners")  # they change nothing
 LOCK = "/run/mailvane-setup.lock"
 STATUSES = """\
