@@ -80,6 +80,18 @@ TEST_F(Security, LoadAnswersBothServicesAndNeverThePassword)
     ExpectLoad(R"({"success": true, "support_anti_virus": true, "anti_virus_status": "error"})");
 }
 
+TEST_F(Security, NothingIsSavedWithoutTheFirstKeyPair)
+{
+    const std::string no = "Failed to ", made = no + "CreateDKIMKeyPair";
+    const std::string read = no + "GetDKIMPublicKey", signing = R"({"enable_dkim": true})";
+    const std::string page = "save_security", answer = SystemError();
+    ExpectFailures({
+        {page, kMakePrivate, {no + "GenerateRSAPrivateKey", made}, answer, signing},
+        {page, kMakePublic, {no + "GenerateRSAPublicKey", made}, answer, signing},
+        {page, kReadPublic, {no + "ReadRSAPublicKey", read}, answer, signing},
+    });
+}
+
 TEST_F(Security, AFailingSaveTellsTheKeyPairThatItHasMade)
 {
     const std::string failed = Answer(R"({"success": false, "dkim_public_key": "QUJD",
