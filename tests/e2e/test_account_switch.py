@@ -135,8 +135,32 @@ class Data(Switching):
         self.assert_saved(acc_domain_name=DOMAIN)
         self.assertEqual(self.state(), self.first)
 
+    def test_a_domain_is_the_same_in_capitals(self):
+        self.assert_saved(acc_domain_name=DOMAIN.upper())
+        self.assertEqual(self.state(), self.first)
+        self.assert_saved(acc_domain_name=DOMAIN)
+        self.assertEqual(self.state(), self.first)
+
     def test_a_page_without_the_accounts(self):
         page = load()
         self.change("save_smtp", **{name: page[name] for name in PAGE
                                     if name not in ("account_type", "acc_domain_name")})
         self.assertEqual(self.state(), self.first)
+
+    def test_killed_at_any_step(self):
+        steps = [("/bin/mv", 0), (SETTINGS_TOOL, 0), ("/bin/mv", 1), ("mailscanner", 0),
+                 ("dovecot", 0), ("postfix", 0)]
+        afterwards = [
+            lambda: self.change("save_imap_pop3", max_user_connections=21), load,
+            lambda: run(SETTINGS_TOOL, "recover")]
+        for number, (step, after) in enumerate(steps):
+            with self.subTest(step=step, after=after):
+                with failing(step, "kill -9 $PPID; exit 1", after):
+                    killed = harness.start_save(acc_domain_name=OTHER + str(number))
+                    self.assertEqual(killed.wait(), -9)
+                afterwards[number % len(afterwards)]()
+                is_old = settings()["acc_domain_name"] == DOMAIN
+                self.assertEqual(self.state(), self.first if is_old else ([[], []], "", ""))
+                self.assert_saved(acc_domain_name=DOMAIN)
+                self.assertEqual(self.state(), self.first)
+                self.assertFalse(os.path.exists(PENDING))

@@ -67,6 +67,17 @@ class Killed(harness.Story):
         self.assertFalse(os.path.exists(PENDING))
         return stored
 
+    def test_the_save_of_another_page_finishes_what_was_left(self):
+        process = harness.start_save(smtp_hostname="killed.example.test")
+        harness.wait_for(lambda: os.path.exists(PENDING), "the mark")
+        self.kill(process, with_children=True)
+        self.change("save_imap_pop3", max_user_connections=21)
+        self.assertFalse(os.path.exists(PENDING))
+        self.assertTrue(banner().startswith("220 %s " % settings()["smtp_hostname"]))
+        kept = [name for name in os.listdir(ETC + "/generated") if name.startswith("gen-")]
+        self.assertIn(os.readlink(ETC + "/generated/current"), kept)
+        self.assertLessEqual(len(kept), 5)
+
 
 class Parallel(harness.Story):
     def test_saves_and_loads_at_once(self):
