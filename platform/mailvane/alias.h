@@ -10,7 +10,7 @@ struct MemberInfo {
     int type = 0;      ///< 0 user, 1 group, 2 alias, 3 outside address
 };
 
-/// A copy of the alias table in memory, from `load` to `save`.
+/// The alias table as `load` finds it, with the changes that `save` stores.
 class Alias {
 public:
     Alias();

@@ -2,6 +2,9 @@
 #include "platform/mailvane/alias.h"
 
 #include <cerrno>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/error.h"
@@ -9,23 +12,26 @@
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/names/list_text.h"
 #include "host/libmailvane/save/list_change.h"
-#include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/stores/account_databases.h"
+#include "host/libmailvane/stores/alias_table.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "host/libmailvane/system/database.h"
 #include "platform/mailvane/postfix.h"
 
 struct Alias::State {
-    host::stores::AliasTable table;
-    bool loaded = false;
+    std::optional<host::stores::AliasTable> table;  ///< once it is loaded
     bool refused = false;  ///< a change was refused; the store is not written then
 
     /// Whether the table was loaded and no change refused.
-    bool ok() const { return loaded && !refused; }
+    bool ok() const { return table && !refused; }
 
     /// The result of a change: 0, or negative after logging the refusal and marking the object.
-    int Answer(host::Result<void> change)
+    template <typename Change>
+    int Answer(Change change)
     {
-        if (host::Succeeded(std::move(change).Prefixed("aliases: refused "))) return 0;
+        if (!ok()) return host::Fail(EINVAL);
+        host::Result<void> done = host::system::Attempt("aliases", change);
+        if (host::Succeeded(std::move(done).Prefixed("aliases: refused "))) return 0;
 
         refused = true;
         return host::Fail(EINVAL);
@@ -34,14 +40,20 @@ struct Alias::State {
     /// Adds the aliases of an import file to the table.
     host::Result<void> Import(const std::string& path)
     {
-        auto aliases = host::stores::ReadAliasText(path, table);
-        if (!aliases) {
+        host::Result<int> count = host::stores::ImportAliasText(path, *table);
+        if (!count) {
             host::NoteFailure("aliases: lines are refused");
-            return std::move(aliases).reason().Causing(path, "a list to import");
+            return std::move(count).reason().Causing(path, "a list to import");
         }
-        host::NoteChange("aliases (" + std::to_string(aliases->size()) + " imported)");
-        table.Replace(*std::move(aliases));
+        host::NoteChange("aliases (" + std::to_string(*count) + " imported)");
         return {};
+    }
+
+    /// Empties the object, as after its making.
+    void Forget()
+    {
+        table.reset();
+        refused = false;
     }
 };
 
@@ -54,65 +66,71 @@ Alias::~Alias()
 
 int Alias::load()
 {
-    *state_ = State();
+    state_->Forget();
     // Heals the account databases after an interrupted switch of the account combination.
     Postfix settings;
     if (settings.LoadSettings() < 0) return -1;
 
-    auto entries = host::stores::ReadAliases().About(host::Subject::List(host::render::kAliasList));
-    if (!host::Succeeded(entries)) return -1;
-
-    state_->table = host::stores::AliasTable(*std::move(entries));
-    state_->loaded = true;
-    return 0;
+    auto stored = host::stores::ReadAccountDatabase(host::stores::AccountDatabase::kAlias)
+                      .Prefixed("aliases: ")
+                      .About(host::Subject::List(host::render::kAliasList));
+    if (!host::Succeeded(stored)) return -1;
+    const auto readThrough = [&] {
+        state_->table.emplace(*std::move(stored));
+        state_->table->ReadThrough();
+    };
+    const host::Result<void> read = host::system::Attempt("aliases", readThrough)
+                                        .About(host::Subject::List(host::render::kAliasList));
+    if (host::Succeeded(read)) return 0;
+    state_->Forget();
+    return -1;
 }
 
 int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
-    const host::Result<void> done = host::save::StoreAndApply(
-        host::render::kAliasList, "aliases", [this](SQLite::Database& store) {
-            host::stores::ChangeAliases(store, state_->table.Pending());
-            // The maps are made from the store: a long table is not to be in memory twice.
-            *state_ = State();
-            return host::Result<void>();
-        });
-    *state_ = State();
+    host::stores::AliasTable& table = *state_->table;
+    const host::Result<void> done =
+        host::save::ApplyAndStore(host::render::kAliasList, "aliases", table.database(),
+                                  [&table](SQLite::Database& store) -> host::Result<void> {
+                                      table.draft().StoreInto(store);
+                                      return {};
+                                  });
+    state_->Forget();
     if (!done) host::NoteFailure(done.reason().text);
     return host::Status(done);
 }
 
 std::list<std::string> Alias::getAliasNameList()
 {
-    std::list<std::string> names;
-    for (const host::stores::AliasEntry& entry : state_->table.entries())
-        names.push_back(entry.name);
-    return names;
+    return state_->table ? state_->table->Names() : std::list<std::string>();
 }
 
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 {
-    const host::stores::AliasEntry* entry = state_->table.Find(alias);
-    if (entry == nullptr) {
+    if (!state_->table) return host::Fail(ENOENT);
+    const auto entry = state_->table->Find(alias);
+    if (!entry) {
         host::NoteReason({host::ReasonCode::kMissing, host::Subject::Setting("aliasname"), ""});
         return host::Fail(ENOENT);
     }
 
-    members.assign(entry->members.begin(), entry->members.end());
+    const std::vector<MemberInfo> found = state_->table->Members(*entry);
+    members.assign(found.begin(), found.end());
     return 0;
 }
 
 int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
-    return state_->ok() ? state_->Answer(state_->table.Add(alias, members)) : host::Fail(EINVAL);
+    return state_->Answer([&] { return state_->table->Add(alias, members); });
 }
 
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
     // Deliberate: removing members of an alias that does not exist is not logged.
-    const host::Result<void> removed = state_->table.Remove(alias, members);
+    const host::Result<void> removed = state_->table->Remove(alias, members);
     if (removed) return 0;
     host::NoteReason(removed.reason());
     return host::Fail(ENOENT);
@@ -120,24 +138,21 @@ int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& memb
 
 int Alias::changeAliasName(const std::string& from, const std::string& to)
 {
-    return state_->ok() ? state_->Answer(state_->table.Rename(from, to)) : host::Fail(EINVAL);
+    return state_->Answer([&] { return state_->table->Rename(from, to); });
 }
 
 int Alias::delAlias(const std::list<std::string>& names)
 {
-    if (!state_->ok()) return host::Fail(EINVAL);
-    state_->table.Delete(names);
-    return 0;
+    return state_->Answer([&] { state_->table->Delete(names); });
 }
 
 int Alias::ExportAlias(const std::string& path)
 {
-    if (!state_->loaded) return host::Fail(EINVAL);
-    return host::Status(host::names::WriteExport(path, host::stores::AliasText(state_->table)));
+    if (!state_->table) return host::Fail(EINVAL);
+    return host::Status(host::names::WriteExport(path, host::stores::AliasText(*state_->table)));
 }
 
 int Alias::ImportAlias(const std::string& path)
 {
-    if (!state_->ok()) return host::Fail(EINVAL);
-    return state_->Answer(state_->Import(path));
+    return state_->Answer([&] { return state_->Import(path); });
 }

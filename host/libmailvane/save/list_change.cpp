@@ -251,6 +251,25 @@ Result<void> StoreAndApply(const render::List& list, const char* what, const Lis
     });
 }
 
+Result<void> ApplyAndStore(const render::List& list, const char* what, SQLite::Database& draft,
+                           const ListChange& change)
+{
+    const auto none = [](SQLite::Database&) { return Result<void>(); };
+    return Within(list, what, none, [&](SQLite::Database& store, const Store& commit) {
+        const auto settings = settings::StoredSettings::Read();
+        if (!settings) return Result<void>(settings.reason());
+        Result<Files> files = FilesOf(list, {*settings, draft, {}});
+        if (!files) return Result<void>(std::move(files).reason());
+
+        const auto storeAll = [&]() -> Result<void> {
+            store.exec("PRAGMA main.cache_size = -16384");  // KiB; others wait for what is longer
+            Result<void> stored = change(store);
+            return stored ? commit() : stored;
+        };
+        return Apply({WordsOf({&list}), *std::move(files), nullptr, storeAll});
+    });
+}
+
 Result<void> StoreAndApplyTypes(const std::vector<std::string>& types)
 {
     const auto storeAndApply = [&types]() -> Result<void> {

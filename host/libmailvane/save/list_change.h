@@ -35,6 +35,11 @@ using SettingsChange = std::function<void(settings::StoredSettings&)>;
 Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change,
                            const SettingsChange& settingsChange = nullptr);
 
+/// The same for a change that is not in the database yet: `draft` holds the list as it is to be,
+/// and `change` stores it, last.
+Result<void> ApplyAndStore(const render::List& list, const char* what, SQLite::Database& draft,
+                           const ListChange& change);
+
 /// Puts the types of attachments that are refused in force and stores them, both or neither.
 Result<void> StoreAndApplyTypes(const std::vector<std::string>& types);
 

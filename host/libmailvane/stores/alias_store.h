@@ -3,8 +3,14 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "host/libhaldcore/result.h"
-#include "host/libmailvane/stores/alias_table.h"
+#include "platform/mailvane/alias.h"
 
 namespace host::stores {
 
@@ -14,13 +20,36 @@ constexpr char kAliasTables[] =
     "CREATE TABLE member (alias INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL,"
     " type INTEGER NOT NULL, PRIMARY KEY (alias, position)) WITHOUT ROWID";
 
-/// All aliases of an open database, in order. Throws SQLite::Exception, as does the change below.
-AliasEntries AliasesIn(SQLite::Database& database);
+/// An alias without its members, of which there may be many.
+struct AliasEntry {
+    std::int64_t id = 0;  ///< row id in the database, greater than 0
+    std::string name;
+};
 
-/// All aliases of etc/alias.db. Fails as `ReadAccountDatabase`.
-Result<AliasEntries> ReadAliases();
+/// Calls `take` for each alias of an open database, in order, until it fails. Throws
+/// SQLite::Exception, as does the class below.
+Result<void> EachAlias(SQLite::Database& database,
+                       const std::function<Result<void>(const AliasEntry&)>& take);
 
-/// Stores a change, in the caller's transaction.
-void ChangeAliases(SQLite::Database& database, const AliasChange& change);
+/// Looks up aliases of an open database, which must outlive the object. What a draft changes in it
+/// is seen.
+class AliasFinder {
+public:
+    explicit AliasFinder(SQLite::Database& database);
+
+    /// The alias of this name, in any case.
+    std::optional<AliasEntry> Find(const std::string& name);
+
+    /// The first member of an alias that stands at a position or after it; the position becomes
+    /// the one behind it.
+    std::optional<MemberInfo> NextMember(std::int64_t alias, std::int64_t& position);
+
+    /// All members of an alias, in order.
+    std::vector<MemberInfo> Members(std::int64_t alias);
+
+private:
+    SQLite::Statement alias_;
+    SQLite::Statement member_;
+};
 
 }  // namespace host::stores

@@ -22,9 +22,7 @@ protected:
     std::string Imported(AliasTable& table, const std::string& text) const
     {
         Write(File(), text);
-        const auto aliases = host::stores::ReadAliasText(File(), table);
-        if (!aliases) return "refused";
-        table.Replace(*aliases);
+        if (!ImportAliasText(File(), table)) return "refused";
         return host::stores::AliasText(table);
     }
 
@@ -34,7 +32,7 @@ protected:
         AliasTable table;
         EXPECT_EQ(Imported(table, text), text);
         host::render::AliasExpansion expansion(
-            table, {"mv.test", "Two.test"},
+            table.database(), {"mv.test", "Two.test"},
             [](const std::string& group) -> host::Result<std::vector<std::string>> {
                 if (group == "down")
                     return host::Reason{host::ReasonCode::kDaemonIsDown, group, ""};
@@ -92,7 +90,8 @@ TEST_F(Aliases, SurviveExportAndImportExactly)
     ASSERT_EQ(Imported(table, text), text);
     EXPECT_EQ(Imported(table, text), text) << "once more, over itself";
     std::string types;
-    for (const auto& member : table.Find("team")->members) types += std::to_string(member.type);
+    for (const auto& member : table.Members(*table.Find("team")))
+        types += std::to_string(member.type);
     EXPECT_EQ(types, "001203");
     EXPECT_NE(Imported(table, "empty: bob").find("\nempty: bob\nlong: "), std::string::npos)
         << "the others stay";
@@ -116,7 +115,7 @@ TEST_F(Aliases, AreReadFromFilesAsTheyAreFound)
     for (const auto& [text, want] : rows) {
         AliasTable table;
         EXPECT_EQ(Imported(table, text), want) << text;
-        EXPECT_EQ(table.entries().empty(), std::string(want) == "refused");
+        EXPECT_EQ(table.Names().empty(), std::string(want) == "refused");
     }
 }
 
@@ -168,33 +167,38 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     const host::ScopedLock lock;
     ASSERT_TRUE(host::stores::SwitchDatabases({"local", ""}));
     auto store = host::stores::ChangeAccountDatabase(host::stores::AccountDatabase::kAlias);
-    const auto change = [&store](const host::stores::AliasChange& wanted) {
+    const auto stored = [] {
+        return *host::stores::ReadAccountDatabase(host::stores::AccountDatabase::kAlias);
+    };
+    const auto change = [&](AliasTable& table) {
         SQLite::Transaction transaction(*store);
-        host::stores::ChangeAliases(*store, wanted);
+        table.draft().StoreInto(*store);
         transaction.commit();
+        AliasTable again(stored());
+        return host::stores::AliasText(again);
     };
 
-    AliasTable table(*host::stores::ReadAliases());
+    AliasTable table(stored());
     const std::string first = "a: bob, x@y.example\nb: a, %staff\nc:\n";
     ASSERT_EQ(Imported(table, first), first);
-    change(table.Pending());
-    AliasTable again(*host::stores::ReadAliases());
-    EXPECT_EQ(host::stores::AliasText(again), first);
+    EXPECT_EQ(change(table), first);
 
     // Names change places, which a store of one row after the other could not take.
+    AliasTable again(stored());
     EXPECT_TRUE(again.Rename("a", "t"));
     EXPECT_TRUE(again.Rename("c", "A"));
     EXPECT_TRUE(again.Rename("t", "c"));
     EXPECT_TRUE(again.Add("d", {{"dora", 0}}));
-    change(again.Pending());
     const std::string second = "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n";
-    EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
+    EXPECT_EQ(change(again), second);
 
-    host::stores::AliasChange clash;
-    const host::stores::AliasEntry clashing[] = {{90, "new", {}}, {91, "B", {}}};
-    clash.added = {&clashing[0], &clashing[1]};
+    AliasTable clash(stored());
+    EXPECT_TRUE(clash.Add("new", {}));
+    store->exec("INSERT INTO alias (name) VALUES ('New')");
     EXPECT_THROW(change(clash), std::exception);
-    EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
+    store->exec("DELETE FROM alias WHERE name = 'new'");
+    AliasTable unchanged(stored());
+    EXPECT_EQ(host::stores::AliasText(unchanged), second);
 }
 
 }  // namespace
