@@ -24,7 +24,7 @@ public:
     /// refused change, or after a failed `load`, with the stored table unchanged.
     int save();
 
-    /// The names in the order of the table.
+    /// The names in the order of the table. A table that cannot be read any more throws.
     std::list<std::string> getAliasNameList();
     /// Sets `members` to those of an alias; negative when there is no such alias.
     int loadMember(const std::string& alias, std::list<MemberInfo>& members);

@@ -19,22 +19,43 @@
 #include "platform/mailvane/postfix.h"
 
 struct Alias::State {
-    std::optional<host::stores::AliasTable> table;  ///< once it is loaded
+    std::optional<host::stores::AliasTable> table;     ///< once it is loaded
+    std::optional<host::stores::AliasSnapshot> shown;  ///< what pages have listed, until a change
     bool refused = false;  ///< a change was refused; the store is not written then
 
     /// Whether the table was loaded and no change refused.
     bool ok() const { return table && !refused; }
 
     /// The result of a change: 0, or negative after logging the refusal and marking the object.
-    template <typename Change>
-    int Answer(Change change)
+    int Take(host::Result<void> changed)
     {
-        if (!ok()) return host::Fail(EINVAL);
-        host::Result<void> done = host::system::Attempt("aliases", change);
-        if (host::Succeeded(std::move(done).Prefixed("aliases: refused "))) return 0;
+        shown.reset();
+        if (host::Succeeded(std::move(changed).Prefixed("aliases: refused "))) return 0;
 
         refused = true;
         return host::Fail(EINVAL);
+    }
+
+    template <typename Change>
+    int Answer(Change change)
+    {
+        return ok() ? Take(host::system::Attempt("aliases", change)) : host::Fail(EINVAL);
+    }
+
+    /// Sets `members` to those of an alias; false when there is no such alias.
+    bool FindMembers(const std::string& alias, std::list<MemberInfo>& members)
+    {
+        if (shown) {
+            const auto found = shown->members.find(alias);
+            if (found == shown->members.end()) return false;
+            members = found->second;
+            return true;
+        }
+        const auto entry = table->Find(alias);
+        if (!entry) return false;
+        const std::vector<MemberInfo> found = table->Members(*entry);
+        members.assign(found.begin(), found.end());
+        return true;
     }
 
     /// Adds the aliases of an import file to the table.
@@ -52,6 +73,7 @@ struct Alias::State {
     /// Empties the object, as after its making.
     void Forget()
     {
+        shown.reset();
         table.reset();
         refused = false;
     }
@@ -104,21 +126,21 @@ int Alias::save()
 
 std::list<std::string> Alias::getAliasNameList()
 {
-    return state_->table ? state_->table->Names() : std::list<std::string>();
+    if (!state_->table) return {};
+    if (!state_->shown) state_->shown = state_->table->All();
+    return state_->shown->names;
 }
 
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
 {
     if (!state_->table) return host::Fail(ENOENT);
-    const auto entry = state_->table->Find(alias);
-    if (!entry) {
-        host::NoteReason({host::ReasonCode::kMissing, host::Subject::Setting("aliasname"), ""});
-        return host::Fail(ENOENT);
-    }
+    const auto find = [&]() -> host::Result<bool> { return state_->FindMembers(alias, members); };
+    const host::Result<bool> found = host::system::Attempt("aliases", find);
+    if (!host::Succeeded(found)) return host::Fail(EIO);
+    if (*found) return 0;
 
-    const std::vector<MemberInfo> found = state_->table->Members(*entry);
-    members.assign(found.begin(), found.end());
-    return 0;
+    host::NoteReason({host::ReasonCode::kMissing, host::Subject::Setting("aliasname"), ""});
+    return host::Fail(ENOENT);
 }
 
 int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& members)
@@ -129,9 +151,12 @@ int Alias::addMember(const std::string& alias, const std::list<MemberInfo>& memb
 int Alias::delMember(const std::string& alias, const std::list<MemberInfo>& members)
 {
     if (!state_->ok()) return host::Fail(EINVAL);
+    const auto remove = [&] { return state_->table->Remove(alias, members); };
+    host::Result<void> removed = host::system::Attempt("aliases", remove);
+    if (removed || removed.reason().code != host::ReasonCode::kMissing) {
+        return state_->Take(std::move(removed));
+    }
     // Deliberate: removing members of an alias that does not exist is not logged.
-    const host::Result<void> removed = state_->table->Remove(alias, members);
-    if (removed) return 0;
     host::NoteReason(removed.reason());
     return host::Fail(ENOENT);
 }
@@ -149,7 +174,10 @@ int Alias::delAlias(const std::list<std::string>& names)
 int Alias::ExportAlias(const std::string& path)
 {
     if (!state_->table) return host::Fail(EINVAL);
-    return host::Status(host::names::WriteExport(path, host::stores::AliasText(*state_->table)));
+    const auto write = [&] {
+        return host::names::WriteExport(path, host::stores::AliasText(*state_->table));
+    };
+    return host::Status(host::system::Attempt("aliases", write));
 }
 
 int Alias::ImportAlias(const std::string& path)

@@ -1,6 +1,7 @@
 // Expansion of aliases to their final recipients.
 #include "host/libmailvane/render/alias_expansion.h"
 
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace host::render {
 namespace {
 
 constexpr std::size_t kMostKeptOfGroups = 100000;
+constexpr std::size_t kBytesOfNames = std::size_t{4} << 20;
+constexpr std::size_t kBytesOfPages = std::size_t{8} << 20;
 
 /// The name of a user without its Windows domain: `anna` of `OFFICE\anna`.
 std::string LocalName(const std::string& user)
@@ -33,7 +36,8 @@ struct AliasExpansion::Walk {
     /// Makes a list of members the next to be visited, unless it has been visited.
     void Enter(List list)
     {
-        if (states.emplace(list, State::kOpen).second) path.push_back({list, 0});
+        if (states.emplace(list, State::kOpen).second)
+            path.push_back({list, stores::kBeforeMembers});
     }
 
     void Add(std::vector<std::string>& list, const std::string& recipient)
@@ -51,7 +55,11 @@ struct AliasExpansion::Walk {
 
 AliasExpansion::AliasExpansion(SQLite::Database& aliases, const std::vector<std::string>& domains,
                                Group group)
-    : aliases_(aliases), domains_{"localhost"}, group_(std::move(group))
+    : aliases_(aliases),
+      names_(kBytesOfNames),
+      pages_(kBytesOfPages),
+      domains_{"localhost"},
+      group_(std::move(group))
 {
     for (const std::string& domain : domains) domains_.insert(InLowerCase(domain));
 }
@@ -76,10 +84,16 @@ void AliasExpansion::ForgetGroups()
 
 AliasExpansion::List AliasExpansion::AliasList(const std::string& name)
 {
-    if (const auto alias = aliases_.Find(name)) return alias->id;
+    const std::string key = InLowerCase(name);
+    if (const List* known = names_.Find(key)) return *known;
 
-    const auto role = roles_.find(InLowerCase(name));
-    return role == roles_.end() ? 0 : role->second;
+    List list = 0;
+    if (const auto alias = aliases_.Find(name)) {
+        list = alias->id;
+    } else if (const auto role = roles_.find(key); role != roles_.end()) {
+        list = role->second;
+    }
+    return names_.Keep(key, list, key.size());
 }
 
 Result<AliasExpansion::List> AliasExpansion::GroupList(const std::string& name)
@@ -103,15 +117,31 @@ Result<AliasExpansion::List> AliasExpansion::GroupList(const std::string& name)
     return groups_[name] = Keep(std::move(members));
 }
 
-std::optional<MemberInfo> AliasExpansion::Next(List list, std::int64_t& position)
+const stores::MemberPage& AliasExpansion::Page(List list, std::int64_t position)
 {
-    if (list > 0) return aliases_.NextMember(list, position);
+    const stores::MemberPage* known = pages_.Find(list);
+    if (known != nullptr && known->after <= position && position < known->last) return *known;
 
-    const Members& members = kept_.at(list);
-    const auto index = static_cast<std::size_t>(position);
-    if (index >= members.size()) return std::nullopt;
-    ++position;
-    return members[index];
+    stores::MemberPage page = aliases_.MembersAfter(list, position);
+    std::size_t bytes = page.members.capacity() * sizeof(page.members[0]);
+    for (const auto& [_, member] : page.members) bytes += member.name.size();
+    return pages_.Keep(list, std::move(page), bytes);
+}
+
+const MemberInfo* AliasExpansion::Next(List list, std::int64_t& position)
+{
+    if (list < 0) {
+        const Members& members = kept_.at(list);
+        const auto next = static_cast<std::size_t>(++position);
+        return next < members.size() ? &members[next] : nullptr;
+    }
+    const auto& members = Page(list, position).members;
+    const auto next = std::upper_bound(
+        members.begin(), members.end(), position,
+        [](std::int64_t before, const auto& member) { return before < member.first; });
+    if (next == members.end()) return nullptr;
+    position = next->first;
+    return &next->second;
 }
 
 Result<Recipients> AliasExpansion::Expand(const stores::AliasEntry& alias)
@@ -125,7 +155,7 @@ Result<Recipients> AliasExpansion::Expand(const stores::AliasEntry& alias)
                           "the alias " + alias.name + " has too many recipients"};
         }
         Walk::Step& step = walk.path.back();
-        if (const auto member = Next(step.list, step.position)) {
+        if (const MemberInfo* member = Next(step.list, step.position)) {
             Result<void> done = Visit(walk, *member);
             if (!done) return std::move(done).reason();
         } else {

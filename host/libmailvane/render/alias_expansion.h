@@ -5,13 +5,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "host/libhaldcore/result.h"
+#include "host/libmailvane/render/looked_up.h"
 #include "host/libmailvane/stores/alias_store.h"
 
 namespace host::render {
@@ -38,7 +38,7 @@ public:
     AliasExpansion(SQLite::Database& aliases, const std::vector<std::string>& domains, Group group);
 
     /// Makes the role `name` (such as postmaster) reach `user`, unless there is an alias of that
-    /// name.
+    /// name. Before the first `Expand`.
     void AddRole(const std::string& name, const std::string& user);
 
     /// The recipients of an alias, without duplicates. Fails when there are too many, or when
@@ -55,13 +55,18 @@ private:
     Result<List> GroupList(const std::string& name);
     List Keep(Members members);
     void ForgetGroups();
-    std::optional<MemberInfo> Next(List list, std::int64_t& position);
+    /// The first member that stands after a position, which becomes its own; null when there is
+    /// none. It stays until the next call.
+    const MemberInfo* Next(List list, std::int64_t& position);
+    const stores::MemberPage& Page(List list, std::int64_t position);
     Result<void> Visit(Walk& walk, const MemberInfo& member);
     void VisitLocal(Walk& walk, const std::string& name);
     void VisitAddress(Walk& walk, const std::string& address);
 
     stores::AliasFinder aliases_;
-    std::set<std::string> domains_;  ///< in lower case
+    LookedUp<std::string, List> names_;         ///< by names in lower case
+    LookedUp<List, stores::MemberPage> pages_;  ///< of aliases, the last of each
+    std::set<std::string> domains_;             ///< in lower case
     Group group_;
     std::unordered_map<std::string, List> groups_;  ///< those looked up and not forgotten
     std::unordered_map<std::string, List> roles_;

@@ -58,6 +58,15 @@ int Run(SQLite::Database& database, const char* sql, const Values&... values)
     return statement.exec();
 }
 
+void Bind(SQLite::Statement& statement, int parameter, const SQLite::Column& value)
+{
+    if (value.isInteger()) {
+        statement.bind(parameter, value.getInt64());
+    } else {
+        statement.bind(parameter, value.getString());
+    }
+}
+
 /// Runs a statement for each row of a query, whose columns are its parameters.
 void RunForEach(SQLite::Database& from, const char* query, SQLite::Database& into, const char* sql)
 {
@@ -65,12 +74,7 @@ void RunForEach(SQLite::Database& from, const char* query, SQLite::Database& int
     SQLite::Statement statement(into, sql);
     while (rows.executeStep()) {
         for (int column = 0; column < rows.getColumnCount(); ++column) {
-            const SQLite::Column value = rows.getColumn(column);
-            if (value.isInteger()) {
-                statement.bind(column + 1, value.getInt64());
-            } else {
-                statement.bind(column + 1, value.getString());
-            }
+            Bind(statement, column + 1, rows.getColumn(column));
         }
         (void)statement.exec();
         statement.reset();

@@ -4,6 +4,11 @@
 #include <utility>
 
 namespace host::stores {
+namespace {
+
+constexpr std::int64_t kMostOfPage = 100;
+
+}  // namespace
 
 Result<void> EachAlias(SQLite::Database& database,
                        const std::function<Result<void>(const AliasEntry&)>& take)
@@ -19,9 +24,9 @@ Result<void> EachAlias(SQLite::Database& database,
 
 AliasFinder::AliasFinder(SQLite::Database& database)
     : alias_(database, "SELECT id, name FROM alias WHERE name = ? COLLATE NOCASE"),
-      member_(database,
-              "SELECT position, name, type FROM member WHERE alias = ? AND position >= ? "
-              "ORDER BY position LIMIT 1")
+      members_(database,
+               "SELECT position, name, type FROM member WHERE alias = ? AND position > ? "
+               "ORDER BY position LIMIT ?")
 {
 }
 
@@ -36,24 +41,30 @@ std::optional<AliasEntry> AliasFinder::Find(const std::string& name)
     return found;
 }
 
-std::optional<MemberInfo> AliasFinder::NextMember(std::int64_t alias, std::int64_t& position)
+MemberPage AliasFinder::MembersAfter(std::int64_t alias, std::int64_t position)
 {
-    std::optional<MemberInfo> found;
-    member_.bind(1, alias);
-    member_.bind(2, position);
-    if (member_.executeStep()) {
-        position = member_.getColumn(0).getInt64() + 1;
-        found = MemberInfo{member_.getColumn(1).getText(), member_.getColumn(2).getInt()};
+    MemberPage page{position, kNoMoreMembers, {}};
+    members_.bind(1, alias);
+    members_.bind(2, position);
+    members_.bind(3, kMostOfPage);
+    while (members_.executeStep()) {
+        page.members.push_back(
+            {members_.getColumn(0).getInt64(),
+             MemberInfo{members_.getColumn(1).getText(), members_.getColumn(2).getInt()}});
     }
-    member_.reset();
-    return found;
+    members_.reset();
+    if (page.members.size() == kMostOfPage) page.last = page.members.back().first;
+    return page;
 }
 
 std::vector<MemberInfo> AliasFinder::Members(std::int64_t alias)
 {
     std::vector<MemberInfo> members;
-    std::int64_t position = 0;
-    while (auto member = NextMember(alias, position)) members.push_back(*std::move(member));
+    for (std::int64_t position = kBeforeMembers; position != kNoMoreMembers;) {
+        MemberPage page = MembersAfter(alias, position);
+        for (auto& [_, member] : page.members) members.push_back(std::move(member));
+        position = page.last;
+    }
     return members;
 }
 

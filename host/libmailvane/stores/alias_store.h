@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/libhaldcore/result.h"
@@ -26,6 +28,15 @@ struct AliasEntry {
     std::string name;
 };
 
+/// Members of an alias that follow each other, with their positions.
+struct MemberPage {
+    std::int64_t after = 0;  ///< the first one is the next after this position
+    std::int64_t last = 0;   ///< position of the last one; `kNoMoreMembers` on the last page
+    std::vector<std::pair<std::int64_t, MemberInfo>> members;
+};
+constexpr std::int64_t kBeforeMembers = -1;
+constexpr std::int64_t kNoMoreMembers = std::numeric_limits<std::int64_t>::max();
+
 /// Calls `take` for each alias of an open database, in order, until it fails. Throws
 /// SQLite::Exception, as does the class below.
 Result<void> EachAlias(SQLite::Database& database,
@@ -40,16 +51,15 @@ public:
     /// The alias of this name, in any case.
     std::optional<AliasEntry> Find(const std::string& name);
 
-    /// The first member of an alias that stands at a position or after it; the position becomes
-    /// the one behind it.
-    std::optional<MemberInfo> NextMember(std::int64_t alias, std::int64_t& position);
+    /// The first members of an alias that stand after a position.
+    MemberPage MembersAfter(std::int64_t alias, std::int64_t position);
 
     /// All members of an alias, in order.
     std::vector<MemberInfo> Members(std::int64_t alias);
 
 private:
     SQLite::Statement alias_;
-    SQLite::Statement member_;
+    SQLite::Statement members_;
 };
 
 }  // namespace host::stores

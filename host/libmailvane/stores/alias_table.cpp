@@ -60,14 +60,22 @@ std::optional<AliasEntry> AliasTable::Find(const std::string& name)
     return found;
 }
 
-std::list<std::string> AliasTable::Names()
+AliasSnapshot AliasTable::All()
 {
-    std::list<std::string> names;
-    (void)EachAlias(database_, [&names](const AliasEntry& alias) -> Result<void> {
-        names.push_back(alias.name);
-        return {};
-    });
-    return names;
+    // One statement: whoever changes the aliases meanwhile is not seen.
+    SQLite::Statement rows(database_,
+                           "SELECT alias.name, member.name, member.type FROM alias"
+                           " LEFT JOIN member ON member.alias = alias.id"
+                           " ORDER BY alias.id, member.position");
+    AliasSnapshot all;
+    while (rows.executeStep()) {
+        const char* name = rows.getColumn(0).getText();
+        if (all.names.empty() || all.names.back() != name) all.names.emplace_back(name);
+        std::list<MemberInfo>& members = all.members[all.names.back()];
+        if (rows.getColumn(1).isNull()) continue;
+        members.push_back({rows.getColumn(1).getText(), rows.getColumn(2).getInt()});
+    }
+    return all;
 }
 
 Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owner)

@@ -6,6 +6,7 @@
 #include <list>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/libhaldcore/result.h"
@@ -14,6 +15,12 @@
 #include "platform/mailvane/alias.h"
 
 namespace host::stores {
+
+/// All aliases as they are at one moment, in memory.
+struct AliasSnapshot {
+    std::list<std::string> names;  ///< in order
+    std::unordered_map<std::string, std::list<MemberInfo>> members;
+};
 
 /// The aliases of a database, which is not written to: changes are a draft. Names that differ only
 /// in case are the same name: `Sales` cannot be added beside `sales`. A member that is an alias
@@ -35,8 +42,8 @@ public:
     std::optional<AliasEntry> Find(const std::string& name);
     std::optional<AliasEntry> FindAnyCase(const std::string& name) { return finder_.Find(name); }
 
-    std::list<std::string> Names();
     std::vector<MemberInfo> Members(const AliasEntry& alias) { return finder_.Members(alias.id); }
+    AliasSnapshot All();
 
     /// Adds those members that the alias lacks. A missing alias is added at the end of the table.
     /// After a refusal nothing has changed.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "host/libhaldcore/text.h"
@@ -17,10 +18,11 @@ constexpr char kGroupMark = '%';
 constexpr char kUserMark = '\\';
 constexpr int kBareName = -1;  // an alias or a user: known once the whole file is read
 
-std::string MemberText(AliasTable& table, const MemberInfo& member)
+std::string MemberText(const std::unordered_set<std::string>& aliases, const MemberInfo& member)
 {
     if (member.type == names::kGroupMember) return kGroupMark + member.name;
-    const bool ambiguous = member.type == names::kUserMember && table.FindAnyCase(member.name);
+    const bool ambiguous =
+        member.type == names::kUserMember && aliases.count(InLowerCase(member.name)) != 0;
     return ambiguous ? kUserMark + member.name : member.name;
 }
 
@@ -106,17 +108,19 @@ private:
 
 std::string AliasText(AliasTable& table)
 {
+    const AliasSnapshot all = table.All();
+    std::unordered_set<std::string> aliases;
+    for (const std::string& name : all.names) aliases.insert(InLowerCase(name));
     std::string text;
-    (void)EachAlias(table.database(), [&](const AliasEntry& alias) -> Result<void> {
-        text += alias.name + ":";
+    for (const std::string& name : all.names) {
+        text += name + ":";
         const char* separator = " ";
-        for (const MemberInfo& member : table.Members(alias)) {
-            text += separator + MemberText(table, member);
+        for (const MemberInfo& member : all.members.at(name)) {
+            text += separator + MemberText(aliases, member);
             separator = ", ";
         }
         text += "\n";
-        return {};
-    });
+    }
     return text;
 }
 

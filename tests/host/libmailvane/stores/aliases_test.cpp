@@ -115,7 +115,7 @@ TEST_F(Aliases, AreReadFromFilesAsTheyAreFound)
     for (const auto& [text, want] : rows) {
         AliasTable table;
         EXPECT_EQ(Imported(table, text), want) << text;
-        EXPECT_EQ(table.Names().empty(), std::string(want) == "refused");
+        EXPECT_EQ(table.All().names.empty(), std::string(want) == "refused");
     }
 }
 
@@ -159,6 +159,17 @@ TEST_F(Aliases, ReachEachRecipientOnceWithoutLoops)
         chain += "a" + std::to_string(i) + ": a" + std::to_string(i - 1) + "\n";
     }
     EXPECT_EQ(Expanded(chain, "a19999"), "bob ");
+
+    // More than is read or kept at a time.
+    std::string many = "all: a0", each, want;
+    for (int i = 0; i < 30000; ++i) {
+        const std::string name = "a" + std::to_string(i);
+        if (i > 0) many += ", " + name;
+        each += name + ": \\" + name + ", u" + name + "@far.example\n";
+        want += name + " ";
+    }
+    for (int i = 0; i < 30000; ++i) want += "ua" + std::to_string(i) + "@far.example ";
+    EXPECT_EQ(Expanded(many + "\n" + each, "all"), want);
 }
 
 TEST_F(Aliases, AreStoredByTheirDifferences)
