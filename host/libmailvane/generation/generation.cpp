@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -112,8 +113,13 @@ bool TurnLink(const std::string& path, const std::string& target)
 {
     const std::string temporary = path + ".new";
     (void)unlink(temporary.c_str());
-    return symlink(target.c_str(), temporary.c_str()) == 0 &&
-           rename(temporary.c_str(), path.c_str()) == 0;
+    if (symlink(target.c_str(), temporary.c_str()) != 0) return false;
+    if (rename(temporary.c_str(), path.c_str()) == 0) return true;
+
+    const int error = errno;
+    (void)unlink(temporary.c_str());
+    errno = error;
+    return false;
 }
 
 /// Saves a copy of each file in force that was edited by hand, and logs it.
