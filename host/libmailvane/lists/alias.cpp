@@ -19,8 +19,9 @@
 #include "platform/mailvane/postfix.h"
 
 struct Alias::State {
-    std::optional<host::stores::AliasTable> table;     ///< once it is loaded
-    std::optional<host::stores::AliasSnapshot> shown;  ///< what pages have listed, until a change
+    std::optional<host::stores::AliasTable> table;  ///< once it is loaded
+    std::optional<host::stores::AliasReader>
+        upcoming;          ///< as long as members are asked for in order
     bool refused = false;  ///< a change was refused; the store is not written then
 
     /// Whether the table was loaded and no change refused.
@@ -29,7 +30,6 @@ struct Alias::State {
     /// The result of a change: 0, or negative after logging the refusal and marking the object.
     int Take(host::Result<void> changed)
     {
-        shown.reset();
         if (host::Succeeded(std::move(changed).Prefixed("aliases: refused "))) return 0;
 
         refused = true;
@@ -39,18 +39,18 @@ struct Alias::State {
     template <typename Change>
     int Answer(Change change)
     {
+        upcoming.reset();
         return ok() ? Take(host::system::Attempt("aliases", change)) : host::Fail(EINVAL);
     }
 
     /// Sets `members` to those of an alias; false when there is no such alias.
     bool FindMembers(const std::string& alias, std::list<MemberInfo>& members)
     {
-        if (shown) {
-            const auto found = shown->members.find(alias);
-            if (found == shown->members.end()) return false;
-            members = found->second;
+        if (upcoming && upcoming->Next() && upcoming->name() == alias) {
+            members.swap(upcoming->members());
             return true;
         }
+        upcoming.reset();
         const auto entry = table->Find(alias);
         if (!entry) return false;
         const std::vector<MemberInfo> found = table->Members(*entry);
@@ -73,7 +73,7 @@ struct Alias::State {
     /// Empties the object, as after its making.
     void Forget()
     {
-        shown.reset();
+        upcoming.reset();
         table.reset();
         refused = false;
     }
@@ -97,11 +97,11 @@ int Alias::load()
                       .Prefixed("aliases: ")
                       .About(host::Subject::List(host::render::kAliasList));
     if (!host::Succeeded(stored)) return -1;
-    const auto readThrough = [&] {
+    const auto begin = [&] {
         state_->table.emplace(*std::move(stored));
-        state_->table->ReadThrough();
+        state_->table->BeginMoment();
     };
-    const host::Result<void> read = host::system::Attempt("aliases", readThrough)
+    const host::Result<void> read = host::system::Attempt("aliases", begin)
                                         .About(host::Subject::List(host::render::kAliasList));
     if (host::Succeeded(read)) return 0;
     state_->Forget();
@@ -112,13 +112,14 @@ int Alias::save()
 {
     if (!state_->ok()) return host::Fail(EINVAL);
 
+    state_->upcoming.reset();
     host::stores::AliasTable& table = *state_->table;
-    const host::Result<void> done =
-        host::save::ApplyAndStore(host::render::kAliasList, "aliases", table.database(),
-                                  [&table](SQLite::Database& store) -> host::Result<void> {
-                                      table.draft().StoreInto(store);
-                                      return {};
-                                  });
+    const auto apply = [&table] {
+        host::stores::AliasDraft& draft = table.draft();
+        return host::save::ApplyAndStore(host::render::kAliasList, "aliases", table.database(),
+                                         [&draft] { return draft.Store(); });
+    };
+    const host::Result<void> done = host::system::Attempt("aliases", apply);
     state_->Forget();
     if (!done) host::NoteFailure(done.reason().text);
     return host::Status(done);
@@ -127,8 +128,9 @@ int Alias::save()
 std::list<std::string> Alias::getAliasNameList()
 {
     if (!state_->table) return {};
-    if (!state_->shown) state_->shown = state_->table->All();
-    return state_->shown->names;
+    std::list<std::string> names = state_->table->Names();
+    state_->upcoming.emplace(state_->table->database());
+    return names;
 }
 
 int Alias::loadMember(const std::string& alias, std::list<MemberInfo>& members)
@@ -175,7 +177,10 @@ int Alias::ExportAlias(const std::string& path)
 {
     if (!state_->table) return host::Fail(EINVAL);
     const auto write = [&] {
-        return host::names::WriteExport(path, host::stores::AliasText(*state_->table));
+        const std::string text = host::stores::AliasText(*state_->table);
+        state_->upcoming.reset();
+        state_->table->EndMoment();  // others may change the aliases while the file is fetched
+        return host::names::WriteExport(path, text);
     };
     return host::Status(host::system::Attempt("aliases", write));
 }

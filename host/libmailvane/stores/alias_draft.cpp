@@ -3,140 +3,143 @@
 
 #include <vector>
 
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/alias_names.h"
 
 namespace host::stores {
 namespace {
 
-/// `gone` has the ids of stored aliases that are removed, or stand in the draft as they are to be.
-constexpr char kDraftTables[] =
-    "PRAGMA query_only = 0;"           // nothing but temporary tables is written
-    "PRAGMA temp.cache_size = -8192;"  // KiB
-    "CREATE TEMP TABLE gone (id INTEGER PRIMARY KEY);"
-    "CREATE TEMP TABLE new_alias (id INTEGER PRIMARY KEY,"
-    " name TEXT NOT NULL UNIQUE COLLATE NOCASE);"
-    "CREATE TEMP TABLE new_member (alias INTEGER, position INTEGER, name TEXT, type INTEGER,"
-    " PRIMARY KEY (alias, position)) WITHOUT ROWID;"
+/// Other temporary tables: `touched` has the stored aliases that differ in the draft, `came` those
+/// that a file has named, `doubtful` the ones that may have a member twice.
+constexpr char kOtherTables[] =
+    "CREATE TEMP TABLE touched (id INTEGER PRIMARY KEY);"
     "CREATE TEMP TABLE moved (name TEXT PRIMARY KEY COLLATE NOCASE, new_name TEXT) WITHOUT ROWID;"
-    "CREATE TEMP VIEW alias AS SELECT id, name FROM main.alias AS stored"
-    " WHERE NOT EXISTS (SELECT 1 FROM gone WHERE gone.id = stored.id)"
-    " UNION ALL SELECT id, name FROM new_alias;"
-    "CREATE TEMP VIEW member AS SELECT alias, position, name, type FROM main.member AS stored"
-    " WHERE NOT EXISTS (SELECT 1 FROM gone WHERE gone.id = stored.alias)"
-    " UNION ALL SELECT alias, position, name, type FROM new_member;"
-    "CREATE TEMP TABLE incoming (id INTEGER PRIMARY KEY, name TEXT UNIQUE COLLATE NOCASE);"
-    "CREATE TEMP TABLE incoming_member (alias INTEGER, position INTEGER, name TEXT, type INTEGER,"
-    " PRIMARY KEY (alias, position)) WITHOUT ROWID";
+    "CREATE TEMP TABLE came (id INTEGER PRIMARY KEY);"
+    "CREATE TEMP TABLE doubtful (id INTEGER PRIMARY KEY)";
 
-constexpr char kMoveAliases[] =
-    "INSERT OR IGNORE INTO gone SELECT id FROM incoming"
-    " WHERE EXISTS (SELECT 1 FROM main.alias AS stored WHERE stored.id = incoming.id);"
-    "DELETE FROM new_member WHERE alias IN (SELECT id FROM incoming);"
-    "DELETE FROM new_alias WHERE id IN (SELECT id FROM incoming);"
-    "INSERT INTO new_alias SELECT id, name FROM incoming";
+/// Statements that make the same tables again as temporary ones.
+constexpr char kSameTables[] =
+    "SELECT 'CREATE TEMP' || substr(sql, length('CREATE ')) FROM main.sqlite_schema"
+    " WHERE type = 'table' AND name IN ('alias', 'member')";
 
-constexpr char kResolveAliases[] =
-    "UPDATE incoming_member SET type = ?, name = (SELECT known.name FROM alias AS known"
-    " WHERE known.name = incoming_member.name COLLATE NOCASE)"
-    " WHERE type < 0 AND EXISTS (SELECT 1 FROM alias AS known"
-    " WHERE known.name = incoming_member.name COLLATE NOCASE)";
+// Whole tables of the same form are copied by pages, which is many times faster.
+constexpr char kCopy[] =
+    "INSERT INTO temp.alias SELECT * FROM main.alias;"
+    "INSERT INTO temp.member SELECT * FROM main.member";
+constexpr char kStoreAll[] =
+    "DELETE FROM main.member;"
+    "DELETE FROM main.alias;"
+    "INSERT INTO main.alias SELECT * FROM temp.alias;"
+    "INSERT INTO main.member SELECT * FROM temp.member";
+constexpr char kStoreDifference[] =
+    "DELETE FROM main.member WHERE alias IN (SELECT id FROM touched);"
+    "DELETE FROM main.alias WHERE id IN (SELECT id FROM touched);"
+    "INSERT INTO main.alias SELECT * FROM temp.alias WHERE id IN (SELECT id FROM touched);"
+    "INSERT INTO main.member SELECT * FROM temp.member WHERE alias IN (SELECT id FROM touched)";
+
+constexpr char kResolveBareNames[] =
+    "UPDATE member SET (name, type) ="
+    " (SELECT ifnull(known.name, member.name), iif(known.id IS NULL, ?, ?)"
+    " FROM (SELECT 1) LEFT JOIN alias AS known ON known.name = member.name) WHERE type < 0";
 
 /// Of those that an alias has twice, the first stays.
-constexpr char kMoveMembers[] =
-    "INSERT INTO new_member SELECT alias, min(position), name, type FROM incoming_member"
-    " GROUP BY alias, type, name;"
-    "DELETE FROM incoming_member;"
-    "DELETE FROM incoming";
+constexpr char kRemoveDoubles[] =
+    "DELETE FROM member WHERE (alias, position) IN (SELECT alias, position FROM"
+    " (SELECT alias, position, row_number() OVER"
+    " (PARTITION BY alias, type, name ORDER BY position) AS copy"
+    " FROM member WHERE alias IN (SELECT id FROM doubtful)) WHERE copy > 1)";
 
-/// Runs a statement with these parameters; the number of rows that it changed.
-template <typename... Values>
-int Run(SQLite::Database& database, const char* sql, const Values&... values)
+constexpr std::size_t kMostSeen = 1000;
+
+std::int64_t NumberOf(SQLite::Database& database, const char* sql)
 {
-    SQLite::Statement statement(database, sql);
+    return database.execAndGet(sql).getInt64();
+}
+
+/// Runs a prepared statement with these parameters; the number of rows that it changed.
+template <typename... Values>
+int RunAgain(SQLite::Statement& statement, const Values&... values)
+{
     int parameter = 0;
+    statement.reset();
     (statement.bind(++parameter, values), ...);
     return statement.exec();
 }
 
-void Bind(SQLite::Statement& statement, int parameter, const SQLite::Column& value)
+template <typename... Values>
+int Run(SQLite::Database& database, const char* sql, const Values&... values)
 {
-    if (value.isInteger()) {
-        statement.bind(parameter, value.getInt64());
-    } else {
-        statement.bind(parameter, value.getString());
-    }
+    SQLite::Statement statement(database, sql);
+    return RunAgain(statement, values...);
 }
 
-/// Runs a statement for each row of a query, whose columns are its parameters.
-void RunForEach(SQLite::Database& from, const char* query, SQLite::Database& into, const char* sql)
+std::vector<std::string> Texts(SQLite::Database& database, const char* sql)
 {
-    SQLite::Statement rows(from, query);
-    SQLite::Statement statement(into, sql);
-    while (rows.executeStep()) {
-        for (int column = 0; column < rows.getColumnCount(); ++column) {
-            Bind(statement, column + 1, rows.getColumn(column));
-        }
-        (void)statement.exec();
-        statement.reset();
-    }
+    SQLite::Statement rows(database, sql);
+    std::vector<std::string> texts;
+    while (rows.executeStep()) texts.push_back(rows.getColumn(0).getString());
+    return texts;
 }
 
 }  // namespace
 
-AliasDraft::AliasDraft(SQLite::Database& database) : database_(database), nextId_(0)
+AliasDraft::AliasDraft(SQLite::Database& database)
+    : database_(database),
+      version_(NumberOf(database, "PRAGMA main.data_version")),
+      firstNewId_(NumberOf(database, "SELECT ifnull(max(id), 0) + 1 FROM main.alias")),
+      nextId_(firstNewId_)
 {
-    database_.exec(kDraftTables);
-    nextId_ = database_.execAndGet("SELECT ifnull(max(id), 0) + 1 FROM main.alias").getInt64();
+    database_.exec("PRAGMA query_only = 0");           // until `Store`, for temporary tables alone
+    database_.exec("PRAGMA temp.cache_size = -8192");  // KiB
+    for (const std::string& table : Texts(database_, kSameTables)) database_.exec(table);
+    database_.exec(kOtherTables);
+    database_.exec(kCopy);
 }
 
 void AliasDraft::Touch(std::int64_t alias)
 {
-    constexpr char kGone[] =
-        "INSERT OR IGNORE INTO gone SELECT id FROM main.alias WHERE main.alias.id = ?";
-    if (Run(database_, kGone, alias) == 0) return;
-
-    (void)Run(database_, "INSERT INTO new_alias SELECT id, name FROM main.alias WHERE id = ?",
-              alias);
-    (void)Run(database_,
-              "INSERT INTO new_member SELECT alias, position, name, type FROM main.member"
-              " WHERE alias = ?",
-              alias);
+    (void)Run(database_, "INSERT OR IGNORE INTO touched VALUES (?)", alias);
 }
 
 std::int64_t AliasDraft::Add(const std::string& name)
 {
-    const std::int64_t alias = nextId_++;
-    (void)Run(database_, "INSERT INTO new_alias VALUES (?, ?)", alias, name);
+    const std::int64_t alias = NewId();
+    (void)Run(database_, "INSERT INTO alias VALUES (?, ?)", alias, name);
     return alias;
 }
 
 void AliasDraft::Remove(std::int64_t alias)
 {
-    Touch(alias);
-    (void)Run(database_, "DELETE FROM new_member WHERE alias = ?", alias);
-    (void)Run(database_, "DELETE FROM new_alias WHERE id = ?", alias);
+    RemoveMembers(alias);
+    (void)Run(database_, "DELETE FROM alias WHERE id = ?", alias);
 }
 
 void AliasDraft::Rename(std::int64_t alias, const std::string& name)
 {
     Touch(alias);
-    (void)Run(database_, "UPDATE new_alias SET name = ? WHERE id = ?", name, alias);
+    (void)Run(database_, "UPDATE alias SET name = ? WHERE id = ?", name, alias);
 }
 
 void AliasDraft::AddMember(std::int64_t alias, const MemberInfo& member)
 {
     Touch(alias);
     (void)Run(database_,
-              "INSERT INTO new_member SELECT ?1, ifnull(max(position), -1) + 1, ?2, ?3"
-              " FROM new_member WHERE alias = ?1",
+              "INSERT INTO member SELECT ?1, ifnull(max(position), -1) + 1, ?2, ?3"
+              " FROM member WHERE alias = ?1",
               alias, member.name, member.type);
 }
 
 void AliasDraft::RemoveMember(std::int64_t alias, const MemberInfo& member)
 {
     Touch(alias);
-    (void)Run(database_, "DELETE FROM new_member WHERE alias = ? AND name = ? AND type = ?", alias,
+    (void)Run(database_, "DELETE FROM member WHERE alias = ? AND name = ? AND type = ?", alias,
               member.name, member.type);
+}
+
+void AliasDraft::RemoveMembers(std::int64_t alias)
+{
+    Touch(alias);
+    (void)Run(database_, "DELETE FROM member WHERE alias = ?", alias);
 }
 
 void AliasDraft::Follow(const std::map<std::string, std::string>& newNames)
@@ -144,30 +147,30 @@ void AliasDraft::Follow(const std::map<std::string, std::string>& newNames)
     for (const auto& [old, now] : newNames) {
         (void)Run(database_, "INSERT OR REPLACE INTO moved VALUES (?, ?)", old, now);
     }
-    SQLite::Statement owners(database_,
-                             "SELECT DISTINCT alias FROM member WHERE type = ?"
-                             " AND name COLLATE NOCASE IN (SELECT name FROM moved)");
-    owners.bind(1, names::kAliasMember);
-    std::vector<std::int64_t> affected;
-    while (owners.executeStep()) affected.push_back(owners.getColumn(0).getInt64());
-    for (const std::int64_t alias : affected) Touch(alias);
     (void)Run(database_,
-              "UPDATE new_member SET name = (SELECT new_name FROM moved"
-              " WHERE moved.name = new_member.name COLLATE NOCASE)"
+              "INSERT OR IGNORE INTO touched SELECT alias FROM member"
               " WHERE type = ? AND name COLLATE NOCASE IN (SELECT name FROM moved)",
               names::kAliasMember);
-    database_.exec("DELETE FROM new_member WHERE name = ''; DELETE FROM moved");
+    (void)Run(database_,
+              "UPDATE member SET name = (SELECT new_name FROM moved"
+              " WHERE moved.name = member.name COLLATE NOCASE)"
+              " WHERE type = ? AND name COLLATE NOCASE IN (SELECT name FROM moved)",
+              names::kAliasMember);
+    database_.exec("DELETE FROM member WHERE name = ''; DELETE FROM moved");
 }
 
-void AliasDraft::StoreInto(SQLite::Database& store)
+Result<void> AliasDraft::Store()
 {
-    constexpr char kGone[] = "SELECT id FROM gone";
-    RunForEach(database_, kGone, store, "DELETE FROM alias WHERE id = ?");
-    RunForEach(database_, kGone, store, "DELETE FROM member WHERE alias = ?");
-    RunForEach(database_, "SELECT id, name FROM new_alias", store,
-               "INSERT INTO alias (id, name) VALUES (?, ?)");
-    RunForEach(database_, "SELECT alias, position, name, type FROM new_member", store,
-               "INSERT INTO member (alias, position, name, type) VALUES (?, ?, ?, ?)");
+    if (NumberOf(database_, "PRAGMA main.data_version") != version_) {
+        return Reason{ReasonCode::kBusy, "", "others have changed the aliases meanwhile"};
+    }
+    (void)Run(database_, "INSERT OR IGNORE INTO touched SELECT id FROM alias WHERE id >= ?",
+              firstNewId_);
+    const bool areMost = NumberOf(database_,
+                                  "SELECT (SELECT count(*) FROM touched) * 2"
+                                  " > (SELECT count(*) FROM alias)") != 0;
+    database_.exec(areMost ? kStoreAll : kStoreDifference);
+    return {};
 }
 
 IncomingAliases::IncomingAliases(SQLite::Database& database, AliasDraft& draft)
@@ -175,40 +178,52 @@ IncomingAliases::IncomingAliases(SQLite::Database& database, AliasDraft& draft)
       draft_(draft),
       transaction_(database),
       known_(database),
-      begin_(database, "INSERT OR IGNORE INTO incoming VALUES (?, ?)"),
-      member_(database, "INSERT INTO incoming_member VALUES (?, ?, ?, ?)")
+      add_(database, "INSERT OR IGNORE INTO alias VALUES (?, ?)"),
+      came_(database, "INSERT OR IGNORE INTO came VALUES (?)"),
+      member_(database, "INSERT INTO member VALUES (?, ?, ?, ?)"),
+      doubtful_(database, "INSERT OR IGNORE INTO doubtful VALUES (?)"),
+      firstId_(draft.NewId())
 {
 }
 
 bool IncomingAliases::Begin(const std::string& name)
 {
-    const auto known = known_.Find(name);
-    alias_ = known ? known->id : draft_.NewId();
-    begin_.reset();
-    begin_.bind(1, alias_);
-    begin_.bind(2, known ? known->name : name);
-    return begin_.exec() > 0;
+    seen_.clear();
+    position_ = 0;
+    alias_ = draft_.NewId();
+    if (RunAgain(add_, alias_, name) == 0) {
+        const std::int64_t known = known_.Find(name)->id;
+        const bool cameAlready = known > firstId_ || RunAgain(came_, known) == 0;
+        alias_ = cameAlready ? 0 : known;
+        if (cameAlready) return false;
+        draft_.RemoveMembers(known);
+    }
+    ++count_;
+    return true;
+}
+
+bool IncomingAliases::MayHave(const MemberInfo& member)
+{
+    return seen_.size() == kMostSeen || !seen_.insert(InLowerCase(member.name)).second;
 }
 
 void IncomingAliases::AddMember(const MemberInfo& member)
 {
-    member_.reset();
-    member_.bind(1, alias_);
-    member_.bind(2, position_++);
-    member_.bind(3, member.name);
-    member_.bind(4, member.type);
-    (void)member_.exec();
+    if (alias_ == 0) return;
+    if (MayHave(member)) (void)RunAgain(doubtful_, alias_);
+    if (member.type < 0) hasBareNames_ = true;
+    (void)RunAgain(member_, alias_, position_++, member.name, member.type);
 }
 
-int IncomingAliases::MoveIn()
+int IncomingAliases::Finish()
 {
-    const int count = database_.execAndGet("SELECT count(*) FROM incoming").getInt();
-    database_.exec(kMoveAliases);
-    (void)Run(database_, kResolveAliases, names::kAliasMember);
-    (void)Run(database_, "UPDATE incoming_member SET type = ? WHERE type < 0", names::kUserMember);
-    database_.exec(kMoveMembers);
+    if (hasBareNames_) {
+        (void)Run(database_, kResolveBareNames, names::kUserMember, names::kAliasMember);
+    }
+    database_.exec(kRemoveDoubles);
+    database_.exec("DELETE FROM came; DELETE FROM doubtful");
     transaction_.commit();
-    return count;
+    return count_;
 }
 
 }  // namespace host::stores

@@ -6,15 +6,17 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <unordered_set>
 
+#include "host/libhaldcore/result.h"
 #include "host/libmailvane/stores/alias_store.h"
 #include "platform/mailvane/alias.h"
 
 namespace host::stores {
 
-/// Changes of the aliases of an open database, which stays as it is: they are in temporary tables
-/// beside it, in files where they are large. As long as the connection lasts, `alias` and `member`
-/// are views of the aliases as they are to be. The operations throw SQLite::Exception.
+/// The aliases of an open database as they are to be, in temporary tables of the same names, which
+/// are files where they are large. As long as the connection lasts, `alias` and `member` are these
+/// tables; what is stored is in `main`. The operations throw SQLite::Exception.
 class AliasDraft {
 public:
     explicit AliasDraft(SQLite::Database& database);
@@ -27,49 +29,63 @@ public:
     /// Adds a member behind the others.
     void AddMember(std::int64_t alias, const MemberInfo& member);
     void RemoveMember(std::int64_t alias, const MemberInfo& member);
+    void RemoveMembers(std::int64_t alias);
 
     /// Renames members that are aliases, by their old names in any case; a member whose new name
     /// is empty is removed.
     void Follow(const std::map<std::string, std::string>& newNames);
 
-    /// Stores the changes in another connection to the database, in the caller's transaction.
-    void StoreInto(SQLite::Database& store);
+    /// Stores the changes, in the caller's transaction. Fails when others have changed what is
+    /// stored since the draft was begun.
+    Result<void> Store();
 
     /// An id that no alias has.
     std::int64_t NewId() { return nextId_++; }
 
 private:
-    /// Brings a stored alias into the draft, where it can be changed.
+    /// Notes that a stored alias differs from now on.
     void Touch(std::int64_t alias);
 
     SQLite::Database& database_;
+    std::int64_t version_;     ///< of what is stored
+    std::int64_t firstNewId_;  ///< greater than those of what is stored
     std::int64_t nextId_;
 };
 
-/// Aliases on their way from a file into a draft of the same database.
+/// Aliases on their way from a file into a draft of the same database. Nothing is left of what did
+/// not come in whole.
 class IncomingAliases {
 public:
     IncomingAliases(SQLite::Database& database, AliasDraft& draft);
 
-    /// Begins an alias. False when it came already.
+    /// Begins an alias, which gets exactly the members that follow. False when it came already.
     bool Begin(const std::string& name);
 
     /// Adds a member to the last alias that was begun. One whose type is negative becomes an alias
     /// when the file or the draft has one of its name, else a user.
     void AddMember(const MemberInfo& member);
 
-    /// Brings all into the draft, where each gets exactly these members; their number.
-    int MoveIn();
+    /// Ends the file; the number of its aliases.
+    int Finish();
 
 private:
+    /// Whether the members so far may have this one. They are forgotten where they are many.
+    bool MayHave(const MemberInfo& member);
+
     SQLite::Database& database_;
     AliasDraft& draft_;
-    SQLite::Transaction transaction_;  ///< nothing is left of what did not come in whole
+    SQLite::Transaction transaction_;
     AliasFinder known_;
-    SQLite::Statement begin_;
+    SQLite::Statement add_;
+    SQLite::Statement came_;
     SQLite::Statement member_;
-    std::int64_t alias_ = 0;
+    SQLite::Statement doubtful_;
+    std::int64_t firstId_;    ///< of those that come new from this file
+    std::int64_t alias_ = 0;  ///< 0 for one that came already
     std::int64_t position_ = 0;
+    std::unordered_set<std::string> seen_;  ///< names of its members, in lower case
+    bool hasBareNames_ = false;
+    int count_ = 0;
 };
 
 }  // namespace host::stores

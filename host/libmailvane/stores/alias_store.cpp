@@ -68,4 +68,28 @@ std::vector<MemberInfo> AliasFinder::Members(std::int64_t alias)
     return members;
 }
 
+AliasReader::AliasReader(SQLite::Database& database)
+    : aliases_(database, "SELECT id, name FROM alias ORDER BY id"),
+      rows_(database, "SELECT alias, name, type FROM member ORDER BY alias, position"),
+      hasRow_(rows_.executeStep())
+{
+}
+
+bool AliasReader::Next()
+{
+    members_.clear();
+    if (!aliases_.executeStep()) return false;
+
+    const std::int64_t alias = aliases_.getColumn(0).getInt64();
+    name_ = aliases_.getColumn(1).getText();
+    for (; hasRow_; hasRow_ = rows_.executeStep()) {
+        const std::int64_t owner = rows_.getColumn(0).getInt64();
+        if (owner > alias) break;
+        if (owner == alias) {
+            members_.push_back({rows_.getColumn(1).getText(), rows_.getColumn(2).getInt()});
+        }
+    }
+    return true;
+}
+
 }  // namespace host::stores

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -38,7 +39,7 @@ constexpr std::int64_t kBeforeMembers = -1;
 constexpr std::int64_t kNoMoreMembers = std::numeric_limits<std::int64_t>::max();
 
 /// Calls `take` for each alias of an open database, in order, until it fails. Throws
-/// SQLite::Exception, as does the class below.
+/// SQLite::Exception, as do the classes below.
 Result<void> EachAlias(SQLite::Database& database,
                        const std::function<Result<void>(const AliasEntry&)>& take);
 
@@ -60,6 +61,25 @@ public:
 private:
     SQLite::Statement alias_;
     SQLite::Statement members_;
+};
+
+/// Reads the aliases of an open database with their members, in order, one after the other.
+class AliasReader {
+public:
+    explicit AliasReader(SQLite::Database& database);
+
+    /// Goes on to the next alias; false after the last.
+    bool Next();
+
+    const std::string& name() const { return name_; }
+    std::list<MemberInfo>& members() { return members_; }
+
+private:
+    SQLite::Statement aliases_;
+    SQLite::Statement rows_;  ///< of members
+    bool hasRow_;
+    std::string name_;
+    std::list<MemberInfo> members_;
 };
 
 }  // namespace host::stores

@@ -42,15 +42,22 @@ AliasTable::AliasTable(SQLite::Database stored) : database_(std::move(stored)), 
 AliasDraft& AliasTable::draft()
 {
     if (!draft_) draft_.emplace(database_);
+    EndMoment();
     return *draft_;
 }
 
-void AliasTable::ReadThrough()
+void AliasTable::BeginMoment()
 {
-    const SQLite::Transaction oneState(database_);
-    (void)database_.execAndGet("SELECT max(length(name)) FROM alias NOT INDEXED");
-    (void)database_.execAndGet("SELECT count(*) FROM alias");  // by its index
-    (void)database_.execAndGet("SELECT max(length(name)) FROM member");
+    moment_.emplace(database_);
+    for (const char* what : {"alias NOT INDEXED", "alias", "member"}) {
+        (void)database_.execAndGet(std::string("SELECT count(*) FROM ") + what);
+    }
+}
+
+void AliasTable::EndMoment()
+{
+    if (moment_) moment_->commit();
+    moment_.reset();
 }
 
 std::optional<AliasEntry> AliasTable::Find(const std::string& name)
@@ -60,22 +67,12 @@ std::optional<AliasEntry> AliasTable::Find(const std::string& name)
     return found;
 }
 
-AliasSnapshot AliasTable::All()
+std::list<std::string> AliasTable::Names()
 {
-    // One statement: whoever changes the aliases meanwhile is not seen.
-    SQLite::Statement rows(database_,
-                           "SELECT alias.name, member.name, member.type FROM alias"
-                           " LEFT JOIN member ON member.alias = alias.id"
-                           " ORDER BY alias.id, member.position");
-    AliasSnapshot all;
-    while (rows.executeStep()) {
-        const char* name = rows.getColumn(0).getText();
-        if (all.names.empty() || all.names.back() != name) all.names.emplace_back(name);
-        std::list<MemberInfo>& members = all.members[all.names.back()];
-        if (rows.getColumn(1).isNull()) continue;
-        members.push_back({rows.getColumn(1).getText(), rows.getColumn(2).getInt()});
-    }
-    return all;
+    SQLite::Statement rows(database_, "SELECT name FROM alias ORDER BY id");
+    std::list<std::string> names;
+    while (rows.executeStep()) names.emplace_back(rows.getColumn(0).getText());
+    return names;
 }
 
 Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owner)

@@ -6,7 +6,6 @@
 #include <list>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "host/libhaldcore/result.h"
@@ -15,12 +14,6 @@
 #include "platform/mailvane/alias.h"
 
 namespace host::stores {
-
-/// All aliases as they are at one moment, in memory.
-struct AliasSnapshot {
-    std::list<std::string> names;  ///< in order
-    std::unordered_map<std::string, std::list<MemberInfo>> members;
-};
 
 /// The aliases of a database, which is not written to: changes are a draft. Names that differ only
 /// in case are the same name: `Sales` cannot be added beside `sales`. A member that is an alias
@@ -35,15 +28,17 @@ public:
     SQLite::Database& database() { return database_; }
     AliasDraft& draft();
 
-    /// Reads all of it, so that damage shows.
-    void ReadThrough();
+    /// Keeps what is stored as it is, until a change or `EndMoment`: nobody else can store
+    /// anything. Looks at all pages of it, so that damage shows.
+    void BeginMoment();
+    void EndMoment();
 
     /// The alias of exactly this name, and the one of this name in any case.
     std::optional<AliasEntry> Find(const std::string& name);
     std::optional<AliasEntry> FindAnyCase(const std::string& name) { return finder_.Find(name); }
 
     std::vector<MemberInfo> Members(const AliasEntry& alias) { return finder_.Members(alias.id); }
-    AliasSnapshot All();
+    std::list<std::string> Names();  ///< of all aliases, in order
 
     /// Adds those members that the alias lacks. A missing alias is added at the end of the table.
     /// After a refusal nothing has changed.
@@ -61,6 +56,7 @@ private:
 
     SQLite::Database database_;
     AliasFinder finder_;
+    std::optional<SQLite::Transaction> moment_;
     std::optional<AliasDraft> draft_;  ///< once there are changes
 };
 

@@ -50,9 +50,9 @@ Result<void> Check(MemberInfo member)
 }
 
 /// Reads the lines of a file one after the other.
-class AliasReader {
+class AliasLines {
 public:
-    explicit AliasReader(IncomingAliases& incoming) : incoming_(incoming) {}
+    explicit AliasLines(IncomingAliases& incoming) : incoming_(incoming) {}
 
     Result<void> Take(const std::string& line)
     {
@@ -108,14 +108,14 @@ private:
 
 std::string AliasText(AliasTable& table)
 {
-    const AliasSnapshot all = table.All();
     std::unordered_set<std::string> aliases;
-    for (const std::string& name : all.names) aliases.insert(InLowerCase(name));
+    for (const std::string& name : table.Names()) aliases.insert(InLowerCase(name));
     std::string text;
-    for (const std::string& name : all.names) {
-        text += name + ":";
+    AliasReader reader(table.database());
+    while (reader.Next()) {
+        text += reader.name() + ":";
         const char* separator = " ";
-        for (const MemberInfo& member : all.members.at(name)) {
+        for (const MemberInfo& member : reader.members()) {
             text += separator + MemberText(aliases, member);
             separator = ", ";
         }
@@ -127,12 +127,12 @@ std::string AliasText(AliasTable& table)
 Result<int> ImportAliasText(const std::string& path, AliasTable& table)
 {
     IncomingAliases incoming(table.database(), table.draft());
-    AliasReader reader(incoming);
-    const auto take = [&reader](const std::string& line) { return reader.Take(line); };
+    AliasLines lines(incoming);
+    const auto take = [&lines](const std::string& line) { return lines.Take(line); };
     Result<void> taken = names::ReadListText(path, take);
     if (!taken) return std::move(taken).reason();
 
-    return incoming.MoveIn();
+    return incoming.Finish();
 }
 
 }  // namespace host::stores
