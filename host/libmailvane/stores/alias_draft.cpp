@@ -49,6 +49,11 @@ constexpr char kRemoveDoubles[] =
     " (PARTITION BY alias, type, name ORDER BY position) AS copy"
     " FROM member WHERE alias IN (SELECT id FROM doubtful)) WHERE copy > 1)";
 
+constexpr char kForgetFile[] =
+    "INSERT OR IGNORE INTO touched SELECT id FROM came;"
+    "DELETE FROM came;"
+    "DELETE FROM doubtful";
+
 constexpr std::size_t kMostSeen = 1000;
 
 std::int64_t NumberOf(SQLite::Database& database, const char* sql)
@@ -110,7 +115,8 @@ std::int64_t AliasDraft::Add(const std::string& name)
 
 void AliasDraft::Remove(std::int64_t alias)
 {
-    RemoveMembers(alias);
+    Touch(alias);
+    (void)Run(database_, "DELETE FROM member WHERE alias = ?", alias);
     (void)Run(database_, "DELETE FROM alias WHERE id = ?", alias);
 }
 
@@ -134,12 +140,6 @@ void AliasDraft::RemoveMember(std::int64_t alias, const MemberInfo& member)
     Touch(alias);
     (void)Run(database_, "DELETE FROM member WHERE alias = ? AND name = ? AND type = ?", alias,
               member.name, member.type);
-}
-
-void AliasDraft::RemoveMembers(std::int64_t alias)
-{
-    Touch(alias);
-    (void)Run(database_, "DELETE FROM member WHERE alias = ?", alias);
 }
 
 void AliasDraft::Follow(const std::map<std::string, std::string>& newNames)
@@ -180,6 +180,7 @@ IncomingAliases::IncomingAliases(SQLite::Database& database, AliasDraft& draft)
       known_(database),
       add_(database, "INSERT OR IGNORE INTO alias VALUES (?, ?)"),
       came_(database, "INSERT OR IGNORE INTO came VALUES (?)"),
+      empty_(database, "DELETE FROM member WHERE alias = ?"),
       member_(database, "INSERT INTO member VALUES (?, ?, ?, ?)"),
       doubtful_(database, "INSERT OR IGNORE INTO doubtful VALUES (?)"),
       firstId_(draft.NewId())
@@ -196,7 +197,7 @@ bool IncomingAliases::Begin(const std::string& name)
         const bool cameAlready = known > firstId_ || RunAgain(came_, known) == 0;
         alias_ = cameAlready ? 0 : known;
         if (cameAlready) return false;
-        draft_.RemoveMembers(known);
+        (void)RunAgain(empty_, known);
     }
     ++count_;
     return true;
@@ -221,7 +222,7 @@ int IncomingAliases::Finish()
         (void)Run(database_, kResolveBareNames, names::kUserMember, names::kAliasMember);
     }
     database_.exec(kRemoveDoubles);
-    database_.exec("DELETE FROM came; DELETE FROM doubtful");
+    database_.exec(kForgetFile);
     transaction_.commit();
     return count_;
 }

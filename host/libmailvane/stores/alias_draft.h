@@ -29,7 +29,6 @@ public:
     /// Adds a member behind the others.
     void AddMember(std::int64_t alias, const MemberInfo& member);
     void RemoveMember(std::int64_t alias, const MemberInfo& member);
-    void RemoveMembers(std::int64_t alias);
 
     /// Renames members that are aliases, by their old names in any case; a member whose new name
     /// is empty is removed.
@@ -78,6 +77,7 @@ private:
     AliasFinder known_;
     SQLite::Statement add_;
     SQLite::Statement came_;
+    SQLite::Statement empty_;
     SQLite::Statement member_;
     SQLite::Statement doubtful_;
     std::int64_t firstId_;    ///< of those that come new from this file
