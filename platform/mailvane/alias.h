@@ -10,7 +10,7 @@ struct MemberInfo {
     int type = 0;      ///< 0 user, 1 group, 2 alias, 3 outside address
 };
 
-/// A copy of the alias table in memory, from `load` to `save`.
+/// The alias table as `load` finds it, with the changes that `save` stores.
 class Alias {
 public:
     Alias();
@@ -24,7 +24,7 @@ public:
     /// refused change, or after a failed `load`, with the stored table unchanged.
     int save();
 
-    /// The names in the order of the table.
+    /// The names in the order of the table. A table that cannot be read any more throws.
     std::list<std::string> getAliasNameList();
     /// Sets `members` to those of an alias; negative when there is no such alias.
     int loadMember(const std::string& alias, std::list<MemberInfo>& members);

@@ -8,10 +8,12 @@ and nothing is left behind. What is walked is chosen by the environment:
   MAILVANE_SEED    which ones
 """
 import collections
+import contextlib
 import glob
 import os
 import random
 import re
+import sqlite3
 import time
 import unittest
 
@@ -190,3 +192,23 @@ class Memory(unittest.TestCase):
                 self.assertTrue(not said or said == whole or said.get("success") is False,
                                 (action, mebibytes, said))
         self.assertEqual(harness.snapshot(ETC), before)
+
+    def forget_the_aliases(self):
+        with contextlib.closing(sqlite3.connect(ETC + "/alias.db")) as store, store:
+            store.executescript("DELETE FROM alias; DELETE FROM member")
+        harness.run(walked.TOOL, "alias")
+
+    def takes(self, aliases, mebibytes):
+        """Whether an import is in force that had so much memory."""
+        lines = "".join("many%d: bob\n" % n for n in range(aliases))
+        program, environment, data = walked.request(upload=lines)
+        call_sites.run(["/usr/bin/prlimit", "--as=%d" % (mebibytes << 20), *program],
+                       environment, data)
+        last = "many%d@%s" % (aliases - 1, harness.DOMAIN)
+        return walked.say_recipient(last).startswith("250")
+
+    def test_memory_does_not_grow_with_an_import_of_aliases(self):
+        self.addCleanup(self.forget_the_aliases)
+        walked.do(*walked.request(action="import_alias"))
+        least = next(some for some in range(16, 512, 8) if self.takes(1, some))
+        self.assertTrue(self.takes(200000, least + 40), least)

@@ -36,7 +36,7 @@ Result<std::vector<std::string>> MembersOf(GroupMembers& groups, const std::stri
     return std::vector<std::string>();
 }
 
-/// Which users of this server there are, asked once for each name.
+/// Which users of this server there are. Names are asked for once, unless there are very many.
 class KnownUsers {
 public:
     /// `loginPrefix` (such as `OFFICE\`) may stand before the account's name.
@@ -48,6 +48,7 @@ public:
     {
         if (engineIsDown_) return false;
         const std::string name = InLowerCase(user.substr(0, user.find('+')));
+        if (isUnknown_.size() >= kMostKept) isUnknown_.clear();
         const auto [known, isNew] = isUnknown_.emplace(name, false);
         if (isNew) known->second = Ask({user, name, loginPrefix_ + name});
         return known->second;
@@ -63,6 +64,8 @@ private:
         }
         return true;
     }
+
+    static constexpr std::size_t kMostKept = 100000;
 
     std::string loginPrefix_;
     bool engineIsDown_ = false;
@@ -157,10 +160,9 @@ bool Waits(const Reason& reason, Silence silence)
 
 ListTexts AliasTexts(const ListSources& sources)
 {
-    const stores::AliasTable table(stores::AliasesIn(sources.database));
     GroupMembers groups(system::AccountSourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
-        table, settings::MailDomains(sources.settings),
+        sources.database, settings::MailDomains(sources.settings),
         [&groups](const std::string& group) { return MembersOf(groups, group); });
     const std::string administrator = FirstAdministrator();
     for (const char* role : kRoles) {
@@ -169,21 +171,25 @@ ListTexts AliasTexts(const ListSources& sources)
     MapTexts texts(LoginPrefix(sources.settings));
     KnownUsers known(LoginPrefix(sources.settings));
     Warnings warnings;
-    for (const stores::AliasEntry& alias : table.entries()) {
-        Result<Recipients> recipients = expansion.Expand(alias);
-        if (!recipients && Waits(recipients.reason(), sources.silence)) {
-            LogReason(recipients.reason());
-            texts.AddWaiting(alias.name);
-            continue;
-        }
-        if (!recipients) return std::move(recipients).reason();
-        // The mail server refuses mail for whom no map has; what it took it would have to bounce.
-        if (ReachesNobody(known, alias.name, *recipients)) {
-            warnings.Add(alias.name);
-            recipients->users.clear();
-        }
-        texts.Add(alias.name, *std::move(recipients));
-    }
+    Result<void> done =
+        stores::EachAlias(sources.database, [&](const stores::AliasEntry& alias) -> Result<void> {
+            Result<Recipients> recipients = expansion.Expand(alias);
+            if (!recipients && Waits(recipients.reason(), sources.silence)) {
+                LogReason(recipients.reason());
+                texts.AddWaiting(alias.name);
+                return {};
+            }
+            if (!recipients) return std::move(recipients).reason();
+            // The mail server refuses mail for whom no map has; what it took it would have to
+            // bounce.
+            if (ReachesNobody(known, alias.name, *recipients)) {
+                warnings.Add(alias.name);
+                recipients->users.clear();
+            }
+            texts.Add(alias.name, *std::move(recipients));
+            return {};
+        });
+    if (!done) return std::move(done).reason();
     warnings.End();
     return std::move(texts).All();
 }

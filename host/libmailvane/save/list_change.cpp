@@ -174,8 +174,8 @@ Result<void> Apply(const Change& change)
     return ApplyMarked(next, {generation::CurrentGeneration(), change.words}, attempt);
 }
 
-/// Opens the database of a list for changes, after making it that of the stored accounts.
-Result<SQLite::Database> ChangeDatabaseOf(const render::List& list)
+/// Makes the databases those of the stored accounts.
+Result<void> MakeStoredAccounts()
 {
     const auto settings = settings::StoredSettings::Read();
     Result<void> healed = settings ? HealAccounts(settings->Account()) : settings.reason();
@@ -183,28 +183,45 @@ Result<SQLite::Database> ChangeDatabaseOf(const render::List& list)
         return std::move(healed).reason().Causing(
             "account source", "the lists of the stored account source are not at hand");
     }
-    return stores::ChangeAccountDatabase(DatabaseOf(list));
+    return {};
 }
 
+using Finish = std::function<Result<void>(SQLite::Database& store, const Store& commit)>;
+
 /// Runs a change within a transaction of the store, which `finish` ends.
-Result<void> Within(const render::List& list, const char* what, const ListChange& change,
-                    const std::function<Result<void>(SQLite::Database&, const Store&)>& finish)
+Result<void> InTransaction(SQLite::Database& store, const ListChange& change, const Finish& finish)
+{
+    SQLite::Transaction transaction(store, SQLite::TransactionBehavior::IMMEDIATE);
+    Result<void> done = change(store);
+    if (!done) return done;
+    return finish(store, [&transaction]() -> Result<void> {
+        transaction.commit();
+        return {};
+    });
+}
+
+/// Runs what changes the database of a list, which is that of the stored accounts by then.
+Result<void> AsWriter(const render::List& list, const char* what, const Store& run)
 {
     const auto changeAll = [&]() -> Result<void> {
         const WriteScope scope;
         if (!scope.ready()) return scope.ready();
 
-        Result<SQLite::Database> store = ChangeDatabaseOf(list).Prefixed(std::string(what) + ": ");
-        if (!store) return std::move(store).reason();
-        SQLite::Transaction transaction(*store, SQLite::TransactionBehavior::IMMEDIATE);
-        Result<void> done = change(*store);
-        if (!done) return done;
-        return finish(*store, [&transaction]() -> Result<void> {
-            transaction.commit();
-            return {};
-        });
+        Result<void> done = MakeStoredAccounts().Prefixed(std::string(what) + ": ");
+        return done ? run() : done;
     };
     return system::Attempt(what, changeAll).About(Subject::List(list));
+}
+
+Result<void> Within(const render::List& list, const char* what, const ListChange& change,
+                    const Finish& finish)
+{
+    return AsWriter(list, what, [&]() -> Result<void> {
+        auto store =
+            stores::ChangeAccountDatabase(DatabaseOf(list)).Prefixed(std::string(what) + ": ");
+        if (!store) return std::move(store).reason();
+        return InTransaction(*store, change, finish);
+    });
 }
 
 /// Makes what a killed change of lists left what the store says.
@@ -254,6 +271,32 @@ Result<void> StoreAndApply(const render::List& list, const char* what, const Lis
             whole.settings = &*settings;
         }
         return Apply(whole);
+    });
+}
+
+Result<void> ApplyAndStore(const render::List& list, const char* what, SQLite::Database& draft,
+                           const Store& store)
+{
+    const auto finish = [&](SQLite::Database&, const Store& commit) {
+        const auto settings = settings::StoredSettings::Read();
+        if (!settings) return Result<void>(settings.reason());
+        Result<Files> files = FilesOf(list, {*settings, draft, {}});
+        if (!files) return Result<void>(std::move(files).reason());
+
+        const auto storeAll = [&]() -> Result<void> {
+            draft.exec("PRAGMA main.cache_size = -16384");  // KiB; others wait for what is longer
+            Result<void> stored = store();
+            return stored ? commit() : stored;
+        };
+        return Apply({WordsOf({&list}), *std::move(files), nullptr, storeAll});
+    };
+    return AsWriter(list, what, [&]() -> Result<void> {
+        if (!system::IsInPlace(draft)) {
+            return Reason{ReasonCode::kBusy, "",
+                          std::string(what) + ": others have replaced the database meanwhile"};
+        }
+        const auto none = [](SQLite::Database&) { return Result<void>(); };
+        return InTransaction(draft, none, finish);
     });
 }
 

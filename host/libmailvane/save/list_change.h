@@ -35,6 +35,11 @@ using SettingsChange = std::function<void(settings::StoredSettings&)>;
 Result<void> StoreAndApply(const render::List& list, const char* what, const ListChange& change,
                            const SettingsChange& settingsChange = nullptr);
 
+/// The same for a list that the caller has in an open connection to its database as it is to be, in
+/// temporary tables that hide those of the database. `store` stores it, last.
+Result<void> ApplyAndStore(const render::List& list, const char* what, SQLite::Database& draft,
+                           const std::function<Result<void>()>& store);
+
 /// Puts the types of attachments that are refused in force and stores them, both or neither.
 Result<void> StoreAndApplyTypes(const std::vector<std::string>& types);
 

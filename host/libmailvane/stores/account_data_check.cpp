@@ -2,10 +2,11 @@
 #include "host/libmailvane/stores/account_data_check.h"
 
 #include <limits>
+#include <vector>
 
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/stores/access_store.h"
-#include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/stores/alias_table.h"
 #include "host/libmailvane/stores/bcc_store.h"
 #include "host/libmailvane/stores/black_white_store.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -22,16 +23,17 @@ Reason Altered(const std::string& what)
 /// since aliases may be members of others.
 Result<void> CheckAliases(SQLite::Database& database)
 {
-    const AliasEntries entries = AliasesIn(database);
     AliasTable table;
-    Result<void> taken;
-    for (const AliasEntry& entry : entries) {
-        if (taken) taken = table.Add(entry.name, {});
-    }
-    for (const AliasEntry& entry : entries) {
-        if (taken) taken = table.Add(entry.name, {entry.members.begin(), entry.members.end()});
-    }
-    return taken;
+    const SQLite::Transaction together(table.database());
+    Result<void> taken = EachAlias(
+        database, [&table](const AliasEntry& alias) { return table.Add(alias.name, {}); });
+    if (!taken) return taken;
+
+    AliasFinder members(database);
+    return EachAlias(database, [&](const AliasEntry& alias) {
+        const std::vector<MemberInfo> all = members.Members(alias.id);
+        return table.Add(alias.name, {all.begin(), all.end()});
+    });
 }
 
 bool Same(const Rule& left, const Rule& right)

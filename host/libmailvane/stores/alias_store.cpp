@@ -1,96 +1,95 @@
 // The aliases in etc/alias.db.
 #include "host/libmailvane/stores/alias_store.h"
 
-#include "host/libmailvane/stores/account_databases.h"
+#include <utility>
 
 namespace host::stores {
 namespace {
 
-void Remove(SQLite::Database& database, const std::vector<std::int64_t>& ids)
-{
-    SQLite::Statement alias(database, "DELETE FROM alias WHERE id = ?");
-    SQLite::Statement members(database, "DELETE FROM member WHERE alias = ?");
-    for (const std::int64_t id : ids) {
-        for (SQLite::Statement* statement : {&alias, &members}) {
-            statement->bind(1, id);
-            statement->exec();
-            statement->reset();
-        }
-    }
-}
-
-void AddMembers(SQLite::Statement& insert, const AliasEntry& entry)
-{
-    int position = 0;
-    for (const MemberInfo& member : entry.members) {
-        insert.bind(1, entry.id);
-        insert.bind(2, position++);
-        insert.bindNoCopy(3, member.name);
-        insert.bind(4, member.type);
-        insert.exec();
-        insert.reset();
-    }
-}
-
-void Add(SQLite::Database& database, const std::vector<const AliasEntry*>& entries)
-{
-    SQLite::Statement alias(database, "INSERT INTO alias (id, name) VALUES (?, ?)");
-    SQLite::Statement member(
-        database, "INSERT INTO member (alias, position, name, type) VALUES (?, ?, ?, ?)");
-    for (const AliasEntry* entry : entries) {
-        alias.bind(1, entry->id);
-        alias.bindNoCopy(2, entry->name);
-        alias.exec();
-        alias.reset();
-        AddMembers(member, *entry);
-    }
-}
-
-/// Reads the members of the aliases; both are sorted by the alias's id.
-void ReadMembers(SQLite::Database& database, AliasEntries& entries)
-{
-    SQLite::Statement members(database,
-                              "SELECT alias, name, type FROM member ORDER BY alias, position");
-    auto entry = entries.begin();
-    while (members.executeStep()) {
-        const std::int64_t owner = members.getColumn(0).getInt64();
-        while (entry != entries.end() && entry->id < owner) ++entry;
-        if (entry == entries.end() || entry->id != owner) continue;
-
-        MemberInfo member;
-        member.name = members.getColumn(1).getText();
-        member.type = members.getColumn(2).getInt();
-        entry->members.push_back(std::move(member));
-    }
-}
+constexpr std::int64_t kMostOfPage = 100;
 
 }  // namespace
 
-AliasEntries AliasesIn(SQLite::Database& database)
+Result<void> EachAlias(SQLite::Database& database,
+                       const std::function<Result<void>(const AliasEntry&)>& take)
 {
-    AliasEntries entries;
     SQLite::Statement aliases(database, "SELECT id, name FROM alias ORDER BY id");
     while (aliases.executeStep()) {
-        entries.push_back({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText(), {}});
+        Result<void> taken =
+            take({aliases.getColumn(0).getInt64(), aliases.getColumn(1).getText()});
+        if (!taken) return taken;
     }
-    ReadMembers(database, entries);
-    return entries;
+    return {};
 }
 
-Result<AliasEntries> ReadAliases()
+AliasFinder::AliasFinder(SQLite::Database& database)
+    : alias_(database, "SELECT id, name FROM alias WHERE name = ? COLLATE NOCASE"),
+      members_(database,
+               "SELECT position, name, type FROM member WHERE alias = ? AND position > ? "
+               "ORDER BY position LIMIT ?")
 {
-    auto database = ReadAccountDatabase(AccountDatabase::kAlias).Prefixed("aliases: ");
-    if (!database) return std::move(database).reason();
-    return system::Attempt("aliases", [&database] {
-        const SQLite::Transaction oneState(*database);
-        return AliasesIn(*database);
-    });
 }
 
-void ChangeAliases(SQLite::Database& database, const AliasChange& change)
+std::optional<AliasEntry> AliasFinder::Find(const std::string& name)
 {
-    Remove(database, change.removed);
-    Add(database, change.added);
+    std::optional<AliasEntry> found;
+    alias_.bindNoCopy(1, name);
+    if (alias_.executeStep()) {
+        found = AliasEntry{alias_.getColumn(0).getInt64(), alias_.getColumn(1).getText()};
+    }
+    alias_.reset();
+    return found;
+}
+
+MemberPage AliasFinder::MembersAfter(std::int64_t alias, std::int64_t position)
+{
+    MemberPage page{position, kNoMoreMembers, {}};
+    members_.bind(1, alias);
+    members_.bind(2, position);
+    members_.bind(3, kMostOfPage);
+    while (members_.executeStep()) {
+        page.members.push_back(
+            {members_.getColumn(0).getInt64(),
+             MemberInfo{members_.getColumn(1).getText(), members_.getColumn(2).getInt()}});
+    }
+    members_.reset();
+    if (page.members.size() == kMostOfPage) page.last = page.members.back().first;
+    return page;
+}
+
+std::vector<MemberInfo> AliasFinder::Members(std::int64_t alias)
+{
+    std::vector<MemberInfo> members;
+    for (std::int64_t position = kBeforeMembers; position != kNoMoreMembers;) {
+        MemberPage page = MembersAfter(alias, position);
+        for (auto& [_, member] : page.members) members.push_back(std::move(member));
+        position = page.last;
+    }
+    return members;
+}
+
+AliasReader::AliasReader(SQLite::Database& database)
+    : aliases_(database, "SELECT id, name FROM alias ORDER BY id"),
+      rows_(database, "SELECT alias, name, type FROM member ORDER BY alias, position"),
+      hasRow_(rows_.executeStep())
+{
+}
+
+bool AliasReader::Next()
+{
+    members_.clear();
+    if (!aliases_.executeStep()) return false;
+
+    const std::int64_t alias = aliases_.getColumn(0).getInt64();
+    name_ = aliases_.getColumn(1).getText();
+    for (; hasRow_; hasRow_ = rows_.executeStep()) {
+        const std::int64_t owner = rows_.getColumn(0).getInt64();
+        if (owner > alias) break;
+        if (owner == alias) {
+            members_.push_back({rows_.getColumn(1).getText(), rows_.getColumn(2).getInt()});
+        }
+    }
+    return true;
 }
 
 }  // namespace host::stores

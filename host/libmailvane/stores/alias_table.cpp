@@ -1,7 +1,7 @@
-// The alias table in memory.
+// The alias table, and its changes since it was read.
 #include "host/libmailvane/stores/alias_table.h"
 
-#include <algorithm>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -12,25 +12,12 @@
 namespace host::stores {
 namespace {
 
-using Identity = std::pair<int, std::string>;
-
-Identity IdentityOf(const MemberInfo& member)
+/// A database of its own, in a file without a name once it is large.
+SQLite::Database Empty()
 {
-    return {member.type, member.name};
-}
-
-template <typename Members>
-std::set<Identity> Identities(const Members& members)
-{
-    std::set<Identity> identities;
-    for (const MemberInfo& member : members) identities.insert(IdentityOf(member));
-    return identities;
-}
-
-std::list<MemberInfo> StoredMembers(std::list<MemberInfo> members)
-{
-    for (MemberInfo& member : members) member = names::StoredMember(std::move(member));
-    return members;
+    SQLite::Database database("", SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    database.exec(kAliasTables);
+    return database;
 }
 
 Reason Missing(BuiltInWord member)
@@ -46,167 +33,122 @@ Result<void> CheckName(const std::string& name)
 
 }  // namespace
 
-AliasTable::AliasTable(AliasEntries entries) : entries_(std::move(entries))
+AliasTable::AliasTable() : AliasTable(Empty()) {}
+
+AliasTable::AliasTable(SQLite::Database stored) : database_(std::move(stored)), finder_(database_)
 {
-    byName_.reserve(entries_.size());
-    for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-        byName_.emplace(InLowerCase(entry->name), entry);
-        nextId_ = std::max(nextId_, entry->id + 1);
+}
+
+AliasDraft& AliasTable::draft()
+{
+    if (!draft_) draft_.emplace(database_);
+    EndMoment();
+    return *draft_;
+}
+
+void AliasTable::BeginMoment()
+{
+    moment_.emplace(database_);
+    for (const char* what : {"alias NOT INDEXED", "alias", "member"}) {
+        (void)database_.execAndGet(std::string("SELECT count(*) FROM ") + what);
     }
 }
 
-const AliasEntry* AliasTable::FindAnyCase(const std::string& name) const
+void AliasTable::EndMoment()
 {
-    const auto found = byName_.find(InLowerCase(name));
-    return found == byName_.end() ? nullptr : &*found->second;
+    if (moment_) moment_->commit();
+    moment_.reset();
 }
 
-const AliasEntry* AliasTable::Find(const std::string& name) const
+std::optional<AliasEntry> AliasTable::Find(const std::string& name)
 {
-    const AliasEntry* found = FindAnyCase(name);
-    return found != nullptr && found->name == name ? found : nullptr;
+    auto found = FindAnyCase(name);
+    if (found && found->name != name) found.reset();
+    return found;
 }
 
-void AliasTable::Touch(const AliasEntry& entry)
+std::list<std::string> AliasTable::Names()
 {
-    if (entry.id != 0) touched_.insert(entry.id);
+    SQLite::Statement rows(database_, "SELECT name FROM alias ORDER BY id");
+    std::list<std::string> names;
+    while (rows.executeStep()) names.emplace_back(rows.getColumn(0).getText());
+    return names;
 }
 
-AliasEntry& AliasTable::Edit(const std::string& name)
-{
-    const auto found = byName_.find(InLowerCase(name));
-    if (found != byName_.end()) {
-        Touch(*found->second);
-        return *found->second;
-    }
-    entries_.push_back({0, name, {}});
-    byName_.emplace(InLowerCase(name), std::prev(entries_.end()));
-    return entries_.back();
-}
-
-Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owner) const
+Result<void> AliasTable::Check(const MemberInfo& member, const std::string& owner)
 {
     Result<void> checked = names::CheckMember(member);
     if (!checked || member.type != names::kAliasMember) return checked;
 
-    if (member.name == owner || Find(member.name) != nullptr) return {};
+    if (member.name == owner || Find(member.name)) return {};
     return Missing("member");
 }
 
 Result<void> AliasTable::Add(const std::string& name, const std::list<MemberInfo>& asked)
 {
-    const std::list<MemberInfo> members = StoredMembers(asked);
     Result<void> named = CheckName(name);
     if (!named) return named;
-    if (FindAnyCase(name) != nullptr && Find(name) == nullptr) {
+    const auto known = FindAnyCase(name);
+    if (known && known->name != name) {
         return Reason{ReasonCode::kTaken, Subject::Setting("aliasname"),
                       "a name that another alias has in other letters"};
     }
-    for (const MemberInfo& member : members) {
+    std::list<MemberInfo> members = asked;
+    for (MemberInfo& member : members) {
+        member = names::StoredMember(std::move(member));
         Result<void> checked = Check(member, name);
         if (!checked) return checked;
     }
-    AliasEntry& entry = Edit(name);
-    std::set<Identity> present = Identities(entry.members);
+    const std::int64_t alias = known ? known->id : draft().Add(name);
+    std::set<std::pair<int, std::string>> present;
+    for (MemberInfo& member : finder_.Members(alias)) {
+        present.emplace(member.type, std::move(member.name));
+    }
     for (const MemberInfo& member : members) {
-        if (present.insert(IdentityOf(member)).second) entry.members.push_back(member);
+        if (present.emplace(member.type, member.name).second) draft().AddMember(alias, member);
     }
     return {};
 }
 
 Result<void> AliasTable::Remove(const std::string& name, const std::list<MemberInfo>& members)
 {
-    if (Find(name) == nullptr) return Missing("aliasname");
+    const auto alias = Find(name);
+    if (!alias) return Missing("aliasname");
 
-    AliasEntry& entry = Edit(name);
-    const std::set<Identity> leaving = Identities(StoredMembers(members));
-    const auto isLeaving = [&leaving](const MemberInfo& member) {
-        return leaving.count(IdentityOf(member)) != 0;
-    };
-    auto& all = entry.members;
-    all.erase(std::remove_if(all.begin(), all.end(), isLeaving), all.end());
+    for (const MemberInfo& member : members) {
+        draft().RemoveMember(alias->id, names::StoredMember(member));
+    }
     return {};
 }
 
 Result<void> AliasTable::Rename(const std::string& from, const std::string& to)
 {
-    const AliasEntry* old = Find(from);
-    if (old == nullptr) return Missing("orgalias");
+    const auto old = Find(from);
+    if (!old) return Missing("orgalias");
     Result<void> named = CheckName(to);
     if (!named) return named;
 
-    const AliasEntry* taken = FindAnyCase(to);
-    if (taken != nullptr && taken != old) {
+    const auto taken = FindAnyCase(to);
+    if (taken && taken->id != old->id) {
         return Reason{ReasonCode::kTaken, Subject::Setting("aliasname"),
                       "a name that another alias has"};
     }
-
-    auto node = byName_.extract(InLowerCase(from));
-    Touch(*node.mapped());
-    node.mapped()->name = to;
-    node.key() = InLowerCase(to);
-    byName_.insert(std::move(node));
-    Follow({{InLowerCase(from), to}});
+    draft().Rename(old->id, to);
+    draft().Follow({{from, to}});
     return {};
-}
-
-void AliasTable::Replace(AliasEntries aliases)
-{
-    while (!aliases.empty()) {
-        AliasEntry& alias = aliases.front();
-        const auto [found, isNew] = byName_.try_emplace(InLowerCase(alias.name), aliases.begin());
-        if (isNew) {
-            entries_.splice(entries_.end(), aliases, aliases.begin());
-        } else {
-            Touch(*found->second);
-            found->second->members = std::move(alias.members);
-            aliases.pop_front();
-        }
-    }
 }
 
 void AliasTable::Delete(const std::list<std::string>& names)
 {
-    std::unordered_map<std::string, std::string> gone;
+    std::map<std::string, std::string> gone;
     for (const std::string& name : names) {
-        if (Find(name) == nullptr) continue;
+        const auto alias = Find(name);
+        if (!alias) continue;
 
-        const auto node = byName_.extract(InLowerCase(name));
-        Touch(*node.mapped());
-        entries_.erase(node.mapped());
-        gone.emplace(InLowerCase(name), "");
+        draft().Remove(alias->id);
+        gone.emplace(name, "");
     }
-    if (!gone.empty()) Follow(gone);
-}
-
-void AliasTable::Follow(const std::unordered_map<std::string, std::string>& newNames)
-{
-    const auto isAffected = [&newNames](const MemberInfo& member) {
-        return member.type == names::kAliasMember && newNames.count(InLowerCase(member.name)) != 0;
-    };
-    for (AliasEntry& entry : entries_) {
-        auto& members = entry.members;
-        if (std::none_of(members.begin(), members.end(), isAffected)) continue;
-
-        Touch(entry);
-        for (MemberInfo& member : members) {
-            if (isAffected(member)) member.name = newNames.at(InLowerCase(member.name));
-        }
-        const auto hasNoName = [](const MemberInfo& member) { return member.name.empty(); };
-        members.erase(std::remove_if(members.begin(), members.end(), hasNoName), members.end());
-    }
-}
-
-AliasChange AliasTable::Pending()
-{
-    AliasChange change;
-    change.removed.assign(touched_.begin(), touched_.end());
-    for (AliasEntry& entry : entries_) {
-        const bool isNew = entry.id == 0;
-        if (isNew) entry.id = nextId_++;
-        if (isNew || touched_.count(entry.id) != 0) change.added.push_back(&entry);
-    }
-    return change;
+    if (!gone.empty()) draft().Follow(gone);
 }
 
 }  // namespace host::stores

@@ -2,9 +2,8 @@
 #include "host/libmailvane/stores/alias_text.h"
 
 #include <algorithm>
-#include <set>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "host/libhaldcore/text.h"
@@ -19,11 +18,11 @@ constexpr char kGroupMark = '%';
 constexpr char kUserMark = '\\';
 constexpr int kBareName = -1;  // an alias or a user: known once the whole file is read
 
-std::string MemberText(const AliasTable& table, const MemberInfo& member)
+std::string MemberText(const std::unordered_set<std::string>& aliases, const MemberInfo& member)
 {
     if (member.type == names::kGroupMember) return kGroupMark + member.name;
     const bool ambiguous =
-        member.type == names::kUserMember && table.FindAnyCase(member.name) != nullptr;
+        member.type == names::kUserMember && aliases.count(InLowerCase(member.name)) != 0;
     return ambiguous ? kUserMark + member.name : member.name;
 }
 
@@ -51,8 +50,10 @@ Result<void> Check(MemberInfo member)
 }
 
 /// Reads the lines of a file one after the other.
-class AliasReader {
+class AliasLines {
 public:
+    explicit AliasLines(IncomingAliases& incoming) : incoming_(incoming) {}
+
     Result<void> Take(const std::string& line)
     {
         const std::size_t colon = line.find(':');
@@ -63,27 +64,16 @@ public:
         return TakeMembers(line);
     }
 
-    /// The aliases, once all lines are read, with bare names resolved.
-    AliasEntries Resolve(const AliasTable& table)
-    {
-        for (AliasEntry& alias : aliases_) {
-            for (MemberInfo& member : alias.members) ResolveName(table, member);
-            DropRepetitions(alias.members);
-        }
-        return std::move(aliases_);
-    }
-
 private:
     Result<void> TakeAlias(const std::string& line, std::size_t colon)
     {
         const std::string name(Trim(std::string_view(line).substr(0, colon)));
         open_ = true;  // lines of members may follow, even when the name is refused
-        aliases_.push_back({0, name, {}});
+        const bool isName = names::IsLocalPart(name);
+        const bool isNew = isName && incoming_.Begin(name);
         Result<void> taken = TakeMembers(line.substr(colon + 1));
-        if (!names::IsLocalPart(name)) {
-            return Reason{ReasonCode::kNoName, name, "no name of an alias"};
-        }
-        if (!byName_.emplace(InLowerCase(name), &aliases_.back()).second) {
+        if (!isName) return Reason{ReasonCode::kNoName, name, "no name of an alias"};
+        if (!isNew) {
             return Reason{ReasonCode::kGivenTwice, name, "an alias that stands in the file twice"};
         }
         return taken;
@@ -105,51 +95,28 @@ private:
 
             const MemberInfo member = ParseMember(word);
             if (taken) taken = Check(member);
-            aliases_.back().members.push_back(member);
+            incoming_.AddMember(member);
         }
         return taken;
     }
 
-    void ResolveName(const AliasTable& table, MemberInfo& member) const
-    {
-        if (member.type != kBareName) return;
-
-        member.type = names::kUserMember;
-        const auto here = byName_.find(InLowerCase(member.name));
-        const AliasEntry* stored = table.FindAnyCase(member.name);
-        if (here == byName_.end() && stored == nullptr) return;
-
-        member.type = names::kAliasMember;
-        member.name = (stored != nullptr ? stored : here->second)->name;
-    }
-
-    static void DropRepetitions(std::vector<MemberInfo>& members)
-    {
-        std::set<std::pair<int, std::string>> seen;
-        const auto isRepetition = [&seen](const MemberInfo& member) {
-            return !seen.emplace(member.type, member.name).second;
-        };
-        std::vector<MemberInfo> distinct;
-        std::copy_if(members.begin(), members.end(), std::back_inserter(distinct),
-                     [&](const MemberInfo& member) { return !isRepetition(member); });
-        members = std::move(distinct);
-    }
-
-    AliasEntries aliases_;
-    std::unordered_map<std::string, const AliasEntry*> byName_;  ///< by name in lower case
+    IncomingAliases& incoming_;
     bool open_ = false;
 };
 
 }  // namespace
 
-std::string AliasText(const AliasTable& table)
+std::string AliasText(AliasTable& table)
 {
+    std::unordered_set<std::string> aliases;
+    for (const std::string& name : table.Names()) aliases.insert(InLowerCase(name));
     std::string text;
-    for (const AliasEntry& entry : table.entries()) {
-        text += entry.name + ":";
+    AliasReader reader(table.database());
+    while (reader.Next()) {
+        text += reader.name() + ":";
         const char* separator = " ";
-        for (const MemberInfo& member : entry.members) {
-            text += separator + MemberText(table, member);
+        for (const MemberInfo& member : reader.members()) {
+            text += separator + MemberText(aliases, member);
             separator = ", ";
         }
         text += "\n";
@@ -157,14 +124,15 @@ std::string AliasText(const AliasTable& table)
     return text;
 }
 
-Result<AliasEntries> ReadAliasText(const std::string& path, const AliasTable& table)
+Result<int> ImportAliasText(const std::string& path, AliasTable& table)
 {
-    AliasReader reader;
-    const auto take = [&reader](const std::string& line) { return reader.Take(line); };
+    IncomingAliases incoming(table.database(), table.draft());
+    AliasLines lines(incoming);
+    const auto take = [&lines](const std::string& line) { return lines.Take(line); };
     Result<void> taken = names::ReadListText(path, take);
     if (!taken) return std::move(taken).reason();
 
-    return reader.Resolve(table);
+    return incoming.Finish();
 }
 
 }  // namespace host::stores

@@ -156,6 +156,14 @@ Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& s
     });
 }
 
+bool IsInPlace(SQLite::Database& database)
+{
+    int hasMoved = 0;
+    const int result =
+        sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved);
+    return result == SQLITE_OK && hasMoved == 0;  // one in memory has no file
+}
+
 Result<void> SettleJournal(const std::string& path)
 {
     const std::string journal = path + "-journal";

@@ -50,6 +50,9 @@ Result<SQLite::Database> OpenForReading(const std::string& path, const Schema& s
 /// query rolls back what a killed writer left unfinished.
 Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path);
 
+/// Whether an open database is the file that its path names now.
+bool IsInPlace(SQLite::Database& database);
+
 /// Rolls back what a killed writer has left in the journal of a database, and removes the journal:
 /// SQLite leaves one alone that had not come to the disk. Nothing where there is none.
 Result<void> SettleJournal(const std::string& path);

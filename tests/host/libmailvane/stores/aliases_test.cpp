@@ -22,9 +22,7 @@ protected:
     std::string Imported(AliasTable& table, const std::string& text) const
     {
         Write(File(), text);
-        const auto aliases = host::stores::ReadAliasText(File(), table);
-        if (!aliases) return "refused";
-        table.Replace(*aliases);
+        if (!ImportAliasText(File(), table)) return "refused";
         return host::stores::AliasText(table);
     }
 
@@ -34,7 +32,7 @@ protected:
         AliasTable table;
         EXPECT_EQ(Imported(table, text), text);
         host::render::AliasExpansion expansion(
-            table, {"mv.test", "Two.test"},
+            table.database(), {"mv.test", "Two.test"},
             [](const std::string& group) -> host::Result<std::vector<std::string>> {
                 if (group == "down")
                     return host::Reason{host::ReasonCode::kDaemonIsDown, group, ""};
@@ -92,7 +90,8 @@ TEST_F(Aliases, SurviveExportAndImportExactly)
     ASSERT_EQ(Imported(table, text), text);
     EXPECT_EQ(Imported(table, text), text) << "once more, over itself";
     std::string types;
-    for (const auto& member : table.Find("team")->members) types += std::to_string(member.type);
+    for (const auto& member : table.Members(*table.Find("team")))
+        types += std::to_string(member.type);
     EXPECT_EQ(types, "001203");
     EXPECT_NE(Imported(table, "empty: bob").find("\nempty: bob\nlong: "), std::string::npos)
         << "the others stay";
@@ -116,7 +115,7 @@ TEST_F(Aliases, AreReadFromFilesAsTheyAreFound)
     for (const auto& [text, want] : rows) {
         AliasTable table;
         EXPECT_EQ(Imported(table, text), want) << text;
-        EXPECT_EQ(table.entries().empty(), std::string(want) == "refused");
+        EXPECT_EQ(table.Names().empty(), std::string(want) == "refused");
     }
 }
 
@@ -160,6 +159,17 @@ TEST_F(Aliases, ReachEachRecipientOnceWithoutLoops)
         chain += "a" + std::to_string(i) + ": a" + std::to_string(i - 1) + "\n";
     }
     EXPECT_EQ(Expanded(chain, "a19999"), "bob ");
+
+    // More than is read or kept at a time.
+    std::string many = "all: a0", each, want;
+    for (int i = 0; i < 30000; ++i) {
+        const std::string name = "a" + std::to_string(i);
+        if (i > 0) many += ", " + name;
+        each += name + ": \\" + name + ", u" + name + "@far.example\n";
+        want += name + " ";
+    }
+    for (int i = 0; i < 30000; ++i) want += "ua" + std::to_string(i) + "@far.example ";
+    EXPECT_EQ(Expanded(many + "\n" + each, "all"), want);
 }
 
 TEST_F(Aliases, AreStoredByTheirDifferences)
@@ -167,34 +177,49 @@ TEST_F(Aliases, AreStoredByTheirDifferences)
     ASSERT_TRUE(host::MakeDirectories(host::Path("/run"), 0755));
     const host::ScopedLock lock;
     ASSERT_TRUE(host::stores::SwitchDatabases({"local", ""}));
-    auto store = host::stores::ChangeAccountDatabase(host::stores::AccountDatabase::kAlias);
-    const auto change = [&store](const host::stores::AliasChange& wanted) {
-        SQLite::Transaction transaction(*store);
-        host::stores::ChangeAliases(*store, wanted);
-        transaction.commit();
+    const auto stored = [] {
+        return *host::stores::ReadAccountDatabase(host::stores::AccountDatabase::kAlias);
+    };
+    const auto change = [&](AliasTable& table) -> std::string {
+        {
+            SQLite::Transaction transaction(table.database());
+            if (!table.draft().Store()) return "refused";
+            transaction.commit();
+        }
+        AliasTable again(stored());
+        return host::stores::AliasText(again);
     };
 
-    AliasTable table(*host::stores::ReadAliases());
+    AliasTable table(stored());
     const std::string first = "a: bob, x@y.example\nb: a, %staff\nc:\n";
     ASSERT_EQ(Imported(table, first), first);
-    change(table.Pending());
-    AliasTable again(*host::stores::ReadAliases());
-    EXPECT_EQ(host::stores::AliasText(again), first);
+    EXPECT_EQ(change(table), first);
 
     // Names change places, which a store of one row after the other could not take.
+    AliasTable again(stored());
     EXPECT_TRUE(again.Rename("a", "t"));
     EXPECT_TRUE(again.Rename("c", "A"));
     EXPECT_TRUE(again.Rename("t", "c"));
     EXPECT_TRUE(again.Add("d", {{"dora", 0}}));
-    change(again.Pending());
     const std::string second = "c: bob, x@y.example\nb: c, %staff\nA:\nd: dora\n";
-    EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
+    EXPECT_EQ(change(again), second);
 
-    host::stores::AliasChange clash;
-    const host::stores::AliasEntry clashing[] = {{90, "new", {}}, {91, "B", {}}};
-    clash.added = {&clashing[0], &clashing[1]};
-    EXPECT_THROW(change(clash), std::exception);
-    EXPECT_EQ(host::stores::AliasText(AliasTable(*host::stores::ReadAliases())), second);
+    // More is new than stays, which is stored another way.
+    AliasTable most(stored());
+    const std::string many = "x: bob, y\nB: z, %staff\ny:\nz: x, Y, y, z\nA: a\n";
+    const std::string third =
+        "c: bob, x@y.example\nb: z, %staff\nA: A\nd: dora\nx: bob, y\ny:\nz: x, y, z\n";
+    EXPECT_EQ(Imported(most, many), third);
+    EXPECT_EQ(change(most), third);
+
+    AliasTable late(stored());
+    EXPECT_TRUE(late.Add("late", {}));
+    AliasTable sooner(stored());
+    sooner.Delete({"x"});
+    const std::string fourth = change(sooner);
+    EXPECT_EQ(change(late), "refused");
+    AliasTable unchanged(stored());
+    EXPECT_EQ(host::stores::AliasText(unchanged), fourth);
 }
 
 }  // namespace
