@@ -6,7 +6,6 @@
 #include "host/libhaldcore/text.h"
 #include "host/libmailvane/names/text_checks.h"
 #include "host/libmailvane/stores/account_databases.h"
-#include "host/libmailvane/stores/alias_store.h"
 #include "host/libmailvane/stores/alias_text.h"
 #include "host/libmailvane/system/database.h"
 #include "tools/document/section.h"
@@ -23,14 +22,6 @@ using host::stores::AccountDatabase;
 using host::stores::AliasTable;
 
 constexpr char kImport[] = "/aliases.txt";
-
-Result<AliasTable> TableIn(const std::string& folder)
-{
-    auto store = host::stores::ReadCopy(AccountDatabase::kAlias, folder);
-    if (!store) return std::move(store).reason();
-    return host::system::Attempt("aliases",
-                                 [&store] { return AliasTable(host::stores::AliasesIn(*store)); });
-}
 
 /// The members of an alias, which a comma separates in the text of the table.
 std::string MembersOf(const std::string& text)
@@ -106,25 +97,46 @@ void AddFaults(const Section& section, const Reason& reason, const ImportFile& f
     }
 }
 
-Result<void> Store(const std::string& folder, AliasTable& table)
+Result<void> Store(AliasTable& table)
 {
-    auto store = host::stores::ChangeCopy(AccountDatabase::kAlias, folder);
-    if (!store) return std::move(store).reason();
-    return host::system::Attempt("aliases", [&] {
-        SQLite::Transaction transaction(*store);
-        host::stores::ChangeAliases(*store, table.Pending());
-        transaction.commit();
-    });
+    SQLite::Transaction transaction(table.database());
+    Result<void> done = table.draft().Store();
+    if (done) transaction.commit();
+    return done;
+}
+
+/// Removes the aliases that the document does not name.
+void Prune(AliasTable& table, const std::set<std::string>& names)
+{
+    std::list<std::string> gone = table.Names();
+    gone.remove_if([&names](const std::string& name) { return names.count(name) > 0; });
+    table.Delete(gone);
+}
+
+Result<void> Bring(const Section& section, const ImportFile& file, AliasTable& table, Merge& merge)
+{
+    if (merge.prunes) Prune(table, file.names);
+    const std::string path = merge.state.folder + kImport;
+    if (!host::ReplaceFile(path, file.text, 0600)) return host::SystemReason(path, path);
+    const Result<int> brought = host::stores::ImportAliasText(path, table);
+    if (brought) return Store(table);
+    AddFaults(section, brought.reason(), file, merge);
+    return {};
 }
 
 }  // namespace
 
 Result<Entries> ReadAliasSection(const Section& /*section*/, const State& state)
 {
-    const Result<AliasTable> table = TableIn(state.folder);
-    if (!table) return table.reason();
+    auto store = host::stores::ReadCopy(AccountDatabase::kAlias, state.folder);
+    if (!store) return std::move(store).reason();
+    const Result<std::string> text = host::system::Attempt("aliases", [&store] {
+        AliasTable table(*std::move(store));
+        return host::stores::AliasText(table);
+    });
+    if (!text) return text.reason();
     Entries entries;
-    std::istringstream lines(host::stores::AliasText(*table));
+    std::istringstream lines(*text);
     for (std::string line; std::getline(lines, line);) {
         const auto colon = line.find(':');
         entries.push_back({line.substr(0, colon), MembersOf(line.substr(colon + 1)), "", ""});
@@ -138,29 +150,17 @@ Result<Entries> ReadAliasSection(const Section& /*section*/, const State& state)
 Result<void> MergeAliases(const Section& section, const Node& node, Merge& merge)
 {
     if (!IsMap(section, node, merge) && !node.isNothing) return {};
-    Result<AliasTable> table = TableIn(merge.state.folder);
-    if (!table) return std::move(table).reason();
+    auto store = host::stores::ChangeCopy(AccountDatabase::kAlias, merge.state.folder);
+    if (!store) return std::move(store).reason();
 
     ImportFile file;
     for (const auto& [name, members] : node.members) {
         AddAlias(section, name, members, merge, file);
     }
-    if (merge.prunes) {
-        std::list<std::string> gone;
-        for (const auto& entry : table->entries()) {
-            if (file.names.count(entry.name) == 0) gone.push_back(entry.name);
-        }
-        table->Delete(gone);
-    }
-    const std::string path = merge.state.folder + kImport;
-    if (!host::ReplaceFile(path, file.text, 0600)) return host::SystemReason(path, path);
-    auto aliases = host::stores::ReadAliasText(path, *table);
-    if (!aliases) {
-        AddFaults(section, aliases.reason(), file, merge);
-        return {};
-    }
-    table->Replace(*std::move(aliases));
-    return Store(merge.state.folder, *table);
+    return host::system::Attempt("aliases", [&] {
+        AliasTable table(*std::move(store));
+        return Bring(section, file, table, merge);
+    });
 }
 
 }  // namespace document

@@ -7,7 +7,9 @@
 #include "host/libhaldcore/text.h"
 #include "host/libhaldsdk/account_lookup.h"
 #include "host/libmailvane/names/alias_names.h"
+#include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/alias_store.h"
+#include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
 
 namespace upkeep {
@@ -24,6 +26,25 @@ constexpr const char* kRoles[] = {"postmaster", "abuse"};
 constexpr const char* kNoShells[] = {kNoShell, "/sbin/nologin", "/bin/false", "/usr/bin/false"};
 
 const Subject kName = Subject::Setting("name");
+
+using host::stores::AccountDatabase;
+using host::stores::ReadAccountDatabase;
+
+Result<bool> IsAlias(const std::string& name)
+{
+    Result<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
+    if (!database) return std::move(database).reason();
+    return host::system::Attempt("aliases", [&]() -> Result<bool> {
+        return host::stores::AliasFinder(*database).Find(name).has_value();
+    });
+}
+
+bool HasUser(const std::list<MemberInfo>& members, const std::string& name)
+{
+    return std::any_of(members.begin(), members.end(), [&](const MemberInfo& member) {
+        return member.type == host::names::kUserMember && host::InLowerCase(member.name) == name;
+    });
+}
 
 bool IsNewName(const std::string& name)
 {
@@ -96,12 +117,9 @@ Result<void> CheckNewName(const std::string& name)
     if (std::find(std::begin(kRoles), std::end(kRoles), name) != std::end(kRoles)) {
         return Taken("mail to " + name + " goes elsewhere: to an administrator");
     }
-    const Result<host::stores::AliasEntries> aliases = host::stores::ReadAliases();
-    if (!aliases) return aliases.reason();
-    const bool isAlias = std::any_of(aliases->begin(), aliases->end(), [&](const auto& alias) {
-        return host::InLowerCase(alias.name) == name;
-    });
-    if (isAlias) return Taken("mail to " + name + " goes elsewhere: it is an alias");
+    const Result<bool> isAlias = IsAlias(name);
+    if (!isAlias) return isAlias.reason();
+    if (*isAlias) return Taken("mail to " + name + " goes elsewhere: it is an alias");
 
     const Result<std::optional<host::User>> account = host::FindUser(name);
     if (!account) return account.reason();
@@ -116,18 +134,15 @@ Result<void> CheckNewName(const std::string& name)
 
 Result<std::vector<std::string>> AliasesOf(const std::string& name)
 {
-    const Result<host::stores::AliasEntries> aliases = host::stores::ReadAliases();
-    if (!aliases) return aliases.reason();
-    std::vector<std::string> found;
-    for (const host::stores::AliasEntry& alias : *aliases) {
-        const bool isMember =
-            std::any_of(alias.members.begin(), alias.members.end(), [&](const MemberInfo& member) {
-                return member.type == host::names::kUserMember &&
-                       host::InLowerCase(member.name) == name;
-            });
-        if (isMember) found.push_back(alias.name);
-    }
-    return found;
+    Result<SQLite::Database> database = ReadAccountDatabase(AccountDatabase::kAlias);
+    if (!database) return std::move(database).reason();
+    return host::system::Attempt("aliases", [&]() -> Result<std::vector<std::string>> {
+        std::vector<std::string> found;
+        for (host::stores::AliasReader reader(*database); reader.Next();) {
+            if (HasUser(reader.members(), name)) found.push_back(reader.name());
+        }
+        return found;
+    });
 }
 
 }  // namespace upkeep
