@@ -47,6 +47,7 @@ class Browser:
     def open(self):
         """The page, before anybody has signed in."""
         self._axe = None
+        self.resize(WIDE)
         self.driver.get(self._home)
         self.wait("#user")
 
@@ -103,6 +104,12 @@ class Browser:
     def resize(self, width):
         self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
             "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
+
+    def connect(self, is_online):
+        """Cuts the browser's network, requests under way too, or joins it again."""
+        self.driver.execute_cdp_cmd("Network.enable", {})
+        self.driver.execute_cdp_cmd("Network.emulateNetworkConditions", {
+            "offline": not is_online, "latency": 0, "downloadThroughput": -1, "uploadThroughput": -1})
 
     def sideways(self):
         """By how many pixels the page is wider than the window."""

@@ -1,4 +1,6 @@
 """The console in a browser, on the real server."""
+import contextlib
+import fcntl
 import gzip
 import os
 import re
@@ -27,11 +29,16 @@ HOSTILE = '<img/src=x/onerror=alert(1)>"\'&amp;{{7*7}}'
 
 
 class Console(harness.Story):
-    """Each test has a window of its own, and leaves nothing in the browser's log."""
+    """The tests of a class have one window. Each opens the page anew, and leaves nothing in the browser's
+    log."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.browser = cls.enterClassContext(Browser())
 
     def setUp(self):
         super().setUp()
-        self.browser = self.enterContext(Browser())
         self.expected_log = ()
 
     def tearDown(self):
@@ -84,6 +91,7 @@ class SigningIn(Console):
         browser = self.browser
         browser.open()
         browser.driver.execute_script("localStorage.setItem('mailvane.idle', '0.05')")  # minutes
+        self.addCleanup(browser.driver.execute_script, "localStorage.clear()")
         browser.open()
         browser.sign_in()
         browser.wait("dialog.opaque h2", "Sign in again")
@@ -143,6 +151,37 @@ class Settings(Console):
         wait_for(lambda: not browser.find("dialog"), "the end of the question")
         browser.settled()
         self.assertEqual((load()["smtp_hostname"], load()["message_size_limit_mb"]), ("theirs.test", 70))
+
+    def test_a_lost_connection_ends_in_the_truth(self):
+        browser = self.browser
+        self.expected_log = ("ERR_INTERNET_DISCONNECTED",)
+        browser.go("smtp")
+        browser.fill("#field-smtp_hostname", "cut.test")
+        browser.connect(False)
+        self.addCleanup(browser.connect, True)
+        browser.button("Save").click()
+        browser.wait(".saving")
+        browser.connect(True)
+        browser.wait(".problem", "Not saved")
+
+        with open(harness.ETC + "/lock", "rb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            browser.button("Save").click()
+            wait_for(self.changing, "the request")
+            browser.connect(False)
+        wait_for(lambda: harness.settings()["smtp_hostname"] == "cut.test", "the save")
+        browser.connect(True)
+        browser.wait(".notice", "Saved and in force.")
+
+    @staticmethod
+    def changing():
+        """Processes of requests that want to change something."""
+        found = []
+        for number in harness.run("pgrep", "-x", "mailvane.cgi", check=False).split():
+            with contextlib.suppress(OSError):
+                if b"REQUEST_METHOD=POST" in Path("/proc", number, "environ").read_bytes():
+                    found.append(number)
+        return found
 
     def test_changes_keep_the_page(self):
         browser = self.browser
