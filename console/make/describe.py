@@ -7,6 +7,7 @@ from typing import Any
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tools/reference"))
 
+import lists
 import openapi
 from openapi import Node
 
@@ -17,15 +18,16 @@ SENTENCES = "settings/help/"
 KEPT = {
     "type": "type", "minimum": "min", "maximum": "max", "minLength": "minLength",
     "maxLength": "maxLength", "x-max-bytes": "maxBytes", "x-format": "format", "x-unit": "unit",
-    "x-group": "group", "x-needs": "needs", "x-restarts": "restarts", "writeOnly": "secret",
-    "x-mask": "mask",
+    "x-group": "group", "x-needs": "needs", "x-suits": "suits", "x-kind": "kind",
+    "x-restarts": "restarts", "writeOnly": "secret", "x-mask": "mask",
 }
 
 
 def description(paths: list[str]) -> Node:
-    """Actions, pages with their fields, and choices of some documents."""
+    """Actions, pages with their fields, and lists of some documents."""
     actions: Node = {}
     pages: Node = {}
+    found: Node = {}
     loads: dict[str, str] = {}
     for path in paths:
         document = openapi.Document(path)
@@ -36,10 +38,12 @@ def description(paths: list[str]) -> Node:
             actions[name] = action(kind, operation, programs[name])
             if kind == openapi.READ and "x-page" in operation:
                 loads[name] = operation["x-page"]
-            if "x-edits" in operation and operation["x-edits"] in loads:
-                page = loads[operation["x-edits"]]
-                pages[page] = form(page, name, operation)
-    return {"actions": actions, "pages": pages}
+            page = operation.get("x-page", "") if kind == openapi.WRITE else loads.get(operation.get("x-edits", ""))
+            if page:
+                load = next(load for load, filled in loads.items() if filled == page)
+                pages[page] = form(page, load, name, operation)
+        found.update(lists.described(document, field))
+    return {"actions": actions, "pages": pages, "lists": found}
 
 
 def action(kind: str, operation: Node, program: str) -> Node:
@@ -59,7 +63,7 @@ def body(operation: Node) -> Node:
     return schema
 
 
-def form(page: str, save: str, operation: Node) -> Node:
+def form(page: str, load: str, save: str, operation: Node) -> Node:
     """A page of settings: its two actions, what a save has to have, its fields in their order."""
     schema = body(operation)
     members = {name: about for name, about in schema["properties"].items() if name != "action"}
@@ -67,7 +71,7 @@ def form(page: str, save: str, operation: Node) -> Node:
     own = {name: about for name, about in members.items()
            if about.get("x-page", page if "x-since" not in about else "") == page}
     return {
-        "load": operation["x-edits"],
+        "load": load,
         "save": save,
         "required": [name for name in schema["required"] if name != "action"],
         "fields": {name: field(name, about) for name, about in own.items()},

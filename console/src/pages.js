@@ -1,16 +1,22 @@
 // The pages: a row for each, in the order of the navigation.
 //
 // To add one: write its component in src/pages/NAME.js, and a row here. `title` is a path of the
-// catalogue, `group` one of GROUPS, `route` what stands in the address.
+// catalogue, `group` one of GROUPS or empty for what other pages lead to, `route` what stands in the address.
 import { About } from "./pages/about.js";
+import { AliasEditor } from "./pages/alias.js";
+import { Aliases } from "./pages/aliases.js";
+import { AccessLists, Attachments, BlackWhite, BlindCopies, Blocklists, Domains, Replies, RuleSets, SenderLimits } from
+    "./pages/lists.js";
 import { MailLog } from "./pages/mail_log.js";
 import { Overview } from "./pages/overview.js";
 import { SelfCheck } from "./pages/self_check.js";
 import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
 import { Security } from "./pages/security.js";
 import { Smtp } from "./pages/smtp.js";
+import { User, Users } from "./pages/users.js";
 
-/** @typedef {{route: string, title: string, group: string, view: any}} PageRow */
+/** @typedef {{route: string, title: string, group: string, view: any, within?: string}} PageRow
+ *  within: the route of the page that leads to it */
 
 /** The parts of the navigation; one without pages is not shown. */
 export const GROUPS = ["watch", "services", "filtering", "addresses", "server"];
@@ -24,10 +30,24 @@ export const PAGES = [
     { route: "smtp", title: "pages/pages/smtp", group: "services", view: Smtp },
     { route: "imap_pop3", title: "pages/pages/imap_pop3", group: "services", view: Mailboxes },
     { route: "relay", title: "pages/pages/relay", group: "services", view: Relay },
+    { route: "domains", title: "pages/pages/domains", group: "services", view: Domains },
 
     { route: "security", title: "pages/pages/security", group: "filtering", view: Security },
     { route: "spam_config", title: "pages/pages/spam_config", group: "filtering", view: SpamFilter },
     { route: "adv_anti_spam", title: "pages/pages/adv_anti_spam", group: "filtering", view: AdvancedChecks },
+    { route: "blocklists", title: "pages/pages/blocklists", group: "filtering", view: Blocklists },
+    { route: "black_white", title: "pages/pages/black_white", group: "filtering", view: BlackWhite },
+    { route: "spam_rules", title: "pages/pages/spam_rules", group: "filtering", view: RuleSets },
+    { route: "attachments", title: "pages/pages/attachments", group: "filtering", view: Attachments },
+
+    { route: "aliases", title: "pages/pages/aliases", group: "addresses", view: Aliases },
+    { route: "alias", title: "pages/pages/aliases", group: "", view: AliasEditor, within: "aliases" },
+    { route: "users", title: "users/title", group: "addresses", view: Users },
+    { route: "user", title: "users/title", group: "", view: User, within: "users" },
+    { route: "access", title: "pages/pages/access", group: "addresses", view: AccessLists },
+    { route: "blind_copies", title: "pages/pages/blind_copies", group: "addresses", view: BlindCopies },
+    { route: "sender_quota", title: "pages/pages/sender_quota", group: "addresses", view: SenderLimits },
+    { route: "replies", title: "pages/pages/replies", group: "addresses", view: Replies },
 
     { route: "report", title: "pages/pages/report", group: "server", view: Report },
     { route: "about", title: "about/title", group: "server", view: About },

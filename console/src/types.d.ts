@@ -21,7 +21,9 @@ interface Field {
     maxBytes?: number;
     format?: string;
     unit?: string;
-    needs?: Record<string, boolean | string>;
+    needs?: Record<string, any>;
+    suits?: Record<string, Record<string, any[]>>;
+    kind?: string;
     restarts?: string[];
     secret?: boolean;
     mask?: string;
@@ -38,8 +40,42 @@ interface PageAbout {
     elsewhere: Record<string, Field & { page: string }>;
 }
 
+/** A change of a list. Its members by where they come from in a row. */
+interface ChangeAbout {
+    action: string;
+    from: Record<string, string>;
+    old?: Record<string, string>;
+    shapes?: Record<string, "objects" | "texts" | "object">;
+    required?: string[];
+    lines?: string;
+    fields?: Record<string, Field>;
+}
+
+/** A list that has a page. */
+interface ListAbout {
+    load: string;
+    rows: string;
+    key: string[];
+    columns: string[];
+    searched: string[];
+    fields: Record<string, Field>;
+    search?: string;
+    paged: boolean;
+    tabs?: { member: string; parameter?: string };
+    apply?: string;
+    add?: ChangeAbout;
+    edit?: ChangeAbout;
+    delete?: ChangeAbout;
+    import?: ChangeAbout;
+    export?: ChangeAbout;
+}
+
 declare module "made-api" {
-    const api: { actions: Record<string, ActionAbout>; pages: Record<string, PageAbout> };
+    const api: {
+        actions: Record<string, ActionAbout>;
+        pages: Record<string, PageAbout>;
+        lists: Record<string, ListAbout>;
+    };
     export default api;
 }
 

@@ -21,7 +21,8 @@ LIMITS = {"minimum": (int, lambda number: number, int.__lt__),
 CHECKED = {"type", "const", "enum", "anyOf", "properties", "required", "items", "x-mask", *LIMITS}
 SAID_ONLY = {"description", "default", "title", "format", "writeOnly", "contentMediaType",
              "contentSchema", "x-time", "x-word", "x-format", "x-choices", "x-text", "x-unit",
-             "x-unit-title", "x-page", "x-group", "x-needs", "x-warn", "x-restarts", "x-since"}
+             "x-unit-title", "x-page", "x-group", "x-needs", "x-suits", "x-kind", "x-warn",
+             "x-restarts", "x-since"}
 REASONS, LONGEST_REASONS = "X-Mailvane-Reason", 2048
 NAMED = ("setting", "list", "line", "service")  # what a reason may be about, one at a time
 ANY = "any"

@@ -23,7 +23,8 @@ export async function judged(response) {
         throw new Failure(word ? "turned_away" : "no_answer", { word, reasons, status: response.status });
     }
     if (answer === undefined || answer === null) throw new Failure("no_answer", { reasons });
-    if (answer.success === false || answer.errinfo) {
+    // Of an upload that was not taken in, the reasons are the only sign.
+    if (answer.success === false || answer.errinfo || reasons.length) {
         throw new Failure("refused", { reasons, errinfo: answer.errinfo, answer });
     }
     return answer;

@@ -1,13 +1,13 @@
 // Fields of forms, by their descriptions: what they take, whether they have an effect, what changed.
-import { FORMATS } from "./formats.js";
+import { FAULTS, FORMATS } from "./formats.js";
 
 /** @typedef {Record<string, any>} Values */
 
 /** The code of what is wrong with a value, as the program would give it; "" when nothing is.
- *  @param {Field} field @param {any} value */
-export function fault(field, value) {
+ *  @param {Field} field @param {any} value @param {Values} [values] of the other members */
+export function fault(field, value, values = {}) {
     if (field.type === "integer") return faultOfNumber(field, value);
-    return field.type === "string" && !field.choices ? faultOfText(field, value) : "";
+    return field.type === "string" && !field.choices ? faultOfText(field, value, values) : "";
 }
 
 /** @param {Field} field @param {any} value */
@@ -15,13 +15,13 @@ function faultOfNumber({ min = -Infinity, max = Infinity }, value) {
     return Number.isInteger(value) && value >= min && value <= max ? "" : "out_of_range";
 }
 
-/** @param {Field} field @param {string} value */
-function faultOfText({ minLength = 0, maxLength = Infinity, maxBytes = Infinity, format = "" }, value) {
+/** @param {Field} field @param {string} value @param {Values} values */
+function faultOfText({ minLength = 0, maxLength = Infinity, maxBytes = Infinity, format = "", kind = "" }, value, values) {
     if (value.length < minLength) return "empty";
     if ([...value].length > maxLength || new TextEncoder().encode(value).length > maxBytes) {
         return "too_long";
     }
-    return FORMATS[format]?.(value) === false ? "bad_format" : "";
+    return FORMATS[format]?.(value, values[kind]) === false ? (FAULTS[format] ?? "bad_format") : "";
 }
 
 /** What somebody typed into a field, as the value that is sent; a number that is none stays a text.
@@ -42,7 +42,7 @@ export function typed(field, text) {
  *  @returns {Missing[]} */
 export function missingFor(name, fields, values) {
     return Object.entries(fields[name]?.needs ?? {}).flatMap(([needed, wanted]) => [
-        ...(values[needed] === wanted ? [] : [{ name: needed, wanted }]),
+        ...([wanted].flat().includes(values[needed]) ? [] : [{ name: needed, wanted }]),
         ...missingFor(needed, fields, values),
     ]);
 }

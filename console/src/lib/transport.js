@@ -27,6 +27,10 @@ export async function send(action, { members = {}, login, signal }) {
         options.method = "POST";
         options.headers["Content-Type"] = "application/json";
         options.body = JSON.stringify({ action, ...members });
+    } else if (about.kind === "upload") {
+        options.method = "POST";
+        options.body = new FormData();
+        for (const [name, file] of Object.entries(members)) options.body.append(name, file);
     } else {
         address += `?${new URLSearchParams({ action, ...members })}`;
     }

@@ -20,10 +20,13 @@ const TRIES = 45;   // to reach a server that has gone away during a save
 const BETWEEN = 2000;  // ms
 
 /** @param {string} name of the page
- *  @param {{arbiter: Arbiter, before: (draft: Values) => Promise<boolean>}} asks */
-export function useSettings(name, asks) {
-    const about = api.pages[name];
-    const loaded = useLoad((signal) => call(about.load, {}, { signal }), [name]);
+ *  @param {{arbiter: Arbiter, before: (draft: Values) => Promise<boolean>}} asks
+ *  @param {Values} [given] whose settings they are: members of each request */
+export function useSettings(name, asks, given = {}) {
+    const about = aboutWithout(api.pages[name], given);
+    /** @param {AbortSignal} [signal] */
+    const load = async (signal) => ({ ...emptyTexts(about), ...(await call(about.load, given, { signal })) });
+    const loaded = useLoad(load, [name, JSON.stringify(given)]);
     const [stored, setStored] = useState(/** @type {Values | undefined} */ (undefined));
     const [draft, setDraft] = useState(/** @type {Values} */ ({}));
     const [errors, setErrors] = useState(/** @type {Record<string, string>} */ ({}));
@@ -69,15 +72,15 @@ export function useSettings(name, asks) {
     async function store() {
         let wanted = draft;
         try {
-            const now = await call(about.load);
+            const now = await load();
             const others = overtaken(wanted, current ?? {}, now);
             const verdict = others.length ? await asks.arbiter(others, now) : "mine";
             if (verdict === "theirs") wanted = without(wanted, others);
             settle(now, wanted);
             if (!verdict || !Object.keys(wanted).length) return [];
 
-            const answer = await call(about.save, bodyOf(about, now, wanted));
-            const after = await call(about.load);
+            const answer = await call(about.save, { ...bodyOf(about, now, wanted), ...given });
+            const after = await load();
             const left = remaining(wanted, after, {});
             const kept = Object.keys(left).filter((member) => !about.fields[member].secret);
             settle(after, kept.length ? left : {});
@@ -92,7 +95,7 @@ export function useSettings(name, asks) {
      *  @param {Values} wanted @param {unknown} failure */
     async function findOut(wanted, failure) {
         const uncertain = failure instanceof Failure && failure.uncertain;
-        const now = await (uncertain ? reach(about.load) : call(about.load).catch(() => undefined));
+        const now = await (uncertain ? reach(load) : load().catch(() => undefined));
         const told = Object.fromEntries(reasonsOf(failure).filter(({ setting }) => setting).map(
             ({ setting, code }) => [/** @type {string} */ (setting), code]));
         setErrors(told);
@@ -109,12 +112,21 @@ export function useSettings(name, asks) {
     }
 
     return { about, loaded, stored: current, draft, errors, outcome, savingSince, change, discard, save,
-        reload: async () => settle(await call(about.load), draft) };
+        reload: async () => settle(await load(), draft) };
 }
 
 /** The wanted changes that are stored.
  *  @param {Values} wanted @param {Values} now */
 const storedOf = (wanted, now) => Object.keys(wanted).filter((member) => wanted[member] === now[member]);
+
+/** The page without what is given.
+ *  @param {PageAbout} about @param {Values} given @returns {PageAbout} */
+const aboutWithout = (about, given) => ({ ...about, fields: without(about.fields, Object.keys(given)) });
+
+/** Texts are not answered where they mean nothing.
+ *  @param {PageAbout} about */
+const emptyTexts = ({ fields }) => Object.fromEntries(
+    Object.keys(fields).filter((name) => fields[name].type === "string").map((name) => [name, ""]));
 
 /** @param {Values} values @param {string[]} names @returns {Values} */
 const without = (values, names) =>
@@ -125,11 +137,11 @@ const faults = (about, draft) => Object.fromEntries(Object.entries(draft)
     .map(([name, value]) => [name, fault(about.fields[name], value)]).filter(([, code]) => code));
 
 /** What is stored, once the server answers again; undefined when it stays away.
- *  @param {string} load @returns {Promise<Values | undefined>} */
+ *  @param {() => Promise<Values>} load @returns {Promise<Values | undefined>} */
 async function reach(load) {
     for (let turn = 0; turn < TRIES; turn++) {
         try {
-            return await call(load);
+            return await load();
         } catch (failure) {
             if (!(failure instanceof Failure && failure.uncertain)) return undefined;
             await pause(BETWEEN);

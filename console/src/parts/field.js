@@ -1,8 +1,10 @@
 // One field of a form: its title, its control, and what is to be said about it.
 import { meaning } from "../lib/failure.js";
 import { typed } from "../lib/fields.js";
-import { number, t } from "../lib/texts.js";
+import { localOf, secondsOf } from "../lib/moments.js";
+import { hasText, number, t } from "../lib/texts.js";
 import { classes, html } from "../lib/ui.js";
+import { Suggested } from "./suggested.js";
 
 /** @typedef {{name: string, field: Field, value: any, stored: any, changed: boolean, error?: string,
  *             disabled: boolean, note?: any, change: (value: any) => void}} FieldProps */
@@ -61,14 +63,23 @@ function Control({ name, field, value, error, disabled, change }) {
         return html`<input ...${common} type="password" autocomplete="new-password"
             placeholder=${t("form/secret")} value=${value === field.mask ? "" : value} onInput=${take} />`;
     }
-    return html`<input ...${common} autocomplete="off" spellcheck=${false} value=${value} onInput=${take} />`;
+    if (field.format === "text") return html`<textarea ...${common} rows="6" value=${value} onInput=${take} />`;
+    if (field.format === "seconds") return html`<${Moment} common=${common} value=${value} change=${change} />`;
+    return html`<${Suggested} common=${common} format=${field.format} value=${value} take=${take} />`;
 }
+
+/** A moment, as the clock of this browser has it.
+ *  @param {{common: any, value: string, change: (value: string) => void}} props */
+const Moment = ({ common, value, change }) => html`
+    <input ...${common} type="datetime-local" value=${localOf(value)}
+        onInput=${(/** @type {any} */ event) => change(secondsOf(event.currentTarget.value))} />`;
 
 /** @param {Field} field */
 function help(field) {
-    const limits = field.type === "integer" && field.min !== undefined && field.max !== undefined
+    const limits = field.type === "integer" && !field.choices && field.min !== undefined && field.max !== undefined
         ? t("form/limits", { min: plain(field.min), max: plain(field.max) }) : "";
-    return [field.help && t(field.help), limits].filter(Boolean).join(" ");
+    const form = `formats/${field.format}`;
+    return [field.help && t(field.help), hasText(form) && t(form), limits].filter(Boolean).join(" ");
 }
 
 /** Ports and the like are read without separators.
@@ -81,5 +92,6 @@ export function shown(field, value) {
     if (field.type === "boolean") return t(value ? "form/on" : "form/off");
     const choice = field.choices?.find(([key]) => key === value);
     if (choice) return t(choice[1]);
+    if (field.format === "seconds" && Number(value) > 0) return localOf(value).replace("T", " ");
     return value === "" ? t("form/empty") : String(value);
 }

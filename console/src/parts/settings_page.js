@@ -16,7 +16,10 @@ import { SaveBar } from "./save_bar.js";
  *  - `beside`: components below the groups, by the group's name
  *  - `choices`: the choices of a field that this machine has
  *  - `confirm`: the names of changes that are asked about
+ *  - `before`: asks whatever else is to be asked before a save
+ *  - `given`: whose settings they are, as members of the requests; `lead`: what stands below the title
  *  @typedef {{top?: any, beside?: Record<string, any>, confirm?: (draft: any) => string[],
+ *             before?: (draft: any, stored: any) => Promise<boolean>, given?: Record<string, any>, lead?: any,
  *             choices?: (name: string, stored: any) => (string | number)[] | undefined}} Additions */
 
 /** @typedef {import("../lib/fields.js").Missing} Missing */
@@ -27,11 +30,12 @@ export const settingsPage = (name, additions = {}) => () =>
     html`<${SettingsPage} key=${name} name=${name} additions=${additions} />`;
 
 /** @param {{name: string, additions: Additions}} props */
-function SettingsPage({ name, additions }) {
+export function SettingsPage({ name, additions }) {
     const settings = useSettings(name, {
         arbiter: (names, now) => arbitrate(settings, names, now),
-        before: (draft) => confirmed(settings, draft, additions.confirm?.(draft) ?? []),
-    });
+        before: async (draft) => (await confirmed(settings, draft, additions.confirm?.(draft) ?? [])) &&
+            (await additions.before?.(draft, settings.stored)) !== false,
+    }, additions.given);
     const { loaded, stored, draft, savingSince, outcome } = settings;
     const isDirty = Object.keys(draft).length > 0;
     const form = useRef(/** @type {HTMLFormElement | null} */ (null));
@@ -53,7 +57,7 @@ function SettingsPage({ name, additions }) {
         save();
     };
     return html`
-        <${Page} title=${t(`pages/pages/${name}`)}>
+        <${Page} title=${t(`pages/pages/${name}`)} lead=${additions.lead}>
             <${Shown} loaded=${loaded} lines=${12}>${() => html`
                 <form ref=${form} class="settings" onSubmit=${submit} novalidate>
                     ${additions.top && html`<${additions.top} stored=${stored} />`}

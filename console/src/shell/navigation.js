@@ -42,6 +42,7 @@ async function leave() {
 /** @param {{group: string, current: string}} props */
 function Group({ group, current }) {
     const rows = PAGES.filter((page) => page.group === group);
+    const shown = PAGES.find((page) => page.route === current)?.within ?? (current || PAGES[0].route);
     if (!rows.length) return null;
 
     return html`
@@ -50,7 +51,7 @@ function Group({ group, current }) {
             ${rows.map((page) => html`
                 <li key=${page.route}>
                     <a href=${`#/${page.route}`}
-                        aria-current=${page.route === (current || PAGES[0].route) ? "page" : undefined}>
+                        aria-current=${page.route === shown ? "page" : undefined}>
                         ${t(page.title)}
                         ${page.route === "self_check" && html`<${Problems} />`}
                     </a>

@@ -1,0 +1,123 @@
+// The requests of lists: pages of rows, and changes that are brought in force.
+import { call } from "./call.js";
+import { Failure } from "./failure.js";
+import { bodyFor, bodyToRemove, keyOf, partsOf } from "./lists.js";
+
+/** @typedef {import("./lists.js").Row} Row */
+
+/** The rows that are shown: `tab` is the number of a part of the list.
+ *  @typedef {{start: number, limit: number, query: string, tab: number}} View */
+
+/** `counts`: how many rows each tab has, where that is known.
+ *  @typedef {{rows: Row[], total: number, counts?: number[]}} Loaded */
+
+const MOST = 1000;  // rows of a request that looks for one
+
+/** Stored, but not brought in force. */
+export class NotInForce extends Error {
+    /** @param {unknown} failure */
+    constructor(failure) {
+        super("not in force");
+        this.failure = failure;
+    }
+}
+
+/** @param {ListAbout} list */
+export const tabsOf = (list) => (list.tabs ? list.fields[list.tabs.member].choices ?? [] : []);
+
+/** @param {ListAbout} list @param {View} view @param {AbortSignal} [signal] @returns {Promise<Loaded>} */
+export async function loadRows(list, view, signal) {
+    if (list.tabs && !list.tabs.parameter) return loadTab(list, view, signal);
+    if (list.paged) return ask(list, view, signal);
+
+    const { rows } = await ask(list, view, signal);
+    const found = list.search || !view.query ? rows : rows.filter((row) => matches(list, row, view.query));
+    return { rows: found.slice(view.start, view.start + view.limit), total: found.length };
+}
+
+/** Whether a row has a text, in any case.
+ *  @param {ListAbout} list @param {Row} row @param {string} query */
+const matches = (list, row, query) => list.columns.some(
+    (member) => String(row[member]).toLowerCase().includes(query.toLowerCase()));
+
+/** @param {ListAbout} list @param {View} view @param {AbortSignal} [signal] @returns {Promise<Loaded>} */
+async function ask(list, { start, limit, query, tab }, signal) {
+    const answer = await call(list.load, {
+        ...(list.paged && { start, limit }),
+        ...(list.search && query && { [list.search]: query }),
+        ...(list.tabs?.parameter && { [list.tabs.parameter]: tabsOf(list)[tab][0] }),
+    }, { signal });
+    const rows = answer[list.rows];
+    return { rows, total: answer.total ?? rows.length };
+}
+
+/** A page of a part. The rows are sorted by it first, so its begin and end are found by halving.
+ *  @param {ListAbout} list @param {View} view @param {AbortSignal} [signal] @returns {Promise<Loaded>} */
+async function loadTab(list, view, signal) {
+    const member = /** @type {{member: string}} */ (list.tabs).member;
+    const first = await ask(list, { ...view, start: 0 }, signal);
+    const values = tabsOf(list).map(([value]) => value);
+    const parts = await partsOf(values, first.total, async (index) => {
+        const row = first.rows[index] ?? (await ask(list, { ...view, start: index, limit: 1 }, signal)).rows[0];
+        return row?.[member];
+    });
+    const { begin, end } = parts[view.tab];
+    const start = begin + view.start;
+    const limit = Math.max(0, Math.min(view.limit, end - start));
+    const isHere = start + limit <= first.rows.length;
+    const rows = isHere ? first.rows.slice(start, start + limit) : (await ask(list, { ...view, start, limit }, signal)).rows;
+    return { rows, total: end - begin, counts: parts.map((part) => part.end - part.begin) };
+}
+
+/** The row with the key of this one, as it is now.
+ *  @param {ListAbout} list @param {Row} row @returns {Promise<Row | undefined>} */
+export async function findRow(list, row) {
+    const searched = list.key.find((member) => list.searched.includes(member) && row[member]) ?? "";
+    const tab = Math.max(0, tabsOf(list).findIndex(([value]) => value === row[list.tabs?.member ?? ""]));
+    for (let start = 0; ; start += MOST) {
+        const { rows, total } = await ask(list, { start, limit: MOST, query: row[searched] ?? "", tab });
+        const found = rows.find((one) => isSame(list, one, row));
+        if (found || !list.paged || start + MOST >= total) return found;
+    }
+}
+
+/** Whether two rows have the same key, in any case of letters.
+ *  @param {ListAbout} list @param {Row} one @param {Row} other */
+const isSame = (list, one, other) => keyOf(list, one).toLowerCase() === keyOf(list, other).toLowerCase();
+
+/** Brings what is stored in force, where that is a step of its own.
+ *  @param {ListAbout} list */
+export async function apply(list) {
+    if (!list.apply) return;
+    try {
+        await call(list.apply);
+    } catch (failure) {
+        throw new NotInForce(failure);
+    }
+}
+
+/** @param {ListAbout} list @param {Row[]} entries */
+export async function addEntries(list, entries) {
+    const change = /** @type {ChangeAbout} */ (list.add);
+    await call(change.action, bodyFor(change, entries));
+    await apply(list);
+}
+
+/** @param {ListAbout} list @param {Row} entry @param {Row} old */
+export async function changeEntry(list, entry, old) {
+    const change = /** @type {ChangeAbout} */ (list.edit);
+    const isTaken = !isSame(list, entry, old) && (await findRow(list, entry));
+    const [member] = list.key.slice(-1);
+    const [path] = Object.entries(change.from).find(([, from]) => from === member) ?? [""];
+    // The platform would remove the old entry before it refuses the new one.
+    if (isTaken) throw new Failure("refused", { reasons: [{ setting: path, code: "taken" }] });
+
+    await call(change.action, bodyFor(change, [entry], old));
+    await apply(list);
+}
+
+/** @param {ListAbout} list @param {Row[]} rows */
+export async function removeRows(list, rows) {
+    await call(/** @type {ChangeAbout} */ (list.delete).action, bodyToRemove(list, rows));
+    await apply(list);
+}
