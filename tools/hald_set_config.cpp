@@ -8,13 +8,13 @@
 //   hald_set_config repair [DIRECTORY]   makes account databases in the place of lost ones: those
 //   in
 //                                        a staged directory, or empty ones
-//   hald_set_config rollback GENERATION  puts the settings of an earlier generation in force
 //   hald_set_config restore DIRECTORY    puts the state in a staged directory in force
 //   hald_set_config dkim PAIR            makes a replaced key pair the one that signs
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "host/libhaldcore/request_note.h"
 #include "host/libmailvane/pages/key_pairs.h"
 #include "host/libmailvane/pages/staged_state.h"
 #include "host/libmailvane/save/list_change.h"
@@ -39,23 +39,33 @@ host::Result<void> RepairWithNothing()
     return host::save::RepairLists();
 }
 
+/// Who runs a command: root, or who has become root.
+std::string User()
+{
+    const char* const before = std::getenv("SUDO_USER");
+    return before != nullptr && *before != '\0' ? before : "root";
+}
+
+/// Whether the machine runs a command by itself, or somebody at the console.
+enum class By { kMachine, kUser };
+
 /// A command, with or without an argument: one of the two functions is set.
 struct Command {
     const char* name;
+    By by;
     host::Result<void> (*run)();
     host::Result<void> (*runWith)(const std::string& argument);
 };
 
 constexpr Command kCommands[] = {
-    {"alias", RebuildAliases, nullptr},
-    {"render", host::save::RenderAll, nullptr},
-    {"apply", host::save::ApplyStored, nullptr},
-    {"recover", host::save::RecoverAll, nullptr},
-    {"repair", RepairWithNothing, nullptr},
-    {"repair", nullptr, host::save::RepairLists},
-    {"rollback", nullptr, host::save::RollBack},
-    {"restore", nullptr, Restore},
-    {"dkim", nullptr, host::pages::RestoreKeyPair},
+    {"alias", By::kMachine, RebuildAliases, nullptr},
+    {"render", By::kMachine, host::save::RenderAll, nullptr},
+    {"apply", By::kUser, host::save::ApplyStored, nullptr},
+    {"recover", By::kMachine, host::save::RecoverAll, nullptr},
+    {"repair", By::kUser, RepairWithNothing, nullptr},
+    {"repair", By::kUser, nullptr, host::save::RepairLists},
+    {"restore", By::kUser, nullptr, Restore},
+    {"dkim", By::kUser, nullptr, host::pages::RestoreKeyPair},
 };
 
 }  // namespace
@@ -66,6 +76,7 @@ int main(int count, char** arguments)
         const int wanted = command.run != nullptr ? 2 : 3;
         if (count != wanted || std::strcmp(arguments[1], command.name) != 0) continue;
 
+        host::NoteRequest({command.name, command.by == By::kUser ? User() : ""});
         const auto done = command.run != nullptr ? command.run() : command.runWith(arguments[2]);
         if (host::Succeeded(done)) return EXIT_SUCCESS;
         std::fprintf(stderr, "hald_set_config: %s failed, see the system log\n", command.name);
@@ -73,6 +84,6 @@ int main(int count, char** arguments)
     }
     std::fprintf(stderr,
                  "usage: hald_set_config alias | render | apply | recover | repair [DIRECTORY] |\n"
-                 "           rollback GENERATION | restore DIRECTORY | dkim PAIR\n");
+                 "           restore DIRECTORY | dkim PAIR\n");
     return 2;
 }

@@ -6,9 +6,12 @@
 
 #include "upkeep/about/about.h"
 #include "upkeep/certificates/calls.h"
+#include "upkeep/history/calls.h"
+#include "upkeep/log_lines/calls.h"
 #include "upkeep/names/calls.h"
 #include "upkeep/quarantine/calls.h"
 #include "upkeep/queue/calls.h"
+#include "upkeep/report/calls.h"
 #include "upkeep/users/calls.h"
 
 namespace upkeep {
@@ -65,6 +68,9 @@ constexpr Call kReads[] = {
     {"dkim_list", DkimList, Tells()},
     {"dns_check", DnsCheck, Asks()},
     {"dns_records", DnsRecordsToPublish, Tells()},
+    {"generations", Generations, Tells()},
+    {"log_lines", LogLines, Tells()},
+    {"progress", Progress, Tells()},
     {"quarantine_list", QuarantineList, Tells()},
     {"quarantine_raw", nullptr, Shows(), QuarantineRaw},
     {"quarantine_text", QuarantineText, Shows()},
@@ -84,6 +90,8 @@ constexpr Call kChanges[] = {
     {"queue_flush", QueueFlush, Does()},
     {"queue_hold", QueueHold, Does()},
     {"queue_release", QueueRelease, Does()},
+    {"report_now", ReportNow, Does()},
+    {"rollback", RollBack, Stores()},
     {"tls_install", TlsInstall, Stores()},
     {"tls_remove", TlsRemove, Stores()},
     {"user_add", UserAdd, Stores()},

@@ -158,6 +158,17 @@ Result<void> ScopedLock::ready() const
     }
 }
 
+bool LockIsTaken()
+{
+    const Descriptor file(open(LockPath().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    range.l_start = kLockByte;
+    range.l_len = 1;
+    return file && fcntl(file.get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+}
+
 bool LockIsHeld()
 {
     AdoptCallersLock();

@@ -22,6 +22,9 @@ void ReleaseLock();
 constexpr int kMaxWaiters = 4;
 constexpr std::chrono::milliseconds kLockPatience{30000};
 
+/// Whether any process holds the lock; asks without touching it.
+bool LockIsTaken();
+
 /// Whether this process, or the one that started this tool, holds the lock.
 bool LockIsHeld();
 

@@ -10,6 +10,7 @@ constexpr char kUploadAction[] = "upload";
 
 struct RequestNote {
     std::string action;          ///< empty where no request is served
+    std::string caller = {};     ///< who makes it; empty for the machine itself
     bool typesPassword = false;  ///< the password in it was typed, not left as the form showed it
 };
 

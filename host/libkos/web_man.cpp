@@ -137,7 +137,7 @@ void WebMan::State::LoadJson()
     json = kos::ParseJsonBody(text, reason);
     if (json == nullptr) RefuseAndThrow({400, "bad_request", reason});
     kos::ClearStagingNames();
-    host::NoteRequest({Name(), kos::TypesPassword(*json)});
+    host::NoteRequest({Name(), request.user, kos::TypesPassword(*json)});
 }
 
 void WebMan::State::LoadForm()
@@ -152,7 +152,7 @@ void WebMan::State::LoadForm()
 bool WebMan::State::LoadUpload(const char* directory)
 {
     using Result = kos::Upload::Result;
-    host::NoteRequest({Name()});
+    host::NoteRequest({Name(), request.user});
     if (!upload) upload.emplace(request.body.boundary, parameters);
     switch (upload->Load(body, directory)) {
         case Result::kDone:
@@ -175,6 +175,7 @@ bool WebMan::State::LoadUpload(const char* directory)
 void WebMan::State::Begin()
 {
     loaded = true;
+    if (json == nullptr) host::NoteRequest({Name(), request.user});
     const RequestDemands demands = Demands();
     if (demands.changes) {
         kos::DeferSignals();

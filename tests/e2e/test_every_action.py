@@ -1,13 +1,15 @@
-"""What holds for every action: who may not call it, and that a loaded page saved as it is changes
-nothing."""
+"""What holds for every action and every call: who may not make it, and that a loaded page saved as it
+is changes nothing."""
+import fcntl
 import os
 import re
 
 import file_modes
 import harness
-from harness import ETC, post, read, request, snapshot
+from machine import contents as contents_of, write
+from harness import ETC, TARGET, post, read, request, snapshot
 
-TABLES = os.path.join(os.path.dirname(__file__), "../../frame/action_tables.cpp")
+TOP = os.path.join(os.path.dirname(__file__), "../../")
 FOREIGN = ({"Origin": "https://elsewhere.test"}, {"Referer": "http://elsewhere.test/"},
            {"Sec-Fetch-Site": "cross-site"})
 
@@ -19,15 +21,19 @@ PAGES = (
     ("load_personal&user=alice", "save_personal", {"user": "alice"}))
 
 
-def actions(table):
-    """The names in one of the program's tables."""
-    with open(TABLES, encoding="utf-8") as file:
-        rows = file.read().partition(table + "[] = {")[2].partition("};")[0]
-    return re.findall(r'\{"(\w+)",', rows)
+def names(source, table, demands=""):
+    """The names in one of the tables of a program; of calls those with these demands."""
+    rows = contents_of(TOP + source).partition(table + "[] = {")[2].partition("};")[0]
+    return re.findall(r'\{"(\w+)",[^}]*%s' % demands, rows)
 
 
-READ = actions("kReadTable")
-WRITE = actions("kWriteTable")
+READ = names("frame/action_tables.cpp", "kReadTable")
+WRITE = names("frame/action_tables.cpp", "kWriteTable")
+CALLS = "upkeep/call_table.cpp"
+TELLING = names(CALLS, "kReads")
+DOING = names(CALLS, "kChanges")
+ALONE = [name for demands in (r"Asks\(\)", r"Does\(\)")
+         for table in ("kReads", "kChanges") for name in names(CALLS, table, demands)]
 
 
 def contents():
@@ -53,6 +59,10 @@ class Strangers(harness.Story):
             self.assertEqual(read(action, **caller).status, status, action)
         for action in WRITE:
             self.assertEqual(post({"action": action}, **caller).status, status, action)
+        for call in TELLING:
+            self.assertEqual(request("/upkeep.cgi?call=" + call, **caller).status, status, call)
+        for call in DOING:
+            self.assertEqual(post({"call": call}, path="/upkeep.cgi", **caller).status, status, call)
         upload = form("list", "x@y.test OK")
         upload["headers"].update(caller.pop("headers", {"X-Mailvane": "1"}))
         self.assertEqual(request(**upload, **caller).status, status)
@@ -63,6 +73,41 @@ class Strangers(harness.Story):
                                *((403, {"headers": headers}) for headers in FOREIGN)):
             with self.subTest(**caller):
                 self.assert_all_refused(status, **caller)
+
+
+class Calls(harness.Story):
+    """What the rows of the calls demand holds whatever a configuration file says."""
+
+    PLAIN = {"Content-Type": "application/x-www-form-urlencoded"}
+
+    def test_each_comes_in_its_own_way_alone(self):
+        weak = TARGET + "/etc/web.conf"
+        before = contents_of(weak) if os.path.exists(weak) else None
+        write(weak, 'state_changing_actions=""\n')
+        self.addCleanup(os.unlink if before is None else write, weak,
+                        *([] if before is None else [before]))
+        state = snapshot(ETC)
+        for call in DOING:
+            for answer in (request("/upkeep.cgi?call=" + call),
+                           request("/upkeep.cgi", body=("call=" + call).encode(),
+                                   headers=self.PLAIN)):
+                self.assertIs(answer.json()["success"], False, call)
+        for call in (*TELLING, "nonsense", "", "../about", "about\0", "\U0001f4a9"):
+            answer = post({"call": call}, path="/upkeep.cgi").json()
+            self.assertIs(answer["success"], False, call)
+        upload = form("list", "x")
+        upload["headers"]["X-Mailvane"] = "1"
+        self.assertIs(request("/upkeep.cgi", **upload).json()["success"], False)
+        self.assertEqual(snapshot(ETC), state)
+
+    def test_one_of_a_kind_at_a_time(self):
+        os.makedirs("/run/mailvane/turns", mode=0o700, exist_ok=True)
+        for call in ALONE:
+            turn = os.open("/run/mailvane/turns/" + call, os.O_RDWR | os.O_CREAT, 0o600)
+            fcntl.flock(turn, fcntl.LOCK_EX)
+            answer = post({"call": call}, path="/upkeep.cgi")
+            os.close(turn)
+            self.assertEqual((answer.status, answer.json()["error"]), (503, "busy"), call)
 
 
 class Unchanged(harness.Story):

@@ -36,6 +36,14 @@ def request(action=None, upload=None, **members):
     return [harness.PROGRAM], environment, data
 
 
+def call(name, **members):
+    """How a call of the second program that does something is made."""
+    _, environment, data = request(**members)
+    data = json.dumps({"call": name, **members}).encode()
+    environment["CONTENT_LENGTH"] = str(len(data))
+    return [TARGET + "/ui/upkeep.cgi"], environment, data
+
+
 def command(action):
     return request(action, _post=False)
 
@@ -457,14 +465,14 @@ class Restore(Tool):
         return signs.pop() if len(signs) == 1 else "a mixture in force"
 
 
-class RollBack(Tool):
+class RollBack(Walked):
     names = ("rolled.test", DOMAIN)
 
     def generation(self, name):
         """The latest generation but the one in force with a host name."""
         for path in sorted(glob.glob(ETC + "/generated/gen-*"), reverse=True):
             if 'smtp_hostname="%s"' % name in contents(path + "/mailvane.conf"):
-                return os.path.basename(path)
+                return int(path.rpartition("-")[2])
         page = ask("load_smtp")
         body = {one: page[one] for one in harness.PAGE}
         do(*request("save_smtp", **{**body, "smtp_hostname": name}))
@@ -472,10 +480,10 @@ class RollBack(Tool):
         return self.generation(name)
 
     def call(self, n):
-        return [TOOL, "rollback", self.generation(self.names[0])], None, b""
+        return call("rollback", number=self.generation(self.names[0]))
 
     def undo(self, n):
-        do([TOOL, "rollback", self.generation(self.names[1])])
+        do(*call("rollback", number=self.generation(self.names[1])))
 
     def shown(self, n):
         return ask("load_smtp")["smtp_hostname"] == self.names[0]

@@ -3,13 +3,18 @@
 //
 //   hald_report --due   sends what is due, the report and news of the self-check; for the timer
 //   hald_report --now   sends one about the last 24 hours, enabled or not
-//   hald_report --send  hands over what the two have composed; they run it under a user of its own
+//   hald_report --told  the same, and tells what became of it as JSON, within 15 seconds
+//   hald_report --send  hands over what the others have composed; they run it under a user of its
+//   own
 //
 // Exit status: 0 when all was sent or nothing was due, 1 when sending failed, 2 for wrong
 // arguments.
+#include <json/json.h>
+
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <iostream>
 #include <optional>
 #include <string>
 
@@ -27,10 +32,12 @@
 namespace {
 
 constexpr std::int64_t kDay = 86400;
+constexpr int kPatience = 120;  // seconds
+constexpr int kShortPatience = 15;
 
 /// Sends a page about the mail server `host` through the account.
 host::Result<void> SendPage(const Reporter& reporter, const report::Page& page,
-                            const std::string& host, std::int64_t now)
+                            const std::string& host, std::int64_t now, int seconds = kPatience)
 {
     const std::vector<std::string> recipients = host::pages::ReportRecipients(reporter.GetRcpt());
     host::Result<void> complete = report::CheckAccount(reporter.GetSMTP(), recipients);
@@ -50,15 +57,32 @@ host::Result<void> SendPage(const Reporter& reporter, const report::Page& page,
     return report::SendAsItsUser({reporter.GetSMTP(),
                                   {host, letter.fromMail, letter.to},
                                   report::MessageOf(letter),
-                                  report::TrustedCertificates()});
+                                  report::TrustedCertificates(),
+                                  seconds});
 }
 
 /// Makes and sends a report.
 host::Result<void> SendReport(const Reporter& reporter, const report::Period& period,
-                              std::int64_t now)
+                              std::int64_t now, int seconds = kPatience)
 {
     const report::Data data = report::Gather(period);
-    return SendPage(reporter, report::PageOf(data), data.host, now);
+    return SendPage(reporter, report::PageOf(data), data.host, now, seconds);
+}
+
+/// Tells where a report about the last 24 hours went, and by a reason's word why it was not taken.
+host::Result<void> SendAndTell(const Reporter& reporter, std::int64_t now)
+{
+    const host::Result<void> sent = SendReport(reporter, {now - kDay, now}, now, kShortPatience);
+    const Reporter::SMTP account = reporter.GetSMTP();
+    Json::Value told;
+    Json::Value& to = told["to"] = Json::Value(Json::arrayValue);
+    for (const std::string& one : host::pages::ReportRecipients(reporter.GetRcpt())) to.append(one);
+    told["server"] = account.server;
+    told["port"] = account.port;
+    told["taken"] = static_cast<bool>(sent);
+    told["code"] = sent ? "" : host::WordOf(sent.reason().code);
+    std::cout << told;
+    return host::Result<void>(sent).Prefixed("not sent: ");
 }
 
 host::Result<void> SendNow(const Reporter& reporter, std::int64_t now)
@@ -137,7 +161,7 @@ std::optional<Reporter> StoredReporter()
 int main(int count, char** arguments)
 {
     const std::string verb = count == 2 ? arguments[1] : "";
-    if (verb != "--due" && verb != "--now" && verb != "--send") {
+    if (verb != "--due" && verb != "--now" && verb != "--told" && verb != "--send") {
         (void)fputs("usage: hald_report --due | --now\n", stderr);
         return 2;
     }
@@ -147,10 +171,10 @@ int main(int count, char** arguments)
         const auto now = static_cast<std::int64_t>(std::time(nullptr));
         const std::optional<Reporter> reporter = StoredReporter();
         if (!reporter) return 1;
-        const bool done = verb == "--now"
-                              ? host::Succeeded(SendNow(*reporter, now).Prefixed("report: "))
-                              : SendWhatIsDue(*reporter, now);
-        return done ? 0 : 1;
+        if (verb == "--due") return SendWhatIsDue(*reporter, now) ? 0 : 1;
+        host::Result<void> done =
+            verb == "--now" ? SendNow(*reporter, now) : SendAndTell(*reporter, now);
+        return host::Succeeded(std::move(done).Prefixed("report: ")) ? 0 : 1;
     } catch (const std::exception& failure) {
         host::Log(LOG_ERR, "report: %s", failure.what());
         return 1;

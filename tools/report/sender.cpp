@@ -4,9 +4,11 @@
 #include <json/json.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <iterator>
 
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/run_program.h"
@@ -21,8 +23,17 @@ namespace report {
 namespace {
 
 const char kUser[] = "mailvane-report";
-constexpr std::chrono::minutes kLimit{3};
-constexpr int kNotTaken = 1;
+constexpr std::chrono::seconds kMargin{2};  // for the start of the process, and its end
+
+/// The exit statuses that stand for a reason; another one is that of a process that broke off.
+struct Ending {
+    int status;
+    ReasonCode code;
+};
+constexpr Ending kEndings[] = {{1, ReasonCode::kDaemonRefuses},
+                               {3, ReasonCode::kDaemonIsDown},
+                               {4, ReasonCode::kOutOfTime},
+                               {5, ReasonCode::kSystem}};
 
 std::string ToJson(const Delivery& delivery)
 {
@@ -39,6 +50,7 @@ std::string ToJson(const Delivery& delivery)
     for (const std::string& recipient : delivery.envelope.to) json["to"].append(recipient);
     json["message"] = delivery.message;
     json["trusted"] = delivery.trusted;
+    json["seconds"] = delivery.seconds;
     return Json::writeString(Json::StreamWriterBuilder(), json);
 }
 
@@ -59,6 +71,7 @@ Delivery FromJson(const Json::Value& json)
     }
     delivery.message = json["message"].asString();
     delivery.trusted = json["trusted"].asString();
+    delivery.seconds = json["seconds"].asInt();
     return delivery;
 }
 
@@ -69,15 +82,17 @@ Result<void> SendAsItsUser(const Delivery& delivery)
     if (geteuid() != 0) return Send(delivery);
 
     host::ProgramOptions options;
-    options.limit = kLimit;
+    options.limit = std::chrono::seconds(delivery.seconds) + kMargin;
     options.capture = true;
     options.input = ToJson(delivery);
     const host::ProgramResult result = host::RunProgram(
         host::system::AsUser(kUser, {host::PackagePath("target/bin/hald_report"), "--send"}),
         options);
     if (result.Succeeded()) return {};
-    if (result.status == kNotTaken && !result.output.empty()) {
-        return Reason{ReasonCode::kDaemonRefuses, delivery.account.server, result.output};
+    for (const Ending& ending : kEndings) {
+        if (result.status == ending.status && !result.output.empty()) {
+            return Reason{ending.code, delivery.account.server, result.output};
+        }
     }
     return Reason{ReasonCode::kSystem, kUser,
                   "its sender, run as " + std::string(kUser) + ", failed " + result.errors,
@@ -90,8 +105,13 @@ int SendFromInput()
     std::cin >> json;
     const Json::Value& told = json;
     const Result<void> sent = Send(FromJson(told));
-    if (!sent) (void)fputs(sent.reason().text.c_str(), stdout);
-    return sent ? 0 : kNotTaken;
+    if (sent) return 0;
+
+    (void)fputs(sent.reason().text.c_str(), stdout);
+    const auto* const ending =
+        std::find_if(std::begin(kEndings), std::end(kEndings),
+                     [&sent](const Ending& one) { return one.code == sent.reason().code; });
+    return ending != std::end(kEndings) ? ending->status : kEndings[0].status;
 }
 
 }  // namespace report

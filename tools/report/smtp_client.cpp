@@ -22,7 +22,6 @@ namespace {
 
 constexpr int kTlsPort = 465;
 constexpr long kConnectLimit = 20;  // seconds
-constexpr long kLimit = 120;
 
 using Curl = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using List = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
@@ -83,7 +82,7 @@ void SetTransfer(CURL* curl, const Delivery& delivery)
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectLimit);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, kLimit);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, static_cast<long>(delivery.seconds));
     curl_easy_setopt(curl, CURLOPT_MAIL_FROM, ('<' + delivery.envelope.from + '>').c_str());
     SetSecurity(curl, account.secure, delivery.trusted);
     if (!account.auth) return;

@@ -21,6 +21,7 @@ struct Delivery {
     Envelope envelope;
     std::string message;
     std::string trusted;  ///< `TrustedCertificates`
+    int seconds = 120;    ///< after which it is given up
 };
 
 /// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail

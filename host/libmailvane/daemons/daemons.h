@@ -97,7 +97,8 @@ inline constexpr Daemon kDaemons[] = {
     // Access to this socket is equal to root on this machine.
     {"gate", "web", "", "/usr/sbin/fcgiwrap",
      "/usr/sbin/fcgiwrap -c 16 -s unix:/run/mailvane/web/fcgi.sock"
-     " -p /var/packages/Mailvane/target/ui/mailvane.cgi",
+     " -p /var/packages/Mailvane/target/ui/mailvane.cgi"
+     " -p /var/packages/Mailvane/target/ui/upkeep.cgi",
      Launch::kForeground, false, "", "", "/run/mailvane/web/fcgi.pid", "", "",
      "mailvane-gate.service", "mailvane-gate.socket", "", "", "web service", ""},
     {"guard", "web", "", "/var/packages/Mailvane/target/bin/hald_login_guard",

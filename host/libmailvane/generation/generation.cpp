@@ -20,6 +20,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
+#include "host/libhaldcore/request_note.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/system/durable_move.h"
 #include "host/libmailvane/system/manifest.h"
@@ -120,6 +121,13 @@ bool TurnLink(const std::string& path, const std::string& target)
     (void)unlink(temporary.c_str());
     errno = error;
     return false;
+}
+
+/// What the manifest of a generation that is made now says of its origin.
+system::Origin OriginOfThis()
+{
+    const RequestNote& request = NotedRequest();
+    return {request.caller, request.action, static_cast<std::int64_t>(time(nullptr))};
 }
 
 /// Saves a copy of each file in force that was edited by hand, and logs it.
@@ -242,7 +250,7 @@ Result<void> RepairManifest()
         if (!checksum) return SystemReason(relative, "cannot read " + entry.path().string());
         files[relative] = *checksum;
     }
-    if (files.empty() || !system::WriteManifest(folder, files)) {
+    if (files.empty() || !system::WriteManifest(folder, files, OriginOfThis())) {
         return SystemReason(name, "cannot make the manifest of " + name);
     }
     Log(LOG_NOTICE, "the manifest of %s was made anew from its files", name.c_str());
@@ -410,7 +418,9 @@ void NextGeneration::WriteManifest()
         if (!checksum) Fail("read back", relative);
         files[relative] = checksum.value_or("");
     }
-    if (state_ && !system::WriteManifest(directory(), files)) Fail("write", system::kManifestName);
+    if (state_ && !system::WriteManifest(directory(), files, OriginOfThis())) {
+        Fail("write", system::kManifestName);
+    }
 }
 
 /// Syncs all new files and directories. The first sync takes nearly all of the time.

@@ -10,6 +10,7 @@
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/progress.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/validate.h"
 #include "host/libmailvane/stores/account_data.h"
@@ -155,6 +156,9 @@ Result<void> Validate(const generation::NextGeneration& next, const Change& chan
 Result<void> Apply(const Change& change)
 {
     const auto attempt = [&change] { return system::Attempt(kListChange, change.store); };
+    Progress progress;
+    progress.Expect(3);
+    progress.Begin("render");
     generation::NextGeneration next;
     for (const generation::ListFile& file : change.files) next.Put(file);
     if (change.settings != nullptr) render::PutSettingsFiles(next, *change.settings);
@@ -162,8 +166,10 @@ Result<void> Apply(const Change& change)
     if (!done) return done;
     if (!next.Changed("")) return attempt();
 
+    progress.Begin("validate");
     done = Validate(next, change);
     if (!done) return done;
+    progress.Begin("restart");
     if (const auto save = generation::ReadPendingSave()) return ApplyWithin(next, *save, attempt);
     return ApplyMarked(next, {generation::CurrentGeneration(), change.words}, attempt);
 }

@@ -16,6 +16,7 @@
 #include "host/libmailvane/save/cleared_password.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
+#include "host/libmailvane/save/progress.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/save/validate.h"
 #include "host/libmailvane/stores/account_data.h"
@@ -28,10 +29,13 @@ namespace host::save {
 namespace {
 
 /// Runs steps in order until one fails; `begun` gets the steps run, the failed one included.
-Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun)
+Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& begun,
+                      Progress& progress)
 {
+    progress.Expect(steps.size());
     for (const Callback& step : steps) {
         begun.push_back(step);
+        progress.Begin(step.arg.empty() ? step.name : step.name + " " + step.arg);
         Result<void> done = RunStep(step);
         if (!done) return done;
     }
@@ -41,9 +45,12 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
 /// Activates the generation from before the save, puts back the stored files that belong to it, and
 /// restarts the services that the save had touched. Failures are only logged: the caller returns
 /// the reason why the save failed.
-void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun)
+void RollBackSave(const generation::PendingSave& save, const std::list<Callback>& begun,
+                  Progress& progress)
 {
     Log(LOG_ERR, "the save is taken back");
+    progress.Expect(1);
+    progress.Begin("roll back");
     const std::string abandoned = generation::CurrentGeneration();
     // After a failure here the mark stays, and the next writer rolls back.
     if (!Succeeded(generation::Activate(save.before)) || !Succeeded(RollBackExchange())) return;
@@ -63,12 +70,12 @@ void RollBackSave(const generation::PendingSave& save, const std::list<Callback>
 
 /// Runs the steps, then ends the save, or rolls it back.
 Result<void> Apply(const generation::PendingSave& save, const settings::StoredSettings& wanted,
-                   const std::list<Callback>& plan)
+                   const std::list<Callback>& plan, Progress& progress)
 {
     std::list<Callback> begun;
-    Result<void> done = RunSteps(plan, begun);
+    Result<void> done = RunSteps(plan, begun, progress);
     if (!done) {
-        RollBackSave(save, begun);
+        RollBackSave(save, begun, progress);
         return done;
     }
 
@@ -156,19 +163,25 @@ bool KernelHasChanged()
 
 /// Makes the next generation and validates it.
 Result<void> Stage(generation::NextGeneration& next, const settings::StoredSettings& wanted,
-                   const SaveExtent& extent)
+                   const SaveExtent& extent, Progress& progress)
 {
+    progress.Begin("render");
     if (extent.rules) next.Put(render::kSpamRules, *extent.rules, 0644);
     Result<void> done = PutFiles(next, wanted, extent.lists, extent.silence);
     if (done) done = next.Complete();
-    return done ? ValidateGeneration(next, wanted) : done;
+    if (!done) return done;
+
+    progress.Begin("validate");
+    return ValidateGeneration(next, wanted);
 }
 
 Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callback>& steps,
                   const SaveExtent& extent, const char* change)
 {
+    Progress progress;
     generation::NextGeneration next;
-    Result<void> done = system::Attempt("maps", [&] { return Stage(next, wanted, extent); });
+    Result<void> done =
+        system::Attempt("maps", [&] { return Stage(next, wanted, extent, progress); });
     if (!done) return done;
 
     const AffectedServices affected = ServicesAffectedBy(next, wanted);
@@ -183,7 +196,7 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
         return done;
     }
 
-    return Apply(save, wanted, WholePlan(steps, affected));
+    return Apply(save, wanted, WholePlan(steps, affected), progress);
 }
 
 }  // namespace

@@ -22,6 +22,8 @@ SUBCOMMANDS = {
               "the mail that waits to be delivered"),
     "quarantine": ("mailvane.ctl.quarantine", "list|show|release|delete [ID]",
                    "the mail that the scanner has kept aside"),
+    "log": ("mailvane.ctl.message_log", "ID [--json]",
+            "what the mail server has written of a message"),
     "spam": ("mailvane.ctl.spam", "learn|forget|status|reset [spam|ham] [PLACE…]",
              "what the spam filter has learned"),
     "backup": ("mailvane.ctl.backup", "FILE [--sign KEY]",

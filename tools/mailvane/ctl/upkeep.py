@@ -35,7 +35,9 @@ def require_root() -> None:
 
 def configure(*words: str) -> None:
     """Runs the settings tool, which makes its change completely or not at all."""
-    status, _, errors = programs.run([paths.SETTINGS_TOOL, *words], request_log.ENVIRONMENT)
+    who = {"SUDO_USER": os.environ.get("SUDO_USER", "")}
+    status, _, errors = programs.run([paths.SETTINGS_TOOL, *words],
+                                     {**request_log.ENVIRONMENT, **who})
     if status != 0:
         why = [text for priority, text in request_log.parsed(errors) if priority <= syslog.LOG_ERR]
         raise Refused("it was refused, and nothing has changed; the system log says why", why)

@@ -40,7 +40,13 @@ TEST(DaemonTable, UnitsStartWhatItSays)
         ASSERT_NE(text, "") << unit;
         const std::string name(daemon.name);
         if (name == "gate") {
-            EXPECT_NE(text.find("ExecStart=/usr/sbin/fcgiwrap -c 16 -p "), std::string::npos);
+            // The second program only where the package that calls it is installed.
+            const std::string gate =
+                "ExecStart=/usr/sbin/fcgiwrap -c 16 -p "
+                "/var/packages/Mailvane/target/ui/mailvane.cgi";
+            const std::string more = Text("packaging/systemd/mailvane-gate.service.d/console.conf");
+            EXPECT_TRUE(Has(text, gate));
+            EXPECT_TRUE(Has(more, gate + " -p /var/packages/Mailvane/target/ui/upkeep.cgi"));
             continue;
         }
         EXPECT_EQ(Has(text, "ExecStart=" + Bin(name + " launch")), isOurs) << unit;

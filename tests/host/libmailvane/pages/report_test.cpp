@@ -104,7 +104,7 @@ TEST_F(ReportTest, AStoredPasswordGoesToTheServerItWasGivenForAlone)
     }
     EXPECT_TRUE(WasLogged("smtp_password, which was given for another server"));
     EXPECT_EQ(Reporter::LoadSetting().GetSMTP().server, "smtp.test");
-    host::NoteRequest({"save_report", true});
+    host::NoteRequest({"save_report", "admin", true});
     EXPECT_TRUE(saves(other)) << "typed again";
     host::NoteRequest({});
     EXPECT_FALSE(saves(given));
