@@ -22,7 +22,7 @@ FIRST_VISIT = 60 * 1024  # bytes on their way, with one language
 
 
 def built(folder):
-    build.build(folder, "1.2.3", ESBUILD, [str(TOP / "docs/openapi.yaml")])
+    build.build(folder, "1.2.3", ESBUILD, str(TOP / "docs"))
     site = Path(folder, "site")
     return {str(path.relative_to(site)): path.read_bytes()
             for path in site.rglob("*") if path.is_file()}
