@@ -59,6 +59,7 @@ function Control({ name, field, value, error, disabled, change }) {
             ${field.unit && html`<span>${t(`settings/units/${field.unit}`)}</span>`}
         </span>`;
     }
+    if (field.format === "pem") return html`<${Pem} common=${common} title=${t(field.title)} value=${value} change=${change} />`;
     if (field.secret) {
         return html`<input ...${common} type="password" autocomplete="new-password"
             placeholder=${t("form/secret")} value=${value === field.mask ? "" : value} onInput=${take} />`;
@@ -67,6 +68,16 @@ function Control({ name, field, value, error, disabled, change }) {
     if (field.format === "seconds") return html`<${Moment} common=${common} value=${value} change=${change} />`;
     return html`<${Suggested} common=${common} format=${field.format} value=${value} take=${take} />`;
 }
+
+/** A text of a certificate or a key: pasted, or from a file.
+ *  @param {{common: any, title: string, value: string, change: (value: string) => void}} props */
+const Pem = ({ common, title, value, change }) => html`
+    <textarea ...${common} class="pem" rows="4" spellcheck=${false} autocomplete="off" value=${value}
+        onInput=${(/** @type {any} */ event) => change(event.currentTarget.value)} />
+    <input type="file" aria-label=${t("form/file", { title })} onChange=${async (/** @type {any} */ event) => {
+        const [file] = event.currentTarget.files;
+        if (file) change(await file.text());
+    }} />`;
 
 /** A moment, as the clock of this browser has it.
  *  @param {{common: any, value: string, change: (value: string) => void}} props */
