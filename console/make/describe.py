@@ -41,8 +41,8 @@ def description(folder: str) -> Node:
             actions[name] = action(kind, operation, programs[name])
             if kind == openapi.READ and "x-page" in operation:
                 loads[name] = operation["x-page"]
-            page = operation.get("x-page", "") if kind == openapi.WRITE else loads.get(operation.get("x-edits", ""))
-            if page:
+            page = operation.get("x-page") or loads.get(operation.get("x-edits", ""))
+            if page and kind == openapi.WRITE:
                 load = next(load for load, filled in loads.items() if filled == page)
                 pages[page] = form(page, load, name, operation)
             elif programs[name] != USUAL_PROGRAM and kind == openapi.WRITE:
