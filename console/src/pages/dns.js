@@ -69,7 +69,7 @@ function Domain({ domain, records }) {
 
 /** @param {{record: DnsRecord}} props */
 const Entry = ({ record: { use, name, type, value, optional, state, found = [] } }) => html`
-    <p class="actions"><b>${use}</b> <span class="address">${name}</span> <small>${type}${optional && `, ${t("dns/optional")}`}</small>
+    <p class="actions"><b>${use}</b> <span class="address">${name}</span> <small>${[use !== type && type, optional && t("dns/optional")].filter(Boolean).join(", ")}</small>
         ${state && html`<${Status} tone=${TONES[state] ?? "quiet"} text=${t(`dns/is_${state.replace(" ", "_")}`)} />`}</p>
     <div class="copied"><div class="code">${value}</div><${CopyButton} text=${value} label=${t("dns/copy", { name: `${use} ${name}` })} /></div>
     ${state === "differs" && html`<p class="help">${t("dns/found")} ${found.map((one) => html`<code>${one}</code> `)}</p>`}`;
