@@ -82,8 +82,12 @@ class Browser:
 
     def button(self, text, within=""):
         """The button with this text."""
-        return harness.wait_for(lambda: [one for one in self.find(within + " button")
-                                         if one.text.strip() == text], "the button " + text)[0]
+        def shown():
+            try:
+                return [one for one in self.find(within + " button") if one.text.strip() == text]
+            except StaleElementReferenceException:
+                return []
+        return harness.wait_for(shown, "the button " + text)[0]
 
     def press(self, *keys):
         """Types where the focus is."""

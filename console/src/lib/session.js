@@ -52,12 +52,12 @@ export async function signIn(user, password) {
 export async function renewLogin(password) {
     const header = basic(session.value.user, password);
     for (let turn = 0; turn < TRIES; turn++) {
+        await new Promise((goOn) => setTimeout(goOn, BETWEEN));
         const answer = await send(PROBE, { login: header }).catch(() => undefined);
         if (answer?.ok) {
             login = header;
             return true;
         }
-        await new Promise((goOn) => setTimeout(goOn, BETWEEN));
     }
     return false;
 }
