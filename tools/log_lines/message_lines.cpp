@@ -107,15 +107,14 @@ private:
     /// comes by one id and may go on by others, all within a moment.
     bool FindIds(const std::string& messageId)
     {
+        const auto note = [&](std::size_t, std::string_view, const LogLine& line) {
+            const std::string_view id = IdOf(line);
+            const bool isIts = !id.empty() && HasMessageId(line, id, messageId);
+            if (isIts && found_.ids.size() < kMostIds) found_.ids.emplace(id);
+        };
         const Reached reached = EachPiece(path_, end_, [&](std::string_view piece) {
             NoteReach(piece);
-            EachLineWith(piece, messageId, [&](std::size_t, std::string_view, const LogLine& line) {
-                const std::string_view id = IdOf(line);
-                if (!id.empty() && HasMessageId(line, id, messageId) &&
-                    found_.ids.size() < kMostIds) {
-                    found_.ids.emplace(id);
-                }
-            });
+            EachLineWith(piece, messageId, note);
             return found_.ids.empty();
         });
         found_.whole = reached == Reached::kBeginning;
@@ -128,16 +127,14 @@ private:
         NoteReach(piece);
         std::vector<std::pair<std::size_t, std::string_view>> lines;
         for (const std::string& wanted : found_.ids) {
-            EachLineWith(piece, wanted,
-                         [&](std::size_t at, std::string_view text, const LogLine& line) {
-                             const std::string_view id = IdOf(line);
-                             if (id != wanted) return;
-                             lines.emplace_back(at, text);
-                             // Short ids are used again for other messages.
-                             if (IsFirst(line, id) && !collector::IsShortId(id)) {
-                                 open_.erase(wanted);
-                             }
-                         });
+            const auto note = [&](std::size_t at, std::string_view text, const LogLine& line) {
+                const std::string_view id = IdOf(line);
+                if (id != wanted) return;
+                lines.emplace_back(at, text);
+                // Short ids are used again for other messages.
+                if (IsFirst(line, id) && !collector::IsShortId(id)) open_.erase(wanted);
+            };
+            EachLineWith(piece, wanted, note);
         }
         std::sort(lines.begin(), lines.end());
         for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
