@@ -1,11 +1,11 @@
 """Builds the console: one script, one style sheet, one file of texts for each language, one page.
 
-build.py FOLDER VERSION ESBUILD DOCUMENT...
+build.py FOLDER VERSION ESBUILD DOCS
 
 FOLDER   where `site` is written, ready to be served, and `made`, which the tests use too
 VERSION  of the package
 ESBUILD  the program that bundles
-DOCUMENT a description of the API; the settings stand beside it
+DOCS     where the descriptions of the API stand
 
 The names of files below `assets` have a part that is made from their bytes, so that browsers may keep
 them for ever; beside each lies what a server sends to those that take gzip. The same sources give the
@@ -97,7 +97,7 @@ def bundle(esbuild: str, source: str, target: str, made: str) -> bytes:
         return WHITE.sub(b"\n", file.read())
 
 
-def build(folder: str, version: str, esbuild: str, documents: list[str]) -> None:
+def build(folder: str, version: str, esbuild: str, docs: str) -> None:
     made = folder + "/made"
     os.makedirs(made, exist_ok=True)
     site = Site(folder + "/site")
@@ -105,7 +105,7 @@ def build(folder: str, version: str, esbuild: str, documents: list[str]) -> None
         mark = site.asset("icon.svg", icon.read())
 
     with open(made + "/api.json", "wb") as file:
-        file.write(compact(describe.description(documents)))
+        file.write(compact(describe.description(docs)))
     about = {
         "version": version,
         "texts": {language: site.asset(language + ".json", compact(texts_of(language)))
@@ -123,4 +123,4 @@ def build(folder: str, version: str, esbuild: str, documents: list[str]) -> None
 
 
 if __name__ == "__main__":
-    build(os.path.abspath(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4:])
+    build(os.path.abspath(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4])

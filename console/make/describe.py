@@ -11,26 +11,29 @@ import lists
 import openapi
 from openapi import Node
 
+# The documents, each of one program; the settings stand beside them.
+DOCUMENTS = ("openapi.yaml", "upkeep.yaml")
 USUAL_PROGRAM = "/mailvane.cgi"
 SENTENCES = "settings/help/"
 
 # Members of a schema that a form needs, by the names that they have in the console.
 KEPT = {
     "type": "type", "minimum": "min", "maximum": "max", "minLength": "minLength",
-    "maxLength": "maxLength", "x-max-bytes": "maxBytes", "x-format": "format", "x-unit": "unit",
+    "maxLength": "maxLength", "pattern": "pattern", "x-max-bytes": "maxBytes", "x-format": "format", "x-unit": "unit",
     "x-group": "group", "x-needs": "needs", "x-suits": "suits", "x-kind": "kind",
     "x-restarts": "restarts", "writeOnly": "secret", "x-mask": "mask",
 }
 
 
-def description(paths: list[str]) -> Node:
-    """Actions, pages with their fields, and lists of some documents."""
+def description(folder: str) -> Node:
+    """Actions, pages with their fields, lists, and forms of calls, of the documents in a folder."""
     actions: Node = {}
     pages: Node = {}
     found: Node = {}
+    forms: Node = {}
     loads: dict[str, str] = {}
-    for path in paths:
-        document = openapi.Document(path)
+    for path in DOCUMENTS:
+        document = openapi.Document(os.path.join(folder, path))
         programs = {operation["operationId"]: address.partition("?")[0].partition("#")[0]
                     for address, item in document.root["paths"].items()
                     for operation in item.values()}
@@ -38,12 +41,15 @@ def description(paths: list[str]) -> Node:
             actions[name] = action(kind, operation, programs[name])
             if kind == openapi.READ and "x-page" in operation:
                 loads[name] = operation["x-page"]
-            page = operation.get("x-page", "") if kind == openapi.WRITE else loads.get(operation.get("x-edits", ""))
-            if page:
+            page = operation.get("x-page") or loads.get(operation.get("x-edits", ""))
+            if page and kind == openapi.WRITE:
                 load = next(load for load, filled in loads.items() if filled == page)
                 pages[page] = form(page, load, name, operation)
+            elif programs[name] != USUAL_PROGRAM and kind == openapi.WRITE:
+                forms[name] = titled(operation)
         found.update(lists.described(document, field))
-    return {"actions": actions, "pages": pages, "lists": found}
+    return {"actions": actions, "pages": pages, "lists": found,
+            "forms": {name: fields for name, fields in forms.items() if fields}}
 
 
 def action(kind: str, operation: Node, program: str) -> Node:
@@ -52,6 +58,7 @@ def action(kind: str, operation: Node, program: str) -> Node:
     about = {
         "kind": kind if kind != openapi.READ else None,
         "program": program if program != USUAL_PROGRAM else None,
+        "member": openapi.PROGRAMS[program] if program != USUAL_PROGRAM else None,
         "proof": "X-Mailvane" in parameters,
         "restarts": operation.get("x-restarts"),
     }
@@ -61,6 +68,11 @@ def action(kind: str, operation: Node, program: str) -> Node:
 def body(operation: Node) -> Node:
     schema: Node = operation["requestBody"]["content"]["application/json"]["schema"]
     return schema
+
+
+def titled(operation: Node) -> Node:
+    """The members of a body that have titles, as fields of a form."""
+    return {name: field(name, about) for name, about in body(operation)["properties"].items() if "x-text" in about}
 
 
 def form(page: str, load: str, save: str, operation: Node) -> Node:

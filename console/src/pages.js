@@ -8,8 +8,14 @@ import { AliasEditor } from "./pages/alias.js";
 import { Aliases } from "./pages/aliases.js";
 import { AccessLists, Attachments, BlackWhite, BlindCopies, Blocklists, Domains, Replies, RuleSets, SenderLimits } from
     "./pages/lists.js";
+import { Certificate } from "./pages/certificate.js";
+import { Dns } from "./pages/dns.js";
+import { History } from "./pages/history.js";
+import { Keys } from "./pages/keys.js";
 import { MailLog } from "./pages/mail_log.js";
 import { Overview } from "./pages/overview.js";
+import { Quarantine } from "./pages/quarantine.js";
+import { Queue } from "./pages/queue.js";
 import { SelfCheck } from "./pages/self_check.js";
 import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
 import { Security } from "./pages/security.js";
@@ -27,14 +33,19 @@ export const GROUPS = ["watch", "services", "filtering", "addresses", "server"];
 export const PAGES = [
     { route: "overview", title: "pages/pages/overview", group: "watch", view: Overview },
     { route: "log", title: "pages/pages/mail_log", group: "watch", view: MailLog },
+    { route: "queue", title: "queue/title", group: "watch", view: Queue },
+    { route: "quarantine", title: "quarantine/title", group: "watch", view: Quarantine },
     { route: "self_check", title: "pages/pages/self_check", group: "watch", view: SelfCheck },
 
     { route: "smtp", title: "pages/pages/smtp", group: "services", view: Smtp },
     { route: "imap_pop3", title: "pages/pages/imap_pop3", group: "services", view: Mailboxes },
     { route: "relay", title: "pages/pages/relay", group: "services", view: Relay },
     { route: "domains", title: "pages/pages/domains", group: "services", view: Domains },
+    { route: "dns", title: "dns/title", group: "services", view: Dns },
+    { route: "certificate", title: "certificate/title", group: "services", view: Certificate },
 
     { route: "security", title: "pages/pages/security", group: "filtering", view: Security },
+    { route: "keys", title: "keys/title", group: "filtering", view: Keys },
     { route: "spam_config", title: "pages/pages/spam_config", group: "filtering", view: SpamFilter },
     { route: "adv_anti_spam", title: "pages/pages/adv_anti_spam", group: "filtering", view: AdvancedChecks },
     { route: "blocklists", title: "pages/pages/blocklists", group: "filtering", view: Blocklists },
@@ -52,6 +63,7 @@ export const PAGES = [
     { route: "replies", title: "pages/pages/replies", group: "addresses", view: Replies },
 
     { route: "report", title: "pages/pages/report", group: "server", view: Report },
+    { route: "history", title: "history/title", group: "server", view: History },
     { route: "about", title: "about/title", group: "server", view: About },
 ];
 

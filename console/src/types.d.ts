@@ -4,6 +4,7 @@
 interface ActionAbout {
     kind?: "write" | "upload";
     program?: string;
+    member?: string;
     proof?: boolean;
     restarts?: string[];
 }
@@ -19,6 +20,7 @@ interface Field {
     minLength?: number;
     maxLength?: number;
     maxBytes?: number;
+    pattern?: string;
     format?: string;
     unit?: string;
     needs?: Record<string, any>;
@@ -75,6 +77,7 @@ declare module "made-api" {
         actions: Record<string, ActionAbout>;
         pages: Record<string, PageAbout>;
         lists: Record<string, ListAbout>;
+        forms: Record<string, Record<string, Field>>;
     };
     export default api;
 }

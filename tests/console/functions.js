@@ -9,6 +9,7 @@ import { bodyFor, bodyToRemove, changed, emptyEntry, faultsOf, reasonsByMember, 
 import { criteria, pageOf, query } from "../../console/src/lib/log_query.js";
 import { link, parse } from "../../console/src/lib/router.js";
 import { beginnings } from "../../console/src/lib/traffic.js";
+import { zoneLine } from "../../console/src/lib/zone.js";
 import { ceiling } from "../../console/src/parts/chart.js";
 
 const port = { type: "integer", min: 1, max: 65535 };
@@ -105,6 +106,11 @@ const cases = () => [
         { b: 2, c: "x" }],
     ["what others changed", overtaken({ a: 1, b: 2, c: 3 }, { a: 0, b: 0, c: 0 }, { a: 0, b: 1, c: 3 }), ["b"]],
     ["a body", bodyOf({ required: ["a", "b"] }, { a: 1, b: 2, c: 3 }, { b: 4, d: 5 }), { a: 1, b: 4, d: 5 }],
+    ["a name of a pattern", ["a", "A", ""].map((text) => fault({ type: "string", pattern: "^[a-z]+$" }, text)),
+        ["", "bad_format", "bad_format"]],
+    ["a record", zoneLine({ name: "a.b", type: "MX", value: "10 c." }), "a.b. IN MX 10 c."],
+    ["a long text", zoneLine({ name: "a", type: "TXT", value: `"${"x".repeat(254)}y` }),
+        `a. IN TXT "\\"${"x".repeat(254)}" "y"`],
     ["an address", parse("#/log?q=a%20b&page=2"), { name: "log", params: { q: "a b", page: "2" } }],
     ["no address", parse(""), { name: "", params: {} }],
     ["a link", link("log", { q: "ä&b", page: "", n: 1 }), "#/log?q=%C3%A4%26b&n=1"],

@@ -21,6 +21,7 @@ sys.path[:0] = [str(TOP / "console/make"), str(TOP / "tests/api/added_setting")]
 
 import add_row
 import build
+import describe
 
 HTPASSWD = harness.ETC + "/htpasswd"
 ROUTES = re.findall(r'route: "(\w+)"', (TOP / "console/src/pages.js").read_text(encoding="utf-8"))
@@ -294,7 +295,7 @@ class Sources(Console):
 
     def test_functions_do_what_they_say(self):
         """tests/console/functions.js, in the browser and under the policy of the page."""
-        build.build("/tmp/console", "0", self.ESBUILD, [str(TOP / "docs/openapi.yaml")])
+        build.build("/tmp/console", "0", self.ESBUILD, str(TOP / "docs"))
         bundle = build.bundle(self.ESBUILD, str(TOP / "tests/console/functions.js"),
                               "/tmp/console/functions.js", "/tmp/console/made")
         Path(SITE + "/assets/functions.js.gz").write_bytes(gzip.compress(bundle))
@@ -330,7 +331,8 @@ class Sources(Console):
         shutil.copytree(TOP / "packaging/texts", folder + "/packaging/texts")
         os.mkdir(folder + "/docs")
         harness.run(os.environ["MAILVANE_BUILD"] + "/tests/api/added_setting/describe_with_added", folder)
-        shutil.copy(TOP / "docs/openapi.yaml", folder + "/docs")
+        for name in describe.DOCUMENTS:
+            shutil.copy(TOP / "docs" / name, folder + "/docs")
         self.addCleanup(setattr, build, "CATALOGUE", build.CATALOGUE)
         build.CATALOGUE = folder + "/packaging/texts"
-        build.build(folder + "/console", "0", self.ESBUILD, [folder + "/docs/openapi.yaml"])
+        build.build(folder + "/console", "0", self.ESBUILD, folder + "/docs")

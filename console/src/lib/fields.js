@@ -16,11 +16,12 @@ function faultOfNumber({ min = -Infinity, max = Infinity }, value) {
 }
 
 /** @param {Field} field @param {string} value @param {Values} values */
-function faultOfText({ minLength = 0, maxLength = Infinity, maxBytes = Infinity, format = "", kind = "" }, value, values) {
-    if (value.length < minLength) return "empty";
+function faultOfText({ minLength = 0, maxLength = Infinity, maxBytes = Infinity, format = "", kind = "", pattern = "" }, value, values) {
+    if (value.length < minLength) return value ? "too_short" : "empty";
     if ([...value].length > maxLength || new TextEncoder().encode(value).length > maxBytes) {
         return "too_long";
     }
+    if (!new RegExp(pattern, "u").test(value)) return "bad_format";
     return FORMATS[format]?.(value, values[kind]) === false ? (FAULTS[format] ?? "bad_format") : "";
 }
 

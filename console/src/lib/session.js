@@ -6,6 +6,8 @@ import { Store } from "./store.js";
 import { BY_BROWSER, send } from "./transport.js";
 
 const PROBE = "get_account_type";  // it never fails
+const TRIES = 20;       // until a changed password is taken
+const BETWEEN = 1000;   // ms
 
 /** out: nobody; in: somebody; locked: somebody whose page waits for the password again. Whom a
  *  certificate signs in has no name here.
@@ -50,6 +52,21 @@ async function enter(user, header) {
     login = header;
     session.set({ state: "in", user, why: "" });
     for (const goOn of waiting.splice(0)) goOn();
+}
+
+/** Goes on with another password, once the server takes it; false when it does not come to that.
+ *  @param {string} password */
+export async function renewLogin(password) {
+    const header = basic(session.value.user, password);
+    for (let turn = 0; turn < TRIES; turn++) {
+        await new Promise((goOn) => setTimeout(goOn, BETWEEN));
+        const answer = await send(PROBE, { login: header }).catch(() => undefined);
+        if (answer?.ok) {
+            login = header;
+            return true;
+        }
+    }
+    return false;
 }
 
 /** Forgets the login, and what is on the page.

@@ -67,6 +67,13 @@ export function tn(path, n, values = {}) {
 export const number = (value, options) =>
     new Intl.NumberFormat(language.value, options).format(value);
 
+/** A size in the unit that suits it.
+ *  @param {number} size in bytes */
+export function bytes(size) {
+    const power = Math.min(3, Math.max(0, Math.floor(Math.log2(size || 1) / 10)));
+    return `${number(size / 1024 ** power, { maximumFractionDigits: power ? 1 : 0 })} ${["B", "KiB", "MiB", "GiB"][power]}`;
+}
+
 /** @param {Date} value @param {Intl.DateTimeFormatOptions} options */
 export const moment = (value, options) =>
     new Intl.DateTimeFormat(language.value, options).format(value);

@@ -14,7 +14,7 @@ export const BY_BROWSER = "by browser";
 export function described(action) {
     const about = api.actions[action];
     if (!about) throw new Error(`no action ${action}`);
-    return { kind: "read", program: "/mailvane.cgi", proof: false, ...about };
+    return { kind: "read", program: "/mailvane.cgi", member: "action", proof: false, ...about };
 }
 
 /** The response to an action; Failure when there is none.
@@ -29,13 +29,13 @@ export async function send(action, { members = {}, login, signal }) {
     if (about.kind === "write") {
         options.method = "POST";
         options.headers["Content-Type"] = "application/json";
-        options.body = JSON.stringify({ action, ...members });
+        options.body = JSON.stringify({ [about.member]: action, ...members });
     } else if (about.kind === "upload") {
         options.method = "POST";
         options.body = new FormData();
         for (const [name, file] of Object.entries(members)) options.body.append(name, file);
     } else {
-        address += `?${new URLSearchParams({ action, ...members })}`;
+        address += `?${new URLSearchParams({ [about.member]: action, ...members })}`;
     }
     return within(PATIENCE[about.kind], signal, (both) => fetch(address, { ...options, signal: both }));
 }

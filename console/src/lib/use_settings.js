@@ -138,7 +138,7 @@ const faults = (about, draft) => Object.fromEntries(Object.entries(draft)
 
 /** What is stored, once the server answers again; undefined when it stays away.
  *  @param {() => Promise<Values>} load @returns {Promise<Values | undefined>} */
-async function reach(load) {
+export async function reach(load) {
     for (let turn = 0; turn < TRIES; turn++) {
         try {
             return await load();

@@ -6,9 +6,11 @@ import { useStore } from "../lib/store.js";
 import { language, t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
+import { LogLines } from "../parts/log_lines.js";
 import { Shown } from "../parts/loading.js";
 import { Page } from "../parts/page.js";
 import { Pager } from "../parts/pager.js";
+import { SortHeading } from "../parts/sort_heading.js";
 import { Status } from "../parts/status.js";
 import { LogFilters } from "./mail_log_filters.js";
 import { LogTools } from "./mail_log_tools.js";
@@ -62,25 +64,13 @@ function Entries({ items, total, params, busy }) {
         <p class="count-line" role="status">${tn("mail_log/total", total)} ${t("mail_log/server_time")}</p>
         <table class="rows log" aria-busy=${busy}>
             <thead><tr>${COLUMNS.map(([member, title]) => html`
-                <${Heading} key=${member} member=${member} title=${t(title)} params=${params} />`)}
+                <${SortHeading} key=${member} member=${member} title=${t(title)} params=${params}
+                    sort=${params.sort ?? "date"} dir=${params.dir ?? "DESC"} />`)}
                 <th scope="col" class="for-more"><span class="unseen">${t("mail_log/details")}</span></th></tr></thead>
             <tbody>${items.map((row, index) => html`
                 <${Entry} row=${row} key=${`${row.date}${row.time}${row.message_id}${row.mail_to}${index}`} />`)}</tbody>
         </table>
         <${Pager} page=${pageOf(params)} pages=${Math.ceil(total / ROWS)} turn=${turn} />`;
-}
-
-/** A column's title, which sorts by it.
- *  @param {{member: string, title: string, params: Record<string, string>}} props */
-function Heading({ member, title, params }) {
-    const isSorted = (params.sort ?? "date") === member;
-    const isDown = (params.dir ?? "DESC") === "DESC";
-    const next = isSorted && isDown ? "ASC" : "DESC";
-    return html`
-        <th scope="col" class=${`for-${member}`} aria-sort=${isSorted ? (isDown ? "descending" : "ascending") : undefined}>
-            <button type="button" class="plain" onClick=${() => restate({ ...params, sort: member, dir: next, page: "" })}>
-                ${title}<span aria-hidden="true">${isSorted ? (isDown ? " ↓" : " ↑") : ""}</span></button>
-        </th>`;
 }
 
 /** @param {{row: LogRow}} props */
@@ -103,7 +93,7 @@ function Entry({ row }) {
             <dt>${t("pages/members/message_id")}</dt>
             <dd class="address">${row.message_id || "–"}
                 ${row.message_id && html` <a href=${linkTo(row.message_id)}>${t("mail_log/same_message")}</a>`}</dd>
-        </dl></td></tr>`}`;
+        </dl>${row.message_id && html`<${LogLines} id=${row.message_id} />`}</td></tr>`}`;
 }
 
 /** All entries of a message.

@@ -10,6 +10,7 @@ import { Chart } from "../parts/chart.js";
 import { Shown } from "../parts/loading.js";
 import { Page } from "../parts/page.js";
 import { STATUS } from "./mail_log.js";
+import { QueueCard } from "./queue.js";
 import { placeFor, verdict } from "./self_check.js";
 
 const LAST = 10;  // bounced messages that are shown
@@ -19,6 +20,7 @@ export const Overview = () => html`
     <${Page} title=${t("pages/pages/overview")}>
         <${Verdict} />
         <${Traffic} />
+        <${QueueCard} />
         <${Bounced} />
     <//>`;
 

@@ -3,8 +3,8 @@ import { notify } from "../lib/notices.js";
 import { t } from "../lib/texts.js";
 import { html } from "../lib/ui.js";
 
-/** @param {{text: string}} props */
-export function CopyButton({ text }) {
+/** @param {{text: string, label?: string}} props label: what is copied, where there are several */
+export function CopyButton({ text, label }) {
     async function copy() {
         try {
             await navigator.clipboard.writeText(text);
@@ -13,5 +13,5 @@ export function CopyButton({ text }) {
             notify(t("shell/not_copied"), "bad");
         }
     }
-    return html`<button type="button" onClick=${copy}>${t("shell/copy")}</button>`;
+    return html`<button type="button" aria-label=${label} onClick=${copy}>${t("shell/copy")}</button>`;
 }

@@ -36,7 +36,7 @@ export function FormField(props) {
 export const idOf = (name) => `field-${name}`;
 
 /** @param {FieldProps} props */
-function Control({ name, field, value, error, disabled, change }) {
+function Control({ name, field, value, stored, error, disabled, change }) {
     const common = {
         "id": idOf(name), "name": name, disabled,
         "aria-describedby": classes(error && `${idOf(name)}-error`, `${idOf(name)}-help`),
@@ -59,14 +59,25 @@ function Control({ name, field, value, error, disabled, change }) {
             ${field.unit && html`<span>${t(`settings/units/${field.unit}`)}</span>`}
         </span>`;
     }
+    if (field.format === "pem") return html`<${Pem} common=${common} title=${t(field.title)} value=${value} change=${change} />`;
     if (field.secret) {
         return html`<input ...${common} type="password" autocomplete="new-password"
-            placeholder=${t("form/secret")} value=${value === field.mask ? "" : value} onInput=${take} />`;
+            placeholder=${stored === undefined ? "" : t("form/secret")} value=${value === field.mask ? "" : value} onInput=${take} />`;
     }
     if (field.format === "text") return html`<textarea ...${common} rows="6" value=${value} onInput=${take} />`;
     if (field.format === "seconds") return html`<${Moment} common=${common} value=${value} change=${change} />`;
     return html`<${Suggested} common=${common} format=${field.format} value=${value} take=${take} />`;
 }
+
+/** A text of a certificate or a key: pasted, or from a file.
+ *  @param {{common: any, title: string, value: string, change: (value: string) => void}} props */
+const Pem = ({ common, title, value, change }) => html`
+    <textarea ...${common} class="pem" rows="4" spellcheck=${false} autocomplete="off" value=${value}
+        onInput=${(/** @type {any} */ event) => change(event.currentTarget.value)} />
+    <input type="file" aria-label=${t("form/file", { title })} onChange=${async (/** @type {any} */ event) => {
+        const [file] = event.currentTarget.files;
+        if (file) change(await file.text());
+    }} />`;
 
 /** A moment, as the clock of this browser has it.
  *  @param {{common: any, value: string, change: (value: string) => void}} props */
@@ -79,7 +90,8 @@ function help(field) {
     const limits = field.type === "integer" && !field.choices && field.min !== undefined && field.max !== undefined
         ? t("form/limits", { min: plain(field.min), max: plain(field.max) }) : "";
     const form = `formats/${field.format}`;
-    return [field.help && t(field.help), hasText(form) && t(form), limits].filter(Boolean).join(" ");
+    const lengths = (field.minLength ?? 0) > 1 ? t("form/lengths", { min: plain(field.minLength ?? 0), max: plain(field.maxLength ?? 0) }) : "";
+    return [field.help && t(field.help), hasText(form) && t(form), limits, lengths].filter(Boolean).join(" ");
 }
 
 /** Ports and the like are read without separators.

@@ -3,6 +3,7 @@
 import api from "made-api";
 import { hasText, t, tn } from "../lib/texts.js";
 import { html, useEffect, useState } from "../lib/ui.js";
+import { Step } from "./step.js";
 
 /** @param {{settings: any}} props */
 export function SaveBar({ settings }) {
@@ -36,6 +37,7 @@ function Saving({ settings }) {
             <p role="status">${t("form/saving")}${services && ` ${t("form/restarts", { services })}`}</p>
             <progress aria-label=${t("form/saving")}></progress>
             <span aria-hidden="true">${tn("form/seconds", seconds)}</span>
+            <${Step} />
         </div>`;
 }
 

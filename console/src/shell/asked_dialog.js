@@ -35,7 +35,7 @@ function Asking({ question }) {
                     <button class=${classes("main", question.danger && "danger")} disabled=${!isReady}>
                         ${question.action}</button>
                     ${question.other && html`
-                        <button type="button" onClick=${() => question.answer("other")}>
+                        <button type="button" disabled=${!isReady} onClick=${() => question.answer("other")}>
                             ${question.other}</button>`}
                     <button type="button" onClick=${() => question.answer("")}>
                         ${t("shell/cancel")}</button>

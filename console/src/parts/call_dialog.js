@@ -1,0 +1,58 @@
+// A call's form, made from its description, in a dialog: it is sent, and a refusal stands at its field.
+import api from "made-api";
+import { call } from "../lib/call.js";
+import { reasonsOf } from "../lib/failure.js";
+import { fault } from "../lib/fields.js";
+import { t } from "../lib/texts.js";
+import { html, useState } from "../lib/ui.js";
+import { Dialog } from "./dialog.js";
+import { FormField, idOf } from "./field.js";
+import { Problem } from "./problem.js";
+
+/** `given`: members that are not asked for; `lead`: what stands above the fields; `done` gets the answer
+ *  and what was typed.
+ *  @param {{name: string, title: string, action: string, given?: Record<string, any>, lead?: any,
+ *           close: () => void, done: (answer: any, values: Record<string, any>) => void | Promise<void>}} props */
+export function CallDialog({ name, title, action, given = {}, lead, close, done }) {
+    const fields = api.forms[name];
+    const [values, setValues] = useState(/** @type {Record<string, any>} */ ({}));
+    const [errors, setErrors] = useState(/** @type {Record<string, string>} */ ({}));
+    const [failure, setFailure] = useState(/** @type {unknown} */ (null));
+    const [busy, setBusy] = useState(false);
+
+    /** @param {Event} event */
+    async function submit(event) {
+        event.preventDefault();
+        const wrong = Object.keys(fields).filter((one) => fault(fields[one], values[one] ?? ""));
+        setErrors(Object.fromEntries(wrong.map((one) => [one, fault(fields[one], values[one] ?? "")])));
+        if (wrong.length) return void document.getElementById(idOf(wrong[0]))?.focus();
+
+        setBusy(true);
+        setFailure(null);
+        try {
+            await done(await call(name, { ...given, ...values }), values);
+        } catch (problem) {
+            setErrors(Object.fromEntries(reasonsOf(problem).map(({ setting = "", code }) => [setting, code])));
+            setFailure(problem);
+            setBusy(false);
+        }
+    }
+
+    return html`
+        <${Dialog} title=${title} close=${() => !busy && close()}>
+            <form class="entry" onSubmit=${submit} novalidate>
+                ${lead && html`<p>${lead}</p>`}
+                ${failure ? html`<${Problem} failure=${failure} />` : null}
+                <fieldset disabled=${busy}>
+                    ${Object.keys(fields).map((one) => html`<${FormField} key=${one} name=${one} field=${fields[one]}
+                        value=${values[one] ?? ""} stored=${undefined} changed=${false} error=${errors[one]} disabled=${false}
+                        change=${(/** @type {any} */ value) => setValues({ ...values, [one]: value })} />`)}
+                    <p class="actions">
+                        <button class="main">${action}</button>
+                        <button type="button" onClick=${close}>${t("shell/cancel")}</button>
+                        ${busy && html`<progress aria-label=${t("form/saving")}></progress>`}
+                    </p>
+                </fieldset>
+            </form>
+        <//>`;
+}
