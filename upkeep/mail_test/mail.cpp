@@ -2,6 +2,7 @@
 #include <json/json.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <thread>
@@ -12,6 +13,7 @@
 #include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/random_text.h"
 #include "host/libhaldcore/run_program.h"
+#include "host/libhaldcore/text.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/system/mail_account.h"
 #include "upkeep/log_lines/message_log.h"
@@ -43,8 +45,15 @@ Result<std::string> Recipient(const Request& request)
     std::string name = request.Text("to");
     if (name.empty() || name == kPostmaster) return std::string(kPostmaster);
     const auto account = host::system::FindMailAccount(name);
-    if (!account) return Result<std::string>(account.reason()).About(Subject::Setting("to"));
-    return account->name;
+    if (!account) {
+        return Reason{account.reason().code, Subject::Setting("to"), account.reason().text};
+    }
+    // What means more than itself in a list of addresses is no name to be tried.
+    const bool isPlain = std::all_of(account->name.begin(), account->name.end(), [](char c) {
+        return host::IsLetterOrDigit(c) || c == '.' || c == '_' || c == '-';
+    });
+    if (isPlain) return account->name;
+    return Reason{ReasonCode::kNoName, Subject::Setting("to"), "not a plain name"};
 }
 
 /// Refuses a test soon after the last one. Its request is the only one of its kind.
