@@ -214,6 +214,7 @@ Greeting Greet(const Delivery& delivery)
 
     SetTransfer(curl.get(), delivery);
     curl_easy_setopt(curl.get(), CURLOPT_CUSTOMREQUEST, "NOOP");
+    curl_easy_setopt(curl.get(), CURLOPT_SASL_IR, 1L);  // as the mail server does
     curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, DropBytes);
     curl_easy_setopt(curl.get(), CURLOPT_OPENSOCKETFUNCTION, OpenElsewhere);
     curl_easy_setopt(curl.get(), CURLOPT_OPENSOCKETDATA, &greeting.isOwn);
