@@ -39,7 +39,7 @@ def request(action=None, upload=None, **members):
     return [harness.PROGRAM], environment, data
 
 
-def call(name, **members):
+def call(name, /, **members):
     """How a call of the second program that does something is made."""
     _, environment, data = request(**members)
     data = json.dumps({"call": name, **members}).encode()
