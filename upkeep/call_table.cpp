@@ -8,6 +8,7 @@
 #include "upkeep/certificates/calls.h"
 #include "upkeep/history/calls.h"
 #include "upkeep/log_lines/calls.h"
+#include "upkeep/mail_test/calls.h"
 #include "upkeep/names/calls.h"
 #include "upkeep/quarantine/calls.h"
 #include "upkeep/queue/calls.h"
@@ -82,6 +83,7 @@ constexpr Call kReads[] = {
 };
 
 constexpr Call kChanges[] = {
+    {"mail_test", MailTest, Does()},
     {"own_password", OwnPassword, Stores()},
     {"quarantine_delete", QuarantineDelete, Does()},
     {"quarantine_learn", QuarantineLearn, Does()},
@@ -90,6 +92,7 @@ constexpr Call kChanges[] = {
     {"queue_flush", QueueFlush, Does()},
     {"queue_hold", QueueHold, Does()},
     {"queue_release", QueueRelease, Does()},
+    {"relay_test", RelayTest, Asks()},
     {"report_now", ReportNow, Does()},
     {"rollback", RollBack, Stores()},
     {"tls_install", TlsInstall, Stores()},

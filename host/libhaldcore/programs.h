@@ -22,6 +22,7 @@ constexpr char kPostmap[] = "/usr/sbin/postmap";
 constexpr char kPostqueue[] = "/usr/sbin/postqueue";
 constexpr char kPostsuper[] = "/usr/sbin/postsuper";
 constexpr char kPrlimit[] = "/usr/bin/prlimit";
+constexpr char kSendmail[] = "/usr/sbin/sendmail";
 constexpr char kSetpriv[] = "/usr/bin/setpriv";
 constexpr char kSievec[] = "/usr/bin/sievec";
 constexpr char kSpamassassin[] = "/usr/bin/spamassassin";

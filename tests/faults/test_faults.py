@@ -25,7 +25,7 @@ from harness import ETC
 
 DNS = nameserver.NameServer()
 SAMPLE = {"save_smtp": 1, "apply_alias_info": 2, "set_sender_quota": 1, "save_personal": 3,
-          "import_alias": 1}
+          "import_alias": 1, "tls_install": 1, "own_password": 1, "user_remove": 2}
 PENDING = ETC + "/generated/pending"
 PLACES = (ETC, "/home", "/var/packages/Mailvane/target/etc")
 # New files that were to replace others, generations that were not completed, uploads: those of a

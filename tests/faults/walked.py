@@ -3,8 +3,11 @@
 Each puts one thing in force and takes it back again; `n` numbers the things. `shown` is what the
 pages say of it, `in_force` what the daemons have: between two requests both are the same.
 """
+import base64
 import contextlib
 import glob
+import http.client
+import imaplib
 import json
 import os
 import shutil
@@ -36,7 +39,7 @@ def request(action=None, upload=None, **members):
     return [harness.PROGRAM], environment, data
 
 
-def call(name, **members):
+def call(name, /, **members):
     """How a call of the second program that does something is made."""
     _, environment, data = request(**members)
     data = json.dumps({"call": name, **members}).encode()
@@ -543,6 +546,127 @@ class Certificate(Tool):
         return "CN = on.mv.test" in sent
 
 
+class CertificateCall(Certificate):
+    """The same by the call, as a web server makes it."""
+
+    def call(self, n):
+        return call("tls_install", certificate=contents("/root/on.pem"), key=contents("/root/on.key"))
+
+    def succeeded(self, done):
+        return Walked.succeeded(self, done)
+
+
+class People(Walked):
+    """The accounts of users, which the machine's own tools change: what fails there is undone by
+    them, or completed by the next request of its kind."""
+
+    first, second = "a first s3cret", "the s3cond: one"
+
+    @staticmethod
+    def account(name):
+        """Whether there is the account, whole: with a home, a password and mail."""
+        known = harness.run("/usr/bin/getent", "passwd", name, check=False) != ""
+        state = harness.run("/usr/bin/passwd", "--status", name, check=False).split()
+        can_log_in = len(state) > 1 and state[1] == "P"
+        whole = {known, can_log_in, os.path.isdir("/home/" + name)}
+        return whole.pop() if len(whole) == 1 else "half an account: %s" % sorted(state)
+
+    def remove(self, name):
+        subprocess.run(["/usr/sbin/userdel", "--remove", name], check=False,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        shutil.rmtree("/home/" + name, ignore_errors=True)
+
+    def takes_mail(self, n):
+        return say_recipient("walk%d@%s" % (n, DOMAIN)).startswith("250")
+
+
+class UserAdd(People):
+    def call(self, n):
+        return call("user_add", name="walk%d" % n, password=self.first)
+
+    def undo(self, n):
+        self.remove("walk%d" % n)
+
+    def shown(self, n):
+        return self.account("walk%d" % n)
+
+    def in_force(self, n):
+        return self.takes_mail(n)
+
+
+class UserRemove(People):
+    def prepare(self, n):
+        self.remove("walk%d" % n)
+        do(*UserAdd.call(self, n))
+
+    def call(self, n):
+        return call("user_remove", name="walk%d" % n, mailbox="delete")
+
+    def undo(self, n):
+        self.remove("walk%d" % n)
+
+    stays = True
+
+    def shown(self, n):
+        """Whether it is gone: then its home, if that is still there, is nobody else's than root's."""
+        name = "walk%d" % n
+        if harness.run("/usr/bin/getent", "passwd", name, check=False):
+            return False
+        home = "/home/" + name
+        return True if not os.path.exists(home) or os.stat(home).st_uid == 0 else "left open"
+
+    def in_force(self, n):
+        return not self.takes_mail(n)
+
+
+class Password(People):
+    """The password of a user for mail."""
+
+    def set_up(self):
+        do(*self.change("pw-carol", self.first))
+
+    def change(self, old, new):
+        return call("user_password", name="carol", password=new)
+
+    def call(self, n):
+        return self.change(self.first, self.second)
+
+    def undo(self, n):
+        if self.is_taken(self.second):
+            do(*self.change(self.second, self.first))
+
+    def shown(self, n):
+        answers = [self.is_taken(one) for one in (self.first, self.second)]
+        return answers[1] if answers.count(True) == 1 else "taken: %s" % answers
+
+    def is_taken(self, password):
+        with imaplib.IMAP4("127.0.0.1", 143, timeout=harness.PATIENCE) as client:
+            client.starttls(harness.unverified())
+            with contextlib.suppress(imaplib.IMAP4.error):
+                client.login("carol", password)
+                return True
+        return False
+
+
+class OwnPassword(Password):
+    """The caller's login for the web."""
+
+    def set_up(self):
+        do(*self.change("pw-admin", self.first))
+
+    def change(self, old, new):
+        return call("own_password", old=old, new=new)
+
+    def is_taken(self, password):
+        login = base64.b64encode(("admin:" + password).encode()).decode()
+        harness.wait_for(lambda: harness.answers(*harness.WEB[::-1]), "the web server")
+        connection = http.client.HTTPConnection(*harness.WEB, timeout=harness.PATIENCE)
+        with contextlib.closing(connection):
+            connection.request("GET", "/upkeep.cgi?call=about",
+                               headers={"Authorization": "Basic " + login})
+            return connection.getresponse().status == 200
+
+
 class Recovery(Alias):
     """Recovery itself, after an alias whose request was killed when its generation was in force: it
     was not stored yet."""
@@ -630,6 +754,10 @@ REQUESTS = {
     "apply": Document(),
     "rollback": RollBack(),
     "tls": Certificate(),
+    "tls_install": CertificateCall(),
+    "user_add": UserAdd(),
+    "user_remove": UserRemove(),
+    "own_password": OwnPassword(),
     "recover": Recovery(),
     "collector": Collector(),
 }

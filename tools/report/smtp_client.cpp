@@ -2,6 +2,7 @@
 #include "tools/report/smtp_client.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/pem.h"
+#include "tools/report/own_address.h"
 
 using host::Reason;
 using host::ReasonCode;
@@ -51,14 +53,15 @@ std::string UrlOf(const Reporter::SMTP& account, const std::string& greeting)
 }
 
 /// Without `secure`, TLS is still used where the server offers it, with any certificate.
-void SetSecurity(CURL* curl, bool secure, const std::string& trusted)
+void SetSecurity(CURL* curl, bool secure, bool proves, const std::string& trusted)
 {
+    proves = secure && proves;
     curl_easy_setopt(curl, CURLOPT_USE_SSL,
                      static_cast<long>(secure ? CURLUSESSL_ALL : CURLUSESSL_TRY));
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, secure ? 1L : 0L);
-    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, secure ? 2L : 0L);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, proves ? 1L : 0L);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, proves ? 2L : 0L);
     curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    if (!secure) return;
+    if (!proves) return;
 
     curl_blob blob{const_cast<char*>(trusted.data()), trusted.size(), CURL_BLOB_COPY};
     curl_easy_setopt(curl, CURLOPT_CAINFO_BLOB, &blob);
@@ -84,7 +87,7 @@ void SetTransfer(CURL* curl, const Delivery& delivery)
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectLimit);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, static_cast<long>(delivery.seconds));
     curl_easy_setopt(curl, CURLOPT_MAIL_FROM, ('<' + delivery.envelope.from + '>').c_str());
-    SetSecurity(curl, account.secure, delivery.trusted);
+    SetSecurity(curl, account.secure, delivery.proves, delivery.trusted);
     if (!account.auth) return;
 
     curl_easy_setopt(curl, CURLOPT_USERNAME, account.account.c_str());
@@ -101,6 +104,56 @@ ReasonCode CodeOf(CURLcode code)
             return ReasonCode::kDaemonIsDown;
         default:
             return ReasonCode::kDaemonRefuses;
+    }
+}
+
+/// Makes the socket of a connection, but for one to this machine.
+curl_socket_t OpenElsewhere(void* isOwn, curlsocktype /*purpose*/, curl_sockaddr* address)
+{
+    if (IsOwnAddress(&address->addr, address->addrlen)) {
+        *static_cast<bool*>(isOwn) = true;
+        return CURL_SOCKET_BAD;
+    }
+    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+std::size_t DropBytes(char* /*buffer*/, std::size_t size, std::size_t count, void* /*nothing*/)
+{
+    return size * count;
+}
+
+/// The step at which a conversation ended.
+Step StepOf(CURLcode code, bool isConnected)
+{
+    switch (code) {
+        case CURLE_OK:
+            return Step::kDone;
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return Step::kName;
+        case CURLE_COULDNT_CONNECT:
+            return Step::kConnection;
+        case CURLE_USE_SSL_FAILED:
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_SSL_CIPHER:
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return Step::kEncryption;
+        case CURLE_LOGIN_DENIED:
+            return Step::kLogin;
+        default:
+            return isConnected ? Step::kAnswer : Step::kConnection;
+    }
+}
+
+ReasonCode CauseOf(CURLcode code)
+{
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_USE_SSL_FAILED:
+            return ReasonCode::kMissing;
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return ReasonCode::kNoMatch;
+        default:
+            return CodeOf(code);
     }
 }
 
@@ -151,6 +204,30 @@ Result<void> Send(const Delivery& delivery)
     if (result == CURLE_OK) return {};
     return Reason{CodeOf(result), delivery.account.server,
                   reason[0] != '\0' ? reason.data() : curl_easy_strerror(result)};
+}
+
+Greeting Greet(const Delivery& delivery)
+{
+    Greeting greeting;
+    const Curl curl(curl_easy_init(), curl_easy_cleanup);
+    if (!curl) return greeting;
+
+    SetTransfer(curl.get(), delivery);
+    curl_easy_setopt(curl.get(), CURLOPT_CUSTOMREQUEST, "NOOP");
+    curl_easy_setopt(curl.get(), CURLOPT_SASL_IR, 1L);  // as the mail server does
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, DropBytes);
+    curl_easy_setopt(curl.get(), CURLOPT_OPENSOCKETFUNCTION, OpenElsewhere);
+    curl_easy_setopt(curl.get(), CURLOPT_OPENSOCKETDATA, &greeting.isOwn);
+    // A name server that is silent is not waited for any longer.
+    curl_easy_setopt(curl.get(), CURLOPT_QUICK_EXIT, 1L);
+    const CURLcode result = curl_easy_perform(curl.get());
+
+    curl_off_t connected = 0;
+    curl_easy_getinfo(curl.get(), CURLINFO_CONNECT_TIME_T, &connected);
+    curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &greeting.status);
+    greeting.step = StepOf(result, connected > 0);
+    greeting.code = CauseOf(result);
+    return greeting;
 }
 
 }  // namespace report

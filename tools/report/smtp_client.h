@@ -22,6 +22,18 @@ struct Delivery {
     std::string message;
     std::string trusted;  ///< `TrustedCertificates`
     int seconds = 120;    ///< after which it is given up
+    bool proves = true;   ///< the server of a secure connection has to prove its name
+};
+
+/// How far a conversation came in which nothing is sent.
+enum class Step { kName, kConnection, kEncryption, kLogin, kAnswer, kDone };
+
+/// What became of it.
+struct Greeting {
+    Step step = Step::kDone;                            ///< the one that failed
+    host::ReasonCode code = host::ReasonCode::kSystem;  ///< why it did
+    long status = 0;                                    ///< the server's last one; 0 without any
+    bool isOwn = false;                                 ///< the server would be this machine
 };
 
 /// The trusted certificates (PEM): the machine's authorities, and the certificate of this mail
@@ -36,5 +48,9 @@ host::Result<void> CheckAccount(const Reporter::SMTP& account,
 /// password. A secure connection means TLS on port 465 and STARTTLS on others, with a certificate
 /// valid for the server's name that is trusted, or signed by a trusted one.
 host::Result<void> Send(const Delivery& delivery);
+
+/// Connects to the server as `Send` does, unless that is this machine, and logs in. Each address is
+/// judged where it would be connected to.
+Greeting Greet(const Delivery& delivery);
 
 }  // namespace report

@@ -90,13 +90,19 @@ Result<void> ForgetOldPassword()
     return server.Restart();
 }
 
-/// Removes a user with all that is its own.
+/// Removes a user with all that is its own. The home is root's before its owner goes: the next user
+/// may get the number. What cannot be cleared away after that is no failure any more.
 Result<void> Remove(const host::User& user, bool isOwnHome, bool deletes)
 {
-    Result<void> done = RemoveAccount(user.name);
-    if (done) done = ForgetPersonal(user.name);
-    if (done && isOwnHome) done = LeaveHome(user, deletes);
-    return done;
+    Result<void> done = isOwnHome ? GiveHome(user, 0, 0) : Result<void>();
+    if (done) done = RemoveAccount(user.name);
+    if (!done) {
+        if (isOwnHome) (void)host::Succeeded(GiveHome(user, user.uid, user.gid));
+        return done;
+    }
+    (void)host::Succeeded(ForgetPersonal(user.name));
+    if (isOwnHome && deletes) (void)host::Succeeded(DeleteHome(user));
+    return {};
 }
 
 }  // namespace
@@ -149,7 +155,9 @@ Answer UserAdd(const Request& request)
     if (!done) return std::move(done).reason();
 
     host::NoteChange(name);
-    done = MakeAccount(name, password);
+    // What an earlier user of that name may have left is none of this one's.
+    done = ForgetPersonal(name);
+    if (done) done = MakeAccount(name, password);
     if (!done) return std::move(done).reason();
     return MailAccess(name, *settings);
 }

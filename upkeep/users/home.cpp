@@ -1,4 +1,4 @@
-// The home of a user that was removed: gives it to root, or deletes it.
+// The home of a user that is removed: gives it to root, or deletes it.
 #include "upkeep/users/home.h"
 
 #include <fcntl.h>
@@ -53,22 +53,22 @@ Result<bool> IsOwnHome(const host::User& user)
     return !isShared;
 }
 
-Result<void> LeaveHome(const host::User& user, bool deletes)
+Result<void> GiveHome(const host::User& user, uid_t uid, gid_t gid)
 {
-    const Subject about = Subject::List("home");
     const std::string path = host::Path(WithoutSlashes(user.home));
     const host::Descriptor home(
         open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    // In this order: while its owner is still the user it is open to nobody else either.
-    if (!home || fchmod(home.get(), S_IRWXU) < 0 || fchown(home.get(), 0, 0) < 0) {
-        return host::SystemReason(about, "the home of " + user.name + " cannot be given to root");
-    }
-    if (!deletes) return {};
+    // In this order: it is open to nobody else in between.
+    if (home && fchmod(home.get(), S_IRWXU) == 0 && fchown(home.get(), uid, gid) == 0) return {};
+    return host::SystemReason(Subject::List("home"), "the home of " + user.name + " is not given");
+}
 
+Result<void> DeleteHome(const host::User& user)
+{
     std::error_code error;
-    (void)std::filesystem::remove_all(path, error);
+    (void)std::filesystem::remove_all(host::Path(WithoutSlashes(user.home)), error);
     if (!error) return {};
-    return Reason{ReasonCode::kSystem, about,
+    return Reason{ReasonCode::kSystem, Subject::List("home"),
                   "the home of " + user.name +
                       ", which is root's now, cannot be deleted: " + error.message()};
 }

@@ -1,5 +1,7 @@
-// The home of a user that was removed.
+// The home of a user that is removed.
 #pragma once
+
+#include <sys/types.h>
 
 #include "host/libhaldcore/result.h"
 #include "host/libhaldsdk/account_engine.h"
@@ -10,8 +12,10 @@ namespace upkeep {
 /// no other account lives.
 host::Result<bool> IsOwnHome(const host::User& user);
 
-/// Gives a user's own home to root, since a later account may get the same number, and with
-/// `deletes` deletes it then.
-host::Result<void> LeaveHome(const host::User& user, bool deletes);
+/// Gives a user's own home to another account, and takes from all others what they may do there.
+host::Result<void> GiveHome(const host::User& user, uid_t uid, gid_t gid);
+
+/// Deletes a home that was given to root.
+host::Result<void> DeleteHome(const host::User& user);
 
 }  // namespace upkeep

@@ -7,6 +7,7 @@ import shutil
 import subprocess
 
 from mailvane.common import request_log
+from mailvane.common.display import plain
 from mailvane.common.errors import NoAnswer
 
 TYPE_CHECKING = False
@@ -123,7 +124,7 @@ class Gateway:
             "GATEWAY_INTERFACE": "CGI/1.1",
             "PATH": "/usr/sbin:/usr/bin:/sbin:/bin",
             "REMOTE_USER": self._user,
-            "REMOTE_ADDR": "local",
+            "REMOTE_ADDR": "local (%s)" % plain(os.environ.get("SUDO_USER") or "root"),
             "HTTP_HOST": "localhost",
             "HTTP_X_MAILVANE": "mailvanectl",
             "HTTP_ACCEPT_LANGUAGE": language.partition("_")[0].partition(".")[0],
