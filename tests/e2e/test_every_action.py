@@ -3,6 +3,7 @@ is changes nothing."""
 import fcntl
 import os
 import re
+import urllib.parse
 
 import file_modes
 import harness
@@ -34,6 +35,29 @@ TELLING = names(CALLS, "kReads")
 DOING = names(CALLS, "kChanges")
 ALONE = [name for demands in (r"Asks\(\)", r"Does\(\)")
          for table in ("kReads", "kChanges") for name in names(CALLS, table, demands)]
+
+
+OPERATIONS = harness.CONTRACTS["/upkeep.cgi"].operations
+HOSTILE = ("", "\0", "a\0b", "x\ny: z", "../../etc/shadow", "-d", "ALL", "--all", "$(reboot)", "`id`", "; id",
+           "%s%n", "'\"<b>&", "a" * 10000, "\u202egnp.exe", "\x7f\x1b[2J", "\U0001f4a9" * 50, "\ud800")
+
+
+def members_of(operation):
+    """Pairs of name and schema: what a call takes."""
+    for parameter in operation.get("parameters", []):
+        if parameter["in"] == "query":
+            yield parameter["name"], parameter["schema"]
+    body = operation.get("requestBody", {}).get("content", {}).get("application/json", {})
+    yield from ((name, schema) for name, schema in body.get("schema", {}).get("properties", {}).items()
+                if name != "call")
+
+
+def texts_of_calls():
+    """Kind, call, member and schema of every text, and list of texts, that a call takes."""
+    for (kind, call), operation in OPERATIONS.items():
+        for member, schema in members_of(operation):
+            if schema.get("type", "string") in ("string", "array"):
+                yield kind, call, member, {"type": "string", **schema}
 
 
 def contents():
@@ -98,6 +122,40 @@ class Calls(harness.Story):
         upload = form("list", "x")
         upload["headers"]["X-Mailvane"] = "1"
         self.assertIs(request("/upkeep.cgi", **upload).json()["success"], False)
+        self.assertEqual(snapshot(ETC), state)
+
+    def test_no_text_is_more_than_text(self):
+        """Each text of each call, with the others left out: refused, or an answer as described."""
+        places = list(texts_of_calls())
+        self.assertGreater(len(places), 20)
+        before = snapshot(ETC, "/home"), contents_of("/etc/passwd"), contents_of("/etc/shadow")
+        for kind, call, member, schema in places:
+            for text in HOSTILE:
+                with self.subTest(call, member=member, text=text[:40]):
+                    if kind == "read":
+                        query = urllib.parse.urlencode({"call": call, member: text}, errors="surrogatepass")
+                        answer = request("/upkeep.cgi", body=query.encode(),
+                                         headers={**self.PLAIN, "X-Mailvane": "1"})
+                    else:
+                        value = [text] if schema["type"] == "array" else text
+                        answer = post({"call": call, member: value}, path="/upkeep.cgi")
+                    refused = (400,) if "\0" in text or "\ud800" in text else ()
+                    self.assertIn(answer.status, (200, *refused))
+        after = snapshot(ETC, "/home"), contents_of("/etc/passwd"), contents_of("/etc/shadow")
+        self.assertEqual(after, before)
+
+    def test_every_call_answers(self):
+        """As described; one that tells succeeds unless it lacks a member, and one that lacks all of
+        its members stores nothing."""
+        self.assertEqual({name for _, name in OPERATIONS}, {*TELLING, *DOING})
+        state = snapshot(ETC)
+        for (kind, call), operation in OPERATIONS.items():
+            if kind == "read":
+                answer = request("/upkeep.cgi?call=" + call, headers={"X-Mailvane": "1"})
+                lacks = any(one.get("required") for one in operation.get("parameters", []))
+                self.assertEqual(answer.json()["success"], not lacks, answer)
+            elif list(members_of(operation)):
+                self.assertEqual(post({"call": call}, path="/upkeep.cgi").status, 200, call)
         self.assertEqual(snapshot(ETC), state)
 
     def test_one_of_a_kind_at_a_time(self):
