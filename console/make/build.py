@@ -32,9 +32,9 @@ VENDOR = CONSOLE + "/vendor"
 LANGUAGES = ("en", "de")
 # The texts of the mail log's labels stand in a file without a topic.
 TOPICS = ("log", "settings", "pages", "errors", "checks", "reasons")
-# What is left of the indentation of templates, where it has no meaning. There is no other line break
-# in what esbuild has made small.
-WHITE = re.compile(rb"\n\s+")
+# What is left of the indentation of templates, where it has no meaning. esbuild writes the line breaks of
+# strings as such too: none in the sources has blanks behind it.
+WHITE = re.compile(rb"\n[ \t]+")
 # Of preact the folder: its package.json files name the sources, those of its hooks too.
 LIBRARIES = {"preact": VENDOR + "/preact", "htm": VENDOR + "/htm/src/index.mjs"}
 
