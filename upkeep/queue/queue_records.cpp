@@ -9,8 +9,8 @@ namespace upkeep {
 
 namespace {
 
-constexpr std::size_t kLongest = 16384;     // bytes of one record
-constexpr std::size_t kMost = 4U * 100000;  // records of one envelope: recipients have up to three
+constexpr std::size_t kLongest = 16384;  // bytes of one record
+constexpr std::size_t kMost = 400000;    // records of one envelope: recipients have up to three
 constexpr unsigned kLengthBytes = 4;
 
 /// The number that a pointer's text has, behind blanks.
