@@ -3,10 +3,10 @@ import api from "made-api";
 import { call } from "../lib/call.js";
 import { reasonsOf } from "../lib/failure.js";
 import { fault } from "../lib/fields.js";
-import { t } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { Dialog } from "./dialog.js";
 import { FormField, idOf } from "./field.js";
+import { FormActions } from "./form_actions.js";
 import { Problem } from "./problem.js";
 
 /** `given`: members that are not asked for; `lead`: what stands above the fields; `done` gets the answer
@@ -47,11 +47,7 @@ export function CallDialog({ name, title, action, given = {}, lead, close, done 
                     ${Object.keys(fields).map((one) => html`<${FormField} key=${one} name=${one} field=${fields[one]}
                         value=${values[one] ?? ""} stored=${undefined} changed=${false} error=${errors[one]} disabled=${false}
                         change=${(/** @type {any} */ value) => setValues({ ...values, [one]: value })} />`)}
-                    <p class="actions">
-                        <button class="main">${action}</button>
-                        <button type="button" onClick=${close}>${t("shell/cancel")}</button>
-                        ${busy && html`<progress aria-label=${t("form/saving")}></progress>`}
-                    </p>
+                    <${FormActions} action=${action} close=${close} busy=${busy} />
                 </fieldset>
             </form>
         <//>`;

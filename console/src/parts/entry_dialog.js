@@ -8,6 +8,7 @@ import { t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { Dialog } from "./dialog.js";
 import { FormField, idOf } from "./field.js";
+import { FormActions } from "./form_actions.js";
 import { nameOf } from "./list_rows.js";
 import { Problem } from "./problem.js";
 
@@ -68,11 +69,7 @@ export function EntryDialog({ state, old, given, close }) {
                         field=${fieldOf(list, name, entry, isMany)} value=${entry[name]} stored=${undefined} changed=${false}
                         error=${errors[name]} disabled=${false} note=${isMany && html`<p class="help">${t("lists/many")}</p>`}
                         change=${(/** @type {any} */ value) => setEntry(changed(list, entry, name, value))} />`)}
-                    <p class="actions">
-                        <button class="main">${t(old ? "form/save" : "lists/add")}</button>
-                        <button type="button" onClick=${close}>${t("shell/cancel")}</button>
-                        ${busy && html`<progress aria-label=${t("form/saving")}></progress>`}
-                    </p>
+                    <${FormActions} action=${t(old ? "form/save" : "lists/add")} close=${close} busy=${busy} />
                 </fieldset>
             </form>
         <//>`;
