@@ -10,7 +10,7 @@ world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules
     dovecot-core dovecot-imapd dovecot-pop3d dovecot-lmtpd dovecot-sieve
     opendkim opendmarc publicsuffix postfix-policyd-spf-python memcached
-    amavisd-new amavisd-milter spamassassin gpg libmail-spf-perl ca-certificates
+    amavisd-new amavisd-milter spamassassin gpg gpg-agent libmail-spf-perl ca-certificates
     clamav-daemon clamav-freshclam clamdscan
     arj bzip2 cpio p7zip-full pax xz-utils zstd
     lighttpd lighttpd-mod-openssl fcgiwrap
@@ -19,7 +19,7 @@ world_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
-    slapd nslcd libnss-ldapd fail2ban gpg-agent shfmt strace
+    slapd nslcd libnss-ldapd fail2ban shfmt strace
     chromium chromium-driver libnss3-tools node-typescript python3-selenium
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
