@@ -95,7 +95,7 @@ class Queue(Calls):
 
     def test_what_waits_is_told_with_its_reasons(self):
         one = self.waiting("for two =?utf-8?q?\N{SNOWMAN}?=\x1b[2J", [BOB, CAROL])
-        two = self.waiting("for one")
+        two = self.waiting("for one =?utf-8?q?=E2=98=83?=")
         listed = ask("queue_list")
         self.assertEqual((listed["total"], [mail["id"] for mail in listed["messages"]]),
                          (2, [one, two]))
@@ -117,7 +117,7 @@ class Queue(Calls):
                 self.assertEqual([mail["id"] for mail in ask("queue_list", **query)["messages"]],
                                  wanted)
         header = ask("queue_message", id=two)["headers"]
-        self.assertIn({"name": "Subject", "value": "for one"}, header)
+        self.assertIn({"name": "Subject", "value": "for one \N{SNOWMAN}"}, header)
         for name in ("", "../" + one, one + "0"):
             self.assert_refused(answered("/upkeep.cgi?call=queue_message&id=" + name),
                                 "id", "missing")

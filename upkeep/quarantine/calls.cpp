@@ -7,8 +7,8 @@
 
 #include "host/libhaldcore/audit.h"
 #include "host/libhaldcore/text.h"
+#include "upkeep/mail_text/reader.h"
 #include "upkeep/quarantine/kept_mail.h"
-#include "upkeep/quarantine/reader.h"
 
 namespace upkeep {
 
@@ -39,14 +39,14 @@ Result<std::string> QueryOf(const Request& request)
 Result<Heads> PageOf(const std::vector<KeptMail>& mail, const std::string& query, std::size_t start,
                      std::size_t count)
 {
-    if (!query.empty()) return ReadHeads(mail, query, start, count);
-    const std::size_t first = std::min(start, mail.size());
-    const std::size_t last = first + std::min(count, mail.size() - first);
-    const auto begin = mail.begin();
-    Result<Heads> heads = ReadHeads(
-        {begin + static_cast<std::ptrdiff_t>(first), begin + static_cast<std::ptrdiff_t>(last)}, "",
-        0, count);
-    if (heads) heads->found = mail.size();
+    const bool isSearch = !query.empty();
+    const std::size_t first = isSearch ? 0 : std::min(start, mail.size());
+    const std::size_t last = isSearch ? mail.size() : first + std::min(count, mail.size() - first);
+    std::vector<std::string> names;
+    for (std::size_t i = first; i < last; ++i) names.push_back(mail[i].id);
+
+    Result<Heads> heads = ReadHeads(KeptFolder(), names, query, start - first, count);
+    if (heads && !isSearch) heads->found = mail.size();
     return heads;
 }
 

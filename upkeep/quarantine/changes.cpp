@@ -14,9 +14,9 @@
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/text.h"
 #include "host/libhaldcore/utf8.h"
+#include "upkeep/mail_text/reader.h"
 #include "upkeep/quarantine/calls.h"
 #include "upkeep/quarantine/kept_mail.h"
-#include "upkeep/quarantine/reader.h"
 #include "upkeep/request/chosen.h"
 
 namespace upkeep {

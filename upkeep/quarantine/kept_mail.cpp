@@ -79,17 +79,4 @@ host::Descriptor OpenKept(const std::string& id)
     return isPlain ? std::move(file) : host::Descriptor();
 }
 
-std::vector<std::string> AsScanner(const std::vector<std::string>& program)
-{
-    std::vector<std::string> words = {host::programs::kSetpriv,
-                                      "--reuid=amavis",
-                                      "--regid=amavis",
-                                      "--init-groups",
-                                      "--no-new-privs",
-                                      "--reset-env",
-                                      "--"};
-    words.insert(words.end(), program.begin(), program.end());
-    return words;
-}
-
 }  // namespace upkeep

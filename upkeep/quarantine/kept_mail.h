@@ -31,7 +31,4 @@ host::Result<std::vector<KeptMail>> ReadKeptMail();
 /// Opens a file; none when it is not there, or not a plain one.
 host::Descriptor OpenKept(const std::string& id);
 
-/// A command line that runs a program as the scanner's user, without any way to get more rights.
-std::vector<std::string> AsScanner(const std::vector<std::string>& program);
-
 }  // namespace upkeep

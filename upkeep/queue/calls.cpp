@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "host/libhaldcore/utf8.h"
+#include "upkeep/mail_text/reader.h"
 #include "upkeep/queue/defer_log.h"
 #include "upkeep/queue/queued_mail.h"
 #include "upkeep/queue/spool.h"
@@ -24,8 +25,6 @@ constexpr std::size_t kMostRecipients = 50;
 constexpr std::size_t kLongestQuery = 320;  // bytes: an address
 constexpr std::size_t kLongestAddress = 320;
 constexpr std::size_t kLongestReason = 1000;
-constexpr std::size_t kLongestName = 100;  // of a header's field
-constexpr std::size_t kLongestValue = 4096;
 
 struct Order {
     const char* name;
@@ -90,16 +89,15 @@ Json::Value Described(const std::string& spool, const QueuedMail& mail)
     return message;
 }
 
-void AddHeader(const HeaderBlock& header, Json::Value& answer)
+/// The fields of a header, with their encoded words made readable.
+host::Result<Json::Value> FieldsOf(const HeaderBlock& header)
 {
-    answer["headers"] = Json::Value(Json::arrayValue);
+    std::string message;
     for (const HeaderField& field : header.fields()) {
-        Json::Value line;
-        line["name"] = host::ShownText(field.name, kLongestName);
-        line["value"] = host::ShownText(field.value, kLongestValue);
-        answer["headers"].append(std::move(line));
+        message.append(field.name).append(": ").append(field.value).append("\n");
     }
-    answer["cut"] = header.cut();
+    host::Result<Json::Value> text = ReadText(message);
+    return text ? host::Result<Json::Value>((*text)["headers"]) : text;
 }
 
 }  // namespace
@@ -131,8 +129,11 @@ Answer QueueMessage(const Request& request)
     }
 
     const HeaderBlock header = ReadHeader(file.get(), *envelope);
+    host::Result<Json::Value> fields = FieldsOf(header);
+    if (!fields) return fields.reason();
     Json::Value answer = Described(spool, {*name, std::move(*envelope)});
-    AddHeader(header, answer);
+    answer["headers"] = *std::move(fields);
+    answer["cut"] = header.cut();
     return answer;
 }
 

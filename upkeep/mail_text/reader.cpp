@@ -1,5 +1,5 @@
-// What kept mail says. Runs target/bin/hald_mail_text as the scanner's user.
-#include "upkeep/quarantine/reader.h"
+// What mail says. Runs target/bin/hald_mail_text as the scanner's user.
+#include "upkeep/mail_text/reader.h"
 
 #include <fcntl.h>
 #include <json/reader.h>
@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "host/libhaldcore/run_program.h"
 #include "host/libhaldcore/start_program.h"
 #include "host/libhaldcore/text.h"
@@ -100,36 +101,9 @@ Json::Value HeadOf(const Json::Value& from)
     return head;
 }
 
-}  // namespace
-
-Result<Heads> ReadHeads(const std::vector<KeptMail>& mail, const std::string& wanted,
-                        std::size_t start, std::size_t count)
+Result<Json::Value> TextFrom(host::ProgramOptions options)
 {
-    host::ProgramOptions options;
-    options.limit = kSearchPatience;
-    options.input = host::InLowerCase(wanted) + "\n";
-    for (const KeptMail& one : mail) options.input += one.id + "\n";
-    const host::ProgramResult result =
-        RunReader({"heads", KeptFolder(), std::to_string(start), std::to_string(count)}, options);
-    if (!result.done && result.status < 0) {
-        return Reason{ReasonCode::kTooMany, Subject::Setting("query"),
-                      "more mail is kept than can be looked through"};
-    }
-    if (!result.done) return result.done.reason();
-
-    const Json::Value answer = Parsed(result.output);
-    if (!answer["heads"].isArray() || !answer["found"].isUInt64()) {
-        return Reason{ReasonCode::kSystem, "", "the heads of kept mail cannot be read"};
-    }
-    Heads heads;
-    heads.found = answer["found"].asUInt64();
-    for (const Json::Value& head : answer["heads"]) heads.page.push_back(HeadOf(head));
-    return heads;
-}
-
-Result<Json::Value> ReadText(const host::Descriptor& file)
-{
-    const host::ProgramResult result = RunReader({"text"}, FromFile(file));
+    const host::ProgramResult result = RunReader({"text"}, std::move(options));
     const Json::Value answer = Parsed(result.output);
     if (!result.done || !answer["text"].isString()) {
         const bool isLate = !result.done && result.done.reason().code == ReasonCode::kOutOfTime;
@@ -152,6 +126,58 @@ Result<Json::Value> ReadText(const host::Descriptor& file)
     return text;
 }
 
+}  // namespace
+
+std::vector<std::string> AsScanner(const std::vector<std::string>& program)
+{
+    std::vector<std::string> words = {host::programs::kSetpriv,
+                                      "--reuid=amavis",
+                                      "--regid=amavis",
+                                      "--init-groups",
+                                      "--no-new-privs",
+                                      "--reset-env",
+                                      "--"};
+    words.insert(words.end(), program.begin(), program.end());
+    return words;
+}
+
+Result<Heads> ReadHeads(const std::string& folder, const std::vector<std::string>& names,
+                        const std::string& wanted, std::size_t start, std::size_t count)
+{
+    host::ProgramOptions options;
+    options.limit = kSearchPatience;
+    options.input = host::InLowerCase(wanted) + "\n";
+    for (const std::string& name : names) options.input += name + "\n";
+    const host::ProgramResult result =
+        RunReader({"heads", folder, std::to_string(start), std::to_string(count)}, options);
+    if (!result.done && result.status < 0) {
+        return Reason{ReasonCode::kTooMany, Subject::Setting("query"),
+                      "more mail is kept than can be looked through"};
+    }
+    if (!result.done) return result.done.reason();
+
+    const Json::Value answer = Parsed(result.output);
+    if (!answer["heads"].isArray() || !answer["found"].isUInt64()) {
+        return Reason{ReasonCode::kSystem, "", "the heads of kept mail cannot be read"};
+    }
+    Heads heads;
+    heads.found = answer["found"].asUInt64();
+    for (const Json::Value& head : answer["heads"]) heads.page.push_back(HeadOf(head));
+    return heads;
+}
+
+Result<Json::Value> ReadText(const host::Descriptor& file)
+{
+    return TextFrom(FromFile(file));
+}
+
+Result<Json::Value> ReadText(const std::string& message)
+{
+    host::ProgramOptions options;
+    options.limit = kPatience;
+    options.input = message;
+    return TextFrom(std::move(options));
+}
 void WriteRaw(const host::Descriptor& file)
 {
     const host::Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
