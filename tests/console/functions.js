@@ -24,7 +24,7 @@ const long = "a".repeat(63);
 const TEXTS = {
     "hostname": [["a", "a.b", "1.2", "A-1.x", `${long}.x`], ["", ".", "a.", "-a", "a-", "a_b", "ä", `${long}a`]],
     "hostname-or-empty": [["", "a.b"], ["a b"]],
-    "host-or-address-or-empty": [["", "a.b", "1.2.3.4", "::1", "[::1]", "[a.b]"], ["[]", ":", "1::2::3", "[::1"]],
+    "host-or-address-or-empty": [["", "a.b", "1.2.3.4", "::1", "[::1]", "[a.b]"], ["[]", ":", "1::2::3", "[::1", "[[::1]]"]],
     "label": [["a", "a-b", long], ["", "a.b", "-a", "a-"]],
     "short-domain-or-empty": [["", "A_b-1"], ["a.b", "abcdefghijklmnop"]],
     "plain": [["", "ä b"], ["a\nb", "\x7f"]],

@@ -28,10 +28,10 @@ function canBeUrl(text) {
 /** @param {string} text */
 const isIpv6 = (text) => text.includes(":") && canBeUrl(`http://[${text}]/`);
 
-/** @param {string} text @returns {boolean} */
+/** @param {string} text */
 function isHostOrAddress(text) {
-    if (isHostName(text) || IPV4.test(text) || isIpv6(text)) return true;
-    return /^\[.+\]$/.test(text) && isHostOrAddress(text.slice(1, -1));
+    const bare = /^\[.+\]$/.test(text) ? text.slice(1, -1) : text;
+    return isHostName(bare) || IPV4.test(bare) || isIpv6(bare);
 }
 
 /** @param {string} text */

@@ -98,10 +98,9 @@ bool IsRelayAccount(const std::string& text)
 
 bool IsHostOrAddressOrEmpty(const std::string& text)
 {
-    if (IsHostNameOrEmpty(text) || IsAddress(text)) return true;
-
-    return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
-           IsHostOrAddressOrEmpty(text.substr(1, text.size() - 2));
+    const bool inBrackets = text.size() > 2 && text.front() == '[' && text.back() == ']';
+    const std::string bare = inBrackets ? text.substr(1, text.size() - 2) : text;
+    return IsHostNameOrEmpty(bare) || IsAddress(bare);
 }
 
 bool IsShortDomainOrEmpty(const std::string& text)

@@ -30,10 +30,10 @@ TEST(SettingsTable, AgreesWithThePacketFilterOnTheDefaultsOfTheMailServices)
     }
 }
 
-TEST(HostsAndAddresses, EndWhereTheTextEnds)
+TEST(HostsAndAddresses, EndWhereTheTextEndsAndHaveOnePairOfBrackets)
 {
     using std::string_literals::operator""s;
-    for (const std::string& text : {"::f\0x"s, "192.0.2.1\0x"s, "[::f\0x]"s, "a\0b"s}) {
+    for (const std::string& text : {"::f\0x"s, "192.0.2.1\0x"s, "[::f\0x]"s, "a\0b"s, "[[::1]]"s}) {
         EXPECT_FALSE(host::names::IsHostOrAddressOrEmpty(text)) << text;
     }
 }
