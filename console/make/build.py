@@ -1,4 +1,4 @@
-"""Builds the console: one script, one style sheet, one file of texts for each language, one page.
+"""Builds the console: scripts, one style sheet, two files of texts for each language, one page.
 
 build.py FOLDER VERSION ESBUILD DOCS
 
@@ -9,8 +9,11 @@ DOCS     where the descriptions of the API stand
 
 The names of files below `assets` have a part that is made from their bytes, so that browsers may keep
 them for ever; beside each lies what a server sends to those that take gzip. The same sources give the
-same bytes."""
-import gzip
+same bytes.
+
+What the page names, and the first texts of a language, is all that signing in, the overview and the
+pages of settings need. The rest is loaded when one of its pages is opened."""
+import concurrent.futures
 import hashlib
 import json
 import os
@@ -20,23 +23,20 @@ import subprocess
 import sys
 from typing import Any
 
-CONSOLE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-TOP = os.path.dirname(CONSOLE)
+TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, TOP + "/tools")
 
 import describe
+from bundler import CONSOLE, VENDOR, Bundler
 from mailvane.common import texts
 
 CATALOGUE = TOP + "/packaging/texts"
-VENDOR = CONSOLE + "/vendor"
 LANGUAGES = ("en", "de")
+PACKER = "zopfli"  # writes FILE.gz beside a file
 # The texts of the mail log's labels stand in a file without a topic.
 TOPICS = ("log", "settings", "pages", "errors", "checks", "reasons")
-# What is left of the indentation of templates, where it has no meaning. esbuild writes the line breaks of
-# strings as such too: none in the sources has blanks behind it.
-WHITE = re.compile(rb"\n[ \t]+")
-# Of preact the folder: its package.json files name the sources, those of its hooks too.
-LIBRARIES = {"preact": VENDOR + "/preact", "htm": VENDOR + "/htm/src/index.mjs"}
+# What a source names of the console's texts: SECTION/KEY, whole or up to a ${value}.
+NAMED = re.compile(r'["`](\w+/\w*)(?:["`]|(\$\{))')
 
 
 class Site:
@@ -53,12 +53,16 @@ class Site:
         mark = hashlib.sha256(content).hexdigest()[:10]
         address = "/assets/%s-%s%s%s" % (stem, mark, dot, ending)
         self.file(address, content)
-        self.file(address + ".gz", gzip.compress(content, 9, mtime=0))
         return address
 
     def file(self, address: str, content: bytes) -> None:
-        with open(self._folder + address, "wb") as file:
-            file.write(content)
+        write(self._folder + address, content)
+
+    def pack(self) -> None:
+        """Puts the packed form beside each file below `assets`."""
+        paths = sorted(os.scandir(self._folder + "/assets"), key=lambda entry: -entry.stat().st_size)
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            list(pool.map(lambda entry: subprocess.run([PACKER, entry.path], check=True), paths))
 
 
 def texts_of(language: str) -> dict[str, Any]:
@@ -81,20 +85,29 @@ def licences() -> bytes:
     return ("\n\n\n".join(parts) + "\n").encode()
 
 
+def write(path: str, content: bytes) -> None:
+    with open(path, "wb") as file:
+        file.write(content)
+
+
 def compact(value: Any) -> bytes:
     return json.dumps(value, ensure_ascii=False, separators=(",", ":")).encode()
 
 
-def bundle(esbuild: str, source: str, target: str, made: str) -> bytes:
-    """A source with all that it imports, as one small file."""
-    known = {**LIBRARIES, "made-api": made + "/api.json", "made-site": made + "/site.json"}
-    subprocess.run(
-        [esbuild, source, "--bundle", "--minify", "--main-fields=source,main", "--format=esm", "--target=es2022",
-         "--charset=utf8", "--legal-comments=none", "--log-level=warning", "--outfile=" + target,
-         *("--alias:%s=%s" % pair for pair in known.items())],
-        check=True, cwd=CONSOLE, stdin=subprocess.DEVNULL)
-    with open(target, "rb") as file:
-        return WHITE.sub(b"\n", file.read())
+def in_two(texts: dict[str, Any], sources: str) -> tuple[dict[str, Any], dict[str, Any]]:
+    """The texts of a language that these sources need, and the others, which are of the console's own."""
+    named = NAMED.findall(sources)
+    whole = {path for path, is_begun in named if not is_begun}
+    begun = tuple(path for path, is_begun in named if is_begun)
+    first: dict[str, Any] = {}
+    later: dict[str, Any] = {}
+    for section, entries in texts["console"].items():
+        for key, text in entries.items():
+            path = "%s/%s" % (section, key)
+            # A text for a number of things has a key for each form: NAME.one, NAME.other.
+            is_first = path.partition(".")[0] in whole or path.startswith(begun)
+            (first if is_first else later).setdefault(section, {})[key] = text
+    return {**texts, "console": first}, {"console": later}
 
 
 def build(folder: str, version: str, esbuild: str, docs: str) -> None:
@@ -104,22 +117,29 @@ def build(folder: str, version: str, esbuild: str, docs: str) -> None:
     with open(CONSOLE + "/icon.svg", "rb") as icon:
         mark = site.asset("icon.svg", icon.read())
 
-    with open(made + "/api.json", "wb") as file:
-        file.write(compact(describe.description(docs)))
-    about = {
-        "version": version,
-        "texts": {language: site.asset(language + ".json", compact(texts_of(language)))
-                  for language in LANGUAGES},
-        "licences": site.asset("licences.txt", licences()),
-    }
-    with open(made + "/site.json", "wb") as file:
-        file.write(compact(about))
+    write(made + "/api.json", compact(describe.description(docs)))
+    about = {"version": version, "licences": site.asset("licences.txt", licences()), "texts": {}}
+    bundler = Bundler(esbuild, made)
+    write(made + "/site.json", compact(about))
+    _, _, sources = bundler.parts()
+    about["texts"] = {language: [site.asset(language + ".json", compact(part))
+                                 for part in in_two(texts_of(language), sources)]
+                      for language in LANGUAGES}
+    write(made + "/site.json", compact(about))
+    scripts, first, _ = bundler.parts()
+    for name, content in scripts.items():
+        site.file("/assets/" + name, content)
+    style = site.asset("app.css", bundler.one(CONSOLE + "/style.css"))
+    site.file("/index.html", page(style, mark, *("/assets/" + name for name in first)))
+    site.pack()
 
-    script = site.asset("app.js", bundle(esbuild, "src/main.js", made + "/app.js", made))
-    style = site.asset("app.css", bundle(esbuild, "style.css", made + "/app.css", made))
-    with open(CONSOLE + "/index.html", encoding="utf-8") as page:
-        text = page.read().replace("{script}", script).replace("{style}", style).replace("{icon}", mark)
-    site.file("/index.html", text.encode())
+
+def page(style: str, icon: str, script: str, *others: str) -> bytes:
+    """The page, which names the scripts that the first one imports too, so that they come at once."""
+    early = "".join('\n<link rel="modulepreload" href="%s">' % address for address in others)
+    with open(CONSOLE + "/index.html", encoding="utf-8") as file:
+        text = file.read()
+    return text.replace("{script}", script).replace("{style}", style).replace("{icon}", icon).replace("{early}", early).encode()
 
 
 if __name__ == "__main__":

@@ -83,6 +83,6 @@ declare module "made-api" {
 }
 
 declare module "made-site" {
-    const site: { version: string; texts: Record<string, string>; licences: string };
+    const site: { version: string; texts: Record<string, string[]>; licences: string };
     export default site;
 }

@@ -2,7 +2,7 @@
 # Functions for the commands at the top: installing Debian packages, building, showing progress.
 
 build_packages=(
-    g++ cmake ninja-build pkg-config esbuild
+    g++ cmake ninja-build pkg-config esbuild zopfli
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
     libssl-dev libutf8proc-dev libyaml-dev python3-yaml zlib1g-dev
 )

@@ -22,6 +22,7 @@ sys.path[:0] = [str(TOP / "console/make"), str(TOP / "tests/api/added_setting")]
 import add_row
 import build
 import describe
+from bundler import Bundler
 
 HTPASSWD = harness.ETC + "/htpasswd"
 ROUTES = re.findall(r'route: "(\w+)"', (TOP / "console/src/pages.js").read_text(encoding="utf-8"))
@@ -296,8 +297,7 @@ class Sources(Console):
     def test_functions_do_what_they_say(self):
         """tests/console/functions.js, in the browser and under the policy of the page."""
         build.build("/tmp/console", "0", self.ESBUILD, str(TOP / "docs"))
-        bundle = build.bundle(self.ESBUILD, str(TOP / "tests/console/functions.js"),
-                              "/tmp/console/functions.js", "/tmp/console/made")
+        bundle = Bundler(self.ESBUILD, "/tmp/console/made").one(str(TOP / "tests/console/functions.js"))
         Path(SITE + "/assets/functions.js.gz").write_bytes(gzip.compress(bundle))
         self.addCleanup(os.remove, SITE + "/assets/functions.js.gz")
         self.browser.open()

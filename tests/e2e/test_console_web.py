@@ -93,7 +93,7 @@ class Files(harness.Story):
                              (200, "no-cache", "text/html; charset=utf-8"), path)
             self.assert_headers(page, POLICY)
         named = re.findall(r'(?:href|src)="(/assets/[^"]+)"', page.body.decode())
-        self.assertEqual(len(named), 3)
+        self.assertEqual(len(named), 4)
         self.assertEqual({fetch(path).status for path in named}, {200})
 
     def check_assets(self):

@@ -2,7 +2,7 @@
 import { judged } from "./answers.js";
 import { Failure } from "./failure.js";
 import { authorization, lock, signedInAgain } from "./session.js";
-import { send } from "./transport.js";
+import { isFile, send } from "./transport.js";
 
 const PAUSES = [1000, 2000, 4000];  // ms, before a change that found another one under way comes again
 
@@ -16,8 +16,10 @@ export const call = async (action, members, more) => judged(await respond(action
  *  @param {string} action @param {Record<string, any>} [members] @returns {Promise<Blob>} */
 export async function fetchFile(action, members) {
     const response = await respond(action, members);
-    if (!response.headers.get("Content-Disposition")) await judged(response);
-    return response.blob();
+    if (!isFile(response)) await judged(response);
+    return response.blob().catch(() => {
+        throw new Failure("lost");
+    });
 }
 
 /** @param {string} action @param {Record<string, any>} [members] @param {{signal?: AbortSignal}} [more] */

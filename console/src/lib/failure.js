@@ -11,7 +11,9 @@ import { hasText, t } from "./texts.js";
  *  - lost: the connection broke, or nothing answers; what was done is not known
  *  - late: no answer in time; what was done is not known
  *  - stopped: the page no longer wanted it
- *  @typedef {"refused" | "turned_away" | "no_answer" | "lost" | "late" | "stopped"} Kind */
+ *  - not_loaded: a part of the console itself cannot be had
+ *  - outdated: nor will it ever, since the server has another console by now
+ *  @typedef {"refused" | "turned_away" | "no_answer" | "lost" | "late" | "stopped" | "not_loaded" | "outdated"} Kind */
 
 export class Failure extends Error {
     /** @param {Kind} kind

@@ -6,7 +6,7 @@ import { useEffect, useRef } from "./ui.js";
 /** @type {Set<() => boolean>} */
 const guards = new Set();
 
-const isUnsaved = () => [...guards].some((isDirty) => isDirty());
+export const isUnsaved = () => [...guards].some((isDirty) => isDirty());
 
 /** Keeps the page while there are changes.
  *  @param {boolean} dirty */

@@ -5,6 +5,9 @@ export const ROWS = 100;  // of a page
 /** Where a text is looked for. "any" is the server's search in all of them; it takes no filter. */
 export const PLACES = ["any", "mail_from", "mail_to", "message_id"];
 
+/** The actions' numbers for what became of a message. */
+export const STATUS = { sent: 0, received: 1, bounced: 2, sent_again: 3 };
+
 /** The filters of the address. */
 export const FILTERS = ["status", "from", "to", "compare", "size", "log"];
 

@@ -12,8 +12,9 @@ export const LANGUAGES = Object.keys(site.texts);
 /** The language of what is shown; everything is drawn again when it changes. */
 export const language = new Store("");
 
-/** @type {Catalogue} */
-let catalogue = {};
+/** What has been loaded: the texts of what comes at the start, then those of the other pages.
+ *  @type {Catalogue[]} */
+let catalogue = [];
 
 /** The language to begin with: the one that was chosen, else the first that the browser asks for. */
 export function firstLanguage() {
@@ -22,14 +23,24 @@ export function firstLanguage() {
 }
 
 /** Loads the texts of a language and shows them.
- *  @param {string} name */
-export async function speak(name) {
-    const answer = await fetch(site.texts[name], { credentials: "omit" });
-    if (!answer.ok) throw new Error(`${site.texts[name]}: ${answer.status}`);
-
-    catalogue = await answer.json();
+ *  @param {string} name @param {number} [parts] how many of its files are needed */
+export async function speak(name, parts = catalogue.length || 1) {
+    catalogue = await Promise.all(site.texts[name].slice(0, parts).map(read));
     document.documentElement.lang = name;
     language.set(name);
+}
+
+/** Loads the texts of the pages that do not come at the start, too. */
+export async function speakWhole() {
+    const parts = site.texts[language.value].length;
+    if (catalogue.length < parts) await speak(language.value, parts);
+}
+
+/** @param {string} address @returns {Promise<Catalogue>} */
+async function read(address) {
+    const answer = await fetch(address, { credentials: "omit" });
+    if (!answer.ok) throw new Error(`${address}: ${answer.status}`);
+    return answer.json();
 }
 
 /** @param {string} name */
@@ -42,7 +53,7 @@ export async function chooseLanguage(name) {
 function find(path) {
     const parts = path.split("/");
     const [topic, section, key] = parts.length === 2 ? ["console", ...parts] : parts;
-    return catalogue[topic]?.[section]?.[key];
+    return catalogue.map((part) => part[topic]?.[section]?.[key]).find((text) => text !== undefined);
 }
 
 /** Whether the catalogue has a text.

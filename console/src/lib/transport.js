@@ -37,8 +37,18 @@ export async function send(action, { members = {}, login, signal }) {
     } else {
         address += `?${new URLSearchParams({ [about.member]: action, ...members })}`;
     }
-    return within(PATIENCE[about.kind], signal, (both) => fetch(address, { ...options, signal: both }));
+    return within(PATIENCE[about.kind], signal, async (both) => read(await fetch(address, { ...options, signal: both })));
 }
+
+/** A response whose body is here, unless it is a file, which may take its time.
+ *  @param {Response} response */
+async function read(response) {
+    const { status, headers } = response;
+    return isFile(response) ? response : new Response(await response.text(), { status, headers });
+}
+
+/** @param {Response} response */
+export const isFile = ({ headers }) => headers.has("Content-Disposition");
 
 /** Runs a request that ends when it takes too long or is no longer wanted.
  *  @param {number} patience @param {AbortSignal | undefined} signal

@@ -15,9 +15,6 @@ import { Status } from "../parts/status.js";
 import { LogFilters } from "./mail_log_filters.js";
 import { LogTools } from "./mail_log_tools.js";
 
-/** The action's numbers for what became of a message. */
-export const STATUS = { sent: 0, received: 1, bounced: 2, sent_again: 3 };
-
 /** @type {Record<string, {label: string, tone: import("../parts/status.js").Tone}>} */
 const LOOKS = {
     sent: { label: "log/maillog/send", tone: "info" },

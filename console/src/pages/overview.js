@@ -1,5 +1,6 @@
 // The first page: whether all is well, what to do, the traffic, and what bounced last.
 import { call } from "../lib/call.js";
+import { STATUS } from "../lib/log_query.js";
 import { checkResult, problemsOf, worstFirst } from "../lib/self_check.js";
 import { useStore } from "../lib/store.js";
 import { language, t } from "../lib/texts.js";
@@ -9,8 +10,7 @@ import { useLoad } from "../lib/use_load.js";
 import { Chart } from "../parts/chart.js";
 import { Shown } from "../parts/loading.js";
 import { Page } from "../parts/page.js";
-import { STATUS } from "./mail_log.js";
-import { QueueCard } from "./queue.js";
+import { QueueCard } from "../parts/queue_card.js";
 import { placeFor, verdict } from "./self_check.js";
 
 const LAST = 10;  // bounced messages that are shown

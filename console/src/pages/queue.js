@@ -1,6 +1,6 @@
 // The queue: mail that waits, why it waits, and what can be done about it.
 import { call } from "../lib/call.js";
-import { bytes, number, t } from "../lib/texts.js";
+import { bytes, t } from "../lib/texts.js";
 import { html } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
 import { useMail } from "../lib/use_mail.js";
@@ -60,25 +60,4 @@ export function Queue() {
         <${Page} title=${t("queue/title")} lead=${t("queue/lead")} actions=${buttons}>
             <${MailList} state=${state} about=${ABOUT} />
         <//>`;
-}
-
-/** How much waits, since when, for the overview. */
-export function QueueCard() {
-    const loaded = useLoad(async (signal) => {
-        const [queue, kept] = await Promise.all(["queue_list", "quarantine_list"].map(
-            (list) => call(list, { limit: 1 }, { signal })));
-        return { queue, kept };
-    }, []);
-    return html`
-        <section class="card">
-            <div class="card-head"><h2>${t("queue/waiting")}</h2></div>
-            <${Shown} loaded=${loaded} lines=${1}>${(/** @type {any} */ { queue, kept }) => html`
-                <dl class="figures">
-                    <dt><a href="#/queue">${t("queue/title")}</a></dt>
-                    <dd><b>${number(queue.total)}</b> ${queue.total > 0 && queue.messages[0] &&
-                        t("queue/oldest", { time: when(queue.messages[0].arrival) })}</dd>
-                    <dt><a href="#/quarantine">${t("quarantine/title")}</a></dt>
-                    <dd><b>${number(kept.total)}</b></dd>
-                </dl>`}<//>
-        </section>`;
 }

@@ -10,9 +10,14 @@ export function Problem({ failure, retry, old = false }) {
         <div class="problem" role="alert">
             <p><b>${sentence(failure)}</b>${old && ` ${t("failures/old_shown")}`}</p>
             <${Reasons} reasons=${reasonsOf(failure)} />
-            ${retry && html`<p><button type="button" onClick=${retry}>${t("shell/try_again")}</button></p>`}
+            ${retry && html`<p><${WayOn} failure=${failure} retry=${retry} /></p>`}
         </div>`;
 }
+
+/** @param {{failure: any, retry: () => void}} props */
+const WayOn = ({ failure, retry }) => (failure.kind === "outdated"
+    ? html`<button type="button" onClick=${() => location.reload()}>${t("shell/reload")}</button>`
+    : html`<button type="button" onClick=${retry}>${t("shell/try_again")}</button>`);
 
 /** @param {{reasons: import("../lib/failure.js").Reason[]}} props */
 export const Reasons = ({ reasons }) => reasons.length > 0 && html`

@@ -1,5 +1,5 @@
 // The frame around every page: navigation, the page itself, and what lies over it.
-import { route } from "../lib/router.js";
+import { arrival, route } from "../lib/router.js";
 import { session } from "../lib/session.js";
 import { useStore } from "../lib/store.js";
 import { t } from "../lib/texts.js";
@@ -12,18 +12,21 @@ import { IdleWarning } from "./idle_warning.js";
 import { Navigation } from "./navigation.js";
 import { SignInAgain } from "./sign_in.js";
 
+const rowOf = (/** @type {string} */ name) => PAGES.find((page) => page.route === (name || PAGES[0].route));
+arrival.prepare = async (name) => rowOf(name)?.view.prepare?.();
+
 export function Console() {
     const { name } = useStore(route);
     const { user, state } = useStore(session);
     useEffect(checkInBackground, [user]);
-    const row = PAGES.find((page) => page.route === (name || PAGES[0].route));
+    const row = rowOf(name);
     return html`
         <div class="console" inert=${state === "locked"} key=${user}>
             <button type="button" class="skip" onClick=${focusPage}>${t("shell/skip")}</button>
             <${Navigation} />
             <main>
                 <${Boundary} key=${name}>
-                    ${row ? html`<${row.view} />` : html`<${NoPage} />`}
+                    ${row ? html`<${row.view} title=${row.title} />` : html`<${NoPage} />`}
                 <//>
             </main>
         </div>

@@ -1,4 +1,5 @@
 // Language, colours and idle time of this browser.
+import { brought } from "../lib/console_files.js";
 import { IDLE_MINUTES, THEMES, idleMinutes, theme } from "../lib/preferences.js";
 import { useStore } from "../lib/store.js";
 import { LANGUAGES, chooseLanguage, language, t, tn } from "../lib/texts.js";
@@ -19,7 +20,7 @@ function Choice({ label, value, options, choose }) {
 
 export function LanguageChoice() {
     return html`<${Choice} label=${t("preferences/language")} value=${useStore(language)}
-        options=${LANGUAGES.map((name) => [name, t(`languages/${name}`)])} choose=${chooseLanguage} />`;
+        options=${LANGUAGES.map((name) => [name, t(`languages/${name}`)])} choose=${(/** @type {string} */ name) => brought(() => chooseLanguage(name))} />`;
 }
 
 export function ThemeChoice() {
