@@ -3,6 +3,7 @@ import gzip
 import json
 import os
 import tempfile
+import urllib.parse
 
 from selenium import webdriver
 from selenium.common.exceptions import JavascriptException, StaleElementReferenceException
@@ -10,6 +11,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
+import contract
 import harness
 
 HOME = "http://127.0.0.1:8080/"
@@ -17,6 +19,18 @@ AXE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../console/vendo
 WIDE, NARROW = 1280, 320
 # Everything is checked once; what colours and widths change, again with those.
 RULES = ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"]
+
+# Goes to a page, and is done once that has been drawn: the frame after next comes after the effects of
+# the first, which begin to load.
+GO = """
+    const [place, done] = arguments;
+    if (location.hash === place) return void done();
+    window.addEventListener("hashchange", () => requestAnimationFrame(() => requestAnimationFrame(() =>
+        setTimeout(done))), {once: true});
+    location.hash = place;
+"""
+SETTLED = """return document.querySelector("h1") !== null &&
+    document.querySelector("[aria-busy=true], .saving") === null"""
 
 
 class Browser:
@@ -32,11 +46,13 @@ class Browser:
                          "--no-first-run", "--lang=en", "--user-data-dir=" + self._folder.name, *more):
             options.add_argument(argument)
         options.add_experimental_option("prefs", {"download.default_directory": self._folder.name})
-        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+        options.add_experimental_option("perfLoggingPrefs", {"enableNetwork": True, "enablePage": False})
         self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
         self.driver.set_script_timeout(harness.PATIENCE)
         self.resize(WIDE)
         self._axe = None
+        self._requests = {}
 
     def __enter__(self):
         return self
@@ -62,15 +78,21 @@ class Browser:
         self.sign_in()
         self.wait("nav")
 
+    def be_in(self):
+        """Signs in unless somebody is; on no page, so that the next one that is gone to loads anew."""
+        if self.find("nav") and not self.find("dialog, .save-bar, .console[inert]"):
+            self.go("nowhere")
+        else:
+            self.enter()
+
     def go(self, route):
         """Goes to a page and waits until it shows what it loads."""
-        self.driver.execute_script("location.hash = arguments[0]", "#/" + route)
+        self.driver.execute_async_script(GO, "#/" + route)
         self.settled()
 
     def settled(self):
-        """Waits until nothing is being loaded."""
-        harness.wait_for(lambda: self.find("h1") and not self.find("[aria-busy=true]") and not self.find(
-            ".saving"), "the end of loading")
+        """Waits until nothing is being loaded or saved."""
+        harness.wait_for(lambda: self.driver.execute_script(SETTLED), "the end of loading")
 
     def find(self, selector):
         return self.driver.find_elements(By.CSS_SELECTOR, selector)
@@ -121,6 +143,18 @@ class Browser:
         return [line["message"] for line in self.driver.get_log("browser")
                 if line["level"] in ("SEVERE", "WARNING")]
 
+    def done(self):
+        """The actions and calls that the server has done for the page since this was last asked."""
+        found = set()
+        for line in self.driver.get_log("performance"):
+            event = json.loads(line["message"])["message"]
+            told = event["params"]
+            if event["method"] == "Network.requestWillBeSent":
+                self._requests[told["requestId"]] = told["request"]
+            elif event["method"] == "Network.responseReceived" and told["requestId"] in self._requests:
+                found |= done_by(self._requests.pop(told["requestId"]), told["response"])
+        return found
+
     def faults(self, rules=None):
         """What axe finds, as lines. It runs beside the page, whose policy stays as it is."""
         if self._axe is None:
@@ -141,3 +175,13 @@ class Browser:
         if "exceptionDetails" in answer:
             raise JavascriptException(json.dumps(answer["exceptionDetails"]))
         return answer["result"].get("value")
+
+
+def done_by(request, response):
+    """The action or call of a request, as a set: empty when it was no such, or not done."""
+    parts = urllib.parse.urlsplit(request["url"])
+    if parts.path not in harness.CONTRACTS or response["status"] != 200 or contract.REASONS.lower() in map(
+            str.lower, response["headers"]):
+        return set()
+    body = request.get("postData", "").encode()
+    return {contract.action_of("%s?%s" % (parts.path, parts.query), request["headers"], body)[1]}

@@ -13,7 +13,8 @@ from selenium.common.exceptions import JavascriptException
 from selenium.webdriver.common.keys import Keys
 
 import harness
-from browser import NARROW, WIDE, Browser
+from browser import NARROW, WIDE
+from console import Console, drives
 from harness import DOMAIN, banner, load, read, send, tell, wait_for
 
 TOP = Path(__file__).resolve().parents[2]
@@ -28,25 +29,6 @@ HTPASSWD = harness.ETC + "/htpasswd"
 ROUTES = re.findall(r'route: "(\w+)"', (TOP / "console/src/pages.js").read_text(encoding="utf-8"))
 SITE = harness.TARGET + "/console"
 HOSTILE = '<img/src=x/onerror=alert(1)>"\'&amp;{{7*7}}'
-
-
-class Console(harness.Story):
-    """The tests of a class have one window. Each opens the page anew, and leaves nothing in the browser's
-    log."""
-
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        cls.browser = cls.enterClassContext(Browser())
-
-    def setUp(self):
-        super().setUp()
-        self.expected_log = ()
-
-    def tearDown(self):
-        unexpected = [line for line in self.browser.log()
-                      if not any(part in line for part in self.expected_log)]
-        self.assertEqual(unexpected, [])
 
 
 class SigningIn(Console):
@@ -111,10 +93,7 @@ class SigningIn(Console):
 
 
 class Settings(Console):
-    def setUp(self):
-        super().setUp()
-        self.browser.enter()
-
+    @drives("load_smtp", "save_smtp")
     def test_a_change_is_in_force_when_the_page_says_so(self):
         browser = self.browser
         browser.go("smtp")
@@ -196,15 +175,6 @@ class Settings(Console):
         browser.button("Leave the page", "dialog").click()
         browser.wait("h1", "Mail log")
 
-    def test_a_key_pair_is_made(self):
-        browser = self.browser
-        browser.go("security")
-        browser.button("New key pair").click()
-        browser.button("Make the key pair", "dialog").click()
-        browser.wait(".code", "v=DKIM1")
-        self.assertEqual(browser.find(".code")[0].text,
-                         "v=DKIM1; k=rsa; p=" + read("load_security").json()["dkim_public_key"])
-
 
 class Log(Console):
     def test_finds_filters_and_shows_hostile_mail_as_text(self):
@@ -218,7 +188,6 @@ class Log(Console):
         wait_for(lambda: read("search_log&limit=9&query=onerror").json()["total"],
                  "the hostile mail in the log")
         browser = self.browser
-        browser.enter()
         browser.go("log?status=2")
         browser.wait(".count-line", "1 entry.")
         browser.go("log?in=mail_from&q=someone1@")
@@ -258,6 +227,7 @@ class Everything(Console):
             with self.subTest(sink), self.assertRaises(JavascriptException):
                 self.browser.driver.execute_script(sink)
 
+    @drives("load_imap_pop3", "save_imap_pop3")
     def test_can_be_used_by_keys_alone(self):
         browser = self.browser
         browser.open()
@@ -308,6 +278,7 @@ class Sources(Console):
 
     def test_a_setting_that_is_added_has_its_field(self):
         self.build_with_added_setting("/tmp/added")
+        self.addCleanup(self.browser.open)  # so that the next test has the console of the package
         self.addCleanup(os.rename, SITE + ".aside", SITE)
         self.addCleanup(shutil.rmtree, SITE)
         os.rename(SITE, SITE + ".aside")
