@@ -52,6 +52,8 @@ SUBCOMMANDS = {
               "the self-check as a table, the worst first"),
     "user": ("mailvane.ctl.user", "list|show|add|password|remove [NAME]",
              "the people who have mail on this machine"),
+    "metrics": ("mailvane.ctl.metrics", "[FILE]",
+                "numbers for monitoring"),
 }
 
 
