@@ -19,7 +19,7 @@ world_packages=(
 )
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim python3-prometheus-client
-    apache2-bin nginx-light
+    python3-jsonschema apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban gpg-agent shfmt strace
     chromium chromium-driver libnss3-tools node-typescript python3-selenium
 )
