@@ -1,6 +1,7 @@
-// What a request changes and what of it fails, for the audit line in the system log.
+// What a request changes and what of it fails, for the audit line in the system log; and how often.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace host {
@@ -18,5 +19,16 @@ void NoteFailure(const std::string& reason);
 
 /// The first of these reasons; empty when nothing has failed.
 const std::string& NotedFailure();
+
+/// How a change ended, as the counts have it.
+inline constexpr char kChangeDone[] = "done";
+inline constexpr char kChangeFailed[] = "failed";
+
+/// Counts a change that ended so: /run/mailvane/changes.done and changes.failed, as long as there
+/// were changes since the machine was started. Programs that run at the same time need no lock.
+void CountChange(const char* result);
+
+/// How many changes ended so.
+std::int64_t CountedChanges(const char* result);
 
 }  // namespace host

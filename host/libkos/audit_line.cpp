@@ -20,7 +20,7 @@ std::string ResultOf(const Json::Value& answer)
 {
     // Some answers say success whatever became of the request.
     const std::string& noted = host::NotedFailure();
-    std::string done = noted.empty() ? "done" : "failed (" + noted + ")";
+    std::string done = noted.empty() ? host::kChangeDone : "failed (" + noted + ")";
     if (!answer.isObject()) return done;
 
     const Json::Value& message = answer["errinfo"];
@@ -39,6 +39,7 @@ void WriteAuditLine(const CgiRequest& request, const std::string& action, const 
               request.user.c_str(), request.address.c_str(), action.c_str(), result.c_str(),
               reasons.empty() ? "" : "; because: ", reasons.c_str(),
               names.empty() ? "" : "; to change: ", names.c_str());
+    host::CountChange(result == host::kChangeDone ? host::kChangeDone : host::kChangeFailed);
 }
 
 }  // namespace kos

@@ -18,7 +18,8 @@ world_packages=(
     python3-minimal libpython3-stdlib sqlite3 systemd util-linux
 )
 test_packages=(
-    libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim apache2-bin nginx-light
+    libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim python3-prometheus-client
+    python3-jsonschema apache2-bin nginx-light
     slapd nslcd libnss-ldapd fail2ban shfmt strace
     chromium chromium-driver libnss3-tools node-typescript python3-selenium
 )

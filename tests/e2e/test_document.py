@@ -1,16 +1,20 @@
 """The whole server as one document: exported, compared, applied."""
+import json
 import os
 import re
 
+import jsonschema
 import yaml
 
 import harness
+from contract import TOP
 from harness import ETC, SystemLog, delivered, send, settings, snapshot
 from machine import failing
 from pages import Pages
 from test_ctl import ctl
 
 EMPTY, DOCUMENT, AGAIN = "/root/empty.tar", "/root/document.yaml", "/root/again.yaml"
+SCHEMA = TOP + "/docs/document.schema.json"
 MANY = 1000
 SAME, DIFFERS, UNUSABLE = 0, 1, 2
 
@@ -74,12 +78,7 @@ def filled():
     }
 
 
-class Documents(Pages):
-    def setUp(self):
-        super().setUp()
-        self.done("backup", EMPTY)
-        self.addCleanup(ctl, "restore", EMPTY)
-
+class Written(Pages):
     def done(self, *words, typed=""):
         status, output, errors = ctl(*words, typed=typed)
         self.assertEqual((status, errors), (0, ""), output)
@@ -91,6 +90,92 @@ class Documents(Pages):
         with open(path, "w", encoding="utf-8") as file:
             file.write(text)
         return path
+
+
+class Judged(Written):
+    """What changes nothing."""
+
+    def test_every_fault_has_its_line(self):
+        path = self.write("""format: 1
+settings:
+  smtp_port: 70000
+  imap_enabled: maybe
+  smtp_relay_password: !secret relay_password
+  unknown: 1
+aliases:
+  good: [bob]
+  bad:
+  - bob
+  - "x: y"
+access_senders:
+- a@b.example OK
+- A@b.example REJECT
+- no
+limits: {bob: -1}
+rule_sets:
+  z.cf:
+    enabled: yes
+    rules: |
+      body Z /z/
+      loadplugin Z
+white_list: [sender x@y.example]
+black_list: [sender x@y.example]
+personal:
+  stranger: {reply: true}
+report: {hours: 24, sender_mail: none}
+nothing: 1
+""")
+        before = snapshot(ETC)
+        status, output, errors = ctl("diff", path)
+        self.assertEqual((status, output, snapshot(ETC)), (UNUSABLE, "", before))
+        lines = re.findall(r":(\d+): \S+ \((\w+)\)", errors)
+        self.assertEqual([(int(line), code) for line, code in lines], [
+            (3, "out_of_range"), (4, "no_choice"), (5, "missing"), (6, "missing"),
+            (11, "no_address"), (14, "given_twice"), (15, "no_entry"), (16, "out_of_range"),
+            (22, "no_rule"), (23, "given_twice"), (26, "missing"), (27, "out_of_range"),
+            (27, "no_address"), (28, "missing")])
+        for text, line in (("format: 1\nsettings: {a: 1\n", 3), ("format: 1\na: &x 1\n", 2),
+                           ("format: 1\nformat: 1\n", 2), ("format: 2\n", 1),
+                           ("format: 1\ndomains: *x\n", 2), ("format: 1\n---\n", 2),
+                           ("- format\n", 1), ("format: 1\nlimits: \x07\n", 2)):
+            status, _, errors = ctl("diff", self.write(text))
+            self.assertEqual((status, re.findall(r"yaml:(\d+):", errors)), (UNUSABLE, [str(line)]),
+                             errors)
+        self.assertEqual(ctl("diff", "/root/there-is-none")[0], UNUSABLE)
+
+    def test_two_documents_are_compared_as_they_stand(self):
+        one = self.write({"settings": {"imap_enabled": "yes", "max_user_connections": 30},
+                          "aliases": {"b": ["x"], "a": []}, "report": {"enabled": "no"},
+                          "access_senders": ["b.example OK", "a.example OK"],
+                          "rule_sets": {"z.cf": {"enabled": True, "rules": "body Z /z/\n"}}})
+        other = self.write("""format: 1
+access_senders: [a.example OK, b.example OK]
+report: {enabled: false}
+aliases: {a: [], b: [x]}
+settings: {max_user_connections: 30, imap_enabled: true}
+rule_sets: {z.cf: {enabled: true, rules: "body Z /y/\\n"}}
+""", AGAIN)
+        status, told, errors = ctl("diff", one, other)
+        self.assertEqual((status, errors, told.partition("\n")[0]),
+                         (DIFFERS, "", "rule_sets.z.cf: changed"))
+        self.assertRegex(told, r"-.*body Z /z/\n(.*\n)?\+.*body Z /y/")
+        bad = self.write("format: 1\nsettings:\n  unknown: 1\n  imap_port: [1]\nlimits: x\nno: 1\n")
+        status, told, errors = ctl("diff", other, bad)
+        self.assertEqual((status, told, re.findall(bad + r":(\d+):", errors)),
+                         (UNUSABLE, "", ["3", "4", "5", "6"]))
+        self.assertEqual([ctl("diff", *words)[0] for words in (
+            ("999999", other), ("/root/there-is-none", other), (one, other, bad))],
+            [UNUSABLE, UNUSABLE, 2])
+        with open(bad, "w", encoding="ascii") as file:
+            file.truncate((64 << 20) + 1)
+        self.assertIn("more than 64.0 MB", ctl("diff", bad)[2])
+
+
+class Documents(Written):
+    def setUp(self):
+        super().setUp()
+        self.done("backup", EMPTY)
+        self.addCleanup(ctl, "restore", EMPTY)
 
     def apply(self, document, *options):
         return self.done("apply", self.write(document), *options)
@@ -106,6 +191,8 @@ class Documents(Pages):
         self.apply(wanted, "--prune")
         first = self.exported(DOCUMENT, *everything)
         found = parsed(DOCUMENT)
+        with open(SCHEMA, encoding="ascii") as file:
+            jsonschema.validate(found, json.load(file))
         for name, value in wanted.items():
             ours, theirs = found[name], value
             if name in ("settings", "report"):
@@ -173,54 +260,6 @@ class Documents(Pages):
         self.assertRegex(told, "(?m)^would restart: .*postfix.*; nothing has changed")
         self.assertEqual(snapshot(ETC), stored)
 
-    def test_every_fault_has_its_line(self):
-        path = self.write("""format: 1
-settings:
-  smtp_port: 70000
-  imap_enabled: maybe
-  smtp_relay_password: !secret relay_password
-  unknown: 1
-aliases:
-  good: [bob]
-  bad:
-  - bob
-  - "x: y"
-access_senders:
-- a@b.example OK
-- A@b.example REJECT
-- no
-limits: {bob: -1}
-rule_sets:
-  z.cf:
-    enabled: yes
-    rules: |
-      body Z /z/
-      loadplugin Z
-white_list: [sender x@y.example]
-black_list: [sender x@y.example]
-personal:
-  stranger: {reply: true}
-report: {hours: 24, sender_mail: none}
-nothing: 1
-""")
-        before = snapshot(ETC)
-        status, output, errors = ctl("diff", path)
-        self.assertEqual((status, output, snapshot(ETC)), (UNUSABLE, "", before))
-        lines = re.findall(r":(\d+): \S+ \((\w+)\)", errors)
-        self.assertEqual([(int(line), code) for line, code in lines], [
-            (3, "out_of_range"), (4, "no_choice"), (5, "missing"), (6, "missing"),
-            (11, "no_address"), (14, "given_twice"), (15, "no_entry"), (16, "out_of_range"),
-            (22, "no_rule"), (23, "given_twice"), (26, "missing"), (27, "out_of_range"),
-            (27, "no_address"), (28, "missing")])
-        for text, line in (("format: 1\nsettings: {a: 1\n", 3), ("format: 1\na: &x 1\n", 2),
-                           ("format: 1\nformat: 1\n", 2), ("format: 2\n", 1),
-                           ("format: 1\ndomains: *x\n", 2), ("format: 1\n---\n", 2),
-                           ("- format\n", 1), ("format: 1\nlimits: \x07\n", 2)):
-            status, _, errors = ctl("diff", self.write(text))
-            self.assertEqual((status, re.findall(r"yaml:(\d+):", errors)), (UNUSABLE, [str(line)]),
-                             errors)
-        self.assertEqual(ctl("diff", "/root/there-is-none")[0], UNUSABLE)
-
     def test_secrets_stay_out_of_sight(self):
         relay = {"smtp_relay_auth": True, "smtp_relay_account": "me", "smtp_relay_server": "a.test"}
         path = self.write("format: 1\nsettings:\n  smtp_relay_auth: true\n"
@@ -273,6 +312,57 @@ nothing: 1
         steps = [line.partition("step ")[2] for line in log.lines() if ": step " in line]
         self.assertEqual(len(steps), len(set(steps)), steps)
         self.assertTrue(all(harness.answers(port) for port in (2465, 2587, 2110, 2143)))
+
+
+    def test_a_generation_is_a_document_too(self):
+        first_path, last_path = "/root/first.yaml", "/root/last.yaml"
+        self.done("apply", self.write({"settings": {
+            "smtp_hostname": "first.test", "smtp_relay_auth": True, "smtp_relay_account": "me",
+            "smtp_relay_password": "hush"}, "domains": ["B.example", "a.example"],
+            "copies_of_all": ["carol"]}))
+        first = self.in_force()["number"]
+        self.apply({"settings": {"smtp_hostname": "last.test", "smtp_relay_password": "other"},
+                    "domains": ["c.example"], "aliases": {"kept": ["bob"]}})
+        last = self.in_force()["number"]
+        for number, path in ((first, first_path), (last, last_path)):
+            self.write(self.done("show", str(number)), path)
+            # What is shown is that generation, whatever order it comes in and whatever is secret.
+            for sides in ((path, str(number)), (str(number), path)):
+                self.assertEqual(self.done("diff", *sides), "")
+        shown = parsed(first_path)
+        self.assertEqual((set(shown), shown["domains"], shown["copies_of_all"]),
+                         ({"format", "settings", "domains", "blocklists", "copies_of_all"},
+                          ["b.example", "a.example"], ["carol"]))
+        with open(first_path, encoding="ascii") as file:
+            head = re.sub(r"\s+#?\s*", " ", file.read().partition("format:")[0])
+        self.assertRegex(head, "Generation %d .*: aliases, .*report, keys" % first)
+        self.assertEqual(shown["settings"]["smtp_relay_password"], ("secret", "relay_password"))
+
+        becomes = "settings.smtp_hostname: first.test becomes last.test\n"
+        status, told, errors = ctl("diff", str(first), str(last))
+        self.assertEqual((status, errors), (DIFFERS, ""))
+        self.assertIn(becomes + "settings.smtp_relay_password: !secret relay_password becomes "
+                      "!other_secret relay_password\ndomains: added c.example\n", told)
+        self.assertNotRegex(told, "hush|: other")
+        self.assertIn("settings.smtp_hostname: last.test becomes first.test\n",
+                      ctl("diff", str(first))[1])
+        self.assertIn(becomes, ctl("diff", first_path, str(last))[1])
+        self.exported(AGAIN)
+        status, told, errors = ctl("diff", str(last), AGAIN)
+        self.assertEqual((status, told), (SAME, ""))
+        self.assertIn("only %s has them: aliases, " % AGAIN, errors)
+
+        self.done("apply", first_path, "--prune")
+        back = self.in_force()
+        self.assertEqual(self.done("show", str(back["number"])).partition("format:")[2],
+                         self.done("show", str(first)).partition("format:")[2])
+        history = self.done("history")
+        self.assertRegex(history, r"(?s)\A%d  [-0-9]{10} [:0-9]{8}  root  apply  \(in force\)\n"
+                         r"    settings: .*smtp_hostname.*^%d  " % (back["number"], last))
+        self.assertEqual(json.loads(self.done("history", "--json"))[0], back)
+
+    def in_force(self):
+        return json.loads(self.done("history", "--json"))[0]
 
 
 def parsed_export(test):

@@ -14,10 +14,6 @@ namespace {
 using host::ReasonCode;
 using host::Result;
 
-constexpr char kHead[] =
-    R"(# The settings and lists of this mail server: docs/document.md tells about them. Not in it: keys,
-# certificates, mail, passwords of users.
-)";
 constexpr char kOtherSecret[] = "!other_secret ";
 
 /// What follows the colon of an entry.
@@ -97,25 +93,41 @@ const Section* FindSection(const std::string& name)
     return found == AllSections().end() ? nullptr : found;
 }
 
-void CheckFrame(const Node& document, Merge& merge)
+}  // namespace
+
+const char* const kHead =
+    R"(# The settings and lists of this mail server: docs/document.md tells about them. Not in it: keys,
+# certificates, mail, passwords of users.
+)";
+
+bool CheckFrame(const Node& document, Faults& faults)
 {
+    if (document.kind != Node::Kind::kMap) {
+        faults.push_back({document.line, "", ReasonCode::kBadFormat, "is no document"});
+        return false;
+    }
     for (const auto& [name, value] : document.members) {
         if (name.text != kFormatName && FindSection(name.text) == nullptr) {
-            merge.faults.push_back(
+            faults.push_back(
                 {name.line, name.text, ReasonCode::kMissing, "there is no section of this name"});
         }
     }
     const Node* const format = document.Find(kFormatName);
     if (format == nullptr) {
-        merge.faults.push_back(
+        faults.push_back(
             {document.line, kFormatName, ReasonCode::kEmpty, "a document begins with its format"});
     } else if (format->text != std::to_string(kFormat)) {
-        merge.faults.push_back({format->line, kFormatName, ReasonCode::kNoChoice,
-                                "this program knows another format"});
+        faults.push_back({format->line, kFormatName, ReasonCode::kNoChoice,
+                          "this program knows another format"});
     }
+    return true;
 }
 
-}  // namespace
+void SortByLine(Faults& faults)
+{
+    std::stable_sort(faults.begin(), faults.end(),
+                     [](const Fault& one, const Fault& other) { return one.line < other.line; });
+}
 
 Result<Parts> ReadParts(const State& state, bool withPersonal)
 {
@@ -129,9 +141,9 @@ Result<Parts> ReadParts(const State& state, bool withPersonal)
     return parts;
 }
 
-std::string TextOf(const Parts& parts, Secrets secrets)
+std::string TextOf(const Parts& parts, Secrets secrets, const std::string& head)
 {
-    std::string text = kHead;
+    std::string text = head;
     text += std::string(kFormatName) + ": " + std::to_string(kFormat) + "\n";
     for (const Part& part : parts) text += TextOfPart(part, secrets);
     return text;
@@ -165,11 +177,7 @@ std::vector<Difference> DifferencesOf(const Parts& before, Parts& after)
 
 Result<void> MergeDocument(const Node& document, Merge& merge)
 {
-    if (document.kind != Node::Kind::kMap) {
-        merge.faults.push_back({document.line, "", ReasonCode::kBadFormat, "is no document"});
-        return {};
-    }
-    CheckFrame(document, merge);
+    if (!CheckFrame(document, merge.faults)) return {};
     for (const Section& section : AllSections()) {
         const Node* const node = document.Find(std::string(section.name));
         Result<void> merged;
@@ -177,8 +185,7 @@ Result<void> MergeDocument(const Node& document, Merge& merge)
         if (merged && section.name == kSettingsSection) merged = merge.bringLists();
         if (!merged) return merged;
     }
-    std::stable_sort(merge.faults.begin(), merge.faults.end(),
-                     [](const Fault& one, const Fault& other) { return one.line < other.line; });
+    SortByLine(merge.faults);
     return {};
 }
 

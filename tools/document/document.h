@@ -26,7 +26,10 @@ enum class Secrets {
     kShown
 };
 
-std::string TextOf(const Parts& parts, Secrets secrets);
+/// What stands above a document of the stored state.
+extern const char* const kHead;
+
+std::string TextOf(const Parts& parts, Secrets secrets, const std::string& head = kHead);
 
 /// The JSON Schema of documents.
 std::string Schema();
@@ -46,6 +49,12 @@ struct Difference {
 /// What lies between two states. `after` gets marks where a secret is another one, so that the
 /// texts differ there, too.
 std::vector<Difference> DifferencesOf(const Parts& before, Parts& after);
+
+/// Whether a text is a document; a fault for each section that there is not, and where the format
+/// is not ours.
+bool CheckFrame(const Node& document, Faults& faults);
+
+void SortByLine(Faults& faults);
 
 /// Merges what a document says into a state; what is wrong becomes a fault.
 host::Result<void> MergeDocument(const Node& document, Merge& merge);

@@ -2,6 +2,10 @@
 //
 //   hald_document export [--with-secrets] [--with-personal]    writes it to standard output
 //   hald_document schema FILE            writes the schema of documents
+//   hald_document show NUMBER            writes a generation that is kept to standard output
+//   hald_document between ONE OTHER      says in JSON what lies between two of them: the number of
+//   a
+//                                        generation, or the path of a document
 //   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE
 //                                        merges the document in FILE into a copy of the state that
 //                                        is made in FOLDER, an empty one in etc/; says in JSON what
@@ -9,9 +13,12 @@
 //                                        puts it in force
 #include <json/json.h>
 
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,6 +27,7 @@
 #include "host/libhaldcore/request_note.h"
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/system/database.h"
+#include "tools/document/comparison.h"
 #include "tools/document/document.h"
 #include "tools/document/staging.h"
 
@@ -139,12 +147,75 @@ Result<void> WriteSchema(const Words& words)
     return host::SystemReason(words.plain[1], words.plain[1]);
 }
 
+/// The number that a word is.
+std::optional<std::uint64_t> NumberIn(const std::string& word)
+{
+    std::uint64_t number = 0;
+    const char* const end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number);
+    if (error != std::errc() || rest != end) return std::nullopt;
+    return number;
+}
+
+Result<void> Show(const Words& words)
+{
+    const auto text = document::TextOfGeneration(NumberIn(words.plain[1]).value_or(0));
+    if (!text) return text.reason();
+    if (host::WriteAll(STDOUT_FILENO, *text)) return {};
+    return host::SystemReason("show", "cannot write the document");
+}
+
+/// The parts of a document or a generation; what is wrong with it goes to `json`, with its place
+/// among the words.
+Result<document::Parts> ReadSide(const Words& words, int place, Json::Value& json)
+{
+    const std::string& word = words.plain[static_cast<std::size_t>(place) + 1];
+    if (const auto number = NumberIn(word)) return document::PartsOfGeneration(*number);
+    std::string text;
+    if (!host::ReadFile(word, text)) return host::SystemReason(word, word);
+    document::Faults faults;
+    document::Parts parts = document::PartsOf(text, faults);
+    for (Json::Value& fault : ToJson(faults)) {
+        fault["side"] = place;
+        json["faults"].append(fault);
+    }
+    return parts;
+}
+
+Json::Value ToJson(const std::vector<std::string>& names)
+{
+    Json::Value list(Json::arrayValue);
+    for (const std::string& name : names) list.append(name);
+    return list;
+}
+
+Result<void> Between(const Words& words)
+{
+    Json::Value json;
+    json["faults"] = Json::Value(Json::arrayValue);
+    const Result<document::Parts> before = ReadSide(words, 0, json);
+    const Result<document::Parts> after = before ? ReadSide(words, 1, json) : before;
+    if (!after) return after.reason();
+    const document::Comparison comparison = document::Compare(*before, *after);
+    json["changes"] = ToJson(comparison.differences);
+    json["before"] = comparison.before;
+    json["after"] = comparison.after;
+    json["only"].append(ToJson(comparison.onlyBefore));
+    json["only"].append(ToJson(comparison.onlyAfter));
+    if (host::WriteAll(STDOUT_FILENO, Json::writeString(Json::StreamWriterBuilder(), json))) {
+        return {};
+    }
+    return host::SystemReason("document", "cannot write what differs");
+}
+
 Result<void> Run(const Words& words)
 {
     const std::string& verb = words.plain[0];
     return host::system::Attempt("document", [&] {
         if (verb == "schema") return WriteSchema(words);
         if (verb == "export") return Export(words);
+        if (verb == "show") return Show(words);
+        if (verb == "between") return Between(words);
         if (verb == "compare") return Carry(words, document::Deed::kCompared);
         if (verb == "rehearse") return Carry(words, document::Deed::kRehearsed);
         return Carry(words, document::Deed::kPutInForce);
@@ -155,8 +226,8 @@ bool IsUsage(const Words& words)
 {
     const std::size_t count = words.plain.size();
     if (count == 1) return words.plain[0] == "export";
-    if (count == 2) return words.plain[0] == "schema";
-    const std::set<std::string> verbs = {"compare", "rehearse", "apply"};
+    if (count == 2) return words.plain[0] == "schema" || words.plain[0] == "show";
+    const std::set<std::string> verbs = {"compare", "rehearse", "apply", "between"};
     return count == 3 && verbs.count(words.plain[0]) != 0;
 }
 
@@ -170,6 +241,8 @@ int main(int count, char** arguments)
             stderr,
             "usage: hald_document export [--with-secrets] [--with-personal]\n"
             "       hald_document schema FILE\n"
+            "       hald_document show NUMBER\n"
+            "       hald_document between ONE OTHER\n"
             "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE\n");
         return 2;
     }

@@ -4,7 +4,6 @@
 
 #include "host/libmailvane/pages/reporter.h"
 #include "tools/document/section.h"
-#include "tools/document/yaml_text.h"
 
 namespace document {
 
@@ -19,13 +18,6 @@ using host::settings::SettingType;
 std::string PathIn(const State& state)
 {
     return state.folder + "/report.conf";
-}
-
-std::string Spelled(const ReportSetting& setting, const std::string& stored)
-{
-    if (setting.type == SettingType::kInt) return stored;
-    if (setting.type == SettingType::kBool) return stored == "yes" ? "true" : "false";
-    return Quoted(stored);
 }
 
 /// The value in stored spelling, or what is wrong with it.
@@ -69,7 +61,7 @@ Result<Entries> ReadReport(const Section& /*section*/, const State& state)
     for (const ReportSetting& setting : kReportSettings) {
         const std::string& stored = values->at(setting.name);
         const bool isHidden = setting.isPassword && !stored.empty();
-        entries.push_back({setting.name, " " + Spelled(setting, stored) + "\n",
+        entries.push_back({setting.name, " " + Spelled(setting.type, stored) + "\n",
                            isHidden ? SecretOfReport() : "", setting.help});
     }
     return entries;

@@ -7,6 +7,7 @@
 #include "host/libmailvane/names/text_checks.h"
 #include "platform/mailvane/bcc.h"
 #include "platform/mailvane/spam.h"
+#include "tools/document/yaml_text.h"
 
 namespace document {
 
@@ -145,6 +146,14 @@ std::string WhyOf(const host::Reason& cause)
 {
     const auto beginning = cause.text.find(": ");
     return beginning == std::string::npos ? cause.text : cause.text.substr(beginning + 2);
+}
+
+std::string Spelled(host::settings::SettingType type, const std::string& stored)
+{
+    using host::settings::SettingType;
+    if (type == SettingType::kInt) return stored;
+    if (type == SettingType::kBool) return stored == "yes" ? "true" : "false";
+    return Quoted(stored);
 }
 
 std::string Switch(const std::string& text)

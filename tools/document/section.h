@@ -18,6 +18,7 @@
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/render/lists.h"
+#include "host/libmailvane/settings/settings_table.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "tools/document/fault.h"
 #include "tools/document/yaml_reader.h"
@@ -144,6 +145,9 @@ std::string SecretOfReport();
 
 /// Whether a node is a map; a fault when it is not.
 bool IsMap(const Section& section, const Node& node, Merge& merge);
+
+/// A value in stored spelling, as YAML has it.
+std::string Spelled(host::settings::SettingType type, const std::string& stored);
 
 /// `yes` or `no` for a switch in any spelling of YAML; other texts as they are.
 std::string Switch(const std::string& text);

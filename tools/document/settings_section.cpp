@@ -22,14 +22,6 @@ using host::Result;
 using host::settings::SettingRow;
 using host::settings::SettingType;
 
-/// A value in stored spelling, as YAML has it.
-std::string Spelled(SettingType type, const std::string& stored)
-{
-    if (type == SettingType::kInt) return stored;
-    if (type == SettingType::kBool) return stored == "yes" ? "true" : "false";
-    return Quoted(stored);
-}
-
 /// Sets a value of the document, or adds what is wrong with it to the faults.
 void Set(const Section& section, const std::string& name, const Line& value, Merge& merge)
 {

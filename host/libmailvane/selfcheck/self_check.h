@@ -58,7 +58,7 @@ struct CheckResult {
 };
 
 /// The results of all checks, in the order of the page; while the mail server is switched off, each
-/// is OFF. What is worse than OK is logged.
+/// is OFF. What is worse than OK is logged, and all is kept for `ReadKeptResults`.
 std::vector<CheckResult> CheckServer(const settings::StoredSettings& settings);
 
 }  // namespace host::selfcheck

@@ -8,8 +8,8 @@ import subprocess
 import sys
 
 from mailvane.common import display, paths
-from mailvane.common.errors import Refused
-from mailvane.ctl import restore, upkeep
+from mailvane.common.errors import Refused, Usage
+from mailvane.ctl import generations, restore, upkeep
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
@@ -17,6 +17,7 @@ if TYPE_CHECKING:
     from mailvane.ctl.session import Session
 
 DIFF = "/usr/bin/diff"
+LARGEST = 64 << 20  # bytes
 STANDARD_INPUT = "-"
 STARTING = ("start", "stop", "restart")
 
@@ -30,19 +31,37 @@ def carry(session: Session, verb: str, path: str) -> dict[str, Any]:
             words.append("--secrets=" + _copied(secrets, folder, "secrets"))
         document = _copied(path, folder, "document")
         outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, verb, *words, folder, document))
-    if outcome["faults"]:
-        raise Refused("the document cannot be used, and nothing has changed",
-                      [_told(session, path, fault) for fault in outcome["faults"]])
+    _check(session, outcome, [path])
     return outcome
+
+
+def between(session: Session, sides: list[str]) -> dict[str, Any]:
+    """Has the tool compare two documents or generations."""
+    if {"--prune", "--secrets"} & (session.flags | session.values.keys()):
+        raise Usage("--prune and --secrets are about a document and what is stored")
+    with restore.staging() as folder:
+        words = [side if generations.is_number(side) else _copied(side, folder, str(place) + ".yaml")
+                 for place, side in enumerate(sides)]
+        outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, "between", *words))
+    _check(session, outcome, sides)
+    return outcome
+
+
+def _check(session: Session, outcome: dict[str, Any], sides: list[str]) -> None:
+    if outcome["faults"]:
+        raise Refused("the document cannot be used, and nothing has changed", [
+            _told(session, sides[fault.get("side", 0)], fault) for fault in outcome["faults"]])
 
 
 def _copied(path: str, folder: str, name: str) -> str:
     """The path of a copy of a file, or of standard input, that stays as it is."""
     if path == STANDARD_INPUT:
-        data = sys.stdin.buffer.read()
+        data = sys.stdin.buffer.read(LARGEST + 1)
     else:
         with open(path, "rb") as file:
-            data = file.read()
+            data = file.read(LARGEST + 1)
+    if len(data) > LARGEST:
+        raise Refused("%s has more than %s" % (path, display.size_text(LARGEST)))
     copy = os.path.join(folder, name)
     restore.put(copy, data, 0o600)
     return copy
@@ -85,8 +104,8 @@ def services(outcome: dict[str, Any]) -> list[str]:
             if step["verb"] in STARTING and step["name"].endswith(" service")]
 
 
-def print_difference(outcome: dict[str, Any], path: str) -> None:
-    """Prints a unified diff of what is stored and what is wanted."""
+def print_difference(outcome: dict[str, Any], labels: list[str]) -> None:
+    """Prints a unified diff of the two sides."""
     if not outcome["changes"]:
         return
     sides = [os.memfd_create(name) for name in ("before", "after")]
@@ -94,7 +113,7 @@ def print_difference(outcome: dict[str, Any], path: str) -> None:
         with os.fdopen(os.dup(side), "wb") as file:
             file.write(outcome[name].encode())
     done = subprocess.run(
-        [DIFF, "-u", "--label", "stored", "--label", path,
+        [DIFF, "-u", *("--label=" + label for label in labels),
          *("/proc/self/fd/%d" % side for side in sides)],
         stdout=subprocess.PIPE, check=False, pass_fds=sides, text=True)
     print(done.stdout, end="")

@@ -3,7 +3,9 @@
 Each change of settings or lists makes one; five are kept. Of each: its number, when it was made and
 by whom, the settings that differ from the one before by their names, and what else was made anew.
 `mailvanectl rollback` brings its settings back."""
-from mailvane.common import display
+import glob
+
+from mailvane.common import display, paths
 from mailvane.common.errors import Usage
 from mailvane.ctl import answers, upkeep
 from mailvane.ctl.session import Session
@@ -27,6 +29,17 @@ def run(session: Session, words: list[str]) -> int:
           ", ".join(one["settings"] or ["(%s)" % name for name in one["files"]]))
          for one in found])
     return answers.DONE
+
+
+def candidates(before: list[str]) -> list[str]:
+    """Their numbers, for completion."""
+    folders = glob.glob(paths.GENERATED + "/gen-*")
+    return [] if before else sorted(str(int(path.rpartition("-")[2])) for path in folders)
+
+
+def is_number(word: str) -> bool:
+    """Whether a word is the number of a generation, and no path."""
+    return word.isascii() and word.isdigit()
 
 
 def kept(session: Session) -> list[dict]:

@@ -4,9 +4,6 @@ N is a number that `mailvanectl generations` lists; without it, the newest one w
 not those in force. Settings, mail domains and blocklists come back; lists and keys stay as they
 are. It is a save like any other: everything is made anew from the settings, judged, and services
 are started and stopped as they ask. A second rollback takes the first one back."""
-import glob
-
-from mailvane.common import paths
 from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, generations, upkeep
 from mailvane.ctl.session import Session
@@ -15,7 +12,7 @@ from mailvane.ctl.session import Session
 def run(session: Session, words: list[str]) -> int:
     """Rolls back."""
     upkeep.require_root()
-    if len(words) > 1 or not all(word.isascii() and word.isdigit() for word in words):
+    if len(words) > 1 or not all(map(generations.is_number, words)):
         raise Usage("rollback takes the number of a generation")
     number = int(words[0]) if words else _newest_other(session)
     if number not in (one["number"] for one in generations.kept(session)):
@@ -25,10 +22,7 @@ def run(session: Session, words: list[str]) -> int:
     return answers.DONE
 
 
-def candidates(before: list[str]) -> list[str]:
-    """The words that can follow, for completion."""
-    kept = glob.glob(paths.GENERATED + "/gen-*")
-    return [] if before else sorted(str(int(path.rpartition("-")[2])) for path in kept)
+candidates = generations.candidates
 
 
 def _newest_other(session: Session) -> int:
