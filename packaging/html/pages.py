@@ -129,4 +129,4 @@ class Writer:
 if __name__ == "__main__":
     shutil.rmtree(sys.argv[2], ignore_errors=True)
     os.makedirs(sys.argv[2])
-    Writer(*map(os.path.abspath, sys.argv[1:3])).write_all()
+    Writer(os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])).write_all()
