@@ -4,7 +4,7 @@
 build_packages=(
     g++ cmake ninja-build pkg-config esbuild zopfli
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
-    libssl-dev libutf8proc-dev libyaml-dev python3-yaml zlib1g-dev
+    libssl-dev libutf8proc-dev libyaml-dev python3-markdown-it python3-yaml zlib1g-dev
 )
 world_packages=(
     postfix postfix-cdb postfix-pcre libsasl2-modules

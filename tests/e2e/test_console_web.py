@@ -22,7 +22,7 @@ OWN = {"Content-Security-Policy": POLICY, "X-Content-Type-Options": "nosniff",
 # None of these is a file of the console.
 OTHERS = ("/assets", "/assets/", "/assets/../x", "/assets/%2e%2e/etc", "/assets//a/b", "/assets/a/b",
           "/console", "/index.htm", "/index.html/", "/index.html.gz", "//index.html/x", "/x", "/etc/htpasswd",
-          "/../etc/htpasswd", "/mailvane.cgi", "/mailvane.cgi/x", "/mailvane", "/web.log", "/.git", "/favicon.ico")
+          "/../etc/htpasswd", "/help", "/help/", "/help/../x.html", "/help/a/b/c.html", "/help/%2e%2e/etc/x.html", "/mailvane.cgi", "/mailvane.cgi/x", "/mailvane", "/web.log", "/.git", "/favicon.ico")
 TYPES = {"js": "text/javascript; charset=utf-8", "css": "text/css; charset=utf-8",
          "json": "application/json", "svg": "image/svg+xml", "txt": "text/plain; charset=utf-8"}
 
@@ -63,6 +63,7 @@ class Files(harness.Story):
             with servers.server(name), self.subTest(server=name):
                 self.check_page()
                 self.check_assets()
+                self.check_help()
                 self.check_statuses()
                 for path in OTHERS:
                     with self.subTest(path):
@@ -113,6 +114,13 @@ class Files(harness.Story):
         self.assertEqual(missing.status, 404)
         self.assertIn(missing.headers["Cache-Control"], (None, "no-store"))
         self.assert_headers(missing, missing.headers["Content-Security-Policy"])
+
+    def check_help(self):
+        for path in ("index.html", "guides/users.html", "style.css", "pictures/save.svg"):
+            page = fetch("/help/" + path)
+            kind = TYPES.get(path.rpartition(".")[2], "text/html; charset=utf-8")
+            self.assertEqual((page.status, page.headers["Content-Type"]), (200, kind), path)
+            self.assert_headers(page, POLICY)
 
     def assert_headers(self, answer, policy):
         """Every header once; the programs' answers have a policy of their own."""

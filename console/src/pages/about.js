@@ -30,6 +30,10 @@ export function About() {
             </section>
             <${OwnLogin} />
             <section class="card">
+                <h2>${t("about/help")}</h2>
+                <p>${t("about/help_text")} <a href="help/index.html" target="_blank" rel="noopener">${t("about/documents")}</a></p>
+            </section>
+            <section class="card">
                 <h2>${t("about/libraries")}</h2>
                 <p>${t("about/made_with")} <a href=${site.licences} target="_blank" rel="noopener">${t("about/licences")}</a></p>
             </section>
