@@ -97,21 +97,13 @@ const Section* FindSection(const std::string& name)
     return found == AllSections().end() ? nullptr : found;
 }
 
-void CheckFrame(const Node& document, Merge& merge)
+void CheckNames(const Node& document, Merge& merge)
 {
     for (const auto& [name, value] : document.members) {
         if (name.text != kFormatName && FindSection(name.text) == nullptr) {
             merge.faults.push_back(
                 {name.line, name.text, ReasonCode::kMissing, "there is no section of this name"});
         }
-    }
-    const Node* const format = document.Find(kFormatName);
-    if (format == nullptr) {
-        merge.faults.push_back(
-            {document.line, kFormatName, ReasonCode::kEmpty, "a document begins with its format"});
-    } else if (format->text != std::to_string(kFormat)) {
-        merge.faults.push_back({format->line, kFormatName, ReasonCode::kNoChoice,
-                                "this program knows another format"});
     }
 }
 
@@ -165,11 +157,7 @@ std::vector<Difference> DifferencesOf(const Parts& before, Parts& after)
 
 Result<void> MergeDocument(const Node& document, Merge& merge)
 {
-    if (document.kind != Node::Kind::kMap) {
-        merge.faults.push_back({document.line, "", ReasonCode::kBadFormat, "is no document"});
-        return {};
-    }
-    CheckFrame(document, merge);
+    CheckNames(document, merge);
     for (const Section& section : AllSections()) {
         const Node* const node = document.Find(std::string(section.name));
         Result<void> merged;

@@ -2,11 +2,11 @@
 //
 //   hald_document export [--with-secrets] [--with-personal]    writes it to standard output
 //   hald_document schema FILE            writes the schema of documents
-//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE
-//                                        merges the document in FILE into a copy of the state that
-//                                        is made in FOLDER, an empty one in etc/; says in JSON what
-//                                        that changes; `rehearse` validates the change, `apply`
-//                                        puts it in force
+//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE...
+//                                        merges the document in FILE, with further ones laid over
+//                                        it, into a copy of the state that is made in FOLDER, an
+//                                        empty one in etc/; says in JSON what that changes;
+//                                        `rehearse` validates the change, `apply` puts it in force
 #include <json/json.h>
 
 #include <cstdio>
@@ -21,6 +21,7 @@
 #include "host/libmailvane/save/recovery.h"
 #include "host/libmailvane/system/database.h"
 #include "tools/document/document.h"
+#include "tools/document/overlays.h"
 #include "tools/document/staging.h"
 
 namespace {
@@ -66,12 +67,14 @@ Result<void> Export(const Words& words)
     return host::SystemReason("export", "cannot write the document");
 }
 
-Json::Value ToJson(const document::Faults& faults)
+Json::Value ToJson(const document::Faults& faults, const std::vector<std::string>& texts)
 {
     Json::Value list(Json::arrayValue);
     for (const document::Fault& fault : faults) {
+        const document::Place place = document::PlaceOf(texts, fault.line);
         Json::Value json;
-        json["line"] = fault.line;
+        json["file"] = static_cast<Json::UInt>(place.file);
+        json["line"] = place.line;
         json["about"] = fault.about;
         json["code"] = host::WordOf(fault.code);
         json["why"] = fault.why;
@@ -96,10 +99,10 @@ Json::Value ToJson(const std::vector<document::Difference>& differences)
     return list;
 }
 
-Json::Value ToJson(const document::Outcome& outcome)
+Json::Value ToJson(const document::Outcome& outcome, const std::vector<std::string>& texts)
 {
     Json::Value json;
-    json["faults"] = ToJson(outcome.faults);
+    json["faults"] = ToJson(outcome.faults, texts);
     json["changes"] = ToJson(outcome.differences);
     json["before"] = outcome.before;
     json["after"] = outcome.after;
@@ -118,8 +121,10 @@ Result<void> Carry(const Words& words, document::Deed deed)
     document::Request request;
     request.folder = words.plain[1];
     request.prunes = words.options.count("--prune") != 0;
-    if (!host::ReadFile(words.plain[2], request.text)) {
-        return host::SystemReason(words.plain[2], words.plain[2]);
+    for (std::size_t number = 2; number < words.plain.size(); ++number) {
+        const std::string& file = words.plain[number];
+        request.texts.emplace_back();
+        if (!host::ReadFile(file, request.texts.back())) return host::SystemReason(file, file);
     }
     if (!words.secretsFile.empty() && !host::ReadFile(words.secretsFile, request.secrets)) {
         return host::SystemReason(words.secretsFile, words.secretsFile);
@@ -128,7 +133,8 @@ Result<void> Carry(const Words& words, document::Deed deed)
     if (!scope.ready()) return scope.ready();
     const auto outcome = document::Carry(request, deed);
     if (!outcome) return outcome.reason();
-    const std::string text = Json::writeString(Json::StreamWriterBuilder(), ToJson(*outcome));
+    const std::string text =
+        Json::writeString(Json::StreamWriterBuilder(), ToJson(*outcome, request.texts));
     if (host::WriteAll(STDOUT_FILENO, text)) return {};
     return host::SystemReason("document", "cannot write what changes");
 }
@@ -157,7 +163,7 @@ bool IsUsage(const Words& words)
     if (count == 1) return words.plain[0] == "export";
     if (count == 2) return words.plain[0] == "schema";
     const std::set<std::string> verbs = {"compare", "rehearse", "apply"};
-    return count == 3 && verbs.count(words.plain[0]) != 0;
+    return count >= 3 && verbs.count(words.plain[0]) != 0;
 }
 
 }  // namespace
@@ -166,11 +172,11 @@ int main(int count, char** arguments)
 {
     const Words words = WordsOf(count, arguments);
     if (!IsUsage(words)) {
-        (void)std::fprintf(
-            stderr,
-            "usage: hald_document export [--with-secrets] [--with-personal]\n"
-            "       hald_document schema FILE\n"
-            "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE\n");
+        (void)std::fprintf(stderr,
+                           "usage: hald_document export [--with-secrets] [--with-personal]\n"
+                           "       hald_document schema FILE\n"
+                           "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] "
+                           "FOLDER FILE...\n");
         return 2;
     }
     host::NoteRequest({words.plain[0], host::ConsoleUser()});

@@ -1,5 +1,5 @@
-"""mailvanectl diff FILE [--prune] [--secrets FILE] [--json]: what a document would change, in words
-and as a unified diff. FILE may be - for standard input.
+"""mailvanectl diff FILE [--overlay FILE]... [--prune] [--secrets FILE] [--json]: what a document would
+change, in words and as a unified diff. FILE may be - for standard input.
 
 Exit status: 0 when nothing differs, 1 when something does, 2 when the document cannot be used:
 standard error then has a line for each fault, with the line of the document. What the document does
@@ -9,7 +9,7 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, document, upkeep
 from mailvane.ctl.session import Session
 
-OPTIONS = {"--prune", "--secrets", "--json"}
+OPTIONS = {"--overlay", "--prune", "--secrets", "--json"}
 
 SAME, DIFFERS, UNUSABLE = 0, 1, 2
 

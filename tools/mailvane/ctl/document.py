@@ -22,17 +22,19 @@ STARTING = ("start", "stop", "restart")
 
 
 def carry(session: Session, verb: str, path: str) -> dict[str, Any]:
-    """Has the tool compare, rehearse or apply a document; returns what that changes."""
+    """Has the tool compare, rehearse or apply a document, with the overlays that are given; returns
+    what that changes."""
+    files = [path, *session.overlays]
     words = ["--prune"] if "--prune" in session.flags else []
     with restore.staging() as folder:
         secrets = session.values.get("--secrets")
         if secrets:
             words.append("--secrets=" + _copied(secrets, folder, "secrets"))
-        document = _copied(path, folder, "document")
-        outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, verb, *words, folder, document))
+        copies = [_copied(file, folder, "document%d" % number) for number, file in enumerate(files)]
+        outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, verb, *words, folder, *copies))
     if outcome["faults"]:
         raise Refused("the document cannot be used, and nothing has changed",
-                      [_told(session, path, fault) for fault in outcome["faults"]])
+                      [_told(session, files[fault["file"]], fault) for fault in outcome["faults"]])
     return outcome
 
 
