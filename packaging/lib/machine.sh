@@ -20,7 +20,7 @@ world_packages=(
 test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim python3-prometheus-client
     python3-jsonschema apache2-bin nginx-light
-    slapd nslcd libnss-ldapd fail2ban shfmt strace
+    slapd nslcd libnss-ldapd rsyslog fail2ban shfmt strace
     chromium chromium-driver libnss3-tools node-typescript python3-selenium
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
@@ -98,7 +98,7 @@ disable_services() {
     local name
     for name; do
         case $name in
-        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd | fail2ban)
+        postfix | lighttpd | opendkim | opendmarc | memcached | slapd | nslcd | rsyslog | fail2ban)
             systemctl --quiet disable "$name.service"
             ;;
         dovecot-core) systemctl --quiet disable dovecot.service ;;

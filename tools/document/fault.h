@@ -11,7 +11,7 @@
 namespace document {
 
 struct Fault {
-    int line;           ///< of the document; 0 when it is about no line of it
+    int line;           ///< of the document, see overlays.h; 0 when it is about no line of it
     std::string about;  ///< the path of what is meant, such as "settings.smtp_port"
     host::ReasonCode code;
     std::string why;  ///< in words, for what the code does not tell; never a value

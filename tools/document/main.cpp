@@ -4,13 +4,12 @@
 //   hald_document schema FILE            writes the schema of documents
 //   hald_document show NUMBER            writes a generation that is kept to standard output
 //   hald_document between ONE OTHER      says in JSON what lies between two of them: the number of
-//   a
-//                                        generation, or the path of a document
-//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE
-//                                        merges the document in FILE into a copy of the state that
-//                                        is made in FOLDER, an empty one in etc/; says in JSON what
-//                                        that changes; `rehearse` validates the change, `apply`
-//                                        puts it in force
+//                                        a generation, or the path of a document
+//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE...
+//                                        merges the document in FILE, with further ones laid over
+//                                        it, into a copy of the state that is made in FOLDER, an
+//                                        empty one in etc/; says in JSON what that changes;
+//                                        `rehearse` validates the change, `apply` puts it in force
 #include <json/json.h>
 
 #include <charconv>
@@ -29,6 +28,7 @@
 #include "host/libmailvane/system/database.h"
 #include "tools/document/comparison.h"
 #include "tools/document/document.h"
+#include "tools/document/overlays.h"
 #include "tools/document/staging.h"
 
 namespace {
@@ -74,12 +74,14 @@ Result<void> Export(const Words& words)
     return host::SystemReason("export", "cannot write the document");
 }
 
-Json::Value ToJson(const document::Faults& faults)
+Json::Value ToJson(const document::Faults& faults, const std::vector<std::string>& texts)
 {
     Json::Value list(Json::arrayValue);
     for (const document::Fault& fault : faults) {
+        const document::Place place = document::PlaceOf(texts, fault.line);
         Json::Value json;
-        json["line"] = fault.line;
+        json["file"] = static_cast<Json::UInt>(place.file);
+        json["line"] = place.line;
         json["about"] = fault.about;
         json["code"] = host::WordOf(fault.code);
         json["why"] = fault.why;
@@ -104,10 +106,10 @@ Json::Value ToJson(const std::vector<document::Difference>& differences)
     return list;
 }
 
-Json::Value ToJson(const document::Outcome& outcome)
+Json::Value ToJson(const document::Outcome& outcome, const std::vector<std::string>& texts)
 {
     Json::Value json;
-    json["faults"] = ToJson(outcome.faults);
+    json["faults"] = ToJson(outcome.faults, texts);
     json["changes"] = ToJson(outcome.differences);
     json["before"] = outcome.before;
     json["after"] = outcome.after;
@@ -126,8 +128,10 @@ Result<void> Carry(const Words& words, document::Deed deed)
     document::Request request;
     request.folder = words.plain[1];
     request.prunes = words.options.count("--prune") != 0;
-    if (!host::ReadFile(words.plain[2], request.text)) {
-        return host::SystemReason(words.plain[2], words.plain[2]);
+    for (std::size_t number = 2; number < words.plain.size(); ++number) {
+        const std::string& file = words.plain[number];
+        request.texts.emplace_back();
+        if (!host::ReadFile(file, request.texts.back())) return host::SystemReason(file, file);
     }
     if (!words.secretsFile.empty() && !host::ReadFile(words.secretsFile, request.secrets)) {
         return host::SystemReason(words.secretsFile, words.secretsFile);
@@ -136,7 +140,8 @@ Result<void> Carry(const Words& words, document::Deed deed)
     if (!scope.ready()) return scope.ready();
     const auto outcome = document::Carry(request, deed);
     if (!outcome) return outcome.reason();
-    const std::string text = Json::writeString(Json::StreamWriterBuilder(), ToJson(*outcome));
+    const std::string text =
+        Json::writeString(Json::StreamWriterBuilder(), ToJson(*outcome, request.texts));
     if (host::WriteAll(STDOUT_FILENO, text)) return {};
     return host::SystemReason("document", "cannot write what changes");
 }
@@ -175,8 +180,8 @@ Result<document::Parts> ReadSide(const Words& words, int place, Json::Value& jso
     if (!host::ReadFile(word, text)) return host::SystemReason(word, word);
     document::Faults faults;
     document::Parts parts = document::PartsOf(text, faults);
-    for (Json::Value& fault : ToJson(faults)) {
-        fault["side"] = place;
+    for (Json::Value& fault : ToJson(faults, {text})) {
+        fault["file"] = place;
         json["faults"].append(fault);
     }
     return parts;
@@ -227,8 +232,9 @@ bool IsUsage(const Words& words)
     const std::size_t count = words.plain.size();
     if (count == 1) return words.plain[0] == "export";
     if (count == 2) return words.plain[0] == "schema" || words.plain[0] == "show";
-    const std::set<std::string> verbs = {"compare", "rehearse", "apply", "between"};
-    return count == 3 && verbs.count(words.plain[0]) != 0;
+    if (words.plain[0] == "between") return count == 3;
+    const std::set<std::string> verbs = {"compare", "rehearse", "apply"};
+    return count >= 3 && verbs.count(words.plain[0]) != 0;
 }
 
 }  // namespace
@@ -237,13 +243,13 @@ int main(int count, char** arguments)
 {
     const Words words = WordsOf(count, arguments);
     if (!IsUsage(words)) {
-        (void)std::fprintf(
-            stderr,
-            "usage: hald_document export [--with-secrets] [--with-personal]\n"
-            "       hald_document schema FILE\n"
-            "       hald_document show NUMBER\n"
-            "       hald_document between ONE OTHER\n"
-            "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE\n");
+        (void)std::fprintf(stderr,
+                           "usage: hald_document export [--with-secrets] [--with-personal]\n"
+                           "       hald_document schema FILE\n"
+                           "       hald_document show NUMBER\n"
+                           "       hald_document between ONE OTHER\n"
+                           "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] "
+                           "FOLDER FILE...\n");
         return 2;
     }
     host::NoteRequest({words.plain[0], host::ConsoleUser()});

@@ -17,6 +17,7 @@
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/stored_files.h"
 #include "host/libmailvane/system/database.h"
+#include "tools/document/overlays.h"
 
 namespace document {
 
@@ -100,17 +101,14 @@ Result<void> BringLists(const State& stored, State& staged)
 /// Makes the staged copy, with the document's changes in it.
 Result<State> MakeStaged(const Request& request, const State& stored, Faults& faults)
 {
-    const auto document = ReadYaml(request.text);
-    if (const auto* const fault = std::get_if<Fault>(&document)) {
-        faults.push_back(*fault);
-        return stored;
-    }
+    const Node document = ReadLaidOver(request.texts, faults);
+    if (!faults.empty()) return stored;
     CopyFiles(request.folder);
     MakeFolders(request.folder);
     State staged{request.folder, stored.settings, stored.rules};
     Merge merge{staged, request.prunes, SecretsOf(request, stored, faults), faults,
                 [&] { return BringLists(stored, staged); }};
-    Result<void> merged = MergeDocument(std::get<Node>(document), merge);
+    Result<void> merged = MergeDocument(document, merge);
     if (!merged) return std::move(merged).reason();
     return staged;
 }

@@ -12,9 +12,9 @@ namespace document {
 
 /// What is wanted with a document.
 struct Request {
-    std::string folder;  ///< an empty one in etc/ that only root can enter
-    std::string text;
-    std::string secrets;  ///< a map of names and values in YAML; empty for none
+    std::string folder;              ///< an empty one in etc/ that only root can enter
+    std::vector<std::string> texts;  ///< the document, and what is laid over it
+    std::string secrets;             ///< a map of names and values in YAML; empty for none
     bool prunes = false;
 };
 

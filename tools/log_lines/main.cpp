@@ -8,7 +8,6 @@
 #include <iostream>
 #include <iterator>
 
-#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "tools/log_lines/message_lines.h"
 
@@ -17,7 +16,7 @@ int main()
     try {
         const std::string id((std::istreambuf_iterator<char>(std::cin)), {});
         const log_lines::Found found =
-            log_lines::FindLines(host::Path(host::maillog::kPostfixLog), id, {});
+            log_lines::FindLines(host::maillog::CollectedLogPath(), id, {});
         Json::Value answer;
         Json::Value& lines = answer["lines"] = Json::Value(Json::arrayValue);
         for (const std::string& line : found.lines) lines.append(log_lines::Shown(line));

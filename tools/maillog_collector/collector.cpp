@@ -4,7 +4,6 @@
 #include <ctime>
 
 #include "host/libhaldcore/log.h"
-#include "host/libhaldcore/paths.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/system/database.h"
 #include "tools/maillog_collector/log_event.h"
@@ -31,7 +30,10 @@ std::string NameOf(const LogPosition& position)
 
 }  // namespace
 
-Collector::Collector() : clock_(std::time(nullptr)) {}
+Collector::Collector() : clock_(std::time(nullptr))
+{
+    if (host::maillog::ReadsAllMachines()) marks_.emplace();
+}
 
 void Collector::Open()
 {
@@ -42,7 +44,7 @@ void Collector::Open()
     nextMonth_ = latest == 0 ? 0 : NextMonth(latest);
     if (tail_) return;
     const LogPosition position = store_->Position();
-    tail_.emplace(host::Path(host::maillog::kPostfixLog), position);
+    tail_.emplace(host::maillog::CollectedLogPath(), position);
     // What was cleared does not come back from a log that is read again.
     lastTime_ = position.inode == 0 ? host::maillog::ClearedAt() : position.time;
     skippedUntil_ = position.inode == 0 || tail_->HasLostPlace() ? lastTime_ : 0;
@@ -89,15 +91,18 @@ void Collector::TakeInLine(std::string_view line, std::size_t start)
 {
     const std::optional<LogLine> parts = ParseLine(line);
     if (!parts) return;
-    const std::optional<Event> event = ParseEvent(*parts);
-    if (!event) return;
+    std::optional<Event> event = ParseEvent(*parts);
+    if (!event || (marks_ && !marks_->Put(parts->machine, *event))) return;
     const std::int64_t time = TimeOf(*parts);
     if (time < 0 || time < skippedUntil_) return;
 
     KeepMonth(time, start);
     lastTime_ = time;
-    correlator_->Apply(*event, time,
-                       event->id.empty() ? NameOf(tail_->PositionAt(start)) : std::string());
+    std::string name;
+    if (event->id.empty()) {
+        name = (marks_ ? marks_->Mark() : std::string()) + NameOf(tail_->PositionAt(start));
+    }
+    correlator_->Apply(*event, time, name);
 }
 
 void Collector::TakeIn(std::string_view lines)

@@ -10,6 +10,7 @@
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/maillog/log_clock.h"
 #include "tools/maillog_collector/log_tail.h"
+#include "tools/maillog_collector/machine_marks.h"
 #include "tools/maillog_collector/mail_correlator.h"
 #include "tools/maillog_collector/mail_store.h"
 
@@ -38,6 +39,7 @@ private:
     void Store(LogPosition position);
 
     host::maillog::LogClock clock_;
+    std::optional<MachineMarks> marks_;  ///< where the log has the lines of several machines
     bool isOpen_ = false;
     std::optional<MailStore> store_;
     std::optional<MailCorrelator> correlator_;

@@ -72,7 +72,7 @@ std::optional<LogLine> ParseLine(std::string_view line)
     parts.stamp = TakeStamp(line);
     if (parts.stamp.empty()) return std::nullopt;
 
-    (void)TakeWord(line);  // the host
+    parts.machine = TakeWord(line);
     parts.daemon = DaemonOf(TakeWord(line));
     parts.text = line;
     return parts.daemon.empty() ? std::nullopt : std::make_optional(parts);

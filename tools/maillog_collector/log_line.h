@@ -9,7 +9,8 @@ namespace collector {
 /// `STAMP HOST postfix/SERVICE/DAEMON[PID]: TEXT`
 struct LogLine {
     std::string_view stamp;
-    std::string_view daemon;  ///< after the last "/": smtpd
+    std::string_view machine;  ///< that wrote it
+    std::string_view daemon;   ///< after the last "/": smtpd
     std::string_view text;
 };
 

@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "tools/maillog_collector/log_fields.h"
+#include "tools/maillog_collector/machine_marks.h"
 #include "tools/maillog_collector/mail_store.h"
 
 namespace collector {
@@ -15,7 +16,7 @@ constexpr std::size_t kMostInMemory = 20000;
 /// The key of a message. A short id gets the day added, since Postfix uses it again.
 std::string KeyOf(std::string_view id, std::int64_t date)
 {
-    if (!IsShortId(id)) return std::string(id);
+    if (!IsShortId(WithoutMark(id))) return std::string(id);
 
     const auto seconds = static_cast<std::time_t>(date);
     std::tm parts{};

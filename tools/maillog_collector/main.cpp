@@ -39,7 +39,7 @@ void EndOnSignals()
 
 std::string LogFolder()
 {
-    const std::string path = host::Path(host::maillog::kPostfixLog);
+    const std::string path = host::maillog::CollectedLogPath();
     return path.substr(0, path.rfind('/'));
 }
 

@@ -10,7 +10,6 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include "host/libhaldcore/hash.h"
 
@@ -27,6 +26,18 @@ bool IsPlain(char c)
     return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '_';
 }
 
+host::names::SocketAddress ServerAt(const std::string& place)
+{
+    if (const auto address = host::names::ParseSocketAddress(place)) return *address;
+
+    host::names::SocketAddress address;
+    auto* const local = reinterpret_cast<sockaddr_un*>(&address.storage);
+    local->sun_family = AF_UNIX;
+    (void)std::strncpy(local->sun_path, place.c_str(), sizeof(local->sun_path) - 1);
+    address.size = sizeof(*local);
+    return address;
+}
+
 void SetPatience(int socket)
 {
     timeval patience{};
@@ -37,7 +48,7 @@ void SetPatience(int socket)
 
 }  // namespace
 
-Counters::Counters(std::string socketPath) : path_(std::move(socketPath)) {}
+Counters::Counters(const std::string& place) : server_(ServerAt(place)) {}
 
 Counters::~Counters()
 {
@@ -95,18 +106,11 @@ bool Counters::Connect()
 {
     if (socket_ >= 0) return true;
 
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path_.size() >= sizeof(address.sun_path)) return false;
-
-    std::memcpy(address.sun_path, path_.c_str(), path_.size());
-    socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    socket_ = socket(server_.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (socket_ < 0) return false;
 
-    SetPatience(socket_);
-    if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-        return true;
-    }
+    SetPatience(socket_);  // connect() waits as long as a command may
+    if (connect(socket_, server_.get(), server_.size) == 0) return true;
     Disconnect();
     return false;
 }

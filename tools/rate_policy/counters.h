@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "host/libmailvane/names/socket_address.h"
+
 namespace rate_policy {
 
 struct Count {
@@ -11,11 +13,13 @@ struct Count {
     long secondsLeft = 0;             ///< until the hour ends
 };
 
-/// A client of memcached. The hour of a login begins with its first message and ends when its
-/// counter expires. Each answer takes half a second at most.
+/// A client of memcached, which listens at a unix socket or at an address with a port. The hour of
+/// a login begins with its first message and ends when its counter expires. To connect takes half a
+/// second at most, and so does each answer.
 class Counters {
 public:
-    explicit Counters(std::string socketPath);
+    /// `place` is the path of the socket, or the address: `192.0.2.1:11211`.
+    explicit Counters(const std::string& place);
     ~Counters();
     Counters(const Counters&) = delete;
     Counters& operator=(const Counters&) = delete;
@@ -37,7 +41,7 @@ private:
     bool Send(const std::string& bytes) const;
     std::optional<std::string> ReadLine();
 
-    std::string path_;
+    host::names::SocketAddress server_;
     int socket_ = -1;
     std::string pending_;  ///< received and not yet read
 };

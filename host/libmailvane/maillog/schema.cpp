@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 
@@ -17,7 +18,11 @@ namespace host::maillog {
 namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
+constexpr char kLogOfAll[] = "/var/log/mailvane/all_machines";
 
+// `queue_id` is that of the message as it came in, with the name of the machine before it where that
+// is another one than this.
+//
 // Each sort order of the log page has an index, so that a page is read without sorting; equal
 // values are in the order of their dates. Inserting into the view `share` adds an entry to the
 // totals (sign 1) or subtracts it (-1).
@@ -165,6 +170,17 @@ std::string MailLogLivePath()
     return MailLogLiveFolder() + "/maillog.db";
 }
 
+bool ReadsAllMachines()
+{
+    const auto defaults = KeyValueFile::Read(Path("/etc/default/mailvane"));
+    return defaults && defaults->Get("MAILVANE_MAIL_LOG") == "all";
+}
+
+std::string CollectedLogPath()
+{
+    return Path(ReadsAllMachines() ? kLogOfAll : kPostfixLog);
+}
+
 std::vector<std::string> MonthPaths(std::int64_t time)
 {
     constexpr int kMostOfAMonth = 9;
@@ -223,7 +239,7 @@ namespace {
 Result<void> SkipLog(SQLite::Database& database)
 {
     struct stat status {};
-    const bool known = ::stat(Path(kPostfixLog).c_str(), &status) == 0;
+    const bool known = ::stat(CollectedLogPath().c_str(), &status) == 0;
     SQLite::Statement skip(
         database,
         "UPDATE position SET clearings = clearings + 1, inode = iif(?1, ?2, "

@@ -26,8 +26,16 @@ std::string MailLogLivePath();
 /// on.
 std::vector<std::string> MonthPaths(std::int64_t time);
 
-/// Postfix's text log, which the collector reads.
+/// Postfix's text log.
 constexpr char kPostfixLog[] = "/var/log/mailvane/maillog";
+
+/// Whether this machine collects what several machines log, as MAILVANE_MAIL_LOG in the package's
+/// defaults file says.
+bool ReadsAllMachines();
+
+/// The text log that the collector reads: Postfix's, or the one into which rsyslog writes the lines
+/// of all machines.
+std::string CollectedLogPath();
 
 /// The tables. `entry` has one row per message and recipient; triggers update the search index, the
 /// totals and the number of entries.

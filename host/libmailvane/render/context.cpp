@@ -10,6 +10,7 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/settings/shared_counters.h"
 #include "platform/hald/account.h"
 #include "platform/hlib/string_list.h"
 
@@ -78,6 +79,8 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     context.refusesClosedArchives = says("MAILVANE_CLOSED_ARCHIVES", "refuse");
     context.filesJunk = says("MAILVANE_JUNK_FOLDER", "yes");
     context.learnsFromMoves = says("MAILVANE_LEARN_FROM_MOVES", "yes");
+    const auto counters = settings::SharedCounters();
+    if (counters) context.sharedCounters = *counters;  // else the validation refuses it
     context.asksNetwork = says("MAILVANE_SPAM_NETWORK", "yes") && !context.nameServers.empty();
     return context;
 }

@@ -22,6 +22,7 @@ struct RenderContext {
     bool learnsFromMoves = false;          ///< MAILVANE_LEARN_FROM_MOVES there
     bool asksNetwork = false;              ///< MAILVANE_SPAM_NETWORK, where there is a name server
     bool refusesClosedArchives = false;    ///< MAILVANE_CLOSED_ARCHIVES there
+    std::string sharedCounters;            ///< MAILVANE_SENDER_COUNTERS there; may be empty
     std::vector<std::string> nameServers;  ///< addresses of the machine's name servers
 };
 

@@ -198,11 +198,12 @@ std::string LocalMailFilters(const settings::StoredSettings& settings)
     return settings.Bool("enable_dkim") ? FilterAt(daemons::kDkimFilter.socket) : "";
 }
 
-std::string FilterServices(const settings::StoredSettings& settings)
+std::string FilterServices(const settings::StoredSettings& settings, const RenderContext& context)
 {
     const std::string quotas = InForce(generation::kQuotaFile);
     const std::string counters(daemons::kMemcached.socket);
     const std::string limit = std::to_string(settings.Int("smtpd_sasl_sender_rate_limit"));
+    const std::string& shared = context.sharedCounters;
     return SpawnedService("policyd-spf", "policyd-spf",
                           "/usr/bin/policyd-spf " + InForce("spf/policyd-spf.conf")) +
            SpawnedService("own-senders", "policyd-spf", Tool("hald_own_senders")) +
@@ -210,7 +211,8 @@ std::string FilterServices(const settings::StoredSettings& settings)
                           Tool("hald_from_check") + " " + OwnAddresses(' ')) +
            SpawnedService("attachment-names", "mailvane-policy", Tool("hald_attachment_names")) +
            SpawnedService("rate-policy", "mailvane-policy",
-                          Tool("hald_rate_policy") + " " + quotas + " " + counters + " " + limit);
+                          Tool("hald_rate_policy") + " " + quotas + " " + counters + " " + limit +
+                              (shared.empty() ? "" : " " + shared));
 }
 
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,

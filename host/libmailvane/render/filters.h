@@ -38,7 +38,7 @@ extern const char kAskRatePolicy[];
 /// attachments, and the rate policy. They are there even when switched off. While a save changes
 /// the files, some SMTP servers run with old parameters and some with new ones, and both must find
 /// the services that they call.
-std::string FilterServices(const settings::StoredSettings& settings);
+std::string FilterServices(const settings::StoredSettings& settings, const RenderContext& context);
 
 /// Puts the files of the filters into the next generation, even of those that are switched off.
 void PutFilterFiles(generation::NextGeneration& next, const settings::StoredSettings& settings,

@@ -76,7 +76,7 @@ std::string RenderPostfixMaster(const settings::StoredSettings& settings,
                              "smtpd_relay_restrictions=permit_sasl_authenticated,reject"});
     }
     text += std::string(kQueueService) + " unix n - n - - showq\n";
-    return text + kInnerServices + FilterServices(settings) + context.masterFragment;
+    return text + kInnerServices + FilterServices(settings, context) + context.masterFragment;
 }
 
 }  // namespace host::render

@@ -18,6 +18,7 @@
 #include "host/libmailvane/render/filters.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/settings/derived_settings.h"
+#include "host/libmailvane/settings/shared_counters.h"
 #include "host/libmailvane/system/user_command.h"
 
 namespace host::save {
@@ -256,6 +257,8 @@ Result<void> MapsAnswer(const generation::NextGeneration& next)
 Result<void> ValidateGeneration(const generation::NextGeneration& next,
                                 const settings::StoredSettings& wanted)
 {
+    const auto counters = settings::SharedCounters();
+    if (!counters) return counters.reason();
     Result<void> good = PortsAreFree(wanted);
     if (good) good = ServicesStandOnce(next);
     if (good) good = MapsAnswer(next);

@@ -7,7 +7,8 @@
 
 namespace host::save {
 
-/// Refuses a complete generation that the daemons would not accept: a port given to two services or
+/// Refuses a complete generation that the daemons would not accept: shared counters that cannot be
+/// called, a port given to two services or
 /// held by another program, an unknown parameter, a map that cannot be queried, or files that a
 /// daemon's own check rejects.
 Result<void> ValidateGeneration(const generation::NextGeneration& next,

@@ -37,7 +37,8 @@ Finding CheckMilter(const settings::StoredSettings& settings, const char* subjec
 /// As `CheckMilter` for the daemon `subject`, whose parent restarts it when it dies; also whether
 /// that has happened since its start.
 Finding CheckFilter(const settings::StoredSettings& settings, const char* subject);
-/// Whether memcached, which counts what senders send, answers at the socket `subject`.
+/// Whether memcached, which counts what senders send, answers at the socket `subject`, and the one
+/// that several machines share.
 Finding CheckCounters(const settings::StoredSettings& settings, const char* subject);
 /// Number and age of deferred messages.
 Finding CheckQueue(const settings::StoredSettings& settings, const char* subject);

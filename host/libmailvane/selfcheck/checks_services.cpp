@@ -7,7 +7,9 @@
 #include "host/libhaldcore/files.h"
 #include "host/libmailvane/daemons/daemon_process.h"
 #include "host/libmailvane/daemons/daemons.h"
+#include "host/libmailvane/names/socket_address.h"
 #include "host/libmailvane/selfcheck/checks.h"
+#include "host/libmailvane/settings/shared_counters.h"
 #include "host/libmailvane/system/line_client.h"
 #include "host/libmailvane/system/mail_queue.h"
 #include "platform/hlib/accounts.h"
@@ -89,10 +91,17 @@ Finding CheckFilter(const settings::StoredSettings& settings, const char* subjec
 
 Finding CheckCounters(const settings::StoredSettings& /*settings*/, const char* subject)
 {
-    system::LineClient client(subject);
-    const std::string answer = client.Ask("version").value_or("");
-    if (answer.compare(0, 8, "VERSION ") == 0) return {};
-    return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+    const auto tellsVersion = [](system::LineClient client) {
+        return client.Ask("version").value_or("").compare(0, 8, "VERSION ") == 0;
+    };
+    if (!tellsVersion(system::LineClient(subject))) {
+        return {CheckWord::kFailed, std::string(subject) + " does not answer"};
+    }
+    const auto shared = settings::SharedCounters();
+    if (!shared) return {CheckWord::kWarning, shared.reason().text};
+    const auto server = names::ParseSocketAddress(*shared);
+    if (!server || tellsVersion(system::LineClient(*server))) return {};
+    return {CheckWord::kWarning, *shared + " does not answer, this machine counts for itself"};
 }
 
 Finding CheckQueue(const settings::StoredSettings& /*settings*/, const char* /*subject*/)

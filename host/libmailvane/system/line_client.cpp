@@ -1,4 +1,4 @@
-// A client of a line protocol on this machine.
+// A client of a line protocol.
 #include "host/libmailvane/system/line_client.h"
 
 #include <arpa/inet.h>
@@ -64,6 +64,12 @@ LineClient::LineClient(const char* path) : socket_(socket(AF_UNIX, SOCK_STREAM |
         connect(socket_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name) < 0) {
         socket_.Close();
     }
+}
+
+LineClient::LineClient(const names::SocketAddress& server)
+    : socket_(socket(server.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    if (!SetPatience() || connect(socket_.get(), server.get(), server.size) < 0) socket_.Close();
 }
 
 bool LineClient::SetPatience()

@@ -1,14 +1,15 @@
-// A client of a line protocol on this machine.
+// A client of a line protocol.
 #pragma once
 
 #include <optional>
 #include <string>
 
 #include "host/libhaldcore/descriptor.h"
+#include "host/libmailvane/names/socket_address.h"
 
 namespace host::system {
 
-/// A connection to a server on this machine. Each step waits three seconds at most.
+/// A connection to a server. Each step waits three seconds at most.
 class LineClient {
 public:
     /// Connects from an address of this machine: to 127.0.0.1, or to ::1 from an IPv6 address.
@@ -16,6 +17,9 @@ public:
 
     /// Connects to a unix socket.
     explicit LineClient(const char* path);
+
+    /// Connects to a server of another machine, too.
+    explicit LineClient(const names::SocketAddress& server);
 
     /// Whether it is connected.
     bool connected() const { return static_cast<bool>(socket_); }

@@ -326,6 +326,36 @@ TEST_F(CollectorRuns, AMonthBecomesAFile)
     EXPECT_TRUE(fs::exists(host::maillog::MailLogFolder() + "/2010-01.db"));
 }
 
+TEST_F(CollectorRuns, EqualIdsOfTwoMachinesAreTwoMessages)
+{
+    const std::string day = "2026-11-22T04:16:18Z ";
+    const auto ofTwo = [&day](const std::string& text) {
+        return day + "mx2 postfix/" + text + "\n" + day + "mx3.a.test postfix/" + text + "\n";
+    };
+    Append(Message(1) + Line("smtpd[1]: 4jWf5tbbbbz2: client=x[203.0.113.1]"));
+    Collect();
+    Write("/etc/default/mailvane", "MAILVANE_MAIL_LOG=all\n");
+    char own[65] = "";
+    ASSERT_EQ(0, ::gethostname(own, sizeof own - 1));
+    log = host::maillog::CollectedLogPath();
+    Append(Message(1, "2026-11-20"));  // of before
+    for (const std::string id : {"4jWf5tbbbbz3", "3F2A01B7C2"}) {
+        Append(ofTwo("smtpd[1]: " + id + ": client=x[203.0.113.1]") +
+               ofTwo("qmgr[1]: " + id + ": from=<a@x.test>, size=9, nrcpt=1 (queue active)") +
+               ofTwo("lmtp[1]: " + id + ": to=<b@mv.test>, relay=l, delay=0, status=sent (ok)") +
+               ofTwo("qmgr[1]: " + id + ": removed"));
+    }
+    Append(day + own +
+           " postfix/qmgr[1]: 4jWf5tbbbbz2: from=<a@x.test>, size=1, nrcpt=1 (queue active)\n" +
+           day + "m/x postfix/qmgr[1]: 4jWf5tbbbbz2: removed\n");
+    Collect();
+    EXPECT_EQ(
+        "4jWf5tbbbbz1001|1\n4jWf5tbbbbz2|1\nmx2/3F2A01B7C2/20261122|1\nmx2/4jWf5tbbbbz3|1\n"
+        "mx3.a.test/3F2A01B7C2/20261122|1\nmx3.a.test/4jWf5tbbbbz3|1\n",
+        Ask("SELECT queue_id, count(*) FROM entry GROUP BY 1 ORDER BY 1"));
+    EXPECT_EQ("4jWf5tbbbbz2\n", Ask("SELECT queue_id FROM message"));
+}
+
 TEST_F(CollectorRuns, MessagesThatNeverEndAreForgotten)
 {
     Append(Line("smtpd[1]: 4jWf5tbbbbz77: client=x[203.0.113.1]", "2026-11-12"));

@@ -14,7 +14,7 @@ from mailvane.ctl.session import Session
 
 FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local",
          "--with-secrets", "--with-personal", "--prune", "--dry-run")
-VALUES = ("--sign", "--require-signature", "--from", "--secrets")
+VALUES = ("--sign", "--require-signature", "--from", "--secrets", "--overlay")
 
 
 def main(target: str, words: list[str]) -> int:
@@ -66,6 +66,7 @@ def _parse(target: str, words: list[str]) -> tuple[Session, str, list[str]]:
     session = Session(target, given.get("--as", ""), "--raw" in given,
                       given.get("--output", given.get("-o", "")), given.keys() & FLAGS)
     session.values = {name: given[name] for name in VALUES if name in given}
+    session.overlays = [value for name, value in options if name == "--overlay"]
     if not rest or {"-h", "--help"} & given.keys():
         rest = ["help", *rest[:1]]
     return session, rest[0], rest[1:]

@@ -1,5 +1,6 @@
-"""mailvanectl apply FILE [--dry-run] [--prune] [--secrets FILE] [--json]: puts a document in force, all
-of it or nothing. FILE, or the one of the secrets, may be - for standard input.
+"""mailvanectl apply FILE [--overlay FILE]... [--dry-run] [--prune] [--secrets FILE] [--json]: puts a
+document in force, all of it or nothing. One of the files may be - for standard input. What overlays
+say counts before what FILE says.
 
 What differs is rendered, judged by the daemons and put in force together, as one save: each service
 that it touches restarts once, and when a step fails everything is as before. A document that changes
@@ -17,7 +18,7 @@ from mailvane.common.errors import Usage
 from mailvane.ctl import answers, document, upkeep
 from mailvane.ctl.session import Session
 
-OPTIONS = {"--dry-run", "--prune", "--secrets", "--json"}
+OPTIONS = {"--dry-run", "--overlay", "--prune", "--secrets", "--json"}
 
 
 def run(session: Session, words: list[str]) -> int:

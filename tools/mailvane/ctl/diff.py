@@ -1,5 +1,5 @@
-"""mailvanectl diff FILE [--prune] [--secrets FILE] [--json]: what a document would change, in words
-and as a unified diff. FILE may be - for standard input.
+"""mailvanectl diff FILE [--overlay FILE]... [--prune] [--secrets FILE] [--json]: what a document would
+change, in words and as a unified diff. FILE may be - for standard input.
 mailvanectl diff ONE OTHER [--json]: what lies between two; each is a document or the number of a
 generation, as `mailvanectl history` lists them. Sections that only one of them has are named, and are
 no difference. ONE alone, as a number: what lies between the generation in force and that one.
@@ -12,7 +12,7 @@ from mailvane.common.errors import Refused, Usage
 from mailvane.ctl import answers, document, generations, upkeep
 from mailvane.ctl.session import Session
 
-OPTIONS = {"--prune", "--secrets", "--json"}
+OPTIONS = {"--overlay", "--prune", "--secrets", "--json"}
 
 SAME, DIFFERS, UNUSABLE = 0, 1, 2
 

@@ -23,22 +23,24 @@ STARTING = ("start", "stop", "restart")
 
 
 def carry(session: Session, verb: str, path: str) -> dict[str, Any]:
-    """Has the tool compare, rehearse or apply a document; returns what that changes."""
+    """Has the tool compare, rehearse or apply a document, with the overlays that are given; returns
+    what that changes."""
+    files = [path, *session.overlays]
     words = ["--prune"] if "--prune" in session.flags else []
     with restore.staging() as folder:
         secrets = session.values.get("--secrets")
         if secrets:
             words.append("--secrets=" + _copied(secrets, folder, "secrets"))
-        document = _copied(path, folder, "document")
-        outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, verb, *words, folder, document))
-    _check(session, outcome, [path])
+        copies = [_copied(file, folder, "document%d" % number) for number, file in enumerate(files)]
+        outcome = json.loads(upkeep.run_tool(paths.DOCUMENT_TOOL, verb, *words, folder, *copies))
+    _check(session, outcome, files)
     return outcome
 
 
 def between(session: Session, sides: list[str]) -> dict[str, Any]:
     """Has the tool compare two documents or generations."""
-    if {"--prune", "--secrets"} & (session.flags | session.values.keys()):
-        raise Usage("--prune and --secrets are about a document and what is stored")
+    if session.overlays or {"--prune", "--secrets"} & (session.flags | session.values.keys()):
+        raise Usage("--overlay, --prune and --secrets are about a document and what is stored")
     with restore.staging() as folder:
         words = [side if generations.is_number(side) else _copied(side, folder, str(place) + ".yaml")
                  for place, side in enumerate(sides)]
@@ -47,10 +49,10 @@ def between(session: Session, sides: list[str]) -> dict[str, Any]:
     return outcome
 
 
-def _check(session: Session, outcome: dict[str, Any], sides: list[str]) -> None:
+def _check(session: Session, outcome: dict[str, Any], files: list[str]) -> None:
     if outcome["faults"]:
         raise Refused("the document cannot be used, and nothing has changed", [
-            _told(session, sides[fault.get("side", 0)], fault) for fault in outcome["faults"]])
+            _told(session, files[fault["file"]], fault) for fault in outcome["faults"]])
 
 
 def _copied(path: str, folder: str, name: str) -> str:

@@ -32,9 +32,9 @@ SUBCOMMANDS = {
                 "puts the state in an archive in force"),
     "export": ("mailvane.ctl.export", "[FILE] [--with-secrets] [--with-personal]",
                "writes settings and lists as one document"),
-    "diff": ("mailvane.ctl.diff", "FILE [--prune] [--json] | ONE OTHER",
+    "diff": ("mailvane.ctl.diff", "FILE [--overlay FILE]… [--prune] [--json] | ONE OTHER",
              "what a document would change, or what lies between two"),
-    "apply": ("mailvane.ctl.apply", "FILE [--dry-run] [--prune] [--secrets FILE]",
+    "apply": ("mailvane.ctl.apply", "FILE [--overlay FILE]… [--dry-run] [--prune] [--secrets FILE]",
               "puts a document in force"),
     "generations": ("mailvane.ctl.generations", "[--json]",
                     "the states of the settings that are kept"),
@@ -71,6 +71,7 @@ class Session(Requests):
         self.raw = raw
         self.output = output
         self.values: dict[str, str] = {}  # of options that take one, by their names
+        self.overlays: list[str] = []  # files to be laid over a document, in order
         self._version = target + "/share/mailvane/version"
         self._settings = target + "/share/mailvane/settings.json"
 
