@@ -185,5 +185,5 @@ def done_by(request, response):
     if parts.path not in harness.CONTRACTS or response["status"] != 200 or contract.REASONS.lower() in map(
             str.lower, response["headers"]):
         return set()
-    body = request.get("postData", "").encode()
+    body = request.get("postData", "{}").encode()
     return {contract.action_of("%s?%s" % (parts.path, parts.query), request["headers"], body)[1]}
