@@ -175,10 +175,10 @@ class Settings(Console):
         browser.wait(".notice", "Saved and in force.")
 
     @staticmethod
-    def changing():
+    def changing(program="mailvane.cgi"):
         """Processes of requests that want to change something."""
         found = []
-        for number in harness.run("pgrep", "-x", "mailvane.cgi", check=False).split():
+        for number in harness.run("pgrep", "-x", program, check=False).split():
             with contextlib.suppress(OSError):
                 if b"REQUEST_METHOD=POST" in Path("/proc", number, "environ").read_bytes():
                     found.append(number)
@@ -203,6 +203,8 @@ class Settings(Console):
         browser.wait(".code", "v=DKIM1")
         self.assertEqual(browser.find(".code")[0].text,
                          "v=DKIM1; k=rsa; p=" + read("load_security").json()["dkim_public_key"])
+        browser.go("keys")
+        self.assertEqual([one.text for one in browser.find("td code")][:1], [harness.ask("dkim_list")["pairs"][0]["key"]])
 
 
 class Log(Console):

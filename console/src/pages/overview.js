@@ -8,6 +8,7 @@ import { classes, html, useMemo, useState } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
 import { Chart } from "../parts/chart.js";
 import { Shown } from "../parts/loading.js";
+import { MailTest } from "../parts/mail_test.js";
 import { Page } from "../parts/page.js";
 import { STATUS } from "./mail_log.js";
 import { QueueCard } from "./queue.js";
@@ -22,6 +23,7 @@ export const Overview = () => html`
         <${Traffic} />
         <${QueueCard} />
         <${Bounced} />
+        <${MailTest} />
     <//>`;
 
 function Verdict() {

@@ -10,6 +10,7 @@ import { checkInBackground } from "../lib/self_check.js";
 import { Boundary } from "./boundary.js";
 import { IdleWarning } from "./idle_warning.js";
 import { Navigation } from "./navigation.js";
+import { Palette } from "./palette.js";
 import { SignInAgain } from "./sign_in.js";
 
 export function Console() {
@@ -28,6 +29,7 @@ export function Console() {
             </main>
         </div>
         ${state === "locked" && html`<${SignInAgain} />`}
+        <${Palette} />
         <${IdleWarning} />`;
 }
 
