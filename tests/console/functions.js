@@ -1,12 +1,15 @@
 // The console's functions that only compute, tried in the browser. `run` returns what went wrong.
+import api from "made-api";
 import { difference, membersIn } from "../../console/src/lib/alias_members.js";
+import { factsOf, firstOf } from "../../console/src/lib/certificate.js";
 import { line } from "../../console/src/lib/csv.js";
 import { bodyOf, fault, missingFor, overtaken, remaining, typed } from "../../console/src/lib/fields.js";
 import { FORMATS } from "../../console/src/lib/formats.js";
-import { check, goodLines } from "../../console/src/lib/list_text.js";
+import { check, countNew, goodLines } from "../../console/src/lib/list_text.js";
 import { bodyFor, bodyToRemove, changed, emptyEntry, faultsOf, reasonsByMember, shownMembers } from
     "../../console/src/lib/lists.js";
 import { criteria, pageOf, query } from "../../console/src/lib/log_query.js";
+import { search } from "../../console/src/lib/palette.js";
 import { link, parse } from "../../console/src/lib/router.js";
 import { beginnings } from "../../console/src/lib/traffic.js";
 import { zoneLine } from "../../console/src/lib/zone.js";
@@ -69,6 +72,19 @@ const FILES = [
         ["given_twice", "no_name", "no_address", "no_entry"]],
 ];
 
+// For mx.a.test, imap.a.test and an address.
+const CERTIFICATE = "-----BEGIN CERTIFICATE-----\n" + [
+    "MIIBmTCCAT6gAwIBAgIUHiAhk7GmyEqhNtkLWB3CY7UfxzAwCgYIKoZIzj0EAwIwDDEKMAgGA1UEAwwBYTAgFw0yNjExMjIxOTQ0",
+    "MTFaGA8yMDgxMDgyNTE5NDQxMVowDDEKMAgGA1UEAwwBYTBZMBMGByqGSM49AgEGCCqGSM49AwEHA0IABP3gT9yBcezqjOgOCg1a",
+    "p9waeGX+t+/oFj+rXb4f2O//E37taYleL02BO3hZm5aBavNqBT8ofZ7b0FAtrDNzQcejfDB6MB0GA1UdDgQWBBSlWdCxzWMqb0De",
+    "bOVn/E4QOojpvzAfBgNVHSMEGDAWgBSlWdCxzWMqb0DebOVn/E4QOojpvzAPBgNVHRMBAf8EBTADAQH/MCcGA1UdEQQgMB6CCW14",
+    "LmEudGVzdIILaW1hcC5hLnRlc3SHBMAAAgEwCgYIKoZIzj0EAwIDSQAwRgIhAJuj2zoc8kHBjVbJUNa/opqeHLRUzbNMEUSUxN4s",
+    "X3+SAiEA8zpqGg00UArdwOhdg1ru9giD96+CJVBzaKD1jVf8O4Y=",
+].join("\n") + "\n-----END CERTIFICATE-----\n";
+
+const ENTRIES = [["Switch", "of the port", ""], ["Port of SMTP", "", "smtp_port"], ["POP3", "its port is 110", ""]].map(
+    ([title, help, field]) => ({ title, help, field, place: "", route: "" }));
+
 /** What each case gives, and what it should. @returns {[string, unknown, unknown][]} */
 const cases = () => [
     ...Object.entries(TEXTS).flatMap(([format, [good, bad]]) => [
@@ -76,8 +92,13 @@ const cases = () => [
         ...bad.map((text) => [`${format} refuses ${text}`, FORMATS[format](text), false]),
     ]),
     ...FILES.map(([form, entry, text, bad]) => [`a file of ${form}`,
-        check(form, entry, text.replace("\ufeff", "")).bad.map(({ code }) => code), bad]),
-    ["good lines", goodLines(check("access", { type: 0 }, "a@b OK\nx\nc@d OK")), "a@b OK\n\nc@d OK"],
+        check(form, entry, text.replace("\ufeff", ""), api.lists[form]).bad.map(({ code }) => code), bad]),
+    ["good lines", goodLines(check("access", { type: 0 }, "a@b OK\nx\nc@d OK", api.lists.access)), "a@b OK\n\nc@d OK"],
+    ["what is new in a file", [
+        ["access", { type: 0 }, "a@b OK\nC@D OK\ne@f OK", [{ name: "c@d" }]],
+        ["black_white", {}, "a@b\nrecipient a@b\n1.2.3.4\nx", [{ type: 0, name: "a@b" }, { type: 2, name: "1.2.3.4" }]],
+        ["aliases", {}, "a: b,\n c\nd:\n e", [{ alias_name: "A" }]],
+    ].map(([form, entry, text, rows]) => countNew(form, check(form, entry, text, api.lists[form]), rows)), [2, 2, 1]],
     ["a new entry", emptyEntry(list, { type: 2 }), { type: 2, kind: 3, name: "", to: "" }],
     ["a kind that is found out", changed(list, { type: 0, kind: 0 }, "name", ".b").kind, 2],
     ["a kind that does not suit", changed(list, { type: 0, kind: 0 }, "name", "::1").kind, 0],
@@ -108,6 +129,11 @@ const cases = () => [
     ["a body", bodyOf({ required: ["a", "b"] }, { a: 1, b: 2, c: 3 }, { b: 4, d: 5 }), { a: 1, b: 4, d: 5 }],
     ["a name of a pattern", ["a", "A", ""].map((text) => fault({ type: "string", pattern: "^[a-z]+$" }, text)),
         ["", "bad_format", "bad_format"]],
+    ["what a palette finds", ["port", "POP 110", "smtp_p", "nothing", ""].map((text) => search(ENTRIES, text).map(({ title }) => title)),
+        [["Port of SMTP", "Switch", "POP3"], ["POP3"], ["Port of SMTP"], [], ["Switch", "Port of SMTP", "POP3"]]],
+    ["a certificate", factsOf(firstOf(CERTIFICATE)),
+        { names: ["mx.a.test", "imap.a.test"], begins: "2026-11-22T19:44:11.000Z", ends: "2081-08-25T19:44:11.000Z" }],
+    ["no certificate", [firstOf("x"), firstOf(CERTIFICATE.replace("MI", "*")), factsOf(new Uint8Array([48, 130, 1]))], [null, null, null]],
     ["a record", zoneLine({ name: "a.b", type: "MX", value: "10 c." }), "a.b. IN MX 10 c."],
     ["a long text", zoneLine({ name: "a", type: "TXT", value: `"${"x".repeat(254)}y` }),
         `a. IN TXT "\\"${"x".repeat(254)}" "y"`],

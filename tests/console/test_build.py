@@ -15,6 +15,7 @@ sys.path.insert(0, str(TOP / "console/make"))
 import build
 
 SOURCES = sorted((TOP / "console/src").rglob("*.js"))
+VERBS = ("add", "edit", "delete", "import", "export")  # of lists
 # What takes a text for markup, or for a program.
 SINKS = re.compile(r"innerHTML|outerHTML|insertAdjacentHTML|document\.write|srcdoc|DOMParser|"
                    r"createContextualFragment|\beval\b(?!:)|new Function|style=\"")
@@ -54,6 +55,24 @@ class Console(unittest.TestCase):
     def test_has_no_way_for_markup(self):
         for path in SOURCES:
             self.assertIsNone(SINKS.search(path.read_text(encoding="utf-8")), path)
+
+
+class Requests(unittest.TestCase):
+    """What the pages ask for: by their descriptions, and by name."""
+
+    def test_all_can_be_done_and_each_change_is_asked_for_in_one_place(self):
+        about = build.describe.description(str(TOP / "docs"))
+        described = {page[member] for page in about["pages"].values() for member in ("load", "save")}
+        for one in about["lists"].values():
+            described |= {one["load"], one.get("apply")} | {one[verb]["action"] for verb in VERBS if verb in one}
+        sources = {path: set(re.findall(r"""["'](\w+)["']""", path.read_text(encoding="utf-8")))
+                   for path in SOURCES if path.stem != "transport"}
+        for name, action in about["actions"].items():
+            places = [path.name for path, words in sources.items() if name in words]
+            with self.subTest(name):
+                self.assertTrue(places or name in described)
+                if {"kind", "proof"} & action.keys():
+                    self.assertLessEqual(len(places), 1, places)
 
 
 if __name__ == "__main__":

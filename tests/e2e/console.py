@@ -52,6 +52,16 @@ class Console(harness.Story):
                       if not any(part in line for part in self.expected_log)]
         self.assertEqual(unexpected, [])
 
+    @staticmethod
+    def changing(program="mailvane.cgi"):
+        """Processes of requests that want to change something."""
+        found = []
+        for number in harness.run("pgrep", "-x", program, check=False).split():
+            with contextlib.suppress(OSError):
+                if b"REQUEST_METHOD=POST" in Path("/proc", number, "environ").read_bytes():
+                    found.append(number)
+        return found
+
     def put_back(self, load, save, **given):
         """What a page of settings has now comes back after the test."""
         page = harness.read(load).json()

@@ -209,6 +209,7 @@ class Files(Lists):
     def test_bad_lines_are_told_before_the_file_is_sent(self):
         said = self.import_file("access", "# old\none@example.org OK\ntwo@example.org MAYBE\n192.0.2.1 OK\n")
         self.assertEqual(said, "1 good line, 2 bad lines")
+        self.browser.wait("dialog [role=status] p", "New: 1. There already: 0.")
         told = self.browser.wait("dialog .bad-lines").text
         self.assertIn("Line 3 two@example.org MAYBE", told)
         self.assertIn("Line 4 192.0.2.1 OK", told)

@@ -1,5 +1,4 @@
 """The console in a browser, on the real server."""
-import contextlib
 import fcntl
 import gzip
 import os
@@ -153,16 +152,6 @@ class Settings(Console):
         wait_for(lambda: harness.settings()["smtp_hostname"] == "cut.test", "the save")
         browser.connect(True)
         browser.wait(".notice", "Saved and in force.")
-
-    @staticmethod
-    def changing():
-        """Processes of requests that want to change something."""
-        found = []
-        for number in harness.run("pgrep", "-x", "mailvane.cgi", check=False).split():
-            with contextlib.suppress(OSError):
-                if b"REQUEST_METHOD=POST" in Path("/proc", number, "environ").read_bytes():
-                    found.append(number)
-        return found
 
     def test_changes_keep_the_page(self):
         browser = self.browser

@@ -1,5 +1,6 @@
 """The pages of the console about mail that waits or is kept, users, names, certificates and history, in
 one browser on the real server."""
+import fcntl
 import os
 import pwd
 import smtplib
@@ -219,6 +220,27 @@ class Certificates(Upkeep):
         self.agree("Remove")
         browser.wait(".end.done")
         self.assertIs(ask("tls_show")["installed"], False)
+
+    def test_a_lost_answer_ends_in_the_truth(self):
+        browser = self.browser
+        self.addCleanup(browser.connect, True)
+        browser.go("certificate")
+        pair = make("cut", DOMAIN)
+        browser.connect(False)
+        self.install(pair)
+        browser.wait(".end.lost")
+        browser.connect(True)
+        browser.wait(".end.unsaved", "The change was not made")
+        with open(harness.ETC + "/lock", "rb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.install(pair)
+            browser.wait("dialog dd", DOMAIN)  # whom it is for, before it is sent
+            wait_for(lambda: self.changing("upkeep.cgi"), "the request")
+            browser.connect(False)
+        wait_for(lambda: ask("tls_show")["installed"], "the certificate")
+        browser.connect(True)
+        browser.wait(".end.done", "The certificate is in force.")
+        ask("tls_remove", {})
 
 
 class Changes(Upkeep):

@@ -2,9 +2,9 @@
 import { Store } from "./store.js";
 
 /** `content` are elements below the text; `word` has to be typed before the action can be chosen;
- *  `other` is a second action, which answers "other".
+ *  `other` is a second action, which answers "other"; `leave` the button that answers nothing.
  *  @typedef {{title: string, text?: string, content?: any, action: string, danger?: boolean,
- *             word?: string, other?: string}} Question */
+ *             word?: string, other?: string, leave?: string}} Question */
 
 /** @typedef {"action" | "other" | ""} Choice */
 

@@ -12,6 +12,7 @@ import { bodyFor, bodyToRemove, keyOf, partsOf } from "./lists.js";
  *  @typedef {{rows: Row[], total: number, counts?: number[]}} Loaded */
 
 const MOST = 1000;  // rows of a request that looks for one
+const LOOKED_AT = 20_000;  // rows that are compared with a file
 
 /** Stored, but not brought in force. */
 export class NotInForce extends Error {
@@ -79,6 +80,31 @@ export async function findRow(list, row) {
         const found = rows.find((one) => isSame(list, one, row));
         if (found || !list.paged || start + MOST >= total) return found;
     }
+}
+
+/** All rows that an import with these members may meet; undefined where there are too many to look at.
+ *  @param {ListAbout} list @param {Row} entry @param {AbortSignal} signal @returns {Promise<Row[] | undefined>} */
+export async function rowsBeside(list, entry, signal) {
+    const tab = Math.max(0, tabsOf(list).findIndex(([value]) => value === entry[list.tabs?.member ?? ""]));
+    const found = [];
+    for (let start = 0; start < LOOKED_AT; start += MOST) {
+        const { rows, total } = await loadRows(list, { start, limit: MOST, query: "", tab }, signal);
+        found.push(...rows);
+        if (start + MOST >= total) {
+            return found.filter((row) => Object.values(list.import?.from ?? {}).every((member) => row[member] === entry[member]));
+        }
+    }
+    return undefined;
+}
+
+/** What a change would overwrite without its author having seen it: the row as somebody else has left it, null
+ *  when it is gone; undefined when there is nothing of the kind.
+ *  @param {ListAbout} list @param {Row} entry @param {Row} [old] the row as it was loaded; none for a new entry
+ *  @returns {Promise<Row | null | undefined>} */
+export async function unseen(list, entry, old) {
+    if (!old) return list.add?.action === list.edit?.action ? findRow(list, entry) : undefined;  // else it is refused
+    const now = await findRow(list, old);
+    return now && list.columns.every((member) => now[member] === old[member]) ? undefined : now ?? null;
 }
 
 /** Whether two rows have the same key, in any case of letters.

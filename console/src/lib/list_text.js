@@ -2,12 +2,13 @@
 // (host/libmailvane/names/list_text.cpp and the parsers of each list).
 import { FORMATS, isLocalPart, kindOf } from "./formats.js";
 
+const [SUBDOMAINS, IP] = [2, 3];  // kinds of names; from the latter on, they are those of clients
 const NOT_TEXT = /[\x00-\x08\x0a-\x1f\x7f]/;
 
 /** @typedef {{number: number, text: string, code: string}} BadLine */
 
-/** `lines` are those of the file, in their order.
- *  @typedef {{good: number, bad: BadLine[], lines: string[]}} Checked */
+/** `lines` are those of the file, in their order; `names` tell the good entries from one another.
+ *  @typedef {{good: number, bad: BadLine[], lines: string[], names: Set<string>}} Checked */
 
 /** Takes a line and returns the code of what is wrong with it; "" when nothing is.
  *  @typedef {(line: string) => string} Check */
@@ -23,20 +24,30 @@ export function textOf(bytes) {
 }
 
 /** @param {string} form of the lines @param {Record<string, any>} entry what is known of all of them
- *  @param {string} text @returns {Checked} */
-export function check(form, entry, text) {
-    const judge = CHECKS[form](entry);
+ *  @param {string} text @param {ListAbout} list that takes the file @returns {Checked} */
+export function check(form, entry, text, list) {
+    const judge = CHECKS[form](entry, list);
     const lines = text.split(/\r\n|\r|\n/);
     /** @type {Checked} */
-    const found = { good: 0, bad: [], lines };
+    const found = { good: 0, bad: [], lines, names: new Set() };
     lines.forEach((whole, index) => {
         const line = whole.trim();
         if (!line || line.startsWith("#")) return;
-        const code = NOT_TEXT.test(line) ? "not_text" : judge(line.replaceAll("\t", " "));
-        if (code) found.bad.push({ number: index + 1, text: line, code });
-        else found.good += 1;
+        const blank = line.replaceAll("\t", " ");
+        const code = NOT_TEXT.test(line) ? "not_text" : judge(blank);
+        if (code) return void found.bad.push({ number: index + 1, text: line, code });
+        found.good += 1;
+        const name = NAMES[form]?.ofLine(blank);
+        if (name) found.names.add(name.toLowerCase());
     });
     return found;
+}
+
+/** How many entries of a file a list does not have yet.
+ *  @param {string} form of the lines @param {Checked} checked @param {Record<string, any>[]} rows of the list */
+export function countNew(form, { names }, rows) {
+    const there = new Set(rows.map((row) => String(NAMES[form].ofRow(row)).toLowerCase()));
+    return [...names].filter((name) => !there.has(name)).length;
 }
 
 /** The lines that are good. The bad ones become empty, so that the others keep their numbers.
@@ -53,17 +64,20 @@ function halves(line) {
     return [first, rest];
 }
 
-const CLIENTS = 2;
-const [IP, NETWORK] = [3, 4];
+/** Whether a name is of a kind that a list does not take, by its number among those of the page.
+ *  @param {ListAbout} list @param {number} type @param {string} name */
+function isOfWrongKind({ key, fields }, type, name) {
+    const { type: taken } = key.map((member) => fields[member].suits).find(Boolean) ?? {};
+    return taken !== undefined && !taken[type].includes(kindOf(name));
+}
 
-/** @param {{type?: number}} entry @returns {Check} */
-const ofAccess = ({ type = 0 }) => (line) => {
+/** @param {{type?: number}} entry @param {ListAbout} list @returns {Check} */
+const ofAccess = ({ type = 0 }, list) => (line) => {
     const [name, permission] = halves(line);
     if (!permission) return "no_entry";
     if (!["OK", "REJECT", "DISCARD"].includes(permission)) return "no_choice";
     if (!FORMATS["list-name"](name)) return "no_name";
-    const isOfClients = kindOf(name) >= IP, isAddress = kindOf(name) === 0;
-    return (type === CLIENTS ? isAddress : isOfClients) ? "wrong_kind" : "";
+    return isOfWrongKind(list, type, name) ? "wrong_kind" : "";
 };
 
 /** @returns {Check} */
@@ -73,16 +87,16 @@ const ofCopies = () => (line) => {
     return FORMATS["copy-name"](name) && FORMATS["copy-target"](target) ? "" : "no_address";
 };
 
+/** The words of files for the lists, by their numbers. */
 const LISTS = ["sender", "recipient", "client"];
 
-/** @returns {Check} */
-const ofBlackWhite = () => (line) => {
+/** @param {unknown} _ @param {ListAbout} list @returns {Check} */
+const ofBlackWhite = (_, list) => (line) => {
     const [first, rest] = halves(line);
     if (LISTS.includes(first) !== Boolean(rest)) return "no_entry";
     const name = rest || first;
     if (!FORMATS["list-name"](name)) return "no_name";
-    const isOfClients = [IP, NETWORK].includes(kindOf(name));
-    return rest && isOfClients !== (first === LISTS[CLIENTS]) ? "wrong_kind" : "";
+    return rest && isOfWrongKind(list, LISTS.indexOf(first), name) ? "wrong_kind" : "";
 };
 
 /** What may follow the name of a rule, where that is not free.
@@ -136,5 +150,24 @@ function faultOfMember(member) {
 /** @param {string} name */
 const isGroup = (name) => name !== "" && !/[<>,:"]/.test(name) && new TextEncoder().encode(name).length <= 256;
 
-/** @type {Record<string, (entry: Record<string, any>) => Check>} */
+/** @type {Record<string, (entry: Record<string, any>, list: ListAbout) => Check>} */
 const CHECKS = { access: ofAccess, copies: ofCopies, black_white: ofBlackWhite, rules: ofRules, aliases: ofAliases };
+
+/** A name as files have it: that of subdomains begins with a dot.
+ *  @param {Record<string, any>} row */
+const withDot = ({ name_type: kind, name }) => (kind === SUBDOMAINS ? name.replace(/^\.?/, ".") : name);
+
+/** What names an entry, in a line and in a row. Entries that have no list in their line are of that of their kind.
+ *  @type {Record<string, {ofLine: (line: string) => string, ofRow: (row: Record<string, any>) => string}>} */
+const NAMES = {
+    access: { ofLine: (line) => halves(line)[0], ofRow: withDot },
+    copies: { ofLine: (line) => halves(line)[0], ofRow: ({ name }) => name },
+    aliases: { ofLine: (line) => (line.includes(":") ? line.slice(0, line.indexOf(":")).trim() : ""), ofRow: ({ alias_name: name }) => name },
+    black_white: {
+        ofLine: (line) => {
+            const [first, rest] = halves(line);
+            return rest ? `${LISTS.indexOf(first)} ${rest}` : `${kindOf(first) < IP ? 0 : LISTS.length - 1} ${first}`;
+        },
+        ofRow: (row) => `${row.type} ${withDot(row)}`,
+    },
+};

@@ -30,8 +30,19 @@ export function useAlias(stored) {
         setDraft(null);
     }
 
+    /** The members that there are with the changes, where these are there before them.
+     *  @param {Member[]} now */
+    const onto = (now) => [...without(now, changes.removed), ...without(changes.added, now)];
+
+    /** Shows what is stored now; the changes stay.
+     *  @param {Member[]} now */
+    async function look(now) {
+        setDraft(onto(now));
+        await loaded.reload();
+    }
+
     return {
-        stored, loaded, name, setName, before, members, changes, count, discard,
+        onto, look, stored, loaded, name, setName, before, members, changes, count, discard,
         stateOf: (/** @type {Member} */ member) => states[keyOfMember(member)],
         has: (/** @type {Member} */ member) => members.some((one) => keyOfMember(one) === keyOfMember(member)),
         add: (/** @type {Member[]} */ more) => setDraft([...members, ...without(more, members)]),

@@ -1,23 +1,21 @@
 // A page of settings: what is stored, what is changed, and how a save goes.
 import api from "made-api";
-import { call, pause } from "./call.js";
-import { Failure, reasonsOf } from "./failure.js";
+import { call } from "./call.js";
+import { reasonsOf } from "./failure.js";
 import { bodyOf, fault, overtaken, remaining } from "./fields.js";
 import { useGuard } from "./guard.js";
+import { isUncertain, reach, useLifetime } from "./reach.js";
 import { useCallback, useState } from "./ui.js";
 import { useLoad } from "./use_load.js";
 
 /** @typedef {import("./fields.js").Values} Values */
 
 /** How the last save ended. stored: the wanted changes that are stored all the same.
- *  @typedef {{kind: "saved" | "failed" | "partly" | "unknown", failure?: unknown, stored?: string[],
+ *  @typedef {{kind: "saved" | "failed" | "partly", failure?: unknown, stored?: string[],
  *             answer?: any}} Outcome */
 
 /** Asked before a save: what to do about settings that somebody else has changed meanwhile.
- *  @typedef {(names: string[], now: Values) => Promise<"mine" | "theirs" | "">} Arbiter */
-
-const TRIES = 45;   // to reach a server that has gone away during a save
-const BETWEEN = 2000;  // ms
+ *  @typedef {(names: string[], now: Values) => Promise<import("../parts/overtaken.js").Verdict>} Arbiter */
 
 /** @param {string} name of the page
  *  @param {{arbiter: Arbiter, before: (draft: Values) => Promise<boolean>}} asks
@@ -32,6 +30,8 @@ export function useSettings(name, asks, given = {}) {
     const [errors, setErrors] = useState(/** @type {Record<string, string>} */ ({}));
     const [outcome, setOutcome] = useState(/** @type {Outcome | null} */ (null));
     const [savingSince, setSavingSince] = useState(0);
+    const [isLost, setLost] = useState(false);
+    const lifetime = useLifetime();
     const current = stored ?? loaded.data;
     useGuard(Object.keys(draft).length > 0);
 
@@ -91,16 +91,18 @@ export function useSettings(name, asks, given = {}) {
         }
     }
 
-    /** After a failure: says what is stored now.
+    /** After a failure: says what is stored now. Where nobody answers, it asks until somebody does.
      *  @param {Values} wanted @param {unknown} failure */
     async function findOut(wanted, failure) {
-        const uncertain = failure instanceof Failure && failure.uncertain;
-        const now = await (uncertain ? reach(load) : load().catch(() => undefined));
+        const uncertain = isUncertain(failure);
+        setLost(uncertain);
+        const now = await (uncertain ? reach(load, lifetime) : load().catch(() => undefined));
+        setLost(false);
         const told = Object.fromEntries(reasonsOf(failure).filter(({ setting }) => setting).map(
             ({ setting, code }) => [/** @type {string} */ (setting), code]));
         setErrors(told);
         if (!now) {
-            setOutcome({ kind: uncertain ? "unknown" : "failed", failure });
+            setOutcome({ kind: "failed", failure });
             return [];
         }
         const left = remaining(wanted, now, about.fields);
@@ -111,7 +113,7 @@ export function useSettings(name, asks, given = {}) {
         return Object.keys(told).filter((member) => member in about.fields);
     }
 
-    return { about, loaded, stored: current, draft, errors, outcome, savingSince, change, discard, save,
+    return { about, loaded, stored: current, draft, errors, outcome, savingSince, isLost, change, discard, save,
         reload: async () => settle(await load(), draft) };
 }
 
@@ -135,17 +137,3 @@ const without = (values, names) =>
 /** @param {PageAbout} about @param {Values} draft */
 const faults = (about, draft) => Object.fromEntries(Object.entries(draft)
     .map(([name, value]) => [name, fault(about.fields[name], value)]).filter(([, code]) => code));
-
-/** What is stored, once the server answers again; undefined when it stays away.
- *  @param {() => Promise<Values>} load @returns {Promise<Values | undefined>} */
-export async function reach(load) {
-    for (let turn = 0; turn < TRIES; turn++) {
-        try {
-            return await load();
-        } catch (failure) {
-            if (!(failure instanceof Failure && failure.uncertain)) return undefined;
-            await pause(BETWEEN);
-        }
-    }
-    return undefined;
-}

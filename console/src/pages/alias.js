@@ -6,6 +6,7 @@ import { confirm } from "../lib/dialogs.js";
 import { reasonsOf } from "../lib/failure.js";
 import { fault } from "../lib/fields.js";
 import { FORMATS } from "../lib/formats.js";
+import { useKey } from "../lib/keys.js";
 import { words } from "../lib/lists.js";
 import { notify } from "../lib/notices.js";
 import { go, restate, route } from "../lib/router.js";
@@ -17,6 +18,7 @@ import { Candidates } from "../parts/candidates.js";
 import { FormField, idOf } from "../parts/field.js";
 import { Shown } from "../parts/loading.js";
 import { Member } from "../parts/member.js";
+import { askOvertaken } from "../parts/overtaken.js";
 import { Page } from "../parts/page.js";
 import { Problem } from "../parts/problem.js";
 
@@ -37,9 +39,7 @@ function Editor({ stored }) {
     const [error, setError] = useState("");
     const [busy, setBusy] = useState(false);
 
-    /** @param {Event} event */
-    async function submit(event) {
-        event.preventDefault();
+    async function save() {
         const wrong = alias.name ? fault(NAME, alias.name) : "empty";
         setError(wrong);
         if (wrong) document.getElementById(idOf("alias_name"))?.focus();
@@ -48,7 +48,7 @@ function Editor({ stored }) {
         setBusy(true);
         setFailure(null);
         try {
-            if (await agreed(alias)) await store(alias);
+            await store(alias);
         } catch (fault) {
             setError(reasonsOf(fault).find(({ setting }) => setting === "aliasname")?.code ?? "");
             setFailure(fault);
@@ -56,6 +56,12 @@ function Editor({ stored }) {
         setBusy(false);
     }
 
+    useKey("s", save);
+    /** @param {Event} event */
+    const submit = (event) => {
+        event.preventDefault();
+        save();
+    };
     return html`
         <${Page} title=${stored ? t("aliases/edit", { name: stored }) : t("aliases/new")}
             actions=${html`<a href="#/aliases">${t("aliases/all")}</a>`}>
@@ -78,34 +84,50 @@ function Editor({ stored }) {
 }
 
 /** Shows what a save changes, and what somebody else has changed since the page was loaded.
- *  @param {AliasState} alias */
-async function agreed({ stored, name, before, changes }) {
-    const now = stored ? await loadMembers(stored) : [];
+ *  @param {AliasState} alias @param {MemberInfo[]} now @param {boolean} isGone
+ *  @returns {Promise<"mine" | "theirs" | "look" | "">} */
+async function agreed({ stored, name, before, changes }, now, isGone) {
     const others = difference(before, now);
-    return confirm({
-        title: t("aliases/sure"), action: t("form/save"),
-        content: html`
-            ${stored && name !== stored && html`<p>${t("aliases/renamed", { before: stored, name })}</p>`}
-            <${Listed} title="aliases/added" members=${changes.added} />
-            <${Listed} title="aliases/removed" members=${changes.removed} />
-            <${Listed} title="aliases/others_added" members=${others.added} />
-            <${Listed} title="aliases/others_removed" members=${others.removed} />`,
-    });
+    const own = html`
+        ${stored && name !== stored && html`<p>${t("aliases/renamed", { before: stored, name })}</p>`}
+        <${Listed} title="aliases/added" members=${changes.added} />
+        <${Listed} title="aliases/removed" members=${changes.removed} />`;
+    if (!others.added.length && !others.removed.length) {
+        return (await confirm({ title: t("aliases/sure"), action: t("form/save"), content: own })) ? "mine" : "";
+    }
+    return (await askOvertaken(t(isGone ? "aliases/gone" : "aliases/overtaken"), html`${own}
+        ${!isGone && html`<${Listed} title="aliases/others_added" members=${others.added} />
+            <${Listed} title="aliases/others_removed" members=${others.removed} />`}`)) || "look";
 }
 
 /** @param {{title: string, members: MemberInfo[]}} props */
 const Listed = ({ title, members }) => members.length > 0 && html`
     <p><b>${t(title)}</b></p><p class="members scroll">${members.map((member) => html`<${Member} member=${member} />`)}</p>`;
 
-/** @param {AliasState} alias */
-async function store({ stored, name, changes, discard, loaded }) {
-    await call("apply_alias_info", bodyOfAlias(name, stored, changes));
+/** Saves an alias when its author agrees. What somebody else has changed meanwhile stays below the changes.
+ *  @param {AliasState} alias */
+async function store(alias) {
+    const { stored, name, before, discard, loaded } = alias;
+    const now = stored ? await loadMembers(stored) : [];
+    const isGone = before.length > 0 && !now.length;
+    const verdict = await agreed(alias, now, isGone);
+    if (!verdict) return;
+    if (verdict === "look") return alias.look(now);
+    if (verdict === "theirs") {
+        discard();
+        return isGone ? leave() : loaded.reload();
+    }
+    const wanted = isGone ? alias.members : alias.onto(now);
+    await call("apply_alias_info", bodyOfAlias(name, isGone ? "" : stored, difference(now, wanted)));
     notify(t("lists/saved", { name }));
     discard();
-    if (!stored) requestAnimationFrame(() => go("aliases"));
+    if (!stored) leave();
     else if (name !== stored) restate({ name });
     else await loaded.reload();
 }
+
+/** To the list, once nothing on the page keeps it. */
+const leave = () => void requestAnimationFrame(() => go("aliases"));
 
 /** @param {{alias: AliasState}} props */
 const Members = ({ alias }) => html`

@@ -1,7 +1,8 @@
 // The certificate that the services show: what it says, another one in its place, or the package's own.
 import { call, pause } from "../lib/call.js";
+import { factsOf, fingerprintOf, firstOf } from "../lib/certificate.js";
 import { confirm } from "../lib/dialogs.js";
-import { reach } from "../lib/use_settings.js";
+import { isUncertain, reach, useLifetime } from "../lib/reach.js";
 import { moment, t } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
@@ -17,26 +18,43 @@ const SOON = 30;    // days before the end
 /** @typedef {{installed: boolean, subject: string, issuer: string, names: string[], begins: number, ends: number,
  *             fingerprint: string, self_signed: boolean, host: string, for_host: boolean}} Shown */
 
-/** How a change ended. kept: the web server did not take it, and the certificate before is in force;
- *  away: the server has not come back
- *  @typedef {"" | "waiting" | "done" | "kept" | "away"} End */
+/** How a change ended. lost: its answer was lost, and the server is asked; kept: the web server did not take
+ *  the certificate, and the one before is in force; unsaved: the change did not come to that.
+ *  @typedef {"" | "waiting" | "lost" | "done" | "kept" | "unsaved"} End */
 
 export function Certificate() {
     const loaded = useLoad((signal) => call("tls_show", {}, { signal }), []);
     const [isOpen, setOpen] = useState(false);
     const [end, setEnd] = useState(/** @type {End} */ (""));
     const [failure, setFailure] = useState(/** @type {unknown} */ (null));
+    const lifetime = useLifetime();
 
     /** Finds out what is in force once the web server is back.
-     *  @param {{web_server: string, fingerprint: string}} answer */
-    async function settle({ web_server: webServer, fingerprint }) {
+     *  @param {(now: Shown) => boolean} isWanted @param {End} otherwise */
+    async function settle(isWanted, otherwise) {
         setOpen(false);
         setFailure(null);
+        const now = await reach(() => call("tls_show"), lifetime);
+        if (lifetime.aborted) return;
+        setEnd(now && isWanted(now) ? "done" : otherwise);
+        await loaded.reload();
+    }
+
+    /** @param {{web_server: string, fingerprint: string}} answer */
+    async function taken({ web_server: webServer, fingerprint }) {
+        setOpen(false);
         setEnd("waiting");
         if (webServer === "restarts") await pause(SETTLES * 1000);
-        const now = await reach(() => call("tls_show"));
-        setEnd(!now ? "away" : now.fingerprint === fingerprint ? "done" : "kept");
-        if (now) await loaded.reload();
+        await settle((now) => now.fingerprint === fingerprint, "kept");
+    }
+
+    /** The answer was lost: the certificates are compared.
+     *  @param {Record<string, string>} typed */
+    async function lost({ certificate }) {
+        const bytes = firstOf(certificate);
+        const wanted = bytes && (await fingerprintOf(bytes));
+        setEnd("lost");
+        await settle((now) => now.installed && now.fingerprint.toLowerCase() === wanted, "unsaved");
     }
 
     async function remove() {
@@ -45,14 +63,18 @@ export function Certificate() {
         if (!sure) return;
         setEnd("waiting");
         try {
-            await settle(await call("tls_remove"));
+            await taken(await call("tls_remove"));
         } catch (fault) {
+            if (isUncertain(fault)) {
+                setEnd("lost");
+                return settle(({ installed }) => !installed, "unsaved");
+            }
             setFailure(fault);
             setEnd("");
         }
     }
 
-    const isBusy = end === "waiting";
+    const isBusy = end === "waiting" || end === "lost";
     return html`
         <${Page} title=${t("certificate/title")} lead=${t("certificate/lead")} actions=${html`
             ${loaded.data?.installed && html`<button type="button" class="danger" aria-disabled=${isBusy}
@@ -63,13 +85,30 @@ export function Certificate() {
                 ${isBusy && html` <progress aria-label=${t("form/saving")}></progress>`}</p>`}</div>
             <${Shown} loaded=${loaded} lines=${7}>${(/** @type {Shown} */ shown) => html`<${Facts} ...${shown} />`}<//>
             ${isOpen && html`<${CallDialog} name="tls_install" title=${t("certificate/install")} action=${t("certificate/put_in_force")}
-                lead=${t("certificate/install_text")} close=${() => setOpen(false)} done=${settle} />`}
+                lead=${t("certificate/install_text")} close=${() => setOpen(false)} done=${taken} lost=${lost}
+                preview=${Pasted} />`}
         <//>`;
 }
 
+/** What a pasted certificate says of itself.
+ *  @param {{values: Record<string, string>}} props */
+function Pasted({ values: { certificate = "" } }) {
+    const bytes = firstOf(certificate);
+    const facts = bytes && factsOf(bytes);
+    if (!facts) return null;
+
+    const isOver = facts.ends < new Date();
+    return html`
+        <dl class="facts" role="status"><dt>${t("certificate/names")}</dt><dd>${facts.names.join(", ") || "–"}</dd>
+            <dt>${t("certificate/valid")}</dt><dd>${date(facts.begins)} – ${date(facts.ends)}
+                ${isOver && html` <${Status} tone="bad" text=${t("certificate/expired")} />`}</dd></dl>`;
+}
+
+/** @param {Date} day */
+const date = (day) => moment(day, { dateStyle: "long" });
+
 /** @param {Shown} props */
 function Facts({ installed, subject, issuer, names, begins, ends, fingerprint, self_signed: isOwn, host, for_host: isForHost }) {
-    const date = (/** @type {number} */ seconds) => moment(new Date(seconds * 1000), { dateStyle: "long" });
     const days = Math.floor((ends * 1000 - Date.now()) / 86_400_000);
     return html`
         <section class="card">
@@ -83,7 +122,7 @@ function Facts({ installed, subject, issuer, names, begins, ends, fingerprint, s
                 <dt>${t("certificate/for")}</dt><dd>${subject}</dd>
                 <dt>${t("certificate/names")}</dt><dd>${names.join(", ") || "–"}</dd>
                 <dt>${t("certificate/issuer")}</dt><dd>${issuer}</dd>
-                <dt>${t("certificate/valid")}</dt><dd>${date(begins)} – ${date(ends)}</dd>
+                <dt>${t("certificate/valid")}</dt><dd>${date(new Date(begins * 1000))} – ${date(new Date(ends * 1000))}</dd>
                 <dt>SHA-256</dt><dd><code>${fingerprint}</code></dd>
             </dl>
             ${isOwn && html`<p class="help">${t("certificate/warned")}</p>`}

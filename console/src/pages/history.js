@@ -1,10 +1,12 @@
 // What was changed, by whom, and the way back to an earlier state of the settings.
 import { call } from "../lib/call.js";
 import { confirm } from "../lib/dialogs.js";
+import { generations } from "../lib/history.js";
 import { notify } from "../lib/notices.js";
 import { hasText, number, t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
+import { CopyButton } from "../parts/copy_button.js";
 import { Shown } from "../parts/loading.js";
 import { when } from "../parts/mail_parts.js";
 import { Page } from "../parts/page.js";
@@ -12,14 +14,13 @@ import { Problem } from "../parts/problem.js";
 import { Status } from "../parts/status.js";
 import { Step } from "../parts/step.js";
 
-/** @typedef {{number: number, date: number, who: string, action: string, in_force: boolean, settings: string[],
- *             files: string[], different: string[]}} Generation */
+/** @typedef {import("../lib/history.js").Generation} Generation */
 
 /** @param {string} name */
 const titled = (name) => t([`settings/titles/${name}`, `pages/pages/${name}`].find(hasText) ?? name);
 
 export function History() {
-    const loaded = useLoad((signal) => call("generations", {}, { signal }), []);
+    const loaded = useLoad(generations, []);
     const [busy, setBusy] = useState(false);
     const [failure, setFailure] = useState(/** @type {unknown} */ (null));
 
@@ -48,8 +49,22 @@ export function History() {
                         <th scope="col">${t("history/what")}</th><th scope="col"><span class="unseen">${t("history/back")}</span></th></tr></thead>
                     <tbody>${[...items].reverse().map((state) => html`<${State} key=${state.number} state=${state} goBack=${goBack} />`)}</tbody>
                 </table>`}<//>
+            <${Backup} />
         <//>`;
 }
+
+const COMMANDS = ["mailvanectl backup /root/mailvane.tar", "mailvanectl restore /root/mailvane.tar"];
+
+/** What saves all that is stored, and brings it back. */
+const Backup = () => html`
+    <section class="card">
+        <h2>${t("history/backup")}</h2>
+        <p>${t("history/backup_text")}</p>
+        ${COMMANDS.map((command) => html`<div class="copied" key=${command}><code class="code">${command}</code>
+            <${CopyButton} text=${command} label=${t("dns/copy", { name: command })} /></div>`)}
+        <p class="warning">${t("history/backup_secret")}</p>
+        <p class="help">${t("history/backup_without")}</p>
+    </section>`;
 
 /** @param {{state: Generation, goBack: (state: Generation) => void}} props */
 function State({ state, goBack }) {

@@ -9,7 +9,7 @@ import { listPage } from "../parts/list_page.js";
 function MainDomain() {
     const { data } = useLoad((signal) => call("load_smtp", {}, { signal }), []);
     return data && html`<p class="note above">${t("lists/main_domain")} <b>${data.acc_domain_name || data.smtp_hostname}</b>
-        <a href="#/smtp">${t("pages/pages/smtp")}</a></p>`;
+        ${" "}<a href="#/smtp">${t("pages/pages/smtp")}</a></p>`;
 }
 
 /** What holds for logins that have no limit of their own. */

@@ -31,6 +31,14 @@ export function LogTools({ params, reload }) {
 
     const saveText = () => attempt(async () => save(await fetchFile("export_postfix_log"), "maillog.txt"));
 
+    /** The file is made by the server, as it always was. */
+    async function savePage() {
+        const sure = await confirm({ title: t("mail_log/save_page"), text: t("mail_log/page_text"), action: t("lists/export_action") });
+        if (!sure) return;
+        const { sort = "date", dir = "DESC" } = params;
+        await attempt(async () => save(await fetchFile("export_log", { sort, dir, lang: language.value }), "mail-log.html"));
+    }
+
     async function clear() {
         const sure = await confirm({
             title: t("mail_log/clear"), text: t("mail_log/clear_text"), action: t("mail_log/clear"),
@@ -51,6 +59,7 @@ export function LogTools({ params, reload }) {
     return html`
         <button type="button" onClick=${saveTable}>${t("mail_log/save_table")}</button>
         <button type="button" onClick=${saveText}>${t("mail_log/save_text")}</button>
+        <button type="button" onClick=${savePage}>${t("mail_log/save_page")}</button>
         <button type="button" class="danger" onClick=${clear}>${t("mail_log/clear")}</button>`;
 }
 

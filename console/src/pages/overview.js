@@ -9,6 +9,7 @@ import { classes, html, useMemo, useState } from "../lib/ui.js";
 import { useLoad } from "../lib/use_load.js";
 import { Chart } from "../parts/chart.js";
 import { Shown } from "../parts/loading.js";
+import { MailTest } from "../parts/mail_test.js";
 import { Page } from "../parts/page.js";
 import { QueueCard } from "../parts/queue_card.js";
 import { placeFor, verdict } from "./self_check.js";
@@ -22,6 +23,7 @@ export const Overview = () => html`
         <${Traffic} />
         <${QueueCard} />
         <${Bounced} />
+        <${MailTest} />
     <//>`;
 
 function Verdict() {

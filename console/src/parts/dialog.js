@@ -4,12 +4,13 @@ import { classes, html, useEffect, useId, useRef } from "../lib/ui.js";
 /** Without `close` it stays until its owner takes it away. `opaque`: nothing is seen behind it.
  *  @param {{title: string, close?: () => void, opaque?: boolean, children?: any}} props */
 export function Dialog({ title, close, opaque = false, children }) {
-    const element = useRef(/** @type {HTMLDialogElement | null} */ (null));
+    const element = useRef(/** @type {any} */ (null));
     const id = useId();
     useEffect(() => {
-        const before = document.activeElement;
-        element.current?.showModal();
-        return () => before instanceof HTMLElement && before.isConnected && before.focus();
+        /** @type {HTMLDialogElement} */
+        const dialog = element.current;
+        dialog.showModal();
+        return () => dialog.close();  // the focus goes back to where it was
     }, []);
 
     /** @param {Event} event */

@@ -1,15 +1,16 @@
 // The form of a list's entry, in a dialog. When the platform has removed the old entry and then refused
 // the new one, it offers to put the old one back.
 import { reasonsOf } from "../lib/failure.js";
-import { findRow } from "../lib/list_requests.js";
+import { findRow, unseen } from "../lib/list_requests.js";
 import { changed, choicesFor, emptyEntry, faultsOf, reasonsByMember, shownMembers, takesMany, words } from "../lib/lists.js";
 import { notify } from "../lib/notices.js";
 import { t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { Dialog } from "./dialog.js";
-import { FormField, idOf } from "./field.js";
+import { FormField, idOf, shown } from "./field.js";
 import { FormActions } from "./form_actions.js";
 import { nameOf } from "./list_rows.js";
+import { Compared, askOvertaken } from "./overtaken.js";
 import { Problem } from "./problem.js";
 
 /** @typedef {import("../lib/lists.js").Row} Row */
@@ -22,43 +23,63 @@ import { Problem } from "./problem.js";
 export function EntryDialog({ state, old, given, close }) {
     const { list } = state;
     const [entry, setEntry] = useState(() => ({ ...emptyEntry(list, given), ...old }));
+    const [base, setBase] = useState(old);  // what the entry replaces
     const [errors, setErrors] = useState(/** @type {Record<string, string>} */ ({}));
     const [refusal, setRefusal] = useState(/** @type {Refusal | null} */ (null));
     const [busy, setBusy] = useState(false);
     const isMany = !old && takesMany(list);
     const change = /** @type {ChangeAbout} */ (old ? list.edit : list.add);
 
-    /** @param {() => Promise<void>} work @param {string} said */
-    async function attempt(work, said) {
+    /** @param {() => Promise<void>} work */
+    async function attempt(work) {
         setBusy(true);
         setRefusal(null);
         try {
             await work();
-            notify(said);
-            close();
         } catch (failure) {
             setErrors(reasonsByMember(change, reasonsOf(failure)));
-            const lost = old !== undefined && !(await findRow(list, old).catch(() => old));
-            if (lost) await state.loaded.reload();
+            const lost = base !== undefined && !(await findRow(list, base).catch(() => base));
+            if (lost) {
+                setBase(undefined);
+                await state.loaded.reload();
+            }
             setRefusal({ failure, lost });
-            setBusy(false);
         }
+        setBusy(false);
+    }
+
+    /** @param {Row[]} entries */
+    async function store(entries) {
+        const now = isMany ? undefined : await unseen(list, entry, base);
+        const verdict = now === undefined ? "mine" : await arbitrate(list, entry, now);
+        if (verdict !== "mine") {
+            await state.loaded.reload();
+            setBase(now ?? undefined);
+            return verdict ? close() : undefined;
+        }
+        const replaced = now === undefined ? base : now;
+        if (replaced) await state.edit(entry, replaced);
+        else await state.add(entries);
+        notify(isMany ? tn("lists/added", entries.length) : t("lists/saved", { name: nameOf(list, entry) }));
+        close();
     }
 
     /** @param {Event} event */
-    async function submit(event) {
+    function submit(event) {
         event.preventDefault();
         const entries = isMany ? words(entry[list.columns[0]]).map((text) => ({ [list.columns[0]]: text })) : [entry];
         const wrong = entries.map((one) => faultsOf(list, one)).find((found) => Object.keys(found).length);
         setErrors(wrong ?? (entries.length ? {} : { [list.columns[0]]: "empty" }));
-        if (wrong || !entries.length) return void document.getElementById(idOf(Object.keys(wrong ?? entry)[0]))?.focus();
-
-        // What was lost is no longer there to be replaced.
-        if (old && !refusal?.lost) await attempt(() => state.edit(entry, old), t("lists/saved", { name: nameOf(list, entry) }));
-        else await attempt(() => state.add(entries), isMany ? tn("lists/added", entries.length) : t("lists/saved", { name: nameOf(list, entry) }));
+        if (wrong || !entries.length) document.getElementById(idOf(Object.keys(wrong ?? entry)[0]))?.focus();
+        else attempt(() => store(entries));
     }
 
-    const putBack = () => attempt(() => state.add([/** @type {Row} */ (old)]), t("lists/is_back"));
+    const putBack = () => attempt(async () => {
+        await state.add([/** @type {Row} */ (old)]);
+        notify(t("lists/is_back"));
+        close();
+    });
+    const isChanged = (/** @type {string} */ name) => base !== undefined && entry[name] !== base[name];
     return html`
         <${Dialog} title=${t(old ? "lists/edit_title" : "lists/add_title", { list: t(`pages/pages/${state.name}`) })}
             close=${() => !busy && close()}>
@@ -66,7 +87,7 @@ export function EntryDialog({ state, old, given, close }) {
                 ${refusal && html`<${Refused} refusal=${refusal} errors=${errors} putBack=${putBack} />`}
                 <fieldset disabled=${busy}>
                     ${shownMembers(list, entry).map((name) => html`<${FormField} key=${name} name=${name}
-                        field=${fieldOf(list, name, entry, isMany)} value=${entry[name]} stored=${undefined} changed=${false}
+                        field=${fieldOf(list, name, entry, isMany)} value=${entry[name]} stored=${base?.[name]} changed=${isChanged(name)}
                         error=${errors[name]} disabled=${false} note=${isMany && html`<p class="help">${t("lists/many")}</p>`}
                         change=${(/** @type {any} */ value) => setEntry(changed(list, entry, name, value))} />`)}
                     <${FormActions} action=${t(old ? "form/save" : "lists/add")} close=${close} busy=${busy} />
@@ -74,6 +95,14 @@ export function EntryDialog({ state, old, given, close }) {
             </form>
         <//>`;
 }
+
+/** Asks about an entry that somebody else has changed, made or removed meanwhile.
+ *  @param {ListAbout} list @param {Row} entry @param {Row | null} now */
+const arbitrate = (list, entry, now) => askOvertaken(t(now ? "lists/overtaken" : "lists/gone"), now && html`
+    <${Compared} rows=${list.columns.filter((member) => entry[member] !== now[member]).map((member) => ({
+        title: t(list.fields[member].title), mine: shown(list.fields[member], entry[member]),
+        theirs: shown(list.fields[member], now[member]),
+    }))} />`);
 
 /** The field as the dialog has it: only choices that suit, and much room where many can be added.
  *  @param {ListAbout} list @param {string} name @param {Row} entry @param {boolean} isMany @returns {Field} */

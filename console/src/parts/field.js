@@ -13,7 +13,8 @@ import { Suggested } from "./suggested.js";
 export function FormField(props) {
     const { name, field, changed, error, stored, note } = props;
     return html`
-        <div class=${classes("field", changed && "changed", error && "wrong", props.disabled && "off")}>
+        <div class=${classes("field", changed && "changed", error && "wrong", props.disabled && "off")}
+            tabindex=${props.disabled ? -1 : undefined}>
             <label for=${idOf(name)}>
                 ${t(field.title)}
                 ${changed && html`<span class="unseen"> (${t("form/changed")})</span>`}
@@ -34,6 +35,15 @@ export function FormField(props) {
 
 /** @param {string} name */
 export const idOf = (name) => `field-${name}`;
+
+/** Puts the focus on a control; on all that is said of it, while it has no effect.
+ *  @param {string} name */
+export function focusField(name) {
+    const control = /** @type {HTMLInputElement | null} */ (document.getElementById(idOf(name)));
+    const target = control?.disabled ? /** @type {HTMLElement | null} */ (control.closest(".field")) : control;
+    target?.scrollIntoView({ block: "center" });
+    target?.focus();
+}
 
 /** @param {FieldProps} props */
 function Control({ name, field, value, stored, error, disabled, change }) {

@@ -1,13 +1,14 @@
 // Takes a file in: it is checked here first, then announced and sent.
 import { call } from "../lib/call.js";
 import { meaning } from "../lib/failure.js";
-import { apply, loadRows, tabsOf } from "../lib/list_requests.js";
-import { check, goodLines, textOf } from "../lib/list_text.js";
+import { apply, loadRows, rowsBeside, tabsOf } from "../lib/list_requests.js";
+import { check, countNew, goodLines, textOf } from "../lib/list_text.js";
 import { bodyFor, emptyEntry } from "../lib/lists.js";
 import { fault } from "../lib/fields.js";
 import { notify } from "../lib/notices.js";
 import { number, t, tn } from "../lib/texts.js";
-import { classes, html, useId, useState } from "../lib/ui.js";
+import { classes, html, useId, useMemo, useState } from "../lib/ui.js";
+import { useLoad } from "../lib/use_load.js";
 import { Dialog } from "./dialog.js";
 import { FormField } from "./field.js";
 import { Problem } from "./problem.js";
@@ -32,7 +33,11 @@ export function ImportDialog({ state, close }) {
     const [chosen, setChosen] = useState(/** @type {Chosen | null} */ (null));
     const [failure, setFailure] = useState(/** @type {unknown} */ (null));
     const [busy, setBusy] = useState(false);
-    const checked = chosen && !chosen.fault ? check(change.lines, entry, chosen.text) : null;
+    const checked = useMemo(() => (chosen && !chosen.fault ? check(change.lines, entry, chosen.text, list) : null), [chosen, entry]);
+    const fresh = useLoad(async (signal) => {
+        const rows = checked?.names.size ? await rowsBeside(list, entry, signal) : undefined;
+        return rows && checked ? { count: countNew(change.lines, checked, rows), of: checked.names.size } : undefined;
+    }, [checked]);
     const wrong = Object.fromEntries(Object.keys(fields).map((member) => [member, chosen ? faultOf(fields[member], entry[member]) : ""]));
     const isReady = checked && checked.good > 0 && !Object.values(wrong).some(Boolean) && !busy;
 
@@ -76,6 +81,7 @@ export function ImportDialog({ state, close }) {
                 <div role="status">
                     ${chosen?.fault && html`<p class="error">${chosen.fault}</p>`}
                     ${checked && html`<${Preview} checked=${checked} form=${change.lines} />`}
+                    ${checked && fresh.data && html`<p>${t("lists/new", { n: number(fresh.data.count), m: number(fresh.data.of - fresh.data.count) })}</p>`}
                 </div>
                 ${failure ? html`<${Problem} failure=${failure} />` : null}
                 <p class="actions">

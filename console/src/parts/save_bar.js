@@ -24,7 +24,7 @@ export function SaveBar({ settings }) {
 
 /** @param {{settings: any}} props */
 function Saving({ settings }) {
-    const { savingSince } = settings;
+    const { savingSince, isLost } = settings;
     const [now, setNow] = useState(Date.now());
     useEffect(() => {
         const timer = setInterval(() => setNow(Date.now()), 1000);
@@ -34,7 +34,7 @@ function Saving({ settings }) {
     const services = restarted(settings);
     return html`
         <div class="saving">
-            <p role="status">${t("form/saving")}${services && ` ${t("form/restarts", { services })}`}</p>
+            <p role="status">${isLost ? t("form/lost") : t("form/saving")}${!isLost && services && ` ${t("form/restarts", { services })}`}</p>
             <progress aria-label=${t("form/saving")}></progress>
             <span aria-hidden="true">${tn("form/seconds", seconds)}</span>
             <${Step} />

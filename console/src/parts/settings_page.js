@@ -2,17 +2,23 @@
 import { ask } from "../lib/dialogs.js";
 import { meaning, reasonsOf, subject } from "../lib/failure.js";
 import { missingFor } from "../lib/fields.js";
+import { lastChangeOf } from "../lib/history.js";
+import { useKey } from "../lib/keys.js";
 import { notify } from "../lib/notices.js";
+import { restate, route } from "../lib/router.js";
+import { useStore } from "../lib/store.js";
 import { t, tn } from "../lib/texts.js";
 import { html, useEffect, useRef } from "../lib/ui.js";
 import { useSettings } from "../lib/use_settings.js";
-import { FormField, idOf, shown } from "./field.js";
+import { FormField, focusField, idOf, shown } from "./field.js";
 import { Shown } from "./loading.js";
+import { when } from "./mail_parts.js";
+import { Compared, askOvertaken } from "./overtaken.js";
 import { Page } from "./page.js";
 import { SaveBar } from "./save_bar.js";
 
 /** What a page adds to its description:
- *  - `top`: a component above the form, with what is stored
+ *  - `top`: a component above the form, with what is stored and what is changed
  *  - `beside`: components below the groups, by the group's name
  *  - `choices`: the choices of a field that this machine has
  *  - `confirm`: the names of changes that are asked about
@@ -43,13 +49,14 @@ export function SettingsPage({ name, additions }) {
     async function save() {
         if (savingSince || !isDirty) return;
         const wrong = await settings.save();
-        if (wrong.length) requestAnimationFrame(() => document.getElementById(idOf(wrong[0]))?.focus());
+        if (wrong.length) requestAnimationFrame(() => focusField(wrong[0]));
     }
 
     useEffect(() => {
         if (outcome?.kind === "saved") notify(t("form/saved"));
     }, [outcome]);
-    useSaveKey(save);
+    useKey("s", save);
+    useNamedField(stored !== undefined);
 
     /** @param {Event} event */
     const submit = (event) => {
@@ -60,7 +67,7 @@ export function SettingsPage({ name, additions }) {
         <${Page} title=${t(`pages/pages/${name}`)} lead=${additions.lead}>
             <${Shown} loaded=${loaded} lines=${12}>${() => html`
                 <form ref=${form} class="settings" onSubmit=${submit} novalidate>
-                    ${additions.top && html`<${additions.top} stored=${stored} />`}
+                    ${additions.top && html`<${additions.top} stored=${stored} draft=${draft} />`}
                     <${Outcome} settings=${settings} />
                     <fieldset class="all" disabled=${savingSince > 0}>
                         ${groupsOf(settings.about).map((group) => html`
@@ -72,21 +79,15 @@ export function SettingsPage({ name, additions }) {
         <//>`;
 }
 
-/** Ctrl+S saves.
- *  @param {() => void} save */
-function useSaveKey(save) {
-    const latest = useRef(save);
-    latest.current = save;
+/** Puts the focus on the field that the address names, once it is there; the address then forgets it.
+ *  @param {boolean} isThere */
+function useNamedField(isThere) {
+    const { params } = useStore(route);
     useEffect(() => {
-        /** @param {KeyboardEvent} event */
-        const press = (event) => {
-            if (!(event.ctrlKey || event.metaKey) || event.key !== "s") return;
-            event.preventDefault();
-            latest.current();
-        };
-        window.addEventListener("keydown", press);
-        return () => window.removeEventListener("keydown", press);
-    }, []);
+        if (!params.at || !isThere) return;
+        focusField(params.at);
+        restate({ ...params, at: "" });
+    }, [params.at, isThere]);
 }
 
 /** @param {PageAbout} about */
@@ -162,21 +163,13 @@ function toField(event) {
 
 /** Asks about settings that somebody else has changed since the page was loaded.
  *  @param {any} settings @param {string[]} names @param {any} now */
-async function arbitrate(settings, names, now) {
-    const { about, draft } = settings;
-    const choice = await ask({
-        title: t("form/overtaken"), text: t("form/overtaken_text"),
-        action: t("form/keep_mine"), other: t("form/take_theirs"),
-        content: html`
-            <div class="scroll"><table>
-                <thead><tr><th>${t("form/setting")}</th><th>${t("form/mine")}</th><th>${t("form/theirs")}</th></tr></thead>
-                <tbody>${names.map((name) => html`<tr>
-                    <th scope="row">${t(about.fields[name].title)}</th>
-                    <td>${shown(about.fields[name], draft[name])}</td>
-                    <td>${shown(about.fields[name], now[name])}</td></tr>`)}</tbody>
-            </table></div>`,
-    });
-    return choice === "action" ? "mine" : choice === "other" ? "theirs" : "";
+async function arbitrate({ about, draft }, names, now) {
+    const last = await lastChangeOf(names).catch(() => undefined);
+    const text = last?.who ? t("form/overtaken_by", { who: last.who, time: when(last.date) }) : t("form/overtaken_text");
+    return askOvertaken(text, html`<${Compared} rows=${names.map((name) => ({
+        title: t(about.fields[name].title), mine: shown(about.fields[name], draft[name]),
+        theirs: shown(about.fields[name], now[name]),
+    }))} />`);
 }
 
 /** Asks before changes that do more than a setting.

@@ -38,7 +38,7 @@ function Asking({ question }) {
                         <button type="button" disabled=${!isReady} onClick=${() => question.answer("other")}>
                             ${question.other}</button>`}
                     <button type="button" onClick=${() => question.answer("")}>
-                        ${t("shell/cancel")}</button>
+                        ${question.leave ?? t("shell/cancel")}</button>
                 </p>
             </form>
         <//>`;

@@ -10,6 +10,7 @@ import { checkInBackground } from "../lib/self_check.js";
 import { Boundary } from "./boundary.js";
 import { IdleWarning } from "./idle_warning.js";
 import { Navigation } from "./navigation.js";
+import { Palette } from "./palette.js";
 import { SignInAgain } from "./sign_in.js";
 
 const rowOf = (/** @type {string} */ name) => PAGES.find((page) => page.route === (name || PAGES[0].route));
@@ -31,6 +32,7 @@ export function Console() {
             </main>
         </div>
         ${state === "locked" && html`<${SignInAgain} />`}
+        <${Palette} />
         <${IdleWarning} />`;
 }
 

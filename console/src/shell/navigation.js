@@ -8,6 +8,7 @@ import { useStore } from "../lib/store.js";
 import { t, tn } from "../lib/texts.js";
 import { classes, html, useEffect, useState } from "../lib/ui.js";
 import { GROUPS, PAGES } from "../pages.js";
+import { FindButton } from "./palette.js";
 import { Preferences } from "./preferences.js";
 
 export function Navigation() {
@@ -19,6 +20,7 @@ export function Navigation() {
         <header class="side">
             <div class="brand">
                 <a href="#/">mailvane</a>
+                <${FindButton} />
                 <button type="button" class="menu" aria-expanded=${isOpen} aria-controls="menu"
                     onClick=${() => setOpen(!isOpen)}>${t("shell/menu")}</button>
             </div>
