@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <deque>
 #include <optional>
 #include <utility>
@@ -26,6 +27,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::ptrdiff_t kMostAtOnce = 8;
 constexpr std::chrono::seconds kGrace{2};  // between SIGTERM and SIGKILL
 
 std::string BaseName(const std::string& path)
@@ -190,9 +192,14 @@ std::vector<ProgramResult> RunPrograms(const std::vector<std::vector<std::string
                                        const ProgramOptions& options)
 {
     std::deque<Run> runs;
-    for (const auto& arguments : programs) runs.emplace_back(arguments, options);
-
-    while (WaitForAny(runs)) {
+    const auto isRunning = [](const Run& run) { return run.running(); };
+    const auto startSome = [&] {
+        while (runs.size() < programs.size() &&
+               std::count_if(runs.begin(), runs.end(), isRunning) < kMostAtOnce) {
+            runs.emplace_back(programs[runs.size()], options);
+        }
+    };
+    for (startSome(); WaitForAny(runs); startSome()) {
         for (Run& run : runs) {
             if (run.running()) run.Advance();
         }

@@ -41,7 +41,7 @@ struct ProgramOptions {
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
                          const ProgramOptions& options = {});
 
-/// Runs several programs in parallel and waits for all. Results are in the same order.
+/// Runs several programs, some of them at once, and waits for all. Results are in the same order.
 std::vector<ProgramResult> RunPrograms(const std::vector<std::vector<std::string>>& programs,
                                        const ProgramOptions& options = {});
 

@@ -436,10 +436,20 @@ void NextGeneration::SyncAll()
     }
 }
 
+/// Whether everything that was put is in force already.
+bool NextGeneration::IsTheSame() const
+{
+    return changed_.empty() &&
+           std::all_of(uncompiled_.begin(), uncompiled_.end(), [this](const auto& source) {
+               return beforeFiles_.count(source.second.result) != 0;
+           });
+}
+
 Result<void> NextGeneration::Complete()
 {
     KeepRest();
-    if (state_) Compile();
+    if (!state_ || IsTheSame()) return state_;
+    Compile();
     if (state_ && !CloseFolders(directory())) Fail("close folders of", name_);
     if (state_) SyncAll();
     if (state_) WriteManifest();

@@ -82,7 +82,8 @@ public:
     void Fail(Reason reason);
 
     /// Compiles maps and scripts, and writes the manifest, after taking over all files of the
-    /// generation in force that were not put. Returns the first failure.
+    /// generation in force that were not put. Returns the first failure. One that is to be the same
+    /// as the generation in force stays incomplete.
     Result<void> Complete();
 
     /// Activates the generation. After a failure the previous one is in force.
@@ -107,6 +108,7 @@ private:
     std::string PathOf(const std::string& relative) const;
     bool ShareUnchanged(const std::string& relative, const LongText& text, mode_t mode);
     void KeepRest();
+    bool IsTheSame() const;
     void Compile();
     void SyncAll();
     void WriteManifest();

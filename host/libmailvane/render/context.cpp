@@ -5,9 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <map>
 #include <sstream>
 
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/hash.h"
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/settings/shared_counters.h"
@@ -18,6 +22,8 @@ namespace host::render {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 const char kAdministrators[] = "administrators";
 
 std::string ReadFragment(const char* name)
@@ -27,6 +33,25 @@ std::string ReadFragment(const char* name)
 
     if (!text.empty() && text.back() != '\n') text += '\n';
     return text;
+}
+
+/// A checksum of the names and texts of etc/local.d/*.dovecot.conf.
+std::string SumOfMailboxFragments()
+{
+    const std::string end = ".dovecot.conf";
+    std::map<std::string, std::string> texts;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(PackagePath("etc/local.d"), error)) {
+        const std::string name = entry.path().filename().string();
+        const bool isIncluded = name.front() != '.' && name.size() >= end.size() &&
+                                name.compare(name.size() - end.size(), end.size(), end) == 0;
+        if (isIncluded) (void)ReadFile(entry.path().string(), texts[name]);
+    }
+    std::uint64_t sum = Fnv64("");
+    for (const auto& [name, text] : texts) sum = Fnv64(text, Fnv64(name + '\n', sum));
+    std::ostringstream digits;
+    digits << std::hex << sum;
+    return digits.str();
 }
 
 /// Whether a text looks like an IP address. A link-local one has its interface after a percent
@@ -70,6 +95,7 @@ RenderContext ReadRenderContext(const CertificateFiles& tls)
     context.mainFragment = ReadFragment("main.cf");
     context.masterFragment = ReadFragment("master.cf");
     context.updaterFragment = ReadFragment("freshclam.conf");
+    context.mailboxFragments = SumOfMailboxFragments();
     context.nameServers = NameServers();
     const auto defaults = KeyValueFile::Read(Path("/etc/default/mailvane"));
     const auto says = [&defaults](const char* name, const char* value) {

@@ -17,6 +17,7 @@ struct RenderContext {
     std::string mainFragment;              ///< the administrator's own etc/local.d/main.cf
     std::string masterFragment;            ///< the administrator's own etc/local.d/master.cf
     std::string updaterFragment;           ///< the administrator's own etc/local.d/freshclam.conf
+    std::string mailboxFragments;          ///< a checksum of the own files that Dovecot includes
     bool provesOwnSenders = false;         ///< MAILVANE_OWN_SENDERS of the package's defaults file
     bool filesJunk = false;                ///< MAILVANE_JUNK_FOLDER there
     bool learnsFromMoves = false;          ///< MAILVANE_LEARN_FROM_MOVES there

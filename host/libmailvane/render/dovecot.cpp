@@ -99,7 +99,9 @@ std::string RenderDovecot(const settings::StoredSettings& settings, const Render
            "plugin {\n  sieve = file:~/sieve;active=~/.dovecot.sieve\n"
            "  sieve_before = file:~/.mailvane.sieve\n}\n" +
            JunkFolderText(settings, context) +
-           "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n";
+           // Without the sum, a save would not notice that these have changed.
+           "!include_try /var/packages/Mailvane/etc/local.d/*.dovecot.conf\n# checksum " +
+           context.mailboxFragments + "\n";
 }
 
 }  // namespace host::render

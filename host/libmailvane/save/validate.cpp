@@ -1,5 +1,7 @@
-// Validates a generation before it is activated. `postfix check` accepts a missing map, a service
-// listed twice and a port out of range, so these are checked here.
+// Validates a generation before it is activated. Postfix's own check of a whole installation
+// accepts a missing map, a service listed twice and a port out of range, and looks through the
+// queue. So what a generation says is checked here, by the tools that read it. Files that are those
+// in force have been checked before.
 #include "host/libmailvane/save/validate.h"
 
 #include <algorithm>
@@ -28,6 +30,12 @@ namespace {
 /// Types of maps that are kept in files. Other types are served by daemons or need no data.
 const char* const kFileTypes[] = {"hash",   "btree", "cdb",  "lmdb",   "texthash",
                                   "regexp", "pcre",  "cidr", "sqlite", "ldap"};
+
+/// The settings to be saved, and those stored; null when they cannot be read.
+struct Change {
+    const settings::StoredSettings& wanted;
+    const settings::StoredSettings* stored;
+};
 
 Reason GivenTwice(int port, const MailService& one, const MailService& other)
 {
@@ -94,6 +102,18 @@ Reason RefusedBy(const daemons::Daemon& daemon, const std::string& program,
             "refused by " + program + ": " + result.errors, result.Causes()};
 }
 
+ProgramOptions Capturing()
+{
+    ProgramOptions options;
+    options.capture = true;
+    return options;
+}
+
+std::string PostfixFolder(const generation::NextGeneration& next)
+{
+    return next.directory() + "/postfix";
+}
+
 /// Success when a check ended well and printed no complaint; else the reason.
 Result<void> Passed(const daemons::Daemon& daemon, const char* check, const ProgramResult& result)
 {
@@ -119,17 +139,27 @@ std::set<std::string> TablesIn(const std::string& parameters)
     return tables;
 }
 
-Result<void> TablesAnswer(const std::string& configuration, const std::set<std::string>& tables)
+/// Whether a table is to be queried: one of the generation that has changed, or any that is not the
+/// package's. A compiled map lies beside its source.
+bool IsNew(const std::string& table, const generation::NextGeneration& next)
 {
+    const std::string path = table.substr(table.find(':') + 1);
+    const std::string folder = next.directory() + "/";
+    return path.rfind(folder, 0) != 0 || next.Changed(path.substr(folder.size()));
+}
+
+Result<void> TablesAnswer(const generation::NextGeneration& next,
+                          const std::set<std::string>& tables)
+{
+    std::vector<std::string> asked;
     std::vector<std::vector<std::string>> queries;
-    queries.reserve(tables.size());
     for (const std::string& table : tables) {
-        queries.push_back({programs::kPostmap, "-c", configuration, "-q", "probe", table});
+        if (!IsNew(table, next)) continue;
+        asked.push_back(table);
+        queries.push_back({programs::kPostmap, "-c", PostfixFolder(next), "-q", "probe", table});
     }
-    ProgramOptions options;
-    options.capture = true;
-    const std::vector<ProgramResult> results = RunPrograms(queries, options);
-    auto table = tables.begin();
+    const std::vector<ProgramResult> results = RunPrograms(queries, Capturing());
+    auto table = asked.begin();
     for (const ProgramResult& result : results) {
         // Exit status 1 without output only means that the table has no such key.
         if (result.status < 0 || result.status > 1 || !result.errors.empty()) {
@@ -141,45 +171,49 @@ Result<void> TablesAnswer(const std::string& configuration, const std::set<std::
     return {};
 }
 
-/// The parameters of main.cf and master.cf that are set, with variables expanded.
-std::vector<ProgramResult> DumpParameters(const std::string& configuration)
+/// A check of a daemon's files by a program of its own.
+struct Check {
+    const daemons::Daemon& daemon;
+    const char* program;
+    std::vector<std::string> command;
+    bool mayComplain = false;  ///< what it prints besides is no fault
+};
+
+using Checks = std::vector<Check>;
+
+/// Adds the checks of Postfix's parameters: those of main.cf and master.cf that are set, with
+/// variables expanded, and that numbers are numbers, which is noticed by whoever works with them.
+void AddPostfixChecks(const generation::NextGeneration& next, Checks& checks)
 {
-    ProgramOptions options;
-    options.capture = true;
-    return RunPrograms({{programs::kPostconf, "-c", configuration, "-x", "-n"},
-                        {programs::kPostconf, "-c", configuration, "-x", "-P"}},
-                       options);
+    const std::string folder = PostfixFolder(next);
+    for (const char* which : {"-n", "-P"}) {
+        checks.push_back({daemons::kPostfix,
+                          programs::kPostconf,
+                          {programs::kPostconf, "-c", folder, "-x", which}});
+    }
+    checks.push_back({daemons::kPostfix,
+                      programs::kPostmap,
+                      {programs::kPostmap, "-c", folder, "-q", "probe", "static:probe"}});
 }
 
-Result<void> ParametersAndTablesAreGood(const std::string& configuration)
+/// Runs checks side by side. Returns the parameters that Postfix's have printed, or the reason of
+/// the first that does not pass.
+Result<std::string> Run(const Checks& checks)
 {
-    const std::vector<ProgramResult> dumps = DumpParameters(configuration);
+    std::vector<std::vector<std::string>> commands;
+    commands.reserve(checks.size());
+    for (const Check& check : checks) commands.push_back(check.command);
+    const std::vector<ProgramResult> results = RunPrograms(commands, Capturing());
     std::string parameters;
-    for (const ProgramResult& dump : dumps) {
-        Result<void> passed = Passed(daemons::kPostfix, "postconf", dump);
-        if (!passed) return passed;
-        parameters += dump.output;
+    auto check = checks.begin();
+    for (const ProgramResult& result : results) {
+        if (!result.Succeeded() || (!result.errors.empty() && !check->mayComplain)) {
+            return RefusedBy(check->daemon, check->program, result);
+        }
+        if (&check->daemon == &daemons::kPostfix) parameters += result.output;
+        ++check;
     }
-    return TablesAnswer(configuration, TablesIn(parameters));
-}
-
-Result<void> OwnChecksPass(const generation::NextGeneration& next)
-{
-    // Always checked: Dovecot's files include the administrator's, which can change between saves.
-    std::vector<std::vector<std::string>> checks{
-        {programs::kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"}};
-    if (next.Changed("postfix/")) {
-        checks.push_back({programs::kPostfix, "-c", next.directory() + "/postfix", "check"});
-    }
-    ProgramOptions options;
-    options.capture = true;
-    const std::vector<ProgramResult> results = RunPrograms(checks, options);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        if (results[i].Succeeded()) continue;
-        return RefusedBy(i == 0 ? daemons::kDovecot : daemons::kPostfix, checks[i].front(),
-                         results[i]);
-    }
-    return {};
+    return parameters;
 }
 
 /// A filter's configuration with paths through the link `current` replaced by the new generation's.
@@ -208,50 +242,59 @@ Result<void> FilterAccepts(const generation::NextGeneration& next, const daemons
                   RunProgram({program, "-n", option, "/dev/stdin"}, options));
 }
 
-Result<void> FiltersAccept(const generation::NextGeneration& next,
-                           const settings::StoredSettings& wanted)
+/// Whether a daemon is to run with files that it does not run with now: changed ones, or because it
+/// is being switched on.
+bool TakesUp(const daemons::Daemon& daemon, const char* files,
+             const generation::NextGeneration& next, const Change& change)
 {
-    // main.cf changes when a filter is switched on.
-    const bool mailServer = next.Changed("postfix/main.cf");
-    const bool dkim =
-        daemons::Runs(daemons::kDkimFilter, wanted) && (mailServer || next.Changed("opendkim/"));
-    const bool dmarc =
-        daemons::Runs(daemons::kDmarcFilter, wanted) && (mailServer || next.Changed("opendmarc/"));
+    return daemons::Runs(daemon, change.wanted) &&
+           (next.Changed(files) || !change.stored || !daemons::Runs(daemon, *change.stored));
+}
+
+Result<void> FiltersAccept(const generation::NextGeneration& next, const Change& change)
+{
     Result<void> accepted;
-    if (dkim) accepted = FilterAccepts(next, daemons::kDkimFilter, "-x", "opendkim/opendkim.conf");
-    if (accepted && dmarc) {
+    if (TakesUp(daemons::kDkimFilter, "opendkim/", next, change)) {
+        accepted = FilterAccepts(next, daemons::kDkimFilter, "-x", "opendkim/opendkim.conf");
+    }
+    if (accepted && TakesUp(daemons::kDmarcFilter, "opendmarc/", next, change)) {
         accepted = FilterAccepts(next, daemons::kDmarcFilter, "-c", "opendmarc/opendmarc.conf");
     }
     return accepted;
 }
 
-/// Has the scanner load its configuration. The file is a Perl program, so it runs as the scanner's
-/// user.
-Result<void> ScannerAccepts(const generation::NextGeneration& next,
-                            const settings::StoredSettings& wanted)
+/// The checks that the daemons have for their own files.
+Checks OwnChecks(const generation::NextGeneration& next, const Change& change)
 {
-    // main.cf changes when the scanner is switched on.
-    if (!daemons::Runs(daemons::kScanner, wanted) ||
-        !(next.Changed("postfix/main.cf") || next.Changed(render::kScannerFile))) {
-        return {};
+    Checks checks;
+    if (next.Changed("postfix/")) AddPostfixChecks(next, checks);
+    if (next.Changed("dovecot/")) {
+        checks.push_back(
+            {daemons::kDovecot,
+             programs::kDoveconf,
+             {programs::kDoveconf, "-c", next.directory() + "/dovecot/dovecot.conf", "-n"},
+             true});
     }
-
-    ProgramOptions options;
-    options.capture = true;
-    const ProgramResult check = RunProgram(
-        system::AsUser(
-            daemons::kScanner.user,
-            {programs::kAmavisd, "-c", next.directory() + "/" + render::kScannerFile, "showkeys"}),
-        options);
-    if (check.Succeeded()) return {};
-    return RefusedBy(daemons::kScanner, programs::kAmavisd, check);
+    // The scanner's file is a Perl program, so it is loaded by the scanner's user.
+    if (TakesUp(daemons::kScanner, render::kScannerFile, next, change)) {
+        const std::string file = next.directory() + "/" + render::kScannerFile;
+        checks.push_back(
+            {daemons::kScanner, programs::kAmavisd,
+             system::AsUser(daemons::kScanner.user, {programs::kAmavisd, "-c", file, "showkeys"}),
+             true});
+    }
+    return checks;
 }
 
 }  // namespace
 
 Result<void> MapsAnswer(const generation::NextGeneration& next)
 {
-    return ParametersAndTablesAreGood(next.directory() + "/postfix");
+    if (!next.Changed("postfix/")) return {};
+    Checks checks;
+    AddPostfixChecks(next, checks);
+    const Result<std::string> parameters = Run(checks);
+    return parameters ? TablesAnswer(next, TablesIn(*parameters)) : parameters.reason();
 }
 
 Result<void> ValidateGeneration(const generation::NextGeneration& next,
@@ -260,12 +303,15 @@ Result<void> ValidateGeneration(const generation::NextGeneration& next,
     const auto counters = settings::SharedCounters();
     if (!counters) return counters.reason();
     Result<void> good = PortsAreFree(wanted);
-    if (good) good = ServicesStandOnce(next);
-    if (good) good = MapsAnswer(next);
-    if (good) good = OwnChecksPass(next);
-    if (good) good = FiltersAccept(next, wanted);
-    if (good) good = ScannerAccepts(next, wanted);
-    return good;
+    if (good && next.Changed("postfix/master.cf")) good = ServicesStandOnce(next);
+    if (!good) return good;
+
+    const auto stored = settings::StoredSettings::Read();
+    const Change change{wanted, stored ? &*stored : nullptr};
+    const Result<std::string> parameters = Run(OwnChecks(next, change));
+    if (!parameters) return parameters.reason();
+    good = TablesAnswer(next, TablesIn(*parameters));
+    return good ? FiltersAccept(next, change) : good;
 }
 
 }  // namespace host::save
