@@ -13,6 +13,7 @@ from mailvane.ctl import restore, upkeep
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
+    from collections.abc import Sequence
     from typing import Any
     from mailvane.ctl.session import Session
 
@@ -21,9 +22,10 @@ STANDARD_INPUT = "-"
 STARTING = ("start", "stop", "restart")
 
 
-def carry(session: Session, verb: str, path: str) -> dict[str, Any]:
-    """Has the tool compare, rehearse or apply a document; returns what that changes."""
-    words = ["--prune"] if "--prune" in session.flags else []
+def carry(session: Session, verb: str, path: str, more: Sequence[str] = ()) -> dict[str, Any]:
+    """Has the tool compare, rehearse or apply a document, with more options of it; returns what
+    that changes."""
+    words = [*more, *(["--prune"] if "--prune" in session.flags else [])]
     with restore.staging() as folder:
         secrets = session.values.get("--secrets")
         if secrets:
