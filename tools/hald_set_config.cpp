@@ -3,8 +3,10 @@
 //   hald_set_config alias                rebuilds the alias tables
 //   hald_set_config render               renders every file of the daemons from the stored settings
 //   hald_set_config apply                the same, and puts it in force as a save does
-//   hald_set_config recover              finishes or undoes a save that was interrupted; renders
-//                                        when the kernel has got or lost IPv6
+//   hald_set_config recover              finishes or undoes a save that was interrupted; takes back
+//                                        what was not confirmed in time; renders when the kernel
+//                                        has got or lost IPv6
+//   hald_set_config take-back            takes back what is not confirmed, when its time is up
 //   hald_set_config repair [DIRECTORY]   makes account databases in the place of lost ones: those
 //   in
 //                                        a staged directory, or empty ones
@@ -15,8 +17,10 @@
 #include <cstring>
 
 #include "host/libhaldcore/request_note.h"
+#include "host/libhaldcore/unconfirmed.h"
 #include "host/libmailvane/pages/key_pairs.h"
 #include "host/libmailvane/pages/staged_state.h"
+#include "host/libmailvane/save/confirm.h"
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/restore.h"
 #include "host/libmailvane/save/transaction.h"
@@ -25,6 +29,8 @@ namespace {
 
 host::Result<void> RebuildAliases()
 {
+    // Groups are looked at again soon, when the change has been confirmed or taken back.
+    if (host::FindUnconfirmedChange()) return {};
     return host::save::ApplyLists({&host::render::kAliasList});
 }
 
@@ -55,6 +61,7 @@ constexpr Command kCommands[] = {
     {"render", By::kMachine, host::save::RenderAll, nullptr},
     {"apply", By::kUser, host::save::ApplyStored, nullptr},
     {"recover", By::kMachine, host::save::RecoverAll, nullptr},
+    {"take-back", By::kMachine, host::save::TakeBackWhenDue, nullptr},
     {"repair", By::kUser, RepairWithNothing, nullptr},
     {"repair", By::kUser, nullptr, host::save::RepairLists},
     {"restore", By::kUser, nullptr, Restore},
@@ -76,7 +83,7 @@ int main(int count, char** arguments)
         return EXIT_FAILURE;
     }
     std::fprintf(stderr,
-                 "usage: hald_set_config alias | render | apply | recover | repair [DIRECTORY] |\n"
-                 "           restore DIRECTORY | dkim PAIR\n");
+                 "usage: hald_set_config alias | render | apply | recover | take-back |\n"
+                 "           repair [DIRECTORY] | restore DIRECTORY | dkim PAIR\n");
     return 2;
 }

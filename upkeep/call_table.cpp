@@ -64,6 +64,14 @@ constexpr RequestDemands Stores()
     return demands;
 }
 
+/// Settles a change that waits to be confirmed.
+constexpr RequestDemands Settles()
+{
+    RequestDemands demands = Stores();
+    demands.settles = true;
+    return demands;
+}
+
 constexpr Call kReads[] = {
     {"about", About, Tells()},
     {"dkim_list", DkimList, Tells()},
@@ -83,6 +91,7 @@ constexpr Call kReads[] = {
 };
 
 constexpr Call kChanges[] = {
+    {"confirm", Confirm, Settles()},
     {"mail_test", MailTest, Does()},
     {"own_password", OwnPassword, Stores()},
     {"quarantine_delete", QuarantineDelete, Does()},
@@ -95,6 +104,7 @@ constexpr Call kChanges[] = {
     {"relay_test", RelayTest, Asks()},
     {"report_now", ReportNow, Does()},
     {"rollback", RollBack, Stores()},
+    {"take_back", TakeBack, Settles()},
     {"tls_install", TlsInstall, Stores()},
     {"tls_remove", TlsRemove, Stores()},
     {"user_add", UserAdd, Stores()},

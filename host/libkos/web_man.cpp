@@ -13,6 +13,7 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/request_note.h"
+#include "host/libhaldcore/unconfirmed.h"
 #include "host/libkos/action_rules.h"
 #include "host/libkos/admission.h"
 #include "host/libkos/answer.h"
@@ -74,6 +75,7 @@ struct WebMan::State {
     bool LoadUpload(const char* directory);
     void Begin();
     void TakeLock();
+    void WantConfirmation();
 };
 
 /// What is asked for; empty until it has been read.
@@ -183,6 +185,7 @@ void WebMan::State::Begin()
         kos::AllowSignals();
     }
     if (demands.lock) TakeLock();
+    if (demands.lock && !demands.settles) WantConfirmation();
     if (demands.alone && !kos::TakeTurn(Name())) {
         RefuseAndThrow({503, "busy", "another request of this name is under way"});
     }
@@ -200,6 +203,13 @@ void WebMan::State::TakeLock()
             break;
     }
     RefuseAndThrow({503, "unavailable", "the lock cannot be used"});
+}
+
+/// Refuses the request while a change waits to be confirmed.
+void WebMan::State::WantConfirmation()
+{
+    if (host::Succeeded(host::NothingIsUnconfirmed())) return;
+    RefuseAndThrow({503, "unconfirmed", "a change waits to be confirmed"});
 }
 
 WebMan::WebMan()

@@ -8,6 +8,7 @@ struct RequestDemands {
     bool changes = false;  ///< gets an audit line, and is not interrupted by signals
     bool proof = false;    ///< has to show that no page of another site sent it; a JSON body does
     bool lock = false;     ///< no other change goes on until the process ends
+    bool settles = false;  ///< is made although a change waits to be confirmed
     bool alone = false;    ///< no other request of its name is answered at the same time
     unsigned seconds = 0;  ///< after which the process is ended; 0 for no limit
 };

@@ -57,7 +57,7 @@ class RollBack(harness.Story):
         log = harness.SystemLog()
         self.assertEqual(ask("rollback", {"number": state["number"]}),
                          {"success": True, "number": state["number"],
-                          "settings": ["smtp_hostname"]})
+                          "settings": ["smtp_hostname"], "until": 0})
         self.assertEqual(settings(), before)
         self.assertEqual(kept()[-1]["action"], "rollback")
         self.assertIn('user "admin", address 127.0.0.1, action rollback: done; '

@@ -264,3 +264,18 @@ class Changes(Upkeep):
         self.agree("Go back")
         browser.wait(".notice", "The earlier state is in force")
         self.assertEqual((load()["smtp_hostname"], settings()), (before["smtp_hostname"], before))
+
+    def test_a_change_that_waits_is_confirmed_or_taken_back(self):
+        write("/root/waits.yaml", "format: 1\nsettings: {smtp_hostname: waits.example.test}\n")
+        before, browser = settings(), self.browser
+        for button, told, name in (("Take back", "The state before", before["smtp_hostname"]),
+                                   ("Confirm", "The change stays", "waits.example.test")):
+            run(harness.TARGET + "/bin/mailvanectl", "apply", "--confirm", "3600", "/root/waits.yaml")
+            browser.go("overview")
+            browser.go("smtp")
+            self.assertIn("root has made it", browser.wait(".problem[role=alert]").text)
+            self.assertEqual(browser.faults(), [])
+            browser.button(button).click()
+            browser.wait(".notice", told)
+            wait_for(lambda: not browser.find(".problem"), "the end of what waits")
+            self.assertEqual((settings()["smtp_hostname"], ask("about")["unconfirmed"]), (name, None))

@@ -50,7 +50,7 @@ def leftovers():
     found = [path for path in paths if UNFINISHED.search(path)] + glob.glob("/tmp/*")
     found += [path for path in glob.glob(ETC + "/generated/gen-*")
               if not os.path.exists(path + "/manifest")]
-    return sorted(found + [path for path in (PENDING, ETC + "/exchange") if os.path.exists(path)])
+    return sorted(found + [path for path in (PENDING, ETC + "/exchange", ETC + "/unconfirmed") if os.path.exists(path)])
 
 
 def may_stay(site, fault):

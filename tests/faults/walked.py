@@ -486,6 +486,55 @@ class Document(Restore):
         ctl("apply", "--prune", "/root/off.yaml")
 
 
+class Unconfirmed(Document):
+    """The same, to be confirmed; after a kill somebody confirms what is in force."""
+
+    states = {}
+
+    def call(self, n):
+        return [CTL, "apply", "--prune", "--confirm", "3600", "/root/on.yaml"], None, b""
+
+    def waits(self):
+        return os.path.exists(ETC + "/unconfirmed")
+
+    def finish(self):
+        super().finish()
+        if self.waits():
+            ctl("confirm")
+
+    def undo(self, n):
+        if self.waits():
+            ctl("confirm", "--undo")
+        super().undo(n)
+
+
+class TakenBack(Unconfirmed):
+    """The new state is the one before: what was on is off."""
+
+    states = {}
+
+    def prepare(self, n):
+        ctl("apply", "--prune", "/root/off.yaml")
+        ctl(*Unconfirmed.call(self, n)[0][1:])
+
+    def call(self, n):
+        return call("take_back")
+
+    def succeeded(self, done):
+        return Walked.succeeded(self, done)
+
+    def undo(self, n):
+        if self.waits():
+            ctl("confirm")
+        ctl("apply", "--prune", "/root/on.yaml")
+
+    def shown(self, n):
+        return {True: False, False: True}.get(super().shown(n), "a mixture")
+
+    def in_force(self, n):
+        return {True: False, False: True}.get(super().in_force(n), "a mixture in force")
+
+
 class RollBack(Walked):
     names = ("rolled.test", DOMAIN)
 
@@ -752,6 +801,8 @@ REQUESTS = {
     "generate_dkim_key": DkimKey(),
     "restore": Restore(),
     "apply": Document(),
+    "apply_unconfirmed": Unconfirmed(),
+    "take_back": TakenBack(),
     "rollback": RollBack(),
     "tls": Certificate(),
     "tls_install": CertificateCall(),

@@ -10,7 +10,7 @@ import unittest
 TOP = os.path.dirname(os.path.realpath(__file__)) + "/../.."
 UNITS = TOP + "/packaging/systemd"
 PROGRAMS = "/var/packages/Mailvane/target"
-ADMINISTERS = {"mailvane-gate", "mailvane-recover", "mailvane-groups"}
+ADMINISTERS = {"mailvane-gate", "mailvane-recover", "mailvane-groups", "mailvane-take-back"}
 REPORT = {"mailvane-report"}
 MAKES_USERS = {"mailvane-gate"}  # with the drop-in of mailvane-console
 

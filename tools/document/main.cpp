@@ -5,11 +5,13 @@
 //   hald_document show NUMBER            writes a generation that is kept to standard output
 //   hald_document between ONE OTHER      says in JSON what lies between two of them: the number of
 //                                        a generation, or the path of a document
-//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] FOLDER FILE...
-//                                        merges the document in FILE, with further ones laid over
+//   hald_document compare|rehearse|apply [--prune] [--secrets=FILE] [--confirm=SECONDS]
+//                 FOLDER FILE...         merges the document in FILE, with further ones laid over
 //                                        it, into a copy of the state that is made in FOLDER, an
 //                                        empty one in etc/; says in JSON what that changes;
-//                                        `rehearse` validates the change, `apply` puts it in force
+//                                        `rehearse` validates the change, `apply` puts it in force,
+//                                        to be taken back unless it is confirmed within so many
+//                                        seconds
 #include <json/json.h>
 
 #include <charconv>
@@ -36,11 +38,13 @@ namespace {
 using host::Result;
 
 constexpr char kSecretsOption[] = "--secrets=";
+constexpr char kConfirmOption[] = "--confirm=";
 
 struct Words {
     std::vector<std::string> plain;
     std::set<std::string> options;
     std::string secretsFile;
+    std::optional<std::int64_t> confirmSeconds;
 };
 
 Words WordsOf(int count, char** arguments)
@@ -50,6 +54,9 @@ Words WordsOf(int count, char** arguments)
         const std::string word = arguments[number];
         if (word.rfind(kSecretsOption, 0) == 0) {
             words.secretsFile = word.substr(std::strlen(kSecretsOption));
+        } else if (word.rfind(kConfirmOption, 0) == 0) {
+            words.confirmSeconds =
+                std::strtoll(word.c_str() + std::strlen(kConfirmOption), nullptr, 10);
         } else if (word.rfind("--", 0) == 0) {
             words.options.insert(word);
         } else {
@@ -61,7 +68,7 @@ Words WordsOf(int count, char** arguments)
 
 Result<void> Export(const Words& words)
 {
-    const host::save::WriteScope scope;
+    const host::save::WriteScope scope(host::save::Unconfirmed::kPasses);
     if (!scope.ready()) return scope.ready();
     const Result<document::State> state = document::StateInForce();
     if (!state) return state.reason();
@@ -113,6 +120,8 @@ Json::Value ToJson(const document::Outcome& outcome, const std::vector<std::stri
     json["changes"] = ToJson(outcome.differences);
     json["before"] = outcome.before;
     json["after"] = outcome.after;
+    const auto& waiting = outcome.unconfirmed;
+    json["until"] = static_cast<Json::Int64>(waiting ? waiting->deadline.end.clock : 0);
     json["steps"] = Json::Value(Json::arrayValue);
     for (const Callback& step : outcome.plan) {
         Json::Value one;
@@ -128,6 +137,7 @@ Result<void> Carry(const Words& words, document::Deed deed)
     document::Request request;
     request.folder = words.plain[1];
     request.prunes = words.options.count("--prune") != 0;
+    request.confirmSeconds = words.confirmSeconds;
     for (std::size_t number = 2; number < words.plain.size(); ++number) {
         const std::string& file = words.plain[number];
         request.texts.emplace_back();
@@ -136,7 +146,9 @@ Result<void> Carry(const Words& words, document::Deed deed)
     if (!words.secretsFile.empty() && !host::ReadFile(words.secretsFile, request.secrets)) {
         return host::SystemReason(words.secretsFile, words.secretsFile);
     }
-    const host::save::WriteScope scope;
+    const bool onlyLooks = deed == document::Deed::kCompared;
+    const host::save::WriteScope scope(onlyLooks ? host::save::Unconfirmed::kPasses
+                                                 : host::save::Unconfirmed::kRefuses);
     if (!scope.ready()) return scope.ready();
     const auto outcome = document::Carry(request, deed);
     if (!outcome) return outcome.reason();
@@ -248,8 +260,8 @@ int main(int count, char** arguments)
                            "       hald_document schema FILE\n"
                            "       hald_document show NUMBER\n"
                            "       hald_document between ONE OTHER\n"
-                           "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE] "
-                           "FOLDER FILE...\n");
+                           "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE]\n"
+                           "           [--confirm=SECONDS] FOLDER FILE...\n");
         return 2;
     }
     host::NoteRequest({words.plain[0], host::ConsoleUser()});

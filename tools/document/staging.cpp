@@ -13,6 +13,7 @@
 #include "host/libmailvane/pages/staged_state.h"
 #include "host/libmailvane/render/scanner.h"
 #include "host/libmailvane/save/account_switch.h"
+#include "host/libmailvane/save/confirm.h"
 #include "host/libmailvane/save/restore.h"
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/stored_files.h"
@@ -160,8 +161,26 @@ void RemoveUnchanged(const State& stored, const State& staged,
     }
 }
 
-Result<std::list<Callback>> Do(Deed deed, const State& stored, const State& staged,
-                               const std::vector<Difference>& differences)
+/// Puts a change in force that waits to be confirmed.
+Result<std::list<Callback>> PutInForceUnconfirmed(host::save::StateChange change,
+                                                  std::int64_t seconds)
+{
+    std::list<Callback> plan;
+    Result<void> done = host::save::MakeUnconfirmed(
+        seconds, {change.staged, change.settings.Account()},
+        [&](const host::save::BeforeCommit& beforeCommit) -> Result<void> {
+            change.beforeCommit = beforeCommit;
+            auto ran = host::save::PutInForce(change);
+            if (!ran) return std::move(ran).reason();
+            plan = *std::move(ran);
+            return {};
+        });
+    if (!done) return std::move(done).reason();
+    return plan;
+}
+
+Result<std::list<Callback>> Do(const Request& request, Deed deed, const State& stored,
+                               const State& staged, const std::vector<Difference>& differences)
 {
     Result<void> good = WriteSettings(staged);
     if (good) good = host::pages::CheckStagedState(staged.folder);
@@ -169,6 +188,7 @@ Result<std::list<Callback>> Do(Deed deed, const State& stored, const State& stag
     const host::save::StateChange change = ChangeOf(stored, staged, differences);
     if (deed == Deed::kRehearsed) return host::save::Rehearse(change);
     RemoveUnchanged(stored, staged, differences);
+    if (request.confirmSeconds) return PutInForceUnconfirmed(change, *request.confirmSeconds);
     return host::save::PutInForce(change);
 }
 
@@ -206,9 +226,10 @@ Result<Outcome> Carry(const Request& request, Deed deed)
     outcome.after = TextOf(*after, Secrets::kNamed);
     if (deed == Deed::kCompared || outcome.differences.empty()) return outcome;
 
-    auto plan = Do(deed, *stored, *staged, outcome.differences);
+    auto plan = Do(request, deed, *stored, *staged, outcome.differences);
     if (!plan) return std::move(plan).reason();
     outcome.plan = *std::move(plan);
+    if (request.confirmSeconds) outcome.unconfirmed = host::FindUnconfirmedChange();
     return outcome;
 }
 

@@ -1,10 +1,13 @@
 // A document on its way into force: a staged copy of the stored state with the changes in it.
 #pragma once
 
+#include <cstdint>
 #include <list>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "host/libhaldcore/unconfirmed.h"
 #include "platform/mailvane/callback.h"
 #include "tools/document/document.h"
 
@@ -16,6 +19,7 @@ struct Request {
     std::vector<std::string> texts;  ///< the document, and what is laid over it
     std::string secrets;             ///< a map of names and values in YAML; empty for none
     bool prunes = false;
+    std::optional<std::int64_t> confirmSeconds = {};  ///< for which it waits to be confirmed
 };
 
 /// What a document makes of the stored state.
@@ -24,7 +28,8 @@ struct Outcome {
     std::string before;
     std::string after;
     std::vector<Difference> differences;
-    std::list<Callback> plan = {};  ///< that was run, or would be
+    std::list<Callback> plan = {};                            ///< that was run, or would be
+    std::optional<host::UnconfirmedChange> unconfirmed = {};  ///< it, when it waits
 };
 
 /// What is done with what a document makes.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/programs.h"
 #include "tools/hald_service/launch.h"
 
 namespace service {
@@ -37,7 +38,7 @@ bool Systemctl(std::vector<std::string> words)
 {
     Command command;
     command.words = std::move(words);
-    command.words.insert(command.words.begin(), "/usr/bin/systemctl");
+    command.words.insert(command.words.begin(), host::programs::kSystemctl);
     command.environment = {"SYSTEMCTL_SKIP_SYSV=1"};
     // Callers give up after two minutes.
     return RunQuietly("systemctl", command, std::chrono::seconds(110));

@@ -9,6 +9,8 @@
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/text.h"
+#include "host/libhaldcore/unconfirmed.h"
+#include "host/libmailvane/generation/generation.h"
 #include "host/libmailvane/settings/stored_settings.h"
 
 namespace upkeep {
@@ -38,6 +40,19 @@ Json::Value HandOver()
     return parsed && manifest.isObject() ? manifest : Json::Value();
 }
 
+/// The change that waits to be confirmed; null when none does.
+Json::Value Waiting()
+{
+    const auto change = host::FindUnconfirmedChange();
+    if (!change) return {};
+
+    Json::Value waiting;
+    waiting["number"] = host::generation::NumberOf(change->generation);
+    waiting["who"] = change->caller;
+    waiting["until"] = static_cast<Json::Int64>(change->deadline.end.clock);
+    return waiting;
+}
+
 }  // namespace
 
 Answer About(const Request& request)
@@ -52,6 +67,7 @@ Answer About(const Request& request)
     answer["host"] = settings->Text("smtp_hostname");
     answer["handed_over"] = handOver["state"] == Json::Value(kHandedOver);
     answer["since"] = handOver["since"].isString() ? handOver["since"] : Json::Value("");
+    answer["unconfirmed"] = Waiting();
     return answer;
 }
 

@@ -2,8 +2,11 @@
 #include "upkeep/history/calls.h"
 
 #include "host/libhaldcore/audit.h"
+#include "host/libmailvane/generation/generation.h"
+#include "host/libmailvane/save/confirm.h"
 #include "host/libmailvane/save/progress.h"
 #include "host/libmailvane/save/restore.h"
+#include "host/libmailvane/settings/stored_settings.h"
 #include "upkeep/history/kept_states.h"
 
 namespace upkeep {
@@ -34,6 +37,34 @@ Json::Value Told(const KeptState& state)
     return told;
 }
 
+host::Result<void> RollBackTo(const std::string& name, std::size_t seconds)
+{
+    if (seconds == 0) return host::save::RollBack(name);
+
+    const auto settings =
+        host::settings::StoredSettings::ReadFrom(host::generation::GenerationDirectory(name));
+    if (!settings) return settings.reason();
+    return host::save::MakeUnconfirmed(static_cast<std::int64_t>(seconds),
+                                       {"", settings->Account()},
+                                       [&name](const host::save::BeforeCommit& beforeCommit) {
+                                           return host::save::RollBack(name, beforeCommit);
+                                       });
+}
+
+/// Runs one of the two functions that settle what waits to be confirmed.
+Answer Settle(const Request& request,
+              host::Result<host::UnconfirmedChange> (*settle)(const std::string& generation))
+{
+    const std::size_t number = request.Number("number", 0, kMostNumber);
+    const auto settled = settle(number == 0 ? "" : host::generation::NameOf(number));
+    if (!settled) return settled.reason();
+
+    host::NoteChange(settled->generation);
+    Json::Value answer;
+    answer["number"] = host::generation::NumberOf(settled->generation);
+    return answer;
+}
+
 }  // namespace
 
 Answer Generations(const Request& /*request*/)
@@ -54,13 +85,25 @@ Answer RollBack(const Request& request)
     }
 
     for (const std::string& name : state->different) host::NoteChange(name);
-    host::Result<void> done = host::save::RollBack(state->name);
+    host::Result<void> done = RollBackTo(state->name, request.Number("confirm", 0, kMostNumber));
     if (!done) return std::move(done).reason();
 
     Json::Value answer;
     answer["number"] = state->number;
     answer["settings"] = ListOf(state->different);
+    const auto waiting = host::FindUnconfirmedChange();
+    answer["until"] = static_cast<Json::Int64>(waiting ? waiting->deadline.end.clock : 0);
     return answer;
+}
+
+Answer Confirm(const Request& request)
+{
+    return Settle(request, host::save::Confirm);
+}
+
+Answer TakeBack(const Request& request)
+{
+    return Settle(request, host::save::TakeBack);
 }
 
 Answer Progress(const Request& /*request*/)

@@ -12,8 +12,16 @@ namespace upkeep {
 Answer Generations(const Request& request);
 
 /// `rollback`: puts the settings of the state `number` in force, as a save does. Answers its number
-/// and the names of the settings that have changed.
+/// and the names of the settings that have changed. With `confirm`, a number of seconds, it waits
+/// to be confirmed.
 Answer RollBack(const Request& request);
+
+/// `confirm`: the change that waits stays in force. `number`: that of its generation, which has to
+/// be the one in force when it is given. Answers it.
+Answer Confirm(const Request& request);
+
+/// `take_back`: takes the change that waits back at once; the same `number`. Answers it.
+Answer TakeBack(const Request& request);
 
 /// `progress`: the step that the change under way is at: `running`, `step`, `of` (0: not known
 /// yet), `name`, `since` (seconds). Without one `running` is false, the numbers are 0.

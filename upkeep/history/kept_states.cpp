@@ -2,7 +2,6 @@
 #include "upkeep/history/kept_states.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <set>
 
@@ -14,9 +13,9 @@ namespace upkeep {
 
 namespace {
 
+using host::generation::NumberOf;
 using host::system::Manifest;
 
-constexpr std::size_t kPrefixLength = 4;  // of "gen-"
 constexpr char kSettings[] = "mailvane.conf";
 
 /// Files that hold settings, by the name under which they are told.
@@ -90,13 +89,6 @@ std::vector<std::string> DifferingFiles(const Manifest& before, const Manifest& 
         if (!isCompiled && !IsOfSettings(file)) names.insert(file.substr(file.rfind('/') + 1));
     }
     return {names.begin(), names.end()};
-}
-
-std::uint32_t NumberOf(const std::string& name)
-{
-    std::uint32_t number = 0;
-    (void)std::from_chars(name.data() + kPrefixLength, name.data() + name.size(), number);
-    return number;
 }
 
 /// The names of the complete generations, the oldest first.

@@ -32,7 +32,7 @@ async function respond(action, members, more) {
             // Another request may have been answered so before, and somebody have signed in since.
             if (login === authorization()) lock("session/ended");
             if (!authorization()) await signedInAgain();
-        } else if (response.status === 503 && turn < PAUSES.length) {
+        } else if (response.status === 503 && turn < PAUSES.length && !waitsForPeople(response)) {
             await pause(PAUSES[turn++], signal);
         } else {
             return response;
@@ -40,6 +40,11 @@ async function respond(action, members, more) {
         if (signal?.aborted) throw new Failure("stopped");
     }
 }
+
+/** Whether a change waits to be confirmed, which takes longer than any pause here.
+ *  @param {Response} response */
+const waitsForPeople = (response) =>
+    (response.headers.get("X-Mailvane-Reason") ?? "").includes('"unconfirmed"');
 
 /** @param {number} ms @param {AbortSignal} [signal] @returns {Promise<void>} */
 export const pause = (ms, signal) => new Promise((goOn) => {

@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -102,11 +102,7 @@ std::vector<std::string> AllGenerations()
 std::string NextName()
 {
     const std::vector<std::string> names = AllGenerations();
-    const long last =
-        names.empty() ? 0 : std::strtol(names.back().c_str() + sizeof(kPrefix) - 1, nullptr, 10);
-    char name[32];
-    std::snprintf(name, sizeof(name), "%s%06ld", kPrefix, last + 1);
-    return name;
+    return NameOf(names.empty() ? 1 : NumberOf(names.back()) + std::size_t{1});
 }
 
 /// Makes a path a symbolic link, in one step.
@@ -168,6 +164,21 @@ std::string CurrentGeneration()
 {
     std::error_code error;
     return fs::read_symlink(GeneratedDirectory() + "/current", error).filename().string();
+}
+
+std::uint32_t NumberOf(const std::string& name)
+{
+    std::uint32_t number = 0;
+    const std::size_t start = std::min(sizeof(kPrefix) - 1, name.size());
+    (void)std::from_chars(name.data() + start, name.data() + name.size(), number);
+    return number;
+}
+
+std::string NameOf(std::size_t number)
+{
+    char name[32];
+    std::snprintf(name, sizeof(name), "%s%06zu", kPrefix, number);
+    return name;
 }
 
 std::vector<std::string> EarlierGenerations()
@@ -372,14 +383,32 @@ void NextGeneration::Put(const ListFile& file)
 void NextGeneration::Keep(const std::string& relative)
 {
     const std::string old = GenerationDirectory(before_) + "/" + relative;
-    if (!state_ || files_.count(relative) != 0 || !system::NameExists(old)) return;
+    if (files_.count(relative) == 0 && system::NameExists(old)) Take(before_, relative);
+}
 
+void NextGeneration::Take(const std::string& from, const std::string& relative)
+{
+    if (!state_) return;
+    const std::string old = GenerationDirectory(from) + "/" + relative;
     Begin(relative);
     if (link(old.c_str(), PathOf(relative).c_str()) < 0) Fail("keep", relative);
 }
 
+void NextGeneration::TakeAll(const std::string& earlier)
+{
+    const Manifest files = ReadManifest(earlier);
+    if (files.empty()) Fail(Reason{ReasonCode::kDamaged, earlier, earlier + " is not whole"});
+    isWhole_ = true;
+    for (const auto& [relative, checksum] : files) {
+        Take(earlier, relative);
+        const auto now = beforeFiles_.find(relative);
+        if (now == beforeFiles_.end() || now->second != checksum) changed_.insert(relative);
+    }
+}
+
 void NextGeneration::KeepRest()
 {
+    if (isWhole_) return;
     std::set<std::string> renewed;
     for (const auto& [source, compilation] : uncompiled_) renewed.insert(compilation.result);
     for (const auto& [relative, checksum] : beforeFiles_) {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -22,6 +23,10 @@ std::string GenerationDirectory(const std::string& name);
 
 /// Name of the generation in force; empty when there is none.
 std::string CurrentGeneration();
+
+/// The number in the name of a generation, and the name of a number.
+std::uint32_t NumberOf(const std::string& name);
+std::string NameOf(std::size_t number);
 
 /// Names of all generations but the one in force.
 std::vector<std::string> EarlierGenerations();
@@ -75,6 +80,10 @@ public:
     /// Takes a file over from the generation in force, if it is there.
     void Keep(const std::string& relative);
 
+    /// Takes all files from an earlier generation, as they are there, and none from the one in
+    /// force.
+    void TakeAll(const std::string& earlier);
+
     /// Makes `Complete` fail with "cannot `doing` `what`" and errno.
     void Fail(const char* doing, const std::string& what);
 
@@ -107,6 +116,7 @@ private:
     void Begin(const std::string& relative);
     std::string PathOf(const std::string& relative) const;
     bool ShareUnchanged(const std::string& relative, const LongText& text, mode_t mode);
+    void Take(const std::string& from, const std::string& relative);
     void KeepRest();
     bool IsTheSame() const;
     void Compile();
@@ -120,6 +130,7 @@ private:
     std::set<std::string> changed_;
     std::map<std::string, Compilation> uncompiled_;  ///< maps and scripts, by their sources
     Result<void> state_;                             ///< the first failure
+    bool isWhole_ = false;                           ///< nothing of the one in force is kept
     bool inForce_ = false;
 };
 

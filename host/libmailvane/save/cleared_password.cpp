@@ -8,6 +8,7 @@
 
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
+#include "host/libhaldcore/unconfirmed.h"
 #include "host/libmailvane/generation/generation.h"
 
 namespace host::save {
@@ -36,7 +37,7 @@ bool ForgetPassword(const std::string& generation)
 
 void ForgetClearedPassword(const settings::StoredSettings& inForce)
 {
-    if (!inForce.Text(kPassword).empty()) return;
+    if (!inForce.Text(kPassword).empty() || FindUnconfirmedChange()) return;
 
     for (const std::string& name : generation::EarlierGenerations()) {
         const std::string directory = generation::GenerationDirectory(name);

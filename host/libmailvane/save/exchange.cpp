@@ -148,7 +148,8 @@ Result<void> FollowAllPersonalSettings()
 
 }  // namespace
 
-Result<void> BeginExchange(const std::string& staged, bool whole)
+Result<void> BeginExchange(const std::string& staged, bool whole,
+                           const std::set<std::string>& leaving)
 {
     Result<void> done = PrepareExchange(staged);
     if (!done) return done;
@@ -156,7 +157,7 @@ Result<void> BeginExchange(const std::string& staged, bool whole)
     for (const std::string& name : ExchangedNames()) {
         const bool mayStay =
             !whole || stores::FindStoredFile(name)->keeping == stores::Keeping::kFolderOnRequest;
-        if (mayStay && !system::NameExists(NewOf(name))) continue;
+        if (mayStay && leaving.count(name) == 0 && !system::NameExists(NewOf(name))) continue;
         done = MoveIfThere(InForce(name), OldOf(name));
         if (done) done = MoveIfThere(NewOf(name), InForce(name));
         if (!done) return done;

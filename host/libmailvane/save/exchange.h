@@ -3,6 +3,7 @@
 // process is killed in between, it can still be completed or rolled back.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "host/libhaldcore/result.h"
@@ -11,9 +12,11 @@ namespace host::save {
 
 /// Replaces the stored files by those of the same names in `staged`, a directory in etc/ that is
 /// used up. With `whole`, stored files that `staged` lacks are removed, except the administrator's
-/// fragments. The exchange is under way until `KeepExchange` or `DropExchange`; the caller rolls
-/// back a failed one. Requires the request lock and the mark of a pending save.
-Result<void> BeginExchange(const std::string& staged, bool whole);
+/// fragments; without it, those in `leaving`. The exchange is under way until `KeepExchange` or
+/// `DropExchange`; the caller rolls back a failed one. Requires the request lock and the mark of a
+/// pending save.
+Result<void> BeginExchange(const std::string& staged, bool whole,
+                           const std::set<std::string>& leaving = {});
 
 /// Whether an exchange is under way, begun by this process or by a killed one.
 bool ExchangeIsUnderWay();

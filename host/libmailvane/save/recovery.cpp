@@ -7,6 +7,7 @@
 #include "host/libhaldcore/key_value_file.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/unconfirmed.h"
 #include "host/libmailvane/daemons/daemons.h"
 #include "host/libmailvane/daemons/service_control.h"
 #include "host/libmailvane/generation/generation.h"
@@ -16,6 +17,7 @@
 #include "host/libmailvane/save/list_change.h"
 #include "host/libmailvane/save/personal_change.h"
 #include "host/libmailvane/save/plan.h"
+#include "host/libmailvane/save/unconfirmed_state.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "host/libmailvane/stores/account_data.h"
 #include "host/libmailvane/stores/account_databases.h"
@@ -24,6 +26,8 @@
 namespace host::save {
 
 namespace {
+
+int openScopes = 0;  // of this process
 
 /// The switches stored before a save. A switch that cannot be read counts as on.
 struct SwitchesBefore {
@@ -115,22 +119,8 @@ Result<void> Finish(const generation::PendingSave& mark)
     return FinishSave(mark);
 }
 
-}  // namespace
-
-WriteScope::WriteScope()
+Result<void> FinishMarked()
 {
-    ready_ = lock_.ready();
-    if (ready_) ready_ = FinishInterruptedSave();
-}
-
-Result<void> FinishInterruptedSave()
-{
-    // A mark found later in this process, or by its child, is that of the change now under way.
-    static bool finished = false;
-    if (finished || !LockIsHeld() || LockIsInherited()) return {};
-
-    finished = true;
-    SettleDatabases();
     const auto mark = generation::ReadPendingSave();
     if (!mark) return {};
 
@@ -142,6 +132,36 @@ Result<void> FinishInterruptedSave()
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) ForgetClearedPassword(*stored);
     return {};
+}
+
+}  // namespace
+
+WriteScope::WriteScope(Unconfirmed unconfirmed)
+{
+    const bool isOuter = openScopes++ == 0;
+    ready_ = lock_.ready();
+    if (ready_) ready_ = FinishInterruptedSave();
+    // The caller of a tool has been asked already.
+    const bool asks = isOuter && unconfirmed == Unconfirmed::kRefuses && !LockIsInherited();
+    if (ready_ && asks) ready_ = NothingIsUnconfirmed();
+}
+
+WriteScope::~WriteScope()
+{
+    --openScopes;
+}
+
+Result<void> FinishInterruptedSave()
+{
+    // A mark found later in this process, or by its child, is that of the change now under way.
+    static bool finished = false;
+    if (finished || !LockIsHeld() || LockIsInherited()) return {};
+
+    finished = true;
+    SettleDatabases();
+    Result<void> done = FinishMarked();
+    if (done) SettleUnconfirmedState();
+    return done;
 }
 
 }  // namespace host::save

@@ -6,14 +6,23 @@
 
 namespace host::save {
 
+/// What an operation makes of a change that waits to be confirmed.
+enum class Unconfirmed {
+    kRefuses,  ///< it is not ready
+    kPasses    ///< it changes nothing that is stored, or settles that change
+};
+
 /// The scope of every operation that changes stored state: holds the request lock, and finishes an
-/// interrupted change first.
+/// interrupted change first. Within another one it is ready as that is.
 class WriteScope {
 public:
-    WriteScope();
+    explicit WriteScope(Unconfirmed unconfirmed = Unconfirmed::kRefuses);
+    ~WriteScope();
+    WriteScope(const WriteScope&) = delete;
+    WriteScope& operator=(const WriteScope&) = delete;
 
-    /// Success when changes are allowed; the reason when the lock was not obtained in time or the
-    /// interrupted change could not be finished.
+    /// Success when changes are allowed; the reason when the lock was not obtained in time, the
+    /// interrupted change could not be finished, or one waits to be confirmed.
     const Result<void>& ready() const { return ready_; }
 
 private:

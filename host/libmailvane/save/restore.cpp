@@ -145,9 +145,15 @@ Result<void> SettleLiveDatabases()
     return healed ? CheckDatabases(PackagePath("etc"), stored->Account()) : healed;
 }
 
+/// Stored files that come in force.
+struct NewFiles {
+    std::string staged;
+    bool whole = false;
+    std::set<std::string> leaving = {};
+};
+
 /// Exchanges the stored files and saves; after a failure neither has happened.
-Result<void> ExchangeAndSave(const std::string& staged, bool whole,
-                             const settings::StoredSettings& wanted,
+Result<void> ExchangeAndSave(const NewFiles& files, const settings::StoredSettings& wanted,
                              const std::list<Callback>& steps, const SaveExtent& extent = {})
 {
     const std::string before = generation::CurrentGeneration();
@@ -156,9 +162,9 @@ Result<void> ExchangeAndSave(const std::string& staged, bool whole,
     if (!done) return done;
 
     // Lists that stay belong to the accounts that are left: they wait for these to come back.
-    const bool parks = !whole && stored && !(stored->Account() == wanted.Account());
+    const bool parks = !files.whole && stored && !(stored->Account() == wanted.Account());
     if (parks) done = stores::SwitchDatabases(wanted.Account());
-    if (done) done = BeginExchange(staged, whole);
+    if (done) done = BeginExchange(files.staged, files.whole, files.leaving);
     if (done) done = SaveTransaction(wanted, steps, extent);
     // A save that failed in its steps has rolled the exchange back already, or left that to the
     // next writer.
@@ -181,7 +187,7 @@ Result<void> ExchangeAlwaysBcc(const settings::StoredSettings& stored,
     return stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
 }
 
-Result<void> RollBackTo(const std::string& name)
+Result<void> RollBackTo(const std::string& name, const BeforeCommit& beforeCommit)
 {
     if (!generation::IsGeneration(name)) return Refused(name, "is no generation");
 
@@ -199,7 +205,9 @@ Result<void> RollBackTo(const std::string& name)
         steps.push_front(MemcachedStep());
     }
     // Who gets the mail of an alias also follows from the settings.
-    return SaveTransaction(*wanted, steps, {{}, {&render::kAliasList}});
+    SaveExtent extent{{}, {&render::kAliasList}};
+    extent.beforeCommit = beforeCommit;
+    return SaveTransaction(*wanted, steps, extent);
 }
 
 Result<void> RestoreStaged(const std::string& staged)
@@ -213,7 +221,7 @@ Result<void> RestoreStaged(const std::string& staged)
     steps.push_front(daemons::ServiceStep(daemons::kDkimFilter, kRestart));
     steps.push_front(MemcachedStep());
     steps.push_front(Follow());
-    return ExchangeAndSave(staged, true, state->settings, steps, {state->rules, AllLists()});
+    return ExchangeAndSave({staged, true}, state->settings, steps, {state->rules, AllLists()});
 }
 
 Result<void> ReplaceStagedCertificate(const std::string& staged)
@@ -224,7 +232,7 @@ Result<void> ReplaceStagedCertificate(const std::string& staged)
     const auto stored = settings::StoredSettings::Read();
     if (!stored) return stored.reason();
 
-    return ExchangeAndSave(staged, false, *stored, ServerSteps());
+    return ExchangeAndSave({staged}, *stored, ServerSteps());
 }
 
 /// What no other table says about a change: personal scripts follow their settings, and a daemon
@@ -247,6 +255,8 @@ std::list<Callback> StepsOf(const StateChange& change, const settings::StoredSet
 SaveExtent ExtentOf(const StateChange& change)
 {
     SaveExtent extent{change.rules, change.lists};
+    extent.generation = change.generation;
+    extent.beforeCommit = change.beforeCommit;
     // Who gets the mail of an alias also follows from the settings.
     const auto& lists = extent.lists;
     if (std::find(lists.begin(), lists.end(), &render::kAliasList) == lists.end()) {
@@ -267,7 +277,9 @@ auto MakeChange(const StateChange& change, Make make) -> Result<std::list<Callba
         if (!stored) return std::move(stored).reason();
         Result<void> taken;
         if (change.rules) taken = CheckRules(*change.rules);
-        if (taken && stored->Account().type != change.settings.Account().type) {
+        // The way back is never refused for a source.
+        const bool isBack = !change.generation.empty();
+        if (taken && !isBack && stored->Account().type != change.settings.Account().type) {
             taken = system::AccountSourceIsNamed(change.settings.Account().type);
         }
         if (!taken) return std::move(taken).reason();
@@ -276,11 +288,11 @@ auto MakeChange(const StateChange& change, Make make) -> Result<std::list<Callba
 }
 
 /// Runs a change under the request lock.
-Result<void> Change(Result<void> (*change)(const std::string&), const std::string& what)
+Result<void> Change(const std::function<Result<void>()>& change)
 {
-    return system::Attempt("an earlier state", [change, &what] {
+    return system::Attempt("an earlier state", [&change] {
         const WriteScope scope;
-        return scope.ready() ? change(what) : scope.ready();
+        return scope.ready() ? change() : scope.ready();
     });
 }
 
@@ -289,27 +301,27 @@ Result<void> Change(Result<void> (*change)(const std::string&), const std::strin
 Result<void> RestoreState(const std::string& staged)
 {
     if (!IsOurs(staged)) return Refused(staged, "is not root's alone");
-    return Change(RestoreStaged, staged);
+    return Change([&] { return RestoreStaged(staged); });
 }
 
 Result<std::list<Callback>> PutInForce(const StateChange& change)
 {
-    return MakeChange(change,
-                      [&](const settings::StoredSettings& stored) -> Result<std::list<Callback>> {
-                          std::list<Callback> plan;
-                          Result<void> done = SettleLiveDatabases();
-                          if (done && !(stored.Account() == change.settings.Account())) {
-                              done = stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
-                          }
-                          SaveExtent extent = ExtentOf(change);
-                          extent.ran = &plan;
-                          if (done) {
-                              done = ExchangeAndSave(change.staged, false, change.settings,
-                                                     StepsOf(change, stored), extent);
-                          }
-                          if (!done) return std::move(done).reason();
-                          return plan;
-                      });
+    return MakeChange(
+        change, [&](const settings::StoredSettings& stored) -> Result<std::list<Callback>> {
+            std::list<Callback> plan;
+            Result<void> done = SettleLiveDatabases();
+            if (done && !(stored.Account() == change.settings.Account())) {
+                done = stores::ParkAlwaysBcc(stored.Account(), stored.AlwaysBcc());
+            }
+            SaveExtent extent = ExtentOf(change);
+            extent.ran = &plan;
+            if (done) {
+                done = ExchangeAndSave({change.staged, false, change.leaving}, change.settings,
+                                       StepsOf(change, stored), extent);
+            }
+            if (!done) return std::move(done).reason();
+            return plan;
+        });
 }
 
 Result<std::list<Callback>> Rehearse(const StateChange& change)
@@ -328,12 +340,12 @@ Result<std::list<Callback>> Rehearse(const StateChange& change)
 Result<void> ReplaceCertificate(const std::string& staged)
 {
     if (!IsOurs(staged)) return Refused(staged, "is not root's alone");
-    return Change(ReplaceStagedCertificate, staged);
+    return Change([&] { return ReplaceStagedCertificate(staged); });
 }
 
-Result<void> RollBack(const std::string& generation)
+Result<void> RollBack(const std::string& generation, const BeforeCommit& beforeCommit)
 {
-    return Change(RollBackTo, generation);
+    return Change([&] { return RollBackTo(generation, beforeCommit); });
 }
 
 }  // namespace host::save

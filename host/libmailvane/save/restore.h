@@ -3,10 +3,12 @@
 
 #include <list>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "host/libhaldcore/result.h"
 #include "host/libmailvane/save/list_files.h"
+#include "host/libmailvane/save/transaction.h"
 #include "host/libmailvane/settings/stored_settings.h"
 #include "platform/mailvane/callback.h"
 
@@ -19,10 +21,13 @@ Result<void> RestoreState(const std::string& staged);
 
 /// A part of the stored state that is to come in force.
 struct StateChange {
-    std::string staged;                 ///< as above, with the stored files that change alone
-    settings::StoredSettings settings;  ///< all of them
-    std::optional<std::string> rules;   ///< of the spam filter, when they change
-    Lists lists;                        ///< those that change
+    std::string staged;                   ///< as above, with the stored files that change alone
+    settings::StoredSettings settings;    ///< all of them
+    std::optional<std::string> rules;     ///< of the spam filter, when they change
+    Lists lists;                          ///< those that change
+    std::set<std::string> leaving = {};   ///< stored files that go
+    std::string generation = {};          ///< an earlier one that comes back as it was
+    BeforeCommit beforeCommit = nullptr;  ///< of the save
 };
 
 /// Puts a change of the stored state in force as one transaction: what it does not touch stays and
@@ -38,6 +43,6 @@ Result<void> ReplaceCertificate(const std::string& staged);
 
 /// Restores the settings, domains and blocklists of an earlier generation; lists and keys stay as
 /// they are. Failures as for `RestoreState`.
-Result<void> RollBack(const std::string& generation);
+Result<void> RollBack(const std::string& generation, const BeforeCommit& beforeCommit = nullptr);
 
 }  // namespace host::save

@@ -7,6 +7,7 @@
 #include "host/libhaldcore/lock.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldcore/unconfirmed.h"
 #include "host/libmailvane/generation/pending_save.h"
 #include "host/libmailvane/render/context.h"
 #include "host/libmailvane/render/dovecot.h"
@@ -14,6 +15,7 @@
 #include "host/libmailvane/render/settings_files.h"
 #include "host/libmailvane/save/account_switch.h"
 #include "host/libmailvane/save/cleared_password.h"
+#include "host/libmailvane/save/confirm.h"
 #include "host/libmailvane/save/exchange.h"
 #include "host/libmailvane/save/plan.h"
 #include "host/libmailvane/save/progress.h"
@@ -168,7 +170,12 @@ Result<void> Stage(generation::NextGeneration& next, const settings::StoredSetti
 {
     progress.Begin("render");
     if (extent.rules) next.Put(render::kSpamRules, *extent.rules, 0644);
-    Result<void> done = PutFiles(next, wanted, extent);
+    Result<void> done;
+    if (extent.generation.empty()) {
+        done = PutFiles(next, wanted, extent);
+    } else {
+        next.TakeAll(extent.generation);
+    }
     if (done) done = next.Complete();
     if (!done) return done;
 
@@ -183,6 +190,7 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
     generation::NextGeneration next;
     Result<void> done =
         system::Attempt("maps", [&] { return Stage(next, wanted, extent, progress); });
+    if (done && extent.beforeCommit) done = extent.beforeCommit(next.name());
     if (!done) return done;
 
     const AffectedServices affected = ServicesAffectedBy(next, wanted);
@@ -190,7 +198,7 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
     done = generation::MarkPendingSave(save);
     if (!done) return done;
     // A save that changes no file makes no generation, but its steps still run.
-    if (next.Changed("")) done = next.Commit();
+    if (next.Changed("") || extent.beforeCommit) done = next.Commit();
     if (!done) {
         // The data of a switch goes back before its mark.
         if (*change == '\0') (void)Succeeded(generation::ClearPendingSave());
@@ -257,12 +265,15 @@ Result<void> ApplyStored()
 
 Result<void> RecoverAll()
 {
-    const WriteScope scope;
+    const WriteScope scope(Unconfirmed::kPasses);
     if (!scope.ready()) return scope.ready();
     // A switch that was broken off before its mark has changed nothing but these.
     const auto stored = settings::StoredSettings::Read();
     if (Succeeded(stored)) (void)Succeeded(HealAccounts(stored->Account()));
-    if (!KernelHasChanged()) return {};
+    const bool kernelHasChanged = KernelHasChanged();
+    WaitOrTakeBack(kernelHasChanged);
+    // What could not be taken back stays, so that it can be.
+    if (!kernelHasChanged || FindUnconfirmedChange()) return {};
 
     Log(LOG_NOTICE, "IPv6 has come or gone: rendering anew");
     return RenderFromStored();

@@ -1,6 +1,7 @@
 // Saving settings as one transaction: all of it is in force afterwards, or nothing has changed.
 #pragma once
 
+#include <functional>
 #include <list>
 #include <optional>
 #include <string>
@@ -12,6 +13,10 @@
 
 namespace host::save {
 
+/// What a save does last before its commit, with the name of the generation that comes in force. It
+/// refuses the save when it fails.
+using BeforeCommit = std::function<Result<void>(const std::string& generation)>;
+
 /// What a save puts in force besides the settings.
 struct SaveExtent {
     std::optional<std::string> rules = {};              ///< of the spam filter
@@ -19,6 +24,8 @@ struct SaveExtent {
     render::Silence silence = render::Silence::kFails;  ///< of the account source
     std::string folder = {};                            ///< with the lists; empty for etc/
     std::list<Callback>* ran = nullptr;                 ///< gets the plan that was run, if set
+    std::string generation = {};  ///< an earlier one, whose files are taken instead of all that
+    BeforeCommit beforeCommit = nullptr;  ///< if set, there is a new generation in any case
 };
 
 /// Renders the next generation from `wanted`, validates it, activates it and runs the steps.
@@ -41,8 +48,9 @@ Result<void> RenderAll();
 /// activated, or rolled back.
 Result<void> ApplyStored();
 
-/// Prepares a starting machine, before its mail services: finishes an interrupted save, and renders
-/// anew when the kernel has gained or lost IPv6. A server told to listen on IPv6 without it does
+/// Prepares a starting machine, before its mail services: finishes an interrupted save, takes back
+/// a change that was not confirmed in time, and renders anew when the kernel has gained or lost
+/// IPv6. A server told to listen on IPv6 without it does
 /// not start.
 Result<void> RecoverAll();
 

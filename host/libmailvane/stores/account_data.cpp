@@ -24,6 +24,7 @@
 #include "host/libmailvane/stores/account_data_check.h"
 #include "host/libmailvane/stores/account_databases.h"
 #include "host/libmailvane/stores/account_record.h"
+#include "host/libmailvane/stores/parked_data.h"
 #include "host/libmailvane/system/durable_move.h"
 
 namespace fs = std::filesystem;
@@ -34,11 +35,6 @@ namespace {
 constexpr char kAlwaysBccKey[] = "always_bcc";
 constexpr char kAlwaysBccSuffix[] = "_alwaysBCC";
 constexpr AccountDatabase kDatabases[] = {AccountDatabase::kAlias, AccountDatabase::kMailvane};
-
-std::string ParkingFolder()
-{
-    return PackagePath("target/etc/alias_bkp");
-}
 
 std::string ParkedPath(const settings::AccountCombination& combination, const char* suffix)
 {

@@ -51,6 +51,7 @@ inline constexpr StoredFile kStoredFiles[] = {
     {"originals*", "root", "root", Keeping::kNotExchanged, 0700},
     {"edited", "root", "root", Keeping::kNotExchanged, 0700},
     {"dkim.signer", "root", "opendkim", Keeping::kNotExchanged, 0750},
+    {"unconfirmed", "root", "root", Keeping::kNotExchanged, 0700},
     {"generated", "root", "root", Keeping::kNotExchanged, 0755},
 };
 

@@ -13,8 +13,8 @@ from mailvane.ctl import answers
 from mailvane.ctl.session import Session
 
 FLAGS = ("--json", "--yes", "--check", "--delete-mailbox", "--keep-mailbox", "--with-local",
-         "--with-secrets", "--with-personal", "--prune", "--dry-run")
-VALUES = ("--sign", "--require-signature", "--from", "--secrets", "--overlay")
+         "--with-secrets", "--with-personal", "--prune", "--dry-run", "--undo")
+VALUES = ("--sign", "--require-signature", "--from", "--secrets", "--overlay", "--confirm")
 
 
 def main(target: str, words: list[str]) -> int:

@@ -13,6 +13,7 @@ from mailvane.ctl import generations, restore, upkeep
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:
+    from collections.abc import Sequence
     from typing import Any
     from mailvane.ctl.session import Session
 
@@ -22,11 +23,11 @@ STANDARD_INPUT = "-"
 STARTING = ("start", "stop", "restart")
 
 
-def carry(session: Session, verb: str, path: str) -> dict[str, Any]:
-    """Has the tool compare, rehearse or apply a document, with the overlays that are given; returns
-    what that changes."""
+def carry(session: Session, verb: str, path: str, more: Sequence[str] = ()) -> dict[str, Any]:
+    """Has the tool compare, rehearse or apply a document, with the overlays that are given and with
+    more options of it; returns what that changes."""
     files = [path, *session.overlays]
-    words = ["--prune"] if "--prune" in session.flags else []
+    words = [*more, *(["--prune"] if "--prune" in session.flags else [])]
     with restore.staging() as folder:
         secrets = session.values.get("--secrets")
         if secrets:
