@@ -21,7 +21,7 @@ test_packages=(
     libgtest-dev libgmock-dev dnsmasq-base faketime python3-dkim python3-prometheus-client
     python3-jsonschema apache2-bin nginx-light
     slapd nslcd libnss-ldapd rsyslog fail2ban shfmt strace
-    chromium chromium-driver libnss3-tools node-typescript python3-selenium
+    chromium chromium-driver libnss3-tools node-typescript pngquant python3-selenium
 )
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)  # and what is linked, unpacked beside the build:
 armhf_libraries=(

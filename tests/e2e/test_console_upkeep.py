@@ -265,6 +265,7 @@ class Changes(Upkeep):
         browser.wait(".notice", "The earlier state is in force")
         self.assertEqual((load()["smtp_hostname"], settings()), (before["smtp_hostname"], before))
 
+    @drives("confirm", "take_back")
     def test_a_change_that_waits_is_confirmed_or_taken_back(self):
         write("/root/waits.yaml", "format: 1\nsettings: {smtp_hostname: waits.example.test}\n")
         before, browser = settings(), self.browser
