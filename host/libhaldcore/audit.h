@@ -26,6 +26,7 @@ inline constexpr char kChangeFailed[] = "failed";
 
 /// Counts a change that ended so: /run/mailvane/changes.done and changes.failed, as long as there
 /// were changes since the machine was started. Programs that run at the same time need no lock.
+/// A change that cannot be counted is no worse for it.
 void CountChange(const char* result);
 
 /// How many changes ended so.

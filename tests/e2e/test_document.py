@@ -357,7 +357,7 @@ class Documents(Written):
         self.assertEqual(self.done("show", str(back["number"])).partition("format:")[2],
                          self.done("show", str(first)).partition("format:")[2])
         history = self.done("history")
-        self.assertRegex(history, r"(?s)\A%d  [-0-9]{10} [:0-9]{8}  root  apply  \(in force\)\n"
+        self.assertRegex(history, r"(?ms)\A%d  [-0-9]{10} [:0-9]{8}  root  apply  \(in force\)\n"
                          r"    settings: .*smtp_hostname.*^%d  " % (back["number"], last))
         self.assertEqual(json.loads(self.done("history", "--json"))[0], back)
 
