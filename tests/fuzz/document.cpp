@@ -4,6 +4,7 @@
 
 #include "host/libhaldcore/utf8.h"
 #include "tests/fuzz/fuzz.h"
+#include "tools/document/overlays.h"
 #include "tools/document/yaml_reader.h"
 #include "tools/document/yaml_text.h"
 
@@ -31,7 +32,12 @@ void TryText(const std::string& text)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string text(fuzz::Text(data, size));
-    (void)document::ReadYaml(text);
+    document::Faults faults;
+    (void)document::ReadLaidOver({text, text}, faults);
+    for (const document::Fault& fault : faults) {
+        const document::Place place = document::PlaceOf({text, text}, fault.line);
+        fuzz::Expect(place.file < 2 && place.line > 0);
+    }
     TryText(text);
     return 0;
 }
