@@ -238,7 +238,7 @@ nothing: 1
                          ({"one": ["carol"], "two": ["bob"]}, ["exe", "scr"],
                           {"z.cf": {"enabled": False, "rules": "body Z /z/\n"}}))
         self.write("settings:\n  imap_port: 0\n", over)
-        self.write("format: 1\nlimits: {bob: -1", last)
+        self.write("format: 1\nlimits: {bob: &x 1}\n", last)
         status, _, errors = ctl("diff", *words)
         self.assertEqual((status, re.findall(r"/root/(\w+)\.yaml:(\d+):", errors)),
                          (UNUSABLE, [("over", "1"), ("last", "2")]), errors)
