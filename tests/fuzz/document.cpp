@@ -34,9 +34,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(fuzz::Text(data, size));
     document::Faults faults;
     (void)document::ReadLaidOver({text, text}, faults);
-    for (const document::Fault& fault : faults) {
-        const document::Place place = document::PlaceOf({text, text}, fault.line);
-        fuzz::Expect(place.file < 2 && place.line > 0);
+    fuzz::Expect(faults.size() % 2 == 0);
+    for (std::size_t number = 0; number < faults.size() / 2; ++number) {
+        const document::Place one = document::PlaceOf({text, text}, faults[number].line);
+        const document::Place other =
+            document::PlaceOf({text, text}, faults[number + faults.size() / 2].line);
+        fuzz::Expect(one.file == 0 && other.file == 1 && one.line == other.line && one.line > 0);
     }
     TryText(text);
     return 0;
