@@ -51,7 +51,7 @@ def group(name, number, *members):
 class Directory:
     def __init__(self, *entries):
         root = "dn: %s\nobjectClass: domain\ndc: mv\n\n" % BASE
-        self._text = root + "".join(entries)
+        self.text = root + "".join(entries)
         self._servers = []
 
     def start(self):
@@ -60,7 +60,7 @@ class Directory:
                 file.write(text)
         os.makedirs("/var/lib/ldap-test")
         subprocess.run(["/usr/sbin/slapadd", "-q", "-f", "/etc/ldap/test.conf"], check=True,
-                       input=self._text.encode())
+                       input=self.text.encode())
         self._run("/usr/sbin/slapd", "-d", "0", "-f", "/etc/ldap/test.conf", "-h",
                   "ldap://127.0.0.1:%d" % PORT)
         wait_for(lambda: answers(PORT), "slapd")

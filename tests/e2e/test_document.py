@@ -260,6 +260,28 @@ class Documents(Written):
         self.assertRegex(told, "(?m)^would restart: .*postfix.*; nothing has changed")
         self.assertEqual(snapshot(ETC), stored)
 
+    def test_an_overlay_counts_before_what_it_lies_over(self):
+        self.write({"settings": {"smtp_hostname": "below.test", "imap_port": 2143},
+                    "aliases": {"one": ["alice"], "two": ["bob"]}, "attachments": ["exe"],
+                    "rule_sets": {"z.cf": {"enabled": True, "rules": "body Z /z/\n"}}})
+        over = self.write({"settings": {"smtp_hostname": "over.test"}, "aliases": {"one": ["carol"]},
+                           "attachments": ["scr"], "rule_sets": {"z.cf": {"enabled": False}}},
+                          "/root/over.yaml")
+        last = self.write({"settings": {"imap_port": 3143}}, "/root/last.yaml")
+        words = (DOCUMENT, "--overlay", over, "--overlay", last, "--prune")
+        self.done("apply", *words)
+        self.assertEqual(self.done("diff", *words), "")
+        found = parsed_export(self)
+        self.assertEqual((settings()["smtp_hostname"], settings()["imap_port"]), ("over.test", "3143"))
+        self.assertEqual((found["aliases"], found["attachments"], found["rule_sets"]),
+                         ({"one": ["carol"], "two": ["bob"]}, ["exe", "scr"],
+                          {"z.cf": {"enabled": False, "rules": "body Z /z/\n"}}))
+        self.write("settings:\n  imap_port: 0\n", over)
+        self.write("format: 1\nlimits: {bob: &x 1}\n", last)
+        status, _, errors = ctl("diff", *words)
+        self.assertEqual((status, re.findall(r"/root/(\w+)\.yaml:(\d+):", errors)),
+                         (UNUSABLE, [("over", "1"), ("last", "2")]), errors)
+
     def test_secrets_stay_out_of_sight(self):
         relay = {"smtp_relay_auth": True, "smtp_relay_account": "me", "smtp_relay_server": "a.test"}
         path = self.write("format: 1\nsettings:\n  smtp_relay_auth: true\n"

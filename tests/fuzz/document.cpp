@@ -4,6 +4,7 @@
 
 #include "host/libhaldcore/utf8.h"
 #include "tests/fuzz/fuzz.h"
+#include "tools/document/overlays.h"
 #include "tools/document/yaml_reader.h"
 #include "tools/document/yaml_text.h"
 
@@ -31,7 +32,15 @@ void TryText(const std::string& text)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string text(fuzz::Text(data, size));
-    (void)document::ReadYaml(text);
+    document::Faults faults;
+    (void)document::ReadLaidOver({text, text}, faults);
+    fuzz::Expect(faults.size() % 2 == 0);
+    for (std::size_t number = 0; number < faults.size() / 2; ++number) {
+        const document::Place one = document::PlaceOf({text, text}, faults[number].line);
+        const document::Place other =
+            document::PlaceOf({text, text}, faults[number + faults.size() / 2].line);
+        fuzz::Expect(one.file == 0 && other.file == 1 && one.line == other.line && one.line > 0);
+    }
     TryText(text);
     return 0;
 }

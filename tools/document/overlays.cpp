@@ -80,6 +80,7 @@ Node ReadLaidOver(const std::vector<std::string>& texts, Faults& faults)
             faults.push_back(*fault);
         } else {
             auto& document = std::get<Node>(read);
+            document.line = std::max(document.line, 1);  // an empty text begins nowhere
             CountOn(document, before);
             CheckFrame(document, faults);
             for (auto& section : document.members) LaySection(whole, std::move(section));

@@ -20,8 +20,8 @@ namespace {
 constexpr int kBusyTimeoutMs = 10000;
 constexpr char kLogOfAll[] = "/var/log/mailvane/all_machines";
 
-// `queue_id` is that of the message as it came in, with the name of the machine before it where that
-// is another one than this.
+// `queue_id` is that of the message as it came in, with the name of the machine before it where
+// that is another one than this.
 //
 // Each sort order of the log page has an index, so that a page is read without sorting; equal
 // values are in the order of their dates. Inserting into the view `share` adds an entry to the
