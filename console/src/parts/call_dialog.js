@@ -46,7 +46,7 @@ export function CallDialog({ name, title, action, given = {}, lead, close, done 
                 <fieldset disabled=${busy}>
                     ${Object.keys(fields).map((one) => html`<${FormField} key=${one} name=${one} field=${fields[one]}
                         value=${values[one] ?? ""} stored=${undefined} changed=${false} error=${errors[one]} disabled=${false}
-                        change=${(/** @type {any} */ value) => setValues({ ...values, [one]: value })} />`)}
+                        change=${(/** @type {any} */ value) => setValues((old) => ({ ...old, [one]: value }))} />`)}
                     <${FormActions} action=${action} close=${close} busy=${busy} />
                 </fieldset>
             </form>
