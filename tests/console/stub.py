@@ -112,7 +112,8 @@ class Stub:
 
 
 class Answer:
-    """An answer, as bytes or what becomes JSON. `gate` is waited for first; `cut`: it ends too early."""
+    """An answer, as bytes or what becomes JSON. `cut`: it ends in the middle. `gate` is waited for before
+    the answer, or in its middle."""
 
     def __init__(self, body=b"", status=200, headers=None, gate=None, cut=False):
         is_json = not isinstance(body, bytes)
@@ -155,6 +156,10 @@ def varied(value, number):
 class _Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
 
+    def handle(self):
+        with contextlib.suppress(ConnectionError):  # of pages that are left
+            super().handle()
+
     def do_GET(self):
         path = urllib.parse.urlsplit(self.path).path
         if path in openapi.PROGRAMS:
@@ -185,7 +190,7 @@ class _Handler(http.server.BaseHTTPRequestHandler):
         self.reply(made if isinstance(made, Answer) else Answer(made))
 
     def reply(self, answer):
-        if answer.gate:
+        if answer.gate and not answer.cut:
             answer.gate.wait()
         with contextlib.suppress(ConnectionError):
             self.send_response(answer.status)
@@ -195,6 +200,8 @@ class _Handler(http.server.BaseHTTPRequestHandler):
             self.end_headers()
             self.wfile.write(answer.body[:len(answer.body) // 2] if answer.cut else answer.body)
             self.close_connection = self.close_connection or answer.cut
+        if answer.gate and answer.cut:
+            answer.gate.wait()
 
     def log_message(self, *_):
         """Says nothing."""

@@ -145,7 +145,8 @@ FAULTS = {
     "members that are missing": (ODD, {"body": {"success": True}}),
     "another type": (ODD, {"body": 7}),
     "an end in the middle": (["failures/lost"], {"body": {"success": True, "more": "x" * 999}, "cut": True}),
-    "no end": (["failures/late"], {"gate": threading.Event()}),
+    "no answer": (["failures/late"], {"gate": threading.Event()}),
+    "a stop in the middle": (["failures/late"], {"body": {"success": True}, "gate": threading.Event(), "cut": True}),
     "another change under way": (["reasons/gate/busy"], {"body": {"error": "busy"}, "status": 503}),
     "the same, with a time": (["reasons/gate/busy"], {
         "body": {"error": "busy"}, "status": 503, "headers": {"Retry-After": "5"}}),
