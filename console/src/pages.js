@@ -5,7 +5,6 @@
 import api from "made-api";
 import { Overview } from "./pages/overview.js";
 import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
-import { Security } from "./pages/security.js";
 import { SelfCheck } from "./pages/self_check.js";
 import { Smtp } from "./pages/smtp.js";
 import { room } from "./parts/later.js";
@@ -35,7 +34,7 @@ export const PAGES = [
     { route: "dns", title: "dns/title", group: "services", view: upkeep("Dns") },
     { route: "certificate", title: "certificate/title", group: "services", view: upkeep("Certificate") },
 
-    { route: "security", title: "pages/pages/security", group: "filtering", view: Security },
+    { route: "security", title: "pages/pages/security", group: "filtering", view: upkeep("Security") },
     { route: "keys", title: "keys/title", group: "filtering", view: upkeep("Keys") },
     { route: "spam_config", title: "pages/pages/spam_config", group: "filtering", view: SpamFilter },
     { route: "adv_anti_spam", title: "pages/pages/adv_anti_spam", group: "filtering", view: AdvancedChecks },

@@ -3,6 +3,7 @@ import api from "made-api";
 import { difference, membersIn } from "../../console/src/lib/alias_members.js";
 import { factsOf, firstOf } from "../../console/src/lib/certificate.js";
 import { line } from "../../console/src/lib/csv.js";
+import { beginOf, endOf } from "../../console/src/lib/days.js";
 import { bodyOf, fault, missingFor, overtaken, remaining, typed } from "../../console/src/lib/fields.js";
 import { FORMATS } from "../../console/src/lib/formats.js";
 import { check, countNew, goodLines } from "../../console/src/lib/list_text.js";
@@ -142,9 +143,11 @@ const cases = () => [
     ["a link", link("log", { q: "ä&b", page: "", n: 1 }), "#/log?q=%C3%A4%26b&n=1"],
     ["criteria", criteria({ q: "x", in: "mail_to", status: "0", size: "9" }),
         { mail_to: "x", mail_status: 0, mail_size: 9, mail_size_opt: "ge" }],
-    ["a day", criteria({ from: "2026-03-01", to: "2026-03-01" }).date_to -
-        criteria({ from: "2026-03-01" }).date_from, 86399],
-    ["a search", query({ q: "x" }, 0, 1, "en")[0], "search_log"],
+    ["days of a zone", ["Europe/Berlin", "America/St_Johns", "Pacific/Apia", "UTC"].map((zone) => beginOf("2026-07-01", zone) - 1782864000),
+        [-7200, 9000, -46800, 0]],
+    ["days when the clocks change", ["2026-03-29", "2026-10-25", "2026-03-01"].map((day) =>
+        endOf(day, "Europe/Berlin") + 1 - beginOf(day, "Europe/Berlin")), [82800, 90000, 86400]],
+    ["a search", query({ q: "x" }, 0, 1, "en", "")[0], "search_log"],
     ["pages", ["3", "0", "x", "2.7"].map((page) => pageOf({ page })), [3, 1, 1, 2]],
     ["a line", line(["a", 'b"c', "=1+1", "d,e"]), 'a,"b""c",\'=1+1,"d,e"\r\n'],
     ["the top of a chart", [0, 4, 5, 37, 140, 401].map(ceiling), [4, 4, 8, 40, 200, 800]],

@@ -4,7 +4,9 @@
 
 #include <json/reader.h>
 
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
@@ -20,12 +22,25 @@ namespace {
 constexpr char kVersionFile[] = "target/share/mailvane/version";
 constexpr char kManifest[] = "etc/adopted/manifest.json";
 constexpr char kHandedOver[] = "adopted";
+constexpr char kLocalTime[] = "/etc/localtime";
+constexpr char kZones[] = "/zoneinfo/";
 
 std::string Version()
 {
     std::string text;
     (void)host::ReadFile(host::PackagePath(kVersionFile), text);
     return std::string(host::Trim(text));
+}
+
+/// The name of the machine's time zone; empty when it is in none that has one.
+std::string Zone()
+{
+    std::error_code failed;
+    const std::string file = std::filesystem::read_symlink(kLocalTime, failed).string();
+    if (failed == std::errc::no_such_file_or_directory) return "UTC";
+
+    const std::size_t place = file.find(kZones);
+    return place == std::string::npos ? "" : file.substr(place + sizeof kZones - 1);
 }
 
 /// The manifest; null when nothing was handed over.
@@ -65,6 +80,7 @@ Answer About(const Request& request)
     answer["caller"] = request.Caller();
     answer["version"] = Version();
     answer["host"] = settings->Text("smtp_hostname");
+    answer["zone"] = Zone();
     answer["handed_over"] = handOver["state"] == Json::Value(kHandedOver);
     answer["since"] = handOver["since"].isString() ? handOver["since"] : Json::Value("");
     answer["unconfirmed"] = Waiting();

@@ -22,10 +22,17 @@ export async function judged(response) {
         const word = answer?.error ?? "";
         throw new Failure(word ? "turned_away" : "no_answer", { word, reasons, status: response.status });
     }
-    if (answer === undefined || answer === null) throw new Failure("no_answer", { reasons });
+    if (typeof answer !== "object" || answer === null) throw new Failure("no_answer", { reasons });
     // Of an upload that was not taken in, the reasons are the only sign.
     if (answer.success === false || answer.errinfo || reasons.length) {
         throw new Failure("refused", { reasons, errinfo: answer.errinfo, answer });
     }
     return answer;
+}
+
+/** The list that an answer has to have.
+ *  @param {any} list @returns {any[]} */
+export function listed(list) {
+    if (!Array.isArray(list)) throw new Failure("no_answer");
+    return list;
 }

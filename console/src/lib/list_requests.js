@@ -1,4 +1,5 @@
 // The requests of lists: pages of rows, and changes that are brought in force.
+import { listed } from "./answers.js";
 import { call } from "./call.js";
 import { Failure } from "./failure.js";
 import { bodyFor, bodyToRemove, keyOf, partsOf } from "./lists.js";
@@ -48,7 +49,7 @@ async function ask(list, { start, limit, query, tab }, signal) {
         ...(list.search && query && { [list.search]: query }),
         ...(list.tabs?.parameter && { [list.tabs.parameter]: tabsOf(list)[tab][0] }),
     }, { signal });
-    const rows = answer[list.rows];
+    const rows = listed(answer[list.rows]);
     return { rows, total: answer.total ?? rows.length };
 }
 

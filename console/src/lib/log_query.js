@@ -1,4 +1,5 @@
 // What the mail log is asked for, as its page's address says it.
+import { beginOf, endOf } from "./days.js";
 
 export const ROWS = 100;  // of a page
 
@@ -22,35 +23,27 @@ export const isSearch = ({ q = "", in: place = "any" }) => q !== "" && place ===
 export const filterCount = (params) =>
     ["status", "from", "to", "size", "log"].filter((name) => params[name]).length;
 
-/** The second since 1970 that begins a day, or ends it.
- *  @param {string} day YYYY-MM-DD @param {boolean} ends */
-function second(day, ends) {
-    const [year, month, date] = day.split("-").map(Number);
-    const begin = new Date(year, month - 1, date + (ends ? 1 : 0)).getTime() / 1000;
-    return String(ends ? begin - 1 : begin);
-}
-
-/** The criteria of load_log.
- *  @param {Params} params */
-export function criteria(params) {
+/** The criteria of load_log. Days are those of the server.
+ *  @param {Params} params @param {string} zone */
+export function criteria(params, zone) {
     const { q = "", in: place = "any", status = "", from = "", to = "", size = "", compare = "ge" } = params;
     return {
         ...(q && place !== "any" && { [place]: q }),
         ...(status && { mail_status: Number(status) }),
-        ...(from && { date_from: second(from, false) }),
-        ...(to && { date_to: second(to, true) }),
+        ...(from && { date_from: String(beginOf(from, zone)) }),
+        ...(to && { date_to: String(endOf(to, zone)) }),
         ...(size && { mail_size: Number(size), mail_size_opt: compare }),
     };
 }
 
 /** The action and its parameters for some rows.
- *  @param {Params} params @param {number} start @param {number} limit @param {string} lang
+ *  @param {Params} params @param {number} start @param {number} limit @param {string} lang @param {string} zone
  *  @returns {[string, Record<string, any>]} */
-export function query(params, start, limit, lang) {
+export function query(params, start, limit, lang, zone) {
     const page = { start, limit, sort: params.sort ?? "date", dir: params.dir ?? "DESC", lang };
     if (isSearch(params)) return ["search_log", { query: params.q, ...page }];
     return ["load_log", {
-        ...page, searchParams: JSON.stringify(criteria(params)), ...(params.log && { log_path: params.log }),
+        ...page, searchParams: JSON.stringify(criteria(params, zone)), ...(params.log && { log_path: params.log }),
     }];
 }
 

@@ -1,5 +1,6 @@
 // The result of the self-check. It runs beside the pages once somebody has signed in, since it takes
 // seconds; what it found stays until it runs again.
+import { listed } from "./answers.js";
 import { call } from "./call.js";
 import { Store } from "./store.js";
 
@@ -30,7 +31,7 @@ export async function runChecks() {
     checkResult.set({ ...checkResult.value, running: true });
     try {
         const { settings } = await call("mailvane_check");
-        checkResult.set({ rows: settings, at: new Date(), running: false, failure: null });
+        checkResult.set({ rows: listed(settings), at: new Date(), running: false, failure: null });
     } catch (failure) {
         checkResult.set({ ...checkResult.value, running: false, failure });
     }

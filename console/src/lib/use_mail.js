@@ -1,4 +1,5 @@
 // A list of mail on a page: the messages that are shown, those that are chosen, and what is done to them.
+import { listed } from "./answers.js";
 import { call } from "./call.js";
 import { notify } from "./notices.js";
 import { restate, route } from "./router.js";
@@ -16,9 +17,12 @@ const ROWS = 50;  // of a page
 export function useMail(list, usual) {
     const { params: { q = "", page = "1", sort = usual.sort, dir = usual.dir } } = useStore(route);
     const shown = Math.max(1, Math.floor(Number(page)) || 1);
-    const loaded = useLoad((signal) => call(list, {
-        start: (shown - 1) * ROWS, limit: ROWS, descending: dir === "DESC", ...(q && { query: q }), ...(sort && { sort }),
-    }, { signal }), [list, q, shown, sort, dir]);
+    const loaded = useLoad(async (signal) => {
+        const answer = await call(list, {
+            start: (shown - 1) * ROWS, limit: ROWS, descending: dir === "DESC", ...(q && { query: q }), ...(sort && { sort }),
+        }, { signal });
+        return { ...answer, messages: listed(answer.messages) };
+    }, [list, q, shown, sort, dir]);
     const [chosen, setChosen] = useState(/** @type {string[]} */ ([]));
     const [isAll, setAll] = useState(false);
     const [busy, setBusy] = useState(false);

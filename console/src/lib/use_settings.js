@@ -23,7 +23,7 @@ import { useLoad } from "./use_load.js";
 export function useSettings(name, asks, given = {}) {
     const about = aboutWithout(api.pages[name], given);
     /** @param {AbortSignal} [signal] */
-    const load = async (signal) => ({ ...emptyTexts(about), ...(await call(about.load, given, { signal })) });
+    const load = async (signal) => complete(about, await call(about.load, given, { signal }));
     const loaded = useLoad(load, [name, JSON.stringify(given)]);
     const [stored, setStored] = useState(/** @type {Values | undefined} */ (undefined));
     const [draft, setDraft] = useState(/** @type {Values} */ ({}));
@@ -125,10 +125,13 @@ const storedOf = (wanted, now) => Object.keys(wanted).filter((member) => wanted[
  *  @param {PageAbout} about @param {Values} given @returns {PageAbout} */
 const aboutWithout = (about, given) => ({ ...about, fields: without(about.fields, Object.keys(given)) });
 
-/** Texts are not answered where they mean nothing.
- *  @param {PageAbout} about */
-const emptyTexts = ({ fields }) => Object.fromEntries(
-    Object.keys(fields).filter((name) => fields[name].type === "string").map((name) => [name, ""]));
+/** An answer with all that the page shows. Texts are not answered where they mean nothing.
+ *  @param {PageAbout} about @param {Values} answer @returns {Values} */
+function complete({ fields }, answer) {
+    const named = (/** @type {string} */ type) => Object.keys(fields).filter((name) => fields[name].type === type);
+    if (named("boolean").some((name) => typeof answer[name] !== "boolean")) throw new Failure("no_answer");
+    return { ...Object.fromEntries(named("string").map((name) => [name, ""])), ...answer };
+}
 
 /** @param {Values} values @param {string[]} names @returns {Values} */
 const without = (values, names) =>

@@ -1,6 +1,7 @@
 // What this is, in which version, whose work is in it, and the password of whoever is signed in.
 import site from "made-site";
 import { call } from "../lib/call.js";
+import { Failure } from "../lib/failure.js";
 import { notify } from "../lib/notices.js";
 import { renewLogin, session } from "../lib/session.js";
 import { useStore } from "../lib/store.js";
@@ -12,7 +13,11 @@ import { Shown } from "../parts/loading.js";
 import { Page } from "../parts/page.js";
 
 export function About() {
-    const about = useLoad((signal) => call("about", {}, { signal }), []);
+    const about = useLoad(async (signal) => {
+        const found = await call("about", {}, { signal });
+        if (!found.version) throw new Failure("no_answer");
+        return found;
+    }, []);
     const source = useLoad((signal) => call("get_account_type", {}, { signal }), []);
     return html`
         <${Page} title=${t("about/title")}>

@@ -1,5 +1,7 @@
 // The mail log: what became of each message. The server searches, filters, sorts and pages.
+import { listed } from "../lib/answers.js";
 import { call } from "../lib/call.js";
+import { serverZone } from "../lib/days.js";
 import { ROWS, filterCount, pageOf, query } from "../lib/log_query.js";
 import { restate, route } from "../lib/router.js";
 import { useStore } from "../lib/store.js";
@@ -12,6 +14,7 @@ import { Page } from "../parts/page.js";
 import { Pager } from "../parts/pager.js";
 import { SortHeading } from "../parts/sort_heading.js";
 import { Status } from "../parts/status.js";
+import { GoToDay } from "./mail_log_day.js";
 import { LogFilters } from "./mail_log_filters.js";
 import { LogTools } from "./mail_log_tools.js";
 
@@ -37,9 +40,10 @@ export function MailLog() {
     const { params } = useStore(route);
     const lang = useStore(language);
     const loaded = useLoad(async (signal) => {
-        const answer = await call(...query(params, (pageOf(params) - 1) * ROWS, ROWS, lang), { signal });
+        const zone = params.from || params.to ? await serverZone() : "";
+        const answer = await call(...query(params, (pageOf(params) - 1) * ROWS, ROWS, lang, zone), { signal });
         // A search without a match answers one object of empty texts in the place of the list.
-        return { ...answer, items: Array.isArray(answer.items) ? answer.items : [] };
+        return { ...answer, items: answer.total === 0 ? [] : listed(answer.items) };
     }, [JSON.stringify(params), lang]);
     return html`
         <${Page} title=${t("pages/pages/mail_log")} actions=${html`<${LogTools} params=${params} reload=${loaded.reload} />`}>
@@ -58,7 +62,9 @@ function Entries({ items, total, params, busy }) {
     }
     const turn = (/** @type {number} */ page) => restate({ ...params, page: page === 1 ? "" : page });
     return html`
-        <p class="count-line" role="status">${tn("mail_log/total", total)} ${t("mail_log/server_time")}</p>
+        <div class="list-head">
+            <p class="count-line" role="status">${tn("mail_log/total", total)}</p><${GoToDay} params=${params} total=${total} />
+        </div>
         <table class="rows log" aria-busy=${busy}>
             <thead><tr>${COLUMNS.map(([member, title]) => html`
                 <${SortHeading} key=${member} member=${member} title=${t(title)} params=${params}

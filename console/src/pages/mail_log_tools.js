@@ -1,6 +1,7 @@
 // What can be done with the mail log: save it as a table, save the server's text log, clear it.
 import { call, fetchFile } from "../lib/call.js";
 import { line } from "../lib/csv.js";
+import { serverZone } from "../lib/days.js";
 import { confirm } from "../lib/dialogs.js";
 import { save } from "../lib/download.js";
 import { sentence } from "../lib/failure.js";
@@ -78,8 +79,9 @@ async function attempt(work) {
  *  @param {(rows: number) => void} tell @returns {Promise<string[]>} */
 async function tableOf(params, signal, tell) {
     const lines = [line(COLUMNS)];
+    const zone = await serverZone();
     for (let start = 0; start < MOST; start += AT_ONCE) {
-        const { items, total } = await call(...query(params, start, AT_ONCE, language.value), { signal });
+        const { items, total } = await call(...query(params, start, AT_ONCE, language.value, zone), { signal });
         const rows = Array.isArray(items) ? items : [];
         lines.push(...rows.map((row) => line(COLUMNS.map((name) => row[name] ?? ""))));
         tell(lines.length - 1);

@@ -1,4 +1,5 @@
 // The users of the server: who there is, what they type into a mail program, forwarding and reply of each.
+import { listed } from "../lib/answers.js";
 import { call } from "../lib/call.js";
 import { candidates } from "../lib/candidates.js";
 import { confirm } from "../lib/dialogs.js";
@@ -36,7 +37,8 @@ const STATES = {
  *  @returns {Promise<{users: UserRow[], total: number, here: boolean}>} */
 async function loadUsers(query, start, signal) {
     try {
-        return { ...(await call("user_list", { ...(query && { query }), start, limit: ROWS }, { signal })), here: true };
+        const { users, total } = await call("user_list", { ...(query && { query }), start, limit: ROWS }, { signal });
+        return { users: listed(users), total, here: true };
     } catch (failure) {
         if (!reasonsOf(failure).some(({ setting }) => setting === "account_type")) throw failure;
     }

@@ -49,7 +49,7 @@ export function CallDialog({ name, title, action, given = {}, lead, close, done,
                 <fieldset disabled=${busy}>
                     ${Object.keys(fields).map((one) => html`<${FormField} key=${one} name=${one} field=${fields[one]}
                         value=${values[one] ?? ""} stored=${undefined} changed=${false} error=${errors[one]} disabled=${false}
-                        change=${(/** @type {any} */ value) => setValues({ ...values, [one]: value })} />`)}
+                        change=${(/** @type {any} */ value) => setValues((old) => ({ ...old, [one]: value }))} />`)}
                     ${preview && html`<${preview} values=${values} />`}
                     <${FormActions} action=${action} close=${close} busy=${busy} />
                 </fieldset>

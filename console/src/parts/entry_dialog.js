@@ -89,7 +89,7 @@ export function EntryDialog({ state, old, given, close }) {
                     ${shownMembers(list, entry).map((name) => html`<${FormField} key=${name} name=${name}
                         field=${fieldOf(list, name, entry, isMany)} value=${entry[name]} stored=${base?.[name]} changed=${isChanged(name)}
                         error=${errors[name]} disabled=${false} note=${isMany && html`<p class="help">${t("lists/many")}</p>`}
-                        change=${(/** @type {any} */ value) => setEntry(changed(list, entry, name, value))} />`)}
+                        change=${(/** @type {any} */ value) => setEntry((old) => changed(list, old, name, value))} />`)}
                     <${FormActions} action=${t(old ? "form/save" : "lists/add")} close=${close} busy=${busy} />
                 </fieldset>
             </form>

@@ -77,7 +77,7 @@ export function ImportDialog({ state, close }) {
                 <${DropZone} take=${take} chosen=${chosen} />
                 ${Object.keys(fields).map((member) => html`<${FormField} key=${member} name=${`import-${member}`}
                     field=${fields[member]} value=${entry[member]} stored=${undefined} changed=${false} error=${wrong[member]}
-                    disabled=${busy} change=${(/** @type {any} */ value) => setEntry({ ...entry, [member]: value })} />`)}
+                    disabled=${busy} change=${(/** @type {any} */ value) => setEntry((old) => ({ ...old, [member]: value }))} />`)}
                 <div role="status">
                     ${chosen?.fault && html`<p class="error">${chosen.fault}</p>`}
                     ${checked && html`<${Preview} checked=${checked} form=${change.lines} />`}

@@ -4,6 +4,7 @@ import "./common.js";
 export { MailLog } from "../pages/mail_log.js";
 export { Quarantine } from "../pages/quarantine.js";
 export { Queue } from "../pages/queue.js";
+export { Security } from "../pages/security.js";
 export { About } from "../pages/about.js";
 export { Certificate } from "../pages/certificate.js";
 export { Dns } from "../pages/dns.js";

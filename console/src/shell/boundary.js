@@ -20,7 +20,7 @@ export class Boundary extends Component {
 
         return html`
             <div class="problem" role="alert">
-                <h2>${t("failures/fault_title")}</h2>
+                <h1>${t("failures/fault_title")}</h1>
                 <p>${t("failures/fault", { what: String(fault) })}</p>
                 <p><button type="button" onClick=${() => location.reload()}>${t("shell/reload")}</button></p>
             </div>`;
