@@ -256,7 +256,10 @@ class Certificates(Upkeep):
         wait_for(lambda: ask("tls_show")["installed"], "the certificate")
         browser.connect(True)
         browser.wait(".end.done", "The certificate is in force.")
-        ask("tls_remove", {})
+        browser.button("Remove").click()
+        self.agree("Remove")
+        browser.wait(".end.waiting")
+        browser.wait(".end.done")
 
 
 class Changes(Upkeep):
