@@ -75,6 +75,11 @@ class TwoAdministrators(Upkeep):
         cls.other = cls.enterClassContext(Browser())
         cls.other.enter()
 
+    def setUp(self):
+        super().setUp()
+        for window in (self.browser, self.other):
+            window.enter()
+
     def choose_to(self, button):
         self.browser.wait("dialog h2", "Somebody else has changed this")
         self.agree(button)
@@ -82,6 +87,7 @@ class TwoAdministrators(Upkeep):
     def change(self, browser, route, field, value):
         browser.go("about")  # so that the page is loaded anew
         browser.go(route)
+        wait_for(lambda: not browser.find(".notice"), "the end of older notices")
         browser.fill("#field-" + field, value)
 
     def save(self, browser):

@@ -209,6 +209,7 @@ class Certificates(Upkeep):
         self.addCleanup(os.environ.pop, "MAILVANE_WEB_TLS_PORT")
         os.environ["MAILVANE_WEB_TLS_PORT"] = str(TLS_PORT)
         control("web", "restart")
+        self.browser.go("about")  # so that the page begins anew
 
     def install(self, pair):
         browser = self.browser
