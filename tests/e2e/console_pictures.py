@@ -11,6 +11,8 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from selenium.webdriver.common.keys import Keys
+
 import harness
 from browser import Browser
 from harness import ETC, TARGET, ask, control, read, tell, wait_for
@@ -20,6 +22,8 @@ from test_console_pages import ROUTES
 TOP = Path(__file__).resolve().parents[2]
 PYTHON = ("/usr/bin/python3", "-I")
 WIDTHS = {"wide": 1180, "narrow": 390}
+TALLEST = 2200
+COLOURS = "16"
 UNREACHABLE = """{
  { slow.example = retry:4.4.1 connect to mx.slow.example[192.0.2.60]:25: Connection timed out }
  { busy.example = retry:4.3.2 host mx.busy.example[198.51.100.61] said: 450 4.3.2 Try again later }}"""
@@ -70,17 +74,20 @@ class Pictures(harness.Story):
         self.browser.resize(WIDTHS[width])
 
     def take(self, path, height=None):
-        """What is seen of the page, or all of it; with few colours."""
+        """What a window of that height shows, or all of the page; with few colours."""
+        width = self.browser.driver.execute_script("return innerWidth")
+        if height:
+            self.browser.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+                "width": width, "height": height, "deviceScaleFactor": 1, "mobile": False})
         whole = self.browser.driver.execute_script("return document.documentElement.scrollHeight")
         shot = self.browser.driver.execute_cdp_cmd("Page.captureScreenshot", {
             "captureBeyondViewport": True, "clip": {
-                "x": 0, "y": 0, "width": self.browser.driver.execute_script("return innerWidth"),
-                "height": height or min(whole, 2200), "scale": 1}})
+                "x": 0, "y": 0, "width": width, "height": height or min(whole, TALLEST), "scale": 1}})
         with tempfile.NamedTemporaryFile(suffix=".png") as file:
             file.write(base64.b64decode(shot["data"]))
             file.flush()
             path.parent.mkdir(parents=True, exist_ok=True)
-            subprocess.run(["pngquant", "--speed", "1", "--force", "--output", str(path), "16", file.name], check=True)
+            subprocess.run(["pngquant", "--speed", "1", "--force", "--output", str(path), COLOURS, file.name], check=True)
 
     def test_take(self):
         folder = os.environ.get("MAILVANE_PICTURES")
@@ -113,6 +120,7 @@ class Pictures(harness.Story):
         browser.wait(".find").click()
         browser.press("port")
         self.take(folder / "palette.png", 760)
+        browser.press(Keys.ESCAPE)
         browser.go("overview")
         self.look("dark", "narrow")
         self.take(folder / "phone.png", 800)

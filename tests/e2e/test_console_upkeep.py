@@ -192,6 +192,7 @@ class Certificates(Upkeep):
         self.addCleanup(os.environ.pop, "MAILVANE_WEB_TLS_PORT")
         os.environ["MAILVANE_WEB_TLS_PORT"] = str(TLS_PORT)
         control("web", "restart")
+        self.browser.go("about")  # so that the page begins anew
 
     def install(self, pair):
         browser = self.browser
@@ -240,7 +241,10 @@ class Certificates(Upkeep):
         wait_for(lambda: ask("tls_show")["installed"], "the certificate")
         browser.connect(True)
         browser.wait(".end.done", "The certificate is in force.")
-        ask("tls_remove", {})
+        browser.button("Remove").click()
+        self.agree("Remove")
+        browser.wait(".end.waiting")
+        browser.wait(".end.done")
 
 
 class Changes(Upkeep):

@@ -52,7 +52,7 @@ export function useSettings(name, asks, given = {}) {
         setDraft(left);
     }
 
-    /** Saves the changes; the names of fields that keep it from doing so.
+    /** Saves the changes; the names of fields that keep it from doing so, or are to be looked at.
      *  @returns {Promise<string[]>} */
     async function save() {
         const wrong = faults(about, draft);
@@ -77,7 +77,8 @@ export function useSettings(name, asks, given = {}) {
             const verdict = others.length ? await asks.arbiter(others, now) : "mine";
             if (verdict === "theirs") wanted = without(wanted, others);
             settle(now, wanted);
-            if (!verdict || !Object.keys(wanted).length) return [];
+            if (!verdict) return others;
+            if (!Object.keys(wanted).length) return [];
 
             const answer = await call(about.save, { ...bodyOf(about, now, wanted), ...given });
             const after = await load();

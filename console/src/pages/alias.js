@@ -7,6 +7,7 @@ import { reasonsOf } from "../lib/failure.js";
 import { fault } from "../lib/fields.js";
 import { FORMATS } from "../lib/formats.js";
 import { useKey } from "../lib/keys.js";
+import { findRow } from "../lib/list_requests.js";
 import { words } from "../lib/lists.js";
 import { notify } from "../lib/notices.js";
 import { go, restate, route } from "../lib/router.js";
@@ -92,7 +93,7 @@ async function agreed({ stored, name, before, changes }, now, isGone) {
         ${stored && name !== stored && html`<p>${t("aliases/renamed", { before: stored, name })}</p>`}
         <${Listed} title="aliases/added" members=${changes.added} />
         <${Listed} title="aliases/removed" members=${changes.removed} />`;
-    if (!others.added.length && !others.removed.length) {
+    if (!isGone && !others.added.length && !others.removed.length) {
         return (await confirm({ title: t("aliases/sure"), action: t("form/save"), content: own })) ? "mine" : "";
     }
     return (await askOvertaken(t(isGone ? "aliases/gone" : "aliases/overtaken"), html`${own}
@@ -104,12 +105,24 @@ async function agreed({ stored, name, before, changes }, now, isGone) {
 const Listed = ({ title, members }) => members.length > 0 && html`
     <p><b>${t(title)}</b></p><p class="members scroll">${members.map((member) => html`<${Member} member=${member} />`)}</p>`;
 
+/** The members as they are stored now; null when there is no such alias any more.
+ *  @param {string} name @returns {Promise<MemberInfo[] | null>} */
+async function membersNow(name) {
+    try {
+        return await loadMembers(name);
+    } catch (failure) {
+        if (await findRow(api.lists.aliases, { alias_name: name })) throw failure;
+        return null;
+    }
+}
+
 /** Saves an alias when its author agrees. What somebody else has changed meanwhile stays below the changes.
  *  @param {AliasState} alias */
 async function store(alias) {
-    const { stored, name, before, discard, loaded } = alias;
-    const now = stored ? await loadMembers(stored) : [];
-    const isGone = before.length > 0 && !now.length;
+    const { stored, name, discard, loaded } = alias;
+    const found = stored ? await membersNow(stored) : [];
+    const isGone = found === null;
+    const now = found ?? [];
     const verdict = await agreed(alias, now, isGone);
     if (!verdict) return;
     if (verdict === "look") return alias.look(now);

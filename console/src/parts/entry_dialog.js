@@ -7,7 +7,7 @@ import { notify } from "../lib/notices.js";
 import { t, tn } from "../lib/texts.js";
 import { html, useState } from "../lib/ui.js";
 import { Dialog } from "./dialog.js";
-import { FormField, idOf, shown } from "./field.js";
+import { FormField, focusField, shown } from "./field.js";
 import { FormActions } from "./form_actions.js";
 import { nameOf } from "./list_rows.js";
 import { Compared, askOvertaken } from "./overtaken.js";
@@ -54,8 +54,10 @@ export function EntryDialog({ state, old, given, close }) {
         const verdict = now === undefined ? "mine" : await arbitrate(list, entry, now);
         if (verdict !== "mine") {
             await state.loaded.reload();
+            if (verdict) return close();
             setBase(now ?? undefined);
-            return verdict ? close() : undefined;
+            requestAnimationFrame(() => focusField(list.columns.find((member) => entry[member] !== now?.[member]) ?? ""));
+            return;
         }
         const replaced = now === undefined ? base : now;
         if (replaced) await state.edit(entry, replaced);
@@ -70,7 +72,7 @@ export function EntryDialog({ state, old, given, close }) {
         const entries = isMany ? words(entry[list.columns[0]]).map((text) => ({ [list.columns[0]]: text })) : [entry];
         const wrong = entries.map((one) => faultsOf(list, one)).find((found) => Object.keys(found).length);
         setErrors(wrong ?? (entries.length ? {} : { [list.columns[0]]: "empty" }));
-        if (wrong || !entries.length) document.getElementById(idOf(Object.keys(wrong ?? entry)[0]))?.focus();
+        if (wrong || !entries.length) focusField(Object.keys(wrong ?? entry)[0]);
         else attempt(() => store(entries));
     }
 
