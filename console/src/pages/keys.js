@@ -21,13 +21,13 @@ export function Keys() {
             <${Shown} loaded=${loaded} lines=${3}>${(/** @type {{pairs: Pair[]}} */ { pairs }) => (pairs.length ? html`
                 <table class="rows listed"><thead><tr><th scope="col">${t("keys/made")}</th><th scope="col">${t("keys/key")}</th>
                     <th scope="col">${t("keys/back")}</th></tr></thead>
-                    <tbody>${pairs.map((pair) => html`<${Row} key=${pair.date} ...${pair} />`)}</tbody></table>`
+                    <tbody>${pairs.map((pair) => html`<${Row} key=${pair.date} pair=${pair} />`)}</tbody></table>`
                 : html`<p class="card empty">${t("security/no_key")}</p>`)}<//>
         <//>`;
 }
 
-/** @param {Pair} props */
-function Row({ date, key, signs }) {
+/** @param {{pair: Pair}} props */
+function Row({ pair: { date, key, signs } }) {
     const command = `mailvanectl dkim restore ${date}`;
     return html`<tr>
         <td data-label=${t("keys/made")}>${moment(dateOf(date), { dateStyle: "medium", timeStyle: "short" })}</td>
