@@ -59,7 +59,7 @@ class Filtering(Console):
         self.assertIn("DKIM-Signature", delivered("bob", "signed"))
         browser.go("keys")
         told = browser.wait("tbody tr", "Signs mail").find_element("css selector", "code").text
-        digest = hashlib.sha256(key.partition("p=")[2].encode()).hexdigest()
+        digest = hashlib.sha256(key.partition("p=")[2].encode()).hexdigest().upper()
         self.assertTrue(told and digest.startswith(told), told)
 
     @drives("check_virus_status", "fresh_clam", "load_spam_config", "save_spam_config")
