@@ -7,10 +7,12 @@ import time
 
 import calls
 import harness
+import test_document
 from harness import ETC, PACKAGE, TARGET, SystemLog, banner, wait_for
 from machine import contents, failing, write
+from pages import Pages
 from test_ctl import ctl
-from test_document import AGAIN, DOCUMENT, Documents
+from test_document import AGAIN, DOCUMENT, EMPTY
 
 TOOL = TARGET + "/bin/hald_set_config"
 FOLDER = ETC + "/unconfirmed"
@@ -86,9 +88,14 @@ def waiters():
     return found.split()
 
 
-class Confirm(Documents):
+class Confirm(Pages):
+    done, write = test_document.Documents.done, test_document.Documents.write
+    apply, exported = test_document.Documents.apply, test_document.Documents.exported
+
     def setUp(self):
         super().setUp()
+        self.done("backup", EMPTY)
+        self.addCleanup(ctl, "restore", EMPTY)
         self.addCleanup(ctl, "confirm")
         self.apply(BEFORE, "--prune")
         # Stored, and in force only when it is applied.
@@ -148,7 +155,7 @@ class Confirm(Documents):
         for call, members in (("rollback", {"number": 1}), ("tls_remove", {}),
                               ("own_password", {}), ("user_add", {"name": "dora"})):
             self.assertEqual(self.refused(calls.tell(call, **members)), wanted, call)
-        for words in (("restore", "/root/empty.tar"), ("apply", self.write(BEFORE)), ("rollback",),
+        for words in (("restore", EMPTY), ("apply", self.write(BEFORE)), ("rollback",),
                       ("apply", DOCUMENT, "--confirm", LONG),
                       ("edit", "smtp", "smtp_port=2525")):
             status, _, errors = ctl(*words)
@@ -201,18 +208,18 @@ class Confirm(Documents):
         self.assertEqual(stored(), before)
 
     def test_a_rollback_waits_too(self):
-        before = stored()
         self.assert_saved(smtp_hostname="later.test")
-        log = SystemLog()
+        later, log = stored(), SystemLog()
         self.assertIn("unless", self.done("rollback", "--confirm", LONG))
         self.assertTrue(banner().startswith("220 before.test "), banner())
         self.assertEqual(waiting()["who"], "admin")
         self.done("confirm", "--undo")
+        self.assertEqual(stored(), later)
         self.assertTrue(banner().startswith("220 later.test "), banner())
         self.assertIn("action take_back: done", "\n".join(log.audit()))
         self.done("rollback", "--confirm", LONG)
         self.done("confirm")
-        self.assertEqual(stored(), before)
+        self.assertTrue(banner().startswith("220 before.test "), banner())
 
     def test_what_fails_or_changes_nothing_does_not_wait(self):
         with failing("postfix"):
