@@ -7,7 +7,7 @@ import unittest
 
 import harness
 from harness import ETC, TARGET, answers, control, listener, pid_of, run
-from machine import contents, in_place_of, write
+from machine import contents, fragment, in_place_of, write
 
 MASTERS = {"postfix": "/var/spool/postfix/pid/master.pid", "dovecot": "/run/dovecot/master.pid"}
 PORTS = {"postfix": 25, "dovecot": 143}
@@ -47,6 +47,25 @@ class ControlScripts(harness.Story):
                     self.assertFalse(answers(PORTS[service]))
                 self.assertEqual(control(service, "start"), 0)
                 self.assertTrue(answers(PORTS[service]))
+
+    @staticmethod
+    def reloads():
+        return contents("/var/log/mailvane/maillog").count(": reload -- version")
+
+    def test_a_server_takes_up_what_has_changed_and_is_else_left_alone(self):
+        running, reloads = pid_of(MASTERS["postfix"]), self.reloads()
+        self.assertEqual(control("postfix", "restart"), 0)
+        self.assert_saved()
+        self.assertEqual(self.reloads(), reloads)
+        with fragment("main.cf", "smtpd_banner = $myhostname here\n"):
+            self.assert_saved()
+            self.assertIn(" here", harness.banner())
+            self.assertEqual(pid_of(MASTERS["postfix"]), running, "a reload is enough")
+            self.assertGreater(self.reloads(), reloads)
+        with fragment("main.cf", "inet_interfaces = loopback-only\n"):
+            self.assert_saved()
+            self.assertNotEqual(pid_of(MASTERS["postfix"]), running, "that takes a start")
+        self.assert_saved()
 
     def test_a_dead_master_is_replaced(self):
         for service, pid_file in MASTERS.items():

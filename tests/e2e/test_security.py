@@ -132,7 +132,7 @@ class SavedInPart(harness.Story):
             self.save(False)
             ended.set()
             coming.result()
-        self.assertGreater(answers.pop(250), 4)
+        self.assertGreater(answers.pop(250), 0)
         # What the scanner or a filter has in hand when it ends comes again.
         self.assertLessEqual(answers.pop(451, 0), 2)
         self.assertLessEqual(set(answers), {421})  # said by a server that ends

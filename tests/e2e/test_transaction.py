@@ -4,6 +4,8 @@ import contextlib
 import os
 import random
 import signal
+import smtplib
+import threading
 import time
 
 import harness
@@ -102,3 +104,29 @@ class Parallel(harness.Story):
         self.assertGreaterEqual(len(saved), 5, "one at work and four waiting are served")
         self.assertEqual(load()["smtp_hostname"], saved[-1])
         self.assertTrue(banner().startswith("220 %s " % saved[-1]))
+
+
+class Meanwhile(harness.Story):
+    """Who sends mail notices nothing of a save."""
+
+    def send_on(self, done, refused):
+        while not done.is_set():
+            try:
+                harness.send("x@elsewhere.test", ["bob@" + harness.DOMAIN], "meanwhile")
+            except (OSError, smtplib.SMTPException) as error:
+                refused.append(repr(error))
+
+    def test_no_mail_is_refused(self):
+        done, refused = threading.Event(), []
+        sender = threading.Thread(target=self.send_on, args=(done, refused))
+        sender.start()
+        try:
+            self.assert_saved(smtp_hostname="meanwhile.example.test", restrict_sender=True)
+            self.change("save_imap_pop3", max_user_connections=22, plaintext_auth=True)
+            self.change("save_advance_anti_spam", recipient_limit=901)
+            self.change("save_security", enable_spf_check=True, spam_dnsbl_enable=False)
+        finally:
+            done.set()
+            sender.join()
+            self.change("save_security", enable_spf_check=False, spam_dnsbl_enable=False)
+        self.assertEqual(refused, [])

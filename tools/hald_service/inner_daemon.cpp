@@ -11,22 +11,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
-#include <filesystem>
 
 #include "host/libhaldcore/descriptor.h"
-#include "host/libhaldcore/files.h"
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
-#include "host/libhaldcore/run_program.h"
 #include "host/libmailvane/daemons/daemon_process.h"
 #include "host/libmailvane/daemons/sockets.h"
 
 namespace service {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 using host::Descriptor;
 
@@ -50,15 +46,6 @@ bool MakePidFile(const host::daemons::Daemon& daemon)
     if (!file) return errno == EEXIST;
     const passwd* const user = getpwnam(std::string(daemon.user).c_str());
     return user != nullptr && fchown(file.get(), user->pw_uid, static_cast<gid_t>(-1)) == 0;
-}
-
-/// Adds all existing files below a path, following links.
-void AddFiles(const fs::path& path, std::vector<std::string>& files)
-{
-    std::error_code error;
-    if (fs::is_regular_file(path, error)) files.push_back(path.string());
-    if (!fs::is_directory(path, error)) return;
-    for (const auto& entry : fs::directory_iterator(path, error)) AddFiles(entry.path(), files);
 }
 
 }  // namespace
@@ -92,32 +79,6 @@ bool Lead(const std::string& name, const std::string& file)
            rename(waiting.c_str(), path.c_str()) == 0;
 }
 
-std::string InnerDaemon::StartedFile() const
-{
-    return host::Path("/run/mailvane/" + std::string(Row().name) + ".started");
-}
-
-/// What the daemon is started with: command, settings, and digests of its files.
-std::string InnerDaemon::Fingerprint() const
-{
-    std::string text(Row().command);
-    std::string_view names = Row().settings;
-    while (!names.empty()) text += "\n" + Settings().Text(host::daemons::NextWord(names));
-
-    std::vector<std::string> files = MoreFiles();
-    std::string_view parts = Row().files;
-    while (!parts.empty()) {
-        const std::string part(host::daemons::NextWord(parts));
-        AddFiles(host::PackagePath("etc/generated/current/" + part), files);
-    }
-    if (files.empty()) return text + "\n";
-    std::sort(files.begin(), files.end());
-    files.insert(files.begin(), "/usr/bin/sha256sum");
-    host::ProgramOptions options;
-    options.capture = true;
-    return text + "\n" + host::RunProgram(files, options).output;
-}
-
 bool InnerDaemon::IsUp()
 {
     return Master() != 0 && host::daemons::ListensAt(std::string(Row().socket)) && Answers();
@@ -125,13 +86,35 @@ bool InnerDaemon::IsUp()
 
 bool InnerDaemon::IsUpToDate()
 {
-    std::string started;
-    return host::ReadFile(StartedFile(), started) && started == Fingerprint() && IsUp();
+    return Now().Stands() && IsUp();
 }
 
 bool InnerDaemon::BringUp()
 {
-    return IsUpToDate() || StartAfresh();
+    if (IsUpToDate()) return true;
+    const host::daemons::Reload* const reload = host::daemons::ReloadOf(Row());
+    const bool isEnough = reload != nullptr && !Now().NeedsAStart("") && IsUp();
+    return (isEnough && Reload(reload->signal)) || StartAfresh();
+}
+
+/// Makes it read its files again, as a new program in the same process. Its socket stays meanwhile,
+/// so that who calls waits and is not turned away.
+bool InnerDaemon::Reload(int signal)
+{
+    const pid_t master = Master();
+    const ProcessSet workers = ProcessSet::WorkersOf(master);
+    const std::string program = ProcessSet::Program(master);
+    if (master == 0 || !Prepare() || kill(master, signal) != 0) return false;
+
+    const auto check = [&](const auto& isDone) {
+        if (kill(master, 0) < 0) return Progress::kInVain;
+        return isDone() ? Progress::kDone : Progress::kNotYet;
+    };
+    const auto isAnother = [&] { return ProcessSet::Program(master) != program; };
+    if (!WaitFor(limits.reload, [&] { return check(isAnother); })) return false;
+    const auto areGone = [&] { return workers.AreGone(); };
+    if (!WaitFor(limits.stop, [&] { return check(areGone); })) workers.Signal(SIGKILL);
+    return WaitFor(limits.start, [&] { return check([&] { return IsUp(); }); }) && Finish();
 }
 
 /// Makes the daemon's folder, whose files get its group, that of the callers. The pid file is in
@@ -152,14 +135,14 @@ bool InnerDaemon::Prepare()
         return Fail("cannot have its second pid file");
     }
     if (!PrepareMore()) return Fail("cannot have what it needs");
-    started_ = Fingerprint();
-    (void)unlink(StartedFile().c_str());
+    started_ = Now();
+    started_->Forget();
     return true;
 }
 
 bool InnerDaemon::Finish()
 {
-    return host::ReplaceFile(StartedFile(), started_, 0644) || Fail("cannot be noted as started");
+    return started_->Write() || Fail("cannot be noted as started");
 }
 
 /// Connects once: a filter that is stopping notices that at a connection, else only every five

@@ -1,7 +1,10 @@
-// A daemon behind a unix socket. It gets a new configuration by a restart, which is left out when
-// its command, settings and files are those of its last start.
+// A daemon behind a unix socket. It gets a new configuration by a restart, or by a reload where it
+// can. It is left alone when its command, settings and files are those of its last start.
 #pragma once
 
+#include <optional>
+
+#include "tools/hald_service/start_note.h"
 #include "tools/hald_service/supervisor.h"
 
 namespace service {
@@ -30,10 +33,10 @@ protected:
     bool IsUpToDate();
 
 private:
-    std::string Fingerprint() const;
-    std::string StartedFile() const;
+    bool Reload(int signal);
+    StartNote Now() const { return {Row(), Settings(), MoreFiles()}; }
 
-    std::string started_;
+    std::optional<StartNote> started_;
 };
 
 /// Sends a text to the server at a unix socket and returns its answer, up to `size` bytes; fewer

@@ -13,6 +13,7 @@
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldcore/programs.h"
 #include "tools/hald_service/greeting.h"
+#include "tools/hald_service/own_files.h"
 
 namespace service {
 
@@ -80,11 +81,17 @@ public:
     using MailServer::MailServer;
 
 protected:
-    bool Reload(pid_t /*master*/) override
+    /// Does what `postfix reload` does, without its script: the queue is put in order, what is
+    /// being delivered first. That also checks the parameters, on which the master would end.
+    bool Reload(pid_t master) override
     {
-        Command command = StartCommand();
-        command.words.back() = "reload";
-        return RunQuietly(Row().service, command);
+        Command queue;
+        queue.words = {host::programs::kPostsuper, "-c", ConfigurationOf(Row()), "active"};
+        if (!RunQuietly(Row().service, queue) ||
+            kill(master, host::daemons::ReloadOf(Row())->signal) != 0)
+            return false;
+        queue.words.pop_back();
+        return Start(queue) > 0;
     }
 
     /// Settled when no port is open that master.cf does not have: Postfix closes ports last.
@@ -92,6 +99,12 @@ protected:
     {
         const std::set<int> asked = AskedPorts();
         return std::includes(asked.begin(), asked.end(), listening.begin(), listening.end());
+    }
+
+    std::vector<std::string> Configuration() const override
+    {
+        const std::string folder = host::Path(ConfigurationOf(Row()));
+        return {folder + "/main.cf", folder + "/master.cf"};
     }
 
     /// Another instance of Postfix on this machine would have the same pid file and obey a reload.
@@ -132,24 +145,28 @@ class Dovecot : public MailServer {
 public:
     using MailServer::MailServer;
 
-    bool BringUp() override
+protected:
+    /// A delivery that was interrupted would otherwise wait for the next queue run.
+    void Renewed() override
     {
-        if (!MailServer::BringUp()) return false;
-        // A delivery that the restart interrupted would otherwise wait for the next queue run.
         Command flush;
         flush.words = {host::programs::kPostqueue, "-c", ConfigurationOf(host::daemons::kPostfix),
                        "-f"};
         (void)Run(flush);
-        return true;
     }
 
-protected:
+    std::vector<std::string> Configuration() const override
+    {
+        return {host::Path(ConfigurationOf(Row()))};
+    }
+
     /// Checks the configuration first: a reload with a faulty one does nothing and reports nothing.
     bool Reload(pid_t master) override
     {
         Command check;
         check.words = {host::programs::kDoveconf, "-n", "-c", ConfigurationOf(Row())};
-        return RunQuietly(Row().service, check) && kill(master, SIGHUP) == 0;
+        return RunQuietly(Row().service, check) &&
+               kill(master, host::daemons::ReloadOf(Row())->signal) == 0;
     }
 
     bool IsSettled(const std::set<int>& /*listening*/) override
@@ -170,14 +187,24 @@ protected:
 
 }  // namespace
 
-bool MailServer::IsUpAt(pid_t master)
+/// The processes that the server starts read its files again, so it also counts when the link to
+/// those in force was turned since, be it to and fro.
+StartNote MailServer::Now() const
+{
+    return {Row(),
+            Settings(),
+            {},
+            StateOf(host::PackagePath("etc/generated/current")) + "\n" +
+                StateOfNamedFiles(Configuration())};
+}
+
+bool MailServer::ListensAsAsked(pid_t master, std::vector<Listener>& called)
 {
     const std::vector<Listener> listeners = ListenersOf(master);
     std::set<int> listening;
     for (const Listener& listener : listeners) listening.insert(listener.port);
 
     const Ports ports = PortsOf(Row(), Settings());
-    std::vector<Listener> called;
     for (const int port : ports.plain) {
         // The IPv4 socket comes first; it works even before any interface has an IPv6 address.
         const auto first = std::find_if(listeners.begin(), listeners.end(),
@@ -187,7 +214,13 @@ bool MailServer::IsUpAt(pid_t master)
     }
     const bool isOpen = std::all_of(ports.tls.begin(), ports.tls.end(),
                                     [&listening](int port) { return listening.count(port) > 0; });
-    return isOpen && IsSettled(listening) && Greet(called);
+    return isOpen && IsSettled(listening);
+}
+
+bool MailServer::IsUpAt(pid_t master)
+{
+    std::vector<Listener> called;
+    return ListensAsAsked(master, called) && Greet(called);
 }
 
 bool MailServer::IsUp()
@@ -220,10 +253,10 @@ bool MailServer::Renew(pid_t master)
     return StartAfresh();  // it was ending when it was found
 }
 
-bool MailServer::BringUp()
+/// Makes it read the configuration in force: by a reload, or by a start where one is needed.
+bool MailServer::TakeUp(pid_t master, bool needsAStart)
 {
-    const pid_t master = Master();
-    if (master == 0 || !HasOurConfiguration(master)) return StartAfresh();
+    if (master == 0 || needsAStart) return StartAfresh();
 
     const std::vector<Listener> before = ListenersOf(master);
     if (!Renew(master)) return false;
@@ -236,6 +269,25 @@ bool MailServer::BringUp()
     if (!WaitFor(std::chrono::seconds(2), [&closed] { return AreClosed(closed); })) {
         Tell(Row().service, "a client still holds a closed port");
     }
+    return true;
+}
+
+bool MailServer::BringUp()
+{
+    pid_t master = Master();
+    if (master != 0 && !HasOurConfiguration(master)) master = 0;
+
+    const StartNote now = Now();
+    const std::string process = ProcessSet::Name(master);
+    std::vector<Listener> called;
+    if (master != 0 && now.Stands(process) && ListensAsAsked(master, called)) return true;
+
+    const bool needsAStart = now.NeedsAStart(process);
+    now.Forget();
+    if (!TakeUp(master, needsAStart)) return false;
+    Renewed();
+    // Without the note, the next save makes it reload once more.
+    (void)now.Write(ProcessSet::Name(Master()));
     return true;
 }
 

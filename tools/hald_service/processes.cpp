@@ -90,11 +90,33 @@ ProcessSet ProcessSet::Of(pid_t master, bool all)
     return set;
 }
 
+ProcessSet ProcessSet::WorkersOf(pid_t master)
+{
+    ProcessSet set = Of(master);
+    set.members_.erase(master);
+    set.groups_.clear();
+    return set;
+}
+
 ProcessSet ProcessSet::Orphans(pid_t group)
 {
     ProcessSet set;
     if (group > 1 && group != getpgrp() && !ReadProcess(group)) set.groups_.insert(group);
     return set;
+}
+
+std::string ProcessSet::Name(pid_t process)
+{
+    const auto read = ReadProcess(process);
+    return read ? std::to_string(process) + " " + std::to_string(read->start) : "";
+}
+
+/// The addresses that the kernel has given to the program, by chance.
+std::string ProcessSet::Program(pid_t process)
+{
+    std::string text;
+    const std::string path = host::Path("/proc/" + std::to_string(process) + "/auxv");
+    return host::ReadFile(path, text) ? text : "";
 }
 
 std::vector<pid_t> ProcessSet::Running() const

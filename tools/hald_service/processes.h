@@ -5,6 +5,7 @@
 
 #include <map>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace service {
@@ -16,8 +17,17 @@ public:
     /// process leads that group. With `all`, also descendants in other sessions.
     static ProcessSet Of(pid_t master, bool all = false);
 
+    /// The descendants of the master in its session, without the master.
+    static ProcessSet WorkersOf(pid_t master);
+
     /// A process group whose leader has ended.
     static ProcessSet Orphans(pid_t group);
+
+    /// A name that no other process has had since the boot; empty when it does not run.
+    static std::string Name(pid_t process);
+
+    /// What differs once the process has begun another program, or the same one anew.
+    static std::string Program(pid_t process);
 
     /// Whether none of these processes runs, nor any new one in their groups. Zombies do not count.
     bool AreGone() const;

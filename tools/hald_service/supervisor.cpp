@@ -20,9 +20,11 @@ namespace service {
 
 using Clock = std::chrono::steady_clock;
 
-void Pause()
+void Pause(std::chrono::milliseconds waited)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    constexpr std::chrono::milliseconds kShortest{1};
+    constexpr std::chrono::milliseconds kLongest{10};
+    std::this_thread::sleep_for(std::clamp(waited / 10, kShortest, kLongest));
 }
 
 Supervisor::Supervisor(const host::daemons::Daemon& daemon, const Stored& stored)

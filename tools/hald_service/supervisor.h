@@ -22,8 +22,8 @@ struct Limits {
     std::chrono::milliseconds kill = std::chrono::seconds(5);
 };
 
-/// Sleeps for 10 ms.
-void Pause();
+/// Sleeps between two questions: for 1 ms, and up to 10 ms for somebody who has waited long.
+void Pause(std::chrono::milliseconds waited);
 
 enum class Progress { kNotYet, kDone, kInVain };
 
@@ -31,12 +31,14 @@ enum class Progress { kNotYet, kDone, kInVain };
 template <class Question>
 bool WaitFor(std::chrono::milliseconds limit, Question question)
 {
-    const auto end = std::chrono::steady_clock::now() + limit;
+    using std::chrono::milliseconds;
+    const auto start = std::chrono::steady_clock::now();
     for (;;) {
         const Progress progress = question();
         if (progress != Progress::kNotYet) return progress == Progress::kDone;
-        if (std::chrono::steady_clock::now() >= end) return false;
-        Pause();
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (waited >= limit) return false;
+        Pause(std::chrono::duration_cast<milliseconds>(waited));
     }
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <csignal>
 #include <cstddef>
 #include <string_view>
 
@@ -108,6 +109,30 @@ inline constexpr Daemon kDaemons[] = {
      "/run/mailvane/web/lighttpd.pid", "", "", "mailvane-web.service", "", "", "", "web service",
      ""},
 };
+
+/// How a daemon takes up changed files while it runs.
+struct Reload {
+    std::string_view daemon;
+    int signal;              ///< on which it reads them again
+    std::string_view fixed;  ///< their parameters that it reads only when it starts
+};
+
+// Those without a row are started anew. On its signal the DMARC filter keeps its old settings, and
+// the DKIM filter has the old ones again when its worker has crashed.
+inline constexpr Reload kReloads[] = {
+    {"dovecot", SIGHUP, ""},
+    {"amavis", SIGHUP, "$daemon_user $pid_file $unix_socketname"},
+    {"postfix", SIGHUP, "inet_interfaces inet_protocols maillog_file queue_directory"},
+};
+
+/// The row of a daemon above; null when there is none.
+constexpr const Reload* ReloadOf(const Daemon& daemon)
+{
+    for (const Reload& reload : kReloads) {
+        if (reload.daemon == daemon.name) return &reload;
+    }
+    return nullptr;
+}
 
 /// The row of a daemon. In a constant expression an unknown name is a compile error.
 constexpr const Daemon& DaemonOf(std::string_view name)
