@@ -4,8 +4,7 @@
 pages.py SOURCES FOLDER
 
 SOURCES  the folder that has README.md, docs and the other documents
-FOLDER   where the pages are written: index.html is docs/README.md, docs/NAME.md becomes NAME.html, the
-         documents beside docs become pages of their own name in small letters
+FOLDER   where the pages are written: index.html is docs/README.md, docs/NAME.md becomes NAME.html
 
 Links between the documents lead to their pages, and to the headings there by the names that pages of
 sources on the web give them.
@@ -19,7 +18,9 @@ from markdown_it import MarkdownIt
 from markdown_it.token import Token
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-BESIDE = ("README.md", "CHANGELOG.md", "ARCHITECTURE.md", "HACKING.md", "console/README.md")
+# Debian packs what is called changelog.
+BESIDE = {"README.md": "start.html", "CHANGELOG.md": "changes.html", "ARCHITECTURE.md": "architecture.html",
+          "HACKING.md": "hacking.html", "console/README.md": "console_sources.html"}
 PICTURES = (".svg", ".png")
 PAGE = """<!DOCTYPE html>
 <html lang="en">
@@ -40,10 +41,7 @@ PAGE = """<!DOCTYPE html>
 
 def documents(sources: str) -> dict[str, str]:
     """Paths of all documents, and of the page of each."""
-    found = {"docs/README.md": "index.html", "README.md": "start.html",
-             "console/README.md": "console.html"}
-    for path in BESIDE:
-        found.setdefault(path, path.lower().replace(".md", ".html"))
+    found = {**BESIDE, "docs/README.md": "index.html"}
     for folder, _, names in os.walk(sources + "/docs"):
         for name in names:
             path = os.path.relpath(os.path.join(folder, name), sources)

@@ -17,6 +17,7 @@ import re
 import time
 
 PASSWORD = "correct horse 7"
+WEB_PASSWORD = "battery staple 8"  # is another one, as guides advise
 PATIENCE = 150  # seconds, for what comes "soon"
 BLOCK = re.compile(r"^```console(?P<words>.*)\n(?P<text>(?:.*\n)*?)```$", re.M)
 PROMPT = re.compile(r"([^\n]*(?:\[y/N\]|[Pp]assword[^\n]*:|Again:)) ?\Z")
@@ -123,13 +124,15 @@ class Follower:
         if first == 0:
             os.chdir("/root")
             os.execv(words[0], words)
-        said, answered = "", -1  # what it says, and the line of the last question that was answered
+        said, typed = "", ""
+        answered = -1  # the line of the last question
         try:
             for text in iter(lambda: os.read(terminal, 4096), b""):
                 said += text.decode(errors="replace").replace("\r", "")
                 prompt = PROMPT.search(said)
                 if prompt and said.count("\n") > answered:
-                    os.write(terminal, (_answer(prompt[1], shown) + "\n").encode())
+                    typed = _answer(prompt[1], shown, typed)
+                    os.write(terminal, (typed + "\n").encode())
                     answered = said.count("\n")
         except OSError:  # the other side of the terminal is closed
             pass
@@ -138,11 +141,12 @@ class Follower:
         return status, said
 
 
-def _answer(question, shown):
-    """What the guide types at a question."""
+def _answer(question, shown, before):
+    """What the guide types at a question, after what was typed before."""
+    password = before if question == "Again:" else WEB_PASSWORD if "the web" in question else PASSWORD
     for line in shown:
         if line.startswith(question):
-            return line[len(question):].strip() or PASSWORD
+            return line[len(question):].strip() or password
     raise AssertionError("the guide does not show this question: " + question)
 
 
