@@ -4,7 +4,7 @@
 // catalogue, `group` one of GROUPS or empty for what other pages lead to, `route` what stands in the address.
 import api from "made-api";
 import { Overview } from "./pages/overview.js";
-import { AdvancedChecks, Mailboxes, Relay, Report, SpamFilter } from "./pages/plain_settings.js";
+import { AdvancedChecks, Mailboxes, SpamFilter } from "./pages/plain_settings.js";
 import { SelfCheck } from "./pages/self_check.js";
 import { Smtp } from "./pages/smtp.js";
 import { room } from "./parts/later.js";
@@ -29,7 +29,7 @@ export const PAGES = [
 
     { route: "smtp", title: "pages/pages/smtp", group: "services", view: Smtp },
     { route: "imap_pop3", title: "pages/pages/imap_pop3", group: "services", view: Mailboxes },
-    { route: "relay", title: "pages/pages/relay", group: "services", view: Relay },
+    { route: "relay", title: "pages/pages/relay", group: "services", view: upkeep("Relay") },
     { route: "domains", title: "pages/pages/domains", group: "services", view: lists("Domains") },
     { route: "dns", title: "dns/title", group: "services", view: upkeep("Dns") },
     { route: "certificate", title: "certificate/title", group: "services", view: upkeep("Certificate") },
@@ -52,7 +52,7 @@ export const PAGES = [
     { route: "sender_quota", title: "pages/pages/sender_quota", group: "addresses", view: lists("SenderLimits") },
     { route: "replies", title: "pages/pages/replies", group: "addresses", view: lists("Replies") },
 
-    { route: "report", title: "pages/pages/report", group: "server", view: Report },
+    { route: "report", title: "pages/pages/report", group: "server", view: upkeep("Report") },
     { route: "history", title: "history/title", group: "server", view: upkeep("History") },
     { route: "about", title: "about/title", group: "server", view: upkeep("About") },
 ];

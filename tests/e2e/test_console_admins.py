@@ -7,6 +7,7 @@ from selenium.webdriver.common.keys import Keys
 
 import harness
 from browser import Browser
+from console import drives
 from harness import control, delivered, load, read, tell, wait_for
 from test_console_upkeep import Upkeep
 
@@ -188,6 +189,7 @@ class TwoAdministrators(Upkeep):
 class Trials(Upkeep):
     """What the pages try out on the server."""
 
+    @drives("relay_test")
     def test_the_relay_host_step_by_step(self):
         browser = self.browser
         tell("save_relay", smtp_relay_enabled=True, smtp_relay_server="nobody.test", smtp_relay_tls=False)
@@ -202,6 +204,7 @@ class Trials(Upkeep):
         browser.wait(".card .help", "What is stored is tried")
         browser.button("Discard").click()
 
+    @drives("mail_test")
     def test_a_message_that_arrives_and_one_that_waits(self):
         browser = self.browser
         browser.go("overview")

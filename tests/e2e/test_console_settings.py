@@ -140,7 +140,7 @@ class PassedMail(Console):
         browser.button("Check again").click()
         wait_for(lambda: not [one for one in browser.find("li.failed") if "IMAP" in one.text], "a better result")
 
-    @drives("load_log", "search_log", "log_enum", "log_lines", "export_postfix_log", "clear_log")
+    @drives("load_log", "search_log", "log_enum", "log_lines", "export_log", "export_postfix_log", "clear_log")
     def test_the_log_is_searched_saved_and_cleared(self):
         send("logged@elsewhere.test", [BOB], "logged")
         wait_for(lambda: read("search_log&limit=9&query=logged@").json()["total"], "the entry")
@@ -152,6 +152,9 @@ class PassedMail(Console):
         browser.go("log?q=logged@")
         browser.button("Save as CSV").click()
         self.assertIn(",logged@elsewhere.test,%s," % BOB, self.saved("mail-log.csv"))
+        browser.button("Save as HTML").click()
+        self.agree("Save the file")
+        self.assertIn('<td align="center">logged@elsewhere.test</td>', self.saved("mail-log.html"))
         browser.button("Save text log").click()
         self.assertIn("from=<logged@elsewhere.test>", self.saved("maillog.txt"))
         browser.button("Clear the log").click()

@@ -1,11 +1,8 @@
 // What the palette finds: every page, and every setting with the page that it stands on.
-import { Store } from "./store.js";
 import { t } from "./texts.js";
 
 /** `field` is empty for a page; `place` is the title of the page that a setting stands on.
  *  @typedef {{title: string, place: string, help: string, route: string, field: string}} Entry */
-
-export const paletteIsOpen = new Store(false);
 
 /** All entries in the language that is shown, the pages first.
  *  @param {{route: string, title: string, group: string}[]} rows of the table of pages

@@ -1,7 +1,7 @@
 // A page of settings: what is stored, what is changed, and how a save goes.
 import api from "made-api";
 import { call } from "./call.js";
-import { reasonsOf } from "./failure.js";
+import { Failure, reasonsOf } from "./failure.js";
 import { bodyOf, fault, overtaken, remaining } from "./fields.js";
 import { useGuard } from "./guard.js";
 import { isUncertain, reach, useLifetime } from "./reach.js";

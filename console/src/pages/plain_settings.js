@@ -1,8 +1,6 @@
 // Pages of settings that are wholly made from their descriptions, or nearly.
 import { t } from "../lib/texts.js";
 import { html } from "../lib/ui.js";
-import { RelayTest } from "../parts/relay_test.js";
-import { ReportNow } from "../parts/report_now.js";
 import { settingsPage } from "../parts/settings_page.js";
 
 /** Another package has taken the ports of the mailboxes.
@@ -12,6 +10,4 @@ const PortsTaken = ({ stored }) => stored.conflict_ports && html`
 
 export const AdvancedChecks = settingsPage("adv_anti_spam");
 export const Mailboxes = settingsPage("imap_pop3", { top: PortsTaken });
-export const Relay = settingsPage("relay", { top: RelayTest });
-export const Report = settingsPage("report", { top: ReportNow });
 export const SpamFilter = settingsPage("spam_config");

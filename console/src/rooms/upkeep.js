@@ -10,3 +10,4 @@ export { Certificate } from "../pages/certificate.js";
 export { Dns } from "../pages/dns.js";
 export { History } from "../pages/history.js";
 export { Keys } from "../pages/keys.js";
+export { Relay, Report } from "../pages/tried_settings.js";
