@@ -68,8 +68,7 @@ class Documents(unittest.TestCase):
     def test_links_of_the_sources_lead_to_files(self):
         for path, text in sources():
             for address in re.findall(r"\]\(([^)#]+)", text):
-                # Pictures of the console are made with it.
-                if not re.match("[a-z]+:|docs/screenshots/", address):
+                if not re.match("[a-z]+:", address):
                     with self.subTest(document=path, address=address):
                         self.assertTrue(os.path.exists(os.path.join(TOP, os.path.dirname(path), address)))
 
