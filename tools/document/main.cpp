@@ -255,13 +255,14 @@ int main(int count, char** arguments)
 {
     const Words words = WordsOf(count, arguments);
     if (!IsUsage(words)) {
-        (void)std::fprintf(stderr,
-                           "usage: hald_document export [--with-secrets] [--with-personal]\n"
-                           "       hald_document schema FILE\n"
-                           "       hald_document show NUMBER\n"
-                           "       hald_document between ONE OTHER\n"
-                           "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE]\n"
-                           "           [--confirm=SECONDS] FOLDER FILE...\n");
+        (void)std::fprintf(
+            stderr,
+            "usage: hald_document export [--with-secrets] [--with-personal]\n"
+            "       hald_document schema FILE\n"
+            "       hald_document show NUMBER\n"
+            "       hald_document between ONE OTHER\n"
+            "       hald_document compare|rehearse|apply [--prune] [--secrets=FILE]\n"
+            "           [--confirm=SECONDS] FOLDER FILE...\n");
         return 2;
     }
     host::NoteRequest({words.plain[0], host::ConsoleUser()});
