@@ -5,6 +5,8 @@ import tempfile
 
 SOURCES = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
 PROGRAM = '/var/packages/Mailvane/target/ui/mailvane.cgi'
+TARGET = '/var/packages/Mailvane/target/etc'
+DATABASE = TARGET + '/maillog.live/maillog.db'
 
 
 def request_environment(query):
@@ -47,3 +49,27 @@ def measure_in_a_world(build, *command):
             inside(*command)
         finally:
             subprocess.run([world, 'stop', state], check=True)
+
+
+def make_mail_log(build, entries):
+    """Folder of a mail log's database, which is made unless it is there."""
+    folder = '%s/bench/mail-log-%d' % (build, entries)
+    if not os.path.isdir(folder):
+        unfinished = folder + '.new'
+        subprocess.run(['rm', '-rf', unfinished], check=True)
+        os.mkdir(unfinished)
+        print('making a log of %d entries ...' % entries, flush=True)
+        subprocess.run([build + '/bench/make-mail-log', unfinished + '/maillog.db', str(entries)],
+                       check=True)
+        os.rename(unfinished, folder)
+    return folder
+
+
+def put_mail_log(folder):
+    """Has the programs of this world take the database in a folder for the mail log."""
+    os.makedirs(os.path.dirname(DATABASE), exist_ok=True)
+    subprocess.run(['mount', '--bind', folder, os.path.dirname(DATABASE)], check=True)
+    link = TARGET + '/maillog/maillog.db'
+    if os.path.lexists(link):
+        os.unlink(link)
+    os.symlink('../maillog.live/maillog.db', link)
