@@ -135,6 +135,8 @@ def sample(schema, name=""):
         return schema["enum"][0]
     if schema.get("x-choices"):
         return schema["x-choices"][0]["value"]
+    if schema.get("type") == "null":
+        return None
     if schema.get("type") == "object":
         return {member: sample(about, member) for member, about in schema.get("properties", {}).items()}
     if schema.get("type") == "array":

@@ -3,6 +3,7 @@ import glob
 import hashlib
 import json
 import os
+import shutil
 import time
 
 import calls
@@ -75,6 +76,12 @@ def stored():
             if not name.endswith(("svbin", "manifest")) and "/Maildir" not in name}
 
 
+def forget_parked():
+    """Removes the lists of account sources and domains that are not served."""
+    for path in glob.glob(TARGET + "/etc/alias_bkp/*"):
+        shutil.rmtree(path) if os.path.isdir(path) else os.remove(path)
+
+
 def waiting():
     return calls.ask("about").json()["unconfirmed"]
 
@@ -95,6 +102,7 @@ class Confirm(Pages):
     def setUp(self):
         super().setUp()
         self.done("backup", EMPTY)
+        self.addCleanup(forget_parked)  # which a restore leaves
         self.addCleanup(ctl, "restore", EMPTY)
         self.addCleanup(ctl, "confirm")
         self.apply(BEFORE, "--prune")
