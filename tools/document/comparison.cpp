@@ -236,7 +236,8 @@ Parts PartsOf(const std::string& text, Faults& faults)
         return {};
     }
     const Node& document = std::get<Node>(read);
-    if (!CheckFrame(document, faults)) return {};
+    if (!CheckFormat(document, faults)) return {};
+    CheckSections(document, faults);
     State state;
     Merge merge{state, true, {}, faults, [] { return Result<void>(); }};
     Parts parts;

@@ -100,17 +100,11 @@ const char* const kHead =
 # certificates, mail, passwords of users.
 )";
 
-bool CheckFrame(const Node& document, Faults& faults)
+bool CheckFormat(const Node& document, Faults& faults)
 {
     if (document.kind != Node::Kind::kMap) {
         faults.push_back({document.line, "", ReasonCode::kBadFormat, "is no document"});
         return false;
-    }
-    for (const auto& [name, value] : document.members) {
-        if (name.text != kFormatName && FindSection(name.text) == nullptr) {
-            faults.push_back(
-                {name.line, name.text, ReasonCode::kMissing, "there is no section of this name"});
-        }
     }
     const Node* const format = document.Find(kFormatName);
     if (format == nullptr) {
@@ -121,6 +115,16 @@ bool CheckFrame(const Node& document, Faults& faults)
                           "this program knows another format"});
     }
     return true;
+}
+
+void CheckSections(const Node& document, Faults& faults)
+{
+    for (const auto& [name, value] : document.members) {
+        if (name.text != kFormatName && FindSection(name.text) == nullptr) {
+            faults.push_back(
+                {name.line, name.text, ReasonCode::kMissing, "there is no section of this name"});
+        }
+    }
 }
 
 void SortByLine(Faults& faults)
@@ -177,6 +181,7 @@ std::vector<Difference> DifferencesOf(const Parts& before, Parts& after)
 
 Result<void> MergeDocument(const Node& document, Merge& merge)
 {
+    CheckSections(document, merge.faults);
     for (const Section& section : AllSections()) {
         const Node* const node = document.Find(std::string(section.name));
         Result<void> merged;

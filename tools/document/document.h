@@ -50,9 +50,11 @@ struct Difference {
 /// texts differ there, too.
 std::vector<Difference> DifferencesOf(const Parts& before, Parts& after);
 
-/// Whether a text is a document; a fault for each section that there is not, and where the format
-/// is not ours.
-bool CheckFrame(const Node& document, Faults& faults);
+/// Whether a text is a document; a fault where the format is not ours.
+bool CheckFormat(const Node& document, Faults& faults);
+
+/// A fault for each section that there is not.
+void CheckSections(const Node& document, Faults& faults);
 
 void SortByLine(Faults& faults);
 

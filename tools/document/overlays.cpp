@@ -82,7 +82,7 @@ Node ReadLaidOver(const std::vector<std::string>& texts, Faults& faults)
             auto& document = std::get<Node>(read);
             document.line = std::max(document.line, 1);  // an empty text begins nowhere
             CountOn(document, before);
-            CheckFrame(document, faults);
+            (void)CheckFormat(document, faults);
             for (auto& section : document.members) LaySection(whole, std::move(section));
         }
         before += LinesIn(text);
