@@ -9,6 +9,7 @@ from prometheus_client.openmetrics import parser as open_metrics
 import harness
 from contract import TOP
 from harness import ask, delivered, send
+from test_calls_people import make
 from test_ctl import ctl
 
 ROW = re.compile(r"^\| `(mailvane_\w+)` \| (.*?) \|", re.MULTILINE)
@@ -90,6 +91,12 @@ class Metrics(harness.Story):
         self.assertEqual(value("mailvane_change_pending"), 0)
         self.assertGreater(value("mailvane_certificate_ends_timestamp_seconds"),
                            value("mailvane_certificate_begins_timestamp_seconds"))
+        ends = "mailvane_certificate_ends_timestamp_seconds"
+        before = value(ends)
+        make("other", harness.DOMAIN)
+        self.addCleanup(ctl, "tls", "remove")
+        self.assertEqual(ctl("tls", "install", "/root/other.cert", "/root/other.key")[0], 0)
+        self.assertNotEqual(value(ends), before)
 
     def test_replace_a_file_that_everybody_can_read(self):
         with tempfile.TemporaryDirectory() as folder:

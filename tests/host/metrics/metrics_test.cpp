@@ -15,6 +15,13 @@ const std::int64_t kNoon = 1793534400;  // 2026-11-01 12:00:00 UTC
 
 class Metrics : public LogMachine {
 protected:
+    /// The mail log's times are those of the machine.
+    void SetUp() override
+    {
+        LogMachine::SetUp();
+        ASSERT_EQ(setenv("TZ", "UTC", 1), 0);
+    }
+
     using Add = bool (*)(std::int64_t now, Exposition& exposition);
 
     /// The samples that a source has and that begin so, without their common beginning.
