@@ -283,7 +283,7 @@ class Security(States):
             self.browser.wait(".problem", TEXTS["settings/titles/enable_dmarc"])
             self.browser.wait(".field.changed label", TEXTS["settings/titles/enable_spf_check"])
             self.assertEqual(len(self.browser.find(".field.changed")), 1)
-            look(self)
+            self.browser.check_looks(self)
         self.run_in_page(CLOSE)
 
     def test_asks_until_the_signatures_are_up_to_date(self):
@@ -296,19 +296,6 @@ class Security(States):
         self.assertEqual(answers, [])
 
 
-def look(test):
-    """What no state may have: faults of accessibility, in either colours, and what does not fit a phone."""
-    browser = test.browser
-    test.assertEqual(browser.faults(), [])
-    browser.driver.execute_script("document.documentElement.dataset.theme = 'dark'")
-    test.assertEqual(browser.faults(["color-contrast"]), [], "dark")
-    browser.driver.execute_script("document.documentElement.dataset.theme = 'light'")
-    browser.resize(NARROW)
-    test.assertEqual(browser.sideways(), 0)
-    test.assertEqual(browser.faults(["target-size"]), [], "narrow")
-    browser.resize(WIDE)
-
-
 class Looks(States):
     def test_failures_and_emptiness_are_accessible_and_fit(self):
         for kind, plan in (("failed", lambda name: Answer(status=500)), ("empty", self.stub.nothing)):
@@ -317,7 +304,7 @@ class Looks(States):
                 for route in ("overview", "log", "queue", "self_check", "smtp", "domains", "dns", "keys", "aliases", "users"):
                     with self.subTest(route, state=kind):
                         self.visit(route)
-                        look(self)
+                        self.browser.check_looks(self)
 
     def test_dialogs_are_accessible_and_fit(self):
         choose = (self.press, ".choose")
@@ -333,7 +320,7 @@ class Looks(States):
                 self.visit(route)
                 for step, *words in steps:
                     step(*words)
-                look(self)
+                self.browser.check_looks(self)
             self.run_in_page(CLOSE)
 
     def test_what_lies_over_a_page_that_nobody_uses_is_accessible_and_fits(self):
@@ -342,7 +329,7 @@ class Looks(States):
             self.browser.driver.execute_script(
                 "const at = Date.now() + arguments[0] * 60000; Date.now = () => at", minutes)
             self.browser.wait(dialog)
-            look(self)
+            self.browser.check_looks(self)
         self.browser.enter()
 
 

@@ -140,6 +140,17 @@ class Browser:
         """By how many pixels the page is wider than the window."""
         return self.driver.execute_script("return document.documentElement.scrollWidth - document.documentElement.clientWidth")
 
+    def check_looks(self, test):
+        """Fails a test for faults of accessibility, in either colours, and for what does not fit a phone."""
+        test.assertEqual(self.faults(), [])
+        self.driver.execute_script("document.documentElement.dataset.theme = 'dark'")
+        test.assertEqual(self.faults(["color-contrast"]), [], "dark")
+        self.driver.execute_script("document.documentElement.dataset.theme = 'light'")
+        self.resize(NARROW)
+        test.assertEqual(self.sideways(), 0)
+        test.assertEqual(self.faults(["target-size"]), [], "narrow")
+        self.resize(WIDE)
+
     def log(self):
         """What the browser has complained about since it was last asked."""
         return [line["message"] for line in self.driver.get_log("browser")

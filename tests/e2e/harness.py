@@ -252,15 +252,15 @@ def delivered(user, subject, folder="INBOX"):
     return wait_for(lambda: mails(user, subject, folder=folder), what)[0]
 
 
+def below(folder):
+    """The paths of all folders and files in a folder, at any depth."""
+    return [os.path.join(path, name) for path, folders, files in os.walk(folder)
+            for name in folders + files]
+
+
 def snapshot(*folders):
     """Every file below some folders with all that a change of it would change."""
-    state = {}
-    for folder in folders:
-        for path, folders_below, files in os.walk(folder):
-            for name in folders_below + files:
-                full = os.path.join(path, name)
-                state[full] = _fingerprint(full)
-    return state
+    return {path: _fingerprint(path) for folder in folders for path in below(folder)}
 
 
 def _fingerprint(path):

@@ -45,7 +45,7 @@ show_logs() {
     local log
     for log in /var/log/syslog /var/log/mailvane/{maillog,dovecot.log,web.log}; do
         echo "--- end of $log"
-        inside tail -n 30 "$log" || :
+        inside tail -n 100 "$log" || :
     done >&2
 }
 

@@ -50,14 +50,8 @@ def in_force():
 
 def digests(*folders):
     """What all files in some folders hold, by their paths; folders too."""
-    state = {}
-    for folder in folders:
-        for path, below, files in os.walk(folder):
-            for name in below + files:
-                full = os.path.join(path, name)
-                state[full[len(folder):]] = os.path.isfile(full) and hashlib.sha256(
-                    contents_of(full)).hexdigest()
-    return state
+    return {path[len(folder):]: os.path.isfile(path) and hashlib.sha256(
+        contents_of(path)).hexdigest() for folder in folders for path in harness.below(folder)}
 
 
 def contents_of(path):

@@ -12,7 +12,6 @@ from selenium.common.exceptions import JavascriptException
 from selenium.webdriver.common.keys import Keys
 
 import harness
-from browser import NARROW, WIDE
 from console import Console, drives
 from harness import DOMAIN, banner, load, read, send, tell, wait_for
 
@@ -199,14 +198,7 @@ class Everything(Console):
         for route in ROUTES:
             browser.go(route)
             with self.subTest(route):
-                self.assertEqual(browser.faults(), [])
-                browser.driver.execute_script("document.documentElement.dataset.theme = 'dark'")
-                self.assertEqual(browser.faults(["color-contrast"]), [], "dark")
-                browser.driver.execute_script("document.documentElement.dataset.theme = 'light'")
-                browser.resize(NARROW)
-                self.assertEqual(browser.sideways(), 0)
-                self.assertEqual(browser.faults(["target-size"]), [], "narrow")
-                browser.resize(WIDE)
+                browser.check_looks(self)
 
     def test_takes_no_markup(self):
         self.expected_log = ("TrustedHTML", "TrustedScript")

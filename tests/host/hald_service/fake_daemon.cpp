@@ -21,16 +21,15 @@ void WritePid(const char* file)
     std::ofstream(file) << getpid() << "\n";
 }
 
-void Listen(const char* path)
+int Bind(const char* path)
 {
     (void)unlink(path);
     sockaddr_un name = {};
     name.sun_family = AF_UNIX;
     (void)std::strncpy(name.sun_path, path, sizeof name.sun_path - 1);
     const int door = socket(AF_UNIX, SOCK_STREAM, 0);
-    if (bind(door, reinterpret_cast<sockaddr*>(&name), sizeof name) < 0 || listen(door, 4) < 0) {
-        _exit(3);
-    }
+    if (bind(door, reinterpret_cast<sockaddr*>(&name), sizeof name) < 0) _exit(3);
+    return door;
 }
 
 /// What it was given, beside its socket: variables and descriptors.
@@ -75,10 +74,10 @@ int main(int count, char** words)
     WritePid(words[2]);
     if (does("dies")) return 1;
     if (does("slow")) (void)sleep(1);
-    Listen(words[3]);
-    // A helper has the socket too, and is not told to end by the master's end.
-    if (does("helped") && fork() == 0) {
-        if (does("deaf")) (void)std::signal(SIGTERM, SIG_IGN);
-    }
+    const int door = Bind(words[3]);
+    // A helper has the socket too, and is not told to end by the master's end. It is there when the
+    // daemon is up.
+    if (does("helped")) (void)fork();
+    if (listen(door, 4) < 0) return 3;
     for (;;) (void)pause();
 }
