@@ -25,10 +25,11 @@ struct Process {
     pid_t group;
     pid_t session;
     unsigned long long start;
+    unsigned long long memory;  ///< in bytes; none any more when it is ending
 };
 
 /// A running process, parsed from /proc/PID/stat: "number (name) state parent group session ...
-/// start ...".
+/// start memory ...".
 std::optional<Process> ReadProcess(pid_t number)
 {
     // Files in /proc have no size, so the file is read to its end.
@@ -39,12 +40,12 @@ std::optional<Process> ReadProcess(pid_t number)
     const std::size_t name = text.rfind(')');  // the name may have any characters
     if (name == std::string::npos) return std::nullopt;
     char state = 0;
-    Process process{number, 0, 0, 0, 0};
+    Process process{number, 0, 0, 0, 0, 0};
     const int fields = std::sscanf(  // NOLINT(cert-err34-c)
         text.c_str() + name + 1,
-        " %c %d %d %d %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %llu", &state,
-        &process.parent, &process.group, &process.session, &process.start);
-    if (fields != 5 || state == 'Z' || state == 'X') return std::nullopt;
+        " %c %d %d %d %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %llu %llu",
+        &state, &process.parent, &process.group, &process.session, &process.start, &process.memory);
+    if (fields != 6 || state == 'Z' || state == 'X') return std::nullopt;
     return process;
 }
 
@@ -69,10 +70,10 @@ std::vector<Process> AllProcesses()
 
 ProcessSet ProcessSet::Of(pid_t master, bool all)
 {
-    ProcessSet set;
     const auto leader = ReadProcess(master);
-    if (!leader) return set;
+    if (!leader) return Orphans(master);
 
+    ProcessSet set;
     set.members_[master] = leader->start;
     if (leader->group == master || (leader->group != getpgrp() && !ReadProcess(leader->group))) {
         set.groups_.insert(leader->group);
@@ -101,7 +102,9 @@ ProcessSet ProcessSet::WorkersOf(pid_t master)
 ProcessSet ProcessSet::Orphans(pid_t group)
 {
     ProcessSet set;
-    if (group > 1 && group != getpgrp() && !ReadProcess(group)) set.groups_.insert(group);
+    if (group <= 1 || group == getpgrp()) return set;
+    const auto leader = ReadProcess(group);
+    if (!leader || leader->memory == 0) set.groups_.insert(group);
     return set;
 }
 

@@ -14,13 +14,15 @@ namespace service {
 class ProcessSet {
 public:
     /// The master, its descendants in the same session, and its process group, unless another
-    /// process leads that group. With `all`, also descendants in other sessions.
+    /// process leads that group. With `all`, also descendants in other sessions. What is left of
+    /// its group when the master has ended.
     static ProcessSet Of(pid_t master, bool all = false);
 
     /// The descendants of the master in its session, without the master.
     static ProcessSet WorkersOf(pid_t master);
 
-    /// A process group whose leader has ended.
+    /// A process group whose leader has ended, or is ending: it has no program any more then, but
+    /// still its sockets.
     static ProcessSet Orphans(pid_t group);
 
     /// A name that no other process has had since the boot; empty when it does not run.

@@ -13,6 +13,7 @@
 #include <cstdlib>
 
 #include "host/libhaldcore/files.h"
+#include "host/libhaldcore/log.h"
 #include "host/libhaldcore/paths.h"
 #include "host/libmailvane/daemons/web_ports.h"
 #include "tools/hald_service/greeting.h"
@@ -99,7 +100,7 @@ protected:
         return (members != nullptr && lchown(socket.c_str(), 0, members->gr_gid) == 0 &&
                 chmod(socket.c_str(), 0660) == 0 &&
                 MakeFolder(kFolder, 0750, "root", "mailvane-web")) ||
-               Fail("cannot open its socket to the web server");
+               Fail("cannot open its socket to the web server: " + std::string(host::ErrnoText()));
     }
 };
 

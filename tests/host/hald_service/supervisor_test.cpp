@@ -124,6 +124,7 @@ TEST_F(Supervision, EndsWhatOutlivedItsDaemonBeforeANewOneStarts)
     ASSERT_EQ(processes.Running().size(), 2U);
     (void)kill(master, SIGKILL);
     ASSERT_EQ(waitpid(master, nullptr, 0), master);
+    EXPECT_EQ(service::ProcessSet::Of(master).Running().size(), 1U);
     ASSERT_TRUE(BringUp());
     EXPECT_TRUE(processes.AreGone());
     fake->limits.stop = kShort;
