@@ -97,6 +97,16 @@ bool InnerDaemon::BringUp()
     return (isEnough && Reload(reload->signal)) || StartAfresh();
 }
 
+bool InnerDaemon::TakeDown()
+{
+    const auto isCalled = [this] { return host::daemons::IsCalledAt(std::string(Row().socket)); };
+    if (host::daemons::IsMilter(Row()) && Master() != 0) {
+        (void)WaitFor(limits.drain,
+                      [&] { return isCalled() ? Progress::kNotYet : Progress::kDone; });
+    }
+    return Supervisor::TakeDown();
+}
+
 /// Makes it read its files again, as a new program in the same process. Its socket stays meanwhile,
 /// so that who calls waits and is not turned away.
 bool InnerDaemon::Reload(int signal)

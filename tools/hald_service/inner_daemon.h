@@ -15,6 +15,9 @@ public:
 
     bool BringUp() override;
     bool IsUp() override;
+    /// The same for a filter of the mail server, which has ceased to call it: what is under way
+    /// ends first.
+    bool TakeDown() override;
 
 protected:
     bool Prepare() override;

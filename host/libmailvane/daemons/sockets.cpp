@@ -27,6 +27,7 @@ namespace {
 constexpr unsigned kConnected = 0x01;
 constexpr unsigned kListening = 0x0a;
 constexpr unsigned kTakesCalls = 0x10000;  // flag of a listening unix socket
+constexpr unsigned kCalled = 0x03;         // state of a connected one
 
 /// An address from the kernel's tables, as 32-bit words in host byte order. "Any" becomes the
 /// loopback.
@@ -93,6 +94,29 @@ Result<std::vector<Socket>> TcpSockets()
     return sockets;
 }
 
+/// Whether there is a unix socket of this path whose flags and state are as wanted. The server's
+/// end of a connection has the path at which it was called.
+template <class Question>
+bool HasSocket(const std::string& socket, Question isWanted)
+{
+    std::string table;
+    if (!ReadFile(Path("/proc/net/unix"), table)) return false;
+
+    const std::string end = " " + Path(socket);
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.size() < end.size() ||
+            line.compare(line.size() - end.size(), end.size(), end) != 0)
+            continue;
+        unsigned flags = 0;
+        unsigned state = 0;
+        const int fields = std::sscanf(  // NOLINT(cert-err34-c)
+            line.c_str(), "%*s %*s %*s %8x %*s %2x", &flags, &state);
+        if (fields == 2 && isWanted(flags, state)) return true;
+    }
+    return false;
+}
+
 /// The number behind `start`, such as "socket:[" in "socket:[NUMBER]"; 0 when the text does not
 /// begin so.
 Inode NumberIn(const std::string& target, const char* start)
@@ -133,21 +157,12 @@ Result<std::vector<std::string>> TcpClients(int port)
 
 bool ListensAt(const std::string& socket)
 {
-    std::string table;
-    if (!ReadFile(Path("/proc/net/unix"), table)) return false;
+    return HasSocket(socket, [](unsigned flags, unsigned) { return (flags & kTakesCalls) != 0; });
+}
 
-    const std::string end = " " + Path(socket);
-    std::istringstream lines(table);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.size() < end.size() ||
-            line.compare(line.size() - end.size(), end.size(), end) != 0)
-            continue;
-        unsigned flags = 0;
-        const int fields =
-            std::sscanf(line.c_str(), "%*s %*s %*s %8x", &flags);  // NOLINT(cert-err34-c)
-        if (fields == 1 && (flags & kTakesCalls) != 0) return true;
-    }
-    return false;
+bool IsCalledAt(const std::string& socket)
+{
+    return HasSocket(socket, [](unsigned, unsigned state) { return state == kCalled; });
 }
 
 std::set<Inode> OpenSockets(const std::string& process, bool pipes)

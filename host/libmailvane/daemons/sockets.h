@@ -28,6 +28,9 @@ Result<std::vector<std::string>> TcpClients(int port);
 /// Whether a process listens on a unix socket, given by its path.
 bool ListensAt(const std::string& socket);
 
+/// Whether somebody is connected to it.
+bool IsCalledAt(const std::string& socket);
+
 /// The inodes of the sockets, and with `pipes` of the pipes, that a process has open. `process` is
 /// its directory in /proc.
 std::set<Inode> OpenSockets(const std::string& process, bool pipes = false);

@@ -33,6 +33,11 @@ namespace {
 
 const char kPrefix[] = "gen-";
 const char kSettings[] = "mailvane.conf";
+
+// Names the filters that the mail server calls. Its processes read it whenever one begins.
+const char kMainFile[] = "postfix/main.cf";
+const char kHeldBack[] = "postfix/main.cf.held";
+
 constexpr std::size_t kKept = 5;
 constexpr time_t kAge = 60;  // seconds by which the time of a changed file is set back
 
@@ -268,6 +273,17 @@ Result<void> RepairManifest()
     return {};
 }
 
+Result<void> ReleaseMainFile()
+{
+    const std::string folder = GenerationDirectory(CurrentGeneration()) + "/";
+    const std::string path = folder + kMainFile;
+    const bool isDone = rename((folder + kHeldBack).c_str(), path.c_str()) == 0
+                            ? system::SyncFolderOf(path)
+                            : errno == ENOENT;
+    if (isDone) return {};
+    return SystemReason(path, "cannot put " + path + " in its place");
+}
+
 bool IsGeneration(const std::string& name)
 {
     return name.rfind(kPrefix, 0) == 0 &&
@@ -490,6 +506,20 @@ Result<void> NextGeneration::Commit()
     if (state_) state_ = Activate(name_);
     inForce_ = static_cast<bool>(state_);
     return state_;
+}
+
+Result<void> NextGeneration::CommitButMainFile()
+{
+    // What is taken whole may lack files that the main file in force names.
+    if (isWhole_ || !Changed(kMainFile) || beforeFiles_.count(kMainFile) == 0) return Commit();
+
+    const std::string path = PathOf(kMainFile);
+    const std::string old = GenerationDirectory(before_) + "/" + kMainFile;
+    if (state_ && (rename(path.c_str(), PathOf(kHeldBack).c_str()) < 0 ||
+                   link(old.c_str(), path.c_str()) < 0 || !system::SyncFolderOf(path))) {
+        Fail("hold back", kMainFile);
+    }
+    return Commit();
 }
 
 bool NextGeneration::Changed(const std::string& prefix) const

@@ -98,6 +98,10 @@ public:
     /// Activates the generation. After a failure the previous one is in force.
     Result<void> Commit();
 
+    /// The same, but the mail server's processes go on with their main file of the previous
+    /// generation until `ReleaseMainFile`, unless all files are taken from an earlier one.
+    Result<void> CommitButMainFile();
+
     /// Whether a file whose path begins with `prefix` differs from the generation in force; ""
     /// means any file. To be called after `Complete`.
     bool Changed(const std::string& prefix) const;
@@ -140,6 +144,9 @@ Manifest ReadManifest(const std::string& name);
 /// Makes the manifest of the generation in force anew from its files where it is missing or
 /// damaged, which keeps every change away. Requires the request lock.
 Result<void> RepairManifest();
+
+/// Puts the main file of the generation in force in its place, if it was held back.
+Result<void> ReleaseMainFile();
 
 /// Whether this is the name of a complete generation.
 bool IsGeneration(const std::string& name);

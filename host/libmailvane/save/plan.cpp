@@ -71,13 +71,12 @@ bool Affects(const daemons::Daemon& daemon, const generation::NextGeneration& ne
     return ran != runs || (changed && (runs || !daemons::IsCalledByMailServer(daemon)));
 }
 
-/// Whether the service of the steps with this label is to run afterwards.
-bool IsWanted(const AffectedServices& affected, std::string_view label)
+/// Whether the service of a step is one of these.
+bool IsOneOf(const std::set<std::string_view>& services, const Callback& step)
 {
     return std::any_of(std::begin(daemons::kDaemons), std::end(daemons::kDaemons),
                        [&](const daemons::Daemon& daemon) {
-                           return daemon.label == label &&
-                                  affected.wanted.count(daemon.service) > 0;
+                           return daemon.label == step.name && services.count(daemon.service) > 0;
                        });
 }
 
@@ -95,6 +94,11 @@ Subject SubjectOf(const Callback& step)
 bool IsServiceStep(const Callback& step)
 {
     return step.arg == "start" || step.arg == "stop" || step.arg == "restart";
+}
+
+bool IsMailServerStep(const Callback& step)
+{
+    return step.func == &Postfix::Service;
 }
 
 Result<void> RunStep(const Callback& step)
@@ -126,7 +130,7 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     const Callback mailServerStep = daemons::ServiceStep(daemons::kPostfix, "restart");
     std::list<Callback> plan = steps;
     for (Callback& step : plan) {
-        if (step.arg == "stop" && IsWanted(affected, step.name)) step.arg = "restart";
+        if (step.arg == "stop" && IsOneOf(affected.wanted, step)) step.arg = "restart";
     }
     const auto isMissing = [&plan, &affected](const daemons::Daemon& daemon) {
         return affected.services.count(daemon.service) > 0 && !Calls(plan, daemon);
@@ -134,9 +138,7 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     if (isMissing(daemons::kDovecot))
         plan.push_back(daemons::ServiceStep(daemons::kDovecot, "restart"));
     if (isMissing(daemons::kPostfix)) plan.push_back(mailServerStep);
-    const auto mailServer = std::find_if(plan.begin(), plan.end(), [](const Callback& step) {
-        return step.func == &Postfix::Service;
-    });
+    const auto mailServer = std::find_if(plan.begin(), plan.end(), IsMailServerStep);
     for (const daemons::Daemon& daemon : daemons::kDaemons) {
         if (daemons::IsCalledByMailServer(daemon) && isMissing(daemon)) {
             plan.insert(mailServer, daemons::ServiceStep(daemon, "restart"));
@@ -144,6 +146,13 @@ std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedSe
     }
     // The mail server restarts first, so that it hands no mail to a filter that is about to stop.
     if (affected.milterEnds) plan.push_front(mailServerStep);
+    std::list<Callback> coming;
+    for (auto step = plan.begin(); step != plan.end();) {
+        const auto next = std::next(step);
+        if (IsOneOf(affected.coming, *step)) coming.splice(coming.end(), plan, step);
+        step = next;
+    }
+    plan.splice(plan.begin(), coming);
     if (affected.firewall && !HasFirewallStep(plan)) {
         plan.push_back({kFirewallStep, &ReloadFirewall, ""});
     }
@@ -162,9 +171,11 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
 
         if (Affects(daemon, next, stored, wanted)) affected.services.insert(daemon.service);
         if (daemons::Runs(daemon, wanted)) affected.wanted.insert(daemon.service);
-        if (daemons::IsMilter(daemon) && daemons::Runs(daemon, stored) &&
-            !daemons::Runs(daemon, wanted))
-            affected.milterEnds = true;
+        const bool isCalled = daemons::Runs(daemon, stored);
+        const bool isToBeCalled = daemons::Runs(daemon, wanted);
+        if (!daemons::IsMilter(daemon) || isCalled == isToBeCalled) continue;
+        if (isCalled) affected.milterEnds = true;
+        if (isToBeCalled) affected.coming.insert(daemon.service);
     }
     affected.firewall = settings::EnabledPorts(stored) != settings::EnabledPorts(wanted);
     return affected;

@@ -17,6 +17,7 @@ namespace host::save {
 struct AffectedServices {
     std::set<std::string_view> services;  ///< as the table of daemons names them
     std::set<std::string_view> wanted;    ///< those that are to run afterwards
+    std::set<std::string_view> coming;    ///< filters that the mail server does not call yet
     bool milterEnds = false;  ///< one that the mail server calls now is not to run any more
     bool firewall = false;
 };
@@ -32,12 +33,15 @@ AffectedServices ServicesAffectedBy(const generation::NextGeneration& next,
 /// The page's steps, and a restart of each affected service that they leave out. The filters for
 /// DKIM and DMARC are always restarted when affected: the DKIM filter both signs and checks for
 /// DMARC, while a step stands for one of them. The mail server, which calls the filters, comes
-/// last. A step that stops what is still to run, as the page has it when it is saved in part,
-/// restarts it instead.
+/// last, and filters that it does not call yet come first. A step that stops what is still to run,
+/// as the page has it when it is saved in part, restarts it instead.
 std::list<Callback> WholePlan(const std::list<Callback>& steps, const AffectedServices& affected);
 
 /// Whether a step starts or stops a service.
 bool IsServiceStep(const Callback& step);
+
+/// Whether a step makes the mail server take up its files.
+bool IsMailServerStep(const Callback& step);
 
 /// Runs a step and logs its result. The step itself logs the reason of a failure.
 Result<void> RunStep(const Callback& step);

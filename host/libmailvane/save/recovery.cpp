@@ -87,6 +87,7 @@ Result<void> FinishSave(const generation::PendingSave& save)
     Result<void> done =
         undone ? RollBackExchange() : stores::ForgetParkedAlwaysBcc(settings->Account());
     if (done && undone) generation::RemoveGenerationsAfter(save.before);
+    if (done && !undone) done = generation::ReleaseMainFile();
     if (done) done = BringInLine(save, *settings);
     if (!done) return done;
 

@@ -38,10 +38,12 @@ Result<void> RunSteps(const std::list<Callback>& steps, std::list<Callback>& beg
     for (const Callback& step : steps) {
         begun.push_back(step);
         progress.Begin(step.arg.empty() ? step.name : step.name + " " + step.arg);
-        Result<void> done = RunStep(step);
+        Result<void> done;
+        if (IsMailServerStep(step)) done = generation::ReleaseMainFile();
+        if (done) done = RunStep(step);
         if (!done) return done;
     }
-    return {};
+    return generation::ReleaseMainFile();
 }
 
 /// Activates the generation from before the save, puts back the stored files that belong to it, and
@@ -198,7 +200,10 @@ Result<void> Save(const settings::StoredSettings& wanted, const std::list<Callba
     done = generation::MarkPendingSave(save);
     if (!done) return done;
     // A save that changes no file makes no generation, but its steps still run.
-    if (next.Changed("") || extent.beforeCommit) done = next.Commit();
+    // Filters that come are not called before they are up.
+    if (next.Changed("") || extent.beforeCommit) {
+        done = affected.coming.empty() ? next.Commit() : next.CommitButMainFile();
+    }
     if (!done) {
         // The data of a switch goes back before its mark.
         if (*change == '\0') (void)Succeeded(generation::ClearPendingSave());

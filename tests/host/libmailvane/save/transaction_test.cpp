@@ -326,6 +326,27 @@ TEST_F(SaveTransaction, FiltersThatAChangeReachesAreRestartedBeforeTheMailServer
     EXPECT_EQ(Calls(), "opendkim restart\nopendmarc restart\ndovecot restart\npostfix restart\n");
 }
 
+TEST_F(SaveTransaction, AFilterIsUpBeforeTheMailServerCallsIt)
+{
+    const auto isCalled = [] { return MainCf().find("/opendkim/") != std::string::npos; };
+    const Callback kills{
+        "dkim service",
+        [](const std::string&) {
+            return MainCf().find("/opendkim/") == std::string::npos ? raise(SIGKILL) : -1;
+        },
+        "start"};
+    const auto before = Everything();
+    WriteFile("/tmp/fail", "");
+    EXPECT_LT(Save("enable_dkim", Value<bool>(true)), 0);
+    EXPECT_EQ(Everything(), before);
+    EXPECT_EQ(Save("enable_dkim", Value<bool>(true), {kills}), kKilled);
+    EXPECT_FALSE(isCalled());
+    EXPECT_EQ(Recover(), 0);
+    EXPECT_TRUE(isCalled());
+    EXPECT_EQ(RequireHelo(), 0);
+    EXPECT_FALSE(fs::exists(kPackage / "etc/edited")) << "nobody has edited it";
+}
+
 TEST_F(SaveTransaction, WhatTheSettingsRunIsRunningAfterwards)
 {
     using host::daemons::kDkimFilter;
