@@ -7,6 +7,7 @@ import time
 import unittest
 
 import harness
+import measuring
 from harness import DOMAIN, tell
 
 ROUNDS = int(os.environ.get("MAILVANE_ROUNDS", "20"))
@@ -102,8 +103,6 @@ KINDS = (
 
 class Saves(unittest.TestCase):
     def test_each_kind(self):
-        print("\n%-10s %-14s %8s %8s %8s %10s %8s" % (
-            "page", "what changes", "median s", "p90 s", "refused", "pause s", "messages"))
         for page_name, what, save, one, other in KINDS:
             tell(**save(**other))
             sender, times = Sender(), []
@@ -113,8 +112,9 @@ class Saves(unittest.TestCase):
                 tell(**body)
                 times.append(time.monotonic() - start)
             sender.finish()
-            print("%-10s %-14s %8.3f %8.3f %8d %10.3f %8d" % (
-                page_name, what, statistics.median(times), sorted(times)[len(times) * 9 // 10],
-                len(sender.refused), max(sender.times), len(sender.times)), flush=True)
+            name = "%s: %s" % (page_name, what)
+            measuring.tell("saves", name, statistics.median(times), "s")
+            measuring.tell("saves", name + ", pause", max(sender.times), "s", len(sender.times))
+            measuring.tell("saves", name + ", refused", len(sender.refused), "", len(sender.times))
             for words in sorted(set(sender.refused))[:3]:
                 print("    " + words)
