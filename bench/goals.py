@@ -51,7 +51,7 @@ GOALS: tuple[tuple[str, str, str, Goal | None], ...] = (
     ('saves', '*, pause', '*', at_most(0.2)),
     ('saves', '*: nothing*', '*', at_most(0.05)),
     ('saves', '*: port', '*', at_most(0.4)),
-    ('saves', '*: scanner *', '*', times(1.1)),
+    ('saves', '*: scanner o*', '*', times(1.1)),
     ('saves', '*', '*', at_most(0.25)),
 
     ('request', 'load_smtp', 'floor', times(1.1)),

@@ -11,6 +11,7 @@ import dataclasses
 import functools
 import grp
 import json
+import math
 import os
 import shutil
 import statistics
@@ -77,6 +78,13 @@ def line(cells: Sequence[str]) -> str:
     return ' '.join(padded).rstrip()
 
 
+def add(row: Row) -> None:
+    """Adds a row to those of bench/all."""
+    if path := os.environ.get(ROWS):
+        with open(path, 'a', encoding='utf-8') as file:
+            file.write(json.dumps(dataclasses.asdict(row)) + '\n')
+
+
 def tell(area: str, what: str, ours: float, unit: str, size: int = 0, against: str = '',
          peer: float | None = None) -> None:
     """Shows a figure as a row of the table."""
@@ -85,12 +93,35 @@ def tell(area: str, what: str, ours: float, unit: str, size: int = 0, against: s
         print(line(HEAD))
     _told.append(row)
     print(line(row.cells()), flush=True)
-    if path := os.environ.get(ROWS):
-        with open(path, 'a', encoding='utf-8') as file:
-            file.write(json.dumps(dataclasses.asdict(row)) + '\n')
+    add(row)
 
 
 _told: list[Row] = []
+
+GROWTH = 'growth'
+GROWTH_SIZES = [10 ** power for power in range(3, 8)]
+GROWTH_HEAD = ['ms CPU with', *map('{:,}'.format, GROWTH_SIZES), 'exponent', 'goal', 'met']
+
+
+def growth_cells(what: str, costs_of: dict[int, float]) -> list[str]:
+    """How something grows with its size, below GROWTH_HEAD. The exponent is that of the last two sizes."""
+    (small, less), (large, more) = sorted(costs_of.items())[-2:]
+    exponent = Row(GROWTH, what, math.log(more / less) / math.log(large / small), '')
+    return [what, *(number(costs_of[size]) if size in costs_of else '' for size in GROWTH_SIZES),
+            '%.2f' % exponent.ours, *exponent.cells()[-2:]]
+
+
+def growth_line(cells: Sequence[str]) -> str:
+    return ' '.join([cells[0].ljust(34), *(cell.rjust(10) for cell in cells[1:])])
+
+
+def tell_growth(found: dict[int, dict[str, float]]) -> None:
+    """Shows what some things cost by their size and name."""
+    for what in found[max(found)]:
+        costs_of = {size: by_name[what] for size, by_name in found.items()}
+        print(growth_line(growth_cells(what, costs_of)), flush=True)
+        for size, cost in costs_of.items():
+            add(Row(GROWTH, what, cost, 'ms CPU', size))
 
 # --- what a process costs ------------------------------------------------------------------------
 

@@ -1,7 +1,9 @@
 """What saves of the settings pages cost, while somebody sends mail. See run-saves."""
 import os
 import smtplib
+import socket
 import statistics
+import subprocess
 import threading
 import time
 import unittest
@@ -12,6 +14,8 @@ from harness import DOMAIN, tell
 
 ROUNDS = int(os.environ.get("MAILVANE_ROUNDS", "20"))
 PER_SECOND = 50
+SCANNER_COMMAND = ["runuser", "-u", "amavis", "--", "/usr/sbin/amavisd", "-c",
+                   harness.ETC + "/generated/current/amavis/amavisd.conf"]
 SPAM = {"spam_enable": False, "spam_tag_score": 5, "spam_reject_score": 12,
         "spam_subject_tag": "", "spam_action": "reject", "virus_action": "reject",
         "spam_bayes": False}
@@ -101,6 +105,23 @@ KINDS = (
 )
 
 
+def own_start():
+    """Seconds that the scanner takes to start by itself, with the settings in force."""
+    harness.control("mailscanner", "stop")
+    start = time.monotonic()
+    subprocess.run(SCANNER_COMMAND, check=True)
+    harness.wait_for(listens, "the scanner")
+    passed = time.monotonic() - start
+    harness.control("mailscanner", "restart")
+    return passed
+
+
+def listens():
+    """Whether the scanner takes connections."""
+    with socket.socket(socket.AF_UNIX) as client:
+        return client.connect_ex("/run/mailvane/amavis/socket") == 0
+
+
 class Saves(unittest.TestCase):
     def test_each_kind(self):
         for page_name, what, save, one, other in KINDS:
@@ -113,8 +134,19 @@ class Saves(unittest.TestCase):
                 times.append(time.monotonic() - start)
             sender.finish()
             name = "%s: %s" % (page_name, what)
-            measuring.tell("saves", name, statistics.median(times), "s")
+            if what == "scanner":
+                self.tell_scanner(name, times, save, one)
+            else:
+                measuring.tell("saves", name, statistics.median(times), "s")
             measuring.tell("saves", name + ", pause", max(sender.times), "s", len(sender.times))
             measuring.tell("saves", name + ", refused", len(sender.refused), "", len(sender.times))
             for words in sorted(set(sender.refused))[:3]:
                 print("    " + words)
+
+    @staticmethod
+    def tell_scanner(name, times, save, one):
+        """It is switched on and off in turns."""
+        tell(**save(**one))
+        floor = statistics.median(own_start() for _ in range(3))
+        for turn, part in ((" on", times[::2]), (" off", times[1::2])):
+            measuring.tell("saves", name + turn, statistics.median(part), "s", 0, "its own start", floor)

@@ -3,7 +3,6 @@ import base64
 import contextlib
 import http.client
 import os
-import re
 import ssl
 import statistics
 import time
@@ -11,6 +10,7 @@ import unittest
 
 import harness
 import test_web_servers as servers
+from control_group import ControlGroup
 from measuring import PROGRAM, costs, request_environment, tell
 
 ROUNDS = int(os.environ.get("MAILVANE_ROUNDS", "300"))
@@ -20,15 +20,13 @@ HEAD = {"Authorization": "Basic " + base64.b64encode(b"admin:pw-admin").decode()
 PROGRAMS = ("lighttpd", "nginx", "apache2", "fcgiwrap")
 
 
-def used():
-    """Seconds of the processor that these programs, and what they ran, have taken until now."""
-    total = 0
+def count_in(group):
+    """Has a group of processes hold those that work for pages."""
     for pid in filter(str.isdigit, os.listdir("/proc")):
-        with contextlib.suppress(FileNotFoundError, ProcessLookupError), open("/proc/%s/stat" % pid) as file:
-            name, fields = re.fullmatch(r"\d+ \((.*)\) (.*)\n", file.read()).groups()
-            if name in PROGRAMS:
-                total += sum(map(int, fields.split()[11:15]))
-    return total / os.sysconf("SC_CLK_TCK")
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError), \
+                open("/proc/%s/comm" % pid, encoding="ascii") as file:
+            if file.read().strip() in PROGRAMS:
+                group.add(int(pid))
 
 
 def tls():
@@ -52,8 +50,10 @@ class Pages(unittest.TestCase):
 
     def measure(self, name, connection):
         """Pages one after the other, over one connection while the server keeps it."""
-        times, before = [], used()
-        with contextlib.closing(connection):
+        times = []
+        with contextlib.closing(connection), ControlGroup("mailvane-bench-web") as group:
+            count_in(group)
+            before = group.used()
             for _ in range(ROUNDS):
                 start = time.perf_counter()
                 connection.request("GET", PAGE, headers=HEAD)
@@ -61,7 +61,7 @@ class Pages(unittest.TestCase):
                 self.assertIn(b'"success":true', answer.read())
                 self.assertEqual(answer.status, 200)
                 times.append((time.perf_counter() - start) * 1e3)
-        processor = (used() - before) * 1e3 / ROUNDS
+            processor = (group.used() - before) * 1e3 / ROUNDS
         tell("web server", "load_smtp by " + name, processor, "ms CPU", 0, "bare process", self.bare.cpu)
         tell("web server", "clock of load_smtp by " + name, statistics.median(times), "ms", 0, "bare process",
              self.bare.clock)
