@@ -1,13 +1,11 @@
 """What somebody waits for in the console. See run-console, which has the mail log made first, outside of
 the world: console.py BUILD."""
-import contextlib
 import os
-import shutil
 import statistics
 import sys
 import unittest
 
-from measuring import TARGET, make_mail_log
+from measuring import make_mail_log, take_mail_log, tell
 
 if __name__ != "__main__":  # there is a world
     import harness
@@ -46,17 +44,10 @@ TURN = """
 """
 
 
-def tell(name, times):
-    print("%-28s %6.0f ms, worst %.0f" % (name, statistics.median(times), max(times)), flush=True)
-
-
-def take(database):
-    """Puts a database in the place of the mail log's, with its owner and mode."""
-    path = os.path.realpath(TARGET + "/maillog/maillog.db")
-    for ending in ("-wal", "-shm"):
-        with contextlib.suppress(FileNotFoundError):
-            os.unlink(path + ending)
-    shutil.copyfile(database, path)
+def show(name, times, size=0):
+    """What is waited for in the median of some times, and at worst."""
+    tell("console", name, statistics.median(times), "ms", size)
+    tell("console", name + ", worst", max(times), "ms", size)
 
 
 class Waits(unittest.TestCase):
@@ -64,16 +55,14 @@ class Waits(unittest.TestCase):
         with Browser() as browser:
             self.measure_start(browser)
             harness.control("maillog", "stop")
-            take(make_mail_log(os.environ["MAILVANE_BUILD"], ENTRIES) + "/maillog.db")
+            take_mail_log(make_mail_log(os.environ["MAILVANE_BUILD"], ENTRIES))
             browser.enter()
             for name, place in PAGES:
                 times = []
                 for _ in range(ROUNDS):
                     browser.go("about")
                     times.append(browser.driver.execute_async_script(TURN, "#/" + place))
-                tell("log, " + name, times)
-            with open("/proc/loadavg", encoding="ascii") as load:
-                print("load " + load.read().strip())
+                show("log, " + name, times, ENTRIES)
 
     def measure_start(self, browser):
         painted, filled = [], []
@@ -86,8 +75,8 @@ class Waits(unittest.TestCase):
             browser.driver.execute_script(WATCH)
             browser.sign_in()
             filled.append(harness.wait_for(lambda: browser.driver.execute_script("return window.waited"), "the form"))
-        tell("first contentful paint", painted)
-        tell("signing in to filled form", filled)
+        show("first contentful paint", painted)
+        show("signing in to the filled form", filled)
 
 
 if __name__ == "__main__":

@@ -1,14 +1,15 @@
-// Makes a mail-log database of many entries, as the collector would have stored them:
+// Makes a mail-log database of many entries, as the collector would have stored them, in a fraction
+// of its time:
 //
 //   make-mail-log FILE ENTRIES
 //
 // The same number gives the same entries. They end at a fixed time and lie 25 seconds apart.
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -19,26 +20,36 @@ namespace {
 
 constexpr std::int64_t kEnd = 1795000000;
 constexpr std::int64_t kApart = 25;
-constexpr int kBatch = 5000;
+
+// Pages of 4 KiB: 1 GiB; the bytes of texts that are indexed at once.
+constexpr char kHaste[] =
+    "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA temp_store = MEMORY;"
+    "PRAGMA cache_size = 262144; UPDATE tally SET text_later = 1;"
+    "INSERT INTO entry_text (entry_text, rank) VALUES ('hashsize', 536870912)";
+constexpr char kEndOfHaste[] =
+    "INSERT INTO entry_text (entry_text) VALUES ('rebuild');"
+    "INSERT INTO entry_text (entry_text, rank) VALUES ('hashsize', 1048576);"
+    "UPDATE tally SET text_later = 0; PRAGMA journal_mode = WAL";
+constexpr char kAdd[] =
+    "INSERT INTO entry (queue_id, message_id, subject, recipients, date, size, status, mail_to,"
+    " mail_from, counts_as) VALUES (?, ?, '', 1, ?, ?, ?, ?, ?, ?)";
 
 class Maker {
 public:
-    std::shared_ptr<collector::Mail> Make(std::int64_t number, std::int64_t date)
+    void Add(SQLite::Statement& statement, std::int64_t number, std::int64_t date)
     {
-        auto mail = std::make_shared<collector::Mail>();
-        mail->key = "4" + std::to_string(number) + "z" + std::to_string(number % 977);
-        mail->messageId = std::to_string(random_()) + "." + std::to_string(number) + "@client" +
-                          std::to_string(Below(500)) + ".test";
-        mail->from = Address("user", 3000);
-        mail->size = 400 + static_cast<std::int64_t>(random_() % (1U << Below(22)));
-        mail->recipients = 1;
-        mail->date = date;
-        collector::Recipient entry;
-        entry.to = Address("box", 200);
-        entry.status = StatusOf(Below(100));
-        entry.countsAs = entry.status == MAIL_RESEND ? static_cast<int>(MAIL_SEND) : entry.status;
-        mail->entries.push_back(std::move(entry));
-        return mail;
+        const std::string message = std::to_string(random_()) + "." + std::to_string(number);
+        statement.bind(1, "4" + std::to_string(number) + "z" + std::to_string(number % 977));
+        statement.bind(2, message + "@client" + std::to_string(Below(500)) + ".test");
+        statement.bind(7, Address("user", 3000));
+        statement.bind(4, 400 + static_cast<std::int64_t>(random_() % (1U << Below(22))));
+        statement.bind(3, date);
+        statement.bind(6, Address("box", 200));
+        const int status = StatusOf(Below(100));
+        statement.bind(5, status);
+        statement.bind(8, status == MAIL_RESEND ? static_cast<int>(MAIL_SEND) : status);
+        statement.exec();
+        statement.reset();
     }
 
 private:
@@ -62,17 +73,40 @@ private:
     std::mt19937 random_;  // NOLINT(cert-msc*): the same entries each time
 };
 
+/// The indexes of the entries, which are quicker made when these are there.
+std::vector<std::string> DropIndexes(SQLite::Database& database)
+{
+    std::vector<std::string> scripts;
+    std::string drop;
+    SQLite::Statement indexes(
+        database,
+        "SELECT name, sql FROM sqlite_master WHERE type = 'index' AND tbl_name = 'entry'");
+    while (indexes.executeStep()) {
+        drop.append("DROP INDEX ").append(indexes.getColumn(0).getString()).append(";");
+        scripts.push_back(indexes.getColumn(1).getString());
+    }
+    indexes.reset();
+    database.exec(drop);
+    return scripts;
+}
+
 void Make(const std::string& path, std::int64_t count)
 {
-    collector::MailStore store(path);
-    Maker maker;
-    std::vector<std::shared_ptr<collector::Mail>> mails;
-    for (std::int64_t number = 0; number < count; ++number) {
-        mails.push_back(maker.Make(number, kEnd - (count - number) * kApart));
-        if (mails.size() < kBatch && number + 1 < count) continue;
-        (void)store.Store(mails, {}, store.Position());
-        mails.clear();
+    {
+        const collector::MailStore store(path);
     }
+    SQLite::Database database(path, SQLite::OPEN_READWRITE);
+    database.exec(kHaste);
+    const std::vector<std::string> indexes = DropIndexes(database);
+    Maker maker;
+    SQLite::Statement add(database, kAdd);
+    SQLite::Transaction transaction(database);
+    for (std::int64_t number = 0; number < count; ++number) {
+        maker.Add(add, number, kEnd - (count - number) * kApart);
+    }
+    for (const std::string& index : indexes) database.exec(index);
+    transaction.commit();
+    database.exec(kEndOfHaste);
 }
 
 }  // namespace

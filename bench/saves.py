@@ -1,16 +1,21 @@
 """What saves of the settings pages cost, while somebody sends mail. See run-saves."""
 import os
 import smtplib
+import socket
 import statistics
+import subprocess
 import threading
 import time
 import unittest
 
 import harness
+import measuring
 from harness import DOMAIN, tell
 
 ROUNDS = int(os.environ.get("MAILVANE_ROUNDS", "20"))
 PER_SECOND = 50
+SCANNER_COMMAND = ["runuser", "-u", "amavis", "--", "/usr/sbin/amavisd", "-c",
+                   harness.ETC + "/generated/current/amavis/amavisd.conf"]
 SPAM = {"spam_enable": False, "spam_tag_score": 5, "spam_reject_score": 12,
         "spam_subject_tag": "", "spam_action": "reject", "virus_action": "reject",
         "spam_bayes": False}
@@ -100,10 +105,25 @@ KINDS = (
 )
 
 
+def own_start():
+    """Seconds that the scanner takes to start by itself, with the settings in force."""
+    harness.control("mailscanner", "stop")
+    start = time.monotonic()
+    subprocess.run(SCANNER_COMMAND, check=True)
+    harness.wait_for(listens, "the scanner")
+    passed = time.monotonic() - start
+    harness.control("mailscanner", "restart")
+    return passed
+
+
+def listens():
+    """Whether the scanner takes connections."""
+    with socket.socket(socket.AF_UNIX) as client:
+        return client.connect_ex("/run/mailvane/amavis/socket") == 0
+
+
 class Saves(unittest.TestCase):
     def test_each_kind(self):
-        print("\n%-10s %-14s %8s %8s %8s %10s %8s" % (
-            "page", "what changes", "median s", "p90 s", "refused", "pause s", "messages"))
         for page_name, what, save, one, other in KINDS:
             tell(**save(**other))
             sender, times = Sender(), []
@@ -113,8 +133,20 @@ class Saves(unittest.TestCase):
                 tell(**body)
                 times.append(time.monotonic() - start)
             sender.finish()
-            print("%-10s %-14s %8.3f %8.3f %8d %10.3f %8d" % (
-                page_name, what, statistics.median(times), sorted(times)[len(times) * 9 // 10],
-                len(sender.refused), max(sender.times), len(sender.times)), flush=True)
+            name = "%s: %s" % (page_name, what)
+            if what == "scanner":
+                self.tell_scanner(name, times, save, one)
+            else:
+                measuring.tell("saves", name, statistics.median(times), "s")
+            measuring.tell("saves", name + ", pause", max(sender.times), "s", len(sender.times))
+            measuring.tell("saves", name + ", refused", len(sender.refused), "", len(sender.times))
             for words in sorted(set(sender.refused))[:3]:
                 print("    " + words)
+
+    @staticmethod
+    def tell_scanner(name, times, save, one):
+        """It is switched on and off in turns."""
+        tell(**save(**one))
+        floor = statistics.median(own_start() for _ in range(3))
+        for turn, part in ((" on", times[::2]), (" off", times[1::2])):
+            measuring.tell("saves", name + turn, statistics.median(part), "s", 0, "its own start", floor)

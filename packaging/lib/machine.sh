@@ -28,6 +28,7 @@ armhf_libraries=(
     libboost-dev libcurl4-openssl-dev libidn2-dev libjsoncpp-dev libsqlite3-dev libsqlitecpp-dev
     libssl-dev libutf8proc-dev libyaml-dev libgtest-dev libgmock-dev libstdc++-12-dev zlib1g-dev
 )
+bench_packages=(php-cgi perl)  # what requests are compared with
 fuzz_packages=(clang libclang-rt-14-dev)
 package_packages=(build-essential debhelper dpkg-dev fakeroot git lintian openssh-client rsync)
 machine_packages=(debootstrap git iproute2 mount slirp4netns util-linux)  # for tests/package
