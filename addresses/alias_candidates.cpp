@@ -2,6 +2,7 @@
 #include <cstring>
 #include <list>
 #include <string>
+#include <utility>
 
 #include "addresses/account_status.h"
 #include "addresses/list_window.h"
@@ -100,9 +101,10 @@ bool GatherKind(const Request& request, const Source& source, StringList& names)
 /// Puts the matches that the page shows into `page`; returns the number of all matches.
 int FillPage(const Request& request, const StringList& names, StringList& page)
 {
+    Search search(request.query);
     int matches = 0;
     for (int i = 0; i < names.Size(); ++i) {
-        if (!SearchMatches(names[i], request.query.c_str())) continue;
+        if (!search.Matches(names[i])) continue;
 
         if (request.window.Shows(matches) && !page.Push(names[i])) {
             LogError(Here(), "HLIBCSzListPush failed");
@@ -210,13 +212,13 @@ Json::Value Items(const Request& request, const StringList& page, JoinedNames& j
         item["name"] = page[i];
         item["is_join"] = joined.Take(page[i]);
         item["status"] = StatusOf(request.kind, page[i]);
-        items.append(item);
+        items.append(std::move(item));
     }
     for (const char* name = joined.Next(nullptr); name != nullptr; name = joined.Next(name)) {
         Json::Value item;
         item["name"] = name;
         item["is_join"] = true;
-        items.append(item);
+        items.append(std::move(item));
     }
     return items;
 }

@@ -41,13 +41,12 @@ std::string Coloured(const MemberInfo& member)
     return member.name;
 }
 
-bool Matches(const std::string& name, const std::list<MemberInfo>& members,
-             const std::string& query)
+bool Matches(const std::string& name, const std::list<MemberInfo>& members, Search& search)
 {
-    if (SearchMatches(name.c_str(), query.c_str())) return true;
+    if (search.Matches(name.c_str())) return true;
 
-    return std::any_of(members.begin(), members.end(), [&query](const MemberInfo& member) {
-        return SearchMatches(member.name.c_str(), query.c_str());
+    return std::any_of(members.begin(), members.end(), [&search](const MemberInfo& member) {
+        return search.Matches(member.name.c_str());
     });
 }
 
@@ -66,14 +65,20 @@ Outcome ListAliases(const std::string& query, const ListWindow& window, Json::Va
     Alias alias;
     if (Load(alias) < 0) return Outcome::SystemError();
 
+    Search search(query);
     Json::Value items(Json::arrayValue);
     int matches = 0;
     std::list<MemberInfo> members;
     for (const std::string& name : alias.getAliasNameList()) {
-        if (LoadMembers(alias, name, members) < 0) return Outcome::SystemError();
-        if (!Matches(name, members, query)) continue;
+        // Without a search, members matter only where they are shown.
+        const bool isListed = query.empty() && !name.empty();
+        const bool isShown = window.Shows(matches);
+        if ((isShown || !isListed) && LoadMembers(alias, name, members) < 0) {
+            return Outcome::SystemError();
+        }
+        if (!isListed && !Matches(name, members, search)) continue;
 
-        if (window.Shows(matches)) items.append(Item(name, members));
+        if (isShown) items.append(Item(name, members));
         ++matches;
     }
     response["total"] = matches;

@@ -2,7 +2,6 @@
 #include "addresses/search_match.h"
 
 #include <cstring>
-#include <string>
 
 #include "frame/log.h"
 #include "platform/hlib/text.h"
@@ -13,25 +12,26 @@ namespace {
 bool UpperCase(const char* text, std::string& upper)
 {
     upper.assign(2 * std::strlen(text) + 1, '\0');
-    return HLIBCUnicodeUTF8StrUpper(text, upper.data(), upper.size()) >= 0;
+    if (HLIBCUnicodeUTF8StrUpper(text, upper.data(), upper.size()) >= 0) return true;
+
+    upper.clear();
+    return false;
 }
 
 }  // namespace
 
-bool SearchMatches(const char* text, const char* query)
+bool Search::Matches(const char* text)
 {
-    if (text == nullptr || query == nullptr || *text == '\0') return false;
-    if (*query == '\0') return true;
+    if (text == nullptr || *text == '\0') return false;
+    if (query_.empty()) return true;
 
-    std::string upperText;
-    if (!UpperCase(text, upperText)) {
+    if (!UpperCase(text, upperText_)) {
         LogError(Here(), "HLIBCUnicodeUTF8StrUpper failed, szStr=%s.", text);
         return false;
     }
-    std::string upperQuery;
-    if (!UpperCase(query, upperQuery)) {
-        LogError(Here(), "HLIBCUnicodeUTF8StrUpper failed, szQuery=%s.", query);
+    if (upperQuery_.empty() && !UpperCase(query_.c_str(), upperQuery_)) {
+        LogError(Here(), "HLIBCUnicodeUTF8StrUpper failed, szQuery=%s.", query_.c_str());
         return false;
     }
-    return std::strstr(upperText.c_str(), upperQuery.c_str()) != nullptr;
+    return std::strstr(upperText_.c_str(), upperQuery_.c_str()) != nullptr;
 }

@@ -81,6 +81,14 @@ int HLIBCUnicodeUTF8StrUpper(const char* source, char* target, std::size_t targe
     auto left = static_cast<utf8proc_ssize_t>(strlen(source));
     std::size_t used = 0;
     while (left > 0) {
+        if (*from < 0x80) {  // most names are of these alone
+            if (targetSize - used < 2) return host::Fail(ENOSPC);
+            const bool isSmall = *from >= 'a' && *from <= 'z';
+            target[used++] = static_cast<char>(isSmall ? *from - 'a' + 'A' : *from);
+            ++from;
+            --left;
+            continue;
+        }
         utf8proc_int32_t point = 0;
         const utf8proc_ssize_t length = utf8proc_iterate(from, left, &point);
         if (length <= 0) return host::Fail(EILSEQ);

@@ -6,12 +6,15 @@
 
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libhaldsdk/file_version.h"
 #include "platform/hlib/accounts.h"
 
 namespace host {
 
 namespace {
 
+constexpr char kConfiguration[] = "/etc/nsswitch.conf";
+constexpr char kLocalService[] = "files";
 constexpr char kDomainService[] = "winbind";
 constexpr const char* kLdapServices[] = {"sss", "ldap"};
 constexpr char kDatabase[] = "passwd:";
@@ -20,7 +23,7 @@ constexpr char kDatabase[] = "passwd:";
 std::string PasswdLine()
 {
     std::string text;
-    if (!ReadFile(Path("/etc/nsswitch.conf"), text)) return "";
+    if (!ReadFile(Path(kConfiguration), text)) return "";
 
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
@@ -34,13 +37,13 @@ std::string PasswdLine()
     return "";
 }
 
-/// The services of that line without the actions in brackets, such as [NOTFOUND=return].
-std::vector<std::string> ConfiguredServices()
+/// The services of a line without the actions in brackets, such as [NOTFOUND=return].
+std::vector<std::string> ServicesIn(const std::string& line)
 {
     std::vector<std::string> services;
     std::string word;
     bool inBrackets = false;
-    for (const char byte : PasswdLine() + ' ') {
+    for (const char byte : line + ' ') {
         if (byte == '[' || byte == ']') inBrackets = byte == '[';
         if (!inBrackets && strchr(" \t]", byte) == nullptr) {
             word += byte;
@@ -48,6 +51,24 @@ std::vector<std::string> ConfiguredServices()
             services.push_back(std::move(word));
             word.clear();
         }
+    }
+    return services;
+}
+
+/// The services of nsswitch.conf; none when it cannot be read.
+const std::vector<std::string>& ConfiguredServices()
+{
+    static FileVersion version;
+    static std::vector<std::string> services;
+    switch (version.LookAt(Path(kConfiguration))) {
+        case FileVersion::Look::kSame:
+            break;
+        case FileVersion::Look::kMissing:
+            services.clear();
+            version.Forget();
+            break;
+        default:
+            services = ServicesIn(PasswdLine());
     }
     return services;
 }
@@ -77,22 +98,32 @@ bool IsNamedSource(int source)
     return source == HLIB_ACCOUNT_LOCAL || !ServiceOf(source).empty();
 }
 
-Result<std::unique_ptr<AccountEngine>> EngineOf(int source)
+Result<EnginePointer> EngineOf(int source)
 {
     if (source == HLIB_ACCOUNT_LOCAL) return LocalAccounts();
 
     const std::string service = ServiceOf(source);
-    if (!service.empty()) return NameServiceModule(service);
+    if (!service.empty()) return EngineOfService(service);
     const std::string about = "account source " + std::to_string(source);
     return Reason{ReasonCode::kMissing, Subject::Service(kAccountSource),
                   about + ": /etc/nsswitch.conf names no service for it"};
 }
 
-std::vector<Result<std::unique_ptr<AccountEngine>>> RemoteEngines()
+std::vector<Result<EnginePointer>> RemoteEngines()
 {
-    std::vector<Result<std::unique_ptr<AccountEngine>>> engines;
+    std::vector<Result<EnginePointer>> engines;
     for (const std::string& service : ConfiguredServices()) {
-        if (IsRemote(service)) engines.push_back(NameServiceModule(service));
+        if (IsRemote(service)) engines.push_back(EngineOfService(service));
+    }
+    return engines;
+}
+
+std::vector<Result<EnginePointer>> OtherEngines()
+{
+    std::vector<Result<EnginePointer>> engines;
+    for (const std::string& service : ConfiguredServices()) {
+        if (service == kLocalService || IsRemote(service)) continue;
+        engines.push_back(EngineOfService(service));
     }
     return engines;
 }

@@ -54,21 +54,26 @@ public:
     virtual Result<std::optional<Group>> FindGroup(const std::string& name) = 0;
 };
 
-/// The engine of /etc/passwd and /etc/group.
-std::unique_ptr<AccountEngine> LocalAccounts();
+using EnginePointer = std::shared_ptr<AccountEngine>;
 
-/// The engine of a service in nsswitch.conf, for example "winbind". Fails when its module is not
-/// installed.
-Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& service);
+/// The engine of /etc/passwd and /etc/group.
+EnginePointer LocalAccounts();
+
+/// The engine of a service in nsswitch.conf, for example "winbind"; the same one whenever it is
+/// asked for. Fails when its module is not installed.
+Result<EnginePointer> EngineOfService(const std::string& service);
 
 /// The engine of local files, Windows domain or LDAP directory; `source` is a selector of
 /// platform/hlib/accounts.h. Fails when nsswitch.conf has none.
-Result<std::unique_ptr<AccountEngine>> EngineOf(int source);
+Result<EnginePointer> EngineOf(int source);
 
 /// Whether nsswitch.conf has a source, or it is the local files.
 bool IsNamedSource(int source);
 
-/// The engines in nsswitch.conf other than the local files.
-std::vector<Result<std::unique_ptr<AccountEngine>>> RemoteEngines();
+/// The engines in nsswitch.conf of domains and directories.
+std::vector<Result<EnginePointer>> RemoteEngines();
+
+/// Those of other services than these and the local files, such as systemd.
+std::vector<Result<EnginePointer>> OtherEngines();
 
 }  // namespace host

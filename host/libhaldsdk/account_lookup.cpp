@@ -40,7 +40,7 @@ Result<std::optional<Entry>> AskRemoteEngines(
     const std::string& name)
 {
     Result<std::optional<Entry>> result(std::nullopt);
-    for (const Result<std::unique_ptr<AccountEngine>>& engine : RemoteEngines()) {
+    for (const Result<EnginePointer>& engine : RemoteEngines()) {
         auto one =
             engine ? ((*engine).get()->*find)(name) : Result<std::optional<Entry>>(engine.reason());
         if (one && *one) return one;
@@ -49,9 +49,22 @@ Result<std::optional<Entry>> AskRemoteEngines(
     return result;
 }
 
+/// Asks whoever is left. The C library would have the module of local files read all of them again.
+Result<std::optional<User>> AskOthers(const std::string& name)
+{
+    for (const Result<EnginePointer>& engine : OtherEngines()) {
+        auto user =
+            engine ? (*engine)->FindUser(name) : Result<std::optional<User>>(engine.reason());
+        if (!user) return AskNameService(getpwnam_r, name, ToUser);
+        if (*user) return user;
+    }
+    return {std::nullopt};
+}
+
 /// `name` without the suffix of the LDAP directory; empty when it does not end with that.
 std::string WithoutLdapSuffix(const std::string& name)
 {
+    if (name.find('@') == std::string::npos) return "";
     std::array<char, 1024> suffix;
     if (HALDLDAPIsBinded() == 0 || HALDLDAPLoginSuffixGet(suffix.data(), suffix.size()) < 0) {
         return "";
@@ -67,9 +80,20 @@ Result<std::optional<User>> FindInLdap(const std::string& name)
     const std::string bare = WithoutLdapSuffix(name);
     if (bare.empty()) return {std::nullopt};
 
-    Result<std::unique_ptr<AccountEngine>> engine = EngineOf(HLIB_ACCOUNT_LDAP);
+    Result<EnginePointer> engine = EngineOf(HLIB_ACCOUNT_LDAP);
     if (!engine) return std::move(engine).reason();
     return (*engine)->FindUser(bare);
+}
+
+/// Finds an account that the local files do not have, or that may be in them, if they cannot be
+/// read.
+Result<std::optional<User>> FindElsewhere(const std::string& name, bool filesAreRead)
+{
+    // An engine that hangs is not waited for twice: the name service would ask it again.
+    auto user = AskRemoteEngines(&AccountEngine::FindUser, name);
+    if (!user || *user) return user;
+    user = filesAreRead ? AskOthers(name) : AskNameService(getpwnam_r, name, ToUser);
+    return !user || *user ? user : FindInLdap(name);
 }
 
 }  // namespace
@@ -84,23 +108,33 @@ bool IsMailGroup(const Group& group)
     return group.gid == kUsers || (group.gid >= kFirstMailGroup && group.gid != kNobody);
 }
 
+Result<bool> FindUser(const std::string& name, const UserVisitor& take)
+{
+    const Result<const User*> local = FindLocalUser(name);
+    if (local && *local != nullptr) {
+        take(**local);
+        return true;
+    }
+    const Result<std::optional<User>> user = FindElsewhere(name, static_cast<bool>(local));
+    if (!user) return user.reason();
+    if (*user) take(**user);
+    return user->has_value();
+}
+
 Result<std::optional<User>> FindUser(const std::string& name)
 {
-    auto user = LocalAccounts()->FindUser(name);
-    if (user && *user) return user;
-    // An engine that hangs is not waited for twice: the name service would ask it again.
-    user = AskRemoteEngines(&AccountEngine::FindUser, name);
-    if (!user || *user) return user;
-    user = AskNameService(getpwnam_r, name, ToUser);
-    return !user || *user ? user : FindInLdap(name);
+    std::optional<User> user;
+    const Result<bool> found = FindUser(name, [&user](const User& one) { user = one; });
+    if (!found) return found.reason();
+    return user;
 }
 
 Result<std::optional<FoundGroup>> FindGroup(const std::string& name)
 {
-    auto group = FindLocalGroup(name);
-    if (group && *group) return std::make_optional(FoundGroup{**std::move(group), true});
+    const Result<const Group*> local = FindLocalGroup(name);
+    if (local && *local != nullptr) return std::make_optional(FoundGroup{**local, true});
 
-    group = AskRemoteEngines(&AccountEngine::FindGroup, name);
+    auto group = AskRemoteEngines(&AccountEngine::FindGroup, name);
     if (group && !*group) group = AskNameService(getgrnam_r, name, ToGroup);
     if (!group) return std::move(group).reason();
     if (!*group) return {std::nullopt};
@@ -109,8 +143,8 @@ Result<std::optional<FoundGroup>> FindGroup(const std::string& name)
 
 Result<std::optional<long>> FindExpiry(const std::string& account)
 {
-    const auto user = LocalAccounts()->FindUser(account);
-    if (user && *user) return FindLocalExpiry(account);
+    const Result<const User*> local = FindLocalUser(account);
+    if (local && *local != nullptr) return FindLocalExpiry(account);
     return AskNameService(getspnam_r, account, [](const spwd& record) { return record.sp_expire; });
 }
 

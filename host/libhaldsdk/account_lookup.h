@@ -25,6 +25,9 @@ bool IsMailGroup(const Group& group);
 /// engine does not answer.
 Result<std::optional<User>> FindUser(const std::string& name);
 
+/// The same: calls `take` with the account, if there is one, and tells whether there is.
+Result<bool> FindUser(const std::string& name, const UserVisitor& take);
+
 struct FoundGroup {
     Group group;
     bool isLocal;  ///< it is in the local files

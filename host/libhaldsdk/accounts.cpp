@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -19,12 +20,21 @@
 #include "host/libhaldcore/result.h"
 #include "host/libhaldsdk/account_engine.h"
 #include "host/libhaldsdk/account_lookup.h"
+#include "host/libhaldsdk/file_version.h"
 #include "host/libhaldsdk/local_accounts.h"
 #include "platform/hlib/string_list.h"
 
 namespace {
 
 constexpr long kSecondsOfDay = 86400;
+
+/// What is asked about the accounts of a list is answered as of the moment when it was made.
+void BeginMoment()
+{
+    static std::optional<host::AccountsOfOneMoment> moment;
+    moment.reset();
+    moment.emplace();
+}
 
 /// A platform record, and the text to which its pointers point.
 struct OwnedUser : HALDUser {
@@ -40,21 +50,23 @@ int FailFor(const host::Reason& reason)
 }
 
 /// 0 when an entry was found; else negative with the error stored.
-template <typename Entry>
-int StatusOf(const host::Result<std::optional<Entry>>& found)
+int StatusOf(const host::Result<bool>& found)
 {
     if (!found) return FailFor(found.reason());
     return *found ? 0 : host::Fail(ENOENT);
 }
 
-int FindMailUser(const char* name, host::User& user)
+/// Calls `take` with an account that can have mail.
+template <typename Take>
+int FindMailUser(const char* name, const Take& take)
 {
     if (name == nullptr || *name == '\0') return host::Fail(EINVAL);
-    const auto found = host::FindUser(name);
-    const int result = StatusOf(found);
-    if (result < 0) return result;
-    user = **found;
-    return host::IsMailUser(user) ? 0 : host::Fail(ENOENT);
+    bool hasMail = false;
+    const int result = StatusOf(host::FindUser(name, [&](const host::User& user) {
+        hasMail = host::IsMailUser(user);
+        if (hasMail) take(user);
+    }));
+    return result < 0 || hasMail ? result : host::Fail(ENOENT);
 }
 
 /// Whether a name from winbind, `DOMAIN\name` or plain in the machine's own domain, belongs to
@@ -117,22 +129,22 @@ host::Result<void> AddPrimaryMembers(const host::FoundGroup& found,
     return {};
 }
 
-/// The names without duplicates, in their order.
-std::vector<std::string> Distinct(const std::vector<std::string>& names)
+/// Appends the names without duplicates, in their order.
+int AppendOnce(HLIBCSzList** list, const std::vector<std::string>& names)
 {
-    std::unordered_set<std::string> seen;
-    std::vector<std::string> distinct;
+    std::unordered_set<std::string_view> seen;
     for (const std::string& name : names) {
-        if (seen.insert(name).second) distinct.push_back(name);
+        if (seen.insert(name).second && HLIBCSzListPush(list, name.c_str()) < 0) return -1;
     }
-    return distinct;
+    return 0;
 }
 
 }  // namespace
 
 int HLIBUserEnum(HLIBCSzList** list, int source, const char* domain)
 {
-    const host::Result<std::unique_ptr<host::AccountEngine>> engine = host::EngineOf(source);
+    BeginMoment();
+    const host::Result<host::EnginePointer> engine = host::EngineOf(source);
     if (!engine) return FailFor(engine.reason());
 
     std::vector<std::string> names;
@@ -144,7 +156,8 @@ int HLIBUserEnum(HLIBCSzList** list, int source, const char* domain)
 
 int HLIBGroupEnum(HLIBCSzList** list, int source, const char* domain)
 {
-    const host::Result<std::unique_ptr<host::AccountEngine>> engine = host::EngineOf(source);
+    BeginMoment();
+    const host::Result<host::EnginePointer> engine = host::EngineOf(source);
     if (!engine) return FailFor(engine.reason());
 
     std::vector<std::string> names;
@@ -158,27 +171,25 @@ int HLIBUserRealNameGet(const char* login, char* buffer, int size)
 {
     if (buffer == nullptr || size < 0) return host::Fail(EINVAL);
     buffer[0] = '\0';
-    host::User user;
-    if (FindMailUser(login, user) < 0) return -1;
-
-    const std::size_t length = std::min(user.realName.size(), static_cast<std::size_t>(size));
-    memcpy(buffer, user.realName.data(), length);
-    buffer[length] = '\0';
-    return 0;
+    const int result = FindMailUser(login, [buffer, size](const host::User& user) {
+        const std::size_t length = std::min(user.realName.size(), static_cast<std::size_t>(size));
+        memcpy(buffer, user.realName.data(), length);
+        buffer[length] = '\0';
+    });
+    return result < 0 ? -1 : 0;
 }
 
 int HALDUserGet(const char* name, HALDUser** user)
 {
     if (user == nullptr) return host::Fail(EINVAL);
     *user = nullptr;
-    host::User found;
-    if (FindMailUser(name, found) < 0) return -1;
-
-    auto owned = std::make_unique<OwnedUser>();
-    owned->text = found.name;
-    owned->name = owned->text.c_str();
-    *user = owned.release();
-    return 0;
+    const int result = FindMailUser(name, [user](const host::User& found) {
+        auto owned = std::make_unique<OwnedUser>();
+        owned->text = found.name;
+        owned->name = owned->text.c_str();
+        *user = owned.release();
+    });
+    return result < 0 ? -1 : 0;
 }
 
 void HALDUserFree(HALDUser* user)
@@ -189,10 +200,11 @@ void HALDUserFree(HALDUser* user)
 int HALDUserCheckExpired(const char* name, void* /*reserved*/)
 {
     if (name == nullptr || *name == '\0') return host::Fail(EINVAL);
-    const auto user = host::FindUser(name);
-    if (StatusOf(user) < 0) return -1;
+    std::string account;
+    const auto take = [&account](const host::User& user) { account = user.name; };
+    if (StatusOf(host::FindUser(name, take)) < 0) return -1;
 
-    const host::Result<std::optional<long>> day = host::FindExpiry((*user)->name);
+    const host::Result<std::optional<long>> day = host::FindExpiry(account);
     if (!day) return FailFor(day.reason());
     return *day && **day >= 0 && time(nullptr) / kSecondsOfDay >= **day ? 1 : 0;
 }
@@ -200,11 +212,12 @@ int HALDUserCheckExpired(const char* name, void* /*reserved*/)
 int HALDGroupListMember(const char* group, HLIBCSzList** list)
 {
     if (group == nullptr || *group == '\0') return host::Fail(EINVAL);
-    const host::Result<std::optional<host::FoundGroup>> found = host::FindGroup(group);
-    if (StatusOf(found) < 0) return -1;
+    host::Result<std::optional<host::FoundGroup>> found = host::FindGroup(group);
+    if (!found) return FailFor(found.reason());
+    if (!*found) return host::Fail(ENOENT);
 
-    std::vector<std::string> members = (*found)->group.members;
+    std::vector<std::string> members = std::move((*found)->group.members);
     const host::Result<void> complete = AddPrimaryMembers(**found, members);
     if (!complete) return FailFor(complete.reason());
-    return Append(list, Distinct(members)) < 0 ? -1 : 0;
+    return AppendOnce(list, members) < 0 ? -1 : 0;
 }

@@ -11,7 +11,7 @@ Result<void> GroupMembers::Connect()
 {
     if (engine_) return {};
 
-    Result<std::unique_ptr<AccountEngine>> engine = EngineOf(source_);
+    Result<EnginePointer> engine = EngineOf(source_);
     if (!engine) return std::move(engine).reason();
 
     primary_.clear();

@@ -1,7 +1,6 @@
 // Members of many groups of one account source.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -25,7 +24,7 @@ private:
     Result<void> Connect();
 
     int source_;
-    std::unique_ptr<AccountEngine> engine_;
+    EnginePointer engine_;
     std::unordered_map<gid_t, std::vector<std::string>> primary_;  ///< names by primary group
 };
 

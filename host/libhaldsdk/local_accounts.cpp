@@ -2,14 +2,16 @@
 #include "host/libhaldsdk/local_accounts.h"
 
 #include <shadow.h>
-#include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
 #include "host/libhaldcore/paths.h"
 #include "host/libhaldsdk/account_records.h"
+#include "host/libhaldsdk/file_version.h"
 
 namespace host {
 
@@ -20,31 +22,6 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-/// Identifies the file and the version of it that was read.
-struct Stamp {
-    std::string path;
-    dev_t device = 0;
-    ino_t number = 0;
-    off_t size = -1;
-    timespec changed = {};
-
-    bool operator==(const Stamp& other) const
-    {
-        return path == other.path && device == other.device && number == other.number &&
-               size == other.size && changed.tv_sec == other.changed.tv_sec &&
-               changed.tv_nsec == other.changed.tv_nsec;
-    }
-};
-
-/// False, with errno set, when there is no such file.
-bool StampOf(const std::string& path, Stamp& stamp)
-{
-    struct stat info {};
-    if (stat(path.c_str(), &info) < 0) return false;
-    stamp = {path, info.st_dev, info.st_ino, info.st_size, info.st_mtim};
-    return true;
-}
-
 struct Expiry {
     std::string name;
     long day;
@@ -53,21 +30,6 @@ struct Expiry {
 Expiry ToExpiry(const spwd& record)
 {
     return {record.sp_namp, record.sp_expire};
-}
-
-gid_t GroupOf(const User& user)
-{
-    return user.gid;
-}
-
-gid_t GroupOf(const Group& group)
-{
-    return group.gid;
-}
-
-gid_t GroupOf(const Expiry& /*expiry*/)
-{
-    return 0;
 }
 
 /// Whether a record is skipped: it is empty, or includes accounts of another source, as "+@staff"
@@ -91,37 +53,31 @@ public:
     /// Reads the file again if it has changed.
     Result<void> Refresh()
     {
-        Stamp stamp;
-        if (!StampOf(Path(path_), stamp)) return CannotRead();
-        if (stamp == stamp_) return {};
+        const FileVersion::Look look = version_.LookAt(Path(path_));
+        if (look == FileVersion::Look::kSame) return {};
+        if (look == FileVersion::Look::kMissing) return CannotRead();
 
-        stamp_ = Stamp();
         entries_.clear();
         byName_.clear();
-        byGroup_.clear();
-        if (!ReadAll()) return CannotRead();
-        stamp_ = stamp;
-        return {};
+        ++timesRead_;
+        if (ReadAll()) return {};
+        Reason reason = CannotRead();
+        version_.Forget();
+        return reason;
     }
 
     const std::vector<Entry>& entries() const { return entries_; }
 
-    /// Calls `visit` for the entries of a group, in the order of the file.
-    template <typename Visit>
-    void EachOf(gid_t group, const Visit& visit) const
-    {
-        const auto found = byGroup_.find(group);
-        if (found == byGroup_.end()) return;
-        for (const std::size_t index : found->second) visit(entries_[index]);
-    }
+    int timesRead() const { return timesRead_; }
 
-    Result<std::optional<Entry>> FindEntry(const std::string& name)
+    /// Null when there is none of this name. It stays until the next call.
+    Result<const Entry*> Find(const std::string& name)
     {
         Result<void> fresh = Refresh();
         if (!fresh) return std::move(fresh).reason();
+        if (byName_.empty()) IndexNames();
         const auto found = byName_.find(name);
-        if (found == byName_.end()) return {std::nullopt};
-        return std::make_optional(entries_[found->second]);
+        return found == byName_.end() ? nullptr : found->second;
     }
 
 private:
@@ -148,37 +104,74 @@ private:
 
     void Keep(Entry entry)
     {
-        if (IsInclusion(entry.name)) return;
-        byName_.emplace(entry.name, entries_.size());
-        byGroup_[GroupOf(entry)].push_back(entries_.size());
-        entries_.push_back(std::move(entry));
+        if (!IsInclusion(entry.name)) entries_.push_back(std::move(entry));
+    }
+
+    void IndexNames()
+    {
+        byName_.reserve(entries_.size());
+        for (const Entry& entry : entries_) byName_.emplace(entry.name, &entry);
     }
 
     const char* path_;
     Get get_;
     Convert convert_;
-    Stamp stamp_;
+    FileVersion version_;
+    int timesRead_ = 0;
     std::vector<Entry> entries_;
-    std::unordered_map<std::string, std::size_t> byName_;  ///< the first entry of a name
-    std::unordered_map<gid_t, std::vector<std::size_t>> byGroup_;
+    std::unordered_map<std::string_view, const Entry*> byName_;  ///< first ones; once it is needed
 };
 
+// Never freed one by one: they last as long as the program.
 KeptFile<passwd, User>& Users()
 {
-    static KeptFile<passwd, User> file("/etc/passwd", fgetpwent_r, ToUser);
+    static auto& file = *new KeptFile<passwd, User>("/etc/passwd", fgetpwent_r, ToUser);
     return file;
 }
 
 KeptFile<group, Group>& Groups()
 {
-    static KeptFile<group, Group> file("/etc/group", fgetgrent_r, ToGroup);
+    static auto& file = *new KeptFile<group, Group>("/etc/group", fgetgrent_r, ToGroup);
     return file;
 }
 
 KeptFile<spwd, Expiry>& Expiries()
 {
-    static KeptFile<spwd, Expiry> file("/etc/shadow", fgetspent_r, ToExpiry);
+    static auto& file = *new KeptFile<spwd, Expiry>("/etc/shadow", fgetspent_r, ToExpiry);
     return file;
+}
+
+/// The users by primary group, those of a group in the order of the file.
+class UsersOfGroups {
+public:
+    void Each(gid_t group, const UserVisitor& visit)
+    {
+        if (timesRead_ != Users().timesRead()) Sort();
+        const auto before = [](const User* user, gid_t wanted) { return user->gid < wanted; };
+        auto user = std::lower_bound(users_.begin(), users_.end(), group, before);
+        for (; user != users_.end() && (*user)->gid == group; ++user) visit(**user);
+    }
+
+private:
+    void Sort()
+    {
+        users_.clear();
+        users_.reserve(Users().entries().size());
+        for (const User& user : Users().entries()) users_.push_back(&user);
+        std::stable_sort(users_.begin(), users_.end(),
+                         [](const User* one, const User* other) { return one->gid < other->gid; });
+        timesRead_ = Users().timesRead();
+    }
+
+    int timesRead_ = 0;  ///< of the file, by the time it was sorted
+    std::vector<const User*> users_;
+};
+
+template <typename Entry>
+Result<std::optional<Entry>> Copy(Result<const Entry*> found)
+{
+    if (!found) return std::move(found).reason();
+    return *found != nullptr ? std::make_optional(**found) : std::nullopt;
 }
 
 class LocalEngine : public AccountEngine {
@@ -201,39 +194,47 @@ public:
 
     Result<std::optional<User>> FindUser(const std::string& name) override
     {
-        return Users().FindEntry(name);
+        return Copy(Users().Find(name));
     }
 
     Result<std::optional<Group>> FindGroup(const std::string& name) override
     {
-        return FindLocalGroup(name);
+        return Copy(Groups().Find(name));
     }
 };
 
 }  // namespace
 
-std::unique_ptr<AccountEngine> LocalAccounts()
+EnginePointer LocalAccounts()
 {
-    return std::make_unique<LocalEngine>();
+    static const auto engine = std::make_shared<LocalEngine>();
+    return engine;
 }
 
-Result<std::optional<Group>> FindLocalGroup(const std::string& name)
+Result<const User*> FindLocalUser(const std::string& name)
 {
-    return Groups().FindEntry(name);
+    return Users().Find(name);
+}
+
+Result<const Group*> FindLocalGroup(const std::string& name)
+{
+    return Groups().Find(name);
 }
 
 Result<std::optional<long>> FindLocalExpiry(const std::string& name)
 {
-    Result<std::optional<Expiry>> expiry = Expiries().FindEntry(name);
-    if (!expiry) return std::move(expiry).reason();
-    return *expiry ? std::make_optional((*expiry)->day) : std::nullopt;
+    const Result<const Expiry*> expiry = Expiries().Find(name);
+    if (!expiry) return expiry.reason();
+    return *expiry != nullptr ? std::make_optional((*expiry)->day) : std::nullopt;
 }
 
 Result<void> EachLocalUserOf(gid_t group, const UserVisitor& visit)
 {
     Result<void> fresh = Users().Refresh();
-    if (fresh) Users().EachOf(group, visit);
-    return fresh;
+    if (!fresh) return fresh;
+    static UsersOfGroups users;
+    users.Each(group, visit);
+    return {};
 }
 
 }  // namespace host

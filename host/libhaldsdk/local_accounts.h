@@ -10,8 +10,10 @@
 
 namespace host {
 
-/// The group of this name in /etc/group.
-Result<std::optional<Group>> FindLocalGroup(const std::string& name);
+/// The user of this name in /etc/passwd, and the group in /etc/group; null when there is none. What
+/// is found stays as long as the file is not asked again.
+Result<const User*> FindLocalUser(const std::string& name);
+Result<const Group*> FindLocalGroup(const std::string& name);
 
 /// The day (since 1970) on which an account of /etc/shadow expires, -1 for never.
 Result<std::optional<long>> FindLocalExpiry(const std::string& name);

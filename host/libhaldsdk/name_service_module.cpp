@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "host/libhaldsdk/account_engine.h"
 #include "host/libhaldsdk/account_records.h"
+#include "host/libhaldsdk/name_service_module.h"
 
 namespace host {
 
@@ -113,13 +113,13 @@ private:
 
 }  // namespace
 
-Result<std::unique_ptr<AccountEngine>> NameServiceModule(const std::string& service)
+Result<EnginePointer> NameServiceModule(const std::string& service)
 {
     const std::string file = "libnss_" + service + ".so.2";
     void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library != nullptr) {
-        auto engine = std::make_unique<ModuleEngine>(library, service);
-        if (engine->complete()) return std::unique_ptr<AccountEngine>(std::move(engine));
+        auto engine = std::make_shared<ModuleEngine>(library, service);
+        if (engine->complete()) return EnginePointer(std::move(engine));
     }
     return Reason{ReasonCode::kDamaged, Subject::Service(kAccountSource),
                   "the name service module " + file + " cannot be used"};

@@ -7,6 +7,7 @@
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/text.h"
 #include "host/libhaldsdk/account_lookup.h"
+#include "host/libhaldsdk/file_version.h"
 #include "host/libhaldsdk/group_members.h"
 #include "host/libmailvane/render/alias_expansion.h"
 #include "host/libmailvane/render/context.h"
@@ -160,6 +161,7 @@ bool Waits(const Reason& reason, Silence silence)
 
 ListTexts AliasTexts(const ListSources& sources)
 {
+    const AccountsOfOneMoment moment;
     GroupMembers groups(system::AccountSourceOf(sources.settings.Text("account_type")));
     AliasExpansion expansion(
         sources.database, settings::MailDomains(sources.settings),

@@ -33,9 +33,14 @@ protected:
         }
     }
 
+    static int& NumberIn(const char* module, const char* name)
+    {
+        return *static_cast<int*>(dlsym(dlopen(module, RTLD_NOW), name));
+    }
+
     static void SetEngineState(const char* module, int state)
     {
-        *static_cast<int*>(dlsym(dlopen(module, RTLD_NOW), "engineState")) = state;
+        NumberIn(module, "engineState") = state;
     }
 
     /// What an operation appends to a list, and its result.
@@ -121,6 +126,27 @@ TEST_F(Accounts, OfTheDirectoryAreFoundUnderTheirSuffix)
     EXPECT_EQ("(none)", Found("system@example.com"));
     SetEngineState(LIBHALD_SSS, 1);
     EXPECT_EQ("(none)", Found("carol@example.com"));
+}
+
+TEST_F(Accounts, ThatADirectoryHasToldOfAreNotAskedForAgain)
+{
+    int& asked = NumberIn(LIBHALD_SSS, "timesAsked");
+    EXPECT_EQ("3: EXAMPLE\\anna OTHER\\bert carol", Users(HLIB_ACCOUNT_LDAP));
+    asked = 0;
+    EXPECT_EQ("carol", Found("carol"));
+    EXPECT_EQ(0, asked);
+    EXPECT_EQ("quentin", Found("quentin")) << "it may keep some to itself";
+    EXPECT_EQ("(none)", Found("nobody-there"));
+    EXPECT_EQ(2, asked);
+}
+
+TEST_F(Accounts, AreThoseOfTheMomentWhenTheyWereListed)
+{
+    EXPECT_EQ("3: alice bob dora", Users(HLIB_ACCOUNT_LOCAL));
+    Write("/etc/passwd", "alice:x:1000:1000::/:/bin/sh\n");
+    EXPECT_EQ("bob", Found("bob"));
+    EXPECT_EQ("1: alice", Users(HLIB_ACCOUNT_LOCAL));
+    EXPECT_EQ("(none)", Found("bob"));
 }
 
 TEST_F(Accounts, ExpireByTheirShadowEntry)

@@ -1,0 +1,133 @@
+// Engines of name services that remember what they were told: all, once they have been asked for
+// all of it, or for very many names one by one.
+#include <unordered_map>
+#include <utility>
+
+#include "host/libhaldsdk/account_engine.h"
+#include "host/libhaldsdk/name_service_module.h"
+
+namespace host {
+
+namespace {
+
+/// The service that tells of all users whom it finds by name. A directory may keep some to itself,
+/// or all: whom it does not tell of is asked for.
+constexpr char kTellsOfAll[] = "systemd";
+
+/// The service that tells of a group the same as when it is asked for it. Others may leave out
+/// members.
+constexpr char kTellsGroupsWhole[] = "ldap";
+
+constexpr int kMostAskedByName = 1000;
+constexpr std::size_t kMostNames = 200000;  // that are remembered
+
+std::size_t NamesIn(const User& /*user*/)
+{
+    return 1;
+}
+
+std::size_t NamesIn(const Group& group)
+{
+    return 1 + group.members.size();
+}
+
+/// The users or groups of an engine.
+template <typename Entry>
+class Remembered {
+public:
+    using Visitor = std::function<void(const Entry&)>;
+    using Each = Result<void> (AccountEngine::*)(const Visitor&);
+    using Find = Result<std::optional<Entry>> (AccountEngine::*)(const std::string&);
+
+    Remembered(AccountEngine& engine, Each each, Find find)
+        : engine_(engine), each_(each), find_(find)
+    {
+    }
+
+    Result<void> AskForAll(const Visitor& visit)
+    {
+        entries_.clear();
+        names_ = 0;
+        asked_ = kMostAskedByName;
+        Result<void> answered = (engine_.*each_)([&](const Entry& entry) {
+            names_ += NamesIn(entry);
+            if (names_ <= kMostNames) entries_.emplace(entry.name, entry);
+            visit(entry);
+        });
+        areAll_ = answered && names_ <= kMostNames;
+        return answered;
+    }
+
+    /// `tellsOfAll`: there is none of a name that was not among them when all were asked for.
+    Result<std::optional<Entry>> Ask(const std::string& name, bool tellsOfAll)
+    {
+        // An engine that tells of none at all may still know the name.
+        if (asked_ < kMostAskedByName && ++asked_ == kMostAskedByName) {
+            (void)AskForAll([](const Entry&) {});
+        }
+        const auto found = entries_.find(name);
+        if (found != entries_.end()) return std::make_optional(found->second);
+        if (areAll_ && tellsOfAll) return {std::nullopt};
+        return (engine_.*find_)(name);
+    }
+
+private:
+    AccountEngine& engine_;
+    Each each_;
+    Find find_;
+    std::unordered_map<std::string, Entry> entries_;
+    std::size_t names_ = 0;  ///< that all of them have, members included
+    bool areAll_ = false;
+    int asked_ = 0;
+};
+
+class RememberingEngine : public AccountEngine {
+public:
+    RememberingEngine(EnginePointer engine, const std::string& service)
+        : engine_(std::move(engine)),
+          tellsOfAll_(service == kTellsOfAll),
+          tellsGroupsWhole_(service == kTellsGroupsWhole),
+          users_(*engine_, &AccountEngine::EachUser, &AccountEngine::FindUser),
+          groups_(*engine_, &AccountEngine::EachGroup, &AccountEngine::FindGroup)
+    {
+    }
+
+    Result<void> EachUser(const UserVisitor& visit) override { return users_.AskForAll(visit); }
+
+    Result<void> EachGroup(const GroupVisitor& visit) override
+    {
+        return tellsGroupsWhole_ ? groups_.AskForAll(visit) : engine_->EachGroup(visit);
+    }
+
+    Result<std::optional<User>> FindUser(const std::string& name) override
+    {
+        return users_.Ask(name, tellsOfAll_);
+    }
+
+    Result<std::optional<Group>> FindGroup(const std::string& name) override
+    {
+        return tellsGroupsWhole_ ? groups_.Ask(name, false) : engine_->FindGroup(name);
+    }
+
+private:
+    EnginePointer engine_;
+    bool tellsOfAll_;
+    bool tellsGroupsWhole_;
+    Remembered<User> users_;
+    Remembered<Group> groups_;
+};
+
+}  // namespace
+
+Result<EnginePointer> EngineOfService(const std::string& service)
+{
+    static std::unordered_map<std::string, EnginePointer> engines;
+    const auto known = engines.find(service);
+    if (known != engines.end()) return known->second;
+
+    Result<EnginePointer> module = NameServiceModule(service);
+    if (!module) return module;
+    return engines[service] = std::make_shared<RememberingEngine>(*std::move(module), service);
+}
+
+}  // namespace host
