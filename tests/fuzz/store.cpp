@@ -55,6 +55,8 @@ void Judge(SQLite::Database& database)
     };
     database.exec("INSERT INTO entry_text (entry_text, rank) VALUES ('integrity-check', 1)");
     fuzz::Expect(number("SELECT count(*) FROM entry") == number("SELECT entries FROM tally"));
+    fuzz::Expect(number("SELECT count(*) FROM (SELECT status, date / 3600, count(*) FROM entry "
+                        "GROUP BY 1, 2 EXCEPT SELECT * FROM counts)") == 0);
     fuzz::Expect(number("SELECT count(*) FROM entry WHERE counts_as IN (0, 1, 2)") ==
                  number("SELECT total(inbound + outbound + bounce) FROM totals"));
     fuzz::Expect(number("SELECT count(*) FROM entry WHERE message_id || mail_from || mail_to "

@@ -12,7 +12,7 @@
 namespace collector {
 namespace {
 
-constexpr int kMostLinesHeld = 20000;
+constexpr int kMostLinesHeld = 50000;
 constexpr int kRunsBetweenForgetting = 100;
 constexpr std::chrono::seconds kBetweenClosings{60};  // while a reader has the month open
 

@@ -25,8 +25,20 @@ SQLite::Database Open(const std::string& path)
 {
     auto database = host::maillog::OpenMailLogForChange(path);
     if (!database) throw std::runtime_error(database.reason().text);
-    database->exec("PRAGMA cache_size = -8192");
+    database->exec("PRAGMA cache_size = -16384");
+    // Else statements with triggers note what they change in a file.
+    database->exec("PRAGMA temp_store = MEMORY");
     return *std::move(database);
+}
+
+void Bind(SQLite::Statement& statement, int index, const std::string& value)
+{
+    statement.bindNoCopy(index, value);
+}
+
+void Bind(SQLite::Statement& statement, int index, std::int64_t value)
+{
+    statement.bind(index, value);
 }
 
 /// Binds values in order, runs the statement and resets it. Returns the number of rows changed.
@@ -34,7 +46,7 @@ template <typename... Values>
 int Run(SQLite::Statement& statement, const Values&... values)
 {
     int index = 0;
-    (statement.bind(++index, values), ...);
+    (Bind(statement, ++index, values), ...);
     const int changed = statement.exec();
     statement.reset();
     return changed;
@@ -69,11 +81,9 @@ MailStore::MailStore(const std::string& path)
       addEntry_(database_,
                 "INSERT INTO entry (queue_id, mail_to, status, counts_as, message_id, subject, "
                 "recipients, date, size, mail_from) VALUES (?, ?, ?, ?, ?, '', ?, ?, ?, ?) "
-                "ON CONFLICT (queue_id, mail_to) DO UPDATE SET "
-                "status = excluded.status, counts_as = excluded.counts_as"),
-      addTexts_(database_,
-                "INSERT INTO entry_text (rowid, message_id, subject, mail_to, mail_from) "
-                "SELECT id, message_id, subject, mail_to, mail_from FROM entry WHERE id > ?"),
+                "ON CONFLICT (queue_id, mail_to) DO NOTHING"),
+      changeEntry_(database_,
+                   "UPDATE entry SET status = ?, counts_as = ? WHERE queue_id = ? AND mail_to = ?"),
       describe_(database_,
                 "UPDATE entry SET message_id = ?, mail_from = ?, size = ?, recipients = ? "
                 "WHERE queue_id = ?"),
@@ -81,7 +91,8 @@ MailStore::MailStore(const std::string& path)
       absorb_(database_, "UPDATE OR IGNORE entry SET queue_id = ? WHERE queue_id = ?"),
       addMessage_(database_, "INSERT OR REPLACE INTO message VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"),
       endMessage_(database_, "DELETE FROM message WHERE queue_id = ?"),
-      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?, time = ?")
+      setPosition_(database_, "UPDATE position SET inode = ?, offset = ?, head = ?, time = ?"),
+      batch_(database_)
 {
 }
 
@@ -186,8 +197,10 @@ void MailStore::Absorb(const Mail& mail, const std::string& key)
 void MailStore::StoreEntries(const Mail& mail)
 {
     for (const Recipient& entry : mail.entries) {
-        (void)Run(addEntry_, mail.key, entry.to, entry.status, entry.countsAs, mail.messageId,
-                  mail.recipients, mail.date, mail.size, mail.from);
+        const bool isNew =
+            Run(addEntry_, mail.key, entry.to, entry.status, entry.countsAs, mail.messageId,
+                mail.recipients, mail.date, mail.size, mail.from) > 0;
+        if (!isNew) (void)Run(changeEntry_, entry.status, entry.countsAs, mail.key, entry.to);
     }
 }
 
@@ -208,21 +221,15 @@ void MailStore::StorePosition(const LogPosition& position)
     (void)Run(setPosition_, position.inode, position.offset, position.head, position.time);
 }
 
-/// Texts are added to the search index all at once; entry by entry, the index would be written each
-/// time.
 void MailStore::StoreMails(const std::vector<std::shared_ptr<Mail>>& mails)
 {
-    // Removed first, since a new entry may get the id of a removed one.
     for (const auto& mail : mails) {
         if (mail->nowKnown) (void)Run(removeUnknown_, mail->key);
         for (const std::string& key : mail->absorbed) Absorb(*mail, key);
     }
-    const std::int64_t last =
-        database_.execAndGet("SELECT coalesce(max(id), 0) FROM entry").getInt64();
-    database_.exec("UPDATE tally SET text_later = 1");
+    batch_.Begin();
     for (const auto& mail : mails) StoreMail(*mail);
-    (void)Run(addTexts_, last);
-    database_.exec("UPDATE tally SET text_later = 0");
+    batch_.End();
 }
 
 bool MailStore::Store(const std::vector<std::shared_ptr<Mail>>& mails,

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/maillog/entry_batch.h"
 #include "tools/maillog_collector/log_position.h"
 #include "tools/maillog_collector/mail.h"
 
@@ -59,13 +60,14 @@ private:
     SQLite::Statement loadEntry_;
     SQLite::Statement undelivered_;
     SQLite::Statement addEntry_;
-    SQLite::Statement addTexts_;
+    SQLite::Statement changeEntry_;
     SQLite::Statement describe_;
     SQLite::Statement removeUnknown_;
     SQLite::Statement absorb_;
     SQLite::Statement addMessage_;
     SQLite::Statement endMessage_;
     SQLite::Statement setPosition_;
+    host::maillog::EntryBatch batch_;
     std::int64_t clearings_ = 0;
 };
 

@@ -21,6 +21,7 @@
 
 #include "host/libhaldcore/log.h"
 #include "host/libhaldcore/text.h"
+#include "host/libmailvane/maillog/entry_batch.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/system/database.h"
 #include "host/libmailvane/system/durable_move.h"
@@ -32,9 +33,12 @@ constexpr std::size_t kMonthsKept = 12;
 constexpr std::int64_t kTotalsKept = 400 * 86400LL;  // seconds
 constexpr int kPatienceMs = 1000;
 
-constexpr char kMoveOn[] = R"(
+constexpr char kCopyEntries[] = R"(
 INSERT INTO next.entry
     SELECT * FROM main.entry WHERE queue_id IN (SELECT root_id FROM main.message);
+)";
+
+constexpr char kMoveOn[] = R"(
 DELETE FROM next.totals;
 INSERT INTO next.totals SELECT * FROM main.totals;
 INSERT INTO next.message SELECT * FROM main.message;
@@ -120,6 +124,10 @@ void MoveOn(SQLite::Database& database, std::int64_t latest)
 {
     database.exec("ATTACH DATABASE '" + SuccessorPath() + "' AS next");
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::EXCLUSIVE);
+    host::maillog::EntryBatch batch(database, "next");
+    batch.Begin();
+    database.exec(kCopyEntries);
+    batch.End();
     database.exec(kMoveOn);
     SQLite::Statement old(database, "DELETE FROM next.totals WHERE period < ?");
     old.bind(1, (latest - kTotalsKept) / host::maillog::kTotalsPeriod);

@@ -4,9 +4,11 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <utility>
 
+#include "host/libmailvane/maillog/schema.h"
 #include "host/libmailvane/names/list_text.h"
 
 namespace host::maillog {
@@ -18,8 +20,7 @@ namespace {
 
 constexpr const char* kColumns[] = {"date", "message_id", "mail_from", "mail_to", "size", "status"};
 constexpr int kIndexedCharacters = 3;  // the search index has groups of three characters
-// A text with fewer matches than this is looked up first, and the matches are then sorted.
-constexpr int kRareEntries = 2000;
+constexpr int kFewestRareEntries = 2000;
 
 struct SizeWord {
     const char* word;
@@ -62,6 +63,16 @@ int DataVersion(SQLite::Database& database)
     return database.execAndGet("PRAGMA data_version").getInt();
 }
 
+/// A text with fewer matches than this is looked up first, and the matches are then sorted. Entries
+/// compared in order until a page is full are fewer the more of them match: the two cost the same
+/// where the matches are as many as some times the root of all entries.
+int MostRareEntries(std::int64_t all)
+{
+    constexpr double kTimes = 4;
+    return std::max(kFewestRareEntries,
+                    static_cast<int>(kTimes * std::sqrt(static_cast<double>(all))));
+}
+
 }  // namespace
 
 LogOrder::LogOrder(const std::string& field, const std::string& direction)
@@ -86,6 +97,7 @@ bool LogOrder::operator==(const LogOrder& other) const
 }
 
 LogCriteria::LogCriteria(const LogFilter& filter)
+    : frame_{filter.status, filter.dateFrom, filter.dateTo}
 {
     AddText({"message_id"}, filter.messageId);
     AddText({"mail_to"}, filter.mailTo);
@@ -93,6 +105,7 @@ LogCriteria::LogCriteria(const LogFilter& filter)
     for (const SizeWord& row : kSizeWords) {
         if (filter.sizeOp == row.word) AddNumber(row.comparison, filter.sizeBytes);
     }
+    isFrame_ = SelectsAll();
     if (filter.status != -1) AddNumber("status = ?", filter.status);
     if (filter.dateFrom != 0) AddNumber("date >= ?", filter.dateFrom);
     if (filter.dateTo != 0) AddNumber("date <= ?", filter.dateTo);
@@ -101,6 +114,12 @@ LogCriteria::LogCriteria(const LogFilter& filter)
 LogCriteria::LogCriteria(const std::string& text)
 {
     AddText({"message_id", "subject", "mail_to", "mail_from"}, text);
+    isFrame_ = SelectsAll();
+}
+
+std::optional<LogFrame> LogCriteria::AsFrame() const
+{
+    return isFrame_ ? std::make_optional(frame_) : std::nullopt;
 }
 
 void LogCriteria::AddText(const std::vector<std::string>& columns, const std::string& text)
@@ -200,7 +219,10 @@ MailLogInfo ReadEntry(SQLite::Statement& row)
 }
 
 LogSelection::LogSelection(SQLite::Database& database, LogCriteria criteria)
-    : database_(database), criteria_(std::move(criteria)), version_(DataVersion(database))
+    : database_(database),
+      criteria_(std::move(criteria)),
+      version_(DataVersion(database)),
+      hasCounts_(database.execAndGet("PRAGMA user_version").getInt() >= kVersionWithCounts)
 {
     ListRareEntries();
 }
@@ -210,16 +232,16 @@ void LogSelection::ListRareEntries()
     const std::string match = criteria_.Match();
     if (match.empty()) return;
 
+    const int most = MostRareEntries(database_.execAndGet("SELECT entries FROM tally").getInt64());
     SQLite::Statement query(database_,
-                            "SELECT rowid FROM entry_text WHERE entry_text MATCH ? "
-                            "LIMIT " +
-                                std::to_string(kRareEntries));
+                            "SELECT rowid FROM entry_text WHERE entry_text MATCH ? LIMIT ?");
     query.bind(1, match);
+    query.bind(2, most);
     std::string list;
     for (rareCount_ = 0; query.executeStep(); ++rareCount_) {
         list += (rareCount_ == 0 ? "" : ",") + std::to_string(query.getColumn(0).getInt64());
     }
-    if (rareCount_ < kRareEntries) rare_ = "[" + list + "]";
+    if (rareCount_ < most) rare_ = "[" + list + "]";
 }
 
 bool LogSelection::IsStill(const LogCriteria& criteria) const
@@ -227,12 +249,21 @@ bool LogSelection::IsStill(const LogCriteria& criteria) const
     return criteria_ == criteria && version_ == DataVersion(database_);
 }
 
-std::int64_t LogSelection::Count() const
+/// The number of entries where that is known without looking at each.
+std::optional<std::int64_t> LogSelection::KnownCount() const
 {
-    using TextsBy = LogCriteria::TextsBy;
     if (criteria_.SelectsAll()) {
         return database_.execAndGet("SELECT entries FROM tally").getInt64();
     }
+    const std::optional<LogFrame> frame = criteria_.AsFrame();
+    if (!frame || !hasCounts_) return std::nullopt;
+    return CountIn(database_, *frame);
+}
+
+std::int64_t LogSelection::Count() const
+{
+    using TextsBy = LogCriteria::TextsBy;
+    if (const auto known = KnownCount()) return *known;
     if (rare_ && criteria_.IsIndexedText()) return rareCount_;
 
     const TextsBy by = rare_ ? TextsBy::kList : TextsBy::kIndex;
@@ -253,13 +284,13 @@ void LogSelection::ReadPage(const LogOrder& order, int start, int limit,
 
     std::int64_t first = std::max(start, 0);
     std::int64_t length = limit;
-    // In the second half of the whole log, whose size is known, the page is read from the end.
-    const std::int64_t all = criteria_.SelectsAll() ? Count() : 0;
-    const bool fromEnd = first > all / 2 && criteria_.SelectsAll();
+    // In the second half of a list whose length is known, the page is read from the end.
+    const std::optional<std::int64_t> all = first > 0 ? KnownCount() : std::nullopt;
+    const bool fromEnd = all && first > *all / 2;
     if (fromEnd) {
-        const std::int64_t end = std::min(first + length, all);
+        const std::int64_t end = std::min(first + length, *all);
         length = std::max<std::int64_t>(end - first, 0);
-        first = all - end;
+        first = *all - end;
     }
 
     // The inner query sorts ids by an index alone; entries are read just for the page. Common texts

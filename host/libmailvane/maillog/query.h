@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/libmailvane/maillog/counts.h"
 #include "platform/mailvane/mail_log.h"
 
 namespace host::maillog {
@@ -45,6 +46,9 @@ public:
     bool SelectsAll() const { return conditions_.empty() && words_.empty(); }
     /// Whether all conditions are texts long enough for the search index.
     bool IsIndexedText() const { return conditions_.empty() && !words_.empty(); }
+
+    /// The status and time, if nothing else is asked for.
+    std::optional<LogFrame> AsFrame() const;
 
     /// The expression for the search index; empty when no text is long enough.
     std::string Match() const;
@@ -84,6 +88,8 @@ private:
     void AddText(const std::vector<std::string>& columns, const std::string& text);
     void AddNumber(const std::string& sql, std::int64_t value);
 
+    LogFrame frame_;
+    bool isFrame_ = true;  ///< no other conditions
     std::vector<Condition> conditions_;
     std::vector<Word> words_;
 };
@@ -114,10 +120,12 @@ public:
 
 private:
     void ListRareEntries();
+    std::optional<std::int64_t> KnownCount() const;
 
     SQLite::Database& database_;
     LogCriteria criteria_;
     int version_;
+    bool hasCounts_;
     std::optional<std::string> rare_;  ///< ids of the entries with the texts, if few; a JSON array
     std::int64_t rareCount_ = 0;
 };

@@ -45,6 +45,9 @@ const system::Schema& MailLogSchema();
 /// with, so a script that changes what pages read has to leave them readable.
 constexpr int kOldestReadableVersion = 2;
 
+/// The first version with the table `counts`.
+constexpr int kVersionWithCounts = 4;
+
 /// Date of the latest entry, in seconds since the epoch; 0 without any. One that lies in the
 /// future, by a wrong clock, does not count. Throws SQLite::Exception.
 std::int64_t LatestDate(SQLite::Database& database);

@@ -36,12 +36,12 @@ TEST_F(LogFiles, MonthsOfEarlierVersionsStayReadable)
         const std::string name = "/2026-0" + std::to_string(version) + ".db";
         SQLite::Database month(host::maillog::MailLogFolder() + name,
                                SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-        for (int i = 0; i < version; ++i) month.exec(newest.scripts[i]);
+        for (int i = 0; i < version; ++i) {
+            if (i == host::maillog::kOldestReadableVersion) month.exec(Adding(kSecret));
+            month.exec(newest.scripts[i]);
+        }
+        if (version == host::maillog::kOldestReadableVersion) month.exec(Adding(kSecret));
         month.exec("PRAGMA user_version = " + std::to_string(version));
-        month.exec(
-            "INSERT INTO entry (queue_id, message_id, subject, date, size, status, mail_to, "
-            "mail_from, recipients) SELECT *, 1 FROM (" +
-            std::string(kSecret) + ")");
 
         MailLog log = Log("/var/packages/Mailvane/target/etc/maillog" + name);
         ASSERT_EQ(log.error(), 0) << version;
@@ -143,9 +143,7 @@ TEST_F(LogFiles, ReadersSeeWhatIsCommittedWhileTheCollectorWrites)
     MailLog early = Log();
     SQLite::Database writer = Open();
     SQLite::Transaction transaction(writer, SQLite::TransactionBehavior::IMMEDIATE);
-    writer.exec(
-        "INSERT INTO entry (queue_id, message_id, subject, recipients, date, size, status, "
-        "mail_to, mail_from) VALUES ('q', 'm', '', 1, 100, 10, 1, 'to', '')");
+    Add(writer, kSecret);
     MailLog during = Log();
     EXPECT_EQ(early.getLogNum(LogFilter()) + during.getLogNum(LogFilter()), 0);
     transaction.commit();

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "host/libmailvane/maillog/entry_batch.h"
 #include "host/libmailvane/maillog/schema.h"
 #include "platform/mailvane/mail_log.h"
 #include "tests/host/hostile_journal.h"
@@ -28,14 +29,29 @@ protected:
         return *host::maillog::OpenMailLogForChange(host::maillog::MailLogLivePath());
     }
 
-    /// Stores entries: `values` is "(queue_id, message_id, subject, date, size, status, mail_to,
-    /// mail_from), ..." or a query of these.
+    /// SQL that adds entries: `values` is "(queue_id, message_id, subject, date, size, status,
+    /// mail_to, mail_from), ..." or a query of these.
+    static std::string Adding(const std::string& values)
+    {
+        return "INSERT INTO entry (queue_id, message_id, subject, date, size, status, mail_to, "
+               "mail_from, recipients) SELECT *, 1 FROM (" +
+               values + ")";
+    }
+
+    static void Add(SQLite::Database& database, const std::string& values)
+    {
+        host::maillog::EntryBatch batch(database);
+        batch.Begin();
+        database.exec(Adding(values));
+        batch.End();
+    }
+
     static void Store(const std::string& values)
     {
-        Open().exec(
-            "INSERT INTO entry (queue_id, message_id, subject, date, size, status, mail_to, "
-            "mail_from, recipients) SELECT *, 1 FROM (" +
-            values + ")");
+        SQLite::Database database = Open();
+        SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+        Add(database, values);
+        transaction.commit();
     }
 
     /// The path as a request names it.

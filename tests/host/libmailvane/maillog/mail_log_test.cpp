@@ -143,6 +143,35 @@ protected:
 
 }  // namespace
 
+TEST_F(Pages, OfAStatusAndATimeAreCountedHourByHour)
+{
+    Open().exec("DELETE FROM entry WHERE id % 5 = 0; UPDATE entry SET status = 1 WHERE id % 7 = 0");
+    SQLite::Database database = Open();
+    database.exec("UPDATE entry SET date = date * 60 + 1800");  // 17 hours
+    MailLog log = Log();
+    for (const int status : {-1, 0, 1, 2, 3, 7}) {
+        for (const long from : {0L, 1L, 3599L, 3600L, 3601L, 30000L, 70000L, -9L}) {
+            for (const long to : {0L, 3599L, 3600L, 7200L, 30000L, 36059L, 99999L, -9L}) {
+                LogFilter filter;
+                filter.status = status;
+                filter.dateFrom = from;
+                filter.dateTo = to;
+                std::string where = "date >= " + std::to_string(from);
+                if (to != 0) where += " AND date <= " + std::to_string(to);
+                if (status != -1) where += " AND status = " + std::to_string(status);
+                const auto ids = InOrder("date", "desc", where);
+                EXPECT_EQ(log.getLogNum(filter), static_cast<int>(ids.size())) << where;
+                for (const int start : {0, static_cast<int>(ids.size()) - 5}) {
+                    std::vector<MailLogInfo> rows;
+                    filter.start = start;
+                    (void)log.load(filter, rows);
+                    EXPECT_EQ(Ids(rows), Slice(ids, std::max(start, 0), 50)) << where;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(Pages, OfEveryOrderAreThePiecesOfTheWholeList)
 {
     MailLog log = Log();
