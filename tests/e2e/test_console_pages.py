@@ -87,7 +87,6 @@ class SigningIn(Console):
         lines = Path(HTPASSWD).read_text(encoding="ascii").splitlines()
         changed = ["admin:" + made if line.startswith("admin:") else line for line in lines]
         Path(HTPASSWD).write_text("\n".join(changed) + "\n", encoding="ascii")
-        harness.control("web", "restart")
 
 
 class Settings(Console):

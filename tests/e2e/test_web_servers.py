@@ -12,6 +12,7 @@ import tempfile
 
 import harness
 from harness import ETC, TARGET, Answer, run, snapshot, wait_for
+from machine import contents, write
 
 TLS_PORT = 8443
 CONFIGURATION = TARGET + "/etc/web/"
@@ -34,11 +35,12 @@ CHANGE = json.dumps({"action": "save_smtp", "smtp_hostname": "changed.test"}).en
 
 
 @contextlib.contextmanager
-def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None, method=None):
+def response(path="/mailvane.cgi?action=load_smtp", user="admin", body=None, headers=None, method=None,
+             password=None):
     """The answer to a request over TLS, not yet read."""
     head = dict(headers or {})
     if user is not None:
-        login = "%s:pw-%s" % (user, user)
+        login = "%s:%s" % (user, password or "pw-" + user)
         head["Authorization"] = "Basic " + base64.b64encode(login.encode()).decode()
     if body is not None:
         head.setdefault("Content-Type", "application/json")
@@ -209,6 +211,20 @@ class WebServers(harness.Story):
             with server(name):
                 self.check_entrance(name)
                 self.check_headers(name)
+
+    def test_each_takes_a_new_password_at_once_and_an_old_one_no_more(self):
+        self.addCleanup(harness.control, "web", "restart")
+        first = contents(ETC + "/htpasswd")
+        self.addCleanup(write, ETC + "/htpasswd", first)
+        for name in SERVERS:
+            with server(name), self.subTest(server=name):
+                write(ETC + "/htpasswd", first)
+                self.assertEqual(request().status, 200)
+                setup("admin", "admin", typed="another password\n")
+                told = [request(password=word).status for word in ("another password", "pw-admin")]
+                self.assertEqual(told, [200, 401])
+                write(ETC + "/htpasswd", "")
+                self.assertEqual(request(password="another password").status, 401)
 
     def test_each_passes_a_long_download_on_as_it_comes(self):
         self.addCleanup(harness.control, "web", "restart")

@@ -12,7 +12,6 @@
 #include "upkeep/users/mail_access.h"
 #include "upkeep/users/passwords.h"
 #include "upkeep/users/web_logins.h"
-#include "upkeep/web_server/web_server.h"
 
 namespace upkeep {
 
@@ -74,20 +73,6 @@ Result<bool> MailboxGoes(const Request& request)
     const std::string wish = request.Text("mailbox");
     if (wish == "keep" || wish == "delete") return wish == "delete";
     return Reason{ReasonCode::kNoChoice, Subject::Setting("mailbox"), "neither keep nor delete"};
-}
-
-/// Restarts the web server, which goes on for a while with a password that it has checked once; it
-/// would take the old one and refuse the new one.
-Result<void> ForgetOldPassword()
-{
-    const WebServer server;
-    if (!server.Runs()) return {};
-    const auto restart = [server] {
-        server.EndGently();
-        (void)host::Succeeded(server.Restart());
-    };
-    if (server.IsOurCaller() && DoAfterAnswer(restart)) return {};
-    return server.Restart();
 }
 
 /// Removes a user with all that is its own. The home is root's before its owner goes: the next user
@@ -206,9 +191,7 @@ Answer OwnPassword(const Request& request)
     if (!checked) return checked.reason();
 
     host::NoteChange("logins");
-    Result<void> done = ChangeWebPassword(request.Caller(), request.Text("old"), wanted);
-    if (done) done = ForgetOldPassword();
-    return Done(std::move(done));
+    return Done(ChangeWebPassword(request.Caller(), request.Text("old"), wanted));
 }
 
 }  // namespace upkeep

@@ -23,7 +23,9 @@ using host::Result;
 constexpr std::size_t kShortest = 10;  // characters
 constexpr std::size_t kLongest = 128;
 constexpr char kLibrary[] = "libcrypt.so.1";
-constexpr char kScheme[] = "$6$";
+// Debian's scheme for logins, at its least cost: each page pays it. See docs/web_servers.md.
+constexpr char kScheme[] = "$y$";
+constexpr unsigned long kCost = 1;
 
 /// Number of the characters of a text in UTF-8.
 std::size_t Characters(const std::string& text)
@@ -59,7 +61,7 @@ Result<std::string> Hashed(const std::string& password, const std::string& setti
     std::string scheme = setting;
     if (scheme.empty()) {
         char salted[CRYPT_GENSALT_OUTPUT_SIZE];
-        if (library.salt(kScheme, 0, nullptr, 0, salted, sizeof salted) == nullptr) {
+        if (library.salt(kScheme, kCost, nullptr, 0, salted, sizeof salted) == nullptr) {
             return host::SystemReason(kLibrary, "cannot make a salt");
         }
         scheme = salted;

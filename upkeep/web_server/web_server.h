@@ -1,5 +1,4 @@
-// The package's web server, which shows the mail server's certificate to other machines, and knows
-// the logins of administrators.
+// The package's web server, which shows the mail server's certificate to other machines.
 #pragma once
 
 #include <functional>
@@ -27,8 +26,8 @@ public:
     /// Has it answer what is under way and end, within a few seconds.
     void EndGently() const;
 
-    /// Restarts it with the certificate and the logins in force; a reload is not enough, since it
-    /// reads the key before it gives up root's rights, and goes on with passwords that it knows.
+    /// Restarts it with the certificate in force; a reload is not enough, since it reads the key
+    /// before it gives up root's rights.
     host::Result<void> Restart() const;
 
 private:

@@ -1,10 +1,13 @@
 """Web logins: the file with names and password hashes for the web server."""
+import ctypes
 import grp
 
 from mailvane.common import files
-from mailvane.setup.run import Failed, output
+from mailvane.setup.run import Failed
 
 WEB_GROUP = "mailvane-web"
+LIBRARY = "libcrypt.so.1"
+SCHEME, COST = b"$y$", 1  # as upkeep/users/passwords.cpp, which changes the same file
 
 
 def store(path: str, name: str, password: str) -> None:
@@ -13,9 +16,8 @@ def store(path: str, name: str, password: str) -> None:
         group = grp.getgrnam(WEB_GROUP).gr_gid
     except KeyError as problem:
         raise Failed("there is no group %s: the package is not installed" % WEB_GROUP) from problem
-    # A scheme of crypt(3) that all supported web servers know.
-    hashed = output("openssl", "passwd", "-6", "-stdin", typed=password + "\n").strip()
-    files.replace(path, with_login(files.content(path) or b"", name, hashed), 0o640, (0, group))
+    lines = with_login(files.content(path) or b"", name, _hash_of(password))
+    files.replace(path, lines, 0o640, (0, group))
 
 
 def with_login(data: bytes, name: str, hashed: str) -> bytes:
@@ -23,3 +25,15 @@ def with_login(data: bytes, name: str, hashed: str) -> bytes:
     own = name.encode() + b":"
     lines = [line for line in data.splitlines() if line and not line.startswith(own)]
     return b"\n".join([*lines, own + hashed.encode(), b""])
+
+
+def _hash_of(password: str) -> str:
+    """The hash of a password, by crypt(3)."""
+    library = ctypes.CDLL(LIBRARY)
+    library.crypt_gensalt.argtypes = (ctypes.c_char_p, ctypes.c_ulong, ctypes.c_char_p, ctypes.c_int)
+    library.crypt_gensalt.restype = library.crypt.restype = ctypes.c_char_p
+    library.crypt.argtypes = (ctypes.c_char_p, ctypes.c_char_p)
+    hashed = library.crypt(password.encode(), library.crypt_gensalt(SCHEME, COST, None, 0))
+    if not hashed or not hashed.startswith(SCHEME):
+        raise Failed("%s makes no hash of a password" % LIBRARY)
+    return bytes(hashed).decode("ascii")
