@@ -116,17 +116,31 @@ class Meanwhile(harness.Story):
             except (OSError, smtplib.SMTPException) as error:
                 refused.append(repr(error))
 
-    def test_no_mail_is_refused(self):
+    @contextlib.contextmanager
+    def sender(self):
         done, refused = threading.Event(), []
         sender = threading.Thread(target=self.send_on, args=(done, refused))
         sender.start()
         try:
+            yield
+        finally:
+            done.set()
+            sender.join()
+        self.assertEqual(refused, [])
+
+    def test_no_mail_is_refused(self):
+        self.addCleanup(self.change, "save_security", enable_spf_check=False)
+        with self.sender():
             self.assert_saved(smtp_hostname="meanwhile.example.test", restrict_sender=True)
             self.change("save_imap_pop3", max_user_connections=22, plaintext_auth=True)
             self.change("save_advance_anti_spam", recipient_limit=901)
             self.change("save_security", enable_spf_check=True, spam_dnsbl_enable=False)
-        finally:
-            done.set()
-            sender.join()
-            self.change("save_security", enable_spf_check=False, spam_dnsbl_enable=False)
-        self.assertEqual(refused, [])
+
+    def test_filters_come_and_go_and_change(self):
+        for filters in ({"enable_dkim": True}, {"enable_dmarc": True},
+                        {"enable_dangerous_content_scan": True}):
+            with self.subTest(filters), self.sender():
+                self.change("save_security", spam_dnsbl_enable=False, **filters)
+                self.assert_saved(smtp_hostname="filtered.example.test")
+                self.assert_saved(smtp_hostname="mv.test")
+                self.change("save_security", spam_dnsbl_enable=False)

@@ -37,18 +37,21 @@ Descriptor Call(const std::string& socketName, int more)
     return call;
 }
 
-/// Creates an empty pid file that belongs to the daemon's user, who writes the number; an existing
-/// one is kept.
-bool MakePidFile(const host::daemons::Daemon& daemon)
+}  // namespace
+
+bool MakePidFile(const host::daemons::Daemon& daemon, const std::string& path)
 {
-    const Descriptor file(open(host::Path(std::string(daemon.pidFile)).c_str(),
-                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
+    const Descriptor file(
+        open(host::Path(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
     if (!file) return errno == EEXIST;
     const passwd* const user = getpwnam(std::string(daemon.user).c_str());
     return user != nullptr && fchown(file.get(), user->pw_uid, static_cast<gid_t>(-1)) == 0;
 }
 
-}  // namespace
+void KnockAt(const std::string& socket)
+{
+    (void)Call(socket, SOCK_NONBLOCK);
+}
 
 std::string Ask(const std::string& socket, const std::string& text, std::size_t size)
 {
@@ -81,7 +84,7 @@ bool Lead(const std::string& name, const std::string& file)
 
 bool InnerDaemon::IsUp()
 {
-    return Master() != 0 && host::daemons::ListensAt(std::string(Row().socket)) && Answers();
+    return Master() != 0 && host::daemons::ListensAt(Socket()) && Answers();
 }
 
 bool InnerDaemon::IsUpToDate()
@@ -97,13 +100,16 @@ bool InnerDaemon::BringUp()
     return (isEnough && Reload(reload->signal)) || StartAfresh();
 }
 
+void InnerDaemon::AwaitTheLastCalls(const std::string& socket)
+{
+    (void)WaitFor(limits.drain, [&socket] {
+        return host::daemons::IsCalledAt(socket) ? Progress::kNotYet : Progress::kDone;
+    });
+}
+
 bool InnerDaemon::TakeDown()
 {
-    const auto isCalled = [this] { return host::daemons::IsCalledAt(std::string(Row().socket)); };
-    if (host::daemons::IsMilter(Row()) && Master() != 0) {
-        (void)WaitFor(limits.drain,
-                      [&] { return isCalled() ? Progress::kNotYet : Progress::kDone; });
-    }
+    if (host::daemons::IsMilter(Row()) && Master() != 0) AwaitTheLastCalls(Socket());
     return Supervisor::TakeDown();
 }
 
@@ -139,7 +145,7 @@ bool InnerDaemon::Prepare()
         !MakeFolder(folder, mode, std::string(Row().user), std::string(Row().group))) {
         return false;
     }
-    if (!MakePidFile(Row()))
+    if (!MakePidFile(Row(), std::string(Row().pidFile)))
         return Fail("cannot have its pid file: " + std::string(host::ErrnoText()));
     if (!Row().pidLink.empty() && !Lead(std::string(Row().pidLink), std::string(Row().pidFile))) {
         return Fail("cannot have its second pid file");
@@ -155,11 +161,9 @@ bool InnerDaemon::Finish()
     return started_->Write() || Fail("cannot be noted as started");
 }
 
-/// Connects once: a filter that is stopping notices that at a connection, else only every five
-/// seconds.
 void InnerDaemon::Knock()
 {
-    (void)Call(std::string(Row().socket), SOCK_NONBLOCK);
+    KnockAt(Socket());
 }
 
 /// Whether these run the daemon's program. The pid file alone is not trusted: the daemon's user may

@@ -25,6 +25,8 @@ protected:
     void Knock() override;
     bool AreOurs(const ProcessSet& orphans) const override;
 
+    /// The socket at which the daemon listens.
+    virtual std::string Socket() const { return std::string(Row().socket); }
     /// Prepares what else the daemon needs; its folder exists by then.
     virtual bool PrepareMore() { return true; }
     /// Files that it reads besides those in the generation.
@@ -35,12 +37,23 @@ protected:
     /// Whether it is up and was started with the present command, settings and files.
     bool IsUpToDate();
 
+    /// Waits a while until nobody is connected to the socket.
+    void AwaitTheLastCalls(const std::string& socket);
+
 private:
     bool Reload(int signal);
     StartNote Now() const { return {Row(), Settings(), MoreFiles()}; }
 
     std::optional<StartNote> started_;
 };
+
+/// Creates an empty pid file that belongs to the daemon's user, who writes the number; an existing
+/// one is kept.
+bool MakePidFile(const host::daemons::Daemon& daemon, const std::string& path);
+
+/// Connects to a unix socket and hangs up. A filter that is stopping notices that at a connection,
+/// else only every five seconds.
+void KnockAt(const std::string& socket);
 
 /// Sends a text to the server at a unix socket and returns its answer, up to `size` bytes; fewer
 /// when it takes longer than five seconds.

@@ -11,6 +11,7 @@ using Maker = std::unique_ptr<Supervisor> (*)(const host::daemons::Daemon& daemo
 std::unique_ptr<Supervisor> MakeScanner(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeScannerMilter(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeDkimFilter(const host::daemons::Daemon&, const Stored&);
+std::unique_ptr<Supervisor> MakeDmarcFilter(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeVirusEngine(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeGate(const host::daemons::Daemon&, const Stored&);
 std::unique_ptr<Supervisor> MakeGuard(const host::daemons::Daemon&, const Stored&);

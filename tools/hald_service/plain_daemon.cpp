@@ -25,6 +25,7 @@ constexpr struct {
     {host::daemons::kDovecot, MakeDovecot},
     {host::daemons::kPostfix, MakePostfix},
     {host::daemons::kDkimFilter, MakeDkimFilter},
+    {host::daemons::kDmarcFilter, MakeDmarcFilter},
     {host::daemons::kAntiVirus, MakeVirusEngine},
     {host::daemons::kScanner, MakeScanner},
     {host::daemons::kScannerMilter, MakeScannerMilter},

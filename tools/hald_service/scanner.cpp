@@ -1,5 +1,4 @@
-// Supervisors of the scanner, its milter and the DKIM filter, which need more than other daemons
-// behind sockets.
+// Supervisors of the scanner and its milter, which need more than other daemons behind sockets.
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -104,42 +103,6 @@ protected:
     }
 };
 
-/// The DKIM filter: it gets a copy of the private key, since it cannot enter the folder of the
-/// keys.
-class DkimFilter : public InnerDaemon {
-public:
-    using InnerDaemon::InnerDaemon;
-
-protected:
-    bool PrepareMore() override
-    {
-        const std::string own = "/var/packages/Mailvane/etc/dkim.signer";
-        if (!MakeFolder(own, 0750, "root", std::string(Row().user))) return false;
-
-        std::string key;
-        std::string copy;
-        if (!host::ReadFile(Key(), key)) return errno == ENOENT;
-        const std::string path = host::Path(own + "/dkim.private");
-        if (host::ReadFile(path, copy) && copy == key) return true;
-        return host::ReplaceFile(path, key, 0600) && Give(path);
-    }
-
-    std::vector<std::string> MoreFiles() const override
-    {
-        if (access(Key().c_str(), R_OK) < 0) return {};
-        return {Key()};
-    }
-
-private:
-    static std::string Key() { return host::PackagePath("etc/dkim.key/dkim.private"); }
-
-    bool Give(const std::string& path) const
-    {
-        const passwd* const user = getpwnam(std::string(Row().user).c_str());
-        return user != nullptr && lchown(path.c_str(), user->pw_uid, user->pw_gid) == 0;
-    }
-};
-
 }  // namespace
 
 std::unique_ptr<Supervisor> MakeScanner(const Daemon& daemon, const Stored& stored)
@@ -150,11 +113,6 @@ std::unique_ptr<Supervisor> MakeScanner(const Daemon& daemon, const Stored& stor
 std::unique_ptr<Supervisor> MakeScannerMilter(const Daemon& daemon, const Stored& stored)
 {
     return std::make_unique<ScannerMilter>(daemon, stored);
-}
-
-std::unique_ptr<Supervisor> MakeDkimFilter(const Daemon& daemon, const Stored& stored)
-{
-    return std::make_unique<DkimFilter>(daemon, stored);
 }
 
 }  // namespace service

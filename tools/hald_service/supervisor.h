@@ -18,7 +18,7 @@ namespace service {
 struct Limits {
     std::chrono::milliseconds start = std::chrono::seconds(20);
     std::chrono::milliseconds reload = std::chrono::seconds(10);
-    std::chrono::milliseconds drain = std::chrono::seconds(3);  ///< for who still calls it
+    std::chrono::milliseconds drain = std::chrono::seconds(5);  ///< for who still calls it
     std::chrono::milliseconds stop = std::chrono::seconds(20);  ///< then it is killed
     std::chrono::milliseconds kill = std::chrono::seconds(5);
 };
