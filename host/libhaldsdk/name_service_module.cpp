@@ -1,11 +1,12 @@
 // Modules of the C library's name service (libnss_winbind, libnss_sss, libnss_ldap), called
 // directly by the functions that the C library calls.
+#include "host/libhaldsdk/name_service_module.h"
+
 #include <dlfcn.h>
 
 #include <cerrno>
 
 #include "host/libhaldsdk/account_records.h"
-#include "host/libhaldsdk/name_service_module.h"
 
 namespace host {
 
