@@ -8,7 +8,7 @@ import sqlite3
 import subprocess
 import tempfile
 
-from measuring import ETC, PACKAGE, Cost, post, upload
+from measuring import ETC, Cost, post, upload
 
 ALIASES, LISTS = ETC + 'alias.db', ETC + 'mailvane.db'
 FIRST_ID = 10000
@@ -29,7 +29,6 @@ def fill_aliases(count: int) -> None:
            COUNTED % count + "INSERT INTO alias SELECT i + 1, printf('alias%06d', i) FROM n",
            COUNTED % 10 + "INSERT INTO member SELECT id, i, printf('user%%06d', (id * 10 + i) %% %d), 0 "
            "FROM alias, n" % (2 * count))
-    subprocess.run([PACKAGE + '/target/bin/hald_set_config', 'alias'], check=True)
 
 
 def fill_accounts(count: int) -> None:
