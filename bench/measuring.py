@@ -249,10 +249,14 @@ def main(function: Callable[[], None]) -> None:
         sys.exit('%s: %s' % (os.path.basename(sys.argv[0]), failure))
 
 
+def inside_world() -> bool:
+    return os.path.exists('/run/private-world')
+
+
 def in_a_world(build: str, *services: str) -> bool:
     """Whether this is a private world. If not, the script runs once more in one that has this build
     and runs these services, and is gone afterwards."""
-    if os.path.exists('/run/private-world'):
+    if inside_world():
         return True
     world = SOURCES + '/packaging/world'
     with tempfile.TemporaryDirectory(prefix='mailvane-bench-') as state:

@@ -27,6 +27,7 @@ PLACES = (
     ("test", "build test world"),
     ("packaging/make-package", "build package"),
     ("packaging/armhf/", "build armhf"),
+    ("bench/", "build test world armhf bench"),
     (r"debian/|packaging/(?:scripts|sbin|systemd|machine)/|(?:addresses|filtering|frame|host|maillog"
      r"|personal|platform|services|tools)/", "control"),
     ("", "build world"),
