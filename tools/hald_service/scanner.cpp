@@ -9,6 +9,7 @@
 #include "host/libhaldcore/descriptor.h"
 #include "host/libhaldcore/files.h"
 #include "host/libhaldcore/paths.h"
+#include "host/libmailvane/daemons/daemon_process.h"
 #include "tools/hald_service/own_daemons.h"
 
 namespace service {
@@ -44,11 +45,7 @@ protected:
         const std::string user(Row().user);
         return MakeFolder("/var/lib/mailvane", 0755) &&
                MakeFolder("/var/lib/mailvane/quarantine", 0750, user, user) && MakeLog() &&
-               // The path where the tool that releases mail from the quarantine expects the socket.
-               RunAs(user, {"/usr/bin/ln", "-sfn", std::string(Row().socket),
-                            "/var/lib/amavis/amavisd.sock"}) &&
-               ClearUnpacked() &&
-               RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
+               HasSocketLink() && (Master() != 0 || ClearLeftovers());
     }
 
     /// A child process must answer: the socket alone accepts connections before that.
@@ -66,6 +63,22 @@ private:
         command.words = std::move(words);
         command.user = user;
         return RunQuietly(Row().service, command);
+    }
+
+    /// The path where the tool that releases mail from the quarantine expects the socket.
+    bool HasSocketLink() const
+    {
+        const char link[] = "/var/lib/amavis/amavisd.sock";
+        const std::string socket(Row().socket);
+        return host::daemons::LinkTarget(host::Path(link)) == socket ||
+               RunAs(std::string(Row().user), {"/usr/bin/ln", "-sfn", socket, link});
+    }
+
+    /// For a start: it takes longer than the rest of a reload.
+    bool ClearLeftovers() const
+    {
+        return ClearUnpacked() &&
+               RunAs("", {host::PackagePath("target/scripts/clean_quarantine.sh")});
     }
 
     /// Removes unpacked mail left by a killed scanner, except newer folders, which the milter may
