@@ -10,6 +10,10 @@ class Web(harness.Story):
         for path in ("/mailvane", "/console", "/etc/htpasswd", "/../../etc/htpasswd"):
             self.assertEqual(request(path).status, 404, path)
 
+    def test_a_page_that_asks_no_database_starts_without_its_library(self):
+        self.assertNotIn("sqlite", harness.run("/usr/bin/ldd", harness.PROGRAM))
+        self.assertIs(read("alias_enum").json()["success"], True)  # asks one
+
     def test_an_administrator_is_made(self):
         def make(password):
             return subprocess.run([harness.TARGET + "/bin/mailvane-setup", "admin", "dorothea"],

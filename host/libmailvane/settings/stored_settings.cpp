@@ -31,14 +31,15 @@ std::string ReadIfThere(const std::string& path)
     return text;
 }
 
-/// Fails when a file in a generation was cut: it lacks settings and its last line, and is not what
-/// was written there. One of an earlier version may lack settings and this line, too.
-Result<void> CheckThatIsWhole(const std::string& path, const StoredValues& stored)
+/// Fails when a file in a generation was cut: its text lacks settings and its last line, and is not
+/// what was written there. One of an earlier version may lack settings and this line, too.
+Result<void> CheckThatIsWhole(const std::string& path, const std::string& text,
+                              const StoredValues& stored)
 {
+    if (text.find(kEndLine) != text.npos) return {};
     std::error_code error;
     const auto file = std::filesystem::canonical(path, error);
-    std::string text;
-    if (error || !ReadFile(file.string(), text) || text.find(kEndLine) != text.npos) return {};
+    if (error) return {};
     for (const SettingInfo& setting : AllSettings()) {
         if (stored.count(setting.name) != 0) continue;
         if (!system::DiffersFromManifest(file.parent_path().string(), file.filename().string(),
@@ -66,13 +67,16 @@ Result<StoredSettings> StoredSettings::Read()
 
 Result<StoredSettings> StoredSettings::ReadFrom(const std::string& folder)
 {
-    std::optional<KeyValueFile> file = KeyValueFile::Read(folder + "/mailvane.conf");
-    if (!file) return SystemReason(Subject::List("settings"), "cannot read the settings");
+    const std::string path = folder + "/mailvane.conf";
+    std::string text;
+    if (!ReadFile(path, text)) {
+        return SystemReason(Subject::List("settings"), "cannot read the settings");
+    }
 
     StoredSettings settings;
-    settings.file_ = std::move(*file);
+    settings.file_ = KeyValueFile::Parse(text);
     const StoredValues stored = settings.file_.Values();
-    Result<void> whole = CheckThatIsWhole(folder + "/mailvane.conf", stored);
+    Result<void> whole = CheckThatIsWhole(path, text, stored);
     if (!whole) return std::move(whole).reason();
     for (const SettingInfo& setting : AllSettings()) {
         const auto value = stored.find(setting.name);
