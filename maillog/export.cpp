@@ -35,24 +35,25 @@ void WriteDocumentHead(const Json::Value& texts)
     std::fflush(stdout);
 }
 
-void WriteCell(const std::string& text, const char* end)
+void AddCell(std::string& row, const std::string& text, const char* end)
 {
     // Deliberate: not escaped, so that the cells hold what older exports hold. What the log stores
     // has no angle brackets.
-    std::printf("<td align=\"center\">%s%s", text.c_str(), end);
+    row.append("<td align=\"center\">").append(text).append(end);
 }
 
-void WriteEntry(const MailLogInfo& entry, const Json::Value& texts)
+void WriteEntry(const MailLogInfo& entry, const StatusTexts& statuses)
 {
-    std::printf("<tr>\n");
-    WriteCell(entry.messageId, "</td>\n");
-    WriteCell(DateText(entry), "</td>\n");
-    WriteCell(TimeText(entry), "</td>\n");
-    WriteCell(entry.mailFrom, "</td>");
-    WriteCell(entry.mailTo, "</td>");
-    WriteCell(SizeText(entry.sizeBytes), "</td>");
-    WriteCell(StatusText(texts, entry.status), "</td>");
-    std::printf("</tr>\n");
+    std::string row = "<tr>\n";
+    AddCell(row, entry.messageId, "</td>\n");
+    AddCell(row, DateText(entry), "</td>\n");
+    AddCell(row, TimeText(entry), "</td>\n");
+    AddCell(row, entry.mailFrom, "</td>");
+    AddCell(row, entry.mailTo, "</td>");
+    AddCell(row, SizeText(entry.sizeBytes), "</td>");
+    AddCell(row, statuses.Of(entry.status), "</td>");
+    row += "</tr>\n";
+    (void)std::fwrite(row.data(), 1, row.size(), stdout);
     std::fflush(stdout);
 }
 
@@ -60,6 +61,7 @@ void WriteEntry(const MailLogInfo& entry, const Json::Value& texts)
 void WriteEntries(MailLog& log, const std::string& sortField, const std::string& direction,
                   const Json::Value& texts)
 {
+    const StatusTexts statuses(texts);
     std::vector<MailLogInfo> entries;
     for (int offset = 0;; offset += kPageStep) {
         entries.clear();
@@ -67,7 +69,7 @@ void WriteEntries(MailLog& log, const std::string& sortField, const std::string&
             LogError(Here(), "load log fail");
             return;
         }
-        for (const MailLogInfo& entry : entries) WriteEntry(entry, texts);
+        for (const MailLogInfo& entry : entries) WriteEntry(entry, statuses);
         if (entries.size() != kPageSize) return;
     }
 }

@@ -3,6 +3,7 @@
 
 #include <json/value.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,8 +23,16 @@ std::string TimeText(const MailLogInfo& entry);
 /// A size in kilobytes with at most one decimal: "1.5KB".
 std::string SizeText(std::uint32_t bytes);
 
-/// The word for a `MailStatus`.
-std::string StatusText(const Json::Value& texts, int status);
+/// The words for the values of `MailStatus`, looked up once for many entries.
+class StatusTexts {
+public:
+    explicit StatusTexts(const Json::Value& texts);
+
+    const std::string& Of(int status) const;
+
+private:
+    std::array<std::string, 5> texts_;  ///< the last one is for any other number
+};
 
 /// A JSON object for each entry, in order.
 Json::Value LogRows(const std::vector<MailLogInfo>& entries, const Json::Value& texts);
