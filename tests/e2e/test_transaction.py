@@ -143,4 +143,4 @@ class Meanwhile(harness.Story):
                 self.change("save_security", spam_dnsbl_enable=False, **filters)
                 self.assert_saved(smtp_hostname="filtered.example.test")
                 self.assert_saved(smtp_hostname="mv.test")
-                self.change("save_security", spam_dnsbl_enable=False)
+                self.change("save_security", **dict.fromkeys(filters, False))
