@@ -206,18 +206,22 @@ int StatusOf(Kind kind, const char* name)
 /// The rows of the answer: the candidates of the page, then all members that are not among them.
 Json::Value Items(const Request& request, const StringList& page, JoinedNames& joined)
 {
+    // Known to last, so that the rows need no copies of them.
+    const Json::StaticString nameKey("name");
+    const Json::StaticString joinedKey("is_join");
+    const Json::StaticString statusKey("status");
     Json::Value items(Json::arrayValue);
     for (int i = 0; i < page.Size(); ++i) {
         Json::Value item;
-        item["name"] = page[i];
-        item["is_join"] = joined.Take(page[i]);
-        item["status"] = StatusOf(request.kind, page[i]);
+        item[nameKey] = page[i];
+        item[joinedKey] = joined.Take(page[i]);
+        item[statusKey] = StatusOf(request.kind, page[i]);
         items.append(std::move(item));
     }
     for (const char* name = joined.Next(nullptr); name != nullptr; name = joined.Next(name)) {
         Json::Value item;
-        item["name"] = name;
-        item["is_join"] = true;
+        item[nameKey] = name;
+        item[joinedKey] = true;
         items.append(std::move(item));
     }
     return items;

@@ -18,6 +18,8 @@ constexpr char kTellsOfAll[] = "systemd";
 /// members.
 constexpr char kTellsGroupsWhole[] = "ldap";
 
+/// So many are asked for one by one, of the service that tells of all and of others.
+constexpr int kFewAskedByName = 10;
 constexpr int kMostAskedByName = 1000;
 constexpr std::size_t kMostNames = 200000;  // that are remembered
 
@@ -39,8 +41,13 @@ public:
     using Each = Result<void> (AccountEngine::*)(const Visitor&);
     using Find = Result<std::optional<Entry>> (AccountEngine::*)(const std::string&);
 
-    Remembered(AccountEngine& engine, Each each, Find find)
-        : engine_(engine), each_(each), find_(find)
+    /// `tellsOfAll`: there is none of a name that is not among them when all are asked for.
+    Remembered(AccountEngine& engine, Each each, Find find, bool tellsOfAll)
+        : engine_(engine),
+          each_(each),
+          find_(find),
+          tellsOfAll_(tellsOfAll),
+          leftByName_(tellsOfAll ? kFewAskedByName : kMostAskedByName)
     {
     }
 
@@ -48,26 +55,23 @@ public:
     {
         entries_.clear();
         names_ = 0;
-        asked_ = kMostAskedByName;
+        leftByName_ = 0;
         Result<void> answered = (engine_.*each_)([&](const Entry& entry) {
             names_ += NamesIn(entry);
             if (names_ <= kMostNames) entries_.emplace(entry.name, entry);
             visit(entry);
         });
-        areAll_ = answered && names_ <= kMostNames;
+        areAll_ = tellsOfAll_ && answered && names_ <= kMostNames;
         return answered;
     }
 
-    /// `tellsOfAll`: there is none of a name that was not among them when all were asked for.
-    Result<std::optional<Entry>> Ask(const std::string& name, bool tellsOfAll)
+    Result<std::optional<Entry>> Ask(const std::string& name)
     {
-        // An engine that tells of none at all may still know the name.
-        if (asked_ < kMostAskedByName && ++asked_ == kMostAskedByName) {
-            (void)AskForAll([](const Entry&) {});
-        }
+        // An engine that does not tell of all may still know the name.
+        if (leftByName_ > 0 && --leftByName_ == 0) (void)AskForAll([](const Entry&) {});
         const auto found = entries_.find(name);
         if (found != entries_.end()) return std::make_optional(found->second);
-        if (areAll_ && tellsOfAll) return {std::nullopt};
+        if (areAll_) return {std::nullopt};
         return (engine_.*find_)(name);
     }
 
@@ -75,20 +79,21 @@ private:
     AccountEngine& engine_;
     Each each_;
     Find find_;
+    bool tellsOfAll_;
+    int leftByName_;  ///< before all are asked for
     std::unordered_map<std::string, Entry> entries_;
     std::size_t names_ = 0;  ///< that all of them have, members included
     bool areAll_ = false;
-    int asked_ = 0;
 };
 
 class RememberingEngine : public AccountEngine {
 public:
     RememberingEngine(EnginePointer engine, const std::string& service)
         : engine_(std::move(engine)),
-          tellsOfAll_(service == kTellsOfAll),
           tellsGroupsWhole_(service == kTellsGroupsWhole),
-          users_(*engine_, &AccountEngine::EachUser, &AccountEngine::FindUser),
-          groups_(*engine_, &AccountEngine::EachGroup, &AccountEngine::FindGroup)
+          users_(*engine_, &AccountEngine::EachUser, &AccountEngine::FindUser,
+                 service == kTellsOfAll),
+          groups_(*engine_, &AccountEngine::EachGroup, &AccountEngine::FindGroup, false)
     {
     }
 
@@ -101,17 +106,16 @@ public:
 
     Result<std::optional<User>> FindUser(const std::string& name) override
     {
-        return users_.Ask(name, tellsOfAll_);
+        return users_.Ask(name);
     }
 
     Result<std::optional<Group>> FindGroup(const std::string& name) override
     {
-        return tellsGroupsWhole_ ? groups_.Ask(name, false) : engine_->FindGroup(name);
+        return tellsGroupsWhole_ ? groups_.Ask(name) : engine_->FindGroup(name);
     }
 
 private:
     EnginePointer engine_;
-    bool tellsOfAll_;
     bool tellsGroupsWhole_;
     Remembered<User> users_;
     Remembered<Group> groups_;
@@ -121,7 +125,7 @@ private:
 
 Result<EnginePointer> EngineOfService(const std::string& service)
 {
-    static std::unordered_map<std::string, EnginePointer> engines;
+    static auto& engines = *new std::unordered_map<std::string, EnginePointer>;
     const auto known = engines.find(service);
     if (known != engines.end()) return known->second;
 

@@ -105,29 +105,48 @@ private:
     int count_ = 0;
 };
 
-/// A line of a map with the values separated by commas; no line when there are no values.
-std::string MapLine(const std::string& key, const std::vector<std::string>& values)
-{
-    std::string line;
-    for (const std::string& value : values) line += (line.empty() ? "" : ", ") + value;
-    return line.empty() ? "" : key + " " + line + "\n";
-}
+/// A line of a map, whose values are separated by commas.
+class MapLine {
+public:
+    explicit MapLine(const std::string& key) : line_(key + " "), values_(line_.size()) {}
+
+    void Add(const std::string& prefix, const std::string& value)
+    {
+        if (HasValues()) line_ += ", ";
+        line_.append(prefix).append(value);
+    }
+
+    /// No line when there are no values.
+    std::string End() &&
+    {
+        if (!HasValues()) return "";
+        line_ += '\n';
+        return std::move(line_);
+    }
+
+private:
+    bool HasValues() const { return line_.size() > values_; }
+
+    std::string line_;
+    std::size_t values_;  ///< where they begin
+};
 
 class MapTexts {
 public:
     /// `loginPrefix` (such as `OFFICE\`) may stand before the account's name in a login.
     explicit MapTexts(std::string loginPrefix) : loginPrefix_(std::move(loginPrefix)) {}
 
-    void Add(const std::string& alias, Recipients recipients)
+    void Add(const std::string& alias, const Recipients& recipients)
     {
-        std::vector<std::string> logins;
+        MapLine logins(alias);
         for (const std::string& user : recipients.users) AddLogins(user, logins);
         AddLogins(alias, logins);  // the login of the same name may send from it
-        logins_ += MapLine(alias, logins);
+        logins_ += std::move(logins).End();
 
-        std::vector<std::string>& all = recipients.users;
-        all.insert(all.end(), recipients.outside.begin(), recipients.outside.end());
-        aliases_ += MapLine(alias, all);
+        MapLine all(alias);
+        for (const std::string& user : recipients.users) all.Add("", user);
+        for (const std::string& address : recipients.outside) all.Add("", address);
+        aliases_ += std::move(all).End();
     }
 
     /// An alias whose members cannot be told.
@@ -139,10 +158,10 @@ public:
     Texts All() && { return TextsOf(std::move(aliases_), std::move(logins_), std::move(waiting_)); }
 
 private:
-    void AddLogins(const std::string& user, std::vector<std::string>& logins) const
+    void AddLogins(const std::string& user, MapLine& logins) const
     {
-        logins.push_back(user);
-        if (!loginPrefix_.empty()) logins.push_back(loginPrefix_ + user);
+        logins.Add("", user);
+        if (!loginPrefix_.empty()) logins.Add(loginPrefix_, user);
     }
 
     std::string loginPrefix_;
@@ -188,7 +207,7 @@ ListTexts AliasTexts(const ListSources& sources)
                 warnings.Add(alias.name);
                 recipients->users.clear();
             }
-            texts.Add(alias.name, *std::move(recipients));
+            texts.Add(alias.name, *recipients);
             return {};
         });
     if (!done) return std::move(done).reason();

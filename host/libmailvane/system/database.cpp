@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
 
+/// No program of the package has threads, for which SQLite would lock each column that is read.
+constexpr int kMode = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
+
 int StoredVersion(SQLite::Database& database)
 {
     return database.execAndGet("PRAGMA user_version").getInt();
@@ -55,7 +58,7 @@ void AllowNoChange(SQLite::Database& database)
 
 Result<SQLite::Database> EmptyStore(const Schema& schema)
 {
-    SQLite::Database database(":memory:", SQLite::OPEN_READWRITE);
+    SQLite::Database database(":memory:", kMode);
     Result<void> done = BringUpToDate(database, schema);
     if (!done) return std::move(done).reason();
     AllowNoChange(database);
@@ -129,7 +132,7 @@ Result<SQLite::Database> OpenForChange(const std::string& path, const Schema& sc
 {
     CreateIfMissing(path);
     return Attempt(path, [&]() -> Result<SQLite::Database> {
-        SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        SQLite::Database database(path, kMode, kBusyTimeoutMs);
         DistrustSchema(database);
         database.exec("PRAGMA journal_mode = DELETE");
         Result<void> done = BringUpToDate(database, schema);
@@ -169,7 +172,7 @@ Result<void> SettleJournal(const std::string& path)
     const std::string journal = path + "-journal";
     if (!NameExists(path) || !NameExists(journal)) return {};
     return Attempt(path, [&]() -> Result<void> {
-        SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        SQLite::Database database(path, kMode, kBusyTimeoutMs);
         DistrustSchema(database);
         const SQLite::Transaction alone(database, SQLite::TransactionBehavior::EXCLUSIVE);
         return RemoveDurably(journal);
@@ -180,7 +183,7 @@ Result<std::optional<SQLite::Database>> OpenAsItIs(const std::string& path)
 {
     // Not opened read-only, since SQLite could not roll back the journal of a killed writer then.
     auto opened = Attempt(path, [&path]() -> std::optional<SQLite::Database> {
-        SQLite::Database database(path, SQLite::OPEN_READWRITE, kBusyTimeoutMs);
+        SQLite::Database database(path, kMode, kBusyTimeoutMs);
         DistrustSchema(database);
         AllowNoChange(database);
         return database;
