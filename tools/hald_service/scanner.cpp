@@ -24,6 +24,7 @@ public:
     Scanner(const Daemon& daemon, const Stored& stored) : InnerDaemon(daemon, stored)
     {
         limits.start = std::chrono::seconds(60);
+        limits.reload = std::chrono::seconds(40);  // it ends what it is at before
     }
 
 protected:
