@@ -14,6 +14,7 @@ import json
 import math
 import os
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -242,7 +243,8 @@ def arguments(*defaults: int) -> tuple[str, list[int]]:
 
 
 def main(function: Callable[[], None]) -> None:
-    """Runs a script; what fails is told in one line."""
+    """Runs a script; what fails is told in one line. Whoever ends it ends its world with it."""
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     try:
         function()
     except (OSError, subprocess.CalledProcessError) as failure:
@@ -263,8 +265,8 @@ def in_a_world(build: str, *services: str) -> bool:
         def inside(*words: str) -> None:
             subprocess.run([world, 'enter', state, *words], check=True)
 
-        subprocess.run([world, 'start', state, '--net', '--bind', SOURCES, '--bind', build], check=True)
         try:
+            subprocess.run([world, 'start', state, '--net', '--bind', SOURCES, '--bind', build], check=True)
             inside(SOURCES + '/packaging/install-into', build)
             inside('useradd', '--groups', 'administrators', 'bench')
             for service in services:

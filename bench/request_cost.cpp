@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr int kWarmUpRounds = 3;
+constexpr int kMostWarmUpRounds = 3;
 
 /// One program and what its runs cost.
 struct Subject {
@@ -80,7 +80,7 @@ bool Measure(std::vector<Subject>& subjects, int rounds)
     ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
 
     bool good = true;
-    for (int round = -kWarmUpRounds; good && round < rounds; ++round) {
+    for (int round = -std::min(kMostWarmUpRounds, rounds / 2); good && round < rounds; ++round) {
         for (Subject& subject : subjects) {
             if (round == 0) subject.Forget();
             good = good && RunOnce(subject, streams);
