@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "host/libmailvane/maillog/entry_batch.h"
 #include "tools/maillog_collector/mail_store.h"
 
 namespace {
@@ -24,12 +25,11 @@ constexpr std::int64_t kApart = 25;
 // Pages of 4 KiB: 1 GiB; the bytes of texts that are indexed at once.
 constexpr char kHaste[] =
     "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA temp_store = MEMORY;"
-    "PRAGMA cache_size = 262144; UPDATE tally SET text_later = 1;"
+    "PRAGMA cache_size = 262144;"
     "INSERT INTO entry_text (entry_text, rank) VALUES ('hashsize', 536870912)";
 constexpr char kEndOfHaste[] =
-    "INSERT INTO entry_text (entry_text) VALUES ('rebuild');"
     "INSERT INTO entry_text (entry_text, rank) VALUES ('hashsize', 1048576);"
-    "UPDATE tally SET text_later = 0; PRAGMA journal_mode = WAL";
+    "PRAGMA journal_mode = WAL";
 constexpr char kAdd[] =
     "INSERT INTO entry (queue_id, message_id, subject, recipients, date, size, status, mail_to,"
     " mail_from, counts_as) VALUES (?, ?, '', 1, ?, ?, ?, ?, ?, ?)";
@@ -100,11 +100,14 @@ void Make(const std::string& path, std::int64_t count)
     const std::vector<std::string> indexes = DropIndexes(database);
     Maker maker;
     SQLite::Statement add(database, kAdd);
+    host::maillog::EntryBatch batch(database);
     SQLite::Transaction transaction(database);
+    batch.Begin();
     for (std::int64_t number = 0; number < count; ++number) {
         maker.Add(add, number, kEnd - (count - number) * kApart);
     }
     for (const std::string& index : indexes) database.exec(index);
+    batch.End();
     transaction.commit();
     database.exec(kEndOfHaste);
 }
