@@ -70,15 +70,11 @@ Outcome ListAliases(const std::string& query, const ListWindow& window, Json::Va
     int matches = 0;
     std::list<MemberInfo> members;
     for (const std::string& name : alias.getAliasNameList()) {
-        // Without a search, members matter only where they are shown.
-        const bool isListed = query.empty() && !name.empty();
-        const bool isShown = window.Shows(matches);
-        if ((isShown || !isListed) && LoadMembers(alias, name, members) < 0) {
-            return Outcome::SystemError();
-        }
-        if (!isListed && !Matches(name, members, search)) continue;
+        // Deliberate: also those that are not shown, so that a list is whole or an error.
+        if (LoadMembers(alias, name, members) < 0) return Outcome::SystemError();
+        if (!Matches(name, members, search)) continue;
 
-        if (isShown) items.append(Item(name, members));
+        if (window.Shows(matches)) items.append(Item(name, members));
         ++matches;
     }
     response["total"] = matches;

@@ -78,6 +78,7 @@ TEST_F(Aliases, ThatCannotBeComparedDoNotMatch)
 TEST_F(Aliases, ThatCannotBeReadOrChangedStayAsTheyAre)
 {
     const std::string page = R"({"limit": "9"})";
+    const std::string first = R"({"limit": "1"})";
     const std::string sales = R"({"aliasname": "sales"})";
     const std::string change =
         R"({"aliasname": "new", "member": [{"name": "b"}, {"name": "a", "is_join": true}]})";
@@ -86,6 +87,7 @@ TEST_F(Aliases, ThatCannotBeReadOrChangedStayAsTheyAre)
     ExpectFailures({
         {"alias_enum", "Alias::load", {"Fail to load alias info"}, SystemError(), page},
         {"alias_enum", "Alias::loadMember sales", {"Fail to load member"}, SystemError(), page},
+        {"alias_enum", "Alias::loadMember empty", {"Fail to load member"}, SystemError(), first},
         {"load_extaddr", "Alias::load", {"Fail to load alias info"}, Failed(), sales},
         {"load_extaddr", "Alias::loadMember sales", {"Fail to load member"}, Failed(), sales},
         {"apply_alias_info", "Alias::load", {"Fail to load alias info"}, SystemError(), change},
